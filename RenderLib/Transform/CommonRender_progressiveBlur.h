@@ -1,0 +1,34 @@
+// The blurs by run-time pixel format: one entry, and one thin wrapper for each format, each in a
+// translation unit of its own that names types and computes nothing.
+#pragma once
+
+#include "Transform/Common/QV_Poly/PlanePrimitives.h"
+#include "host/PluginHost_API.h"
+
+/// Blurs `raster` in place, as `kind` says; ProgressiveBlur.h has the kinds and the arguments. The
+/// format is that of the host's output raster, and `raster` is taken to have it.
+///
+/// @param extended the raster is ARGB32, whatever the output is
+/// @return 0; 1 for a format without instance; or why memory was refused: the host's code, or 1
+int CommonRender_progressiveBlur(PluginHost_API* host, QV_Line2D& line, float radius, float aspect,
+                                 float fadeStart, float fadeLength, int curve,
+                                 PluginHost_API::RasterInfo* raster, bool alphaPlane, int kind,
+                                 bool extended);
+
+#define ZELK_BLUR_WRAPPER(NAME)                                                                    \
+    int CommonRender_##NAME##_progressiveBlur(PluginHost_API* host, QV_Line2D& line, float radius, \
+                                              float aspect, float fadeStart, float fadeLength,     \
+                                              int curve, PluginHost_API::RasterInfo* raster,       \
+                                              bool alphaPlane, int kind)
+
+ZELK_BLUR_WRAPPER(ARGB8);
+ZELK_BLUR_WRAPPER(BGRA8);
+ZELK_BLUR_WRAPPER(RGBA8);
+ZELK_BLUR_WRAPPER(ARGB15);
+ZELK_BLUR_WRAPPER(ARGB14);
+ZELK_BLUR_WRAPPER(BGRA14);
+ZELK_BLUR_WRAPPER(ARGB16);
+ZELK_BLUR_WRAPPER(RGBA16);
+ZELK_BLUR_WRAPPER(ARGB32);
+ZELK_BLUR_WRAPPER(RGBA32);
+ZELK_BLUR_WRAPPER(BGRA32);

@@ -1,0 +1,10 @@
+// The blur's instance for PIXEL_ARGB14.
+#include "RenderLib/Transform/CommonRender_progressiveBlur.h"
+#include "Transform/Common/PixelTraits.h"
+#include "Transform/Common/Transform_Core_Render/ProgressiveBlur.h"
+
+ZELK_BLUR_WRAPPER(ARGB14) {
+    using P = PIXEL_ARGB14;
+    return progressiveBlur<P, P::Channel, P::Wide, P::Weight, P::FORMAT>(
+        host, line, radius, aspect, fadeStart, fadeLength, curve, raster, alphaPlane, kind);
+}

@@ -1,0 +1,174 @@
+// The steps of one core render, see CoreTransformRender.h. Everything is per call: matrix, polygon
+// and window live on the stack, and the RenderSettings are rewritten.
+#include "Transform/Common/Transform_Core_Render/CoreTransformRender.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "Transform/Common/QV_Poly/QV_Poly.h"
+#include "Transform/Common/Transform_Core_Render/KernelTable.h"
+#include "Transform/Common/Transform_Core_Render/calcMatrix.h"
+#include "Transform/Common/Transform_Core_Render/lineFunc.h"
+#include "Transform/Common/Transform_Core_Render/ompc.h"
+#include "Transform/Common/Transform_Core_Render/transformPoly.h"
+
+namespace {
+
+constexpr long kPremiereProId = 0x50724D72;  // "PrMr"
+
+/// The threaded scan is on everywhere but in Premiere Pro, where the command keeps to one thread.
+bool useThreads(PluginHost_API* host) {
+    if (!host->getAEHost() || !host->isApplication(kPremiereProId)) return true;
+    ompc_set_num_threads(0);
+    return false;
+}
+
+/// Quality by filter number; 22 is replaced by the kernel that super sampling uses.
+int qualityOfFilter(std::int32_t& filter) {
+    if (filter == kFilterSuperSampled) {
+        filter = kFilterParzen;
+        return 3;
+    }
+    return filter == 0 ? 0 : filter == 1 ? 1 : 2;
+}
+
+/// Rectangles of a caller who has no settings: the whole rasters.
+void useWholeRasters(CoreRenderCall const& call, RenderSettings& s) {
+    s.srcRight = call.src.width - 1;
+    s.srcBottom = call.src.height - 1;
+    s.dstRight = call.dst.width - 1;
+    s.dstBottom = call.dst.height - 1;
+}
+
+void clearRaster(PluginHost_API::RasterInfo const& raster) {
+    auto* row = static_cast<unsigned char*>(raster.data);
+    const auto rowLength = static_cast<std::size_t>(raster.width) * raster.pixelBytes;
+    for (int y = 0; y < raster.height; ++y, row += raster.rowBytes) std::memset(row, 0, rowLength);
+}
+
+void chooseFillFunctions(CoreRenderCall const& call, FormatFunctions const& f, RenderSettings& s) {
+    s.interiorFunc = call.singleChannel ? f.fillPolygon_1 : f.fillPolygon;
+    s.edgeFunc = call.singleChannel ? f.edgePolygon_1 : f.edgePolygon;
+}
+
+//   quality | four channels                     | one channel
+//   0       | lineFunc, no edge function        | the same
+//   1       | bilinear, covered bilinear edges  | the same, edges covered only if edgeCoverage
+//   2       | 4 by 4 or N by N taps, edges as 1 | the same, edges as 1
+//   3       | nine samples, covered; 4 taps     | as 2
+void chooseLineFunctions(CoreRenderCall const& call, FormatFunctions const& f, RenderSettings& s) {
+    const bool manyTaps = s.taps > 4;
+    if (s.quality == 0) {
+        s.interiorFunc = lineFunc;
+        s.edgeFunc = nullptr;
+    } else if (call.singleChannel) {
+        s.interiorFunc = s.quality == 1 ? f.bilinear_1 : manyTaps ? f.biCubic_1 : f.biCubic4x4_1;
+        s.edgeFunc = call.edgeCoverage ? f.edgeBilinear_1 : f.edgeNoOpBilinear_1;
+    } else if (s.quality == 3) {
+        s.interiorFunc = f.biCubic4x4Ss;
+        s.edgeFunc = f.edgeBiCubic4x4Ss;
+        s.taps = 4;
+    } else {
+        s.interiorFunc = s.quality == 1 ? f.bilinear : manyTaps ? f.biCubic : f.biCubic4x4;
+        s.edgeFunc = f.edgeBilinear;
+    }
+    if (call.fillMode) chooseFillFunctions(call, f, s);
+}
+
+/// Matrix of the render; false when the pins are rejected.
+bool buildMatrix(CoreRenderCall const& call, RenderSettings& s, QV_Mtrx44& matrix) {
+    s.hostWidth = call.host->getOutputWidth();
+    s.hostHeight = call.host->getOutputHeight();
+    if (s.renderMode == 1) {
+        calcMatrix(matrix, call.core, s, s.hostWidth, s.hostHeight);
+        return true;
+    }
+    s.dstWidth = call.dst.width;
+    s.dstHeight = call.dst.height;
+    if (s.renderMode != 0) return true;
+    return calcMatrix(matrix, call.core, s, s.hostWidth, s.hostHeight) == 0;
+}
+
+/// Pointers, strides and bounds that the line functions read.
+void describeRasters(CoreRenderCall const& call, RenderSettings& s) {
+    s.srcData = call.src.data;
+    s.srcPixelBytes = call.src.pixelBytes;
+    s.srcRowBytes = call.src.rowBytes;
+    s.dstData = call.dst.data;
+    s.dstRowBytes = call.dst.rowBytes;
+    s.dstOriginY = s.dstTop;
+    s.qualityAux = 0;
+    s.srcMinX = s.srcLeft;
+    s.srcMinY = s.srcTop;
+    s.srcMaxX = s.srcRight;
+    s.srcMaxY = s.srcBottom;
+    s.kernelScale = call.core.kernelScale;
+}
+
+void buildKernel(CoreRenderArguments const& core, RenderSettings& s) {
+    setInterpLineFunc(&s, core.paramB, core.paramC, core.filter, core.sharpen, core.sharpenFilter,
+                      core.sharpenMix, core.sharpenClamp, core.sharpenParamB, core.sharpenParamC,
+                      core.sharpenAmount, core.clampNegative, true);
+}
+
+void scan(QV_Poly& poly, QV_Window& window, QV_IRect const& rect, RenderSettings& s) {
+    s.dstOriginY = rect.top;
+    poly.m_dstData = static_cast<unsigned char*>(s.dstData);
+    poly.m_dstRowBytes = s.dstRowBytes;
+    poly.m_pixelBytes = s.srcPixelBytes;
+    poly.m_dstTop = rect.top;
+    poly.m_interiorFunc = s.interiorFunc;
+    poly.m_edgeFunc = s.edgeFunc;
+    poly.m_lineArg = &s;
+    poly.m_mask = (poly.m_mask & ~static_cast<std::uint32_t>(kMaskSw)) | kMaskQ;
+    if (s.quality >= 1 && s.quality <= 3)
+        poly.polyAreaScan(&window, rect.left, rect.top, rect.right, rect.bottom);
+    else
+        poly.poly_scan(&window, rect.left, rect.top, rect.right, rect.bottom);
+}
+
+}  // namespace
+
+int coreTransformRender(CoreRenderCall const& call, FormatFunctions const& functions) {
+    const bool threaded = useThreads(call.host);
+    RenderSettings local;
+    if (!call.settings) useWholeRasters(call, local);
+    RenderSettings& s = call.settings ? *call.settings : local;
+
+    s.renderMode = call.core.renderMode;
+    s.taps = call.core.sizeIndex;
+    s.quality = qualityOfFilter(call.core.filter);
+    if (call.clearOutput) clearRaster(call.dst);
+
+    QV_Mtrx44 matrix;
+    if (!buildMatrix(call, s, matrix)) return 0;
+
+    s.minValue = 0;
+    s.maxValue = functions.maxValue;
+    s.spareFunc = nullptr;
+    const double scale = std::min(call.host->getScaleX(), call.host->getScaleY());
+    setKernelTransformSize(&s, call.core.sizeIndex, static_cast<float>(scale));
+    if (call.core.sharpen) s.quality = 2;
+    chooseLineFunctions(call, functions, s);
+
+    int originX = 0, originY = 0;
+    call.host->getOrigin(originX, originY);
+    const QV_IRect shifted = {s.dstLeft + originX, s.dstTop + originY, s.dstRight + originX,
+                              s.dstBottom + originY};
+    QV_FRect target(shifted.left, shifted.top, shifted.right, shifted.bottom);
+
+    QV_Poly poly;
+    if (threaded) poly.setOpenMP();
+    const QV_IRect source = {s.srcLeft, s.srcTop, s.srcRight, s.srcBottom};
+    QV_IRect bounds = {0, 0, -1, -1};
+    describeRasters(call, s);
+    buildKernel(call.core, s);
+
+    QV_Window window{};
+    if (transformPoly(call.host, &poly, &target, source, &bounds, &window, &s, &matrix) == 0)
+        return 0;
+
+    const QV_IRect unshifted = {s.dstLeft, s.dstTop, s.dstRight, s.dstBottom};
+    scan(poly, window, s.renderMode == 1 ? shifted : unshifted, s);
+    return 0;
+}

@@ -1,0 +1,61 @@
+// The engine's one entry: paints a source raster, mapped through pins, into a destination raster.
+//
+// In order: clear, matrix, filter set-up, polygon, scan. It decides nothing about pins or views.
+// Quality follows from the filter number and the render scale: 0 goes to the plain scan, 1 to 3 to
+// the area scan with anti-aliased edges, its interior runs in parallel except in Premiere Pro.
+#pragma once
+
+#include "Transform/Common/PixelTraits.h"
+#include "Transform/Common/RenderRecords.h"
+#include "Transform/Common/Transform_Core_Render/LineFuncCP.h"
+#include "host/PluginHost_API.h"
+
+/// One call of the engine.
+struct CoreRenderCall {
+    PluginHost_API* host;
+    CoreRenderArguments& core;
+    PluginHost_API::RasterInfo const& src;
+    PluginHost_API::RasterInfo const& dst;
+    bool clearOutput;          ///< zero the whole destination first
+    bool singleChannel;        ///< rasters are planes of one value a pixel
+    RenderSettings* settings;  ///< rectangles and Reposition; null: whole rasters, none
+    bool edgeCoverage;         ///< apply coverage on single channel edges
+    bool fillMode;             ///< write the fill value, sample nothing
+};
+
+/// All that differs between pixel formats: white, and the line functions of the channel type.
+struct FormatFunctions {
+    std::int32_t maxValue;
+    QV_LineFunc fillPolygon, fillPolygon_1, edgePolygon, edgePolygon_1;
+    QV_LineFunc bilinear, bilinear_1, edgeBilinear, edgeBilinear_1, edgeNoOpBilinear_1;
+    QV_LineFunc biCubic, biCubic_1, biCubic4x4, biCubic4x4_1;
+    QV_LineFunc biCubic4x4Ss, edgeBiCubic4x4Ss;
+};
+
+template <class Trait>
+constexpr FormatFunctions formatFunctionsOf() {
+    using F = LineFuncCP<typename Trait::Channel>;
+    return {Trait::kWhite,         F::fillPolygonFunc,
+            F::fillPolygonFunc_1,  F::edgePolygonFunc,
+            F::edgePolygonFunc_1,  F::bilinearFunc,
+            F::bilinearFunc_1,     F::edgeBilinearFunc,
+            F::edgeBilinearFunc_1, F::edge_noOp_edgeBilinearFunc_1,
+            F::biCubicFunc,        F::biCubicFunc_1,
+            F::biCubicFunc_4x4,    F::biCubicFunc_4x4_1,
+            F::biCubicFunc_4x4_ss, F::edgeBiCubicFunc_4x4_ss};
+}
+
+/// The render itself, the same for every format. Returns 0, whether anything was drawn or not:
+/// rejected pins and a polygon outside the window leave the cleared destination.
+int coreTransformRender(CoreRenderCall const& call, FormatFunctions const& functions);
+
+/// One instance per pixel format.
+template <class Trait, class Channel, class Wide, class Weight, class Format>
+int CoreTransformRender(PluginHost_API* host, CoreRenderArguments& core,
+                        PluginHost_API::RasterInfo const& src,
+                        PluginHost_API::RasterInfo const& dst, bool clearOutput, bool singleChannel,
+                        RenderSettings* settings, bool edgeCoverage, bool fillMode) {
+    return coreTransformRender(
+        {host, core, src, dst, clearOutput, singleChannel, settings, edgeCoverage, fillMode},
+        formatFunctionsOf<Trait>());
+}

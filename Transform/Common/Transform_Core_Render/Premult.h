@@ -1,0 +1,76 @@
+// Premult and UnPremult: colour times alpha and back, in place over one raster.
+//
+//   8 bits   c' = (a c + 128) >> 8        c' = min(c 255 / a, 255)        if a != 0
+//   15 bits  c' = (a c + 16384) >> 15     c' = min((c << 15) / a, 32768)  if a != 0
+//   float    c' = a c                     c' = c / a                      if a > 0
+//
+// Alpha stays. Multiplying rounds to nearest, dividing truncates; the 8-bit product is over 256, so
+// opaque white becomes 254 and the two are no exact inverses. A pixel that fails the test keeps its
+// colour.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+
+#include "Transform/Common/PixelTraits.h"
+#include "Transform/Common/Transform_Core_Render/PixelRows.h"
+
+namespace premult_detail {
+
+template <class Trait>
+constexpr int kShift = Trait::kWhite == 255 ? 8 : 15;
+
+template <class Trait, class Channel>
+Channel multiplied(Channel a, Channel c) {
+    if constexpr (Trait::kIsFloat) {
+        return a * c;
+    } else {
+        constexpr std::uint32_t kHalf = 1u << (kShift<Trait> - 1);
+        const std::uint32_t product = std::uint32_t{a} * std::uint32_t{c};
+        return static_cast<Channel>((product + kHalf) >> kShift<Trait>);
+    }
+}
+
+/// `a` is above 0.
+template <class Trait, class Channel>
+Channel divided(Channel a, Channel c) {
+    if constexpr (Trait::kIsFloat) {
+        return c / a;
+    } else {
+        constexpr std::uint32_t kWhite = Trait::kWhite;
+        return static_cast<Channel>(std::min(std::uint32_t{c} * kWhite / a, kWhite));
+    }
+}
+
+template <class Trait, class Channel, class Change>
+void changeColour(PluginHost_API* host, PluginRaster_API* raster, Change change) {
+    static_assert(Trait::kIsFloat || Trait::kWhite == 255 || Trait::kWhite == 32768,
+                  "no premultiplication is defined for this depth");
+    QV_RasterInfo info{};
+    host->getRasterInfo(raster, &info);
+    forEachPixel<Channel>(info, [change](Channel* pixel) {
+        const Channel a = pixel[Trait::kAlpha];
+        for (const int c : {Trait::kRed, Trait::kGreen, Trait::kBlue})
+            pixel[c] = change(a, pixel[c]);
+    });
+}
+
+}  // namespace premult_detail
+
+/// Multiplies the colour of every pixel of `raster` by its alpha. The result is 0.
+template <class Trait, class Channel, class Wide, class Weight, class Format>
+int Premult(Trait, PluginHost_API* host, PluginRaster_API* raster) {
+    premult_detail::changeColour<Trait, Channel>(host, raster, [](Channel a, Channel c) {
+        return premult_detail::multiplied<Trait, Channel>(a, c);
+    });
+    return 0;
+}
+
+/// Divides the colour of every pixel of `raster` by its alpha. The result is 0.
+template <class Trait, class Channel, class Wide, class Weight, class Format>
+int UnPremult(Trait, PluginHost_API* host, PluginRaster_API* raster) {
+    premult_detail::changeColour<Trait, Channel>(host, raster, [](Channel a, Channel c) {
+        return a > Channel{0} ? premult_detail::divided<Trait, Channel>(a, c) : c;
+    });
+    return 0;
+}

@@ -1,0 +1,294 @@
+// Options, help and checks; see cli_options.h. CLI11 splits the arguments; the values are checked
+// here, so that every error has this program's one form.
+#include "apps/zelk/cli_options.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <span>
+#include <string_view>
+
+#include "apps/zelk/errors.h"
+#include "apps/zelk/numbers.h"
+#include "apps/zelk/parameter_names.h"
+
+namespace zelk {
+
+namespace {
+
+char const* const kRenderExamples =
+    "Corners: upper left, upper right, lower left, lower right, in pixels of the layer, y down:\n"
+    "  0,0 is the outer corner of the first pixel and W,H that of the last. Fractions and\n"
+    "  negative numbers are allowed. Without --from the From Pins are the layer's corners;\n"
+    "  without --to the To Pins are the From Pins.\n"
+    "\n"
+    "Values of --set, which win over all other options, are in the units that `zelk params`\n"
+    "  shows: popups by entry or number, on or off, points x,y, colours #rrggbb, degrees.\n"
+    "\n"
+    "Examples:\n"
+    "  zelk render in.png -o out.png --to \"60,40 540,10 30,390 580,350\"\n"
+    "  zelk render in.exr -o out.exr --from \"9,9 200,12 8,150 190,160\" --view from\n"
+    "  zelk render in.png -o out.png --quality super --set super-sample-softness=1.5\n"
+    "  zelk render in.png -o out.png --set rotate=30 --set transfer-mode=normal\n"
+    "\n";
+
+char const* const kParamsExamples =
+    "Examples:\n"
+    "  zelk params\n"
+    "  zelk params --json --host KeyG\n"
+    "\n";
+
+/// A word of an option and what it stands for.
+template <class T>
+struct Choice {
+    std::string_view word;
+    T value;
+};
+
+constexpr Choice<int> kQualities[] = {{"low", 1}, {"medium", 2}, {"high", 3}, {"super", 4}};
+constexpr Choice<int> kViews[] = {{"original", 1}, {"from", 2}, {"to", 3}, {"both", 4}};
+constexpr Choice<Depth> kDepths[] = {
+    {"8", Depth::k8}, {"16", Depth::k16}, {"float", Depth::kFloat}};
+
+template <class T>
+T pick(std::span<Choice<T> const> choices, char const* option, std::string const& word) {
+    std::string all;
+    for (std::size_t i = 0; i < choices.size(); ++i) {
+        if (choices[i].word == lowered(word)) return choices[i].value;
+        all += i == 0 ? "" : i + 1 == choices.size() ? " or " : ", ";
+        all += choices[i].word;
+    }
+    throw UserError(ExitCode::kUsage, {option, "unknown choice", word, all});
+}
+
+template <class T, std::size_t N>
+std::optional<T> pickIfGiven(Choice<T> const (&choices)[N], char const* option,
+                             std::optional<std::string> const& word) {
+    if (!word) return std::nullopt;
+    return pick<T>(choices, option, *word);
+}
+
+HostIdentity hostNamed(std::string const& word) {
+    std::vector<Choice<HostIdentity>> choices;
+    std::vector<std::string> words;
+    for (NamedHost const& host : kKnownHosts) {
+        if (lowered(host.name) == lowered(word)) return host.identity;
+        choices.push_back({host.name, host.identity});
+    }
+    return pick<HostIdentity>(choices, "--host", word);
+}
+
+ModuleRequest checkedModule(TypedOptions const& typed) {
+    ModuleRequest request;
+    request.module = typed.module ? std::filesystem::path(*typed.module) : defaultModule();
+    if (typed.host) request.host = hostNamed(*typed.host);
+    return request;
+}
+
+Setting checkedSetting(std::string const& text) {
+    auto const equals = text.find('=');
+    if (equals == std::string::npos) {
+        throw UserError(ExitCode::kUsage, {"--set", "no value in", text, "NAME=VALUE"});
+    }
+    std::string const name(trimmed(std::string_view(text).substr(0, equals)));
+    auto const index = parameterIndex(name);
+    if (!index) {
+        throw UserError(ExitCode::kUsage, {"--set", "unknown parameter", name,
+                                           "a name that `zelk params` lists, such as the near \"" +
+                                               std::string(nearestParameterName(name)) + "\""});
+    }
+    return {*index, std::string(kParameterNames[static_cast<std::size_t>(*index)]),
+            text.substr(equals + 1)};
+}
+
+std::string required(std::optional<std::string> const& value, char const* thing,
+                     char const* expected) {
+    if (value && !value->empty()) return *value;
+    throw UserError(ExitCode::kUsage, {thing, "not given,", value.value_or(""), expected});
+}
+
+RenderRequest checkedRender(TypedOptions const& typed) {
+    constexpr int kMostThreads = 1024;
+    RenderRequest request;
+    request.layer = required(typed.layer, "LAYER", "a picture file");
+    request.output = required(typed.output, "--output", "-o with the name of a picture file");
+    if (typed.from) request.from = parseCorners("--from", *typed.from);
+    if (typed.to) request.to = parseCorners("--to", *typed.to);
+    request.quality = pickIfGiven(kQualities, "--quality", typed.quality);
+    request.view = pickIfGiven(kViews, "--view", typed.view);
+    for (std::string const& text : typed.settings) {
+        request.settings.push_back(checkedSetting(text));
+    }
+    request.depth = pickIfGiven(kDepths, "--depth", typed.depth);
+    if (typed.downsample) {
+        request.downsample = wholeInRange("--downsample", *typed.downsample, 1, kLargestPx);
+    }
+    if (typed.threads) {
+        request.threads = wholeInRange("--threads", *typed.threads, 0, kMostThreads);
+    }
+    request.module = checkedModule(typed);
+    return request;
+}
+
+void addModuleOptions(CLI::App& command, TypedOptions& typed) {
+    command.add_option("--host", typed.host, "The host to be: FXTC, PrMr, KeyG or MOTN (FXTC)")
+        ->type_name("ID")
+        ->group("Host");
+    command.add_option("--module", typed.module, "The effect's module, instead of the built one")
+        ->type_name("PATH")
+        ->group("Host");
+}
+
+void addRenderOptions(CLI::App& command, TypedOptions& typed) {
+    auto const add = [&](char const* group, char const* name, std::optional<std::string>& value,
+                         char const* type, char const* help) {
+        command.add_option(name, value, help)->type_name(type)->group(group);
+    };
+    add("Files", "LAYER", typed.layer, "", "The picture to pin");
+    add("Files", "-o,--output", typed.output, "OUTPUT",
+        "The picture to write; its extension "
+        "chooses the format");
+    add("Pins", "--to", typed.to, "\"X,Y X,Y X,Y X,Y\"", "To Pins, where the picture goes");
+    add("Pins", "--from", typed.from, "\"X,Y X,Y X,Y X,Y\"", "From Pins, what is taken from it");
+    add("Pins", "--view", typed.view, "VIEW", "original, from, to or both (both)");
+    add("Rendering", "--quality", typed.quality, "QUALITY", "low, medium, high or super (high)");
+    command.add_option("--set", typed.settings, "Any parameter of `zelk params`, repeatable")
+        ->type_name("NAME=VALUE")
+        ->allow_extra_args(false)
+        ->group("Rendering");
+    add("Rendering", "--depth", typed.depth, "DEPTH", "8, 16 or float (the layer's own)");
+    add("Rendering", "--downsample", typed.downsample, "N",
+        "Render at 1/N of the size, as a host does for a preview (1)");
+    add("Rendering", "--threads", typed.threads, "N", "Threads; 0 for as many as there are (0)");
+    addModuleOptions(command, typed);
+}
+
+/// Usage lines that show what a command cannot do without.
+class Formatter : public CLI::Formatter {
+public:
+    std::string make_usage(CLI::App const* app, std::string) const override {
+        std::string const name = app->get_parent() ? " " + app->get_name() : std::string();
+        std::string const rest = name.empty()        ? " COMMAND ..."
+                                 : name == " render" ? " LAYER -o OUTPUT [OPTIONS]"
+                                                     : " [OPTIONS]";
+        return "Usage: zelk" + name + rest + "\n";
+    }
+};
+
+/// The program, its commands and their options, bound to a record.
+struct Grammar {
+    CLI::App app{"Zelk Corner Pin: pins the corners of a picture.", "zelk"};
+    CLI::App* render = nullptr;
+    CLI::App* params = nullptr;
+    TypedOptions typed;
+
+    Grammar() {
+        app.set_version_flag("--version", "zelk " ZELK_VERSION, "Print the version and exit");
+        render = app.add_subcommand("render", "Render one picture through the corner pin");
+        addRenderOptions(*render, typed);
+        render->footer(std::string(kRenderExamples) + kExitCodesHelp);
+        params = app.add_subcommand("params", "List the effect's parameters");
+        params->add_flag("--json", typed.json, "As a JSON array")
+            ->disable_flag_override()
+            ->group("Output");
+        addModuleOptions(*params, typed);
+        params->footer(std::string(kParamsExamples) + kExitCodesHelp);
+        app.footer(std::string("Examples:\n"
+                               "  zelk render in.png -o out.png --to \"60,40 540,10 30,390 "
+                               "580,350\"\n"
+                               "  zelk params --json\n"
+                               "\n") +
+                   kExitCodesHelp);
+        app.require_subcommand(0, 1);
+        auto const formatter = std::make_shared<Formatter>();
+        formatter->column_width(30);
+        for (CLI::App* command : {&app, render, params}) {
+            command->set_help_flag("-h,--help", "Print this help and exit");
+            command->allow_extras();
+            command->formatter(formatter);
+        }
+    }
+};
+
+/// "an option of `zelk render`, such as the near "--quality"".
+std::string nearestOption(CLI::App const& command, std::string const& word) {
+    std::vector<std::string> names;
+    for (CLI::Option const* option : command.get_options()) {
+        if (!option->get_lnames().empty()) names.push_back("--" + option->get_lnames()[0]);
+    }
+    std::vector<std::string_view> const views(names.begin(), names.end());
+    std::string const full =
+        command.get_parent() ? "zelk " + command.get_name() : command.get_name();
+    return "an option of `" + full + "`, such as the near \"" +
+           std::string(nearestOf(views.data(), views.size(), word)) + "\"";
+}
+
+/// Whatever no option took is an error; the first of it is named.
+void refuseExtras(Grammar const& grammar) {
+    for (CLI::App const* command : {&grammar.app, static_cast<CLI::App const*>(grammar.render),
+                                    static_cast<CLI::App const*>(grammar.params)}) {
+        auto const extras = command->remaining();
+        if (extras.empty()) continue;
+        bool const isOption = extras[0].size() > 1 && extras[0][0] == '-';
+        if (isOption) {
+            std::string const name = extras[0].substr(0, extras[0].find('='));
+            throw UserError(ExitCode::kUsage, {command->get_name(), "unknown option", name,
+                                               nearestOption(*command, name)});
+        }
+        if (command == &grammar.app) {
+            throw UserError(ExitCode::kUsage,
+                            {"COMMAND", "unknown command", extras[0], "render or params"});
+        }
+        throw UserError(ExitCode::kUsage, {command->get_name(), "argument too many:", extras[0],
+                                           "what `zelk " + command->get_name() + " --help` lists"});
+    }
+}
+
+/// CLI11 finds an option without its value or one given twice; its text starts with the option.
+UserError asUserError(CLI::ParseError const& error) {
+    std::string const text = error.what();
+    auto const colon = text.find(':');
+    std::string const thing = colon == std::string::npos ? "arguments" : text.substr(0, colon);
+    bool const isMissing = text.find("missing") != std::string::npos;
+    bool const isRepeated = text.find("At Most") != std::string::npos;
+    std::string const expected = "one value (see --help)";
+    if (isMissing) return {ExitCode::kUsage, {thing, "no value after", thing, expected}};
+    if (isRepeated) return {ExitCode::kUsage, {thing, "more than one", thing, expected}};
+    return {ExitCode::kUsage, {thing, "not understood:", text, expected}};
+}
+
+}  // namespace
+
+CommandLine parseCommandLine(int argc, char const* const* argv) {
+    Grammar grammar;
+    CommandLine line;
+    try {
+        grammar.app.parse(argc, argv);
+    } catch (CLI::CallForHelp const&) {
+        line.text = grammar.app.help() + "\n";
+        return line;
+    } catch (CLI::CallForVersion const&) {
+        line.text = grammar.app.version() + "\n";
+        return line;
+    } catch (CLI::ParseError const& error) {
+        throw asUserError(error);
+    }
+    refuseExtras(grammar);
+    if (grammar.render->parsed()) {
+        line.render = checkedRender(grammar.typed);
+    } else if (grammar.params->parsed()) {
+        line.params = ParamsRequest{checkedModule(grammar.typed), grammar.typed.json};
+    } else {
+        throw UserError(ExitCode::kUsage,
+                        {"COMMAND", "not given,", "", "render or params (see zelk --help)"});
+    }
+    return line;
+}
+
+std::filesystem::path defaultModule() {
+    std::error_code fault;
+    auto const executable = std::filesystem::canonical("/proc/self/exe", fault);
+    return executable.parent_path().parent_path() / "lib" / "ZelkCornerPin.so";
+}
+
+}  // namespace zelk

@@ -1,0 +1,70 @@
+// The command line: arguments into records of text, and records of text into checked requests.
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "apps/zelk/corners.h"
+#include "hostkit/host_identity.h"
+#include "hostkit/world.h"
+
+namespace zelk {
+
+/// Options as typed; nothing where the user left one out.
+struct TypedOptions {
+    std::optional<std::string> layer, output;
+    std::optional<std::string> to, from;
+    std::optional<std::string> quality, view;
+    std::optional<std::string> depth, downsample, threads;
+    std::optional<std::string> host, module;
+    std::vector<std::string> settings;
+    bool json = false;
+};
+
+/// Which module is asked, and as which host.
+struct ModuleRequest {
+    std::filesystem::path module;
+    HostIdentity host;
+};
+
+/// One --set.
+struct Setting {
+    int index = 0;  ///< of the parameter
+    std::string name;
+    std::string value;
+};
+
+/// A checked `zelk render`. Values of settings are checked against the module's own ranges later.
+struct RenderRequest {
+    ModuleRequest module;
+    std::filesystem::path layer, output;
+    std::optional<Corners> to, from;
+    std::optional<int> quality, view;  ///< entries of the popups, from 1
+    std::vector<Setting> settings;
+    std::optional<Depth> depth;
+    int downsample = 1;
+    int threads = 0;  ///< 0 for the runtime's own number
+};
+
+/// A checked `zelk params`.
+struct ParamsRequest {
+    ModuleRequest module;
+    bool json = false;
+};
+
+/// What the user asked for: exactly one of them.
+struct CommandLine {
+    std::optional<RenderRequest> render;
+    std::optional<ParamsRequest> params;
+    std::optional<std::string> text;  ///< help or version, for standard output
+};
+
+/// Throws a usage error for the first thing that is wrong.
+CommandLine parseCommandLine(int argc, char const* const* argv);
+
+/// The module that belongs to this executable: ../lib/ZelkCornerPin.so beside it.
+std::filesystem::path defaultModule();
+
+}  // namespace zelk

@@ -1,0 +1,19 @@
+// zelk: the corner pin on the command line.
+#include <cstdio>
+#include <exception>
+
+#include "apps/zelk/run.h"
+
+int main(int argc, char** argv) {
+    zelk::ExitCode code = zelk::ExitCode::kRenderFailed;
+    try {
+        zelk::run(zelk::parseCommandLine(argc, argv));
+        return static_cast<int>(zelk::ExitCode::kDone);
+    } catch (zelk::UserError const& error) {
+        code = error.code();
+        std::fprintf(stderr, "zelk: %s\n", error.what());
+    } catch (std::exception const& error) {
+        std::fprintf(stderr, "zelk: render: %s\n", zelk::oneLine(error.what()).c_str());
+    }
+    return static_cast<int>(code);
+}

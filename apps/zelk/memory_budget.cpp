@@ -1,0 +1,62 @@
+// Limits of memory, read from the system; see memory_budget.h.
+#include "apps/zelk/memory_budget.h"
+
+#include <sys/resource.h>
+
+#include <algorithm>
+#include <fstream>
+#include <limits>
+#include <string>
+
+namespace zelk {
+
+namespace {
+
+constexpr std::uint64_t kNoLimit = std::numeric_limits<std::uint64_t>::max();
+
+/// The number after `key` in a file of "key number" lines; with an empty key the first number.
+std::uint64_t numberIn(char const* file, std::string const& key) {
+    std::ifstream lines(file);
+    std::string word;
+    std::uint64_t value = 0;
+    if (key.empty()) return lines >> value ? value : kNoLimit;
+    while (lines >> word) {
+        if (word == key && lines >> value) return value;
+    }
+    return kNoLimit;
+}
+
+std::uint64_t lessUsed(std::uint64_t limit, std::uint64_t used) {
+    if (limit == kNoLimit || used == kNoLimit) return limit;
+    return limit > used ? limit - used : 0;
+}
+
+std::uint64_t addressSpaceLeft() {
+    rlimit limit{};
+    if (::getrlimit(RLIMIT_AS, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY) return kNoLimit;
+    std::uint64_t const usedKb = numberIn("/proc/self/status", "VmSize:");
+    return lessUsed(limit.rlim_cur, usedKb == kNoLimit ? 0 : usedKb * 1024);
+}
+
+std::uint64_t controlGroupLeft() {
+    return lessUsed(numberIn("/sys/fs/cgroup/memory.max", ""),
+                    numberIn("/sys/fs/cgroup/memory.current", ""));
+}
+
+}  // namespace
+
+std::uint64_t availableBytes() {
+    std::uint64_t const systemKb = numberIn("/proc/meminfo", "MemAvailable:");
+    std::uint64_t const system = systemKb == kNoLimit ? kNoLimit : systemKb * 1024;
+    return std::min({system, addressSpaceLeft(), controlGroupLeft()});
+}
+
+std::uint64_t renderBytes(int width, int height, Depth depth) {
+    constexpr std::uint64_t kRasters = 4;
+    constexpr std::uint64_t kRest = 100'000'000;
+    return static_cast<std::uint64_t>(width) * static_cast<std::uint64_t>(height) *
+               static_cast<std::uint64_t>(pixelBytes(depth)) * kRasters +
+           kRest;
+}
+
+}  // namespace zelk

@@ -1,0 +1,17 @@
+// What memory there is, so that a picture that cannot be rendered is refused before it is read.
+#pragma once
+
+#include <cstdint>
+
+#include "hostkit/world.h"
+
+namespace zelk {
+
+/// Bytes that this process may still take: the least of the system's available memory, the
+/// process's address space limit and its control group's limit.
+std::uint64_t availableBytes();
+
+/// Bytes that a render takes: the layer, the output, two more of the effect's own, and 100 MB.
+std::uint64_t renderBytes(int width, int height, Depth depth);
+
+}  // namespace zelk

@@ -1,0 +1,30 @@
+// Values of parameters in users' units, from text and to text: popups by entry or number, "on" and
+// "off", points "x,y" in layer pixels, colours "#rrggbb", angles in degrees, sliders as shown.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "apps/zelk/corners.h"
+#include "hostkit/parameters.h"
+
+namespace zelk {
+
+/// True for the line between a popup's entries.
+bool isSeparator(std::string_view entry);
+
+/// Sets `parameter.current`. `name` is the parameter's, for messages. Throws a usage error for a
+/// value that the kind or the valid range refuses.
+void setFromText(Parameter& parameter, std::string_view name, std::string_view text);
+
+/// "#rrggbb".
+std::string colorText(PF_Pixel color);
+
+/// The default as setFromText would take it; a point's is in percent of the layer ("100%,0%").
+/// Empty for a parameter without a value.
+std::string defaultText(Parameter const& parameter);
+
+/// 16.16 to a number.
+double fromFixed(PF_Fixed fixed);
+
+}  // namespace zelk

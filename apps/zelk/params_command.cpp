@@ -1,0 +1,174 @@
+// The parameter list as text and as JSON; see params_command.h.
+#include "apps/zelk/params_command.h"
+
+#include <fmt/format.h>
+
+#include <nlohmann/json.hpp>
+
+#include "apps/zelk/errors.h"
+#include "apps/zelk/parameter_names.h"
+#include "apps/zelk/parameter_values.h"
+
+namespace zelk {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+/// A flag's bit and its name in lists.
+struct FlagName {
+    A_long bit;
+    char const* name;
+};
+
+constexpr FlagName kFlags[] = {
+    {PF_ParamFlag_CANNOT_TIME_VARY, "cannot-time-vary"},
+    {PF_ParamFlag_COLLAPSE_TWIRLY, "collapsed"},
+    {PF_ParamFlag_SUPERVISE, "supervised"},
+};
+constexpr FlagName kUiFlags[] = {{PF_PUI_NO_ECW_UI, "hidden"}, {PF_PUI_DISABLED, "disabled"}};
+
+std::vector<std::string> flagNames(PF_ParamDef const& def) {
+    std::vector<std::string> names;
+    for (FlagName const& flag : kFlags) {
+        if (def.flags & flag.bit) names.emplace_back(flag.name);
+    }
+    for (FlagName const& flag : kUiFlags) {
+        if (def.ui_flags & flag.bit) names.emplace_back(flag.name);
+    }
+    return names;
+}
+
+/// A host's sentence without the file that this program's own sentence starts with.
+std::string reasonOf(HostError const& error, std::string const& file) {
+    std::string const text = error.what();
+    std::string const prefix = file + ": ";
+    return text.starts_with(prefix) ? text.substr(prefix.size()) : text;
+}
+
+std::string_view nameOf(Parameter const& parameter) {
+    return kParameterNames[static_cast<std::size_t>(parameter.index)];
+}
+
+bool hasRange(Parameter const& parameter) {
+    bool const isList = parameter.type() == PF_Param_POPUP || parameter.type() == PF_Param_CHECKBOX;
+    ValueRange const range = validRange(parameter);
+    return !isList && range.min != range.max;
+}
+
+Json rangeJson(ValueRange const& range) { return {{"min", range.min}, {"max", range.max}}; }
+
+Json defaultJson(Parameter const& parameter) {
+    auto const& def = parameter.registered;
+    switch (parameter.type()) {
+        case PF_Param_CHECKBOX:
+            return defaultNumberOf(def) != 0;
+        case PF_Param_POPUP:
+            return static_cast<int>(defaultNumberOf(def));
+        case PF_Param_COLOR:
+            return colorText(def.u.cd.dephault);
+        case PF_Param_POINT:
+            return {{"xPercent", fromFixed(def.u.td.x_dephault)},
+                    {"yPercent", fromFixed(def.u.td.y_dephault)}};
+        default:
+            return defaultNumberOf(def);
+    }
+}
+
+Json parameterJson(Parameter const& parameter) {
+    Json json = {{"index", parameter.index},
+                 {"name", nameOf(parameter)},
+                 {"displayName", parameter.displayName()},
+                 {"kind", kindName(parameter.type())}};
+    if (parameter.type() != PF_Param_LAYER) {
+        json["diskId"] = parameter.diskId();
+        json["flags"] = flagNames(parameter.registered);
+    }
+    if (parameter.hasValue()) json["default"] = defaultJson(parameter);
+    if (hasRange(parameter)) {
+        json["valid"] = rangeJson(validRange(parameter));
+        json["slider"] = rangeJson(sliderRange(parameter));
+    }
+    if (!parameter.choices.empty()) json["choices"] = parameter.choices;
+    return json;
+}
+
+std::string rangeText(Parameter const& parameter) {
+    if (!hasRange(parameter)) return {};
+    ValueRange const valid = validRange(parameter);
+    ValueRange const slider = sliderRange(parameter);
+    std::string text = fmt::format("{} to {}", valid.min, valid.max);
+    if (slider.min != valid.min || slider.max != valid.max) {
+        text += fmt::format(" (slider {} to {})", slider.min, slider.max);
+    }
+    return text;
+}
+
+std::string choicesText(Parameter const& parameter) {
+    std::string text;
+    for (std::size_t i = 0; i < parameter.choices.size(); ++i) {
+        if (isSeparator(parameter.choices[i])) continue;
+        text += fmt::format("{}{} {}", text.empty() ? "" : ", ", i + 1, parameter.choices[i]);
+    }
+    return text;
+}
+
+constexpr char const* kRowFormat = "{:>5}  {:<28}  {:<22}  {:<12}  {:>7}  {:<13}  {:<33}  {}\n";
+
+std::string parameterRow(Parameter const& parameter) {
+    std::string const choices = choicesText(parameter);
+    std::string const id =
+        parameter.type() == PF_Param_LAYER ? "" : std::to_string(parameter.diskId());
+    std::string row =
+        fmt::format(fmt::runtime(kRowFormat), parameter.index, nameOf(parameter),
+                    parameter.displayName(), kindName(parameter.type()), id, defaultText(parameter),
+                    rangeText(parameter), fmt::join(flagNames(parameter.registered), " "));
+    row.erase(row.find_last_not_of(" \n") + 1);
+    row += '\n';
+    if (!choices.empty()) row += fmt::format("{:7}choices: {}\n", "", choices);
+    return row;
+}
+
+}  // namespace
+
+std::unique_ptr<Host> loadModule(ModuleRequest const& request) {
+    std::string const file = request.module.string();
+    std::error_code fault;
+    if (!std::filesystem::is_regular_file(request.module, fault)) {
+        throw UserError(ExitCode::kInput,
+                        {file, "no such module", file, "the effect's module (see --module)"});
+    }
+    HostOptions options;
+    options.identity = request.host;
+    std::unique_ptr<Host> host;
+    try {
+        host = std::make_unique<Host>(request.module, options);
+    } catch (HostError const& error) {
+        bool const isRefusal = error.code() != PF_Err_NONE;
+        throw UserError(isRefusal ? ExitCode::kRenderFailed : ExitCode::kInput,
+                        {file, "cannot be loaded:", reasonOf(error, file), "the effect's module"});
+    }
+    if (host->parameters().size() != kParameterCount) {
+        throw UserError(ExitCode::kInput, {file, "wrong number of parameters,",
+                                           std::to_string(host->parameters().size()),
+                                           std::to_string(kParameterCount)});
+    }
+    return host;
+}
+
+std::string listParameters(ParamsRequest const& request) {
+    auto const host = loadModule(request.module);
+    if (request.json) {
+        Json list = Json::array();
+        for (Parameter const& parameter : host->parameters()) {
+            list.push_back(parameterJson(parameter));
+        }
+        return list.dump(2) + "\n";
+    }
+    std::string text = fmt::format(fmt::runtime(kRowFormat), "index", "name", "display name",
+                                   "kind", "disk id", "default", "range", "flags");
+    for (Parameter const& parameter : host->parameters()) text += parameterRow(parameter);
+    return text;
+}
+
+}  // namespace zelk

@@ -1,0 +1,104 @@
+// The quad test and the choice of quads by view; see quad_check.h.
+#include "apps/zelk/quad_check.h"
+
+#include <cmath>
+
+#include "apps/zelk/parameter_names.h"
+#include "apps/zelk/parameter_values.h"
+
+namespace zelk {
+
+namespace {
+
+double current(std::vector<Parameter> const& parameters, int index) {
+    return numberOf(parameters[static_cast<std::size_t>(index)].current);
+}
+
+/// A pin as the effect receives it at reduced resolution, pixels: a 16.16 number again.
+double reducedPx(PF_Fixed fixed, int downsample) {
+    return fromFixed(static_cast<PF_Fixed>(std::round(static_cast<double>(fixed) / downsample)));
+}
+
+/// The four points from `index` on, fractions of the frame.
+Corners pinsAt(std::vector<Parameter> const& parameters, int index, PinFrame const& frame) {
+    Corners pins;
+    for (Point& pin : pins) {
+        PF_PointDef const& point = parameters[static_cast<std::size_t>(index++)].current.u.td;
+        pin.x = reducedPx(point.x_value, frame.downsample) / frame.width;
+        pin.y = reducedPx(point.y_value, frame.downsample) / frame.height;
+    }
+    return pins;
+}
+
+/// An offset is in hundredths of the frame.
+Corners withOffsets(Corners pins, std::vector<Parameter> const& parameters, int index) {
+    for (Point& pin : pins) {
+        pin.x += current(parameters, index++) * 0.01;
+        pin.y += current(parameters, index++) * 0.01;
+    }
+    return pins;
+}
+
+/// The effect leaves out the first of two passes when From Pins and Reposition change nothing; the
+/// From offsets do not count.
+bool isFirstPassLeftOut(std::vector<Parameter> const& parameters, Corners const& fromPins) {
+    constexpr double kTolerance = 1e-05;
+    Corners const unit = {{{0, 0}, {1, 0}, {0, 1}, {1, 1}}};
+    auto const isNear = [](double a, double b) { return std::abs(a - b) < kTolerance; };
+    for (std::size_t i = 0; i < unit.size(); ++i) {
+        if (!isNear(fromPins[i].x, unit[i].x) || !isNear(fromPins[i].y, unit[i].y)) return false;
+    }
+    return isNear(current(parameters, kTranslateX), 0) &&
+           isNear(current(parameters, kTranslateY), 0) && isNear(current(parameters, kScaleX), 1) &&
+           isNear(current(parameters, kScaleY), 1) && isNear(current(parameters, kRotate), 0);
+}
+
+std::string complaint(char const* pins, QuadFault fault) {
+    if (fault == QuadFault::kNone) return {};
+    char const* why = fault == QuadFault::kCrossed ? " make a quad that turns both ways"
+                                                   : " lie on one line or in one point";
+    return std::string(pins) + why;
+}
+
+}  // namespace
+
+QuadFault checkQuad(Corners const& corners) {
+    Point const edge[4] = {corners[0], corners[2], corners[3], corners[1]};
+    bool turnsLeft = false, turnsRight = false;
+    for (int i = 0; i < 4; ++i) {
+        Point const& a = edge[i];
+        Point const& b = edge[(i + 1) % 4];
+        Point const& c = edge[(i + 2) % 4];
+        double const turn = (b.x - a.x) * (c.y - b.y) - (b.y - a.y) * (c.x - b.x);
+        turnsLeft = turnsLeft || turn < 0;
+        turnsRight = turnsRight || turn > 0;
+    }
+    if (turnsLeft && turnsRight) return QuadFault::kCrossed;
+    return turnsLeft || turnsRight ? QuadFault::kNone : QuadFault::kFlat;
+}
+
+std::string unusablePins(std::vector<Parameter> const& parameters, PinFrame const& frame) {
+    enum View { kOriginal = 1, kFrom = 2, kTo = 3, kBoth = 4 };
+    int const view = static_cast<int>(current(parameters, kViewMode));
+    bool const isTwoPass = view == kBoth && current(parameters, kCropToPins) != 0;
+    Corners const fromPins = pinsAt(parameters, kFromPins, frame);
+
+    bool usesFrom = view == kFrom || view == kBoth;
+    if ((view == kFrom || isTwoPass) && isFirstPassLeftOut(parameters, fromPins)) usesFrom = false;
+    bool const usesTo = view == kTo || view == kBoth;
+
+    std::string why;
+    if (usesFrom) {
+        why =
+            complaint("the From Pins", checkQuad(withOffsets(fromPins, parameters, kFromOffsets)));
+    }
+    if (usesTo) {
+        Corners const toPins = pinsAt(parameters, kToPins, frame);
+        std::string const to =
+            complaint("the To Pins", checkQuad(withOffsets(toPins, parameters, kToOffsets)));
+        why += (why.empty() || to.empty() ? "" : ", ") + to;
+    }
+    return why;
+}
+
+}  // namespace zelk

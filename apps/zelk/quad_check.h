@@ -1,0 +1,34 @@
+// Tells the user beforehand which pins the effect will not draw, and why.
+//
+// The effect walks the corners along the edge, upper left, lower left, lower right, upper right:
+//
+//   0 +---+ 3     turn at j = (x[j] - x[i]) (y[k] - y[j]) - (y[j] - y[i]) (x[k] - x[j])
+//     |   |
+//   1 +---+ 2     turns of both signs: crossed; no turn at all: flat; else it draws
+//
+// The pins are fractions of the frame, offsets added. Which quads count depends on the view: the
+// From quad where it is mapped away, the To quad where the picture is put into it.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "apps/zelk/corners.h"
+#include "hostkit/parameters.h"
+
+namespace zelk {
+
+enum class QuadFault { kNone, kCrossed, kFlat };
+
+QuadFault checkQuad(Corners const& corners);
+
+/// The frame that a render has, for turning pins into fractions.
+struct PinFrame {
+    int width = 0, height = 0;  ///< of the world, pixels
+    int downsample = 1;
+};
+
+/// Why nothing will be drawn with the parameters' current values; empty when something will be.
+std::string unusablePins(std::vector<Parameter> const& parameters, PinFrame const& frame);
+
+}  // namespace zelk

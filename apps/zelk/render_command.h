@@ -1,0 +1,20 @@
+// `zelk render`: layer file, host, effect, output file.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "apps/zelk/cli_options.h"
+#include "hostkit/parameters.h"
+
+namespace zelk {
+
+/// Sets pins, quality, view and settings on parameters that hold their defaults. To Pins that the
+/// request leaves open become the From Pins. Throws a usage error for a refused value.
+void applyRequest(RenderRequest const& request, std::vector<Parameter>& parameters);
+
+/// Renders and writes the output. The result is a warning without its prefix, or empty. Throws;
+/// the output's place is then as it was.
+std::string render(RenderRequest const& request);
+
+}  // namespace zelk

@@ -1,0 +1,32 @@
+// Dispatch of the commands; see run.h.
+#include "apps/zelk/run.h"
+
+#include <cstdio>
+
+#include "apps/zelk/params_command.h"
+#include "apps/zelk/render_command.h"
+
+namespace zelk {
+
+namespace {
+
+void print(std::string const& text) {
+    bool const isWritten = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
+    if (!isWritten || std::fflush(stdout) != 0) {
+        throw UserError(ExitCode::kOutput, {"standard output", "cannot be written:", "write failed",
+                                            "an open output"});
+    }
+}
+
+}  // namespace
+
+void run(CommandLine const& line) {
+    if (line.text) print(*line.text);
+    if (line.params) print(listParameters(*line.params));
+    if (line.render) {
+        std::string const warning = render(*line.render);
+        if (!warning.empty()) std::fprintf(stderr, "zelk: warning: %s\n", warning.c_str());
+    }
+}
+
+}  // namespace zelk

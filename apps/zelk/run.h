@@ -1,0 +1,12 @@
+// Runs what the command line asks for.
+#pragma once
+
+#include "apps/zelk/cli_options.h"
+#include "apps/zelk/errors.h"
+
+namespace zelk {
+
+/// Lists go to standard output, warnings to standard error. Throws for every failure.
+void run(CommandLine const& line);
+
+}  // namespace zelk

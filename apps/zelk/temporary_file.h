@@ -1,0 +1,29 @@
+// A file that takes its target's place only when it is complete.
+#pragma once
+
+#include <filesystem>
+
+namespace zelk {
+
+/// An empty, new file beside `target` with the same extension, so that a writer finds the format.
+/// It goes away with the object unless it was put in place.
+class TemporaryFile {
+public:
+    /// Throws an output error when the folder refuses it.
+    explicit TemporaryFile(std::filesystem::path const& target);
+    ~TemporaryFile();
+    TemporaryFile(TemporaryFile const&) = delete;
+    TemporaryFile& operator=(TemporaryFile const&) = delete;
+
+    std::filesystem::path const& path() const { return m_path; }
+
+    /// Flushes the file to its device and renames it to the target, whose permissions it takes
+    /// over. Throws an output error.
+    void putInPlace();
+
+private:
+    std::filesystem::path m_target;
+    std::filesystem::path m_path;
+};
+
+}  // namespace zelk

@@ -1,0 +1,43 @@
+// Rows of straight red, green, blue, alpha into a world and out of it, whatever its channel order.
+#pragma once
+
+#include "hostkit/world.h"
+
+namespace zelk {
+
+/// Where a world keeps a channel within its pixel.
+struct ChannelOrder {
+    int red, green, blue, alpha;
+};
+
+constexpr ChannelOrder channelOrder(WorldSpec const& spec) {
+    return spec.bgra ? ChannelOrder{2, 1, 0, 3} : ChannelOrder{1, 2, 3, 0};
+}
+
+/// `rgba` holds world.width() pixels; Channel is that of the world's depth.
+template <class Channel>
+void putRow(World& world, int y, Channel const* rgba) {
+    ChannelOrder const order = channelOrder(world.spec());
+    Channel* pixel = world.rowAs<Channel>(y);
+    for (int x = 0; x < world.width(); ++x, pixel += 4, rgba += 4) {
+        pixel[order.red] = rgba[0];
+        pixel[order.green] = rgba[1];
+        pixel[order.blue] = rgba[2];
+        pixel[order.alpha] = rgba[3];
+    }
+}
+
+/// The way back.
+template <class Channel>
+void getRow(World const& world, int y, Channel* rgba) {
+    ChannelOrder const order = channelOrder(world.spec());
+    Channel const* pixel = world.rowAs<Channel>(y);
+    for (int x = 0; x < world.width(); ++x, pixel += 4, rgba += 4) {
+        rgba[0] = pixel[order.red];
+        rgba[1] = pixel[order.green];
+        rgba[2] = pixel[order.blue];
+        rgba[3] = pixel[order.alpha];
+    }
+}
+
+}  // namespace zelk

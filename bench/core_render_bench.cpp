@@ -1,0 +1,144 @@
+// Speed of one core render: format x quality x threads at 1920 x 1080, through a tilted quad that
+// fills the frame, beside a memcpy of the same picture in the same run.
+//
+// Each case first checks its result: the threaded render has to give the bytes of the unthreaded
+// one. Figures: Mpixel/s of destination pixels, and `x_memcpy`, the time of the render over the
+// time of a memcpy of the frame's bytes, measured just before.
+#include <benchmark/benchmark.h>
+#include <omp.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "RenderLib/Transform/CommonRender_CoreTransformRender.h"
+#include "host/PluginHost_Memory_Impl.h"
+
+namespace {
+
+constexpr int kWidth = 1920, kHeight = 1080;
+
+struct Format {
+    char const* name;
+    QV_RasterFormat code;
+    int pixelBytes;
+};
+constexpr Format kFormats[] = {
+    {"8", kFormatARGB8, 4}, {"16", kFormatARGB15, 8}, {"float", kFormatARGB32, 16}};
+
+struct Quality {
+    char const* name;
+    int filter;
+};
+constexpr Quality kQualities[] = {{"nearest", 0}, {"bilinear", 1}, {"4x4", 9}};
+
+using Picture = std::vector<unsigned char>;
+
+PluginHost_API::RasterInfo describe(Picture& picture, Format const& format) {
+    PluginHost_API::RasterInfo info{};
+    info.data = picture.data();
+    info.format = format.code;
+    info.width = kWidth;
+    info.height = kHeight;
+    info.rowBytes = kWidth * format.pixelBytes;
+    info.pixelBytes = format.pixelBytes;
+    info.pixelAspect = info.rangeScale = 1.0f;
+    return info;
+}
+
+/// A picture without structure, every channel within the format's range.
+Picture makeNoise(Format const& format) {
+    Picture picture(static_cast<std::size_t>(kWidth) * kHeight * format.pixelBytes);
+    std::uint32_t state = 12345;
+    const auto next = [&state] { return (state = state * 1664525u + 1013904223u) >> 16; };
+    const std::size_t channels = picture.size() / (static_cast<std::size_t>(format.pixelBytes) / 4);
+    for (std::size_t i = 0; i < channels; ++i) {
+        const std::uint32_t v = next();
+        if (format.pixelBytes == 4) {
+            picture[i] = static_cast<unsigned char>(v);
+        } else if (format.pixelBytes == 8) {
+            const auto channel = static_cast<unsigned short>(v / 2);
+            std::memcpy(&picture[i * 2], &channel, sizeof channel);
+        } else {
+            const float channel = static_cast<float>(v) / 65535.0f;
+            std::memcpy(&picture[i * 4], &channel, sizeof channel);
+        }
+    }
+    return picture;
+}
+
+/// The corner pin that is timed: slightly tilted, past all four edges of the frame.
+CoreRenderArguments tiltedPins(int filter) {
+    CoreRenderArguments core;
+    core.quadMode = 3;
+    core.filter = filter;
+    core.toPins[0] = {-0.02, -0.03};
+    core.toPins[1] = {-0.05, 1.06};
+    core.toPins[2] = {1.04, -0.01};
+    core.toPins[3] = {1.02, 1.02};
+    return core;
+}
+
+void renderOnce(Picture& source, Picture& frame, Format const& format, int filter) {
+    const auto src = describe(source, format), dst = describe(frame, format);
+    PluginHost_Memory_Impl host(src, dst);
+    CoreRenderArguments core = tiltedPins(filter);
+    CommonRender_CoreTransformRender(&host, core, src, dst, true, false, nullptr, true, false);
+}
+
+/// Seconds of the fastest of five copies of the frame.
+double secondsOfMemcpy(Picture const& from, Picture& to) {
+    double best = 1e9;
+    for (int i = 0; i < 5; ++i) {
+        const auto start = std::chrono::steady_clock::now();
+        std::memcpy(to.data(), from.data(), from.size());
+        benchmark::ClobberMemory();
+        const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
+        best = std::min(best, taken.count());
+    }
+    return best;
+}
+
+void coreRender(benchmark::State& state, Format format, Quality quality, int threads) {
+    Picture source = makeNoise(format);
+    Picture alone(source.size()), frame(source.size());
+    omp_set_num_threads(1);
+    renderOnce(source, alone, format, quality.filter);
+    omp_set_num_threads(threads);
+    renderOnce(source, frame, format, quality.filter);
+    if (frame != alone) {
+        state.SkipWithError("threads change the picture");
+        return;
+    }
+
+    const double copySeconds = secondsOfMemcpy(source, frame);
+    const auto start = std::chrono::steady_clock::now();
+    for (auto _ : state) renderOnce(source, frame, format, quality.filter);
+    const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
+    const double pixels = static_cast<double>(kWidth) * kHeight;
+    state.counters["Mpixel/s"] =
+        benchmark::Counter(pixels * 1e-6, benchmark::Counter::kIsIterationInvariantRate);
+    state.counters["x_memcpy"] =
+        taken.count() / static_cast<double>(state.iterations()) / copySeconds;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    for (Format const& format : kFormats)
+        for (Quality const& quality : kQualities)
+            for (int threads : {1, 2})
+                benchmark::RegisterBenchmark(("coreRender/" + std::string(format.name) + "/" +
+                                              quality.name + "/threads:" + std::to_string(threads))
+                                                 .c_str(),
+                                             coreRender, format, quality, threads)
+                    ->UseRealTime()
+                    ->Unit(benchmark::kMillisecond);
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+    benchmark::AddCustomContext("compiler", "GCC " __VERSION__);
+    benchmark::AddCustomContext("line functions", "scalar");
+    benchmark::RunSpecifiedBenchmarks();
+}

@@ -1,0 +1,118 @@
+// CornerPinRender: the effect's render pipeline, one input frame into one output frame.
+//
+//   input --copy--> work --premultiply--> passes --> out --straight colour, opacity, transfer-->
+//
+// The passes resample premultiplied colour; a host that keeps straight colour (After Effects) has
+// it multiplied first and divided last, one that keeps premultiplied colour (the FXPLUG family) has
+// it straight only while opacity and transfer run, one without alpha (the AVX families) gets white
+// alpha on the way in and none on the way out. Nothing outlives the call but the output's pixels
+// and, in a grown frame, the host object's output size.
+#pragma once
+
+#include <cmath>
+
+#include "Transform/Common/PixelTraits.h"
+#include "Transform/Common/Transform_Core_Render/Premult.h"
+#include "effect/PipelineFrame.h"
+#include "effect/PixelPasses.h"
+#include "effect/TransferMenu.h"
+
+namespace corner_pin_detail {
+
+inline bool hostLacksAlpha(PluginHost_API* host) {
+    return host->getAVX2Host() || host->getAVX1Host();
+}
+
+template <class Trait>
+void premultiply(PipelineFrame& frame, PluginRaster_API* raster) {
+    Premult<Trait, typename Trait::Channel, typename Trait::Wide, typename Trait::Weight,
+            typename Trait::FORMAT>(Trait{}, frame.host, raster);
+}
+
+template <class Trait>
+void unPremultiply(PipelineFrame& frame, PluginRaster_API* raster) {
+    UnPremult<Trait, typename Trait::Channel, typename Trait::Wide, typename Trait::Weight,
+              typename Trait::FORMAT>(Trait{}, frame.host, raster);
+}
+
+/// The working copy as the passes want it: with alpha, premultiplied.
+template <class Trait>
+void enterPremultiplied(PipelineFrame& frame) {
+    constexpr auto kWhite = static_cast<typename Trait::Channel>(Trait::kWhite);
+    if (hostLacksAlpha(frame.host)) setAlpha<Trait>(frame.workInfo, kWhite);
+    if (frame.host->getAEHost()) premultiply<Trait>(frame, frame.rasters.work);
+}
+
+/// Straight colour for opacity and transfer.
+template <class Trait>
+void enterStraight(PipelineFrame& frame) {
+    if (!frame.host->getAEHost() && !frame.host->getFXPLUGHost()) return;
+    unPremultiply<Trait>(frame, frame.rasters.work);
+    unPremultiply<Trait>(frame, frame.rasters.out);
+}
+
+/// Lays the result over the source by the Transfer Mode. In float, Screen is Add.
+template <class Trait>
+PF_Err transfer(PipelineFrame& frame, double cornerOpacity, double sourceOpacity) {
+    constexpr PF_Err kNoTransferWithoutHost = 1;
+    A_long mode = transferModeOfEntry(frame.args.transferMode);
+    if (Trait::kIsFloat && mode == PF_Xfer_SCREEN) mode = PF_Xfer_ADD;
+    if (!frame.host->getAEHost()) return kNoTransferWithoutHost;
+    return frame.host->blend(mode, cornerOpacity, sourceOpacity, frame.rasters.work,
+                             frame.rasters.out);
+}
+
+/// Nothing after a failed pass. Without a transfer mode only the result's own opacity counts.
+template <class Trait>
+void composite(PipelineFrame& frame) {
+    constexpr double kFullOpacityTolerance = 1e-05;
+    const double cornerOpacity = frame.args.cornerPinOpacity * 0.01;
+    const double sourceOpacity = frame.args.sourceOpacity * 0.01;
+    if (frame.result) return;
+    if (frame.args.transferMode != kTransferNone) {
+        frame.result = transfer<Trait>(frame, cornerOpacity, sourceOpacity);
+    } else if (std::fabs(cornerOpacity - 1) > kFullOpacityTolerance) {
+        multiplyAlpha<Trait>(frame.outInfo, cornerOpacity);
+    }
+}
+
+/// The colour that the host keeps. After Effects takes straight colour back.
+template <class Trait>
+void leaveStraight(PipelineFrame& frame) {
+    if (hostLacksAlpha(frame.host)) {
+        premultiply<Trait>(frame, frame.rasters.out);
+        setAlpha<Trait>(frame.workInfo, 0);
+        setAlpha<Trait>(frame.outInfo, 0);
+    }
+    if (frame.host->getFXPLUGHost()) {
+        premultiply<Trait>(frame, frame.rasters.work);
+        premultiply<Trait>(frame, frame.rasters.out);
+    }
+}
+
+}  // namespace corner_pin_detail
+
+/// Renders the host object's input layer into its output, both of the trait's format, as its
+/// controls ask. The result is 0; or the host's code for a control, an image or a transfer that it
+/// refused; or 1 for an image refused without a code. Where a control or an image was refused the
+/// output is cleared. A direct pass (Both Pins without Crop To Pins) passes its code on; the two
+/// passes of the other views don't.
+/// A Transfer Mode other than "None" needs the host's own compositing: on a host without an After
+/// Effects side the result is 1 and the output is the transform alone at full opacity.
+template <class Trait, class Channel, class Wide, class Weight, class Format>
+PF_Err CornerPinRender(PluginHost_API* host) {
+    PipelineFrame frame(host);
+    if (const PF_Err code = readFrame(frame)) return code;
+    if (frame.passes == PassPlan::kNone) {
+        host->copyInputToOutput();
+        return 0;
+    }
+    if (const PF_Err code = takeWorkingCopy(frame)) return code;
+    corner_pin_detail::enterPremultiplied<Trait>(frame);
+    if (const PF_Err code = prepareSamples(frame)) return code;
+    for (int i = 0; i < frame.plan.samples; ++i) renderSample(frame);
+    corner_pin_detail::enterStraight<Trait>(frame);
+    corner_pin_detail::composite<Trait>(frame);
+    corner_pin_detail::leaveStraight<Trait>(frame);
+    return frame.result;
+}

@@ -1,0 +1,100 @@
+// The switchboard: from a command's number to the part that does the work.
+//
+// A host object lives inside the handler of one command. Nothing of the effect's own survives from
+// one command to the next.
+#include "effect/EntryPoint.h"
+
+#include <new>
+
+#include "Transform/Common/Transform_Core_Render/ompc.h"
+#include "effect/Render.h"
+#include "host/PluginHost_AE_Impl.h"
+#include "params/ParamsSetup.h"
+#include "platform/effect_api/effect_events.h"
+#include "platform/services/Handles.h"
+
+namespace {
+
+constexpr A_u_long kVersion = effectVersion(1, 0, 0, PF_Stage_RELEASE, 0);
+constexpr A_u_long kOutFlags = PF_OutFlag_KEEP_RESOURCE_OPEN | PF_OutFlag_CUSTOM_UI |
+                               PF_OutFlag_I_USE_SHUTTER_ANGLE | PF_OutFlag_DEEP_COLOR_AWARE |
+                               PF_OutFlag_SEND_UPDATE_PARAMS_UI;
+constexpr A_u_long kOutFlags2 = PF_OutFlag2_PARAM_GROUP_START_COLLAPSED_FLAG |
+                                PF_OutFlag2_SUPPORTS_SMART_RENDER | PF_OutFlag2_FLOAT_COLOR_AWARE;
+constexpr std::uint64_t kGlobalBlockBytes = 4;
+
+/// What the host handed over with one command.
+struct Call {
+    PF_InData* in_data;
+    PF_OutData* out_data;
+    PF_ParamDef** params;
+    PF_LayerDef* output;
+};
+
+PF_Err about(Call const& call) {
+    PluginHost_AE_Impl host(call.in_data, call.out_data, call.params, call.output);
+    call.in_data->utils->ansi.strcpy(call.out_data->return_msg,
+                                     "Quorvane Zelk High Quality Corner Pin Transform");
+    return PF_Err_NONE;
+}
+
+PF_Err globalSetup(Call const& call) {
+    PF_UtilCallbacks const& utils = *call.in_data->utils;
+    call.out_data->out_flags |= kOutFlags;
+    call.out_data->my_version = kVersion;
+    PF_Handle block = utils.host_new_handle ? utils.host_new_handle(kGlobalBlockBytes)
+                                            : NewHandle(kGlobalBlockBytes);
+    call.out_data->global_data = block;
+    call.out_data->out_flags2 = kOutFlags2;
+    if (!block) return PF_Err_NONE;  // nothing is kept in the block, so nothing is lost
+    if (utils.host_unlock_handle)
+        utils.host_unlock_handle(block);
+    else
+        HUnlock(block);
+    return PF_Err_NONE;
+}
+
+PF_Err paramsSetup(Call const& call) {
+    PluginHost_AE_Impl host(call.in_data, call.out_data, call.params, call.output);
+    if (const PF_Err err = ParamsSetup(&host)) return err;
+    if (host.isApplication(kAppPremierePro)) return PF_Err_NONE;
+    PF_CustomUIInfo customUi{};
+    customUi.events = PF_CustomEFlag_COMP | PF_CustomEFlag_LAYER;
+    return call.in_data->inter.register_ui(call.in_data->effect_ref, &customUi);
+}
+
+PF_Err render(Call const& call) {
+    PluginHost_AE_Impl host(call.in_data, call.out_data, call.params, call.output);
+    return Render(&host);
+}
+
+PF_Err dispatch(PF_Cmd cmd, Call const& call) {
+    switch (cmd) {
+        case PF_Cmd_ABOUT:
+            return about(call);
+        case PF_Cmd_GLOBAL_SETUP:
+            return globalSetup(call);
+        case PF_Cmd_PARAMS_SETUP:
+            return paramsSetup(call);
+        case PF_Cmd_RENDER:
+            return render(call);
+        default:
+            return PF_Err_NONE;
+    }
+}
+
+}  // namespace
+
+PF_Err EntryPointFunc(PF_Cmd cmd, PF_InData* in_data, PF_OutData* out_data, PF_ParamDef** params,
+                      PF_LayerDef* output, void*) {
+    const OmpcThreadScope threads;
+    try {
+        return dispatch(cmd, {in_data, out_data, params, output});
+    } catch (int err) {
+        return err;
+    } catch (std::bad_alloc const&) {
+        return PF_Err_OUT_OF_MEMORY;
+    } catch (...) {
+        return PF_Err_INTERNAL_STRUCT_DAMAGED;
+    }
+}

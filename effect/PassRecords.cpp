@@ -1,0 +1,70 @@
+// Filling of CoreRenderArguments and RenderSettings.
+#include "effect/PassRecords.h"
+
+#include <algorithm>
+#include <array>
+
+namespace {
+
+/// 0 when alpha comes first in a pixel, else 3.
+std::int32_t alphaOffsetOf(QV_RasterFormat format) {
+    switch (format) {
+        case kFormatARGB8:
+        case kFormatARGB15:
+        case kFormatARGB14:
+        case kFormatARGB16:
+        case kFormatARGB32:
+        case kFormat19:
+        case kFormat20:
+            return 0;
+        default:
+            return 3;
+    }
+}
+
+/// A pin at 1 is the last pixel of the source rectangle, not the one beyond it.
+void quadInPixels(QV_UnitPoint const (&pins)[4], RenderSettings const& s,
+                  QV_UnitPoint (&polygon)[4]) {
+    constexpr int kPinOfVertex[4] = {0, 1, 3, 2};
+    const int lastX = s.srcRight - s.srcLeft, lastY = s.srcBottom - s.srcTop;
+    for (int i = 0; i < 4; ++i) {
+        const QV_UnitPoint& pin = pins[kPinOfVertex[i]];
+        polygon[i] = {pin.x * lastX + s.srcLeft, pin.y * lastY + s.srcTop};
+    }
+}
+
+}  // namespace
+
+CoreRenderArguments coreArguments(int quality) {
+    constexpr int kNearest = 0, kBilinear = 1, kKernel = 9;
+    CoreRenderArguments core;
+    core.filter = quality == 0 ? kNearest : quality == 1 ? kBilinear : kKernel;
+    return core;
+}
+
+RenderSettings wholeImageSettings(int width, int height) {
+    RenderSettings settings;
+    settings.dstRight = settings.srcRight = width - 1;
+    settings.dstBottom = settings.srcBottom = height - 1;
+    settings.srcMaxX = settings.srcMaxY = -1;
+    return settings;
+}
+
+void setSample(RenderSettings& settings, CoreRenderArguments const& core, SamplePose const& pose,
+               QV_RasterFormat format) {
+    settings.renderMode = core.renderMode;
+    settings.reposition = true;
+    settings.repositionTranslateX = pose.translateX;
+    settings.repositionTranslateY = pose.translateY;
+    settings.repositionScaleX = pose.scaleX;
+    settings.repositionScaleY = pose.scaleY;
+    settings.repositionRotate = pose.rotate;
+    settings.alphaOffset = alphaOffsetOf(format);
+    quadInPixels(pose.to, settings, settings.sourceQuad);
+    quadInPixels(pose.from, settings, settings.targetQuad);
+}
+
+void setSample(CoreRenderArguments& core, SamplePose const& pose) {
+    std::copy_n(pose.to, 4, core.toPins);
+    std::copy_n(pose.from, 4, core.fromPins);
+}

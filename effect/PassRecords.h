@@ -1,0 +1,31 @@
+// The two records that a pass of the transform engine reads, filled from the pipeline's values.
+//
+// Spaces: pins as fractions of the frame (pin order), quads in pixels of the image (polygon order:
+// upper left, lower left, lower right, upper right), rectangles inclusive.
+#pragma once
+
+#include "Transform/Common/RenderRecords.h"
+#include "effect/SamplePose.h"
+#include "host/PluginHost_API.h"
+
+/// What quadMode may say.
+enum QuadMode : std::int32_t {
+    kQuadUnitToTo = 2,    ///< unit square to To quad
+    kQuadFromToTo = 3,    ///< From quad to To quad
+    kQuadFromToUnit = 4,  ///< From quad to unit square
+};
+
+/// The engine's arguments that hold for every sample: the filter by Quality (0 Low, 1 Medium,
+/// 2 High, 3 Super Sample), all else at rest.
+CoreRenderArguments coreArguments(int quality);
+
+/// A record for an image of this size, read and written as a whole.
+RenderSettings wholeImageSettings(int width, int height);
+
+/// Writes a sample's Reposition, its quads in pixels of the source rectangle, and the alpha
+/// channel's place. The rectangles are read, not changed.
+void setSample(RenderSettings& settings, CoreRenderArguments const& core, SamplePose const& pose,
+               QV_RasterFormat format);
+
+/// Writes a sample's pins.
+void setSample(CoreRenderArguments& core, SamplePose const& pose);

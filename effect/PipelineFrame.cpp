@@ -1,0 +1,132 @@
+// The stages of a pipeline call that no pixel format enters.
+#include "effect/PipelineFrame.h"
+
+#include <memory>
+#include <utility>
+
+#include "RenderLib/Transform/CommonRender_CoreTransformRender.h"
+#include "effect/PassRecords.h"
+
+namespace {
+
+enum ViewMode : std::int32_t { kViewOriginal = 0, kViewFromPins = 1, kViewToPins = 2 };
+
+PassPlan passPlan(RenderArguments const& args) {
+    switch (args.viewMode) {
+        case kViewOriginal:
+            return PassPlan::kNone;
+        case kViewFromPins:
+            return PassPlan::kFromToFrame;
+        case kViewToPins:
+            return PassPlan::kFrameToTo;
+        default:
+            return args.cropToPins ? PassPlan::kFromToFrameToTo : PassPlan::kDirect;
+    }
+}
+
+PF_Err fail(PipelineFrame& frame, PF_Err code) {
+    frame.host->fillOutput();
+    return code;
+}
+
+/// The margin is the concern of one render only: it leaves the record here.
+void takeMargin(PipelineFrame& frame) {
+    frame.hostSettings = static_cast<RenderSettings*>(frame.host->getUserData());
+    if (!frame.hostSettings || !frame.host->getAEHost()) return;
+    frame.marginX = std::exchange(frame.hostSettings->frameShiftX, 0);
+    frame.marginY = std::exchange(frame.hostSettings->frameShiftY, 0);
+}
+
+/// From here on the pins count over the whole image, and the host is told so.
+void enterGrownFrame(PipelineFrame& frame, SamplePose& pose) {
+    if (frame.marginX <= 0 && frame.marginY <= 0) return;
+    const int width = frame.workInfo.width, height = frame.workInfo.height;
+    remapToGrownFrame(pose, {frame.host->getOutputWidth(), frame.host->getOutputHeight(),
+                             frame.marginX, frame.marginY, width, height});
+    frame.host->setOutputSize(width, height);
+}
+
+int renderPass(PipelineFrame& frame, CoreRenderArguments& core, QuadMode quadMode,
+               PluginHost_API::RasterInfo const& from, PluginHost_API::RasterInfo const& to,
+               RenderSettings* settings) {
+    constexpr bool kClearOutput = true, kSingleChannel = false, kEdgeCoverage = true,
+                   kFillMode = false;
+    core.quadMode = quadMode;
+    return CommonRender_CoreTransformRender(frame.host, core, from, to, kClearOutput,
+                                            kSingleChannel, settings, kEdgeCoverage, kFillMode);
+}
+
+/// Both passes start from the same values: a pass may rewrite its records.
+void renderTwoPasses(PipelineFrame& frame, CoreRenderArguments& core, RenderSettings* settings,
+                     bool fromAtRest) {
+    PluginHost_API* host = frame.host;
+    PluginHost_API::RasterInfo interim{};
+    host->getRasterInfo(frame.rasters.interim, &interim);
+    CoreRenderArguments secondCore = core;
+    RenderSettings secondSettings = *settings;
+
+    if (frame.passes == PassPlan::kFrameToTo || fromAtRest)
+        host->copy(frame.rasters.work, frame.rasters.interim);
+    else
+        renderPass(frame, core, kQuadFromToUnit, frame.workInfo, interim, settings);
+
+    if (frame.passes == PassPlan::kFromToFrame)
+        host->copy(frame.rasters.interim, frame.rasters.out);
+    else
+        renderPass(frame, secondCore, kQuadUnitToTo, interim, frame.outInfo, &secondSettings);
+}
+
+}  // namespace
+
+PF_Err readFrame(PipelineFrame& frame) {
+    takeMargin(frame);
+    if (!ParamsRetrieveValues(frame.host, &frame.args)) {
+        if (const PF_Err code = ParamsRetrieveValuesFromHost(frame.host, &frame.args))
+            return fail(frame, code);
+    }
+    frame.passes = passPlan(frame.args);
+    return 0;
+}
+
+PF_Err takeWorkingCopy(PipelineFrame& frame) {
+    constexpr PF_Err kNoInput = 1;
+    PluginHost_API* host = frame.host;
+    const std::unique_ptr<PluginRaster_API> input(host->getInputRaster(0));
+    if (!input) return fail(frame, kNoInput);
+    if (const PF_Err code = frame.rasters.allocate(frame.rasters.work, input.get()))
+        return fail(frame, code);
+    host->copy(input.get(), frame.rasters.work);
+    frame.rasters.out = host->getOutputRaster();
+    host->getRasterInfo(frame.rasters.work, &frame.workInfo);
+    host->getRasterInfo(frame.rasters.out, &frame.outInfo);
+    return 0;
+}
+
+PF_Err prepareSamples(PipelineFrame& frame) {
+    frame.plan = planSamples(frame.host);
+    if (const PF_Err code = frame.rasters.allocate(frame.rasters.interim, frame.rasters.work))
+        return fail(frame, code);
+    frame.core = coreArguments(frame.args.quality);
+    return 0;
+}
+
+void renderSample(PipelineFrame& frame) {
+    SamplePose pose = samplePose(frame.args);
+    const bool fromAtRest = fromIsIdentity(pose);
+    addOffsets(pose);
+    enterGrownFrame(frame, pose);
+
+    RenderSettings ownSettings;
+    if (!frame.hostSettings)
+        ownSettings = wholeImageSettings(frame.workInfo.width, frame.workInfo.height);
+    RenderSettings* settings = frame.hostSettings ? frame.hostSettings : &ownSettings;
+    setSample(*settings, frame.core, pose, frame.workInfo.format);
+    setSample(frame.core, pose);
+
+    if (frame.passes != PassPlan::kDirect) {
+        renderTwoPasses(frame, frame.core, settings, fromAtRest);
+    } else if (const int code = renderPass(frame, frame.core, kQuadFromToTo, frame.workInfo,
+                                           frame.outInfo, settings)) {
+        frame.result = code;
+    }
+}

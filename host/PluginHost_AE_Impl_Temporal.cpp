@@ -1,0 +1,228 @@
+// Whole images beyond the plain wrappers: laying one over another with a host transfer mode,
+// private copies of a layer at another time, interleaving fields.
+//
+// Times are the host's integer units. Every image that is taken from the host here goes back on
+// every path, in the reverse order.
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <memory>
+
+#include "host/PluginHost_AE_Impl.h"
+#include "host/PluginRaster_AE_Impl.h"
+
+using RasterInfo = PluginHost_API::RasterInfo;
+
+namespace {
+
+unsigned char* rowOf(RasterInfo const& info, int y) {
+    return static_cast<unsigned char*>(info.data) + static_cast<std::ptrdiff_t>(y) * info.rowBytes;
+}
+
+/// Positions of red, green, blue, alpha within a pixel.
+using ChannelOrder = std::array<int, 4>;
+
+ChannelOrder channelOrderOf(QV_RasterFormat format) {
+    switch (format) {
+        case kFormatRGBA8:
+        case kFormatRGBA16:
+        case kFormatRGBA32:
+            return {0, 1, 2, 3};
+        case kFormatARGB8:
+        case kFormatARGB15:
+        case kFormatARGB14:
+        case kFormatARGB16:
+        case kFormatARGB32:
+        case kFormat19:
+        case kFormat20:
+            return {1, 2, 3, 0};
+        default:
+            return {2, 1, 0, 3};
+    }
+}
+
+/// Moves every channel of `image`'s pixels from its place in `from` to its place in `to`.
+void reorderChannels(RasterInfo const& image, ChannelOrder const& from, ChannelOrder const& to) {
+    const int channelBytes = image.pixelBytes / 4;
+    std::array<unsigned char, 16> old;
+    for (int y = 0; y < image.height; ++y) {
+        unsigned char* pixel = rowOf(image, y);
+        for (int x = 0; x < image.width; ++x, pixel += image.pixelBytes) {
+            std::memcpy(old.data(), pixel, static_cast<std::size_t>(image.pixelBytes));
+            for (std::size_t c = 0; c < 4; ++c)
+                std::memcpy(pixel + to[c] * channelBytes, old.data() + from[c] * channelBytes,
+                            static_cast<std::size_t>(channelBytes));
+        }
+    }
+}
+
+/// Applies `fade` to the alpha of every pixel.
+template <class Channel, class Fade>
+void fadeAlpha(RasterInfo const& image, Fade const& fade) {
+    const int alpha = channelOrderOf(image.format)[3];
+    for (int y = 0; y < image.height; ++y) {
+        auto* channel = reinterpret_cast<Channel*>(rowOf(image, y)) + alpha;
+        for (int x = 0; x < image.width; ++x, channel += 4) *channel = fade(*channel);
+    }
+}
+
+/// `scale` counts 256ths, `opacity` is the fraction that float pixels take.
+void fadeImage(RasterInfo const& image, int scale, double opacity) {
+    if (image.format == kFormatARGB32)
+        fadeAlpha<float>(image, [=](float a) { return static_cast<float>(a * opacity); });
+    else if (image.format == kFormatARGB15)
+        fadeAlpha<A_u_short>(image,
+                             [=](A_u_short a) { return static_cast<A_u_short>((a * scale) >> 8); });
+    else
+        fadeAlpha<A_u_char>(image,
+                            [=](A_u_char a) { return static_cast<A_u_char>((a * scale) >> 8); });
+}
+
+PF_CompositeMode compositeMode(int mode, double opacity, bool isDeep) {
+    PF_CompositeMode result{};
+    result.xfer = static_cast<PF_Xfer_Mode>(mode);
+    result.opacity = static_cast<A_u_char>(static_cast<int>(255.0 * opacity));
+    if (isDeep) result.opacitySu = static_cast<A_u_short>(((result.opacity << 15) + 128) / 255);
+    return result;
+}
+
+}  // namespace
+
+int PluginHost_AE_Impl::copy(RasterInfo const* from, RasterInfo* to) {
+    const auto rowLength =
+        static_cast<std::size_t>(std::min(from->width, to->width)) * to->pixelBytes;
+    const int rows = std::min(from->height, to->height);
+    for (int y = 0; y < rows; ++y) std::memcpy(rowOf(*to, y), rowOf(*from, y), rowLength);
+    return 0;
+}
+
+int PluginHost_AE_Impl::blend(int mode, double opacity, double fromOpacity, PluginRaster_API* from,
+                              PluginRaster_API* to) {
+    PF_EffectWorld* fromWorld = from->getAERaster()->world;
+    PF_EffectWorld* toWorld = to->getAERaster()->world;
+    const bool isDeep = (fromWorld->world_flags & PF_WorldFlag_DEEP) != 0;
+    const PF_CompositeMode composite = compositeMode(mode, opacity, isDeep);
+    const int scale = static_cast<int>(255.0 * fromOpacity);
+
+    int err = PF_Err_NONE;
+    PluginRaster_API* foreground =
+        allocRaster(to->getWidth(), to->getHeight(), to->getPixelType(), err, 0);
+    if (!foreground) return err ? err : 1;
+    PF_EffectWorld foregroundWorld = *foreground->getAERaster()->world;
+
+    PF_ProgPtr effect = in_data->effect_ref;
+    err = in_data->utils->copy(effect, toWorld, &foregroundWorld, nullptr, nullptr);
+    if (!err) err = in_data->utils->copy(effect, fromWorld, toWorld, nullptr, nullptr);
+    if (!err && scale < 255) {
+        RasterInfo info{};
+        getRasterInfo(to, &info);
+        fadeImage(info, scale, fromOpacity);
+    }
+    if (!err && !in_data->utils->transfer_rect) err = PF_Err_INVALID_CALLBACK;
+    if (!err) {
+        const PF_Rect whole = {0, 0, static_cast<A_short>(toWorld->height),
+                               static_cast<A_short>(toWorld->width)};
+        err = in_data->utils->transfer_rect(effect, in_data->quality, 1, in_data->field, &whole,
+                                            &foregroundWorld, &composite, nullptr, 0, 0, toWorld);
+    }
+    deallocRaster(foreground);
+    delete foreground;
+    return err;
+}
+
+PluginRaster_API* PluginHost_AE_Impl::lockTemporalRaster(double frame, bool, bool swapFields) {
+    if (in_data->field == PF_Field_FRAME) {
+        const double now = getCurrentTime();
+        const double step = getLocalTimeStep();
+        // A layer without a frame length has one frame, the present one.
+        const double time = step != 0.0 ? now + step * (frame - now / step) : now;
+        return lockTemporalRasterImpl(static_cast<int>(time));
+    }
+    const int firstTime = static_cast<int>(frame) * in_data->time_step * 2;
+    PluginRaster_API* first = lockTemporalRasterImpl(firstTime);
+    PluginRaster_API* second = lockTemporalRasterImpl(firstTime + in_data->time_step);
+    if (!first || !second) {
+        unlockTemporalRaster(second);
+        unlockTemporalRaster(first);
+        return nullptr;
+    }
+    if (swapFields)
+        mergeFrames(this, first, second, first);
+    else
+        mergeFrames(this, second, first, first);
+    unlockTemporalRaster(second);
+    return first;
+}
+
+int PluginHost_AE_Impl::unlockTemporalRaster(PluginRaster_API* raster) {
+    deallocRaster(raster);
+    delete raster;
+    return 0;
+}
+
+PluginRaster_API* PluginHost_AE_Impl::lockTemporalRasterImpl(int time) {
+    return copyLayerAt(0, time, false);
+}
+
+PluginRaster_API* PluginHost_AE_Impl::checkoutLayer(int index, int time) {
+    return checkoutLayer(index, static_cast<double>(in_data->current_time), time);
+}
+
+PluginRaster_API* PluginHost_AE_Impl::checkoutLayer(int index, double time, int) {
+    return copyLayerAt(index, static_cast<int>(time), true);
+}
+
+int PluginHost_AE_Impl::checkinLayer(PluginRaster_API* raster) {
+    return unlockTemporalRaster(raster);
+}
+
+/// A copy, in the host's own layout for a new image, of a layer parameter at a time that is first
+/// limited to the layer's length; null when the host refuses, or when the layer has no pixels and
+/// `refuseEmpty` is set.
+PluginRaster_API* PluginHost_AE_Impl::copyLayerAt(int index, int time, bool refuseEmpty) {
+    PF_ParamDef def{};
+    const PF_Err err = in_data->inter.checkout_param(
+        in_data->effect_ref, index, std::max(0, std::min(time, in_data->total_time)),
+        in_data->time_step, in_data->time_scale, &def);
+    PluginRaster_API* result = nullptr;
+    const bool isEmpty = def.u.ld.width == 0 || def.u.ld.height == 0;
+    if (!err && !(refuseEmpty && isEmpty)) {
+        PluginRaster_AE_Impl layer(&def.u.ld, this);
+        int allocError = PF_Err_NONE;
+        result =
+            allocRaster(layer.getWidth(), layer.getHeight(), layer.getPixelType(), allocError, 0);
+        if (result) {
+            result->getAERaster()->checkedOutIndex = index;
+            RasterInfo from{}, to{};
+            getRasterInfo(&layer, &from);
+            getRasterInfo(result, &to);
+            copy(&from, &to);
+            if (from.format != to.format)
+                reorderChannels(to, channelOrderOf(from.format), channelOrderOf(to.format));
+        }
+    }
+    in_data->inter.checkin_param(in_data->effect_ref, &def);
+    return result;
+}
+
+int mergeFrames(PluginHost_API* host, PluginRaster_API* odd, PluginRaster_API* even,
+                PluginRaster_API* destination) {
+    RasterInfo oddInfo{}, evenInfo{}, info{};
+    host->getRasterInfo(odd, &oddInfo);
+    host->getRasterInfo(even, &evenInfo);
+    host->getRasterInfo(destination, &info);
+    const int rows = std::min({oddInfo.height, evenInfo.height, info.height});
+    const auto rowLength =
+        static_cast<std::size_t>(std::min({oddInfo.width, evenInfo.width, info.width})) *
+        info.pixelBytes;
+    for (int y = 0; y < rows; ++y)
+        std::memmove(rowOf(info, y), rowOf(y % 2 ? oddInfo : evenInfo, y), rowLength);
+    return 1;
+}
+
+int bgra_to_argb(PluginHost_AE_Impl* host, PluginRaster_API* raster) {
+    RasterInfo info{};
+    host->getRasterInfo(raster, &info);
+    reorderChannels(info, {0, 1, 2, 3}, {3, 2, 1, 0});
+    return 0;
+}

@@ -1,0 +1,124 @@
+// Host: a motion graphics host for one effect module.
+//
+// It loads the module by path, runs the set-up commands, keeps the parameters as the effect
+// registered them, owns images, answers every callback and suite, and runs the effect's commands.
+// It reaches the effect only through the module's one exported function.
+//
+// Threads: one Host is used by one thread at a time; while a command runs, callbacks without an
+// effect reference find their host through a thread-local pointer.
+// Errors: set-up failures throw HostError; commands answer a CommandResult.
+#pragma once
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "hostkit/call_monitor.h"
+#include "hostkit/error.h"
+#include "hostkit/host_identity.h"
+#include "hostkit/parameters.h"
+#include "hostkit/time_base.h"
+#include "hostkit/world.h"
+#include "platform/effect_api/effect_api.h"
+
+namespace zelk {
+
+/// What the host offers and claims to be.
+struct HostOptions {
+    HostIdentity identity;
+    /// host_new_handle, host_lock_handle and host_dispose_handle are in the utils table. Without
+    /// them an effect's blocks are the system's (platform/services).
+    bool offerHandleCallbacks = true;
+    bool offerUnlockCallback = true;  ///< host_unlock_handle alone
+    bool offerSuites = true;          ///< pica_basicP is there
+    int rowPaddingBytes = 0;          ///< of every image, rounded up to whole channels
+    bool dirtyNewWorlds = false;      ///< images not asked to be cleared come full of rubbish
+    A_u_long initialOutFlags = 0;     ///< what out_flags holds when a command begins
+    A_u_long initialOutFlags2 = 0;    ///< likewise out_flags2
+};
+
+/// The composition's shutter. Off (angle 0, phase 0) unless motion blur is on.
+struct Shutter {
+    double angleDeg = 0;
+    double phaseDeg = 0;
+};
+
+/// The frame that a render is asked for.
+struct FrameRequest {
+    TimeBase timeBase;
+    A_long time = 0;       ///< host time units
+    A_long totalTime = 0;  ///< length of the layer; 0 stands for one frame
+    int downsample = 1;    ///< 1 for full resolution, 2 for half
+    int layerWidth = 0;    ///< at full resolution; 0 stands for the input's times downsample
+    int layerHeight = 0;
+    double pixelAspect = 1.0;  ///< width over height
+    PF_Field field = PF_Field_FRAME;
+    PF_Quality quality = PF_Quality_HI;
+    Shutter shutter;
+};
+
+/// How a command ended.
+struct CommandResult {
+    PF_Err code = PF_Err_NONE;  ///< what the effect returned
+    std::string message;        ///< return_msg, when the effect wrote one
+    A_u_long outFlags = 0;
+    A_u_long outFlags2 = 0;
+    bool touchedOutData = false;  ///< the effect changed anything of out_data
+    /// What the effect kept beyond the command's start. A handle that it leaves in
+    /// out_data->global_data is handed over, not owed; the host disposes of it at set-down.
+    Outstanding outstanding;
+};
+
+class Host {
+public:
+    /// Loads the module and runs PF_Cmd_GLOBAL_SETUP and PF_Cmd_PARAMS_SETUP. Throws HostError when
+    /// the module is missing, exports no entry, or a set-up command fails.
+    Host(std::filesystem::path const& module, HostOptions const& options = {});
+    /// Loads the module and runs no command yet.
+    static std::unique_ptr<Host> loadOnly(std::filesystem::path const& module,
+                                          HostOptions const& options = {});
+    ~Host();  ///< runs PF_Cmd_GLOBAL_SETDOWN after a successful set-up
+    Host(Host const&) = delete;
+    Host& operator=(Host const&) = delete;
+
+    CommandResult globalSetup();
+    CommandResult paramsSetup();
+    CommandResult about();
+    CommandResult globalSetdown();
+    /// Any command with no parameters, output or extra record.
+    CommandResult bareCommand(A_long command);
+
+    HostIdentity const& identity() const;
+    A_u_long effectVersion() const;      ///< my_version as the effect announced it
+    A_long announcedParamCount() const;  ///< out_data->num_params
+    bool registeredCustomUi() const;
+    PF_CustomUIInfo const& customUi() const;
+
+    /// All parameters, the input layer first. Set `current` to change a value. After set-up they
+    /// hold their defaults, points still in percent: call resetParameters before a render.
+    std::vector<Parameter>& parameters();
+    std::vector<Parameter> const& parameters() const;
+    /// Sets every value to its default; points, registered as percentages, become pixels of a
+    /// layer of this size at full resolution.
+    void resetParameters(int layerWidthPx, int layerHeightPx);
+
+    /// A world in the layout that this host gives an effect at that depth. Throws HostError for
+    /// float images in a host that is not modern.
+    WorldSpec worldSpec(int width, int height, Depth depth) const;
+
+    /// PF_Cmd_RENDER of `input` into `output` (both of this host's layout, same size and depth;
+    /// HostError otherwise). Points go to the effect multiplied by 1 / downsample, except to "PrMr"
+    /// 12.4, where the effect does it.
+    CommandResult render(World& input, World& output, FrameRequest const& frame);
+
+    CallMonitor& monitor();
+
+    struct Impl;
+
+private:
+    explicit Host(std::unique_ptr<Impl> impl);
+    std::unique_ptr<Impl> m_impl;
+};
+
+}  // namespace zelk

@@ -1,0 +1,191 @@
+// Parameter values in users' units.
+#include "hostkit/parameters.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace zelk {
+namespace {
+
+constexpr double kFixedOne = 65536.0;
+
+double fromFixed(PF_Fixed value) { return value / kFixedOne; }
+
+/// Nearest whole number, half away from zero, kept within 32 bits.
+A_long nearest(double value) {
+    constexpr double kLow = std::numeric_limits<A_long>::min();
+    constexpr double kHigh = std::numeric_limits<A_long>::max();
+    if (std::isnan(value)) return 0;
+    return static_cast<A_long>(std::clamp(std::round(value), kLow, kHigh));
+}
+
+PF_Fixed toFixed(double value) { return nearest(value * kFixedOne); }
+
+struct KindName {
+    PF_ParamType type;
+    char const* name;
+};
+
+constexpr KindName kKindNames[] = {
+    {PF_Param_LAYER, "layer"},
+    {PF_Param_SLIDER, "slider"},
+    {PF_Param_FIX_SLIDER, "fixed slider"},
+    {PF_Param_ANGLE, "angle"},
+    {PF_Param_CHECKBOX, "checkbox"},
+    {PF_Param_COLOR, "colour"},
+    {PF_Param_POINT, "point"},
+    {PF_Param_POPUP, "popup"},
+    {PF_Param_FLOAT_SLIDER, "float slider"},
+    {PF_Param_GROUP_START, "group start"},
+    {PF_Param_GROUP_END, "group end"},
+};
+
+}  // namespace
+
+bool Parameter::hasValue() const {
+    switch (type()) {
+        case PF_Param_LAYER:
+        case PF_Param_NO_DATA:
+        case PF_Param_GROUP_START:
+        case PF_Param_GROUP_END:
+            return false;
+        default:
+            return true;
+    }
+}
+
+std::string kindName(PF_ParamType type) {
+    for (KindName const& kind : kKindNames)
+        if (kind.type == type) return kind.name;
+    return fmt::format("{}", static_cast<A_long>(type));
+}
+
+ValueRange validRange(Parameter const& parameter) {
+    PF_ParamDefUnion const& u = parameter.registered.u;
+    switch (parameter.type()) {
+        case PF_Param_SLIDER:
+            return {double(u.sd.valid_min), double(u.sd.valid_max)};
+        case PF_Param_FIX_SLIDER:
+            return {fromFixed(u.fd.valid_min), fromFixed(u.fd.valid_max)};
+        case PF_Param_ANGLE:
+            return {fromFixed(u.ad.valid_min), fromFixed(u.ad.valid_max)};
+        case PF_Param_CHECKBOX:
+            return {0, 1};
+        case PF_Param_POPUP:
+            return {1, double(u.pd.num_choices)};
+        case PF_Param_FLOAT_SLIDER:
+            return {u.fs_d.valid_min, u.fs_d.valid_max};
+        default:
+            return {};
+    }
+}
+
+ValueRange sliderRange(Parameter const& parameter) {
+    PF_ParamDefUnion const& u = parameter.registered.u;
+    switch (parameter.type()) {
+        case PF_Param_SLIDER:
+            return {double(u.sd.slider_min), double(u.sd.slider_max)};
+        case PF_Param_FIX_SLIDER:
+            return {fromFixed(u.fd.slider_min), fromFixed(u.fd.slider_max)};
+        case PF_Param_FLOAT_SLIDER:
+            return {u.fs_d.slider_min, u.fs_d.slider_max};
+        default:
+            return validRange(parameter);
+    }
+}
+
+double numberOf(PF_ParamDef const& def) {
+    switch (def.param_type) {
+        case PF_Param_SLIDER:
+            return def.u.sd.value;
+        case PF_Param_FIX_SLIDER:
+            return fromFixed(def.u.fd.value);
+        case PF_Param_ANGLE:
+            return fromFixed(def.u.ad.value);
+        case PF_Param_CHECKBOX:
+            return def.u.bd.value != 0 ? 1 : 0;
+        case PF_Param_POPUP:
+            return def.u.pd.value;
+        case PF_Param_FLOAT_SLIDER:
+            return def.u.fs_d.value;
+        default:
+            return 0;
+    }
+}
+
+double defaultNumberOf(PF_ParamDef const& def) {
+    switch (def.param_type) {
+        case PF_Param_SLIDER:
+            return def.u.sd.dephault;
+        case PF_Param_FIX_SLIDER:
+            return fromFixed(def.u.fd.dephault);
+        case PF_Param_ANGLE:
+            return fromFixed(def.u.ad.dephault);
+        case PF_Param_CHECKBOX:
+            return def.u.bd.dephault != 0 ? 1 : 0;
+        case PF_Param_POPUP:
+            return def.u.pd.dephault;
+        case PF_Param_FLOAT_SLIDER:
+            return def.u.fs_d.dephault;
+        default:
+            return 0;
+    }
+}
+
+void setNumber(PF_ParamDef& def, double value) {
+    switch (def.param_type) {
+        case PF_Param_SLIDER:
+            def.u.sd.value = nearest(value);
+            break;
+        case PF_Param_FIX_SLIDER:
+            def.u.fd.value = toFixed(value);
+            break;
+        case PF_Param_ANGLE:
+            def.u.ad.value = toFixed(value);
+            break;
+        case PF_Param_CHECKBOX:
+            def.u.bd.value = value != 0 ? 1 : 0;
+            break;
+        case PF_Param_POPUP:
+            def.u.pd.value = nearest(value);
+            break;
+        case PF_Param_FLOAT_SLIDER:
+            def.u.fs_d.value = value;
+            break;
+        default:
+            break;
+    }
+}
+
+void setPoint(PF_ParamDef& def, double xPx, double yPx) {
+    def.u.td.x_value = toFixed(xPx);
+    def.u.td.y_value = toFixed(yPx);
+}
+
+void setColor(PF_ParamDef& def, PF_Pixel color) { def.u.cd.value = color; }
+
+void resetToDefault(PF_ParamDef& def, int layerWidthPx, int layerHeightPx) {
+    switch (def.param_type) {
+        case PF_Param_POINT:
+            setPoint(def, fromFixed(def.u.td.x_dephault) * layerWidthPx / 100.0,
+                     fromFixed(def.u.td.y_dephault) * layerHeightPx / 100.0);
+            break;
+        case PF_Param_COLOR:
+            def.u.cd.value = def.u.cd.dephault;
+            break;
+        default:
+            setNumber(def, defaultNumberOf(def));
+            break;
+    }
+}
+
+void scalePoint(PF_ParamDef& def, int downsample) {
+    if (def.param_type != PF_Param_POINT || downsample == 1) return;
+    setPoint(def, fromFixed(def.u.td.x_value) / downsample,
+             fromFixed(def.u.td.y_value) / downsample);
+}
+
+}  // namespace zelk

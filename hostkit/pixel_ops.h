@@ -1,0 +1,23 @@
+// Copying and filling of images, as the host's `copy` and `fill` callbacks do it.
+//
+// Rectangles are in pixels, half-open, and may lie outside the image: only what falls inside is
+// touched.
+#pragma once
+
+#include "hostkit/world.h"
+
+namespace zelk {
+
+/// The pixel of `world`'s depth and channel order for an 8-bit colour, in the first pixelBytes of
+/// `bytes`. 16 bits: c * 32768 / 255 to the nearest; float: c / 255.
+void encodeColor(World const& world, PF_Pixel color, std::byte (&bytes)[16]);
+
+/// Fills `rect` (null: all) with `color` (null: transparent black).
+void fillPixels(World& world, PF_Pixel const* color, PF_Rect const* rect);
+
+/// Copies `fromRect` (null: all) so that its corner comes to `toRect`'s (null: the image's),
+/// clipped to both rectangles and both images; `from` and `to` may be the same image. False, with
+/// nothing done, when depth or channel order differ.
+bool copyPixels(World const& from, World& to, PF_Rect const* fromRect, PF_Rect const* toRect);
+
+}  // namespace zelk

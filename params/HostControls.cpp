@@ -1,0 +1,32 @@
+// Registration and reading of the controls that depend on the host.
+#include "params/HostControls.h"
+
+#include "host/PluginHost_AE_Impl.h"
+#include "params/ParamIndex.h"
+#include "params/ParameterDef.h"
+
+PF_Err AddMBlurPopup(PluginHost_API* host) {
+    PluginHost_AE_Impl* ae = host->getAEHost();
+    if (!ae) return 1;
+    QVS::ParameterDef parameters(ae->in_data, nullptr);
+    parameters.paramFlags = PF_ParamFlag_CANNOT_TIME_VARY | PF_ParamFlag_SUPERVISE;
+    const bool hasShutter = ae->isApplication(kAppAfterEffects);
+    return parameters.AddPopup("Motion Blur", hasShutter ? 3 : 1,
+                               hasShutter ? "Off|On|Comp Settings" : "Off|On", 23);
+}
+
+PF_Err AddUseHostCameraParam(PluginHost_API* host) {
+    PluginHost_AE_Impl* ae = host->getAEHost();
+    if (!ae) return 1;
+    QVS::ParameterDef parameters(ae->in_data, nullptr);
+    parameters.paramFlags = PF_ParamFlag_CANNOT_TIME_VARY;
+    parameters.uiFlags = PF_PUI_NO_ECW_UI | PF_PUI_DISABLED;
+    return parameters.AddCheckbox("Use Comp Camera", "", false, 160);
+}
+
+int GetMBlurValue(PluginHost_API* host) {
+    PluginHost_AE_Impl* ae = host->getAEHost();
+    return ae && ae->params ? ae->params[kParamMotionBlur]->u.pd.value - 1 : 0;
+}
+
+bool GetUseHostCameraParamValue(PluginHost_API*) { return false; }

@@ -1,0 +1,167 @@
+// Kernels by their known values, and the weight table by its invariants.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <memory>
+#include <numeric>
+
+#include "Transform/Common/Transform_Core_Render/FilterKernels.h"
+#include "Transform/Common/Transform_Core_Render/KernelTable.h"
+
+namespace {
+
+/// Settings live on the heap: they are large, and tests keep several.
+std::unique_ptr<RenderSettings> settingsFor(int filter, int sizeIndex = 0, bool clamp = false) {
+    auto s = std::make_unique<RenderSettings>();
+    setKernelTransformSize(s.get(), sizeIndex, 1.0f);
+    setInterpLineFunc(s.get(), 0.333, 0.333, filter, false, 4, 0, false, 0.333, 0.333, 0, clamp,
+                      true);
+    return s;
+}
+
+struct KernelFact {
+    int filter;
+    double x, value;
+};
+
+class KernelFacts : public testing::TestWithParam<KernelFact> {};
+
+TEST_P(KernelFacts, Hold) {
+    auto s = settingsFor(GetParam().filter);
+    EXPECT_NEAR(getInterpLineFunc(GetParam().filter)(GetParam().x, s.get()), GetParam().value,
+                1e-12)
+        << "filter " << GetParam().filter << " at " << GetParam().x;
+}
+
+// Values by hand: borders of the half-open supports, zeros of the interpolating kernels, known
+// points of the curves. 1e-12 covers a few roundings of values below 1.
+INSTANTIATE_TEST_SUITE_P(
+    Table, KernelFacts,
+    testing::Values(
+        KernelFact{0, -0.5, 1}, KernelFact{0, 0.5, 0}, KernelFact{1, -1, 0}, KernelFact{1, 0, 1},
+        KernelFact{2, 0.25, 0.75}, KernelFact{3, 0, 0.75}, KernelFact{3, 1, 0.125},
+        KernelFact{3, 1.5, 0}, KernelFact{4, 0.5, 0.5625}, KernelFact{4, 1.5, -0.0625},
+        KernelFact{5, 0, 2.0 / 3}, KernelFact{5, 1, 1.0 / 6}, KernelFact{5, 1.5, 1.0 / 48},
+        KernelFact{6, 0, 1}, KernelFact{6, 1, 0}, KernelFact{6, 0.5, 0.5625}, KernelFact{7, 0, 1},
+        KernelFact{7, 1, 0}, KernelFact{7, 0.5, 0.59375}, KernelFact{8, 0, 1}, KernelFact{8, 1, 0},
+        KernelFact{8, 0.5, 0.625}, KernelFact{8, 1.5, -0.125}, KernelFact{9, 0, 2.0 / 3},
+        KernelFact{9, 1.5, 1.0 / 48}, KernelFact{9, -2, 0}, KernelFact{10, 0, 1},
+        KernelFact{10, 1, 0}, KernelFact{10, 0.5, 8 * std::sqrt(0.5) / (M_PI * M_PI)},
+        KernelFact{11, 1, 2 / M_PI}, KernelFact{11, 2, 0}, KernelFact{12, 1.5, 2 / M_PI},
+        KernelFact{12, 3, 0}, KernelFact{13, 0, std::sqrt(2 / M_PI)},
+        KernelFact{14, 0, 1 / std::sqrt(2 * M_PI)}, KernelFact{15, 0, M_PI / 4},
+        KernelFact{15, 1, 0.2846153431797527 / 2}, KernelFact{16, 0.5, 2 / M_PI},
+        KernelFact{17, 0, 1}, KernelFact{17, 2, 0}, KernelFact{17, 3.999999, 1},
+        KernelFact{17, 4, 0}, KernelFact{18, 2, 0.08}, KernelFact{19, 0, 1}, KernelFact{19, 2, 0},
+        KernelFact{20, 0, (6 - 0.666) / 6}, KernelFact{20, 1, 0.333 / 6}, KernelFact{21, 0, 1}));
+
+TEST(Kernels, KaiserIsTheBesselRatioInsideAndTheNormaliserOutside) {
+    RenderSettings s;
+    const double alpha = 6.5;
+    setInterpLineFunc(&s, alpha, 0, kFilterKaiser, false, 4, 0, false, 0, 0, 0, false, false);
+    const double normaliser = 1 / std::cyl_bessel_i(0.0, alpha);
+    for (double x : {-0.9, -0.3, 0.0, 0.5, 0.99}) {
+        const double exact = std::cyl_bessel_i(0.0, alpha * std::sqrt(1 - x * x)) * normaliser;
+        // The series ends below 1e-7; what is left out is less than twice that, times normaliser.
+        EXPECT_NEAR(filter_kaiser(x, &s), exact, 3e-7) << x;
+    }
+    EXPECT_NEAR(filter_kaiser(1.5, &s), normaliser, 3e-7);
+    EXPECT_EQ(besselI0OfQuarterSquare(std::nan("")), 1.0);
+}
+
+TEST(Kernels, SplinesAgreeAndPartitionUnity) {
+    RenderSettings s;
+    for (double x = -2; x < 2; x += 1.0 / 64)
+        EXPECT_NEAR(filter_cubic(x, &s), filter_parzen(x, &s), 1e-15);
+    for (int filter : {1, 3, 4, 5, 6, 7, 8, 9})
+        for (double x = 0; x < 1; x += 1.0 / 16) {
+            double sum = 0;
+            for (int k = -2; k <= 2; ++k) sum += getInterpLineFunc(filter)(x + k, &s);
+            EXPECT_NEAR(sum, 1.0, 1e-14) << "filter " << filter << " at " << x;
+        }
+}
+
+TEST(Kernels, SharpenCombinesTwoParameterSets) {
+    RenderSettings s;
+    setInterpLineFunc(&s, 1, 0, kFilterMitchell, true, kFilterMitchell, 1.0, false, 0, 0.5, 0.25,
+                      false, false);
+    EXPECT_EQ(s.sharpenRatio, 1.5f);
+    RenderSettings a, b;
+    mitchell_init(a.mitchell[0], 1, 0);
+    mitchell_init(b.mitchell[0], 0, 0.5);
+    for (double x : {0.0, 0.6, 1.2}) {
+        const double expected = filter_mitchell(x, &a) - 0.25 * filter_mitchell(1.5 * x, &b);
+        EXPECT_EQ(filter_sharpen_noclamp(x, &s), expected);
+        EXPECT_EQ(filter_sharpen_clamp(x, &s), std::max(0.0, expected));
+    }
+    setInterpLineFunc(&s, 0, 0, 0, true, 4, 0.0, true, 0, 0, 0, false, false);
+    EXPECT_EQ(s.sharpenRatio, 5.0f);
+    EXPECT_EQ(s.kernelFunc, &filter_sharpen_clamp);
+}
+
+TEST(WeightTable, TapsFollowSizeAndScale) {
+    struct Case {
+        int sizeIndex;
+        float scale;
+        int taps, quality;
+    };
+    for (Case c : {Case{0, 1.0f, 4, 2}, Case{0, 0.5f, 4, 2}, Case{0, 0.49f, 1, 0},
+                   Case{3, 1.0f, 10, 2}, Case{7, 1.0f, 10, 2}, Case{3, 0.25f, 8, 2},
+                   Case{3, 0.0625f, 4, 2}, Case{3, 0.06f, 1, 0}, Case{1, 0.3f, 4, 2}}) {
+        RenderSettings s;
+        s.quality = 2;
+        setKernelTransformSize(&s, c.sizeIndex, c.scale);
+        EXPECT_EQ(s.taps, c.taps) << c.sizeIndex << " at " << c.scale;
+        EXPECT_EQ(s.quality, c.quality) << c.sizeIndex << " at " << c.scale;
+    }
+}
+
+// Every filter, every tap count: a row holds the kernel at -1 .. 2 less the row's fraction, scaled
+// to a sum of 1 unless the sum is nearly nothing.
+TEST(WeightTable, RowsAreTheNormalisedKernel) {
+    for (int filter = 0; filter < kFilterCount; ++filter) {
+        for (int sizeIndex = 0; sizeIndex < 4; ++sizeIndex) {
+            for (bool clamp : {false, true}) {
+                auto s = settingsFor(filter, sizeIndex, clamp);
+                const int n = s->taps;
+                for (int p = 0; p < kLutRows; ++p) {
+                    std::vector<double> w(static_cast<std::size_t>(n));
+                    for (int k = 0; k < n; ++k) {
+                        const double t = k * (1.0 / (n - 1));
+                        w[k] = s->kernelFunc(2 * t - (1 - t) - (p * (1.0 / 255) * 2 - 1), s.get());
+                        if (clamp) w[k] = std::max(0.0, w[k]);
+                    }
+                    const double sum = std::accumulate(w.begin(), w.end(), 0.0);
+                    const double scale = std::fabs(sum) < 1e-5 ? 1 : 1 / sum;
+                    for (int k = 0; k < n; ++k)
+                        ASSERT_EQ(s->lut[p * n + k], static_cast<float>(w[k] * scale))
+                            << "filter " << filter << " taps " << n << " row " << p << " tap " << k;
+                }
+            }
+        }
+    }
+}
+
+TEST(WeightTable, NumbersBeyondTheListHaveNoKernel) {
+    EXPECT_EQ(getInterpLineFunc(22), nullptr);
+    EXPECT_EQ(getInterpLineFunc(-1), nullptr);
+    EXPECT_EQ(getInterpLineFunc(9), &filter_parzen);
+}
+
+TEST(SuperSamplePattern, CoversOnePixelWithUnitWeight) {
+    RenderSettings s;
+    setDefaultSuperSamplePattern(&s);
+    double weight = 0, x = 0, y = 0;
+    for (int k = 0; k < kSuperSamples; ++k) {
+        weight += s.ssWeight[k];
+        x += s.ssOffsetX[k];
+        y += s.ssOffsetY[k];
+        EXPECT_LE(std::fabs(s.ssOffsetX[k]), 0.5);
+        EXPECT_LE(std::fabs(s.ssOffsetY[k]), 0.5);
+    }
+    EXPECT_NEAR(weight, 1, 1e-15);
+    EXPECT_NEAR(x, 0, 1e-15);
+    EXPECT_NEAR(y, 0, 1e-15);
+}
+
+}  // namespace

@@ -1,0 +1,332 @@
+// All 21 line functions of the three channel types against one plain reference: every pixel is
+// computed from scratch by the formula, from single fetches, and has to agree to the bit.
+//
+// The reference fetches one pixel at a time and knows nothing of blocks read in place, so it also
+// tests that reading in place and reading through a copy agree at the borders.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <random>
+#include <vector>
+
+#include "Transform/Common/Transform_Core_Render/KernelTable.h"
+#include "Transform/Common/Transform_Core_Render/LineFuncCP.h"
+#include "Transform/Common/Transform_Core_Render/lineFunc.h"
+
+namespace {
+
+constexpr unsigned kSeed = 20240607;
+
+enum class Sampler { kFill, kBilinear, kKernel4x4, kKernelTaps, kSuperSampled };
+enum class Border { kRepeat, kBlack };
+enum class Cover { kNone, kTruncate, kRound, kBeforeRounding };
+
+struct Method {
+    char const* name;
+    Sampler sampler;
+    Border border;
+    Cover cover;
+    int channels;
+};
+
+template <class T>
+struct Entry {
+    Method method;
+    QV_LineFunc function;
+};
+
+template <class T>
+std::vector<Entry<T>> allMethods() {
+    using F = LineFuncCP<T>;
+    using S = Sampler;
+    using B = Border;
+    using C = Cover;
+    // clang-format off
+    return {
+        {{"fillPolygonFunc", S::kFill, B::kRepeat, C::kNone, 4}, F::fillPolygonFunc},
+        {{"fillPolygonFunc_1", S::kFill, B::kRepeat, C::kNone, 1}, F::fillPolygonFunc_1},
+        {{"edgePolygonFunc", S::kFill, B::kRepeat, C::kRound, 4}, F::edgePolygonFunc},
+        {{"edgePolygonFunc_1", S::kFill, B::kRepeat, C::kRound, 1}, F::edgePolygonFunc_1},
+        {{"bilinearFunc", S::kBilinear, B::kRepeat, C::kNone, 4}, F::bilinearFunc},
+        {{"bilinearFunc_1", S::kBilinear, B::kRepeat, C::kNone, 1}, F::bilinearFunc_1},
+        {{"edgeBilinearFunc", S::kBilinear, B::kRepeat, C::kTruncate, 4}, F::edgeBilinearFunc},
+        {{"edgeBilinearFunc_1", S::kBilinear, B::kRepeat, C::kRound, 1}, F::edgeBilinearFunc_1},
+        {{"edge_noOp_edgeBilinearFunc_1", S::kBilinear, B::kRepeat, C::kNone, 1}, F::edge_noOp_edgeBilinearFunc_1},
+        {{"biCubicFunc", S::kKernelTaps, B::kBlack, C::kNone, 4}, F::biCubicFunc},
+        {{"biCubicFunc_1", S::kKernelTaps, B::kBlack, C::kNone, 1}, F::biCubicFunc_1},
+        {{"biCubicFunc_4x4", S::kKernel4x4, B::kRepeat, C::kNone, 4}, F::biCubicFunc_4x4},
+        {{"biCubicFunc_4x4_1", S::kKernel4x4, B::kBlack, C::kNone, 1}, F::biCubicFunc_4x4_1},
+        {{"edge_biCubicFunc", S::kKernelTaps, B::kBlack, C::kBeforeRounding, 4}, F::edge_biCubicFunc},
+        {{"edge_biCubicFunc_1", S::kKernelTaps, B::kBlack, C::kBeforeRounding, 1}, F::edge_biCubicFunc_1},
+        {{"edge_biCubicFunc_4x4", S::kKernel4x4, B::kRepeat, C::kBeforeRounding, 4}, F::edge_biCubicFunc_4x4},
+        {{"edge_biCubicFunc_4x4_1", S::kKernel4x4, B::kBlack, C::kBeforeRounding, 1}, F::edge_biCubicFunc_4x4_1},
+        {{"edge_noOp_edge_biCubicFunc_1", S::kKernelTaps, B::kBlack, C::kNone, 1}, F::edge_noOp_edge_biCubicFunc_1},
+        {{"edge_noOp_biCubicFunc_4x4_1", S::kKernel4x4, B::kBlack, C::kNone, 1}, F::edge_noOp_biCubicFunc_4x4_1},
+        {{"biCubicFunc_4x4_ss", S::kSuperSampled, B::kRepeat, C::kNone, 4}, F::biCubicFunc_4x4_ss},
+        {{"edgeBiCubicFunc_4x4_ss", S::kSuperSampled, B::kRepeat, C::kRound, 4}, F::edgeBiCubicFunc_4x4_ss},
+    };
+    // clang-format on
+}
+
+/// A source plane with padded rows, settings with a table, and one run across and beyond it.
+template <class T>
+struct Scene {
+    int width, height, channels, rowLength;
+    std::vector<T> source;
+    RenderSettings settings;
+    std::vector<float> coverage;
+    LineRenderStruct line{};
+
+    Scene(int w, int h, int channelCount, int sizeIndex, int filter, std::mt19937& random)
+        : width(w), height(h), channels(channelCount), rowLength(w * channelCount + 5) {
+        constexpr bool isFloat = std::is_floating_point_v<T>;
+        std::uniform_real_distribution<double> value(isFloat ? -0.2 : 0, isFloat ? 1.3 : white());
+        source.resize(static_cast<std::size_t>(rowLength) * h);
+        for (T& v : source) v = static_cast<T>(value(random));
+
+        settings.srcData = source.data();
+        settings.srcPixelBytes = channels * static_cast<int>(sizeof(T));
+        settings.srcRowBytes = rowLength * static_cast<int>(sizeof(T));
+        settings.srcMaxX = w - 1;
+        settings.srcMaxY = h - 1;
+        settings.maxValue = isFloat ? 1 : static_cast<int>(white());
+        settings.alphaOffset = channels == 4 ? 3 : 0;
+        setKernelTransformSize(&settings, sizeIndex, 1.0f);
+        setInterpLineFunc(&settings, 0.333, 0.333, filter, false, 4, 0, false, 0, 0, 0, false,
+                          true);
+        setDefaultSuperSamplePattern(&settings);
+        std::uniform_real_distribution<double> at(-6, w + 6), step(-1.5, 1.5), weight(0.5, 2);
+        line.w = weight(random);
+        line.x = at(random) * line.w;
+        line.y = at(random) * h / w * line.w;
+        line.dx = step(random);
+        line.dy = step(random);
+        line.dw = 0.01 * step(random);
+        line.count = 1 + static_cast<int>(random() % 24);
+        coverage.resize(static_cast<std::size_t>(line.count));
+        for (float& c : coverage) c = static_cast<float>(random() % 8193) / 8192.0f;
+        line.coverage = coverage.data();
+    }
+
+    static double white() { return sizeof(T) == 1 ? 255 : 32768; }
+
+    float fetch(int x, int y, int c, Border border) const {
+        const bool inside = x >= 0 && x < width && y >= 0 && y < height;
+        if (!inside && border == Border::kBlack) return 0;
+        x = std::clamp(x, 0, width - 1);
+        y = std::clamp(y, 0, height - 1);
+        return static_cast<float>(
+            source[static_cast<std::size_t>(y) * rowLength + x * channels + c]);
+    }
+};
+
+/// What one lerp stores.
+template <class T>
+float lerpStored(float p, float q, float f) {
+    return static_cast<float>(static_cast<T>(p * (1.0f - f) + q * f));
+}
+
+template <class T>
+float bilinear(Scene<T> const& s, float u, float v, int c) {
+    const auto axis = [](float at, int size, int& i, float& f) {
+        i = at < 0 ? 0 : size - 1;
+        f = 0;
+        if (at < 0 || at >= static_cast<float>(size - 1)) return false;
+        i = static_cast<int>(at);
+        f = at - static_cast<float>(i);
+        return true;
+    };
+    int x, y;
+    float fx, fy;
+    const bool inX = axis(u, s.width, x, fx), inY = axis(v, s.height, y, fy);
+    const auto row = [&](int yy) {
+        const float p = s.fetch(x, yy, c, Border::kRepeat);
+        return inX ? lerpStored<T>(p, s.fetch(x + 1, yy, c, Border::kRepeat), fx) : p;
+    };
+    return inY ? lerpStored<T>(row(y), row(y + 1), fy) : row(y);
+}
+
+template <class T>
+float kernelSum(Scene<T> const& s, float u, float v, int c, int taps, Border border, bool raise) {
+    const int iu = static_cast<int>(u), iv = static_cast<int>(v);
+    const auto row = [](float f) {
+        return std::clamp(static_cast<int>((f + 1.0f) * 255.0f * 0.5f), 0, 255);
+    };
+    float const* wx = s.settings.lut + row(u - static_cast<float>(iu)) * taps;
+    float const* wy = s.settings.lut + row(v - static_cast<float>(iv)) * taps;
+    int x0 = iu - (taps / 2 - 1), y0 = iv - (taps / 2 - 1);
+    if (raise) {
+        if (x0 < -2) x0 = -3;
+        if (y0 < -2) y0 = -3;
+    }
+    float result = 0;
+    for (int j = 0; j < taps; ++j) {
+        float r = wx[0] * s.fetch(x0, y0 + j, c, border);
+        for (int i = 1; i < taps; ++i) r += wx[i] * s.fetch(x0 + i, y0 + j, c, border);
+        result = j == 0 ? wy[0] * r : result + wy[j] * r;
+    }
+    return result;
+}
+
+template <class T>
+T rounded(Scene<T> const& s, double sum) {
+    if (std::is_floating_point_v<T>) return static_cast<T>(sum);
+    return static_cast<T>(
+        std::clamp<double>(std::trunc(sum), s.settings.minValue, s.settings.maxValue));
+}
+
+/// The value that `method` has to store for channel c of a pixel.
+template <class T>
+T expected(Scene<T> const& s, Method const& m, float u, float v, int c, float coverage) {
+    constexpr bool isFloat = std::is_floating_point_v<T>;
+    constexpr float half = isFloat ? 0.0f : 0.5f;
+    const float cover = m.cover == Cover::kBeforeRounding ? coverage : 1.0f;
+    T value{};
+    switch (m.sampler) {
+        case Sampler::kFill:
+            value = static_cast<T>(s.settings.maxValue);
+            break;
+        case Sampler::kBilinear:
+            value = static_cast<T>(bilinear(s, u, v, c));
+            break;
+        case Sampler::kKernel4x4:
+            value = rounded(s, kernelSum(s, u, v, c, 4, m.border, true) * cover + half);
+            break;
+        case Sampler::kKernelTaps: {
+            float sum = kernelSum(s, u, v, c, s.settings.taps, m.border, false) * cover;
+            if (!isFloat) sum = std::clamp(sum, 0.0f, static_cast<float>(s.settings.maxValue));
+            value = static_cast<T>(sum + half);
+            break;
+        }
+        case Sampler::kSuperSampled: {
+            double sum = 0;
+            for (int k = 0; k < kSuperSamples; ++k)
+                sum += kernelSum(s, static_cast<float>(u + s.settings.ssOffsetX[k]),
+                                 static_cast<float>(v + s.settings.ssOffsetY[k]), c, 4, m.border,
+                                 true) *
+                       static_cast<float>(s.settings.ssWeight[k]);
+            value = rounded(s, isFloat ? sum : sum + 0.5);
+            break;
+        }
+    }
+    if (m.cover == Cover::kTruncate) value = static_cast<T>(static_cast<float>(value) * coverage);
+    if (m.cover == Cover::kRound)
+        value = static_cast<T>(static_cast<float>(value) * coverage + half);
+    return value;
+}
+
+template <class T>
+class LineFunctions : public testing::Test {};
+using ChannelTypes = testing::Types<unsigned char, unsigned short, float>;
+TYPED_TEST_SUITE(LineFunctions, ChannelTypes);
+
+TYPED_TEST(LineFunctions, EveryMethodGivesTheReferenceBits) {
+    using T = TypeParam;
+    std::mt19937 random(kSeed);
+    for (Entry<T> const& entry : allMethods<T>()) {
+        Method const& m = entry.method;
+        for (int round = 0; round < 160; ++round) {
+            const int filter = round % kFilterCount;
+            // The 4 by 4 members read a table of 4 taps; the others whatever the size asks for.
+            const int sizeIndex = m.sampler == Sampler::kKernelTaps ? round % 4 : 0;
+            const int w = 1 + static_cast<int>(random() % 12),
+                      h = 1 + static_cast<int>(random() % 9);
+            Scene<T> s(w, h, m.channels, sizeIndex, filter, random);
+            const T untouched = static_cast<T>(77);
+            std::vector<T> out(static_cast<std::size_t>((s.line.count + 1) * m.channels),
+                               untouched);
+            LineRenderStruct line = s.line;
+            line.dest = out.data();
+            entry.function(&s.settings, &line);
+
+            for (int i = 0; i < s.line.count; ++i) {
+                const double q = s.line.w + i * s.line.dw;
+                const auto u = static_cast<float>((s.line.x + i * s.line.dx) / q);
+                const auto v = static_cast<float>((s.line.y + i * s.line.dy) / q);
+                for (int c = 0; c < m.channels; ++c) {
+                    T want = expected(s, m, u, v, c, s.coverage[static_cast<std::size_t>(i)]);
+                    if (m.sampler == Sampler::kFill && m.channels == 4 && c != 3) want = untouched;
+                    ASSERT_EQ(out[static_cast<std::size_t>(i * m.channels + c)], want)
+                        << m.name << " seed " << kSeed << " round " << round << " filter " << filter
+                        << " pixel " << i << " channel " << c << " at " << u << ", " << v << " of "
+                        << w << " x " << h;
+                }
+            }
+            for (int c = 0; c < m.channels; ++c) ASSERT_EQ(out[out.size() - 1 - c], untouched);
+            EXPECT_EQ(line.x, s.line.x + s.line.count * s.line.dx);
+            EXPECT_EQ(line.y, s.line.y + s.line.count * s.line.dy);
+            EXPECT_EQ(line.w, s.line.w + s.line.count * s.line.dw);
+        }
+    }
+}
+
+TYPED_TEST(LineFunctions, EmptyRunsAndWildPositionsAreHarmless) {
+    using T = TypeParam;
+    std::mt19937 random(kSeed);
+    const double nan = std::nan(""), inf = INFINITY;
+    for (Entry<T> const& entry : allMethods<T>()) {
+        Scene<T> s(5, 4, entry.method.channels, 0, 9, random);
+        std::vector<T> out(16, static_cast<T>(9));
+        LineRenderStruct line = s.line;
+        line.dest = out.data();
+        line.count = 0;
+        const LineRenderStruct before = line;
+        entry.function(&s.settings, &line);
+        EXPECT_EQ(std::memcmp(&line, &before, sizeof line), 0) << entry.method.name;
+        EXPECT_EQ(out, std::vector<T>(16, static_cast<T>(9))) << entry.method.name;
+
+        // Reads stay inside the source: the address sanitizer is the judge.
+        for (double x : {nan, inf, -inf, 1e30, -1e30, 3e9, -3e9})
+            for (double y : {nan, inf, -1e30, 1.5}) {
+                LineRenderStruct wild = {
+                    x, y, 1.0, 0.25, 0.5, 0.0, 0, 2, 0, out.data(), s.coverage.data()};
+                float cover[2] = {1, 0.5f};
+                wild.coverage = cover;
+                entry.function(&s.settings, &wild);
+                lineFunc(&s.settings, &wild);
+            }
+    }
+}
+
+TEST(LineFunc, NearestCopiesTheTruncatedPixelOfAnyFormat) {
+    std::mt19937 random(kSeed);
+    for (int pixelBytes : {1, 2, 4, 8, 16}) {
+        std::vector<unsigned char> source(static_cast<std::size_t>(7 * 5 * pixelBytes));
+        for (auto& b : source) b = static_cast<unsigned char>(random());
+        RenderSettings s;
+        s.srcData = source.data();
+        s.srcPixelBytes = pixelBytes;
+        s.srcRowBytes = 7 * pixelBytes;
+        s.srcMaxX = 6;
+        s.srcMaxY = 4;
+        std::vector<unsigned char> out(static_cast<std::size_t>(8 * pixelBytes));
+        LineRenderStruct line = {0.5, 1.5, 1.0, 1.25, 0.5, 0.0, 2, 5, 0, out.data(), nullptr};
+        lineFunc(&s, &line);
+        for (int i = 0; i < 5; ++i) {
+            const int px = static_cast<int>(0.5 + 1.25 * i), py = static_cast<int>(1.5 + 0.5 * i);
+            EXPECT_EQ(0, std::memcmp(&out[static_cast<std::size_t>((2 + i) * pixelBytes)],
+                                     &source[static_cast<std::size_t>((py * 7 + px) * pixelBytes)],
+                                     static_cast<std::size_t>(pixelBytes)))
+                << pixelBytes << " bytes, pixel " << i;
+        }
+        EXPECT_EQ(line.x, 0.5 + 5 * 1.25);
+    }
+}
+
+TEST(LineFunc, HalfCoverageTruncatesFourChannelsAndRoundsOne) {
+    unsigned char white[4] = {255, 255, 255, 255}, out[4];
+    const float half[1] = {0.5f};
+    RenderSettings s;
+    s.srcData = white;
+    s.srcPixelBytes = s.srcRowBytes = 4;
+    s.maxValue = 255;
+    LineRenderStruct line = {0, 0, 1, 0, 0, 0, 0, 1, 0, out, half};
+    LineFuncCP<unsigned char>::edgeBilinearFunc(&s, &line);
+    EXPECT_EQ(out[0], 127);
+    line = {0, 0, 1, 0, 0, 0, 0, 1, 0, out, half};
+    LineFuncCP<unsigned char>::edgeBilinearFunc_1(&s, &line);
+    EXPECT_EQ(out[0], 128);
+}
+
+}  // namespace

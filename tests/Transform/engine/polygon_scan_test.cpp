@@ -1,0 +1,282 @@
+// The clipper against half-plane facts, the plain scan against "is the centre inside", the area
+// scan against exact area and against known coverages; threads against none.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <random>
+#include <vector>
+
+#include "Transform/Common/QV_Poly/QV_Poly.h"
+
+namespace {
+
+constexpr unsigned kSeed = 977;
+constexpr int kSize = 24;  // of the window, pixels
+
+struct Point {
+    double x, y;
+};
+
+/// A convex outline of four points, either turning.
+std::vector<Point> randomQuad(std::mt19937& random, double low, double high) {
+    std::uniform_real_distribution<double> angle(0, 2 * M_PI), centre(low, high),
+        radius(0.2, (high - low) / 2);
+    std::vector<double> angles(4);
+    for (double& a : angles) a = angle(random);
+    std::sort(angles.begin(), angles.end(), [&](double a, double b) { return a < b; });
+    if (random() & 1) std::reverse(angles.begin(), angles.end());
+    const Point c = {centre(random), centre(random)};
+    const double rx = radius(random), ry = radius(random);
+    std::vector<Point> quad;
+    for (double a : angles) quad.push_back({c.x + rx * std::cos(a), c.y + ry * std::sin(a)});
+    return quad;
+}
+
+/// Twice the signed area.
+double doubleArea(std::vector<Point> const& p) {
+    double sum = 0;
+    for (std::size_t i = 0; i < p.size(); ++i) {
+        Point const &a = p[i], &b = p[(i + 1) % p.size()];
+        sum += a.x * b.y - b.x * a.y;
+    }
+    return sum;
+}
+
+/// Least signed distance (times edge length) of a point from the outline, positive inside.
+double insideBy(std::vector<Point> const& p, double x, double y) {
+    const double turn = doubleArea(p) < 0 ? -1 : 1;
+    double least = 1e30;
+    for (std::size_t i = 0; i < p.size(); ++i) {
+        Point const &a = p[i], &b = p[(i + 1) % p.size()];
+        least = std::min(least, turn * ((b.x - a.x) * (y - a.y) - (b.y - a.y) * (x - a.x)));
+    }
+    return least;
+}
+
+/// The part of an outline inside x0..x1, y0..y1, by plain half-plane clipping.
+std::vector<Point> clipped(std::vector<Point> p, double x0, double y0, double x1, double y1) {
+    const double planes[4][3] = {{1, 0, -x0}, {-1, 0, x1}, {0, 1, -y0}, {0, -1, y1}};
+    for (auto const& f : planes) {
+        std::vector<Point> kept;
+        for (std::size_t i = 0; i < p.size(); ++i) {
+            Point const &a = p[i], &b = p[(i + 1) % p.size()];
+            const double da = f[0] * a.x + f[1] * a.y + f[2], db = f[0] * b.x + f[1] * b.y + f[2];
+            if (da >= 0) kept.push_back(a);
+            if ((da >= 0) != (db >= 0))
+                kept.push_back(
+                    {a.x + da / (da - db) * (b.x - a.x), a.y + da / (da - db) * (b.y - a.y)});
+        }
+        p = kept;
+    }
+    return p;
+}
+
+void load(QV_Poly& poly, std::vector<Point> const& outline) {
+    poly.m_n = static_cast<int>(outline.size());
+    poly.m_mask = 399 | kMaskQ;
+    for (int i = 0; i < poly.m_n; ++i) {
+        poly.m_vert[i] = {};
+        poly.m_vert[i].sx = outline[static_cast<std::size_t>(i)].x;
+        poly.m_vert[i].sy = outline[static_cast<std::size_t>(i)].y;
+        poly.m_vert[i].sw = poly.m_vert[i].q = 1;
+        poly.m_vert[i].u = outline[static_cast<std::size_t>(i)].x - 0.5;
+        poly.m_vert[i].v = outline[static_cast<std::size_t>(i)].y - 0.5;
+    }
+}
+
+/// What a scan painted: coverage by pixel, the kind of run, and how often each pixel was hit.
+struct Canvas {
+    float coverage[kSize][kSize] = {};
+    int hits[kSize][kSize] = {};
+    bool interior[kSize][kSize] = {};
+    double worstInRow[kSize] = {};  ///< of u, v against the pixel's own centre
+
+    double worstPosition() const { return *std::max_element(worstInRow, worstInRow + kSize); }
+};
+
+Canvas* g_canvas;                    // the scan's own line functions have no other way to it
+std::uint16_t g_row[kSize * kSize];  // destination: its address tells the pixel
+
+void paint(LineRenderStruct* line, bool edge) {
+    const auto first =
+        static_cast<int>(static_cast<std::uint16_t*>(line->dest) - g_row) + line->skipLeft;
+    for (int i = 0; i < line->count; ++i) {
+        const int x = (first + i) % kSize, y = (first + i) / kSize;
+        g_canvas->coverage[y][x] += edge ? line->coverage[i] : 1.0f;
+        g_canvas->hits[y][x] += 1;
+        g_canvas->interior[y][x] = !edge;
+        const double w = line->w + i * line->dw;
+        double& worst = g_canvas->worstInRow[y];
+        worst = std::max({worst, std::fabs((line->x + i * line->dx) / w - x),
+                          std::fabs((line->y + i * line->dy) / w - y)});
+    }
+    line->x += line->count * line->dx;
+    line->y += line->count * line->dy;
+    line->w += line->count * line->dw;
+}
+void paintInterior(void*, LineRenderStruct* line) { paint(line, false); }
+void paintEdge(void*, LineRenderStruct* line) { paint(line, true); }
+
+Canvas scan(std::vector<Point> const& outline, bool area, bool threads = false) {
+    QV_Poly poly;
+    load(poly, clipped(outline, 0, 0, kSize - 1 + 0.99, kSize - 1 + 0.99));
+    poly.m_dstData = reinterpret_cast<unsigned char*>(g_row);
+    poly.m_dstRowBytes = kSize * 2;
+    poly.m_pixelBytes = 2;
+    poly.m_interiorFunc = paintInterior;
+    poly.m_edgeFunc = paintEdge;
+    if (threads) poly.setOpenMP();
+    Canvas canvas;
+    g_canvas = &canvas;
+    QV_Window window = {0, 0, kSize - 1, kSize - 1};
+    if (area)
+        poly.polyAreaScan(&window, 0, 0, kSize - 1, kSize - 1);
+    else
+        poly.poly_scan(&window, 0, 0, kSize - 1, kSize - 1);
+    return canvas;
+}
+
+TEST(Clip, RandomQuadsMatchPlainClipping) {
+    std::mt19937 random(kSeed);
+    int counts[3] = {};
+    for (int round = 0; round < 20000; ++round) {
+        const auto quad = randomQuad(random, -6, 16);
+        QV_Poly poly;
+        load(poly, quad);
+        // A homogeneous weight per vertex must not matter: the test is sx against k * sw.
+        for (int i = 0; i < 4; ++i) {
+            const double w = 0.5 + (i + round) % 5;
+            for (double QV_Poly_vert::*f :
+                 {&QV_Poly_vert::sx, &QV_Poly_vert::sy, &QV_Poly_vert::sw})
+                poly.m_vert[i].*f *= w;
+            poly.m_vert[i].sz = 0.5 * poly.m_vert[i].sw;
+        }
+        QV_Poly_box box = {0, 10, 0, 10, 0, 1};
+        const int result = QV_Poly::poly_clip_to_box(&poly, &box, true);
+        ++counts[result];
+        std::vector<Point> got;
+        for (int i = 0; i < poly.m_n; ++i)
+            got.push_back(
+                {poly.m_vert[i].sx / poly.m_vert[i].sw, poly.m_vert[i].sy / poly.m_vert[i].sw});
+        ASSERT_LE(poly.m_n, POLY_NMAX);
+        ASSERT_EQ(result == 0, poly.m_n == 0);
+        // Coordinates up to 27, a handful of roundings each: areas agree to 1e-10.
+        ASSERT_NEAR(doubleArea(got), doubleArea(clipped(quad, 0, 0, 10, 10)), 1e-9)
+            << "seed " << kSeed << " round " << round;
+    }
+    EXPECT_GT(std::min({counts[0], counts[1], counts[2]}), 200);
+}
+
+TEST(Clip, BordersCountAsInsideAndOutsideOfOnePlaneIsRejected) {
+    QV_Poly_box box = {0, 10, 0, 10, 0, 1};
+    QV_Poly poly;
+    load(poly, {{0, 0}, {0, 10}, {10, 10}, {10, 0}});
+    EXPECT_EQ(QV_Poly::poly_clip_to_box(&poly, &box, true), 2);
+    load(poly, {{11, 0}, {11, 10}, {12, 10}, {12, 0}});
+    EXPECT_EQ(QV_Poly::poly_clip_to_box(&poly, &box, true), 0);
+    EXPECT_EQ(poly.m_n, 0);
+    load(poly,
+         {{-9, 5}, {5, 19}, {5, 30}, {-20, 5}});  // outside by three planes, none of them alone
+    EXPECT_EQ(QV_Poly::poly_clip_to_box(&poly, &box, true), 0);
+    load(poly, {{-5, 0}, {5, 10}, {5, 5}, {5, 0}});
+    EXPECT_EQ(QV_Poly::poly_clip_to_box(&poly, &box, false), 1) << "z planes alone leave x alone";
+    EXPECT_EQ(poly.m_n, 4);
+}
+
+TEST(PlainScan, PaintsExactlyThePixelsWhoseCentresLieInside) {
+    std::mt19937 random(kSeed);
+    for (int round = 0; round < 600; ++round) {
+        const auto quad = randomQuad(random, -4, kSize + 4);
+        const Canvas canvas = scan(quad, false);
+        EXPECT_LT(canvas.worstPosition(), 1e-9) << "seed " << kSeed << " round " << round;
+        for (int y = 0; y < kSize; ++y)
+            for (int x = 0; x < kSize; ++x) {
+                ASSERT_LE(canvas.hits[y][x], 1);
+                const double by = insideBy(quad, x + 0.5, y + 0.5);
+                if (std::fabs(by) < 1e-6) continue;  // rounding decides
+                ASSERT_EQ(canvas.hits[y][x] == 1, by > 0)
+                    << "seed " << kSeed << " round " << round << " pixel " << x << ", " << y;
+            }
+    }
+}
+
+// Coverage is counted in 16 sub-rows: a sub-row's span differs from the exact one by less than
+// 1/512 pixel at each end plus the inclusive end, and its height stands for 1/16. So for a pixel
+// the error is at most the change of the exact row coverage within a sixteenth, which is no more
+// than what the outline crosses there: 1/16 for each vertical turn plus 3/512.
+TEST(AreaScan, CoverageApproachesExactAreaAndFillsTheInterior) {
+    std::mt19937 random(kSeed);
+    double worst = 0;
+    for (int round = 0; round < 4000; ++round) {
+        const auto quad = randomQuad(random, -4, kSize + 4);
+        const Canvas canvas = scan(quad, true);
+        for (int y = 0; y < kSize - 1; ++y) {
+            double rowExact = 0, rowGot = 0;
+            for (int x = 0; x < kSize - 1; ++x) {
+                ASSERT_LE(canvas.hits[y][x], 1);
+                ASSERT_LE(canvas.coverage[y][x], 1.0f);
+                const double exact = std::fabs(doubleArea(clipped(quad, x, y, x + 1, y + 1))) / 2;
+                rowExact += exact;
+                rowGot += canvas.coverage[y][x];
+                if (canvas.interior[y][x] && canvas.hits[y][x]) {
+                    // Below the last sub-row's upper border each side may still cut in.
+                    ASSERT_GT(exact, 1 - 2.0 / 16);
+                }
+                if (canvas.hits[y][x] == 0 || rowGot == 0) continue;
+                worst = std::max(worst, std::fabs(exact - canvas.coverage[y][x]));
+                ASSERT_NEAR(canvas.coverage[y][x], exact, 2.0 / 16 + 3.0 / 512)
+                    << "seed " << kSeed << " round " << round << " pixel " << x << ", " << y;
+            }
+        }
+    }
+    EXPECT_LT(worst, 2.0 / 16 + 3.0 / 512);
+    RecordProperty("worst", std::to_string(worst));
+}
+
+TEST(AreaScan, KnownCoverages) {
+    const Canvas left = scan({{10.25, 2}, {10.25, 6}, {14, 6}, {14, 2}}, true);
+    EXPECT_EQ(left.coverage[3][10], 0.75f);
+    EXPECT_FALSE(left.interior[3][10]);
+    EXPECT_TRUE(left.interior[3][11]);
+    // The right edge lies on a border: its inclusive end leaves 1/512 in the pixel beyond.
+    EXPECT_EQ(left.coverage[3][13], 1.0f);
+    EXPECT_EQ(left.coverage[3][14], 1.0f / 512);
+
+    const Canvas whole = scan({{10, 2}, {10, 6}, {14, 6}, {14, 2}}, true);
+    EXPECT_EQ(whole.coverage[2][10], 1.0f);
+    EXPECT_EQ(whole.hits[1][12] + whole.hits[6][12], 0);
+
+    // Rows that are cut are one edge run, with no interior.
+    const Canvas cut = scan({{4, 2.5}, {4, 5.25}, {20, 5.25}, {20, 2.5}}, true);
+    EXPECT_EQ(cut.coverage[2][10], 0.5f);
+    EXPECT_EQ(cut.coverage[5][10], 0.25f);
+    EXPECT_FALSE(cut.interior[2][10] || cut.interior[5][10]);
+    EXPECT_TRUE(cut.interior[3][10]);
+
+    // The frame's last column ends at 0.99; its last row reaches all sub-rows.
+    const Canvas frame = scan({{-9, -9}, {-9, 40}, {40, 40}, {40, -9}}, true);
+    EXPECT_EQ(frame.coverage[5][kSize - 1], 507.0f / 512);
+    EXPECT_EQ(frame.coverage[kSize - 1][5], 1.0f);
+
+    // A sliver so flat that its sub-rows share no column draws nothing there.
+    const Canvas sliver = scan({{1, 4.0}, {23, 4.9}, {23, 4.95}, {1, 4.05}}, true);
+    EXPECT_EQ(std::count(&sliver.hits[4][0], &sliver.hits[4][kSize], 1), 0);
+}
+
+TEST(AreaScan, ThreadsAndNoThreadsPaintTheSame) {
+    std::mt19937 random(kSeed);
+    for (int round = 0; round < 60; ++round) {
+        const auto quad = randomQuad(random, -4, kSize + 4);
+        const Canvas alone = scan(quad, true), team = scan(quad, true, true);
+        for (int y = 0; y < kSize; ++y)
+            for (int x = 0; x < kSize; ++x) {
+                ASSERT_EQ(alone.coverage[y][x], team.coverage[y][x]);
+                ASSERT_EQ(alone.hits[y][x], team.hits[y][x]);
+            }
+        EXPECT_LT(team.worstPosition(), 1e-9);
+    }
+}
+
+}  // namespace

@@ -1,0 +1,148 @@
+// The transfer modes once more: slowly, in double, by mode number.
+//
+// Integer formats: doubles that hold whole numbers, so every product, shift (as a floor) and
+// quotient (truncated) below is exact. Float: the formula without rounding. Colours are red, green,
+// blue; W is white.
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+using RefColour = std::array<double, 3>;
+
+struct RefPixel {
+    RefColour c;
+    double a;
+};
+
+class TransferReference {
+public:
+    explicit TransferReference(double white) : W(white), whole(white > 1) {}
+
+    /// `fa` and `ba` have their opacity in them. Hue and its kin are truncated `nudge` channel units
+    /// off, which shows what an error of that size could do.
+    RefPixel blend(int mode, RefPixel F, RefPixel B, double fa, double ba, double nudge = 0) const {
+        const double ra = limit(fa + ba - mul(fa, ba));
+        if (fa == 0 && mode != 1) return {B.c, ra};
+        if (mode == 1 && ba == 0) return {F.c, ra};
+        if (mode == 1 && ba == W) return B;
+        RefColour f = F.c, b = B.c;
+        if (!whole)
+            for (int i = 0; i < 3; ++i) f[i] = std::max(f[i], 0.0), b[i] = std::max(b[i], 0.0);
+        RefColour m = f;
+        if (mode == 4 || mode == 12) {
+            if (ba > 0) m = addedOrSubtracted(mode == 4, f, b, fa, ba, ra);
+        } else {
+            if (mode == 1) m = cover(f, b, ba);
+            else if (ba > 0) m = cover(f, mix(mode, f, b, nudge), ba);
+            if (fa != W && fa < fullCover() && (mode == 1 || ba > 0)) m = over(m, b, fa, ba);
+        }
+        for (double& c : m) c = limit(c);
+        return {m, ra};
+    }
+
+    /// Mode(f, b) before any coverage.
+    RefColour mix(int mode, RefColour const& f, RefColour const& b, double nudge = 0) const {
+        if (mode == 3) mode = 13;
+        if (mode >= 13 && mode <= 16) return hueKin(mode, f, b, nudge);
+        return {channel(mode, f[0], b[0]), channel(mode, f[1], b[1]), channel(mode, f[2], b[2])};
+    }
+
+private:
+    double W;
+    bool whole;
+
+    double fullCover() const { return whole ? W : HUGE_VAL; }
+    double half() const { return W == 255 ? 127 : W / 2; }
+    double limit(double x) const { return whole ? std::min(std::max(x, 0.0), W) : x; }
+    double quotient(double x, double y) const { return whole ? std::trunc(x / y) : x / y; }
+    double mul(double x, double y) const {
+        const double over = W == 255 ? 256 : W;
+        return whole ? std::floor((x * y + over / 2) / over) : x * y;
+    }
+
+    RefColour cover(RefColour const& f, RefColour m, double ba) const {
+        if (ba == W || (whole && ba > W) || ba > fullCover()) return m;
+        if (!whole && ba >= 1) return m;
+        for (int i = 0; i < 3; ++i) m[i] = mul(f[i], W - ba) + mul(m[i], ba);
+        return m;
+    }
+
+    RefColour over(RefColour m, RefColour const& b, double fa, double ba) const {
+        const double w = mul(ba, W - fa), t = w + fa;
+        for (int i = 0; i < 3; ++i)
+            m[i] = t == 0 ? 0 : quotient((mul(m[i], fa) + mul(b[i], w)) * W, t);
+        return m;
+    }
+
+    RefColour addedOrSubtracted(bool add, RefColour const& f, RefColour const& b, double fa,
+                                double ba, double ra) const {
+        RefColour m{};
+        for (int i = 0; i < 3 && ra != 0; ++i) {
+            const double x = fa == W ? f[i] : mul(f[i], fa);
+            const double y = ba == W ? b[i] : mul(b[i], ba);
+            const double sum = whole ? std::min(ra, x + y) : x + y;
+            m[i] = quotient((add ? sum : std::fabs(y - x)) * W, ra);
+        }
+        return m;
+    }
+
+    double channel(int mode, double f, double b) const {
+        switch (mode) {
+            case 2: return f;
+            case 5: return mul(b, f);
+            case 6:
+            case 35: return W - mul(W - b, W - f);
+            case 7: return b < half() ? mul(2 * b, f) : mul(W - b, 2 * f - W) + b;
+            case 8: return mul(W - 2 * f, mul(b, b) - b) + b;
+            case 9: return f < half() ? mul(2 * f, b) : W - mul(2 * (W - f), W - b);
+            case 10: return b < f ? b : f;
+            case 11: return b > f ? b : f;
+            case 23: return f >= W ? f : quotient(b * W, W - f);
+            case 24: {
+                const double burnt = f == 0 ? 0 : W - quotient((W - b) * W, f);
+                return whole ? std::max(burnt, 0.0) : burnt;
+            }
+            default: return mul(W - 2 * b, f) + b;  // Exclusion and its other numbers
+        }
+    }
+
+    struct Parts {
+        double hue, saturation, luma;
+    };
+
+    static double luma(RefColour const& c) { return 0.299 * c[0] + 0.587 * c[1] + 0.114 * c[2]; }
+
+    Parts parts(RefColour c) const {
+        for (double& x : c) x /= W;
+        const double mx = *std::max_element(c.begin(), c.end());
+        const double mn = *std::min_element(c.begin(), c.end());
+        if (mx < 0.0001) return {0, 0, 0};
+        const double d = mx - mn;
+        if (d < 0.0001) return {0, 0, luma(c)};
+        double hue = 4 + (c[0] - c[1]) / d;
+        if (mx == c[1]) hue = 2 + (c[2] - c[0]) / d;
+        if (mx == c[0]) hue = (c[1] - c[2]) / d;
+        return {hue < 0 ? hue + 6 : hue, d / (mx + mn >= 1 ? 2 - d : mx + mn) / 2, luma(c)};
+    }
+
+    /// Red, green and blue are the same trapezium around the hue circle, two sectors apart.
+    RefColour hueKin(int mode, RefColour const& f, RefColour const& b, double nudge) const {
+        const Parts pf = parts(f), pb = parts(b);
+        const double hue = (mode == 13 || mode == 15 ? pf : pb).hue;
+        const double hi = 0.5 + (mode == 14 || mode == 15 ? pf : pb).saturation, lo = 1 - hi;
+        const double wanted = (mode == 16 ? pf : pb).luma;
+        RefColour m;
+        for (int i = 0; i < 3; ++i) {
+            const double from = std::fabs(std::remainder(hue - 2 * i, 6.0));
+            m[i] = lo + (hi - lo) * std::clamp(2 - from, 0.0, 1.0);
+        }
+        const double l = luma(m);
+        for (double& c : m) {
+            c = l < wanted ? 1 - (1 - c) * (1 - wanted) / (1 - l) : c * wanted / l;
+            if (whole) c = std::trunc(c * W + nudge);
+        }
+        return m;
+    }
+};

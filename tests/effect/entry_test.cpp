@@ -1,0 +1,177 @@
+// The module from the outside: its one symbol, its commands, what it announces about itself, and
+// that neither exceptions nor a changed thread number leave a command.
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+#include <omp.h>
+
+#include <array>
+#include <cstdio>
+#include <new>
+#include <stdexcept>
+
+#include "effect/Render.h"
+#include "host/PluginHost_Memory_Impl.h"
+#include "params/ParamIndex.h"
+#include "tests/host/ae_probe.h"
+
+using namespace zelk_test;
+using zelk::Depth;
+using zelk::Host;
+
+TEST(Module, ExportsItsEntryAndNothingElse) {
+    std::string symbols;
+    FILE* pipe = popen(ZELK_NM " -D --defined-only --format=posix " ZELK_MODULE, "r");
+    ASSERT_NE(pipe, nullptr);
+    std::array<char, 256> line;
+    while (fgets(line.data(), line.size(), pipe))
+        symbols += std::string(line.data(), strcspn(line.data(), " ")) + "\n";
+    ASSERT_EQ(pclose(pipe), 0);
+    EXPECT_EQ(symbols, "EntryPointFunc\n");
+}
+
+TEST(Commands, ThoseWithoutWorkTouchNothing) {
+    auto host = Host::loadOnly(ZELK_MODULE);
+    for (A_long command : {2, 3, 5, 6, 7, 8, 9, 10, 12, 16, 17, 18, 19, 20, 21, 22, 25, 1000, -1}) {
+        auto const result = host->bareCommand(command);
+        EXPECT_EQ(result.code, 0) << command;
+        EXPECT_FALSE(result.touchedOutData) << command;
+    }
+    EXPECT_TRUE(host->monitor().log().empty());
+}
+
+TEST(Commands, AboutSaysTheNameOnEveryHost) {
+    for (zelk::HostIdentity identity : {kModernAE, kOlderAE, kModernPremiere, kModernKeyG}) {
+        auto host = Host::loadOnly(ZELK_MODULE, optionsOf(identity));
+        auto const result = host->about();
+        EXPECT_EQ(result.code, 0);
+        EXPECT_EQ(result.message, "Quorvane Zelk High Quality Corner Pin Transform");
+        EXPECT_EQ(result.outFlags, 0u);
+        EXPECT_EQ(nothingOwed(result), "nothing");
+    }
+}
+
+TEST(GlobalSetup, AnnouncesFlagsAndVersionWithOrWithoutHandleCallbacks) {
+    for (bool makes : {false, true})
+        for (bool unlocks : {false, true}) {
+            zelk::HostOptions options;
+            options.offerHandleCallbacks = makes;
+            options.offerUnlockCallback = unlocks;
+            options.initialOutFlags = 0x40000002;  // stays
+            options.initialOutFlags2 = 0xFFFF;     // goes
+            auto host = Host::loadOnly(ZELK_MODULE, options);
+            auto const result = host->globalSetup();
+            EXPECT_EQ(result.code, 0);
+            EXPECT_EQ(result.outFlags, 0x46088003u);
+            EXPECT_EQ(result.outFlags2, 0x1408u);
+            EXPECT_EQ(host->effectVersion(), 0x80600u);
+            std::vector<std::string> expected;
+            if (makes) expected.push_back("host_new_handle");
+            if (unlocks) expected.push_back("host_unlock_handle");
+            EXPECT_EQ(host->monitor().log(), expected);
+            EXPECT_EQ(result.outstanding.handles, 0);
+        }
+}
+
+TEST(ParamsSetupCommand, RegistersTheOverlayButInPremiere) {
+    for (zelk::HostIdentity identity : {kModernAE, kModernPremiere, kModernKeyG, kOlderAE}) {
+        auto host = Host::loadOnly(ZELK_MODULE, optionsOf(identity));
+        host->globalSetup();
+        host->monitor().inject({"register_ui", 1, 91, true});
+        auto const result = host->paramsSetup();
+        const bool isPremiere = identity.applId == kAppPremierePro;
+        EXPECT_EQ(result.code, isPremiere ? 0 : 91);
+        EXPECT_EQ(nothingOwed(result), "nothing");
+        EXPECT_EQ(host->announcedParamCount(), kParamCount);
+        EXPECT_EQ(host->registeredCustomUi(), !isPremiere);
+        PF_CustomUIInfo expected{};
+        expected.events = isPremiere ? 0 : 3;
+        EXPECT_EQ(0, std::memcmp(&host->customUi(), &expected, sizeof expected));
+    }
+}
+
+TEST(RenderCommand, TheOriginalComesThroughAtEveryDepthOfEveryHost) {
+    for (zelk::HostIdentity identity : {kModernAE, kOlderAE, kModernPremiere, kModernKeyG})
+        for (Depth depth : {Depth::k8, Depth::k16, Depth::kFloat}) {
+            if (depth == Depth::kFloat && !identity.isModern()) continue;
+            zelk::HostOptions options = optionsOf(identity);
+            options.rowPaddingBytes = 16;
+            Host host(ZELK_MODULE, options);
+            host.resetParameters(9, 6);
+            zelk::setNumber(host.parameters()[kParamViewMode].current, 1);
+            zelk::World input(host.worldSpec(9, 6, depth)), output(host.worldSpec(9, 6, depth));
+            fillRandom(input, 5);
+            auto const result = host.render(input, output, {});
+            EXPECT_EQ(result.code, 0);
+            EXPECT_EQ(nothingOwed(result), "nothing");
+            for (int y = 0; y < 6; ++y)
+                EXPECT_EQ(0, std::memcmp(input.row(y), output.row(y),
+                                         static_cast<std::size_t>(9 * zelk::pixelBytes(depth))));
+            // The host's refusal is the command's.
+            host.monitor().inject({"copy", 2, 93});
+            EXPECT_EQ(host.render(input, output, {}).code, 93);
+        }
+}
+
+TEST(RenderDispatch, RefusesFormatsWithoutAPipelineAndLeavesTheOutput) {
+    for (int code = 0; code <= 22; ++code) {
+        const bool known = code == 0 || code == 1 || code == 3 || code == 9 || code == 11;
+        if (known) continue;
+        unsigned char pixels[16];
+        std::memset(pixels, 0xA5, sizeof pixels);
+        struct FormatHost : PluginHost_Memory_Impl {
+            using PluginHost_Memory_Impl::PluginHost_Memory_Impl;
+            RasterInfo told{};
+            void getOutputRasterInfo(RasterInfo* info) override { *info = told; }
+        };
+        const PluginHost_API::RasterInfo view{pixels, kFormatARGB32, 1, 1, 16, 16, 1, 1, 0};
+        FormatHost host(view, view);
+        host.told = view;
+        host.told.format = static_cast<QV_RasterFormat>(code);
+        EXPECT_EQ(Render(&host), 1) << code;
+        for (unsigned char byte : pixels) EXPECT_EQ(byte, 0xA5);
+    }
+}
+
+namespace {
+
+/// Runs the module's PF_Cmd_PARAMS_SETUP with `addParam` in place of the host's callback.
+zelk::CommandResult setUpWith(PF_Err (*addParam)(PF_ProgPtr, A_long, PF_ParamDef*)) {
+    void* module = dlopen(ZELK_MODULE, RTLD_NOW);
+    auto const entry = reinterpret_cast<PF_EntryPoint>(dlsym(module, kEntryPointName));
+    ProbeHost host(kModernAE);
+    return host.bare([&](ProbeCall const& call) -> PF_Err {
+        PF_InData in = *call.in_data;
+        in.inter.add_param = addParam;
+        return entry(PF_Cmd_PARAMS_SETUP, &in, call.out_data, nullptr, nullptr, nullptr);
+    });
+}
+
+}  // namespace
+
+TEST(EntryGuard, ExceptionsBecomeResultCodesAfterCleanUp) {
+    auto const missingSuite =
+        setUpWith([](PF_ProgPtr, A_long, PF_ParamDef*) -> PF_Err { throw 516; });
+    auto const noMemory =
+        setUpWith([](PF_ProgPtr, A_long, PF_ParamDef*) -> PF_Err { throw std::bad_alloc(); });
+    auto const other = setUpWith(
+        [](PF_ProgPtr, A_long, PF_ParamDef*) -> PF_Err { throw std::runtime_error("host"); });
+    EXPECT_EQ(missingSuite.code, 516);
+    EXPECT_EQ(noMemory.code, PF_Err_OUT_OF_MEMORY);
+    EXPECT_EQ(other.code, PF_Err_INTERNAL_STRUCT_DAMAGED);
+    for (auto const& result : {missingSuite, noMemory, other})
+        EXPECT_EQ(nothingOwed(result), "nothing");
+}
+
+TEST(EntryGuard, TheThreadNumberComesBackOnEveryPath) {
+    omp_set_num_threads(5);
+    setUpWith([](PF_ProgPtr, A_long, PF_ParamDef*) -> PF_Err {
+        omp_set_num_threads(1);
+        return 0;
+    });
+    EXPECT_EQ(omp_get_max_threads(), 5);
+    setUpWith([](PF_ProgPtr, A_long, PF_ParamDef*) -> PF_Err {
+        omp_set_num_threads(2);
+        throw 1;
+    });
+    EXPECT_EQ(omp_get_max_threads(), 5);
+}

@@ -1,0 +1,170 @@
+// Images: layout and refusals, and copy and fill against a pixel by pixel reference.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <random>
+
+#include "hostkit/error.h"
+#include "hostkit/pixel_ops.h"
+
+namespace zelk {
+namespace {
+
+TEST(World, LayoutAndRecord) {
+    struct Case {
+        WorldSpec spec;
+        int rowBytes;
+        PF_PixelFormat format;
+        bool deep;
+    };
+    for (Case const& c :
+         {Case{{5, 3, Depth::k8, false, 3}, 23, PF_PixelFormat_ARGB32, false},
+          Case{{5, 3, Depth::k8, true, 0}, 20, PF_PixelFormat_BGRA32, false},
+          Case{{32767, 1, Depth::k16, false, 2}, 262138, PF_PixelFormat_ARGB64, true},
+          Case{{1, 32767, Depth::kFloat, false, 4}, 20, PF_PixelFormat_ARGB128, false},
+          Case{{0, 0, Depth::k8, false, 0}, 0, PF_PixelFormat_ARGB32, false}}) {
+        World first(c.spec);
+        PF_EffectWorld const* const record = first.record();
+        World const world = std::move(first);
+        EXPECT_EQ(world.record(), record) << "the record stays where it is";
+        EXPECT_EQ(world.spec(), c.spec);
+        EXPECT_EQ(record->rowbytes, c.rowBytes);
+        EXPECT_EQ(record->data, world.row(0));
+        EXPECT_EQ((record->world_flags & PF_WorldFlag_DEEP) != 0, c.deep);
+        EXPECT_EQ(record->extent_hint.right, c.spec.width);
+        EXPECT_EQ(record->extent_hint.bottom, c.spec.height);
+        EXPECT_EQ(world.pixelFormat(), c.format);
+        for (int y = 0; y < world.height(); ++y)
+            for (int x = 0; x < world.rowBytes(); ++x) ASSERT_EQ(world.row(y)[x], std::byte{0});
+    }
+}
+
+TEST(World, Refusals) {
+    for (WorldSpec const& spec :
+         {WorldSpec{32768, 1}, WorldSpec{1, 32768}, WorldSpec{-1, 1}, WorldSpec{1, -1},
+          WorldSpec{1, 1, Depth::k16, true}, WorldSpec{1, 1, Depth::kFloat, false, 2},
+          WorldSpec{1, 1, Depth::k8, false, -4},
+          WorldSpec{32767, 1, Depth::kFloat, false, 2147483644}})
+        try {
+            World const world(spec);
+            ADD_FAILURE() << spec.width << " by " << spec.height;
+        } catch (HostError const& error) {
+            EXPECT_EQ(error.code(), PF_Err_BAD_CALLBACK_PARAM) << error.what();
+        }
+}
+
+#if !defined(__SANITIZE_ADDRESS__)  // its allocator ends the program instead
+TEST(World, MemoryExhaustionNamesTheSize) {
+    try {
+        World const world({7, 32767, Depth::k8, false, 2147483600});
+        GTEST_SKIP() << "this machine promises 70 terabytes";
+    } catch (HostError const& error) {
+        EXPECT_EQ(error.code(), PF_Err_OUT_OF_MEMORY);
+        EXPECT_NE(std::string(error.what()).find("7 by 32767"), std::string::npos) << error.what();
+    }
+}
+#endif
+
+std::byte* pixelAt(World& world, int x, int y) {
+    return world.row(y) + x * pixelBytes(world.depth());
+}
+
+World cloneOf(World const& world) {
+    World clone(world.spec());
+    for (int y = 0; y < world.height(); ++y)
+        std::memcpy(clone.row(y), world.row(y), static_cast<std::size_t>(world.rowBytes()));
+    return clone;
+}
+
+void expectSameBytes(World const& a, World const& b, int round) {
+    for (int y = 0; y < a.height(); ++y)
+        ASSERT_EQ(std::memcmp(a.row(y), b.row(y), static_cast<std::size_t>(a.rowBytes())), 0)
+            << "seed 20241, round " << round << ", row " << y << ", padding included";
+}
+
+bool inside(PF_Rect const& rect, int x, int y) {
+    return x >= rect.left && x < rect.right && y >= rect.top && y < rect.bottom;
+}
+
+PF_Rect boundsOf(World const& world) { return world.record()->extent_hint; }
+
+class PixelOps : public testing::TestWithParam<Depth> {
+protected:
+    int below(int limit) { return static_cast<int>(m_random() % static_cast<unsigned>(limit)); }
+    World randomWorld() {
+        World world({1 + below(12), 1 + below(12), GetParam(), false, 4 * below(3)});
+        for (int y = 0; y < world.height(); ++y)
+            for (int x = 0; x < world.rowBytes(); ++x)
+                world.row(y)[x] = static_cast<std::byte>(m_random());
+        return world;
+    }
+    PF_Rect randomRect() {
+        auto const side = [this] { return static_cast<A_short>(below(20) - 4); };
+        return {side(), side(), side(), side()};
+    }
+
+private:
+    std::mt19937 m_random{20241};
+};
+
+TEST_P(PixelOps, CopyIsThePixelByPixelCopy) {
+    for (int round = 0; round < 2000 && !HasFatalFailure(); ++round) {
+        World const other = randomWorld();
+        World fast = randomWorld(), slow = cloneOf(fast);
+        World const& from = round % 4 == 0 ? fast : other;
+        World source = cloneOf(from);
+        PF_Rect const fromRect = randomRect(), toRect = randomRect();
+        PF_Rect const* const fromPtr = below(3) ? &fromRect : nullptr;
+        PF_Rect const* const toPtr = below(3) ? &toRect : nullptr;
+        PF_Rect const in = fromPtr ? fromRect : boundsOf(from);
+        PF_Rect const out = toPtr ? toRect : boundsOf(fast);
+        for (int y = 0; y < slow.height(); ++y)
+            for (int x = 0; x < slow.width(); ++x) {
+                int const sx = x - out.left + in.left, sy = y - out.top + in.top;
+                if (inside(out, x, y) && inside(in, sx, sy) && inside(boundsOf(from), sx, sy))
+                    std::memcpy(pixelAt(slow, x, y), pixelAt(source, sx, sy),
+                                static_cast<std::size_t>(pixelBytes(slow.depth())));
+            }
+        ASSERT_TRUE(copyPixels(from, fast, fromPtr, toPtr));
+        expectSameBytes(fast, slow, round);
+    }
+}
+
+TEST_P(PixelOps, FillStaysWithinRectAndImage) {
+    for (int round = 0; round < 500 && !HasFatalFailure(); ++round) {
+        World fast = randomWorld(), slow = cloneOf(fast);
+        PF_Rect const rect = randomRect();
+        PF_Rect const* const rectPtr = below(4) ? &rect : nullptr;
+        PF_Pixel const color = {250, 1, 2, 3};
+        PF_Pixel const* const colorPtr = below(3) ? &color : nullptr;
+        std::byte pixel[16] = {};
+        if (colorPtr) encodeColor(fast, color, pixel);
+        for (int y = 0; y < slow.height(); ++y)
+            for (int x = 0; x < slow.width(); ++x)
+                if (!rectPtr || inside(rect, x, y))
+                    std::memcpy(pixelAt(slow, x, y), pixel,
+                                static_cast<std::size_t>(pixelBytes(slow.depth())));
+        fillPixels(fast, colorPtr, rectPtr);
+        expectSameBytes(fast, slow, round);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Depths, PixelOps, testing::Values(Depth::k8, Depth::k16, Depth::kFloat));
+
+TEST(PixelOps, ColoursByDepth) {
+    World deep({1, 1, Depth::k16}), real({1, 1, Depth::kFloat}), blue({1, 1, Depth::k8, true});
+    PF_Pixel const color = {255, 128, 1, 0};
+    for (World* world : {&deep, &real, &blue}) fillPixels(*world, &color, nullptr);
+    A_u_short const words[4] = {32768, 16448, 129, 0};  // 128 * 32768 / 255 = 16448.25
+    float const floats[4] = {1.0f, 128.0f / 255.0f, 1.0f / 255.0f, 0.0f};
+    A_u_char const bytes[4] = {0, 1, 128, 255};
+    EXPECT_EQ(std::memcmp(deep.row(0), words, sizeof words), 0);
+    EXPECT_EQ(std::memcmp(real.row(0), floats, sizeof floats), 0);
+    EXPECT_EQ(std::memcmp(blue.row(0), bytes, sizeof bytes), 0);
+    World const argb({1, 1, Depth::k8});
+    EXPECT_FALSE(copyPixels(argb, blue, nullptr, nullptr)) << "channel orders differ";
+    EXPECT_FALSE(copyPixels(argb, deep, nullptr, nullptr)) << "depths differ";
+}
+
+}  // namespace
+}  // namespace zelk

@@ -1,0 +1,118 @@
+// Runs the engine through its run-time entry, on the in-memory host.
+#include "tests/support/engine_scene.h"
+
+#include <gtest/gtest.h>
+#include <omp.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include "RenderLib/Transform/CommonRender_CoreTransformRender.h"
+#include "host/PluginHost_Memory_Impl.h"
+
+namespace zelk {
+
+namespace {
+
+// The engine asks only whether the After Effects binding is there; it never looks into it.
+class PremiereHost : public PluginHost_Memory_Impl {
+public:
+    using PluginHost_Memory_Impl::PluginHost_Memory_Impl;
+    PluginHost_AE_Impl* getAEHost() override { return reinterpret_cast<PluginHost_AE_Impl*>(this); }
+};
+
+void setPins(QV_UnitPoint (&pins)[4], const Quad& quad) {
+    constexpr int kPinOfCorner[4] = {0, 2, 1, 3};
+    for (int i = 0; i < 4; ++i) pins[kPinOfCorner[i]] = {quad[2 * i], quad[2 * i + 1]};
+}
+
+RenderSettings settingsOf(const EngineScene& scene) {
+    RenderSettings settings;
+    settings.dstLeft = scene.window.left;
+    settings.dstTop = scene.window.top;
+    settings.dstRight = scene.window.right;
+    settings.dstBottom = scene.window.bottom;
+    settings.srcLeft = scene.source.left;
+    settings.srcTop = scene.source.top;
+    settings.srcRight = scene.source.right;
+    settings.srcBottom = scene.source.bottom;
+    std::copy_n(scene.ssWeight, kSuperSamples, settings.ssWeight);
+    std::copy_n(scene.ssOffsetX, kSuperSamples, settings.ssOffsetX);
+    std::copy_n(scene.ssOffsetY, kSuperSamples, settings.ssOffsetY);
+    return settings;
+}
+
+PixelRect randomRect(Random& random, int width, int height) {
+    const int left = random.integer(0, (width - 1) / 3), top = random.integer(0, (height - 1) / 3);
+    return {left, top, random.integer(std::max(left, width / 2), width - 1),
+            random.integer(std::max(top, height / 2), height - 1)};
+}
+
+}  // namespace
+
+EngineScene randomScene(Random& random, int largest) {
+    EngineScene scene;
+    scene.frameWidth = random.integer(1, largest);
+    scene.frameHeight = random.integer(1, largest);
+    scene.window = randomRect(random, scene.frameWidth, scene.frameHeight);
+    scene.source = randomRect(random, random.integer(1, largest), random.integer(1, largest));
+    scene.from = randomConvexQuad(random);
+    scene.to = randomConvexQuad(random);
+    // A pattern around the pixel, as super sampling expects it: weights sum to 1.
+    for (int k = 0; k < kSuperSamples; ++k) {
+        scene.ssWeight[k] = 1.0 / kSuperSamples;
+        scene.ssOffsetX[k] = (k % 3 - 1) / 3.0;
+        scene.ssOffsetY[k] = (k / 3 - 1) / 3.0;
+    }
+    return scene;
+}
+
+GuardedRaster noiseSource(Random& random, const EngineScene& scene, QV_RasterFormat format,
+                          int paddingBytes) {
+    // A row and a column more than may be read.
+    GuardedRaster source(format, scene.source.right + 2, scene.source.bottom + 2, paddingBytes);
+    for (int y = 0; y < source.height(); ++y) {
+        for (int x = 0; x < source.width(); ++x) {
+            for (int c = 0; c < 4; ++c) {
+                const bool readable = x >= scene.source.left && x <= scene.source.right &&
+                                      y >= scene.source.top && y <= scene.source.bottom;
+                const bool poison = !readable && channelBytes(format) == 4;
+                const double value = random.uniform(0.0, 1.0) * whiteOf(format);
+                source.set(x, y, c, poison ? std::nan("") : value);
+            }
+        }
+    }
+    return source;
+}
+
+GuardedRaster renderScene(const EngineScene& scene, const GuardedRaster& source,
+                          const EngineOptions& options, int paddingBytes) {
+    GuardedRaster output(source.format(), scene.window.width(), scene.window.height(),
+                         paddingBytes);
+    PremiereHost premiere(source.info(), output.info());
+    premiere.setApplication("PrMr");
+    PluginHost_Memory_Impl plain(source.info(), output.info());
+    PluginHost_Memory_Impl& host = options.premiere ? premiere : plain;
+    host.setOutputSize(scene.frameWidth, scene.frameHeight);
+
+    CoreRenderArguments core;
+    core.quadMode = 3;
+    core.filter = scene.filter;
+    core.sizeIndex = scene.sizeIndex;
+    setPins(core.fromPins, scene.from);
+    setPins(core.toPins, scene.to);
+    RenderSettings settings = settingsOf(scene);
+
+    const int defaultThreads = omp_get_max_threads();
+    if (options.threads > 0) omp_set_num_threads(options.threads);
+    const int result =
+        CommonRender_CoreTransformRender(&host, core, source.info(), output.info(),
+                                         options.clearOutput, false, &settings, true, false);
+    omp_set_num_threads(defaultThreads);
+    EXPECT_EQ(result, 0);
+    EXPECT_TRUE(source.guardsIntact());
+    EXPECT_TRUE(output.guardsIntact());
+    return output;
+}
+
+}  // namespace zelk

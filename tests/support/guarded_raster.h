@@ -1,0 +1,100 @@
+// A raster for the engine tests: any format with a pixel trait, rows with padding, and known bytes
+// before, between and after the pixels, so that a write outside them shows.
+#pragma once
+
+#include <cstring>
+#include <vector>
+
+#include "host/PluginHost_API.h"
+
+namespace zelk {
+
+/// Bytes per channel: 1, 2 or 4.
+inline int channelBytes(QV_RasterFormat format) {
+    return format <= kFormatRGBA8 ? 1 : format <= kFormatRGBA16 ? 2 : 4;
+}
+
+/// The channel value of full intensity.
+inline double whiteOf(QV_RasterFormat format) {
+    if (format <= kFormatRGBA8) return 255.0;
+    if (format == kFormatARGB15) return 32768.0;
+    if (format == kFormatARGB14 || format == kFormatBGRA14) return 16384.0;
+    return format <= kFormatRGBA16 ? 65535.0 : 1.0;
+}
+
+class GuardedRaster {
+public:
+    /// Pixels start out as the guard byte too: what the engine must clear isn't clear already.
+    GuardedRaster(QV_RasterFormat format, int width, int height, int paddingBytes = 0)
+        : m_info{nullptr, format, width, height, 0, 4 * channelBytes(format), 1.0f, 1.0f, 0} {
+        m_info.rowBytes = width * m_info.pixelBytes + paddingBytes;
+        m_bytes.assign(2 * kGuardBytes + static_cast<std::size_t>(m_info.rowBytes) * height,
+                       kGuardByte);
+    }
+
+    QV_RasterInfo info() const {
+        QV_RasterInfo copy = m_info;
+        copy.data = const_cast<unsigned char*>(m_bytes.data()) + kGuardBytes;
+        return copy;
+    }
+    int width() const { return m_info.width; }
+    int height() const { return m_info.height; }
+    QV_RasterFormat format() const { return m_info.format; }
+    unsigned char* pixel(int x, int y) const {
+        return static_cast<unsigned char*>(info().data) +
+               static_cast<std::ptrdiff_t>(y) * m_info.rowBytes +
+               static_cast<std::ptrdiff_t>(x) * m_info.pixelBytes;
+    }
+
+    /// The stored channel value, from 0 to white.
+    double get(int x, int y, int channel) const {
+        const unsigned char* at = pixel(x, y) + channel * channelBytes(m_info.format);
+        if (channelBytes(m_info.format) == 1) return *at;
+        if (channelBytes(m_info.format) == 2) return read<unsigned short>(at);
+        return static_cast<double>(read<float>(at));
+    }
+    /// Integer formats truncate.
+    void set(int x, int y, int channel, double value) {
+        unsigned char* at = pixel(x, y) + channel * channelBytes(m_info.format);
+        if (channelBytes(m_info.format) == 1) write(at, static_cast<unsigned char>(value));
+        if (channelBytes(m_info.format) == 2) write(at, static_cast<unsigned short>(value));
+        if (channelBytes(m_info.format) == 4) write(at, static_cast<float>(value));
+    }
+
+    bool guardsIntact() const {
+        const std::size_t used = static_cast<std::size_t>(m_info.width) * m_info.pixelBytes;
+        for (std::size_t i = 0; i < m_bytes.size(); ++i) {
+            const bool inside = i >= kGuardBytes && i < m_bytes.size() - kGuardBytes;
+            if (inside && (i - kGuardBytes) % m_info.rowBytes < used) continue;
+            if (m_bytes[i] != kGuardByte) return false;
+        }
+        return true;
+    }
+    bool samePixels(const GuardedRaster& other) const {
+        const auto length = static_cast<std::size_t>(m_info.width) * m_info.pixelBytes;
+        for (int y = 0; y < m_info.height; ++y) {
+            if (std::memcmp(pixel(0, y), other.pixel(0, y), length) != 0) return false;
+        }
+        return true;
+    }
+
+private:
+    static constexpr std::size_t kGuardBytes = 256;
+    static constexpr unsigned char kGuardByte = 0x5A;
+
+    template <typename T>
+    static T read(const unsigned char* at) {
+        T value;
+        std::memcpy(&value, at, sizeof value);
+        return value;
+    }
+    template <typename T>
+    static void write(unsigned char* at, T value) {
+        std::memcpy(at, &value, sizeof value);
+    }
+
+    QV_RasterInfo m_info;
+    std::vector<unsigned char> m_bytes;
+};
+
+}  // namespace zelk

@@ -1,0 +1,44 @@
+// Seeded random quads and numbers for the geometry and engine tests. A test prints the seed it used
+// (SCOPED_TRACE), so that a failure can be repeated.
+#pragma once
+
+#include <array>
+#include <cmath>
+#include <random>
+
+namespace zelk {
+
+/// Four corners x0, y0, ... x3, y3 in Z order: images of (0,0), (1,0), (0,1), (1,1).
+using Quad = std::array<double, 8>;
+
+class Random {
+public:
+    explicit Random(unsigned seed) : m_engine(seed) {}
+    double uniform(double lo, double hi) {
+        return std::uniform_real_distribution<double>(lo, hi)(m_engine);
+    }
+    int integer(int lo, int hi) { return std::uniform_int_distribution<int>(lo, hi)(m_engine); }
+    bool flip() { return integer(0, 1) == 1; }
+
+private:
+    std::mt19937_64 m_engine;
+};
+
+/// The unit square with every coordinate moved by up to 0.2, mirrored half of the time, then turned
+/// by any angle about its centre. Always convex: a corner would have to move 0.25 to flatten one.
+inline Quad randomConvexQuad(Random& random) {
+    Quad quad = {0, 0, 1, 0, 0, 1, 1, 1};
+    const bool mirrored = random.flip();
+    const double angle = random.uniform(0.0, 6.283185307179586);
+    const double s = std::sin(angle), c = std::cos(angle);
+    for (int i = 0; i < 4; ++i) {
+        double x = quad[2 * i] + random.uniform(-0.2, 0.2) - 0.5;
+        const double y = quad[2 * i + 1] + random.uniform(-0.2, 0.2) - 0.5;
+        if (mirrored) x = -x;
+        quad[2 * i] = c * x - s * y + 0.5;
+        quad[2 * i + 1] = s * x + c * y + 0.5;
+    }
+    return quad;
+}
+
+}  // namespace zelk
