@@ -107,7 +107,7 @@ PF_Err CornerPinRender(PluginHost_API* host) {
         host->copyInputToOutput();
         return 0;
     }
-    if (const PF_Err code = takeWorkingCopy(frame)) return code;
+    if (const PF_Err code = takeWorkingCopy(frame, Trait::kFormat)) return code;
     corner_pin_detail::enterPremultiplied<Trait>(frame);
     if (const PF_Err code = prepareSamples(frame)) return code;
     for (int i = 0; i < frame.plan.samples; ++i) renderSample(frame);

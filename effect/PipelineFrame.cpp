@@ -24,6 +24,13 @@ PassPlan passPlan(RenderArguments const& args) {
     }
 }
 
+constexpr PF_Err kNoRaster = 1;  ///< an image that could not be had
+
+/// A host whose query fails describes an image without pixels, or as one of 8 bits.
+bool isUsable(PluginHost_API::RasterInfo const& info, QV_RasterFormat format) {
+    return info.format == format && (info.data || info.width == 0 || info.height == 0);
+}
+
 PF_Err fail(PipelineFrame& frame, PF_Err code) {
     frame.host->fillOutput();
     return code;
@@ -60,8 +67,7 @@ int renderPass(PipelineFrame& frame, CoreRenderArguments& core, QuadMode quadMod
 void renderTwoPasses(PipelineFrame& frame, CoreRenderArguments& core, RenderSettings* settings,
                      bool fromAtRest) {
     PluginHost_API* host = frame.host;
-    PluginHost_API::RasterInfo interim{};
-    host->getRasterInfo(frame.rasters.interim, &interim);
+    PluginHost_API::RasterInfo const& interim = frame.interimInfo;
     CoreRenderArguments secondCore = core;
     RenderSettings secondSettings = *settings;
 
@@ -88,17 +94,18 @@ PF_Err readFrame(PipelineFrame& frame) {
     return 0;
 }
 
-PF_Err takeWorkingCopy(PipelineFrame& frame) {
-    constexpr PF_Err kNoInput = 1;
+PF_Err takeWorkingCopy(PipelineFrame& frame, QV_RasterFormat format) {
     PluginHost_API* host = frame.host;
     const std::unique_ptr<PluginRaster_API> input(host->getInputRaster(0));
-    if (!input) return fail(frame, kNoInput);
+    if (!input) return fail(frame, kNoRaster);
     if (const PF_Err code = frame.rasters.allocate(frame.rasters.work, input.get()))
         return fail(frame, code);
     host->copy(input.get(), frame.rasters.work);
     frame.rasters.out = host->getOutputRaster();
     host->getRasterInfo(frame.rasters.work, &frame.workInfo);
     host->getRasterInfo(frame.rasters.out, &frame.outInfo);
+    if (!isUsable(frame.workInfo, format) || !isUsable(frame.outInfo, format))
+        return fail(frame, kNoRaster);
     return 0;
 }
 
@@ -106,6 +113,8 @@ PF_Err prepareSamples(PipelineFrame& frame) {
     frame.plan = planSamples(frame.host);
     if (const PF_Err code = frame.rasters.allocate(frame.rasters.interim, frame.rasters.work))
         return fail(frame, code);
+    frame.host->getRasterInfo(frame.rasters.interim, &frame.interimInfo);
+    if (!isUsable(frame.interimInfo, frame.workInfo.format)) return fail(frame, kNoRaster);
     frame.core = coreArguments(frame.args.quality);
     return 0;
 }

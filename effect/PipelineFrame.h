@@ -35,6 +35,7 @@ struct PipelineFrame {
     PassPlan passes = PassPlan::kNone;
     PipelineRasters rasters;
     PluginHost_API::RasterInfo workInfo{};  ///< source of the passes
+    PluginHost_API::RasterInfo interimInfo{};
     PluginHost_API::RasterInfo outInfo{};
     SamplePlan plan;
     CoreRenderArguments core;
@@ -46,9 +47,9 @@ struct PipelineFrame {
 /// passes. 0, or the host's code when a control could not be read; the output is then cleared.
 PF_Err readFrame(PipelineFrame& frame);
 
-/// Makes the working copy and wraps the output. 0, or why there is no working copy, the output
-/// being cleared.
-PF_Err takeWorkingCopy(PipelineFrame& frame);
+/// Makes the working copy and wraps the output. 0; or why there is no working copy, or 1 when the
+/// host describes an image in another format or without pixels. The output is then cleared.
+PF_Err takeWorkingCopy(PipelineFrame& frame, QV_RasterFormat format);
 
 /// Plans the samples and makes what they need beside the working copy. Result as before.
 PF_Err prepareSamples(PipelineFrame& frame);

@@ -30,4 +30,10 @@ std::string oneLine(std::string_view text) {
     return line.substr(first, line.find_last_not_of(' ') - first + 1);
 }
 
+std::string shortened(std::string_view text) {
+    constexpr std::size_t kMost = 160;
+    if (text.size() <= kMost) return std::string(text);
+    return std::string(text.substr(0, kMost)) + "...";
+}
+
 }  // namespace zelk

@@ -32,4 +32,7 @@ private:
 /// Control characters, line ends among them, become blanks; blanks at the ends go.
 std::string oneLine(std::string_view text);
 
+/// At most 160 characters of a library's text, which may repeat itself for pages.
+std::string shortened(std::string_view text);
+
 }  // namespace zelk

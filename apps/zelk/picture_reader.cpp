@@ -19,7 +19,7 @@ namespace zelk {
 namespace {
 
 UserError unreadable(std::filesystem::path const& file, std::string const& reason) {
-    std::string const why = reason.empty() ? "unknown format" : reason;
+    std::string const why = reason.empty() ? "unknown format" : shortened(reason);
     return {ExitCode::kInput, {file.string(), "cannot be read:", why, "a whole picture file"}};
 }
 
@@ -154,6 +154,16 @@ void PictureReader::readStrips(World& world, int downsample) {
     }
 }
 
+void PictureReader::readThrough() {
+    int const strip = std::min(stripRows(), height());
+    std::vector<float> values(static_cast<std::size_t>(width()) *
+                              static_cast<std::size_t>(m_channels.count) *
+                              static_cast<std::size_t>(strip));
+    for (int top = 0; top < height(); top += strip) {
+        fetch(top, std::min(top + strip, height()), values.data());
+    }
+}
+
 void PictureReader::readInto(World& world, int downsample) {
     QuietLibraries const quiet;
     withChannelOf(world.depth(), [&](auto channel) {
@@ -167,6 +177,7 @@ void PictureReader::readInto(World& world, int downsample) {
             readStrips<Channel, float>(world, downsample);
         }
     });
+    m_input->close();
 }
 
 }  // namespace zelk

@@ -32,8 +32,11 @@ public:
     PictureTraits const& traits() const { return m_traits; }
 
     /// Fills `world`, which is width / downsample by height / downsample (truncated), with the
-    /// picture, box reduced. Throws an input error for a file that breaks off.
+    /// picture, box reduced, and closes the file. Throws an input error for a file that breaks off.
     void readInto(World& world, int downsample);
+
+    /// Reads all rows and keeps none. Throws an input error for a file that breaks off.
+    void readThrough();
 
 private:
     /// Indices of the file's channels; alpha -1 when there is none.

@@ -23,6 +23,13 @@ namespace fs = std::filesystem;
 
 /// Formats whose writers take straight colour as it is.
 constexpr std::array<std::string_view, 4> kStraightFormats = {"png", "tiff", "targa", "webp"};
+/// Formats whose writers notice a full disk; what another has written is read back.
+constexpr std::array<std::string_view, 13> kNotice = {"png",  "tiff",     "openexr", "targa", "bmp",
+                                                      "webp", "jpeg2000", "pnm",     "dpx",   "hdr",
+                                                      "rla",  "heif",     "jpeg"};
+/// Formats without float samples: they get the deepest integers they have.
+constexpr std::array<std::string_view, 8> kIntegerFormats = {
+    "png", "jpeg", "targa", "webp", "bmp", "gif", "dpx", "cineon"};
 /// Writers that leave no picture file.
 constexpr std::array<std::string_view, 2> kNoFiles = {"null", "term"};
 
@@ -32,8 +39,8 @@ bool isOneOf(auto const& names, std::string_view name) {
 
 UserError unwritable(fs::path const& target, std::string const& reason) {
     return {ExitCode::kOutput,
-            {target.string(), "cannot be written:", reason.empty() ? "unknown reason" : reason,
-             "a writable place"}};
+            {target.string(), "cannot be written:",
+             reason.empty() ? "unknown reason" : shortened(reason), "a writable place"}};
 }
 
 std::unique_ptr<OIIO::ImageOutput> makeWriter(fs::path const& target) {
@@ -63,11 +70,14 @@ struct RowPlan {
 
 RowPlan planRows(OIIO::ImageOutput const& writer, Depth depth, PictureTraits const& traits) {
     RowPlan plan;
-    bool const isExr = std::string_view(writer.format_name()) == "openexr";
+    std::string_view const format = writer.format_name();
+    bool const isExr = format == "openexr";
+    bool const holdsFloat = !isOneOf(kIntegerFormats, format);
     if (!writer.supports("alpha")) plan.channels = 3;
     plan.isStraight = plan.channels == 4 && isOneOf(kStraightFormats, writer.format_name());
     plan.type = depth == Depth::k8                        ? OIIO::TypeUInt8
                 : depth == Depth::k16 && !isExr           ? OIIO::TypeUInt16
+                : !holdsFloat                             ? OIIO::TypeUInt16
                 : depth == Depth::kFloat && traits.isHalf ? OIIO::TypeHalf
                                                           : OIIO::TypeFloat;
     return plan;
@@ -77,6 +87,11 @@ OIIO::ImageSpec specOf(World const& world, RowPlan const& plan, PictureTraits co
     OIIO::ImageSpec spec(world.width(), world.height(), plan.channels, plan.type);
     for (auto const& value : traits.metadata) spec.extra_attribs.push_back(value);
     if (plan.isStraight) spec.attribute("oiio:UnassociatedAlpha", 1);
+    // The TIFF writer reports an error for an empty Exif table; "uncalibrated" fills it truthfully.
+    constexpr int kUncalibrated = 0xffff;
+    if (spec.get_string_attribute("oiio:ColorSpace") != "sRGB") {
+        spec.attribute("Exif:ColorSpace", kUncalibrated);
+    }
     return spec;
 }
 
@@ -129,6 +144,14 @@ bool writeRows(World const& world, RowPlan const& plan, OIIO::ImageOutput& write
     });
 }
 
+void checkWhole(fs::path const& file, fs::path const& target) {
+    try {
+        PictureReader(file).readThrough();
+    } catch (UserError const&) {
+        throw unwritable(target, "incomplete");
+    }
+}
+
 }  // namespace
 
 void checkTarget(fs::path const& target) {
@@ -146,13 +169,14 @@ void checkTarget(fs::path const& target) {
 }
 
 void writePicture(World const& world, fs::path const& target, PictureTraits const& traits) {
-    QuietLibraries const quiet;
-    auto const writer = makeWriter(target);
     TemporaryFile file(resolved(target));
+    QuietLibraries const quiet;
+    auto const writer = makeWriter(target);  // gone before the file: its end may write once more
     RowPlan const plan = planRows(*writer, world.depth(), traits);
     bool const isWritten = writer->open(file.path().string(), specOf(world, plan, traits)) &&
                            writeRows(world, plan, *writer) && writer->close();
     if (!isWritten || writer->has_error()) throw unwritable(target, writer->geterror());
+    if (!isOneOf(kNotice, writer->format_name())) checkWhole(file.path(), target);
     file.putInPlace();
 }
 

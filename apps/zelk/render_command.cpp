@@ -8,6 +8,7 @@
 
 #include "apps/zelk/errors.h"
 #include "apps/zelk/memory_budget.h"
+#include "apps/zelk/memory_release.h"
 #include "apps/zelk/parameter_names.h"
 #include "apps/zelk/parameter_values.h"
 #include "apps/zelk/params_command.h"
@@ -98,6 +99,7 @@ World renderFrame(RenderRequest const& request, Host& host, PictureReader& pictu
         throw tooLarge(request, frame);
     }
     picture.readInto(input, request.downsample);
+    releaseStartupMemory();
 
     FrameRequest ask;
     ask.downsample = request.downsample;

@@ -7,6 +7,8 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
+#include <cstdlib>
 #include <cstring>
 
 #include "apps/zelk/errors.h"
@@ -15,9 +17,66 @@ namespace zelk {
 
 namespace {
 
-UserError unwritable(std::filesystem::path const& target, int fault) {
-    return {ExitCode::kOutput,
-            {target.string(), "cannot be written:", std::strerror(fault), "a writable place"}};
+UserError unwritable(std::filesystem::path const& target, char const* reason) {
+    return {ExitCode::kOutput, {target.string(), "cannot be written:", reason, "a writable place"}};
+}
+
+constexpr int kInterruptions[] = {SIGINT, SIGTERM, SIGHUP};
+
+/// The one file that is being written, for the two ends of a process that run no destructor:
+/// exit() from within a library (libjpeg's answer to a full disk), and signals.
+struct Unfinished {
+    std::string path;     ///< empty when there is none
+    std::string message;  ///< for standard error at exit()
+    int messages = -1;    ///< standard error as it was before libraries were made quiet
+    bool isGuarded = false;
+};
+
+Unfinished& unfinished() {
+    static Unfinished only;
+    return only;
+}
+
+void onExit() {
+    Unfinished const& file = unfinished();
+    if (file.path.empty()) return;
+    ::unlink(file.path.c_str());
+    [[maybe_unused]] auto const written =
+        ::write(file.messages, file.message.data(), file.message.size());
+    ::_exit(static_cast<int>(ExitCode::kOutput));
+}
+
+/// Async-signal-safe calls only.
+void onInterruption(int signal) {
+    ::unlink(unfinished().path.c_str());
+    std::signal(signal, SIG_DFL);
+    std::raise(signal);
+}
+
+/// A signal that the caller ignores stays ignored.
+void setInterruptions(void (*from)(int), void (*to)(int)) {
+    for (int const signal : kInterruptions) {
+        auto const earlier = std::signal(signal, to);
+        if (earlier != from) std::signal(signal, earlier);
+    }
+}
+
+void guard(std::filesystem::path const& path, std::filesystem::path const& target) {
+    Unfinished& file = unfinished();
+    if (!file.isGuarded) file.isGuarded = std::atexit(onExit) == 0;
+    file.path = path.string();
+    file.message =
+        fmt::format("zelk: {}\n", unwritable(target, "the picture's writer gave up").what());
+    file.messages = ::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3);
+    setInterruptions(SIG_DFL, onInterruption);
+    std::signal(SIGXFSZ, SIG_IGN);  // a file too large is an error like a full disk
+}
+
+void unguard() {
+    setInterruptions(onInterruption, SIG_DFL);
+    Unfinished& file = unfinished();
+    file.path.clear();
+    if (file.messages >= 0) ::close(file.messages);
 }
 
 }  // namespace
@@ -31,25 +90,31 @@ TemporaryFile::TemporaryFile(std::filesystem::path const& target) : m_target(tar
         if (file >= 0) {
             ::close(file);
             m_path = path;
+            guard(m_path, m_target);
             return;
         }
-        if (errno != EEXIST || attempt > 100) throw unwritable(target, errno);
+        if (errno != EEXIST || attempt > 100) throw unwritable(target, std::strerror(errno));
     }
 }
 
 TemporaryFile::~TemporaryFile() {
-    if (!m_path.empty()) ::unlink(m_path.c_str());
+    if (m_path.empty()) return;
+    ::unlink(m_path.c_str());
+    unguard();
 }
 
 void TemporaryFile::putInPlace() {
     int const file = ::open(m_path.c_str(), O_RDONLY | O_CLOEXEC);
     bool const isFlushed = file >= 0 && ::fsync(file) == 0;
-    int fault = errno;
+    int const fault = errno;
     if (file >= 0) ::close(file);
-    if (!isFlushed) throw unwritable(m_target, fault);
+    if (!isFlushed) throw unwritable(m_target, std::strerror(fault));
     struct stat earlier {};
     if (::stat(m_target.c_str(), &earlier) == 0) ::chmod(m_path.c_str(), earlier.st_mode & 07777);
-    if (::rename(m_path.c_str(), m_target.c_str()) != 0) throw unwritable(m_target, errno);
+    if (::rename(m_path.c_str(), m_target.c_str()) != 0) {
+        throw unwritable(m_target, std::strerror(errno));
+    }
+    unguard();
     m_path.clear();
 }
 

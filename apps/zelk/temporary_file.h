@@ -1,4 +1,5 @@
-// A file that takes its target's place only when it is complete.
+// A file that takes its target's place only when it is complete, and is gone otherwise, even when a
+// picture library ends the process by itself or the user interrupts it.
 #pragma once
 
 #include <filesystem>
@@ -6,7 +7,7 @@
 namespace zelk {
 
 /// An empty, new file beside `target` with the same extension, so that a writer finds the format.
-/// It goes away with the object unless it was put in place.
+/// It goes away with the object unless it was put in place. One lives at a time.
 class TemporaryFile {
 public:
     /// Throws an output error when the folder refuses it.

@@ -62,8 +62,8 @@ struct PF_HelperSuite1 {
 
 /// A mask vertex as the host gives it, layer pixels.
 struct PF_PathVertexRecord {
-    PF_FpLong x, y;
     PF_FpLong tan_in_x, tan_in_y;
+    PF_FpLong x, y;
     PF_FpLong tan_out_x, tan_out_y;
 };
 using PF_PathOutlinePtr = struct PF_PathOutline*;

@@ -106,9 +106,15 @@ TEST(RenderCommand, TheOriginalComesThroughAtEveryDepthOfEveryHost) {
             for (int y = 0; y < 6; ++y)
                 EXPECT_EQ(0, std::memcmp(input.row(y), output.row(y),
                                          static_cast<std::size_t>(9 * zelk::pixelBytes(depth))));
-            // The host's refusal is the command's.
-            host.monitor().inject({"copy", 2, 93});
-            EXPECT_EQ(host.render(input, output, {}).code, 93);
+            // The pipeline's code is the command's: here, no working copy is to be had.
+            zelk::setNumber(host.parameters()[kParamViewMode].current, 4);
+            host.monitor().restart();
+            host.monitor().inject({"new_world", 1, 93});
+            host.monitor().inject({"PF World Suite 2/PF_NewWorld", 1, 93});
+            auto const refused = host.render(input, output, {});
+            EXPECT_EQ(refused.code, 93);
+            EXPECT_EQ(host.monitor().faultsAnswered(), 1);
+            EXPECT_EQ(nothingOwed(refused), "nothing");
         }
 }
 

@@ -35,8 +35,9 @@ struct Engine {
     std::string log;
     std::map<void const*, std::string> names;  // of pixel buffers
     RenderArguments args;
-    int code = 0;        // what passes answer
-    int readerCode = 0;  // what the reader for other hosts answers
+    std::vector<unsigned char> workAtEnd;  // its first bytes when it is given back
+    int code = 0;                          // what passes answer
+    int readerCode = 0;                    // what the reader for other hosts answers
 };
 Engine* theEngine = nullptr;
 
@@ -77,6 +78,10 @@ public:
     }
     int deallocRaster(PluginRaster_API* raster) override {
         theEngine->log += "free " + m_objects[raster] + ". ";
+        if (m_objects[raster] == "work" && dataOf(raster)) {
+            auto const* bytes = static_cast<unsigned char const*>(dataOf(raster));
+            theEngine->workAtEnd.assign(bytes, bytes + 16);
+        }
         return Host::deallocRaster(raster);
     }
     int copy(PluginRaster_API* from, PluginRaster_API* to) override {
@@ -366,6 +371,12 @@ TYPED_TEST(EachFormat, EveryFamilyGetsTheColourThatItKeeps) {
         auto const* source =
             reinterpret_cast<Channel const*>(frame.engine.passes.at(0).sourcePixel.data());
         EXPECT_EQ(source[T::kAlpha], noAlpha ? kWhite : frame.in(0, 0)[T::kAlpha]);
+        // The passes copy, so the working copy ends as the output does.
+        auto const* work = reinterpret_cast<Channel const*>(frame.engine.workAtEnd.data());
+        for (int c = 0; c < 4; ++c) {
+            if (noAlpha && c != T::kAlpha) continue;  // straight; it was not laid out for the host
+            EXPECT_EQ(work[c], frame.out(0, 0)[c]) << "family " << int(family);
+        }
         for (int y = 0; y < 7; ++y) {
             for (int x = 0; x < 9; ++x) {
                 Channel const *in = frame.in(x, y), *out = frame.out(x, y);

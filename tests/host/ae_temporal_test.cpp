@@ -142,7 +142,7 @@ TEST(AEBlend, EveryRefusalGivesItsCodeAfterCleanUp) {
         auto const result = inRender(host, Depth::k8, [&](PluginHost_AE_Impl& ae) {
             Transfer transfer;
             transfer.pixelBytes = 4;
-            transfer.answer = c.code;
+            transfer.answer = std::string(c.call) == "transfer" ? c.code : 0;
             theTransfer = &transfer;
             PF_UtilCallbacks utils = *ae.in_data->utils;
             utils.transfer_rect = std::string(c.call) == "none" ? nullptr : noteTransfer;

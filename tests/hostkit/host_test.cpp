@@ -18,12 +18,17 @@ CommandResult renderReport(Host& host, ProbeReport which, FrameRequest const& fr
     return host.render(input, output, frame);
 }
 
+/// What the probe exports besides its entry; the module stays loaded.
+void* probeSymbol(char const* name) {
+    void* const module = dlopen(PROBE_EFFECT, RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
+    void* const symbol = module ? dlsym(module, name) : nullptr;
+    if (module) dlclose(module);
+    return symbol;
+}
+
 int liveSetups() {
-    void* const module = dlopen(PROBE_EFFECT, RTLD_NOW | RTLD_LOCAL);
-    auto const* const count = static_cast<int*>(dlsym(module, "probeLiveSetups"));
-    int const live = count ? *count : -1;
-    dlclose(module);
-    return live;
+    auto const* const count = static_cast<int*>(probeSymbol("probeLiveSetups"));
+    return count ? *count : -1;
 }
 
 TEST(HostLoading, TellsWhatIsWrong) {
@@ -60,8 +65,12 @@ TEST(HostLoading, SetUpIsFollowedBySetDown) {
         EXPECT_EQ(host.effectVersion(), 0x108407u) << "2.1.0 beta 7";
         EXPECT_EQ(host.monitor().outstanding, Outstanding{}) << "global data is the host's";
         EXPECT_EQ(host.about().message, "probe");
+        auto const lateCall = reinterpret_cast<PF_Err (*)()>(probeSymbol("probeLateCall"));
+        ASSERT_NE(lateCall, nullptr);
+        EXPECT_EQ(lateCall(), PF_Err_BAD_CALLBACK_PARAM) << "no command runs";
         EXPECT_EQ(host.globalSetdown().code, 0);
         EXPECT_EQ(liveSetups(), 0);
+        EXPECT_NE(host.globalSetdown().code, 0) << "its global data went with the first";
     }
     EXPECT_EQ(liveSetups(), 0) << "no second set-down";
     auto const bare = Host::loadOnly(PROBE_EFFECT);

@@ -16,6 +16,14 @@ PROBE_EXPORT int probeLiveSetups;
 int probeLiveSetups = 0;
 
 namespace {
+PF_InteractCallbacks lastInter;
+PF_ProgPtr lastRef;
+}  // namespace
+
+/// Calls the host back when no command runs.
+PROBE_EXPORT PF_Err probeLateCall() { return lastInter.progress(lastRef, 0, 1); }
+
+namespace {
 
 struct Call {
     PF_InData* in;
@@ -27,6 +35,12 @@ struct Call {
 template <class... Arguments>
 PF_Err report(Call const& call, char const* format, Arguments... arguments) {
     std::snprintf(call.out->return_msg, sizeof call.out->return_msg, format, arguments...);
+    return PF_Err_NONE;
+}
+
+PF_Err globalSetdown(Call const& call) {
+    if (!call.in->global_data) return PF_Err_INTERNAL_STRUCT_DAMAGED;
+    --probeLiveSetups;
     return PF_Err_NONE;
 }
 
@@ -344,6 +358,7 @@ PF_Err badCalls(Call const& call) {
     expectBad("acquire null", in.pica_basicP->AcquireSuite(nullptr, 2, &table));
     expectBad("acquire to null", in.pica_basicP->AcquireSuite(kPFWorldSuite, 2, nullptr));
     expectBad("acquire version", in.pica_basicP->AcquireSuite(kPFWorldSuite, 1, &table));
+    if (table) wrong += "suite in spite of refusal ";
     // From here on each is a mistake of the effect's that the host has to note.
     expectBad("checkin", in.inter.checkin_param(ref, &def));
     expectBad("dispose null", utils.dispose_world(ref, nullptr));
@@ -395,14 +410,15 @@ PF_Err render(Call const& call) {
 PROBE_EXPORT PF_Err EntryPointFunc(PF_Cmd cmd, PF_InData* in, PF_OutData* out, PF_ParamDef** params,
                                    PF_LayerDef* output, void*) {
     Call const call{in, out, params, output};
+    lastInter = in->inter;
+    lastRef = in->effect_ref;
     switch (cmd) {
         case PF_Cmd_ABOUT:
             return in->utils->ansi.strcpy(out->return_msg, "probe") ? 0 : 1;
         case PF_Cmd_GLOBAL_SETUP:
             return globalSetup(call);
         case PF_Cmd_GLOBAL_SETDOWN:
-            --probeLiveSetups;
-            return PF_Err_NONE;
+            return globalSetdown(call);
         case PF_Cmd_PARAMS_SETUP:
             return paramsSetup(call);
         case PF_Cmd_RENDER:

@@ -29,6 +29,15 @@ constexpr float kCoveragePerSubCell = 0.0001220703125f;  // 1 / 8192
 int ceilSingle(double x) { return static_cast<int>(std::ceil(static_cast<float>(x))); }
 int floorSingle(double x) { return static_cast<int>(std::floor(static_cast<float>(x))); }
 
+/// Span ends, whole sub-columns. Saturated: an edge that is level to within rounding may put its
+/// ends anywhere. Any end of a polygon inside its window is far from these limits.
+int spanLeft(double nx) {
+    return static_cast<int>(std::clamp(std::ceil(static_cast<float>(nx)), -9.0e6f, 9.0e7f));
+}
+int spanRight(double nx) {
+    return static_cast<int>(std::clamp(std::floor(static_cast<float>(nx)), -9.0e6f, 9.0e7f));
+}
+
 void clearSpans(int (*spans)[2]) {
     for (int k = 0; k < kSubRows; ++k) spans[k][0] = spans[k][1] = kEmptySpan;
 }
@@ -81,7 +90,10 @@ struct RowRuns {
         midStart = std::max(midStart, win.x0);
         midEnd = std::min(midEnd, win.x1);
         end = std::min(end, win.x1 + 1);
-        midEnd = std::max(midEnd, midStart);
+        // For a polygon inside the window these change nothing but midEnd.
+        end = std::max(end, start);
+        midStart = std::clamp(midStart, start, end);
+        midEnd = std::clamp(midEnd, midStart, end);
     }
 };
 
@@ -209,21 +221,21 @@ void QV_Poly::polyAreaScan_internal(QV_Window* win, int left, int /*top*/, int r
             --rem;
             const int i = previousVertex(li);
             areaIncrementalize_y(&m_vert[li], &m_vert[i], &l, &dl, y, sub);
-            ly = static_cast<int>(std::ceil(m_vert[i].ny));
+            ly = ceilSingle(m_vert[i].ny);
             li = i;
         }
         while (ry <= sub && rem > 0) {
             --rem;
             const int i = nextVertex(ri);
             areaIncrementalize_y(&m_vert[ri], &m_vert[i], &r, &dr, y, sub);
-            ry = static_cast<int>(std::ceil(m_vert[i].ny));
+            ry = ceilSingle(m_vert[i].ny);
             ri = i;
         }
         while (sub < ly && sub < ry) {
             lo = l.nx <= r.nx ? &l : &r;
             hi = l.nx <= r.nx ? &r : &l;
-            const int a = ceilSingle(lo->nx);
-            const int b = floorSingle(hi->nx);
+            const int a = spanLeft(lo->nx);
+            const int b = spanRight(hi->nx);
             const int k = sub & (kSubRows - 1);
             spans[k][0] = a < b ? a : kEmptySpan;
             spans[k][1] = a < b ? b : kEmptySpan;

@@ -1,4 +1,4 @@
-// The four ways in which coverage enters a transfer mode: one pixel of each, given its pair.
+// The three ways in which coverage enters a transfer mode: one pixel of each, given its pair.
 //
 //   standard   the mode weighted by the background's coverage, laid over the background
 //   behind     the background laid over the foreground; no mode

@@ -9,6 +9,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cmath>
 
 #include "Transform/Common/Shadow_BlurPass_RenderFunc/BlurFilter.h"
 #include "Transform/Common/Transform_Core_Render/ProgressiveBlurFade.h"
@@ -28,7 +29,7 @@ enum ProgressiveBlurKind : int {
 inline double relativeBlurRadius(PluginHost_API* host, float radius,
                                  PluginHost_API::RasterInfo const& raster) {
     const double shorter = std::min(raster.width, raster.height);
-    double pixels = radius * raster.height * 0.5 / 1000.0 * shorter;
+    double pixels = static_cast<double>(radius) * raster.height * 0.5 / 1000.0 * shorter;
     pixels = std::min(pixels, shorter) * std::min(host->getScaleX(), host->getScaleY());
     return std::trunc(pixels);
 }
@@ -57,8 +58,9 @@ int progressiveBlur(PluginHost_API* host, QV_Line2D& line, float radius, float a
     if (kind == kBlurKindPlain || kind == kBlurKindAlphaOnly) return tentBlur(radius, false);
 
     const auto fade = alphaPlane ? ZELK_CALL(fade_A) : ZELK_CALL(fade_RGBA);
-    fade(static_cast<float>(fadeStart * 0.01), static_cast<float>((fadeStart + fadeLength) * 0.01),
-         curve, raster);
+    const double start = fadeStart, length = fadeLength;
+    fade(static_cast<float>(start * 0.01), static_cast<float>((start + length) * 0.01), curve,
+         raster);
     if (kind != kBlurKindFromLine) return tentBlur(relativeBlurRadius(host, radius, *raster), true);
     const auto fromLine =
         alphaPlane ? ZELK_CALL(progressiveBlur_A) : ZELK_CALL(progressiveBlur_RGBA);

@@ -20,8 +20,8 @@ class TransferReference {
 public:
     explicit TransferReference(double white) : W(white), whole(white > 1) {}
 
-    /// `fa` and `ba` have their opacity in them. Hue and its kin are truncated `nudge` channel units
-    /// off, which shows what an error of that size could do.
+    /// `fa` and `ba` have their opacity in them. Hue and its kin are truncated `nudge` channel
+    /// units off, which shows what an error of that size could do.
     RefPixel blend(int mode, RefPixel F, RefPixel B, double fa, double ba, double nudge = 0) const {
         const double ra = limit(fa + ba - mul(fa, ba));
         if (fa == 0 && mode != 1) return {B.c, ra};
@@ -34,9 +34,10 @@ public:
         if (mode == 4 || mode == 12) {
             if (ba > 0) m = addedOrSubtracted(mode == 4, f, b, fa, ba, ra);
         } else {
-            if (mode == 1) m = cover(f, b, ba);
-            else if (ba > 0) m = cover(f, mix(mode, f, b, nudge), ba);
-            if (fa != W && fa < fullCover() && (mode == 1 || ba > 0)) m = over(m, b, fa, ba);
+            const RefColour mixed = mode == 1 ? b : mix(mode, f, b, nudge);
+            if (mode == 1 || ba > 0) m = mode == 1 || ba < W ? faded(f, mixed, ba) : mixed;
+            const bool seeThrough = whole ? fa < W : fa != 1;
+            if (seeThrough && (mode == 1 || ba > 0)) m = over(m, b, fa, ba);
         }
         for (double& c : m) c = limit(c);
         return {m, ra};
@@ -50,10 +51,9 @@ public:
     }
 
 private:
-    double W;
+    double W;  // white
     bool whole;
 
-    double fullCover() const { return whole ? W : HUGE_VAL; }
     double half() const { return W == 255 ? 127 : W / 2; }
     double limit(double x) const { return whole ? std::min(std::max(x, 0.0), W) : x; }
     double quotient(double x, double y) const { return whole ? std::trunc(x / y) : x / y; }
@@ -62,9 +62,7 @@ private:
         return whole ? std::floor((x * y + over / 2) / over) : x * y;
     }
 
-    RefColour cover(RefColour const& f, RefColour m, double ba) const {
-        if (ba == W || (whole && ba > W) || ba > fullCover()) return m;
-        if (!whole && ba >= 1) return m;
+    RefColour faded(RefColour const& f, RefColour m, double ba) const {
         for (int i = 0; i < 3; ++i) m[i] = mul(f[i], W - ba) + mul(m[i], ba);
         return m;
     }
@@ -90,21 +88,31 @@ private:
 
     double channel(int mode, double f, double b) const {
         switch (mode) {
-            case 2: return f;
-            case 5: return mul(b, f);
+            case 2:
+                return f;
+            case 5:
+                return mul(b, f);
             case 6:
-            case 35: return W - mul(W - b, W - f);
-            case 7: return b < half() ? mul(2 * b, f) : mul(W - b, 2 * f - W) + b;
-            case 8: return mul(W - 2 * f, mul(b, b) - b) + b;
-            case 9: return f < half() ? mul(2 * f, b) : W - mul(2 * (W - f), W - b);
-            case 10: return b < f ? b : f;
-            case 11: return b > f ? b : f;
-            case 23: return f >= W ? f : quotient(b * W, W - f);
+            case 35:
+                return W - mul(W - b, W - f);
+            case 7:
+                return b < half() ? mul(2 * b, f) : mul(W - b, 2 * f - W) + b;
+            case 8:
+                return mul(W - 2 * f, mul(b, b) - b) + b;
+            case 9:
+                return f < half() ? mul(2 * f, b) : W - mul(2 * (W - f), W - b);
+            case 10:
+                return b < f ? b : f;
+            case 11:
+                return b > f ? b : f;
+            case 23:
+                return f >= W ? f : quotient(b * W, W - f);
             case 24: {
                 const double burnt = f == 0 ? 0 : W - quotient((W - b) * W, f);
                 return whole ? std::max(burnt, 0.0) : burnt;
             }
-            default: return mul(W - 2 * b, f) + b;  // Exclusion and its other numbers
+            default:
+                return mul(W - 2 * b, f) + b;  // Exclusion and its other numbers
         }
     }
 

@@ -1,0 +1,172 @@
+// The parts of the command line that need no process: names, numbers, channel values, block means
+// and the quad test.
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <random>
+#include <regex>
+#include <set>
+
+#include "apps/zelk/box_reduce.h"
+#include "apps/zelk/channel_values.h"
+#include "apps/zelk/errors.h"
+#include "apps/zelk/numbers.h"
+#include "apps/zelk/parameter_names.h"
+#include "apps/zelk/quad_check.h"
+
+namespace zelk {
+namespace {
+
+/// "kParamToUpperLeftOffsetX" to "to-upper-left-offset-x".
+std::string kebab(std::string const& constant) {
+    std::string name;
+    for (char c : constant.substr(6)) {
+        bool const isCapital = c >= 'A' && c <= 'Z';
+        if (isCapital && !name.empty()) name += '-';
+        name += isCapital ? static_cast<char>(c - 'A' + 'a') : c;
+    }
+    return name;
+}
+
+TEST(ParameterNames, AreTheEffectsConstantsInTheirOrder) {
+    std::ifstream header(PARAM_INDEX_HEADER);
+    std::string const text(std::istreambuf_iterator<char>(header), {});
+    std::vector<std::string> names;
+    std::regex const enumerator(R"(\b(kParam[A-Z]\w*)\s*(=\s*\d+\s*)?,)");
+    for (std::sregex_iterator i(text.begin(), text.end(), enumerator), end; i != end; ++i) {
+        names.push_back(kebab((*i)[1]));
+    }
+    if (!names.empty() && names.back() == "count") names.pop_back();
+    ASSERT_EQ(names.size(), kParameterNames.size());
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        EXPECT_EQ(names[i], kParameterNames[i]);
+        EXPECT_EQ(parameterIndex(names[i]), static_cast<int>(i));
+        EXPECT_EQ(nearestParameterName(names[i]), names[i]);
+    }
+    EXPECT_EQ(std::set(names.begin(), names.end()).size(), names.size());
+}
+
+TEST(ParameterNames, TheNearestHasTheLeastEditDistance) {
+    EXPECT_EQ(editDistance("kitten", "sitting"), 3);
+    EXPECT_EQ(editDistance("", "abc"), 3);
+    EXPECT_EQ(editDistance("abc", "abc"), 0);
+    EXPECT_EQ(nearestParameterName("Transfermode"), "transfer-mode");
+    EXPECT_EQ(nearestParameterName("to-uper-left"), "to-upper-left");
+    EXPECT_EQ(parameterIndex("Quality"), 48);
+    EXPECT_EQ(parameterIndex("qualit"), std::nullopt);
+}
+
+TEST(Numbers, FillTheWholeTextOrAreNone) {
+    for (char const* text :
+         {"", " ", "nan", "inf", "-inf", "1e999", "0x10", "1,5", "1 2", "+-1", "--1"}) {
+        EXPECT_EQ(parseNumber(text), std::nullopt) << text;
+    }
+    EXPECT_EQ(parseNumber(" +1.25 "), 1.25);
+    EXPECT_EQ(parseNumber("-3e2"), -300);
+    EXPECT_EQ(parseWhole("7.5"), std::nullopt);
+    EXPECT_EQ(parseWhole("1e10"), std::nullopt);
+    EXPECT_EQ(parseWhole("-7"), -7);
+}
+
+TEST(Messages, AreOneShortLine) {
+    EXPECT_EQ(oneLine(" a\nb\t\x7f"), "a b");
+    EXPECT_EQ(oneLine("\n\n"), "");
+    EXPECT_LE(shortened(std::string(10000, 'x')).size(), 163u);
+}
+
+// 65536 file values meet 32769 world values: there and back is off by one at most, and white,
+// black and every world value come back exactly.
+TEST(ChannelValues, SixteenBitsGoOverAndBack) {
+    for (int v = 0; v <= 65535; ++v) {
+        auto const world = fromFile<std::uint16_t>(static_cast<std::uint16_t>(v));
+        ASSERT_EQ(world, std::lround(v * 32768.0 / 65535.0)) << v;
+        ASSERT_LE(std::abs(toFile(world) - v), 1) << v;
+    }
+    for (int v = 0; v <= 32768; ++v) {
+        auto const file = toFile(static_cast<std::uint16_t>(v));
+        ASSERT_EQ(file, std::lround(v * 65535.0 / 32768.0)) << v;
+        ASSERT_EQ(fromFile<std::uint16_t>(file), v);
+    }
+    EXPECT_EQ(toFile<std::uint16_t>(40000), 65535);
+}
+
+TEST(ChannelValues, DepthsMeetAtTheNearestValue) {
+    for (int v = 0; v <= 255; ++v) {
+        auto const byte = static_cast<std::uint8_t>(v);
+        EXPECT_EQ(fromFile<std::uint16_t>(byte), std::lround(v * 32768.0 / 255.0));
+        EXPECT_EQ(fromFile<std::uint8_t>(fromFile<float>(byte)), v);
+        EXPECT_EQ(fromFile<std::uint8_t>(static_cast<std::uint16_t>(v * 257)), v);
+    }
+    EXPECT_EQ(fromFile<std::uint8_t>(1.5f), 255);
+    EXPECT_EQ(fromFile<std::uint16_t>(-0.5f), 0);
+    EXPECT_EQ(fromFile<std::uint8_t>(std::nanf("")), 0);
+    EXPECT_EQ(fromFile<float>(-2.5f), -2.5f);
+}
+
+template <class Channel>
+std::vector<Channel> reduce(std::vector<Channel> const& rgba, int width, int n) {
+    BoxReducer<Channel> reducer(width, n);
+    std::vector<Channel> all, row(static_cast<std::size_t>(reducer.reducedWidth()) * 4);
+    for (std::size_t at = 0; at < rgba.size(); at += static_cast<std::size_t>(width) * 4) {
+        if (reducer.add(&rgba[at], row.data())) all.insert(all.end(), row.begin(), row.end());
+    }
+    return all;
+}
+
+// A ramp's block mean is the ramp at the block's middle; the last row and column are left out.
+TEST(BoxReduce, OfARampIsTheRampAtTheBlocksMiddle) {
+    constexpr int kWidth = 10, kHeight = 7, kN = 3;
+    std::vector<float> ramp;
+    for (int y = 0; y < kHeight; ++y) {
+        for (int x = 0; x < kWidth; ++x) {
+            ramp.insert(ramp.end(), {float(x), float(y), float(x - 2 * y), 1.0f});
+        }
+    }
+    auto const small = reduce(ramp, kWidth, kN);
+    ASSERT_EQ(small.size(), 3u * 2u * 4u);
+    for (int y = 0; y < 2; ++y) {
+        for (int x = 0; x < 3; ++x) {
+            float const* pixel = &small[static_cast<std::size_t>(y * 3 + x) * 4];
+            EXPECT_EQ(pixel[0], float(x * kN + 1));
+            EXPECT_EQ(pixel[1], float(y * kN + 1));
+            EXPECT_EQ(pixel[2], float(x * kN + 1 - 2 * (y * kN + 1)));
+            EXPECT_EQ(pixel[3], 1.0f);
+        }
+    }
+}
+
+TEST(BoxReduce, WeighsColourByAlphaAndRoundsToNearest) {
+    using Bytes = std::vector<std::uint8_t>;
+    // One opaque pixel among three transparent ones keeps its colour, at a quarter of its alpha.
+    EXPECT_EQ(reduce(Bytes{200, 10, 3, 255, 9, 9, 9, 0, 9, 9, 9, 0, 9, 9, 9, 0}, 2, 2),
+              (Bytes{200, 10, 3, 64}));
+    EXPECT_EQ(reduce(Bytes(16, 0), 2, 2), Bytes(4, 0));
+    // Means 1/4, 2/4 and 3/4 go to 0, 1 and 1.
+    EXPECT_EQ(reduce(Bytes{1, 1, 1, 255, 0, 1, 1, 255, 0, 0, 1, 255, 0, 0, 0, 255}, 2, 2),
+              (Bytes{0, 1, 1, 255}));
+    // Sums of the largest block that the host allows do not overflow.
+    std::vector<std::uint16_t> const white(4 * 256 * 256, 32768);
+    EXPECT_EQ(reduce(white, 256, 256), std::vector<std::uint16_t>(4, 32768));
+    auto const one = Bytes{1, 2, 3, 4, 5, 6, 7, 255};
+    EXPECT_EQ(reduce(one, 2, 1), one);
+}
+
+TEST(QuadCheck, TellsCrossedAndFlatFromUsable) {
+    struct Case {
+        Corners corners;
+        QuadFault fault;
+    };
+    Case const cases[] = {
+        {{{{0, 0}, {1, 0}, {0, 1}, {1, 1}}}, QuadFault::kNone},
+        {{{{1, 0}, {0, 0}, {1, 1}, {0, 1}}}, QuadFault::kNone},         // mirrored
+        {{{{0, 0}, {1, 0}, {0, 1}, {0.5, 0.5}}}, QuadFault::kNone},     // one straight corner
+        {{{{0, 0}, {1, 0}, {0, 1}, {0.4, 0.4}}}, QuadFault::kCrossed},  // one corner inward
+        {{{{0, 0}, {1, 1}, {0, 1}, {1, 0}}}, QuadFault::kCrossed},      // bow-tie
+        {{{{0, 0}, {1, 1}, {2, 2}, {3, 3}}}, QuadFault::kFlat},         // a line
+        {{{{5, 5}, {5, 5}, {5, 5}, {5, 5}}}, QuadFault::kFlat},         // one point
+    };
+    for (Case const& c : cases) EXPECT_EQ(checkQuad(c.corners), c.fault);
+}
+
+}  // namespace
+}  // namespace zelk

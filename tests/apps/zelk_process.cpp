@@ -1,0 +1,133 @@
+// Child processes by fork and exec, and picture files by OpenImageIO.
+#include "tests/apps/zelk_process.h"
+
+#include <OpenImageIO/imageio.h>
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <fstream>
+#include <random>
+#include <sstream>
+
+namespace zelk_test {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+void limitChild(int which, std::size_t bytes) {
+    rlimit const limit{bytes, bytes};
+    if (bytes > 0) ::setrlimit(which, &limit);
+}
+
+[[noreturn]] void becomeZelk(fs::path const& folder, std::vector<std::string>& arguments,
+                             Limits const& limits) {
+    arguments.insert(arguments.begin(), ZELK_BINARY);
+    std::vector<char*> argv;
+    for (std::string& argument : arguments) argv.push_back(argument.data());
+    argv.push_back(nullptr);
+    bool isReady = ::chdir(folder.c_str()) == 0;
+    int const out = ::open("_stdout", O_CREAT | O_TRUNC | O_WRONLY, 0600);
+    int const err = ::open("_stderr", O_CREAT | O_TRUNC | O_WRONLY, 0600);
+    isReady = isReady && ::dup2(out, 1) == 1 && ::dup2(err, 2) == 2;
+    limitChild(RLIMIT_AS, limits.addressSpace);
+    limitChild(RLIMIT_FSIZE, limits.fileSize);
+    if (isReady) ::execv(ZELK_BINARY, argv.data());
+    ::_exit(126);
+}
+
+}  // namespace
+
+void ZelkTest::SetUp() {
+    std::string name = fs::temp_directory_path() / "zelk-test-XXXXXX";
+    ASSERT_NE(::mkdtemp(name.data()), nullptr);
+    m_folder = fs::canonical(name);
+}
+
+void ZelkTest::TearDown() { fs::remove_all(m_folder); }
+
+Outcome ZelkTest::run(std::vector<std::string> arguments, Limits const& limits) const {
+    pid_t const child = ::fork();
+    if (child == 0) becomeZelk(m_folder, arguments, limits);
+    int status = 0;
+    rusage usage{};
+    EXPECT_EQ(::wait4(child, &status, 0, &usage), child);
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, bytesOf("_stdout"), bytesOf("_stderr"),
+            static_cast<double>(usage.ru_maxrss) * 1024 / 1e6};
+}
+
+void ZelkTest::put(std::string const& name, std::string const& bytes) const {
+    std::ofstream(at(name), std::ios::binary) << bytes;
+}
+
+std::string ZelkTest::bytesOf(std::string const& name) const {
+    std::ostringstream bytes;
+    bytes << std::ifstream(at(name), std::ios::binary).rdbuf();
+    return bytes.str();
+}
+
+std::vector<std::string> ZelkTest::files() const {
+    std::vector<std::string> names;
+    for (auto const& entry : fs::directory_iterator(m_folder)) {
+        std::string const name = entry.path().filename();
+        if (name[0] != '_') names.push_back(name);
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+template <class T>
+void writePicture(fs::path const& file, Picture<T> const& picture, std::string const& type) {
+    OIIO::TypeDesc const own = OIIO::BaseTypeFromC<T>::value;
+    OIIO::ImageSpec spec(picture.width, picture.height, picture.channels,
+                         type.empty() ? own : OIIO::TypeDesc(type));
+    spec.attribute("oiio:UnassociatedAlpha", 1);
+    auto const writer = OIIO::ImageOutput::create(file.string());
+    ASSERT_TRUE(writer && writer->open(file.string(), spec));
+    ASSERT_TRUE(writer->write_image(own, picture.values.data()) && writer->close());
+}
+
+template <class T>
+Picture<T> readPicture(fs::path const& file) {
+    OIIO::ImageSpec config;
+    config.attribute("oiio:UnassociatedAlpha", 1);
+    Picture<T> picture;
+    auto const reader = OIIO::ImageInput::open(file.string(), &config);
+    if (!reader) return picture;
+    OIIO::ImageSpec const& spec = reader->spec();
+    picture = {spec.width, spec.height, spec.nchannels,
+               std::vector<T>(spec.image_pixels() * static_cast<std::size_t>(spec.nchannels)),
+               spec.format.c_str()};
+    EXPECT_TRUE(reader->read_image(0, 0, 0, spec.nchannels, OIIO::BaseTypeFromC<T>::value,
+                                   picture.values.data()));
+    return picture;
+}
+
+template <class T>
+Picture<T> noise(int width, int height, int channels, unsigned seed) {
+    std::mt19937 random(seed);
+    Picture<T> picture{width, height, channels, {}, {}};
+    picture.values.resize(static_cast<std::size_t>(width * height * channels));
+    for (T& value : picture.values) {
+        if constexpr (std::is_floating_point_v<T>) {
+            value = static_cast<T>(random() % 1025) / 1024;  // exact in half
+        } else {
+            value = static_cast<T>(random());
+        }
+    }
+    return picture;
+}
+
+#define ZELK_PICTURES_OF(T)                                                                \
+    template void writePicture<T>(fs::path const&, Picture<T> const&, std::string const&); \
+    template Picture<T> readPicture<T>(fs::path const&);                                   \
+    template Picture<T> noise<T>(int, int, int, unsigned);
+ZELK_PICTURES_OF(std::uint8_t)
+ZELK_PICTURES_OF(std::uint16_t)
+ZELK_PICTURES_OF(float)
+#undef ZELK_PICTURES_OF
+
+}  // namespace zelk_test

@@ -1,0 +1,61 @@
+// Runs the built `zelk` in a folder of its own and keeps all that it says.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace zelk_test {
+
+struct Outcome {
+    int exitCode = -1;  ///< -1 when a signal ended it
+    std::string out, err;
+    double peakMb = 0;  ///< resident memory at its highest, MB of 10^6 bytes
+};
+
+/// Limits of the child, bytes; 0 for none.
+struct Limits {
+    std::size_t addressSpace = 0;
+    std::size_t fileSize = 0;
+};
+
+/// A temporary folder that is the working folder of every run.
+class ZelkTest : public ::testing::Test {
+protected:
+    void SetUp() override;
+    void TearDown() override;
+
+    Outcome run(std::vector<std::string> arguments, Limits const& limits = {}) const;
+    std::filesystem::path at(std::string const& name) const { return m_folder / name; }
+    void put(std::string const& name, std::string const& bytes) const;
+    std::string bytesOf(std::string const& name) const;
+    /// Names in the folder, sorted, those of the captured streams left out.
+    std::vector<std::string> files() const;
+
+private:
+    std::filesystem::path m_folder;
+};
+
+/// An interleaved picture with values in the file's own type.
+template <class T>
+struct Picture {
+    int width = 0, height = 0, channels = 0;
+    std::vector<T> values;
+    std::string format;  ///< as OpenImageIO names the stored type, when read
+    bool operator==(Picture const&) const = default;
+};
+
+/// Straight colour as it is stored. The stored type is `type` ("half" for one).
+template <class T>
+void writePicture(std::filesystem::path const& file, Picture<T> const& picture,
+                  std::string const& type = "");
+template <class T>
+Picture<T> readPicture(std::filesystem::path const& file);
+
+/// Values spread over the whole range, the same for the same seed.
+template <class T>
+Picture<T> noise(int width, int height, int channels, unsigned seed);
+
+}  // namespace zelk_test
