@@ -4,6 +4,7 @@
 // Times are the host's integer units. Every image that is taken from the host here goes back on
 // every path, in the reverse order.
 #include <algorithm>
+#include <cmath>
 #include <array>
 #include <cstring>
 #include <memory>
@@ -78,6 +79,12 @@ void fadeImage(RasterInfo const& image, int scale, double opacity) {
                             [=](A_u_char a) { return static_cast<A_u_char>((a * scale) >> 8); });
 }
 
+/// A host time limited to the layer and truncated; limited first, so that any time is safe.
+int withinLayer(double time, A_long totalTime) {
+    const double latest = std::max<A_long>(totalTime, 0);
+    return time > 0.0 ? static_cast<int>(std::min(time, latest)) : 0;
+}
+
 PF_CompositeMode compositeMode(int mode, double opacity, bool isDeep) {
     PF_CompositeMode result{};
     result.xfer = static_cast<PF_Xfer_Mode>(mode);
@@ -136,11 +143,14 @@ PluginRaster_API* PluginHost_AE_Impl::lockTemporalRaster(double frame, bool, boo
         const double step = getLocalTimeStep();
         // A layer without a frame length has one frame, the present one.
         const double time = step != 0.0 ? now + step * (frame - now / step) : now;
-        return lockTemporalRasterImpl(static_cast<int>(time));
+        return lockTemporalRasterImpl(withinLayer(time, in_data->total_time));
     }
-    const int firstTime = static_cast<int>(frame) * in_data->time_step * 2;
-    PluginRaster_API* first = lockTemporalRasterImpl(firstTime);
-    PluginRaster_API* second = lockTemporalRasterImpl(firstTime + in_data->time_step);
+    const double firstTime = std::trunc(frame) * in_data->time_step * 2;
+    const auto lock = [&](double time) {
+        return lockTemporalRasterImpl(withinLayer(time, in_data->total_time));
+    };
+    PluginRaster_API* first = lock(firstTime);
+    PluginRaster_API* second = lock(firstTime + in_data->time_step);
     if (!first || !second) {
         unlockTemporalRaster(second);
         unlockTemporalRaster(first);
@@ -169,7 +179,7 @@ PluginRaster_API* PluginHost_AE_Impl::checkoutLayer(int index, int time) {
 }
 
 PluginRaster_API* PluginHost_AE_Impl::checkoutLayer(int index, double time, int) {
-    return copyLayerAt(index, static_cast<int>(time), true);
+    return copyLayerAt(index, withinLayer(time, in_data->total_time), true);
 }
 
 int PluginHost_AE_Impl::checkinLayer(PluginRaster_API* raster) {

@@ -21,10 +21,7 @@ PluginRaster_API::PixelType convertToPixelType(QV_RasterFormat format) {
 }
 
 int PluginHost_API::fill(PluginRaster_API* raster, QV_Rect* rect) {
-    if (!rect) {
-        fill(raster);
-        return 0;
-    }
+    if (!rect) return fill(raster);
     if (rect->top > rect->bottom) return 0;
 
     RasterInfo info{};

@@ -278,6 +278,7 @@ PF_Err ParameterDef::AddGroupEnd(int id) {
 PF_Err ParameterDef::AddPathList(char const* name, int id) {
     PF_ParamDef def = newRecord(PF_Param_PATH, name, id);
     append(def);
+    uiFlags = paramFlags = 0;
     return 0;
 }
 

@@ -50,7 +50,7 @@ int ParamsRetrieveValues(PluginHost_API* host, RenderArguments* arguments) {
     a.translateY = number(kParamTranslateY);
     a.scaleX = number(kParamScaleX);
     a.scaleY = number(kParamScaleY);
-    a.rotate = parameters.GetAngleValue(kParamRotate);
+    a.rotate = ae->params ? parameters.GetAngleValue(kParamRotate) : 0.0;
     a.quality = entry(kParamQuality);
     a.superSampleSoftness = parameters.GetFloatValue(kParamSuperSampleSoftness, false);
     a.superSampleEdge = parameters.GetFloatValue(kParamSuperSampleEdge, false);

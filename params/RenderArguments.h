@@ -41,7 +41,7 @@ struct RenderArguments {
 
 /// Fills `arguments` from the parameter array of an After Effects host object. 1 when the record
 /// was filled; 0, with nothing written, when the host has no After Effects side. Without a
-/// parameter array the values are meaningless: callers supply one.
+/// parameter array numbers are 0 and popups -1: callers supply one.
 int ParamsRetrieveValues(PluginHost_API* host, RenderArguments* arguments);
 
 /// Fills `arguments` on any host, through its Get...Value operations at its current time. 0 when

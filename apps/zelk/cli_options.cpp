@@ -29,7 +29,7 @@ char const* const kRenderExamples =
     "  zelk render in.png -o out.png --to \"60,40 540,10 30,390 580,350\"\n"
     "  zelk render in.exr -o out.exr --from \"9,9 200,12 8,150 190,160\" --view from\n"
     "  zelk render in.png -o out.png --quality super --set super-sample-softness=1.5\n"
-    "  zelk render in.png -o out.png --set rotate=30 --set transfer-mode=normal\n"
+    "  zelk render in.png -o out.png --set rotate=30 --set corner-pin-opacity=80\n"
     "\n";
 
 char const* const kParamsExamples =

@@ -35,8 +35,7 @@ inline double relativeBlurRadius(PluginHost_API* host, float radius,
 }
 
 /// Blurs `raster` in place.
-/// @param alphaPlane            the alpha channel only; kinds -11 and -10 take all four all the
-/// same
+/// @param alphaPlane            the alpha channel only, but for kinds -11 and -10: always all four
 /// @param fadeStart, fadeLength percent of the height, counted from the bottom
 /// @param curve                 of the fade: 1 squared, 2 square root, else straight
 /// @param line                  read by kind 1 alone; see blurFromLine
