@@ -5,7 +5,9 @@
 // The passes resample premultiplied colour; a host that keeps straight colour (After Effects) has
 // it multiplied first and divided last, one that keeps premultiplied colour (the FXPLUG family) has
 // it straight only while opacity and transfer run, one without alpha (the AVX families) gets white
-// alpha on the way in and none on the way out. Nothing outlives the call but the output's pixels
+// alpha on the way in and none on the way out. Layer and frame may differ in size where the binding
+// allows it: From Pins are then fractions of the layer and To Pins of the frame, and the image
+// between two passes has the layer's size. Nothing outlives the call but the output's pixels
 // and, in a grown frame, the host object's output size.
 #pragma once
 

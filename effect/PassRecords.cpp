@@ -50,6 +50,15 @@ RenderSettings wholeImageSettings(int width, int height) {
     return settings;
 }
 
+void setRectangles(RenderSettings& settings, PluginHost_API::RasterInfo const& source,
+                   PluginHost_API::RasterInfo const& destination) {
+    settings.srcLeft = settings.srcTop = settings.dstLeft = settings.dstTop = 0;
+    settings.srcRight = source.width - 1;
+    settings.srcBottom = source.height - 1;
+    settings.dstRight = destination.width - 1;
+    settings.dstBottom = destination.height - 1;
+}
+
 void setSample(RenderSettings& settings, CoreRenderArguments const& core, SamplePose const& pose,
                QV_RasterFormat format) {
     settings.renderMode = core.renderMode;

@@ -22,6 +22,10 @@ CoreRenderArguments coreArguments(int quality);
 /// A record for an image of this size, read and written as a whole.
 RenderSettings wholeImageSettings(int width, int height);
 
+/// Both rectangles as whole images: the source's and the destination's.
+void setRectangles(RenderSettings& settings, PluginHost_API::RasterInfo const& source,
+                   PluginHost_API::RasterInfo const& destination);
+
 /// Writes a sample's Reposition, its quads in pixels of the source rectangle, and the alpha
 /// channel's place. The rectangles are read, not changed.
 void setSample(RenderSettings& settings, CoreRenderArguments const& core, SamplePose const& pose,

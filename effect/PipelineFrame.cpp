@@ -2,6 +2,7 @@
 #include "effect/PipelineFrame.h"
 
 #include <memory>
+#include <optional>
 #include <utility>
 
 #include "RenderLib/Transform/CommonRender_CoreTransformRender.h"
@@ -53,12 +54,37 @@ void enterGrownFrame(PipelineFrame& frame, SamplePose& pose) {
     frame.host->setOutputSize(width, height);
 }
 
+bool isSameSize(PluginHost_API::RasterInfo const& a, PluginHost_API::RasterInfo const& b) {
+    return a.width == b.width && a.height == b.height;
+}
+
+/// The size that the host reports while a pass runs: pins are fractions of the pass's destination.
+class PassOutputSize {
+public:
+    PassOutputSize(PluginHost_API* host, PluginHost_API::RasterInfo const& destination)
+        : m_host(host), m_width(host->getOutputWidth()), m_height(host->getOutputHeight()) {
+        m_host->setOutputSize(destination.width, destination.height);
+    }
+    ~PassOutputSize() { m_host->setOutputSize(m_width, m_height); }
+    PassOutputSize(PassOutputSize const&) = delete;
+    PassOutputSize& operator=(PassOutputSize const&) = delete;
+
+private:
+    PluginHost_API* m_host;
+    int m_width, m_height;
+};
+
 int renderPass(PipelineFrame& frame, CoreRenderArguments& core, QuadMode quadMode,
                PluginHost_API::RasterInfo const& from, PluginHost_API::RasterInfo const& to,
                RenderSettings* settings) {
     constexpr bool kClearOutput = true, kSingleChannel = false, kEdgeCoverage = true,
                    kFillMode = false;
     core.quadMode = quadMode;
+    std::optional<PassOutputSize> outputSize;
+    if (!isSameSize(frame.workInfo, frame.outInfo)) {
+        outputSize.emplace(frame.host, to);
+        setRectangles(*settings, from, to);
+    }
     return CommonRender_CoreTransformRender(frame.host, core, from, to, kClearOutput,
                                             kSingleChannel, settings, kEdgeCoverage, kFillMode);
 }
@@ -76,9 +102,10 @@ void renderTwoPasses(PipelineFrame& frame, CoreRenderArguments& core, RenderSett
     else
         renderPass(frame, core, kQuadFromToUnit, frame.workInfo, interim, settings);
 
-    if (frame.passes == PassPlan::kFromToFrame)
+    if (frame.passes == PassPlan::kFromToFrame) {
+        if (!isSameSize(interim, frame.outInfo)) host->fillOutput();
         host->copy(frame.rasters.interim, frame.rasters.out);
-    else
+    } else
         renderPass(frame, secondCore, kQuadUnitToTo, interim, frame.outInfo, &secondSettings);
 }
 

@@ -154,13 +154,12 @@ using Failures = ZelkTest;
 TEST_F(Failures, APictureOfNoSizeOrBeyondTheMemoryIsAnInputError) {
     put("none.png", pngHeader(0, 5));
     expectOneLine(run({"render", "none.png", "-o", "out.png"}), 3, {"none.png"});
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    GTEST_SKIP() << "a sanitizer's shadow memory needs more address space";
-#endif
+#if !defined(__SANITIZE_ADDRESS__)  // its shadow memory needs more address space
     put("huge.png", pngHeader(32767, 32767));  // 34 GB in four rasters
     expectOneLine(run({"render", "huge.png", "-o", "out.png"}, {.addressSpace = 4u << 30}), 3,
                   {"huge.png", "memory", "32767x32767"});
     EXPECT_EQ(files(), (std::vector<std::string>{"huge.png", "none.png"}));
+#endif
 }
 
 // 4 KB are not enough for any of these; each writer has its own way to notice.

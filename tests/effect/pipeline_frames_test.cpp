@@ -289,6 +289,51 @@ TEST(PipelineFrames, EveryViewTakesEachPixelFromWhereTheQuadsSay) {
     RecordProperty("worst", std::to_string(total.worst / tolerance));
 }
 
+// From Pins are fractions of the layer, To Pins of the frame; with and without the image between.
+TEST(PipelineFrames, LayerAndFrameMayDifferInSize) {
+    const unsigned seed = 77;
+    SCOPED_TRACE(seed);
+    Random random(seed);
+    int pixels = 0;
+    for (int round = 0; round < 60; ++round) {
+        const int frameWidth = 11 + round * 2, frameHeight = 100 - round;
+        Raster layer(kFormatARGB32, kWidth, kHeight, 32);
+        Raster frame(kFormatARGB32, frameWidth, frameHeight, 16);
+        paintRamp(layer);
+        PluginHost_Memory_Impl host(layer.info(), frame.info());
+        zelk::setDefaultControls(host);
+        host.setPopup(kParamQuality, kMedium);
+        host.setPopup(kParamViewMode, round % 3 == 2 ? kTo : kBoth);
+        host.setBool(kParamCropToPins, round % 3 == 1);
+        const Quad to = zelk::randomConvexQuad(random);
+        for (int i = 0; i < 4; ++i) host.setPoint(kParamToUpperLeft + i, to[2 * i], to[2 * i + 1]);
+        ASSERT_EQ(Render(&host), 0);
+        EXPECT_EQ(host.getOutputWidth(), frameWidth);
+        const QuadMap toLayer(to, kUnit);
+        for (int y = 1; y < frameHeight - 1; ++y)
+            for (int x = 1; x < frameWidth - 1; ++x) {
+                const auto at = toLayer({(x + 0.5) / frameWidth, (y + 0.5) / frameHeight});
+                auto const* out = reinterpret_cast<float const*>(frame.pixel(x, y));
+                // Alpha is a ramp too and never below 0.1: less is outside, or partly covered.
+                if (!at || !isInside(*at, 1) || out[0] == 0) continue;
+                bool edge = false;  // a covered neighbour on every side: no coverage in the value
+                for (const double dx : {-1.0, 2.0})
+                    for (const double dy : {-1.0, 2.0}) {
+                        const auto n = toLayer({(x + dx) / frameWidth, (y + dy) / frameHeight});
+                        edge = edge || !n || !isInside(*n, 0);
+                    }
+                if (edge) continue;
+                ++pixels;
+                // As for frames of one size, positions below 128 here.
+                for (int c = 0; c < 4; ++c)
+                    ASSERT_NEAR(out[c], ramp(c, at->x * kWidth - 0.5, at->y * kHeight - 0.5),
+                                4 * 0x1p-17 * 0.4 / 29 + 16 * 0x1p-24)
+                        << "round " << round << " pixel " << x << ", " << y;
+            }
+    }
+    EXPECT_GT(pixels, 20000);
+}
+
 TEST(PipelineFrames, OriginalIsTheInputByteForByte) {
     for (const QV_RasterFormat format : kRendered) {
         Renderer renderer(format, 13, 7);
