@@ -1,6 +1,6 @@
 // The eleven pixel formats that the render code is instantiated for.
 //
-// A trait is an empty tag passed by value to choose an instance. It knows the channel order in
+// A trait is an empty tag that chooses an instance. It knows the channel order in
 // memory, the channel type, white, and the types in which sums (Wide) and filter weights (Weight)
 // are kept. Every pixel template takes <Trait, Channel, Wide, Weight, Trait::FORMAT>.
 //

@@ -29,6 +29,8 @@ char const* const kRenderExamples =
     "  zelk render in.png -o out.png --to \"60,40 540,10 30,390 580,350\"\n"
     "  zelk render in.exr -o out.exr --from \"9,9 200,12 8,150 190,160\" --view from\n"
     "  zelk render in.png -o out.png --quality super --set super-sample-softness=1.5\n"
+    "  zelk render logo.png --over plate.exr -o comp.exr --to \"600,80 1400,120 580,700 "
+    "1420,660\"\n"
     "  zelk render in.png -o out.png --set rotate=30 --set corner-pin-opacity=80\n"
     "\n";
 
@@ -47,6 +49,7 @@ struct Choice {
 
 constexpr Choice<int> kQualities[] = {{"low", 1}, {"medium", 2}, {"high", 3}, {"super", 4}};
 constexpr Choice<int> kViews[] = {{"original", 1}, {"from", 2}, {"to", 3}, {"both", 4}};
+constexpr Choice<Road> kRoads[] = {{"module", Road::kModule}, {"memory", Road::kMemory}};
 constexpr Choice<Depth> kDepths[] = {
     {"8", Depth::k8}, {"16", Depth::k16}, {"float", Depth::kFloat}};
 
@@ -107,9 +110,42 @@ std::string required(std::optional<std::string> const& value, char const* thing,
     throw UserError(ExitCode::kUsage, {thing, "not given,", value.value_or(""), expected});
 }
 
+PixelSize checkedSize(std::string const& text) {
+    auto const x = text.find_first_of("xX");
+    if (x == std::string::npos)
+        throw UserError(ExitCode::kUsage, {"--size", "not a size", text, "WxH such as 1920x1080"});
+    return {wholeInRange("--size", text.substr(0, x), 1, kLargestPx),
+            wholeInRange("--size", text.substr(x + 1), 1, kLargestPx)};
+}
+
+/// Which road a render takes, and that its options fit together.
+void checkRoad(TypedOptions const& typed, RenderRequest& request) {
+    bool const hasFrame = request.plate || request.frameSize;
+    request.road = hasFrame ? Road::kMemory : Road::kModule;
+    if (typed.road) request.road = pick<Road>(kRoads, "--road", *typed.road);
+    if (request.plate && request.frameSize)
+        throw UserError(ExitCode::kUsage, {"--size", "the frame has the plate's size already, not",
+                                           *typed.frameSize, "--over or --size alone"});
+    if (hasFrame && request.road == Road::kModule)
+        throw UserError(ExitCode::kUsage, {"--road", "the effect renders a layer in its own frame:",
+                                           *typed.road, "memory with --over or --size"});
+    if (request.road == Road::kModule) return;
+    if (request.downsample != 1)
+        throw UserError(ExitCode::kUsage,
+                        {"--downsample", "only a host renders smaller, not the", "memory road",
+                         "1 with --over, --size or --road memory"});
+    if (typed.host)
+        throw UserError(ExitCode::kUsage, {"--host", "there is no host on the memory road,",
+                                           *typed.host, "--road module"});
+}
+
 RenderRequest checkedRender(TypedOptions const& typed) {
     constexpr int kMostThreads = 1024;
     RenderRequest request;
+    if (typed.plate) request.plate = *typed.plate;
+    if (typed.frameSize) request.frameSize = checkedSize(*typed.frameSize);
+    request.noClobber = typed.noClobber;
+    request.keepMetadata = !typed.noMetadata;
     request.layer = required(typed.layer, "LAYER", "a picture file");
     request.output = required(typed.output, "--output", "-o with the name of a picture file");
     if (typed.from) request.from = parseCorners("--from", *typed.from);
@@ -127,6 +163,7 @@ RenderRequest checkedRender(TypedOptions const& typed) {
         request.threads = wholeInRange("--threads", *typed.threads, 0, kMostThreads);
     }
     request.module = checkedModule(typed);
+    checkRoad(typed, request);
     return request;
 }
 
@@ -146,8 +183,17 @@ void addRenderOptions(CLI::App& command, TypedOptions& typed) {
     };
     add("Files", "LAYER", typed.layer, "", "The picture to pin");
     add("Files", "-o,--output", typed.output, "OUTPUT",
-        "The picture to write; its extension "
-        "chooses the format");
+        "The picture to write; its extension chooses the format");
+    add("Files", "--over", typed.plate, "PLATE",
+        "Lay the pinned layer over this picture; To Pins are then in its pixels");
+    add("Files", "--size", typed.frameSize, "WxH",
+        "The same into a transparent frame of this size");
+    command.add_flag("--no-clobber", typed.noClobber, "Refuse to replace an existing output")
+        ->disable_flag_override()
+        ->group("Files");
+    command.add_flag("--no-metadata", typed.noMetadata, "Leave the files' metadata out")
+        ->disable_flag_override()
+        ->group("Files");
     add("Pins", "--to", typed.to, "\"X,Y X,Y X,Y X,Y\"", "To Pins, where the picture goes");
     add("Pins", "--from", typed.from, "\"X,Y X,Y X,Y X,Y\"", "From Pins, what is taken from it");
     add("Pins", "--view", typed.view, "VIEW", "original, from, to or both (both)");
@@ -160,6 +206,10 @@ void addRenderOptions(CLI::App& command, TypedOptions& typed) {
     add("Rendering", "--downsample", typed.downsample, "N",
         "Render at 1/N of the size, as a host does for a preview (1)");
     add("Rendering", "--threads", typed.threads, "N", "Threads; 0 for as many as there are (0)");
+    add("Rendering", "--road", typed.road, "ROAD",
+        "module: the effect in a host; memory: its pipeline in float (module, or memory with "
+        "--over "
+        "or --size)");
     addModuleOptions(command, typed);
 }
 
@@ -276,6 +326,8 @@ CommandLine parseCommandLine(int argc, char const* const* argv) {
     refuseExtras(grammar);
     if (grammar.render->parsed()) {
         line.render = checkedRender(grammar.typed);
+        for (int i = 0; i < argc; ++i)
+            line.render->history += (i ? " " : "") + oneLine(i ? argv[i] : "zelk");
     } else if (grammar.params->parsed()) {
         line.params = ParamsRequest{checkedModule(grammar.typed), grammar.typed.json};
     } else {

@@ -18,9 +18,11 @@ struct TypedOptions {
     std::optional<std::string> to, from;
     std::optional<std::string> quality, view;
     std::optional<std::string> depth, downsample, threads;
+    std::optional<std::string> plate, frameSize, road;
     std::optional<std::string> host, module;
     std::vector<std::string> settings;
     bool json = false;
+    bool noClobber = false, noMetadata = false;
 };
 
 /// Which module is asked, and as which host.
@@ -36,10 +38,22 @@ struct Setting {
     std::string value;
 };
 
+/// Who renders: the effect module in our host, or the effect's pipeline over plain buffers.
+enum class Road { kModule, kMemory };
+
+struct PixelSize {
+    int width = 0, height = 0;
+};
+
 /// A checked `zelk render`. Values of settings are checked against the module's own ranges later.
 struct RenderRequest {
     ModuleRequest module;
     std::filesystem::path layer, output;
+    std::optional<std::filesystem::path> plate;  ///< the layer is laid over it
+    std::optional<PixelSize> frameSize;          ///< a transparent frame instead of a plate
+    Road road = Road::kModule;
+    bool noClobber = false, keepMetadata = true;
+    std::string history;  ///< the command line as typed
     std::optional<Corners> to, from;
     std::optional<int> quality, view;  ///< entries of the popups, from 1
     std::vector<Setting> settings;

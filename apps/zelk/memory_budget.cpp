@@ -51,12 +51,24 @@ std::uint64_t availableBytes() {
     return std::min({system, addressSpaceLeft(), controlGroupLeft()});
 }
 
-std::uint64_t renderBytes(int width, int height, Depth depth) {
-    constexpr std::uint64_t kRasters = 4;
-    constexpr std::uint64_t kRest = 100'000'000;
+namespace {
+
+constexpr std::uint64_t kRest = 100'000'000;
+
+std::uint64_t rasterBytes(int width, int height, Depth depth) {
     return static_cast<std::uint64_t>(width) * static_cast<std::uint64_t>(height) *
-               static_cast<std::uint64_t>(pixelBytes(depth)) * kRasters +
-           kRest;
+           static_cast<std::uint64_t>(pixelBytes(depth));
+}
+
+}  // namespace
+
+std::uint64_t renderBytes(int width, int height, Depth depth) {
+    return 4 * rasterBytes(width, height, depth) + kRest;
+}
+
+std::uint64_t frameRenderBytes(int layerWidth, int layerHeight, int frameWidth, int frameHeight) {
+    return 3 * rasterBytes(layerWidth, layerHeight, Depth::kFloat) +
+           rasterBytes(frameWidth, frameHeight, Depth::kFloat) + kRest;
 }
 
 }  // namespace zelk

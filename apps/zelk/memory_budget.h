@@ -11,7 +11,11 @@ namespace zelk {
 /// process's address space limit and its control group's limit.
 std::uint64_t availableBytes();
 
-/// Bytes that a render takes: the layer, the output, two more of the effect's own, and 100 MB.
+/// Bytes that a render in a host takes: the layer, the output, two more of the effect's own, and
+/// 100 MB.
 std::uint64_t renderBytes(int width, int height, Depth depth);
+
+/// Bytes that a render into a frame takes: the layer and two copies of it, the frame, and 100 MB.
+std::uint64_t frameRenderBytes(int layerWidth, int layerHeight, int frameWidth, int frameHeight);
 
 }  // namespace zelk

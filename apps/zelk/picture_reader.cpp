@@ -42,6 +42,19 @@ std::unique_ptr<OIIO::ImageInput> openPicture(std::filesystem::path const& file)
     return input;
 }
 
+/// Metadata about how the file stores its pixels, which a copy must not inherit.
+bool isAboutStorage(std::string_view name) {
+    for (char const* prefix :
+         {"oiio:", "tiff:", "openexr:", "png:", "jpeg:", "webp:", "dpx:Image", "targa:", "bmp:"}) {
+        if (name.rfind(prefix, 0) == 0) return name != "oiio:ColorSpace";
+    }
+    for (char const* exact : {"compression", "planarconfig", "Orientation", "chunkCount",
+                              "IPTC:ImageDescription", "rowsperstrip"}) {
+        if (name == exact) return true;
+    }
+    return false;
+}
+
 PictureTraits traitsOf(OIIO::ImageSpec const& spec) {
     PictureTraits traits;
     auto const base = spec.format.basetype;
@@ -49,9 +62,11 @@ PictureTraits traitsOf(OIIO::ImageSpec const& spec) {
     traits.depth = spec.format.basesize() == 1                     ? Depth::k8
                    : spec.format.basesize() == 2 && !traits.isHalf ? Depth::k16
                                                                    : Depth::kFloat;
-    for (char const* name : {"ICCProfile", "oiio:ColorSpace", "PixelAspectRatio", "XResolution",
-                             "YResolution", "ResolutionUnit"}) {
-        if (auto const* value = spec.find_attribute(name)) traits.metadata.push_back(*value);
+    traits.hasAlpha = spec.alpha_channel >= 0;
+    traits.originX = spec.full_x;
+    traits.originY = spec.full_y;
+    for (auto const& value : spec.extra_attribs) {
+        if (!isAboutStorage(value.name().string())) traits.metadata.push_back(value);
     }
     return traits;
 }
@@ -63,20 +78,27 @@ PictureReader::PictureReader(std::filesystem::path const& file) : m_file(file) {
     m_input = openPicture(file);
     checkSize();
     OIIO::ImageSpec const& spec = m_input->spec();
+    m_width = spec.full_width;
+    m_height = spec.full_height;
+    m_dataLeft = spec.x - spec.full_x;
+    m_dataTop = spec.y - spec.full_y;
     m_traits = traitsOf(spec);
     m_channels = mapChannels();
+    noteWarnings();
     m_isAssociated = m_channels.alpha >= 0 && spec.get_int_attribute("oiio:UnassociatedAlpha") == 0;
 }
 
 void PictureReader::checkSize() const {
     OIIO::ImageSpec const& spec = m_input->spec();
-    std::string const size = std::to_string(spec.width) + "x" + std::to_string(spec.height);
+    std::string const size =
+        std::to_string(spec.full_width) + "x" + std::to_string(spec.full_height);
     if (spec.deep || spec.depth > 1) {
         throw UserError(ExitCode::kInput,
                         {m_file.string(), "deep or volume picture of", size, "a flat picture"});
     }
-    bool const isEmpty = spec.width < 1 || spec.height < 1 || spec.nchannels < 1;
-    if (isEmpty || spec.width > kLargestPx || spec.height > kLargestPx) {
+    bool const isEmpty = spec.width < 1 || spec.height < 1 || spec.full_width < 1 ||
+                         spec.full_height < 1 || spec.nchannels < 1;
+    if (isEmpty || spec.full_width > kLargestPx || spec.full_height > kLargestPx) {
         throw UserError(ExitCode::kInput,
                         {m_file.string(), isEmpty ? "picture of no size" : "picture too large:",
                          size, "sides from 1 to 32767 pixels"});
@@ -115,69 +137,110 @@ void PictureReader::fetch(int firstRow, int endRow, Stored* values) {
     if (!isRead || m_input->has_error()) throw unreadable(m_file, m_input->geterror());
 }
 
-template <class Channel, class Stored>
-void PictureReader::readStrips(World& world, int downsample) {
-    ChannelMap const map = m_channels;
-    bool const isAssociated = m_isAssociated;
-    auto const convert = [=](Stored const* from, Channel* rgba) {
-        int const colors[3] = {map.red, map.green, map.blue};
-        for (int c = 0; c < 3; ++c) {
-            if constexpr (std::is_same_v<Stored, float>) {
-                float const alpha = isAssociated ? from[map.alpha] : 1.0f;
-                rgba[c] = fromFile<Channel>(alpha == 0 ? 0.0f : from[colors[c]] / alpha);
-            } else {
-                rgba[c] = fromFile<Channel>(from[colors[c]]);
-            }
-        }
-        rgba[3] = map.alpha < 0 ? kWhite<Channel> : fromFile<Channel>(from[map.alpha]);
-    };
+void PictureReader::noteWarnings() {
+    OIIO::ImageSpec const& spec = m_input->spec();
+    std::string dropped;
+    for (int c = 0; c < spec.nchannels; ++c) {
+        if (c == m_channels.red || c == m_channels.green || c == m_channels.blue ||
+            c == m_channels.alpha)
+            continue;
+        dropped += (dropped.empty() ? "" : ", ") + std::string(spec.channel_name(c));
+    }
+    if (!dropped.empty())
+        m_warnings.push_back(m_file.string() + ": channels dropped: \"" + oneLine(dropped) + "\"");
+    if (m_dataLeft < 0 || m_dataTop < 0 || m_dataLeft + spec.width > m_width ||
+        m_dataTop + spec.height > m_height)
+        m_warnings.push_back(m_file.string() + ": overscan outside the display window dropped");
+}
 
-    int const strip = std::min(stripRows(), height());
-    auto const pixels = static_cast<std::size_t>(width());
-    auto const rowValues = pixels * static_cast<std::size_t>(map.count);
-    std::vector<Stored> stored(rowValues * static_cast<std::size_t>(strip));
-    std::vector<Channel> full(pixels * 4);
-    std::vector<Channel> reduced(static_cast<std::size_t>(world.width()) * 4);
-    BoxReducer<Channel> reducer(width(), downsample);
-    for (int top = 0, reducedRow = 0; top < height(); top += strip) {
-        int const rows = std::min(strip, height() - top);
-        fetch(top, top + rows, stored.data());
-        Stored const* from = stored.data();
-        for (int y = 0; y < rows; ++y) {
-            for (std::size_t x = 0; x < pixels; ++x, from += map.count) convert(from, &full[x * 4]);
-            if (downsample == 1) {
-                putRow(world, top + y, full.data());
-            } else if (reducedRow < world.height() && reducer.add(full.data(), reduced.data())) {
-                putRow(world, reducedRow++, reduced.data());
-            }
+template <class Channel, class Stored>
+void PictureReader::convert(Stored const* from, AlphaForm form, Channel* rgba) const {
+    ChannelMap const& map = m_channels;
+    int const colors[3] = {map.red, map.green, map.blue};
+    rgba[3] = map.alpha < 0 ? kWhite<Channel> : fromFile<Channel>(from[map.alpha]);
+    for (int c = 0; c < 3; ++c) {
+        if constexpr (std::is_same_v<Stored, float>) {
+            // Straight colour of an associated file; where alpha is 0 there is nothing to divide
+            // by.
+            bool const divides =
+                m_isAssociated && form == AlphaForm::kStraight && from[map.alpha] != 0;
+            rgba[c] =
+                fromFile<Channel>(divides ? from[colors[c]] / from[map.alpha] : from[colors[c]]);
+        } else {
+            rgba[c] = fromFile<Channel>(from[colors[c]]);
+        }
+        if constexpr (std::is_same_v<Channel, float>) {
+            if (form == AlphaForm::kAssociated && !m_isAssociated && rgba[3] != 0)
+                rgba[c] *= rgba[3];
         }
     }
 }
 
-void PictureReader::readThrough() {
-    int const strip = std::min(stripRows(), height());
-    std::vector<float> values(static_cast<std::size_t>(width()) *
-                              static_cast<std::size_t>(m_channels.count) *
-                              static_cast<std::size_t>(strip));
-    for (int top = 0; top < height(); top += strip) {
-        fetch(top, std::min(top + strip, height()), values.data());
+/// Calls sink(y, rgba) for each row of the display window.
+template <class Channel, class Stored, class Sink>
+void PictureReader::readStrips(AlphaForm form, Sink const& sink) {
+    int const dataWidth = m_input->spec().width, dataHeight = m_input->spec().height;
+    int const strip = std::min(stripRows(), dataHeight);
+    int const left = std::max(m_dataLeft, 0), right = std::min(m_dataLeft + dataWidth, m_width);
+    auto const rowValues = static_cast<std::size_t>(dataWidth * m_channels.count);
+    std::vector<Stored> stored(rowValues * static_cast<std::size_t>(strip));
+    std::vector<Channel> row(static_cast<std::size_t>(m_width) * 4);
+    std::vector<Channel> const blank(row.size());
+
+    int next = 0;  // row of the display window
+    for (int const first = std::min(m_dataTop, m_height); next < first; ++next)
+        sink(next, blank.data());
+    for (int top = 0; top < dataHeight; top += strip) {
+        int const rows = std::min(strip, dataHeight - top);
+        fetch(top, top + rows, stored.data());
+        for (int y = 0; y < rows; ++y) {
+            if (m_dataTop + top + y != next || next >= m_height) continue;
+            Stored const* from = &stored[rowValues * static_cast<std::size_t>(y)];
+            for (int x = left; x < right; ++x)
+                convert(from + (x - m_dataLeft) * m_channels.count, form,
+                        &row[static_cast<std::size_t>(x) * 4]);
+            sink(next++, row.data());
+        }
+    }
+    for (; next < m_height; ++next) sink(next, blank.data());
+}
+
+template <class Channel, class Sink>
+void PictureReader::readRows(AlphaForm form, Sink const& sink) {
+    QuietLibraries const quiet;
+    auto const type = m_input->spec().format;
+    if (!m_isAssociated && type == OIIO::TypeUInt8) {
+        readStrips<Channel, std::uint8_t>(form, sink);
+    } else if (!m_isAssociated && type == OIIO::TypeUInt16) {
+        readStrips<Channel, std::uint16_t>(form, sink);
+    } else {
+        readStrips<Channel, float>(form, sink);
     }
 }
 
 void PictureReader::readInto(World& world, int downsample) {
-    QuietLibraries const quiet;
     withChannelOf(world.depth(), [&](auto channel) {
         using Channel = decltype(channel);
-        auto const type = m_input->spec().format;
-        if (!m_isAssociated && type == OIIO::TypeUInt8) {
-            readStrips<Channel, std::uint8_t>(world, downsample);
-        } else if (!m_isAssociated && type == OIIO::TypeUInt16) {
-            readStrips<Channel, std::uint16_t>(world, downsample);
-        } else {
-            readStrips<Channel, float>(world, downsample);
-        }
+        std::vector<Channel> reduced(static_cast<std::size_t>(world.width()) * 4);
+        BoxReducer<Channel> reducer(width(), downsample);
+        int reducedRow = 0;
+        readRows<Channel>(AlphaForm::kStraight, [&](int y, Channel const* rgba) {
+            if (downsample == 1) {
+                putRow(world, y, rgba);
+            } else if (reducedRow < world.height() && reducer.add(rgba, reduced.data())) {
+                putRow(world, reducedRow++, reduced.data());
+            }
+        });
     });
     m_input->close();
+}
+
+void PictureReader::readAssociated(FloatRow const& row) {
+    readRows<float>(AlphaForm::kAssociated, row);
+}
+
+void PictureReader::readThrough() {
+    readRows<float>(AlphaForm::kAssociated, [](int, float const*) {});
 }
 
 }  // namespace zelk

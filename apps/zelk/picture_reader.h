@@ -1,24 +1,36 @@
-// A picture file as a layer: any channel count becomes straight red, green, blue, alpha in a world.
+// A picture file as rows of red, green, blue, alpha: any channel count, any of OpenImageIO's
+// formats.
 //
-// Channels: the first three that are not alpha are the colours, one or two are grey, missing alpha
-// is opaque. Colour that is stored times alpha is divided by it, in float, and is 0 where alpha is
-// 0. Rows are read a strip at a time straight into the world; the picture is never in memory twice.
+// Space: the picture is the file's display window. What the data window leaves of it is
+// transparent; what lies outside it (overscan) is dropped with a warning. Channels: the first three
+// that are not alpha are the colours, one or two are grey, missing alpha is opaque; a dropped
+// channel is told in one warning. Colour comes straight or associated (times alpha) as asked; it is
+// divided or multiplied in float, and where alpha is 0 it passes as it is stored. Rows are read a
+// strip at a time; the picture is never in memory twice.
 #pragma once
 
 #include <OpenImageIO/imageio.h>
 
 #include <filesystem>
+#include <functional>
 #include <memory>
+#include <string>
+#include <vector>
 
 #include "hostkit/world.h"
 
 namespace zelk {
 
-/// What an output inherits from its layer.
+/// How colour stands to alpha in memory.
+enum class AlphaForm { kStraight, kAssociated };
+
+/// What an output inherits from a file.
 struct PictureTraits {
     Depth depth = Depth::k8;  ///< 8, 16 for 10 to 16 bits, float for half and float
     bool isHalf = false;
-    OIIO::ParamValueList metadata;  ///< colour profile, pixel aspect and resolution
+    bool hasAlpha = false;
+    int originX = 0, originY = 0;   ///< of the display window, pixels
+    OIIO::ParamValueList metadata;  ///< all that is not about how the file stores its pixels
 };
 
 class PictureReader {
@@ -27,13 +39,20 @@ public:
     /// picture, of no size, or of a side beyond the host's 32767 pixels.
     explicit PictureReader(std::filesystem::path const& file);
 
-    int width() const { return m_input->spec().width; }
-    int height() const { return m_input->spec().height; }
+    /// Of the display window.
+    int width() const { return m_width; }
+    int height() const { return m_height; }
     PictureTraits const& traits() const { return m_traits; }
+    /// What of the file can't be used, a sentence each.
+    std::vector<std::string> const& warnings() const { return m_warnings; }
 
     /// Fills `world`, which is width / downsample by height / downsample (truncated), with the
-    /// picture, box reduced, and closes the file. Throws an input error for a file that breaks off.
+    /// picture, box reduced, in straight colour. Throws an input error for a file that breaks off.
     void readInto(World& world, int downsample);
+
+    /// Calls row(y, rgba) for each row from the top, in associated float. Throws as readInto.
+    using FloatRow = std::function<void(int y, float const* rgba)>;
+    void readAssociated(FloatRow const& row);
 
     /// Reads all rows and keeps none. Throws an input error for a file that breaks off.
     void readThrough();
@@ -45,17 +64,25 @@ private:
         int count;  ///< channels read, from the file's first on
     };
 
+    template <class Channel, class Sink>
+    void readRows(AlphaForm form, Sink const& sink);
+    template <class Channel, class Stored, class Sink>
+    void readStrips(AlphaForm form, Sink const& sink);
     template <class Channel, class Stored>
-    void readStrips(World& world, int downsample);
+    void convert(Stored const* from, AlphaForm form, Channel* rgba) const;
     template <class Stored>
     void fetch(int firstRow, int endRow, Stored* values);
     ChannelMap mapChannels() const;
     void checkSize() const;
+    void noteWarnings();
     int stripRows() const;
 
     std::filesystem::path m_file;
     std::unique_ptr<OIIO::ImageInput> m_input;
+    int m_width = 0, m_height = 0;
+    int m_dataLeft = 0, m_dataTop = 0;  ///< of the data window within the display window
     PictureTraits m_traits;
+    std::vector<std::string> m_warnings;
     ChannelMap m_channels{};
     bool m_isAssociated = false;  ///< colour is stored times alpha
 };

@@ -28,8 +28,8 @@ constexpr std::array<std::string_view, 13> kNotice = {"png",  "tiff",     "opene
                                                       "webp", "jpeg2000", "pnm",     "dpx",   "hdr",
                                                       "rla",  "heif",     "jpeg"};
 /// Formats without float samples: they get the deepest integers they have.
-constexpr std::array<std::string_view, 8> kIntegerFormats = {
-    "png", "jpeg", "targa", "webp", "bmp", "gif", "dpx", "cineon"};
+constexpr std::array<std::string_view, 8> kIntegerFormats = {"png", "jpeg", "targa", "webp",
+                                                             "bmp", "gif",  "dpx",   "cineon"};
 /// Writers that leave no picture file.
 constexpr std::array<std::string_view, 2> kNoFiles = {"null", "term"};
 
@@ -64,83 +64,100 @@ fs::path resolved(fs::path const& target) {
 /// How a world's rows are stored.
 struct RowPlan {
     int channels = 4;
-    bool isStraight = true;
-    OIIO::TypeDesc type;  ///< of the file
+    bool isStraight = true;    ///< colour in the file
+    bool fromStraight = true;  ///< colour in the world
+    OIIO::TypeDesc type;       ///< of the file
 };
 
-RowPlan planRows(OIIO::ImageOutput const& writer, Depth depth, PictureTraits const& traits) {
-    RowPlan plan;
-    std::string_view const format = writer.format_name();
-    bool const isExr = format == "openexr";
+/// The deepest samples of the format that `depth` asks for; writers take less by themselves.
+OIIO::TypeDesc sampleType(std::string_view format, Depth depth, bool isHalf) {
     bool const holdsFloat = !isOneOf(kIntegerFormats, format);
-    if (!writer.supports("alpha")) plan.channels = 3;
+    if (depth == Depth::k8 && format != "openexr") return OIIO::TypeUInt8;
+    if (depth == Depth::k16 && format != "openexr") return OIIO::TypeUInt16;
+    if (!holdsFloat) return OIIO::TypeUInt16;
+    return isHalf || (depth == Depth::k8 && format == "openexr") ? OIIO::TypeHalf : OIIO::TypeFloat;
+}
+
+RowPlan planRows(OIIO::ImageOutput const& writer, WriteRequest const& request) {
+    RowPlan plan;
+    if (request.opaque || !writer.supports("alpha")) plan.channels = 3;
     plan.isStraight = plan.channels == 4 && isOneOf(kStraightFormats, writer.format_name());
-    plan.type = depth == Depth::k8                        ? OIIO::TypeUInt8
-                : depth == Depth::k16 && !isExr           ? OIIO::TypeUInt16
-                : !holdsFloat                             ? OIIO::TypeUInt16
-                : depth == Depth::kFloat && traits.isHalf ? OIIO::TypeHalf
-                                                          : OIIO::TypeFloat;
+    plan.fromStraight = request.form == AlphaForm::kStraight;
+    plan.type = sampleType(writer.format_name(), request.depth, request.traits.isHalf);
     return plan;
 }
 
-OIIO::ImageSpec specOf(World const& world, RowPlan const& plan, PictureTraits const& traits) {
+OIIO::ImageSpec specOf(World const& world, RowPlan const& plan, WriteRequest const& request) {
     OIIO::ImageSpec spec(world.width(), world.height(), plan.channels, plan.type);
-    for (auto const& value : traits.metadata) spec.extra_attribs.push_back(value);
-    if (plan.isStraight) spec.attribute("oiio:UnassociatedAlpha", 1);
-    // The TIFF writer reports an error for an empty Exif table; "uncalibrated" fills it truthfully.
-    constexpr int kUncalibrated = 0xffff;
-    if (spec.get_string_attribute("oiio:ColorSpace") != "sRGB") {
-        spec.attribute("Exif:ColorSpace", kUncalibrated);
+    spec.x = spec.full_x = request.traits.originX;
+    spec.y = spec.full_y = request.traits.originY;
+    if (request.keepMetadata) {
+        for (auto const& value : request.traits.metadata) spec.extra_attribs.push_back(value);
+        spec.attribute("Software", "zelk " ZELK_VERSION);
+        if (!request.history.empty()) spec.attribute("Exif:ImageHistory", request.history);
     }
+    if (plan.isStraight) spec.attribute("oiio:UnassociatedAlpha", 1);
     return spec;
 }
 
-/// One row to a file's values; `Stored` is the world's channel for straight colour, else float.
+/// One row to a file's values; `Stored` is the world's channel where nothing has to be computed.
 template <class Channel, class Stored>
 void storeRow(Channel const* rgba, int width, RowPlan const& plan, Stored* values) {
     for (int x = 0; x < width; ++x, rgba += 4, values += plan.channels) {
-        for (int c = 0; c < plan.channels; ++c) {
-            if constexpr (std::is_same_v<Channel, Stored>) {
-                values[c] = toFile(rgba[c]);
-            } else {
-                values[c] = static_cast<float>(rgba[c]) / static_cast<float>(kWhite<Channel>);
-            }
-        }
-        if constexpr (std::is_same_v<Stored, float>) {
-            if (plan.isStraight) continue;
-            float const alpha = static_cast<float>(rgba[3]) / static_cast<float>(kWhite<Channel>);
-            for (int c = 0; c < 3; ++c) values[c] *= alpha;
+        if constexpr (std::is_same_v<Channel, Stored> && !std::is_same_v<Stored, float>) {
+            for (int c = 0; c < plan.channels; ++c) values[c] = toFile(rgba[c]);
+        } else {
+            constexpr auto kUnit = static_cast<float>(kWhite<Channel>);
+            for (int c = 0; c < plan.channels; ++c) values[c] = static_cast<float>(rgba[c]) / kUnit;
+            float const alpha = static_cast<float>(rgba[3]) / kUnit;
+            bool const isKept = plan.channels == 4 && alpha == 0;
+            if (plan.isStraight == plan.fromStraight || isKept) continue;
+            for (int c = 0; c < 3; ++c)
+                values[c] = plan.fromStraight ? values[c] * alpha : values[c] / alpha;
         }
     }
 }
 
+struct Written {
+    bool isWhole = false;
+    bool sawTransparency = false;
+};
+
 template <class Channel, class Stored>
-bool writeStrips(World const& world, RowPlan const& plan, OIIO::ImageOutput& writer) {
+Written writeStrips(World const& world, RowPlan const& plan, OIIO::ImageOutput& writer) {
     int const strip =
         std::min(std::clamp((1 << 18) / world.width(), 16, 256) / 16 * 16, world.height());
     auto const rowValues = static_cast<std::size_t>(world.width() * plan.channels);
     std::vector<Channel> rgba(static_cast<std::size_t>(world.width()) * 4);
     std::vector<Stored> stored(rowValues * static_cast<std::size_t>(strip));
+    int const firstRow = writer.spec().y;
+    Written written;
     for (int top = 0; top < world.height(); top += strip) {
         int const rows = std::min(strip, world.height() - top);
         for (int y = 0; y < rows; ++y) {
             getRow(world, top + y, rgba.data());
+            for (std::size_t i = 3; i < rgba.size(); i += 4)
+                written.sawTransparency = written.sawTransparency || rgba[i] < kWhite<Channel>;
             storeRow(rgba.data(), world.width(), plan,
                      &stored[rowValues * static_cast<std::size_t>(y)]);
         }
-        if (!writer.write_scanlines(top, top + rows, 0, OIIO::BaseTypeFromC<Stored>::value,
-                                    stored.data())) {
-            return false;
+        if (!writer.write_scanlines(firstRow + top, firstRow + top + rows, 0,
+                                    OIIO::BaseTypeFromC<Stored>::value, stored.data())) {
+            return written;
         }
     }
-    return true;
+    written.isWhole = true;
+    return written;
 }
 
-bool writeRows(World const& world, RowPlan const& plan, OIIO::ImageOutput& writer) {
+/// Straight integers of the file's own depth go over exactly; all else through float.
+Written writeRows(World const& world, RowPlan const& plan, OIIO::ImageOutput& writer) {
     return withChannelOf(world.depth(), [&](auto channel) {
         using Channel = decltype(channel);
-        return plan.isStraight ? writeStrips<Channel, Channel>(world, plan, writer)
-                               : writeStrips<Channel, float>(world, plan, writer);
+        bool const isExact = plan.isStraight && plan.fromStraight &&
+                             plan.type == OIIO::BaseTypeFromC<Channel>::value;
+        return isExact ? writeStrips<Channel, Channel>(world, plan, writer)
+                       : writeStrips<Channel, float>(world, plan, writer);
     });
 }
 
@@ -154,9 +171,15 @@ void checkWhole(fs::path const& file, fs::path const& target) {
 
 }  // namespace
 
-void checkTarget(fs::path const& target) {
+void checkTarget(fs::path const& target, bool noClobber) {
+    if (target == "-") {
+        throw UserError(ExitCode::kOutput, {"--output", "standard output can't hold a picture,",
+                                            "-", "a file, which is renamed into place when whole"});
+    }
     makeWriter(target);
     std::error_code fault;
+    if (noClobber && fs::exists(target, fault))
+        throw unwritable(target, "it exists and --no-clobber is given");
     fs::path const file = resolved(target);
     fs::path const folder = file.has_parent_path() ? file.parent_path() : fs::path(".");
     if (!fs::is_directory(folder, fault)) throw unwritable(target, "no folder " + folder.string());
@@ -168,16 +191,24 @@ void checkTarget(fs::path const& target) {
     if (isRefused) throw unwritable(target, std::strerror(errno));
 }
 
-void writePicture(World const& world, fs::path const& target, PictureTraits const& traits) {
+std::string writePicture(World const& world, fs::path const& target, WriteRequest const& request) {
     TemporaryFile file(resolved(target));
     QuietLibraries const quiet;
     auto const writer = makeWriter(target);  // gone before the file: its end may write once more
-    RowPlan const plan = planRows(*writer, world.depth(), traits);
-    bool const isWritten = writer->open(file.path().string(), specOf(world, plan, traits)) &&
-                           writeRows(world, plan, *writer) && writer->close();
-    if (!isWritten || writer->has_error()) throw unwritable(target, writer->geterror());
+    RowPlan const plan = planRows(*writer, request);
+    Written written;
+    if (writer->open(file.path().string(), specOf(world, plan, request)))
+        written = writeRows(world, plan, *writer);
+    bool const isClosed = writer->close();
+    std::string const error = writer->geterror();
+    // The TIFF writer complains of an Exif directory without entries, after a whole picture.
+    bool const isHarmless = error.find("Exif data") != std::string::npos;
+    if (!written.isWhole || !isClosed || !(error.empty() || isHarmless))
+        throw unwritable(target, error);
     if (!isOneOf(kNotice, writer->format_name())) checkWhole(file.path(), target);
     file.putInPlace();
+    if (plan.channels == 4 || request.opaque || !written.sawTransparency) return {};
+    return target.string() + ": the format has no alpha; the picture is written over black";
 }
 
 }  // namespace zelk

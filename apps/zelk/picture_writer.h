@@ -1,8 +1,9 @@
 // A world as a picture file, in the world's depth where the format holds it.
 //
-// Formats that keep straight colour get the world's values unchanged (16 bits: white 32768 becomes
-// 65535). Formats whose colour is stored times alpha get the product, made in float; formats
-// without alpha get the same product, which is the picture over black.
+// Formats that keep straight colour get a straight world's values unchanged (16 bits: white 32768
+// becomes 65535). Between straight and associated colour values go in float and are rounded once;
+// where alpha is 0 they pass as they are. Formats without alpha get the picture over black, with a
+// warning when there was transparency.
 #pragma once
 
 #include <filesystem>
@@ -12,13 +13,23 @@
 
 namespace zelk {
 
-/// Throws an output error when `target` names no format that can be written, or its place refuses
-/// a file. Writes nothing.
-void checkTarget(std::filesystem::path const& target);
+/// Throws an output error when `target` names no format that can be written, its place refuses a
+/// file, or it exists and `noClobber` is set. Writes nothing.
+void checkTarget(std::filesystem::path const& target, bool noClobber);
+
+/// What a world is and how its file is to be.
+struct WriteRequest {
+    Depth depth = Depth::k8;                ///< of the file's samples, where the format has them
+    AlphaForm form = AlphaForm::kStraight;  ///< of the world's colour
+    PictureTraits traits;  ///< what the file inherits; half samples, windows, metadata
+    bool opaque = false;   ///< leave alpha out: it is white everywhere
+    bool keepMetadata = true;
+    std::string history;  ///< the command line, as image history
+};
 
 /// Writes beside `target` and renames into place. Throws an output error; the target is then as it
-/// was before. `traits` are those of the layer.
-void writePicture(World const& world, std::filesystem::path const& target,
-                  PictureTraits const& traits);
+/// was before. The result is a warning, or empty.
+std::string writePicture(World const& world, std::filesystem::path const& target,
+                         WriteRequest const& request);
 
 }  // namespace zelk

@@ -19,13 +19,16 @@ double reducedPx(PF_Fixed fixed, int downsample) {
     return fromFixed(static_cast<PF_Fixed>(std::round(static_cast<double>(fixed) / downsample)));
 }
 
-/// The four points from `index` on, fractions of the frame.
+/// The four points from `index` on, fractions of their image.
 Corners pinsAt(std::vector<Parameter> const& parameters, int index, PinFrame const& frame) {
+    bool const isFrom = index == kFromPins;
+    int const width = isFrom ? frame.layerWidth : frame.frameWidth;
+    int const height = isFrom ? frame.layerHeight : frame.frameHeight;
     Corners pins;
     for (Point& pin : pins) {
         PF_PointDef const& point = parameters[static_cast<std::size_t>(index++)].current.u.td;
-        pin.x = reducedPx(point.x_value, frame.downsample) / frame.width;
-        pin.y = reducedPx(point.y_value, frame.downsample) / frame.height;
+        pin.x = reducedPx(point.x_value, frame.downsample) / width;
+        pin.y = reducedPx(point.y_value, frame.downsample) / height;
     }
     return pins;
 }

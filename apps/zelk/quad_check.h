@@ -22,9 +22,10 @@ enum class QuadFault { kNone, kCrossed, kFlat };
 
 QuadFault checkQuad(Corners const& corners);
 
-/// The frame that a render has, for turning pins into fractions.
+/// The images that pins are fractions of, pixels at the render's resolution.
 struct PinFrame {
-    int width = 0, height = 0;  ///< of the world, pixels
+    int layerWidth = 0, layerHeight = 0;  ///< of From Pins
+    int frameWidth = 0, frameHeight = 0;  ///< of To Pins
     int downsample = 1;
 };
 

@@ -1,4 +1,4 @@
-// `zelk render`: layer file, host, effect, output file.
+// `zelk render`: layer file, effect, output file, by one of two roads.
 #pragma once
 
 #include <string>
@@ -13,8 +13,8 @@ namespace zelk {
 /// request leaves open become the From Pins. Throws a usage error for a refused value.
 void applyRequest(RenderRequest const& request, std::vector<Parameter>& parameters);
 
-/// Renders and writes the output. The result is a warning without its prefix, or empty. Throws;
-/// the output's place is then as it was.
-std::string render(RenderRequest const& request);
+/// Renders and writes the output. The result is warnings, a sentence each. Throws; the output's
+/// place is then as it was.
+std::vector<std::string> render(RenderRequest const& request);
 
 }  // namespace zelk

@@ -24,8 +24,8 @@ void run(CommandLine const& line) {
     if (line.text) print(*line.text);
     if (line.params) print(listParameters(*line.params));
     if (line.render) {
-        std::string const warning = render(*line.render);
-        if (!warning.empty()) std::fprintf(stderr, "zelk: warning: %s\n", warning.c_str());
+        for (std::string const& warning : render(*line.render))
+            std::fprintf(stderr, "zelk: warning: %s\n", warning.c_str());
     }
 }
 

@@ -212,9 +212,10 @@ void QV_Poly::polyAreaScan_internal(QV_Window* win, int left, int /*top*/, int r
     int rem = m_n;
     QV_Poly_vert l{}, dl{}, r{}, dr{};
     QV_Poly_vert *lo = &l, *hi = &r;
+    QV_Poly_vert lastLo{}, lastHi{};  // edges of the last sub-row: the next edge overwrites l and r
 
-    const auto drawRow = [&] {
-        if (y >= win->y0 && y <= win->y1) areaScanline(y, left, right, lo, hi, win, spans);
+    const auto drawRow = [&](QV_Poly_vert* from, QV_Poly_vert* to) {
+        if (y >= win->y0 && y <= win->y1) areaScanline(y, left, right, from, to, win, spans);
     };
     while (rem > 0) {
         while (ly <= sub && rem > 0) {
@@ -240,7 +241,7 @@ void QV_Poly::polyAreaScan_internal(QV_Window* win, int left, int /*top*/, int r
             spans[k][0] = a < b ? a : kEmptySpan;
             spans[k][1] = a < b ? b : kEmptySpan;
             if (k == kSubRows - 1) {
-                drawRow();
+                drawRow(lo, hi);
                 clearSpans(spans);
                 ++y;
                 stepRow(l, dl);
@@ -249,9 +250,11 @@ void QV_Poly::polyAreaScan_internal(QV_Window* win, int left, int /*top*/, int r
             ++sub;
             l.nx += dl.nx;
             r.nx += dr.nx;
+            lastLo = *lo;
+            lastHi = *hi;
         }
     }
-    if ((sub & (kSubRows - 1)) != 0) drawRow();
+    if ((sub & (kSubRows - 1)) != 0) drawRow(&lastLo, &lastHi);
 }
 
 void QV_Poly::polyAreaScan(QV_Window* win, int left, int top, int right, int bottom) {

@@ -37,6 +37,14 @@ void countOutside(QV_Poly const& p, QV_Poly_box const& box, int (&outside)[kPlan
     }
 }
 
+/// Room for one more vertex. A convex outline gains at most one a plane and always has it; one
+/// whose corners were flipped behind the viewer may not be convex, and is given up when it has not.
+bool hasRoom(QV_Poly& q) {
+    if (q.m_n < POLY_NMAX) return true;
+    q.m_n = 0;
+    return false;
+}
+
 /// u + t (v - u) in the live fields.
 void interpolateVertex(QV_Poly_vert const& u, QV_Poly_vert const& v, double t, std::uint32_t mask,
                        QV_Poly_vert& out) {
@@ -58,9 +66,14 @@ void QV_Poly::poly_clip_to_halfspace(QV_Poly* p, QV_Poly* q, int index, double s
     for (int i = 0; i < p->m_n; ++i) {
         QV_Poly_vert const* v = &p->m_vert[i];
         const double tv = sign * v->fields()[index] - k * v->sw;
-        if ((tu <= 0.0) != (tv <= 0.0))
+        if ((tu <= 0.0) != (tv <= 0.0)) {
+            if (!hasRoom(*q)) return;
             interpolateVertex(*u, *v, tu / (tu - tv), p->m_mask, q->m_vert[q->m_n++]);
-        if (tv <= 0.0) q->m_vert[q->m_n++] = *v;
+        }
+        if (tv <= 0.0) {
+            if (!hasRoom(*q)) return;
+            q->m_vert[q->m_n++] = *v;
+        }
         u = v;
         tu = tv;
     }

@@ -146,8 +146,8 @@ int coreTransformRender(CoreRenderCall const& call, FormatFunctions const& funct
     s.minValue = 0;
     s.maxValue = functions.maxValue;
     s.spareFunc = nullptr;
-    const double scale = std::min(call.host->getScaleX(), call.host->getScaleY());
-    setKernelTransformSize(&s, call.core.sizeIndex, static_cast<float>(scale));
+    const double scaleX = call.host->getScaleX(), scaleY = call.host->getScaleY();
+    setKernelTransformSize(&s, call.core.sizeIndex, static_cast<float>(std::min(scaleX, scaleY)));
     if (call.core.sharpen) s.quality = 2;
     chooseLineFunctions(call, functions, s);
 

@@ -12,6 +12,12 @@ RenderSettings const& settingsOf(void* settings) {
     return *static_cast<RenderSettings const*>(settings);
 }
 
+/// First value of the run; only the plain scan has pixels to skip.
+template <class T>
+T* firstValue(LineRenderStruct const& line, int channels) {
+    return static_cast<T*>(line.dest) + static_cast<std::ptrdiff_t>(line.skipLeft) * channels;
+}
+
 /// Multiplies every `stride`-th value by its pixel's coverage.
 template <class T>
 void coverValues(T* value, int stride, LineRenderStruct const& line) {
@@ -25,7 +31,7 @@ template <class T>
 void LineFuncCP<T>::fillPolygonFunc(void* settings, LineRenderStruct* line) {
     if (line->count < 1) return;
     RenderSettings const& s = settingsOf(settings);
-    T* alpha = static_cast<T*>(line->dest) + s.alphaOffset;
+    T* alpha = firstValue<T>(*line, 4) + s.alphaOffset;
     for (int i = 0; i < line->count; ++i, alpha += 4) *alpha = static_cast<T>(s.maxValue);
     advance(*line);
 }
@@ -33,7 +39,7 @@ void LineFuncCP<T>::fillPolygonFunc(void* settings, LineRenderStruct* line) {
 template <class T>
 void LineFuncCP<T>::fillPolygonFunc_1(void* settings, LineRenderStruct* line) {
     if (line->count < 1) return;
-    std::fill_n(static_cast<T*>(line->dest), line->count,
+    std::fill_n(firstValue<T>(*line, 1), line->count,
                 static_cast<T>(settingsOf(settings).maxValue));
     advance(*line);
 }
@@ -41,13 +47,13 @@ void LineFuncCP<T>::fillPolygonFunc_1(void* settings, LineRenderStruct* line) {
 template <class T>
 void LineFuncCP<T>::edgePolygonFunc(void* settings, LineRenderStruct* line) {
     fillPolygonFunc(settings, line);
-    coverValues(static_cast<T*>(line->dest) + settingsOf(settings).alphaOffset, 4, *line);
+    coverValues(firstValue<T>(*line, 4) + settingsOf(settings).alphaOffset, 4, *line);
 }
 
 template <class T>
 void LineFuncCP<T>::edgePolygonFunc_1(void* settings, LineRenderStruct* line) {
     fillPolygonFunc_1(settings, line);
-    coverValues(static_cast<T*>(line->dest), 1, *line);
+    coverValues(firstValue<T>(*line, 1), 1, *line);
 }
 
 #define ZELK_INSTANTIATE(T)                                                   \

@@ -13,18 +13,20 @@ int truncateInside(double c, int low, int high) {
     return static_cast<int>(c);
 }
 
+/// `PixelBytes` 0 stands for whatever the settings say.
 template <int PixelBytes>
 void copyNearest(RenderSettings const& s, LineRenderStruct& line) {
+    const int bytes = PixelBytes ? PixelBytes : s.srcPixelBytes;
     auto const* source = static_cast<unsigned char const*>(s.srcData);
-    auto* dest = static_cast<unsigned char*>(line.dest) +
-                 static_cast<std::ptrdiff_t>(line.skipLeft) * PixelBytes;
-    for (int i = 0; i < line.count; ++i, dest += PixelBytes) {
+    auto* dest =
+        static_cast<unsigned char*>(line.dest) + static_cast<std::ptrdiff_t>(line.skipLeft) * bytes;
+    for (int i = 0; i < line.count; ++i, dest += bytes) {
         const int px = truncateInside(line.x / line.w, s.srcMinX, s.srcMaxX);
         const int py = truncateInside(line.y / line.w, s.srcMinY, s.srcMaxY);
         std::memcpy(dest,
                     source + static_cast<std::ptrdiff_t>(py) * s.srcRowBytes +
-                        static_cast<std::ptrdiff_t>(px) * PixelBytes,
-                    PixelBytes);
+                        static_cast<std::ptrdiff_t>(px) * bytes,
+                    static_cast<std::size_t>(bytes));
         line.x += line.dx;
         line.y += line.dy;
         line.w += line.dw;
@@ -36,10 +38,6 @@ void copyNearest(RenderSettings const& s, LineRenderStruct& line) {
 void lineFunc(void* settings, LineRenderStruct* line) {
     auto const& s = *static_cast<RenderSettings const*>(settings);
     switch (s.srcPixelBytes) {
-        case 1:
-            return copyNearest<1>(s, *line);
-        case 2:
-            return copyNearest<2>(s, *line);
         case 4:
             return copyNearest<4>(s, *line);
         case 8:
@@ -47,6 +45,6 @@ void lineFunc(void* settings, LineRenderStruct* line) {
         case 16:
             return copyNearest<16>(s, *line);
         default:
-            return;
+            return copyNearest<0>(s, *line);
     }
 }

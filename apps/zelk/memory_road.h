@@ -1,0 +1,27 @@
+// The memory road: the effect's pipeline over plain float buffers, for a layer of any size in a
+// frame of any size.
+//
+// Colour is associated throughout: the layer comes so, the frame leaves so. The pipeline runs as on
+// a host that keeps premultiplied colour. To Pins are in frame pixels, From Pins in layer pixels.
+#pragma once
+
+#include <vector>
+
+#include "apps/zelk/picture_reader.h"
+#include "hostkit/parameters.h"
+#include "hostkit/world.h"
+
+namespace zelk {
+
+/// A float world with the whole picture in associated colour.
+World readAssociatedWorld(PictureReader& picture);
+
+/// Renders `layer` by the parameters' current values into `frame`, both float worlds of associated
+/// colour; what the layer does not cover becomes transparent. The result is the pipeline's code.
+PF_Err renderInMemory(std::vector<Parameter> const& parameters, World& layer, World& frame);
+
+/// Lays `frame` over the plate, which has its size: f + p (1 - alpha of f) in each channel. The
+/// plate's rows are read as they are needed.
+void layOver(World& frame, PictureReader& plate);
+
+}  // namespace zelk
