@@ -50,6 +50,7 @@ struct Choice {
 constexpr Choice<int> kQualities[] = {{"low", 1}, {"medium", 2}, {"high", 3}, {"super", 4}};
 constexpr Choice<int> kViews[] = {{"original", 1}, {"from", 2}, {"to", 3}, {"both", 4}};
 constexpr Choice<Road> kRoads[] = {{"module", Road::kModule}, {"memory", Road::kMemory}};
+constexpr Choice<Explain> kExplains[] = {{"text", Explain::kText}, {"json", Explain::kJson}};
 constexpr Choice<Depth> kDepths[] = {
     {"8", Depth::k8}, {"16", Depth::k16}, {"float", Depth::kFloat}};
 
@@ -162,6 +163,7 @@ RenderRequest checkedRender(TypedOptions const& typed) {
     if (typed.threads) {
         request.threads = wholeInRange("--threads", *typed.threads, 0, kMostThreads);
     }
+    if (typed.explain) request.explain = pick<Explain>(kExplains, "--explain", *typed.explain);
     request.module = checkedModule(typed);
     checkRoad(typed, request);
     return request;
@@ -210,7 +212,23 @@ void addRenderOptions(CLI::App& command, TypedOptions& typed) {
         "module: the effect in a host; memory: its pipeline in float (module, or memory with "
         "--over "
         "or --size)");
+    add("Output", "--explain", typed.explain, "[text|json]",
+        "Print what the render did and how long each stage took (text)");
     addModuleOptions(command, typed);
+}
+
+/// `--explain` alone stands for its text form; only the words text and json belong to it.
+std::vector<std::string> wordsOf(int argc, char const* const* argv) {
+    std::vector<std::string> words;
+    for (int i = 1; i < argc; ++i) {
+        words.emplace_back(argv[i]);
+        if (words.back() != "--explain") continue;
+        std::string const next = i + 1 < argc ? lowered(argv[i + 1]) : "";
+        bool const isForm = next == "text" || next == "json";
+        words.back() += "=" + (isForm ? next : "text");
+        i += isForm;
+    }
+    return words;
 }
 
 /// Usage lines that show what a command cannot do without.
@@ -313,7 +331,9 @@ CommandLine parseCommandLine(int argc, char const* const* argv) {
     Grammar grammar;
     CommandLine line;
     try {
-        grammar.app.parse(argc, argv);
+        std::vector<std::string> words = wordsOf(argc, argv);
+        std::reverse(words.begin(), words.end());  // as the parser takes them
+        grammar.app.parse(words);
     } catch (CLI::CallForHelp const&) {
         line.text = grammar.app.help() + "\n";
         return line;

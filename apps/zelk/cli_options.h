@@ -18,7 +18,7 @@ struct TypedOptions {
     std::optional<std::string> to, from;
     std::optional<std::string> quality, view;
     std::optional<std::string> depth, downsample, threads;
-    std::optional<std::string> plate, frameSize, road;
+    std::optional<std::string> plate, frameSize, road, explain;
     std::optional<std::string> host, module;
     std::vector<std::string> settings;
     bool json = false;
@@ -41,6 +41,9 @@ struct Setting {
 /// Who renders: the effect module in our host, or the effect's pipeline over plain buffers.
 enum class Road { kModule, kMemory };
 
+/// Whether and how a render tells what it did.
+enum class Explain { kNo, kText, kJson };
+
 struct PixelSize {
     int width = 0, height = 0;
 };
@@ -53,6 +56,7 @@ struct RenderRequest {
     std::optional<PixelSize> frameSize;          ///< a transparent frame instead of a plate
     Road road = Road::kModule;
     bool noClobber = false, keepMetadata = true;
+    Explain explain = Explain::kNo;
     std::string history;  ///< the command line as typed
     std::optional<Corners> to, from;
     std::optional<int> quality, view;  ///< entries of the popups, from 1

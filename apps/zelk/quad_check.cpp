@@ -80,28 +80,26 @@ QuadFault checkQuad(Corners const& corners) {
     return turnsLeft || turnsRight ? QuadFault::kNone : QuadFault::kFlat;
 }
 
+PinQuads pinQuads(std::vector<Parameter> const& parameters, PinFrame const& frame) {
+    Corners const from = pinsAt(parameters, kFromPins, frame);
+    return {withOffsets(from, parameters, kFromOffsets),
+            withOffsets(pinsAt(parameters, kToPins, frame), parameters, kToOffsets),
+            isFirstPassLeftOut(parameters, from)};
+}
+
 std::string unusablePins(std::vector<Parameter> const& parameters, PinFrame const& frame) {
     enum View { kOriginal = 1, kFrom = 2, kTo = 3, kBoth = 4 };
     int const view = static_cast<int>(current(parameters, kViewMode));
     bool const isTwoPass = view == kBoth && current(parameters, kCropToPins) != 0;
-    Corners const fromPins = pinsAt(parameters, kFromPins, frame);
-
+    PinQuads const quads = pinQuads(parameters, frame);
     bool usesFrom = view == kFrom || view == kBoth;
-    if ((view == kFrom || isTwoPass) && isFirstPassLeftOut(parameters, fromPins)) usesFrom = false;
+    if ((view == kFrom || isTwoPass) && quads.isFirstPassLeftOut) usesFrom = false;
     bool const usesTo = view == kTo || view == kBoth;
 
     std::string why;
-    if (usesFrom) {
-        why =
-            complaint("the From Pins", checkQuad(withOffsets(fromPins, parameters, kFromOffsets)));
-    }
-    if (usesTo) {
-        Corners const toPins = pinsAt(parameters, kToPins, frame);
-        std::string const to =
-            complaint("the To Pins", checkQuad(withOffsets(toPins, parameters, kToOffsets)));
-        why += (why.empty() || to.empty() ? "" : ", ") + to;
-    }
-    return why;
+    if (usesFrom) why = complaint("the From Pins", checkQuad(quads.from));
+    std::string const to = usesTo ? complaint("the To Pins", checkQuad(quads.to)) : std::string();
+    return why + (why.empty() || to.empty() ? "" : ", ") + to;
 }
 
 }  // namespace zelk

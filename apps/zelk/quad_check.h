@@ -29,6 +29,14 @@ struct PinFrame {
     int downsample = 1;
 };
 
+/// The quads as the effect uses them: fractions of their images, offsets added.
+struct PinQuads {
+    Corners from, to;
+    /// The first of two passes is left out: From Pins and Reposition change nothing.
+    bool isFirstPassLeftOut = false;
+};
+PinQuads pinQuads(std::vector<Parameter> const& parameters, PinFrame const& frame);
+
 /// Why nothing will be drawn with the parameters' current values; empty when something will be.
 std::string unusablePins(std::vector<Parameter> const& parameters, PinFrame const& frame);
 

@@ -94,7 +94,7 @@ void checkResult(CommandResult const& result, std::string const& layer) {
 }
 
 World renderFrame(RenderRequest const& request, Host& host, PictureReader& picture,
-                  Frame const& frame) {
+                  Frame const& frame, StageClock& clock) {
     if (renderBytes(frame.width, frame.height, frame.depth) > availableBytes()) {
         throw tooLarge(request, frame);
     }
@@ -108,12 +108,14 @@ World renderFrame(RenderRequest const& request, Host& host, PictureReader& pictu
     }
     picture.readInto(input, request.downsample);
     releaseStartupMemory();
+    clock.lap("read");
 
     FrameRequest ask;
     ask.downsample = request.downsample;
     ask.layerWidth = picture.width();
     ask.layerHeight = picture.height();
     checkResult(host.render(input, output, ask), request.layer.string());
+    clock.lap("render");
     return output;
 }
 
@@ -138,22 +140,35 @@ void write(RenderRequest const& request, World const& world, WriteRequest ask,
     if (!warning.empty()) warnings.push_back(warning);
 }
 
+/// Notes what is about to be rendered.
+void plan(std::vector<Parameter> const& parameters, PinFrame const& frame, Depth renderDepth,
+          Depth fileDepth, RenderReport& report) {
+    addPinWarning(parameters, frame, report.warnings);
+    Explanation& e = report.explanation;
+    e.layer = {frame.layerWidth, frame.layerHeight};
+    e.frame = {frame.frameWidth, frame.frameHeight};
+    e.renderDepth = renderDepth;
+    e.fileDepth = fileDepth;
+    e.plan = planOf(parameters, frame);
+}
+
 /// The effect module renders the layer in its own frame.
-std::vector<std::string> renderByModule(RenderRequest const& request, Host& host) {
+void renderByModule(RenderRequest const& request, Host& host, RenderReport& report) {
     PictureReader picture(request.layer);
     Frame const frame = frameOf(request, picture);
     host.resetParameters(picture.width(), picture.height());
     applyRequest(request, host.parameters());
-    std::vector<std::string> warnings = picture.warnings();
-    addPinWarning(host.parameters(),
-                  {frame.width, frame.height, frame.width, frame.height, request.downsample},
-                  warnings);
-    World const output = renderFrame(request, host, picture, frame);
+    report.warnings = picture.warnings();
+    plan(host.parameters(),
+         {frame.width, frame.height, frame.width, frame.height, request.downsample}, frame.depth,
+         frame.depth, report);
+    World const output = renderFrame(request, host, picture, frame, report.explanation.clock);
+    if (request.explain != Explain::kNo) report.explanation.covered = countCovered(output);
     WriteRequest ask;
     ask.depth = frame.depth;
     ask.traits = picture.traits();
-    write(request, output, ask, warnings);
-    return warnings;
+    write(request, output, ask, report.warnings);
+    report.explanation.clock.lap("write");
 }
 
 /// Rank of a file's samples, for the deeper of two.
@@ -193,6 +208,17 @@ WriteRequest outputOf(RenderRequest const& request, PictureReader const& layer,
     return ask;
 }
 
+/// Reads the layer and renders it into `frame`; the layer's pixels are gone afterwards.
+void renderLayer(RenderRequest const& request, Host& host, PictureReader& layer, World& frame,
+                 StageClock& clock) {
+    World pixels = readAssociatedWorld(layer);
+    clock.lap("read");
+    CommandResult result;
+    result.code = renderInMemory(host.parameters(), pixels, frame);
+    checkResult(result, request.layer.string());
+    clock.lap("render");
+}
+
 World frameWorld(RenderRequest const& request, PictureReader const& layer, PixelSize size) {
     std::uint64_t const need =
         frameRenderBytes(layer.width(), layer.height(), size.width, size.height);
@@ -206,37 +232,37 @@ World frameWorld(RenderRequest const& request, PictureReader const& layer, Pixel
 }
 
 /// The layer goes into a frame of its own size, a given one, or a plate's.
-std::vector<std::string> renderIntoFrame(RenderRequest const& request, Host& host) {
+void renderIntoFrame(RenderRequest const& request, Host& host, RenderReport& report) {
     PictureReader layer(request.layer);
     std::optional<PictureReader> plate;
     if (request.plate) plate.emplace(*request.plate);
+    PixelSize const own = {layer.width(), layer.height()};
     PixelSize const size =
-        plate ? PixelSize{plate->width(), plate->height()}
-              : request.frameSize.value_or(PixelSize{layer.width(), layer.height()});
+        plate ? PixelSize{plate->width(), plate->height()} : request.frameSize.value_or(own);
     host.resetParameters(size.width, size.height);
     setPins(host.parameters(), kFromPins, wholePicture(layer));
     applyRequest(request, host.parameters());
 
-    std::vector<std::string> warnings = layer.warnings();
-    addPinWarning(host.parameters(), {layer.width(), layer.height(), size.width, size.height, 1},
-                  warnings);
+    WriteRequest const ask = outputOf(request, layer, plate ? &*plate : nullptr);
+    report.warnings = layer.warnings();
+    plan(host.parameters(), {own.width, own.height, size.width, size.height, 1}, Depth::kFloat,
+         ask.depth, report);
     if (plate) {
-        warnings.insert(warnings.end(), plate->warnings().begin(), plate->warnings().end());
-        addColorSpaceWarning(request, layer, *plate, warnings);
+        report.warnings.insert(report.warnings.end(), plate->warnings().begin(),
+                               plate->warnings().end());
+        addColorSpaceWarning(request, layer, *plate, report.warnings);
     }
 
+    StageClock& clock = report.explanation.clock;
     World frame = frameWorld(request, layer, size);
-    {
-        World pixels = readAssociatedWorld(layer);
-        if (PF_Err const code = renderInMemory(host.parameters(), pixels, frame)) {
-            CommandResult result;
-            result.code = code;
-            checkResult(result, request.layer.string());
-        }
+    renderLayer(request, host, layer, frame, clock);
+    if (request.explain != Explain::kNo) report.explanation.covered = countCovered(frame);
+    if (plate) {
+        layOver(frame, *plate);
+        clock.lap("plate");
     }
-    if (plate) layOver(frame, *plate);
-    write(request, frame, outputOf(request, layer, plate ? &*plate : nullptr), warnings);
-    return warnings;
+    write(request, frame, ask, report.warnings);
+    clock.lap("write");
 }
 
 }  // namespace
@@ -252,13 +278,21 @@ void applyRequest(RenderRequest const& request, std::vector<Parameter>& paramete
     copyOpenPins(request, parameters);
 }
 
-std::vector<std::string> render(RenderRequest const& request) {
+RenderReport render(RenderRequest const& request) {
+    RenderReport report;
     auto const host = loadModule(request.module);
     applyRequest(request, host->parameters());  // refuses bad values before any file is touched
     checkTarget(request.output, request.noClobber);
     useThreads(request.threads);
-    return request.road == Road::kModule ? renderByModule(request, *host)
-                                         : renderIntoFrame(request, *host);
+    report.explanation.road = request.road;
+    report.explanation.host = request.module.host;
+    report.explanation.threads = omp_get_max_threads();
+    report.explanation.clock.lap("setup");
+    if (request.road == Road::kModule)
+        renderByModule(request, *host, report);
+    else
+        renderIntoFrame(request, *host, report);
+    return report;
 }
 
 }  // namespace zelk

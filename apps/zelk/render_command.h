@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "apps/zelk/cli_options.h"
+#include "apps/zelk/explain.h"
 #include "hostkit/parameters.h"
 
 namespace zelk {
@@ -13,8 +14,13 @@ namespace zelk {
 /// request leaves open become the From Pins. Throws a usage error for a refused value.
 void applyRequest(RenderRequest const& request, std::vector<Parameter>& parameters);
 
-/// Renders and writes the output. The result is warnings, a sentence each. Throws; the output's
-/// place is then as it was.
-std::vector<std::string> render(RenderRequest const& request);
+/// What there is to tell after a render.
+struct RenderReport {
+    std::vector<std::string> warnings;  ///< a sentence each
+    Explanation explanation;
+};
+
+/// Renders and writes the output. Throws; the output's place is then as it was.
+RenderReport render(RenderRequest const& request);
 
 }  // namespace zelk

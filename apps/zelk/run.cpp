@@ -24,8 +24,11 @@ void run(CommandLine const& line) {
     if (line.text) print(*line.text);
     if (line.params) print(listParameters(*line.params));
     if (line.render) {
-        for (std::string const& warning : render(*line.render))
+        RenderReport const report = render(*line.render);
+        for (std::string const& warning : report.warnings)
             std::fprintf(stderr, "zelk: warning: %s\n", warning.c_str());
+        if (line.render->explain == Explain::kText) print(asText(report.explanation));
+        if (line.render->explain == Explain::kJson) print(asJson(report.explanation));
     }
 }
 

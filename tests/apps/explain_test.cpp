@@ -1,0 +1,87 @@
+// `--explain`: what the render tells of itself, against what can be known beforehand.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <nlohmann/json.hpp>
+
+#include "tests/apps/zelk_process.h"
+
+namespace {
+
+using zelk_test::Outcome;
+using zelk_test::ZelkTest;
+using Json = nlohmann::json;
+
+class Explain : public ZelkTest {
+protected:
+    void SetUp() override {
+        ZelkTest::SetUp();
+        zelk_test::writePicture(at("in.png"), zelk_test::noise<std::uint8_t>(60, 40, 3, 5));
+    }
+    Json explain(std::vector<std::string> options) {
+        std::vector<std::string> words = {"render", "in.png", "-o", "out.png", "--explain", "json"};
+        words.insert(words.end(), options.begin(), options.end());
+        Outcome const outcome = run(words);
+        EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+        return Json::parse(outcome.out);
+    }
+};
+
+/// A source point in layer pixels by a reported matrix.
+std::pair<double, double> mapped(Json const& m, double x, double y) {
+    auto const row = [&](int r) {
+        return m[r].get<double>() * x + m[r + 1].get<double>() * y + m[r + 2].get<double>();
+    };
+    return {row(0) / row(6), row(3) / row(6)};
+}
+
+TEST_F(Explain, MatrixSendsTheCornersToThePins) {
+    double const to[4][2] = {{6.5, 4}, {54, 1}, {3, 39}, {58, 35}};
+    Json const told = explain({"--to", "6.5,4 54,1 3,39 58,35"});
+    ASSERT_EQ(told["passes"].size(), 1u);
+    for (int corner = 0; corner < 4; ++corner) {
+        auto const [x, y] =
+            mapped(told["passes"][0]["matrix"], corner % 2 * 60.0, corner / 2 * 40.0);
+        // The view distance is rounded to single precision: 2^-24 of the way from the centre.
+        EXPECT_NEAR(x, to[corner][0], 60 * 0x1p-23);
+        EXPECT_NEAR(y, to[corner][1], 60 * 0x1p-23);
+    }
+    EXPECT_EQ(told["road"], "module");
+    EXPECT_EQ(told["filter"], "parzen");
+    EXPECT_EQ(told["taps"], 4);
+    EXPECT_EQ(told["scan"], "area");
+    // The quad's area is 1787.25 pixels: as many are whole, but for a border of its perimeter.
+    double const any = told["coveredPixels"]["any"], whole = told["coveredPixels"]["whole"];
+    EXPECT_GT(any, 1787.25);
+    EXPECT_LT(whole, 1787.25);
+    EXPECT_LT(any - whole, 2 * (2 * (60 + 40)));
+    for (char const* stage : {"setup", "read", "render", "write"})
+        EXPECT_GE(told["milliseconds"][stage].get<double>(), 0) << stage;
+}
+
+TEST_F(Explain, PassesScanAndRoadFollowTheOptions) {
+    EXPECT_EQ(explain({"--view", "original"})["passes"].size(), 0u);
+    EXPECT_EQ(explain({"--view", "to"})["passes"].size(), 1u);
+    Json const crop = explain({"--from", "5,5 50,0 0,40 60,38", "--set", "crop-to-pins=on"});
+    ASSERT_EQ(crop["passes"].size(), 2u);
+    EXPECT_EQ(explain({"--set", "crop-to-pins=on"})["passes"].size(), 1u) << "first one left out";
+    EXPECT_EQ(explain({"--quality", "low"})["scan"], "plain");
+    EXPECT_EQ(explain({"--downsample", "3"})["filter"], "nearest") << "below half resolution";
+    Json const flat = explain({"--to", "5,5 5,5 5,5 5,5"});
+    EXPECT_EQ(flat["passes"][0]["drawn"], false);
+    EXPECT_EQ(flat["coveredPixels"]["any"], 0);
+    Json const memory = explain({"--size", "90x80"});
+    EXPECT_EQ(memory["road"], "memory");
+    EXPECT_EQ(memory["frame"]["width"], 90);
+    EXPECT_EQ(memory["depth"]["rendered"], "float");
+    EXPECT_EQ(memory["depth"]["written"], "8");
+}
+
+TEST_F(Explain, AloneItIsTextAndTakesNoFileForItsForm) {
+    Outcome const outcome = run({"render", "--explain", "in.png", "-o", "out.png"});
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+    EXPECT_EQ(outcome.out.rfind("road      module\n", 0), 0u) << outcome.out;
+    EXPECT_EQ(run({"render", "in.png", "-o", "out.png", "--explain=yaml"}).exitCode, 2);
+}
+
+}  // namespace
