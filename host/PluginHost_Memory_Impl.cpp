@@ -5,7 +5,9 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
+#include <new>
 #include <utility>
 
 namespace {
@@ -122,8 +124,10 @@ PluginRaster_Memory_Impl::PluginRaster_Memory_Impl(QV_RasterFormat format, int w
     const int pixelBytes = pixelBytesOf(format);
     m_info = {nullptr,    format, width, height, width * pixelBytes + rowPaddingBytes,
               pixelBytes, 1.0f,   1.0f,  0};
-    m_pixels = std::make_unique<unsigned char[]>(static_cast<std::size_t>(m_info.rowBytes) *
-                                                 static_cast<std::size_t>(height));
+    // Zeroed by the system page by page: an image that is never written costs no memory.
+    const auto bytes = static_cast<std::size_t>(m_info.rowBytes) * static_cast<std::size_t>(height);
+    m_pixels.reset(static_cast<unsigned char*>(std::calloc(std::max<std::size_t>(bytes, 1), 1)));
+    if (!m_pixels) throw std::bad_alloc();
     m_info.data = m_pixels.get();
 }
 

@@ -11,6 +11,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdlib>
 #include <functional>
 #include <map>
 #include <memory>
@@ -64,7 +65,10 @@ private:
     void releasePixels();
 
     QV_RasterInfo m_info{};
-    std::unique_ptr<unsigned char[]> m_pixels;
+    struct Free {
+        void operator()(unsigned char* bytes) const { std::free(bytes); }
+    };
+    std::unique_ptr<unsigned char[], Free> m_pixels;
     PluginHost_API* m_host = nullptr;
     std::shared_ptr<MemoryHostTally> m_tally;  // set on rasters that a host made
     bool m_allocated = false;                  // came from allocRaster and not yet given back
