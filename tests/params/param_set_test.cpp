@@ -124,12 +124,12 @@ TEST_P(ParamSet, SlidersHoldTheirNumbersInEitherForm) {
             SCOPED_TRACE(index);
             zelk::Parameter const& parameter = at(index);
             PF_ParamDef const& def = parameter.registered;
-            EXPECT_EQ(zelk::validRange(parameter).min, range.validMin);
-            EXPECT_EQ(zelk::validRange(parameter).max, range.validMax);
-            EXPECT_EQ(zelk::sliderRange(parameter).min, range.sliderMin);
-            EXPECT_EQ(zelk::sliderRange(parameter).max, range.sliderMax);
-            EXPECT_EQ(zelk::defaultNumberOf(def), range.defaultValue);
-            EXPECT_EQ(zelk::numberOf(def), range.defaultValue);
+            const auto valid = zelk::validRange(parameter), slider = zelk::sliderRange(parameter);
+            EXPECT_EQ(
+                (std::vector<double>{valid.min, valid.max, slider.min, slider.max,
+                                     zelk::defaultNumberOf(def), zelk::numberOf(def)}),
+                (std::vector<double>{range.validMin, range.validMax, range.sliderMin,
+                                     range.sliderMax, range.defaultValue, range.defaultValue}));
             if (def.param_type == PF_Param_FIX_SLIDER) {
                 EXPECT_EQ(def.u.fd.precision, range.precision);
                 EXPECT_EQ(def.u.fd.display_flags, 0);
@@ -181,10 +181,8 @@ TEST_P(ParamSet, PinsColoursAndTheRest) {
         for (int corner = 0; corner < 4; ++corner) {
             PF_PointDef const& pin = at(first + corner).registered.u.td;
             const PF_Fixed x = corner % 2 ? 6553600 : 0, y = corner / 2 ? 6553600 : 0;
-            EXPECT_EQ(pin.x_value, x);
-            EXPECT_EQ(pin.y_value, y);
-            EXPECT_EQ(pin.x_dephault, x);
-            EXPECT_EQ(pin.y_dephault, y);
+            EXPECT_TRUE(pin.x_value == x && pin.x_dephault == x) << first + corner;
+            EXPECT_TRUE(pin.y_value == y && pin.y_dephault == y) << first + corner;
             EXPECT_EQ(pin.restrict_bounds, 0);
         }
     auto const isColor = [&](int index, PF_Pixel want) {

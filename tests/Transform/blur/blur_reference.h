@@ -60,8 +60,11 @@ inline Picture randomPicture(FormatFacts const& f, int width, int height, std::m
     Picture p(width, height, f.isFloat);
     std::uniform_int_distribution<int> whole(0, f.white);
     std::uniform_real_distribution<float> real(0.25f, 1.0f);
-    for (double& v : p.values)
-        v = random() % 8 == 0 ? random() % 2 * f.white : f.isFloat ? real(random) : whole(random);
+    for (double& v : p.values) {
+        v = f.isFloat ? double(real(random)) : double(whole(random));
+        const auto dice = random() % 16;
+        if (dice < 2) v = dice == 0 ? 0 : f.white;
+    }
     return p;
 }
 

@@ -45,8 +45,8 @@ Call randomCall(int kind, int width, int height, std::mt19937& random) {
 }
 
 class EveryFormat : public testing::TestWithParam<FormatFacts> {};
-INSTANTIATE_TEST_SUITE_P(Blur, EveryFormat, testing::ValuesIn(kFormats), [](auto const& info) {
-    return "format" + std::to_string(info.param.code);
+INSTANTIATE_TEST_SUITE_P(Blur, EveryFormat, testing::ValuesIn(kFormats), [](auto const& test) {
+    return "format" + std::to_string(test.param.code);
 });
 
 TEST_P(EveryFormat, GivesTheSlowBlursPixelsAndLeavesThePadding) {
@@ -105,7 +105,6 @@ TEST(ProgressiveBlur, ThreadsChangeNothing) {
     omp_set_num_threads(former);
 }
 
-// The pictures of Super Sample: a call of each pair, on an image in which rows run upwards.
 TEST(ProgressiveBlur, RowsMayRunUpwards) {
     constexpr unsigned kSeed = 121;
     std::mt19937 random(kSeed);
