@@ -1,8 +1,9 @@
 #!/bin/sh
-# Renders a picture in strong perspective at every quality, with and without Crop To Pins, and
-# composes the results and their enlarged edges into one contact sheet.
+# Renders the example pictures at every quality and composes two sheets: a picture pinned in its own
+# frame, and a picture pinned over another one.
 #
-#   examples/demo.sh BUILD_DIR    writes out/demo/*.png and out/demo/contact-sheet.png
+#   examples/demo.sh BUILD_DIR    writes out/demo/*.png, among them contact-sheet.png and
+#                                 plate-sheet.png
 set -eu
 
 if [ $# -ne 1 ]; then
@@ -11,25 +12,74 @@ if [ $# -ne 1 ]; then
 fi
 build=$(cd "$1" && pwd)
 root=$(cd "$(dirname "$0")/.." && pwd)
+examples=$root/examples
 out=$root/out/demo
-source=$root/examples/coffee.png
 mkdir -p "$out"
+zelk() { "$build/bin/zelk" "$@"; }
 
-# The From Pins frame the cup; without Crop To Pins the rest of the table comes along.
-from="110,30 520,40 60,360 560,375"
-to="235,70 455,30 35,330 575,385"
-edge="edge x8@135,200"
-inside="inside x8@330,150"
+# In strong perspective, with and without Crop To Pins. The From Pins frame the cup; without Crop To
+# Pins the rest of the table comes along.
+contact_sheet() {
+    source=$examples/coffee.png
+    from="110,30 520,40 60,360 560,375"
+    to="235,70 455,30 35,330 575,385"
+    edge="edge x8@135,200"
+    inside="inside x8@330,150"
 
-set -- "source:$source:inside x8@330,150"
-for quality in low medium high super; do
-    whole=$out/$quality.png
-    cropped=$out/$quality-crop.png
-    "$build/bin/zelk" render "$source" -o "$whole" --from "$from" --to "$to" --quality $quality
-    "$build/bin/zelk" render "$source" -o "$cropped" --from "$from" --to "$to" --quality $quality \
-        --set crop-to-pins=on
-    set -- "$@" "$quality:$whole:$inside;$quality, crop to pins:$cropped:$edge"
-done
+    set -- "source:$source:inside x8@330,150"
+    for quality in low medium high super; do
+        whole=$out/$quality.png
+        cropped=$out/$quality-crop.png
+        zelk render "$source" -o "$whole" --from "$from" --to "$to" --quality $quality
+        zelk render "$source" -o "$cropped" --from "$from" --to "$to" --quality $quality \
+            --set crop-to-pins=on
+        set -- "$@" "$quality:$whole:$inside;$quality, crop to pins:$cropped:$edge"
+    done
+    "$build/bin/zelk-demo" "$out/contact-sheet.png" "$@"
+    echo "$out/contact-sheet.png"
+}
 
-"$build/bin/zelk-demo" "$out/contact-sheet.png" "$@"
-echo "$out/contact-sheet.png"
+# A plate of the launch picture's size, every byte the octal code $2.
+flat_plate() {
+    { printf 'P6\n640 427\n255\n' && head -c $((640 * 427 * 3)) /dev/zero | tr '\0' "\\$2"; } >"$1"
+}
+
+# Galaxies hung into the sky, straight from the layer's own pixels, and by the road of a host whose
+# layers all have the frame's size: first fitted into a transparent canvas, then pinned by the
+# effect, then laid over the plate (at Low, which copies pixels that stay in place).
+plate_sheet() {
+    layer=$examples/hubble.jpg
+    plate=$examples/rocket.jpg
+    canvas=$out/plate-canvas.png
+    in_canvas="75.17,0 564.83,0 75.17,427 564.83,427" # 1000 x 872 fitted into 640 x 427
+    to="112,22 288,52 96,214 300,248"
+    edges="top x8@200,37:right x8@294,150:bottom x8@198,231:left x8@104,118"
+
+    zelk render "$layer" -o "$canvas" --size 640x427 --to "$in_canvas"
+    set --
+    for quality in low medium high super; do
+        direct=$out/plate-$quality.png
+        pinned=$out/plate-$quality-pinned.png
+        by_canvas=$out/plate-$quality-canvas.png
+        zelk render "$layer" --over "$plate" -o "$direct" --to "$to" --quality $quality
+        zelk render "$canvas" -o "$pinned" --from "$in_canvas" --to "$to" --quality $quality
+        zelk render "$pinned" --over "$plate" -o "$by_canvas" --quality low
+        set -- "$@" "$quality:$direct:$edges" "$quality, by a canvas:$by_canvas:$edges"
+    done
+
+    # A fringe of another colour shows against black and white; the cup has lighter borders.
+    flat_plate "$out/black.ppm" 000
+    flat_plate "$out/white.ppm" 377
+    for picture in hubble.jpg coffee.png; do
+        for color in black white; do
+            over=$out/plate-${picture%.*}-$color.png
+            zelk render "$examples/$picture" --over "$out/$color.ppm" -o "$over" --to "$to"
+            set -- "$@" "high, over $color:$over:$edges"
+        done
+    done
+    "$build/bin/zelk-demo" "$out/plate-sheet.png" "$@"
+    echo "$out/plate-sheet.png"
+}
+
+contact_sheet
+plate_sheet

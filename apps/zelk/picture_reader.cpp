@@ -86,6 +86,7 @@ PictureReader::PictureReader(std::filesystem::path const& file) : m_file(file) {
     m_channels = mapChannels();
     noteWarnings();
     m_isAssociated = m_channels.alpha >= 0 && spec.get_int_attribute("oiio:UnassociatedAlpha") == 0;
+    m_traits.isAssociated = m_isAssociated;
 }
 
 void PictureReader::checkSize() const {
@@ -170,8 +171,7 @@ void PictureReader::convert(Stored const* from, AlphaForm form, Channel* rgba) c
             rgba[c] = fromFile<Channel>(from[colors[c]]);
         }
         if constexpr (std::is_same_v<Channel, float>) {
-            if (form == AlphaForm::kAssociated && !m_isAssociated && rgba[3] != 0)
-                rgba[c] *= rgba[3];
+            if (form == AlphaForm::kAssociated && !m_isAssociated) rgba[c] *= rgba[3];
         }
     }
 }

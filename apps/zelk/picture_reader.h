@@ -5,7 +5,7 @@
 // transparent; what lies outside it (overscan) is dropped with a warning. Channels: the first three
 // that are not alpha are the colours, one or two are grey, missing alpha is opaque; a dropped
 // channel is told in one warning. Colour comes straight or associated (times alpha) as asked; it is
-// divided or multiplied in float, and where alpha is 0 it passes as it is stored. Rows are read a
+// divided or multiplied in float, and associated colour passes as stored where alpha is 0. Rows are read a
 // strip at a time; the picture is never in memory twice.
 #pragma once
 
@@ -29,6 +29,7 @@ struct PictureTraits {
     Depth depth = Depth::k8;  ///< 8, 16 for 10 to 16 bits, float for half and float
     bool isHalf = false;
     bool hasAlpha = false;
+    bool isAssociated = false;      ///< colour is stored times alpha
     int originX = 0, originY = 0;   ///< of the display window, pixels
     OIIO::ParamValueList metadata;  ///< all that is not about how the file stores its pixels
 };

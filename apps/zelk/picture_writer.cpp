@@ -66,7 +66,9 @@ struct RowPlan {
     int channels = 4;
     bool isStraight = true;    ///< colour in the file
     bool fromStraight = true;  ///< colour in the world
-    OIIO::TypeDesc type;       ///< of the file
+    /// Colour where alpha is 0 goes over unchanged: it can't be divided, or was never multiplied.
+    bool keepsUncovered = false;
+    OIIO::TypeDesc type;  ///< of the file
 };
 
 /// The deepest samples of the format that `depth` asks for; writers take less by themselves.
@@ -83,6 +85,7 @@ RowPlan planRows(OIIO::ImageOutput const& writer, WriteRequest const& request) {
     if (request.opaque || !writer.supports("alpha")) plan.channels = 3;
     plan.isStraight = plan.channels == 4 && isOneOf(kStraightFormats, writer.format_name());
     plan.fromStraight = request.form == AlphaForm::kStraight;
+    plan.keepsUncovered = plan.channels == 4 && (!plan.fromStraight || request.traits.isAssociated);
     plan.type = sampleType(writer.format_name(), request.depth, request.traits.isHalf);
     return plan;
 }
@@ -110,7 +113,7 @@ void storeRow(Channel const* rgba, int width, RowPlan const& plan, Stored* value
             constexpr auto kUnit = static_cast<float>(kWhite<Channel>);
             for (int c = 0; c < plan.channels; ++c) values[c] = static_cast<float>(rgba[c]) / kUnit;
             float const alpha = static_cast<float>(rgba[3]) / kUnit;
-            bool const isKept = plan.channels == 4 && alpha == 0;
+            bool const isKept = plan.keepsUncovered && alpha == 0;
             if (plan.isStraight == plan.fromStraight || isKept) continue;
             for (int c = 0; c < 3; ++c)
                 values[c] = plan.fromStraight ? values[c] * alpha : values[c] / alpha;
