@@ -58,6 +58,19 @@ bool isSameSize(PluginHost_API::RasterInfo const& a, PluginHost_API::RasterInfo 
     return a.width == b.width && a.height == b.height;
 }
 
+/// Layer and frame have sizes of their own: on bindings other than After Effects, and where the
+/// caller has not set rectangles.
+bool hasOwnFrame(PipelineFrame const& frame) {
+    return !frame.host->getAEHost() && !frame.hostSettings &&
+           !isSameSize(frame.workInfo, frame.outInfo);
+}
+
+/// Otherwise the passes draw the layer's size, and the output has to hold it.
+bool fits(PipelineFrame const& frame) {
+    return hasOwnFrame(frame) || (frame.outInfo.width >= frame.workInfo.width &&
+                                  frame.outInfo.height >= frame.workInfo.height);
+}
+
 /// The size that the host reports while a pass runs: pins are fractions of the pass's destination.
 class PassOutputSize {
 public:
@@ -81,7 +94,7 @@ int renderPass(PipelineFrame& frame, CoreRenderArguments& core, QuadMode quadMod
                    kFillMode = false;
     core.quadMode = quadMode;
     std::optional<PassOutputSize> outputSize;
-    if (!isSameSize(frame.workInfo, frame.outInfo)) {
+    if (hasOwnFrame(frame)) {
         outputSize.emplace(frame.host, to);
         setRectangles(*settings, from, to);
     }
@@ -103,7 +116,7 @@ void renderTwoPasses(PipelineFrame& frame, CoreRenderArguments& core, RenderSett
         renderPass(frame, core, kQuadFromToUnit, frame.workInfo, interim, settings);
 
     if (frame.passes == PassPlan::kFromToFrame) {
-        if (!isSameSize(interim, frame.outInfo)) host->fillOutput();
+        if (hasOwnFrame(frame)) host->fillOutput();
         host->copy(frame.rasters.interim, frame.rasters.out);
     } else
         renderPass(frame, secondCore, kQuadUnitToTo, interim, frame.outInfo, &secondSettings);
@@ -123,15 +136,16 @@ PF_Err readFrame(PipelineFrame& frame) {
 
 PF_Err takeWorkingCopy(PipelineFrame& frame, QV_RasterFormat format) {
     PluginHost_API* host = frame.host;
-    const std::unique_ptr<PluginRaster_API> input(host->getInputRaster(0));
+    std::unique_ptr<PluginRaster_API> input(host->getInputRaster(0));
     if (!input) return fail(frame, kNoRaster);
     if (const PF_Err code = frame.rasters.allocate(frame.rasters.work, input.get()))
         return fail(frame, code);
     host->copy(input.get(), frame.rasters.work);
+    input.reset();
     frame.rasters.out = host->getOutputRaster();
     host->getRasterInfo(frame.rasters.work, &frame.workInfo);
     host->getRasterInfo(frame.rasters.out, &frame.outInfo);
-    if (!isUsable(frame.workInfo, format) || !isUsable(frame.outInfo, format))
+    if (!isUsable(frame.workInfo, format) || !isUsable(frame.outInfo, format) || !fits(frame))
         return fail(frame, kNoRaster);
     return 0;
 }

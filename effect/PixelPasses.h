@@ -25,8 +25,8 @@ void multiplyAlpha(QV_RasterInfo const& info, double opacity) {
         forEachPixel<Channel>(info, [factor](Channel* pixel) { pixel[Trait::kAlpha] *= factor; });
     } else {
         constexpr int kShift = Trait::kWhite == 255 ? 8 : 15;
-        constexpr int kHalf = 1 << (kShift - 1);
-        const int whole = static_cast<int>(factor * Trait::kWhite);
+        constexpr unsigned kHalf = 1u << (kShift - 1);
+        const auto whole = static_cast<unsigned>(static_cast<int>(factor * Trait::kWhite));
         forEachPixel<Channel>(info, [whole](Channel* pixel) {
             Channel& a = pixel[Trait::kAlpha];
             a = static_cast<Channel>((a * whole + kHalf) >> kShift);

@@ -39,9 +39,12 @@ contact_sheet() {
     echo "$out/contact-sheet.png"
 }
 
-# A plate of the launch picture's size, every byte the octal code $2.
+# A plate of the launch picture's size, 640 x 427, as a Targa file: every byte the octal code $2.
 flat_plate() {
-    { printf 'P6\n640 427\n255\n' && head -c $((640 * 427 * 3)) /dev/zero | tr '\0' "\\$2"; } >"$1"
+    {
+        printf '\0\0\2\0\0\0\0\0\0\0\0\0\200\2\253\1\30\0'
+        head -c $((640 * 427 * 3)) /dev/zero | tr '\0' "\\$2"
+    } >"$1"
 }
 
 # Galaxies hung into the sky, straight from the layer's own pixels, and by the road of a host whose
@@ -68,15 +71,16 @@ plate_sheet() {
     done
 
     # A fringe of another colour shows against black and white; the cup has lighter borders.
-    flat_plate "$out/black.ppm" 000
-    flat_plate "$out/white.ppm" 377
+    flat_plate "$out/black.tga" 000
+    flat_plate "$out/white.tga" 377
     for picture in hubble.jpg coffee.png; do
         for color in black white; do
             over=$out/plate-${picture%.*}-$color.png
-            zelk render "$examples/$picture" --over "$out/$color.ppm" -o "$over" --to "$to"
+            zelk render "$examples/$picture" --over "$out/$color.tga" -o "$over" --to "$to"
             set -- "$@" "high, over $color:$over:$edges"
         done
     done
+    rm -f "$out/black.tga" "$out/white.tga"
     "$build/bin/zelk-demo" "$out/plate-sheet.png" "$@"
     echo "$out/plate-sheet.png"
 }

@@ -5,8 +5,8 @@
 // transparent; what lies outside it (overscan) is dropped with a warning. Channels: the first three
 // that are not alpha are the colours, one or two are grey, missing alpha is opaque; a dropped
 // channel is told in one warning. Colour comes straight or associated (times alpha) as asked; it is
-// divided or multiplied in float, and associated colour passes as stored where alpha is 0. Rows are read a
-// strip at a time; the picture is never in memory twice.
+// divided or multiplied in float, and associated colour passes as stored where alpha is 0. Rows are
+// read a strip at a time; the picture is never in memory twice.
 #pragma once
 
 #include <OpenImageIO/imageio.h>

@@ -41,6 +41,7 @@ void useWholeRasters(CoreRenderCall const& call, RenderSettings& s) {
 }
 
 void clearRaster(PluginHost_API::RasterInfo const& raster) {
+    if (raster.width <= 0 || raster.height <= 0) return;
     auto* row = static_cast<unsigned char*>(raster.data);
     const auto rowLength = static_cast<std::size_t>(raster.width) * raster.pixelBytes;
     for (int y = 0; y < raster.height; ++y, row += raster.rowBytes) std::memset(row, 0, rowLength);
