@@ -49,7 +49,7 @@ flat_plate() {
 
 # Galaxies hung into the sky, straight from the layer's own pixels, and by the road of a host whose
 # layers all have the frame's size: first fitted into a transparent canvas, then pinned by the
-# effect, then laid over the plate (at Low, which copies pixels that stay in place).
+# effect, then laid over the plate (at Medium, which copies pixels that stay in place).
 plate_sheet() {
     layer=$examples/hubble.jpg
     plate=$examples/rocket.jpg
@@ -66,7 +66,7 @@ plate_sheet() {
         by_canvas=$out/plate-$quality-canvas.png
         zelk render "$layer" --over "$plate" -o "$direct" --to "$to" --quality $quality
         zelk render "$canvas" -o "$pinned" --from "$in_canvas" --to "$to" --quality $quality
-        zelk render "$pinned" --over "$plate" -o "$by_canvas" --quality low
+        zelk render "$pinned" --over "$plate" -o "$by_canvas" --quality medium
         set -- "$@" "$quality:$direct:$edges" "$quality, by a canvas:$by_canvas:$edges"
     done
 

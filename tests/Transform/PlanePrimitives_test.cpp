@@ -14,53 +14,8 @@ using zelk::Random;
 
 constexpr double kEps = 2.220446049250313e-16;
 
-TEST(QvFRect, DefinedUnlessCrossed) {
-    EXPECT_TRUE(QV_FRect().getDefined());
-    EXPECT_TRUE(QV_FRect(1, 1, 1, 1).getDefined());
-    EXPECT_FALSE(QV_FRect(2, 0, 1, 1).getDefined());
-    EXPECT_FALSE(QV_FRect(0, 2, 1, 1).getDefined());
-    QV_FRect rect(1, 2, 3, 4);
-    rect.scale(2, -1);
-    EXPECT_EQ(rect.left, 2);
-    EXPECT_EQ(rect.top, -2);
-    EXPECT_EQ(rect.right, 6);
-    EXPECT_EQ(rect.bottom, -4);
-    EXPECT_FALSE(rect.getDefined());
-}
-
-TEST(QvLerp, MapsInSinglePrecision) {
-    const QV_Lerp lerp(2.0f, 10.0f, 4.0f, 30.0f);
-    EXPECT_EQ(lerp.m_a * 2.0f + lerp.m_b, 10.0f);
-    EXPECT_EQ(lerp.m_a * 4.0f + lerp.m_b, 30.0f);
-    EXPECT_EQ(QV_Lerp(0.0f, 0.0f, 3.0f, 1.0f).m_a, 1.0f / 3.0f);
-    const QV_Lerp flat(1.0f, 5.0f, 2.0f, 5.0f);  // equal results are no reason to stop
-    EXPECT_EQ(flat.m_a, 0.0f);
-    EXPECT_EQ(flat.m_b, 5.0f);
-}
-
 TEST(QvLerpDeathTest, EqualInputsStopTheProgram) {
     EXPECT_DEATH(QV_Lerp(1.0f, 0.0f, 1.0f, 2.0f), "m_a != 0.*QV_Lerp.*Transform/Common/QV_Poly");
-}
-
-TEST(QvLine2D, ConstructionAndComparison) {
-    const QV_Line2D none;
-    EXPECT_EQ(none, QV_Line2D(0, 0, 1, 0, false));  // the flag takes no part
-    EXPECT_TRUE(none.m_normalized);
-    const QV_Line2D line(QV_Point2D(1, 2), QV_Point2D(4, 6), false);
-    EXPECT_EQ(line, QV_Line2D(1, 2, 4, 6, true));
-    for (const QV_Line2D& other : {QV_Line2D(0, 2, 3, 6, false), QV_Line2D(1, 0, 4, 4, false),
-                                   QV_Line2D(1, 2, 5, 6, false), QV_Line2D(1, 2, 4, 7, false)}) {
-        EXPECT_FALSE(line == other);
-    }
-    EXPECT_EQ(line.length(), 5.0);
-    EXPECT_EQ(line.center().x, 2.5);
-    EXPECT_EQ(line.point(2).y, 10.0);
-    EXPECT_EQ(QV_Line2D(3, 3, 3, 1, false).angle(), std::atan2(-2.0, 0.0));
-    EXPECT_EQ(line.perpendicular(), QV_Line2D(1, 2, -6, 4, false));
-    const QV_Line2D moved = QV_Line2D(1, 2, 4, 6, true).translated(10, -20);
-    EXPECT_EQ(moved, QV_Line2D(11, -18, 14, -14, false));
-    EXPECT_FALSE(moved.m_normalized);
-    EXPECT_FALSE((none * QV_Matrix2D()).m_normalized);
 }
 
 TEST(QvLine2D, NormalizeTrustsTheFlag) {
@@ -94,26 +49,6 @@ TEST(QvLine2D, DistanceIsTheCrossProductOverTheLength) {
         // Terms of |(a, b)| |d|^2, at most 25.5 |d|^2, with 6 roundings on either side and axis.
         EXPECT_NEAR(line.distance(px, py), want, 2 * 2 * 6 * 25.5 * kEps) << "seed 11, case " << i;
     }
-}
-
-// One operation made on the identity is a matrix; made on any other it must be the product with it.
-TEST(QvMatrix2D, OperationsActAfter) {
-    const QV_Matrix2D base(1.5, 0.25, -0.5, 2, 3, -4), one;
-    const QV_Matrix2D pairs[][2] = {{base.translate(3, 4), one.translate(3, 4)},
-                                    {base.scale(2, -3), one.scale(2, -3)},
-                                    {base.shearx(0.5), one.shearx(0.5)},
-                                    {base.sheary(-0.75), one.sheary(-0.75)},
-                                    {base.rotate(0.7), one.rotate(0.7)}};
-    for (const auto& pair : pairs) {
-        const QV_Matrix2D product = base * pair[1];
-        for (int i = 0; i < 9; ++i) EXPECT_DOUBLE_EQ(pair[0].m[i], product.m[i]);
-    }
-    EXPECT_EQ(one.translate(3, 4).m[6], 3);
-    EXPECT_EQ(one.scale(2, 5).m[4], 5);
-    EXPECT_EQ(one.shearx(0.5).m[3], 0.5);  // x' = x + k y
-    EXPECT_EQ(one.sheary(0.5).m[1], 0.5);
-    EXPECT_DOUBLE_EQ(one.rotate(std::acos(0.0)).m[3], 1.0);  // x' = c x + s y
-    EXPECT_DOUBLE_EQ(one.rotate(std::acos(0.0)).m[1], -1.0);
 }
 
 TEST(QvMatrix2D, InverseTimesMatrixIsTheIdentity) {

@@ -121,22 +121,6 @@ INSTANTIATE_TEST_SUITE_P(
                             1}),
     [](const auto& shape) { return std::string(shape.param.name); });
 
-TEST(CalcMatrix, QuadMapsKeepThePictureInItsPlane) {
-    for (int mode = 0; mode <= 5; ++mode) {
-        Render render;
-        render.core.quadMode = mode;
-        render.core.translateZ = 0.5;
-        render.core.rotateX = 10;
-        render.core.rotateY = 20;
-        render.core.rotateZ = 30;
-        ASSERT_EQ(render.build(100, 50), 0);
-        EXPECT_EQ(render.core.translateZ, mode == 0 ? 0.5 : 0.0);
-        EXPECT_EQ(render.core.rotateX, mode == 0 ? 10.0 : 0.0);
-        EXPECT_EQ(render.core.rotateY, mode == 0 ? 20.0 : 0.0);
-        EXPECT_EQ(render.core.rotateZ, 30.0);
-    }
-}
-
 // Turning by any angle keeps lengths and angles in pixels, about the centre, whatever the frame.
 TEST(CalcMatrix, RepositionKeepsRightAngles) {
     for (const int mode : {2, 3, 4}) {
@@ -252,26 +236,6 @@ TEST(CalcMatrix, EveryOrderOfTheSteps) {
     }
 }
 
-TEST(CalcMatrix, NoRotationSkipsTheAspectPair) {
-    // 1/3 isn't exact: had the pair been applied, elements would differ by its rounding.
-    Render plain, stretched;
-    for (Render* render : {&plain, &stretched}) render->core.scaleX = 0.7;
-    stretched.core.rotationOrder = 6;
-    stretched.core.rotateZ = 1;  // enters the pair, makes no turn
-    ASSERT_EQ(plain.build(300, 100), 0);
-    ASSERT_EQ(stretched.build(300, 100), 0);
-    EXPECT_NE(plain.matrix.m[0], stretched.matrix.m[0]);
-    Render scaleOnly;
-    scaleOnly.core.rotationOrder = 6;
-    scaleOnly.core.scaleX = 0.7;
-    ASSERT_EQ(scaleOnly.build(300, 100), 0);
-    EXPECT_EQ(plain.matrix.m[0], scaleOnly.matrix.m[0]);
-    // Not a number isn't 0.
-    plain.core.rotateZ = std::nan("");
-    ASSERT_EQ(plain.build(300, 100), 0);
-    EXPECT_TRUE(std::isnan(plain.matrix.m[0]));
-}
-
 TEST(CalcMatrix, CameraReplacesTheFrustum) {
     Render render;
     render.core.useCamera = true;
@@ -283,20 +247,6 @@ TEST(CalcMatrix, CameraReplacesTheFrustum) {
         for (int r = 0; r < 3; ++r) EXPECT_EQ(render.matrix.m[4 * r + c], camera[4 * r + c]);
         EXPECT_NEAR(render.matrix.m[12 + c], camera[12 + c] - 0.5 * (camera[c] + camera[4 + c]),
                     4 * 2 * kEps);
-    }
-}
-
-TEST(CalcMatrix, HostSizedRendersLoseOnePixelWhenFiltered) {
-    for (const int quality : {0, 1, 2, 3, 4}) {
-        Render render;
-        render.core.renderMode = 1;
-        render.settings.quality = quality;
-        ASSERT_EQ(render.build(200, 50), 0);
-        const bool filtered = quality >= 1 && quality <= 3;
-        const QV_UnitPoint corner = render.map(1, 1);
-        // (w - 1) / w is single precision: up to 2^-25 of the size off.
-        EXPECT_NEAR(corner.x, filtered ? 199 : 200, 200 * 0x1p-25 + pixelTolerance(200, 200));
-        EXPECT_NEAR(corner.y, filtered ? 49 : 50, 50 * 0x1p-25 + pixelTolerance(50, 50));
     }
 }
 

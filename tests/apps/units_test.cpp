@@ -46,34 +46,6 @@ TEST(ParameterNames, AreTheEffectsConstantsInTheirOrder) {
     EXPECT_EQ(std::set(names.begin(), names.end()).size(), names.size());
 }
 
-TEST(ParameterNames, TheNearestHasTheLeastEditDistance) {
-    EXPECT_EQ(editDistance("kitten", "sitting"), 3);
-    EXPECT_EQ(editDistance("", "abc"), 3);
-    EXPECT_EQ(editDistance("abc", "abc"), 0);
-    EXPECT_EQ(nearestParameterName("Transfermode"), "transfer-mode");
-    EXPECT_EQ(nearestParameterName("to-uper-left"), "to-upper-left");
-    EXPECT_EQ(parameterIndex("Quality"), 48);
-    EXPECT_EQ(parameterIndex("qualit"), std::nullopt);
-}
-
-TEST(Numbers, FillTheWholeTextOrAreNone) {
-    for (char const* text :
-         {"", " ", "nan", "inf", "-inf", "1e999", "0x10", "1,5", "1 2", "+-1", "--1"}) {
-        EXPECT_EQ(parseNumber(text), std::nullopt) << text;
-    }
-    EXPECT_EQ(parseNumber(" +1.25 "), 1.25);
-    EXPECT_EQ(parseNumber("-3e2"), -300);
-    EXPECT_EQ(parseWhole("7.5"), std::nullopt);
-    EXPECT_EQ(parseWhole("1e10"), std::nullopt);
-    EXPECT_EQ(parseWhole("-7"), -7);
-}
-
-TEST(Messages, AreOneShortLine) {
-    EXPECT_EQ(oneLine(" a\nb\t\x7f"), "a b");
-    EXPECT_EQ(oneLine("\n\n"), "");
-    EXPECT_LE(shortened(std::string(10000, 'x')).size(), 163u);
-}
-
 // 65536 file values meet 32769 world values: there and back is off by one at most, and white,
 // black and every world value come back exactly.
 TEST(ChannelValues, SixteenBitsGoOverAndBack) {

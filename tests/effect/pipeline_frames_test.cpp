@@ -355,38 +355,6 @@ TEST(PipelineFrames, OriginalIsTheInputByteForByte) {
     }
 }
 
-TEST(PipelineFrames, AWholeFrameOfOffsetOrRepositionLeavesNothing) {
-    const Quad right = {100, 0, 100, 0, 100, 0, 100, 0}, up = {0, -100, 0, -100, 0, -100, 0, -100};
-    for (const Quality quality : {kLow, kMedium, kHigh, kSuperSample}) {
-        for (int what = 0; what < 5; ++what) {
-            Scene scene;
-            scene.view = what == 3 ? kTo : kBoth;
-            if (what == 0) scene.toOffsets = right;
-            if (what == 1) scene.toOffsets = up;
-            if (what == 2) scene.fromOffsets = right;
-            if (what == 3) scene.reposition.translateX = 100;
-            if (what == 4) scene.reposition.translateY = -100;
-            // Pins stand where the offsets put them.
-            for (int i = 0; i < 8; ++i) {
-                scene.to[i] += scene.toOffsets[i] / 100;
-                scene.from[i] += scene.fromOffsets[i] / 100;
-            }
-            Renderer renderer(kFormatARGB32, kWidth, kHeight);
-            paintRamp(renderer.input);
-            renderer.set(scene);
-            renderer.host.setPopup(kParamQuality, quality);
-            EXPECT_EQ(renderer.render(), 0);
-            // Of a frame's width one column may be left: the edge it shares with the frame.
-            int painted = 0;
-            for (int y = 1; y < kHeight - 1; ++y)
-                for (int x = 1; x < kWidth - 1; ++x)
-                    for (int c = 0; c < 4; ++c)
-                        painted += reinterpret_cast<float*>(renderer.output.pixel(x, y))[c] != 0;
-            EXPECT_EQ(painted, 0) << "case " << what << " quality " << quality;
-        }
-    }
-}
-
 TEST(PipelineFrames, AFromQuadZoomEqualsTheInverseToQuadZoom) {
     for (const Quality quality : {kMedium, kHigh}) {
         for (const bool crop : {false, true}) {

@@ -230,74 +230,6 @@ TEST(PipelineStages, TheFirstPassIsLeftOutOnlyAtRestWithinATolerance) {
     }
 }
 
-TEST(PipelineStages, FillsTheRecordsOfAPass) {
-    Frame<PIXEL_BGRA8> frame(11, 21);
-    RenderArguments& args = frame.engine.args;
-    for (int i = 0; i < 8; ++i) {  // all sixteen numbers differ
-        args.fromPins[i] = i / 16.0;
-        args.toPins[i] = 1 - i / 16.0;
-        args.fromOffsets[i] = 100 * i;
-        args.toOffsets[i] = -50 * i;
-    }
-    args.translateX = 1, args.translateY = 2, args.scaleX = 3, args.scaleY = 4, args.rotate = 5;
-    ASSERT_EQ(frame.run(), 0);
-    ASSERT_EQ(frame.engine.passes.size(), 1u);
-    Pass const& pass = frame.engine.passes[0];
-    RenderSettings const& s = pass.settings;
-
-    const int cornerOfPin[4] = {0, 2, 1, 3}, cornerOfVertex[4] = {0, 2, 3, 1};
-    for (int i = 0; i < 4; ++i) {
-        for (int axis = 0; axis < 2; ++axis) {
-            const int n = 2 * cornerOfPin[i] + axis, v = 2 * cornerOfVertex[i] + axis;
-            auto part = [axis](QV_UnitPoint const& p) { return axis ? p.y : p.x; };
-            // All values are dyadic but the hundredths: 1 ulp each of the two roundings.
-            EXPECT_DOUBLE_EQ(part(pass.core.fromPins[i]), n / 16.0 + n);
-            EXPECT_DOUBLE_EQ(part(pass.core.toPins[i]), 1 - n / 16.0 - n * 0.5);
-            const double last = axis ? 20 : 10;
-            EXPECT_DOUBLE_EQ(part(s.targetQuad[i]), (v / 16.0 + v) * last);
-            EXPECT_DOUBLE_EQ(part(s.sourceQuad[i]), (1 - v / 16.0 - v * 0.5) * last);
-        }
-    }
-    EXPECT_TRUE(s.reposition);
-    EXPECT_TRUE(s.repositionTranslateX == 1 && s.repositionTranslateY == 2);
-    EXPECT_TRUE(s.repositionScaleX == 3 && s.repositionScaleY == 4 && s.repositionRotate == 5);
-    EXPECT_TRUE(s.dstLeft == 0 && s.dstTop == 0 && s.dstRight == 10 && s.dstBottom == 20);
-    EXPECT_TRUE(s.srcLeft == 0 && s.srcTop == 0 && s.srcRight == 10 && s.srcBottom == 20);
-    EXPECT_TRUE(s.srcMinX == 0 && s.srcMinY == 0 && s.srcMaxX == -1 && s.srcMaxY == -1);
-    EXPECT_EQ(s.renderMode, 0);
-    EXPECT_EQ(s.alphaOffset, 3);
-    CoreRenderArguments const& c = pass.core;
-    EXPECT_TRUE(c.kernelScale == 1 && c.paramB == 0.333 && c.paramC == 0.333 && !c.sharpen);
-    EXPECT_TRUE(c.sharpenFilter == 4 && c.centerX == 0.5 && c.centerY == 0.5 && !c.useCamera);
-    EXPECT_TRUE(c.cameraPlaneWidth == 640 && c.cameraPlaneHeight == 480);
-}
-
-TEST(PipelineStages, ChoosesTheFilterByQuality) {
-    const int filters[4] = {0, 1, 9, 9};
-    for (int quality = 0; quality < 4; ++quality) {
-        Frame<PIXEL_ARGB15> frame;
-        frame.engine.args.quality = quality;
-        EXPECT_EQ(frame.run(), 0);
-        EXPECT_EQ(frame.engine.passes.at(0).core.filter, filters[quality]);
-        EXPECT_EQ(frame.engine.passes.at(0).settings.alphaOffset, 0);
-    }
-}
-
-TEST(PipelineStages, KeepsTheRectanglesOfTheHostsSettings) {
-    Frame<PIXEL_ARGB8> frame(8, 8);
-    RenderSettings shared;
-    shared.dstLeft = shared.srcLeft = 2;
-    shared.srcTop = 1;
-    shared.srcRight = 6, shared.srcBottom = 5;
-    shared.frameShiftX = 3;  // not After Effects: no concern of the pipeline
-    frame.host.setUserData(&shared);
-    ASSERT_EQ(frame.run(), 0);
-    RenderSettings const& s = frame.engine.passes.at(0).settings;
-    EXPECT_TRUE(s.dstLeft == 2 && s.srcLeft == 2 && s.srcRight == 6 && s.frameShiftX == 3);
-    EXPECT_TRUE(s.sourceQuad[2].x == 1.0 * 4 + 2 && s.sourceQuad[2].y == 1.0 * 4 + 1);
-    EXPECT_EQ(frame.engine.log.find("size"), std::string::npos);
-}
-
 TEST(PipelineStages, AGrownFrameKeepsPinsOnTheirPixels) {
     struct Margin {
         int x, y;
@@ -405,50 +337,6 @@ TYPED_TEST(EachFormat, EveryFamilyGetsTheColourThatItKeeps) {
                 }
             }
         }
-    }
-}
-
-TYPED_TEST(EachFormat, CornerPinOpacityScalesAlphaAlone) {
-    using T = TypeParam;
-    for (const double opacity : {0.0, 12.5, 50.0, 99.9989, 99.9995, 100.0}) {
-        Frame<T> frame(9, 7, 77);
-        frame.engine.args.cornerPinOpacity = opacity;
-        frame.engine.args.sourceOpacity = 13;  // of no effect without a transfer mode
-        EXPECT_EQ(frame.run(), 0);
-        const bool untouched = opacity > 99.999;
-        for (int x = 0; x < 9; ++x) {
-            auto const *in = frame.in(x, 3), *out = frame.out(x, 3);
-            auto expected = in[T::kAlpha];
-            if constexpr (T::kIsFloat) {
-                if (!untouched) expected *= static_cast<float>(opacity * 0.01);
-            } else if (!untouched) {
-                const int factor = static_cast<int>(static_cast<float>(opacity * 0.01) * T::kWhite);
-                const int over = T::kWhite == 255 ? 256 : 32768;
-                expected =
-                    static_cast<typename T::Channel>((in[T::kAlpha] * factor + over / 2) / over);
-            }
-            EXPECT_EQ(out[T::kAlpha], expected) << "opacity " << opacity;
-            for (const int c : {T::kRed, T::kGreen, T::kBlue}) EXPECT_EQ(out[c], in[c]);
-        }
-    }
-}
-
-TYPED_TEST(EachFormat, TransferModesGoToTheHostWithBothOpacities) {
-    using T = TypeParam;
-    const int modes[23] = {2,  1, 2,  2,  4,  5,  6, 7,  8,  9,  2, 23,
-                           24, 2, 10, 11, 12, 25, 2, 13, 14, 15, 16};
-    for (int entry = 1; entry < 23; ++entry) {
-        Frame<T> frame;
-        frame.host.afterEffects = true;
-        frame.host.blendCode = 40 + entry;
-        frame.engine.args.transferMode = entry;
-        frame.engine.args.cornerPinOpacity = 25;
-        frame.engine.args.sourceOpacity = 75;
-        EXPECT_EQ(frame.run(), 40 + entry);
-        EXPECT_EQ(frame.host.blended.mode, T::kIsFloat && entry == 6 ? 4 : modes[entry]);
-        EXPECT_EQ(frame.host.blended.opacity, 0.25);
-        EXPECT_EQ(frame.host.blended.fromOpacity, 0.75);
-        EXPECT_EQ(frame.engine.log, kStart + "3 work>out. blend work>out. " + kEnd);
     }
 }
 

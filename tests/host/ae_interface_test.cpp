@@ -91,65 +91,6 @@ TEST(AEInterface, CursorColoursMouseAndRefreshMapToTheAppSuites) {
     });
 }
 
-TEST(AEInterface, ClockScaleAndIdentityAreTheCallRecords) {
-    ProbeHost host(kModernAE);
-    inRender(host, zelk::Depth::k8, [](PluginHost_AE_Impl& ae) {
-        PF_InData& in = *ae.in_data;
-        in.local_time_step = 500;
-        in.shutter_angle = 32768;
-        in.shutter_phase = -16384;
-        in.downsample_x = {1, 3};
-        in.downsample_y = {2, 3};
-        in.width = in.height = 100;
-        float fps = 0;
-        EXPECT_EQ(ae.getFPS(fps), 1);
-        int width = 0, height = 0, minor = 0, major = 0;
-        ae.getSourceLayerDimensions(width, height);
-        ae.getHostVersionNum(minor, major);
-        EXPECT_EQ((std::vector<int>{ae.getTimeScale(), ae.getCurrentTime(), ae.getTimeStep(),
-                                    ae.getFrameLength(), ae.getLocalTimeStep(), width, height,
-                                    major, minor, ae.getFrameIncrement()}),
-                  (std::vector<int>{24000, 3000, 1000, 10000, 500, 33, 66, 13, 27, 1}));
-        EXPECT_EQ((std::vector<double>{fps, ae.getShutterAngle(), ae.getShutterPhase(),
-                                       ae.getScaleX(), ae.getScaleY()}),
-                  (std::vector<double>{48, 0.5, -0.25, 1.0 / 3.0, 2.0 / 3.0}));
-        in.field = PF_Field_LOWER;
-        EXPECT_EQ(ae.getFrameIncrement(), 2);
-        EXPECT_TRUE(ae.isQualityHigh() && ae.hasCamera() && !ae.maintainEvenSize(nullptr));
-        in.appl_id = kAppEvenSize;
-        EXPECT_TRUE(ae.maintainEvenSize(nullptr) && !ae.hasCamera());
-        EXPECT_TRUE(ae.getAEHost() == &ae && ae.getUserData() == nullptr);
-        EXPECT_EQ(ae.math_atan2(1.0, -1.0), std::atan2(1.0, -1.0));
-    });
-}
-
-TEST(AEInterface, MemoryProgressMessagesAndOrigin) {
-    ProbeHost host(kModernAE);
-    host->monitor().inject({"progress", 1, 3});
-    host->monitor().inject({"abort", 1, 4});
-    auto const result = inRender(host, zelk::Depth::k8, [](PluginHost_AE_Impl& ae) {
-        void* handle = ae.allocMemory(64);
-        EXPECT_NE(ae.lockMemory(handle), nullptr);
-        ae.unlockMemory(handle);
-        ae.deallocMemory(handle);
-        EXPECT_EQ(ae.progress(1, 2), 3);
-        EXPECT_EQ(ae.doAbort(), 4);
-        ae.refreshUi();
-        ae.showWarning(std::string(400, 'x').c_str());
-
-        PF_EffectWorld output = *ae.output;  // 5 by 4
-        ae.output = &output;
-        ae.out_data->width = 20;
-        ae.out_data->height = 11;
-        ae.resetOutputOrigin(5, 9, 3, 14);
-        EXPECT_EQ(output.height, 9);
-        EXPECT_EQ(ae.out_data->origin.h, 8);
-        EXPECT_EQ(ae.out_data->origin.v, -1);  // toward zero
-    });
-    EXPECT_EQ(result.message, std::string(kReturnMessageSize - 1, 'x'));
-    EXPECT_EQ(result.outFlags, 0x20100u);
-}
-
 TEST(AEInterface, TransformWorldPassesTheHostItsOwnWords) {
     ProbeHost host(kModernAE);
     inRender(host, zelk::Depth::k8, [](PluginHost_AE_Impl& ae) {

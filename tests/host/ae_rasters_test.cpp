@@ -139,35 +139,6 @@ TEST(AERasters, InfoTellsLayoutAddressAndRange) {
     }
 }
 
-TEST(AERasters, FillAndCopyReachTheHostWithTheirCodes) {
-    ProbeHost host(kModernAE);
-    inRender(host, Depth::k16, [&](PluginHost_AE_Impl& ae) {
-        std::unique_ptr<PluginRaster_API> input(ae.getInputRaster(0)), out(ae.getOutputRaster());
-        RasterInfo from{}, to{};
-        ae.getRasterInfo(input.get(), &from);
-        ae.getRasterInfo(out.get(), &to);
-        EXPECT_EQ(ae.copyInputToOutput(), 0);
-        QV_Rect rect{1, 1, 2, 4};  // rows 1 to 2 inclusive, columns 1 to 3
-        EXPECT_EQ(ae.fill(out.get(), &rect), 0);
-        for (int y = 0; y < 4; ++y)
-            for (int x = 0; x < 5; ++x) {
-                const unsigned char zero[8] = {};
-                const bool isIn = y >= 1 && y <= 2 && x >= 1 && x <= 3;
-                EXPECT_EQ(0, std::memcmp(pixelOf(to, x, y), isIn ? zero : pixelOf(from, x, y), 8));
-            }
-        QV_Rect fromRect{0, 0, 2, 2}, toRect{2, 3, 4, 5};
-        EXPECT_EQ(ae.copy(input.get(), out.get(), &fromRect, &toRect), 0);
-        EXPECT_EQ(0, std::memcmp(pixelOf(from, 0, 1), pixelOf(to, 3, 3), 2 * 8));
-        EXPECT_EQ(ae.fillOutput(), 0);
-        EXPECT_TRUE(isClear(to));
-        host->monitor().restart();
-        host->monitor().inject({"fill", 1, 81});
-        host->monitor().inject({"copy", 1, 82});
-        EXPECT_EQ(ae.fill(out.get()), 81);
-        EXPECT_EQ(ae.copy(input.get(), out.get()), 82);
-    });
-}
-
 TEST(AERasters, AReplacedOutputTellsItsSizeAndOrigin) {
     for (zelk::HostIdentity identity : {kModernAE, kModernPremiere}) {
         ProbeHost host(identity);

@@ -170,18 +170,6 @@ TEST(AETemporal, LocksAskForTheFramesTimeWithinTheLayer) {
     }
 }
 
-TEST(AETemporal, RefusalsGiveNullAndGiveBackWhatWasTaken) {
-    for (char const* call : {"checkout_param", "new_world"})
-        for (int nth : {1, 2}) {
-            ProbeHost host(kModernAE);
-            host->monitor().inject({call, nth, 9});
-            inRender(host, Depth::k8, [&](PluginHost_AE_Impl& ae) {
-                ae.in_data->field = PF_Field_UPPER;
-                EXPECT_EQ(ae.lockTemporalRaster(0, false, false), nullptr);
-            });
-        }
-}
-
 TEST(AETemporal, MergeTakesRowsInTurnAsFarAsAllReach) {
     ProbeHost host(kModernAE);
     inRender(host, Depth::k8, [](PluginHost_AE_Impl& ae) {
@@ -201,22 +189,4 @@ TEST(AETemporal, MergeTakesRowsInTurnAsFarAsAllReach) {
                 EXPECT_EQ(bytes[y * 20 + x], y < 3 && x < 12 ? (y % 2 ? 1 : 2) : 9);
         for (PluginRaster_API* raster : {odd, even, to}) ae.unlockTemporalRaster(raster);
     });
-}
-
-TEST(AETemporal, ReversalTurnsChannelsRoundAtEveryDepth) {
-    for (Depth depth : {Depth::k8, Depth::k16, Depth::kFloat}) {
-        ProbeHost host(kModernAE);
-        inRender(host, depth, [&](PluginHost_AE_Impl& ae) {
-            const int bytes = zelk::pixelBytes(depth);
-            const std::size_t channel = static_cast<std::size_t>(bytes) / 4;
-            auto const before = pixelsOf(*ae.output, bytes);
-            std::unique_ptr<PluginRaster_API> out(ae.getOutputRaster());
-            bgra_to_argb(&ae, out.get());
-            auto const after = pixelsOf(*ae.output, bytes);
-            for (std::size_t c = 0; c < before.size() / channel; ++c)
-                ASSERT_EQ(0, std::memcmp(&after[c * channel],
-                                         &before[((c & ~std::size_t{3}) + 3 - c % 4) * channel],
-                                         channel));
-        });
-    }
 }

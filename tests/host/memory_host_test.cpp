@@ -120,62 +120,6 @@ TEST(MemoryHost, CopiesLikeAPixelByPixelCopy) {
     EXPECT_EQ(bytesOf(bgra), std::vector<unsigned char>(16, 0)) << "formats differ";
 }
 
-TEST(MemoryHost, ClearsRowsInclusiveAndColumnsHalfOpen) {
-    std::mt19937 random(5);
-    for (auto const& format : kFormats) {
-        Raster image(format.format, 7, 6, 3);
-        fillRandom(image, random);
-        auto expected = bytesOf(image);
-        for (int y = 1; y <= 4; ++y) {
-            const auto start = expected.begin() + y * image.info().rowBytes;
-            std::fill(start + 2 * format.pixelBytes, start + 5 * format.pixelBytes, 0);
-        }
-        PluginHost_Memory_Impl host(image.info(), image.info());
-        for (QV_Rect rect : {QV_Rect{1, 2, 4, 5}, QV_Rect{4, 2, 3, 5}})  // upside down
-            EXPECT_EQ(host.fill(&image, &rect), 0);
-        EXPECT_EQ(bytesOf(image), expected);
-
-        for (int y = 0; y < 6; ++y) {  // the whole image, padding left alone
-            const auto start = expected.begin() + y * image.info().rowBytes;
-            std::fill(start, start + 7 * format.pixelBytes, 0);
-        }
-        EXPECT_EQ(host.fillOutput(), 0);
-        EXPECT_EQ(bytesOf(image), expected);
-    }
-}
-
-TEST(MemoryHost, AnswersParametersAsTheyWereSet) {
-    Raster out(kFormatARGB8, 200, 50);
-    PluginHost_Memory_Impl host({}, out.info());
-    const QV_TimeObject now{10, 1, 25};
-    double x = -7, y = -7, z = -7;
-    EXPECT_EQ(host.GetFloatValue(1, 0, now, x) + host.GetColorValue(1, 0, now, x, y, z), 2);
-    EXPECT_TRUE(x == -7 && y == -7 && z == -7) << "not set";
-    host.setFloat(1, 0.125);
-    host.setInt(2, -3);
-    host.setPopup(3, 22);
-    host.setBool(4, false);
-    host.setColor(5, 0.25, 0.5, 1.0);
-    host.setPoint(6, 0.5, 2.0);
-    host.setPointPixels(7, 100, 100);
-    host.setAnimated(8, [](QV_TimeObject const& t) {
-        return PluginHost_Memory_Impl::Value{static_cast<double>(t.time) / t.timeScale, 2};
-    });
-    int whole = 7;
-    unsigned entry = 7;
-    bool truth = true;
-    EXPECT_TRUE(host.GetFixedFloatValue(1, 0, now, x) == 0 && x == 0.125);
-    EXPECT_TRUE(host.GetIntValue(2, 0, now, whole) == 0 && whole == -3);
-    EXPECT_TRUE(host.GetUIntValue(3, 0, now, entry) == 0 && entry == 22);
-    EXPECT_TRUE(host.GetBoolValue(4, 0, now, truth) == 0 && !truth);
-    EXPECT_TRUE(host.GetColorValue(5, 0, now, x, y, z) == 0 && x == 0.25 && y == 0.5 && z == 1.0);
-    EXPECT_TRUE(host.GetPoint2DValue(7, 0, now, x, y) == 0 && x == 0.5 && y == 2.0);
-    EXPECT_TRUE(host.GetPoint2DValue(8, 0, now, x, y) == 0 && x == 0.4 && y == 2.0);
-    host.setOutputSize(400, 25);  // pixel points follow the reported size, fractions stand
-    EXPECT_TRUE(host.GetPoint2DValue(7, 0, now, x, y) == 0 && x == 0.25 && y == 4.0);
-    EXPECT_TRUE(host.GetPoint2DValue(6, 0, now, x, y) == 0 && x == 0.5 && y == 2.0);
-}
-
 TEST(MemoryHost, FailsTheAllocationThatWasAskedFor) {
     Raster out(kFormatARGB32, 4, 4);
     PluginHost_Memory_Impl host(out.info(), out.info());
@@ -202,56 +146,6 @@ TEST(MemoryHost, FailsTheAllocationThatWasAskedFor) {
         for (int freed = 0; image && freed < 2; ++freed)  // a second time frees nothing
             EXPECT_EQ(host.deallocRaster(image.get()), 0);
     EXPECT_EQ(host.tally().pixelBuffers, 0);
-}
-
-TEST(MemoryHost, AnswersAsOneFamilyAndNeverAsAfterEffects) {
-    using Family = MemoryHostFamily;
-    Raster out(kFormatARGB8, 1, 1);
-    for (const auto family : {Family::kNone, Family::kAVX1, Family::kAVX2, Family::kFXPLUG}) {
-        PluginHost_Memory_Impl host(out.info(), out.info(), family);
-        std::unique_ptr<PluginRaster_API> wrapper(host.getOutputRaster());
-        EXPECT_FALSE(host.getAEHost() || host.getSPARKHost() || wrapper->getAERaster());
-        EXPECT_EQ(host.getAVX1Host() != nullptr, family == Family::kAVX1);
-        EXPECT_EQ(wrapper->getAVX1Raster() != nullptr, family == Family::kAVX1);
-        EXPECT_EQ(host.getAVX2Host() != nullptr, family == Family::kAVX2);
-        EXPECT_EQ(host.getFXPLUGHost() != nullptr, family == Family::kFXPLUG);
-        EXPECT_EQ(wrapper->getFXPLUGRaster() != nullptr, family == Family::kFXPLUG);
-        host.setApplication("PrMr");
-        EXPECT_TRUE(host.isApplication(0x50724D72) && !host.isApplication(0x46585443));
-    }
-}
-
-TEST(MemoryHost, RecordsAreTakenOverAndLayersOfOtherTimesAreCopies) {
-    std::mt19937 random(11);
-    Raster in(kFormatBGRA8, 5, 3, 4), mask(kFormatBGRA8, 2, 2), out(kFormatBGRA8, 5, 3);
-    fillRandom(in, random);
-    PluginHost_Memory_Impl host(in.info(), out.info());
-    void* handle = host.allocMemory(64);
-    auto* record = new Info{handle, kFormatRGBA16, 5, 3, 40, 8, 1.0f, 1.0f, 0};
-    std::unique_ptr<PluginRaster_API> image(host.allocRaster(record));
-    Info info{};
-    host.getRasterInfo(image.get(), &info);
-    EXPECT_TRUE(info.format == kFormatRGBA16 && info.width == 5 && info.height == 3);
-    EXPECT_EQ(host.tally().handles, 0);
-    host.deallocRaster(image.get());
-    image.reset();
-
-    host.setInput(3, mask.info());
-    EXPECT_EQ(host.checkoutLayer(9, 0), nullptr);
-    PluginRaster_API* frame = host.lockTemporalRaster(12.0, false, false);
-    ASSERT_TRUE(frame);
-    host.getRasterInfo(frame, &info);
-    EXPECT_NE(info.data, in.info().data);
-    for (int y = 0; y < 3; ++y) {
-        auto const* row = static_cast<unsigned char*>(info.data) + y * info.rowBytes;
-        EXPECT_EQ(std::memcmp(row, in.pixel(0, y), 20), 0);
-    }
-    EXPECT_EQ(host.unlockTemporalRaster(frame), 0);
-    PluginRaster_API* layer = host.checkoutLayer(3, 4.0, 0);
-    ASSERT_TRUE(layer);
-    EXPECT_EQ(layer->getWidth(), 2);
-    EXPECT_EQ(host.checkinLayer(layer), 0);
-    EXPECT_EQ(host.tally().rasterObjects, 0);
 }
 
 }  // namespace

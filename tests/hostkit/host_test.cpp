@@ -113,30 +113,6 @@ TEST(HostLoading, SetUpIsFollowedByOneSetDown) {
     EXPECT_EQ(effect.live, 0);
 }
 
-TEST(HostCommands, TellClockAndHost) {
-    SmallEffect effect;
-    FrameRequest frame;
-    frame.timeBase = timeBaseOfRate(29.97);
-    frame.time = 7007;
-    frame.field = PF_Field_LOWER;
-    frame.quality = PF_Quality_LO;
-    frame.shutter = {180, -90};
-    for (A_long total : {0, 50000}) {
-        frame.totalTime = total;
-        renderIn(effect, {kAppMotion, {12, 5}}, frame, [&](ProbeCall const& call) {
-            PF_InData const& in = *call.in_data;
-            EXPECT_EQ(in.appl_id, 0x4D4F544Eu);
-            EXPECT_EQ(in.version.major * 100 + in.version.minor, 1205);
-            EXPECT_EQ((std::vector<A_long>{in.num_params, in.current_time, in.time_step,
-                                           in.local_time_step, in.total_time, in.shutter_angle,
-                                           in.shutter_phase, in.field, in.quality}),
-                      (std::vector<A_long>{3, 7007, 1001, 1001, total ? total : 1001, 32768, -16384,
-                                           2, 0}));
-            EXPECT_EQ(in.time_scale, 30000u);
-        });
-    }
-}
-
 TEST(HostCommands, BringParametersToTheRendersResolution) {
     SmallEffect effect;
     FrameRequest third;

@@ -125,20 +125,5 @@ TEST_P(PixelOps, AreThePixelByPixelCopyAndFill) {
     }
 }
 
-TEST(PixelColours, ByDepth) {
-    World deep({1, 1, Depth::k16}), real({1, 1, Depth::kFloat}), blue({1, 1, Depth::k8, true});
-    PF_Pixel const color = {255, 128, 1, 0};
-    for (World* world : {&deep, &real, &blue}) fillPixels(*world, &color, nullptr);
-    A_u_short const words[4] = {32768, 16448, 129, 0};  // 128 * 32768 / 255 = 16448.25
-    float const floats[4] = {1.0f, 128.0f / 255.0f, 1.0f / 255.0f, 0.0f};
-    A_u_char const bytes[4] = {0, 1, 128, 255};
-    EXPECT_EQ(std::memcmp(deep.row(0), words, sizeof words), 0);
-    EXPECT_EQ(std::memcmp(real.row(0), floats, sizeof floats), 0);
-    EXPECT_EQ(std::memcmp(blue.row(0), bytes, sizeof bytes), 0);
-    World const argb({1, 1, Depth::k8});
-    EXPECT_FALSE(copyPixels(argb, blue, nullptr, nullptr)) << "channel orders differ";
-    EXPECT_FALSE(copyPixels(argb, deep, nullptr, nullptr)) << "depths differ";
-}
-
 }  // namespace
 }  // namespace zelk

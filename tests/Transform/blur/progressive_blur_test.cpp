@@ -105,26 +105,6 @@ TEST(ProgressiveBlur, ThreadsChangeNothing) {
     omp_set_num_threads(former);
 }
 
-TEST(ProgressiveBlur, RowsMayRunUpwards) {
-    constexpr unsigned kSeed = 121;
-    std::mt19937 random(kSeed);
-    constexpr auto format = facts<PIXEL_RGBA16>();
-    for (int kind : kKinds) {
-        Picture expected = randomPicture(format, 19, 14, random);
-        Raster raster(format.code, 19, 14, 8);
-        auto flipped = raster.info();
-        flipped.data = raster.pixel(0, 13);
-        flipped.rowBytes = -flipped.rowBytes;
-        const Raster view(flipped);
-        write(expected, view);
-        const Call call = randomCall(kind, 19, 14, random);
-        PluginHost_Memory_Impl host({}, raster.info());
-        EXPECT_EQ(run(host, view, call), 0);
-        drive(expected, format, call, 1.0);
-        EXPECT_EQ(read(view, false).values, expected.values) << "seed " << kSeed << " " << kind;
-    }
-}
-
 // ---- Fade
 
 TEST(Fade, RowsAboveTheRampGoAndThoseBelowStay) {
@@ -149,15 +129,6 @@ TEST(Fade, RowsAboveTheRampGoAndThoseBelowStay) {
             EXPECT_EQ(read(raster, false).at(2, y, 3), c.rows[y])
                 << c.start << "+" << c.length << " curve " << c.curve << " row " << y;
     }
-}
-
-TEST(Fade, ImagesOfOneRowOrNone) {
-    Raster one(kFormatARGB8, 1, 1), none(kFormatARGB8, 5, 0);
-    std::memset(one.info().data, 200, 4);
-    PluginHost_Memory_Impl host({}, one.info());
-    EXPECT_EQ(run(host, one, {0, 0, 1, false, 50, 100, 0}), 0);  // t = 1 between 0.5 and 1.5
-    EXPECT_EQ(read(one, false).at(0, 0, 0), 100);
-    for (int kind : kKinds) EXPECT_EQ(run(host, none, {kind, 3, 2}), 0) << kind;
 }
 
 // ---- Formats and failures

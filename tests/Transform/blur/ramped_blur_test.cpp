@@ -71,12 +71,6 @@ TEST(Gauss, SmoothsEveryPixelWithLimitedNeighbours) {
         }
 }
 
-TEST(Pyramid, TheNumberOfLevelsFollowsTheLongerSide) {
-    const int cases[][2] = {{1, 1}, {2, 1},   {3, 2},    {4, 3},    {5, 3},
-                            {6, 4}, {257, 9}, {258, 10}, {514, 10}, {100000, 10}};
-    for (auto const& c : cases) EXPECT_EQ(pyramidLevels(c[0]), c[1]) << c[0];
-}
-
 // The line x = 16 with `amount` in levels a pixel: pixels left of it are blurred by their distance
 // 16 - x, those right of it are not.
 TEST(GrowingBlur, StartsAtTheLineAndReachesALevelAtAWholeDistance) {
@@ -136,22 +130,6 @@ TEST(GrowingBlur, TheLineMovesWithTheSettingsAndTinyAmountsDoNothing) {
     EXPECT_EQ(moved.now().values, expected.now().values) << "seed " << kSeed;
     EXPECT_EQ(growing(&still.host, there, 9e-6f, &still.info), 0);
     EXPECT_EQ(still.now().values, before.values);
-}
-
-// Alpha above white would send a bright channel past the channel type.
-TEST(GrowingBlur, AlphaAboveWhiteCountsAsWhite) {
-    using P = PIXEL_ARGB15;
-    Picture bright(9, 9, false);
-    std::fill(bright.values.begin(), bright.values.end(), 65535.0);
-    Raster raster(P::kFormat, 9, 9);
-    write(bright, raster);
-    PluginHost_Memory_Impl host({}, raster.info());
-    QV_Line2D line(0, 9, 1, 9, false);
-    auto info = raster.info();
-    const int result = progressiveBlur_RGBA<P, P::Channel, P::Wide, P::Weight, P::FORMAT>(
-        &host, line, 0.1f, &info);
-    EXPECT_EQ(result, 0);
-    EXPECT_EQ(read(raster, false).values, bright.values);
 }
 
 }  // namespace
