@@ -2,10 +2,8 @@
 // the readable source) and write numbers, whatever the pins and however small the pictures.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cmath>
 #include <string>
-#include <vector>
 
 #include "tests/support/engine_scene.h"
 
@@ -13,39 +11,35 @@ namespace {
 
 using zelk::EngineScene;
 using zelk::GuardedRaster;
-using zelk::PixelRect;
 using zelk::Quad;
 using zelk::Random;
 
+constexpr Quad kSquare = {0, 0, 1, 0, 0, 1, 1, 1};
+
 // Filters without negative weights: a pixel is a mean of source pixels times a coverage, so it must
 // lie in the sources' range, 0 to 1, but for 40 roundings of 2^-24.
-constexpr double kFloatError = 40 * 0x1p-24;
-constexpr int kFilters[][2] = {{0, 0}, {1, 0}, {2, 0}, {9, 0}, {9, 1}, {9, 3}, {22, 0}};
-
 void renderAndCheck(EngineScene scene, Random& random) {
+    constexpr double kFloatError = 40 * 0x1p-24;
+    constexpr int kFilters[][2] = {{0, 0}, {1, 0}, {2, 0}, {9, 0}, {9, 1}, {9, 3}, {22, 0}};
     const GuardedRaster source = zelk::noiseSource(random, scene, kFormatARGB32);
     for (const auto& filter : kFilters) {
-        SCOPED_TRACE("filter " + std::to_string(filter[0]) + ", size " + std::to_string(filter[1]));
         scene.filter = filter[0];
         scene.sizeIndex = filter[1];
         const GuardedRaster output = zelk::renderScene(scene, source);
-        for (int y = 0; y < output.height(); ++y) {
-            for (int x = 0; x < output.width(); ++x) {
-                for (int c = 0; c < 4; ++c) {
-                    const double value = output.get(x, y, c);
-                    ASSERT_TRUE(value >= -kFloatError && value <= 1 + kFloatError)
-                        << value << " at " << x << ", " << y;
-                }
-            }
-        }
+        output.forEachChannel([&](int x, int y, int c) {
+            if (testing::Test::HasFatalFailure()) return;
+            const double value = output.get(x, y, c);
+            ASSERT_TRUE(value >= -kFloatError && value <= 1 + kFloatError)
+                << value << " at " << x << ", " << y << ", filter " << filter[0] << ", size "
+                << filter[1];
+        });
     }
 }
 
-Quad scaled(Quad quad, double factor, double dx, double dy) {
-    for (int i = 0; i < 8; ++i) {
-        quad[i] = 0.5 + (quad[i] - 0.5) * factor + (i % 2 == 0 ? dx : dy);
-    }
-    return quad;
+void setSizes(EngineScene& scene, const int (&frame)[2], const int (&source)[2]) {
+    scene.frameWidth = frame[0], scene.frameHeight = frame[1];
+    scene.window = {0, 0, frame[0] - 1, frame[1] - 1};
+    scene.source = {0, 0, source[0] - 1, source[1] - 1};
 }
 
 TEST(EngineBounds, SmallestPictures) {
@@ -54,19 +48,21 @@ TEST(EngineBounds, SmallestPictures) {
     for (const auto& frame : sizes) {
         for (const auto& source : sizes) {
             for (int turn = 0; turn < 6; ++turn) {
-                SCOPED_TRACE("seed 21, frame " + std::to_string(frame[0]) + " x " +
-                             std::to_string(frame[1]) + ", source " + std::to_string(source[0]) +
-                             " x " + std::to_string(source[1]));
+                SCOPED_TRACE(testing::Message()
+                             << "seed 21, frame " << frame[0] << " x " << frame[1] << ", source "
+                             << source[0] << " x " << source[1]);
                 EngineScene scene = zelk::randomScene(random, 2);
-                scene.frameWidth = frame[0];
-                scene.frameHeight = frame[1];
-                scene.window = {0, 0, frame[0] - 1, frame[1] - 1};
-                scene.source = {0, 0, source[0] - 1, source[1] - 1};
-                if (turn == 0) scene.from = scene.to = {0, 0, 1, 0, 0, 1, 1, 1};
+                setSizes(scene, frame, source);
+                if (turn == 0) scene.from = scene.to = kSquare;
                 renderAndCheck(scene, random);
             }
         }
     }
+}
+
+Quad scaled(Quad quad, double factor, double dx, double dy) {
+    for (int i = 0; i < 8; ++i) quad[i] = 0.5 + (quad[i] - 0.5) * factor + (i % 2 == 0 ? dx : dy);
+    return quad;
 }
 
 // Every scale from far below a pixel to a million frames, on and off the frame. From quads smaller
@@ -87,37 +83,33 @@ TEST(EngineBounds, WildQuads) {
     }
 }
 
-struct NamedQuads {
-    const char* name;
-    Quad from, to;
-};
-
 TEST(EngineBounds, AwkwardQuads) {
-    const Quad square = {0, 0, 1, 0, 0, 1, 1, 1};
-    const std::vector<NamedQuads> cases = {
-        {"whole frame", square, square},
-        {"mirrored", square, {1, 0, 0, 0, 1, 1, 0, 1}},
-        {"mirrored source", {0, 1, 1, 1, 0, 0, 1, 0}, square},
-        {"bow tie", square, {0, 0, 1, 1, 0, 1, 1, 0}},
-        {"a straight corner", square, {0, 0, 1, 0, 0, 1, 0.5, 0.5}},
-        {"two equal corners", square, {0, 0, 0, 0, 0, 1, 1, 1}},
-        {"a hair's breadth", square, {0, 0.5, 1, 0.5, 0, 0.5 + 1e-12, 1, 0.5 + 1e-12}},
-        {"an upright hair", square, {0.5, 0, 0.5 + 1e-12, 0, 0.5, 1, 0.5 + 1e-12, 1}},
-        {"a corner on the horizon", {0.25, 0.25, 0.75, 0.25, 0, 0.5, 1, 0.5}, square},
-        {"beyond the horizon", {0.4, 0.4, 0.6, 0.4, 0, 0.5, 1, 0.5}, square},
-        {"almost flat source", {0, 0.5, 1, 0.5, 0, 0.5 + 1e-9, 1, 0.5 + 1e-9}, square},
-        {"infinite", square, {0, 0, INFINITY, 0, 0, 1, INFINITY, 1}},
-        {"not a number", square, {0, 0, 1, NAN, 0, 1, 1, 1}},
-        {"huge numbers", square, {-1e300, -1e300, 1e300, -1e300, -1e300, 1e300, 1e300, 1e300}},
-        {"tiny numbers", square, {0, 0, 1e-300, 0, 0, 1e-300, 1e-300, 1e-300}},
+    const struct {
+        const char* name;
+        Quad from, to;
+    } cases[] = {
+        {"whole frame", kSquare, kSquare},
+        {"mirrored", kSquare, {1, 0, 0, 0, 1, 1, 0, 1}},
+        {"mirrored source", {0, 1, 1, 1, 0, 0, 1, 0}, kSquare},
+        {"bow tie", kSquare, {0, 0, 1, 1, 0, 1, 1, 0}},
+        {"a straight corner", kSquare, {0, 0, 1, 0, 0, 1, 0.5, 0.5}},
+        {"two equal corners", kSquare, {0, 0, 0, 0, 0, 1, 1, 1}},
+        {"a hair's breadth", kSquare, {0, 0.5, 1, 0.5, 0, 0.5 + 1e-12, 1, 0.5 + 1e-12}},
+        {"an upright hair", kSquare, {0.5, 0, 0.5 + 1e-12, 0, 0.5, 1, 0.5 + 1e-12, 1}},
+        {"a corner on the horizon", {0.25, 0.25, 0.75, 0.25, 0, 0.5, 1, 0.5}, kSquare},
+        {"beyond the horizon", {0.4, 0.4, 0.6, 0.4, 0, 0.5, 1, 0.5}, kSquare},
+        {"almost flat source", {0, 0.5, 1, 0.5, 0, 0.5 + 1e-9, 1, 0.5 + 1e-9}, kSquare},
+        {"infinite", kSquare, {0, 0, INFINITY, 0, 0, 1, INFINITY, 1}},
+        {"not a number", kSquare, {0, 0, 1, NAN, 0, 1, 1, 1}},
+        {"huge numbers", kSquare, {-1e300, -1e300, 1e300, -1e300, -1e300, 1e300, 1e300, 1e300}},
+        {"tiny numbers", kSquare, {0, 0, 1e-300, 0, 0, 1e-300, 1e-300, 1e-300}},
     };
     Random random(33);
-    for (const NamedQuads& c : cases) {
+    for (const auto& c : cases) {
         for (const int size : {1, 16, 33}) {
             SCOPED_TRACE(std::string(c.name) + ", " + std::to_string(size));
             EngineScene scene = zelk::randomScene(random, 8);
-            scene.frameWidth = scene.frameHeight = size;
-            scene.window = {0, 0, size - 1, size - 1};
+            setSizes(scene, {size, size}, {random.integer(1, 8), random.integer(1, 8)});
             scene.from = c.from;
             scene.to = c.to;
             renderAndCheck(scene, random);

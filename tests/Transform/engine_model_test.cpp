@@ -26,26 +26,24 @@ struct Tally {
     int pixels = 0, narrow = 0, partial = 0;
 };
 
-// Compares every pixel and channel; stops at the first that is out of range.
+// Compares every pixel and channel until one is out of range.
 void compare(const EngineScene& scene, const GuardedRaster& source, const GuardedRaster& output,
              Tally& tally) {
     const NaiveEngine model(scene, source);
     if (!model.canTell()) return;
-    for (int y = scene.window.top; y <= scene.window.bottom; ++y) {
-        for (int x = scene.window.left; x <= scene.window.right; ++x) {
-            const double coverage = model.exactCoverage(x, y);
-            tally.partial += coverage > 0.05 && coverage < 0.95;
-            for (int c = 0; c < 4; ++c) {
-                const Range range = model.value(x, y, c);
-                const double got = output.get(x - scene.window.left, y - scene.window.top, c);
-                ++tally.pixels;
-                tally.narrow += range.width() < 0.02;
-                ASSERT_TRUE(got >= range.lo - kFloatError && got <= range.hi + kFloatError)
-                    << "pixel " << x << ", " << y << ", channel " << c << ": " << got
-                    << " isn't in " << range.lo << " to " << range.hi;
-            }
-        }
-    }
+    output.forEachChannel([&](int x, int y, int c) {
+        if (testing::Test::HasFatalFailure()) return;
+        const int frameX = x + scene.window.left, frameY = y + scene.window.top;
+        const Range coverage = model.sampledCoverage(frameX, frameY);
+        const Range range = model.value(frameX, frameY, c);
+        const double got = output.get(x, y, c);
+        ++tally.pixels;
+        tally.partial += coverage.lo > 0.05 && coverage.hi < 0.95;
+        tally.narrow += range.width() < 0.02;
+        ASSERT_TRUE(got >= range.lo - kFloatError && got <= range.hi + kFloatError)
+            << "pixel " << frameX << ", " << frameY << ", channel " << c << ": " << got
+            << " isn't in " << range.lo << " to " << range.hi;
+    });
 }
 
 struct ModelCase {
@@ -72,7 +70,7 @@ TEST_P(EngineModel, EveryPixelIsInTheModelsRange) {
     }
     // The model must say something: nearly all ranges are narrow, and edges do occur.
     EXPECT_GT(tally.narrow, tally.pixels * 9 / 10);
-    EXPECT_GT(tally.partial, tally.pixels / 200);
+    EXPECT_GT(tally.partial, tally.pixels / 50);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -83,38 +81,6 @@ INSTANTIATE_TEST_SUITE_P(
                     ModelCase{"Keys8", 6, 2, 40}, ModelCase{"Keys10", 6, 3, 40},
                     ModelCase{"SuperSampled", 22, 0, 40}),
     [](const auto& which) { return std::string(which.param.name); });
-
-// A white source makes the engine write the coverage itself: 1 is sampled everywhere.
-TEST(EngineCoverage, StaysNearTheExactArea) {
-    int partial = 0;
-    for (unsigned seed = 1001; seed <= 1300; ++seed) {
-        SCOPED_TRACE("seed " + std::to_string(seed));
-        Random random(seed);
-        const EngineScene scene = zelk::randomScene(random, 48);
-        GuardedRaster source(kFormatRGBA32, scene.source.right + 1, scene.source.bottom + 1);
-        for (int y = 0; y < source.height(); ++y) {
-            for (int x = 0; x < source.width(); ++x) {
-                for (int c = 0; c < 4; ++c) source.set(x, y, c, 1.0);
-            }
-        }
-        const GuardedRaster output = zelk::renderScene(scene, source);
-        const NaiveEngine model(scene, source);
-        if (!model.canTell()) continue;
-        for (int y = scene.window.top; y <= scene.window.bottom; ++y) {
-            if (!model.rowIsDrawn(y)) continue;
-            for (int x = scene.window.left; x <= scene.window.right; ++x) {
-                const double exact = model.exactCoverage(x, y);
-                const double got = output.get(x - scene.window.left, y - scene.window.top, 3);
-                partial += exact > 0.05 && exact < 0.95;
-                // The length of the cut through a convex shape rises, then falls. Sampled at the
-                // upper ends of 16 strips of a pixel it misses the area by at most one strip of the
-                // greatest length, 1 pixel. Each cut is off by a column, thin ones by two.
-                ASSERT_NEAR(got, exact, 1.0 / 16 + 2.02 / 512) << "pixel " << x << ", " << y;
-            }
-        }
-    }
-    EXPECT_GT(partial, 2000);
-}
 
 // Rectangles: the share of a pixel is known, and top edges fall on sub-rows. The view distance's
 // rounding puts them a millionth of a pixel beside: a row must not lose its coverage for that.
@@ -140,7 +106,7 @@ TEST(EngineCoverage, AxisAlignedEdgesAreExact) {
         const double l = c.left / 16, t = c.top / 16, r = c.right / 16, b = c.bottom / 16;
         scene.to = {l, t, r, t, l, b, r, b};
         GuardedRaster source(kFormatARGB32, 8, 8);
-        for (int i = 0; i < 8 * 8 * 4; ++i) source.set(i / 4 % 8, i / 32, i % 4, 1.0);
+        source.paint([](int, int, int) { return 1.0; });
         const GuardedRaster output = zelk::renderScene(scene, source);
         EXPECT_NEAR(output.get(c.x, c.y, 0), c.coverage, 1.01 / 512)
             << c.left << " " << c.top << " " << c.right << " " << c.bottom << " at " << c.x << ", "

@@ -27,15 +27,12 @@ void setPins(QV_UnitPoint (&pins)[4], const Quad& quad) {
 }
 
 RenderSettings settingsOf(const EngineScene& scene) {
+    const PixelRect &d = scene.window, &s = scene.source;
     RenderSettings settings;
-    settings.dstLeft = scene.window.left;
-    settings.dstTop = scene.window.top;
-    settings.dstRight = scene.window.right;
-    settings.dstBottom = scene.window.bottom;
-    settings.srcLeft = scene.source.left;
-    settings.srcTop = scene.source.top;
-    settings.srcRight = scene.source.right;
-    settings.srcBottom = scene.source.bottom;
+    settings.dstLeft = d.left, settings.dstTop = d.top;
+    settings.dstRight = d.right, settings.dstBottom = d.bottom;
+    settings.srcLeft = s.left, settings.srcTop = s.top;
+    settings.srcRight = s.right, settings.srcBottom = s.bottom;
     std::copy_n(scene.ssWeight, kSuperSamples, settings.ssWeight);
     std::copy_n(scene.ssOffsetX, kSuperSamples, settings.ssOffsetX);
     std::copy_n(scene.ssOffsetY, kSuperSamples, settings.ssOffsetY);
@@ -71,17 +68,12 @@ GuardedRaster noiseSource(Random& random, const EngineScene& scene, QV_RasterFor
                           int paddingBytes) {
     // A row and a column more than may be read.
     GuardedRaster source(format, scene.source.right + 2, scene.source.bottom + 2, paddingBytes);
-    for (int y = 0; y < source.height(); ++y) {
-        for (int x = 0; x < source.width(); ++x) {
-            for (int c = 0; c < 4; ++c) {
-                const bool readable = x >= scene.source.left && x <= scene.source.right &&
-                                      y >= scene.source.top && y <= scene.source.bottom;
-                const bool poison = !readable && channelBytes(format) == 4;
-                const double value = random.uniform(0.0, 1.0) * whiteOf(format);
-                source.set(x, y, c, poison ? std::nan("") : value);
-            }
-        }
-    }
+    const PixelRect& r = scene.source;
+    source.paint([&](int x, int y, int) {
+        const bool readable = x >= r.left && x <= r.right && y >= r.top && y <= r.bottom;
+        const double value = random.uniform(0.0, 1.0) * whiteOf(format);
+        return readable || channelBytes(format) != 4 ? value : std::nan("");
+    });
     return source;
 }
 

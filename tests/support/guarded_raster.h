@@ -25,6 +25,7 @@ inline double whiteOf(QV_RasterFormat format) {
 class GuardedRaster {
 public:
     /// Pixels start out as the guard byte too: what the engine must clear isn't clear already.
+    /// `paddingBytes` is a multiple of the channel's size.
     GuardedRaster(QV_RasterFormat format, int width, int height, int paddingBytes = 0)
         : m_info{nullptr, format, width, height, 0, 4 * channelBytes(format), 1.0f, 1.0f, 0} {
         m_info.rowBytes = width * m_info.pixelBytes + paddingBytes;
@@ -50,15 +51,33 @@ public:
     double get(int x, int y, int channel) const {
         const unsigned char* at = pixel(x, y) + channel * channelBytes(m_info.format);
         if (channelBytes(m_info.format) == 1) return *at;
-        if (channelBytes(m_info.format) == 2) return read<unsigned short>(at);
-        return static_cast<double>(read<float>(at));
+        if (channelBytes(m_info.format) == 2) return *reinterpret_cast<const unsigned short*>(at);
+        return static_cast<double>(*reinterpret_cast<const float*>(at));
     }
-    /// Integer formats truncate.
-    void set(int x, int y, int channel, double value) {
-        unsigned char* at = pixel(x, y) + channel * channelBytes(m_info.format);
-        if (channelBytes(m_info.format) == 1) write(at, static_cast<unsigned char>(value));
-        if (channelBytes(m_info.format) == 2) write(at, static_cast<unsigned short>(value));
-        if (channelBytes(m_info.format) == 4) write(at, static_cast<float>(value));
+
+    /// Calls `visit(x, y, channel)` for every channel of every pixel.
+    template <class Visit>
+    void forEachChannel(Visit visit) const {
+        for (int i = 0; i < 4 * m_info.width * m_info.height; ++i)
+            visit(i / 4 % m_info.width, i / 4 / m_info.width, i % 4);
+    }
+    /// Sets every channel to `value(x, y, channel)`. Integer formats truncate.
+    template <class Value>
+    void paint(Value value) {
+        forEachChannel([&](int x, int y, int channel) {
+            unsigned char* at = pixel(x, y) + channel * channelBytes(m_info.format);
+            const double v = value(x, y, channel);
+            switch (channelBytes(m_info.format)) {
+                case 1:
+                    *at = static_cast<unsigned char>(v);
+                    break;
+                case 2:
+                    *reinterpret_cast<unsigned short*>(at) = static_cast<unsigned short>(v);
+                    break;
+                default:
+                    *reinterpret_cast<float*>(at) = static_cast<float>(v);
+            }
+        });
     }
 
     bool guardsIntact() const {
@@ -72,26 +91,14 @@ public:
     }
     bool samePixels(const GuardedRaster& other) const {
         const auto length = static_cast<std::size_t>(m_info.width) * m_info.pixelBytes;
-        for (int y = 0; y < m_info.height; ++y) {
+        for (int y = 0; y < m_info.height; ++y)
             if (std::memcmp(pixel(0, y), other.pixel(0, y), length) != 0) return false;
-        }
         return true;
     }
 
 private:
     static constexpr std::size_t kGuardBytes = 256;
     static constexpr unsigned char kGuardByte = 0x5A;
-
-    template <typename T>
-    static T read(const unsigned char* at) {
-        T value;
-        std::memcpy(&value, at, sizeof value);
-        return value;
-    }
-    template <typename T>
-    static void write(unsigned char* at, T value) {
-        std::memcpy(at, &value, sizeof value);
-    }
 
     QV_RasterInfo m_info;
     std::vector<unsigned char> m_bytes;

@@ -8,35 +8,21 @@ namespace zelk {
 
 /// Sets every control that a render reads. Pins are at the corners of the frame.
 inline void setDefaultControls(PluginHost_Memory_Impl& host) {
-    const struct {
-        int index;
-        double x, y, z;
-    } defaults[] = {
-        {kParamMochaImport, 0, 0, 0},
-        {kParamViewMode, 3, 0, 0},
-        {kParamOverlayMode, 1, 0, 0},
-        {kParamCropToPins, 0, 0, 0},
-        {kParamToWireframeColor, 1, 1, 50 / 255.0},
-        {kParamFromWireframeColor, 150 / 255.0, 150 / 255.0, 1},
-        {kParamTranslateX, 0, 0, 0},
-        {kParamTranslateY, 0, 0, 0},
-        {kParamScaleX, 1, 0, 0},
-        {kParamScaleY, 1, 0, 0},
-        {kParamRotate, 0, 0, 0},
-        {kParamQuality, 2, 0, 0},
-        {kParamSuperSampleSoftness, 1, 0, 0},
-        {kParamSuperSampleEdge, 0, 0, 0},
-        {kParamGrowBounds, 0, 0, 0},
-        {kParamWireframe, 2, 0, 0},
-        {kParamMotionBlur, 0, 0, 0},
-        {kParamShutterAngle, 360, 0, 0},
-        {kParamShutterPhase, 0, 0, 0},
-        {kParamSamples, 8, 0, 0},
-        {kParamSourceOpacity, 100, 0, 0},
-        {kParamCornerPinOpacity, 100, 0, 0},
-        {kParamTransferMode, 0, 0, 0},
-    };
-    for (auto const& d : defaults) host.setColor(d.index, d.x, d.y, d.z);
+    for (const int zero : {kParamMochaImport, kParamCropToPins, kParamTranslateX, kParamTranslateY,
+                           kParamRotate, kParamSuperSampleEdge, kParamGrowBounds, kParamMotionBlur,
+                           kParamShutterPhase, kParamTransferMode})
+        host.setFloat(zero, 0);
+    for (const int one : {kParamOverlayMode, kParamScaleX, kParamScaleY, kParamSuperSampleSoftness})
+        host.setFloat(one, 1);
+    for (const int percent : {kParamSourceOpacity, kParamCornerPinOpacity})
+        host.setFloat(percent, 100);
+    host.setPopup(kParamViewMode, 3);
+    host.setPopup(kParamQuality, 2);
+    host.setPopup(kParamWireframe, 2);
+    host.setFloat(kParamShutterAngle, 360);
+    host.setInt(kParamSamples, 8);
+    host.setColor(kParamToWireframeColor, 1, 1, 50 / 255.0);
+    host.setColor(kParamFromWireframeColor, 150 / 255.0, 150 / 255.0, 1);
     for (const int firstPin : {kParamToUpperLeft, kParamFromUpperLeft})
         for (int i = 0; i < 4; ++i) host.setPoint(firstPin + i, i % 2, i / 2);
     for (const int firstOffset : {kParamToUpperLeftOffsetX, kParamFromUpperLeftOffsetX})

@@ -90,20 +90,14 @@ double areaOf(const std::vector<Point>& polygon) {
     return 0.5 * std::fabs(twice);
 }
 
+// Triangle (2), Keys (6), or Parzen, the cubic B-spline (9).
 double kernelOf(int filter, double x) {
     const double a = std::fabs(x);
-    switch (filter) {
-        case 2:  // triangle
-            return a < 1 ? 1 - a : 0;
-        case 6:  // Keys
-            return a < 1   ? (1.5 * a - 2.5) * a * a + 1
-                   : a < 2 ? ((-0.5 * a + 2.5) * a - 4) * a + 2
-                           : 0;
-        default:  // Parzen, the cubic B-spline
-            return a < 1   ? 2.0 / 3.0 - a * a + a * a * a / 2
-                   : a < 2 ? (2 - a) * (2 - a) * (2 - a) / 6
-                           : 0;
-    }
+    if (a >= 2) return 0;
+    if (filter == 2) return std::max(0.0, 1 - a);
+    if (filter == 6)
+        return a < 1 ? (1.5 * a - 2.5) * a * a + 1 : ((-0.5 * a + 2.5) * a - 4) * a + 2;
+    return a < 1 ? 2.0 / 3.0 - a * a + a * a * a / 2 : (2 - a) * (2 - a) * (2 - a) / 6;
 }
 
 // The weights of a signed fraction, quantised to the 256 rows from -1 to 1. Taps lie from -1 to 2
@@ -175,15 +169,6 @@ void NaiveEngine::mapPicture() {
         m_polygon.push_back({at[0] / at[2], at[1] / at[2]});
     }
     m_canTell = behind == 0 || behind == 4 || areaOf(m_polygon) > 1e-3;
-}
-
-double NaiveEngine::exactCoverage(int x, int y) const {
-    std::vector<Point> part = m_polygon;
-    part = keep(part, [&](const Point& p) { return p.x - x; });
-    part = keep(part, [&](const Point& p) { return x + 1 - p.x; });
-    part = keep(part, [&](const Point& p) { return p.y - y; });
-    part = keep(part, [&](const Point& p) { return y + 1 - p.y; });
-    return areaOf(part);
 }
 
 NaiveEngine::Cut NaiveEngine::cut(double y) const {
@@ -289,8 +274,6 @@ NaiveEngine::SourcePoint NaiveEngine::sourceOf(int x, int y) const {
     return p;
 }
 
-double NaiveEngine::texel(int x, int y, int channel) const { return m_source.get(x, y, channel); }
-
 double NaiveEngine::bilinearAt(double u, double v, int channel) const {
     const PixelRect& s = m_scene.source;
     u = std::clamp(u, s.left * 1.0, s.right * 1.0);
@@ -300,7 +283,7 @@ double NaiveEngine::bilinearAt(double u, double v, int channel) const {
         for (int x = s.left; x <= s.right; ++x) {
             const double weight =
                 std::max(0.0, 1 - std::fabs(u - x)) * std::max(0.0, 1 - std::fabs(v - y));
-            if (weight > 0) sum += weight * texel(x, y, channel);
+            if (weight > 0) sum += weight * m_source.get(x, y, channel);
         }
     }
     return sum;
@@ -318,30 +301,27 @@ double NaiveEngine::kernelAt(double u, double v, int taps, bool repeatBorder, in
             const int y = static_cast<int>(std::trunc(v)) - (taps / 2 - 1) + j;
             const int cx = std::clamp(x, s.left, s.right), cy = std::clamp(y, s.top, s.bottom);
             if (!repeatBorder && (cx != x || cy != y)) continue;  // black outside
-            sum += wx[i] * wy[j] * texel(cx, cy, channel);
+            sum += wx[i] * wy[j] * m_source.get(cx, cy, channel);
         }
     }
     return sum;
 }
 
-Range NaiveEngine::bilinear(const SourcePoint& p, int channel) const {
-    Range range = {2, -1};
-    for (const double u : {p.u - p.errorU, p.u, p.u + p.errorU}) {
-        for (const double v : {p.v - p.errorV, p.v, p.v + p.errorV}) {
-            range.include(bilinearAt(u, v, channel));
-        }
-    }
+template <typename Sample>
+Range NaiveEngine::around(const SourcePoint& p, Sample sample) {
+    Range range = {1e9, -1e9};
+    for (const double u : {p.u - p.errorU, p.u, p.u + p.errorU})
+        for (const double v : {p.v - p.errorV, p.v, p.v + p.errorV}) range.include(sample(u, v));
     return range;
 }
 
+Range NaiveEngine::bilinear(const SourcePoint& p, int channel) const {
+    return around(p, [&](double u, double v) { return bilinearAt(u, v, channel); });
+}
+
 Range NaiveEngine::kernel(const SourcePoint& p, int taps, bool repeatBorder, int channel) const {
-    Range range = {1e9, -1e9};
-    for (const double u : {p.u - p.errorU, p.u + p.errorU}) {
-        for (const double v : {p.v - p.errorV, p.v + p.errorV}) {
-            range.include(kernelAt(u, v, taps, repeatBorder, channel));
-        }
-    }
-    return range;
+    return around(p,
+                  [&](double u, double v) { return kernelAt(u, v, taps, repeatBorder, channel); });
 }
 
 Range NaiveEngine::interior(const SourcePoint& p, int channel) const {
@@ -376,16 +356,12 @@ Range NaiveEngine::nearest(int x, int y, int channel) const {
     if (!maybe) return {0, 0};
     const SourcePoint p = sourceOf(x, y);
     if (!p.known) return {0, 1};
-    Range range = {2, -1};
-    if (!sure) range.include(0.0);
     const PixelRect& b = m_scene.source;
-    for (const double u : {p.u - p.errorU, p.u + p.errorU}) {
-        for (const double v : {p.v - p.errorV, p.v + p.errorV}) {
-            range.include(texel(std::clamp(static_cast<int>(std::trunc(u)), b.left, b.right),
-                                std::clamp(static_cast<int>(std::trunc(v)), b.top, b.bottom),
-                                channel));
-        }
-    }
+    Range range = around(p, [&](double u, double v) {
+        return m_source.get(std::clamp(static_cast<int>(std::trunc(u)), b.left, b.right),
+                            std::clamp(static_cast<int>(std::trunc(v)), b.top, b.bottom), channel);
+    });
+    if (!sure) range.include(0.0);
     return range;
 }
 

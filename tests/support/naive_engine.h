@@ -31,21 +31,15 @@ public:
     /// then mirrors single corners, which no picture corresponds to.
     bool canTell() const { return m_canTell; }
 
-    /// The visible picture, convex, frame pixels.
-    struct Point {
-        double x, y;
-    };
-    const std::vector<Point>& polygon() const { return m_polygon; }
-    /// Area of the pixel that the picture covers, by exact clipping. x and y in frame pixels.
-    double exactCoverage(int x, int y) const;
     /// Coverage as sampled on 16 lines; includes 0 if the row may be left out.
     Range sampledCoverage(int x, int y) const;
-    /// False if the row may be left out: its sub-rows may share no column.
-    bool rowIsDrawn(int y) const { return rowAt(y).drop == Drop::kNo; }
     /// What the pixel may hold. All of 0 to 1 where the pixel's centre meets the horizon.
     Range value(int x, int y, int channel) const;
 
 private:
+    struct Point {
+        double x, y;
+    };
     static constexpr int kLines = 16, kShifts = 3;
     enum class Drop { kNo, kMaybe, kYes };
     struct Cut {  // a horizontal line through the picture; nothing if l >= r
@@ -68,11 +62,13 @@ private:
     Row makeRow(int y) const;
     const Row& rowAt(int y) const { return m_rows[y - m_scene.window.top]; }
     SourcePoint sourceOf(int x, int y) const;
-    Range bilinear(const SourcePoint& p, int channel) const;
+    /// Of sample(u, v) around the point, as far as its errors reach.
+    template <typename Sample>
+    static Range around(const SourcePoint& p, Sample sample);
     Range kernel(const SourcePoint& p, int taps, bool repeatBorder, int channel) const;
     Range interior(const SourcePoint& p, int channel) const;
     Range nearest(int x, int y, int channel) const;
-    double texel(int x, int y, int channel) const;
+    Range bilinear(const SourcePoint& p, int channel) const;
     double bilinearAt(double u, double v, int channel) const;
     double kernelAt(double u, double v, int taps, bool repeatBorder, int channel) const;
 

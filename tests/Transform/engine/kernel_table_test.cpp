@@ -19,41 +19,67 @@ std::unique_ptr<RenderSettings> settingsFor(int filter, int sizeIndex = 0, bool 
     return s;
 }
 
-struct KernelFact {
-    int filter;
-    double x, value;
-};
-
-class KernelFacts : public testing::TestWithParam<KernelFact> {};
-
-TEST_P(KernelFacts, Hold) {
-    auto s = settingsFor(GetParam().filter);
-    EXPECT_NEAR(getInterpLineFunc(GetParam().filter)(GetParam().x, s.get()), GetParam().value,
-                1e-12)
-        << "filter " << GetParam().filter << " at " << GetParam().x;
-}
-
 // Values by hand: borders of the half-open supports, zeros of the interpolating kernels, known
 // points of the curves. 1e-12 covers a few roundings of values below 1.
-INSTANTIATE_TEST_SUITE_P(
-    Table, KernelFacts,
-    testing::Values(
-        KernelFact{0, -0.5, 1}, KernelFact{0, 0.5, 0}, KernelFact{1, -1, 0}, KernelFact{1, 0, 1},
-        KernelFact{2, 0.25, 0.75}, KernelFact{3, 0, 0.75}, KernelFact{3, 1, 0.125},
-        KernelFact{3, 1.5, 0}, KernelFact{4, 0.5, 0.5625}, KernelFact{4, 1.5, -0.0625},
-        KernelFact{5, 0, 2.0 / 3}, KernelFact{5, 1, 1.0 / 6}, KernelFact{5, 1.5, 1.0 / 48},
-        KernelFact{6, 0, 1}, KernelFact{6, 1, 0}, KernelFact{6, 0.5, 0.5625}, KernelFact{7, 0, 1},
-        KernelFact{7, 1, 0}, KernelFact{7, 0.5, 0.59375}, KernelFact{8, 0, 1}, KernelFact{8, 1, 0},
-        KernelFact{8, 0.5, 0.625}, KernelFact{8, 1.5, -0.125}, KernelFact{9, 0, 2.0 / 3},
-        KernelFact{9, 1.5, 1.0 / 48}, KernelFact{9, -2, 0}, KernelFact{10, 0, 1},
-        KernelFact{10, 1, 0}, KernelFact{10, 0.5, 8 * std::sqrt(0.5) / (M_PI * M_PI)},
-        KernelFact{11, 1, 2 / M_PI}, KernelFact{11, 2, 0}, KernelFact{12, 1.5, 2 / M_PI},
-        KernelFact{12, 3, 0}, KernelFact{13, 0, std::sqrt(2 / M_PI)},
-        KernelFact{14, 0, 1 / std::sqrt(2 * M_PI)}, KernelFact{15, 0, M_PI / 4},
-        KernelFact{15, 1, 0.2846153431797527 / 2}, KernelFact{16, 0.5, 2 / M_PI},
-        KernelFact{17, 0, 1}, KernelFact{17, 2, 0}, KernelFact{17, 3.999999, 1},
-        KernelFact{17, 4, 0}, KernelFact{18, 2, 0.08}, KernelFact{19, 0, 1}, KernelFact{19, 2, 0},
-        KernelFact{20, 0, (6 - 0.666) / 6}, KernelFact{20, 1, 0.333 / 6}, KernelFact{21, 0, 1}));
+TEST(Kernels, KnownValues) {
+    const struct {
+        int filter;
+        double x, value;
+    } facts[] = {{0, -0.5, 1},
+                 {0, 0.5, 0},
+                 {1, -1, 0},
+                 {1, 0, 1},
+                 {2, 0.25, 0.75},
+                 {3, 0, 0.75},
+                 {3, 1, 0.125},
+                 {3, 1.5, 0},
+                 {4, 0.5, 0.5625},
+                 {4, 1.5, -0.0625},
+                 {5, 0, 2.0 / 3},
+                 {5, 1, 1.0 / 6},
+                 {5, 1.5, 1.0 / 48},
+                 {6, 0, 1},
+                 {6, 1, 0},
+                 {6, 0.5, 0.5625},
+                 {7, 0, 1},
+                 {7, 1, 0},
+                 {7, 0.5, 0.59375},
+                 {8, 0, 1},
+                 {8, 1, 0},
+                 {8, 0.5, 0.625},
+                 {8, 1.5, -0.125},
+                 {9, 0, 2.0 / 3},
+                 {9, 1.5, 1.0 / 48},
+                 {9, -2, 0},
+                 {10, 0, 1},
+                 {10, 1, 0},
+                 {10, 0.5, 8 * std::sqrt(0.5) / (M_PI * M_PI)},
+                 {11, 1, 2 / M_PI},
+                 {11, 2, 0},
+                 {12, 1.5, 2 / M_PI},
+                 {12, 3, 0},
+                 {13, 0, std::sqrt(2 / M_PI)},
+                 {14, 0, 1 / std::sqrt(2 * M_PI)},
+                 {15, 0, M_PI / 4},
+                 {15, 1, 0.2846153431797527 / 2},
+                 {16, 0.5, 2 / M_PI},
+                 {17, 0, 1},
+                 {17, 2, 0},
+                 {17, 3.999999, 1},
+                 {17, 4, 0},
+                 {18, 2, 0.08},
+                 {19, 0, 1},
+                 {19, 2, 0},
+                 {20, 0, (6 - 0.666) / 6},
+                 {20, 1, 0.333 / 6},
+                 {21, 0, 1}};
+    for (const auto& fact : facts)
+        EXPECT_NEAR(getInterpLineFunc(fact.filter)(fact.x, settingsFor(fact.filter).get()),
+                    fact.value, 1e-12)
+            << "filter " << fact.filter << " at " << fact.x;
+    EXPECT_EQ(getInterpLineFunc(22), nullptr);
+    EXPECT_EQ(getInterpLineFunc(-1), nullptr);
+}
 
 TEST(Kernels, KaiserIsTheBesselRatioInsideAndTheNormaliserOutside) {
     RenderSettings s;
@@ -69,10 +95,8 @@ TEST(Kernels, KaiserIsTheBesselRatioInsideAndTheNormaliserOutside) {
     EXPECT_EQ(besselI0OfQuarterSquare(std::nan("")), 1.0);
 }
 
-TEST(Kernels, SplinesAgreeAndPartitionUnity) {
+TEST(Kernels, SplinesPartitionUnity) {
     RenderSettings s;
-    for (double x = -2; x < 2; x += 1.0 / 64)
-        EXPECT_NEAR(filter_cubic(x, &s), filter_parzen(x, &s), 1e-15);
     for (int filter : {1, 3, 4, 5, 6, 7, 8, 9})
         for (double x = 0; x < 1; x += 1.0 / 16) {
             double sum = 0;
@@ -142,26 +166,16 @@ TEST(WeightTable, RowsAreTheNormalisedKernel) {
     }
 }
 
-TEST(WeightTable, NumbersBeyondTheListHaveNoKernel) {
-    EXPECT_EQ(getInterpLineFunc(22), nullptr);
-    EXPECT_EQ(getInterpLineFunc(-1), nullptr);
-    EXPECT_EQ(getInterpLineFunc(9), &filter_parzen);
-}
-
 TEST(SuperSamplePattern, CoversOnePixelWithUnitWeight) {
     RenderSettings s;
     setDefaultSuperSamplePattern(&s);
     double weight = 0, x = 0, y = 0;
     for (int k = 0; k < kSuperSamples; ++k) {
-        weight += s.ssWeight[k];
-        x += s.ssOffsetX[k];
-        y += s.ssOffsetY[k];
-        EXPECT_LE(std::fabs(s.ssOffsetX[k]), 0.5);
-        EXPECT_LE(std::fabs(s.ssOffsetY[k]), 0.5);
+        weight += s.ssWeight[k], x += s.ssOffsetX[k], y += s.ssOffsetY[k];
+        EXPECT_LE(std::max(std::fabs(s.ssOffsetX[k]), std::fabs(s.ssOffsetY[k])), 0.5);
     }
     EXPECT_NEAR(weight, 1, 1e-15);
-    EXPECT_NEAR(x, 0, 1e-15);
-    EXPECT_NEAR(y, 0, 1e-15);
+    EXPECT_NEAR(std::max(std::fabs(x), std::fabs(y)), 0, 1e-15);
 }
 
 }  // namespace
