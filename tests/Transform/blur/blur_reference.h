@@ -64,6 +64,7 @@ inline Picture randomPicture(FormatFacts const& f, int width, int height, std::m
         v = f.isFloat ? double(real(random)) : double(whole(random));
         const auto dice = random() % 16;
         if (dice < 2) v = dice == 0 ? 0 : f.white;
+        if (dice == 2 && f.white > 255) v = 65535;  // above the white of 14 and 15 bits
     }
     return p;
 }
@@ -265,7 +266,8 @@ inline void growingBlur(Picture& p, Channels channels, FormatFacts const& format
     for (int y = 0; y < p.height; ++y)
         for (int x = 0; x < p.width; ++x) {
             const double d = x * dX + y * dY + d0;
-            const float mask = float(p.at(x, y, format.alpha)) * (1.0f / float(format.white));
+            float mask = float(p.at(x, y, format.alpha)) * (1.0f / float(format.white));
+            if (!p.isFloat) mask = std::min(mask, 1.0f);
             if (d < 0 || mask == 0) continue;
             long v = long(d * double(amount) * 65536.0), u = v;
             int level = 0;
