@@ -92,18 +92,6 @@ TEST(QvMtrx44, SquareGoesToQuadAndBack) {
     }
 }
 
-TEST(QvMtrx44, AdjugateOverwritesOnlyWhenAsked) {
-    Random random(6);
-    QV_Mtrx44 matrix = randomMatrix(random);
-    const QV_Mtrx44 original = matrix, adjugate = matrix.square2QuadInverse(false);
-    for (int i = 0; i < 16; ++i) {
-        EXPECT_EQ(matrix.m[i], original.m[i]);
-        EXPECT_TRUE(adjugate.m[i] == 0.0 || (i / 4 != 2 && i % 4 != 2));  // a map of the plane
-    }
-    matrix.square2QuadInverse(true);
-    for (int i = 0; i < 16; ++i) EXPECT_EQ(matrix.m[i], adjugate.m[i]);
-}
-
 TEST(QvMtrx44, QuadWithoutDenominatorIgnoresCorner3) {
     using P = std::array<double, 3>;
     for (const double t : {0.0, 0.25, 1.0, 7.0}) {  // corner 3 anywhere on the line through 1 and 2

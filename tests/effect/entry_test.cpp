@@ -39,8 +39,10 @@ TEST(Commands, ThoseWithoutWorkTouchNothing) {
     EXPECT_TRUE(host->monitor().log().empty());
 }
 
+constexpr zelk::HostIdentity kHosts[] = {kModernAE, kOlderAE, kModernPremiere, kModernKeyG};
+
 TEST(Commands, AboutSaysTheNameOnEveryHost) {
-    for (zelk::HostIdentity identity : {kModernAE, kOlderAE, kModernPremiere, kModernKeyG}) {
+    for (zelk::HostIdentity identity : kHosts) {
         auto host = Host::loadOnly(ZELK_MODULE, optionsOf(identity));
         auto const result = host->about();
         EXPECT_EQ(result.code, 0);
@@ -73,7 +75,7 @@ TEST(GlobalSetup, AnnouncesFlagsAndVersionWithOrWithoutHandleCallbacks) {
 }
 
 TEST(ParamsSetupCommand, RegistersTheOverlayButInPremiere) {
-    for (zelk::HostIdentity identity : {kModernAE, kModernPremiere, kModernKeyG, kOlderAE}) {
+    for (zelk::HostIdentity identity : kHosts) {
         auto host = Host::loadOnly(ZELK_MODULE, optionsOf(identity));
         host->globalSetup();
         host->monitor().inject({"register_ui", 1, 91, true});
@@ -90,7 +92,7 @@ TEST(ParamsSetupCommand, RegistersTheOverlayButInPremiere) {
 }
 
 TEST(RenderCommand, TheOriginalComesThroughAtEveryDepthOfEveryHost) {
-    for (zelk::HostIdentity identity : {kModernAE, kOlderAE, kModernPremiere, kModernKeyG})
+    for (zelk::HostIdentity identity : kHosts)
         for (Depth depth : {Depth::k8, Depth::k16, Depth::kFloat}) {
             if (depth == Depth::kFloat && !identity.isModern()) continue;
             zelk::HostOptions options = optionsOf(identity);
@@ -119,29 +121,26 @@ TEST(RenderCommand, TheOriginalComesThroughAtEveryDepthOfEveryHost) {
 }
 
 TEST(RenderDispatch, RefusesFormatsWithoutAPipelineAndLeavesTheOutput) {
+    struct FormatHost : PluginHost_Memory_Impl {
+        using PluginHost_Memory_Impl::PluginHost_Memory_Impl;
+        RasterInfo told{};
+        void getOutputRasterInfo(RasterInfo* info) override { *info = told; }
+    };
     for (int code = 0; code <= 22; ++code) {
-        const bool known = code == 0 || code == 1 || code == 3 || code == 9 || code == 11;
-        if (known) continue;
-        unsigned char pixels[16];
-        std::memset(pixels, 0xA5, sizeof pixels);
-        struct FormatHost : PluginHost_Memory_Impl {
-            using PluginHost_Memory_Impl::PluginHost_Memory_Impl;
-            RasterInfo told{};
-            void getOutputRasterInfo(RasterInfo* info) override { *info = told; }
-        };
-        const PluginHost_API::RasterInfo view{pixels, kFormatARGB32, 1, 1, 16, 16, 1, 1, 0};
+        if (code == 0 || code == 1 || code == 3 || code == 9 || code == 11) continue;
+        std::array<unsigned char, 16> pixels, before;
+        pixels.fill(0xA5), before.fill(0xA5);
+        const PluginHost_API::RasterInfo view{pixels.data(), kFormatARGB32, 1, 1, 16, 16, 1, 1, 0};
         FormatHost host(view, view);
         host.told = view;
         host.told.format = static_cast<QV_RasterFormat>(code);
         EXPECT_EQ(Render(&host), 1) << code;
-        for (unsigned char byte : pixels) EXPECT_EQ(byte, 0xA5);
+        EXPECT_EQ(pixels, before);
     }
 }
 
-namespace {
-
 /// Runs the module's PF_Cmd_PARAMS_SETUP with `addParam` in place of the host's callback.
-zelk::CommandResult setUpWith(PF_Err (*addParam)(PF_ProgPtr, A_long, PF_ParamDef*)) {
+static zelk::CommandResult setUpWith(PF_Err (*addParam)(PF_ProgPtr, A_long, PF_ParamDef*)) {
     void* module = dlopen(ZELK_MODULE, RTLD_NOW);
     auto const entry = reinterpret_cast<PF_EntryPoint>(dlsym(module, kEntryPointName));
     ProbeHost host(kModernAE);
@@ -152,32 +151,32 @@ zelk::CommandResult setUpWith(PF_Err (*addParam)(PF_ProgPtr, A_long, PF_ParamDef
     });
 }
 
-}  // namespace
-
-TEST(EntryGuard, ExceptionsBecomeResultCodesAfterCleanUp) {
-    auto const missingSuite =
-        setUpWith([](PF_ProgPtr, A_long, PF_ParamDef*) -> PF_Err { throw 516; });
-    auto const noMemory =
-        setUpWith([](PF_ProgPtr, A_long, PF_ParamDef*) -> PF_Err { throw std::bad_alloc(); });
-    auto const other = setUpWith(
-        [](PF_ProgPtr, A_long, PF_ParamDef*) -> PF_Err { throw std::runtime_error("host"); });
-    EXPECT_EQ(missingSuite.code, 516);
-    EXPECT_EQ(noMemory.code, PF_Err_OUT_OF_MEMORY);
-    EXPECT_EQ(other.code, PF_Err_INTERNAL_STRUCT_DAMAGED);
-    for (auto const& result : {missingSuite, noMemory, other})
+TEST(EntryGuard, ExceptionsBecomeResultCodesAndTheThreadNumberComesBack) {
+    struct Case {
+        PF_Err (*addParam)(PF_ProgPtr, A_long, PF_ParamDef*);
+        PF_Err code;
+    };
+    const Case cases[] = {
+        {[](PF_ProgPtr, A_long, PF_ParamDef*) -> PF_Err { throw 516; }, 516},
+        {[](PF_ProgPtr, A_long, PF_ParamDef*) -> PF_Err { throw std::bad_alloc(); },
+         PF_Err_OUT_OF_MEMORY},
+        {[](PF_ProgPtr, A_long, PF_ParamDef*) -> PF_Err { throw std::runtime_error("host"); },
+         PF_Err_INTERNAL_STRUCT_DAMAGED},
+        {[](PF_ProgPtr, A_long, PF_ParamDef*) -> PF_Err {
+             omp_set_num_threads(1);
+             return 0;
+         },
+         0},
+        {[](PF_ProgPtr, A_long, PF_ParamDef*) -> PF_Err {
+             omp_set_num_threads(2);
+             throw 1;
+         },
+         1}};
+    for (Case const& c : cases) {
+        omp_set_num_threads(5);
+        auto const result = setUpWith(c.addParam);
+        EXPECT_EQ(result.code, c.code);
         EXPECT_EQ(nothingOwed(result), "nothing");
-}
-
-TEST(EntryGuard, TheThreadNumberComesBackOnEveryPath) {
-    omp_set_num_threads(5);
-    setUpWith([](PF_ProgPtr, A_long, PF_ParamDef*) -> PF_Err {
-        omp_set_num_threads(1);
-        return 0;
-    });
-    EXPECT_EQ(omp_get_max_threads(), 5);
-    setUpWith([](PF_ProgPtr, A_long, PF_ParamDef*) -> PF_Err {
-        omp_set_num_threads(2);
-        throw 1;
-    });
-    EXPECT_EQ(omp_get_max_threads(), 5);
+        EXPECT_EQ(omp_get_max_threads(), 5);
+    }
 }

@@ -6,21 +6,18 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <cmath>
-#include <cstring>
 #include <optional>
-#include <vector>
 
-#include "Transform/Common/PixelTraits.h"
-#include "Transform/Common/Transform_Core_Render/PixelRows.h"
 #include "effect/Render.h"
+#include "tests/support/guarded_raster.h"
 #include "tests/support/memory_controls.h"
-#include "tests/support/random_quads.h"
+#include "tests/support/plane.h"
 
 namespace {
 
-using Raster = PluginRaster_Memory_Impl;
+using zelk::GuardedRaster;
+using zelk::Point;
 using zelk::Quad;
 using zelk::Random;
 
@@ -28,69 +25,24 @@ constexpr QV_RasterFormat kRendered[] = {kFormatARGB8, kFormatBGRA8, kFormatARGB
                                          kFormatBGRA32};
 enum View : unsigned { kOriginal, kFrom, kTo, kBoth };
 enum Quality : unsigned { kLow, kMedium, kHigh, kSuperSample };
+constexpr Quad kUnit = {0, 0, 1, 0, 0, 1, 1, 1};
 
-struct Point {
-    double x, y;
-};
-
-/// A plane projective map, from four pairs of points by Gaussian elimination.
+/// A plane projective map by four pairs of points. Nothing for a point at or beyond the horizon.
 class QuadMap {
 public:
-    QuadMap(Quad const& from, Quad const& to) {
-        double a[8][9] = {};
-        for (int i = 0; i < 4; ++i) {
-            const double x = from[2 * i], y = from[2 * i + 1], u = to[2 * i], v = to[2 * i + 1];
-            const double rows[2][9] = {{x, y, 1, 0, 0, 0, -u * x, -u * y, u},
-                                       {0, 0, 0, x, y, 1, -v * x, -v * y, v}};
-            std::copy_n(rows[0], 18, a[2 * i]);
-        }
-        solve(a);
-        for (int i = 0; i < 8; ++i) m_h[i] = a[i][8];
-        m_sign = denominator({(from[0] + from[2] + from[4] + from[6]) / 4,
-                              (from[1] + from[3] + from[5] + from[7]) / 4}) < 0
-                     ? -1
-                     : 1;
-    }
-    /// Nothing for a point at or beyond the horizon.
+    QuadMap(Quad const& from, Quad const& to)
+        : m_map(zelk::product(zelk::inverse(zelk::axesToQuad(from)), zelk::axesToQuad(to))),
+          m_centre{(from[0] + from[2] + from[4] + from[6]) / 4,
+                   (from[1] + from[3] + from[5] + from[7]) / 4, 1} {}
     std::optional<Point> operator()(Point p) const {
-        const double w = denominator(p);
-        if (w * m_sign < 1e-3) return std::nullopt;
-        return Point{(m_h[0] * p.x + m_h[1] * p.y + m_h[2]) / w,
-                     (m_h[3] * p.x + m_h[4] * p.y + m_h[5]) / w};
+        const zelk::Vector3 at = zelk::apply({p.x, p.y, 1}, m_map);
+        if (at[2] / zelk::apply(m_centre, m_map)[2] < 1e-3) return std::nullopt;
+        return Point{at[0] / at[2], at[1] / at[2]};
     }
 
 private:
-    double denominator(Point p) const { return m_h[6] * p.x + m_h[7] * p.y + 1; }
-    static void solve(double (&a)[8][9]) {
-        for (int col = 0; col < 8; ++col) {
-            int pivot = col;
-            for (int r = col; r < 8; ++r)
-                if (std::fabs(a[r][col]) > std::fabs(a[pivot][col])) pivot = r;
-            std::swap_ranges(a[col], a[col] + 9, a[pivot]);
-            for (int r = 0; r < 8; ++r) {
-                const double factor = r == col ? 0 : a[r][col] / a[col][col];
-                for (int c = col; c < 9; ++c) a[r][c] -= factor * a[col][c];
-            }
-        }
-        for (int r = 0; r < 8; ++r) a[r][8] /= a[r][r];
-    }
-
-    double m_h[8];
-    double m_sign = 1;
-};
-
-constexpr Quad kUnit = {0, 0, 1, 0, 0, 1, 1, 1};
-
-struct Reposition {
-    double translateX = 0, translateY = 0, scaleX = 1, scaleY = 1, rotate = 0;
-
-    /// Undoes: about the centre, scale, turn with the picture's aspect, then move.
-    Point undo(Point p, double aspect) const {
-        const double angle = rotate * 3.14159265358979323846 / 180;
-        const double s = std::sin(angle), c = std::cos(angle);
-        const double x = (p.x - 0.5 - translateX / 100) * aspect, y = p.y - 0.5 - translateY / 100;
-        return {(c * x + s * y) / aspect / scaleX + 0.5, (c * y - s * x) / scaleY + 0.5};
-    }
+    zelk::Matrix3 m_map;
+    zelk::Vector3 m_centre;
 };
 
 struct Scene {
@@ -98,14 +50,25 @@ struct Scene {
     bool crop = false;
     Quad from = kUnit, to = kUnit;  ///< Z order, with the offsets in
     Quad fromOffsets{}, toOffsets{};
-    Reposition reposition;
+    double translateX = 0, translateY = 0, scaleX = 1, scaleY = 1, rotate = 0;
+
+    /// Undoes Reposition: about the centre, scale, turn with the picture's aspect, then move.
+    Point undoReposition(Point p, double aspect) const {
+        const double angle = rotate * 3.14159265358979323846 / 180;
+        const double s = std::sin(angle), c = std::cos(angle);
+        const double x = (p.x - 0.5 - translateX / 100) * aspect, y = p.y - 0.5 - translateY / 100;
+        return {(c * x + s * y) / aspect / scaleX + 0.5, (c * y - s * x) / scaleY + 0.5};
+    }
 };
 
+constexpr int kWidth = 37, kHeight = 29;  // of the layer
+
+/// A layer and a frame of one format, and the memory host over them.
 class Renderer {
 public:
-    Renderer(QV_RasterFormat format, int width, int height)
-        : input(format, width, height, 32),
-          output(format, width, height, 16),
+    explicit Renderer(QV_RasterFormat format, int frameWidth = kWidth, int frameHeight = kHeight)
+        : input(format, kWidth, kHeight, 32),
+          output(format, frameWidth, frameHeight, 16),
           host(input.info(), output.info()) {
         zelk::setDefaultControls(host);
     }
@@ -120,29 +83,25 @@ public:
             host.setFloat(kParamFromUpperLeftOffsetX + i, scene.fromOffsets[i]);
             host.setFloat(kParamToUpperLeftOffsetX + i, scene.toOffsets[i]);
         }
-        host.setFloat(kParamTranslateX, scene.reposition.translateX);
-        host.setFloat(kParamTranslateY, scene.reposition.translateY);
-        host.setFloat(kParamScaleX, scene.reposition.scaleX);
-        host.setFloat(kParamScaleY, scene.reposition.scaleY);
-        host.setAngle(kParamRotate, scene.reposition.rotate);
+        host.setFloat(kParamTranslateX, scene.translateX);
+        host.setFloat(kParamTranslateY, scene.translateY);
+        host.setFloat(kParamScaleX, scene.scaleX);
+        host.setFloat(kParamScaleY, scene.scaleY);
+        host.setAngle(kParamRotate, scene.rotate);
+    }
+    void paintConstant(double value) {
+        const double stored = value * zelk::whiteOf(input.format());
+        input.paint([=](int, int, int) { return stored; });
     }
     PF_Err render() {
         const PF_Err code = Render(&host);
         EXPECT_EQ(host.tally().pixelBuffers, 0);
         EXPECT_EQ(host.tally().rasterObjects, 0);
+        EXPECT_TRUE(input.guardsIntact() && output.guardsIntact());
         return code;
     }
-    bool outputIsClear() const {
-        for (int y = 0; y < output.info().height; ++y) {
-            auto const* row = output.pixel(0, y);
-            if (std::any_of(row, row + output.info().width * output.info().pixelBytes,
-                            [](unsigned char b) { return b != 0; }))
-                return false;
-        }
-        return true;
-    }
 
-    Raster input, output;
+    GuardedRaster input, output;
     PluginHost_Memory_Impl host;
 
 private:
@@ -152,35 +111,24 @@ private:
     }
 };
 
-constexpr int kWidth = 37, kHeight = 29;
-constexpr double kAspect = 1.0 * kWidth / kHeight;
-
 double ramp(int channel, double x, double y) {
     return 0.1 + 0.05 * channel + 0.4 * x / kWidth + 0.3 * y / kHeight;
 }
 
-void paintRamp(Raster& raster) {
-    for (int y = 0; y < kHeight; ++y)
-        for (int x = 0; x < kWidth; ++x)
-            for (int c = 0; c < 4; ++c)
-                reinterpret_cast<float*>(raster.pixel(x, y))[c] = static_cast<float>(ramp(c, x, y));
-}
-
-/// The way of one output point, as fractions of the frame: into the picture between the two passes
-/// (where there is one) and into the source.
+/// The way of one output point, as fractions: into the picture between the two passes (where there
+/// is one) and into the source.
+struct Stations {
+    std::optional<Point> between, source;
+};
 class Way {
 public:
     explicit Way(Scene const& scene)
         : m_scene(scene), m_toInverse(scene.to, kUnit), m_from(kUnit, scene.from) {}
-
-    struct Stations {
-        std::optional<Point> between, source;
-    };
     Stations operator()(Point p) const {
         if (m_scene.view == kFrom) return {p, m_from(p)};
         const std::optional<Point> square = m_toInverse(p);
         if (!square) return {};
-        const Point s = m_scene.reposition.undo(*square, kAspect);
+        const Point s = m_scene.undoReposition(*square, 1.0 * kWidth / kHeight);
         return {s, m_scene.view == kTo ? s : m_from(s)};
     }
 
@@ -198,246 +146,114 @@ enum class Expected { kPicture, kNothing, kUnclear };
 
 /// What a pixel has to show. Two pixels along each edge that something is cut at are left out, and
 /// the frame's own border, where pixels are partly covered.
-Expected expectedAt(Scene const& scene, Way const& way, int x, int y) {
+Expected expectedAt(Scene const& scene, Way const& way, int x, int y, int width, int height) {
     const bool crops = scene.view != kBoth || scene.crop;
     bool inside = true, left = true, right = true, above = true, below = true;
     for (const double dx : {-1.0, 0.5, 2.0}) {
         for (const double dy : {-1.0, 0.5, 2.0}) {
-            const auto at = way({(x + dx) / kWidth, (y + dy) / kHeight});
+            const Stations at = way({(x + dx) / width, (y + dy) / height});
             if (!at.source) return Expected::kUnclear;
-            inside = inside && isInside(*at.source, 2) && (!crops || isInside(*at.between, 3));
-            left = left && (at.source->x < 0 || (crops && at.between->x < 0));
-            right = right && (at.source->x > 1 || (crops && at.between->x > 1));
-            above = above && (at.source->y < 0 || (crops && at.between->y < 0));
-            below = below && (at.source->y > 1 || (crops && at.between->y > 1));
+            Point const &s = *at.source, &b = crops ? *at.between : s;
+            inside = inside && isInside(s, 2) && (!crops || isInside(b, 3));
+            left = left && std::min(s.x, b.x) < 0;
+            right = right && std::max(s.x, b.x) > 1;
+            above = above && std::min(s.y, b.y) < 0;
+            below = below && std::max(s.y, b.y) > 1;
         }
     }
-    return inside                            ? Expected::kPicture
-           : left || right || above || below ? Expected::kNothing
-                                             : Expected::kUnclear;
+    if (inside) return Expected::kPicture;
+    return left || right || above || below ? Expected::kNothing : Expected::kUnclear;
 }
 
 struct Checked {
     int picture = 0, nothing = 0;
-    double worst = 0;
 };
 
-Checked checkAgainstRamp(Scene const& scene, Renderer const& renderer) {
+void checkAgainstRamp(Scene const& scene, GuardedRaster const& output, double tolerance,
+                      Checked& checked) {
     const Way way(scene);
-    Checked checked;
-    for (int y = 1; y < kHeight - 1; ++y) {
-        for (int x = 1; x < kWidth - 1; ++x) {
-            const Expected expected = expectedAt(scene, way, x, y);
+    const int width = output.width(), height = output.height();
+    double worst = 0;
+    for (int y = 1; y < height - 1; ++y) {
+        for (int x = 1; x < width - 1; ++x) {
+            const Expected expected = expectedAt(scene, way, x, y, width, height);
             if (expected == Expected::kUnclear) continue;
-            auto const* out = reinterpret_cast<float const*>(renderer.output.pixel(x, y));
             ++(expected == Expected::kPicture ? checked.picture : checked.nothing);
-            const Point p = way({(x + 0.5) / kWidth, (y + 0.5) / kHeight}).source.value();
+            const Point p = way({(x + 0.5) / width, (y + 0.5) / height}).source.value();
             for (int c = 0; c < 4; ++c) {
                 const double value = expected == Expected::kPicture
                                          ? ramp(c, p.x * kWidth - 0.5, p.y * kHeight - 0.5)
                                          : 0;
-                checked.worst = std::max(checked.worst, std::fabs(out[c] - value));
+                worst = std::max(worst, std::fabs(output.get(x, y, c) - value));
             }
         }
+    }
+    EXPECT_LE(worst, tolerance);
+}
+
+/// Renders ramps by `rounds` random scenes. `ownFrame`: the frame has a size of its own; From Pins
+/// are fractions of the layer, To Pins of the frame.
+Checked renderRamps(unsigned seed, int rounds, bool ownFrame) {
+    // A position is narrowed to float (below 64: 2^-19; below 128: twice that) after a frustum of
+    // two single-precision constants (2^-24 of half the frame, 2^-19 again), in each of at most two
+    // passes: 2^-17 px, over ramps below 0.4 / 29 a pixel in each axis. The colours: three float
+    // lerps a pass and the ramp's own rounding, each half a unit of 2^-24 below 1 but for the
+    // factor (1 - f) and the sum, so below 16 x 2^-24.
+    const double tolerance = (ownFrame ? 4 : 2) * 0x1p-17 * 0.4 / 29 + 16 * 0x1p-24;
+    Random random(seed);
+    Checked checked;
+    for (int round = 0; round < rounds; ++round) {
+        SCOPED_TRACE(testing::Message() << "seed " << seed << ", round " << round);
+        Scene scene;
+        scene.view = ownFrame ? round % 3 == 2 ? kTo : kBoth : static_cast<View>(1 + round % 3);
+        scene.crop = random.flip();
+        scene.to = zelk::randomConvexQuad(random);
+        if (!ownFrame) {
+            // Upright rectangles: what the first pass leaves is then a ramp for the second one.
+            const double l = random.uniform(-0.1, 0.3), r = random.uniform(0.6, 1.1);
+            const double t = random.uniform(-0.1, 0.3), b = random.uniform(0.6, 1.1);
+            scene.from = {l, t, r, t, l, b, r, b};
+            if (scene.view == kBoth && !scene.crop) scene.from = zelk::randomConvexQuad(random);
+            for (Quad* offsets : {&scene.fromOffsets, &scene.toOffsets})
+                for (double& offset : *offsets) offset = random.uniform(-100, 100);
+        }
+        if (!ownFrame && scene.view != kFrom) {
+            scene.translateX = random.uniform(-20, 20);
+            scene.translateY = random.uniform(-20, 20);
+            scene.scaleX = random.uniform(0.7, 1.5);
+            scene.scaleY = random.uniform(-1.5, -0.7);
+            scene.rotate = random.uniform(-180, 180);
+        }
+        Renderer renderer(round % 2 ? kFormatARGB32 : kFormatBGRA32,
+                          ownFrame ? 11 + 2 * round : kWidth, ownFrame ? 100 - round : kHeight);
+        renderer.input.paint([](int x, int y, int c) { return ramp(c, x, y); });
+        renderer.set(scene);
+        renderer.host.setPopup(kParamQuality, kMedium);
+        EXPECT_EQ(renderer.render(), 0);
+        EXPECT_EQ(renderer.host.getOutputWidth(), renderer.output.width());
+        checkAgainstRamp(scene, renderer.output, tolerance, checked);
     }
     return checked;
 }
 
 TEST(PipelineFrames, EveryViewTakesEachPixelFromWhereTheQuadsSay) {
-    // A position is narrowed to float (below 64: 2^-19) after a frustum of two single-precision
-    // constants (2^-24 of half the frame, 2^-19 again), in each of at most two passes: 2^-17 px,
-    // over ramps below 0.4 / 29 a pixel in each axis. The colours: three float lerps a pass and the
-    // ramp's own rounding, each half a unit of 2^-24 below 1 but for the factor (1 - f) and the
-    // sum, so below 16 x 2^-24.
-    const double tolerance = 2 * 0x1p-17 * 0.4 / 29 + 16 * 0x1p-24;
-    const unsigned seed = 1984;
-    SCOPED_TRACE(seed);
-    Random random(seed);
-    Checked total;
-    for (int round = 0; round < 240; ++round) {
-        Scene scene;
-        scene.view = static_cast<View>(1 + round % 3);
-        scene.crop = random.flip();
-        scene.to = zelk::randomConvexQuad(random);
-        // Upright rectangles: what the first pass leaves is then a ramp for the second one.
-        const double l = random.uniform(-0.1, 0.3), r = random.uniform(0.6, 1.1);
-        const double t = random.uniform(-0.1, 0.3), b = random.uniform(0.6, 1.1);
-        scene.from = {l, t, r, t, l, b, r, b};
-        if (scene.view == kBoth && !scene.crop) scene.from = zelk::randomConvexQuad(random);
-        for (int i = 0; i < 8; ++i) {
-            scene.fromOffsets[i] = random.uniform(-100, 100);
-            scene.toOffsets[i] = random.uniform(-100, 100);
-        }
-        if (scene.view != kFrom) {
-            scene.reposition = {random.uniform(-20, 20), random.uniform(-20, 20),
-                                random.uniform(0.7, 1.5), random.uniform(-1.5, -0.7),
-                                random.uniform(-180, 180)};
-        }
-        Renderer renderer(round % 2 ? kFormatARGB32 : kFormatBGRA32, kWidth, kHeight);
-        paintRamp(renderer.input);
-        renderer.set(scene);
-        renderer.host.setPopup(kParamQuality, kMedium);
-        ASSERT_EQ(renderer.render(), 0);
-        const Checked checked = checkAgainstRamp(scene, renderer);
-        EXPECT_LE(checked.worst, tolerance) << "round " << round << " view " << scene.view;
-        total.picture += checked.picture;
-        total.nothing += checked.nothing;
-        total.worst = std::max(total.worst, checked.worst);
-    }
+    const Checked total = renderRamps(1984, 240, false);
     EXPECT_GT(total.picture, 50000);
     EXPECT_GT(total.nothing, 10000);
-    RecordProperty("worst", std::to_string(total.worst / tolerance));
 }
 
-// From Pins are fractions of the layer, To Pins of the frame; with and without the image between.
 TEST(PipelineFrames, LayerAndFrameMayDifferInSize) {
-    const unsigned seed = 77;
-    SCOPED_TRACE(seed);
-    Random random(seed);
-    int pixels = 0;
-    for (int round = 0; round < 60; ++round) {
-        const int frameWidth = 11 + round * 2, frameHeight = 100 - round;
-        Raster layer(kFormatARGB32, kWidth, kHeight, 32);
-        Raster frame(kFormatARGB32, frameWidth, frameHeight, 16);
-        paintRamp(layer);
-        PluginHost_Memory_Impl host(layer.info(), frame.info());
-        zelk::setDefaultControls(host);
-        host.setPopup(kParamQuality, kMedium);
-        host.setPopup(kParamViewMode, round % 3 == 2 ? kTo : kBoth);
-        host.setBool(kParamCropToPins, round % 3 == 1);
-        const Quad to = zelk::randomConvexQuad(random);
-        for (int i = 0; i < 4; ++i) host.setPoint(kParamToUpperLeft + i, to[2 * i], to[2 * i + 1]);
-        ASSERT_EQ(Render(&host), 0);
-        EXPECT_EQ(host.getOutputWidth(), frameWidth);
-        const QuadMap toLayer(to, kUnit);
-        for (int y = 1; y < frameHeight - 1; ++y)
-            for (int x = 1; x < frameWidth - 1; ++x) {
-                const auto at = toLayer({(x + 0.5) / frameWidth, (y + 0.5) / frameHeight});
-                auto const* out = reinterpret_cast<float const*>(frame.pixel(x, y));
-                // Alpha is a ramp too and never below 0.1: less is outside, or partly covered.
-                if (!at || !isInside(*at, 1) || out[0] == 0) continue;
-                bool edge = false;  // a covered neighbour on every side: no coverage in the value
-                for (const double dx : {-1.0, 2.0})
-                    for (const double dy : {-1.0, 2.0}) {
-                        const auto n = toLayer({(x + dx) / frameWidth, (y + dy) / frameHeight});
-                        edge = edge || !n || !isInside(*n, 0);
-                    }
-                if (edge) continue;
-                ++pixels;
-                // As for frames of one size, positions below 128 here.
-                for (int c = 0; c < 4; ++c)
-                    ASSERT_NEAR(out[c], ramp(c, at->x * kWidth - 0.5, at->y * kHeight - 0.5),
-                                4 * 0x1p-17 * 0.4 / 29 + 16 * 0x1p-24)
-                        << "round " << round << " pixel " << x << ", " << y;
-            }
-    }
-    EXPECT_GT(pixels, 20000);
-}
-
-TEST(PipelineFrames, OriginalIsTheInputByteForByte) {
-    for (const QV_RasterFormat format : kRendered) {
-        Renderer renderer(format, 13, 7);
-        Random random(static_cast<unsigned>(format));
-        auto* bytes = static_cast<unsigned char*>(renderer.input.info().data);
-        for (int i = 0; i < renderer.input.info().rowBytes * 7; ++i)
-            bytes[i] = static_cast<unsigned char>(random.integer(0, 255));
-        Scene scene;
-        scene.view = kOriginal;
-        scene.to = {9, 9, 9, 9, 9, 9, 9, 9};
-        renderer.set(scene);
-        renderer.host.setFloat(kParamCornerPinOpacity, 3);
-        EXPECT_EQ(renderer.render(), 0);
-        EXPECT_EQ(renderer.host.tally().allocations, 0);
-        for (int y = 0; y < 7; ++y)
-            EXPECT_EQ(std::memcmp(renderer.input.pixel(0, y), renderer.output.pixel(0, y),
-                                  static_cast<std::size_t>(13 * renderer.input.info().pixelBytes)),
-                      0);
-    }
-}
-
-TEST(PipelineFrames, AFromQuadZoomEqualsTheInverseToQuadZoom) {
-    for (const Quality quality : {kMedium, kHigh}) {
-        for (const bool crop : {false, true}) {
-            Scene byFrom, byTo;
-            byFrom.from = {0.25, 0.25, 0.75, 0.25, 0.25, 0.75, 0.75, 0.75};
-            byTo.to = {-0.5, -0.5, 1.5, -0.5, -0.5, 1.5, 1.5, 1.5};
-            byFrom.view = kFrom;
-            byTo.crop = crop;
-            Renderer a(kFormatARGB32, kWidth, kHeight), b(kFormatARGB32, kWidth, kHeight);
-            for (auto* renderer : {&a, &b}) {
-                Random random(99);
-                forEachPixel<float>(renderer->input.info(), [&random](float* p) {
-                    for (int c = 0; c < 4; ++c) p[c] = static_cast<float>(random.uniform(0, 1));
-                });
-                renderer->set(renderer == &a ? byFrom : byTo);
-                renderer->host.setPopup(kParamQuality, quality);
-                ASSERT_EQ(renderer->render(), 0);
-            }
-            // Positions agree to 2^-18 px (see above, one pass each). Between neighbours of random
-            // colour a bilinear value moves by at most 1 a pixel in each axis. A kernel row stands
-            // for 2/255 px, and a position at its border may fall to either side: with weights
-            // that move by below 2 a pixel over four taps in each axis, 2 x 4 x 2 x 2/255.
-            const double tolerance =
-                quality == kMedium ? 2 * 0x1p-18 + 8 * 0x1p-24 : 2 * 4 * 2 * 2 / 255.0;
-            double worst = 0;
-            for (int y = 2; y < kHeight - 2; ++y)
-                for (int x = 2; x < kWidth - 2; ++x)
-                    for (int c = 0; c < 4; ++c)
-                        worst = std::max<double>(
-                            worst, std::fabs(reinterpret_cast<float*>(a.output.pixel(x, y))[c] -
-                                             reinterpret_cast<float*>(b.output.pixel(x, y))[c]));
-            EXPECT_LE(worst, tolerance) << "quality " << quality << " crop " << crop;
-        }
-    }
-}
-
-/// Alpha and the three colours of a pixel, as doubles.
-std::array<double, 4> channels(Raster const& raster, int x, int y) {
-    std::array<double, 4> result{};
-    for (std::size_t c = 0; c < 4; ++c) {
-        const unsigned char* p = raster.pixel(x, y);
-        switch (raster.info().pixelBytes) {
-            case 4:
-                result[c] = p[c];
-                break;
-            case 8:
-                result[c] = reinterpret_cast<unsigned short const*>(p)[c];
-                break;
-            default:
-                result[c] = reinterpret_cast<float const*>(p)[c];
-                break;
-        }
-    }
-    return result;
-}
-
-void paintConstant(Raster& raster, double value, double white) {
-    for (int y = 0; y < raster.info().height; ++y)
-        for (int x = 0; x < raster.info().width; ++x)
-            for (int c = 0; c < 4; ++c) {
-                unsigned char* p = raster.pixel(x, y);
-                const double v = value * white;
-                switch (raster.info().pixelBytes) {
-                    case 4:
-                        p[c] = static_cast<unsigned char>(v);
-                        break;
-                    case 8:
-                        reinterpret_cast<unsigned short*>(p)[c] = static_cast<unsigned short>(v);
-                        break;
-                    default:
-                        reinterpret_cast<float*>(p)[c] = static_cast<float>(v);
-                        break;
-                }
-            }
+    const Checked total = renderRamps(77, 60, true);
+    EXPECT_GT(total.picture, 20000);
+    EXPECT_GT(total.nothing, 10000);
 }
 
 TEST(PipelineFrames, EveryFormatAndQualityKeepsAConstantPicture) {
     for (const QV_RasterFormat format : kRendered) {
-        const double white = format == kFormatARGB15 ? 32768 : format < 3 ? 255 : 1;
+        const bool isFloat = zelk::whiteOf(format) == 1;
         for (const Quality quality : {kLow, kMedium, kHigh, kSuperSample}) {
-            Renderer renderer(format, kWidth, kHeight);
-            paintConstant(renderer.input, 0.75, white);
-            const double value = channels(renderer.input, 0, 0)[0];
+            Renderer renderer(format);
+            renderer.paintConstant(0.75);
             Scene scene;
             scene.view = kTo;
             scene.to = {-0.2, -0.1, 1.1, -0.3, -0.1, 1.2, 1.3, 1.1};  // covers the frame
@@ -446,46 +262,40 @@ TEST(PipelineFrames, EveryFormatAndQualityKeepsAConstantPicture) {
             ASSERT_EQ(renderer.render(), 0);
             // Low copies. Bilinear truncates two lerps of integers. Kernel weights of a row sum to
             // 1 within four float roundings: integers round back, floats keep the rest.
-            const double exact = white == 1 ? 32 * 0x1p-24 : 0;
-            const double tolerance = quality == kMedium ? exact + (white == 1 ? 0 : 2) : exact;
-            for (int y = 2; y < kHeight - 2; ++y)
-                for (int x = 2; x < kWidth - 2; ++x)
-                    for (const double c : channels(renderer.output, x, y))
-                        ASSERT_NEAR(c, value, tolerance) << "format " << format << " quality "
-                                                         << quality << " at " << x << "," << y;
+            const double tolerance = isFloat ? 32 * 0x1p-24 : quality == kMedium ? 2 : 0;
+            const double value = renderer.input.get(0, 0, 0);
+            renderer.output.forEachChannel([&](int x, int y, int c) {
+                if (std::min(x, y) < 2 || x >= kWidth - 2 || y >= kHeight - 2) return;
+                ASSERT_NEAR(renderer.output.get(x, y, c), value, tolerance)
+                    << "format " << format << " quality " << quality << " at " << x << "," << y;
+            });
         }
     }
 }
 
 TEST(PipelineFrames, HalfOpacityHalvesAlphaAndLeavesColour) {
     for (const QV_RasterFormat format : kRendered) {
-        const bool alphaFirst = format != kFormatBGRA8 && format != kFormatBGRA32;
-        const double white = format == kFormatARGB15 ? 32768 : format < 3 ? 255 : 1;
-        Renderer full(format, kWidth, kHeight), half(format, kWidth, kHeight);
+        const int alpha = format == kFormatBGRA8 || format == kFormatBGRA32 ? 3 : 0;
+        const double white = zelk::whiteOf(format);
+        Renderer full(format), half(format);
         for (auto* renderer : {&full, &half}) {
-            paintConstant(renderer->input, 0.9, white);
+            renderer->paintConstant(0.9);
             Scene scene;
             scene.to = {0.1, 0.2, 0.9, 0.1, 0.2, 0.8, 0.95, 0.9};
             renderer->set(scene);
             renderer->host.setFloat(kParamSourceOpacity, 20);
+            renderer->host.setFloat(kParamCornerPinOpacity, renderer == &half ? 50 : 100);
+            ASSERT_EQ(renderer->render(), 0);
         }
-        half.host.setFloat(kParamCornerPinOpacity, 50);
-        ASSERT_EQ(full.render(), 0);
-        ASSERT_EQ(half.render(), 0);
-        for (int y = 0; y < kHeight; ++y) {
-            for (int x = 0; x < kWidth; ++x) {
-                const auto a = channels(full.output, x, y), b = channels(half.output, x, y);
-                for (std::size_t c = 0; c < 4; ++c) {
-                    double expected = a[c];
-                    if (c == (alphaFirst ? 0u : 3u)) {  // 127 of 256, 16384 of 32768, a half
-                        expected = white == 255     ? std::floor((a[c] * 127 + 128) / 256)
-                                   : white == 32768 ? std::floor(a[c] / 2 + 0.5)
-                                                    : a[c] / 2;
-                    }
-                    ASSERT_EQ(b[c], expected) << "format " << format << " channel " << c;
-                }
+        full.output.forEachChannel([&](int x, int y, int c) {
+            double expected = full.output.get(x, y, c);
+            if (c == alpha) {  // 127 of 256, 16384 of 32768, a half
+                expected = white == 255     ? std::floor((expected * 127 + 128) / 256)
+                           : white == 32768 ? std::floor(expected / 2 + 0.5)
+                                            : expected / 2;
             }
-        }
+            ASSERT_EQ(half.output.get(x, y, c), expected) << "format " << format;
+        });
     }
 }
 
@@ -494,17 +304,17 @@ TEST(PipelineFrames, UnusablePinsLeaveAClearedFrame) {
     bowTie.to = {0, 0, 1, 1, 0, 1, 1, 0};
     line.from = {0, 0, 0.3, 0.3, 0.6, 0.6, 1, 1};
     for (auto const& scene : {bowTie, line}) {
-        Renderer renderer(kFormatARGB8, kWidth, kHeight);
-        paintConstant(renderer.input, 1, 255);
-        paintConstant(renderer.output, 1, 255);
+        Renderer renderer(kFormatARGB8);
+        renderer.paintConstant(1);
         renderer.set(scene);
         EXPECT_EQ(renderer.render(), 0);
-        EXPECT_TRUE(renderer.outputIsClear());
+        renderer.output.forEachChannel(
+            [&](int x, int y, int c) { ASSERT_EQ(renderer.output.get(x, y, c), 0); });
     }
 }
 
 TEST(PipelineFrames, ATransferModeNeedsAHostThatComposites) {
-    Renderer renderer(kFormatARGB8, 8, 8);
+    Renderer renderer(kFormatARGB8);
     renderer.host.setPopup(kParamTransferMode, 2);
     EXPECT_EQ(renderer.render(), 1);
 }

@@ -20,60 +20,45 @@ using zelk_test::nothingOwed;
 constexpr int kWidth = 41, kHeight = 23;
 
 /// Both hosts' controls at once. Numbers are multiples of 1/256, so 16.16 holds them.
-class Controls {
-public:
-    Controls(zelk::Host& host, PluginHost_Memory_Impl& memory) : m_host(host), m_memory(memory) {
-        host.resetParameters(kWidth, kHeight);
-        zelk::setDefaultControls(memory);
-        if (host.identity().applId == kAppAfterEffects) number(kParamMotionBlur, 0, 1);
-    }
-    void popup(int index, unsigned entry) { number(index, entry, entry + 1.0); }
-    void number(int index, double value) { number(index, value, value); }
-    void pin(int index, double x, double y) {
-        zelk::setPoint(m_host.parameters()[static_cast<std::size_t>(index)].current, x, y);
-        m_memory.setPointPixels(index, x, y);
-    }
+struct Controls {
+    zelk::Host& host;
+    PluginHost_Memory_Impl& memory;
 
-private:
-    void number(int index, double memoryValue, double hostValue) {
-        zelk::setNumber(m_host.parameters()[static_cast<std::size_t>(index)].current, hostValue);
-        m_memory.setFloat(index, memoryValue);
+    /// Popup entries count from 0 in memory and from 1 in the host.
+    void number(int index, double value, double hostOffset = 0) {
+        zelk::setNumber(host.parameters()[static_cast<std::size_t>(index)].current,
+                        value + hostOffset);
+        memory.setFloat(index, value);
     }
-    zelk::Host& m_host;
-    PluginHost_Memory_Impl& m_memory;
+    void pin(int index, double x, double y) {
+        zelk::setPoint(host.parameters()[static_cast<std::size_t>(index)].current, x, y);
+        memory.setPointPixels(index, x, y);
+    }
 };
 
 double dyadic(Random& random, double low, double high) {
     return std::floor(random.uniform(low, high) * 256) / 256;
 }
 
-void setRandomControls(Controls& controls, Random& random) {
-    controls.popup(kParamViewMode, static_cast<unsigned>(random.integer(1, 3)));
-    controls.popup(kParamQuality, static_cast<unsigned>(random.integer(0, 2)));
+void setRandomControls(Controls controls, Random& random) {
+    controls.host.resetParameters(kWidth, kHeight);
+    zelk::setDefaultControls(controls.memory);
+    if (controls.host.identity().applId == kAppAfterEffects)
+        controls.number(kParamMotionBlur, 0, 1);
+    controls.number(kParamViewMode, random.integer(1, 3), 1);
+    controls.number(kParamQuality, random.integer(0, 2), 1);
     controls.number(kParamCropToPins, random.integer(0, 1));
     for (const int first : {kParamFromUpperLeft, kParamToUpperLeft}) {
         const zelk::Quad quad = zelk::randomConvexQuad(random);
-        for (int i = 0; i < 4; ++i) {
+        for (int i = 0; i < 4; ++i)
             controls.pin(first + i, std::floor(quad[2 * i] * kWidth * 256) / 256,
                          std::floor(quad[2 * i + 1] * kHeight * 256) / 256);
-        }
     }
     for (const int first : {kParamFromUpperLeftOffsetX, kParamToUpperLeftOffsetX})
         for (int i = 0; i < 8; ++i) controls.number(first + i, dyadic(random, -4, 4));
     controls.number(kParamTranslateX, dyadic(random, -20, 20));
     controls.number(kParamScaleY, dyadic(random, 0.5, 2));
     controls.number(kParamRotate, dyadic(random, -180, 180));
-}
-
-template <class T>
-void premultiply(PluginHost_Memory_Impl& host, PluginRaster_Memory_Impl& raster) {
-    Premult<T, typename T::Channel, typename T::Wide, typename T::Weight, typename T::FORMAT>(
-        T{}, &host, &raster);
-}
-template <class T>
-void unPremultiply(PluginHost_Memory_Impl& host, PluginRaster_Memory_Impl& raster) {
-    UnPremult<T, typename T::Channel, typename T::Wide, typename T::Weight, typename T::FORMAT>(
-        T{}, &host, &raster);
 }
 
 /// True when the frame shows anything.
@@ -93,15 +78,16 @@ bool expectAgreement(zelk::HostIdentity identity, Depth depth, unsigned seed) {
     const std::size_t runBytes = kWidth * T::kPixelBytes;
     for (int y = 0; y < kHeight; ++y) std::memcpy(source.pixel(0, y), input.row(y), runBytes);
     PluginHost_Memory_Impl memory(source.info(), result.info());
-    Controls controls(host, memory);
-    setRandomControls(controls, random);
+    setRandomControls({host, memory}, random);
 
     auto const rendered = host.render(input, output, {});
     EXPECT_EQ(rendered.code, 0);
     EXPECT_EQ(nothingOwed(rendered), "nothing");
-    premultiply<T>(memory, source);
+    using C = typename T::Channel;
+    using F = typename T::FORMAT;
+    Premult<T, C, typename T::Wide, typename T::Weight, F>({}, &memory, &source);
     EXPECT_EQ(Render(&memory), 0);
-    unPremultiply<T>(memory, result);
+    UnPremult<T, C, typename T::Wide, typename T::Weight, F>({}, &memory, &result);
     bool painted = false;
     for (int y = 0; y < kHeight; ++y) {
         EXPECT_EQ(std::memcmp(output.row(y), result.pixel(0, y), runBytes), 0) << "row " << y;

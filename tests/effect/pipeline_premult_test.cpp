@@ -2,62 +2,63 @@
 // bits, the float rules, and what must stay as it is.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <random>
 #include <vector>
 
 #include "Transform/Common/Transform_Core_Render/Premult.h"
 #include "host/PluginHost_Memory_Impl.h"
+#include "tests/support/guarded_raster.h"
 
 namespace {
 
-using Raster = PluginRaster_Memory_Impl;
+using zelk::GuardedRaster;
 
 template <class T>
-int premult(PluginHost_API& host, Raster& raster) {
-    return Premult<T, typename T::Channel, typename T::Wide, typename T::Weight,
-                   typename T::FORMAT>(T{}, &host, &raster);
-}
-template <class T>
-int unPremult(PluginHost_API& host, Raster& raster) {
-    return UnPremult<T, typename T::Channel, typename T::Wide, typename T::Weight,
-                     typename T::FORMAT>(T{}, &host, &raster);
+void run(bool divide, GuardedRaster& raster) {
+    using C = typename T::Channel;
+    using W = typename T::Wide;
+    using G = typename T::Weight;
+    using F = typename T::FORMAT;
+    PluginRaster_Memory_Impl view(raster.info());
+    PluginHost_Memory_Impl host(raster.info(), raster.info());
+    const auto function = divide ? UnPremult<T, C, W, G, F> : Premult<T, C, W, G, F>;
+    EXPECT_EQ(function(T{}, &host, &view), 0);
+    EXPECT_TRUE(raster.guardsIntact());
 }
 
-template <class T>
 struct Pair {
-    typename T::Channel alpha, colour;
+    double alpha, colour;
 };
 
 /// One pixel a pair; red, green and blue all hold the colour. The results are checked to agree and
 /// alpha to stay.
 template <class T>
-std::vector<typename T::Channel> colours(std::vector<Pair<T>> const& pairs, bool divide) {
-    using Channel = typename T::Channel;
-    Raster raster(T::kFormat, static_cast<int>(pairs.size()), 1);
-    PluginHost_Memory_Impl host(raster.info(), raster.info());
-    Channel* row = pixelRow<Channel>(raster.info(), 0);
-    for (std::size_t i = 0; i < pairs.size(); ++i) {
-        std::fill_n(row + 4 * i, 4, pairs[i].colour);
-        row[4 * i + T::kAlpha] = pairs[i].alpha;
-    }
-    EXPECT_EQ(divide ? unPremult<T>(host, raster) : premult<T>(host, raster), 0);
-    std::vector<Channel> result;
-    for (std::size_t i = 0; i < pairs.size(); ++i) {
-        Channel const* p = row + 4 * i;
-        EXPECT_EQ(p[T::kAlpha], pairs[i].alpha);
-        EXPECT_EQ(p[T::kRed], p[T::kGreen]);
-        EXPECT_EQ(p[T::kRed], p[T::kBlue]);
-        result.push_back(p[T::kRed]);
+std::vector<double> colours(std::vector<Pair> const& pairs, bool divide) {
+    GuardedRaster raster(T::kFormat, static_cast<int>(pairs.size()), 1);
+    raster.paint([&](int x, int, int c) {
+        Pair const& pair = pairs[static_cast<std::size_t>(x)];
+        return c == T::kAlpha ? pair.alpha : pair.colour;
+    });
+    const GuardedRaster before = raster;
+    run<T>(divide, raster);
+    std::vector<double> result;
+    for (int x = 0; x < raster.width(); ++x) {
+        EXPECT_EQ(raster.get(x, 0, T::kAlpha), before.get(x, 0, T::kAlpha));
+        EXPECT_EQ(raster.get(x, 0, T::kRed), raster.get(x, 0, T::kGreen));
+        EXPECT_EQ(raster.get(x, 0, T::kRed), raster.get(x, 0, T::kBlue));
+        result.push_back(raster.get(x, 0, T::kRed));
     }
     return result;
 }
 
+using Values = std::vector<double>;
+
 template <class T>
-void expectIntegerRules(std::vector<Pair<T>> const& pairs) {
+void expectIntegerRules(std::vector<Pair> const& pairs) {
     const double over = T::kWhite == 255 ? 256 : 32768;
-    const auto multiplied = colours<T>(pairs, false), divided = colours<T>(pairs, true);
+    const Values multiplied = colours<T>(pairs, false), divided = colours<T>(pairs, true);
     for (std::size_t i = 0; i < pairs.size(); ++i) {
         const double a = pairs[i].alpha, c = pairs[i].colour;  // every product is exact in double
         ASSERT_EQ(multiplied[i], std::floor(a * c / over + 0.5)) << a << " times " << c;
@@ -66,22 +67,14 @@ void expectIntegerRules(std::vector<Pair<T>> const& pairs) {
     }
 }
 
-template <class T>
-void expectAllEightBitPairs() {
-    std::vector<Pair<T>> pairs;
-    for (int a = 0; a < 256; ++a)
-        for (int c = 0; c < 256; ++c)
-            pairs.push_back({static_cast<unsigned char>(a), static_cast<unsigned char>(c)});
-    expectIntegerRules<T>(pairs);
-    EXPECT_EQ((colours<T>({{255, 255}, {255, 1}, {128, 255}, {0, 200}}, false)),
-              (std::vector<unsigned char>{254, 1, 128, 0}));
-    EXPECT_EQ((colours<T>({{0, 77}, {100, 101}, {1, 255}}, true)),
-              (std::vector<unsigned char>{77, 255, 255}));
-}
-
 TEST(Premult, EightBitsRoundOver256) {
-    expectAllEightBitPairs<PIXEL_ARGB8>();
-    expectAllEightBitPairs<PIXEL_BGRA8>();
+    std::vector<Pair> pairs;
+    for (int i = 0; i < 65536; ++i) pairs.push_back({1.0 * (i / 256), 1.0 * (i % 256)});
+    expectIntegerRules<PIXEL_ARGB8>(pairs);
+    expectIntegerRules<PIXEL_BGRA8>(pairs);
+    EXPECT_EQ(colours<PIXEL_ARGB8>({{255, 255}, {128, 255}, {0, 200}}, false),
+              (Values{254, 128, 0}));
+    EXPECT_EQ(colours<PIXEL_ARGB8>({{0, 77}, {100, 101}, {1, 255}}, true), (Values{77, 255, 255}));
 }
 
 TEST(Premult, FifteenBitsAreExactAtWhite) {
@@ -89,35 +82,28 @@ TEST(Premult, FifteenBitsAreExactAtWhite) {
     SCOPED_TRACE(seed);
     std::mt19937 random(seed);
     std::uniform_int_distribution<int> any(0, 32768);
-    std::vector<Pair<PIXEL_ARGB15>> pairs;
-    for (const int edge : {0, 1, 2, 16383, 16384, 16385, 32767, 32768}) {
-        for (int c = 0; c <= 32768; c += 7)
-            pairs.push_back({static_cast<unsigned short>(edge), static_cast<unsigned short>(c)});
-    }
-    for (int i = 0; i < 20000; ++i)
-        pairs.push_back(
-            {static_cast<unsigned short>(any(random)), static_cast<unsigned short>(any(random))});
+    std::vector<Pair> pairs;
+    for (const double edge : {0, 1, 2, 16383, 16384, 16385, 32767, 32768})
+        for (int c = 0; c <= 32768; c += 7) pairs.push_back({edge, 1.0 * c});
+    for (int i = 0; i < 20000; ++i) pairs.push_back({1.0 * any(random), 1.0 * any(random)});
     expectIntegerRules<PIXEL_ARGB15>(pairs);
-    EXPECT_EQ((colours<PIXEL_ARGB15>({{32768, 32768}, {16384, 32768}, {0, 9}}, false)),
-              (std::vector<unsigned short>{32768, 16384, 0}));
     // Channels may exceed white; quotients are limited to it.
-    EXPECT_EQ((colours<PIXEL_ARGB15>({{32768, 65535}, {65535, 65535}, {0, 40000}}, true)),
-              (std::vector<unsigned short>{32768, 32768, 40000}));
+    EXPECT_EQ(colours<PIXEL_ARGB15>({{32768, 65535}, {65535, 65535}, {0, 40000}}, true),
+              (Values{32768, 32768, 40000}));
 }
 
 template <class T>
 void expectFloatRules() {
-    const std::vector<Pair<T>> pairs = {{0.3f, 0.7f}, {1.0f, 0.1f}, {2.0f, 3.0f}, {1e-30f, 0.5f}};
-    const auto multiplied = colours<T>(pairs, false), divided = colours<T>(pairs, true);
+    const std::vector<Pair> pairs = {{0.3f, 0.7f}, {1.0f, 0.1f}, {2.0f, 3.0f}, {1e-30f, 0.5f}};
+    const Values multiplied = colours<T>(pairs, false), divided = colours<T>(pairs, true);
     for (std::size_t i = 0; i < pairs.size(); ++i) {
-        EXPECT_EQ(multiplied[i], pairs[i].alpha * pairs[i].colour);
-        EXPECT_EQ(divided[i], pairs[i].colour / pairs[i].alpha);
+        const float a = static_cast<float>(pairs[i].alpha), c = static_cast<float>(pairs[i].colour);
+        EXPECT_EQ(multiplied[i], a * c);
+        EXPECT_EQ(divided[i], c / a);
     }
     // No upper limit; no division by nothing or less.
-    EXPECT_EQ((colours<T>({{0.5f, 4.0f}, {0.0f, 0.25f}, {-1.0f, 0.25f}}, true)),
-              (std::vector<float>{8.0f, 0.25f, 0.25f}));
-    EXPECT_EQ((colours<T>({{-1.0f, 0.25f}, {0.0f, 0.25f}}, false)),
-              (std::vector<float>{-0.25f, 0.0f}));
+    EXPECT_EQ(colours<T>({{0.5, 4}, {0, 0.25}, {-1, 0.25}}, true), (Values{8, 0.25, 0.25}));
+    EXPECT_EQ(colours<T>({{-1, 0.25}, {0, 0.25}}, false), (Values{-0.25, 0}));
 }
 
 TEST(Premult, FloatHasNoLimits) {
@@ -125,32 +111,17 @@ TEST(Premult, FloatHasNoLimits) {
     expectFloatRules<PIXEL_BGRA32>();
 }
 
-template <class T>
-void expectOnlyPixelsChange(int width, int height) {
-    Raster raster(T::kFormat, width, height, 5 * static_cast<int>(sizeof(typename T::Channel)));
-    auto* bytes = static_cast<unsigned char*>(raster.info().data);
-    const auto size = static_cast<std::size_t>(raster.info().rowBytes * height);
-    std::memset(bytes, 0x3c, size);
-    PluginHost_Memory_Impl host(raster.info(), raster.info());
-    EXPECT_EQ(premult<T>(host, raster), 0);
-    EXPECT_EQ(unPremult<T>(host, raster), 0);
-    for (std::size_t i = 0; i < size; ++i) {
-        const auto x = static_cast<int>(i) % raster.info().rowBytes;
-        if (x < width * T::kPixelBytes) continue;
-        ASSERT_EQ(bytes[i], 0x3c) << "padding at byte " << i;
-    }
-}
-
 TEST(Premult, LeavesPaddingAndEmptyRastersAlone) {
-    for (const int width : {0, 1, 2, 3, 5, 8, 17, 33}) {
-        for (const int height : {0, 1, 3}) {
-            expectOnlyPixelsChange<PIXEL_ARGB8>(width, height);
-            expectOnlyPixelsChange<PIXEL_BGRA8>(width, height);
-            expectOnlyPixelsChange<PIXEL_ARGB15>(width, height);
-            expectOnlyPixelsChange<PIXEL_ARGB32>(width, height);
-            expectOnlyPixelsChange<PIXEL_BGRA32>(width, height);
-        }
-    }
+    for (const int width : {0, 1, 2, 3, 5, 8, 17, 33})
+        for (const int height : {0, 1, 3})
+            for (const bool divide : {false, true}) {
+                GuardedRaster argb8(kFormatARGB8, width, height, 5);
+                GuardedRaster argb15(kFormatARGB15, width, height, 10);
+                GuardedRaster bgra32(kFormatBGRA32, width, height, 20);
+                run<PIXEL_ARGB8>(divide, argb8);
+                run<PIXEL_ARGB15>(divide, argb15);
+                run<PIXEL_BGRA32>(divide, bgra32);
+            }
 }
 
 }  // namespace

@@ -8,9 +8,6 @@ namespace zelk {
 
 namespace {
 
-using Matrix = std::array<double, 9>;  // row vectors: p' = p M
-using Vector = std::array<double, 3>;
-
 constexpr double kUnit = 1.0 / 512.0;  // width of a coverage column
 // How far a vertex or an edge may lie off, in pixels: the view distance is single precision, which
 // moves a pixel by 4.4e-8 of its way from the centre (below 64), and an edge's place on the grid is
@@ -18,77 +15,6 @@ constexpr double kUnit = 1.0 / 512.0;  // width of a coverage column
 constexpr double kShift = 64 * 4.4e-8 + kUnit / 512;
 // A span may lose or gain one column of the grid; spans of one column are taken as empty.
 constexpr double kSpanError = 1.01 * kUnit;
-
-Vector apply(const Vector& p, const Matrix& m) {
-    Vector out;
-    for (int c = 0; c < 3; ++c) out[c] = p[0] * m[c] + p[1] * m[3 + c] + p[2] * m[6 + c];
-    return out;
-}
-
-double minor(const Matrix& m, int r, int c) {
-    const int r0 = (r + 1) % 3, r1 = (r + 2) % 3, c0 = (c + 1) % 3, c1 = (c + 2) % 3;
-    return m[3 * r0 + c0] * m[3 * r1 + c1] - m[3 * r0 + c1] * m[3 * r1 + c0];
-}
-
-Matrix inverse(const Matrix& m) {
-    const double det = m[0] * minor(m, 0, 0) + m[1] * minor(m, 0, 1) + m[2] * minor(m, 0, 2);
-    Matrix out;
-    for (int r = 0; r < 3; ++r) {
-        for (int c = 0; c < 3; ++c) out[3 * r + c] = minor(m, c, r) / det;
-    }
-    return out;
-}
-
-// The map that sends the three axes to corners 0, 1, 2 and (1, 1, 1) to corner 3: the corners as
-// rows, each times its weight in the sum that makes corner 3.
-Matrix axesToQuad(const Quad& q, double width, double height) {
-    Matrix rows;
-    for (int i = 0; i < 3; ++i) {
-        rows[3 * i] = q[2 * i] * width;
-        rows[3 * i + 1] = q[2 * i + 1] * height;
-        rows[3 * i + 2] = 1.0;
-    }
-    const Vector weights = apply({q[6] * width, q[7] * height, 1.0}, inverse(rows));
-    for (int i = 0; i < 9; ++i) rows[i] *= weights[i / 3];
-    return rows;
-}
-
-Matrix product(const Matrix& a, const Matrix& b) {
-    Matrix out;
-    for (int r = 0; r < 3; ++r) {
-        const Vector row = apply({a[3 * r], a[3 * r + 1], a[3 * r + 2]}, b);
-        std::copy(row.begin(), row.end(), out.begin() + 3 * r);
-    }
-    return out;
-}
-
-// Keeps the part of a convex polygon where f >= 0; f is linear.
-template <typename Point, typename F>
-std::vector<Point> keep(const std::vector<Point>& polygon, F f) {
-    std::vector<Point> out;
-    for (std::size_t i = 0; i < polygon.size(); ++i) {
-        const Point& a = polygon[i];
-        const Point& b = polygon[(i + 1) % polygon.size()];
-        const double fa = f(a), fb = f(b);
-        if (fa >= 0) out.push_back(a);
-        if ((fa >= 0) != (fb >= 0)) {
-            const double t = fa / (fa - fb);
-            out.push_back({a.x + t * (b.x - a.x), a.y + t * (b.y - a.y)});
-        }
-    }
-    return out;
-}
-
-template <typename Point>
-double areaOf(const std::vector<Point>& polygon) {
-    double twice = 0;
-    for (std::size_t i = 0; i < polygon.size(); ++i) {
-        const Point& a = polygon[i];
-        const Point& b = polygon[(i + 1) % polygon.size()];
-        twice += a.x * b.y - a.y * b.x;
-    }
-    return 0.5 * std::fabs(twice);
-}
 
 // Triangle (2), Keys (6), or Parzen, the cubic B-spline (9).
 double kernelOf(int filter, double x) {
@@ -133,8 +59,8 @@ NaiveEngine::NaiveEngine(const EngineScene& scene, const GuardedRaster& source)
 }
 
 void NaiveEngine::mapPicture() {
-    Matrix toFrame = product(inverse(axesToQuad(m_scene.from, 1, 1)),
-                             axesToQuad(m_scene.to, m_scene.frameWidth, m_scene.frameHeight));
+    Matrix3 toFrame = product(inverse(axesToQuad(m_scene.from)),
+                              axesToQuad(m_scene.to, m_scene.frameWidth, m_scene.frameHeight));
     // Which side of the horizon is in front: the From quad's own corners, if the quad isn't
     // mirrored; else the other side, as far as anything lies there.
     const Quad& f = m_scene.from;
@@ -143,7 +69,7 @@ void NaiveEngine::mapPicture() {
     const bool flip = (turn < 0) != (corner < 0);
     for (double& e : toFrame) e = flip ? -e : e;
 
-    const std::vector<Point> square = {{0, 0}, {0, 1}, {1, 1}, {1, 0}};
+    const Polygon square = {{0, 0}, {0, 1}, {1, 1}, {1, 0}};
     int behind = 0;
     for (const Point& p : square) behind += apply({p.x, p.y, 1}, toFrame)[2] < 0;
     if (behind == 4) {
@@ -154,21 +80,21 @@ void NaiveEngine::mapPicture() {
     // The last row and column are cut at 0.99 of their pixels.
     const PixelRect& w = m_scene.window;
     const double sides[4] = {w.left * 1.0, w.top * 1.0, w.right + 0.99, w.bottom + 0.99};
-    std::vector<Point> visible = keep(square, [&](const Point& p) {
+    Polygon visible = keep(square, [&](const Point& p) {
         return apply({p.x, p.y, 1}, toFrame)[2];
     });
     for (int i = 0; i < 4; ++i) {
         visible = keep(visible, [&](const Point& p) {
-            const Vector at = apply({p.x, p.y, 1}, toFrame);
+            const Vector3 at = apply({p.x, p.y, 1}, toFrame);
             const double inside = at[i % 2] - sides[i] * at[2];
             return i < 2 ? inside : -inside;
         });
     }
     for (const Point& p : visible) {
-        const Vector at = apply({p.x, p.y, 1}, toFrame);
+        const Vector3 at = apply({p.x, p.y, 1}, toFrame);
         m_polygon.push_back({at[0] / at[2], at[1] / at[2]});
     }
-    m_canTell = behind == 0 || behind == 4 || areaOf(m_polygon) > 1e-3;
+    m_canTell = behind == 0 || behind == 4 || std::fabs(signedArea(m_polygon)) > 1e-3;
 }
 
 NaiveEngine::Cut NaiveEngine::cut(double y) const {
@@ -253,7 +179,7 @@ NaiveEngine::SourcePoint NaiveEngine::sourceOf(int x, int y) const {
     // neighbour, which truncates, keeps half a pixel inside them.
     const double outset = m_scene.quality() == 0 ? -0.5 : 0.5;
     const auto at = [&](double px, double py, double* uv) {
-        const Vector unit = apply({px, py, 1}, m_toUnit);
+        const Vector3 unit = apply({px, py, 1}, m_toUnit);
         uv[0] = s.left - outset + unit[0] / unit[2] * (s.right - s.left + 2 * outset);
         uv[1] = s.top - outset + unit[1] / unit[2] * (s.bottom - s.top + 2 * outset);
         return unit[2];

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "tests/support/engine_scene.h"
+#include "tests/support/plane.h"
 
 namespace zelk {
 
@@ -37,9 +38,6 @@ public:
     Range value(int x, int y, int channel) const;
 
 private:
-    struct Point {
-        double x, y;
-    };
     static constexpr int kLines = 16, kShifts = 3;
     enum class Drop { kNo, kMaybe, kYes };
     struct Cut {  // a horizontal line through the picture; nothing if l >= r
@@ -74,8 +72,8 @@ private:
 
     EngineScene m_scene;
     const GuardedRaster& m_source;
-    std::array<double, 9> m_toUnit;  // frame pixels to unit measure, homogeneous
-    std::vector<Point> m_polygon;    // the visible picture, frame pixels
+    Matrix3 m_toUnit;   // frame pixels to unit measure, homogeneous
+    Polygon m_polygon;  // the visible picture, frame pixels
     std::vector<Row> m_rows;
     bool m_canTell = true;
 };

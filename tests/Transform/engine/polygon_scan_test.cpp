@@ -4,64 +4,33 @@
 
 #include <algorithm>
 #include <cmath>
-#include <random>
 #include <vector>
 
 #include "Transform/Common/QV_Poly/QV_Poly.h"
+#include "tests/support/plane.h"
 
 namespace {
+
+using zelk::Point;
+using zelk::Polygon;
+using zelk::Random;
 
 constexpr unsigned kSeed = 977;
 constexpr int kSize = 24;  // of the window, pixels
 
-struct Point {
-    double x, y;
-};
-
-/// A convex outline of four points, either turning.
-std::vector<Point> randomQuad(std::mt19937& random, double low, double high) {
-    std::uniform_real_distribution<double> angle(0, 2 * M_PI), centre(low, high),
-        radius(0.2, (high - low) / 2);
-    std::vector<double> angles(4);
-    for (double& a : angles) a = angle(random);
-    std::sort(angles.begin(), angles.end(), [&](double a, double b) { return a < b; });
-    if (random() & 1) std::reverse(angles.begin(), angles.end());
-    const Point c = {centre(random), centre(random)};
-    const double rx = radius(random), ry = radius(random);
-    std::vector<Point> quad;
-    for (double a : angles) quad.push_back({c.x + rx * std::cos(a), c.y + ry * std::sin(a)});
+/// A convex quad of either turning about a centre between the borders, pixels.
+Polygon randomQuad(Random& random, double low, double high) {
+    const zelk::Quad q = zelk::randomConvexQuad(random);
+    const Point c = {random.uniform(low, high), random.uniform(low, high)};
+    const double largest = (high - low) / 2;
+    const double rx = random.uniform(0.2, largest), ry = random.uniform(0.2, largest);
+    Polygon quad;
+    for (const int corner : {0, 2, 6, 4})
+        quad.push_back({c.x + rx * (q[corner] - 0.5), c.y + ry * (q[corner + 1] - 0.5)});
     return quad;
 }
 
-/// Twice the signed area.
-double doubleArea(std::vector<Point> const& p) {
-    double sum = 0;
-    for (std::size_t i = 0; i < p.size(); ++i) {
-        Point const &a = p[i], &b = p[(i + 1) % p.size()];
-        sum += a.x * b.y - b.x * a.y;
-    }
-    return sum;
-}
-
-/// The part of an outline inside x0..x1, y0..y1, by plain half-plane clipping.
-std::vector<Point> clipped(std::vector<Point> p, double x0, double y0, double x1, double y1) {
-    const double planes[4][3] = {{1, 0, -x0}, {-1, 0, x1}, {0, 1, -y0}, {0, -1, y1}};
-    for (auto const& f : planes) {
-        std::vector<Point> kept;
-        for (std::size_t i = 0; i < p.size(); ++i) {
-            Point const &a = p[i], &b = p[(i + 1) % p.size()];
-            const double da = f[0] * a.x + f[1] * a.y + f[2], db = f[0] * b.x + f[1] * b.y + f[2];
-            if (da >= 0) kept.push_back(a);
-            if ((da >= 0) != (db >= 0))
-                kept.push_back(
-                    {a.x + da / (da - db) * (b.x - a.x), a.y + da / (da - db) * (b.y - a.y)});
-        }
-        p = kept;
-    }
-    return p;
-}
-
-void load(QV_Poly& poly, std::vector<Point> const& outline) {
+void load(QV_Poly& poly, Polygon const& outline) {
     poly.m_n = static_cast<int>(outline.size());
     poly.m_mask = 399 | kMaskQ;
     for (int i = 0; i < poly.m_n; ++i) {
@@ -99,9 +68,9 @@ void paint(void*, LineRenderStruct* line) {
     }
 }
 
-Canvas scan(std::vector<Point> const& outline, bool area) {
+Canvas scan(Polygon const& outline, bool area) {
     QV_Poly poly;
-    load(poly, clipped(outline, 0, 0, kSize - 1 + 0.99, kSize - 1 + 0.99));
+    load(poly, zelk::clipped(outline, 0, 0, kSize - 1 + 0.99, kSize - 1 + 0.99));
     poly.m_dstData = reinterpret_cast<unsigned char*>(g_row);
     poly.m_dstRowBytes = kSize * 2;
     poly.m_pixelBytes = 2;
@@ -118,7 +87,7 @@ Canvas scan(std::vector<Point> const& outline, bool area) {
 }
 
 TEST(Clip, RandomQuadsMatchPlainClipping) {
-    std::mt19937 random(kSeed);
+    Random random(kSeed);
     int counts[3] = {};
     for (int round = 0; round < 20000; ++round) {
         const auto quad = randomQuad(random, -6, 16);
@@ -135,13 +104,14 @@ TEST(Clip, RandomQuadsMatchPlainClipping) {
         QV_Poly_box box = {0, 10, 0, 10, 0, 1};
         const int result = QV_Poly::poly_clip_to_box(&poly, &box, true);
         ++counts[result];
-        std::vector<Point> got;
+        Polygon got;
         for (QV_Poly_vert const* v = poly.m_vert; v != poly.m_vert + poly.m_n; ++v)
             got.push_back({v->sx / v->sw, v->sy / v->sw});
         ASSERT_LE(poly.m_n, POLY_NMAX);
         ASSERT_EQ(result == 0, poly.m_n == 0);
         // Coordinates up to 27, a handful of roundings each: areas agree to 1e-10.
-        ASSERT_NEAR(doubleArea(got), doubleArea(clipped(quad, 0, 0, 10, 10)), 1e-9)
+        ASSERT_NEAR(zelk::signedArea(got), zelk::signedArea(zelk::clipped(quad, 0, 0, 10, 10)),
+                    1e-9)
             << "seed " << kSeed << " round " << round;
     }
     EXPECT_GT(std::min({counts[0], counts[1], counts[2]}), 200);
@@ -168,7 +138,7 @@ TEST(Clip, BordersCountAsInsideAndOutsideOfOnePlaneIsRejected) {
 // the error is at most the change of the exact row coverage within a sixteenth, which is no more
 // than what the outline crosses there: 1/16 for each vertical turn plus 3/512.
 TEST(Scan, PaintsEachPixelOnceByItsCentreOrItsArea) {
-    std::mt19937 random(kSeed);
+    Random random(kSeed);
     for (int round = 0; round < 4000; ++round) {
         SCOPED_TRACE(testing::Message() << "seed " << kSeed << " round " << round);
         const auto quad = randomQuad(random, -4, kSize + 4);
@@ -178,13 +148,14 @@ TEST(Scan, PaintsEachPixelOnceByItsCentreOrItsArea) {
             bool rowIsDrawn = false;  // sub-rows that share no column draw nothing
             for (int x = 0; x < kSize - 1; ++x) {
                 ASSERT_LE(std::max(plain.hits[y][x], soft.hits[y][x]), 1);
-                const double exact = std::fabs(doubleArea(clipped(quad, x, y, x + 1, y + 1))) / 2;
+                const double exact =
+                    std::fabs(zelk::signedArea(zelk::clipped(quad, x, y, x + 1, y + 1)));
                 // The covered share of a little square about the centre: nothing or all of it,
                 // but where rounding decides.
                 const double e = 1e-4, cx = x + 0.5, cy = y + 0.5;
-                const double share =
-                    std::fabs(doubleArea(clipped(quad, cx - e, cy - e, cx + e, cy + e))) /
-                    (8 * e * e);
+                const double share = std::fabs(zelk::signedArea(
+                                         zelk::clipped(quad, cx - e, cy - e, cx + e, cy + e))) /
+                                     (4 * e * e);
                 if (share < 0.001 || share > 0.999) {
                     ASSERT_EQ(plain.hits[y][x] == 1, share > 0.5) << "pixel " << x << ", " << y;
                 }
