@@ -5,11 +5,13 @@
 #include "apps/zelk/picture_reader.h"
 
 #include <algorithm>
+#include <cstring>
 #include <vector>
 
 #include "apps/zelk/box_reduce.h"
 #include "apps/zelk/channel_values.h"
 #include "apps/zelk/corners.h"
+#include "apps/zelk/dpx_length.h"
 #include "apps/zelk/errors.h"
 #include "apps/zelk/quiet_libraries.h"
 #include "apps/zelk/world_rows.h"
@@ -44,15 +46,29 @@ std::unique_ptr<OIIO::ImageInput> openPicture(std::filesystem::path const& file)
 
 /// Metadata about how the file stores its pixels, which a copy must not inherit.
 bool isAboutStorage(std::string_view name) {
+    // What OpenImageIO tells of a profile is in the profile itself.
     for (char const* prefix :
-         {"oiio:", "tiff:", "openexr:", "png:", "jpeg:", "webp:", "dpx:Image", "targa:", "bmp:"}) {
+         {"oiio:", "tiff:", "openexr:", "png:", "jpeg:", "webp:", "dpx:Image", "dpx:EndOf",
+          "dpx:Low", "dpx:High", "targa:", "bmp:", "ICCProfile:"}) {
         if (name.rfind(prefix, 0) == 0) return name != "oiio:ColorSpace";
     }
-    for (char const* exact : {"compression", "planarconfig", "Orientation", "chunkCount",
-                              "IPTC:ImageDescription", "rowsperstrip"}) {
+    for (char const* exact : {"compression", "planarconfig", "chunkCount", "IPTC:ImageDescription",
+                              "rowsperstrip", "Exif:PixelXDimension", "Exif:PixelYDimension"}) {
         if (name == exact) return true;
     }
     return false;
+}
+
+/// Whether a colour profile is whole and one for red, green and blue: that is what is written.
+bool isRgbProfile(OIIO::ParamValue const& profile) {
+    auto const* bytes = static_cast<unsigned char const*>(profile.data());
+    auto const size = static_cast<std::size_t>(profile.type().size());
+    if (size < 132) return false;
+    std::size_t const declared = static_cast<std::size_t>(bytes[0]) << 24 |
+                                 static_cast<std::size_t>(bytes[1]) << 16 |
+                                 static_cast<std::size_t>(bytes[2]) << 8 | bytes[3];
+    return declared == size && std::memcmp(bytes + 16, "RGB ", 4) == 0 &&
+           std::memcmp(bytes + 36, "acsp", 4) == 0;
 }
 
 PictureTraits traitsOf(OIIO::ImageSpec const& spec) {
@@ -63,10 +79,10 @@ PictureTraits traitsOf(OIIO::ImageSpec const& spec) {
                    : spec.format.basesize() == 2 && !traits.isHalf ? Depth::k16
                                                                    : Depth::kFloat;
     traits.hasAlpha = spec.alpha_channel >= 0;
-    traits.originX = spec.full_x;
-    traits.originY = spec.full_y;
+    traits.bits = spec.get_int_attribute("oiio:BitsPerSample", 0);
     for (auto const& value : spec.extra_attribs) {
-        if (!isAboutStorage(value.name().string())) traits.metadata.push_back(value);
+        bool const isLost = value.name() == "ICCProfile" && !isRgbProfile(value);
+        if (!isLost && !isAboutStorage(value.name().string())) traits.metadata.push_back(value);
     }
     return traits;
 }
@@ -76,30 +92,46 @@ PictureTraits traitsOf(OIIO::ImageSpec const& spec) {
 PictureReader::PictureReader(std::filesystem::path const& file) : m_file(file) {
     QuietLibraries const quiet;
     m_input = openPicture(file);
+    bool const isDpx = std::string_view(m_input->format_name()) == "dpx";
+    std::error_code fault;
+    if (isDpx && std::filesystem::file_size(file, fault) < leastDpxBytes(file))
+        throw unreadable(file, "the file breaks off");
     checkSize();
     OIIO::ImageSpec const& spec = m_input->spec();
-    m_width = spec.full_width;
-    m_height = spec.full_height;
-    m_dataLeft = spec.x - spec.full_x;
-    m_dataTop = spec.y - spec.full_y;
+    Window const window = displayWindow();
+    m_width = window.width;
+    m_height = window.height;
+    m_dataLeft = spec.x - window.left;
+    m_dataTop = spec.y - window.top;
     m_traits = traitsOf(spec);
+    m_traits.originX = window.left;
+    m_traits.originY = window.top;
     m_channels = mapChannels();
     noteWarnings();
     m_isAssociated = m_channels.alpha >= 0 && spec.get_int_attribute("oiio:UnassociatedAlpha") == 0;
     m_traits.isAssociated = m_isAssociated;
 }
 
+/// Other formats than OpenEXR know a position at most, and OpenImageIO's full size of them is the
+/// picture's own or a guess: all that is stored is the picture.
+PictureReader::Window PictureReader::displayWindow() const {
+    OIIO::ImageSpec const& spec = m_input->spec();
+    if (std::string_view(m_input->format_name()) == "openexr")
+        return {spec.full_x, spec.full_y, spec.full_width, spec.full_height};
+    return {spec.x, spec.y, spec.width, spec.height};
+}
+
 void PictureReader::checkSize() const {
     OIIO::ImageSpec const& spec = m_input->spec();
-    std::string const size =
-        std::to_string(spec.full_width) + "x" + std::to_string(spec.full_height);
+    Window const window = displayWindow();
+    std::string const size = std::to_string(window.width) + "x" + std::to_string(window.height);
     if (spec.deep || spec.depth > 1) {
         throw UserError(ExitCode::kInput,
                         {m_file.string(), "deep or volume picture of", size, "a flat picture"});
     }
-    bool const isEmpty = spec.width < 1 || spec.height < 1 || spec.full_width < 1 ||
-                         spec.full_height < 1 || spec.nchannels < 1;
-    if (isEmpty || spec.full_width > kLargestPx || spec.full_height > kLargestPx) {
+    bool const isEmpty = spec.width < 1 || spec.height < 1 || window.width < 1 ||
+                         window.height < 1 || spec.nchannels < 1;
+    if (isEmpty || window.width > kLargestPx || window.height > kLargestPx) {
         throw UserError(ExitCode::kInput,
                         {m_file.string(), isEmpty ? "picture of no size" : "picture too large:",
                          size, "sides from 1 to 32767 pixels"});
@@ -149,6 +181,12 @@ void PictureReader::noteWarnings() {
     }
     if (!dropped.empty())
         m_warnings.push_back(m_file.string() + ": channels dropped: \"" + oneLine(dropped) + "\"");
+    if (int const parts = spec.get_int_attribute("oiio:subimages", 1); parts > 1)
+        m_warnings.push_back(m_file.string() + ": only the first of " + std::to_string(parts) +
+                             " pictures is used");
+    auto const* profile = spec.find_attribute("ICCProfile");
+    if (profile && !isRgbProfile(*profile))
+        m_warnings.push_back(m_file.string() + ": colour profile dropped: it is not one for RGB");
     if (m_dataLeft < 0 || m_dataTop < 0 || m_dataLeft + spec.width > m_width ||
         m_dataTop + spec.height > m_height)
         m_warnings.push_back(m_file.string() + ": overscan outside the display window dropped");

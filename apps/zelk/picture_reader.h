@@ -1,12 +1,13 @@
 // A picture file as rows of red, green, blue, alpha: any channel count, any of OpenImageIO's
 // formats.
 //
-// Space: the picture is the file's display window. What the data window leaves of it is
-// transparent; what lies outside it (overscan) is dropped with a warning. Channels: the first three
-// that are not alpha are the colours, one or two are grey, missing alpha is opaque; a dropped
-// channel is told in one warning. Colour comes straight or associated (times alpha) as asked; it is
-// divided or multiplied in float, and associated colour passes as stored where alpha is 0. Rows are
-// read a strip at a time; the picture is never in memory twice.
+// Space: the picture is an OpenEXR file's display window; what the data window leaves of it is
+// transparent, what lies outside it (overscan) is dropped with a warning. Of other formats it is
+// all that is stored. Channels: the first three that are not alpha are the colours, one or two are
+// grey, missing alpha is opaque; a dropped channel is told in one warning. Colour comes straight or
+// associated (times alpha) as asked; it is divided or multiplied in float, and associated colour
+// passes as stored where alpha is 0. Rows are read a strip at a time; the picture is never in
+// memory twice.
 #pragma once
 
 #include <OpenImageIO/imageio.h>
@@ -30,6 +31,7 @@ struct PictureTraits {
     bool isHalf = false;
     bool hasAlpha = false;
     bool isAssociated = false;      ///< colour is stored times alpha
+    int bits = 0;                   ///< of a sample, where the file tells them
     int originX = 0, originY = 0;   ///< of the display window, pixels
     OIIO::ParamValueList metadata;  ///< all that is not about how the file stores its pixels
 };
@@ -65,6 +67,10 @@ private:
         int count;  ///< channels read, from the file's first on
     };
 
+    struct Window {
+        int left, top, width, height;
+    };
+
     template <class Channel, class Sink>
     void readRows(AlphaForm form, Sink const& sink);
     template <class Channel, class Stored, class Sink>
@@ -74,6 +80,7 @@ private:
     template <class Stored>
     void fetch(int firstRow, int endRow, Stored* values);
     ChannelMap mapChannels() const;
+    Window displayWindow() const;
     void checkSize() const;
     void noteWarnings();
     int stripRows() const;

@@ -1,10 +1,14 @@
 // Writing of results by OpenImageIO, a strip of rows at a time; see picture_writer.h.
 #include "apps/zelk/picture_writer.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
+#include <cmath>
 #include <cstring>
 #include <string_view>
 #include <vector>
@@ -22,7 +26,7 @@ namespace {
 namespace fs = std::filesystem;
 
 /// Formats whose writers take straight colour as it is.
-constexpr std::array<std::string_view, 4> kStraightFormats = {"png", "tiff", "targa", "webp"};
+constexpr std::array<std::string_view, 3> kStraightFormats = {"png", "tiff", "targa"};
 /// Formats whose writers notice a full disk; what another has written is read back.
 constexpr std::array<std::string_view, 13> kNotice = {"png",  "tiff",     "openexr", "targa", "bmp",
                                                       "webp", "jpeg2000", "pnm",     "dpx",   "hdr",
@@ -33,7 +37,10 @@ constexpr std::array<std::string_view, 8> kIntegerFormats = {"png", "jpeg", "tar
 /// Writers that leave no picture file.
 constexpr std::array<std::string_view, 2> kNoFiles = {"null", "term"};
 
-bool isOneOf(auto const& names, std::string_view name) {
+/// Sample sizes of DPX between 8 and 16 bits.
+constexpr std::array<int, 2> kDpxBits = {10, 12};
+
+bool isOneOf(auto const& names, auto const& name) {
     return std::find(names.begin(), names.end(), name) != names.end();
 }
 
@@ -45,7 +52,7 @@ UserError unwritable(fs::path const& target, std::string const& reason) {
 
 std::unique_ptr<OIIO::ImageOutput> makeWriter(fs::path const& target) {
     auto writer = OIIO::ImageOutput::create(target.string());
-    if (!writer || isOneOf(kNoFiles, writer->format_name())) {
+    if (!writer || isOneOf(kNoFiles, std::string_view(writer->format_name()))) {
         OIIO::geterror();
         throw UserError(ExitCode::kOutput,
                         {target.string(), "no picture format for the extension",
@@ -69,6 +76,7 @@ struct RowPlan {
     /// Colour where alpha is 0 goes over unchanged: it can't be divided, or was never multiplied.
     bool keepsUncovered = false;
     OIIO::TypeDesc type;  ///< of the file
+    int bits = 0;         ///< fewer than those of the type; 0 for all
 };
 
 /// The deepest samples of the format that `depth` asks for; writers take less by themselves.
@@ -82,24 +90,43 @@ OIIO::TypeDesc sampleType(std::string_view format, Depth depth, bool isHalf) {
 
 RowPlan planRows(OIIO::ImageOutput const& writer, WriteRequest const& request) {
     RowPlan plan;
-    if (request.opaque || !writer.supports("alpha")) plan.channels = 3;
-    plan.isStraight = plan.channels == 4 && isOneOf(kStraightFormats, writer.format_name());
+    std::string_view const format = writer.format_name();
+    // The writer of WebP takes colour with alpha to linear light in 8 bits, which ruins dark tones.
+    bool const holdsAlpha = writer.supports("alpha") && format != "webp";
+    if (request.opaque || !holdsAlpha) plan.channels = 3;
+    bool const staysAssociated = format == "tiff" && request.traits.isAssociated;
+    plan.isStraight = plan.channels == 4 && isOneOf(kStraightFormats, format) && !staysAssociated;
     plan.fromStraight = request.form == AlphaForm::kStraight;
     plan.keepsUncovered = plan.channels == 4 && (!plan.fromStraight || request.traits.isAssociated);
-    plan.type = sampleType(writer.format_name(), request.depth, request.traits.isHalf);
+    plan.type = sampleType(format, request.depth, request.traits.isHalf);
+    if (format == "dpx" && request.depth == Depth::k16 && isOneOf(kDpxBits, request.traits.bits))
+        plan.bits = request.traits.bits;
     return plan;
 }
 
-OIIO::ImageSpec specOf(World const& world, RowPlan const& plan, WriteRequest const& request) {
+/// What the writers would not do by themselves: straight colour, half, few bits, the least loss.
+void setStorage(std::string_view format, RowPlan const& plan, OIIO::ImageSpec& spec) {
+    if (plan.isStraight) spec.attribute("oiio:UnassociatedAlpha", 1);
+    if (plan.bits > 0) spec.attribute("oiio:BitsPerSample", plan.bits);
+    if (format == "tiff" && plan.type == OIIO::TypeHalf) spec.attribute("tiff:half", 1);
+    if (format == "webp") spec.attribute("compression", "lossless");
+    if (format == "jpeg") spec.attribute("jpeg:subsampling", "4:4:4");
+}
+
+OIIO::ImageSpec specOf(std::string_view format, World const& world, RowPlan const& plan,
+                       WriteRequest const& request) {
     OIIO::ImageSpec spec(world.width(), world.height(), plan.channels, plan.type);
     spec.x = spec.full_x = request.traits.originX;
     spec.y = spec.full_y = request.traits.originY;
     if (request.keepMetadata) {
         for (auto const& value : request.traits.metadata) spec.extra_attribs.push_back(value);
         spec.attribute("Software", "zelk " ZELK_VERSION);
-        if (!request.history.empty()) spec.attribute("Exif:ImageHistory", request.history);
+        std::string const earlier = spec.get_string_attribute("Exif:ImageHistory");
+        if (!request.history.empty())
+            spec.attribute("Exif:ImageHistory",
+                           earlier.empty() ? request.history : earlier + "\n" + request.history);
     }
-    if (plan.isStraight) spec.attribute("oiio:UnassociatedAlpha", 1);
+    setStorage(format, plan, spec);
     return spec;
 }
 
@@ -119,6 +146,12 @@ void storeRow(Channel const* rgba, int width, RowPlan const& plan, Stored* value
                 values[c] = plan.fromStraight ? values[c] * alpha : values[c] / alpha;
         }
     }
+}
+
+/// To the nearest of the file's steps; writers cut off what their samples can't hold.
+void roundToBits(int bits, std::vector<float>& values) {
+    auto const white = static_cast<float>((1 << bits) - 1);
+    for (float& value : values) value = std::floor(value * white + 0.5f) / white;
 }
 
 struct Written {
@@ -144,6 +177,9 @@ Written writeStrips(World const& world, RowPlan const& plan, OIIO::ImageOutput& 
             storeRow(rgba.data(), world.width(), plan,
                      &stored[rowValues * static_cast<std::size_t>(y)]);
         }
+        if constexpr (std::is_same_v<Stored, float>) {
+            if (plan.bits > 0) roundToBits(plan.bits, stored);
+        }
         if (!writer.write_scanlines(firstRow + top, firstRow + top + rows, 0,
                                     OIIO::BaseTypeFromC<Stored>::value, stored.data())) {
             return written;
@@ -157,14 +193,27 @@ Written writeStrips(World const& world, RowPlan const& plan, OIIO::ImageOutput& 
 Written writeRows(World const& world, RowPlan const& plan, OIIO::ImageOutput& writer) {
     return withChannelOf(world.depth(), [&](auto channel) {
         using Channel = decltype(channel);
-        bool const isExact = plan.isStraight && plan.fromStraight &&
+        bool const isExact = plan.isStraight && plan.fromStraight && plan.bits == 0 &&
                              plan.type == OIIO::BaseTypeFromC<Channel>::value;
         return isExact ? writeStrips<Channel, Channel>(world, plan, writer)
                        : writeStrips<Channel, float>(world, plan, writer);
     });
 }
 
+/// Whether two more blocks go behind the file's end: not on the full disk that a writer met.
+bool canGrow(fs::path const& path) {
+    int const file = ::open(path.c_str(), O_WRONLY | O_CLOEXEC);
+    struct stat state {};
+    bool canGrow = file >= 0 && ::fstat(file, &state) == 0 &&
+                   ::posix_fallocate(file, state.st_size, 2 * state.st_blksize) == 0;
+    canGrow = file >= 0 && ::ftruncate(file, state.st_size) == 0 && canGrow;
+    if (file >= 0) ::close(file);
+    return canGrow;
+}
+
+/// For writers that notice nothing; some readers of such formats notice nothing either.
 void checkWhole(fs::path const& file, fs::path const& target) {
+    if (!canGrow(file)) throw unwritable(target, std::strerror(ENOSPC));
     try {
         PictureReader(file).readThrough();
     } catch (UserError const&) {
@@ -200,7 +249,7 @@ std::string writePicture(World const& world, fs::path const& target, WriteReques
     auto const writer = makeWriter(target);  // gone before the file: its end may write once more
     RowPlan const plan = planRows(*writer, request);
     Written written;
-    if (writer->open(file.path().string(), specOf(world, plan, request)))
+    if (writer->open(file.path().string(), specOf(writer->format_name(), world, plan, request)))
         written = writeRows(world, plan, *writer);
     bool const isClosed = writer->close();
     std::string const error = writer->geterror();
@@ -208,10 +257,11 @@ std::string writePicture(World const& world, fs::path const& target, WriteReques
     bool const isHarmless = error.find("Exif data") != std::string::npos;
     if (!written.isWhole || !isClosed || !(error.empty() || isHarmless))
         throw unwritable(target, error);
-    if (!isOneOf(kNotice, writer->format_name())) checkWhole(file.path(), target);
+    if (!isOneOf(kNotice, std::string_view(writer->format_name()))) checkWhole(file.path(), target);
     file.putInPlace();
     if (plan.channels == 4 || request.opaque || !written.sawTransparency) return {};
-    return target.string() + ": the format has no alpha; the picture is written over black";
+    return target.string() +
+           ": alpha can't be kept in this format; the picture is written over black";
 }
 
 }  // namespace zelk

@@ -1,9 +1,10 @@
 // A world as a picture file, in the world's depth where the format holds it.
 //
 // Formats that keep straight colour get a straight world's values unchanged (16 bits: white 32768
-// becomes 65535). Between straight and associated colour values go in float and are rounded once;
-// where alpha is 0 they pass as they are. Formats without alpha get the picture over black, with a
-// warning when there was transparency.
+// becomes 65535), but a TIFF is associated where the file that it inherits from is. Between
+// straight and associated colour values go in float and are rounded once; where alpha is 0 they
+// pass as they are. Formats without alpha, and WebP, get the picture over black, with a warning
+// when there was transparency.
 #pragma once
 
 #include <filesystem>

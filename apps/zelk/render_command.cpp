@@ -167,6 +167,7 @@ void renderByModule(RenderRequest const& request, Host& host, RenderReport& repo
     WriteRequest ask;
     ask.depth = frame.depth;
     ask.traits = picture.traits();
+    ask.traits.isHalf = ask.traits.isHalf && !request.depth;
     write(request, output, ask, report.warnings);
     report.explanation.clock.lap("write");
 }

@@ -154,7 +154,7 @@ using Failures = ZelkTest;
 TEST_F(Failures, APictureOfNoSizeOrBeyondTheMemoryIsAnInputError) {
     put("none.png", pngHeader(0, 5));
     expectOneLine(run({"render", "none.png", "-o", "out.png"}), 3, {"none.png"});
-#if !defined(__SANITIZE_ADDRESS__)  // its shadow memory needs more address space
+#if !defined(__SANITIZE_ADDRESS__)             // its shadow memory needs more address space
     put("huge.png", pngHeader(32767, 32767));  // 34 GB in four rasters
     expectOneLine(run({"render", "huge.png", "-o", "out.png"}, {.addressSpace = 4u << 30}), 3,
                   {"huge.png", "memory", "32767x32767"});

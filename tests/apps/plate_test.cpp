@@ -97,11 +97,14 @@ TEST_F(Plate, TheDeeperOfTwoFilesAndThePlatesAlphaDecideTheOutput) {
     for (Case const& c :
          {Case{"l8.png", "p8.png", "", "uint8", 3}, Case{"l16.png", "p8.png", "", "uint16", 3},
           Case{"l8.png", "p16.tif", "", "uint16", 4}, Case{"l16.png", "ph.exr", "", "half", 4},
+          Case{"ph.exr", "", "", "half", 4}, Case{"ph.exr", "", "float", "float", 4},
           Case{"l8.png", "ph.exr", "float", "float", 4},
           Case{"l16.png", "p8.png", "8", "uint8", 3}}) {
-        std::string const out =
-            std::string("out") + std::filesystem::path(c.plate).extension().string();
-        std::vector<std::string> words = {"render", c.layer, "--over", c.plate, "-o", out};
+        // Without a plate: the layer in its own frame, by the module.
+        std::filesystem::path const model = *c.plate ? c.plate : c.layer;
+        std::string const out = "out" + model.extension().string();
+        std::vector<std::string> words = {"render", c.layer, "-o", out};
+        if (*c.plate) words.insert(words.end(), {"--over", c.plate});
         if (*c.depth) words.insert(words.end(), {"--depth", c.depth});
         ASSERT_EQ(run(words).exitCode, 0) << c.layer << " over " << c.plate;
         auto const picture = readPicture<float>(at(out));
