@@ -10,18 +10,14 @@
 #include "Transform/Common/Transform_Core_Render/calcMatrix.h"
 #include "apps/zelk/channel_values.h"
 #include "apps/zelk/parameter_names.h"
+#include "apps/zelk/parameter_values.h"
 #include "apps/zelk/world_rows.h"
 
 namespace zelk {
 
 namespace {
 
-enum View { kOriginal = 1, kFrom = 2, kTo = 3, kBoth = 4 };
 enum QuadMode { kUnitToTo = 2, kFromToTo = 3, kFromToUnit = 4 };
-
-double current(std::vector<Parameter> const& parameters, int index) {
-    return numberOf(parameters[static_cast<std::size_t>(index)].current);
-}
 
 /// Z order to the engine's pin order.
 void setPins(QV_UnitPoint (&pins)[4], Corners const& corners) {
@@ -48,11 +44,11 @@ PassReport passOf(char const* name, int quadMode, std::vector<Parameter> const& 
     setPins(core.toPins, quads.to);
     RenderSettings settings;
     settings.reposition = true;
-    settings.repositionTranslateX = current(parameters, kTranslateX);
-    settings.repositionTranslateY = current(parameters, kTranslateY);
-    settings.repositionScaleX = current(parameters, kScaleX);
-    settings.repositionScaleY = current(parameters, kScaleY);
-    settings.repositionRotate = current(parameters, kRotate);
+    settings.repositionTranslateX = currentNumber(parameters, kTranslateX);
+    settings.repositionTranslateY = currentNumber(parameters, kTranslateY);
+    settings.repositionScaleX = currentNumber(parameters, kScaleX);
+    settings.repositionScaleY = currentNumber(parameters, kScaleY);
+    settings.repositionRotate = currentNumber(parameters, kRotate);
     QV_Mtrx44 matrix;
     PassReport report;
     report.name = name;
@@ -81,7 +77,7 @@ PlanReport planOf(std::vector<Parameter> const& parameters, PinFrame const& fram
     constexpr char const* kFilters[] = {"nearest", "bilinear", "parzen", "parzen"};
     PlanReport plan;
     // Any module may be asked for: its controls need not be the ones that stand here.
-    int const quality = std::clamp(static_cast<int>(current(parameters, kQuality)), 1, 4);
+    int const quality = std::clamp(static_cast<int>(currentNumber(parameters, kQuality)), 1, 4);
     plan.quality = kQualities[quality - 1];
     plan.filter = kFilters[quality - 1];
 
@@ -92,20 +88,20 @@ PlanReport planOf(std::vector<Parameter> const& parameters, PinFrame const& fram
     plan.taps = settings.quality == 0 ? 1 : quality == 2 ? 2 : settings.taps;
     plan.scan = settings.quality == 0 ? "plain" : "area";
 
-    int const view = static_cast<int>(current(parameters, kViewMode));
-    if (view == kOriginal) return plan;
+    int const view = static_cast<int>(currentNumber(parameters, kViewMode));
+    if (view == kViewOriginal) return plan;
     PinQuads const quads = pinQuads(parameters, frame);
     PixelSize const layer = {frame.layerWidth, frame.layerHeight};
     PixelSize const whole = {frame.frameWidth, frame.frameHeight};
     auto const add = [&](char const* name, int mode, PixelSize to) {
         plan.passes.push_back(passOf(name, mode, parameters, quads, layer, to));
     };
-    if (view == kBoth && current(parameters, kCropToPins) == 0) {
+    if (view == kViewBoth && currentNumber(parameters, kCropToPins) == 0) {
         add("From quad to To quad", kFromToTo, whole);
         return plan;
     }
-    if (view != kTo && !quads.isFirstPassLeftOut) add("From quad to layer", kFromToUnit, layer);
-    if (view != kFrom) add("layer to To quad", kUnitToTo, whole);
+    if (view != kViewTo && !quads.isFirstPassLeftOut) add("From quad to layer", kFromToUnit, layer);
+    if (view != kViewFrom) add("layer to To quad", kUnitToTo, whole);
     return plan;
 }
 

@@ -26,6 +26,9 @@ enum ParameterPosition {
     kQuality = 48,
 };
 
+/// Entries of the View Mode popup, from 1.
+enum ViewEntry { kViewOriginal = 1, kViewFrom = 2, kViewTo = 3, kViewBoth = 4 };
+
 extern std::array<std::string_view, kParameterCount> const kParameterNames;
 
 /// Exact, but for the case of letters.

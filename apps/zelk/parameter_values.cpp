@@ -129,6 +129,10 @@ std::string colorText(PF_Pixel color) {
     return fmt::format("#{:02x}{:02x}{:02x}", color.red, color.green, color.blue);
 }
 
+double currentNumber(std::vector<Parameter> const& parameters, int index) {
+    return numberOf(parameters[static_cast<std::size_t>(index)].current);
+}
+
 double fromFixed(PF_Fixed fixed) { return fixed / 65536.0; }
 
 std::string defaultText(Parameter const& parameter) {

@@ -4,6 +4,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "apps/zelk/corners.h"
 #include "hostkit/parameters.h"
@@ -23,6 +24,9 @@ std::string colorText(PF_Pixel color);
 /// The default as setFromText would take it; a point's is in percent of the layer ("100%,0%").
 /// Empty for a parameter without a value.
 std::string defaultText(Parameter const& parameter);
+
+/// The current number of the parameter at `index`.
+double currentNumber(std::vector<Parameter> const& parameters, int index);
 
 /// 16.16 to a number.
 double fromFixed(PF_Fixed fixed);

@@ -10,10 +10,6 @@ namespace zelk {
 
 namespace {
 
-double current(std::vector<Parameter> const& parameters, int index) {
-    return numberOf(parameters[static_cast<std::size_t>(index)].current);
-}
-
 /// A pin as the effect receives it at reduced resolution, pixels: a 16.16 number again.
 double reducedPx(PF_Fixed fixed, int downsample) {
     return fromFixed(static_cast<PF_Fixed>(std::round(static_cast<double>(fixed) / downsample)));
@@ -36,8 +32,8 @@ Corners pinsAt(std::vector<Parameter> const& parameters, int index, PinFrame con
 /// An offset is in hundredths of the frame.
 Corners withOffsets(Corners pins, std::vector<Parameter> const& parameters, int index) {
     for (Point& pin : pins) {
-        pin.x += current(parameters, index++) * 0.01;
-        pin.y += current(parameters, index++) * 0.01;
+        pin.x += currentNumber(parameters, index++) * 0.01;
+        pin.y += currentNumber(parameters, index++) * 0.01;
     }
     return pins;
 }
@@ -51,9 +47,11 @@ bool isFirstPassLeftOut(std::vector<Parameter> const& parameters, Corners const&
     for (std::size_t i = 0; i < unit.size(); ++i) {
         if (!isNear(fromPins[i].x, unit[i].x) || !isNear(fromPins[i].y, unit[i].y)) return false;
     }
-    return isNear(current(parameters, kTranslateX), 0) &&
-           isNear(current(parameters, kTranslateY), 0) && isNear(current(parameters, kScaleX), 1) &&
-           isNear(current(parameters, kScaleY), 1) && isNear(current(parameters, kRotate), 0);
+    return isNear(currentNumber(parameters, kTranslateX), 0) &&
+           isNear(currentNumber(parameters, kTranslateY), 0) &&
+           isNear(currentNumber(parameters, kScaleX), 1) &&
+           isNear(currentNumber(parameters, kScaleY), 1) &&
+           isNear(currentNumber(parameters, kRotate), 0);
 }
 
 std::string complaint(char const* pins, QuadFault fault) {
@@ -88,13 +86,12 @@ PinQuads pinQuads(std::vector<Parameter> const& parameters, PinFrame const& fram
 }
 
 std::string unusablePins(std::vector<Parameter> const& parameters, PinFrame const& frame) {
-    enum View { kOriginal = 1, kFrom = 2, kTo = 3, kBoth = 4 };
-    int const view = static_cast<int>(current(parameters, kViewMode));
-    bool const isTwoPass = view == kBoth && current(parameters, kCropToPins) != 0;
+    int const view = static_cast<int>(currentNumber(parameters, kViewMode));
+    bool const isTwoPass = view == kViewBoth && currentNumber(parameters, kCropToPins) != 0;
     PinQuads const quads = pinQuads(parameters, frame);
-    bool usesFrom = view == kFrom || view == kBoth;
-    if ((view == kFrom || isTwoPass) && quads.isFirstPassLeftOut) usesFrom = false;
-    bool const usesTo = view == kTo || view == kBoth;
+    bool usesFrom = view == kViewFrom || view == kViewBoth;
+    if ((view == kViewFrom || isTwoPass) && quads.isFirstPassLeftOut) usesFrom = false;
+    bool const usesTo = view == kViewTo || view == kViewBoth;
 
     std::string why;
     if (usesFrom) why = complaint("the From Pins", checkQuad(quads.from));

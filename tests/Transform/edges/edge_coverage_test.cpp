@@ -10,6 +10,7 @@
 #include "effect/Render.h"
 #include "host/PluginHost_Memory_Impl.h"
 #include "tests/support/memory_controls.h"
+#include "tests/support/plane.h"
 #include "tests/support/random_quads.h"
 
 namespace {
@@ -20,35 +21,8 @@ using zelk::Random;
 constexpr int kWidth = 96, kHeight = 72;  // of the frame, pixels
 constexpr int kSubRows = 16;
 
-struct Point {
-    double x, y;
-};
-using Polygon = std::vector<Point>;
-
-/// The part of a convex polygon where a x + b y <= c.
-Polygon clipped(Polygon const& polygon, double a, double b, double c) {
-    Polygon out;
-    for (std::size_t i = 0; i < polygon.size(); ++i) {
-        Point const p = polygon[i], q = polygon[(i + 1) % polygon.size()];
-        double const dp = a * p.x + b * p.y - c, dq = a * q.x + b * q.y - c;
-        if (dp <= 0) out.push_back(p);
-        if ((dp <= 0) != (dq <= 0)) {
-            double const t = dp / (dp - dq);
-            out.push_back({p.x + t * (q.x - p.x), p.y + t * (q.y - p.y)});
-        }
-    }
-    return out;
-}
-
-double areaIn(Polygon polygon, double left, double top) {
-    polygon = clipped(clipped(polygon, -1, 0, -left), 1, 0, left + 1);
-    polygon = clipped(clipped(polygon, 0, -1, -top), 0, 1, top + 1);
-    double twice = 0;
-    for (std::size_t i = 0; i < polygon.size(); ++i) {
-        Point const p = polygon[i], q = polygon[(i + 1) % polygon.size()];
-        twice += p.x * q.y - q.x * p.y;
-    }
-    return std::fabs(twice) / 2;
+double areaIn(zelk::Polygon const& polygon, double left, double top) {
+    return std::fabs(zelk::signedArea(zelk::clipped(polygon, left, top, left + 1, top + 1)));
 }
 
 /// Alpha of a white layer pinned by its corners, row by row.
@@ -80,7 +54,7 @@ struct Comparison {
 };
 
 Comparison compare(Quad const& to, std::vector<double> const& alpha) {
-    Polygon outline;
+    zelk::Polygon outline;
     for (std::size_t corner : {0u, 1u, 3u, 2u})
         outline.push_back({to[2 * corner] * kWidth, to[2 * corner + 1] * kHeight});
     Comparison c;
