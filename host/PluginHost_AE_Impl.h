@@ -20,6 +20,10 @@ public:
     PluginHost_AE_Impl(PluginHost_AE_Impl const&) = delete;
     PluginHost_AE_Impl& operator=(PluginHost_AE_Impl const&) = delete;
 
+    /// The first code of a pixel format query that the host refused, or 516 where Premiere Pro has
+    /// no suite to ask; else 0. The image was then taken for one of 8 bits, so whatever was done
+    /// with it is in doubt.
+    PF_Err queryError() const { return m_queryError; }
     bool isModern() const { return in_data->version.minor > 11; }
     void clearPProSuite() {}
 
@@ -160,6 +164,11 @@ public:
     int getAppColor(int which, int& red, int& green, int& blue) override;
     int getMousePos(long& x, long& y) override;
     void refreshUi() override;
+    /// A modal window of the desktop with the picture whose resource id stands in `resource`, and
+    /// two lines of text, 255 bytes of each. Returns when the user closes it, or at once where no
+    /// application shows such windows.
+    void showAboutBox(int a, void* resource, void* c, char const* text1,
+                      char const* text2) override;
     int transformWorld(PluginRaster_API* from, QV_FloatMatrix* matrix, QV_Rect* rect,
                        PluginRaster_API* to) override;
 
@@ -207,9 +216,10 @@ public:
 private:
     bool tellsPixelFormats() const { return isModern() && worldSuite; }
     void describeWorld(PF_EffectWorld* world, bool isLayer, RasterInfo* info);
-    PF_PixelFormat formatOfWorld(PF_EffectWorld const* world) const;
+    PF_PixelFormat formatOfWorld(PF_EffectWorld const* world);
     PluginRaster_API* copyLayerAt(int index, int time, bool refuseEmpty);
 
+    PF_Err m_queryError = PF_Err_NONE;
     friend class PluginRaster_AE_Impl;
 };
 

@@ -7,6 +7,7 @@
 #include "host/PluginHost_AE_Impl.h"
 #include "host/PluginRaster_AE_Impl.h"
 #include "host/SuiteAccess.h"
+#include "platform/services/ModalWindow.h"
 
 namespace {
 
@@ -23,6 +24,28 @@ A_long hostCode(A_long const (&codes)[N], long which) {
     return which >= 0 && which < static_cast<long>(N) ? codes[which] : -1;
 }
 
+/// Copies `text` up to the end of `to`, the terminator included.
+template <std::size_t N>
+void copyText(A_char (&to)[N], char const* text) {
+    const std::size_t length = std::min(std::strlen(text), N - 1);
+    std::memcpy(to, text, length);
+    to[length] = '\0';
+}
+
+constexpr int kReturnKey = 13, kEscapeKey = 27;
+
+/// The about box before its picture and texts are known.
+constexpr ModalWindow kAboutBox = {.widthPx = 536,
+                                   .heightPx = 340,
+                                   .pictureId = 0,
+                                   .pictureInsetPx = 2,
+                                   .fontFamily = "Trebuchet MS",
+                                   .fallbackFont = 21,
+                                   .fontSizePt = 12,
+                                   .textColor = 30,
+                                   .closingKeys = {kReturnKey, kEscapeKey},
+                                   .lines = {{"", 10, 25}, {"", 10, 10}}};
+
 PF_PathOutlinePtr outline(void* path) { return static_cast<PF_PathOutlinePtr>(path); }
 
 PF_PathDataSuite1 const& dataSuite(void* suite) {
@@ -36,10 +59,7 @@ PF_PathQuerySuite1 const& querySuite(void* suite) {
 }  // namespace
 
 void PluginHost_AE_Impl::showWarning(char const* text) {
-    const std::size_t length =
-        std::min(std::strlen(text), static_cast<std::size_t>(kReturnMessageSize - 1));
-    std::memcpy(out_data->return_msg, text, length);
-    out_data->return_msg[length] = '\0';
+    copyText(out_data->return_msg, text);
     out_data->out_flags |= PF_OutFlag_DISPLAY_ERROR_MESSAGE;
 }
 
@@ -84,6 +104,15 @@ int PluginHost_AE_Impl::getMousePos(long& x, long& y) {
     x = point.h;
     y = point.v;
     return 0;
+}
+
+void PluginHost_AE_Impl::showAboutBox(int, void* resource, void*, char const* text1,
+                                      char const* text2) {
+    ModalWindow window = kAboutBox;
+    window.pictureId = reinterpret_cast<std::intptr_t>(resource);
+    copyText(window.lines[0].text, text1);
+    copyText(window.lines[1].text, text2);
+    showModalWindow(&window);
 }
 
 int PluginHost_AE_Impl::transformWorld(PluginRaster_API* from, QV_FloatMatrix* matrix,

@@ -50,12 +50,16 @@ PixelType PluginRaster_AE_Impl::getPixelType() {
 
 void PluginRaster_AE_Impl::setHost(PluginHost_API* newHost) { host = newHost->getAEHost(); }
 
-PF_PixelFormat PluginHost_AE_Impl::formatOfWorld(PF_EffectWorld const* world) const {
+PF_PixelFormat PluginHost_AE_Impl::formatOfWorld(PF_EffectWorld const* world) {
     PF_PixelFormat format = 0;
+    PF_Err err = PF_Err_NONE;
     if (tellsPixelFormats())
-        worldSuite->PF_GetPixelFormat(world, &format);
+        err = worldSuite->PF_GetPixelFormat(world, &format);
+    else if (isModern() && isApplication(kAppPremierePro))
+        err = PF_Err_BAD_CALLBACK_PARAM;  // its channel order is told by the missing suite alone
     else if (world->world_flags & PF_WorldFlag_DEEP)
         format = PF_PixelFormat_ARGB64;
+    if (!m_queryError) m_queryError = err;
     return format;
 }
 
@@ -63,8 +67,11 @@ void PluginHost_AE_Impl::describeWorld(PF_EffectWorld* world, bool isLayer, Rast
     PF_Pixel8* pixels8 = static_cast<PF_Pixel8*>(world->data);
     PF_Pixel16* pixels16 = static_cast<PF_Pixel16*>(world->data);
     if (!isApplication(kAppPremierePro)) {
-        in_data->utils->get_pixel_data8(world, nullptr, &pixels8);
-        in_data->utils->get_pixel_data16(world, nullptr, &pixels16);
+        // A refused query leaves what the record itself says.
+        PF_Pixel8* told8 = nullptr;
+        PF_Pixel16* told16 = nullptr;
+        if (!in_data->utils->get_pixel_data8(world, nullptr, &told8)) pixels8 = told8;
+        if (!in_data->utils->get_pixel_data16(world, nullptr, &told16)) pixels16 = told16;
     }
     const Layout layout = layoutOf(formatOfWorld(world));
     *info = {};

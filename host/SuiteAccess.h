@@ -17,6 +17,15 @@ PF_Err AEFX_AcquireSuite(PF_InData* in_data, PF_OutData* out_data, char const* n
 PF_Err AEFX_ReleaseSuite(PF_InData* in_data, PF_OutData* out_data, char const* name, int version,
                          char const* error);
 
+/// Like AEFX_AcquireSuite, but optional: interfaces before major version 12 give 516 without a
+/// message, and later ones too when `silent`. The message names the suite.
+PF_Err Transform_AcquireSuite(PF_InData* in_data, PF_OutData* out_data, char const* name,
+                              int version, void** suite, bool silent);
+
+/// 0, or 516 as above.
+PF_Err Transform_ReleaseSuite(PF_InData* in_data, PF_OutData* out_data, char const* name,
+                              int version, bool silent);
+
 /// What a single acquisition names.
 struct SuiteName {
     char const* name;

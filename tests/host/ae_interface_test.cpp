@@ -1,6 +1,7 @@
 // The binding's plain operations and the host's interface suites, which stand-ins answer here.
 #include <cmath>
 
+#include "platform/services/ModalWindow.h"
 #include "tests/host/ae_host.h"
 
 using namespace zelk_test;
@@ -114,6 +115,36 @@ TEST(AEInterface, TransformWorldPassesTheHostItsOwnWords) {
         };
         EXPECT_EQ(ae.transformWorld(&image, &matrix, &rect, &image), 17);
     });
+}
+
+TEST(AEInterface, TheAboutBoxNeedsAnApplicationThatShowsIt) {
+    ProbeHost host(kOlderAE);
+    std::vector<ModalWindow> shown;
+    const ModalWindowBackend recorder = {
+        &shown, [](void* to, ModalWindow const* window) {
+            static_cast<std::vector<ModalWindow>*>(to)->push_back(*window);
+        }};
+    const std::string text(300, 'x');
+    inRender(host, zelk::Depth::k8, [&](PluginHost_AE_Impl& ae) {
+        for (auto backend : {static_cast<ModalWindowBackend const*>(nullptr), &recorder,
+                             static_cast<ModalWindowBackend const*>(nullptr)}) {
+            installModalWindowBackend(backend);
+            ae.showAboutBox(1, reinterpret_cast<void*>(130), nullptr, "Zelk", text.c_str());
+        }
+    });
+    ASSERT_EQ(shown.size(), 1u);
+    ModalWindow const& w = shown[0];
+    EXPECT_STREQ(w.lines[0].text, "Zelk");
+    EXPECT_EQ(w.lines[1].text, text.substr(0, 255));
+    EXPECT_EQ((std::vector<long>{w.widthPx, w.heightPx, w.pictureId, w.lines[0].aboveBottomPx,
+                                 w.lines[1].aboveBottomPx, w.closingKeys[0], w.closingKeys[1]}),
+              (std::vector<long>{536, 340, 130, 25, 10, 13, 27}));
+    // A third down the free height, and never off screen.
+    for (int freePx : {-30, 6, 600}) {
+        auto const place = placeOfModalWindow(&w, 536 + freePx, 340 + freePx);
+        EXPECT_EQ(place.leftPx, std::max(0, freePx / 2));
+        EXPECT_EQ(place.topPx, std::max(0, freePx / 3));
+    }
 }
 
 TEST(AEInterface, APathsVertexIsSorted) {

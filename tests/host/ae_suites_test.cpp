@@ -1,6 +1,10 @@
-// Suites: single acquisitions with their messages, and those that a host object holds.
+// Suites: single acquisitions with their messages, those that a host object holds, and the table.
 #include "host/SuiteAccess.h"
 
+#include <algorithm>
+#include <set>
+
+#include "host/AEGP_SuiteHandler.h"
 #include "tests/host/ae_host.h"
 
 using namespace zelk_test;
@@ -27,6 +31,41 @@ TEST(SuiteAccess, AMissingSuiteIsToldToTheUser) {
         });
         EXPECT_EQ(released.code, hasSuites ? 0 : 516);
         EXPECT_EQ(released.message, hasSuites ? "" : "Not able to release AEFX Suite.");
+    }
+}
+
+TEST(SuiteAccess, TransformSuitesNeedMajor12AndAreSilentIfAsked) {
+    struct Case {
+        A_short major;
+        bool hasSuites;
+        std::string name;
+        int acquired, released;
+    };
+    for (Case const& c : {Case{11, true, kPFColorParamSuite, 516, 516},
+                          {11, false, kPFColorParamSuite, 516, 516},
+                          {12, true, kPFColorParamSuite, 0, 0},
+                          {12, true, "No Such Suite", 516, 0},
+                          {12, false, kPFColorParamSuite, 516, 516}}) {
+        zelk::HostOptions options = optionsOf({kAppAfterEffects, {c.major, 27}});
+        options.offerSuites = c.hasSuites;
+        ProbeHost host(options);
+        for (int i = 0; i < 4; ++i) {
+            const bool isRelease = i % 2 != 0, silent = i / 2 != 0;
+            auto const result = host.bare([&](ProbeCall const& call) -> PF_Err {
+                auto [command, in, out, params, output] = call;
+                void* suite = &host;
+                if (isRelease) return Transform_ReleaseSuite(in, out, c.name.c_str(), 1, silent);
+                const PF_Err err =
+                    Transform_AcquireSuite(in, out, c.name.c_str(), 1, &suite, silent);
+                EXPECT_EQ(suite == nullptr, err != 0);
+                return err;
+            });
+            EXPECT_EQ(result.code, isRelease ? c.released : c.acquired) << c.major << c.name;
+            const bool isTold = result.code != 0 && c.major >= 12 && !silent;
+            std::string const text = isRelease ? "Not able to release " : "Not able to acquire ";
+            EXPECT_EQ(result.outFlags, isTold ? 0x100u : 0u);
+            EXPECT_EQ(result.message, isTold ? text + c.name : "");
+        }
     }
 }
 
@@ -86,4 +125,77 @@ TEST(SuiteAccess, AMissingSuiteDisablesOnlyWhatNeedsIt) {
         EXPECT_EQ(result.message, c.message);
         EXPECT_EQ(result.outFlags, 0x100u);
     }
+}
+
+namespace {
+
+using Log = std::vector<std::string>;
+
+/// What a basic suite of the test's own was asked: "+name version" and "-name version".
+struct Lender {
+    Log log;
+    std::size_t refusedCall = 0;  ///< counted from 1
+    A_long status = 0;            ///< of the refused call
+    bool lendsAnyway = false;     ///< a table with the refused call
+};
+Lender lender;
+
+std::string entry(char sign, char const* name, A_long version) {
+    return sign + std::string(name) + " " + std::to_string(version);
+}
+
+constexpr SPBasicSuite kLender = {
+    [](char const* name, A_long version, void const** suite) -> A_long {
+        lender.log.push_back(entry('+', name, version));
+        const bool isRefused = lender.log.size() == lender.refusedCall;
+        *suite = isRefused && !lender.lendsAnyway ? nullptr : &lender;
+        return isRefused ? lender.status : 0;
+    },
+    [](char const* name, A_long version) -> A_long {
+        return lender.log.push_back(entry('-', name, version)), 0;
+    }};
+
+/// Asks for the last suite of the list first and for each one twice. Gives what was thrown.
+int takeAll(SPBasicSuite const* basic) try {
+    AEGP_SuiteHandler suites(basic);
+    suites.get(&AEGP_SuiteHandler::Color16Suite1);
+    for (int i = 0; i < 2; ++i) {
+#define AEGP_SUITE(type, field, name, version) \
+    EXPECT_EQ(suites.get(&AEGP_SuiteHandler::field), static_cast<void const*>(&lender));
+#include "host/AEGP_SuiteList.inc"
+    }
+    suites.ReleaseAllSuites();  // leaves nothing to the destructor
+    return 0;
+} catch (int code) {
+    return code;
+}
+
+}  // namespace
+
+TEST(SuiteHandler, EachSuiteIsLentOnceAndTheListGoesBackInItsOrder) {
+    Log asked, returned;
+#define AEGP_SUITE(type, field, name, version) \
+    asked.push_back(entry('+', name, version)), returned.push_back(entry('-', name, version));
+#include "host/AEGP_SuiteList.inc"
+    const std::size_t all = asked.size();
+    EXPECT_EQ(all, 95u);
+    EXPECT_EQ(std::set<std::string>(asked.begin(), asked.end()).size(), 94u);
+    std::rotate(asked.begin(), asked.end() - 1, asked.end());
+    EXPECT_EQ(takeAll(nullptr), 516);
+
+    struct Refusal {
+        A_long status;
+        bool lendsAnyway;
+    };
+    // What came with a refusal goes back too. The call after the last suite's isn't made.
+    for (std::size_t call = 1; call <= all + 1; ++call)
+        for (Refusal const& refusal : {Refusal{0, false}, {9, false}, {9, true}}) {
+            lender = {{}, call, refusal.status, refusal.lendsAnyway};
+            EXPECT_EQ(takeAll(&kLender), call > all ? 0 : 516);
+            Log expected(asked.begin(), asked.begin() + std::min(call, all));
+            const std::size_t lent = refusal.lendsAnyway ? call : call - 1;
+            for (std::size_t i = 0; i < all; ++i)
+                if ((i + 1) % all < lent) expected.push_back(returned[i]);
+            ASSERT_EQ(lender.log, expected) << "call " << call << " status " << refusal.status;
+        }
 }
