@@ -15,6 +15,7 @@
 
 #include "Transform/Common/PixelTraits.h"
 #include "Transform/Common/Transform_Core_Render/Premult.h"
+#include "Transform/Common/Transform_Core_Render/TransferModes.h"
 #include "effect/PipelineFrame.h"
 #include "effect/PixelPasses.h"
 #include "effect/TransferMenu.h"
@@ -53,15 +54,21 @@ void enterStraight(PipelineFrame& frame) {
     unPremultiply<Trait>(frame, frame.rasters.out);
 }
 
-/// Lays the result over the source by the Transfer Mode. In float, Screen is Add.
+/// Lays the result over the source by the Transfer Mode: by the host's own compositing, or where it
+/// has none by ours. In float, Screen is Add.
 template <class Trait>
 PF_Err transfer(PipelineFrame& frame, double cornerOpacity, double sourceOpacity) {
-    constexpr PF_Err kNoTransferWithoutHost = 1;
     A_long mode = transferModeOfEntry(frame.args.transferMode);
     if (Trait::kIsFloat && mode == PF_Xfer_SCREEN) mode = PF_Xfer_ADD;
-    if (!frame.host->getAEHost()) return kNoTransferWithoutHost;
-    return frame.host->blend(mode, cornerOpacity, sourceOpacity, frame.rasters.work,
-                             frame.rasters.out);
+    constexpr PF_Err kNoBackground = 1;
+    PipelineRasters& rasters = frame.rasters;
+    if (frame.host->getAEHost())
+        return frame.host->blend(mode, cornerOpacity, sourceOpacity, rasters.work, rasters.out);
+    // In a frame of another size than the layer's there is no untransformed source to lay it over.
+    if (hasOwnFrame(frame)) return kNoBackground;
+    return transferByMode<Trait>(mode, frame.host, static_cast<float>(cornerOpacity),
+                                 static_cast<float>(sourceOpacity), rasters.out, rasters.work,
+                                 rasters.out);
 }
 
 /// Nothing after a failed pass. Without a transfer mode only the result's own opacity counts.
@@ -98,9 +105,8 @@ void leaveStraight(PipelineFrame& frame) {
 /// controls ask. The result is 0; or the host's code for a control, an image or a transfer that it
 /// refused; or 1 for an image refused without a code. Where a control or an image was refused the
 /// output is cleared. A direct pass (Both Pins without Crop To Pins) passes its code on; the two
-/// passes of the other views don't.
-/// A Transfer Mode other than "None" needs the host's own compositing: on a host without an After
-/// Effects side the result is 1 and the output is the transform alone at full opacity.
+/// passes of the other views don't. A Transfer Mode in a frame of another size than the layer's is
+/// 1, and the output the transform alone at full opacity.
 template <class Trait, class Channel, class Wide, class Weight, class Format>
 PF_Err CornerPinRender(PluginHost_API* host) {
     PipelineFrame frame(host);

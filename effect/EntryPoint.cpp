@@ -7,7 +7,8 @@
 #include <new>
 
 #include "Transform/Common/Transform_Core_Render/ompc.h"
-#include "effect/Render.h"
+#include "effect/HostRender.h"
+#include "effect/SmartRender.h"
 #include "host/PluginHost_AE_Impl.h"
 #include "params/ParamsSetup.h"
 #include "platform/effect_api/effect_events.h"
@@ -29,6 +30,7 @@ struct Call {
     PF_OutData* out_data;
     PF_ParamDef** params;
     PF_LayerDef* output;
+    void* extra;  ///< the command's own record
 };
 
 PF_Err about(Call const& call) {
@@ -65,7 +67,7 @@ PF_Err paramsSetup(Call const& call) {
 
 PF_Err render(Call const& call) {
     PluginHost_AE_Impl host(call.in_data, call.out_data, call.params, call.output);
-    return Render(&host);
+    return renderOnHost(host);
 }
 
 PF_Err dispatch(PF_Cmd cmd, Call const& call) {
@@ -78,6 +80,12 @@ PF_Err dispatch(PF_Cmd cmd, Call const& call) {
             return paramsSetup(call);
         case PF_Cmd_RENDER:
             return render(call);
+        case PF_Cmd_SMART_PRE_RENDER:
+            return SmartPreRender(call.in_data, call.out_data, call.params, call.output,
+                                  static_cast<PF_PreRenderExtra*>(call.extra));
+        case PF_Cmd_SMART_RENDER:
+            return SmartRender(call.in_data, call.out_data, call.params, call.output,
+                               static_cast<PF_SmartRenderExtra*>(call.extra));
         default:
             return PF_Err_NONE;
     }
@@ -86,10 +94,10 @@ PF_Err dispatch(PF_Cmd cmd, Call const& call) {
 }  // namespace
 
 PF_Err EntryPointFunc(PF_Cmd cmd, PF_InData* in_data, PF_OutData* out_data, PF_ParamDef** params,
-                      PF_LayerDef* output, void*) {
+                      PF_LayerDef* output, void* extra) {
     const OmpcThreadScope threads;
     try {
-        return dispatch(cmd, {in_data, out_data, params, output});
+        return dispatch(cmd, {in_data, out_data, params, output, extra});
     } catch (int err) {
         return err;
     } catch (std::bad_alloc const&) {

@@ -58,13 +58,6 @@ bool isSameSize(PluginHost_API::RasterInfo const& a, PluginHost_API::RasterInfo 
     return a.width == b.width && a.height == b.height;
 }
 
-/// Layer and frame have sizes of their own: on bindings other than After Effects, and where the
-/// caller has not set rectangles.
-bool hasOwnFrame(PipelineFrame const& frame) {
-    return !frame.host->getAEHost() && !frame.hostSettings &&
-           !isSameSize(frame.workInfo, frame.outInfo);
-}
-
 /// Otherwise the passes draw the layer's size, and the output has to hold it.
 bool fits(PipelineFrame const& frame) {
     return hasOwnFrame(frame) || (frame.outInfo.width >= frame.workInfo.width &&
@@ -123,6 +116,11 @@ void renderTwoPasses(PipelineFrame& frame, CoreRenderArguments& core, RenderSett
 }
 
 }  // namespace
+
+bool hasOwnFrame(PipelineFrame const& frame) {
+    return !frame.host->getAEHost() && !frame.hostSettings &&
+           !isSameSize(frame.workInfo, frame.outInfo);
+}
 
 PF_Err readFrame(PipelineFrame& frame) {
     takeMargin(frame);

@@ -43,6 +43,10 @@ struct PipelineFrame {
     PF_Err result = 0;
 };
 
+/// Layer and frame have sizes of their own: on bindings other than After Effects, and where the
+/// caller has not set rectangles. Known once there is a working copy.
+bool hasOwnFrame(PipelineFrame const& frame);
+
 /// Takes the Grow Bounds margin out of the host's settings, reads all controls and chooses the
 /// passes. 0, or the host's code when a control could not be read; the output is then cleared.
 PF_Err readFrame(PipelineFrame& frame);

@@ -147,6 +147,10 @@ void Host::Impl::registerParameter(PF_ParamDef const& def) {
     parameters.push_back(std::move(parameter));
 }
 
+PF_RationalScale Host::Impl::pixelAspect() const {
+    return ratioOf(running.scene->frame.pixelAspect);
+}
+
 PF_InData Host::Impl::inDataFor(CommandScene const& what) {
     FrameRequest const& frame = what.frame;
     PF_InData in{};
@@ -193,7 +197,10 @@ PF_OutData Host::Impl::outDataFor(CommandScene const& what) const {
 void Host::Impl::keepAnswers(A_long which, PF_OutData const& out) {
     globalData = out.global_data;
     if (globalData) handles.handOver(globalData);
-    if (which == PF_Cmd_GLOBAL_SETUP) effectVersion = out.my_version;
+    if (which == PF_Cmd_GLOBAL_SETUP) {
+        effectVersion = out.my_version;
+        announcedFlags2 = out.out_flags2;
+    }
     if (which == PF_Cmd_PARAMS_SETUP) announcedParamCount = out.num_params;
 }
 
@@ -290,6 +297,10 @@ CommandResult Host::bareCommand(A_long command) { return m_impl->run(command, {}
 HostIdentity const& Host::identity() const { return m_impl->options.identity; }
 A_u_long Host::effectVersion() const { return m_impl->effectVersion; }
 A_long Host::announcedParamCount() const { return m_impl->announcedParamCount; }
+bool Host::supportsSmartRender() const {
+    return m_impl->announcedFlags2 & PF_OutFlag2_SUPPORTS_SMART_RENDER;
+}
+
 bool Host::registeredCustomUi() const { return m_impl->customUi.has_value(); }
 
 PF_CustomUIInfo const& Host::customUi() const {
@@ -315,24 +326,6 @@ WorldSpec Host::worldSpec(int width, int height, Depth depth) const {
                         "version above 11",
                         version.major, version.minor));
     return m_impl->worldSpec(width, height, depth);
-}
-
-CommandResult Host::render(World& input, World& output, FrameRequest const& frame) {
-    auto const require = [](bool holds, char const* what) {
-        if (!holds) throw HostError(what);
-    };
-    require(input.record() && output.record(), "a render needs an input and an output image");
-    require(input.width() == output.width() && input.height() == output.height(),
-            "input and output of a render differ in size, expected one size");
-    require(frame.downsample >= 1, "the downsample factor of a render is below 1");
-    for (World const* world : {&input, &output}) {
-        WorldSpec const own = worldSpec(world->width(), world->height(), input.depth());
-        require(world->depth() == own.depth && world->spec().bgra == own.bgra,
-                "an image of a render has not the layout that this host gives its effects");
-    }
-    LentWorld const lentInput(m_impl->worlds, input);
-    LentWorld const lentOutput(m_impl->worlds, output);
-    return m_impl->run(PF_Cmd_RENDER, {frame, &input, &output, nullptr}, true);
 }
 
 CallMonitor& Host::monitor() { return m_impl->monitor; }

@@ -11,6 +11,8 @@
 
 #include <filesystem>
 #include <memory>
+#include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -70,6 +72,28 @@ struct CommandResult {
     Outstanding outstanding;
 };
 
+/// Frees what an effect keeps from its pre-render, by the effect's own function where it gave one.
+struct PreRenderDataDeleter {
+    PF_DeletePreRenderDataFunc free = nullptr;
+    void operator()(void* data) const {
+        if (free) free(data);
+    }
+};
+
+/// What a smart render agreed on before it draws. Rectangles in pixels of the layer at the render's
+/// resolution, half-open. It must not outlive its Host, whose effect frees the data in it.
+struct PreRenderResult {
+    CommandResult command;
+    PF_LRect resultRect{}, maxResultRect{};  ///< what the effect will draw, and could draw
+    bool solid = false;                      ///< opaque all over
+    A_short flags = 0;                       ///< PF_RenderOutputFlag_*
+    Depth depth = Depth::k8;                 ///< of the frame, as the host told it
+    PF_LRect asked{};                        ///< the output that the host asked for
+    std::set<A_long> agreed;                 ///< identifiers of the layers that were checked out
+    PF_RenderRequest layerRequest{};         ///< what was asked of the last of them
+    std::unique_ptr<void, PreRenderDataDeleter> data;  ///< the effect's own
+};
+
 class Host {
 public:
     /// Loads the module and runs PF_Cmd_GLOBAL_SETUP and PF_Cmd_PARAMS_SETUP. Throws HostError when
@@ -92,6 +116,7 @@ public:
     HostIdentity const& identity() const;
     A_u_long effectVersion() const;      ///< my_version as the effect announced it
     A_long announcedParamCount() const;  ///< out_data->num_params
+    bool supportsSmartRender() const;    ///< as the global set-up announced
     bool registeredCustomUi() const;
     PF_CustomUIInfo const& customUi() const;
 
@@ -111,6 +136,18 @@ public:
     /// HostError otherwise). Points go to the effect multiplied by 1 / downsample, except to "PrMr"
     /// 12.4, where the effect does it.
     CommandResult render(World& input, World& output, FrameRequest const& frame);
+
+    /// PF_Cmd_SMART_PRE_RENDER: asks the effect what it would draw of `asked` (nothing stands for
+    /// the layer's bounds) from `layer`, null for a layer without pixels, whose size `frame` then
+    /// tells. No pixel is read. HostError for an effect without smart rendering.
+    PreRenderResult preRender(World* layer, Depth depth, FrameRequest const& frame,
+                              std::optional<PF_LRect> const& asked = std::nullopt);
+    /// The world that smartRender draws into: of the size of the agreed rectangle, its origin the
+    /// rectangle's corner. HostError for an answer that can't be drawn.
+    World outputFor(PreRenderResult const& agreed) const;
+    /// PF_Cmd_SMART_RENDER into a world of outputFor. `layer` and `frame` as in the pre-render.
+    CommandResult smartRender(World* layer, World& output, PreRenderResult const& agreed,
+                              FrameRequest const& frame);
 
     CallMonitor& monitor();
 

@@ -26,12 +26,22 @@ struct Moment {
     A_u_long scale = 0;
 };
 
+/// The smart render protocol's state within one command.
+struct SmartScene {
+    World* layer = nullptr;   ///< null for a layer without pixels
+    World* output = nullptr;  ///< null in a pre-render
+    /// Check-out identifiers: agreed on by the pre-render, and those whose pixels are out.
+    std::set<A_long> agreed, pixelsOut;
+    PF_RenderRequest layerRequest{};  ///< of the last check-out
+};
+
 /// What a command works on besides the effect's own state.
 struct CommandScene {
     FrameRequest frame;
     World* input = nullptr;
     World* output = nullptr;
     void* extra = nullptr;
+    SmartScene* smart = nullptr;
 };
 
 /// Null pointers between commands.
@@ -61,6 +71,7 @@ struct Host::Impl {
     std::deque<std::string> texts;  ///< what the text pointers of parameters lead to
     std::optional<PF_CustomUIInfo> customUi;
     A_u_long effectVersion = 0;
+    A_u_long announcedFlags2 = 0;  ///< out_flags2 of the global set-up
     A_long announcedParamCount = 0;
     PF_Handle globalData = nullptr;
     bool isSetUp = false;
@@ -82,6 +93,9 @@ struct Host::Impl {
 
     /// The layout of this host's images, whether it has that depth or not.
     WorldSpec worldSpec(int width, int height, Depth depth) const;
+    /// Throws HostError for a world in another layout than this host gives its effects.
+    void requireOwnLayout(World const& world) const;
+    PF_RationalScale pixelAspect() const;  ///< of the running command's frame
     /// A world for the effect; a PF_Err, and `record` untouched when it is not 0.
     PF_Err makeWorld(WorldSpec const& spec, bool clear, PF_EffectWorld* record);
     PF_Err disposeWorld(std::string_view caller, PF_EffectWorld* record);
@@ -130,5 +144,7 @@ PF_Err answerCall(std::string_view name, PF_ProgPtr effectRef, Body&& body) {
 PF_InteractCallbacks interCallbacks();
 PF_UtilCallbacks utilCallbacks(HostOptions const& options);
 SPBasicSuite const* basicSuite();
+PF_PreRenderCallbacks preRenderCallbacks();
+PF_SmartRenderCallbacks smartRenderCallbacks();
 
 }  // namespace zelk

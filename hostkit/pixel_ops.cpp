@@ -1,5 +1,4 @@
-// Row by row copies and fills. Bounds are reckoned in int, so that 16-bit rectangles may name any
-// place.
+// Row by row copies and fills.
 #include "hostkit/pixel_ops.h"
 
 #include <algorithm>
@@ -7,26 +6,6 @@
 
 namespace zelk {
 namespace {
-
-struct Bounds {
-    int left, top, right, bottom;
-    bool empty() const { return right <= left || bottom <= top; }
-};
-
-Bounds boundsOf(World const& world) { return {0, 0, world.width(), world.height()}; }
-
-Bounds rectOr(PF_Rect const* rect, Bounds all) {
-    return rect ? Bounds{rect->left, rect->top, rect->right, rect->bottom} : all;
-}
-
-Bounds shifted(Bounds b, int dx, int dy) {
-    return {b.left + dx, b.top + dy, b.right + dx, b.bottom + dy};
-}
-
-Bounds meet(Bounds a, Bounds b) {
-    return {std::max(a.left, b.left), std::max(a.top, b.top), std::min(a.right, b.right),
-            std::min(a.bottom, b.bottom)};
-}
 
 std::byte* pixelAt(World& world, int x, int y) {
     return world.row(y) + static_cast<std::ptrdiff_t>(x) * pixelBytes(world.depth());
@@ -38,6 +17,25 @@ void store(std::byte (&bytes)[16], Channel const (&channels)[4]) {
 }
 
 }  // namespace
+
+Bounds Bounds::of(World const& world) { return {0, 0, world.width(), world.height()}; }
+
+Bounds Bounds::of(PF_Rect const* rect, World const& world) {
+    return rect ? Bounds{rect->left, rect->top, rect->right, rect->bottom} : of(world);
+}
+
+Bounds Bounds::shifted(int dx, int dy) const {
+    return {left + dx, top + dy, right + dx, bottom + dy};
+}
+
+Bounds Bounds::meet(Bounds const& other) const {
+    return {std::max(left, other.left), std::max(top, other.top), std::min(right, other.right),
+            std::min(bottom, other.bottom)};
+}
+
+bool sameLayout(World const& a, World const& b) {
+    return a.depth() == b.depth() && a.spec().bgra == b.spec().bgra;
+}
 
 void encodeColor(World const& world, PF_Pixel color, std::byte (&bytes)[16]) {
     A_u_char const argb[4] = {color.alpha, color.red, color.green, color.blue};
@@ -62,13 +60,13 @@ void encodeColor(World const& world, PF_Pixel color, std::byte (&bytes)[16]) {
 }
 
 void fillPixels(World& world, PF_Pixel const* color, PF_Rect const* rect) {
-    Bounds const area = meet(boundsOf(world), rectOr(rect, boundsOf(world)));
+    Bounds const area = Bounds::of(rect, world).meet(Bounds::of(world));
     if (area.empty()) return;
     std::byte pixel[16] = {};
     if (color) encodeColor(world, *color, pixel);
 
     std::size_t const size = static_cast<std::size_t>(pixelBytes(world.depth()));
-    std::size_t const rowSize = size * static_cast<std::size_t>(area.right - area.left);
+    std::size_t const rowSize = size * static_cast<std::size_t>(area.width());
     std::byte* const first = pixelAt(world, area.left, area.top);
     for (std::size_t at = 0; at < rowSize; at += size) std::memcpy(first + at, pixel, size);
     for (int y = area.top + 1; y < area.bottom; ++y)
@@ -76,21 +74,21 @@ void fillPixels(World& world, PF_Pixel const* color, PF_Rect const* rect) {
 }
 
 bool copyPixels(World const& from, World& to, PF_Rect const* fromRect, PF_Rect const* toRect) {
-    if (from.depth() != to.depth() || from.spec().bgra != to.spec().bgra) return false;
-    Bounds const source = rectOr(fromRect, boundsOf(from));
-    Bounds const target = rectOr(toRect, boundsOf(to));
+    if (!sameLayout(from, to)) return false;
+    Bounds const source = Bounds::of(fromRect, from);
+    Bounds const target = Bounds::of(toRect, to);
     // Everything is clipped in the destination's space; (dx, dy) leads there from the source.
     int const dx = target.left - source.left;
     int const dy = target.top - source.top;
-    Bounds area = meet(shifted(meet(source, boundsOf(from)), dx, dy), boundsOf(to));
-    if (toRect) area = meet(area, target);
+    Bounds area = source.meet(Bounds::of(from)).shifted(dx, dy).meet(Bounds::of(to));
+    if (toRect) area = area.meet(target);
     if (area.empty()) return true;
 
     std::ptrdiff_t const size = pixelBytes(to.depth());
-    std::size_t const rowSize = static_cast<std::size_t>(size * (area.right - area.left));
+    std::size_t const rowSize = static_cast<std::size_t>(size * area.width());
     // Within one image a copy downwards starts at the bottom, so that no row is overwritten unread.
     bool const upwards = &from == &to && dy > 0;
-    for (int i = 0; i < area.bottom - area.top; ++i) {
+    for (int i = 0; i < area.height(); ++i) {
         int const y = upwards ? area.bottom - 1 - i : area.top + i;
         std::memmove(pixelAt(to, area.left, y), from.row(y - dy) + (area.left - dx) * size,
                      rowSize);

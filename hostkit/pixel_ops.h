@@ -8,6 +8,23 @@
 
 namespace zelk {
 
+/// A half-open pixel rectangle, in int: 16-bit rectangles may name any place and be moved.
+struct Bounds {
+    int left, top, right, bottom;
+
+    static Bounds of(World const& world);
+    /// The rectangle, or for null all of `world`.
+    static Bounds of(PF_Rect const* rect, World const& world);
+    int width() const { return right - left; }
+    int height() const { return bottom - top; }
+    bool empty() const { return right <= left || bottom <= top; }
+    Bounds shifted(int dx, int dy) const;
+    Bounds meet(Bounds const& other) const;  ///< what both have; perhaps empty
+};
+
+/// Depth and channel order are the same.
+bool sameLayout(World const& a, World const& b);
+
 /// The pixel of `world`'s depth and channel order for an 8-bit colour, in the first pixelBytes of
 /// `bytes`. 16 bits: c * 32768 / 255 to the nearest; float: c / 255.
 void encodeColor(World const& world, PF_Pixel color, std::byte (&bytes)[16]);

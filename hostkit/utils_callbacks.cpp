@@ -2,7 +2,9 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <new>
 
+#include "hostkit/compositing.h"
 #include "hostkit/host_impl.h"
 #include "hostkit/pixel_ops.h"
 
@@ -41,6 +43,50 @@ PF_Err newWorld(PF_ProgPtr effectRef, A_long width, A_long height, A_long flags,
 PF_Err disposeWorld(PF_ProgPtr effectRef, PF_EffectWorld* record) {
     return answerCall("dispose_world", effectRef,
                       [&](Host::Impl& host) { return host.disposeWorld("dispose_world", record); });
+}
+
+/// PF_Err_BAD_CALLBACK_PARAM when `compose()` answers false; a lack of memory is a code, too.
+template <class Compose>
+PF_Err composed(Compose&& compose) {
+    try {
+        return compose() ? PF_Err_NONE : PF_Err_BAD_CALLBACK_PARAM;
+    } catch (std::bad_alloc const&) {
+        return PF_Err_OUT_OF_MEMORY;
+    } catch (HostError const& error) {
+        return error.code();
+    }
+}
+
+/// Neither quality nor field nor flags matter: whole frames of straight colour, pixel on pixel.
+PF_Err transferRect(PF_ProgPtr effectRef, A_long /*quality*/, A_long /*modeFlags*/,
+                    A_long /*field*/, PF_Rect const* sourceRect, PF_EffectWorld const* source,
+                    PF_CompositeMode const* mode, PF_MaskWorld const* mask, A_long x, A_long y,
+                    PF_EffectWorld* destination) {
+    return answerCall("transfer_rect", effectRef, [&](Host::Impl& host) {
+        World const* const from = host.worlds.find(source);
+        World* const to = host.worlds.find(destination);
+        return composed([&] {
+            return from && to && mode && !mask &&
+                   transferPixels(*from, sourceRect, *mode, x, y, *to);
+        });
+    });
+}
+
+PF_Err transformWorld(PF_ProgPtr effectRef, A_long quality, A_long /*modeFlags*/, A_long /*field*/,
+                      PF_EffectWorld const* source, PF_CompositeMode const* mode,
+                      PF_MaskWorld const* mask, PF_FloatMatrix const* matrices, A_long matrixCount,
+                      PF_Boolean sourceToDestination, PF_Rect const* rect,
+                      PF_EffectWorld* destination) {
+    return answerCall("transform_world", effectRef, [&](Host::Impl& host) -> PF_Err {
+        World const* const from = host.worlds.find(source);
+        World* const to = host.worlds.find(destination);
+        if (!from || !to || !mode || mask || !matrices || matrixCount != 1)
+            return PF_Err_BAD_CALLBACK_PARAM;
+        auto const map = pixelMap(*matrices, sourceToDestination != 0);
+        auto const sampling = quality == PF_Quality_HI ? Sampling::kBilinear : Sampling::kNearest;
+        return composed(
+            [&] { return map && transformPixels(*from, *map, sampling, *mode, rect, *to); });
+    });
 }
 
 template <class Pixel>
@@ -153,6 +199,8 @@ PF_UtilCallbacks utilCallbacks(HostOptions const& options) {
     utils.fill = fillImage;
     utils.new_world = newWorld;
     utils.dispose_world = disposeWorld;
+    utils.transfer_rect = transferRect;
+    utils.transform_world = transformWorld;
     utils.get_pixel_data8 = getPixelData8;
     utils.get_pixel_data16 = getPixelData16;
     if (options.offerHandleCallbacks) {

@@ -128,7 +128,7 @@ struct PF_LayerDef {
     A_long height;        ///< rows
     PF_Rect extent_hint;  ///< the part that holds anything, pixels
     void* platform_ref;   ///< the host's own
-    A_long origin_x;      ///< where pixel (0, 0) of the layer lies in this image, pixels
+    A_long origin_x;      ///< where this image's pixel (0, 0) lies in the layer, pixels
     A_long origin_y;
     PF_RationalScale pix_aspect_ratio;
     A_long dephault;  ///< for layer parameters: which layer is chosen at first

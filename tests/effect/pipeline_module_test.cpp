@@ -1,6 +1,6 @@
 // The loaded module against the pipeline in this program: the module on a host of straight colour
 // has to give what the memory host gives for the premultiplied picture, divided by its alpha, bit
-// for bit.
+// for bit, by the plain command and by the smart render protocol.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -83,6 +83,9 @@ bool expectAgreement(zelk::HostIdentity identity, Depth depth, unsigned seed) {
     auto const rendered = host.render(input, output, {});
     EXPECT_EQ(rendered.code, 0);
     EXPECT_EQ(nothingOwed(rendered), "nothing");
+    const auto agreed = host.preRender(&input, depth, {});
+    zelk::World smart = host.outputFor(agreed);
+    EXPECT_EQ(host.smartRender(&input, smart, agreed, {}).code, 0);
     using C = typename T::Channel;
     using F = typename T::FORMAT;
     Premult<T, C, typename T::Wide, typename T::Weight, F>({}, &memory, &source);
@@ -91,6 +94,7 @@ bool expectAgreement(zelk::HostIdentity identity, Depth depth, unsigned seed) {
     bool painted = false;
     for (int y = 0; y < kHeight; ++y) {
         EXPECT_EQ(std::memcmp(output.row(y), result.pixel(0, y), runBytes), 0) << "row " << y;
+        EXPECT_EQ(std::memcmp(output.row(y), smart.row(y), runBytes), 0) << "smart, row " << y;
         for (std::size_t i = 0; i < runBytes; ++i)
             painted = painted || output.row(y)[i] != std::byte{0};
     }

@@ -23,6 +23,15 @@ struct Effect {
     PF_Pixel8* bytes = nullptr;
     PF_Pixel16* words = nullptr;
 
+    PF_Err transfer(PF_EffectWorld* from, PF_EffectWorld* to, PF_CompositeMode const* mode,
+                    PF_MaskWorld const* mask = nullptr) const {
+        return utils.transfer_rect(ref, 1, 1, 0, nullptr, from, mode, mask, 1, 0, to);
+    }
+    PF_Err transform(PF_EffectWorld* from, PF_EffectWorld* to, PF_CompositeMode const* mode,
+                     PF_MaskWorld const* mask = nullptr, A_long matrices = 1,
+                     PF_FloatMatrix const& m = {{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}}) const {
+        return utils.transform_world(ref, 1, 1, 0, from, mode, mask, &m, matrices, 1, nullptr, to);
+    }
     auto const& worlds() const { return *static_cast<PF_WorldSuite2 const*>(suite); }
     auto const& colors() const { return *static_cast<PF_ColorParamSuite1 const*>(suite); }
 };
@@ -39,7 +48,10 @@ struct Step {
 };
 
 constexpr PF_Pixel kRed = {255, 200, 0, 0};
+constexpr PF_CompositeMode kNormal = {PF_Xfer_IN_FRONT, 0, 255, 0, 32768};
 constexpr PF_Rect kCorner = {0, 0, 1, 1};
+constexpr PF_FloatMatrix kSingular = {{{1, 2, 3}, {4, 5, 6}, {7, 8, 9}}};
+constexpr int kNoMode = -2;
 constexpr A_long kWorlds = kPFWorldSuiteVersion2, kColors = kPFColorParamSuiteVersion1;
 
 Step const kSteps[] = {
@@ -70,12 +82,14 @@ Step const kSteps[] = {
     {"ReleaseSuite PF ColorParamSuite 1",
      [](Effect& e) { return e.in.pica_basicP->ReleaseSuite(kPFColorParamSuite, kColors); }, 0,
      "1 suite"},
-    {"new_world", [](Effect& e) { return e.utils.new_world(e.ref, 5, 4, 0, &e.world); }, 6},
+    {"new_world", [](Effect& e) { return e.utils.new_world(e.ref, 5, 4, 0, &e.world); }, 8},
     {"copy",
      [](Effect& e) {
          return e.utils.copy(e.ref, &e.call.params[0]->u.ld, &e.world, nullptr, nullptr);
      }},
     {"fill", [](Effect& e) { return e.utils.fill(e.ref, &kRed, &kCorner, &e.world); }},
+    {"transfer_rect", [](Effect& e) { return e.transfer(&e.world, e.call.output, &kNormal); }},
+    {"transform_world", [](Effect& e) { return e.transform(&e.world, e.call.output, &kNormal); }},
     {"copy",
      [](Effect& e) { return e.utils.copy(e.ref, &e.world, e.call.output, nullptr, nullptr); }},
     {"get_pixel_data8",
@@ -175,7 +189,7 @@ TEST_F(EffectCalls, BadOnesAreAnsweredAndMistakesNoted) {
         Effect e{call};
         late = e.in.inter;
         lateRef = e.ref;
-        PF_EffectWorld unknown{}, made{}, shrunk = *call.output;
+        PF_EffectWorld unknown{}, made{}, deep{}, shrunk = *call.output;
         --shrunk.width;
         PF_ParamDef point{};
         point.param_type = PF_Param_POINT;
@@ -186,6 +200,7 @@ TEST_F(EffectCalls, BadOnesAreAnsweredAndMistakesNoted) {
         PF_WorldSuite2 const worlds = e.worlds();
         e.utils.new_world(e.ref, 2, 2, PF_NewWorldFlag_DEEP_PIXELS, &made);
         PF_EffectWorld stale = made;
+        e.utils.new_world(e.ref, 5, 4, PF_NewWorldFlag_DEEP_PIXELS, &deep);
         PF_Err onThread = 0;
         std::thread([&] { onThread = e.in.inter.progress(e.ref, 0, 1); }).join();
         PF_Err const refusals[] = {
@@ -206,6 +221,8 @@ TEST_F(EffectCalls, BadOnesAreAnsweredAndMistakesNoted) {
             e.in.inter.add_param(e.ref, -1, &point), e.in.inter.register_ui(e.ref, nullptr),
             acquire(nullptr, 2, &e.suite), acquire(kPFWorldSuite, 2, nullptr),
             acquire(kPFWorldSuite, 1, &e.suite),
+            e.transform(call.output, call.output, &kNormal, nullptr, 2),
+            e.transform(call.output, call.output, &kNormal, nullptr, 1, kSingular),
             // From here on each is a mistake that the host notes.
             e.in.inter.checkin_param(e.ref, &point), e.utils.dispose_world(e.ref, call.output),
             e.utils.dispose_world(e.ref, &made) ? 0 : e.utils.dispose_world(e.ref, &made),
@@ -213,6 +230,20 @@ TEST_F(EffectCalls, BadOnesAreAnsweredAndMistakesNoted) {
             e.in.pica_basicP->ReleaseSuite(kPFWorldSuite, 1)};
         for (std::size_t i = 0; i < std::size(refusals); ++i)
             EXPECT_EQ(refusals[i], PF_Err_BAD_CALLBACK_PARAM) << i;
+        const auto refuses = [&](PF_EffectWorld* from, PF_EffectWorld* to, int mode,
+                                 PF_MaskWorld const* mask = nullptr) {
+            PF_CompositeMode const record = {static_cast<PF_Xfer_Mode>(mode), 0, 255, 0, 32768};
+            PF_CompositeMode const* const given = mode == kNoMode ? nullptr : &record;
+            return e.transfer(from, to, given, mask) == PF_Err_BAD_CALLBACK_PARAM &&
+                   e.transform(from, to, given, mask) == PF_Err_BAD_CALLBACK_PARAM;
+        };
+        PF_MaskWorld const mask{};
+        EXPECT_TRUE(refuses(&shrunk, call.output, 2) && refuses(call.output, &shrunk, 2));
+        EXPECT_TRUE(refuses(&deep, call.output, 2) && refuses(nullptr, call.output, 2));
+        EXPECT_TRUE(refuses(call.output, call.output, 2, &mask));
+        for (int mode : {kNoMode, -1, 3, 17, 22, 26, 35, 99})
+            EXPECT_TRUE(refuses(call.output, call.output, mode)) << mode;
+        EXPECT_EQ(e.utils.dispose_world(e.ref, &deep), 0);
         EXPECT_EQ(e.suite, nullptr);
         e.in.pica_basicP->ReleaseSuite(kPFColorParamSuite, kColors);
         e.in.pica_basicP->ReleaseSuite(kPFWorldSuite, kWorlds);

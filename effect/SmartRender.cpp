@@ -1,0 +1,206 @@
+// The two commands of the smart render protocol; see the header.
+#include "effect/SmartRender.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <memory>
+#include <utility>
+
+#include "effect/CheckedOutParams.h"
+#include "effect/HostRender.h"
+#include "effect/PassRecords.h"
+#include "host/PluginHost_AE_Impl.h"
+#include "host/PluginRaster_AE_Impl.h"
+
+namespace {
+
+constexpr A_long kInputLayer = 0;  ///< index of the layer, and its check-out identifier
+
+double scaleOf(PF_RationalScale const& downsample) {
+    return static_cast<double>(downsample.num) / static_cast<double>(downsample.den);
+}
+
+/// Sizes in pixels at the command's resolution, truncated.
+struct ScaledSizes {
+    int marginX, marginY;  ///< Grow Bounds
+    int layerWidth, layerHeight;
+};
+
+ScaledSizes scaledSizes(PF_InData const& in_data, CheckedOutParams& params) {
+    const double dsx = scaleOf(in_data.downsample_x), dsy = scaleOf(in_data.downsample_y);
+    const A_long grow = params[kParamGrowBounds].u.sd.value;
+    return {static_cast<int>(dsx * grow), static_cast<int>(dsy * grow),
+            static_cast<int>(in_data.width * dsx), static_cast<int>(in_data.height * dsy)};
+}
+
+/// Far beyond any layer: what the host wants of the output says nothing of what the pins need.
+PF_LRect wholeLayer(PF_LRect const& asked) {
+    constexpr A_long kFar = 10000;
+    if (asked.right <= asked.left || asked.bottom <= asked.top)
+        return {-kFar, -kFar, kFar, kFar};
+    return {std::min(asked.left, -kFar), std::min(asked.top, -kFar), std::max(asked.right, kFar),
+            std::max(asked.bottom, kFar)};
+}
+
+/// An image of the host's that goes back at the end of the scope.
+class OwnRaster {
+public:
+    explicit OwnRaster(PluginHost_AE_Impl& host) : m_host(host) {}
+    ~OwnRaster() {
+        m_host.deallocRaster(m_raster.get());
+    }
+    OwnRaster(OwnRaster const&) = delete;
+    OwnRaster& operator=(OwnRaster const&) = delete;
+
+    /// An image of this size with its origin at 0. Throws the host's code, or 1 where it gave none.
+    void allocate(int width, int height, PluginRaster_API::PixelType type) {
+        constexpr int kRasterFlags = 1;
+        constexpr PF_Err kNoRaster = 1;
+        PF_Err err = PF_Err_NONE;
+        m_raster.reset(m_host.allocRaster(width, height, type, err, kRasterFlags));
+        if (!m_raster) throw static_cast<int>(err ? err : kNoRaster);
+        world()->origin_x = world()->origin_y = 0;
+    }
+    PluginRaster_API* get() { return m_raster.get(); }
+    PF_EffectWorld* world() { return m_raster ? m_raster->getAERaster()->world : nullptr; }
+
+private:
+    PluginHost_AE_Impl& m_host;
+    std::unique_ptr<PluginRaster_API> m_raster;
+};
+
+void throwOnError(PF_Err err) {
+    if (err) throw static_cast<int>(err);
+}
+
+/// The input's place within the output's frame; rectangles of the host have 16 bits.
+QV_Rect inputPlace(PF_EffectWorld const& input, PF_EffectWorld const& output) {
+    const auto left = static_cast<A_short>(input.origin_x - output.origin_x);
+    const auto top = static_cast<A_short>(input.origin_y - output.origin_y);
+    return {top, left, static_cast<A_short>(top + input.height),
+            static_cast<A_short>(left + input.width)};
+}
+
+/// Images of the output's size for a frame that the layer doesn't fill: `expanded` holds the layer
+/// in its place and becomes the host object's input, `target` its output.
+class GrownFrame {
+public:
+    explicit GrownFrame(PluginHost_AE_Impl& host) : m_target(host), m_expanded(host) {}
+
+    void enter(PluginHost_AE_Impl& host, PF_EffectWorld* input, PF_EffectWorld* output) {
+        PluginRaster_AE_Impl from(input, &host), to(output, &host);
+        const auto type = to.getPixelType();
+        throwOnError(host.queryError());
+        m_expanded.allocate(output->width, output->height, type);
+        m_target.allocate(output->width, output->height, type);
+        QV_Rect source = {0, 0, static_cast<A_short>(input->height),
+                          static_cast<A_short>(input->width)};
+        QV_Rect place = inputPlace(*input, *output);
+        throwOnError(host.copy(&from, m_expanded.get(), &source, &place));
+        host.params[kParamInputLayer]->u.ld = *m_expanded.world();
+        host.setOutputRaster(m_target.get());
+    }
+
+    /// Brings the result to the host's own output; nothing where the frame was not grown.
+    PF_Err leave(PF_InData* in_data, PF_EffectWorld* output) {
+        if (!m_target.world()) return PF_Err_NONE;
+        const PF_Err filled =
+            in_data->utils->fill(in_data->effect_ref, nullptr, nullptr, output);
+        const PF_Err copied = in_data->utils->copy(in_data->effect_ref, m_target.world(), output,
+                                                   nullptr, nullptr);
+        return filled ? filled : copied;
+    }
+
+private:
+    OwnRaster m_target, m_expanded;  // go back in reverse order, the expanded layer first
+};
+
+RenderSettings marginSettings(PF_EffectWorld const& output, ScaledSizes const& sizes) {
+    RenderSettings settings = wholeImageSettings(output.width, output.height);
+    settings.frameShiftX = sizes.marginX;
+    settings.frameShiftY = sizes.marginY;
+    return settings;
+}
+
+PF_EffectWorld* checkOutOutput(PF_InData* in_data, PF_SmartRenderExtra* extra) {
+    constexpr PF_Err kNoOutput = 1;
+    PF_EffectWorld* output = nullptr;
+    throwOnError(extra->cb->checkout_output(in_data->effect_ref, &output));
+    if (!output) throw static_cast<int>(kNoOutput);
+    return output;
+}
+
+/// Throws the code of an image that can't be had or copied; that of a render is the result.
+PF_Err renderLayer(PF_InData* in_data, PF_OutData* out_data, CheckedOutParams& params,
+                   PF_EffectWorld* input, PF_SmartRenderExtra* extra) {
+    params[kParamInputLayer].u.ld = *input;
+    PF_EffectWorld* output = checkOutOutput(in_data, extra);
+    PluginHost_AE_Impl host(in_data, out_data, params.array(), output);
+    const ScaledSizes sizes = scaledSizes(*in_data, params);
+    host.setOutputSize(sizes.layerWidth, sizes.layerHeight);
+
+    GrownFrame grown(host);
+    if (input->width != output->width || input->height != output->height)
+        grown.enter(host, input, output);
+    RenderSettings settings = marginSettings(*output, sizes);
+    host.setUserData(&settings);
+    const PF_Err rendered = renderOnHost(host);
+    const PF_Err brought = grown.leave(in_data, output);
+    return rendered ? rendered : brought;
+}
+
+/// The output of a layer without pixels.
+void clearOutput(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef** params,
+                 PF_SmartRenderExtra* extra) {
+    PF_EffectWorld* output = nullptr;
+    extra->cb->checkout_output(in_data->effect_ref, &output);
+    if (!output) return;
+    PluginHost_AE_Impl host(in_data, out_data, params, output);
+    host.setUserData(extra);
+    host.fillOutput();
+}
+
+}  // namespace
+
+PF_Err SmartPreRender(PF_InData* in_data, PF_OutData*, PF_ParamDef**, PF_LayerDef*,
+                      PF_PreRenderExtra* extra) {
+    CheckedOutParams params(in_data);
+    if (params.error()) return params.error();
+
+    PF_RenderRequest request = extra->input->output_request;
+    request.field = PF_Field_FRAME;
+    request.channel_mask |= PF_ChannelMask_ARGB;
+    request.preserve_rgb_of_zero_alpha = 1;
+    request.rect = wholeLayer(request.rect);
+    PF_CheckoutResult unread{};
+    const PF_Err err = extra->cb->checkout_layer(
+        in_data->effect_ref, kInputLayer, kInputLayer, &request, in_data->current_time,
+        in_data->time_step, in_data->time_scale, &unread);
+
+    const ScaledSizes sizes = scaledSizes(*in_data, params);
+    PF_PreRenderOutput& answer = *extra->output;
+    answer.result_rect = {-sizes.marginX, -sizes.marginY, sizes.marginX + sizes.layerWidth,
+                          sizes.marginY + sizes.layerHeight};
+    answer.max_result_rect = answer.result_rect;
+    answer.solid = 0;
+    answer.flags |= PF_RenderOutputFlag_RETURNS_EXTRA_PIXELS;
+    return err;
+}
+
+PF_Err SmartRender(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef** callParams, PF_LayerDef*,
+                   PF_SmartRenderExtra* extra) {
+    CheckedOutParams params(in_data);
+    if (params.error()) return params.error();
+    try {
+        PF_EffectWorld* input = nullptr;
+        throwOnError(
+            extra->cb->checkout_layer_pixels(in_data->effect_ref, kInputLayer, &input));
+        if (input) return renderLayer(in_data, out_data, params, input, extra);
+        params.giveBack();
+        clearOutput(in_data, out_data, callParams, extra);
+        return PF_Err_NONE;
+    } catch (int err) {
+        std::puts("Error");
+        return err;
+    }
+}

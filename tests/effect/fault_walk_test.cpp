@@ -1,0 +1,272 @@
+// Every command with every host call failing in turn: the command is run once to count its calls,
+// then once for each call with that one refused. Each time the code is the documented one, the
+// host's count says that nothing was kept, the output is as told, and the next run is right.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "params/ParamIndex.h"
+#include "tests/host/ae_probe.h"
+
+namespace {
+
+using zelk::CommandResult;
+using zelk::Depth;
+using zelk::Host;
+using zelk::World;
+
+constexpr PF_Err kFault = 77;
+constexpr int kWidth = 9, kHeight = 7;
+
+enum class Kind { kSetUp, kAbout, kPreRender, kSmart, kPlain };
+
+struct Scenario {
+    char const* name;
+    Kind kind;
+    Depth depth = Depth::k8;
+    int grow = 0;
+    int transferEntry = 1;  ///< of the popup; 1 is None
+    zelk::HostIdentity identity = zelk_test::kModernAE;
+};
+
+constexpr Scenario kScenarios[] = {
+    {"set-up", Kind::kSetUp},
+    {"about", Kind::kAbout},
+    {"pre-render", Kind::kPreRender, Depth::k16, 3},
+    {"smart 8", Kind::kSmart},
+    {"smart 16", Kind::kSmart, Depth::k16},
+    {"smart float", Kind::kSmart, Depth::kFloat},
+    {"smart 8, older host", Kind::kSmart, Depth::k8, 0, 5, zelk_test::kOlderAE},
+    {"smart 8, grown", Kind::kSmart, Depth::k8, 3},
+    {"smart float, grown", Kind::kSmart, Depth::kFloat, 3},
+    {"smart 8, Add", Kind::kSmart, Depth::k8, 0, 5},
+    {"smart float, Add, grown", Kind::kSmart, Depth::kFloat, 3, 5},
+    {"plain 8", Kind::kPlain},
+    {"plain 16, Hue", Kind::kPlain, Depth::k16, 0, 20},
+    {"plain float, Add", Kind::kPlain, Depth::kFloat, 0, 5},
+    {"plain BGRA, Add", Kind::kPlain, Depth::k8, 0, 5, zelk_test::kModernPremiere},
+};
+
+/// One run of a scenario's command, and what stood in the output afterwards.
+struct Outcome {
+    CommandResult command;
+    std::vector<std::byte> pixels;
+    PF_LRect rect{};
+};
+
+std::vector<std::byte> pixelsOf(World const& world) {
+    std::vector<std::byte> all;
+    for (int y = 0; y < world.height(); ++y)
+        all.insert(all.end(), world.row(y), world.row(y) + world.width() * zelk::pixelBytes(world.depth()));
+    return all;
+}
+
+class Walk {
+public:
+    explicit Walk(Scenario const& scenario)
+        : Walk(scenario, zelk_test::optionsOf(scenario.identity)) {}
+    Walk(Scenario const& scenario, zelk::HostOptions const& options)
+        : m_scenario(scenario),
+          m_host(scenario.kind == Kind::kSetUp ? Host::loadOnly(ZELK_MODULE, options)
+                                               : std::make_unique<Host>(ZELK_MODULE, options)),
+          m_layer(m_host->worldSpec(kWidth, kHeight, scenario.depth)) {
+        zelk_test::fillRandom(m_layer, 7);
+        if (scenario.kind == Kind::kSetUp) return;
+        m_host->resetParameters(kWidth, kHeight);
+        auto& parameters = m_host->parameters();
+        zelk::setPoint(parameters[kParamToUpperLeft].current, 1.25, -1.5);
+        zelk::setNumber(parameters[kParamGrowBounds].current, scenario.grow);
+        zelk::setNumber(parameters[kParamTransferMode].current, scenario.transferEntry);
+        if (scenario.kind == Kind::kSmart) m_agreed = m_host->preRender(&m_layer, scenario.depth, {});
+    }
+    zelk::CallMonitor& monitor() { return m_host->monitor(); }
+
+    Outcome run() {
+        monitor().restart();
+        switch (m_scenario.kind) {
+            case Kind::kSetUp: {
+                CommandResult const global = m_host->globalSetup();
+                if (global.code) return {global, {}, {}};
+                Outcome const result = {m_host->paramsSetup(), {}, {}};
+                monitor().clearFaults();
+                m_host->globalSetdown();
+                return result;
+            }
+            case Kind::kAbout:
+                return {m_host->about(), {}, {}};
+            case Kind::kPreRender: {
+                auto const agreed = m_host->preRender(&m_layer, m_scenario.depth, {});
+                return {agreed.command, {}, agreed.resultRect};
+            }
+            case Kind::kPlain:
+                return draw(World(m_layer.spec()), [&](World& output) {
+                    return m_host->render(m_layer, output, {});
+                });
+            case Kind::kSmart:
+                break;
+        }
+        return draw(m_host->outputFor(m_agreed), [&](World& output) {
+            return m_host->smartRender(&m_layer, output, m_agreed, {});
+        });
+    }
+
+    /// What an output holds before a run.
+    static constexpr std::byte kStale{0x5A};
+
+private:
+    template <class Render>
+    static Outcome draw(World output, Render const& render) {
+        for (int y = 0; y < output.height(); ++y)
+            std::fill_n(output.row(y), output.rowBytes(), kStale);
+        CommandResult const command = render(output);
+        return {command, pixelsOf(output), {}};
+    }
+
+    Scenario m_scenario;
+    std::unique_ptr<Host> m_host;
+    World m_layer;
+    zelk::PreRenderResult m_agreed;
+};
+
+bool endsWith(std::string const& text, std::string const& end) {
+    return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
+}
+
+/// Calls that give something back: the host takes it, whatever it answers.
+bool givesBack(std::string const& call) {
+    return call.rfind("ReleaseSuite", 0) == 0 || endsWith(call, "DisposeWorld") ||
+           call == "dispose_world" || call == "checkin_param" || call == "host_unlock_handle";
+}
+
+bool isAll(std::vector<std::byte> const& pixels, std::byte value) {
+    return std::all_of(pixels.begin(), pixels.end(), [=](std::byte b) { return b == value; });
+}
+
+enum class Picture { kNone, kRight, kCleared, kUntouched, kAny };
+
+/// How a command ends when the n-th call of a name is refused.
+struct Ending {
+    PF_Err code = PF_Err_NONE;
+    Picture picture = Picture::kRight;
+};
+
+/// The rules of docs/host-calls.md. `last` is how often the name is called without a fault.
+Ending endingOf(Scenario const& s, std::string const& call, int nth, int last) {
+    const bool isGrown = s.kind == Kind::kSmart && s.grow > 0;
+    const bool isDrawing = s.kind == Kind::kSmart || s.kind == Kind::kPlain;
+    const Picture early = isDrawing ? Picture::kUntouched : Picture::kNone;
+    const Picture whole = isDrawing ? Picture::kRight : Picture::kNone;
+    const int ownImages = isGrown ? 2 : 0;  // the expanded layer and the target come first
+    const bool isBlend = s.transferEntry != 1;
+    if (call == "checkout_param" || call == "checkout_layer" || call == "checkout_layer_pixels" ||
+        call == "checkout_output" || call == "add_param" || call == "register_ui")
+        return {kFault, early};
+    if (endsWith(call, "NewWorld") || call == "new_world")
+        return {kFault, nth <= ownImages         ? Picture::kUntouched
+                        : nth > ownImages + 2 ? Picture::kAny
+                                              : Picture::kCleared};
+    if (call == "transfer_rect") return {kFault, Picture::kAny};
+    if (call == "copy") {  // expand; working copy, whose code is not kept; blend; bring out
+        if (isGrown && nth == 1) return {kFault, Picture::kUntouched};
+        if (isGrown && nth == last) return {kFault, Picture::kCleared};
+        if (nth == (isGrown ? 2 : 1)) return {PF_Err_NONE, isBlend ? Picture::kAny : Picture::kCleared};
+        return {kFault, Picture::kAny};
+    }
+    if (call == "fill" && isGrown && nth == last) return {kFault, Picture::kRight};
+    if (endsWith(call, "GetPixelFormat")) {
+        if (isGrown && nth == 1) return {kFault, Picture::kUntouched};
+        if (isGrown && nth > last - 2) return {PF_Err_NONE, Picture::kRight};  // on giving back
+        return {kFault, Picture::kCleared};
+    }
+    if (call == "AcquireSuite PF World Suite 2" && isDrawing) {
+        const bool isPremiere = s.identity.applId == kAppPremierePro;
+        if (s.depth == Depth::kFloat && isGrown) return {516, Picture::kUntouched};
+        if (s.depth == Depth::kFloat) return {1, Picture::kCleared};
+        if (isPremiere) return {516, Picture::kCleared};
+    }
+    return {PF_Err_NONE, whole};
+}
+
+Picture pictureOf(Outcome const& got, Outcome const& right) {
+    if (got.pixels.empty()) return Picture::kNone;
+    if (got.pixels == right.pixels) return Picture::kRight;
+    if (isAll(got.pixels, std::byte{0})) return Picture::kCleared;
+    return isAll(got.pixels, Walk::kStale) ? Picture::kUntouched : Picture::kAny;
+}
+
+TEST(FaultWalk, EveryCallOfEveryCommandRefused) {
+    std::printf("%-26s %6s %7s %6s %6s\n", "command", "calls", "faults", "leaks", "wrong");
+    for (Scenario const& scenario : kScenarios) {
+        SCOPED_TRACE(scenario.name);
+        Walk walk(scenario);
+        const Outcome right = walk.run();
+        ASSERT_EQ(right.command.code, 0);
+        ASSERT_EQ(right.command.outstanding.describe(), "nothing");
+        const std::vector<std::string> log = walk.monitor().log();
+        std::map<std::string, int> counts, nth;
+        for (std::string const& call : log) ++counts[call];
+        int leaks = 0, wrong = 0;
+        for (std::string const& call : log) {
+            const int n = ++nth[call];
+            const Ending want = endingOf(scenario, call, n, counts[call]);
+            walk.monitor().inject({call, n, kFault, givesBack(call)});
+            const Outcome got = walk.run();
+            EXPECT_EQ(walk.monitor().faultsAnswered(), 1) << call << " " << n;
+            walk.monitor().clearFaults();
+            const bool keeps = !(got.command.outstanding == zelk::Outstanding{});
+            const bool isWrong = got.command.code != want.code ||
+                                 (want.picture != Picture::kAny &&
+                                  pictureOf(got, right) != want.picture);
+            EXPECT_FALSE(keeps || isWrong)
+                << call << " " << n << ": code " << got.command.code << ", picture "
+                << int(pictureOf(got, right)) << ", kept " << got.command.outstanding.describe();
+            leaks += keeps;
+            wrong += isWrong;
+            const Outcome next = walk.run();
+            EXPECT_EQ(next.command.code, 0);
+            EXPECT_EQ(next.pixels, right.pixels) << "after " << call << " " << n;
+        }
+        std::printf("%-26s %6zu %7zu %6d %6d\n", scenario.name, log.size(), log.size(), leaks, wrong);
+    }
+}
+
+TEST(FaultWalk, AFailedLayerCheckOutStillFillsThePreRender) {
+    Walk walk({"pre-render", Kind::kPreRender, Depth::k8, 4});
+    const Outcome right = walk.run();
+    for (char const* call : {"checkout_layer", "checkout_param"}) {
+        walk.monitor().inject({call, 1, kFault});
+        const Outcome got = walk.run();
+        walk.monitor().clearFaults();
+        const bool isFilled = std::string(call) == "checkout_layer";
+        EXPECT_EQ(got.rect.right, isFilled ? right.rect.right : 0);
+        EXPECT_EQ(got.rect.left, isFilled ? -4 : 0);
+    }
+}
+
+// A host with no suites at all, or without handle callbacks: what each still can do.
+TEST(FaultWalk, HostsThatLackWholeTables) {
+    for (Scenario const& scenario : kScenarios) {
+        for (const bool lacksSuites : {true, false}) {
+            SCOPED_TRACE(std::string(scenario.name) + (lacksSuites ? ", no suites" : ", no handles"));
+            zelk::HostOptions options = zelk_test::optionsOf(scenario.identity);
+            options.offerSuites = !lacksSuites;
+            options.offerHandleCallbacks = options.offerUnlockCallback = lacksSuites;
+            const Outcome right = Walk(scenario).run();
+            const Ending want =
+                lacksSuites && scenario.identity.isModern()
+                    ? endingOf(scenario, "AcquireSuite PF World Suite 2", 1, 1)
+                    : Ending{PF_Err_NONE, right.pixels.empty() ? Picture::kNone : Picture::kRight};
+            const Outcome got = Walk(scenario, options).run();
+            EXPECT_EQ(got.command.code, want.code);
+            EXPECT_EQ(int(pictureOf(got, right)), int(want.picture));
+            EXPECT_EQ(zelk_test::nothingOwed(got.command), "nothing");
+        }
+    }
+}
+
+}  // namespace
