@@ -1,9 +1,9 @@
 #!/bin/sh
-# Renders the example pictures at every quality and composes two sheets: a picture pinned in its own
-# frame, and a picture pinned over another one.
+# Renders the example pictures at every quality and composes three sheets: a picture pinned in its
+# own frame, a picture pinned over another one, and every Transfer Mode.
 #
-#   examples/demo.sh BUILD_DIR    writes out/demo/*.png, among them contact-sheet.png and
-#                                 plate-sheet.png
+#   examples/demo.sh BUILD_DIR    writes out/demo/*.png, among them contact-sheet.png,
+#                                 plate-sheet.png and transfer-sheet.png
 set -eu
 
 if [ $# -ne 1 ]; then
@@ -85,5 +85,31 @@ plate_sheet() {
     echo "$out/plate-sheet.png"
 }
 
+# Every Transfer Mode: the pinned picture over itself as it stands, two modes a row.
+transfer_sheet() {
+    to="150,40 430,15 110,270 400,290"
+    set --
+    row=
+    for mode in none behind normal add multiply screen overlay soft-light hard-light color-dodge \
+        color-burn darken lighten difference exclusion hue saturation color luminosity; do
+        cells=
+        for picture in coffee chelsea; do
+            pinned=$out/transfer-$picture-$mode.png
+            zelk render "$examples/$picture.png" -o "$pinned" --to "$to" --transfer $mode
+            cells="$cells;$mode:$pinned"
+        done
+        if [ -z "$row" ]; then
+            row=${cells#;}
+        else
+            set -- "$@" "$row$cells"
+            row=
+        fi
+    done
+    [ -z "$row" ] || set -- "$@" "$row"
+    "$build/bin/zelk-demo" "$out/transfer-sheet.png" "$@"
+    echo "$out/transfer-sheet.png"
+}
+
 contact_sheet
 plate_sheet
+transfer_sheet

@@ -4,8 +4,8 @@
 // Times are the host's integer units. Every image that is taken from the host here goes back on
 // every path, in the reverse order.
 #include <algorithm>
-#include <cmath>
 #include <array>
+#include <cmath>
 #include <cstring>
 #include <memory>
 

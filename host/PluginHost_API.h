@@ -96,7 +96,8 @@ public:
     virtual int fillOutput() = 0;
     virtual int fill(PluginRaster_API* raster) = 0;
     /// Clears rows top to bottom inclusive, columns left to right exclusive; a null rectangle is
-    /// the whole raster, with the result of clearing it; top > bottom is nothing. Else the result is 0.
+    /// the whole raster, with the result of clearing it; top > bottom is nothing. Else the result
+    /// is 0.
     virtual int fill(PluginRaster_API* raster, QV_Rect* rect);
     virtual int copyInputToOutput() = 0;
     virtual int copy(PluginRaster_API* from, PluginRaster_API* to) = 0;

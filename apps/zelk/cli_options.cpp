@@ -27,13 +27,18 @@ char const* const kRenderExamples =
     "Values of --set, which win over all other options, are in the units that `zelk params`\n"
     "  shows: popups by entry or number, on or off, points x,y, colours #rrggbb, degrees.\n"
     "\n"
+    "Modes of --transfer and --mode: behind, normal, add, multiply, screen, overlay, soft-light,\n"
+    "  hard-light, color-dodge, color-burn, darken, lighten, difference, exclusion, hue,\n"
+    "  saturation, color, luminosity.\n"
+    "\n"
     "Examples:\n"
     "  zelk render in.png -o out.png --to \"60,40 540,10 30,390 580,350\"\n"
     "  zelk render in.exr -o out.exr --from \"9,9 200,12 8,150 190,160\" --view from\n"
     "  zelk render in.png -o out.png --quality super --set super-sample-softness=1.5\n"
     "  zelk render logo.png --over plate.exr -o comp.exr --to \"600,80 1400,120 580,700 "
     "1420,660\"\n"
-    "  zelk render in.png -o out.png --set rotate=30 --set corner-pin-opacity=80\n"
+    "  zelk render in.png -o out.png --set rotate=30 --opacity 80 --transfer multiply\n"
+    "  zelk render in.exr -o out.exr --to \"-90,40 540,10 30,390 700,350\" --grow 100\n"
     "\n";
 
 char const* const kParamsExamples =
@@ -53,6 +58,26 @@ constexpr Choice<int> kQualities[] = {{"low", 1}, {"medium", 2}, {"high", 3}, {"
 constexpr Choice<int> kViews[] = {{"original", 1}, {"from", 2}, {"to", 3}, {"both", 4}};
 constexpr Choice<Road> kRoads[] = {{"module", Road::kModule}, {"memory", Road::kMemory}};
 constexpr Choice<Explain> kExplains[] = {{"text", Explain::kText}, {"json", Explain::kJson}};
+constexpr Choice<int> kOverModes[] = {
+    {"normal", PF_Xfer_IN_FRONT},
+    {"behind", PF_Xfer_BEHIND},
+    {"add", PF_Xfer_ADD},
+    {"multiply", PF_Xfer_MULTIPLY},
+    {"screen", PF_Xfer_SCREEN},
+    {"overlay", PF_Xfer_OVERLAY},
+    {"soft-light", PF_Xfer_SOFT_LIGHT},
+    {"hard-light", PF_Xfer_HARD_LIGHT},
+    {"color-dodge", PF_Xfer_COLOR_DODGE},
+    {"color-burn", PF_Xfer_COLOR_BURN},
+    {"darken", PF_Xfer_DARKEN},
+    {"lighten", PF_Xfer_LIGHTEN},
+    {"difference", PF_Xfer_DIFFERENCE},
+    {"exclusion", PF_Xfer_EXCLUSION},
+    {"hue", PF_Xfer_HUE},
+    {"saturation", PF_Xfer_SATURATION},
+    {"color", PF_Xfer_COLOR},
+    {"luminosity", PF_Xfer_LUMINOSITY},
+};
 constexpr Choice<Depth> kDepths[] = {
     {"8", Depth::k8}, {"16", Depth::k16}, {"float", Depth::kFloat}};
 
@@ -103,7 +128,7 @@ Setting checkedSetting(std::string const& text) {
                                            "a name that `zelk params` lists, such as the near \"" +
                                                std::string(nearestParameterName(name)) + "\""});
     }
-    return {*index, std::string(kParameterNames[static_cast<std::size_t>(*index)]),
+    return {*index, "--set " + std::string(kParameterNames[static_cast<std::size_t>(*index)]),
             text.substr(equals + 1)};
 }
 
@@ -121,6 +146,37 @@ PixelSize checkedSize(std::string const& text) {
             wholeInRange("--size", text.substr(x + 1), 1, kLargestPx)};
 }
 
+/// What the effect does only in the layer's own frame, by the smart render protocol.
+void checkFrameOptions(TypedOptions const& typed, RenderRequest const& request) {
+    bool const hasFrame = request.plate || request.frameSize;
+    if (typed.grow)
+        throw UserError(ExitCode::kUsage,
+                        {"--grow",
+                         hasFrame ? "the frame's size is given by --over or --size, not by"
+                                  : "only the effect in a host grows its frame, not the memory "
+                                    "road:",
+                         *typed.grow, "a render of the layer alone"});
+    if (typed.transfer && hasFrame)
+        throw UserError(ExitCode::kUsage,
+                        {"--transfer", "lays the pinned layer over itself in its own frame:",
+                         *typed.transfer, "--mode with --over"});
+    if (request.isPlain)
+        throw UserError(ExitCode::kUsage, {"--plain", "there is no host command on the",
+                                           "memory road", "--road module"});
+}
+
+/// Options that are one parameter each.
+void addParameterOptions(TypedOptions const& typed, RenderRequest& request) {
+    auto const add = [&request](char const* option, int index,
+                                std::optional<std::string> const& value) {
+        if (value) request.settings.push_back({index, option, *value});
+    };
+    add("--transfer", kTransferMode, typed.transfer);
+    add("--source-opacity", kSourceOpacity, typed.sourceOpacity);
+    add("--opacity", kCornerPinOpacity, typed.opacity);
+    add("--grow", kGrowBounds, typed.grow);
+}
+
 /// Which road a render takes, and that its options fit together.
 void checkRoad(TypedOptions const& typed, RenderRequest& request) {
     bool const hasFrame = request.plate || request.frameSize;
@@ -133,6 +189,7 @@ void checkRoad(TypedOptions const& typed, RenderRequest& request) {
         throw UserError(ExitCode::kUsage, {"--road", "the effect renders a layer in its own frame:",
                                            *typed.road, "memory with --over or --size"});
     if (request.road == Road::kModule) return;
+    checkFrameOptions(typed, request);
     if (request.downsample != 1)
         throw UserError(ExitCode::kUsage,
                         {"--downsample", "only a host renders smaller, not the", "memory road",
@@ -155,6 +212,17 @@ RenderRequest checkedRender(TypedOptions const& typed) {
     if (typed.to) request.to = parseCorners("--to", *typed.to);
     request.quality = pickIfGiven(kQualities, "--quality", typed.quality);
     request.view = pickIfGiven(kViews, "--view", typed.view);
+    request.isPlain = typed.plain;
+    if (request.isPlain && typed.grow)
+        throw UserError(ExitCode::kUsage, {"--grow",
+                                           "the plain render command keeps the layer's "
+                                           "size and can't grow by",
+                                           *typed.grow, "no --plain"});
+    if (typed.mode && !request.plate)
+        throw UserError(ExitCode::kUsage, {"--mode", "there is no plate to be laid over with",
+                                           *typed.mode, "--over PLATE"});
+    request.overMode = pickIfGiven(kOverModes, "--mode", typed.mode).value_or(request.overMode);
+    addParameterOptions(typed, request);
     for (std::string const& text : typed.settings) {
         request.settings.push_back(checkedSetting(text));
     }
@@ -214,6 +282,18 @@ void addRenderOptions(CLI::App& command, TypedOptions& typed) {
         "module: the effect in a host; memory: its pipeline in float (module, or memory with "
         "--over "
         "or --size)");
+    add("Compositing", "--opacity", typed.opacity, "PERCENT", "Of the pinned layer (100)");
+    add("Compositing", "--transfer", typed.transfer, "MODE",
+        "Lay the pinned layer over the layer itself by a Transfer Mode (none)");
+    add("Compositing", "--source-opacity", typed.sourceOpacity, "PERCENT",
+        "Of the layer under it, with --transfer (100)");
+    add("Compositing", "--mode", typed.mode, "MODE",
+        "Lay the pinned layer over the plate by a mode (normal)");
+    add("Rendering", "--grow", typed.grow, "N",
+        "Make the frame larger by N pixels on each side (0)");
+    command.add_flag("--plain", typed.plain, "Render by the plain command, not the smart protocol")
+        ->disable_flag_override()
+        ->group("Host");
     add("Output", "--explain", typed.explain, "[text|json]",
         "Print what the render did and how long each stage took (text)");
     addModuleOptions(command, typed);

@@ -19,10 +19,11 @@ struct TypedOptions {
     std::optional<std::string> quality, view;
     std::optional<std::string> depth, downsample, threads;
     std::optional<std::string> plate, frameSize, road, explain;
+    std::optional<std::string> transfer, sourceOpacity, opacity, mode, grow;
     std::optional<std::string> host, module;
     std::vector<std::string> settings;
     bool json = false;
-    bool noClobber = false, noMetadata = false;
+    bool noClobber = false, noMetadata = false, plain = false;
 };
 
 /// Which module is asked, and as which host.
@@ -31,10 +32,10 @@ struct ModuleRequest {
     HostIdentity host;
 };
 
-/// One --set.
+/// One --set, or an option that sets one parameter.
 struct Setting {
-    int index = 0;  ///< of the parameter
-    std::string name;
+    int index = 0;      ///< of the parameter
+    std::string thing;  ///< "--set quality", "--opacity"
     std::string value;
 };
 
@@ -55,6 +56,8 @@ struct RenderRequest {
     std::optional<std::filesystem::path> plate;  ///< the layer is laid over it
     std::optional<PixelSize> frameSize;          ///< a transparent frame instead of a plate
     Road road = Road::kModule;
+    bool isPlain = false;             ///< PF_Cmd_RENDER instead of the smart render protocol
+    int overMode = PF_Xfer_IN_FRONT;  ///< how the pinned layer is laid over the plate
     bool noClobber = false, keepMetadata = true;
     Explain explain = Explain::kNo;
     std::string history;  ///< the command line as typed

@@ -91,8 +91,11 @@ PlanReport planOf(std::vector<Parameter> const& parameters, PinFrame const& fram
     int const view = static_cast<int>(currentNumber(parameters, kViewMode));
     if (view == kViewOriginal) return plan;
     PinQuads const quads = pinQuads(parameters, frame);
-    PixelSize const layer = {frame.layerWidth, frame.layerHeight};
-    PixelSize const whole = {frame.frameWidth, frame.frameHeight};
+    auto const withMargin = [&frame](int width, int height) {
+        return PixelSize{width + 2 * frame.marginX, height + 2 * frame.marginY};
+    };
+    PixelSize const layer = withMargin(frame.layerWidth, frame.layerHeight);
+    PixelSize const whole = withMargin(frame.frameWidth, frame.frameHeight);
     auto const add = [&](char const* name, int mode, PixelSize to) {
         plan.passes.push_back(passOf(name, mode, parameters, quads, layer, to));
     };
@@ -131,10 +134,13 @@ void StageClock::lap(std::string name) {
 }
 
 std::string asText(Explanation const& e) {
-    std::string text = fmt::format("road      {}\n", roadName(e.road));
+    std::string text =
+        fmt::format("road      {}{}\n", roadName(e.road), e.isPlain ? ", plain" : "");
     if (e.road == Road::kModule) text += fmt::format("host      {}\n", hostName(e.host));
     text += fmt::format("layer     {} x {}\nframe     {} x {}\n", e.layer.width, e.layer.height,
                         e.frame.width, e.frame.height);
+    if (e.margin.width > 0 || e.margin.height > 0)
+        text += fmt::format("margin    {} x {}, in the frame\n", e.margin.width, e.margin.height);
     text += fmt::format("depth     {} rendered, {} written\n", depthName(e.renderDepth),
                         depthName(e.fileDepth));
     text += fmt::format("quality   {}: {}, {} x {} taps, {} scan\n", e.plan.quality, e.plan.filter,
@@ -156,9 +162,11 @@ std::string asText(Explanation const& e) {
 std::string asJson(Explanation const& e) {
     nlohmann::ordered_json json;
     json["road"] = roadName(e.road);
+    json["plain"] = e.isPlain;
     if (e.road == Road::kModule) json["host"] = hostName(e.host);
     json["layer"] = {{"width", e.layer.width}, {"height", e.layer.height}};
     json["frame"] = {{"width", e.frame.width}, {"height", e.frame.height}};
+    json["margin"] = {{"x", e.margin.width}, {"y", e.margin.height}};
     json["depth"] = {{"rendered", depthName(e.renderDepth)}, {"written", depthName(e.fileDepth)}};
     json["quality"] = e.plan.quality;
     json["filter"] = e.plan.filter;

@@ -62,7 +62,9 @@ private:
 struct Explanation {
     Road road = Road::kModule;
     HostIdentity host;
+    bool isPlain = false;    ///< the module by PF_Cmd_RENDER
     PixelSize layer, frame;  ///< pixels at the render's resolution
+    PixelSize margin;        ///< of the frame, around the layer on each side
     Depth renderDepth = Depth::k8, fileDepth = Depth::k8;
     PlanReport plan;
     Covered covered;

@@ -62,8 +62,13 @@ std::uint64_t rasterBytes(int width, int height, Depth depth) {
 
 }  // namespace
 
-std::uint64_t renderBytes(int width, int height, Depth depth) {
-    return 4 * rasterBytes(width, height, depth) + kRest;
+std::uint64_t renderBytes(RenderSize const& size) {
+    bool const isGrown = size.marginX > 0 || size.marginY > 0;
+    std::uint64_t const frames = 3 + (isGrown ? 2 : 0) + (size.transfers ? 1 : 0);
+    return rasterBytes(size.width, size.height, size.depth) +
+           frames * rasterBytes(size.width + 2 * size.marginX, size.height + 2 * size.marginY,
+                                size.depth) +
+           kRest;
 }
 
 std::uint64_t frameRenderBytes(int layerWidth, int layerHeight, int frameWidth, int frameHeight) {

@@ -11,9 +11,17 @@ namespace zelk {
 /// process's address space limit and its control group's limit.
 std::uint64_t availableBytes();
 
-/// Bytes that a render in a host takes: the layer, the output, two more of the effect's own, and
-/// 100 MB.
-std::uint64_t renderBytes(int width, int height, Depth depth);
+/// A render in a host: the layer, and the margin that Grow Bounds adds on each side.
+struct RenderSize {
+    int width = 0, height = 0;  ///< pixels
+    Depth depth = Depth::k8;
+    int marginX = 0, marginY = 0;
+    bool transfers = false;  ///< with a Transfer Mode
+};
+
+/// Bytes that a render in a host takes: the layer; the output and two more of the effect's own, of
+/// the frame's size; two more with a margin and one more with a Transfer Mode; and 100 MB.
+std::uint64_t renderBytes(RenderSize const& size);
 
 /// Bytes that a render into a frame takes: the layer and two copies of it, the frame, and 100 MB.
 std::uint64_t frameRenderBytes(int layerWidth, int layerHeight, int frameWidth, int frameHeight);

@@ -1,6 +1,10 @@
 // Controls and buffers of the memory road; see memory_road.h.
 #include "apps/zelk/memory_road.h"
 
+#include <algorithm>
+#include <array>
+
+#include "Transform/Common/Transform_Core_Render/TransferModes.h"
 #include "apps/zelk/parameter_names.h"
 #include "apps/zelk/parameter_values.h"
 #include "apps/zelk/world_rows.h"
@@ -56,6 +60,40 @@ void setControls(PluginHost_Memory_Impl& host, std::vector<Parameter> const& par
     }
 }
 
+void layNormally(World& frame, int y, float const* rgba) {
+    ChannelOrder const order = channelOrder(frame.spec());
+    int const place[4] = {order.red, order.green, order.blue, order.alpha};
+    float* pixel = frame.rowAs<float>(y);
+    for (int x = 0; x < frame.width(); ++x, pixel += 4, rgba += 4) {
+        float const rest = 1.0f - pixel[order.alpha];
+        for (int c = 0; c < 4; ++c) pixel[place[c]] += rgba[c] * rest;
+    }
+}
+
+/// A pixel of the modes' arithmetic: alpha first, straight colour.
+using StraightPixel = std::array<float, 4>;
+
+/// Colour without alpha stays as it is, both ways.
+StraightPixel straight(float alpha, float red, float green, float blue) {
+    float const divisor = alpha == 0 ? 1 : alpha;
+    return {alpha, red / divisor, green / divisor, blue / divisor};
+}
+
+void layByMode(World& frame, int y, float const* rgba, BlendRow<PIXEL_ARGB32> blend) {
+    float* pixel = frame.rowAs<float>(y);  // a float world keeps alpha first too
+    for (int x = 0; x < frame.width(); ++x, pixel += 4, rgba += 4) {
+        StraightPixel result = {rgba[3], rgba[0], rgba[1], rgba[2]};
+        if (pixel[0] != 0) {
+            StraightPixel const front = straight(pixel[0], pixel[1], pixel[2], pixel[3]);
+            StraightPixel const back = straight(rgba[3], rgba[0], rgba[1], rgba[2]);
+            blend(front.data(), back.data(), result.data(), 1, {});
+            float const factor = result[0] == 0 ? 1 : result[0];
+            for (std::size_t c = 1; c < 4; ++c) result[c] *= factor;
+        }
+        std::copy(result.begin(), result.end(), pixel);
+    }
+}
+
 }  // namespace
 
 World readAssociatedWorld(PictureReader& picture) {
@@ -70,15 +108,12 @@ PF_Err renderInMemory(std::vector<Parameter> const& parameters, World& layer, Wo
     return Render(&host);
 }
 
-void layOver(World& frame, PictureReader& plate) {
-    plate.readAssociated([&frame](int y, float const* rgba) {
-        ChannelOrder const order = channelOrder(frame.spec());
-        int const place[4] = {order.red, order.green, order.blue, order.alpha};
-        float* pixel = frame.rowAs<float>(y);
-        for (int x = 0; x < frame.width(); ++x, pixel += 4, rgba += 4) {
-            float const rest = 1.0f - pixel[order.alpha];
-            for (int c = 0; c < 4; ++c) pixel[place[c]] += rgba[c] * rest;
-        }
+void layOver(World& frame, PictureReader& plate, int mode) {
+    plate.readAssociated([&frame, mode](int y, float const* rgba) {
+        if (mode == PF_Xfer_IN_FRONT)
+            layNormally(frame, y, rgba);
+        else
+            layByMode(frame, y, rgba, blendRowOfMode<PIXEL_ARGB32>(mode));
     });
 }
 

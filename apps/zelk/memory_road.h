@@ -20,8 +20,10 @@ World readAssociatedWorld(PictureReader& picture);
 /// colour; what the layer does not cover becomes transparent. The result is the pipeline's code.
 PF_Err renderInMemory(std::vector<Parameter> const& parameters, World& layer, World& frame);
 
-/// Lays `frame` over the plate, which has its size: f + p (1 - alpha of f) in each channel. The
+/// Lays `frame` over the plate, which has its size, by a PF_Xfer_* mode; both and the result are
+/// associated. Normal is f + p (1 - alpha of f) in each channel. Other modes blend straight colour
+/// by the effect's own arithmetic; where the frame is transparent the plate stays as it is. The
 /// plate's rows are read as they are needed.
-void layOver(World& frame, PictureReader& plate);
+void layOver(World& frame, PictureReader& plate, int mode);
 
 }  // namespace zelk

@@ -24,6 +24,10 @@ enum ParameterPosition {
     kScaleY = 43,
     kRotate = 44,
     kQuality = 48,
+    kGrowBounds = 51,
+    kSourceOpacity = 60,
+    kCornerPinOpacity = 61,
+    kTransferMode = 62,
 };
 
 /// Entries of the View Mode popup, from 1.

@@ -16,7 +16,7 @@ namespace {
 
 /// One value on its way into one parameter.
 struct Entry {
-    std::string thing;  ///< "--set quality"
+    std::string thing;  ///< "--set quality", "--opacity"
     std::string text;
 
     UserError error(std::string wrong, std::string expected) const {
@@ -33,12 +33,19 @@ std::string choiceList(Parameter const& parameter) {
     return fmt::format("a number from 1 to {} or one of: {}", parameter.choices.size(), list);
 }
 
+/// How entries are compared: "Color Dodge" is color-dodge too.
+std::string choiceWord(std::string_view text) {
+    std::string word = lowered(text);
+    if (!isSeparator(word)) std::replace(word.begin(), word.end(), '-', ' ');
+    return word;
+}
+
 void setPopup(Parameter& parameter, Entry const& entry) {
     auto const& choices = parameter.choices;
     int const count = static_cast<int>(choices.size());
-    std::string const word = lowered(trimmed(entry.text));
+    std::string const word = choiceWord(trimmed(entry.text));
     auto const found = std::find_if(choices.begin(), choices.end(),
-                                    [&](auto const& choice) { return lowered(choice) == word; });
+                                    [&](auto const& choice) { return choiceWord(choice) == word; });
     int position = static_cast<int>(found - choices.begin()) + 1;
     if (found == choices.end()) {
         auto const number = parseWhole(entry.text);
@@ -104,8 +111,8 @@ void setSlider(Parameter& parameter, Entry const& entry) {
 
 bool isSeparator(std::string_view entry) { return entry == "(-"; }
 
-void setFromText(Parameter& parameter, std::string_view name, std::string_view text) {
-    Entry const entry{fmt::format("--set {}", name), std::string(text)};
+void setFromText(Parameter& parameter, std::string_view thing, std::string_view text) {
+    Entry const entry{std::string(thing), std::string(text)};
     switch (parameter.type()) {
         case PF_Param_POPUP:
             return setPopup(parameter, entry);

@@ -14,9 +14,9 @@ namespace zelk {
 /// True for the line between a popup's entries.
 bool isSeparator(std::string_view entry);
 
-/// Sets `parameter.current`. `name` is the parameter's, for messages. Throws a usage error for a
-/// value that the kind or the valid range refuses.
-void setFromText(Parameter& parameter, std::string_view name, std::string_view text);
+/// Sets `parameter.current`. `thing` is the option, for messages: "--set quality", "--opacity".
+/// Throws a usage error for a value that the kind or the valid range refuses.
+void setFromText(Parameter& parameter, std::string_view thing, std::string_view text);
 
 /// "#rrggbb".
 std::string colorText(PF_Pixel color);

@@ -113,11 +113,22 @@ void setStorage(std::string_view format, RowPlan const& plan, OIIO::ImageSpec& s
     if (format == "jpeg") spec.attribute("jpeg:subsampling", "4:4:4");
 }
 
-OIIO::ImageSpec specOf(std::string_view format, World const& world, RowPlan const& plan,
-                       WriteRequest const& request) {
-    OIIO::ImageSpec spec(world.width(), world.height(), plan.channels, plan.type);
+/// Where the picture lies in the file's space; formats without windows hold it all from the origin.
+void setWindows(OIIO::ImageOutput const& writer, WriteRequest const& request,
+                OIIO::ImageSpec& spec) {
     spec.x = spec.full_x = request.traits.originX;
     spec.y = spec.full_y = request.traits.originY;
+    if (!writer.supports("displaywindow") || !writer.supports("negativeorigin")) return;
+    spec.x -= request.marginX;
+    spec.y -= request.marginY;
+    spec.full_width = spec.width - 2 * request.marginX;
+    spec.full_height = spec.height - 2 * request.marginY;
+}
+
+OIIO::ImageSpec specOf(OIIO::ImageOutput const& writer, World const& world, RowPlan const& plan,
+                       WriteRequest const& request) {
+    OIIO::ImageSpec spec(world.width(), world.height(), plan.channels, plan.type);
+    setWindows(writer, request, spec);
     if (request.keepMetadata) {
         for (auto const& value : request.traits.metadata) spec.extra_attribs.push_back(value);
         spec.attribute("Software", "zelk " ZELK_VERSION);
@@ -126,7 +137,7 @@ OIIO::ImageSpec specOf(std::string_view format, World const& world, RowPlan cons
             spec.attribute("Exif:ImageHistory",
                            earlier.empty() ? request.history : earlier + "\n" + request.history);
     }
-    setStorage(format, plan, spec);
+    setStorage(writer.format_name(), plan, spec);
     return spec;
 }
 
@@ -249,7 +260,7 @@ std::string writePicture(World const& world, fs::path const& target, WriteReques
     auto const writer = makeWriter(target);  // gone before the file: its end may write once more
     RowPlan const plan = planRows(*writer, request);
     Written written;
-    if (writer->open(file.path().string(), specOf(writer->format_name(), world, plan, request)))
+    if (writer->open(file.path().string(), specOf(*writer, world, plan, request)))
         written = writeRows(world, plan, *writer);
     bool const isClosed = writer->close();
     std::string const error = writer->geterror();

@@ -23,7 +23,9 @@ struct WriteRequest {
     Depth depth = Depth::k8;                ///< of the file's samples, where the format has them
     AlphaForm form = AlphaForm::kStraight;  ///< of the world's colour
     PictureTraits traits;  ///< what the file inherits; half samples, windows, metadata
-    bool opaque = false;   ///< leave alpha out: it is white everywhere
+    /// Pixels around the display window, of a data window that the format may tell apart.
+    int marginX = 0, marginY = 0;
+    bool opaque = false;  ///< leave alpha out: it is white everywhere
     bool keepMetadata = true;
     std::string history;  ///< the command line, as image history
 };

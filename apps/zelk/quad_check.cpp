@@ -38,6 +38,17 @@ Corners withOffsets(Corners pins, std::vector<Parameter> const& parameters, int 
     return pins;
 }
 
+/// Pins as fractions of the frame with its margins; with none the values stay as they are.
+Corners grown(Corners pins, PinFrame const& frame) {
+    if (frame.marginX == 0 && frame.marginY == 0) return pins;
+    for (Point& pin : pins) {
+        pin.x = (frame.frameWidth * pin.x + frame.marginX) / (frame.frameWidth + 2 * frame.marginX);
+        pin.y =
+            (frame.frameHeight * pin.y + frame.marginY) / (frame.frameHeight + 2 * frame.marginY);
+    }
+    return pins;
+}
+
 /// The effect leaves out the first of two passes when From Pins and Reposition change nothing; the
 /// From offsets do not count.
 bool isFirstPassLeftOut(std::vector<Parameter> const& parameters, Corners const& fromPins) {
@@ -80,8 +91,9 @@ QuadFault checkQuad(Corners const& corners) {
 
 PinQuads pinQuads(std::vector<Parameter> const& parameters, PinFrame const& frame) {
     Corners const from = pinsAt(parameters, kFromPins, frame);
-    return {withOffsets(from, parameters, kFromOffsets),
-            withOffsets(pinsAt(parameters, kToPins, frame), parameters, kToOffsets),
+    Corners const to = pinsAt(parameters, kToPins, frame);
+    return {grown(withOffsets(from, parameters, kFromOffsets), frame),
+            grown(withOffsets(to, parameters, kToOffsets), frame),
             isFirstPassLeftOut(parameters, from)};
 }
 

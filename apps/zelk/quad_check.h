@@ -27,9 +27,10 @@ struct PinFrame {
     int layerWidth = 0, layerHeight = 0;  ///< of From Pins
     int frameWidth = 0, frameHeight = 0;  ///< of To Pins
     int downsample = 1;
+    int marginX = 0, marginY = 0;  ///< Grow Bounds, around both
 };
 
-/// The quads as the effect uses them: fractions of their images, offsets added.
+/// The quads as the effect uses them: fractions of their images, margins included, offsets added.
 struct PinQuads {
     Corners from, to;
     /// The first of two passes is left out: From Pins and Reposition change nothing.

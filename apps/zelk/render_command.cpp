@@ -9,8 +9,8 @@
 
 #include "apps/zelk/errors.h"
 #include "apps/zelk/memory_budget.h"
-#include "apps/zelk/memory_release.h"
 #include "apps/zelk/memory_road.h"
+#include "apps/zelk/module_road.h"
 #include "apps/zelk/parameter_names.h"
 #include "apps/zelk/parameter_values.h"
 #include "apps/zelk/params_command.h"
@@ -53,70 +53,13 @@ void copyOpenPins(RenderRequest const& request, std::vector<Parameter>& paramete
     }
 }
 
-/// What the render works on, and in which size.
-struct Frame {
-    int width = 0, height = 0;  ///< of the worlds, pixels
-    Depth depth = Depth::k8;
-};
-
-Frame frameOf(RenderRequest const& request, PictureReader const& picture) {
-    int const n = request.downsample;
+/// Throws where the reduced picture would have no pixels.
+void checkDownsample(RenderRequest const& request, PictureReader const& picture) {
     int const most = std::min(picture.width(), picture.height());
-    if (n > most) {
-        throw UserError(ExitCode::kUsage,
-                        {"--downsample", "leaves nothing of the picture:", std::to_string(n),
-                         fmt::format("a whole number from 1 to {}", most)});
-    }
-    return {picture.width() / n, picture.height() / n,
-            request.depth.value_or(picture.traits().depth)};
-}
-
-UserError tooLarge(RenderRequest const& request, Frame const& frame) {
-    return {ExitCode::kInput,
-            {request.layer.string(), "picture larger than the memory allows,",
-             fmt::format("{}x{}", frame.width, frame.height),
-             fmt::format("{} MB to be free",
-                         renderBytes(frame.width, frame.height, frame.depth) / 1'000'000)}};
-}
-
-/// The effect must succeed and give back all that it took.
-void checkResult(CommandResult const& result, std::string const& layer) {
-    if (result.code != PF_Err_NONE) {
-        std::string const message = result.message.empty() ? "no message" : result.message;
-        throw UserError(ExitCode::kRenderFailed,
-                        {layer, fmt::format("the render failed with code {}:", result.code),
-                         message, "code 0"});
-    }
-    if (!(result.outstanding == Outstanding{})) {
-        throw UserError(ExitCode::kRenderFailed,
-                        {layer, "the effect kept", result.outstanding.describe(), "nothing"});
-    }
-}
-
-World renderFrame(RenderRequest const& request, Host& host, PictureReader& picture,
-                  Frame const& frame, StageClock& clock) {
-    if (renderBytes(frame.width, frame.height, frame.depth) > availableBytes()) {
-        throw tooLarge(request, frame);
-    }
-    World input, output;
-    try {
-        WorldSpec const spec = host.worldSpec(frame.width, frame.height, frame.depth);
-        input = World(spec);
-        output = World(spec);
-    } catch (HostError const&) {
-        throw tooLarge(request, frame);
-    }
-    picture.readInto(input, request.downsample);
-    releaseStartupMemory();
-    clock.lap("read");
-
-    FrameRequest ask;
-    ask.downsample = request.downsample;
-    ask.layerWidth = picture.width();
-    ask.layerHeight = picture.height();
-    checkResult(host.render(input, output, ask), request.layer.string());
-    clock.lap("render");
-    return output;
+    if (request.downsample > most)
+        throw UserError(ExitCode::kUsage, {"--downsample", "leaves nothing of the picture:",
+                                           std::to_string(request.downsample),
+                                           fmt::format("a whole number from 1 to {}", most)});
 }
 
 void useThreads(int count) {
@@ -146,30 +89,44 @@ void plan(std::vector<Parameter> const& parameters, PinFrame const& frame, Depth
     addPinWarning(parameters, frame, report.warnings);
     Explanation& e = report.explanation;
     e.layer = {frame.layerWidth, frame.layerHeight};
-    e.frame = {frame.frameWidth, frame.frameHeight};
+    e.frame = {frame.frameWidth + 2 * frame.marginX, frame.frameHeight + 2 * frame.marginY};
     e.renderDepth = renderDepth;
     e.fileDepth = fileDepth;
     e.plan = planOf(parameters, frame);
 }
 
 /// The effect module renders the layer in its own frame.
-void renderByModule(RenderRequest const& request, Host& host, RenderReport& report) {
+void renderInOwnFrame(RenderRequest const& request, Host& host, RenderReport& report) {
     PictureReader picture(request.layer);
-    Frame const frame = frameOf(request, picture);
+    checkDownsample(request, picture);
     host.resetParameters(picture.width(), picture.height());
     applyRequest(request, host.parameters());
     report.warnings = picture.warnings();
+
+    ModuleRender ask;
+    ask.layerName = request.layer.string();
+    ask.depth = request.depth.value_or(picture.traits().depth);
+    ask.downsample = request.downsample;
+    ask.isPlain = request.isPlain || !host.supportsSmartRender();
+    PixelSize const margin = marginOf(host.parameters(), ask);
+    int const width = picture.width() / ask.downsample, height = picture.height() / ask.downsample;
+    report.explanation.isPlain = ask.isPlain;
+    report.explanation.margin = margin;
     plan(host.parameters(),
-         {frame.width, frame.height, frame.width, frame.height, request.downsample}, frame.depth,
-         frame.depth, report);
-    World const output = renderFrame(request, host, picture, frame, report.explanation.clock);
+         {width, height, width, height, ask.downsample, margin.width, margin.height}, ask.depth,
+         ask.depth, report);
+
+    StageClock& clock = report.explanation.clock;
+    World const output = renderByModule(host, picture, ask, clock);
     if (request.explain != Explain::kNo) report.explanation.covered = countCovered(output);
-    WriteRequest ask;
-    ask.depth = frame.depth;
-    ask.traits = picture.traits();
-    ask.traits.isHalf = ask.traits.isHalf && !request.depth;
-    write(request, output, ask, report.warnings);
-    report.explanation.clock.lap("write");
+    WriteRequest file;
+    file.depth = ask.depth;
+    file.traits = picture.traits();
+    file.traits.isHalf = file.traits.isHalf && !request.depth;
+    file.marginX = margin.width;
+    file.marginY = margin.height;
+    write(request, output, file, report.warnings);
+    clock.lap("write");
 }
 
 /// Rank of a file's samples, for the deeper of two.
@@ -232,6 +189,16 @@ World frameWorld(RenderRequest const& request, PictureReader const& layer, Pixel
     return World({size.width, size.height, Depth::kFloat});
 }
 
+/// A Transfer Mode lays the pinned layer over the layer as it stands in its own frame.
+void checkTransfer(std::vector<Parameter> const& parameters) {
+    Parameter const& transfer = parameters[kTransferMode];
+    auto const entry = static_cast<std::size_t>(numberOf(transfer.current));
+    if (entry > 1 && entry <= transfer.choices.size())
+        throw UserError(ExitCode::kUsage, {"--set transfer-mode",
+                                           "lays the pinned layer over itself in its own frame:",
+                                           transfer.choices[entry - 1], "--mode with --over"});
+}
+
 /// The layer goes into a frame of its own size, a given one, or a plate's.
 void renderIntoFrame(RenderRequest const& request, Host& host, RenderReport& report) {
     PictureReader layer(request.layer);
@@ -244,6 +211,7 @@ void renderIntoFrame(RenderRequest const& request, Host& host, RenderReport& rep
     setPins(host.parameters(), kFromPins, wholePicture(layer));
     applyRequest(request, host.parameters());
 
+    if (plate || request.frameSize) checkTransfer(host.parameters());
     WriteRequest const ask = outputOf(request, layer, plate ? &*plate : nullptr);
     report.warnings = layer.warnings();
     plan(host.parameters(), {own.width, own.height, size.width, size.height, 1}, Depth::kFloat,
@@ -259,7 +227,7 @@ void renderIntoFrame(RenderRequest const& request, Host& host, RenderReport& rep
     renderLayer(request, host, layer, frame, clock);
     if (request.explain != Explain::kNo) report.explanation.covered = countCovered(frame);
     if (plate) {
-        layOver(frame, *plate);
+        layOver(frame, *plate, request.overMode);
         clock.lap("plate");
     }
     write(request, frame, ask, report.warnings);
@@ -274,7 +242,7 @@ void applyRequest(RenderRequest const& request, std::vector<Parameter>& paramete
     if (request.quality) setNumber(at(parameters, kQuality).current, *request.quality);
     if (request.view) setNumber(at(parameters, kViewMode).current, *request.view);
     for (Setting const& setting : request.settings) {
-        setFromText(at(parameters, setting.index), setting.name, setting.value);
+        setFromText(at(parameters, setting.index), setting.thing, setting.value);
     }
     copyOpenPins(request, parameters);
 }
@@ -290,7 +258,7 @@ RenderReport render(RenderRequest const& request) {
     report.explanation.threads = omp_get_max_threads();
     report.explanation.clock.lap("setup");
     if (request.road == Road::kModule)
-        renderByModule(request, *host, report);
+        renderInOwnFrame(request, *host, report);
     else
         renderIntoFrame(request, *host, report);
     return report;
