@@ -46,6 +46,20 @@ void enterPremultiplied(PipelineFrame& frame) {
     if (frame.host->getAEHost()) premultiply<Trait>(frame, frame.rasters.work);
 }
 
+/// One sample from preparation to the mean of all. 0, or the code with which the render ends.
+template <class Trait>
+PF_Err takeSample(PipelineFrame& frame, int index) {
+    constexpr std::int32_t kSuperSample = 3;
+    if (frame.args.quality == kSuperSample) {
+        if (const PF_Err code = softenSource(frame)) return code;
+        if (frame.superSample.fadeExtent)
+            fadeBorder<Trait>(frame.sourceInfo, frame.superSample.fadeExtent);
+    }
+    if (const PF_Err code = renderSample(frame, index)) return code;
+    if (frame.plan.blurOn) mergeSample<Trait>(frame.outInfo, frame.sampleInfo, index);
+    return 0;
+}
+
 /// Straight colour for opacity and transfer.
 template <class Trait>
 void enterStraight(PipelineFrame& frame) {
@@ -118,7 +132,10 @@ PF_Err CornerPinRender(PluginHost_API* host) {
     if (const PF_Err code = takeWorkingCopy(frame, Trait::kFormat)) return code;
     corner_pin_detail::enterPremultiplied<Trait>(frame);
     if (const PF_Err code = prepareSamples(frame)) return code;
-    for (int i = 0; i < frame.plan.samples; ++i) renderSample(frame);
+    for (int i = 0; i < frame.plan.samples; ++i) {
+        if (const PF_Err code = corner_pin_detail::takeSample<Trait>(frame, i)) return code;
+    }
+    softenEnd(frame);
     corner_pin_detail::enterStraight<Trait>(frame);
     corner_pin_detail::composite<Trait>(frame);
     corner_pin_detail::leaveStraight<Trait>(frame);

@@ -1,12 +1,18 @@
 // The stages of a pipeline call that no pixel format enters.
 #include "effect/PipelineFrame.h"
 
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <optional>
 #include <utility>
 
 #include "RenderLib/Transform/CommonRender_CoreTransformRender.h"
+#include "Transform/Common/Transform_Core_Render/PixelRows.h"
+#include "effect/HostCamera.h"
 #include "effect/PassRecords.h"
+#include "params/HostControls.h"
 
 namespace {
 
@@ -95,24 +101,70 @@ int renderPass(PipelineFrame& frame, CoreRenderArguments& core, QuadMode quadMod
                                             kSingleChannel, settings, kEdgeCoverage, kFillMode);
 }
 
+/// Where a sample's last pass draws.
+struct Destination {
+    PluginRaster_API* raster;
+    PluginHost_API::RasterInfo const& info;
+};
+
+Destination destinationOf(PipelineFrame const& frame) {
+    if (frame.plan.blurOn) return {frame.rasters.sample, frame.sampleInfo};
+    return {frame.rasters.out, frame.outInfo};
+}
+
 /// Both passes start from the same values: a pass may rewrite its records.
 void renderTwoPasses(PipelineFrame& frame, CoreRenderArguments& core, RenderSettings* settings,
                      bool fromAtRest) {
     PluginHost_API* host = frame.host;
     PluginHost_API::RasterInfo const& interim = frame.interimInfo;
+    const Destination destination = destinationOf(frame);
     CoreRenderArguments secondCore = core;
     RenderSettings secondSettings = *settings;
 
     if (frame.passes == PassPlan::kFrameToTo || fromAtRest)
         host->copy(frame.rasters.work, frame.rasters.interim);
     else
-        renderPass(frame, core, kQuadFromToUnit, frame.workInfo, interim, settings);
+        renderPass(frame, core, kQuadFromToUnit, frame.sourceInfo, interim, settings);
 
     if (frame.passes == PassPlan::kFromToFrame) {
-        if (hasOwnFrame(frame)) host->fillOutput();
-        host->copy(frame.rasters.interim, frame.rasters.out);
+        if (hasOwnFrame(frame)) host->fill(destination.raster);
+        host->copy(frame.rasters.interim, destination.raster);
     } else
-        renderPass(frame, secondCore, kQuadUnitToTo, interim, frame.outInfo, &secondSettings);
+        renderPass(frame, secondCore, kQuadUnitToTo, interim, destination.info, &secondSettings);
+}
+
+/// An image beside the working copy, of `model`'s size. 0, or why it can't be used.
+PF_Err addRaster(PipelineFrame& frame, PluginRaster_API*& slot, PluginRaster_API* model,
+                 PluginHost_API::RasterInfo& info) {
+    if (const PF_Err code = frame.rasters.allocate(slot, model)) return code;
+    frame.host->getRasterInfo(slot, &info);
+    return isUsable(info, frame.workInfo.format) ? PF_Err_NONE : kNoRaster;
+}
+
+void copyRows(PluginHost_API::RasterInfo const& from, PluginHost_API::RasterInfo const& to) {
+    const int bytes = std::min(std::abs(from.rowBytes), std::abs(to.rowBytes));
+    for (int y = 0; y < to.height; ++y)
+        std::memcpy(pixelRow<unsigned char>(to, y), pixelRow<unsigned char>(from, y),
+                    static_cast<std::size_t>(bytes));
+}
+
+void useCamera(PipelineFrame& frame, std::int32_t time) {
+    if (!frame.host->hasCamera() || !GetUseHostCameraParamValue(frame.host)) return;
+    QV_Matrix4 matrix{};
+    bool found = false;
+    double zoom = 1.0, planeDistance = 0;
+    int planeWidth = 0, planeHeight = 0;
+    const int code = GetCameraMatrix(frame.host, &matrix, time, frame.host->getTimeScale(), found,
+                                     &zoom, frame.workInfo.width, frame.workInfo.height, planeWidth,
+                                     planeHeight, planeDistance);
+    if (code || !found) return;
+    CoreRenderArguments& core = frame.core;
+    core.useCamera = true;
+    static_assert(sizeof matrix.mat == sizeof core.cameraMatrix);
+    std::memcpy(core.cameraMatrix, matrix.mat, sizeof core.cameraMatrix);
+    core.cameraPlaneWidth = planeWidth;
+    core.cameraPlaneHeight = planeHeight;
+    core.cameraPlaneDistance = planeDistance;
 }
 
 }  // namespace
@@ -124,9 +176,12 @@ bool hasOwnFrame(PipelineFrame const& frame) {
 
 PF_Err readFrame(PipelineFrame& frame) {
     takeMargin(frame);
-    if (!ParamsRetrieveValues(frame.host, &frame.args)) {
-        if (const PF_Err code = ParamsRetrieveValuesFromHost(frame.host, &frame.args))
-            return fail(frame, code);
+    if (ParamsRetrieveValues(frame.host, &frame.args)) {
+        frame.motionBlur = GetMBlurValue(frame.host);
+    } else {
+        PF_Err code = ParamsRetrieveValuesFromHost(frame.host, &frame.args);
+        if (!code) code = MotionBlurFromHost(frame.host, &frame.motionBlur);
+        if (code) return fail(frame, code);
     }
     frame.passes = passPlan(frame.args);
     return 0;
@@ -141,25 +196,54 @@ PF_Err takeWorkingCopy(PipelineFrame& frame, QV_RasterFormat format) {
     host->copy(input.get(), frame.rasters.work);
     input.reset();
     frame.rasters.out = host->getOutputRaster();
+    host->getRasterInfo(frame.rasters.work, &frame.sourceInfo);
     host->getRasterInfo(frame.rasters.work, &frame.workInfo);
     host->getRasterInfo(frame.rasters.out, &frame.outInfo);
-    if (!isUsable(frame.workInfo, format) || !isUsable(frame.outInfo, format) || !fits(frame))
+    if (!isUsable(frame.sourceInfo, format) || !isUsable(frame.workInfo, format) ||
+        !isUsable(frame.outInfo, format) || !fits(frame))
         return fail(frame, kNoRaster);
     return 0;
 }
 
 PF_Err prepareSamples(PipelineFrame& frame) {
-    frame.plan = planSamples(frame.host);
-    if (const PF_Err code = frame.rasters.allocate(frame.rasters.interim, frame.rasters.work))
-        return fail(frame, code);
-    frame.host->getRasterInfo(frame.rasters.interim, &frame.interimInfo);
-    if (!isUsable(frame.interimInfo, frame.workInfo.format)) return fail(frame, kNoRaster);
+    PipelineRasters& rasters = frame.rasters;
+    frame.plan = planSamples(frame.host, frame.args, frame.motionBlur);
+    PF_Err code = addRaster(frame, rasters.interim, rasters.work, frame.interimInfo);
+    if (!code && frame.plan.blurOn)
+        code = addRaster(frame, rasters.sample, hasOwnFrame(frame) ? rasters.out : rasters.work,
+                         frame.sampleInfo);
+    if (code) return fail(frame, code);
     frame.core = coreArguments(frame.args.quality);
     return 0;
 }
 
-void renderSample(PipelineFrame& frame) {
+PF_Err softenSource(PipelineFrame& frame) {
+    PluginHost_API* host = frame.host;
+    frame.superSample = planSuperSample(
+        frame.args, {frame.workInfo.width, frame.workInfo.height,
+                     hasOwnFrame(frame) ? frame.outInfo.width : frame.workInfo.width,
+                     hasOwnFrame(frame) ? frame.outInfo.height : frame.workInfo.height,
+                     std::min(host->getScaleX(), host->getScaleY())});
+    if (!frame.rasters.edged) {
+        PluginHost_API::RasterInfo edged{};
+        if (const PF_Err code = addRaster(frame, frame.rasters.edged, frame.rasters.work, edged))
+            return fail(frame, code);
+        frame.sourceInfo.data = edged.data;
+        frame.sourceInfo.format = edged.format;
+        frame.sourceInfo.rowBytes = edged.rowBytes;
+    }
+    copyRows(frame.workInfo, frame.sourceInfo);
+    const int code = blurSource(host, frame.superSample, frame.sourceInfo);
+    if (!frame.result) frame.result = code;
+    return 0;
+}
+
+PF_Err renderSample(PipelineFrame& frame, int index) {
+    const std::int32_t time = frame.plan.timeOf(index);
     SamplePose pose = samplePose(frame.args);
+    if (frame.plan.readsAtTime) {
+        if (const int code = samplePoseAt(frame.host, time, pose)) return fail(frame, code);
+    }
     const bool fromAtRest = fromIsIdentity(pose);
     addOffsets(pose);
     enterGrownFrame(frame, pose);
@@ -170,11 +254,18 @@ void renderSample(PipelineFrame& frame) {
     RenderSettings* settings = frame.hostSettings ? frame.hostSettings : &ownSettings;
     setSample(*settings, frame.core, pose, frame.workInfo.format);
     setSample(frame.core, pose);
+    useCamera(frame, time);
 
     if (frame.passes != PassPlan::kDirect) {
         renderTwoPasses(frame, frame.core, settings, fromAtRest);
-    } else if (const int code = renderPass(frame, frame.core, kQuadFromToTo, frame.workInfo,
-                                           frame.outInfo, settings)) {
+    } else if (const int code = renderPass(frame, frame.core, kQuadFromToTo, frame.sourceInfo,
+                                           destinationOf(frame).info, settings)) {
         frame.result = code;
     }
+    return 0;
+}
+
+void softenEnd(PipelineFrame& frame) {
+    const int code = blurEnd(frame.host, frame.superSample, frame.outInfo);
+    if (!frame.result) frame.result = code;
 }

@@ -11,6 +11,7 @@
 #include "effect/PipelineRasters.h"
 #include "effect/SamplePlan.h"
 #include "effect/SamplePose.h"
+#include "effect/SuperSample.h"
 #include "host/PluginHost_API.h"
 #include "params/RenderArguments.h"
 #include "platform/effect_api/effect_types.h"
@@ -29,15 +30,19 @@ struct PipelineFrame {
 
     PluginHost_API* host;
     RenderArguments args{};
+    std::int32_t motionBlur = kMotionBlurOff;
     /// The record that the host object carries, or null. Without one each sample has its own.
     RenderSettings* hostSettings = nullptr;
     int marginX = 0, marginY = 0;  ///< Grow Bounds, pixels
     PassPlan passes = PassPlan::kNone;
     PipelineRasters rasters;
-    PluginHost_API::RasterInfo workInfo{};  ///< source of the passes
+    PluginHost_API::RasterInfo workInfo{};
+    PluginHost_API::RasterInfo sourceInfo{};  ///< source of the passes: `work`, or `edged`
     PluginHost_API::RasterInfo interimInfo{};
+    PluginHost_API::RasterInfo sampleInfo{};
     PluginHost_API::RasterInfo outInfo{};
     SamplePlan plan;
+    SuperSamplePlan superSample;  ///< of the last sample prepared; at rest in other qualities
     CoreRenderArguments core;
     /// Of the passes and of the compositing, 0 for success.
     PF_Err result = 0;
@@ -58,6 +63,16 @@ PF_Err takeWorkingCopy(PipelineFrame& frame, QV_RasterFormat format);
 /// Plans the samples and makes what they need beside the working copy. Result as before.
 PF_Err prepareSamples(PipelineFrame& frame);
 
-/// Renders one sample into the output. A failure of a direct pass stays in
-/// `frame.result`; those of two-pass renders are not kept.
-void renderSample(PipelineFrame& frame);
+/// Super Sample: makes the passes' source a softened copy of the layer, without its border's fade.
+/// 0, or why there is no such image; the output is then cleared. A blur that is refused memory
+/// stays in `frame.result`.
+PF_Err softenSource(PipelineFrame& frame);
+
+/// Renders one sample: into `sample` where samples are merged, else into the output. 0, or the
+/// host's code for a control that could not be read at the sample's time; the output is then
+/// cleared. A failure of a direct pass stays in `frame.result`; those of two-pass renders are not
+/// kept.
+PF_Err renderSample(PipelineFrame& frame, int index);
+
+/// Super Sample: softens the finished frame where that is planned.
+void softenEnd(PipelineFrame& frame);

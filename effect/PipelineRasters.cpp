@@ -6,7 +6,9 @@ constexpr int kNoRasterAndNoCode = 1;
 }
 
 PipelineRasters::~PipelineRasters() {
+    release(sample);
     release(interim);
+    release(edged);
     delete out;
     release(work);
 }

@@ -9,7 +9,7 @@
 class PipelineRasters {
 public:
     explicit PipelineRasters(PluginHost_API* host) : m_host(host) {}
-    /// Gives back `interim`, the output's wrapper and `work`, in this order.
+    /// Gives back `sample`, `interim`, `edged`, the output's wrapper and `work`, in this order.
     ~PipelineRasters();
     PipelineRasters(PipelineRasters const&) = delete;
     PipelineRasters& operator=(PipelineRasters const&) = delete;
@@ -22,6 +22,8 @@ public:
     PluginRaster_API* work = nullptr;     ///< private copy of the input, source of every pass
     PluginRaster_API* out = nullptr;      ///< wrapper over the host's output
     PluginRaster_API* interim = nullptr;  ///< between the passes of a two-pass render
+    PluginRaster_API* sample = nullptr;   ///< one temporal sample before it is merged
+    PluginRaster_API* edged = nullptr;    ///< copy of `work`, blurred and faded for Super Sample
 
 private:
     void release(PluginRaster_API* raster);

@@ -4,13 +4,23 @@
 #include <algorithm>
 #include <cmath>
 
+#include "params/ParamIndex.h"
+
 namespace {
 
 constexpr double kIdentityTolerance = 1e-05;
 
 /// Corners arrive as upper left, upper right, lower left, lower right: the middle two swap.
+constexpr int kCornerOfPin[4] = {0, 2, 1, 3};
+
+/// Where a quad's controls stand: indices in corner order, identifiers in pin order.
+struct Quad {
+    int firstPin, pinId;
+    int firstOffset, offsetId;
+    QV_UnitPoint *pins, *offsets;
+};
+
 void copyCorners(double const (&corners)[8], QV_UnitPoint (&points)[4]) {
-    constexpr int kCornerOfPin[4] = {0, 2, 1, 3};
     for (int i = 0; i < 4; ++i) {
         const int corner = kCornerOfPin[i];
         points[i] = {corners[2 * corner], corners[2 * corner + 1]};
@@ -42,6 +52,34 @@ SamplePose samplePose(RenderArguments const& args) {
     pose.scaleY = args.scaleY;
     pose.rotate = args.rotate;
     return pose;
+}
+
+int samplePoseAt(PluginHost_API* host, std::int32_t time, SamplePose& pose) {
+    const PluginHost_API::TimeObject at = {time, host->getTimeStep(), host->getTimeScale()};
+    int err = 0;
+    const auto number = [&](int index, int id, double& value) {
+        if (!err) err = host->GetFloatValue(index, id, at, value);
+    };
+    number(kParamScaleX, 0x82, pose.scaleX);
+    number(kParamScaleY, 0x83, pose.scaleY);
+    number(kParamTranslateX, 0x84, pose.translateX);
+    number(kParamTranslateY, 0x85, pose.translateY);
+    number(kParamRotate, 0x86, pose.rotate);
+    for (const Quad& quad : {Quad{kParamFromUpperLeft, 0x67, kParamFromUpperLeftOffsetX, 0x8D,
+                                  pose.from, pose.fromOffsets},
+                             Quad{kParamToUpperLeft, 0x400, kParamToUpperLeftOffsetX, 0x97, pose.to,
+                                  pose.toOffsets}}) {
+        for (int pin = 0; pin < 4; ++pin) {
+            const int corner = kCornerOfPin[pin];
+            const int offset = quad.firstOffset + 2 * corner, id = quad.offsetId + 2 * pin;
+            number(offset, id, quad.offsets[pin].x);
+            number(offset + 1, id + 1, quad.offsets[pin].y);
+            if (!err)
+                err = host->GetPoint2DValue(quad.firstPin + corner, quad.pinId + pin, at,
+                                            quad.pins[pin].x, quad.pins[pin].y);
+        }
+    }
+    return err;
 }
 
 bool fromIsIdentity(SamplePose const& pose) {

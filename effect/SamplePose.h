@@ -6,6 +6,7 @@
 #pragma once
 
 #include "Transform/Common/RenderRecords.h"
+#include "host/PluginHost_API.h"
 #include "params/RenderArguments.h"
 
 struct SamplePose {
@@ -18,6 +19,9 @@ struct SamplePose {
 
 /// The values of the render's own moment.
 SamplePose samplePose(RenderArguments const& args);
+
+/// The values of a host time, from the host. 0, or the first code that the host answered.
+int samplePoseAt(PluginHost_API* host, std::int32_t time, SamplePose& pose);
 
 /// The From quad is the whole frame and Reposition does nothing, each within 1e-05. From offsets
 /// are no part of the test.

@@ -36,8 +36,7 @@ ScaledSizes scaledSizes(PF_InData const& in_data, CheckedOutParams& params) {
 /// Far beyond any layer: what the host wants of the output says nothing of what the pins need.
 PF_LRect wholeLayer(PF_LRect const& asked) {
     constexpr A_long kFar = 10000;
-    if (asked.right <= asked.left || asked.bottom <= asked.top)
-        return {-kFar, -kFar, kFar, kFar};
+    if (asked.right <= asked.left || asked.bottom <= asked.top) return {-kFar, -kFar, kFar, kFar};
     return {std::min(asked.left, -kFar), std::min(asked.top, -kFar), std::max(asked.right, kFar),
             std::max(asked.bottom, kFar)};
 }
@@ -46,9 +45,7 @@ PF_LRect wholeLayer(PF_LRect const& asked) {
 class OwnRaster {
 public:
     explicit OwnRaster(PluginHost_AE_Impl& host) : m_host(host) {}
-    ~OwnRaster() {
-        m_host.deallocRaster(m_raster.get());
-    }
+    ~OwnRaster() { m_host.deallocRaster(m_raster.get()); }
     OwnRaster(OwnRaster const&) = delete;
     OwnRaster& operator=(OwnRaster const&) = delete;
 
@@ -104,10 +101,9 @@ public:
     /// Brings the result to the host's own output; nothing where the frame was not grown.
     PF_Err leave(PF_InData* in_data, PF_EffectWorld* output) {
         if (!m_target.world()) return PF_Err_NONE;
-        const PF_Err filled =
-            in_data->utils->fill(in_data->effect_ref, nullptr, nullptr, output);
-        const PF_Err copied = in_data->utils->copy(in_data->effect_ref, m_target.world(), output,
-                                                   nullptr, nullptr);
+        const PF_Err filled = in_data->utils->fill(in_data->effect_ref, nullptr, nullptr, output);
+        const PF_Err copied =
+            in_data->utils->copy(in_data->effect_ref, m_target.world(), output, nullptr, nullptr);
         return filled ? filled : copied;
     }
 
@@ -173,9 +169,9 @@ PF_Err SmartPreRender(PF_InData* in_data, PF_OutData*, PF_ParamDef**, PF_LayerDe
     request.preserve_rgb_of_zero_alpha = 1;
     request.rect = wholeLayer(request.rect);
     PF_CheckoutResult unread{};
-    const PF_Err err = extra->cb->checkout_layer(
-        in_data->effect_ref, kInputLayer, kInputLayer, &request, in_data->current_time,
-        in_data->time_step, in_data->time_scale, &unread);
+    const PF_Err err = extra->cb->checkout_layer(in_data->effect_ref, kInputLayer, kInputLayer,
+                                                 &request, in_data->current_time,
+                                                 in_data->time_step, in_data->time_scale, &unread);
 
     const ScaledSizes sizes = scaledSizes(*in_data, params);
     PF_PreRenderOutput& answer = *extra->output;
@@ -193,8 +189,7 @@ PF_Err SmartRender(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef** callP
     if (params.error()) return params.error();
     try {
         PF_EffectWorld* input = nullptr;
-        throwOnError(
-            extra->cb->checkout_layer_pixels(in_data->effect_ref, kInputLayer, &input));
+        throwOnError(extra->cb->checkout_layer_pixels(in_data->effect_ref, kInputLayer, &input));
         if (input) return renderLayer(in_data, out_data, params, input, extra);
         params.giveBack();
         clearOutput(in_data, out_data, callParams, extra);

@@ -162,3 +162,9 @@ int ParamsRetrieveValuesFromHost(PluginHost_API* host, RenderArguments* argument
     reader.entry(kParamTransferMode, a.transferMode);
     return reader.error();
 }
+
+int MotionBlurFromHost(PluginHost_API* host, std::int32_t* choice) {
+    TimedReader reader(host);
+    reader.entry(kParamMotionBlur, *choice);
+    return reader.error();
+}

@@ -48,3 +48,6 @@ int ParamsRetrieveValues(PluginHost_API* host, RenderArguments* arguments);
 /// the record was filled; else the first code that the host answered, the rest of the record
 /// being left as it was.
 int ParamsRetrieveValuesFromHost(PluginHost_API* host, RenderArguments* arguments);
+
+/// The Motion Blur popup in the same way: 0 Off, 1 On, 2 Comp Settings.
+int MotionBlurFromHost(PluginHost_API* host, std::int32_t* choice);

@@ -32,6 +32,7 @@ struct Scenario {
     int grow = 0;
     int transferEntry = 1;  ///< of the popup; 1 is None
     zelk::HostIdentity identity = zelk_test::kModernAE;
+    bool isSoftBlur = false;  ///< Super Sample, and motion blur of 2 samples
 };
 
 constexpr Scenario kScenarios[] = {
@@ -46,6 +47,8 @@ constexpr Scenario kScenarios[] = {
     {"smart float, grown", Kind::kSmart, Depth::kFloat, 3},
     {"smart 8, Add", Kind::kSmart, Depth::k8, 0, 5},
     {"smart float, Add, grown", Kind::kSmart, Depth::kFloat, 3, 5},
+    {"smart 8, Super, blur", Kind::kSmart, Depth::k8, 0, 1, zelk_test::kModernAE, true},
+    {"smart float, all", Kind::kSmart, Depth::kFloat, 3, 5, zelk_test::kModernAE, true},
     {"plain 8", Kind::kPlain},
     {"plain 16, Hue", Kind::kPlain, Depth::k16, 0, 20},
     {"plain float, Add", Kind::kPlain, Depth::kFloat, 0, 5},
@@ -62,7 +65,8 @@ struct Outcome {
 std::vector<std::byte> pixelsOf(World const& world) {
     std::vector<std::byte> all;
     for (int y = 0; y < world.height(); ++y)
-        all.insert(all.end(), world.row(y), world.row(y) + world.width() * zelk::pixelBytes(world.depth()));
+        all.insert(all.end(), world.row(y),
+                   world.row(y) + world.width() * zelk::pixelBytes(world.depth()));
     return all;
 }
 
@@ -82,7 +86,17 @@ public:
         zelk::setPoint(parameters[kParamToUpperLeft].current, 1.25, -1.5);
         zelk::setNumber(parameters[kParamGrowBounds].current, scenario.grow);
         zelk::setNumber(parameters[kParamTransferMode].current, scenario.transferEntry);
-        if (scenario.kind == Kind::kSmart) m_agreed = m_host->preRender(&m_layer, scenario.depth, {});
+        if (scenario.isSoftBlur) {
+            for (int i = 0; i < 4; ++i)  // a quarter of the layer
+                zelk::setPoint(parameters[static_cast<std::size_t>(kParamToUpperLeft + i)].current,
+                               1 + i % 2 * kWidth / 4.0, 1 + i / 2 * kHeight / 4.0);
+            zelk::setNumber(parameters[kParamQuality].current, 4);
+            zelk::setNumber(parameters[kParamSuperSampleEdge].current, 1);
+            zelk::setNumber(parameters[kParamMotionBlur].current, 2);
+            zelk::setNumber(parameters[kParamSamples].current, 2);
+        }
+        if (scenario.kind == Kind::kSmart)
+            m_agreed = m_host->preRender(&m_layer, scenario.depth, {});
     }
     zelk::CallMonitor& monitor() { return m_host->monitor(); }
 
@@ -104,9 +118,8 @@ public:
                 return {agreed.command, {}, agreed.resultRect};
             }
             case Kind::kPlain:
-                return draw(World(m_layer.spec()), [&](World& output) {
-                    return m_host->render(m_layer, output, {});
-                });
+                return draw(World(m_layer.spec()),
+                            [&](World& output) { return m_host->render(m_layer, output, {}); });
             case Kind::kSmart:
                 break;
         }
@@ -134,7 +147,8 @@ private:
 };
 
 bool endsWith(std::string const& text, std::string const& end) {
-    return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
+    return text.size() >= end.size() &&
+           text.compare(text.size() - end.size(), end.size(), end) == 0;
 }
 
 /// Calls that give something back: the host takes it, whatever it answers.
@@ -167,14 +181,15 @@ Ending endingOf(Scenario const& s, std::string const& call, int nth, int last) {
         call == "checkout_output" || call == "add_param" || call == "register_ui")
         return {kFault, early};
     if (endsWith(call, "NewWorld") || call == "new_world")
-        return {kFault, nth <= ownImages         ? Picture::kUntouched
+        return {kFault, nth <= ownImages      ? Picture::kUntouched
                         : nth > ownImages + 2 ? Picture::kAny
                                               : Picture::kCleared};
     if (call == "transfer_rect") return {kFault, Picture::kAny};
     if (call == "copy") {  // expand; working copy, whose code is not kept; blend; bring out
         if (isGrown && nth == 1) return {kFault, Picture::kUntouched};
         if (isGrown && nth == last) return {kFault, Picture::kCleared};
-        if (nth == (isGrown ? 2 : 1)) return {PF_Err_NONE, isBlend ? Picture::kAny : Picture::kCleared};
+        if (nth == (isGrown ? 2 : 1))
+            return {PF_Err_NONE, isBlend ? Picture::kAny : Picture::kCleared};
         return {kFault, Picture::kAny};
     }
     if (call == "fill" && isGrown && nth == last) return {kFault, Picture::kRight};
@@ -219,9 +234,9 @@ TEST(FaultWalk, EveryCallOfEveryCommandRefused) {
             EXPECT_EQ(walk.monitor().faultsAnswered(), 1) << call << " " << n;
             walk.monitor().clearFaults();
             const bool keeps = !(got.command.outstanding == zelk::Outstanding{});
-            const bool isWrong = got.command.code != want.code ||
-                                 (want.picture != Picture::kAny &&
-                                  pictureOf(got, right) != want.picture);
+            const bool isWrong =
+                got.command.code != want.code ||
+                (want.picture != Picture::kAny && pictureOf(got, right) != want.picture);
             EXPECT_FALSE(keeps || isWrong)
                 << call << " " << n << ": code " << got.command.code << ", picture "
                 << int(pictureOf(got, right)) << ", kept " << got.command.outstanding.describe();
@@ -231,7 +246,8 @@ TEST(FaultWalk, EveryCallOfEveryCommandRefused) {
             EXPECT_EQ(next.command.code, 0);
             EXPECT_EQ(next.pixels, right.pixels) << "after " << call << " " << n;
         }
-        std::printf("%-26s %6zu %7zu %6d %6d\n", scenario.name, log.size(), log.size(), leaks, wrong);
+        std::printf("%-26s %6zu %7zu %6d %6d\n", scenario.name, log.size(), log.size(), leaks,
+                    wrong);
     }
 }
 
@@ -252,7 +268,8 @@ TEST(FaultWalk, AFailedLayerCheckOutStillFillsThePreRender) {
 TEST(FaultWalk, HostsThatLackWholeTables) {
     for (Scenario const& scenario : kScenarios) {
         for (const bool lacksSuites : {true, false}) {
-            SCOPED_TRACE(std::string(scenario.name) + (lacksSuites ? ", no suites" : ", no handles"));
+            SCOPED_TRACE(std::string(scenario.name) +
+                         (lacksSuites ? ", no suites" : ", no handles"));
             zelk::HostOptions options = zelk_test::optionsOf(scenario.identity);
             options.offerSuites = !lacksSuites;
             options.offerHandleCallbacks = options.offerUnlockCallback = lacksSuites;

@@ -12,7 +12,9 @@
 #include <vector>
 
 #include "RenderLib/Transform/CommonRender_CoreTransformRender.h"
+#include "RenderLib/Transform/CommonRender_progressiveBlur.h"
 #include "effect/CornerPinRender.h"
+#include "effect/HostCamera.h"
 #include "host/PluginHost_Memory_Impl.h"
 #include "tests/support/guarded_raster.h"
 
@@ -30,6 +32,8 @@ struct Engine {
     std::vector<unsigned char> seen, workAtEnd;  // first pixel, of a pass and when it is given back
     int code = 0;                                // what passes answer
     int readerCode = 0;                          // what the reader for other hosts answers
+    int blurCode = 0;                            // what blurs answer
+    std::int32_t motionBlur = 0;                 // the popup
 };
 Engine* theEngine = nullptr;
 
@@ -50,7 +54,10 @@ public:
     }
     PluginRaster_API* allocRaster(int w, int h, PixelType type, int& error, int flags) override {
         PluginRaster_API* raster = Host::allocRaster(w, h, type, error, flags);
-        const std::string name = m_objects.empty() ? "work" : "interim";
+        constexpr char const* kBlurred[] = {"work", "interim", "sample", "edged"};
+        constexpr char const* kSharp[] = {"work", "interim", "edged"};
+        const bool isBlurred = theEngine->motionBlur && theEngine->args.samples >= 1.5;
+        const std::string name = (isBlurred ? kBlurred : kSharp)[m_objects.size()];
         theEngine->log += "alloc " + name + ". ";
         if (raster && infoOf(raster).data) theEngine->names[infoOf(raster).data] = name;
         m_objects[raster] = name;
@@ -74,6 +81,20 @@ public:
         theEngine->log += "clear out. ";
         return Host::fillOutput();
     }
+    int GetFloatValue(int index, int id, TimeObject const& at, double& value) override {
+        theEngine->log += index == 42 ? "read " + std::to_string(at.time) + ". " : "";
+        EXPECT_EQ(id - idOf(index), 0) << index;
+        value = index == 42 || index == 43;
+        return at.time == refusedTime ? 8 : 0;
+    }
+    int GetPoint2DValue(int index, int id, TimeObject const&, double& x, double& y) override {
+        EXPECT_EQ(id - idOf(index), 0) << index;
+        const int corner = index < 20 ? index - 6 : index - 23;
+        x = corner % 2;
+        y = corner / 2;
+        return 0;
+    }
+    int refusedTime = -1;
     int setOutputSize(int w, int h) override {
         theEngine->log += "size. ";
         return Host::setOutputSize(w, h);
@@ -90,6 +111,16 @@ private:
         Info info{};
         getRasterInfo(raster, &info);
         return info;
+    }
+    /// Identifiers by index, as the host's reads at a time are to pass them.
+    static int idOf(int index) {
+        const std::map<int, int> ids = {{42, 0x82}, {43, 0x83}, {40, 0x84}, {41, 0x85}, {44, 0x86},
+                                        {28, 0x8D}, {32, 0x8F}, {30, 0x91}, {34, 0x93}, {29, 0x8E},
+                                        {33, 0x90}, {31, 0x92}, {35, 0x94}, {11, 0x97}, {15, 0x99},
+                                        {13, 0x9B}, {17, 0x9D}, {12, 0x98}, {16, 0x9A}, {14, 0x9C},
+                                        {18, 0x9E}, {23, 0x67}, {25, 0x68}, {24, 0x69}, {26, 0x6A},
+                                        {6, 0x400}, {8, 0x401}, {7, 0x402}, {9, 0x403}};
+        return ids.at(index);
     }
     std::string name(PluginRaster_API* raster) { return theEngine->names[infoOf(raster).data]; }
 
@@ -295,6 +326,67 @@ TYPED_TEST(EachFormat, TransferModeIsTheHostsWork) {
     }
 }
 
+TEST(PipelineStages, SamplesAreReadAtTheirTimesAndMergedInTheOutput) {
+    Frame<PIXEL_ARGB8> frame;
+    frame.host.setTime({1000, 100, 2400});
+    frame.engine.motionBlur = 1;
+    frame.args.samples = 2.5;  // 3
+    frame.args.shutterAngle = 180;
+    frame.args.shutterPhase = -90;  // 25 units before: 975, and 50 / 3 units on
+    const std::string pass = ". 3 work>sample. ";
+    EXPECT_EQ(frame.run(), 0);
+    EXPECT_EQ(frame.engine.log, kStart + "alloc sample. read 975" + pass + "read 991" + pass +
+                                    "read 1008" + pass + "free sample. " + kEnd);
+    EXPECT_TRUE(frame.output.samePixels(frame.input));
+
+    Frame<PIXEL_ARGB8> refused;
+    refused.engine.motionBlur = 1;
+    refused.args.shutterAngle = 360;
+    refused.host.refusedTime = 0;
+    EXPECT_EQ(refused.run(), 8);
+    refused.expectClear();
+
+    Frame<PIXEL_ARGB8> single;  // one sample honours the phase; the pose is read, nothing merged
+    single.host.setTime({1000, 100, 2400});
+    single.engine.motionBlur = 1;
+    single.args.samples = 1.4;
+    single.args.shutterAngle = 180;
+    single.args.shutterPhase = 90;
+    EXPECT_EQ(single.run(), 0);
+    EXPECT_EQ(single.engine.log, kStart + "read 1025. 3 work>out. " + kEnd);
+}
+
+TEST(PipelineStages, SuperSampleSoftensACopyOfTheLayerAndTheEnd) {
+    struct Case {
+        int viewMode;
+        double softness, size;  // To Pins: a square of this side
+        std::string log;
+    };
+    const std::string start = kStart + "alloc edged. ", blurs = "blur -11 edged. blur -10 edged. ";
+    const std::string end = "free interim. free edged. free work. ";
+    const Case cases[] = {
+        {3, 0, 0.1, start + "3 edged>out. " + end},
+        {3, 1, 1.0, start + "3 edged>out. blur -1 out. " + end},  // 6 pixels: short of 40
+        {3, 1, 0.4, start + blurs + "3 edged>out. blur -1 out. " + end},
+        {2, 1, 0.4, start + blurs + "copy work>interim. 2 interim>out. blur -1 out. " + end},
+    };
+    for (auto const& c : cases) {
+        Frame<PIXEL_ARGB15> frame;
+        frame.args.quality = 3;
+        frame.args.viewMode = c.viewMode;
+        frame.args.superSampleSoftness = c.softness;
+        for (double& pin : frame.args.toPins) pin *= c.size;
+        EXPECT_EQ(frame.run(), 0);
+        EXPECT_EQ(frame.engine.log, c.log);
+    }
+    Frame<PIXEL_ARGB8> failed;
+    failed.args.quality = 3;
+    failed.args.superSampleSoftness = 1;
+    failed.args.transferMode = 4;  // left out after a refused blur
+    failed.engine.blurCode = 12;
+    EXPECT_EQ(failed.run(), 12);
+}
+
 TEST(PipelineStages, AFailedDirectPassSkipsOpacityAndTransfer) {
     for (const int transferMode : {0, 4}) {
         Frame<PIXEL_ARGB8> frame;
@@ -331,9 +423,17 @@ TEST(PipelineStages, ARefusalClearsTheOutputAndGivesTheRestBack) {
         {2, 4, false, 4, upToInterim + "free work. "},
         {2, 0, false, 1, upToInterim + "free work. "},
         {2, 9, true, 9, upToInterim + kEnd},
+        {3, 4, false, 4, kStart + "alloc sample. clear out. " + kEnd},
+        {4, 4, false, 4, kStart + "alloc sample. alloc edged. clear out. free sample. " + kEnd},
+        {4, 9, true, 9,
+         kStart + "alloc sample. alloc edged. clear out. free sample. free interim. free edged. "
+                  "free work. "},
     };
     for (auto const& c : cases) {
         Frame<PIXEL_BGRA32> frame;
+        if (c.nth > 2) frame.engine.motionBlur = 1;
+        frame.args.shutterAngle = 90;
+        frame.args.quality = 3;
         if (c.nth == 0)
             frame.engine.readerCode = c.code;
         else
@@ -374,4 +474,25 @@ int ParamsRetrieveValuesFromHost(PluginHost_API*, RenderArguments* arguments) {
     if (theEngine->readerCode) return theEngine->readerCode;
     *arguments = theEngine->args;
     return 0;
+}
+
+int GetMBlurValue(PluginHost_API*) { return theEngine->motionBlur; }
+bool GetUseHostCameraParamValue(PluginHost_API*) { return false; }
+int GetCameraMatrix(PluginHost_API*, QV_Matrix4*, long, long, bool&, double*, int, int, int&, int&,
+                    double&) {
+    ADD_FAILURE();
+    return 0;
+}
+
+int MotionBlurFromHost(PluginHost_API*, std::int32_t* choice) {
+    *choice = theEngine->motionBlur;
+    return 0;
+}
+
+int CommonRender_progressiveBlur(PluginHost_API*, QV_Line2D&, float, float, float fadeStart,
+                                 float fadeLength, int curve, PluginHost_API::RasterInfo* raster,
+                                 bool alphaPlane, int kind, bool extended) {
+    EXPECT_TRUE(fadeStart == 0 && fadeLength == 1 && curve == 0 && !alphaPlane && !extended);
+    theEngine->log += "blur " + std::to_string(kind) + " " + theEngine->names[raster->data] + ". ";
+    return theEngine->blurCode;
 }

@@ -42,8 +42,8 @@ TEST(SmartPreRender, AsksForTheWholeLayerAndPromisesLayerAndMargin) {
         {{5, 5, 5, 9}, 0, 1, kFar, kOwn},  // empty: as if small
         {{-20000, 1, 3, 20001}, 0, 1, {-20000, -10000, 10000, 20001}, kOwn},
         {{0, 0, 12, 9}, 10, 1, kFar, {-10, -10, 34, 28}},
-        {{0, 0, 12, 9}, 11, 2, kFar, {-5, -5, 17, 14}},   // 5.5 truncated
-        {{0, 0, 12, 9}, 1, 5, kFar, {0, 0, 4, 3}},        // 4.8 and 3.6 truncated
+        {{0, 0, 12, 9}, 11, 2, kFar, {-5, -5, 17, 14}},  // 5.5 truncated
+        {{0, 0, 12, 9}, 1, 5, kFar, {0, 0, 4, 3}},       // 4.8 and 3.6 truncated
     };
     for (Case const& c : cases) {
         Smart smart(c.grow);
