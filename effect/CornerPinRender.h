@@ -68,8 +68,8 @@ void enterStraight(PipelineFrame& frame) {
     unPremultiply<Trait>(frame, frame.rasters.out);
 }
 
-/// Lays the result over the source by the Transfer Mode: by the host's own compositing, or where it
-/// has none by ours. In float, Screen is Add.
+/// Lays the result over the source by the Transfer Mode: in After Effects by the host's own
+/// compositing, elsewhere by ours. In float, Screen is Add.
 template <class Trait>
 PF_Err transfer(PipelineFrame& frame, double cornerOpacity, double sourceOpacity) {
     A_long mode = transferModeOfEntry(frame.args.transferMode);

@@ -80,9 +80,9 @@ QV_Rect inputPlace(PF_EffectWorld const& input, PF_EffectWorld const& output) {
 
 /// Images of the output's size for a frame that the layer doesn't fill: `expanded` holds the layer
 /// in its place and becomes the host object's input, `target` its output.
-class GrownFrame {
+class GrownImages {
 public:
-    explicit GrownFrame(PluginHost_AE_Impl& host) : m_target(host), m_expanded(host) {}
+    explicit GrownImages(PluginHost_AE_Impl& host) : m_target(host), m_expanded(host) {}
 
     void enter(PluginHost_AE_Impl& host, PF_EffectWorld* input, PF_EffectWorld* output) {
         PluginRaster_AE_Impl from(input, &host), to(output, &host);
@@ -135,7 +135,7 @@ PF_Err renderLayer(PF_InData* in_data, PF_OutData* out_data, CheckedOutParams& p
     const ScaledSizes sizes = scaledSizes(*in_data, params);
     host.setOutputSize(sizes.layerWidth, sizes.layerHeight);
 
-    GrownFrame grown(host);
+    GrownImages grown(host);
     if (input->width != output->width || input->height != output->height)
         grown.enter(host, input, output);
     RenderSettings settings = marginSettings(*output, sizes);

@@ -23,8 +23,9 @@
 PF_Err SmartPreRender(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef** params,
                       PF_LayerDef* output, PF_PreRenderExtra* extra);
 
-/// Renders into the output world that the host hands out; a layer without pixels clears it. The
-/// result is 0, or the first code that the host or the render gave; where no image could be had or
-/// copied, "Error" goes to standard output. `params` and `output` are not read.
+/// Renders into the output world that the host hands out. The result is 0, or the first code that
+/// the host or the render gave; where no image could be had or copied, "Error" goes to standard
+/// output. A layer without pixels clears the output, if there is one, and the result is 0. `params`
+/// and `output` are not read.
 PF_Err SmartRender(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef** params,
                    PF_LayerDef* output, PF_SmartRenderExtra* extra);

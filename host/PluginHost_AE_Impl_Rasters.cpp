@@ -139,7 +139,12 @@ PluginRaster_API* PluginHost_AE_Impl::allocRaster(int width, int height, PixelTy
         error = PF_Err_BAD_CALLBACK_PARAM;
     if (error) return nullptr;
     world.release();
-    fill(raster.get());
+    raster->madeBySuite = bySuite;
+    error = fill(raster.get());
+    if (error) {  // full of what was there before
+        deallocRaster(raster.get());
+        return nullptr;
+    }
     return raster.release();
 }
 
@@ -159,7 +164,9 @@ PluginRaster_API* PluginHost_AE_Impl::allocRaster(RasterInfo* info) {
 int PluginHost_AE_Impl::deallocRaster(PluginRaster_API* raster) {
     PluginRaster_AE_Impl* aeRaster = raster ? raster->getAERaster() : nullptr;
     if (!aeRaster || !aeRaster->world) return 0;
-    const PixelType type = aeRaster->getPixelType();
+    // By the road that it came; the format may be refused by now.
+    const PixelType type =
+        aeRaster->madeBySuite ? PluginRaster_API::kPixelTypeFloat : aeRaster->getPixelType();
     PF_Err err;
     if (tellsPixelFormats() && !isCallbackDepth(type)) {
         if (type != PluginRaster_API::kPixelTypeFloat) return 1;

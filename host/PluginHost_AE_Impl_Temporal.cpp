@@ -16,6 +16,13 @@ using RasterInfo = PluginHost_API::RasterInfo;
 
 namespace {
 
+constexpr PF_Err kNoPixels = 1;
+
+/// A host whose query fails describes an image without pixels.
+bool isDescribed(RasterInfo const& info) {
+    return info.data || info.width == 0 || info.height == 0;
+}
+
 unsigned char* rowOf(RasterInfo const& info, int y) {
     return static_cast<unsigned char*>(info.data) + static_cast<std::ptrdiff_t>(y) * info.rowBytes;
 }
@@ -123,7 +130,8 @@ int PluginHost_AE_Impl::blend(int mode, double opacity, double fromOpacity, Plug
     if (!err && scale < 255) {
         RasterInfo info{};
         getRasterInfo(to, &info);
-        fadeImage(info, scale, fromOpacity);
+        err = m_queryError ? m_queryError : isDescribed(info) ? PF_Err_NONE : kNoPixels;
+        if (!err) fadeImage(info, scale, fromOpacity);
     }
     if (!err && !in_data->utils->transfer_rect) err = PF_Err_INVALID_CALLBACK;
     if (!err) {
@@ -206,9 +214,14 @@ PluginRaster_API* PluginHost_AE_Impl::copyLayerAt(int index, int time, bool refu
             RasterInfo from{}, to{};
             getRasterInfo(&layer, &from);
             getRasterInfo(result, &to);
-            copy(&from, &to);
-            if (from.format != to.format)
-                reorderChannels(to, channelOrderOf(from.format), channelOrderOf(to.format));
+            if (isDescribed(from) && isDescribed(to)) {
+                copy(&from, &to);
+                if (from.format != to.format)
+                    reorderChannels(to, channelOrderOf(from.format), channelOrderOf(to.format));
+            } else {
+                unlockTemporalRaster(result);
+                result = nullptr;
+            }
         }
     }
     in_data->inter.checkin_param(in_data->effect_ref, &def);
@@ -221,6 +234,7 @@ int mergeFrames(PluginHost_API* host, PluginRaster_API* odd, PluginRaster_API* e
     host->getRasterInfo(odd, &oddInfo);
     host->getRasterInfo(even, &evenInfo);
     host->getRasterInfo(destination, &info);
+    if (!isDescribed(oddInfo) || !isDescribed(evenInfo) || !isDescribed(info)) return 1;
     const int rows = std::min({oddInfo.height, evenInfo.height, info.height});
     const auto rowLength =
         static_cast<std::size_t>(std::min({oddInfo.width, evenInfo.width, info.width})) *
@@ -233,6 +247,7 @@ int mergeFrames(PluginHost_API* host, PluginRaster_API* odd, PluginRaster_API* e
 int bgra_to_argb(PluginHost_AE_Impl* host, PluginRaster_API* raster) {
     RasterInfo info{};
     host->getRasterInfo(raster, &info);
+    if (!isDescribed(info)) return kNoPixels;
     reorderChannels(info, {0, 1, 2, 3}, {3, 2, 1, 0});
     return 0;
 }

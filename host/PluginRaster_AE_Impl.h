@@ -36,5 +36,5 @@ public:
     PF_EffectWorld* world;
     PluginHost_AE_Impl* host;
     A_long checkedOutIndex = 0;  ///< the layer parameter that a checkoutLayer raster came from
-    A_long reserved = 0;
+    A_long madeBySuite = 0;      ///< the world goes back by the world suite
 };

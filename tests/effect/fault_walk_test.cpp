@@ -52,6 +52,8 @@ constexpr Scenario kScenarios[] = {
     {"plain 8", Kind::kPlain},
     {"plain 16, Hue", Kind::kPlain, Depth::k16, 0, 20},
     {"plain float, Add", Kind::kPlain, Depth::kFloat, 0, 5},
+    {"smart BGRA, Add, grown", Kind::kSmart, Depth::k8, 3, 5, zelk_test::kModernPremiere},
+    {"smart 16, Add", Kind::kSmart, Depth::k16, 0, 5},
     {"plain BGRA, Add", Kind::kPlain, Depth::k8, 0, 5, zelk_test::kModernPremiere},
 };
 
@@ -70,10 +72,15 @@ std::vector<std::byte> pixelsOf(World const& world) {
     return all;
 }
 
+zelk::HostOptions dirtyOptions(zelk::HostIdentity identity) {
+    zelk::HostOptions options = zelk_test::optionsOf(identity);
+    options.dirtyNewWorlds = true;  // so that a refused fill shows
+    return options;
+}
+
 class Walk {
 public:
-    explicit Walk(Scenario const& scenario)
-        : Walk(scenario, zelk_test::optionsOf(scenario.identity)) {}
+    explicit Walk(Scenario const& scenario) : Walk(scenario, dirtyOptions(scenario.identity)) {}
     Walk(Scenario const& scenario, zelk::HostOptions const& options)
         : m_scenario(scenario),
           m_host(scenario.kind == Kind::kSetUp ? Host::loadOnly(ZELK_MODULE, options)
@@ -86,6 +93,7 @@ public:
         zelk::setPoint(parameters[kParamToUpperLeft].current, 1.25, -1.5);
         zelk::setNumber(parameters[kParamGrowBounds].current, scenario.grow);
         zelk::setNumber(parameters[kParamTransferMode].current, scenario.transferEntry);
+        zelk::setNumber(parameters[kParamSourceOpacity].current, 50);
         if (scenario.isSoftBlur) {
             for (int i = 0; i < 4; ++i)  // a quarter of the layer
                 zelk::setPoint(parameters[static_cast<std::size_t>(kParamToUpperLeft + i)].current,
@@ -177,13 +185,20 @@ Ending endingOf(Scenario const& s, std::string const& call, int nth, int last) {
     const Picture whole = isDrawing ? Picture::kRight : Picture::kNone;
     const int ownImages = isGrown ? 2 : 0;  // the expanded layer and the target come first
     const bool isBlend = s.transferEntry != 1;
+    constexpr int kControls = 62;  // of the smart commands; further ones are read at samples' times
+    if (call == "checkout_param" && isDrawing && nth > kControls)
+        return {kFault, Picture::kCleared};
+    if (call == "checkin_param" && s.isSoftBlur && nth <= last - kControls)
+        return {kFault, Picture::kCleared};
     if (call == "checkout_param" || call == "checkout_layer" || call == "checkout_layer_pixels" ||
         call == "checkout_output" || call == "add_param" || call == "register_ui")
         return {kFault, early};
-    if (endsWith(call, "NewWorld") || call == "new_world")
-        return {kFault, nth <= ownImages      ? Picture::kUntouched
-                        : nth > ownImages + 2 ? Picture::kAny
-                                              : Picture::kCleared};
+    const int allImages = ownImages + (s.isSoftBlur ? 4 : 2);  // then those of blurs and blend
+    if (call == "fill" && isGrown && nth == last) return {kFault, Picture::kRight};
+    if (endsWith(call, "NewWorld") || call == "new_world" || call == "fill")
+        return {kFault, nth <= ownImages  ? Picture::kUntouched
+                        : nth > allImages ? Picture::kAny
+                                          : Picture::kCleared};
     if (call == "transfer_rect") return {kFault, Picture::kAny};
     if (call == "copy") {  // expand; working copy, whose code is not kept; blend; bring out
         if (isGrown && nth == 1) return {kFault, Picture::kUntouched};
@@ -192,15 +207,15 @@ Ending endingOf(Scenario const& s, std::string const& call, int nth, int last) {
             return {PF_Err_NONE, isBlend ? Picture::kAny : Picture::kCleared};
         return {kFault, Picture::kAny};
     }
-    if (call == "fill" && isGrown && nth == last) return {kFault, Picture::kRight};
     if (endsWith(call, "GetPixelFormat")) {
         if (isGrown && nth == 1) return {kFault, Picture::kUntouched};
-        if (isGrown && nth > last - 2) return {PF_Err_NONE, Picture::kRight};  // on giving back
+        const bool isAsked = isGrown && s.depth != Depth::kFloat;  // on giving back
+        if (isAsked && nth > last - 2) return {PF_Err_NONE, Picture::kRight};
         return {kFault, Picture::kCleared};
     }
     if (call == "AcquireSuite PF World Suite 2" && isDrawing) {
         const bool isPremiere = s.identity.applId == kAppPremierePro;
-        if (s.depth == Depth::kFloat && isGrown) return {516, Picture::kUntouched};
+        if ((s.depth == Depth::kFloat || isPremiere) && isGrown) return {516, Picture::kUntouched};
         if (s.depth == Depth::kFloat) return {1, Picture::kCleared};
         if (isPremiere) return {516, Picture::kCleared};
     }

@@ -2,6 +2,7 @@
 // pixels, and agreement with the plain command.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 
 #include "params/ParamIndex.h"
@@ -74,6 +75,10 @@ TEST(SmartRender, TheLayerStandsInItsPlaceInAGrownFrame) {
             zelk_test::fillRandom(layer, 11);
             const auto agreed = smart.host.preRender(&layer, depth, {});
             World output = smart.host.outputFor(agreed);
+            for (World* world : {&layer, &output}) {  // only the difference of origins counts
+                world->record()->origin_x += 3;
+                world->record()->origin_y += 4;
+            }
             const auto result = smart.host.smartRender(&layer, output, agreed, {});
             EXPECT_EQ(result.code, 0);
             EXPECT_EQ(zelk_test::nothingOwed(result), "nothing");
@@ -123,12 +128,90 @@ TEST(SmartRender, ALayerWithoutPixelsClearsTheOutput) {
         const auto agreed = smart.host.preRender(nullptr, depth, frame);
         EXPECT_EQ(text(agreed.resultRect), text({-2, -2, kWidth + 2, kHeight + 2}));
         World output = smart.host.outputFor(agreed);
-        std::memset(output.row(0), 0x3C, static_cast<std::size_t>(output.rowBytes()));
-        const auto result = smart.host.smartRender(nullptr, output, agreed, frame);
-        EXPECT_EQ(result.code, 0);
-        EXPECT_EQ(zelk_test::nothingOwed(result), "nothing");
-        for (int i = 0; i < output.rowBytes(); ++i) EXPECT_EQ(output.row(0)[i], std::byte{0});
+        // What is refused here changes the picture, not the result.
+        for (char const* refused : {"", "checkout_output", "fill"}) {
+            zelk_test::fillRandom(output, 5);
+            smart.host.monitor().clearFaults();
+            smart.host.monitor().inject({refused, 0, 9});
+            const auto result = smart.host.smartRender(nullptr, output, agreed, frame);
+            EXPECT_EQ(result.code, 0);
+            EXPECT_EQ(zelk_test::nothingOwed(result), "nothing");
+            std::size_t left = 0;
+            for (int y = 0; y < output.height(); ++y)
+                left += static_cast<std::size_t>(
+                    std::count_if(output.row(y), output.row(y) + output.rowBytes(),
+                                  [](std::byte b) { return b != std::byte{0}; }));
+            EXPECT_EQ(left == 0, refused[0] == 0) << refused;
+        }
     }
+}
+
+PF_RenderRequest seenRequest;
+
+// The command on records full of other things: it sets what is its own and keeps the rest.
+TEST(SmartPreRender, KeepsWhatIsTheHosts) {
+    const auto module = dlopen(ZELK_MODULE, RTLD_NOW);
+    const auto entry = reinterpret_cast<PF_EntryPoint>(dlsym(module, kEntryPointName));
+    zelk_test::ProbeHost probe(zelk_test::kModernAE);
+    PF_PreRenderInput input{};
+    input.output_request.field = PF_Field_UPPER;
+    input.output_request.channel_mask = 0x40;
+    PF_PreRenderOutput answer{};
+    answer.solid = 1;
+    answer.flags = 0x10;
+    PF_PreRenderCallbacks callbacks{
+        [](PF_ProgPtr, A_long, A_long, PF_RenderRequest const* request, A_long, A_long, A_u_long,
+           PF_CheckoutResult*) -> PF_Err { return seenRequest = *request, 21; }};
+    PF_PreRenderExtra extra = {&input, &answer, &callbacks};
+    const auto result = probe.bare([&](zelk_test::ProbeCall const& call) -> PF_Err {
+        PF_InData in = *call.in_data;
+        in.inter.checkout_param = [](PF_ProgPtr, A_long, A_long, A_long, A_u_long,
+                                     PF_ParamDef* def) -> PF_Err { return *def = {}, 0; };
+        in.inter.checkin_param = [](PF_ProgPtr, PF_ParamDef*) -> PF_Err { return 0; };
+        return entry(PF_Cmd_SMART_PRE_RENDER, &in, call.out_data, nullptr, nullptr, &extra);
+    });
+    EXPECT_EQ(result.code, 21);
+    EXPECT_EQ(seenRequest.field, PF_Field_FRAME);
+    EXPECT_EQ(seenRequest.channel_mask, 0x4F);
+    EXPECT_EQ(answer.solid, 0);
+    EXPECT_EQ(answer.flags, 0x11);
+    EXPECT_EQ(input.output_request.channel_mask, 0x40);
+}
+
+TEST(SmartRender, SaysErrorForItsOwnImagesAndGivesAllBackInOrder) {
+    Smart smart(2);
+    World layer(smart.host.worldSpec(kWidth, kHeight, Depth::k8));
+    const auto agreed = smart.host.preRender(&layer, Depth::k8, {});
+    World output = smart.host.outputFor(agreed);
+    const auto told = [&](char const* refused, int nth) {
+        smart.host.monitor().restart();
+        smart.host.monitor().inject({refused, nth, 9});
+        testing::internal::CaptureStdout();
+        EXPECT_EQ(smart.host.smartRender(&layer, output, agreed, {}).code, refused[0] ? 9 : 0);
+        smart.host.monitor().clearFaults();
+        return testing::internal::GetCapturedStdout();
+    };
+    EXPECT_EQ(told("checkout_layer_pixels", 1), "Error\n");
+    EXPECT_EQ(told("checkout_output", 1), "Error\n");
+    EXPECT_EQ(told("new_world", 2), "Error\n");
+    EXPECT_EQ(told("copy", 1), "Error\n");
+    EXPECT_EQ(told("new_world", 3), "") << "the pipeline's";
+    EXPECT_EQ(told("", 1), "");
+    std::vector<std::string> want = {"dispose_world",
+                                     "dispose_world",
+                                     "fill",
+                                     "copy",
+                                     "dispose_world",
+                                     "dispose_world",
+                                     "ReleaseSuite PF World Suite 2",
+                                     "ReleaseSuite PF ColorParamSuite 1"};
+    want.resize(want.size() + 62, "checkin_param");
+    std::vector<std::string> log = smart.host.monitor().log();
+    std::erase(log, "PF World Suite 2/PF_GetPixelFormat");
+    ASSERT_GT(log.size(), want.size());
+    EXPECT_EQ(
+        std::vector<std::string>(log.end() - static_cast<std::ptrdiff_t>(want.size()), log.end()),
+        want);
 }
 
 }  // namespace

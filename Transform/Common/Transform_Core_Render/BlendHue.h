@@ -22,7 +22,7 @@ constexpr float _kBWeight = 0.114f;
 using UnitColour = BlendColour<float>;
 
 struct HueParts {
-    int sector;        ///< 0 to 5
+    int sector;        ///< 0 to 5; 6 counts as 5
     float fraction;    ///< within the sector
     float saturation;  ///< 0 to 0.5
     float luma;        ///< 0 to 1
