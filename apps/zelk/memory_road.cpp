@@ -37,6 +37,12 @@ void setPoint(PluginHost_Memory_Impl& host, Parameter const& parameter, World co
                   fromFixed(point.y_value) / image.height());
 }
 
+/// "Comp Settings" means a composition's shutter, and that of a still picture is off.
+unsigned motionBlurEntry(unsigned entry) {
+    constexpr unsigned kCompSettings = 2;
+    return entry == kCompSettings ? 0 : entry;
+}
+
 void setControls(PluginHost_Memory_Impl& host, std::vector<Parameter> const& parameters,
                  World const& layer, World const& frame) {
     for (Parameter const& parameter : parameters) {
@@ -50,9 +56,12 @@ void setControls(PluginHost_Memory_Impl& host, std::vector<Parameter> const& par
                 host.setColor(parameter.index, def.u.cd.value.red / 255.0,
                               def.u.cd.value.green / 255.0, def.u.cd.value.blue / 255.0);
                 break;
-            case PF_Param_POPUP:
-                host.setPopup(parameter.index, static_cast<unsigned>(numberOf(def)) - 1);
+            case PF_Param_POPUP: {
+                unsigned const entry = static_cast<unsigned>(numberOf(def)) - 1;
+                host.setPopup(parameter.index,
+                              parameter.index == kMotionBlur ? motionBlurEntry(entry) : entry);
                 break;
+            }
             default:
                 host.setFloat(parameter.index, numberOf(def));
                 break;

@@ -25,6 +25,7 @@ enum ParameterPosition {
     kRotate = 44,
     kQuality = 48,
     kGrowBounds = 51,
+    kMotionBlur = 55,
     kSourceOpacity = 60,
     kCornerPinOpacity = 61,
     kTransferMode = 62,
