@@ -19,6 +19,9 @@ constexpr OwedKind kOwedKinds[] = {
     {&Outstanding::suites, "suite", "suites"},
     {&Outstanding::parameters, "parameter", "parameters"},
     {&Outstanding::layers, "layer", "layers"},
+    {&Outstanding::effects, "effect", "effects"},
+    {&Outstanding::streams, "stream", "streams"},
+    {&Outstanding::streamValues, "stream value", "stream values"},
     {&Outstanding::mistakes, "mistake", "mistakes"},
 };
 

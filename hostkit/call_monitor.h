@@ -34,6 +34,9 @@ struct Outstanding {
     int suites = 0;
     int parameters = 0;
     int layers = 0;
+    int effects = 0;
+    int streams = 0;
+    int streamValues = 0;
     int mistakes = 0;  ///< things given back that were not held; see CallMonitor::mistakes
 
     bool operator==(Outstanding const&) const = default;

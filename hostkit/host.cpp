@@ -3,6 +3,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <numeric>
@@ -115,8 +116,13 @@ PF_Err Host::Impl::disposeWorld(std::string_view caller, PF_EffectWorld* record)
     return PF_Err_NONE;
 }
 
-PF_ParamDef Host::Impl::parameterAt(Parameter const& parameter, Moment const&) const {
-    PF_ParamDef def = parameter.current;
+KeyTime Host::Impl::keyTimeOf(A_long time, A_u_long scale) const {
+    A_u_long const own = running.scene->frame.timeBase.scale;
+    return {time, std::max<A_u_long>(scale > 0 ? scale : own, 1)};
+}
+
+PF_ParamDef Host::Impl::parameterAt(Parameter const& parameter, Moment const& moment) const {
+    PF_ParamDef def = parameter.at(keyTimeOf(moment.time, moment.scale));
     def.uu.change_flags = 0;
     CommandScene const& scene = *running.scene;
     if (parameter.index == 0) def.u.ld = scene.input ? *scene.input->record() : PF_LayerDef{};
@@ -125,9 +131,7 @@ PF_ParamDef Host::Impl::parameterAt(Parameter const& parameter, Moment const&) c
 }
 
 void Host::Impl::registerParameter(PF_ParamDef const& def) {
-    Parameter parameter;
-    parameter.index = static_cast<int>(parameters.size());
-    parameter.registered = def;
+    Parameter parameter(static_cast<int>(parameters.size()), def);
     parameter.registered.name[kParamNameSize - 1] = 0;
     auto const kept = [this](A_char const* text) {
         return texts.emplace_back(text ? text : "").c_str();
@@ -315,7 +319,20 @@ void Host::resetParameters(int layerWidthPx, int layerHeightPx) {
     for (Parameter& parameter : m_impl->parameters) {
         parameter.current = parameter.registered;
         resetToDefault(parameter.current, layerWidthPx, layerHeightPx);
+        if (parameter.canVaryInTime()) parameter.editTrack().clear();
     }
+}
+
+void Host::setComp(Comp const& comp) {
+    requireSound(comp);
+    m_impl->comp = comp;
+}
+
+Comp const& Host::comp() const { return m_impl->comp; }
+
+void Host::setCamera(std::optional<Camera> const& camera) {
+    m_impl->camera = camera;
+    m_impl->project.replaceCamera(camera.has_value());
 }
 
 WorldSpec Host::worldSpec(int width, int height, Depth depth) const {

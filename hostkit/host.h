@@ -17,10 +17,10 @@
 #include <vector>
 
 #include "hostkit/call_monitor.h"
+#include "hostkit/comp.h"
 #include "hostkit/error.h"
 #include "hostkit/host_identity.h"
 #include "hostkit/parameters.h"
-#include "hostkit/time_base.h"
 #include "hostkit/world.h"
 #include "platform/effect_api/effect_api.h"
 
@@ -38,26 +38,6 @@ struct HostOptions {
     bool dirtyNewWorlds = false;      ///< images not asked to be cleared come full of rubbish
     A_u_long initialOutFlags = 0;     ///< what out_flags holds when a command begins
     A_u_long initialOutFlags2 = 0;    ///< likewise out_flags2
-};
-
-/// The composition's shutter. Off (angle 0, phase 0) unless motion blur is on.
-struct Shutter {
-    double angleDeg = 0;
-    double phaseDeg = 0;
-};
-
-/// The frame that a render is asked for.
-struct FrameRequest {
-    TimeBase timeBase;
-    A_long time = 0;       ///< host time units
-    A_long totalTime = 0;  ///< length of the layer; 0 stands for one frame
-    int downsample = 1;    ///< 1 for full resolution, 2 for half
-    int layerWidth = 0;    ///< at full resolution; 0 stands for the input's times downsample
-    int layerHeight = 0;
-    double pixelAspect = 1.0;  ///< width over height
-    PF_Field field = PF_Field_FRAME;
-    PF_Quality quality = PF_Quality_HI;
-    Shutter shutter;
 };
 
 /// How a command ended.
@@ -124,9 +104,15 @@ public:
     /// hold their defaults, points still in percent: call resetParameters before a render.
     std::vector<Parameter>& parameters();
     std::vector<Parameter> const& parameters() const;
-    /// Sets every value to its default; points, registered as percentages, become pixels of a
-    /// layer of this size at full resolution.
+    /// Sets every value to its default and removes all keyframes; points, registered as
+    /// percentages, become pixels of a layer of this size at full resolution.
     void resetParameters(int layerWidthPx, int layerHeightPx);
+
+    /// The composition that the effect finds in the project. HostError as requireSound.
+    void setComp(Comp const& comp);
+    Comp const& comp() const;
+    /// The camera that looks at the layer; none at first. References to the former one are stale.
+    void setCamera(std::optional<Camera> const& camera);
 
     /// A world in the layout that this host gives an effect at that depth. Throws HostError for
     /// float images in a host that is not modern.

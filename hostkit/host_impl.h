@@ -8,6 +8,7 @@
 #include <map>
 #include <optional>
 #include <set>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -15,6 +16,7 @@
 #include "hostkit/handle_ledger.h"
 #include "hostkit/host.h"
 #include "hostkit/module_loader.h"
+#include "hostkit/project_ledger.h"
 #include "hostkit/world_ledger.h"
 
 namespace zelk {
@@ -67,6 +69,10 @@ struct Host::Impl {
     std::set<PF_ParamDef const*> refusedParameters;  ///< of this command
     PF_UtilCallbacks utils;
 
+    Comp comp;
+    std::optional<Camera> camera;
+    ProjectLedger project{monitor};
+
     std::vector<Parameter> parameters;
     std::deque<std::string> texts;  ///< what the text pointers of parameters lead to
     std::optional<PF_CustomUIInfo> customUi;
@@ -83,6 +89,8 @@ struct Host::Impl {
     /// Runs one command. `withParameters` hands the effect its params array, which holds copies.
     CommandResult run(A_long which, CommandScene const& what, bool withParameters);
 
+    /// A moment that an effect named; a scale of 0 stands for the command's own.
+    KeyTime keyTimeOf(A_long time, A_u_long scale) const;
     /// The parameter's record as the effect is to see it at `moment`: value, resolution, no change
     /// flags. Every value goes to the effect through here.
     PF_ParamDef parameterAt(Parameter const& parameter, Moment const& moment) const;
@@ -140,6 +148,19 @@ PF_Err answerCall(std::string_view name, PF_ProgPtr effectRef, Body&& body) {
     if (!host || effectRef != host->effectRef()) return PF_Err_BAD_CALLBACK_PARAM;
     return host->monitor.answer(name, [&]() -> PF_Err { return body(*host); });
 }
+
+/// A suite that an effect may acquire.
+struct OfferedSuite {
+    char const* name;
+    A_long version;
+    void const* table;
+    bool modernOnly = false;
+};
+
+/// Layer time and comp time, which are one clock here.
+bool isTimeMode(AEGP_LTimeMode mode);
+std::span<OfferedSuite const> projectSuites();
+std::span<OfferedSuite const> keyframeSuites();
 
 PF_InteractCallbacks interCallbacks();
 PF_UtilCallbacks utilCallbacks(HostOptions const& options);

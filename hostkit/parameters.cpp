@@ -7,6 +7,8 @@
 #include <cmath>
 #include <limits>
 
+#include "hostkit/error.h"
+
 namespace zelk {
 namespace {
 
@@ -29,6 +31,31 @@ struct KindName {
     char const* name;
 };
 
+/// How many numbers a key of that kind has; 0 for a kind that can't have keys.
+int keyNumbers(PF_ParamType type) {
+    switch (type) {
+        case PF_Param_SLIDER:
+        case PF_Param_FIX_SLIDER:
+        case PF_Param_ANGLE:
+        case PF_Param_CHECKBOX:
+        case PF_Param_POPUP:
+        case PF_Param_FLOAT_SLIDER:
+            return 1;
+        case PF_Param_POINT:
+            return 2;
+        case PF_Param_COLOR:
+            return 4;
+        default:
+            return 0;
+    }
+}
+
+bool keysOnlyHold(PF_ParamType type) { return type == PF_Param_CHECKBOX || type == PF_Param_POPUP; }
+
+A_u_char channel(double value) {
+    return static_cast<A_u_char>(std::clamp<A_long>(nearest(value), 0, 255));
+}
+
 constexpr KindName kKindNames[] = {
     {PF_Param_LAYER, "layer"},
     {PF_Param_SLIDER, "slider"},
@@ -44,6 +71,35 @@ constexpr KindName kKindNames[] = {
 };
 
 }  // namespace
+
+Parameter::Parameter(int place, PF_ParamDef const& def)
+    : index(place),
+      registered(def),
+      current(def),
+      m_track(std::max(keyNumbers(def.param_type), 1), keysOnlyHold(def.param_type)) {}
+
+bool Parameter::canVaryInTime() const {
+    return keyNumbers(type()) > 0 && !(registered.flags & PF_ParamFlag_CANNOT_TIME_VARY);
+}
+
+KeyframeTrack& Parameter::editTrack() {
+    if (!canVaryInTime())
+        throw HostError(
+            fmt::format("parameter {} \"{}\" ({}) cannot vary in time, expected no "
+                        "keyframes",
+                        index, displayName(), kindName(type())));
+    return m_track;
+}
+
+PF_ParamDef Parameter::at(KeyTime const& time) const {
+    PF_ParamDef def = current;
+    if (m_track.empty()) return def;
+    KeyValue value = m_track.valueAt(time);
+    ValueRange const range = validRange(*this);
+    if (range.min < range.max) value[0] = std::clamp(value[0], range.min, range.max);
+    setKeyValue(def, value);
+    return def;
+}
 
 bool Parameter::hasValue() const {
     switch (type()) {
@@ -166,6 +222,25 @@ void setPoint(PF_ParamDef& def, double xPx, double yPx) {
 }
 
 void setColor(PF_ParamDef& def, PF_Pixel color) { def.u.cd.value = color; }
+
+KeyValue keyValueOf(PF_ParamDef const& def) {
+    if (def.param_type == PF_Param_POINT)
+        return {fromFixed(def.u.td.x_value), fromFixed(def.u.td.y_value)};
+    if (def.param_type == PF_Param_COLOR) {
+        PF_Pixel const& color = def.u.cd.value;
+        return {double(color.alpha), double(color.red), double(color.green), double(color.blue)};
+    }
+    return {numberOf(def)};
+}
+
+void setKeyValue(PF_ParamDef& def, KeyValue const& value) {
+    if (def.param_type == PF_Param_POINT)
+        setPoint(def, value[0], value[1]);
+    else if (def.param_type == PF_Param_COLOR)
+        setColor(def, {channel(value[0]), channel(value[1]), channel(value[2]), channel(value[3])});
+    else
+        setNumber(def, value[0]);
+}
 
 void resetToDefault(PF_ParamDef& def, int layerWidthPx, int layerHeightPx) {
     switch (def.param_type) {

@@ -9,14 +9,18 @@
 #include <string_view>
 #include <vector>
 
+#include "hostkit/keyframes.h"
 #include "platform/effect_api/effect_params.h"
 
 namespace zelk {
 
 /// One parameter. `registered` is the effect's record as it came with add_param, its text pointers
 /// leading to copies that live as long as the host; `current` is the same record with the user's
-/// value. Points hold percentages until the host's resetParameters has told the layer's size.
+/// value, which counts while the track has no keys. Points hold percentages until the host's
+/// resetParameters has told the layer's size.
 struct Parameter {
+    Parameter(int place, PF_ParamDef const& def);
+
     int index = 0;  ///< 0 is the input layer
     PF_ParamDef registered{};
     PF_ParamDef current{};
@@ -27,6 +31,18 @@ struct Parameter {
     A_long diskId() const { return registered.uu.id; }
     std::string_view displayName() const { return registered.name; }
     bool hasValue() const;  ///< false for the layer, group marks and kinds without data
+    /// May have keyframes: its value is made of numbers and the effect did not forbid it.
+    bool canVaryInTime() const;
+
+    KeyframeTrack const& track() const { return m_track; }
+    /// The keyframes, to be changed. HostError for a parameter that can't vary in time.
+    KeyframeTrack& editTrack();
+    /// `current`, but with the track's value at that moment when it has keys: kept within the valid
+    /// range, and rounded as setKeyValue does.
+    PF_ParamDef at(KeyTime const& time) const;
+
+private:
+    KeyframeTrack m_track;
 };
 
 /// A range in users' units.
@@ -50,6 +66,11 @@ void setNumber(PF_ParamDef& def, double value);
 /// Layer pixels, kept as 16.16, rounded half away from zero.
 void setPoint(PF_ParamDef& def, double xPx, double yPx);
 void setColor(PF_ParamDef& def, PF_Pixel color);
+/// The value of any kind that keyframes can have, as the numbers of a key.
+KeyValue keyValueOf(PF_ParamDef const& def);
+/// The reverse, rounded as setNumber and setPoint do; a colour's channels to the nearest of 0 to
+/// 255.
+void setKeyValue(PF_ParamDef& def, KeyValue const& value);
 /// The default as value; a point's, registered in percent, becomes pixels of that layer.
 void resetToDefault(PF_ParamDef& def, int layerWidthPx, int layerHeightPx);
 /// A point as an effect sees it at 1 / downsample of the resolution; other kinds stay.

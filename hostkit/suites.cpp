@@ -1,4 +1,5 @@
-// The suites and the way to them. One row of the table for each suite that hostkit offers.
+// The way to all suites, and those of images and colours. One row of a table for each suite that
+// hostkit offers; the project's are in project_suites.cpp and keyframe_suites.cpp.
 #include <cstring>
 
 #include "hostkit/host_impl.h"
@@ -70,22 +71,18 @@ PF_Err suiteFloatColor(PF_ProgPtr effectRef, PF_ParamDef const* def, PF_PixelFlo
 constexpr PF_WorldSuite2 kWorldSuite = {suiteNewWorld, suiteDisposeWorld, suitePixelFormat};
 constexpr PF_ColorParamSuite1 kColorParamSuite = {suiteFloatColor};
 
-struct OfferedSuite {
-    char const* name;
-    A_long version;
-    void const* table;
-    bool modernOnly;
-};
-
-constexpr OfferedSuite kOfferedSuites[] = {
+constexpr OfferedSuite kImageSuites[] = {
     {kPFWorldSuite, kPFWorldSuiteVersion2, &kWorldSuite, true},
-    {kPFColorParamSuite, kPFColorParamSuiteVersion1, &kColorParamSuite, false},
+    {kPFColorParamSuite, kPFColorParamSuiteVersion1, &kColorParamSuite},
 };
 
 void const* offeredSuite(Host::Impl const& host, char const* name, A_long version) {
-    for (OfferedSuite const& suite : kOfferedSuites)
-        if (suite.version == version && std::strcmp(suite.name, name) == 0)
-            return suite.modernOnly && !host.options.identity.isModern() ? nullptr : suite.table;
+    for (std::span<OfferedSuite const> const list :
+         {std::span<OfferedSuite const>(kImageSuites), projectSuites(), keyframeSuites()})
+        for (OfferedSuite const& suite : list)
+            if (suite.version == version && std::strcmp(suite.name, name) == 0)
+                return suite.modernOnly && !host.options.identity.isModern() ? nullptr
+                                                                             : suite.table;
     return nullptr;
 }
 

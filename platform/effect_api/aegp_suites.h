@@ -101,6 +101,9 @@ union AEGP_StreamVal {
         A_FpLong x, y;  ///< layer pixels for a point control
     } two_d;
     A_FpLong three_d[3];
+    struct {
+        A_FpLong alpha, red, green, blue;  ///< 0 to 1
+    } color;
 };
 struct AEGP_StreamValue {
     AEGP_StreamRefH stream;
