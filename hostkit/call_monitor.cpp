@@ -18,7 +18,6 @@ constexpr OwedKind kOwedKinds[] = {
     {&Outstanding::handleLocks, "handle lock", "handle locks"},
     {&Outstanding::suites, "suite", "suites"},
     {&Outstanding::parameters, "parameter", "parameters"},
-    {&Outstanding::layers, "layer", "layers"},
     {&Outstanding::effects, "effect", "effects"},
     {&Outstanding::streams, "stream", "streams"},
     {&Outstanding::streamValues, "stream value", "stream values"},

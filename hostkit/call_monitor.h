@@ -33,7 +33,6 @@ struct Outstanding {
     int handleLocks = 0;
     int suites = 0;
     int parameters = 0;
-    int layers = 0;
     int effects = 0;
     int streams = 0;
     int streamValues = 0;

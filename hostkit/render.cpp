@@ -146,6 +146,7 @@ PreRenderResult Host::preRender(World* layer, Depth depth, FrameRequest const& f
     require(supportsSmartRender(),
             "the effect does not announce smart rendering, expected PF_Cmd_RENDER");
     require(frame.downsample >= 1, "the downsample factor of a render is below 1");
+    if (layer) m_impl->requireOwnLayout(*layer);
     PF_PreRenderInput input{};
     input.output_request = requestOf(asked.value_or(boundsOf(layer)), frame);
     input.bitdepth = bitDepth(depth);
@@ -158,8 +159,8 @@ PreRenderResult Host::preRender(World* layer, Depth depth, FrameRequest const& f
     PreRenderResult result;
     result.depth = depth;
     result.asked = input.output_request.rect;
-    result.command = m_impl->run(PF_Cmd_SMART_PRE_RENDER, sceneOf(layer, frame, smart, &extra),
-                                 false);
+    result.command =
+        m_impl->run(PF_Cmd_SMART_PRE_RENDER, sceneOf(layer, frame, smart, &extra), false);
     result.resultRect = answer.result_rect;
     result.maxResultRect = answer.max_result_rect;
     result.solid = answer.solid != 0;
@@ -172,8 +173,8 @@ PreRenderResult Host::preRender(World* layer, Depth depth, FrameRequest const& f
 
 World Host::outputFor(PreRenderResult const& agreed) const {
     if (std::string const fault = faultOf(agreed, agreed.asked); !fault.empty())
-        throw HostError(fmt::format("{}: the pre-render answered {}",
-                                    m_impl->module.file().string(), fault));
+        throw HostError(
+            fmt::format("{}: the pre-render answered {}", m_impl->module.file().string(), fault));
     PF_LRect const& r = agreed.resultRect;
     World world(worldSpec(r.right - r.left, r.bottom - r.top, agreed.depth));
     world.record()->origin_x = r.left;
@@ -184,8 +185,13 @@ World Host::outputFor(PreRenderResult const& agreed) const {
 CommandResult Host::smartRender(World* layer, World& output, PreRenderResult const& agreed,
                                 FrameRequest const& frame) {
     require(output.record(), "a render needs an output image");
+    PF_LRect const& rect = agreed.resultRect;
     require(output.depth() == agreed.depth && (!layer || layer->depth() == agreed.depth),
             "input and output of a render differ in depth from the pre-render's");
+    require(output.width() == rect.right - rect.left && output.height() == rect.bottom - rect.top,
+            "the output of a render has not the size that the pre-render agreed on");
+    require(frame.downsample >= 1, "the downsample factor of a render is below 1");
+    if (layer) m_impl->requireOwnLayout(*layer);
     m_impl->requireOwnLayout(output);
     PF_SmartRenderInput input{};
     input.output_request = requestOf(agreed.asked, frame);

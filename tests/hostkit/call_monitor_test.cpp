@@ -29,9 +29,9 @@ TEST(CallMonitor, AnswersTheNthCallOfAName) {
 
 TEST(Outstanding, TellsDifferenceInWords) {
     EXPECT_EQ(Outstanding{}.describe(), "nothing");
-    Outstanding const end{2, 0, 1, 1, 5, 3, 1, 2, 1, 1}, start{0, 1, 1, 0, 4, 1, 0, 0, 0, 0};
+    Outstanding const end{2, 0, 1, 1, 5, 1, 2, 1, 1}, start{0, 1, 1, 0, 4, 0, 0, 0, 0};
     EXPECT_EQ((end - start).describe(),
-              "2 worlds, -1 handle, 1 suite, 1 parameter, 2 layers, 1 effect, 2 streams, "
+              "2 worlds, -1 handle, 1 suite, 1 parameter, 1 effect, 2 streams, "
               "1 stream value, 1 mistake");
 }
 
