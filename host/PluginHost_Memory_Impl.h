@@ -2,7 +2,8 @@
 // numbers but no host: any of the eleven formats, parameters by index, a clock that stands where it
 // is put. PluginRaster_Memory_Impl is its image.
 //
-// Space: pixels, y down; the frame that points are fractions of is the output raster, unless
+// Space: pixels, y down. Points are handed on as the fractions that they were set as: of the frame,
+// or of the layer for From Pins where its size is another. The frame is the output raster, unless
 // setOutputSize overrides it. It can answer as a host of any family but After Effects:
 // getAEHost() is always null, so blend() has nothing to hand the rasters to and answers 1.
 // Ownership: buffers given in a RasterInfo stay the caller's and must outlive the host; images of
@@ -80,7 +81,7 @@ public:
     /// x; a point in x and y; a colour in x, y, z.
     struct Value {
         double x = 0, y = 0, z = 0;
-        bool inPixels = false;  ///< a point in pixels, divided by the frame's size when read
+        bool inPixels = false;  ///< a point in frame pixels, divided by its size when read
     };
     /// A parameter that moves: its value at a moment.
     using Animation = std::function<Value(TimeObject const&)>;
@@ -110,8 +111,9 @@ public:
     void setPopup(int index, unsigned entryFrom0) { setFloat(index, entryFrom0); }
     void setBool(int index, bool value) { setFloat(index, value ? 1 : 0); }
     void setColor(int index, double red, double green, double blue);
-    /// Fractions of the frame.
+    /// Fractions of the image that the parameter counts in.
     void setPoint(int index, double x, double y) { m_params[index] = constant({x, y}); }
+    /// Pixels of the frame. A From Pin of a layer of another size goes in by setPoint.
     void setPointPixels(int index, double x, double y);
     void setAnimated(int index, Animation animation) { m_params[index] = std::move(animation); }
 

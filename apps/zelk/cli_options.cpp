@@ -2,15 +2,21 @@
 // here, so that every error has this program's one form.
 #include "apps/zelk/cli_options.h"
 
+#include <fmt/format.h>
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <cctype>
+#include <cstring>
 #include <span>
 #include <string_view>
 
 #include "apps/zelk/errors.h"
 #include "apps/zelk/numbers.h"
 #include "apps/zelk/parameter_names.h"
+#include "apps/zelk/project_command.h"
+#include "apps/zelk/project_file.h"
+#include "apps/zelk/sequence_names.h"
 
 namespace zelk {
 
@@ -39,12 +45,20 @@ char const* const kRenderExamples =
     "1420,660\"\n"
     "  zelk render in.png -o out.png --set rotate=30 --opacity 80 --transfer multiply\n"
     "  zelk render in.exr -o out.exr --to \"-90,40 540,10 30,390 700,350\" --grow 100\n"
+    "  zelk render sign.png --over shot.####.exr -o comp.####.exr --frames 1001-1100 "
+    "--project sign.zelk.json --motion-blur 16\n"
     "\n";
 
 char const* const kParamsExamples =
     "Examples:\n"
     "  zelk params\n"
     "  zelk params --json --host KeyG\n"
+    "\n";
+
+char const* const kProjectExamples =
+    "Examples:\n"
+    "  zelk project new sign.zelk.json --layer sign.png --plate shot.####.exr\n"
+    "  zelk project check sign.zelk.json\n"
     "\n";
 
 /// A word of an option and what it stands for.
@@ -78,6 +92,15 @@ constexpr Choice<int> kOverModes[] = {
     {"color", PF_Xfer_COLOR},
     {"luminosity", PF_Xfer_LUMINOSITY},
 };
+constexpr Choice<ProgressMode> kProgressModes[] = {{"auto", ProgressMode::kAuto},
+                                                   {"bar", ProgressMode::kBar},
+                                                   {"plain", ProgressMode::kPlain},
+                                                   {"json", ProgressMode::kJson},
+                                                   {"none", ProgressMode::kNone}};
+constexpr Choice<MissingInput> kMissings[] = {{"stop", MissingInput::kStop},
+                                              {"hold", MissingInput::kHold},
+                                              {"skip", MissingInput::kSkip},
+                                              {"black", MissingInput::kBlack}};
 constexpr Choice<Depth> kDepths[] = {
     {"8", Depth::k8}, {"16", Depth::k16}, {"float", Depth::kFloat}};
 
@@ -109,9 +132,16 @@ HostIdentity hostNamed(std::string const& word) {
     return pick<HostIdentity>(choices, "--host", word);
 }
 
+std::string required(std::optional<std::string> const& value, char const* thing,
+                     char const* expected) {
+    if (value && !value->empty()) return *value;
+    throw UserError(ExitCode::kUsage, {thing, "not given,", value.value_or(""), expected});
+}
+
 ModuleRequest checkedModule(TypedOptions const& typed) {
     ModuleRequest request;
-    request.module = typed.module ? std::filesystem::path(*typed.module) : defaultModule();
+    request.module = typed.module ? required(typed.module, "--module", "the effect's module")
+                                  : defaultModule().string();
     if (typed.host) request.host = hostNamed(*typed.host);
     return request;
 }
@@ -132,10 +162,13 @@ Setting checkedSetting(std::string const& text) {
             text.substr(equals + 1)};
 }
 
-std::string required(std::optional<std::string> const& value, char const* thing,
-                     char const* expected) {
-    if (value && !value->empty()) return *value;
-    throw UserError(ExitCode::kUsage, {thing, "not given,", value.value_or(""), expected});
+/// A file to read. A picture is read in pieces, so it can't come through a pipe.
+std::string pictureFile(std::optional<std::string> const& name, char const* thing) {
+    std::string const file = required(name, thing, "a picture file");
+    if (file == "-")
+        throw UserError(ExitCode::kInput,
+                        {thing, "standard input can't be read as a picture,", file, "a file"});
+    return file;
 }
 
 PixelSize checkedSize(std::string const& text) {
@@ -199,14 +232,84 @@ void checkRoad(TypedOptions const& typed, RenderRequest& request) {
                                            *typed.host, "--road module"});
 }
 
-RenderRequest checkedRender(TypedOptions const& typed) {
+double checkedNumber(char const* option, std::string_view text, double least, double most) {
+    auto const value = parseNumber(text);
+    if (value && *value >= least && *value <= most) return *value;
+    throw UserError(ExitCode::kUsage,
+                    {option, value ? "out of range:" : "not a number:", std::string(text),
+                     fmt::format("a number from {} to {}", least, most)});
+}
+
+/// ANGLE or ANGLE,PHASE, degrees.
+Shutter checkedShutter(std::string const& text) {
+    Shutter shutter{0, Comp{}.shutterPhaseDeg};
+    auto const comma = text.find(',');
+    shutter.angleDeg = checkedNumber("--shutter", text.substr(0, comma), 0, 720);
+    if (comma != std::string::npos)
+        shutter.phaseDeg = checkedNumber("--shutter", text.substr(comma + 1), -360, 360);
+    return shutter;
+}
+
+TimeBase checkedRate(std::string const& text) {
+    if (auto const rate = rateFromText(text)) return *rate;
+    throw UserError(ExitCode::kUsage, {"--rate", "not a frame rate:", text, kRateExpected});
+}
+
+/// What a project says where the command line is silent.
+TypedOptions withProject(TypedOptions typed, Project const& project) {
+    auto const fill = [](std::optional<std::string>& option, auto const& value) {
+        if (!option && value) option = *value;
+    };
+    auto const path = [&project](std::string const& written) {
+        return std::optional(project.resolved(written));
+    };
+    fill(typed.layer, path(project.layer));
+    if (project.plate && !typed.frameSize) fill(typed.plate, path(*project.plate));
+    if (project.output) fill(typed.output, path(*project.output));
+    fill(typed.frames, project.frames);
+    if (typed.plate) fill(typed.mode, project.render.mode);
+    for (Choice<Depth> const& choice : kDepths)
+        if (project.render.depth == choice.value && !typed.depth) typed.depth = choice.word;
+    if (project.render.size && !typed.plate && !typed.frameSize)
+        typed.frameSize =
+            fmt::format("{}x{}", project.render.size->width, project.render.size->height);
+    if (project.render.downsample && !typed.downsample)
+        typed.downsample = std::to_string(*project.render.downsample);
+    return typed;
+}
+
+void addTimeOptions(TypedOptions const& typed, RenderRequest& request) {
+    constexpr int kMostInFlight = 64;
+    constexpr double kMostSamples = 256;
+    request.frames = typed.frames;
+    if (request.frames) parseFrameRange("--frames", *request.frames);
+    request.motionBlur = typed.motionBlur.has_value();
+    if (typed.motionBlur && *typed.motionBlur != "on")
+        request.samples = checkedNumber("--motion-blur", *typed.motionBlur, 1, kMostSamples);
+    if (typed.shutter) request.shutter = checkedShutter(*typed.shutter);
+    if (typed.rate) request.rate = checkedRate(*typed.rate);
+    if (typed.inFlight)
+        request.inFlight = wholeInRange("--in-flight", *typed.inFlight, 1, kMostInFlight);
+    if (typed.progress)
+        request.progress = pick<ProgressMode>(kProgressModes, "--progress", *typed.progress);
+    if (typed.missing) request.missing = pick<MissingInput>(kMissings, "--missing", *typed.missing);
+    request.skipExisting = typed.skipExisting;
+    request.dryRun = typed.dryRun;
+}
+
+RenderRequest checkedRender(TypedOptions const& asTyped) {
     constexpr int kMostThreads = 1024;
     RenderRequest request;
-    if (typed.plate) request.plate = *typed.plate;
+    if (asTyped.project)
+        request.project = std::make_shared<Project const>(
+            readProject(required(asTyped.project, "--project", "a project file")));
+    TypedOptions const typed = request.project ? withProject(asTyped, *request.project) : asTyped;
+    addTimeOptions(typed, request);
+    if (typed.plate) request.plate = pictureFile(typed.plate, "--over");
     if (typed.frameSize) request.frameSize = checkedSize(*typed.frameSize);
     request.noClobber = typed.noClobber;
     request.keepMetadata = !typed.noMetadata;
-    request.layer = required(typed.layer, "LAYER", "a picture file");
+    request.layer = pictureFile(typed.layer, "LAYER");
     request.output = required(typed.output, "--output", "-o with the name of a picture file");
     if (typed.from) request.from = parseCorners("--from", *typed.from);
     if (typed.to) request.to = parseCorners("--to", *typed.to);
@@ -282,6 +385,23 @@ void addRenderOptions(CLI::App& command, TypedOptions& typed) {
         "module: the effect in a host; memory: its pipeline in float (module, or memory with "
         "--over "
         "or --size)");
+    add("Time", "--frames", typed.frames, "RANGE",
+        "Frames of a sequence, such as 1001-1100 or 1-10,20-30x2");
+    add("Time", "--project", typed.project, "FILE",
+        "Layer, plate, output, frames and keyframed parameters; options override it");
+    add("Time", "--motion-blur", typed.motionBlur, "[SAMPLES]",
+        "Switch the composition's motion blur on");
+    add("Time", "--shutter", typed.shutter, "ANGLE[,PHASE]", "Degrees of a frame (180,-90)");
+    add("Time", "--rate", typed.rate, "FPS", "Frames a second (24)");
+    add("Sequence", "--in-flight", typed.inFlight, "N", "Frames held at a time (3)");
+    add("Sequence", "--missing", typed.missing, "MODE",
+        "Input frames that are not there: stop, hold, skip or black (stop)");
+    add("Sequence", "--progress", typed.progress, "MODE", "auto, bar, plain, json or none (auto)");
+    auto const flag = [&](char const* group, char const* name, bool& value, char const* help) {
+        command.add_flag(name, value, help)->disable_flag_override()->group(group);
+    };
+    flag("Sequence", "--skip-existing", typed.skipExisting, "Go on where an earlier run stopped");
+    flag("Sequence", "--dry-run", typed.dryRun, "Print what would be read and written");
     add("Compositing", "--opacity", typed.opacity, "PERCENT", "Of the pinned layer (100)");
     add("Compositing", "--transfer", typed.transfer, "MODE",
         "Lay the pinned layer over the layer itself by a Transfer Mode (none)");
@@ -299,12 +419,69 @@ void addRenderOptions(CLI::App& command, TypedOptions& typed) {
     addModuleOptions(command, typed);
 }
 
+void addProjectOptions(CLI::App& command, TypedOptions& typed, std::optional<std::string>& verb) {
+    auto const add = [&](char const* name, std::optional<std::string>& value, char const* type,
+                         char const* help) {
+        command.add_option(name, value, help)->type_name(type)->group("Project");
+    };
+    add("VERB", verb, "", "new, show or check");
+    add("FILE", typed.file, "", "The project file, *.zelk.json");
+    add("--layer", typed.layer, "LAYER", "new: the picture or pattern to pin");
+    add("--plate", typed.plate, "PLATE", "new: what it is laid over");
+    add("-o,--output", typed.output, "OUTPUT", "new: what is written");
+    add("--frames", typed.frames, "RANGE", "new: the frames to be rendered");
+    add("--rate", typed.rate, "FPS", "new: frames a second (24)");
+    add("--size", typed.frameSize, "WxH",
+        "new: of the composition (the plate's, else the layer's)");
+    command.add_flag("--force", typed.force, "new: replace a file")
+        ->disable_flag_override()
+        ->group("Project");
+    command.add_flag("--json", typed.json, "show: the file in its normal form")
+        ->disable_flag_override()
+        ->group("Project");
+    addModuleOptions(command, typed);
+}
+
+/// The command line's `zelk project`.
+void checkProjectCommand(TypedOptions const& typed, std::optional<std::string> const& verb,
+                         CommandLine& line) {
+    enum Verb { kNew, kShow, kCheck };
+    constexpr Choice<Verb> kVerbs[] = {{"new", kNew}, {"show", kShow}, {"check", kCheck}};
+    Verb const what = pick<Verb>(kVerbs, "project", verb.value_or(""));
+    std::string const file = required(typed.file, "FILE", "a project file");
+    if (what != kNew) {
+        line.project = ProjectRequest{what == kCheck, file, checkedModule(typed), typed.json};
+        return;
+    }
+    NewProject ask;
+    ask.file = file;
+    ask.layer = required(typed.layer, "--layer", "a picture file or pattern");
+    ask.plate = typed.plate;
+    ask.output = typed.output;
+    ask.frames = typed.frames;
+    if (typed.rate) ask.rate = checkedRate(*typed.rate);
+    if (typed.frameSize) ask.size = checkedSize(*typed.frameSize);
+    ask.force = typed.force;
+    line.newProject = std::make_shared<NewProject const>(ask);
+}
+
 /// `--explain` alone stands for its text form; only the words text and json belong to it.
 std::vector<std::string> wordsOf(int argc, char const* const* argv) {
     std::vector<std::string> words;
     for (int i = 1; i < argc; ++i) {
         words.emplace_back(argv[i]);
-        if (words.back() != "--explain") continue;
+        std::string const& word = words.back();
+        // The parser would take the next word for the value.
+        if (word.starts_with("--") && word.find('=') == word.size() - 1)
+            throw UserError(ExitCode::kUsage, {word.substr(0, word.size() - 1), "no value after",
+                                               word, "one value (see --help)"});
+        if (word == "--motion-blur") {
+            std::string const next = i + 1 < argc ? argv[i + 1] : "";
+            bool const isCount = !next.empty() && parseNumber(next).has_value();
+            words.back() += "=" + (isCount ? next : "on");
+            i += isCount;
+        }
+        if (word != "--explain") continue;
         std::string const next = i + 1 < argc ? lowered(argv[i + 1]) : "";
         bool const isForm = next == "text" || next == "json";
         words.back() += "=" + (isForm ? next : "text");
@@ -313,14 +490,36 @@ std::vector<std::string> wordsOf(int argc, char const* const* argv) {
     return words;
 }
 
+/// A word as a shell takes it: in double quotes, unless all of it is plain.
+std::string quoted(std::string const& word) {
+    auto const isPlain = [](unsigned char c) {
+        return std::isalnum(c) || c >= 0x80 || std::strchr("@%+=:,./_-", c) != nullptr;
+    };
+    if (!word.empty() && std::all_of(word.begin(), word.end(), isPlain)) return word;
+    std::string text = "\"";
+    for (char const c : word) {
+        if (std::strchr("\"\\$`", c) != nullptr) text += '\\';
+        text += c;
+    }
+    return text + "\"";
+}
+
+/// The command line as one line that can be given to a shell again.
+std::string historyOf(int argc, char const* const* argv) {
+    std::string line = "zelk";
+    for (int i = 1; i < argc; ++i) line += " " + quoted(argv[i]);
+    return oneLine(line);
+}
+
 /// Usage lines that show what a command cannot do without.
 class Formatter : public CLI::Formatter {
 public:
     std::string make_usage(CLI::App const* app, std::string) const override {
         std::string const name = app->get_parent() ? " " + app->get_name() : std::string();
-        std::string const rest = name.empty()        ? " COMMAND ..."
-                                 : name == " render" ? " LAYER -o OUTPUT [OPTIONS]"
-                                                     : " [OPTIONS]";
+        std::string const rest = name.empty()         ? " COMMAND ..."
+                                 : name == " render"  ? " LAYER -o OUTPUT [OPTIONS]"
+                                 : name == " project" ? " new|show|check FILE [OPTIONS]"
+                                                      : " [OPTIONS]";
         return "Usage: zelk" + name + rest + "\n";
     }
 };
@@ -330,7 +529,9 @@ struct Grammar {
     CLI::App app{"Zelk Corner Pin: pins the corners of a picture.", "zelk"};
     CLI::App* render = nullptr;
     CLI::App* params = nullptr;
+    CLI::App* project = nullptr;
     TypedOptions typed;
+    std::optional<std::string> verb;  ///< of the project command
 
     Grammar() {
         app.set_version_flag("--version", "zelk " ZELK_VERSION, "Print the version and exit");
@@ -343,6 +544,9 @@ struct Grammar {
             ->group("Output");
         addModuleOptions(*params, typed);
         params->footer(std::string(kParamsExamples) + kExitCodesHelp);
+        project = app.add_subcommand("project", "Make, show or check a project file");
+        addProjectOptions(*project, typed, verb);
+        project->footer(std::string(kProjectExamples) + kExitCodesHelp);
         app.footer(std::string("Examples:\n"
                                "  zelk render in.png -o out.png --to \"60,40 540,10 30,390 "
                                "580,350\"\n"
@@ -352,7 +556,7 @@ struct Grammar {
         app.require_subcommand(0, 1);
         auto const formatter = std::make_shared<Formatter>();
         formatter->column_width(30);
-        for (CLI::App* command : {&app, render, params}) {
+        for (CLI::App* command : {&app, render, params, project}) {
             command->set_help_flag("-h,--help", "Print this help and exit");
             command->allow_extras();
             command->formatter(formatter);
@@ -376,7 +580,8 @@ std::string nearestOption(CLI::App const& command, std::string const& word) {
 /// Whatever no option took is an error; the first of it is named.
 void refuseExtras(Grammar const& grammar) {
     for (CLI::App const* command : {&grammar.app, static_cast<CLI::App const*>(grammar.render),
-                                    static_cast<CLI::App const*>(grammar.params)}) {
+                                    static_cast<CLI::App const*>(grammar.params),
+                                    static_cast<CLI::App const*>(grammar.project)}) {
         auto const extras = command->remaining();
         if (extras.empty()) continue;
         bool const isOption = extras[0].size() > 1 && extras[0][0] == '-';
@@ -387,7 +592,7 @@ void refuseExtras(Grammar const& grammar) {
         }
         if (command == &grammar.app) {
             throw UserError(ExitCode::kUsage,
-                            {"COMMAND", "unknown command", extras[0], "render or params"});
+                            {"COMMAND", "unknown command", extras[0], "render, params or project"});
         }
         throw UserError(ExitCode::kUsage, {command->get_name(), "argument too many:", extras[0],
                                            "what `zelk " + command->get_name() + " --help` lists"});
@@ -428,13 +633,14 @@ CommandLine parseCommandLine(int argc, char const* const* argv) {
     refuseExtras(grammar);
     if (grammar.render->parsed()) {
         line.render = checkedRender(grammar.typed);
-        for (int i = 0; i < argc; ++i)
-            line.render->history += (i ? " " : "") + oneLine(i ? argv[i] : "zelk");
+        line.render->history = historyOf(argc, argv);
+    } else if (grammar.project->parsed()) {
+        checkProjectCommand(grammar.typed, grammar.verb, line);
     } else if (grammar.params->parsed()) {
         line.params = ParamsRequest{checkedModule(grammar.typed), grammar.typed.json};
     } else {
-        throw UserError(ExitCode::kUsage,
-                        {"COMMAND", "not given,", "", "render or params (see zelk --help)"});
+        throw UserError(ExitCode::kUsage, {"COMMAND", "not given,", "",
+                                           "render, params or project (see zelk --help)"});
     }
     return line;
 }

@@ -2,11 +2,14 @@
 #pragma once
 
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "apps/zelk/corners.h"
+#include "apps/zelk/progress.h"
+#include "hostkit/comp.h"
 #include "hostkit/host_identity.h"
 #include "hostkit/world.h"
 
@@ -20,10 +23,15 @@ struct TypedOptions {
     std::optional<std::string> depth, downsample, threads;
     std::optional<std::string> plate, frameSize, road, explain;
     std::optional<std::string> transfer, sourceOpacity, opacity, mode, grow;
+    std::optional<std::string> frames, project, motionBlur, shutter, rate;
+    std::optional<std::string> inFlight, progress, missing;
     std::optional<std::string> host, module;
     std::vector<std::string> settings;
     bool json = false;
     bool noClobber = false, noMetadata = false, plain = false;
+    bool skipExisting = false, dryRun = false;
+    std::optional<std::string> file;  ///< of a project command
+    bool force = false;
 };
 
 /// Which module is asked, and as which host.
@@ -49,6 +57,16 @@ struct PixelSize {
     int width = 0, height = 0;
 };
 
+/// What becomes of a frame whose layer or plate is not there.
+enum class MissingInput {
+    kStop,   ///< the run ends before it
+    kHold,   ///< the nearest frame before it that is there, else after it
+    kSkip,   ///< it is left out
+    kBlack,  ///< a transparent layer, an opaque black plate
+};
+
+struct Project;  // project_file.h
+
 /// A checked `zelk render`. Values of settings are checked against the module's own ranges later.
 struct RenderRequest {
     ModuleRequest module;
@@ -60,7 +78,17 @@ struct RenderRequest {
     int overMode = PF_Xfer_IN_FRONT;  ///< how the pinned layer is laid over the plate
     bool noClobber = false, keepMetadata = true;
     Explain explain = Explain::kNo;
-    std::string history;  ///< the command line as typed
+    std::string history;                     ///< the command line as typed
+    std::shared_ptr<Project const> project;  ///< null without
+    std::optional<std::string> frames;       ///< a range, in the order to be rendered
+    bool motionBlur = false;                 ///< the composition's switch
+    std::optional<double> samples;
+    std::optional<Shutter> shutter;
+    std::optional<TimeBase> rate;
+    int inFlight = 3;
+    ProgressMode progress = ProgressMode::kAuto;
+    MissingInput missing = MissingInput::kStop;
+    bool skipExisting = false, dryRun = false;
     std::optional<Corners> to, from;
     std::optional<int> quality, view;  ///< entries of the popups, from 1
     std::vector<Setting> settings;
@@ -75,10 +103,22 @@ struct ParamsRequest {
     bool json = false;
 };
 
+/// A checked `zelk project show` or `check`.
+struct ProjectRequest {
+    bool check = false;
+    std::filesystem::path file;
+    ModuleRequest module;
+    bool json = false;
+};
+
+struct NewProject;  // project_command.h
+
 /// What the user asked for: exactly one of them.
 struct CommandLine {
     std::optional<RenderRequest> render;
     std::optional<ParamsRequest> params;
+    std::optional<ProjectRequest> project;
+    std::shared_ptr<NewProject const> newProject;
     std::optional<std::string> text;  ///< help or version, for standard output
 };
 

@@ -7,8 +7,10 @@ enum class ExitCode {
     kDone = 0,
     kRenderFailed = 1,
     kUsage = 2,
-    kInput = 3,   ///< the layer or the module is missing or unreadable
-    kOutput = 4,  ///< the output is not writable
+    kInput = 3,          ///< the layer or the module is missing or unreadable
+    kOutput = 4,         ///< the output is not writable
+    kSomeFailed = 5,     ///< of many frames: others are written
+    kInterrupted = 130,  ///< by Ctrl-C
 };
 
 inline constexpr char const* kExitCodesHelp =
@@ -17,6 +19,8 @@ inline constexpr char const* kExitCodesHelp =
     "  1  the render failed\n"
     "  2  usage: an option or a value is wrong\n"
     "  3  the layer or the module is missing or unreadable\n"
-    "  4  the output is not writable";
+    "  4  the output is not writable\n"
+    "  5  some frames failed, others are written\n"
+    "  130  interrupted; what is written is whole";
 
 }  // namespace zelk

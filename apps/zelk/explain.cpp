@@ -141,8 +141,8 @@ std::string asText(Explanation const& e) {
                         e.frame.width, e.frame.height);
     if (e.margin.width > 0 || e.margin.height > 0)
         text += fmt::format("margin    {} x {}, in the frame\n", e.margin.width, e.margin.height);
-    text += fmt::format("depth     {} rendered, {} written\n", depthName(e.renderDepth),
-                        depthName(e.fileDepth));
+    text += fmt::format("depth     {} rendered, {} of {} bits written\n", depthName(e.renderDepth),
+                        e.writtenType, e.writtenBits);
     text += fmt::format("quality   {}: {}, {} x {} taps, {} scan\n", e.plan.quality, e.plan.filter,
                         e.plan.taps, e.plan.taps, e.plan.scan);
     text += fmt::format("passes    {}\n", e.plan.passes.size());
@@ -167,7 +167,9 @@ std::string asJson(Explanation const& e) {
     json["layer"] = {{"width", e.layer.width}, {"height", e.layer.height}};
     json["frame"] = {{"width", e.frame.width}, {"height", e.frame.height}};
     json["margin"] = {{"x", e.margin.width}, {"y", e.margin.height}};
-    json["depth"] = {{"rendered", depthName(e.renderDepth)}, {"written", depthName(e.fileDepth)}};
+    json["depth"] = {{"rendered", depthName(e.renderDepth)},
+                     {"written", e.writtenType},
+                     {"writtenBits", e.writtenBits}};
     json["quality"] = e.plan.quality;
     json["filter"] = e.plan.filter;
     json["taps"] = e.plan.taps;

@@ -61,14 +61,16 @@ private:
 
 struct Explanation {
     Road road = Road::kModule;
-    HostIdentity host;
+    HostIdentity host;       ///< on the module road
     bool isPlain = false;    ///< the module by PF_Cmd_RENDER
     PixelSize layer, frame;  ///< pixels at the render's resolution
     PixelSize margin;        ///< of the frame, around the layer on each side
-    Depth renderDepth = Depth::k8, fileDepth = Depth::k8;
+    Depth renderDepth = Depth::k8;
+    std::string writtenType;  ///< of the file's samples, as OpenImageIO names it
+    int writtenBits = 0;      ///< in use of each
     PlanReport plan;
     Covered covered;
-    int threads = 1;
+    int threads = 1;  ///< of the scan
     StageClock clock;
 };
 

@@ -7,8 +7,7 @@
 int main(int argc, char** argv) {
     zelk::ExitCode code = zelk::ExitCode::kRenderFailed;
     try {
-        zelk::run(zelk::parseCommandLine(argc, argv));
-        return static_cast<int>(zelk::ExitCode::kDone);
+        return static_cast<int>(zelk::run(zelk::parseCommandLine(argc, argv)));
     } catch (zelk::UserError const& error) {
         code = error.code();
         std::fprintf(stderr, "zelk: %s\n", error.what());

@@ -64,7 +64,7 @@ std::uint64_t rasterBytes(int width, int height, Depth depth) {
 
 std::uint64_t renderBytes(RenderSize const& size) {
     bool const isGrown = size.marginX > 0 || size.marginY > 0;
-    std::uint64_t const frames = 3 + (isGrown ? 2 : 0) + (size.transfers ? 1 : 0);
+    auto const frames = static_cast<std::uint64_t>(3 + (isGrown ? 2 : 0) + size.extraImages);
     return rasterBytes(size.width, size.height, size.depth) +
            frames * rasterBytes(size.width + 2 * size.marginX, size.height + 2 * size.marginY,
                                 size.depth) +

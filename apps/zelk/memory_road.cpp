@@ -5,6 +5,7 @@
 #include <array>
 
 #include "Transform/Common/Transform_Core_Render/TransferModes.h"
+#include "apps/zelk/module_road.h"
 #include "apps/zelk/parameter_names.h"
 #include "apps/zelk/parameter_values.h"
 #include "apps/zelk/world_rows.h"
@@ -27,46 +28,59 @@ PluginHost_API::RasterInfo describe(World& world) {
     return info;
 }
 
-/// Points become fractions: From Pins of the layer, all others of the frame.
-void setPoint(PluginHost_Memory_Impl& host, Parameter const& parameter, World const& layer,
-              World const& frame) {
-    bool const isFrom = parameter.index >= kFromPins && parameter.index < kFromPins + 4;
-    World const& image = isFrom ? layer : frame;
-    PF_PointDef const& point = parameter.current.u.td;
-    host.setPoint(parameter.index, fromFixed(point.x_value) / image.width(),
-                  fromFixed(point.y_value) / image.height());
+/// Sizes that points are fractions of.
+struct ImageSizes {
+    PixelSize layer, frame;
+};
+
+/// A control's value at a moment. Points become fractions: From Pins of the layer, others of the
+/// frame. Popups count from 0.
+PluginHost_Memory_Impl::Value valueOf(PF_ParamDef const& def, int index, ImageSizes const& sizes) {
+    PluginHost_Memory_Impl::Value value;
+    bool const isFrom = index >= kFromPins && index < kFromPins + 4;
+    PixelSize const image = isFrom ? sizes.layer : sizes.frame;
+    switch (def.param_type) {
+        case PF_Param_POINT:
+            value.x = fromFixed(def.u.td.x_value) / image.width;
+            value.y = fromFixed(def.u.td.y_value) / image.height;
+            break;
+        case PF_Param_COLOR:
+            value.x = def.u.cd.value.red / 255.0;
+            value.y = def.u.cd.value.green / 255.0;
+            value.z = def.u.cd.value.blue / 255.0;
+            break;
+        case PF_Param_POPUP:
+            value.x = numberOf(def) - 1;
+            break;
+        default:
+            value.x = numberOf(def);
+            break;
+    }
+    return value;
 }
 
-/// "Comp Settings" means a composition's shutter, and that of a still picture is off.
-unsigned motionBlurEntry(unsigned entry) {
-    constexpr unsigned kCompSettings = 2;
-    return entry == kCompSettings ? 0 : entry;
-}
-
+/// The parameters stay where they are while the host asks for them.
 void setControls(PluginHost_Memory_Impl& host, std::vector<Parameter> const& parameters,
-                 World const& layer, World const& frame) {
+                 ImageSizes const& sizes) {
     for (Parameter const& parameter : parameters) {
         if (!parameter.hasValue()) continue;
-        PF_ParamDef const& def = parameter.current;
-        switch (parameter.type()) {
-            case PF_Param_POINT:
-                setPoint(host, parameter, layer, frame);
-                break;
-            case PF_Param_COLOR:
-                host.setColor(parameter.index, def.u.cd.value.red / 255.0,
-                              def.u.cd.value.green / 255.0, def.u.cd.value.blue / 255.0);
-                break;
-            case PF_Param_POPUP: {
-                unsigned const entry = static_cast<unsigned>(numberOf(def)) - 1;
-                host.setPopup(parameter.index,
-                              parameter.index == kMotionBlur ? motionBlurEntry(entry) : entry);
-                break;
-            }
-            default:
-                host.setFloat(parameter.index, numberOf(def));
-                break;
-        }
+        host.setAnimated(parameter.index, [&parameter, sizes](auto const& time) {
+            KeyTime const moment = {time.time, static_cast<A_u_long>(time.timeScale)};
+            return valueOf(parameter.at(moment), parameter.index, sizes);
+        });
     }
+}
+
+/// "Comp Settings" means the composition's shutter, which a frame without motion blur has not.
+void setShutter(PluginHost_Memory_Impl& host, std::vector<Parameter> const& parameters,
+                Shutter const& shutter) {
+    constexpr double kCompSettings = 3;
+    if (currentNumber(parameters, kMotionBlur) != kCompSettings) return;
+    bool const isOn = shutter.angleDeg != 0 || shutter.phaseDeg != 0;
+    host.setPopup(kMotionBlur, isOn);
+    if (!isOn) return;
+    host.setFloat(kShutterAngle, shutter.angleDeg);
+    host.setFloat(kShutterPhase, shutter.phaseDeg);
 }
 
 void layNormally(World& frame, int y, float const* rgba) {
@@ -75,6 +89,8 @@ void layNormally(World& frame, int y, float const* rgba) {
     float* pixel = frame.rowAs<float>(y);
     for (int x = 0; x < frame.width(); ++x, pixel += 4, rgba += 4) {
         float const rest = 1.0f - pixel[order.alpha];
+        // Nothing of a hidden plate counts, not even infinity times 0.
+        if (rest == 0) continue;
         for (int c = 0; c < 4; ++c) pixel[place[c]] += rgba[c] * rest;
     }
 }
@@ -111,19 +127,41 @@ World readAssociatedWorld(PictureReader& picture) {
     return world;
 }
 
-PF_Err renderInMemory(std::vector<Parameter> const& parameters, World& layer, World& frame) {
+void renderInMemory(std::vector<Parameter> const& parameters, World& layer, World& frame,
+                    FrameRequest const& moment, std::string const& layerName) {
     PluginHost_Memory_Impl host(describe(layer), describe(frame), MemoryHostFamily::kFXPLUG);
-    setControls(host, parameters, layer, frame);
-    return Render(&host);
+    setControls(host, parameters,
+                {{layer.width(), layer.height()}, {frame.width(), frame.height()}});
+    setShutter(host, parameters, moment.shutter);
+    host.setTime({moment.time, moment.timeBase.step, static_cast<int>(moment.timeBase.scale)},
+                 moment.totalTime);
+    CommandResult result;
+    result.code = Render(&host);
+    checkResult(result, layerName);
 }
 
+namespace {
+
+void layRow(World& frame, int y, float const* rgba, int mode) {
+    if (mode == PF_Xfer_IN_FRONT)
+        layNormally(frame, y, rgba);
+    else
+        layByMode(frame, y, rgba, blendRowOfMode<PIXEL_ARGB32>(mode));
+}
+
+}  // namespace
+
 void layOver(World& frame, PictureReader& plate, int mode) {
-    plate.readAssociated([&frame, mode](int y, float const* rgba) {
-        if (mode == PF_Xfer_IN_FRONT)
-            layNormally(frame, y, rgba);
-        else
-            layByMode(frame, y, rgba, blendRowOfMode<PIXEL_ARGB32>(mode));
-    });
+    plate.readAssociated(
+        [&frame, mode](int y, float const* rgba) { layRow(frame, y, rgba, mode); });
+}
+
+void layOver(World& frame, World const& plate, int mode) {
+    std::vector<float> rgba(static_cast<std::size_t>(frame.width()) * 4);
+    for (int y = 0; y < frame.height(); ++y) {
+        getRow(plate, y, rgba.data());
+        layRow(frame, y, rgba.data(), mode);
+    }
 }
 
 }  // namespace zelk

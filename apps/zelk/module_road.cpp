@@ -15,7 +15,7 @@ namespace zelk {
 
 namespace {
 
-constexpr int kTransferNone = 1;  ///< first entry of the popup
+constexpr int kTransferNone = 1, kMotionBlurOn = 2, kQualitySuper = 4;  ///< entries of popups
 
 UserError tooLarge(ModuleRender const& ask, RenderSize const& size) {
     return {ExitCode::kInput,
@@ -38,6 +38,22 @@ World renderSmartly(Host& host, World input, ModuleRender const& ask, FrameReque
     return output;
 }
 
+RenderSize renderSize(Host const& host, PictureReader const& picture, ModuleRender const& ask) {
+    auto const& parameters = host.parameters();
+    PixelSize const margin = marginOf(parameters, ask);
+    RenderSize size;
+    size.width = picture.width() / ask.downsample;
+    size.height = picture.height() / ask.downsample;
+    size.depth = ask.depth;
+    size.marginX = margin.width;
+    size.marginY = margin.height;
+    size.extraImages =
+        (currentNumber(parameters, kTransferMode) != kTransferNone) +
+        (currentNumber(parameters, kQuality) == kQualitySuper) +
+        (currentNumber(parameters, kMotionBlur) == kMotionBlurOn || host.comp().motionBlur);
+    return size;
+}
+
 }  // namespace
 
 PixelSize marginOf(std::vector<Parameter> const& parameters, ModuleRender const& ask) {
@@ -48,10 +64,14 @@ PixelSize marginOf(std::vector<Parameter> const& parameters, ModuleRender const&
 
 void checkResult(CommandResult const& result, std::string const& layerName) {
     if (result.code != PF_Err_NONE) {
-        std::string const message = result.message.empty() ? "no message" : result.message;
-        throw UserError(ExitCode::kRenderFailed,
-                        {layerName, fmt::format("the render failed with code {}:", result.code),
-                         message, "code 0"});
+        std::string const code = std::to_string(result.code), success = "code 0 for success";
+        if (result.message.empty())
+            throw UserError(
+                ExitCode::kRenderFailed,
+                {layerName, "the render failed without a message, code", code, success});
+        throw UserError(
+            ExitCode::kRenderFailed,
+            {layerName, "the render failed with code " + code + ":", result.message, success});
     }
     if (!(result.outstanding == Outstanding{})) {
         throw UserError(ExitCode::kRenderFailed,
@@ -59,32 +79,39 @@ void checkResult(CommandResult const& result, std::string const& layerName) {
     }
 }
 
-World renderByModule(Host& host, PictureReader& picture, ModuleRender const& ask,
-                     StageClock& clock) {
-    PixelSize const margin = marginOf(host.parameters(), ask);
-    bool const transfers = currentNumber(host.parameters(), kTransferMode) != kTransferNone;
-    RenderSize const size = {picture.width() / ask.downsample, picture.height() / ask.downsample,
-                             ask.depth, margin.width, margin.height, transfers};
+ModuleRender moduleRenderOf(RenderRequest const& request, Host const& host,
+                            PictureReader const& layer) {
+    ModuleRender ask;
+    ask.layerName = request.layer.string();
+    ask.layerSize = {layer.width(), layer.height()};
+    ask.depth = request.depth.value_or(layer.traits().depth);
+    ask.downsample = request.downsample;
+    ask.isPlain = request.isPlain || !host.supportsSmartRender();
+    return ask;
+}
+
+World readLayer(Host const& host, PictureReader& picture, ModuleRender const& ask) {
+    RenderSize const size = renderSize(host, picture, ask);
     if (renderBytes(size) > availableBytes()) throw tooLarge(ask, size);
-    World input;
+    World layer;
     try {
-        input = World(host.worldSpec(size.width, size.height, size.depth));
+        layer = World(host.worldSpec(size.width, size.height, size.depth));
     } catch (HostError const& error) {
         if (error.code() == PF_Err_OUT_OF_MEMORY) throw tooLarge(ask, size);
         throw;
     }
-    picture.readInto(input, ask.downsample);
+    picture.readInto(layer, ask.downsample);
     releaseStartupMemory();
-    clock.lap("read");
+    return layer;
+}
 
-    FrameRequest frame;
+World renderByModule(Host& host, World layer, ModuleRender const& ask, FrameRequest const& moment) {
+    FrameRequest frame = moment;
     frame.downsample = ask.downsample;
-    frame.layerWidth = picture.width();
-    frame.layerHeight = picture.height();
-    World output = ask.isPlain ? renderPlainly(host, std::move(input), ask, frame)
-                               : renderSmartly(host, std::move(input), ask, frame);
-    clock.lap("render");
-    return output;
+    frame.layerWidth = ask.layerSize.width;
+    frame.layerHeight = ask.layerSize.height;
+    return ask.isPlain ? renderPlainly(host, std::move(layer), ask, frame)
+                       : renderSmartly(host, std::move(layer), ask, frame);
 }
 
 }  // namespace zelk

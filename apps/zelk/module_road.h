@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "apps/zelk/explain.h"
+#include "apps/zelk/cli_options.h"
 #include "apps/zelk/picture_reader.h"
 #include "hostkit/host.h"
 
@@ -13,6 +13,7 @@ namespace zelk {
 /// What is asked of the module beside the parameters' current values.
 struct ModuleRender {
     std::string layerName;  ///< for messages
+    PixelSize layerSize;    ///< at full resolution, pixels
     Depth depth = Depth::k8;
     int downsample = 1;
     bool isPlain = false;  ///< PF_Cmd_RENDER, which knows no Grow Bounds
@@ -21,11 +22,17 @@ struct ModuleRender {
 /// What Grow Bounds adds on each side at the render's resolution, pixels; none in a plain render.
 PixelSize marginOf(std::vector<Parameter> const& parameters, ModuleRender const& ask);
 
-/// Reads the picture, renders it, and gives the frame: the picture's size over the downsample
-/// factor, and the margin around it. Throws an input error when memory is short, a render error
-/// when the effect fails or keeps anything.
-World renderByModule(Host& host, PictureReader& picture, ModuleRender const& ask,
-                     StageClock& clock);
+/// What a request asks of the module for that layer.
+ModuleRender moduleRenderOf(RenderRequest const& request, Host const& host,
+                            PictureReader const& layer);
+
+/// Reads the picture into a world of the host's layout, over the downsample factor. Throws an input
+/// error for a file that breaks off, or when memory is short for the render.
+World readLayer(Host const& host, PictureReader& picture, ModuleRender const& ask);
+
+/// Gives the frame: the layer's size and the margin around it. `moment` tells time and shutter.
+/// Throws a render error when the effect fails or keeps anything.
+World renderByModule(Host& host, World layer, ModuleRender const& ask, FrameRequest const& moment);
 
 /// The effect must succeed and give back all that it took. Throws a render error else.
 void checkResult(CommandResult const& result, std::string const& layerName);

@@ -29,8 +29,12 @@ void checkFile(std::filesystem::path const& file) {
     std::error_code fault;
     auto const status = std::filesystem::status(file, fault);
     char const* wrong = nullptr;
-    if (!std::filesystem::exists(status)) wrong = "no such file";
-    if (std::filesystem::is_directory(status)) wrong = "a directory is no picture:";
+    if (!std::filesystem::exists(status))
+        wrong = "no such file";
+    else if (std::filesystem::is_directory(status))
+        wrong = "a directory is no picture:";
+    else if (!std::filesystem::is_regular_file(status))
+        wrong = "not a regular file:";
     if (wrong)
         throw UserError(ExitCode::kInput, {file.string(), wrong, file.string(), "a picture"});
 }
@@ -71,14 +75,26 @@ bool isRgbProfile(OIIO::ParamValue const& profile) {
            std::memcmp(bytes + 36, "acsp", 4) == 0;
 }
 
-PictureTraits traitsOf(OIIO::ImageSpec const& spec) {
+/// Index of the alpha channel, or -1. The reader of GIF points beyond its channels.
+int alphaChannel(OIIO::ImageSpec const& spec) {
+    if (spec.alpha_channel < spec.nchannels) return spec.alpha_channel;
+    return spec.channelindex("A");
+}
+
+/// OpenImageIO tells the pixel aspect of JPEG as horizontal over vertical density, the inverse of a
+/// pixel's width over its height; it writes the right densities.
+void turnAspect(OIIO::ParamValueList& metadata) {
+    float const told = metadata.get_float("PixelAspectRatio", 0);
+    if (told > 0) metadata["PixelAspectRatio"] = 1 / told;
+}
+
+PictureTraits traitsOf(OIIO::ImageSpec const& spec, OIIO::TypeDesc type) {
     PictureTraits traits;
-    auto const base = spec.format.basetype;
-    traits.isHalf = base == OIIO::TypeDesc::HALF;
-    traits.depth = spec.format.basesize() == 1                     ? Depth::k8
-                   : spec.format.basesize() == 2 && !traits.isHalf ? Depth::k16
-                                                                   : Depth::kFloat;
-    traits.hasAlpha = spec.alpha_channel >= 0;
+    traits.isHalf = type == OIIO::TypeHalf;
+    traits.depth = type.basesize() == 1                     ? Depth::k8
+                   : type.basesize() == 2 && !traits.isHalf ? Depth::k16
+                                                            : Depth::kFloat;
+    traits.hasAlpha = alphaChannel(spec) >= 0;
     traits.bits = spec.get_int_attribute("oiio:BitsPerSample", 0);
     for (auto const& value : spec.extra_attribs) {
         bool const isLost = value.name() == "ICCProfile" && !isRgbProfile(value);
@@ -92,9 +108,9 @@ PictureTraits traitsOf(OIIO::ImageSpec const& spec) {
 PictureReader::PictureReader(std::filesystem::path const& file) : m_file(file) {
     QuietLibraries const quiet;
     m_input = openPicture(file);
-    bool const isDpx = std::string_view(m_input->format_name()) == "dpx";
+    std::string_view const format = m_input->format_name();
     std::error_code fault;
-    if (isDpx && std::filesystem::file_size(file, fault) < leastDpxBytes(file))
+    if (format == "dpx" && std::filesystem::file_size(file, fault) < leastDpxBytes(file))
         throw unreadable(file, "the file breaks off");
     checkSize();
     OIIO::ImageSpec const& spec = m_input->spec();
@@ -103,13 +119,17 @@ PictureReader::PictureReader(std::filesystem::path const& file) : m_file(file) {
     m_height = window.height;
     m_dataLeft = spec.x - window.left;
     m_dataTop = spec.y - window.top;
-    m_traits = traitsOf(spec);
+    m_channels = mapChannels();
+    m_traits = traitsOf(spec, sampleType());
+    if (format == "jpeg") turnAspect(m_traits.metadata);
     m_traits.originX = window.left;
     m_traits.originY = window.top;
-    m_channels = mapChannels();
-    noteWarnings();
-    m_isAssociated = m_channels.alpha >= 0 && spec.get_int_attribute("oiio:UnassociatedAlpha") == 0;
+    // JPEG 2000 is read straight when asked, as it is here, but doesn't say so.
+    bool const isStraight =
+        spec.get_int_attribute("oiio:UnassociatedAlpha") != 0 || format == "jpeg2000";
+    m_isAssociated = m_channels.alpha >= 0 && !isStraight;
     m_traits.isAssociated = m_isAssociated;
+    noteWarnings();
 }
 
 /// Other formats than OpenEXR know a position at most, and OpenImageIO's full size of them is the
@@ -140,14 +160,38 @@ void PictureReader::checkSize() const {
 
 PictureReader::ChannelMap PictureReader::mapChannels() const {
     OIIO::ImageSpec const& spec = m_input->spec();
+    int const alpha = alphaChannel(spec);
     std::vector<int> colors;
     for (int c = 0; c < spec.nchannels; ++c) {
-        if (c != spec.alpha_channel && c != spec.z_channel) colors.push_back(c);
+        if (c != alpha && c != spec.z_channel) colors.push_back(c);
     }
     if (colors.empty()) colors.push_back(0);
     if (colors.size() < 3) colors.assign(3, colors[0]);
-    int const last = std::max({colors[0], colors[1], colors[2], spec.alpha_channel});
-    return {colors[0], colors[1], colors[2], spec.alpha_channel, last + 1};
+    int const last = std::max({colors[0], colors[1], colors[2], alpha});
+    return {colors[0], colors[1], colors[2], alpha, last + 1};
+}
+
+/// The deepest of the channels that are used: a file may keep its depth deeper than its colours.
+OIIO::TypeDesc PictureReader::sampleType() const {
+    OIIO::ImageSpec const& spec = m_input->spec();
+    OIIO::TypeDesc deepest = spec.channelformat(m_channels.red);
+    for (int const c : {m_channels.green, m_channels.blue, m_channels.alpha}) {
+        if (c >= 0 && spec.channelformat(c).basesize() > deepest.basesize())
+            deepest = spec.channelformat(c);
+    }
+    return deepest;
+}
+
+/// Some readers count their pictures; of others' files it shows whether there is a second one.
+bool PictureReader::holdsMorePictures() {
+    std::string_view const format = m_input->format_name();
+    bool const isUncounted =
+        format == "tiff" || format == "gif" || format == "ico" || format == "psd";
+    if (!isUncounted) return m_input->spec().get_int_attribute("oiio:subimages", 1) > 1;
+    bool const isThere = m_input->seek_subimage(1, 0);
+    m_input->geterror();
+    if (!m_input->seek_subimage(0, 0)) throw unreadable(m_file, m_input->geterror());
+    return isThere;
 }
 
 /// About 4 MB of float pixels, in whole compression blocks of up to 16 rows and whole tiles.
@@ -181,9 +225,8 @@ void PictureReader::noteWarnings() {
     }
     if (!dropped.empty())
         m_warnings.push_back(m_file.string() + ": channels dropped: \"" + oneLine(dropped) + "\"");
-    if (int const parts = spec.get_int_attribute("oiio:subimages", 1); parts > 1)
-        m_warnings.push_back(m_file.string() + ": only the first of " + std::to_string(parts) +
-                             " pictures is used");
+    if (holdsMorePictures())
+        m_warnings.push_back(m_file.string() + ": only the first of several pictures is used");
     auto const* profile = spec.find_attribute("ICCProfile");
     if (profile && !isRgbProfile(*profile))
         m_warnings.push_back(m_file.string() + ": colour profile dropped: it is not one for RGB");
@@ -275,10 +318,6 @@ void PictureReader::readInto(World& world, int downsample) {
 
 void PictureReader::readAssociated(FloatRow const& row) {
     readRows<float>(AlphaForm::kAssociated, row);
-}
-
-void PictureReader::readThrough() {
-    readRows<float>(AlphaForm::kAssociated, [](int, float const*) {});
 }
 
 }  // namespace zelk

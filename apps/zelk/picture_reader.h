@@ -27,7 +27,7 @@ enum class AlphaForm { kStraight, kAssociated };
 
 /// What an output inherits from a file.
 struct PictureTraits {
-    Depth depth = Depth::k8;  ///< 8, 16 for 10 to 16 bits, float for half and float
+    Depth depth = Depth::k8;  ///< 8, 16 for 9 to 16 bits, float for half, float and 32 bits
     bool isHalf = false;
     bool hasAlpha = false;
     bool isAssociated = false;      ///< colour is stored times alpha
@@ -57,9 +57,6 @@ public:
     using FloatRow = std::function<void(int y, float const* rgba)>;
     void readAssociated(FloatRow const& row);
 
-    /// Reads all rows and keeps none. Throws an input error for a file that breaks off.
-    void readThrough();
-
 private:
     /// Indices of the file's channels; alpha -1 when there is none.
     struct ChannelMap {
@@ -80,6 +77,8 @@ private:
     template <class Stored>
     void fetch(int firstRow, int endRow, Stored* values);
     ChannelMap mapChannels() const;
+    OIIO::TypeDesc sampleType() const;
+    bool holdsMorePictures();
     Window displayWindow() const;
     void checkSize() const;
     void noteWarnings();

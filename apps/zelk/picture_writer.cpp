@@ -1,8 +1,6 @@
 // Writing of results by OpenImageIO, a strip of rows at a time; see picture_writer.h.
 #include "apps/zelk/picture_writer.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -18,6 +16,7 @@
 #include "apps/zelk/quiet_libraries.h"
 #include "apps/zelk/temporary_file.h"
 #include "apps/zelk/world_rows.h"
+#include "apps/zelk/written_check.h"
 
 namespace zelk {
 
@@ -26,14 +25,18 @@ namespace {
 namespace fs = std::filesystem;
 
 /// Formats whose writers take straight colour as it is.
-constexpr std::array<std::string_view, 3> kStraightFormats = {"png", "tiff", "targa"};
-/// Formats whose writers notice a full disk; what another has written is read back.
-constexpr std::array<std::string_view, 13> kNotice = {"png",  "tiff",     "openexr", "targa", "bmp",
-                                                      "webp", "jpeg2000", "pnm",     "dpx",   "hdr",
-                                                      "rla",  "heif",     "jpeg"};
+constexpr std::array<std::string_view, 5> kStraightFormats = {"png", "tiff", "targa", "heif",
+                                                              "jpeg2000"};
+/// Formats that hold alpha by name only: OpenImageIO's writer of WebP takes colour with alpha to
+/// linear light in 8 bits, which ruins dark tones; that of GIF makes every pixel opaque; FITS has
+/// planes without names.
+constexpr std::array<std::string_view, 3> kNoAlpha = {"webp", "gif", "fits"};
 /// Formats without float samples: they get the deepest integers they have.
-constexpr std::array<std::string_view, 8> kIntegerFormats = {"png", "jpeg", "targa", "webp",
-                                                             "bmp", "gif",  "dpx",   "cineon"};
+constexpr std::array<std::string_view, 11> kIntegerFormats = {
+    "png", "jpeg", "targa", "webp", "bmp", "gif", "dpx", "jpeg2000", "sgi", "ico", "heif"};
+/// Formats of up to 16 bits of which OpenImageIO writes no more than 8 in order.
+constexpr std::array<std::string_view, 2> kShallow = {"pnm", "iff"};
+constexpr char const* kIsThere = "it exists and --no-clobber is given";
 /// Writers that leave no picture file.
 constexpr std::array<std::string_view, 2> kNoFiles = {"null", "term"};
 
@@ -61,11 +64,18 @@ std::unique_ptr<OIIO::ImageOutput> makeWriter(fs::path const& target) {
     return writer;
 }
 
-/// Where a link leads, so that the link itself stays.
-fs::path resolved(fs::path const& target) {
-    std::error_code fault;
-    fs::path const canonical = fs::canonical(target, fault);
-    return fault ? target : canonical;
+bool isLink(fs::path const& path) {
+    std::error_code none;
+    return fs::is_symlink(fs::symlink_status(path, none));
+}
+
+/// Where a link leads, to a file or to nothing yet, so that the link itself stays.
+fs::path resolved(fs::path target) {
+    constexpr int kMostLinks = 40;
+    std::error_code none;
+    for (int i = 0; i < kMostLinks && isLink(target); ++i)
+        target = target.parent_path() / fs::read_symlink(target, none);
+    return target;
 }
 
 /// How a world's rows are stored.
@@ -82,7 +92,8 @@ struct RowPlan {
 /// The deepest samples of the format that `depth` asks for; writers take less by themselves.
 OIIO::TypeDesc sampleType(std::string_view format, Depth depth, bool isHalf) {
     bool const holdsFloat = !isOneOf(kIntegerFormats, format);
-    if (depth == Depth::k8 && format != "openexr") return OIIO::TypeUInt8;
+    bool const isByte = depth == Depth::k8 && format != "openexr";
+    if (isByte || isOneOf(kShallow, format)) return OIIO::TypeUInt8;
     if (depth == Depth::k16 && format != "openexr") return OIIO::TypeUInt16;
     if (!holdsFloat) return OIIO::TypeUInt16;
     return isHalf || (depth == Depth::k8 && format == "openexr") ? OIIO::TypeHalf : OIIO::TypeFloat;
@@ -91,17 +102,28 @@ OIIO::TypeDesc sampleType(std::string_view format, Depth depth, bool isHalf) {
 RowPlan planRows(OIIO::ImageOutput const& writer, WriteRequest const& request) {
     RowPlan plan;
     std::string_view const format = writer.format_name();
-    // The writer of WebP takes colour with alpha to linear light in 8 bits, which ruins dark tones.
-    bool const holdsAlpha = writer.supports("alpha") && format != "webp";
+    bool const holdsAlpha = writer.supports("alpha") && !isOneOf(kNoAlpha, format);
     if (request.opaque || !holdsAlpha) plan.channels = 3;
     bool const staysAssociated = format == "tiff" && request.traits.isAssociated;
     plan.isStraight = plan.channels == 4 && isOneOf(kStraightFormats, format) && !staysAssociated;
     plan.fromStraight = request.form == AlphaForm::kStraight;
-    plan.keepsUncovered = plan.channels == 4 && (!plan.fromStraight || request.traits.isAssociated);
+    plan.keepsUncovered = !plan.fromStraight || request.traits.isAssociated;
     plan.type = sampleType(format, request.depth, request.traits.isHalf);
     if (format == "dpx" && request.depth == Depth::k16 && isOneOf(kDpxBits, request.traits.bits))
         plan.bits = request.traits.bits;
     return plan;
+}
+
+/// The writer of JPEG divides a density by the pixel's aspect where it should multiply; it takes
+/// both densities as they are. A pixel's width over its height is vertical over horizontal density.
+void setJpegDensity(OIIO::ImageSpec& spec) {
+    float const aspect = spec.get_float_attribute("PixelAspectRatio", 1);
+    if (!(aspect > 0) || aspect == 1) return;
+    constexpr float kFine = 1000;  // densities are whole numbers
+    float const horizontal = spec.get_float_attribute("XResolution", kFine);
+    spec.attribute("XResolution", horizontal);
+    spec.attribute("YResolution", horizontal * aspect);
+    spec.erase_attribute("PixelAspectRatio");
 }
 
 /// What the writers would not do by themselves: straight colour, half, few bits, the least loss.
@@ -110,7 +132,10 @@ void setStorage(std::string_view format, RowPlan const& plan, OIIO::ImageSpec& s
     if (plan.bits > 0) spec.attribute("oiio:BitsPerSample", plan.bits);
     if (format == "tiff" && plan.type == OIIO::TypeHalf) spec.attribute("tiff:half", 1);
     if (format == "webp") spec.attribute("compression", "lossless");
-    if (format == "jpeg") spec.attribute("jpeg:subsampling", "4:4:4");
+    if (format == "jpeg") {
+        spec.attribute("jpeg:subsampling", "4:4:4");
+        setJpegDensity(spec);
+    }
 }
 
 /// Where the picture lies in the file's space; formats without windows hold it all from the origin.
@@ -131,11 +156,10 @@ OIIO::ImageSpec specOf(OIIO::ImageOutput const& writer, World const& world, RowP
     setWindows(writer, request, spec);
     if (request.keepMetadata) {
         for (auto const& value : request.traits.metadata) spec.extra_attribs.push_back(value);
-        spec.attribute("Software", "zelk " ZELK_VERSION);
         std::string const earlier = spec.get_string_attribute("Exif:ImageHistory");
-        if (!request.history.empty())
-            spec.attribute("Exif:ImageHistory",
-                           earlier.empty() ? request.history : earlier + "\n" + request.history);
+        spec.attribute("Software", "zelk " ZELK_VERSION " : " + request.history);
+        spec.attribute("Exif:ImageHistory",
+                       earlier.empty() ? request.history : earlier + "\n" + request.history);
     }
     setStorage(writer.format_name(), plan, spec);
     return spec;
@@ -172,12 +196,15 @@ struct Written {
 
 template <class Channel, class Stored>
 Written writeStrips(World const& world, RowPlan const& plan, OIIO::ImageOutput& writer) {
+    OIIO::ImageSpec const& spec = writer.spec();
     int const strip =
-        std::min(std::clamp((1 << 18) / world.width(), 16, 256) / 16 * 16, world.height());
+        std::min(spec.tile_width > 0 ? spec.tile_height
+                                     : std::clamp((1 << 18) / world.width(), 16, 256) / 16 * 16,
+                 world.height());
     auto const rowValues = static_cast<std::size_t>(world.width() * plan.channels);
     std::vector<Channel> rgba(static_cast<std::size_t>(world.width()) * 4);
     std::vector<Stored> stored(rowValues * static_cast<std::size_t>(strip));
-    int const firstRow = writer.spec().y;
+    OIIO::TypeDesc const type = OIIO::BaseTypeFromC<Stored>::value;
     Written written;
     for (int top = 0; top < world.height(); top += strip) {
         int const rows = std::min(strip, world.height() - top);
@@ -191,10 +218,12 @@ Written writeStrips(World const& world, RowPlan const& plan, OIIO::ImageOutput& 
         if constexpr (std::is_same_v<Stored, float>) {
             if (plan.bits > 0) roundToBits(plan.bits, stored);
         }
-        if (!writer.write_scanlines(firstRow + top, firstRow + top + rows, 0,
-                                    OIIO::BaseTypeFromC<Stored>::value, stored.data())) {
-            return written;
-        }
+        int const first = spec.y + top, end = first + rows;
+        bool const isTaken = spec.tile_width > 0
+                                 ? writer.write_tiles(spec.x, spec.x + spec.width, first, end, 0, 1,
+                                                      type, stored.data())
+                                 : writer.write_scanlines(first, end, 0, type, stored.data());
+        if (!isTaken) return written;
     }
     written.isWhole = true;
     return written;
@@ -211,25 +240,10 @@ Written writeRows(World const& world, RowPlan const& plan, OIIO::ImageOutput& wr
     });
 }
 
-/// Whether two more blocks go behind the file's end: not on the full disk that a writer met.
-bool canGrow(fs::path const& path) {
-    int const file = ::open(path.c_str(), O_WRONLY | O_CLOEXEC);
-    struct stat state {};
-    bool canGrow = file >= 0 && ::fstat(file, &state) == 0 &&
-                   ::posix_fallocate(file, state.st_size, 2 * state.st_blksize) == 0;
-    canGrow = file >= 0 && ::ftruncate(file, state.st_size) == 0 && canGrow;
-    if (file >= 0) ::close(file);
-    return canGrow;
-}
-
-/// For writers that notice nothing; some readers of such formats notice nothing either.
-void checkWhole(fs::path const& file, fs::path const& target) {
-    if (!canGrow(file)) throw unwritable(target, std::strerror(ENOSPC));
-    try {
-        PictureReader(file).readThrough();
-    } catch (UserError const&) {
-        throw unwritable(target, "incomplete");
-    }
+/// As the file has them.
+void noteSamples(OIIO::ImageSpec const& spec, RowPlan const& plan, WriteReport& report) {
+    report.sampleType = spec.format.c_str();
+    report.sampleBits = plan.bits > 0 ? plan.bits : static_cast<int>(spec.format.basesize()) * 8;
 }
 
 }  // namespace
@@ -241,9 +255,10 @@ void checkTarget(fs::path const& target, bool noClobber) {
     }
     makeWriter(target);
     std::error_code fault;
-    if (noClobber && fs::exists(target, fault))
-        throw unwritable(target, "it exists and --no-clobber is given");
+    if (noClobber && fs::exists(fs::symlink_status(target, fault)))
+        throw unwritable(target, kIsThere);
     fs::path const file = resolved(target);
+    if (isLink(file)) throw unwritable(target, "links without an end");
     fs::path const folder = file.has_parent_path() ? file.parent_path() : fs::path(".");
     if (!fs::is_directory(folder, fault)) throw unwritable(target, "no folder " + folder.string());
     if (fs::exists(file, fault) && !fs::is_regular_file(file, fault)) {
@@ -254,25 +269,34 @@ void checkTarget(fs::path const& target, bool noClobber) {
     if (isRefused) throw unwritable(target, std::strerror(errno));
 }
 
-std::string writePicture(World const& world, fs::path const& target, WriteRequest const& request) {
+WriteReport writePicture(World const& world, fs::path const& target, WriteRequest const& request) {
     TemporaryFile file(resolved(target));
     QuietLibraries const quiet;
     auto const writer = makeWriter(target);  // gone before the file: its end may write once more
     RowPlan const plan = planRows(*writer, request);
+    WriteReport report;
     Written written;
-    if (writer->open(file.path().string(), specOf(*writer, world, plan, request)))
+    if (writer->open(file.path().string(), specOf(*writer, world, plan, request))) {
+        noteSamples(writer->spec(), plan, report);
         written = writeRows(world, plan, *writer);
+    }
     bool const isClosed = writer->close();
     std::string const error = writer->geterror();
     // The TIFF writer complains of an Exif directory without entries, after a whole picture.
     bool const isHarmless = error.find("Exif data") != std::string::npos;
     if (!written.isWhole || !isClosed || !(error.empty() || isHarmless))
         throw unwritable(target, error);
-    if (!isOneOf(kNotice, std::string_view(writer->format_name()))) checkWhole(file.path(), target);
-    file.putInPlace();
-    if (plan.channels == 4 || request.opaque || !written.sawTransparency) return {};
-    return target.string() +
-           ": alpha can't be kept in this format; the picture is written over black";
+    std::string const fault = faultOfWritten(
+        file.path(), {writer->format_name(), world.width(), world.height(), plan.channels});
+    if (!fault.empty()) throw unwritable(target, fault);
+    if (!file.putInPlace(!request.noClobber)) throw unwritable(target, kIsThere);
+    if (plan.channels == 3 && !request.opaque && written.sawTransparency)
+        report.warnings.push_back(
+            target.string() +
+            ": alpha can't be kept in this format; the picture is written over black");
+    if (isOneOf(kShallow, std::string_view(writer->format_name())) && request.depth != Depth::k8)
+        report.warnings.push_back(target.string() + ": this format is written in 8 bits");
+    return report;
 }
 
 }  // namespace zelk

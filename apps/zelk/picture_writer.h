@@ -3,11 +3,13 @@
 // Formats that keep straight colour get a straight world's values unchanged (16 bits: white 32768
 // becomes 65535), but a TIFF is associated where the file that it inherits from is. Between
 // straight and associated colour values go in float and are rounded once; where alpha is 0 they
-// pass as they are. Formats without alpha, and WebP, get the picture over black, with a warning
-// when there was transparency.
+// pass as they are. Formats without alpha, and WebP, GIF and FITS, get the picture over black, with
+// a warning when there was transparency. A file takes its place only after it was read back.
 #pragma once
 
 #include <filesystem>
+#include <string>
+#include <vector>
 
 #include "apps/zelk/picture_reader.h"
 #include "hostkit/world.h"
@@ -27,12 +29,20 @@ struct WriteRequest {
     int marginX = 0, marginY = 0;
     bool opaque = false;  ///< leave alpha out: it is white everywhere
     bool keepMetadata = true;
-    std::string history;  ///< the command line, as image history
+    bool noClobber = false;  ///< fail when the target has come up meanwhile
+    std::string history;     ///< the command line, as image history
 };
 
-/// Writes beside `target` and renames into place. Throws an output error; the target is then as it
-/// was before. The result is a warning, or empty.
-std::string writePicture(World const& world, std::filesystem::path const& target,
+/// What there is to tell of a written file.
+struct WriteReport {
+    std::vector<std::string> warnings;  ///< a sentence each
+    std::string sampleType;             ///< as OpenImageIO names it: "uint8", "half"
+    int sampleBits = 0;                 ///< in use of each sample
+};
+
+/// Writes beside `target`, checks that all is there, and renames into place. Throws an output
+/// error; the target is then as it was before.
+WriteReport writePicture(World const& world, std::filesystem::path const& target,
                          WriteRequest const& request);
 
 }  // namespace zelk

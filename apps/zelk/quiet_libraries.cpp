@@ -4,20 +4,35 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <mutex>
+
 namespace zelk {
 
-QuietLibraries::QuietLibraries() : m_kept(::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3)) {
-    if (m_kept < 0) return;
-    int const nowhere = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
+namespace {
+
+/// The descriptor is the process's, so those who want it quiet are counted together.
+std::mutex mutex;
+int quietOnes = 0;
+int kept = -1;  ///< the real standard error, below 0 when it could not be kept
+
+}  // namespace
+
+QuietLibraries::QuietLibraries() {
+    std::lock_guard const lock(mutex);
+    if (quietOnes++ > 0) return;
+    kept = ::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3);
+    int const nowhere = kept < 0 ? -1 : ::open("/dev/null", O_WRONLY | O_CLOEXEC);
     if (nowhere < 0) return;
     ::dup2(nowhere, STDERR_FILENO);
     ::close(nowhere);
 }
 
 QuietLibraries::~QuietLibraries() {
-    if (m_kept < 0) return;
-    ::dup2(m_kept, STDERR_FILENO);
-    ::close(m_kept);
+    std::lock_guard const lock(mutex);
+    if (--quietOnes > 0 || kept < 0) return;
+    ::dup2(kept, STDERR_FILENO);
+    ::close(kept);
+    kept = -1;
 }
 
 }  // namespace zelk

@@ -3,16 +3,13 @@
 
 namespace zelk {
 
-/// While it lives, standard error leads nowhere. For the main thread; objects do not overlap.
+/// While one lives, on whatever thread, standard error leads nowhere.
 class QuietLibraries {
 public:
     QuietLibraries();
     ~QuietLibraries();
     QuietLibraries(QuietLibraries const&) = delete;
     QuietLibraries& operator=(QuietLibraries const&) = delete;
-
-private:
-    int m_kept;  ///< the real standard error, below 0 when it could not be kept
 };
 
 }  // namespace zelk

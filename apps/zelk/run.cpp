@@ -4,7 +4,9 @@
 #include <cstdio>
 
 #include "apps/zelk/params_command.h"
+#include "apps/zelk/project_command.h"
 #include "apps/zelk/render_command.h"
+#include "apps/zelk/sequence_render.h"
 
 namespace zelk {
 
@@ -20,9 +22,14 @@ void print(std::string const& text) {
 
 }  // namespace
 
-void run(CommandLine const& line) {
+ExitCode run(CommandLine const& line) {
     if (line.text) print(*line.text);
     if (line.params) print(listParameters(*line.params));
+    if (line.newProject) print(newProject(*line.newProject));
+    if (line.project)
+        print(line.project->check ? checkProject(line.project->file, line.project->module)
+                                  : showProject(line.project->file, line.project->json));
+    if (line.render && isSequence(*line.render)) return renderSequence(*line.render);
     if (line.render) {
         RenderReport const report = render(*line.render);
         for (std::string const& warning : report.warnings)
@@ -30,6 +37,7 @@ void run(CommandLine const& line) {
         if (line.render->explain == Explain::kText) print(asText(report.explanation));
         if (line.render->explain == Explain::kJson) print(asJson(report.explanation));
     }
+    return ExitCode::kDone;
 }
 
 }  // namespace zelk

@@ -6,7 +6,8 @@
 
 namespace zelk {
 
-/// Lists go to standard output, warnings to standard error. Throws for every failure.
-void run(CommandLine const& line);
+/// Lists go to standard output, warnings to standard error. Throws for every failure but those of
+/// single frames of many: the answer tells them.
+ExitCode run(CommandLine const& line);
 
 }  // namespace zelk

@@ -6,8 +6,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
@@ -79,13 +81,30 @@ void unguard() {
     if (file.messages >= 0) ::close(file.messages);
 }
 
+/// A name in the target's folder that file systems take: they end at 255 bytes.
+std::string temporaryName(std::filesystem::path const& target, int attempt) {
+    constexpr std::size_t kLongest = 255;
+    std::string const end =
+        fmt::format(".zelk-{}-{}{}", ::getpid(), attempt, target.extension().string());
+    std::string const start = "." + target.stem().string();
+    return start.substr(0, kLongest - std::min(end.size(), kLongest)) + end;
+}
+
+/// Fails with EEXIST where there is anything, in one step with the renaming.
+int renameToNew(char const* from, char const* to) {
+    int const result = ::renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE);
+    if (result == 0 || (errno != EINVAL && errno != ENOSYS)) return result;
+    // The file system has no such renaming.
+    if (::link(from, to) != 0) return -1;
+    ::unlink(from);
+    return 0;
+}
+
 }  // namespace
 
 TemporaryFile::TemporaryFile(std::filesystem::path const& target) : m_target(target) {
     for (int attempt = 0;; ++attempt) {
-        std::string const name = fmt::format(".{}.zelk-{}-{}{}", target.stem().string(), ::getpid(),
-                                             attempt, target.extension().string());
-        std::filesystem::path const path = target.parent_path() / name;
+        std::filesystem::path const path = target.parent_path() / temporaryName(target, attempt);
         int const file = ::open(path.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0666);
         if (file >= 0) {
             ::close(file);
@@ -103,19 +122,22 @@ TemporaryFile::~TemporaryFile() {
     unguard();
 }
 
-void TemporaryFile::putInPlace() {
+bool TemporaryFile::putInPlace(bool mayReplace) {
     int const file = ::open(m_path.c_str(), O_RDONLY | O_CLOEXEC);
     bool const isFlushed = file >= 0 && ::fsync(file) == 0;
     int const fault = errno;
     if (file >= 0) ::close(file);
     if (!isFlushed) throw unwritable(m_target, std::strerror(fault));
     struct stat earlier {};
-    if (::stat(m_target.c_str(), &earlier) == 0) ::chmod(m_path.c_str(), earlier.st_mode & 07777);
-    if (::rename(m_path.c_str(), m_target.c_str()) != 0) {
-        throw unwritable(m_target, std::strerror(errno));
-    }
+    if (mayReplace && ::stat(m_target.c_str(), &earlier) == 0)
+        ::chmod(m_path.c_str(), earlier.st_mode & 07777);
+    int const renamed = mayReplace ? ::rename(m_path.c_str(), m_target.c_str())
+                                   : renameToNew(m_path.c_str(), m_target.c_str());
+    if (renamed != 0 && errno == EEXIST && !mayReplace) return false;
+    if (renamed != 0) throw unwritable(m_target, std::strerror(errno));
     unguard();
     m_path.clear();
+    return true;
 }
 
 }  // namespace zelk

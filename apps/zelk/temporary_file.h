@@ -19,8 +19,9 @@ public:
     std::filesystem::path const& path() const { return m_path; }
 
     /// Flushes the file to its device and renames it to the target, whose permissions it takes
-    /// over. Throws an output error.
-    void putInPlace();
+    /// over. False when something is there already and must stay, however lately it came; the file
+    /// then goes with the object. Throws an output error.
+    bool putInPlace(bool mayReplace = true);
 
 private:
     std::filesystem::path m_target;

@@ -1,5 +1,6 @@
 // Everything that can be wrong with a command: the exit code, one line that names the thing, the
 // value and what was expected, and an output place that is as it was.
+#include <OpenImageIO/imageio.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -32,6 +33,11 @@ std::vector<Wrong> const kWrong = {
     {"NoOutput", {"render", "in.png"}, 2, {"--output"}},
     {"UnknownOption", render({"--qality", "low"}), 2, {"\"--qality\"", "--quality"}},
     {"ArgumentTooMany", render({"more.png"}), 2, {"\"more.png\""}},
+    {"EmptyValue",
+     {"render", "in.png", "--explain=", "-o", "out.png"},
+     2,
+     {"--explain", "no value"}},
+    {"EmptyPlate", render({"--over", ""}), 2, {"--over", "not given", "a picture file"}},
     {"NoValue", render({"--to"}), 2, {"--to", "no value"}},
     {"GivenTwice", render({"--view", "to", "--view", "from"}), 2, {"--view", "more than one"}},
     {"UnknownParamsOption", {"params", "--jsn"}, 2, {"\"--jsn\"", "--json"}},
@@ -44,6 +50,7 @@ std::vector<Wrong> const kWrong = {
     {"ThreadsText", render({"--threads", "many"}), 2, {"\"many\"", "whole number"}},
     {"Downsample", render({"--downsample", "0"}), 2, {"\"0\"", "1 to 32767"}},
     {"DownsampleHalf", render({"--downsample", "1.5"}), 2, {"\"1.5\"", "whole number"}},
+    {"DownsampleOver", render({"--over", "in.png", "--downsample", "2"}), 2, {"--downsample"}},
     {"DownsampleAll", render({"--downsample", "3"}), 2, {"\"3\"", "1 to 2"}},
     // Pins.
     {"ThreeCorners", render({"--to", "0,0 1,0 0,1"}), 2, {"--to", "(3)", "four corners"}},
@@ -74,6 +81,9 @@ std::vector<Wrong> const kWrong = {
     {"ModuleIsText", render({"--module", "text.png"}), 3, {"text.png", "cannot be loaded"}},
     {"NoFile", {"render", "none.png", "-o", "out.png"}, 3, {"none.png", "no such file"}},
     {"Folder", {"render", "folder", "-o", "out.png"}, 3, {"folder", "directory"}},
+    {"Pipe", {"render", "pipe.png", "-o", "out.png"}, 3, {"pipe.png", "not a regular file"}},
+    {"LayerDash", {"render", "-", "-o", "out.png"}, 3, {"LAYER", "standard input"}},
+    {"PlateDash", render({"--over", "-"}), 3, {"--over", "standard input"}},
     {"Text", {"render", "text.png", "-o", "out.png"}, 3, {"text.png", "cannot be read"}},
     {"Empty", {"render", "empty.png", "-o", "out.png"}, 3, {"empty.png", "cannot be read"}},
     {"CutPng", {"render", "cut.png", "-o", "out.png"}, 3, {"cut.png", "cannot be read"}},
@@ -94,6 +104,7 @@ protected:
         writePicture(at("in.png"), noise<std::uint8_t>(2, 2, 4, 1));
         put("text.png", "no picture at all");
         put("empty.png", "");
+        ASSERT_EQ(::mkfifo(at("pipe.png").c_str(), 0600), 0);
         std::filesystem::create_directory(at("folder"));
         std::filesystem::create_directory(at("folder.png"));
         writePicture(at("wide.png"), noise<std::uint8_t>(32768, 1, 1, 2));
@@ -162,18 +173,52 @@ TEST_F(Failures, APictureOfNoSizeOrBeyondTheMemoryIsAnInputError) {
 #endif
 }
 
-// 4 KB are not enough for any of these; each writer has its own way to notice.
+// Far before its end and right at it; each writer has its own way to notice, or not to. The layer
+// has Exif data, which TIFF keeps behind the picture.
 TEST_F(Failures, AFullDiskLeavesTheEarlierFileAndNothingElse) {
-    writePicture(at("in.png"), noise<std::uint8_t>(128, 128, 4, 7));
-    for (std::string const name : {"o.png", "o.tif", "o.exr", "o.jpg", "o.tga", "o.gif", "o.sgi"}) {
-        SCOPED_TRACE(name);
-        put(name, "earlier");
-        expectOneLine(run({"render", "in.png", "-o", name}, {.fileSize = 4096}), 4,
-                      {name, "cannot be written"});
-        EXPECT_EQ(bytesOf(name), "earlier");
+    OIIO::ImageSpec spec(96, 96, 3, OIIO::TypeUInt8);
+    spec.attribute("Exif:FocalLength", 35.0f);
+    auto const writer = OIIO::ImageOutput::create("tiff");
+    ASSERT_TRUE(writer->open(at("in.tif").string(), spec));
+    auto const pixels = noise<std::uint8_t>(96, 96, 3, 7);
+    ASSERT_TRUE(writer->write_image(OIIO::TypeUInt8, pixels.values.data()) && writer->close());
+    for (std::string const name : {"o.png", "o.exr", "o.tif", "o.dpx", "o.tga", "o.webp", "o.ppm",
+                                   "o.hdr", "o.jpg", "o.gif", "o.sgi", "o.bmp"}) {
+        ASSERT_EQ(run({"render", "in.tif", "-o", name, "--quality", "low"}).exitCode, 0) << name;
+        std::size_t const whole = std::filesystem::file_size(at(name));
+        for (std::size_t const size :
+             {std::size_t{4096}, whole - 4096, whole - 64, whole - 2, whole - 1}) {
+            SCOPED_TRACE(name + ", " + std::to_string(size) + " of " + std::to_string(whole));
+            put(name, "earlier");
+            expectOneLine(
+                run({"render", "in.tif", "-o", name, "--quality", "low"}, {.fileSize = size}), 4,
+                {name, "cannot be written"});
+            EXPECT_EQ(bytesOf(name), "earlier");
+        }
         std::filesystem::remove(at(name));
-        EXPECT_EQ(files(), std::vector<std::string>{"in.png"});
+        EXPECT_EQ(files(), std::vector<std::string>{"in.tif"});
     }
+}
+
+TEST_F(Failures, APlaceThatMayNotBeWrittenStays) {
+    namespace fs = std::filesystem;
+    writePicture(at("in.png"), noise<std::uint8_t>(4, 4, 4, 7));
+    fs::permissions(at("."), fs::perms(0755));
+    for (char const* folder : {"open", "shut"}) {
+        fs::create_directory(at(folder));
+        put(std::string(folder) + "/o.png", "earlier");
+    }
+    fs::permissions(at("open"), fs::perms::all);
+    fs::permissions(at("open/o.png"), fs::perms(0444));
+    fs::permissions(at("shut"), fs::perms(0555));
+    for (std::string const out : {"open/o.png", "shut/o.png", "shut/new.png"}) {
+        Outcome const outcome = run({"render", "in.png", "-o", out}, {.isNobody = true});
+        if (outcome.exitCode == 126) GTEST_SKIP() << "another user can't reach the program here";
+        expectOneLine(outcome, 4, {out, "cannot be written", "Permission denied"});
+    }
+    EXPECT_EQ(bytesOf("open/o.png") + bytesOf("shut/o.png"), "earlierearlier");
+    EXPECT_FALSE(fs::exists(at("shut/new.png")));
+    fs::permissions(at("shut"), fs::perms::all);
 }
 
 TEST_F(Failures, AnUnrulyEffectIsARenderFailure) {
@@ -184,6 +229,7 @@ TEST_F(Failures, AnUnrulyEffectIsARenderFailure) {
     };
     std::vector<Mood> const moods = {
         {"fail", 1, {"code 7", "no film in the camera"}},
+        {"mute", 1, {"without a message", "\"6\""}},
         {"keep", 1, {"kept", "1 world"}},
         {"refuse", 1, {"cannot be loaded", "9"}},
         {"few", 3, {"number of parameters", "\"5\"", "63"}},

@@ -1,6 +1,7 @@
 // `--explain`: what the render tells of itself, against what can be known beforehand.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <nlohmann/json.hpp>
 
@@ -19,7 +20,9 @@ protected:
         zelk_test::writePicture(at("in.png"), zelk_test::noise<std::uint8_t>(60, 40, 3, 5));
     }
     Json explain(std::vector<std::string> options) {
-        std::vector<std::string> words = {"render", "in.png", "-o", "out.png", "--explain", "json"};
+        std::vector<std::string> words = {"render", "in.png", "--explain", "json"};
+        if (std::find(options.begin(), options.end(), "-o") == options.end())
+            options.insert(options.end(), {"-o", "out.png"});
         words.insert(words.end(), options.begin(), options.end());
         Outcome const outcome = run(words);
         EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
@@ -74,7 +77,11 @@ TEST_F(Explain, PassesScanAndRoadFollowTheOptions) {
     EXPECT_EQ(memory["road"], "memory");
     EXPECT_EQ(memory["frame"]["width"], 90);
     EXPECT_EQ(memory["depth"]["rendered"], "float");
-    EXPECT_EQ(memory["depth"]["written"], "8");
+    EXPECT_EQ(memory["depth"]["written"], "uint8");
+    EXPECT_FALSE(memory.contains("host"));
+    EXPECT_EQ(explain({"-o", "out.jpg", "--depth", "float"})["depth"]["written"], "uint8");
+    EXPECT_EQ(explain({"--host", "PrMr", "--threads", "2"})["threads"], 1);
+    EXPECT_EQ(explain({"--threads", "2"})["threads"], 2);
 }
 
 TEST_F(Explain, AloneItIsTextAndTakesNoFileForItsForm) {

@@ -1,5 +1,6 @@
 // An effect that misbehaves as the environment variable ZELK_UNRULY says, for what `zelk` reports
-// about effects: "fail", "keep", "throw", "refuse", "few". All its parameters are checkboxes.
+// about effects: "fail", "mute", "keep", "throw", "refuse", "few". All its parameters are
+// checkboxes.
 #include <cstdlib>
 #include <cstring>
 #include <string_view>
@@ -26,6 +27,7 @@ PF_Err addParameters(PF_InData* in, PF_OutData* out) {
 
 PF_Err renderAsTold(PF_InData* in, PF_OutData* out, PF_ParamDef** params, PF_LayerDef* output) {
     if (mood() == "throw") throw 5;
+    if (mood() == "mute") return 6;
     if (mood() == "fail") {
         std::strcpy(out->return_msg, "no film\nin the camera");
         return 7;

@@ -3,6 +3,7 @@
 
 #include <OpenImageIO/imageio.h>
 #include <fcntl.h>
+#include <grp.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -17,6 +18,8 @@ namespace zelk_test {
 namespace fs = std::filesystem;
 
 namespace {
+
+constexpr unsigned kNobody = 65534;
 
 void limitChild(int which, std::size_t bytes) {
     rlimit const limit{bytes, bytes};
@@ -35,6 +38,9 @@ void limitChild(int which, std::size_t bytes) {
     isReady = isReady && ::dup2(out, 1) == 1 && ::dup2(err, 2) == 2;
     limitChild(RLIMIT_AS, limits.addressSpace);
     limitChild(RLIMIT_FSIZE, limits.fileSize);
+    if (limits.isNobody && ::geteuid() == 0)
+        isReady = isReady && ::setgroups(0, nullptr) == 0 && ::setgid(kNobody) == 0 &&
+                  ::setuid(kNobody) == 0;
     if (isReady) ::execv(ZELK_BINARY, argv.data());
     ::_exit(126);
 }

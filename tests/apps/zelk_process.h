@@ -19,6 +19,7 @@ struct Outcome {
 struct Limits {
     std::size_t addressSpace = 0;
     std::size_t fileSize = 0;
+    bool isNobody = false;  ///< where the test is root, whom no permission stops
 };
 
 /// A temporary folder that is the working folder of every run.

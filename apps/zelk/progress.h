@@ -1,0 +1,87 @@
+// What a run over many frames tells its user, and how the user ends it.
+//
+//   bar     one line, redrawn:   1003 (3/60) [##......] 12.3 frames/s, 0:05 left
+//   plain   a line a frame:      1003 (3/60) 12.3 frames/s
+//   json    a line a frame:      {"event":"frame","frame":1003,"index":3,"count":60,"seconds":0.31}
+//
+// Failures and warnings are told at once in all three; warnings without progress too. Speed is the
+// mean over the last 16 frames.
+#pragma once
+
+#include <atomic>
+#include <csignal>
+#include <cstddef>
+#include <deque>
+#include <functional>
+#include <string>
+#include <string_view>
+
+namespace zelk {
+
+/// kAuto is the bar on a terminal and plain lines elsewhere.
+enum class ProgressMode { kAuto, kBar, kPlain, kJson, kNone };
+
+/// Where progress goes, and its clock.
+struct ProgressScreen {
+    std::function<void(std::string_view)> write;
+    std::function<double()> seconds;  ///< of a clock that never goes back
+    std::function<int()> columns;     ///< characters that a line holds
+    bool isTerminal = false;
+};
+
+/// Standard error as it is now: it stays reachable when it is made quiet later. What can't be
+/// written is left out.
+ProgressScreen standardErrorScreen();
+
+/// For one thread at a time.
+class Progress {
+public:
+    /// The clock of `count` frames starts here.
+    Progress(ProgressMode mode, std::size_t count, ProgressScreen screen);
+    ~Progress();
+    Progress(Progress const&) = delete;
+    Progress& operator=(Progress const&) = delete;
+
+    void done(int frame);
+    void failed(int frame, std::string_view message);
+    /// Something to know that is no frame's end.
+    void warning(std::string_view message);
+
+    /// Clears the bar, for other text on the screen; the next frame draws it again.
+    void clearBar();
+
+    /// The run has come to its end: no bar any more, and the totals in json. Without it, as when an
+    /// exception ends the run, destruction clears the bar.
+    void end(bool isStopped);
+
+private:
+    void tick();
+    void tell(int frame, std::string const& message);
+    void drawBar(std::string const& place);
+    double framesPerSecond() const;
+
+    ProgressMode m_mode;
+    std::size_t m_count, m_ended = 0, m_failed = 0;
+    ProgressScreen m_screen;
+    double m_start;
+    std::deque<double> m_times;  ///< ends of the last frames, and of the one before them
+    bool m_isBarDrawn = false;
+};
+
+/// While it lives, the first SIGINT or SIGTERM sets a flag and nothing else. The next one
+/// goes to `next`: by default it ends the process at once. A signal that the caller ignores stays
+/// ignored. The former handlers come back at the end. One lives at a time.
+class InterruptFlag {
+public:
+    explicit InterruptFlag(void (*next)(int) = SIG_DFL);
+    ~InterruptFlag();
+    InterruptFlag(InterruptFlag const&) = delete;
+    InterruptFlag& operator=(InterruptFlag const&) = delete;
+
+    static std::atomic<bool> const& flag();
+
+private:
+    struct sigaction m_former[2];
+};
+
+}  // namespace zelk

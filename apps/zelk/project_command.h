@@ -1,0 +1,36 @@
+// `zelk project new|show|check`.
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+
+#include "apps/zelk/project_file.h"
+
+namespace zelk {
+
+/// A checked `zelk project new`. Paths as typed: relative ones start at the working folder.
+struct NewProject {
+    std::filesystem::path file;
+    std::string layer;
+    std::optional<std::string> plate, output;
+    std::optional<std::string> frames;  ///< range text
+    std::optional<TimeBase> rate;       ///< nothing: 24
+    std::optional<PixelSize> size;      ///< nothing: the plate's, else the layer's
+    bool force = false;                 ///< may replace a file
+};
+
+/// Writes the file and answers a line about it. Without a size the first frame of the plate, else
+/// of the layer, must exist. The composition lasts from the first to the last of the given frames,
+/// else of those on disk of a numbered plate, else layer; else it is frame 0 alone. Throws a usage
+/// error for the frames or a pattern, an input error for pictures, an output error for the file.
+std::string newProject(NewProject const& ask);
+
+/// A readable summary, or the file in its normal form. Throws as readProject.
+std::string showProject(std::filesystem::path const& file, bool json);
+
+/// "FILE: good", with a line end, for a project that the module's parameters take and whose layer
+/// and plate can be opened: a pattern's first frame of `frames`, else the first on disk.
+std::string checkProject(std::filesystem::path const& file, ModuleRequest const& module);
+
+}  // namespace zelk

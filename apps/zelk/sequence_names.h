@@ -1,0 +1,56 @@
+// Numbered pictures: a file name with a mark where the frame number stands, and lists of frames.
+//
+//   shot.%04d.exr   shot.%d.exr    printf: 4 digits, or as many as the number needs
+//   shot.####.exr   shot.#.exr     a digit each; one alone stands for 4
+//   shot.@@@@.exr   shot.@.exr     a digit each
+//   shot.$F4.exr    shot.$F.exr    4 digits, or as many as the number needs
+//
+// Digits are a least width, as in printf: the sign of a negative frame counts towards it (-008),
+// and a number that needs more digits has them. `%%` is a percent sign.
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace zelk {
+
+/// A path with at most one frame mark, in its file name or in one of its folders.
+class SequenceName {
+public:
+    /// Throws a usage error about `pattern` when a mark is malformed or the second one.
+    explicit SequenceName(std::string_view pattern);
+
+    /// Whether there is a mark. A plain name is the path of every frame.
+    bool isSequence() const { return m_width > 0; }
+
+    std::filesystem::path pathOf(int frame) const;
+
+private:
+    friend std::vector<int> framesOnDisk(SequenceName const& name);
+
+    std::string numbered(int frame) const;
+
+    // The path has three parts: folders, the one name that holds the mark, and what lies beyond it.
+    std::filesystem::path folder() const;
+    std::optional<int> frameOf(std::string_view markedName) const;
+    std::filesystem::path beyond() const;
+
+    std::string m_before, m_after;  ///< with percent signs for `%%`
+    int m_width = 0;                ///< least characters of a number; 0 for a plain name
+};
+
+/// Frames that exist as files, sorted; one scan of the folder that holds the numbered names. A name
+/// counts only as pathOf writes it, so that 12 and 012 are never one frame. Nothing for a plain
+/// name. Throws an input error when the folder can't be listed.
+std::vector<int> framesOnDisk(SequenceName const& name);
+
+/// "1001-1100", "7", "1-10,20-30x2", "1-100y5" (what 1-100x5 leaves out), "-8--5", "10-1x-2": the
+/// frames in the order given, each at its first place only. A negative step counts down from the
+/// larger end. Throws a usage error about `option` for anything else, for no frames and
+/// for more than 1,000,000, repeats counted.
+std::vector<int> parseFrameRange(std::string const& option, std::string_view text);
+
+}  // namespace zelk

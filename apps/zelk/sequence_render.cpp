@@ -1,0 +1,401 @@
+// Frames, their files, and the three stages; see sequence_render.h.
+#include "apps/zelk/sequence_render.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <mutex>
+#include <numeric>
+#include <set>
+
+#include "apps/zelk/errors.h"
+#include "apps/zelk/frame_pipeline.h"
+#include "apps/zelk/memory_budget.h"
+#include "apps/zelk/memory_road.h"
+#include "apps/zelk/module_road.h"
+#include "apps/zelk/params_command.h"
+#include "apps/zelk/picture_reader.h"
+#include "apps/zelk/picture_writer.h"
+#include "apps/zelk/progress.h"
+#include "apps/zelk/project_file.h"
+#include "apps/zelk/quiet_libraries.h"
+#include "apps/zelk/render_setup.h"
+#include "apps/zelk/sequence_names.h"
+#include "apps/zelk/temporary_file.h"
+
+namespace zelk {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+bool onDisk(fs::path const& path) {
+    std::error_code fault;
+    return fs::exists(path, fault);
+}
+
+bool isPattern(fs::path const& name) {
+    return !onDisk(name) && SequenceName(name.string()).isSequence();
+}
+
+/// One of the inputs: a numbered one, or the same picture for all frames.
+class InputFiles {
+public:
+    InputFiles(fs::path const& name, MissingInput missing) : m_name(name), m_missing(missing) {
+        if (!isPattern(name)) return;
+        m_pattern.emplace(name.string());
+        if (missing == MissingInput::kHold) m_there = framesOnDisk(*m_pattern);
+    }
+    bool isNumbered() const { return m_pattern.has_value(); }
+    std::vector<int> framesThere() const { return framesOnDisk(*m_pattern); }
+    fs::path ownPath(int frame) const { return m_pattern ? m_pattern->pathOf(frame) : m_name; }
+    bool isThere(int frame) const { return onDisk(ownPath(frame)); }
+
+    /// The file that stands for a frame; nothing for a black one.
+    std::optional<fs::path> pathOf(int frame) const {
+        fs::path const own = ownPath(frame);
+        if (onDisk(own)) return own;
+        if (m_missing == MissingInput::kBlack) return std::nullopt;
+        if (m_missing != MissingInput::kHold || m_there.empty()) return own;
+        auto const after = std::upper_bound(m_there.begin(), m_there.end(), frame);
+        return m_pattern->pathOf(after == m_there.begin() ? *after : *(after - 1));
+    }
+
+private:
+    fs::path m_name;
+    MissingInput m_missing;
+    std::optional<SequenceName> m_pattern;
+    std::vector<int> m_there;
+};
+
+struct Files {
+    explicit Files(RenderRequest const& request)
+        : layer(request.layer, request.missing), output(request.output.string()) {
+        if (request.plate) plate.emplace(*request.plate, request.missing);
+    }
+    /// Whether a frame's inputs are there, or something stands for them.
+    bool isReadable(int frame) const {
+        return layer.isThere(frame) && (!plate || plate->isThere(frame));
+    }
+    fs::path missingOf(int frame) const {
+        return layer.isThere(frame) ? plate->ownPath(frame) : layer.ownPath(frame);
+    }
+
+    InputFiles layer;
+    std::optional<InputFiles> plate;
+    SequenceName output;
+};
+
+/// Which frames are to be rendered.
+struct Schedule {
+    std::vector<int> frames;
+    std::size_t skipped = 0;          ///< written already, or left out for want of an input
+    std::optional<int> missingFrame;  ///< before which the run ends
+};
+
+std::vector<int> framesAsked(RenderRequest const& request, Files const& files) {
+    if (request.frames) return parseFrameRange("--frames", *request.frames);
+    for (InputFiles const* input : {&files.layer, files.plate ? &*files.plate : nullptr}) {
+        if (!input || !input->isNumbered()) continue;
+        std::vector<int> frames = input->framesThere();
+        if (!frames.empty()) return frames;
+        throw UserError(ExitCode::kInput, {request.layer.string(), "no frames on disk of",
+                                           request.layer.string(), "numbered pictures"});
+    }
+    if (!request.project)
+        throw UserError(ExitCode::kUsage,
+                        {"--frames", "not given,", "", "the frames of the output"});
+    Comp const& comp = request.project->comp;
+    std::vector<int> all(static_cast<std::size_t>(comp.durationFrames));
+    std::iota(all.begin(), all.end(), comp.startFrame);
+    return all;
+}
+
+Schedule scheduleOf(RenderRequest const& request, Files const& files) {
+    std::vector<int> const asked = framesAsked(request, files);
+    if (asked.size() > 1 && !files.output.isSequence())
+        throw UserError(ExitCode::kUsage,
+                        {"--output", "the same file for every frame:", request.output.string(),
+                         "a frame mark such as out.%04d.exr"});
+    Schedule schedule;
+    for (int const frame : asked) {
+        bool const isWritten = request.skipExisting && onDisk(files.output.pathOf(frame));
+        bool const isLeftOut = request.missing == MissingInput::kSkip && !files.isReadable(frame);
+        if (isWritten || isLeftOut) {
+            ++schedule.skipped;
+            continue;
+        }
+        if (request.missing == MissingInput::kStop && !files.isReadable(frame)) {
+            schedule.missingFrame = frame;
+            break;
+        }
+        schedule.frames.push_back(frame);
+    }
+    return schedule;
+}
+
+/// What passes from stage to stage.
+struct LoadedFrame {
+    World layer;
+    std::optional<World> plate;
+    WriteRequest file;
+};
+struct RenderedFrame {
+    World picture;
+    WriteRequest file;
+};
+
+/// Sentences that are told once, whatever frame they come from; for several threads.
+class Warnings {
+public:
+    void add(std::vector<std::string> const& sentences) {
+        std::lock_guard const lock(m_mutex);
+        for (std::string const& sentence : sentences)
+            if (m_seen.insert(sentence).second) m_new.push_back(sentence);
+    }
+    std::vector<std::string> take() {
+        std::lock_guard const lock(m_mutex);
+        return std::exchange(m_new, {});
+    }
+
+private:
+    std::mutex m_mutex;
+    std::set<std::string> m_seen;
+    std::vector<std::string> m_new;
+};
+
+/// The stages. load and store work beside render, and only read what the constructor settled.
+class SequenceRenderer {
+public:
+    SequenceRenderer(RenderRequest const& request, Files const& files, Host& host, Comp const& comp,
+                     std::vector<int> const& frames)
+        : m_request(request), m_files(files), m_host(host), m_comp(comp) {
+        host.setComp(comp);
+        readSizes(frames);
+        setParameters(request, host, m_layerSize, m_frameSize);
+        if (request.plate || request.frameSize) checkTransfer(host.parameters());
+    }
+
+    LoadedFrame load(int frame) {
+        LoadedFrame loaded;
+        PictureTraits layer, plate;
+        loaded.layer = loadLayer(m_files.layer.pathOf(frame), layer);
+        if (m_files.plate) loaded.plate = loadPlate(m_files.plate->pathOf(frame), plate);
+        loaded.file = isModule()
+                          ? ownFrameOutput(m_request, layer, marginOf(m_host.parameters(), m_ask))
+                          : outputOf(m_request, layer, m_files.plate ? &plate : nullptr);
+        std::vector<std::string> warnings;
+        if (m_files.plate) addColorWarning(m_request, layer, plate, warnings);
+        m_warnings.add(warnings);
+        return loaded;
+    }
+
+    RenderedFrame render(int frame, LoadedFrame loaded) {
+        FrameRequest const moment = frameRequest(m_comp, frame);
+        if (isModule())
+            return {renderByModule(m_host, std::move(loaded.layer), m_ask, moment), loaded.file};
+        World picture({m_frameSize.width, m_frameSize.height, Depth::kFloat});
+        renderInMemory(m_host.parameters(), loaded.layer, picture, moment,
+                       m_request.layer.string());
+        if (loaded.plate) layOver(picture, *loaded.plate, m_request.overMode);
+        return {std::move(picture), loaded.file};
+    }
+
+    void store(int frame, RenderedFrame rendered) {
+        WriteRequest ask = std::move(rendered.file);
+        ask.keepMetadata = m_request.keepMetadata;
+        ask.noClobber = m_request.noClobber;
+        ask.history = m_request.history;
+        m_warnings.add(writePicture(rendered.picture, m_files.output.pathOf(frame), ask).warnings);
+    }
+
+    Warnings& warnings() { return m_warnings; }
+
+    /// Bytes that a frame holds on its way, and those of the one that is being rendered.
+    std::uint64_t bytesInFlight() const {
+        RenderSize size{m_layerSize.width, m_layerSize.height, m_ask.depth, 0, 0, 0};
+        return isModule() ? renderBytes(size)
+                          : frameRenderBytes(m_layerSize.width, m_layerSize.height,
+                                             m_frameSize.width, m_frameSize.height);
+    }
+
+private:
+    bool isModule() const { return m_request.road == Road::kModule; }
+
+    /// Of the first frame that can be opened; all others must agree.
+    void readSizes(std::vector<int> const& frames) {
+        auto const first = [&frames](InputFiles const& files) {
+            for (int const frame : frames) {
+                auto const path = files.pathOf(frame);
+                if (!path || !onDisk(*path)) continue;
+                try {
+                    return PictureReader(*path);
+                } catch (UserError const&) {
+                    // Its own frame will fail; the others need a size all the same.
+                }
+            }
+            return PictureReader(files.ownPath(frames.front()));
+        };
+        PictureReader const layer = first(m_files.layer);
+        m_layerSize = {layer.width(), layer.height()};
+        m_layerTraits = layer.traits();
+        m_frameSize = m_request.frameSize.value_or(m_layerSize);
+        m_ask = moduleRenderOf(m_request, m_host, layer);
+        if (!m_files.plate) return;
+        PictureReader const plate = first(*m_files.plate);
+        m_frameSize = {plate.width(), plate.height()};
+        m_plateTraits = plate.traits();
+    }
+
+    void requireSize(fs::path const& file, PictureReader const& picture, PixelSize size) const {
+        if (picture.width() == size.width && picture.height() == size.height) return;
+        throw UserError(ExitCode::kInput, {file.string(), "another size than the first frame's:",
+                                           fmt::format("{}x{}", picture.width(), picture.height()),
+                                           fmt::format("{}x{}", size.width, size.height)});
+    }
+
+    World loadLayer(std::optional<fs::path> const& file, PictureTraits& traits) {
+        traits = m_layerTraits;
+        if (!file) {
+            int const n = isModule() ? m_ask.downsample : 1;
+            PixelSize const size = {m_layerSize.width / n, m_layerSize.height / n};
+            return isModule() ? World(m_host.worldSpec(size.width, size.height, m_ask.depth))
+                              : World({size.width, size.height, Depth::kFloat});
+        }
+        PictureReader picture(*file);
+        requireSize(*file, picture, m_layerSize);
+        traits = picture.traits();
+        m_warnings.add(picture.warnings());
+        return isModule() ? readLayer(m_host, picture, m_ask) : readAssociatedWorld(picture);
+    }
+
+    World loadPlate(std::optional<fs::path> const& file, PictureTraits& traits) {
+        traits = m_plateTraits;
+        if (!file) {
+            World black({m_frameSize.width, m_frameSize.height, Depth::kFloat});
+            for (int y = 0; y < black.height(); ++y)
+                for (int x = 0; x < black.width(); ++x) black.rowAs<float>(y)[4 * x] = 1;
+            return black;
+        }
+        PictureReader picture(*file);
+        requireSize(*file, picture, m_frameSize);
+        traits = picture.traits();
+        m_warnings.add(picture.warnings());
+        return readAssociatedWorld(picture);
+    }
+
+    RenderRequest const& m_request;
+    Files const& m_files;
+    Host& m_host;
+    Comp m_comp;
+    PixelSize m_layerSize, m_frameSize;
+    PictureTraits m_layerTraits, m_plateTraits;
+    ModuleRender m_ask;
+    Warnings m_warnings;
+};
+
+void tellPlan(RenderRequest const& request, Files const& files, Schedule const& schedule) {
+    std::string text;
+    for (int const frame : schedule.frames) {
+        auto const named = [frame](InputFiles const& input) {
+            auto const path = input.pathOf(frame);
+            return path ? path->string() : std::string("black");
+        };
+        text += fmt::format("{}: read {}", frame, named(files.layer));
+        if (files.plate) text += fmt::format(", over {}", named(*files.plate));
+        fs::path const output = files.output.pathOf(frame);
+        text +=
+            fmt::format(", write {}{}\n", output.string(), onDisk(output) ? " (replacing it)" : "");
+    }
+    text +=
+        fmt::format("{} frames to render, {} skipped\n", schedule.frames.size(), schedule.skipped);
+    std::fwrite(text.data(), 1, text.size(), stdout);
+    (void)request;
+}
+
+void checkMemory(SequenceRenderer const& renderer, RenderRequest const& request) {
+    std::uint64_t const need =
+        renderer.bytesInFlight() * static_cast<std::uint64_t>(request.inFlight);
+    if (need <= availableBytes()) return;
+    throw UserError(
+        ExitCode::kInput,
+        {"--in-flight", "more frames than the memory allows,", std::to_string(request.inFlight),
+         fmt::format("{} MB to be free, or fewer frames", need / 1'000'000)});
+}
+
+std::string summaryOf(PipelineResult const& result, Schedule const& schedule) {
+    std::string text = fmt::format("{} frames written", result.done.size());
+    if (schedule.skipped) text += fmt::format(", {} skipped", schedule.skipped);
+    if (!result.failed.empty()) text += fmt::format(", {} failed", result.failed.size());
+    if (result.isStopped) text += ", interrupted";
+    return text;
+}
+
+ExitCode codeOf(PipelineResult const& result) {
+    if (result.isStopped) return ExitCode::kInterrupted;
+    if (result.failed.empty()) return ExitCode::kDone;
+    return result.done.empty() ? result.failed.front().code : ExitCode::kSomeFailed;
+}
+
+PipelineResult runStages(SequenceRenderer& renderer, RenderRequest const& request,
+                         std::vector<int> const& frames) {
+    Progress progress(request.progress, frames.size(), standardErrorScreen());
+    InterruptFlag const interrupt;
+    PipelineOptions options;
+    options.inFlight = static_cast<std::size_t>(request.inFlight);
+    options.stop = &InterruptFlag::flag();
+    auto const report = [&](int frame, std::size_t, FrameFailure const* failure) {
+        if (failure)
+            progress.failed(frame, failure->message);
+        else
+            progress.done(frame);
+        for (std::string const& warning : renderer.warnings().take()) progress.warning(warning);
+    };
+    PipelineResult const result = runFrames(
+        frames, options, [&](int frame) { return renderer.load(frame); },
+        [&](int frame, LoadedFrame&& loaded) { return renderer.render(frame, std::move(loaded)); },
+        [&](int frame, RenderedFrame&& done) { renderer.store(frame, std::move(done)); }, report);
+    progress.end(result.isStopped);
+    return result;
+}
+
+}  // namespace
+
+bool isSequence(RenderRequest const& request) {
+    return request.frames || isPattern(request.layer) ||
+           (request.plate && isPattern(*request.plate)) || isPattern(request.output);
+}
+
+ExitCode renderSequence(RenderRequest const& request) {
+    auto const host = loadModule(request.module);
+    applyRequest(request, host->parameters());  // refuses bad values before any file is touched
+    Files const files(request);
+    Schedule const schedule = scheduleOf(request, files);
+    if (request.dryRun) {
+        tellPlan(request, files, schedule);
+        return ExitCode::kDone;
+    }
+    PipelineResult result;
+    if (!schedule.frames.empty()) {
+        checkTarget(files.output.pathOf(schedule.frames.front()), request.noClobber);
+        useThreads(request.threads);
+        auto const [first, last] =
+            std::minmax_element(schedule.frames.begin(), schedule.frames.end());
+        SequenceRenderer renderer(request, files, *host, compOf(request, *first, *last),
+                                  schedule.frames);
+        checkMemory(renderer, request);
+        result = runStages(renderer, request, schedule.frames);
+    }
+    std::string const summary = summaryOf(result, schedule);
+    if (schedule.missingFrame && !result.isStopped) {
+        fs::path const missing = files.missingOf(*schedule.missingFrame);
+        throw UserError(ExitCode::kInput, {missing.string(), "no such file", missing.string(),
+                                           "a picture, or --missing (" + summary + ")"});
+    }
+    if (request.progress != ProgressMode::kNone && request.progress != ProgressMode::kJson)
+        std::fprintf(stderr, "zelk: %s\n", summary.c_str());
+    return codeOf(result);
+}
+
+}  // namespace zelk

@@ -1,0 +1,263 @@
+// Project files: there and back with every kind of parameter, everything that can be wrong with
+// one, saving that fails, the schema beside the reader, and the three commands on real pictures.
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <random>
+#include <set>
+
+#include "apps/zelk/errors.h"
+#include "apps/zelk/parameter_names.h"
+#include "apps/zelk/project_command.h"
+
+namespace zelk {
+namespace {
+
+namespace fs = std::filesystem;
+using Json = nlohmann::json;
+
+class ProjectFile : public ::testing::Test {
+protected:
+    void SetUp() override {
+        m_folder = fs::temp_directory_path() / ("zelk-project-" + std::to_string(::getpid()));
+        fs::create_directories(m_folder / "plates");
+    }
+    void TearDown() override { fs::remove_all(m_folder); }
+    fs::path at(std::string const& name) const { return m_folder / name; }
+    fs::path put(std::string const& name, std::string const& bytes) const {
+        std::ofstream(at(name), std::ios::binary) << bytes;
+        return at(name);
+    }
+    std::string bytesOf(std::string const& name) const {
+        std::ifstream in(at(name), std::ios::binary);
+        return {std::istreambuf_iterator<char>(in), {}};
+    }
+
+private:
+    fs::path m_folder;
+};
+
+/// The refusal of `call`, with its exit code before it; empty when there is none.
+template <class Call>
+std::string refusalOf(Call const& call) {
+    try {
+        call();
+        return {};
+    } catch (UserError const& error) {
+        return std::to_string(static_cast<int>(error.code())) + " " + error.what();
+    }
+}
+
+/// Any value that the parameter can hold and a file can tell.
+KeyValue anyValue(Parameter const& parameter, std::mt19937& random) {
+    auto const number = [&](double a, double b) {
+        return std::uniform_real_distribution<>(a, b)(random);
+    };
+    auto const byte = [&] { return double(random() % 256); };
+    ValueRange const range = validRange(parameter);
+    if (parameter.type() == PF_Param_COLOR) return {255, byte(), byte(), byte()};
+    if (parameter.type() == PF_Param_POINT) return {number(-32767, 32767), number(-32767, 32767)};
+    if (parameter.type() == PF_Param_POPUP) return {double(1 + random() % 2)};
+    if (range.min == range.max) return {number(-4000, 4000)};
+    double const any = number(range.min, range.max);
+    bool const isWhole = parameter.type() == PF_Param_SLIDER || range.max == 1;
+    return {isWhole ? std::round(any) : any};
+}
+
+TEST_F(ProjectFile, GoesThereAndBackWithEveryKindAndInterpolation) {
+    unsigned const seed = std::random_device{}();
+    SCOPED_TRACE(seed);
+    std::mt19937 random(seed);
+    std::uniform_real_distribution<> any(0.1, 100);
+    Host host(ZELK_MODULE), again(ZELK_MODULE);
+    Project project;
+    project.file = at("a.zelk.json");
+    project.comp = {640, 360, 0.9, *rateFromText("30000/1001"), -7, 90, true, 200, -11};
+    project.layer = "la\"y\\er.####.exr", project.plate = "/p/\xc3\xa4.png",
+    project.output = "../o";
+    project.frames = "1-10x3", project.render = {Depth::kFloat, "color-burn", 2, PixelSize{9, 8}};
+    host.resetParameters(320, 180);
+    for (Parameter& parameter : host.parameters()) {
+        if (!parameter.hasValue()) continue;
+        setKeyValue(parameter.current, anyValue(parameter, random));
+        for (int i = 0; parameter.canVaryInTime() && i < 20; ++i)
+            parameter.editTrack().set({{static_cast<A_long>(random() % 4000) - 2000, 30000},
+                                       anyValue(parameter, random),
+                                       Interpolation(random() % 3),
+                                       {any(random), any(random)},
+                                       {any(random), -any(random)}});
+    }
+    writeProject(projectOf(project, host.parameters(), project.comp, 320, 180), project.file);
+    Project const read = readProject(project.file);
+    EXPECT_EQ(projectText(read), bytesOf("a.zelk.json"));
+    applyProject(read, again, 320, 180);
+    EXPECT_EQ(projectText(projectOf(read, again.parameters(), again.comp(), 320, 180)),
+              bytesOf("a.zelk.json"));
+    for (std::size_t i = 0; i < host.parameters().size(); ++i) {
+        Parameter const &a = host.parameters()[i], &b = again.parameters()[i];
+        SCOPED_TRACE(kParameterNames[i]);
+        EXPECT_EQ(keyValueOf(a.current), keyValueOf(b.current));
+        ASSERT_EQ(a.track().size(), b.track().size());
+        for (std::size_t k = 0; k < a.track().size(); ++k) {
+            Keyframe const &x = a.track().keys()[k], &y = b.track().keys()[k];
+            EXPECT_TRUE(x.time == y.time && x.value == y.value && x.toNext == y.toNext &&
+                        x.incoming.influencePercent == y.incoming.influencePercent &&
+                        x.outgoing.speed == y.outgoing.speed);
+        }
+    }
+}
+
+std::vector<std::string> split(std::string const& text, char between) {
+    std::vector<std::string> all(1);
+    for (char c : text) c == between ? all.emplace_back() : all.back() += c == '~' ? '\xff' : c;
+    return all;
+}
+
+TEST(ProjectRate, IsExact) {
+    for (auto const& row : split("24=24 23.976=24000/1001 25/1=25 1/3=334/1002 23.98=23.98 "
+                                 "30000/1001=30000/1001 23976/1000=23976/1000",
+                                 ' ')) {
+        auto const rate = rateFromText(split(row, '=')[0]),
+                   again = rateFromText(split(row, '=')[1]);
+        EXPECT_EQ(rateText(rate.value()), split(row, '=')[1]);
+        EXPECT_TRUE(rate->scale == again.value().scale && rate->step == again->step) << row;
+    }
+    for (char const* text : {"", "0", "-1", "nan", "1/0", "24/1/1", "2.5/1", "4e9/1", "1e7"})
+        EXPECT_FALSE(rateFromText(text)) << text;
+}
+
+constexpr char const* kGood = R"({"schema": "zelk-project", "version": 1,
+"comp": {"width": 8, "height": 6, "rate": 25}, "layer": "a.png", "parameters": {
+"rotate": {"id": 134, "value": 30, "keys": [{"frame": 0, "value": 1}, {"frame": 2, "value": 3}]}}})";
+
+// What of the good file becomes what else, and parts of the answer. ~ is a byte that is not UTF-8.
+constexpr char const* kWrongs = R"(: 30|: NaN|3:32|"NaN"
+: 30|: 1e999|3:32|overflow|"1e999"
+}}}|}}|3:98|end of input
+"a.png"|"a~.png"|UTF-8
+"value": 30|"id": 134|twice|"parameters.rotate.id"
+"version": 1|"version": 2|newer|"2"|version 1
+zelk-|zulk-|"zulk-project"|zelk-project
+"rate": 25|"rtae": 25|"comp.rtae"|near "rate"
+, "rate": 25||missing|"comp.rate"
+"rate": 25|"rate": "25/0"|comp.rate|"25/0"|24000/1001
+"rotate"|"rotat"|"parameters.rotat"|near "rotate"
+"width": 8|"width": 0|comp.width|"0"|1 to 32767
+"width": 8|"width": 8.5|"8.5"|whole number
+a.png|a.##.##.png|layer|one frame mark
+"a.png"|"a.png", "frames": "5-"|frames|"5-"
+"a.png"|"a.png", "render": {"depth": 12}|render.depth|8, 16 or float
+134|24|parameters.rotate.id|"24"|134
+: 30|: "30"|rotate.value|the text "30"|-32767 to 32767
+: 30|: [1, 2]|rotate.value|"[1, 2]"
+: 30|: 40000|rotate.value|"40000"
+: 2,|: 0.0004,|two keys of parameters.rotate.keys|"0.0004"
+: 2,|: 1e8,|parameters.rotate.keys[1].frame|clock
+: 3}|: true}|parameters.rotate.keys[1].value|"true"
+: 3}|: 3, "in": {"influence": 0}}|keys[1].in.influence|0.1 to 100
+: 3}|: 3, "interpolation": "eased"}|"eased"|hold, linear or bezier
+"rotate": {"id": 134|"quality": {"id": 13|quality.value|"30"|High, Super Sample
+"rotate": {"id": 134, "value": 30|"quality": {"value": "low"|quality.keys|vary|2 keys
+"rotate": {"id": 134|"reposition-group": {"id": 189|group start
+"rotate": {"id": 134, "value": 30, "keys": [{|"transfer-mode": {"keys": [{"interpolation": "linear", |transfer-mode.keys[0]|hold)";
+
+TEST_F(ProjectFile, WhatIsWrongIsNamedWithItsPlace) {
+    Host host(ZELK_MODULE);
+    auto const refusal = [&](std::string const& text) {
+        fs::path const file = put("w.zelk.json", text);
+        return refusalOf([&] { applyProject(readProject(file), host.parameters()); });
+    };
+    for (std::string const& row : split(kWrongs, '\n')) {
+        SCOPED_TRACE(row);
+        auto const words = split(row, '|');
+        std::string text = kGood;
+        text.replace(text.find(words[0]), words[0].size(), words[1]);
+        std::string const said = refusal(text);
+        EXPECT_TRUE(said.starts_with("3 " + at("w.zelk.json: ").string())) << said;
+        for (std::size_t i = 2; i < words.size(); ++i)
+            EXPECT_NE(said.find(words[i]), said.npos) << said;
+        EXPECT_EQ(said.find('\n'), said.npos);
+    }
+    EXPECT_EQ(numberOf(host.parameters()[kRotate].current), 0);  // nothing of them was set
+    EXPECT_EQ(refusal(kGood), "");
+    EXPECT_EQ(numberOf(host.parameters()[kRotate].current), 30);
+    for (auto const& text : {std::string(100000, '['), std::string(70 << 20, ' ')})
+        EXPECT_NE(refusal(text).find("at most"), std::string::npos);
+    for (char const* name : {"plates", "none"})
+        EXPECT_TRUE(refusalOf([&] { readProject(at(name)); }).starts_with("3 "));
+}
+
+TEST_F(ProjectFile, AFailedSaveLeavesWhatWasThere) {
+    Project const project = readProject(put("a.zelk.json", kGood));
+    rlimit limit{};
+    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &limit), 0);
+    rlimit const small{64, limit.rlim_max};
+    ::setrlimit(RLIMIT_FSIZE, &small);
+    std::string const full = refusalOf([&] { writeProject(project, at("a.zelk.json")); });
+    ::setrlimit(RLIMIT_FSIZE, &limit);
+    EXPECT_TRUE(full.starts_with("4 ")) << full;
+    EXPECT_TRUE(refusalOf([&] { writeProject(project, project.file, false); }).starts_with("4 "));
+    for (fs::path const& file : {at(std::string(300, 'n')), at("plates"), at("no/folder")})
+        EXPECT_TRUE(refusalOf([&] { writeProject(project, file); }).starts_with("4 ")) << file;
+    EXPECT_EQ(bytesOf("a.zelk.json"), kGood);
+    EXPECT_EQ(std::distance(fs::directory_iterator(at("")), {}), 2);  // nothing half written
+}
+
+TEST_F(ProjectFile, TheSchemaAndTheCommandLineKnowTheSameWords) {
+    Json const schema = Json::parse(std::ifstream(ZELK_PROJECT_SCHEMA));
+    for (FileObject const& object : fileObjects()) {
+        Json const& known = schema["$defs"][std::string(object.name)];
+        std::set<std::string> required;
+        for (FileKey const& key : object.keys) {
+            EXPECT_TRUE(known["properties"].contains(std::string(key.name))) << key.name;
+            if (key.isRequired) required.emplace(key.name);
+        }
+        EXPECT_EQ(known["properties"].size(), object.keys.size()) << object.name;
+        EXPECT_EQ(known.value("required", std::set<std::string>()), required) << object.name;
+        EXPECT_EQ(known["additionalProperties"], false);
+    }
+    Json const& parameters = schema["$defs"]["project"]["properties"]["parameters"]["properties"];
+    Host host(ZELK_MODULE);
+    for (Parameter const& parameter : host.parameters()) {
+        auto const name = std::string(kParameterNames[static_cast<std::size_t>(parameter.index)]);
+        ASSERT_EQ(parameters.contains(name), parameter.hasValue()) << name;
+        if (!parameter.hasValue()) continue;
+        EXPECT_EQ(parameters[name]["properties"]["id"]["const"], parameter.diskId()) << name;
+    }
+    std::string list;
+    for (std::string_view mode : projectModes())
+        list += (list.empty() ? "" : mode == "luminosity" ? " or " : ", ") + std::string(mode);
+    EXPECT_EQ(schema["$defs"]["render"]["properties"]["mode"]["enum"].size(),
+              projectModes().size());
+    char const* const words[] = {"zelk", "render", "a", "-o", "b", "--over", "p", "--mode", "?"};
+    EXPECT_TRUE(refusalOf([&] { parseCommandLine(9, words); }).ends_with("expected " + list));
+}
+
+TEST_F(ProjectFile, CommandsMakeShowAndCheckOne) {
+    std::string const picture = "P6 3 2 255\n" + std::string(18, 'x');
+    fs::path const layer = put("l.ppm", picture), file = at("s.zelk.json");
+    for (char const* name : {"plates/p.0012.ppm", "plates/p.0014.ppm"}) put(name, picture);
+    NewProject ask;
+    ask.file = file, ask.layer = layer.string(), ask.plate = at("plates/p.####.ppm").string();
+    EXPECT_EQ(newProject(ask), file.string() + ": 3x2, 24 frames a second, frames 12 to 14\n");
+    EXPECT_NE(refusalOf([&] { newProject(ask); }).find("--force"), std::string::npos);
+    Project project = readProject(file);
+    EXPECT_EQ(*project.plate, "plates/p.####.ppm");
+    project.parameters = {{kRotate, {}, 30., {{12, 1., {}, {}, {}}, {13.5, 2., {}, {}, {}}}}};
+    writeProject(project, at("plates/s.zelk.json"));  // the pictures stay where they are
+    for (fs::path const& each : {file, at("plates/s.zelk.json")})
+        EXPECT_EQ(checkProject(each, {ZELK_MODULE, {}}), each.string() + ": good\n");
+    std::string const shown = showProject(at("plates/s.zelk.json"), false);
+    for (char const* part : {"../l.ppm", "p.####.ppm", "30; 2 keys, frames 12 to 13.5"})
+        EXPECT_NE(shown.find(part), shown.npos) << shown;
+    EXPECT_EQ(showProject(file, true), bytesOf("s.zelk.json"));
+    fs::remove_all(at("plates"));
+    std::string const said = refusalOf([&] { checkProject(file, {ZELK_MODULE, {}}); });
+    EXPECT_TRUE(said.starts_with("3 ") && said.find("plates") != said.npos) << said;
+}
+
+}  // namespace
+}  // namespace zelk

@@ -1,0 +1,173 @@
+// Whole runs over many frames: files, keyframes, missing and broken inputs, going on where a run
+// was cut off, and the same bits however a frame is reached.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "tests/apps/zelk_process.h"
+
+namespace {
+
+using zelk_test::noise;
+using zelk_test::Outcome;
+using zelk_test::readPicture;
+using zelk_test::writePicture;
+
+char const* const kProject = R"({
+  "schema": "zelk-project", "version": 1,
+  "comp": {"width": 40, "height": 30, "rate": 25, "startFrame": 1001, "duration": 6},
+  "layer": "layer.png", "plate": "plate.####.png", "output": "out.####.exr",
+  "render": {"depth": "float"},
+  "parameters": {
+    "quality": {"value": "Medium"},
+    "to-upper-left": {"keys": [{"frame": 1001, "value": [2, 3]}, {"frame": 1006, "value": [15, 6]}]},
+    "to-upper-right": {"value": [30, 4]},
+    "to-lower-left": {"value": [3, 25]},
+    "to-lower-right": {"value": [32, 28]},
+    "rotate": {"keys": [{"frame": 1001, "value": 0, "interpolation": "bezier"},
+                        {"frame": 1006, "value": 40}]}}})";
+
+class Sequence : public zelk_test::ZelkTest {
+protected:
+    void SetUp() override {
+        ZelkTest::SetUp();
+        put("p.zelk.json", kProject);
+        writePicture(at("layer.png"), noise<unsigned char>(16, 12, 4, 1));
+        for (unsigned frame = 1001; frame <= 1006; ++frame)
+            writePicture(at("plate." + std::to_string(frame) + ".png"),
+                         noise<unsigned char>(40, 30, 3, frame));
+    }
+    Outcome project(std::vector<std::string> options) {
+        std::vector<std::string> words = {"render", "--project", "p.zelk.json"};
+        words.insert(words.end(), options.begin(), options.end());
+        return run(words);
+    }
+    auto frame(std::string const& stem, int number) const {
+        return readPicture<float>(at(stem + "." + std::to_string(number) + ".exr"));
+    }
+    int countOf(std::string const& stem) const {
+        auto const names = files();
+        return static_cast<int>(std::count_if(names.begin(), names.end(), [&](auto const& name) {
+            return name.rfind(stem + ".", 0) == 0;
+        }));
+    }
+};
+
+// Over plates, and through all of the composition in a transparent frame.
+TEST_F(Sequence, AFrameIsTheSameHoweverItIsReached) {
+    for (std::string const kind : {"plate", "size"}) {
+        std::vector<std::string> common = {"--motion-blur", "4", "--progress", "none"};
+        if (kind == "size") common.insert(common.end(), {"--size", "40x30"});
+        auto const render = [&](std::string const& stem, std::vector<std::string> options) {
+            options.insert(options.end(), {"-o", stem + ".####.exr"});
+            options.insert(options.end(), common.begin(), common.end());
+            Outcome const outcome = project(options);
+            EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+        };
+        render("all" + kind, {});
+        render("back" + kind, {"--frames", "1006-1001x-1", "--in-flight", "1", "--threads", "1"});
+        render("alone" + kind, {"--frames", "1004"});
+        bool moves = false;
+        for (int n = 1001; n <= 1006; ++n) {
+            EXPECT_EQ(frame("all" + kind, n), frame("back" + kind, n)) << n;
+            moves = moves || !(frame("all" + kind, n) == frame("all" + kind, 1001));
+        }
+        EXPECT_EQ(frame("all" + kind, 1004), frame("alone" + kind, 1004));
+        EXPECT_TRUE(moves);
+    }
+}
+
+// Both roads at a keyed moment between the ends, with the composition's shutter on and off.
+TEST_F(Sequence, BothRoadsReadTheSameKeyframesAndShutter) {
+    for (std::vector<std::string> blur :
+         {std::vector<std::string>{}, {"--motion-blur", "5", "--shutter", "270,-30"}}) {
+        for (std::string const road : {"module", "memory"}) {
+            std::vector<std::string> words = {
+                "render",  "layer.png", "-o",        road + ".####.exr", "--road",
+                road,      "--frames",  "1003",      "--progress",       "none",
+                "--depth", "float",     "--project", "own.zelk.json"};
+            put("own.zelk.json", R"({"schema": "zelk-project", "version": 1,
+                "comp": {"width": 16, "height": 12, "rate": 25, "startFrame": 1001, "duration": 6},
+                "layer": "layer.png", "parameters": {"to-upper-left": {"keys": [
+                {"frame": 1001, "value": [0, 0]}, {"frame": 1006, "value": [8, 3]}]}}})");
+            words.insert(words.end(), blur.begin(), blur.end());
+            Outcome const outcome = run(words);
+            ASSERT_EQ(outcome.exitCode, 0) << outcome.err;
+        }
+        EXPECT_EQ(frame("module", 1003), frame("memory", 1003));
+    }
+}
+
+TEST_F(Sequence, MissingInputsByPolicy) {
+    std::filesystem::remove(at("plate.1003.png"));
+    struct Case {
+        char const* mode;
+        int code, written;
+        char const* told;
+    };
+    for (Case const& c : {Case{"stop", 3, 2, "plate.1003.png: no such file"},
+                          {"skip", 0, 5, "5 frames written, 1 skipped"},
+                          {"hold", 0, 6, "6 frames written"},
+                          {"black", 0, 6, "6 frames written"}}) {
+        std::string const stem = c.mode;
+        Outcome const outcome = project({"-o", stem + ".####.exr", "--missing", c.mode,
+                                         "--progress", "plain", "--frames", "1001-1006"});
+        EXPECT_EQ(outcome.exitCode, c.code) << outcome.err;
+        EXPECT_EQ(countOf(stem), c.written);
+        EXPECT_NE(outcome.err.find(c.told), std::string::npos) << outcome.err;
+    }
+    auto const held = frame("hold", 1003), black = frame("black", 1003);
+    EXPECT_NE(held, black);
+    EXPECT_EQ(black.values[static_cast<std::size_t>(3 * 39)], 0) << "upper right, beside the layer";
+    EXPECT_EQ(held.values[static_cast<std::size_t>(3 * 39)],
+              frame("hold", 1002).values[static_cast<std::size_t>(3 * 39)]);
+}
+
+TEST_F(Sequence, AFailedFrameIsTheOnlyOne) {
+    put("plate.1002.png", "no picture");
+    Outcome outcome = project({"--progress", "json"});
+    EXPECT_EQ(outcome.exitCode, 5) << outcome.err;
+    EXPECT_EQ(countOf("out"), 5);
+    EXPECT_NE(outcome.err.find(R"("event":"failed","frame":1002)"), std::string::npos);
+
+    // The files of an earlier run are left alone; the failed one is done when it can be.
+    auto const before = std::filesystem::last_write_time(at("out.1001.exr"));
+    writePicture(at("plate.1002.png"), noise<unsigned char>(40, 30, 3, 1002));
+    outcome = project({"--skip-existing", "--progress", "none"});
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+    EXPECT_EQ(countOf("out"), 6);
+    EXPECT_EQ(std::filesystem::last_write_time(at("out.1001.exr")), before);
+
+    writePicture(at("plate.1004.png"), noise<unsigned char>(41, 30, 3, 4));
+    outcome = project({"--progress", "plain"});
+    EXPECT_EQ(outcome.exitCode, 5);
+    EXPECT_NE(outcome.err.find("another size than the first frame's"), std::string::npos);
+}
+
+TEST_F(Sequence, TellsWithoutRendering) {
+    Outcome outcome = project({"--dry-run", "--frames", "1002,1005"});
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_EQ(countOf("out"), 0);
+    EXPECT_NE(outcome.out.find("1005: read layer.png, over plate.1005.png, write out.1005.exr"),
+              std::string::npos)
+        << outcome.out;
+    struct Wrong {
+        std::vector<std::string> options;
+        int code;
+        char const* told;
+    };
+    for (Wrong const& w : {Wrong{{"-o", "one.exr"}, 2, "the same file for every frame"},
+                           {{"--frames", "5-x"}, 2, "--frames"},
+                           {{"--in-flight", "0"}, 2, "--in-flight"},
+                           {{"--missing", "hole"}, 2, "unknown choice \"hole\""},
+                           {{"--shutter", "a"}, 2, "--shutter: not a number"},
+                           {{"--rate", "0"}, 2, "--rate"},
+                           {{"--set", "rotate=1", "--project", "none.json"}, 2, "--project"}}) {
+        outcome = project(w.options);
+        EXPECT_EQ(outcome.exitCode, w.code) << outcome.err;
+        EXPECT_NE(outcome.err.find(w.told), std::string::npos) << outcome.err;
+        EXPECT_EQ(countOf("out"), 0);
+    }
+}
+
+}  // namespace

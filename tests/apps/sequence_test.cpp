@@ -1,0 +1,285 @@
+// Picture sequences: names and frame lists, the pipeline under random delays and failures, and what
+// is told meanwhile.
+#include <fmt/ranges.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <fstream>
+#include <latch>
+#include <memory>
+#include <numeric>
+#include <random>
+#include <thread>
+
+#include "apps/zelk/errors.h"
+#include "apps/zelk/frame_pipeline.h"
+#include "apps/zelk/progress.h"
+#include "apps/zelk/sequence_names.h"
+
+namespace zelk {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// What `call` gives in words: its frames, or its refusal.
+template <class Call>
+std::string answerOf(Call const& call) {
+    try {
+        return fmt::format("{}", fmt::join(call(), " "));
+    } catch (UserError const& error) {
+        return error.what();
+    }
+}
+
+std::vector<std::string> parts(std::string const& row, char between) {
+    std::vector<std::string> all(1);
+    for (char c : row) c == between ? all.emplace_back() : all.back() += c;
+    return all;
+}
+
+TEST(SequenceName, PutsTheNumberWhereTheMarkIs) {
+    // A pattern, and its paths at 7, -8 and 12345. Without a mark all paths are one.
+    for (char const* row :
+         {"a.%04d.exr a.0007.exr a.-008.exr a.12345.exr", "a.%d.exr a.7.exr a.-8.exr a.12345.exr",
+          "a.####.exr a.0007.exr a.-008.exr a.12345.exr", "a# a0007 a-008 a12345", "## 07 -8 12345",
+          "a@@@ a007 a-08 a12345", "@ 7 -8 12345", "%010d 0000000007 -000000008 0000012345",
+          "a.$F4.exr a.0007.exr a.-008.exr a.12345.exr", "$F_l 7_l -8_l 12345_l",
+          "/p/%03d/a /p/007/a /p/-08/a /p/12345/a", "9%%.##.$FF 9%.07.$FF 9%.-8.$FF 9%.12345.$FF",
+          "a.exr a.exr a.exr a.exr", "9%%.x 9%.x 9%.x 9%.x", "$H%.%-d $H%.%-d $H%.%-d $H%.%-d"}) {
+        auto const words = parts(row, ' ');
+        SequenceName const name(words[0]);
+        EXPECT_EQ(name.isSequence(), words[1] != words[2]) << row;
+        for (auto const& [frame, path] :
+             {std::pair{7, words[1]}, {-8, words[2]}, {12345, words[3]}})
+            EXPECT_EQ(name.pathOf(frame), path);
+    }
+    for (char const* row :
+         {"a%4d malformed %4d", "a%04x malformed %04x", "%0d malformed %0d", "%s.exr malformed %s",
+          "50%off malformed %o", "%04 malformed %04", "%021d malformed %021d", "$F0 malformed $F0",
+          "%099999999999d malformed %099999999999d",
+          "@@@@@@@@@@@@@@@@@@@@@ malformed @@@@@@@@@@@@@@@@@@@@@", "%d/a.#### second ####",
+          "#@ second @", "$F4.$F second $F"}) {
+        auto const words = parts(row, ' ');
+        std::string const answer =
+            answerOf([&] { return SequenceName(words[0]).pathOf(1).string(); });
+        EXPECT_EQ(answer.find(fmt::format("{}: {} frame mark \"{}\", expected ", words[0], words[1],
+                                          words[2])),
+                  0u)
+            << answer;
+    }
+}
+
+TEST(SequenceName, FindsItsFramesOnDisk) {
+    fs::path const folder = fs::temp_directory_path() / fmt::format("zelk-seq-{}", ::getpid());
+    fs::create_directories(folder / "a.0005.exr");  // a folder is no picture
+    for (char const* name :
+         {"a.0010.exr", "a.0002.exr", "a.-003.exr", "a.12345.exr", "a.7.exr", "a.00006.exr",
+          "a.-000.exr", "a.+004.exr", "a.0008.exr~", "ba.0009.exr", "a..exr", "a.99999999999.exr",
+          "0001/b.exr", "0002/c.exr", "3/b.exr"}) {
+        fs::create_directories((folder / name).parent_path());
+        std::ofstream{folder / name};
+    }
+    auto const found = [&](char const* pattern) {
+        return answerOf([&] { return framesOnDisk(SequenceName((folder / pattern).string())); });
+    };
+    EXPECT_EQ(found("a.####.exr"), "-3 2 10 12345");
+    EXPECT_EQ(found("a.%d.exr"), "7 12345");
+    EXPECT_EQ(found("%04d/b.exr"), "1");
+    EXPECT_EQ(found("a.0002.exr"), "");  // no sequence
+    EXPECT_EQ(found("no/#").find((folder / "no/: cannot be listed:").string()), 0u);
+    fs::remove_all(folder);
+}
+
+TEST(FrameRange, ListsFramesInOrderOnceOrRefuses) {
+    auto const frames = [](std::string const& text) {
+        return answerOf([&] { return parseFrameRange("--frames", text); });
+    };
+    for (char const* row :
+         {"7=7", "-8=-8", "1001-1003=1001 1002 1003", "-8--5=-8 -7 -6 -5", "1--1=1 0 -1",
+          "4-1=4 3 2 1", "1-3,20-30x4=1 2 3 20 24 28", "1-10y3=2 3 5 6 8 9", "10-1x-4=10 6 2",
+          "10-1x4=10 6 2", "1-10x-4=10 6 2", "10-5y-2=9 7 5", "3,1-4,2,5=3 1 2 4 5",
+          " 1 - 3 x 2 , 9 =1 3 9", "5,5-5y1=5", "007-009=7 8 9", "-2147483648=-2147483648",
+          "2147483646-2147483647=2147483646 2147483647", "0-20000000x15000000=0 15000000"})
+        EXPECT_EQ(frames(parts(row, '=')[0]), parts(row, '=')[1]) << row;
+    EXPECT_EQ(parseFrameRange("--frames", "1-1000000").size(), 1'000'000u);
+    for (char const* row :
+         {"not a list of frames|| "
+          "|,|1,|,1|1,,2|abc|1-abc|1abc|1-|-|--3|1-3-5|7x2|1-10x|1-10xq|1.5|1e3",
+          "not a list of frames|1-9x2x2|1-9x1y2|0x10|1-9:2|1-9X2|+1-3|1 3|1-9x2.5",
+          "no frames in|1-10y1|5-5y3", "step of 0 in|1-10x0|1-10y0|5,1-1x0",
+          "number beyond 32 bits in|2147483648|1-99999999999|-2147483649|1-3x99999999999",
+          "range too long in|-2147483648-2147483647x1500000000|0-100000001x100000001",
+          "more than 1000000 frames in|0-1000000|0-99999999y2|1-1000000,0"}) {
+        auto texts = parts(row, '|');
+        std::string const wrong = std::exchange(texts[0], texts[1]);
+        for (std::string const& text : texts)
+            EXPECT_EQ(frames(text), fmt::format("--frames: {} \"{}\", expected frames such as 7, "
+                                                "1001-1100, 1-10,20-30x2 or 1-100y5",
+                                                wrong, text));
+    }
+}
+
+enum Stage { kLoad, kRender, kStore, kNone };
+
+TEST(FramePipeline, KeepsOrderBoundAndFramesUnderDelaysAndFailures) {
+    std::uint32_t const seed = std::random_device{}();
+    std::mt19937 random(seed);
+    auto const upTo = [&](int most) { return std::uniform_int_distribution(0, most)(random); };
+    for (int round = 0; round < 150; ++round) {
+        SCOPED_TRACE(fmt::format("seed {}, round {}", seed, round));
+        int const count = upTo(30), stopFrame = round % 3 ? -1 : upTo(30), stopStage = upTo(2);
+        std::vector<int> frames(count), delaysUs(count * 3), failing(count), stores, done, failed;
+        std::iota(frames.begin(), frames.end(), 0);
+        for (int& delay : delaysUs) delay = upTo(1) * upTo(300);
+        for (int& stage : failing) stage = upTo(5) ? kNone : upTo(2);
+        std::atomic<bool> stop = false;
+        std::atomic<int> alive = 0;  // from the start of a load to the end of the store
+        PipelineOptions const options{std::size_t(upTo(4)), upTo(2) == 0, &stop};
+        int last[3] = {-1, -1, -1}, ended = 0;
+        int most = count;  // as many leave the pipeline without a stop
+        auto const work = [&, caller = std::this_thread::get_id()](Stage own, int frame) {
+            EXPECT_EQ(own == kRender, std::this_thread::get_id() == caller);
+            EXPECT_LT(std::exchange(last[own], frame), frame);
+            std::this_thread::sleep_for(std::chrono::microseconds(delaysUs[frame * 3 + own]));
+            if (frame == stopFrame && own == stopStage) stop = true;
+            if (failing[frame] == own && frame % 3 == 0) throw 1;
+            if (failing[frame] == own) throw UserError(ExitCode::kInput, {"f", "w", "v", ""});
+        };
+        using Held = std::shared_ptr<int>;
+        auto const load = [&](int frame) {
+            EXPECT_LE(++alive, std::max(int(options.inFlight), 1));
+            Held held(new int(frame), [&](int* gone) { delete gone, --alive; });
+            return work(kLoad, frame), held;
+        };
+        auto const render = [&](int frame, Held held) {
+            EXPECT_EQ(*held, frame);
+            return work(kRender, frame), held;
+        };
+        auto const store = [&](int frame, Held const& held) {  // stays in its slot
+            EXPECT_EQ(*held, frame);
+            stores.push_back(frame);
+            work(kStore, frame);
+        };
+        auto const report = [&](int frame, std::size_t index, FrameFailure const* failure) {
+            EXPECT_EQ(frame, ended++);
+            EXPECT_EQ(frame, int(index));
+            EXPECT_EQ(failure != nullptr, failing[frame] != kNone);
+            (failure ? failed : done).push_back(frame);
+            if (failing[frame] < kStore) stores.push_back(frame);  // all but the ones dropped
+        };
+        PipelineResult const result = runFrames(frames, options, load, render, store, report);
+        if (options.stopAtFirstFailure) {
+            for (most = 0; most < count && failing[most] == kNone;) ++most;
+            most = std::min(most + 1, count);
+        }
+        EXPECT_EQ(alive, 0);
+        EXPECT_EQ(result.done, done);
+        EXPECT_EQ(int(stores.size()), ended);  // every store that began has ended
+        ASSERT_EQ(result.failed.size(), failed.size());
+        for (FrameFailure const& failure : result.failed) {
+            EXPECT_EQ(failure.frame, failed[&failure - result.failed.data()]);
+            EXPECT_EQ(failure.message, failure.frame % 3 ? "f: w \"v\"" : "unknown failure");
+            EXPECT_EQ(failure.code, failure.frame % 3 ? ExitCode::kInput : ExitCode::kRenderFailed);
+        }
+        EXPECT_EQ(result.isStopped, ended < most);
+        EXPECT_LE(ended, stop ? stopFrame + (stopStage == kStore) : most);
+        EXPECT_TRUE(stop || ended == most);
+    }
+}
+
+// Each stage waits within its frame for the two others: only three at once get through.
+TEST(FramePipeline, WorksOnThreeFramesAtOnce) {
+    std::latch meeting(3);
+    auto const meet = [&](int frame, int meetingFrame) {
+        if (frame != meetingFrame) return frame;
+        meeting.count_down();
+        for (int ms = 0; ms < 20'000 && !meeting.try_wait(); ++ms)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        EXPECT_TRUE(meeting.try_wait());
+        return frame;
+    };
+    auto const load = [&](int frame) { return meet(frame, 2); };
+    auto const render = [&](int frame, int) { return meet(frame, 1); };
+    EXPECT_EQ(runFrames({0, 1, 2}, {}, load, render, [&](int f, int) { meet(f, 0); }).done.size(),
+              3u);
+    // What the report throws ends the run and comes out, however far the stages are.
+    auto const same = [](int frame, int = 0) { return frame; };
+    auto const report = [](int, std::size_t i, FrameFailure const*) { i == 5 ? throw 5 : 0; };
+    EXPECT_THROW(runFrames(std::vector<int>(50), {}, same, same, same, report), int);
+}
+
+/// What is told of three frames, the second of which fails.
+std::string told(ProgressMode mode, bool isTerminal, int columns) {
+    std::string text;
+    double now = 100;
+    {
+        Progress progress(mode, 3,
+                          {[&](std::string_view part) { text += part; }, [&] { return now += 0.5; },
+                           [&] { return columns; }, isTerminal});
+        progress.done(1001);
+        progress.failed(1002, "a\xff\n\"b\"");
+        now += 0.5;
+        progress.done(1003);
+        if (mode == ProgressMode::kJson) progress.end(false);
+    }
+    return text;
+}
+
+TEST(Progress, TellsEachFrame) {
+    std::string const failure = "1002 (2/3) failed: a\xff \"b\"\n";
+    std::string const plain = "1001 (1/3) 2.0 frames/s\n" + failure + "1003 (3/3) 1.5 frames/s\n";
+    EXPECT_EQ(told(ProgressMode::kPlain, true, 80), plain);
+    EXPECT_EQ(told(ProgressMode::kAuto, false, 80), plain);
+    auto const bar = [&](auto... lines) {
+        return fmt::format("\r\x1b[K{}\r\x1b[K{}\r\x1b[K{}\r\x1b[K{}\r\x1b[K", lines...);
+    };
+    EXPECT_EQ(told(ProgressMode::kAuto, true, 50),
+              bar("1001 (1/3) [####........] 2.0 frames/s, 0:01 left", failure,
+                  "1002 (2/3) [########....] 2.0 frames/s, 0:01 left",
+                  "1003 (3/3) [############] 1.5 frames/s, 0:00 left"));
+    EXPECT_EQ(told(ProgressMode::kBar, false, 20),
+              bar("1001 (1/3) 2.0 fram", failure, "1002 (2/3) 2.0 fram", "1003 (3/3) 1.5 fram"));
+    EXPECT_EQ(told(ProgressMode::kJson, true, 80),
+              R"({"event":"frame","frame":1001,"index":1,"count":3,"seconds":0.5}
+{"event":"failed","frame":1002,"index":2,"count":3,"seconds":1.0,"message":"a)"
+              "\xef\xbf\xbd"
+              R"( \"b\""}
+{"event":"frame","frame":1003,"index":3,"count":3,"seconds":2.0}
+{"event":"done","index":3,"count":3,"seconds":2.0,"failed":1,"stopped":false}
+)");
+    EXPECT_EQ(told(ProgressMode::kNone, true, 80), "");
+    std::string last;
+    double now = 0, step = 1;
+    Progress progress(ProgressMode::kPlain, 40,
+                      {[&](auto line) { last = line; }, [&] { return now += step; }, {}});
+    for (int frame = 1; frame <= 36; ++frame, step = frame < 20 ? 1 : 0.25) progress.done(frame);
+    EXPECT_EQ(last, "36 (36/40) 4.0 frames/s\n");  // the slow start is forgotten
+}
+
+TEST(InterruptFlag, CatchesTheFirstSignalOnly) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");  // the picture library has threads
+    auto const former = std::signal(SIGTERM, SIG_IGN), own = +[](int) {};
+    std::signal(SIGINT, own);
+    {
+        InterruptFlag const guard;
+        std::raise(SIGTERM);
+        EXPECT_FALSE(guard.flag());
+        std::raise(SIGINT);
+        EXPECT_TRUE(guard.flag());
+        std::raise(SIGTERM);  // still ignored
+        EXPECT_EXIT(std::raise(SIGINT), testing::KilledBySignal(SIGINT), "");
+    }
+    EXPECT_EQ(std::signal(SIGTERM, former), SIG_IGN);
+    EXPECT_EQ(std::signal(SIGINT, SIG_DFL), own);
+    auto const twice = [] {
+        InterruptFlag const guard([](int) { ::_exit(7); });
+        std::raise(SIGTERM);
+        std::raise(SIGINT);
+    };
+    EXPECT_EXIT(twice(), testing::ExitedWithCode(7), "");
+}
+
+}  // namespace
+}  // namespace zelk

@@ -1,0 +1,65 @@
+// A written file's way to its place: cut files that their readers may take for whole, names that
+// come up meanwhile, links, and the longest name.
+#include "apps/zelk/written_check.h"
+
+#include "apps/zelk/errors.h"
+#include "apps/zelk/picture_writer.h"
+#include "apps/zelk/temporary_file.h"
+#include "tests/apps/zelk_process.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using WrittenFile = zelk_test::ZelkTest;
+
+// The disk could grow here: only the look at the file itself can tell.
+TEST_F(WrittenFile, OneThatLacksItsEndIsFoundOut) {
+    zelk::World world({80, 70, zelk::Depth::k8});
+    auto const noise = zelk_test::noise<std::uint8_t>(80, 70, 4, 5).values;
+    for (int y = 0; y < 70; ++y) std::copy_n(&noise[y * 320u], 320, world.rowAs<std::uint8_t>(y));
+    for (std::string const name : {"o.png", "o.exr", "o.tif", "o.dpx", "o.tga", "o.webp", "o.ppm",
+                                   "o.hdr", "o.jpg", "o.bmp", "o.sgi", "o.rla", "o.gif", "o.jp2"}) {
+        writePicture(world, at(name), {});
+        std::string const whole = bytesOf(name);
+        zelk::WrittenShape shape{OIIO::ImageInput::open(at(name).string())->format_name(), 80, 70,
+                                 3};
+        EXPECT_EQ(faultOfWritten(at(name), shape), "") << name;
+        for (std::size_t const lost : {1, 2, 64, 4096}) {
+            put(name, whole.substr(0, whole.size() - lost));
+            EXPECT_NE(faultOfWritten(at(name), shape), "") << name << " without " << lost;
+        }
+        put(name, whole);
+        shape.height = 71;
+        EXPECT_NE(faultOfWritten(at(name), shape), "") << name;
+    }
+}
+
+TEST_F(WrittenFile, TakesItsPlaceOnlyWhereItMay) {
+    std::string const longest = std::string(251, 'n') + ".png";
+    zelk::TemporaryFile file(at(longest));
+    put(file.path().filename(), "new");
+    put(longest, "came up meanwhile");
+    EXPECT_FALSE(file.putInPlace(false));
+    EXPECT_EQ(bytesOf(longest), "came up meanwhile");
+    fs::remove(at(longest));
+    fs::create_symlink("nothing.png", at(longest));  // is there too
+    EXPECT_FALSE(file.putInPlace(false));
+    fs::remove(at(longest));
+    EXPECT_TRUE(file.putInPlace(false));
+    EXPECT_EQ(bytesOf(longest), "new");
+}
+
+TEST_F(WrittenFile, LinksStayAndLeadOn) {
+    fs::create_directory(at("folder"));
+    fs::create_symlink("folder/o.png", at("link.png"));  // leads to nothing yet
+    for (int turn = 0; turn < 2; ++turn) {
+        EXPECT_THROW(zelk::checkTarget(at("link.png"), true), zelk::UserError);
+        zelk::checkTarget(at("link.png"), false);
+        zelk::writePicture(zelk::World({4, 4, zelk::Depth::k8}), at("link.png"), {});
+        EXPECT_TRUE(fs::is_symlink(at("link.png")) && fs::is_regular_file(at("folder/o.png")));
+    }
+    fs::create_symlink("round.png", at("round.png"));
+    EXPECT_THROW(zelk::checkTarget(at("round.png"), false), zelk::UserError);
+}
+
+}  // namespace
