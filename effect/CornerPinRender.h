@@ -116,11 +116,11 @@ void leaveStraight(PipelineFrame& frame) {
 }  // namespace corner_pin_detail
 
 /// Renders the host object's input layer into its output, both of the trait's format, as its
-/// controls ask. The result is 0; or the host's code for a control, an image or a transfer that it
-/// refused; or 1 for an image refused without a code. Where a control or an image was refused the
-/// output is cleared. A direct pass (Both Pins without Crop To Pins) passes its code on; the two
-/// passes of the other views don't. A Transfer Mode in a frame of another size than the layer's is
-/// 1, and the output the transform alone at full opacity.
+/// controls ask. The result is 0; or the host's code for a control, an image, a blur's memory or a
+/// transfer that it refused; or 1 for an image refused without a code. Where a control or an image
+/// of the pipeline's own was refused the output is cleared. A direct pass (Both Pins without Crop
+/// To Pins) passes its code on; the two passes of the other views don't. A Transfer Mode in a frame
+/// of another size than the layer's is 1, and the output the transform alone at full opacity.
 template <class Trait, class Channel, class Wide, class Weight, class Format>
 PF_Err CornerPinRender(PluginHost_API* host) {
     PipelineFrame frame(host);

@@ -12,9 +12,9 @@ class PluginHost_API;
 /// @param zoom           the camera layer's Zoom; 1.0 where `found` is false
 /// @param planeWidth     of the image plane, pixels
 /// @param planeDistance  from the camera to that plane
-/// @return 0. Where `found` is false only it and `zoom` are defined. Throws 516 for a suite that
-/// the
-///         host lacks; in Premiere Pro, and without an After Effects side, nothing is asked.
+/// @return 0. Where `found` is false only it and `zoom` are defined. In Premiere
+///         Pro, and without an After Effects side, nothing is asked. Throws 516 for a suite that
+///         the host lacks.
 int GetCameraMatrix(PluginHost_API* host, QV_Matrix4* matrix, long time, long timeScale,
                     bool& found, double* zoom, int width, int height, int& planeWidth,
                     int& planeHeight, double& planeDistance);

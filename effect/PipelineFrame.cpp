@@ -213,6 +213,8 @@ PF_Err prepareSamples(PipelineFrame& frame) {
         code = addRaster(frame, rasters.sample, hasOwnFrame(frame) ? rasters.out : rasters.work,
                          frame.sampleInfo);
     if (code) return fail(frame, code);
+    // Merging and copying reach as far as the layer; what lies beyond is nobody else's to clear.
+    if (!isSameSize(frame.workInfo, frame.outInfo)) frame.host->fillOutput();
     frame.core = coreArguments(frame.args.quality);
     return 0;
 }
@@ -260,7 +262,7 @@ PF_Err renderSample(PipelineFrame& frame, int index) {
         renderTwoPasses(frame, frame.core, settings, fromAtRest);
     } else if (const int code = renderPass(frame, frame.core, kQuadFromToTo, frame.sourceInfo,
                                            destinationOf(frame).info, settings)) {
-        frame.result = code;
+        if (!frame.result) frame.result = code;
     }
     return 0;
 }

@@ -44,7 +44,7 @@ struct PipelineFrame {
     SamplePlan plan;
     SuperSamplePlan superSample;  ///< of the last sample prepared; at rest in other qualities
     CoreRenderArguments core;
-    /// Of the passes and of the compositing, 0 for success.
+    /// The first code of blurs, passes and compositing, 0 for success.
     PF_Err result = 0;
 };
 

@@ -77,6 +77,7 @@ void mergeSample(QV_RasterInfo const& mean, QV_RasterInfo const& sample, int ind
     const auto weight = static_cast<float>(1.0 / (index + 1));
     constexpr float kRounding = Trait::kIsFloat ? 0.0f : 0.5f;
     const int width = std::min(mean.width, sample.width);
+    if (width <= 0) return;
     for (int y = 0; y < std::min(mean.height, sample.height); ++y) {
         Channel* to = pixelRow<Channel>(mean, y);
         Channel const* from = pixelRow<Channel>(sample, y);

@@ -3,8 +3,8 @@
 // Space: To Pins as fractions of the layer, lengths and reciprocals of them:
 //
 //   top = |upper left, upper right| k        k = 1 / Softness
-//   1 / top > 1 where the edge is shorter than the layer's: the rows there are blurred by 1 / (2
-//   top)
+//   1 / top > 1 where the edge is shorter than the layer's; the rows there are blurred by half of
+//   it
 //
 // Rows are blurred by a radius that runs from the upper edge's to the lower edge's, columns from
 // the left edge's to the right edge's.

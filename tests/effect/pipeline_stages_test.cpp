@@ -3,6 +3,7 @@
 //
 // The transform engine and the reading of controls are stand-ins here: a pass copies its source
 // into its destination and writes down what it was asked.
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -30,10 +31,12 @@ struct Engine {
     std::map<void const*, std::string> names;  // of pixel buffers
     RenderArguments args{};
     std::vector<unsigned char> seen, workAtEnd;  // first pixel, of a pass and when it is given back
-    int code = 0;                                // what passes answer
-    int readerCode = 0;                          // what the reader for other hosts answers
-    int blurCode = 0;                            // what blurs answer
-    std::int32_t motionBlur = 0;                 // the popup
+    std::vector<std::vector<unsigned char>> seenAll;  // of every pass
+    std::vector<unsigned char> endPixel;  // what the last blur leaves as the first pixel
+    int code = 0;                         // what passes answer
+    int readerCode = 0;                   // what the reader for other hosts answers
+    int blurCode = 0;                     // what blurs answer
+    std::int32_t motionBlur = 0;          // the popup
 };
 Engine* theEngine = nullptr;
 
@@ -359,23 +362,27 @@ TEST(PipelineStages, SamplesAreReadAtTheirTimesAndMergedInTheOutput) {
 TEST(PipelineStages, SuperSampleSoftensACopyOfTheLayerAndTheEnd) {
     struct Case {
         int viewMode;
-        double softness, size;  // To Pins: a square of this side
+        double softness, size;  // To Pins: a quad of unlike sides, times this
         std::string log;
     };
-    const std::string start = kStart + "alloc edged. ", blurs = "blur -11 edged. blur -10 edged. ";
+    const std::string start = kStart + "alloc edged. ",
+                      blurs = "blur -11 1.25 2.43 edged. blur -10 2 1.77 edged. ";
     const std::string end = "free interim. free edged. free work. ";
     const Case cases[] = {
         {3, 0, 0.1, start + "3 edged>out. " + end},
-        {3, 1, 1.0, start + "3 edged>out. blur -1 out. " + end},  // 6 pixels: short of 40
-        {3, 1, 0.4, start + blurs + "3 edged>out. blur -1 out. " + end},
-        {2, 1, 0.4, start + blurs + "copy work>interim. 2 interim>out. blur -1 out. " + end},
+        {3, 1, 9.0, start + "3 edged>out. blur -1 0.722 1 out. " + end},  // 11.1 pixels of 40
+        {3, 1, 1.0, start + blurs + "3 edged>out. blur -1 0.969 1 out. " + end},
+        {2, 1, 1.0,
+         start + blurs + "copy work>interim. 2 interim>out. blur -1 0.969 1 out. " + end},
     };
     for (auto const& c : cases) {
         Frame<PIXEL_ARGB15> frame;
         frame.args.quality = 3;
         frame.args.viewMode = c.viewMode;
         frame.args.superSampleSoftness = c.softness;
-        for (double& pin : frame.args.toPins) pin *= c.size;
+        // Top 0.4, bottom hypot(0.2, 0.05), left 0.25, right hypot(0.2, 0.2).
+        const double quad[8] = {0, 0, 0.4, 0, 0, 0.25, 0.2, 0.2};
+        for (int i = 0; i < 8; ++i) frame.args.toPins[i] = quad[i] * c.size;
         EXPECT_EQ(frame.run(), 0);
         EXPECT_EQ(frame.engine.log, c.log);
     }
@@ -385,6 +392,34 @@ TEST(PipelineStages, SuperSampleSoftensACopyOfTheLayerAndTheEnd) {
     failed.args.transferMode = 4;  // left out after a refused blur
     failed.engine.blurCode = 12;
     EXPECT_EQ(failed.run(), 12);
+    failed.engine.code = 17;  // of a pass: the blur's came first
+    EXPECT_EQ(failed.run(), 12);
+}
+
+TEST(PipelineStages, SuperSampleFadesAFreshCopyForEverySample) {
+    for (const double scale : {1.0, 0.5}) {  // of the height alone: the lesser one counts
+        Frame<PIXEL_ARGB8> frame(40, 40);
+        frame.host.setScale(1, scale);
+        frame.engine.motionBlur = 1;
+        frame.args.samples = 3;
+        frame.args.shutterAngle = 90;
+        frame.args.quality = 3;
+        frame.args.superSampleEdge = 12;  // 15 pixels
+        EXPECT_EQ(frame.run(), 0);
+        GuardedRaster want = frame.input;
+        fadeBorder<PIXEL_ARGB8>(want.info(), scale == 1 ? 15 : 8);
+        EXPECT_TRUE(frame.output.samePixels(want));
+        EXPECT_EQ(frame.engine.seenAll,
+                  std::vector<std::vector<unsigned char>>(3, firstPixel(want.info())));
+    }
+    Frame<PIXEL_ARGB8> end;  // softened before the colour is divided by alpha
+    end.host.afterEffects = true;
+    end.args.quality = 3;
+    end.args.superSampleSoftness = 1;
+    for (double& pin : end.args.toPins) pin *= 0.5;
+    end.engine.endPixel = {128, 64, 32, 0};
+    EXPECT_EQ(end.run(), 0);
+    EXPECT_EQ(firstPixel(end.output.info()), (std::vector<unsigned char>{128, 127, 63, 0}));
 }
 
 TEST(PipelineStages, AFailedDirectPassSkipsOpacityAndTransfer) {
@@ -453,6 +488,7 @@ int CommonRender_CoreTransformRender(PluginHost_API*, CoreRenderArguments& core,
     EXPECT_TRUE(settings->reposition);
     theEngine->passes.push_back(core);
     theEngine->seen = firstPixel(src);
+    theEngine->seenAll.push_back(theEngine->seen);
     theEngine->log += std::to_string(core.quadMode) + " " + theEngine->names[src.data] + ">" +
                       theEngine->names[dst.data] + ". ";
     for (int y = 0; y < dst.height; ++y) {
@@ -489,10 +525,14 @@ int MotionBlurFromHost(PluginHost_API*, std::int32_t* choice) {
     return 0;
 }
 
-int CommonRender_progressiveBlur(PluginHost_API*, QV_Line2D&, float, float, float fadeStart,
+int CommonRender_progressiveBlur(PluginHost_API*, QV_Line2D&, float a, float b, float fadeStart,
                                  float fadeLength, int curve, PluginHost_API::RasterInfo* raster,
                                  bool alphaPlane, int kind, bool extended) {
     EXPECT_TRUE(fadeStart == 0 && fadeLength == 1 && curve == 0 && !alphaPlane && !extended);
-    theEngine->log += "blur " + std::to_string(kind) + " " + theEngine->names[raster->data] + ". ";
+    theEngine->log +=
+        fmt::format("blur {} {:.3g} {:.3g} {}. ", kind, a, b, theEngine->names[raster->data]);
+    if (kind == -1)
+        std::copy(theEngine->endPixel.begin(), theEngine->endPixel.end(),
+                  static_cast<unsigned char*>(raster->data));
     return theEngine->blurCode;
 }

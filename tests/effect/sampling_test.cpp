@@ -142,7 +142,13 @@ TEST(SuperSamplePlan, RadiiFadeAndEndByTheSidesOfTheToQuad) {
     EXPECT_FALSE(plan.softensEnd);    // 192 pixels
     EXPECT_EQ(planSuperSample(args, {1920, 1080, 1920, 1080, 0.5}).fadeExtent, 60);
     EXPECT_EQ(planSuperSample(args, {1920, 90, 1920, 90, 1}).fadeExtent, 44);
+    EXPECT_EQ(planSuperSample(args, {90, 1920, 90, 1920, 1}).fadeExtent, 44);
+    EXPECT_EQ(planSuperSample(args, {1000, 900, 1000, 900, 1}).fadeExtent, 63);  // 62.5 and a half
     EXPECT_EQ(planSuperSample(args, {2, 2, 2, 2, 1}).fadeExtent, 2);
+    const SuperSamplePlan own =
+        planSuperSample(args, {100, 100, 200, 50, 1});  // by the layer's sides
+    EXPECT_DOUBLE_EQ(own.rows.first, 1);
+    EXPECT_DOUBLE_EQ(own.columns.first, 2);
 
     args.superSampleSoftness = 2;  // twice as soft
     EXPECT_DOUBLE_EQ(planSuperSample(args, hd).rows.last, 10);
@@ -193,9 +199,20 @@ TEST(MotionBlur, EqualsTheMergedFramesOfItsMoments) {
                             return PluginHost_Memory_Impl::Value{x + at.time * 1e-3, y, 0, false};
                         });
                     }
-                host.setAnimated(kParamRotate, [](PluginHost_API::TimeObject const& at) {
-                    return PluginHost_Memory_Impl::Value{at.time * 0.1};
-                });
+                const auto moves = [&host](int index, double start, double speed) {
+                    host.setAnimated(index, [=](PluginHost_API::TimeObject const& at) {
+                        return PluginHost_Memory_Impl::Value{start + at.time * speed};
+                    });
+                };
+                moves(kParamRotate, 0, 0.1);
+                moves(kParamTranslateX, 0, 0.03);
+                moves(kParamTranslateY, 0, -0.05);
+                moves(kParamScaleX, 1, 0.0007);
+                moves(kParamScaleY, 1, -0.0009);
+                for (int i = 0; i < 8; ++i) {  // each its own way
+                    moves(kParamFromUpperLeftOffsetX + i, 0, 0.011 * (i + 1));
+                    moves(kParamToUpperLeftOffsetX + i, 0, -0.007 * (i + 1));
+                }
                 EXPECT_EQ(Render(&host), 0);
                 EXPECT_EQ(host.tally().pixelBuffers, 0);
             };

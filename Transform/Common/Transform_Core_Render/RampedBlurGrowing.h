@@ -1,9 +1,8 @@
 // A blur that grows with the distance from a line: each pixel is read from the two levels of a
 // pyramid that its distance lies between, and masked by the alpha it had before.
 //
-//   d = d0 + x dX + y dY     distance as a plane, from QV_Line2D::distance at (0, 0), (1, 0), (0,
-//   1) v = d amount             level 0 to 1 for v in 0..1, then level L to L + 1 for v in
-//   2^(L-1)..2^L
+//   d = d0 + x dX + y dY   a plane, from QV_Line2D::distance at three corners of a pixel
+//   v = d amount           level 0 to 1 for v in 0..1, then L to L + 1 for v in 2^(L-1)..2^L
 //
 // Pixels with d < 0 and transparent pixels stay. Past the last level pixels become 0; within it
 // the image fades out. As QV_Line2D::distance has no sign, the side of the line with pixel (0, 0)
