@@ -27,8 +27,8 @@ std::vector<std::string> render(std::vector<std::string> const& more) {
 
 std::vector<Wrong> const kWrong = {
     // Words of the command line.
-    {"NoCommand", {}, 2, {"COMMAND", "render or params"}},
-    {"UnknownCommand", {"sheet"}, 2, {"\"sheet\"", "render or params"}},
+    {"NoCommand", {}, 2, {"COMMAND", "render, params or project"}},
+    {"UnknownCommand", {"sheet"}, 2, {"\"sheet\"", "render, params or project"}},
     {"NoLayer", {"render", "-o", "out.png"}, 2, {"LAYER"}},
     {"NoOutput", {"render", "in.png"}, 2, {"--output"}},
     {"UnknownOption", render({"--qality", "low"}), 2, {"\"--qality\"", "--quality"}},
