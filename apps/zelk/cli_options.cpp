@@ -28,7 +28,7 @@ char const* const kRenderExamples =
     "  negative numbers are allowed. Without --from the From Pins are the layer's corners;\n"
     "  without --to the To Pins are the From Pins.\n"
     "\n"
-    "Formats without alpha, and WebP, get the picture over black, with a warning.\n"
+    "Formats without alpha, and WebP, GIF and FITS, get the picture over black, with a warning.\n"
     "\n"
     "Values of --set, which win over all other options, are in the units that `zelk params`\n"
     "  shows: popups by entry or number, on or off, points x,y, colours #rrggbb, degrees.\n"

@@ -182,8 +182,8 @@ TEST_F(Failures, AFullDiskLeavesTheEarlierFileAndNothingElse) {
     ASSERT_TRUE(writer->open(at("in.tif").string(), spec));
     auto const pixels = noise<std::uint8_t>(96, 96, 3, 7);
     ASSERT_TRUE(writer->write_image(OIIO::TypeUInt8, pixels.values.data()) && writer->close());
-    for (std::string const name : {"o.png", "o.exr", "o.tif", "o.dpx", "o.tga", "o.webp", "o.ppm",
-                                   "o.hdr", "o.jpg"}) {
+    for (std::string const name :
+         {"o.png", "o.exr", "o.tif", "o.dpx", "o.tga", "o.webp", "o.ppm", "o.hdr", "o.jpg"}) {
         ASSERT_EQ(run({"render", "in.tif", "-o", name, "--quality", "low"}).exitCode, 0) << name;
         std::size_t const whole = std::filesystem::file_size(at(name));
         for (std::size_t const size :
