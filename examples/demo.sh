@@ -1,9 +1,9 @@
 #!/bin/sh
-# Renders the example pictures at every quality and composes three sheets: a picture pinned in its
-# own frame, a picture pinned over another one, and every Transfer Mode.
+# Renders the example pictures at every quality and composes four sheets: a picture pinned in its
+# own frame, a picture pinned over another one, every Transfer Mode, and a move with motion blur.
 #
 #   examples/demo.sh BUILD_DIR    writes out/demo/*.png, among them contact-sheet.png,
-#                                 plate-sheet.png and transfer-sheet.png
+#                                 plate-sheet.png, transfer-sheet.png and motion-sheet.png
 set -eu
 
 if [ $# -ne 1 ]; then
@@ -110,6 +110,36 @@ transfer_sheet() {
     echo "$out/transfer-sheet.png"
 }
 
+# A move of 48 frames by examples/move.zelk.json at few and many samples, and a picture shrunk to a
+# thirtieth by Super Sample: soft and hard, with and without a faded border.
+motion_sheet() {
+    set --
+    for samples in 8 32; do
+        mkdir -p "$out/move-$samples"
+        zelk render --project "$examples/move.zelk.json" -o "$out/move-$samples/move.####.png" \
+            --motion-blur $samples --progress none
+        row=
+        for frame in 0006 0014 0030 0048; do
+            row="$row;$samples samples, $frame:$out/move-$samples/move.$frame.png"
+        done
+        set -- "$@" "${row#;}"
+    done
+    for edge in 0 1; do
+        row=
+        for softness in 0 1 2; do
+            small=$out/super-$softness-$edge.png
+            zelk render "$examples/hubble.jpg" -o "$small" --size 60x40 --quality super \
+                --to "10,5 43,8 8,34 46,36" --set super-sample-softness=$softness \
+                --set super-sample-edge=$edge
+            row="$row;softness $softness, edge $edge:$small"
+        done
+        set -- "$@" "${row#;}"
+    done
+    "$build/bin/zelk-demo" "$out/motion-sheet.png" "$@"
+    echo "$out/motion-sheet.png"
+}
+
 contact_sheet
 plate_sheet
 transfer_sheet
+motion_sheet

@@ -223,6 +223,7 @@ int PluginHost_Memory_Impl::fill(PluginRaster_API* raster) {
 int PluginHost_Memory_Impl::copyInputToOutput() {
     RasterInfo input{};
     getInputRasterInfo(0, &input);
+    if (input.width < m_output.width || input.height < m_output.height) fillOutput();
     return copyPixels(input, m_output, nullptr, nullptr);
 }
 

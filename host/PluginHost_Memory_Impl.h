@@ -129,6 +129,7 @@ public:
     int fillOutput() override;
     using PluginHost_API::fill;
     int fill(PluginRaster_API* raster) override;
+    /// What of the output lies beyond the layer is cleared.
     int copyInputToOutput() override;
     /// Copies the area that both have; 1 when the formats differ.
     int copy(PluginRaster_API* from, PluginRaster_API* to) override;

@@ -318,6 +318,16 @@ TEST(PipelineFrames, UnusablePinsLeaveAClearedFrame) {
     }
 }
 
+TEST(PipelineFrames, AroundTheOriginalALargerFrameIsClear) {
+    Renderer renderer(kFormatARGB15, kWidth + 3, kHeight + 2);
+    renderer.paintConstant(1);
+    renderer.host.setPopup(kParamViewMode, kOriginal);
+    EXPECT_EQ(renderer.render(), 0);
+    renderer.output.forEachChannel([&](int x, int y, int c) {
+        ASSERT_EQ(renderer.output.get(x, y, c), x < kWidth && y < kHeight ? 32768 : 0);
+    });
+}
+
 // The pipeline's own compositing against its pieces: what each family of hosts does around it, with
 // the pass from a host that does nothing.
 template <class T>
