@@ -38,6 +38,15 @@ World renderSmartly(Host& host, World input, ModuleRender const& ask, FrameReque
     return output;
 }
 
+/// Throws where the reduced picture would have no pixels.
+void checkDownsample(RenderRequest const& request, PictureReader const& picture) {
+    int const most = std::min(picture.width(), picture.height());
+    if (request.downsample > most)
+        throw UserError(ExitCode::kUsage, {"--downsample", "leaves nothing of the picture:",
+                                           std::to_string(request.downsample),
+                                           fmt::format("a whole number from 1 to {}", most)});
+}
+
 RenderSize renderSize(Host const& host, PictureReader const& picture, ModuleRender const& ask) {
     auto const& parameters = host.parameters();
     PixelSize const margin = marginOf(parameters, ask);
@@ -81,6 +90,7 @@ void checkResult(CommandResult const& result, std::string const& layerName) {
 
 ModuleRender moduleRenderOf(RenderRequest const& request, Host const& host,
                             PictureReader const& layer) {
+    checkDownsample(request, layer);
     ModuleRender ask;
     ask.layerName = request.layer.string();
     ask.layerSize = {layer.width(), layer.height()};

@@ -22,7 +22,8 @@ struct ModuleRender {
 /// What Grow Bounds adds on each side at the render's resolution, pixels; none in a plain render.
 PixelSize marginOf(std::vector<Parameter> const& parameters, ModuleRender const& ask);
 
-/// What a request asks of the module for that layer.
+/// What a request asks of the module for that layer. Throws a usage error for a downsample factor
+/// that leaves nothing of it.
 ModuleRender moduleRenderOf(RenderRequest const& request, Host const& host,
                             PictureReader const& layer);
 

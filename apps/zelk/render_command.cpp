@@ -22,15 +22,6 @@ namespace zelk {
 
 namespace {
 
-/// Throws where the reduced picture would have no pixels.
-void checkDownsample(RenderRequest const& request, PictureReader const& picture) {
-    int const most = std::min(picture.width(), picture.height());
-    if (request.downsample > most)
-        throw UserError(ExitCode::kUsage, {"--downsample", "leaves nothing of the picture:",
-                                           std::to_string(request.downsample),
-                                           fmt::format("a whole number from 1 to {}", most)});
-}
-
 void addPinWarning(std::vector<Parameter> const& parameters, PinFrame const& frame,
                    std::vector<std::string>& warnings) {
     std::string const why = unusablePins(parameters, frame);
@@ -76,7 +67,6 @@ Moment momentOf(RenderRequest const& request, Host& host) {
 /// The effect module renders the layer in its own frame.
 void renderInOwnFrame(RenderRequest const& request, Host& host, RenderReport& report) {
     PictureReader picture(request.layer);
-    checkDownsample(request, picture);
     PixelSize const size = {picture.width(), picture.height()};
     setParameters(request, host, size, size);
     report.warnings = picture.warnings();

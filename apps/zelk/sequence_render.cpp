@@ -368,6 +368,9 @@ bool isSequence(RenderRequest const& request) {
 }
 
 ExitCode renderSequence(RenderRequest const& request) {
+    if (request.explain != Explain::kNo)
+        throw UserError(ExitCode::kUsage, {"--explain", "tells of one picture, not of", "frames",
+                                           "a render of a single picture"});
     auto const host = loadModule(request.module);
     applyRequest(request, host->parameters());  // refuses bad values before any file is touched
     Files const files(request);
