@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 
 #include "effect/PixelPasses.h"
 #include "effect/Render.h"
@@ -225,6 +226,43 @@ TEST(MotionBlur, EqualsTheMergedFramesOfItsMoments) {
             render(blurred, 0, true);
             EXPECT_TRUE(blurred.samePixels(mean)) << "view " << view << " quality " << quality;
         }
+}
+
+// A white layer that moves by 12 pixels a frame, whole shutter: alpha against the exact integral of
+// its coverage over the shutter, a ramp of 1 / v a pixel. N samples make stairs of height 1 / N
+// that start on the ramp, as each stands at the start of its interval: at most 1 / N off, and 1 /
+// 2N where pixels are wider than stairs.
+TEST(MotionBlur, TendsToTheBoxIntegralOfTheMovingEdge) {
+    constexpr int kWidth = 64, kHeight = 9, kSpeed = 12;
+    GuardedRaster input(kFormatARGB32, kWidth, kHeight);
+    input.paint([](int, int, int) { return 1; });
+    std::printf("samples  largest error     1 / N\n");
+    for (const int samples : {2, 4, 8, 16, 32, 64}) {
+        GuardedRaster output(kFormatARGB32, kWidth, kHeight);
+        PluginHost_Memory_Impl host(input.info(), output.info());
+        zelk::setDefaultControls(host);
+        host.setTime({0, 1 << 20, 24 << 20});
+        host.setPopup(kParamMotionBlur, 1);
+        host.setFloat(kParamSamples, samples);
+        for (int i = 0; i < 4; ++i)
+            host.setAnimated(kParamToUpperLeft + i, [i](PluginHost_API::TimeObject const& at) {
+                const double x = (i % 2 ? 40 : 10) + kSpeed * (at.time / double(1 << 20));
+                return PluginHost_Memory_Impl::Value{x / kWidth, double(i / 2), 0, false};
+            });
+        EXPECT_EQ(Render(&host), 0);
+        double worst = 0;
+        for (int x = 0; x < kWidth; ++x) {
+            constexpr int kSteps = 4096;
+            double exact = 0;
+            for (int i = 0; i < kSteps; ++i) {
+                const double move = kSpeed * (i + 0.5) / kSteps;
+                exact += std::max(0.0, std::min(x + 1.0, 40 + move) - std::max(x + 0.0, 10 + move));
+            }
+            worst = std::max(worst, std::fabs(output.get(x, kHeight / 2, 0) - exact / kSteps));
+        }
+        std::printf("%7d  %13.4f  %8.4f\n", samples, worst, 1.0 / samples);
+        EXPECT_LE(worst, 1.0 / samples);
+    }
 }
 
 }  // namespace
