@@ -124,6 +124,8 @@ motion_sheet() {
         done
         set -- "$@" "${row#;}"
     done
+    zelk render --project "$examples/move.zelk.json" -o "$out/move.mp4" --motion-blur 8 \
+        --progress none
     for edge in 0 1; do
         row=
         for softness in 0 1 2; do

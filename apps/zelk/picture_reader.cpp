@@ -105,9 +105,21 @@ PictureTraits traitsOf(OIIO::ImageSpec const& spec, OIIO::TypeDesc type) {
 
 }  // namespace
 
-PictureReader::PictureReader(std::filesystem::path const& file) : m_file(file) {
+int PictureReader::countOf(std::filesystem::path const& file) {
+    QuietLibraries const quiet;
+    return openPicture(file)->spec().get_int_attribute("oiio:subimages", 1);
+}
+
+PictureReader::PictureReader(std::filesystem::path const& file, int number)
+    : m_file(file), m_number(number) {
     QuietLibraries const quiet;
     m_input = openPicture(file);
+    if (number > 0 && !m_input->seek_subimage(number, 0)) {
+        m_input->geterror();
+        throw UserError(ExitCode::kInput,
+                        {file.string(), "no picture of the number", std::to_string(number),
+                         "one of those that the file holds"});
+    }
     std::string_view const format = m_input->format_name();
     std::error_code fault;
     if (format == "dpx" && std::filesystem::file_size(file, fault) < leastDpxBytes(file))
@@ -184,6 +196,7 @@ OIIO::TypeDesc PictureReader::sampleType() const {
 
 /// Some readers count their pictures; of others' files it shows whether there is a second one.
 bool PictureReader::holdsMorePictures() {
+    if (m_number >= 0) return false;  // it was chosen
     std::string_view const format = m_input->format_name();
     bool const isUncounted =
         format == "tiff" || format == "gif" || format == "ico" || format == "psd";
@@ -208,9 +221,10 @@ void PictureReader::fetch(int firstRow, int endRow, Stored* values) {
     int const top = spec.y + firstRow, bottom = spec.y + endRow;
     bool const isRead =
         spec.tile_width > 0
-            ? m_input->read_tiles(0, 0, spec.x, spec.x + spec.width, top, bottom, spec.z,
-                                  spec.z + 1, 0, m_channels.count, type, values)
-            : m_input->read_scanlines(0, 0, top, bottom, spec.z, 0, m_channels.count, type, values);
+            ? m_input->read_tiles(std::max(m_number, 0), 0, spec.x, spec.x + spec.width, top,
+                                  bottom, spec.z, spec.z + 1, 0, m_channels.count, type, values)
+            : m_input->read_scanlines(std::max(m_number, 0), 0, top, bottom, spec.z, 0,
+                                      m_channels.count, type, values);
     if (!isRead || m_input->has_error()) throw unreadable(m_file, m_input->geterror());
 }
 

@@ -40,7 +40,11 @@ class PictureReader {
 public:
     /// Opens the file and reads its header. Throws an input error for a file that is not there, no
     /// picture, of no size, or of a side beyond the host's 32767 pixels.
-    explicit PictureReader(std::filesystem::path const& file);
+    explicit PictureReader(std::filesystem::path const& file) : PictureReader(file, -1) {}
+    /// The picture of that number in a file of many, from 0, such as a movie's frame.
+    PictureReader(std::filesystem::path const& file, int number);
+    /// How many pictures a file tells that it holds.
+    static int countOf(std::filesystem::path const& file);
 
     /// Of the display window.
     int width() const { return m_width; }
@@ -92,6 +96,7 @@ private:
     std::vector<std::string> m_warnings;
     ChannelMap m_channels{};
     bool m_isAssociated = false;  ///< colour is stored times alpha
+    int m_number = -1;            ///< of the picture, below 0 for the file's first one
 };
 
 }  // namespace zelk

@@ -254,6 +254,10 @@ void checkTarget(fs::path const& target, bool noClobber) {
                                             "-", "a file, which is renamed into place when whole"});
     }
     makeWriter(target);
+    checkPlace(target, noClobber);
+}
+
+void checkPlace(fs::path const& target, bool noClobber) {
     std::error_code fault;
     if (noClobber && fs::exists(fs::symlink_status(target, fault)))
         throw unwritable(target, kIsThere);

@@ -166,6 +166,7 @@ void Progress::tell(int frame, std::string const& message) {
             return m_screen.write(jsonLine(line));
         }
         default:
+            if (isFailed) m_screen.write(fmt::format("{} failed: {}\n", place, message));
             return;
     }
 }

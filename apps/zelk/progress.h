@@ -4,7 +4,7 @@
 //   plain   a line a frame:      1003 (3/60) 12.3 frames/s
 //   json    a line a frame:      {"event":"frame","frame":1003,"index":3,"count":60,"seconds":0.31}
 //
-// Failures and warnings are told at once in all three; warnings without progress too. Speed is the
+// Failures and warnings are told at once, without progress too. Speed is the
 // mean over the last 16 frames.
 #pragma once
 

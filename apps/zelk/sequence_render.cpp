@@ -14,6 +14,8 @@
 #include "apps/zelk/memory_budget.h"
 #include "apps/zelk/memory_road.h"
 #include "apps/zelk/module_road.h"
+#include "apps/zelk/movie_writer.h"
+#include "apps/zelk/numbers.h"
 #include "apps/zelk/params_command.h"
 #include "apps/zelk/picture_reader.h"
 #include "apps/zelk/picture_writer.h"
@@ -39,27 +41,61 @@ bool isPattern(fs::path const& name) {
     return !onDisk(name) && SequenceName(name.string()).isSequence();
 }
 
-/// One of the inputs: a numbered one, or the same picture for all frames.
+bool isMovieInput(fs::path const& name) {
+    constexpr char const* kMovies[] = {".mov", ".mp4",  ".mkv", ".m4v",
+                                       ".avi", ".webm", ".mxf", ".mpg"};
+    std::string const extension = lowered(name.extension().string());
+    return std::find(std::begin(kMovies), std::end(kMovies), extension) != std::end(kMovies);
+}
+
+/// A picture file, or one picture of a movie.
+struct InputPicture {
+    fs::path file;
+    int number = -1;  ///< in a movie, from 0
+
+    std::string name() const {
+        return number < 0 ? file.string() : fmt::format("{} picture {}", file.string(), number);
+    }
+};
+
+/// One of the inputs: a numbered one, a movie, whose first picture is the first frame's, or the
+/// same picture for all frames.
 class InputFiles {
 public:
     InputFiles(fs::path const& name, MissingInput missing) : m_name(name), m_missing(missing) {
+        if (isMovieInput(name)) m_movieFrames = PictureReader::countOf(name);
         if (!isPattern(name)) return;
         m_pattern.emplace(name.string());
         if (missing == MissingInput::kHold) m_there = framesOnDisk(*m_pattern);
     }
-    bool isNumbered() const { return m_pattern.has_value(); }
-    std::vector<int> framesThere() const { return framesOnDisk(*m_pattern); }
-    fs::path ownPath(int frame) const { return m_pattern ? m_pattern->pathOf(frame) : m_name; }
-    bool isThere(int frame) const { return onDisk(ownPath(frame)); }
+    bool isNumbered() const { return m_pattern || m_movieFrames > 0; }
+    std::vector<int> framesThere(int firstFrame) const {
+        if (m_pattern) return framesOnDisk(*m_pattern);
+        std::vector<int> frames(static_cast<std::size_t>(m_movieFrames));
+        std::iota(frames.begin(), frames.end(), firstFrame);
+        return frames;
+    }
+    /// The frame number of a movie's first picture.
+    void startAt(int frame) { m_firstFrame = frame; }
+    InputPicture own(int frame) const {
+        if (m_movieFrames > 0) return {m_name, frame - m_firstFrame};
+        return {m_pattern ? m_pattern->pathOf(frame) : m_name};
+    }
+    bool isThere(int frame) const {
+        if (m_movieFrames > 0) return frame >= m_firstFrame && frame - m_firstFrame < m_movieFrames;
+        return onDisk(own(frame).file);
+    }
 
     /// The file that stands for a frame; nothing for a black one.
-    std::optional<fs::path> pathOf(int frame) const {
-        fs::path const own = ownPath(frame);
-        if (onDisk(own)) return own;
+    std::optional<InputPicture> pictureOf(int frame) const {
+        if (isThere(frame)) return own(frame);
         if (m_missing == MissingInput::kBlack) return std::nullopt;
-        if (m_missing != MissingInput::kHold || m_there.empty()) return own;
+        if (m_missing != MissingInput::kHold) return own(frame);
+        if (m_movieFrames > 0)
+            return own(std::clamp(frame, m_firstFrame, m_firstFrame + m_movieFrames - 1));
+        if (m_there.empty()) return own(frame);
         auto const after = std::upper_bound(m_there.begin(), m_there.end(), frame);
-        return m_pattern->pathOf(after == m_there.begin() ? *after : *(after - 1));
+        return own(after == m_there.begin() ? *after : *(after - 1));
     }
 
 private:
@@ -67,19 +103,23 @@ private:
     MissingInput m_missing;
     std::optional<SequenceName> m_pattern;
     std::vector<int> m_there;
+    int m_movieFrames = 0, m_firstFrame = 0;
 };
 
 struct Files {
     explicit Files(RenderRequest const& request)
         : layer(request.layer, request.missing), output(request.output.string()) {
         if (request.plate) plate.emplace(*request.plate, request.missing);
+        int const first = request.project ? request.project->comp.startFrame : 1;
+        layer.startAt(first);
+        if (plate) plate->startAt(first);
     }
     /// Whether a frame's inputs are there, or something stands for them.
     bool isReadable(int frame) const {
         return layer.isThere(frame) && (!plate || plate->isThere(frame));
     }
-    fs::path missingOf(int frame) const {
-        return layer.isThere(frame) ? plate->ownPath(frame) : layer.ownPath(frame);
+    std::string missingOf(int frame) const {
+        return (layer.isThere(frame) ? *plate : layer).own(frame).name();
     }
 
     InputFiles layer;
@@ -94,11 +134,16 @@ struct Schedule {
     std::optional<int> missingFrame;  ///< before which the run ends
 };
 
+/// Of the composition; a movie's first picture is this frame.
+int firstFrameOf(RenderRequest const& request) {
+    return request.project ? request.project->comp.startFrame : 1;
+}
+
 std::vector<int> framesAsked(RenderRequest const& request, Files const& files) {
     if (request.frames) return parseFrameRange("--frames", *request.frames);
     for (InputFiles const* input : {&files.layer, files.plate ? &*files.plate : nullptr}) {
         if (!input || !input->isNumbered()) continue;
-        std::vector<int> frames = input->framesThere();
+        std::vector<int> frames = input->framesThere(firstFrameOf(request));
         if (!frames.empty()) return frames;
         throw UserError(ExitCode::kInput, {request.layer.string(), "no frames on disk of",
                                            request.layer.string(), "numbered pictures"});
@@ -114,13 +159,14 @@ std::vector<int> framesAsked(RenderRequest const& request, Files const& files) {
 
 Schedule scheduleOf(RenderRequest const& request, Files const& files) {
     std::vector<int> const asked = framesAsked(request, files);
-    if (asked.size() > 1 && !files.output.isSequence())
+    if (asked.size() > 1 && !files.output.isSequence() && !isMovieName(request.output))
         throw UserError(ExitCode::kUsage,
                         {"--output", "the same file for every frame:", request.output.string(),
                          "a frame mark such as out.%04d.exr"});
     Schedule schedule;
     for (int const frame : asked) {
-        bool const isWritten = request.skipExisting && onDisk(files.output.pathOf(frame));
+        bool const isWritten = request.skipExisting && !isMovieName(request.output) &&
+                               onDisk(files.output.pathOf(frame));
         bool const isLeftOut = request.missing == MissingInput::kSkip && !files.isReadable(frame);
         if (isWritten || isLeftOut) {
             ++schedule.skipped;
@@ -180,8 +226,8 @@ public:
     LoadedFrame load(int frame) {
         LoadedFrame loaded;
         PictureTraits layer, plate;
-        loaded.layer = loadLayer(m_files.layer.pathOf(frame), layer);
-        if (m_files.plate) loaded.plate = loadPlate(m_files.plate->pathOf(frame), plate);
+        loaded.layer = loadLayer(m_files.layer.pictureOf(frame), layer);
+        if (m_files.plate) loaded.plate = loadPlate(m_files.plate->pictureOf(frame), plate);
         loaded.file = isModule()
                           ? ownFrameOutput(m_request, layer, marginOf(m_host.parameters(), m_ask))
                           : outputOf(m_request, layer, m_files.plate ? &plate : nullptr);
@@ -203,11 +249,19 @@ public:
     }
 
     void store(int frame, RenderedFrame rendered) {
+        if (isMovieName(m_request.output)) return storeInMovie(rendered);
         WriteRequest ask = std::move(rendered.file);
         ask.keepMetadata = m_request.keepMetadata;
         ask.noClobber = m_request.noClobber;
         ask.history = m_request.history;
         m_warnings.add(writePicture(rendered.picture, m_files.output.pathOf(frame), ask).warnings);
+    }
+
+    /// After the last frame of a movie.
+    void finishMovie() {
+        if (!m_movie) return;
+        std::string const warning = m_movie->finish(!m_request.noClobber);
+        if (!warning.empty()) m_warnings.add({warning});
     }
 
     Warnings& warnings() { return m_warnings; }
@@ -223,19 +277,26 @@ public:
 private:
     bool isModule() const { return m_request.road == Road::kModule; }
 
+    void storeInMovie(RenderedFrame const& rendered) {
+        World const& picture = rendered.picture;
+        if (!m_movie)
+            m_movie.emplace(m_request.output, picture.width(), picture.height(), m_comp.timeBase);
+        m_movie->add(picture, rendered.file.form);
+    }
+
     /// Of the first frame that can be opened; all others must agree.
     void readSizes(std::vector<int> const& frames) {
         auto const first = [&frames](InputFiles const& files) {
             for (int const frame : frames) {
-                auto const path = files.pathOf(frame);
-                if (!path || !onDisk(*path)) continue;
+                auto const picture = files.pictureOf(frame);
+                if (!picture || !onDisk(picture->file)) continue;
                 try {
-                    return PictureReader(*path);
+                    return PictureReader(picture->file, picture->number);
                 } catch (UserError const&) {
                     // Its own frame will fail; the others need a size all the same.
                 }
             }
-            return PictureReader(files.ownPath(frames.front()));
+            return PictureReader(files.own(frames.front()).file);
         };
         PictureReader const layer = first(m_files.layer);
         m_layerSize = {layer.width(), layer.height()};
@@ -248,14 +309,14 @@ private:
         m_plateTraits = plate.traits();
     }
 
-    void requireSize(fs::path const& file, PictureReader const& picture, PixelSize size) const {
+    void requireSize(InputPicture const& file, PictureReader const& picture, PixelSize size) const {
         if (picture.width() == size.width && picture.height() == size.height) return;
-        throw UserError(ExitCode::kInput, {file.string(), "another size than the first frame's:",
+        throw UserError(ExitCode::kInput, {file.name(), "another size than the first frame's:",
                                            fmt::format("{}x{}", picture.width(), picture.height()),
                                            fmt::format("{}x{}", size.width, size.height)});
     }
 
-    World loadLayer(std::optional<fs::path> const& file, PictureTraits& traits) {
+    World loadLayer(std::optional<InputPicture> const& file, PictureTraits& traits) {
         traits = m_layerTraits;
         if (!file) {
             int const n = isModule() ? m_ask.downsample : 1;
@@ -263,14 +324,14 @@ private:
             return isModule() ? World(m_host.worldSpec(size.width, size.height, m_ask.depth))
                               : World({size.width, size.height, Depth::kFloat});
         }
-        PictureReader picture(*file);
+        PictureReader picture(file->file, file->number);
         requireSize(*file, picture, m_layerSize);
         traits = picture.traits();
         m_warnings.add(picture.warnings());
         return isModule() ? readLayer(m_host, picture, m_ask) : readAssociatedWorld(picture);
     }
 
-    World loadPlate(std::optional<fs::path> const& file, PictureTraits& traits) {
+    World loadPlate(std::optional<InputPicture> const& file, PictureTraits& traits) {
         traits = m_plateTraits;
         if (!file) {
             World black({m_frameSize.width, m_frameSize.height, Depth::kFloat});
@@ -278,7 +339,7 @@ private:
                 for (int x = 0; x < black.width(); ++x) black.rowAs<float>(y)[4 * x] = 1;
             return black;
         }
-        PictureReader picture(*file);
+        PictureReader picture(file->file, file->number);
         requireSize(*file, picture, m_frameSize);
         traits = picture.traits();
         m_warnings.add(picture.warnings());
@@ -293,14 +354,15 @@ private:
     PictureTraits m_layerTraits, m_plateTraits;
     ModuleRender m_ask;
     Warnings m_warnings;
+    std::optional<MovieWriter> m_movie;
 };
 
 void tellPlan(RenderRequest const& request, Files const& files, Schedule const& schedule) {
     std::string text;
     for (int const frame : schedule.frames) {
         auto const named = [frame](InputFiles const& input) {
-            auto const path = input.pathOf(frame);
-            return path ? path->string() : std::string("black");
+            auto const picture = input.pictureOf(frame);
+            return picture ? picture->name() : std::string("black");
         };
         text += fmt::format("{}: read {}", frame, named(files.layer));
         if (files.plate) text += fmt::format(", over {}", named(*files.plate));
@@ -324,18 +386,21 @@ void checkMemory(SequenceRenderer const& renderer, RenderRequest const& request)
          fmt::format("{} MB to be free, or fewer frames", need / 1'000'000)});
 }
 
-std::string summaryOf(PipelineResult const& result, Schedule const& schedule) {
-    std::string text = fmt::format("{} frames written", result.done.size());
+std::string summaryOf(PipelineResult const& result, Schedule const& schedule, bool isMovie) {
+    bool const isLost = isMovie && (result.isStopped || !result.failed.empty());
+    std::string text =
+        isLost ? "no movie written" : fmt::format("{} frames written", result.done.size());
     if (schedule.skipped) text += fmt::format(", {} skipped", schedule.skipped);
     if (!result.failed.empty()) text += fmt::format(", {} failed", result.failed.size());
     if (result.isStopped) text += ", interrupted";
     return text;
 }
 
-ExitCode codeOf(PipelineResult const& result) {
+ExitCode codeOf(PipelineResult const& result, bool isMovie) {
     if (result.isStopped) return ExitCode::kInterrupted;
     if (result.failed.empty()) return ExitCode::kDone;
-    return result.done.empty() ? result.failed.front().code : ExitCode::kSomeFailed;
+    bool const isAnyWritten = !isMovie && !result.done.empty();
+    return isAnyWritten ? ExitCode::kSomeFailed : result.failed.front().code;
 }
 
 PipelineResult runStages(SequenceRenderer& renderer, RenderRequest const& request,
@@ -345,6 +410,7 @@ PipelineResult runStages(SequenceRenderer& renderer, RenderRequest const& reques
     PipelineOptions options;
     options.inFlight = static_cast<std::size_t>(request.inFlight);
     options.stop = &InterruptFlag::flag();
+    options.stopAtFirstFailure = isMovieName(request.output);  // a movie can't have holes
     auto const report = [&](int frame, std::size_t, FrameFailure const* failure) {
         if (failure)
             progress.failed(frame, failure->message);
@@ -356,6 +422,10 @@ PipelineResult runStages(SequenceRenderer& renderer, RenderRequest const& reques
         frames, options, [&](int frame) { return renderer.load(frame); },
         [&](int frame, LoadedFrame&& loaded) { return renderer.render(frame, std::move(loaded)); },
         [&](int frame, RenderedFrame&& done) { renderer.store(frame, std::move(done)); }, report);
+    if (!result.isStopped && result.failed.empty()) {
+        renderer.finishMovie();
+        for (std::string const& warning : renderer.warnings().take()) progress.warning(warning);
+    }
     progress.end(result.isStopped);
     return result;
 }
@@ -364,7 +434,8 @@ PipelineResult runStages(SequenceRenderer& renderer, RenderRequest const& reques
 
 bool isSequence(RenderRequest const& request) {
     return request.frames || isPattern(request.layer) ||
-           (request.plate && isPattern(*request.plate)) || isPattern(request.output);
+           (request.plate && (isPattern(*request.plate) || isMovieInput(*request.plate))) ||
+           isPattern(request.output) || isMovieInput(request.layer) || isMovieName(request.output);
 }
 
 ExitCode renderSequence(RenderRequest const& request) {
@@ -379,9 +450,14 @@ ExitCode renderSequence(RenderRequest const& request) {
         tellPlan(request, files, schedule);
         return ExitCode::kDone;
     }
+    bool const isMovie = isMovieName(request.output);
     PipelineResult result;
     if (!schedule.frames.empty()) {
-        checkTarget(files.output.pathOf(schedule.frames.front()), request.noClobber);
+        fs::path const target = files.output.pathOf(schedule.frames.front());
+        if (isMovie)
+            checkPlace(target, request.noClobber);
+        else
+            checkTarget(target, request.noClobber);
         useThreads(request.threads);
         auto const [first, last] =
             std::minmax_element(schedule.frames.begin(), schedule.frames.end());
@@ -390,15 +466,15 @@ ExitCode renderSequence(RenderRequest const& request) {
         checkMemory(renderer, request);
         result = runStages(renderer, request, schedule.frames);
     }
-    std::string const summary = summaryOf(result, schedule);
+    std::string const summary = summaryOf(result, schedule, isMovie);
     if (schedule.missingFrame && !result.isStopped) {
-        fs::path const missing = files.missingOf(*schedule.missingFrame);
-        throw UserError(ExitCode::kInput, {missing.string(), "no such file", missing.string(),
+        std::string const missing = files.missingOf(*schedule.missingFrame);
+        throw UserError(ExitCode::kInput, {missing, "no such file", missing,
                                            "a picture, or --missing (" + summary + ")"});
     }
     if (request.progress != ProgressMode::kNone && request.progress != ProgressMode::kJson)
         std::fprintf(stderr, "zelk: %s\n", summary.c_str());
-    return codeOf(result);
+    return codeOf(result, isMovie);
 }
 
 }  // namespace zelk

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdint>
+#include <cstdlib>
 
 #include "tests/apps/zelk_process.h"
 
@@ -168,6 +170,42 @@ TEST_F(Sequence, TellsWithoutRendering) {
         EXPECT_NE(outcome.err.find(w.told), std::string::npos) << outcome.err;
         EXPECT_EQ(countOf("out"), 0);
     }
+}
+
+// A stand-in for the program: it keeps what comes through the pipe, or fails with words.
+TEST_F(Sequence, AMovieIsPipedAndTakesItsPlaceWhole) {
+    std::string const path = std::getenv("PATH");
+    auto const program = [&](std::string const& body) {
+        std::filesystem::create_directory(at("bin"));
+        put("bin/ffmpeg", "#!/bin/sh\n" + body);
+        std::filesystem::permissions(at("bin/ffmpeg"), std::filesystem::perms::owner_all);
+        ::setenv("PATH", (at("bin").string() + ":" + path).c_str(), 1);
+    };
+    put("m.mov", "earlier");
+    program("cat > /dev/null; echo no such codec >&2; exit 1");
+    Outcome outcome = project({"-o", "m.mov", "--progress", "none"});
+    EXPECT_EQ(outcome.exitCode, 4);
+    EXPECT_NE(outcome.err.find("no such codec"), std::string::npos) << outcome.err;
+    EXPECT_EQ(bytesOf("m.mov"), "earlier");
+
+    program("for last; do :; done; cat > \"$last\"");
+    outcome = project({"-o", "m.mov", "--frames", "1002-1004", "--progress", "none"});
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+    std::string const movie = bytesOf("m.mov");
+    ASSERT_EQ(movie.size(), 3u * 40 * 30 * 8);
+    Outcome const frames = project({"--frames", "1003", "--progress", "none"});
+    auto const still = frame("out", 1003);
+    auto const* words = reinterpret_cast<std::uint16_t const*>(movie.data()) + 40 * 30 * 4;
+    for (std::size_t i = 0; i < 40 * 30; ++i)
+        for (std::size_t c = 0; c < 3; ++c)
+            ASSERT_NEAR(words[4 * i + c], 65535 * still.values[3 * i + c], 0.51) << i;
+
+    ::setenv("PATH", "/nowhere", 1);
+    outcome = project({"-o", "n.mp4", "--progress", "none"});
+    ::setenv("PATH", path.c_str(), 1);
+    EXPECT_EQ(outcome.exitCode, 4);
+    EXPECT_NE(outcome.err.find("the package ffmpeg"), std::string::npos) << outcome.err;
+    EXPECT_EQ(countOf("n"), 0);
 }
 
 }  // namespace

@@ -249,7 +249,7 @@ TEST(Progress, TellsEachFrame) {
 {"event":"frame","frame":1003,"index":3,"count":3,"seconds":2.0}
 {"event":"done","index":3,"count":3,"seconds":2.0,"failed":1,"stopped":false}
 )");
-    EXPECT_EQ(told(ProgressMode::kNone, true, 80), "");
+    EXPECT_EQ(told(ProgressMode::kNone, true, 80), "1002 (2/3) failed: a\xFF \"b\"\n");
     std::string last;
     double now = 0, step = 1;
     Progress progress(ProgressMode::kPlain, 40,

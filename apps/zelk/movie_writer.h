@@ -1,0 +1,57 @@
+// A movie file, written by the `ffmpeg` program from raw frames of 16 bits a channel.
+//
+//   .mov   ProRes 4444, straight alpha      .mkv   FFV1, 16 bits, straight alpha, lossless
+//   .mp4   H.264 4:2:0, over black
+//
+// Frames go through a pipe; the file stands beside its target until it is whole.
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "apps/zelk/errors.h"
+#include "apps/zelk/picture_reader.h"
+#include "apps/zelk/temporary_file.h"
+#include "hostkit/time_base.h"
+
+namespace zelk {
+
+/// By the extension: .mov, .mp4, .mkv.
+bool isMovieName(std::filesystem::path const& file);
+
+class MovieWriter {
+public:
+    /// Starts the program. Throws an output error where there is none, naming the package.
+    MovieWriter(std::filesystem::path const& target, int width, int height,
+                TimeBase const& timeBase);
+    /// Ends the program and removes the file, unless finish put it in place.
+    ~MovieWriter();
+    MovieWriter(MovieWriter const&) = delete;
+    MovieWriter& operator=(MovieWriter const&) = delete;
+
+    /// One frame more, of the movie's size. Throws an output error with the program's own words.
+    void add(World const& picture, AlphaForm form);
+    /// Waits for the program and puts the file in place. The answer is a warning or empty. Throws
+    /// an output error; what stood at the target is then as it was.
+    std::string finish(bool mayReplace);
+
+private:
+    UserError failure();
+    void endProgram();
+
+    std::filesystem::path m_target;
+    TemporaryFile m_file;
+    int m_width, m_height;
+    bool m_keepsAlpha;
+    bool m_sawTransparency = false;
+    int m_pipe = -1;   ///< where frames go
+    int m_words = -1;  ///< what the program said
+    pid_t m_program = -1;
+    std::vector<std::uint16_t> m_row;
+};
+
+}  // namespace zelk
