@@ -12,6 +12,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
+#include <sstream>
 #include <utility>
 
 #include "apps/zelk/channel_values.h"
@@ -82,6 +84,12 @@ std::vector<std::string> programWords(Container const& container, fs::path const
     return words;
 }
 
+UserError noProgram(fs::path const& target) {
+    return {ExitCode::kOutput,
+            {target.string(), "a movie is written by a program that is not there:", "ffmpeg",
+             "the package ffmpeg to be installed"}};
+}
+
 /// A stored value from 0 to 1 as 16 bits, to nearest.
 std::uint16_t deep(float unit) {
     return static_cast<std::uint16_t>(std::clamp(unit, 0.0f, 1.0f) * 65535.0f + 0.5f);
@@ -90,6 +98,14 @@ std::uint16_t deep(float unit) {
 }  // namespace
 
 bool isMovieName(fs::path const& file) { return containerOf(file) != nullptr; }
+
+void requireMovieProgram(fs::path const& target) {
+    char const* const path = std::getenv("PATH");
+    std::istringstream folders(path ? path : "");
+    for (std::string folder; std::getline(folders, folder, ':');)
+        if (::access((fs::path(folder) / "ffmpeg").c_str(), X_OK) == 0) return;
+    throw noProgram(target);
+}
 
 MovieWriter::MovieWriter(fs::path const& target, int width, int height, TimeBase const& timeBase)
     : m_target(target),
@@ -130,9 +146,7 @@ MovieWriter::MovieWriter(fs::path const& target, int width, int height, TimeBase
     if (fault == 0) return;
     m_program = -1;
     endProgram();
-    throw UserError(ExitCode::kOutput,
-                    {target.string(), "a movie is written by a program that can't be started:",
-                     "ffmpeg", "the package ffmpeg to be installed"});
+    throw noProgram(target);
 }
 
 MovieWriter::~MovieWriter() { endProgram(); }

@@ -23,6 +23,9 @@ namespace zelk {
 /// By the extension: .mov, .mp4, .mkv.
 bool isMovieName(std::filesystem::path const& file);
 
+/// Throws an output error about `target` where there is no `ffmpeg`, naming the package.
+void requireMovieProgram(std::filesystem::path const& target);
+
 class MovieWriter {
 public:
     /// Starts the program. Throws an output error where there is none, naming the package.

@@ -136,9 +136,9 @@ PictureReader::PictureReader(std::filesystem::path const& file, int number)
     if (format == "jpeg") turnAspect(m_traits.metadata);
     m_traits.originX = window.left;
     m_traits.originY = window.top;
-    // JPEG 2000 is read straight when asked, as it is here, but doesn't say so.
-    bool const isStraight =
-        spec.get_int_attribute("oiio:UnassociatedAlpha") != 0 || format == "jpeg2000";
+    // JPEG 2000 is read straight when asked, as it is here, and movies are, but don't say so.
+    bool const isStraight = spec.get_int_attribute("oiio:UnassociatedAlpha") != 0 ||
+                            format == "jpeg2000" || format == "FFmpeg movie";
     m_isAssociated = m_channels.alpha >= 0 && !isStraight;
     m_traits.isAssociated = m_isAssociated;
     noteWarnings();

@@ -112,7 +112,11 @@ void applyRequest(RenderRequest const& request, std::vector<Parameter>& paramete
 void setParameters(RenderRequest const& request, Host& host, PixelSize layer, PixelSize frame) {
     host.resetParameters(frame.width, frame.height);
     if (request.road == Road::kMemory) setPins(host.parameters(), kFromPins, wholePicture(layer));
-    if (request.project) applyProject(*request.project, host.parameters());
+    if (request.project) {
+        Project project = *request.project;  // keys lie at frames, whatever the rate
+        project.comp.timeBase = request.rate.value_or(project.comp.timeBase);
+        applyProject(project, host.parameters());
+    }
     applyRequest(request, host.parameters());
 }
 

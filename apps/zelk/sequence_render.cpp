@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <map>
 #include <mutex>
 #include <numeric>
 #include <set>
@@ -54,7 +55,7 @@ struct InputPicture {
     int number = -1;  ///< in a movie, from 0
 
     std::string name() const {
-        return number < 0 ? file.string() : fmt::format("{} picture {}", file.string(), number);
+        return number < 0 ? file.string() : fmt::format("{} picture {}", file.string(), number + 1);
     }
 };
 
@@ -68,6 +69,7 @@ public:
         m_pattern.emplace(name.string());
         if (missing == MissingInput::kHold) m_there = framesOnDisk(*m_pattern);
     }
+    std::string name() const { return m_name.string(); }
     bool isNumbered() const { return m_pattern || m_movieFrames > 0; }
     std::vector<int> framesThere(int firstFrame) const {
         if (m_pattern) return framesOnDisk(*m_pattern);
@@ -106,11 +108,20 @@ private:
     int m_movieFrames = 0, m_firstFrame = 0;
 };
 
+/// Of the composition, which a movie's first picture is: the project's, else the least of the
+/// range.
+int firstFrameOf(RenderRequest const& request) {
+    if (request.project) return request.project->comp.startFrame;
+    if (!request.frames) return 1;
+    std::vector<int> const frames = parseFrameRange("--frames", *request.frames);
+    return *std::min_element(frames.begin(), frames.end());
+}
+
 struct Files {
     explicit Files(RenderRequest const& request)
         : layer(request.layer, request.missing), output(request.output.string()) {
         if (request.plate) plate.emplace(*request.plate, request.missing);
-        int const first = request.project ? request.project->comp.startFrame : 1;
+        int const first = firstFrameOf(request);
         layer.startAt(first);
         if (plate) plate->startAt(first);
     }
@@ -134,19 +145,15 @@ struct Schedule {
     std::optional<int> missingFrame;  ///< before which the run ends
 };
 
-/// Of the composition; a movie's first picture is this frame.
-int firstFrameOf(RenderRequest const& request) {
-    return request.project ? request.project->comp.startFrame : 1;
-}
-
 std::vector<int> framesAsked(RenderRequest const& request, Files const& files) {
     if (request.frames) return parseFrameRange("--frames", *request.frames);
     for (InputFiles const* input : {&files.layer, files.plate ? &*files.plate : nullptr}) {
         if (!input || !input->isNumbered()) continue;
         std::vector<int> frames = input->framesThere(firstFrameOf(request));
         if (!frames.empty()) return frames;
-        throw UserError(ExitCode::kInput, {request.layer.string(), "no frames on disk of",
-                                           request.layer.string(), "numbered pictures"});
+        std::string const name = input->name();
+        throw UserError(ExitCode::kInput,
+                        {name, "no frames on disk of", name, "numbered pictures"});
     }
     if (!request.project)
         throw UserError(ExitCode::kUsage,
@@ -186,6 +193,7 @@ struct LoadedFrame {
     World layer;
     std::optional<World> plate;
     WriteRequest file;
+    ModuleRender ask;  ///< on the module road; each file has its own depth
 };
 struct RenderedFrame {
     World picture;
@@ -226,11 +234,11 @@ public:
     LoadedFrame load(int frame) {
         LoadedFrame loaded;
         PictureTraits layer, plate;
-        loaded.layer = loadLayer(m_files.layer.pictureOf(frame), layer);
+        loaded.layer = loadLayer(m_files.layer.pictureOf(frame), layer, loaded.ask);
         if (m_files.plate) loaded.plate = loadPlate(m_files.plate->pictureOf(frame), plate);
-        loaded.file = isModule()
-                          ? ownFrameOutput(m_request, layer, marginOf(m_host.parameters(), m_ask))
-                          : outputOf(m_request, layer, m_files.plate ? &plate : nullptr);
+        loaded.file =
+            isModule() ? ownFrameOutput(m_request, layer, marginOf(m_host.parameters(), loaded.ask))
+                       : outputOf(m_request, layer, m_files.plate ? &plate : nullptr);
         std::vector<std::string> warnings;
         if (m_files.plate) addColorWarning(m_request, layer, plate, warnings);
         m_warnings.add(warnings);
@@ -240,7 +248,8 @@ public:
     RenderedFrame render(int frame, LoadedFrame loaded) {
         FrameRequest const moment = frameRequest(m_comp, frame);
         if (isModule())
-            return {renderByModule(m_host, std::move(loaded.layer), m_ask, moment), loaded.file};
+            return {renderByModule(m_host, std::move(loaded.layer), loaded.ask, moment),
+                    loaded.file};
         World picture({m_frameSize.width, m_frameSize.height, Depth::kFloat});
         renderInMemory(m_host.parameters(), loaded.layer, picture, moment,
                        m_request.layer.string());
@@ -269,9 +278,11 @@ public:
     /// Bytes that a frame holds on its way, and those of the one that is being rendered.
     std::uint64_t bytesInFlight() const {
         RenderSize size{m_layerSize.width, m_layerSize.height, m_ask.depth, 0, 0, 0};
-        return isModule() ? renderBytes(size)
-                          : frameRenderBytes(m_layerSize.width, m_layerSize.height,
-                                             m_frameSize.width, m_frameSize.height);
+        if (isModule()) return renderBytes(size);
+        std::uint64_t const plate =
+            m_files.plate ? std::uint64_t{16} * m_frameSize.width * m_frameSize.height : 0;
+        return plate + frameRenderBytes(m_layerSize.width, m_layerSize.height, m_frameSize.width,
+                                        m_frameSize.height);
     }
 
 private:
@@ -316,8 +327,10 @@ private:
                                            fmt::format("{}x{}", size.width, size.height)});
     }
 
-    World loadLayer(std::optional<InputPicture> const& file, PictureTraits& traits) {
+    World loadLayer(std::optional<InputPicture> const& file, PictureTraits& traits,
+                    ModuleRender& ask) {
         traits = m_layerTraits;
+        ask = m_ask;
         if (!file) {
             int const n = isModule() ? m_ask.downsample : 1;
             PixelSize const size = {m_layerSize.width / n, m_layerSize.height / n};
@@ -328,7 +341,9 @@ private:
         requireSize(*file, picture, m_layerSize);
         traits = picture.traits();
         m_warnings.add(picture.warnings());
-        return isModule() ? readLayer(m_host, picture, m_ask) : readAssociatedWorld(picture);
+        if (!isModule()) return readAssociatedWorld(picture);
+        ask = moduleRenderOf(m_request, m_host, picture);
+        return readLayer(m_host, picture, ask);
     }
 
     World loadPlate(std::optional<InputPicture> const& file, PictureTraits& traits) {
@@ -357,7 +372,7 @@ private:
     std::optional<MovieWriter> m_movie;
 };
 
-void tellPlan(RenderRequest const& request, Files const& files, Schedule const& schedule) {
+void tellPlan(Files const& files, Schedule const& schedule) {
     std::string text;
     for (int const frame : schedule.frames) {
         auto const named = [frame](InputFiles const& input) {
@@ -372,13 +387,47 @@ void tellPlan(RenderRequest const& request, Files const& files, Schedule const& 
     }
     text +=
         fmt::format("{} frames to render, {} skipped\n", schedule.frames.size(), schedule.skipped);
-    std::fwrite(text.data(), 1, text.size(), stdout);
-    (void)request;
+    if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() || std::fflush(stdout))
+        throw UserError(ExitCode::kOutput, {"standard output", "cannot be written:", "write failed",
+                                            "an open output"});
 }
 
-void checkMemory(SequenceRenderer const& renderer, RenderRequest const& request) {
+/// A frame's file must not be what another frame reads: which of them comes first is chance.
+void checkOutputsAreNoInputs(Files const& files, std::vector<int> const& frames) {
+    std::map<fs::path, int> outputs;
+    auto const keyOf = [](fs::path const& path) {
+        std::error_code fault;
+        return fs::weakly_canonical(path, fault);
+    };
+    for (int const frame : frames) outputs[keyOf(files.output.pathOf(frame))] = frame;
+    auto const check = [&](InputFiles const& input, int frame) {
+        auto const picture = input.pictureOf(frame);
+        if (!picture) return;
+        auto const found = outputs.find(keyOf(picture->file));
+        if (found == outputs.end() || (found->second == frame && frames.size() == 1)) return;
+        if (found->second == frame && input.isNumbered()) return;
+        throw UserError(ExitCode::kUsage,
+                        {"--output", "would replace a picture that other frames read:",
+                         picture->file.string(), "other names than the inputs'"});
+    };
+    for (int const frame : frames) {
+        check(files.layer, frame);
+        if (files.plate) check(*files.plate, frame);
+    }
+}
+
+void checkMovie(RenderRequest const& request) {
+    if (request.skipExisting)
+        throw UserError(ExitCode::kUsage, {"--skip-existing", "a movie can't be gone on with:",
+                                           request.output.string(), "numbered pictures"});
+    checkPlace(request.output, request.noClobber);
+    requireMovieProgram(request.output);
+}
+
+void checkMemory(SequenceRenderer const& renderer, RenderRequest const& request,
+                 std::size_t frames) {
     std::uint64_t const need =
-        renderer.bytesInFlight() * static_cast<std::uint64_t>(request.inFlight);
+        renderer.bytesInFlight() * std::min<std::uint64_t>(request.inFlight, frames);
     if (need <= availableBytes()) return;
     throw UserError(
         ExitCode::kInput,
@@ -435,7 +484,8 @@ PipelineResult runStages(SequenceRenderer& renderer, RenderRequest const& reques
 bool isSequence(RenderRequest const& request) {
     return request.frames || isPattern(request.layer) ||
            (request.plate && (isPattern(*request.plate) || isMovieInput(*request.plate))) ||
-           isPattern(request.output) || isMovieInput(request.layer) || isMovieName(request.output);
+           (request.project && isPattern(request.output)) || isMovieInput(request.layer) ||
+           isMovieName(request.output);
 }
 
 ExitCode renderSequence(RenderRequest const& request) {
@@ -447,23 +497,24 @@ ExitCode renderSequence(RenderRequest const& request) {
     Files const files(request);
     Schedule const schedule = scheduleOf(request, files);
     if (request.dryRun) {
-        tellPlan(request, files, schedule);
+        tellPlan(files, schedule);
         return ExitCode::kDone;
     }
     bool const isMovie = isMovieName(request.output);
     PipelineResult result;
+    if (schedule.frames.empty()) Progress(request.progress, 0, standardErrorScreen()).end(false);
     if (!schedule.frames.empty()) {
-        fs::path const target = files.output.pathOf(schedule.frames.front());
         if (isMovie)
-            checkPlace(target, request.noClobber);
+            checkMovie(request);
         else
-            checkTarget(target, request.noClobber);
+            checkTarget(files.output.pathOf(schedule.frames.front()), request.noClobber);
+        checkOutputsAreNoInputs(files, schedule.frames);
         useThreads(request.threads);
         auto const [first, last] =
             std::minmax_element(schedule.frames.begin(), schedule.frames.end());
         SequenceRenderer renderer(request, files, *host, compOf(request, *first, *last),
                                   schedule.frames);
-        checkMemory(renderer, request);
+        checkMemory(renderer, request, schedule.frames.size());
         result = runStages(renderer, request, schedule.frames);
     }
     std::string const summary = summaryOf(result, schedule, isMovie);

@@ -100,6 +100,24 @@ TEST_F(Sequence, BothRoadsReadTheSameKeyframesAndShutter) {
     }
 }
 
+// On the module road each frame has its own file's depth.
+TEST_F(Sequence, FilesOfUnlikeDepthsKeepTheirOwn) {
+    writePicture(at("d.1.png"), noise<unsigned char>(16, 12, 4, 1));
+    writePicture(at("d.2.png"), noise<unsigned short>(16, 12, 4, 2));
+    auto const render = [&](char const* frames, std::string const& output) {
+        Outcome const outcome = run({"render", "d.%d.png", "-o", output, "--frames", frames, "--to",
+                                     "1,1 13,2 2,11 14,10", "--progress", "none"});
+        EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+    };
+    render("1-2", "both.%d.png");
+    render("2", "alone.%d.png");
+    EXPECT_EQ(readPicture<unsigned short>(at("both.2.png")),
+              readPicture<unsigned short>(at("alone.2.png")));
+    Outcome const inPlace = run({"render", "d.1.png", "-o", "d.%d.png", "--frames", "1-3"});
+    EXPECT_EQ(inPlace.exitCode, 2);
+    EXPECT_NE(inPlace.err.find("other frames read"), std::string::npos) << inPlace.err;
+}
+
 TEST_F(Sequence, MissingInputsByPolicy) {
     std::filesystem::remove(at("plate.1003.png"));
     struct Case {
