@@ -1,22 +1,18 @@
-// Options, help and checks; see cli_options.h. CLI11 splits the arguments; the values are checked
-// here, so that every error has this program's one form.
+// Options and help; see cli_options.h. CLI11 splits the arguments; cli_checks checks the values, so
+// that every error has this program's one form.
 #include "apps/zelk/cli_options.h"
 
-#include <fmt/format.h>
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
 #include <cctype>
 #include <cstring>
-#include <span>
 #include <string_view>
 
+#include "apps/zelk/cli_checks.h"
 #include "apps/zelk/errors.h"
 #include "apps/zelk/numbers.h"
 #include "apps/zelk/parameter_names.h"
-#include "apps/zelk/project_command.h"
-#include "apps/zelk/project_file.h"
-#include "apps/zelk/sequence_names.h"
 
 namespace zelk {
 
@@ -61,285 +57,9 @@ char const* const kProjectExamples =
     "  zelk project check sign.zelk.json\n"
     "\n";
 
-/// A word of an option and what it stands for.
-template <class T>
-struct Choice {
-    std::string_view word;
-    T value;
-};
-
-constexpr Choice<int> kQualities[] = {{"low", 1}, {"medium", 2}, {"high", 3}, {"super", 4}};
-constexpr Choice<int> kViews[] = {{"original", 1}, {"from", 2}, {"to", 3}, {"both", 4}};
-constexpr Choice<Road> kRoads[] = {{"module", Road::kModule}, {"memory", Road::kMemory}};
-constexpr Choice<Explain> kExplains[] = {{"text", Explain::kText}, {"json", Explain::kJson}};
-constexpr Choice<int> kOverModes[] = {
-    {"normal", PF_Xfer_IN_FRONT},
-    {"behind", PF_Xfer_BEHIND},
-    {"add", PF_Xfer_ADD},
-    {"multiply", PF_Xfer_MULTIPLY},
-    {"screen", PF_Xfer_SCREEN},
-    {"overlay", PF_Xfer_OVERLAY},
-    {"soft-light", PF_Xfer_SOFT_LIGHT},
-    {"hard-light", PF_Xfer_HARD_LIGHT},
-    {"color-dodge", PF_Xfer_COLOR_DODGE},
-    {"color-burn", PF_Xfer_COLOR_BURN},
-    {"darken", PF_Xfer_DARKEN},
-    {"lighten", PF_Xfer_LIGHTEN},
-    {"difference", PF_Xfer_DIFFERENCE},
-    {"exclusion", PF_Xfer_EXCLUSION},
-    {"hue", PF_Xfer_HUE},
-    {"saturation", PF_Xfer_SATURATION},
-    {"color", PF_Xfer_COLOR},
-    {"luminosity", PF_Xfer_LUMINOSITY},
-};
-constexpr Choice<ProgressMode> kProgressModes[] = {{"auto", ProgressMode::kAuto},
-                                                   {"bar", ProgressMode::kBar},
-                                                   {"plain", ProgressMode::kPlain},
-                                                   {"json", ProgressMode::kJson},
-                                                   {"none", ProgressMode::kNone}};
-constexpr Choice<MissingInput> kMissings[] = {{"stop", MissingInput::kStop},
-                                              {"hold", MissingInput::kHold},
-                                              {"skip", MissingInput::kSkip},
-                                              {"black", MissingInput::kBlack}};
-constexpr Choice<Depth> kDepths[] = {
-    {"8", Depth::k8}, {"16", Depth::k16}, {"float", Depth::kFloat}};
-
-template <class T>
-T pick(std::span<Choice<T> const> choices, char const* option, std::string const& word) {
-    std::string all;
-    for (std::size_t i = 0; i < choices.size(); ++i) {
-        if (choices[i].word == lowered(word)) return choices[i].value;
-        all += i == 0 ? "" : i + 1 == choices.size() ? " or " : ", ";
-        all += choices[i].word;
-    }
-    throw UserError(ExitCode::kUsage, {option, "unknown choice", word, all});
-}
-
-template <class T, std::size_t N>
-std::optional<T> pickIfGiven(Choice<T> const (&choices)[N], char const* option,
-                             std::optional<std::string> const& word) {
-    if (!word) return std::nullopt;
-    return pick<T>(choices, option, *word);
-}
-
-HostIdentity hostNamed(std::string const& word) {
-    std::vector<Choice<HostIdentity>> choices;
-    std::vector<std::string> words;
-    for (NamedHost const& host : kKnownHosts) {
-        if (lowered(host.name) == lowered(word)) return host.identity;
-        choices.push_back({host.name, host.identity});
-    }
-    return pick<HostIdentity>(choices, "--host", word);
-}
-
-std::string required(std::optional<std::string> const& value, char const* thing,
-                     char const* expected) {
-    if (value && !value->empty()) return *value;
-    throw UserError(ExitCode::kUsage, {thing, "not given,", value.value_or(""), expected});
-}
-
-ModuleRequest checkedModule(TypedOptions const& typed) {
-    ModuleRequest request;
-    request.module = typed.module ? required(typed.module, "--module", "the effect's module")
-                                  : defaultModule().string();
-    if (typed.host) request.host = hostNamed(*typed.host);
-    return request;
-}
-
-Setting checkedSetting(std::string const& text) {
-    auto const equals = text.find('=');
-    if (equals == std::string::npos) {
-        throw UserError(ExitCode::kUsage, {"--set", "no value in", text, "NAME=VALUE"});
-    }
-    std::string const name(trimmed(std::string_view(text).substr(0, equals)));
-    auto const index = parameterIndex(name);
-    if (!index) {
-        throw UserError(ExitCode::kUsage, {"--set", "unknown parameter", name,
-                                           "a name that `zelk params` lists, such as the near \"" +
-                                               std::string(nearestParameterName(name)) + "\""});
-    }
-    return {*index, "--set " + std::string(kParameterNames[static_cast<std::size_t>(*index)]),
-            text.substr(equals + 1)};
-}
-
-/// A file to read. A picture is read in pieces, so it can't come through a pipe.
-std::string pictureFile(std::optional<std::string> const& name, char const* thing) {
-    std::string const file = required(name, thing, "a picture file");
-    if (file == "-")
-        throw UserError(ExitCode::kInput,
-                        {thing, "standard input can't be read as a picture,", file, "a file"});
-    return file;
-}
-
-PixelSize checkedSize(std::string const& text) {
-    auto const x = text.find_first_of("xX");
-    if (x == std::string::npos)
-        throw UserError(ExitCode::kUsage, {"--size", "not a size", text, "WxH such as 1920x1080"});
-    return {wholeInRange("--size", text.substr(0, x), 1, kLargestPx),
-            wholeInRange("--size", text.substr(x + 1), 1, kLargestPx)};
-}
-
-/// What the effect does only in the layer's own frame, by the smart render protocol.
-void checkFrameOptions(TypedOptions const& typed, RenderRequest const& request) {
-    bool const hasFrame = request.plate || request.frameSize;
-    if (typed.grow)
-        throw UserError(ExitCode::kUsage,
-                        {"--grow",
-                         hasFrame ? "the frame's size is given by --over or --size, not by"
-                                  : "only the effect in a host grows its frame, not the memory "
-                                    "road:",
-                         *typed.grow, "a render of the layer alone"});
-    if (typed.transfer && hasFrame)
-        throw UserError(ExitCode::kUsage,
-                        {"--transfer", "lays the pinned layer over itself in its own frame:",
-                         *typed.transfer, "--mode with --over"});
-    if (request.isPlain)
-        throw UserError(ExitCode::kUsage, {"--plain", "there is no host command on the",
-                                           "memory road", "--road module"});
-}
-
-/// Options that are one parameter each.
-void addParameterOptions(TypedOptions const& typed, RenderRequest& request) {
-    auto const add = [&request](char const* option, int index,
-                                std::optional<std::string> const& value) {
-        if (value) request.settings.push_back({index, option, *value});
-    };
-    add("--transfer", kTransferMode, typed.transfer);
-    add("--source-opacity", kSourceOpacity, typed.sourceOpacity);
-    add("--opacity", kCornerPinOpacity, typed.opacity);
-    add("--grow", kGrowBounds, typed.grow);
-}
-
-/// Which road a render takes, and that its options fit together.
-void checkRoad(TypedOptions const& typed, RenderRequest& request) {
-    bool const hasFrame = request.plate || request.frameSize;
-    request.road = hasFrame ? Road::kMemory : Road::kModule;
-    if (typed.road) request.road = pick<Road>(kRoads, "--road", *typed.road);
-    if (request.plate && request.frameSize)
-        throw UserError(ExitCode::kUsage, {"--size", "the frame has the plate's size already, not",
-                                           *typed.frameSize, "--over or --size alone"});
-    if (hasFrame && request.road == Road::kModule)
-        throw UserError(ExitCode::kUsage, {"--road", "the effect renders a layer in its own frame:",
-                                           *typed.road, "memory with --over or --size"});
-    if (request.road == Road::kModule) return;
-    checkFrameOptions(typed, request);
-    if (request.downsample != 1)
-        throw UserError(ExitCode::kUsage,
-                        {"--downsample", "only a host renders smaller, not the", "memory road",
-                         "1 with --over, --size or --road memory"});
-    if (typed.host)
-        throw UserError(ExitCode::kUsage, {"--host", "there is no host on the memory road,",
-                                           *typed.host, "--road module"});
-}
-
-double checkedNumber(char const* option, std::string_view text, double least, double most) {
-    auto const value = parseNumber(text);
-    if (value && *value >= least && *value <= most) return *value;
-    throw UserError(ExitCode::kUsage,
-                    {option, value ? "out of range:" : "not a number:", std::string(text),
-                     fmt::format("a number from {} to {}", least, most)});
-}
-
-/// ANGLE or ANGLE,PHASE, degrees.
-Shutter checkedShutter(std::string const& text) {
-    Shutter shutter{0, Comp{}.shutterPhaseDeg};
-    auto const comma = text.find(',');
-    shutter.angleDeg = checkedNumber("--shutter", text.substr(0, comma), 0, 720);
-    if (comma != std::string::npos)
-        shutter.phaseDeg = checkedNumber("--shutter", text.substr(comma + 1), -360, 360);
-    return shutter;
-}
-
-TimeBase checkedRate(std::string const& text) {
-    if (auto const rate = rateFromText(text)) return *rate;
-    throw UserError(ExitCode::kUsage, {"--rate", "not a frame rate:", text, kRateExpected});
-}
-
-/// What a project says where the command line is silent.
-TypedOptions withProject(TypedOptions typed, Project const& project) {
-    auto const fill = [](std::optional<std::string>& option, auto const& value) {
-        if (!option && value) option = *value;
-    };
-    auto const path = [&project](std::string const& written) {
-        return std::optional(project.resolved(written));
-    };
-    fill(typed.layer, path(project.layer));
-    if (project.plate && !typed.frameSize) fill(typed.plate, path(*project.plate));
-    if (project.output) fill(typed.output, path(*project.output));
-    fill(typed.frames, project.frames);
-    if (typed.plate) fill(typed.mode, project.render.mode);
-    for (Choice<Depth> const& choice : kDepths)
-        if (project.render.depth == choice.value && !typed.depth) typed.depth = choice.word;
-    if (project.render.size && !typed.plate && !typed.frameSize)
-        typed.frameSize =
-            fmt::format("{}x{}", project.render.size->width, project.render.size->height);
-    if (project.render.downsample && !typed.downsample)
-        typed.downsample = std::to_string(*project.render.downsample);
-    return typed;
-}
-
-void addTimeOptions(TypedOptions const& typed, RenderRequest& request) {
-    constexpr int kMostInFlight = 64;
-    constexpr double kMostSamples = 256;
-    request.frames = typed.frames;
-    if (request.frames) parseFrameRange("--frames", *request.frames);
-    request.motionBlur = typed.motionBlur.has_value();
-    if (typed.motionBlur && *typed.motionBlur != "on")
-        request.samples = checkedNumber("--motion-blur", *typed.motionBlur, 1, kMostSamples);
-    if (typed.shutter) request.shutter = checkedShutter(*typed.shutter);
-    if (typed.rate) request.rate = checkedRate(*typed.rate);
-    if (typed.inFlight)
-        request.inFlight = wholeInRange("--in-flight", *typed.inFlight, 1, kMostInFlight);
-    if (typed.progress)
-        request.progress = pick<ProgressMode>(kProgressModes, "--progress", *typed.progress);
-    if (typed.missing) request.missing = pick<MissingInput>(kMissings, "--missing", *typed.missing);
-    request.skipExisting = typed.skipExisting;
-    request.dryRun = typed.dryRun;
-}
-
-RenderRequest checkedRender(TypedOptions const& asTyped) {
-    constexpr int kMostThreads = 1024;
-    RenderRequest request;
-    if (asTyped.project)
-        request.project = std::make_shared<Project const>(
-            readProject(required(asTyped.project, "--project", "a project file")));
-    TypedOptions const typed = request.project ? withProject(asTyped, *request.project) : asTyped;
-    addTimeOptions(typed, request);
-    if (typed.plate) request.plate = pictureFile(typed.plate, "--over");
-    if (typed.frameSize) request.frameSize = checkedSize(*typed.frameSize);
-    request.noClobber = typed.noClobber;
-    request.keepMetadata = !typed.noMetadata;
-    request.layer = pictureFile(typed.layer, "LAYER");
-    request.output = required(typed.output, "--output", "-o with the name of a picture file");
-    if (typed.from) request.from = parseCorners("--from", *typed.from);
-    if (typed.to) request.to = parseCorners("--to", *typed.to);
-    request.quality = pickIfGiven(kQualities, "--quality", typed.quality);
-    request.view = pickIfGiven(kViews, "--view", typed.view);
-    request.isPlain = typed.plain;
-    if (request.isPlain && typed.grow)
-        throw UserError(ExitCode::kUsage, {"--grow",
-                                           "the plain render command keeps the layer's "
-                                           "size and can't grow by",
-                                           *typed.grow, "no --plain"});
-    if (typed.mode && !request.plate)
-        throw UserError(ExitCode::kUsage, {"--mode", "there is no plate to be laid over with",
-                                           *typed.mode, "--over PLATE"});
-    request.overMode = pickIfGiven(kOverModes, "--mode", typed.mode).value_or(request.overMode);
-    addParameterOptions(typed, request);
-    for (std::string const& text : typed.settings) {
-        request.settings.push_back(checkedSetting(text));
-    }
-    request.depth = pickIfGiven(kDepths, "--depth", typed.depth);
-    if (typed.downsample) {
-        request.downsample = wholeInRange("--downsample", *typed.downsample, 1, kLargestPx);
-    }
-    if (typed.threads) {
-        request.threads = wholeInRange("--threads", *typed.threads, 0, kMostThreads);
-    }
-    if (typed.explain) request.explain = pick<Explain>(kExplains, "--explain", *typed.explain);
-    request.module = checkedModule(typed);
-    checkRoad(typed, request);
-    return request;
+void addFlag(CLI::App& command, char const* group, char const* name, bool& value,
+             char const* help) {
+    command.add_flag(name, value, help)->disable_flag_override()->group(group);
 }
 
 void addModuleOptions(CLI::App& command, TypedOptions& typed) {
@@ -363,12 +83,9 @@ void addRenderOptions(CLI::App& command, TypedOptions& typed) {
         "Lay the pinned layer over this picture; To Pins are then in its pixels");
     add("Files", "--size", typed.frameSize, "WxH",
         "The same into a transparent frame of this size");
-    command.add_flag("--no-clobber", typed.noClobber, "Refuse to replace an existing output")
-        ->disable_flag_override()
-        ->group("Files");
-    command.add_flag("--no-metadata", typed.noMetadata, "Leave the files' metadata out")
-        ->disable_flag_override()
-        ->group("Files");
+    addFlag(command, "Files", "--no-clobber", typed.noClobber,
+            "Refuse to replace an existing output");
+    addFlag(command, "Files", "--no-metadata", typed.noMetadata, "Leave the files' metadata out");
     add("Pins", "--to", typed.to, "\"X,Y X,Y X,Y X,Y\"", "To Pins, where the picture goes");
     add("Pins", "--from", typed.from, "\"X,Y X,Y X,Y X,Y\"", "From Pins, what is taken from it");
     add("Pins", "--view", typed.view, "VIEW", "original, from, to or both (both)");
@@ -397,11 +114,9 @@ void addRenderOptions(CLI::App& command, TypedOptions& typed) {
     add("Sequence", "--missing", typed.missing, "MODE",
         "Input frames that are not there: stop, hold, skip or black (stop)");
     add("Sequence", "--progress", typed.progress, "MODE", "auto, bar, plain, json or none (auto)");
-    auto const flag = [&](char const* group, char const* name, bool& value, char const* help) {
-        command.add_flag(name, value, help)->disable_flag_override()->group(group);
-    };
-    flag("Sequence", "--skip-existing", typed.skipExisting, "Go on where an earlier run stopped");
-    flag("Sequence", "--dry-run", typed.dryRun, "Print what would be read and written");
+    addFlag(command, "Sequence", "--skip-existing", typed.skipExisting,
+            "Go on where an earlier run stopped");
+    addFlag(command, "Sequence", "--dry-run", typed.dryRun, "Print what would be read and written");
     add("Compositing", "--opacity", typed.opacity, "PERCENT", "Of the pinned layer (100)");
     add("Compositing", "--transfer", typed.transfer, "MODE",
         "Lay the pinned layer over the layer itself by a Transfer Mode (none)");
@@ -411,9 +126,8 @@ void addRenderOptions(CLI::App& command, TypedOptions& typed) {
         "Lay the pinned layer over the plate by a mode (normal)");
     add("Rendering", "--grow", typed.grow, "N",
         "Make the frame larger by N pixels on each side (0)");
-    command.add_flag("--plain", typed.plain, "Render by the plain command, not the smart protocol")
-        ->disable_flag_override()
-        ->group("Host");
+    addFlag(command, "Host", "--plain", typed.plain,
+            "Render by the plain command, not the smart protocol");
     add("Output", "--explain", typed.explain, "[text|json]",
         "Print what the render did and how long each stage took (text)");
     addModuleOptions(command, typed);
@@ -433,36 +147,9 @@ void addProjectOptions(CLI::App& command, TypedOptions& typed, std::optional<std
     add("--rate", typed.rate, "FPS", "new: frames a second (24)");
     add("--size", typed.frameSize, "WxH",
         "new: of the composition (the plate's, else the layer's)");
-    command.add_flag("--force", typed.force, "new: replace a file")
-        ->disable_flag_override()
-        ->group("Project");
-    command.add_flag("--json", typed.json, "show: the file in its normal form")
-        ->disable_flag_override()
-        ->group("Project");
+    addFlag(command, "Project", "--force", typed.force, "new: replace a file");
+    addFlag(command, "Project", "--json", typed.json, "show: the file in its normal form");
     addModuleOptions(command, typed);
-}
-
-/// The command line's `zelk project`.
-void checkProjectCommand(TypedOptions const& typed, std::optional<std::string> const& verb,
-                         CommandLine& line) {
-    enum Verb { kNew, kShow, kCheck };
-    constexpr Choice<Verb> kVerbs[] = {{"new", kNew}, {"show", kShow}, {"check", kCheck}};
-    Verb const what = pick<Verb>(kVerbs, "project", verb.value_or(""));
-    std::string const file = required(typed.file, "FILE", "a project file");
-    if (what != kNew) {
-        line.project = ProjectRequest{what == kCheck, file, checkedModule(typed), typed.json};
-        return;
-    }
-    NewProject ask;
-    ask.file = file;
-    ask.layer = required(typed.layer, "--layer", "a picture file or pattern");
-    ask.plate = typed.plate;
-    ask.output = typed.output;
-    ask.frames = typed.frames;
-    if (typed.rate) ask.rate = checkedRate(*typed.rate);
-    if (typed.frameSize) ask.size = checkedSize(*typed.frameSize);
-    ask.force = typed.force;
-    line.newProject = std::make_shared<NewProject const>(ask);
 }
 
 /// `--explain` alone stands for its text form; only the words text and json belong to it.
@@ -539,9 +226,7 @@ struct Grammar {
         addRenderOptions(*render, typed);
         render->footer(std::string(kRenderExamples) + kExitCodesHelp);
         params = app.add_subcommand("params", "List the effect's parameters");
-        params->add_flag("--json", typed.json, "As a JSON array")
-            ->disable_flag_override()
-            ->group("Output");
+        addFlag(*params, "Output", "--json", typed.json, "As a JSON array");
         addModuleOptions(*params, typed);
         params->footer(std::string(kParamsExamples) + kExitCodesHelp);
         project = app.add_subcommand("project", "Make, show or check a project file");
@@ -643,12 +328,6 @@ CommandLine parseCommandLine(int argc, char const* const* argv) {
                                            "render, params or project (see zelk --help)"});
     }
     return line;
-}
-
-std::filesystem::path defaultModule() {
-    std::error_code fault;
-    auto const executable = std::filesystem::canonical("/proc/self/exe", fault);
-    return executable.parent_path().parent_path() / "lib" / "ZelkCornerPin.so";
 }
 
 }  // namespace zelk

@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cmath>
 #include <cstdint>
@@ -15,6 +16,7 @@
 #include "apps/zelk/errors.h"
 #include "apps/zelk/json_text.h"
 #include "apps/zelk/numbers.h"
+#include "apps/zelk/over_modes.h"
 #include "apps/zelk/parameter_names.h"
 #include "apps/zelk/sequence_names.h"
 #include "apps/zelk/temporary_file.h"
@@ -55,11 +57,11 @@ constexpr FileObject kObjects[] = {
     {"ease", kEaseKeys},
 };
 
-constexpr std::string_view kModes[] = {
-    "normal",     "behind",     "add",         "multiply",   "screen", "overlay",
-    "soft-light", "hard-light", "color-dodge", "color-burn", "darken", "lighten",
-    "difference", "exclusion",  "hue",         "saturation", "color",  "luminosity",
-};
+constexpr auto kModes = [] {
+    std::array<std::string_view, std::size(kOverModes)> words;
+    for (std::size_t i = 0; i < words.size(); ++i) words[i] = kOverModes[i].word;
+    return words;
+}();
 
 constexpr std::string_view kDepthWords[] = {"8", "16", "float"};
 constexpr Depth kDepths[] = {Depth::k8, Depth::k16, Depth::kFloat};

@@ -1,0 +1,19 @@
+// What was typed, checked: records of text into requests. Every refusal is a usage error that names
+// the option, the value and what was expected.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "apps/zelk/cli_options.h"
+
+namespace zelk {
+
+ModuleRequest checkedModule(TypedOptions const& typed);
+/// A project that is named fills what was not typed. Throws its input errors too.
+RenderRequest checkedRender(TypedOptions const& typed);
+/// `zelk project VERB`: sets the request of that verb in `line`.
+void checkProjectCommand(TypedOptions const& typed, std::optional<std::string> const& verb,
+                         CommandLine& line);
+
+}  // namespace zelk
