@@ -28,11 +28,8 @@ void addPinWarning(std::vector<Parameter> const& parameters, PinFrame const& fra
     if (!why.empty()) warnings.push_back(why + ", so nothing is drawn");
 }
 
-void write(RenderRequest const& request, World const& world, WriteRequest ask,
+void write(RenderRequest const& request, World const& world, WriteRequest const& ask,
            RenderReport& report) {
-    ask.keepMetadata = request.keepMetadata;
-    ask.noClobber = request.noClobber;
-    ask.history = request.history;
     WriteReport const written = writePicture(world, request.output, ask);
     report.warnings.insert(report.warnings.end(), written.warnings.begin(), written.warnings.end());
     report.explanation.writtenType = written.sampleType;

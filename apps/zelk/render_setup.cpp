@@ -144,9 +144,22 @@ Comp compOf(RenderRequest const& request, int firstFrame, int lastFrame) {
     return comp;
 }
 
+namespace {
+
+/// How any output of the request is written.
+WriteRequest writeRequestOf(RenderRequest const& request) {
+    WriteRequest ask;
+    ask.keepMetadata = request.keepMetadata;
+    ask.noClobber = request.noClobber;
+    ask.history = request.history;
+    return ask;
+}
+
+}  // namespace
+
 WriteRequest outputOf(RenderRequest const& request, PictureTraits const& layer,
                       PictureTraits const* plate) {
-    WriteRequest ask;
+    WriteRequest ask = writeRequestOf(request);
     ask.form = AlphaForm::kAssociated;
     ask.traits = plate ? *plate : layer;
     if (request.frameSize) ask.traits.originX = ask.traits.originY = 0;
@@ -159,7 +172,7 @@ WriteRequest outputOf(RenderRequest const& request, PictureTraits const& layer,
 
 WriteRequest ownFrameOutput(RenderRequest const& request, PictureTraits const& layer,
                             PixelSize margin) {
-    WriteRequest ask;
+    WriteRequest ask = writeRequestOf(request);
     ask.depth = request.depth.value_or(layer.depth);
     ask.traits = layer;
     ask.traits.isHalf = layer.isHalf && !request.depth;

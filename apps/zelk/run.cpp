@@ -6,21 +6,11 @@
 #include "apps/zelk/params_command.h"
 #include "apps/zelk/project_command.h"
 #include "apps/zelk/render_command.h"
+#include "apps/zelk/sequence_files.h"
 #include "apps/zelk/sequence_render.h"
+#include "apps/zelk/standard_output.h"
 
 namespace zelk {
-
-namespace {
-
-void print(std::string const& text) {
-    bool const isWritten = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
-    if (!isWritten || std::fflush(stdout) != 0) {
-        throw UserError(ExitCode::kOutput, {"standard output", "cannot be written:", "write failed",
-                                            "an open output"});
-    }
-}
-
-}  // namespace
 
 ExitCode run(CommandLine const& line) {
     if (line.text) print(*line.text);

@@ -1,13 +1,11 @@
-// Frames, their files, and the three stages; see sequence_render.h.
+// The three stages of many frames, and what is told of them; see sequence_render.h.
 #include "apps/zelk/sequence_render.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <cstdio>
-#include <map>
 #include <mutex>
-#include <numeric>
 #include <set>
 
 #include "apps/zelk/errors.h"
@@ -16,177 +14,17 @@
 #include "apps/zelk/memory_road.h"
 #include "apps/zelk/module_road.h"
 #include "apps/zelk/movie_writer.h"
-#include "apps/zelk/numbers.h"
 #include "apps/zelk/params_command.h"
 #include "apps/zelk/picture_reader.h"
 #include "apps/zelk/picture_writer.h"
 #include "apps/zelk/progress.h"
-#include "apps/zelk/project_file.h"
-#include "apps/zelk/quiet_libraries.h"
 #include "apps/zelk/render_setup.h"
-#include "apps/zelk/sequence_names.h"
-#include "apps/zelk/temporary_file.h"
+#include "apps/zelk/sequence_files.h"
+#include "apps/zelk/standard_output.h"
 
 namespace zelk {
 
 namespace {
-
-namespace fs = std::filesystem;
-
-bool onDisk(fs::path const& path) {
-    std::error_code fault;
-    return fs::exists(path, fault);
-}
-
-bool isPattern(fs::path const& name) {
-    return !onDisk(name) && SequenceName(name.string()).isSequence();
-}
-
-bool isMovieInput(fs::path const& name) {
-    constexpr char const* kMovies[] = {".mov", ".mp4",  ".mkv", ".m4v",
-                                       ".avi", ".webm", ".mxf", ".mpg"};
-    std::string const extension = lowered(name.extension().string());
-    return std::find(std::begin(kMovies), std::end(kMovies), extension) != std::end(kMovies);
-}
-
-/// A picture file, or one picture of a movie.
-struct InputPicture {
-    fs::path file;
-    int number = -1;  ///< in a movie, from 0
-
-    std::string name() const {
-        return number < 0 ? file.string() : fmt::format("{} picture {}", file.string(), number + 1);
-    }
-};
-
-/// One of the inputs: a numbered one, a movie, whose first picture is the first frame's, or the
-/// same picture for all frames.
-class InputFiles {
-public:
-    InputFiles(fs::path const& name, MissingInput missing) : m_name(name), m_missing(missing) {
-        if (isMovieInput(name)) m_movieFrames = PictureReader::countOf(name);
-        if (!isPattern(name)) return;
-        m_pattern.emplace(name.string());
-        if (missing == MissingInput::kHold) m_there = framesOnDisk(*m_pattern);
-    }
-    std::string name() const { return m_name.string(); }
-    bool isNumbered() const { return m_pattern || m_movieFrames > 0; }
-    std::vector<int> framesThere(int firstFrame) const {
-        if (m_pattern) return framesOnDisk(*m_pattern);
-        std::vector<int> frames(static_cast<std::size_t>(m_movieFrames));
-        std::iota(frames.begin(), frames.end(), firstFrame);
-        return frames;
-    }
-    /// The frame number of a movie's first picture.
-    void startAt(int frame) { m_firstFrame = frame; }
-    InputPicture own(int frame) const {
-        if (m_movieFrames > 0) return {m_name, frame - m_firstFrame};
-        return {m_pattern ? m_pattern->pathOf(frame) : m_name};
-    }
-    bool isThere(int frame) const {
-        if (m_movieFrames > 0) return frame >= m_firstFrame && frame - m_firstFrame < m_movieFrames;
-        return onDisk(own(frame).file);
-    }
-
-    /// The file that stands for a frame; nothing for a black one.
-    std::optional<InputPicture> pictureOf(int frame) const {
-        if (isThere(frame)) return own(frame);
-        if (m_missing == MissingInput::kBlack) return std::nullopt;
-        if (m_missing != MissingInput::kHold) return own(frame);
-        if (m_movieFrames > 0)
-            return own(std::clamp(frame, m_firstFrame, m_firstFrame + m_movieFrames - 1));
-        if (m_there.empty()) return own(frame);
-        auto const after = std::upper_bound(m_there.begin(), m_there.end(), frame);
-        return own(after == m_there.begin() ? *after : *(after - 1));
-    }
-
-private:
-    fs::path m_name;
-    MissingInput m_missing;
-    std::optional<SequenceName> m_pattern;
-    std::vector<int> m_there;
-    int m_movieFrames = 0, m_firstFrame = 0;
-};
-
-/// Of the composition, which a movie's first picture is: the project's, else the least of the
-/// range.
-int firstFrameOf(RenderRequest const& request) {
-    if (request.project) return request.project->comp.startFrame;
-    if (!request.frames) return 1;
-    std::vector<int> const frames = parseFrameRange("--frames", *request.frames);
-    return *std::min_element(frames.begin(), frames.end());
-}
-
-struct Files {
-    explicit Files(RenderRequest const& request)
-        : layer(request.layer, request.missing), output(request.output.string()) {
-        if (request.plate) plate.emplace(*request.plate, request.missing);
-        int const first = firstFrameOf(request);
-        layer.startAt(first);
-        if (plate) plate->startAt(first);
-    }
-    /// Whether a frame's inputs are there, or something stands for them.
-    bool isReadable(int frame) const {
-        return layer.isThere(frame) && (!plate || plate->isThere(frame));
-    }
-    std::string missingOf(int frame) const {
-        return (layer.isThere(frame) ? *plate : layer).own(frame).name();
-    }
-
-    InputFiles layer;
-    std::optional<InputFiles> plate;
-    SequenceName output;
-};
-
-/// Which frames are to be rendered.
-struct Schedule {
-    std::vector<int> frames;
-    std::size_t skipped = 0;          ///< written already, or left out for want of an input
-    std::optional<int> missingFrame;  ///< before which the run ends
-};
-
-std::vector<int> framesAsked(RenderRequest const& request, Files const& files) {
-    if (request.frames) return parseFrameRange("--frames", *request.frames);
-    for (InputFiles const* input : {&files.layer, files.plate ? &*files.plate : nullptr}) {
-        if (!input || !input->isNumbered()) continue;
-        std::vector<int> frames = input->framesThere(firstFrameOf(request));
-        if (!frames.empty()) return frames;
-        std::string const name = input->name();
-        throw UserError(ExitCode::kInput,
-                        {name, "no frames on disk of", name, "numbered pictures"});
-    }
-    if (!request.project)
-        throw UserError(ExitCode::kUsage,
-                        {"--frames", "not given,", "", "the frames of the output"});
-    Comp const& comp = request.project->comp;
-    std::vector<int> all(static_cast<std::size_t>(comp.durationFrames));
-    std::iota(all.begin(), all.end(), comp.startFrame);
-    return all;
-}
-
-Schedule scheduleOf(RenderRequest const& request, Files const& files) {
-    std::vector<int> const asked = framesAsked(request, files);
-    if (asked.size() > 1 && !files.output.isSequence() && !isMovieName(request.output))
-        throw UserError(ExitCode::kUsage,
-                        {"--output", "the same file for every frame:", request.output.string(),
-                         "a frame mark such as out.%04d.exr"});
-    Schedule schedule;
-    for (int const frame : asked) {
-        bool const isWritten = request.skipExisting && !isMovieName(request.output) &&
-                               onDisk(files.output.pathOf(frame));
-        bool const isLeftOut = request.missing == MissingInput::kSkip && !files.isReadable(frame);
-        if (isWritten || isLeftOut) {
-            ++schedule.skipped;
-            continue;
-        }
-        if (request.missing == MissingInput::kStop && !files.isReadable(frame)) {
-            schedule.missingFrame = frame;
-            break;
-        }
-        schedule.frames.push_back(frame);
-    }
-    return schedule;
-}
 
 /// What passes from stage to stage.
 struct LoadedFrame {
@@ -257,13 +95,10 @@ public:
         return {std::move(picture), loaded.file};
     }
 
-    void store(int frame, RenderedFrame rendered) {
+    void store(int frame, RenderedFrame const& rendered) {
         if (isMovieName(m_request.output)) return storeInMovie(rendered);
-        WriteRequest ask = std::move(rendered.file);
-        ask.keepMetadata = m_request.keepMetadata;
-        ask.noClobber = m_request.noClobber;
-        ask.history = m_request.history;
-        m_warnings.add(writePicture(rendered.picture, m_files.output.pathOf(frame), ask).warnings);
+        m_warnings.add(
+            writePicture(rendered.picture, m_files.output.pathOf(frame), rendered.file).warnings);
     }
 
     /// After the last frame of a movie.
@@ -372,50 +207,6 @@ private:
     std::optional<MovieWriter> m_movie;
 };
 
-void tellPlan(Files const& files, Schedule const& schedule) {
-    std::string text;
-    for (int const frame : schedule.frames) {
-        auto const named = [frame](InputFiles const& input) {
-            auto const picture = input.pictureOf(frame);
-            return picture ? picture->name() : std::string("black");
-        };
-        text += fmt::format("{}: read {}", frame, named(files.layer));
-        if (files.plate) text += fmt::format(", over {}", named(*files.plate));
-        fs::path const output = files.output.pathOf(frame);
-        text +=
-            fmt::format(", write {}{}\n", output.string(), onDisk(output) ? " (replacing it)" : "");
-    }
-    text +=
-        fmt::format("{} frames to render, {} skipped\n", schedule.frames.size(), schedule.skipped);
-    if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() || std::fflush(stdout))
-        throw UserError(ExitCode::kOutput, {"standard output", "cannot be written:", "write failed",
-                                            "an open output"});
-}
-
-/// A frame's file must not be what another frame reads: which of them comes first is chance.
-void checkOutputsAreNoInputs(Files const& files, std::vector<int> const& frames) {
-    std::map<fs::path, int> outputs;
-    auto const keyOf = [](fs::path const& path) {
-        std::error_code fault;
-        return fs::weakly_canonical(path, fault);
-    };
-    for (int const frame : frames) outputs[keyOf(files.output.pathOf(frame))] = frame;
-    auto const check = [&](InputFiles const& input, int frame) {
-        auto const picture = input.pictureOf(frame);
-        if (!picture) return;
-        auto const found = outputs.find(keyOf(picture->file));
-        if (found == outputs.end() || (found->second == frame && frames.size() == 1)) return;
-        if (found->second == frame && input.isNumbered()) return;
-        throw UserError(ExitCode::kUsage,
-                        {"--output", "would replace a picture that other frames read:",
-                         picture->file.string(), "other names than the inputs'"});
-    };
-    for (int const frame : frames) {
-        check(files.layer, frame);
-        if (files.plate) check(*files.plate, frame);
-    }
-}
-
 void checkMovie(RenderRequest const& request) {
     if (request.skipExisting)
         throw UserError(ExitCode::kUsage, {"--skip-existing", "a movie can't be gone on with:",
@@ -481,13 +272,6 @@ PipelineResult runStages(SequenceRenderer& renderer, RenderRequest const& reques
 
 }  // namespace
 
-bool isSequence(RenderRequest const& request) {
-    return request.frames || isPattern(request.layer) ||
-           (request.plate && (isPattern(*request.plate) || isMovieInput(*request.plate))) ||
-           (request.project && isPattern(request.output)) || isMovieInput(request.layer) ||
-           isMovieName(request.output);
-}
-
 ExitCode renderSequence(RenderRequest const& request) {
     if (request.explain != Explain::kNo)
         throw UserError(ExitCode::kUsage, {"--explain", "tells of one picture, not of", "frames",
@@ -497,7 +281,7 @@ ExitCode renderSequence(RenderRequest const& request) {
     Files const files(request);
     Schedule const schedule = scheduleOf(request, files);
     if (request.dryRun) {
-        tellPlan(files, schedule);
+        print(planText(files, schedule));
         return ExitCode::kDone;
     }
     bool const isMovie = isMovieName(request.output);

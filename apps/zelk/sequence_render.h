@@ -6,10 +6,6 @@
 
 namespace zelk {
 
-/// Whether a request is for numbered frames: it names some, or its layer, plate or output has a
-/// frame mark. A name that exists as it stands has none.
-bool isSequence(RenderRequest const& request);
-
 /// Renders every frame to its file, or with dryRun only tells on standard output what would be read
 /// and written. Warnings and a summary go to standard error, progress as asked. The answer is 0; 5
 /// when some frames failed; 130 when interrupted. Throws when nothing can be rendered at all, and

@@ -1,0 +1,188 @@
+// Names to pictures, and requests to schedules; see sequence_files.h.
+#include "apps/zelk/sequence_files.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <map>
+#include <numeric>
+
+#include "apps/zelk/errors.h"
+#include "apps/zelk/movie_writer.h"
+#include "apps/zelk/numbers.h"
+#include "apps/zelk/picture_reader.h"
+#include "apps/zelk/project_file.h"
+
+namespace zelk {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+bool isPattern(fs::path const& name) {
+    return !onDisk(name) && SequenceName(name.string()).isSequence();
+}
+
+bool isMovieInput(fs::path const& name) {
+    constexpr char const* kMovies[] = {".mov", ".mp4",  ".mkv", ".m4v",
+                                       ".avi", ".webm", ".mxf", ".mpg"};
+    std::string const extension = lowered(name.extension().string());
+    return std::find(std::begin(kMovies), std::end(kMovies), extension) != std::end(kMovies);
+}
+
+/// Of the composition, which a movie's first picture is: the project's, else the least of the
+/// range.
+int firstFrameOf(RenderRequest const& request) {
+    if (request.project) return request.project->comp.startFrame;
+    if (!request.frames) return 1;
+    std::vector<int> const frames = parseFrameRange("--frames", *request.frames);
+    return *std::min_element(frames.begin(), frames.end());
+}
+
+std::vector<int> framesAsked(RenderRequest const& request, Files const& files) {
+    if (request.frames) return parseFrameRange("--frames", *request.frames);
+    for (InputFiles const* input : {&files.layer, files.plate ? &*files.plate : nullptr}) {
+        if (!input || !input->isNumbered()) continue;
+        std::vector<int> frames = input->framesThere();
+        if (!frames.empty()) return frames;
+        std::string const name = input->name();
+        throw UserError(ExitCode::kInput,
+                        {name, "no frames on disk of", name, "numbered pictures"});
+    }
+    if (!request.project)
+        throw UserError(ExitCode::kUsage,
+                        {"--frames", "not given,", "", "the frames of the output"});
+    Comp const& comp = request.project->comp;
+    std::vector<int> all(static_cast<std::size_t>(comp.durationFrames));
+    std::iota(all.begin(), all.end(), comp.startFrame);
+    return all;
+}
+
+}  // namespace
+
+bool onDisk(fs::path const& path) {
+    std::error_code fault;
+    return fs::exists(path, fault);
+}
+
+InputFiles::InputFiles(fs::path const& name, MissingInput missing)
+    : m_name(name), m_missing(missing) {
+    if (isMovieInput(name)) m_movieFrames = PictureReader::countOf(name);
+    if (!isPattern(name)) return;
+    m_pattern.emplace(name.string());
+    if (missing == MissingInput::kHold) m_there = framesOnDisk(*m_pattern);
+}
+
+std::vector<int> InputFiles::framesThere() const {
+    if (m_pattern) return framesOnDisk(*m_pattern);
+    std::vector<int> frames(static_cast<std::size_t>(m_movieFrames));
+    std::iota(frames.begin(), frames.end(), m_firstFrame);
+    return frames;
+}
+
+InputPicture InputFiles::own(int frame) const {
+    if (m_movieFrames > 0) return {m_name, frame - m_firstFrame};
+    return {m_pattern ? m_pattern->pathOf(frame) : m_name};
+}
+
+bool InputFiles::isThere(int frame) const {
+    if (m_movieFrames > 0) return frame >= m_firstFrame && frame - m_firstFrame < m_movieFrames;
+    return onDisk(own(frame).file);
+}
+
+std::optional<InputPicture> InputFiles::pictureOf(int frame) const {
+    if (isThere(frame)) return own(frame);
+    if (m_missing == MissingInput::kBlack) return std::nullopt;
+    if (m_missing != MissingInput::kHold) return own(frame);
+    if (m_movieFrames > 0)
+        return own(std::clamp(frame, m_firstFrame, m_firstFrame + m_movieFrames - 1));
+    if (m_there.empty()) return own(frame);
+    auto const after = std::upper_bound(m_there.begin(), m_there.end(), frame);
+    return own(after == m_there.begin() ? *after : *(after - 1));
+}
+
+std::string InputPicture::name() const {
+    return number < 0 ? file.string() : fmt::format("{} picture {}", file.string(), number + 1);
+}
+
+Files::Files(RenderRequest const& request)
+    : layer(request.layer, request.missing), output(request.output.string()) {
+    if (request.plate) plate.emplace(*request.plate, request.missing);
+    int const first = firstFrameOf(request);
+    layer.startAt(first);
+    if (plate) plate->startAt(first);
+}
+
+Schedule scheduleOf(RenderRequest const& request, Files const& files) {
+    std::vector<int> const asked = framesAsked(request, files);
+    if (asked.size() > 1 && !files.output.isSequence() && !isMovieName(request.output))
+        throw UserError(ExitCode::kUsage,
+                        {"--output", "the same file for every frame:", request.output.string(),
+                         "a frame mark such as out.%04d.exr"});
+    Schedule schedule;
+    for (int const frame : asked) {
+        bool const isWritten = request.skipExisting && !isMovieName(request.output) &&
+                               onDisk(files.output.pathOf(frame));
+        bool const isLeftOut = request.missing == MissingInput::kSkip && !files.isReadable(frame);
+        if (isWritten || isLeftOut) {
+            ++schedule.skipped;
+            continue;
+        }
+        if (request.missing == MissingInput::kStop && !files.isReadable(frame)) {
+            schedule.missingFrame = frame;
+            break;
+        }
+        schedule.frames.push_back(frame);
+    }
+    return schedule;
+}
+
+void checkOutputsAreNoInputs(Files const& files, std::vector<int> const& frames) {
+    std::map<fs::path, int> outputs;
+    auto const keyOf = [](fs::path const& path) {
+        std::error_code fault;
+        return fs::weakly_canonical(path, fault);
+    };
+    for (int const frame : frames) outputs[keyOf(files.output.pathOf(frame))] = frame;
+    auto const check = [&](InputFiles const& input, int frame) {
+        auto const picture = input.pictureOf(frame);
+        if (!picture) return;
+        auto const found = outputs.find(keyOf(picture->file));
+        if (found == outputs.end() || (found->second == frame && frames.size() == 1)) return;
+        if (found->second == frame && input.isNumbered()) return;
+        throw UserError(ExitCode::kUsage,
+                        {"--output", "would replace a picture that other frames read:",
+                         picture->file.string(), "other names than the inputs'"});
+    };
+    for (int const frame : frames) {
+        check(files.layer, frame);
+        if (files.plate) check(*files.plate, frame);
+    }
+}
+
+std::string planText(Files const& files, Schedule const& schedule) {
+    std::string text;
+    for (int const frame : schedule.frames) {
+        auto const named = [frame](InputFiles const& input) {
+            auto const picture = input.pictureOf(frame);
+            return picture ? picture->name() : std::string("black");
+        };
+        text += fmt::format("{}: read {}", frame, named(files.layer));
+        if (files.plate) text += fmt::format(", over {}", named(*files.plate));
+        fs::path const output = files.output.pathOf(frame);
+        text +=
+            fmt::format(", write {}{}\n", output.string(), onDisk(output) ? " (replacing it)" : "");
+    }
+    text +=
+        fmt::format("{} frames to render, {} skipped\n", schedule.frames.size(), schedule.skipped);
+    return text;
+}
+
+bool isSequence(RenderRequest const& request) {
+    return request.frames || isPattern(request.layer) ||
+           (request.plate && (isPattern(*request.plate) || isMovieInput(*request.plate))) ||
+           (request.project && isPattern(request.output)) || isMovieInput(request.layer) ||
+           isMovieName(request.output);
+}
+
+}  // namespace zelk
