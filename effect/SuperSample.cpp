@@ -5,14 +5,13 @@
 #include <cmath>
 
 #include "RenderLib/Transform/CommonRender_progressiveBlur.h"
+#include "Transform/Common/Transform_Core_Render/ProgressiveBlurKind.h"
 
 namespace {
 
 constexpr double kTiny = 1e-05;
 
-enum BlurKind { kRampedRows = -11, kRampedColumns = -10, kPlain = -1 };
-
-int blur(PluginHost_API* host, double a, double b, BlurKind kind,
+int blur(PluginHost_API* host, double a, double b, ProgressiveBlurKind kind,
          PluginHost_API::RasterInfo& raster) {
     QV_Line2D line(0, 0, 1, 1, false);  // not read by these kinds
     return CommonRender_progressiveBlur(host, line, static_cast<float>(a), static_cast<float>(b),
@@ -67,12 +66,12 @@ int blurSource(PluginHost_API* host, SuperSamplePlan const& plan,
                PluginHost_API::RasterInfo& source) {
     int err = 0;
     if (plan.rows.isVisible())
-        err = blur(host, plan.rows.first, plan.rows.last, kRampedRows, source);
+        err = blur(host, plan.rows.first, plan.rows.last, kBlurKindRows, source);
     if (!err && plan.columns.isVisible())
-        err = blur(host, plan.columns.first, plan.columns.last, kRampedColumns, source);
+        err = blur(host, plan.columns.first, plan.columns.last, kBlurKindColumns, source);
     return err;
 }
 
 int blurEnd(PluginHost_API* host, SuperSamplePlan const& plan, PluginHost_API::RasterInfo& out) {
-    return plan.softensEnd ? blur(host, plan.endRadius, 1.0, kPlain, out) : 0;
+    return plan.softensEnd ? blur(host, plan.endRadius, 1.0, kBlurKindPlain, out) : 0;
 }

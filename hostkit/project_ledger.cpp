@@ -44,12 +44,8 @@ AEGP_EffectRefH ProjectLedger::openEffect() {
 }
 
 PF_Err ProjectLedger::closeEffect(char const* caller, AEGP_EffectRefH effect) {
-    if (m_effects.erase(effect) == 0) {
-        m_monitor.noteMistake(std::string(caller) + ": not an effect that is out");
-        return PF_Err_BAD_CALLBACK_PARAM;
-    }
-    --m_monitor.outstanding.effects;
-    return PF_Err_NONE;
+    return takeBack(m_effects.erase(effect) > 0, m_monitor.outstanding.effects, caller,
+                    "an effect");
 }
 
 AEGP_StreamRefH ProjectLedger::openStream(A_long parameterIndex) {
@@ -63,12 +59,7 @@ std::optional<A_long> ProjectLedger::parameterOf(AEGP_StreamRefH stream) const {
 }
 
 PF_Err ProjectLedger::closeStream(char const* caller, AEGP_StreamRefH stream) {
-    if (m_streams.erase(stream) == 0) {
-        m_monitor.noteMistake(std::string(caller) + ": not a stream that is out");
-        return PF_Err_BAD_CALLBACK_PARAM;
-    }
-    --m_monitor.outstanding.streams;
-    return PF_Err_NONE;
+    return takeBack(m_streams.erase(stream) > 0, m_monitor.outstanding.streams, caller, "a stream");
 }
 
 void ProjectLedger::lendValue(AEGP_StreamValue const* value) {
@@ -78,12 +69,18 @@ void ProjectLedger::lendValue(AEGP_StreamValue const* value) {
 
 PF_Err ProjectLedger::takeValue(char const* caller, AEGP_StreamValue const* value) {
     auto const held = m_values.find(value);
-    if (held == m_values.end()) {
-        m_monitor.noteMistake(std::string(caller) + ": not a value that is out");
+    bool const isOut = held != m_values.end();
+    if (isOut && --held->second == 0) m_values.erase(held);
+    return takeBack(isOut, m_monitor.outstanding.streamValues, caller, "a value");
+}
+
+PF_Err ProjectLedger::takeBack(bool wasOut, int& outstanding, char const* caller,
+                               char const* what) {
+    if (!wasOut) {
+        m_monitor.noteMistake(std::string(caller) + ": not " + what + " that is out");
         return PF_Err_BAD_CALLBACK_PARAM;
     }
-    if (--held->second == 0) m_values.erase(held);
-    --m_monitor.outstanding.streamValues;
+    --outstanding;
     return PF_Err_NONE;
 }
 

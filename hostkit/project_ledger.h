@@ -47,6 +47,9 @@ public:
     PF_Err takeValue(char const* caller, AEGP_StreamValue const* value);
 
 private:
+    /// Counts a thing back in, or notes the mistake.
+    PF_Err takeBack(bool wasOut, int& outstanding, char const* caller, char const* what);
+
     CallMonitor& m_monitor;
     AEGP_ProjectH m_project;
     std::array<Item, 3> m_items;

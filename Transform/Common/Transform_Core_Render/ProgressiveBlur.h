@@ -13,16 +13,9 @@
 
 #include "Transform/Common/Shadow_BlurPass_RenderFunc/BlurFilter.h"
 #include "Transform/Common/Transform_Core_Render/ProgressiveBlurFade.h"
+#include "Transform/Common/Transform_Core_Render/ProgressiveBlurKind.h"
 #include "Transform/Common/Transform_Core_Render/RampedBlurGrowing.h"
 #include "Transform/Common/Transform_Core_Render/RampedBlurLines.h"
-
-enum ProgressiveBlurKind : int {
-    kBlurKindRows = -11,
-    kBlurKindColumns = -10,
-    kBlurKindAlphaOnly = -2,
-    kBlurKindPlain = -1,
-    kBlurKindFromLine = 1,
-};
 
 /// Radius of the ramped tent blur in pixels of the call's resolution, a whole number. A `radius` of
 /// 2000 over the shorter side is the image's height; the shorter side is the limit.
