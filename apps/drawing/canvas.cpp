@@ -125,8 +125,7 @@ double advanceOf(cairo_t* pen, std::string const& drawableText) {
 
 struct Canvas::Drawing {
     Drawing(int width, int height)
-        : surface(newSurface(width, height, CAIRO_FORMAT_RGB24)),
-          pen(cairo_create(surface.get())) {
+        : surface(newSurface(width, height, CAIRO_FORMAT_RGB24)), pen(cairo_create(surface.get())) {
         cairo_set_line_join(pen, CAIRO_LINE_JOIN_ROUND);
         cairo_set_line_cap(pen, CAIRO_LINE_CAP_ROUND);
     }

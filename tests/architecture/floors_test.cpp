@@ -65,7 +65,10 @@ std::string objection(std::string const& from, std::string const& to) {
     // The memory road of the command line runs the pipeline over plain buffers.
     const bool isMemoryRoad = startsWith(from, "apps/zelk/memory_road") &&
                               (to == "host/PluginHost_Memory_Impl.h" || to == "effect/Render.h");
-    if (startsWith(from, "apps/") && other >= 4 && other <= 6 && !isMemoryRoad)
+    // One line of a tracking file, which knows nothing of hosts: programs check a file before the
+    // import reads it, and must agree with it.
+    const bool isTrackingLine = to == "tracking/TrackingLine.h";
+    if (startsWith(from, "apps/") && other >= 4 && other <= 6 && !isMemoryRoad && !isTrackingLine)
         return "includes " + to + ": programs reach the effect only through the host";
     return {};
 }
@@ -85,8 +88,8 @@ std::vector<std::string> includesOf(fs::path const& file) {
 TEST(Architecture, NoIncludePointsUpwards) {
     const fs::path root = ZELK_SOURCE_DIR;
     int files = 0, includes = 0;
-    for (char const* top :
-         {"host", "Transform", "RenderLib", "platform", "params", "effect", "hostkit", "apps"}) {
+    for (char const* top : {"host", "Transform", "RenderLib", "platform", "params", "interaction",
+                            "tracking", "effect", "hostkit", "apps"}) {
         for (auto const& entry : fs::recursive_directory_iterator(root / top)) {
             const std::string extension = entry.path().extension();
             if (extension != ".h" && extension != ".cpp") continue;
