@@ -1,14 +1,12 @@
-// Drawing of the sheet in float, white 1.0; see contact_sheet.h for its looks.
+// Cells, labels and checkerboards; see contact_sheet.h for the looks.
 #include "apps/zelk-demo/contact_sheet.h"
 
-#include <OpenImageIO/imagebuf.h>
-#include <OpenImageIO/imagebufalgo.h>
-
 #include <algorithm>
-#include <array>
 #include <stdexcept>
 
-#include "apps/zelk-demo/bitmap_font.h"
+#include "apps/drawing/canvas.h"
+#include "apps/zelk/picture_reader.h"
+#include "apps/zelk/picture_writer.h"
 
 namespace zelk {
 
@@ -16,94 +14,50 @@ namespace {
 
 constexpr int kCellWidth = 480, kCellHeight = 320;  // multiples of kZoom
 constexpr int kGap = 12;
-constexpr int kLabelScale = 2;
-constexpr int kLabelHeight = kGlyphHeight * kLabelScale + 8;
+constexpr int kLabelPx = 15, kLabelHeight = 22;
 constexpr int kZoom = 8;
 constexpr int kCheckPx = 10;
 
-using Color = std::array<float, 3>;
-constexpr Color kPaper = {0.13f, 0.13f, 0.14f};
-constexpr Color kInk = {0.93f, 0.93f, 0.90f};
+constexpr CanvasColor kPaper{33, 33, 36}, kInk{237, 237, 230};
+constexpr CanvasColor kDarkCheck{107, 107, 107}, kLightCheck{148, 148, 148};
 
-/// The sheet's pixels.
-class Canvas {
-public:
-    Canvas(int width, int height)
-        : m_image(OIIO::ImageSpec(width, height, 3, OIIO::TypeDesc::FLOAT)) {
-        OIIO::ImageBufAlgo::fill(m_image, kPaper);
-    }
-
-    void set(int x, int y, Color const& color) { m_image.setpixel(x, y, color.data()); }
-
-    void label(int left, int top, std::string const& text) {
-        for (std::size_t i = 0; i < text.size(); ++i) {
-            int const x0 = left + static_cast<int>(i) * kGlyphAdvance * kLabelScale;
-            for (int y = 0; y < kGlyphHeight * kLabelScale; ++y) {
-                for (int x = 0; x < kGlyphWidth * kLabelScale; ++x) {
-                    if (glyphDot(text[i], x / kLabelScale, y / kLabelScale)) {
-                        set(x0 + x, top + y, kInk);
-                    }
-                }
-            }
-        }
-    }
-
-    void write(std::string const& file) const {
-        if (!m_image.write(file, OIIO::TypeDesc::UINT8)) {
-            throw std::runtime_error(file + ": " + m_image.geterror());
-        }
-    }
-
-private:
-    OIIO::ImageBuf m_image;
-};
-
-/// Four channels, colour times alpha.
-OIIO::ImageBuf readPicture(std::string const& file) {
-    OIIO::ImageBuf stored(file);
-    if (!stored.read(0, 0, true, OIIO::TypeDesc::FLOAT)) {
-        throw std::runtime_error(file + ": " + stored.geterror());
-    }
-    if (stored.nchannels() == 4) return stored;
-    bool const isGrey = stored.nchannels() < 3;
-    int const order[4] = {0, isGrey ? 0 : 1, isGrey ? 0 : 2, -1};
-    float const fill[4] = {0, 0, 0, 1};
-    return OIIO::ImageBufAlgo::channels(stored, 4, order, fill);
+World readPicture(std::string const& file) {
+    PictureReader reader(file);
+    World picture({reader.width(), reader.height(), Depth::k8});
+    reader.readInto(picture, 1);
+    return picture;
 }
 
-/// `over` (times alpha) above the checkerboard at a place of the sheet.
-Color aboveChecks(std::array<float, 4> const& over, int x, int y) {
-    float const check = (x / kCheckPx + y / kCheckPx) % 2 == 0 ? 0.42f : 0.58f;
-    Color color;
-    for (std::size_t c = 0; c < 3; ++c) color[c] = over[c] + check * (1 - over[3]);
-    return color;
+void drawChecks(Canvas& canvas, CanvasPoint corner) {
+    canvas.rectangle(corner, kCellWidth, kCellHeight, kLightCheck);
+    for (int y = 0; y < kCellHeight; y += kCheckPx)
+        for (int x = y / kCheckPx % 2 * kCheckPx; x < kCellWidth; x += 2 * kCheckPx)
+            canvas.rectangle({corner.x + x, corner.y + y}, kCheckPx, kCheckPx, kDarkCheck);
 }
 
 /// The whole picture, brought to fit the cell.
-void drawWhole(Canvas& canvas, int left, int top, OIIO::ImageBuf const& picture) {
-    OIIO::ROI const cell(0, kCellWidth, 0, kCellHeight, 0, 1, 0, 4);
-    OIIO::ImageBuf const small = OIIO::ImageBufAlgo::fit(picture, "", 0, "", false, cell);
-    for (int y = 0; y < kCellHeight; ++y) {
-        for (int x = 0; x < kCellWidth; ++x) {
-            std::array<float, 4> pixel{};
-            small.getpixel(x, y, 0, pixel.data(), 4);
-            canvas.set(left + x, top + y, aboveChecks(pixel, x, y));
-        }
-    }
+void drawWhole(Canvas& canvas, CanvasPoint corner, World const& picture) {
+    double const zoom =
+        std::min(double(kCellWidth) / picture.width(), double(kCellHeight) / picture.height());
+    canvas.picture(picture,
+                   {corner.x + (kCellWidth - zoom * picture.width()) / 2,
+                    corner.y + (kCellHeight - zoom * picture.height()) / 2},
+                   zoom);
 }
 
 /// The piece around a place, every pixel a square.
-void drawCloseup(Canvas& canvas, int left, int top, OIIO::ImageBuf const& picture,
-                 Closeup const& closeup) {
-    int const firstX = closeup.x - kCellWidth / kZoom / 2;
-    int const firstY = closeup.y - kCellHeight / kZoom / 2;
-    for (int y = 0; y < kCellHeight; ++y) {
-        for (int x = 0; x < kCellWidth; ++x) {
-            std::array<float, 4> pixel{};
-            picture.getpixel(firstX + x / kZoom, firstY + y / kZoom, 0, pixel.data(), 4);
-            canvas.set(left + x, top + y, aboveChecks(pixel, x, y));
+void drawCloseup(Canvas& canvas, CanvasPoint corner, World const& picture, Closeup const& closeup) {
+    World piece({kCellWidth / kZoom, kCellHeight / kZoom, Depth::k8});
+    for (int y = 0; y < piece.height(); ++y) {
+        int const fromY = closeup.y - piece.height() / 2 + y;
+        for (int x = 0; x < piece.width(); ++x) {
+            int const fromX = closeup.x - piece.width() / 2 + x;
+            if (fromX < 0 || fromY < 0 || fromX >= picture.width() || fromY >= picture.height())
+                continue;
+            std::copy_n(picture.row(fromY) + 4 * fromX, 4, piece.row(y) + 4 * x);
         }
     }
+    canvas.picture(piece, corner, kZoom);
 }
 
 int cellsIn(SheetRow const& row) {
@@ -112,20 +66,20 @@ int cellsIn(SheetRow const& row) {
     return cells;
 }
 
-void drawRow(Canvas& canvas, int top, SheetRow const& row) {
-    int left = kGap;
+void drawRow(Canvas& canvas, double top, SheetRow const& row) {
+    CanvasPoint corner{kGap, top + kLabelHeight};
     auto const nextCell = [&](std::string const& label) {
-        canvas.label(left, top, label);
-        int const cell = left;
-        left += kCellWidth + kGap;
+        CanvasPoint const cell = corner;
+        canvas.text({cell.x, cell.y - 6}, label, kLabelPx, kInk);
+        drawChecks(canvas, cell);
+        corner.x += kCellWidth + kGap;
         return cell;
     };
-    for (SheetPicture const& picture : row) {
-        OIIO::ImageBuf const pixels = readPicture(picture.file);
-        drawWhole(canvas, nextCell(picture.label), top + kLabelHeight, pixels);
-        for (Closeup const& closeup : picture.closeups) {
-            drawCloseup(canvas, nextCell(closeup.label), top + kLabelHeight, pixels, closeup);
-        }
+    for (SheetPicture const& shown : row) {
+        World const picture = readPicture(shown.file);
+        drawWhole(canvas, nextCell(shown.label), picture);
+        for (Closeup const& closeup : shown.closeups)
+            drawCloseup(canvas, nextCell(closeup.label), picture, closeup);
     }
 }
 
@@ -174,13 +128,15 @@ void writeSheet(std::string const& file, std::vector<SheetRow> const& rows) {
     for (SheetRow const& row : rows) cells = std::max(cells, cellsIn(row));
     constexpr int kRowHeight = kLabelHeight + kCellHeight + kGap;
     Canvas canvas(kGap + cells * (kCellWidth + kGap),
-                  kGap + static_cast<int>(rows.size()) * kRowHeight);
+                  kGap + static_cast<int>(rows.size()) * kRowHeight, kPaper);
     int top = kGap;
     for (SheetRow const& row : rows) {
         drawRow(canvas, top, row);
         top += kRowHeight;
     }
-    canvas.write(file);
+    WriteRequest opaque;
+    opaque.opaque = true;
+    writePicture(canvas.toWorld(), file, opaque);
 }
 
 }  // namespace zelk

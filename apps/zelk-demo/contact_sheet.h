@@ -29,7 +29,7 @@ using SheetRow = std::vector<SheetPicture>;
 /// "LABEL:FILE[:LABEL@X,Y]...[;LABEL:FILE...]". Throws std::runtime_error for anything else.
 SheetRow parseRow(std::string const& text);
 
-/// Writes the sheet as an 8-bit RGB file. Throws std::runtime_error for a picture that cannot be
+/// Writes the sheet as an 8-bit RGB file. Throws std::exception for a picture that cannot be
 /// read and for a sheet that cannot be written.
 void writeSheet(std::string const& file, std::vector<SheetRow> const& rows);
 
