@@ -10,6 +10,7 @@
 #include "effect/HostRender.h"
 #include "effect/SmartRender.h"
 #include "host/PluginHost_AE_Impl.h"
+#include "interaction/HandleEvent.h"
 #include "params/ParamsSetup.h"
 #include "platform/effect_api/effect_events.h"
 #include "platform/services/Handles.h"
@@ -70,6 +71,12 @@ PF_Err render(Call const& call) {
     return renderOnHost(host);
 }
 
+PF_Err event(Call const& call) {
+    if (call.in_data->appl_id == kAppPremierePro) return PF_Err_NONE;
+    return HandleEvent(call.in_data, call.out_data, call.params, call.output,
+                       static_cast<PF_EventExtra*>(call.extra));
+}
+
 PF_Err dispatch(PF_Cmd cmd, Call const& call) {
     switch (cmd) {
         case PF_Cmd_ABOUT:
@@ -80,6 +87,8 @@ PF_Err dispatch(PF_Cmd cmd, Call const& call) {
             return paramsSetup(call);
         case PF_Cmd_RENDER:
             return render(call);
+        case PF_Cmd_EVENT:
+            return event(call);
         case PF_Cmd_SMART_PRE_RENDER:
             return SmartPreRender(call.in_data, call.out_data, call.params, call.output,
                                   static_cast<PF_PreRenderExtra*>(call.extra));

@@ -234,6 +234,7 @@ CommandResult Host::Impl::run(A_long which, CommandScene const& what, bool withP
                         module.file().string(), which));
     }
     keepAnswers(which, out);
+    if (which == PF_Cmd_EVENT && result.code == PF_Err_NONE) takeBackChanges(params.data());
     result.message = messageOf(out);
     result.outFlags = out.out_flags;
     result.outFlags2 = out.out_flags2;

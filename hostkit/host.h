@@ -135,6 +135,12 @@ public:
     CommandResult smartRender(World* layer, World& output, PreRenderResult const& agreed,
                               FrameRequest const& frame);
 
+    /// PF_Cmd_EVENT with the parameters at the frame's time and full resolution; values that the
+    /// effect marks as changed are taken back. hostkit/events.h has what a user does.
+    CommandResult event(PF_EventExtra& extra, FrameRequest const& frame);
+    /// What "AE Plugin Helper Suite" tells; 1, the selection tool, at first.
+    void setCurrentTool(A_u_char tool);
+
     CallMonitor& monitor();
 
     struct Impl;

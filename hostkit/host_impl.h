@@ -72,6 +72,7 @@ struct Host::Impl {
     Comp comp;
     std::optional<Camera> camera;
     ProjectLedger project{monitor};
+    A_u_char currentTool = 1;
 
     std::vector<Parameter> parameters;
     std::deque<std::string> texts;  ///< what the text pointers of parameters lead to
@@ -94,6 +95,9 @@ struct Host::Impl {
     /// The parameter's record as the effect is to see it at `moment`: value, resolution, no change
     /// flags. Every value goes to the effect through here.
     PF_ParamDef parameterAt(Parameter const& parameter, Moment const& moment) const;
+    /// Takes the values that the effect marked as changed in the running command's params array, as
+    /// of the command's time and at full resolution.
+    void takeBackChanges(PF_ParamDef* const* values);
     /// Gives back the block that the effect left as its global data.
     void dropGlobalData();
     /// Notes a parameter that the effect registers.
@@ -161,6 +165,7 @@ struct OfferedSuite {
 bool isTimeMode(AEGP_LTimeMode mode);
 std::span<OfferedSuite const> projectSuites();
 std::span<OfferedSuite const> keyframeSuites();
+std::span<OfferedSuite const> toolSuites();
 
 PF_InteractCallbacks interCallbacks();
 PF_UtilCallbacks utilCallbacks(HostOptions const& options);

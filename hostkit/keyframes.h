@@ -48,6 +48,7 @@ struct Ease {
     /// Value units a second at the key. For several numbers: units of distance a second along the
     /// segment (pixels for a point), and never beyond the segment's ends.
     double speed = 0;
+    bool operator==(Ease const&) const = default;
 };
 
 struct Keyframe {
@@ -56,6 +57,7 @@ struct Keyframe {
     Interpolation toNext = Interpolation::kLinear;
     Ease incoming{};  ///< read when the key before is kBezier
     Ease outgoing{};  ///< read when this key is kBezier
+    bool operator==(Keyframe const&) const = default;
 };
 
 class KeyframeTrack {
@@ -91,6 +93,8 @@ public:
     /// The value at a moment, `time.scale` above 0; zeros for a track without keys. Logarithmic in
     /// the number of keys. A bezier's time is solved to double precision.
     KeyValue valueAt(KeyTime const& time) const;
+
+    bool operator==(KeyframeTrack const&) const = default;
 
 private:
     KeyValue between(Keyframe const& from, Keyframe const& to, KeyTime const& time) const;

@@ -1,5 +1,5 @@
 // The way to all suites, and those of images and colours. One row of a table for each suite that
-// hostkit offers; the project's are in project_suites.cpp and keyframe_suites.cpp.
+// hostkit offers; the others are in files of their own.
 #include <cstring>
 
 #include "hostkit/host_impl.h"
@@ -78,7 +78,8 @@ constexpr OfferedSuite kImageSuites[] = {
 
 void const* offeredSuite(Host::Impl const& host, char const* name, A_long version) {
     for (std::span<OfferedSuite const> const list :
-         {std::span<OfferedSuite const>(kImageSuites), projectSuites(), keyframeSuites()})
+         {std::span<OfferedSuite const>(kImageSuites), projectSuites(), keyframeSuites(),
+          toolSuites()})
         for (OfferedSuite const& suite : list)
             if (suite.version == version && std::strcmp(suite.name, name) == 0)
                 return suite.modernOnly && !host.options.identity.isModern() ? nullptr

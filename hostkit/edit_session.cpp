@@ -1,0 +1,153 @@
+// Acts of a user, each with its step.
+#include "hostkit/edit_session.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+#include "hostkit/changed_values.h"
+#include "hostkit/error.h"
+
+namespace zelk {
+namespace {
+
+KeyValue kept(Parameter const& parameter, KeyValue value) {
+    for (double const number : value)
+        if (!std::isfinite(number))
+            throw HostError(
+                fmt::format("the value \"{}\" of \"{}\" is not finite, expected a "
+                            "number",
+                            number, parameter.displayName()));
+    ValueRange const range = validRange(parameter);
+    if (range.min < range.max) value[0] = std::clamp(value[0], range.min, range.max);
+    PF_ParamDef def = parameter.current;
+    setKeyValue(def, value);
+    return keyValueOf(def);
+}
+
+std::vector<KeyValue> valuesAt(std::vector<Parameter> const& parameters, KeyTime const& moment) {
+    std::vector<KeyValue> values;
+    for (Parameter const& parameter : parameters)
+        values.push_back(keyValueOf(parameter.at(moment)));
+    return values;
+}
+
+[[noreturn]] void throwFailure(EventResult const& result) {
+    std::string const& message = result.command.message;
+    throw HostError(fmt::format("the effect answered an event with {}{}", result.command.code,
+                                message.empty() ? "" : " (" + message + ")"),
+                    result.command.code);
+}
+
+}  // namespace
+
+EditSession::EditSession(Host& host, int layerWidthPx, int layerHeightPx)
+    : m_host(host), m_events(host), m_layerWidthPx(layerWidthPx), m_layerHeightPx(layerHeightPx) {
+    setFrame(0);
+}
+
+bool EditSession::setFrame(int number) {
+    if (isDragging()) return false;
+    FrameRequest frame = frameRequest(m_host.comp(), number);
+    frame.layerWidth = m_layerWidthPx;
+    frame.layerHeight = m_layerHeightPx;
+    m_events.frame = frame;
+    m_frameNumber = number;
+    return true;
+}
+
+KeyTime EditSession::moment() const { return {frame().time, frame().timeBase.scale}; }
+
+Parameter& EditSession::parameterOf(int index) const {
+    std::vector<Parameter>& all = m_host.parameters();
+    if (index < 0 || index >= static_cast<int>(all.size()) ||
+        !all[static_cast<std::size_t>(index)].hasValue())
+        throw HostError(
+            fmt::format("no value to edit at \"{}\", expected the index of a control "
+                        "that has one",
+                        index));
+    return all[static_cast<std::size_t>(index)];
+}
+
+KeyValue EditSession::valueOf(int index) const {
+    return keyValueOf(parameterOf(index).at(moment()));
+}
+
+bool EditSession::edit(int index, KeyValue const& value) {
+    Parameter& parameter = parameterOf(index);
+    KeyValue const wanted = kept(parameter, value);
+    if (wanted == valueOf(index)) return false;
+    return change(fmt::format("Set {}", parameter.displayName()),
+                  [&](std::vector<Parameter>&) { setValueAt(parameter, moment(), wanted); });
+}
+
+bool EditSession::change(std::string name,
+                         std::function<void(std::vector<Parameter>&)> const& act) {
+    if (isDragging()) return false;
+    std::vector<ParameterState> const before = statesOf(m_host.parameters());
+    try {
+        act(m_host.parameters());
+    } catch (...) {
+        restoreStates(m_host.parameters(), before);
+        throw;
+    }
+    return m_undo.record(std::move(name), before, m_host.parameters());
+}
+
+void EditSession::check(EventResult const& result) {
+    if (result.command.code == PF_Err_NONE) return;
+    restoreStates(m_host.parameters(), m_atClick);
+    throwFailure(result);
+}
+
+bool EditSession::click(MouseEvent const& mouse) {
+    A_long const events = m_host.customUi().events;
+    A_long const own = panel().shows == PF_Window_COMP ? PF_CustomEFlag_COMP : PF_CustomEFlag_LAYER;
+    if (isDragging() || !(events & own)) return false;
+    m_click = mouse;
+    m_atClick = statesOf(m_host.parameters());
+    m_valuesAtClick = valuesAt(m_host.parameters(), moment());
+    check(m_events.click(mouse));
+    return isDragging();
+}
+
+bool EditSession::drag(MouseEvent const& mouse) {
+    if (!isDragging()) return false;
+    check(m_events.drag(mouse));
+    return true;
+}
+
+bool EditSession::hasMoved() const {
+    return valuesAt(m_host.parameters(), moment()) != m_valuesAtClick;
+}
+
+bool EditSession::release(MouseEvent const& mouse) {
+    if (!isDragging()) return false;
+    check(m_events.drag(mouse, true));
+    if (!hasMoved()) {
+        restoreStates(m_host.parameters(), m_atClick);
+        return false;
+    }
+    bool const isScale = m_click.modifiers & PF_Mod_SHIFT_KEY;
+    return m_undo.record(isScale ? "Scale pins" : "Move pins", m_atClick, m_host.parameters());
+}
+
+bool EditSession::cancelDrag() {
+    if (!isDragging()) return false;
+    check(m_events.drag(m_click, true));
+    restoreStates(m_host.parameters(), m_atClick);
+    check(m_events.redraw());
+    return true;
+}
+
+void EditSession::draw() {
+    EventResult const result = m_events.draw();
+    if (result.command.code) throwFailure(result);
+}
+
+bool EditSession::undo() { return !isDragging() && m_undo.undo(m_host.parameters()); }
+bool EditSession::redo() { return !isDragging() && m_undo.redo(m_host.parameters()); }
+
+}  // namespace zelk
