@@ -12,6 +12,7 @@
 #include "host/PluginHost_AE_Impl.h"
 #include "interaction/HandleEvent.h"
 #include "params/ParamsSetup.h"
+#include "params/update_ecw.h"
 #include "platform/effect_api/effect_events.h"
 #include "platform/services/Handles.h"
 
@@ -87,6 +88,11 @@ PF_Err dispatch(PF_Cmd cmd, Call const& call) {
             return paramsSetup(call);
         case PF_Cmd_RENDER:
             return render(call);
+        case PF_Cmd_USER_CHANGED_PARAM:
+        case PF_Cmd_UPDATE_PARAMS_UI:
+            UpdateECW(call.in_data, call.out_data, call.params, cmd == PF_Cmd_USER_CHANGED_PARAM,
+                      static_cast<PF_UserChangedParamExtra*>(call.extra), call.output);
+            return PF_Err_NONE;
         case PF_Cmd_EVENT:
             return event(call);
         case PF_Cmd_SMART_PRE_RENDER:

@@ -234,7 +234,8 @@ CommandResult Host::Impl::run(A_long which, CommandScene const& what, bool withP
                         module.file().string(), which));
     }
     keepAnswers(which, out);
-    if (which == PF_Cmd_EVENT && result.code == PF_Err_NONE) takeBackChanges(params.data());
+    bool const isUsers = which == PF_Cmd_EVENT || which == PF_Cmd_USER_CHANGED_PARAM;
+    if (isUsers && result.code == PF_Err_NONE) takeBackChanges(params.data());
     result.message = messageOf(out);
     result.outFlags = out.out_flags;
     result.outFlags2 = out.out_flags2;

@@ -138,6 +138,13 @@ public:
     /// PF_Cmd_EVENT with the parameters at the frame's time and full resolution; values that the
     /// effect marks as changed are taken back. hostkit/events.h has what a user does.
     CommandResult event(PF_EventExtra& extra, FrameRequest const& frame);
+    /// PF_Cmd_USER_CHANGED_PARAM for the parameter at `index`, after its new value was set.
+    /// `output` is the frame that the effect is shown in, null for none; only its size is used.
+    /// Values that the effect marks as changed are taken back.
+    CommandResult userChangedParam(int index, FrameRequest const& frame, World* output = nullptr);
+    /// PF_Cmd_UPDATE_PARAMS_UI: the effect greys controls out or enables them, which
+    /// Parameter::isEnabled keeps.
+    CommandResult updateParamsUi(FrameRequest const& frame);
     /// What "AE Plugin Helper Suite" tells; 1, the selection tool, at first.
     void setCurrentTool(A_u_char tool);
 

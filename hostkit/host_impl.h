@@ -166,6 +166,7 @@ bool isTimeMode(AEGP_LTimeMode mode);
 std::span<OfferedSuite const> projectSuites();
 std::span<OfferedSuite const> keyframeSuites();
 std::span<OfferedSuite const> toolSuites();
+std::span<OfferedSuite const> controlSuites();
 
 PF_InteractCallbacks interCallbacks();
 PF_UtilCallbacks utilCallbacks(HostOptions const& options);

@@ -26,6 +26,7 @@ struct Parameter {
     PF_ParamDef current{};
     std::vector<std::string> choices;  ///< entries of a popup, separators included
     std::string label;                 ///< a checkbox's own label
+    bool isEnabled = true;             ///< not greyed out; as the effect told it last
 
     PF_ParamType type() const { return registered.param_type; }
     A_long diskId() const { return registered.uu.id; }

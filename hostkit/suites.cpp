@@ -79,7 +79,7 @@ constexpr OfferedSuite kImageSuites[] = {
 void const* offeredSuite(Host::Impl const& host, char const* name, A_long version) {
     for (std::span<OfferedSuite const> const list :
          {std::span<OfferedSuite const>(kImageSuites), projectSuites(), keyframeSuites(),
-          toolSuites()})
+          toolSuites(), controlSuites()})
         for (OfferedSuite const& suite : list)
             if (suite.version == version && std::strcmp(suite.name, name) == 0)
                 return suite.modernOnly && !host.options.identity.isModern() ? nullptr

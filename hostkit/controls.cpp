@@ -1,0 +1,43 @@
+// What the user does with the effect's controls, and how the effect shows them.
+#include "hostkit/host_impl.h"
+
+namespace zelk {
+
+CommandResult Host::userChangedParam(int index, FrameRequest const& frame, World* output) {
+    PF_UserChangedParamExtra extra{index};
+    CommandScene scene;
+    scene.frame = frame;
+    scene.output = output;
+    scene.extra = &extra;
+    return m_impl->run(PF_Cmd_USER_CHANGED_PARAM, scene, true);
+}
+
+CommandResult Host::updateParamsUi(FrameRequest const& frame) {
+    CommandScene scene;
+    scene.frame = frame;
+    return m_impl->run(PF_Cmd_UPDATE_PARAMS_UI, scene, true);
+}
+
+namespace {
+
+PF_Err updateParamUi(PF_ProgPtr effectRef, A_long index, PF_ParamDef const* def) {
+    return answerCall(
+        "PF Param Utils Suite 1/PF_UpdateParamUI", effectRef, [&](Host::Impl& host) -> PF_Err {
+            auto& all = host.parameters;
+            if (!def || index < 1 || index >= static_cast<A_long>(all.size()))
+                return PF_Err_BAD_CALLBACK_PARAM;
+            all[static_cast<std::size_t>(index)].isEnabled = !(def->ui_flags & PF_PUI_DISABLED);
+            return PF_Err_NONE;
+        });
+}
+
+constexpr PF_ParamUtilsSuite1 kParamUtilsSuite = {updateParamUi};
+constexpr OfferedSuite kControlSuites[] = {
+    {kPFParamUtilsSuite, kPFParamUtilsSuiteVersion1, &kParamUtilsSuite},
+};
+
+}  // namespace
+
+std::span<OfferedSuite const> controlSuites() { return kControlSuites; }
+
+}  // namespace zelk

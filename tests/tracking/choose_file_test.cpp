@@ -1,0 +1,104 @@
+// The file dialog, step by step: order, cancels, and each step failing with all given back.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "tracking/chooseTrackingFile.h"
+
+namespace {
+
+/// An application that answers `path`, or `status`, and notes the steps.
+struct Chooser {
+    std::string path = ZELK_TEXT_FILE;
+    OSStatus status = 0;
+    std::string failing;  ///< a step that is to fail
+    std::vector<std::string> steps;
+    FileChooserRequest asked{};
+    std::string extension;
+
+    Chooser() : backend{this, choose, step} { installFileChooserBackend(&backend); }
+    ~Chooser() { installFileChooserBackend(nullptr); }
+
+    static OSStatus choose(void* context, FileChooserRequest const* request, char* path,
+                           std::size_t size) {
+        auto& self = *static_cast<Chooser*>(context);
+        self.asked = *request;
+        self.extension = request->extension;
+        std::snprintf(path, size, "%s", self.path.c_str());
+        return self.status;
+    }
+    static OSStatus step(void* context, char const* name) {
+        auto& self = *static_cast<Chooser*>(context);
+        self.steps.push_back(name);
+        return self.failing == name ? -1 : 0;
+    }
+
+    FileChooserBackend backend;
+};
+
+/// The path that was read, "" when nothing was.
+std::string chosen() {
+    char path[kTrackingPathBytes];
+    std::string read;
+    EXPECT_EQ(chooseTrackingFile(path, [&] { read = path; }), 0);
+    return read;
+}
+
+const std::vector<std::string> kSteps = {"NavGetDefaultDialogCreationOptions",
+                                         "NavCreateGetFileDialog",
+                                         "CFArrayCreateMutable",
+                                         "UTTypeCreatePreferredIdentifierForTag",
+                                         "CFArrayAppendValue",
+                                         "NavDialogSetFilterTypeIdentifiers",
+                                         "NavDialogRun",
+                                         "NavDialogGetReply",
+                                         "AEGetNthPtr",
+                                         "FSGetCatalogInfo",
+                                         "FSpMakeFSRef",
+                                         "FSRefMakePath"};
+
+TEST(ChooseTrackingFile, AsksForOneTextFileInTheStepsOfTheDialog) {
+    Chooser chooser;
+    EXPECT_EQ(chosen(), ZELK_TEXT_FILE);
+    std::vector<std::string> all = kSteps;
+    all.insert(all.end(), {"CFRelease", "CFRelease", "NavDisposeReply", "NavDialogDispose"});
+    EXPECT_EQ(chooser.steps, all);
+    EXPECT_EQ(chooser.asked.modality, 2);
+    EXPECT_EQ(chooser.extension, "txt");
+}
+
+// The sanitizers see what a failing step leaves behind.
+TEST(ChooseTrackingFile, EndsInSilenceWhereAStepFails) {
+    for (std::string const& step : kSteps) {
+        Chooser chooser;
+        chooser.failing = step;
+        const bool isFilter = step.rfind("CF", 0) == 0 || step.rfind("UT", 0) == 0 ||
+                              step == "NavDialogSetFilterTypeIdentifiers";
+        EXPECT_EQ(chosen(), isFilter ? ZELK_TEXT_FILE : "") << step;
+        const auto count = [&](char const* name) {
+            return std::count(chooser.steps.begin(), chooser.steps.end(), name);
+        };
+        const bool hadDialog = count("NavCreateGetFileDialog") && step != "NavCreateGetFileDialog";
+        EXPECT_EQ(count("NavDialogDispose"), hadDialog) << step;
+        const bool hadReply = count("NavDialogGetReply") && step != "NavDialogGetReply";
+        EXPECT_EQ(count("NavDisposeReply"), hadReply) << step;
+    }
+    Chooser cancelled;
+    cancelled.status = kUserCanceledStatus;
+    EXPECT_EQ(chosen(), "");
+    EXPECT_EQ(cancelled.steps.back(), "NavDialogDispose");
+    Chooser lost, longPath;
+    lost.path = "/nowhere/track.txt";
+    EXPECT_EQ(chosen(), "");
+    longPath.path = std::string(1100, '/') + ZELK_TEXT_FILE;
+    EXPECT_EQ(chosen(), "");
+    installFileChooserBackend(nullptr);
+    EXPECT_EQ(chosen(), "") << "with nothing installed the user has cancelled";
+    FSRef ref{};
+    EXPECT_EQ(FSRefMakeFSSpec(&ref, nullptr), -50);
+}
+
+}  // namespace

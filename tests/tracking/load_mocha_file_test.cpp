@@ -1,0 +1,129 @@
+// What the reader hands to its loader, for texts of every shape.
+#include "tracking/LoadMochaFile.h"
+
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <clocale>
+#include <cstdio>
+#include <random>
+#include <string>
+
+#include "tracking/MochaLoader.h"
+
+namespace {
+
+/// Writes its calls down: "[7 26]" a corner of parameter 7, disk id 26; "x,y@frame"; "]" its end;
+/// "{w h}" a size.
+struct Collector final : MochaLoader {
+    std::string calls;
+    int startLoadProperty(int paramIndex, int diskId) override {
+        calls += fmt::format("[{} {}: ", paramIndex, diskId);
+        return 77;  // results are not looked at
+    }
+    int setValue(double x, double y, double frame) override {
+        calls += fmt::format("{:.6g},{:.6g}@{:.6g} ", x, y, frame);
+        return 77;
+    }
+    int finishLoadProperty() override {
+        calls += "]";
+        return 77;
+    }
+    void setResolution(int width, int height) override {
+        calls += fmt::format("{{{} {}}}", width, height);
+    }
+};
+
+class TextFile {
+public:
+    explicit TextFile(std::string const& bytes) {
+        const int file = ::mkstemp(m_path);
+        EXPECT_EQ(::write(file, bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
+        ::close(file);
+    }
+    ~TextFile() { ::unlink(m_path); }
+    char const* path() const { return m_path; }
+
+private:
+    char m_path[24] = "/tmp/zelk-track-XXXXXX";
+};
+
+std::string callsFor(std::string const& bytes) {
+    int indices[] = {6, 7, 8, 9}, ids[] = {10, 11, 12, 13};
+    Collector loader;
+    EXPECT_EQ(LoadMochaFile(nullptr, indices, ids, TextFile(bytes).path(), &loader), 0);
+    return loader.calls;
+}
+
+TEST(LoadMochaFile, HandsOverWhatEachLineSays) {
+    struct Case {
+        char const* fact;
+        std::string text, calls;
+    };
+    const std::string wide(300, 'x');
+    const Case cases[] = {
+        {"without a size 720 by 486", "Upper Left\n1 360 243\n", "][6 10: 0.5,0.5@1 ]"},
+        {"sections by their number or words, positions 0 to 3 in the table's order",
+         "ADBE Corner Pin-0001\nADBE Corner Pin-0002\nADBE Corner Pin-0003\nADBE Corner Pin-0004\n"
+         "Upper Left\nLower Left\nUpper Right\nLower Right\n",
+         "][6 10: ][7 11: ][8 12: ][9 13: ][6 10: ][7 11: ][8 12: ][9 13: ]"},
+        {"a late size counts for what follows",
+         "Upper Left\n0 720 486\n\tSource Width\t100\n1 50 486\nSource Height 50\n2 50 25\n",
+         "][6 10: 1,1@0 {100 486}0.5,1@1 {100 50}0.5,0.5@2 ]"},
+        {"a size keyword goes before a corner's name", "Source Width 640 Upper Left\n",
+         "{640 486}"},
+        {"a size line without a number keeps the size", "Source Width none\nLower Right\n1 720 0\n",
+         "{720 486}][9 13: 1,0@1 ]"},
+        {"nothing but a corner line ends a section",
+         "Upper Left\n1 72 0\nFrame\tX\tY\n\nnonsense\n2 72\n3 x 5\nEnd of Keyframe Data\n4 144 0",
+         "][6 10: 0.1,0@1 0.2,0@4 ]"},
+        {"an unknown language counts for the corner before", "Upper Left\nHaut droit\n1 72 0\n",
+         "][6 10: 0.1,0@1 ]"},
+        {"no corner, no calls", "1 2 3\n4 5 6\n", ""},
+        {"frames with fractions, backwards, and number forms",
+         "Upper Left\n  \t2.5 +7.2e1 -486 rest\n-1 .72 4.86e2\n",
+         "][6 10: 0.1,-1@2.5 0.001,1@-1 ]"},
+        {"floats are single", "Upper Left\n16777217 0 0\n", "][6 10: 0,0@1.67772e+07 ]"},
+        {"a long line in pieces of 255", "Upper Left\n" + std::string(255, ' ') + "1 72 0\n",
+         "][6 10: 0.1,0@1 ]"},
+        {"a keyword cut by a piece's end is none", std::string(250, 'x') + "Upper Left\n1 72 0\n",
+         ""},
+        {"a zero byte ends its line", std::string("Upper Left\n1 72 \0 0\n2 72 0\n", 23),
+         "][6 10: 0.1,0@2 ]"},
+        {"endings of other systems", "Upper Left\r\n1 72 0\r\n", "][6 10: 0.1,0@1 ]"},
+        {"nothing", "", ""},
+    };
+    for (Case const& c : cases) EXPECT_EQ(callsFor(c.text), c.calls) << c.fact;
+    Collector loader;
+    EXPECT_EQ(LoadMochaFile(nullptr, nullptr, nullptr, "/nowhere/track.txt", &loader), 1);
+    EXPECT_EQ(loader.calls, "");
+}
+
+// Whatever the bytes: no crash, and as many ends as starts.
+TEST(LoadMochaFile, TakesAnyBytes) {
+    constexpr unsigned kSeed = 101;
+    std::mt19937 random(kSeed);
+    const std::string pieces[] = {"Upper Left",
+                                  "Source Width",
+                                  "ADBE Corner Pin-0003",
+                                  "\n",
+                                  "1e39 ",
+                                  "-",
+                                  " nan ",
+                                  " 99999999999999999999 ",
+                                  std::string(1, '\0'),
+                                  "\xff\xfe",
+                                  "0x1p3 ",
+                                  std::string(300, '7'),
+                                  "2 3 4\n"};
+    for (int run = 0; run < 300; ++run) {
+        std::string text;
+        for (unsigned i = random() % 40; i > 0; --i) text += pieces[random() % std::size(pieces)];
+        const std::string calls = callsFor(text);
+        const auto count = [&](char c) { return std::count(calls.begin(), calls.end(), c); };
+        EXPECT_EQ(count(']'), count('[') + (count('[') > 0)) << "seed " << kSeed << " run " << run;
+    }
+}
+
+}  // namespace
