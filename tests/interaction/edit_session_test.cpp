@@ -1,0 +1,156 @@
+// Edits, drags, undo and redo, on plain and animated parameters.
+#include "hostkit/edit_session.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "tests/interaction/stage.h"
+#include "tests/support/recording_port.h"
+
+using namespace zelk_test;
+using zelk::EditSession;
+using zelk::KeyTime;
+
+namespace {
+
+struct Session : Stage {
+    Session() {
+        zelk::Comp comp;
+        comp.durationFrames = 100;
+        host.setComp(comp);
+        session.emplace(host, 400, 300);
+    }
+    zelk::Parameter& parameter(int index) {
+        return host.parameters()[static_cast<std::size_t>(index)];
+    }
+    void animate(int index) {
+        for (int key : {0, 40})
+            parameter(index).editTrack().set({{key * 1000, 24000},
+                                              {100.0 + key, 100.5 - key},
+                                              zelk::Interpolation::kBezier,
+                                              {},
+                                              {20, 3}});
+    }
+    std::optional<EditSession> session;
+};
+
+TEST(EditSession, RandomActsAreUndoneAndRedoneToTheBit) {
+    const unsigned seed = 20261125;
+    SCOPED_TRACE(seed);
+    std::mt19937 random(seed);
+    auto const below = [&](int n) { return static_cast<int>(random() % unsigned(n)); };
+    Session s;
+    s.animate(kParamToUpperLeft);
+    s.animate(kParamFromLowerRight);
+    s.set(kParamOverlayMode, 3);
+    EditSession& session = *s.session;
+    std::vector<std::vector<zelk::ParameterState>> history = {zelk::statesOf(s.host.parameters())};
+    std::size_t now = 0;
+    constexpr int kEdited[] = {kParamToUpperLeft, kParamToLowerLeft,      kParamQuality,
+                               kParamRotate,      kParamToWireframeColor, kParamGrowBounds,
+                               kParamCropToPins,  kParamCornerPinOpacity};
+    for (int act = 0; act < 400; ++act) {
+        bool isStep = false;
+        if (below(4) == 0) session.setFrame(below(60) - 5);
+        const int kind = below(7);
+        if (kind == 0) {
+            EXPECT_EQ(session.undo(), now > 0);
+            now -= now > 0;
+        } else if (kind == 1) {
+            EXPECT_EQ(session.redo(), now + 1 < history.size());
+            now += now + 1 < history.size();
+        } else if (kind < 4) {
+            const int index = kEdited[below(std::size(kEdited))];
+            isStep = session.edit(index, {below(600) / 7.0, below(300) / 3.0, 200, 9});
+        } else if (session.click({100 + below(300), 100 + below(150),
+                                  below(2) ? PF_Mod_SHIFT_KEY : PF_Mod_NONE})) {
+            for (int i = below(4); i > 0; --i) session.drag({below(400), below(300)});
+            EXPECT_FALSE(session.undo() || session.redo() || session.setFrame(1) ||
+                         session.edit(kParamQuality, {1}) || session.click({1, 1}));
+            if (below(3) > 0)
+                isStep = session.release({below(400), below(300)});
+            else
+                EXPECT_TRUE(session.cancelDrag());
+        }
+        if (isStep) {
+            history.resize(++now);
+            history.push_back(zelk::statesOf(s.host.parameters()));
+        }
+        ASSERT_EQ(zelk::statesOf(s.host.parameters()), history[now]) << "act " << act;
+    }
+    EXPECT_GT(history.size(), 20u);
+    while (session.undo()) ASSERT_EQ(zelk::statesOf(s.host.parameters()), history[--now]);
+    EXPECT_EQ(now, 0u);
+    while (session.redo()) ASSERT_EQ(zelk::statesOf(s.host.parameters()), history[++now]);
+    EXPECT_EQ(now + 1, history.size());
+}
+
+TEST(EditSession, AnimatedPinsGetAKeyWherePlainOnesChangeTheirValue) {
+    Session s;
+    s.animate(kParamToUpperLeft);
+    EditSession& session = *s.session;
+    session.setFrame(20);
+    auto const before = session.valueOf(kParamToUpperLeft);
+    auto const plain = session.valueOf(kParamToUpperRight);
+    ASSERT_TRUE(session.click({200, 150}));
+    session.drag({150, 150});
+    ASSERT_TRUE(session.release({210, 145}));
+    EXPECT_EQ(session.undoName(), "Move pins");
+    auto const& track = s.parameter(kParamToUpperLeft).track();
+    ASSERT_EQ(track.size(), 3u);
+    EXPECT_EQ(track.find(KeyTime{20000, 24000}), 1u);
+    // A pin is 16.16 for the effect.
+    EXPECT_EQ(session.valueOf(kParamToUpperLeft)[0], before[0] + 10);
+    EXPECT_EQ(session.valueOf(kParamToUpperLeft)[1], before[1] - 5);
+    EXPECT_EQ(session.valueOf(kParamToUpperRight)[0], plain[0] + 10);
+    EXPECT_TRUE(s.parameter(kParamToUpperRight).track().empty());
+
+    ASSERT_TRUE(session.edit(kParamToUpperLeft, {1.5, 2.5}));
+    EXPECT_EQ(session.undoName(), "Set Upper Left");
+    EXPECT_EQ(track.keys()[1].value[1], 2.5);
+    session.setFrame(0);
+    EXPECT_EQ(session.valueOf(kParamToUpperLeft)[0], 100);
+    session.undo(), session.undo();
+    EXPECT_EQ(track.size(), 2u);
+    EXPECT_EQ(session.redoName(), "Move pins");
+}
+
+TEST(EditSession, ActsThatChangeNothingAreNoSteps) {
+    Session s;
+    s.animate(kParamToUpperLeft);
+    EditSession& session = *s.session;
+    session.setFrame(10);
+    auto const start = zelk::statesOf(s.host.parameters());
+    EXPECT_FALSE(session.edit(kParamQuality, {3}));
+    EXPECT_FALSE(session.edit(kParamQuality, {3.2}));  // the same entry
+    EXPECT_FALSE(session.edit(kParamToUpperLeft, session.valueOf(kParamToUpperLeft)));
+    EXPECT_FALSE(session.click({390, 290}));
+    ASSERT_TRUE(session.click({200, 150}));
+    session.drag({222, 111});
+    EXPECT_FALSE(session.release({200, 150})) << "back where it began";
+    ASSERT_TRUE(session.click({200, 150, PF_Mod_SHIFT_KEY}));
+    session.drag({222, 111});
+    RecordingPort port;
+    EXPECT_TRUE(session.cancelDrag());
+    EXPECT_FALSE(port.calls.empty()) << "a drag that is over shows its outline again";
+    EXPECT_EQ(zelk::statesOf(s.host.parameters()), start);
+    EXPECT_TRUE(session.undoName().empty() && !session.undo() && !session.redo());
+
+    for (int index : {-1, 0, int(kParamToPinsGroup), 63})
+        EXPECT_THROW(session.edit(index, {1}), zelk::HostError) << index;
+    EXPECT_THROW(session.edit(kParamRotate, {std::nan("")}), zelk::HostError);
+    EXPECT_THROW(session.change("x",
+                                [](auto& parameters) {
+                                    zelk::setNumber(parameters[kParamQuality].current, 1);
+                                    throw zelk::HostError("no");
+                                }),
+                 zelk::HostError);
+    EXPECT_EQ(zelk::statesOf(s.host.parameters()), start);
+    EXPECT_TRUE(session.edit(kParamQuality, {99}));
+    EXPECT_EQ(session.valueOf(kParamQuality)[0], 4) << "the range's end";
+    session.panel().zoom = 0;
+    EXPECT_THROW(session.draw(), zelk::HostError);
+}
+
+}  // namespace
