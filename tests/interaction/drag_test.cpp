@@ -54,7 +54,9 @@ TEST(Drag, PicksAndMovesOneQuad) {
             s.place(kFrom, c.from);
             zelk::setPoint(s.value(kFrom[3]), c.from.right, c.from.bottom + 0.375);
             auto const to = s.fixed(kTo), from = s.fixed(kFrom);
+            s.host.monitor().restart();
             auto const clicked = s.events.click(s.at(c.x, c.y));
+            EXPECT_EQ(s.host.monitor().count("comp_to_layer"), panel.shows == PF_Window_COMP);
             ASSERT_EQ(clicked.command.code, 0);
             ASSERT_EQ(clicked.command.outstanding.describe(), "nothing");
             EXPECT_EQ(clicked.handled() && clicked.asksForDrag && clicked.redrawn, c.quad != '-');
