@@ -86,15 +86,15 @@ TEST(ChooseTrackingFile, EndsInSilenceWhereAStepFails) {
         const bool hadReply = count("NavDialogGetReply") && step != "NavDialogGetReply";
         EXPECT_EQ(count("NavDisposeReply"), hadReply) << step;
     }
-    Chooser cancelled;
-    cancelled.status = kUserCanceledStatus;
+    Chooser chooser;
+    chooser.path = "/nowhere/track.txt";
     EXPECT_EQ(chosen(), "");
-    EXPECT_EQ(cancelled.steps.back(), "NavDialogDispose");
-    Chooser lost, longPath;
-    lost.path = "/nowhere/track.txt";
+    chooser.path = std::string(1100, '/') + ZELK_TEXT_FILE;
     EXPECT_EQ(chosen(), "");
-    longPath.path = std::string(1100, '/') + ZELK_TEXT_FILE;
+    chooser.status = kUserCanceledStatus;
+    chooser.steps.clear();
     EXPECT_EQ(chosen(), "");
+    EXPECT_EQ(chooser.steps.back(), "NavDialogDispose");
     installFileChooserBackend(nullptr);
     EXPECT_EQ(chosen(), "") << "with nothing installed the user has cancelled";
     FSRef ref{};

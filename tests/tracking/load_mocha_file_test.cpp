@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <clocale>
+#include <algorithm>
 #include <cstdio>
 #include <random>
 #include <string>
@@ -89,7 +89,7 @@ TEST(LoadMochaFile, HandsOverWhatEachLineSays) {
          "][6 10: 0.1,0@1 ]"},
         {"a keyword cut by a piece's end is none", std::string(250, 'x') + "Upper Left\n1 72 0\n",
          ""},
-        {"a zero byte ends its line", std::string("Upper Left\n1 72 \0 0\n2 72 0\n", 23),
+        {"a zero byte ends its line", std::string("Upper Left\n1 72 \0 0\n2 72 0\n", 27),
          "][6 10: 0.1,0@2 ]"},
         {"endings of other systems", "Upper Left\r\n1 72 0\r\n", "][6 10: 0.1,0@1 ]"},
         {"nothing", "", ""},
@@ -119,7 +119,7 @@ TEST(LoadMochaFile, TakesAnyBytes) {
                                   "2 3 4\n"};
     for (int run = 0; run < 300; ++run) {
         std::string text;
-        for (unsigned i = random() % 40; i > 0; --i) text += pieces[random() % std::size(pieces)];
+        for (auto i = random() % 40; i > 0; --i) text += pieces[random() % std::size(pieces)];
         const std::string calls = callsFor(text);
         const auto count = [&](char c) { return std::count(calls.begin(), calls.end(), c); };
         EXPECT_EQ(count(']'), count('[') + (count('[') > 0)) << "seed " << kSeed << " run " << run;
