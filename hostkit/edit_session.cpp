@@ -34,11 +34,11 @@ std::vector<KeyValue> valuesAt(std::vector<Parameter> const& parameters, KeyTime
     return values;
 }
 
-[[noreturn]] void throwFailure(EventResult const& result) {
-    std::string const& message = result.command.message;
-    throw HostError(fmt::format("the effect answered an event with {}{}", result.command.code,
+[[noreturn]] void throwFailure(char const* what, CommandResult const& result) {
+    std::string const& message = result.message;
+    throw HostError(fmt::format("the effect answered {} with {}{}", what, result.code,
                                 message.empty() ? "" : " (" + message + ")"),
-                    result.command.code);
+                    result.code);
 }
 
 }  // namespace
@@ -55,6 +55,7 @@ bool EditSession::setFrame(int number) {
     frame.layerHeight = m_layerHeightPx;
     m_events.frame = frame;
     m_frameNumber = number;
+    updateControls();
     return true;
 }
 
@@ -80,7 +81,10 @@ bool EditSession::edit(int index, KeyValue const& value) {
     KeyValue const wanted = kept(parameter, value);
     if (wanted == valueOf(index)) return false;
     return change(fmt::format("Set {}", parameter.displayName()),
-                  [&](std::vector<Parameter>&) { setValueAt(parameter, moment(), wanted); });
+                  [&](std::vector<Parameter>&) {
+                      setValueAt(parameter, moment(), wanted);
+                      tellEffect(parameter);
+                  });
 }
 
 bool EditSession::change(std::string name,
@@ -89,6 +93,7 @@ bool EditSession::change(std::string name,
     std::vector<ParameterState> const before = statesOf(m_host.parameters());
     try {
         act(m_host.parameters());
+        updateControls();
     } catch (...) {
         restoreStates(m_host.parameters(), before);
         throw;
@@ -99,7 +104,19 @@ bool EditSession::change(std::string name,
 void EditSession::check(EventResult const& result) {
     if (result.command.code == PF_Err_NONE) return;
     restoreStates(m_host.parameters(), m_atClick);
-    throwFailure(result);
+    throwFailure("an event", result.command);
+}
+
+void EditSession::tellEffect(Parameter const& parameter) {
+    if (!(parameter.registered.flags & PF_ParamFlag_SUPERVISE)) return;
+    World output({m_layerWidthPx, m_layerHeightPx, Depth::k8});
+    CommandResult const result = m_host.userChangedParam(parameter.index, frame(), &output);
+    if (result.code) throwFailure("a changed control", result);
+}
+
+void EditSession::updateControls() {
+    CommandResult const result = m_host.updateParamsUi(frame());
+    if (result.code) throwFailure("an update of its controls", result);
 }
 
 bool EditSession::click(MouseEvent const& mouse) {
@@ -144,10 +161,19 @@ bool EditSession::cancelDrag() {
 
 void EditSession::draw() {
     EventResult const result = m_events.draw();
-    if (result.command.code) throwFailure(result);
+    if (result.command.code) throwFailure("an event", result.command);
 }
 
-bool EditSession::undo() { return !isDragging() && m_undo.undo(m_host.parameters()); }
-bool EditSession::redo() { return !isDragging() && m_undo.redo(m_host.parameters()); }
+bool EditSession::undo() {
+    if (isDragging() || !m_undo.undo(m_host.parameters())) return false;
+    updateControls();
+    return true;
+}
+
+bool EditSession::redo() {
+    if (isDragging() || !m_undo.redo(m_host.parameters())) return false;
+    updateControls();
+    return true;
+}
 
 }  // namespace zelk

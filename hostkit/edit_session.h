@@ -4,6 +4,8 @@
 //
 // Every act is one step of the undo stack: an edit "Set NAME", a whole drag "Move pins" or, with
 // Shift at the click, "Scale pins". An act that changes no value is no step and leaves no key.
+// After an edit the effect hears of a control that it supervises, and after every act it greys its
+// controls out or enables them (Parameter::isEnabled).
 // An animated parameter gets a key at the frame's moment. While a drag runs, all but drag, release
 // and cancelDrag is refused with false.
 // Errors: HostError for a parameter or value that can't be, and, with everything as before, when
@@ -69,6 +71,9 @@ private:
     bool hasMoved() const;
     /// The drag's parameters go back, and HostError, when the effect failed.
     void check(EventResult const& result);
+    /// Tells the effect of a new value where it asked for that. HostError when it fails.
+    void tellEffect(Parameter const& parameter);
+    void updateControls();
 
     Host& m_host;
     PanelEvents m_events;
