@@ -6,9 +6,11 @@
 #include <span>
 #include <string_view>
 
+#include "apps/zelk/drag_command.h"
 #include "apps/zelk/errors.h"
 #include "apps/zelk/numbers.h"
 #include "apps/zelk/over_modes.h"
+#include "apps/zelk/overlay_command.h"
 #include "apps/zelk/parameter_names.h"
 #include "apps/zelk/project_command.h"
 #include "apps/zelk/project_file.h"
@@ -271,6 +273,59 @@ RenderRequest checkedRender(TypedOptions const& asTyped) {
     if (typed.explain) request.explain = pick<Explain>(kExplains, "--explain", *typed.explain);
     request.module = checkedModule(typed);
     checkRoad(typed, request);
+    return request;
+}
+
+namespace {
+
+constexpr Choice<PF_WindowType> kPanels[] = {{"comp", PF_Window_COMP}, {"layer", PF_Window_LAYER}};
+
+/// "0.5", "2" or "200%".
+double checkedZoom(std::string const& text) {
+    constexpr double kLeast = 0.01, kMost = 64;
+    bool const isPercent = text.ends_with('%');
+    auto const number = parseNumber(text.substr(0, text.size() - (isPercent ? 1 : 0)));
+    double const zoom = number.value_or(0) / (isPercent ? 100 : 1);
+    if (zoom >= kLeast && zoom <= kMost) return zoom;
+    throw UserError(ExitCode::kUsage, {"--zoom", number ? "out of range:" : "not a number:", text,
+                                       "a factor from 0.01 to 64, or as much in percent"});
+}
+
+/// What a panel option says, into a request that has them all.
+template <class Request>
+void addPanel(TypedOptions const& typed, Request& request) {
+    constexpr int kMostFrames = 10'000'000;
+    if (typed.frame)
+        request.frame = wholeInRange("--frame", *typed.frame, -kMostFrames, kMostFrames);
+    if (typed.zoom) request.zoom = checkedZoom(*typed.zoom);
+    request.panel = pickIfGiven(kPanels, "--panel", typed.panel).value_or(request.panel);
+}
+
+}  // namespace
+
+OverlayRequest checkedOverlay(TypedOptions const& typed, std::string const& history) {
+    constexpr int kMostMargin = 4096;
+    OverlayRequest request;
+    request.render = checkedRender(typed);
+    request.render.history = history;
+    addPanel(typed, request);
+    if (typed.margin) request.marginPx = wholeInRange("--margin", *typed.margin, 0, kMostMargin);
+    return request;
+}
+
+DragRequest checkedDrag(TypedOptions const& typed) {
+    DragRequest request;
+    request.project = required(typed.file, "FILE", "a project file");
+    request.output = typed.output.value_or(request.project.string());
+    request.mayReplace = !typed.output || typed.force;
+    request.module = checkedModule(typed);
+    request.from = parsePoint("--from", required(typed.click, "--from", "a point x,y"));
+    for (std::string const& point : typed.drags) request.to.push_back(parsePoint("--to", point));
+    if (request.to.empty())
+        throw UserError(ExitCode::kUsage, {"--to", "not given,", "", "a point x,y"});
+    request.shift = typed.shift;
+    request.dryRun = typed.dryRun;
+    addPanel(typed, request);
     return request;
 }
 

@@ -12,6 +12,8 @@ namespace zelk {
 ModuleRequest checkedModule(TypedOptions const& typed);
 /// A project that is named fills what was not typed. Throws its input errors too.
 RenderRequest checkedRender(TypedOptions const& typed);
+OverlayRequest checkedOverlay(TypedOptions const& typed, std::string const& history);
+DragRequest checkedDrag(TypedOptions const& typed);
 /// `zelk project VERB`: sets the request of that verb in `line`.
 void checkProjectCommand(TypedOptions const& typed, std::optional<std::string> const& verb,
                          CommandLine& line);

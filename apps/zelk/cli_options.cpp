@@ -10,8 +10,10 @@
 #include <string_view>
 
 #include "apps/zelk/cli_checks.h"
+#include "apps/zelk/drag_command.h"
 #include "apps/zelk/errors.h"
 #include "apps/zelk/numbers.h"
+#include "apps/zelk/overlay_command.h"
 #include "apps/zelk/parameter_names.h"
 
 namespace zelk {
@@ -51,11 +53,25 @@ char const* const kParamsExamples =
     "  zelk params --json --host KeyG\n"
     "\n";
 
+char const* const kOverlayExamples =
+    "Examples:\n"
+    "  zelk overlay --project sign.zelk.json -o panel.png --frame 1010 --zoom 50%\n"
+    "  zelk overlay in.png -o panel.png --to \"60,40 540,10 30,390 580,350\" --margin 40\n"
+    "\n";
+
+char const* const kDragExamples =
+    "Examples:\n"
+    "  zelk drag sign.zelk.json --from 300,200 --to 340,190\n"
+    "  zelk drag sign.zelk.json --from 300,200 --to 700,200 --shift -o wide.zelk.json\n"
+    "\n";
+
 char const* const kProjectExamples =
     "Examples:\n"
     "  zelk project new sign.zelk.json --layer sign.png --plate shot.####.exr\n"
     "  zelk project check sign.zelk.json\n"
     "\n";
+
+constexpr char const* kCommands = "render, params, project, overlay or drag";
 
 void addFlag(CLI::App& command, char const* group, char const* name, bool& value,
              char const* help) {
@@ -71,11 +87,22 @@ void addModuleOptions(CLI::App& command, TypedOptions& typed) {
         ->group("Host");
 }
 
-void addRenderOptions(CLI::App& command, TypedOptions& typed) {
-    auto const add = [&](char const* group, char const* name, std::optional<std::string>& value,
-                         char const* type, char const* help) {
-        command.add_option(name, value, help)->type_name(type)->group(group);
-    };
+/// Adds text options of one group after the other.
+class OptionAdder {
+public:
+    explicit OptionAdder(CLI::App& command) : m_command(command) {}
+    void operator()(char const* group, char const* name, std::optional<std::string>& value,
+                    char const* type, char const* help) const {
+        m_command.add_option(name, value, help)->type_name(type)->group(group);
+    }
+
+private:
+    CLI::App& m_command;
+};
+
+/// What is pinned where: the options that a render and an overlay share.
+void addSceneOptions(CLI::App& command, TypedOptions& typed) {
+    OptionAdder const add(command);
     add("Files", "LAYER", typed.layer, "", "The picture to pin");
     add("Files", "-o,--output", typed.output, "OUTPUT",
         "The picture to write; its extension chooses the format");
@@ -94,6 +121,11 @@ void addRenderOptions(CLI::App& command, TypedOptions& typed) {
         ->type_name("NAME=VALUE")
         ->allow_extra_args(false)
         ->group("Rendering");
+}
+
+void addRenderOptions(CLI::App& command, TypedOptions& typed) {
+    OptionAdder const add(command);
+    addSceneOptions(command, typed);
     add("Rendering", "--depth", typed.depth, "DEPTH", "8, 16 or float (the layer's own)");
     add("Rendering", "--downsample", typed.downsample, "N",
         "Render at 1/N of the size, as a host does for a preview (1)");
@@ -130,6 +162,43 @@ void addRenderOptions(CLI::App& command, TypedOptions& typed) {
             "Render by the plain command, not the smart protocol");
     add("Output", "--explain", typed.explain, "[text|json]",
         "Print what the render did and how long each stage took (text)");
+    addModuleOptions(command, typed);
+}
+
+/// Of one frame as a panel shows it.
+void addPanelOptions(CLI::App& command, TypedOptions& typed) {
+    OptionAdder const add(command);
+    add("Panel", "--frame", typed.frame, "N", "The frame that is shown (the first)");
+    add("Panel", "--zoom", typed.zoom, "ZOOM", "Panel pixels to a pixel: 0.5, 2 or 200% (1)");
+    add("Panel", "--panel", typed.panel, "PANEL", "comp or layer (comp)");
+}
+
+void addOverlayOptions(CLI::App& command, TypedOptions& typed) {
+    OptionAdder const add(command);
+    addSceneOptions(command, typed);
+    add("Rendering", "--threads", typed.threads, "N", "Threads; 0 for as many as there are (0)");
+    add("Compositing", "--mode", typed.mode, "MODE",
+        "Lay the pinned layer over the plate by a mode (normal)");
+    add("Panel", "--project", typed.project, "FILE",
+        "Layer, plate and keyframed parameters; options override it");
+    addPanelOptions(command, typed);
+    add("Panel", "--margin", typed.margin, "N", "Panel pixels around the frame (0)");
+    addModuleOptions(command, typed);
+}
+
+void addDragOptions(CLI::App& command, TypedOptions& typed) {
+    OptionAdder const add(command);
+    add("Mouse", "FILE", typed.file, "", "The project file, *.zelk.json");
+    add("Mouse", "--from", typed.click, "X,Y", "Where the button goes down, panel pixels");
+    command.add_option("--to", typed.drags, "Where the mouse goes, repeatable; the last releases")
+        ->type_name("X,Y")
+        ->allow_extra_args(false)
+        ->group("Mouse");
+    addFlag(command, "Mouse", "--shift", typed.shift, "Scale about the click instead of moving");
+    addPanelOptions(command, typed);
+    add("Output", "-o,--output", typed.output, "OUTPUT", "Another project file (FILE itself)");
+    addFlag(command, "Output", "--force", typed.force, "Replace another project file");
+    addFlag(command, "Output", "--dry-run", typed.dryRun, "Tell the pins, and write nothing");
     addModuleOptions(command, typed);
 }
 
@@ -206,6 +275,8 @@ public:
         std::string const rest = name.empty()         ? " COMMAND ..."
                                  : name == " render"  ? " LAYER -o OUTPUT [OPTIONS]"
                                  : name == " project" ? " new|show|check FILE [OPTIONS]"
+                                 : name == " overlay" ? " LAYER -o OUTPUT [OPTIONS]"
+                                 : name == " drag"    ? " FILE --from X,Y --to X,Y [OPTIONS]"
                                                       : " [OPTIONS]";
         return "Usage: zelk" + name + rest + "\n";
     }
@@ -217,6 +288,8 @@ struct Grammar {
     CLI::App* render = nullptr;
     CLI::App* params = nullptr;
     CLI::App* project = nullptr;
+    CLI::App* overlay = nullptr;
+    CLI::App* drag = nullptr;
     TypedOptions typed;
     std::optional<std::string> verb;  ///< of the project command
 
@@ -232,6 +305,12 @@ struct Grammar {
         project = app.add_subcommand("project", "Make, show or check a project file");
         addProjectOptions(*project, typed, verb);
         project->footer(std::string(kProjectExamples) + kExitCodesHelp);
+        overlay = app.add_subcommand("overlay", "Draw a frame with the effect's overlay on it");
+        addOverlayOptions(*overlay, typed);
+        overlay->footer(std::string(kOverlayExamples) + kExitCodesHelp);
+        drag = app.add_subcommand("drag", "Move a project's pins as the mouse would");
+        addDragOptions(*drag, typed);
+        drag->footer(std::string(kDragExamples) + kExitCodesHelp);
         app.footer(std::string("Examples:\n"
                                "  zelk render in.png -o out.png --to \"60,40 540,10 30,390 "
                                "580,350\"\n"
@@ -241,7 +320,7 @@ struct Grammar {
         app.require_subcommand(0, 1);
         auto const formatter = std::make_shared<Formatter>();
         formatter->column_width(30);
-        for (CLI::App* command : {&app, render, params, project}) {
+        for (CLI::App* command : {&app, render, params, project, overlay, drag}) {
             command->set_help_flag("-h,--help", "Print this help and exit");
             command->allow_extras();
             command->formatter(formatter);
@@ -264,9 +343,9 @@ std::string nearestOption(CLI::App const& command, std::string const& word) {
 
 /// Whatever no option took is an error; the first of it is named.
 void refuseExtras(Grammar const& grammar) {
-    for (CLI::App const* command : {&grammar.app, static_cast<CLI::App const*>(grammar.render),
-                                    static_cast<CLI::App const*>(grammar.params),
-                                    static_cast<CLI::App const*>(grammar.project)}) {
+    for (CLI::App const* command :
+         std::initializer_list<CLI::App const*>{&grammar.app, grammar.render, grammar.params,
+                                                grammar.project, grammar.overlay, grammar.drag}) {
         auto const extras = command->remaining();
         if (extras.empty()) continue;
         bool const isOption = extras[0].size() > 1 && extras[0][0] == '-';
@@ -276,8 +355,7 @@ void refuseExtras(Grammar const& grammar) {
                                                nearestOption(*command, name)});
         }
         if (command == &grammar.app) {
-            throw UserError(ExitCode::kUsage,
-                            {"COMMAND", "unknown command", extras[0], "render, params or project"});
+            throw UserError(ExitCode::kUsage, {"COMMAND", "unknown command", extras[0], kCommands});
         }
         throw UserError(ExitCode::kUsage, {command->get_name(), "argument too many:", extras[0],
                                            "what `zelk " + command->get_name() + " --help` lists"});
@@ -321,11 +399,16 @@ CommandLine parseCommandLine(int argc, char const* const* argv) {
         line.render->history = historyOf(argc, argv);
     } else if (grammar.project->parsed()) {
         checkProjectCommand(grammar.typed, grammar.verb, line);
+    } else if (grammar.overlay->parsed()) {
+        line.overlay = std::make_shared<OverlayRequest const>(
+            checkedOverlay(grammar.typed, historyOf(argc, argv)));
+    } else if (grammar.drag->parsed()) {
+        line.drag = std::make_shared<DragRequest const>(checkedDrag(grammar.typed));
     } else if (grammar.params->parsed()) {
         line.params = ParamsRequest{checkedModule(grammar.typed), grammar.typed.json};
     } else {
         throw UserError(ExitCode::kUsage, {"COMMAND", "not given,", "",
-                                           "render, params or project (see zelk --help)"});
+                                           std::string(kCommands) + " (see zelk --help)"});
     }
     return line;
 }

@@ -32,6 +32,10 @@ struct TypedOptions {
     bool skipExisting = false, dryRun = false;
     std::optional<std::string> file;  ///< of a project command
     bool force = false;
+    std::optional<std::string> frame, zoom, panel, margin;  ///< of one frame in a panel
+    std::optional<std::string> click;                       ///< of a drag
+    std::vector<std::string> drags;
+    bool shift = false;
 };
 
 /// Which module is asked, and as which host.
@@ -111,7 +115,9 @@ struct ProjectRequest {
     bool json = false;
 };
 
-struct NewProject;  // project_command.h
+struct NewProject;      // project_command.h
+struct OverlayRequest;  // overlay_command.h
+struct DragRequest;     // drag_command.h
 
 /// What the user asked for: exactly one of them.
 struct CommandLine {
@@ -119,6 +125,8 @@ struct CommandLine {
     std::optional<ParamsRequest> params;
     std::optional<ProjectRequest> project;
     std::shared_ptr<NewProject const> newProject;
+    std::shared_ptr<OverlayRequest const> overlay;
+    std::shared_ptr<DragRequest const> drag;
     std::optional<std::string> text;  ///< help or version, for standard output
 };
 

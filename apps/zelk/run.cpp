@@ -3,6 +3,8 @@
 
 #include <cstdio>
 
+#include "apps/zelk/drag_command.h"
+#include "apps/zelk/overlay_command.h"
 #include "apps/zelk/params_command.h"
 #include "apps/zelk/project_command.h"
 #include "apps/zelk/render_command.h"
@@ -12,9 +14,20 @@
 
 namespace zelk {
 
+namespace {
+
+void tell(std::vector<std::string> const& warnings) {
+    for (std::string const& warning : warnings)
+        std::fprintf(stderr, "zelk: warning: %s\n", warning.c_str());
+}
+
+}  // namespace
+
 ExitCode run(CommandLine const& line) {
     if (line.text) print(*line.text);
     if (line.params) print(listParameters(*line.params));
+    if (line.overlay) tell(writeOverlay(*line.overlay));
+    if (line.drag) print(drag(*line.drag));
     if (line.newProject) print(newProject(*line.newProject));
     if (line.project)
         print(line.project->check ? checkProject(line.project->file, line.project->module)
@@ -22,8 +35,7 @@ ExitCode run(CommandLine const& line) {
     if (line.render && isSequence(*line.render)) return renderSequence(*line.render);
     if (line.render) {
         RenderReport const report = render(*line.render);
-        for (std::string const& warning : report.warnings)
-            std::fprintf(stderr, "zelk: warning: %s\n", warning.c_str());
+        tell(report.warnings);
         if (line.render->explain == Explain::kText) print(asText(report.explanation));
         if (line.render->explain == Explain::kJson) print(asJson(report.explanation));
     }
