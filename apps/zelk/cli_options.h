@@ -69,6 +69,9 @@ enum class MissingInput {
     kBlack,  ///< a transparent layer, an opaque black plate
 };
 
+/// Which quad a tracking file goes to.
+enum class TrackedPins { kTo, kFrom };
+
 struct Project;  // project_file.h
 
 /// A checked `zelk render`. Values of settings are checked against the module's own ranges later.

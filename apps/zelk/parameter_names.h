@@ -12,6 +12,7 @@ inline constexpr int kParameterCount = 63;
 
 /// The indices that the command line itself writes or reads.
 enum ParameterPosition {
+    kMochaImport = 1,
     kViewMode = 2,
     kCropToPins = 4,
     kToPins = 6,      ///< upper left, upper right, lower left, lower right

@@ -50,8 +50,7 @@ std::size_t importTrack(Host& host, std::filesystem::path const& file, TrackedPi
     moment.layerHeight = frame.height;
     World output({frame.width, frame.height, Depth::k8});
     ChosenFile const chosen(file);
-    setNumber(all[kMochaImport].current,
-              pins == TrackedPins::kTo ? kLoadToPins : kLoadFromPins);
+    setNumber(all[kMochaImport].current, pins == TrackedPins::kTo ? kLoadToPins : kLoadFromPins);
     checkResult(host.userChangedParam(kMochaImport, moment, &output), file.string());
     std::size_t keys = 0;
     for (int i = first; i < first + 4; ++i) keys += all[static_cast<std::size_t>(i)].track().size();
