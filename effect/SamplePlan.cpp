@@ -1,6 +1,7 @@
 // The motion blur decision; see the header.
 #include "effect/SamplePlan.h"
 
+#include "host/Truncation.h"
 #include "platform/effect_api/effect_types.h"
 
 SamplePlan planSamples(PluginHost_API* host, RenderArguments const& args, std::int32_t motionBlur) {
@@ -17,7 +18,7 @@ SamplePlan planSamples(PluginHost_API* host, RenderArguments const& args, std::i
         phase = host->getShutterPhase();
     }
     const int samples = static_cast<int>(args.samples + 0.5);
-    plan.start = static_cast<std::int32_t>(now + timeStep * phase);
+    plan.start = truncatedToInt32(now + timeStep * phase);
     plan.blurOn = angle != 0 && samples >= 2;
     plan.readsAtTime = plan.blurOn || plan.start != now;
     if (plan.blurOn) {

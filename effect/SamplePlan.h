@@ -7,6 +7,7 @@
 #include <cstdint>
 
 #include "host/PluginHost_API.h"
+#include "host/Truncation.h"
 #include "params/RenderArguments.h"
 
 /// What the Motion Blur popup says.
@@ -23,7 +24,7 @@ struct SamplePlan {
     double step = 0;         ///< from one sample to the next
 
     std::int32_t timeOf(int sample) const {
-        return static_cast<std::int32_t>(step * sample) + start;
+        return truncatedToInt32(std::trunc(step * sample) + start);
     }
 };
 

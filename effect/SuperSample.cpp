@@ -67,8 +67,11 @@ int blurSource(PluginHost_API* host, SuperSamplePlan const& plan,
     int err = 0;
     if (plan.rows.isVisible())
         err = blur(host, plan.rows.first, plan.rows.last, kBlurKindRows, source);
-    if (!err && plan.columns.isVisible())
-        err = blur(host, plan.columns.first, plan.columns.last, kBlurKindColumns, source);
+    if (plan.columns.isVisible()) {
+        const int columnsErr =
+            blur(host, plan.columns.first, plan.columns.last, kBlurKindColumns, source);
+        if (!err) err = columnsErr;
+    }
     return err;
 }
 

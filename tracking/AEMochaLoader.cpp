@@ -1,25 +1,15 @@
 // One suite handler a call, and what is had given back by it; see AEMochaLoader.h.
 #include "tracking/AEMochaLoader.h"
 
-#include <cmath>
-#include <limits>
-
 #include "host/AEGP_SuiteHandler.h"
 #include "host/PluginHost_AE_Impl.h"
+#include "host/Truncation.h"
 
 namespace {
 
 /// The effect doesn't register with the host as a plug-in of this kind; 0 is what calls that take
 /// an id receive.
 constexpr AEGP_PluginID S_my_id = 0;
-
-/// Truncated; beyond 32 bits the nearest, 0 for what is no number.
-A_long truncated(double value) {
-    if (std::isnan(value)) return 0;
-    if (value >= std::numeric_limits<A_long>::max()) return std::numeric_limits<A_long>::max();
-    if (value <= std::numeric_limits<A_long>::min()) return std::numeric_limits<A_long>::min();
-    return static_cast<A_long>(value);
-}
 
 }  // namespace
 
@@ -58,7 +48,7 @@ int AEMochaLoader::startLoadProperty(int paramIndex, int) {
 int AEMochaLoader::setValue(double x, double y, double frame) {
     if (!m_stream) return 1;
     AEGP_SuiteHandler suites(m_inData->pica_basicP);
-    const A_Time time = {truncated(m_host->getTimeStep() * (frame - m_startFrame)),
+    const A_Time time = {truncatedToInt32(m_host->getTimeStep() * (frame - m_startFrame)),
                          static_cast<A_u_long>(m_host->getTimeScale())};
     A_long index = 0;
     AEGP_StreamValue value{};

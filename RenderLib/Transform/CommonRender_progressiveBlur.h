@@ -21,6 +21,21 @@ int CommonRender_progressiveBlur(PluginHost_API* host, QV_Line2D& line, float ra
                                               int curve, PluginHost_API::RasterInfo* raster,       \
                                               bool alphaPlane, int kind)
 
+/// The named blurs of a format that the wrapper does not reach by itself.
+#define ZELK_BLUR_FAMILY(P)                                                                        \
+    template void LineTentBlurPass_RGBA<P, P::Channel, P::Wide, P::Weight, P::FORMAT>(             \
+        P::Channel*, P::Channel*, int, int);                                                       \
+    template void TentBlurPass_RGBA<P, P::Channel, P::Wide, P::Weight, P::FORMAT>(                 \
+        PluginHost_API*, QV_RasterInfo&, QV_RasterInfo&, int, bool, bool, int);                    \
+    template void TentBlurPass_A<P, P::Channel, P::Wide, P::Weight, P::FORMAT>(                    \
+        PluginHost_API*, QV_RasterInfo&, QV_RasterInfo&, int, bool, bool, int);                    \
+    template int Internal_BlurFilter_RGBA<P, P::Channel, P::Wide, P::Weight, P::FORMAT>(           \
+        PluginHost_API*, QV_RasterInfo&, double, double, bool, int, bool);                         \
+    template int gauss1_RGBA<P, P::Channel, P::Wide, P::Weight, P::FORMAT>(PluginHost_API*,        \
+                                                                           P::Channel*, int, int); \
+    template int gauss1_A<P, P::Channel, P::Wide, P::Weight, P::FORMAT>(PluginHost_API*,           \
+                                                                        P::Channel*, int, int);
+
 ZELK_BLUR_WRAPPER(ARGB8);
 ZELK_BLUR_WRAPPER(BGRA8);
 ZELK_BLUR_WRAPPER(RGBA8);

@@ -2,6 +2,9 @@
 #include "RenderLib/Transform/CommonRender_progressiveBlur.h"
 #include "Transform/Common/PixelTraits.h"
 #include "Transform/Common/Transform_Core_Render/ProgressiveBlur.h"
+#include "Transform/Common/Transform_Core_Render/RampedBlurPyramid.h"
+
+ZELK_BLUR_FAMILY(PIXEL_ARGB14)
 
 ZELK_BLUR_WRAPPER(ARGB14) {
     using P = PIXEL_ARGB14;

@@ -49,7 +49,7 @@ private:
 }  // namespace
 
 int limitedTentRadius(int radius, int length) {
-    if (length <= 2 * radius + 2) radius = (length >> 1) - 2;
+    if (radius >= (length - 1) / 2) radius = (length >> 1) - 2;  // length <= 2 radius + 2
     return std::max(radius, 0);
 }
 

@@ -28,7 +28,8 @@ void fadeRows(ChannelPlane<T> const& plane, FadeRamp const& ramp) {
         for (int x = 0; x < plane.width; ++x) {
             T* pixel = plane.row(y).pixel(x);
             for (int c = 0; c < Count; ++c)
-                pixel[c] = toChannel<T>(static_cast<float>(pixel[c]) * *factor);
+                pixel[c] = *factor == 0.0f ? T(0)  // whatever stood there, infinities too
+                                           : toChannel<T>(static_cast<float>(pixel[c]) * *factor);
         }
     }
 }

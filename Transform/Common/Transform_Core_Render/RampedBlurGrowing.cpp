@@ -75,7 +75,7 @@ int blurFromLine(PluginHost_API* host, QV_Line2D& line, float amount,
     if (auto const* settings = static_cast<RenderSettings const*>(host->getUserData()))
         line.translate(settings->lineShiftX, settings->lineShiftY);
     const DistancePlane distance(line);
-    if (std::fabs(amount) < 1e-5f || raster.width <= 0 || raster.height <= 0) return 0;
+    if (!std::isfinite(amount) || std::fabs(amount) < 1e-5f || raster.width <= 0 || raster.height <= 0) return 0;
 
     const auto image = channelPlane<T>(raster, firstChannel);
     BlurPyramid<T, Count> pyramid(host, image);
