@@ -2,6 +2,7 @@
 // states, and every host call refused in turn.
 #include <fmt/format.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <fstream>
@@ -25,7 +26,8 @@ constexpr int kToPopup = 2, kFromPopup = 3;
 /// A user who chooses a file with that text, or cancels.
 class Chooser {
 public:
-    explicit Chooser(std::string const& text) : m_path(testing::TempDir() + "zelk-track.txt") {
+    explicit Chooser(std::string const& text)
+        : m_path(fmt::format("{}zelk-track-{}.txt", testing::TempDir(), ::getpid())) {
         std::ofstream(m_path) << text;
         installFileChooserBackend(&m_backend);
     }
