@@ -8,6 +8,7 @@
 #include <cmath>
 
 #include "RenderLib/Transform/CommonRender_CoreTransformRender.h"
+#include "Transform/Common/Transform_Core_Render/KernelTable.h"
 #include "host/PluginHost_Memory_Impl.h"
 
 namespace zelk {
@@ -26,19 +27,6 @@ void setPins(QV_UnitPoint (&pins)[4], const Quad& quad) {
     for (int i = 0; i < 4; ++i) pins[kPinOfCorner[i]] = {quad[2 * i], quad[2 * i + 1]};
 }
 
-RenderSettings settingsOf(const EngineScene& scene) {
-    const PixelRect &d = scene.window, &s = scene.source;
-    RenderSettings settings;
-    settings.dstLeft = d.left, settings.dstTop = d.top;
-    settings.dstRight = d.right, settings.dstBottom = d.bottom;
-    settings.srcLeft = s.left, settings.srcTop = s.top;
-    settings.srcRight = s.right, settings.srcBottom = s.bottom;
-    std::copy_n(scene.ssWeight, kSuperSamples, settings.ssWeight);
-    std::copy_n(scene.ssOffsetX, kSuperSamples, settings.ssOffsetX);
-    std::copy_n(scene.ssOffsetY, kSuperSamples, settings.ssOffsetY);
-    return settings;
-}
-
 PixelRect randomRect(Random& random, int width, int height) {
     const int left = random.integer(0, (width - 1) / 3), top = random.integer(0, (height - 1) / 3);
     return {left, top, random.integer(std::max(left, width / 2), width - 1),
@@ -55,12 +43,6 @@ EngineScene randomScene(Random& random, int largest) {
     scene.source = randomRect(random, random.integer(1, largest), random.integer(1, largest));
     scene.from = randomConvexQuad(random);
     scene.to = randomConvexQuad(random);
-    // A pattern around the pixel, as super sampling expects it: weights sum to 1.
-    for (int k = 0; k < kSuperSamples; ++k) {
-        scene.ssWeight[k] = 1.0 / kSuperSamples;
-        scene.ssOffsetX[k] = (k % 3 - 1) / 3.0;
-        scene.ssOffsetY[k] = (k / 3 - 1) / 3.0;
-    }
     return scene;
 }
 
@@ -93,13 +75,19 @@ GuardedRaster renderScene(const EngineScene& scene, const GuardedRaster& source,
     core.sizeIndex = scene.sizeIndex;
     setPins(core.fromPins, scene.from);
     setPins(core.toPins, scene.to);
-    RenderSettings settings = settingsOf(scene);
+    RenderSettings settings;
+    const PixelRect &d = scene.window, &s = scene.source;
+    settings.dstLeft = d.left, settings.dstTop = d.top;
+    settings.dstRight = d.right, settings.dstBottom = d.bottom;
+    settings.srcLeft = s.left, settings.srcTop = s.top;
+    settings.srcRight = s.right, settings.srcBottom = s.bottom;
+    setDefaultSuperSamplePattern(&settings);
 
     const int defaultThreads = omp_get_max_threads();
     if (options.threads > 0) omp_set_num_threads(options.threads);
     const int result =
         CommonRender_CoreTransformRender(&host, core, source.info(), output.info(),
-                                         options.clearOutput, false, &settings, true, false);
+                                         options.clearOutput, false, &settings, true, options.fill);
     omp_set_num_threads(defaultThreads);
     EXPECT_EQ(result, 0);
     EXPECT_TRUE(source.guardsIntact());

@@ -1,7 +1,6 @@
 // One render of the engine as a test describes it, and the call that makes it.
 #pragma once
 
-#include "Transform/Common/RenderRecords.h"
 #include "tests/support/guarded_raster.h"
 #include "tests/support/random_quads.h"
 
@@ -18,20 +17,24 @@ struct EngineScene {
     int frameWidth = 0, frameHeight = 0;  ///< what the pins are fractions of, pixels
     PixelRect window{};  ///< part of the frame that is rendered; the destination raster's size
     PixelRect source{};  ///< part of the source raster that may be read
-    Quad from = {0, 0, 1, 0, 0, 1, 1, 1}, to = {0, 0, 1, 0, 0, 1, 1, 1};  ///< Z order
+    Quad from = kUnitSquare, to = kUnitSquare;
     int filter = 1;     ///< number in the filter list, 22 for super sampling
     int sizeIndex = 0;  ///< 0 to 3: 4, 6, 8 or 10 taps
-    double ssWeight[kSuperSamples] = {}, ssOffsetX[kSuperSamples] = {},
-           ssOffsetY[kSuperSamples] = {};
 
     int quality() const { return filter == 22 ? 3 : filter < 2 ? filter : 2; }
+    /// Whole rasters of these sizes.
+    void setSizes(int width, int height, int sourceWidth, int sourceHeight) {
+        frameWidth = width, frameHeight = height;
+        window = {0, 0, width - 1, height - 1};
+        source = {0, 0, sourceWidth - 1, sourceHeight - 1};
+    }
 };
 
-/// What a call may vary without changing a pixel.
 struct EngineOptions {
     bool premiere = false;  ///< the host is Premiere Pro: no threads
     int threads = 0;        ///< of the OpenMP team; 0 leaves the default
     bool clearOutput = true;
+    bool fill = false;  ///< the outline alone, as channel 0
 };
 
 /// A scene with random quads, window and source rectangle. `largest` bounds both rasters' sides.

@@ -1,8 +1,9 @@
-// A raster for the engine tests: any format with a pixel trait, rows with padding, and known bytes
-// before, between and after the pixels, so that a write outside them shows.
+// A raster for tests: any format with a pixel trait, rows with padding, and known bytes before,
+// between and after the pixels, so that a write outside them shows.
 #pragma once
 
 #include <cstring>
+#include <type_traits>
 #include <vector>
 
 #include "host/PluginHost_API.h"
@@ -49,12 +50,8 @@ public:
 
     /// The stored channel value, from 0 to white.
     double get(int x, int y, int channel) const {
-        const unsigned char* at = pixel(x, y) + channel * channelBytes(m_info.format);
-        if (channelBytes(m_info.format) == 1) return *at;
-        if (channelBytes(m_info.format) == 2) return *reinterpret_cast<const unsigned short*>(at);
-        return static_cast<double>(*reinterpret_cast<const float*>(at));
+        return atChannel(x, y, channel, [](auto& stored) { return static_cast<double>(stored); });
     }
-
     /// Calls `visit(x, y, channel)` for every channel of every pixel.
     template <class Visit>
     void forEachChannel(Visit visit) const {
@@ -65,18 +62,10 @@ public:
     template <class Value>
     void paint(Value value) {
         forEachChannel([&](int x, int y, int channel) {
-            unsigned char* at = pixel(x, y) + channel * channelBytes(m_info.format);
-            const double v = value(x, y, channel);
-            switch (channelBytes(m_info.format)) {
-                case 1:
-                    *at = static_cast<unsigned char>(v);
-                    break;
-                case 2:
-                    *reinterpret_cast<unsigned short*>(at) = static_cast<unsigned short>(v);
-                    break;
-                default:
-                    *reinterpret_cast<float*>(at) = static_cast<float>(v);
-            }
+            atChannel(x, y, channel, [v = value(x, y, channel)](auto& stored) {
+                stored = static_cast<std::remove_reference_t<decltype(stored)>>(v);
+                return 0.0;
+            });
         });
     }
 
@@ -97,6 +86,14 @@ public:
     }
 
 private:
+    template <class Visit>
+    double atChannel(int x, int y, int channel, Visit visit) const {
+        unsigned char* at = pixel(x, y) + channel * channelBytes(m_info.format);
+        if (channelBytes(m_info.format) == 1) return visit(*at);
+        if (channelBytes(m_info.format) == 2) return visit(*reinterpret_cast<unsigned short*>(at));
+        return visit(*reinterpret_cast<float*>(at));
+    }
+
     static constexpr std::size_t kGuardBytes = 256;
     static constexpr unsigned char kGuardByte = 0x5A;
 

@@ -2,6 +2,7 @@
 // planes, and projective maps of quads. It shares no formula with the effect's own geometry.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <vector>
@@ -36,6 +37,22 @@ inline Polygon clipped(Polygon p, double x0, double y0, double x1, double y1) {
     return keep(p, [=](const Point& a) { return y1 - a.y; });
 }
 
+/// Where a horizontal line enters and leaves a convex polygon; left > right where it misses.
+struct Cut {
+    double left = 1e30, right = -1e30;
+};
+inline Cut cutAt(const Polygon& polygon, double y) {
+    Cut cut;
+    for (std::size_t i = 0; i < polygon.size(); ++i) {
+        const Point &a = polygon[i], &b = polygon[(i + 1) % polygon.size()];
+        if (std::min(a.y, b.y) > y || std::max(a.y, b.y) < y) continue;
+        const double x = a.y == b.y ? a.x : a.x + (y - a.y) / (b.y - a.y) * (b.x - a.x);
+        cut.left = std::min({cut.left, x, a.y == b.y ? b.x : x});
+        cut.right = std::max({cut.right, x, a.y == b.y ? b.x : x});
+    }
+    return cut;
+}
+
 /// Positive or negative by the polygon's turning.
 inline double signedArea(const Polygon& polygon) {
     double twice = 0;
@@ -44,6 +61,11 @@ inline double signedArea(const Polygon& polygon) {
         twice += a.x * b.y - a.y * b.x;
     }
     return 0.5 * twice;
+}
+
+/// Of the part of a convex polygon inside x0..x1, y0..y1.
+inline double areaInside(const Polygon& p, double x0, double y0, double x1, double y1) {
+    return std::fabs(signedArea(clipped(p, x0, y0, x1, y1)));
 }
 
 using Matrix3 = std::array<double, 9>;  // row vectors: p' = p M

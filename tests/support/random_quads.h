@@ -10,6 +10,7 @@ namespace zelk {
 
 /// Four corners x0, y0, ... x3, y3 in Z order: images of (0,0), (1,0), (0,1), (1,1).
 using Quad = std::array<double, 8>;
+constexpr Quad kUnitSquare = {0, 0, 1, 0, 0, 1, 1, 1};
 
 class Random {
 public:
@@ -27,7 +28,7 @@ private:
 /// The unit square with every coordinate moved by up to 0.2, mirrored half of the time, then turned
 /// by any angle about its centre. Always convex: a corner would have to move 0.25 to flatten one.
 inline Quad randomConvexQuad(Random& random) {
-    Quad quad = {0, 0, 1, 0, 0, 1, 1, 1};
+    Quad quad = kUnitSquare;
     const bool mirrored = random.flip();
     const double angle = random.uniform(0.0, 6.283185307179586);
     const double s = std::sin(angle), c = std::cos(angle);

@@ -4,6 +4,7 @@
 #include <omp.h>
 
 #include "RenderLib/Transform/CommonRender_progressiveBlur.h"
+#include "Transform/Common/RenderRecords.h"
 #include "tests/Transform/blur/blur_reference.h"
 
 namespace {
@@ -11,8 +12,10 @@ namespace {
 using namespace blur_reference;
 
 constexpr int kKinds[] = {-11, -10, -2, -1, 0, 1, 2, 3, 4};
+constexpr unsigned kSeed = 100;
 
-int run(PluginHost_API& host, Raster const& raster, Call const& call, bool extended = false) {
+int run(PluginHost_API& host, GuardedRaster const& raster, Call const& call,
+        bool extended = false) {
     QV_Line2D line = call.line;
     auto info = raster.info();
     return CommonRender_progressiveBlur(&host, line, call.radius, call.aspect, call.fadeStart,
@@ -20,27 +23,25 @@ int run(PluginHost_API& host, Raster const& raster, Call const& call, bool exten
                                         call.kind, extended);
 }
 
-std::vector<unsigned char> bytesOf(Raster const& r) {
-    auto const* bytes = static_cast<unsigned char const*>(r.info().data);
-    return {bytes, bytes + std::size_t(r.info().rowBytes) * r.info().height};
-}
-
-/// Random arguments that make sense for the kind.
+/// Random arguments that make sense for the kind, and radii that blur nothing.
 Call randomCall(int kind, int width, int height, std::mt19937& random) {
     const auto upTo = [&random](float most) {
         return std::uniform_real_distribution<float>(0, most)(random);
     };
-    const float radii[] = {0.0f, 1e-6f, 0.4f, 1.0f, 2.7f, 8.99f, 25.0f, 1.99999995f};
+    const float radii[] = {0.0f,  1e-6f,     0.4f,   1.0f,  2.7f, 8.99f,
+                           25.0f, 1.999995f, -1e-5f, -3.0f, NAN,  INFINITY};
     const float aspects[] = {1.0f, 0.5f, 0.0f, 2.3f};
-    Call call{kind, radii[random() % 8], aspects[random() % 4], random() % 2 == 0};
-    if (kind == -11 || kind == -10) call.aspect = radii[random() % 8];
-    if (kind == 1) call.radius = upTo(1.5f);
+    Call call{kind, radii[random() % 12], aspects[random() % 4], random() % 2 == 0};
+    if (kind == -11 || kind == -10) call.aspect = radii[random() % 12];
+    if (kind == 1) call.radius = random() % 8 ? upTo(1.5f) : 9e-6f;
     if (kind >= 0 && kind != 1) call.radius = upTo(1000.0f);
     call.fadeStart = upTo(60.0f);
     call.fadeLength = random() % 8 ? upTo(90.0f) : 0.0f;
     call.curve = int(random() % 4);
     call.line = QV_Line2D(upTo(float(width)), upTo(float(height)), upTo(float(width)),
                           upTo(float(height)) + 0.25, false);
+    call.shiftX = int(random() % 3) * 5;
+    call.shiftY = int(random() % 3) * -2;
     return call;
 }
 
@@ -51,31 +52,26 @@ INSTANTIATE_TEST_SUITE_P(Blur, EveryFormat, testing::ValuesIn(kFormats), [](auto
 
 TEST_P(EveryFormat, GivesTheSlowBlursPixelsAndLeavesThePadding) {
     const FormatFacts format = GetParam();
-    const unsigned seed = 100 + unsigned(format.code);
-    std::mt19937 random(seed);
+    std::mt19937 random(kSeed + unsigned(format.code));
     for (int size = 1; size <= 40; ++size) {
         const int width = size, height = int(random() % 40) + 1;
         for (int kind : kKinds) {
-            // Rows padded by 0, 16 or 32 bytes, told by a byte that no blur may touch.
-            Raster raster(format.code, width, height, int(random() % 3) * 16);
-            std::memset(raster.info().data, 0xAB, std::size_t(raster.info().rowBytes) * height);
+            GuardedRaster raster(format.code, width, height, int(random() % 3) * 16);
             Picture expected = randomPicture(format, width, height, random);
             write(expected, raster);
             const Call call = randomCall(kind, width, height, random);
+            RenderSettings settings;
+            settings.lineShiftX = call.shiftX;
+            settings.lineShiftY = call.shiftY;
             PluginHost_Memory_Impl host({}, raster.info());
+            host.setUserData(&settings);
             host.setScale(random() % 2 ? 1.0 : 0.5, 0.75);
             ASSERT_EQ(run(host, raster, call), 0);
             drive(expected, format, call, std::min(host.getScaleX(), host.getScaleY()));
-            const Picture result = read(raster, format.isFloat);
-            for (std::size_t i = 0; i < result.values.size(); ++i)
-                ASSERT_EQ(result.values[i], expected.values[i])
-                    << "seed " << seed << " kind " << kind << " " << width << "x" << height
-                    << " radius " << call.radius << " alpha " << call.alphaPlane << " at pixel "
-                    << i / 4 << " channel " << i % 4;
-            const auto bytes = bytesOf(raster);
-            for (int y = 0; y < height; ++y)
-                for (int i = width * raster.info().pixelBytes; i < raster.info().rowBytes; ++i)
-                    ASSERT_EQ(bytes[std::size_t(y) * raster.info().rowBytes + i], 0xAB);
+            ASSERT_EQ(difference(raster, expected), "")
+                << "kind " << kind << " " << width << "x" << height << " radius " << call.radius
+                << " alpha " << call.alphaPlane;
+            ASSERT_TRUE(raster.guardsIntact());
             ASSERT_EQ(host.tally().pixelBuffers + host.tally().rasterObjects, 0);
             ASSERT_EQ(host.tally().handles, 0);
         }
@@ -83,29 +79,26 @@ TEST_P(EveryFormat, GivesTheSlowBlursPixelsAndLeavesThePadding) {
 }
 
 TEST(ProgressiveBlur, ThreadsChangeNothing) {
-    constexpr unsigned kSeed = 120;
     std::mt19937 random(kSeed);
     const int former = omp_get_max_threads();
     for (auto const& format : {facts<PIXEL_ARGB8>(), facts<PIXEL_BGRA14>(), facts<PIXEL_BGRA32>()})
         for (int kind : kKinds) {
-            const Picture before = randomPicture(format, 61, 47, random);
+            GuardedRaster single(format.code, 61, 47);
+            write(randomPicture(format, 61, 47, random), single);
+            const GuardedRaster before = single;
             const Call call = randomCall(kind, 61, 47, random);
-            std::vector<std::vector<unsigned char>> results;
-            for (int threads : {1, 2, 3}) {
+            PluginHost_Memory_Impl host({}, single.info());
+            omp_set_num_threads(1);
+            EXPECT_EQ(run(host, single, call), 0);
+            for (int threads : {2, 3}) {
+                GuardedRaster team = before;
                 omp_set_num_threads(threads);
-                Raster raster(format.code, 61, 47);
-                write(before, raster);
-                PluginHost_Memory_Impl host({}, raster.info());
-                EXPECT_EQ(run(host, raster, call), 0);
-                results.push_back(bytesOf(raster));
+                EXPECT_EQ(run(host, team, call), 0);
+                EXPECT_TRUE(team.samePixels(single)) << "seed " << kSeed << " kind " << kind;
             }
-            EXPECT_EQ(results[0], results[1]) << "seed " << kSeed << " kind " << kind;
-            EXPECT_EQ(results[0], results[2]) << "seed " << kSeed << " kind " << kind;
         }
     omp_set_num_threads(former);
 }
-
-// ---- Fade
 
 TEST(Fade, RowsAboveTheRampGoAndThoseBelowStay) {
     const struct {
@@ -124,41 +117,36 @@ TEST(Fade, RowsAboveTheRampGoAndThoseBelowStay) {
         {49.9995f, 0.0008f, 0, {0, 0, 100, 100, 100}},  // t = 0.5, the ramp 8e-6
     };
     for (auto const& c : cases) {
-        Picture p(3, 5, false);
-        std::fill(p.values.begin(), p.values.end(), 100.0);
-        Raster raster(kFormatRGBA8, 3, 5);
-        write(p, raster);
+        GuardedRaster raster(kFormatRGBA8, 3, 5);
+        raster.paint([](int, int, int) { return 100; });
         PluginHost_Memory_Impl host({}, raster.info());
         EXPECT_EQ(run(host, raster, {0, 0, 1, false, c.start, c.length, c.curve}), 0);
         for (int y = 0; y < 5; ++y)
-            EXPECT_EQ(read(raster, false).at(2, y, 3), c.rows[y])
+            EXPECT_EQ(raster.get(2, y, 3), c.rows[y])
                 << c.start << "+" << c.length << " curve " << c.curve << " row " << y;
     }
 }
 
-// ---- Formats and failures
-
 TEST(ProgressiveBlur, FormatsWithoutAnInstanceAnswerOneUnlessExtended) {
-    Raster raster(kFormatARGB32, 7, 7);
-    static_cast<float*>(raster.info().data)[4 * 24] = 1.0f;
-    const auto before = bytesOf(raster);
+    GuardedRaster raster(kFormatARGB32, 7, 7);
+    raster.paint([](int x, int y, int c) { return x == 3 && y == 3 && c == 0 ? 1 : 0; });
+    const GuardedRaster before = raster;
     for (int code : {4, 12, 13, 14, 20, 21, -1}) {
         auto output = raster.info();
         output.format = static_cast<QV_RasterFormat>(code);
         PluginHost_Memory_Impl host({}, output);
         EXPECT_EQ(run(host, raster, {-1, 1, 1}), 1) << code;
-        EXPECT_EQ(bytesOf(raster), before) << code;
+        EXPECT_TRUE(raster.samePixels(before)) << code;
     }
-    Raster output(kFormatARGB8, 7, 7);
-    PluginHost_Memory_Impl host({}, output.info());
+    PluginHost_Memory_Impl host({}, GuardedRaster(kFormatARGB8, 7, 7).info());
     EXPECT_EQ(run(host, raster, {-1, 1, 1}, true), 0);
-    EXPECT_EQ(read(raster, true).at(3, 3, 0), 0.25);  // (1 / 2)^2 of the impulse
+    EXPECT_EQ(raster.get(3, 3, 0), 0.25);  // (1 / 2)^2 of the impulse
 }
 
 /// Refuses the n-th handle, or its lock.
 struct ForgetfulHost : PluginHost_Memory_Impl {
     using PluginHost_Memory_Impl::PluginHost_Memory_Impl;
-    int refuseAt = 0, refuseLockAt = 0, asked = 0, locked = 0, unlocked = 0;
+    int refuseAt = 0, refuseLockAt = 0, asked = 0, locked = 0;
 
     void* allocMemory(int bytes) override {
         return ++asked == refuseAt ? nullptr : PluginHost_Memory_Impl::allocMemory(bytes);
@@ -169,63 +157,48 @@ struct ForgetfulHost : PluginHost_Memory_Impl {
         return PluginHost_Memory_Impl::lockMemory(handle);
     }
     void unlockMemory(void* handle) override {
-        ++unlocked;
+        --locked;
         PluginHost_Memory_Impl::unlockMemory(handle);
     }
 };
 
-TEST(ProgressiveBlur, ARefusedImageAnswersTheHostsCodeAndLeavesTheRaster) {
-    constexpr unsigned kSeed = 122;
-    std::mt19937 random(kSeed);
-    constexpr auto format = facts<PIXEL_BGRA32>();
-    const Picture before = randomPicture(format, 30, 22, random);
+TEST(ProgressiveBlur, RefusedMemoryIsToldAndLeavesTheRaster) {
     const struct {
         int kind;
         float radius;
-        int images;  // that the blur takes in all
-    } cases[] = {{-11, 2.5f, 1}, {-10, 2.5f, 1}, {-1, 2.5f, 3}, {-2, 2.5f, 3}, {0, 30.0f, 3}};
+        int count;  // of images, or of the pyramid's handles, that the blur takes in all
+    } cases[] = {{-11, 2.5f, 1},
+                 {-10, 2.5f, 1},
+                 {-1, 2.5f, 3},
+                 {-2, 2.5f, 3},
+                 {0, 30.0f, 3},
+                 // 1 + ceil(log2 29) = 6 levels, 5 of them made: 30x22, 15x11, 8x6 and 4x3 are
+                 // smoothed through a copy, 2x2 is not.
+                 {1, 0.5f, 9}};
+    std::mt19937 random(kSeed);
+    GuardedRaster before(kFormatBGRA32, 30, 22);
+    write(randomPicture(facts<PIXEL_BGRA32>(), 30, 22, random), before);
     for (auto const& c : cases)
         for (bool alphaPlane : {false, true})
-            for (int nth = 1; nth <= c.images + 1; ++nth)
-                for (int code : {516, 0})
-                    for (bool givesRaster : {false, true}) {
-                        Raster raster(format.code, 30, 22);
-                        write(before, raster);
-                        PluginHost_Memory_Impl host({}, raster.info());
-                        host.failAllocation(nth, code, givesRaster);
-                        const int result =
-                            run(host, raster, {c.kind, c.radius, 1, alphaPlane, 100, 1});
-                        const bool failed = nth <= c.images;
-                        EXPECT_EQ(result, !failed ? 0 : code ? code : 1) << c.kind << " " << nth;
-                        EXPECT_EQ(read(raster, true).values == before.values, failed)
-                            << c.kind << " " << nth;
-                        EXPECT_EQ(host.tally().pixelBuffers + host.tally().rasterObjects, 0);
-                    }
-}
-
-TEST(ProgressiveBlur, RefusedMemoryOfThePyramidAnswersOneAndLeavesTheRaster) {
-    constexpr unsigned kSeed = 123;
-    std::mt19937 random(kSeed);
-    constexpr auto format = facts<PIXEL_ARGB16>();
-    const Picture before = randomPicture(format, 30, 22, random);
-    // 1 + ceil(log2 29) = 6 levels, 5 of them made: 30x22, 15x11, 8x6 and 4x3 are smoothed through
-    // a copy, 2x2 is not.
-    constexpr int kHandles = 9;
-    for (bool alphaPlane : {false, true})
-        for (bool lock : {false, true})
-            for (int nth = 1; nth <= kHandles + 1; ++nth) {
-                Raster raster(format.code, 30, 22);
-                write(before, raster);
-                ForgetfulHost host({}, raster.info());
-                (lock ? host.refuseLockAt : host.refuseAt) = nth;
-                Call call{1, 0.5f, 1, alphaPlane, 100, 1};
-                call.line = QV_Line2D(0, 22, 30, 22, false);
-                const bool failed = nth <= kHandles;
-                EXPECT_EQ(run(host, raster, call), failed) << nth;
-                EXPECT_EQ(read(raster, false).values == before.values, failed) << nth;
-                EXPECT_EQ(host.tally().handles, 0) << nth;
-                EXPECT_EQ(host.locked, host.unlocked) << nth;
-            }
+            for (int nth = 1; nth <= c.count + 1; ++nth)
+                for (int way = 0; way < 4; ++way) {
+                    const int code = way % 2 && c.kind != 1 ? 516 : 0;
+                    GuardedRaster raster = before;
+                    ForgetfulHost host({}, raster.info());
+                    if (c.kind != 1)
+                        host.failAllocation(nth, code, way / 2);
+                    else
+                        (way % 2 ? host.refuseLockAt : host.refuseAt) = nth;
+                    Call call{c.kind, c.radius, 1, alphaPlane, 100, 1};
+                    call.line = QV_Line2D(0, 22, 30, 22, false);
+                    const bool failed = nth <= c.count;
+                    SCOPED_TRACE(testing::Message() << c.kind << " " << nth << " " << way);
+                    EXPECT_EQ(run(host, raster, call), !failed ? 0 : code ? code : 1);
+                    EXPECT_EQ(raster.samePixels(before), failed);
+                    EXPECT_EQ(host.tally().pixelBuffers + host.tally().rasterObjects, 0);
+                    EXPECT_EQ(host.tally().handles, 0);
+                    EXPECT_EQ(host.locked, 0);
+                }
 }
 
 }  // namespace
