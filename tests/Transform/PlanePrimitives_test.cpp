@@ -9,8 +9,6 @@
 
 namespace {
 
-constexpr double kEps = 2.220446049250313e-16;
-
 TEST(QvLerpDeathTest, EqualInputsStopTheProgram) {
     EXPECT_DEATH(QV_Lerp(1.0f, 0.0f, 1.0f, 2.0f), "m_a != 0.*QV_Lerp.*Transform/Common/QV_Poly");
 }
@@ -36,7 +34,7 @@ TEST(QvLine2D, DistanceIsTheCrossProductOverTheLength) {
         const double want = std::fabs((p[4] - p[0]) * line.dy - (p[5] - p[1]) * line.dx) /
                             std::hypot(line.dx, line.dy);
         // Terms of |(a, b)| |d|^2, at most 25.5 |d|^2, with 6 roundings on either side and axis.
-        EXPECT_NEAR(line.distance(p[4], p[5]), want, 2 * 2 * 6 * 25.5 * kEps)
+        EXPECT_NEAR(line.distance(p[4], p[5]), want, 2 * 2 * 6 * 25.5 * zelk::kEps)
             << "seed 11, case " << i;
     }
 }

@@ -22,11 +22,6 @@ public:
     PluginHost_AE_Impl* getAEHost() override { return reinterpret_cast<PluginHost_AE_Impl*>(this); }
 };
 
-void setPins(QV_UnitPoint (&pins)[4], const Quad& quad) {
-    constexpr int kPinOfCorner[4] = {0, 2, 1, 3};
-    for (int i = 0; i < 4; ++i) pins[kPinOfCorner[i]] = {quad[2 * i], quad[2 * i + 1]};
-}
-
 PixelRect randomRect(Random& random, int width, int height) {
     const int left = random.integer(0, (width - 1) / 3), top = random.integer(0, (height - 1) / 3);
     return {left, top, random.integer(std::max(left, width / 2), width - 1),

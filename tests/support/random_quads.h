@@ -12,6 +12,16 @@ namespace zelk {
 using Quad = std::array<double, 8>;
 constexpr Quad kUnitSquare = {0, 0, 1, 0, 0, 1, 1, 1};
 
+/// What a product or sum in double may be off, as a share of it: twice the rounding.
+constexpr double kEps = 0x1p-52;
+
+/// A quad as the engine's four pins: upper left, lower left, upper right, lower right.
+template <class Pin>
+void setPins(Pin (&pins)[4], const Quad& quad) {
+    constexpr int kPinOfCorner[4] = {0, 2, 1, 3};
+    for (int i = 0; i < 4; ++i) pins[kPinOfCorner[i]] = {quad[2 * i], quad[2 * i + 1]};
+}
+
 class Random {
 public:
     explicit Random(unsigned seed) : m_engine(seed) {}

@@ -1,21 +1,21 @@
 // Kernels by their known values, and the weight table by its invariants.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
-#include <memory>
 #include <numeric>
+#include <vector>
 
 #include "Transform/Common/Transform_Core_Render/FilterKernels.h"
 #include "Transform/Common/Transform_Core_Render/KernelTable.h"
 
 namespace {
 
-/// Settings live on the heap: they are large, and tests keep several.
-std::unique_ptr<RenderSettings> settingsFor(int filter, int sizeIndex = 0, bool clamp = false) {
-    auto s = std::make_unique<RenderSettings>();
-    setKernelTransformSize(s.get(), sizeIndex, 1.0f);
-    setInterpLineFunc(s.get(), 0.333, 0.333, filter, false, 4, 0, false, 0.333, 0.333, 0, clamp,
-                      true);
+/// Settings for a filter with its default parameters, and their table.
+RenderSettings settingsFor(int filter, int sizeIndex = 0, bool clamp = false) {
+    RenderSettings s;
+    setKernelTransformSize(&s, sizeIndex, 1.0f);
+    setInterpLineFunc(&s, 0.333, 0.333, filter, false, 4, 0, false, 0.333, 0.333, 0, clamp, true);
     return s;
 }
 
@@ -37,10 +37,11 @@ TEST(Kernels, KnownValues) {
         {20, 0, (6 - 0.666) / 6}, {20, 1, 0.333 / 6}, {21, 0, 1},
         // clang-format on
     };
-    for (const auto& fact : facts)
-        EXPECT_NEAR(getInterpLineFunc(fact.filter)(fact.x, settingsFor(fact.filter).get()),
-                    fact.value, 1e-12)
+    for (const auto& fact : facts) {
+        RenderSettings s = settingsFor(fact.filter);
+        EXPECT_NEAR(getInterpLineFunc(fact.filter)(fact.x, &s), fact.value, 1e-12)
             << "filter " << fact.filter << " at " << fact.x;
+    }
     EXPECT_EQ(getInterpLineFunc(22), nullptr);
     EXPECT_EQ(getInterpLineFunc(-1), nullptr);
 }
@@ -57,13 +58,14 @@ TEST(Kernels, KaiserIsTheBesselRatio) {
 }
 
 TEST(Kernels, SplinesPartitionUnity) {
-    RenderSettings s;
-    for (int filter : {1, 3, 4, 5, 6, 7, 8, 9})
+    for (int filter : {1, 3, 4, 5, 6, 7, 8, 9, 20}) {
+        RenderSettings s = settingsFor(filter);
         for (double x = 0; x < 1; x += 1.0 / 16) {
             double sum = 0;
             for (int k = -2; k <= 2; ++k) sum += getInterpLineFunc(filter)(x + k, &s);
             EXPECT_NEAR(sum, 1.0, 1e-14) << "filter " << filter << " at " << x;
         }
+    }
 }
 
 TEST(Kernels, SharpenCombinesTwoParameterSets) {
@@ -85,14 +87,14 @@ TEST(Kernels, SharpenCombinesTwoParameterSets) {
 }
 
 TEST(WeightTable, TapsFollowSizeAndScale) {
-    struct Case {
+    const struct {
         int sizeIndex;
         float scale;
         int taps, quality;
-    };
-    for (Case c : {Case{0, 1.0f, 4, 2}, Case{0, 0.5f, 4, 2}, Case{0, 0.49f, 1, 0},
-                   Case{3, 1.0f, 10, 2}, Case{7, 1.0f, 10, 2}, Case{3, 0.25f, 8, 2},
-                   Case{3, 0.0625f, 4, 2}, Case{3, 0.06f, 1, 0}, Case{1, 0.3f, 4, 2}}) {
+    } cases[] = {{0, 1.0f, 4, 2},    {0, 0.5f, 4, 2},  {0, 0.49f, 1, 0},
+                 {3, 1.0f, 10, 2},   {7, 1.0f, 10, 2}, {3, 0.25f, 8, 2},
+                 {3, 0.0625f, 4, 2}, {3, 0.06f, 1, 0}, {1, 0.3f, 4, 2}};
+    for (const auto& c : cases) {
         RenderSettings s;
         s.quality = 2;
         setKernelTransformSize(&s, c.sizeIndex, c.scale);
@@ -104,25 +106,22 @@ TEST(WeightTable, TapsFollowSizeAndScale) {
 // Every filter, every tap count: a row holds the kernel at -1 .. 2 less the row's fraction, scaled
 // to a sum of 1 unless the sum is nearly nothing.
 TEST(WeightTable, RowsAreTheNormalisedKernel) {
-    for (int filter = 0; filter < kFilterCount; ++filter) {
-        for (int sizeIndex = 0; sizeIndex < 4; ++sizeIndex) {
-            for (bool clamp : {false, true}) {
-                auto s = settingsFor(filter, sizeIndex, clamp);
-                const int n = s->taps;
-                for (int p = 0; p < kLutRows; ++p) {
-                    std::vector<double> w(static_cast<std::size_t>(n));
-                    for (int k = 0; k < n; ++k) {
-                        const double t = k * (1.0 / (n - 1));
-                        w[k] = s->kernelFunc(2 * t - (1 - t) - (p * (1.0 / 255) * 2 - 1), s.get());
-                        if (clamp) w[k] = std::max(0.0, w[k]);
-                    }
-                    const double sum = std::accumulate(w.begin(), w.end(), 0.0);
-                    const double scale = std::fabs(sum) < 1e-5 ? 1 : 1 / sum;
-                    for (int k = 0; k < n; ++k)
-                        ASSERT_EQ(s->lut[p * n + k], static_cast<float>(w[k] * scale))
-                            << "filter " << filter << " taps " << n << " row " << p << " tap " << k;
-                }
+    for (int i = 0; i < kFilterCount * 8; ++i) {
+        const int filter = i / 8;
+        const bool clamp = i % 2 == 1;
+        RenderSettings s = settingsFor(filter, i / 2 % 4, clamp);
+        for (int p = 0; p < kLutRows; ++p) {
+            std::vector<double> weights;
+            for (int k = 0; k < s.taps; ++k) {
+                const double t = k * (1.0 / (s.taps - 1));
+                const double w = s.kernelFunc(2 * t - (1 - t) - (p * (1.0 / 255) * 2 - 1), &s);
+                weights.push_back(clamp ? std::max(0.0, w) : w);
             }
+            const double sum = std::accumulate(weights.begin(), weights.end(), 0.0);
+            const double scale = std::fabs(sum) < 1e-5 ? 1 : 1 / sum;
+            for (int k = 0; k < s.taps; ++k)
+                ASSERT_EQ(s.lut[p * s.taps + k], static_cast<float>(weights[k] * scale))
+                    << "filter " << filter << " taps " << s.taps << " row " << p << " tap " << k;
         }
     }
 }
@@ -130,13 +129,12 @@ TEST(WeightTable, RowsAreTheNormalisedKernel) {
 TEST(SuperSamplePattern, CoversOnePixelWithUnitWeight) {
     RenderSettings s;
     setDefaultSuperSamplePattern(&s);
-    double weight = 0, x = 0, y = 0;
-    for (int k = 0; k < kSuperSamples; ++k) {
-        weight += s.ssWeight[k], x += s.ssOffsetX[k], y += s.ssOffsetY[k];
-        EXPECT_LE(std::max(std::fabs(s.ssOffsetX[k]), std::fabs(s.ssOffsetY[k])), 0.5);
+    const auto sum = [](const double* v) { return std::accumulate(v, v + kSuperSamples, 0.0); };
+    EXPECT_NEAR(sum(s.ssWeight), 1, 1e-15);
+    for (const double* offsets : {s.ssOffsetX, s.ssOffsetY}) {
+        EXPECT_NEAR(sum(offsets), 0, 1e-15);
+        EXPECT_LE(*std::max_element(offsets, offsets + kSuperSamples), 0.5);
     }
-    EXPECT_NEAR(weight, 1, 1e-15);
-    EXPECT_NEAR(std::max(std::fabs(x), std::fabs(y)), 0, 1e-15);
 }
 
 }  // namespace

@@ -87,33 +87,18 @@ private:
     }
 
     double channel(int mode, double f, double b) const {
-        switch (mode) {
-            case 2:
-                return f;
-            case 5:
-                return mul(b, f);
-            case 6:
-            case 35:
-                return W - mul(W - b, W - f);
-            case 7:
-                return b < half() ? mul(2 * b, f) : mul(W - b, 2 * f - W) + b;
-            case 8:
-                return mul(W - 2 * f, mul(b, b) - b) + b;
-            case 9:
-                return f < half() ? mul(2 * f, b) : W - mul(2 * (W - f), W - b);
-            case 10:
-                return b < f ? b : f;
-            case 11:
-                return b > f ? b : f;
-            case 23:
-                return f >= W ? f : quotient(b * W, W - f);
-            case 24: {
-                const double burnt = f == 0 ? 0 : W - quotient((W - b) * W, f);
-                return whole ? std::max(burnt, 0.0) : burnt;
-            }
-            default:
-                return mul(W - 2 * b, f) + b;  // Exclusion and its other numbers
-        }
+        if (mode == 2) return f;
+        if (mode == 5) return mul(b, f);
+        if (mode == 6 || mode == 35) return W - mul(W - b, W - f);
+        if (mode == 7) return b < half() ? mul(2 * b, f) : mul(W - b, 2 * f - W) + b;
+        if (mode == 8) return mul(W - 2 * f, mul(b, b) - b) + b;
+        if (mode == 9) return f < half() ? mul(2 * f, b) : W - mul(2 * (W - f), W - b);
+        if (mode == 10) return std::min(f, b);
+        if (mode == 11) return std::max(f, b);
+        if (mode == 23) return f >= W ? f : quotient(b * W, W - f);
+        if (mode != 24) return mul(W - 2 * b, f) + b;  // Exclusion and its other numbers
+        const double burnt = f == 0 ? 0 : W - quotient((W - b) * W, f);
+        return whole ? std::max(burnt, 0.0) : burnt;
     }
 
     struct Parts {
