@@ -5,8 +5,6 @@
 
 #include <cmath>
 
-#include "tests/support/random_quads.h"
-
 namespace {
 
 TEST(QvLerpDeathTest, EqualInputsStopTheProgram) {
@@ -24,18 +22,14 @@ TEST(QvLine2D, NormalizeTrustsTheFlag) {
     EXPECT_DOUBLE_EQ(QV_Line2D(0, 0, 0, 1.1e-6, false).normalized().dy, 1.0);
 }
 
-TEST(QvLine2D, DistanceIsTheCrossProductOverTheLength) {
-    zelk::Random random(11);
-    for (int i = 0; i < 1000; ++i) {
-        double p[6];  // two points of the line, and one beside it
-        for (double& c : p) c = random.uniform(-9, 9);
-        const QV_Line2D line(p[0], p[1], p[2], p[3], false);
-        if (line.length() < 0.1) continue;
-        const double want = std::fabs((p[4] - p[0]) * line.dy - (p[5] - p[1]) * line.dx) /
-                            std::hypot(line.dx, line.dy);
-        // Terms of |(a, b)| |d|^2, at most 25.5 |d|^2, with 6 roundings on either side and axis.
-        EXPECT_NEAR(line.distance(p[4], p[5]), want, 2 * 2 * 6 * 25.5 * zelk::kEps)
-            << "seed 11, case " << i;
+TEST(QvLine2D, DistanceIsMeasuredAcrossWhateverTheLength) {
+    for (const double size : {1.0, 0.5, -8.0}) {
+        const QV_Line2D line(1, 2, 1 + 4 * size, 2 + 3 * size, false);
+        for (const double along : {0.0, 5.0, -100.0})
+            for (const double across : {0.0, 2.5, -10.0})  // in steps of (-3, 4) / 5
+                EXPECT_NEAR(
+                    line.distance(1 + along * 4 - across * 3 / 5, 2 + along * 3 + across * 4 / 5),
+                    std::fabs(across), 1e-12);
     }
 }
 

@@ -24,9 +24,9 @@ struct Render {
     int build() { return calcMatrix(matrix, core, settings, width, height); }
     /// (u, v) has to land on pixel (x, y); `rounding` is a further share of the frame's size.
     void expectAt(double u, double v, double x, double y, double rounding = 0) const {
-        // The view distance is single precision: its rounding, 2^-24, moves a pixel by that share
-        // of its distance from the frame's centre. On top come the roundings of the quad maps (4e5,
-        // see the tests of the matrix) on numbers of the frame's size.
+        // The view distance's rounding, 2^-24, moves a pixel by that share of its distance from the
+        // frame's centre. The quad maps, with denominators above 0.06 and elements below 3, round
+        // 4e5 times numbers of the frame's size.
         const auto tolerance = [rounding](double target, int size) {
             return std::fabs(target - 0.5 * size) * 0x1p-24 / kDistance +
                    (4e5 * kEps + rounding) * size;

@@ -37,31 +37,14 @@ void renderAndCheck(EngineScene scene, Random& random) {
     }
 }
 
-TEST(EngineBounds, SmallestPictures) {
-    const int sizes[][2] = {{1, 1}, {1, 2}, {2, 1}, {2, 2}, {1, 17}, {17, 1}, {3, 3}};
-    Random random(21);
-    for (const auto& frame : sizes) {
-        for (const auto& source : sizes) {
-            for (int turn = 0; turn < 6; ++turn) {
-                SCOPED_TRACE(testing::Message()
-                             << "seed 21, frame " << frame[0] << " x " << frame[1] << ", source "
-                             << source[0] << " x " << source[1]);
-                EngineScene scene = zelk::randomScene(random, 2);
-                scene.setSizes(frame[0], frame[1], source[0], source[1]);
-                if (turn == 0) scene.from = scene.to = kUnitSquare;
-                ASSERT_NO_FATAL_FAILURE(renderAndCheck(scene, random));
-            }
-        }
-    }
-}
-
-// Every scale from far below a pixel to a million frames, on and off the frame. From quads smaller
-// than the picture throw its corners across the horizon when the map is steep.
+// Every scale from far below a pixel to a million frames, on and off the frame, pictures from a
+// pixel on. From quads smaller than the picture throw its corners across the horizon when the map
+// is steep.
 TEST(EngineBounds, WildQuads) {
-    for (unsigned seed = 1; seed <= 1500; ++seed) {
+    for (unsigned seed = 1; seed <= 2400; ++seed) {
         SCOPED_TRACE("seed " + std::to_string(seed));
         Random random(seed);
-        EngineScene scene = zelk::randomScene(random, 24);
+        EngineScene scene = zelk::randomScene(random, std::array{24, 17, 3, 2, 1}[seed % 5]);
         const double toScale = std::pow(10.0, random.uniform(-6, 6));
         const double fromScale = std::pow(10.0, random.uniform(-3, 2));
         const double away = random.flip() ? 0.0 : std::pow(10.0, random.uniform(-1, 6));
@@ -106,7 +89,7 @@ TEST(EngineBounds, AwkwardQuads) {
     };
     Random random(33);
     for (const auto& c : cases) {
-        for (const int size : {1, 16, 33, 100}) {
+        for (const int size : {1, 2, 16, 33, 100}) {
             SCOPED_TRACE(std::string(c.name) + ", " + std::to_string(size));
             EngineScene scene;
             scene.setSizes(size, size, random.integer(1, 8), random.integer(1, 8));

@@ -82,12 +82,10 @@ private:
     bool m_hueKin;
 };
 
-/// How far Synthesise's colour may be from its formula without roundings, channel units.
-/// With u = 2^-24 and white 1: a fraction of hue is off by 11u / d at most, d the colour's span
-/// (numerator and span 3u each where the channels were divided by 255, and then over d; hue itself
-/// 4u), saturation by 4u. So a sector's colour is off by 31u / d and its luma by 34u / d. Scaling
-/// divides by that luma, which is at least 0.114 of the channel: 31u/d + 8.8 (4u + 34u/d) + 2u,
-/// below 400u / d. Where the division by white is exact the numerators are, and d counts as 1.
+/// How far Synthesise's colour may be from its formula without roundings, channel units. With u =
+/// 2^-24, white 1 and d the colour's span: hue is off by 11u / d and saturation by 4u, so a
+/// sector's colour by 31u / d and its luma by 34u / d. Scaling divides by a luma of at least 0.114
+/// of the channel: below 400u / d. Where the division by white is exact d counts as 1.
 double hueBound(double white, RefPixel const& f, RefPixel const& b) {
     double d = 1;
     for (RefColour const& c : {f.c, b.c}) {
