@@ -14,7 +14,7 @@ constexpr double kSubColumn = 1.01 / 512;  // span ends are inclusive
 
 EngineScene sceneOf(double left, double top, double right, double bottom) {
     EngineScene scene;
-    scene.setSizes(16, 16, 8, 8);
+    scene.setSizes(16, 16, 8, 64);
     const double l = left / 16, t = top / 16, r = right / 16, b = bottom / 16;
     scene.to = {l, t, r, t, l, b, r, b};
     return scene;
@@ -37,7 +37,7 @@ TEST(CoreRender, LevelEdgesAreExact) {
         {0, 0, 16, 16, 15, 8, 507.0 / 512}, {0, 0, 16, 16, 8, 15, 1.0},  // 0.99 of the last pixel
         {0, 0, 16, 10.9, 8, 10, 15.0 / 16},
     };
-    GuardedRaster source(kFormatARGB32, 8, 8);
+    GuardedRaster source(kFormatARGB32, 8, 64);
     source.paint([](int, int y, int c) { return c == 1 ? y : 1.0; });
     for (const auto& c : cases) {
         const GuardedRaster output =
@@ -46,14 +46,14 @@ TEST(CoreRender, LevelEdgesAreExact) {
                                         << c.bottom << " at " << c.x << ", " << c.y);
         const double coverage = output.get(c.x, c.y, 0);
         EXPECT_NEAR(coverage, c.coverage, kSubColumn);
-        const double row = (c.y + 0.5 - c.top) / (c.bottom - c.top) * 8 - 0.5;
-        EXPECT_NEAR(output.get(c.x, c.y, 1), coverage * std::clamp(row, 0.0, 7.0), 1e-4);
+        const double row = (c.y + 0.5 - c.top) / (c.bottom - c.top) * 64 - 0.5;
+        EXPECT_NEAR(output.get(c.x, c.y, 1), coverage * std::clamp(row, 0.0, 63.0), 1e-4);
     }
 }
 
 TEST(CoreRender, FillsStandWhereThePinsSayWithEveryScan) {
     EngineScene scene = sceneOf(8, 0, 12, 16);
-    const GuardedRaster source(kFormatARGB32, 8, 8);
+    const GuardedRaster source(kFormatARGB32, 8, 64);
     for (scene.filter = 0; scene.filter < 2; ++scene.filter) {
         const GuardedRaster output = zelk::renderScene(scene, source, {false, 0, true, true});
         for (int x = 0; x < 16; ++x) {

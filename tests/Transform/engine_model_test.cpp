@@ -62,7 +62,7 @@ public:
         const QV_LineFunc kernel = s.taps > 4 ? F::biCubicFunc : F::biCubicFunc_4x4;
         const QV_LineFunc byQuality[] = {lineFunc, F::bilinearFunc, kernel, F::biCubicFunc_4x4_ss};
         m_interior = byQuality[scene.quality()];
-        m_edge = scene.quality() == 3 ? m_interior : F::bilinearFunc;
+        m_edge = scene.quality() % 3 == 0 ? m_interior : F::bilinearFunc;
     }
 
     /// False when the picture crosses the horizon and its front part misses the window: the engine
@@ -75,41 +75,32 @@ public:
     /// What the pixel may hold if its row is drawn: rows whose sub-rows share no column are not.
     PixelRange value(int x, int y) const {
         const SourcePoint p = sourceOf(x, y);
-        if (m_scene.quality() == 0) return nearest(x, y, p);
+        const bool nearest = m_scene.quality() == 0;
+        // The covered share of the pixel. Nearest neighbour asks for its centre: all or nothing of
+        // a little square, but where rounding decides.
+        const double half = nearest ? 1e-4 : 0.5, cx = x + 0.5, cy = y + 0.5;
+        const auto areaOf = [&](double reach) {
+            return areaInside(m_polygon, cx - reach, cy - reach, cx + reach, cy + reach);
+        };
+        const double share = areaOf(half) / (4 * half * half);
+        double least = std::clamp(share - kCoverageError, 0.0, 1.0);
+        double most = areaOf(0.6) == 0 ? 0.0 : std::clamp(share + kCoverageError, 0.0, 1.0);
+        if (nearest) least = share > 0.999, most = share > 0.001;
+
         PixelRange range;
-        const double area = areaInside(m_polygon, x, y, x + 1, y + 1);
-        const bool inside = isInterior(x, y);
-        if (areaInside(m_polygon, x - 0.1, y - 0.1, x + 1.1, y + 1.1) == 0)
-            include(range, 0);
-        else if (!p.known)
-            include(range, -1, 2);
-        else if (inside || area > 1 - kCoverageError)
-            range = sampled(m_interior, p);
-        if (inside || !p.known) return range;
+        const bool inside = !nearest && isInterior(x, y);
+        if (inside || least > 1 - 2 * kCoverageError) range = sampled(m_interior, p);
         const PixelRange edge = sampled(m_edge, p);
         for (std::size_t c = 0; c < 4; ++c) {
-            range[c].include(edge[c].lo * std::clamp(area - kCoverageError, 0.0, 1.0));
-            range[c].include(edge[c].hi * std::clamp(area + kCoverageError, 0.0, 1.0));
+            if (!p.known && most > 0) range[c] = {-1, 2};
+            if (inside) continue;
+            range[c].include(edge[c].lo * least);
+            range[c].include(edge[c].hi * most);
         }
         return range;
     }
 
 private:
-    static void include(PixelRange& range, double value, double other = 0) {
-        for (Range& r : range) r.include(value), r.include(other);
-    }
-    PixelRange nearest(int x, int y, const SourcePoint& p) const {
-        // The covered share of a little square about the centre: all or nothing, but where rounding
-        // decides.
-        constexpr double e = 1e-4;
-        const double cx = x + 0.5, cy = y + 0.5;
-        const double share = areaInside(m_polygon, cx - e, cy - e, cx + e, cy + e) / (4 * e * e);
-        PixelRange range;
-        if (share > 0.001) range = sampled(m_interior, p);
-        if (share > 0.001 && !p.known) include(range, 0, 1);
-        if (share < 0.999) include(range, 0);
-        return range;
-    }
     /// The line function's values around the point, as far as its errors reach.
     PixelRange sampled(QV_LineFunc function, const SourcePoint& p) const {
         PixelRange range;

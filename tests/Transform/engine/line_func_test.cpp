@@ -123,30 +123,20 @@ struct Scene {
     }
 };
 
-/// What one lerp stores.
-template <class T>
-float lerpStored(float p, float q, float f) {
-    return static_cast<float>(static_cast<T>(p * (1.0f - f) + q * f));
-}
-
+/// Positions are limited to the source, where a fraction of 0 leaves a pixel as it is.
 template <class T>
 float bilinear(Scene<T> const& s, float u, float v, int c) {
-    const auto axis = [](float at, int size, int& i, float& f) {
-        i = at < 0 ? 0 : size - 1;
-        f = 0;
-        if (at < 0 || at >= static_cast<float>(size - 1)) return false;
-        i = static_cast<int>(at);
-        f = at - static_cast<float>(i);
-        return true;
+    u = std::clamp(u, 0.0f, static_cast<float>(s.width - 1));
+    v = std::clamp(v, 0.0f, static_cast<float>(s.height - 1));
+    const int x = static_cast<int>(u), y = static_cast<int>(v);
+    const auto stored = [](float p, float q, float f) {
+        return static_cast<float>(static_cast<T>(p * (1.0f - f) + q * f));
     };
-    int x, y;
-    float fx, fy;
-    const bool inX = axis(u, s.width, x, fx), inY = axis(v, s.height, y, fy);
-    const auto row = [&](int yy) {
-        const float p = s.fetch(x, yy, c, Border::kRepeat);
-        return inX ? lerpStored<T>(p, s.fetch(x + 1, yy, c, Border::kRepeat), fx) : p;
+    const auto row = [&](int j) {
+        return stored(s.fetch(x, j, c, Border::kRepeat), s.fetch(x + 1, j, c, Border::kRepeat),
+                      u - static_cast<float>(x));
     };
-    return inY ? lerpStored<T>(row(y), row(y + 1), fy) : row(y);
+    return stored(row(y), row(y + 1), v - static_cast<float>(y));
 }
 
 template <class T>

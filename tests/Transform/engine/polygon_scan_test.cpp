@@ -119,19 +119,21 @@ TEST(Clip, RandomQuadsMatchPlainClipping) {
 }
 
 TEST(Clip, BordersCountAsInsideAndOutsideOfOnePlaneIsRejected) {
-    QV_Poly_box box = {0, 10, 0, 10, 0, 1};
-    QV_Poly poly;
-    load(poly, {{0, 0}, {0, 10}, {10, 10}, {10, 0}});
-    EXPECT_EQ(QV_Poly::poly_clip_to_box(&poly, &box, true), 2);
-    load(poly, {{11, 0}, {11, 10}, {12, 10}, {12, 0}});
-    EXPECT_EQ(QV_Poly::poly_clip_to_box(&poly, &box, true), 0);
-    EXPECT_EQ(poly.m_n, 0);
-    load(poly,
-         {{-9, 5}, {5, 19}, {5, 30}, {-20, 5}});  // outside by three planes, none of them alone
-    EXPECT_EQ(QV_Poly::poly_clip_to_box(&poly, &box, true), 0);
-    load(poly, {{-5, 0}, {5, 10}, {5, 5}, {5, 0}});
-    EXPECT_EQ(QV_Poly::poly_clip_to_box(&poly, &box, false), 1) << "z planes alone leave x alone";
-    EXPECT_EQ(poly.m_n, 4);
+    const struct {
+        Polygon outline;
+        bool clipXY;
+        int result, vertices;
+    } cases[] = {{{{0, 0}, {0, 10}, {10, 10}, {10, 0}}, true, 2, 4},
+                 {{{11, 0}, {11, 10}, {12, 10}, {12, 0}}, true, 0, 0},
+                 {{{-9, 5}, {5, 19}, {5, 30}, {-20, 5}}, true, 0, 0},  // by no plane alone
+                 {{{-5, 0}, {5, 10}, {5, 5}, {5, 0}}, false, 1, 4}};   // z planes leave x alone
+    for (auto const& c : cases) {
+        QV_Poly_box box = {0, 10, 0, 10, 0, 1};
+        QV_Poly poly;
+        load(poly, c.outline);
+        EXPECT_EQ(QV_Poly::poly_clip_to_box(&poly, &box, c.clipXY), c.result);
+        EXPECT_EQ(poly.m_n, c.vertices);
+    }
 }
 
 /// The spans of a pixel row, in 512ths of a pixel, from cuts of the outline at the upper borders of

@@ -37,50 +37,39 @@ RefPixel blended(int mode, RefPixel const& f, RefPixel const& b, BlendOptions co
             double(out[Trait::kAlpha])};
 }
 
-/// Random pixels of a mode's domain. Integers: everything from 0 to white, often 0, white, and the
+/// A random pixel of a mode's domain. Integers: everything from 0 to white, often 0, white, and the
 /// neighbours of the middle; 15 bits beyond white too. Float: whole 256ths, whose sums and
 /// differences are exact, from -0.25 to 1.25. Hue and its kin stay at most white, where their
 /// formulas are continuous but for one place: mx + mn = W, which only 8 bits, divided by 255, can
 /// miss by a rounding; such a colour is drawn again.
 template <class Trait>
-class PixelSource {
-public:
-    PixelSource(std::mt19937& rng, bool hueKin) : m_rng(rng), m_hueKin(hueKin) {}
-
-    RefPixel next() {
-        for (;;) {
-            const RefPixel p = {{colour(), colour(), colour()}, alpha()};
-            const auto ends = std::minmax_element(p.c.begin(), p.c.end());
-            if (!m_hueKin || Trait::kWhite != 255 || *ends.first + *ends.second != 255) return p;
-        }
-    }
-
-private:
-    static constexpr double kWhite = Trait::kWhite;
-    static constexpr double kUnit = Trait::kIsFloat ? 1.0 / 256 : 1.0;
-    static constexpr bool kHasHeadroom = Trait::kWhite == 32768;
-
-    double whole(double low, double high) {
+RefPixel randomPixel(std::mt19937& rng, bool hueKin) {
+    constexpr bool kHasHeadroom = Trait::kWhite == 32768;
+    constexpr double kWhite = Trait::kWhite, kUnit = Trait::kIsFloat ? 1.0 / 256 : 1.0;
+    constexpr double kBeyond = Trait::kIsFloat ? 1.25 : kHasHeadroom ? 65535 : kWhite;
+    const auto whole = [&rng](double low, double high) {
         return kUnit * std::uniform_int_distribution<int>(static_cast<int>(low / kUnit),
-                                                          static_cast<int>(high / kUnit))(m_rng);
-    }
-    double colour() {
+                                                          static_cast<int>(high / kUnit))(rng);
+    };
+    const auto colour = [&] {
         const double middle = std::floor(kWhite / 2 / kUnit) * kUnit;
-        const auto kind = m_rng() % 10;
+        const auto kind = rng() % 10;
         if (kind < 2) return kind * kWhite;
         if (kind == 2) return whole(middle - kUnit, middle + kUnit);
-        if (kind == 3 && Trait::kIsFloat) return whole(-0.25, m_hueKin ? 1 : 1.25);
-        return whole(0, kind == 3 && kHasHeadroom && !m_hueKin ? 65535 : kWhite);
-    }
-    double alpha() {
-        const auto kind = m_rng() % 16;
-        if (kind == 0 && kHasHeadroom) return whole(kWhite, 65535);
+        if (kind > 3) return whole(0, kWhite);
+        return whole(Trait::kIsFloat ? -0.25 : 0, hueKin ? kWhite : kBeyond);
+    };
+    const auto alpha = [&] {
+        const auto kind = rng() % 16;
+        if (kind == 0 && kHasHeadroom) return whole(kWhite, kBeyond);
         return kind < 5 ? 0 : kind < 10 ? kWhite : whole(0, kWhite);
+    };
+    for (;;) {
+        const RefPixel p = {{colour(), colour(), colour()}, alpha()};
+        const auto ends = std::minmax_element(p.c.begin(), p.c.end());
+        if (!hueKin || kWhite != 255 || *ends.first + *ends.second != 255) return p;
     }
-
-    std::mt19937& m_rng;
-    bool m_hueKin;
-};
+}
 
 /// How far Synthesise's colour may be from its formula without roundings, channel units. With u =
 /// 2^-24, white 1 and d the colour's span: hue is off by 11u / d and saturation by 4u, so a
@@ -132,23 +121,21 @@ TYPED_TEST_SUITE(EachFormat, Formats);
 TYPED_TEST(EachFormat, AgreesWithFormulasInDouble) {
     for (const int mode : kModes) {
         std::mt19937 rng(kSeed + static_cast<unsigned>(mode));
-        PixelSource<TypeParam> pixels(rng, isHueKin(mode));
         for (const float foregroundOpacity : {1.0f, 0.37f, 0.0f})
             for (const float backgroundOpacity : {1.0f, 0.81f, 0.0f})
                 for (int i = 0; i < 6000 && !this->HasFatalFailure(); ++i) {
-                    const RefPixel f = pixels.next();
-                    check<TypeParam>(mode, f, pixels.next(),
-                                     {foregroundOpacity, backgroundOpacity});
+                    const auto f = randomPixel<TypeParam>(rng, isHueKin(mode));
+                    const auto b = randomPixel<TypeParam>(rng, isHueKin(mode));
+                    check<TypeParam>(mode, f, b, {foregroundOpacity, backgroundOpacity});
                 }
     }
 }
 
 TYPED_TEST(EachFormat, RastersMayCoincideAndPaddingStays) {
     std::mt19937 rng(kSeed);
-    PixelSource<TypeParam> pixels(rng, false);
     GuardedRaster front(TypeParam::kFormat, 13, 7), back(TypeParam::kFormat, 13, 7, 16);
     for (GuardedRaster* raster : {&front, &back})
-        raster->paint([&](int, int, int) { return pixels.next().c[0]; });
+        raster->paint([&](int, int, int) { return randomPixel<TypeParam>(rng, false).c[0]; });
     for (const int mode : kModes) {
         GuardedRaster apart(TypeParam::kFormat, 13, 7, 48), overFront = front, overBack = back;
         const auto transfer = [mode](GuardedRaster& f, GuardedRaster& b, GuardedRaster& to) {
