@@ -3,16 +3,14 @@
 // The pictures are ramps in float: bilinear filtering reproduces a ramp, so each output pixel tells
 // which source position it was taken from, and a plain map of quads in the test says which it has
 // to be.
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <cmath>
 #include <optional>
 
-#include "Transform/Common/Transform_Core_Render/Premult.h"
 #include "Transform/Common/Transform_Core_Render/TransferModes.h"
 #include "effect/Render.h"
 #include "effect/TransferMenu.h"
+#include "tests/effect/premultiply.h"
 #include "tests/support/guarded_raster.h"
 #include "tests/support/memory_controls.h"
 #include "tests/support/plane.h"
@@ -25,10 +23,8 @@ using zelk::Point;
 using zelk::Quad;
 using zelk::Random;
 
-constexpr QV_RasterFormat kRendered[] = {kFormatARGB8, kFormatBGRA8, kFormatARGB15, kFormatARGB32,
-                                         kFormatBGRA32};
 enum View : unsigned { kOriginal, kFrom, kTo, kBoth };
-enum Quality : unsigned { kLow, kMedium, kHigh, kSuperSample };
+constexpr unsigned kMedium = 1;  // quality
 constexpr Quad kUnit = {0, 0, 1, 0, 0, 1, 1, 1};
 
 /// A plane projective map by four pairs of points. Nothing for a point at or beyond the horizon.
@@ -80,23 +76,13 @@ public:
     void set(Scene const& scene) {
         host.setPopup(kParamViewMode, scene.view);
         host.setBool(kParamCropToPins, scene.crop);
-        for (int i = 0; i < 4; ++i) {
-            setPin(kParamFromUpperLeft + i, scene.from, scene.fromOffsets, i);
-            setPin(kParamToUpperLeft + i, scene.to, scene.toOffsets, i);
-        }
-        for (int i = 0; i < 8; ++i) {
-            host.setFloat(kParamFromUpperLeftOffsetX + i, scene.fromOffsets[i]);
-            host.setFloat(kParamToUpperLeftOffsetX + i, scene.toOffsets[i]);
-        }
+        setQuad(kParamFromUpperLeft, kParamFromUpperLeftOffsetX, scene.from, scene.fromOffsets);
+        setQuad(kParamToUpperLeft, kParamToUpperLeftOffsetX, scene.to, scene.toOffsets);
         host.setFloat(kParamTranslateX, scene.translateX);
         host.setFloat(kParamTranslateY, scene.translateY);
         host.setFloat(kParamScaleX, scene.scaleX);
         host.setFloat(kParamScaleY, scene.scaleY);
         host.setAngle(kParamRotate, scene.rotate);
-    }
-    void paintConstant(double value) {
-        const double stored = value * zelk::whiteOf(input.format());
-        input.paint([=](int, int, int) { return stored; });
     }
     PF_Err render() {
         const PF_Err code = Render(&host);
@@ -110,9 +96,11 @@ public:
     PluginHost_Memory_Impl host;
 
 private:
-    void setPin(int index, Quad const& quad, Quad const& offsets, int corner) {
-        host.setPoint(index, quad[2 * corner] - offsets[2 * corner] / 100,
-                      quad[2 * corner + 1] - offsets[2 * corner + 1] / 100);
+    void setQuad(int firstPin, int firstOffset, Quad const& quad, Quad const& offsets) {
+        for (int i = 0; i < 8; ++i) host.setFloat(firstOffset + i, offsets[i]);
+        for (int i = 0; i < 4; ++i)
+            host.setPoint(firstPin + i, quad[2 * i] - offsets[2 * i] / 100,
+                          quad[2 * i + 1] - offsets[2 * i + 1] / 100);
     }
 };
 
@@ -125,21 +113,17 @@ double ramp(int channel, double x, double y) {
 struct Stations {
     std::optional<Point> between, source;
 };
-class Way {
-public:
-    explicit Way(Scene const& scene)
-        : m_scene(scene), m_toInverse(scene.to, kUnit), m_from(kUnit, scene.from) {}
-    Stations operator()(Point p) const {
-        if (m_scene.view == kFrom) return {p, m_from(p)};
-        const std::optional<Point> square = m_toInverse(p);
-        if (!square) return {};
-        const Point s = m_scene.undoReposition(*square, 1.0 * kWidth / kHeight);
-        return {s, m_scene.view == kTo ? s : m_from(s)};
-    }
+struct Way {
+    Scene scene;
+    QuadMap toInverse{scene.to, kUnit}, from{kUnit, scene.from};
 
-private:
-    Scene m_scene;
-    QuadMap m_toInverse, m_from;
+    Stations operator()(Point p) const {
+        if (scene.view == kFrom) return {p, from(p)};
+        const std::optional<Point> square = toInverse(p);
+        if (!square) return {};
+        const Point s = scene.undoReposition(*square, 1.0 * kWidth / kHeight);
+        return {s, scene.view == kTo ? s : from(s)};
+    }
 };
 
 bool isInside(Point p, double marginPx) {
@@ -151,12 +135,12 @@ enum class Expected { kPicture, kNothing, kUnclear };
 
 /// What a pixel has to show. Two pixels along each edge that something is cut at are left out, and
 /// the frame's own border, where pixels are partly covered.
-Expected expectedAt(Scene const& scene, Way const& way, int x, int y, int width, int height) {
-    const bool crops = scene.view != kBoth || scene.crop;
+Expected expectedAt(Way const& way, int x, int y, GuardedRaster const& frame) {
+    const bool crops = way.scene.view != kBoth || way.scene.crop;
     bool inside = true, left = true, right = true, above = true, below = true;
-    for (const double dx : {-1.0, 0.5, 2.0}) {
+    for (const double dx : {-1.0, 0.5, 2.0})
         for (const double dy : {-1.0, 0.5, 2.0}) {
-            const Stations at = way({(x + dx) / width, (y + dy) / height});
+            const Stations at = way({(x + dx) / frame.width(), (y + dy) / frame.height()});
             if (!at.source) return Expected::kUnclear;
             Point const &s = *at.source, &b = crops ? *at.between : s;
             inside = inside && isInside(s, 2) && (!crops || isInside(b, 3));
@@ -165,7 +149,6 @@ Expected expectedAt(Scene const& scene, Way const& way, int x, int y, int width,
             above = above && std::min(s.y, b.y) < 0;
             below = below && std::max(s.y, b.y) > 1;
         }
-    }
     if (inside) return Expected::kPicture;
     return left || right || above || below ? Expected::kNothing : Expected::kUnclear;
 }
@@ -174,25 +157,20 @@ struct Checked {
     int picture = 0, nothing = 0;
 };
 
-void checkAgainstRamp(Scene const& scene, GuardedRaster const& output, double tolerance,
+void checkAgainstRamp(Way const& way, GuardedRaster const& output, double tolerance,
                       Checked& checked) {
-    const Way way(scene);
-    const int width = output.width(), height = output.height();
     double worst = 0;
-    for (int y = 1; y < height - 1; ++y) {
-        for (int x = 1; x < width - 1; ++x) {
-            const Expected expected = expectedAt(scene, way, x, y, width, height);
-            if (expected == Expected::kUnclear) continue;
-            ++(expected == Expected::kPicture ? checked.picture : checked.nothing);
-            const Point p = way({(x + 0.5) / width, (y + 0.5) / height}).source.value();
-            for (int c = 0; c < 4; ++c) {
-                const double value = expected == Expected::kPicture
-                                         ? ramp(c, p.x * kWidth - 0.5, p.y * kHeight - 0.5)
-                                         : 0;
-                worst = std::max(worst, std::fabs(output.get(x, y, c) - value));
-            }
-        }
-    }
+    output.forEachChannel([&](int x, int y, int c) {
+        if (x < 1 || y < 1 || x >= output.width() - 1 || y >= output.height() - 1) return;
+        const Expected expected = expectedAt(way, x, y, output);
+        if (expected == Expected::kUnclear) return;
+        const bool shows = expected == Expected::kPicture;
+        if (c == 0) ++(shows ? checked.picture : checked.nothing);
+        const Point p =
+            way({(x + 0.5) / output.width(), (y + 0.5) / output.height()}).source.value();
+        const double value = shows ? ramp(c, p.x * kWidth - 0.5, p.y * kHeight - 0.5) : 0;
+        worst = std::max(worst, std::fabs(output.get(x, y, c) - value));
+    });
     EXPECT_LE(worst, tolerance);
 }
 
@@ -236,7 +214,7 @@ Checked renderRamps(unsigned seed, int rounds, bool ownFrame) {
         renderer.host.setPopup(kParamQuality, kMedium);
         EXPECT_EQ(renderer.render(), 0);
         EXPECT_EQ(renderer.host.getOutputWidth(), renderer.output.width());
-        checkAgainstRamp(scene, renderer.output, tolerance, checked);
+        checkAgainstRamp(Way{scene}, renderer.output, tolerance, checked);
     }
     return checked;
 }
@@ -253,94 +231,25 @@ TEST(PipelineFrames, LayerAndFrameMayDifferInSize) {
     EXPECT_GT(total.nothing, 10000);
 }
 
-TEST(PipelineFrames, EveryFormatAndQualityKeepsAConstantPicture) {
-    for (const QV_RasterFormat format : kRendered) {
-        const bool isFloat = zelk::whiteOf(format) == 1;
-        for (const Quality quality : {kLow, kMedium, kHigh, kSuperSample}) {
-            Renderer renderer(format);
-            renderer.paintConstant(0.75);
-            Scene scene;
-            scene.view = kTo;
-            scene.to = {-0.2, -0.1, 1.1, -0.3, -0.1, 1.2, 1.3, 1.1};  // covers the frame
-            renderer.set(scene);
-            renderer.host.setPopup(kParamQuality, quality);
-            ASSERT_EQ(renderer.render(), 0);
-            // Low copies. Bilinear truncates two lerps of integers. Kernel weights of a row sum to
-            // 1 within four float roundings: integers round back, floats keep the rest.
-            const double tolerance = isFloat ? 32 * 0x1p-24 : quality == kMedium ? 2 : 0;
-            const double value = renderer.input.get(0, 0, 0);
-            renderer.output.forEachChannel([&](int x, int y, int c) {
-                if (std::min(x, y) < 2 || x >= kWidth - 2 || y >= kHeight - 2) return;
-                ASSERT_NEAR(renderer.output.get(x, y, c), value, tolerance)
-                    << "format " << format << " quality " << quality << " at " << x << "," << y;
-            });
-        }
-    }
-}
-
-TEST(PipelineFrames, HalfOpacityHalvesAlphaAndLeavesColour) {
-    for (const QV_RasterFormat format : kRendered) {
-        const int alpha = format == kFormatBGRA8 || format == kFormatBGRA32 ? 3 : 0;
-        const double white = zelk::whiteOf(format);
-        Renderer full(format), half(format);
-        for (auto* renderer : {&full, &half}) {
-            renderer->paintConstant(0.9);
-            Scene scene;
-            scene.to = {0.1, 0.2, 0.9, 0.1, 0.2, 0.8, 0.95, 0.9};
-            renderer->set(scene);
-            renderer->host.setFloat(kParamSourceOpacity, 20);
-            renderer->host.setFloat(kParamCornerPinOpacity, renderer == &half ? 50 : 100);
-            ASSERT_EQ(renderer->render(), 0);
-        }
-        full.output.forEachChannel([&](int x, int y, int c) {
-            double expected = full.output.get(x, y, c);
-            if (c == alpha) {  // 127 of 256, 16384 of 32768, a half
-                expected = white == 255     ? std::floor((expected * 127 + 128) / 256)
-                           : white == 32768 ? std::floor(expected / 2 + 0.5)
-                                            : expected / 2;
-            }
-            ASSERT_EQ(half.output.get(x, y, c), expected) << "format " << format;
-        });
-    }
-}
-
-TEST(PipelineFrames, UnusablePinsLeaveAClearedFrame) {
-    Scene bowTie, line;
-    bowTie.to = {0, 0, 1, 1, 0, 1, 1, 0};
-    line.from = {0, 0, 0.3, 0.3, 0.6, 0.6, 1, 1};
-    for (auto const& scene : {bowTie, line}) {
-        Renderer renderer(kFormatARGB8);
-        renderer.paintConstant(1);
-        renderer.set(scene);
-        EXPECT_EQ(renderer.render(), 0);
-        renderer.output.forEachChannel(
-            [&](int x, int y, int c) { ASSERT_EQ(renderer.output.get(x, y, c), 0); });
-    }
-}
-
-TEST(PipelineFrames, AroundTheOriginalALargerFrameIsClear) {
-    Renderer renderer(kFormatARGB15, kWidth + 3, kHeight + 2);
-    renderer.paintConstant(1);
-    renderer.host.setPopup(kParamViewMode, kOriginal);
-    EXPECT_EQ(renderer.render(), 0);
-    renderer.output.forEachChannel([&](int x, int y, int c) {
-        ASSERT_EQ(renderer.output.get(x, y, c), x < kWidth && y < kHeight ? 32768 : 0);
-    });
+/// 60 percent: 153 of 256, 19660 of 32768, or the number itself.
+template <class T>
+double fadedAlpha(double alpha) {
+    if (T::kIsFloat) return static_cast<float>(alpha) * static_cast<float>(60 * 0.01);
+    return T::kWhite == 255 ? std::floor((alpha * 153 + 128) / 256)
+                            : std::floor((alpha * 19660 + 16384) / 32768);
 }
 
 // The pipeline's own compositing against its pieces: what each family of hosts does around it, with
-// the pass from a host that does nothing.
+// the pass from a host that does nothing. Entry 0 has no transfer, only an opacity.
 template <class T>
-void expectTransfer(MemoryHostFamily family, unsigned entry, unsigned seed) {
-    using C = typename T::Channel;
-    using F = typename T::FORMAT;
+void expectTransfer(MemoryHostFamily family, unsigned entry) {
     SCOPED_TRACE(testing::Message() << "format " << T::kFormat << " family " << int(family)
-                                    << " entry " << entry << " seed " << seed);
+                                    << " entry and seed " << entry);
     const bool noAlpha = family == MemoryHostFamily::kAVX1 || family == MemoryHostFamily::kAVX2;
     const bool associated = family == MemoryHostFamily::kFXPLUG;
     Renderer pass(T::kFormat), whole(T::kFormat, kWidth, kHeight, family);
     for (Renderer* renderer : {&pass, &whole}) {
-        Random random(seed);
+        Random random(entry);
         Scene scene;
         scene.to = zelk::randomConvexQuad(random);
         renderer->set(scene);
@@ -358,14 +267,18 @@ void expectTransfer(MemoryHostFamily family, unsigned entry, unsigned seed) {
 
     PluginRaster_Memory_Impl work(pass.input.info()), out(pass.output.info());
     if (associated)
-        for (PluginRaster_API* raster : {&work, &out})
-            UnPremult<T, C, typename T::Wide, typename T::Weight, F>({}, &pass.host, raster);
-    const bool isFloatScreen = T::kIsFloat && entry == 6;
-    transferByMode<T>(isFloatScreen ? PF_Xfer_ADD : transferModeOfEntry(int(entry)), &pass.host,
-                      static_cast<float>(60 * 0.01), static_cast<float>(70 * 0.01), &out, &work,
-                      &out);
-    if (noAlpha || associated)
-        Premult<T, C, typename T::Wide, typename T::Weight, F>({}, &pass.host, &out);
+        for (GuardedRaster* raster : {&pass.input, &pass.output})
+            zelk_test::changeColour<T>(true, raster->info());
+    if (entry == 0)
+        pass.output.paint([&](int x, int y, int c) {
+            const double value = pass.output.get(x, y, c);
+            return c == T::kAlpha ? fadedAlpha<T>(value) : value;
+        });
+    else
+        transferByMode<T>(T::kIsFloat && entry == 6 ? PF_Xfer_ADD : transferModeOfEntry(int(entry)),
+                          &pass.host, static_cast<float>(60 * 0.01), static_cast<float>(70 * 0.01),
+                          &out, &work, &out);
+    if (noAlpha || associated) zelk_test::changeColour<T>(false, pass.output.info());
     int differ = 0;
     whole.output.forEachChannel([&](int x, int y, int c) {
         const double want = noAlpha && c == T::kAlpha ? 0 : pass.output.get(x, y, c);
@@ -379,12 +292,12 @@ void expectTransfer(MemoryHostFamily family, unsigned entry, unsigned seed) {
 TEST(PipelineFrames, CompositesOnItsOwnInEveryFamilyFormatAndMode) {
     for (const auto family : {MemoryHostFamily::kNone, MemoryHostFamily::kAVX1,
                               MemoryHostFamily::kAVX2, MemoryHostFamily::kFXPLUG})
-        for (unsigned entry = 1; entry < 23; ++entry) {
-            expectTransfer<PIXEL_ARGB8>(family, entry, entry);
-            expectTransfer<PIXEL_BGRA8>(family, entry, entry);
-            expectTransfer<PIXEL_ARGB15>(family, entry, entry);
-            expectTransfer<PIXEL_ARGB32>(family, entry, entry);
-            expectTransfer<PIXEL_BGRA32>(family, entry, entry);
+        for (unsigned entry = 0; entry < 23; ++entry) {
+            expectTransfer<PIXEL_ARGB8>(family, entry);
+            expectTransfer<PIXEL_BGRA8>(family, entry);
+            expectTransfer<PIXEL_ARGB15>(family, entry);
+            expectTransfer<PIXEL_ARGB32>(family, entry);
+            expectTransfer<PIXEL_BGRA32>(family, entry);
         }
     Renderer otherFrame(kFormatARGB8, kWidth + 3, kHeight);  // no source of the frame's size
     otherFrame.host.setPopup(kParamTransferMode, 2);

@@ -1,12 +1,10 @@
 // The loaded module against the pipeline in this program: the module on a host of straight colour
 // has to give what the memory host gives for the premultiplied picture, divided by its alpha, bit
-// for bit, by the plain command and by the smart render protocol.
-#include <gtest/gtest.h>
-
-#include <cstring>
-
-#include "Transform/Common/Transform_Core_Render/Premult.h"
+// for bit, by the plain command and by the smart render protocol. A transfer mode then is the
+// host's own compositing of that over the layer.
 #include "effect/Render.h"
+#include "hostkit/compositing.h"
+#include "tests/effect/premultiply.h"
 #include "tests/host/ae_probe.h"
 #include "tests/support/memory_controls.h"
 #include "tests/support/random_quads.h"
@@ -15,51 +13,69 @@ namespace {
 
 using zelk::Depth;
 using zelk::Random;
-using zelk_test::nothingOwed;
 
 constexpr int kWidth = 41, kHeight = 23;
 
 /// Both hosts' controls at once. Numbers are multiples of 1/256, so 16.16 holds them.
-struct Controls {
-    zelk::Host& host;
-    PluginHost_Memory_Impl& memory;
-
-    /// Popup entries count from 0 in memory and from 1 in the host.
-    void number(int index, double value, double hostOffset = 0) {
-        zelk::setNumber(host.parameters()[static_cast<std::size_t>(index)].current,
-                        value + hostOffset);
+void setRandomControls(zelk::Host& host, PluginHost_Memory_Impl& memory, Random& random) {
+    const auto dyadic = [](double value) { return std::floor(value * 256) / 256; };
+    const auto number = [&](int index, double value, int firstEntry = 0) {
+        zelk_test::setControl(host, index, value + firstEntry);
         memory.setFloat(index, value);
-    }
-    void pin(int index, double x, double y) {
-        zelk::setPoint(host.parameters()[static_cast<std::size_t>(index)].current, x, y);
-        memory.setPointPixels(index, x, y);
-    }
-};
-
-double dyadic(Random& random, double low, double high) {
-    return std::floor(random.uniform(low, high) * 256) / 256;
-}
-
-void setRandomControls(Controls controls, Random& random) {
-    controls.host.resetParameters(kWidth, kHeight);
-    zelk::setDefaultControls(controls.memory);
-    if (controls.host.identity().applId == kAppAfterEffects)
-        controls.number(kParamMotionBlur, 0, 1);
-    controls.number(kParamViewMode, random.integer(1, 3), 1);
-    controls.number(kParamQuality, random.integer(0, 2), 1);
-    controls.number(kParamCropToPins, random.integer(0, 1));
+    };
+    const auto anyNumber = [&](int index, double low, double high) {
+        number(index, dyadic(random.uniform(low, high)));
+    };
+    host.resetParameters(kWidth, kHeight);
+    zelk::setDefaultControls(memory);
+    if (host.identity().applId == kAppAfterEffects) number(kParamMotionBlur, 0, 1);
+    number(kParamViewMode, random.integer(1, 3), 1);
+    number(kParamQuality, random.integer(0, 2), 1);
+    number(kParamCropToPins, random.integer(0, 1));
     for (const int first : {kParamFromUpperLeft, kParamToUpperLeft}) {
         const zelk::Quad quad = zelk::randomConvexQuad(random);
-        for (int i = 0; i < 4; ++i)
-            controls.pin(first + i, std::floor(quad[2 * i] * kWidth * 256) / 256,
-                         std::floor(quad[2 * i + 1] * kHeight * 256) / 256);
+        for (int i = 0; i < 4; ++i) {
+            const double x = dyadic(quad[2 * i] * kWidth), y = dyadic(quad[2 * i + 1] * kHeight);
+            zelk_test::setPin(host, first + i, x, y);
+            memory.setPointPixels(first + i, x, y);
+        }
     }
     for (const int first : {kParamFromUpperLeftOffsetX, kParamToUpperLeftOffsetX})
-        for (int i = 0; i < 8; ++i) controls.number(first + i, dyadic(random, -4, 4));
-    controls.number(kParamTranslateX, dyadic(random, -20, 20));
-    controls.number(kParamScaleY, dyadic(random, 0.5, 2));
-    controls.number(kParamRotate, dyadic(random, -180, 180));
+        for (int i = 0; i < 8; ++i) anyNumber(first + i, -4, 4);
+    anyNumber(kParamTranslateX, -20, 20);
+    anyNumber(kParamScaleY, 0.5, 2);
+    anyNumber(kParamRotate, -180, 180);
 }
+
+template <class T>
+QV_RasterInfo viewOf(zelk::World& world) {
+    return {world.row(0), T::kFormat, kWidth, kHeight, world.rowBytes(), T::kPixelBytes, 1, 1, 0};
+}
+
+/// Lays `top`, at a quarter, over `layer`, whose alpha is halved, by the host's compositing.
+template <class T>
+void layOver(zelk::World const& top, zelk::World& layer, A_long xfer) {
+    using Channel = typename T::Channel;
+    forEachPixel<Channel>(viewOf<T>(layer), [](Channel* p) {
+        Channel& a = p[T::kAlpha];
+        a = static_cast<Channel>(T::kIsFloat ? a * 0.5 : std::floor(a * 127 / 256.0));
+    });
+    // A quarter of 255, and of 32768 in steps of 1/255, to the nearest.
+    const PF_CompositeMode mode = {static_cast<PF_Xfer_Mode>(xfer), 0, 63, 0, 8096};
+    EXPECT_TRUE(zelk::transferPixels(top, nullptr, mode, 0, 0, layer));
+}
+
+/// An entry of the Transfer Mode menu, counted from 0, and its mode.
+struct Transfer {
+    int entry;
+    A_long xfer;
+};
+constexpr Transfer kTransfers[] = {{0, 0},
+                                   {1, PF_Xfer_BEHIND},
+                                   {4, PF_Xfer_ADD},
+                                   {6, PF_Xfer_SCREEN},
+                                   {11, PF_Xfer_COLOR_DODGE},
+                                   {22, PF_Xfer_LUMINOSITY}};
 
 /// True when the frame shows anything.
 template <class T>
@@ -69,34 +85,37 @@ bool expectAgreement(zelk::HostIdentity identity, Depth depth, unsigned seed) {
     zelk::HostOptions options = zelk_test::optionsOf(identity);
     options.rowPaddingBytes = random.integer(0, 3) * 16;
     zelk::Host host(ZELK_MODULE, options);
-    zelk::World input(host.worldSpec(kWidth, kHeight, depth));
-    zelk::World output(host.worldSpec(kWidth, kHeight, depth));
+    const zelk::WorldSpec spec = host.worldSpec(kWidth, kHeight, depth);
+    zelk::World input(spec), output(spec), layer(spec), result(spec);
     zelk_test::fillRandom(input, seed);
-
-    PluginRaster_Memory_Impl source(T::kFormat, kWidth, kHeight),
-        result(T::kFormat, kWidth, kHeight);
-    const std::size_t runBytes = kWidth * T::kPixelBytes;
-    for (int y = 0; y < kHeight; ++y) std::memcpy(source.pixel(0, y), input.row(y), runBytes);
-    PluginHost_Memory_Impl memory(source.info(), result.info());
-    setRandomControls({host, memory}, random);
+    zelk_test::fillRandom(layer, seed);
+    PluginHost_Memory_Impl memory(viewOf<T>(layer), viewOf<T>(result));
+    setRandomControls(host, memory, random);
+    Transfer transfer = kTransfers[seed % 6];
+    if (T::kIsFloat && transfer.entry == 6) transfer.xfer = PF_Xfer_ADD;  // floats have no limit
+    zelk_test::setControl(host, kParamTransferMode, transfer.entry + 1);
+    zelk_test::setControl(host, kParamSourceOpacity, 50);
+    if (transfer.entry) zelk_test::setControl(host, kParamCornerPinOpacity, 25);
 
     auto const rendered = host.render(input, output, {});
     EXPECT_EQ(rendered.code, 0);
-    EXPECT_EQ(nothingOwed(rendered), "nothing");
+    EXPECT_EQ(zelk_test::nothingOwed(rendered), "nothing");
     const auto agreed = host.preRender(&input, depth, {});
     zelk::World smart = host.outputFor(agreed);
     EXPECT_EQ(host.smartRender(&input, smart, agreed, {}).code, 0);
-    using C = typename T::Channel;
-    using F = typename T::FORMAT;
-    Premult<T, C, typename T::Wide, typename T::Weight, F>({}, &memory, &source);
+    zelk_test::changeColour<T>(false, viewOf<T>(layer));
     EXPECT_EQ(Render(&memory), 0);
-    UnPremult<T, C, typename T::Wide, typename T::Weight, F>({}, &memory, &result);
+    for (zelk::World* world : {&layer, &result})
+        zelk_test::changeColour<T>(true, viewOf<T>(*world));
+    if (transfer.entry) layOver<T>(result, layer, transfer.xfer);
+    zelk::World const& want = transfer.entry ? layer : result;
+    constexpr std::size_t kRunBytes = kWidth * T::kPixelBytes;
     bool painted = false;
     for (int y = 0; y < kHeight; ++y) {
-        EXPECT_EQ(std::memcmp(output.row(y), result.pixel(0, y), runBytes), 0) << "row " << y;
-        EXPECT_EQ(std::memcmp(output.row(y), smart.row(y), runBytes), 0) << "smart, row " << y;
-        for (std::size_t i = 0; i < runBytes; ++i)
-            painted = painted || output.row(y)[i] != std::byte{0};
+        EXPECT_EQ(std::memcmp(output.row(y), want.row(y), kRunBytes), 0) << "row " << y;
+        EXPECT_EQ(std::memcmp(output.row(y), smart.row(y), kRunBytes), 0) << "smart, row " << y;
+        painted = painted || std::count(output.row(y), output.row(y) + kRunBytes, std::byte{0}) <
+                                 static_cast<std::ptrdiff_t>(kRunBytes);
     }
     return painted;
 }

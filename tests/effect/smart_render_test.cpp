@@ -1,9 +1,6 @@
 // The smart render protocol, through the module: rectangles, the grown frame, layers without
-// pixels, and agreement with the plain command.
-#include <gtest/gtest.h>
-
+// pixels, and what is said and given back.
 #include <algorithm>
-#include <cstring>
 
 #include "params/ParamIndex.h"
 #include "tests/host/ae_probe.h"
@@ -14,15 +11,13 @@ using zelk::Depth;
 using zelk::World;
 
 constexpr int kWidth = 12, kHeight = 9;
+constexpr Depth kDepths[] = {Depth::k8, Depth::k16, Depth::kFloat};
 
 struct Smart {
-    explicit Smart(int grow = 0, int view = 4) {
+    explicit Smart(int grow, int view = 4) {
         host.resetParameters(kWidth, kHeight);
-        set(kParamGrowBounds, grow);
-        set(kParamViewMode, view);
-    }
-    void set(int index, double value) {
-        zelk::setNumber(host.parameters()[static_cast<std::size_t>(index)].current, value);
+        zelk_test::setControl(host, kParamGrowBounds, grow);
+        zelk_test::setControl(host, kParamViewMode, view);
     }
     zelk::Host host{ZELK_MODULE};
 };
@@ -42,6 +37,7 @@ TEST(SmartPreRender, AsksForTheWholeLayerAndPromisesLayerAndMargin) {
         {{0, 0, 12, 9}, 0, 1, kFar, kOwn},
         {{5, 5, 5, 9}, 0, 1, kFar, kOwn},  // empty: as if small
         {{-20000, 1, 3, 20001}, 0, 1, {-20000, -10000, 10000, 20001}, kOwn},
+        {{1, -20001, 20002, 3}, 0, 1, {-10000, -20001, 20002, 10000}, kOwn},
         {{0, 0, 12, 9}, 10, 1, kFar, {-10, -10, 34, 28}},
         {{0, 0, 12, 9}, 11, 2, kFar, {-5, -5, 17, 14}},  // 5.5 truncated
         {{0, 0, 12, 9}, 1, 5, kFar, {0, 0, 4, 3}},       // 4.8 and 3.6 truncated
@@ -56,19 +52,44 @@ TEST(SmartPreRender, AsksForTheWholeLayerAndPromisesLayerAndMargin) {
         const auto agreed = smart.host.preRender(&layer, Depth::k8, frame, c.asked);
         EXPECT_EQ(agreed.command.code, 0);
         EXPECT_EQ(text(agreed.layerRequest.rect), text(c.layer));
-        EXPECT_EQ(agreed.layerRequest.field, PF_Field_FRAME);
-        EXPECT_EQ(agreed.layerRequest.channel_mask, 0x0F);
         EXPECT_EQ(agreed.layerRequest.preserve_rgb_of_zero_alpha, 1);
         EXPECT_EQ(text(agreed.resultRect), text(c.result));
         EXPECT_EQ(text(agreed.maxResultRect), text(c.result));
-        EXPECT_FALSE(agreed.solid);
-        EXPECT_EQ(agreed.flags, PF_RenderOutputFlag_RETURNS_EXTRA_PIXELS);
         EXPECT_FALSE(agreed.data);
     }
 }
 
+// The command on records full of other things: it sets what is its own and keeps the rest.
+TEST(SmartPreRender, KeepsWhatIsTheHosts) {
+    const auto module = dlopen(ZELK_MODULE, RTLD_NOW);
+    const auto entry = reinterpret_cast<PF_EntryPoint>(dlsym(module, kEntryPointName));
+    static PF_RenderRequest seen;
+    PF_InData in{};
+    in.downsample_x = in.downsample_y = {1, 1};
+    in.inter.checkout_param = [](PF_ProgPtr, A_long, A_long, A_long, A_u_long,
+                                 PF_ParamDef* def) -> PF_Err { return *def = {}, 0; };
+    in.inter.checkin_param = [](PF_ProgPtr, PF_ParamDef*) -> PF_Err { return 0; };
+    PF_OutData out{};
+    PF_PreRenderInput input{};
+    input.output_request.field = PF_Field_UPPER;
+    input.output_request.channel_mask = 0x40;
+    PF_PreRenderOutput answer{};
+    answer.solid = 1;
+    answer.flags = 0x10;
+    PF_PreRenderCallbacks callbacks{
+        [](PF_ProgPtr, A_long, A_long, PF_RenderRequest const* request, A_long, A_long, A_u_long,
+           PF_CheckoutResult*) -> PF_Err { return seen = *request, 21; }};
+    PF_PreRenderExtra extra = {&input, &answer, &callbacks};
+    EXPECT_EQ(entry(PF_Cmd_SMART_PRE_RENDER, &in, &out, nullptr, nullptr, &extra), 21);
+    EXPECT_EQ(seen.field, PF_Field_FRAME);
+    EXPECT_EQ(seen.channel_mask, 0x4F);
+    EXPECT_EQ(answer.solid, 0);
+    EXPECT_EQ(answer.flags, 0x11);
+    EXPECT_EQ(input.output_request.channel_mask, 0x40);
+}
+
 TEST(SmartRender, TheLayerStandsInItsPlaceInAGrownFrame) {
-    for (const Depth depth : {Depth::k8, Depth::k16, Depth::kFloat})
+    for (const Depth depth : kDepths)
         for (const int grow : {0, 1, 5}) {
             Smart smart(grow, 1);  // Original: the input as it is
             World layer(smart.host.worldSpec(kWidth, kHeight, depth));
@@ -84,11 +105,10 @@ TEST(SmartRender, TheLayerStandsInItsPlaceInAGrownFrame) {
             EXPECT_EQ(zelk_test::nothingOwed(result), "nothing");
             ASSERT_EQ(output.width(), kWidth + 2 * grow);
             const auto bytes = static_cast<std::size_t>(zelk::pixelBytes(depth));
-            const auto g = static_cast<std::size_t>(grow);
             for (int y = 0; y < output.height(); ++y) {
                 std::vector<std::byte> row(static_cast<std::size_t>(output.width()) * bytes);
                 if (y >= grow && y < kHeight + grow)
-                    std::memcpy(&row[g * bytes], layer.row(y - grow), kWidth * bytes);
+                    std::copy_n(layer.row(y - grow), kWidth * bytes, &row[grow * bytes]);
                 EXPECT_EQ(std::memcmp(output.row(y), row.data(), row.size()), 0) << y;
             }
         }
@@ -98,11 +118,9 @@ TEST(SmartRender, TheLayerStandsInItsPlaceInAGrownFrame) {
 // coverage tells where its edges are: its sum along a row through the middle is the quad's width.
 TEST(SmartRender, PinsOutsideTheLayerAreDrawnInTheMargin) {
     Smart smart(4);
-    auto& parameters = smart.host.parameters();
     const double left = -2.5, right = kWidth + 1.75;
     for (int i = 0; i < 4; ++i)
-        zelk::setPoint(parameters[static_cast<std::size_t>(kParamToUpperLeft + i)].current,
-                       i % 2 ? right : left, i / 2 ? kHeight : 0);
+        zelk_test::setPin(smart.host, kParamToUpperLeft + i, i % 2 ? right : left, i / 2 * kHeight);
     World layer(smart.host.worldSpec(kWidth, kHeight, Depth::kFloat));
     for (int y = 0; y < kHeight; ++y) std::fill_n(layer.rowAs<float>(y), 4 * kWidth, 1.0f);
     const auto agreed = smart.host.preRender(&layer, Depth::kFloat, {});
@@ -120,7 +138,7 @@ TEST(SmartRender, PinsOutsideTheLayerAreDrawnInTheMargin) {
 }
 
 TEST(SmartRender, ALayerWithoutPixelsClearsTheOutput) {
-    for (const Depth depth : {Depth::k8, Depth::k16, Depth::kFloat}) {
+    for (const Depth depth : kDepths) {
         Smart smart(2);
         zelk::FrameRequest frame;
         frame.layerWidth = kWidth;
@@ -129,89 +147,53 @@ TEST(SmartRender, ALayerWithoutPixelsClearsTheOutput) {
         EXPECT_EQ(text(agreed.resultRect), text({-2, -2, kWidth + 2, kHeight + 2}));
         World output = smart.host.outputFor(agreed);
         // What is refused here changes the picture, not the result.
-        for (char const* refused : {"", "checkout_output", "fill"}) {
+        for (std::string const refused : {"", "checkout_output", "fill"}) {
             zelk_test::fillRandom(output, 5);
             smart.host.monitor().clearFaults();
             smart.host.monitor().inject({refused, 0, 9});
             const auto result = smart.host.smartRender(nullptr, output, agreed, frame);
             EXPECT_EQ(result.code, 0);
             EXPECT_EQ(zelk_test::nothingOwed(result), "nothing");
-            std::size_t left = 0;
+            bool isClear = true;
             for (int y = 0; y < output.height(); ++y)
-                left += static_cast<std::size_t>(
-                    std::count_if(output.row(y), output.row(y) + output.rowBytes(),
-                                  [](std::byte b) { return b != std::byte{0}; }));
-            EXPECT_EQ(left == 0, refused[0] == 0) << refused;
+                isClear = isClear && std::all_of(output.row(y), output.row(y) + output.rowBytes(),
+                                                 [](std::byte b) { return b == std::byte{0}; });
+            EXPECT_EQ(isClear, refused.empty()) << refused;
         }
     }
 }
 
-PF_RenderRequest seenRequest;
-
-// The command on records full of other things: it sets what is its own and keeps the rest.
-TEST(SmartPreRender, KeepsWhatIsTheHosts) {
-    const auto module = dlopen(ZELK_MODULE, RTLD_NOW);
-    const auto entry = reinterpret_cast<PF_EntryPoint>(dlsym(module, kEntryPointName));
-    zelk_test::ProbeHost probe(zelk_test::kModernAE);
-    PF_PreRenderInput input{};
-    input.output_request.field = PF_Field_UPPER;
-    input.output_request.channel_mask = 0x40;
-    PF_PreRenderOutput answer{};
-    answer.solid = 1;
-    answer.flags = 0x10;
-    PF_PreRenderCallbacks callbacks{
-        [](PF_ProgPtr, A_long, A_long, PF_RenderRequest const* request, A_long, A_long, A_u_long,
-           PF_CheckoutResult*) -> PF_Err { return seenRequest = *request, 21; }};
-    PF_PreRenderExtra extra = {&input, &answer, &callbacks};
-    const auto result = probe.bare([&](zelk_test::ProbeCall const& call) -> PF_Err {
-        PF_InData in = *call.in_data;
-        in.inter.checkout_param = [](PF_ProgPtr, A_long, A_long, A_long, A_u_long,
-                                     PF_ParamDef* def) -> PF_Err { return *def = {}, 0; };
-        in.inter.checkin_param = [](PF_ProgPtr, PF_ParamDef*) -> PF_Err { return 0; };
-        return entry(PF_Cmd_SMART_PRE_RENDER, &in, call.out_data, nullptr, nullptr, &extra);
-    });
-    EXPECT_EQ(result.code, 21);
-    EXPECT_EQ(seenRequest.field, PF_Field_FRAME);
-    EXPECT_EQ(seenRequest.channel_mask, 0x4F);
-    EXPECT_EQ(answer.solid, 0);
-    EXPECT_EQ(answer.flags, 0x11);
-    EXPECT_EQ(input.output_request.channel_mask, 0x40);
-}
-
 TEST(SmartRender, SaysErrorForItsOwnImagesAndGivesAllBackInOrder) {
     Smart smart(2);
+    zelk::CallMonitor& monitor = smart.host.monitor();
     World layer(smart.host.worldSpec(kWidth, kHeight, Depth::k8));
     const auto agreed = smart.host.preRender(&layer, Depth::k8, {});
     World output = smart.host.outputFor(agreed);
-    const auto told = [&](char const* refused, int nth) {
-        smart.host.monitor().restart();
-        smart.host.monitor().inject({refused, nth, 9});
-        testing::internal::CaptureStdout();
-        EXPECT_EQ(smart.host.smartRender(&layer, output, agreed, {}).code, refused[0] ? 9 : 0);
-        smart.host.monitor().clearFaults();
-        return testing::internal::GetCapturedStdout();
+    struct Case {
+        std::string refused;
+        int nth;
+        char const* said;
     };
-    EXPECT_EQ(told("checkout_layer_pixels", 1), "Error\n");
-    EXPECT_EQ(told("checkout_output", 1), "Error\n");
-    EXPECT_EQ(told("new_world", 2), "Error\n");
-    EXPECT_EQ(told("copy", 1), "Error\n");
-    EXPECT_EQ(told("new_world", 3), "") << "the pipeline's";
-    EXPECT_EQ(told("", 1), "");
-    std::vector<std::string> want = {"dispose_world",
-                                     "dispose_world",
-                                     "fill",
-                                     "copy",
-                                     "dispose_world",
-                                     "dispose_world",
-                                     "ReleaseSuite PF World Suite 2",
-                                     "ReleaseSuite PF ColorParamSuite 1"};
-    want.resize(want.size() + 62, "checkin_param");
-    std::vector<std::string> log = smart.host.monitor().log();
+    for (Case const& c :
+         {Case{"checkout_layer_pixels", 1, "Error\n"}, Case{"checkout_output", 1, "Error\n"},
+          Case{"new_world", 2, "Error\n"}, Case{"copy", 1, "Error\n"},
+          Case{"new_world", 3, ""},  // the pipeline's own
+          Case{"", 1, ""}}) {
+        monitor.restart();
+        monitor.inject({c.refused, c.nth, 9});
+        testing::internal::CaptureStdout();
+        EXPECT_EQ(smart.host.smartRender(&layer, output, agreed, {}).code, c.refused[0] ? 9 : 0);
+        EXPECT_EQ(testing::internal::GetCapturedStdout(), c.said) << c.refused << c.nth;
+        monitor.clearFaults();
+    }
+    std::vector<std::string> want(62, "checkin_param"), log = monitor.log();
+    want.insert(want.begin(),
+                {"dispose_world", "dispose_world", "fill", "copy", "dispose_world", "dispose_world",
+                 "ReleaseSuite PF World Suite 2", "ReleaseSuite PF ColorParamSuite 1"});
     std::erase(log, "PF World Suite 2/PF_GetPixelFormat");
     ASSERT_GT(log.size(), want.size());
-    EXPECT_EQ(
-        std::vector<std::string>(log.end() - static_cast<std::ptrdiff_t>(want.size()), log.end()),
-        want);
+    log.erase(log.begin(), log.end() - static_cast<std::ptrdiff_t>(want.size()));
+    EXPECT_EQ(log, want);
 }
 
 }  // namespace

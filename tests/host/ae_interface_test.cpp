@@ -1,6 +1,4 @@
 // The binding's plain operations and the host's interface suites, which stand-ins answer here.
-#include <cmath>
-
 #include "platform/services/ModalWindow.h"
 #include "tests/host/ae_host.h"
 
@@ -39,14 +37,18 @@ constexpr SPBasicSuite kSuites = {
     },
     [](char const*, A_long) -> A_long { return --asked.held, 0; }};
 
+/// Inside a render of an 8-bit frame.
+void withAE(AEBody const& body) {
+    ProbeHost host(kOlderAE);
+    inRender(host, zelk::Depth::k8, body);
+}
+
 }  // namespace
 
 TEST(AEInterface, CursorColoursMouseAndRefreshMapToTheAppSuites) {
-    ProbeHost host(kOlderAE);
-    inRender(host, zelk::Depth::k8, [](PluginHost_AE_Impl& ae) {
+    withAE([](PluginHost_AE_Impl& ae) {
         asked = {};
-        auto const suites = ae.in_data->pica_basicP;
-        ae.in_data->pica_basicP = &kSuites;
+        auto const suites = std::exchange(ae.in_data->pica_basicP, &kSuites);
         constexpr A_long kCursors[] = {2, 8, 41};
         for (long n = 0; n < 3; ++n) {
             EXPECT_EQ(ae.setCursor(n), 0);
@@ -77,14 +79,16 @@ TEST(AEInterface, CursorColoursMouseAndRefreshMapToTheAppSuites) {
             EXPECT_EQ(asked.refreshes, v.refreshes);
         }
         EXPECT_EQ(ae.out_data->out_flags, 0x20000u);
-        asked.answer = 55;
-        EXPECT_EQ(ae.setCursor(0), 55);
-        EXPECT_EQ(ae.getAppColor(0, r, g, b), 55);
-        EXPECT_EQ(ae.getMousePos(x, y), 55);
-        asked.hasSuites = false;
-        EXPECT_EQ(ae.setCursor(0), 516);
-        EXPECT_STREQ(ae.out_data->return_msg, "Failed to acquire PFAppSuite1.");
-        EXPECT_EQ(ae.getMousePos(x, y), 516);
+        for (bool hasSuites : {true, false}) {
+            asked.answer = 55;
+            asked.hasSuites = hasSuites;
+            const int code = hasSuites ? 55 : 516;
+            EXPECT_EQ(ae.setCursor(0), code);
+            EXPECT_STREQ(ae.out_data->return_msg,
+                         hasSuites ? "" : "Failed to acquire PFAppSuite1.");
+            EXPECT_EQ(ae.getAppColor(0, r, g, b), code);
+            EXPECT_EQ(ae.getMousePos(x, y), code);
+        }
         EXPECT_STREQ(ae.out_data->return_msg, "Failed to acquire PFAppSuite3.");
         EXPECT_EQ(asked.held, 0);
         ae.in_data->version = kOlderAE.version;
@@ -93,8 +97,7 @@ TEST(AEInterface, CursorColoursMouseAndRefreshMapToTheAppSuites) {
 }
 
 TEST(AEInterface, TransformWorldPassesTheHostItsOwnWords) {
-    ProbeHost host(kModernAE);
-    inRender(host, zelk::Depth::k8, [](PluginHost_AE_Impl& ae) {
+    withAE([](PluginHost_AE_Impl& ae) {
         PF_UtilCallbacks utils = *ae.in_data->utils;
         ae.in_data->utils = &utils;
         PluginRaster_AE_Impl image(ae.output, &ae);
@@ -118,16 +121,15 @@ TEST(AEInterface, TransformWorldPassesTheHostItsOwnWords) {
 }
 
 TEST(AEInterface, TheAboutBoxNeedsAnApplicationThatShowsIt) {
-    ProbeHost host(kOlderAE);
     std::vector<ModalWindow> shown;
     const ModalWindowBackend recorder = {
         &shown, [](void* to, ModalWindow const* window) {
             static_cast<std::vector<ModalWindow>*>(to)->push_back(*window);
         }};
+    ModalWindowBackend const* const none = nullptr;
     const std::string text(300, 'x');
-    inRender(host, zelk::Depth::k8, [&](PluginHost_AE_Impl& ae) {
-        for (auto backend : {static_cast<ModalWindowBackend const*>(nullptr), &recorder,
-                             static_cast<ModalWindowBackend const*>(nullptr)}) {
+    withAE([&](PluginHost_AE_Impl& ae) {
+        for (auto backend : {none, &recorder, none}) {
             installModalWindowBackend(backend);
             ae.showAboutBox(1, reinterpret_cast<void*>(130), nullptr, "Zelk", text.c_str());
         }
@@ -148,17 +150,13 @@ TEST(AEInterface, TheAboutBoxNeedsAnApplicationThatShowsIt) {
 }
 
 TEST(AEInterface, APathsVertexIsSorted) {
-    ProbeHost host(kModernAE);
-    inRender(host, zelk::Depth::k8, [](PluginHost_AE_Impl& ae) {
+    withAE([](PluginHost_AE_Impl& ae) {
         PF_PathDataSuite1 data{};
         data.PF_PathVertexInfo = [](PF_ProgPtr, PF_PathOutlinePtr, A_long index,
                                     PF_PathVertexRecord* v) -> PF_Err {
-            v->x = index;
-            v->y = 2;
-            v->tan_in_x = 3;
-            v->tan_in_y = 4;
-            v->tan_out_x = 5;
-            v->tan_out_y = 6;
+            v->x = index, v->y = 2;
+            v->tan_in_x = 3, v->tan_in_y = 4;
+            v->tan_out_x = 5, v->tan_out_y = 6;
             return 0;
         };
         QV_PathVertex v{};

@@ -55,6 +55,14 @@ inline void fillRandom(zelk::World& world, unsigned seed) {
                 world.rowAs<float>(y)[c] = static_cast<float>(random() % 2049) / 1024.0f;
 }
 
+/// Sets a control of the host's in users' units; popups count from 1, pins are in layer pixels.
+inline void setControl(zelk::Host& host, int index, double value) {
+    zelk::setNumber(host.parameters()[static_cast<std::size_t>(index)].current, value);
+}
+inline void setPin(zelk::Host& host, int index, double x, double y) {
+    zelk::setPoint(host.parameters()[static_cast<std::size_t>(index)].current, x, y);
+}
+
 class ProbeHost {
 public:
     explicit ProbeHost(zelk::HostOptions const& options)
@@ -62,6 +70,7 @@ public:
     explicit ProbeHost(zelk::HostIdentity identity) : ProbeHost(optionsOf(identity)) {}
 
     zelk::Host* operator->() { return m_host.get(); }
+    zelk::Host& operator*() { return *m_host; }
 
     zelk::CommandResult paramsSetup(ProbeBody const& body) {
         setProbeBody(&body);

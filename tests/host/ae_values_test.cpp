@@ -1,5 +1,5 @@
 // Parameter values through the binding: units, the way a slider is stored, and check-outs that go
-// back whatever the host answers.
+// back whatever the host answers. What the readers of whole frames use is tested with them.
 #include "params/ParamIndex.h"
 #include "tests/host/ae_host.h"
 
@@ -7,45 +7,23 @@ using namespace zelk_test;
 
 TEST(AEValues, AreReadInOrdinaryUnitsAndWrittenToTheCallsArray) {
     ProbeHost host = hostWithControls(kModernAE, 5, 4);
-    auto const value = [&](std::size_t index) -> PF_ParamDef& {
-        return host->parameters()[index].current;
-    };
-    zelk::setNumber(value(kParamGrowBounds), 12);
-    zelk::setNumber(value(kParamQuality), 4);
-    zelk::setNumber(value(kParamCropToPins), 1);
-    zelk::setPoint(value(kParamToLowerRight), 2.5, -4);
-    zelk::setNumber(value(kParamScaleX), -1.5);
-    zelk::setNumber(value(kParamSuperSampleEdge), 0.375);
-    zelk::setNumber(value(kParamRotate), 450.5);
+    setControl(*host, kParamCropToPins, 1);
+    setControl(*host, kParamSuperSampleEdge, 0.375);
     inRender(host, zelk::Depth::k8, [](PluginHost_AE_Impl& ae) {
         PluginHost_API::TimeObject time{0, 1000, 24000};
-        double scale = 0, edge = 0, again = 0, angle = 0, x = 0, y = 0, r = 0, g = 0, b = 0;
-        int integer = 0;
-        unsigned entry = 0;
-        bool flag = false;
-        EXPECT_EQ(ae.GetFloatValue(kParamScaleX, 0x82, time, scale), 0);
-        EXPECT_EQ(ae.GetFloatValue(kParamSuperSampleEdge, -1, time, edge), 0);
-        EXPECT_EQ(ae.GetFixedFloatValue(kParamSuperSampleEdge, 5, time, again), 0);
-        EXPECT_EQ(ae.GetAngleValue(kParamRotate, 0, time, angle), 0);
-        EXPECT_EQ(ae.GetPoint2DValue(kParamToLowerRight, 0, time, x, y), 0);
-        EXPECT_EQ(ae.GetColorValue(kParamToWireframeColor, 0, time, r, g, b), 0);
-        EXPECT_EQ(ae.GetIntValue(kParamGrowBounds, 0, time, integer), 0);
-        EXPECT_EQ(ae.GetUIntValue(kParamQuality, 0, time, entry), 0);
-        EXPECT_EQ((std::vector<double>{scale, edge, again, angle, x, y, b}),
-                  (std::vector<double>{-1.5, 0.375, 0.375, 450.5, 0.5, -1.0, 50 / 255.0}));
-        EXPECT_EQ(integer, 12);
-        EXPECT_EQ(entry, 3u);
+        double edge = 0, r = 0, g = 0, b = 0;
+        EXPECT_EQ(ae.GetFixedFloatValue(kParamSuperSampleEdge, 5, time, edge), 0);
+        EXPECT_EQ(edge, 0.375) << "stored as a double";
         for (PluginHost_API::TimeObject* t : {&time, static_cast<decltype(&time)>(nullptr)}) {
             EXPECT_EQ(ae.getFloatColor(kParamFromWireframeColor, 0, &r, &g, &b, t), 0);
             EXPECT_EQ(r, static_cast<double>(150.0f / 255) * 255.0);
             r = 0;
         }
         auto* const params = ae.params;
-        for (PF_ParamDef** array : {params, static_cast<PF_ParamDef**>(nullptr)}) {
-            ae.params = array;
-            EXPECT_EQ(ae.GetBoolValue(kParamCropToPins, 0, time, flag), 0);
-            EXPECT_EQ(flag, array != nullptr);
-        }
+        bool flag = true;
+        ae.params = nullptr;
+        EXPECT_EQ(ae.GetBoolValue(kParamCropToPins, 0, time, flag), 0);
+        EXPECT_FALSE(flag);
         ae.params = params;
 
         double written = 2.25;
@@ -71,17 +49,16 @@ TEST(AEValues, ARefusalLeavesTheValueAndOwesNothing) {
         [](Ae& ae, Time t, double& v) { return ae.getFloatColor(20, 0, &v, &v, &v, &t); }};
     for (auto const& read : kReads) {
         ProbeHost host = hostWithControls(kModernAE, 5, 4);
-        host->monitor().inject({"checkout_param", 1, 61});
-        host->monitor().inject({"checkin_param", 1, 62, true});
-        host->monitor().inject(
-            {"PF ColorParamSuite 1/PF_GetFloatingPointColorFromColorDef", 2, 63});
+        zelk::CallMonitor& monitor = host->monitor();
+        monitor.inject({"checkout_param", 1, 61});
+        monitor.inject({"checkin_param", 1, 62, true});
+        monitor.inject({"PF ColorParamSuite 1/PF_GetFloatingPointColorFromColorDef", 2, 63});
         inRender(host, zelk::Depth::k8, [&](Ae& ae) {
             double number = 4711;
             EXPECT_EQ(read(ae, {0, 1000, 24000}, number), 61);
             EXPECT_EQ(number, 4711);
             EXPECT_EQ(read(ae, {0, 1000, 24000}, number), 62);
-            const bool converts = &read == &kReads[4];
-            EXPECT_EQ(read(ae, {0, 1000, 24000}, number), converts ? 1 : 0);
+            EXPECT_EQ(read(ae, {0, 1000, 24000}, number), &read == &kReads[4] ? 1 : 0);
         });
     }
 }

@@ -1,48 +1,32 @@
-// The memory host: image formats, copies, parameters, failures and what it counts.
+// The memory host: image formats, copies, failures and what it counts.
 #include <gtest/gtest.h>
 
-#include <array>
-#include <cstring>
+#include <algorithm>
 #include <memory>
-#include <random>
 
 #include "Transform/Common/PixelTraits.h"
 #include "host/PluginHost_Memory_Impl.h"
+#include "tests/support/guarded_raster.h"
+#include "tests/support/random_quads.h"
 
 namespace {
 
 using Raster = PluginRaster_Memory_Impl;
 using Info = PluginHost_API::RasterInfo;
+using zelk::GuardedRaster;
+using zelk::Random;
 
 struct FormatFacts {
     QV_RasterFormat format;
     int alpha, red, pixelBytes;
 };
-template <class T>
-constexpr FormatFacts facts() {
-    return {T::kFormat, T::kAlpha, T::kRed, T::kPixelBytes};
+template <class... T>
+std::vector<FormatFacts> factsOf() {
+    return {{T::kFormat, T::kAlpha, T::kRed, T::kPixelBytes}...};
 }
-constexpr FormatFacts kFormats[] = {
-    facts<PIXEL_ARGB8>(),  facts<PIXEL_BGRA8>(),  facts<PIXEL_RGBA8>(),  facts<PIXEL_ARGB15>(),
-    facts<PIXEL_ARGB14>(), facts<PIXEL_BGRA14>(), facts<PIXEL_ARGB16>(), facts<PIXEL_RGBA16>(),
-    facts<PIXEL_ARGB32>(), facts<PIXEL_RGBA32>(), facts<PIXEL_BGRA32>()};
-
-FormatFacts const* factsOf(QV_RasterFormat format) {
-    for (auto const& f : kFormats)
-        if (f.format == format) return &f;
-    return nullptr;
-}
-
-void fillRandom(Raster const& raster, std::mt19937& random) {
-    auto* bytes = static_cast<unsigned char*>(raster.info().data);
-    for (int i = 0; i < raster.info().rowBytes * raster.info().height; ++i)
-        bytes[i] = static_cast<unsigned char>(random());
-}
-
-std::vector<unsigned char> bytesOf(Raster const& raster) {
-    auto const* bytes = static_cast<unsigned char const*>(raster.info().data);
-    return {bytes, bytes + raster.info().rowBytes * raster.info().height};
-}
+const std::vector<FormatFacts> kFormats =
+    factsOf<PIXEL_ARGB8, PIXEL_BGRA8, PIXEL_RGBA8, PIXEL_ARGB15, PIXEL_ARGB14, PIXEL_BGRA14,
+            PIXEL_ARGB16, PIXEL_RGBA16, PIXEL_ARGB32, PIXEL_RGBA32, PIXEL_BGRA32>();
 
 TEST(MemoryHost, ImagesKeepTheOutputsChannelOrderAtEveryDepth) {
     for (auto const& output : kFormats) {
@@ -58,8 +42,9 @@ TEST(MemoryHost, ImagesKeepTheOutputsChannelOrderAtEveryDepth) {
             ++served;
             Info info{};
             host.getRasterInfo(image.get(), &info);
-            FormatFacts const* made = factsOf(info.format);
-            ASSERT_TRUE(made) << info.format;
+            const auto made = std::find_if(kFormats.begin(), kFormats.end(),
+                                           [&](auto const& f) { return f.format == info.format; });
+            ASSERT_NE(made, kFormats.end()) << info.format;
             EXPECT_EQ(image->getPixelType(), type);
             EXPECT_EQ(made->alpha * 4 + made->red, output.alpha * 4 + output.red);
             EXPECT_EQ(info.rowBytes, 5 * made->pixelBytes);
@@ -73,51 +58,52 @@ TEST(MemoryHost, ImagesKeepTheOutputsChannelOrderAtEveryDepth) {
     }
 }
 
+GuardedRaster noise(Random& random, QV_RasterFormat format) {
+    GuardedRaster raster(format, random.integer(0, 9), random.integer(0, 9),
+                         4 * random.integer(0, 2));
+    raster.paint([&](int, int, int) { return random.uniform(0, zelk::whiteOf(format)); });
+    return raster;
+}
+
+QV_Rect randomRect(Random& random) {
+    const auto side = [&](int high) { return static_cast<short>(random.integer(-3, high)); };
+    return {side(9), side(9), side(12), side(12)};
+}
+
 /// Copies pixel by pixel, leaving out whatever is outside either image or rectangle.
-void slowCopy(Raster const& from, Raster const& to, QV_Rect f, QV_Rect t) {
-    for (int y = 0; y < f.bottom - f.top && y < t.bottom - t.top; ++y) {
+void slowCopy(GuardedRaster const& from, GuardedRaster& to, QV_Rect const& f, QV_Rect const& t) {
+    for (int y = 0; y < f.bottom - f.top && y < t.bottom - t.top; ++y)
         for (int x = 0; x < f.right - f.left && x < t.right - t.left; ++x) {
             const int fx = f.left + x, fy = f.top + y, tx = t.left + x, ty = t.top + y;
-            if (fx < 0 || fy < 0 || fx >= from.info().width || fy >= from.info().height) continue;
-            if (tx < 0 || ty < 0 || tx >= to.info().width || ty >= to.info().height) continue;
-            std::memcpy(to.pixel(tx, ty), from.pixel(fx, fy),
-                        static_cast<std::size_t>(from.info().pixelBytes));
+            if (fx < 0 || fy < 0 || fx >= from.width() || fy >= from.height()) continue;
+            if (tx < 0 || ty < 0 || tx >= to.width() || ty >= to.height()) continue;
+            std::copy_n(from.pixel(fx, fy), from.info().pixelBytes, to.pixel(tx, ty));
         }
-    }
 }
 
 TEST(MemoryHost, CopiesLikeAPixelByPixelCopy) {
-    const unsigned seed = 20240611;
-    std::mt19937 random(seed);
-    SCOPED_TRACE(seed);
-    auto within = [&](int low, int high) {
-        return static_cast<short>(std::uniform_int_distribution<int>(low, high)(random));
-    };
+    Random random(20240611);
+    constexpr QV_Rect kAll = {0, 0, 100, 100};
     for (int round = 0; round < 300; ++round) {
-        const auto format = kFormats[within(0, 10)].format;
-        Raster from(format, within(0, 9), within(0, 9), within(0, 5));
-        Raster to(format, within(0, 9), within(0, 9), within(0, 5));
-        Raster expected(format, to.info().width, to.info().height,
-                        to.info().rowBytes - to.info().width * to.info().pixelBytes);
-        fillRandom(from, random);
-        fillRandom(to, random);
-        std::memcpy(expected.info().data, to.info().data, bytesOf(to).size());
-        QV_Rect f{within(-3, 9), within(-3, 9), within(-3, 12), within(-3, 12)};
-        QV_Rect t{within(-3, 9), within(-3, 9), within(-3, 12), within(-3, 12)};
+        const auto format = kFormats[static_cast<std::size_t>(random.integer(0, 10))].format;
+        const GuardedRaster from = noise(random, format), to = noise(random, format);
+        GuardedRaster expected = to;
+        QV_Rect f = randomRect(random), t = randomRect(random);
         const bool wholeFrom = round % 3 == 0, wholeTo = round % 4 == 0;
-        if (wholeFrom)
-            f = {0, 0, static_cast<short>(from.getHeight()), static_cast<short>(from.getWidth())};
-        if (wholeTo) t = {0, 0, 100, 100};
-
         PluginHost_Memory_Impl host(from.info(), to.info());
-        EXPECT_EQ(host.copy(&from, &to, wholeFrom ? nullptr : &f, wholeTo ? nullptr : &t), 0);
-        slowCopy(from, expected, f, t);
-        ASSERT_EQ(bytesOf(to), bytesOf(expected)) << "round " << round;
+        Raster source(from.info()), target(to.info());
+        EXPECT_EQ(host.copy(&source, &target, wholeFrom ? nullptr : &f, wholeTo ? nullptr : &t), 0);
+        slowCopy(from, expected, wholeFrom ? kAll : f, wholeTo ? kAll : t);
+        ASSERT_TRUE(to.samePixels(expected) && to.guardsIntact()) << "round " << round;
     }
-    Raster argb(kFormatARGB8, 2, 2), bgra(kFormatBGRA8, 2, 2);
-    fillRandom(argb, random);
+    const GuardedRaster argb(kFormatARGB8, 2, 2), bgra(kFormatBGRA8, 2, 2),
+        larger(kFormatARGB8, 4, 3);
     EXPECT_EQ(PluginHost_Memory_Impl(argb.info(), bgra.info()).copyInputToOutput(), 1);
-    EXPECT_EQ(bytesOf(bgra), std::vector<unsigned char>(16, 0)) << "formats differ";
+    EXPECT_TRUE(bgra.samePixels({kFormatBGRA8, 2, 2})) << "formats differ";
+    EXPECT_EQ(PluginHost_Memory_Impl(argb.info(), larger.info()).copyInputToOutput(), 0);
+    larger.forEachChannel([&](int x, int y, int c) {
+        EXPECT_EQ(larger.get(x, y, c), x < 2 && y < 2 ? argb.get(x, y, c) : 0) << "clear around it";
+    });
 }
 
 TEST(MemoryHost, FailsTheAllocationThatWasAskedFor) {
