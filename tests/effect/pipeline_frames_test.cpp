@@ -126,7 +126,7 @@ struct Way {
     }
 };
 
-bool isInside(Point p, double marginPx) {
+bool isWithin(Point p, double marginPx) {
     return p.x * kWidth > marginPx && p.x * kWidth < kWidth - marginPx &&
            p.y * kHeight > marginPx && p.y * kHeight < kHeight - marginPx;
 }
@@ -137,20 +137,18 @@ enum class Expected { kPicture, kNothing, kUnclear };
 /// the frame's own border, where pixels are partly covered.
 Expected expectedAt(Way const& way, int x, int y, GuardedRaster const& frame) {
     const bool crops = way.scene.view != kBoth || way.scene.crop;
-    bool inside = true, left = true, right = true, above = true, below = true;
+    int inside = 0, outside = 0;  // of nine points around the pixel
     for (const double dx : {-1.0, 0.5, 2.0})
         for (const double dy : {-1.0, 0.5, 2.0}) {
             const Stations at = way({(x + dx) / frame.width(), (y + dy) / frame.height()});
             if (!at.source) return Expected::kUnclear;
             Point const &s = *at.source, &b = crops ? *at.between : s;
-            inside = inside && isInside(s, 2) && (!crops || isInside(b, 3));
-            left = left && std::min(s.x, b.x) < 0;
-            right = right && std::max(s.x, b.x) > 1;
-            above = above && std::min(s.y, b.y) < 0;
-            below = below && std::max(s.y, b.y) > 1;
+            inside += isWithin(s, 2) && (!crops || isWithin(b, 3));
+            outside += !isWithin(s, 0) || !isWithin(b, 0);
         }
-    if (inside) return Expected::kPicture;
-    return left || right || above || below ? Expected::kNothing : Expected::kUnclear;
+    return inside == 9    ? Expected::kPicture
+           : outside == 9 ? Expected::kNothing
+                          : Expected::kUnclear;
 }
 
 struct Checked {

@@ -8,6 +8,8 @@ using namespace zelk_test;
 namespace zelk {
 namespace {
 
+constexpr char kEntries[] = "One|(-|Three with a rather long name";
+
 /// Answers the set-up commands as an effect with global data and a few parameters does, and hands
 /// every render to `inRender`.
 class SmallEffect {
@@ -20,24 +22,22 @@ public:
 private:
     PF_Err answer(ProbeCall const& call) {
         PF_InData& in = *call.in_data;
+        PF_OutData& out = *call.out_data;
         switch (call.command) {
             case PF_Cmd_GLOBAL_SETUP:
-                std::snprintf(call.out_data->return_msg, 256, "not in this host");
-                if (in.appl_id == kAppEvenSize) return 99;
-                call.out_data->return_msg[0] = 0;
-                call.out_data->out_flags |= PF_OutFlag_DEEP_COLOR_AWARE;
-                call.out_data->my_version = ::effectVersion(2, 1, 0, PF_Stage_BETA, 7);
-                call.out_data->global_data = in.utils->host_new_handle(4);
-                live += call.out_data->global_data ? 1 : 0;
-                return call.out_data->global_data ? PF_Err_NONE : PF_Err_OUT_OF_MEMORY;
+                if (in.appl_id == kAppEvenSize) return std::strcpy(out.return_msg, "not here"), 99;
+                out.out_flags |= PF_OutFlag_DEEP_COLOR_AWARE;
+                out.my_version = ::effectVersion(2, 1, 0, PF_Stage_BETA, 7);
+                out.global_data = in.utils->host_new_handle(4);
+                live += out.global_data ? 1 : 0;
+                return out.global_data ? PF_Err_NONE : PF_Err_OUT_OF_MEMORY;
             case PF_Cmd_GLOBAL_SETDOWN:
                 live -= in.global_data ? 1 : 0;
                 return in.global_data ? PF_Err_NONE : PF_Err_INTERNAL_STRUCT_DAMAGED;
             case PF_Cmd_PARAMS_SETUP:
                 return addParameters(in);
             case PF_Cmd_RENDER:
-                inRender(call);
-                return PF_Err_NONE;
+                return inRender(call), PF_Err_NONE;
             default:
                 return PF_Err_NONE;
         }
@@ -47,7 +47,7 @@ private:
         point.param_type = PF_Param_POINT;
         point.u.td.x_dephault = 50 << 16;
         point.u.td.y_dephault = 25 << 16;
-        std::string text = "One|(-|Three with a rather long name";  // gone when the host next looks
+        std::string const text(kEntries);  // gone when the host next looks
         popup.param_type = PF_Param_POPUP;
         popup.u.pd.dephault = 3;
         popup.u.pd.u.namesptr = text.c_str();
@@ -56,18 +56,6 @@ private:
     }
     ProbeBody const m_body = [this](ProbeCall const& call) { return answer(call); };
 };
-
-/// A render of 40 by 20 pixels of a layer of 120 by 60, from a host of that identity.
-void renderIn(SmallEffect& effect, HostIdentity identity, FrameRequest const& frame,
-              std::function<void(ProbeCall const&)> const& body) {
-    effect.inRender = body;
-    Host host(ZELK_PROBE_MODULE, optionsOf(identity));
-    host.resetParameters(120, 60);
-    World input(host.worldSpec(40, 20, Depth::k8)), output(host.worldSpec(40, 20, Depth::k8));
-    CommandResult const result = host.render(input, output, frame);
-    EXPECT_EQ(result.code, 0);
-    EXPECT_EQ(result.outstanding, Outstanding{});
-}
 
 TEST(HostLoading, TellsWhatIsWrong) {
     SmallEffect effect;
@@ -79,7 +67,7 @@ TEST(HostLoading, TellsWhatIsWrong) {
     for (Case const& c :
          {Case{"no/such/file.so", "no such file", 0}, Case{NOT_A_MODULE, "does not load", 0},
           Case{NO_ENTRY, "exports no function \"EntryPointFunc\"", 0},
-          Case{ZELK_PROBE_MODULE, "PF_Cmd_GLOBAL_SETUP failed with 99 (not in this host)", 99}})
+          Case{ZELK_PROBE_MODULE, "PF_Cmd_GLOBAL_SETUP failed with 99 (not here)", 99}})
         try {
             Host const host(c.module, optionsOf({kAppEvenSize, {13, 27}}));
             ADD_FAILURE() << c.module;
@@ -119,23 +107,20 @@ TEST(HostCommands, BringParametersToTheRendersResolution) {
     third.downsample = 3;
     third.pixelAspect = 1.5;
     third.layerWidth = 119;
-    struct Case {
-        HostIdentity identity;
-        bool scales;
-    };
-    for (Case const& c :
-         {Case{kModernAE, true}, Case{{kAppPremierePro, {12, 4}}, false}, Case{kOlderAE, true},
-          Case{{kAppPremierePro, {13, 4}}, true}, Case{{kAppPremierePro, {12, 5}}, true}})
-        renderIn(effect, c.identity, third, [&](ProbeCall const& call) {
+    for (HostIdentity identity :
+         {kModernAE, kOlderAE, HostIdentity{kAppPremierePro, {12, 4}},
+          HostIdentity{kAppPremierePro, {13, 4}}, HostIdentity{kAppPremierePro, {12, 5}}}) {
+        int const scale = identity == HostIdentity{kAppPremierePro, {12, 4}} ? 1 : 3;
+        effect.inRender = [scale](ProbeCall const& call) {
             PF_InData const& in = *call.in_data;
             EXPECT_EQ(in.width * 1000 + in.height, 119060);
-            for (PF_RationalScale const& scale : {in.downsample_x, in.downsample_y})
-                EXPECT_TRUE(scale.num == 1 && scale.den == 3);
+            for (PF_RationalScale const& part : {in.downsample_x, in.downsample_y})
+                EXPECT_TRUE(part.num == 1 && part.den == 3);
             EXPECT_TRUE(in.pixel_aspect_ratio.num == 3 && in.pixel_aspect_ratio.den == 2);
             // The point's defaults are 50 and 25 percent of 120 and 60.
-            EXPECT_EQ(call.params[1]->u.td.x_value, (c.scales ? 20 : 60) << 16);
-            EXPECT_EQ(call.params[1]->u.td.y_value, (c.scales ? 5 : 15) << 16);
-            EXPECT_STREQ(call.params[2]->u.pd.u.namesptr, "One|(-|Three with a rather long name");
+            EXPECT_EQ(call.params[1]->u.td.x_value, (60 << 16) / scale);
+            EXPECT_EQ(call.params[1]->u.td.y_value, (15 << 16) / scale);
+            EXPECT_STREQ(call.params[2]->u.pd.u.namesptr, kEntries);
             PF_ParamDef def{};
             for (A_long i = 0; i < in.num_params; ++i) {
                 EXPECT_EQ(in.inter.checkout_param(in.effect_ref, i, 0, 1, 1, &def), 0);
@@ -145,7 +130,15 @@ TEST(HostCommands, BringParametersToTheRendersResolution) {
             // A refused check-out may be checked in.
             EXPECT_EQ(in.inter.checkout_param(in.effect_ref, 3, 0, 1, 1, &def), 513);
             EXPECT_EQ(in.inter.checkin_param(in.effect_ref, &def), 0);
-        });
+        };
+        Host host(ZELK_PROBE_MODULE, optionsOf(identity));
+        host.resetParameters(120, 60);
+        EXPECT_EQ(host.parameters()[2].choices.at(2), "Three with a rather long name");
+        World input(host.worldSpec(40, 20, Depth::k8)), output(input.spec());
+        CommandResult const result = host.render(input, output, third);
+        EXPECT_EQ(result.code, 0);
+        EXPECT_EQ(nothingOwed(result), "nothing");
+    }
 }
 
 TEST(HostCommands, TakeAndMakeImagesOfTheHostsLayout) {

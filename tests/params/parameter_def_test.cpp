@@ -9,6 +9,7 @@
 #include "params/FixedPoint.h"
 #include "params/ParamIndex.h"
 #include "tests/host/ae_probe.h"
+#include "tests/params/describe.h"
 
 using namespace zelk_test;
 using QVS::ParameterDef;
@@ -111,6 +112,17 @@ TEST(ParameterDef, ReadsGiveBackWhatWritesStoredAndZeroWithoutAnArray) {
     r.without.SetFloatValue(5, 1, true);
 }
 
+constexpr char const* kFloat[] = {
+    "float slider 17 0 0 \"float\" -1..1 -1..0.5 0.30000001192092896/0.30000001192092896 "
+    "precision 3 display 1 tolerance 0.05",
+    "float slider 18 0 0 \"old\" -1..1 -1..0.5 0.30000001192092896/0.30000001192092896 "
+    "precision 3 display 3 tolerance 0.05"};
+constexpr char const* kFixed[] = {
+    "fixed slider 17 0 0 \"float\" -1..1 -1..0.5 0.29998779296875/0.29998779296875 "
+    "precision 3 display 1",
+    "fixed slider 18 0 0 \"old\" -1..1 -1..0.5 0.3000030517578125/0.3000030517578125 "
+    "precision 3 display 3"};
+
 // Kinds and numbers that the effect's own list of controls does not have.
 TEST(ParameterDef, AddsRegisterEveryKind) {
     for (zelk::HostIdentity identity : {kModernAE, kModernKeyG}) {
@@ -139,31 +151,20 @@ TEST(ParameterDef, AddsRegisterEveryKind) {
         });
         EXPECT_EQ(result.code, 0);
         EXPECT_EQ(host->customUi().events, 1);
-        auto const def = [&](std::size_t i) { return host->parameters().at(i).registered; };
+        std::vector<std::string> made;
+        for (zelk::Parameter const& parameter : host->parameters())
+            made.push_back(describe(parameter.registered));
+        // 16.16 numbers are truncated, in the old way of adding rounded.
         const bool hasDoubles = identity.applId != kAppFinalCutPro;
-        const int slider = hasDoubles ? PF_Param_FLOAT_SLIDER : PF_Param_FIX_SLIDER;
-        const std::vector<int> kinds = {0, 2, 6, 5, 0, 12, 9, slider, slider, 11};
-        for (std::size_t i = 1; i < kinds.size(); ++i) {
-            EXPECT_EQ(def(i).uu.id, static_cast<A_long>(10 + i));
-            EXPECT_EQ(static_cast<int>(def(i).param_type), kinds[i]);
-        }
-        EXPECT_EQ(def(1).ui_flags * 100 + def(1).flags, 3264);
-        EXPECT_EQ(def(1).u.fd.slider_min, -98304);
-        EXPECT_EQ(def(1).u.fd.value, 19660);  // 19660.8 truncated
-        EXPECT_EQ(def(1).u.fd.display_flags, PF_ValueDisplayFlag_PIXEL);
-        EXPECT_EQ(def(2).u.td.x_value, 819200);
-        EXPECT_EQ(def(2).u.td.y_dephault, -3276800);
-        EXPECT_EQ(def(2).u.td.restrict_bounds, 1);
-        EXPECT_EQ(def(3).u.cd.dephault.alpha, 255);
-        EXPECT_EQ(def(3).ui_height * 100 + def(3).ui_width, 2000);
-        EXPECT_EQ(def(6).ui_height, 40);
-        EXPECT_EQ(def(9).u.arb_d.dephault, &data);
-        if (hasDoubles) {
-            EXPECT_EQ(def(7).u.fs_d.value, static_cast<double>(0.3f));
-            EXPECT_EQ(def(7).u.fs_d.display_flags, PF_ValueDisplayFlag_PERCENT);
-        } else {
-            EXPECT_EQ(def(7).u.fd.value, 19660);
-            EXPECT_EQ(def(8).u.fd.value, 19661);
-        }
+        EXPECT_EQ(made, (std::vector<std::string>{
+                            "layer 0 0 0 \"\"",
+                            "fixed slider 11 64 32 \"fixed\" -1.5..2 -1.5..1 "
+                            "0.29998779296875/0.29998779296875 precision 2 display 2",
+                            "point 12 0 0 \"point\" 12.5,-50/12.5,-50 restricted 1",
+                            "colour 13 0 0 0x20 \"colour\" 255,1,2,3/255,1,2,3",
+                            "layer 14 0 0 \"layer\"", "12 15 0 0 \"path\"",
+                            "9 16 0 0 30x40 \"custom\"", (hasDoubles ? kFloat : kFixed)[0],
+                            (hasDoubles ? kFloat : kFixed)[1], "11 19 0 0 3x4 \"data\""}));
+        EXPECT_EQ(host->parameters()[9].registered.u.arb_d.dephault, &data);
     }
 }
