@@ -16,6 +16,7 @@
 #include "effect/HostCamera.h"
 #include "tests/effect/premultiply.h"
 #include "tests/support/guarded_raster.h"
+#include "tests/support/memory_controls.h"
 #include "tests/support/random_quads.h"
 
 namespace {
@@ -97,18 +98,13 @@ public:
         return Host::setOutputSize(w, h);
     }
     int GetFloatValue(int index, int id, TimeObject const& at, double& value) override {
-        constexpr int kScaleX = 42, kScaleY = 43;
-        if (index == kScaleX) theEngine->note("read {}", at.time);
+        if (index == kParamScaleX) theEngine->note("read {}", at.time);
         EXPECT_EQ(id, kDiskIds[index]) << index;
-        value = index == kScaleX || index == kScaleY;
-        return at.time == refusedTime ? 8 : 0;
+        return at.time == refusedTime ? 8 : Host::GetFloatValue(index, id, at, value);
     }
-    int GetPoint2DValue(int index, int id, TimeObject const&, double& x, double& y) override {
+    int GetPoint2DValue(int index, int id, TimeObject const& at, double& x, double& y) override {
         EXPECT_EQ(id, kDiskIds[index]) << index;
-        const int corner = index < 20 ? index - 6 : index - 23;
-        x = corner % 2;
-        y = corner / 2;
-        return 0;
+        return Host::GetPoint2DValue(index, id, at, x, y);
     }
 
 private:
@@ -132,6 +128,7 @@ public:
           host(input.info(), output.info()) {
         zelk::Random random(31);
         input.paint([&](int, int, int) { return random.uniform(0, 1.25) * T::kWhite; });
+        zelk::setDefaultControls(host);
         engine.names = {{input.info().data, "input"}, {output.info().data, "out"}};
         for (int i = 0; i < 8; ++i) args.toPins[i] = args.fromPins[i] = i % 2 ? i / 4 : i / 2 % 2;
         args.viewMode = 3;

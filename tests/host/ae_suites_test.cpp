@@ -1,5 +1,4 @@
 // Suites: single acquisitions with their messages, those that a host object holds, and the table.
-#include <algorithm>
 #include <set>
 
 #include "host/AEGP_SuiteHandler.h"
@@ -123,71 +122,48 @@ TEST(SuiteAccess, AMissingSuiteDisablesOnlyWhatNeedsIt) {
     }
 }
 
-namespace {
-
-using Log = std::vector<std::string>;
-
-/// What a basic suite of the test's own was asked: "+name version" and "-name version".
-struct Lender {
-    Log log;
-    std::size_t refusedCall = 0;  ///< counted from 1
-    A_long status = 0;            ///< of the refused call
-    bool lendsAnyway = false;     ///< a table with the refused call
-};
-Lender lender;
-
-std::string entry(char sign, char const* name, A_long version) {
-    return sign + std::string(name) + " " + std::to_string(version);
-}
-
-constexpr SPBasicSuite kLender = {
-    [](char const* name, A_long version, void const** suite) -> A_long {
-        lender.log.push_back(entry('+', name, version));
-        const bool isRefused = lender.log.size() == lender.refusedCall;
-        *suite = isRefused && !lender.lendsAnyway ? nullptr : &lender;
-        return isRefused ? lender.status : 0;
-    },
-    [](char const* name, A_long version) -> A_long {
-        return lender.log.push_back(entry('-', name, version)), 0;
-    }};
-
-/// Asks for the last suite of the list first and for each one twice. Gives what was thrown.
-int takeAll(SPBasicSuite const* basic) try {
-    AEGP_SuiteHandler suites(basic);
-    suites.get(&AEGP_SuiteHandler::Color16Suite1);
-    for (int i = 0; i < 2; ++i) {
-#define AEGP_SUITE(type, field, name, version) \
-    EXPECT_EQ(suites.get(&AEGP_SuiteHandler::field), static_cast<void const*>(&lender));
+TEST(SuiteHandler, LendsEachSuiteOnceAndGivesThemBackInTheListsOrder) {
+    std::multiset<std::string> listed;
+#define AEGP_SUITE(type, field, name, version) listed.insert(name + std::to_string(version));
 #include "host/AEGP_SuiteList.inc"
-    }
-    suites.ReleaseAllSuites();  // leaves nothing to the destructor
-    return 0;
-} catch (int code) {
-    return code;
-}
+    EXPECT_EQ(listed.size(), 95u);
+    EXPECT_EQ(std::set(listed.begin(), listed.end()).size(), 94u);
 
-}  // namespace
-
-TEST(SuiteHandler, EachSuiteIsLentOnceAndTheListGoesBackInItsOrder) {
-    Log asked, returned;
-#define AEGP_SUITE(type, field, name, version) \
-    asked.push_back(entry('+', name, version)), returned.push_back(entry('-', name, version));
-#include "host/AEGP_SuiteList.inc"
-    const std::size_t all = asked.size();
-    EXPECT_EQ(all, 95u);
-    EXPECT_EQ(std::set<std::string>(asked.begin(), asked.end()).size(), 94u);
-    std::rotate(asked.begin(), asked.end() - 1, asked.end());
-    EXPECT_EQ(takeAll(nullptr), 516);
-
-    // What came with a refusal goes back too. The call after the last suite's isn't made.
-    for (std::size_t call = 1; call <= all + 1; ++call)
+    EXPECT_THROW(AEGP_SuiteHandler(nullptr), int);
+    ProbeHost host(kModernAE);
+    const auto take = [&host] {
+        host->monitor().restart();
+        return host.bare([](ProbeCall const& call) -> PF_Err {
+            try {
+                AEGP_SuiteHandler suites(call.in_data->pica_basicP);
+                for (int i = 0; i < 2; ++i) {
+                    EXPECT_NE(suites.get(&AEGP_SuiteHandler::ProjSuite7), nullptr);
+                    EXPECT_NE(suites.get(&AEGP_SuiteHandler::CompSuite11), nullptr);
+                    EXPECT_NE(suites.get(&AEGP_SuiteHandler::ItemSuite10), nullptr);
+                    EXPECT_NE(suites.get(&AEGP_SuiteHandler::ItemSuite7), nullptr);
+                }
+                suites.ReleaseAllSuites();  // leaves nothing to the destructor
+                EXPECT_NE(suites.get(&AEGP_SuiteHandler::CompSuite11), nullptr);
+                return PF_Err_NONE;
+            } catch (int code) {
+                return static_cast<PF_Err>(code);
+            }
+        });
+    };
+    EXPECT_EQ(nothingOwed(take()), "nothing");
+    std::string calls;
+    for (std::string const& call : host->monitor().log())
+        calls += call.substr(0, 1) + call.substr(sizeof "AcquireSuite AEGP") + ", ";
+    EXPECT_EQ(calls,
+              "AProj Suite 7, AComp Suite 11, AItem Suite 10, AItem Suite 7, RComp Suite 11, "
+              "RItem Suite 10, RItem Suite 7, RProj Suite 7, AComp Suite 11, RComp Suite 11, ");
+    // What came with a refusal goes back too; without a table 0 is a refusal as well.
+    for (char const* suite : {"Proj Suite 7", "Comp Suite 11", "Item Suite 10", "Item Suite 7"})
         for (auto const& [status, lends] : {std::pair(0, false), {9, false}, {9, true}}) {
-            lender = {{}, call, status, lends};
-            EXPECT_EQ(takeAll(&kLender), call > all ? 0 : 516);
-            Log expected(asked.begin(), asked.begin() + std::min(call, all));
-            const std::size_t lent = lends ? call : call - 1;
-            for (std::size_t i = 0; i < all; ++i)
-                if ((i + 1) % all < lent) expected.push_back(returned[i]);
-            ASSERT_EQ(lender.log, expected) << "call " << call << " status " << status;
+            host->monitor().clearFaults();
+            host->monitor().inject({std::string("AcquireSuite AEGP ") + suite, 1, status, lends});
+            const auto refused = take();
+            EXPECT_EQ(refused.code, 516) << suite;
+            EXPECT_EQ(nothingOwed(refused), "nothing") << suite;
         }
 }

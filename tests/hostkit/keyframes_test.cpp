@@ -39,15 +39,11 @@ TEST(KeyframeTrack, ClosedForms) {
     EXPECT_EQ(line.valueAt({36000, 24000})[0], kFrom + kWay / 4);
     EXPECT_NEAR(ease.valueAt({2, 1})[0], kFrom + kWay / 2, 1e-13) << "symmetric";
     EXPECT_EQ(none.valueAt({1, 1}), KeyValue{});
-    for (double const o : {0.1, 20.0, 100.0})
-        for (double const i : {0.1, 70.0, 100.0}) {
-            KeyframeTrack const straight = twoKeys(kCurve, {o, kWay / 2}, {i, kWay / 2});
-            for (A_long t = kTicks; t <= 3 * kTicks; t += kTicks / 97)
-                EXPECT_NEAR(atTick(straight, t), atTick(line, t), 5e-13) << o << " " << i;
-            KeyframeTrack const curve = twoKeys(kCurve, {o, -7}, {i, 400});
-            EXPECT_NEAR((atTick(curve, kTicks + 1) - kFrom) * kTicks, -7, 0.2) << o;
-            EXPECT_NEAR((kFrom + kWay - atTick(curve, 3 * kTicks - 1)) * kTicks, 400, 0.2) << i;
-        }
+    for (double const percent : {0.1, 20.0, 100.0}) {  // the speeds at either end
+        KeyframeTrack const curve = twoKeys(kCurve, {percent, -7}, {percent, 400});
+        EXPECT_NEAR((atTick(curve, kTicks + 1) - kFrom) * kTicks, -7, 0.2) << percent;
+        EXPECT_NEAR((kFrom + kWay - atTick(curve, 3 * kTicks - 1)) * kTicks, 400, 0.2) << percent;
+    }
 }
 
 /// The value at the fraction `x` of the interval, by bisection alone.
