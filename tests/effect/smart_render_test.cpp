@@ -115,26 +115,31 @@ TEST(SmartRender, TheLayerStandsInItsPlaceInAGrownFrame) {
 }
 
 // A pin that lies outside the layer is drawn only where the frame has grown to it. A white layer's
-// coverage tells where its edges are: its sum along a row through the middle is the quad's width.
+// coverage tells where its edges are: its sum along a line through the middle is the quad's side.
 TEST(SmartRender, PinsOutsideTheLayerAreDrawnInTheMargin) {
-    Smart smart(4);
-    const double left = -2.5, right = kWidth + 1.75;
+    constexpr int kGrow = 4;
+    Smart smart(kGrow);
+    const double left = 2.5, right = 1.75, top = 1.25, bottom = 3;  // beyond the layer
     for (int i = 0; i < 4; ++i)
-        zelk_test::setPin(smart.host, kParamToUpperLeft + i, i % 2 ? right : left, i / 2 * kHeight);
+        zelk_test::setPin(smart.host, kParamToUpperLeft + i, i % 2 ? kWidth + right : -left,
+                          i / 2 ? kHeight + bottom : -top);
     World layer(smart.host.worldSpec(kWidth, kHeight, Depth::kFloat));
     for (int y = 0; y < kHeight; ++y) std::fill_n(layer.rowAs<float>(y), 4 * kWidth, 1.0f);
     const auto agreed = smart.host.preRender(&layer, Depth::kFloat, {});
     World output = smart.host.outputFor(agreed);
     EXPECT_EQ(smart.host.smartRender(&layer, output, agreed, {}).code, 0);
-    float const* row = output.rowAs<float>(4 + kHeight / 2);
-    double sum = 0, outside = 0;
-    for (int x = 0; x < output.width(); ++x) {
-        sum += row[4 * x];
-        if (x < 4 || x >= 4 + kWidth) outside += row[4 * x];
-    }
     // The kernel spreads either edge over a pixel.
-    EXPECT_NEAR(sum, right - left, 0.2);
-    EXPECT_NEAR(outside, 2.5 + 1.75, 0.2);
+    const auto expectSpan = [&](int side, double before, double after, auto const& coverageAt) {
+        double first = 0, last = 0;
+        for (int i = 0; i < side + 2 * kGrow; ++i)
+            (i < kGrow + side / 2 ? first : last) += coverageAt(i);
+        EXPECT_NEAR(first, before + side / 2, 0.1);
+        EXPECT_NEAR(last, side - side / 2 + after, 0.1);
+    };
+    expectSpan(kWidth, left, right,
+               [&](int x) { return output.rowAs<float>(kGrow + kHeight / 2)[4 * x]; });
+    expectSpan(kHeight, top, bottom,
+               [&](int y) { return output.rowAs<float>(y)[4 * (kGrow + kWidth / 2)]; });
 }
 
 TEST(SmartRender, ALayerWithoutPixelsClearsTheOutput) {
