@@ -83,6 +83,9 @@ Chart movingEdgeChart() {
             largest = std::max(largest, error);
             sum += error;
         }
+        // N samples make stairs of height 1 / N that start on the ramp.
+        if (largest > 1.0 / samples + 1e-6)
+            throw std::runtime_error("the moving edge is off by more than a stair");
         chart.curves[0].points.push_back({double(samples), largest});
         chart.curves[1].points.push_back({double(samples), sum / (2 * kSpeed)});
         chart.curves[2].points.push_back({double(samples), 1.0 / samples});

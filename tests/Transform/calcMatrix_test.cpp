@@ -88,8 +88,9 @@ TEST(CalcMatrix, PinsAreTakenOrRefused) {
             setPins(mode == 4 ? render.core.fromPins : render.core.toPins, shape.pins);
             EXPECT_EQ(render.build(), shape.result);
             EXPECT_EQ(render.matrix.m[5] == 42.0, shape.result == 1);
-            if (mode == 3)  // refused To pins leave the From pins unread
+            if (mode == 3) {  // refused To pins leave the From pins unread
                 EXPECT_EQ(render.settings.fromQuad[0], shape.result == 1 ? 42.0 : 0.0);
+            }
             // The same pins are of no interest to a mode that doesn't use them.
             render.core.quadMode = mode == 4 ? 2 : 4;
             EXPECT_EQ(render.build(), 0);

@@ -54,7 +54,7 @@ RefPixel randomPixel(std::mt19937& rng, bool hueKin) {
     const auto colour = [&] {
         const double middle = std::floor(kWhite / 2 / kUnit) * kUnit;
         const auto kind = rng() % 10;
-        if (kind < 2) return kind * kWhite;
+        if (kind < 2) return kind == 0 ? 0.0 : double(kWhite);
         if (kind == 2) return whole(middle - kUnit, middle + kUnit);
         if (kind > 3) return whole(0, kWhite);
         return whole(Trait::kIsFloat ? -0.25 : 0, hueKin ? kWhite : kBeyond);
