@@ -3,6 +3,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <span>
 #include <string_view>
 
@@ -15,6 +16,7 @@
 #include "apps/zelk/project_command.h"
 #include "apps/zelk/project_file.h"
 #include "apps/zelk/sequence_names.h"
+#include "apps/zelk/track_command.h"
 
 namespace zelk {
 
@@ -326,6 +328,106 @@ DragRequest checkedDrag(TypedOptions const& typed) {
     request.shift = typed.shift;
     request.dryRun = typed.dryRun;
     addPanel(typed, request);
+    return request;
+}
+
+namespace {
+
+/// "ul,ll,ur,lr": each corner once.
+std::array<int, 4> checkedCorners(std::string const& text) {
+    std::vector<int> order;
+    std::string_view rest = text;
+    while (order.size() < 4) {
+        auto const comma = std::min(rest.find(','), rest.size());
+        auto const corner = cornerNamed(rest.substr(0, comma));
+        if (!corner || std::find(order.begin(), order.end(), *corner) != order.end()) break;
+        order.push_back(*corner);
+        rest.remove_prefix(std::min(comma + 1, rest.size()));
+    }
+    if (order.size() == 4 && rest.empty()) return {order[0], order[1], order[2], order[3]};
+    throw UserError(ExitCode::kUsage, {"--corners", "not an order of corners:", text,
+                                       "ul, ur, ll and lr, each once"});
+}
+
+/// "0.9091" or "10/11".
+double checkedAspect(std::string const& text) {
+    constexpr double kLeast = 0.1, kMost = 10;
+    auto const slash = text.find('/');
+    auto const over = parseNumber(text.substr(0, slash));
+    auto const under =
+        slash == std::string::npos ? std::optional(1.0) : parseNumber(text.substr(slash + 1));
+    double const aspect = over && under ? *over / *under : 0;
+    if (aspect >= kLeast && aspect <= kMost) return aspect;
+    throw UserError(ExitCode::kUsage, {"--pixel-aspect", "not a pixel's width in heights:", text,
+                                       "a number from 0.1 to 10 such as 1.2 or 10/11"});
+}
+
+/// The form that is named, or that the output's extension stands for.
+TrackFormat const* formToWrite(std::string const& output, std::optional<std::string> const& as) {
+    if (as) return &trackFormatNamed("--as", *as);
+    std::string const ending = lowered(std::filesystem::path(output).extension().string());
+    for (TrackFormat const& format : trackFormats())
+        if (!ending.empty() && format.ending == ending) return &format;
+    throw UserError(ExitCode::kUsage, {output, "no form goes with the extension", ending,
+                                       "--as with " + trackFormatNames()});
+}
+
+TrackChange checkedChange(TypedOptions const& typed) {
+    constexpr double kMostFrames = 10'000'000;
+    TrackChange change;
+    auto const frames = [](char const* option, std::optional<std::string> const& text) {
+        return text ? std::optional(checkedNumber(option, *text, -kMostFrames, kMostFrames))
+                    : std::nullopt;
+    };
+    if (typed.corners) change.corners = checkedCorners(*typed.corners);
+    change.flipY = typed.flipY;
+    if (typed.pixelAspect) change.pixelAspect = checkedAspect(*typed.pixelAspect);
+    change.firstFrame = frames("--first-frame", typed.firstFrame);
+    change.shiftFrames = frames("--shift-frames", typed.shiftFrames).value_or(0);
+    if (typed.rate) change.rate = checkedNumber("--rate", *typed.rate, 1e-3, 1e6);
+    return change;
+}
+
+void refuseOption(bool isGiven, char const* option, char const* expected) {
+    if (isGiven) throw UserError(ExitCode::kUsage, {option, "does not go with", "track", expected});
+}
+
+}  // namespace
+
+TrackRequest checkedTrack(TypedOptions const& typed) {
+    std::vector<std::string> words = typed.words;
+    bool const isConvert = !words.empty() && words[0] == "convert";
+    if (isConvert) words.erase(words.begin());
+    std::size_t const files = isConvert ? 2 : 1;
+    if (words.size() < files || words[files - 1].empty())
+        throw UserError(ExitCode::kUsage, {words.empty() ? "FILE" : "OUT", "not given,", "",
+                                           isConvert ? "convert IN OUT" : "a tracking file"});
+    if (words.size() > files)
+        throw UserError(ExitCode::kUsage,
+                        {"track", "argument too many:", words[files], "FILE, or convert IN OUT"});
+    TrackRequest request;
+    request.file = words[0];
+    request.read.format = typed.format;
+    if (typed.format) trackFormatNamed("--format", *typed.format);
+    if (typed.frameSize) request.read.size = checkedSize(*typed.frameSize);
+    request.read.asks = isConvert;
+    request.change = checkedChange(typed);
+    if (isConvert) {
+        refuseOption(typed.json, "--json", "zelk track FILE, without convert");
+        refuseOption(typed.plot.has_value(), "--plot", "zelk track FILE, without convert");
+        request.output = words[1];
+        request.as = formToWrite(words[1], typed.as);
+    } else {
+        refuseOption(typed.as.has_value(), "--as", "zelk track convert IN OUT");
+    }
+    request.force = typed.force;
+    request.json = typed.json;
+    request.noClobber = typed.noClobber;
+    if (typed.plot) request.plot = *typed.plot;
+    if (typed.plate) request.over = pictureFile(typed.plate, "--over");
+    if (request.over && !request.plot)
+        throw UserError(ExitCode::kUsage, {"--over", "there is no plot to be laid under",
+                                           request.over->string(), "--plot FILE"});
     return request;
 }
 

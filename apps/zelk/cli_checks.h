@@ -14,6 +14,7 @@ ModuleRequest checkedModule(TypedOptions const& typed);
 RenderRequest checkedRender(TypedOptions const& typed);
 OverlayRequest checkedOverlay(TypedOptions const& typed, std::string const& history);
 DragRequest checkedDrag(TypedOptions const& typed);
+TrackRequest checkedTrack(TypedOptions const& typed);
 /// `zelk project VERB`: sets the request of that verb in `line`.
 void checkProjectCommand(TypedOptions const& typed, std::optional<std::string> const& verb,
                          CommandLine& line);

@@ -15,6 +15,7 @@
 #include "apps/zelk/numbers.h"
 #include "apps/zelk/overlay_command.h"
 #include "apps/zelk/parameter_names.h"
+#include "apps/zelk/track_command.h"
 
 namespace zelk {
 
@@ -71,7 +72,16 @@ char const* const kProjectExamples =
     "  zelk project check sign.zelk.json\n"
     "\n";
 
-constexpr char const* kCommands = "render, params, project, overlay or drag";
+char const* const kTrackExamples =
+    "Corners are upper left (ul), upper right (ur), lower left (ll), lower right (lr).\n"
+    "\n"
+    "Examples:\n"
+    "  zelk track shot.txt --plot paths.png --over shot.0001.png\n"
+    "  zelk track convert shot.nk shot.txt --first-frame 0\n"
+    "  zelk track convert points.txt shot.csv --format columns --flip-y --size 1920x1080\n"
+    "\n";
+
+constexpr char const* kCommands = "render, params, project, overlay, drag or track";
 
 void addFlag(CLI::App& command, char const* group, char const* name, bool& value,
              char const* help) {
@@ -221,6 +231,34 @@ void addProjectOptions(CLI::App& command, TypedOptions& typed, std::optional<std
     addModuleOptions(command, typed);
 }
 
+void addTrackOptions(CLI::App& command, TypedOptions& typed) {
+    OptionAdder const add(command);
+    command
+        .add_option("FILE", typed.words, "The tracking data; convert: what is read, and written")
+        ->type_name("")
+        ->group("Files");
+    static std::string const forms = trackFormatNames();
+    add("Files", "--format", typed.format, "FORM",
+        ("How the file is read (as its text tells): " + forms).c_str());
+    add("Files", "--as", typed.as, "FORM",
+        "convert: what is written (by the extension .txt, .nk or .csv)");
+    addFlag(command, "Files", "--force", typed.force, "convert: replace a file");
+    add("Track", "--size", typed.frameSize, "WxH", "Of the frame (the file's own)");
+    add("Track", "--rate", typed.rate, "FPS", "Frames a second (the file's own)");
+    add("Track", "--corners", typed.corners, "A,B,C,D",
+        "The file's corners that become ul, ur, ll, lr (ul,ur,ll,lr)");
+    addFlag(command, "Track", "--flip-y", typed.flipY, "The file counts y from below");
+    add("Track", "--pixel-aspect", typed.pixelAspect, "A",
+        "The file's pixels are A wide; make them square");
+    add("Track", "--first-frame", typed.firstFrame, "N", "Number frames from N on");
+    add("Track", "--shift-frames", typed.shiftFrames, "N", "Add N to each frame (0)");
+    addFlag(command, "Output", "--json", typed.json, "As a JSON object");
+    add("Output", "--plot", typed.plot, "FILE", "Draw the corners' paths into a picture");
+    add("Output", "--over", typed.plate, "PICTURE", "Draw them over this picture");
+    addFlag(command, "Output", "--no-clobber", typed.noClobber,
+            "Refuse to replace an existing picture");
+}
+
 /// `--explain` alone stands for its text form; only the words text and json belong to it.
 std::vector<std::string> wordsOf(int argc, char const* const* argv) {
     std::vector<std::string> words;
@@ -276,8 +314,10 @@ public:
                                  : name == " render"  ? " LAYER -o OUTPUT [OPTIONS]"
                                  : name == " project" ? " new|show|check FILE [OPTIONS]"
                                  : name == " overlay" ? " LAYER -o OUTPUT [OPTIONS]"
-                                 : name == " drag"    ? " FILE --from X,Y --to X,Y [OPTIONS]"
-                                                      : " [OPTIONS]";
+                                 : name == " track"
+                                     ? " FILE [OPTIONS]\n       zelk track convert IN OUT [OPTIONS]"
+                                 : name == " drag" ? " FILE --from X,Y --to X,Y [OPTIONS]"
+                                                   : " [OPTIONS]";
         return "Usage: zelk" + name + rest + "\n";
     }
 };
@@ -290,6 +330,7 @@ struct Grammar {
     CLI::App* project = nullptr;
     CLI::App* overlay = nullptr;
     CLI::App* drag = nullptr;
+    CLI::App* track = nullptr;
     TypedOptions typed;
     std::optional<std::string> verb;  ///< of the project command
 
@@ -311,6 +352,9 @@ struct Grammar {
         drag = app.add_subcommand("drag", "Move a project's pins as the mouse would");
         addDragOptions(*drag, typed);
         drag->footer(std::string(kDragExamples) + kExitCodesHelp);
+        track = app.add_subcommand("track", "Tell, draw or convert tracking data");
+        addTrackOptions(*track, typed);
+        track->footer(std::string(kTrackExamples) + kExitCodesHelp);
         app.footer(std::string("Examples:\n"
                                "  zelk render in.png -o out.png --to \"60,40 540,10 30,390 "
                                "580,350\"\n"
@@ -320,7 +364,7 @@ struct Grammar {
         app.require_subcommand(0, 1);
         auto const formatter = std::make_shared<Formatter>();
         formatter->column_width(30);
-        for (CLI::App* command : {&app, render, params, project, overlay, drag}) {
+        for (CLI::App* command : {&app, render, params, project, overlay, drag, track}) {
             command->set_help_flag("-h,--help", "Print this help and exit");
             command->allow_extras();
             command->formatter(formatter);
@@ -343,9 +387,9 @@ std::string nearestOption(CLI::App const& command, std::string const& word) {
 
 /// Whatever no option took is an error; the first of it is named.
 void refuseExtras(Grammar const& grammar) {
-    for (CLI::App const* command :
-         std::initializer_list<CLI::App const*>{&grammar.app, grammar.render, grammar.params,
-                                                grammar.project, grammar.overlay, grammar.drag}) {
+    for (CLI::App const* command : std::initializer_list<CLI::App const*>{
+             &grammar.app, grammar.render, grammar.params, grammar.project, grammar.overlay,
+             grammar.drag, grammar.track}) {
         auto const extras = command->remaining();
         if (extras.empty()) continue;
         bool const isOption = extras[0].size() > 1 && extras[0][0] == '-';
@@ -404,6 +448,8 @@ CommandLine parseCommandLine(int argc, char const* const* argv) {
             checkedOverlay(grammar.typed, historyOf(argc, argv)));
     } else if (grammar.drag->parsed()) {
         line.drag = std::make_shared<DragRequest const>(checkedDrag(grammar.typed));
+    } else if (grammar.track->parsed()) {
+        line.track = std::make_shared<TrackRequest const>(checkedTrack(grammar.typed));
     } else if (grammar.params->parsed()) {
         line.params = ParamsRequest{checkedModule(grammar.typed), grammar.typed.json};
     } else {

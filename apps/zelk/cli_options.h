@@ -36,6 +36,10 @@ struct TypedOptions {
     std::optional<std::string> click;                       ///< of a drag
     std::vector<std::string> drags;
     bool shift = false;
+    std::vector<std::string> words;  ///< of a track command: a file, or convert and two
+    std::optional<std::string> format, as, plot;
+    std::optional<std::string> corners, pixelAspect, firstFrame, shiftFrames;
+    bool flipY = false;
 };
 
 /// Which module is asked, and as which host.
@@ -121,6 +125,7 @@ struct ProjectRequest {
 struct NewProject;      // project_command.h
 struct OverlayRequest;  // overlay_command.h
 struct DragRequest;     // drag_command.h
+struct TrackRequest;    // track_command.h
 
 /// What the user asked for: exactly one of them.
 struct CommandLine {
@@ -130,6 +135,7 @@ struct CommandLine {
     std::shared_ptr<NewProject const> newProject;
     std::shared_ptr<OverlayRequest const> overlay;
     std::shared_ptr<DragRequest const> drag;
+    std::shared_ptr<TrackRequest const> track;
     std::optional<std::string> text;  ///< help or version, for standard output
 };
 

@@ -6,11 +6,8 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <cmath>
 #include <cstdint>
-#include <cstring>
-#include <fstream>
 #include <nlohmann/json.hpp>
 
 #include "apps/zelk/errors.h"
@@ -19,7 +16,7 @@
 #include "apps/zelk/over_modes.h"
 #include "apps/zelk/parameter_names.h"
 #include "apps/zelk/sequence_names.h"
-#include "apps/zelk/temporary_file.h"
+#include "apps/zelk/text_file.h"
 
 namespace zelk {
 
@@ -32,7 +29,6 @@ using Ordered = nlohmann::ordered_json;
 
 constexpr char const* kSchema = "zelk-project";
 constexpr int kVersion = 1;
-constexpr std::size_t kLargestFile = std::size_t{64} << 20;  // some 500 000 keys
 constexpr int kLargestFrame = INT32_MAX;
 
 constexpr FileKey kProjectKeys[] = {
@@ -351,27 +347,6 @@ Project readRoot(Node const& root) {
     return project;
 }
 
-/// All of a file, which may be of any kind.
-std::string bytesOf(fs::path const& file) {
-    auto const fail = [&](std::string const& wrong, std::string const& value,
-                          std::string const& expected) {
-        throw UserError(ExitCode::kInput, {file.string(), wrong, value, expected});
-    };
-    std::string const expected = "a project file";
-    errno = 0;
-    std::ifstream in(file, std::ios::binary);
-    if (!in) fail("cannot be read:", std::strerror(errno), expected);
-    std::string bytes;
-    std::vector<char> chunk(1 << 16);
-    while (in.read(chunk.data(), static_cast<std::streamsize>(chunk.size())), in.gcount() > 0) {
-        bytes.append(chunk.data(), static_cast<std::size_t>(in.gcount()));
-        if (bytes.size() > kLargestFile)
-            fail("too large for", "a project", fmt::format("at most {} MB", kLargestFile >> 20));
-    }
-    if (in.bad()) fail("cannot be read:", std::strerror(errno), expected);
-    return bytes;
-}
-
 Ordered valueJson(ProjectValue const& value) {
     if (auto const* point = std::get_if<Point>(&value)) return Ordered::array({point->x, point->y});
     if (auto const* text = std::get_if<std::string>(&value)) return *text;
@@ -464,27 +439,21 @@ Project movedTo(fs::path const& file, Project project) {
     return project;
 }
 
-void writeBytes(fs::path const& file, fs::path const& target, std::string const& bytes) {
-    errno = 0;
-    std::ofstream out(file, std::ios::binary);
-    out << bytes << std::flush;
-    if (!out)
-        throw UserError(
-            ExitCode::kOutput,
-            {target.string(), "cannot be written:", std::strerror(errno), "a writable place"});
-}
-
 }  // namespace
 
 std::string Project::resolved(std::string const& written) const {
     return (file.parent_path() / written).string();
 }
 
-Project readProject(fs::path const& file) {
-    Json const json = parseJson(file, bytesOf(file));
+Project projectFromText(fs::path const& file, std::string_view text) {
+    Json const json = parseJson(file, text);
     Project project = readRoot(Node(file, json, ""));
     project.file = file;
     return project;
+}
+
+Project readProject(fs::path const& file) {
+    return projectFromText(file, readTextFile(file, "a project"));
 }
 
 std::string projectText(Project const& project) {
@@ -513,11 +482,7 @@ void writeProject(Project const& project, fs::path const& file, bool mayReplace)
         throw UserError(ExitCode::kOutput,
                         {file.string(), "JSON can't hold a path such as", project.layer, "UTF-8"});
     }
-    TemporaryFile temporary(file);
-    writeBytes(temporary.path(), file, text);
-    if (!temporary.putInPlace(mayReplace))
-        throw UserError(ExitCode::kOutput, {file.string(), "there is one already:", file.string(),
-                                            "a name that is free"});
+    writeTextFile(file, text, mayReplace);
 }
 
 std::string pathSeenFrom(fs::path const& folder, fs::path const& path) {

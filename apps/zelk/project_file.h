@@ -63,6 +63,8 @@ struct Project {
 /// Throws an input error that names the file, the place in it ("parameters.rotate.keys[2].frame")
 /// or line:column, and what was expected.
 Project readProject(std::filesystem::path const& file);
+/// The same for a text that is told to come from `file`.
+Project projectFromText(std::filesystem::path const& file, std::string_view text);
 
 /// Writes the project whole or not at all: what was there stays until then. In another folder than
 /// the project's own, relative paths are rewritten to lead to the same files. Throws an output

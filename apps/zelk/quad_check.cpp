@@ -74,21 +74,6 @@ std::string complaint(char const* pins, QuadFault fault) {
 
 }  // namespace
 
-QuadFault checkQuad(Corners const& corners) {
-    Point const edge[4] = {corners[0], corners[2], corners[3], corners[1]};
-    bool turnsLeft = false, turnsRight = false;
-    for (int i = 0; i < 4; ++i) {
-        Point const& a = edge[i];
-        Point const& b = edge[(i + 1) % 4];
-        Point const& c = edge[(i + 2) % 4];
-        double const turn = (b.x - a.x) * (c.y - b.y) - (b.y - a.y) * (c.x - b.x);
-        turnsLeft = turnsLeft || turn < 0;
-        turnsRight = turnsRight || turn > 0;
-    }
-    if (turnsLeft && turnsRight) return QuadFault::kCrossed;
-    return turnsLeft || turnsRight ? QuadFault::kNone : QuadFault::kFlat;
-}
-
 PinQuads pinQuads(std::vector<Parameter> const& parameters, PinFrame const& frame) {
     Corners const from = pinsAt(parameters, kFromPins, frame);
     Corners const to = pinsAt(parameters, kToPins, frame);

@@ -1,11 +1,5 @@
 // Tells the user beforehand which pins the effect will not draw, and why.
 //
-// The effect walks the corners along the edge, upper left, lower left, lower right, upper right:
-//
-//   0 +---+ 3     turn at j = (x[j] - x[i]) (y[k] - y[j]) - (y[j] - y[i]) (x[k] - x[j])
-//     |   |
-//   1 +---+ 2     turns of both signs: crossed; no turn at all: flat; else it draws
-//
 // The pins are fractions of the frame, offsets added. Which quads count depends on the view: the
 // From quad where it is mapped away, the To quad where the picture is put into it.
 #pragma once
@@ -14,13 +8,10 @@
 #include <vector>
 
 #include "apps/zelk/corners.h"
+#include "apps/zelk/quad_fault.h"
 #include "hostkit/parameters.h"
 
 namespace zelk {
-
-enum class QuadFault { kNone, kCrossed, kFlat };
-
-QuadFault checkQuad(Corners const& corners);
 
 /// The images that pins are fractions of, pixels at the render's resolution.
 struct PinFrame {

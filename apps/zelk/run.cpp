@@ -11,6 +11,7 @@
 #include "apps/zelk/sequence_files.h"
 #include "apps/zelk/sequence_render.h"
 #include "apps/zelk/standard_output.h"
+#include "apps/zelk/track_command.h"
 
 namespace zelk {
 
@@ -28,6 +29,7 @@ ExitCode run(CommandLine const& line) {
     if (line.params) print(listParameters(*line.params));
     if (line.overlay) tell(writeOverlay(*line.overlay));
     if (line.drag) print(drag(*line.drag));
+    if (line.track) print(runTrack(*line.track));
     if (line.newProject) print(newProject(*line.newProject));
     if (line.project)
         print(line.project->check ? checkProject(line.project->file, line.project->module)

@@ -1,0 +1,18 @@
+// Tables as spreadsheets keep them: cells between commas, or between semicolons with a decimal
+// point or comma. A first row without numbers names the columns, in any order and with others
+// among them: frame, and for each corner ul_x, ul_y or the like; or frame, corner, x, y. Without
+// it the columns are those of track_rows.h. `#` starts a comment line.
+#pragma once
+
+#include <string>
+
+#include "apps/zelk/track_text.h"
+
+namespace zelk {
+
+bool isCsv(TrackText const& text);
+Track readCsv(TrackText const& text);
+/// A row for each frame; a corner that has no sample there has empty cells.
+std::string writeCsv(Track const& track);
+
+}  // namespace zelk

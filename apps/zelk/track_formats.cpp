@@ -1,0 +1,117 @@
+// The table of forms and the choice among them; see track_formats.h.
+#include "apps/zelk/track_formats.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include "apps/zelk/errors.h"
+#include "apps/zelk/numbers.h"
+#include "apps/zelk/text_file.h"
+#include "apps/zelk/track_columns.h"
+#include "apps/zelk/track_csv.h"
+#include "apps/zelk/track_keyframe_text.h"
+#include "apps/zelk/track_mocha.h"
+#include "apps/zelk/track_node_text.h"
+
+namespace zelk {
+
+namespace {
+
+constexpr TrackFormat kFormats[] = {
+    {"mocha", "what the effect imports, read as it does", ".txt", true, isMocha, readMocha,
+     writeMocha},
+    {"keyframes", "corner pin keyframes copied in a motion graphics host", "", true, isKeyframeText,
+     readKeyframeText, writeKeyframeText},
+    {"nodes", "a node compositor's CornerPin2D", ".nk", true, isNodeText, readNodeText,
+     writeNodeText},
+    {"csv", "a table with commas or semicolons", ".csv", false, isCsv, readCsv, writeCsv},
+    {"columns", "frame, corner, x, y between blanks", "", false, isColumns, readColumns,
+     writeColumns},
+    {"corner-columns", "corner, frame, x, y between blanks", "", false, isCornerColumns,
+     readCornerColumns, writeCornerColumns},
+};
+
+std::string listOf(std::vector<std::string_view> const& names) {
+    std::string all;
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        all += i == 0 ? "" : i + 1 == names.size() ? " or " : ", ";
+        all += names[i];
+    }
+    return all;
+}
+
+/// Text in two bytes a character, as some editors save what they call plain.
+void refuseWideText(TrackText const& text) {
+    bool const isWide = text.bytes.starts_with("\xff\xfe") || text.bytes.starts_with("\xfe\xff");
+    if (isWide) text.refuse(1, "the text is", "UTF-16", "plain text or UTF-8");
+}
+
+TrackFormat const& choose(TrackText const& text, bool asks) {
+    auto const formats = formatsOf(text);
+    if (formats.empty()) return kFormats[0];
+    bool const isImport = formats[0] == &kFormats[0];
+    if (formats.size() > 1 && (asks || !isImport)) {
+        std::vector<std::string_view> names;
+        for (TrackFormat const* format : formats) names.push_back(format->name);
+        text.refuse(0, "can't be told apart from its text:", listOf(names),
+                    "--format with one of them");
+    }
+    return *formats[0];
+}
+
+void checkSamples(TrackText const& text, Track const& track) {
+    bool isEmpty = true;
+    for (CornerTrack const& corner : track.corners) isEmpty = isEmpty && corner.samples.empty();
+    if (isEmpty)
+        text.refuse(0, "no samples of corners in", std::string(track.format) + " data",
+                    "frames with x and y");
+}
+
+}  // namespace
+
+std::span<TrackFormat const> trackFormats() { return kFormats; }
+
+std::string trackFormatNames() {
+    std::vector<std::string_view> names;
+    for (TrackFormat const& format : kFormats) names.push_back(format.name);
+    return listOf(names);
+}
+
+TrackFormat const& trackFormatNamed(std::string const& option, std::string const& name) {
+    for (TrackFormat const& format : kFormats)
+        if (format.name == lowered(name)) return format;
+    throw UserError(ExitCode::kUsage, {option, "unknown choice", name, trackFormatNames()});
+}
+
+std::vector<TrackFormat const*> formatsOf(TrackText const& text) {
+    std::vector<TrackFormat const*> formats;
+    for (TrackFormat const& format : kFormats)
+        if (format.recognises(text)) formats.push_back(&format);
+    return formats;
+}
+
+Track trackFromText(TrackText const& asGiven, ReadTrackOptions const& options) {
+    TrackText text = asGiven;
+    text.size = options.size;
+    refuseWideText(text);
+    if (text.bytes.starts_with("\xef\xbb\xbf")) text.bytes.remove_prefix(3);
+    TrackFormat const& format =
+        options.format ? trackFormatNamed("--format", *options.format) : choose(text, options.asks);
+    Track track = format.read(text);
+    track.format = format.name;
+    if (options.size) {
+        track.width = options.size->width;
+        track.height = options.size->height;
+    }
+    checkSamples(text, track);
+    return track;
+}
+
+Track readTrack(std::filesystem::path const& file, ReadTrackOptions const& options) {
+    std::string const bytes = readTextFile(file, "a tracking", kLargestTrackFile);
+    return trackFromText({file.string(), bytes, options.size}, options);
+}
+
+}  // namespace zelk

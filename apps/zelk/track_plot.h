@@ -1,0 +1,20 @@
+// A picture of a track: the frame, the paths of the four corners, and the quad at the first and at
+// the last frame.
+#pragma once
+
+#include <optional>
+
+#include "apps/drawing/canvas.h"
+#include "apps/zelk/track_data.h"
+
+namespace zelk {
+
+/// Colours of the corners: upper left, upper right, lower left, lower right.
+inline constexpr std::array<CanvasColor, 4> kCornerColors = {
+    {{230, 85, 75}, {90, 170, 255}, {240, 190, 60}, {110, 205, 110}}};
+
+/// Up to 1600 pixels wide and high, and a legend below. Shows the frame and what of the paths lies
+/// up to half a frame outside of it. `under` is laid into the frame, whatever its size.
+Canvas plotTrack(Track const& track, World const* under = nullptr);
+
+}  // namespace zelk
