@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 
 #include "apps/zelk/errors.h"
 #include "apps/zelk/parameter_names.h"
@@ -197,22 +196,6 @@ std::vector<ProjectKey> keysOf(Parameter const& parameter, Comp const& comp) {
 }
 
 }  // namespace
-
-std::optional<KeyTime> keyTimeOf(Comp const& comp, double frame) {
-    double const units = std::round((frame - comp.startFrame) * comp.timeBase.step);
-    constexpr double kMost = std::numeric_limits<A_long>::max();
-    if (!(std::abs(units) <= kMost)) return std::nullopt;
-    return KeyTime{static_cast<A_long>(units), comp.timeBase.scale};
-}
-
-double frameOf(Comp const& comp, KeyTime const& time) {
-    TimeBase const& clock = comp.timeBase;
-    std::int64_t const start = std::int64_t{comp.startFrame} * clock.step;
-    if (time.scale == clock.scale)  // one rounding, so that the fewest digits tell it
-        return static_cast<double>(start + time.value) / clock.step;
-    double const units = double(time.value) * clock.scale / time.scale;
-    return (static_cast<double>(start) + units) / clock.step;
-}
 
 void applyProject(Project const& project, std::vector<Parameter>& parameters) {
     std::vector<Parameter> changed = parameters;
