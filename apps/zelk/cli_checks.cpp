@@ -17,6 +17,7 @@
 #include "apps/zelk/project_file.h"
 #include "apps/zelk/sequence_names.h"
 #include "apps/zelk/track_command.h"
+#include "apps/zelk/track_import.h"
 
 namespace zelk {
 
@@ -204,6 +205,27 @@ TypedOptions withProject(TypedOptions typed, Project const& project) {
     return typed;
 }
 
+/// Tracking files, read and checked before anything else is done.
+void addTracks(TypedOptions const& typed, RenderRequest& request) {
+    struct Source {
+        std::optional<std::string> const &track, &corners;
+        char const *option, *other;
+        TrackedPins pins;
+    };
+    Source const sources[] = {
+        {typed.trackTo, typed.to, "--track", "--to", TrackedPins::kTo},
+        {typed.trackFrom, typed.from, "--track-from", "--from", TrackedPins::kFrom}};
+    for (Source const& source : sources) {
+        if (!source.track) continue;
+        std::string const file = required(source.track, source.option, "a tracking file");
+        if (source.corners)
+            throw UserError(ExitCode::kUsage,
+                            {source.option, "the same pins are given by", source.other,
+                             std::string(source.option) + " or " + source.other + " alone"});
+        request.tracks.push_back(readTrackUse(file, source.pins));
+    }
+}
+
 void addTimeOptions(TypedOptions const& typed, RenderRequest& request) {
     constexpr int kMostInFlight = 64;
     constexpr double kMostSamples = 256;
@@ -249,6 +271,7 @@ RenderRequest checkedRender(TypedOptions const& asTyped) {
     request.output = required(typed.output, "--output", "-o with the name of a picture file");
     if (typed.from) request.from = parseCorners("--from", *typed.from);
     if (typed.to) request.to = parseCorners("--to", *typed.to);
+    addTracks(typed, request);
     request.quality = pickIfGiven(kQualities, "--quality", typed.quality);
     request.view = pickIfGiven(kViews, "--view", typed.view);
     request.isPlain = typed.plain;
@@ -433,10 +456,22 @@ TrackRequest checkedTrack(TypedOptions const& typed) {
 
 void checkProjectCommand(TypedOptions const& typed, std::optional<std::string> const& verb,
                          CommandLine& line) {
-    enum Verb { kNew, kShow, kCheck };
-    constexpr Choice<Verb> kVerbs[] = {{"new", kNew}, {"show", kShow}, {"check", kCheck}};
+    enum Verb { kNew, kShow, kCheck, kImportTrack };
+    constexpr Choice<Verb> kVerbs[] = {
+        {"new", kNew}, {"show", kShow}, {"check", kCheck}, {"import-track", kImportTrack}};
+    constexpr Choice<TrackedPins> kPins[] = {{"to", TrackedPins::kTo},
+                                             {"from", TrackedPins::kFrom}};
     Verb const what = pick<Verb>(kVerbs, "project", verb.value_or(""));
     std::string const file = required(typed.file, "FILE", "a project file");
+    if (what == kImportTrack) {
+        auto const pins = pickIfGiven(kPins, "--pins", typed.pins).value_or(TrackedPins::kTo);
+        line.importTrack = ProjectTrack{file, required(typed.trackTo, "TRACK", "a tracking file"),
+                                        pins, checkedModule(typed)};
+        return;
+    }
+    if (typed.trackTo)
+        throw UserError(ExitCode::kUsage, {"project", "argument too many:", *typed.trackTo,
+                                           "what `zelk project --help` lists"});
     if (what != kNew) {
         line.project = ProjectRequest{what == kCheck, file, checkedModule(typed), typed.json};
         return;

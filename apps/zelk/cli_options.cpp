@@ -44,6 +44,7 @@ char const* const kRenderExamples =
     "1420,660\"\n"
     "  zelk render in.png -o out.png --set rotate=30 --opacity 80 --transfer multiply\n"
     "  zelk render in.exr -o out.exr --to \"-90,40 540,10 30,390 700,350\" --grow 100\n"
+    "  zelk render sign.png --over shot.####.exr -o comp.####.exr --track shot.txt\n"
     "  zelk render sign.png --over shot.####.exr -o comp.####.exr --frames 1001-1100 "
     "--project sign.zelk.json --motion-blur 16\n"
     "\n";
@@ -70,6 +71,7 @@ char const* const kProjectExamples =
     "Examples:\n"
     "  zelk project new sign.zelk.json --layer sign.png --plate shot.####.exr\n"
     "  zelk project check sign.zelk.json\n"
+    "  zelk project import-track sign.zelk.json shot.txt\n"
     "\n";
 
 char const* const kTrackExamples =
@@ -125,6 +127,9 @@ void addSceneOptions(CLI::App& command, TypedOptions& typed) {
     addFlag(command, "Files", "--no-metadata", typed.noMetadata, "Leave the files' metadata out");
     add("Pins", "--to", typed.to, "\"X,Y X,Y X,Y X,Y\"", "To Pins, where the picture goes");
     add("Pins", "--from", typed.from, "\"X,Y X,Y X,Y X,Y\"", "From Pins, what is taken from it");
+    add("Pins", "--track", typed.trackTo, "FILE",
+        "Tracking data for the To Pins, by the effect's import");
+    add("Pins", "--track-from", typed.trackFrom, "FILE", "The same for the From Pins");
     add("Pins", "--view", typed.view, "VIEW", "original, from, to or both (both)");
     add("Rendering", "--quality", typed.quality, "QUALITY", "low, medium, high or super (high)");
     command.add_option("--set", typed.settings, "Any parameter of `zelk params`, repeatable")
@@ -217,8 +222,10 @@ void addProjectOptions(CLI::App& command, TypedOptions& typed, std::optional<std
                          char const* help) {
         command.add_option(name, value, help)->type_name(type)->group("Project");
     };
-    add("VERB", verb, "", "new, show or check");
+    add("VERB", verb, "", "new, show, check or import-track");
     add("FILE", typed.file, "", "The project file, *.zelk.json");
+    add("TRACK", typed.trackTo, "", "import-track: the tracking data");
+    add("--pins", typed.pins, "PINS", "import-track: to or from (to)");
     add("--layer", typed.layer, "LAYER", "new: the picture or pattern to pin");
     add("--plate", typed.plate, "PLATE", "new: what it is laid over");
     add("-o,--output", typed.output, "OUTPUT", "new: what is written");
@@ -310,14 +317,14 @@ class Formatter : public CLI::Formatter {
 public:
     std::string make_usage(CLI::App const* app, std::string) const override {
         std::string const name = app->get_parent() ? " " + app->get_name() : std::string();
-        std::string const rest = name.empty()         ? " COMMAND ..."
-                                 : name == " render"  ? " LAYER -o OUTPUT [OPTIONS]"
-                                 : name == " project" ? " new|show|check FILE [OPTIONS]"
-                                 : name == " overlay" ? " LAYER -o OUTPUT [OPTIONS]"
-                                 : name == " track"
-                                     ? " FILE [OPTIONS]\n       zelk track convert IN OUT [OPTIONS]"
-                                 : name == " drag" ? " FILE --from X,Y --to X,Y [OPTIONS]"
-                                                   : " [OPTIONS]";
+        std::string const rest =
+            name.empty()         ? " COMMAND ..."
+            : name == " render"  ? " LAYER -o OUTPUT [OPTIONS]"
+            : name == " project" ? " new|show|check|import-track FILE [OPTIONS]"
+            : name == " overlay" ? " LAYER -o OUTPUT [OPTIONS]"
+            : name == " track"   ? " FILE [OPTIONS]\n       zelk track convert IN OUT [OPTIONS]"
+            : name == " drag"    ? " FILE --from X,Y --to X,Y [OPTIONS]"
+                                 : " [OPTIONS]";
         return "Usage: zelk" + name + rest + "\n";
     }
 };
@@ -343,7 +350,8 @@ struct Grammar {
         addFlag(*params, "Output", "--json", typed.json, "As a JSON array");
         addModuleOptions(*params, typed);
         params->footer(std::string(kParamsExamples) + kExitCodesHelp);
-        project = app.add_subcommand("project", "Make, show or check a project file");
+        project =
+            app.add_subcommand("project", "Make, show or check a project file, or track its pins");
         addProjectOptions(*project, typed, verb);
         project->footer(std::string(kProjectExamples) + kExitCodesHelp);
         overlay = app.add_subcommand("overlay", "Draw a frame with the effect's overlay on it");

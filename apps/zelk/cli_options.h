@@ -40,6 +40,7 @@ struct TypedOptions {
     std::optional<std::string> format, as, plot;
     std::optional<std::string> corners, pixelAspect, firstFrame, shiftFrames;
     bool flipY = false;
+    std::optional<std::string> trackTo, trackFrom, pins;
 };
 
 /// Which module is asked, and as which host.
@@ -77,6 +78,15 @@ enum class MissingInput {
 enum class TrackedPins { kTo, kFrom };
 
 struct Project;  // project_file.h
+struct Track;    // track_data.h
+
+/// A tracking file that was read and that the host can hold. Its frame numbers are those of the
+/// composition.
+struct TrackUse {
+    std::filesystem::path file;
+    TrackedPins pins = TrackedPins::kTo;
+    std::shared_ptr<Track const> track;
+};
 
 /// A checked `zelk render`. Values of settings are checked against the module's own ranges later.
 struct RenderRequest {
@@ -91,6 +101,8 @@ struct RenderRequest {
     Explain explain = Explain::kNo;
     std::string history;                     ///< the command line as typed
     std::shared_ptr<Project const> project;  ///< null without
+    std::vector<TrackUse> tracks;            ///< onto pins, after the project's values
+    std::vector<std::string> warnings;       ///< of what was checked, a sentence each
     std::optional<std::string> frames;       ///< a range, in the order to be rendered
     bool motionBlur = false;                 ///< the composition's switch
     std::optional<double> samples;
@@ -122,6 +134,13 @@ struct ProjectRequest {
     bool json = false;
 };
 
+/// A checked `zelk project import-track`.
+struct ProjectTrack {
+    std::filesystem::path project, track;
+    TrackedPins pins = TrackedPins::kTo;
+    ModuleRequest module;
+};
+
 struct NewProject;      // project_command.h
 struct OverlayRequest;  // overlay_command.h
 struct DragRequest;     // drag_command.h
@@ -133,6 +152,7 @@ struct CommandLine {
     std::optional<ParamsRequest> params;
     std::optional<ProjectRequest> project;
     std::shared_ptr<NewProject const> newProject;
+    std::optional<ProjectTrack> importTrack;
     std::shared_ptr<OverlayRequest const> overlay;
     std::shared_ptr<DragRequest const> drag;
     std::shared_ptr<TrackRequest const> track;

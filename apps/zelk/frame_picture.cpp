@@ -51,11 +51,11 @@ FramePicture framePicture(RenderRequest const& request, Host& host, int frameNum
     PixelSize const own = {layer.width(), layer.height()};
     PixelSize const size =
         plate ? PixelSize{plate->width(), plate->height()} : request.frameSize.value_or(own);
+    FramePicture shown;
+    shown.moment = momentOf(request, host, frameNumber, size);
     setParameters(request, host, own, size);
     setNumber(host.parameters()[kGrowBounds].current, 0);
 
-    FramePicture shown;
-    shown.moment = momentOf(request, host, frameNumber, size);
     shown.layer = World({own.width, own.height, layer.traits().depth});
     layer.readInto(shown.layer, 1);
     if (request.road == Road::kModule) {

@@ -13,6 +13,7 @@
 #include "apps/zelk/project_file.h"
 #include "apps/zelk/render_setup.h"
 #include "apps/zelk/sequence_names.h"
+#include "apps/zelk/track_import.h"
 
 namespace zelk {
 
@@ -27,11 +28,21 @@ int panelLength(OverlayRequest const& request, int sourcePx) {
                      fmt::format("{:.0f} pixels", length), fmt::format("up to {}", kMaxWorldSide)});
 }
 
+/// The first whole frame of a track at or after its least.
+int trackFrame(Track const& track) {
+    std::optional<double> first;
+    eachRow(track, [&first](TrackRow const& row) {
+        if (!first) first = row.frame;
+    });
+    return static_cast<int>(std::ceil(first.value_or(1)));
+}
+
 }  // namespace
 
 int frameOf(RenderRequest const& request, std::optional<int> frame) {
     if (frame) return *frame;
     if (request.project) return request.project->comp.startFrame;
+    if (!request.tracks.empty()) return trackFrame(*request.tracks.front().track);
     return request.frames ? parseFrameRange("--frames", *request.frames).front() : 1;
 }
 
@@ -55,7 +66,14 @@ std::vector<std::string> writeOverlay(OverlayRequest const& request) {
     ask.noClobber = request.render.noClobber;
     ask.history = request.render.history;
     ask.keepMetadata = request.render.keepMetadata;
-    return writePicture(canvas.toWorld(), request.render.output, ask).warnings;
+    std::vector<std::string> warnings =
+        writePicture(canvas.toWorld(), request.render.output, ask).warnings;
+    for (TrackUse const& use : request.render.tracks) {
+        auto const odd =
+            warningsOf(use, {PixelSize{frame.moment.layerWidth, frame.moment.layerHeight}, {}});
+        warnings.insert(warnings.end(), odd.begin(), odd.end());
+    }
+    return warnings;
 }
 
 }  // namespace zelk

@@ -20,7 +20,7 @@ struct OverlayRequest {
 };
 
 /// The frame that a command about one frame means: the one given, else the project's first, else
-/// the first of --frames, else 1.
+/// the track's, else the first of --frames, else 1.
 int frameOf(RenderRequest const& request, std::optional<int> frame);
 
 /// Writes the picture; warnings, a sentence each. Throws as renders do.

@@ -10,6 +10,7 @@
 #include "apps/zelk/params_command.h"
 #include "apps/zelk/picture_reader.h"
 #include "apps/zelk/sequence_names.h"
+#include "apps/zelk/track_import.h"
 
 namespace zelk {
 
@@ -145,6 +146,22 @@ std::string showProject(fs::path const& file, bool json) {
         text +=
             row(kParameterNames[static_cast<std::size_t>(parameter.index)], settingText(parameter));
     return text;
+}
+
+TrackedProject trackProject(ProjectTrack const& ask) {
+    Project const project = readProject(ask.project);
+    TrackUse const use = readTrackUse(ask.track, ask.pins);
+    auto const host = loadModule(ask.module);
+    host->setComp(project.comp);
+    PixelSize const size = {project.comp.width, project.comp.height};
+    applyProject(project, *host, size.width, size.height);
+    std::size_t const keys = importTrack(*host, use, size);
+    writeProject(projectOf(project, host->parameters(), project.comp, size.width, size.height),
+                 ask.project);
+    char const* const pins = ask.pins == TrackedPins::kTo ? "To Pins" : "From Pins";
+    return {fmt::format("{}: {} keys on the {} from {}\n", ask.project.string(), keys, pins,
+                        oneLine(ask.track.string())),
+            warningsOf(use, {size, project.comp.startFrame})};
 }
 
 std::string checkProject(fs::path const& file, ModuleRequest const& module) {

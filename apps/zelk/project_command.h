@@ -1,9 +1,10 @@
-// `zelk project new|show|check`.
+// `zelk project new|show|check|import-track`.
 #pragma once
 
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "apps/zelk/project_file.h"
 
@@ -28,6 +29,15 @@ std::string newProject(NewProject const& ask);
 
 /// A readable summary, or the file in its normal form. Throws as readProject.
 std::string showProject(std::filesystem::path const& file, bool json);
+
+/// Tracking data onto a project's pins by the effect's import, and the project written again:
+/// the text about it, and what is odd about the track. Throws as readProject, readTrackUse,
+/// importTrack and writeProject.
+struct TrackedProject {
+    std::string text;
+    std::vector<std::string> warnings;  ///< a sentence each
+};
+TrackedProject trackProject(ProjectTrack const& ask);
 
 /// "FILE: good", with a line end, for a project that the module's parameters take and whose layer
 /// and plate can be opened: a pattern's first frame of `frames`, else the first on disk.

@@ -11,6 +11,7 @@
 #include "apps/zelk/parameter_names.h"
 #include "apps/zelk/parameter_values.h"
 #include "apps/zelk/project_file.h"
+#include "apps/zelk/track_import.h"
 
 namespace zelk {
 
@@ -46,7 +47,10 @@ Corners wholePicture(PixelSize size) {
 
 /// To Pins that neither option nor project sets follow the From Pins.
 void copyOpenPins(RenderRequest const& request, std::vector<Parameter>& parameters) {
-    if (request.to) return;
+    bool const isTracked =
+        std::any_of(request.tracks.begin(), request.tracks.end(),
+                    [](auto const& use) { return use.pins == TrackedPins::kTo; });
+    if (request.to || isTracked) return;
     auto const sets = [](auto const& list, int index) {
         return std::any_of(list.begin(), list.end(),
                            [index](auto const& entry) { return entry.index == index; });
@@ -117,6 +121,7 @@ void setParameters(RenderRequest const& request, Host& host, PixelSize layer, Pi
         project.comp.timeBase = request.rate.value_or(project.comp.timeBase);
         applyProject(project, host.parameters());
     }
+    for (TrackUse const& use : request.tracks) importTrack(host, use, frame);
     applyRequest(request, host.parameters());
 }
 

@@ -15,8 +15,9 @@ namespace zelk {
 /// Throws a usage error for a refused value.
 void applyRequest(RenderRequest const& request, std::vector<Parameter>& parameters);
 
-/// Sets all values for a layer in a frame: defaults, the project's, the request's. On the memory
-/// road the From Pins start at the layer's corners and all other points at the frame's.
+/// Sets all values for a layer in a frame: defaults, the project's, the tracks', the request's. Of
+/// tracks the frames count from the host's composition, which must be set. On the memory road the
+/// From Pins start at the layer's corners and all other points at the frame's.
 void setParameters(RenderRequest const& request, Host& host, PixelSize layer, PixelSize frame);
 
 /// The parameters with their values at a moment as `current`.

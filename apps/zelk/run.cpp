@@ -30,6 +30,11 @@ ExitCode run(CommandLine const& line) {
     if (line.overlay) tell(writeOverlay(*line.overlay));
     if (line.drag) print(drag(*line.drag));
     if (line.track) print(runTrack(*line.track));
+    if (line.importTrack) {
+        TrackedProject const tracked = trackProject(*line.importTrack);
+        tell(tracked.warnings);
+        print(tracked.text);
+    }
     if (line.newProject) print(newProject(*line.newProject));
     if (line.project)
         print(line.project->check ? checkProject(line.project->file, line.project->module)

@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cmath>
 #include <map>
 #include <numeric>
 
@@ -12,6 +13,7 @@
 #include "apps/zelk/numbers.h"
 #include "apps/zelk/picture_reader.h"
 #include "apps/zelk/project_file.h"
+#include "apps/zelk/track_data.h"
 
 namespace zelk {
 
@@ -39,6 +41,19 @@ int firstFrameOf(RenderRequest const& request) {
     return *std::min_element(frames.begin(), frames.end());
 }
 
+/// The whole frames of the first track; only the first of them into a single picture.
+std::vector<int> trackedFrames(RenderRequest const& request, Files const& files) {
+    std::vector<int> frames;
+    eachRow(*request.tracks.front().track, [&frames](TrackRow const& row) {
+        if (row.frame == std::floor(row.frame)) frames.push_back(static_cast<int>(row.frame));
+    });
+    bool const isOne = !files.output.isSequence() && !isMovieName(request.output);
+    if (isOne && frames.size() > 1) frames.resize(1);
+    if (!frames.empty()) return frames;
+    throw UserError(ExitCode::kUsage, {"--frames", "the track has fractions of frames only,", "",
+                                       "the frames of the output"});
+}
+
 std::vector<int> framesAsked(RenderRequest const& request, Files const& files) {
     if (request.frames) return parseFrameRange("--frames", *request.frames);
     for (InputFiles const* input : {&files.layer, files.plate ? &*files.plate : nullptr}) {
@@ -49,6 +64,7 @@ std::vector<int> framesAsked(RenderRequest const& request, Files const& files) {
         throw UserError(ExitCode::kInput,
                         {name, "no frames on disk of", name, "numbered pictures"});
     }
+    if (!request.project && !request.tracks.empty()) return trackedFrames(request, files);
     if (!request.project)
         throw UserError(ExitCode::kUsage,
                         {"--frames", "not given,", "", "the frames of the output"});
@@ -179,7 +195,7 @@ std::string planText(Files const& files, Schedule const& schedule) {
 }
 
 bool isSequence(RenderRequest const& request) {
-    return request.frames || isPattern(request.layer) ||
+    return request.frames || !request.tracks.empty() || isPattern(request.layer) ||
            (request.plate && (isPattern(*request.plate) || isMovieInput(*request.plate))) ||
            (request.project && isPattern(request.output)) || isMovieInput(request.layer) ||
            isMovieName(request.output);

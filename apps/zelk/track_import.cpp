@@ -1,12 +1,17 @@
 // The dialog that answers by itself, and the popup that is chosen from; see track_import.h.
 #include "apps/zelk/track_import.h"
 
-#include <cstdio>
-#include <string>
+#include <fmt/format.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <set>
 
 #include "apps/zelk/errors.h"
 #include "apps/zelk/module_road.h"
 #include "apps/zelk/parameter_names.h"
+#include "apps/zelk/track_formats.h"
 #include "platform/services/FileChooser.h"
 
 namespace zelk {
@@ -16,8 +21,7 @@ namespace {
 /// A user who has one file in mind, for the length of a scope.
 class ChosenFile {
 public:
-    explicit ChosenFile(std::filesystem::path const& file)
-        : m_file(std::filesystem::absolute(file).string()) {
+    explicit ChosenFile(std::filesystem::path const& file) : m_file(file.string()) {
         installFileChooserBackend(&m_backend);
     }
     ~ChosenFile() { installFileChooserBackend(nullptr); }
@@ -36,24 +40,92 @@ private:
     FileChooserBackend m_backend{this, choose, nullptr};
 };
 
-}  // namespace
+/// A text with a path and no file on any disk.
+class TextInMemory {
+public:
+    explicit TextInMemory(std::string const& text) : m_handle(::memfd_create("track", 0)) {
+        for (std::size_t at = 0; m_handle >= 0 && at < text.size();) {
+            ssize_t const size = ::write(m_handle, text.data() + at, text.size() - at);
+            if (size < 0 && errno == EINTR) continue;
+            if (size <= 0) break;
+            at += static_cast<std::size_t>(size);
+        }
+    }
+    ~TextInMemory() {
+        if (m_handle >= 0) ::close(m_handle);
+    }
+    TextInMemory(TextInMemory const&) = delete;
+    TextInMemory& operator=(TextInMemory const&) = delete;
+    std::string path() const { return fmt::format("/proc/self/fd/{}", m_handle); }
 
-std::size_t importTrack(Host& host, std::filesystem::path const& file, TrackedPins pins,
-                        PixelSize frame) {
+private:
+    int m_handle;
+};
+
+/// The track in the form that the effect imports.
+std::string importText(Track track, PixelSize frame) {
+    if (!track.hasSize()) {
+        track.width = frame.width;
+        track.height = frame.height;
+    }
+    return trackFormats().front().write(track);
+}
+
+/// Keys that the import makes of a corner: samples at one moment of the clock share one.
+std::size_t keysOf(CornerTrack const& corner, Comp const& comp) {
+    std::set<std::int64_t> moments;  // requireImportable keeps frames small
+    for (TrackSample const& sample : corner.samples)
+        moments.insert(
+            static_cast<std::int64_t>(comp.timeBase.step * (sample.frame - comp.startFrame)));
+    return moments.size();
+}
+
+/// Has the effect import the file at `path`.
+void runImport(Host& host, TrackUse const& use, std::string const& path, PixelSize frame) {
     constexpr double kLoadToPins = 2, kLoadFromPins = 3;  // entries of the popup
-    std::vector<Parameter>& all = host.parameters();
-    int const first = pins == TrackedPins::kTo ? kToPins : kFromPins;
-    for (int i = first; i < first + 4; ++i) all[static_cast<std::size_t>(i)].editTrack().clear();
-
     FrameRequest moment = frameRequest(host.comp(), host.comp().startFrame);
     moment.layerWidth = frame.width;
     moment.layerHeight = frame.height;
     World output({frame.width, frame.height, Depth::k8});
-    ChosenFile const chosen(file);
-    setNumber(all[kMochaImport].current, pins == TrackedPins::kTo ? kLoadToPins : kLoadFromPins);
-    checkResult(host.userChangedParam(kMochaImport, moment, &output), file.string());
-    std::size_t keys = 0;
-    for (int i = first; i < first + 4; ++i) keys += all[static_cast<std::size_t>(i)].track().size();
+    ChosenFile const chosen(path);
+    setNumber(host.parameters()[kMochaImport].current,
+              use.pins == TrackedPins::kTo ? kLoadToPins : kLoadFromPins);
+    checkResult(host.userChangedParam(kMochaImport, moment, &output), use.file.string());
+}
+
+}  // namespace
+
+TrackUse readTrackUse(std::filesystem::path const& file, TrackedPins pins) {
+    auto track = std::make_shared<Track const>(readTrack(file));
+    requireImportable(file.string(), *track);
+    return {file, pins, std::move(track)};
+}
+
+std::vector<std::string> warningsOf(TrackUse const& use, TrackTarget const& target) {
+    std::vector<std::string> warnings;
+    for (TrackIssue const& issue : checkTrack(*use.track, target))
+        warnings.push_back(use.file.string() + ": " + issueText(issue));
+    return warnings;
+}
+
+std::size_t importTrack(Host& host, TrackUse const& use, PixelSize frame) {
+    std::vector<Parameter>& all = host.parameters();
+    int const first = use.pins == TrackedPins::kTo ? kToPins : kFromPins;
+    for (int i = first; i < first + 4; ++i) all[static_cast<std::size_t>(i)].editTrack().clear();
+    if (use.track->format == trackFormats().front().name)
+        runImport(host, use, std::filesystem::absolute(use.file).string(), frame);
+    else
+        runImport(host, use, TextInMemory(importText(*use.track, frame)).path(), frame);
+
+    std::size_t keys = 0, expected = 0;
+    for (int i = first; i < first + 4; ++i) {
+        keys += all[static_cast<std::size_t>(i)].track().size();
+        expected += keysOf(use.track->corners[static_cast<std::size_t>(i - first)], host.comp());
+    }
+    if (keys != expected)
+        throw UserError(ExitCode::kRenderFailed,
+                        {use.file.string(), "the effect's import made keys:", std::to_string(keys),
+                         std::to_string(expected)});
     return keys;
 }
 

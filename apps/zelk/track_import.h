@@ -3,18 +3,26 @@
 #pragma once
 
 #include <filesystem>
+#include <string>
+#include <vector>
 
 #include "apps/zelk/cli_options.h"
+#include "apps/zelk/track_check.h"
 #include "hostkit/comp.h"
 #include "hostkit/host.h"
 
 namespace zelk {
 
-/// Runs the import onto the To or the From Pins, whose former keyframes go. `file` is in the
-/// import's form; its frame numbers are those of the host's composition. `frame` is the size that a
-/// file without one is scaled to, pixels. The number of keys that came up on the four pins. Throws
-/// a render error when the effect fails.
-std::size_t importTrack(Host& host, std::filesystem::path const& file, TrackedPins pins,
-                        PixelSize frame);
+/// Throws an input error with file, line and reason.
+TrackUse readTrackUse(std::filesystem::path const& file, TrackedPins pins);
+
+/// What is odd about it in a frame of that size, a sentence each.
+std::vector<std::string> warningsOf(TrackUse const& use, TrackTarget const& target);
+
+/// Runs the effect's import onto the To or the From Pins, whose former keyframes go. A file of
+/// another form than the import's is handed over in that form; one without a size is taken as the
+/// import does it, scaled to `frame`, or, in another form, to be of that size. The number of keys
+/// that came up. Throws a render error when the effect fails or keys are missing.
+std::size_t importTrack(Host& host, TrackUse const& use, PixelSize frame);
 
 }  // namespace zelk

@@ -73,7 +73,8 @@ TEST(TrackedShot, GivesTheKnownFrames) {
     std::string const file = testing::TempDir() + fmt::format("zelk-shot-{}.data", ::getpid());
     std::ofstream(file) << trackText();
     Shot known, tracked;
-    EXPECT_EQ(importTrack(tracked.host, file, TrackedPins::kTo, {kWidth, kHeight}), 4u * kFrames);
+    EXPECT_EQ(importTrack(tracked.host, readTrackUse(file, TrackedPins::kTo), {kWidth, kHeight}),
+              4u * kFrames);
     std::remove(file.c_str());
     double largest = 0, squares = 0, worstPsnr = 1e9;
     for (int number = kFirst; number < kFirst + kFrames; ++number) {
