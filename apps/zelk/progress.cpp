@@ -1,4 +1,4 @@
-// Progress lines and the interrupt flag; see progress.h.
+// Progress lines; see progress.h.
 #include "apps/zelk/progress.h"
 
 #include <fcntl.h>
@@ -10,7 +10,6 @@
 #include <cerrno>
 #include <chrono>
 #include <cmath>
-#include <iterator>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <utility>
@@ -51,23 +50,6 @@ std::string speedText(double framesPerSecond) {
 /// One line; bytes that are no UTF-8 are replaced.
 std::string jsonLine(nlohmann::ordered_json const& object) {
     return object.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
-}
-
-constexpr int kInterrupts[] = {SIGINT, SIGTERM};
-static_assert(std::atomic<bool>::is_always_lock_free);
-std::atomic<bool> isInterrupted = false;
-std::atomic<void (*)(int)> atNext = SIG_DFL;
-
-/// Async-signal-safe calls only.
-void onInterrupt(int) {
-    isInterrupted = true;
-    struct sigaction present {
-    }, next{};
-    next.sa_handler = atNext;
-    for (int const signal : kInterrupts) {
-        ::sigaction(signal, nullptr, &present);
-        if (present.sa_handler == onInterrupt) ::sigaction(signal, &next, nullptr);
-    }
 }
 
 }  // namespace
@@ -197,26 +179,5 @@ void Progress::drawBar(std::string const& place) {
     m_screen.write(std::string(kClearLine) + line.substr(0, room));
     m_isBarDrawn = true;
 }
-
-InterruptFlag::InterruptFlag(void (*next)(int)) {
-    isInterrupted = false;
-    atNext = next;
-    struct sigaction handler {};
-    handler.sa_handler = onInterrupt;
-    handler.sa_flags = SA_RESTART;  // a picture's reader and writer notice nothing
-    sigemptyset(&handler.sa_mask);
-    for (int const signal : kInterrupts) sigaddset(&handler.sa_mask, signal);
-    for (std::size_t i = 0; i < std::size(kInterrupts); ++i) {
-        ::sigaction(kInterrupts[i], nullptr, &m_former[i]);
-        if (m_former[i].sa_handler != SIG_IGN) ::sigaction(kInterrupts[i], &handler, nullptr);
-    }
-}
-
-InterruptFlag::~InterruptFlag() {
-    for (std::size_t i = 0; i < std::size(kInterrupts); ++i)
-        ::sigaction(kInterrupts[i], &m_former[i], nullptr);
-}
-
-std::atomic<bool> const& InterruptFlag::flag() { return isInterrupted; }
 
 }  // namespace zelk

@@ -1,4 +1,4 @@
-// What a run over many frames tells its user, and how the user ends it.
+// What a run over many frames tells its user.
 //
 //   bar     one line, redrawn:   1003 (3/60) [##......] 12.3 frames/s, 0:05 left
 //   plain   a line a frame:      1003 (3/60) 12.3 frames/s
@@ -8,8 +8,6 @@
 // mean over the last 16 frames.
 #pragma once
 
-#include <atomic>
-#include <csignal>
 #include <cstddef>
 #include <deque>
 #include <functional>
@@ -66,22 +64,6 @@ private:
     double m_start;
     std::deque<double> m_times;  ///< ends of the last frames, and of the one before them
     bool m_isBarDrawn = false;
-};
-
-/// While it lives, the first SIGINT or SIGTERM sets a flag and nothing else. The next one
-/// goes to `next`: by default it ends the process at once. A signal that the caller ignores stays
-/// ignored. The former handlers come back at the end. One lives at a time.
-class InterruptFlag {
-public:
-    explicit InterruptFlag(void (*next)(int) = SIG_DFL);
-    ~InterruptFlag();
-    InterruptFlag(InterruptFlag const&) = delete;
-    InterruptFlag& operator=(InterruptFlag const&) = delete;
-
-    static std::atomic<bool> const& flag();
-
-private:
-    struct sigaction m_former[2];
 };
 
 }  // namespace zelk

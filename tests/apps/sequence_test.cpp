@@ -15,6 +15,7 @@
 
 #include "apps/zelk/errors.h"
 #include "apps/zelk/frame_pipeline.h"
+#include "apps/zelk/interrupt_flag.h"
 #include "apps/zelk/progress.h"
 #include "apps/zelk/sequence_names.h"
 

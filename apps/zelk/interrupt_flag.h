@@ -1,0 +1,25 @@
+// How the user ends a run over many frames.
+#pragma once
+
+#include <atomic>
+#include <csignal>
+
+namespace zelk {
+
+/// While it lives, the first SIGINT or SIGTERM sets a flag and nothing else. The next one
+/// goes to `next`: by default it ends the process at once. A signal that the caller ignores stays
+/// ignored. The former handlers come back at the end. One lives at a time.
+class InterruptFlag {
+public:
+    explicit InterruptFlag(void (*next)(int) = SIG_DFL);
+    ~InterruptFlag();
+    InterruptFlag(InterruptFlag const&) = delete;
+    InterruptFlag& operator=(InterruptFlag const&) = delete;
+
+    static std::atomic<bool> const& flag();
+
+private:
+    struct sigaction m_former[2];
+};
+
+}  // namespace zelk
