@@ -1,8 +1,13 @@
 // Signal handlers; see interrupt_flag.h.
 #include "apps/zelk/interrupt_flag.h"
 
+#include <unistd.h>
+
 #include <cstddef>
 #include <iterator>
+
+#include "apps/zelk/exit_codes.h"
+#include "apps/zelk/unfinished_files.h"
 
 namespace zelk {
 
@@ -11,25 +16,23 @@ namespace {
 constexpr int kInterrupts[] = {SIGINT, SIGTERM};
 static_assert(std::atomic<bool>::is_always_lock_free);
 std::atomic<bool> isInterrupted = false;
-std::atomic<void (*)(int)> atNext = SIG_DFL;
+std::atomic<void (*)(int)> atNext = nullptr;
 
 /// Async-signal-safe calls only.
-void onInterrupt(int) {
-    isInterrupted = true;
-    struct sigaction present {
-    }, next{};
-    next.sa_handler = atNext;
-    for (int const signal : kInterrupts) {
-        ::sigaction(signal, nullptr, &present);
-        if (present.sa_handler == onInterrupt) ::sigaction(signal, &next, nullptr);
-    }
+void onInterrupt(int signal) {
+    if (isInterrupted.exchange(true)) atNext.load()(signal);
+}
+
+void endAtOnce(int) {
+    UnfinishedFile::removeAll();
+    ::_exit(static_cast<int>(ExitCode::kInterrupted));
 }
 
 }  // namespace
 
 InterruptFlag::InterruptFlag(void (*next)(int)) {
     isInterrupted = false;
-    atNext = next;
+    atNext = next ? next : endAtOnce;
     struct sigaction handler {};
     handler.sa_handler = onInterrupt;
     handler.sa_flags = SA_RESTART;  // a picture's reader and writer notice nothing

@@ -2,26 +2,15 @@
 #include "apps/zelk/movie_writer.h"
 
 #include <fmt/format.h>
-#include <spawn.h>
-#include <sys/mman.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <fcntl.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <csignal>
-#include <cstdlib>
-#include <sstream>
+#include <system_error>
 #include <utility>
 
 #include "apps/zelk/channel_values.h"
 #include "apps/zelk/errors.h"
 #include "apps/zelk/numbers.h"
 #include "apps/zelk/world_rows.h"
-
-extern char** environ;
 
 namespace zelk {
 
@@ -100,11 +89,7 @@ std::uint16_t deep(float unit) {
 bool isMovieName(fs::path const& file) { return containerOf(file) != nullptr; }
 
 void requireMovieProgram(fs::path const& target) {
-    char const* const path = std::getenv("PATH");
-    std::istringstream folders(path ? path : "");
-    for (std::string folder; std::getline(folders, folder, ':');)
-        if (::access((fs::path(folder) / "ffmpeg").c_str(), X_OK) == 0) return;
-    throw noProgram(target);
+    if (!isProgramThere("ffmpeg")) throw noProgram(target);
 }
 
 MovieWriter::MovieWriter(fs::path const& target, int width, int height, TimeBase const& timeBase)
@@ -114,59 +99,28 @@ MovieWriter::MovieWriter(fs::path const& target, int width, int height, TimeBase
       m_height(height),
       m_keepsAlpha(containerOf(target)->keepsAlpha),
       m_row(static_cast<std::size_t>(width) * 4) {
-    int ends[2];
-    if (::pipe2(ends, O_CLOEXEC) != 0) throw failure();
-    m_pipe = ends[1];
-    m_words = ::memfd_create("words", MFD_CLOEXEC);
-    std::signal(SIGPIPE, SIG_IGN);  // a program that ends early is seen by the failed write
-
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, ends[0], STDIN_FILENO);
-    if (m_words >= 0) posix_spawn_file_actions_adddup2(&actions, m_words, STDERR_FILENO);
-    // A group of its own: the user's Ctrl-C is for us, and the file is then thrown away.
-    posix_spawnattr_t attributes;
-    posix_spawnattr_init(&attributes);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGDEF);
-    sigset_t defaults;
-    sigemptyset(&defaults);
-    sigaddset(&defaults, SIGPIPE);
-    posix_spawnattr_setsigdefault(&attributes, &defaults);
-
-    std::vector<std::string> words =
-        programWords(*containerOf(target), m_file.path(), width, height, timeBase);
-    std::vector<char*> argv;
-    for (std::string& word : words) argv.push_back(word.data());
-    argv.push_back(nullptr);
-    int const fault =
-        ::posix_spawnp(&m_program, "ffmpeg", &actions, &attributes, argv.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    posix_spawnattr_destroy(&attributes);
-    ::close(ends[0]);
-    if (fault == 0) return;
-    m_program = -1;
-    endProgram();
-    throw noProgram(target);
+    try {
+        m_program.emplace(
+            programWords(*containerOf(target), m_file.path(), width, height, timeBase),
+            ChildProgram::Pipe::kToInput);
+    } catch (std::system_error const&) {
+        throw noProgram(target);
+    }
+    m_file.writtenBy(m_program->id());
 }
 
 MovieWriter::~MovieWriter() { endProgram(); }
 
 void MovieWriter::endProgram() {
-    if (m_pipe >= 0) ::close(std::exchange(m_pipe, -1));
-    if (m_program > 0) {
-        ::kill(m_program, SIGKILL);
-        ::waitpid(std::exchange(m_program, -1), nullptr, 0);
-    }
-    if (m_words >= 0) ::close(std::exchange(m_words, -1));
+    m_program.reset();
+    m_file.writtenBy(0);
 }
 
-UserError MovieWriter::failure() {
-    std::string words(4096, '\0');
-    ssize_t const size = m_words >= 0 ? ::pread(m_words, words.data(), words.size(), 0) : 0;
-    words.resize(static_cast<std::size_t>(std::max<ssize_t>(size, 0)));
+UserError MovieWriter::failure() const {
+    std::string const words = m_program->words();
     return {ExitCode::kOutput,
-            {m_target.string(), "the movie can't be written:",
-             words.empty() ? "ffmpeg gave no reason" : shortened(oneLine(words)),
+            {m_target.string(),
+             "the movie can't be written:", words.empty() ? "ffmpeg gave no reason" : words,
              "a writable place and a codec that ffmpeg has"}};
 }
 
@@ -193,29 +147,21 @@ void MovieWriter::add(World const& picture, AlphaForm form) {
                 m_row[i + 3] = deep(alpha);
                 m_sawTransparency = m_sawTransparency || alpha < 1;
             }
-            auto const* bytes = reinterpret_cast<char const*>(m_row.data());
-            for (std::size_t left = m_row.size() * 2; left > 0;) {
-                ssize_t const size = ::write(m_pipe, bytes, left);
-                if (size < 0 && errno == EINTR) continue;
-                if (size <= 0) throw failure();
-                bytes += size;
-                left -= static_cast<std::size_t>(size);
-            }
+            if (!m_program->write(m_row.data(), m_row.size() * 2)) throw failure();
         }
     });
 }
 
-std::string MovieWriter::finish(bool mayReplace) {
-    ::close(std::exchange(m_pipe, -1));
-    int status = 0;
-    while (::waitpid(m_program, &status, 0) < 0 && errno == EINTR) {
-    }
-    m_program = -1;
-    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) throw failure();
+std::optional<std::string> MovieWriter::finish(bool mayReplace, std::atomic<bool> const& stop) {
+    m_program->closePipe();
+    bool const isAwaited = m_program->await(&stop);
+    if (isAwaited && !m_program->hasSucceeded()) throw failure();
+    endProgram();
+    if (stop) return std::nullopt;
     if (!m_file.putInPlace(mayReplace))
         throw UserError(ExitCode::kOutput, {m_target.string(), "cannot be written:",
                                             "it exists and --no-clobber is given", "a new name"});
-    if (m_keepsAlpha || !m_sawTransparency) return {};
+    if (m_keepsAlpha || !m_sawTransparency) return std::string();
     return m_target.string() +
            ": alpha can't be kept in this format; the movie is written over black";
 }

@@ -6,13 +6,14 @@
 // Frames go through a pipe; the file stands beside its target until it is whole.
 #pragma once
 
-#include <sys/types.h>
-
+#include <atomic>
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "apps/zelk/child_program.h"
 #include "apps/zelk/errors.h"
 #include "apps/zelk/picture_reader.h"
 #include "apps/zelk/temporary_file.h"
@@ -38,12 +39,13 @@ public:
 
     /// One frame more, of the movie's size. Throws an output error with the program's own words.
     void add(World const& picture, AlphaForm form);
-    /// Waits for the program and puts the file in place. The answer is a warning or empty. Throws
-    /// an output error; what stood at the target is then as it was.
-    std::string finish(bool mayReplace);
+    /// Waits for the program and puts the file in place. The answer is a warning or empty text, or
+    /// nothing when `stop` was set first: there is no movie then. Throws an output error. Without
+    /// a movie, what stood at the target is as it was.
+    std::optional<std::string> finish(bool mayReplace, std::atomic<bool> const& stop);
 
 private:
-    UserError failure();
+    UserError failure() const;
     void endProgram();
 
     std::filesystem::path m_target;
@@ -51,9 +53,7 @@ private:
     int m_width, m_height;
     bool m_keepsAlpha;
     bool m_sawTransparency = false;
-    int m_pipe = -1;   ///< where frames go
-    int m_words = -1;  ///< what the program said
-    pid_t m_program = -1;
+    std::optional<ChildProgram> m_program;
     std::vector<std::uint16_t> m_row;
 };
 

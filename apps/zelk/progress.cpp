@@ -84,6 +84,12 @@ Progress::Progress(ProgressMode mode, std::size_t count, ProgressScreen screen)
 
 Progress::~Progress() { clearBar(); }
 
+void Progress::begin(std::size_t count) {
+    m_count = count;
+    m_start = m_screen.seconds();
+    m_times = {m_start};
+}
+
 void Progress::done(int frame) {
     tick();
     tell(frame, {});
@@ -103,19 +109,30 @@ void Progress::warning(std::string_view message) {
     m_screen.write("zelk: warning: " + text + "\n");
 }
 
+void Progress::error(std::string_view message, std::optional<int> frame, std::string_view file) {
+    if (!tellsErrors()) return;
+    nlohmann::ordered_json line = {{"event", "error"}};
+    if (frame) line["frame"] = *frame;
+    if (!file.empty()) line["file"] = file;
+    line["message"] = oneLine(message);
+    m_screen.write(jsonLine(line));
+}
+
 void Progress::clearBar() {
     if (std::exchange(m_isBarDrawn, false)) m_screen.write(kClearLine);
 }
 
-void Progress::end(bool isStopped) {
+void Progress::end(RunTotals const& totals) {
     clearBar();
     if (m_mode != ProgressMode::kJson) return;
     m_screen.write(jsonLine({{"event", "done"},
                              {"index", m_ended},
                              {"count", m_count},
                              {"seconds", inWholeMs(m_times.back() - m_start)},
+                             {"written", totals.written},
+                             {"skipped", totals.skipped},
                              {"failed", m_failed},
-                             {"stopped", isStopped}}));
+                             {"stopped", totals.isStopped}}));
 }
 
 void Progress::tick() {

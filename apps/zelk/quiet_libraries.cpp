@@ -35,4 +35,10 @@ QuietLibraries::~QuietLibraries() {
     kept = -1;
 }
 
+void writeToStandardError(std::string_view text) {
+    std::lock_guard const lock(mutex);
+    [[maybe_unused]] auto const written =
+        ::write(kept >= 0 ? kept : STDERR_FILENO, text.data(), text.size());
+}
+
 }  // namespace zelk

@@ -1,6 +1,8 @@
 // Picture libraries print on standard error what they also report to us; a user is to see one line.
 #pragma once
 
+#include <string_view>
+
 namespace zelk {
 
 /// While one lives, on whatever thread, standard error leads nowhere.
@@ -11,5 +13,8 @@ public:
     QuietLibraries(QuietLibraries const&) = delete;
     QuietLibraries& operator=(QuietLibraries const&) = delete;
 };
+
+/// Writes to standard error itself, quiet or not; what can't be written is left out.
+void writeToStandardError(std::string_view text);
 
 }  // namespace zelk

@@ -42,48 +42,126 @@ void checkMemory(SequenceRenderer const& renderer, RenderRequest const& request,
          fmt::format("{} MB to be free, or fewer frames", need / 1'000'000)});
 }
 
-std::string summaryOf(PipelineResult const& result, Schedule const& schedule, bool isMovie) {
-    bool const isLost = isMovie && (result.isStopped || !result.failed.empty());
+class SequenceRun {
+public:
+    explicit SequenceRun(RenderRequest const& request)
+        : m_request(request),
+          m_isMovie(isMovieName(request.output)),
+          m_progress(request.progress, 0, standardErrorScreen()) {}
+
+    /// Throws what ends the run before its last frame.
+    ExitCode run();
+    /// Whether an error that ended the run was told, and need not be any more.
+    bool tellError(char const* message);
+
+private:
+    void renderFrames(Host& host, Files const& files);
+    void runStages(SequenceRenderer& renderer);
+    void report(SequenceRenderer& renderer, int frame, FrameFailure const* failure);
+    void tellWarnings(SequenceRenderer& renderer);
+    std::size_t written() const { return m_isMovie && !m_isWhole ? 0 : m_result.done.size(); }
+    std::string summary() const;
+    ExitCode code() const;
+
+    RenderRequest const& m_request;
+    bool m_isMovie, m_isWhole = false;  ///< of the movie
+    Progress m_progress;
+    Schedule m_schedule;
+    PipelineResult m_result;
+    std::string m_missing;  ///< the input that is not there, which ended the run
+};
+
+ExitCode SequenceRun::run() {
+    auto const host = loadModule(m_request.module);
+    applyRequest(m_request, host->parameters());  // refuses bad values before any file is touched
+    Files const files(m_request);
+    m_schedule = scheduleOf(m_request, files);
+    if (m_request.dryRun) {
+        print(planText(files, m_schedule));
+        return ExitCode::kDone;
+    }
+    m_progress.begin(m_schedule.frames.size());
+    if (!m_schedule.frames.empty()) renderFrames(*host, files);
+    if (m_schedule.missingFrame && !m_result.isStopped) {
+        m_missing = files.missingOf(*m_schedule.missingFrame);
+        throw UserError(ExitCode::kInput, {m_missing, "no such file", m_missing,
+                                           "a picture, or --missing (" + summary() + ")"});
+    }
+    m_progress.end({written(), m_schedule.skipped, m_result.isStopped});
+    if (m_request.progress != ProgressMode::kNone && !m_progress.tellsErrors())
+        std::fprintf(stderr, "zelk: %s\n", summary().c_str());
+    return code();
+}
+
+bool SequenceRun::tellError(char const* message) {
+    if (!m_progress.tellsErrors()) return false;
+    if (m_missing.empty())
+        m_progress.error(message);
+    else
+        m_progress.error(message, m_schedule.missingFrame, m_missing);
+    m_progress.end({written(), m_schedule.skipped, m_result.isStopped});
+    return true;
+}
+
+void SequenceRun::renderFrames(Host& host, Files const& files) {
+    std::vector<int> const& frames = m_schedule.frames;
+    if (m_isMovie)
+        checkMovie(m_request);
+    else
+        checkTarget(files.output.pathOf(frames.front()), m_request.noClobber);
+    checkOutputsAreNoInputs(files, frames);
+    useThreads(m_request.threads);
+    auto const [first, last] = std::minmax_element(frames.begin(), frames.end());
+    SequenceRenderer renderer(m_request, files, host, compOf(m_request, *first, *last), frames);
+    checkMemory(renderer, m_request, frames.size());
+    runStages(renderer);
+}
+
+void SequenceRun::runStages(SequenceRenderer& renderer) {
+    InterruptFlag const interrupt;
+    PipelineOptions options;
+    options.inFlight = static_cast<std::size_t>(m_request.inFlight);
+    options.stop = &InterruptFlag::flag();
+    options.stopAtFirstFailure = m_isMovie;  // a movie can't have holes
+    m_result = runFrames(
+        m_schedule.frames, options, [&](int frame) { return renderer.load(frame); },
+        [&](int frame, LoadedFrame&& loaded) { return renderer.render(frame, std::move(loaded)); },
+        [&](int frame, RenderedFrame&& done) { renderer.store(frame, std::move(done)); },
+        [&](int frame, std::size_t, FrameFailure const* failure) {
+            report(renderer, frame, failure);
+        });
+    if (m_result.isStopped || !m_result.failed.empty()) return;
+    m_isWhole = renderer.finishMovie(InterruptFlag::flag());
+    m_result.isStopped = !m_isWhole;
+    tellWarnings(renderer);
+}
+
+void SequenceRun::report(SequenceRenderer& renderer, int frame, FrameFailure const* failure) {
+    if (failure)
+        m_progress.failed(frame, failure->message);
+    else
+        m_progress.done(frame);
+    tellWarnings(renderer);
+}
+
+void SequenceRun::tellWarnings(SequenceRenderer& renderer) {
+    for (std::string const& warning : renderer.warnings().take()) m_progress.warning(warning);
+}
+
+std::string SequenceRun::summary() const {
+    bool const isLost = m_isMovie && (m_result.isStopped || !m_result.failed.empty());
     std::string text =
-        isLost ? "no movie written" : fmt::format("{} frames written", result.done.size());
-    if (schedule.skipped) text += fmt::format(", {} skipped", schedule.skipped);
-    if (!result.failed.empty()) text += fmt::format(", {} failed", result.failed.size());
-    if (result.isStopped) text += ", interrupted";
+        isLost ? "no movie written" : fmt::format("{} frames written", m_result.done.size());
+    if (m_schedule.skipped) text += fmt::format(", {} skipped", m_schedule.skipped);
+    if (!m_result.failed.empty()) text += fmt::format(", {} failed", m_result.failed.size());
+    if (m_result.isStopped) text += ", interrupted";
     return text;
 }
 
-ExitCode codeOf(PipelineResult const& result, bool isMovie) {
-    if (result.isStopped) return ExitCode::kInterrupted;
-    if (result.failed.empty()) return ExitCode::kDone;
-    bool const isAnyWritten = !isMovie && !result.done.empty();
-    return isAnyWritten ? ExitCode::kSomeFailed : result.failed.front().code;
-}
-
-PipelineResult runStages(SequenceRenderer& renderer, RenderRequest const& request,
-                         std::vector<int> const& frames) {
-    Progress progress(request.progress, frames.size(), standardErrorScreen());
-    InterruptFlag const interrupt;
-    PipelineOptions options;
-    options.inFlight = static_cast<std::size_t>(request.inFlight);
-    options.stop = &InterruptFlag::flag();
-    options.stopAtFirstFailure = isMovieName(request.output);  // a movie can't have holes
-    auto const report = [&](int frame, std::size_t, FrameFailure const* failure) {
-        if (failure)
-            progress.failed(frame, failure->message);
-        else
-            progress.done(frame);
-        for (std::string const& warning : renderer.warnings().take()) progress.warning(warning);
-    };
-    PipelineResult const result = runFrames(
-        frames, options, [&](int frame) { return renderer.load(frame); },
-        [&](int frame, LoadedFrame&& loaded) { return renderer.render(frame, std::move(loaded)); },
-        [&](int frame, RenderedFrame&& done) { renderer.store(frame, std::move(done)); }, report);
-    if (!result.isStopped && result.failed.empty()) {
-        renderer.finishMovie();
-        for (std::string const& warning : renderer.warnings().take()) progress.warning(warning);
-    }
-    progress.end(result.isStopped);
-    return result;
+ExitCode SequenceRun::code() const {
+    if (m_result.isStopped) return ExitCode::kInterrupted;
+    if (m_result.failed.empty()) return ExitCode::kDone;
+    return written() > 0 ? ExitCode::kSomeFailed : m_result.failed.front().code;
 }
 
 }  // namespace
@@ -92,40 +170,16 @@ ExitCode renderSequence(RenderRequest const& request) {
     if (request.explain != Explain::kNo)
         throw UserError(ExitCode::kUsage, {"--explain", "tells of one picture, not of", "frames",
                                            "a render of a single picture"});
-    auto const host = loadModule(request.module);
-    applyRequest(request, host->parameters());  // refuses bad values before any file is touched
-    Files const files(request);
-    Schedule const schedule = scheduleOf(request, files);
-    if (request.dryRun) {
-        print(planText(files, schedule));
-        return ExitCode::kDone;
+    SequenceRun run(request);
+    try {
+        return run.run();
+    } catch (UserError const& error) {
+        if (!run.tellError(error.what())) throw;
+        return error.code();
+    } catch (std::exception const& error) {
+        if (!run.tellError(error.what())) throw;
+        return ExitCode::kRenderFailed;
     }
-    bool const isMovie = isMovieName(request.output);
-    PipelineResult result;
-    if (schedule.frames.empty()) Progress(request.progress, 0, standardErrorScreen()).end(false);
-    if (!schedule.frames.empty()) {
-        if (isMovie)
-            checkMovie(request);
-        else
-            checkTarget(files.output.pathOf(schedule.frames.front()), request.noClobber);
-        checkOutputsAreNoInputs(files, schedule.frames);
-        useThreads(request.threads);
-        auto const [first, last] =
-            std::minmax_element(schedule.frames.begin(), schedule.frames.end());
-        SequenceRenderer renderer(request, files, *host, compOf(request, *first, *last),
-                                  schedule.frames);
-        checkMemory(renderer, request, schedule.frames.size());
-        result = runStages(renderer, request, schedule.frames);
-    }
-    std::string const summary = summaryOf(result, schedule, isMovie);
-    if (schedule.missingFrame && !result.isStopped) {
-        std::string const missing = files.missingOf(*schedule.missingFrame);
-        throw UserError(ExitCode::kInput, {missing, "no such file", missing,
-                                           "a picture, or --missing (" + summary + ")"});
-    }
-    if (request.progress != ProgressMode::kNone && request.progress != ProgressMode::kJson)
-        std::fprintf(stderr, "zelk: %s\n", summary.c_str());
-    return codeOf(result, isMovie);
 }
 
 }  // namespace zelk

@@ -62,10 +62,11 @@ void SequenceRenderer::store(int frame, RenderedFrame const& rendered) {
         writePicture(rendered.picture, m_files.output.pathOf(frame), rendered.file).warnings);
 }
 
-void SequenceRenderer::finishMovie() {
-    if (!m_movie) return;
-    std::string const warning = m_movie->finish(!m_request.noClobber);
-    if (!warning.empty()) m_warnings.add({warning});
+bool SequenceRenderer::finishMovie(std::atomic<bool> const& stop) {
+    if (!m_movie) return true;
+    auto const warning = m_movie->finish(!m_request.noClobber, stop);
+    if (warning && !warning->empty()) m_warnings.add({*warning});
+    return warning.has_value();
 }
 
 std::uint64_t SequenceRenderer::bytesInFlight() const {

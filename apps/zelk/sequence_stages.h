@@ -1,6 +1,7 @@
 // The three stages of many frames: what is read, rendered and written of each.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <mutex>
 #include <optional>
@@ -52,8 +53,8 @@ public:
     LoadedFrame load(int frame);
     RenderedFrame render(int frame, LoadedFrame loaded);
     void store(int frame, RenderedFrame const& rendered);
-    /// After the last frame of a movie.
-    void finishMovie();
+    /// After the last frame of a movie; false when `stop` was set before it was whole.
+    bool finishMovie(std::atomic<bool> const& stop);
 
     Warnings& warnings() { return m_warnings; }
 

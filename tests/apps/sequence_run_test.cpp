@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
+#include <nlohmann/json.hpp>
+#include <sstream>
 
 #include "tests/apps/zelk_process.h"
 
@@ -28,6 +30,17 @@ char const* const kProject = R"({
     "to-lower-right": {"value": [32, 28]},
     "rotate": {"keys": [{"frame": 1001, "value": 0, "interpolation": "bezier"},
                         {"frame": 1006, "value": 40}]}}})";
+
+/// Of a stream that must hold one JSON object a line and nothing else.
+std::vector<nlohmann::json> objects(std::string const& text) {
+    std::vector<nlohmann::json> all;
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) {
+        all.push_back(nlohmann::json::parse(line, nullptr, false));
+        EXPECT_TRUE(all.back().is_object()) << line;
+    }
+    return all;
+}
 
 class Sequence : public zelk_test::ZelkTest {
 protected:
@@ -136,6 +149,14 @@ TEST_F(Sequence, MissingInputsByPolicy) {
         EXPECT_EQ(countOf(stem), c.written);
         EXPECT_NE(outcome.err.find(c.told), std::string::npos) << outcome.err;
     }
+    auto const told = objects(project({"--frames", "1001-1006", "--progress", "json"}).err);
+    ASSERT_EQ(told.size(), 4u);
+    EXPECT_EQ(told[2]["event"], "error");
+    EXPECT_EQ(told[2]["frame"], 1003);
+    EXPECT_EQ(told[2]["file"], "plate.1003.png");
+    EXPECT_NE(told[2]["message"].get<std::string>().find("(2 frames written)"), std::string::npos);
+    EXPECT_EQ(told[3]["written"], 2);
+    EXPECT_EQ(told[3]["skipped"], 0);
     auto const held = frame("hold", 1003), black = frame("black", 1003);
     EXPECT_NE(held, black);
     EXPECT_EQ(black.values[static_cast<std::size_t>(3 * 39)], 0) << "upper right, beside the layer";
@@ -192,21 +213,19 @@ TEST_F(Sequence, TellsWithoutRendering) {
 
 // A stand-in for the program: it keeps what comes through the pipe, or fails with words.
 TEST_F(Sequence, AMovieIsPipedAndTakesItsPlaceWhole) {
-    std::string const path = std::getenv("PATH");
-    auto const program = [&](std::string const& body) {
-        std::filesystem::create_directory(at("bin"));
-        put("bin/ffmpeg", "#!/bin/sh\n" + body);
-        std::filesystem::permissions(at("bin/ffmpeg"), std::filesystem::perms::owner_all);
-        ::setenv("PATH", (at("bin").string() + ":" + path).c_str(), 1);
-    };
     put("m.mov", "earlier");
-    program("cat > /dev/null; echo no such codec >&2; exit 1");
+    putProgram("ffmpeg", "cat > /dev/null; echo no such codec >&2; exit 1");
     Outcome outcome = project({"-o", "m.mov", "--progress", "none"});
     EXPECT_EQ(outcome.exitCode, 4);
     EXPECT_NE(outcome.err.find("no such codec"), std::string::npos) << outcome.err;
+    auto const told = objects(project({"-o", "m.mov", "--progress", "json"}).err);
+    ASSERT_EQ(told.size(), 8u);
+    EXPECT_EQ(told[6]["event"], "error");
+    EXPECT_EQ(told[7]["event"], "done");
+    EXPECT_EQ(told[7]["written"], 0);
     EXPECT_EQ(bytesOf("m.mov"), "earlier");
 
-    program("for last; do :; done; cat > \"$last\"");
+    putProgram("ffmpeg", "for last; do :; done; cat > \"$last\"");
     outcome = project({"-o", "m.mov", "--frames", "1002-1004", "--progress", "none"});
     EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
     std::string const movie = bytesOf("m.mov");
@@ -220,7 +239,6 @@ TEST_F(Sequence, AMovieIsPipedAndTakesItsPlaceWhole) {
 
     ::setenv("PATH", "/nowhere", 1);
     outcome = project({"-o", "n.mp4", "--progress", "none"});
-    ::setenv("PATH", path.c_str(), 1);
     EXPECT_EQ(outcome.exitCode, 4);
     EXPECT_NE(outcome.err.find("the package ffmpeg"), std::string::npos) << outcome.err;
     EXPECT_EQ(countOf("n"), 0);

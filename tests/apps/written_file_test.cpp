@@ -1,9 +1,16 @@
 // A written file's way to its place: cut files that their readers may take for whole, names that
-// come up meanwhile, links, and the longest name.
+// come up meanwhile, links, the longest name, and a process that ends on the way.
 #include "apps/zelk/written_check.h"
 
+#include <unistd.h>
+
+#include <csignal>
+#include <thread>
+
 #include "apps/zelk/errors.h"
+#include "apps/zelk/interrupt_flag.h"
 #include "apps/zelk/picture_writer.h"
+#include "apps/zelk/quiet_libraries.h"
 #include "apps/zelk/temporary_file.h"
 #include "tests/apps/zelk_process.h"
 
@@ -60,6 +67,38 @@ TEST_F(WrittenFile, LinksStayAndLeadOn) {
     }
     fs::create_symlink("round.png", at("round.png"));
     EXPECT_THROW(zelk::checkTarget(at("round.png"), false), zelk::UserError);
+}
+
+// A process that ends without destructors: what it leaves, and what it says though the libraries
+// are quiet on another thread meanwhile.
+TEST_F(WrittenFile, NothingIsLeftOfAProcessThatEnds) {
+    auto const ends = [&](auto const& end) {
+        zelk::QuietLibraries const quiet;
+        zelk::TemporaryFile const file(at("o.png"));
+        end();
+    };
+    auto const interrupted = [] {
+        zelk::InterruptFlag const interrupt;
+        zelk::TemporaryFile const another("o.png");
+        for (int const signal : {SIGINT, SIGTERM}) std::raise(signal);
+    };
+    EXPECT_EXIT(ends([] { std::exit(0); }), testing::ExitedWithCode(4), "writer gave up");
+    EXPECT_EXIT(ends([] { std::raise(SIGHUP); }), testing::KilledBySignal(SIGHUP), "");
+    EXPECT_EXIT(ends(interrupted), testing::ExitedWithCode(130), "");
+    EXPECT_EQ(files(), std::vector<std::string>());
+}
+
+// Files come and go while the user keeps the key down: no moment may have the default action.
+TEST_F(WrittenFile, NoSignalFindsAGapBetweenFiles) {
+    auto const keyHeld = [&] {
+        zelk::InterruptFlag const interrupt([](int) {});
+        std::jthread const key([](std::stop_token const& end) {
+            while (!end.stop_requested()) ::kill(::getpid(), SIGINT);
+        });
+        for (int i = 0; i < 2000; ++i) zelk::TemporaryFile const file(at("o.png"));
+        ::_exit(zelk::InterruptFlag::flag() ? 7 : 8);
+    };
+    EXPECT_EXIT(keyHeld(), testing::ExitedWithCode(7), "");
 }
 
 }  // namespace

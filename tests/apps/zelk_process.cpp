@@ -9,9 +9,12 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
+#include <cstdlib>
 #include <fstream>
 #include <random>
 #include <sstream>
+#include <thread>
 
 namespace zelk_test {
 
@@ -53,11 +56,16 @@ void ZelkTest::SetUp() {
     m_folder = fs::canonical(name);
 }
 
-void ZelkTest::TearDown() { fs::remove_all(m_folder); }
+void ZelkTest::TearDown() {
+    if (!m_path.empty()) ::setenv("PATH", m_path.c_str(), 1);
+    fs::remove_all(m_folder);
+}
 
-Outcome ZelkTest::run(std::vector<std::string> arguments, Limits const& limits) const {
+Outcome ZelkTest::run(std::vector<std::string> arguments, Limits const& limits,
+                      std::function<void(int)> const& meanwhile) const {
     pid_t const child = ::fork();
     if (child == 0) becomeZelk(m_folder, arguments, limits);
+    if (meanwhile) meanwhile(child);
     int status = 0;
     rusage usage{};
     EXPECT_EQ(::wait4(child, &status, 0, &usage), child);
@@ -67,6 +75,20 @@ Outcome ZelkTest::run(std::vector<std::string> arguments, Limits const& limits) 
 
 void ZelkTest::put(std::string const& name, std::string const& bytes) const {
     std::ofstream(at(name), std::ios::binary) << bytes;
+}
+
+void ZelkTest::putProgram(std::string const& name, std::string const& script) {
+    if (m_path.empty()) m_path = std::getenv("PATH");
+    fs::create_directory(at("_bin"));
+    put("_bin/" + name, "#!/bin/sh\n" + script);
+    fs::permissions(at("_bin/" + name), fs::perms::owner_all);
+    ::setenv("PATH", (at("_bin").string() + ":" + m_path).c_str(), 1);
+}
+
+void ZelkTest::awaitFile(std::string const& name) const {
+    for (int ms = 0; ms < 30'000 && !fs::exists(at(name)); ++ms)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    EXPECT_TRUE(fs::exists(at(name))) << name;
 }
 
 std::string ZelkTest::bytesOf(std::string const& name) const {

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -28,15 +29,22 @@ protected:
     void SetUp() override;
     void TearDown() override;
 
-    Outcome run(std::vector<std::string> arguments, Limits const& limits = {}) const;
+    /// `meanwhile` is called beside the running child, with its id.
+    Outcome run(std::vector<std::string> arguments, Limits const& limits = {},
+                std::function<void(int)> const& meanwhile = {}) const;
     std::filesystem::path at(std::string const& name) const { return m_folder / name; }
     void put(std::string const& name, std::string const& bytes) const;
+    /// Puts a shell script before all other programs of that name, until the test ends.
+    void putProgram(std::string const& name, std::string const& script);
+    /// Waits for a file that another process makes.
+    void awaitFile(std::string const& name) const;
     std::string bytesOf(std::string const& name) const;
     /// Names in the folder, sorted, those of the captured streams left out.
     std::vector<std::string> files() const;
 
 private:
     std::filesystem::path m_folder;
+    std::string m_path;  ///< the PATH as it was, once it was changed
 };
 
 /// An interleaved picture with values in the file's own type.
