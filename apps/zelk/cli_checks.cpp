@@ -258,11 +258,13 @@ ModuleRequest checkedModule(TypedOptions const& typed) {
 RenderRequest checkedRender(TypedOptions const& asTyped) {
     constexpr int kMostThreads = 1024;
     RenderRequest request;
+    std::optional<Project> project;
     if (asTyped.project)
-        request.project = std::make_shared<Project const>(
-            readProject(required(asTyped.project, "--project", "a project file")));
-    TypedOptions const typed = request.project ? withProject(asTyped, *request.project) : asTyped;
+        project = readProject(required(asTyped.project, "--project", "a project file"));
+    TypedOptions const typed = project ? withProject(asTyped, *project) : asTyped;
     addTimeOptions(typed, request);
+    if (project && typed.frames) fitToFrames(*project, *typed.frames);
+    if (project) request.project = std::make_shared<Project const>(*std::move(project));
     if (typed.plate) request.plate = pictureFile(typed.plate, "--over");
     if (typed.frameSize) request.frameSize = checkedSize(*typed.frameSize);
     request.noClobber = typed.noClobber;

@@ -333,6 +333,8 @@ Project readRoot(Node const& root) {
     root.requireKeys("project");
     Project project;
     project.comp = readComp(root.at("comp"));
+    project.ownStart = root.at("comp").find("startFrame").has_value();
+    project.ownDuration = root.at("comp").find("duration").has_value();
     project.layer = readPath(root.at("layer"));
     if (auto const plate = root.find("plate")) project.plate = readPath(*plate);
     if (auto const output = root.find("output")) project.output = readPath(*output);
@@ -340,6 +342,7 @@ Project readRoot(Node const& root) {
         project.frames = frames->text("frames such as 1001-1100");
         if (!isTaken([&] { parseFrameRange("", *project.frames); }))
             frames->fail("frames such as 1001-1100");
+        fitToFrames(project, *project.frames);
     }
     if (auto const render = root.find("render")) project.render = readRender(*render);
     if (auto const parameters = root.find("parameters"))
@@ -461,6 +464,8 @@ std::string projectText(Project const& project) {
                     {"version", kVersion},
                     {"comp", compJson(project.comp)},
                     {"layer", project.layer}};
+    if (!project.ownStart) json["comp"].erase("startFrame");
+    if (!project.ownDuration) json["comp"].erase("duration");
     if (project.plate) json["plate"] = *project.plate;
     if (project.output) json["output"] = *project.output;
     if (project.frames) json["frames"] = *project.frames;
@@ -472,6 +477,18 @@ std::string projectText(Project const& project) {
         json["parameters"][std::string(name)] = parameterJson(parameter);
     }
     return jsonText(json);
+}
+
+void fitToFrames(Project& project, std::string const& frames) {
+    if (project.ownStart && project.ownDuration) return;
+    std::vector<int> const all = parseFrameRange("frames", frames);
+    auto const [first, last] = std::minmax_element(all.begin(), all.end());
+    Comp& comp = project.comp;
+    if (!project.ownStart) comp.startFrame = *first;
+    std::int64_t const duration = std::int64_t{*last} - comp.startFrame + 1;
+    if (!project.ownDuration)
+        comp.durationFrames =
+            static_cast<int>(std::clamp<std::int64_t>(duration, 1, INT32_MAX / comp.timeBase.step));
 }
 
 void writeProject(Project const& project, fs::path const& file, bool mayReplace) {

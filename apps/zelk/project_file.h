@@ -50,6 +50,7 @@ struct Project {
     std::filesystem::path
         file;  ///< where it was read from; empty: paths start at the working folder
     Comp comp;
+    bool ownStart = true, ownDuration = true;  ///< false: left out, see fitToFrames
     std::string layer;
     std::optional<std::string> plate, output;
     std::optional<std::string> frames;  ///< as parseFrameRange takes it
@@ -65,6 +66,10 @@ struct Project {
 Project readProject(std::filesystem::path const& file);
 /// The same for a text that is told to come from `file`.
 Project projectFromText(std::filesystem::path const& file, std::string_view text);
+
+/// A start and a duration that the project leaves out are those of the frames to be rendered.
+/// readProject does so for the project's own `frames`.
+void fitToFrames(Project& project, std::string const& frames);
 
 /// Writes the project whole or not at all: what was there stays until then. In another folder than
 /// the project's own, relative paths are rewritten to lead to the same files. Throws an output

@@ -190,6 +190,27 @@ TEST_F(ProjectFile, WhatIsWrongIsNamedWithItsPlace) {
         EXPECT_TRUE(refusalOf([&] { readProject(at(name)); }).starts_with("3 "));
 }
 
+TEST_F(ProjectFile, WithoutAStartItIsThatOfTheFrames) {
+    for (auto const& [comp, frames, start, duration] :
+         {std::tuple{"", "", 0, 1},
+          {"", R"("frames": "1012-1001x-1,1005",)", 1001, 12},
+          {R"(, "startFrame": 990)", R"("frames": "1001-1012",)", 990, 23},
+          {R"(, "startFrame": 5, "duration": 9)", R"("frames": "1001-1012",)", 5, 9},
+          {R"(, "duration": 9)", R"("frames": "7",)", 7, 9}}) {
+        std::string const text = std::string(R"({"schema": "zelk-project", "version": 1, )") +
+                                 frames + R"("layer": "a.png", "comp":
+            {"width": 8, "height": 6, "rate": 25)" +
+                                 comp + "}}";
+        Project project = readProject(put("p.zelk.json", text));
+        EXPECT_EQ(project.comp.startFrame, start) << text;
+        EXPECT_EQ(project.comp.durationFrames, duration) << text;
+        Project const again = readProject(put("p.zelk.json", projectText(project)));
+        EXPECT_EQ(projectText(again), projectText(project));
+        fitToFrames(project, "-3-4");
+        EXPECT_EQ(project.comp.startFrame, project.ownStart ? start : -3) << text;
+    }
+}
+
 TEST_F(ProjectFile, AFailedSaveLeavesWhatWasThere) {
     Project const project = readProject(put("a.zelk.json", kGood));
     rlimit limit{};
