@@ -16,8 +16,8 @@ namespace zelk {
 namespace {
 
 PictureReader open(InputFiles const& files, int frameNumber) {
-    InputPicture const picture = files.own(frameNumber);
-    return PictureReader(picture.file, picture.number);
+    if (!files.isThere(frameNumber)) throw UserError(ExitCode::kInput, files.missing(frameNumber));
+    return files.own(frameNumber).open();
 }
 
 /// Colour over alpha, in a float world.

@@ -41,6 +41,8 @@ void checkFile(std::filesystem::path const& file) {
 
 std::unique_ptr<OIIO::ImageInput> openPicture(std::filesystem::path const& file) {
     checkFile(file);
+    if (isMovieInput(file) && MovieFrames::isAvailable())
+        return std::make_unique<MoviePicture>(std::make_shared<MovieFrames>(file), 0);
     OIIO::ImageSpec config;
     config.attribute("oiio:UnassociatedAlpha", 1);  // straight colour as it is stored
     auto input = OIIO::ImageInput::open(file.string(), &config);
@@ -111,9 +113,16 @@ int PictureReader::countOf(std::filesystem::path const& file) {
 }
 
 PictureReader::PictureReader(std::filesystem::path const& file, int number)
+    : PictureReader(file, number, nullptr) {}
+
+PictureReader::PictureReader(std::filesystem::path const& file, int number,
+                             std::shared_ptr<MovieFrames> const& movie)
     : m_file(file), m_number(number) {
     QuietLibraries const quiet;
-    m_input = openPicture(file);
+    if (movie)
+        m_input = std::make_unique<MoviePicture>(movie, number);
+    else
+        m_input = openPicture(file);
     if (number > 0 && !m_input->seek_subimage(number, 0)) {
         m_input->geterror();
         throw UserError(ExitCode::kInput,

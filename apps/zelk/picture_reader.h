@@ -18,6 +18,7 @@
 #include <string>
 #include <vector>
 
+#include "apps/zelk/movie_frames.h"
 #include "hostkit/world.h"
 
 namespace zelk {
@@ -43,6 +44,9 @@ public:
     explicit PictureReader(std::filesystem::path const& file) : PictureReader(file, -1) {}
     /// The picture of that number in a file of many, from 0, such as a movie's frame.
     PictureReader(std::filesystem::path const& file, int number);
+    /// The same, of a movie that is read picture after picture.
+    PictureReader(std::filesystem::path const& file, int number,
+                  std::shared_ptr<MovieFrames> const& movie);
     /// How many pictures a file tells that it holds.
     static int countOf(std::filesystem::path const& file);
 

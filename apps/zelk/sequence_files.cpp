@@ -25,13 +25,6 @@ bool isPattern(fs::path const& name) {
     return !onDisk(name) && SequenceName(name.string()).isSequence();
 }
 
-bool isMovieInput(fs::path const& name) {
-    constexpr char const* kMovies[] = {".mov", ".mp4",  ".mkv", ".m4v",
-                                       ".avi", ".webm", ".mxf", ".mpg"};
-    std::string const extension = lowered(name.extension().string());
-    return std::find(std::begin(kMovies), std::end(kMovies), extension) != std::end(kMovies);
-}
-
 /// Of the composition, which a movie's first picture is: the project's, else the least of the
 /// range.
 int firstFrameOf(RenderRequest const& request) {
@@ -83,7 +76,10 @@ bool onDisk(fs::path const& path) {
 
 InputFiles::InputFiles(fs::path const& name, MissingInput missing)
     : m_name(name), m_missing(missing) {
-    if (isMovieInput(name)) m_movieFrames = PictureReader::countOf(name);
+    if (isMovieInput(name) && onDisk(name) && MovieFrames::isAvailable())
+        m_movie = std::make_shared<MovieFrames>(name);
+    if (isMovieInput(name))
+        m_movieFrames = m_movie ? m_movie->count() : PictureReader::countOf(name);
     if (!isPattern(name)) return;
     m_pattern.emplace(name.string());
     if (missing == MissingInput::kHold) m_there = framesOnDisk(*m_pattern);
@@ -97,13 +93,23 @@ std::vector<int> InputFiles::framesThere() const {
 }
 
 InputPicture InputFiles::own(int frame) const {
-    if (m_movieFrames > 0) return {m_name, frame - m_firstFrame};
+    if (m_movieFrames > 0) return {m_name, frame - m_firstFrame, m_movie};
     return {m_pattern ? m_pattern->pathOf(frame) : m_name};
 }
 
 bool InputFiles::isThere(int frame) const {
     if (m_movieFrames > 0) return frame >= m_firstFrame && frame - m_firstFrame < m_movieFrames;
     return onDisk(own(frame).file);
+}
+
+Complaint InputFiles::missing(int frame) const {
+    std::string const name = own(frame).file.string();
+    if (m_movieFrames == 0) return {name, "no such file", name, "a picture"};
+    return {
+        name,
+        fmt::format("the movie has {} pictures, frame {} would be picture", m_movieFrames, frame),
+        std::to_string(frame - m_firstFrame + 1),
+        fmt::format("a frame from {} to {}", m_firstFrame, m_firstFrame + m_movieFrames - 1)};
 }
 
 std::optional<InputPicture> InputFiles::pictureOf(int frame) const {

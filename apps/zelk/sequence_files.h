@@ -3,11 +3,14 @@
 #pragma once
 
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "apps/zelk/cli_options.h"
+#include "apps/zelk/errors.h"
+#include "apps/zelk/picture_reader.h"
 #include "apps/zelk/sequence_names.h"
 
 namespace zelk {
@@ -21,9 +24,11 @@ bool onDisk(std::filesystem::path const& path);
 /// A picture file, or one picture of a movie.
 struct InputPicture {
     std::filesystem::path file;
-    int number = -1;  ///< in a movie, from 0
+    int number = -1;                          ///< in a movie, from 0
+    std::shared_ptr<MovieFrames> movie = {};  ///< where the movie's own program decodes it
 
     std::string name() const;  ///< for messages
+    PictureReader open() const { return PictureReader(file, number, movie); }
 };
 
 /// One of the inputs: a numbered one, a movie, whose first picture is the first frame's, or the
@@ -39,6 +44,8 @@ public:
     /// The picture that the frame's number names, there or not.
     InputPicture own(int frame) const;
     bool isThere(int frame) const;
+    /// What to say of a frame that is not there.
+    Complaint missing(int frame) const;
 
     /// The file that stands for a frame; nothing for a black one.
     std::optional<InputPicture> pictureOf(int frame) const;
@@ -48,6 +55,7 @@ private:
     MissingInput m_missing;
     std::optional<SequenceName> m_pattern;
     std::vector<int> m_there;
+    std::shared_ptr<MovieFrames> m_movie;
     int m_movieFrames = 0, m_firstFrame = 0;
 };
 
@@ -58,9 +66,8 @@ struct Files {
     bool isReadable(int frame) const {
         return layer.isThere(frame) && (!plate || plate->isThere(frame));
     }
-    std::string missingOf(int frame) const {
-        return (layer.isThere(frame) ? *plate : layer).own(frame).name();
-    }
+    /// The one that makes a frame unreadable.
+    InputFiles const& missingOf(int frame) const { return layer.isThere(frame) ? *plate : layer; }
 
     InputFiles layer;
     std::optional<InputFiles> plate;

@@ -83,9 +83,11 @@ ExitCode SequenceRun::run() {
     m_progress.begin(m_schedule.frames.size());
     if (!m_schedule.frames.empty()) renderFrames(*host, files);
     if (m_schedule.missingFrame && !m_result.isStopped) {
-        m_missing = files.missingOf(*m_schedule.missingFrame);
-        throw UserError(ExitCode::kInput, {m_missing, "no such file", m_missing,
-                                           "a picture, or --missing (" + summary() + ")"});
+        Complaint complaint =
+            files.missingOf(*m_schedule.missingFrame).missing(*m_schedule.missingFrame);
+        m_missing = complaint.thing;
+        complaint.expected += ", or --missing (" + summary() + ")";
+        throw UserError(ExitCode::kInput, complaint);
     }
     m_progress.end({written(), m_schedule.skipped, m_result.isStopped});
     if (m_request.progress != ProgressMode::kNone && !m_progress.tellsErrors())

@@ -92,12 +92,12 @@ void SequenceRenderer::readSizes(std::vector<int> const& frames) {
             auto const picture = files.pictureOf(frame);
             if (!picture || !onDisk(picture->file)) continue;
             try {
-                return PictureReader(picture->file, picture->number);
+                return picture->open();
             } catch (UserError const&) {
                 // Its own frame will fail; the others need a size all the same.
             }
         }
-        return PictureReader(files.own(frames.front()).file);
+        return files.own(frames.front()).open();
     };
     PictureReader const layer = first(m_files.layer);
     m_layerSize = {layer.width(), layer.height()};
@@ -128,7 +128,7 @@ World SequenceRenderer::loadLayer(std::optional<InputPicture> const& file, Pictu
         return isModule() ? World(m_host.worldSpec(size.width, size.height, m_ask.depth))
                           : World({size.width, size.height, Depth::kFloat});
     }
-    PictureReader picture(file->file, file->number);
+    PictureReader picture = file->open();
     requireSize(*file, picture, m_layerSize);
     traits = picture.traits();
     m_warnings.add(picture.warnings());
@@ -145,7 +145,7 @@ World SequenceRenderer::loadPlate(std::optional<InputPicture> const& file, Pictu
             for (int x = 0; x < black.width(); ++x) black.rowAs<float>(y)[4 * x] = 1;
         return black;
     }
-    PictureReader picture(file->file, file->number);
+    PictureReader picture = file->open();
     requireSize(*file, picture, m_frameSize);
     traits = picture.traits();
     m_warnings.add(picture.warnings());

@@ -8,12 +8,14 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
+#include "apps/zelk/movie_frames.h"
 #include "tests/apps/zelk_process.h"
 
 namespace {
 
 using zelk_test::noise;
 using zelk_test::Outcome;
+using zelk_test::Picture;
 using zelk_test::readPicture;
 using zelk_test::writePicture;
 
@@ -242,6 +244,53 @@ TEST_F(Sequence, AMovieIsPipedAndTakesItsPlaceWhole) {
     EXPECT_EQ(outcome.exitCode, 4);
     EXPECT_NE(outcome.err.find("the package ffmpeg"), std::string::npos) << outcome.err;
     EXPECT_EQ(countOf("n"), 0);
+}
+
+// A lossless movie gives its pictures back to the bit, in a range, alone and backwards; one of
+// H.264 gives all of them, in the colours that went in: BT.601 would be 20 steps of 255 off.
+TEST_F(Sequence, AMovieIsReadAsItWasWritten) {
+    if (!zelk::MovieFrames::isAvailable()) GTEST_SKIP() << "no ffmpeg here";
+    auto const still = [&](std::string const& in, std::string const& out,
+                           std::string const& frames) {
+        return run({"render", in, "-o", out, "--frames", frames, "--view", "original", "--progress",
+                    "none"});
+    };
+    Picture<std::uint8_t> flat{64, 48, 3, std::vector<std::uint8_t>(64 * 48 * 3), {}};
+    for (std::size_t i = 0; i < flat.values.size(); ++i) flat.values[i] = i % 3 == 0 ? 200 : 30;
+    for (unsigned n = 1; n <= 5; ++n) {
+        writePicture(at("n." + std::to_string(n) + ".png"), noise<std::uint16_t>(20, 14, 4, n));
+        writePicture(at("c." + std::to_string(n) + ".png"), flat);
+    }
+    for (char const* out : {"n.mkv", "file.%d.png"})  // both in the host's 15 bits
+        ASSERT_EQ(still("n.%d.png", out, "1-5").exitCode, 0);
+    ASSERT_EQ(still("c.%d.png", "c.mp4", "1-5").exitCode, 0);
+    // A movie's first picture is the least frame asked for: in a project, the composition's first.
+    put("m.zelk.json", R"({"schema": "zelk-project", "version": 1, "layer": "n.mkv",
+        "comp": {"width": 20, "height": 14, "rate": 25, "startFrame": 1},
+        "parameters": {"view-mode": {"value": "Original"}}})");
+    for (auto const& [stem, frames] : {std::pair{"all", "1-5"}, {"back", "5-1x-1"}, {"one", "4"}}) {
+        Outcome const outcome =
+            run({"render", "--project", "m.zelk.json", "-o", std::string(stem) + ".%d.png",
+                 "--frames", frames, "--progress", "none"});
+        ASSERT_EQ(outcome.exitCode, 0) << outcome.err;
+    }
+    for (int n = 1; n <= 5; ++n)
+        for (std::string const stem : {"all", "back", "one"}) {
+            if (stem == "one" && n != 4) continue;
+            std::string const end = "." + std::to_string(n) + ".png";
+            EXPECT_EQ(readPicture<std::uint16_t>(at(stem + end)),
+                      readPicture<std::uint16_t>(at("file" + end)))
+                << stem << n;
+        }
+    ASSERT_EQ(still("c.mp4", "d.%d.png", "1-5").exitCode, 0);
+    auto const last = readPicture<std::uint8_t>(at("d.5.png"));
+    for (std::size_t c = 0; c < 3; ++c) EXPECT_NEAR(last.values[c], c == 0 ? 200 : 30, 3);
+    Outcome const beyond = still("n.mkv", "x.%d.png", "4-9");
+    EXPECT_EQ(beyond.exitCode, 3);
+    EXPECT_NE(beyond.err.find("n.mkv: the movie has 5 pictures, frame 9 would be picture \"6\", "
+                              "expected a frame from 4 to 8, or --missing (5 frames written)"),
+              std::string::npos)
+        << beyond.err;
 }
 
 }  // namespace

@@ -1,0 +1,145 @@
+// What a movie holds, and the decoder's pipe; see movie_frames.h.
+#include "apps/zelk/movie_frames.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <iterator>
+#include <map>
+#include <regex>
+#include <sstream>
+#include <system_error>
+#include <utility>
+
+#include "apps/zelk/errors.h"
+#include "apps/zelk/numbers.h"
+
+namespace zelk {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// A name with a colon would be taken for a protocol.
+std::string urlOf(fs::path const& file) { return "file:" + file.string(); }
+
+std::map<std::string, std::string> factsOf(fs::path const& file) {
+    ChildProgram probe({"ffprobe", "-v", "error", "-select_streams", "v:0", "-count_packets",
+                        "-show_entries", "stream=width,height,pix_fmt,color_space,nb_read_packets",
+                        "-of", "default=noprint_wrappers=1", urlOf(file)},
+                       ChildProgram::Pipe::kFromOutput);
+    std::istringstream lines(probe.readAll());
+    probe.await();
+    std::map<std::string, std::string> facts;
+    for (std::string line; std::getline(lines, line);) {
+        auto const equals = line.find('=');
+        if (equals != line.npos) facts[line.substr(0, equals)] = line.substr(equals + 1);
+    }
+    if (!facts.contains("width"))
+        throw UserError(ExitCode::kInput, {file.string(), "cannot be read:", probe.words(),
+                                           "a movie that ffmpeg reads"});
+    return facts;
+}
+
+std::string matrixOf(std::string const& named, int height) {
+    static std::map<std::string, std::string> const matrices = {
+        {"bt709", "bt709"},         {"smpte170m", "bt601"}, {"bt470bg", "bt601"}, {"fcc", "fcc"},
+        {"smpte240m", "smpte240m"}, {"bt2020nc", "bt2020"}, {"bt2020c", "bt2020"}};
+    auto const found = matrices.find(named);
+    if (found != matrices.end()) return found->second;
+    return height >= 720 ? "bt709" : "bt601";
+}
+
+}  // namespace
+
+bool isMovieInput(fs::path const& file) {
+    constexpr char const* kMovies[] = {".mov", ".mp4",  ".mkv", ".m4v",
+                                       ".avi", ".webm", ".mxf", ".mpg"};
+    std::string const extension = lowered(file.extension().string());
+    return std::find(std::begin(kMovies), std::end(kMovies), extension) != std::end(kMovies);
+}
+
+bool MovieFrames::isAvailable() { return isProgramThere("ffmpeg") && isProgramThere("ffprobe"); }
+
+MovieFrames::MovieFrames(fs::path file) : m_file(std::move(file)) {
+    auto facts = factsOf(m_file);
+    auto const whole = [&](char const* key) {
+        return static_cast<int>(parseNumber(facts[key]).value_or(0));
+    };
+    m_width = whole("width");
+    m_height = whole("height");
+    m_count = whole("nb_read_packets");
+    // Names such as yuv422p10le, p010le, rgb48le, gbrapf32le; of 8 bits yuv420p, nv16, rgb565le.
+    static std::regex const deep("(9|10|12|14|16|20|48|64|32)[lb]e$");
+    static std::regex const alpha("yuva|gbrap|rgba|bgra|argb|abgr|^ya|pal8");
+    m_isDeep = std::regex_search(facts["pix_fmt"], deep);
+    m_hasAlpha = std::regex_search(facts["pix_fmt"], alpha);
+    m_matrix = matrixOf(facts["color_space"], m_height);
+}
+
+OIIO::ImageSpec MovieFrames::spec() const {
+    OIIO::ImageSpec spec(m_width, m_height, m_hasAlpha ? 4 : 3,
+                         m_isDeep ? OIIO::TypeUInt16 : OIIO::TypeUInt8);
+    spec.attribute("oiio:subimages", m_count);
+    spec.attribute("oiio:UnassociatedAlpha", 1);
+    return spec;
+}
+
+std::vector<std::string> MovieFrames::decoderWords(int first) const {
+    std::string const format =
+        m_isDeep ? (m_hasAlpha ? "rgba64le" : "rgb48le") : (m_hasAlpha ? "rgba" : "rgb24");
+    std::string const filter = fmt::format(
+        "select=gte(n\\,{}),scale=in_color_matrix={}:flags=accurate_rnd+full_chroma_int", first,
+        m_matrix);
+    return {"ffmpeg",      "-v",   "error",    "-nostdin", "-noautorotate", "-i",
+            urlOf(m_file), "-map", "0:v:0",    "-vf",      filter,          "-vsync",
+            "passthrough", "-f",   "rawvideo", "-pix_fmt", format,          "-"};
+}
+
+bool MovieFrames::start(int first) {
+    m_decoder.reset();
+    m_nextRow = std::int64_t{first} * m_height;
+    try {
+        m_decoder.emplace(decoderWords(first), ChildProgram::Pipe::kFromOutput);
+        return true;
+    } catch (std::system_error const&) {
+        return false;
+    }
+}
+
+bool MovieFrames::readRow(int number, int y, void* row) {
+    std::int64_t const wanted = std::int64_t{number} * m_height + y;
+    if ((!m_decoder || wanted < m_nextRow) && !start(number)) return false;
+    std::size_t const bytes = spec().scanline_bytes();
+    // What is passed over is read into the same place.
+    for (; m_nextRow <= wanted; ++m_nextRow)
+        if (!m_decoder->read(row, bytes)) {
+            m_decoder->await();
+            return false;
+        }
+    return true;
+}
+
+std::string MovieFrames::words() const {
+    std::string const words = m_decoder ? m_decoder->words() : std::string();
+    return words.empty() ? "the movie ends before this picture" : words;
+}
+
+MoviePicture::MoviePicture(std::shared_ptr<MovieFrames> movie, int number)
+    : m_movie(std::move(movie)), m_number(std::max(number, 0)) {
+    m_spec = m_movie->spec();
+}
+
+bool MoviePicture::seek_subimage(int subimage, int miplevel) {
+    if (subimage < 0 || subimage >= m_movie->count() || miplevel != 0) return false;
+    m_number = subimage;
+    return true;
+}
+
+bool MoviePicture::read_native_scanline(int subimage, int, int y, int, void* data) {
+    if (m_movie->readRow(subimage, y, data)) return true;
+    errorfmt("{}", m_movie->words());
+    return false;
+}
+
+}  // namespace zelk
