@@ -1,5 +1,4 @@
-// The parts of the blurs by themselves: the tent of one line and its drift, a pass, the smoothing
-// of the pyramid's levels.
+// The parts of the blurs by themselves: a pass with its ramps, the smoothing of the pyramid's levels.
 #include <gtest/gtest.h>
 
 #include "Transform/Common/Shadow_BlurPass_RenderFunc/TentBlurPass.h"
