@@ -185,6 +185,7 @@ void writeTrack(Track const& track, TrackFormat const& format, std::filesystem::
     if (!mayReplace && std::filesystem::exists(std::filesystem::symlink_status(file, fault)))
         throw UserError(ExitCode::kOutput, {file.string(), "there is one already:", file.string(),
                                             "a new name, or --force"});
+    checkPlace(file, false);
     writeTextFile(file, format.write(track), mayReplace);
 }
 

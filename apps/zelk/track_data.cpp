@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace zelk {
 
@@ -60,7 +61,8 @@ void shiftFrames(Track& track, double frames) {
 
 void makePixelsSquare(Track& track, double aspect) {
     changeSamples(track, [&](TrackSample& sample) { sample.x *= aspect; });
-    track.width = static_cast<int>(std::lround(track.width * aspect));
+    constexpr double kMost = std::numeric_limits<int>::max();
+    track.width = static_cast<int>(std::min(std::round(track.width * aspect), kMost));
     track.pixelAspect = 1;
 }
 

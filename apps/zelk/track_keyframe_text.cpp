@@ -95,8 +95,7 @@ private:
         for (std::size_t i = 0; i < 3 && i < words.size(); ++i) values[i] = parseNumber(words[i]);
         if (!values[1] || !values[2])
             m_text.refuse(number, "not three numbers:", trimmed(line), "frame, x and y");
-        m_track.corners[static_cast<std::size_t>(m_open)].samples.push_back(
-            {*values[0], *values[1], *values[2], number});
+        addSample(m_text, m_track, m_open, {*values[0], *values[1], *values[2], number});
     }
 
     TrackText const& m_text;

@@ -36,6 +36,7 @@ public:
         auto const count = std::min(ends ? end + 1 : kPieceBytes, m_rest.size());
         m_piece.assign(m_rest.substr(0, count));
         m_piece.resize(std::strlen(m_piece.c_str()));
+        while (!m_piece.empty() && std::strchr("\r\n", m_piece.back())) m_piece.pop_back();
         m_rest.remove_prefix(count);
         m_isPart = !m_endsLine || (!ends && !m_rest.empty());
         m_endsLine = ends;
@@ -126,8 +127,8 @@ private:
                                         "count for {}",
                                         kCornerWords[static_cast<std::size_t>(m_open)]));
         m_strange = 0;
-        m_track.corners[static_cast<std::size_t>(m_open)].samples.push_back(
-            {plainNumber(line.frame), plainNumber(line.x), plainNumber(line.y), number});
+        addSample(m_text, m_track, m_open,
+                  {plainNumber(line.frame), plainNumber(line.x), plainNumber(line.y), number});
     }
 
     void takeOther(std::string const& piece, int number) {
@@ -148,7 +149,7 @@ private:
                           "lines of frame, x and y after it");
     }
 
-    void note(int line, std::string text) { m_track.notes.push_back({line, std::move(text)}); }
+    void note(int line, std::string text) { addNote(m_track, line, std::move(text)); }
 
     void noteLong(int line) {
         if (m_longLine == 0)

@@ -117,8 +117,7 @@ private:
         m_node = m_before;
         m_isPin = m_node == kNode;
         if (m_isPin && ++m_pinNodes == 2)
-            m_track.notes.push_back(
-                {m_words.line(), "more than one corner pin: the first is read"});
+            addNote(m_track, m_words.line(), "more than one corner pin: the first is read");
     }
 
     Pin* pinNamed(std::string_view name) {
@@ -183,6 +182,7 @@ private:
                 *frame += 1;
             }
             if (!frame) refuse("no frame before", word, "xFRAME");
+            if (++m_keys > 2 * kMostSamples) refuseSample(m_text, m_words.line());
             component.keys.push_back({*frame, value});
             isTold = false;
         }
@@ -228,8 +228,7 @@ private:
 
     void addCorner(Pin const& pin, int corner) {
         if (pin.line == 0) return;
-        CornerTrack& track = m_track.corners[static_cast<std::size_t>(corner)];
-        track.line = pin.line;
+        m_track.corners[static_cast<std::size_t>(corner)].line = pin.line;
         Component const& x = pin.xy[0];
         Component const& y = pin.xy[1];
         auto const sameFrame = [](Key const& a, Key const& b) { return a.frame == b.frame; };
@@ -242,9 +241,9 @@ private:
         std::size_t const count = keyed.constant ? 1 : keyed.keys.size();
         for (std::size_t i = 0; i < count; ++i) {
             double const frame = keyed.constant ? firstFrame() : keyed.keys[i].frame;
-            track.samples.push_back({frame, x.constant ? *x.constant : x.keys[i].value,
-                                     m_size->height - (y.constant ? *y.constant : y.keys[i].value),
-                                     pin.line});
+            addSample(m_text, m_track, corner,
+                      {frame, x.constant ? *x.constant : x.keys[i].value,
+                       m_size->height - (y.constant ? *y.constant : y.keys[i].value), pin.line});
         }
     }
 
@@ -269,6 +268,7 @@ private:
     std::optional<PixelSize> m_size;
     Pin m_to[4], m_from[4];
     std::string_view m_node, m_before;
+    std::size_t m_keys = 0;  ///< of all curves
     int m_depth = 0, m_pinNodes = 0;
     bool m_isPin = false;
 };

@@ -29,8 +29,7 @@ struct Row {
     }
 
     void add(int corner, double frame, int x, int y, Track& track) const {
-        track.corners[static_cast<std::size_t>(corner)].samples.push_back(
-            {frame, number(x), number(y), line});
+        addSample(text, track, corner, {frame, number(x), number(y), line});
     }
 };
 

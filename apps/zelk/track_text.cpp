@@ -16,6 +16,22 @@ void TrackText::refuse(int line, std::string const& wrong, std::string_view valu
     throw UserError(ExitCode::kInput, {file, place + wrong, shortened(value), expected});
 }
 
+void addSample(TrackText const& text, Track& track, int corner, TrackSample const& sample) {
+    std::size_t count = 0;
+    for (CornerTrack const& one : track.corners) count += one.samples.size();
+    if (count == kMostSamples) refuseSample(text, sample.line);
+    track.corners[static_cast<std::size_t>(corner)].samples.push_back(sample);
+}
+
+void refuseSample(TrackText const& text, int line) {
+    text.refuse(line, "more samples than", fmt::format("{}", kMostSamples), "a shorter track");
+}
+
+void addNote(Track& track, int line, std::string text) {
+    constexpr std::size_t kMostNotes = 20;
+    if (track.notes.size() < kMostNotes) track.notes.push_back({line, std::move(text)});
+}
+
 bool TextLines::next() {
     if (m_rest.empty()) return false;
     auto const end = std::min(m_rest.find_first_of("\r\n"), m_rest.size());

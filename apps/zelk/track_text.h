@@ -25,6 +25,16 @@ struct TrackText {
                              std::string const& expected) const;
 };
 
+/// Of a file: an hour of frames, four times. It bounds the memory that a file can take.
+inline constexpr std::size_t kMostSamples = 400'000;
+
+/// Refuses one beyond kMostSamples.
+void addSample(TrackText const& text, Track& track, int corner, TrackSample const& sample);
+[[noreturn]] void refuseSample(TrackText const& text, int line);
+
+/// Keeps the first notes of a reader: a file of faults would have as many as lines.
+void addNote(Track& track, int line, std::string text);
+
 /// Lines of a text, whatever ends them: LF, CR LF or CR.
 class TextLines {
 public:

@@ -27,8 +27,8 @@ std::vector<std::string> render(std::vector<std::string> const& more) {
 
 std::vector<Wrong> const kWrong = {
     // Words of the command line.
-    {"NoCommand", {}, 2, {"COMMAND", "render, params or project"}},
-    {"UnknownCommand", {"sheet"}, 2, {"\"sheet\"", "render, params or project"}},
+    {"NoCommand", {}, 2, {"COMMAND", "render, params, project"}},
+    {"UnknownCommand", {"sheet"}, 2, {"\"sheet\"", "render, params, project"}},
     {"NoLayer", {"render", "-o", "out.png"}, 2, {"LAYER"}},
     {"NoOutput", {"render", "in.png"}, 2, {"--output"}},
     {"UnknownOption", render({"--qality", "low"}), 2, {"\"--qality\"", "--quality"}},
@@ -94,6 +94,22 @@ std::vector<Wrong> const kWrong = {
     {"NoFolder", {"render", "in.png", "-o", "none/out.png"}, 4, {"none/out.png", "no folder"}},
     {"NoFormat", {"render", "in.png", "-o", "out.xyz"}, 4, {"out.xyz", "\".xyz\""}},
     {"TargetFolder", {"render", "in.png", "-o", "folder.png"}, 4, {"not a regular file"}},
+    // Tracks.
+    {"TrackNone", {"track"}, 2, {"FILE", "a tracking file"}},
+    {"TrackOut", {"track", "convert", "in.png"}, 2, {"OUT", "convert IN OUT"}},
+    {"TrackMore", {"track", "a", "b"}, 2, {"\"b\"", "convert IN OUT"}},
+    {"TrackForm", {"track", "a", "--format", "b"}, 2, {"--format", "\"b\"", "mocha, keyframes"}},
+    {"TrackAs", {"track", "convert", "a", "b.xyz"}, 2, {"b.xyz", "\".xyz\"", "--as"}},
+    {"TrackCorners", {"track", "a", "--corners", "ul,ul,ll,lr"}, 2, {"--corners", "each once"}},
+    {"TrackAspect", {"track", "a", "--pixel-aspect", "0"}, 2, {"\"0\"", "10/11"}},
+    {"TrackOver", {"track", "a", "--over", "in.png"}, 2, {"--over", "--plot"}},
+    {"TrackNoFile", {"track", "none.txt"}, 3, {"none.txt", "cannot be read"}},
+    {"TrackFolder", {"track", "folder"}, 3, {"folder", "cannot be read"}},
+    {"TrackText", {"track", "text.png"}, 3, {"text.png", "no corner's section"}},
+    {"TrackSize", {"track", "convert", "wide.csv", "o.txt"}, 2, {"o.txt", "--size WxH"}},
+    {"TrackFlip", {"track", "wide.csv", "--flip-y"}, 2, {"--flip-y", "--size WxH"}},
+    {"TrackTold", {"track", "wide.csv", "--plot", "out.xyz"}, 4, {"out.xyz", "\".xyz\""}},
+    {"TrackPlace", {"track", "convert", "wide.csv", "none/o.csv"}, 4, {"none/o.csv", "no folder"}},
     {"LineEnds", {"render", "a\nb.png", "-o", "out.png"}, 3, {"a b.png"}},
 };
 
@@ -104,6 +120,7 @@ protected:
         writePicture(at("in.png"), noise<std::uint8_t>(2, 2, 4, 1));
         put("text.png", "no picture at all");
         put("empty.png", "");
+        put("wide.csv", "0,1,1,9,1,1,9,9,9\n");
         ASSERT_EQ(::mkfifo(at("pipe.png").c_str(), 0600), 0);
         std::filesystem::create_directory(at("folder"));
         std::filesystem::create_directory(at("folder.png"));

@@ -1,0 +1,365 @@
+// Tracking data: every form against every other, the effect's own form against the effect's import,
+// and what is told of files that are wrong, odd or of more than one form.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <clocale>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <locale>
+#include <random>
+
+#include "apps/zelk/errors.h"
+#include "apps/zelk/text_file.h"
+#include "apps/zelk/track_check.h"
+#include "apps/zelk/track_formats.h"
+#include "apps/zelk/track_mocha.h"
+#include "fuzz/fuzz_targets.h"
+#include "tracking/LoadMochaFile.h"
+#include "tracking/MochaLoader.h"
+
+namespace zelk {
+namespace {
+
+namespace fs = std::filesystem;
+
+fs::path const kCorpus = ZELK_FUZZ_CORPUS;
+
+/// A German locale for C and C++ while it lives, made for the test.
+class CommaLocale {
+public:
+    CommaLocale() {
+        std::string folder = fs::temp_directory_path() / "zelk-locale-XXXXXX";
+        m_folder = ::mkdtemp(folder.data());
+        std::string const make =
+            "localedef -i de_DE -f UTF-8 " + (m_folder / "de_DE.UTF-8").string();
+        m_isReal = std::system(make.c_str()) == 0 && ::setenv("LOCPATH", m_folder.c_str(), 1) == 0;
+        m_isReal = m_isReal && std::setlocale(LC_ALL, "de_DE.UTF-8") != nullptr;
+        if (m_isReal) std::locale::global(std::locale("de_DE.UTF-8"));
+    }
+    ~CommaLocale() {
+        std::locale::global(std::locale::classic());
+        fs::remove_all(m_folder);
+    }
+    bool isReal() const { return m_isReal && std::strtod("1,5", nullptr) == 1.5; }
+
+private:
+    fs::path m_folder;
+    bool m_isReal = false;
+};
+
+/// Sixteenths of a pixel below 4096: a single float holds them, and a frame's height minus them.
+Track randomTrack(std::mt19937& random) {
+    Track track;
+    track.width = std::uniform_int_distribution(1, 4096)(random);
+    track.height = std::uniform_int_distribution(1, 4096)(random);
+    track.rate = 23.976;
+    std::uniform_int_distribution<int> sixteenths(-65536, 65536), frames(-400, 400);
+    std::vector<double> times;
+    for (int i = 0; i < 12; ++i) times.push_back(frames(random) / 4.0);
+    for (CornerTrack& corner : track.corners) {
+        std::shuffle(times.begin(), times.end(), random);
+        for (double const time : times)
+            corner.samples.push_back(
+                {time, sixteenths(random) / 16.0, sixteenths(random) / 16.0, 0});
+    }
+    return track;
+}
+
+/// Frames and corners as they stand at last, written out.
+std::string rowsText(Track const& track) {
+    std::string text;
+    eachRow(track, [&text](TrackRow const& row) {
+        text += "\n" + numberText(row.frame);
+        for (auto const& point : row.corners)
+            text += point ? " " + numberText(point->x) + "," + numberText(point->y) : " -";
+    });
+    return text;
+}
+
+ReadTrackOptions optionsFor(std::string_view format, bool asks = false) {
+    return {format.empty() ? std::nullopt : std::optional<std::string>(format), {}, asks};
+}
+
+Track reread(Track const& track, TrackFormat const& format) {
+    std::string const text = format.write(track);
+    return trackFromText({"text", text, {}}, optionsFor(format.name));
+}
+
+TEST(Track, EveryFormGivesEveryOtherTheSameTrackUnderACommaLocale) {
+    CommaLocale const locale;
+    ASSERT_TRUE(locale.isReal());
+    for (unsigned seed = 1; seed <= 8; ++seed) {
+        std::mt19937 random(seed);
+        Track const track = randomTrack(random);
+        for (TrackFormat const& first : trackFormats())
+            for (TrackFormat const& second : trackFormats()) {
+                SCOPED_TRACE(testing::Message()
+                             << "seed " << seed << ": " << first.name << " to " << second.name);
+                Track const back = reread(reread(track, first), second);
+                ASSERT_EQ(rowsText(back), rowsText(track));
+                ASSERT_EQ(back.width, track.width);
+                ASSERT_EQ(back.height, track.height);
+                bool const tellsRate = first.name != "nodes" && second.name != "nodes";
+                ASSERT_TRUE(!tellsRate || back.rate == track.rate);
+            }
+    }
+}
+
+/// What the import is given of a file: corner, frame, x and y in single pixels.
+class Collector final : public MochaLoader {
+public:
+    int startLoadProperty(int corner, int) override { return m_corner = corner, 0; }
+    int setValue(double x, double y, double frame) override {
+        samples.push_back({double(m_corner), frame, x, y, double(m_width), double(m_height)});
+        return 0;
+    }
+    int finishLoadProperty() override { return 0; }
+    void setResolution(int width, int height) override { m_width = width, m_height = height; }
+
+    std::vector<std::array<double, 6>> samples;
+
+private:
+    int m_corner = -1, m_width = 720, m_height = 486;
+};
+
+// Pieces of the corpus in any order, bytes replaced among them: where our reader takes the file, it
+// and the import read the same samples.
+TEST(Track, TheImportReadsTheSameSamples) {
+    std::string seeds;
+    for (auto const& entry : fs::directory_iterator(kCorpus / "mocha"))
+        seeds += readTextFile(entry.path(), "a seed");
+    fs::path const file = fs::temp_directory_path() / ("zelk-import-" + std::to_string(::getpid()));
+    int taken = 0;
+    for (unsigned seed = 1; seed <= 600; ++seed) {
+        std::mt19937 random(seed);
+        auto const upTo = [&random](std::size_t most) {
+            return std::uniform_int_distribution<std::size_t>(0, most)(random);
+        };
+        std::string text = seed % 2 ? "Lower Left\n" : "";
+        for (int piece = 0; piece < 3; ++piece) text += seeds.substr(upTo(seeds.size()), upTo(500));
+        for (std::size_t i = upTo(3); i > 0; --i)
+            text[upTo(text.size() - 1)] = "\n0 \0\tL9"[upTo(6)];
+        Track track;
+        try {
+            track = trackFromText({"text", text, {}}, optionsFor("mocha"));
+        } catch (UserError const&) {
+            continue;
+        }
+        ++taken;
+        std::ofstream(file, std::ios::binary) << text;
+        int corners[] = {kUpperLeft, kLowerLeft, kUpperRight, kLowerRight}, ids[] = {0, 0, 0, 0};
+        Collector import;
+        LoadMochaFile(nullptr, corners, ids, file.c_str(), &import);
+        std::array<std::size_t, 4> next{};
+        for (auto const& [corner, frame, x, y, width, height] : import.samples) {
+            auto const c = static_cast<std::size_t>(corner);
+            ASSERT_LT(next[c], track.corners[c].samples.size()) << "seed " << seed;
+            TrackSample const& sample = track.corners[c].samples[next[c]++];
+            ASSERT_EQ(float(sample.frame), frame) << "seed " << seed;
+            ASSERT_EQ(double(float(sample.x)) / width, x) << "seed " << seed;
+            ASSERT_EQ(double(float(sample.y)) / height, y) << "seed " << seed;
+        }
+        for (std::size_t c = 0; c < 4; ++c) ASSERT_EQ(next[c], track.corners[c].samples.size());
+    }
+    fs::remove(file);
+    EXPECT_GT(taken, 50);
+}
+
+TEST(Track, TheFuzzersCorpusIsReplayed) {
+    for (FuzzTarget const& target : fuzzTargets()) {
+        int files = 0;
+        for (auto const& entry : fs::directory_iterator(kCorpus / target.name)) {
+            SCOPED_TRACE(entry.path().string());
+            EXPECT_NO_THROW(target.run(readTextFile(entry.path(), "a seed")));
+            ++files;
+        }
+        EXPECT_GT(files, 0) << target.name;
+    }
+}
+
+std::string const kSize = "Source Width 100\nSource Height 50\n";
+std::string const kHead = "Adobe After Effects 8.0 Keyframe Data\n" + kSize;
+
+/// Sections of one sample each, with such headings.
+std::string sections(std::vector<std::string> const& headings, std::vector<std::string> const& xy) {
+    std::string text = kHead;
+    for (std::size_t i = 0; i < headings.size(); ++i)
+        text += headings[i] + "\n\tFrame\tX\tY\n\t0 " + xy[i] + "\n";
+    return text;
+}
+
+std::vector<std::string> const kPlain = {"10 10", "90 10", "10 40", "90 40"};
+std::vector<std::string> const kWords = {"Upper Left", "Upper Right", "Lower Left", "Lower Right"};
+std::vector<std::string> const kNumbers = {"ADBE Corner Pin-0001", "ADBE Corner Pin-0002",
+                                           "ADBE Corner Pin-0003", "ADBE Corner Pin-0004"};
+
+struct Known {
+    std::string text;
+    std::vector<std::string> formats;  ///< that it may be in
+    std::string rows;                  ///< as the first of them
+};
+
+TEST(Track, FormsAreKnownByTheirText) {
+    std::string const rows = "\n0 10,10 90,10 10,40 90,40";
+    std::string const crossed = "\n0 10,10 10,40 90,10 90,40";
+    Known const kKnown[] = {
+        {sections(kWords, kPlain), {"mocha"}, rows},
+        {sections(kNumbers, kPlain), {"mocha", "keyframes"}, crossed},
+        {sections({"ADBE Corner Pin-0001", "Upper Right ADBE Corner Pin-0002"}, kPlain),
+         {"mocha", "keyframes"},
+         "\n0 10,10 - 90,10 -"},
+        {"CornerPin2D {\n to1 {10 10}\n to2 {90 {curve x0 10}}\n to3 {90 40}\n to4 {10 40}\n"
+         " from1 {0 0} from2 {100 0} from3 {100 50} from4 {0 50}\n}\n",
+         {"nodes"},
+         "\n0 10,10 90,10 10,40 90,40"},
+        {"Root { format \"100 50 0 0 100 50 1 x\" }\nto1 {{curve i x1 10 11 x4 K 12 s0} 10}",
+         {"nodes"},
+         "\n1 - - 10,40 -\n2 - - 11,40 -\n4 - - 12,40 -"},
+        {"Frame;lower right X;lower right Y;note\r\n1;1,5;-2;a\r\n2;;;b\r\n",
+         {"csv"},
+         "\n1 - - - 1.5,-2"},
+        {"0,10,10,90,10,10,40,90,40\n", {"csv"}, rows},
+        {"\xef\xbb\xbfx,\"y\",corner,frame\r1,2,Top-Left,-3.5\r", {"csv"}, "\n-3.5 1,2 - - -"},
+        {"# size 100x50\n0 10 10 90 10 10 40 90 40 # wide\n", {"columns"}, rows},
+        {"5 1 7 8\n6 2 9,5 8\n", {}, ""},  // a comma, but no columns of its own
+        {"5 ul 7 8\n", {"columns"}, "\n5 7,8 - - -"},
+        {"5 1 7 8\n", {"columns"}, "\n5 7,8 - - -"},
+        {"1 5 7 8\n", {"corner-columns"}, "\n5 7,8 - - -"},
+        {"1 2 7 8\n", {"columns", "corner-columns"}, ""},
+        {"no numbers at all", {}, ""},
+    };
+    for (Known const& known : kKnown) {
+        SCOPED_TRACE(known.text);
+        std::vector<std::string> names;
+        for (TrackFormat const* format : formatsOf({"text", known.text, {}}))
+            names.emplace_back(format->name);
+        EXPECT_EQ(names, known.formats);
+        if (!known.rows.empty()) {
+            EXPECT_EQ(rowsText(trackFromText({"text", known.text, {}})), known.rows);
+        }
+        if (names.size() > 1) {
+            EXPECT_THROW(trackFromText({"text", known.text, {}}, optionsFor("", true)), UserError);
+        }
+    }
+    EXPECT_EQ(
+        rowsText(trackFromText({"text", sections(kNumbers, kPlain), {}}, optionsFor("keyframes"))),
+        rows);
+}
+
+struct Wrong {
+    char const* format;
+    std::string text;
+    std::string message;  ///< without "text: "
+};
+
+TEST(Track, RefusalsTellLineAndReason) {
+    Wrong const kWrong[] = {
+        {"mocha", "nothing", "no corner's section in \"the file\""},
+        {"mocha", "\n0 1 2\nUpper Left\n",
+         "line 2: a sample before any corner's section: \"0 1 2\""},
+        {"mocha", kSize + "Upper Left\n0 1 2\nLower Left\n",
+         "line 5: a section without samples: \"lower left\""},
+        {"mocha", "Source Width 0\n", "line 1: the frame's size can't be \"Source Width 0\""},
+        {"mocha", "Source Height x\n", "line 1: the frame's size can't be \"Source Height x\""},
+        {"mocha", "Upper Left\n1 nan 2\n", "line 2: not a finite number in \"1 nan 2\""},
+        {"mocha", "Upper Left\n1 2,5 3\n", "line 2: not three numbers: \"1 2,5 3\""},
+        {"mocha", "Upper Left\r1 2 3\r", "line 1: line ends are carriage returns alone"},
+        {"mocha", std::string("\xff\xfeU\0", 4), "line 1: the text is \"UTF-16\""},
+        {"keyframes", "Upper Left\n\t1\t2\n", "line 2: not three numbers: \"1\t2\""},
+        {"keyframes", "Transform\n\t1\t2\t3\n", "no samples of corners in \"keyframes data\""},
+        {"nodes", "to1 {1 2}", "y points up, and no height is told by \"CornerPin2D\""},
+        {"nodes", "to1 {{curve x1 1 x3 2\n 3} 1}", "line 2: no frame before \"3\""},
+        {"nodes",
+         "to1 {{curve x1 1} {curve x2 1}}\nfrom1 {0 0} from2 {1 0} from3 {1 1} from4 {0 1}",
+         "line 1: x and y have keys at other frames in \"lower left\""},
+        {"nodes", "to1 {{\"frame*2\"} 1}", "line 1: not a number: \"\"frame*2\"\""},
+        {"nodes", "to1 {1\n", "line 1: breaks off in a pin: \"\""},
+        {"csv", "frame,ul_x\n", "line 1: columns are missing in \"frame,ul_x\""},
+        {"csv", "frame,corner,x,y\n1,ul,2\n", "line 2: too few columns: \"3\""},
+        {"csv", "1,2,3,4\n1,ul,x,3\n", "line 2: column 3 is not a number: \"x\""},
+        {"columns", "1 ul 2 3\n1 5 2 3\n", "line 2: not a corner: \"5\""},
+        {"columns", "# size 0x5\n", "line 1: not a size: \"0x5\""},
+        {"columns", std::string(1000, 'x') + " 1 2 3", "line 1: column 1 is not a number: \"xxx"},
+    };
+    for (Wrong const& wrong : kWrong) {
+        SCOPED_TRACE(wrong.text);
+        try {
+            trackFromText({"text", wrong.text, {}}, optionsFor(wrong.format));
+            ADD_FAILURE() << "was read";
+        } catch (UserError const& error) {
+            std::string const message = error.what(), plain = oneLine("text: " + wrong.message);
+            EXPECT_EQ(message.substr(0, plain.size()), plain);
+            EXPECT_NE(message.find(", expected "), std::string::npos) << message;
+            EXPECT_LT(message.size(), 400u);
+            EXPECT_EQ(error.code(), ExitCode::kInput);
+        }
+    }
+    std::string many = "Upper Left\n";
+    for (std::size_t i = 0; i <= kMostSamples; ++i) many += "1 1 1\n";
+    EXPECT_THROW(trackFromText({"text", many, {}}), UserError);
+}
+
+struct Odd {
+    std::string text;
+    std::vector<std::string> issues;  ///< kind, line if any, mend if any
+};
+
+TEST(Track, OddTracksAreToldWithWhatMendsThem) {
+    auto const frames = [](std::vector<std::string> const& samples) {
+        std::string text = kHead;
+        for (std::string const& heading : kWords) {
+            text += heading + "\n";
+            for (std::string const& sample : samples)
+                text += sample + (heading[0] == 'U' ? " 10" : " 40") +
+                        (heading.ends_with("Left") ? "" : ".5") + "\n";
+        }
+        return text;
+    };
+    Odd const kOdd[] = {
+        {sections(kWords, kPlain), {}},
+        {sections(kNumbers, kPlain), {"turned-over --format keyframes"}},
+        {sections(kWords, {"10 40", "90 40", "10 10", "90 10"}), {"upside-down --flip-y"}},
+        {sections(kWords, {"10 10", "90 10", "90 40", "10 40"}), {"crossed --corners ul,ur,lr,ll"}},
+        {sections(kWords, {"90 10", "10 10", "90 40", "10 40"}),
+         {"turned-over --corners ur,ul,lr,ll"}},
+        {sections(kWords, {"90 40", "10 40", "90 10", "10 10"}), {}},  // upside down as a whole
+        {sections(kWords, {"10 10", "90 10", "10 10", "90 10"}), {"flat"}},
+        {sections({"Upper Left", "Oben rechts"}, kPlain),
+         {"note 7", "duplicate 9", "missing-corner", "missing-corner", "missing-corner"}},
+        {sections({"Upper Right ADBE Corner Pin-0002"}, kPlain),
+         {"note 4", "missing-corner", "missing-corner", "missing-corner"}},
+        {frames({"0 5", "1 5", "2 5", "7 5"}), {"gap", "flat"}},
+        {frames({"1 5", "0 5"}), {"order 6", "order 9", "order 12", "order 15", "flat"}},
+        {sections(kWords, {"10 10", "90 10\n 1 90 10", "10 40", "90 40"}), {"uneven"}},
+        {sections(kWords, {"10 10", "90 10", "10 40", "350 40"}), {"outside 15"}},
+        {sections(kWords, {"10 10", "90 10", "10 40", "40000 40"}),
+         {"outside 15", "beyond-host 15"}},
+        {sections(kWords, {"0 0", "1 0", "0 1", "1 1"}), {"outside"}},
+        {"0,10,10,90,10,10,40,90,40\n", {"size --size WxH"}},
+        {"# size 720x576\n1,10,10,90,10,10,40,90,40\n",
+         {"frame-base --first-frame 0", "pixel-aspect --pixel-aspect A"}},
+        {"Source Pixel Aspect Ratio 1.5\n" + sections(kWords, kPlain),
+         {"pixel-aspect --pixel-aspect 1.5"}},
+        {sections(kWords, kPlain) + std::string(300, ' ') + "\n", {"note 16"}},
+    };
+    for (Odd const& odd : kOdd) {
+        SCOPED_TRACE(odd.text);
+        std::vector<std::string> issues;
+        for (TrackIssue const& issue : checkTrack(trackFromText({"text", odd.text, {}})))
+            issues.push_back(std::string(faultName(issue.fault)) +
+                             (issue.line > 0 ? " " + std::to_string(issue.line) : "") +
+                             (issue.mend.empty() ? "" : " " + issue.mend));
+        EXPECT_EQ(issues, odd.issues);
+    }
+    TrackTarget const target{PixelSize{200, 50}, 1001};
+    auto const issues = checkTrack(trackFromText({"text", sections(kWords, kPlain), {}}), target);
+    ASSERT_EQ(issues.size(), 2u);  // another frame's size, and another start
+    EXPECT_EQ(issues[1].mend, "--first-frame 1001");
+    EXPECT_THROW(requireImportable("text", trackFromText({"text", kOdd[13].text, {}})), UserError);
+}
+
+}  // namespace
+}  // namespace zelk
