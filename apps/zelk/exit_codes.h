@@ -7,7 +7,7 @@ enum class ExitCode {
     kDone = 0,
     kRenderFailed = 1,
     kUsage = 2,
-    kInput = 3,          ///< layer, plate, project or module is missing or unreadable
+    kInput = 3,          ///< a file to read, or the module, is missing or unreadable
     kOutput = 4,         ///< the output is not writable
     kSomeFailed = 5,     ///< of many frames: others are written
     kInterrupted = 130,  ///< by Ctrl-C
@@ -18,7 +18,7 @@ inline constexpr char const* kExitCodesHelp =
     "  0  done\n"
     "  1  the render failed\n"
     "  2  usage: an option or a value is wrong\n"
-    "  3  the layer, the plate, the project or the module is missing or unreadable\n"
+    "  3  the layer, plate, project, tracking data or module is missing or unreadable\n"
     "  4  the output is not writable\n"
     "  5  some frames failed, others are written\n"
     "  130  interrupted; what is written is whole";
