@@ -1,6 +1,7 @@
 // Writing of results by OpenImageIO, a strip of rows at a time; see picture_writer.h.
 #include "apps/zelk/picture_writer.h"
 
+#include <OpenImageIO/filesystem.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -8,6 +9,7 @@
 #include <cerrno>
 #include <cmath>
 #include <cstring>
+#include <fstream>
 #include <string_view>
 #include <vector>
 
@@ -246,6 +248,17 @@ void noteSamples(OIIO::ImageSpec const& spec, RowPlan const& plan, WriteReport& 
     report.sampleBits = plan.bits > 0 ? plan.bits : static_cast<int>(spec.format.basesize()) * 8;
 }
 
+/// What a writer has put into memory. libjpeg answers a full disk with exit(), so no disk is near
+/// it.
+void saveBytes(std::vector<unsigned char> const& bytes, fs::path const& file,
+               fs::path const& target) {
+    std::ofstream out(file, std::ios::binary);
+    out.write(reinterpret_cast<char const*>(bytes.data()),
+              static_cast<std::streamsize>(bytes.size()));
+    out.close();
+    if (!out) throw unwritable(target, std::strerror(errno));
+}
+
 }  // namespace
 
 void checkTarget(fs::path const& target, bool noClobber) {
@@ -276,7 +289,10 @@ void checkPlace(fs::path const& target, bool noClobber) {
 WriteReport writePicture(World const& world, fs::path const& target, WriteRequest const& request) {
     TemporaryFile file(resolved(target));
     QuietLibraries const quiet;
+    OIIO::Filesystem::IOVecOutput memory;
     auto const writer = makeWriter(target);  // gone before the file: its end may write once more
+    bool const isInMemory = std::string_view(writer->format_name()) == "jpeg";
+    if (isInMemory) writer->set_ioproxy(&memory);
     RowPlan const plan = planRows(*writer, request);
     WriteReport report;
     Written written;
@@ -290,6 +306,7 @@ WriteReport writePicture(World const& world, fs::path const& target, WriteReques
     bool const isHarmless = error.find("Exif data") != std::string::npos;
     if (!written.isWhole || !isClosed || !(error.empty() || isHarmless))
         throw unwritable(target, error);
+    if (isInMemory) saveBytes(memory.buffer(), file.path(), target);
     std::string const fault = faultOfWritten(
         file.path(), {writer->format_name(), world.width(), world.height(), plan.channels});
     if (!fault.empty()) throw unwritable(target, fault);
