@@ -102,7 +102,6 @@ struct RenderRequest {
     std::string history;                     ///< the command line as typed
     std::shared_ptr<Project const> project;  ///< null without
     std::vector<TrackUse> tracks;            ///< onto pins, after the project's values
-    std::vector<std::string> warnings;       ///< of what was checked, a sentence each
     std::optional<std::string> frames;       ///< a range, in the order to be rendered
     bool motionBlur = false;                 ///< the composition's switch
     std::optional<double> samples;

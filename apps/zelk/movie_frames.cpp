@@ -41,13 +41,20 @@ std::map<std::string, std::string> factsOf(fs::path const& file) {
     return facts;
 }
 
-std::string matrixOf(std::string const& named, int height) {
-    static std::map<std::string, std::string> const matrices = {
-        {"bt709", "bt709"},         {"smpte170m", "bt601"}, {"bt470bg", "bt601"}, {"fcc", "fcc"},
-        {"smpte240m", "smpte240m"}, {"bt2020nc", "bt2020"}, {"bt2020c", "bt2020"}};
-    auto const found = matrices.find(named);
-    if (found != matrices.end()) return found->second;
-    return height >= 720 ? "bt709" : "bt601";
+/// From video levels to colour. The scaler of ffmpeg's own takes white to 65283 of 65535; zscale
+/// has no such fault. Untagged movies are BT.709 from 720 lines on, else BT.601.
+std::string toColor(std::string const& tag, int width, int height, std::string const& planes) {
+    bool const isTagged = !tag.empty() && tag != "unknown" && tag != "unspecified";
+    std::string const guess = height >= 720 ? "709" : "170m";
+    return fmt::format(",zscale=w={}:h={}:filter=bicubic:matrix=gbr:range=full{},format={}", width,
+                       height, isTagged ? "" : ":matrixin=" + guess, planes);
+}
+
+/// Bits of a channel that "yuva444p10le" tells; 8 for names without.
+int bitsOf(std::string const& pixelFormat) {
+    static std::regex const deep("(9|10|12|14|16)[lb]e$");
+    std::smatch found;
+    return std::regex_search(pixelFormat, found, deep) ? std::stoi(found[1]) : 8;
 }
 
 }  // namespace
@@ -72,9 +79,14 @@ MovieFrames::MovieFrames(fs::path file) : m_file(std::move(file)) {
     // Names such as yuv422p10le, p010le, rgb48le, gbrapf32le; of 8 bits yuv420p, nv16, rgb565le.
     static std::regex const deep("(9|10|12|14|16|20|48|64|32)[lb]e$");
     static std::regex const alpha("yuva|gbrap|rgba|bgra|argb|abgr|^ya|pal8");
-    m_isDeep = std::regex_search(facts["pix_fmt"], deep);
-    m_hasAlpha = std::regex_search(facts["pix_fmt"], alpha);
-    m_matrix = matrixOf(facts["color_space"], m_height);
+    static std::regex const rgb("^(rgb|bgr|gbr|argb|abgr|0rgb|0bgr|x2|pal8|mono)");
+    std::string const format = facts["pix_fmt"];
+    m_isDeep = std::regex_search(format, deep);
+    m_hasAlpha = std::regex_search(format, alpha);
+    if (std::regex_search(format, rgb)) return;
+    m_toColor = toColor(facts["color_space"], m_width, m_height,
+                        std::string(m_hasAlpha ? "gbrap" : "gbrp") + (m_isDeep ? "16le" : ""));
+    if (m_hasAlpha && m_isDeep) m_alphaBits = bitsOf(format);
 }
 
 OIIO::ImageSpec MovieFrames::spec() const {
@@ -88,9 +100,7 @@ OIIO::ImageSpec MovieFrames::spec() const {
 std::vector<std::string> MovieFrames::decoderWords(int first) const {
     std::string const format =
         m_isDeep ? (m_hasAlpha ? "rgba64le" : "rgb48le") : (m_hasAlpha ? "rgba" : "rgb24");
-    std::string const filter = fmt::format(
-        "select=gte(n\\,{}),scale=in_color_matrix={}:flags=accurate_rnd+full_chroma_int", first,
-        m_matrix);
+    std::string const filter = fmt::format("select=gte(n\\,{}){}", first, m_toColor);
     return {"ffmpeg",      "-v",   "error",    "-nostdin", "-noautorotate", "-i",
             urlOf(m_file), "-map", "0:v:0",    "-vf",      filter,          "-vsync",
             "passthrough", "-f",   "rawvideo", "-pix_fmt", format,          "-"};
@@ -117,7 +127,15 @@ bool MovieFrames::readRow(int number, int y, void* row) {
             m_decoder->await();
             return false;
         }
+    if (m_alphaBits > 0) widenAlpha(static_cast<std::uint16_t*>(row));
     return true;
+}
+
+void MovieFrames::widenAlpha(std::uint16_t* rgba) const {
+    unsigned const most = (1u << m_alphaBits) - 1;
+    for (int x = 0; x < m_width; ++x, rgba += 4)
+        rgba[3] = static_cast<std::uint16_t>(((rgba[3] >> (16 - m_alphaBits)) * 65535u + most / 2) /
+                                             most);
 }
 
 std::string MovieFrames::words() const {

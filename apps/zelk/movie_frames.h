@@ -41,11 +41,14 @@ public:
 private:
     std::vector<std::string> decoderWords(int first) const;
     bool start(int first);
+    /// The largest alpha of 10 bits comes as 1023 * 64.
+    void widenAlpha(std::uint16_t* rgba) const;
 
     std::filesystem::path m_file;
     int m_width = 0, m_height = 0, m_count = 0;
     bool m_isDeep = false, m_hasAlpha = false;
-    std::string m_matrix;  ///< as the program calls it
+    std::string m_toColor;  ///< the program's filter, empty for movies of RGB
+    int m_alphaBits = 0;    ///< of an alpha whose lower bits come as 0; 0 for none
     std::optional<ChildProgram> m_decoder;
     std::int64_t m_nextRow = 0;  ///< in the pipe, counted from the first picture's first
 };

@@ -24,8 +24,10 @@ struct Container {
     std::vector<std::string> codec;
 };
 
-/// The matrix that the file is marked with; the program's own choice is another.
-constexpr char const* kToVideo = "scale=out_color_matrix=bt709:flags=accurate_rnd+full_chroma_int";
+/// The matrix that the file is marked with. The program's own scaler takes white of 16 bits beyond
+/// the white of video (943 of 10 bits, where 940 is right); zscale doesn't.
+constexpr char const* kToVideo =
+    "format=gbrap16le,zscale=matrixin=gbr:rangein=full:matrix=709:range=limited";
 
 std::vector<Container> const& containers() {
     static std::vector<Container> const all = {
@@ -37,7 +39,7 @@ std::vector<Container> const& containers() {
         // Sides are made even, as 4:2:0 needs them.
         {".mp4",
          false,
-         {"-vf", std::string(kToVideo) + ",pad=ceil(iw/2)*2:ceil(ih/2)*2", "-c:v", "libx264",
+         {"-vf", "pad=ceil(iw/2)*2:ceil(ih/2)*2," + std::string(kToVideo), "-c:v", "libx264",
           "-crf", "16", "-pix_fmt", "yuv420p"}},
     };
     return all;

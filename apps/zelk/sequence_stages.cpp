@@ -9,6 +9,7 @@
 #include "apps/zelk/memory_budget.h"
 #include "apps/zelk/memory_road.h"
 #include "apps/zelk/render_setup.h"
+#include "apps/zelk/track_import.h"
 
 namespace zelk {
 
@@ -29,6 +30,8 @@ SequenceRenderer::SequenceRenderer(RenderRequest const& request, Files const& fi
     host.setComp(comp);
     readSizes(frames);
     setParameters(request, host, m_layerSize, m_frameSize);
+    for (TrackUse const& use : request.tracks)
+        m_warnings.add(warningsOf(use, {m_frameSize, comp.startFrame}));
     if (request.plate || request.frameSize) checkTransfer(host.parameters());
 }
 

@@ -249,7 +249,7 @@ TEST_F(Sequence, AMovieIsPipedAndTakesItsPlaceWhole) {
 // A lossless movie gives its pictures back to the bit, in a range, alone and backwards; one of
 // H.264 gives all of them, in the colours that went in: BT.601 would be 20 steps of 255 off.
 TEST_F(Sequence, AMovieIsReadAsItWasWritten) {
-    if (!zelk::MovieFrames::isAvailable()) GTEST_SKIP() << "no ffmpeg here";
+    ASSERT_TRUE(zelk::MovieFrames::isAvailable());
     auto const still = [&](std::string const& in, std::string const& out,
                            std::string const& frames) {
         return run({"render", in, "-o", out, "--frames", frames, "--view", "original", "--progress",
@@ -285,6 +285,20 @@ TEST_F(Sequence, AMovieIsReadAsItWasWritten) {
     ASSERT_EQ(still("c.mp4", "d.%d.png", "1-5").exitCode, 0);
     auto const last = readPicture<std::uint8_t>(at("d.5.png"));
     for (std::size_t c = 0; c < 3; ++c) EXPECT_NEAR(last.values[c], c == 0 ? 200 : 30, 3);
+    // White and half of it, opaque and half clear, through 10 bits of video: 64 of 65535 a step.
+    Picture<std::uint16_t> steps{64, 48, 4, {}, {}};
+    for (int i = 0; i < 64 * 48; ++i) {
+        std::uint16_t const v = i < 64 * 24 ? 65535 : 32768;
+        steps.values.insert(steps.values.end(), {v, v, v, v});
+    }
+    writePicture(at("w.png"), steps);
+    ASSERT_EQ(still("w.png", "w.mov", "1").exitCode, 0);
+    ASSERT_EQ(still("w.mov", "v.%d.png", "1").exitCode, 0);
+    auto const white = readPicture<std::uint16_t>(at("v.1.png"));
+    for (std::size_t i = 0; i < white.values.size(); ++i)
+        if (std::size_t const row = i / (4 * 64);
+            row < 16 || row >= 32)  // but for the edge's blocks
+            ASSERT_NEAR(white.values[i], steps.values[i], 64) << i;
     Outcome const beyond = still("n.mkv", "x.%d.png", "4-9");
     EXPECT_EQ(beyond.exitCode, 3);
     EXPECT_NE(beyond.err.find("n.mkv: the movie has 5 pictures, frame 9 would be picture \"6\", "
