@@ -53,9 +53,14 @@ bool EditSession::setFrame(int number) {
     FrameRequest frame = frameRequest(m_host.comp(), number);
     frame.layerWidth = m_layerWidthPx;
     frame.layerHeight = m_layerHeightPx;
-    m_events.frame = frame;
+    std::swap(m_events.frame, frame);
+    try {
+        updateControls();
+    } catch (...) {
+        m_events.frame = frame;
+        throw;
+    }
     m_frameNumber = number;
-    updateControls();
     return true;
 }
 
@@ -80,11 +85,10 @@ bool EditSession::edit(int index, KeyValue const& value) {
     Parameter& parameter = parameterOf(index);
     KeyValue const wanted = kept(parameter, value);
     if (wanted == valueOf(index)) return false;
-    return change(fmt::format("Set {}", parameter.displayName()),
-                  [&](std::vector<Parameter>&) {
-                      setValueAt(parameter, moment(), wanted);
-                      tellEffect(parameter);
-                  });
+    return change(fmt::format("Set {}", parameter.displayName()), [&](std::vector<Parameter>&) {
+        setValueAt(parameter, moment(), wanted);
+        tellEffect(parameter);
+    });
 }
 
 bool EditSession::change(std::string name,
@@ -103,6 +107,7 @@ bool EditSession::change(std::string name,
 
 void EditSession::check(EventResult const& result) {
     if (result.command.code == PF_Err_NONE) return;
+    m_events.abandonDrag(m_click);
     restoreStates(m_host.parameters(), m_atClick);
     throwFailure("an event", result.command);
 }
@@ -166,13 +171,23 @@ void EditSession::draw() {
 
 bool EditSession::undo() {
     if (isDragging() || !m_undo.undo(m_host.parameters())) return false;
-    updateControls();
+    try {
+        updateControls();
+    } catch (...) {
+        m_undo.redo(m_host.parameters());
+        throw;
+    }
     return true;
 }
 
 bool EditSession::redo() {
     if (isDragging() || !m_undo.redo(m_host.parameters())) return false;
-    updateControls();
+    try {
+        updateControls();
+    } catch (...) {
+        m_undo.undo(m_host.parameters());
+        throw;
+    }
     return true;
 }
 

@@ -76,6 +76,11 @@ EventResult PanelEvents::drag(MouseEvent const& mouse, bool isLast) {
     return mouseEvent(PF_Event_DRAG, mouse, isLast);
 }
 
+void PanelEvents::abandonDrag(MouseEvent const& mouse) {
+    mouseEvent(PF_Event_DRAG, mouse, true);
+    m_isDragging = false;
+}
+
 EventResult PanelEvents::draw() {
     PF_EventExtra extra = record(PF_Event_DRAW);
     extra.u.draw.update_rect = {-32768, -32768, 32767, 32767};

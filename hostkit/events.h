@@ -50,6 +50,8 @@ public:
     /// A move with the button held, or, `isLast`, its release. HostError without a drag. The drag
     /// ends at its last event, when the effect asks for no more, or with a failure.
     EventResult drag(MouseEvent const& mouse, bool isLast = false);
+    /// After a failure: the effect hears that the button is up, whatever it answers.
+    void abandonDrag(MouseEvent const& mouse);
     EventResult draw();
     /// repaint(), then a draw event.
     EventResult redraw();

@@ -124,6 +124,7 @@ void updateControls(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef** para
 
 void UpdateECW(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef** params, bool changed,
                PF_UserChangedParamExtra* extra, PF_LayerDef* output) {
+    if (!params || (changed && !extra)) return;
     if (changed)
         importTracking(in_data, out_data, params, *extra, output);
     else

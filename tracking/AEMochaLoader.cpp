@@ -54,15 +54,18 @@ int AEMochaLoader::setValue(double x, double y, double frame) {
     AEGP_StreamValue value{};
     A_Err err = suites.get(&AEGP_SuiteHandler::KeyframeSuite3)
                     ->AEGP_InsertKeyframe(m_stream, AEGP_LTimeMode_LayerTime, &time, &index);
-    if (!err)
+    bool hasValue = false;
+    if (!err) {
         err = suites.get(&AEGP_SuiteHandler::KeyframeSuite3)
                   ->AEGP_GetNewKeyframeValue(S_my_id, m_stream, index, &value);
+        hasValue = !err;
+    }
     value.val.two_d.x = m_width * x;
     value.val.two_d.y = m_height * y;
     if (!err)
         err = suites.get(&AEGP_SuiteHandler::KeyframeSuite3)
                   ->AEGP_SetKeyframeValue(m_stream, index, &value);
-    if (!value.stream) return err;  // the host gave none
+    if (!hasValue) return err;
     const A_Err disposed =
         suites.get(&AEGP_SuiteHandler::StreamSuite7)->AEGP_DisposeStreamValue(&value);
     return err ? err : disposed;

@@ -4,6 +4,7 @@
 #include <locale.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
@@ -49,13 +50,10 @@ void readSize(char const* text, TrackingLine& line) {
 }
 
 bool readSample(char const* text, TrackingLine& line) {
-    for (float* number : {&line.frame, &line.x, &line.y}) {
-        char* end = nullptr;
-        *number = strtof_l(text, &end, plainLocale());
-        if (end == text) return false;
-        text = end;
-    }
-    return true;
+    const locale_t users = uselocale(plainLocale());
+    const int numbers = std::sscanf(text, "%f %f %f", &line.frame, &line.x, &line.y);
+    uselocale(users);
+    return numbers == 3;
 }
 
 }  // namespace

@@ -31,12 +31,14 @@ bool createDialog(NavDialogRef& dialog) {
     return NavCreateGetFileDialog(&options, &dialog) == 0;
 }
 
-void allowOnlyText(DialogObjects& held) {
+bool allowOnlyText(DialogObjects& held) {
     held.types = CFArrayCreateMutable();
+    if (!held.types) return false;
     held.type =
         UTTypeCreatePreferredIdentifierForTag(kUTTagClassFilenameExtension, "txt", kUTTypeData);
+    if (!held.type) return false;
     CFArrayAppendValue(held.types, held.type);
-    NavDialogSetFilterTypeIdentifiers(held.dialog, held.types);
+    return NavDialogSetFilterTypeIdentifiers(held.dialog, held.types) == 0;
 }
 
 bool pathOf(NavReplyRecord const& reply, char* path) {
@@ -59,7 +61,7 @@ OSErr FSRefMakeFSSpec(FSRef const* ref, FSSpec* spec) {
 int chooseTrackingFile(char* path, std::function<void()> const& read) {
     DialogObjects held;
     if (!createDialog(held.dialog)) return 0;
-    allowOnlyText(held);
+    if (!allowOnlyText(held)) return 0;
     if (NavDialogRun(held.dialog) != 0) return 0;
     held.hasReply = NavDialogGetReply(held.dialog, &held.reply) == 0;
     if (held.hasReply && pathOf(held.reply, path)) read();

@@ -269,12 +269,12 @@ private:
             ->first;
     }
 
-    /// What gives every corner the place where it lies; nothing when it lies there. Sections by
-    /// number alone were most likely meant as the host counts them.
+    /// What gives every corner the place where it lies; nothing when it lies there. Headings
+    /// in words were most likely meant as they say.
     std::string orderMend(Order const& order) const {
-        constexpr Order kAsIs = {0, 1, 2, 3}, kHostNumbers = {0, 2, 1, 3};
+        constexpr Order kAsIs = {0, 1, 2, 3}, kByWords = {0, 2, 1, 3};
         if (order == kAsIs) return "";
-        if (order == kHostNumbers && m_track.format == "mocha") return "--format keyframes";
+        if (order == kByWords && m_track.format == "mocha") return "--format keyframes";
         return cornersOption(order);
     }
 

@@ -117,15 +117,18 @@ std::size_t importTrack(Host& host, TrackUse const& use, PixelSize frame) {
     else
         runImport(host, use, TextInMemory(importText(*use.track, frame)).path(), frame);
 
-    std::size_t keys = 0, expected = 0;
-    for (int i = first; i < first + 4; ++i) {
-        keys += all[static_cast<std::size_t>(i)].track().size();
-        expected += keysOf(use.track->corners[static_cast<std::size_t>(i - first)], host.comp());
+    std::size_t keys = 0;
+    for (std::size_t corner = 0; corner < 4; ++corner) {
+        auto const own = all[static_cast<std::size_t>(first) + corner].track().size();
+        auto const expected = keysOf(use.track->corners[corner], host.comp());
+        keys += own;
+        if (own != expected)
+            throw UserError(
+                ExitCode::kRenderFailed,
+                {use.file.string(),
+                 fmt::format("keys that the effect's import made of {}:", kCornerWords[corner]),
+                 std::to_string(own), std::to_string(expected)});
     }
-    if (keys != expected)
-        throw UserError(ExitCode::kRenderFailed,
-                        {use.file.string(), "the effect's import made keys:", std::to_string(keys),
-                         std::to_string(expected)});
     return keys;
 }
 

@@ -5,6 +5,7 @@
 
 #include "apps/zelk/numbers.h"
 #include "apps/zelk/track_mocha.h"
+#include "tracking/TrackingLine.h"
 
 namespace zelk {
 
@@ -119,18 +120,19 @@ void readHeaderValue(std::string_view line, Track& track) {
 }
 
 bool isKeyframeText(TrackText const& text) {
-    if (text.bytes.find("Keyframe Data") == std::string_view::npos) return false;
-    constexpr int kByImport[] = {kUpperLeft, kLowerLeft, kUpperRight, kLowerRight};
     for (TextLines lines(text.bytes); lines.next();) {
-        auto const number = cornerByNumber(lines.line());
-        if (number && kByImport[*number] != *cornerOfHeading(lines.line())) return true;
+        auto const byHost = cornerOfHeading(lines.line());
+        if (!byHost) continue;
+        TrackingLine const heading = readTrackingLine(std::string(lines.line()).c_str());
+        bool const isHeading = heading.kind == TrackingLineKind::kCorner;
+        if (isHeading && importedCorner(heading) != *byHost) return true;
     }
     return false;
 }
 
 Track readKeyframeText(TrackText const& text) { return KeyframeReader(text).read(); }
 
-std::string writeKeyframeText(Track const& track) {
+std::string keyframeText(Track const& track, std::array<std::string_view, 4> const& headings) {
     constexpr double kUntoldRate = 24;
     std::string text = fmt::format(
         "Adobe After Effects 8.0 Keyframe Data\n\n\tUnits Per Second\t{}\n\tSource Width\t{}\n"
@@ -139,13 +141,17 @@ std::string writeKeyframeText(Track const& track) {
         numberText(track.pixelAspect), numberText(track.pixelAspect));
     for (std::size_t i = 0; i < 4; ++i) {
         if (track.corners[i].samples.empty()) continue;
-        text += fmt::format("\nEffects\tCorner Pin #1\t{} #{}\n\tFrame\tX pixels\tY pixels\n",
-                            kWords[i], i + 2);
+        text += fmt::format("\nEffects\t{}\n\tFrame\tX pixels\tY pixels\n", headings[i]);
         for (TrackSample const& sample : track.corners[i].samples)
             text += fmt::format("\t{}\t{}\t{}\n", numberText(sample.frame), numberText(sample.x),
                                 numberText(sample.y));
     }
     return text + "\nEnd of Keyframe Data\n";
+}
+
+std::string writeKeyframeText(Track const& track) {
+    return keyframeText(track, {"Corner Pin #1\tUpper Left #2", "Corner Pin #1\tUpper Right #3",
+                                "Corner Pin #1\tLower Left #4", "Corner Pin #1\tLower Right #5"});
 }
 
 }  // namespace zelk

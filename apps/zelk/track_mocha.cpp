@@ -18,8 +18,6 @@ namespace {
 /// The import reads lines in pieces of so many characters, and looks at each as at a line.
 constexpr std::size_t kPieceBytes = 255;
 
-constexpr int kCornerOfImport[] = {kUpperLeft, kLowerLeft, kUpperRight, kLowerRight};
-
 constexpr char const* kHeadingExpected =
     "a section for each corner, headed Upper Left, Lower Left, Upper Right or Lower Right";
 
@@ -86,7 +84,7 @@ private:
             case TrackingLineKind::kSourceHeight:
                 return takeSize(line, piece, number, m_track.height);
             case TrackingLineKind::kCorner:
-                return openCorner(kCornerOfImport[line.corner], piece, number);
+                return openCorner(importedCorner(line), piece, number);
             case TrackingLineKind::kSample:
                 return takeSample(line, piece, number);
             case TrackingLineKind::kOther:
@@ -179,6 +177,18 @@ bool isMocha(TrackText const& text) {
 
 Track readMocha(TrackText const& text) { return MochaReader(text).read(); }
 
-std::string writeMocha(Track const& track) { return writeKeyframeText(track); }
+int importedCorner(TrackingLine const& heading) {
+    // The second section goes to the upper right pin, whatever words it has.
+    constexpr int kCorners[] = {kUpperLeft, kUpperRight, kLowerLeft, kLowerRight};
+    return kCorners[heading.corner];
+}
+
+std::string writeMocha(Track const& track) {
+    // Numbers, which the import and the host read alike.
+    return keyframeText(
+        track,
+        {"ADBE Corner Pin #1\tADBE Corner Pin-0001", "ADBE Corner Pin #1\tADBE Corner Pin-0002",
+         "ADBE Corner Pin #1\tADBE Corner Pin-0003", "ADBE Corner Pin #1\tADBE Corner Pin-0004"});
+}
 
 }  // namespace zelk

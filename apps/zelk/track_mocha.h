@@ -9,6 +9,7 @@
 #include <string>
 
 #include "apps/zelk/track_text.h"
+#include "tracking/TrackingLine.h"
 
 namespace zelk {
 
@@ -18,5 +19,8 @@ Track readMocha(TrackText const& text);
 /// The track has a size: the import scales what has none from 720x486 to the frame. Headings are
 /// words without numbers, which every reader takes alike. An empty corner has no section.
 std::string writeMocha(Track const& track);
+
+/// The corner whose pin takes the samples after a heading: sections count, words don't.
+int importedCorner(TrackingLine const& heading);
 
 }  // namespace zelk

@@ -73,7 +73,7 @@ ZELK_SERVICES_API OSStatus FSRefMakePath(FSRef const* file, char* path, std::siz
 /// What a dialog asks of the user.
 struct FileChooserRequest {
     int modality;
-    char const* extension;  ///< of the files that may be chosen, "" for any
+    char const* extension;  ///< of the files to offer, "" for any; a chosen path may have another
 };
 
 struct FileChooserBackend {

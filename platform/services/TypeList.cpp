@@ -14,6 +14,16 @@ struct CFObject {
     std::vector<CFTypeRef> values;  ///< of a list
 };
 
+namespace {
+
+void letGo(CFTypeRef object) {
+    if (--object->holders > 0) return;
+    for (CFTypeRef value : object->values) letGo(value);
+    delete object;
+}
+
+}  // namespace
+
 char const* const kUTTagClassFilenameExtension = "public.filename-extension";
 char const* const kUTTypeData = "public.data";
 
@@ -37,10 +47,7 @@ void CFArrayAppendValue(CFMutableArrayRef list, CFTypeRef value) {
 void CFRelease(CFTypeRef object) {
     if (!object) return;
     chooserStatus("CFRelease");
-    if (--object->holders > 0) return;
-    for (CFTypeRef value : object->values)
-        if (--value->holders == 0) delete value;
-    delete object;
+    letGo(object);
 }
 
 char const* firstExtensionOf(CFTypeRef list) {

@@ -296,9 +296,10 @@ TEST_F(Sequence, AMovieIsReadAsItWasWritten) {
     ASSERT_EQ(still("w.mov", "v.%d.png", "1").exitCode, 0);
     auto const white = readPicture<std::uint16_t>(at("v.1.png"));
     for (std::size_t i = 0; i < white.values.size(); ++i)
-        if (std::size_t const row = i / (4 * 64);
-            row < 16 || row >= 32)  // but for the edge's blocks
+        // But for the blocks of the edge between them.
+        if (i / (4 * 64) < 16 || i / (4 * 64) >= 32) {
             ASSERT_NEAR(white.values[i], steps.values[i], 64) << i;
+        }
     Outcome const beyond = still("n.mkv", "x.%d.png", "4-9");
     EXPECT_EQ(beyond.exitCode, 3);
     EXPECT_NE(beyond.err.find("n.mkv: the movie has 5 pictures, frame 9 would be picture \"6\", "

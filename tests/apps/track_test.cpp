@@ -150,7 +150,7 @@ TEST(Track, TheImportReadsTheSameSamples) {
         }
         ++taken;
         std::ofstream(file, std::ios::binary) << text;
-        int corners[] = {kUpperLeft, kLowerLeft, kUpperRight, kLowerRight}, ids[] = {0, 0, 0, 0};
+        int corners[] = {kUpperLeft, kUpperRight, kLowerLeft, kLowerRight}, ids[] = {0, 0, 0, 0};
         Collector import;
         LoadMochaFile(nullptr, corners, ids, file.c_str(), &import);
         std::array<std::size_t, 4> next{};
@@ -204,13 +204,13 @@ struct Known {
 
 TEST(Track, FormsAreKnownByTheirText) {
     std::string const rows = "\n0 10,10 90,10 10,40 90,40";
-    std::string const crossed = "\n0 10,10 10,40 90,10 90,40";
+    std::string const swapped = "\n0 10,10 10,40 90,10 90,40";
     Known const kKnown[] = {
-        {sections(kWords, kPlain), {"mocha"}, rows},
-        {sections(kNumbers, kPlain), {"mocha", "keyframes"}, crossed},
+        {sections(kWords, kPlain), {"mocha", "keyframes"}, swapped},
+        {sections(kNumbers, kPlain), {"mocha"}, rows},
         {sections({"ADBE Corner Pin-0001", "Upper Right ADBE Corner Pin-0002"}, kPlain),
-         {"mocha", "keyframes"},
-         "\n0 10,10 - 90,10 -"},
+         {"mocha"},
+         "\n0 10,10 90,10 - -"},
         {"CornerPin2D {\n to1 {10 10}\n to2 {90 {curve x0 10}}\n to3 {90 40}\n to4 {10 40}\n"
          " from1 {0 0} from2 {100 0} from3 {100 50} from4 {0 50}\n}\n",
          {"nodes"},
@@ -261,7 +261,7 @@ TEST(Track, RefusalsTellLineAndReason) {
         {"mocha", "\n0 1 2\nUpper Left\n",
          "line 2: a sample before any corner's section: \"0 1 2\""},
         {"mocha", kSize + "Upper Left\n0 1 2\nLower Left\n",
-         "line 5: a section without samples: \"lower left\""},
+         "line 5: a section without samples: \"upper right\""},
         {"mocha", "Source Width 0\n", "line 1: the frame's size can't be \"Source Width 0\""},
         {"mocha", "Source Height x\n", "line 1: the frame's size can't be \"Source Height x\""},
         {"mocha", "Upper Left\n1 nan 2\n", "line 2: not a finite number in \"1 nan 2\""},
@@ -310,40 +310,40 @@ struct Odd {
 TEST(Track, OddTracksAreToldWithWhatMendsThem) {
     auto const frames = [](std::vector<std::string> const& samples) {
         std::string text = kHead;
-        for (std::string const& heading : kWords) {
-            text += heading + "\n";
-            for (std::string const& sample : samples)
-                text += sample + (heading[0] == 'U' ? " 10" : " 40") +
-                        (heading.ends_with("Left") ? "" : ".5") + "\n";
+        char const* const y[] = {" 10\n", " 10.5\n", " 40\n", " 40.5\n"};
+        for (std::size_t corner = 0; corner < 4; ++corner) {
+            text += kNumbers[corner] + "\n";
+            for (std::string const& sample : samples) text += sample + y[corner];
         }
         return text;
     };
     Odd const kOdd[] = {
-        {sections(kWords, kPlain), {}},
-        {sections(kNumbers, kPlain), {"turned-over --format keyframes"}},
-        {sections(kWords, {"10 40", "90 40", "10 10", "90 10"}), {"upside-down --flip-y"}},
-        {sections(kWords, {"10 10", "90 10", "90 40", "10 40"}), {"crossed --corners ul,ur,lr,ll"}},
-        {sections(kWords, {"90 10", "10 10", "90 40", "10 40"}),
+        {sections(kNumbers, kPlain), {}},
+        {sections(kWords, kPlain), {"note 7", "note 10", "turned-over --format keyframes"}},
+        {sections(kNumbers, {"10 40", "90 40", "10 10", "90 10"}), {"upside-down --flip-y"}},
+        {sections(kNumbers, {"10 10", "90 10", "90 40", "10 40"}),
+         {"crossed --corners ul,ur,lr,ll"}},
+        {sections(kNumbers, {"90 10", "10 10", "90 40", "10 40"}),
          {"turned-over --corners ur,ul,lr,ll"}},
-        {sections(kWords, {"90 40", "10 40", "90 10", "10 10"}), {}},  // upside down as a whole
-        {sections(kWords, {"10 10", "90 10", "10 10", "90 10"}), {"flat"}},
+        {sections(kNumbers, {"90 40", "10 40", "90 10", "10 10"}), {}},  // upside down as a whole
+        {sections(kNumbers, {"10 10", "90 10", "10 10", "90 10"}), {"flat"}},
         {sections({"Upper Left", "Oben rechts"}, kPlain),
          {"note 7", "duplicate 9", "missing-corner", "missing-corner", "missing-corner"}},
-        {sections({"Upper Right ADBE Corner Pin-0002"}, kPlain),
+        {sections({"Lower Left ADBE Corner Pin-0003"}, kPlain),
          {"note 4", "missing-corner", "missing-corner", "missing-corner"}},
         {frames({"0 5", "1 5", "2 5", "7 5"}), {"gap", "flat"}},
         {frames({"1 5", "0 5"}), {"order 6", "order 9", "order 12", "order 15", "flat"}},
-        {sections(kWords, {"10 10", "90 10\n 1 90 10", "10 40", "90 40"}), {"uneven"}},
-        {sections(kWords, {"10 10", "90 10", "10 40", "350 40"}), {"outside 15"}},
-        {sections(kWords, {"10 10", "90 10", "10 40", "40000 40"}),
+        {sections(kNumbers, {"10 10", "90 10\n 1 90 10", "10 40", "90 40"}), {"uneven"}},
+        {sections(kNumbers, {"10 10", "90 10", "10 40", "350 40"}), {"outside 15"}},
+        {sections(kNumbers, {"10 10", "90 10", "10 40", "40000 40"}),
          {"outside 15", "beyond-host 15"}},
-        {sections(kWords, {"0 0", "1 0", "0 1", "1 1"}), {"outside"}},
+        {sections(kNumbers, {"0 0", "1 0", "0 1", "1 1"}), {"outside"}},
         {"0,10,10,90,10,10,40,90,40\n", {"size --size WxH"}},
         {"# size 720x576\n1,10,10,90,10,10,40,90,40\n",
          {"frame-base --first-frame 0", "pixel-aspect --pixel-aspect A"}},
-        {"Source Pixel Aspect Ratio 1.5\n" + sections(kWords, kPlain),
+        {"Source Pixel Aspect Ratio 1.5\n" + sections(kNumbers, kPlain),
          {"pixel-aspect --pixel-aspect 1.5"}},
-        {sections(kWords, kPlain) + std::string(300, ' ') + "\n", {"note 16"}},
+        {sections(kNumbers, kPlain) + std::string(300, ' ') + "\n", {"note 16"}},
     };
     for (Odd const& odd : kOdd) {
         SCOPED_TRACE(odd.text);
@@ -355,7 +355,7 @@ TEST(Track, OddTracksAreToldWithWhatMendsThem) {
         EXPECT_EQ(issues, odd.issues);
     }
     TrackTarget const target{PixelSize{200, 50}, 1001};
-    auto const issues = checkTrack(trackFromText({"text", sections(kWords, kPlain), {}}), target);
+    auto const issues = checkTrack(trackFromText({"text", sections(kNumbers, kPlain), {}}), target);
     ASSERT_EQ(issues.size(), 2u);  // another frame's size, and another start
     EXPECT_EQ(issues[1].mend, "--first-frame 1001");
     EXPECT_THROW(requireImportable("text", trackFromText({"text", kOdd[13].text, {}})), UserError);

@@ -100,6 +100,17 @@ TEST(Import, SetsKeysOnTheChosenPins) {
     }
 }
 
+// Sections count, in the order of the table, not their words.
+TEST(Import, TheSecondSectionGoesToTheUpperRightPin) {
+    Effect effect;
+    Chooser const chooser(
+        "Source Width 200\nSource Height 100\nLower Left\n1001 1 2\n"
+        "Upper Right\n1001 3 4\n");
+    effect.choose(kToPopup);
+    EXPECT_EQ(effect.keysOf(kParamToUpperRight), "0: 1,2 ");
+    EXPECT_EQ(effect.keysOf(kParamToLowerLeft), "0: 3,4 ");
+}
+
 TEST(Import, WithoutASizeScalesToTheOutput) {
     Effect effect;
     Chooser const chooser("Upper Left\n1001 360 243\n");
