@@ -309,16 +309,19 @@ private:
     }
 
     void checkFrameBase() {
-        std::optional<double> first;
+        std::optional<double> first, last;
         for (CornerTrack const& corner : m_track.corners)
-            for (TrackSample const& sample : corner.samples)
+            for (TrackSample const& sample : corner.samples) {
                 first = std::min(first.value_or(sample.frame), sample.frame);
+                last = std::max(last.value_or(sample.frame), sample.frame);
+            }
         if (!first) return;
-        if (m_target.startFrame && *first != *m_target.startFrame)
+        auto const start = m_target.startFrame;
+        if (start && (*start < *first || *start > *last))
             add(TrackFault::kFrameBase, 0,
-                fmt::format("the first frame is {}, and the composition starts at {}",
-                            numberText(*first), *m_target.startFrame),
-                fmt::format("--first-frame {}", *m_target.startFrame));
+                fmt::format("its frames are {} to {}, and the composition starts at {}",
+                            numberText(*first), numberText(*last), *start),
+                fmt::format("--first-frame {}", *start));
         if (!m_target.startFrame && *first == 1)
             add(TrackFault::kFrameBase, 0,
                 "the first frame is 1: in a composition that counts from 0 all keys come a frame "
