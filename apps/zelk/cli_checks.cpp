@@ -413,8 +413,8 @@ TrackChange checkedChange(TypedOptions const& typed) {
     return change;
 }
 
-void refuseOption(bool isGiven, char const* option, char const* expected) {
-    if (isGiven) throw UserError(ExitCode::kUsage, {option, "does not go with", "track", expected});
+void refuseOption(bool isGiven, char const* option, char const* command, char const* expected) {
+    if (isGiven) throw UserError(ExitCode::kUsage, {option, "does not go with", command, expected});
 }
 
 }  // namespace
@@ -425,8 +425,9 @@ TrackRequest checkedTrack(TypedOptions const& typed) {
     if (isConvert) words.erase(words.begin());
     std::size_t const files = isConvert ? 2 : 1;
     if (words.size() < files || words[files - 1].empty())
-        throw UserError(ExitCode::kUsage, {words.empty() ? "FILE" : "OUT", "not given,", "",
-                                           isConvert ? "convert IN OUT" : "a tracking file"});
+        throw UserError(ExitCode::kUsage,
+                        {isConvert && !words.empty() ? "OUT" : "FILE", "not given,", "",
+                         isConvert ? "convert IN OUT" : "a tracking file"});
     if (words.size() > files)
         throw UserError(ExitCode::kUsage,
                         {"track", "argument too many:", words[files], "FILE, or convert IN OUT"});
@@ -438,12 +439,15 @@ TrackRequest checkedTrack(TypedOptions const& typed) {
     request.read.asks = isConvert;
     request.change = checkedChange(typed);
     if (isConvert) {
-        refuseOption(typed.json, "--json", "zelk track FILE, without convert");
-        refuseOption(typed.plot.has_value(), "--plot", "zelk track FILE, without convert");
+        refuseOption(typed.json, "--json", "track convert", "zelk track FILE");
+        refuseOption(typed.plot.has_value(), "--plot", "track convert", "zelk track FILE");
+        refuseOption(typed.noClobber, "--no-clobber", "track convert",
+                     "no --force, which a file that is there needs");
         request.output = words[1];
         request.as = formToWrite(words[1], typed.as);
     } else {
-        refuseOption(typed.as.has_value(), "--as", "zelk track convert IN OUT");
+        refuseOption(typed.as.has_value(), "--as", "track", "zelk track convert IN OUT");
+        refuseOption(typed.force, "--force", "track", "zelk track convert IN OUT");
     }
     request.force = typed.force;
     request.json = typed.json;
@@ -465,6 +469,24 @@ void checkProjectCommand(TypedOptions const& typed, std::optional<std::string> c
                                              {"from", TrackedPins::kFrom}};
     Verb const what = pick<Verb>(kVerbs, "project", verb.value_or(""));
     std::string const file = required(typed.file, "FILE", "a project file");
+    if (what != kNew) {
+        struct Option {
+            char const* name;
+            bool isGiven;
+        };
+        Option const onlyNew[] = {{"--layer", typed.layer.has_value()},
+                                  {"--plate", typed.plate.has_value()},
+                                  {"--output", typed.output.has_value()},
+                                  {"--frames", typed.frames.has_value()},
+                                  {"--rate", typed.rate.has_value()},
+                                  {"--size", typed.frameSize.has_value()},
+                                  {"--force", typed.force}};
+        for (Option const& option : onlyNew)
+            refuseOption(option.isGiven, option.name, verb->c_str(), "zelk project new");
+    }
+    refuseOption(typed.json && what != kShow, "--json", verb->c_str(), "zelk project show");
+    refuseOption(typed.pins && what != kImportTrack, "--pins", verb->c_str(),
+                 "zelk project import-track");
     if (what == kImportTrack) {
         auto const pins = pickIfGiven(kPins, "--pins", typed.pins).value_or(TrackedPins::kTo);
         line.importTrack = ProjectTrack{file, required(typed.trackTo, "TRACK", "a tracking file"),

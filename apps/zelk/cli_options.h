@@ -86,6 +86,7 @@ struct TrackUse {
     std::filesystem::path file;
     TrackedPins pins = TrackedPins::kTo;
     std::shared_ptr<Track const> track;
+    std::string text;  ///< of the file as it was read, where that is what the import takes
 };
 
 /// A checked `zelk render`. Values of settings are checked against the module's own ranges later.

@@ -52,6 +52,9 @@ std::string drag(DragRequest const& request) {
     int const width = project.comp.width, height = project.comp.height;
     applyProject(project, *host, width, height);
 
+    if (!host->registeredCustomUi())
+        throw UserError(ExitCode::kUsage, {"--host", "the effect draws and drags nothing in",
+                                           "a host without custom panels", "another host"});
     EditSession session(*host, width, height);
     session.setFrame(request.frame.value_or(project.comp.startFrame));
     session.panel().shows = request.panel;

@@ -53,6 +53,7 @@ FramePicture framePicture(RenderRequest const& request, Host& host, int frameNum
         plate ? PixelSize{plate->width(), plate->height()} : request.frameSize.value_or(own);
     FramePicture shown;
     shown.moment = momentOf(request, host, frameNumber, size);
+    shown.startFrame = host.comp().startFrame;
     setParameters(request, host, own, size);
     setNumber(host.parameters()[kGrowBounds].current, 0);
 

@@ -12,6 +12,7 @@ struct FramePicture {
     World layer;     ///< the picture to pin, at full resolution
     World rendered;  ///< the frame: the layer's own, or the plate's
     FrameRequest moment;
+    int startFrame = 0;  ///< of the composition
 };
 
 /// Sets the host's parameters and composition as a render of the request does, and renders that

@@ -3,11 +3,13 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cmath>
 
 #include "apps/zelk/errors.h"
 #include "apps/zelk/frame_picture.h"
 #include "apps/zelk/overlay_port.h"
+#include "apps/zelk/parameter_names.h"
 #include "apps/zelk/params_command.h"
 #include "apps/zelk/picture_writer.h"
 #include "apps/zelk/project_file.h"
@@ -26,6 +28,21 @@ int panelLength(OverlayRequest const& request, int sourcePx) {
     throw UserError(ExitCode::kUsage,
                     {"--zoom", "makes a picture larger than there can be:",
                      fmt::format("{:.0f} pixels", length), fmt::format("up to {}", kMaxWorldSide)});
+}
+
+/// A panel's pixels have 16 bits; a pin beyond them would be drawn elsewhere.
+void requirePinsInPanel(Host const& host, Panel const& panel, FrameRequest const& moment) {
+    for (int const first : {kToPins, kFromPins})
+        for (int index = first; index < first + 4; ++index) {
+            KeyValue const pin = keyValueOf(host.parameters()[static_cast<std::size_t>(index)].at(
+                {moment.time, moment.timeBase.scale}));
+            PanelPoint const at = panel.toFrame(panel.toComp({pin[0], pin[1]}));
+            if (std::max(std::abs(at.x), std::abs(at.y)) <= kLargestPx) continue;
+            throw UserError(
+                ExitCode::kUsage,
+                {"--zoom", "a pin beyond the 32767 pixels of a panel:",
+                 std::string(kParameterNames[static_cast<std::size_t>(index)]), "a smaller zoom"});
+        }
 }
 
 /// The first whole frame of a track at or after its least.
@@ -48,6 +65,9 @@ int frameOf(RenderRequest const& request, std::optional<int> frame) {
 
 std::vector<std::string> writeOverlay(OverlayRequest const& request) {
     auto const host = loadModule(request.render.module);
+    if (!host->registeredCustomUi())
+        throw UserError(ExitCode::kUsage, {"--host", "the effect draws no overlay in",
+                                           "a host without custom panels", "another host"});
     applyRequest(request.render, host->parameters());
     checkTarget(request.render.output, request.render.noClobber);
     useThreads(request.render.threads);
@@ -57,6 +77,13 @@ std::vector<std::string> writeOverlay(OverlayRequest const& request) {
     panel.shows = request.panel;
     panel.zoom = request.zoom;
     panel.pan = {double(request.marginPx), double(request.marginPx)};
+    requirePinsInPanel(*host, panel, frame.moment);
+    bool const isOtherSize = frame.layer.width() != frame.rendered.width() ||
+                             frame.layer.height() != frame.rendered.height();
+    if (request.panel == PF_Window_LAYER && isOtherSize)
+        throw UserError(ExitCode::kUsage,
+                        {"--panel", "To Pins lie in a frame of another size than the", "layer",
+                         "comp with --over, --size or a project of another size"});
     World const& shown = request.panel == PF_Window_LAYER ? frame.layer : frame.rendered;
     int const width = panelLength(request, shown.width());
     int const height = panelLength(request, shown.height());
@@ -69,8 +96,8 @@ std::vector<std::string> writeOverlay(OverlayRequest const& request) {
     std::vector<std::string> warnings =
         writePicture(canvas.toWorld(), request.render.output, ask).warnings;
     for (TrackUse const& use : request.render.tracks) {
-        auto const odd =
-            warningsOf(use, {PixelSize{frame.moment.layerWidth, frame.moment.layerHeight}, {}});
+        PixelSize const size = {frame.moment.layerWidth, frame.moment.layerHeight};
+        auto const odd = warningsOf(use, {size, frame.startFrame});
         warnings.insert(warnings.end(), odd.begin(), odd.end());
     }
     return warnings;

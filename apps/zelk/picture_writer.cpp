@@ -15,6 +15,7 @@
 
 #include "apps/zelk/channel_values.h"
 #include "apps/zelk/errors.h"
+#include "apps/zelk/output_place.h"
 #include "apps/zelk/quiet_libraries.h"
 #include "apps/zelk/temporary_file.h"
 #include "apps/zelk/world_rows.h"
@@ -49,12 +50,6 @@ bool isOneOf(auto const& names, auto const& name) {
     return std::find(names.begin(), names.end(), name) != names.end();
 }
 
-UserError unwritable(fs::path const& target, std::string const& reason) {
-    return {ExitCode::kOutput,
-            {target.string(), "cannot be written:",
-             reason.empty() ? "unknown reason" : shortened(reason), "a writable place"}};
-}
-
 std::unique_ptr<OIIO::ImageOutput> makeWriter(fs::path const& target) {
     auto writer = OIIO::ImageOutput::create(target.string());
     if (!writer || isOneOf(kNoFiles, std::string_view(writer->format_name()))) {
@@ -64,20 +59,6 @@ std::unique_ptr<OIIO::ImageOutput> makeWriter(fs::path const& target) {
                          target.extension().string(), "a name such as out.png or out.exr"});
     }
     return writer;
-}
-
-bool isLink(fs::path const& path) {
-    std::error_code none;
-    return fs::is_symlink(fs::symlink_status(path, none));
-}
-
-/// Where a link leads, to a file or to nothing yet, so that the link itself stays.
-fs::path resolved(fs::path target) {
-    constexpr int kMostLinks = 40;
-    std::error_code none;
-    for (int i = 0; i < kMostLinks && isLink(target); ++i)
-        target = target.parent_path() / fs::read_symlink(target, none);
-    return target;
 }
 
 /// How a world's rows are stored.
@@ -270,24 +251,8 @@ void checkTarget(fs::path const& target, bool noClobber) {
     checkPlace(target, noClobber);
 }
 
-void checkPlace(fs::path const& target, bool noClobber) {
-    std::error_code fault;
-    if (noClobber && fs::exists(fs::symlink_status(target, fault)))
-        throw unwritable(target, kIsThere);
-    fs::path const file = resolved(target);
-    if (isLink(file)) throw unwritable(target, "links without an end");
-    fs::path const folder = file.has_parent_path() ? file.parent_path() : fs::path(".");
-    if (!fs::is_directory(folder, fault)) throw unwritable(target, "no folder " + folder.string());
-    if (fs::exists(file, fault) && !fs::is_regular_file(file, fault)) {
-        throw unwritable(target, "not a regular file");
-    }
-    bool const isRefused = ::access(folder.c_str(), W_OK | X_OK) != 0 ||
-                           (fs::exists(file, fault) && ::access(file.c_str(), W_OK) != 0);
-    if (isRefused) throw unwritable(target, std::strerror(errno));
-}
-
 WriteReport writePicture(World const& world, fs::path const& target, WriteRequest const& request) {
-    TemporaryFile file(resolved(target));
+    TemporaryFile file(behindLinks(target));
     QuietLibraries const quiet;
     OIIO::Filesystem::IOVecOutput memory;
     auto const writer = makeWriter(target);  // gone before the file: its end may write once more

@@ -19,8 +19,6 @@ namespace zelk {
 /// Throws an output error when `target` names no format that can be written, its place refuses a
 /// file, or it exists and `noClobber` is set. Writes nothing.
 void checkTarget(std::filesystem::path const& target, bool noClobber);
-/// The same for a file of any format.
-void checkPlace(std::filesystem::path const& target, bool noClobber);
 
 /// What a world is and how its file is to be.
 struct WriteRequest {

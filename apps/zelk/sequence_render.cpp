@@ -11,6 +11,7 @@
 #include "apps/zelk/interrupt_flag.h"
 #include "apps/zelk/memory_budget.h"
 #include "apps/zelk/movie_writer.h"
+#include "apps/zelk/output_place.h"
 #include "apps/zelk/params_command.h"
 #include "apps/zelk/picture_writer.h"
 #include "apps/zelk/progress.h"

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "apps/zelk/errors.h"
+#include "apps/zelk/output_place.h"
 #include "apps/zelk/temporary_file.h"
 
 namespace zelk {
@@ -36,7 +37,8 @@ std::string readTextFile(fs::path const& file, std::string const& kind, std::siz
 }
 
 void writeTextFile(fs::path const& file, std::string_view text, bool mayReplace) {
-    TemporaryFile temporary(file);
+    checkPlace(file, false);
+    TemporaryFile temporary(behindLinks(file));
     errno = 0;
     std::ofstream out(temporary.path(), std::ios::binary);
     out << text << std::flush;

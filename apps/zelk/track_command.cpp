@@ -9,6 +9,7 @@
 
 #include "apps/zelk/errors.h"
 #include "apps/zelk/json_text.h"
+#include "apps/zelk/output_place.h"
 #include "apps/zelk/picture_reader.h"
 #include "apps/zelk/picture_writer.h"
 #include "apps/zelk/text_file.h"

@@ -6,11 +6,14 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cmath>
+#include <limits>
 #include <set>
 
 #include "apps/zelk/errors.h"
 #include "apps/zelk/module_road.h"
 #include "apps/zelk/parameter_names.h"
+#include "apps/zelk/text_file.h"
 #include "apps/zelk/track_formats.h"
 #include "platform/services/FileChooser.h"
 
@@ -80,6 +83,22 @@ std::size_t keysOf(CornerTrack const& corner, Comp const& comp) {
     return moments.size();
 }
 
+/// Throws an input error for the first sample whose moment the composition's clock can't hold.
+void requireWithinClock(TrackUse const& use, Comp const& comp) {
+    for (CornerTrack const& corner : use.track->corners)
+        for (TrackSample const& sample : corner.samples) {
+            double const moment = comp.timeBase.step * (sample.frame - comp.startFrame);
+            if (std::abs(moment) <= std::numeric_limits<A_long>::max()) continue;
+            throw UserError(
+                ExitCode::kInput,
+                {fmt::format("{}: line {}", use.file.string(), sample.line),
+                 "a frame beyond the composition's clock:", fmt::format("{}", sample.frame),
+                 fmt::format("frames within {} of {}",
+                             std::numeric_limits<A_long>::max() / comp.timeBase.step,
+                             comp.startFrame)});
+        }
+}
+
 /// Has the effect import the file at `path`.
 void runImport(Host& host, TrackUse const& use, std::string const& path, PixelSize frame) {
     constexpr double kLoadToPins = 2, kLoadFromPins = 3;  // entries of the popup
@@ -96,9 +115,11 @@ void runImport(Host& host, TrackUse const& use, std::string const& path, PixelSi
 }  // namespace
 
 TrackUse readTrackUse(std::filesystem::path const& file, TrackedPins pins) {
-    auto track = std::make_shared<Track const>(readTrack(file));
+    std::string text = readTextFile(file, "a tracking", kLargestTrackFile);
+    auto track = std::make_shared<Track const>(trackFromText({file.string(), text, {}}));
     requireImportable(file.string(), *track);
-    return {file, pins, std::move(track)};
+    if (track->format != trackFormats().front().name) text.clear();
+    return {file, pins, std::move(track), std::move(text)};
 }
 
 std::vector<std::string> warningsOf(TrackUse const& use, TrackTarget const& target) {
@@ -109,13 +130,15 @@ std::vector<std::string> warningsOf(TrackUse const& use, TrackTarget const& targ
 }
 
 std::size_t importTrack(Host& host, TrackUse const& use, PixelSize frame) {
+    if (host.identity().applId == kAppPremierePro)
+        throw UserError(ExitCode::kUsage, {"--host", "the effect imports no tracking data in",
+                                           "PrMr", "another host"});
+    requireWithinClock(use, host.comp());
     std::vector<Parameter>& all = host.parameters();
     int const first = use.pins == TrackedPins::kTo ? kToPins : kFromPins;
     for (int i = first; i < first + 4; ++i) all[static_cast<std::size_t>(i)].editTrack().clear();
-    if (use.track->format == trackFormats().front().name)
-        runImport(host, use, std::filesystem::absolute(use.file).string(), frame);
-    else
-        runImport(host, use, TextInMemory(importText(*use.track, frame)).path(), frame);
+    TextInMemory const text(use.text.empty() ? importText(*use.track, frame) : use.text);
+    runImport(host, use, text.path(), frame);
 
     std::size_t keys = 0;
     for (std::size_t corner = 0; corner < 4; ++corner) {
