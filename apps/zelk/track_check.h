@@ -15,6 +15,7 @@ namespace zelk {
 enum class TrackFault {
     kNote,           ///< of the reader
     kNoSize,         ///< the file does not tell the frame's size
+    kNoRate,         ///< the file does not tell the frames a second
     kMissingCorner,  ///< its pin stays as it is
     kDuplicate,      ///< a frame twice in one corner
     kOrder,          ///< frames that descend
@@ -44,6 +45,7 @@ struct TrackIssue {
 struct TrackTarget {
     std::optional<PixelSize> frame;
     std::optional<int> startFrame;  ///< of the composition
+    bool tellsRate = false;         ///< it is written in a form that tells a rate
 };
 
 std::vector<TrackIssue> checkTrack(Track const& track, TrackTarget const& target = {});

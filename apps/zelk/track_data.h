@@ -29,13 +29,22 @@ struct TrackSample {
 
 struct CornerTrack {
     int line = 0;  ///< of the heading, 0 where the form has none
+    /// Of the first heading whose words mean this corner, though its samples went to another.
+    int meantLine = 0;
     std::vector<TrackSample> samples;
 };
+
+/// Reads headings as their words say.
+inline constexpr char const* kMeantByWords = "--format keyframes";
+
+/// What a form that tells a rate has for a track that does not.
+inline constexpr double kUntoldRate = 24;
 
 /// What a reader found odd but could read.
 struct TrackNote {
     int line = 0;
     std::string text;  ///< a sentence
+    std::string mend;  ///< options of `zelk track convert`; empty for none
 };
 
 struct Track {

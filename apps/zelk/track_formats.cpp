@@ -20,17 +20,18 @@ namespace zelk {
 namespace {
 
 constexpr TrackFormat kFormats[] = {
-    {"mocha", "what the effect imports, read as it does", ".txt", true, isMocha, readMocha,
-     writeMocha},
+    {"mocha", "what the effect imports, read as it does", ".txt", true, isMocha, resemblesMocha,
+     readMocha, writeMocha},
     {"keyframes", "corner pin keyframes copied in a motion graphics host", "", true, isKeyframeText,
-     readKeyframeText, writeKeyframeText},
-    {"nodes", "a node compositor's CornerPin2D", ".nk", true, isNodeText, readNodeText,
-     writeNodeText},
-    {"csv", "a table with commas or semicolons", ".csv", false, isCsv, readCsv, writeCsv},
-    {"columns", "frame, corner, x, y between blanks", "", false, isColumns, readColumns,
-     writeColumns},
+     nullptr, readKeyframeText, writeKeyframeText},
+    {"nodes", "a node compositor's CornerPin2D", ".nk", true, isNodeText, resemblesNodeText,
+     readNodeText, writeNodeText},
+    {"csv", "a table with commas or semicolons", ".csv", false, isCsv, resemblesCsv, readCsv,
+     writeCsv},
+    {"columns", "frame, corner, x, y between blanks", "", false, isColumns, resemblesColumns,
+     readColumns, writeColumns},
     {"corner-columns", "corner, frame, x, y between blanks", "", false, isCornerColumns,
-     readCornerColumns, writeCornerColumns},
+     resemblesCornerColumns, readCornerColumns, writeCornerColumns},
 };
 
 std::string listOf(std::vector<std::string_view> const& names) {
@@ -48,15 +49,30 @@ void refuseWideText(TrackText const& text) {
     if (isWide) text.refuse(1, "the text is", "UTF-16", "plain text or UTF-8");
 }
 
+/// Of a text that no form fits.
+TrackFormat const& likeliest(TrackText const& text) {
+    for (TrackFormat const& format : kFormats)
+        if (format.resembles && format.resembles(text)) return format;
+    text.refuse(0, "no corner's section, pin node or table of numbers in", "the file",
+                "tracking data, its form named by `zelk track convert --format` with " +
+                    trackFormatNames());
+}
+
+/// Without the mark that some editors set before UTF-8.
+TrackText withoutMark(TrackText text) {
+    if (text.bytes.starts_with("\xef\xbb\xbf")) text.bytes.remove_prefix(3);
+    return text;
+}
+
 TrackFormat const& choose(TrackText const& text, bool asks) {
     auto const formats = formatsOf(text);
-    if (formats.empty()) return kFormats[0];
+    if (formats.empty()) return likeliest(text);
     bool const isImport = formats[0] == &kFormats[0];
     if (formats.size() > 1 && (asks || !isImport)) {
         std::vector<std::string_view> names;
         for (TrackFormat const* format : formats) names.push_back(format->name);
         text.refuse(0, "can't be told apart from its text:", listOf(names),
-                    "--format with one of them");
+                    "one of them named by `zelk track convert --format`");
     }
     return *formats[0];
 }
@@ -85,7 +101,8 @@ TrackFormat const& trackFormatNamed(std::string const& option, std::string const
     throw UserError(ExitCode::kUsage, {option, "unknown choice", name, trackFormatNames()});
 }
 
-std::vector<TrackFormat const*> formatsOf(TrackText const& text) {
+std::vector<TrackFormat const*> formatsOf(TrackText const& asGiven) {
+    TrackText const text = withoutMark(asGiven);
     std::vector<TrackFormat const*> formats;
     for (TrackFormat const& format : kFormats)
         if (format.recognises(text)) formats.push_back(&format);
@@ -93,10 +110,9 @@ std::vector<TrackFormat const*> formatsOf(TrackText const& text) {
 }
 
 Track trackFromText(TrackText const& asGiven, ReadTrackOptions const& options) {
-    TrackText text = asGiven;
+    TrackText text = withoutMark(asGiven);
     text.size = options.size;
     refuseWideText(text);
-    if (text.bytes.starts_with("\xef\xbb\xbf")) text.bytes.remove_prefix(3);
     TrackFormat const& format =
         options.format ? trackFormatNamed("--format", *options.format) : choose(text, options.asks);
     Track track = format.read(text);

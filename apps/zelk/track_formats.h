@@ -18,6 +18,9 @@ struct TrackFormat {
     std::string_view ending;  ///< of files that are written so by themselves; empty for none
     bool writesSize;          ///< the form can't be written without the frame's size
     bool (*recognises)(TrackText const&);
+    /// Whether a text that no form recognises was meant for this one, whose reader then says what
+    /// is wrong with it; null for never.
+    bool (*resembles)(TrackText const&);
     Track (*read)(TrackText const&);
     std::string (*write)(Track const&);
 };
@@ -29,7 +32,7 @@ std::string trackFormatNames();
 /// Throws a usage error about `option`.
 TrackFormat const& trackFormatNamed(std::string const& option, std::string const& name);
 
-/// The forms that a text may be in. With none it is taken for the form that the effect imports.
+/// The forms that a text may be in; none for one that no form fits.
 std::vector<TrackFormat const*> formatsOf(TrackText const& text);
 
 inline constexpr std::size_t kLargestTrackFile = std::size_t{16} << 20;

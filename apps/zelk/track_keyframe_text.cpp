@@ -75,9 +75,8 @@ private:
             if (line.find(keyword) == std::string_view::npos) continue;
             auto const value = valueAfter(line, keyword);
             auto const whole = value ? parseWhole(numberText(*value)) : std::nullopt;
-            if (!whole)
-                m_text.refuse(number, "the frame's size can't be", trimmed(line),
-                              "a whole number of pixels above 0");
+            if (!isSide(whole))
+                m_text.refuse(number, "the frame's size can't be", trimmed(line), kSideExpected);
             *size = *whole;
             return true;
         }
@@ -133,7 +132,6 @@ bool isKeyframeText(TrackText const& text) {
 Track readKeyframeText(TrackText const& text) { return KeyframeReader(text).read(); }
 
 std::string keyframeText(Track const& track, std::array<std::string_view, 4> const& headings) {
-    constexpr double kUntoldRate = 24;
     std::string text = fmt::format(
         "Adobe After Effects 8.0 Keyframe Data\n\n\tUnits Per Second\t{}\n\tSource Width\t{}\n"
         "\tSource Height\t{}\n\tSource Pixel Aspect Ratio\t{}\n\tComp Pixel Aspect Ratio\t{}\n",

@@ -93,9 +93,8 @@ private:
     }
 
     void takeSize(TrackingLine const& line, std::string const& piece, int number, int& size) {
-        if (!line.hasSize || line.size <= 0)
-            m_text.refuse(number, "the frame's size can't be", trimmed(piece),
-                          "a whole number of pixels above 0");
+        if (!line.hasSize || !isSide(line.size))
+            m_text.refuse(number, "the frame's size can't be", trimmed(piece), kSideExpected);
         if (m_open >= 0 && size != line.size)
             note(number, "a size after samples: the import takes it for those that follow alone");
         size = line.size;
@@ -107,17 +106,17 @@ private:
         m_open = corner;
         m_strange = 0;
         auto const byHost = cornerOfHeading(piece);
-        bool const isContradicted = byHost && *byHost != corner && headingHasWords(piece);
-        if (isContradicted)
-            note(number, fmt::format("the heading's words say {}, the import takes it for {}",
-                                     kCornerWords[static_cast<std::size_t>(*byHost)],
-                                     kCornerWords[static_cast<std::size_t>(corner)]));
+        if (!byHost || *byHost == corner || !headingHasWords(piece)) return;
+        auto const meant = static_cast<std::size_t>(*byHost);
+        addNote(m_track, number,
+                fmt::format("the heading's words say {}, the import takes it for {}",
+                            kCornerWords[meant], kCornerWords[static_cast<std::size_t>(corner)]),
+                kMeantByWords);
+        if (m_track.corners[meant].meantLine == 0) m_track.corners[meant].meantLine = number;
     }
 
     void takeSample(TrackingLine const& line, std::string const& piece, int number) {
-        if (m_open < 0)
-            m_text.refuse(number, "a sample before any corner's section:", trimmed(piece),
-                          kHeadingExpected);
+        if (m_open < 0) return noteEarly(number);
         if (!std::isfinite(line.frame) || !std::isfinite(line.x) || !std::isfinite(line.y))
             m_text.refuse(number, "not a finite number in", trimmed(piece), "frame, x and y");
         if (m_strange > 0)
@@ -149,6 +148,13 @@ private:
 
     void note(int line, std::string text) { addNote(m_track, line, std::move(text)); }
 
+    /// Keys of other properties that were copied along, mostly.
+    void noteEarly(int line) {
+        if (!m_hasEarly)
+            note(line, "samples before any corner's section: the import passes over them");
+        m_hasEarly = true;
+    }
+
     void noteLong(int line) {
         if (m_longLine == 0)
             note(line, fmt::format("longer than {} characters: the import takes it for several "
@@ -162,6 +168,7 @@ private:
     int m_open = -1;    ///< the corner whose section it is
     int m_strange = 0;  ///< line of a heading that no keyword is in, until a sample follows
     int m_longLine = 0;
+    bool m_hasEarly = false;
 };
 
 }  // namespace
@@ -172,6 +179,12 @@ bool isMocha(TrackText const& text) {
         if (!isTable && readTrackingLine(pieces.piece().c_str()).kind == TrackingLineKind::kCorner)
             return true;
     }
+    return false;
+}
+
+bool resemblesMocha(TrackText const& text) {
+    for (std::string_view const word : {"Keyframe Data", "Source Width", "Source Height"})
+        if (text.bytes.find(word) != std::string_view::npos) return true;
     return false;
 }
 

@@ -15,6 +15,8 @@ namespace zelk {
 
 /// Whether a line is a heading to the import, and no table's header with separators.
 bool isMocha(TrackText const& text);
+/// Whether it has the form's head, though no corner's section.
+bool resemblesMocha(TrackText const& text);
 Track readMocha(TrackText const& text);
 /// The track has a size: the import scales what has none from 720x486 to the frame. Headings are
 /// words without numbers, which every reader takes alike. An empty corner has no section.

@@ -20,6 +20,8 @@
 namespace zelk {
 
 bool isNodeText(TrackText const& text);
+/// Whether it was meant so, though it has no pins.
+bool resemblesNodeText(TrackText const& text);
 Track readNodeText(TrackText const& text);
 /// The track has a size.
 std::string writeNodeText(Track const& track);

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 
 #include "apps/zelk/track_text.h"
 
@@ -13,6 +14,7 @@ namespace zelk {
 namespace {
 
 constexpr double kLongestPx = 1600, kShortestPx = 320, kLegendPx = 28, kTextPx = 13;
+constexpr double kLeastWidthPx = 160, kLeastHeightPx = 64;  // for the legend, and to see a line
 constexpr CanvasColor kBackground = {24, 26, 30}, kFrameColor = {52, 56, 64};
 constexpr CanvasColor kTextColor = {215, 218, 224}, kFirstColor = {150, 156, 168};
 constexpr CanvasColor kLastColor = {245, 246, 250};
@@ -28,9 +30,10 @@ struct View {
     }
 };
 
-/// The frame: the one that is told, else what the samples span.
-View frameOf(Track const& track) {
+/// The frame: the one that is told, else the picture below, else what the samples span.
+View frameOf(Track const& track, World const* under) {
     if (track.hasSize()) return {0, 0, double(track.width), double(track.height)};
+    if (under) return {0, 0, double(under->width()), double(under->height())};
     View span = {0, 0, 1, 1};
     for (CornerTrack const& corner : track.corners)
         for (TrackSample const& sample : corner.samples) {
@@ -40,8 +43,15 @@ View frameOf(Track const& track) {
     return span;
 }
 
+/// Widens a side of the view to `least` on both ends.
+void widen(double& from, double& to, double least) {
+    double const missing = std::max(least - (to - from), 0.0);
+    from -= missing / 2;
+    to += missing / 2;
+}
+
 View viewOf(Track const& track, View const& frame) {
-    double const marginX = (frame.right - frame.left) / 2, marginY = (frame.bottom - frame.top) / 2;
+    double const marginX = frame.right - frame.left, marginY = frame.bottom - frame.top;
     View view = frame;
     for (CornerTrack const& corner : track.corners)
         for (TrackSample const& sample : corner.samples) {
@@ -52,7 +62,20 @@ View viewOf(Track const& track, View const& frame) {
         }
     double const longest = std::max(view.right - view.left, view.bottom - view.top);
     view.zoom = std::clamp(longest, kShortestPx, kLongestPx) / longest;
+    widen(view.left, view.right, kLeastWidthPx / view.zoom);
+    widen(view.top, view.bottom, kLeastHeightPx / view.zoom);
     return view;
+}
+
+std::size_t countOutside(Track const& track, View const& view) {
+    std::size_t count = 0;
+    for (CornerTrack const& corner : track.corners)
+        count += static_cast<std::size_t>(std::count_if(
+            corner.samples.begin(), corner.samples.end(), [&view](TrackSample const& sample) {
+                return sample.x < view.left || sample.x > view.right || sample.y < view.top ||
+                       sample.y > view.bottom;
+            }));
+    return count;
 }
 
 int pixels(double length) { return std::max(1, static_cast<int>(std::ceil(length))); }
@@ -84,35 +107,96 @@ void drawPath(Canvas& canvas, View const& view, CornerTrack const& corner, Canva
     canvas.dot(path.back(), 4.5, color);
 }
 
-void drawLegend(Canvas& canvas, double top) {
-    double x = 8;
-    double const base = top + kLegendPx * 0.68;
-    auto const entry = [&](std::string const& text, CanvasColor color) {
-        canvas.dot({x + 5, base - 4}, 4, color);
-        canvas.text({x + 14, base}, text, kTextPx, kTextColor);
-        x += 14 + canvas.textWidth(text, kTextPx) + 16;
+/// A picture of other proportions than the frame's in the frame's: pixels are the nearest ones.
+World stretched(World const& picture, int width, int height) {
+    World out({width, height, picture.depth(), picture.spec().bgra});
+    auto const bytes = static_cast<std::size_t>(pixelBytes(picture.depth()));
+    auto const nearest = [](int at, int count, int of) {
+        return static_cast<int>((2LL * at + 1) * of / (2LL * count));
     };
-    for (std::size_t i = 0; i < 4; ++i) entry(std::string(kCornerWords[i]), kCornerColors[i]);
-    entry("first quad", kFirstColor);
-    entry("last quad", kLastColor);
+    for (int y = 0; y < height; ++y) {
+        std::byte const* const row = picture.row(nearest(y, height, picture.height()));
+        for (int x = 0; x < width; ++x)
+            std::memcpy(out.row(y) + static_cast<std::size_t>(x) * bytes,
+                        row + static_cast<std::size_t>(nearest(x, width, picture.width())) * bytes,
+                        bytes);
+    }
+    return out;
+}
+
+/// Lays the picture into the frame, each of its sides scaled by itself.
+void drawUnder(Canvas& canvas, World const& picture, CanvasPoint corner, double width,
+               double height) {
+    bool const fits = std::abs(width * picture.height() / picture.width() - height) < 0.5;
+    if (fits) return canvas.picture(picture, corner, width / picture.width());
+    int const columns = pixels(width), rows = pixels(height);
+    canvas.picture(stretched(picture, columns, rows), corner);
+}
+
+struct LegendEntry {
+    std::string text;
+    CanvasColor color;
+    double x = 0;
+    int line = 0;
+};
+
+/// Placed in lines of that width.
+std::vector<LegendEntry> legendOf(double width) {
+    Canvas const ruler(1, 1, kBackground);
+    std::vector<LegendEntry> entries;
+    for (std::size_t i = 0; i < 4; ++i)
+        entries.push_back({std::string(kCornerWords[i]), kCornerColors[i]});
+    entries.push_back({"first quad", kFirstColor});
+    entries.push_back({"last quad", kLastColor});
+    double x = 8;
+    int line = 0;
+    for (LegendEntry& entry : entries) {
+        double const own = 14 + ruler.textWidth(entry.text, kTextPx);
+        bool const isBeyond = x > 8 && x + own > width - 8;
+        line += isBeyond;
+        if (isBeyond) x = 8;
+        entry.x = x;
+        entry.line = line;
+        x += own + 16;
+    }
+    return entries;
+}
+
+void drawLegend(Canvas& canvas, std::vector<LegendEntry> const& entries, double top) {
+    for (LegendEntry const& entry : entries) {
+        double const base = top + kLegendPx * (0.68 + entry.line);
+        canvas.dot({entry.x + 5, base - 4}, 4, entry.color);
+        canvas.text({entry.x + 14, base}, entry.text, kTextPx, kTextColor);
+    }
+}
+
+/// Samples that the view does not show.
+void drawOutside(Canvas& canvas, std::size_t count) {
+    if (count == 0) return;
+    canvas.text({8, 18}, fmt::format("{} sample{} outside", count, count == 1 ? "" : "s"), kTextPx,
+                kTextColor);
 }
 
 }  // namespace
 
 Canvas plotTrack(Track const& track, World const* under) {
-    View const frame = frameOf(track);
+    View const frame = frameOf(track, under);
     View const view = viewOf(track, frame);
-    double const height = (view.bottom - view.top) * view.zoom;
-    Canvas canvas(pixels((view.right - view.left) * view.zoom), pixels(height + kLegendPx),
-                  kBackground);
+    int const columns = pixels((view.right - view.left) * view.zoom);
+    double const bottom = (view.bottom - view.top) * view.zoom;
+    auto const legend = legendOf(columns);
+    double const legendHeight = kLegendPx * (legend.back().line + 1);
+    Canvas canvas(columns, pixels(bottom + legendHeight), kBackground);
     CanvasPoint const corner = view.at({frame.left, frame.top});
     double const width = (frame.right - frame.left) * view.zoom;
-    canvas.rectangle(corner, width, (frame.bottom - frame.top) * view.zoom, kFrameColor);
-    if (under) canvas.picture(*under, corner, width / under->width());
+    double const height = (frame.bottom - frame.top) * view.zoom;
+    canvas.rectangle(corner, width, height, kFrameColor);
+    if (under) drawUnder(canvas, *under, corner, width, height);
     for (std::size_t i = 0; i < 4; ++i) drawPath(canvas, view, track.corners[i], kCornerColors[i]);
     drawQuads(canvas, view, track);
-    canvas.rectangle({0, height}, canvas.width(), kLegendPx, kBackground);
-    drawLegend(canvas, height);
+    drawOutside(canvas, countOutside(track, view));
+    canvas.rectangle({0, bottom}, canvas.width(), legendHeight, kBackground);
+    drawLegend(canvas, legend, bottom);
     return canvas;
 }
 

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 
+#include "apps/zelk/corners.h"
 #include "apps/zelk/errors.h"
 #include "apps/zelk/numbers.h"
 
@@ -15,6 +16,8 @@ void TrackText::refuse(int line, std::string const& wrong, std::string_view valu
     std::string const place = line > 0 ? fmt::format("line {}: ", line) : "";
     throw UserError(ExitCode::kInput, {file, place + wrong, shortened(value), expected});
 }
+
+bool isSide(std::optional<int> pixels) { return pixels && *pixels > 0 && *pixels <= kLargestPx; }
 
 void addSample(TrackText const& text, Track& track, int corner, TrackSample const& sample) {
     std::size_t count = 0;
@@ -27,9 +30,10 @@ void refuseSample(TrackText const& text, int line) {
     text.refuse(line, "more samples than", fmt::format("{}", kMostSamples), "a shorter track");
 }
 
-void addNote(Track& track, int line, std::string text) {
+void addNote(Track& track, int line, std::string text, std::string mend) {
     constexpr std::size_t kMostNotes = 20;
-    if (track.notes.size() < kMostNotes) track.notes.push_back({line, std::move(text)});
+    if (track.notes.size() < kMostNotes)
+        track.notes.push_back({line, std::move(text), std::move(mend)});
 }
 
 bool TextLines::next() {
@@ -75,8 +79,8 @@ PixelSize sizeFrom(TrackText const& text, int line, std::string_view words) {
     auto const x = std::min(words.find('x'), words.size());
     auto const width = parseWhole(words.substr(0, x));
     auto const height = parseWhole(words.substr(std::min(x + 1, words.size())));
-    if (width && height && *width > 0 && *height > 0) return {*width, *height};
-    text.refuse(line, "not a size:", words, "WxH such as 1920x1080");
+    if (isSide(width) && isSide(height)) return {*width, *height};
+    text.refuse(line, "not a size:", words, "WxH such as 1920x1080, up to 32767 each");
 }
 
 }  // namespace

@@ -25,6 +25,10 @@ struct TrackText {
                              std::string const& expected) const;
 };
 
+/// Whether it is a frame's width or height that the host holds.
+bool isSide(std::optional<int> pixels);
+inline constexpr char const* kSideExpected = "a whole number of pixels from 1 to 32767";
+
 /// Of a file: an hour of frames, four times. It bounds the memory that a file can take.
 inline constexpr std::size_t kMostSamples = 400'000;
 
@@ -33,7 +37,7 @@ void addSample(TrackText const& text, Track& track, int corner, TrackSample cons
 [[noreturn]] void refuseSample(TrackText const& text, int line);
 
 /// Keeps the first notes of a reader: a file of faults would have as many as lines.
-void addNote(Track& track, int line, std::string text);
+void addNote(Track& track, int line, std::string text, std::string mend = "");
 
 /// Lines of a text, whatever ends them: LF, CR LF or CR.
 class TextLines {

@@ -16,6 +16,7 @@
 #include "apps/zelk/track_check.h"
 #include "apps/zelk/track_formats.h"
 #include "apps/zelk/track_mocha.h"
+#include "apps/zelk/track_plot.h"
 #include "fuzz/fuzz_targets.h"
 #include "tracking/LoadMochaFile.h"
 #include "tracking/MochaLoader.h"
@@ -218,13 +219,21 @@ TEST(Track, FormsAreKnownByTheirText) {
         {"Root { format \"100 50 0 0 100 50 1 x\" }\nto1 {{curve i x1 10 11 x4 K 12 s0} 10}",
          {"nodes"},
          "\n1 - - 10,40 -\n2 - - 11,40 -\n4 - - 12,40 -"},
+        {"to1 {{curve x1 9 x5 8} 0}\nto4 {7 2} from1 {0 0} from2 {9 0} from3 {9 9} from4 {0 9}",
+         {"nodes"},
+         "\n1 7,7 - 9,9 -\n5 7,7 - 8,9 -"},
         {"Frame;lower right X;lower right Y;note\r\n1;1,5;-2;a\r\n2;;;b\r\n",
          {"csv"},
          "\n1 - - - 1.5,-2"},
         {"0,10,10,90,10,10,40,90,40\n", {"csv"}, rows},
         {"\xef\xbb\xbfx,\"y\",corner,frame\r1,2,Top-Left,-3.5\r", {"csv"}, "\n-3.5 1,2 - - -"},
         {"# size 100x50\n0 10 10 90 10 10 40 90 40 # wide\n", {"columns"}, rows},
-        {"5 1 7 8\n6 2 9,5 8\n", {}, ""},  // a comma, but no columns of its own
+        {"5 1 7 8\n6 2 9,5 8\n", {"columns"}, "\n5 7,8 - - -\n6 - 9.5,8 - -"},
+        {"0 10,5 10 90 10 10,5 40 90 40", {"columns"}, "\n0 10.5,10 90,10 10.5,40 90,40"},
+        {"frame\tul_x\tul_y\n3\t1,5\t2\n", {"csv"}, "\n3 1.5,2 - - -"},
+        {"frame,ul_x,ul_y\n1,\"100,5\",\"2\"\n", {"csv"}, "\n1 100.5,2 - - -"},
+        {"0, 10, 10, 90, 10, 10, 40, 90, 40\n", {"csv"}, rows},
+        {"\tFrame\tX\tY\n\t0\t1\t2\t0\n" + sections(kNumbers, kPlain), {"mocha"}, rows},
         {"5 ul 7 8\n", {"columns"}, "\n5 7,8 - - -"},
         {"5 1 7 8\n", {"columns"}, "\n5 7,8 - - -"},
         {"1 5 7 8\n", {"corner-columns"}, "\n5 7,8 - - -"},
@@ -250,16 +259,32 @@ TEST(Track, FormsAreKnownByTheirText) {
 }
 
 struct Wrong {
-    char const* format;
+    char const* format;  ///< empty for what the text tells
     std::string text;
     std::string message;  ///< without "text: "
 };
 
 TEST(Track, RefusalsTellLineAndReason) {
     Wrong const kWrong[] = {
-        {"mocha", "nothing", "no corner's section in \"the file\""},
-        {"mocha", "\n0 1 2\nUpper Left\n",
-         "line 2: a sample before any corner's section: \"0 1 2\""},
+        {"mocha", "0 1 2\n", "no corner's section in \"the file\""},
+        {"", "",
+         "no corner's section, pin node or table of numbers in \"the file\", expected "
+         "tracking data, its form named by `zelk track convert --format` with mocha, "},
+        {"", "Hello, world, and others", "no corner's section, pin node or table of numbers in"},
+        {"", "time,ul_x,ul_y\n", "line 1: columns are missing in \"time,ul_x,ul_y\""},
+        {"", "1,2,3,4,5\n", "line 1: no names of columns, and \"5 of them\""},
+        {"", "1 ul 3 4 5\n", "line 1: too many columns: \"5\""},
+        {"", "1 bogus 100 3\n2 ul 1 2\n", "line 1: not a corner: \"bogus\""},
+        {"", "ul 1 2 3\nul 2 2 1e400\n", "line 2: column 4 is not a number: \"1e400\""},
+        {"", "Source Width 5\n1 2 3\n", "no corner's section in \"the file\""},
+        {"", "CornerPin2D\n", "no pins of a \"CornerPin2D\""},
+        {"keyframes", "Source Width 32768\n",
+         "line 1: the frame's size can't be \"Source Width 32768\""},
+        {"mocha", "Source Width 99999999999\n",
+         "line 1: the frame's size can't be \"Source Width 99999999999\""},
+        {"nodes", "Root {\nformat \"0 2\" }", "line 2: the frame's size can't be \"0 2\""},
+        {"csv", "frame,ul_x,ul_y\n1,2,\"1,920\"\n",
+         "line 2: a comma for thousands or decimals in \"1,920\""},
         {"mocha", kSize + "Upper Left\n0 1 2\nLower Left\n",
          "line 5: a section without samples: \"upper right\""},
         {"mocha", "Source Width 0\n", "line 1: the frame's size can't be \"Source Width 0\""},
@@ -319,7 +344,9 @@ TEST(Track, OddTracksAreToldWithWhatMendsThem) {
     };
     Odd const kOdd[] = {
         {sections(kNumbers, kPlain), {}},
-        {sections(kWords, kPlain), {"note 7", "note 10", "turned-over --format keyframes"}},
+        {sections(kWords, kPlain),
+         {"note 7 --format keyframes", "note 10 --format keyframes",
+          "turned-over --format keyframes"}},
         {sections(kNumbers, {"10 40", "90 40", "10 10", "90 10"}), {"upside-down --flip-y"}},
         {sections(kNumbers, {"10 10", "90 10", "90 40", "10 40"}),
          {"crossed --corners ul,ur,lr,ll"}},
@@ -330,7 +357,8 @@ TEST(Track, OddTracksAreToldWithWhatMendsThem) {
         {sections({"Upper Left", "Oben rechts"}, kPlain),
          {"note 7", "duplicate 9", "missing-corner", "missing-corner", "missing-corner"}},
         {sections({"Lower Left ADBE Corner Pin-0003"}, kPlain),
-         {"note 4", "missing-corner", "missing-corner", "missing-corner"}},
+         {"note 4 --format keyframes", "missing-corner", "missing-corner --format keyframes",
+          "missing-corner"}},
         {frames({"0 5", "1 5", "2 5", "7 5"}), {"gap", "flat"}},
         {frames({"1 5", "0 5"}), {"order 6", "order 9", "order 12", "order 15", "flat"}},
         {sections(kNumbers, {"10 10", "90 10\n 1 90 10", "10 40", "90 40"}), {"uneven"}},
@@ -344,6 +372,10 @@ TEST(Track, OddTracksAreToldWithWhatMendsThem) {
         {"Source Pixel Aspect Ratio 1.5\n" + sections(kNumbers, kPlain),
          {"pixel-aspect --pixel-aspect 1.5"}},
         {sections(kNumbers, kPlain) + std::string(300, ' ') + "\n", {"note 16"}},
+        {"\tFrame\tX\tY\n\t0\t1\t2\n\t1\t1\t2\n" + sections(kNumbers, kPlain), {"note 2"}},
+        {"Root { format \"100 50 0 0 100 50 2 ana\" }\nCornerPin2D {\n invert true\n to1 {10 10}\n"
+         " to2 {90 10}\n to3 {90 40}\n to4 {10 40}\n}\n",
+         {"note 3", "pixel-aspect --pixel-aspect 2"}},
     };
     for (Odd const& odd : kOdd) {
         SCOPED_TRACE(odd.text);
@@ -354,11 +386,61 @@ TEST(Track, OddTracksAreToldWithWhatMendsThem) {
                              (issue.mend.empty() ? "" : " " + issue.mend));
         EXPECT_EQ(issues, odd.issues);
     }
-    TrackTarget const target{PixelSize{200, 50}, 1001};
+    TrackTarget const target{PixelSize{200, 50}, 1001, true};
     auto const issues = checkTrack(trackFromText({"text", sections(kNumbers, kPlain), {}}), target);
-    ASSERT_EQ(issues.size(), 2u);  // another frame's size, and another start
-    EXPECT_EQ(issues[1].mend, "--first-frame 1001");
+    ASSERT_EQ(issues.size(), 3u);  // another frame's size, no rate, and another start
+    EXPECT_EQ(issues[1].mend, "--rate FPS");
+    EXPECT_EQ(issues[2].mend, "--first-frame 1001");
     EXPECT_THROW(requireImportable("text", trackFromText({"text", kOdd[13].text, {}})), UserError);
+}
+
+struct Plot {
+    int width, height;          ///< of the track, 0 for untold
+    int overWidth, overHeight;  ///< of the white picture below; 0 for none
+    std::vector<double> far;    ///< x and y of a sample
+    int plotWidth, plotHeight;  ///< without the legend
+    int legendLines;
+    int frame[4];  ///< left, top, right and bottom of the white picture in it
+};
+
+/// The box of white pixels.
+std::array<int, 4> boxOf(World const& world) {
+    std::array<int, 4> box = {world.width(), world.height(), 0, 0};
+    for (int y = 0; y < world.height(); ++y)
+        for (int x = 0; x < world.width(); ++x) {
+            std::uint8_t const* const pixel = world.rowAs<std::uint8_t>(y) + 4 * x;
+            if (pixel[1] != 255 || pixel[2] != 255 || pixel[3] != 255) continue;
+            box = {std::min(box[0], x), std::min(box[1], y), std::max(box[2], x + 1),
+                   std::max(box[3], y + 1)};
+        }
+    return box;
+}
+
+TEST(Track, PlotsLayThePictureIntoTheFrameWhateverTheSizes) {
+    Plot const kPlots[] = {
+        {0, 0, 400, 200, {10, 10}, 400, 200, 2, {0, 0, 400, 200}},
+        {400, 200, 100, 50, {10, 10}, 400, 200, 2, {0, 0, 400, 200}},
+        {400, 200, 30, 90, {10, 10}, 400, 200, 2, {0, 0, 400, 200}},
+        {400, 200, 4, 2, {-300, 10}, 700, 200, 1, {300, 0, 700, 200}},
+        {400, 200, 4, 2, {10, 1000}, 400, 400, 2, {0, 0, 400, 200}},
+        {1600, 2, 1600, 2, {10, 1}, 1600, 64, 1, {0, 31, 1600, 33}},
+        {2, 1600, 2, 1600, {1, 10}, 160, 1600, 6, {79, 0, 81, 1600}},
+    };
+    for (Plot const& plot : kPlots) {
+        SCOPED_TRACE(testing::Message() << plot.width << "x" << plot.height << " over "
+                                        << plot.overWidth << "x" << plot.overHeight);
+        Track track;
+        track.width = plot.width;
+        track.height = plot.height;
+        track.corners[0].samples = {{0, plot.far[0], plot.far[1], 0}};
+        World white({plot.overWidth, plot.overHeight, Depth::k8});
+        for (int y = 0; y < plot.overHeight; ++y)
+            std::fill_n(white.row(y), 4 * plot.overWidth, std::byte{255});
+        World const drawn = plotTrack(track, &white).toWorld();
+        EXPECT_EQ(drawn.width(), plot.plotWidth);
+        EXPECT_EQ(drawn.height(), plot.plotHeight + 28 * plot.legendLines);
+        EXPECT_EQ(boxOf(drawn), std::to_array(plot.frame));
+    }
 }
 
 }  // namespace
