@@ -20,17 +20,17 @@ namespace zelk {
 namespace {
 
 constexpr TrackFormat kFormats[] = {
-    {"mocha", "what the effect imports, read as it does", ".txt", true, isMocha, resemblesMocha,
-     readMocha, writeMocha},
-    {"keyframes", "corner pin keyframes copied in a motion graphics host", "", true, isKeyframeText,
-     nullptr, readKeyframeText, writeKeyframeText},
-    {"nodes", "a node compositor's CornerPin2D", ".nk", true, isNodeText, resemblesNodeText,
+    {"mocha", "what the effect imports, read as it does", ".txt", true, true, isMocha,
+     resemblesMocha, readMocha, writeMocha},
+    {"keyframes", "corner pin keyframes copied in a motion graphics host", "", true, true,
+     isKeyframeText, nullptr, readKeyframeText, writeKeyframeText},
+    {"nodes", "a node compositor's CornerPin2D", ".nk", true, false, isNodeText, resemblesNodeText,
      readNodeText, writeNodeText},
-    {"csv", "a table with commas or semicolons", ".csv", false, isCsv, resemblesCsv, readCsv,
-     writeCsv},
-    {"columns", "frame, corner, x, y between blanks", "", false, isColumns, resemblesColumns,
+    {"csv", "a table with commas, semicolons or tabs", ".csv", false, false, isCsv, resemblesCsv,
+     readCsv, writeCsv},
+    {"columns", "frame, corner, x, y between blanks", "", false, false, isColumns, resemblesColumns,
      readColumns, writeColumns},
-    {"corner-columns", "corner, frame, x, y between blanks", "", false, isCornerColumns,
+    {"corner-columns", "corner, frame, x, y between blanks", "", false, false, isCornerColumns,
      resemblesCornerColumns, readCornerColumns, writeCornerColumns},
 };
 

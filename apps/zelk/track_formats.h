@@ -17,6 +17,7 @@ struct TrackFormat {
     std::string_view words;   ///< for the help
     std::string_view ending;  ///< of files that are written so by themselves; empty for none
     bool writesSize;          ///< the form can't be written without the frame's size
+    bool writesRate;          ///< it tells a rate in any case, kUntoldRate where there is none
     bool (*recognises)(TrackText const&);
     /// Whether a text that no form recognises was meant for this one, whose reader then says what
     /// is wrong with it; null for never.
