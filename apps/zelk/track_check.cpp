@@ -12,11 +12,16 @@ namespace zelk {
 namespace {
 
 void checkSize(Track const& track, TrackTarget const& target, TrackIssues& issues) {
-    if (!track.hasSize())
-        return issues.add(TrackFault::kNoSize, 0,
-                          "the frame's size is not told: the import scales from 720x486 to the "
-                          "frame",
-                          "--size WxH");
+    if (!track.hasSize()) {
+        bool const isScaled = track.format == "mocha";  // another form's pixels are the frame's
+        if (isScaled || !target.frame)
+            issues.add(TrackFault::kNoSize, 0,
+                       isScaled ? "the frame's size is not told: the import scales from 720x486 to "
+                                  "the frame"
+                                : "the frame's size is not told: its pixels are taken as they are",
+                       "--size WxH");
+        return;
+    }
     auto const& frame = target.frame;
     if (frame && (frame->width != track.width || frame->height != track.height))
         issues.add(TrackFault::kNoSize, 0,

@@ -140,15 +140,22 @@ std::string convert(TrackRequest const& request, Track const& track) {
     std::string const out = request.output->string();
     for (std::size_t i = 0; i < 4; ++i)
         if (track.corners[i].samples.empty())
-            throw UserError(ExitCode::kInput, {request.file.string(), "no samples of",
-                                               std::string(kCornerWords[i]), "all four corners"});
+            throw UserError(
+                ExitCode::kInput,
+                {request.file.string(), "no samples of", std::string(kCornerWords[i]),
+                 track.corners[i].meantLine > 0
+                     ? std::string("all four corners; headings count by their words with ") +
+                           kMeantByWords
+                     : "all four corners"});
     writeTrack(track, *request.as, *request.output, request.force);
     Summary const summary = summaryOf(track);
     std::string text =
         oneLine(fmt::format("{}: {}, {} frames, {} to {}", out, request.as->name, summary.frames,
                             numberText(summary.firstFrame), numberText(summary.lastFrame))) +
         "\n";
-    for (TrackIssue const& issue : checkTrack(track))
+    TrackTarget target;
+    target.tellsRate = request.as->writesRate;
+    for (TrackIssue const& issue : checkTrack(track, target))
         text += "  warning: " + issueText(issue) + "\n";
     return text;
 }
