@@ -1,36 +1,28 @@
 // Trouble in the middle of a run: signals, a full disk, broken and unreadable frames, a folder that
 // goes away, inputs that are black. No half file is left, and all other frames are written.
-#include <gtest/gtest.h>
 #include <sys/mount.h>
 
 #include <algorithm>
 #include <csignal>
-#include <cstdint>
 
 #include "tests/apps/zelk_process.h"
 
+namespace zelk_test {
 namespace {
 
 namespace fs = std::filesystem;
-using zelk_test::noise;
-using zelk_test::Outcome;
-using zelk_test::Picture;
-using zelk_test::readPicture;
-using zelk_test::writePicture;
 
-class SequenceFaults : public zelk_test::ZelkTest {
+class SequenceFaults : public ZelkTest {
 protected:
     void putFrames(int count, int width = 40, int height = 30) const {
         for (int frame = 1; frame <= count; ++frame)
             writePicture(at("in." + std::to_string(frame) + ".png"),
                          noise<std::uint8_t>(width, height, 4, unsigned(frame)));
     }
-    static std::vector<std::string> words(std::string const& output, int count) {
-        return {"render",     "in.%d.png",
-                "-o",         output,
-                "--frames",   "1-" + std::to_string(count),
-                "--to",       "1,1 30,2 2,28 33,29",
-                "--progress", "plain"};
+    static Words words(std::string const& output, int count, char const* input = "in.%d.png") {
+        return {
+            "render", input,      "-o",         output, "--frames", "1-" + std::to_string(count),
+            "--view", "original", "--progress", "plain"};
     }
     /// Of a folder, each a picture that can be read to its end.
     int wholePicturesIn(std::string const& folder) const {
@@ -46,6 +38,15 @@ protected:
         for (auto at = text.find(part); at != text.npos; at = text.find(part, at + 1)) ++count;
         return count;
     }
+    /// All frames are written to a folder or told as failed, and some of both.
+    void expectSome(Outcome const& outcome, std::string const& folder, std::string const& named,
+                    int count) const {
+        EXPECT_EQ(outcome.exitCode, 5) << outcome.err;
+        int const written = wholePicturesIn(folder);
+        int const failed = countOf(outcome.err, ") failed: " + named + "/");
+        EXPECT_GE(std::min(written, failed), 1) << outcome.err;
+        EXPECT_EQ(written + failed, count) << outcome.err;
+    }
 };
 
 // The stand-in for the program takes no frame, or takes all and doesn't come to its end.
@@ -53,23 +54,22 @@ TEST_F(SequenceFaults, AMovieThatIsInterruptedLeavesNothing) {
     putFrames(4, 320, 240);  // more than a pipe holds
     auto const before = files();
     struct Case {
-        char const *script, *sign;
+        char const* script;
         std::vector<int> signals;
         char const* told;
     };
-    for (Case const& c : {Case{": > _there; exec sleep 60", "_there", {SIGINT, SIGTERM}, ""},
-                          Case{"cat > /dev/null; : > _there; exec sleep 60",
-                               "_there",
-                               {SIGINT},
-                               "no movie written, interrupted"}}) {
+    for (Case const& c : {Case{": > _there; exec sleep 60", {SIGINT, SIGTERM}, ""},
+                          {"cat > /dev/null; : > _there; exec sleep 60",
+                           {SIGINT},
+                           "no movie written, interrupted"}}) {
         putProgram("ffmpeg", c.script);
-        fs::remove(at(c.sign));
+        fs::remove(at("_there"));
         Outcome const outcome = run(words("m.mov", 4), {}, [&](int child) {
-            awaitFile(c.sign);
+            awaitFile("_there");
             for (int const signal : c.signals) ::kill(child, signal);
         });
         EXPECT_EQ(outcome.exitCode, 130) << outcome.err;
-        EXPECT_NE(outcome.err.find(c.told), std::string::npos) << outcome.err;
+        EXPECT_TRUE(has(outcome.err, c.told)) << outcome.err;
         EXPECT_EQ(files(), before);
     }
 }
@@ -89,7 +89,7 @@ TEST_F(SequenceFaults, BrokenAndUnreadableFramesAreTheOnlyOnesThatFail) {
     for (std::string const frame : {"2", "3", "5"})
         EXPECT_EQ(countOf(outcome.err, "/6) failed: in." + frame + ".png: cannot be read"), 1)
             << outcome.err;
-    EXPECT_NE(outcome.err.find("zelk: 3 frames written, 3 failed\n"), std::string::npos);
+    EXPECT_TRUE(has(outcome.err, "zelk: 3 frames written, 3 failed\n"));
     EXPECT_EQ(wholePicturesIn("out"), 3);
 }
 
@@ -98,30 +98,18 @@ TEST_F(SequenceFaults, TheOutputsPlaceGivesOut) {
     putFrames(12, 120, 100);
     fs::create_directory(at("disk"));
     if (::mount("tmpfs", at("disk").c_str(), "tmpfs", 0, "size=200k") == 0) {
-        auto ask = words("disk/o.%d.png", 12);
-        ask.insert(ask.end(), {"--view", "original"});
-        Outcome const outcome = run(ask);
-        EXPECT_EQ(outcome.exitCode, 5) << outcome.err;
-        int const written = wholePicturesIn("disk"),
-                  failed = countOf(outcome.err, ") failed: disk/");
-        EXPECT_GE(std::min(written, failed), 1) << outcome.err;
-        EXPECT_EQ(written + failed, 12) << outcome.err;
+        expectSome(run(words("disk/o.%d.png", 12)), "disk", "disk", 12);
         EXPECT_EQ(::umount(at("disk").c_str()), 0);
     } else {
         std::printf("no file system can be mounted here: a full disk is not tested\n");
     }
 
     fs::create_directory(at("out"));
-    auto ask = words("out/o.%d.png", 400);
-    ask[1] = "in.1.png";
-    Outcome const outcome = run(ask, {}, [&](int) {
+    Outcome const outcome = run(words("out/o.%d.png", 400, "in.1.png"), {}, [&](int) {
         awaitFile("out/o.1.png");
         fs::rename(at("out"), at("gone"));
     });
-    EXPECT_EQ(outcome.exitCode, 5) << outcome.err;
-    int const written = wholePicturesIn("gone"), failed = countOf(outcome.err, ") failed: out/");
-    EXPECT_EQ(written + failed, 400);
-    EXPECT_GE(failed, 1);
+    expectSome(outcome, "gone", "out", 400);
     EXPECT_FALSE(fs::exists(at("out")));
 }
 
@@ -130,52 +118,47 @@ TEST_F(SequenceFaults, TheOutputsPlaceGivesOut) {
 TEST_F(SequenceFaults, BlackSuitsEveryDepthAndFormOfColour) {
     constexpr double kHalfStep = 0x1p-12;  // of a half below 1, the coarsest sample that is rounded
     char const* const types[] = {"uint8", "half", "uint16", "float"};
-    auto const nameOf = [](char const* stem, char const* type, std::string const& frame) {
+    auto const nameOf = [](std::string const& stem, std::string const& type, auto frame) {
         return stem + frame + (type[0] == 'u' ? ".tif" : ".exr");
-    };
-    auto const expectRun = [&](std::vector<std::string> words) {
-        words.insert(words.end(), {"--missing", "black", "--progress", "none", "--to",
-                                   "1,1 7,1 1,6 7,6", "--quality", "low", "--frames", "1-3"});
-        Outcome const outcome = run(words);
-        EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
     };
     auto const o = [&](int frame) {
         return readPicture<float>(at("o." + std::to_string(frame) + ".tif"));
     };
+    Words const common = {"--missing", "black", "--to",     "1,1 7,1 1,6 7,6",
+                          "--quality", "low",   "--frames", "1-3"};
     for (int l = 0; l < 4; ++l)
         for (int p = 0; p < 4; ++p) {
-            int const channels = 3 + (l + p) % 2, stride = 12 * channels;
+            int const channels = 3 + (l + p) % 2;
             SCOPED_TRACE(std::string(types[l]) + " over " + types[p] + std::to_string(channels));
-            for (int frame : {1, 2, 3}) {
-                auto const put = [&](std::string const& name, Picture<float> const& picture,
-                                     char const* type, bool isThere) {
-                    fs::remove(at(name));
-                    if (isThere) writePicture(at(name), picture, type);
-                };
-                put(nameOf("l.", types[l], std::to_string(frame)),
-                    noise<float>(6, 5, 7 - channels, unsigned(frame)), types[l], frame != 1);
-                put(nameOf("p.", types[p], std::to_string(frame)),
-                    noise<float>(12, 10, channels, unsigned(frame)), types[p], frame != 3);
-            }
             std::string const layer = nameOf("l.", types[l], "%d");
-            expectRun({"render", layer, "--over", nameOf("p.", types[p], "%d"), "-o", "o.%d.tif"});
-            for (int frame : {1, 3}) {
-                EXPECT_EQ(o(frame).format, o(2).format) << frame;
-                EXPECT_EQ(o(frame).channels, channels) << frame;
+            std::string const plate = nameOf("p.", types[p], "%d");
+            for (unsigned const frame : {1, 2, 3}) {
+                auto const name = std::to_string(frame);
+                writePicture(at(nameOf("l.", types[l], name)),
+                             noise<float>(6, 5, 7 - channels, frame), types[l]);
+                writePicture(at(nameOf("p.", types[p], name)),
+                             noise<float>(12, 10, channels, frame), types[p]);
             }
             auto const bare = readPicture<float>(at(nameOf("p.", types[p], "1")));
-            ASSERT_EQ(o(1).values.size(), bare.values.size());
+            auto const lone = readPicture<float>(at(nameOf("l.", types[l], "3")));
+            fs::remove(at(nameOf("l.", types[l], "1")));
+            fs::remove(at(nameOf("p.", types[p], "3")));
+            render(layer, "o.%d.tif", joined(common, {"--over", plate}));
+            auto const first = o(1), last = o(3);
+            for (auto const* black : {&first, &last}) {
+                EXPECT_EQ(black->format, o(2).format);
+                EXPECT_EQ(black->channels, channels);
+            }
+            ASSERT_EQ(first.values.size(), bare.values.size());
             for (std::size_t i = 0; i < bare.values.size(); ++i)
-                ASSERT_NEAR(o(1).values[i], bare.values[i], kHalfStep) << i;
+                ASSERT_NEAR(first.values[i], bare.values[i], kHalfStep) << i;
             for (int c = 0; c < channels; ++c)
-                EXPECT_EQ(o(3).values.end()[c - channels], c == 3) << "beside the layer";
+                EXPECT_EQ(last.at(11, 9, c), c == 3) << "beside the layer";
             if (channels == 4) {  // an opaque layer
-                EXPECT_NEAR(o(3).values[std::size_t(2 * stride + 2 * channels)],
-                            readPicture<float>(at(nameOf("l.", types[l], "3"))).values[3 * 7],
-                            kHalfStep);
+                EXPECT_NEAR(last.at(2, 2, 0), lone.at(1, 1, 0), kHalfStep);
             }
             if (p > 0) continue;
-            expectRun({"render", layer, "-o", "o.%d.tif"});
+            render(layer, "o.%d.tif", common);
             EXPECT_EQ(o(1).format, o(2).format);
             EXPECT_EQ(o(1).channels, o(2).channels);
             EXPECT_EQ(o(1).values, std::vector<float>(o(2).values.size()));
@@ -183,3 +166,4 @@ TEST_F(SequenceFaults, BlackSuitsEveryDepthAndFormOfColour) {
 }
 
 }  // namespace
+}  // namespace zelk_test

@@ -1,7 +1,6 @@
 // Child processes by fork and exec, and picture files by OpenImageIO.
 #include "tests/apps/zelk_process.h"
 
-#include <OpenImageIO/imageio.h>
 #include <fcntl.h>
 #include <grp.h>
 #include <sys/resource.h>
@@ -29,8 +28,7 @@ void limitChild(int which, std::size_t bytes) {
     if (bytes > 0) ::setrlimit(which, &limit);
 }
 
-[[noreturn]] void becomeZelk(fs::path const& folder, std::vector<std::string>& arguments,
-                             Limits const& limits) {
+[[noreturn]] void becomeZelk(fs::path const& folder, Words& arguments, Limits const& limits) {
     arguments.insert(arguments.begin(), ZELK_BINARY);
     std::vector<char*> argv;
     for (std::string& argument : arguments) argv.push_back(argument.data());
@@ -50,6 +48,17 @@ void limitChild(int which, std::size_t bytes) {
 
 }  // namespace
 
+bool has(std::string const& text, std::string const& part) {
+    return text.find(part) != std::string::npos;
+}
+
+std::ptrdiff_t lines(std::string const& text) { return std::count(text.begin(), text.end(), '\n'); }
+
+Words joined(Words some, Words const& more) {
+    some.insert(some.end(), more.begin(), more.end());
+    return some;
+}
+
 void ZelkTest::SetUp() {
     std::string name = fs::temp_directory_path() / "zelk-test-XXXXXX";
     ASSERT_NE(::mkdtemp(name.data()), nullptr);
@@ -61,7 +70,7 @@ void ZelkTest::TearDown() {
     fs::remove_all(m_folder);
 }
 
-Outcome ZelkTest::run(std::vector<std::string> arguments, Limits const& limits,
+Outcome ZelkTest::run(Words arguments, Limits const& limits,
                       std::function<void(int)> const& meanwhile) const {
     pid_t const child = ::fork();
     if (child == 0) becomeZelk(m_folder, arguments, limits);
@@ -71,6 +80,34 @@ Outcome ZelkTest::run(std::vector<std::string> arguments, Limits const& limits,
     EXPECT_EQ(::wait4(child, &status, 0, &usage), child);
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, bytesOf("_stdout"), bytesOf("_stderr"),
             static_cast<double>(usage.ru_maxrss) * 1024 / 1e6};
+}
+
+std::string ZelkTest::done(Words const& arguments) const {
+    Outcome const outcome = run(arguments);
+    EXPECT_EQ(outcome.exitCode, 0) << testing::PrintToString(arguments) << outcome.err;
+    return outcome.err;
+}
+
+std::string ZelkTest::render(std::string const& in, std::string const& out,
+                             Words const& options) const {
+    return done(joined({"render", in, "-o", out}, options));
+}
+
+std::string ZelkTest::copy(std::string const& in, std::string const& out,
+                           Words const& options) const {
+    return render(in, out, joined({"--view", "original"}, options));
+}
+
+void ZelkTest::expectRefusal(Words const& arguments, int exitCode, Words const& fragments,
+                             Limits const& limits) const {
+    Outcome const outcome = run(arguments, limits);
+    std::string const& said = outcome.err;
+    SCOPED_TRACE(testing::PrintToString(arguments) + said);
+    EXPECT_EQ(outcome.exitCode, exitCode);
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_TRUE(said.starts_with("zelk: ") && said.find('\n') == said.size() - 1);
+    EXPECT_TRUE(has(said, ", expected "));
+    for (std::string const& fragment : fragments) EXPECT_TRUE(has(said, fragment)) << fragment;
 }
 
 void ZelkTest::put(std::string const& name, std::string const& bytes) const {
@@ -97,8 +134,8 @@ std::string ZelkTest::bytesOf(std::string const& name) const {
     return bytes.str();
 }
 
-std::vector<std::string> ZelkTest::files() const {
-    std::vector<std::string> names;
+Words ZelkTest::files() const {
+    Words names;
     for (auto const& entry : fs::directory_iterator(m_folder)) {
         std::string const name = entry.path().filename();
         if (name[0] != '_') names.push_back(name);
@@ -116,6 +153,19 @@ void writePicture(fs::path const& file, Picture<T> const& picture, std::string c
     auto const writer = OIIO::ImageOutput::create(file.string());
     ASSERT_TRUE(writer && writer->open(file.string(), spec));
     ASSERT_TRUE(writer->write_image(own, picture.values.data()) && writer->close());
+}
+
+void writeValues(fs::path const& file, OIIO::ImageSpec const& spec, std::vector<float> values) {
+    if (values.size() == 1)
+        values.assign(spec.image_pixels() * static_cast<std::size_t>(spec.nchannels), values[0]);
+    auto const writer = OIIO::ImageOutput::create(file.string());
+    ASSERT_TRUE(writer && writer->open(file.string(), spec)) << file;
+    ASSERT_TRUE(writer->write_image(OIIO::TypeFloat, values.data()) && writer->close()) << file;
+}
+
+OIIO::ImageSpec specOf(fs::path const& file) {
+    auto const reader = OIIO::ImageInput::open(file.string());
+    return reader ? reader->spec() : OIIO::ImageSpec();
 }
 
 template <class T>

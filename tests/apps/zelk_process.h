@@ -1,6 +1,7 @@
 // Runs the built `zelk` in a folder of its own and keeps all that it says.
 #pragma once
 
+#include <OpenImageIO/imageio.h>
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -9,6 +10,8 @@
 #include <vector>
 
 namespace zelk_test {
+
+using Words = std::vector<std::string>;
 
 struct Outcome {
     int exitCode = -1;  ///< -1 when a signal ended it
@@ -23,6 +26,10 @@ struct Limits {
     bool isNobody = false;  ///< where the test is root, whom no permission stops
 };
 
+bool has(std::string const& text, std::string const& part);
+std::ptrdiff_t lines(std::string const& text);
+Words joined(Words some, Words const& more);
+
 /// A temporary folder that is the working folder of every run.
 class ZelkTest : public ::testing::Test {
 protected:
@@ -30,8 +37,18 @@ protected:
     void TearDown() override;
 
     /// `meanwhile` is called beside the running child, with its id.
-    Outcome run(std::vector<std::string> arguments, Limits const& limits = {},
+    Outcome run(Words arguments, Limits const& limits = {},
                 std::function<void(int)> const& meanwhile = {}) const;
+    /// Expects a run that ends well, and gives what it says on standard error.
+    std::string done(Words const& arguments) const;
+    std::string render(std::string const& in, std::string const& out,
+                       Words const& options = {}) const;
+    /// A render that changes no pixel.
+    std::string copy(std::string const& in, std::string const& out,
+                     Words const& options = {}) const;
+    /// Expects one line of the form that users know, with all fragments in it, and nothing else.
+    void expectRefusal(Words const& arguments, int exitCode, Words const& fragments,
+                       Limits const& limits = {}) const;
     std::filesystem::path at(std::string const& name) const { return m_folder / name; }
     void put(std::string const& name, std::string const& bytes) const;
     /// Puts a shell script before all other programs of that name, until the test ends.
@@ -40,7 +57,7 @@ protected:
     void awaitFile(std::string const& name) const;
     std::string bytesOf(std::string const& name) const;
     /// Names in the folder, sorted, those of the captured streams left out.
-    std::vector<std::string> files() const;
+    Words files() const;
 
 private:
     std::filesystem::path m_folder;
@@ -54,6 +71,9 @@ struct Picture {
     std::vector<T> values;
     std::string format;  ///< as OpenImageIO names the stored type, when read
     bool operator==(Picture const&) const = default;
+    T at(int x, int y, int c) const {
+        return values[static_cast<std::size_t>((y * width + x) * channels + c)];
+    }
 };
 
 /// Straight colour as it is stored. The stored type is `type` ("half" for one).
@@ -62,6 +82,11 @@ void writePicture(std::filesystem::path const& file, Picture<T> const& picture,
                   std::string const& type = "");
 template <class T>
 Picture<T> readPicture(std::filesystem::path const& file);
+
+/// Values as they are stored; one stands for all.
+void writeValues(std::filesystem::path const& file, OIIO::ImageSpec const& spec,
+                 std::vector<float> values);
+OIIO::ImageSpec specOf(std::filesystem::path const& file);
 
 /// Values spread over the whole range, the same for the same seed.
 template <class T>
