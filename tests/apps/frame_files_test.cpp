@@ -2,8 +2,8 @@
 // profile, time code, pixel aspect), and files that break off.
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <random>
+#include <string_view>
 
 #include "tests/apps/zelk_process.h"
 
@@ -15,21 +15,21 @@ std::vector<std::uint8_t> colorProfile(char const* space) {
     std::vector<std::uint8_t> profile(512, 0);
     std::mt19937 random(3);  // readers mistrust a profile that compresses well
     std::generate(profile.begin() + 152, profile.end(), [&] { return random() & 0x7F; });
-    profile[2] = 2;  // 512 bytes, version 2, one tag: name, offset 144, length 368
-    profile[8] = 2;
-    profile[131] = 1;
-    profile[139] = 144;
-    profile[142] = 1;
-    profile[143] = 112;
-    auto const put = [&](std::size_t at, char const* word) { std::memcpy(&profile[at], word, 4); };
-    put(12, "mntr");
-    put(16, space);
-    put(20, "XYZ ");
-    put(36, "acsp");
-    put(132, "cprt");
-    put(144, "text");
-    std::uint8_t const d50[] = {0, 0, 0xF6, 0xD6, 0, 1, 0, 0, 0, 0, 0xD3, 0x2D};
-    std::copy(std::begin(d50), std::end(d50), &profile[68]);
+    std::string_view const d50("\0\0\xF6\xD6\0\1\0\0\0\0\xD3\x2D", 12);
+    // 512 bytes, version 2, one tag: name, offset 144, length 368
+    for (auto const& [place, bytes] : {std::pair<int, std::string_view>{2, "\2"},
+                                       {8, "\2"},
+                                       {12, "mntr"},
+                                       {16, space},
+                                       {20, "XYZ "},
+                                       {36, "acsp"},
+                                       {68, d50},
+                                       {131, "\1"},
+                                       {132, "cprt"},
+                                       {139, "\x90"},
+                                       {142, "\1\x70"},
+                                       {144, "text"}})
+        std::copy(bytes.begin(), bytes.end(), profile.begin() + place);
     return profile;
 }
 

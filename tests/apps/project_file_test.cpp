@@ -1,9 +1,8 @@
 // Project files: there and back with every kind of parameter, everything that can be wrong with
 // one, saving that fails, the schema beside the reader, and the three commands on real pictures.
-#include <gtest/gtest.h>
 #include <sys/resource.h>
-#include <unistd.h>
 
+#include <algorithm>
 #include <fstream>
 #include <nlohmann/json.hpp>
 #include <random>
@@ -12,32 +11,26 @@
 #include "apps/zelk/errors.h"
 #include "apps/zelk/parameter_names.h"
 #include "apps/zelk/project_command.h"
+#include "tests/apps/zelk_process.h"
 
 namespace zelk {
 namespace {
 
 namespace fs = std::filesystem;
 using Json = nlohmann::json;
+using zelk_test::has;
+using zelk_test::split;
 
-class ProjectFile : public ::testing::Test {
+class ProjectFile : public zelk_test::ZelkTest {
 protected:
     void SetUp() override {
-        m_folder = fs::temp_directory_path() / ("zelk-project-" + std::to_string(::getpid()));
-        fs::create_directories(m_folder / "plates");
+        ZelkTest::SetUp();
+        fs::create_directory(at("plates"));
     }
-    void TearDown() override { fs::remove_all(m_folder); }
-    fs::path at(std::string const& name) const { return m_folder / name; }
-    fs::path put(std::string const& name, std::string const& bytes) const {
-        std::ofstream(at(name), std::ios::binary) << bytes;
+    fs::path file(std::string const& name, std::string const& bytes) const {
+        put(name, bytes);
         return at(name);
     }
-    std::string bytesOf(std::string const& name) const {
-        std::ifstream in(at(name), std::ios::binary);
-        return {std::istreambuf_iterator<char>(in), {}};
-    }
-
-private:
-    fs::path m_folder;
 };
 
 /// The refusal of `call`, with its exit code before it; empty when there is none.
@@ -110,20 +103,17 @@ TEST_F(ProjectFile, GoesThereAndBackWithEveryKindAndInterpolation) {
     }
 }
 
-std::vector<std::string> split(std::string const& text, char between) {
-    std::vector<std::string> all(1);
-    for (char c : text) c == between ? all.emplace_back() : all.back() += c == '~' ? '\xff' : c;
-    return all;
-}
-
 TEST(ProjectRate, IsExact) {
-    for (auto const& row : split("24=24 23.976=24000/1001 25/1=25 1/3=334/1002 23.98=23.98 "
-                                 "30000/1001=30000/1001 23976/1000=23976/1000",
-                                 ' ')) {
-        auto const rate = rateFromText(split(row, '=')[0]),
-                   again = rateFromText(split(row, '=')[1]);
-        EXPECT_EQ(rateText(rate.value()), split(row, '=')[1]);
-        EXPECT_TRUE(rate->scale == again.value().scale && rate->step == again->step) << row;
+    for (auto const& [text, told] : {std::pair("24", "24"),
+                                     {"23.976", "24000/1001"},
+                                     {"25/1", "25"},
+                                     {"1/3", "334/1002"},
+                                     {"23.98", "23.98"},
+                                     {"30000/1001", "30000/1001"},
+                                     {"23976/1000", "23976/1000"}}) {
+        auto const rate = rateFromText(text), again = rateFromText(told);
+        EXPECT_EQ(rateText(rate.value()), told);
+        EXPECT_TRUE(rate->scale == again.value().scale && rate->step == again->step) << text;
     }
     for (char const* text : {"", "0", "-1", "nan", "1/0", "24/1/1", "2.5/1", "4e9/1", "1e7"})
         EXPECT_FALSE(rateFromText(text)) << text;
@@ -167,18 +157,18 @@ a.png|a.##.##.png|layer|one frame mark
 TEST_F(ProjectFile, WhatIsWrongIsNamedWithItsPlace) {
     Host host(ZELK_MODULE);
     auto const refusal = [&](std::string const& text) {
-        fs::path const file = put("w.zelk.json", text);
-        return refusalOf([&] { applyProject(readProject(file), host.parameters()); });
+        return refusalOf(
+            [&] { applyProject(readProject(file("w.zelk.json", text)), host.parameters()); });
     };
     for (std::string const& row : split(kWrongs, '\n')) {
         SCOPED_TRACE(row);
         auto const words = split(row, '|');
         std::string text = kGood;
         text.replace(text.find(words[0]), words[0].size(), words[1]);
+        std::replace(text.begin(), text.end(), '~', '\xff');
         std::string const said = refusal(text);
         EXPECT_TRUE(said.starts_with("3 " + at("w.zelk.json: ").string())) << said;
-        for (std::size_t i = 2; i < words.size(); ++i)
-            EXPECT_NE(said.find(words[i]), said.npos) << said;
+        for (std::size_t i = 2; i < words.size(); ++i) EXPECT_TRUE(has(said, words[i])) << said;
         EXPECT_EQ(said.find('\n'), said.npos);
     }
     EXPECT_EQ(numberOf(host.parameters()[kRotate].current), 0);  // nothing of them was set
@@ -201,10 +191,10 @@ TEST_F(ProjectFile, WithoutAStartItIsThatOfTheFrames) {
                                  frames + R"("layer": "a.png", "comp":
             {"width": 8, "height": 6, "rate": 25)" +
                                  comp + "}}";
-        Project project = readProject(put("p.zelk.json", text));
+        Project project = readProject(file("p.zelk.json", text));
         EXPECT_EQ(project.comp.startFrame, start) << text;
         EXPECT_EQ(project.comp.durationFrames, duration) << text;
-        Project const again = readProject(put("p.zelk.json", projectText(project)));
+        Project const again = readProject(file("p.zelk.json", projectText(project)));
         EXPECT_EQ(projectText(again), projectText(project));
         fitToFrames(project, "-3-4");
         EXPECT_EQ(project.comp.startFrame, project.ownStart ? start : -3) << text;
@@ -212,7 +202,7 @@ TEST_F(ProjectFile, WithoutAStartItIsThatOfTheFrames) {
 }
 
 TEST_F(ProjectFile, AFailedSaveLeavesWhatWasThere) {
-    Project const project = readProject(put("a.zelk.json", kGood));
+    Project const project = readProject(file("a.zelk.json", kGood));
     rlimit limit{};
     ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &limit), 0);
     rlimit const small{64, limit.rlim_max};
@@ -259,24 +249,24 @@ TEST_F(ProjectFile, TheSchemaAndTheCommandLineKnowTheSameWords) {
 
 TEST_F(ProjectFile, CommandsMakeShowAndCheckOne) {
     std::string const picture = "P6 3 2 255\n" + std::string(18, 'x');
-    fs::path const layer = put("l.ppm", picture), file = at("s.zelk.json");
+    fs::path const layer = file("l.ppm", picture), own = at("s.zelk.json");
     for (char const* name : {"plates/p.0012.ppm", "plates/p.0014.ppm"}) put(name, picture);
     NewProject ask;
-    ask.file = file, ask.layer = layer.string(), ask.plate = at("plates/p.####.ppm").string();
-    EXPECT_EQ(newProject(ask), file.string() + ": 3x2, 24 frames a second, frames 12 to 14\n");
+    ask.file = own, ask.layer = layer.string(), ask.plate = at("plates/p.####.ppm").string();
+    EXPECT_EQ(newProject(ask), own.string() + ": 3x2, 24 frames a second, frames 12 to 14\n");
     EXPECT_NE(refusalOf([&] { newProject(ask); }).find("--force"), std::string::npos);
-    Project project = readProject(file);
+    Project project = readProject(own);
     EXPECT_EQ(*project.plate, "plates/p.####.ppm");
     project.parameters = {{kRotate, {}, 30., {{12, 1., {}, {}, {}}, {13.5, 2., {}, {}, {}}}}};
     writeProject(project, at("plates/s.zelk.json"));  // the pictures stay where they are
-    for (fs::path const& each : {file, at("plates/s.zelk.json")})
+    for (fs::path const& each : {own, at("plates/s.zelk.json")})
         EXPECT_EQ(checkProject(each, {ZELK_MODULE, {}}), each.string() + ": good\n");
     std::string const shown = showProject(at("plates/s.zelk.json"), false);
     for (char const* part : {"../l.ppm", "p.####.ppm", "30; 2 keys, frames 12 to 13.5"})
-        EXPECT_NE(shown.find(part), shown.npos) << shown;
-    EXPECT_EQ(showProject(file, true), bytesOf("s.zelk.json"));
+        EXPECT_TRUE(has(shown, part)) << shown;
+    EXPECT_EQ(showProject(own, true), bytesOf("s.zelk.json"));
     fs::remove_all(at("plates"));
-    std::string const said = refusalOf([&] { checkProject(file, {ZELK_MODULE, {}}); });
+    std::string const said = refusalOf([&] { checkProject(own, {ZELK_MODULE, {}}); });
     EXPECT_TRUE(said.starts_with("3 ") && said.find("plates") != said.npos) << said;
 }
 

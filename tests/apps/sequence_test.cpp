@@ -1,7 +1,6 @@
 // Picture sequences: names and frame lists, the pipeline under random delays and failures, and what
 // is told meanwhile.
 #include <fmt/ranges.h>
-#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -18,11 +17,13 @@
 #include "apps/zelk/interrupt_flag.h"
 #include "apps/zelk/progress.h"
 #include "apps/zelk/sequence_names.h"
+#include "tests/apps/zelk_process.h"
 
 namespace zelk {
 namespace {
 
 namespace fs = std::filesystem;
+using zelk_test::split;
 
 /// What `call` gives in words: its frames, or its refusal.
 template <class Call>
@@ -34,12 +35,6 @@ std::string answerOf(Call const& call) {
     }
 }
 
-std::vector<std::string> parts(std::string const& row, char between) {
-    std::vector<std::string> all(1);
-    for (char c : row) c == between ? all.emplace_back() : all.back() += c;
-    return all;
-}
-
 TEST(SequenceName, PutsTheNumberWhereTheMarkIs) {
     // A pattern, and its paths at 7, -8 and 12345. Without a mark all paths are one.
     for (char const* row :
@@ -49,7 +44,7 @@ TEST(SequenceName, PutsTheNumberWhereTheMarkIs) {
           "a.$F4.exr a.0007.exr a.-008.exr a.12345.exr", "$F_l 7_l -8_l 12345_l",
           "/p/%03d/a /p/007/a /p/-08/a /p/12345/a", "9%%.##.$FF 9%.07.$FF 9%.-8.$FF 9%.12345.$FF",
           "a.exr a.exr a.exr a.exr", "9%%.x 9%.x 9%.x 9%.x", "$H%.%-d $H%.%-d $H%.%-d $H%.%-d"}) {
-        auto const words = parts(row, ' ');
+        auto const words = split(row, ' ');
         SequenceName const name(words[0]);
         EXPECT_EQ(name.isSequence(), words[1] != words[2]) << row;
         for (auto const& [frame, path] :
@@ -62,7 +57,7 @@ TEST(SequenceName, PutsTheNumberWhereTheMarkIs) {
           "%099999999999d malformed %099999999999d",
           "@@@@@@@@@@@@@@@@@@@@@ malformed @@@@@@@@@@@@@@@@@@@@@", "%d/a.#### second ####",
           "#@ second @", "$F4.$F second $F"}) {
-        auto const words = parts(row, ' ');
+        auto const words = split(row, ' ');
         std::string const answer =
             answerOf([&] { return SequenceName(words[0]).pathOf(1).string(); });
         EXPECT_EQ(answer.find(fmt::format("{}: {} frame mark \"{}\", expected ", words[0], words[1],
@@ -72,25 +67,25 @@ TEST(SequenceName, PutsTheNumberWhereTheMarkIs) {
     }
 }
 
-TEST(SequenceName, FindsItsFramesOnDisk) {
-    fs::path const folder = fs::temp_directory_path() / fmt::format("zelk-seq-{}", ::getpid());
-    fs::create_directories(folder / "a.0005.exr");  // a folder is no picture
+using SequenceOnDisk = zelk_test::ZelkTest;
+
+TEST_F(SequenceOnDisk, FindsItsFrames) {
+    fs::create_directory(at("a.0005.exr"));  // a folder is no picture
+    for (char const* folder : {"0001", "0002", "3"}) fs::create_directory(at(folder));
     for (char const* name :
          {"a.0010.exr", "a.0002.exr", "a.-003.exr", "a.12345.exr", "a.7.exr", "a.00006.exr",
           "a.-000.exr", "a.+004.exr", "a.0008.exr~", "ba.0009.exr", "a..exr", "a.99999999999.exr",
-          "0001/b.exr", "0002/c.exr", "3/b.exr"}) {
-        fs::create_directories((folder / name).parent_path());
-        std::ofstream{folder / name};
-    }
-    auto const found = [&](char const* pattern) {
-        return answerOf([&] { return framesOnDisk(SequenceName((folder / pattern).string())); });
-    };
-    EXPECT_EQ(found("a.####.exr"), "-3 2 10 12345");
-    EXPECT_EQ(found("a.%d.exr"), "7 12345");
-    EXPECT_EQ(found("%04d/b.exr"), "1");
-    EXPECT_EQ(found("a.0002.exr"), "");  // no sequence
-    EXPECT_EQ(found("no/#").find((folder / "no/: cannot be listed:").string()), 0u);
-    fs::remove_all(folder);
+          "0001/b.exr", "0002/c.exr", "3/b.exr"})
+        put(name, "");
+    for (auto const& [pattern, frames] : {std::pair("a.####.exr", "-3 2 10 12345"),
+                                          {"a.%d.exr", "7 12345"},
+                                          {"%04d/b.exr", "1"},
+                                          {"a.0002.exr", ""}})  // no sequence
+        EXPECT_EQ(answerOf([&] { return framesOnDisk(SequenceName(at(pattern).string())); }),
+                  frames);
+    std::string const said =
+        answerOf([&] { return framesOnDisk(SequenceName(at("no/#").string())); });
+    EXPECT_TRUE(said.starts_with(at("no/: cannot be listed:").string())) << said;
 }
 
 TEST(FrameRange, ListsFramesInOrderOnceOrRefuses) {
@@ -103,7 +98,7 @@ TEST(FrameRange, ListsFramesInOrderOnceOrRefuses) {
           "10-1x4=10 6 2", "1-10x-4=10 6 2", "10-5y-2=9 7 5", "3,1-4,2,5=3 1 2 4 5",
           " 1 - 3 x 2 , 9 =1 3 9", "5,5-5y1=5", "007-009=7 8 9", "-2147483648=-2147483648",
           "2147483646-2147483647=2147483646 2147483647", "0-20000000x15000000=0 15000000"})
-        EXPECT_EQ(frames(parts(row, '=')[0]), parts(row, '=')[1]) << row;
+        EXPECT_EQ(frames(split(row, '=')[0]), split(row, '=')[1]) << row;
     EXPECT_EQ(parseFrameRange("--frames", "1-1000000").size(), 1'000'000u);
     for (char const* row :
          {"not a list of frames|| "
@@ -113,7 +108,7 @@ TEST(FrameRange, ListsFramesInOrderOnceOrRefuses) {
           "number beyond 32 bits in|2147483648|1-99999999999|-2147483649|1-3x99999999999",
           "range too long in|-2147483648-2147483647x1500000000|0-100000001x100000001",
           "more than 1000000 frames in|0-1000000|0-99999999y2|1-1000000,0"}) {
-        auto texts = parts(row, '|');
+        auto texts = split(row, '|');
         std::string const wrong = std::exchange(texts[0], texts[1]);
         for (std::string const& text : texts)
             EXPECT_EQ(frames(text), fmt::format("--frames: {} \"{}\", expected frames such as 7, "

@@ -48,7 +48,7 @@ TEST(ParameterNames, AreTheEffectsConstantsInTheirOrder) {
 
 // 65536 file values meet 32769 world values: there and back is off by one at most, and white,
 // black and every world value come back exactly.
-TEST(ChannelValues, SixteenBitsGoOverAndBack) {
+TEST(ChannelValues, DepthsMeetAtTheNearestValue) {
     for (int v = 0; v <= 65535; ++v) {
         auto const world = fromFile<std::uint16_t>(static_cast<std::uint16_t>(v));
         ASSERT_EQ(world, std::lround(v * 32768.0 / 65535.0)) << v;
@@ -59,16 +59,13 @@ TEST(ChannelValues, SixteenBitsGoOverAndBack) {
         ASSERT_EQ(file, std::lround(v * 65535.0 / 32768.0)) << v;
         ASSERT_EQ(fromFile<std::uint16_t>(file), v);
     }
-    EXPECT_EQ(toFile<std::uint16_t>(40000), 65535);
-}
-
-TEST(ChannelValues, DepthsMeetAtTheNearestValue) {
     for (int v = 0; v <= 255; ++v) {
         auto const byte = static_cast<std::uint8_t>(v);
         EXPECT_EQ(fromFile<std::uint16_t>(byte), std::lround(v * 32768.0 / 255.0));
         EXPECT_EQ(fromFile<std::uint8_t>(fromFile<float>(byte)), v);
         EXPECT_EQ(fromFile<std::uint8_t>(static_cast<std::uint16_t>(v * 257)), v);
     }
+    EXPECT_EQ(toFile<std::uint16_t>(40000), 65535);
     EXPECT_EQ(fromFile<std::uint8_t>(1.5f), 255);
     EXPECT_EQ(fromFile<std::uint16_t>(-0.5f), 0);
     EXPECT_EQ(fromFile<std::uint8_t>(std::nanf("")), 0);
@@ -87,24 +84,15 @@ std::vector<Channel> reduce(std::vector<Channel> const& rgba, int width, int n) 
 
 // A ramp's block mean is the ramp at the block's middle; the last row and column are left out.
 TEST(BoxReduce, OfARampIsTheRampAtTheBlocksMiddle) {
-    constexpr int kWidth = 10, kHeight = 7, kN = 3;
-    std::vector<float> ramp;
-    for (int y = 0; y < kHeight; ++y) {
-        for (int x = 0; x < kWidth; ++x) {
-            ramp.insert(ramp.end(), {float(x), float(y), float(x - 2 * y), 1.0f});
+    auto const ramp = [](int columns, int rows, int step, int first) {
+        std::vector<float> rgba;
+        for (int i = 0; i < columns * rows; ++i) {
+            int const x = i % columns * step + first, y = i / columns * step + first;
+            rgba.insert(rgba.end(), {float(x), float(y), float(x - 2 * y), 1.0f});
         }
-    }
-    auto const small = reduce(ramp, kWidth, kN);
-    ASSERT_EQ(small.size(), 3u * 2u * 4u);
-    for (int y = 0; y < 2; ++y) {
-        for (int x = 0; x < 3; ++x) {
-            float const* pixel = &small[static_cast<std::size_t>(y * 3 + x) * 4];
-            EXPECT_EQ(pixel[0], float(x * kN + 1));
-            EXPECT_EQ(pixel[1], float(y * kN + 1));
-            EXPECT_EQ(pixel[2], float(x * kN + 1 - 2 * (y * kN + 1)));
-            EXPECT_EQ(pixel[3], 1.0f);
-        }
-    }
+        return rgba;
+    };
+    EXPECT_EQ(reduce(ramp(10, 7, 1, 0), 10, 3), ramp(3, 2, 3, 1));
 }
 
 TEST(BoxReduce, WeighsColourByAlphaAndRoundsToNearest) {
@@ -124,20 +112,15 @@ TEST(BoxReduce, WeighsColourByAlphaAndRoundsToNearest) {
 }
 
 TEST(QuadCheck, TellsCrossedAndFlatFromUsable) {
-    struct Case {
-        Corners corners;
-        QuadFault fault;
-    };
-    Case const cases[] = {
-        {{{{0, 0}, {1, 0}, {0, 1}, {1, 1}}}, QuadFault::kNone},
-        {{{{1, 0}, {0, 0}, {1, 1}, {0, 1}}}, QuadFault::kNone},         // mirrored
-        {{{{0, 0}, {1, 0}, {0, 1}, {0.5, 0.5}}}, QuadFault::kNone},     // one straight corner
-        {{{{0, 0}, {1, 0}, {0, 1}, {0.4, 0.4}}}, QuadFault::kCrossed},  // one corner inward
-        {{{{0, 0}, {1, 1}, {0, 1}, {1, 0}}}, QuadFault::kCrossed},      // bow-tie
-        {{{{0, 0}, {1, 1}, {2, 2}, {3, 3}}}, QuadFault::kFlat},         // a line
-        {{{{5, 5}, {5, 5}, {5, 5}, {5, 5}}}, QuadFault::kFlat},         // one point
-    };
-    for (Case const& c : cases) EXPECT_EQ(checkQuad(c.corners), c.fault);
+    for (auto const& [corners, fault] :
+         {std::pair<Corners, QuadFault>{{{{0, 0}, {1, 0}, {0, 1}, {1, 1}}}, QuadFault::kNone},
+          {{{{1, 0}, {0, 0}, {1, 1}, {0, 1}}}, QuadFault::kNone},         // mirrored
+          {{{{0, 0}, {1, 0}, {0, 1}, {0.5, 0.5}}}, QuadFault::kNone},     // one straight corner
+          {{{{0, 0}, {1, 0}, {0, 1}, {0.4, 0.4}}}, QuadFault::kCrossed},  // one corner inward
+          {{{{0, 0}, {1, 1}, {0, 1}, {1, 0}}}, QuadFault::kCrossed},      // bow-tie
+          {{{{0, 0}, {1, 1}, {2, 2}, {3, 3}}}, QuadFault::kFlat},         // a line
+          {{{{5, 5}, {5, 5}, {5, 5}, {5, 5}}}, QuadFault::kFlat}})        // one point
+        EXPECT_EQ(checkQuad(corners), fault);
 }
 
 }  // namespace

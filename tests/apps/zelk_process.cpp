@@ -59,6 +59,12 @@ Words joined(Words some, Words const& more) {
     return some;
 }
 
+Words split(std::string const& text, char between) {
+    Words all(1);
+    for (char c : text) c == between ? all.emplace_back() : all.back() += c;
+    return all;
+}
+
 void ZelkTest::SetUp() {
     std::string name = fs::temp_directory_path() / "zelk-test-XXXXXX";
     ASSERT_NE(::mkdtemp(name.data()), nullptr);

@@ -29,6 +29,8 @@ struct Limits {
 bool has(std::string const& text, std::string const& part);
 std::ptrdiff_t lines(std::string const& text);
 Words joined(Words some, Words const& more);
+/// Of a table in a text.
+Words split(std::string const& text, char between);
 
 /// A temporary folder that is the working folder of every run.
 class ZelkTest : public ::testing::Test {
