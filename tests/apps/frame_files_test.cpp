@@ -254,14 +254,15 @@ TEST_F(FrameFiles, EachFormatGetsTheDeepestSamplesAndTheAlphaThatItHolds) {
     Picture<float> in{64, 64, 4, std::vector<float>(64 * 64 * 4, 0.25f), {}};
     for (std::size_t i = 3; i < in.values.size(); i += 4) in.values[i] = 0.5f;
     writePicture(at("in.exr"), in);
-    for (auto const& [file, type, holdsAlpha] :
-         {std::tuple("o.sgi", "uint16", true), std::tuple("o.jp2", "uint16", true),
-          std::tuple("o.iff", "uint8", true), std::tuple("o.heic", "uint8", true),
-          std::tuple("o.ppm", "uint8", false), std::tuple("o.gif", "uint8", false),
-          std::tuple("o.jpg", "uint8", false), std::tuple("o.webp", "uint8", false),
-          std::tuple("o.fits", "float", false)}) {
+    for (auto const& [file, type, holdsAlpha, warnings] :
+         {std::tuple("o.sgi", "uint16", true, 0), std::tuple("o.jp2", "uint16", true, 0),
+          std::tuple("o.iff", "uint8", true, 1), std::tuple("o.heic", "uint8", true, 0),
+          std::tuple("o.ppm", "uint8", false, 2), std::tuple("o.gif", "uint8", false, 1),
+          std::tuple("o.jpg", "uint8", false, 1), std::tuple("o.webp", "uint8", false, 1),
+          std::tuple("o.fits", "float", false, 1)}) {
         std::string const said = copy("in.exr", file);
         EXPECT_NE(has(said, "over black"), holdsAlpha) << said;
+        EXPECT_EQ(lines(said), warnings) << said;
         EXPECT_EQ(readPicture<float>(at(file)).format, type) << file;
         copy(file, "b.exr");
         auto const back = readPicture<float>(at("b.exr")).values;

@@ -239,10 +239,12 @@ TEST_F(Sequence, MoviesKeepColourAndAlpha) {
     copy("w.png", "w.mov", {"--frames", "1"});
     copy("w.mov", "v.%d.png", {"--frames", "1"});
     auto const white = readPicture<std::uint16_t>(at("v.1.png"));
-    for (int y : {0, 15, 32, 47})  // not the blocks of the edge between them
+    for (int y = 0; y < 48; ++y) {
+        if (y >= 16 && y < 32) continue;  // blocks of the edge between them
         for (int x = 0; x < 64; ++x)
             for (int c = 0; c < 4; ++c)
                 ASSERT_NEAR(white.at(x, y, c), halves.at(x, y, c), 64) << x << "," << y;
+    }
 }
 
 }  // namespace
