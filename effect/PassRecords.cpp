@@ -4,23 +4,9 @@
 #include <algorithm>
 #include <array>
 
-namespace {
+#include "host/ChannelOrder.h"
 
-/// 0 when alpha comes first in a pixel, else 3.
-std::int32_t alphaOffsetOf(QV_RasterFormat format) {
-    switch (format) {
-        case kFormatARGB8:
-        case kFormatARGB15:
-        case kFormatARGB14:
-        case kFormatARGB16:
-        case kFormatARGB32:
-        case kFormat19:
-        case kFormat20:
-            return 0;
-        default:
-            return 3;
-    }
-}
+namespace {
 
 /// A pin at 1 is the last pixel of the source rectangle, not the one beyond it.
 void quadInPixels(QV_UnitPoint const (&pins)[4], RenderSettings const& s,
@@ -68,7 +54,7 @@ void setSample(RenderSettings& settings, CoreRenderArguments const& core, Sample
     settings.repositionScaleX = pose.scaleX;
     settings.repositionScaleY = pose.scaleY;
     settings.repositionRotate = pose.rotate;
-    settings.alphaOffset = alphaOffsetOf(format);
+    settings.alphaOffset = channelPositionsOf(format)[3];
     quadInPixels(pose.to, settings, settings.sourceQuad);
     quadInPixels(pose.from, settings, settings.targetQuad);
 }

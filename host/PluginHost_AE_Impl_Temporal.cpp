@@ -9,6 +9,7 @@
 #include <cstring>
 #include <memory>
 
+#include "host/ChannelOrder.h"
 #include "host/PluginHost_AE_Impl.h"
 #include "host/PluginRaster_AE_Impl.h"
 
@@ -27,30 +28,9 @@ unsigned char* rowOf(RasterInfo const& info, int y) {
     return static_cast<unsigned char*>(info.data) + static_cast<std::ptrdiff_t>(y) * info.rowBytes;
 }
 
-/// Positions of red, green, blue, alpha within a pixel.
-using ChannelOrder = std::array<int, 4>;
-
-ChannelOrder channelOrderOf(QV_RasterFormat format) {
-    switch (format) {
-        case kFormatRGBA8:
-        case kFormatRGBA16:
-        case kFormatRGBA32:
-            return {0, 1, 2, 3};
-        case kFormatARGB8:
-        case kFormatARGB15:
-        case kFormatARGB14:
-        case kFormatARGB16:
-        case kFormatARGB32:
-        case kFormat19:
-        case kFormat20:
-            return {1, 2, 3, 0};
-        default:
-            return {2, 1, 0, 3};
-    }
-}
-
 /// Moves every channel of `image`'s pixels from its place in `from` to its place in `to`.
-void reorderChannels(RasterInfo const& image, ChannelOrder const& from, ChannelOrder const& to) {
+void reorderChannels(RasterInfo const& image, ChannelPositions const& from,
+                     ChannelPositions const& to) {
     const int channelBytes = image.pixelBytes / 4;
     std::array<unsigned char, 16> old;
     for (int y = 0; y < image.height; ++y) {
@@ -67,7 +47,7 @@ void reorderChannels(RasterInfo const& image, ChannelOrder const& from, ChannelO
 /// Applies `fade` to the alpha of every pixel.
 template <class Channel, class Fade>
 void fadeAlpha(RasterInfo const& image, Fade const& fade) {
-    const int alpha = channelOrderOf(image.format)[3];
+    const int alpha = channelPositionsOf(image.format)[3];
     for (int y = 0; y < image.height; ++y) {
         auto* channel = reinterpret_cast<Channel*>(rowOf(image, y)) + alpha;
         for (int x = 0; x < image.width; ++x, channel += 4) *channel = fade(*channel);
@@ -217,7 +197,8 @@ PluginRaster_API* PluginHost_AE_Impl::copyLayerAt(int index, int time, bool refu
             if (isDescribed(from) && isDescribed(to)) {
                 copy(&from, &to);
                 if (from.format != to.format)
-                    reorderChannels(to, channelOrderOf(from.format), channelOrderOf(to.format));
+                    reorderChannels(to, channelPositionsOf(from.format),
+                                    channelPositionsOf(to.format));
             } else {
                 unlockTemporalRaster(result);
                 result = nullptr;

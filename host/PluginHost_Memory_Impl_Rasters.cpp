@@ -8,32 +8,13 @@
 #include <new>
 #include <utility>
 
+#include "host/ChannelOrder.h"
+
 namespace {
 
 using PixelType = PluginRaster_API::PixelType;
 
 constexpr int kFormatsDiffer = 1;
-
-enum ChannelOrder { kOrderARGB, kOrderBGRA, kOrderRGBA };
-
-ChannelOrder channelOrder(QV_RasterFormat format) {
-    switch (format) {
-        case kFormatARGB8:
-        case kFormatARGB15:
-        case kFormatARGB14:
-        case kFormatARGB16:
-        case kFormatARGB32:
-        case kFormat19:
-        case kFormat20:
-            return kOrderARGB;
-        case kFormatRGBA8:
-        case kFormatRGBA16:
-        case kFormatRGBA32:
-            return kOrderRGBA;
-        default:
-            return kOrderBGRA;
-    }
-}
 
 constexpr int kNoFormat = -1;
 
@@ -258,7 +239,8 @@ PluginRaster_API* PluginHost_Memory_Impl::allocRaster(int width, int height, Pix
                                                       int& error, int) {
     error = 0;
     const bool likeOutput = type == convertToPixelType(m_output.format);
-    const int format = likeOutput ? m_output.format : formatOf(channelOrder(m_output.format), type);
+    const int format =
+        likeOutput ? m_output.format : formatOf(channelOrderOf(m_output.format), type);
     if (format == kNoFormat) return nullptr;
     return newImage(static_cast<RasterFormat>(format), width, height, error);
 }
