@@ -169,26 +169,18 @@ void EditSession::draw() {
     if (result.command.code) throwFailure("an event", result.command);
 }
 
-bool EditSession::undo() {
-    if (isDragging() || !m_undo.undo(m_host.parameters())) return false;
+bool EditSession::step(UndoStep there, UndoStep back) {
+    if (isDragging() || !(m_undo.*there)(m_host.parameters())) return false;
     try {
         updateControls();
     } catch (...) {
-        m_undo.redo(m_host.parameters());
+        (m_undo.*back)(m_host.parameters());
         throw;
     }
     return true;
 }
 
-bool EditSession::redo() {
-    if (isDragging() || !m_undo.redo(m_host.parameters())) return false;
-    try {
-        updateControls();
-    } catch (...) {
-        m_undo.undo(m_host.parameters());
-        throw;
-    }
-    return true;
-}
+bool EditSession::undo() { return step(&UndoStack::undo, &UndoStack::redo); }
+bool EditSession::redo() { return step(&UndoStack::redo, &UndoStack::undo); }
 
 }  // namespace zelk

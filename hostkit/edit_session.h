@@ -74,6 +74,9 @@ private:
     /// Tells the effect of a new value where it asked for that. HostError when it fails.
     void tellEffect(Parameter const& parameter);
     void updateControls();
+    /// One way along the undo stack, taken back when the controls can't follow.
+    using UndoStep = bool (UndoStack::*)(std::vector<Parameter>&);
+    bool step(UndoStep there, UndoStep back);
 
     Host& m_host;
     PanelEvents m_events;

@@ -21,13 +21,6 @@ constexpr int kCheckPx = 10;
 constexpr CanvasColor kPaper{33, 33, 36}, kInk{237, 237, 230};
 constexpr CanvasColor kDarkCheck{107, 107, 107}, kLightCheck{148, 148, 148};
 
-World readPicture(std::string const& file) {
-    PictureReader reader(file);
-    World picture({reader.width(), reader.height(), Depth::k8});
-    reader.readInto(picture, 1);
-    return picture;
-}
-
 void drawChecks(Canvas& canvas, CanvasPoint corner) {
     canvas.rectangle(corner, kCellWidth, kCellHeight, kLightCheck);
     for (int y = 0; y < kCellHeight; y += kCheckPx)
@@ -47,14 +40,15 @@ void drawWhole(Canvas& canvas, CanvasPoint corner, World const& picture) {
 
 /// The piece around a place, every pixel a square.
 void drawCloseup(Canvas& canvas, CanvasPoint corner, World const& picture, Closeup const& closeup) {
-    World piece({kCellWidth / kZoom, kCellHeight / kZoom, Depth::k8});
+    World piece({kCellWidth / kZoom, kCellHeight / kZoom, picture.depth()});
+    int const bytes = pixelBytes(picture.depth());
     for (int y = 0; y < piece.height(); ++y) {
         int const fromY = closeup.y - piece.height() / 2 + y;
         for (int x = 0; x < piece.width(); ++x) {
             int const fromX = closeup.x - piece.width() / 2 + x;
             if (fromX < 0 || fromY < 0 || fromX >= picture.width() || fromY >= picture.height())
                 continue;
-            std::copy_n(picture.row(fromY) + 4 * fromX, 4, piece.row(y) + 4 * x);
+            std::copy_n(picture.row(fromY) + bytes * fromX, bytes, piece.row(y) + bytes * x);
         }
     }
     canvas.picture(piece, corner, kZoom);
@@ -76,7 +70,8 @@ void drawRow(Canvas& canvas, double top, SheetRow const& row) {
         return cell;
     };
     for (SheetPicture const& shown : row) {
-        World const picture = readPicture(shown.file);
+        PictureReader reader(shown.file);
+        World const picture = readStraightWorld(reader);
         drawWhole(canvas, nextCell(shown.label), picture);
         for (Closeup const& closeup : shown.closeups)
             drawCloseup(canvas, nextCell(closeup.label), picture, closeup);

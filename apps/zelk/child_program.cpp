@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
@@ -40,6 +41,19 @@ int spawn(std::vector<std::string>& words, posix_spawn_file_actions_t const& act
     int const fault = ::posix_spawnp(&id, argv[0], &actions, &attributes, argv.data(), environ);
     posix_spawnattr_destroy(&attributes);
     return fault;
+}
+
+/// Repeats ::read or ::write until all is done, the other end is gone or an error; bytes done.
+template <class Call, class Byte>
+std::size_t wholly(Call call, int pipe, Byte* bytes, std::size_t size) {
+    std::size_t done = 0;
+    while (done < size) {
+        ssize_t const count = call(pipe, bytes + done, size - done);
+        if (count < 0 && errno == EINTR) continue;
+        if (count <= 0) break;
+        done += static_cast<std::size_t>(count);
+    }
+    return done;
 }
 
 }  // namespace
@@ -85,30 +99,21 @@ ChildProgram::~ChildProgram() {
 }
 
 bool ChildProgram::write(void const* bytes, std::size_t size) {
-    for (auto const* next = static_cast<char const*>(bytes); size > 0;) {
-        ssize_t const count = ::write(m_pipe, next, size);
-        if (count < 0 && errno == EINTR) continue;
-        if (count <= 0) return false;
-        next += count;
-        size -= static_cast<std::size_t>(count);
-    }
-    return true;
+    return wholly(::write, m_pipe, static_cast<char const*>(bytes), size) == size;
 }
 
 bool ChildProgram::read(void* bytes, std::size_t size) {
-    for (auto* next = static_cast<char*>(bytes); size > 0;) {
-        ssize_t const count = ::read(m_pipe, next, size);
-        if (count < 0 && errno == EINTR) continue;
-        if (count <= 0) return false;
-        next += count;
-        size -= static_cast<std::size_t>(count);
-    }
-    return true;
+    return wholly(::read, m_pipe, static_cast<char*>(bytes), size) == size;
 }
 
 std::string ChildProgram::readAll() {
     std::string all;
-    for (char byte = 0; read(&byte, 1);) all += byte;
+    std::array<char, 4096> chunk;
+    std::size_t size;
+    do {
+        size = wholly(::read, m_pipe, chunk.data(), chunk.size());
+        all.append(chunk.data(), size);
+    } while (size == chunk.size());
     return all;
 }
 

@@ -41,37 +41,46 @@ FrameRequest momentOf(RenderRequest const& request, Host& host, int frameNumber,
     return moment;
 }
 
+World renderedPicture(RenderRequest const& request, Host& host, PictureReader& layer,
+                      std::optional<PictureReader>& plate, FramePicture const& shown) {
+    std::string const name = request.layer.string();
+    if (request.road == Road::kModule) {
+        ModuleRender ask = moduleRenderOf(request, host, layer);
+        ask.downsample = 1;
+        return renderByModule(host, readLayer(host, layer, ask), ask, shown.moment);
+    }
+    World pixels = readAssociatedWorld(layer);
+    World rendered({shown.frame.width, shown.frame.height, Depth::kFloat});
+    renderInMemory(host.parameters(), pixels, rendered, shown.moment, name);
+    if (plate) layOver(rendered, *plate, request.overMode);
+    makeStraight(rendered);
+    return rendered;
+}
+
 }  // namespace
 
-FramePicture framePicture(RenderRequest const& request, Host& host, int frameNumber) {
+FramePicture framePicture(RenderRequest const& request, Host& host, int frameNumber,
+                          FrameView view) {
     Files const files(request);
     PictureReader layer = open(files.layer, frameNumber);
     std::optional<PictureReader> plate;
     if (files.plate) plate.emplace(open(*files.plate, frameNumber));
     PixelSize const own = {layer.width(), layer.height()};
-    PixelSize const size =
-        plate ? PixelSize{plate->width(), plate->height()} : request.frameSize.value_or(own);
     FramePicture shown;
-    shown.moment = momentOf(request, host, frameNumber, size);
+    shown.frame =
+        plate ? PixelSize{plate->width(), plate->height()} : request.frameSize.value_or(own);
+    shown.moment = momentOf(request, host, frameNumber, shown.frame);
     shown.startFrame = host.comp().startFrame;
-    setParameters(request, host, own, size);
+    setParameters(request, host, own, shown.frame);
     setNumber(host.parameters()[kGrowBounds].current, 0);
 
-    shown.layer = World({own.width, own.height, layer.traits().depth});
-    layer.readInto(shown.layer, 1);
-    if (request.road == Road::kModule) {
-        ModuleRender ask = moduleRenderOf(request, host, layer);
-        ask.downsample = 1;
-        PictureReader again = open(files.layer, frameNumber);
-        shown.rendered = renderByModule(host, readLayer(host, again, ask), ask, shown.moment);
-        return shown;
-    }
-    PictureReader again = open(files.layer, frameNumber);
-    World pixels = readAssociatedWorld(again);
-    shown.rendered = World({size.width, size.height, Depth::kFloat});
-    renderInMemory(host.parameters(), pixels, shown.rendered, shown.moment, files.layer.name());
-    if (plate) layOver(shown.rendered, *plate, request.overMode);
-    makeStraight(shown.rendered);
+    bool const isOtherSize = own.width != shown.frame.width || own.height != shown.frame.height;
+    if (view == FrameView::kLayer && isOtherSize)
+        throw UserError(ExitCode::kUsage,
+                        {"--panel", "To Pins lie in a frame of another size than the", "layer",
+                         "comp with --over, --size or a project of another size"});
+    shown.picture = view == FrameView::kLayer ? readStraightWorld(layer)
+                                              : renderedPicture(request, host, layer, plate, shown);
     return shown;
 }
 

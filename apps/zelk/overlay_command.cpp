@@ -45,21 +45,14 @@ void requirePinsInPanel(Host const& host, Panel const& panel, FrameRequest const
         }
 }
 
-/// The first whole frame of a track at or after its least.
-int trackFrame(Track const& track) {
-    std::optional<double> first;
-    eachRow(track, [&first](TrackRow const& row) {
-        if (!first) first = row.frame;
-    });
-    return static_cast<int>(std::ceil(first.value_or(1)));
-}
-
 }  // namespace
 
 int frameOf(RenderRequest const& request, std::optional<int> frame) {
     if (frame) return *frame;
     if (request.project) return request.project->comp.startFrame;
-    if (!request.tracks.empty()) return trackFrame(*request.tracks.front().track);
+    auto const tracked =
+        request.tracks.empty() ? std::vector<int>() : wholeFrames(*request.tracks.front().track);
+    if (!tracked.empty()) return tracked.front();
     return request.frames ? parseFrameRange("--frames", *request.frames).front() : 1;
 }
 
@@ -72,22 +65,16 @@ std::vector<std::string> writeOverlay(OverlayRequest const& request) {
     checkTarget(request.render.output, request.render.noClobber);
     useThreads(request.render.threads);
     FramePicture const frame =
-        framePicture(request.render, *host, frameOf(request.render, request.frame));
+        framePicture(request.render, *host, frameOf(request.render, request.frame),
+                     request.panel == PF_Window_LAYER ? FrameView::kLayer : FrameView::kRendered);
     Panel panel;
     panel.shows = request.panel;
     panel.zoom = request.zoom;
     panel.pan = {double(request.marginPx), double(request.marginPx)};
     requirePinsInPanel(*host, panel, frame.moment);
-    bool const isOtherSize = frame.layer.width() != frame.rendered.width() ||
-                             frame.layer.height() != frame.rendered.height();
-    if (request.panel == PF_Window_LAYER && isOtherSize)
-        throw UserError(ExitCode::kUsage,
-                        {"--panel", "To Pins lie in a frame of another size than the", "layer",
-                         "comp with --over, --size or a project of another size"});
-    World const& shown = request.panel == PF_Window_LAYER ? frame.layer : frame.rendered;
-    int const width = panelLength(request, shown.width());
-    int const height = panelLength(request, shown.height());
-    Canvas const canvas = drawOverlay(*host, shown, panel, frame.moment, width, height);
+    int const width = panelLength(request, frame.frame.width);
+    int const height = panelLength(request, frame.frame.height);
+    Canvas const canvas = drawOverlay(*host, frame.picture, panel, frame.moment, width, height);
     WriteRequest ask;
     ask.opaque = true;
     ask.noClobber = request.render.noClobber;
@@ -96,8 +83,7 @@ std::vector<std::string> writeOverlay(OverlayRequest const& request) {
     std::vector<std::string> warnings =
         writePicture(canvas.toWorld(), request.render.output, ask).warnings;
     for (TrackUse const& use : request.render.tracks) {
-        PixelSize const size = {frame.moment.layerWidth, frame.moment.layerHeight};
-        auto const odd = warningsOf(use, {size, frame.startFrame});
+        auto const odd = warningsOf(use, {frame.frame, frame.startFrame});
         warnings.insert(warnings.end(), odd.begin(), odd.end());
     }
     return warnings;

@@ -343,4 +343,10 @@ void PictureReader::readAssociated(FloatRow const& row) {
     readRows<float>(AlphaForm::kAssociated, row);
 }
 
+World readStraightWorld(PictureReader& picture) {
+    World world({picture.width(), picture.height(), picture.traits().depth});
+    picture.readInto(world, 1);
+    return world;
+}
+
 }  // namespace zelk

@@ -103,4 +103,7 @@ private:
     int m_number = -1;            ///< of the picture, below 0 for the file's first one
 };
 
+/// The whole picture in straight colour at its own depth. Throws as readInto.
+World readStraightWorld(PictureReader& picture);
+
 }  // namespace zelk

@@ -4,7 +4,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cmath>
 #include <map>
 #include <numeric>
 
@@ -36,10 +35,7 @@ int firstFrameOf(RenderRequest const& request) {
 
 /// The whole frames of the first track; only the first of them into a single picture.
 std::vector<int> trackedFrames(RenderRequest const& request, Files const& files) {
-    std::vector<int> frames;
-    eachRow(*request.tracks.front().track, [&frames](TrackRow const& row) {
-        if (row.frame == std::floor(row.frame)) frames.push_back(static_cast<int>(row.frame));
-    });
+    std::vector<int> frames = wholeFrames(*request.tracks.front().track);
     bool const isOne = !files.output.isSequence() && !isMovieName(request.output);
     if (isOne && frames.size() > 1) frames.resize(1);
     if (!frames.empty()) return frames;

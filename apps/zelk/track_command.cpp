@@ -118,18 +118,13 @@ std::string asJson(std::string const& file, Track const& track,
     return jsonText(Ordered::parse(json.dump(-1, ' ', false, Ordered::error_handler_t::replace)));
 }
 
-/// A picture in memory, straight colour.
-World pictureOf(std::filesystem::path const& file) {
-    PictureReader reader(file);
-    World world({reader.width(), reader.height(), reader.traits().depth});
-    reader.readInto(world, 1);
-    return world;
-}
-
 void writePlot(TrackRequest const& request, Track const& track) {
     checkTarget(*request.plot, request.noClobber);
     std::optional<World> under;
-    if (request.over) under.emplace(pictureOf(*request.over));
+    if (request.over) {
+        PictureReader picture(*request.over);
+        under.emplace(readStraightWorld(picture));
+    }
     WriteRequest ask;
     ask.opaque = true;
     ask.noClobber = request.noClobber;

@@ -51,6 +51,14 @@ void changeSamples(Track& track, Change const& change) {
 
 }  // namespace
 
+std::vector<int> wholeFrames(Track const& track) {
+    std::vector<int> frames;
+    eachRow(track, [&frames](TrackRow const& row) {
+        if (row.frame == std::floor(row.frame)) frames.push_back(static_cast<int>(row.frame));
+    });
+    return frames;
+}
+
 void flipY(Track& track) {
     changeSamples(track, [&](TrackSample& sample) { sample.y = track.height - sample.y; });
 }

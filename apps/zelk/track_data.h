@@ -75,6 +75,9 @@ struct TrackRow {
 /// Each frame of any corner once, in order.
 void eachRow(Track const& track, std::function<void(TrackRow const&)> const& row);
 
+/// The frames of any corner that are whole numbers, in order.
+std::vector<int> wholeFrames(Track const& track);
+
 /// y is counted from the other side. The track has a size.
 void flipY(Track& track);
 void shiftFrames(Track& track, double frames);

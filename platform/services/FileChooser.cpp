@@ -6,6 +6,8 @@
 #include <cstring>
 #include <new>
 
+#include "platform/services/ChooserSteps.h"
+
 struct NavDialog {
     NavDialogCreationOptions options;
     char extension[32] = "";

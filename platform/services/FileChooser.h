@@ -89,6 +89,3 @@ struct FileChooserBackend {
 /// `backend` stays the caller's and is used until another, or null, takes its place.
 ZELK_SERVICES_API void installFileChooserBackend(FileChooserBackend const* backend);
 }
-
-/// Tells the backend of a step; its answer.
-OSStatus chooserStatus(char const* step);

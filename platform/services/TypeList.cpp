@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/services/FileChooser.h"
+#include "platform/services/ChooserSteps.h"
 
 struct CFObject {
     int holders = 1;

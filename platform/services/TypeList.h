@@ -27,6 +27,3 @@ ZELK_SERVICES_API CFStringRef UTTypeCreatePreferredIdentifierForTag(char const* 
 ZELK_SERVICES_API void CFArrayAppendValue(CFMutableArrayRef list, CFTypeRef value);
 ZELK_SERVICES_API void CFRelease(CFTypeRef object);
 }
-
-/// The ending that the list's first identifier stands for; "" without one. For the file dialog.
-ZELK_SERVICES_API char const* firstExtensionOf(CFTypeRef list);
