@@ -11,7 +11,6 @@ using Json = nlohmann::json;
 class Explain : public ZelkTest {
 protected:
     void SetUp() override {
-        ZelkTest::SetUp();
         writePicture(at("in.png"), noise<std::uint8_t>(60, 40, 3, 5));
     }
     Json explain(Words const& options, std::string const& out = "out.png") {

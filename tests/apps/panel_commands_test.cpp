@@ -11,7 +11,6 @@ using Bytes = Picture<unsigned char>;
 class PanelCommands : public ZelkTest {
 protected:
     void SetUp() override {
-        ZelkTest::SetUp();
         writePicture(at("gray.png"),
                      Bytes{120, 80, 3, std::vector<unsigned char>(120 * 80 * 3, 90), ""});
         ASSERT_EQ(run({"project", "new", "p.zelk.json", "--layer", "gray.png"}).exitCode, 0);

@@ -24,7 +24,6 @@ using zelk_test::split;
 class ProjectFile : public zelk_test::ZelkTest {
 protected:
     void SetUp() override {
-        ZelkTest::SetUp();
         fs::create_directory(at("plates"));
     }
     fs::path file(std::string const& name, std::string const& bytes) const {

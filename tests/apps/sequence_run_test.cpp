@@ -43,7 +43,6 @@ std::string numbered(std::string const& stem, int number, char const* extension 
 class Sequence : public ZelkTest {
 protected:
     void SetUp() override {
-        ZelkTest::SetUp();
         put("p.zelk.json", kProject);
         writePicture(at("layer.png"), noise<std::uint8_t>(16, 12, 4, 1));
         for (int frame = 1001; frame <= 1006; ++frame) putPlate(frame);

@@ -18,6 +18,7 @@
 #include "apps/zelk/track_mocha.h"
 #include "apps/zelk/track_plot.h"
 #include "fuzz/fuzz_targets.h"
+#include "tests/support/temporary_folder.h"
 #include "tracking/LoadMochaFile.h"
 #include "tracking/MochaLoader.h"
 
@@ -32,22 +33,18 @@ fs::path const kCorpus = ZELK_FUZZ_CORPUS;
 class CommaLocale {
 public:
     CommaLocale() {
-        std::string folder = fs::temp_directory_path() / "zelk-locale-XXXXXX";
-        m_folder = ::mkdtemp(folder.data());
         std::string const make =
-            "localedef -i de_DE -f UTF-8 " + (m_folder / "de_DE.UTF-8").string();
-        m_isReal = std::system(make.c_str()) == 0 && ::setenv("LOCPATH", m_folder.c_str(), 1) == 0;
+            "localedef -i de_DE -f UTF-8 " + m_folder.at("de_DE.UTF-8").string();
+        m_isReal =
+            std::system(make.c_str()) == 0 && ::setenv("LOCPATH", m_folder.path().c_str(), 1) == 0;
         m_isReal = m_isReal && std::setlocale(LC_ALL, "de_DE.UTF-8") != nullptr;
         if (m_isReal) std::locale::global(std::locale("de_DE.UTF-8"));
     }
-    ~CommaLocale() {
-        std::locale::global(std::locale::classic());
-        fs::remove_all(m_folder);
-    }
+    ~CommaLocale() { std::locale::global(std::locale::classic()); }
     bool isReal() const { return m_isReal && std::strtod("1,5", nullptr) == 1.5; }
 
 private:
-    fs::path m_folder;
+    zelk_test::TemporaryFolder m_folder;
     bool m_isReal = false;
 };
 
@@ -132,7 +129,7 @@ TEST(Track, TheImportReadsTheSameSamples) {
     std::string seeds;
     for (auto const& entry : fs::directory_iterator(kCorpus / "mocha"))
         seeds += readTextFile(entry.path(), "a seed");
-    fs::path const file = fs::temp_directory_path() / ("zelk-import-" + std::to_string(::getpid()));
+    zelk_test::TemporaryFolder const folder;
     int taken = 0;
     for (unsigned seed = 1; seed <= 600; ++seed) {
         std::mt19937 random(seed);
@@ -150,7 +147,7 @@ TEST(Track, TheImportReadsTheSameSamples) {
             continue;
         }
         ++taken;
-        std::ofstream(file, std::ios::binary) << text;
+        fs::path const file = folder.put("track.txt", text);
         int corners[] = {kUpperLeft, kUpperRight, kLowerLeft, kLowerRight}, ids[] = {0, 0, 0, 0};
         Collector import;
         LoadMochaFile(nullptr, corners, ids, file.c_str(), &import);
@@ -165,7 +162,6 @@ TEST(Track, TheImportReadsTheSameSamples) {
         }
         for (std::size_t c = 0; c < 4; ++c) ASSERT_EQ(next[c], track.corners[c].samples.size());
     }
-    fs::remove(file);
     EXPECT_GT(taken, 50);
 }
 

@@ -1,15 +1,14 @@
 // A shot with known motion: its tracking data, imported by the effect, gives the known frames.
 #include <fmt/format.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cmath>
 #include <cstdio>
-#include <fstream>
 
 #include "apps/zelk/module_road.h"
 #include "apps/zelk/parameter_names.h"
 #include "apps/zelk/track_import.h"
+#include "tests/support/temporary_folder.h"
 
 namespace zelk {
 namespace {
@@ -70,12 +69,11 @@ struct Shot {
 };
 
 TEST(TrackedShot, GivesTheKnownFrames) {
-    std::string const file = testing::TempDir() + fmt::format("zelk-shot-{}.data", ::getpid());
-    std::ofstream(file) << trackText();
+    zelk_test::TemporaryFolder const folder;
+    auto const file = folder.put("shot.data", trackText());
     Shot known, tracked;
     EXPECT_EQ(importTrack(tracked.host, readTrackUse(file, TrackedPins::kTo), {kWidth, kHeight}),
               4u * kFrames);
-    std::remove(file.c_str());
     double largest = 0, squares = 0, worstPsnr = 1e9;
     for (int number = kFirst; number < kFirst + kFrames; ++number) {
         Corners const quad = quadAt(number);

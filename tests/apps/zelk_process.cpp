@@ -2,8 +2,10 @@
 #include "tests/apps/zelk_process.h"
 
 #include <fcntl.h>
-#include <grp.h>
+#include <linux/capability.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -21,11 +23,20 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr unsigned kNobody = 65534;
-
 void limitChild(int which, std::size_t bytes) {
     rlimit const limit{bytes, bytes};
     if (bytes > 0) ::setrlimit(which, &limit);
+}
+
+/// The program that is started next has to obey permissions although its user is root.
+bool obeyPermissions() {
+    __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+    __user_cap_data_struct sets[2];
+    bool isDone = ::prctl(PR_CAPBSET_DROP, CAP_DAC_OVERRIDE) == 0 &&
+                  ::prctl(PR_CAPBSET_DROP, CAP_DAC_READ_SEARCH) == 0 &&
+                  ::syscall(SYS_capget, &header, sets) == 0;
+    sets[0].inheritable = sets[1].inheritable = 0;
+    return isDone && ::syscall(SYS_capset, &header, sets) == 0;
 }
 
 [[noreturn]] void becomeZelk(fs::path const& folder, Words& arguments, Limits const& limits) {
@@ -39,9 +50,7 @@ void limitChild(int which, std::size_t bytes) {
     isReady = isReady && ::dup2(out, 1) == 1 && ::dup2(err, 2) == 2;
     limitChild(RLIMIT_AS, limits.addressSpace);
     limitChild(RLIMIT_FSIZE, limits.fileSize);
-    if (limits.isNobody && ::geteuid() == 0)
-        isReady = isReady && ::setgroups(0, nullptr) == 0 && ::setgid(kNobody) == 0 &&
-                  ::setuid(kNobody) == 0;
+    if (limits.obeysPermissions && ::geteuid() == 0) isReady = isReady && obeyPermissions();
     if (isReady) ::execv(ZELK_BINARY, argv.data());
     ::_exit(126);
 }
@@ -65,21 +74,14 @@ Words split(std::string const& text, char between) {
     return all;
 }
 
-void ZelkTest::SetUp() {
-    std::string name = fs::temp_directory_path() / "zelk-test-XXXXXX";
-    ASSERT_NE(::mkdtemp(name.data()), nullptr);
-    m_folder = fs::canonical(name);
-}
-
 void ZelkTest::TearDown() {
     if (!m_path.empty()) ::setenv("PATH", m_path.c_str(), 1);
-    fs::remove_all(m_folder);
 }
 
 Outcome ZelkTest::run(Words arguments, Limits const& limits,
                       std::function<void(int)> const& meanwhile) const {
     pid_t const child = ::fork();
-    if (child == 0) becomeZelk(m_folder, arguments, limits);
+    if (child == 0) becomeZelk(m_folder.path(), arguments, limits);
     if (meanwhile) meanwhile(child);
     int status = 0;
     rusage usage{};
@@ -117,7 +119,7 @@ void ZelkTest::expectRefusal(Words const& arguments, int exitCode, Words const& 
 }
 
 void ZelkTest::put(std::string const& name, std::string const& bytes) const {
-    std::ofstream(at(name), std::ios::binary) << bytes;
+    m_folder.put(name, bytes);
 }
 
 void ZelkTest::putProgram(std::string const& name, std::string const& script) {
@@ -142,7 +144,7 @@ std::string ZelkTest::bytesOf(std::string const& name) const {
 
 Words ZelkTest::files() const {
     Words names;
-    for (auto const& entry : fs::directory_iterator(m_folder)) {
+    for (auto const& entry : fs::directory_iterator(m_folder.path())) {
         std::string const name = entry.path().filename();
         if (name[0] != '_') names.push_back(name);
     }

@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/temporary_folder.h"
+
 namespace zelk_test {
 
 using Words = std::vector<std::string>;
@@ -23,7 +25,7 @@ struct Outcome {
 struct Limits {
     std::size_t addressSpace = 0;
     std::size_t fileSize = 0;
-    bool isNobody = false;  ///< where the test is root, whom no permission stops
+    bool obeysPermissions = false;  ///< where the test is root, whom they would not stop
 };
 
 bool has(std::string const& text, std::string const& part);
@@ -35,7 +37,6 @@ Words split(std::string const& text, char between);
 /// A temporary folder that is the working folder of every run.
 class ZelkTest : public ::testing::Test {
 protected:
-    void SetUp() override;
     void TearDown() override;
 
     /// `meanwhile` is called beside the running child, with its id.
@@ -51,7 +52,7 @@ protected:
     /// Expects one line of the form that users know, with all fragments in it, and nothing else.
     void expectRefusal(Words const& arguments, int exitCode, Words const& fragments,
                        Limits const& limits = {}) const;
-    std::filesystem::path at(std::string const& name) const { return m_folder / name; }
+    std::filesystem::path at(std::string const& name) const { return m_folder.at(name); }
     void put(std::string const& name, std::string const& bytes) const;
     /// Puts a shell script before all other programs of that name, until the test ends.
     void putProgram(std::string const& name, std::string const& script);
@@ -62,7 +63,7 @@ protected:
     Words files() const;
 
 private:
-    std::filesystem::path m_folder;
+    TemporaryFolder m_folder;
     std::string m_path;  ///< the PATH as it was, once it was changed
 };
 

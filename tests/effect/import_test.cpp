@@ -2,10 +2,8 @@
 // states, and every host call refused in turn.
 #include <fmt/format.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cstdio>
-#include <fstream>
 #include <map>
 #include <string>
 #include <vector>
@@ -13,6 +11,7 @@
 #include "params/ParamIndex.h"
 #include "platform/services/FileChooser.h"
 #include "tests/host/ae_probe.h"
+#include "tests/support/temporary_folder.h"
 
 namespace {
 
@@ -26,24 +25,20 @@ constexpr int kToPopup = 2, kFromPopup = 3;
 /// A user who chooses a file with that text, or cancels.
 class Chooser {
 public:
-    explicit Chooser(std::string const& text)
-        : m_path(fmt::format("{}zelk-track-{}.txt", testing::TempDir(), ::getpid())) {
-        std::ofstream(m_path) << text;
+    explicit Chooser(std::string const& text) : m_file(m_folder.put("track.txt", text)) {
         installFileChooserBackend(&m_backend);
     }
-    ~Chooser() {
-        installFileChooserBackend(nullptr);
-        std::remove(m_path.c_str());
-    }
+    ~Chooser() { installFileChooserBackend(nullptr); }
     bool cancels = false;
 
 private:
     static OSStatus choose(void* context, FileChooserRequest const*, char* path, std::size_t size) {
         auto const& self = *static_cast<Chooser*>(context);
-        std::snprintf(path, size, "%s", self.m_path.c_str());
+        std::snprintf(path, size, "%s", self.m_file.c_str());
         return self.cancels ? kUserCanceledStatus : 0;
     }
-    std::string m_path;
+    zelk_test::TemporaryFolder m_folder;
+    std::string m_file;
     FileChooserBackend m_backend{this, choose, nullptr};
 };
 

@@ -3,13 +3,13 @@
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <random>
 #include <string>
 
+#include "tests/support/temporary_folder.h"
 #include "tracking/MochaLoader.h"
 
 namespace {
@@ -35,24 +35,12 @@ struct Collector final : MochaLoader {
     }
 };
 
-class TextFile {
-public:
-    explicit TextFile(std::string const& bytes) {
-        const int file = ::mkstemp(m_path);
-        EXPECT_EQ(::write(file, bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
-        ::close(file);
-    }
-    ~TextFile() { ::unlink(m_path); }
-    char const* path() const { return m_path; }
-
-private:
-    char m_path[24] = "/tmp/zelk-track-XXXXXX";
-};
-
 std::string callsFor(std::string const& bytes) {
     int indices[] = {6, 7, 8, 9}, ids[] = {10, 11, 12, 13};
     Collector loader;
-    EXPECT_EQ(LoadMochaFile(nullptr, indices, ids, TextFile(bytes).path(), &loader), 0);
+    const zelk_test::TemporaryFolder folder;
+    EXPECT_EQ(LoadMochaFile(nullptr, indices, ids, folder.put("track.txt", bytes).c_str(), &loader),
+              0);
     return loader.calls;
 }
 
