@@ -6,6 +6,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "apps/zelk/cli_options.h"
 #include "apps/zelk/errors.h"
@@ -17,13 +18,12 @@ namespace zelk {
 /// One of a table's words, in letters of any case.
 template <class T>
 T pick(std::span<Choice<T> const> choices, char const* option, std::string const& word) {
-    std::string all;
-    for (std::size_t i = 0; i < choices.size(); ++i) {
-        if (choices[i].word == lowered(word)) return choices[i].value;
-        all += i == 0 ? "" : i + 1 == choices.size() ? " or " : ", ";
-        all += choices[i].word;
+    std::vector<std::string_view> words;
+    for (Choice<T> const& choice : choices) {
+        if (choice.word == lowered(word)) return choice.value;
+        words.push_back(choice.word);
     }
-    throw UserError(ExitCode::kUsage, {option, "unknown choice", word, all});
+    throw UserError(ExitCode::kUsage, {option, "unknown choice", word, listOf(words)});
 }
 
 /// Nothing for an option that was not given.

@@ -36,4 +36,13 @@ std::string shortened(std::string_view text) {
     return std::string(text.substr(0, kMost)) + "...";
 }
 
+std::string listOf(std::span<std::string_view const> words) {
+    std::string list;
+    for (std::size_t i = 0; i < words.size(); ++i) {
+        if (i > 0) list += i + 1 == words.size() ? " or " : ", ";
+        list += words[i];
+    }
+    return list;
+}
+
 }  // namespace zelk

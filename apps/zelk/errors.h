@@ -4,6 +4,7 @@
 // whatever a file name, a value or a library's own text holds.
 #pragma once
 
+#include <span>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -34,5 +35,8 @@ std::string oneLine(std::string_view text);
 
 /// At most 160 characters of a library's text, which may repeat itself for pages.
 std::string shortened(std::string_view text);
+
+/// "a, b or c"
+std::string listOf(std::span<std::string_view const> words);
 
 }  // namespace zelk

@@ -10,7 +10,6 @@
 #include "apps/zelk/channel_values.h"
 #include "apps/zelk/errors.h"
 #include "apps/zelk/numbers.h"
-#include "apps/zelk/output_place.h"
 #include "apps/zelk/world_rows.h"
 
 namespace zelk {
@@ -97,7 +96,7 @@ void requireMovieProgram(fs::path const& target) {
 
 MovieWriter::MovieWriter(fs::path const& target, int width, int height, TimeBase const& timeBase)
     : m_target(target),
-      m_file(behindLinks(target)),
+      m_file(target),
       m_width(width),
       m_height(height),
       m_keepsAlpha(containerOf(target)->keepsAlpha),

@@ -254,7 +254,7 @@ void checkTarget(fs::path const& target, bool noClobber) {
 }
 
 WriteReport writePicture(World const& world, fs::path const& target, WriteRequest const& request) {
-    TemporaryFile file(behindLinks(target));
+    TemporaryFile file(target);
     QuietLibraries const quiet;
     OIIO::Filesystem::IOVecOutput memory;
     auto const writer = makeWriter(target);  // gone before the file: its end may write once more

@@ -65,15 +65,6 @@ constexpr std::string_view kInterpolationWords[] = {"hold", "linear", "bezier"};
 constexpr Interpolation kInterpolations[] = {Interpolation::kHold, Interpolation::kLinear,
                                              Interpolation::kBezier};
 
-std::string listOf(std::span<std::string_view const> words) {
-    std::string list;
-    for (std::size_t i = 0; i < words.size(); ++i) {
-        if (i > 0) list += i + 1 == words.size() ? " or " : ", ";
-        list += words[i];
-    }
-    return list;
-}
-
 /// True when `call` does not throw a UserError.
 template <class Call>
 bool isTaken(Call const& call) {

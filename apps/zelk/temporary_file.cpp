@@ -11,17 +11,13 @@
 #include <cstdio>
 #include <cstring>
 
-#include "apps/zelk/errors.h"
+#include "apps/zelk/output_place.h"
 
 namespace zelk {
 
 namespace fs = std::filesystem;
 
 namespace {
-
-UserError unwritable(fs::path const& target, char const* reason) {
-    return {ExitCode::kOutput, {target.string(), "cannot be written:", reason, "a writable place"}};
-}
 
 /// A name in the target's folder that file systems take: they end at 255 bytes.
 std::string temporaryName(fs::path const& target, int attempt) {
@@ -44,8 +40,8 @@ int renameToNew(char const* from, char const* to) {
 
 }  // namespace
 
-TemporaryFile::TemporaryFile(fs::path const& target) : m_target(target) {
-    fs::path const folder = target.has_parent_path() ? target.parent_path() : ".";
+TemporaryFile::TemporaryFile(fs::path const& target) : m_target(behindLinks(target)) {
+    fs::path const folder = m_target.has_parent_path() ? m_target.parent_path() : ".";
     m_folder = ::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
     int fault = m_folder < 0 ? errno : create();
     if (fault == 0) return;

@@ -38,7 +38,7 @@ std::string readTextFile(fs::path const& file, std::string const& kind, std::siz
 
 void writeTextFile(fs::path const& file, std::string_view text, bool mayReplace) {
     checkPlace(file, false);
-    TemporaryFile temporary(behindLinks(file));
+    TemporaryFile temporary(file);
     errno = 0;
     std::ofstream out(temporary.path(), std::ios::binary);
     out << text << std::flush;

@@ -34,15 +34,6 @@ constexpr TrackFormat kFormats[] = {
      resemblesCornerColumns, readCornerColumns, writeCornerColumns},
 };
 
-std::string listOf(std::vector<std::string_view> const& names) {
-    std::string all;
-    for (std::size_t i = 0; i < names.size(); ++i) {
-        all += i == 0 ? "" : i + 1 == names.size() ? " or " : ", ";
-        all += names[i];
-    }
-    return all;
-}
-
 /// Text in two bytes a character, as some editors save what they call plain.
 void refuseWideText(TrackText const& text) {
     bool const isWide = text.bytes.starts_with("\xff\xfe") || text.bytes.starts_with("\xfe\xff");
