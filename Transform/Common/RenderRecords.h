@@ -50,8 +50,9 @@ using QV_KernelFunc = double (*)(double x, void* settings);
 /// Renders one run: the RenderSettings and the run.
 using QV_LineFunc = void (*)(void* settings, LineRenderStruct* line);
 
-/// Taps per axis at most, and rows of the weight table.
-constexpr int kMaxTaps = 10;
+/// Taps per axis at most, and rows of the weight table. The size index of a render asks for at most
+/// 10 taps; a caller of calculateLut may ask for more.
+constexpr int kMaxTaps = 32;
 constexpr int kLutRows = 256;
 /// Samples of the super sampling pattern.
 constexpr int kSuperSamples = 9;
@@ -84,8 +85,9 @@ struct RenderSettings {
     float sharpenRatio = 0;      ///< argument scale of the second sharpen kernel
     float sharpenAmount = 0;     ///< weight of the second sharpen kernel
     std::int32_t kernelSet = 0;  ///< which set a kernel reads right now
-    float lut[kLutRows * kMaxTaps] =
-        {};                 ///< row p holds the weights of fraction 2p/255 - 1, rows packed
+    /// Row p holds the weights of fraction 2p/255 - 1, rows packed. Filled by calculateLut, and not
+    /// cleared before: no one reads it earlier.
+    float lut[kLutRows * kMaxTaps];
     std::int32_t taps = 0;  ///< per axis: 1, 4, 6, 8 or 10
     double kernelScale = 1.0;
     std::int32_t dstLeft = 0, dstTop = 0, dstRight = 0, dstBottom = 0;  ///< inclusive

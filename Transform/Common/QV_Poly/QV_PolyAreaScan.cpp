@@ -11,14 +11,15 @@
 // arithmetic, so any order of summing gives the same bits. A row with an empty sub-row is one edge
 // run; a row whose sub-rows share no column draws nothing.
 //
-// The walk and all edge runs stay on the calling thread. With OpenMP on, interior runs are
-// collected, at most one a row, and rendered by the team after the walk; each run is evaluated
-// from its own start, so threads and no threads give the same bits.
+// The walk ends with the window's last row. It and all edge runs stay on the calling thread. With
+// OpenMP on, interior runs are collected, at most one a row, and rendered by the team after the
+// walk; each run is evaluated from its own start, so threads and no threads give the same bits.
 #include <algorithm>
 #include <cmath>
 
 #include "Transform/Common/QV_Poly/QV_Assert.h"
 #include "Transform/Common/QV_Poly/QV_Poly.h"
+#include "Transform/Common/SaturatingCast.h"
 
 namespace {
 
@@ -26,16 +27,19 @@ constexpr int kBeyondAnySpan = 100000000;
 constexpr float kPixelsPerSubColumn = 0.001953125f;      // 1 / 512
 constexpr float kCoveragePerSubCell = 0.0001220703125f;  // 1 / 8192
 
-int ceilSingle(double x) { return static_cast<int>(std::ceil(static_cast<float>(x))); }
-int floorSingle(double x) { return static_cast<int>(std::floor(static_cast<float>(x))); }
+int ceilSingle(double x) { return saturatingInt(std::ceil(static_cast<float>(x))); }
+int floorSingle(double x) { return saturatingInt(std::floor(static_cast<float>(x))); }
 
-/// Span ends, whole sub-columns. Saturated: an edge that is level to within rounding may put its
-/// ends anywhere. Any end of a polygon inside its window is far from these limits.
-int spanLeft(double nx) {
-    return static_cast<int>(std::clamp(std::ceil(static_cast<float>(nx)), -9.0e6f, 9.0e7f));
-}
-int spanRight(double nx) {
-    return static_cast<int>(std::clamp(std::floor(static_cast<float>(nx)), -9.0e6f, 9.0e7f));
+/// Span ends, whole sub-columns. Limited: an edge that is level to within rounding may put its ends
+/// anywhere. Any end of a polygon inside its window is far from these limits.
+int limitedSpan(int subColumn) { return std::clamp(subColumn, -9000000, 90000000); }
+
+/// How far an edge has moved `rows` sub-rows after its start, in sub-columns. The first sub-row is
+/// found in single precision and may lie a little before the start. Back there the edge counts from
+/// its start, unless that is the same to within the grid: a level edge would leave its polygon.
+double edgeOffset(double slope, double rows) {
+    const double offset = slope * rows;
+    return rows < 0.0 && !(std::fabs(offset) < 1.0) ? 0.0 : offset;
 }
 
 void clearSpans(int (*spans)[2]) {
@@ -112,7 +116,7 @@ void QV_Poly::areaIncrementalize_y(QV_Poly_vert* a, QV_Poly_vert* b, QV_Poly_ver
     double dny = b->ny - a->ny;
     if (dny == 0.0) dny = 1.0;
     dp->nx = (b->nx - a->nx) / dny;
-    p->nx = a->nx + dp->nx * (subRow - a->ny);
+    p->nx = a->nx + edgeOffset(dp->nx, subRow - a->ny);
 }
 
 void QV_Poly::areaIncrementalize_x(QV_Poly_vert* lo, QV_Poly_vert* hi, QV_Poly_vert* p,
@@ -129,7 +133,7 @@ void QV_Poly::areaIncrementalize_x(QV_Poly_vert* lo, QV_Poly_vert* hi, QV_Poly_v
 void QV_Poly::calcCoverage(int count, int firstPixel, int (*spans)[2]) {
     if (count > m_coverageSize) {
         m_coverage.reset();
-        m_coverage = std::make_unique<float[]>(static_cast<std::size_t>(count));
+        m_coverage = std::make_unique_for_overwrite<float[]>(static_cast<std::size_t>(count));
         m_coverageSize = count;
     }
     for (int i = 0; i < count; ++i) {
@@ -217,7 +221,7 @@ void QV_Poly::polyAreaScan_internal(QV_Window* win, int left, int /*top*/, int r
     const auto drawRow = [&](QV_Poly_vert* from, QV_Poly_vert* to) {
         if (y >= win->y0 && y <= win->y1) areaScanline(y, left, right, from, to, win, spans);
     };
-    while (rem > 0) {
+    while (rem > 0 && y <= win->y1) {
         while (ly <= sub && rem > 0) {
             --rem;
             const int i = previousVertex(li);
@@ -232,11 +236,12 @@ void QV_Poly::polyAreaScan_internal(QV_Window* win, int left, int /*top*/, int r
             ry = ceilSingle(m_vert[i].ny);
             ri = i;
         }
-        while (sub < ly && sub < ry) {
+        const int from = sub;
+        while (sub < ly && sub < ry && y <= win->y1) {
             lo = l.nx <= r.nx ? &l : &r;
             hi = l.nx <= r.nx ? &r : &l;
-            const int a = spanLeft(lo->nx);
-            const int b = spanRight(hi->nx);
+            const int a = limitedSpan(ceilSingle(lo->nx));
+            const int b = limitedSpan(floorSingle(hi->nx));
             const int k = sub & (kSubRows - 1);
             spans[k][0] = a < b ? a : kEmptySpan;
             spans[k][1] = a < b ? b : kEmptySpan;
@@ -250,6 +255,8 @@ void QV_Poly::polyAreaScan_internal(QV_Window* win, int left, int /*top*/, int r
             ++sub;
             l.nx += dl.nx;
             r.nx += dr.nx;
+        }
+        if (sub > from) {
             lastLo = *lo;
             lastHi = *hi;
         }
@@ -260,7 +267,8 @@ void QV_Poly::polyAreaScan_internal(QV_Window* win, int left, int /*top*/, int r
 void QV_Poly::polyAreaScan(QV_Window* win, int left, int top, int right, int bottom) {
     if (m_useOpenMP) {
         const int rows = std::max(win->y1 - win->y0 + 1, bottom - top + 1) + 10;
-        m_spans = std::make_unique<LineRenderStruct[]>(static_cast<std::size_t>(std::max(rows, 0)));
+        m_spans = std::make_unique_for_overwrite<LineRenderStruct[]>(
+            static_cast<std::size_t>(std::max(rows, 0)));
         m_spanCount = 0;
     }
 

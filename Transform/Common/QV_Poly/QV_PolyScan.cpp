@@ -2,19 +2,21 @@
 //
 // Two edges walk down from the topmost vertex, the left one backwards along the outline and the
 // right one forwards. A row y belongs to the polygon when its centre y + 0.5 does; values are
-// taken at row and column centres. Single-threaded, in row order.
+// taken at row and column centres. Single-threaded, in row order. The walk ends with the window.
 #include <cmath>
 
 #include "Transform/Common/QV_Poly/QV_Assert.h"
 #include "Transform/Common/QV_Poly/QV_Poly.h"
+#include "Transform/Common/SaturatingCast.h"
 
 namespace {
 
 /// What start values of a search for the least are.
 constexpr double kLargest = 3.4028234663852886e38;
 
-int ceilInt(double x) { return static_cast<int>(std::ceil(x)); }
-int floorInt(double x) { return static_cast<int>(std::floor(x)); }
+/// An edge that is level to within rounding may put its end anywhere.
+int ceilInt(double x) { return saturatingInt(std::ceil(x)); }
+int floorInt(double x) { return saturatingInt(std::floor(x)); }
 
 /// The shared form of incrementalize_x and _y: `along` is the field that is walked.
 void incrementalize(double const* p1, double const* p2, double* p, double* dp, double centre,
@@ -96,7 +98,7 @@ void QV_Poly::poly_scan(QV_Window* win, int left, int /*top*/, int right, int /*
     int rem = m_n;
     QV_Poly_vert l{}, dl{}, r{}, dr{};
 
-    while (rem > 0) {
+    while (rem > 0 && y <= win->y1) {
         while (ly <= y && rem > 0) {
             --rem;
             const int i = previousVertex(li);
@@ -113,8 +115,8 @@ void QV_Poly::poly_scan(QV_Window* win, int left, int /*top*/, int right, int /*
             ry = floorInt(m_vert[i].sy + 0.5);
             ri = i;
         }
-        while (y < ly && y < ry) {
-            if (y >= win->y0 && y <= win->y1) {
+        while (y < ly && y < ry && y <= win->y1) {
+            if (y >= win->y0) {
                 if (l.sx <= r.sx)
                     scanline(y, left, right, &l, &r, win, mask);
                 else

@@ -17,15 +17,9 @@
 #include <type_traits>
 
 #include "Transform/Common/PixelTraits.h"
+#include "Transform/Common/SaturatingCast.h"
 
 namespace blend_detail {
-
-/// Truncation toward zero, saturating at 2^30; not a number gives 0.
-inline std::int32_t truncated(float x) {
-    constexpr float kFar = 1073741824.0f;
-    if (!(x > -kFar)) return x <= -kFar ? -(1 << 30) : 0;
-    return x >= kFar ? 1 << 30 : static_cast<std::int32_t>(x);
-}
 
 template <class Trait>
 struct BlendArithmetic {
@@ -70,7 +64,7 @@ struct BlendArithmetic {
         if constexpr (Trait::kIsFloat)
             return product;
         else
-            return truncated(product);
+            return saturatingInt(product);
     }
 
     /// ra = fa + ba - mul(fa, ba), limited.

@@ -54,7 +54,7 @@ inline HueParts Analyse(float r, float g, float b) {
     const float sum = mx + mn;
     const float s = sum >= 1.0f ? 2.0f - d : sum;
     const float hue = hueOf(c, mx, d);
-    const int sector = truncated(hue);
+    const int sector = saturatingInt(hue);
     return {sector, hue - static_cast<float>(sector), d / s * 0.5f, luma};
 }
 
@@ -137,7 +137,7 @@ private:
         if constexpr (Trait::kIsFloat)
             return c;
         else
-            return truncated(c * kUnits);
+            return saturatingInt(c * kUnits);
     }
 };
 

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <optional>
 
 #include "Transform/Common/QV_Poly/QV_Poly.h"
 #include "Transform/Common/Transform_Core_Render/KernelTable.h"
@@ -39,6 +40,8 @@ void useWholeRasters(CoreRenderCall const& call, RenderSettings& s) {
     s.dstRight = call.dst.width - 1;
     s.dstBottom = call.dst.height - 1;
 }
+
+bool isEmpty(QV_IRect const& r) { return r.right < r.left || r.bottom < r.top; }
 
 void clearRaster(PluginHost_API::RasterInfo const& raster) {
     if (raster.width <= 0 || raster.height <= 0) return;
@@ -132,9 +135,9 @@ void scan(QV_Poly& poly, QV_Window& window, QV_IRect const& rect, RenderSettings
 
 int coreTransformRender(CoreRenderCall const& call, FormatFunctions const& functions) {
     const bool threaded = useThreads(call.host);
-    RenderSettings local;
-    if (!call.settings) useWholeRasters(call, local);
-    RenderSettings& s = call.settings ? *call.settings : local;
+    std::optional<RenderSettings> local;
+    if (!call.settings) useWholeRasters(call, local.emplace());
+    RenderSettings& s = call.settings ? *call.settings : *local;
 
     s.renderMode = call.core.renderMode;
     s.taps = call.core.sizeIndex;
@@ -161,12 +164,12 @@ int coreTransformRender(CoreRenderCall const& call, FormatFunctions const& funct
     QV_Poly poly;
     if (threaded) poly.setOpenMP();
     const QV_IRect source = {s.srcLeft, s.srcTop, s.srcRight, s.srcBottom};
-    QV_IRect bounds = {0, 0, -1, -1};
+    if (!call.fillMode && isEmpty(source)) return 0;
     describeRasters(call, s);
     buildKernel(call.core, s);
 
     QV_Window window{};
-    if (transformPoly(call.host, &poly, &target, source, &bounds, &window, &s, &matrix) == 0)
+    if (transformPoly(call.host, &poly, &target, source, nullptr, &window, &s, &matrix) == 0)
         return 0;
 
     const QV_IRect unshifted = {s.dstLeft, s.dstTop, s.dstRight, s.dstBottom};

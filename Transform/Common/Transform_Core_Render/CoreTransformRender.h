@@ -46,7 +46,8 @@ constexpr FormatFunctions formatFunctionsOf() {
 }
 
 /// The render itself, the same for every format. Returns 0, whether anything was drawn or not:
-/// rejected pins and a polygon outside the window leave the cleared destination.
+/// rejected pins, an empty source rectangle and a polygon outside the window leave the cleared
+/// destination. Only a fill draws without a source.
 int coreTransformRender(CoreRenderCall const& call, FormatFunctions const& functions);
 
 /// One instance per pixel format.

@@ -17,14 +17,22 @@ constexpr QV_KernelFunc kFilters[kFilterCount] = {
 
 /// Tap counts by size index.
 constexpr int _kernelArray[4] = {4, 6, 8, 10};
-constexpr int kMostTableTaps = 32;
+
+/// I0(700) is 1.5e302; a little further it is no finite number. The window is a spike by then, of
+/// deviation 0.04.
+constexpr double kGreatestKaiserAlpha = 700.0;
+
+double limitedAlpha(double alpha) {
+    return std::isnan(alpha) ? 0.0 : std::clamp(alpha, -kGreatestKaiserAlpha, kGreatestKaiserAlpha);
+}
 
 /// Parameters of one kernel into one set.
 void setKernelParameters(RenderSettings& s, int set, int filter, double b, double c) {
     if (filter == kFilterMitchell) mitchell_init(s.mitchell[set], b, c);
     if (filter == kFilterKaiser) {
-        s.kaiser[set][0] = b;
-        s.kaiser[set][1] = 1.0 / besselI0OfQuarterSquare(b * b * 0.25);
+        const double alpha = limitedAlpha(b);
+        s.kaiser[set][0] = alpha;
+        s.kaiser[set][1] = 1.0 / besselI0OfQuarterSquare(alpha * alpha * 0.25);
     }
 }
 
@@ -78,10 +86,10 @@ void setInterpLineFunc(RenderSettings* settings, double paramB, double paramC, i
 }
 
 void calculateLut(RenderSettings* settings, bool clampNegative) {
-    const int taps = std::clamp(settings->taps, 4, kMostTableTaps);
+    const int taps = std::clamp(settings->taps, 4, kMaxTaps);
     const double step = 1.0 / (taps - 1);
     const double inv = 1.0 / settings->kernelScale;
-    double weights[kMostTableTaps];
+    double weights[kMaxTaps];
     for (int p = 0; p < kLutRows; ++p) {
         const double r = p * (1.0 / 255.0) * 2.0 - 1.0;
         double sum = 0.0;

@@ -28,15 +28,17 @@ QV_KernelFunc getInterpLineFunc(int filter);
 void setKernelTransformSize(RenderSettings* settings, int sizeIndex, float scale);
 
 /// Sets up kernels and parameters for one render and, when `buildTable`, fills the table.
-/// `paramB` and `paramC` are B and C of filter_mitchell; `paramB` is alpha of filter_kaiser.
-/// `filter` and `sharpenFilter` are numbers from 0 to 21.
+/// `paramB` and `paramC` are B and C of filter_mitchell; `paramB` is alpha of filter_kaiser,
+/// limited to -700..700, where the window's I0 is finite. `filter` and `sharpenFilter` are numbers
+/// from 0 to 21.
 void setInterpLineFunc(RenderSettings* settings, double paramB, double paramC, int filter,
                        bool sharpen, int sharpenFilter, double sharpenMix, bool sharpenClamp,
                        double sharpenParamB, double sharpenParamC, double sharpenAmount,
                        bool clampNegative, bool buildTable);
 
-/// Fills `lut` from `kernelFunc`. Negative weights become 0 first when `clampNegative`. A row whose
-/// weights sum to less than 1e-5 in magnitude stays as it is.
+/// Fills `lut` from `kernelFunc`, with `taps` weights a row, at least 4 and at most 32. Negative
+/// weights become 0 first when `clampNegative`. A row whose weights sum to less than 1e-5 in
+/// magnitude stays as it is.
 void calculateLut(RenderSettings* settings, bool clampNegative);
 
 /// The seven coefficients of filter_mitchell for B and C.

@@ -17,6 +17,7 @@
 #include <type_traits>
 
 #include "Transform/Common/RenderRecords.h"
+#include "Transform/Common/SaturatingCast.h"
 
 namespace pixel_sampling {
 
@@ -37,16 +38,8 @@ struct SplitCoordinate {
     float fraction;
 };
 
-/// Truncation toward zero, saturating far outside any picture; not a number gives 0.
-inline int truncateSaturating(float c) {
-    constexpr float kFar = 1073741824.0f;  // 2^30: sums with tap offsets still fit an int
-    if (!(c > -kFar)) return c <= -kFar ? -(1 << 30) : 0;
-    if (c >= kFar) return 1 << 30;
-    return static_cast<int>(c);
-}
-
 inline SplitCoordinate split(float c) {
-    const int whole = truncateSaturating(c);
+    const int whole = saturatingInt(c);
     return {whole, c - static_cast<float>(whole)};
 }
 

@@ -5,8 +5,8 @@
 //   float    c' = a c                     c' = c / a                      if a > 0
 //
 // Alpha stays. Multiplying rounds to nearest, dividing truncates; the 8-bit product is over 256, so
-// opaque white becomes 254 and the two are no exact inverses. A pixel that fails the test keeps its
-// colour.
+// opaque white becomes 254 and the two are no exact inverses. No result is above white: 16-bit
+// channels of the host can hold more. A pixel that fails the test keeps its colour.
 #pragma once
 
 #include <algorithm>
@@ -27,7 +27,8 @@ Channel multiplied(Channel a, Channel c) {
     } else {
         constexpr std::uint32_t kHalf = 1u << (kShift<Trait> - 1);
         const std::uint32_t product = std::uint32_t{a} * std::uint32_t{c};
-        return static_cast<Channel>((product + kHalf) >> kShift<Trait>);
+        constexpr std::uint32_t kWhite = Trait::kWhite;
+        return static_cast<Channel>(std::min((product + kHalf) >> kShift<Trait>, kWhite));
     }
 }
 

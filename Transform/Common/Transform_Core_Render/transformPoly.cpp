@@ -9,11 +9,17 @@
 #include <algorithm>
 #include <cmath>
 
+#include "Transform/Common/SaturatingCast.h"
+
 namespace {
 
 /// Part of a pixel that the last row and column add to the clip box: below 1, so that the box
 /// never reaches the next pixel.
 constexpr double kLastPixelExtent = 0.99;
+
+/// How far a vertex may leave the clip box, pixels. A clipped vertex lies in the box but for the
+/// rounding of its division, below 1e-8 wherever the map has a shape.
+constexpr double kClipTolerance = 1.0;
 
 constexpr int kCornerCount = 4;
 constexpr std::uint32_t kClippedFields =
@@ -92,8 +98,16 @@ void placeCorners(QV_Poly_vert const (&corners)[kCornerCount], RenderSettings co
     }
 }
 
-/// After this u, v and q are linear in screen space. False when a vertex has no finite position.
-bool divideByW(QV_Poly& poly) {
+/// False too for a position that is not a number.
+bool liesInBox(QV_Poly_vert const& v, QV_Poly_box const& box) {
+    return v.sx >= box.x0 - kClipTolerance && v.sx <= box.x1 + kClipTolerance &&
+           v.sy >= box.y0 - kClipTolerance && v.sy <= box.y1 + kClipTolerance;
+}
+
+/// After this u, v and q are linear in screen space. False when a vertex has no position: not a
+/// finite one, or one that left the box to which it was clipped. Then its w is nothing but
+/// rounding, and the scans would walk as far as that throws it.
+bool divideByW(QV_Poly& poly, QV_Poly_box const& box) {
     for (int i = 0; i < poly.m_n; ++i) {
         QV_Poly_vert& v = poly.m_vert[i];
         v.q = 1.0 / v.sw;
@@ -101,8 +115,9 @@ bool divideByW(QV_Poly& poly) {
         v.sy = v.sy / v.sw;
         v.u = v.u / v.sw;
         v.v = v.v / v.sw;
-        for (double f : {v.q, v.sx, v.sy, v.u, v.v})
+        for (double f : {v.q, v.u, v.v})
             if (!std::isfinite(f)) return false;
+        if (!liesInBox(v, box)) return false;
     }
     return true;
 }
@@ -118,8 +133,8 @@ QV_IRect pixelBounds(QV_Poly const& poly, bool filtered) {
         top = std::min(top, y);
         bottom = std::max(bottom, y);
     }
-    const auto floorInt = [](float x) { return static_cast<std::int32_t>(std::floor(x)); };
-    const auto ceilInt = [](float x) { return static_cast<std::int32_t>(std::ceil(x)); };
+    const auto floorInt = [](float x) { return saturatingInt(std::floor(x)); };
+    const auto ceilInt = [](float x) { return saturatingInt(std::ceil(x)); };
     if (filtered) return {floorInt(left), floorInt(top), floorInt(right), floorInt(bottom)};
     return {ceilInt(left - 0.5f), ceilInt(top - 0.5f), floorInt(right - 0.5f),
             floorInt(bottom - 0.5f)};
@@ -156,8 +171,8 @@ int transformPoly(PluginHost_API* /*host*/, QV_Poly* poly, QV_FRect* target, con
         placeCorners(corners, *settings, *matrix, pass == 1, *poly);
         result = QV_Poly::poly_clip_to_box(poly, &box, true);
     }
-    if (result == 0 || poly->m_n == 0 || !divideByW(*poly)) return 0;
+    if (result == 0 || poly->m_n == 0 || !divideByW(*poly, box)) return 0;
 
-    *bounds = pixelBounds(*poly, filtered);
+    if (bounds) *bounds = pixelBounds(*poly, filtered);
     return result;
 }

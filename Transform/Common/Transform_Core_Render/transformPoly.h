@@ -15,11 +15,12 @@ class PluginHost_API;
 ///                destination rectangle
 /// @param src     source rectangle, inclusive pixels; render mode 1 must not be given one of zero
 ///                width or height
-/// @param bounds  receives the pixel bounds of the clipped polygon, inclusive
+/// @param bounds  receives the pixel bounds of the clipped polygon, inclusive; may be null
 /// @param window  receives the clip window, inclusive pixels; may be null
 /// @param matrix  unit measure to output pixels; not read in render modes 2 and 3
 /// @return 0 when nothing of the polygon is inside the window, or when the map is so singular that
-///         a corner has no position; else 1 (cut) or 2 (whole)
+///         a corner has no position in it; else 1 (cut) or 2 (whole), with every vertex at most a
+///         pixel outside the clip rectangle
 int transformPoly(PluginHost_API* host, QV_Poly* poly, QV_FRect* target, const QV_IRect& src,
                   QV_IRect* bounds, QV_Window* window, RenderSettings* settings,
                   const QV_Mtrx44* matrix);
