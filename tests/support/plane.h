@@ -22,9 +22,11 @@ Polygon keep(const Polygon& polygon, F f) {
     Polygon out;
     for (std::size_t i = 0; i < polygon.size(); ++i) {
         const Point &a = polygon[i], &b = polygon[(i + 1) % polygon.size()];
-        const double fa = f(a), fb = f(b), t = fa / (fa - fb);
+        const double fa = f(a), fb = f(b);
         if (fa >= 0) out.push_back(a);
-        if ((fa >= 0) != (fb >= 0)) out.push_back({a.x + t * (b.x - a.x), a.y + t * (b.y - a.y)});
+        if ((fa >= 0) == (fb >= 0)) continue;
+        const double t = fa / (fa - fb);
+        out.push_back({a.x + t * (b.x - a.x), a.y + t * (b.y - a.y)});
     }
     return out;
 }

@@ -110,6 +110,7 @@ bool liesInBox(QV_Poly_vert const& v, QV_Poly_box const& box) {
 bool divideByW(QV_Poly& poly, QV_Poly_box const& box) {
     for (int i = 0; i < poly.m_n; ++i) {
         QV_Poly_vert& v = poly.m_vert[i];
+        if (v.sw == 0.0) return false;
         v.q = 1.0 / v.sw;
         v.sx = v.sx / v.sw;
         v.sy = v.sy / v.sw;
