@@ -11,10 +11,10 @@
 
 #include "Transform/Common/Shadow_BlurPass_RenderFunc/TentBlurLine.h"
 #include "apps/drawing/chart.h"
-#include "apps/zelk/picture_writer.h"
 #include "effect/Render.h"
 #include "tests/support/guarded_raster.h"
 #include "tests/support/memory_controls.h"
+#include "zelk/pictures/writer.h"
 
 namespace {
 

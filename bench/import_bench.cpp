@@ -11,10 +11,10 @@
 #include <cstdio>
 #include <fstream>
 
-#include "apps/zelk/module_road.h"
-#include "apps/zelk/parameter_names.h"
-#include "apps/zelk/track_data.h"
-#include "apps/zelk/track_import.h"
+#include "zelk/render/module_road.h"
+#include "zelk/scene/parameter_names.h"
+#include "zelk/tracks/import.h"
+#include "zelk/tracks/track.h"
 
 namespace {
 

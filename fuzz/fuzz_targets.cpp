@@ -4,10 +4,10 @@
 #include <cmath>
 #include <stdexcept>
 
-#include "apps/zelk/errors.h"
-#include "apps/zelk/project_file.h"
-#include "apps/zelk/track_check.h"
-#include "apps/zelk/track_formats.h"
+#include "zelk/scene/scene_file.h"
+#include "zelk/text/errors.h"
+#include "zelk/tracks/check.h"
+#include "zelk/tracks/forms.h"
 
 namespace zelk {
 

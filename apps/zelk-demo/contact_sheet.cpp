@@ -5,8 +5,8 @@
 #include <stdexcept>
 
 #include "apps/drawing/canvas.h"
-#include "apps/zelk/picture_reader.h"
-#include "apps/zelk/picture_writer.h"
+#include "zelk/pictures/reader.h"
+#include "zelk/pictures/writer.h"
 
 namespace zelk {
 

@@ -8,10 +8,10 @@
 #include <string_view>
 
 #include "apps/zelk/cli_values.h"
-#include "apps/zelk/parameter_names.h"
-#include "apps/zelk/project_file.h"
-#include "apps/zelk/sequence_names.h"
-#include "apps/zelk/track_import.h"
+#include "zelk/files/frame_names.h"
+#include "zelk/scene/parameter_names.h"
+#include "zelk/scene/scene_file.h"
+#include "zelk/tracks/import.h"
 
 namespace zelk {
 

@@ -10,7 +10,7 @@
 #include "apps/zelk/overlay_command.h"
 #include "apps/zelk/project_command.h"
 #include "apps/zelk/track_command.h"
-#include "apps/zelk/track_formats.h"
+#include "zelk/tracks/forms.h"
 
 namespace zelk {
 

@@ -5,8 +5,8 @@
 
 #include <string>
 
-#include "apps/zelk/exit_codes.h"
-#include "apps/zelk/track_formats.h"
+#include "zelk/text/exit_codes.h"
+#include "zelk/tracks/forms.h"
 
 namespace zelk {
 

@@ -12,11 +12,11 @@
 #include "apps/zelk/cli_checks.h"
 #include "apps/zelk/cli_option_groups.h"
 #include "apps/zelk/drag_command.h"
-#include "apps/zelk/errors.h"
-#include "apps/zelk/numbers.h"
 #include "apps/zelk/overlay_command.h"
-#include "apps/zelk/parameter_names.h"
 #include "apps/zelk/track_command.h"
+#include "zelk/scene/parameter_names.h"
+#include "zelk/text/errors.h"
+#include "zelk/text/numbers.h"
 
 namespace zelk {
 

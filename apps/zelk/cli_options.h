@@ -7,11 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "apps/zelk/corners.h"
-#include "apps/zelk/progress.h"
-#include "hostkit/comp.h"
-#include "hostkit/host_identity.h"
-#include "hostkit/world.h"
+#include "zelk/scene/render_request.h"
 
 namespace zelk {
 
@@ -41,83 +37,6 @@ struct TypedOptions {
     std::optional<std::string> corners, pixelAspect, firstFrame, shiftFrames;
     bool flipY = false;
     std::optional<std::string> trackTo, trackFrom, pins;
-};
-
-/// Which module is asked, and as which host.
-struct ModuleRequest {
-    std::filesystem::path module;
-    HostIdentity host;
-};
-
-/// One --set, or an option that sets one parameter.
-struct Setting {
-    int index = 0;      ///< of the parameter
-    std::string thing;  ///< "--set quality", "--opacity"
-    std::string value;
-};
-
-/// Who renders: the effect module in our host, or the effect's pipeline over plain buffers.
-enum class Road { kModule, kMemory };
-
-/// Whether and how a render tells what it did.
-enum class Explain { kNo, kText, kJson };
-
-struct PixelSize {
-    int width = 0, height = 0;
-};
-
-/// What becomes of a frame whose layer or plate is not there.
-enum class MissingInput {
-    kStop,   ///< the run ends before it
-    kHold,   ///< the nearest frame before it that is there, else after it
-    kSkip,   ///< it is left out
-    kBlack,  ///< a transparent layer, an opaque black plate
-};
-
-/// Which quad a tracking file goes to.
-enum class TrackedPins { kTo, kFrom };
-
-struct Project;  // project_file.h
-struct Track;    // track_data.h
-
-/// A tracking file that was read and that the host can hold. Its frame numbers are those of the
-/// composition.
-struct TrackUse {
-    std::filesystem::path file;
-    TrackedPins pins = TrackedPins::kTo;
-    std::shared_ptr<Track const> track;
-    std::string text;  ///< of the file as it was read, where that is what the import takes
-};
-
-/// A checked `zelk render`. Values of settings are checked against the module's own ranges later.
-struct RenderRequest {
-    ModuleRequest module;
-    std::filesystem::path layer, output;
-    std::optional<std::filesystem::path> plate;  ///< the layer is laid over it
-    std::optional<PixelSize> frameSize;          ///< a transparent frame instead of a plate
-    Road road = Road::kModule;
-    bool isPlain = false;             ///< PF_Cmd_RENDER instead of the smart render protocol
-    int overMode = PF_Xfer_IN_FRONT;  ///< how the pinned layer is laid over the plate
-    bool noClobber = false, keepMetadata = true;
-    Explain explain = Explain::kNo;
-    std::string history;                     ///< the command line as typed
-    std::shared_ptr<Project const> project;  ///< null without
-    std::vector<TrackUse> tracks;            ///< onto pins, after the project's values
-    std::optional<std::string> frames;       ///< a range, in the order to be rendered
-    bool motionBlur = false;                 ///< the composition's switch
-    std::optional<double> samples;
-    std::optional<Shutter> shutter;
-    std::optional<TimeBase> rate;
-    int inFlight = 3;
-    ProgressMode progress = ProgressMode::kAuto;
-    MissingInput missing = MissingInput::kStop;
-    bool skipExisting = false, dryRun = false;
-    std::optional<Corners> to, from;
-    std::optional<int> quality, view;  ///< entries of the popups, from 1
-    std::vector<Setting> settings;
-    std::optional<Depth> depth;
-    int downsample = 1;
-    int threads = 0;  ///< 0 for the runtime's own number
 };
 
 /// A checked `zelk params`.

@@ -3,8 +3,8 @@
 
 #include <fmt/format.h>
 
-#include "apps/zelk/corners.h"
-#include "apps/zelk/project_file.h"
+#include "zelk/scene/corners.h"
+#include "zelk/scene/scene_file.h"
 
 namespace zelk {
 

@@ -9,9 +9,9 @@
 #include <vector>
 
 #include "apps/zelk/cli_options.h"
-#include "apps/zelk/errors.h"
-#include "apps/zelk/numbers.h"
-#include "apps/zelk/over_modes.h"
+#include "zelk/scene/over_modes.h"
+#include "zelk/text/errors.h"
+#include "zelk/text/numbers.h"
 
 namespace zelk {
 

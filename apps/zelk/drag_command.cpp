@@ -5,11 +5,11 @@
 
 #include <cmath>
 
-#include "apps/zelk/errors.h"
-#include "apps/zelk/parameter_names.h"
-#include "apps/zelk/params_command.h"
-#include "apps/zelk/project_file.h"
 #include "hostkit/edit_session.h"
+#include "zelk/render/load_module.h"
+#include "zelk/scene/parameter_names.h"
+#include "zelk/scene/scene_file.h"
+#include "zelk/text/errors.h"
 
 namespace zelk {
 

@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "apps/zelk/cli_options.h"
-#include "apps/zelk/corners.h"
 #include "hostkit/panel.h"
+#include "zelk/scene/corners.h"
 
 namespace zelk {
 

@@ -6,16 +6,16 @@
 #include <algorithm>
 #include <cmath>
 
-#include "apps/zelk/errors.h"
-#include "apps/zelk/frame_picture.h"
 #include "apps/zelk/overlay_port.h"
-#include "apps/zelk/parameter_names.h"
-#include "apps/zelk/params_command.h"
-#include "apps/zelk/picture_writer.h"
-#include "apps/zelk/project_file.h"
-#include "apps/zelk/render_setup.h"
-#include "apps/zelk/sequence_names.h"
-#include "apps/zelk/track_import.h"
+#include "zelk/files/frame_names.h"
+#include "zelk/pictures/writer.h"
+#include "zelk/render/frame_picture.h"
+#include "zelk/render/load_module.h"
+#include "zelk/render/setup.h"
+#include "zelk/scene/parameter_names.h"
+#include "zelk/scene/scene_file.h"
+#include "zelk/text/errors.h"
+#include "zelk/tracks/import.h"
 
 namespace zelk {
 

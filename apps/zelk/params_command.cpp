@@ -5,9 +5,9 @@
 
 #include <nlohmann/json.hpp>
 
-#include "apps/zelk/errors.h"
-#include "apps/zelk/parameter_names.h"
-#include "apps/zelk/parameter_values.h"
+#include "zelk/render/load_module.h"
+#include "zelk/scene/parameter_names.h"
+#include "zelk/scene/parameter_values.h"
 
 namespace zelk {
 
@@ -37,13 +37,6 @@ std::vector<std::string> flagNames(PF_ParamDef const& def) {
         if (def.ui_flags & flag.bit) names.emplace_back(flag.name);
     }
     return names;
-}
-
-/// A host's sentence without the file that this program's own sentence starts with.
-std::string reasonOf(HostError const& error, std::string const& file) {
-    std::string const text = error.what();
-    std::string const prefix = file + ": ";
-    return text.starts_with(prefix) ? text.substr(prefix.size()) : text;
 }
 
 std::string_view nameOf(Parameter const& parameter) {
@@ -130,31 +123,6 @@ std::string parameterRow(Parameter const& parameter) {
 }
 
 }  // namespace
-
-std::unique_ptr<Host> loadModule(ModuleRequest const& request) {
-    std::string const file = request.module.string();
-    std::error_code fault;
-    if (!std::filesystem::is_regular_file(request.module, fault)) {
-        throw UserError(ExitCode::kInput,
-                        {file, "no such module", file, "the effect's module (see --module)"});
-    }
-    HostOptions options;
-    options.identity = request.host;
-    std::unique_ptr<Host> host;
-    try {
-        host = std::make_unique<Host>(request.module, options);
-    } catch (HostError const& error) {
-        bool const isRefusal = error.code() != PF_Err_NONE;
-        throw UserError(isRefusal ? ExitCode::kRenderFailed : ExitCode::kInput,
-                        {file, "cannot be loaded:", reasonOf(error, file), "the effect's module"});
-    }
-    if (host->parameters().size() != kParameterCount) {
-        throw UserError(ExitCode::kInput, {file, "wrong number of parameters,",
-                                           std::to_string(host->parameters().size()),
-                                           std::to_string(kParameterCount)});
-    }
-    return host;
-}
 
 std::string listParameters(ParamsRequest const& request) {
     auto const host = loadModule(request.module);

@@ -5,12 +5,13 @@
 
 #include <algorithm>
 
-#include "apps/zelk/errors.h"
-#include "apps/zelk/parameter_names.h"
-#include "apps/zelk/params_command.h"
-#include "apps/zelk/picture_reader.h"
-#include "apps/zelk/sequence_names.h"
-#include "apps/zelk/track_import.h"
+#include "zelk/files/frame_names.h"
+#include "zelk/pictures/reader.h"
+#include "zelk/render/load_module.h"
+#include "zelk/scene/parameter_names.h"
+#include "zelk/sequence/input_files.h"
+#include "zelk/text/errors.h"
+#include "zelk/tracks/import.h"
 
 namespace zelk {
 
@@ -31,9 +32,9 @@ std::vector<int> framesThere(SequenceName const& name, std::string const& patter
 /// The first picture of a path or pattern, of those that the frames name.
 PictureReader firstPicture(std::string const& pattern, std::optional<std::string> const& frames) {
     SequenceName const name(pattern);
-    if (frames) return PictureReader(name.pathOf(parseFrameRange("frames", *frames).front()));
+    if (frames) return openPicture(name.pathOf(parseFrameRange("frames", *frames).front()));
     auto const there = framesThere(name, pattern);
-    return PictureReader(name.pathOf(there.empty() ? 0 : there.front()));
+    return openPicture(name.pathOf(there.empty() ? 0 : there.front()));
 }
 
 /// The frames that a new composition shows, in any order.

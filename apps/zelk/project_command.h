@@ -6,7 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "apps/zelk/project_file.h"
+#include "apps/zelk/cli_options.h"
+#include "zelk/scene/scene_file.h"
 
 namespace zelk {
 

@@ -6,17 +6,17 @@
 #include <algorithm>
 #include <optional>
 
-#include "apps/zelk/errors.h"
-#include "apps/zelk/memory_budget.h"
-#include "apps/zelk/memory_road.h"
-#include "apps/zelk/module_road.h"
-#include "apps/zelk/parameter_names.h"
-#include "apps/zelk/parameter_values.h"
-#include "apps/zelk/params_command.h"
-#include "apps/zelk/picture_reader.h"
-#include "apps/zelk/picture_writer.h"
-#include "apps/zelk/quad_check.h"
-#include "apps/zelk/render_setup.h"
+#include "zelk/pictures/reader.h"
+#include "zelk/pictures/writer.h"
+#include "zelk/render/load_module.h"
+#include "zelk/render/memory_budget.h"
+#include "zelk/render/memory_road.h"
+#include "zelk/render/module_road.h"
+#include "zelk/render/setup.h"
+#include "zelk/scene/parameter_names.h"
+#include "zelk/scene/parameter_values.h"
+#include "zelk/scene/quad_check.h"
+#include "zelk/text/errors.h"
 
 namespace zelk {
 

@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "apps/zelk/cli_options.h"
-#include "apps/zelk/explain.h"
 #include "hostkit/parameters.h"
+#include "zelk/render/explanation.h"
 
 namespace zelk {
 

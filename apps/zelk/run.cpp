@@ -8,10 +8,10 @@
 #include "apps/zelk/params_command.h"
 #include "apps/zelk/project_command.h"
 #include "apps/zelk/render_command.h"
-#include "apps/zelk/sequence_files.h"
-#include "apps/zelk/sequence_render.h"
-#include "apps/zelk/standard_output.h"
 #include "apps/zelk/track_command.h"
+#include "zelk/files/standard_output.h"
+#include "zelk/sequence/input_files.h"
+#include "zelk/sequence/sequence_render.h"
 
 namespace zelk {
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "apps/zelk/cli_options.h"
-#include "apps/zelk/errors.h"
+#include "zelk/text/errors.h"
 
 namespace zelk {
 

@@ -7,13 +7,13 @@
 #include <cmath>
 #include <nlohmann/json.hpp>
 
-#include "apps/zelk/errors.h"
-#include "apps/zelk/json_text.h"
-#include "apps/zelk/output_place.h"
-#include "apps/zelk/picture_reader.h"
-#include "apps/zelk/picture_writer.h"
-#include "apps/zelk/text_file.h"
 #include "apps/zelk/track_plot.h"
+#include "zelk/files/output_place.h"
+#include "zelk/files/text_file.h"
+#include "zelk/pictures/writer.h"
+#include "zelk/sequence/input_files.h"
+#include "zelk/text/errors.h"
+#include "zelk/text/json_text.h"
 
 namespace zelk {
 
@@ -122,7 +122,7 @@ void writePlot(TrackRequest const& request, Track const& track) {
     checkTarget(*request.plot, request.noClobber);
     std::optional<World> under;
     if (request.over) {
-        PictureReader picture(*request.over);
+        PictureReader picture = openPicture(*request.over);
         under.emplace(readStraightWorld(picture));
     }
     WriteRequest ask;

@@ -7,8 +7,8 @@
 #include <string>
 
 #include "apps/zelk/cli_options.h"
-#include "apps/zelk/track_check.h"
-#include "apps/zelk/track_formats.h"
+#include "zelk/tracks/check.h"
+#include "zelk/tracks/forms.h"
 
 namespace zelk {
 

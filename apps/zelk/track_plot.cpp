@@ -7,7 +7,7 @@
 #include <cmath>
 #include <cstring>
 
-#include "apps/zelk/track_text.h"
+#include "zelk/tracks/text.h"
 
 namespace zelk {
 

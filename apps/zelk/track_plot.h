@@ -5,7 +5,7 @@
 #include <optional>
 
 #include "apps/drawing/canvas.h"
-#include "apps/zelk/track_data.h"
+#include "zelk/tracks/track.h"
 
 namespace zelk {
 

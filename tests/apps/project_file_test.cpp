@@ -8,10 +8,10 @@
 #include <random>
 #include <set>
 
-#include "apps/zelk/errors.h"
-#include "apps/zelk/parameter_names.h"
 #include "apps/zelk/project_command.h"
 #include "tests/apps/zelk_process.h"
+#include "zelk/scene/parameter_names.h"
+#include "zelk/text/errors.h"
 
 namespace zelk {
 namespace {
@@ -23,9 +23,7 @@ using zelk_test::split;
 
 class ProjectFile : public zelk_test::ZelkTest {
 protected:
-    void SetUp() override {
-        fs::create_directory(at("plates"));
-    }
+    void SetUp() override { fs::create_directory(at("plates")); }
     fs::path file(std::string const& name, std::string const& bytes) const {
         put(name, bytes);
         return at(name);

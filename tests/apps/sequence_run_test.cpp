@@ -5,8 +5,8 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
-#include "apps/zelk/movie_frames.h"
 #include "tests/apps/zelk_process.h"
+#include "zelk/movies/frames.h"
 
 namespace zelk_test {
 namespace {

@@ -12,12 +12,12 @@
 #include <random>
 #include <thread>
 
-#include "apps/zelk/errors.h"
-#include "apps/zelk/frame_pipeline.h"
-#include "apps/zelk/interrupt_flag.h"
-#include "apps/zelk/progress.h"
-#include "apps/zelk/sequence_names.h"
 #include "tests/apps/zelk_process.h"
+#include "zelk/files/frame_names.h"
+#include "zelk/sequence/interrupt_flag.h"
+#include "zelk/sequence/pipeline.h"
+#include "zelk/sequence/progress.h"
+#include "zelk/text/errors.h"
 
 namespace zelk {
 namespace {

@@ -11,16 +11,16 @@
 #include <locale>
 #include <random>
 
-#include "apps/zelk/errors.h"
-#include "apps/zelk/text_file.h"
-#include "apps/zelk/track_check.h"
-#include "apps/zelk/track_formats.h"
-#include "apps/zelk/track_mocha.h"
 #include "apps/zelk/track_plot.h"
 #include "fuzz/fuzz_targets.h"
 #include "tests/support/temporary_folder.h"
 #include "tracking/LoadMochaFile.h"
 #include "tracking/MochaLoader.h"
+#include "zelk/files/text_file.h"
+#include "zelk/text/errors.h"
+#include "zelk/tracks/check.h"
+#include "zelk/tracks/forms.h"
+#include "zelk/tracks/mocha.h"
 
 namespace zelk {
 namespace {

@@ -5,10 +5,10 @@
 #include <cmath>
 #include <cstdio>
 
-#include "apps/zelk/module_road.h"
-#include "apps/zelk/parameter_names.h"
-#include "apps/zelk/track_import.h"
 #include "tests/support/temporary_folder.h"
+#include "zelk/render/module_road.h"
+#include "zelk/scene/parameter_names.h"
+#include "zelk/tracks/import.h"
 
 namespace zelk {
 namespace {

@@ -7,12 +7,12 @@
 #include <regex>
 #include <set>
 
-#include "apps/zelk/box_reduce.h"
-#include "apps/zelk/channel_values.h"
-#include "apps/zelk/errors.h"
-#include "apps/zelk/numbers.h"
-#include "apps/zelk/parameter_names.h"
-#include "apps/zelk/quad_check.h"
+#include "zelk/pictures/box_reduce.h"
+#include "zelk/pictures/channel_values.h"
+#include "zelk/scene/parameter_names.h"
+#include "zelk/scene/quad_check.h"
+#include "zelk/text/errors.h"
+#include "zelk/text/numbers.h"
 
 namespace zelk {
 namespace {

@@ -1,18 +1,18 @@
 // A written file's way to its place: cut files that their readers may take for whole, names that
 // come up meanwhile, links, the longest name, and a process that ends on the way.
-#include "apps/zelk/written_check.h"
+#include "zelk/pictures/written_check.h"
 
 #include <unistd.h>
 
 #include <csignal>
 #include <thread>
 
-#include "apps/zelk/errors.h"
-#include "apps/zelk/interrupt_flag.h"
-#include "apps/zelk/picture_writer.h"
-#include "apps/zelk/quiet_libraries.h"
-#include "apps/zelk/temporary_file.h"
 #include "tests/apps/zelk_process.h"
+#include "zelk/files/quiet_libraries.h"
+#include "zelk/files/temporary_file.h"
+#include "zelk/pictures/writer.h"
+#include "zelk/sequence/interrupt_flag.h"
+#include "zelk/text/errors.h"
 
 namespace {
 

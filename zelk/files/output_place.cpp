@@ -1,0 +1,54 @@
+// Links, folders and permissions; see output_place.h.
+#include "zelk/files/output_place.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+namespace zelk {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr char const* kIsThere = "it exists and --no-clobber is given";
+
+bool isLink(fs::path const& path) {
+    std::error_code none;
+    return fs::is_symlink(fs::symlink_status(path, none));
+}
+
+}  // namespace
+
+UserError unwritable(fs::path const& target, std::string const& reason) {
+    return {ExitCode::kOutput,
+            {target.string(), "cannot be written:",
+             reason.empty() ? "unknown reason" : shortened(reason), "a writable place"}};
+}
+
+fs::path behindLinks(fs::path target) {
+    constexpr int kMostLinks = 40;
+    std::error_code none;
+    for (int i = 0; i < kMostLinks && isLink(target); ++i)
+        target = target.parent_path() / fs::read_symlink(target, none);
+    return target;
+}
+
+void checkPlace(fs::path const& target, bool noClobber) {
+    std::error_code fault;
+    if (noClobber && fs::exists(fs::symlink_status(target, fault)))
+        throw unwritable(target, kIsThere);
+    fs::path const file = behindLinks(target);
+    if (isLink(file)) throw unwritable(target, "links without an end");
+    fs::path const folder = file.has_parent_path() ? file.parent_path() : fs::path(".");
+    if (!fs::is_directory(folder, fault)) throw unwritable(target, "no folder " + folder.string());
+    if (fs::exists(file, fault) && !fs::is_regular_file(file, fault)) {
+        throw unwritable(target, "not a regular file");
+    }
+    bool const isRefused = ::access(folder.c_str(), W_OK | X_OK) != 0 ||
+                           (fs::exists(file, fault) && ::access(file.c_str(), W_OK) != 0);
+    if (isRefused) throw unwritable(target, std::strerror(errno));
+}
+
+}  // namespace zelk

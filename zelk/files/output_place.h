@@ -1,0 +1,21 @@
+// Where an output goes, and whether it may.
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+#include "zelk/text/errors.h"
+
+namespace zelk {
+
+/// Why `target` can't be written, as an output error.
+UserError unwritable(std::filesystem::path const& target, std::string const& reason);
+
+/// Where a link leads, to a file or to nothing yet: it is written there, and the link stays.
+std::filesystem::path behindLinks(std::filesystem::path target);
+
+/// Throws an output error when `target`'s place refuses a file, when something other than a file is
+/// there, or anything with `noClobber` set. Writes nothing.
+void checkPlace(std::filesystem::path const& target, bool noClobber);
+
+}  // namespace zelk

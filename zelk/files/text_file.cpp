@@ -1,0 +1,55 @@
+// Reading in chunks, writing beside the target; see text_file.h.
+#include "zelk/files/text_file.h"
+
+#include <fmt/format.h>
+
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <vector>
+
+#include "zelk/files/output_place.h"
+#include "zelk/files/temporary_file.h"
+#include "zelk/text/errors.h"
+
+namespace zelk {
+
+namespace fs = std::filesystem;
+
+std::string readTextFile(fs::path const& file, std::string const& kind, std::size_t mostBytes) {
+    auto const fail = [&](std::string const& wrong, std::string const& value,
+                          std::string const& expected) {
+        throw UserError(ExitCode::kInput, {file.string(), wrong, value, expected});
+    };
+    std::string const expected = kind + " file";
+    errno = 0;
+    std::ifstream in(file, std::ios::binary);
+    if (!in) fail("cannot be read:", std::strerror(errno), expected);
+    std::string bytes;
+    std::vector<char> chunk(1 << 16);
+    while (in.read(chunk.data(), static_cast<std::streamsize>(chunk.size())), in.gcount() > 0) {
+        bytes.append(chunk.data(), static_cast<std::size_t>(in.gcount()));
+        if (bytes.size() > mostBytes)
+            fail("too large for", kind, fmt::format("at most {} MB", mostBytes >> 20));
+    }
+    if (in.bad()) fail("cannot be read:", std::strerror(errno), expected);
+    return bytes;
+}
+
+void writeTextFile(fs::path const& file, std::string_view text, bool mayReplace) {
+    checkPlace(file, false);
+    TemporaryFile temporary(file);
+    errno = 0;
+    std::ofstream out(temporary.path(), std::ios::binary);
+    out << text << std::flush;
+    if (!out)
+        throw UserError(
+            ExitCode::kOutput,
+            {file.string(), "cannot be written:", std::strerror(errno), "a writable place"});
+    out.close();
+    if (!temporary.putInPlace(mayReplace))
+        throw UserError(ExitCode::kOutput, {file.string(), "there is one already:", file.string(),
+                                            "a name that is free"});
+}
+
+}  // namespace zelk

@@ -1,0 +1,163 @@
+// What a movie holds, and the decoder's pipe; see frames.h.
+#include "zelk/movies/frames.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <iterator>
+#include <map>
+#include <regex>
+#include <sstream>
+#include <system_error>
+#include <utility>
+
+#include "zelk/text/errors.h"
+#include "zelk/text/numbers.h"
+
+namespace zelk {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// A name with a colon would be taken for a protocol.
+std::string urlOf(fs::path const& file) { return "file:" + file.string(); }
+
+std::map<std::string, std::string> factsOf(fs::path const& file) {
+    ChildProgram probe({"ffprobe", "-v", "error", "-select_streams", "v:0", "-count_packets",
+                        "-show_entries", "stream=width,height,pix_fmt,color_space,nb_read_packets",
+                        "-of", "default=noprint_wrappers=1", urlOf(file)},
+                       ChildProgram::Pipe::kFromOutput);
+    std::istringstream lines(probe.readAll());
+    probe.await();
+    std::map<std::string, std::string> facts;
+    for (std::string line; std::getline(lines, line);) {
+        auto const equals = line.find('=');
+        if (equals != line.npos) facts[line.substr(0, equals)] = line.substr(equals + 1);
+    }
+    if (!facts.contains("width"))
+        throw UserError(ExitCode::kInput, {file.string(), "cannot be read:", probe.words(),
+                                           "a movie that ffmpeg reads"});
+    return facts;
+}
+
+/// From video levels to colour. The scaler of ffmpeg's own takes white to 65283 of 65535; zscale
+/// has no such fault. Untagged movies are BT.709 from 720 lines on, else BT.601.
+std::string toColor(std::string const& tag, int width, int height, std::string const& planes) {
+    bool const isTagged = !tag.empty() && tag != "unknown" && tag != "unspecified";
+    std::string const guess = height >= 720 ? "709" : "170m";
+    return fmt::format(",zscale=w={}:h={}:filter=bicubic:matrix=gbr:range=full{},format={}", width,
+                       height, isTagged ? "" : ":matrixin=" + guess, planes);
+}
+
+/// Bits of a channel that "yuva444p10le" tells; 8 for names without.
+int bitsOf(std::string const& pixelFormat) {
+    static std::regex const deep("(9|10|12|14|16)[lb]e$");
+    std::smatch found;
+    return std::regex_search(pixelFormat, found, deep) ? std::stoi(found[1]) : 8;
+}
+
+}  // namespace
+
+bool isMovieInput(fs::path const& file) {
+    constexpr char const* kMovies[] = {".mov", ".mp4",  ".mkv", ".m4v",
+                                       ".avi", ".webm", ".mxf", ".mpg"};
+    std::string const extension = lowered(file.extension().string());
+    return std::find(std::begin(kMovies), std::end(kMovies), extension) != std::end(kMovies);
+}
+
+bool MovieFrames::isAvailable() { return isProgramThere("ffmpeg") && isProgramThere("ffprobe"); }
+
+MovieFrames::MovieFrames(fs::path file) : m_file(std::move(file)) {
+    auto facts = factsOf(m_file);
+    auto const whole = [&](char const* key) {
+        return static_cast<int>(parseNumber(facts[key]).value_or(0));
+    };
+    m_width = whole("width");
+    m_height = whole("height");
+    m_count = whole("nb_read_packets");
+    // Names such as yuv422p10le, p010le, rgb48le, gbrapf32le; of 8 bits yuv420p, nv16, rgb565le.
+    static std::regex const deep("(9|10|12|14|16|20|48|64|32)[lb]e$");
+    static std::regex const alpha("yuva|gbrap|rgba|bgra|argb|abgr|^ya|pal8");
+    static std::regex const rgb("^(rgb|bgr|gbr|argb|abgr|0rgb|0bgr|x2|pal8|mono)");
+    std::string const format = facts["pix_fmt"];
+    m_isDeep = std::regex_search(format, deep);
+    m_hasAlpha = std::regex_search(format, alpha);
+    if (std::regex_search(format, rgb)) return;
+    m_toColor = toColor(facts["color_space"], m_width, m_height,
+                        std::string(m_hasAlpha ? "gbrap" : "gbrp") + (m_isDeep ? "16le" : ""));
+    if (m_hasAlpha && m_isDeep) m_alphaBits = bitsOf(format);
+}
+
+OIIO::ImageSpec MovieFrames::spec() const {
+    OIIO::ImageSpec spec(m_width, m_height, m_hasAlpha ? 4 : 3,
+                         m_isDeep ? OIIO::TypeUInt16 : OIIO::TypeUInt8);
+    spec.attribute("oiio:subimages", m_count);
+    spec.attribute("oiio:UnassociatedAlpha", 1);
+    return spec;
+}
+
+std::vector<std::string> MovieFrames::decoderWords(int first) const {
+    std::string const format =
+        m_isDeep ? (m_hasAlpha ? "rgba64le" : "rgb48le") : (m_hasAlpha ? "rgba" : "rgb24");
+    std::string const filter = fmt::format("select=gte(n\\,{}){}", first, m_toColor);
+    return {"ffmpeg",      "-v",   "error",    "-nostdin", "-noautorotate", "-i",
+            urlOf(m_file), "-map", "0:v:0",    "-vf",      filter,          "-vsync",
+            "passthrough", "-f",   "rawvideo", "-pix_fmt", format,          "-"};
+}
+
+bool MovieFrames::start(int first) {
+    m_decoder.reset();
+    m_nextRow = std::int64_t{first} * m_height;
+    try {
+        m_decoder.emplace(decoderWords(first), ChildProgram::Pipe::kFromOutput);
+        return true;
+    } catch (std::system_error const&) {
+        return false;
+    }
+}
+
+bool MovieFrames::readRow(int number, int y, void* row) {
+    std::int64_t const wanted = std::int64_t{number} * m_height + y;
+    if ((!m_decoder || wanted < m_nextRow) && !start(number)) return false;
+    std::size_t const bytes = spec().scanline_bytes();
+    // What is passed over is read into the same place.
+    for (; m_nextRow <= wanted; ++m_nextRow)
+        if (!m_decoder->read(row, bytes)) {
+            m_decoder->await();
+            return false;
+        }
+    if (m_alphaBits > 0) widenAlpha(static_cast<std::uint16_t*>(row));
+    return true;
+}
+
+void MovieFrames::widenAlpha(std::uint16_t* rgba) const {
+    unsigned const most = (1u << m_alphaBits) - 1;
+    for (int x = 0; x < m_width; ++x, rgba += 4)
+        rgba[3] = static_cast<std::uint16_t>(((rgba[3] >> (16 - m_alphaBits)) * 65535u + most / 2) /
+                                             most);
+}
+
+std::string MovieFrames::words() const {
+    std::string const words = m_decoder ? m_decoder->words() : std::string();
+    return words.empty() ? "the movie ends before this picture" : words;
+}
+
+MoviePicture::MoviePicture(std::shared_ptr<MovieFrames> movie, int number)
+    : m_movie(std::move(movie)), m_number(std::max(number, 0)) {
+    m_spec = m_movie->spec();
+}
+
+bool MoviePicture::seek_subimage(int subimage, int miplevel) {
+    if (subimage < 0 || subimage >= m_movie->count() || miplevel != 0) return false;
+    m_number = subimage;
+    return true;
+}
+
+bool MoviePicture::read_native_scanline(int subimage, int, int y, int, void* data) {
+    if (m_movie->readRow(subimage, y, data)) return true;
+    errorfmt("{}", m_movie->words());
+    return false;
+}
+
+}  // namespace zelk

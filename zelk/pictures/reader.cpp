@@ -1,0 +1,345 @@
+// Reading of layers by OpenImageIO; see reader.h.
+//
+// Integer files with straight colour are read as stored and converted here, exactly; all others
+// are read as float.
+#include "zelk/pictures/reader.h"
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+#include <vector>
+
+#include "zelk/files/quiet_libraries.h"
+#include "zelk/pictures/box_reduce.h"
+#include "zelk/pictures/channel_values.h"
+#include "zelk/pictures/dpx_length.h"
+#include "zelk/pictures/pixel_size.h"
+#include "zelk/pictures/world_rows.h"
+#include "zelk/text/errors.h"
+
+namespace zelk {
+
+namespace {
+
+UserError unreadable(std::filesystem::path const& file, std::string const& reason) {
+    std::string const why = reason.empty() ? "unknown format" : shortened(reason);
+    return {ExitCode::kInput, {file.string(), "cannot be read:", why, "a whole picture file"}};
+}
+
+void checkFile(std::filesystem::path const& file) {
+    std::error_code fault;
+    auto const status = std::filesystem::status(file, fault);
+    char const* wrong = nullptr;
+    if (!std::filesystem::exists(status))
+        wrong = "no such file";
+    else if (std::filesystem::is_directory(status))
+        wrong = "a directory is no picture:";
+    else if (!std::filesystem::is_regular_file(status))
+        wrong = "not a regular file:";
+    if (wrong)
+        throw UserError(ExitCode::kInput, {file.string(), wrong, file.string(), "a picture"});
+}
+
+std::unique_ptr<OIIO::ImageInput> openPicture(std::filesystem::path const& file) {
+    checkFile(file);
+    OIIO::ImageSpec config;
+    config.attribute("oiio:UnassociatedAlpha", 1);  // straight colour as it is stored
+    auto input = OIIO::ImageInput::open(file.string(), &config);
+    if (!input) throw unreadable(file, OIIO::geterror());
+    return input;
+}
+
+/// Metadata about how the file stores its pixels, which a copy must not inherit.
+bool isAboutStorage(std::string_view name) {
+    // What OpenImageIO tells of a profile is in the profile itself.
+    for (char const* prefix :
+         {"oiio:", "tiff:", "openexr:", "png:", "jpeg:", "webp:", "dpx:Image", "dpx:EndOf",
+          "dpx:Low", "dpx:High", "targa:", "bmp:", "ICCProfile:"}) {
+        if (name.rfind(prefix, 0) == 0) return name != "oiio:ColorSpace";
+    }
+    for (char const* exact : {"compression", "planarconfig", "chunkCount", "IPTC:ImageDescription",
+                              "rowsperstrip", "Exif:PixelXDimension", "Exif:PixelYDimension"}) {
+        if (name == exact) return true;
+    }
+    return false;
+}
+
+/// Whether a colour profile is whole and one for red, green and blue: that is what is written.
+bool isRgbProfile(OIIO::ParamValue const& profile) {
+    auto const* bytes = static_cast<unsigned char const*>(profile.data());
+    auto const size = static_cast<std::size_t>(profile.type().size());
+    if (size < 132) return false;
+    std::size_t const declared = static_cast<std::size_t>(bytes[0]) << 24 |
+                                 static_cast<std::size_t>(bytes[1]) << 16 |
+                                 static_cast<std::size_t>(bytes[2]) << 8 | bytes[3];
+    return declared == size && std::memcmp(bytes + 16, "RGB ", 4) == 0 &&
+           std::memcmp(bytes + 36, "acsp", 4) == 0;
+}
+
+/// Index of the alpha channel, or -1. The reader of GIF points beyond its channels.
+int alphaChannel(OIIO::ImageSpec const& spec) {
+    if (spec.alpha_channel < spec.nchannels) return spec.alpha_channel;
+    return spec.channelindex("A");
+}
+
+/// OpenImageIO tells the pixel aspect of JPEG as horizontal over vertical density, the inverse of a
+/// pixel's width over its height; it writes the right densities.
+void turnAspect(OIIO::ParamValueList& metadata) {
+    float const told = metadata.get_float("PixelAspectRatio", 0);
+    if (told > 0) metadata["PixelAspectRatio"] = 1 / told;
+}
+
+PictureTraits traitsOf(OIIO::ImageSpec const& spec, OIIO::TypeDesc type) {
+    PictureTraits traits;
+    traits.isHalf = type == OIIO::TypeHalf;
+    traits.depth = type.basesize() == 1                     ? Depth::k8
+                   : type.basesize() == 2 && !traits.isHalf ? Depth::k16
+                                                            : Depth::kFloat;
+    traits.hasAlpha = alphaChannel(spec) >= 0;
+    traits.bits = spec.get_int_attribute("oiio:BitsPerSample", 0);
+    for (auto const& value : spec.extra_attribs) {
+        bool const isLost = value.name() == "ICCProfile" && !isRgbProfile(value);
+        if (!isLost && !isAboutStorage(value.name().string())) traits.metadata.push_back(value);
+    }
+    return traits;
+}
+
+}  // namespace
+
+int PictureReader::countOf(std::filesystem::path const& file) {
+    QuietLibraries const quiet;
+    return openPicture(file)->spec().get_int_attribute("oiio:subimages", 1);
+}
+
+PictureReader::PictureReader(std::filesystem::path const& file, int number,
+                             std::unique_ptr<OIIO::ImageInput> input)
+    : m_file(file), m_number(number) {
+    QuietLibraries const quiet;
+    m_input = input ? std::move(input) : openPicture(file);
+    if (number > 0 && !m_input->seek_subimage(number, 0)) {
+        m_input->geterror();
+        throw UserError(ExitCode::kInput,
+                        {file.string(), "no picture of the number", std::to_string(number),
+                         "one of those that the file holds"});
+    }
+    std::string_view const format = m_input->format_name();
+    std::error_code fault;
+    if (format == "dpx" && std::filesystem::file_size(file, fault) < leastDpxBytes(file))
+        throw unreadable(file, "the file breaks off");
+    checkSize();
+    OIIO::ImageSpec const& spec = m_input->spec();
+    Window const window = displayWindow();
+    m_width = window.width;
+    m_height = window.height;
+    m_dataLeft = spec.x - window.left;
+    m_dataTop = spec.y - window.top;
+    m_channels = mapChannels();
+    m_traits = traitsOf(spec, sampleType());
+    if (format == "jpeg") turnAspect(m_traits.metadata);
+    m_traits.originX = window.left;
+    m_traits.originY = window.top;
+    // JPEG 2000 is read straight when asked, as it is here, and movies are, but don't say so.
+    bool const isStraight = spec.get_int_attribute("oiio:UnassociatedAlpha") != 0 ||
+                            format == "jpeg2000" || format == "FFmpeg movie";
+    m_isAssociated = m_channels.alpha >= 0 && !isStraight;
+    m_traits.isAssociated = m_isAssociated;
+    noteWarnings();
+}
+
+/// Other formats than OpenEXR know a position at most, and OpenImageIO's full size of them is the
+/// picture's own or a guess: all that is stored is the picture.
+PictureReader::Window PictureReader::displayWindow() const {
+    OIIO::ImageSpec const& spec = m_input->spec();
+    if (std::string_view(m_input->format_name()) == "openexr")
+        return {spec.full_x, spec.full_y, spec.full_width, spec.full_height};
+    return {spec.x, spec.y, spec.width, spec.height};
+}
+
+void PictureReader::checkSize() const {
+    OIIO::ImageSpec const& spec = m_input->spec();
+    Window const window = displayWindow();
+    std::string const size = std::to_string(window.width) + "x" + std::to_string(window.height);
+    if (spec.deep || spec.depth > 1) {
+        throw UserError(ExitCode::kInput,
+                        {m_file.string(), "deep or volume picture of", size, "a flat picture"});
+    }
+    bool const isEmpty = spec.width < 1 || spec.height < 1 || window.width < 1 ||
+                         window.height < 1 || spec.nchannels < 1;
+    if (isEmpty || window.width > kLargestPx || window.height > kLargestPx) {
+        throw UserError(ExitCode::kInput,
+                        {m_file.string(), isEmpty ? "picture of no size" : "picture too large:",
+                         size, "sides from 1 to 32767 pixels"});
+    }
+}
+
+PictureReader::ChannelMap PictureReader::mapChannels() const {
+    OIIO::ImageSpec const& spec = m_input->spec();
+    int const alpha = alphaChannel(spec);
+    std::vector<int> colors;
+    for (int c = 0; c < spec.nchannels; ++c) {
+        if (c != alpha && c != spec.z_channel) colors.push_back(c);
+    }
+    if (colors.empty()) colors.push_back(0);
+    if (colors.size() < 3) colors.assign(3, colors[0]);
+    int const last = std::max({colors[0], colors[1], colors[2], alpha});
+    return {colors[0], colors[1], colors[2], alpha, last + 1};
+}
+
+/// The deepest of the channels that are used: a file may keep its depth deeper than its colours.
+OIIO::TypeDesc PictureReader::sampleType() const {
+    OIIO::ImageSpec const& spec = m_input->spec();
+    OIIO::TypeDesc deepest = spec.channelformat(m_channels.red);
+    for (int const c : {m_channels.green, m_channels.blue, m_channels.alpha}) {
+        if (c >= 0 && spec.channelformat(c).basesize() > deepest.basesize())
+            deepest = spec.channelformat(c);
+    }
+    return deepest;
+}
+
+/// Some readers count their pictures; of others' files it shows whether there is a second one.
+bool PictureReader::holdsMorePictures() {
+    if (m_number >= 0) return false;  // it was chosen
+    std::string_view const format = m_input->format_name();
+    bool const isUncounted =
+        format == "tiff" || format == "gif" || format == "ico" || format == "psd";
+    if (!isUncounted) return m_input->spec().get_int_attribute("oiio:subimages", 1) > 1;
+    bool const isThere = m_input->seek_subimage(1, 0);
+    m_input->geterror();
+    if (!m_input->seek_subimage(0, 0)) throw unreadable(m_file, m_input->geterror());
+    return isThere;
+}
+
+/// About 4 MB of float pixels, in whole compression blocks of up to 16 rows and whole tiles.
+int PictureReader::stripRows() const {
+    int const rows = std::clamp((1 << 18) / width(), 16, 256) / 16 * 16;
+    int const tile = std::max(1, m_input->spec().tile_height);
+    return (rows + tile - 1) / tile * tile;
+}
+
+template <class Stored>
+void PictureReader::fetch(int firstRow, int endRow, Stored* values) {
+    OIIO::ImageSpec const& spec = m_input->spec();
+    OIIO::TypeDesc const type = OIIO::BaseTypeFromC<Stored>::value;
+    int const top = spec.y + firstRow, bottom = spec.y + endRow;
+    bool const isRead =
+        spec.tile_width > 0
+            ? m_input->read_tiles(std::max(m_number, 0), 0, spec.x, spec.x + spec.width, top,
+                                  bottom, spec.z, spec.z + 1, 0, m_channels.count, type, values)
+            : m_input->read_scanlines(std::max(m_number, 0), 0, top, bottom, spec.z, 0,
+                                      m_channels.count, type, values);
+    if (!isRead || m_input->has_error()) throw unreadable(m_file, m_input->geterror());
+}
+
+void PictureReader::noteWarnings() {
+    OIIO::ImageSpec const& spec = m_input->spec();
+    std::string dropped;
+    for (int c = 0; c < spec.nchannels; ++c) {
+        if (c == m_channels.red || c == m_channels.green || c == m_channels.blue ||
+            c == m_channels.alpha)
+            continue;
+        dropped += (dropped.empty() ? "" : ", ") + std::string(spec.channel_name(c));
+    }
+    if (!dropped.empty())
+        m_warnings.push_back(m_file.string() + ": channels dropped: \"" + oneLine(dropped) + "\"");
+    if (holdsMorePictures())
+        m_warnings.push_back(m_file.string() + ": only the first of several pictures is used");
+    auto const* profile = spec.find_attribute("ICCProfile");
+    if (profile && !isRgbProfile(*profile))
+        m_warnings.push_back(m_file.string() + ": colour profile dropped: it is not one for RGB");
+    if (m_dataLeft < 0 || m_dataTop < 0 || m_dataLeft + spec.width > m_width ||
+        m_dataTop + spec.height > m_height)
+        m_warnings.push_back(m_file.string() + ": overscan outside the display window dropped");
+}
+
+template <class Channel, class Stored>
+void PictureReader::convert(Stored const* from, AlphaForm form, Channel* rgba) const {
+    ChannelMap const& map = m_channels;
+    int const colors[3] = {map.red, map.green, map.blue};
+    rgba[3] = map.alpha < 0 ? kWhite<Channel> : fromFile<Channel>(from[map.alpha]);
+    for (int c = 0; c < 3; ++c) {
+        if constexpr (std::is_same_v<Stored, float>) {
+            // Straight colour of an associated file; where alpha is 0 there is nothing to divide
+            // by.
+            bool const divides =
+                m_isAssociated && form == AlphaForm::kStraight && from[map.alpha] != 0;
+            rgba[c] =
+                fromFile<Channel>(divides ? from[colors[c]] / from[map.alpha] : from[colors[c]]);
+        } else {
+            rgba[c] = fromFile<Channel>(from[colors[c]]);
+        }
+        if constexpr (std::is_same_v<Channel, float>) {
+            if (form == AlphaForm::kAssociated && !m_isAssociated) rgba[c] *= rgba[3];
+        }
+    }
+}
+
+/// Calls sink(y, rgba) for each row of the display window.
+template <class Channel, class Stored, class Sink>
+void PictureReader::readStrips(AlphaForm form, Sink const& sink) {
+    int const dataWidth = m_input->spec().width, dataHeight = m_input->spec().height;
+    int const strip = std::min(stripRows(), dataHeight);
+    int const left = std::max(m_dataLeft, 0), right = std::min(m_dataLeft + dataWidth, m_width);
+    auto const rowValues = static_cast<std::size_t>(dataWidth * m_channels.count);
+    std::vector<Stored> stored(rowValues * static_cast<std::size_t>(strip));
+    std::vector<Channel> row(static_cast<std::size_t>(m_width) * 4);
+    std::vector<Channel> const blank(row.size());
+
+    int next = 0;  // row of the display window
+    for (int const first = std::min(m_dataTop, m_height); next < first; ++next)
+        sink(next, blank.data());
+    for (int top = 0; top < dataHeight; top += strip) {
+        int const rows = std::min(strip, dataHeight - top);
+        fetch(top, top + rows, stored.data());
+        for (int y = 0; y < rows; ++y) {
+            if (m_dataTop + top + y != next || next >= m_height) continue;
+            Stored const* from = &stored[rowValues * static_cast<std::size_t>(y)];
+            for (int x = left; x < right; ++x)
+                convert(from + (x - m_dataLeft) * m_channels.count, form,
+                        &row[static_cast<std::size_t>(x) * 4]);
+            sink(next++, row.data());
+        }
+    }
+    for (; next < m_height; ++next) sink(next, blank.data());
+}
+
+template <class Channel, class Sink>
+void PictureReader::readRows(AlphaForm form, Sink const& sink) {
+    QuietLibraries const quiet;
+    auto const type = m_input->spec().format;
+    if (!m_isAssociated && type == OIIO::TypeUInt8) {
+        readStrips<Channel, std::uint8_t>(form, sink);
+    } else if (!m_isAssociated && type == OIIO::TypeUInt16) {
+        readStrips<Channel, std::uint16_t>(form, sink);
+    } else {
+        readStrips<Channel, float>(form, sink);
+    }
+}
+
+void PictureReader::readInto(World& world, int downsample) {
+    withChannelOf(world.depth(), [&](auto channel) {
+        using Channel = decltype(channel);
+        std::vector<Channel> reduced(static_cast<std::size_t>(world.width()) * 4);
+        BoxReducer<Channel> reducer(width(), downsample);
+        int reducedRow = 0;
+        readRows<Channel>(AlphaForm::kStraight, [&](int y, Channel const* rgba) {
+            if (downsample == 1) {
+                putRow(world, y, rgba);
+            } else if (reducedRow < world.height() && reducer.add(rgba, reduced.data())) {
+                putRow(world, reducedRow++, reduced.data());
+            }
+        });
+    });
+    m_input->close();
+}
+
+void PictureReader::readAssociated(FloatRow const& row) {
+    readRows<float>(AlphaForm::kAssociated, row);
+}
+
+World readStraightWorld(PictureReader& picture) {
+    World world({picture.width(), picture.height(), picture.traits().depth});
+    picture.readInto(world, 1);
+    return world;
+}
+
+}  // namespace zelk

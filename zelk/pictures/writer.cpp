@@ -1,0 +1,290 @@
+// Writing of results by OpenImageIO, a strip of rows at a time; see writer.h.
+#include "zelk/pictures/writer.h"
+
+#include <OpenImageIO/filesystem.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cmath>
+#include <cstring>
+#include <fstream>
+#include <string_view>
+#include <vector>
+
+#include "zelk/files/output_place.h"
+#include "zelk/files/quiet_libraries.h"
+#include "zelk/files/temporary_file.h"
+#include "zelk/pictures/channel_values.h"
+#include "zelk/pictures/world_rows.h"
+#include "zelk/pictures/written_check.h"
+#include "zelk/text/errors.h"
+
+namespace zelk {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// Formats whose writers take straight colour as it is.
+constexpr std::array<std::string_view, 5> kStraightFormats = {"png", "tiff", "targa", "heif",
+                                                              "jpeg2000"};
+/// Formats that hold alpha by name only: OpenImageIO's writer of WebP takes colour with alpha to
+/// linear light in 8 bits, which ruins dark tones; that of GIF makes every pixel opaque; FITS has
+/// planes without names.
+constexpr std::array<std::string_view, 3> kNoAlpha = {"webp", "gif", "fits"};
+/// Formats without float samples: they get the deepest integers they have.
+constexpr std::array<std::string_view, 11> kIntegerFormats = {
+    "png", "jpeg", "targa", "webp", "bmp", "gif", "dpx", "jpeg2000", "sgi", "ico", "heif"};
+/// Formats of up to 16 bits of which OpenImageIO writes no more than 8 in order.
+constexpr std::array<std::string_view, 2> kShallow = {"pnm", "iff"};
+constexpr char const* kIsThere = "it exists and --no-clobber is given";
+/// Writers that leave no picture file.
+constexpr std::array<std::string_view, 2> kNoFiles = {"null", "term"};
+
+/// Sample sizes of DPX between 8 and 16 bits.
+constexpr std::array<int, 2> kDpxBits = {10, 12};
+
+bool isOneOf(auto const& names, auto const& name) {
+    return std::find(names.begin(), names.end(), name) != names.end();
+}
+
+std::unique_ptr<OIIO::ImageOutput> makeWriter(fs::path const& target) {
+    auto writer = OIIO::ImageOutput::create(target.string());
+    if (!writer || isOneOf(kNoFiles, std::string_view(writer->format_name()))) {
+        OIIO::geterror();
+        throw UserError(ExitCode::kOutput,
+                        {target.string(), "no picture format for the extension",
+                         target.extension().string(), "a name such as out.png or out.exr"});
+    }
+    return writer;
+}
+
+/// How a world's rows are stored.
+struct RowPlan {
+    int channels = 4;
+    bool isStraight = true;    ///< colour in the file
+    bool fromStraight = true;  ///< colour in the world
+    /// Colour where alpha is 0 goes over unchanged: it can't be divided, or was never multiplied.
+    bool keepsUncovered = false;
+    OIIO::TypeDesc type;  ///< of the file
+    int bits = 0;         ///< fewer than those of the type; 0 for all
+};
+
+/// The deepest samples of the format that `depth` asks for; writers take less by themselves.
+OIIO::TypeDesc sampleType(std::string_view format, Depth depth, bool isHalf) {
+    bool const holdsFloat = !isOneOf(kIntegerFormats, format);
+    bool const isByte = depth == Depth::k8 && format != "openexr";
+    if (isByte || isOneOf(kShallow, format)) return OIIO::TypeUInt8;
+    if (depth == Depth::k16 && format != "openexr") return OIIO::TypeUInt16;
+    if (!holdsFloat) return OIIO::TypeUInt16;
+    return isHalf || (depth == Depth::k8 && format == "openexr") ? OIIO::TypeHalf : OIIO::TypeFloat;
+}
+
+RowPlan planRows(OIIO::ImageOutput const& writer, WriteRequest const& request) {
+    RowPlan plan;
+    std::string_view const format = writer.format_name();
+    bool const holdsAlpha = writer.supports("alpha") && !isOneOf(kNoAlpha, format);
+    if (request.opaque || !holdsAlpha) plan.channels = 3;
+    bool const staysAssociated = format == "tiff" && request.traits.isAssociated;
+    plan.isStraight = plan.channels == 4 && isOneOf(kStraightFormats, format) && !staysAssociated;
+    plan.fromStraight = request.form == AlphaForm::kStraight;
+    plan.keepsUncovered = !plan.fromStraight || request.traits.isAssociated;
+    plan.type = sampleType(format, request.depth, request.traits.isHalf);
+    if (format == "dpx" && request.depth == Depth::k16 && isOneOf(kDpxBits, request.traits.bits))
+        plan.bits = request.traits.bits;
+    return plan;
+}
+
+/// The writer of JPEG divides a density by the pixel's aspect where it should multiply; it takes
+/// both densities as they are. A pixel's width over its height is vertical over horizontal density.
+void setJpegDensity(OIIO::ImageSpec& spec) {
+    float const aspect = spec.get_float_attribute("PixelAspectRatio", 1);
+    if (!(aspect > 0) || aspect == 1) return;
+    constexpr float kFine = 1000;  // densities are whole numbers
+    float const horizontal = spec.get_float_attribute("XResolution", kFine);
+    spec.attribute("XResolution", horizontal);
+    spec.attribute("YResolution", horizontal * aspect);
+    spec.erase_attribute("PixelAspectRatio");
+}
+
+/// What the writers would not do by themselves: straight colour, half, few bits, the least loss.
+void setStorage(std::string_view format, RowPlan const& plan, OIIO::ImageSpec& spec) {
+    if (plan.isStraight) spec.attribute("oiio:UnassociatedAlpha", 1);
+    if (plan.bits > 0) spec.attribute("oiio:BitsPerSample", plan.bits);
+    if (format == "tiff" && plan.type == OIIO::TypeHalf) spec.attribute("tiff:half", 1);
+    if (format == "webp") spec.attribute("compression", "lossless");
+    // Without a date the writer puts in the clock's, and two runs would give two files.
+    if (format == "openexr" && !spec.find_attribute("DateTime")) spec.attribute("DateTime", "");
+    if (format == "jpeg") {
+        spec.attribute("jpeg:subsampling", "4:4:4");
+        setJpegDensity(spec);
+    }
+}
+
+/// Where the picture lies in the file's space; formats without windows hold it all from the origin.
+void setWindows(OIIO::ImageOutput const& writer, WriteRequest const& request,
+                OIIO::ImageSpec& spec) {
+    spec.x = spec.full_x = request.traits.originX;
+    spec.y = spec.full_y = request.traits.originY;
+    if (!writer.supports("displaywindow") || !writer.supports("negativeorigin")) return;
+    spec.x -= request.marginX;
+    spec.y -= request.marginY;
+    spec.full_width = spec.width - 2 * request.marginX;
+    spec.full_height = spec.height - 2 * request.marginY;
+}
+
+OIIO::ImageSpec specOf(OIIO::ImageOutput const& writer, World const& world, RowPlan const& plan,
+                       WriteRequest const& request) {
+    OIIO::ImageSpec spec(world.width(), world.height(), plan.channels, plan.type);
+    setWindows(writer, request, spec);
+    if (request.keepMetadata) {
+        for (auto const& value : request.traits.metadata) spec.extra_attribs.push_back(value);
+        std::string const earlier = spec.get_string_attribute("Exif:ImageHistory");
+        spec.attribute("Software", "zelk " ZELK_VERSION " : " + request.history);
+        spec.attribute("Exif:ImageHistory",
+                       earlier.empty() ? request.history : earlier + "\n" + request.history);
+    }
+    setStorage(writer.format_name(), plan, spec);
+    return spec;
+}
+
+/// One row to a file's values; `Stored` is the world's channel where nothing has to be computed.
+template <class Channel, class Stored>
+void storeRow(Channel const* rgba, int width, RowPlan const& plan, Stored* values) {
+    for (int x = 0; x < width; ++x, rgba += 4, values += plan.channels) {
+        if constexpr (std::is_same_v<Channel, Stored> && !std::is_same_v<Stored, float>) {
+            for (int c = 0; c < plan.channels; ++c) values[c] = toFile(rgba[c]);
+        } else {
+            constexpr auto kUnit = static_cast<float>(kWhite<Channel>);
+            for (int c = 0; c < plan.channels; ++c) values[c] = static_cast<float>(rgba[c]) / kUnit;
+            float const alpha = static_cast<float>(rgba[3]) / kUnit;
+            bool const isKept = plan.keepsUncovered && alpha == 0;
+            if (plan.isStraight == plan.fromStraight || isKept) continue;
+            for (int c = 0; c < 3; ++c)
+                values[c] = plan.fromStraight ? values[c] * alpha : values[c] / alpha;
+        }
+    }
+}
+
+/// To the nearest of the file's steps; writers cut off what their samples can't hold.
+void roundToBits(int bits, std::vector<float>& values) {
+    auto const white = static_cast<float>((1 << bits) - 1);
+    for (float& value : values) value = std::floor(value * white + 0.5f) / white;
+}
+
+struct Written {
+    bool isWhole = false;
+    bool sawTransparency = false;
+};
+
+template <class Channel, class Stored>
+Written writeStrips(World const& world, RowPlan const& plan, OIIO::ImageOutput& writer) {
+    OIIO::ImageSpec const& spec = writer.spec();
+    int const strip =
+        std::min(spec.tile_width > 0 ? spec.tile_height
+                                     : std::clamp((1 << 18) / world.width(), 16, 256) / 16 * 16,
+                 world.height());
+    auto const rowValues = static_cast<std::size_t>(world.width() * plan.channels);
+    std::vector<Channel> rgba(static_cast<std::size_t>(world.width()) * 4);
+    std::vector<Stored> stored(rowValues * static_cast<std::size_t>(strip));
+    OIIO::TypeDesc const type = OIIO::BaseTypeFromC<Stored>::value;
+    Written written;
+    for (int top = 0; top < world.height(); top += strip) {
+        int const rows = std::min(strip, world.height() - top);
+        for (int y = 0; y < rows; ++y) {
+            getRow(world, top + y, rgba.data());
+            for (std::size_t i = 3; i < rgba.size(); i += 4)
+                written.sawTransparency = written.sawTransparency || rgba[i] < kWhite<Channel>;
+            storeRow(rgba.data(), world.width(), plan,
+                     &stored[rowValues * static_cast<std::size_t>(y)]);
+        }
+        if constexpr (std::is_same_v<Stored, float>) {
+            if (plan.bits > 0) roundToBits(plan.bits, stored);
+        }
+        int const first = spec.y + top, end = first + rows;
+        bool const isTaken = spec.tile_width > 0
+                                 ? writer.write_tiles(spec.x, spec.x + spec.width, first, end, 0, 1,
+                                                      type, stored.data())
+                                 : writer.write_scanlines(first, end, 0, type, stored.data());
+        if (!isTaken) return written;
+    }
+    written.isWhole = true;
+    return written;
+}
+
+/// Straight integers of the file's own depth go over exactly; all else through float.
+Written writeRows(World const& world, RowPlan const& plan, OIIO::ImageOutput& writer) {
+    return withChannelOf(world.depth(), [&](auto channel) {
+        using Channel = decltype(channel);
+        bool const isExact = plan.isStraight && plan.fromStraight && plan.bits == 0 &&
+                             plan.type == OIIO::BaseTypeFromC<Channel>::value;
+        return isExact ? writeStrips<Channel, Channel>(world, plan, writer)
+                       : writeStrips<Channel, float>(world, plan, writer);
+    });
+}
+
+/// As the file has them.
+void noteSamples(OIIO::ImageSpec const& spec, RowPlan const& plan, WriteReport& report) {
+    report.sampleType = spec.format.c_str();
+    report.sampleBits = plan.bits > 0 ? plan.bits : static_cast<int>(spec.format.basesize()) * 8;
+}
+
+/// What a writer has put into memory. libjpeg answers a full disk with exit(), so no disk is near
+/// it.
+void saveBytes(std::vector<unsigned char> const& bytes, fs::path const& file,
+               fs::path const& target) {
+    std::ofstream out(file, std::ios::binary);
+    out.write(reinterpret_cast<char const*>(bytes.data()),
+              static_cast<std::streamsize>(bytes.size()));
+    out.close();
+    if (!out) throw unwritable(target, std::strerror(errno));
+}
+
+}  // namespace
+
+void checkTarget(fs::path const& target, bool noClobber) {
+    if (target == "-") {
+        throw UserError(ExitCode::kOutput, {"--output", "standard output can't hold a picture,",
+                                            "-", "a file, which is renamed into place when whole"});
+    }
+    makeWriter(target);
+    checkPlace(target, noClobber);
+}
+
+WriteReport writePicture(World const& world, fs::path const& target, WriteRequest const& request) {
+    TemporaryFile file(target);
+    QuietLibraries const quiet;
+    OIIO::Filesystem::IOVecOutput memory;
+    auto const writer = makeWriter(target);  // gone before the file: its end may write once more
+    bool const isInMemory = std::string_view(writer->format_name()) == "jpeg";
+    if (isInMemory) writer->set_ioproxy(&memory);
+    RowPlan const plan = planRows(*writer, request);
+    WriteReport report;
+    Written written;
+    if (writer->open(file.path().string(), specOf(*writer, world, plan, request))) {
+        noteSamples(writer->spec(), plan, report);
+        written = writeRows(world, plan, *writer);
+    }
+    bool const isClosed = writer->close();
+    std::string const error = writer->geterror();
+    // The TIFF writer complains of an Exif directory without entries, after a whole picture.
+    bool const isHarmless = error.find("Exif data") != std::string::npos;
+    if (!written.isWhole || !isClosed || !(error.empty() || isHarmless))
+        throw unwritable(target, error);
+    if (isInMemory) saveBytes(memory.buffer(), file.path(), target);
+    std::string const fault = faultOfWritten(
+        file.path(), {writer->format_name(), world.width(), world.height(), plan.channels});
+    if (!fault.empty()) throw unwritable(target, fault);
+    if (!file.putInPlace(!request.noClobber)) throw unwritable(target, kIsThere);
+    if (plan.channels == 3 && !request.opaque && written.sawTransparency)
+        report.warnings.push_back(
+            target.string() +
+            ": alpha can't be kept in this format; the picture is written over black");
+    if (isOneOf(kShallow, std::string_view(writer->format_name())) && request.depth != Depth::k8)
+        report.warnings.push_back(target.string() + ": this format is written in 8 bits");
+    return report;
+}
+
+}  // namespace zelk

@@ -1,0 +1,48 @@
+// A world as a picture file, in the world's depth where the format holds it.
+//
+// Formats that keep straight colour get a straight world's values unchanged (16 bits: white 32768
+// becomes 65535), but a TIFF is associated where the file that it inherits from is. Between
+// straight and associated colour values go in float and are rounded once; where alpha is 0 they
+// pass as they are. Formats without alpha, and WebP, GIF and FITS, get the picture over black, with
+// a warning when there was transparency. A file takes its place only after it was read back.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "hostkit/world.h"
+#include "zelk/pictures/reader.h"
+
+namespace zelk {
+
+/// Throws an output error when `target` names no format that can be written, its place refuses a
+/// file, or it exists and `noClobber` is set. Writes nothing.
+void checkTarget(std::filesystem::path const& target, bool noClobber);
+
+/// What a world is and how its file is to be.
+struct WriteRequest {
+    Depth depth = Depth::k8;                ///< of the file's samples, where the format has them
+    AlphaForm form = AlphaForm::kStraight;  ///< of the world's colour
+    PictureTraits traits;  ///< what the file inherits; half samples, windows, metadata
+    /// Pixels around the display window, of a data window that the format may tell apart.
+    int marginX = 0, marginY = 0;
+    bool opaque = false;  ///< leave alpha out: it is white everywhere
+    bool keepMetadata = true;
+    bool noClobber = false;  ///< fail when the target has come up meanwhile
+    std::string history;     ///< the command line, as image history
+};
+
+/// What there is to tell of a written file.
+struct WriteReport {
+    std::vector<std::string> warnings;  ///< a sentence each
+    std::string sampleType;             ///< as OpenImageIO names it: "uint8", "half"
+    int sampleBits = 0;                 ///< in use of each sample
+};
+
+/// Writes beside `target`, checks that all is there, and renames into place. Throws an output
+/// error; the target is then as it was before.
+WriteReport writePicture(World const& world, std::filesystem::path const& target,
+                         WriteRequest const& request);
+
+}  // namespace zelk

@@ -1,0 +1,190 @@
+// The plan by the effect's own rules, and both forms of the report; see explanation.h.
+#include "zelk/render/explanation.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+
+#include "Transform/Common/Transform_Core_Render/KernelTable.h"
+#include "Transform/Common/Transform_Core_Render/calcMatrix.h"
+#include "zelk/pictures/channel_values.h"
+#include "zelk/pictures/world_rows.h"
+#include "zelk/scene/parameter_names.h"
+#include "zelk/scene/parameter_values.h"
+
+namespace zelk {
+
+namespace {
+
+enum QuadMode { kUnitToTo = 2, kFromToTo = 3, kFromToUnit = 4 };
+
+/// Z order to the engine's pin order.
+void setPins(QV_UnitPoint (&pins)[4], Corners const& corners) {
+    constexpr std::size_t kCorner[4] = {0, 2, 1, 3};
+    for (std::size_t i = 0; i < 4; ++i) pins[i] = {corners[kCorner[i]].x, corners[kCorner[i]].y};
+}
+
+/// Row vectors of the engine over unit measure to column vectors over source pixels.
+std::array<double, 9> pixelMatrix(QV_Mtrx44 const& m, PixelSize source) {
+    double const w = source.width, h = source.height;
+    std::array<double, 9> out = {m.m[0] / w, m.m[4] / h, m.m[12],    m.m[1] / w, m.m[5] / h,
+                                 m.m[13],    m.m[3] / w, m.m[7] / h, m.m[15]};
+    double const scale = out[8];
+    if (scale != 0)
+        for (double& e : out) e /= scale;
+    return out;
+}
+
+PassReport passOf(char const* name, int quadMode, std::vector<Parameter> const& parameters,
+                  PinQuads const& quads, PixelSize source, PixelSize destination) {
+    CoreRenderArguments core;
+    core.quadMode = quadMode;
+    setPins(core.fromPins, quads.from);
+    setPins(core.toPins, quads.to);
+    RenderSettings settings;
+    settings.reposition = true;
+    settings.repositionTranslateX = currentNumber(parameters, kTranslateX);
+    settings.repositionTranslateY = currentNumber(parameters, kTranslateY);
+    settings.repositionScaleX = currentNumber(parameters, kScaleX);
+    settings.repositionScaleY = currentNumber(parameters, kScaleY);
+    settings.repositionRotate = currentNumber(parameters, kRotate);
+    QV_Mtrx44 matrix;
+    PassReport report;
+    report.name = name;
+    report.isDrawn = calcMatrix(matrix, core, settings, destination.width, destination.height) == 0;
+    if (report.isDrawn) report.matrix = pixelMatrix(matrix, source);
+    return report;
+}
+
+char const* depthName(Depth depth) {
+    return depth == Depth::k8 ? "8" : depth == Depth::k16 ? "16" : "float";
+}
+
+std::string hostName(HostIdentity const& host) {
+    for (NamedHost const& known : kKnownHosts)
+        if (known.identity.applId == host.applId)
+            return fmt::format("{} {}.{}", known.name, host.version.major, host.version.minor);
+    return "unknown";
+}
+
+char const* roadName(Road road) { return road == Road::kModule ? "module" : "memory"; }
+
+}  // namespace
+
+PlanReport planOf(std::vector<Parameter> const& parameters, PinFrame const& frame) {
+    constexpr char const* kQualities[] = {"Low", "Medium", "High", "Super Sample"};
+    constexpr char const* kFilters[] = {"nearest", "bilinear", "parzen", "parzen"};
+    PlanReport plan;
+    // Any module may be asked for: its controls need not be the ones that stand here.
+    int const quality = std::clamp(static_cast<int>(currentNumber(parameters, kQuality)), 1, 4);
+    plan.quality = kQualities[quality - 1];
+    plan.filter = kFilters[quality - 1];
+
+    RenderSettings settings;
+    settings.quality = quality == 1 ? 0 : 2;
+    setKernelTransformSize(&settings, 0, static_cast<float>(1.0 / frame.downsample));
+    if (settings.quality == 0) plan.filter = kFilters[0];
+    plan.taps = settings.quality == 0 ? 1 : quality == 2 ? 2 : settings.taps;
+    plan.scan = settings.quality == 0 ? "plain" : "area";
+
+    int const view = static_cast<int>(currentNumber(parameters, kViewMode));
+    if (view == kViewOriginal) return plan;
+    PinQuads const quads = pinQuads(parameters, frame);
+    auto const withMargin = [&frame](int width, int height) {
+        return PixelSize{width + 2 * frame.marginX, height + 2 * frame.marginY};
+    };
+    PixelSize const layer = withMargin(frame.layerWidth, frame.layerHeight);
+    PixelSize const whole = withMargin(frame.frameWidth, frame.frameHeight);
+    auto const add = [&](char const* name, int mode, PixelSize to) {
+        plan.passes.push_back(passOf(name, mode, parameters, quads, layer, to));
+    };
+    if (view == kViewBoth && currentNumber(parameters, kCropToPins) == 0) {
+        add("From quad to To quad", kFromToTo, whole);
+        return plan;
+    }
+    if (view != kViewTo && !quads.isFirstPassLeftOut) add("From quad to layer", kFromToUnit, layer);
+    if (view != kViewFrom) add("layer to To quad", kUnitToTo, whole);
+    return plan;
+}
+
+Covered countCovered(World const& world) {
+    Covered covered;
+    withChannelOf(world.depth(), [&](auto channel) {
+        using Channel = decltype(channel);
+        int const alpha = channelOrder(world.spec()).alpha;
+        constexpr bool kIsFloat = std::is_floating_point_v<Channel>;
+        constexpr auto kWhole = static_cast<Channel>(kIsFloat ? 0.999 : kWhite<Channel>);
+        for (int y = 0; y < world.height(); ++y) {
+            Channel const* pixel = world.rowAs<Channel>(y);
+            for (int x = 0; x < world.width(); ++x, pixel += 4) {
+                covered.any += pixel[alpha] > 0;
+                covered.whole += pixel[alpha] >= kWhole;
+            }
+        }
+    });
+    return covered;
+}
+
+void StageClock::lap(std::string name) {
+    auto const now = std::chrono::steady_clock::now();
+    m_stages.push_back(
+        {std::move(name), std::chrono::duration<double, std::milli>(now - m_since).count()});
+    m_since = now;
+}
+
+std::string asText(Explanation const& e) {
+    std::string text =
+        fmt::format("road      {}{}\n", roadName(e.road), e.isPlain ? ", plain" : "");
+    if (e.road == Road::kModule) text += fmt::format("host      {}\n", hostName(e.host));
+    text += fmt::format("layer     {} x {}\nframe     {} x {}\n", e.layer.width, e.layer.height,
+                        e.frame.width, e.frame.height);
+    if (e.margin.width > 0 || e.margin.height > 0)
+        text += fmt::format("margin    {} x {}, in the frame\n", e.margin.width, e.margin.height);
+    text += fmt::format("depth     {} rendered, {} of {} bits written\n", depthName(e.renderDepth),
+                        e.writtenType, e.writtenBits);
+    text += fmt::format("quality   {}: {}, {} x {} taps, {} scan\n", e.plan.quality, e.plan.filter,
+                        e.plan.taps, e.plan.taps, e.plan.scan);
+    text += fmt::format("passes    {}\n", e.plan.passes.size());
+    for (PassReport const& pass : e.plan.passes) {
+        text += fmt::format("          {}{}\n", pass.name, pass.isDrawn ? "" : ": nothing drawn");
+        for (std::size_t r = 0; pass.isDrawn && r < 3; ++r)
+            text += fmt::format("          {:16.9g} {:16.9g} {:16.9g}\n", pass.matrix[3 * r],
+                                pass.matrix[3 * r + 1], pass.matrix[3 * r + 2]);
+    }
+    text += fmt::format("covered   {} pixels, {} of them whole\n", e.covered.any, e.covered.whole);
+    text += fmt::format("threads   {}\n", e.threads);
+    for (auto const& stage : e.clock.stages())
+        text += fmt::format("{:<9} {:.1f} ms\n", stage.name, stage.milliseconds);
+    return text;
+}
+
+std::string asJson(Explanation const& e) {
+    nlohmann::ordered_json json;
+    json["road"] = roadName(e.road);
+    json["plain"] = e.isPlain;
+    if (e.road == Road::kModule) json["host"] = hostName(e.host);
+    json["layer"] = {{"width", e.layer.width}, {"height", e.layer.height}};
+    json["frame"] = {{"width", e.frame.width}, {"height", e.frame.height}};
+    json["margin"] = {{"x", e.margin.width}, {"y", e.margin.height}};
+    json["depth"] = {{"rendered", depthName(e.renderDepth)},
+                     {"written", e.writtenType},
+                     {"writtenBits", e.writtenBits}};
+    json["quality"] = e.plan.quality;
+    json["filter"] = e.plan.filter;
+    json["taps"] = e.plan.taps;
+    json["scan"] = e.plan.scan;
+    json["passes"] = nlohmann::ordered_json::array();
+    for (PassReport const& pass : e.plan.passes) {
+        nlohmann::ordered_json entry = {{"name", pass.name}, {"drawn", pass.isDrawn}};
+        if (pass.isDrawn) entry["matrix"] = pass.matrix;
+        json["passes"].push_back(entry);
+    }
+    json["coveredPixels"] = {{"any", e.covered.any}, {"whole", e.covered.whole}};
+    json["threads"] = e.threads;
+    for (auto const& stage : e.clock.stages())
+        json["milliseconds"][stage.name] = stage.milliseconds;
+    return json.dump(2) + "\n";
+}
+
+}  // namespace zelk

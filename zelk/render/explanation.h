@@ -1,0 +1,82 @@
+// What a render did, for people and for programs: road, host, passes with their matrices, filter,
+// taps, scan, sizes, covered pixels, threads, and the time of each stage.
+//
+// A pass's matrix maps source pixels to destination pixels (outer corners at whole numbers):
+//   x' = (m[0] x + m[1] y + m[2]) / (m[6] x + m[7] y + m[8]),  y' likewise with m[3], m[4], m[5].
+#pragma once
+
+#include <array>
+#include <chrono>
+#include <string>
+#include <vector>
+
+#include "hostkit/parameters.h"
+#include "hostkit/world.h"
+#include "zelk/scene/quad_check.h"
+#include "zelk/scene/render_request.h"
+
+namespace zelk {
+
+struct PassReport {
+    std::string name;                ///< "from quad to frame", "frame to To quad", ...
+    bool isDrawn = true;             ///< false: the pins are unusable and nothing is drawn
+    std::array<double, 9> matrix{};  ///< scaled so that m[8] is 1, where it is not 0
+};
+
+/// What the controls make the engine do; no pixel enters.
+struct PlanReport {
+    std::string quality;             ///< as the popup has it
+    std::string filter;              ///< of the interior
+    int taps = 0;                    ///< per axis
+    std::string scan;                ///< "plain" or "area"
+    std::vector<PassReport> passes;  ///< none for view Original
+};
+
+/// Reads the plan from the parameters' current values, which are pins at full resolution.
+PlanReport planOf(std::vector<Parameter> const& parameters, PinFrame const& frame);
+
+/// Pixels of the rendered layer, before a plate comes in.
+struct Covered {
+    long any = 0, whole = 0;  ///< alpha above 0, and white (float: within a thousandth, as kernel
+                              ///< weights sum to 1 but for their rounding)
+};
+Covered countCovered(World const& world);
+
+/// Laps of one clock, in order.
+class StageClock {
+public:
+    /// Ends the stage that runs since the last lap.
+    void lap(std::string name);
+
+    struct Stage {
+        std::string name;
+        double milliseconds;
+    };
+    std::vector<Stage> const& stages() const { return m_stages; }
+
+private:
+    std::chrono::steady_clock::time_point m_since = std::chrono::steady_clock::now();
+    std::vector<Stage> m_stages;
+};
+
+struct Explanation {
+    Road road = Road::kModule;
+    HostIdentity host;       ///< on the module road
+    bool isPlain = false;    ///< the module by PF_Cmd_RENDER
+    PixelSize layer, frame;  ///< pixels at the render's resolution
+    PixelSize margin;        ///< of the frame, around the layer on each side
+    Depth renderDepth = Depth::k8;
+    std::string writtenType;  ///< of the file's samples, as OpenImageIO names it
+    int writtenBits = 0;      ///< in use of each
+    PlanReport plan;
+    Covered covered;
+    int threads = 1;  ///< of the scan
+    StageClock clock;
+};
+
+/// Lines for people.
+std::string asText(Explanation const& explanation);
+/// One JSON object and a line end.
+std::string asJson(Explanation const& explanation);
+
+}  // namespace zelk

@@ -1,0 +1,35 @@
+// The memory road: the effect's pipeline over plain float buffers, for a layer of any size in a
+// frame of any size.
+//
+// Colour is associated throughout: the layer comes so, the frame leaves so. The pipeline runs as on
+// a host that keeps premultiplied colour. To Pins are in frame pixels, From Pins in layer pixels.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "hostkit/comp.h"
+#include "hostkit/parameters.h"
+#include "hostkit/world.h"
+#include "zelk/pictures/reader.h"
+
+namespace zelk {
+
+/// A float world with the whole picture in associated colour.
+World readAssociatedWorld(PictureReader& picture);
+
+/// Renders `layer` by the parameters' values at a moment into `frame`, both float worlds of
+/// associated colour; what the layer does not cover becomes transparent. Throws a render error when
+/// the pipeline fails.
+void renderInMemory(std::vector<Parameter> const& parameters, World& layer, World& frame,
+                    FrameRequest const& moment, std::string const& layerName);
+
+/// Lays `frame` over the plate, which has its size, by a PF_Xfer_* mode; both and the result are
+/// associated. Normal is f + p (1 - alpha of f) in each channel, f alone where that alpha is 1.
+/// Other modes blend straight colour by the effect's own arithmetic; where the frame is transparent
+/// the plate stays as it is. The plate's rows are read as they are needed.
+void layOver(World& frame, PictureReader& plate, int mode);
+/// The same over a plate in memory.
+void layOver(World& frame, World const& plate, int mode);
+
+}  // namespace zelk

@@ -1,0 +1,111 @@
+// Worlds and commands of the module road; see module_road.h.
+#include "zelk/render/module_road.h"
+
+#include <fmt/format.h>
+
+#include <utility>
+
+#include "zelk/render/memory_budget.h"
+#include "zelk/render/memory_release.h"
+#include "zelk/scene/effect_result.h"
+#include "zelk/scene/parameter_names.h"
+#include "zelk/scene/parameter_values.h"
+#include "zelk/text/errors.h"
+
+namespace zelk {
+
+namespace {
+
+constexpr int kTransferNone = 1, kMotionBlurOn = 2, kQualitySuper = 4;  ///< entries of popups
+
+UserError tooLarge(ModuleRender const& ask, RenderSize const& size) {
+    return {ExitCode::kInput,
+            {ask.layerName, "picture larger than the memory allows,",
+             fmt::format("{}x{}", size.width + 2 * size.marginX, size.height + 2 * size.marginY),
+             fmt::format("{} MB to be free", renderBytes(size) / 1'000'000)}};
+}
+
+World renderPlainly(Host& host, World input, ModuleRender const& ask, FrameRequest const& frame) {
+    World output(input.spec());
+    checkResult(host.render(input, output, frame), ask.layerName);
+    return output;
+}
+
+World renderSmartly(Host& host, World input, ModuleRender const& ask, FrameRequest const& frame) {
+    PreRenderResult const agreed = host.preRender(&input, ask.depth, frame);
+    checkResult(agreed.command, ask.layerName);
+    World output = host.outputFor(agreed);
+    checkResult(host.smartRender(&input, output, agreed, frame), ask.layerName);
+    return output;
+}
+
+/// Throws where the reduced picture would have no pixels.
+void checkDownsample(RenderRequest const& request, PictureReader const& picture) {
+    int const most = std::min(picture.width(), picture.height());
+    if (request.downsample > most)
+        throw UserError(ExitCode::kUsage, {"--downsample", "leaves nothing of the picture:",
+                                           std::to_string(request.downsample),
+                                           fmt::format("a whole number from 1 to {}", most)});
+}
+
+RenderSize renderSize(Host const& host, PictureReader const& picture, ModuleRender const& ask) {
+    auto const& parameters = host.parameters();
+    PixelSize const margin = marginOf(parameters, ask);
+    RenderSize size;
+    size.width = picture.width() / ask.downsample;
+    size.height = picture.height() / ask.downsample;
+    size.depth = ask.depth;
+    size.marginX = margin.width;
+    size.marginY = margin.height;
+    size.extraImages =
+        (currentNumber(parameters, kTransferMode) != kTransferNone) +
+        (currentNumber(parameters, kQuality) == kQualitySuper) +
+        (currentNumber(parameters, kMotionBlur) == kMotionBlurOn || host.comp().motionBlur);
+    return size;
+}
+
+}  // namespace
+
+PixelSize marginOf(std::vector<Parameter> const& parameters, ModuleRender const& ask) {
+    if (ask.isPlain) return {};
+    int const margin = static_cast<int>(currentNumber(parameters, kGrowBounds)) / ask.downsample;
+    return {margin, margin};
+}
+
+ModuleRender moduleRenderOf(RenderRequest const& request, Host const& host,
+                            PictureReader const& layer) {
+    checkDownsample(request, layer);
+    ModuleRender ask;
+    ask.layerName = request.layer.string();
+    ask.layerSize = {layer.width(), layer.height()};
+    ask.depth = request.depth.value_or(layer.traits().depth);
+    ask.downsample = request.downsample;
+    ask.isPlain = request.isPlain || !host.supportsSmartRender();
+    return ask;
+}
+
+World readLayer(Host const& host, PictureReader& picture, ModuleRender const& ask) {
+    RenderSize const size = renderSize(host, picture, ask);
+    if (renderBytes(size) > availableBytes()) throw tooLarge(ask, size);
+    World layer;
+    try {
+        layer = World(host.worldSpec(size.width, size.height, size.depth));
+    } catch (HostError const& error) {
+        if (error.code() == PF_Err_OUT_OF_MEMORY) throw tooLarge(ask, size);
+        throw;
+    }
+    picture.readInto(layer, ask.downsample);
+    releaseStartupMemory();
+    return layer;
+}
+
+World renderByModule(Host& host, World layer, ModuleRender const& ask, FrameRequest const& moment) {
+    FrameRequest frame = moment;
+    frame.downsample = ask.downsample;
+    frame.layerWidth = ask.layerSize.width;
+    frame.layerHeight = ask.layerSize.height;
+    return ask.isPlain ? renderPlainly(host, std::move(layer), ask, frame)
+                       : renderSmartly(host, std::move(layer), ask, frame);
+}
+
+}  // namespace zelk

@@ -1,0 +1,35 @@
+// Tells the user beforehand which pins the effect will not draw, and why.
+//
+// The pins are fractions of the frame, offsets added. Which quads count depends on the view: the
+// From quad where it is mapped away, the To quad where the picture is put into it.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "hostkit/parameters.h"
+#include "zelk/scene/corners.h"
+#include "zelk/scene/quad_fault.h"
+
+namespace zelk {
+
+/// The images that pins are fractions of, pixels at the render's resolution.
+struct PinFrame {
+    int layerWidth = 0, layerHeight = 0;  ///< of From Pins
+    int frameWidth = 0, frameHeight = 0;  ///< of To Pins
+    int downsample = 1;
+    int marginX = 0, marginY = 0;  ///< Grow Bounds, around both
+};
+
+/// The quads as the effect uses them: fractions of their images, margins included, offsets added.
+struct PinQuads {
+    Corners from, to;
+    /// The first of two passes is left out: From Pins and Reposition change nothing.
+    bool isFirstPassLeftOut = false;
+};
+PinQuads pinQuads(std::vector<Parameter> const& parameters, PinFrame const& frame);
+
+/// Why nothing will be drawn with the parameters' current values; empty when something will be.
+std::string unusablePins(std::vector<Parameter> const& parameters, PinFrame const& frame);
+
+}  // namespace zelk

@@ -1,0 +1,549 @@
+// Reading and writing of the project file; see scene_file.h. Values meet the module's parameters
+// in project_values.cpp.
+#include "zelk/scene/scene_file.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <nlohmann/json.hpp>
+
+#include "zelk/files/frame_names.h"
+#include "zelk/files/text_file.h"
+#include "zelk/scene/over_modes.h"
+#include "zelk/scene/parameter_names.h"
+#include "zelk/text/errors.h"
+#include "zelk/text/json_text.h"
+#include "zelk/text/numbers.h"
+
+namespace zelk {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using Json = nlohmann::json;
+using Ordered = nlohmann::ordered_json;
+
+constexpr char const* kSchema = "zelk-project";
+constexpr int kVersion = 1;
+constexpr int kLargestFrame = INT32_MAX;
+
+constexpr FileKey kProjectKeys[] = {
+    {"schema", true}, {"version", true}, {"comp", true}, {"layer", true}, {"plate"},
+    {"output"},       {"frames"},        {"render"},     {"parameters"},
+};
+constexpr FileKey kCompKeys[] = {
+    {"width", true}, {"height", true}, {"rate", true}, {"startFrame"},
+    {"duration"},    {"pixelAspect"},  {"motionBlur"},
+};
+constexpr FileKey kMotionBlurKeys[] = {{"on"}, {"shutterAngle"}, {"shutterPhase"}};
+constexpr FileKey kRenderKeys[] = {{"depth"}, {"mode"}, {"downsample"}, {"size"}};
+constexpr FileKey kParameterKeys[] = {{"id"}, {"value"}, {"keys"}};
+constexpr FileKey kKeyKeys[] = {
+    {"frame", true}, {"value", true}, {"interpolation"}, {"in"}, {"out"},
+};
+constexpr FileKey kEaseKeys[] = {{"influence"}, {"speed"}};
+
+constexpr FileObject kObjects[] = {
+    {"project", kProjectKeys}, {"comp", kCompKeys},           {"motionBlur", kMotionBlurKeys},
+    {"render", kRenderKeys},   {"parameter", kParameterKeys}, {"key", kKeyKeys},
+    {"ease", kEaseKeys},
+};
+
+constexpr auto kModes = [] {
+    std::array<std::string_view, std::size(kOverModes)> words;
+    for (std::size_t i = 0; i < words.size(); ++i) words[i] = kOverModes[i].word;
+    return words;
+}();
+
+constexpr std::string_view kDepthWords[] = {"8", "16", "float"};
+constexpr Depth kDepths[] = {Depth::k8, Depth::k16, Depth::kFloat};
+constexpr std::string_view kInterpolationWords[] = {"hold", "linear", "bezier"};
+constexpr Interpolation kInterpolations[] = {Interpolation::kHold, Interpolation::kLinear,
+                                             Interpolation::kBezier};
+
+/// True when `call` does not throw a UserError.
+template <class Call>
+bool isTaken(Call const& call) {
+    try {
+        call();
+        return true;
+    } catch (UserError const&) {
+        return false;
+    }
+}
+
+/// A value of the file and its place in it.
+class Node {
+public:
+    Node(fs::path const& file, Json const& json, std::string place)
+        : m_file(file), m_json(json), m_place(std::move(place)) {}
+
+    Json const& json() const { return m_json; }
+    std::string const& place() const { return m_place; }
+
+    [[noreturn]] void fail(std::string const& expected) const {
+        std::string const place = m_place.empty() ? "the file" : m_place;
+        if (m_json.is_string())  // which may look like the number that it should be
+            refuse(place + " can't be the text", m_json.get<std::string>(), expected);
+        refuse(place + " can't be", m_json.dump(), expected);
+    }
+
+    [[noreturn]] void refuse(std::string const& wrong, std::string const& value,
+                             std::string const& expected) const {
+        throw UserError(ExitCode::kInput, {m_file.string(), wrong, shortened(value), expected});
+    }
+
+    std::optional<Node> find(std::string const& key) const {
+        auto const found = m_json.find(key);
+        if (found == m_json.end()) return std::nullopt;
+        return Node(m_file, *found, placeOf(key));
+    }
+
+    Node at(std::string const& key) const {
+        if (auto const node = find(key)) return *node;
+        refuse("missing key", placeOf(key), "it in the file");
+    }
+
+    Node element(std::size_t index) const {
+        return {m_file, m_json[index], fmt::format("{}[{}]", m_place, index)};
+    }
+
+    void requireObject() const {
+        if (!m_json.is_object()) fail("an object");
+    }
+
+    /// An object of that kind, with nothing unknown in it and nothing missing.
+    void requireKeys(std::string_view name) const {
+        requireObject();
+        auto const keys =
+            std::find_if(std::begin(kObjects), std::end(kObjects), [&](FileObject const& object) {
+                return object.name == name;
+            })->keys;
+        std::vector<std::string_view> names;
+        for (FileKey const& key : keys) names.push_back(key.name);
+        requireNames(names);
+        for (FileKey const& key : keys) {
+            if (key.isRequired) at(std::string(key.name));
+        }
+    }
+
+    void requireNames(std::span<std::string_view const> names) const {
+        for (auto const& [name, member] : m_json.items()) {
+            if (std::find(names.begin(), names.end(), name) != names.end()) continue;
+            constexpr std::size_t kLongestWord = 64;  // the search takes its square
+            std::string const word = name.substr(0, kLongestWord);
+            refuse("unknown key", placeOf(name),
+                   fmt::format("a known one such as the near \"{}\"",
+                               nearestOf(names.data(), names.size(), word)));
+        }
+    }
+
+    double number() const {
+        if (!m_json.is_number()) fail("a number");
+        return m_json.get<double>();
+    }
+
+    double number(double min, double max) const {
+        double const value = m_json.is_number() ? m_json.get<double>() : NAN;
+        if (!(value >= min && value <= max)) fail(fmt::format("a number from {} to {}", min, max));
+        return value;
+    }
+
+    int whole(int min, int max) const {
+        double const value = m_json.is_number() ? m_json.get<double>() : NAN;
+        if (!(value >= min && value <= max && value == std::floor(value)))
+            fail(fmt::format("a whole number from {} to {}", min, max));
+        return static_cast<int>(value);
+    }
+
+    bool flag() const {
+        if (!m_json.is_boolean()) fail("true or false");
+        return m_json.get<bool>();
+    }
+
+    std::string text(char const* expected) const {
+        if (!m_json.is_string() || m_json.get_ref<std::string const&>().empty()) fail(expected);
+        return m_json.get<std::string>();
+    }
+
+    /// The index of the word that the value is; 8 is the word "8" too.
+    std::size_t pick(std::span<std::string_view const> words) const {
+        std::string const word = m_json.is_string() ? m_json.get<std::string>() : m_json.dump();
+        auto const found = std::find(words.begin(), words.end(), word);
+        if (found == words.end()) fail(listOf(words));
+        return static_cast<std::size_t>(found - words.begin());
+    }
+
+private:
+    std::string placeOf(std::string const& key) const {
+        return m_place.empty() ? key : m_place + "." + key;
+    }
+
+    fs::path const& m_file;
+    Json const& m_json;
+    std::string m_place;  ///< "" for the whole file
+};
+
+TimeBase readRate(Node const& node) {
+    bool const isText = node.json().is_string();
+    if (!isText && !node.json().is_number()) node.fail(kRateExpected);
+    auto const rate = rateFromText(isText ? node.json().get<std::string>()
+                                          : fmt::format("{}", node.json().get<double>()));
+    if (!rate) node.fail(kRateExpected);
+    return *rate;
+}
+
+void readMotionBlur(Node const& node, Comp& comp) {
+    node.requireKeys("motionBlur");
+    if (auto const on = node.find("on")) comp.motionBlur = on->flag();
+    if (auto const angle = node.find("shutterAngle")) comp.shutterAngleDeg = angle->number(0, 720);
+    if (auto const phase = node.find("shutterPhase"))
+        comp.shutterPhaseDeg = phase->number(-360, 360);
+}
+
+Comp readComp(Node const& node) {
+    node.requireKeys("comp");
+    Comp comp;
+    comp.width = node.at("width").whole(1, kLargestPx);
+    comp.height = node.at("height").whole(1, kLargestPx);
+    comp.timeBase = readRate(node.at("rate"));
+    if (auto const start = node.find("startFrame"))
+        comp.startFrame = start->whole(-kLargestFrame, kLargestFrame);
+    if (auto const duration = node.find("duration"))
+        comp.durationFrames = duration->whole(1, INT32_MAX / comp.timeBase.step);
+    if (auto const aspect = node.find("pixelAspect")) comp.pixelAspect = aspect->number(0.01, 100);
+    if (auto const blur = node.find("motionBlur")) readMotionBlur(*blur, comp);
+    return comp;
+}
+
+ProjectRender readRender(Node const& node) {
+    node.requireKeys("render");
+    ProjectRender render;
+    if (auto const depth = node.find("depth")) render.depth = kDepths[depth->pick(kDepthWords)];
+    if (auto const mode = node.find("mode")) render.mode = kModes[mode->pick(kModes)];
+    if (auto const n = node.find("downsample")) render.downsample = n->whole(1, kLargestPx);
+    if (auto const size = node.find("size")) {
+        if (!size->json().is_array() || size->json().size() != 2) size->fail("[width, height]");
+        render.size =
+            PixelSize{size->element(0).whole(1, kLargestPx), size->element(1).whole(1, kLargestPx)};
+    }
+    return render;
+}
+
+/// A value of any kind; the parameter's own is looked at when it is applied.
+ProjectValue readValue(Node const& node) {
+    Json const& json = node.json();
+    if (json.is_boolean()) return json.get<bool>();
+    if (json.is_string()) return json.get<std::string>();
+    if (json.is_number()) return node.number();
+    if (!json.is_array() || json.size() != 2)
+        node.fail("a number, a text, true, false or a point [x, y]");
+    return Point{node.element(0).number(), node.element(1).number()};
+}
+
+Ease readEase(Node const& node) {
+    node.requireKeys("ease");
+    Ease ease;
+    if (auto const influence = node.find("influence"))
+        ease.influencePercent = influence->number(0.1, 100);
+    if (auto const speed = node.find("speed")) ease.speed = speed->number();
+    return ease;
+}
+
+ProjectKey readKey(Node const& node, Comp const& comp) {
+    node.requireKeys("key");
+    Node const frame = node.at("frame");
+    ProjectKey key;
+    key.frame = frame.number(-2.0 * kLargestFrame, 2.0 * kLargestFrame);
+    if (!keyTimeOf(comp, key.frame)) frame.fail("a frame that the composition's clock reaches");
+    key.value = readValue(node.at("value"));
+    if (auto const word = node.find("interpolation"))
+        key.toNext = kInterpolations[word->pick(kInterpolationWords)];
+    if (auto const in = node.find("in")) key.incoming = readEase(*in);
+    if (auto const out = node.find("out")) key.outgoing = readEase(*out);
+    return key;
+}
+
+/// Keys in order of their moments, no two at one.
+std::vector<ProjectKey> readKeys(Node const& node, Comp const& comp) {
+    if (!node.json().is_array() || node.json().empty()) node.fail("an array of keys, at least one");
+    std::vector<ProjectKey> keys;
+    for (std::size_t i = 0; i < node.json().size(); ++i)
+        keys.push_back(readKey(node.element(i), comp));
+    std::sort(keys.begin(), keys.end(),
+              [](ProjectKey const& a, ProjectKey const& b) { return a.frame < b.frame; });
+    for (std::size_t i = 1; i < keys.size(); ++i) {
+        if (keyTimeOf(comp, keys[i - 1].frame) == keyTimeOf(comp, keys[i].frame))
+            node.refuse("two keys of " + node.place() + " lie at frame", valueText(keys[i].frame),
+                        "one key at a moment");
+    }
+    return keys;
+}
+
+std::vector<ProjectParameter> readParameters(Node const& node, Comp const& comp) {
+    node.requireObject();
+    node.requireNames(kParameterNames);
+    std::vector<ProjectParameter> parameters;
+    for (std::size_t i = 0; i < kParameterNames.size(); ++i) {
+        auto const entry = node.find(std::string(kParameterNames[i]));
+        if (!entry) continue;
+        entry->requireKeys("parameter");
+        ProjectParameter parameter;
+        parameter.index = static_cast<int>(i);
+        if (auto const id = entry->find("id")) parameter.diskId = id->whole(0, INT32_MAX);
+        if (auto const value = entry->find("value")) parameter.value = readValue(*value);
+        if (auto const keys = entry->find("keys")) parameter.keys = readKeys(*keys, comp);
+        if (!parameter.value && parameter.keys.empty()) entry->fail("a value, keys or both");
+        parameters.push_back(std::move(parameter));
+    }
+    return parameters;
+}
+
+/// A path that may have one frame mark.
+std::string readPath(Node const& node) {
+    std::string const path = node.text("a path");
+    if (!isTaken([&] { SequenceName{path}; })) node.fail("a path with at most one frame mark");
+    return path;
+}
+
+void requireVersion(Node const& root) {
+    root.requireObject();
+    Node const schema = root.at("schema"), version = root.at("version");
+    if (schema.json() != kSchema) schema.fail(kSchema);
+    if (version.whole(1, INT32_MAX) > kVersion)
+        version.refuse("written by a newer zelk, version", version.json().dump(),
+                       fmt::format("version {}, the newest that is known here", kVersion));
+}
+
+Project readRoot(Node const& root) {
+    requireVersion(root);
+    root.requireKeys("project");
+    Project project;
+    project.comp = readComp(root.at("comp"));
+    project.ownStart = root.at("comp").find("startFrame").has_value();
+    project.ownDuration = root.at("comp").find("duration").has_value();
+    project.layer = readPath(root.at("layer"));
+    if (auto const plate = root.find("plate")) project.plate = readPath(*plate);
+    if (auto const output = root.find("output")) project.output = readPath(*output);
+    if (auto const frames = root.find("frames")) {
+        project.frames = frames->text("frames such as 1001-1100");
+        if (!isTaken([&] { parseFrameRange("", *project.frames); }))
+            frames->fail("frames such as 1001-1100");
+        fitToFrames(project, *project.frames);
+    }
+    if (auto const render = root.find("render")) project.render = readRender(*render);
+    if (auto const parameters = root.find("parameters"))
+        project.parameters = readParameters(*parameters, project.comp);
+    return project;
+}
+
+Ordered valueJson(ProjectValue const& value) {
+    if (auto const* point = std::get_if<Point>(&value)) return Ordered::array({point->x, point->y});
+    if (auto const* text = std::get_if<std::string>(&value)) return *text;
+    if (auto const* number = std::get_if<double>(&value)) return *number;
+    return std::get<bool>(value);
+}
+
+/// Nothing for the ease that a key has by itself.
+void addEase(Ordered& key, char const* name, Ease const& ease) {
+    Ease const own;
+    if (ease.influencePercent == own.influencePercent && ease.speed == own.speed) return;
+    key[name] = {{"influence", ease.influencePercent}, {"speed", ease.speed}};
+}
+
+Ordered keyJson(ProjectKey const& key) {
+    Ordered json = {{"frame", key.frame}, {"value", valueJson(key.value)}};
+    if (key.toNext) json["interpolation"] = interpolationWord(*key.toNext);
+    addEase(json, "in", key.incoming);
+    addEase(json, "out", key.outgoing);
+    return json;
+}
+
+Ordered parameterJson(ProjectParameter const& parameter) {
+    Ordered json = Ordered::object();
+    if (parameter.diskId) json["id"] = *parameter.diskId;
+    if (parameter.value) json["value"] = valueJson(*parameter.value);
+    for (ProjectKey const& key : parameter.keys) json["keys"].push_back(keyJson(key));
+    return json;
+}
+
+Ordered rateJson(TimeBase const& timeBase) {
+    std::string const text = rateText(timeBase);
+    if (auto const number = parseNumber(text)) return *number;
+    return text;
+}
+
+Ordered compJson(Comp const& comp) {
+    return {{"width", comp.width},
+            {"height", comp.height},
+            {"rate", rateJson(comp.timeBase)},
+            {"startFrame", comp.startFrame},
+            {"duration", comp.durationFrames},
+            {"pixelAspect", comp.pixelAspect},
+            {"motionBlur",
+             {{"on", comp.motionBlur},
+              {"shutterAngle", comp.shutterAngleDeg},
+              {"shutterPhase", comp.shutterPhaseDeg}}}};
+}
+
+Ordered renderJson(ProjectRender const& render) {
+    Ordered json;
+    if (render.depth) {
+        auto const at = std::find(std::begin(kDepths), std::end(kDepths), *render.depth);
+        json["depth"] = kDepthWords[at - std::begin(kDepths)];
+    }
+    if (render.mode) json["mode"] = *render.mode;
+    if (render.downsample) json["downsample"] = *render.downsample;
+    if (render.size) json["size"] = Ordered::array({render.size->width, render.size->height});
+    return json;
+}
+
+/// Absolute, without a blank name at the end.
+fs::path plainFolder(fs::path const& folder) {
+    fs::path const plain = fs::absolute(folder.empty() ? "." : folder).lexically_normal();
+    return plain.has_filename() ? plain : plain.parent_path();
+}
+
+/// `mayClimb`: by "..", rather than from the root.
+std::string pathFrom(fs::path const& folder, fs::path const& path, bool mayClimb) {
+    fs::path const home = plainFolder(folder);
+    fs::path const there = fs::absolute(path).lexically_normal();
+    fs::path const relative = there.lexically_relative(home);
+    bool const climbs = relative.empty() || *relative.begin() == "..";
+    // ".." leaves a linked folder to where the link leads.
+    std::error_code fault;
+    if (climbs && (!mayClimb || fs::weakly_canonical(home, fault) != home)) return there.string();
+    return relative.string();
+}
+
+/// The project as a file in another folder has it.
+Project movedTo(fs::path const& file, Project project) {
+    fs::path const folder = file.parent_path();
+    if (plainFolder(folder) == plainFolder(project.file.parent_path())) return project;
+    auto const move = [&](std::string& path) {
+        if (fs::path(path).is_relative()) path = pathFrom(folder, project.resolved(path), true);
+    };
+    move(project.layer);
+    if (project.plate) move(*project.plate);
+    if (project.output) move(*project.output);
+    return project;
+}
+
+}  // namespace
+
+std::string Project::resolved(std::string const& written) const {
+    return (file.parent_path() / written).string();
+}
+
+Project projectFromText(fs::path const& file, std::string_view text) {
+    Json const json = parseJson(file, text);
+    Project project = readRoot(Node(file, json, ""));
+    project.file = file;
+    return project;
+}
+
+Project readProject(fs::path const& file) {
+    return projectFromText(file, readTextFile(file, "a project"));
+}
+
+std::string projectText(Project const& project) {
+    Ordered json = {{"schema", kSchema},
+                    {"version", kVersion},
+                    {"comp", compJson(project.comp)},
+                    {"layer", project.layer}};
+    if (!project.ownStart) json["comp"].erase("startFrame");
+    if (!project.ownDuration) json["comp"].erase("duration");
+    if (project.plate) json["plate"] = *project.plate;
+    if (project.output) json["output"] = *project.output;
+    if (project.frames) json["frames"] = *project.frames;
+    Ordered const render = renderJson(project.render);
+    if (!render.empty()) json["render"] = render;
+    json["parameters"] = Ordered::object();
+    for (ProjectParameter const& parameter : project.parameters) {
+        auto const name = kParameterNames[static_cast<std::size_t>(parameter.index)];
+        json["parameters"][std::string(name)] = parameterJson(parameter);
+    }
+    return jsonText(json);
+}
+
+void fitToFrames(Project& project, std::string const& frames) {
+    if (project.ownStart && project.ownDuration) return;
+    std::vector<int> const all = parseFrameRange("frames", frames);
+    auto const [first, last] = std::minmax_element(all.begin(), all.end());
+    Comp& comp = project.comp;
+    if (!project.ownStart) comp.startFrame = *first;
+    std::int64_t const duration = std::int64_t{*last} - comp.startFrame + 1;
+    if (!project.ownDuration)
+        comp.durationFrames =
+            static_cast<int>(std::clamp<std::int64_t>(duration, 1, INT32_MAX / comp.timeBase.step));
+}
+
+void writeProject(Project const& project, fs::path const& file, bool mayReplace) {
+    std::string text;
+    try {
+        text = projectText(movedTo(file, project));
+    } catch (Json::type_error const&) {
+        throw UserError(ExitCode::kOutput,
+                        {file.string(), "JSON can't hold a path such as", project.layer, "UTF-8"});
+    }
+    writeTextFile(file, text, mayReplace);
+}
+
+std::string pathSeenFrom(fs::path const& folder, fs::path const& path) {
+    return pathFrom(folder, path, path.is_relative());
+}
+
+std::optional<TimeBase> rateFromText(std::string_view text) {
+    auto const slash = text.find('/');
+    if (slash == std::string_view::npos) {
+        auto const rate = parseNumber(text);
+        try {
+            return rate ? std::optional(timeBaseOfRate(*rate)) : std::nullopt;
+        } catch (HostError const&) {
+            return std::nullopt;
+        }
+    }
+    auto const isWhole = [](std::optional<double> const& n) {
+        return n && *n == std::floor(*n) && *n >= 1 && *n <= INT32_MAX;
+    };
+    auto const scale = parseNumber(text.substr(0, slash)),
+               step = parseNumber(text.substr(slash + 1));
+    if (!isWhole(scale) || !isWhole(step)) return std::nullopt;
+    // A frame has at least 1000 units, as with timeBaseOfRate.
+    double const times = std::ceil(1000 / *step);
+    if (*scale * times > UINT32_MAX || *scale / *step > 1e6) return std::nullopt;
+    return TimeBase{static_cast<A_u_long>(*scale * times), static_cast<A_long>(*step * times)};
+}
+
+std::string rateText(TimeBase const& timeBase) {
+    constexpr double kPlainStep = 1000;
+    std::string const number = fmt::format("{}", timeBase.scale / kPlainStep);
+    auto const again = rateFromText(number);
+    bool const isSame = again && again->scale == timeBase.scale && again->step == timeBase.step;
+    if (timeBase.step == kPlainStep && isSame) return number;
+    return fmt::format("{}/{}", timeBase.scale, timeBase.step);
+}
+
+std::string_view interpolationWord(Interpolation interpolation) {
+    auto const at =
+        std::find(std::begin(kInterpolations), std::end(kInterpolations), interpolation);
+    return kInterpolationWords[at - std::begin(kInterpolations)];
+}
+
+std::string valueText(ProjectValue const& value) {
+    if (auto const* point = std::get_if<Point>(&value))
+        return fmt::format("[{}, {}]", point->x, point->y);
+    if (auto const* number = std::get_if<double>(&value)) return fmt::format("{}", *number);
+    if (auto const* text = std::get_if<std::string>(&value)) return *text;
+    return std::get<bool>(value) ? "true" : "false";
+}
+
+std::span<FileObject const> fileObjects() { return kObjects; }
+
+std::span<std::string_view const> projectModes() { return kModes; }
+
+}  // namespace zelk

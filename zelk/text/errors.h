@@ -1,0 +1,42 @@
+// The one exception of the command line: a sentence for the user, and the exit code with it.
+//
+// Every message has the form  THING: what is wrong with "VALUE", expected ...  and is one line,
+// whatever a file name, a value or a library's own text holds.
+#pragma once
+
+#include <span>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+#include "zelk/text/exit_codes.h"
+
+namespace zelk {
+
+/// The parts of a message. `expected` may be empty.
+struct Complaint {
+    std::string thing;     ///< an option, a parameter or a file
+    std::string wrong;     ///< "not a number"
+    std::string value;     ///< as the user gave it
+    std::string expected;  ///< "a number from 0 to 100"
+};
+
+class UserError : public std::runtime_error {
+public:
+    UserError(ExitCode code, Complaint const& complaint);
+    ExitCode code() const { return m_code; }
+
+private:
+    ExitCode m_code;
+};
+
+/// Control characters, line ends among them, become blanks; blanks at the ends go.
+std::string oneLine(std::string_view text);
+
+/// At most 160 characters of a library's text, which may repeat itself for pages.
+std::string shortened(std::string_view text);
+
+/// "a, b or c"
+std::string listOf(std::span<std::string_view const> words);
+
+}  // namespace zelk

@@ -1,0 +1,70 @@
+// The questions in their order, and issues in words; see check.h.
+#include "zelk/tracks/check.h"
+
+#include <fmt/format.h>
+
+#include "zelk/text/errors.h"
+#include "zelk/tracks/check_parts.h"
+#include "zelk/tracks/text.h"
+
+namespace zelk {
+
+namespace {
+
+void checkSize(Track const& track, TrackTarget const& target, TrackIssues& issues) {
+    if (!track.hasSize()) {
+        bool const isScaled = track.format == "mocha";  // another form's pixels are the frame's
+        if (isScaled || !target.frame)
+            issues.add(TrackFault::kNoSize, 0,
+                       isScaled ? "the frame's size is not told: the import scales from 720x486 to "
+                                  "the frame"
+                                : "the frame's size is not told: its pixels are taken as they are",
+                       "--size WxH");
+        return;
+    }
+    auto const& frame = target.frame;
+    if (frame && (frame->width != track.width || frame->height != track.height))
+        issues.add(TrackFault::kNoSize, 0,
+                   fmt::format("tracked in {}x{}, and the frame is {}x{}: the pins are not scaled "
+                               "to it, they stay at the pixels of the file",
+                               track.width, track.height, frame->width, frame->height));
+}
+
+void checkRate(Track const& track, TrackTarget const& target, TrackIssues& issues) {
+    if (target.tellsRate && !track.rate)
+        issues.add(TrackFault::kNoRate, 0,
+                   fmt::format("the rate is not told: {} frames a second are written",
+                               numberText(kUntoldRate)),
+                   "--rate FPS");
+}
+
+}  // namespace
+
+std::string_view faultName(TrackFault fault) {
+    constexpr std::string_view kNames[] = {
+        "note",        "size",        "rate",       "missing-corner", "duplicate",   "order",
+        "gap",         "uneven",      "crossed",    "flat",           "turned-over", "outside",
+        "beyond-host", "upside-down", "frame-base", "pixel-aspect"};
+    return kNames[static_cast<std::size_t>(fault)];
+}
+
+std::vector<TrackIssue> checkTrack(Track const& track, TrackTarget const& target) {
+    TrackIssues issues;
+    for (TrackNote const& note : track.notes)
+        issues.add(TrackFault::kNote, note.line, note.text, note.mend);
+    checkSize(track, target, issues);
+    checkRate(track, target, issues);
+    checkFrames(track, issues);
+    checkQuads(track, issues);
+    checkPlace(track, target, issues);
+    return issues.taken();
+}
+
+std::string issueText(TrackIssue const& issue) {
+    std::string text = issue.line > 0 ? fmt::format("line {}: ", issue.line) : "";
+    text += issue.text;
+    if (!issue.mend.empty()) text += "; `zelk track convert` mends it with " + issue.mend;
+    return oneLine(text);
+}
+
+}  // namespace zelk

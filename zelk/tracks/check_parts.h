@@ -1,0 +1,29 @@
+// The parts of checkTrack, a file each, and what they tell into.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "zelk/tracks/check.h"
+
+namespace zelk {
+
+class TrackIssues {
+public:
+    void add(TrackFault fault, int line, std::string text, std::string mend = "") {
+        m_issues.push_back({fault, line, std::move(text), std::move(mend)});
+    }
+    std::vector<TrackIssue> taken() { return std::move(m_issues); }
+
+private:
+    std::vector<TrackIssue> m_issues;
+};
+
+/// Corners without samples; frames that come again, descend, are missing or not of all corners.
+void checkFrames(Track const& track, TrackIssues& issues);
+/// Quads that can't be drawn, and corners in other places than their names say.
+void checkQuads(Track const& track, TrackIssues& issues);
+/// What does not fit the frame or the host: size, pixels, samples far away, the first frame.
+void checkPlace(Track const& track, TrackTarget const& target, TrackIssues& issues);
+
+}  // namespace zelk

@@ -1,0 +1,20 @@
+// Which corner of a quad lies where, and the option that puts each in its place.
+#pragma once
+
+#include <array>
+#include <string>
+
+#include "zelk/scene/corners.h"
+
+namespace zelk {
+
+/// Of which corner each of upper left, upper right, lower left, lower right is made.
+using CornerOrder = std::array<int, 4>;
+
+/// The order in which the quad is a plain one: each corner takes the place where it lies.
+CornerOrder orderByPlace(Corners const& quad);
+
+/// "--corners ul,ur,lr,ll"
+std::string cornersOption(CornerOrder const& order);
+
+}  // namespace zelk
