@@ -9,6 +9,7 @@
 #include "host/PluginHost_Memory_Impl.h"
 #include "zelk/pictures/world_rows.h"
 #include "zelk/render/module_road.h"
+#include "zelk/scene/effect_result.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/scene/parameter_values.h"
 
