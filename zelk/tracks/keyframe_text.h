@@ -12,10 +12,7 @@
 // A heading that names no corner ends a section: other properties may have been copied along.
 #pragma once
 
-#include <array>
-#include <optional>
 #include <string>
-#include <string_view>
 
 #include "zelk/tracks/text.h"
 
@@ -26,14 +23,5 @@ bool isKeyframeText(TrackText const& text);
 Track readKeyframeText(TrackText const& text);
 /// An empty corner has no section.
 std::string writeKeyframeText(Track const& track);
-/// The text with a heading for each corner, upper left, upper right, lower left, lower right.
-std::string keyframeText(Track const& track, std::array<std::string_view, 4> const& headings);
-
-/// The corner that a heading means to the host; nothing for a line that is no corner's heading.
-std::optional<int> cornerOfHeading(std::string_view line);
-/// Whether a corner is named by words, not by its number alone.
-bool headingHasWords(std::string_view line);
-/// Rate and pixel aspect of the file's head.
-void readHeaderValue(std::string_view line, Track& track);
 
 }  // namespace zelk

@@ -9,7 +9,7 @@
 
 #include "tracking/TrackingLine.h"
 #include "zelk/text/numbers.h"
-#include "zelk/tracks/keyframe_text.h"
+#include "zelk/tracks/keyframe_sections.h"
 
 namespace zelk {
 
@@ -189,12 +189,6 @@ bool resemblesMocha(TrackText const& text) {
 }
 
 Track readMocha(TrackText const& text) { return MochaReader(text).read(); }
-
-int importedCorner(TrackingLine const& heading) {
-    // The second section goes to the upper right pin, whatever words it has.
-    constexpr int kCorners[] = {kUpperLeft, kUpperRight, kLowerLeft, kLowerRight};
-    return kCorners[heading.corner];
-}
 
 std::string writeMocha(Track const& track) {
     // Numbers, which the import and the host read alike.

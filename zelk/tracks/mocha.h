@@ -8,7 +8,6 @@
 
 #include <string>
 
-#include "tracking/TrackingLine.h"
 #include "zelk/tracks/text.h"
 
 namespace zelk {
@@ -18,11 +17,8 @@ bool isMocha(TrackText const& text);
 /// Whether it has the form's head, though no corner's section.
 bool resemblesMocha(TrackText const& text);
 Track readMocha(TrackText const& text);
-/// The track has a size: the import scales what has none from 720x486 to the frame. Headings are
-/// words without numbers, which every reader takes alike. An empty corner has no section.
+/// The track has a size: the import scales what has none from 720x486 to the frame. Headings
+/// are numbers without words, which every reader takes alike. An empty corner has no section.
 std::string writeMocha(Track const& track);
-
-/// The corner whose pin takes the samples after a heading: sections count, words don't.
-int importedCorner(TrackingLine const& heading);
 
 }  // namespace zelk
