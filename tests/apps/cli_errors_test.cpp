@@ -14,6 +14,7 @@ namespace {
 // the refusal says. Parted by `;`, as are words by blanks unless `_` stands for one.
 constexpr char const* kWrong = R"(;2;COMMAND;render, params, project
 sheet;2;"sheet";render, params, project
+help rendr;2;"rendr";render, params, project
 render -o out.png;2;LAYER
 render in.png;2;--output
 R --qality low;2;"--qality";--quality
@@ -23,6 +24,9 @@ render in.png --explain= -o out.png;2;--explain;no value
 R --to;2;--to;no value
 R --view to --view from;2;--view;more than one
 R --explain --dry-run;2;--explain
+R --explain --frames 1;2;--explain
+R --host ABCD;2;"ABCD";FXTC, PrMr, KeyG or MOTN
+R --downsample 1.5;2;"1.5";whole number
 R --quality ultra;2;"ultra";low, medium, high or super
 R --threads -1;2;"-1";0 to 1024
 R --over in.png --downsample 2;2;--downsample
@@ -38,6 +42,7 @@ R --set super-sample-edge=12.01;2;"12.01";0 to 12
 R --set grow-bounds=1.5;2;"1.5";whole number
 R --set transfer-mode=Ad;2;"Ad";Add, Multiply
 R --set transfer-mode=4;2;separator;"4"
+R --set crop-to-pins=2;2;"2";on or off
 R --set to-wireframe-color=#12345g;2;"#12345g";#rrggbb
 R --set to-pins-group=1;2;to-pins-group;no value
 R --host PrMr --set motion-blur=3;2;"3";1 to 2
@@ -46,8 +51,15 @@ R --over in.png --road module;2;module
 R --size 9x9 --host KeyG;2;KeyG
 R --size 9x9 --grow 4;2;--grow
 R --size 9x9 --transfer add;2;--transfer
+R --size 9x9 --plain;2;--plain
+R --plain --grow 4;2;--grow
 R --mode add;2;--mode
 R --size 1e3x9;2;"1e3x9";1920x1080
+R --frames 1-2;2;the same file for every frame
+R --frames 5-x;2;--frames
+R --in-flight 0;2;--in-flight
+R --missing hole;2;unknown choice "hole"
+R --rate 0;2;--rate
 R --shutter a;2;--shutter: not a number
 R --over gone.png;3;gone.png
 render in.png -o -;4;-
@@ -55,6 +67,8 @@ R --no-clobber;4;out.png;--no-clobber
 R --module none.so;3;none.so;no such module
 R --module text.png;3;text.png;cannot be loaded
 render none.png -o out.png;3;none.png;no such file
+render folder -o out.png;3;folder;directory
+render - -o out.png;3;LAYER;standard input
 render pipe.png -o out.png;3;pipe.png;not a regular file
 render text.png -o out.png;3;text.png;cannot be read
 render wide.png -o out.png;3;wide.png;"32768x1";32767
@@ -64,11 +78,18 @@ render in.png -o folder.png;4;not a regular file
 project show s --host KeyG;2;--host
 project check s --frames 1;2;--frames
 track;2;FILE;a tracking file
+track a b;2;"b";convert IN OUT
+track a --format b;2;--format;"b";mocha, keyframes
+track wide.csv --flip-y;2;--flip-y;--size WxH
+track wide.csv --plot out.xyz;4;out.xyz;".xyz"
+track none.txt;3;none.txt;cannot be read
+track convert wide.csv none/o.csv;4;none/o.csv;no folder
 track convert a b.xyz;2;b.xyz;".xyz";--as
 track convert a;2;OUT;convert IN OUT
 track a --corners ul,ul,ll,lr;2;--corners;each once
 track a --pixel-aspect 0;2;"0";10/11
 track a --over in.png;2;--over;--plot
+track wide.csv --plot out.png --over out.png;2;--plot;another name
 track convert wide.csv o.txt;2;o.txt;--size WxH)";
 
 Words wordsOf(std::string const& text) {

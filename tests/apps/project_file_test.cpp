@@ -126,6 +126,8 @@ zelk-|zulk-|"zulk-project"|zelk-project
 "rotate"|"rotat"|"parameters.rotat"|near "rotate"
 "width": 8|"width": 0|comp.width|"0"|1 to 32767
 a.png|a.##.##.png|layer|one frame mark
+"a.png"|"a.png", "frames": "5-"|frames|"5-"
+"width": 8|"width": 8.5|"8.5"|whole number
 "a.png"|"a.png", "render": {"depth": 12}|render.depth|8, 16 or float
 134|24|parameters.rotate.id|"24"|134
 : 30|: "30"|rotate.value|the text "30"|-32767 to 32767

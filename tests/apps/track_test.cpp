@@ -222,6 +222,8 @@ x,"y",corner,frame~1,2,Top-Left,-3.5~|csv|~-3.5 1,2 - - -
 # size 100x50~0 10 10 90 10 10 40 90 40 # wide~|columns|~0 10,10 90,10 10,40 90,40
 5 1 7 8~6 2 9,5 8~|columns|~5 7,8 - - -~6 - 9.5,8 - -
 frame,ul_x,ul_y~1,"100,5","2"~|csv|~1 100.5,2 - - -
+frame`ul_x`ul_y~3`1,5`2~|csv|~3 1.5,2 - - -
+0,10,10,90,10,10,40,90,40~|csv|~0 10,10 90,10 10,40 90,40
 5 ul 7 8~|columns|~5 7,8 - - -
 1 5 7 8~|corner-columns|~5 7,8 - - -
 1 2 7 8~|columns corner-columns|~2 1,7 - - -
@@ -255,6 +257,14 @@ TEST(Track, FormsAreKnownByTheirText) {
 // A form, empty for what the text tells, a text, and how its refusal begins.
 constexpr char const* kRefused = R"(mocha|0 1 2~|no corner's section in "the file"
 |time,ul_x,ul_y~|line 1: columns are missing in "time,ul_x,ul_y"
+|1,2,3,4,5~|line 1: no names of columns, and "5 of them"
+|1 ul 3 4 5~|line 1: too many columns: "5"
+|CornerPin2D~|no pins of a "CornerPin2D"
+keyframes|Source Width 32768~|line 1: the frame's size can't be "Source Width 32768"
+keyframes|Upper Left~`1`2~|line 2: not three numbers: "1 2"
+nodes|to1 {{"frame*2"} 1}|line 1: not a number: ""frame*2""
+nodes|to1 {1~|line 1: breaks off in a pin: ""
+columns|# size 0x5~|line 1: not a size: "0x5"
 |1 bogus 100 3~2 ul 1 2~|line 1: not a corner: "bogus"
 |ul 1 2 3~ul 2 2 1e400~|line 2: column 4 is not a number: "1e400"
 nodes|Root {~format "0 2" }|line 2: the frame's size can't be "0 2"
@@ -297,6 +307,9 @@ W 10 10;90 10;10 40;90 40|note 7 --format keyframes; note 10 --format keyframes;
 N 10 40;90 40;10 10;90 10|upside-down --flip-y
 N 10 10;90 10;90 40;10 40|crossed --corners ul,ur,lr,ll
 N 90 10;10 10;90 40;10 40|turned-over --corners ur,ul,lr,ll
+N 90 40;10 40;90 10;10 10|
+`0`1`2~Source Width 100~Source Height 50~ADBE Corner Pin-0001~0 10 10~|note 1; missing-corner; missing-corner; missing-corner
+Source Pixel Aspect Ratio 1.5~Source Width 100~Source Height 50~ADBE Corner Pin-0001~0 10 10~|missing-corner; missing-corner; missing-corner; pixel-aspect --pixel-aspect 1.5
 N 10 10;90 10;10 10;90 10|flat
 N 10 10;90 10~ 1 90 10;10 40;90 40|uneven
 N 10 10;90 10;10 40;350 40|outside 15
@@ -329,6 +342,7 @@ TEST(Track, OddTracksAreToldWithWhatMendsThem) {
     EXPECT_NO_THROW(import("0 10 10 90 10 10 40 32767 40"));
     EXPECT_THROW(import("0 10 10 90 10 10 40 40000 40"), UserError);
     std::string const text = sections(kNumbers, {"10 10", "90 10", "10 40", "90 40"});
+    EXPECT_EQ(issuesOf(text + std::string(300, ' ') + "\n"), "note 16");  // counts as two lines
     EXPECT_EQ(issuesOf(text, {PixelSize{200, 50}, 1001, 0, true}),
               "size; rate --rate FPS; frame-base --first-frame 1001");
     std::string const close = "# size 90x50\n5 ul 9 9\n5.0004 ul 8 8\n5.001 ul 7 7\n";
