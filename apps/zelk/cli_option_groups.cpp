@@ -113,6 +113,8 @@ void addSceneOptions(CLI::App& command, TypedOptions& typed) {
         "The same into a transparent frame of this size");
     addFlag(command, "Files", "--no-clobber", typed.noClobber,
             "Refuse to replace an existing output");
+    addFlag(command, "Files", "--in-place", typed.inPlace,
+            "Let the output replace its own layer or plate");
     addFlag(command, "Files", "--no-metadata", typed.noMetadata, "Leave the files' metadata out");
     add("Pins", "--to", typed.to, "\"X,Y X,Y X,Y X,Y\"", "To Pins, where the picture goes");
     add("Pins", "--from", typed.from, "\"X,Y X,Y X,Y X,Y\"", "From Pins, what is taken from it");

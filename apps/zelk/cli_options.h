@@ -29,7 +29,7 @@ struct TypedOptions {
     std::vector<std::string> settings;
     bool json = false;
     bool noClobber = false, noMetadata = false, plain = false;
-    bool skipExisting = false, dryRun = false;
+    bool skipExisting = false, dryRun = false, inPlace = false;
     std::optional<std::string> file;  ///< of a project command
     bool force = false;
     std::optional<std::string> frame, zoom, panel, margin;  ///< of one frame in a panel
@@ -92,7 +92,8 @@ struct TrackUse {
 /// A checked `zelk render`. Values of settings are checked against the module's own ranges later.
 struct RenderRequest {
     ModuleRequest module;
-    std::filesystem::path layer, output;
+    std::filesystem::path layer;
+    std::filesystem::path output;  ///< empty where a project is only checked and names none
     std::optional<std::filesystem::path> plate;  ///< the layer is laid over it
     std::optional<PixelSize> frameSize;          ///< a transparent frame instead of a plate
     Road road = Road::kModule;
@@ -112,6 +113,7 @@ struct RenderRequest {
     ProgressMode progress = ProgressMode::kAuto;
     MissingInput missing = MissingInput::kStop;
     bool skipExisting = false, dryRun = false;
+    bool inPlace = false;  ///< the output may be the layer's or plate's own file
     std::optional<Corners> to, from;
     std::optional<int> quality, view;  ///< entries of the popups, from 1
     std::vector<Setting> settings;
@@ -126,12 +128,16 @@ struct ParamsRequest {
     bool json = false;
 };
 
-/// A checked `zelk project show` or `check`.
+/// A checked `zelk project show`.
 struct ProjectRequest {
-    bool check = false;
     std::filesystem::path file;
-    ModuleRequest module;
     bool json = false;
+};
+
+/// A checked `zelk project check`: a render that is not done.
+struct ProjectCheck {
+    std::filesystem::path file;
+    RenderRequest render;
 };
 
 /// A checked `zelk project import-track`.
@@ -151,6 +157,7 @@ struct CommandLine {
     std::optional<RenderRequest> render;
     std::optional<ParamsRequest> params;
     std::optional<ProjectRequest> project;
+    std::optional<ProjectCheck> projectCheck;
     std::shared_ptr<NewProject const> newProject;
     std::optional<ProjectTrack> importTrack;
     std::shared_ptr<OverlayRequest const> overlay;

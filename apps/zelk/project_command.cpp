@@ -10,6 +10,8 @@
 #include "apps/zelk/params_command.h"
 #include "apps/zelk/picture_reader.h"
 #include "apps/zelk/sequence_names.h"
+#include "apps/zelk/sequence_render.h"
+#include "apps/zelk/standard_output.h"
 #include "apps/zelk/track_import.h"
 
 namespace zelk {
@@ -23,8 +25,8 @@ std::vector<int> framesThere(SequenceName const& name, std::string const& patter
     if (!name.isSequence()) return {};
     std::vector<int> frames = framesOnDisk(name);
     if (frames.empty())
-        throw UserError(ExitCode::kInput,
-                        {pattern, "no frames on disk of", pattern, "numbered pictures"});
+        throw UserError(ExitCode::kInput, {pattern, "no frames on disk of", pattern,
+                                           "files such as " + name.pathOf(1).string()});
     return frames;
 }
 
@@ -161,16 +163,13 @@ TrackedProject trackProject(ProjectTrack const& ask) {
     char const* const pins = ask.pins == TrackedPins::kTo ? "To Pins" : "From Pins";
     return {fmt::format("{}: {} keys on the {} from {}\n", ask.project.string(), keys, pins,
                         oneLine(ask.track.string())),
-            warningsOf(use, {size, project.comp.startFrame})};
+            warningsOf(use, {size, project.comp.startFrame, project.comp.timeBase.step})};
 }
 
-std::string checkProject(fs::path const& file, ModuleRequest const& module) {
-    Project const project = readProject(file);
-    auto const host = loadModule(module);
-    applyProject(project, *host, project.comp.width, project.comp.height);
-    firstPicture(project.resolved(project.layer), project.frames);
-    if (project.plate) firstPicture(project.resolved(*project.plate), project.frames);
-    return file.string() + ": good\n";
+ExitCode checkProject(ProjectCheck const& ask) {
+    ExitCode const code = checkFrames(ask.render);
+    if (code == ExitCode::kDone) print(ask.file.string() + ": good\n");
+    return code;
 }
 
 }  // namespace zelk

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "apps/zelk/exit_codes.h"
 #include "apps/zelk/project_file.h"
 
 namespace zelk {
@@ -39,8 +40,8 @@ struct TrackedProject {
 };
 TrackedProject trackProject(ProjectTrack const& ask);
 
-/// "FILE: good", with a line end, for a project that the module's parameters take and whose layer
-/// and plate can be opened: a pattern's first frame of `frames`, else the first on disk.
-std::string checkProject(std::filesystem::path const& file, ModuleRequest const& module);
+/// Prints "FILE: good" for a project whose frames can all be rendered; else what its render would
+/// tell, with the same answer. Throws as checkFrames.
+ExitCode checkProject(ProjectCheck const& ask);
 
 }  // namespace zelk

@@ -9,9 +9,10 @@
 
 #include "apps/zelk/errors.h"
 #include "apps/zelk/movie_writer.h"
-#include "apps/zelk/numbers.h"
+#include "apps/zelk/output_place.h"
 #include "apps/zelk/picture_reader.h"
 #include "apps/zelk/project_file.h"
+#include "apps/zelk/render_setup.h"
 #include "apps/zelk/track_data.h"
 
 namespace zelk {
@@ -43,15 +44,29 @@ std::vector<int> trackedFrames(RenderRequest const& request, Files const& files)
                                        "the frames of the output"});
 }
 
+/// A composition shows its frames without holes: one between those on disk is missing.
+std::vector<int> withHoles(std::vector<int> const& frames, Comp const& comp) {
+    std::vector<int> all = frames;
+    std::int64_t const last = std::int64_t{comp.startFrame} + comp.durationFrames - 1;
+    for (std::size_t i = 1; i < frames.size(); ++i)
+        for (std::int64_t hole =
+                 std::max(std::int64_t{frames[i - 1]} + 1, std::int64_t{comp.startFrame});
+             hole < frames[i] && hole <= last; ++hole)
+            all.push_back(static_cast<int>(hole));
+    std::sort(all.begin(), all.end());
+    return all;
+}
+
 std::vector<int> framesAsked(RenderRequest const& request, Files const& files) {
+    if (!isSequence(request)) return {compOf(request, 0, 0).startFrame};
     if (request.frames) return parseFrameRange("--frames", *request.frames);
     for (InputFiles const* input : {&files.layer, files.plate ? &*files.plate : nullptr}) {
         if (!input || !input->isNumbered()) continue;
         std::vector<int> frames = input->framesThere();
-        if (!frames.empty()) return frames;
-        std::string const name = input->name();
-        throw UserError(ExitCode::kInput,
-                        {name, "no frames on disk of", name, "numbered pictures"});
+        if (!frames.empty())
+            return request.project ? withHoles(frames, request.project->comp) : frames;
+        throw UserError(ExitCode::kInput, {input->name(), "no frames on disk of", input->name(),
+                                           "files such as " + input->own(1).file.string()});
     }
     if (!request.project && !request.tracks.empty()) return trackedFrames(request, files);
     if (!request.project)
@@ -124,7 +139,9 @@ std::string InputPicture::name() const {
 }
 
 Files::Files(RenderRequest const& request)
-    : layer(request.layer, request.missing), output(request.output.string()) {
+    : layer(request.layer, request.missing),
+      output(isSequence(request) ? SequenceName(request.output.string())
+                                 : SequenceName::plain(request.output.string())) {
     if (request.plate) plate.emplace(*request.plate, request.missing);
     int const first = firstFrameOf(request);
     layer.startAt(first);
@@ -133,7 +150,8 @@ Files::Files(RenderRequest const& request)
 
 Schedule scheduleOf(RenderRequest const& request, Files const& files) {
     std::vector<int> const asked = framesAsked(request, files);
-    if (asked.size() > 1 && !files.output.isSequence() && !isMovieName(request.output))
+    bool const isOneFile = !files.output.isSequence() && !isMovieName(request.output);
+    if (asked.size() > 1 && isOneFile && !request.output.empty())
         throw UserError(ExitCode::kUsage,
                         {"--output", "the same file for every frame:", request.output.string(),
                          "a frame mark such as out.%04d.exr"});
@@ -155,45 +173,60 @@ Schedule scheduleOf(RenderRequest const& request, Files const& files) {
     return schedule;
 }
 
-void checkOutputsAreNoInputs(Files const& files, std::vector<int> const& frames) {
-    std::map<fs::path, int> outputs;
-    auto const keyOf = [](fs::path const& path) {
-        std::error_code fault;
-        return fs::weakly_canonical(path, fault);
-    };
-    for (int const frame : frames) outputs[keyOf(files.output.pathOf(frame))] = frame;
-    auto const check = [&](InputFiles const& input, int frame) {
+void requireOtherFile(RenderRequest const& request, fs::path const& output,
+                      InputPicture const& input, char const* kind) {
+    auto const own = identityOf(input.file);
+    if (request.inPlace || !own || own != identityOf(output)) return;
+    throw UserError(ExitCode::kUsage, {"--output", fmt::format("would replace its own {}:", kind),
+                                       output.string(), "another name, or --in-place"});
+}
+
+void checkOutputsAreNoInputs(RenderRequest const& request, Files const& files,
+                             std::vector<int> const& frames) {
+    std::map<FileIdentity, int> outputs;  // what is not there yet is no input either
+    for (int const frame : frames)
+        if (auto const output = identityOf(files.output.pathOf(frame))) outputs[*output] = frame;
+    auto const check = [&](InputFiles const& input, char const* kind, int frame) {
         auto const picture = input.pictureOf(frame);
-        if (!picture) return;
-        auto const found = outputs.find(keyOf(picture->file));
-        if (found == outputs.end() || (found->second == frame && frames.size() == 1)) return;
-        if (found->second == frame && input.isNumbered()) return;
+        auto const own = picture ? identityOf(picture->file) : std::nullopt;
+        auto const found = own ? outputs.find(*own) : outputs.end();
+        if (found == outputs.end()) return;
+        bool const isReadBefore =
+            isMovieName(request.output) ||
+            (found->second == frame && (input.isNumbered() || frames.size() == 1));
+        if (isReadBefore)
+            return requireOtherFile(request, files.output.pathOf(frame), *picture, kind);
         throw UserError(ExitCode::kUsage,
                         {"--output", "would replace a picture that other frames read:",
                          picture->file.string(), "other names than the inputs'"});
     };
     for (int const frame : frames) {
-        check(files.layer, frame);
-        if (files.plate) check(*files.plate, frame);
+        check(files.layer, "layer", frame);
+        if (files.plate) check(*files.plate, "plate", frame);
     }
 }
 
-std::string planText(Files const& files, Schedule const& schedule) {
+std::string planText(RenderRequest const& request, Files const& files, Schedule const& schedule) {
     std::string text;
+    bool const isOne = !isSequence(request);
     for (int const frame : schedule.frames) {
         auto const named = [frame](InputFiles const& input) {
             auto const picture = input.pictureOf(frame);
             return picture ? picture->name() : std::string("black");
         };
-        text += fmt::format("{}: read {}", frame, named(files.layer));
+        text += isOne ? std::string() : fmt::format("{}: ", frame);
+        text += "read " + named(files.layer);
         if (files.plate) text += fmt::format(", over {}", named(*files.plate));
         fs::path const output = files.output.pathOf(frame);
         text +=
             fmt::format(", write {}{}\n", output.string(), onDisk(output) ? " (replacing it)" : "");
     }
-    text +=
-        fmt::format("{} frames to render, {} skipped\n", schedule.frames.size(), schedule.skipped);
-    return text;
+    return text + fmt::format("{} to render, {} skipped\n", framesCounted(schedule.frames.size()),
+                              schedule.skipped);
+}
+
+std::string framesCounted(std::size_t count) {
+    return fmt::format("{} frame{}", count, count == 1 ? "" : "s");
 }
 
 bool isSequence(RenderRequest const& request) {

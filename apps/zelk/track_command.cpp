@@ -120,15 +120,19 @@ std::string asJson(std::string const& file, Track const& track,
 
 void writePlot(TrackRequest const& request, Track const& track) {
     checkTarget(*request.plot, request.noClobber);
-    std::optional<World> under;
+    auto const under = request.over ? identityOf(*request.over) : std::nullopt;
+    if (under && under == identityOf(*request.plot))
+        throw UserError(ExitCode::kUsage, {"--plot", "would replace the picture below it:",
+                                           request.plot->string(), "another name"});
+    std::optional<World> picture;
     if (request.over) {
-        PictureReader picture(*request.over);
-        under.emplace(readStraightWorld(picture));
+        PictureReader reader(*request.over);
+        picture.emplace(readStraightWorld(reader));
     }
     WriteRequest ask;
     ask.opaque = true;
     ask.noClobber = request.noClobber;
-    writePicture(plotTrack(track, under ? &*under : nullptr).toWorld(), *request.plot, ask);
+    writePicture(plotTrack(track, picture ? &*picture : nullptr).toWorld(), *request.plot, ask);
 }
 
 std::string convert(TrackRequest const& request, Track const& track) {
