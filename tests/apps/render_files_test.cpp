@@ -161,6 +161,8 @@ TEST_F(Files, ParamsHelpAndVersionGoToStandardOutput) {
           {{"render", "--help"}, help},
           {{"params", "-h"}, help},
           {{"--version"}, {"zelk "}},
+          {{"params", "--resource"},
+           {"Quorvane Zelk Corner Pin\n", "EntryPointFunc", "0x80600", "0x6088001", "0x1408"}},
           {{"params"},
            {"super-sample-softness", "Super Sample Softnesss", "Lower  Left From",
             "-1000 to 1000 (slider -100 to 100)", "#ffff32", "100%,100%", "5 Add, 6 Multiply",
@@ -170,6 +172,8 @@ TEST_F(Files, ParamsHelpAndVersionGoToStandardOutput) {
         EXPECT_EQ(outcome.err, "");
         for (std::string const& word : told) EXPECT_TRUE(has(outcome.out, word)) << word;
     }
+    auto const resource = nlohmann::json::parse(run({"params", "--resource", "--json"}).out);
+    EXPECT_EQ(resource["matchName"], "QV Zelk Corner Pin") << "stored projects know it";
     for (auto const& [host, kind, blurs] :
          {std::tuple("FXTC", "float slider", 3), std::tuple("KeyG", "fixed slider", 2)}) {
         auto const list = nlohmann::json::parse(run({"params", "--json", "--host", host}).out);
