@@ -207,12 +207,8 @@ Ending endingOf(Scenario const& s, std::string const& call, int nth, int last) {
             return {PF_Err_NONE, isBlend ? Picture::kAny : Picture::kCleared};
         return {kFault, Picture::kAny};
     }
-    if (endsWith(call, "GetPixelFormat")) {
-        if (isGrown && nth == 1) return {kFault, Picture::kUntouched};
-        const bool isAsked = isGrown && s.depth != Depth::kFloat;  // on giving back
-        if (isAsked && nth > last - 2) return {PF_Err_NONE, Picture::kRight};
-        return {kFault, Picture::kCleared};
-    }
+    if (endsWith(call, "GetPixelFormat"))
+        return {kFault, isGrown && nth == 1 ? Picture::kUntouched : Picture::kCleared};
     if (call == "AcquireSuite PF World Suite 2" && isDrawing) {
         const bool isPremiere = s.identity.applId == kAppPremierePro;
         if ((s.depth == Depth::kFloat || isPremiere) && isGrown) return {516, Picture::kUntouched};
