@@ -192,34 +192,4 @@ TEST(SmartRender, ALayerWithoutPixelsClearsTheOutput) {
     }
 }
 
-TEST(SmartRender, SaysErrorForItsOwnImagesAndGivesAllBackInOrder) {
-    Smart smart(2);
-    zelk::CallMonitor& monitor = smart.host.monitor();
-    World layer(smart.host.worldSpec(kWidth, kHeight, Depth::k8));
-    const auto agreed = smart.host.preRender(&layer, Depth::k8, {});
-    World output = smart.host.outputFor(agreed);
-    for (auto const& [refused, nth, said] : {std::tuple("checkout_layer_pixels", 1, "Error\n"),
-                                             {"checkout_output", 1, "Error\n"},
-                                             {"new_world", 2, "Error\n"},
-                                             {"copy", 1, "Error\n"},
-                                             {"new_world", 3, ""},  // the pipeline's own
-                                             {"", 1, ""}}) {
-        monitor.restart();
-        monitor.inject({refused, nth, 9});
-        testing::internal::CaptureStdout();
-        EXPECT_EQ(smart.host.smartRender(&layer, output, agreed, {}).code, *refused ? 9 : 0);
-        EXPECT_EQ(testing::internal::GetCapturedStdout(), said) << refused << nth;
-        monitor.clearFaults();
-    }
-    std::string end;
-    auto const& log = monitor.log();
-    for (auto call = log.end() - 70; call != log.end(); ++call)
-        end += call->substr(0, call->find(' ')) + " ";
-    std::string want =
-        "dispose_world dispose_world fill copy dispose_world dispose_world ReleaseSuite "
-        "ReleaseSuite ";
-    for (int i = 0; i < 62; ++i) want += "checkin_param ";
-    EXPECT_EQ(end, want);
-}
-
 }  // namespace

@@ -3,6 +3,7 @@
 
 #include "host/AEGP_SuiteHandler.h"
 #include "host/SuiteAccess.h"
+#include "params/ParamIndex.h"
 #include "tests/host/ae_host.h"
 
 using namespace zelk_test;
@@ -69,26 +70,21 @@ TEST(SuiteAccess, AMissingSuiteIsToldToTheUserUnlessAskedToBeSilent) {
 }
 
 TEST(SuiteAccess, AMissingSuiteDisablesOnlyWhatNeedsIt) {
-    for (bool isWorld : {false, true}) {
-        ProbeHost host(kModernAE);
-        host->monitor().inject(
-            {isWorld ? "AcquireSuite PF World Suite 2" : "AcquireSuite PF ColorParamSuite 1", 1,
-             7});
+    for (auto const& [missing, alloc, color, message] :
+         {std::tuple("PF World Suite 2", 516, 0, "Couldn't load kPFWorldSuite."),
+          {"PF ColorParamSuite 1", 0, 1, "Couldn't load kPFColorParamSuite."}}) {
+        ProbeHost host = hostWithControls(kModernAE, 5, 4);
+        host->monitor().restart();
+        host->monitor().inject({std::string("AcquireSuite ") + missing, 1, 7});
         auto const result = inRender(host, zelk::Depth::k8, [&](PluginHost_AE_Impl& ae) {
-            for (auto type : {PluginRaster_API::kPixelTypeFloat, PluginRaster_API::kPixelType8}) {
-                int error = -1;
-                ae.unlockTemporalRaster(ae.allocRaster(3, 2, type, error, 0));
-                EXPECT_EQ(error, isWorld && type != PluginRaster_API::kPixelType8 ? 516 : 0);
-            }
-            PF_ParamDef color{};
-            color.param_type = PF_Param_COLOR;
-            PF_ParamDef* params[] = {&color};
-            ae.params = params;
+            int error = -1;
             double r, g, b;
-            EXPECT_EQ(ae.getFloatColor(0, 0, &r, &g, &b, nullptr), isWorld ? 0 : 1);
+            ae.unlockTemporalRaster(
+                ae.allocRaster(3, 2, PluginRaster_API::kPixelTypeFloat, error, 0));
+            EXPECT_EQ(error * 10 + ae.getFloatColor(kParamToWireframeColor, 0, &r, &g, &b, nullptr),
+                      alloc * 10 + color);
         });
-        EXPECT_EQ(result.message,
-                  isWorld ? "Couldn't load kPFWorldSuite." : "Couldn't load kPFColorParamSuite.");
+        EXPECT_EQ(result.message, message);
         EXPECT_EQ(result.outFlags, 0x100u);
     }
 }

@@ -22,81 +22,63 @@ Bytes pixelsOf(PF_EffectWorld const& world, int pixelBytes) {
 }
 
 /// What transfer_rect was given; its own work is the host's.
-struct Transfer {
-    int pixelBytes = 0;
-    Bytes source{}, destination{};
-    std::string numbers{};
-};
-Transfer transfer;
+std::string transferred;
+Bytes laidUnder;
+int pixelBytes = 0;
 
 PF_Err noteTransfer(PF_ProgPtr, A_long quality, A_long flags, A_long field, PF_Rect const* rect,
-                    PF_EffectWorld const* source, PF_CompositeMode const* mode,
-                    PF_MaskWorld const* mask, A_long x, A_long y, PF_EffectWorld* destination) {
+                    PF_EffectWorld const*, PF_CompositeMode const* mode, PF_MaskWorld const* mask,
+                    A_long x, A_long y, PF_EffectWorld* destination) {
     EXPECT_FALSE(mask);
-    transfer.source = pixelsOf(*source, transfer.pixelBytes);
-    transfer.destination = pixelsOf(*destination, transfer.pixelBytes);
-    transfer.numbers = fmt::format("{} {} {}, {} {} {} {}, {} {} {} {}", quality, flags, field,
-                                   int(mode->xfer), mode->opacity, mode->opacitySu, mode->rgb_only,
-                                   rect->right, rect->bottom, x, y);
+    laidUnder = pixelsOf(*destination, pixelBytes);
+    transferred = fmt::format("{} {} {}, {} {} {} {}, {} {} {} {}", quality, flags, field,
+                              int(mode->xfer), mode->opacity, mode->opacitySu, mode->rgb_only,
+                              rect->right, rect->bottom, x, y);
     return PF_Err_NONE;
-}
-
-template <class Channel>
-void fadeAlphas(Bytes& bytes, std::size_t alpha, double opacity) {
-    for (std::size_t at = alpha * sizeof(Channel); at < bytes.size(); at += 4 * sizeof(Channel)) {
-        Channel a;
-        std::memcpy(&a, &bytes[at], sizeof a);
-        if constexpr (std::is_same_v<Channel, float>)
-            a = static_cast<float>(a * opacity);
-        else
-            a = static_cast<Channel>(a * static_cast<int>(255.0 * opacity) / 256);
-        std::memcpy(&bytes[at], &a, sizeof a);
-    }
-}
-
-void expectBlend(zelk::HostIdentity identity, Depth depth, double fromOpacity, double opacity,
-                 std::string const& opacities) {
-    SCOPED_TRACE(testing::Message() << zelk::pixelBytes(depth) << " " << fromOpacity);
-    ProbeHost host(identity);
-    inRender(host, depth, [&](PluginHost_AE_Impl& ae) {
-        transfer = {zelk::pixelBytes(depth)};
-        Bytes const from = pixelsOf(ae.params[0]->u.ld, transfer.pixelBytes);
-        Bytes const to = pixelsOf(*ae.output, transfer.pixelBytes);
-        PF_UtilCallbacks utils = *ae.in_data->utils;
-        utils.transfer_rect = noteTransfer;
-        auto* const own = std::exchange(ae.in_data->utils, &utils);
-        ae.in_data->field = PF_Field_LOWER;
-        std::unique_ptr<PluginRaster_API> input(ae.getInputRaster(0)), output(ae.getOutputRaster());
-        EXPECT_EQ(ae.blend(6, opacity, fromOpacity, input.get(), output.get()), 0);
-        EXPECT_EQ(transfer.source, to);
-        EXPECT_EQ(pixelsOf(ae.params[0]->u.ld, transfer.pixelBytes), from) << "untouched";
-        Bytes faded = from;
-        const double fade = fromOpacity > 0 ? std::min(fromOpacity, 1.0) : 0;  // 0 for no number
-        const std::size_t alpha = identity.applId == kAppPremierePro ? 3 : 0;
-        if (fade != 1 && depth == Depth::k8) fadeAlphas<A_u_char>(faded, alpha, fade);
-        if (fade != 1 && depth == Depth::k16) fadeAlphas<A_u_short>(faded, 0, fade);
-        if (depth == Depth::kFloat) fadeAlphas<float>(faded, 0, fade);
-        EXPECT_EQ(transfer.destination, faded);
-        EXPECT_EQ(transfer.numbers, "1 1 2, 6 " + opacities + " 0, 5 4 0 0");
-        utils.transfer_rect = nullptr;
-        EXPECT_EQ(ae.blend(6, 1, 1, input.get(), output.get()), PF_Err_INVALID_CALLBACK);
-        ae.in_data->utils = own;
-    });
 }
 
 }  // namespace
 
-TEST(AEBlend, LaysTheOldDestinationOverTheFadedSource) {
-    for (zelk::HostIdentity identity : {kModernAE, kOlderAE, kModernPremiere})
-        for (Depth depth : {Depth::k8, Depth::k16, Depth::kFloat}) {
-            if (depth == Depth::kFloat && !identity.isModern()) continue;
-            const bool isDeep = depth == Depth::k16;
-            // 127 / 255 of 32768 is 16319.8, to the nearest.
-            for (double fromOpacity : {1.0, 0.999, 0.4, 0.0, 1e99, -1.0, std::nan("")})
-                expectBlend(identity, depth, fromOpacity, 0.5, isDeep ? "127 16320" : "127 0");
-            expectBlend(identity, depth, 1, 1e99, isDeep ? "255 32768" : "255 0");
-            expectBlend(identity, depth, 1, std::nan(""), "0 0");
-        }
+// What is laid over what, and faded how, whole frames of the module tell.
+TEST(AEBlend, HandsTheHostItsOwnWordsAndLimitsOpacities) {
+    struct Case {
+        Depth depth;
+        double opacity, fromOpacity;
+        char const* opacities;
+        int scale;  // of the alpha that is laid under, 256ths
+    };
+    // 127 / 255 of 32768 is 16319.8, to the nearest.
+    for (Case const& c : {Case{Depth::k8, 0.5, 1, "127 0", 256},
+                          {Depth::k16, 0.5, 0.999, "127 16320", 254},
+                          {Depth::k8, 1e99, 1e99, "255 0", 256},
+                          {Depth::k8, -1, -1, "0 0", 0},
+                          {Depth::k16, std::nan(""), std::nan(""), "0 0", 0}}) {
+        ProbeHost host(kModernAE);
+        inRender(host, c.depth, [&](PluginHost_AE_Impl& ae) {
+            pixelBytes = zelk::pixelBytes(c.depth);
+            Bytes under = pixelsOf(ae.params[0]->u.ld, pixelBytes);
+            PF_UtilCallbacks utils = *ae.in_data->utils;
+            utils.transfer_rect = noteTransfer;
+            auto* const own = std::exchange(ae.in_data->utils, &utils);
+            ae.in_data->field = PF_Field_LOWER;
+            std::unique_ptr<PluginRaster_API> input(ae.getInputRaster(0)),
+                output(ae.getOutputRaster());
+            EXPECT_EQ(ae.blend(6, c.opacity, c.fromOpacity, input.get(), output.get()), 0);
+            EXPECT_EQ(transferred, fmt::format("1 1 2, 6 {} 0, 5 4 0 0", c.opacities));
+            for (std::size_t at = 0; at < under.size();
+                 at += static_cast<std::size_t>(pixelBytes)) {
+                if (c.depth == Depth::k8)
+                    under[at] = static_cast<A_u_char>(under[at] * c.scale / 256);
+                else
+                    *reinterpret_cast<A_u_short*>(&under[at]) = static_cast<A_u_short>(
+                        *reinterpret_cast<A_u_short*>(&under[at]) * c.scale / 256);
+            }
+            EXPECT_EQ(laidUnder, under);
+            utils.transfer_rect = nullptr;
+            EXPECT_EQ(ae.blend(6, 1, 1, input.get(), output.get()), PF_Err_INVALID_CALLBACK);
+            ae.in_data->utils = own;
+        });
+    }
 }
 
 namespace {
