@@ -255,7 +255,11 @@ Host::Host(std::filesystem::path const& module, HostOptions const& options)
             fmt::format("{}: {} failed with {}{}", module.string(), name, result.code, told),
             result.code);
     };
-    require("PF_Cmd_GLOBAL_SETUP", globalSetup());
+    CommandResult const setUp = globalSetup();
+    require("PF_Cmd_GLOBAL_SETUP", setUp);
+    requireToldAnswer(module, resource(),
+                      {effectVersion(), setUp.outFlags, setUp.outFlags2, options.initialOutFlags,
+                       options.initialOutFlags2});
     require("PF_Cmd_PARAMS_SETUP", paramsSetup());
 }
 
@@ -301,6 +305,7 @@ CommandResult Host::globalSetdown() {
 CommandResult Host::bareCommand(A_long command) { return m_impl->run(command, {}, false); }
 
 HostIdentity const& Host::identity() const { return m_impl->options.identity; }
+ModuleResource const& Host::resource() const { return m_impl->module.resource(); }
 A_u_long Host::effectVersion() const { return m_impl->effectVersion; }
 A_long Host::announcedParamCount() const { return m_impl->announcedParamCount; }
 bool Host::supportsSmartRender() const {

@@ -20,6 +20,7 @@
 #include "hostkit/comp.h"
 #include "hostkit/error.h"
 #include "hostkit/host_identity.h"
+#include "hostkit/module_resource.h"
 #include "hostkit/parameters.h"
 #include "hostkit/world.h"
 #include "platform/effect_api/effect_api.h"
@@ -77,7 +78,8 @@ struct PreRenderResult {
 class Host {
 public:
     /// Loads the module and runs PF_Cmd_GLOBAL_SETUP and PF_Cmd_PARAMS_SETUP. Throws HostError when
-    /// the module is missing, exports no entry, or a set-up command fails.
+    /// the module is missing, exports no entry, a set-up command fails, or the module announces
+    /// another version or other flags than its resource.
     Host(std::filesystem::path const& module, HostOptions const& options = {});
     /// Loads the module and runs no command yet.
     static std::unique_ptr<Host> loadOnly(std::filesystem::path const& module,
@@ -94,6 +96,7 @@ public:
     CommandResult bareCommand(A_long command);
 
     HostIdentity const& identity() const;
+    ModuleResource const& resource() const;  ///< what the module's resource says of it
     A_u_long effectVersion() const;      ///< my_version as the effect announced it
     A_long announcedParamCount() const;  ///< out_data->num_params
     bool supportsSmartRender() const;    ///< as the global set-up announced

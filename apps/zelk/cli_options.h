@@ -28,6 +28,7 @@ struct TypedOptions {
     std::optional<std::string> host, module;
     std::vector<std::string> settings;
     bool json = false;
+    bool resource = false;
     bool noClobber = false, noMetadata = false, plain = false;
     bool skipExisting = false, dryRun = false, inPlace = false;
     std::optional<std::string> file;  ///< of a project command
@@ -126,6 +127,7 @@ struct RenderRequest {
 struct ParamsRequest {
     ModuleRequest module;
     bool json = false;
+    bool resource = false;  ///< what the module says of itself, instead of its parameters
 };
 
 /// A checked `zelk project show`.

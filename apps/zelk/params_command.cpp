@@ -131,6 +131,23 @@ std::string parameterRow(Parameter const& parameter) {
     return row;
 }
 
+Json resourceJson(ModuleResource const& resource) {
+    return {{"name", resource.name},          {"matchName", resource.matchName},
+            {"category", resource.category},  {"entryPoint", resource.entryPoint},
+            {"version", resource.version},    {"outFlags", resource.outFlags},
+            {"outFlags2", resource.outFlags2}};
+}
+
+std::string resourceText(ModuleResource const& resource) {
+    Json const values = resourceJson(resource);
+    std::string text;
+    for (auto const& [key, value] : values.items()) {
+        text += value.is_string() ? fmt::format("{:<10}  {}\n", key, value.get<std::string>())
+                                  : fmt::format("{:<10}  {:#x}\n", key, value.get<A_u_long>());
+    }
+    return text;
+}
+
 }  // namespace
 
 std::unique_ptr<Host> loadModule(ModuleRequest const& request) {
@@ -160,6 +177,10 @@ std::unique_ptr<Host> loadModule(ModuleRequest const& request) {
 
 std::string listParameters(ParamsRequest const& request) {
     auto const host = loadModule(request.module);
+    if (request.resource) {
+        ModuleResource const& resource = host->resource();
+        return request.json ? resourceJson(resource).dump(2) + "\n" : resourceText(resource);
+    }
     if (request.json) {
         Json list = Json::array();
         for (Parameter const& parameter : host->parameters()) {

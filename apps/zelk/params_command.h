@@ -14,7 +14,8 @@ namespace zelk {
 /// render error for one that refuses to be set up.
 std::unique_ptr<Host> loadModule(ModuleRequest const& request);
 
-/// The list, a table or a JSON array, with a line end.
+/// The list, a table or a JSON array, or the module's resource, lines or a JSON object; with a line
+/// end.
 std::string listParameters(ParamsRequest const& request);
 
 }  // namespace zelk

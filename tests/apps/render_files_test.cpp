@@ -150,6 +150,8 @@ TEST_F(Files, ParamsHelpAndVersionGoToStandardOutput) {
           {{"params", "-h"}, help},
           {{"help", "render"}, {"Usage: zelk render", "--in-place"}},
           {{"--version"}, {"zelk "}},
+          {{"params", "--resource"},
+           {"Quorvane Zelk Corner Pin\n", "EntryPointFunc", "0x80600", "0x6088001", "0x1408"}},
           {{"params"},
            {"Super Sample Softnesss", "-1000 to 1000 (slider -100 to 100)", "#ffff32", "100%,100%",
             "5 Add, 6 Multiply", "cannot-time-vary supervised", "px  ", "degrees  "}}}) {
@@ -159,6 +161,8 @@ TEST_F(Files, ParamsHelpAndVersionGoToStandardOutput) {
         for (std::string const& word : told) EXPECT_TRUE(has(outcome.out, word)) << word;
     }
     std::map<std::string, int> units;
+    auto const resource = nlohmann::json::parse(run({"params", "--resource", "--json"}).out);
+    EXPECT_EQ(resource["matchName"], "QV Zelk Corner Pin") << "stored projects know it";
     for (auto const& [host, kind, blurs] :
          {std::tuple("FXTC", "float slider", 3), std::tuple("KeyG", "fixed slider", 2)}) {
         auto const list = nlohmann::json::parse(run({"params", "--json", "--host", host}).out);

@@ -25,7 +25,7 @@ struct ProbeCall {
 using ProbeBody = std::function<PF_Err(ProbeCall const&)>;
 
 constexpr zelk::HostIdentity kModernAE = {kAppAfterEffects, {13, 27}};
-constexpr zelk::HostIdentity kOlderAE = {kAppAfterEffects, {12, 4}};
+constexpr zelk::HostIdentity kOlderAE = {kAppAfterEffects, {12, 11}};
 constexpr zelk::HostIdentity kModernPremiere = {kAppPremierePro, {13, 27}};
 constexpr zelk::HostIdentity kModernKeyG = {kAppFinalCutPro, {13, 27}};
 

@@ -49,7 +49,7 @@ void changeColour(PluginHost_API* host, PluginRaster_API* raster, Change change)
                   "no premultiplication is defined for this depth");
     QV_RasterInfo info{};
     host->getRasterInfo(raster, &info);
-    if (!info.data || info.format != Trait::kFormat) return;  // the host could not describe it
+    if (!info.data) return;  // the host could not describe it
     forEachPixel<Channel>(info, [change](Channel* pixel) {
         const Channel a = pixel[Trait::kAlpha];
         for (const int c : {Trait::kRed, Trait::kGreen, Trait::kBlue})
