@@ -234,6 +234,7 @@ CommandResult Host::Impl::run(A_long which, CommandScene const& what, bool withP
     RunningHost const scope(*this, {which, &what, &out});
     refusedParameters.clear();
     ParamArray params = withParameters ? ParamArray(*this) : ParamArray();
+    running.params = params.data();
 
     CommandResult result;
     try {

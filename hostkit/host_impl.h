@@ -57,6 +57,7 @@ struct RunningCommand {
     A_long command = -1;
     CommandScene const* scene = nullptr;
     PF_OutData* outData = nullptr;
+    PF_ParamDef* const* params = nullptr;  ///< the command's own records, if it has any
 };
 
 struct Host::Impl {
@@ -167,8 +168,6 @@ struct OfferedSuite {
     bool modernOnly = false;
 };
 
-/// Layer time and comp time, which are one clock here.
-bool isTimeMode(AEGP_LTimeMode mode);
 std::span<OfferedSuite const> projectSuites();
 std::span<OfferedSuite const> keyframeSuites();
 std::span<OfferedSuite const> toolSuites();
