@@ -4,11 +4,6 @@
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cstdio>
-#include <random>
-#include <string>
-
 #include "tests/support/temporary_folder.h"
 #include "tracking/MochaLoader.h"
 
@@ -86,32 +81,6 @@ TEST(LoadMochaFile, HandsOverWhatEachLineSays) {
     Collector loader;
     EXPECT_EQ(LoadMochaFile(nullptr, nullptr, nullptr, "/nowhere/track.txt", &loader), 1);
     EXPECT_EQ(loader.calls, "");
-}
-
-// Whatever the bytes: no crash, and as many ends as starts.
-TEST(LoadMochaFile, TakesAnyBytes) {
-    constexpr unsigned kSeed = 101;
-    std::mt19937 random(kSeed);
-    const std::string pieces[] = {"Upper Left",
-                                  "Source Width",
-                                  "ADBE Corner Pin-0003",
-                                  "\n",
-                                  "1e39 ",
-                                  "-",
-                                  " nan ",
-                                  " 99999999999999999999 ",
-                                  std::string(1, '\0'),
-                                  "\xff\xfe",
-                                  "0x1p3 ",
-                                  std::string(300, '7'),
-                                  "2 3 4\n"};
-    for (int run = 0; run < 300; ++run) {
-        std::string text;
-        for (auto i = random() % 40; i > 0; --i) text += pieces[random() % std::size(pieces)];
-        const std::string calls = callsFor(text);
-        const auto count = [&](char c) { return std::count(calls.begin(), calls.end(), c); };
-        EXPECT_EQ(count(']'), count('[') + (count('[') > 0)) << "seed " << kSeed << " run " << run;
-    }
 }
 
 }  // namespace
