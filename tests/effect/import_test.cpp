@@ -157,6 +157,12 @@ TEST(Import, EveryHostCallRefused) {
         EXPECT_EQ(result.code, isMissing ? PF_Err_BAD_CALLBACK_PARAM : 0);
         EXPECT_TRUE(isMissing || kept == "nothing") << kept;
         EXPECT_EQ(result.outstanding.mistakes, 0);
+        if (has("AEGP_GetNewEffect")) {  // nothing is asked without an effect or a stream
+            EXPECT_EQ(refused.host.monitor().count("AEGP Keyframe Suite 3/AEGP_InsertKeyframe"), 1);
+            EXPECT_EQ(
+                refused.host.monitor().count("AEGP Stream Suite 7/AEGP_GetNewEffectStreamByIndex"),
+                has("StreamByIndex") ? 2 : 1);
+        }
         const bool isKey = has("KeyframeValue");
         if (isMissing)
             EXPECT_TRUE((one + two).starts_with(keys)) << keys;

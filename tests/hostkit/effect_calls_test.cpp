@@ -8,7 +8,6 @@ using namespace zelk_test;
 namespace {
 
 constexpr A_long kWorlds = kPFWorldSuiteVersion2;
-constexpr PF_CompositeMode kNormal = {PF_Xfer_IN_FRONT, 0, 255, 0, 32768};
 
 TEST(CallMonitor, AnswersTheNthCallOfAName) {
     zelk::CallMonitor monitor;
@@ -86,10 +85,6 @@ TEST_F(EffectCalls, BadOnesAreAnsweredAndMistakesNoted) {
             PF_CompositeMode const record = {static_cast<PF_Xfer_Mode>(mode), 0, 255, 0, 32768};
             return utils.transfer_rect(ref, 1, 1, 0, nullptr, from, &record, mask, 1, 0, to);
         };
-        auto const transform = [&](A_long matrices, PF_FloatMatrix const& m) {
-            return utils.transform_world(ref, 1, 1, 0, output, &kNormal, nullptr, &m, matrices, 1,
-                                         nullptr, output);
-        };
         PF_MaskWorld const mask{};
         std::vector<PF_Err> refusals = {
             onThread, utils.fill(nullptr, nullptr, nullptr, output),
@@ -103,8 +98,6 @@ TEST_F(EffectCalls, BadOnesAreAnsweredAndMistakesNoted) {
             late.checkout_param(ref, 0, 0, 1, 1, nullptr), late.add_param(ref, -1, &def),
             acquire(kPFWorldSuite, 1, &table), transfer(&shrunk, output, 2),
             transfer(output, &deep, 2), transfer(output, output, 2, &mask),
-            transform(2, {{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}}),
-            transform(1, {{{1, 2, 3}, {4, 5, 6}, {7, 8, 9}}}),
             // From here on each is a mistake that the host notes.
             late.checkin_param(ref, &def), utils.dispose_world(ref, output),
             utils.dispose_world(ref, &deep) ? 0 : worlds.PF_DisposeWorld(ref, &stale),

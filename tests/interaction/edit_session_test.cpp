@@ -104,7 +104,10 @@ TEST(EditSession, AnimatedPinsGetAKeyWherePlainOnesChangeTheirValue) {
     ASSERT_TRUE(session.edit(kParamToUpperLeft, {1.5, 2.5}));
     EXPECT_EQ(session.undoName(), "Set Upper Left");
     EXPECT_EQ(track.keys()[1].value[1], 2.5);
-    session.undo(), session.undo();
+    session.setFrame(0);
+    ASSERT_TRUE(session.edit(kParamToUpperLeft, {1.5, 2.5}));
+    EXPECT_EQ(track.keys()[0].toNext, zelk::Interpolation::kBezier) << "a key keeps its curve";
+    session.undo(), session.undo(), session.undo();
     EXPECT_TRUE(track.size() == 2 && session.redoName() == "Move pins");
 }
 

@@ -80,6 +80,8 @@ TEST(ChooseTrackingFile, EndsInSilenceWhereAStepFails) {
         const auto count = [&](char const* name) {
             return std::count(chooser.steps.begin(), chooser.steps.end(), name);
         };
+        const std::string next = step + 1 < kSteps.size() ? kSteps[step + 1] : "";
+        EXPECT_EQ(count(next.c_str()), !canFail) << "none follows " << kSteps[step];
         EXPECT_EQ(count("NavDialogDispose"), step > 1) << kSteps[step];
         EXPECT_EQ(count("NavDisposeReply"), step > 7 || !canFail) << kSteps[step];
     }
