@@ -21,6 +21,7 @@ struct ProbeCall {
     PF_OutData* out_data;
     PF_ParamDef** params;
     PF_LayerDef* output;
+    void* extra;
 };
 using ProbeBody = std::function<PF_Err(ProbeCall const&)>;
 

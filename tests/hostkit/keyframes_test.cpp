@@ -95,6 +95,9 @@ TEST(KeyframeTrack, SeveralNumbersKeepToTheSegmentEasedByDistance) {
         for (std::size_t n = 0; n < 4; ++n) EXPECT_NEAR(many.valueAt({t, 100})[n], want[n], 1e-13);
         EXPECT_EQ(popup.valueAt({t, 100})[0], 1 + t / 100) << "nothing in between";
     }
+    KeyframeTrack rest(2);  // two alike with the default ease
+    for (A_long const n : {0, 1}) rest.set({{n, 1}, {3, 4}, kCurve});
+    EXPECT_EQ(rest.valueAt({1, 3}), (KeyValue{3, 4}));
 }
 
 TEST(KeyframeTrack, KeepsItsOrderHoweverKeysComeAndRefusesWhatIsNoKey) {
