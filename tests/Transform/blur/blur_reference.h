@@ -108,12 +108,12 @@ inline void blur(Plane& p, double radius, double factor, bool ramp, int kind) {
 }
 
 inline void interpolatedBlur(Plane& p, double first, double last, bool columns) {
+    const auto whole = [&](Line const& values, double radius) {
+        return tentLine(values, int(radius), p.isFloat);
+    };
     p.fillLines(columns, [&](Line const& line, int i, int count) {
         const double t = count == 1 ? 0.0 : double(i) / (count - 1);
-        return fractional(line, (1.0 - t) * first + t * last, p.isFloat,
-                          [&](Line const& values, double whole) {
-                              return tentLine(values, int(whole), p.isFloat);
-                          });
+        return fractional(line, (1.0 - t) * first + t * last, p.isFloat, whole);
     });
 }
 
