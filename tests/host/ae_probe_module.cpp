@@ -11,5 +11,6 @@ PROBE_EXPORT void setProbeBody(zelk_test::ProbeBody const* body) { theBody = bod
 
 PROBE_EXPORT PF_Err EntryPointFunc(PF_Cmd command, PF_InData* in, PF_OutData* out,
                                    PF_ParamDef** params, PF_LayerDef* output, void* extra) {
-    return theBody ? (*theBody)({command, in, out, params, output, extra}) : PF_Err_NONE;
+    const zelk_test::ProbeCommand call = {{command, in, out, params, output}, extra};
+    return theBody ? (*theBody)(call) : PF_Err_NONE;
 }

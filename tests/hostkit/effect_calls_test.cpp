@@ -64,7 +64,7 @@ TEST_F(EffectCalls, BadOnesAreAnsweredAndMistakesNoted) {
     PF_InteractCallbacks late{};
     PF_ProgPtr lateRef = nullptr;
     auto const result = render([&](ProbeCall const& call) -> PF_Err {
-        auto const& [command, inData, outData, params, output, extra] = call;
+        auto const& [command, inData, outData, params, output] = call;
         PF_ProgPtr const ref = lateRef = inData->effect_ref;
         PF_UtilCallbacks const& utils = *inData->utils;
         late = inData->inter;

@@ -53,11 +53,11 @@ TEST(LayerParts, AreWhatTheRequestAndTheLayerHaveInCommon) {
         if (call.command == PF_Cmd_GLOBAL_SETUP) {
             call.out_data->out_flags2 = PF_OutFlag2_SUPPORTS_SMART_RENDER;
         } else if (call.command == PF_Cmd_SMART_PRE_RENDER) {
-            auto* const extra = static_cast<PF_PreRenderExtra*>(call.extra);
+            auto* const extra = extraOf<PF_PreRenderExtra>(call);
             extra->output->result_rect = extra->output->max_result_rect = asked;
             return extra->cb->checkout_layer(in.effect_ref, 0, 8, &request, 0, 1, 1, &told);
         } else if (call.command == PF_Cmd_SMART_RENDER) {
-            auto* const extra = static_cast<PF_SmartRenderExtra*>(call.extra);
+            auto* const extra = extraOf<PF_SmartRenderExtra>(call);
             PF_EffectWorld *pixels = nullptr, *output = nullptr;
             EXPECT_EQ(extra->cb->checkout_layer_pixels(in.effect_ref, 8, &pixels), 0);
             EXPECT_EQ(extra->cb->checkout_output(in.effect_ref, &output), 0);

@@ -57,10 +57,8 @@ TEST(Drag, PicksAndMovesOneQuad) {
             s.host.monitor().restart();
             auto const clicked = s.events.click(s.at(c.x, c.y));
             EXPECT_EQ(s.host.monitor().count("comp_to_layer"), panel.shows == PF_Window_COMP);
-            ASSERT_EQ(clicked.command.code, 0);
             ASSERT_EQ(clicked.command.outstanding.describe(), "nothing");
             EXPECT_EQ(clicked.handled() && clicked.asksForDrag && clicked.redrawn, c.quad != '-');
-            EXPECT_EQ(s.events.isDragging(), c.quad != '-');
             if (c.quad == '-') continue;
             auto const dragged = s.events.drag(s.at(c.x + 7, c.y - 40));
             EXPECT_TRUE(dragged.handled() && dragged.asksForDrag);
