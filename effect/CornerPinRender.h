@@ -123,13 +123,13 @@ void leaveStraight(PipelineFrame& frame) {
 /// of another size than the layer's is 1, and the output the transform alone at full opacity.
 template <class Trait, class Channel, class Wide, class Weight, class Format>
 PF_Err CornerPinRender(PluginHost_API* host) {
-    PipelineFrame frame(host);
+    PipelineFrame frame(host, Trait::kFormat, Trait::kPixelBytes);
     if (const PF_Err code = readFrame(frame)) return code;
     if (frame.passes == PassPlan::kNone) {
         host->copyInputToOutput();
         return 0;
     }
-    if (const PF_Err code = takeWorkingCopy(frame, Trait::kFormat)) return code;
+    if (const PF_Err code = takeWorkingCopy(frame)) return code;
     corner_pin_detail::enterPremultiplied<Trait>(frame);
     if (const PF_Err code = prepareSamples(frame)) return code;
     for (int i = 0; i < frame.plan.samples; ++i) {

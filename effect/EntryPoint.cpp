@@ -14,16 +14,11 @@
 #include "params/ParamsSetup.h"
 #include "params/update_ecw.h"
 #include "platform/effect_api/effect_events.h"
+#include "platform/effect_api/plugin_resource.h"
 #include "platform/services/Handles.h"
 
 namespace {
 
-constexpr A_u_long kVersion = effectVersion(1, 0, 0, PF_Stage_RELEASE, 0);
-constexpr A_u_long kOutFlags = PF_OutFlag_KEEP_RESOURCE_OPEN | PF_OutFlag_CUSTOM_UI |
-                               PF_OutFlag_I_USE_SHUTTER_ANGLE | PF_OutFlag_DEEP_COLOR_AWARE |
-                               PF_OutFlag_SEND_UPDATE_PARAMS_UI;
-constexpr A_u_long kOutFlags2 = PF_OutFlag2_PARAM_GROUP_START_COLLAPSED_FLAG |
-                                PF_OutFlag2_SUPPORTS_SMART_RENDER | PF_OutFlag2_FLOAT_COLOR_AWARE;
 constexpr std::uint64_t kGlobalBlockBytes = 4;
 
 /// What the host handed over with one command.
@@ -44,12 +39,13 @@ PF_Err about(Call const& call) {
 
 PF_Err globalSetup(Call const& call) {
     PF_UtilCallbacks const& utils = *call.in_data->utils;
-    call.out_data->out_flags |= kOutFlags;
-    call.out_data->my_version = kVersion;
+    PF_PluginResource const told = pluginResource();
+    call.out_data->out_flags |= told.out_flags;
+    call.out_data->my_version = told.version;
     PF_Handle block = utils.host_new_handle ? utils.host_new_handle(kGlobalBlockBytes)
                                             : NewHandle(kGlobalBlockBytes);
     call.out_data->global_data = block;
-    call.out_data->out_flags2 = kOutFlags2;
+    call.out_data->out_flags2 = told.out_flags2;
     if (!block) return PF_Err_NONE;  // nothing is kept in the block, so nothing is lost
     if (utils.host_unlock_handle)
         utils.host_unlock_handle(block);

@@ -33,9 +33,14 @@ PassPlan passPlan(RenderArguments const& args) {
 
 constexpr PF_Err kNoRaster = 1;  ///< an image that could not be had
 
-/// A host whose query fails describes an image without pixels, or as one of 8 bits.
-bool isUsable(PluginHost_API::RasterInfo const& info, QV_RasterFormat format) {
-    return info.format == format && (info.data || info.width == 0 || info.height == 0);
+/// Takes an image to have the output's format, whatever the host tells of it: some tell nothing of
+/// images that they made themselves. False when it has no pixels, or rows too short for the format.
+bool takeAsOutputs(PipelineFrame const& frame, PluginHost_API::RasterInfo& info) {
+    info.format = frame.format;
+    info.pixelBytes = frame.pixelBytes;
+    const bool rowsSuffice =
+        std::abs(std::int64_t{info.rowBytes}) >= std::int64_t{info.width} * frame.pixelBytes;
+    return info.width == 0 || info.height == 0 || (info.data && rowsSuffice);
 }
 
 PF_Err fail(PipelineFrame& frame, PF_Err code) {
@@ -138,7 +143,7 @@ PF_Err addRaster(PipelineFrame& frame, PluginRaster_API*& slot, PluginRaster_API
                  PluginHost_API::RasterInfo& info) {
     if (const PF_Err code = frame.rasters.allocate(slot, model)) return code;
     frame.host->getRasterInfo(slot, &info);
-    return isUsable(info, frame.workInfo.format) ? PF_Err_NONE : kNoRaster;
+    return takeAsOutputs(frame, info) ? PF_Err_NONE : kNoRaster;
 }
 
 void copyRows(PluginHost_API::RasterInfo const& from, PluginHost_API::RasterInfo const& to) {
@@ -187,7 +192,7 @@ PF_Err readFrame(PipelineFrame& frame) {
     return 0;
 }
 
-PF_Err takeWorkingCopy(PipelineFrame& frame, QV_RasterFormat format) {
+PF_Err takeWorkingCopy(PipelineFrame& frame) {
     PluginHost_API* host = frame.host;
     std::unique_ptr<PluginRaster_API> input(host->getInputRaster(0));
     if (!input) return fail(frame, kNoRaster);
@@ -199,8 +204,10 @@ PF_Err takeWorkingCopy(PipelineFrame& frame, QV_RasterFormat format) {
     host->getRasterInfo(frame.rasters.work, &frame.sourceInfo);
     host->getRasterInfo(frame.rasters.work, &frame.workInfo);
     host->getRasterInfo(frame.rasters.out, &frame.outInfo);
-    if (!isUsable(frame.sourceInfo, format) || !isUsable(frame.workInfo, format) ||
-        !isUsable(frame.outInfo, format) || !fits(frame))
+    // What is told of the output chose this pipeline, and has to be told of it again.
+    if (frame.outInfo.format != frame.format || !takeAsOutputs(frame, frame.sourceInfo) ||
+        !takeAsOutputs(frame, frame.workInfo) || !takeAsOutputs(frame, frame.outInfo) ||
+        !fits(frame))
         return fail(frame, kNoRaster);
     return 0;
 }
@@ -231,7 +238,6 @@ PF_Err softenSource(PipelineFrame& frame) {
         if (const PF_Err code = addRaster(frame, frame.rasters.edged, frame.rasters.work, edged))
             return fail(frame, code);
         frame.sourceInfo.data = edged.data;
-        frame.sourceInfo.format = edged.format;
         frame.sourceInfo.rowBytes = edged.rowBytes;
     }
     copyRows(frame.workInfo, frame.sourceInfo);
@@ -254,7 +260,7 @@ PF_Err renderSample(PipelineFrame& frame, int index) {
     if (!frame.hostSettings)
         ownSettings = wholeImageSettings(frame.workInfo.width, frame.workInfo.height);
     RenderSettings* settings = frame.hostSettings ? frame.hostSettings : &ownSettings;
-    setSample(*settings, frame.core, pose, frame.workInfo.format);
+    setSample(*settings, frame.core, pose, frame.format);
     setSample(frame.core, pose);
     useCamera(frame, time);
 

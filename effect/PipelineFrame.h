@@ -26,9 +26,12 @@ enum class PassPlan {
 };
 
 struct PipelineFrame {
-    explicit PipelineFrame(PluginHost_API* pluginHost) : host(pluginHost), rasters(pluginHost) {}
+    PipelineFrame(PluginHost_API* pluginHost, QV_RasterFormat outputFormat, int bytesOfPixel)
+        : host(pluginHost), format(outputFormat), pixelBytes(bytesOfPixel), rasters(pluginHost) {}
 
     PluginHost_API* host;
+    QV_RasterFormat format;  ///< of the output, and so of every image
+    int pixelBytes;
     RenderArguments args{};
     std::int32_t motionBlur = kMotionBlurOff;
     /// The record that the host object carries, or null. Without one each sample has its own.
@@ -57,8 +60,10 @@ bool hasOwnFrame(PipelineFrame const& frame);
 PF_Err readFrame(PipelineFrame& frame);
 
 /// Makes the working copy and wraps the output. 0; or why there is no working copy, or 1 when the
-/// host describes an image in another format or without pixels. The output is then cleared.
-PF_Err takeWorkingCopy(PipelineFrame& frame, QV_RasterFormat format);
+/// host describes an image without pixels, or with rows too short for the output's format, which
+/// all images are taken to have, or the output in another format than at first. The output is then
+/// cleared.
+PF_Err takeWorkingCopy(PipelineFrame& frame);
 
 /// Plans the samples and makes what they need beside the working copy. Result as before.
 PF_Err prepareSamples(PipelineFrame& frame);

@@ -8,6 +8,7 @@
 
 #include "Transform/Common/PixelTraits.h"
 #include "Transform/Common/Transform_Core_Render/PixelRows.h"
+#include "host/Truncation.h"
 
 /// Alpha of every pixel becomes `alpha`.
 template <class Trait>
@@ -20,6 +21,7 @@ void setAlpha(QV_RasterInfo const& info, typename Trait::Channel alpha) {
 ///   8 bits   i = (int)((float)opacity 255)     a' = (a i + 128) >> 8
 ///   15 bits  i = (int)((float)opacity 32768)   a' = (a i + 16384) >> 15
 ///   float    a' = a (float)opacity
+/// In integers an opacity outside 0..1 counts as the nearer end, what is no number as 0.
 template <class Trait>
 void multiplyAlpha(QV_RasterInfo const& info, double opacity) {
     using Channel = typename Trait::Channel;
@@ -29,7 +31,8 @@ void multiplyAlpha(QV_RasterInfo const& info, double opacity) {
     } else {
         constexpr int kShift = Trait::kWhite == 255 ? 8 : 15;
         constexpr unsigned kHalf = 1u << (kShift - 1);
-        const auto whole = static_cast<unsigned>(static_cast<int>(factor * Trait::kWhite));
+        const auto whole =
+            static_cast<unsigned>(static_cast<float>(limitedOpacity(factor)) * Trait::kWhite);
         forEachPixel<Channel>(info, [whole](Channel* pixel) {
             Channel& a = pixel[Trait::kAlpha];
             a = static_cast<Channel>((a * whole + kHalf) >> kShift);

@@ -17,7 +17,7 @@ SamplePlan planSamples(PluginHost_API* host, RenderArguments const& args, std::i
         angle = host->getShutterAngle();
         phase = host->getShutterPhase();
     }
-    const int samples = static_cast<int>(args.samples + 0.5);
+    const int samples = truncatedToInt32(args.samples + 0.5);
     plan.start = truncatedToInt32(now + timeStep * phase);
     plan.blurOn = angle != 0 && samples >= 2;
     plan.readsAtTime = plan.blurOn || plan.start != now;

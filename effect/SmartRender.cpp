@@ -11,6 +11,7 @@
 #include "effect/PassRecords.h"
 #include "host/PluginHost_AE_Impl.h"
 #include "host/PluginRaster_AE_Impl.h"
+#include "host/Truncation.h"
 
 namespace {
 
@@ -29,8 +30,8 @@ struct ScaledSizes {
 ScaledSizes scaledSizes(PF_InData const& in_data, CheckedOutParams& params) {
     const double dsx = scaleOf(in_data.downsample_x), dsy = scaleOf(in_data.downsample_y);
     const A_long grow = params[kParamGrowBounds].u.sd.value;
-    return {static_cast<int>(dsx * grow), static_cast<int>(dsy * grow),
-            static_cast<int>(in_data.width * dsx), static_cast<int>(in_data.height * dsy)};
+    return {truncatedToInt32(dsx * grow), truncatedToInt32(dsy * grow),
+            truncatedToInt32(in_data.width * dsx), truncatedToInt32(in_data.height * dsy)};
 }
 
 /// Far beyond any layer: what the host wants of the output says nothing of what the pins need.
@@ -175,8 +176,10 @@ PF_Err SmartPreRender(PF_InData* in_data, PF_OutData*, PF_ParamDef**, PF_LayerDe
 
     const ScaledSizes sizes = scaledSizes(*in_data, params);
     PF_PreRenderOutput& answer = *extra->output;
-    answer.result_rect = {-sizes.marginX, -sizes.marginY, sizes.marginX + sizes.layerWidth,
-                          sizes.marginY + sizes.layerHeight};
+    answer.result_rect = {truncatedToInt32(-1.0 * sizes.marginX),
+                          truncatedToInt32(-1.0 * sizes.marginY),
+                          truncatedToInt32(1.0 * sizes.marginX + sizes.layerWidth),
+                          truncatedToInt32(1.0 * sizes.marginY + sizes.layerHeight)};
     answer.max_result_rect = answer.result_rect;
     answer.solid = 0;
     answer.flags |= PF_RenderOutputFlag_RETURNS_EXTRA_PIXELS;

@@ -6,6 +6,7 @@
 
 #include "RenderLib/Transform/CommonRender_progressiveBlur.h"
 #include "Transform/Common/Transform_Core_Render/ProgressiveBlurKind.h"
+#include "host/Truncation.h"
 
 namespace {
 
@@ -30,7 +31,7 @@ int fadeExtent(RenderArguments const& args, SuperSampleScene const& scene) {
     const double m = std::max(w, h) * args.superSampleEdge * 0.03125;
     if (!(m > 0)) return 0;
     const double limit = std::min((w >> 1) - 1, (h >> 1) - 1);
-    return static_cast<int>(std::max(std::min(scene.scale * m + 0.5, limit), 2.0));
+    return std::max(truncatedToInt32(std::min(scene.scale * m + 0.5, limit)), 2);
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 
 #include "host/PluginRaster_AE_Impl.h"
 #include "host/SuiteAccess.h"
+#include "host/Truncation.h"
 
 namespace {
 
@@ -98,8 +99,8 @@ void PluginHost_AE_Impl::setOutputRaster(PluginRaster_API* raster) {
 }
 
 void PluginHost_AE_Impl::getSourceLayerDimensions(int& width, int& height) {
-    width = static_cast<int>(in_data->width * getScaleX());
-    height = static_cast<int>(in_data->height * getScaleY());
+    width = truncatedToInt32(in_data->width * getScaleX());
+    height = truncatedToInt32(in_data->height * getScaleY());
 }
 
 // Clearing and copying.

@@ -52,7 +52,8 @@ public:
     PluginRaster_API* getInputRaster(int index) override;
     PluginRaster_API* getOutputRaster() override;
     /// A cleared world of 8, 15 bits or, on a modern call, float. A refusal of the world, or of its
-    /// clearing, gives null, with the host's code in `error`; a depth that the host has no images of gives null with 0.
+    /// clearing, gives null, with the host's code in `error`; a depth that the host has no images
+    /// of gives null with 0.
     PluginRaster_API* allocRaster(int width, int height, PixelType type, int& error,
                                   int flags) override;
     /// 8 bits only: any other depth gives null, and the record stays the caller's. Otherwise the

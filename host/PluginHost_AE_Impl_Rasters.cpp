@@ -164,16 +164,11 @@ PluginRaster_API* PluginHost_AE_Impl::allocRaster(RasterInfo* info) {
 int PluginHost_AE_Impl::deallocRaster(PluginRaster_API* raster) {
     PluginRaster_AE_Impl* aeRaster = raster ? raster->getAERaster() : nullptr;
     if (!aeRaster || !aeRaster->world) return 0;
-    // By the road that it came; the format may be refused by now.
-    const PixelType type =
-        aeRaster->madeBySuite ? PluginRaster_API::kPixelTypeFloat : aeRaster->getPixelType();
-    PF_Err err;
-    if (tellsPixelFormats() && !isCallbackDepth(type)) {
-        if (type != PluginRaster_API::kPixelTypeFloat) return 1;
-        err = worldSuite->PF_DisposeWorld(in_data->effect_ref, aeRaster->world);
-    } else {
-        err = in_data->utils->dispose_world(in_data->effect_ref, aeRaster->world);
-    }
+    // By the road that it came. Its format is not asked for again: a refusal would put the frame in
+    // doubt, which may be finished by now.
+    const PF_Err err = aeRaster->madeBySuite
+                           ? worldSuite->PF_DisposeWorld(in_data->effect_ref, aeRaster->world)
+                           : in_data->utils->dispose_world(in_data->effect_ref, aeRaster->world);
     delete aeRaster->world;
     aeRaster->world = nullptr;
     return err;

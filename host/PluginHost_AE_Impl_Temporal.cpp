@@ -12,6 +12,7 @@
 #include "host/ChannelOrder.h"
 #include "host/PluginHost_AE_Impl.h"
 #include "host/PluginRaster_AE_Impl.h"
+#include "host/Truncation.h"
 
 using RasterInfo = PluginHost_API::RasterInfo;
 
@@ -75,7 +76,7 @@ int withinLayer(double time, A_long totalTime) {
 PF_CompositeMode compositeMode(int mode, double opacity, bool isDeep) {
     PF_CompositeMode result{};
     result.xfer = static_cast<PF_Xfer_Mode>(mode);
-    result.opacity = static_cast<A_u_char>(static_cast<int>(255.0 * opacity));
+    result.opacity = static_cast<A_u_char>(255.0 * limitedOpacity(opacity));
     if (isDeep) result.opacitySu = static_cast<A_u_short>(((result.opacity << 15) + 128) / 255);
     return result;
 }
@@ -96,7 +97,8 @@ int PluginHost_AE_Impl::blend(int mode, double opacity, double fromOpacity, Plug
     PF_EffectWorld* toWorld = to->getAERaster()->world;
     const bool isDeep = (fromWorld->world_flags & PF_WorldFlag_DEEP) != 0;
     const PF_CompositeMode composite = compositeMode(mode, opacity, isDeep);
-    const int scale = static_cast<int>(255.0 * fromOpacity);
+    const double fade = limitedOpacity(fromOpacity);
+    const int scale = static_cast<int>(255.0 * fade);
 
     int err = PF_Err_NONE;
     PluginRaster_API* foreground =
@@ -111,7 +113,7 @@ int PluginHost_AE_Impl::blend(int mode, double opacity, double fromOpacity, Plug
         RasterInfo info{};
         getRasterInfo(to, &info);
         err = m_queryError ? m_queryError : isDescribed(info) ? PF_Err_NONE : kNoPixels;
-        if (!err) fadeImage(info, scale, fromOpacity);
+        if (!err) fadeImage(info, scale, fade);
     }
     if (!err && !in_data->utils->transfer_rect) err = PF_Err_INVALID_CALLBACK;
     if (!err) {

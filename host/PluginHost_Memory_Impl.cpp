@@ -4,6 +4,8 @@
 
 #include <cmath>
 
+#include "host/Truncation.h"
+
 namespace {
 
 constexpr int kNoSuchThing = 1;
@@ -104,14 +106,14 @@ int PluginHost_Memory_Impl::GetAngleValue(int index, int kind, TimeObject const&
 int PluginHost_Memory_Impl::GetIntValue(int index, int, TimeObject const& time, int& value) {
     Value v;
     if (const int code = read(index, time, v)) return code;
-    value = static_cast<int>(v.x);
+    value = truncatedToInt32(v.x);
     return 0;
 }
 
 int PluginHost_Memory_Impl::GetUIntValue(int index, int, TimeObject const& time, unsigned& value) {
     Value v;
     if (const int code = read(index, time, v)) return code;
-    value = static_cast<unsigned>(v.x);
+    value = static_cast<unsigned>(truncatedToInt32(v.x));
     return 0;
 }
 

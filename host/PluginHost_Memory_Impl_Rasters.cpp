@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "host/ChannelOrder.h"
+#include "host/Truncation.h"
 
 namespace {
 
@@ -196,8 +197,8 @@ void PluginHost_Memory_Impl::getRasterInfo(PluginRaster_API* raster, RasterInfo*
 void PluginHost_Memory_Impl::getSourceLayerDimensions(int& width, int& height) {
     RasterInfo input{};
     getInputRasterInfo(0, &input);
-    width = static_cast<int>(input.width / m_scaleX);
-    height = static_cast<int>(input.height / m_scaleY);
+    width = truncatedToInt32(input.width / m_scaleX);
+    height = truncatedToInt32(input.height / m_scaleY);
 }
 
 // ---- Raster objects

@@ -1,4 +1,4 @@
-// From double to the host's 32-bit numbers.
+// From double to the host's whole numbers and fractions, defined for every double.
 #pragma once
 
 #include <cmath>
@@ -13,3 +13,6 @@ inline std::int32_t truncatedToInt32(double value) {
     if (value <= kLeast) return kLeast;
     return value >= kMost ? kMost : static_cast<std::int32_t>(value);
 }
+
+/// A fraction of full opacity, limited to 0..1; 0 for what is no number.
+inline double limitedOpacity(double value) { return value > 0 ? (value < 1 ? value : 1) : 0; }

@@ -1,4 +1,6 @@
 // What the user does with the effect's controls, and how the effect shows them.
+#include <cstring>
+
 #include "hostkit/host_impl.h"
 
 namespace zelk {
@@ -20,15 +22,26 @@ CommandResult Host::updateParamsUi(FrameRequest const& frame) {
 
 namespace {
 
+/// What is wrong with a record that is to tell a control's look: it has to be a copy of the
+/// command's own in all but its look. Null when nothing is.
+char const* faultOf(PF_ParamDef const& def, PF_ParamDef const& own) {
+    if (&def == &own) return "the host's own record, expected a copy";
+    if (def.uu.change_flags) return "a record marked as changed";
+    return std::memcmp(&def.u, &own.u, sizeof def.u) ? "another value than the record's" : nullptr;
+}
+
 PF_Err updateParamUi(PF_ProgPtr effectRef, A_long index, PF_ParamDef const* def) {
-    return answerCall(
-        "PF Param Utils Suite 1/PF_UpdateParamUI", effectRef, [&](Host::Impl& host) -> PF_Err {
-            auto& all = host.parameters;
-            if (!def || index < 1 || index >= static_cast<A_long>(all.size()))
-                return PF_Err_BAD_CALLBACK_PARAM;
-            all[static_cast<std::size_t>(index)].isEnabled = !(def->ui_flags & PF_PUI_DISABLED);
-            return PF_Err_NONE;
-        });
+    return answerCall("PF Param Utils Suite 1/PF_UpdateParamUI", effectRef,
+                      [&](Host::Impl& host) -> PF_Err {
+                          auto& all = host.parameters;
+                          if (!def || index < 1 || index >= static_cast<A_long>(all.size()))
+                              return PF_Err_BAD_CALLBACK_PARAM;
+                          PF_ParamDef* const* const own = host.running.params;
+                          if (char const* const fault = own ? faultOf(*def, *own[index]) : nullptr)
+                              host.monitor.noteMistake(std::string("PF_UpdateParamUI: ") + fault);
+                          all[static_cast<std::size_t>(index)].current.ui_flags = def->ui_flags;
+                          return PF_Err_NONE;
+                      });
 }
 
 constexpr PF_ParamUtilsSuite1 kParamUtilsSuite = {updateParamUi};

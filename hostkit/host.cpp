@@ -9,6 +9,7 @@
 #include <numeric>
 
 #include "hostkit/host_impl.h"
+#include "hostkit/pixel_ops.h"
 #include "platform/services/Handles.h"
 
 namespace zelk {
@@ -35,6 +36,16 @@ PF_RationalScale ratioOf(double value) {
 /// The one interface version whose effect brings points to the render's resolution by itself.
 bool effectScalesPoints(HostIdentity const& identity) {
     return identity == HostIdentity{kAppPremierePro, {12, 4}};
+}
+
+/// The asked part of an image, in the image's pixels.
+PF_Rect extentOf(World const& world, std::optional<PF_LRect> const& asked) {
+    if (!asked) return world.record()->extent_hint;
+    PF_LRect const whole = world.bounds(), part = meet(whole, *asked);
+    auto const side = [](A_long at, A_long from) { return static_cast<A_short>(at - from); };
+    if (part.right <= part.left) return {};
+    return {side(part.top, whole.top), side(part.left, whole.left), side(part.bottom, whole.top),
+            side(part.right, whole.left)};
 }
 
 std::string messageOf(PF_OutData const& out) {
@@ -177,7 +188,7 @@ PF_InData Host::Impl::inDataFor(CommandScene const& what) {
     if (World const* const input = what.input) {
         if (in.width <= 0) in.width = input->width() * frame.downsample;
         if (in.height <= 0) in.height = input->height() * frame.downsample;
-        in.extent_hint = input->record()->extent_hint;
+        in.extent_hint = extentOf(*input, what.asked);
     }
     in.downsample_x = in.downsample_y = {1, static_cast<A_u_long>(frame.downsample)};
     in.pixel_aspect_ratio = ratioOf(frame.pixelAspect);
@@ -223,6 +234,7 @@ CommandResult Host::Impl::run(A_long which, CommandScene const& what, bool withP
     RunningHost const scope(*this, {which, &what, &out});
     refusedParameters.clear();
     ParamArray params = withParameters ? ParamArray(*this) : ParamArray();
+    running.params = params.data();
 
     CommandResult result;
     try {
@@ -255,7 +267,11 @@ Host::Host(std::filesystem::path const& module, HostOptions const& options)
             fmt::format("{}: {} failed with {}{}", module.string(), name, result.code, told),
             result.code);
     };
-    require("PF_Cmd_GLOBAL_SETUP", globalSetup());
+    CommandResult const setUp = globalSetup();
+    require("PF_Cmd_GLOBAL_SETUP", setUp);
+    requireToldAnswer(module, resource(),
+                      {effectVersion(), setUp.outFlags, setUp.outFlags2, options.initialOutFlags,
+                       options.initialOutFlags2});
     require("PF_Cmd_PARAMS_SETUP", paramsSetup());
 }
 
@@ -301,6 +317,7 @@ CommandResult Host::globalSetdown() {
 CommandResult Host::bareCommand(A_long command) { return m_impl->run(command, {}, false); }
 
 HostIdentity const& Host::identity() const { return m_impl->options.identity; }
+ModuleResource const& Host::resource() const { return m_impl->module.resource(); }
 A_u_long Host::effectVersion() const { return m_impl->effectVersion; }
 A_long Host::announcedParamCount() const { return m_impl->announcedParamCount; }
 bool Host::supportsSmartRender() const {

@@ -10,9 +10,9 @@
 #pragma once
 
 #include <filesystem>
+#include <map>
 #include <memory>
 #include <optional>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -20,6 +20,7 @@
 #include "hostkit/comp.h"
 #include "hostkit/error.h"
 #include "hostkit/host_identity.h"
+#include "hostkit/module_resource.h"
 #include "hostkit/parameters.h"
 #include "hostkit/world.h"
 #include "platform/effect_api/effect_api.h"
@@ -60,6 +61,9 @@ struct PreRenderDataDeleter {
     }
 };
 
+/// What an effect asks of layers, by its own identifiers of the check-outs.
+using LayerRequests = std::map<A_long, PF_RenderRequest>;
+
 /// What a smart render agreed on before it draws. Rectangles in pixels of the layer at the render's
 /// resolution, half-open. It must not outlive its Host, whose effect frees the data in it.
 struct PreRenderResult {
@@ -69,15 +73,16 @@ struct PreRenderResult {
     A_short flags = 0;                       ///< PF_RenderOutputFlag_*
     Depth depth = Depth::k8;                 ///< of the frame, as the host told it
     PF_LRect asked{};                        ///< the output that the host asked for
-    std::set<A_long> agreed;                 ///< identifiers of the layers that were checked out
-    PF_RenderRequest layerRequest{};         ///< what was asked of the last of them
+    LayerRequests agreed;                    ///< what was asked of the layers
+    PF_RenderRequest layerRequest{};         ///< of the last identifier
     std::unique_ptr<void, PreRenderDataDeleter> data;  ///< the effect's own
 };
 
 class Host {
 public:
     /// Loads the module and runs PF_Cmd_GLOBAL_SETUP and PF_Cmd_PARAMS_SETUP. Throws HostError when
-    /// the module is missing, exports no entry, or a set-up command fails.
+    /// the module is missing, exports no entry, a set-up command fails, or the module announces
+    /// another version or other flags than its resource.
     Host(std::filesystem::path const& module, HostOptions const& options = {});
     /// Loads the module and runs no command yet.
     static std::unique_ptr<Host> loadOnly(std::filesystem::path const& module,
@@ -94,6 +99,7 @@ public:
     CommandResult bareCommand(A_long command);
 
     HostIdentity const& identity() const;
+    ModuleResource const& resource() const;  ///< what the module's resource says of it
     A_u_long effectVersion() const;      ///< my_version as the effect announced it
     A_long announcedParamCount() const;  ///< out_data->num_params
     bool supportsSmartRender() const;    ///< as the global set-up announced
@@ -118,10 +124,16 @@ public:
     /// float images in a host that is not modern.
     WorldSpec worldSpec(int width, int height, Depth depth) const;
 
-    /// PF_Cmd_RENDER of `input` into `output` (both of this host's layout, same size and depth;
-    /// HostError otherwise). Points go to the effect multiplied by 1 / downsample, except to "PrMr"
-    /// 12.4, where the effect does it.
-    CommandResult render(World& input, World& output, FrameRequest const& frame);
+    // A layer is a still: it is lent as it is at every time that an effect names. Its image may be
+    // smaller or larger than the layer and start anywhere in it (World::setOrigin); `frame` tells
+    // the layer's own size then. partOf (hostkit/pixel_ops.h) takes a part out of a rendered one.
+
+    /// PF_Cmd_RENDER of `input` into `output` (both of this host's layout, of the same part of the
+    /// layer and the same depth; HostError otherwise). The effect is told in its extent_hint that
+    /// only `asked` of them is wanted, nothing for all. Points go to the effect multiplied by
+    /// 1 / downsample, except to "PrMr" 12.4, where the effect does it.
+    CommandResult render(World& input, World& output, FrameRequest const& frame,
+                         std::optional<PF_LRect> const& asked = std::nullopt);
 
     /// PF_Cmd_SMART_PRE_RENDER: asks the effect what it would draw of `asked` (nothing stands for
     /// the layer's bounds) from `layer`, null for a layer without pixels, whose size `frame` then
@@ -131,7 +143,9 @@ public:
     /// The world that smartRender draws into: of the size of the agreed rectangle, its origin the
     /// rectangle's corner. HostError for an answer that can't be drawn.
     World outputFor(PreRenderResult const& agreed) const;
-    /// PF_Cmd_SMART_RENDER into a world of outputFor. `layer` and `frame` as in the pre-render.
+    /// PF_Cmd_SMART_RENDER into a world of outputFor. `layer` and `frame` as in the pre-render. Of
+    /// the layer the effect gets what it asked for: the layer itself when that is all of it, a copy
+    /// of the part with the part's origin, or no image when nothing lies there.
     CommandResult smartRender(World* layer, World& output, PreRenderResult const& agreed,
                               FrameRequest const& frame);
 

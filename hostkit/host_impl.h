@@ -28,13 +28,18 @@ struct Moment {
     A_u_long scale = 0;
 };
 
+/// The pixels of a layer that a check-out asked for, as long as the effect may name them.
+struct LentPart {
+    World part;                     ///< none when all of the layer is asked for, or nothing of it
+    std::optional<LentWorld> lent;  ///< of `part`
+};
+
 /// The smart render protocol's state within one command.
 struct SmartScene {
     World* layer = nullptr;   ///< null for a layer without pixels
     World* output = nullptr;  ///< null in a pre-render
-    /// Check-out identifiers: agreed on by the pre-render, and those whose pixels are out.
-    std::set<A_long> agreed, pixelsOut;
-    PF_RenderRequest layerRequest{};  ///< of the last check-out
+    LayerRequests agreed;     ///< of the pre-render, by identifier
+    std::map<A_long, LentPart> pixelsOut;
 };
 
 /// What a command works on besides the effect's own state.
@@ -44,6 +49,7 @@ struct CommandScene {
     World* output = nullptr;
     void* extra = nullptr;
     SmartScene* smart = nullptr;
+    std::optional<PF_LRect> asked;  ///< the part of a plain render that is wanted; unless told, all
 };
 
 /// Null pointers between commands.
@@ -51,6 +57,7 @@ struct RunningCommand {
     A_long command = -1;
     CommandScene const* scene = nullptr;
     PF_OutData* outData = nullptr;
+    PF_ParamDef* const* params = nullptr;  ///< the command's own records, if it has any
 };
 
 struct Host::Impl {
@@ -161,8 +168,6 @@ struct OfferedSuite {
     bool modernOnly = false;
 };
 
-/// Layer time and comp time, which are one clock here.
-bool isTimeMode(AEGP_LTimeMode mode);
 std::span<OfferedSuite const> projectSuites();
 std::span<OfferedSuite const> keyframeSuites();
 std::span<OfferedSuite const> toolSuites();

@@ -82,7 +82,9 @@ A_Err insertKeyframe(AEGP_StreamRefH stream, AEGP_LTimeMode mode, A_Time const* 
                      A_long* index) {
     return answerStreamCall("AEGP Keyframe Suite 3/AEGP_InsertKeyframe", stream,
                             [&](Host::Impl&, Parameter& parameter) -> PF_Err {
-                                if (!isTimeMode(mode) || !time || !index) return kRefused;
+                                // Comp time is this clock only where a layer starts at 0.
+                                if (mode != AEGP_LTimeMode_LayerTime || !time || !index)
+                                    return kRefused;
                                 *index = static_cast<A_long>(parameter.editTrack().insert(
                                     {time->value, time->scale}, keyValueOf(parameter.current)));
                                 return PF_Err_NONE;

@@ -26,11 +26,12 @@ struct Parameter {
     PF_ParamDef current{};
     std::vector<std::string> choices;  ///< entries of a popup, separators included
     std::string label;                 ///< a checkbox's own label
-    bool isEnabled = true;             ///< not greyed out; as the effect told it last
 
     PF_ParamType type() const { return registered.param_type; }
     A_long diskId() const { return registered.uu.id; }
     std::string_view displayName() const { return registered.name; }
+    /// Not greyed out, as the effect told it last: `current` keeps the ui_flags.
+    bool isEnabled() const { return !(current.ui_flags & PF_PUI_DISABLED); }
     bool hasValue() const;  ///< false for the layer, group marks and kinds without data
     /// May have keyframes: its value is made of numbers and the effect did not forbid it.
     bool canVaryInTime() const;

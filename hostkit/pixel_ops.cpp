@@ -33,6 +33,29 @@ Bounds Bounds::meet(Bounds const& other) const {
             std::min(bottom, other.bottom)};
 }
 
+PF_LRect meet(PF_LRect const& a, PF_LRect const& b) {
+    PF_LRect const common = {std::max(a.left, b.left), std::max(a.top, b.top),
+                             std::min(a.right, b.right), std::min(a.bottom, b.bottom)};
+    bool const isEmpty = common.right <= common.left || common.bottom <= common.top;
+    return isEmpty ? PF_LRect{} : common;
+}
+
+World partOf(World const& world, PF_LRect const& rect) {
+    PF_LRect const whole = world.bounds(), part = meet(whole, rect);
+    if (part.right <= part.left) return {};
+    WorldSpec spec = world.spec();
+    spec.width = part.right - part.left;
+    spec.height = part.bottom - part.top;
+    World result(spec);
+    result.setOrigin(part.left, part.top);
+    auto const left = static_cast<A_short>(part.left - whole.left);
+    auto const top = static_cast<A_short>(part.top - whole.top);
+    PF_Rect const from = {top, left, static_cast<A_short>(top + spec.height),
+                          static_cast<A_short>(left + spec.width)};
+    copyPixels(world, result, &from, nullptr);
+    return result;
+}
+
 bool sameLayout(World const& a, World const& b) {
     return a.depth() == b.depth() && a.spec().bgra == b.spec().bgra;
 }

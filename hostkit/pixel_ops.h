@@ -22,6 +22,13 @@ struct Bounds {
     Bounds meet(Bounds const& other) const;  ///< what both have; perhaps empty
 };
 
+/// What two parts of a layer have in common; all zeros for nothing.
+PF_LRect meet(PF_LRect const& a, PF_LRect const& b);
+
+/// The pixels of `world` that lie in `rect` of the layer, with their origin; an image without
+/// record where there are none.
+World partOf(World const& world, PF_LRect const& rect);
+
 /// Depth and channel order are the same.
 bool sameLayout(World const& a, World const& b);
 

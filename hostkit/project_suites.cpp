@@ -151,6 +151,11 @@ A_Err disposeEffect(AEGP_EffectRefH effect) {
     });
 }
 
+/// Layer time and comp time are one clock here.
+bool isTimeMode(AEGP_LTimeMode mode) {
+    return mode == AEGP_LTimeMode_LayerTime || mode == AEGP_LTimeMode_CompTime;
+}
+
 A_Err getLayerStreamValue(AEGP_LayerH layer, AEGP_LayerStream which, AEGP_LTimeMode mode,
                           A_Time const* time, PF_Boolean, AEGP_StreamVal* value,
                           A_long* streamType) {
@@ -186,10 +191,6 @@ constexpr OfferedSuite kProjectSuites[] = {
 };
 
 }  // namespace
-
-bool isTimeMode(AEGP_LTimeMode mode) {
-    return mode == AEGP_LTimeMode_LayerTime || mode == AEGP_LTimeMode_CompTime;
-}
 
 std::span<OfferedSuite const> projectSuites() { return kProjectSuites; }
 

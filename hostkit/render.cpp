@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 
 #include "hostkit/host_impl.h"
+#include "hostkit/pixel_ops.h"
 
 namespace zelk {
 namespace {
@@ -14,8 +15,10 @@ void require(bool holds, char const* what) {
     if (!holds) throw HostError(what);
 }
 
-PF_LRect boundsOf(World const* world) {
-    return world ? PF_LRect{0, 0, world->width(), world->height()} : PF_LRect{};
+PF_LRect boundsOf(World const* world) { return world ? world->bounds() : PF_LRect{}; }
+
+bool isSame(PF_LRect const& a, PF_LRect const& b) {
+    return a.left == b.left && a.top == b.top && a.right == b.right && a.bottom == b.bottom;
 }
 
 bool isEmpty(PF_LRect const& r) { return r.right <= r.left || r.bottom <= r.top; }
@@ -35,18 +38,32 @@ PF_Err checkoutLayer(PF_ProgPtr effectRef, A_long index, A_long id, PF_RenderReq
         SmartScene* const smart = smartScene(host);
         if (!smart || !request || !result) return PF_Err_BAD_CALLBACK_PARAM;
         if (index != 0) return PF_Err_INVALID_INDEX;
-        if (!smart->agreed.insert(id).second) {
+        if (!smart->agreed.emplace(id, *request).second) {
             host.monitor.noteMistake("checkout_layer: an identifier used twice");
             return PF_Err_BAD_CALLBACK_PARAM;
         }
-        smart->layerRequest = *request;
         *result = {};
-        result->result_rect = result->max_result_rect = boundsOf(smart->layer);
+        result->max_result_rect = boundsOf(smart->layer);
+        result->result_rect = meet(request->rect, result->max_result_rect);
         result->par = host.pixelAspect();
-        result->ref_width = result->result_rect.right;
-        result->ref_height = result->result_rect.bottom;
+        FrameRequest const& frame = host.running.scene->frame;
+        PF_LRect const& whole = result->max_result_rect;
+        result->ref_width =
+            frame.layerWidth > 0 ? frame.layerWidth / frame.downsample : whole.right - whole.left;
+        result->ref_height =
+            frame.layerHeight > 0 ? frame.layerHeight / frame.downsample : whole.bottom - whole.top;
         return PF_Err_NONE;
     });
+}
+
+/// The image of the layer's part in `rect`; null where it has no pixels.
+PF_EffectWorld* lendPart(Host::Impl& host, SmartScene const& smart, PF_LRect const& rect,
+                         LentPart& out) {
+    if (!smart.layer) return nullptr;
+    if (contains(rect, smart.layer->bounds())) return smart.layer->record();
+    out.part = partOf(*smart.layer, rect);
+    if (out.part.record()) out.lent.emplace(host.worlds, out.part);
+    return out.part.record();
 }
 
 PF_Err checkoutLayerPixels(PF_ProgPtr effectRef, A_long id, PF_EffectWorld** pixels) {
@@ -54,12 +71,18 @@ PF_Err checkoutLayerPixels(PF_ProgPtr effectRef, A_long id, PF_EffectWorld** pix
     return answerCall("checkout_layer_pixels", effectRef, [&](Host::Impl& host) -> PF_Err {
         SmartScene* const smart = smartScene(host);
         if (!smart || !pixels) return PF_Err_BAD_CALLBACK_PARAM;
-        if (!smart->agreed.count(id) || !smart->pixelsOut.insert(id).second) {
+        auto const asked = smart->agreed.find(id);
+        if (asked == smart->agreed.end() || smart->pixelsOut.count(id)) {
             host.monitor.noteMistake(
                 "checkout_layer_pixels: not a layer that the pre-render asked for, or out already");
             return PF_Err_BAD_CALLBACK_PARAM;
         }
-        if (smart->layer) *pixels = smart->layer->record();
+        try {
+            *pixels = lendPart(host, *smart, asked->second.rect, smart->pixelsOut[id]);
+        } catch (HostError const& error) {
+            smart->pixelsOut.erase(id);
+            return error.code();
+        }
         return PF_Err_NONE;
     });
 }
@@ -95,7 +118,7 @@ PF_RenderRequest requestOf(PF_LRect const& rect, FrameRequest const& frame) {
 
 /// A layer without pixels leaves the scene without an input: its size is the frame's alone.
 CommandScene sceneOf(World* layer, FrameRequest const& frame, SmartScene& smart, void* extra) {
-    CommandScene scene{frame, layer, nullptr, extra, &smart};
+    CommandScene scene{frame, layer, nullptr, extra, &smart, std::nullopt};
     require(layer || (frame.layerWidth > 0 && frame.layerHeight > 0),
             "a frame of a layer without pixels needs the layer's size");
     return scene;
@@ -128,17 +151,17 @@ void Host::Impl::requireOwnLayout(World const& world) const {
             "an image of a render has not the layout that this host gives its effects");
 }
 
-CommandResult Host::render(World& input, World& output, FrameRequest const& frame) {
+CommandResult Host::render(World& input, World& output, FrameRequest const& frame,
+                           std::optional<PF_LRect> const& asked) {
     require(input.record() && output.record(), "a render needs an input and an output image");
-    require(input.width() == output.width() && input.height() == output.height() &&
-                input.depth() == output.depth(),
-            "input and output of a render differ in size or depth, expected one size and depth");
+    require(isSame(input.bounds(), output.bounds()) && input.depth() == output.depth(),
+            "input and output of a render differ in size, origin or depth, expected them alike");
     require(frame.downsample >= 1, "the downsample factor of a render is below 1");
     m_impl->requireOwnLayout(input);
     m_impl->requireOwnLayout(output);
     LentWorld const lentInput(m_impl->worlds, input);
     LentWorld const lentOutput(m_impl->worlds, output);
-    return m_impl->run(PF_Cmd_RENDER, {frame, &input, &output, nullptr, nullptr}, true);
+    return m_impl->run(PF_Cmd_RENDER, {frame, &input, &output, nullptr, nullptr, asked}, true);
 }
 
 PreRenderResult Host::preRender(World* layer, Depth depth, FrameRequest const& frame,
@@ -165,8 +188,8 @@ PreRenderResult Host::preRender(World* layer, Depth depth, FrameRequest const& f
     result.maxResultRect = answer.max_result_rect;
     result.solid = answer.solid != 0;
     result.flags = answer.flags;
+    if (!smart.agreed.empty()) result.layerRequest = smart.agreed.rbegin()->second;
     result.agreed = std::move(smart.agreed);
-    result.layerRequest = smart.layerRequest;
     result.data = {answer.pre_render_data, {answer.delete_pre_render_data_func}};
     return result;
 }
@@ -177,8 +200,7 @@ World Host::outputFor(PreRenderResult const& agreed) const {
             fmt::format("{}: the pre-render answered {}", m_impl->module.file().string(), fault));
     PF_LRect const& r = agreed.resultRect;
     World world(worldSpec(r.right - r.left, r.bottom - r.top, agreed.depth));
-    world.record()->origin_x = r.left;
-    world.record()->origin_y = r.top;
+    world.setOrigin(r.left, r.top);
     return world;
 }
 

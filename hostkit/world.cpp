@@ -63,6 +63,17 @@ World::World(WorldSpec const& spec) : m_spec(spec) {
     m_record->pix_aspect_ratio = {1, 1};
 }
 
+void World::setOrigin(int x, int y) {
+    m_record->origin_x = x;
+    m_record->origin_y = y;
+}
+
+PF_LRect World::bounds() const {
+    if (!m_record) return {};
+    A_long const left = m_record->origin_x, top = m_record->origin_y;
+    return {left, top, left + width(), top + height()};
+}
+
 PF_PixelFormat World::pixelFormat() const {
     switch (m_spec.depth) {
         case Depth::k16:

@@ -49,6 +49,10 @@ public:
     int width() const { return m_spec.width; }
     int height() const { return m_spec.height; }
     Depth depth() const { return m_spec.depth; }
+    /// Where pixel (0, 0) lies in the layer, pixels; at its corner, (0, 0), unless told.
+    void setOrigin(int x, int y);
+    /// The part of the layer that the image covers, half-open; nothing for an image without record.
+    PF_LRect bounds() const;
     int rowBytes() const { return static_cast<int>(m_record ? m_record->rowbytes : 0); }
 
     std::byte* row(int y) { return m_pixels.get() + static_cast<std::ptrdiff_t>(y) * rowBytes(); }

@@ -85,8 +85,8 @@ struct RenderSettings {
     float sharpenRatio = 0;      ///< argument scale of the second sharpen kernel
     float sharpenAmount = 0;     ///< weight of the second sharpen kernel
     std::int32_t kernelSet = 0;  ///< which set a kernel reads right now
-    /// Row p holds the weights of fraction 2p/255 - 1, rows packed. Filled by calculateLut, and not
-    /// cleared before: no one reads it earlier.
+    /// Row p holds the weights of fraction 2p/255 - 1, rows packed. calculateLut fills
+    /// it before a line function reads it; it is not cleared before.
     float lut[kLutRows * kMaxTaps];
     std::int32_t taps = 0;  ///< per axis: 1, 4, 6, 8 or 10
     double kernelScale = 1.0;

@@ -44,10 +44,8 @@ HostIdentity hostNamed(std::string const& word) {
 }
 
 Setting checkedSetting(std::string const& text) {
+    requireAssignment(text);
     auto const equals = text.find('=');
-    if (equals == std::string::npos) {
-        throw UserError(ExitCode::kUsage, {"--set", "no value in", text, "NAME=VALUE"});
-    }
     std::string const name(trimmed(std::string_view(text).substr(0, equals)));
     auto const index = parameterIndex(name);
     if (!index) {
@@ -183,9 +181,19 @@ void addTimeOptions(TypedOptions const& typed, RenderRequest& request) {
     if (typed.missing) request.missing = pick<MissingInput>(kMissings, "--missing", *typed.missing);
     request.skipExisting = typed.skipExisting;
     request.dryRun = typed.dryRun;
+    if (typed.dryRun && typed.explain)
+        throw UserError(ExitCode::kUsage, {"--explain",
+                                           "tells what a render did, which there is "
+                                           "none of with",
+                                           "--dry-run", "one of the two"});
 }
 
 }  // namespace
+
+void requireAssignment(std::string const& setting) {
+    if (setting.find('=') == std::string::npos)
+        throw UserError(ExitCode::kUsage, {"--set", "no value in", setting, "NAME=VALUE"});
+}
 
 ModuleRequest checkedModule(TypedOptions const& typed) {
     ModuleRequest request;
@@ -195,7 +203,7 @@ ModuleRequest checkedModule(TypedOptions const& typed) {
     return request;
 }
 
-RenderRequest checkedRender(TypedOptions const& asTyped) {
+RenderRequest checkedRender(TypedOptions const& asTyped, bool needsOutput) {
     constexpr int kMostThreads = 1024;
     RenderRequest request;
     std::optional<Project> project;
@@ -210,7 +218,9 @@ RenderRequest checkedRender(TypedOptions const& asTyped) {
     request.noClobber = typed.noClobber;
     request.keepMetadata = !typed.noMetadata;
     request.layer = pictureFile(typed.layer, "LAYER");
-    request.output = required(typed.output, "--output", "-o with the name of a picture file");
+    if (typed.output || needsOutput)
+        request.output = required(typed.output, "--output", "-o with the name of a picture file");
+    request.inPlace = typed.inPlace;
     if (typed.from) request.from = parseCorners("--from", *typed.from);
     if (typed.to) request.to = parseCorners("--to", *typed.to);
     addTracks(typed, request);

@@ -9,9 +9,11 @@
 
 namespace zelk {
 
+/// A usage error unless it is NAME=VALUE.
+void requireAssignment(std::string const& setting);
 ModuleRequest checkedModule(TypedOptions const& typed);
 /// A project that is named fills what was not typed. Throws its input errors too.
-RenderRequest checkedRender(TypedOptions const& typed);
+RenderRequest checkedRender(TypedOptions const& typed, bool needsOutput = true);
 OverlayRequest checkedOverlay(TypedOptions const& typed, std::string const& history);
 DragRequest checkedDrag(TypedOptions const& typed);
 TrackRequest checkedTrack(TypedOptions const& typed);

@@ -203,8 +203,20 @@ void checkProjectCommand(TypedOptions const& typed, std::optional<std::string> c
     if (typed.trackTo)
         throw UserError(ExitCode::kUsage, {"project", "argument too many:", *typed.trackTo,
                                            "what `zelk project --help` lists"});
-    if (what != kNew) {
-        line.project = ProjectRequest{what == kCheck, file, checkedModule(typed), typed.json};
+    if (what != kCheck) {
+        refuseOption(typed.host.has_value(), "--host", verb->c_str(), "zelk project check");
+        refuseOption(typed.module.has_value(), "--module", verb->c_str(), "zelk project check");
+    }
+    if (what == kShow) {
+        line.project = ProjectRequest{file, typed.json};
+        return;
+    }
+    if (what == kCheck) {
+        TypedOptions render;
+        render.project = file;
+        render.host = typed.host;
+        render.module = typed.module;
+        line.projectCheck = ProjectCheck{file, checkedRender(render, false)};
         return;
     }
     NewProject ask;

@@ -113,6 +113,8 @@ void addSceneOptions(CLI::App& command, TypedOptions& typed) {
         "The same into a transparent frame of this size");
     addFlag(command, "Files", "--no-clobber", typed.noClobber,
             "Refuse to replace an existing output");
+    addFlag(command, "Files", "--in-place", typed.inPlace,
+            "Let the output replace its own layer or plate");
     addFlag(command, "Files", "--no-metadata", typed.noMetadata, "Leave the files' metadata out");
     add("Pins", "--to", typed.to, "\"X,Y X,Y X,Y X,Y\"", "To Pins, where the picture goes");
     add("Pins", "--from", typed.from, "\"X,Y X,Y X,Y X,Y\"", "From Pins, what is taken from it");
@@ -264,6 +266,8 @@ void addTrackOptions(CLI::App& command, TypedOptions& typed) {
 
 void addParamsOptions(CLI::App& command, TypedOptions& typed) {
     addFlag(command, "Output", "--json", typed.json, "As a JSON array");
+    addFlag(command, "Output", "--resource", typed.resource,
+            "The module's name, version and flags instead (with --json a JSON object)");
     addModuleOptions(command, typed);
     command.footer(std::string(kParamsExamples) + kExitCodesHelp);
 }

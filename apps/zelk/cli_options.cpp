@@ -24,12 +24,22 @@ namespace {
 
 constexpr char const* kCommands = "render, params, project, overlay, drag or track";
 
-/// `--explain` alone stands for its text form; only the words text and json belong to it.
+/// As the parser takes them. `--explain` alone stands for its text form; only the words text and
+/// json belong to it. `zelk help COMMAND` is `zelk COMMAND --help`.
 std::vector<std::string> wordsOf(int argc, char const* const* argv) {
     std::vector<std::string> words;
-    for (int i = 1; i < argc; ++i) {
+    int first = 1;
+    if (argc > 1 && std::string_view(argv[1]) == "help") {
+        words.emplace_back("--help");
+        if (argc > 2) words.insert(words.begin(), argv[2]);
+        first = 3;
+    }
+    bool isOver = false;  // of the options
+    for (int i = first; i < argc; ++i) {
         words.emplace_back(argv[i]);
         std::string const& word = words.back();
+        isOver = isOver || word == "--";
+        if (isOver) continue;
         // The parser would take the next word for the value.
         if (word.starts_with("--") && word.find('=') == word.size() - 1)
             throw UserError(ExitCode::kUsage, {word.substr(0, word.size() - 1), "no value after",
@@ -131,7 +141,7 @@ struct Grammar {
     }
 };
 
-/// "an option of `zelk render`, such as the near "--quality"".
+/// "an option of `zelk render`, such as the near "--quality"", or where none is near, its help.
 std::string nearestOption(CLI::App const& command, std::string const& word) {
     std::vector<std::string> names;
     for (CLI::Option const* option : command.get_options()) {
@@ -140,29 +150,46 @@ std::string nearestOption(CLI::App const& command, std::string const& word) {
     std::vector<std::string_view> const views(names.begin(), names.end());
     std::string const full =
         command.get_parent() ? "zelk " + command.get_name() : command.get_name();
-    return "an option of `" + full + "`, such as the near \"" +
-           std::string(nearestOf(views.data(), views.size(), word)) + "\"";
+    std::string const near(nearestOf(views.data(), views.size(), word));
+    if (2 * editDistance(near, lowered(word)) > static_cast<int>(word.size()))
+        return "one that `" + full + " --help` lists";
+    return "an option of `" + full + "`, such as the near \"" + near + "\"";
 }
 
-/// Whatever no option took is an error; the first of it is named.
-void refuseExtras(Grammar const& grammar) {
-    for (CLI::App const* command : std::initializer_list<CLI::App const*>{
-             &grammar.app, grammar.render, grammar.params, grammar.project, grammar.overlay,
-             grammar.drag, grammar.track}) {
-        auto const extras = command->remaining();
-        if (extras.empty()) continue;
-        bool const isOption = extras[0].size() > 1 && extras[0][0] == '-';
-        if (isOption) {
-            std::string const name = extras[0].substr(0, extras[0].find('='));
-            throw UserError(ExitCode::kUsage, {command->get_name(), "unknown option", name,
-                                               nearestOption(*command, name)});
-        }
-        if (command == &grammar.app) {
-            throw UserError(ExitCode::kUsage, {"COMMAND", "unknown command", extras[0], kCommands});
-        }
-        throw UserError(ExitCode::kUsage, {command->get_name(), "argument too many:", extras[0],
-                                           "what `zelk " + command->get_name() + " --help` lists"});
+/// What a word that nothing takes was meant to be.
+std::string meantBy(CLI::App const& command, std::string const& word, TypedOptions const& typed) {
+    bool const isPoint = word.find(',') != word.npos && parseNumber(word.substr(0, word.find(',')));
+    if (isPoint) return "corners in one pair of quotes, \"x,y x,y x,y x,y\"";
+    bool const writesPicture = command.get_name() == "render" || command.get_name() == "overlay";
+    if (writesPicture && !typed.output) return "-o before the output";
+    return "what `zelk " + command.get_name() + " --help` lists";
+}
+
+/// Whatever no option took is an error; the first of it is named. The words may have a `--`, after
+/// which there are no options.
+void refuseExtras(Grammar const& grammar, bool hasOptionsEnd) {
+    for (std::string const& setting : grammar.typed.settings) requireAssignment(setting);
+    CLI::App const* command = &grammar.app;
+    std::vector<std::string> extras = grammar.app.remaining();  // also of a command without room
+    for (CLI::App const* each : grammar.app.get_subcommands()) {
+        command = each;
+        auto const own = each->remaining();
+        extras.insert(extras.begin(), own.begin(), own.end());
     }
+    if (hasOptionsEnd) extras.erase(std::remove(extras.begin(), extras.end(), "--"), extras.end());
+    if (extras.empty()) return;
+    std::string const& word = extras[0];
+    bool const isOption =
+        !hasOptionsEnd && word.size() > 1 && word[0] == '-' && !parseNumber(word).has_value();
+    if (isOption) {
+        std::string const name = word.substr(0, word.find('='));
+        throw UserError(ExitCode::kUsage, {command->get_name(), "unknown option", name,
+                                           nearestOption(*command, name)});
+    }
+    if (command == &grammar.app)
+        throw UserError(ExitCode::kUsage, {"COMMAND", "unknown command", word, kCommands});
+    throw UserError(ExitCode::kUsage, {command->get_name(), "argument too many:", word,
+                                       meantBy(*command, word, grammar.typed)});
 }
 
 /// CLI11 finds an option without its value or one given twice; its text starts with the option.
@@ -188,6 +215,7 @@ CommandLine parseCommandLine(int argc, char const* const* argv) {
         std::reverse(words.begin(), words.end());  // as the parser takes them
         grammar.app.parse(words);
     } catch (CLI::CallForHelp const&) {
+        if (std::string_view(argv[1]) == "help") refuseExtras(grammar, false);  // of what
         line.text = grammar.app.help() + "\n";
         return line;
     } catch (CLI::CallForVersion const&) {
@@ -196,7 +224,7 @@ CommandLine parseCommandLine(int argc, char const* const* argv) {
     } catch (CLI::ParseError const& error) {
         throw asUserError(error);
     }
-    refuseExtras(grammar);
+    refuseExtras(grammar, std::find(argv, argv + argc, std::string_view("--")) != argv + argc);
     if (grammar.render->parsed()) {
         line.render = checkedRender(grammar.typed);
         line.render->history = historyOf(argc, argv);
@@ -210,7 +238,8 @@ CommandLine parseCommandLine(int argc, char const* const* argv) {
     } else if (grammar.track->parsed()) {
         line.track = std::make_shared<TrackRequest const>(checkedTrack(grammar.typed));
     } else if (grammar.params->parsed()) {
-        line.params = ParamsRequest{checkedModule(grammar.typed), grammar.typed.json};
+        line.params =
+            ParamsRequest{checkedModule(grammar.typed), grammar.typed.json, grammar.typed.resource};
     } else {
         throw UserError(ExitCode::kUsage, {"COMMAND", "not given,", "",
                                            std::string(kCommands) + " (see zelk --help)"});

@@ -24,8 +24,9 @@ struct TypedOptions {
     std::optional<std::string> host, module;
     std::vector<std::string> settings;
     bool json = false;
+    bool resource = false;
     bool noClobber = false, noMetadata = false, plain = false;
-    bool skipExisting = false, dryRun = false;
+    bool skipExisting = false, dryRun = false, inPlace = false;
     std::optional<std::string> file;  ///< of a project command
     bool force = false;
     std::optional<std::string> frame, zoom, panel, margin;  ///< of one frame in a panel
@@ -43,14 +44,19 @@ struct TypedOptions {
 struct ParamsRequest {
     ModuleRequest module;
     bool json = false;
+    bool resource = false;  ///< what the module says of itself, instead of its parameters
 };
 
-/// A checked `zelk project show` or `check`.
+/// A checked `zelk project show`.
 struct ProjectRequest {
-    bool check = false;
     std::filesystem::path file;
-    ModuleRequest module;
     bool json = false;
+};
+
+/// A checked `zelk project check`: a render that is not done.
+struct ProjectCheck {
+    std::filesystem::path file;
+    RenderRequest render;
 };
 
 /// A checked `zelk project import-track`.
@@ -70,6 +76,7 @@ struct CommandLine {
     std::optional<RenderRequest> render;
     std::optional<ParamsRequest> params;
     std::optional<ProjectRequest> project;
+    std::optional<ProjectCheck> projectCheck;
     std::shared_ptr<NewProject const> newProject;
     std::optional<ProjectTrack> importTrack;
     std::shared_ptr<OverlayRequest const> overlay;

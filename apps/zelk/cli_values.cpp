@@ -24,7 +24,7 @@ std::string pictureFile(std::optional<std::string> const& name, char const* thin
 
 PixelSize checkedSize(std::string const& text) {
     auto const x = text.find_first_of("xX");
-    if (x == std::string::npos)
+    if (x == std::string::npos || text.find_first_not_of("0123456789xX") != std::string::npos)
         throw UserError(ExitCode::kUsage, {"--size", "not a size", text, "WxH such as 1920x1080"});
     return {wholeInRange("--size", text.substr(0, x), 1, kLargestPx),
             wholeInRange("--size", text.substr(x + 1), 1, kLargestPx)};

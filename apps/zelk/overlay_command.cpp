@@ -7,13 +7,13 @@
 #include <cmath>
 
 #include "apps/zelk/overlay_port.h"
-#include "zelk/files/frame_names.h"
 #include "zelk/pictures/writer.h"
 #include "zelk/render/frame_picture.h"
 #include "zelk/render/load_module.h"
 #include "zelk/render/setup.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/scene/scene_file.h"
+#include "zelk/sequence/schedule.h"
 #include "zelk/text/errors.h"
 #include "zelk/tracks/import.h"
 
@@ -45,6 +45,12 @@ void requirePinsInPanel(Host const& host, Panel const& panel, FrameRequest const
         }
 }
 
+void refuseOwnInputs(RenderRequest const& request, int frame) {
+    Files const files(request);
+    requireOtherFile(request, request.output, files.layer.own(frame), "layer");
+    if (files.plate) requireOtherFile(request, request.output, files.plate->own(frame), "plate");
+}
+
 }  // namespace
 
 int frameOf(RenderRequest const& request, std::optional<int> frame) {
@@ -64,8 +70,10 @@ std::vector<std::string> writeOverlay(OverlayRequest const& request) {
     applyRequest(request.render, host->parameters());
     checkTarget(request.render.output, request.render.noClobber);
     useThreads(request.render.threads);
+    int const number = frameOf(request.render, request.frame);
+    refuseOwnInputs(request.render, number);
     FramePicture const frame =
-        framePicture(request.render, *host, frameOf(request.render, request.frame),
+        framePicture(request.render, *host, number,
                      request.panel == PF_Window_LAYER ? FrameView::kLayer : FrameView::kRendered);
     Panel panel;
     panel.shows = request.panel;
@@ -83,7 +91,8 @@ std::vector<std::string> writeOverlay(OverlayRequest const& request) {
     std::vector<std::string> warnings =
         writePicture(canvas.toWorld(), request.render.output, ask).warnings;
     for (TrackUse const& use : request.render.tracks) {
-        auto const odd = warningsOf(use, {frame.frame, frame.startFrame});
+        auto const odd =
+            warningsOf(use, {frame.frame, frame.startFrame, host->comp().timeBase.step});
         warnings.insert(warnings.end(), odd.begin(), odd.end());
     }
     return warnings;

@@ -77,6 +77,7 @@ Json parameterJson(Parameter const& parameter) {
         json["diskId"] = parameter.diskId();
         json["flags"] = flagNames(parameter.registered);
     }
+    if (std::string_view const unit = unitOf(parameter.index); !unit.empty()) json["unit"] = unit;
     if (parameter.hasValue()) json["default"] = defaultJson(parameter);
     if (hasRange(parameter)) {
         json["valid"] = rangeJson(validRange(parameter));
@@ -106,26 +107,48 @@ std::string choicesText(Parameter const& parameter) {
     return text;
 }
 
-constexpr char const* kRowFormat = "{:>5}  {:<28}  {:<22}  {:<12}  {:>7}  {:<13}  {:<33}  {}\n";
+constexpr char const* kRowFormat =
+    "{:>5}  {:<28}  {:<22}  {:<12}  {:>7}  {:<13}  {:<19}  {:<33}  {}\n";
 
 std::string parameterRow(Parameter const& parameter) {
     std::string const choices = choicesText(parameter);
     std::string const id =
         parameter.type() == PF_Param_LAYER ? "" : std::to_string(parameter.diskId());
-    std::string row =
-        fmt::format(fmt::runtime(kRowFormat), parameter.index, nameOf(parameter),
-                    parameter.displayName(), kindName(parameter.type()), id, defaultText(parameter),
-                    rangeText(parameter), fmt::join(flagNames(parameter.registered), " "));
+    std::string row = fmt::format(
+        fmt::runtime(kRowFormat), parameter.index, nameOf(parameter), parameter.displayName(),
+        kindName(parameter.type()), id, defaultText(parameter), unitOf(parameter.index),
+        rangeText(parameter), fmt::join(flagNames(parameter.registered), " "));
     row.erase(row.find_last_not_of(" \n") + 1);
     row += '\n';
     if (!choices.empty()) row += fmt::format("{:7}choices: {}\n", "", choices);
     return row;
 }
 
+Json resourceJson(ModuleResource const& resource) {
+    return {{"name", resource.name},          {"matchName", resource.matchName},
+            {"category", resource.category},  {"entryPoint", resource.entryPoint},
+            {"version", resource.version},    {"outFlags", resource.outFlags},
+            {"outFlags2", resource.outFlags2}};
+}
+
+std::string resourceText(ModuleResource const& resource) {
+    Json const values = resourceJson(resource);
+    std::string text;
+    for (auto const& [key, value] : values.items()) {
+        text += value.is_string() ? fmt::format("{:<10}  {}\n", key, value.get<std::string>())
+                                  : fmt::format("{:<10}  {:#x}\n", key, value.get<A_u_long>());
+    }
+    return text;
+}
+
 }  // namespace
 
 std::string listParameters(ParamsRequest const& request) {
     auto const host = loadModule(request.module);
+    if (request.resource) {
+        ModuleResource const& resource = host->resource();
+        return request.json ? resourceJson(resource).dump(2) + "\n" : resourceText(resource);
+    }
     if (request.json) {
         Json list = Json::array();
         for (Parameter const& parameter : host->parameters()) {
@@ -134,7 +157,7 @@ std::string listParameters(ParamsRequest const& request) {
         return list.dump(2) + "\n";
     }
     std::string text = fmt::format(fmt::runtime(kRowFormat), "index", "name", "display name",
-                                   "kind", "disk id", "default", "range", "flags");
+                                   "kind", "disk id", "default", "unit", "range", "flags");
     for (Parameter const& parameter : host->parameters()) text += parameterRow(parameter);
     return text;
 }

@@ -7,7 +7,8 @@
 
 namespace zelk {
 
-/// The list, a table or a JSON array, with a line end.
+/// The list, a table or a JSON array, or the module's resource, lines or a JSON object; with a line
+/// end.
 std::string listParameters(ParamsRequest const& request);
 
 }  // namespace zelk

@@ -6,10 +6,12 @@
 #include <algorithm>
 
 #include "zelk/files/frame_names.h"
+#include "zelk/files/standard_output.h"
+#include "zelk/inputs/input_files.h"
 #include "zelk/pictures/reader.h"
 #include "zelk/render/load_module.h"
 #include "zelk/scene/parameter_names.h"
-#include "zelk/sequence/input_files.h"
+#include "zelk/sequence/sequence_render.h"
 #include "zelk/text/errors.h"
 #include "zelk/tracks/import.h"
 
@@ -24,8 +26,8 @@ std::vector<int> framesThere(SequenceName const& name, std::string const& patter
     if (!name.isSequence()) return {};
     std::vector<int> frames = framesOnDisk(name);
     if (frames.empty())
-        throw UserError(ExitCode::kInput,
-                        {pattern, "no frames on disk of", pattern, "numbered pictures"});
+        throw UserError(ExitCode::kInput, {pattern, "no frames on disk of", pattern,
+                                           "files such as " + name.pathOf(1).string()});
     return frames;
 }
 
@@ -162,16 +164,13 @@ TrackedProject trackProject(ProjectTrack const& ask) {
     char const* const pins = ask.pins == TrackedPins::kTo ? "To Pins" : "From Pins";
     return {fmt::format("{}: {} keys on the {} from {}\n", ask.project.string(), keys, pins,
                         oneLine(ask.track.string())),
-            warningsOf(use, {size, project.comp.startFrame})};
+            warningsOf(use, {size, project.comp.startFrame, project.comp.timeBase.step})};
 }
 
-std::string checkProject(fs::path const& file, ModuleRequest const& module) {
-    Project const project = readProject(file);
-    auto const host = loadModule(module);
-    applyProject(project, *host, project.comp.width, project.comp.height);
-    firstPicture(project.resolved(project.layer), project.frames);
-    if (project.plate) firstPicture(project.resolved(*project.plate), project.frames);
-    return file.string() + ": good\n";
+ExitCode checkProject(ProjectCheck const& ask) {
+    ExitCode const code = checkFrames(ask.render);
+    if (code == ExitCode::kDone) print(ask.file.string() + ": good\n");
+    return code;
 }
 
 }  // namespace zelk

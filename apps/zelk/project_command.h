@@ -8,6 +8,7 @@
 
 #include "apps/zelk/cli_options.h"
 #include "zelk/scene/scene_file.h"
+#include "zelk/text/exit_codes.h"
 
 namespace zelk {
 
@@ -40,8 +41,8 @@ struct TrackedProject {
 };
 TrackedProject trackProject(ProjectTrack const& ask);
 
-/// "FILE: good", with a line end, for a project that the module's parameters take and whose layer
-/// and plate can be opened: a pattern's first frame of `frames`, else the first on disk.
-std::string checkProject(std::filesystem::path const& file, ModuleRequest const& module);
+/// Prints "FILE: good" for a project whose frames can all be rendered; else what its render would
+/// tell, with the same answer. Throws as checkFrames.
+ExitCode checkProject(ProjectCheck const& ask);
 
 }  // namespace zelk

@@ -7,10 +7,8 @@
 #include "apps/zelk/overlay_command.h"
 #include "apps/zelk/params_command.h"
 #include "apps/zelk/project_command.h"
-#include "apps/zelk/render_command.h"
 #include "apps/zelk/track_command.h"
 #include "zelk/files/standard_output.h"
-#include "zelk/sequence/input_files.h"
 #include "zelk/sequence/sequence_render.h"
 
 namespace zelk {
@@ -36,16 +34,9 @@ ExitCode run(CommandLine const& line) {
         print(tracked.text);
     }
     if (line.newProject) print(newProject(*line.newProject));
-    if (line.project)
-        print(line.project->check ? checkProject(line.project->file, line.project->module)
-                                  : showProject(line.project->file, line.project->json));
-    if (line.render && isSequence(*line.render)) return renderSequence(*line.render);
-    if (line.render) {
-        RenderReport const report = render(*line.render);
-        tell(report.warnings);
-        if (line.render->explain == Explain::kText) print(asText(report.explanation));
-        if (line.render->explain == Explain::kJson) print(asJson(report.explanation));
-    }
+    if (line.project) print(showProject(line.project->file, line.project->json));
+    if (line.projectCheck) return checkProject(*line.projectCheck);
+    if (line.render) return renderFrames(*line.render);
     return ExitCode::kDone;
 }
 

@@ -10,8 +10,9 @@
 #include "apps/zelk/track_plot.h"
 #include "zelk/files/output_place.h"
 #include "zelk/files/text_file.h"
+#include "zelk/inputs/input_files.h"
+#include "zelk/pictures/reader.h"
 #include "zelk/pictures/writer.h"
-#include "zelk/sequence/input_files.h"
 #include "zelk/text/errors.h"
 #include "zelk/text/json_text.h"
 
@@ -120,15 +121,19 @@ std::string asJson(std::string const& file, Track const& track,
 
 void writePlot(TrackRequest const& request, Track const& track) {
     checkTarget(*request.plot, request.noClobber);
-    std::optional<World> under;
+    auto const under = request.over ? identityOf(*request.over) : std::nullopt;
+    if (under && under == identityOf(*request.plot))
+        throw UserError(ExitCode::kUsage, {"--plot", "would replace the picture below it:",
+                                           request.plot->string(), "another name"});
+    std::optional<World> picture;
     if (request.over) {
-        PictureReader picture = openPicture(*request.over);
-        under.emplace(readStraightWorld(picture));
+        PictureReader reader = openPicture(*request.over);
+        picture.emplace(readStraightWorld(reader));
     }
     WriteRequest ask;
     ask.opaque = true;
     ask.noClobber = request.noClobber;
-    writePicture(plotTrack(track, under ? &*under : nullptr).toWorld(), *request.plot, ask);
+    writePicture(plotTrack(track, picture ? &*picture : nullptr).toWorld(), *request.plot, ask);
 }
 
 std::string convert(TrackRequest const& request, Track const& track) {

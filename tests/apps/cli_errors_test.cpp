@@ -2,6 +2,7 @@
 // value and what was expected, and an output place that is as it was.
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cstdlib>
 
 #include "tests/apps/zelk_process.h"
@@ -9,111 +10,95 @@
 namespace zelk_test {
 namespace {
 
-struct Wrong {
-    Words arguments;
-    int exitCode;
-    Words fragments;
-};
+// Words of a command, where `R` stands for a render of in.png into out.png; the exit code; and what
+// the refusal says. Parted by `;`, as are words by blanks unless `_` stands for one.
+constexpr char const* kWrong = R"(;2;COMMAND;render, params, project
+sheet;2;"sheet";render, params, project
+help rendr;2;"rendr";render, params, project
+render -o out.png;2;LAYER
+render in.png;2;--output
+R --qality low;2;"--qality";--quality
+R more.png;2;"more.png"
+R -- --view;2;"--view";too many
+render in.png --explain= -o out.png;2;--explain;no value
+R --to;2;--to;no value
+R --view to --view from;2;--view;more than one
+R --explain --dry-run;2;--explain
+R --explain --frames 1;2;--explain
+R --host ABCD;2;"ABCD";FXTC, PrMr, KeyG or MOTN
+R --downsample 1.5;2;"1.5";whole number
+R --quality ultra;2;"ultra";low, medium, high or super
+R --threads -1;2;"-1";0 to 1024
+R --over in.png --downsample 2;2;--downsample
+R --downsample 3;2;"3";1 to 2
+R --to 0,0_1,0_0,1;2;--to;(3);four corners
+R --to 0,0_1_0,1_1,1;2;"1";x,y
+R --from 0,0_1,0_-inf,1_1,1;2;"-inf"
+R --to 0,0_1,0x_0,1_1,1;2;"0x"
+R --to 0,0_32767.5,0_0,1_1,1;2;"32767.5";32767
+R --set rotat=3;2;"rotat";"rotate"
+R --set rotate;2;"rotate";NAME=VALUE
+R --set super-sample-edge=12.01;2;"12.01";0 to 12
+R --set grow-bounds=1.5;2;"1.5";whole number
+R --set transfer-mode=Ad;2;"Ad";Add, Multiply
+R --set transfer-mode=4;2;separator;"4"
+R --set crop-to-pins=2;2;"2";on or off
+R --set to-wireframe-color=#12345g;2;"#12345g";#rrggbb
+R --set to-pins-group=1;2;to-pins-group;no value
+R --host PrMr --set motion-blur=3;2;"3";1 to 2
+R --over in.png --size 9x9;2;9x9
+R --over in.png --road module;2;module
+R --size 9x9 --host KeyG;2;KeyG
+R --size 9x9 --grow 4;2;--grow
+R --size 9x9 --transfer add;2;--transfer
+R --size 9x9 --plain;2;--plain
+R --plain --grow 4;2;--grow
+R --mode add;2;--mode
+R --size 1e3x9;2;"1e3x9";1920x1080
+R --frames 1-2;2;the same file for every frame
+R --frames 5-x;2;--frames
+R --in-flight 0;2;--in-flight
+R --missing hole;2;unknown choice "hole"
+R --rate 0;2;--rate
+R --shutter a;2;--shutter: not a number
+R --over gone.png;3;gone.png
+render in.png -o -;4;-
+R --no-clobber;4;out.png;--no-clobber
+R --module none.so;3;none.so;no such module
+R --module text.png;3;text.png;cannot be loaded
+render none.png -o out.png;3;none.png;no such file
+render folder -o out.png;3;folder;directory
+render - -o out.png;3;LAYER;standard input
+render pipe.png -o out.png;3;pipe.png;not a regular file
+render text.png -o out.png;3;text.png;cannot be read
+render wide.png -o out.png;3;wide.png;"32768x1";32767
+render in.png -o none/out.png;4;none/out.png;no folder
+render in.png -o out.xyz;4;out.xyz;".xyz"
+render in.png -o folder.png;4;not a regular file
+project show s --host KeyG;2;--host
+project check s --frames 1;2;--frames
+track;2;FILE;a tracking file
+track a b;2;"b";convert IN OUT
+track a --format b;2;--format;"b";mocha, keyframes
+track wide.csv --flip-y;2;--flip-y;--size WxH
+track wide.csv --plot out.xyz;4;out.xyz;".xyz"
+track none.txt;3;none.txt;cannot be read
+track convert wide.csv none/o.csv;4;none/o.csv;no folder
+track convert a b.xyz;2;b.xyz;".xyz";--as
+track convert a;2;OUT;convert IN OUT
+track a --corners ul,ul,ll,lr;2;--corners;each once
+track a --pixel-aspect 0;2;"0";10/11
+track a --over in.png;2;--over;--plot
+track wide.csv --plot out.png --over out.png;2;--plot;another name
+track convert wide.csv o.txt;2;o.txt;--size WxH)";
 
-Words rendering(Words const& options) {
-    return joined({"render", "in.png", "-o", "out.png"}, options);
+Words wordsOf(std::string const& text) {
+    Words words = text.empty() ? Words() : split(text, ' ');
+    for (std::string& word : words) std::replace(word.begin(), word.end(), '_', ' ');
+    if (!words.empty() && words[0] == "R")
+        words = joined({"render", "in.png", "-o", "out.png"}, {words.begin() + 1, words.end()});
+    return words;
 }
-
-std::vector<Wrong> const kWrong = {
-    // Words of the command line.
-    {{}, 2, {"COMMAND", "render, params, project"}},
-    {{"sheet"}, 2, {"\"sheet\"", "render, params, project"}},
-    {{"render", "-o", "out.png"}, 2, {"LAYER"}},
-    {{"render", "in.png"}, 2, {"--output"}},
-    {rendering({"--qality", "low"}), 2, {"\"--qality\"", "--quality"}},
-    {rendering({"more.png"}), 2, {"\"more.png\""}},
-    {{"render", "in.png", "--explain=", "-o", "out.png"}, 2, {"--explain", "no value"}},
-    {rendering({"--over", ""}), 2, {"--over", "not given", "a picture file"}},
-    {rendering({"--to"}), 2, {"--to", "no value"}},
-    {rendering({"--view", "to", "--view", "from"}), 2, {"--view", "more than one"}},
-    {{"params", "--jsn"}, 2, {"\"--jsn\"", "--json"}},
-    // Choices and numbers.
-    {rendering({"--quality", "ultra"}), 2, {"\"ultra\"", "low, medium, high or super"}},
-    {rendering({"--view", "top"}), 2, {"\"top\"", "original, from, to or both"}},
-    {rendering({"--depth", "12"}), 2, {"\"12\"", "8, 16 or float"}},
-    {rendering({"--host", "ABCD"}), 2, {"\"ABCD\"", "FXTC, PrMr, KeyG or MOTN"}},
-    {rendering({"--threads", "-1"}), 2, {"\"-1\"", "0 to 1024"}},
-    {rendering({"--threads", "many"}), 2, {"\"many\"", "whole number"}},
-    {rendering({"--downsample", "0"}), 2, {"\"0\"", "1 to 32767"}},
-    {rendering({"--downsample", "1.5"}), 2, {"\"1.5\"", "whole number"}},
-    {rendering({"--over", "in.png", "--downsample", "2"}), 2, {"--downsample"}},
-    {rendering({"--downsample", "3"}), 2, {"\"3\"", "1 to 2"}},
-    // Pins.
-    {rendering({"--to", "0,0 1,0 0,1"}), 2, {"--to", "(3)", "four corners"}},
-    {rendering({"--from", "0,0 1,0 0,1 1,1 2,2"}), 2, {"--from", "(5)"}},
-    {rendering({"--to", "0,0 1 0,1 1,1"}), 2, {"\"1\"", "x,y"}},
-    {rendering({"--to", "0,0 1,nan 0,1 1,1"}), 2, {"\"nan\""}},
-    {rendering({"--from", "0,0 1,0 -inf,1 1,1"}), 2, {"\"-inf\""}},
-    {rendering({"--to", "0,0 1,0x 0,1 1,1"}), 2, {"\"0x\""}},
-    {rendering({"--to", "0,0 32767.5,0 0,1 1,1"}), 2, {"\"32767.5\"", "32767"}},
-    // Parameters.
-    {rendering({"--set", "rotat=3"}), 2, {"\"rotat\"", "\"rotate\""}},
-    {rendering({"--set", "rotate"}), 2, {"\"rotate\"", "NAME=VALUE"}},
-    {rendering({"--set", "samples=65"}), 2, {"samples", "\"65\"", "1 to 64"}},
-    {rendering({"--set", "scale-x=-20.5"}), 2, {"\"-20.5\"", "-20 to 20"}},
-    {rendering({"--set", "super-sample-edge=12.01"}), 2, {"\"12.01\"", "0 to 12"}},
-    {rendering({"--set", "rotate=NaN"}), 2, {"\"NaN\""}},
-    {rendering({"--set", "grow-bounds=1.5"}), 2, {"\"1.5\"", "whole number"}},
-    {rendering({"--set", "transfer-mode=Ad"}), 2, {"\"Ad\"", "Add, Multiply"}},
-    {rendering({"--set", "quality=5"}), 2, {"\"5\"", "1 to 4"}},
-    {rendering({"--set", "transfer-mode=4"}), 2, {"separator", "\"4\""}},
-    {rendering({"--set", "transfer-mode=(-"}), 2, {"separator", "\"(-\""}},
-    {rendering({"--set", "crop-to-pins=2"}), 2, {"\"2\"", "on or off"}},
-    {rendering({"--set", "to-wireframe-color=#12345g"}), 2, {"\"#12345g\"", "#rrggbb"}},
-    {rendering({"--set", "to-pins-group=1"}), 2, {"to-pins-group", "no value"}},
-    {rendering({"--host", "PrMr", "--set", "motion-blur=3"}), 2, {"\"3\"", "1 to 2"}},
-    // A frame of another size.
-    {rendering({"--over", "in.png", "--size", "9x9"}), 2, {"9x9"}},
-    {rendering({"--over", "in.png", "--road", "module"}), 2, {"module"}},
-    {rendering({"--size", "9x9", "--downsample", "2"}), 2, {"--downsample"}},
-    {rendering({"--size", "9x9", "--host", "KeyG"}), 2, {"KeyG"}},
-    {rendering({"--size", "9by9"}), 2, {"9by9"}},
-    // Many frames.
-    {rendering({"--frames", "1-2"}), 2, {"the same file for every frame"}},
-    {{"render", "in.%d.png", "-o", "in.%d.png", "--frames", "5-x"}, 2, {"--frames"}},
-    {rendering({"--frames", "1", "--in-flight", "0"}), 2, {"--in-flight"}},
-    {rendering({"--frames", "1", "--missing", "hole"}), 2, {"unknown choice \"hole\""}},
-    {rendering({"--frames", "1", "--shutter", "a"}), 2, {"--shutter: not a number"}},
-    {rendering({"--frames", "1", "--rate", "0"}), 2, {"--rate"}},
-    // Files.
-    {rendering({"--over", "gone.png"}), 3, {"gone.png"}},
-    {{"render", "in.png", "-o", "-"}, 4, {"-"}},
-    {rendering({"--no-clobber"}), 4, {"out.png", "--no-clobber"}},
-    {rendering({"--module", "none.so"}), 3, {"none.so", "no such module"}},
-    {rendering({"--module", "text.png"}), 3, {"text.png", "cannot be loaded"}},
-    {{"render", "none.png", "-o", "out.png"}, 3, {"none.png", "no such file"}},
-    {{"render", "folder", "-o", "out.png"}, 3, {"folder", "directory"}},
-    {{"render", "pipe.png", "-o", "out.png"}, 3, {"pipe.png", "not a regular file"}},
-    {{"render", "-", "-o", "out.png"}, 3, {"LAYER", "standard input"}},
-    {rendering({"--over", "-"}), 3, {"--over", "standard input"}},
-    {{"render", "text.png", "-o", "out.png"}, 3, {"text.png", "cannot be read"}},
-    {{"render", "wide.png", "-o", "out.png"}, 3, {"wide.png", "\"32768x1\"", "32767"}},
-    {{"render", "in.png", "-o", "none/out.png"}, 4, {"none/out.png", "no folder"}},
-    {{"render", "in.png", "-o", "out.xyz"}, 4, {"out.xyz", "\".xyz\""}},
-    {{"render", "in.png", "-o", "folder.png"}, 4, {"not a regular file"}},
-    // Tracks.
-    {{"track"}, 2, {"FILE", "a tracking file"}},
-    {{"track", "convert", "in.png"}, 2, {"OUT", "convert IN OUT"}},
-    {{"track", "a", "b"}, 2, {"\"b\"", "convert IN OUT"}},
-    {{"track", "a", "--format", "b"}, 2, {"--format", "\"b\"", "mocha, keyframes"}},
-    {{"track", "convert", "a", "b.xyz"}, 2, {"b.xyz", "\".xyz\"", "--as"}},
-    {{"track", "a", "--corners", "ul,ul,ll,lr"}, 2, {"--corners", "each once"}},
-    {{"track", "a", "--pixel-aspect", "0"}, 2, {"\"0\"", "10/11"}},
-    {{"track", "a", "--over", "in.png"}, 2, {"--over", "--plot"}},
-    {{"track", "none.txt"}, 3, {"none.txt", "cannot be read"}},
-    {{"track", "folder"}, 3, {"folder", "cannot be read"}},
-    {{"track", "text.png"}, 3, {"text.png", "no corner's section"}},
-    {{"track", "convert", "wide.csv", "o.txt"}, 2, {"o.txt", "--size WxH"}},
-    {{"track", "wide.csv", "--flip-y"}, 2, {"--flip-y", "--size WxH"}},
-    {{"track", "wide.csv", "--plot", "out.xyz"}, 4, {"out.xyz", "\".xyz\""}},
-    {{"track", "convert", "wide.csv", "none/o.csv"}, 4, {"none/o.csv", "no folder"}},
-    {{"render", "a\nb.png", "-o", "out.png"}, 3, {"a b.png"}},
-};
 
 using Failures = ZelkTest;
 
@@ -127,11 +112,14 @@ TEST_F(Failures, AreOneLineAndLeaveTheTarget) {
     for (char const* folder : {"folder", "folder.png"})
         std::filesystem::create_directory(at(folder));
     auto const before = files();
-    for (Wrong const& wrong : kWrong) {
-        expectRefusal(wrong.arguments, wrong.exitCode, wrong.fragments);
+    for (std::string const& row : split(kWrong, '\n')) {
+        Words const cells = split(row, ';');
+        expectRefusal(wordsOf(cells[0]), std::stoi(cells[1]), {cells.begin() + 2, cells.end()});
         EXPECT_EQ(bytesOf("out.png"), "earlier");
         EXPECT_EQ(files(), before);
     }
+    expectRefusal({"render", "a\nb.png", "-o", "out.png"}, 3, {"a b.png"});
+    expectRefusal(wordsOf("R --over "), 2, {"--over", "not given", "a picture file"});
 }
 
 // Headers without pixels.
@@ -190,7 +178,7 @@ TEST_F(Failures, APlaceThatMayNotBeWrittenStays) {
 
 TEST_F(Failures, AnUnrulyEffectIsARenderFailure) {
     writePicture(at("in.png"), noise<std::uint8_t>(4, 4, 4, 7));
-    Words const words = rendering({"--module", UNRULY_MODULE});
+    Words const words = joined(wordsOf("R --module"), {UNRULY_MODULE});
     for (auto const& [mood, exitCode, fragments] :
          {std::tuple<char const*, int, Words>{"fail", 1, {"code 7", "no film in the camera"}},
           {"mute", 1, {"without a message", "\"6\""}},

@@ -10,9 +10,7 @@ using Json = nlohmann::json;
 
 class Explain : public ZelkTest {
 protected:
-    void SetUp() override {
-        writePicture(at("in.png"), noise<std::uint8_t>(60, 40, 3, 5));
-    }
+    void SetUp() override { writePicture(at("in.png"), noise<std::uint8_t>(60, 40, 3, 5)); }
     Json explain(Words const& options, std::string const& out = "out.png") {
         Outcome const outcome =
             run(joined({"render", "in.png", "--explain", "json", "-o", out}, options));

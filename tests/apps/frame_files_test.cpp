@@ -80,9 +80,7 @@ struct Format {
 constexpr Format kFormats[] = {
     {"Png8", ".png", "uint8", 0, 4, true, {true, false, true}, 0},
     {"Png16", ".png", "uint16", 0, 4, true, {true, false, true}, 1},
-    {"Tiff8", ".tif", "uint8", 0, 4, true, {true, false, true}, 0},
     {"Tiff16", ".tif", "uint16", 0, 4, true, {true, false, true}, 1},
-    {"TiffHalf", ".tif", "half", 0, 4, true, {true, false, true}, 0},
     {"TiffFloat", ".tif", "float", 0, 4, true, {true, false, true}, 0},
     {"ExrHalf", ".exr", "half", 0, 4, true, {false, true, true}, 0},
     {"ExrFloat", ".exr", "float", 0, 4, true, {false, true, true}, 0.01},
@@ -97,22 +95,16 @@ constexpr Format kFormats[] = {
 void writeFormat(std::filesystem::path const& file, Format const& format, int width, int height) {
     OIIO::ImageSpec spec(width, height, format.channels, OIIO::TypeDesc(format.type));
     spec.attribute("oiio:UnassociatedAlpha", 1);
-    spec.attribute("tiff:half", 1);
     if (format.bits) spec.attribute("oiio:BitsPerSample", format.bits);
     setProfile(spec, colorProfile("RGB "));
     setTimeCodeAndAspect(spec);
     auto values = noise<float>(width, height, format.channels, 77).values;
-    for (int i = 0; i < static_cast<int>(values.size()); ++i) {
-        float& value = values[static_cast<std::size_t>(i)];
-        int const x = i / format.channels % width;
-        if (!format.hasAlpha) value = static_cast<float>(x + i % format.channels) / 64;
-        if (format.channels == 4 && i % 80 == 7) value = 0;
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        int const at = static_cast<int>(i), x = at / format.channels % width;
+        if (!format.hasAlpha) values[i] = static_cast<float>(x + at % format.channels) / 64;
+        if (format.channels == 4 && i % 80 == 7) values[i] = 0;
     }
-    if (spec.format.is_floating_point()) {
-        values[0] = 7.5f;
-        values[1] = -0.25f;
-        values[3] = 1;
-    }
+    if (spec.format.is_floating_point()) values[0] = 7.5f, values[1] = -0.25f, values[3] = 1;
     writeValues(file, spec, values);
 }
 
@@ -169,24 +161,17 @@ INSTANTIATE_TEST_SUITE_P(Table, Formats, testing::ValuesIn(kFormats),
 
 using FrameFiles = ZelkTest;
 
-// Every value of 10 bits comes back, whichever way it went.
-TEST_F(FrameFiles, TenBitsStayTenBits) {
-    OIIO::ImageSpec spec(32, 32, 3, OIIO::TypeUInt16);
+// Through float, too, each value of 10 bits comes back.
+TEST_F(FrameFiles, TenBitsStayTenBitsOverAPlate) {
+    OIIO::ImageSpec spec(32, 32, 1, OIIO::TypeUInt16);
     spec.attribute("oiio:BitsPerSample", 10);
     std::vector<float> values;
-    for (int i = 0; i < 1024; ++i)
-        for (int c = 0; c < 3; ++c)
-            values.push_back(static_cast<float>((i + c * 300) % 1024) / 1023);
+    for (int i = 0; i < 1024; ++i) values.push_back(static_cast<float>(i) / 1023);
     writeValues(at("in.dpx"), spec, values);
-    writePicture(at("clear.png"),
-                 Picture<std::uint8_t>{4, 4, 4, std::vector<std::uint8_t>(64), {}});
-    auto const before = readPicture<float>(at("in.dpx"));
-    copy("in.dpx", "copy.dpx");
+    writeValues(at("clear.png"), OIIO::ImageSpec(4, 4, 4, OIIO::TypeUInt8), {0});
     render("clear.png", "over.dpx", {"--over", "in.dpx"});
-    for (char const* out : {"copy.dpx", "over.dpx"}) {
-        EXPECT_EQ(bitsOf(at(out)), 10) << out;
-        EXPECT_EQ(mostApart(before, readPicture<float>(at(out))), 0) << out;
-    }
+    EXPECT_EQ(bitsOf(at("over.dpx")), 10);
+    EXPECT_EQ(mostApart(readPicture<float>(at("in.dpx")), readPicture<float>(at("over.dpx"))), 0);
 }
 
 /// 12 x 8 of one value, with attributes that the helpers don't set.
@@ -242,10 +227,10 @@ TEST_F(FrameFiles, ColoursThatTwoFilesDeclareAsDifferentAreToldOnce) {
         ++profile[200];
         chroma[0] = 0.7f;
     }
-    for (auto const& [layer, plate, told] :
-         {std::tuple("a.png", "b.png", "a colour profile"), std::tuple("a.png", "a.png", ""),
-          std::tuple("a.exr", "b.exr", "chromaticities"), std::tuple("a.exr", "a.exr", ""),
-          std::tuple("a.png", "a.exr", "colour space \"sRGB\"")}) {
+    for (auto const& [layer, plate, told] : {std::tuple("a.png", "b.png", "a colour profile"),
+                                             {"a.png", "a.png", ""},
+                                             {"a.exr", "b.exr", "chromaticities"},
+                                             {"a.png", "a.exr", "colour space \"sRGB\""}}) {
         std::string const said = render(layer, "out.exr", {"--over", plate});
         EXPECT_TRUE(has(said, told) && lines(said) == (*told ? 1 : 0)) << said;
     }
@@ -256,12 +241,15 @@ TEST_F(FrameFiles, EachFormatGetsTheDeepestSamplesAndTheAlphaThatItHolds) {
     Picture<float> in{64, 64, 4, std::vector<float>(64 * 64 * 4, 0.25f), {}};
     for (std::size_t i = 3; i < in.values.size(); i += 4) in.values[i] = 0.5f;
     writePicture(at("in.exr"), in);
-    for (auto const& [file, type, holdsAlpha, warnings] :
-         {std::tuple("o.sgi", "uint16", true, 0), std::tuple("o.jp2", "uint16", true, 0),
-          std::tuple("o.iff", "uint8", true, 1), std::tuple("o.heic", "uint8", true, 0),
-          std::tuple("o.ppm", "uint8", false, 2), std::tuple("o.gif", "uint8", false, 1),
-          std::tuple("o.jpg", "uint8", false, 1), std::tuple("o.webp", "uint8", false, 1),
-          std::tuple("o.fits", "float", false, 1)}) {
+    for (auto const& [file, type, holdsAlpha, warnings] : {std::tuple("o.sgi", "uint16", true, 0),
+                                                           {"o.jp2", "uint16", true, 0},
+                                                           {"o.iff", "uint8", true, 1},
+                                                           {"o.heic", "uint8", true, 0},
+                                                           {"o.ppm", "uint8", false, 2},
+                                                           {"o.gif", "uint8", false, 1},
+                                                           {"o.jpg", "uint8", false, 1},
+                                                           {"o.webp", "uint8", false, 1},
+                                                           {"o.fits", "float", false, 1}}) {
         std::string const said = copy("in.exr", file);
         EXPECT_NE(has(said, "over black"), holdsAlpha) << said;
         EXPECT_EQ(lines(said), warnings) << said;

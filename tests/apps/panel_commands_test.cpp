@@ -16,11 +16,8 @@ protected:
         ASSERT_EQ(run({"project", "new", "p.zelk.json", "--layer", "gray.png"}).exitCode, 0);
     }
     /// Pixels of that colour in the panel of an overlay.
-    long count(std::vector<std::string> const& options, std::vector<unsigned char> const& color) {
-        std::vector<std::string> words = {"overlay", "--project", "p.zelk.json", "-o", "o.png"};
-        words.insert(words.end(), options.begin(), options.end());
-        Outcome const outcome = run(words);
-        EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+    long count(Words const& options, std::vector<unsigned char> const& color) {
+        done(joined({"overlay", "--project", "p.zelk.json", "-o", "o.png"}, options));
         m_panel = readPicture<unsigned char>(at("o.png"));
         long pixels = 0;
         for (std::size_t i = 0; i < m_panel.values.size(); i += 3)
@@ -33,17 +30,15 @@ protected:
 std::vector<unsigned char> const kYellow = {255, 255, 50}, kLightBlue = {150, 150, 255};
 
 TEST_F(PanelCommands, OverlayDrawsTheQuadsThatTheControlsShow) {
-    std::vector<std::string> const pins = {"--to", "20,10 100,10 20,70 100,70"};
+    Words const pins = {"--to", "20,10 100,10 20,70 100,70"};
     EXPECT_GT(count(pins, kYellow), 250);  // 80 + 60, twice, and what the labels cover
     EXPECT_EQ(count(pins, kLightBlue), 0);
-    std::vector<std::string> both = pins;
-    both.insert(both.end(), {"--set", "overlay-mode=Show Both Pins", "--margin", "5"});
+    Words both = joined(pins, {"--set", "overlay-mode=Show Both Pins", "--margin", "5"});
     EXPECT_GT(count(both, kLightBlue), 300);
     EXPECT_EQ(m_panel.width, 130);
     both.insert(both.end(), {"--set", "wireframe=Always Off", "--zoom", "50%"});
     EXPECT_EQ(count(both, kYellow) + count(both, kLightBlue), 0);
-    EXPECT_EQ(m_panel.width, 70);
-    EXPECT_EQ(m_panel.height, 50);
+    EXPECT_EQ(std::pair(m_panel.width, m_panel.height), std::pair(70, 50));
 }
 
 TEST_F(PanelCommands, DragMovesAndScalesAProjectsPins) {
@@ -57,29 +52,15 @@ TEST_F(PanelCommands, DragMovesAndScalesAProjectsPins) {
     EXPECT_EQ(scaled.out.substr(0, 34), "to-upper-left: 5,2 -> -9,2\nto-uppe") << scaled.err;
     EXPECT_EQ(bytesOf("p.zelk.json"), moved);
 
-    struct Case {
-        std::vector<std::string> words;
-        int code;
-        char const* says;
-    };
-    const Case cases[] = {
-        {{"--from", "900,40", "--to", "1,1"},
-         2,
-         "no quad that Overlay Mode shows lies at \"900,40\""},
-        {{"--from", "60,40"}, 2, "--to"},
-        {{"--from", "60;40", "--to", "1,1"}, 2, "\"60;40\""},
-        {{"--from", "60,40", "--to", "1,1", "--zoom", "0"}, 2, "out of range: \"0\""},
-        {{"--from", "60,40", "--to", "1,1", "-o", "wide.zelk.json"}, 4, "wide.zelk.json"},
-    };
-    for (Case const& c : cases) {
-        std::vector<std::string> words = {"drag", "p.zelk.json"};
-        words.insert(words.end(), c.words.begin(), c.words.end());
-        Outcome const outcome = run(words);
-        EXPECT_EQ(outcome.exitCode, c.code) << outcome.err;
-        EXPECT_NE(outcome.err.find(c.says), std::string::npos) << outcome.err;
-        EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1);
-        EXPECT_EQ(bytesOf("p.zelk.json"), moved);
-    }
+    for (auto const& [words, code, says] :
+         {std::tuple<Words, int, char const*>{{"--from", "900,40", "--to", "1,1"}, 2, "\"900,40\""},
+          {{"--from", "60,40"}, 2, "--to"},
+          {{"--from", "60;40", "--to", "1,1"}, 2, "\"60;40\""},
+          {{"--from", "60,40", "--to", "1,1", "--zoom", "0"}, 2, "out of range: \"0\""},
+          {{"--from", "60,40", "--to", "1,1", "-o", "wide.zelk.json"}, 4, "wide.zelk.json"}})
+        expectRefusal(joined({"drag", "p.zelk.json"}, words), code, {says});
+    done({"drag", "p.zelk.json", "--from", "65,42", "--to", "70,42", "--dry-run"});
+    EXPECT_EQ(bytesOf("p.zelk.json"), moved);
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // Whole runs of `zelk render` and `zelk params` with the real effect: every kind of picture at
 // every quality, what comes back unchanged, warnings, reduced resolution and memory.
 #include <algorithm>
+#include <map>
 #include <nlohmann/json.hpp>
 
 #include "tests/apps/zelk_process.h"
@@ -15,28 +16,21 @@ bool isEmpty(Picture<T> const& picture) {
     return std::all_of(picture.values.begin(), picture.values.end(), [](T v) { return v == 0; });
 }
 
-/// Four channels of any count: grey thrice, missing alpha opaque.
-std::vector<std::uint8_t> asRgba(Picture<std::uint8_t> const& picture) {
-    std::vector<std::uint8_t> rgba;
-    int const n = picture.channels;
-    for (int i = 0; i < picture.width * picture.height; ++i) {
-        for (int c = 0; c < 3; ++c) rgba.push_back(picture.at(i, 0, n < 3 ? 0 : c));
-        rgba.push_back(n % 2 == 0 ? picture.at(i, 0, n - 1) : 255);
-    }
-    return rgba;
-}
-
+// Grey comes back thrice, missing alpha opaque.
 TEST_F(Files, TheOriginalViewGivesBackAnEightBitPngBitForBit) {
-    for (int channels = 1; channels <= 4; ++channels) {
+    for (int n = 1; n <= 4; ++n)
         for (char const* host : {"FXTC", "PrMr", "KeyG", "MOTN"}) {  // PrMr: blue first
-            auto const picture = noise<std::uint8_t>(37, 23, channels, 11u + channels);
-            writePicture(at("in.png"), picture);
+            auto const in = noise<std::uint8_t>(37, 23, n, 11u + n);
+            writePicture(at("in.png"), in);
             copy("in.png", "out.png", {"--host", host});
-            auto const back = readPicture<std::uint8_t>(at("out.png"));
-            EXPECT_EQ(back.format, "uint8");
-            EXPECT_EQ(back.values, asRgba(picture)) << channels << host;
+            auto const out = readPicture<std::uint8_t>(at("out.png"));
+            ASSERT_EQ(out.format + std::to_string(out.channels), "uint84");
+            for (int i = 0; i < 37 * 23; ++i)
+                for (int c = 0; c < 4; ++c)
+                    ASSERT_EQ(out.at(i, 0, c), c < 3        ? in.at(i, 0, n < 3 ? 0 : c)
+                                               : n % 2 == 0 ? in.at(i, 0, n - 1)
+                                                            : 255);
         }
-    }
 }
 
 // A step of the host's 16 bits is two of the file's: float loses none.
@@ -49,77 +43,71 @@ TEST_F(Files, SixteenBitsGoThroughFloatUnchanged) {
 // Every quality takes every kind and keeps its size and depth; pins far out of the frame leave
 // nothing of it.
 TEST_F(Files, EveryKindOfPictureRendersAtEveryQuality) {
-    struct Kind {
-        char const* file;
-        int width, height, channels;
-        char const* type;
-    };
-    for (Kind const& kind : {Kind{"pixel.png", 1, 1, 4, "uint8"},
-                             {"column.png", 1, 9, 3, "uint8"},
-                             {"row.png", 9, 1, 4, "uint16"},
-                             {"grey.png", 16, 12, 1, "uint8"},
-                             {"alpha.png", 2, 2, 2, "uint8"},
-                             {"rgb.tif", 16, 12, 3, "uint8"},
-                             {"deep.tif", 16, 12, 4, "uint16"},
-                             {"many.exr", 16, 12, 5, "half"},
-                             {"tiny.exr", 1, 1, 3, "half"}}) {
-        auto const in = noise<float>(kind.width, kind.height, kind.channels, 3);
-        writePicture(at(kind.file), in, kind.type);
-        std::string const out = std::string("out-") + kind.file;
+    for (auto const& [file, width, height, channels, type] :
+         {std::tuple("pixel.png", 1, 1, 4, "uint8"),
+          {"column.png", 1, 9, 3, "uint8"},
+          {"row.png", 9, 1, 4, "uint16"},
+          {"grey.png", 16, 12, 1, "uint8"},
+          {"rgb.tif", 16, 12, 3, "uint8"},
+          {"deep.tif", 16, 12, 4, "uint16"},
+          {"many.exr", 16, 12, 5, "half"}}) {
+        writePicture(at(file), noise<float>(width, height, channels, 3), type);
+        std::string const out = std::string("out-") + file;
         for (char const* quality : {"low", "medium", "high", "super"}) {
             SCOPED_TRACE(out + " " + quality);
-            EXPECT_EQ(render(kind.file, out, {"--quality", quality}),
-                      kind.channels == 5
-                          ? "zelk: warning: many.exr: channels dropped: \"channel4\"\n"
-                          : "");
+            EXPECT_EQ(
+                render(file, out, {"--quality", quality}),
+                channels < 5 ? "" : "zelk: warning: many.exr: channels dropped: \"channel4\"\n");
             auto const picture = readPicture<float>(at(out));
-            EXPECT_EQ(picture.format, kind.type);
+            EXPECT_EQ(picture.format, type);
             EXPECT_EQ(std::tuple(picture.width, picture.height, picture.channels),
-                      std::tuple(kind.width, kind.height, 4));
+                      std::tuple(width, height, 4));
             EXPECT_FALSE(isEmpty(picture));
-            render(kind.file, out,
-                   {"--quality", quality, "--to", "500,500 600,510 490,600 620,640"});
+            render(file, out, {"--quality", quality, "--to", "500,500 600,510 490,600 620,640"});
             EXPECT_TRUE(isEmpty(readPicture<float>(at(out))));
         }
     }
-    EXPECT_EQ(files().size(), 18u);  // an input and an output each
 }
 
 // The warning mirrors the engine: exactly then the frame is empty.
 TEST_F(Files, UnusablePinsWarnOnceAndGiveATransparentFrame) {
     writePicture(at("in.png"), noise<std::uint8_t>(20, 20, 3, 9));
-    std::string const tie = "0,0 20,20 0,20 20,0", line = "0,0 5,5 10,10 20,20",
-                      good = "1,1 19,2 2,18 17,17", whole = "0,0 20,0 0,20 20,20";
-    auto const offset = [](std::string const& pins) {
-        return Words{"--set", pins + "-upper-left-offset-x=100", "--set",
-                     pins + "-upper-left-offset-y=100"};
+    // ! is a quad that crosses itself, - a line, . a point, + a good one, # the whole picture.
+    auto const quad = [](char c) {
+        return c == '!'   ? "0,0 20,20 0,20 20,0"
+               : c == '-' ? "0,0 5,5 10,10 20,20"
+               : c == '.' ? "5,5 5,5 5,5 5,5"
+               : c == '+' ? "1,1 19,2 2,18 17,17"
+                          : "0,0 20,0 0,20 20,20";
     };
-    struct Case {
-        Words options, fragments;  ///< no fragments for no warning
-    };
-    for (Case const& c :
-         {Case{{"--to", tie}, {"To Pins", "both ways"}},
-          {{"--to", line, "--view", "to"}, {"To Pins", "one line"}},
-          {{"--to", "5,5 5,5 5,5 5,5"}, {"To Pins", "one point"}},
-          {{"--from", tie, "--to", good}, {"From Pins", "both ways"}},
-          {{"--from", tie}, {"From Pins", "To Pins"}},
-          {{"--from", line, "--to", good, "--view", "from"}, {"From Pins"}},
-          {{"--from", tie, "--to", good, "--set", "crop-to-pins=on"}, {"From Pins"}},
-          {offset("to"), {"To Pins"}},
-          {{"--from", tie, "--to", good, "--view", "to"}, {}},
-          {{"--from", good, "--to", tie, "--view", "from"}, {}},
-          {{"--from", tie, "--to", tie, "--view", "original"}, {}},
+    std::string const offset = "-upper-left-offset-";
+    // From and To, the view, crop or an offset of which pins, and the warning, if any.
+    for (auto const& [pins, view, more, told] :
+         {std::tuple("#!", "both", "", "To Pins make a quad that turns both ways, so"),
+          {"#-", "to", "", "To Pins"},
+          {"#.", "both", "", "To Pins"},
+          {"!+", "both", "", "From Pins"},
+          {"!!", "both", "", "ways, the To Pins make"},
+          {"-+", "from", "", "From Pins"},
+          {"!+", "both", "crop", "From Pins"},
+          {"##", "both", "to", "To Pins"},
+          {"!+", "to", "", ""},
+          {"+!", "from", "", ""},
+          {"!!", "original", "", ""},
           // The first of two passes is left out for whole From Pins, their offsets with it.
-          {joined({"--view", "from"}, offset("from")), {}},
-          {joined({"--from", whole, "--to", good, "--set", "crop-to-pins=on"}, offset("from")),
-           {}}}) {
-        std::string const said = render("in.png", "out.png", c.options);
-        SCOPED_TRACE(testing::PrintToString(c.options) + said);
-        bool const isTold = !c.fragments.empty();
-        EXPECT_EQ(lines(said), isTold ? 1 : 0);
-        EXPECT_EQ(said.starts_with("zelk: warning: "), isTold);
-        for (std::string const& fragment : c.fragments) EXPECT_TRUE(has(said, fragment));
-        EXPECT_EQ(isEmpty(readPicture<std::uint8_t>(at("out.png"))), isTold);
+          {"##", "from", "from", ""},
+          {"#+", "both", "crop from", ""}}) {
+        Words options = {"--from", quad(pins[0]), "--to", quad(pins[1]), "--view", view};
+        if (has(more, "crop")) options = joined(options, {"--set", "crop-to-pins=on"});
+        for (std::string const which : {"to", "from"})
+            if (has(more, which))
+                options = joined(options, {"--set", which + offset + "x=100", "--set",
+                                           which + offset + "y=100"});
+        std::string const said = render("in.png", "out.png", options);
+        SCOPED_TRACE(testing::PrintToString(options) + said);
+        EXPECT_EQ(lines(said), *told ? 1 : 0);
+        EXPECT_TRUE(has(said, told));
+        EXPECT_EQ(isEmpty(readPicture<std::uint8_t>(at("out.png"))), *told != '\0');
     }
 }
 
@@ -158,30 +146,39 @@ TEST_F(Files, ParamsHelpAndVersionGoToStandardOutput) {
     Words const help = {"Usage: zelk", "Examples:", "Exit codes:", "\n  4  "};
     for (auto const& [words, told] :
          {std::pair<Words, Words>{{"--help"}, help},
-          {{"render", "--help"}, help},
+          {{"help"}, help},
           {{"params", "-h"}, help},
+          {{"help", "render"}, {"Usage: zelk render", "--in-place"}},
           {{"--version"}, {"zelk "}},
+          {{"params", "--resource"},
+           {"Quorvane Zelk Corner Pin\n", "EntryPointFunc", "0x80600", "0x6088001", "0x1408"}},
           {{"params"},
-           {"super-sample-softness", "Super Sample Softnesss", "Lower  Left From",
-            "-1000 to 1000 (slider -100 to 100)", "#ffff32", "100%,100%", "5 Add, 6 Multiply",
-            "cannot-time-vary supervised"}}}) {
+           {"Super Sample Softnesss", "-1000 to 1000 (slider -100 to 100)", "#ffff32", "100%,100%",
+            "5 Add, 6 Multiply", "cannot-time-vary supervised", "px  ", "degrees  "}}}) {
         Outcome const outcome = run(words);
         EXPECT_EQ(outcome.exitCode, 0);
         EXPECT_EQ(outcome.err, "");
         for (std::string const& word : told) EXPECT_TRUE(has(outcome.out, word)) << word;
     }
+    std::map<std::string, int> units;
+    auto const resource = nlohmann::json::parse(run({"params", "--resource", "--json"}).out);
+    EXPECT_EQ(resource["matchName"], "QV Zelk Corner Pin") << "stored projects know it";
     for (auto const& [host, kind, blurs] :
          {std::tuple("FXTC", "float slider", 3), std::tuple("KeyG", "fixed slider", 2)}) {
         auto const list = nlohmann::json::parse(run({"params", "--json", "--host", host}).out);
         ASSERT_EQ(list.size(), 63u);
         for (std::size_t i = 0; i < list.size(); ++i) EXPECT_EQ(list[i]["index"], i);
+        for (auto const& each : list) ++units[each.value("unit", "")];
         EXPECT_EQ(list[49]["kind"], kind);
         EXPECT_EQ(list[49]["diskId"], 186);
         EXPECT_EQ(list[49]["valid"]["max"], 5);
         EXPECT_EQ(list[55]["choices"].size(), static_cast<std::size_t>(blurs));
-        EXPECT_EQ(list[62]["choices"].size(), 23u);
         EXPECT_EQ(list[24]["default"]["xPercent"], 100);
+        EXPECT_EQ(list[24]["unit"], "px");
+        EXPECT_EQ(list[44]["unit"], "degrees");
     }
+    // Of both hosts: 9 in pixels, 18 percentages of the frame, 2 of opacity, 3 angles.
+    EXPECT_EQ(units["px"] + units["% of frame"] + units["%"] + units["degrees"], 64);
 }
 
 #if !defined(__SANITIZE_ADDRESS__)  // its shadow memory would count as well

@@ -42,8 +42,10 @@ TEST(SequenceName, PutsTheNumberWhereTheMarkIs) {
           "a.####.exr a.0007.exr a.-008.exr a.12345.exr", "a# a0007 a-008 a12345", "## 07 -8 12345",
           "a@@@ a007 a-08 a12345", "@ 7 -8 12345", "%010d 0000000007 -000000008 0000012345",
           "a.$F4.exr a.0007.exr a.-008.exr a.12345.exr", "$F_l 7_l -8_l 12345_l",
-          "/p/%03d/a /p/007/a /p/-08/a /p/12345/a", "9%%.##.$FF 9%.07.$FF 9%.-8.$FF 9%.12345.$FF",
-          "a.exr a.exr a.exr a.exr", "9%%.x 9%.x 9%.x 9%.x", "$H%.%-d $H%.%-d $H%.%-d $H%.%-d"}) {
+          "/p/%03d/a /p/007/a /p/-08/a /p/12345/a",
+          "s#1/t@/a.##.b s#1/t@/a.07.b s#1/t@/a.-8.b s#1/t@/a.12345.b",
+          "9%%.##.$FF 9%.07.$FF 9%.-8.$FF 9%.12345.$FF", "a.exr a.exr a.exr a.exr",
+          "9%%.x 9%.x 9%.x 9%.x", "$H%.%-d $H%.%-d $H%.%-d $H%.%-d"}) {
         auto const words = split(row, ' ');
         SequenceName const name(words[0]);
         EXPECT_EQ(name.isSequence(), words[1] != words[2]) << row;
@@ -135,28 +137,26 @@ TEST(FramePipeline, KeepsOrderBoundAndFramesUnderDelaysAndFailures) {
         PipelineOptions const options{std::size_t(upTo(4)), upTo(2) == 0, &stop};
         int last[3] = {-1, -1, -1}, ended = 0;
         int most = count;  // as many leave the pipeline without a stop
-        auto const work = [&, caller = std::this_thread::get_id()](Stage own, int frame) {
+        using Held = std::shared_ptr<int>;
+        auto const work = [&, caller = std::this_thread::get_id()](Stage own, int frame,
+                                                                   Held held) {
+            EXPECT_EQ(*held, frame);
             EXPECT_EQ(own == kRender, std::this_thread::get_id() == caller);
             EXPECT_LT(std::exchange(last[own], frame), frame);
             std::this_thread::sleep_for(std::chrono::microseconds(delaysUs[frame * 3 + own]));
             if (frame == stopFrame && own == stopStage) stop = true;
             if (failing[frame] == own && frame % 3 == 0) throw 1;
             if (failing[frame] == own) throw UserError(ExitCode::kInput, {"f", "w", "v", ""});
+            return held;
         };
-        using Held = std::shared_ptr<int>;
         auto const load = [&](int frame) {
             EXPECT_LE(++alive, std::max(int(options.inFlight), 1));
-            Held held(new int(frame), [&](int* gone) { delete gone, --alive; });
-            return work(kLoad, frame), held;
+            return work(kLoad, frame, {new int(frame), [&](int* gone) { delete gone, --alive; }});
         };
-        auto const render = [&](int frame, Held held) {
-            EXPECT_EQ(*held, frame);
-            return work(kRender, frame), held;
-        };
+        auto const render = [&](int frame, Held held) { return work(kRender, frame, held); };
         auto const store = [&](int frame, Held const& held) {  // stays in its slot
-            EXPECT_EQ(*held, frame);
             stores.push_back(frame);
-            work(kStore, frame);
+            work(kStore, frame, held);
         };
         auto const report = [&](int frame, std::size_t index, FrameFailure const* failure) {
             EXPECT_EQ(frame, ended++);
@@ -174,10 +174,12 @@ TEST(FramePipeline, KeepsOrderBoundAndFramesUnderDelaysAndFailures) {
         EXPECT_EQ(result.done, done);
         EXPECT_EQ(int(stores.size()), ended);  // every store that began has ended
         ASSERT_EQ(result.failed.size(), failed.size());
-        for (FrameFailure const& failure : result.failed) {
-            EXPECT_EQ(failure.frame, failed[&failure - result.failed.data()]);
-            EXPECT_EQ(failure.message, failure.frame % 3 ? "f: w \"v\"" : "unknown failure");
-            EXPECT_EQ(failure.code, failure.frame % 3 ? ExitCode::kInput : ExitCode::kRenderFailed);
+        for (std::size_t i = 0; i < failed.size(); ++i) {
+            FrameFailure const& failure = result.failed[i];
+            bool const isUsers = failed[i] % 3 != 0;
+            EXPECT_EQ(failure.frame, failed[i]);
+            EXPECT_EQ(failure.message, isUsers ? "f: w \"v\"" : "unknown failure");
+            EXPECT_EQ(failure.code, isUsers ? ExitCode::kInput : ExitCode::kRenderFailed);
         }
         EXPECT_EQ(result.isStopped, ended < most);
         EXPECT_LE(ended, stop ? stopFrame + (stopStage == kStore) : most);
@@ -235,8 +237,6 @@ TEST(Progress, TellsEachFrame) {
               bar("1001 (1/3) [####........] 2.0 frames/s, 0:01 left", failure,
                   "1002 (2/3) [########....] 2.0 frames/s, 0:01 left",
                   "1003 (3/3) [############] 1.5 frames/s, 0:00 left"));
-    EXPECT_EQ(told(ProgressMode::kBar, false, 20),
-              bar("1001 (1/3) 2.0 fram", failure, "1002 (2/3) 2.0 fram", "1003 (3/3) 1.5 fram"));
     EXPECT_EQ(told(ProgressMode::kJson, true, 80),
               R"({"event":"frame","frame":1001,"index":1,"count":3,"seconds":0.5}
 {"event":"failed","frame":1002,"index":2,"count":3,"seconds":1.0,"message":"a)"

@@ -13,7 +13,7 @@
 
 #include "apps/zelk/track_plot.h"
 #include "fuzz/fuzz_targets.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/apps/zelk_process.h"
 #include "tracking/LoadMochaFile.h"
 #include "tracking/MochaLoader.h"
 #include "zelk/files/text_file.h"
@@ -26,6 +26,8 @@ namespace zelk {
 namespace {
 
 namespace fs = std::filesystem;
+using zelk_test::has;
+using zelk_test::split;
 
 fs::path const kCorpus = ZELK_FUZZ_CORPUS;
 
@@ -177,217 +179,175 @@ TEST(Track, TheFuzzersCorpusIsReplayed) {
     }
 }
 
-std::string const kSize = "Source Width 100\nSource Height 50\n";
-std::string const kHead = "Adobe After Effects 8.0 Keyframe Data\n" + kSize;
+std::string const kHead =
+    "Adobe After Effects 8.0 Keyframe Data\nSource Width 100\nSource Height 50\n";
 
 /// Sections of one sample each, with such headings.
 std::string sections(std::vector<std::string> const& headings, std::vector<std::string> const& xy) {
     std::string text = kHead;
-    for (std::size_t i = 0; i < headings.size(); ++i)
+    for (std::size_t i = 0; i < xy.size(); ++i)
         text += headings[i] + "\n\tFrame\tX\tY\n\t0 " + xy[i] + "\n";
     return text;
 }
 
-std::vector<std::string> const kPlain = {"10 10", "90 10", "10 40", "90 40"};
 std::vector<std::string> const kWords = {"Upper Left", "Upper Right", "Lower Left", "Lower Right"};
 std::vector<std::string> const kNumbers = {"ADBE Corner Pin-0001", "ADBE Corner Pin-0002",
                                            "ADBE Corner Pin-0003", "ADBE Corner Pin-0004"};
 
-struct Known {
-    std::string text;
-    std::vector<std::string> formats;  ///< that it may be in
-    std::string rows;                  ///< as the first of them
-};
-
-TEST(Track, FormsAreKnownByTheirText) {
-    std::string const rows = "\n0 10,10 90,10 10,40 90,40";
-    std::string const swapped = "\n0 10,10 10,40 90,10 90,40";
-    Known const kKnown[] = {
-        {sections(kWords, kPlain), {"mocha", "keyframes"}, swapped},
-        {sections(kNumbers, kPlain), {"mocha"}, rows},
-        {sections({"ADBE Corner Pin-0001", "Upper Right ADBE Corner Pin-0002"}, kPlain),
-         {"mocha"},
-         "\n0 10,10 90,10 - -"},
-        {"CornerPin2D {\n to1 {10 10}\n to2 {90 {curve x0 10}}\n to3 {90 40}\n to4 {10 40}\n"
-         " from1 {0 0} from2 {100 0} from3 {100 50} from4 {0 50}\n}\n",
-         {"nodes"},
-         "\n0 10,10 90,10 10,40 90,40"},
-        {"Root { format \"100 50 0 0 100 50 1 x\" }\nto1 {{curve i x1 10 11 x4 K 12 s0} 10}",
-         {"nodes"},
-         "\n1 - - 10,40 -\n2 - - 11,40 -\n4 - - 12,40 -"},
-        {"to1 {{curve x1 9 x5 8} 0}\nto4 {7 2} from1 {0 0} from2 {9 0} from3 {9 9} from4 {0 9}",
-         {"nodes"},
-         "\n1 7,7 - 9,9 -\n5 7,7 - 8,9 -"},
-        {"Frame;lower right X;lower right Y;note\r\n1;1,5;-2;a\r\n2;;;b\r\n",
-         {"csv"},
-         "\n1 - - - 1.5,-2"},
-        {"0,10,10,90,10,10,40,90,40\n", {"csv"}, rows},
-        {"\xef\xbb\xbfx,\"y\",corner,frame\r1,2,Top-Left,-3.5\r", {"csv"}, "\n-3.5 1,2 - - -"},
-        {"# size 100x50\n0 10 10 90 10 10 40 90 40 # wide\n", {"columns"}, rows},
-        {"5 1 7 8\n6 2 9,5 8\n", {"columns"}, "\n5 7,8 - - -\n6 - 9.5,8 - -"},
-        {"0 10,5 10 90 10 10,5 40 90 40", {"columns"}, "\n0 10.5,10 90,10 10.5,40 90,40"},
-        {"frame\tul_x\tul_y\n3\t1,5\t2\n", {"csv"}, "\n3 1.5,2 - - -"},
-        {"frame,ul_x,ul_y\n1,\"100,5\",\"2\"\n", {"csv"}, "\n1 100.5,2 - - -"},
-        {"0, 10, 10, 90, 10, 10, 40, 90, 40\n", {"csv"}, rows},
-        {"\tFrame\tX\tY\n\t0\t1\t2\t0\n" + sections(kNumbers, kPlain), {"mocha"}, rows},
-        {"5 ul 7 8\n", {"columns"}, "\n5 7,8 - - -"},
-        {"5 1 7 8\n", {"columns"}, "\n5 7,8 - - -"},
-        {"1 5 7 8\n", {"corner-columns"}, "\n5 7,8 - - -"},
-        {"1 2 7 8\n", {"columns", "corner-columns"}, ""},
-        {"no numbers at all", {}, ""},
-    };
-    for (Known const& known : kKnown) {
-        SCOPED_TRACE(known.text);
-        std::vector<std::string> names;
-        for (TrackFormat const* format : formatsOf({"text", known.text, {}}))
-            names.emplace_back(format->name);
-        EXPECT_EQ(names, known.formats);
-        if (!known.rows.empty()) {
-            EXPECT_EQ(rowsText(trackFromText({"text", known.text, {}})), known.rows);
-        }
-        if (names.size() > 1) {
-            EXPECT_THROW(trackFromText({"text", known.text, {}}, optionsFor("", true)), UserError);
+/// Rows of a table, their cells parted by `|`; ~ stands for a line's end, ` for a tab. A cell that
+/// begins with W or N and blank has sections of one sample each, with headings in words or numbers.
+std::vector<std::vector<std::string>> rowsOf(std::string const& table) {
+    std::vector<std::vector<std::string>> rows;
+    for (std::string const& row : split(table, '\n')) {
+        rows.push_back(split(row, '|'));
+        for (std::string& cell : rows.back()) {
+            std::replace(cell.begin(), cell.end(), '~', '\n');
+            std::replace(cell.begin(), cell.end(), '`', '\t');
+            if (cell.starts_with("W ")) cell = sections(kWords, split(cell.substr(2), ';'));
+            if (cell.starts_with("N ")) cell = sections(kNumbers, split(cell.substr(2), ';'));
         }
     }
-    EXPECT_EQ(
-        rowsText(trackFromText({"text", sections(kNumbers, kPlain), {}}, optionsFor("keyframes"))),
-        rows);
+    return rows;
 }
 
-struct Wrong {
-    char const* format;  ///< empty for what the text tells
-    std::string text;
-    std::string message;  ///< without "text: "
-};
+// A text, the forms that it may have, and what it holds as the first of them.
+constexpr char const* kKnown =
+    R"(W 10 10;90 10;10 40;90 40|mocha keyframes|~0 10,10 10,40 90,10 90,40
+N 10 10;90 10;10 40;90 40|mocha|~0 10,10 90,10 10,40 90,40
+CornerPin2D {~ to1 {10 10}~ to2 {90 {curve x0 10}}~ to3 {90 40}~ to4 {10 40}~ from1 {0 0} from2 {100 0} from3 {100 50} from4 {0 50}~}~|nodes|~0 10,10 90,10 10,40 90,40
+Root { format "100 50 0 0 100 50 1 x" }~to1 {{curve i x1 10 11 x4 K 12 s0} 10}|nodes|~1 - - 10,40 -~2 - - 11,40 -~4 - - 12,40 -
+to1 {{curve x1 9 x5 8} 0}~to4 {7 2} from1 {0 0} from2 {9 0} from3 {9 9} from4 {0 9}|nodes|~1 7,7 - 9,9 -~5 7,7 - 8,9 -
+Frame;lower right X;lower right Y;note~1;1,5;-2;a~2;;;b~|csv|~1 - - - 1.5,-2
+x,"y",corner,frame~1,2,Top-Left,-3.5~|csv|~-3.5 1,2 - - -
+# size 100x50~0 10 10 90 10 10 40 90 40 # wide~|columns|~0 10,10 90,10 10,40 90,40
+5 1 7 8~6 2 9,5 8~|columns|~5 7,8 - - -~6 - 9.5,8 - -
+frame,ul_x,ul_y~1,"100,5","2"~|csv|~1 100.5,2 - - -
+frame`ul_x`ul_y~3`1,5`2~|csv|~3 1.5,2 - - -
+0,10,10,90,10,10,40,90,40~|csv|~0 10,10 90,10 10,40 90,40
+5 ul 7 8~|columns|~5 7,8 - - -
+1 5 7 8~|corner-columns|~5 7,8 - - -
+1 2 7 8~|columns corner-columns|~2 1,7 - - -
+no numbers at all||)";
+
+TEST(Track, FormsAreKnownByTheirText) {
+    for (auto const& row : rowsOf(kKnown)) {
+        SCOPED_TRACE(row[0]);
+        std::string names;
+        auto const forms = formatsOf({"text", row[0], {}});
+        for (TrackFormat const* form : forms)
+            names += (names.empty() ? "" : " ") + std::string(form->name);
+        EXPECT_EQ(names, row[1]);
+        if (forms.size() == 1) {
+            EXPECT_EQ(rowsText(trackFromText({"text", row[0], {}})), row[2]);
+        } else {
+            EXPECT_THROW(trackFromText({"text", row[0], {}}, optionsFor("", true)), UserError);
+        }
+    }
+    auto const words = rowsOf(kKnown)[0];
+    EXPECT_EQ(rowsText(trackFromText({"text", words[0], {}})), words[2]);
+    EXPECT_EQ(rowsText(trackFromText({"text", words[0], {}}, optionsFor("keyframes"))),
+              "\n0 10,10 90,10 10,40 90,40");
+    EXPECT_EQ(rowsText(trackFromText({"text",
+                                      "\xef\xbb\xbf"
+                                      "5 ul 7 8\r",
+                                      {}})),
+              "\n5 7,8 - - -");
+}
+
+// A form, empty for what the text tells, a text, and how its refusal begins.
+constexpr char const* kRefused = R"(mocha|0 1 2~|no corner's section in "the file"
+|time,ul_x,ul_y~|line 1: columns are missing in "time,ul_x,ul_y"
+|1,2,3,4,5~|line 1: no names of columns, and "5 of them"
+|1 ul 3 4 5~|line 1: too many columns: "5"
+|CornerPin2D~|no pins of a "CornerPin2D"
+keyframes|Source Width 32768~|line 1: the frame's size can't be "Source Width 32768"
+keyframes|Upper Left~`1`2~|line 2: not three numbers: "1 2"
+nodes|to1 {{"frame*2"} 1}|line 1: not a number: ""frame*2""
+nodes|to1 {1~|line 1: breaks off in a pin: ""
+columns|# size 0x5~|line 1: not a size: "0x5"
+|1 bogus 100 3~2 ul 1 2~|line 1: not a corner: "bogus"
+|ul 1 2 3~ul 2 2 1e400~|line 2: column 4 is not a number: "1e400"
+nodes|Root {~format "0 2" }|line 2: the frame's size can't be "0 2"
+csv|frame,ul_x,ul_y~1,2,"1,920"~|line 2: a comma for thousands or decimals in "1,920"
+mocha|Upper Left~0 1 2~Lower Left~|line 3: a section without samples: "upper right"
+mocha|Upper Left~1 nan 2~|line 2: not a finite number in "1 nan 2"
+mocha|Upper Left~1 2,5 3~|line 2: not three numbers: "1 2,5 3"
+keyframes|Transform~`1`2`3~|no samples of corners in "keyframes data"
+nodes|to1 {1 2}|y points up, and no height is told by "CornerPin2D"
+nodes|to1 {{curve x1 1 x3 2~ 3} 1}|line 2: no frame before "3"
+nodes|to1 {{curve x1 1} {curve x2 1}}~from1 {0 0} from2 {1 0} from3 {1 1} from4 {0 1}|line 1: x and y have keys at other frames in "lower left"
+csv|frame,corner,x,y~1,ul,2~|line 2: too few columns: "3")";
 
 TEST(Track, RefusalsTellLineAndReason) {
-    Wrong const kWrong[] = {
-        {"mocha", "0 1 2\n", "no corner's section in \"the file\""},
-        {"", "",
-         "no corner's section, pin node or table of numbers in \"the file\", expected "
-         "tracking data, its form named by `zelk track convert --format` with mocha, "},
-        {"", "Hello, world, and others", "no corner's section, pin node or table of numbers in"},
-        {"", "time,ul_x,ul_y\n", "line 1: columns are missing in \"time,ul_x,ul_y\""},
-        {"", "1,2,3,4,5\n", "line 1: no names of columns, and \"5 of them\""},
-        {"", "1 ul 3 4 5\n", "line 1: too many columns: \"5\""},
-        {"", "1 bogus 100 3\n2 ul 1 2\n", "line 1: not a corner: \"bogus\""},
-        {"", "ul 1 2 3\nul 2 2 1e400\n", "line 2: column 4 is not a number: \"1e400\""},
-        {"", "Source Width 5\n1 2 3\n", "no corner's section in \"the file\""},
-        {"", "CornerPin2D\n", "no pins of a \"CornerPin2D\""},
-        {"keyframes", "Source Width 32768\n",
-         "line 1: the frame's size can't be \"Source Width 32768\""},
-        {"mocha", "Source Width 99999999999\n",
-         "line 1: the frame's size can't be \"Source Width 99999999999\""},
-        {"nodes", "Root {\nformat \"0 2\" }", "line 2: the frame's size can't be \"0 2\""},
-        {"csv", "frame,ul_x,ul_y\n1,2,\"1,920\"\n",
-         "line 2: a comma for thousands or decimals in \"1,920\""},
-        {"mocha", kSize + "Upper Left\n0 1 2\nLower Left\n",
-         "line 5: a section without samples: \"upper right\""},
-        {"mocha", "Source Width 0\n", "line 1: the frame's size can't be \"Source Width 0\""},
-        {"mocha", "Source Height x\n", "line 1: the frame's size can't be \"Source Height x\""},
-        {"mocha", "Upper Left\n1 nan 2\n", "line 2: not a finite number in \"1 nan 2\""},
-        {"mocha", "Upper Left\n1 2,5 3\n", "line 2: not three numbers: \"1 2,5 3\""},
-        {"mocha", "Upper Left\r1 2 3\r", "line 1: line ends are carriage returns alone"},
-        {"mocha", std::string("\xff\xfeU\0", 4), "line 1: the text is \"UTF-16\""},
-        {"keyframes", "Upper Left\n\t1\t2\n", "line 2: not three numbers: \"1\t2\""},
-        {"keyframes", "Transform\n\t1\t2\t3\n", "no samples of corners in \"keyframes data\""},
-        {"nodes", "to1 {1 2}", "y points up, and no height is told by \"CornerPin2D\""},
-        {"nodes", "to1 {{curve x1 1 x3 2\n 3} 1}", "line 2: no frame before \"3\""},
-        {"nodes",
-         "to1 {{curve x1 1} {curve x2 1}}\nfrom1 {0 0} from2 {1 0} from3 {1 1} from4 {0 1}",
-         "line 1: x and y have keys at other frames in \"lower left\""},
-        {"nodes", "to1 {{\"frame*2\"} 1}", "line 1: not a number: \"\"frame*2\"\""},
-        {"nodes", "to1 {1\n", "line 1: breaks off in a pin: \"\""},
-        {"csv", "frame,ul_x\n", "line 1: columns are missing in \"frame,ul_x\""},
-        {"csv", "frame,corner,x,y\n1,ul,2\n", "line 2: too few columns: \"3\""},
-        {"csv", "1,2,3,4\n1,ul,x,3\n", "line 2: column 3 is not a number: \"x\""},
-        {"columns", "1 ul 2 3\n1 5 2 3\n", "line 2: not a corner: \"5\""},
-        {"columns", "# size 0x5\n", "line 1: not a size: \"0x5\""},
-        {"columns", std::string(1000, 'x') + " 1 2 3", "line 1: column 1 is not a number: \"xxx"},
-    };
-    for (Wrong const& wrong : kWrong) {
-        SCOPED_TRACE(wrong.text);
+    auto rows = rowsOf(kRefused);
+    rows.push_back(
+        {"mocha", "Upper Left\r1 2 3\r", "line 1: line ends are carriage returns alone"});
+    rows.push_back({"mocha", std::string("\xff\xfeU\0", 4), "line 1: the text is \"UTF-16\""});
+    rows.push_back({"columns", std::string(1000, 'x') + " 1 2 3", "line 1: column 1 is not a "});
+    std::string many = "Upper Left\n";
+    for (std::size_t i = 0; i <= kMostSamples; ++i) many += "1 1 1\n";
+    rows.push_back({"", many, ""});
+    for (auto const& row : rows) {
+        SCOPED_TRACE(row[1].substr(0, 200));
         try {
-            trackFromText({"text", wrong.text, {}}, optionsFor(wrong.format));
+            trackFromText({"text", row[1], {}}, optionsFor(row[0]));
             ADD_FAILURE() << "was read";
         } catch (UserError const& error) {
-            std::string const message = error.what(), plain = oneLine("text: " + wrong.message);
-            EXPECT_EQ(message.substr(0, plain.size()), plain);
-            EXPECT_NE(message.find(", expected "), std::string::npos) << message;
-            EXPECT_LT(message.size(), 400u);
+            std::string const message = error.what();
+            EXPECT_EQ(message.substr(0, 6 + row[2].size()), "text: " + row[2]);
+            EXPECT_TRUE(has(message, ", expected ") && message.size() < 400) << message;
             EXPECT_EQ(error.code(), ExitCode::kInput);
         }
     }
-    std::string many = "Upper Left\n";
-    for (std::size_t i = 0; i <= kMostSamples; ++i) many += "1 1 1\n";
-    EXPECT_THROW(trackFromText({"text", many, {}}), UserError);
 }
 
-struct Odd {
-    std::string text;
-    std::vector<std::string> issues;  ///< kind, line if any, mend if any
-};
+// A text, and of each issue its kind, line if any, mend if any.
+constexpr char const* kOdd = R"(N 10 10;90 10;10 40;90 40|
+W 10 10;90 10;10 40;90 40|note 7 --format keyframes; note 10 --format keyframes; turned-over --format keyframes
+N 10 40;90 40;10 10;90 10|upside-down --flip-y
+N 10 10;90 10;90 40;10 40|crossed --corners ul,ur,lr,ll
+N 90 10;10 10;90 40;10 40|turned-over --corners ur,ul,lr,ll
+N 90 40;10 40;90 10;10 10|
+`0`1`2~Source Width 100~Source Height 50~ADBE Corner Pin-0001~0 10 10~|note 1; missing-corner; missing-corner; missing-corner
+Source Pixel Aspect Ratio 1.5~Source Width 100~Source Height 50~ADBE Corner Pin-0001~0 10 10~|missing-corner; missing-corner; missing-corner; pixel-aspect --pixel-aspect 1.5
+N 10 10;90 10;10 10;90 10|flat
+N 10 10;90 10~ 1 90 10;10 40;90 40|uneven
+N 10 10;90 10;10 40;350 40|outside 15
+N 10 10;90 10;10 40;40000 40|outside 15; beyond-host 15
+N 0 0;1 0;0 1;1 1|outside
+N 10 10|missing-corner; missing-corner; missing-corner
+0,10,10,90,10,10,40,90,40~|size --size WxH
+# size 90x50~0,10,10,90,10,10,40,90,40~1,10,10,90,10,10,40,90,40~4,10,10,90,10,10,40,90,40~|gap
+# size 90x50~3 ul 9 9~2 ul 9 9~2 ul 9 9~|duplicate 4; order 3; missing-corner; missing-corner; missing-corner
+# size 720x576~1,10,10,90,10,10,40,90,40~|frame-base --first-frame 0; pixel-aspect --pixel-aspect A
+Root { format "100 50 0 0 100 50 2 ana" }~CornerPin2D {~ invert true~ to1 {10 10}~ to2 {90 10}~ to3 {90 40}~ to4 {10 40}~}~|note 3; pixel-aspect --pixel-aspect 2)";
+
+std::string issuesOf(std::string const& text, TrackTarget const& target = {}) {
+    std::string issues;
+    for (TrackIssue const& issue : checkTrack(trackFromText({"text", text, {}}), target))
+        issues += (issues.empty() ? "" : "; ") + std::string(faultName(issue.fault)) +
+                  (issue.line > 0 ? " " + std::to_string(issue.line) : "") +
+                  (issue.mend.empty() ? "" : " " + issue.mend);
+    return issues;
+}
 
 TEST(Track, OddTracksAreToldWithWhatMendsThem) {
-    auto const frames = [](std::vector<std::string> const& samples) {
-        std::string text = kHead;
-        char const* const y[] = {" 10\n", " 10.5\n", " 40\n", " 40.5\n"};
-        for (std::size_t corner = 0; corner < 4; ++corner) {
-            text += kNumbers[corner] + "\n";
-            for (std::string const& sample : samples) text += sample + y[corner];
-        }
-        return text;
-    };
-    Odd const kOdd[] = {
-        {sections(kNumbers, kPlain), {}},
-        {sections(kWords, kPlain),
-         {"note 7 --format keyframes", "note 10 --format keyframes",
-          "turned-over --format keyframes"}},
-        {sections(kNumbers, {"10 40", "90 40", "10 10", "90 10"}), {"upside-down --flip-y"}},
-        {sections(kNumbers, {"10 10", "90 10", "90 40", "10 40"}),
-         {"crossed --corners ul,ur,lr,ll"}},
-        {sections(kNumbers, {"90 10", "10 10", "90 40", "10 40"}),
-         {"turned-over --corners ur,ul,lr,ll"}},
-        {sections(kNumbers, {"90 40", "10 40", "90 10", "10 10"}), {}},  // upside down as a whole
-        {sections(kNumbers, {"10 10", "90 10", "10 10", "90 10"}), {"flat"}},
-        {sections({"Upper Left", "Oben rechts"}, kPlain),
-         {"note 7", "duplicate 9", "missing-corner", "missing-corner", "missing-corner"}},
-        {sections({"Lower Left ADBE Corner Pin-0003"}, kPlain),
-         {"note 4 --format keyframes", "missing-corner", "missing-corner --format keyframes",
-          "missing-corner"}},
-        {frames({"0 5", "1 5", "2 5", "7 5"}), {"gap", "flat"}},
-        {frames({"1 5", "0 5"}), {"order 6", "order 9", "order 12", "order 15", "flat"}},
-        {sections(kNumbers, {"10 10", "90 10\n 1 90 10", "10 40", "90 40"}), {"uneven"}},
-        {sections(kNumbers, {"10 10", "90 10", "10 40", "350 40"}), {"outside 15"}},
-        {sections(kNumbers, {"10 10", "90 10", "10 40", "40000 40"}),
-         {"outside 15", "beyond-host 15"}},
-        {sections(kNumbers, {"0 0", "1 0", "0 1", "1 1"}), {"outside"}},
-        {"0,10,10,90,10,10,40,90,40\n", {"size --size WxH"}},
-        {"# size 720x576\n1,10,10,90,10,10,40,90,40\n",
-         {"frame-base --first-frame 0", "pixel-aspect --pixel-aspect A"}},
-        {"Source Pixel Aspect Ratio 1.5\n" + sections(kNumbers, kPlain),
-         {"pixel-aspect --pixel-aspect 1.5"}},
-        {sections(kNumbers, kPlain) + std::string(300, ' ') + "\n", {"note 16"}},
-        {"\tFrame\tX\tY\n\t0\t1\t2\n\t1\t1\t2\n" + sections(kNumbers, kPlain), {"note 2"}},
-        {"Root { format \"100 50 0 0 100 50 2 ana\" }\nCornerPin2D {\n invert true\n to1 {10 10}\n"
-         " to2 {90 10}\n to3 {90 40}\n to4 {10 40}\n}\n",
-         {"note 3", "pixel-aspect --pixel-aspect 2"}},
-    };
-    for (Odd const& odd : kOdd) {
-        SCOPED_TRACE(odd.text);
-        std::vector<std::string> issues;
-        for (TrackIssue const& issue : checkTrack(trackFromText({"text", odd.text, {}})))
-            issues.push_back(std::string(faultName(issue.fault)) +
-                             (issue.line > 0 ? " " + std::to_string(issue.line) : "") +
-                             (issue.mend.empty() ? "" : " " + issue.mend));
-        EXPECT_EQ(issues, odd.issues);
+    for (auto const& row : rowsOf(kOdd)) {
+        SCOPED_TRACE(row[0]);
+        EXPECT_EQ(issuesOf(row[0]), row[1]);
     }
-    TrackTarget const target{PixelSize{200, 50}, 1001, true};
-    auto const issues = checkTrack(trackFromText({"text", sections(kNumbers, kPlain), {}}), target);
-    ASSERT_EQ(issues.size(), 3u);  // another frame's size, no rate, and another start
-    EXPECT_EQ(issues[1].mend, "--rate FPS");
-    EXPECT_EQ(issues[2].mend, "--first-frame 1001");
-    EXPECT_THROW(requireImportable("text", trackFromText({"text", kOdd[13].text, {}})), UserError);
+    auto const import = [](std::string const& text) {
+        requireImportable("text", trackFromText({"text", text, {}}));
+    };
+    EXPECT_NO_THROW(import("0 10 10 90 10 10 40 32767 40"));
+    EXPECT_THROW(import("0 10 10 90 10 10 40 40000 40"), UserError);
+    std::string const text = sections(kNumbers, {"10 10", "90 10", "10 40", "90 40"});
+    EXPECT_EQ(issuesOf(text + std::string(300, ' ') + "\n"), "note 16");  // counts as two lines
+    EXPECT_EQ(issuesOf(text, {PixelSize{200, 50}, 1001, 0, true}),
+              "size; rate --rate FPS; frame-base --first-frame 1001");
+    std::string const close = "# size 90x50\n5 ul 9 9\n5.0004 ul 8 8\n5.001 ul 7 7\n";
+    EXPECT_TRUE(has(issuesOf(close, {{}, 5, 1000, false}), "merged 3"));
+    EXPECT_FALSE(has(issuesOf(close, {{}, 5, 10000, false}), "merged"));
 }
 
 struct Plot {

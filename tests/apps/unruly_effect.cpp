@@ -6,6 +6,11 @@
 #include <string_view>
 
 #include "platform/effect_api/effect_api.h"
+#include "platform/effect_api/plugin_resource.h"
+
+PF_PluginResource pluginResource() {
+    return {"Unruly", "Unruly", "Test", kEntryPointName, 0, 0, 0};
+}
 
 namespace {
 

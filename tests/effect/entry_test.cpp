@@ -39,19 +39,6 @@ TEST(Commands, ThoseWithoutWorkTouchNothing) {
     EXPECT_TRUE(host->monitor().log().empty());
 }
 
-constexpr zelk::HostIdentity kHosts[] = {kModernAE, kOlderAE, kModernPremiere, kModernKeyG};
-
-TEST(Commands, AboutSaysTheNameOnEveryHost) {
-    for (zelk::HostIdentity identity : kHosts) {
-        auto host = Host::loadOnly(ZELK_MODULE, optionsOf(identity));
-        auto const result = host->about();
-        EXPECT_EQ(result.code, 0);
-        EXPECT_EQ(result.message, "Quorvane Zelk High Quality Corner Pin Transform");
-        EXPECT_EQ(result.outFlags, 0u);
-        EXPECT_EQ(nothingOwed(result), "nothing");
-    }
-}
-
 TEST(GlobalSetup, AnnouncesFlagsAndVersionWithOrWithoutHandleCallbacks) {
     for (bool makes : {false, true})
         for (bool unlocks : {false, true}) {
@@ -74,9 +61,15 @@ TEST(GlobalSetup, AnnouncesFlagsAndVersionWithOrWithoutHandleCallbacks) {
         }
 }
 
-TEST(ParamsSetupCommand, RegistersTheOverlayButInPremiere) {
+constexpr zelk::HostIdentity kHosts[] = {kModernAE, kOlderAE, kModernPremiere, kModernKeyG};
+
+TEST(Commands, AboutSaysTheNameAndSetUpRegistersTheOverlayButInPremiere) {
     for (zelk::HostIdentity identity : kHosts) {
         auto host = Host::loadOnly(ZELK_MODULE, optionsOf(identity));
+        auto const about = host->about();
+        EXPECT_EQ(about.code + static_cast<int>(about.outFlags), 0);
+        EXPECT_EQ(about.message, "Quorvane Zelk High Quality Corner Pin Transform");
+        EXPECT_EQ(nothingOwed(about), "nothing");
         host->globalSetup();
         host->monitor().inject({"register_ui", 1, 91, true});
         auto const result = host->paramsSetup();
@@ -121,19 +114,13 @@ TEST(RenderCommand, TheOriginalComesThroughAtEveryDepthOfEveryHost) {
 }
 
 TEST(RenderDispatch, RefusesFormatsWithoutAPipelineAndLeavesTheOutput) {
-    struct FormatHost : PluginHost_Memory_Impl {
-        using PluginHost_Memory_Impl::PluginHost_Memory_Impl;
-        RasterInfo told{};
-        void getOutputRasterInfo(RasterInfo* info) override { *info = told; }
-    };
     for (int code = 0; code <= 22; ++code) {
         if (code == 0 || code == 1 || code == 3 || code == 9 || code == 11) continue;
         std::array<unsigned char, 16> pixels, before;
         pixels.fill(0xA5), before.fill(0xA5);
-        const PluginHost_API::RasterInfo view{pixels.data(), kFormatARGB32, 1, 1, 16, 16, 1, 1, 0};
-        FormatHost host(view, view);
-        host.told = view;
-        host.told.format = static_cast<QV_RasterFormat>(code);
+        const auto format = static_cast<QV_RasterFormat>(code);
+        const PluginHost_API::RasterInfo view{pixels.data(), format, 1, 1, 16, 16, 1, 1, 0};
+        PluginHost_Memory_Impl host(view, view);
         EXPECT_EQ(Render(&host), 1) << code;
         EXPECT_EQ(pixels, before);
     }
@@ -152,30 +139,17 @@ static zelk::CommandResult setUpWith(PF_Err (*addParam)(PF_ProgPtr, A_long, PF_P
 }
 
 TEST(EntryGuard, ExceptionsBecomeResultCodesAndTheThreadNumberComesBack) {
-    struct Case {
-        PF_Err (*addParam)(PF_ProgPtr, A_long, PF_ParamDef*);
-        PF_Err code;
-    };
-    const Case cases[] = {
-        {[](PF_ProgPtr, A_long, PF_ParamDef*) -> PF_Err { throw 516; }, 516},
-        {[](PF_ProgPtr, A_long, PF_ParamDef*) -> PF_Err { throw std::bad_alloc(); },
-         PF_Err_OUT_OF_MEMORY},
-        {[](PF_ProgPtr, A_long, PF_ParamDef*) -> PF_Err { throw std::runtime_error("host"); },
-         PF_Err_INTERNAL_STRUCT_DAMAGED},
-        {[](PF_ProgPtr, A_long, PF_ParamDef*) -> PF_Err {
-             omp_set_num_threads(1);
-             return 0;
-         },
-         0},
-        {[](PF_ProgPtr, A_long, PF_ParamDef*) -> PF_Err {
-             omp_set_num_threads(2);
-             throw 1;
-         },
-         1}};
-    for (Case const& c : cases) {
+    using AddParam = PF_Err (*)(PF_ProgPtr, A_long, PF_ParamDef*);
+    for (auto const& [addParam, code] :
+         {std::pair<AddParam, PF_Err>{[](auto...) -> PF_Err { throw 516; }, 516},
+          {[](auto...) -> PF_Err { throw std::bad_alloc(); }, PF_Err_OUT_OF_MEMORY},
+          {[](auto...) -> PF_Err { throw std::runtime_error("host"); },
+           PF_Err_INTERNAL_STRUCT_DAMAGED},
+          {[](auto...) -> PF_Err { return omp_set_num_threads(1), 0; }, 0},
+          {[](auto...) -> PF_Err { return omp_set_num_threads(2), throw 1, 1; }, 1}}) {
         omp_set_num_threads(5);
-        auto const result = setUpWith(c.addParam);
-        EXPECT_EQ(result.code, c.code);
+        auto const result = setUpWith(addParam);
+        EXPECT_EQ(result.code, code);
         EXPECT_EQ(nothingOwed(result), "nothing");
         EXPECT_EQ(omp_get_max_threads(), 5);
     }

@@ -302,4 +302,27 @@ TEST(PipelineFrames, CompositesOnItsOwnInEveryFamilyFormatAndMode) {
     EXPECT_EQ(otherFrame.render(), 1);
 }
 
+// High softens even a frame at rest, so a first pass that runs shows.
+TEST(PipelineFrames, TheFirstPassIsLeftOutOnlyAtRestWithinATolerance) {
+    const auto runs = [](int index, double change) {
+        Renderer renderer(kFormatBGRA8);
+        renderer.input.paint([](int x, int y, int) { return (x ^ y) % 2 * 255; });
+        Scene scene;
+        scene.view = kFrom;
+        double* const values[] = {&scene.translateX, &scene.translateY, &scene.scaleX,
+                                  &scene.scaleY,     &scene.rotate,     &scene.fromOffsets[3],
+                                  &scene.to[3]};
+        (index < 8 ? scene.from[static_cast<std::size_t>(index)] : *values[index - 8]) += change;
+        renderer.set(scene);
+        if (index == 13) renderer.host.setPoint(kParamFromUpperRight, 1, 0);
+        EXPECT_EQ(renderer.render(), 0);
+        return !renderer.output.samePixels(renderer.input);
+    };
+    for (int index = 0; index < 13; ++index) {
+        EXPECT_FALSE(runs(index, 0.9e-5)) << index;
+        EXPECT_TRUE(runs(index, -1.1e-5)) << index;
+    }
+    EXPECT_FALSE(runs(13, 50) || runs(14, 0.5)) << "offsets and To Pins don't count";
+}
+
 }  // namespace

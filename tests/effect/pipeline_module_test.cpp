@@ -2,10 +2,12 @@
 // has to give what the memory host gives for the premultiplied picture, divided by its alpha, bit
 // for bit, by the plain command and by the smart render protocol. A transfer mode then is the
 // host's own compositing of that over the layer.
+#include "effect/HostRender.h"
 #include "effect/Render.h"
+#include "effect/SamplePose.h"
 #include "hostkit/compositing.h"
 #include "tests/effect/premultiply.h"
-#include "tests/host/ae_probe.h"
+#include "tests/host/ae_host.h"
 #include "tests/support/memory_controls.h"
 #include "tests/support/random_quads.h"
 
@@ -130,6 +132,65 @@ TEST(PipelineInModule, StraightColourIsPremultipliedAroundTheTransform) {
         painted += expectAgreement<PIXEL_BGRA8>(zelk_test::kModernPremiere, Depth::k8, seed);
     }
     EXPECT_GT(painted, 120) << "of 150";
+}
+
+PF_EffectWorld toldOutput;
+PF_PixelFormat toldOfOutput, toldOfOthers;
+
+/// A render of a small frame in Premiere Pro whose world suite tells these formats; its code, and
+/// the output's bytes.
+std::pair<PF_Err, std::vector<unsigned char>> renderTold(PF_PixelFormat ofOutput,
+                                                         PF_PixelFormat ofOthers) {
+    std::pair<PF_Err, std::vector<unsigned char>> answer;
+    auto host = zelk_test::hostWithControls(zelk_test::kModernPremiere, 5, 4);
+    zelk_test::setControl(*host, kParamTransferMode, 5);
+    host.renderAt(Depth::k8, zelk_test::withBinding([&](PluginHost_AE_Impl& ae) {
+                      PF_WorldSuite2 suite = *ae.worldSuite;
+                      toldOutput = *ae.output, toldOfOutput = ofOutput, toldOfOthers = ofOthers;
+                      suite.PF_GetPixelFormat = [](PF_EffectWorld const* world,
+                                                   PF_PixelFormat* format) -> PF_Err {
+                          *format = world->data == toldOutput.data ? toldOfOutput : toldOfOthers;
+                          return PF_Err_NONE;
+                      };
+                      ae.worldSuite = &suite;
+                      answer.first = renderOnHost(ae);
+                      auto const* bytes = static_cast<unsigned char const*>(ae.output->data);
+                      answer.second.assign(bytes, bytes + 4 * ae.output->rowbytes);
+                  }));
+    return answer;
+}
+
+TEST(PipelineInModule, EveryImageIsTakenToHaveTheOutputsFormat) {
+    auto const right = renderTold(PF_PixelFormat_BGRA32, PF_PixelFormat_BGRA32);
+    EXPECT_EQ(right.first, 0);
+    for (const PF_PixelFormat others : {PF_PixelFormat{0}, PF_PixelFormat_ARGB32})
+        EXPECT_EQ(renderTold(PF_PixelFormat_BGRA32, others), right);
+    auto const tooLarge = renderTold(PF_PixelFormat_ARGB128, PF_PixelFormat_BGRA32);
+    EXPECT_EQ(tooLarge.first, 1);
+    EXPECT_EQ(tooLarge.second, std::vector<unsigned char>(right.second.size())) << "cleared";
+}
+
+TEST(PipelineInModule, ASamplesControlsAreReadByTheirDiskIds) {
+    struct IdHost : PluginHost_Memory_Impl {
+        using PluginHost_Memory_Impl::PluginHost_Memory_Impl;
+        const zelk::Host host{ZELK_MODULE};
+        A_long idOf(int index) {
+            return host.parameters()[static_cast<std::size_t>(index)].diskId();
+        }
+        int GetFloatValue(int index, int id, TimeObject const& at, double& value) override {
+            return id == idOf(index) ? PluginHost_Memory_Impl::GetFloatValue(index, id, at, value)
+                                     : 9;
+        }
+        int GetPoint2DValue(int index, int id, TimeObject const& at, double& x,
+                            double& y) override {
+            return id == idOf(index) ? PluginHost_Memory_Impl::GetPoint2DValue(index, id, at, x, y)
+                                     : 9;
+        }
+    };
+    IdHost host({}, {});
+    zelk::setDefaultControls(host);
+    SamplePose pose{};
+    EXPECT_EQ(samplePoseAt(&host, 0, pose), 0);
 }
 
 }  // namespace

@@ -35,27 +35,27 @@ TEST(SamplePlan, ByPopupShutterAndSamples) {
         bool isAfterEffects;
         int motionBlur;
         double angle, phase, samples;  // degrees, of the controls
-        int count;
-        bool merged;
-        int first, second;  // moments
+        int count, first, second;      // moments; one sample alone is not merged
     };
-    const Case cases[] = {
-        {false, kMotionBlurOff, 180, -90, 16, 1, false, 240, 240},
-        {false, kMotionBlurOn, 180, -90, 1.5, 2, true, 215, 240},
-        {false, kMotionBlurOn, 180, -90, 1.4, 1, false, 215, 215},
-        {false, kMotionBlurOn, 0, 36, 16, 1, false, 250, 250},
-        {false, kMotionBlurOn, 360, 0, 8, 8, true, 240, 252},      // 12.5 truncated
-        {false, kMotionBlurComp, 180, -90, 4, 4, true, 215, 227},  // another host: the controls
-        {true, kMotionBlurComp, 90, 77, 4, 4, true, 215, 227},     // the composition's shutter
-        {true, kMotionBlurOn, 90, 36, 4, 4, true, 250, 256},
-    };
-    for (Case const& c : cases) {
+    for (Case const& c : {
+             Case{false, kMotionBlurOff, 180, -90, 16, 1, 240, 240},
+             {false, kMotionBlurOn, 180, -90, 1.5, 2, 215, 240},
+             {false, kMotionBlurOn, 180, -90, 1.4, 1, 215, 215},
+             {false, kMotionBlurOn, 0, 36, 16, 1, 250, 250},
+             {false, kMotionBlurOn, 360, 0, 8, 8, 240, 252},      // 12.5 truncated
+             {false, kMotionBlurOn, 360, -1080, 8, 8, -60, -48},  // before it is added
+             {false, kMotionBlurOn, 360, 0, 1e99, INT32_MAX, 240, 240},
+             {false, kMotionBlurOn, 360, 0, std::nan(""), 1, 240, 240},
+             {false, kMotionBlurComp, 180, -90, 4, 4, 215, 227},  // another host: the controls
+             {true, kMotionBlurComp, 90, 77, 4, 4, 215, 227},     // the composition's shutter
+             {true, kMotionBlurOn, 90, 36, 4, 4, 250, 256},
+         }) {
         ShutterHost host(c.isAfterEffects);
         RenderArguments args{};
         args.shutterAngle = c.angle, args.shutterPhase = c.phase, args.samples = c.samples;
         const SamplePlan plan = planSamples(&host, args, c.motionBlur);
         EXPECT_EQ(plan.samples, c.count);
-        EXPECT_EQ(plan.blurOn, c.merged);
+        EXPECT_EQ(plan.blurOn, c.count > 1);
         EXPECT_EQ(plan.timeOf(0), c.first);
         EXPECT_EQ(plan.timeOf(1), c.second);
         host.setApplication("KeyG");  // has no shutter of its own
@@ -68,56 +68,25 @@ template <class Trait>
 struct EachFormat : testing::Test {};
 TYPED_TEST_SUITE(EachFormat, zelk_test::RenderedFormats);
 
-// The k-th merge rounds by at most r, and the later ones leave k / n of that: r (2 + ... + n) / n
-// in all. r is half a step of an integer, and what 24 bits add to 32768; in float three roundings.
-TYPED_TEST(EachFormat, MergedSamplesAreTheirMean) {
-    const double white = zelk::whiteOf(TypeParam::kFormat);
-    for (const int samples : {1, 2, 3, 7, 32}) {
-        Random random(static_cast<unsigned>(samples));
-        GuardedRaster mean(TypeParam::kFormat, 13, 5, 16);
-        std::vector<double> sum(4 * 13 * 5);
-        for (int i = 0; i < samples; ++i) {
-            GuardedRaster sample(TypeParam::kFormat, 13, 5, 32);
-            std::size_t at = 0;
-            sample.paint([&](int, int, int) { return random.uniform(0, white); });
-            sample.forEachChannel([&](int x, int y, int c) { sum[at++] += sample.get(x, y, c); });
-            mergeSample<TypeParam>(mean.info(), sample.info(), i);
-            EXPECT_TRUE(i > 0 || mean.samePixels(sample));
-        }
-        const double r = TypeParam::kIsFloat ? 3 * 0x1p-24 : 0.5 + 0x1p-7;
-        const double bound = r * (samples * (samples + 1) / 2 - 1) / samples;
-        std::size_t at = 0;
-        mean.forEachChannel([&](int x, int y, int c) {
-            EXPECT_NEAR(mean.get(x, y, c), sum[at++] / samples, bound) << samples;
-        });
-        EXPECT_TRUE(mean.guardsIntact());
-    }
-}
-
 TYPED_TEST(EachFormat, TheBorderFadesByTheRampAndCornersTwice) {
-    const double white = zelk::whiteOf(TypeParam::kFormat);
-    const int sizes[][3] = {{1, 1, 2}, {2, 2, 2}, {3, 9, 2}, {20, 17, 6}, {5, 40, 9}};
-    for (auto const& size : sizes) {
-        const int w = size[0], h = size[1], extent = size[2];
+    for (auto const& [w, h, extent] :
+         {std::tuple(1, 1, 2), {2, 2, 2}, {3, 9, 2}, {20, 17, 6}, {5, 40, 9}}) {
         GuardedRaster raster(TypeParam::kFormat, w, h, 16);
-        raster.paint([&](int, int, int) { return white; });
+        raster.paint([&](int, int, int) { return TypeParam::kWhite; });
         fadeBorder<TypeParam>(raster.info(), extent);
-        raster.forEachChannel([&](int x, int y, int c) {
-            double value = white;
-            const auto fade = [&](float ramp) {
-                value = static_cast<float>(value) * (ramp * 0.8f + 0.1f);
-                if (!TypeParam::kIsFloat) value = std::trunc(value);
-            };
-            const auto part = [&](int i) {
-                return static_cast<float>(i) / static_cast<float>(extent - 1);
-            };
-            if (y < extent) fade(part(y));
-            for (const int j : {std::min(x, w - 1 - x), std::max(x, w - 1 - x)})
-                if (j < extent) fade(part(j));
-            if (y >= h - extent) fade(1.0f - part(y - (h - extent)));
-            ASSERT_EQ(raster.get(x, y, c), value) << w << "x" << h << " at " << x << "," << y;
-        });
         EXPECT_TRUE(raster.guardsIntact());
+        raster.forEachChannel([&, last = static_cast<float>(extent - 1)](int x, int y, int c) {
+            float want = TypeParam::kWhite;
+            const auto fade = [&](float part) {
+                want *= part * 0.8f + 0.1f;
+                if (!TypeParam::kIsFloat) want = std::trunc(want);
+            };
+            if (y < extent) fade(static_cast<float>(y) / last);
+            for (const int j : {std::min(x, w - 1 - x), std::max(x, w - 1 - x)})
+                if (j < extent) fade(static_cast<float>(j) / last);
+            if (y >= h - extent) fade(1.0f - static_cast<float>(y - (h - extent)) / last);
+            ASSERT_EQ(raster.get(x, y, c), want) << w << "x" << h << " at " << x << "," << y;
+        });
     }
 }
 
@@ -126,18 +95,17 @@ TEST(SuperSamplePlan, RadiiFadeAndEndByTheSidesOfTheToQuad) {
     const double pins[8] = {0.1, 0.1, 0.35, 0.1, 0.1, 0.6, 0.2, 0.6};  // top 1/4, bottom 1/10
     std::copy_n(pins, 8, args.toPins);
     args.superSampleEdge = 2;
-    struct Fade {
-        SuperSampleScene scene;
-        int extent;
-    };
-    constexpr SuperSampleScene kHd = {1920, 1080, 1920, 1080, 1};
-    for (Fade const& f : {Fade{kHd, 120},  // 1920 * 2 / 32, and a half that is cut
-                          Fade{{1920, 1080, 1920, 1080, 0.5}, 60},
-                          Fade{{1920, 90, 1920, 90, 1}, 44}, Fade{{90, 1920, 90, 1920, 1}, 44},
-                          Fade{{1000, 900, 1000, 900, 1}, 63},  // 62.5 and a half
-                          Fade{{2, 2, 2, 2, 1}, 2}})
-        EXPECT_EQ(planSuperSample(args, f.scene).fadeExtent, f.extent);
+    // 1920 * 2 / 32, and a half that is cut.
+    for (auto const& [width, height, scale, extent] : {std::tuple(1920, 1080, 1.0, 120),
+                                                       {1920, 1080, 0.5, 60},
+                                                       {1920, 90, 1.0, 44},
+                                                       {90, 1920, 1.0, 44},
+                                                       {1000, 900, 1.0, 63},
+                                                       {2, 2, 1.0, 2},
+                                                       {90, 90, std::nan(""), 2}})
+        EXPECT_EQ(planSuperSample(args, {width, height, width, height, scale}).fadeExtent, extent);
 
+    constexpr SuperSampleScene kHd = {1920, 1080, 1920, 1080, 1};
     const auto expectRadii = [&](double softness, SuperSampleScene const& scene, double top,
                                  double bottom, double left, double right, double end) {
         args.superSampleSoftness = softness;
@@ -173,44 +141,59 @@ void animate(PluginHost_Memory_Impl& host, unsigned seed) {
                 return Value{quad[2 * i] + at.time * 1e-3, quad[2 * i + 1], 0, false};
             });
     }
-    const auto move = [&](int index) {
+    for (int index = kParamToUpperLeftOffsetX; index <= kParamRotate; ++index) {
+        const bool isOffset =
+            index <= kParamToLowerRightOffsetY ||
+            (index >= kParamFromUpperLeftOffsetX && index <= kParamFromLowerRightOffsetY);
+        if (!isOffset && index < kParamTranslateX) continue;
         const double start = index == kParamScaleX || index == kParamScaleY;
-        const double speed = 0.0005 * (index - 22.5);
-        host.setAnimated(index, [=](Time const& at) { return Value{start + at.time * speed}; });
-    };
-    for (int i = kParamTranslateX; i <= kParamRotate; ++i) move(i);
-    for (int i = 0; i < 8; ++i) {
-        move(kParamFromUpperLeftOffsetX + i);
-        move(kParamToUpperLeftOffsetX + i);
+        host.setAnimated(index, [=](Time const& at) {
+            return Value{start + at.time * 0.0005 * (index - 22.5)};
+        });
     }
 }
 
-// Frames with motion blur are the mean, merged in order, of frames rendered at each moment.
-TEST(MotionBlur, EqualsTheMergedFramesOfItsMoments) {
-    constexpr int kWidth = 33, kHeight = 21, kSamples = 5;
+// Frames with motion blur are the mean of frames rendered at each moment; one sample is the frame
+// of the phase's moment. The k-th merge rounds by at most r, and the later ones leave k / n of
+// that: r (2 + ... + n) / n in all. r is half a step of an integer, and what 24 bits add to 32768;
+// in float three roundings.
+TYPED_TEST(EachFormat, MotionBlurIsTheMeanOfItsMoments) {
+    constexpr int kWidth = 23, kHeight = 15, kSamples = 5;
+    const double r = TypeParam::kIsFloat ? 3 * 0x1p-24 : 0.5 + 0x1p-7;
+    const double bound = r * (kSamples * (kSamples + 1) / 2 - 1) / kSamples;
     for (const unsigned view : {1u, 2u, 3u})
         for (const unsigned quality : {2u, 3u}) {
-            GuardedRaster input(kFormatARGB32, kWidth, kHeight), mean = input;
+            SCOPED_TRACE(testing::Message() << "view " << view << " quality " << quality);
+            GuardedRaster input(TypeParam::kFormat, kWidth, kHeight);
             Random random(view);
-            input.paint([&](int, int, int) { return random.uniform(0, 1); });
-            const auto render = [&](int time, bool blurred) {
-                GuardedRaster output(kFormatARGB32, kWidth, kHeight);
+            input.paint([&](int, int, int) { return random.uniform(0, TypeParam::kWhite); });
+            const auto render = [&](int time, int samples, double phase) {
+                GuardedRaster output(TypeParam::kFormat, kWidth, kHeight, 16);
                 PluginHost_Memory_Impl host(input.info(), output.info());
                 zelk::setDefaultControls(host);
                 host.setTime({time, 100, 2500});
                 host.setPopup(kParamViewMode, view);
                 host.setPopup(kParamQuality, quality);
                 host.setFloat(kParamSuperSampleSoftness, 0);  // at a moment its pins would count
-                host.setPopup(kParamMotionBlur, blurred);
-                host.setFloat(kParamSamples, kSamples);
+                host.setFloat(kParamSuperSampleEdge, 2);
+                host.setPopup(kParamMotionBlur, samples > 0);
+                host.setFloat(kParamSamples, samples);
+                host.setFloat(kParamShutterPhase, phase);
                 animate(host, view);
                 EXPECT_EQ(Render(&host), 0);
                 EXPECT_EQ(host.tally().pixelBuffers, 0);
+                EXPECT_TRUE(output.guardsIntact());
                 return output;
             };
-            for (int i = 0; i < kSamples; ++i)
-                mergeSample<PIXEL_ARGB32>(mean.info(), render(20 * i, false).info(), i);
-            EXPECT_TRUE(render(0, true).samePixels(mean)) << "view " << view << " " << quality;
+            std::vector<GuardedRaster> moments;
+            for (int i = 0; i < kSamples; ++i) moments.push_back(render(20 * i, 0, 0));
+            const GuardedRaster blurred = render(0, kSamples, 0);
+            blurred.forEachChannel([&](int x, int y, int c) {
+                double sum = 0;
+                for (GuardedRaster const& moment : moments) sum += moment.get(x, y, c);
+                EXPECT_NEAR(blurred.get(x, y, c), sum / kSamples, bound);
+            });
+            EXPECT_TRUE(render(20, 1, 72).samePixels(moments[2]));
         }
 }
 

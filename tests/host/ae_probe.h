@@ -22,10 +22,19 @@ struct ProbeCall {
     PF_ParamDef** params;
     PF_LayerDef* output;
 };
+/// What a body gets in fact.
+struct ProbeCommand : ProbeCall {
+    void* extra;
+};
+/// The command's own record.
+template <class Record>
+Record* extraOf(ProbeCall const& call) {
+    return static_cast<Record*>(static_cast<ProbeCommand const&>(call).extra);
+}
 using ProbeBody = std::function<PF_Err(ProbeCall const&)>;
 
 constexpr zelk::HostIdentity kModernAE = {kAppAfterEffects, {13, 27}};
-constexpr zelk::HostIdentity kOlderAE = {kAppAfterEffects, {12, 4}};
+constexpr zelk::HostIdentity kOlderAE = {kAppAfterEffects, {12, 11}};
 constexpr zelk::HostIdentity kModernPremiere = {kAppPremierePro, {13, 27}};
 constexpr zelk::HostIdentity kModernKeyG = {kAppFinalCutPro, {13, 27}};
 

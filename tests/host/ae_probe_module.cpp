@@ -10,6 +10,7 @@ static zelk_test::ProbeBody const* theBody = nullptr;
 PROBE_EXPORT void setProbeBody(zelk_test::ProbeBody const* body) { theBody = body; }
 
 PROBE_EXPORT PF_Err EntryPointFunc(PF_Cmd command, PF_InData* in, PF_OutData* out,
-                                   PF_ParamDef** params, PF_LayerDef* output, void*) {
-    return theBody ? (*theBody)({command, in, out, params, output}) : PF_Err_NONE;
+                                   PF_ParamDef** params, PF_LayerDef* output, void* extra) {
+    const zelk_test::ProbeCommand call = {{command, in, out, params, output}, extra};
+    return theBody ? (*theBody)(call) : PF_Err_NONE;
 }

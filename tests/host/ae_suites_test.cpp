@@ -3,122 +3,89 @@
 
 #include "host/AEGP_SuiteHandler.h"
 #include "host/SuiteAccess.h"
+#include "params/ParamIndex.h"
 #include "tests/host/ae_host.h"
 
 using namespace zelk_test;
 
 namespace {
 
-constexpr char kAbsent[] = "No Such Suite";
-
-zelk::HostOptions optionsOf(zelk::HostIdentity identity, bool hasSuites) {
-    zelk::HostOptions options = zelk_test::optionsOf(identity);
-    options.offerSuites = hasSuites;
-    return options;
-}
-
 /// The command ends with the code; where there is a message the user is shown it.
 void expectTold(zelk::CommandResult const& result, PF_Err code, std::string const& message) {
     EXPECT_EQ(result.code, code);
-    EXPECT_EQ(result.message, message);
-    EXPECT_EQ(result.outFlags, message.empty() ? 0u : 0x100u);
+    EXPECT_EQ(result.message, code ? message : "");
+    EXPECT_EQ(result.outFlags, code && !message.empty() ? 0x100u : 0u);
+}
+
+/// Runs `body` with a host's records; its code ends the command.
+template <class Body>
+zelk::CommandResult inCommand(ProbeHost& host, Body const& body) {
+    return host.bare(
+        [&](ProbeCall const& call) -> PF_Err { return body(call.in_data, call.out_data); });
 }
 
 }  // namespace
 
-TEST(SuiteAccess, AMissingSuiteIsToldToTheUser) {
-    for (bool hasSuites : {false, true})
-        for (char const* error : {static_cast<char const*>(nullptr), "Not there."}) {
-            ProbeHost host(optionsOf(kOlderAE, hasSuites));
-            auto const acquired = host.bare([&](ProbeCall const& call) -> PF_Err {
-                void* suite = &host;
-                const PF_Err err =
-                    AEFX_AcquireSuite(call.in_data, call.out_data, kAbsent, 3, error, &suite);
-                EXPECT_EQ(suite, nullptr);
-                return err;
-            });
-            expectTold(acquired, 516, error ? error : "Not able to acquire AEFX Suite.");
-            auto const released = host.bare([&](ProbeCall const& call) -> PF_Err {
-                return AEFX_ReleaseSuite(call.in_data, call.out_data, kAbsent, 3, error);
-            });
-            if (hasSuites)
-                expectTold(released, 0, "");
-            else
-                expectTold(released, 516, error ? error : "Not able to release AEFX Suite.");
-        }
-}
-
-TEST(SuiteAccess, TransformSuitesNeedMajor12AndAreSilentIfAsked) {
-    struct Case {
-        A_short major;
-        bool hasSuites;
-        std::string name;
-        int acquired, released;
-    };
-    for (Case const& c : {Case{11, true, kPFColorParamSuite, 516, 516},
-                          {12, true, kPFColorParamSuite, 0, 0},
-                          {12, true, kAbsent, 516, 0},
-                          {12, false, kPFColorParamSuite, 516, 516}})
-        for (bool isSilent : {false, true}) {
-            ProbeHost host(optionsOf({kAppAfterEffects, {c.major, 27}}, c.hasSuites));
-            auto const acquired = host.bare([&](ProbeCall const& call) -> PF_Err {
-                void* suite = &host;
-                const PF_Err err = Transform_AcquireSuite(call.in_data, call.out_data,
-                                                          c.name.c_str(), 1, &suite, isSilent);
-                EXPECT_EQ(suite == nullptr, err != 0);
-                return err;
-            });
-            auto const released = host.bare([&](ProbeCall const& call) -> PF_Err {
-                return Transform_ReleaseSuite(call.in_data, call.out_data, c.name.c_str(), 1,
-                                              isSilent);
-            });
-            const bool isTold = c.major >= 12 && !isSilent;
-            expectTold(acquired, c.acquired,
-                       c.acquired && isTold ? "Not able to acquire " + c.name : "");
-            expectTold(released, c.released,
-                       c.released && isTold ? "Not able to release " + c.name : "");
-        }
-}
-
-TEST(SuiteAccess, ATableCountsWhateverTheStatus) {
+// Ways 0 and 1 are the plain functions, 2 and 3 those of Transform, which need major 12.
+TEST(SuiteAccess, AMissingSuiteIsToldToTheUserUnlessAskedToBeSilent) {
+    for (int i = 0; i < 32; ++i) {
+        const int way = i % 4;
+        const bool isPlain = way < 2, isOld = i & 4, hasSuites = i & 8;
+        const std::string name = i & 16 ? kPFColorParamSuite : "No Such Suite";
+        zelk::HostOptions options =
+            optionsOf({kAppAfterEffects, {static_cast<A_short>(isOld ? 11 : 12), 11}});
+        options.offerSuites = hasSuites;
+        ProbeHost host(options);
+        char const* const error = way == 1 ? "Not there." : nullptr;
+        void* suite = &host;
+        auto const acquired = inCommand(host, [&](auto* in, auto* out) {
+            return isPlain ? AEFX_AcquireSuite(in, out, name.c_str(), 1, error, &suite)
+                           : Transform_AcquireSuite(in, out, name.c_str(), 1, &suite, way == 3);
+        });
+        EXPECT_EQ(suite == nullptr, acquired.code != 0);
+        auto const released = inCommand(host, [&](auto* in, auto* out) {
+            return isPlain ? AEFX_ReleaseSuite(in, out, name.c_str(), 1, error)
+                           : Transform_ReleaseSuite(in, out, name.c_str(), 1, way == 3);
+        });
+        const auto said = [&](std::string const& verb) {
+            return error              ? error
+                   : isPlain          ? "Not able to " + verb + " AEFX Suite."
+                   : isOld || way > 2 ? ""
+                                      : "Not able to " + verb + " " + name;
+        };
+        const bool serves = hasSuites && (isPlain || !isOld);
+        expectTold(acquired, serves && i & 16 ? 0 : 516, said("acquire"));
+        expectTold(released, serves ? 0 : 516, said("release"));
+    }
+    // A table counts, whatever the status beside it.
     ProbeHost host(kOlderAE);
     host->monitor().inject({"AcquireSuite PF ColorParamSuite 1", 1, 99, true});
-    auto const result = host.bare([](ProbeCall const& call) -> PF_Err {
-        auto [command, in, out, params, output] = call;
+    auto const result = inCommand(host, [](auto* in, auto* out) {
         void* suite = nullptr;
         EXPECT_EQ(AEFX_AcquireSuite(in, out, kPFColorParamSuite, 1, "no", &suite), 0);
         return AEFX_ReleaseSuite(in, out, kPFColorParamSuite, 1, "no");
     });
-    EXPECT_EQ(result.code, 0);
     EXPECT_FALSE(result.touchedOutData);
     EXPECT_EQ(nothingOwed(result), "nothing");
 }
 
 TEST(SuiteAccess, AMissingSuiteDisablesOnlyWhatNeedsIt) {
-    struct Case {
-        char const* missing;
-        char const* message;
-        int floatAlloc, floatColor;
-    };
-    for (Case const& c :
-         {Case{"AcquireSuite PF World Suite 2", "Couldn't load kPFWorldSuite.", 516, 0},
-          Case{"AcquireSuite PF ColorParamSuite 1", "Couldn't load kPFColorParamSuite.", 0, 1}}) {
-        ProbeHost host(kModernAE);
-        host->monitor().inject({c.missing, 1, 7});
+    for (auto const& [missing, alloc, color, message] :
+         {std::tuple("PF World Suite 2", 516, 0, "Couldn't load kPFWorldSuite."),
+          {"PF ColorParamSuite 1", 0, 1, "Couldn't load kPFColorParamSuite."}}) {
+        ProbeHost host = hostWithControls(kModernAE, 5, 4);
+        host->monitor().restart();
+        host->monitor().inject({std::string("AcquireSuite ") + missing, 1, 7});
         auto const result = inRender(host, zelk::Depth::k8, [&](PluginHost_AE_Impl& ae) {
-            for (auto type : {PluginRaster_API::kPixelTypeFloat, PluginRaster_API::kPixelType8}) {
-                int error = -1;
-                ae.unlockTemporalRaster(ae.allocRaster(3, 2, type, error, 0));
-                EXPECT_EQ(error, type == PluginRaster_API::kPixelType8 ? 0 : c.floatAlloc);
-            }
-            PF_ParamDef color{};
-            color.param_type = PF_Param_COLOR;
-            PF_ParamDef* params[] = {&color};
-            ae.params = params;
+            int error = -1;
             double r, g, b;
-            EXPECT_EQ(ae.getFloatColor(0, 0, &r, &g, &b, nullptr), c.floatColor);
+            ae.unlockTemporalRaster(
+                ae.allocRaster(3, 2, PluginRaster_API::kPixelTypeFloat, error, 0));
+            EXPECT_EQ(error * 10 + ae.getFloatColor(kParamToWireframeColor, 0, &r, &g, &b, nullptr),
+                      alloc * 10 + color);
         });
-        expectTold(result, 0, c.message);
+        EXPECT_EQ(result.message, message);
+        EXPECT_EQ(result.outFlags, 0x100u);
     }
 }
 
@@ -133,14 +100,13 @@ TEST(SuiteHandler, LendsEachSuiteOnceAndGivesThemBackInTheListsOrder) {
     ProbeHost host(kModernAE);
     const auto take = [&host] {
         host->monitor().restart();
-        return host.bare([](ProbeCall const& call) -> PF_Err {
+        return inCommand(host, [](PF_InData* in, auto*) -> PF_Err {
             try {
-                AEGP_SuiteHandler suites(call.in_data->pica_basicP);
+                AEGP_SuiteHandler suites(in->pica_basicP);
                 for (int i = 0; i < 2; ++i) {
-                    EXPECT_NE(suites.get(&AEGP_SuiteHandler::ProjSuite7), nullptr);
-                    EXPECT_NE(suites.get(&AEGP_SuiteHandler::CompSuite11), nullptr);
-                    EXPECT_NE(suites.get(&AEGP_SuiteHandler::ItemSuite10), nullptr);
-                    EXPECT_NE(suites.get(&AEGP_SuiteHandler::ItemSuite7), nullptr);
+                    suites.get(&AEGP_SuiteHandler::ProjSuite7);
+                    suites.get(&AEGP_SuiteHandler::CompSuite11);
+                    suites.get(&AEGP_SuiteHandler::ItemSuite10);
                 }
                 suites.ReleaseAllSuites();  // leaves nothing to the destructor
                 EXPECT_NE(suites.get(&AEGP_SuiteHandler::CompSuite11), nullptr);
@@ -155,15 +121,14 @@ TEST(SuiteHandler, LendsEachSuiteOnceAndGivesThemBackInTheListsOrder) {
     for (std::string const& call : host->monitor().log())
         calls += call.substr(0, 1) + call.substr(sizeof "AcquireSuite AEGP") + ", ";
     EXPECT_EQ(calls,
-              "AProj Suite 7, AComp Suite 11, AItem Suite 10, AItem Suite 7, RComp Suite 11, "
-              "RItem Suite 10, RItem Suite 7, RProj Suite 7, AComp Suite 11, RComp Suite 11, ");
+              "AProj Suite 7, AComp Suite 11, AItem Suite 10, RComp Suite 11, RItem Suite 10, "
+              "RProj Suite 7, AComp Suite 11, RComp Suite 11, ");
     // What came with a refusal goes back too; without a table 0 is a refusal as well.
-    for (char const* suite : {"Proj Suite 7", "Comp Suite 11", "Item Suite 10", "Item Suite 7"})
-        for (auto const& [status, lends] : {std::pair(0, false), {9, false}, {9, true}}) {
-            host->monitor().clearFaults();
-            host->monitor().inject({std::string("AcquireSuite AEGP ") + suite, 1, status, lends});
-            const auto refused = take();
-            EXPECT_EQ(refused.code, 516) << suite;
-            EXPECT_EQ(nothingOwed(refused), "nothing") << suite;
-        }
+    for (auto const& [status, lends] : {std::pair(0, false), {9, false}, {9, true}}) {
+        host->monitor().clearFaults();
+        host->monitor().inject({"AcquireSuite AEGP Comp Suite 11", 1, status, lends});
+        const auto refused = take();
+        EXPECT_EQ(refused.code, 516);
+        EXPECT_EQ(nothingOwed(refused), "nothing");
+    }
 }

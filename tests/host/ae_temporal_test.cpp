@@ -1,4 +1,8 @@
-// Whole images: blending, copies of a layer at a time, interleaved fields, channel orders.
+// Whole images: blending, copies of a layer at a time, interleaved fields.
+#include <fmt/format.h>
+
+#include <cmath>
+
 #include "tests/host/ae_host.h"
 
 using namespace zelk_test;
@@ -6,8 +10,10 @@ using zelk::Depth;
 
 namespace {
 
-std::vector<unsigned char> pixelsOf(PF_EffectWorld const& world, int pixelBytes) {
-    std::vector<unsigned char> bytes;
+using Bytes = std::vector<unsigned char>;
+
+Bytes pixelsOf(PF_EffectWorld const& world, int pixelBytes) {
+    Bytes bytes;
     for (int y = 0; y < world.height; ++y) {
         auto const* row = static_cast<unsigned char const*>(world.data) + y * world.rowbytes;
         bytes.insert(bytes.end(), row, row + world.width * pixelBytes);
@@ -16,83 +22,63 @@ std::vector<unsigned char> pixelsOf(PF_EffectWorld const& world, int pixelBytes)
 }
 
 /// What transfer_rect was given; its own work is the host's.
-struct Transfer {
-    int pixelBytes = 0;
-    std::vector<unsigned char> source{}, destination{};
-    std::vector<int> numbers{};  ///< of mode, rectangle and quality
-    A_u_short deepOpacity = 0;
-};
-Transfer transfer;
+std::string transferred;
+Bytes laidUnder;
+int pixelBytes = 0;
 
-PF_Err noteTransfer(PF_ProgPtr, A_long quality, A_long flags, A_long, PF_Rect const* rect,
-                    PF_EffectWorld const* source, PF_CompositeMode const* mode,
-                    PF_MaskWorld const* mask, A_long x, A_long y, PF_EffectWorld* destination) {
-    EXPECT_TRUE(!mask && x == 0 && y == 0);
-    transfer.source = pixelsOf(*source, transfer.pixelBytes);
-    transfer.destination = pixelsOf(*destination, transfer.pixelBytes);
-    transfer.numbers = {mode->xfer,   mode->opacity, mode->rgb_only, rect->right,
-                        rect->bottom, quality,       flags};
-    transfer.deepOpacity = mode->opacitySu;
+PF_Err noteTransfer(PF_ProgPtr, A_long quality, A_long flags, A_long field, PF_Rect const* rect,
+                    PF_EffectWorld const*, PF_CompositeMode const* mode, PF_MaskWorld const* mask,
+                    A_long x, A_long y, PF_EffectWorld* destination) {
+    EXPECT_FALSE(mask);
+    laidUnder = pixelsOf(*destination, pixelBytes);
+    transferred = fmt::format("{} {} {}, {} {} {} {}, {} {} {} {}", quality, flags, field,
+                              int(mode->xfer), mode->opacity, mode->opacitySu, mode->rgb_only,
+                              rect->right, rect->bottom, x, y);
     return PF_Err_NONE;
-}
-
-/// A blend of the input over the output with transfer_rect as given.
-PF_Err blendInputOver(PluginHost_AE_Impl& ae, decltype(&noteTransfer) transferRect,
-                      double fromOpacity) {
-    PF_UtilCallbacks utils = *ae.in_data->utils;
-    utils.transfer_rect = transferRect;
-    auto* const own = std::exchange(ae.in_data->utils, &utils);
-    std::unique_ptr<PluginRaster_API> from(ae.getInputRaster(0)), to(ae.getOutputRaster());
-    const PF_Err err = ae.blend(6, 0.5, fromOpacity, from.get(), to.get());
-    ae.in_data->utils = own;
-    return err;
-}
-
-template <class Channel>
-void fadeAlphas(std::vector<unsigned char>& bytes, std::size_t alpha, double opacity) {
-    for (std::size_t at = alpha * sizeof(Channel); at < bytes.size(); at += 4 * sizeof(Channel)) {
-        Channel a;
-        std::memcpy(&a, &bytes[at], sizeof a);
-        if constexpr (std::is_same_v<Channel, float>)
-            a = static_cast<float>(a * opacity);
-        else
-            a = static_cast<Channel>(a * static_cast<int>(255.0 * opacity) / 256);
-        std::memcpy(&bytes[at], &a, sizeof a);
-    }
 }
 
 }  // namespace
 
-TEST(AEBlend, LaysTheOldDestinationOverTheFadedSource) {
-    for (zelk::HostIdentity identity : {kModernAE, kOlderAE, kModernPremiere})
-        for (Depth depth : {Depth::k8, Depth::k16, Depth::kFloat})
-            for (double fromOpacity : {1.0, 0.999, 0.4, 0.0}) {
-                if (depth == Depth::kFloat && !identity.isModern()) continue;
-                SCOPED_TRACE(testing::Message() << zelk::pixelBytes(depth) << " " << fromOpacity);
-                ProbeHost host(identity);
-                inRender(host, depth, [&](PluginHost_AE_Impl& ae) {
-                    const int bytes = zelk::pixelBytes(depth);
-                    transfer = {bytes};
-                    auto const from = pixelsOf(ae.params[0]->u.ld, bytes);
-                    auto const to = pixelsOf(*ae.output, bytes);
-                    EXPECT_EQ(blendInputOver(ae, noteTransfer, fromOpacity), 0);
-                    EXPECT_EQ(transfer.source, to);
-                    EXPECT_EQ(pixelsOf(ae.params[0]->u.ld, bytes), from) << "untouched";
-                    auto faded = from;
-                    const std::size_t alpha = identity.applId == kAppPremierePro ? 3 : 0;
-                    if (fromOpacity != 1.0 && depth == Depth::k8)
-                        fadeAlphas<A_u_char>(faded, alpha, fromOpacity);
-                    if (fromOpacity != 1.0 && depth == Depth::k16)
-                        fadeAlphas<A_u_short>(faded, 0, fromOpacity);
-                    if (depth == Depth::kFloat) fadeAlphas<float>(faded, 0, fromOpacity);
-                    EXPECT_EQ(transfer.destination, faded);
-                    EXPECT_EQ(transfer.numbers,
-                              (std::vector<int>{PF_Xfer_SCREEN, 127, 0, 5, 4, PF_Quality_HI, 1}));
-                    // 127 / 255 of 32768 is 16319.8, to the nearest.
-                    EXPECT_TRUE(depth != Depth::k16 || transfer.deepOpacity == 16320);
-                    EXPECT_EQ(blendInputOver(ae, nullptr, fromOpacity), PF_Err_INVALID_CALLBACK);
-                });
+// What is laid over what, and faded how, whole frames of the module tell.
+TEST(AEBlend, HandsTheHostItsOwnWordsAndLimitsOpacities) {
+    struct Case {
+        Depth depth;
+        double opacity, fromOpacity;
+        char const* opacities;
+        int scale;  // of the alpha that is laid under, 256ths
+    };
+    // 127 / 255 of 32768 is 16319.8, to the nearest.
+    for (Case const& c : {Case{Depth::k8, 0.5, 1, "127 0", 256},
+                          {Depth::k16, 0.5, 0.999, "127 16320", 254},
+                          {Depth::k8, 1e99, 1e99, "255 0", 256},
+                          {Depth::k8, -1, -1, "0 0", 0},
+                          {Depth::k16, std::nan(""), std::nan(""), "0 0", 0}}) {
+        ProbeHost host(kModernAE);
+        inRender(host, c.depth, [&](PluginHost_AE_Impl& ae) {
+            pixelBytes = zelk::pixelBytes(c.depth);
+            Bytes under = pixelsOf(ae.params[0]->u.ld, pixelBytes);
+            PF_UtilCallbacks utils = *ae.in_data->utils;
+            utils.transfer_rect = noteTransfer;
+            auto* const own = std::exchange(ae.in_data->utils, &utils);
+            ae.in_data->field = PF_Field_LOWER;
+            std::unique_ptr<PluginRaster_API> input(ae.getInputRaster(0)),
+                output(ae.getOutputRaster());
+            EXPECT_EQ(ae.blend(6, c.opacity, c.fromOpacity, input.get(), output.get()), 0);
+            EXPECT_EQ(transferred, fmt::format("1 1 2, 6 {} 0, 5 4 0 0", c.opacities));
+            for (std::size_t at = 0; at < under.size();
+                 at += static_cast<std::size_t>(pixelBytes)) {
+                if (c.depth == Depth::k8)
+                    under[at] = static_cast<A_u_char>(under[at] * c.scale / 256);
+                else
+                    *reinterpret_cast<A_u_short*>(&under[at]) = static_cast<A_u_short>(
+                        *reinterpret_cast<A_u_short*>(&under[at]) * c.scale / 256);
             }
+            EXPECT_EQ(laidUnder, under);
+            utils.transfer_rect = nullptr;
+            EXPECT_EQ(ae.blend(6, 1, 1, input.get(), output.get()), PF_Err_INVALID_CALLBACK);
+            ae.in_data->utils = own;
+        });
+    }
 }
 
 namespace {
@@ -119,29 +105,26 @@ TEST(AETemporal, LocksAskForTheFramesTimeWithinTheLayer) {
         std::vector<A_long> times;
         int firstRow;  // a hundredth of the time that row 0 comes from
     };
-    const Case kCases[] = {{4, PF_Field_FRAME, false, {4000}, 40},
-                           {2.5, PF_Field_FRAME, false, {2500}, 25},
-                           {11, PF_Field_FRAME, false, {10000}, 100},
-                           {-1, PF_Field_FRAME, false, {0}, 0},
-                           {2, PF_Field_UPPER, false, {4000, 5000}, 40},
-                           {2.9, PF_Field_LOWER, true, {4000, 5000}, 50}};
-    for (Case const& c : kCases) {
+    for (Case const& c : {Case{4, PF_Field_FRAME, false, {4000}, 40},
+                          {2.5, PF_Field_FRAME, false, {2500}, 25},
+                          {11, PF_Field_FRAME, false, {10000}, 100},
+                          {-1, PF_Field_FRAME, false, {0}, 0},
+                          {2, PF_Field_UPPER, false, {4000, 5000}, 40},
+                          {2.9, PF_Field_LOWER, true, {4000, 5000}, 50}}) {
         ProbeHost host(kModernAE);
         inRender(host, Depth::k8, [&](PluginHost_AE_Impl& ae) {
-            realCheckOut = ae.in_data->inter.checkout_param;
+            realCheckOut = std::exchange(ae.in_data->inter.checkout_param, noteCheckOut);
             checkOutTimes.clear();
-            ae.in_data->inter.checkout_param = noteCheckOut;
             ae.in_data->field = c.field;
             PluginRaster_API* raster = ae.lockTemporalRaster(c.frame, false, c.swapFields);
             ASSERT_NE(raster, nullptr);
-            EXPECT_EQ(checkOutTimes, c.times);
             EXPECT_EQ(*static_cast<unsigned char*>(raster->getAERaster()->world->data), c.firstRow);
             EXPECT_EQ(ae.unlockTemporalRaster(raster), 0);
-
-            checkOutTimes.clear();
             EXPECT_EQ(ae.checkinLayer(ae.checkoutLayer(0, 77)), 0);  // the call's time, 3000
             EXPECT_EQ(ae.checkinLayer(ae.checkoutLayer(0, 1234.9, 0)), 0);
-            EXPECT_EQ(checkOutTimes, (std::vector<A_long>{3000, 1234}));
+            auto times = c.times;
+            times.insert(times.end(), {3000, 1234});
+            EXPECT_EQ(checkOutTimes, times);
         });
     }
 }
@@ -149,20 +132,18 @@ TEST(AETemporal, LocksAskForTheFramesTimeWithinTheLayer) {
 TEST(AETemporal, MergeTakesRowsInTurnAsFarAsAllReach) {
     ProbeHost host(kModernAE);
     inRender(host, Depth::k8, [](PluginHost_AE_Impl& ae) {
-        int error = 0;
-        auto const image = [&](int width, int height, int value) {
-            PluginRaster_API* raster =
-                ae.allocRaster(width, height, PluginRaster_API::kPixelType8, error, 0);
+        PluginRaster_API* rasters[3];
+        int error = 0, value = 0;
+        for (PluginRaster_API*& raster : rasters) {  // odd, even, destination: 3x5, 4x3, 5x6
+            raster = ae.allocRaster(3 + value, value == 1 ? 3 : 5 + value / 2,
+                                    PluginRaster_API::kPixelType8, error, 0);
             PF_EffectWorld* world = raster->getAERaster()->world;
-            std::memset(world->data, value, static_cast<std::size_t>(world->rowbytes * height));
-            return raster;
-        };
-        PluginRaster_API *odd = image(3, 5, 1), *even = image(4, 3, 2), *to = image(5, 6, 9);
-        EXPECT_EQ(mergeFrames(&ae, odd, even, to), 1);
-        auto const bytes = pixelsOf(*to->getAERaster()->world, 4);
-        for (std::size_t y = 0; y < 6; ++y)
-            for (std::size_t x = 0; x < 20; ++x)
-                EXPECT_EQ(bytes[y * 20 + x], y < 3 && x < 12 ? (y % 2 ? 1 : 2) : 9);
-        for (PluginRaster_API* raster : {odd, even, to}) ae.unlockTemporalRaster(raster);
+            std::memset(world->data, ++value, std::size_t(world->rowbytes * world->height));
+        }
+        EXPECT_EQ(mergeFrames(&ae, rasters[0], rasters[1], rasters[2]), 1);
+        Bytes const bytes = pixelsOf(*rasters[2]->getAERaster()->world, 4);
+        for (std::size_t i = 0; i < 120; ++i)
+            EXPECT_EQ(bytes[i], i < 60 && i % 20 < 12 ? 2 - i / 20 % 2 : 3) << i;
+        for (PluginRaster_API* raster : rasters) ae.unlockTemporalRaster(raster);
     });
 }

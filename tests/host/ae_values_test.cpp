@@ -4,43 +4,41 @@
 #include "tests/host/ae_host.h"
 
 using namespace zelk_test;
+using Ae = PluginHost_AE_Impl;
+using Time = PluginHost_API::TimeObject;
 
 TEST(AEValues, AreReadInOrdinaryUnitsAndWrittenToTheCallsArray) {
     ProbeHost host = hostWithControls(kModernAE, 5, 4);
     setControl(*host, kParamCropToPins, 1);
     setControl(*host, kParamSuperSampleEdge, 0.375);
-    inRender(host, zelk::Depth::k8, [](PluginHost_AE_Impl& ae) {
-        PluginHost_API::TimeObject time{0, 1000, 24000};
+    inRender(host, zelk::Depth::k8, [](Ae& ae) {
+        Time time{0, 1000, 24000};
         double edge = 0, r = 0, g = 0, b = 0;
         EXPECT_EQ(ae.GetFixedFloatValue(kParamSuperSampleEdge, 5, time, edge), 0);
         EXPECT_EQ(edge, 0.375) << "stored as a double";
-        for (PluginHost_API::TimeObject* t : {&time, static_cast<decltype(&time)>(nullptr)}) {
+        for (Time* t : {&time, static_cast<Time*>(nullptr)}) {
             EXPECT_EQ(ae.getFloatColor(kParamFromWireframeColor, 0, &r, &g, &b, t), 0);
-            EXPECT_EQ(r, static_cast<double>(150.0f / 255) * 255.0);
-            r = 0;
+            EXPECT_EQ(std::exchange(r, 0), static_cast<double>(150.0f / 255) * 255.0);
         }
-        auto* const params = ae.params;
         bool flag = true;
-        ae.params = nullptr;
-        EXPECT_EQ(ae.GetBoolValue(kParamCropToPins, 0, time, flag), 0);
-        EXPECT_FALSE(flag);
+        auto* const params = std::exchange(ae.params, nullptr);
+        EXPECT_EQ(ae.GetBoolValue(kParamCropToPins, 0, time, flag) + flag, 0);
         ae.params = params;
 
         double written = 2.25;
         ae.SetFloatValue(kParamSuperSampleSoftness, 0, written);
-        EXPECT_EQ(params[kParamSuperSampleSoftness]->u.fs_d.value, 2.25);
         ae.SetAngleValue(kParamRotate, 0, written);
-        EXPECT_EQ(params[kParamRotate]->u.ad.value, 147456);
         ae.SetPoint2DValue(kParamToUpperLeft, 0, 0.5, 0.25);
-        EXPECT_EQ(params[kParamToUpperLeft]->u.td.x_value, 163840);
-        EXPECT_EQ(params[kParamToUpperLeft]->u.td.y_value, 65536);
-        EXPECT_EQ(params[kParamToUpperLeft]->uu.change_flags, 1);
+        EXPECT_EQ(params[kParamSuperSampleSoftness]->u.fs_d.value, 2.25);
+        EXPECT_EQ(params[kParamRotate]->u.ad.value, 147456);
+        PF_ParamDef const& pin = *params[kParamToUpperLeft];
+        EXPECT_EQ(pin.u.td.x_value, 163840);
+        EXPECT_EQ(pin.u.td.y_value, 65536);
+        EXPECT_EQ(pin.uu.change_flags, 1);
     });
 }
 
 TEST(AEValues, ARefusalLeavesTheValueAndOwesNothing) {
-    using Ae = PluginHost_AE_Impl;
-    using Time = PluginHost_API::TimeObject;
     const std::function<int(Ae&, Time, double&)> kReads[] = {
         [](Ae& ae, Time t, double& v) { return ae.GetFloatValue(40, 0, t, v); },
         [](Ae& ae, Time t, double& v) { return ae.GetAngleValue(44, 0, t, v); },
@@ -49,10 +47,10 @@ TEST(AEValues, ARefusalLeavesTheValueAndOwesNothing) {
         [](Ae& ae, Time t, double& v) { return ae.getFloatColor(20, 0, &v, &v, &v, &t); }};
     for (auto const& read : kReads) {
         ProbeHost host = hostWithControls(kModernAE, 5, 4);
-        zelk::CallMonitor& monitor = host->monitor();
-        monitor.inject({"checkout_param", 1, 61});
-        monitor.inject({"checkin_param", 1, 62, true});
-        monitor.inject({"PF ColorParamSuite 1/PF_GetFloatingPointColorFromColorDef", 2, 63});
+        host->monitor().inject({"checkout_param", 1, 61});
+        host->monitor().inject({"checkin_param", 1, 62, true});
+        host->monitor().inject(
+            {"PF ColorParamSuite 1/PF_GetFloatingPointColorFromColorDef", 2, 63});
         inRender(host, zelk::Depth::k8, [&](Ae& ae) {
             double number = 4711;
             EXPECT_EQ(read(ae, {0, 1000, 24000}, number), 61);

@@ -25,22 +25,18 @@ std::map<int, std::string> controlsOf(std::string const& host) {
     return lines;
 }
 
-struct NamedHost {
-    char const* name;
-    zelk::HostIdentity identity;
-};
-constexpr NamedHost kHosts[] = {
-    {"AfterEffects", kModernAE},   {"AfterEffects", kOlderAE},
-    {"Premiere", kModernPremiere}, {"Premiere", {kAppPremierePro, {12, 4}}},
-    {"FinalCut", kModernKeyG},     {"Motion", {kAppMotion, {13, 27}}}};
-
 }  // namespace
 
 TEST(ParamSet, StandsAsStoredProjectsKnowIt) {
-    for (NamedHost const& host : kHosts) {
-        SCOPED_TRACE(host.name);
-        const zelk::Host loaded(ZELK_MODULE, optionsOf(host.identity));
-        const std::map<int, std::string> controls = controlsOf(host.name);
+    for (auto const& [name, identity] : {std::pair("AfterEffects", kModernAE),
+                                         {"AfterEffects", kOlderAE},
+                                         {"Premiere", kModernPremiere},
+                                         {"Premiere", {kAppPremierePro, {12, 4}}},
+                                         {"FinalCut", kModernKeyG},
+                                         {"Motion", {kAppMotion, {13, 27}}}}) {
+        SCOPED_TRACE(name);
+        const zelk::Host loaded(ZELK_MODULE, optionsOf(identity));
+        const std::map<int, std::string> controls = controlsOf(name);
         ASSERT_EQ(loaded.announcedParamCount(), kParamCount);
         ASSERT_EQ(loaded.parameters().size(), controls.size() + 1) << "and the layer";
         for (auto const& [index, line] : controls) {

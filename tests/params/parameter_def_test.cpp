@@ -34,15 +34,16 @@ struct Records {
 }  // namespace
 
 TEST(FixedPoint, RoundsHalfAwayFromZeroAndStaysInRange) {
-    EXPECT_EQ(QVS::doubleToFixed(-0.5), -32768);
-    EXPECT_EQ(QVS::doubleToFixed(-1.00001), -65537);  // 65536.65536 in units
-    EXPECT_EQ(QVS::doubleToFixed(0.5 / 65536), 1);
-    EXPECT_EQ(QVS::doubleToFixed(-0.5 / 65536), -1);
-    EXPECT_EQ(QVS::doubleToFixed(0.49 / 65536), 0);
+    for (auto const& [value, word] : {std::pair(-0.5, -32768),
+                                      {-1.00001, -65537},
+                                      {0.5 / 65536, 1},
+                                      {-0.5 / 65536, -1},
+                                      {0.49 / 65536, 0},
+                                      {1e9, INT32_MAX},
+                                      {-1e9, INT32_MIN},
+                                      {std::nan(""), INT32_MIN}})
+        EXPECT_EQ(QVS::doubleToFixed(value), word);
     EXPECT_EQ(QVS::truncateToFixed(-1.99999 / 65536), -1);
-    EXPECT_EQ(QVS::doubleToFixed(1e9), INT32_MAX);
-    EXPECT_EQ(QVS::doubleToFixed(-1e9), INT32_MIN);
-    EXPECT_EQ(QVS::doubleToFixed(std::nan("")), INT32_MIN);
     std::mt19937 random(7);  // a word survives the way to a double and back
     for (int i = 0; i < 10000; ++i) {
         const auto word = static_cast<PF_Fixed>(random());
@@ -67,21 +68,15 @@ TEST(ParameterDef, AFloatSliderIsAFixedOneOnFinalCutPro) {
 }
 
 TEST(ParameterDef, PointsShrinkOnPremiere124Alone) {
-    struct Case {
-        A_u_long host;
-        PF_SpecVersion version;
-        double x, y;
-    };
-    constexpr Case kCases[] = {{kAppPremierePro, {12, 4}, 50, 25},
-                               {kAppPremierePro, {12, 5}, 100, 50},
-                               {kAppPremierePro, {13, 4}, 100, 50},
-                               {kAppAfterEffects, {12, 4}, 100, 50}};
-    for (Case const& c : kCases) {
-        Records r(c.host, c.version);
+    for (auto const& [host, major, minor, x] : {std::tuple(kAppPremierePro, 12, 4, 50),
+                                                {kAppPremierePro, 12, 5, 100},
+                                                {kAppPremierePro, 13, 4, 100},
+                                                {kAppAfterEffects, 12, 4, 100}}) {
+        Records r(host, {static_cast<A_short>(major), static_cast<A_short>(minor)});
         r.def.SetPoint(0, {100, 50});
         EXPECT_EQ(r.records[0].u.td.x_value, 6553600);
         EXPECT_EQ(r.records[0].uu.change_flags, 1);
-        EXPECT_EQ(r.def.GetPoint(0), (QVS::QVPointT<double>{c.x, c.y}));
+        EXPECT_EQ(r.def.GetPoint(0), (QVS::QVPointT<double>{1.0 * x, x / 2.0}));
     }
 }
 
@@ -112,21 +107,11 @@ TEST(ParameterDef, ReadsGiveBackWhatWritesStoredAndZeroWithoutAnArray) {
     r.without.SetFloatValue(5, 1, true);
 }
 
-constexpr char const* kFloat[] = {
-    "float slider 17 0 0 \"float\" -1..1 -1..0.5 0.30000001192092896/0.30000001192092896 "
-    "precision 3 display 1 tolerance 0.05",
-    "float slider 18 0 0 \"old\" -1..1 -1..0.5 0.30000001192092896/0.30000001192092896 "
-    "precision 3 display 3 tolerance 0.05"};
-constexpr char const* kFixed[] = {
-    "fixed slider 17 0 0 \"float\" -1..1 -1..0.5 0.29998779296875/0.29998779296875 "
-    "precision 3 display 1",
-    "fixed slider 18 0 0 \"old\" -1..1 -1..0.5 0.3000030517578125/0.3000030517578125 "
-    "precision 3 display 3"};
-
-// Kinds and numbers that the effect's own list of controls does not have.
+// Kinds and numbers that the effect's own list of controls does not have. 16.16 numbers are
+// truncated, in the old way of adding rounded.
 TEST(ParameterDef, AddsRegisterEveryKind) {
-    for (zelk::HostIdentity identity : {kModernAE, kModernKeyG}) {
-        ProbeHost host(identity);
+    for (bool hasDoubles : {true, false}) {
+        ProbeHost host(hasDoubles ? kModernAE : kModernKeyG);
         void* data = nullptr;
         auto const result = host.paramsSetup([&](ProbeCall const& call) -> PF_Err {
             ParameterDef d(call.in_data, nullptr);
@@ -139,10 +124,9 @@ TEST(ParameterDef, AddsRegisterEveryKind) {
             d.AddLayer("layer", 14);
             d.AddPathList("path", 15);
             d.AddCustomParam("custom", 30, 40, 16);
-            d.AddFloatSlider("float", -1, 1, 0.5f, 0.3f, 17, 3, false, true);
-            d.AddFloatSliderOld("old", -1, 1, 0.5f, 0.3f, 18, 3, true, true);
-            d.AddArbitraryParam("data", 19, 7, reinterpret_cast<char**>(&data), 3, 4, &host);
-            EXPECT_EQ(d.count, 9);
+            d.AddArbitraryParam("data", 17, 7, reinterpret_cast<char**>(&data), 3, 4, &host);
+            d.AddFloatSlider("float", -1, 1, 0.5f, 0.3f, 18, 3, false, true);
+            d.AddFloatSliderOld("old", -1, 1, 0.5f, 0.3f, 19, 3, true, true);
             d.uiFlags = 8;
             host->monitor().inject({"add_param", 10, 33});
             EXPECT_EQ(d.AddGroupStart("group", 1), 33);
@@ -151,20 +135,26 @@ TEST(ParameterDef, AddsRegisterEveryKind) {
         });
         EXPECT_EQ(result.code, 0);
         EXPECT_EQ(host->customUi().events, 1);
-        std::vector<std::string> made;
+        EXPECT_EQ(host->parameters()[7].registered.u.arb_d.dephault, &data);
+        std::string made;
         for (zelk::Parameter const& parameter : host->parameters())
-            made.push_back(describe(parameter.registered));
-        // 16.16 numbers are truncated, in the old way of adding rounded.
-        const bool hasDoubles = identity.applId != kAppFinalCutPro;
-        EXPECT_EQ(made, (std::vector<std::string>{
-                            "layer 0 0 0 \"\"",
-                            "fixed slider 11 64 32 \"fixed\" -1.5..2 -1.5..1 "
-                            "0.29998779296875/0.29998779296875 precision 2 display 2",
-                            "point 12 0 0 \"point\" 12.5,-50/12.5,-50 restricted 1",
-                            "colour 13 0 0 0x20 \"colour\" 255,1,2,3/255,1,2,3",
-                            "layer 14 0 0 \"layer\"", "12 15 0 0 \"path\"",
-                            "9 16 0 0 30x40 \"custom\"", (hasDoubles ? kFloat : kFixed)[0],
-                            (hasDoubles ? kFloat : kFixed)[1], "11 19 0 0 3x4 \"data\""}));
-        EXPECT_EQ(host->parameters()[9].registered.u.arb_d.dephault, &data);
+            made += describe(parameter.registered) + "\n";
+        std::string const tail = hasDoubles ? " tolerance 0.05\n" : "\n";
+        const auto slider = [&](std::string const& name, double value, double old) {
+            double const shown = hasDoubles ? 0.30000001192092896 : name == "old" ? old : value;
+            return fmt::format("\"{}\" -1..1 -1..0.5 {}/{} precision 3 display ", name, shown,
+                               shown);
+        };
+        std::string const kind = hasDoubles ? "float" : "fixed";
+        EXPECT_EQ(made,
+                  "layer 0 0 0 \"\"\n"
+                  "fixed slider 11 64 32 \"fixed\" -1.5..2 -1.5..1 "
+                  "0.29998779296875/0.29998779296875 precision 2 display 2\n"
+                  "point 12 0 0 \"point\" 12.5,-50/12.5,-50 restricted 1\n"
+                  "colour 13 0 0 0x20 \"colour\" 255,1,2,3/255,1,2,3\n"
+                  "layer 14 0 0 \"layer\"\n12 15 0 0 \"path\"\n9 16 0 0 30x40 \"custom\"\n"
+                  "11 17 0 0 3x4 \"data\"\n" +
+                      kind + " slider 18 0 0 " + slider("float", 0.29998779296875, 0) + "1" + tail +
+                      kind + " slider 19 0 0 " + slider("old", 0, 0.3000030517578125) + "3" + tail);
     }
 }

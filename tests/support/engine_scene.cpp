@@ -16,10 +16,12 @@ namespace zelk {
 namespace {
 
 // The engine asks only whether the After Effects binding is there; it never looks into it.
-class PremiereHost : public PluginHost_Memory_Impl {
-public:
+struct EngineHost : PluginHost_Memory_Impl {
     using PluginHost_Memory_Impl::PluginHost_Memory_Impl;
-    PluginHost_AE_Impl* getAEHost() override { return reinterpret_cast<PluginHost_AE_Impl*>(this); }
+    bool isPremiere = false;
+    PluginHost_AE_Impl* getAEHost() override {
+        return isPremiere ? reinterpret_cast<PluginHost_AE_Impl*>(this) : nullptr;
+    }
 };
 
 PixelRect randomRect(Random& random, int width, int height) {
@@ -58,10 +60,9 @@ GuardedRaster renderScene(const EngineScene& scene, const GuardedRaster& source,
                           const EngineOptions& options, int paddingBytes) {
     GuardedRaster output(source.format(), scene.window.width(), scene.window.height(),
                          paddingBytes);
-    PremiereHost premiere(source.info(), output.info());
-    premiere.setApplication("PrMr");
-    PluginHost_Memory_Impl plain(source.info(), output.info());
-    PluginHost_Memory_Impl& host = options.premiere ? premiere : plain;
+    EngineHost host(source.info(), output.info());
+    host.isPremiere = options.premiere;
+    if (options.premiere) host.setApplication("PrMr");
     host.setOutputSize(scene.frameWidth, scene.frameHeight);
 
     CoreRenderArguments core;

@@ -10,17 +10,15 @@
 
 namespace zelk {
 
-/// Bytes per channel: 1, 2 or 4.
-inline int channelBytes(QV_RasterFormat format) {
-    return format <= kFormatRGBA8 ? 1 : format <= kFormatRGBA16 ? 2 : 4;
-}
-
 /// The channel value of full intensity.
 inline double whiteOf(QV_RasterFormat format) {
-    if (format <= kFormatRGBA8) return 255.0;
-    if (format == kFormatARGB15) return 32768.0;
-    if (format == kFormatARGB14 || format == kFormatBGRA14) return 16384.0;
-    return format <= kFormatRGBA16 ? 65535.0 : 1.0;
+    constexpr double kWhites[] = {255, 255, 255, 32768, 0, 16384, 16384, 65535, 65535, 1, 1, 1};
+    return kWhites[format];
+}
+
+/// Bytes per channel: 1, 2 or 4.
+inline int channelBytes(QV_RasterFormat format) {
+    return whiteOf(format) == 255 ? 1 : whiteOf(format) > 255 ? 2 : 4;
 }
 
 class GuardedRaster {
@@ -62,9 +60,9 @@ public:
     template <class Value>
     void paint(Value value) {
         forEachChannel([&](int x, int y, int channel) {
-            atChannel(x, y, channel, [v = value(x, y, channel)](auto& stored) {
-                stored = static_cast<std::remove_reference_t<decltype(stored)>>(v);
-                return 0.0;
+            const auto v = static_cast<double>(value(x, y, channel));
+            atChannel(x, y, channel, [v](auto& stored) {
+                return static_cast<double>(stored = static_cast<std::decay_t<decltype(stored)>>(v));
             });
         });
     }

@@ -8,10 +8,7 @@ namespace zelk {
 
 /// Sets every control that a render reads. Pins are at the corners of the frame.
 inline void setDefaultControls(PluginHost_Memory_Impl& host) {
-    for (const int zero : {kParamMochaImport, kParamCropToPins, kParamTranslateX, kParamTranslateY,
-                           kParamRotate, kParamSuperSampleEdge, kParamGrowBounds, kParamMotionBlur,
-                           kParamShutterPhase, kParamTransferMode})
-        host.setFloat(zero, 0);
+    for (int index = 0; index < kParamCount; ++index) host.setFloat(index, 0);
     for (const int one : {kParamOverlayMode, kParamScaleX, kParamScaleY, kParamSuperSampleSoftness})
         host.setFloat(one, 1);
     for (const int percent : {kParamSourceOpacity, kParamCornerPinOpacity})
@@ -25,8 +22,6 @@ inline void setDefaultControls(PluginHost_Memory_Impl& host) {
     host.setColor(kParamFromWireframeColor, 150 / 255.0, 150 / 255.0, 1);
     for (const int firstPin : {kParamToUpperLeft, kParamFromUpperLeft})
         for (int i = 0; i < 4; ++i) host.setPoint(firstPin + i, i % 2, i / 2);
-    for (const int firstOffset : {kParamToUpperLeftOffsetX, kParamFromUpperLeftOffsetX})
-        for (int i = 0; i < 8; ++i) host.setFloat(firstOffset + i, 0);
 }
 
 }  // namespace zelk

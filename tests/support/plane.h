@@ -31,14 +31,6 @@ Polygon keep(const Polygon& polygon, F f) {
     return out;
 }
 
-/// The part inside x0..x1, y0..y1.
-inline Polygon clipped(Polygon p, double x0, double y0, double x1, double y1) {
-    p = keep(p, [=](const Point& a) { return a.x - x0; });
-    p = keep(p, [=](const Point& a) { return x1 - a.x; });
-    p = keep(p, [=](const Point& a) { return a.y - y0; });
-    return keep(p, [=](const Point& a) { return y1 - a.y; });
-}
-
 /// Where a horizontal line enters and leaves a convex polygon; left > right where it misses.
 struct Cut {
     double left = 1e30, right = -1e30;
@@ -48,7 +40,7 @@ inline Cut cutAt(const Polygon& polygon, double y) {
     for (std::size_t i = 0; i < polygon.size(); ++i) {
         const Point &a = polygon[i], &b = polygon[(i + 1) % polygon.size()];
         if (std::min(a.y, b.y) > y || std::max(a.y, b.y) < y) continue;
-        const double x = a.y == b.y ? a.x : a.x + (y - a.y) / (b.y - a.y) * (b.x - a.x);
+        const double t = a.y == b.y ? 0 : (y - a.y) / (b.y - a.y), x = a.x + t * (b.x - a.x);
         cut.left = std::min({cut.left, x, a.y == b.y ? b.x : x});
         cut.right = std::max({cut.right, x, a.y == b.y ? b.x : x});
     }
@@ -66,8 +58,11 @@ inline double signedArea(const Polygon& polygon) {
 }
 
 /// Of the part of a convex polygon inside x0..x1, y0..y1.
-inline double areaInside(const Polygon& p, double x0, double y0, double x1, double y1) {
-    return std::fabs(signedArea(clipped(p, x0, y0, x1, y1)));
+inline double areaInside(Polygon p, double x0, double y0, double x1, double y1) {
+    p = keep(p, [=](const Point& a) { return a.x - x0; });
+    p = keep(p, [=](const Point& a) { return x1 - a.x; });
+    p = keep(p, [=](const Point& a) { return a.y - y0; });
+    return std::fabs(signedArea(keep(p, [=](const Point& a) { return y1 - a.y; })));
 }
 
 using Matrix3 = std::array<double, 9>;  // row vectors: p' = p M
@@ -105,11 +100,8 @@ inline Matrix3 inverse(const Matrix3& m) {
 /// rows, each times its weight in the sum that makes corner 3.
 inline Matrix3 axesToQuad(const Quad& q, double width = 1, double height = 1) {
     Matrix3 rows;
-    for (int i = 0; i < 3; ++i) {
-        rows[3 * i] = q[2 * i] * width;
-        rows[3 * i + 1] = q[2 * i + 1] * height;
-        rows[3 * i + 2] = 1.0;
-    }
+    for (int i = 0; i < 9; ++i)
+        rows[i] = i % 3 == 2 ? 1.0 : q[i / 3 * 2 + i % 3] * (i % 3 == 0 ? width : height);
     const Vector3 weights = apply({q[6] * width, q[7] * height, 1.0}, inverse(rows));
     for (int i = 0; i < 9; ++i) rows[i] *= weights[i / 3];
     return rows;

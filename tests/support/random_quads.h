@@ -39,15 +39,13 @@ private:
 /// by any angle about its centre. Always convex: a corner would have to move 0.25 to flatten one.
 inline Quad randomConvexQuad(Random& random) {
     Quad quad = kUnitSquare;
-    const bool mirrored = random.flip();
-    const double angle = random.uniform(0.0, 6.283185307179586);
+    const double mirror = random.flip() ? -1 : 1, angle = random.uniform(0.0, 6.283185307179586);
     const double s = std::sin(angle), c = std::cos(angle);
-    for (int i = 0; i < 4; ++i) {
-        double x = quad[2 * i] + random.uniform(-0.2, 0.2) - 0.5;
-        const double y = quad[2 * i + 1] + random.uniform(-0.2, 0.2) - 0.5;
-        if (mirrored) x = -x;
-        quad[2 * i] = c * x - s * y + 0.5;
-        quad[2 * i + 1] = s * x + c * y + 0.5;
+    for (int i = 0; i < 8; i += 2) {
+        const double x = mirror * (quad[i] + random.uniform(-0.2, 0.2) - 0.5);
+        const double y = quad[i + 1] + random.uniform(-0.2, 0.2) - 0.5;
+        quad[i] = c * x - s * y + 0.5;
+        quad[i + 1] = s * x + c * y + 0.5;
     }
     return quad;
 }

@@ -4,11 +4,6 @@
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cstdio>
-#include <random>
-#include <string>
-
 #include "tests/support/temporary_folder.h"
 #include "tracking/MochaLoader.h"
 
@@ -23,7 +18,7 @@ struct Collector final : MochaLoader {
         return 77;  // results are not looked at
     }
     int setValue(double x, double y, double frame) override {
-        calls += fmt::format("{:.6g},{:.6g}@{:.6g} ", x, y, frame);
+        calls += fmt::format("{:.9g},{:.9g}@{:.9g} ", x, y, frame);
         return 77;
     }
     int finishLoadProperty() override {
@@ -51,7 +46,7 @@ TEST(LoadMochaFile, HandsOverWhatEachLineSays) {
     };
     const std::string wide(300, 'x');
     const Case cases[] = {
-        {"without a size 720 by 486", "Upper Left\n1 360 243\n", "][6 10: 0.5,0.5@1 ]"},
+        {"without a size 720 by 486", "Upper Left\n1 240 243\n", "][6 10: 0.333333333,0.5@1 ]"},
         {"sections by their number or words, positions 0 to 3 in the table's order",
          "ADBE Corner Pin-0001\nADBE Corner Pin-0002\nADBE Corner Pin-0003\nADBE Corner Pin-0004\n"
          "Upper Left\nLower Left\nUpper Right\nLower Right\n",
@@ -59,8 +54,8 @@ TEST(LoadMochaFile, HandsOverWhatEachLineSays) {
         {"a late size counts for what follows",
          "Upper Left\n0 720 486\n\tSource Width\t100\n1 50 486\nSource Height 50\n2 50 25\n",
          "][6 10: 1,1@0 {100 486}0.5,1@1 {100 50}0.5,0.5@2 ]"},
-        {"a size keyword goes before a corner's name", "Source Width 640 Upper Left\n",
-         "{640 486}"},
+        {"a size keyword goes before a corner's name", "Source Width -640 Upper Left\n",
+         "{-640 486}"},
         {"a size line without a number keeps the size", "Source Width none\nLower Right\n1 720 0\n",
          "{720 486}][9 13: 1,0@1 ]"},
         {"nothing but a corner line ends a section",
@@ -70,9 +65,9 @@ TEST(LoadMochaFile, HandsOverWhatEachLineSays) {
          "][6 10: 0.1,0@1 ]"},
         {"no corner, no calls", "1 2 3\n4 5 6\n", ""},
         {"frames with fractions, backwards, and number forms",
-         "Upper Left\n  \t2.5 +7.2e1 -486 rest\n-1 .72 4.86e2\n",
-         "][6 10: 0.1,-1@2.5 0.001,1@-1 ]"},
-        {"floats are single", "Upper Left\n16777217 0 0\n", "][6 10: 0,0@1.67772e+07 ]"},
+         "Upper Left\n  \t2.5 +7.2e1 -486 rest\n-1 .75 4.86e2\n",
+         "][6 10: 0.1,-1@2.5 0.00104166667,1@-1 ]"},
+        {"floats are single", "Upper Left\n16777217 0 0\n", "][6 10: 0,0@16777216 ]"},
         {"a long line in pieces of 255", "Upper Left\n" + std::string(255, ' ') + "1 72 0\n",
          "][6 10: 0.1,0@1 ]"},
         {"a keyword cut by a piece's end is none", std::string(250, 'x') + "Upper Left\n1 72 0\n",
@@ -86,32 +81,6 @@ TEST(LoadMochaFile, HandsOverWhatEachLineSays) {
     Collector loader;
     EXPECT_EQ(LoadMochaFile(nullptr, nullptr, nullptr, "/nowhere/track.txt", &loader), 1);
     EXPECT_EQ(loader.calls, "");
-}
-
-// Whatever the bytes: no crash, and as many ends as starts.
-TEST(LoadMochaFile, TakesAnyBytes) {
-    constexpr unsigned kSeed = 101;
-    std::mt19937 random(kSeed);
-    const std::string pieces[] = {"Upper Left",
-                                  "Source Width",
-                                  "ADBE Corner Pin-0003",
-                                  "\n",
-                                  "1e39 ",
-                                  "-",
-                                  " nan ",
-                                  " 99999999999999999999 ",
-                                  std::string(1, '\0'),
-                                  "\xff\xfe",
-                                  "0x1p3 ",
-                                  std::string(300, '7'),
-                                  "2 3 4\n"};
-    for (int run = 0; run < 300; ++run) {
-        std::string text;
-        for (auto i = random() % 40; i > 0; --i) text += pieces[random() % std::size(pieces)];
-        const std::string calls = callsFor(text);
-        const auto count = [&](char c) { return std::count(calls.begin(), calls.end(), c); };
-        EXPECT_EQ(count(']'), count('[') + (count('[') > 0)) << "seed " << kSeed << " run " << run;
-    }
 }
 
 }  // namespace

@@ -152,12 +152,21 @@ void dropRepeats(std::vector<int>& frames) {
 
 }  // namespace
 
+SequenceName SequenceName::plain(std::string_view path) {
+    SequenceName name;
+    name.m_before = path;
+    return name;
+}
+
 SequenceName::SequenceName(std::string_view pattern) {
     std::string* text = &m_before;
+    std::size_t const slash = pattern.rfind('/');
+    std::size_t const fileAt = slash == pattern.npos ? 0 : slash + 1;
     for (std::size_t at = 0; at < pattern.size();) {
         std::string_view const rest = pattern.substr(at);
         bool const isPercentSign = rest.substr(0, 2) == "%%";
-        Mark const mark = isPercentSign ? Mark{} : markAt(rest);
+        bool const isFolders = at < fileAt && (rest[0] == '#' || rest[0] == '@');
+        Mark const mark = isPercentSign || isFolders ? Mark{} : markAt(rest);
         if (mark.length == 0) {
             *text += rest[0];
             at += isPercentSign ? 2 : 1;

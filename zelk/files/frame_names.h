@@ -5,6 +5,9 @@
 //   shot.@@@@.exr   shot.@.exr     a digit each
 //   shot.$F4.exr    shot.$F.exr    4 digits, or as many as the number needs
 //
+// `#` and `@` are marks in the file's name only, as folders may be called "shot #1"; a folder is
+// numbered by %04d or $F4.
+//
 // Digits are a least width, as in printf: the sign of a negative frame counts towards it (-008),
 // and a number that needs more digits has them. `%%` is a percent sign.
 #pragma once
@@ -22,6 +25,8 @@ class SequenceName {
 public:
     /// Throws a usage error about `pattern` when a mark is malformed or the second one.
     explicit SequenceName(std::string_view pattern);
+    /// A name that has no mark, whatever it looks like.
+    static SequenceName plain(std::string_view path);
 
     /// Whether there is a mark. A plain name is the path of every frame.
     bool isSequence() const { return m_width > 0; }
@@ -29,6 +34,7 @@ public:
     std::filesystem::path pathOf(int frame) const;
 
 private:
+    SequenceName() = default;
     friend std::vector<int> framesOnDisk(SequenceName const& name);
 
     std::string numbered(int frame) const;

@@ -1,6 +1,7 @@
 // Links, folders and permissions; see output_place.h.
 #include "zelk/files/output_place.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -33,6 +34,12 @@ fs::path behindLinks(fs::path target) {
     for (int i = 0; i < kMostLinks && isLink(target); ++i)
         target = target.parent_path() / fs::read_symlink(target, none);
     return target;
+}
+
+std::optional<FileIdentity> identityOf(fs::path const& path) {
+    struct stat state {};
+    if (::stat(path.c_str(), &state) != 0) return std::nullopt;
+    return FileIdentity{state.st_dev, state.st_ino};
 }
 
 void checkPlace(fs::path const& target, bool noClobber) {

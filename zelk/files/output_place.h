@@ -1,7 +1,10 @@
 // Where an output goes, and whether it may.
 #pragma once
 
+#include <compare>
+#include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 
 #include "zelk/text/errors.h"
@@ -13,6 +16,13 @@ UserError unwritable(std::filesystem::path const& target, std::string const& rea
 
 /// Where a link leads, to a file or to nothing yet: it is written there, and the link stays.
 std::filesystem::path behindLinks(std::filesystem::path target);
+
+/// Which file a path leads to, through links and under any name; nothing where there is none.
+struct FileIdentity {
+    std::uint64_t device = 0, inode = 0;
+    auto operator<=>(FileIdentity const&) const = default;
+};
+std::optional<FileIdentity> identityOf(std::filesystem::path const& path);
 
 /// Throws an output error when `target`'s place refuses a file, when something other than a file is
 /// there, or anything with `noClobber` set. Writes nothing.

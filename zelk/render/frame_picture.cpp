@@ -6,9 +6,9 @@
 #include "zelk/pictures/reader.h"
 #include "zelk/render/memory_road.h"
 #include "zelk/render/module_road.h"
+#include "zelk/render/scene_files.h"
 #include "zelk/render/setup.h"
 #include "zelk/scene/parameter_names.h"
-#include "zelk/sequence/input_files.h"
 #include "zelk/text/errors.h"
 
 namespace zelk {

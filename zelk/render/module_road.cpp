@@ -84,9 +84,14 @@ ModuleRender moduleRenderOf(RenderRequest const& request, Host const& host,
     return ask;
 }
 
-World readLayer(Host const& host, PictureReader& picture, ModuleRender const& ask) {
+void requireMemory(Host const& host, PictureReader const& picture, ModuleRender const& ask) {
     RenderSize const size = renderSize(host, picture, ask);
     if (renderBytes(size) > availableBytes()) throw tooLarge(ask, size);
+}
+
+World readLayer(Host const& host, PictureReader& picture, ModuleRender const& ask) {
+    requireMemory(host, picture, ask);
+    RenderSize const size = renderSize(host, picture, ask);
     World layer;
     try {
         layer = World(host.worldSpec(size.width, size.height, size.depth));

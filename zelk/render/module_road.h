@@ -27,6 +27,9 @@ PixelSize marginOf(std::vector<Parameter> const& parameters, ModuleRender const&
 ModuleRender moduleRenderOf(RenderRequest const& request, Host const& host,
                             PictureReader const& layer);
 
+/// Throws an input error when memory is short for the picture's render.
+void requireMemory(Host const& host, PictureReader const& picture, ModuleRender const& ask);
+
 /// Reads the picture into a world of the host's layout, over the downsample factor. Throws an input
 /// error for a file that breaks off, or when memory is short for the render.
 World readLayer(Host const& host, PictureReader& picture, ModuleRender const& ask);

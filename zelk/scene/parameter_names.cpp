@@ -81,6 +81,31 @@ std::optional<int> parameterIndex(std::string_view name) {
     return static_cast<int>(found - kParameterNames.begin());
 }
 
+std::string_view unitOf(int index) {
+    struct Unit {
+        int first, count;
+        std::string_view name;
+    };
+    constexpr Unit kUnits[] = {
+        {kToPins, 4, "px"},
+        {kToOffsets, 8, "% of frame"},
+        {kFromPins, 4, "px"},
+        {kFromOffsets, 8, "% of frame"},
+        {kTranslateX, 2, "% of frame"},
+        {kScaleX, 2, "factor"},
+        {kRotate, 1, "degrees"},
+        {kSuperSampleSoftness, 1, "factor"},
+        {kSuperSampleEdge, 1, "1/32 of longer side"},
+        {kGrowBounds, 1, "px"},
+        {kShutterAngle, 2, "degrees"},
+        {kSamples, 1, "samples"},
+        {kSourceOpacity, 2, "%"},
+    };
+    for (Unit const& unit : kUnits)
+        if (index >= unit.first && index < unit.first + unit.count) return unit.name;
+    return {};
+}
+
 int editDistance(std::string_view a, std::string_view b) {
     std::vector<int> row(b.size() + 1);
     std::iota(row.begin(), row.end(), 0);

@@ -18,13 +18,15 @@ enum ParameterPosition {
     kToPins = 6,      ///< upper left, upper right, lower left, lower right
     kToOffsets = 11,  ///< x, y of the same four corners
     kFromPins = 23,
-    kFromOffsets = 28,
+    kFromOffsets = 28,  ///< the same
     kTranslateX = 40,
     kTranslateY = 41,
     kScaleX = 42,
     kScaleY = 43,
     kRotate = 44,
     kQuality = 48,
+    kSuperSampleSoftness = 49,
+    kSuperSampleEdge = 50,
     kGrowBounds = 51,
     kMotionBlur = 55,
     kShutterAngle = 56,
@@ -42,6 +44,9 @@ extern std::array<std::string_view, kParameterCount> const kParameterNames;
 
 /// Exact, but for the case of letters.
 std::optional<int> parameterIndex(std::string_view name);
+
+/// What a control's numbers count: "px", "%", "degrees"; empty for one without numbers.
+std::string_view unitOf(int index);
 
 /// The name with the least edit distance; the first of equals.
 std::string_view nearestOf(std::string_view const* first, std::size_t count, std::string_view word);

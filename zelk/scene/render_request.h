@@ -10,6 +10,7 @@
 #include "hostkit/comp.h"
 #include "hostkit/host_identity.h"
 #include "hostkit/world.h"
+#include "zelk/inputs/missing_input.h"
 #include "zelk/pictures/pixel_size.h"
 #include "zelk/scene/corners.h"
 
@@ -37,19 +38,11 @@ enum class Road { kModule, kMemory };
 /// Whether and how a render tells what it did.
 enum class Explain { kNo, kText, kJson };
 
-/// What becomes of a frame whose layer or plate is not there.
-enum class MissingInput {
-    kStop,   ///< the run ends before it
-    kHold,   ///< the nearest frame before it that is there, else after it
-    kSkip,   ///< it is left out
-    kBlack,  ///< a transparent layer, an opaque black plate
-};
-
 /// Which quad a tracking file goes to.
 enum class TrackedPins { kTo, kFrom };
 
 struct Project;  // scene_file.h
-struct Track;    // track.h
+struct Track;    // tracks/track.h
 
 /// A tracking file that was read and that the host can hold. Its frame numbers are those of the
 /// composition.
@@ -63,7 +56,8 @@ struct TrackUse {
 /// A checked `zelk render`. Values of settings are checked against the module's own ranges later.
 struct RenderRequest {
     ModuleRequest module;
-    std::filesystem::path layer, output;
+    std::filesystem::path layer;
+    std::filesystem::path output;  ///< empty where a project is only checked and names none
     std::optional<std::filesystem::path> plate;  ///< the layer is laid over it
     std::optional<PixelSize> frameSize;          ///< a transparent frame instead of a plate
     Road road = Road::kModule;
@@ -83,6 +77,7 @@ struct RenderRequest {
     ProgressMode progress = ProgressMode::kAuto;
     MissingInput missing = MissingInput::kStop;
     bool skipExisting = false, dryRun = false;
+    bool inPlace = false;  ///< the output may be the layer's or plate's own file
     std::optional<Corners> to, from;
     std::optional<int> quality, view;  ///< entries of the popups, from 1
     std::vector<Setting> settings;

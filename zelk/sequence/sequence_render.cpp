@@ -10,13 +10,13 @@
 #include "zelk/files/standard_output.h"
 #include "zelk/movies/writer.h"
 #include "zelk/pictures/writer.h"
+#include "zelk/render/explanation.h"
 #include "zelk/render/load_module.h"
-#include "zelk/render/memory_budget.h"
 #include "zelk/render/setup.h"
-#include "zelk/sequence/input_files.h"
 #include "zelk/sequence/interrupt_flag.h"
 #include "zelk/sequence/pipeline.h"
 #include "zelk/sequence/progress.h"
+#include "zelk/sequence/schedule.h"
 #include "zelk/sequence/stages.h"
 #include "zelk/text/errors.h"
 
@@ -32,23 +32,27 @@ void checkMovie(RenderRequest const& request) {
     requireMovieProgram(request.output);
 }
 
-void checkMemory(SequenceRenderer const& renderer, RenderRequest const& request,
-                 std::size_t frames) {
-    std::uint64_t const need =
-        renderer.bytesInFlight() * std::min<std::uint64_t>(request.inFlight, frames);
-    if (need <= availableBytes()) return;
-    throw UserError(
-        ExitCode::kInput,
-        {"--in-flight", "more frames than the memory allows,", std::to_string(request.inFlight),
-         fmt::format("{} MB to be free, or fewer frames", need / 1'000'000)});
+/// What becomes of the frames: they are rendered, or only checked as far as that reads no pixels.
+enum class Purpose { kRender, kPlan, kCheck };
+
+/// A single picture tells no progress unless it is asked for.
+ProgressMode modeOf(RenderRequest const& request, bool isStill) {
+    bool const isQuiet = isStill && request.progress == ProgressMode::kAuto;
+    return isQuiet ? ProgressMode::kNone : request.progress;
 }
 
 class SequenceRun {
 public:
-    explicit SequenceRun(RenderRequest const& request)
+    SequenceRun(RenderRequest const& request, Purpose purpose)
         : m_request(request),
+          m_purpose(purpose),
+          m_isStill(!isSequence(request)),
           m_isMovie(isMovieName(request.output)),
-          m_progress(request.progress, 0, standardErrorScreen()) {}
+          m_mode(modeOf(request, m_isStill)),
+          m_progress(purpose == Purpose::kRender || m_mode == ProgressMode::kJson
+                         ? m_mode
+                         : ProgressMode::kNone,
+                     0, standardErrorScreen()) {}
 
     /// Throws what ends the run before its last frame.
     ExitCode run();
@@ -56,19 +60,28 @@ public:
     bool tellError(char const* message);
 
 private:
-    void renderFrames(Host& host, Files const& files);
+    void takeFrames(Host& host, Files const& files);
+    void checkOutput(Files const& files) const;
     void runStages(SequenceRenderer& renderer);
+    void checkStages(SequenceRenderer& renderer);
     void report(SequenceRenderer& renderer, int frame, FrameFailure const* failure);
     void tellWarnings(SequenceRenderer& renderer);
-    std::size_t written() const { return m_isMovie && !m_isWhole ? 0 : m_result.done.size(); }
+    void tellEnd();
+    /// Whether a failure is the run's own error, in its one line.
+    bool isFailureTheEnd() const { return m_isStill && m_mode == ProgressMode::kNone; }
+    std::size_t written() const;
     std::string summary() const;
     ExitCode code() const;
 
     RenderRequest const& m_request;
+    Purpose m_purpose;
+    bool m_isStill;
     bool m_isMovie, m_isWhole = false;  ///< of the movie
+    ProgressMode m_mode;
     Progress m_progress;
     Schedule m_schedule;
     PipelineResult m_result;
+    Explanation m_explanation;
     std::string m_missing;  ///< the input that is not there, which ended the run
 };
 
@@ -77,23 +90,31 @@ ExitCode SequenceRun::run() {
     applyRequest(m_request, host->parameters());  // refuses bad values before any file is touched
     Files const files(m_request);
     m_schedule = scheduleOf(m_request, files);
-    if (m_request.dryRun) {
-        print(planText(files, m_schedule));
-        return ExitCode::kDone;
-    }
     m_progress.begin(m_schedule.frames.size());
-    if (!m_schedule.frames.empty()) renderFrames(*host, files);
+    if (!m_schedule.frames.empty()) takeFrames(*host, files);
+    if (m_purpose == Purpose::kPlan) print(planText(m_request, files, m_schedule));
     if (m_schedule.missingFrame && !m_result.isStopped) {
         Complaint complaint =
             files.missingOf(*m_schedule.missingFrame).missing(*m_schedule.missingFrame);
         m_missing = complaint.thing;
-        complaint.expected += ", or --missing (" + summary() + ")";
+        if (!m_isStill) complaint.expected += ", or --missing (" + summary() + ")";
         throw UserError(ExitCode::kInput, complaint);
     }
-    m_progress.end({written(), m_schedule.skipped, m_result.isStopped});
-    if (m_request.progress != ProgressMode::kNone && !m_progress.tellsErrors())
-        std::fprintf(stderr, "zelk: %s\n", summary().c_str());
+    tellEnd();
     return code();
+}
+
+void SequenceRun::tellEnd() {
+    m_progress.end({written(), m_schedule.skipped, m_result.isStopped});
+    if (isFailureTheEnd() && !m_result.failed.empty())
+        std::fprintf(stderr, "zelk: %s\n", oneLine(m_result.failed.front().message).c_str());
+    bool const isTold = m_isStill ? m_mode != ProgressMode::kNone || m_schedule.skipped > 0
+                                  : m_mode != ProgressMode::kNone;
+    if (m_purpose == Purpose::kRender && isTold && !m_progress.tellsErrors())
+        std::fprintf(stderr, "zelk: %s\n", summary().c_str());
+    if (m_result.done.empty() || m_purpose != Purpose::kRender) return;
+    if (m_request.explain == Explain::kText) print(asText(m_explanation));
+    if (m_request.explain == Explain::kJson) print(asJson(m_explanation));
 }
 
 bool SequenceRun::tellError(char const* message) {
@@ -106,22 +127,49 @@ bool SequenceRun::tellError(char const* message) {
     return true;
 }
 
-void SequenceRun::renderFrames(Host& host, Files const& files) {
-    std::vector<int> const& frames = m_schedule.frames;
+void SequenceRun::checkOutput(Files const& files) const {
+    if (m_request.output.empty()) return;
     if (m_isMovie)
         checkMovie(m_request);
     else
-        checkTarget(files.output.pathOf(frames.front()), m_request.noClobber);
-    checkOutputsAreNoInputs(files, frames);
+        checkTarget(files.output.pathOf(m_schedule.frames.front()), m_request.noClobber);
+    checkOutputsAreNoInputs(m_request, files, m_schedule.frames);
+}
+
+void SequenceRun::takeFrames(Host& host, Files const& files) {
+    std::vector<int> const& frames = m_schedule.frames;
+    checkOutput(files);
     useThreads(m_request.threads);
+    m_explanation.road = m_request.road;
+    m_explanation.host = m_request.module.host;
+    m_explanation.threads = engineThreads(m_request);
     auto const [first, last] = std::minmax_element(frames.begin(), frames.end());
-    SequenceRenderer renderer(m_request, files, host, compOf(m_request, *first, *last), frames);
-    checkMemory(renderer, m_request, frames.size());
-    runStages(renderer);
+    Comp const comp = compOf(m_request, m_isStill ? 0 : *first, m_isStill ? 0 : *last);
+    SequenceRenderer renderer(m_request, files, host, comp, frames,
+                              m_request.explain == Explain::kNo ? nullptr : &m_explanation);
+    renderer.checkMemory();
+    m_explanation.clock.lap("setup");
+    if (m_purpose == Purpose::kRender)
+        runStages(renderer);
+    else
+        checkStages(renderer);
+}
+
+/// The files' headers and places only, in the frames' order.
+void SequenceRun::checkStages(SequenceRenderer& renderer) {
+    auto const check = [&](int frame) { return renderer.check(frame), frame; };
+    PipelineOptions options;
+    options.stopAtFirstFailure = m_isMovie;
+    m_result = runFrames(
+        m_schedule.frames, options, check, [](int frame, int) { return frame; }, [](int, int) {},
+        [&](int frame, std::size_t, FrameFailure const* failure) {
+            report(renderer, frame, failure);
+        });
 }
 
 void SequenceRun::runStages(SequenceRenderer& renderer) {
-    InterruptFlag const interrupt;
+    std::optional<InterruptFlag> interrupt;
+    if (!m_isStill) interrupt.emplace();  // a single picture ends at once: nothing is written yet
     PipelineOptions options;
     options.inFlight = static_cast<std::size_t>(m_request.inFlight);
     options.stop = &InterruptFlag::flag();
@@ -140,6 +188,7 @@ void SequenceRun::runStages(SequenceRenderer& renderer) {
 }
 
 void SequenceRun::report(SequenceRenderer& renderer, int frame, FrameFailure const* failure) {
+    if (failure && isFailureTheEnd()) return;
     if (failure)
         m_progress.failed(frame, failure->message);
     else
@@ -151,10 +200,17 @@ void SequenceRun::tellWarnings(SequenceRenderer& renderer) {
     for (std::string const& warning : renderer.warnings().take()) m_progress.warning(warning);
 }
 
+std::size_t SequenceRun::written() const {
+    bool const isNothing = m_purpose != Purpose::kRender || (m_isMovie && !m_isWhole);
+    return isNothing ? 0 : m_result.done.size();
+}
+
 std::string SequenceRun::summary() const {
     bool const isLost = m_isMovie && (m_result.isStopped || !m_result.failed.empty());
     std::string text =
-        isLost ? "no movie written" : fmt::format("{} frames written", m_result.done.size());
+        isLost
+            ? "no movie written"
+            : framesCounted(m_purpose == Purpose::kRender ? m_result.done.size() : 0) + " written";
     if (m_schedule.skipped) text += fmt::format(", {} skipped", m_schedule.skipped);
     if (!m_result.failed.empty()) text += fmt::format(", {} failed", m_result.failed.size());
     if (m_result.isStopped) text += ", interrupted";
@@ -164,16 +220,15 @@ std::string SequenceRun::summary() const {
 ExitCode SequenceRun::code() const {
     if (m_result.isStopped) return ExitCode::kInterrupted;
     if (m_result.failed.empty()) return ExitCode::kDone;
-    return written() > 0 ? ExitCode::kSomeFailed : m_result.failed.front().code;
+    bool const isSome = !m_isMovie && !m_result.done.empty();
+    return isSome ? ExitCode::kSomeFailed : m_result.failed.front().code;
 }
 
-}  // namespace
-
-ExitCode renderSequence(RenderRequest const& request) {
-    if (request.explain != Explain::kNo)
+ExitCode take(RenderRequest const& request, Purpose purpose) {
+    if (request.explain != Explain::kNo && isSequence(request))
         throw UserError(ExitCode::kUsage, {"--explain", "tells of one picture, not of", "frames",
                                            "a render of a single picture"});
-    SequenceRun run(request);
+    SequenceRun run(request, purpose);
     try {
         return run.run();
     } catch (UserError const& error) {
@@ -184,5 +239,13 @@ ExitCode renderSequence(RenderRequest const& request) {
         return ExitCode::kRenderFailed;
     }
 }
+
+}  // namespace
+
+ExitCode renderFrames(RenderRequest const& request) {
+    return take(request, request.dryRun ? Purpose::kPlan : Purpose::kRender);
+}
+
+ExitCode checkFrames(RenderRequest const& request) { return take(request, Purpose::kCheck); }
 
 }  // namespace zelk

@@ -13,9 +13,10 @@
 #include "zelk/movies/writer.h"
 #include "zelk/pictures/reader.h"
 #include "zelk/pictures/writer.h"
+#include "zelk/render/explanation.h"
 #include "zelk/render/module_road.h"
 #include "zelk/scene/render_request.h"
-#include "zelk/sequence/input_files.h"
+#include "zelk/sequence/schedule.h"
 
 namespace zelk {
 
@@ -23,6 +24,7 @@ namespace zelk {
 struct LoadedFrame {
     World layer;
     std::optional<World> plate;
+    std::optional<PictureReader> plateRows;  ///< a plate whose rows are read when they are needed
     WriteRequest file;
     ModuleRender ask;  ///< on the module road; each file has its own depth
 };
@@ -47,9 +49,13 @@ private:
 class SequenceRenderer {
 public:
     /// Sizes are those of the first of `frames` whose files can be opened. Throws as renders do.
+    /// `explanation`, which may be null, is filled on the way of a frame that is the only one.
     SequenceRenderer(RenderRequest const& request, Files const& files, Host& host, Comp const& comp,
-                     std::vector<int> const& frames);
+                     std::vector<int> const& frames, Explanation* explanation);
 
+    /// What `load` and `store` would refuse of a frame, as far as its files' headers and the
+    /// output's place tell. Reads no pixels and writes nothing.
+    void check(int frame);
     LoadedFrame load(int frame);
     RenderedFrame render(int frame, LoadedFrame loaded);
     void store(int frame, RenderedFrame const& rendered);
@@ -58,27 +64,36 @@ public:
 
     Warnings& warnings() { return m_warnings; }
 
-    /// Bytes that a frame holds on its way, and those of the one that is being rendered.
-    std::uint64_t bytesInFlight() const;
+    /// Throws an input error where the frames in flight are more than the memory allows. On the
+    /// module road `load` asks for the memory of each frame.
+    void checkMemory() const;
 
 private:
     bool isModule() const { return m_request.road == Road::kModule; }
+    std::uint64_t bytesInFlight() const;
+    void lap(char const* stage);
+    void plan(PinFrame const& frame, FrameRequest const& moment, Depth depth);
+    World renderedByModule(LoadedFrame& loaded, FrameRequest const& moment);
+    World renderedInMemory(LoadedFrame& loaded, FrameRequest const& moment);
     void storeInMovie(RenderedFrame const& rendered);
     void readSizes(std::vector<int> const& frames);
-    void requireSize(InputPicture const& file, PictureReader const& picture, PixelSize size) const;
     World loadLayer(std::optional<InputPicture> const& file, PictureTraits& traits,
                     ModuleRender& ask);
-    World loadPlate(std::optional<InputPicture> const& file, PictureTraits& traits);
+    void loadPlate(std::optional<InputPicture> const& file, PictureTraits& traits,
+                   LoadedFrame& loaded);
+    PictureReader openSized(InputPicture const& file, PixelSize size) const;
 
     RenderRequest const& m_request;
     Files const& m_files;
     Host& m_host;
     Comp m_comp;
+    std::size_t m_inFlight;  ///< frames; with 1 of them nothing overlaps
     PixelSize m_layerSize, m_frameSize;
     PictureTraits m_layerTraits, m_plateTraits;  ///< also a black picture's
     ModuleRender m_ask;
     Warnings m_warnings;
     std::optional<MovieWriter> m_movie;
+    Explanation* m_explanation;
 };
 
 }  // namespace zelk

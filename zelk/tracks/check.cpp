@@ -44,7 +44,7 @@ std::string_view faultName(TrackFault fault) {
     constexpr std::string_view kNames[] = {
         "note",        "size",        "rate",       "missing-corner", "duplicate",   "order",
         "gap",         "uneven",      "crossed",    "flat",           "turned-over", "outside",
-        "beyond-host", "upside-down", "frame-base", "pixel-aspect"};
+        "beyond-host", "upside-down", "frame-base", "pixel-aspect",   "merged"};
     return kNames[static_cast<std::size_t>(fault)];
 }
 
@@ -55,6 +55,7 @@ std::vector<TrackIssue> checkTrack(Track const& track, TrackTarget const& target
     checkSize(track, target, issues);
     checkRate(track, target, issues);
     checkFrames(track, issues);
+    checkMoments(track, target, issues);
     checkQuads(track, issues);
     checkPlace(track, target, issues);
     return issues.taken();

@@ -29,6 +29,7 @@ enum class TrackFault {
     kUpsideDown,   ///< suspected
     kFrameBase,    ///< suspected
     kPixelAspect,  ///< told or suspected
+    kMerged,       ///< samples at one moment of the composition's clock: they become one key
 };
 
 /// "crossed"
@@ -45,6 +46,7 @@ struct TrackIssue {
 struct TrackTarget {
     std::optional<PixelSize> frame;
     std::optional<int> startFrame;  ///< of the composition
+    int frameUnits = 0;             ///< of its clock in a frame; 0 where that is not known
     bool tellsRate = false;         ///< it is written in a form that tells a rate
 };
 

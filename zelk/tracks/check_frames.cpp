@@ -2,7 +2,10 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cstdint>
+#include <map>
 #include <numeric>
+#include <set>
 
 #include "zelk/tracks/check_parts.h"
 #include "zelk/tracks/frame_list.h"
@@ -96,6 +99,29 @@ void checkFrames(Track const& track, TrackIssues& issues) {
         issues.add(TrackFault::kUneven, 0,
                    fmt::format("not all corners have {}", framesText(uneven)));
     checkGaps(frames, issues);
+}
+
+void checkMoments(Track const& track, TrackTarget const& target, TrackIssues& issues) {
+    if (target.frameUnits == 0 || !target.startFrame) return;
+    std::set<double> merged;  // in any corner
+    int line = 0;
+    for (CornerTrack const& corner : track.corners) {
+        std::map<std::int64_t, double> taken;
+        for (TrackSample const& sample : corner.samples) {
+            auto const moment = importedMoment(sample.frame, *target.startFrame, target.frameUnits);
+            auto const [other, isNew] = taken.emplace(moment, sample.frame);
+            if (isNew || other->second == sample.frame) continue;  // a frame twice is told above
+            merged.insert(sample.frame);
+            if (line == 0) line = sample.line;
+        }
+    }
+    if (merged.empty()) return;
+    FrameList frames;
+    for (double const frame : merged) frames.add(frame);
+    issues.add(TrackFault::kMerged, line,
+               fmt::format("{} at the moment of another, as the composition's clock counts 1/{} of "
+                           "a frame: the last one's sample makes the one key",
+                           framesText(frames), target.frameUnits));
 }
 
 }  // namespace zelk

@@ -21,6 +21,8 @@ private:
 
 /// Corners without samples; frames that come again, descend, are missing or not of all corners.
 void checkFrames(Track const& track, TrackIssues& issues);
+/// Frames of a corner that the import takes to one moment of the composition's clock.
+void checkMoments(Track const& track, TrackTarget const& target, TrackIssues& issues);
 /// Quads that can't be drawn, and corners in other places than their names say.
 void checkQuads(Track const& track, TrackIssues& issues);
 /// What does not fit the frame or the host: size, pixels, samples far away, the first frame.

@@ -78,8 +78,7 @@ std::string importText(Track track, PixelSize frame) {
 std::size_t keysOf(CornerTrack const& corner, Comp const& comp) {
     std::set<std::int64_t> moments;  // requireImportable keeps frames small
     for (TrackSample const& sample : corner.samples)
-        moments.insert(
-            static_cast<std::int64_t>(comp.timeBase.step * (sample.frame - comp.startFrame)));
+        moments.insert(importedMoment(sample.frame, comp.startFrame, comp.timeBase.step));
     return moments.size();
 }
 

@@ -59,6 +59,11 @@ std::vector<int> wholeFrames(Track const& track) {
     return frames;
 }
 
+std::int64_t importedMoment(double frame, int startFrame, int frameUnits) {
+    return static_cast<std::int64_t>(frameUnits *
+                                     (static_cast<float>(frame) - static_cast<double>(startFrame)));
+}
+
 void flipY(Track& track) {
     changeSamples(track, [&](TrackSample& sample) { sample.y = track.height - sample.y; });
 }

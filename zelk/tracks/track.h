@@ -6,6 +6,7 @@
 #pragma once
 
 #include <array>
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
@@ -77,6 +78,10 @@ void eachRow(Track const& track, std::function<void(TrackRow const&)> const& row
 
 /// The frames of any corner that are whole numbers, in order.
 std::vector<int> wholeFrames(Track const& track);
+
+/// The moment that the effect's import gives a sample of the file, in units of the composition's
+/// clock from its first frame: the import reads single floats and truncates.
+std::int64_t importedMoment(double frame, int startFrame, int frameUnits);
 
 /// y is counted from the other side. The track has a size.
 void flipY(Track& track);

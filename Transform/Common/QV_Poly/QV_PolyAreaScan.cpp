@@ -31,15 +31,15 @@ int ceilSingle(double x) { return saturatingInt(std::ceil(static_cast<float>(x))
 int floorSingle(double x) { return saturatingInt(std::floor(static_cast<float>(x))); }
 
 /// Span ends, whole sub-columns. Limited: an edge that is level to within rounding may put its ends
-/// anywhere. Any end of a polygon inside its window is far from these limits.
+/// anywhere. Any end of a polygon in a window from -17578 to 175781 pixels is inside the limits.
 int limitedSpan(int subColumn) { return std::clamp(subColumn, -9000000, 90000000); }
 
-/// How far an edge has moved `rows` sub-rows after its start, in sub-columns. The first sub-row is
-/// found in single precision and may lie a little before the start. Back there the edge counts from
-/// its start, unless that is the same to within the grid: a level edge would leave its polygon.
-double edgeOffset(double slope, double rows) {
-    const double offset = slope * rows;
-    return rows < 0.0 && !(std::fabs(offset) < 1.0) ? 0.0 : offset;
+/// Where an edge stands in a sub-row, sub-columns. Its first sub-row may have been rounded to just
+/// before its start; the edge is at its start then, unless that is the same to within a sub-column:
+/// extrapolated back, a nearly level edge would leave its polygon.
+double positionOf(QV_Poly_vert const& edge, QV_Poly_vert const& start, int sub) {
+    const bool isBefore = sub < start.ny && !(std::fabs(edge.nx - start.nx) < 1.0);
+    return isBefore ? start.nx : edge.nx;
 }
 
 void clearSpans(int (*spans)[2]) {
@@ -116,7 +116,7 @@ void QV_Poly::areaIncrementalize_y(QV_Poly_vert* a, QV_Poly_vert* b, QV_Poly_ver
     double dny = b->ny - a->ny;
     if (dny == 0.0) dny = 1.0;
     dp->nx = (b->nx - a->nx) / dny;
-    p->nx = a->nx + edgeOffset(dp->nx, subRow - a->ny);
+    p->nx = a->nx + dp->nx * (subRow - a->ny);
 }
 
 void QV_Poly::areaIncrementalize_x(QV_Poly_vert* lo, QV_Poly_vert* hi, QV_Poly_vert* p,
@@ -213,6 +213,7 @@ void QV_Poly::polyAreaScan_internal(QV_Window* win, int left, int /*top*/, int r
     int sub = ceilSingle(m_vert[start].ny);
     int ly = sub - 1, ry = sub - 1;  // sub-row that the edge in hand reaches, exclusive
     int li = start, ri = start;
+    int lStart = start, rStart = start;  // where the edges in hand begin
     int rem = m_n;
     QV_Poly_vert l{}, dl{}, r{}, dr{};
     QV_Poly_vert *lo = &l, *hi = &r;
@@ -226,6 +227,7 @@ void QV_Poly::polyAreaScan_internal(QV_Window* win, int left, int /*top*/, int r
             --rem;
             const int i = previousVertex(li);
             areaIncrementalize_y(&m_vert[li], &m_vert[i], &l, &dl, y, sub);
+            lStart = li;
             ly = ceilSingle(m_vert[i].ny);
             li = i;
         }
@@ -233,15 +235,18 @@ void QV_Poly::polyAreaScan_internal(QV_Window* win, int left, int /*top*/, int r
             --rem;
             const int i = nextVertex(ri);
             areaIncrementalize_y(&m_vert[ri], &m_vert[i], &r, &dr, y, sub);
+            rStart = ri;
             ry = ceilSingle(m_vert[i].ny);
             ri = i;
         }
         const int from = sub;
         while (sub < ly && sub < ry && y <= win->y1) {
-            lo = l.nx <= r.nx ? &l : &r;
-            hi = l.nx <= r.nx ? &r : &l;
-            const int a = limitedSpan(ceilSingle(lo->nx));
-            const int b = limitedSpan(floorSingle(hi->nx));
+            const double lx = positionOf(l, m_vert[lStart], sub);
+            const double rx = positionOf(r, m_vert[rStart], sub);
+            lo = lx <= rx ? &l : &r;
+            hi = lx <= rx ? &r : &l;
+            const int a = limitedSpan(ceilSingle(std::min(lx, rx)));
+            const int b = limitedSpan(floorSingle(std::max(lx, rx)));
             const int k = sub & (kSubRows - 1);
             spans[k][0] = a < b ? a : kEmptySpan;
             spans[k][1] = a < b ? b : kEmptySpan;

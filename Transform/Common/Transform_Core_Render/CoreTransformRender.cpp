@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <optional>
 
 #include "Transform/Common/QV_Poly/QV_Poly.h"
 #include "Transform/Common/Transform_Core_Render/KernelTable.h"
@@ -42,6 +41,12 @@ void useWholeRasters(CoreRenderCall const& call, RenderSettings& s) {
 }
 
 bool isEmpty(QV_IRect const& r) { return r.right < r.left || r.bottom < r.top; }
+
+/// Render mode 1 measures the source rectangle against the host's size: both need two pixels.
+bool hasUnitMeasure(RenderSettings const& s, QV_IRect const& source) {
+    return s.renderMode != 1 || (s.hostWidth > 1 && s.hostHeight > 1 &&
+                                 source.right > source.left && source.bottom > source.top);
+}
 
 void clearRaster(PluginHost_API::RasterInfo const& raster) {
     if (raster.width <= 0 || raster.height <= 0) return;
@@ -135,9 +140,9 @@ void scan(QV_Poly& poly, QV_Window& window, QV_IRect const& rect, RenderSettings
 
 int coreTransformRender(CoreRenderCall const& call, FormatFunctions const& functions) {
     const bool threaded = useThreads(call.host);
-    std::optional<RenderSettings> local;
-    if (!call.settings) useWholeRasters(call, local.emplace());
-    RenderSettings& s = call.settings ? *call.settings : *local;
+    RenderSettings local;
+    if (!call.settings) useWholeRasters(call, local);
+    RenderSettings& s = call.settings ? *call.settings : local;
 
     s.renderMode = call.core.renderMode;
     s.taps = call.core.sizeIndex;
@@ -164,7 +169,7 @@ int coreTransformRender(CoreRenderCall const& call, FormatFunctions const& funct
     QV_Poly poly;
     if (threaded) poly.setOpenMP();
     const QV_IRect source = {s.srcLeft, s.srcTop, s.srcRight, s.srcBottom};
-    if (!call.fillMode && isEmpty(source)) return 0;
+    if ((!call.fillMode && isEmpty(source)) || !hasUnitMeasure(s, source)) return 0;
     describeRasters(call, s);
     buildKernel(call.core, s);
 

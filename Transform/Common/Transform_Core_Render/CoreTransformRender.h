@@ -47,7 +47,8 @@ constexpr FormatFunctions formatFunctionsOf() {
 
 /// The render itself, the same for every format. Returns 0, whether anything was drawn or not:
 /// rejected pins, an empty source rectangle and a polygon outside the window leave the cleared
-/// destination. Only a fill draws without a source.
+/// destination. Only a fill draws without a source; render mode 1 draws nothing when the host or
+/// the source is a single pixel wide or high.
 int coreTransformRender(CoreRenderCall const& call, FormatFunctions const& functions);
 
 /// One instance per pixel format.

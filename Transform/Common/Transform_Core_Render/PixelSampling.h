@@ -12,6 +12,7 @@
 // srcMinY..srcMaxY.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <type_traits>
@@ -173,7 +174,7 @@ inline void sample4x4(RenderSettings const& s, SourcePosition at, float* out) {
 /// `taps` by `taps` taps, black outside.
 template <class T, int C>
 inline void sampleTaps(RenderSettings const& s, SourcePosition at, float* out) {
-    const int taps = s.taps;
+    const int taps = std::min(s.taps, kMaxTaps);
     const SplitCoordinate u = split(at.u), v = split(at.v);
     sumBlockAt<T, C, kMaxTaps, Outside::kBlack>(
         s, u.whole - (taps / 2 - 1), v.whole - (taps / 2 - 1), taps, weightRow(s, u.fraction, taps),
@@ -189,9 +190,12 @@ inline T roundThenLimit(RenderSettings const& s, Sum sum) {
     if constexpr (std::is_floating_point_v<T>) {
         return static_cast<T>(sum);
     } else {
-        const auto n = static_cast<std::int32_t>(sum + Sum(0.5));
-        if (n < s.minValue) return static_cast<T>(s.minValue);
-        return static_cast<T>(n < s.maxValue ? n : s.maxValue);
+        // Limited before the cast, which is undefined beyond an int: kernels of no use may give
+        // any sum. Not a number counts as the least value.
+        const Sum n = sum + Sum(0.5);
+        if (!(n > static_cast<Sum>(s.minValue))) return static_cast<T>(s.minValue);
+        if (n >= static_cast<Sum>(s.maxValue)) return static_cast<T>(s.maxValue);
+        return static_cast<T>(static_cast<std::int32_t>(n));
     }
 }
 
@@ -202,7 +206,7 @@ inline T limitThenRound(RenderSettings const& s, float sum) {
         return sum;
     } else {
         const auto low = static_cast<float>(s.minValue), high = static_cast<float>(s.maxValue);
-        const float limited = sum < low ? low : sum > high ? high : sum;
+        const float limited = !(sum > low) ? low : sum > high ? high : sum;
         return static_cast<T>(limited + 0.5f);
     }
 }

@@ -1,12 +1,13 @@
 // Premult and UnPremult: colour times alpha and back, in place over one raster.
 //
 //   8 bits   c' = (a c + 128) >> 8        c' = min(c 255 / a, 255)        if a != 0
-//   15 bits  c' = (a c + 16384) >> 15     c' = min((c << 15) / a, 32768)  if a != 0
+//   15 bits  c' = min((a c + 16384) >> 15, 32768)
+//                                         c' = min((c << 15) / a, 32768)  if a != 0
 //   float    c' = a c                     c' = c / a                      if a > 0
 //
 // Alpha stays. Multiplying rounds to nearest, dividing truncates; the 8-bit product is over 256, so
-// opaque white becomes 254 and the two are no exact inverses. No result is above white: 16-bit
-// channels of the host can hold more. A pixel that fails the test keeps its colour.
+// opaque white becomes 254 and the two are no exact inverses. No 15-bit product is above white,
+// though 16-bit channels of the host can hold more. A pixel that fails the test keeps its colour.
 #pragma once
 
 #include <algorithm>
@@ -49,7 +50,7 @@ void changeColour(PluginHost_API* host, PluginRaster_API* raster, Change change)
                   "no premultiplication is defined for this depth");
     QV_RasterInfo info{};
     host->getRasterInfo(raster, &info);
-    if (!info.data || info.format != Trait::kFormat) return;  // the host could not describe it
+    if (!info.data) return;  // the host could not describe it
     forEachPixel<Channel>(info, [change](Channel* pixel) {
         const Channel a = pixel[Trait::kAlpha];
         for (const int c : {Trait::kRed, Trait::kGreen, Trait::kBlue})

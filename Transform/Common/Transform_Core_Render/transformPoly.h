@@ -13,8 +13,8 @@ class PluginHost_API;
 ///
 /// @param target  clip rectangle of render mode 1, pixels; the other modes take the settings'
 ///                destination rectangle
-/// @param src     source rectangle, inclusive pixels; render mode 1 must not be given one of zero
-///                width or height
+/// @param src     source rectangle, inclusive pixels; in render mode 1 it must be at
+///                least two pixels wide and high
 /// @param bounds  receives the pixel bounds of the clipped polygon, inclusive; may be null
 /// @param window  receives the clip window, inclusive pixels; may be null
 /// @param matrix  unit measure to output pixels; not read in render modes 2 and 3

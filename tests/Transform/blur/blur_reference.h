@@ -1,39 +1,18 @@
 // Slow plain blurs to compare with: every output pixel is a sum over its kernel, every level of the
-// pyramid an image of its own, one channel at a time.
-//
-// Planes hold doubles, which keep every channel type's values. Random floats are 0 or from 0.25 to
-// 1: for radii up to 25 all sums of two passes then fit into 53 bits, whatever the order, so that
-// running and direct sums have to agree to the bit in the float formats too.
+// pyramid an image of its own, one channel at a time. Planes hold doubles, which keep every channel
+// type's values.
 #pragma once
 
 #include <algorithm>
 #include <cmath>
-#include <random>
-#include <string>
 #include <vector>
 
-#include "Transform/Common/PixelTraits.h"
 #include "Transform/Common/QV_Poly/PlanePrimitives.h"
-#include "host/PluginHost_Memory_Impl.h"
 #include "tests/support/guarded_raster.h"
 
 namespace blur_reference {
 
-using zelk::GuardedRaster;
-
-struct FormatFacts {
-    QV_RasterFormat code;
-    int alpha, white;
-    bool isFloat;
-};
-template <class P>
-constexpr FormatFacts facts() {
-    return {P::kFormat, P::kAlpha, P::kWhite, P::kIsFloat};
-}
-constexpr FormatFacts kFormats[] = {
-    facts<PIXEL_ARGB8>(),  facts<PIXEL_BGRA8>(),  facts<PIXEL_RGBA8>(),  facts<PIXEL_ARGB15>(),
-    facts<PIXEL_ARGB14>(), facts<PIXEL_BGRA14>(), facts<PIXEL_ARGB16>(), facts<PIXEL_RGBA16>(),
-    facts<PIXEL_ARGB32>(), facts<PIXEL_RGBA32>(), facts<PIXEL_BGRA32>()};
+using Line = std::vector<double>;
 
 /// One channel of an image.
 struct Plane {
@@ -41,11 +20,9 @@ struct Plane {
     bool isFloat;
     std::vector<double> values = std::vector<double>(std::size_t(width) * height);
 
-    double& at(int x, int y) { return values[std::size_t(y) * width + x]; }
     /// At a position limited to the plane.
     double near(int x, int y) const {
-        return values[std::size_t(std::clamp(y, 0, height - 1)) * width +
-                      std::clamp(x, 0, width - 1)];
+        return values[std::clamp(y, 0, height - 1) * width + std::clamp(x, 0, width - 1)];
     }
     double stored(double v) const { return isFloat ? double(float(v)) : std::trunc(v); }
     /// Sets every pixel to value(x, y).
@@ -53,48 +30,34 @@ struct Plane {
     void fill(Value value) {
         for (int i = 0; i < width * height; ++i) values[i] = value(i % width, i / width);
     }
+    /// Replaces row, or column, i of `count` by blurred(line, i, count).
+    template <class Blurred>
+    void fillLines(bool vertical, Blurred blurred) {
+        const int count = vertical ? width : height;
+        for (int i = 0; i < count; ++i) {
+            Line line(vertical ? height : width);
+            const auto at = [&](std::size_t k) -> double& {
+                return values[vertical ? k * width + i : i * width + k];
+            };
+            for (std::size_t k = 0; k < line.size(); ++k) line[k] = at(k);
+            line = blurred(line, i, count);
+            for (std::size_t k = 0; k < line.size(); ++k) at(k) = line[k];
+        }
+    }
 };
 using Picture = std::vector<Plane>;  // four
 
-inline Picture randomPicture(FormatFacts const& f, int width, int height, std::mt19937& random) {
-    Picture picture(4, Plane{width, height, f.isFloat});
-    std::uniform_int_distribution<int> whole(0, f.white);
-    std::uniform_real_distribution<float> real(0.25f, 1.0f);
-    for (Plane& plane : picture)
-        for (double& v : plane.values) {
-            v = f.isFloat ? double(real(random)) : double(whole(random));
-            const auto dice = random() % 16;
-            if (dice < 2) v = dice == 0 ? 0 : f.white;
-            if (dice == 2 && f.white > 255) v = 65535;  // above the white of 14 and 15 bits
-        }
-    return picture;
-}
-
-inline void write(Picture const& picture, GuardedRaster& raster) {
-    raster.paint([&](int x, int y, int c) { return picture[c].near(x, y); });
-}
-/// Where the raster first differs from the picture; empty if nowhere.
-inline std::string difference(GuardedRaster const& raster, Picture const& picture) {
-    std::string first;
-    raster.forEachChannel([&](int x, int y, int c) {
-        const double got = raster.get(x, y, c), want = picture[c].near(x, y);
-        if (got != want && first.empty())
-            first = "pixel " + std::to_string(x) + ", " + std::to_string(y) + " channel " +
-                    std::to_string(c) + ": " + std::to_string(got) + ", not " +
-                    std::to_string(want);
-    });
-    return first;
-}
-
 // ---- Tent
 
-/// A line blurred by a direct sum over the kernel.
-inline std::vector<double> tentLine(std::vector<double> const& p, int radius, bool isFloat) {
-    const int length = int(p.size());
-    if (length <= 2 * radius + 2) radius = length / 2 - 2;
-    if (radius <= 0) return p;
+inline int limitedRadius(int radius, int length) {
+    return std::max(length <= 2 * radius + 2 ? length / 2 - 2 : radius, 0);
+}
+
+inline Line tentLine(Line const& p, int wanted, bool isFloat) {
+    const int length = int(p.size()), radius = limitedRadius(wanted, length);
+    if (radius == 0) return p;
     const double n = radius + 1;
-    std::vector<double> out;
+    Line out;
     for (int i = 0; i < length; ++i) {
         double sum = 0;
         for (int d = -radius; d <= radius; ++d)
@@ -105,33 +68,21 @@ inline std::vector<double> tentLine(std::vector<double> const& p, int radius, bo
     return out;
 }
 
-/// Replaces a row or column by blurred(line).
-template <class Blurred>
-void blurLine(Plane& p, int i, bool vertical, Blurred blurred) {
-    const auto at = [&](int k) -> double& { return vertical ? p.at(i, k) : p.at(k, i); };
-    std::vector<double> line(vertical ? p.height : p.width);
-    for (int k = 0; k < int(line.size()); ++k) line[k] = at(k);
-    line = blurred(line);
-    for (int k = 0; k < int(line.size()); ++k) at(k) = line[k];
-}
-
-inline void tentPass(Plane& p, int radius, bool vertical, bool ramp, int kind) {
+inline void tentPass(Plane& p, int wanted, bool vertical, bool ramp, int kind) {
     if (kind == (vertical ? -11 : -10)) return;
-    const int length = vertical ? p.height : p.width, count = vertical ? p.width : p.height;
-    if (length <= 2 * radius + 2) radius = length / 2 - 2;
-    for (int i = 0; i < count && radius > 0; ++i) {
+    const int radius = limitedRadius(wanted, vertical ? p.height : p.width);
+    p.fillLines(vertical, [&](Line const& line, int i, int count) {
         float t = count == 1 ? 1.0f : 1.0f - float(i) / float(count - 1);
         if (kind == 3) t = t * t;
         if (kind == 4) t = t * t < 1e-5f ? 0.0f : 1.0f / (t * t);
         const int r = ramp ? int(std::min(t * float(radius), 1e6f)) : radius;
-        blurLine(p, i, vertical, [&](auto const& line) { return tentLine(line, r, p.isFloat); });
-    }
+        return tentLine(line, r, p.isFloat);
+    });
 }
 
 /// Calls `whole` for the whole radii beside `radius` on copies of `values`, and mixes the two.
 template <class WholeBlur>
-std::vector<double> fractional(std::vector<double> const& values, double radius, bool isFloat,
-                               WholeBlur whole) {
+Line fractional(Line const& values, double radius, bool isFloat, WholeBlur whole) {
     if (!std::isfinite(radius) || std::fabs(radius) <= 1e-5) return values;
     const float f = float(radius - std::floor(radius)), g = 1.0f - f;
     const auto smaller = whole(values, std::floor(radius));
@@ -145,7 +96,7 @@ std::vector<double> fractional(std::vector<double> const& values, double radius,
 }
 
 inline void blur(Plane& p, double radius, double factor, bool ramp, int kind) {
-    p.values = fractional(p.values, radius, p.isFloat, [&](auto const& values, double whole) {
+    p.values = fractional(p.values, radius, p.isFloat, [&](Line const& values, double whole) {
         Plane copy = p;
         copy.values = values;
         // A radius next below a whole one is cut down to it, but its half is not.
@@ -157,16 +108,13 @@ inline void blur(Plane& p, double radius, double factor, bool ramp, int kind) {
 }
 
 inline void interpolatedBlur(Plane& p, double first, double last, bool columns) {
-    const int count = columns ? p.width : p.height;
-    for (int i = 0; i < count; ++i) {
+    const auto whole = [&](Line const& values, double radius) {
+        return tentLine(values, int(radius), p.isFloat);
+    };
+    p.fillLines(columns, [&](Line const& line, int i, int count) {
         const double t = count == 1 ? 0.0 : double(i) / (count - 1);
-        blurLine(p, i, columns, [&](auto const& line) {
-            return fractional(line, (1.0 - t) * first + t * last, p.isFloat,
-                              [&](auto const& values, double whole) {
-                                  return tentLine(values, int(whole), p.isFloat);
-                              });
-        });
-    }
+        return fractional(line, (1.0 - t) * first + t * last, p.isFloat, whole);
+    });
 }
 
 // ---- Fade
@@ -187,9 +135,10 @@ inline void fade(Plane& p, float start, float end, int curve) {
 inline Plane smoothed(Plane p) {
     p.fill([&, before = p](int x, int y) {
         double sum = 0;
-        for (int j = -1; j <= 1; ++j)
-            for (int i = -1; i <= 1; ++i)
-                sum += (2 - std::abs(i)) * (2 - std::abs(j)) * before.near(x + i, y + j);
+        for (int k = 0; k < 9; ++k) {
+            const int i = k % 3 - 1, j = k / 3 - 1;
+            sum += (2 - std::abs(i)) * (2 - std::abs(j)) * before.near(x + i, y + j);
+        }
         return p.stored(sum / 16);
     });
     return p;
@@ -205,12 +154,11 @@ inline Plane halved(Plane const& p) {
     return out;
 }
 
-inline std::vector<Plane> pyramid(Plane const& p) {
-    const int longer = std::max(p.width, p.height);
-    const int levels =
-        longer <= 2 ? 1 : std::min(10, 1 + int(std::ceil(std::log2(double(longer - 1)))));
-    std::vector<Plane> all{p};
-    while (int(all.size()) < levels) {
+inline Picture pyramid(Plane const& p) {
+    const int longer = std::max({p.width, p.height, 2});
+    const std::size_t levels = std::min(10, 1 + int(std::ceil(std::log2(longer - 1.0))));
+    Picture all{p};
+    while (all.size() < levels) {
         const Plane next = all.size() == 1 ? p : halved(all.back());
         all.push_back(next.width > 2 && next.height > 2 ? smoothed(next) : next);
     }
@@ -226,21 +174,22 @@ inline float readLevel(Plane const& p, int shift, int x, int y) {
     const int x0 = std::max(x - size / 2, 0), y0 = std::max(y - size / 2, 0);
     const int cx = std::min(x0 / size, p.width - 1), cy = std::min(y0 / size, p.height - 1);
     const float fx = float(x0 - cx * size) / float(size), fy = float(y0 - cy * size) / float(size);
-    const auto cell = [&](int i, int j) { return float(p.near(cx + i, cy + j)); };
-    return float(p.stored(
-        double(lerp(lerp(cell(0, 0), cell(1, 0), fx), lerp(cell(0, 1), cell(1, 1), fx), fy))));
+    const auto row = [&](int j) {
+        return lerp(float(p.near(cx, cy + j)), float(p.near(cx + 1, cy + j)), fx);
+    };
+    return float(p.stored(double(lerp(row(0), row(1), fy))));
 }
 
-inline void growingBlur(Plane& p, Plane const& alpha, int white, QV_Line2D const& line,
+inline void growingBlur(Plane& p, Plane const& alpha, double white, QV_Line2D const& line,
                         float amount) {
     if (std::fabs(amount) < 1e-5f) return;
     const auto levels = pyramid(p);
     const double d0 = line.distance(0, 0);
     const double dX = line.distance(1, 0) - d0, dY = line.distance(0, 1) - d0;
     // Past the last level lies nothing.
-    const auto read = [&](int level, int x, int y) {
-        if (level >= int(levels.size())) return 0.0f;
-        return readLevel(levels[level], std::max(level - 1, 0), x, y);
+    const auto read = [&](std::size_t level, int x, int y) {
+        if (level >= levels.size()) return 0.0f;
+        return readLevel(levels[level], std::max(int(level) - 1, 0), x, y);
     };
     p.fill([&](int x, int y) {
         const double d = x * dX + y * dY + d0;
@@ -248,7 +197,7 @@ inline void growingBlur(Plane& p, Plane const& alpha, int white, QV_Line2D const
         if (!p.isFloat) mask = std::min(mask, 1.0f);
         if (d < 0 || mask == 0) return levels[0].near(x, y);
         long v = long(d * double(amount) * 65536.0), u = v;
-        int level = 0;
+        std::size_t level = 0;
         for (; v > 0x10000; ++level) {
             v /= 2;
             u = 2 * v - 0x10000;
@@ -271,24 +220,24 @@ struct Call {
     int shiftX = 0, shiftY = 0;  ///< of the line, by the settings
 };
 
-inline void drive(Picture& picture, FormatFacts const& format, Call const& call, double scale) {
+/// `alphaAt` is alpha's place in a pixel.
+inline void drive(Picture& picture, int alphaAt, double white, Call const& call, double scale) {
     const double radius = call.radius, start = call.fadeStart, end = start + call.fadeLength;
     const auto isChosen = [&](int c) {
-        if (call.kind == -11 || call.kind == -10) return true;
-        return c == format.alpha || (!call.alphaPlane && call.kind != -2);
+        return call.kind <= -10 || c == alphaAt || (!call.alphaPlane && call.kind != -2);
     };
     for (int c = 0; c < 4 && call.kind >= 0; ++c)
         if (isChosen(c)) fade(picture[c], float(start * 0.01), float(end * 0.01), call.curve);
-    const Plane alpha = picture[format.alpha];
+    const Plane alpha = picture[alphaAt];
     const double shorter = std::min(alpha.width, alpha.height);
     const double relative = std::min(radius * alpha.height * 0.5 / 1000.0 * shorter, shorter);
     for (int c = 0; c < 4; ++c) {
         Plane& p = picture[c];
         if (!isChosen(c)) continue;
-        if (call.kind < -9)
+        if (call.kind <= -10)
             interpolatedBlur(p, radius, call.aspect, call.kind == -10);
         else if (call.kind == 1)
-            growingBlur(p, alpha, format.white, call.line.translated(call.shiftX, call.shiftY),
+            growingBlur(p, alpha, white, call.line.translated(call.shiftX, call.shiftY),
                         call.radius);
         else
             blur(p, call.kind < 0 ? radius : std::trunc(relative * scale), call.aspect,

@@ -2,7 +2,6 @@
 // coincide; channels beyond any picture.
 #include <gtest/gtest.h>
 
-#include <limits>
 #include <random>
 
 #include "Transform/Common/Transform_Core_Render/TransferModes.h"
@@ -12,6 +11,7 @@
 
 namespace {
 
+using testing::PrintToString;
 using zelk::GuardedRaster;
 
 constexpr unsigned kSeed = 20240917;
@@ -22,26 +22,23 @@ bool isHueKin(int mode) { return mode == 3 || (mode >= 13 && mode <= 16); }
 
 template <class Trait>
 RefPixel blended(int mode, RefPixel const& f, RefPixel const& b, BlendOptions const& options = {}) {
-    using Channel = typename Trait::Channel;
-    Channel pixels[3][4];  // foreground, background, result
-    for (int i = 0; i < 2; ++i) {
-        RefPixel const& p = i == 0 ? f : b;
-        pixels[i][Trait::kAlpha] = static_cast<Channel>(p.a);
-        pixels[i][Trait::kRed] = static_cast<Channel>(p.c[0]);
-        pixels[i][Trait::kGreen] = static_cast<Channel>(p.c[1]);
-        pixels[i][Trait::kBlue] = static_cast<Channel>(p.c[2]);
+    constexpr int kPlaces[] = {Trait::kRed, Trait::kGreen, Trait::kBlue, Trait::kAlpha};
+    typename Trait::Channel front[4], back[4], out[4];
+    for (int i = 0; i < 4; ++i) {
+        front[kPlaces[i]] = static_cast<typename Trait::Channel>(f[i]);
+        back[kPlaces[i]] = static_cast<typename Trait::Channel>(b[i]);
     }
-    Channel* out = pixels[2];
-    blendRowOfMode<Trait>(mode)(pixels[0], pixels[1], out, 1, options);
-    return {{double(out[Trait::kRed]), double(out[Trait::kGreen]), double(out[Trait::kBlue])},
-            double(out[Trait::kAlpha])};
+    blendRowOfMode<Trait>(mode)(front, back, out, 1, options);
+    RefPixel result;
+    for (int i = 0; i < 4; ++i) result[i] = out[kPlaces[i]];
+    return result;
 }
 
 /// A random pixel of a mode's domain. Integers: everything from 0 to white, often 0, white, and the
 /// neighbours of the middle; 15 bits beyond white too. Float: whole 256ths, whose sums and
 /// differences are exact, from -0.25 to 1.25. Hue and its kin stay at most white, where their
 /// formulas are continuous but for one place: mx + mn = W, which only 8 bits, divided by 255, can
-/// miss by a rounding; such a colour is drawn again.
+/// miss by a rounding; such a colour is drawn again, and one that is nearly grey but not quite.
 template <class Trait>
 RefPixel randomPixel(std::mt19937& rng, bool hueKin) {
     constexpr bool kHasHeadroom = Trait::kWhite == 32768;
@@ -51,66 +48,52 @@ RefPixel randomPixel(std::mt19937& rng, bool hueKin) {
         return kUnit * std::uniform_int_distribution<int>(static_cast<int>(low / kUnit),
                                                           static_cast<int>(high / kUnit))(rng);
     };
-    const auto colour = [&] {
+    RefPixel p;
+    for (double& v : p) {
         const double middle = std::floor(kWhite / 2 / kUnit) * kUnit;
         const auto kind = rng() % 10;
-        if (kind < 2) return kind == 0 ? 0.0 : double(kWhite);
-        if (kind == 2) return whole(middle - kUnit, middle + kUnit);
-        if (kind > 3) return whole(0, kWhite);
-        return whole(Trait::kIsFloat ? -0.25 : 0, hueKin ? kWhite : kBeyond);
-    };
-    const auto alpha = [&] {
-        const auto kind = rng() % 16;
-        if (kind == 0 && kHasHeadroom) return whole(kWhite, kBeyond);
-        return kind < 5 ? 0 : kind < 10 ? kWhite : whole(0, kWhite);
-    };
-    for (;;) {
-        const RefPixel p = {{colour(), colour(), colour()}, alpha()};
-        const auto ends = std::minmax_element(p.c.begin(), p.c.end());
-        if (!hueKin || kWhite != 255 || *ends.first + *ends.second != 255) return p;
+        v = whole(Trait::kIsFloat ? -0.25 : 0, hueKin ? kWhite : kBeyond);
+        if (kind > 3) v = whole(0, kWhite);
+        if (kind == 2) v = whole(middle - kUnit, middle + kUnit);
+        if (kind < 2) v = kind == 0 ? 0.0 : kWhite;
     }
-}
-
-/// How far Synthesise's colour may be from its formula without roundings, channel units. With u =
-/// 2^-24, white 1 and d the colour's span: hue is off by 11u / d and saturation by 4u, so a
-/// sector's colour by 31u / d and its luma by 34u / d. Scaling divides by a luma of at least 0.114
-/// of the channel: below 400u / d. Where the division by white is exact d counts as 1.
-double hueBound(double white, RefPixel const& f, RefPixel const& b) {
-    double d = 1;
-    for (RefColour const& c : {f.c, b.c}) {
-        const double span = std::max({c[0], c[1], c[2]}) - std::min({c[0], c[1], c[2]});
-        if (white == 255 && span > 0) d = std::min(d, span / 255);
-    }
-    return 400 * 0x1p-24 / d * white;
+    const auto kind = rng() % 16;
+    if (kind > 0 || !kHasHeadroom) p[3] = kind < 5 ? 0 : kind < 10 ? kWhite : whole(0, kWhite);
+    const double mx = std::max({p[0], p[1], p[2]}), mn = std::min({p[0], p[1], p[2]});
+    const bool isAwkward = mx + mn == 255 || (mx > mn && mx - mn < 8);
+    return hueKin && kWhite == 255 && isAwkward ? randomPixel<Trait>(rng, true) : p;
 }
 
 /// Integers: the reference is exact and the code has to be, at whatever the nudged truncations of
 /// hue and its kin give. Float: a mode has up to 6 operations, coverage 11; each rounds by u of a
 /// value of at most 2 M, M the largest of 1, the colours and the mode's result, and coverage's
 /// weights add up to 1. 17 * 2 is below 40.
+/// Of hue and its kin, with u = 2^-24, white 1 and d the colour's span: hue is off by 11u / d and
+/// saturation by 4u, so a sector's colour by 31u / d and its luma by 34u / d. Scaling divides by a
+/// luma of at least 0.114 of the channel: below 400u / d. In 8 bits d is at least 8 / 255; where
+/// the division by white is exact it counts as 1.
 template <class Trait>
 void check(int mode, RefPixel const& f, RefPixel const& b, BlendOptions const& o) {
-    const TransferReference reference(Trait::kWhite);
+    constexpr double kWhite = Trait::kWhite;
+    const TransferReference reference(kWhite);
     const auto alphaOf = [](double alpha, float opacity) {
         const double product = static_cast<float>(alpha) * opacity;
         return Trait::kIsFloat ? product : std::trunc(product);
     };
-    const double fa = alphaOf(f.a, o.foregroundOpacity), ba = alphaOf(b.a, o.backgroundOpacity);
-    const double nudge = isHueKin(mode) ? hueBound(Trait::kWhite, f, b) : 0;
+    const double fa = alphaOf(f[3], o.foregroundOpacity), ba = alphaOf(b[3], o.backgroundOpacity);
+    const double nudge =
+        isHueKin(mode) ? 400 * 0x1p-24 * (kWhite == 255 ? 255 * 255 / 8 : kWhite) : 0;
     double largest = 1.25;
-    for (const double c : reference.mix(mode, f.c, b.c)) largest = std::max(largest, std::fabs(c));
+    for (const double c : reference.mix(mode, f, b)) largest = std::max(largest, std::fabs(c));
     const double slack = Trait::kIsFloat ? 40 * 0x1p-24 * largest + nudge : 0;
     const RefPixel low = reference.blend(mode, f, b, fa, ba, -nudge);
     const RefPixel high = reference.blend(mode, f, b, fa, ba, nudge);
     const RefPixel got = blended<Trait>(mode, f, b, o);
-    bool fits = std::fabs(got.a - low.a) <= slack;
-    for (int i = 0; i < 3; ++i)
-        fits = fits && got.c[i] >= low.c[i] - slack && got.c[i] <= high.c[i] + slack;
-    using testing::PrintToString;
-    ASSERT_TRUE(fits) << "mode " << mode << ", seed " << kSeed << ": " << PrintToString(f.c) << " "
-                      << fa << " over " << PrintToString(b.c) << " " << ba << " gave "
-                      << PrintToString(got.c) << " " << got.a << ", not " << PrintToString(low.c)
-                      << " to " << PrintToString(high.c) << " " << low.a;
+    for (int i = 0; i < 4; ++i)
+        ASSERT_TRUE(got[i] >= low[i] - slack && got[i] <= high[i] + slack)
+            << "mode " << mode << ", seed " << kSeed << ": " << PrintToString(f) << ", alpha " << fa
+            << " over " << PrintToString(b) << ", alpha " << ba << " gave " << PrintToString(got)
+            << ", not " << PrintToString(low) << " to " << PrintToString(high);
 }
 
 template <class Trait>
@@ -135,7 +118,7 @@ TYPED_TEST(EachFormat, RastersMayCoincideAndPaddingStays) {
     std::mt19937 rng(kSeed);
     GuardedRaster front(TypeParam::kFormat, 13, 7), back(TypeParam::kFormat, 13, 7, 16);
     for (GuardedRaster* raster : {&front, &back})
-        raster->paint([&](int, int, int) { return randomPixel<TypeParam>(rng, false).c[0]; });
+        raster->paint([&](int, int, int) { return randomPixel<TypeParam>(rng, false)[0]; });
     for (const int mode : kModes) {
         GuardedRaster apart(TypeParam::kFormat, 13, 7, 48), overFront = front, overBack = back;
         const auto transfer = [mode](GuardedRaster& f, GuardedRaster& b, GuardedRaster& to) {
@@ -151,22 +134,17 @@ TYPED_TEST(EachFormat, RastersMayCoincideAndPaddingStays) {
     }
 }
 
-// An alpha above white that opacity brings to white exactly: Behind gives all of the background.
-TEST(TransferModes, BehindAnOpaqueBackgroundGivesItsOwnAlpha) {
-    const auto got = blended<PIXEL_ARGB15>(1, {{1, 2, 3}, 5}, {{50000, 8, 7}, 40960}, {1, 0.8f});
-    EXPECT_EQ(got.c, (RefColour{50000, 8, 7}));
-    EXPECT_EQ(got.a, 40960);
-}
-
-TEST(TransferModes, WildChannelsNeverTrap) {
-    // Beyond any picture: a result of some kind, and for integers one within the format.
-    const double inf = std::numeric_limits<double>::infinity(), nan = std::nan("");
+TEST(TransferModes, BeyondAnyPicture) {
+    // An alpha above white that opacity brings to white: Behind gives all of the background.
+    EXPECT_EQ(blended<PIXEL_ARGB15>(1, {1, 2, 3, 5}, {50000, 8, 7, 40960}, {1, 0.8f}),
+              (RefPixel{50000, 8, 7, 40960}));
+    // Wild channels never trap: a result of some kind, and for integers one within the format.
     for (const int mode : kModes) {
-        for (const double wild : {inf, -inf, nan, 1e30})
-            blended<PIXEL_ARGB32>(mode, {{wild, 0.5, 0}, 1}, {{2, 0, wild}, wild});
+        for (const double wild : {HUGE_VAL, -HUGE_VAL, std::nan(""), 1e30})
+            blended<PIXEL_ARGB32>(mode, {wild, 0.5, 0, 1}, {2, 0, wild, wild});
         const RefPixel out =
-            blended<PIXEL_ARGB15>(mode, {{65535, 0, 0}, 40000}, {{65535, 65535, 0}, 30000});
-        EXPECT_LE(std::max({out.c[0], out.c[1], out.c[2], out.a}), 32768) << mode;
+            blended<PIXEL_ARGB15>(mode, {65535, 0, 0, 40000}, {65535, 65535, 0, 30000});
+        EXPECT_LE(*std::max_element(out.begin(), out.end()), 32768) << mode;
     }
 }
 

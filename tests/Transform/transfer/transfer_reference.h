@@ -1,20 +1,15 @@
 // The transfer modes once more: slowly, in double, by mode number.
 //
 // Integer formats: doubles that hold whole numbers, so every product, shift (as a floor) and
-// quotient (truncated) below is exact. Float: the formula without rounding. Colours are red, green,
-// blue; W is white.
+// quotient (truncated) below is exact. Float: the formula without rounding. W is white.
 #pragma once
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 
-using RefColour = std::array<double, 3>;
-
-struct RefPixel {
-    RefColour c;
-    double a;
-};
+/// Red, green, blue, alpha. Of a colour alpha means nothing.
+using RefPixel = std::array<double, 4>;
 
 class TransferReference {
 public:
@@ -22,32 +17,26 @@ public:
 
     /// `fa` and `ba` have their opacity in them. Hue and its kin are truncated `nudge` channel
     /// units off, which shows what an error of that size could do.
-    RefPixel blend(int mode, RefPixel F, RefPixel B, double fa, double ba, double nudge = 0) const {
-        const double ra = limit(fa + ba - mul(fa, ba));
-        if (fa == 0 && mode != 1) return {B.c, ra};
-        if (mode == 1 && ba == 0) return {F.c, ra};
-        if (mode == 1 && ba == W) return B;
-        RefColour f = F.c, b = B.c;
-        if (!whole)
-            for (int i = 0; i < 3; ++i) f[i] = std::max(f[i], 0.0), b[i] = std::max(b[i], 0.0);
-        RefColour m = f;
-        if (mode == 4 || mode == 12) {
-            if (ba > 0) m = addedOrSubtracted(mode == 4, f, b, fa, ba, ra);
-        } else {
-            const RefColour mixed = mode == 1 ? b : mix(mode, f, b, nudge);
-            if (mode == 1 || ba > 0) m = mode == 1 || ba < W ? faded(f, mixed, ba) : mixed;
-            const bool seeThrough = whole ? fa < W : fa != 1;
-            if (seeThrough && (mode == 1 || ba > 0)) m = over(m, b, fa, ba);
+    RefPixel blend(int mode, RefPixel f, RefPixel b, double fa, double ba, double nudge) const {
+        if (mode == 1 && ba == W) return b;
+        RefPixel m = mode == 1 ? f : b;
+        if ((mode == 1 ? ba : fa) != 0) {
+            for (int i = 0; i < 3 && !whole; ++i)
+                f[i] = std::max(f[i], 0.0), b[i] = std::max(b[i], 0.0);
+            m = mode == 4 || mode == 12 ? sumOrDifference(mode == 4, f, b, fa, ba)
+                                        : overlaid(mode, f, b, fa, ba, nudge);
+            for (double& c : m) c = limit(c);
         }
-        for (double& c : m) c = limit(c);
-        return {m, ra};
+        m[3] = united(fa, ba);
+        return m;
     }
 
     /// Mode(f, b) before any coverage.
-    RefColour mix(int mode, RefColour const& f, RefColour const& b, double nudge = 0) const {
-        if (mode == 3) mode = 13;
-        if (mode >= 13 && mode <= 16) return hueKin(mode, f, b, nudge);
-        return {channel(mode, f[0], b[0]), channel(mode, f[1], b[1]), channel(mode, f[2], b[2])};
+    RefPixel mix(int mode, RefPixel const& f, RefPixel const& b, double nudge = 0) const {
+        if (mode == 3 || (mode >= 13 && mode <= 16)) return hueKin(mode, f, b, nudge);
+        RefPixel m{};
+        for (int i = 0; i < 3; ++i) m[i] = channel(mode, f[i], b[i]);
+        return m;
     }
 
 private:
@@ -56,30 +45,35 @@ private:
 
     double half() const { return W == 255 ? 127 : W / 2; }
     double limit(double x) const { return whole ? std::min(std::max(x, 0.0), W) : x; }
-    double quotient(double x, double y) const { return whole ? std::trunc(x / y) : x / y; }
+    double quotient(double x, double y) const {
+        return y == 0 ? 0 : whole ? std::trunc(x / y) : x / y;
+    }
     double mul(double x, double y) const {
         const double over = W == 255 ? 256 : W;
         return whole ? std::floor((x * y + over / 2) / over) : x * y;
     }
+    double united(double fa, double ba) const { return limit(fa + ba - mul(fa, ba)); }
 
-    RefColour faded(RefColour const& f, RefColour m, double ba) const {
-        for (int i = 0; i < 3; ++i) m[i] = mul(f[i], W - ba) + mul(m[i], ba);
-        return m;
-    }
-
-    RefColour over(RefColour m, RefColour const& b, double fa, double ba) const {
+    RefPixel overlaid(int mode, RefPixel const& f, RefPixel const& b, double fa, double ba,
+                      double nudge) const {
+        if (ba == 0) return f;
+        RefPixel m = mode == 1 ? b : mix(mode, f, b, nudge);
         const double w = mul(ba, W - fa), t = w + fa;
-        for (int i = 0; i < 3; ++i)
-            m[i] = t == 0 ? 0 : quotient((mul(m[i], fa) + mul(b[i], w)) * W, t);
+        const bool seeThrough = whole ? fa < W : fa != 1;
+        for (int i = 0; i < 3; ++i) {
+            if (mode == 1 || ba < W) m[i] = mul(f[i], W - ba) + mul(m[i], ba);
+            if (seeThrough) m[i] = quotient((mul(m[i], fa) + mul(b[i], w)) * W, t);
+        }
         return m;
     }
 
-    RefColour addedOrSubtracted(bool add, RefColour const& f, RefColour const& b, double fa,
-                                double ba, double ra) const {
-        RefColour m{};
-        for (int i = 0; i < 3 && ra != 0; ++i) {
-            const double x = fa == W ? f[i] : mul(f[i], fa);
-            const double y = ba == W ? b[i] : mul(b[i], ba);
+    RefPixel sumOrDifference(bool add, RefPixel const& f, RefPixel const& b, double fa,
+                             double ba) const {
+        if (ba == 0) return f;
+        const double ra = united(fa, ba);
+        RefPixel m{};
+        for (int i = 0; i < 3; ++i) {
+            const double x = fa == W ? f[i] : mul(f[i], fa), y = ba == W ? b[i] : mul(b[i], ba);
             const double sum = whole ? std::min(ra, x + y) : x + y;
             m[i] = quotient((add ? sum : std::fabs(y - x)) * W, ra);
         }
@@ -104,15 +98,12 @@ private:
     struct Parts {
         double hue, saturation, luma;
     };
-
-    static double luma(RefColour const& c) { return 0.299 * c[0] + 0.587 * c[1] + 0.114 * c[2]; }
-
-    Parts parts(RefColour c) const {
+    static double luma(RefPixel const& c) { return 0.299 * c[0] + 0.587 * c[1] + 0.114 * c[2]; }
+    Parts parts(RefPixel c) const {
         for (double& x : c) x /= W;
-        const double mx = *std::max_element(c.begin(), c.end());
-        const double mn = *std::min_element(c.begin(), c.end());
-        if (mx < 0.0001) return {0, 0, 0};
+        const double mx = std::max({c[0], c[1], c[2]}), mn = std::min({c[0], c[1], c[2]});
         const double d = mx - mn;
+        if (mx < 0.0001) return {0, 0, 0};
         if (d < 0.0001) return {0, 0, luma(c)};
         double hue = 4 + (c[0] - c[1]) / d;
         if (mx == c[1]) hue = 2 + (c[2] - c[0]) / d;
@@ -121,12 +112,12 @@ private:
     }
 
     /// Red, green and blue are the same trapezium around the hue circle, two sectors apart.
-    RefColour hueKin(int mode, RefColour const& f, RefColour const& b, double nudge) const {
+    RefPixel hueKin(int mode, RefPixel const& f, RefPixel const& b, double nudge) const {
         const Parts pf = parts(f), pb = parts(b);
-        const double hue = (mode == 13 || mode == 15 ? pf : pb).hue;
+        const double hue = (mode == 14 || mode == 16 ? pb : pf).hue;
         const double hi = 0.5 + (mode == 14 || mode == 15 ? pf : pb).saturation, lo = 1 - hi;
         const double wanted = (mode == 16 ? pf : pb).luma;
-        RefColour m;
+        RefPixel m{};
         for (int i = 0; i < 3; ++i) {
             const double from = std::fabs(std::remainder(hue - 2 * i, 6.0));
             m[i] = lo + (hi - lo) * std::clamp(2 - from, 0.0, 1.0);
@@ -134,7 +125,7 @@ private:
         const double l = luma(m);
         for (double& c : m) {
             c = l < wanted ? 1 - (1 - c) * (1 - wanted) / (1 - l) : c * wanted / l;
-            if (whole) c = std::trunc(c * W + nudge);
+            c = whole ? std::trunc(c * W + nudge) : c;
         }
         return m;
     }

@@ -1,5 +1,5 @@
-// The files of a render over many frames: numbered pictures, movies, single pictures; what stands
-// for one that is not there; and which frames are to be rendered.
+// A layer or a plate over many frames: numbered pictures, a movie, or one picture for all of them;
+// and what stands for one that is not there.
 #pragma once
 
 #include <filesystem>
@@ -9,18 +9,16 @@
 #include <vector>
 
 #include "zelk/files/frame_names.h"
+#include "zelk/inputs/missing_input.h"
 #include "zelk/movies/frames.h"
 #include "zelk/pictures/reader.h"
-#include "zelk/scene/render_request.h"
 #include "zelk/text/errors.h"
 
 namespace zelk {
 
-/// Whether a request is for numbered frames: it names some, or its layer, plate or output has a
-/// frame mark. A name that exists as it stands has none.
-bool isSequence(RenderRequest const& request);
-
 bool onDisk(std::filesystem::path const& path);
+/// Whether a name has a frame mark. One that exists as it stands has none.
+bool isPattern(std::filesystem::path const& name);
 
 /// A picture file, or one picture of a movie.
 struct InputPicture {
@@ -62,39 +60,5 @@ private:
     std::shared_ptr<MovieFrames> m_movie;
     int m_movieFrames = 0, m_firstFrame = 0;
 };
-
-/// Inputs and output of a request.
-struct Files {
-    explicit Files(RenderRequest const& request);
-    /// Whether a frame's inputs are there, or something stands for them.
-    bool isReadable(int frame) const {
-        return layer.isThere(frame) && (!plate || plate->isThere(frame));
-    }
-    /// The one that makes a frame unreadable.
-    InputFiles const& missingOf(int frame) const { return layer.isThere(frame) ? *plate : layer; }
-
-    InputFiles layer;
-    std::optional<InputFiles> plate;
-    SequenceName output;
-};
-
-/// Which frames are to be rendered.
-struct Schedule {
-    std::vector<int> frames;
-    std::size_t skipped = 0;          ///< written already, or left out for want of an input
-    std::optional<int> missingFrame;  ///< before which the run ends
-};
-
-/// The frames of --frames, else of the layer's files, else of the plate's, else of the composition,
-/// but for those that are written already or lack an input. Throws a usage error where there are
-/// none or all would be one file, an input error for a numbered input without files.
-Schedule scheduleOf(RenderRequest const& request, Files const& files);
-
-/// A frame's file must not be what another frame reads: which of them comes first is chance. Throws
-/// a usage error.
-void checkOutputsAreNoInputs(Files const& files, std::vector<int> const& frames);
-
-/// A line a frame, of what would be read and written, and a sum.
-std::string planText(Files const& files, Schedule const& schedule);
 
 }  // namespace zelk

@@ -1,0 +1,94 @@
+// Names to pictures; see input_files.h.
+#include "zelk/inputs/input_files.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <numeric>
+
+namespace zelk {
+
+namespace fs = std::filesystem;
+
+bool onDisk(fs::path const& path) {
+    std::error_code fault;
+    return fs::exists(path, fault);
+}
+
+bool isPattern(fs::path const& name) {
+    return !onDisk(name) && SequenceName(name.string()).isSequence();
+}
+
+namespace {
+
+/// Null for what is no movie or is left to the picture library.
+std::shared_ptr<MovieFrames> movieOf(fs::path const& file) {
+    if (!isMovieInput(file) || !onDisk(file) || !MovieFrames::isAvailable()) return nullptr;
+    return std::make_shared<MovieFrames>(file);
+}
+
+}  // namespace
+
+InputFiles::InputFiles(fs::path const& name, MissingInput missing)
+    : m_name(name), m_missing(missing) {
+    m_movie = movieOf(name);
+    if (isMovieInput(name))
+        m_movieFrames = m_movie ? m_movie->count() : PictureReader::countOf(name);
+    if (!isPattern(name)) return;
+    m_pattern.emplace(name.string());
+    if (missing == MissingInput::kHold) m_there = framesOnDisk(*m_pattern);
+}
+
+std::vector<int> InputFiles::framesThere() const {
+    if (m_pattern) return framesOnDisk(*m_pattern);
+    std::vector<int> frames(static_cast<std::size_t>(m_movieFrames));
+    std::iota(frames.begin(), frames.end(), m_firstFrame);
+    return frames;
+}
+
+InputPicture InputFiles::own(int frame) const {
+    if (m_movieFrames > 0) return {m_name, frame - m_firstFrame, m_movie};
+    return {m_pattern ? m_pattern->pathOf(frame) : m_name};
+}
+
+bool InputFiles::isThere(int frame) const {
+    if (m_movieFrames > 0) return frame >= m_firstFrame && frame - m_firstFrame < m_movieFrames;
+    return onDisk(own(frame).file);
+}
+
+Complaint InputFiles::missing(int frame) const {
+    std::string const name = own(frame).file.string();
+    if (m_movieFrames == 0) return {name, "no such file", name, "a picture"};
+    return {
+        name,
+        fmt::format("the movie has {} pictures, frame {} would be picture", m_movieFrames, frame),
+        std::to_string(frame - m_firstFrame + 1),
+        fmt::format("a frame from {} to {}", m_firstFrame, m_firstFrame + m_movieFrames - 1)};
+}
+
+std::optional<InputPicture> InputFiles::pictureOf(int frame) const {
+    if (isThere(frame)) return own(frame);
+    if (m_missing == MissingInput::kBlack) return std::nullopt;
+    if (m_missing != MissingInput::kHold) return own(frame);
+    if (m_movieFrames > 0)
+        return own(std::clamp(frame, m_firstFrame, m_firstFrame + m_movieFrames - 1));
+    if (m_there.empty()) return own(frame);
+    auto const after = std::upper_bound(m_there.begin(), m_there.end(), frame);
+    return own(after == m_there.begin() ? *after : *(after - 1));
+}
+
+PictureReader InputPicture::open() const {
+    if (!movie) return PictureReader(file, number);
+    return PictureReader(file, number, std::make_unique<MoviePicture>(movie, number));
+}
+
+PictureReader openPicture(fs::path const& file) {
+    auto const movie = movieOf(file);
+    return movie ? InputPicture{file, 0, movie}.open() : PictureReader(file);
+}
+
+std::string InputPicture::name() const {
+    return number < 0 ? file.string() : fmt::format("{} picture {}", file.string(), number + 1);
+}
+
+}  // namespace zelk

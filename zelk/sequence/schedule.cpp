@@ -1,0 +1,150 @@
+// Requests to schedules; see schedule.h.
+#include "zelk/sequence/schedule.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <map>
+#include <numeric>
+
+#include "zelk/files/output_place.h"
+#include "zelk/movies/writer.h"
+#include "zelk/render/setup.h"
+#include "zelk/scene/scene_file.h"
+#include "zelk/text/errors.h"
+#include "zelk/tracks/track.h"
+
+namespace zelk {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+/// The whole frames of the first track; only the first of them into a single picture.
+std::vector<int> trackedFrames(RenderRequest const& request, Files const& files) {
+    std::vector<int> frames = wholeFrames(*request.tracks.front().track);
+    bool const isOne = !files.output.isSequence() && !isMovieName(request.output);
+    if (isOne && frames.size() > 1) frames.resize(1);
+    if (!frames.empty()) return frames;
+    throw UserError(ExitCode::kUsage, {"--frames", "the track has fractions of frames only,", "",
+                                       "the frames of the output"});
+}
+
+/// A composition shows its frames without holes: one between those on disk is missing.
+std::vector<int> withHoles(std::vector<int> const& frames, Comp const& comp) {
+    std::vector<int> all = frames;
+    std::int64_t const last = std::int64_t{comp.startFrame} + comp.durationFrames - 1;
+    for (std::size_t i = 1; i < frames.size(); ++i)
+        for (std::int64_t hole =
+                 std::max(std::int64_t{frames[i - 1]} + 1, std::int64_t{comp.startFrame});
+             hole < frames[i] && hole <= last; ++hole)
+            all.push_back(static_cast<int>(hole));
+    std::sort(all.begin(), all.end());
+    return all;
+}
+
+std::vector<int> framesAsked(RenderRequest const& request, Files const& files) {
+    if (!isSequence(request)) return {compOf(request, 0, 0).startFrame};
+    if (request.frames) return parseFrameRange("--frames", *request.frames);
+    for (InputFiles const* input : {&files.layer, files.plate ? &*files.plate : nullptr}) {
+        if (!input || !input->isNumbered()) continue;
+        std::vector<int> frames = input->framesThere();
+        if (!frames.empty())
+            return request.project ? withHoles(frames, request.project->comp) : frames;
+        throw UserError(ExitCode::kInput, {input->name(), "no frames on disk of", input->name(),
+                                           "files such as " + input->own(1).file.string()});
+    }
+    if (!request.project && !request.tracks.empty()) return trackedFrames(request, files);
+    if (!request.project)
+        throw UserError(ExitCode::kUsage,
+                        {"--frames", "not given,", "", "the frames of the output"});
+    Comp const& comp = request.project->comp;
+    std::vector<int> all(static_cast<std::size_t>(comp.durationFrames));
+    std::iota(all.begin(), all.end(), comp.startFrame);
+    return all;
+}
+
+}  // namespace
+
+Schedule scheduleOf(RenderRequest const& request, Files const& files) {
+    std::vector<int> const asked = framesAsked(request, files);
+    bool const isOneFile = !files.output.isSequence() && !isMovieName(request.output);
+    if (asked.size() > 1 && isOneFile && !request.output.empty())
+        throw UserError(ExitCode::kUsage,
+                        {"--output", "the same file for every frame:", request.output.string(),
+                         "a frame mark such as out.%04d.exr"});
+    Schedule schedule;
+    for (int const frame : asked) {
+        bool const isWritten = request.skipExisting && !isMovieName(request.output) &&
+                               onDisk(files.output.pathOf(frame));
+        bool const isLeftOut = request.missing == MissingInput::kSkip && !files.isReadable(frame);
+        if (isWritten || isLeftOut) {
+            ++schedule.skipped;
+            continue;
+        }
+        if (request.missing == MissingInput::kStop && !files.isReadable(frame)) {
+            schedule.missingFrame = frame;
+            break;
+        }
+        schedule.frames.push_back(frame);
+    }
+    return schedule;
+}
+
+void requireOtherFile(RenderRequest const& request, fs::path const& output,
+                      InputPicture const& input, char const* kind) {
+    auto const own = identityOf(input.file);
+    if (request.inPlace || !own || own != identityOf(output)) return;
+    throw UserError(ExitCode::kUsage, {"--output", fmt::format("would replace its own {}:", kind),
+                                       output.string(), "another name, or --in-place"});
+}
+
+void checkOutputsAreNoInputs(RenderRequest const& request, Files const& files,
+                             std::vector<int> const& frames) {
+    std::map<FileIdentity, int> outputs;  // what is not there yet is no input either
+    for (int const frame : frames)
+        if (auto const output = identityOf(files.output.pathOf(frame))) outputs[*output] = frame;
+    auto const check = [&](InputFiles const& input, char const* kind, int frame) {
+        auto const picture = input.pictureOf(frame);
+        auto const own = picture ? identityOf(picture->file) : std::nullopt;
+        auto const found = own ? outputs.find(*own) : outputs.end();
+        if (found == outputs.end()) return;
+        bool const isReadBefore =
+            isMovieName(request.output) ||
+            (found->second == frame && (input.isNumbered() || frames.size() == 1));
+        if (isReadBefore)
+            return requireOtherFile(request, files.output.pathOf(frame), *picture, kind);
+        throw UserError(ExitCode::kUsage,
+                        {"--output", "would replace a picture that other frames read:",
+                         picture->file.string(), "other names than the inputs'"});
+    };
+    for (int const frame : frames) {
+        check(files.layer, "layer", frame);
+        if (files.plate) check(*files.plate, "plate", frame);
+    }
+}
+
+std::string planText(RenderRequest const& request, Files const& files, Schedule const& schedule) {
+    std::string text;
+    bool const isOne = !isSequence(request);
+    for (int const frame : schedule.frames) {
+        auto const named = [frame](InputFiles const& input) {
+            auto const picture = input.pictureOf(frame);
+            return picture ? picture->name() : std::string("black");
+        };
+        text += isOne ? std::string() : fmt::format("{}: ", frame);
+        text += "read " + named(files.layer);
+        if (files.plate) text += fmt::format(", over {}", named(*files.plate));
+        fs::path const output = files.output.pathOf(frame);
+        text +=
+            fmt::format(", write {}{}\n", output.string(), onDisk(output) ? " (replacing it)" : "");
+    }
+    return text + fmt::format("{} to render, {} skipped\n", framesCounted(schedule.frames.size()),
+                              schedule.skipped);
+}
+
+std::string framesCounted(std::size_t count) {
+    return fmt::format("{} frame{}", count, count == 1 ? "" : "s");
+}
+
+}  // namespace zelk

@@ -1,0 +1,43 @@
+// Which frames of a render are to be made, and that none of them spoils what another reads.
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "zelk/render/scene_files.h"
+
+namespace zelk {
+
+/// Which frames are to be rendered.
+struct Schedule {
+    std::vector<int> frames;
+    std::size_t skipped = 0;          ///< written already, or left out for want of an input
+    std::optional<int> missingFrame;  ///< before which the run ends
+};
+
+/// The frames of --frames, else of the layer's files, else of the plate's, with the composition's
+/// frames between them, else all of the composition's; one frame for a single picture;
+/// but for those that are written already or lack an input. Throws a usage error where there are
+/// none or all would be one file, an input error for a numbered input without files.
+Schedule scheduleOf(RenderRequest const& request, Files const& files);
+
+/// A usage error where the output is the very file that is read as `kind` ("layer", "plate"),
+/// unless the request says that it may be.
+void requireOtherFile(RenderRequest const& request, std::filesystem::path const& output,
+                      InputPicture const& input, char const* kind);
+
+/// The same for all frames. A frame's file must never be what another frame reads, as which of them
+/// comes first is chance; a movie is read to its end before it is replaced.
+void checkOutputsAreNoInputs(RenderRequest const& request, Files const& files,
+                             std::vector<int> const& frames);
+
+/// A line a frame, with its number unless it is the only picture, of what would be read and
+/// written, and a sum.
+std::string planText(RenderRequest const& request, Files const& files, Schedule const& schedule);
+
+/// "1 frame", "12 frames"
+std::string framesCounted(std::size_t count);
+
+}  // namespace zelk
