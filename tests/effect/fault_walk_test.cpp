@@ -79,14 +79,14 @@ zelk::HostOptions dirtyOptions(zelk::HostIdentity identity) {
 
 class Walk {
 public:
-    explicit Walk(Scenario const& scenario) : Walk(scenario, dirtyOptions(scenario.identity)) {}
-    Walk(Scenario const& scenario, zelk::HostOptions const& options)
+    explicit Walk(Scenario const& scenario)
         : m_scenario(scenario),
-          m_host(scenario.kind == Kind::kSetUp ? Host::loadOnly(ZELK_MODULE, options)
-                                               : std::make_unique<Host>(ZELK_MODULE, options)),
+          m_host(Host::loadOnly(ZELK_MODULE, dirtyOptions(scenario.identity))),
           m_layer(m_host->worldSpec(kWidth, kHeight, scenario.depth)) {
         zelk_test::fillRandom(m_layer, 7);
         if (scenario.kind == Kind::kSetUp) return;
+        m_host->globalSetup();
+        m_host->paramsSetup();
         m_host->resetParameters(kWidth, kHeight);
         zelk_test::setPin(*m_host, kParamToUpperLeft, 1.25, -1.5);
         zelk_test::setControl(*m_host, kParamGrowBounds, scenario.grow);
@@ -241,24 +241,6 @@ TEST(FaultWalk, EveryCallOfEveryCommandRefused) {
             EXPECT_EQ(next.command.code, 0);
             EXPECT_EQ(next.pixels, right.pixels) << "after " << call << " " << n;
         }
-    }
-}
-
-// A host with no suites at all, or without handle callbacks: what each still can do.
-TEST(FaultWalk, HostsThatLackWholeTables) {
-    for (Scenario const& scenario : kScenarios) {
-        SCOPED_TRACE(scenario.name);
-        zelk::HostOptions options = zelk_test::optionsOf(scenario.identity);
-        const Outcome right = Walk(scenario, options).run();
-        options.offerHandleCallbacks = options.offerUnlockCallback = false;
-        EXPECT_EQ(Walk(scenario, options).run().pixels, right.pixels);
-        if (!scenario.identity.isModern()) continue;
-        options.offerSuites = false;
-        const Ending want = endingOf(scenario, "AcquireSuite PF World Suite 2", 1, 1);
-        const Outcome got = Walk(scenario, options).run();
-        EXPECT_EQ(got.command.code, want.code);
-        EXPECT_EQ(int(pictureOf(got, right)), int(want.picture));
-        EXPECT_EQ(zelk_test::nothingOwed(got.command), "nothing");
     }
 }
 

@@ -158,6 +158,7 @@ TEST(PipelineStages, SuperSampleFadesByTheLesserScale) {
     frame.host.setScale(1, 0.5);
     frame.host.setFloat(kParamSuperSampleEdge, 12);  // 15 pixels
     EXPECT_EQ(frame.run(kSuper), 0);
+    EXPECT_EQ(engine.log.find(" 0 0 edged"), std::string::npos) << "nothing shrinks";
     fadeBorder<PIXEL_ARGB8>(frame.input.info(), 8);
     EXPECT_TRUE(frame.output.samePixels(frame.input));
 }
