@@ -24,8 +24,8 @@ World imageOf(PF_LRect const& part, Depth depth, bool isRandom = true) {
 World paddedTo(World const& image, PF_LRect const& bounds) {
     World result = imageOf(bounds, image.depth(), false);
     PF_LRect const from = image.bounds();
-    PF_Rect const place = {A_short(from.top - bounds.top), A_short(from.left - bounds.left), 32767,
-                           32767};
+    PF_Rect const place = {A_short(from.top - bounds.top), A_short(from.left - bounds.left), 99,
+                           99};
     copyPixels(image, result, nullptr, &place);
     return result;
 }

@@ -73,7 +73,7 @@ TEST(Parameters, AreReadAtTheMomentAskedAndInTheRendersResolution) {
         FrameRequest frame = frameRequest({}, 3);  // of 24 a second
         frame.downsample = c.downsample;
         frame.pixelAspect = 1.5;
-        auto const end = host.render(input, output, frame, [&](ProbeCall const& call) -> PF_Err {
+        host.render(input, output, frame, [&](ProbeCall const& call) -> PF_Err {
             PF_InData const& in = *call.in_data;
             EXPECT_TRUE(in.downsample_x.den == A_u_long(c.downsample) &&
                         in.downsample_y.den == in.downsample_x.den);
@@ -97,7 +97,6 @@ TEST(Parameters, AreReadAtTheMomentAskedAndInTheRendersResolution) {
             }
             return 0;
         });
-        EXPECT_EQ(nothingOwed(end), "nothing");
     }
 }
 
