@@ -1,7 +1,9 @@
 // Clicks and drags through the module's entry: which quad is picked, and where its pins end.
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <map>
+#include <random>
 
 #include "tests/interaction/stage.h"
 
@@ -9,61 +11,54 @@ using namespace zelk_test;
 
 namespace {
 
-constexpr Box kBigBox = {50, 50, 390, 290}, kFine = {100.9, 100.5, 300, 250};
+/// A box's whole pixels; negative fractions go down.
+bool holds(Box const& box, int x, int y) {
+    return x >= std::floor(box.left) && x <= box.right && y >= std::floor(box.top) &&
+           y <= box.bottom;
+}
+double areaOf(Box const& box) {
+    return (box.right - std::floor(box.left)) * (box.bottom - std::floor(box.top));
+}
 
-struct Pick {
-    int mode;  ///< Overlay Mode
-    double x, y;
-    char quad;  ///< 'T', 'F' or '-'
-    Box to = kToBox, from = kFromBox;
-};
-
-constexpr Pick kPicks[] = {
-    // Both are under the mouse: the smaller, or From.
-    {3, 200, 150, 'F'},
-    {3, 200, 150, 'T', kToBox, kBigBox},
-    {3, 200, 150, 'F', kToBox, kToBox},
-    // One of them is not shown.
-    {2, 200, 150, 'T'},
-    {1, 200, 150, 'F'},
-    {1, 200, 150, 'F', kToBox, kBigBox},
-    // To alone, From alone, none.
-    {3, 120, 110, 'T'},
-    {1, 120, 110, '-'},
-    {3, 330, 150, 'F'},
-    {2, 330, 150, '-'},
-    {3, 20, 20, '-'},
-    // On the edge of a pin's pixel, and beside it; negative fractions go down.
-    {2, 100, 100, 'T', kFine},
-    {2, 99, 100, '-', kFine},
-    {2, -1, 0, 'T', {-0.25, -0.5, 300, 250}}};
-
-TEST(Drag, PicksAndMovesOneQuad) {
-    for (zelk::Panel const& panel : {zelk::Panel{},
-                                     {PF_Window_COMP, 1, {13, -7}, {20, 30}},
-                                     {PF_Window_COMP, 3, {-50, 5}, {0, 0}},
-                                     {PF_Window_LAYER, 2, {9, 4}, {20, 30}}})
-        for (Pick const& c : kPicks) {
-            SCOPED_TRACE(testing::Message() << &c - kPicks << ", zoom " << panel.zoom);
-            Stage s;
-            s.events.panel() = panel;
-            s.set(kParamOverlayMode, c.mode);
-            s.place(kTo, c.to);
-            s.place(kFrom, c.from);
-            zelk::setPoint(s.value(kFrom[3]), c.from.right, c.from.bottom + 0.375);
-            auto const to = s.fixed(kTo), from = s.fixed(kFrom);
-            auto const clicked = s.events.click(s.at(c.x, c.y));
-            EXPECT_EQ(s.host.monitor().count("comp_to_layer"), panel.shows == PF_Window_COMP);
-            EXPECT_EQ(clicked.handled() && clicked.asksForDrag && clicked.redrawn, c.quad != '-');
-            if (c.quad == '-') continue;
-            auto const dragged = s.events.drag(s.at(c.x + 7, c.y - 40));
-            EXPECT_TRUE(dragged.handled() && dragged.asksForDrag);
-            EXPECT_EQ(s.fixed(kTo), c.quad == 'T' ? moved(to, 7, -40) : to);
-            auto const last = s.events.drag(s.at(c.x - 300, c.y + 2), true);
-            EXPECT_TRUE(last.handled() && !last.asksForDrag && !s.events.isDragging());
-            EXPECT_EQ(s.fixed(kTo), c.quad == 'T' ? moved(to, -300, 2) : to);
-            EXPECT_EQ(s.fixed(kFrom), c.quad == 'F' ? moved(from, -300, 2) : from);
-        }
+TEST(Drag, PicksTheSmallerQuadThatIsShownAndMovesItAlone) {
+    const zelk::Panel kPanels[] = {{},
+                                   {PF_Window_COMP, 1, {13, -7}, {20, 30}},
+                                   {PF_Window_COMP, 3, {-50, 5}, {0, 0}},
+                                   {PF_Window_LAYER, 2, {9, 4}, {20, 30}}};
+    constexpr Box kTos[] = {kToBox, {100.9, 100.5, 300, 250}, {-0.25, -0.5, 300, 250}};
+    constexpr Box kFroms[] = {kFromBox, kToBox, {50, 50, 390, 290}};
+    constexpr int kClicks[][2] = {{200, 150}, {120, 110}, {330, 150}, {20, 20},
+                                  {100, 100}, {99, 100},  {-1, 0}};
+    std::mt19937 random(20261126);
+    for (int round = 0; round < 1000; ++round) {
+        zelk::Panel const& panel = kPanels[random() % 4];
+        Box const &toBox = kTos[random() % 3], &fromBox = kFroms[random() % 3];
+        auto const [x, y] = kClicks[random() % 7];
+        const int mode = 1 + static_cast<int>(random() % 3);
+        SCOPED_TRACE(testing::Message()
+                     << x << ", " << y << " mode " << mode << " round " << round);
+        Stage s;
+        s.events.panel() = panel;
+        s.set(kParamOverlayMode, mode);
+        s.place(kTo, toBox);
+        s.place(kFrom, fromBox);
+        zelk::setPoint(s.value(kFrom[3]), fromBox.right, fromBox.bottom + 0.375);
+        auto const to = s.fixed(kTo), from = s.fixed(kFrom);
+        const bool isTo = mode >= 2 && holds(toBox, x, y);
+        const bool isFrom = mode != 2 && holds(fromBox, x, y);
+        const bool picksFrom = isFrom && !(isTo && areaOf(toBox) < areaOf(fromBox));
+        auto const clicked = s.events.click(s.at(x, y));
+        EXPECT_EQ(s.host.monitor().count("comp_to_layer"), panel.shows == PF_Window_COMP);
+        EXPECT_EQ(clicked.handled() && clicked.asksForDrag && clicked.redrawn, isTo || isFrom);
+        if (!isTo && !isFrom) continue;
+        auto const dragged = s.events.drag(s.at(x + 7, y - 40));
+        EXPECT_TRUE(dragged.handled() && dragged.asksForDrag);
+        EXPECT_EQ(s.fixed(kTo), picksFrom ? to : moved(to, 7, -40));
+        auto const last = s.events.drag(s.at(x - 300, y + 2), true);
+        EXPECT_TRUE(last.handled() && !last.asksForDrag && !s.events.isDragging());
+        EXPECT_EQ(s.fixed(kTo), picksFrom ? to : moved(to, -300, 2));
+        EXPECT_EQ(s.fixed(kFrom), picksFrom ? moved(from, -300, 2) : from);
+    }
 }
 
 TEST(Drag, HalfSizePanelsMoveByTheWholeLayerPixelUnderTheMouse) {
