@@ -27,15 +27,14 @@ double atTick(KeyframeTrack const& track, A_long ticks) {
 }
 
 TEST(KeyframeTrack, ClosedForms) {
-    auto const hold = twoKeys(Interpolation::kHold), line = twoKeys(Interpolation::kLinear);
-    auto const ease = twoKeys(kCurve);
-    for (KeyframeTrack const* track : {&hold, &line, &ease})
+    auto const hold = twoKeys(Interpolation::kHold), line = twoKeys(Interpolation::kLinear),
+               ease = twoKeys(kCurve);
+    for (auto const& track : {hold, line, ease})
         for (A_long const end : {-kTicks, kTicks, 3 * kTicks, 3 * kTicks + 9})
-            EXPECT_EQ(atTick(*track, end), end < 3 * kTicks ? kFrom : kFrom + kWay);
+            EXPECT_EQ(atTick(track, end), end < 3 * kTicks ? kFrom : kFrom + kWay);
     EXPECT_EQ(atTick(hold, 3 * kTicks - 1), kFrom);
     EXPECT_EQ(line.valueAt({36000, 24000})[0], kFrom + kWay / 4);
     EXPECT_NEAR(ease.valueAt({2, 1})[0], kFrom + kWay / 2, 1e-13) << "symmetric";
-    EXPECT_EQ(KeyframeTrack().valueAt({1, 1}), KeyValue{});
 }
 
 /// The value at the fraction `x` of the interval, by bisection alone.

@@ -8,12 +8,10 @@
 namespace zelk {
 namespace {
 
-namespace fs = std::filesystem;
-
 TEST(ModuleResource, HasToBeSoundAndTrue) {
     zelk_test::TemporaryFolder const folder;
-    fs::path const module = folder.path() / "probe.so";
-    fs::copy_file(ZELK_PROBE_MODULE, module);
+    auto const module = folder.at("probe.so");
+    std::filesystem::copy_file(ZELK_PROBE_MODULE, module);
     std::ostringstream sound;
     sound << std::ifstream(ZELK_PROBE_MODULE ".json").rdbuf();
     struct Case {
@@ -23,7 +21,6 @@ TEST(ModuleResource, HasToBeSoundAndTrue) {
          {Case{"}", ", \"later\": []}", nullptr},
           {"{", "", "\"probe.so.json\" is not sound, expected a JSON object of at most 65536"},
           {"\"name\"", "\"nam\"", "sound \"name\", expected a string of 1 to 31 bytes"},
-          {"\"Test\"", "7", "sound \"category\""},
           {"\"Test\"", "\"12345678901234567890123456789012\"", "sound \"category\""},
           {"\"outFlags\": 0", "\"outFlags\": 4294967296", "sound \"outFlags\""},
           {"EntryPointFunc", "Elsewhere", "exports no function \"Elsewhere\""},
@@ -44,7 +41,7 @@ TEST(ModuleResource, HasToBeSoundAndTrue) {
             EXPECT_TRUE(c.said && said.find(c.said) != said.npos) << c.by << ": " << said;
         }
     }
-    fs::remove(folder.path() / "probe.so.json");
+    std::filesystem::remove(folder.at("probe.so.json"));
     EXPECT_THROW(Host{module}, HostError);
     folder.put("text.so.json", sound.str());
     EXPECT_THROW(Host{folder.put("text.so", "no shared object")}, HostError);
