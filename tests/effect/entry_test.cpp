@@ -15,7 +15,6 @@
 #include "tests/host/ae_probe.h"
 
 using namespace zelk_test;
-using zelk::Depth;
 using zelk::Host;
 
 TEST(Module, ExportsItsEntryAndNothingElse) {
@@ -71,6 +70,8 @@ TEST(Commands, AboutSaysTheNameAndSetUpRegistersTheOverlayButInPremiere) {
         EXPECT_EQ(about.message, "Quorvane Zelk High Quality Corner Pin Transform");
         EXPECT_EQ(nothingOwed(about), "nothing");
         host->globalSetup();
+        host->monitor().inject({"add_param", 62, 90});
+        EXPECT_EQ(host->paramsSetup().code + host->announcedParamCount(), 90);
         host->monitor().inject({"register_ui", 1, 91, true});
         auto const result = host->paramsSetup();
         const bool isPremiere = identity.applId == kAppPremierePro;
@@ -82,35 +83,6 @@ TEST(Commands, AboutSaysTheNameAndSetUpRegistersTheOverlayButInPremiere) {
         expected.events = isPremiere ? 0 : 3;
         EXPECT_EQ(0, std::memcmp(&host->customUi(), &expected, sizeof expected));
     }
-}
-
-TEST(RenderCommand, TheOriginalComesThroughAtEveryDepthOfEveryHost) {
-    for (zelk::HostIdentity identity : kHosts)
-        for (Depth depth : {Depth::k8, Depth::k16, Depth::kFloat}) {
-            if (depth == Depth::kFloat && !identity.isModern()) continue;
-            zelk::HostOptions options = optionsOf(identity);
-            options.rowPaddingBytes = 16;
-            Host host(ZELK_MODULE, options);
-            host.resetParameters(9, 6);
-            zelk::setNumber(host.parameters()[kParamViewMode].current, 1);
-            zelk::World input(host.worldSpec(9, 6, depth)), output(host.worldSpec(9, 6, depth));
-            fillRandom(input, 5);
-            auto const result = host.render(input, output, {});
-            EXPECT_EQ(result.code, 0);
-            EXPECT_EQ(nothingOwed(result), "nothing");
-            for (int y = 0; y < 6; ++y)
-                EXPECT_EQ(0, std::memcmp(input.row(y), output.row(y),
-                                         static_cast<std::size_t>(9 * zelk::pixelBytes(depth))));
-            // The pipeline's code is the command's: here, no working copy is to be had.
-            zelk::setNumber(host.parameters()[kParamViewMode].current, 4);
-            host.monitor().restart();
-            host.monitor().inject({"new_world", 1, 93});
-            host.monitor().inject({"PF World Suite 2/PF_NewWorld", 1, 93});
-            auto const refused = host.render(input, output, {});
-            EXPECT_EQ(refused.code, 93);
-            EXPECT_EQ(host.monitor().faultsAnswered(), 1);
-            EXPECT_EQ(nothingOwed(refused), "nothing");
-        }
 }
 
 TEST(RenderDispatch, RefusesFormatsWithoutAPipelineAndLeavesTheOutput) {

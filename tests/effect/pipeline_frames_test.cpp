@@ -7,6 +7,7 @@
 #include <cmath>
 #include <optional>
 
+#include "Transform/Common/RenderRecords.h"
 #include "Transform/Common/Transform_Core_Render/TransferModes.h"
 #include "effect/Render.h"
 #include "effect/TransferMenu.h"
@@ -300,6 +301,10 @@ TEST(PipelineFrames, CompositesOnItsOwnInEveryFamilyFormatAndMode) {
     Renderer otherFrame(kFormatARGB8, kWidth + 3, kHeight);  // no source of the frame's size
     otherFrame.host.setPopup(kParamTransferMode, 2);
     EXPECT_EQ(otherFrame.render(), 1);
+    Renderer smaller(kFormatARGB8, kWidth, kHeight - 1);  // with rectangles that it can't hold
+    RenderSettings rectangles;
+    smaller.host.setUserData(&rectangles);
+    EXPECT_EQ(smaller.render(), 1);
 }
 
 // High softens even a frame at rest, so a first pass that runs shows.

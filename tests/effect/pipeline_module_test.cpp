@@ -3,6 +3,8 @@
 // for bit, by the plain command and by the smart render protocol. A transfer mode then is the
 // host's own compositing of that over the layer.
 #include "effect/HostRender.h"
+#include "effect/PassRecords.h"
+#include "effect/PipelineFrame.h"
 #include "effect/Render.h"
 #include "effect/SamplePose.h"
 #include "hostkit/compositing.h"
@@ -191,6 +193,31 @@ TEST(PipelineInModule, ASamplesControlsAreReadByTheirDiskIds) {
     zelk::setDefaultControls(host);
     SamplePose pose{};
     EXPECT_EQ(samplePoseAt(&host, 0, pose), 0);
+}
+
+// Pins of the layer stand on their pixels in the image around it; the margin is taken once.
+TEST(PipelineInModule, AGrownFrameKeepsPinsOnTheirPixels) {
+    for (auto const& [marginX, marginY] : {std::pair(0, 0), {2, 0}, {0, 1}, {1, 2}}) {
+        const int width = 9 + 2 * marginX, height = 7 + 2 * marginY;
+        auto host = zelk_test::hostWithControls(zelk_test::kModernAE, 9, 7);
+        zelk::World input(host->worldSpec(width, height, Depth::k8)), output(input.spec());
+        RenderSettings settings = wholeImageSettings(width, height);
+        settings.frameShiftX = marginX;
+        settings.frameShiftY = marginY;
+        host.render(input, output, {}, zelk_test::withBinding([&](PluginHost_AE_Impl& ae) {
+                        ae.setUserData(&settings);
+                        ae.setOutputSize(9, 7);
+                        PipelineFrame frame(&ae, kFormatARGB8, 4);
+                        EXPECT_EQ(readFrame(frame) + takeWorkingCopy(frame), 0);
+                        EXPECT_EQ(prepareSamples(frame) + renderSample(frame, 0), 0);
+                        EXPECT_EQ(settings.frameShiftX + settings.frameShiftY, 0);
+                        EXPECT_EQ(ae.getOutputWidth() * 100 + ae.getOutputHeight(),
+                                  width * 100 + height);
+                        // Three roundings of values below 16 pixels.
+                        EXPECT_NEAR(frame.core.toPins[3].x * width, 9 + marginX, 3 * 16 * 0x1p-53);
+                        EXPECT_NEAR(frame.core.toPins[3].y * height, 7 + marginY, 3 * 16 * 0x1p-53);
+                    }));
+    }
 }
 
 }  // namespace

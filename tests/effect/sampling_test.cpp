@@ -127,6 +127,7 @@ TEST(SuperSamplePlan, RadiiFadeAndEndByTheSidesOfTheToQuad) {
     expectRadii(0.5, kHd, 960, 960, 540, 540, 2);
     expectRadii(0.25, kHd, 960, 960, 540, 540, 3);
     EXPECT_EQ(planSuperSample(args, kHd).fadeExtent, 0);
+    EXPECT_TRUE((RampedRadius{0, 1}.isVisible() && RampedRadius{1, 0}.isVisible()));
 }
 
 /// Every control that a sample reads, each with a speed of its own.

@@ -64,31 +64,37 @@ TEST(AERasters, AllocFromARecordServes8BitsOnly) {
 
 TEST(AERasters, InfoTellsLayoutAddressAndRange) {
     for (zelk::HostIdentity identity : {kModernAE, kOlderAE, kModernPremiere})
-        for (auto const& [depth, argb, asLayer, asRaster] :
-             {std::tuple(Depth::k8, kFormatARGB8, 1.0f, 1.0f),
-              {Depth::k16, kFormatARGB15, 2, 0.5f},
-              {Depth::kFloat, kFormatARGB32, 1, 1}}) {
-            const bool isPremiere = identity.applId == kAppPremierePro;
+        for (Depth depth : {Depth::k8, Depth::k16, Depth::kFloat}) {
+            const bool isPremiere = identity.applId == kAppPremierePro,
+                       isDeep = depth == Depth::k16;
             if (depth == Depth::kFloat && !identity.isModern()) continue;
-            const auto format = isPremiere && depth == Depth::k8 ? kFormatBGRA8 : argb;
-            SCOPED_TRACE(format);
+            const auto format = isDeep                   ? kFormatARGB15
+                                : depth == Depth::kFloat ? kFormatARGB32
+                                : isPremiere             ? kFormatBGRA8
+                                                         : kFormatARGB8;
             ProbeHost host(identity);
-            inRender(host, depth, [&, d = depth, l = asLayer, r = asRaster](auto& ae) {
+            inRender(host, depth, [&](PluginHost_AE_Impl& ae) {
                 ae.in_data->pixel_aspect_ratio = {10, 11};
                 RasterInfo info{};
-                auto const check = [&](PF_EffectWorld const* world, float range) {
-                    const auto aspect = static_cast<float>(10.0 / 11.0);
-                    const RasterInfo want = {world->data,         format, 5,     4, world->rowbytes,
-                                             zelk::pixelBytes(d), aspect, range, 0};
-                    EXPECT_EQ(std::memcmp(&info, &want, sizeof info), 0);
+                auto const check = [&](PF_EffectWorld const& w, float range) {
+                    const RasterInfo want{w.data,
+                                          format,
+                                          5,
+                                          4,
+                                          w.rowbytes,
+                                          zelk::pixelBytes(depth),
+                                          static_cast<float>(10.0 / 11.0),
+                                          isDeep ? range : 1,
+                                          0};
+                    EXPECT_EQ(std::memcmp(&info, &want, sizeof info), 0) << format;
                 };
                 ae.getInputRasterInfo(0, &info);
-                check(&ae.params[0]->u.ld, l);
+                check(ae.params[0]->u.ld, 2);
                 ae.getOutputRasterInfo(&info);
-                check(ae.output, l);
+                check(*ae.output, 2);
                 std::unique_ptr<PluginRaster_API> input(ae.getInputRaster(0));
                 ae.getRasterInfo(input.get(), &info);
-                check(&ae.params[0]->u.ld, r);
+                check(ae.params[0]->u.ld, 0.5f);
                 EXPECT_EQ(input->getPixelType(), convertToPixelType(format));
                 // Premiere's pixels come straight from the image, others' through the callbacks.
                 EXPECT_EQ(host->monitor().count("get_pixel_data8") > 0, !isPremiere);

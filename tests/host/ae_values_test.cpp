@@ -13,6 +13,9 @@ TEST(AEValues, AreReadInOrdinaryUnitsAndWrittenToTheCallsArray) {
     setControl(*host, kParamSuperSampleEdge, 0.375);
     inRender(host, zelk::Depth::k8, [](Ae& ae) {
         Time time{0, 1000, 24000};
+        ae.in_data->shutter_angle = 32768;
+        ae.in_data->shutter_phase = -16384;
+        EXPECT_EQ(std::pair(ae.getShutterAngle(), ae.getShutterPhase()), std::pair(0.5, -0.25));
         double edge = 0, r = 0, g = 0, b = 0;
         EXPECT_EQ(ae.GetFixedFloatValue(kParamSuperSampleEdge, 5, time, edge), 0);
         EXPECT_EQ(edge, 0.375) << "stored as a double";

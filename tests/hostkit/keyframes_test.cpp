@@ -8,8 +8,6 @@
 #include <map>
 #include <random>
 
-#include "hostkit/error.h"
-
 namespace zelk {
 namespace {
 
@@ -29,21 +27,14 @@ double atTick(KeyframeTrack const& track, A_long ticks) {
 }
 
 TEST(KeyframeTrack, ClosedForms) {
-    KeyframeTrack const hold = twoKeys(Interpolation::kHold),
-                        line = twoKeys(Interpolation::kLinear);
-    KeyframeTrack const ease = twoKeys(kCurve), none;
-    for (KeyframeTrack const* track : {&hold, &line, &ease})
+    auto const hold = twoKeys(Interpolation::kHold), line = twoKeys(Interpolation::kLinear),
+               ease = twoKeys(kCurve);
+    for (auto const& track : {hold, line, ease})
         for (A_long const end : {-kTicks, kTicks, 3 * kTicks, 3 * kTicks + 9})
-            EXPECT_EQ(atTick(*track, end), end < 3 * kTicks ? kFrom : kFrom + kWay);
+            EXPECT_EQ(atTick(track, end), end < 3 * kTicks ? kFrom : kFrom + kWay);
     EXPECT_EQ(atTick(hold, 3 * kTicks - 1), kFrom);
     EXPECT_EQ(line.valueAt({36000, 24000})[0], kFrom + kWay / 4);
     EXPECT_NEAR(ease.valueAt({2, 1})[0], kFrom + kWay / 2, 1e-13) << "symmetric";
-    EXPECT_EQ(none.valueAt({1, 1}), KeyValue{});
-    for (double const percent : {0.1, 20.0, 100.0}) {  // the speeds at either end
-        KeyframeTrack const curve = twoKeys(kCurve, {percent, -7}, {percent, 400});
-        EXPECT_NEAR((atTick(curve, kTicks + 1) - kFrom) * kTicks, -7, 0.2) << percent;
-        EXPECT_NEAR((kFrom + kWay - atTick(curve, 3 * kTicks - 1)) * kTicks, 400, 0.2) << percent;
-    }
 }
 
 /// The value at the fraction `x` of the interval, by bisection alone.
@@ -82,17 +73,17 @@ TEST(KeyframeTrack, BezierIsSolvedToDoublePrecisionAndNeverTurnsBack) {
 
 TEST(KeyframeTrack, SeveralNumbersKeepToTheSegmentEasedByDistance) {
     Ease const out = {60, 150}, in = {30, 90};  // beyond the segment's end in between
-    KeyframeTrack one, many(4), popup(1, true);
+    KeyframeTrack one, many(2), popup(1, true);
     for (A_long n : {0, 1, 2}) {
         double const part = std::min(n, 1);  // 10 away, then at rest
         one.set({{n, 1}, {10 * part}, n == 0 ? kCurve : Interpolation::kHold, in, out});
-        many.set({{n, 1}, {5 + 4 * part, -8 * part, 1 + 2 * part, -1 + 4 * part}, kCurve, in, out});
+        many.set({{n, 1}, {5 + 6 * part, -8 * part}, kCurve, in, out});
         popup.set({{n, 1}, {1.0 + n}, kCurve});
     }
     for (A_long t = 0; t <= 200; ++t) {
         double const part = std::clamp(one.valueAt({t, 100})[0] / 10, 0.0, 1.0);
-        KeyValue const want = {5 + 4 * part, -8 * part, 1 + 2 * part, -1 + 4 * part};
-        for (std::size_t n = 0; n < 4; ++n) EXPECT_NEAR(many.valueAt({t, 100})[n], want[n], 1e-13);
+        EXPECT_NEAR(many.valueAt({t, 100})[0], 5 + 6 * part, 1e-13);
+        EXPECT_NEAR(many.valueAt({t, 100})[1], -8 * part, 1e-13);
         EXPECT_EQ(popup.valueAt({t, 100})[0], 1 + t / 100) << "nothing in between";
     }
     KeyframeTrack rest(2);  // two alike with the default ease
@@ -100,9 +91,10 @@ TEST(KeyframeTrack, SeveralNumbersKeepToTheSegmentEasedByDistance) {
     EXPECT_EQ(rest.valueAt({1, 3}), (KeyValue{0, 4}));
 }
 
-TEST(KeyframeTrack, KeepsItsOrderHoweverKeysComeAndRefusesWhatIsNoKey) {
+TEST(KeyframeTrack, KeepsItsOrderHoweverKeysCome) {
     unsigned const seed = std::random_device{}();
     std::mt19937 random(seed);
+    SCOPED_TRACE(seed);
     KeyframeTrack track, big;
     std::map<A_long, double> plain = {{-9999, 1}, {9999, 2}};  // by time in 1 / 24 seconds
     for (auto const& [at, value] : plain) track.set({{at, 24}, {value}});
@@ -113,28 +105,20 @@ TEST(KeyframeTrack, KeepsItsOrderHoweverKeysComeAndRefusesWhatIsNoKey) {
         auto const next = plain.lower_bound(at);
         auto const [t, v] = *std::prev(next);
         double const there = v + (next->second - v) * (at - t) / (next->first - t);
-        EXPECT_NEAR(track.valueAt(time)[0], there, 1e-12) << "seed " << seed;
+        EXPECT_NEAR(track.valueAt(time)[0], there, 1e-12);
         bool const sets = random() % 2, held = track.find(time).has_value();
-        ASSERT_EQ(held, plain.count(at) > 0) << "seed " << seed;
+        ASSERT_EQ(held, plain.count(at) > 0);
         std::size_t const index = sets ? track.set({time, {step + 0.5}}) : track.insert(time, {});
         if (sets || !held) plain[at] = sets ? step + 0.5 : there;
-        ASSERT_EQ(index, std::distance(plain.begin(), plain.find(at))) << "seed " << seed;
+        ASSERT_EQ(index, std::distance(plain.begin(), plain.find(at)));
         if (random() % 2) track.remove(index), plain.erase(at);
-        ASSERT_EQ(track.size(), plain.size()) << "seed " << seed;
+        ASSERT_EQ(track.size(), plain.size());
     }
     using Limits = std::numeric_limits<A_long>;  // the widest times are told apart
     for (A_long n = 0; n < 50; ++n) {
         ASSERT_EQ(big.insert({Limits::max() - 50 + n, 4294967295u}, {}), 2 * n);
         ASSERT_EQ(big.insert({Limits::min() + 50 - n, 1}, {}), 0u);
     }
-    double const nan = std::nan("");
-    for (Keyframe const& key :
-         {Keyframe{{0, 0}, {1}}, Keyframe{{0, 1}, {nan}}, Keyframe{{0, 1}, {1}, kCurve, {0.09, 0}},
-          Keyframe{{0, 1}, {1}, kCurve, {}, {100.1, 0}}, Keyframe{{0, 1}, {1}, kCurve, {50, nan}}})
-        EXPECT_THROW(track.set(key), HostError);
-    EXPECT_THROW(track.insert({0, 0}, {}), HostError);
-    EXPECT_THROW(track.setValue(track.size(), {}), HostError);
-    EXPECT_THROW(track.remove(track.size()), HostError);
 }
 
 }  // namespace

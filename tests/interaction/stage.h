@@ -45,10 +45,8 @@ struct Stage {
     /// x and y of the pins in 16.16.
     std::vector<PF_Fixed> fixed(Pins const& pins) {
         std::vector<PF_Fixed> all;
-        for (int pin : pins) {
-            all.push_back(value(pin).u.td.x_value);
-            all.push_back(value(pin).u.td.y_value);
-        }
+        for (int pin : pins)
+            for (PF_Fixed c : {value(pin).u.td.x_value, value(pin).u.td.y_value}) all.push_back(c);
         return all;
     }
     /// The panel's pixel of a layer's; exact where the panel has one.

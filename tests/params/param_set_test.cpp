@@ -45,15 +45,3 @@ TEST(ParamSet, StandsAsStoredProjectsKnowIt) {
         }
     }
 }
-
-TEST(ParamsSetupFailure, ARefusalEndsTheListWithItsCode) {
-    for (int nth = 1; nth < kParamCount; ++nth) {
-        auto host = zelk::Host::loadOnly(ZELK_MODULE);
-        host->globalSetup();
-        host->monitor().inject({"add_param", nth, 40 + nth});
-        EXPECT_EQ(host->paramsSetup().code, 40 + nth);
-        EXPECT_EQ(host->monitor().count("add_param"), nth);
-        EXPECT_EQ(host->monitor().count("register_ui"), 0);
-        EXPECT_EQ(host->announcedParamCount(), 0);
-    }
-}

@@ -127,9 +127,11 @@ TEST(ParameterDef, AddsRegisterEveryKind) {
             d.AddArbitraryParam("data", 17, 7, reinterpret_cast<char**>(&data), 3, 4, &host);
             d.AddFloatSlider("float", -1, 1, 0.5f, 0.3f, 18, 3, false, true);
             d.AddFloatSliderOld("old", -1, 1, 0.5f, 0.3f, 19, 3, true, true);
-            d.uiFlags = 8;
             host->monitor().inject({"add_param", 10, 33});
-            EXPECT_EQ(d.AddGroupStart("group", 1), 33);
+            host->monitor().inject({"add_param", 11, 34});
+            EXPECT_EQ(d.AddPathList("not had", 1), 0);
+            d.uiFlags = 8;
+            EXPECT_EQ(d.AddGroupStart("group", 1), 34);
             EXPECT_EQ(d.count * 10u + d.uiFlags, 98u) << "a refused add counts nothing";
             return d.RegisterCustomUI(PF_CustomEFlag_COMP);
         });
