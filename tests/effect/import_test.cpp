@@ -2,6 +2,7 @@
 // states, and every host call refused in turn.
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <map>
 
 #include "params/ParamIndex.h"
@@ -113,8 +114,7 @@ TEST(Import, SetsKeysOnTheChosenPins) {
         zelk::World output({1440, 972});
         Chooser const chooser(c.text);
         const CommandResult result = effect.choose(c.popup, c.hasOutput ? &output : nullptr);
-        EXPECT_EQ(result.code, 0);
-        EXPECT_EQ(zelk_test::nothingOwed(result), "nothing");
+        EXPECT_TRUE(result.code == 0 && zelk_test::nothingOwed(result) == "nothing");
         EXPECT_EQ(effect.keys(), c.keys);
         EXPECT_EQ(zelk::numberOf(effect.at(kParamMochaImport).current), 1) << "back at \"...\"";
         EXPECT_EQ(effect.host.monitor().count("PF Param Utils Suite 1/PF_UpdateParamUI"),
@@ -124,13 +124,13 @@ TEST(Import, SetsKeysOnTheChosenPins) {
 
 TEST(Import, IsLeftAloneWhereNothingIsAsked) {
     Chooser chooser(kCorners);
-    Effect premiere(zelk_test::kModernPremiere), other, cancelled;
+    Effect premiere(zelk_test::kModernPremiere), effect;
     premiere.choose(2);
-    zelk::setNumber(other.at(kParamMochaImport).current, 2);
-    other.host.userChangedParam(kParamQuality, other.frame);
+    zelk::setNumber(effect.at(kParamMochaImport).current, 2);
+    effect.host.userChangedParam(kParamQuality, effect.frame);
     chooser.cancels = true;
-    cancelled.choose(2);
-    EXPECT_EQ(premiere.keys() + other.keys() + cancelled.keys(), "");
+    effect.choose(2);
+    EXPECT_EQ(premiere.keys() + effect.keys(), "");
 }
 
 // Each host call of an import refused in turn. A missing suite ends it with 516 and what was held
@@ -146,11 +146,10 @@ TEST(Import, EveryHostCallRefused) {
         const int n = ++nth[call];
         SCOPED_TRACE(call + std::to_string(n));
         const auto has = [&](char const* part) { return call.find(part) != call.npos; };
-        const bool givesBack = has("Release") || has("Dispose");
         const bool isMissing = has("AcquireSuite AEGP");
         Effect refused;
         refused.host.monitor().restart();
-        refused.host.monitor().inject({call, n, kFault, givesBack});
+        refused.host.monitor().inject({call, n, kFault, has("Release") || has("Dispose")});
         const CommandResult result = refused.choose(2);
         const std::string keys = refused.keys(), kept = zelk_test::nothingOwed(result);
         EXPECT_EQ(result.code, isMissing ? PF_Err_BAD_CALLBACK_PARAM : 0);
@@ -174,6 +173,9 @@ TEST(Controls, AreGreyedByOtherControlsValues) {
         int overlay, quality, motionBlur, transfer;  // entries, from 1
         char const* greyed;
     };
+    auto const wasTold = [](zelk::Parameter const& parameter) {
+        return parameter.current.ui_flags != kDirtyUiFlags;
+    };
     for (Case const& c :
          {Case{2, 3, 1, 1, "22-37 49-50 56-58 60 "}, Case{1, 3, 1, 1, "5-20 49-50 56-58 60 "},
           Case{3, 1, 1, 1, "49-50 56-58 60 "}, Case{3, 2, 2, 1, "49-50 60 "}, Case{3, 4, 2, 2, ""},
@@ -190,6 +192,7 @@ TEST(Controls, AreGreyedByOtherControlsValues) {
             EXPECT_EQ(result.outFlags, PF_OutFlag_REFRESH_UI | kOtherFlag);
             EXPECT_EQ(zelk_test::nothingOwed(result), "nothing");
             EXPECT_EQ(effect.greyed(), isPremiere && c.motionBlur == 3 ? "" : c.greyed);
+            EXPECT_EQ(std::ranges::count_if(effect.host.parameters(), wasTold), 38);
         }
 }
 
