@@ -2,6 +2,7 @@
 // the readable source) and write numbers, whatever the pins and however small the pictures.
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <string>
 
@@ -11,8 +12,6 @@ namespace {
 
 using zelk::EngineScene;
 using zelk::GuardedRaster;
-using zelk::kUnitSquare;
-using zelk::Quad;
 using zelk::Random;
 
 // Filters without negative weights: a pixel is a mean of source pixels times a coverage, so it must
