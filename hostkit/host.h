@@ -100,9 +100,9 @@ public:
 
     HostIdentity const& identity() const;
     ModuleResource const& resource() const;  ///< what the module's resource says of it
-    A_u_long effectVersion() const;      ///< my_version as the effect announced it
-    A_long announcedParamCount() const;  ///< out_data->num_params
-    bool supportsSmartRender() const;    ///< as the global set-up announced
+    A_u_long effectVersion() const;          ///< my_version as the effect announced it
+    A_long announcedParamCount() const;      ///< out_data->num_params
+    bool supportsSmartRender() const;        ///< as the global set-up announced
     bool registeredCustomUi() const;
     PF_CustomUIInfo const& customUi() const;
 

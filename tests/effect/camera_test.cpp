@@ -59,8 +59,6 @@ TEST(GetCameraMatrix, AnswersFromTheHostsCamera) {
 
     premiere->setCamera(camera);
     expectAnswer(premiere, 0, std::nullopt);
-    for (std::string const& call : premiere->monitor().log())
-        EXPECT_EQ(call.find("AEGP"), std::string::npos) << call;
 }
 
 }  // namespace

@@ -61,7 +61,6 @@ TEST(EffectCalls, LeaksAndMistakesAreCountedForTheirCommand) {
         utils.new_world(ref, 5, 4, PF_NewWorldFlag_DEEP_PIXELS, &deep);
         std::vector<PF_Err> const refusals = {
             onThread, utils.fill(ref, nullptr, nullptr, &unknown),
-            utils.copy(ref, &deep, call.output, nullptr, nullptr),
             // From here on each is a mistake that the host notes.
             inter.checkin_param(ref, &def), utils.dispose_world(ref, call.output),
             utils.dispose_world(ref, &deep) ? 0 : utils.dispose_world(ref, &deep),

@@ -1,7 +1,6 @@
 // What the overlay draws, as a port records it.
 #include <gtest/gtest.h>
 
-#include "interaction/DrawEvent.h"
 #include "tests/interaction/stage.h"
 #include "tests/support/recording_port.h"
 
@@ -56,7 +55,8 @@ TEST(Overlay, GoesWithZoomPanAndTheLayersPlace) {
 }
 
 TEST(Overlay, IsHiddenDuringADragUnlessAlwaysOn) {
-    for (int wireframe : {1, 2, 3}) {
+    for (auto const& [wireframe, expected] :
+         {std::pair(1, " r r ."), {2, "QrQ rQ qrq q."}, {3, "QrQ r qrq q."}}) {
         SCOPED_TRACE(wireframe);
         Stage s;
         s.set(kParamWireframe, wireframe);
@@ -78,23 +78,8 @@ TEST(Overlay, IsHiddenDuringADragUnlessAlwaysOn) {
         note(' ');
         s.events.draw();
         note('.');
-        EXPECT_EQ(shape, (std::array{" r r .", "QrQ rQ qrq q.", "QrQ r qrq q."}[wireframe - 1]));
+        EXPECT_EQ(shape, expected);
     }
-}
-
-TEST(Overlay, TextIsCutAt255CharactersAndLeavesTheColors) {
-    RecordingPort port;
-    RGBColor const back = {1, 2, 3};
-    RGBColor fore = {256, 512, 768}, text = {0, 0, 65535}, after;
-    RGBForeColor(&fore);
-    RGBBackColor(&back);
-    UI_DrawString(9, 4, -20, std::string(300, 'a').c_str(), nullptr);
-    UI_DrawString(9, 4, 6, "", &text);
-    LineTo(0, 0);  // from where the text ended
-    EXPECT_EQ(port.calls, (Calls{"text 4,-10 " + std::string(255, 'a') + " 010203",
-                                 "text 4,16  0000ff", "line 44,16 0,0 010203"}));
-    GetBackColor(&after);
-    EXPECT_EQ(after.blue, 3);
 }
 
 }  // namespace
