@@ -20,6 +20,7 @@ render in.png;2;--output
 R --qality low;2;"--qality";--quality
 R more.png;2;"more.png"
 R -- --view;2;"--view";too many
+render -o out.png -- --explain;3;no such file "--explain"
 render in.png --explain= -o out.png;2;--explain;no value
 R --to;2;--to;no value
 R --view to --view from;2;--view;more than one

@@ -83,6 +83,7 @@ TEST_F(OnePicture, ADryRunWritesNothingWhateverIsAsked) {
         Outcome const outcome = run(joined(joined({"render"}, words), {"--dry-run"}));
         EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
         EXPECT_TRUE(has(outcome.out, told)) << outcome.out;
+        EXPECT_FALSE(has(outcome.err, "\"frame\"")) << outcome.err;
         EXPECT_EQ(allBytes(), before);
     }
     expectRefusal({"render", "in.png", "-o", "in.png", "--dry-run"}, 2, {"its own layer"});

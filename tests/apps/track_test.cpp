@@ -350,15 +350,6 @@ TEST(Track, OddTracksAreToldWithWhatMendsThem) {
     EXPECT_FALSE(has(issuesOf(close, {{}, 5, 10000, false}), "merged"));
 }
 
-struct Plot {
-    int width, height;          ///< of the track, 0 for untold
-    int overWidth, overHeight;  ///< of the white picture below; 0 for none
-    std::vector<double> far;    ///< x and y of a sample
-    int plotWidth, plotHeight;  ///< without the legend
-    int legendLines;
-    int frame[4];  ///< left, top, right and bottom of the white picture in it
-};
-
 /// The box of white pixels.
 std::array<int, 4> boxOf(World const& world) {
     std::array<int, 4> box = {world.width(), world.height(), 0, 0};
@@ -373,29 +364,28 @@ std::array<int, 4> boxOf(World const& world) {
 }
 
 TEST(Track, PlotsLayThePictureIntoTheFrameWhateverTheSizes) {
-    Plot const kPlots[] = {
-        {0, 0, 400, 200, {10, 10}, 400, 200, 2, {0, 0, 400, 200}},
-        {400, 200, 100, 50, {10, 10}, 400, 200, 2, {0, 0, 400, 200}},
-        {400, 200, 30, 90, {10, 10}, 400, 200, 2, {0, 0, 400, 200}},
-        {400, 200, 4, 2, {-300, 10}, 700, 200, 1, {300, 0, 700, 200}},
-        {400, 200, 4, 2, {10, 1000}, 400, 400, 2, {0, 0, 400, 200}},
-        {1600, 2, 1600, 2, {10, 1}, 1600, 64, 1, {0, 31, 1600, 33}},
-        {2, 1600, 2, 1600, {1, 10}, 160, 1600, 6, {79, 0, 81, 1600}},
-    };
-    for (Plot const& plot : kPlots) {
-        SCOPED_TRACE(testing::Message() << plot.width << "x" << plot.height << " over "
-                                        << plot.overWidth << "x" << plot.overHeight);
+    using Box = std::array<int, 4>;
+    // Sizes of the track, 0 where it tells none, and of a white picture below; a sample; the plot's
+    // size without its legend, the legend's lines, and where the white picture is then.
+    for (auto const& [width, height, overWidth, overHeight, x, y, plotWidth, plotHeight, lines,
+                      box] : {std::tuple(0, 0, 400, 200, 10, 10, 400, 200, 2, Box{0, 0, 400, 200}),
+                              {400, 200, 30, 90, 10, 10, 400, 200, 2, Box{0, 0, 400, 200}},
+                              {400, 200, 4, 2, -300, 10, 700, 200, 1, Box{300, 0, 700, 200}},
+                              {400, 200, 4, 2, 10, 1000, 400, 400, 2, Box{0, 0, 400, 200}},
+                              {1600, 2, 1600, 2, 10, 1, 1600, 64, 1, Box{0, 31, 1600, 33}},
+                              {2, 1600, 2, 1600, 1, 10, 160, 1600, 6, Box{79, 0, 81, 1600}}}) {
+        SCOPED_TRACE(testing::Message() << width << "x" << height << " over " << overWidth);
         Track track;
-        track.width = plot.width;
-        track.height = plot.height;
-        track.corners[0].samples = {{0, plot.far[0], plot.far[1], 0}};
-        World white({plot.overWidth, plot.overHeight, Depth::k8});
-        for (int y = 0; y < plot.overHeight; ++y)
-            std::fill_n(white.row(y), 4 * plot.overWidth, std::byte{255});
+        track.width = width;
+        track.height = height;
+        track.corners[0].samples = {{0, double(x), double(y), 0}};
+        World white({overWidth, overHeight, Depth::k8});
+        for (int row = 0; row < overHeight; ++row)
+            std::fill_n(white.row(row), 4 * overWidth, std::byte{255});
         World const drawn = plotTrack(track, &white).toWorld();
-        EXPECT_EQ(drawn.width(), plot.plotWidth);
-        EXPECT_EQ(drawn.height(), plot.plotHeight + 28 * plot.legendLines);
-        EXPECT_EQ(boxOf(drawn), std::to_array(plot.frame));
+        EXPECT_EQ(drawn.width(), plotWidth);
+        EXPECT_EQ(drawn.height(), plotHeight + 28 * lines);
+        EXPECT_EQ(boxOf(drawn), box);
     }
 }
 
