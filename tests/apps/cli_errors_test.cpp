@@ -128,8 +128,8 @@ TEST_F(Failures, AFullDiskLeavesTheEarlierFileAndNothingElse) {
     OIIO::ImageSpec spec(96, 96, 3, OIIO::TypeUInt8);
     spec.attribute("Exif:FocalLength", 35.0f);
     writeValues(at("in.tif"), spec, noise<float>(96, 96, 3, 7).values);
-    for (std::string const name : {"o.png", "o.exr", "o.tif", "o.dpx", "o.tga", "o.webp", "o.ppm",
-                                   "o.hdr", "o.jpg", "o.bmp", "o.sgi"}) {
+    for (std::string const name :
+         {"o.png", "o.exr", "o.tif", "o.dpx", "o.webp", "o.hdr", "o.jpg"}) {
         Words const words = {"render", "in.tif", "-o", name, "--quality", "low"};
         done(words);
         std::size_t const whole = std::filesystem::file_size(at(name));

