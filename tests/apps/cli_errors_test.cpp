@@ -36,6 +36,7 @@ R --to 0,0_32767.5,0_0,1_1,1;2;"32767.5";32767
 R --set rotat=3;2;"rotat";"rotate"
 R --set rotate;2;"rotate";NAME=VALUE
 R --set super-sample-edge=12.01;2;"12.01";0 to 12
+R --set grow-bounds=1.5;2;"1.5";whole number
 R --set transfer-mode=Ad;2;"Ad";Add, Multiply
 R --set transfer-mode=4;2;separator;"4"
 R --set crop-to-pins=2;2;"2";on or off

@@ -205,11 +205,9 @@ TEST_F(ProjectFile, TheSchemaAndTheCommandLineKnowTheSameWords) {
         if (!parameter.hasValue()) continue;
         EXPECT_EQ(parameters[name]["properties"]["id"]["const"], parameter.diskId()) << name;
     }
-    auto const modes = projectModes();
-    Json const& known = schema["$defs"]["render"]["properties"]["mode"]["enum"];
-    EXPECT_EQ(known, Json(std::vector<std::string>(modes.begin(), modes.end())));
-    expectRefusal({"render", "a", "-o", "b", "--over", "p", "--mode", "?"}, 2,
-                  {listOf(std::vector<std::string_view>(modes.begin(), modes.end()))});
+    std::vector<std::string_view> const modes(projectModes().begin(), projectModes().end());
+    EXPECT_EQ(schema["$defs"]["render"]["properties"]["mode"]["enum"], Json(modes));
+    expectRefusal("render a -o b --over p --mode ?"_words, 2, {listOf(modes)});
 }
 
 TEST_F(ProjectFile, CommandsMakeShowAndCheckOne) {
