@@ -97,7 +97,9 @@ ExitCode SequenceRun::run() {
         Complaint complaint =
             files.missingOf(*m_schedule.missingFrame).missing(*m_schedule.missingFrame);
         m_missing = complaint.thing;
-        if (!m_isStill) complaint.expected += ", or --missing (" + summary() + ")";
+        if (!m_isStill) complaint.expected += ", or --missing";
+        if (!m_isStill && m_purpose == Purpose::kRender)
+            complaint.expected += " (" + summary() + ")";
         throw UserError(ExitCode::kInput, complaint);
     }
     tellEnd();
