@@ -43,6 +43,11 @@ bool takeAsOutputs(PipelineFrame const& frame, PluginHost_API::RasterInfo& info)
     return info.width == 0 || info.height == 0 || (info.data && rowsSuffice);
 }
 
+/// Of the pipeline's own images, whatever the host tells of others.
+PluginRaster_API::PixelType depthOf(PipelineFrame const& frame) {
+    return convertToPixelType(frame.format);
+}
+
 PF_Err fail(PipelineFrame& frame, PF_Err code) {
     frame.host->fillOutput();
     return code;
@@ -141,7 +146,7 @@ void renderTwoPasses(PipelineFrame& frame, CoreRenderArguments& core, RenderSett
 /// An image beside the working copy, of `model`'s size. 0, or why it can't be used.
 PF_Err addRaster(PipelineFrame& frame, PluginRaster_API*& slot, PluginRaster_API* model,
                  PluginHost_API::RasterInfo& info) {
-    if (const PF_Err code = frame.rasters.allocate(slot, model)) return code;
+    if (const PF_Err code = frame.rasters.allocate(slot, model, depthOf(frame))) return code;
     frame.host->getRasterInfo(slot, &info);
     return takeAsOutputs(frame, info) ? PF_Err_NONE : kNoRaster;
 }
@@ -196,7 +201,7 @@ PF_Err takeWorkingCopy(PipelineFrame& frame) {
     PluginHost_API* host = frame.host;
     std::unique_ptr<PluginRaster_API> input(host->getInputRaster(0));
     if (!input) return fail(frame, kNoRaster);
-    if (const PF_Err code = frame.rasters.allocate(frame.rasters.work, input.get()))
+    if (const PF_Err code = frame.rasters.allocate(frame.rasters.work, input.get(), depthOf(frame)))
         return fail(frame, code);
     host->copy(input.get(), frame.rasters.work);
     input.reset();

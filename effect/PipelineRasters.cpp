@@ -13,10 +13,10 @@ PipelineRasters::~PipelineRasters() {
     release(work);
 }
 
-int PipelineRasters::allocate(PluginRaster_API*& slot, PluginRaster_API* model) {
+int PipelineRasters::allocate(PluginRaster_API*& slot, PluginRaster_API* model,
+                              PluginRaster_API::PixelType type) {
     int error = 0;
-    slot =
-        m_host->allocRaster(model->getWidth(), model->getHeight(), model->getPixelType(), error, 0);
+    slot = m_host->allocRaster(model->getWidth(), model->getHeight(), type, error, 0);
     if (error) return error;
     return slot ? 0 : kNoRasterAndNoCode;
 }

@@ -17,7 +17,8 @@ public:
     /// Puts a new image of `model`'s size and depth into `slot`. The result is 0, the host's code,
     /// or 1 when there was neither image nor code. A slot filled along with a code is given back
     /// like any other.
-    int allocate(PluginRaster_API*& slot, PluginRaster_API* model);
+    int allocate(PluginRaster_API*& slot, PluginRaster_API* model,
+                 PluginRaster_API::PixelType type);
 
     PluginRaster_API* work = nullptr;     ///< private copy of the input, source of every pass
     PluginRaster_API* out = nullptr;      ///< wrapper over the host's output

@@ -2,6 +2,7 @@
 #include "effect/SmartRender.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <memory>
 #include <utility>
@@ -73,8 +74,11 @@ void throwOnError(PF_Err err) {
 
 /// The input's place within the output's frame; rectangles of the host have 16 bits.
 QV_Rect inputPlace(PF_EffectWorld const& input, PF_EffectWorld const& output) {
-    const auto left = static_cast<A_short>(input.origin_x - output.origin_x);
-    const auto top = static_cast<A_short>(input.origin_y - output.origin_y);
+    const auto offset = [](A_long inner, A_long outer) {
+        return static_cast<A_short>(std::int64_t{inner} - outer);
+    };
+    const A_short left = offset(input.origin_x, output.origin_x);
+    const A_short top = offset(input.origin_y, output.origin_y);
     return {top, left, static_cast<A_short>(top + input.height),
             static_cast<A_short>(left + input.width)};
 }

@@ -34,7 +34,7 @@ public:
                 value.begin(), value.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; });
             if (!value.empty() && value.size() <= mostBytes && isPrintable) return value;
         }
-        refuse(key, fmt::format("a string of 1 to {} bytes", mostBytes));
+        refuse(key, fmt::format("a printable string of 1 to {} bytes", mostBytes));
     }
 
     A_u_long word(char const* key) const {

@@ -1,6 +1,8 @@
 // Registration and reading of the controls that depend on the host.
 #include "params/HostControls.h"
 
+#include <cstdint>
+
 #include "host/PluginHost_AE_Impl.h"
 #include "params/ParamIndex.h"
 #include "params/ParameterDef.h"
@@ -26,7 +28,8 @@ PF_Err AddUseHostCameraParam(PluginHost_API* host) {
 
 int GetMBlurValue(PluginHost_API* host) {
     PluginHost_AE_Impl* ae = host->getAEHost();
-    return ae && ae->params ? ae->params[kParamMotionBlur]->u.pd.value - 1 : 0;
+    if (!ae || !ae->params) return 0;
+    return static_cast<int>(std::int64_t{ae->params[kParamMotionBlur]->u.pd.value} - 1);
 }
 
 bool GetUseHostCameraParamValue(PluginHost_API*) { return false; }

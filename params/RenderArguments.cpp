@@ -1,6 +1,8 @@
 // The two readers of RenderArguments: from an After Effects parameter array, and from any host.
 #include "params/RenderArguments.h"
 
+#include <cstdint>
+
 #include "host/PluginHost_AE_Impl.h"
 #include "params/ParamIndex.h"
 #include "params/ParameterDef.h"
@@ -32,7 +34,9 @@ int ParamsRetrieveValues(PluginHost_API* host, RenderArguments* arguments) {
     PluginHost_AE_Impl* ae = host->getAEHost();
     if (!ae) return 0;
     const QVS::ParameterDef parameters(ae->in_data, ae->params);
-    auto const entry = [&](int index) { return parameters.GetMenuValue(index) - 1; };
+    auto const entry = [&](int index) {
+        return static_cast<int>(std::int64_t{parameters.GetMenuValue(index)} - 1);
+    };
     auto const number = [&](int index) { return parameters.GetFloatValue(index, true); };
 
     RenderArguments& a = *arguments;

@@ -176,11 +176,14 @@ void refuseExtras(Grammar const& grammar, bool hasOptionsEnd) {
         auto const own = each->remaining();
         extras.insert(extras.begin(), own.begin(), own.end());
     }
-    if (hasOptionsEnd) extras.erase(std::remove(extras.begin(), extras.end(), "--"), extras.end());
+    // The parser keeps the word that ends the options; what it can't place before it is an option.
+    auto const end = hasOptionsEnd ? std::find(extras.begin(), extras.end(), "--") : extras.end();
+    bool const isBeforeEnd = end != extras.begin();
+    if (end != extras.end()) extras.erase(end);
     if (extras.empty()) return;
     std::string const& word = extras[0];
     bool const isOption =
-        !hasOptionsEnd && word.size() > 1 && word[0] == '-' && !parseNumber(word).has_value();
+        isBeforeEnd && word.size() > 1 && word[0] == '-' && !parseNumber(word).has_value();
     if (isOption) {
         std::string const name = word.substr(0, word.find('='));
         throw UserError(ExitCode::kUsage, {command->get_name(), "unknown option", name,

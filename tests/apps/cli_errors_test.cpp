@@ -14,18 +14,17 @@ namespace {
 // the refusal says. Parted by `;`, as are words by blanks unless `_` stands for one.
 constexpr char const* kWrong = R"(;2;COMMAND;render, params, project
 sheet;2;"sheet";render, params, project
-help rendr;2;"rendr";render, params, project
 render -o out.png;2;LAYER
 render in.png;2;--output
 R --qality low;2;"--qality";--quality
 R more.png;2;"more.png"
 R -- --view;2;"--view";too many
+render -o out.png -- --explain;3;no such file "--explain"
 render in.png --explain= -o out.png;2;--explain;no value
 R --to;2;--to;no value
 R --view to --view from;2;--view;more than one
 R --explain --dry-run;2;--explain
 R --explain --frames 1;2;--explain
-R --host ABCD;2;"ABCD";FXTC, PrMr, KeyG or MOTN
 R --downsample 1.5;2;"1.5";whole number
 R --quality ultra;2;"ultra";low, medium, high or super
 R --threads -1;2;"-1";0 to 1024
@@ -34,7 +33,6 @@ R --downsample 3;2;"3";1 to 2
 R --to 0,0_1,0_0,1;2;--to;(3);four corners
 R --to 0,0_1_0,1_1,1;2;"1";x,y
 R --from 0,0_1,0_-inf,1_1,1;2;"-inf"
-R --to 0,0_1,0x_0,1_1,1;2;"0x"
 R --to 0,0_32767.5,0_0,1_1,1;2;"32767.5";32767
 R --set rotat=3;2;"rotat";"rotate"
 R --set rotate;2;"rotate";NAME=VALUE
@@ -50,15 +48,10 @@ R --over in.png --size 9x9;2;9x9
 R --over in.png --road module;2;module
 R --size 9x9 --host KeyG;2;KeyG
 R --size 9x9 --grow 4;2;--grow
-R --size 9x9 --transfer add;2;--transfer
-R --size 9x9 --plain;2;--plain
 R --plain --grow 4;2;--grow
 R --mode add;2;--mode
 R --size 1e3x9;2;"1e3x9";1920x1080
 R --frames 1-2;2;the same file for every frame
-R --frames 5-x;2;--frames
-R --in-flight 0;2;--in-flight
-R --missing hole;2;unknown choice "hole"
 R --rate 0;2;--rate
 R --shutter a;2;--shutter: not a number
 R --over gone.png;3;gone.png
@@ -72,25 +65,23 @@ render - -o out.png;3;LAYER;standard input
 render pipe.png -o out.png;3;pipe.png;not a regular file
 render text.png -o out.png;3;text.png;cannot be read
 render wide.png -o out.png;3;wide.png;"32768x1";32767
+render flat.hdr -o out.png;3;flat.hdr
 render in.png -o none/out.png;4;none/out.png;no folder
 render in.png -o out.xyz;4;out.xyz;".xyz"
 render in.png -o folder.png;4;not a regular file
 project show s --host KeyG;2;--host
-project check s --frames 1;2;--frames
 track;2;FILE;a tracking file
 track a b;2;"b";convert IN OUT
-track a --format b;2;--format;"b";mocha, keyframes
 track wide.csv --flip-y;2;--flip-y;--size WxH
-track wide.csv --plot out.xyz;4;out.xyz;".xyz"
 track none.txt;3;none.txt;cannot be read
-track convert wide.csv none/o.csv;4;none/o.csv;no folder
 track convert a b.xyz;2;b.xyz;".xyz";--as
-track convert a;2;OUT;convert IN OUT
 track a --corners ul,ul,ll,lr;2;--corners;each once
 track a --pixel-aspect 0;2;"0";10/11
 track a --over in.png;2;--over;--plot
 track wide.csv --plot out.png --over out.png;2;--plot;another name
 track convert wide.csv o.txt;2;o.txt;--size WxH)";
+
+std::string const kHeader = "#?RADIANCE\nFORMAT=32-bit_rle_rgbe\n\n";
 
 Words wordsOf(std::string const& text) {
     Words words = text.empty() ? Words() : split(text, ' ');
@@ -106,6 +97,7 @@ TEST_F(Failures, AreOneLineAndLeaveTheTarget) {
     writePicture(at("in.png"), noise<std::uint8_t>(2, 2, 4, 1));
     writePicture(at("wide.png"), noise<std::uint8_t>(32768, 1, 1, 2));
     put("text.png", "no picture at all");
+    put("flat.hdr", kHeader + "-Y 0 +X 5\n");
     put("wide.csv", "0,1,1,9,1,1,9,9,9\n");
     put("out.png", "earlier");
     ASSERT_EQ(::mkfifo(at("pipe.png").c_str(), 0600), 0);
@@ -122,18 +114,15 @@ TEST_F(Failures, AreOneLineAndLeaveTheTarget) {
     expectRefusal(wordsOf("R --over "), 2, {"--over", "not given", "a picture file"});
 }
 
-// Headers without pixels.
-TEST_F(Failures, APictureOfNoSizeOrBeyondTheMemoryIsAnInputError) {
-    std::string const header = "#?RADIANCE\nFORMAT=32-bit_rle_rgbe\n\n";
-    put("none.hdr", header + "-Y 0 +X 5\n");
-    expectRefusal({"render", "none.hdr", "-o", "out.png"}, 3, {"none.hdr"});
-#if !defined(__SANITIZE_ADDRESS__)                    // its shadow memory needs more address space
-    put("huge.hdr", header + "-Y 32767 +X 32767\n");  // 34 GB in four rasters
-    expectRefusal({"render", "huge.hdr", "-o", "out.png"}, 3, {"huge.hdr", "memory", "32767x32767"},
+#if !defined(__SANITIZE_ADDRESS__)  // its shadow memory needs more address space
+// A header without pixels: 34 GB in four rasters.
+TEST_F(Failures, APictureBeyondTheMemoryIsAnInputError) {
+    put("huge.hdr", kHeader + "-Y 32767 +X 32767\n");
+    expectRefusal("render huge.hdr -o out.png"_words, 3, {"huge.hdr", "memory", "32767x32767"},
                   {.addressSpace = 4u << 30});
-    EXPECT_EQ(files(), (Words{"huge.hdr", "none.hdr"}));
-#endif
+    EXPECT_EQ(files(), Words{"huge.hdr"});
 }
+#endif
 
 // Far before its end and right at it; each writer has its own way to notice, or not to. The layer
 // has Exif data, which TIFF keeps behind the picture.
@@ -141,8 +130,8 @@ TEST_F(Failures, AFullDiskLeavesTheEarlierFileAndNothingElse) {
     OIIO::ImageSpec spec(96, 96, 3, OIIO::TypeUInt8);
     spec.attribute("Exif:FocalLength", 35.0f);
     writeValues(at("in.tif"), spec, noise<float>(96, 96, 3, 7).values);
-    for (std::string const name : {"o.png", "o.exr", "o.tif", "o.dpx", "o.tga", "o.webp", "o.ppm",
-                                   "o.hdr", "o.jpg", "o.bmp", "o.sgi"}) {
+    for (std::string const name :
+         {"o.png", "o.exr", "o.tif", "o.dpx", "o.webp", "o.hdr", "o.jpg"}) {
         Words const words = {"render", "in.tif", "-o", name, "--quality", "low"};
         done(words);
         std::size_t const whole = std::filesystem::file_size(at(name));
@@ -152,26 +141,22 @@ TEST_F(Failures, AFullDiskLeavesTheEarlierFileAndNothingElse) {
             expectRefusal(words, 4, {name, "cannot be written"}, {.fileSize = size});
             EXPECT_EQ(bytesOf(name), "earlier");
         }
+        EXPECT_EQ(files(), (Words{"in.tif", name}));
         std::filesystem::remove(at(name));
-        EXPECT_EQ(files(), Words{"in.tif"});
     }
 }
 
 TEST_F(Failures, APlaceThatMayNotBeWrittenStays) {
     namespace fs = std::filesystem;
     writePicture(at("in.png"), noise<std::uint8_t>(4, 4, 4, 7));
-    for (std::string const folder : {"open", "shut"}) {
-        fs::create_directory(at(folder));
-        put(folder + "/o.png", "earlier");
-    }
-    fs::permissions(at("."), fs::perms(0755));
-    fs::permissions(at("open"), fs::perms::all);
-    fs::permissions(at("open/o.png"), fs::perms(0444));
+    fs::create_directory(at("shut"));
+    for (char const* name : {"o.png", "shut/o.png"}) put(name, "earlier");
+    fs::permissions(at("o.png"), fs::perms(0444));
     fs::permissions(at("shut"), fs::perms(0555));
-    for (std::string const out : {"open/o.png", "shut/o.png", "shut/new.png"})
+    for (std::string const out : {"o.png", "shut/o.png", "shut/new.png"})
         expectRefusal({"render", "in.png", "-o", out}, 4,
                       {out, "cannot be written", "Permission denied"}, {.obeysPermissions = true});
-    EXPECT_EQ(bytesOf("open/o.png") + bytesOf("shut/o.png"), "earlierearlier");
+    EXPECT_EQ(bytesOf("o.png") + bytesOf("shut/o.png"), "earlierearlier");
     EXPECT_FALSE(fs::exists(at("shut/new.png")));
     fs::permissions(at("shut"), fs::perms::all);
 }

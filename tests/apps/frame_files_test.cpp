@@ -161,19 +161,6 @@ INSTANTIATE_TEST_SUITE_P(Table, Formats, testing::ValuesIn(kFormats),
 
 using FrameFiles = ZelkTest;
 
-// Through float, too, each value of 10 bits comes back.
-TEST_F(FrameFiles, TenBitsStayTenBitsOverAPlate) {
-    OIIO::ImageSpec spec(32, 32, 1, OIIO::TypeUInt16);
-    spec.attribute("oiio:BitsPerSample", 10);
-    std::vector<float> values;
-    for (int i = 0; i < 1024; ++i) values.push_back(static_cast<float>(i) / 1023);
-    writeValues(at("in.dpx"), spec, values);
-    writeValues(at("clear.png"), OIIO::ImageSpec(4, 4, 4, OIIO::TypeUInt8), {0});
-    render("clear.png", "over.dpx", {"--over", "in.dpx"});
-    EXPECT_EQ(bitsOf(at("over.dpx")), 10);
-    EXPECT_EQ(mostApart(readPicture<float>(at("in.dpx")), readPicture<float>(at("over.dpx"))), 0);
-}
-
 /// 12 x 8 of one value, with attributes that the helpers don't set.
 template <class Set>
 void writeWith(std::filesystem::path const& file, int channels, OIIO::TypeDesc type, Set set) {
@@ -183,18 +170,16 @@ void writeWith(std::filesystem::path const& file, int channels, OIIO::TypeDesc t
 }
 
 TEST_F(FrameFiles, MetadataThatNoLongerFitsIsDroppedAndTheRestIsAddedTo) {
-    for (auto const& profile : {colorProfile("GRAY"), std::vector<std::uint8_t>(512, 7)}) {
-        writeWith(at("in.tif"), 1, OIIO::TypeUInt8, [&](OIIO::ImageSpec& spec) {
-            setProfile(spec, profile);
-            spec.attribute("Orientation", 6);
-        });
-        for (char const* out : {"out.png", "out.tif", "out.jpg"}) {
-            std::string const said = copy("in.tif", out);
-            EXPECT_TRUE(has(said, "colour profile dropped") && lines(said) == 1) << said;
-            EXPECT_FALSE(keptBy(at(out)).profile);
-        }
-        EXPECT_EQ(specOf(at("out.tif")).get_int_attribute("Orientation"), 6);
+    writeWith(at("in.tif"), 1, OIIO::TypeUInt8, [&](OIIO::ImageSpec& spec) {
+        setProfile(spec, colorProfile("GRAY"));
+        spec.attribute("Orientation", 6);
+    });
+    for (char const* out : {"out.png", "out.tif"}) {
+        std::string const said = copy("in.tif", out);
+        EXPECT_TRUE(has(said, "colour profile dropped") && lines(said) == 1) << said;
+        EXPECT_FALSE(keptBy(at(out)).profile);
     }
+    EXPECT_EQ(specOf(at("out.tif")).get_int_attribute("Orientation"), 6);
     writeWith(at("in.exr"), 4, OIIO::TypeHalf, [](OIIO::ImageSpec& spec) {
         setTimeCodeAndAspect(spec);
         spec.attribute("project", "a farm");
@@ -208,25 +193,23 @@ TEST_F(FrameFiles, MetadataThatNoLongerFitsIsDroppedAndTheRestIsAddedTo) {
     std::string const software = kept.get_string_attribute("Software");
     EXPECT_TRUE(software.starts_with("zelk ") && software.ends_with(" : " + again)) << software;
     render("in.exr", "bare.exr", {"--no-metadata"});
-    EXPECT_EQ(specOf(at("bare.exr")).get_string_attribute("DateTime", "none"), "none")
-        << "the clock's date makes two runs two files";
     EXPECT_EQ(keptBy(at("bare.exr")), Kept());
-    for (char const* name : {"Exif:ImageHistory", "project"})
+    // The clock's date would make two runs two files.
+    for (char const* name : {"Exif:ImageHistory", "project", "DateTime"})
         EXPECT_EQ(specOf(at("bare.exr")).get_string_attribute(name), "");
 }
 
 TEST_F(FrameFiles, ColoursThatTwoFilesDeclareAsDifferentAreToldOnce) {
     auto profile = colorProfile("RGB ");
-    float chroma[8] = {0.64f, 0.33f, 0.3f, 0.6f, 0.15f, 0.06f, 0.3127f, 0.329f};
-    for (std::string const name : {"a", "b"}) {
-        for (char const* extension : {".png", ".exr"})
-            writeWith(at(name + extension), 3, OIIO::TypeUInt8, [&](OIIO::ImageSpec& spec) {
-                setProfile(spec, profile);
-                spec.attribute("chromaticities", OIIO::TypeDesc(OIIO::TypeDesc::FLOAT, 8), chroma);
-            });
+    for (char const* file : {"a.png", "b.png"}) {
+        writeWith(at(file), 3, OIIO::TypeUInt8, [&](auto& spec) { setProfile(spec, profile); });
         ++profile[200];
-        chroma[0] = 0.7f;
     }
+    for (float red : {0.64f, 0.7f})
+        writeWith(at(red < 0.7f ? "a.exr" : "b.exr"), 3, OIIO::TypeHalf, [&](auto& spec) {
+            float const chroma[8] = {red, 0.33f, 0.3f, 0.6f, 0.15f, 0.06f, 0.3127f, 0.329f};
+            spec.attribute("chromaticities", OIIO::TypeDesc(OIIO::TypeDesc::FLOAT, 8), chroma);
+        });
     for (auto const& [layer, plate, told] : {std::tuple("a.png", "b.png", "a colour profile"),
                                              {"a.png", "a.png", ""},
                                              {"a.exr", "b.exr", "chromaticities"},
@@ -241,14 +224,10 @@ TEST_F(FrameFiles, EachFormatGetsTheDeepestSamplesAndTheAlphaThatItHolds) {
     Picture<float> in{64, 64, 4, std::vector<float>(64 * 64 * 4, 0.25f), {}};
     for (std::size_t i = 3; i < in.values.size(); i += 4) in.values[i] = 0.5f;
     writePicture(at("in.exr"), in);
-    for (auto const& [file, type, holdsAlpha, warnings] : {std::tuple("o.sgi", "uint16", true, 0),
-                                                           {"o.jp2", "uint16", true, 0},
+    for (auto const& [file, type, holdsAlpha, warnings] : {std::tuple("o.jp2", "uint16", true, 0),
                                                            {"o.iff", "uint8", true, 1},
                                                            {"o.heic", "uint8", true, 0},
                                                            {"o.ppm", "uint8", false, 2},
-                                                           {"o.gif", "uint8", false, 1},
-                                                           {"o.jpg", "uint8", false, 1},
-                                                           {"o.webp", "uint8", false, 1},
                                                            {"o.fits", "float", false, 1}}) {
         std::string const said = copy("in.exr", file);
         EXPECT_NE(has(said, "over black"), holdsAlpha) << said;
@@ -264,15 +243,13 @@ TEST_F(FrameFiles, EachFormatGetsTheDeepestSamplesAndTheAlphaThatItHolds) {
 TEST_F(FrameFiles, ASecondPictureIsToldAndADroppedChannelSetsNoDepth) {
     OIIO::ImageSpec const spec(12, 8, 3, OIIO::TypeUInt8), both[] = {spec, spec};
     std::vector<std::uint8_t> const values(12 * 8 * 3, 99);
-    for (char const* file : {"in.tif", "in.gif", "in.exr"}) {
-        auto const writer = OIIO::ImageOutput::create(file);
-        ASSERT_TRUE(writer->open(at(file).string(), 2, both)) << file;
-        ASSERT_TRUE(writer->write_image(OIIO::TypeUInt8, values.data()));
-        ASSERT_TRUE(writer->open(at(file).string(), spec, OIIO::ImageOutput::AppendSubimage));
-        ASSERT_TRUE(writer->write_image(OIIO::TypeUInt8, values.data()) && writer->close());
-        EXPECT_TRUE(has(copy(file, "out.png"), "the first of several pictures")) << file;
-        EXPECT_NEAR(readPicture<std::uint8_t>(at("out.png")).values[0], 99, 1) << file;
-    }
+    auto const writer = OIIO::ImageOutput::create("in.tif");
+    ASSERT_TRUE(writer->open(at("in.tif").string(), 2, both));
+    ASSERT_TRUE(writer->write_image(OIIO::TypeUInt8, values.data()));
+    ASSERT_TRUE(writer->open(at("in.tif").string(), spec, OIIO::ImageOutput::AppendSubimage));
+    ASSERT_TRUE(writer->write_image(OIIO::TypeUInt8, values.data()) && writer->close());
+    EXPECT_TRUE(has(copy("in.tif", "out.png"), "the first of several pictures"));
+    EXPECT_EQ(readPicture<std::uint8_t>(at("out.png")).values[0], 99);
     writeWith(at("deep.exr"), 4, OIIO::TypeFloat, [](OIIO::ImageSpec& mixed) {
         mixed.channelnames = {"R", "G", "B", "Z"};
         mixed.channelformats = {OIIO::TypeHalf, OIIO::TypeHalf, OIIO::TypeHalf, OIIO::TypeFloat};
@@ -287,12 +264,12 @@ TEST_F(FrameFiles, PositionsOfOtherFormatsCropNothing) {
         spec.x = spec.full_x = 100;
         spec.y = spec.full_y = -50;
     });
-    for (std::string const file : {"out.png", "out.tif", "out.dpx", "out.tga", "out.jpg"}) {
+    for (std::string const file : {"out.png", "out.tif"}) {
         render("in.exr", file, {"--depth", "8"});
         EXPECT_EQ(copy(file, "again.exr"), "") << file;
         auto const again = readPicture<float>(at("again.exr"));
         EXPECT_EQ(std::pair(again.width, again.height), std::pair(12, 8));
-        EXPECT_NEAR(again.values.back(), file == "out.jpg" ? 1 : 0.5, 0.01) << file;
+        EXPECT_NEAR(again.values.back(), 0.5, 0.01) << file;
     }
 }
 
@@ -311,7 +288,6 @@ TEST_F(FrameFiles, AssociatedColourIsDividedAndMultiplied) {
         }
         copy(file, "out.png", {"--depth", "8"});
         auto const straight = readPicture<std::uint8_t>(at("out.png"));
-        EXPECT_EQ(straight.format, "uint8");
         EXPECT_EQ(straight.values, (std::vector<std::uint8_t>{255, 0, 128, 128, 191, 255, 0, 255}));
         copy(file, "out.ppm", {"--depth", "8"});  // over black
         EXPECT_EQ(readPicture<std::uint8_t>(at("out.ppm")).values,
@@ -323,14 +299,12 @@ TEST_F(FrameFiles, AssociatedColourIsDividedAndMultiplied) {
 TEST_F(FrameFiles, WebpGivesStraightColour) {
     writeWith(at("in.webp"), 4, OIIO::TypeUInt8,
               [](OIIO::ImageSpec& spec) { spec.attribute("compression", "lossless"); });
-    for (char const* road : {"module", "memory"}) {
-        copy("in.webp", "out.png", {"--road", road});
-        auto const straight = readPicture<std::uint8_t>(at("out.png"));
-        // 8 bits of linear light and of the curve on writing, times alpha in 8 bits on reading: at
-        // most 1 step each here, the last divided by 0.5.
-        EXPECT_NEAR(straight.values[0], 255 * std::pow(0.5, 1 - 1 / 2.2), 4) << road;
-        EXPECT_EQ(straight.values[3], 128) << road;
-    }
+    copy("in.webp", "out.png");
+    auto const straight = readPicture<std::uint8_t>(at("out.png"));
+    // 8 bits of linear light and of the curve on writing, times alpha in 8 bits on reading: at most
+    // 1 step each here, the last divided by 0.5.
+    EXPECT_NEAR(straight.values[0], 255 * std::pow(0.5, 1 - 1 / 2.2), 4);
+    EXPECT_EQ(straight.values[3], 128);
 }
 
 }  // namespace

@@ -42,24 +42,22 @@ TEST_F(PanelCommands, OverlayDrawsTheQuadsThatTheControlsShow) {
 }
 
 TEST_F(PanelCommands, DragMovesAndScalesAProjectsPins) {
-    EXPECT_EQ(run({"drag", "p.zelk.json", "--from", "60,40", "--to", "70,45", "--zoom", "2"}).out,
+    EXPECT_EQ(run("drag p.zelk.json --from 60,40 --to 70,45 --zoom 2"_words).out,
               "to-upper-left: 0,0 -> 5,2\nto-upper-right: 120,0 -> 125,2\n"
               "to-lower-left: 0,80 -> 5,82\nto-lower-right: 120,80 -> 125,82\n");
     std::string const moved = bytesOf("p.zelk.json");
     EXPECT_NE(moved.find("[125, 82]"), std::string::npos) << moved;
-    Outcome const scaled = run({"drag", "p.zelk.json", "--from", "65,42", "--to", "165,42",
-                                "--shift", "-o", "wide.zelk.json"});
+    Outcome const scaled =
+        run("drag p.zelk.json --from 65,42 --to 165,42 --shift -o wide.zelk.json"_words);
     EXPECT_EQ(scaled.out.substr(0, 34), "to-upper-left: 5,2 -> -9,2\nto-uppe") << scaled.err;
     EXPECT_EQ(bytesOf("p.zelk.json"), moved);
 
-    for (auto const& [words, code, says] :
-         {std::tuple<Words, int, char const*>{{"--from", "900,40", "--to", "1,1"}, 2, "\"900,40\""},
-          {{"--from", "60,40"}, 2, "--to"},
-          {{"--from", "60;40", "--to", "1,1"}, 2, "\"60;40\""},
-          {{"--from", "60,40", "--to", "1,1", "--zoom", "0"}, 2, "out of range: \"0\""},
-          {{"--from", "60,40", "--to", "1,1", "-o", "wide.zelk.json"}, 4, "wide.zelk.json"}})
-        expectRefusal(joined({"drag", "p.zelk.json"}, words), code, {says});
-    done({"drag", "p.zelk.json", "--from", "65,42", "--to", "70,42", "--dry-run"});
+    expectRefusal("drag p.zelk.json --from 900,40 --to 1,1"_words, 2, {"\"900,40\""});
+    expectRefusal("drag p.zelk.json --from 60,40"_words, 2, {"--to"});
+    expectRefusal("drag p.zelk.json --from 60;40 --to 1,1"_words, 2, {"\"60;40\""});
+    expectRefusal("drag p.zelk.json --from 60,40 --to 1,1 --zoom 0"_words, 2, {"out of range"});
+    expectRefusal("drag p.zelk.json --from 60,40 --to 1,1 -o wide.zelk.json"_words, 4, {"wide."});
+    done("drag p.zelk.json --from 65,42 --to 70,42 --dry-run"_words);
     EXPECT_EQ(bytesOf("p.zelk.json"), moved);
 }
 

@@ -33,23 +33,13 @@ TEST_F(Files, TheOriginalViewGivesBackAnEightBitPngBitForBit) {
         }
 }
 
-// A step of the host's 16 bits is two of the file's: float loses none.
-TEST_F(Files, SixteenBitsGoThroughFloatUnchanged) {
-    writePicture(at("in.png"), noise<std::uint16_t>(31, 17, 4, 77));
-    copy("in.png", "out.png", {"--depth", "float"});
-    EXPECT_EQ(readPicture<std::uint16_t>(at("out.png")), readPicture<std::uint16_t>(at("in.png")));
-}
-
 // Every quality takes every kind and keeps its size and depth; pins far out of the frame leave
 // nothing of it.
 TEST_F(Files, EveryKindOfPictureRendersAtEveryQuality) {
     for (auto const& [file, width, height, channels, type] :
          {std::tuple("pixel.png", 1, 1, 4, "uint8"),
-          {"column.png", 1, 9, 3, "uint8"},
           {"row.png", 9, 1, 4, "uint16"},
           {"grey.png", 16, 12, 1, "uint8"},
-          {"rgb.tif", 16, 12, 3, "uint8"},
-          {"deep.tif", 16, 12, 4, "uint16"},
           {"many.exr", 16, 12, 5, "half"}}) {
         writePicture(at(file), noise<float>(width, height, channels, 3), type);
         std::string const out = std::string("out-") + file;
@@ -72,21 +62,17 @@ TEST_F(Files, EveryKindOfPictureRendersAtEveryQuality) {
 // The warning mirrors the engine: exactly then the frame is empty.
 TEST_F(Files, UnusablePinsWarnOnceAndGiveATransparentFrame) {
     writePicture(at("in.png"), noise<std::uint8_t>(20, 20, 3, 9));
-    // ! is a quad that crosses itself, - a line, . a point, + a good one, # the whole picture.
-    auto const quad = [](char c) {
-        return c == '!'   ? "0,0 20,20 0,20 20,0"
-               : c == '-' ? "0,0 5,5 10,10 20,20"
-               : c == '.' ? "5,5 5,5 5,5 5,5"
-               : c == '+' ? "1,1 19,2 2,18 17,17"
-                          : "0,0 20,0 0,20 20,20";
-    };
+    // ! is a quad that crosses itself, v one with a corner inward, - a line, . a point, + a good
+    // one, # the whole picture.
+    std::map<char, char const*> const quads = {
+        {'!', "0,0 20,20 0,20 20,0"}, {'v', "0,0 20,0 0,20 8,8"},   {'-', "0,0 5,5 10,10 20,20"},
+        {'.', "5,5 5,5 5,5 5,5"},     {'+', "1,1 19,2 2,18 17,17"}, {'#', "0,0 20,0 0,20 20,20"}};
     std::string const offset = "-upper-left-offset-";
     // From and To, the view, crop or an offset of which pins, and the warning, if any.
     for (auto const& [pins, view, more, told] :
          {std::tuple("#!", "both", "", "To Pins make a quad that turns both ways, so"),
-          {"#-", "to", "", "To Pins"},
           {"#.", "both", "", "To Pins"},
-          {"!+", "both", "", "From Pins"},
+          {"#v", "to", "", "both ways"},
           {"!!", "both", "", "ways, the To Pins make"},
           {"-+", "from", "", "From Pins"},
           {"!+", "both", "crop", "From Pins"},
@@ -97,7 +83,7 @@ TEST_F(Files, UnusablePinsWarnOnceAndGiveATransparentFrame) {
           // The first of two passes is left out for whole From Pins, their offsets with it.
           {"##", "from", "from", ""},
           {"#+", "both", "crop from", ""}}) {
-        Words options = {"--from", quad(pins[0]), "--to", quad(pins[1]), "--view", view};
+        Words options = {"--from", quads.at(pins[0]), "--to", quads.at(pins[1]), "--view", view};
         if (has(more, "crop")) options = joined(options, {"--set", "crop-to-pins=on"});
         for (std::string const which : {"to", "from"})
             if (has(more, which))
@@ -119,14 +105,10 @@ TEST_F(Files, OptionsAndSettingsMeanTheSame) {
         return readPicture<std::uint8_t>(at("out.png"));
     };
     auto const tilted = outputOf({"--to", "2.5,1 22,-3 0,17 25.25,16"});
-    EXPECT_EQ(tilted,
-              outputOf({"--set", "to-upper-left=2.5,1", "--set", "TO-UPPER-RIGHT=22,-3", "--set",
-                        "to-lower-left= 0 , 17", "--set", "to-lower-right=25.25,16"}));
-    EXPECT_EQ(tilted, outputOf({"--to", "0,0 22,-3 0,17 25.25,16", "--quality", "low", "--set",
-                                "to-upper-left=2.5,1", "--set", "quality=HIGH", "--threads", "3"}));
+    EXPECT_EQ(tilted, outputOf({"--to", "0,0 22,-3 0,0 25.25,16", "--quality", "low", "--set",
+                                "TO-UPPER-LEFT=2.5,1", "--set", "to-lower-left= 0 , 17", "--set",
+                                "quality=HIGH", "--threads", "3"}));
     EXPECT_NE(tilted, outputOf({"--to", "2.5,1 22,-3 0,17 25.25,16", "--quality", "low"}));
-    std::string const corners = "3,2 20,4 1,15 22,17";
-    EXPECT_EQ(outputOf({"--from", corners}), outputOf({"--from", corners, "--to", corners}));
     EXPECT_EQ(outputOf({"--set", "from-upper-left=3,2"}),
               outputOf({"--set", "from-upper-left=3,2", "--set", "to-upper-left=3,2"}));
 }
@@ -146,8 +128,6 @@ TEST_F(Files, ParamsHelpAndVersionGoToStandardOutput) {
     Words const help = {"Usage: zelk", "Examples:", "Exit codes:", "\n  4  "};
     for (auto const& [words, told] :
          {std::pair<Words, Words>{{"--help"}, help},
-          {{"help"}, help},
-          {{"params", "-h"}, help},
           {{"help", "render"}, {"Usage: zelk render", "--in-place"}},
           {{"--version"}, {"zelk "}},
           {{"params", "--resource"},
@@ -160,25 +140,19 @@ TEST_F(Files, ParamsHelpAndVersionGoToStandardOutput) {
         EXPECT_EQ(outcome.err, "");
         for (std::string const& word : told) EXPECT_TRUE(has(outcome.out, word)) << word;
     }
-    std::map<std::string, int> units;
     auto const resource = nlohmann::json::parse(run({"params", "--resource", "--json"}).out);
     EXPECT_EQ(resource["matchName"], "QV Zelk Corner Pin") << "stored projects know it";
-    for (auto const& [host, kind, blurs] :
-         {std::tuple("FXTC", "float slider", 3), std::tuple("KeyG", "fixed slider", 2)}) {
-        auto const list = nlohmann::json::parse(run({"params", "--json", "--host", host}).out);
-        ASSERT_EQ(list.size(), 63u);
-        for (std::size_t i = 0; i < list.size(); ++i) EXPECT_EQ(list[i]["index"], i);
-        for (auto const& each : list) ++units[each.value("unit", "")];
-        EXPECT_EQ(list[49]["kind"], kind);
-        EXPECT_EQ(list[49]["diskId"], 186);
-        EXPECT_EQ(list[49]["valid"]["max"], 5);
-        EXPECT_EQ(list[55]["choices"].size(), static_cast<std::size_t>(blurs));
-        EXPECT_EQ(list[24]["default"]["xPercent"], 100);
-        EXPECT_EQ(list[24]["unit"], "px");
-        EXPECT_EQ(list[44]["unit"], "degrees");
-    }
-    // Of both hosts: 9 in pixels, 18 percentages of the frame, 2 of opacity, 3 angles.
-    EXPECT_EQ(units["px"] + units["% of frame"] + units["%"] + units["degrees"], 64);
+    auto const list = nlohmann::json::parse(run({"params", "--json", "--host", "KeyG"}).out);
+    ASSERT_EQ(list.size(), 63u);
+    for (auto const& [place, value] : {std::pair<char const*, nlohmann::json>{"/62/index", 62},
+                                       {"/49/kind", "fixed slider"},
+                                       {"/49/diskId", 186},
+                                       {"/49/valid/max", 5},
+                                       {"/24/default/xPercent", 100},
+                                       {"/24/unit", "px"},
+                                       {"/44/unit", "degrees"}})
+        EXPECT_EQ(list[nlohmann::json::json_pointer(place)], value) << place;
+    EXPECT_EQ(list[55]["choices"].size(), 2u);
 }
 
 #if !defined(__SANITIZE_ADDRESS__)  // its shadow memory would count as well

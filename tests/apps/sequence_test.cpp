@@ -38,14 +38,10 @@ std::string answerOf(Call const& call) {
 TEST(SequenceName, PutsTheNumberWhereTheMarkIs) {
     // A pattern, and its paths at 7, -8 and 12345. Without a mark all paths are one.
     for (char const* row :
-         {"a.%04d.exr a.0007.exr a.-008.exr a.12345.exr", "a.%d.exr a.7.exr a.-8.exr a.12345.exr",
-          "a.####.exr a.0007.exr a.-008.exr a.12345.exr", "a# a0007 a-008 a12345", "## 07 -8 12345",
-          "a@@@ a007 a-08 a12345", "@ 7 -8 12345", "%010d 0000000007 -000000008 0000012345",
-          "a.$F4.exr a.0007.exr a.-008.exr a.12345.exr", "$F_l 7_l -8_l 12345_l",
-          "/p/%03d/a /p/007/a /p/-08/a /p/12345/a",
+         {"a.%04d.exr a.0007.exr a.-008.exr a.12345.exr", "a# a0007 a-008 a12345", "@ 7 -8 12345",
+          "%010d 0000000007 -000000008 0000012345", "$F_l 7_l -8_l 12345_l",
           "s#1/t@/a.##.b s#1/t@/a.07.b s#1/t@/a.-8.b s#1/t@/a.12345.b",
-          "9%%.##.$FF 9%.07.$FF 9%.-8.$FF 9%.12345.$FF", "a.exr a.exr a.exr a.exr",
-          "9%%.x 9%.x 9%.x 9%.x", "$H%.%-d $H%.%-d $H%.%-d $H%.%-d"}) {
+          "9%%.##.$FF 9%.07.$FF 9%.-8.$FF 9%.12345.$FF", "9%%.x 9%.x 9%.x 9%.x"}) {
         auto const words = split(row, ' ');
         SequenceName const name(words[0]);
         EXPECT_EQ(name.isSequence(), words[1] != words[2]) << row;
@@ -53,19 +49,15 @@ TEST(SequenceName, PutsTheNumberWhereTheMarkIs) {
              {std::pair{7, words[1]}, {-8, words[2]}, {12345, words[3]}})
             EXPECT_EQ(name.pathOf(frame), path);
     }
-    for (char const* row :
-         {"a%4d malformed %4d", "a%04x malformed %04x", "%0d malformed %0d", "%s.exr malformed %s",
-          "50%off malformed %o", "%04 malformed %04", "%021d malformed %021d", "$F0 malformed $F0",
-          "%099999999999d malformed %099999999999d",
-          "@@@@@@@@@@@@@@@@@@@@@ malformed @@@@@@@@@@@@@@@@@@@@@", "%d/a.#### second ####",
-          "#@ second @", "$F4.$F second $F"}) {
+    for (char const* row : {"a%4d malformed %4d", "50%off malformed %o", "%021d malformed %021d",
+                            "$F0 malformed $F0", "%099999999999d malformed %099999999999d",
+                            "@@@@@@@@@@@@@@@@@@@@@ malformed @@@@@@@@@@@@@@@@@@@@@",
+                            "%d/a.#### second ####", "#@ second @"}) {
         auto const words = split(row, ' ');
-        std::string const answer =
-            answerOf([&] { return SequenceName(words[0]).pathOf(1).string(); });
-        EXPECT_EQ(answer.find(fmt::format("{}: {} frame mark \"{}\", expected ", words[0], words[1],
-                                          words[2])),
-                  0u)
-            << answer;
+        EXPECT_TRUE(answerOf([&] { return SequenceName(words[0]).pathOf(1).string(); })
+                        .starts_with(fmt::format("{}: {} frame mark \"{}\", expected ", words[0],
+                                                 words[1], words[2])))
+            << row;
     }
 }
 
@@ -95,20 +87,17 @@ TEST(FrameRange, ListsFramesInOrderOnceOrRefuses) {
         return answerOf([&] { return parseFrameRange("--frames", text); });
     };
     for (char const* row :
-         {"7=7", "-8=-8", "1001-1003=1001 1002 1003", "-8--5=-8 -7 -6 -5", "1--1=1 0 -1",
-          "4-1=4 3 2 1", "1-3,20-30x4=1 2 3 20 24 28", "1-10y3=2 3 5 6 8 9", "10-1x-4=10 6 2",
-          "10-1x4=10 6 2", "1-10x-4=10 6 2", "10-5y-2=9 7 5", "3,1-4,2,5=3 1 2 4 5",
+         {"-8--5=-8 -7 -6 -5", "4-1=4 3 2 1", "1-3,20-30x4=1 2 3 20 24 28", "1-10y3=2 3 5 6 8 9",
+          "10-1x-4=10 6 2", "1-10x-4=10 6 2", "10-5y-2=9 7 5", "3,1-4,2,5=3 1 2 4 5",
           " 1 - 3 x 2 , 9 =1 3 9", "5,5-5y1=5", "007-009=7 8 9", "-2147483648=-2147483648",
-          "2147483646-2147483647=2147483646 2147483647", "0-20000000x15000000=0 15000000"})
+          "2147483646-2147483647=2147483646 2147483647"})
         EXPECT_EQ(frames(split(row, '=')[0]), split(row, '=')[1]) << row;
     EXPECT_EQ(parseFrameRange("--frames", "1-1000000").size(), 1'000'000u);
     for (char const* row :
-         {"not a list of frames|| "
-          "|,|1,|,1|1,,2|abc|1-abc|1abc|1-|-|--3|1-3-5|7x2|1-10x|1-10xq|1.5|1e3",
-          "not a list of frames|1-9x2x2|1-9x1y2|0x10|1-9:2|1-9X2|+1-3|1 3|1-9x2.5",
+         {"not a list of frames|| |1,|1,,2|abc|1abc|1-|--3|1-3-5|7x2|1-10x|1.5|1-9x2x2|1 3",
           "no frames in|1-10y1|5-5y3", "step of 0 in|1-10x0|1-10y0|5,1-1x0",
-          "number beyond 32 bits in|2147483648|1-99999999999|-2147483649|1-3x99999999999",
-          "range too long in|-2147483648-2147483647x1500000000|0-100000001x100000001",
+          "number beyond 32 bits in|2147483648|-2147483649|1-3x99999999999",
+          "range too long in|-2147483648-2147483647x1500000000",
           "more than 1000000 frames in|0-1000000|0-99999999y2|1-1000000,0"}) {
         auto texts = split(row, '|');
         std::string const wrong = std::exchange(texts[0], texts[1]);
@@ -128,7 +117,7 @@ TEST(FramePipeline, KeepsOrderBoundAndFramesUnderDelaysAndFailures) {
     for (int round = 0; round < 150; ++round) {
         SCOPED_TRACE(fmt::format("seed {}, round {}", seed, round));
         int const count = upTo(30), stopFrame = round % 3 ? -1 : upTo(30), stopStage = upTo(2);
-        std::vector<int> frames(count), delaysUs(count * 3), failing(count), stores, done, failed;
+        std::vector<int> frames(count), delaysUs(count * 3), failing(count), done, failed;
         std::iota(frames.begin(), frames.end(), 0);
         for (int& delay : delaysUs) delay = upTo(1) * upTo(300);
         for (int& stage : failing) stage = upTo(5) ? kNone : upTo(2);
@@ -136,7 +125,6 @@ TEST(FramePipeline, KeepsOrderBoundAndFramesUnderDelaysAndFailures) {
         std::atomic<int> alive = 0;  // from the start of a load to the end of the store
         PipelineOptions const options{std::size_t(upTo(4)), upTo(2) == 0, &stop};
         int last[3] = {-1, -1, -1}, ended = 0;
-        int most = count;  // as many leave the pipeline without a stop
         using Held = std::shared_ptr<int>;
         auto const work = [&, caller = std::this_thread::get_id()](Stage own, int frame,
                                                                    Held held) {
@@ -154,33 +142,27 @@ TEST(FramePipeline, KeepsOrderBoundAndFramesUnderDelaysAndFailures) {
             return work(kLoad, frame, {new int(frame), [&](int* gone) { delete gone, --alive; }});
         };
         auto const render = [&](int frame, Held held) { return work(kRender, frame, held); };
-        auto const store = [&](int frame, Held const& held) {  // stays in its slot
-            stores.push_back(frame);
-            work(kStore, frame, held);
-        };
+        auto const store = [&](int frame, Held const& held) { work(kStore, frame, held); };
         auto const report = [&](int frame, std::size_t index, FrameFailure const* failure) {
             EXPECT_EQ(frame, ended++);
             EXPECT_EQ(frame, int(index));
-            EXPECT_EQ(failure != nullptr, failing[frame] != kNone);
+            ASSERT_EQ(failure != nullptr, failing[frame] != kNone);
             (failure ? failed : done).push_back(frame);
-            if (failing[frame] < kStore) stores.push_back(frame);  // all but the ones dropped
+            bool const isUsers = frame % 3 != 0;
+            if (!failure) return;
+            EXPECT_EQ(failure->message, isUsers ? "f: w \"v\"" : "unknown failure");
+            EXPECT_EQ(failure->code, isUsers ? ExitCode::kInput : ExitCode::kRenderFailed);
         };
         PipelineResult const result = runFrames(frames, options, load, render, store, report);
-        if (options.stopAtFirstFailure) {
-            for (most = 0; most < count && failing[most] == kNone;) ++most;
-            most = std::min(most + 1, count);
-        }
+        // As many leave the pipeline without a stop.
+        auto const first = std::find_if(failing.begin(), failing.end(), [&](int stage) {
+            return options.stopAtFirstFailure && stage != kNone;
+        });
+        int const most = std::min(count, int(first - failing.begin()) + 1);
         EXPECT_EQ(alive, 0);
         EXPECT_EQ(result.done, done);
-        EXPECT_EQ(int(stores.size()), ended);  // every store that began has ended
-        ASSERT_EQ(result.failed.size(), failed.size());
-        for (std::size_t i = 0; i < failed.size(); ++i) {
-            FrameFailure const& failure = result.failed[i];
-            bool const isUsers = failed[i] % 3 != 0;
-            EXPECT_EQ(failure.frame, failed[i]);
-            EXPECT_EQ(failure.message, isUsers ? "f: w \"v\"" : "unknown failure");
-            EXPECT_EQ(failure.code, isUsers ? ExitCode::kInput : ExitCode::kRenderFailed);
-        }
+        EXPECT_TRUE(std::ranges::equal(result.failed, failed, {}, &FrameFailure::frame));
+        EXPECT_LT(last[kStore], ended);  // every store that began has ended
         EXPECT_EQ(result.isStopped, ended < most);
         EXPECT_LE(ended, stop ? stopFrame + (stopStage == kStore) : most);
         EXPECT_TRUE(stop || ended == most);
@@ -198,10 +180,9 @@ TEST(FramePipeline, WorksOnThreeFramesAtOnce) {
         EXPECT_TRUE(meeting.try_wait());
         return frame;
     };
-    auto const load = [&](int frame) { return meet(frame, 2); };
-    auto const render = [&](int frame, int) { return meet(frame, 1); };
-    EXPECT_EQ(runFrames({0, 1, 2}, {}, load, render, [&](int f, int) { meet(f, 0); }).done.size(),
-              3u);
+    runFrames(
+        {0, 1, 2}, {}, [&](int frame) { return meet(frame, 2); },
+        [&](int frame, int) { return meet(frame, 1); }, [&](int frame, int) { meet(frame, 0); });
     // What the report throws ends the run and comes out, however far the stages are.
     auto const same = [](int frame, int = 0) { return frame; };
     auto const report = [](int, std::size_t i, FrameFailure const*) { i == 5 ? throw 5 : 0; };
@@ -209,35 +190,30 @@ TEST(FramePipeline, WorksOnThreeFramesAtOnce) {
 }
 
 /// What is told of three frames, the second of which fails.
-std::string told(ProgressMode mode, bool isTerminal, int columns) {
+std::string told(ProgressMode mode, bool isTerminal) {
     std::string text;
     double now = 100;
-    {
-        Progress progress(mode, 3,
-                          {[&](std::string_view part) { text += part; }, [&] { return now += 0.5; },
-                           [&] { return columns; }, isTerminal});
-        progress.done(1001);
-        progress.failed(1002, "a\xff\n\"b\"");
-        now += 0.5;
-        progress.done(1003);
-        if (mode == ProgressMode::kJson) progress.end({2, 4, false});
-    }
+    Progress progress(mode, 3,
+                      {[&](std::string_view part) { text += part; }, [&] { return now += 0.5; },
+                       [] { return 50; }, isTerminal});
+    progress.done(1001);
+    progress.failed(1002, "a\xff\n\"b\"");
+    now += 0.5;
+    progress.done(1003);
+    progress.end({2, 4, false});
     return text;
 }
 
 TEST(Progress, TellsEachFrame) {
     std::string const failure = "1002 (2/3) failed: a\xff \"b\"\n";
-    std::string const plain = "1001 (1/3) 2.0 frames/s\n" + failure + "1003 (3/3) 1.5 frames/s\n";
-    EXPECT_EQ(told(ProgressMode::kPlain, true, 80), plain);
-    EXPECT_EQ(told(ProgressMode::kAuto, false, 80), plain);
-    auto const bar = [&](auto... lines) {
-        return fmt::format("\r\x1b[K{}\r\x1b[K{}\r\x1b[K{}\r\x1b[K{}\r\x1b[K", lines...);
-    };
-    EXPECT_EQ(told(ProgressMode::kAuto, true, 50),
-              bar("1001 (1/3) [####........] 2.0 frames/s, 0:01 left", failure,
-                  "1002 (2/3) [########....] 2.0 frames/s, 0:01 left",
-                  "1003 (3/3) [############] 1.5 frames/s, 0:00 left"));
-    EXPECT_EQ(told(ProgressMode::kJson, true, 80),
+    EXPECT_EQ(told(ProgressMode::kAuto, false),
+              "1001 (1/3) 2.0 frames/s\n" + failure + "1003 (3/3) 1.5 frames/s\n");
+    std::string const clear = "\r\x1b[K";
+    EXPECT_EQ(told(ProgressMode::kAuto, true),
+              clear + "1001 (1/3) [####........] 2.0 frames/s, 0:01 left" + clear + failure +
+                  clear + "1002 (2/3) [########....] 2.0 frames/s, 0:01 left" + clear +
+                  "1003 (3/3) [############] 1.5 frames/s, 0:00 left" + clear);
+    EXPECT_EQ(told(ProgressMode::kJson, true),
               R"({"event":"frame","frame":1001,"index":1,"count":3,"seconds":0.5}
 {"event":"failed","frame":1002,"index":2,"count":3,"seconds":1.0,"message":"a)"
               "\xef\xbf\xbd"
@@ -245,7 +221,7 @@ TEST(Progress, TellsEachFrame) {
 {"event":"frame","frame":1003,"index":3,"count":3,"seconds":2.0}
 {"event":"done","index":3,"count":3,"seconds":2.0,"written":2,"skipped":4,"failed":1,"stopped":false}
 )");
-    EXPECT_EQ(told(ProgressMode::kNone, true, 80), "1002 (2/3) failed: a\xFF \"b\"\n");
+    EXPECT_EQ(told(ProgressMode::kNone, true), failure);
     std::string last;
     double now = 0, step = 1;
     Progress progress(ProgressMode::kPlain, 40,
@@ -256,25 +232,19 @@ TEST(Progress, TellsEachFrame) {
 
 TEST(InterruptFlag, CatchesTheFirstSignalOnly) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");  // the picture library has threads
-    auto const former = std::signal(SIGTERM, SIG_IGN), own = +[](int) {};
+    auto const own = +[](int) {};
+    std::signal(SIGTERM, SIG_IGN);
     std::signal(SIGINT, own);
     {
         InterruptFlag const guard;
-        std::raise(SIGTERM);
+        std::raise(SIGTERM);  // still ignored
         EXPECT_FALSE(guard.flag());
         std::raise(SIGINT);
         EXPECT_TRUE(guard.flag());
-        std::raise(SIGTERM);  // still ignored
         EXPECT_EXIT(std::raise(SIGINT), testing::ExitedWithCode(130), "");
     }
-    EXPECT_EQ(std::signal(SIGTERM, former), SIG_IGN);
+    EXPECT_EQ(std::signal(SIGTERM, SIG_DFL), SIG_IGN);
     EXPECT_EQ(std::signal(SIGINT, SIG_DFL), own);
-    auto const twice = [] {
-        InterruptFlag const guard([](int) { ::_exit(7); });
-        std::raise(SIGTERM);
-        std::raise(SIGINT);
-    };
-    EXPECT_EXIT(twice(), testing::ExitedWithCode(7), "");
 }
 
 }  // namespace

@@ -2,10 +2,9 @@
 #include "tests/apps/zelk_process.h"
 
 #include <fcntl.h>
-#include <linux/capability.h>
+#include <linux/securebits.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
-#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -28,17 +27,6 @@ void limitChild(int which, std::size_t bytes) {
     if (bytes > 0) ::setrlimit(which, &limit);
 }
 
-/// The program that is started next has to obey permissions although its user is root.
-bool obeyPermissions() {
-    __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
-    __user_cap_data_struct sets[2];
-    bool isDone = ::prctl(PR_CAPBSET_DROP, CAP_DAC_OVERRIDE) == 0 &&
-                  ::prctl(PR_CAPBSET_DROP, CAP_DAC_READ_SEARCH) == 0 &&
-                  ::syscall(SYS_capget, &header, sets) == 0;
-    sets[0].inheritable = sets[1].inheritable = 0;
-    return isDone && ::syscall(SYS_capset, &header, sets) == 0;
-}
-
 [[noreturn]] void becomeZelk(fs::path const& folder, Words& arguments, Limits const& limits) {
     arguments.insert(arguments.begin(), ZELK_BINARY);
     std::vector<char*> argv;
@@ -50,7 +38,9 @@ bool obeyPermissions() {
     isReady = isReady && ::dup2(out, 1) == 1 && ::dup2(err, 2) == 2;
     limitChild(RLIMIT_AS, limits.addressSpace);
     limitChild(RLIMIT_FSIZE, limits.fileSize);
-    if (limits.obeysPermissions && ::geteuid() == 0) isReady = isReady && obeyPermissions();
+    // Being root gives the program that is started no right.
+    if (limits.obeysPermissions && ::geteuid() == 0)
+        isReady = isReady && ::prctl(PR_SET_SECUREBITS, SECBIT_NOROOT) == 0;
     if (isReady) ::execv(ZELK_BINARY, argv.data());
     ::_exit(126);
 }
@@ -73,6 +63,8 @@ Words split(std::string const& text, char between) {
     for (char c : text) c == between ? all.emplace_back() : all.back() += c;
     return all;
 }
+
+Words operator""_words(char const* text, std::size_t size) { return split({text, size}, ' '); }
 
 void ZelkTest::TearDown() {
     if (!m_path.empty()) ::setenv("PATH", m_path.c_str(), 1);

@@ -33,6 +33,8 @@ std::ptrdiff_t lines(std::string const& text);
 Words joined(Words some, Words const& more);
 /// Of a table in a text.
 Words split(std::string const& text, char between);
+/// Of a command line, parted by single blanks.
+Words operator""_words(char const* text, std::size_t size);
 
 /// A temporary folder that is the working folder of every run.
 class ZelkTest : public ::testing::Test {

@@ -20,7 +20,7 @@ TEST(ModuleResource, HasToBeSoundAndTrue) {
     for (Case const& c :
          {Case{"}", ", \"later\": []}", nullptr},
           {"{", "", "\"probe.so.json\" is not sound, expected a JSON object of at most 65536"},
-          {"\"name\"", "\"nam\"", "sound \"name\", expected a string of 1 to 31 bytes"},
+          {"\"name\"", "\"nam\"", "sound \"name\", expected a printable string of 1 to 31 bytes"},
           {"\"Test\"", "\"12345678901234567890123456789012\"", "sound \"category\""},
           {"\"outFlags\": 0", "\"outFlags\": 4294967296", "sound \"outFlags\""},
           {"EntryPointFunc", "Elsewhere", "exports no function \"Elsewhere\""},

@@ -32,7 +32,7 @@ std::unique_ptr<Host> loadModule(ModuleRequest const& request) {
     } catch (HostError const& error) {
         bool const isRefusal = error.code() != PF_Err_NONE;
         throw UserError(isRefusal ? ExitCode::kRenderFailed : ExitCode::kInput,
-                        {file, "cannot be loaded:", reasonOf(error, file), "the effect's module"});
+                        {file, "cannot be loaded: it " + reasonOf(error, file), "", ""});
     }
     if (host->parameters().size() != kParameterCount) {
         throw UserError(ExitCode::kInput, {file, "wrong number of parameters,",

@@ -54,6 +54,8 @@ public:
     bool tellsErrors() const { return m_mode == ProgressMode::kJson; }
 
     void done(int frame);
+    /// A frame that was only looked at: it is counted, and nothing is told.
+    void passed() { tick(); }
     void failed(int frame, std::string_view message);
     /// Something to know that is no frame's end.
     void warning(std::string_view message);

@@ -97,7 +97,9 @@ ExitCode SequenceRun::run() {
         Complaint complaint =
             files.missingOf(*m_schedule.missingFrame).missing(*m_schedule.missingFrame);
         m_missing = complaint.thing;
-        if (!m_isStill) complaint.expected += ", or --missing (" + summary() + ")";
+        if (!m_isStill) complaint.expected += ", or --missing";
+        if (!m_isStill && m_purpose == Purpose::kRender)
+            complaint.expected += " (" + summary() + ")";
         throw UserError(ExitCode::kInput, complaint);
     }
     tellEnd();
@@ -108,8 +110,7 @@ void SequenceRun::tellEnd() {
     m_progress.end({written(), m_schedule.skipped, m_result.isStopped});
     if (isFailureTheEnd() && !m_result.failed.empty())
         std::fprintf(stderr, "zelk: %s\n", oneLine(m_result.failed.front().message).c_str());
-    bool const isTold = m_isStill ? m_mode != ProgressMode::kNone || m_schedule.skipped > 0
-                                  : m_mode != ProgressMode::kNone;
+    bool const isTold = m_mode != ProgressMode::kNone || (m_isStill && m_schedule.skipped > 0);
     if (m_purpose == Purpose::kRender && isTold && !m_progress.tellsErrors())
         std::fprintf(stderr, "zelk: %s\n", summary().c_str());
     if (m_result.done.empty() || m_purpose != Purpose::kRender) return;
@@ -191,8 +192,10 @@ void SequenceRun::report(SequenceRenderer& renderer, int frame, FrameFailure con
     if (failure && isFailureTheEnd()) return;
     if (failure)
         m_progress.failed(frame, failure->message);
-    else
+    else if (m_purpose == Purpose::kRender)
         m_progress.done(frame);
+    else
+        m_progress.passed();
     tellWarnings(renderer);
 }
 
@@ -207,10 +210,8 @@ std::size_t SequenceRun::written() const {
 
 std::string SequenceRun::summary() const {
     bool const isLost = m_isMovie && (m_result.isStopped || !m_result.failed.empty());
-    std::string text =
-        isLost
-            ? "no movie written"
-            : framesCounted(m_purpose == Purpose::kRender ? m_result.done.size() : 0) + " written";
+    std::size_t const count = m_purpose == Purpose::kRender ? m_result.done.size() : 0;
+    std::string text = isLost ? "no movie written" : framesCounted(count) + " written";
     if (m_schedule.skipped) text += fmt::format(", {} skipped", m_schedule.skipped);
     if (!m_result.failed.empty()) text += fmt::format(", {} failed", m_result.failed.size());
     if (m_result.isStopped) text += ", interrupted";

@@ -50,6 +50,15 @@ void SequenceRenderer::check(int frame) {
     }
     if (m_files.plate)
         if (auto const plate = m_files.plate->pictureOf(frame)) openSized(*plate, m_frameSize);
+    ModuleRender const& ask = m_ask;
+    PixelSize const margin = isModule() ? marginOf(m_host.parameters(), ask) : PixelSize{};
+    int const n = isModule() ? ask.downsample : 1;
+    plan({m_layerSize.width / n, m_layerSize.height / n, m_frameSize.width / n,
+          m_frameSize.height / n, n, margin.width, margin.height},
+         frameRequest(m_comp, frame), Depth::kFloat);
+    std::vector<std::string> warnings;
+    if (m_files.plate) addColorWarning(m_request, m_layerTraits, m_plateTraits, warnings);
+    m_warnings.add(warnings);
     if (!m_request.output.empty() && !isMovieName(m_request.output))
         checkTarget(m_files.output.pathOf(frame), m_request.noClobber);
 }

@@ -1,15 +1,16 @@
 // Messages of one line; see errors.h for their form.
 #include "zelk/text/errors.h"
 
-#include <fmt/format.h>
-
 namespace zelk {
 
 namespace {
 
 std::string sentence(Complaint const& complaint) {
-    std::string text =
-        fmt::format("{}: {} \"{}\"", complaint.thing, complaint.wrong, complaint.value);
+    std::string text = complaint.thing + ": " + complaint.wrong;
+    if (!complaint.value.empty())
+        text += " \"" + complaint.value + "\"";
+    else if (text.ends_with(',') || text.ends_with(':'))
+        text.pop_back();  // what led over to the value
     if (!complaint.expected.empty()) text += ", expected " + complaint.expected;
     return oneLine(text);
 }

@@ -1,6 +1,7 @@
 // The one exception of the command line: a sentence for the user, and the exit code with it.
 //
-// Every message has the form  THING: what is wrong with "VALUE", expected ...  and is one line,
+// Every message has the form  THING: what is wrong with "VALUE", expected ...  without the value
+// where there is none, and is one line,
 // whatever a file name, a value or a library's own text holds.
 #pragma once
 
@@ -17,7 +18,7 @@ namespace zelk {
 struct Complaint {
     std::string thing;     ///< an option, a parameter or a file
     std::string wrong;     ///< "not a number"
-    std::string value;     ///< as the user gave it
+    std::string value;     ///< as the user gave it; empty for none
     std::string expected;  ///< "a number from 0 to 100"
 };
 
