@@ -110,8 +110,9 @@ TEST_F(Sequence, MissingInputsByPolicy) {
                       told);
         EXPECT_EQ(countOf(stem), written);
     }
-    expectProject("--frames 1001-1006 --progress json"_words, 3,
-                  R"("event":"error","message":"plate.1003.png: no such file)");
+    expectProject(
+        "--frames 1001-1006 --progress json"_words, 3,
+        R"("event":"error","frame":1003,"file":"plate.1003.png","message":"plate.1003.png: no such file)");
     auto const held = frame("hold", 1003), black = frame("black", 1003);
     EXPECT_EQ(black.at(39, 0, 0), 0) << "upper right, beside the layer";
     EXPECT_EQ(held.at(39, 0, 0), frame("hold", 1002).at(39, 0, 0));
@@ -179,7 +180,7 @@ TEST_F(Sequence, ALosslessMovieIsReadAsItWasWritten) {
     for (int n = 1; n <= 5; ++n)
         for (char const* stem : {"all", "back"}) EXPECT_EQ(picture(stem, n), picture("file", n));
     EXPECT_EQ(picture("one", 4), picture("file", 4));
-    expectRefusal("render n.mkv -o x.%d.png --frames 4-9"_words, 3,
+    expectRefusal("render n.mkv -o x.%d.png --frames 4-9 --progress none"_words, 3,
                   {"n.mkv: the movie has 5 pictures, frame 9 would be picture \"6\"",
                    "a frame from 4 to 8, or --missing (5 frames written)"});
 }
