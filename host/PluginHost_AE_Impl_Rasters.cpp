@@ -67,12 +67,16 @@ void PluginHost_AE_Impl::describeWorld(PF_EffectWorld* world, bool isLayer, Rast
     PF_Pixel8* pixels8 = static_cast<PF_Pixel8*>(world->data);
     PF_Pixel16* pixels16 = static_cast<PF_Pixel16*>(world->data);
     if (!isApplication(kAppPremierePro)) {
-        // A refused query, or one of another depth than the host tells of, leaves what the record
-        // itself says.
+        // A refused query leaves what the record itself says. So does one without an answer, which
+        // a host gives for another depth than the world has: what it tells of its own images may be
+        // wrong, and they are taken to have the output's format. Of the output it has to be right.
         PF_Pixel8* told8 = nullptr;
         PF_Pixel16* told16 = nullptr;
-        if (!in_data->utils->get_pixel_data8(world, nullptr, &told8) && told8) pixels8 = told8;
-        if (!in_data->utils->get_pixel_data16(world, nullptr, &told16) && told16) pixels16 = told16;
+        const bool isOutput = world == output;
+        if (!in_data->utils->get_pixel_data8(world, nullptr, &told8) && (told8 || isOutput))
+            pixels8 = told8;
+        if (!in_data->utils->get_pixel_data16(world, nullptr, &told16) && (told16 || isOutput))
+            pixels16 = told16;
     }
     const Layout layout = layoutOf(formatOfWorld(world));
     *info = {};

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cstring>
+#include <span>
 #include <string_view>
 
 #include "apps/zelk/cli_checks.h"
@@ -167,7 +168,7 @@ std::string meantBy(CLI::App const& command, std::string const& word, TypedOptio
 
 /// Whatever no option took is an error; the first of it is named. The words may have a `--`, after
 /// which there are no options.
-void refuseExtras(Grammar const& grammar, bool hasOptionsEnd) {
+void refuseExtras(Grammar const& grammar, std::span<char const* const> words) {
     for (std::string const& setting : grammar.typed.settings) requireAssignment(setting);
     CLI::App const* command = &grammar.app;
     std::vector<std::string> extras = grammar.app.remaining();  // also of a command without room
@@ -176,12 +177,12 @@ void refuseExtras(Grammar const& grammar, bool hasOptionsEnd) {
         auto const own = each->remaining();
         extras.insert(extras.begin(), own.begin(), own.end());
     }
-    // The parser keeps the word that ends the options; what it can't place before it is an option.
-    auto const end = hasOptionsEnd ? std::find(extras.begin(), extras.end(), "--") : extras.end();
-    bool const isBeforeEnd = end != extras.begin();
-    if (end != extras.end()) extras.erase(end);
+    auto const end = std::find(words.begin(), words.end(), std::string_view("--"));
+    if (end != words.end())
+        extras.erase(std::remove(extras.begin(), extras.end(), "--"), extras.end());
     if (extras.empty()) return;
     std::string const& word = extras[0];
+    bool const isBeforeEnd = std::find(words.begin(), end, word) != end;
     bool const isOption =
         isBeforeEnd && word.size() > 1 && word[0] == '-' && !parseNumber(word).has_value();
     if (isOption) {
@@ -218,7 +219,8 @@ CommandLine parseCommandLine(int argc, char const* const* argv) {
         std::reverse(words.begin(), words.end());  // as the parser takes them
         grammar.app.parse(words);
     } catch (CLI::CallForHelp const&) {
-        if (std::string_view(argv[1]) == "help") refuseExtras(grammar, false);  // of what
+        if (std::string_view(argv[1]) == "help")
+            refuseExtras(grammar, {argv, static_cast<std::size_t>(argc)});  // of what
         line.text = grammar.app.help() + "\n";
         return line;
     } catch (CLI::CallForVersion const&) {
@@ -227,7 +229,7 @@ CommandLine parseCommandLine(int argc, char const* const* argv) {
     } catch (CLI::ParseError const& error) {
         throw asUserError(error);
     }
-    refuseExtras(grammar, std::find(argv, argv + argc, std::string_view("--")) != argv + argc);
+    refuseExtras(grammar, {argv, static_cast<std::size_t>(argc)});
     if (grammar.render->parsed()) {
         line.render = checkedRender(grammar.typed);
         line.render->history = historyOf(argc, argv);

@@ -102,9 +102,9 @@ TEST(FrameRange, ListsFramesInOrderOnceOrRefuses) {
         auto texts = split(row, '|');
         std::string const wrong = std::exchange(texts[0], texts[1]);
         for (std::string const& text : texts)
-            EXPECT_EQ(frames(text), fmt::format("--frames: {} \"{}\", expected frames such as 7, "
+            EXPECT_EQ(frames(text), fmt::format("--frames: {}{}, expected frames such as 7, "
                                                 "1001-1100, 1-10,20-30x2 or 1-100y5",
-                                                wrong, text));
+                                                wrong, text.empty() ? "" : " \"" + text + "\""));
     }
 }
 

@@ -229,7 +229,7 @@ TEST(Track, FormsAreKnownByTheirText) {
 // A form, empty for what the text tells, a text, and how its refusal begins.
 constexpr char const* kRefused = R"(mocha|0 1 2~|no corner's section in "the file"
 keyframes|Source Width 32768~|line 1: the frame's size can't be "Source Width 32768"
-nodes|to1 {1~|line 1: breaks off in a pin: ""
+nodes|to1 {1~|line 1: breaks off in a pin, expected
 |1 bogus 100 3~2 ul 1 2~|line 1: not a corner: "bogus"
 |ul 1 2 3~ul 2 2 1e400~|line 2: column 4 is not a number: "1e400"
 mocha|Upper Left~0 1 2~Lower Left~|line 3: a section without samples: "upper right"

@@ -1,6 +1,8 @@
 // Opening of the module, with words for a user; see load_module.h.
 #include "zelk/render/load_module.h"
 
+#include <string_view>
+
 #include "zelk/scene/parameter_names.h"
 #include "zelk/text/errors.h"
 
@@ -31,8 +33,11 @@ std::unique_ptr<Host> loadModule(ModuleRequest const& request) {
         host = std::make_unique<Host>(request.module, options);
     } catch (HostError const& error) {
         bool const isRefusal = error.code() != PF_Err_NONE;
+        bool const tellsMore =
+            std::string_view(error.what()).find(", expected ") != std::string_view::npos;
+        char const* const expected = tellsMore ? "" : "the effect's module";
         throw UserError(isRefusal ? ExitCode::kRenderFailed : ExitCode::kInput,
-                        {file, "cannot be loaded: it " + reasonOf(error, file), "", ""});
+                        {file, "cannot be loaded: " + reasonOf(error, file), "", expected});
     }
     if (host->parameters().size() != kParameterCount) {
         throw UserError(ExitCode::kInput, {file, "wrong number of parameters,",
