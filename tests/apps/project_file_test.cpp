@@ -65,6 +65,7 @@ TEST_F(ProjectFile, GoesThereAndBackWithEveryKindAndInterpolation) {
     writeProject(projectOf(project, host.parameters(), project.comp, 320, 180), project.file);
     Project const read = readProject(project.file);
     EXPECT_EQ(projectText(read), bytesOf("a.zelk.json"));
+    EXPECT_TRUE(has(bytesOf("a.zelk.json"), "\"id\": 134"));
     applyProject(read, again, 320, 180);
     EXPECT_EQ(projectText(projectOf(read, again.parameters(), again.comp(), 320, 180)),
               bytesOf("a.zelk.json"));

@@ -139,14 +139,15 @@ TEST(PipelineInModule, StraightColourIsPremultipliedAroundTheTransform) {
 PF_EffectWorld toldOutput;
 PF_PixelFormat toldOfOutput, toldOfOthers;
 
-/// A render of a small frame in Premiere Pro whose world suite tells these formats; its code, and
-/// the output's bytes.
-std::pair<PF_Err, std::vector<unsigned char>> renderTold(PF_PixelFormat ofOutput,
+/// A render of a small frame in a host whose world suite tells these formats; its code, and the
+/// output's bytes.
+std::pair<PF_Err, std::vector<unsigned char>> renderTold(auto const& kind, Depth depth,
+                                                         PF_PixelFormat ofOutput,
                                                          PF_PixelFormat ofOthers) {
     std::pair<PF_Err, std::vector<unsigned char>> answer;
-    auto host = zelk_test::hostWithControls(zelk_test::kModernPremiere, 5, 4);
+    auto host = zelk_test::hostWithControls(kind, 5, 4);
     zelk_test::setControl(*host, kParamTransferMode, 5);
-    host.renderAt(Depth::k8, zelk_test::withBinding([&](PluginHost_AE_Impl& ae) {
+    host.renderAt(depth, zelk_test::withBinding([&](PluginHost_AE_Impl& ae) {
                       PF_WorldSuite2 suite = *ae.worldSuite;
                       toldOutput = *ae.output, toldOfOutput = ofOutput, toldOfOthers = ofOthers;
                       suite.PF_GetPixelFormat = [](PF_EffectWorld const* world,
@@ -163,11 +164,20 @@ std::pair<PF_Err, std::vector<unsigned char>> renderTold(PF_PixelFormat ofOutput
 }
 
 TEST(PipelineInModule, EveryImageIsTakenToHaveTheOutputsFormat) {
-    auto const right = renderTold(PF_PixelFormat_BGRA32, PF_PixelFormat_BGRA32);
+    auto const told = [](PF_PixelFormat ofOutput, PF_PixelFormat ofOthers) {
+        return renderTold(zelk_test::kModernPremiere, Depth::k8, ofOutput, ofOthers);
+    };
+    auto const right = told(PF_PixelFormat_BGRA32, PF_PixelFormat_BGRA32);
     EXPECT_EQ(right.first, 0);
     for (const PF_PixelFormat others : {PF_PixelFormat{0}, PF_PixelFormat_ARGB32})
-        EXPECT_EQ(renderTold(PF_PixelFormat_BGRA32, others), right);
-    auto const tooLarge = renderTold(PF_PixelFormat_ARGB128, PF_PixelFormat_BGRA32);
+        EXPECT_EQ(told(PF_PixelFormat_BGRA32, others), right);
+    for (auto const& [depth, own] : {std::pair(Depth::k8, PF_PixelFormat_ARGB32),
+                                     {Depth::k16, PF_PixelFormat_ARGB64},
+                                     {Depth::kFloat, PF_PixelFormat_ARGB128}})
+        for (const PF_PixelFormat others : {PF_PixelFormat{0}, PF_PixelFormat_ARGB128})
+            EXPECT_EQ(renderTold(zelk_test::kModernAE, depth, own, others),
+                      renderTold(zelk_test::kModernAE, depth, own, own));
+    auto const tooLarge = told(PF_PixelFormat_ARGB128, PF_PixelFormat_BGRA32);
     EXPECT_EQ(tooLarge.first, 1);
     EXPECT_EQ(tooLarge.second, std::vector<unsigned char>(right.second.size())) << "cleared";
 }
