@@ -267,7 +267,8 @@ void addTrackOptions(CLI::App& command, TypedOptions& typed) {
 void addParamsOptions(CLI::App& command, TypedOptions& typed) {
     addFlag(command, "Output", "--json", typed.json, "As a JSON array");
     addFlag(command, "Output", "--resource", typed.resource,
-            "The module's name, version and flags instead (with --json a JSON object)");
+            "The module's name, version and flags alone, as --module puts them before\n"
+            "the table (with --json a JSON object)");
     addModuleOptions(command, typed);
     command.footer(std::string(kParamsExamples) + kExitCodesHelp);
 }

@@ -243,8 +243,8 @@ CommandLine parseCommandLine(int argc, char const* const* argv) {
     } else if (grammar.track->parsed()) {
         line.track = std::make_shared<TrackRequest const>(checkedTrack(grammar.typed));
     } else if (grammar.params->parsed()) {
-        line.params =
-            ParamsRequest{checkedModule(grammar.typed), grammar.typed.json, grammar.typed.resource};
+        line.params = ParamsRequest{checkedModule(grammar.typed), grammar.typed.json,
+                                    grammar.typed.resource, grammar.typed.module.has_value()};
     } else {
         throw UserError(ExitCode::kUsage, {"COMMAND", "not given,", "",
                                            std::string(kCommands) + " (see zelk --help)"});

@@ -44,7 +44,8 @@ struct TypedOptions {
 struct ParamsRequest {
     ModuleRequest module;
     bool json = false;
-    bool resource = false;  ///< what the module says of itself, instead of its parameters
+    bool resource = false;     ///< what the module says of itself, instead of its parameters
+    bool namesModule = false;  ///< the user chose the module: the table starts with its resource
 };
 
 /// A checked `zelk project show`.

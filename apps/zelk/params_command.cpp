@@ -156,8 +156,9 @@ std::string listParameters(ParamsRequest const& request) {
         }
         return list.dump(2) + "\n";
     }
-    std::string text = fmt::format(fmt::runtime(kRowFormat), "index", "name", "display name",
-                                   "kind", "disk id", "default", "unit", "range", "flags");
+    std::string text = request.namesModule ? resourceText(host->resource()) + "\n" : "";
+    text += fmt::format(fmt::runtime(kRowFormat), "index", "name", "display name", "kind",
+                        "disk id", "default", "unit", "range", "flags");
     for (Parameter const& parameter : host->parameters()) text += parameterRow(parameter);
     return text;
 }
