@@ -74,7 +74,7 @@ struct PreRenderResult {
     Depth depth = Depth::k8;                 ///< of the frame, as the host told it
     PF_LRect asked{};                        ///< the output that the host asked for
     LayerRequests agreed;                    ///< what was asked of the layers
-    PF_RenderRequest layerRequest{};         ///< of the last identifier
+    PF_RenderRequest layerRequest{};         ///< of the largest identifier
     std::unique_ptr<void, PreRenderDataDeleter> data;  ///< the effect's own
 };
 

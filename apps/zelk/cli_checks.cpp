@@ -183,8 +183,8 @@ void addTimeOptions(TypedOptions const& typed, RenderRequest& request) {
     request.dryRun = typed.dryRun;
     if (typed.dryRun && typed.explain)
         throw UserError(ExitCode::kUsage, {"--explain",
-                                           "tells what a render did, which there is "
-                                           "none of with",
+                                           "tells what a render did, and nothing is rendered "
+                                           "with",
                                            "--dry-run", "one of the two"});
 }
 
