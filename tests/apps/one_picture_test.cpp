@@ -74,6 +74,19 @@ TEST_F(OnePicture, ADryRunWritesNothingWhateverIsAsked) {
         EXPECT_FALSE(has(outcome.err, "\"frame\"")) << outcome.err;
         EXPECT_EQ(allBytes(), before);
     }
+    for (auto const& [words, told] :
+         {std::pair{"-o o.jp2"_words, "tiles"},  // of 8 x 6 pixels
+          {"-o o.ico --size 257x9"_words, "most 256x256"},
+          {"-o o.webp --size 16384x1"_words, "encode o.webp as"},
+          {"-o o.mp4 --size 20000x2 --frames 1-2"_words, "invalid width"}})
+        for (Words const& end : {Words{"--dry-run"}, Words{}}) {
+            Outcome const refused = run(joined(joined({"render", "in.png"}, words), end));
+            EXPECT_EQ(refused.exitCode, 4) << words[1];
+            EXPECT_EQ(refused.out, "");
+            EXPECT_TRUE(has(refused.err, told)) << refused.err;
+        }
+    Outcome const jpeg = run("render in.png -o o.jpg --dry-run"_words);
+    EXPECT_TRUE(has(jpeg.err, "keeps no alpha")) << jpeg.err;
 }
 
 TEST_F(OnePicture, NoOutputReplacesItsOwnInputUnasked) {

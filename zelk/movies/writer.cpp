@@ -52,6 +52,7 @@ Container const* containerOf(fs::path const& file) {
     return nullptr;
 }
 
+/// `file` empty: coded, and written nowhere.
 std::vector<std::string> programWords(Container const& container, fs::path const& file, int width,
                                       int height, TimeBase const& timeBase) {
     std::vector<std::string> words = {"ffmpeg",
@@ -70,8 +71,12 @@ std::vector<std::string> programWords(Container const& container, fs::path const
                                       "-i",
                                       "-"};
     words.insert(words.end(), container.codec.begin(), container.codec.end());
-    words.insert(words.end(), {"-colorspace", "bt709", "-color_primaries", "bt709", "-color_trc",
-                               "bt709", file.string()});
+    words.insert(words.end(),
+                 {"-colorspace", "bt709", "-color_primaries", "bt709", "-color_trc", "bt709"});
+    if (file.empty())
+        words.insert(words.end(), {"-f", "null", "-"});
+    else
+        words.push_back(file.string());
     return words;
 }
 
@@ -79,6 +84,14 @@ UserError noProgram(fs::path const& target) {
     return {ExitCode::kOutput,
             {target.string(), "a movie is written by a program that is not there:", "ffmpeg",
              "the package ffmpeg to be installed"}};
+}
+
+UserError failureOf(ChildProgram const& program, fs::path const& target) {
+    std::string const words = program.words();
+    return {ExitCode::kOutput,
+            {target.string(),
+             "the movie can't be written:", words.empty() ? "ffmpeg gave no reason" : words,
+             "a writable place and a codec that ffmpeg has"}};
 }
 
 /// A stored value from 0 to 1 as 16 bits, to nearest.
@@ -92,6 +105,18 @@ bool isMovieName(fs::path const& file) { return containerOf(file) != nullptr; }
 
 void requireMovieProgram(fs::path const& target) {
     if (!isProgramThere("ffmpeg")) throw noProgram(target);
+}
+
+void checkMovieSize(fs::path const& target, PixelSize size, TimeBase const& timeBase) {
+    requireMovieProgram(target);
+    ChildProgram program(programWords(*containerOf(target), "", size.width, size.height, timeBase),
+                         ChildProgram::Pipe::kToInput);
+    std::vector<std::uint16_t> const row(static_cast<std::size_t>(size.width) * 4);
+    for (int y = 0; y < size.height; ++y)
+        if (!program.write(row.data(), row.size() * sizeof row[0])) break;
+    program.closePipe();
+    program.await();
+    if (!program.hasSucceeded()) throw failureOf(program, target);
 }
 
 MovieWriter::MovieWriter(fs::path const& target, int width, int height, TimeBase const& timeBase)
@@ -118,13 +143,7 @@ void MovieWriter::endProgram() {
     m_file.writtenBy(0);
 }
 
-UserError MovieWriter::failure() const {
-    std::string const words = m_program->words();
-    return {ExitCode::kOutput,
-            {m_target.string(),
-             "the movie can't be written:", words.empty() ? "ffmpeg gave no reason" : words,
-             "a writable place and a codec that ffmpeg has"}};
-}
+UserError MovieWriter::failure() const { return failureOf(*m_program, m_target); }
 
 void MovieWriter::add(World const& picture, AlphaForm form) {
     if (picture.width() != m_width || picture.height() != m_height)

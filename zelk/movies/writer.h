@@ -16,6 +16,7 @@
 #include "hostkit/time_base.h"
 #include "zelk/files/temporary_file.h"
 #include "zelk/movies/child_program.h"
+#include "zelk/pictures/pixel_size.h"
 #include "zelk/pictures/reader.h"
 #include "zelk/text/errors.h"
 
@@ -26,6 +27,9 @@ bool isMovieName(std::filesystem::path const& file);
 
 /// Throws an output error about `target` where there is no `ffmpeg`, naming the package.
 void requireMovieProgram(std::filesystem::path const& target);
+
+/// What a movie of that size would be refused for: the program codes one black frame into nothing.
+void checkMovieSize(std::filesystem::path const& target, PixelSize size, TimeBase const& timeBase);
 
 class MovieWriter {
 public:

@@ -61,6 +61,9 @@ std::unique_ptr<OIIO::ImageOutput> makeWriter(fs::path const& target) {
     return writer;
 }
 
+/// Writers that refuse a size only when they have all rows; others say so when they open the file.
+constexpr std::array<std::string_view, 3> kRefuseLate = {"webp", "heif", "jpeg2000"};
+
 /// How a world's rows are stored.
 struct RowPlan {
     int channels = 4;
@@ -135,9 +138,9 @@ void setWindows(OIIO::ImageOutput const& writer, WriteRequest const& request,
     spec.full_height = spec.height - 2 * request.marginY;
 }
 
-OIIO::ImageSpec specOf(OIIO::ImageOutput const& writer, World const& world, RowPlan const& plan,
+OIIO::ImageSpec specOf(OIIO::ImageOutput const& writer, PixelSize size, RowPlan const& plan,
                        WriteRequest const& request) {
-    OIIO::ImageSpec spec(world.width(), world.height(), plan.channels, plan.type);
+    OIIO::ImageSpec spec(size.width, size.height, plan.channels, plan.type);
     setWindows(writer, request, spec);
     if (request.keepMetadata) {
         for (auto const& value : request.traits.metadata) spec.extra_attribs.push_back(value);
@@ -148,6 +151,24 @@ OIIO::ImageSpec specOf(OIIO::ImageOutput const& writer, World const& world, RowP
     }
     setStorage(writer.format_name(), plan, spec);
     return spec;
+}
+
+/// What the writer says, of the target instead of the file that stood in for it.
+UserError refusedBy(OIIO::ImageOutput& writer, fs::path const& file, fs::path const& target) {
+    std::string words = writer.geterror();
+    auto const at = words.find(file.string());
+    if (at != words.npos) words.replace(at, file.string().size(), target.string());
+    return unwritable(target, words);
+}
+
+bool lacksAlpha(RowPlan const& plan, WriteRequest const& request) {
+    return plan.channels == 3 && !request.opaque;
+}
+
+void warnOfDepth(OIIO::ImageOutput const& writer, fs::path const& target,
+                 WriteRequest const& request, std::vector<std::string>& warnings) {
+    if (isOneOf(kShallow, std::string_view(writer.format_name())) && request.depth != Depth::k8)
+        warnings.push_back(target.string() + ": this format is written in 8 bits");
 }
 
 /// One row to a file's values; `Stored` is the world's channel where nothing has to be computed.
@@ -253,6 +274,32 @@ void checkTarget(fs::path const& target, bool noClobber) {
     checkPlace(target, noClobber);
 }
 
+std::vector<std::string> checkPicture(PixelSize size, fs::path const& target,
+                                      WriteRequest const& request) {
+    checkTarget(target, request.noClobber);
+    QuietLibraries const quiet;
+    OIIO::Filesystem::IOVecOutput memory;  // takes the place of a file where it can
+    auto const writer = makeWriter(target);
+    RowPlan const plan = planRows(*writer, request);
+    bool const isInMemory = writer->supports("ioproxy") && writer->set_ioproxy(&memory);
+    fs::path const file = isInMemory ? target : "/dev/null";
+    bool isTaken = writer->open(file.string(), specOf(*writer, size, plan, request));
+    if (isTaken && isOneOf(kRefuseLate, std::string_view(writer->format_name()))) {
+        World const black({size.width, size.height, request.depth});
+        isTaken =
+            writeRows(black, plan, *writer).isWhole && writer->close() && !writer->has_error();
+    }
+    if (!isTaken) throw refusedBy(*writer, file, target);
+    writer->close();  // complains of rows that it never got
+    writer->geterror();
+    std::vector<std::string> warnings;
+    if (lacksAlpha(plan, request))
+        warnings.push_back(target.string() +
+                           ": this format keeps no alpha; what is transparent goes over black");
+    warnOfDepth(*writer, target, request, warnings);
+    return warnings;
+}
+
 WriteReport writePicture(World const& world, fs::path const& target, WriteRequest const& request) {
     TemporaryFile file(target);
     QuietLibraries const quiet;
@@ -261,29 +308,29 @@ WriteReport writePicture(World const& world, fs::path const& target, WriteReques
     bool const isInMemory = std::string_view(writer->format_name()) == "jpeg";
     if (isInMemory) writer->set_ioproxy(&memory);
     RowPlan const plan = planRows(*writer, request);
+    PixelSize const size = {world.width(), world.height()};
     WriteReport report;
     Written written;
-    if (writer->open(file.path().string(), specOf(*writer, world, plan, request))) {
+    if (writer->open(file.path().string(), specOf(*writer, size, plan, request))) {
         noteSamples(writer->spec(), plan, report);
         written = writeRows(world, plan, *writer);
     }
     bool const isClosed = writer->close();
-    std::string const error = writer->geterror();
     // The TIFF writer complains of an Exif directory without entries, after a whole picture.
-    bool const isHarmless = error.find("Exif data") != std::string::npos;
-    if (!written.isWhole || !isClosed || !(error.empty() || isHarmless))
-        throw unwritable(target, error);
+    bool const isHarmless =
+        !writer->has_error() || writer->geterror(false).find("Exif data") != std::string::npos;
+    if (!written.isWhole || !isClosed || !isHarmless) throw refusedBy(*writer, file.path(), target);
+    writer->geterror();
     if (isInMemory) saveBytes(memory.buffer(), file.path(), target);
     std::string const fault = faultOfWritten(
         file.path(), {writer->format_name(), world.width(), world.height(), plan.channels});
     if (!fault.empty()) throw unwritable(target, fault);
     if (!file.putInPlace(!request.noClobber)) throw unwritable(target, kIsThere);
-    if (plan.channels == 3 && !request.opaque && written.sawTransparency)
+    if (lacksAlpha(plan, request) && written.sawTransparency)
         report.warnings.push_back(
             target.string() +
             ": alpha can't be kept in this format; the picture is written over black");
-    if (isOneOf(kShallow, std::string_view(writer->format_name())) && request.depth != Depth::k8)
-        report.warnings.push_back(target.string() + ": this format is written in 8 bits");
+    warnOfDepth(*writer, target, request, report.warnings);
     return report;
 }
 

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "hostkit/world.h"
+#include "zelk/pictures/pixel_size.h"
 #include "zelk/pictures/reader.h"
 
 namespace zelk {
@@ -39,6 +40,11 @@ struct WriteReport {
     std::string sampleType;             ///< as OpenImageIO names it: "uint8", "half"
     int sampleBits = 0;                 ///< in use of each sample
 };
+
+/// What writePicture would refuse of a picture of that size, in the same words, and what it may
+/// warn of: the format's own writer is asked, with no file at the target. Throws as checkTarget.
+std::vector<std::string> checkPicture(PixelSize size, std::filesystem::path const& target,
+                                      WriteRequest const& request);
 
 /// Writes beside `target`, checks that all is there, and renames into place. Throws an output
 /// error; the target is then as it was before.

@@ -66,6 +66,7 @@ private:
     void checkStages(SequenceRenderer& renderer);
     void report(SequenceRenderer& renderer, int frame, FrameFailure const* failure);
     void tellWarnings(SequenceRenderer& renderer);
+    void printPlan(Files const& files) const;
     void tellEnd();
     /// Whether a failure is the run's own error, in its one line.
     bool isFailureTheEnd() const { return m_isStill && m_mode == ProgressMode::kNone; }
@@ -92,7 +93,7 @@ ExitCode SequenceRun::run() {
     m_schedule = scheduleOf(m_request, files);
     m_progress.begin(m_schedule.frames.size());
     if (!m_schedule.frames.empty()) takeFrames(*host, files);
-    if (m_purpose == Purpose::kPlan) print(planText(m_request, files, m_schedule));
+    if (m_purpose == Purpose::kPlan) printPlan(files);
     if (m_schedule.missingFrame && !m_result.isStopped) {
         Complaint complaint =
             files.missingOf(*m_schedule.missingFrame).missing(*m_schedule.missingFrame);
@@ -104,6 +105,19 @@ ExitCode SequenceRun::run() {
     }
     tellEnd();
     return code();
+}
+
+/// Without the frames that the check refused; nothing where that leaves nothing.
+void SequenceRun::printPlan(Files const& files) const {
+    Schedule plan = m_schedule;
+    bool const isLost = !m_result.failed.empty() && (m_isMovie || m_result.done.empty());
+    if (isLost) return;
+    std::erase_if(plan.frames, [this](int frame) {
+        auto const& failed = m_result.failed;
+        return std::any_of(failed.begin(), failed.end(),
+                           [frame](FrameFailure const& failure) { return failure.frame == frame; });
+    });
+    print(planText(m_request, files, plan));
 }
 
 void SequenceRun::tellEnd() {

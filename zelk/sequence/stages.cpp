@@ -44,23 +44,31 @@ SequenceRenderer::SequenceRenderer(RenderRequest const& request, Files const& fi
 }
 
 void SequenceRenderer::check(int frame) {
-    if (auto const layer = m_files.layer.pictureOf(frame)) {
-        PictureReader const picture = openSized(*layer, m_layerSize);
-        if (isModule()) requireMemory(m_host, picture, moduleRenderOf(m_request, m_host, picture));
+    LoadedFrame headers;
+    PictureTraits layer = m_layerTraits, plate = m_plateTraits;
+    headers.ask = m_ask;
+    if (auto const file = m_files.layer.pictureOf(frame)) {
+        PictureReader const picture = openSized(*file, m_layerSize);
+        layer = picture.traits();
+        if (isModule()) {
+            headers.ask = moduleRenderOf(m_request, m_host, picture);
+            requireMemory(m_host, picture, headers.ask);
+        }
     }
     if (m_files.plate)
-        if (auto const plate = m_files.plate->pictureOf(frame)) openSized(*plate, m_frameSize);
-    ModuleRender const& ask = m_ask;
-    PixelSize const margin = isModule() ? marginOf(m_host.parameters(), ask) : PixelSize{};
-    int const n = isModule() ? ask.downsample : 1;
-    plan({m_layerSize.width / n, m_layerSize.height / n, m_frameSize.width / n,
-          m_frameSize.height / n, n, margin.width, margin.height},
-         frameRequest(m_comp, frame), Depth::kFloat);
-    std::vector<std::string> warnings;
-    if (m_files.plate) addColorWarning(m_request, m_layerTraits, m_plateTraits, warnings);
-    m_warnings.add(warnings);
-    if (!m_request.output.empty() && !isMovieName(m_request.output))
-        checkTarget(m_files.output.pathOf(frame), m_request.noClobber);
+        if (auto const file = m_files.plate->pictureOf(frame))
+            plate = openSized(*file, m_frameSize).traits();
+    settleOutput(layer, plate, headers);
+    PinFrame const space = pinFrameOf(headers.ask);
+    plan(space, frameRequest(m_comp, frame), Depth::kFloat);
+    PixelSize const size = {space.frameWidth + 2 * space.marginX,
+                            space.frameHeight + 2 * space.marginY};
+    if (isMovieName(m_request.output)) {
+        if (!std::exchange(m_isMovieChecked, true))
+            checkMovieSize(m_request.output, size, m_comp.timeBase);
+    } else if (!m_request.output.empty()) {
+        m_warnings.add(checkPicture(size, m_files.output.pathOf(frame), headers.file));
+    }
 }
 
 LoadedFrame SequenceRenderer::load(int frame) {
@@ -68,14 +76,33 @@ LoadedFrame SequenceRenderer::load(int frame) {
     PictureTraits layer, plate;
     loaded.layer = loadLayer(m_files.layer.pictureOf(frame), layer, loaded.ask);
     if (m_files.plate) loadPlate(m_files.plate->pictureOf(frame), plate, loaded);
+    settleOutput(layer, plate, loaded);
+    lap("read");
+    return loaded;
+}
+
+/// How the frame's file will be, and what is odd about the two inputs together.
+void SequenceRenderer::settleOutput(PictureTraits const& layer, PictureTraits const& plate,
+                                    LoadedFrame& loaded) {
     loaded.file = isModule()
                       ? ownFrameOutput(m_request, layer, marginOf(m_host.parameters(), loaded.ask))
                       : outputOf(m_request, layer, m_files.plate ? &plate : nullptr);
     std::vector<std::string> warnings;
     if (m_files.plate) addColorWarning(m_request, layer, plate, warnings);
     m_warnings.add(warnings);
-    lap("read");
-    return loaded;
+}
+
+/// The layer, the frame and the margin as the render has them.
+PinFrame SequenceRenderer::pinFrameOf(ModuleRender const& ask) const {
+    int const n = isModule() ? ask.downsample : 1;
+    PixelSize const margin = isModule() ? marginOf(m_host.parameters(), ask) : PixelSize{};
+    return {m_layerSize.width / n,
+            m_layerSize.height / n,
+            m_frameSize.width / n,
+            m_frameSize.height / n,
+            n,
+            margin.width,
+            margin.height};
 }
 
 RenderedFrame SequenceRenderer::render(int frame, LoadedFrame loaded) {
@@ -86,14 +113,12 @@ RenderedFrame SequenceRenderer::render(int frame, LoadedFrame loaded) {
 }
 
 World SequenceRenderer::renderedByModule(LoadedFrame& loaded, FrameRequest const& moment) {
-    PixelSize const margin = marginOf(m_host.parameters(), loaded.ask);
-    int const width = loaded.layer.width(), height = loaded.layer.height();
+    PinFrame const space = pinFrameOf(loaded.ask);
     if (m_explanation) {
         m_explanation->isPlain = loaded.ask.isPlain;
-        m_explanation->margin = margin;
+        m_explanation->margin = {space.marginX, space.marginY};
     }
-    plan({width, height, width, height, loaded.ask.downsample, margin.width, margin.height}, moment,
-         loaded.ask.depth);
+    plan(space, moment, loaded.ask.depth);
     World picture = renderByModule(m_host, std::move(loaded.layer), loaded.ask, moment);
     lap("render");
     if (m_explanation) m_explanation->covered = countCovered(picture);
@@ -101,8 +126,7 @@ World SequenceRenderer::renderedByModule(LoadedFrame& loaded, FrameRequest const
 }
 
 World SequenceRenderer::renderedInMemory(LoadedFrame& loaded, FrameRequest const& moment) {
-    plan({m_layerSize.width, m_layerSize.height, m_frameSize.width, m_frameSize.height, 1}, moment,
-         Depth::kFloat);
+    plan(pinFrameOf(loaded.ask), moment, Depth::kFloat);
     World picture({m_frameSize.width, m_frameSize.height, Depth::kFloat});
     renderInMemory(m_host.parameters(), loaded.layer, picture, moment, m_request.layer.string());
     loaded.layer = World();

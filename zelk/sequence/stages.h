@@ -53,8 +53,8 @@ public:
     SequenceRenderer(RenderRequest const& request, Files const& files, Host& host, Comp const& comp,
                      std::vector<int> const& frames, Explanation* explanation);
 
-    /// What `load` and `store` would refuse of a frame, as far as its files' headers and the
-    /// output's place tell. Reads no pixels and writes nothing.
+    /// What `load` and `store` would refuse of a frame, as far as its files' headers, the output's
+    /// place and its writer tell. Reads no pixels and writes nothing.
     void check(int frame);
     LoadedFrame load(int frame);
     RenderedFrame render(int frame, LoadedFrame loaded);
@@ -72,6 +72,8 @@ private:
     bool isModule() const { return m_request.road == Road::kModule; }
     std::uint64_t bytesInFlight() const;
     void lap(char const* stage);
+    void settleOutput(PictureTraits const& layer, PictureTraits const& plate, LoadedFrame& loaded);
+    PinFrame pinFrameOf(ModuleRender const& ask) const;
     void plan(PinFrame const& frame, FrameRequest const& moment, Depth depth);
     World renderedByModule(LoadedFrame& loaded, FrameRequest const& moment);
     World renderedInMemory(LoadedFrame& loaded, FrameRequest const& moment);
@@ -93,6 +95,7 @@ private:
     ModuleRender m_ask;
     Warnings m_warnings;
     std::optional<MovieWriter> m_movie;
+    bool m_isMovieChecked = false;
     Explanation* m_explanation;
 };
 
