@@ -12,8 +12,8 @@
 #include <fstream>
 
 #include "zelk/render/module_road.h"
+#include "zelk/render/track_import.h"
 #include "zelk/scene/parameter_names.h"
-#include "zelk/tracks/import.h"
 #include "zelk/tracks/track.h"
 
 namespace {

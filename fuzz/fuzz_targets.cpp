@@ -58,14 +58,14 @@ void runTrack(TrackFormat const& format, std::string_view bytes) {
 }
 
 void runProject(std::string_view bytes) {
-    Project project;
+    Scene scene;
     try {
-        project = projectFromText("input", bytes);
+        scene = sceneFromText("input", bytes);
     } catch (UserError const&) {
         return;
     }
-    std::string const written = projectText(project);
-    if (projectText(projectFromText("output", written)) != written)
+    std::string const written = sceneText(scene);
+    if (sceneText(sceneFromText("output", written)) != written)
         throw std::logic_error("another project came back");
 }
 

@@ -6,10 +6,13 @@
 #include <cmath>
 
 #include "hostkit/edit_session.h"
+#include "zelk/files/standard_output.h"
 #include "zelk/render/load_module.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/scene/scene_file.h"
+#include "zelk/scene/scene_values.h"
 #include "zelk/text/errors.h"
+#include "zelk/text/numbers.h"
 
 namespace zelk {
 
@@ -43,36 +46,73 @@ std::string movesText(std::vector<KeyValue> const& before, std::vector<KeyValue>
     return text;
 }
 
+/// What the mouse does, in panel pixels.
+struct MousePath {
+    Point click;
+    std::vector<Point> to;  ///< the last one with the button released
+    bool shift = false;     ///< held at the click: scales
+};
+
+/// The pins that moved. Throws a usage error for a click that meets no quad.
+std::string drag(EditSession& session, MousePath const& mouse) {
+    auto const before = pinValues(session);
+    if (!session.click(mouseAt(mouse.click, mouse.shift)))
+        throw UserError(ExitCode::kUsage,
+                        {"--from", "no quad that Overlay Mode shows lies at",
+                         fmt::format("{},{}", mouse.click.x, mouse.click.y),
+                         "a point of the panel inside the From Pins or the To Pins"});
+    for (Point const& point : mouse.to) session.drag(mouseAt(point, mouse.shift));
+    session.release(mouseAt(mouse.to.back(), mouse.shift));
+    return movesText(before, pinValues(session));
+}
+
 }  // namespace
 
-std::string drag(DragRequest const& request) {
-    Project const project = readProject(request.project);
-    auto const host = loadModule(request.module);
-    host->setComp(project.comp);
-    int const width = project.comp.width, height = project.comp.height;
-    applyProject(project, *host, width, height);
+CommandInfo const DragCommand::kInfo = {
+    "drag", "Move a project's pins as the mouse would", "FILE --from X,Y --to X,Y [OPTIONS]",
+    "Examples:\n"
+    "  zelk drag sign.zelk.json --from 300,200 --to 340,190\n"
+    "  zelk drag sign.zelk.json --from 300,200 --to 700,200 --shift -o wide.zelk.json\n"};
 
+void DragCommand::addOptions(CLI::App& app) {
+    OptionAdder const add(app);
+    add.text("Mouse", "FILE", m_file, "", "The project file, *.zelk.json");
+    add.text("Mouse", "--from", m_click, "X,Y", "Where the button goes down, panel pixels");
+    add.texts("Mouse", "--to", m_to, "X,Y", "Where the mouse goes, repeatable; the last releases");
+    add.flag("Mouse", "--shift", m_shift, "Scale about the click instead of moving");
+    m_panel.add(add);
+    add.text("Output", "-o,--output", m_output, "OUTPUT", "Another project file (FILE itself)");
+    add.flag("Output", "--force", m_force, "Replace another project file");
+    add.flag("Output", "--dry-run", m_dryRun, "Tell the pins, and write nothing");
+    m_scene.add(add, {"host", "module"});
+}
+
+ExitCode DragCommand::run(Invocation const&) {
+    std::string const file = required(m_file.value_or(""), "FILE", "a project file");
+    MousePath mouse;
+    mouse.click = parsePoint("--from", required(m_click.value_or(""), "--from", "a point x,y"));
+    for (std::string const& point : m_to) mouse.to.push_back(parsePoint("--to", point));
+    if (mouse.to.empty()) required("", "--to", "a point x,y");
+    mouse.shift = m_shift;
+    PanelView const view = m_panel.view();
+
+    Scene const scene = m_scene.edited(readScene(file));
+    auto const host = loadModule(scene);
+    PixelSize const size = {scene.comp.width, scene.comp.height};
+    setUp(*host, scene, size);
     if (!host->registeredCustomUi())
         throw UserError(ExitCode::kUsage, {"--host", "the effect draws and drags nothing in",
                                            "a host without custom panels", "another host"});
-    EditSession session(*host, width, height);
-    session.setFrame(request.frame.value_or(project.comp.startFrame));
-    session.panel().shows = request.panel;
-    session.panel().zoom = request.zoom;
-    auto const before = pinValues(session);
-    if (!session.click(mouseAt(request.from, request.shift)))
-        throw UserError(ExitCode::kUsage,
-                        {"--from", "no quad that Overlay Mode shows lies at",
-                         fmt::format("{},{}", request.from.x, request.from.y),
-                         "a point of the panel inside the From Pins or the To Pins"});
-    for (Point const& point : request.to) session.drag(mouseAt(point, request.shift));
-    session.release(mouseAt(request.to.back(), request.shift));
-
-    if (!request.dryRun)
-        writeProject(projectOf(project, host->parameters(), project.comp, width, height),
-                     request.output, request.mayReplace);
-    std::string const moves = movesText(before, pinValues(session));
-    return moves.empty() ? request.project.string() + ": nothing moved\n" : moves;
+    EditSession session(*host, size.width, size.height);
+    session.setFrame(view.frame.value_or(scene.comp.startFrame));
+    session.panel().shows = view.panel;
+    session.panel().zoom = view.zoom;
+    std::string const moves = drag(session, mouse);
+    if (!m_dryRun)
+        writeScene(sceneOf(scene, host->parameters(), size), m_output.value_or(file),
+                   !m_output || m_force);
+    print(moves.empty() ? file + ": nothing moved\n" : moves);
+    return ExitCode::kDone;
 }
 
 }  // namespace zelk

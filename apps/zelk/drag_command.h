@@ -1,35 +1,28 @@
 // `zelk drag`: moves or scales a quad of a project as the mouse would in a host's panel.
 #pragma once
 
-#include <filesystem>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "apps/zelk/cli_options.h"
-#include "hostkit/panel.h"
-#include "zelk/scene/corners.h"
+#include "apps/zelk/command.h"
+#include "apps/zelk/panel_options.h"
+#include "apps/zelk/scene_options.h"
 
 namespace zelk {
 
-/// A checked `zelk drag`.
-struct DragRequest {
-    std::filesystem::path project;
-    std::filesystem::path output;  ///< a project file; the same for a change in place
-    bool mayReplace = true;        ///< an output that is there
-    ModuleRequest module;
-    Point from;             ///< of the click, panel pixels
-    std::vector<Point> to;  ///< where the mouse goes, the last one with the button released
-    bool shift = false;     ///< held at the click: scales
-    std::optional<int> frame;
-    PF_WindowType panel = PF_Window_COMP;
-    double zoom = 1;
-    bool dryRun = false;  ///< tells, and writes nothing
-};
+/// Writes the project again, and tells the pins that moved, a line each.
+struct DragCommand {
+    static CommandInfo const kInfo;
+    void addOptions(CLI::App& app);
+    ExitCode run(Invocation const& how);
 
-/// Writes the project and answers the pins that moved, a line each. Throws a usage error for a
-/// click that meets no quad, as readProject and writeProject, and a render error when the effect
-/// fails.
-std::string drag(DragRequest const& request);
+private:
+    SceneOptions m_scene;
+    PanelOptions m_panel;
+    std::optional<std::string> m_file, m_output, m_click;
+    std::vector<std::string> m_to;
+    bool m_shift = false, m_force = false, m_dryRun = false;
+};
 
 }  // namespace zelk

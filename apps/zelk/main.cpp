@@ -2,12 +2,13 @@
 #include <cstdio>
 #include <exception>
 
-#include "apps/zelk/run.h"
+#include "apps/zelk/cli.h"
+#include "zelk/text/errors.h"
 
 int main(int argc, char** argv) {
     zelk::ExitCode code = zelk::ExitCode::kRenderFailed;
     try {
-        return static_cast<int>(zelk::run(zelk::parseCommandLine(argc, argv)));
+        return static_cast<int>(zelk::runCommandLine(argc, argv));
     } catch (zelk::UserError const& error) {
         code = error.code();
         std::fprintf(stderr, "zelk: %s\n", error.what());

@@ -7,23 +7,30 @@
 #include <cmath>
 
 #include "apps/zelk/overlay_port.h"
+#include "apps/zelk/warnings.h"
 #include "zelk/pictures/writer.h"
-#include "zelk/render/frame_picture.h"
-#include "zelk/render/load_module.h"
+#include "zelk/render/frame_renderer.h"
 #include "zelk/render/setup.h"
 #include "zelk/scene/parameter_names.h"
-#include "zelk/scene/scene_file.h"
+#include "zelk/scene/scene_check.h"
+#include "zelk/scene/scene_edits.h"
 #include "zelk/sequence/schedule.h"
 #include "zelk/text/errors.h"
-#include "zelk/tracks/import.h"
+#include "zelk/text/numbers.h"
 
 namespace zelk {
 
 namespace {
 
+/// What is drawn, and around it.
+struct PanelPicture {
+    PanelView view;
+    int marginPx = 0;  ///< around what the panel shows, panel pixels
+};
+
 /// Panel pixels that `sourcePx` take, with the margins.
-int panelLength(OverlayRequest const& request, int sourcePx) {
-    double const length = std::ceil(sourcePx * request.zoom) + 2.0 * request.marginPx;
+int panelLength(PanelPicture const& ask, int sourcePx) {
+    double const length = std::ceil(sourcePx * ask.view.zoom) + 2.0 * ask.marginPx;
     if (length <= kMaxWorldSide) return static_cast<int>(length);
     throw UserError(ExitCode::kUsage,
                     {"--zoom", "makes a picture larger than there can be:",
@@ -45,57 +52,101 @@ void requirePinsInPanel(Host const& host, Panel const& panel, FrameRequest const
         }
 }
 
-void refuseOwnInputs(RenderRequest const& request, int frame) {
-    Files const files(request);
-    requireOtherFile(request, request.output, files.layer.own(frame), "layer");
-    if (files.plate) requireOtherFile(request, request.output, files.plate->own(frame), "plate");
+/// The frame that a command about one frame means: the one given, else the composition's first,
+/// else the track's, else the first of --frames, else 1.
+int frameOf(Scene const& scene, std::optional<int> frame) {
+    if (frame) return *frame;
+    if (scene.hasComp) return scene.comp.startFrame;
+    auto const tracked =
+        scene.tracks.empty() ? std::vector<int>() : wholeFrames(*scene.tracks.front().track);
+    if (!tracked.empty()) return tracked.front();
+    return scene.frames ? parseFrameRange("--frames", *scene.frames).front() : 1;
+}
+
+/// A layer's panel shows the layer; the pins of both quads must lie in its space.
+World shownPicture(FrameRenderer& renderer, int frame, PF_WindowType panel) {
+    if (panel == PF_Window_COMP) return renderer.picture(frame);
+    PixelSize const own = renderer.layerSize(), whole = renderer.frameSize();
+    if (own.width != whole.width || own.height != whole.height)
+        throw UserError(ExitCode::kUsage,
+                        {"--panel", "To Pins lie in a frame of another size than the", "layer",
+                         "comp with --over, --size or a project of another size"});
+    return renderer.layerPicture(frame);
+}
+
+void writeOverlay(FrameRenderer& renderer, PanelPicture const& ask, RunOptions const& run) {
+    Scene const& scene = renderer.scene();
+    if (!renderer.host().registeredCustomUi())
+        throw UserError(ExitCode::kUsage, {"--host", "the effect draws no overlay in",
+                                           "a host without custom panels", "another host"});
+    std::filesystem::path const output = scene.outputPath();
+    checkTarget(output, run.noClobber);
+    int const frame = frameOf(scene, ask.view.frame);
+    SceneFiles const& files = renderer.files();
+    requireOtherFile(run, output, files.layer.own(frame), "layer");
+    if (files.plate) requireOtherFile(run, output, files.plate->own(frame), "plate");
+    renderer.begin({frame});
+    World const picture = shownPicture(renderer, frame, ask.view.panel);
+    Panel panel;
+    panel.shows = ask.view.panel;
+    panel.zoom = ask.view.zoom;
+    panel.pan = {double(ask.marginPx), double(ask.marginPx)};
+    FrameRequest const moment = renderer.momentOf(frame);
+    requirePinsInPanel(renderer.host(), panel, moment);
+    Canvas const canvas = drawOverlay(renderer.host(), picture, panel, moment,
+                                      panelLength(ask, renderer.frameSize().width),
+                                      panelLength(ask, renderer.frameSize().height));
+    WriteRequest file;
+    file.opaque = true;
+    file.noClobber = run.noClobber;
+    file.history = run.history;
+    file.keepMetadata = run.keepMetadata;
+    renderer.warnings().add(writePicture(canvas.toWorld(), output, file).warnings);
+    tellWarnings(renderer.warnings().take());
 }
 
 }  // namespace
 
-int frameOf(RenderRequest const& request, std::optional<int> frame) {
-    if (frame) return *frame;
-    if (request.project) return request.project->comp.startFrame;
-    auto const tracked =
-        request.tracks.empty() ? std::vector<int>() : wholeFrames(*request.tracks.front().track);
-    if (!tracked.empty()) return tracked.front();
-    return request.frames ? parseFrameRange("--frames", *request.frames).front() : 1;
+CommandInfo const OverlayCommand::kInfo = {
+    "overlay", "Draw a frame with the effect's overlay on it", "LAYER -o OUTPUT [OPTIONS]",
+    "Examples:\n"
+    "  zelk overlay --project sign.zelk.json -o panel.png --frame 1010 --zoom 50%\n"
+    "  zelk overlay in.png -o panel.png --to \"60,40 540,10 30,390 580,350\" --margin 40\n"};
+
+void OverlayCommand::addOptions(CLI::App& app) {
+    OptionAdder const add(app);
+    m_scene.add(add, {"layer", "output", "over", "size"});
+    add.flag("Files", "--no-clobber", m_run.noClobber, "Refuse to replace an existing output");
+    add.flag("Files", "--in-place", m_run.inPlace, "Let the output replace its own layer or plate");
+    add.flag("Files", "--no-metadata", m_dropsMetadata, "Leave the files' metadata out");
+    m_scene.add(add, {"to", "from", "track", "track-from", "view", "quality", "set"});
+    add.text("Rendering", "--threads", m_threads, "N", "Threads; 0 for as many as there are (0)");
+    m_scene.add(add, "mode");
+    add.text("Panel", "--project", m_project, "FILE",
+             "Layer, plate and keyframed parameters; options override it");
+    m_panel.add(add);
+    add.text("Panel", "--margin", m_margin, "N", "Panel pixels around the frame (0)");
+    m_scene.add(add, {"host", "module"});
 }
 
-std::vector<std::string> writeOverlay(OverlayRequest const& request) {
-    auto const host = loadModule(request.render.module);
-    if (!host->registeredCustomUi())
-        throw UserError(ExitCode::kUsage, {"--host", "the effect draws no overlay in",
-                                           "a host without custom panels", "another host"});
-    applyRequest(request.render, host->parameters());
-    checkTarget(request.render.output, request.render.noClobber);
-    useThreads(request.render.threads);
-    int const number = frameOf(request.render, request.frame);
-    refuseOwnInputs(request.render, number);
-    FramePicture const frame =
-        framePicture(request.render, *host, number,
-                     request.panel == PF_Window_LAYER ? FrameView::kLayer : FrameView::kRendered);
-    Panel panel;
-    panel.shows = request.panel;
-    panel.zoom = request.zoom;
-    panel.pan = {double(request.marginPx), double(request.marginPx)};
-    requirePinsInPanel(*host, panel, frame.moment);
-    int const width = panelLength(request, frame.frame.width);
-    int const height = panelLength(request, frame.frame.height);
-    Canvas const canvas = drawOverlay(*host, frame.picture, panel, frame.moment, width, height);
-    WriteRequest ask;
-    ask.opaque = true;
-    ask.noClobber = request.render.noClobber;
-    ask.history = request.render.history;
-    ask.keepMetadata = request.render.keepMetadata;
-    std::vector<std::string> warnings =
-        writePicture(canvas.toWorld(), request.render.output, ask).warnings;
-    for (TrackUse const& use : request.render.tracks) {
-        auto const odd =
-            warningsOf(use, {frame.frame, frame.startFrame, host->comp().timeBase.step});
-        warnings.insert(warnings.end(), odd.begin(), odd.end());
-    }
-    return warnings;
+ExitCode OverlayCommand::run(Invocation const& how) {
+    constexpr int kMostMargin = 4096, kMostThreads = 1024;
+    Scene scene = m_scene.edited(sceneOfProject(m_project));
+    checkScene(scene);
+    requireOutput(scene);
+    PanelPicture ask{m_panel.view()};
+    if (m_margin) ask.marginPx = wholeInRange("--margin", *m_margin, 0, kMostMargin);
+    RunOptions run = m_run;
+    run.keepMetadata = !m_dropsMetadata;
+    run.history = how.history;
+    run.inFlight = 1;
+    if (m_threads) run.threads = wholeInRange("--threads", *m_threads, 0, kMostThreads);
+    useThreads(run.threads);
+    scene.downsample.reset();
+    setParameter(scene, kGrowBounds, 0.0, "overlay");  // a panel shows the frame itself
+    FrameRenderer renderer(scene, run);
+    writeOverlay(renderer, ask, run);
+    return ExitCode::kDone;
 }
 
 }  // namespace zelk

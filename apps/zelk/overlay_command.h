@@ -3,27 +3,25 @@
 
 #include <optional>
 #include <string>
-#include <vector>
 
-#include "apps/zelk/cli_options.h"
-#include "hostkit/panel.h"
+#include "apps/zelk/command.h"
+#include "apps/zelk/panel_options.h"
+#include "apps/zelk/scene_options.h"
+#include "zelk/render/run_options.h"
 
 namespace zelk {
 
-/// A checked `zelk overlay`. The request's output is the picture to be written.
-struct OverlayRequest {
-    RenderRequest render;
-    std::optional<int> frame;  ///< nothing: the composition's first
-    PF_WindowType panel = PF_Window_COMP;
-    double zoom = 1;
-    int marginPx = 0;  ///< around what the panel shows, panel pixels
+struct OverlayCommand {
+    static CommandInfo const kInfo;
+    void addOptions(CLI::App& app);
+    ExitCode run(Invocation const& how);
+
+private:
+    SceneOptions m_scene;
+    PanelOptions m_panel;
+    RunOptions m_run;  ///< its switches
+    bool m_dropsMetadata = false;
+    std::optional<std::string> m_project, m_threads, m_margin;
 };
-
-/// The frame that a command about one frame means: the one given, else the project's first, else
-/// the track's, else the first of --frames, else 1.
-int frameOf(RenderRequest const& request, std::optional<int> frame);
-
-/// Writes the picture; warnings, a sentence each. Throws as renders do.
-std::vector<std::string> writeOverlay(OverlayRequest const& request);
 
 }  // namespace zelk

@@ -5,6 +5,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "zelk/files/standard_output.h"
 #include "zelk/render/load_module.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/scene/parameter_values.h"
@@ -143,24 +144,50 @@ std::string resourceText(ModuleResource const& resource) {
 
 }  // namespace
 
-std::string listParameters(ParamsRequest const& request) {
-    auto const host = loadModule(request.module);
-    if (request.resource) {
-        ModuleResource const& resource = host->resource();
-        return request.json ? resourceJson(resource).dump(2) + "\n" : resourceText(resource);
-    }
-    if (request.json) {
-        Json list = Json::array();
-        for (Parameter const& parameter : host->parameters()) {
-            list.push_back(parameterJson(parameter));
-        }
-        return list.dump(2) + "\n";
-    }
-    std::string text = request.namesModule ? resourceText(host->resource()) + "\n" : "";
+namespace {
+
+std::string listText(Host const& host, bool isIntroduced) {
+    std::string text = isIntroduced ? resourceText(host.resource()) + "\n" : "";
     text += fmt::format(fmt::runtime(kRowFormat), "index", "name", "display name", "kind",
                         "disk id", "default", "unit", "range", "flags");
-    for (Parameter const& parameter : host->parameters()) text += parameterRow(parameter);
+    for (Parameter const& parameter : host.parameters()) text += parameterRow(parameter);
     return text;
+}
+
+Json listJson(Host const& host) {
+    Json list = Json::array();
+    for (Parameter const& parameter : host.parameters()) list.push_back(parameterJson(parameter));
+    return list;
+}
+
+}  // namespace
+
+CommandInfo const ParamsCommand::kInfo = {"params", "List the effect's parameters", "[OPTIONS]",
+                                          "Examples:\n"
+                                          "  zelk params\n"
+                                          "  zelk params --json --host KeyG\n"};
+
+void ParamsCommand::addOptions(CLI::App& app) {
+    OptionAdder const add(app);
+    add.flag("Output", "--json", m_json, "As a JSON array");
+    add.flag("Output", "--resource", m_resource,
+             "The module's name, version and flags alone, as --module puts them before\n"
+             "the table (with --json a JSON object)");
+    m_scene.add(add, {"host", "module"});
+}
+
+ExitCode ParamsCommand::run(Invocation const&) {
+    Scene const scene = m_scene.edited({});
+    auto const host = loadModule(scene);
+    if (m_resource && m_json)
+        print(resourceJson(host->resource()).dump(2) + "\n");
+    else if (m_resource)
+        print(resourceText(host->resource()));
+    else if (m_json)
+        print(listJson(*host).dump(2) + "\n");
+    else
+        print(listText(*host, !scene.module.empty()));
+    return ExitCode::kDone;
 }
 
 }  // namespace zelk

@@ -71,7 +71,9 @@ render in.png -o out.xyz;4;out.xyz;".xyz"
 render in.png -o folder.png;4;not a regular file
 project show s --host KeyG;2;--host
 track;2;FILE;a tracking file
-track a b;2;"b";convert IN OUT
+track a b;2;"b";one file, or a command: convert
+project;2;project;new, show, check or import-track
+project mend s;2;"mend";import-track
 track wide.csv --flip-y;2;--flip-y;--size WxH
 track none.txt;3;none.txt;cannot be read
 track convert a b.xyz;2;b.xyz;".xyz";--as

@@ -6,8 +6,10 @@
 #include <set>
 
 #include "tests/apps/zelk_process.h"
+#include "zelk/scene/clock.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/scene/scene_file.h"
+#include "zelk/scene/scene_values.h"
 #include "zelk/text/errors.h"
 
 namespace zelk {
@@ -23,9 +25,9 @@ using zelk_test::operator""_words;
 class ProjectFile : public zelk_test::ZelkTest {
 protected:
     void SetUp() override { fs::create_directory(at("plates")); }
-    Project read(std::string const& text) const {
+    Scene read(std::string const& text) const {
         put("w.zelk.json", text);
-        return readProject(at("w.zelk.json"));
+        return readScene(at("w.zelk.json"));
     }
 };
 
@@ -44,12 +46,15 @@ KeyValue valueFor(Parameter const& parameter, int seed) {
 
 TEST_F(ProjectFile, GoesThereAndBackWithEveryKindAndInterpolation) {
     Host host(ZELK_MODULE), again(ZELK_MODULE);
-    Project project;
+    Scene project;
     project.file = at("a.zelk.json");
     project.comp = {640, 360, 0.9, *rateFromText("30000/1001"), -7, 90, true, 200, -11};
-    project.layer = "la\"y\\er.####.exr", project.plate = "/p/\xc3\xa4.png";
-    project.output = "../o", project.frames = "1-10x3";
-    project.render = {Depth::kFloat, "color-burn", 2, PixelSize{9, 8}};
+    fs::path const home = project.file.parent_path();
+    project.layer.file = {"la\"y\\er.####.exr", home};
+    project.plate = SceneInput{{"/p/\xc3\xa4.png", home}};
+    project.output = ScenePath{"../o", home}, project.frames = "1-10x3";
+    project.depth = Depth::kFloat, project.overMode = PF_Xfer_COLOR_BURN;
+    project.downsample = 2, project.size = PixelSize{9, 8};
     host.resetParameters(320, 180);
     int seed = 0;
     for (Parameter& parameter : host.parameters()) {
@@ -62,13 +67,12 @@ TEST_F(ProjectFile, GoesThereAndBackWithEveryKindAndInterpolation) {
                                        {0.1 + seed % 97, seed / 9.},
                                        {0.2 + seed % 89, -seed / 7.}});
     }
-    writeProject(projectOf(project, host.parameters(), project.comp, 320, 180), project.file);
-    Project const read = readProject(project.file);
-    EXPECT_EQ(projectText(read), bytesOf("a.zelk.json"));
+    writeScene(sceneOf(project, host.parameters(), {320, 180}), project.file);
+    Scene const read = readScene(project.file);
+    EXPECT_EQ(sceneText(read), bytesOf("a.zelk.json"));
     EXPECT_TRUE(has(bytesOf("a.zelk.json"), "\"id\": 134"));
-    applyProject(read, again, 320, 180);
-    EXPECT_EQ(projectText(projectOf(read, again.parameters(), again.comp(), 320, 180)),
-              bytesOf("a.zelk.json"));
+    setUp(again, read, {320, 180});
+    EXPECT_EQ(sceneText(sceneOf(read, again.parameters(), {320, 180})), bytesOf("a.zelk.json"));
     for (std::size_t i = 0; i < host.parameters().size(); ++i) {
         Parameter const &a = host.parameters()[i], &b = again.parameters()[i];
         SCOPED_TRACE(kParameterNames[i]);
@@ -126,7 +130,7 @@ TEST_F(ProjectFile, WhatIsWrongIsNamedWithItsPlace) {
     Host host(ZELK_MODULE);
     auto const refusal = [&](std::string const& text) -> std::string {
         try {
-            applyProject(read(text), host.parameters());
+            setValues(read(text), ValuesFrom::kFile, host.parameters());
             return {};
         } catch (UserError const& error) {
             EXPECT_EQ(error.code(), ExitCode::kInput);
@@ -160,10 +164,11 @@ TEST_F(ProjectFile, WithoutAStartItIsThatOfTheFrames) {
           {R"(, "duration": 9)", R"("frames": "7",)", 7, 9}}) {
         std::string const text = replaced(replaced(kGood, "25", std::string("25") + comp),
                                           R"("layer")", frames + std::string(R"("layer")"));
-        Project project = read(text);
+        Scene project = read(text);
         EXPECT_EQ(project.comp.startFrame, start) << text;
         EXPECT_EQ(project.comp.durationFrames, duration) << text;
-        fitToFrames(project, "-3-4");
+        project.frames = "-3-4";
+        fitToFrames(project);
         EXPECT_EQ(project.comp.startFrame, project.ownStart ? start : -3) << text;
     }
 }
@@ -206,7 +211,7 @@ TEST_F(ProjectFile, TheSchemaAndTheCommandLineKnowTheSameWords) {
         if (!parameter.hasValue()) continue;
         EXPECT_EQ(parameters[name]["properties"]["id"]["const"], parameter.diskId()) << name;
     }
-    std::vector<std::string_view> const modes(projectModes().begin(), projectModes().end());
+    std::vector<std::string_view> const modes(modeWords().begin(), modeWords().end());
     EXPECT_EQ(schema["$defs"]["render"]["properties"]["mode"]["enum"], Json(modes));
     expectRefusal("render a -o b --over p --mode ?"_words, 2, {listOf(modes)});
 }
@@ -218,10 +223,10 @@ TEST_F(ProjectFile, CommandsMakeShowAndCheckOne) {
     EXPECT_EQ(run("project new s.zelk.json --layer l.ppm --plate plates/p.####.ppm"_words).out,
               "s.zelk.json: 3x2, 24 frames a second, frames 12 to 14\n");
     std::string const own = "s.zelk.json", moved = "plates/s.zelk.json";
-    Project project = readProject(at(own));
-    EXPECT_EQ(*project.plate, "plates/p.####.ppm");
+    Scene project = readScene(at(own));
+    EXPECT_EQ(project.plate->file.written, "plates/p.####.ppm");
     project.parameters = {{kRotate, {}, 30., {{12, 1., {}, {}, {}}, {13.5, 2., {}, {}, {}}}}};
-    writeProject(project, at(moved));  // the pictures stay where they are
+    writeScene(project, at(moved));  // the pictures stay where they are
     for (std::string const& each : {own, moved})
         EXPECT_EQ(run({"project", "check", each}).out, each + ": good\n");
     std::string const shown = run({"project", "show", moved}).out;

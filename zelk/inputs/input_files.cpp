@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <numeric>
+#include <utility>
 
 namespace zelk {
 
@@ -39,6 +40,11 @@ InputFiles::InputFiles(fs::path const& name, MissingInput missing)
     if (missing == MissingInput::kHold) m_there = framesOnDisk(*m_pattern);
 }
 
+InputFiles::InputFiles(std::shared_ptr<PictureBuffer const> buffer)
+    : m_name(buffer->name), m_buffer(std::move(buffer)) {
+    requireSound(*m_buffer);
+}
+
 std::vector<int> InputFiles::framesThere() const {
     if (m_pattern) return framesOnDisk(*m_pattern);
     std::vector<int> frames(static_cast<std::size_t>(m_movieFrames));
@@ -47,11 +53,13 @@ std::vector<int> InputFiles::framesThere() const {
 }
 
 InputPicture InputFiles::own(int frame) const {
+    if (m_buffer) return {m_name, -1, nullptr, m_buffer};
     if (m_movieFrames > 0) return {m_name, frame - m_firstFrame, m_movie};
     return {m_pattern ? m_pattern->pathOf(frame) : m_name};
 }
 
 bool InputFiles::isThere(int frame) const {
+    if (m_buffer) return true;
     if (m_movieFrames > 0) return frame >= m_firstFrame && frame - m_firstFrame < m_movieFrames;
     return onDisk(own(frame).file);
 }
@@ -78,6 +86,7 @@ std::optional<InputPicture> InputFiles::pictureOf(int frame) const {
 }
 
 PictureReader InputPicture::open() const {
+    if (buffer) return PictureReader(file, -1, inputOf(buffer));
     if (!movie) return PictureReader(file, number);
     return PictureReader(file, number, std::make_unique<MoviePicture>(movie, number));
 }
@@ -86,6 +95,8 @@ PictureReader openPicture(fs::path const& file) {
     auto const movie = movieOf(file);
     return movie ? InputPicture{file, 0, movie}.open() : PictureReader(file);
 }
+
+bool InputPicture::isOnDisk() const { return !buffer && onDisk(file); }
 
 std::string InputPicture::name() const {
     return number < 0 ? file.string() : fmt::format("{} picture {}", file.string(), number + 1);

@@ -1,5 +1,5 @@
-// A layer or a plate over many frames: numbered pictures, a movie, or one picture for all of them;
-// and what stands for one that is not there.
+// A layer or a plate over many frames: numbered pictures, a movie, or one picture for all of them,
+// in a file or in memory; and what stands for one that is not there.
 #pragma once
 
 #include <filesystem>
@@ -11,6 +11,7 @@
 #include "zelk/files/frame_names.h"
 #include "zelk/inputs/missing_input.h"
 #include "zelk/movies/frames.h"
+#include "zelk/pictures/buffer.h"
 #include "zelk/pictures/reader.h"
 #include "zelk/text/errors.h"
 
@@ -23,10 +24,12 @@ bool isPattern(std::filesystem::path const& name);
 /// A picture file, or one picture of a movie.
 struct InputPicture {
     std::filesystem::path file;
-    int number = -1;                          ///< in a movie, from 0
-    std::shared_ptr<MovieFrames> movie = {};  ///< where the movie's own program decodes it
+    int number = -1;                                   ///< in a movie, from 0
+    std::shared_ptr<MovieFrames> movie = {};           ///< where the movie's own program decodes it
+    std::shared_ptr<PictureBuffer const> buffer = {};  ///< instead of any file
 
     std::string name() const;  ///< for messages
+    bool isOnDisk() const;     ///< a file that is there
     PictureReader open() const;
 };
 
@@ -38,11 +41,14 @@ PictureReader openPicture(std::filesystem::path const& file);
 class InputFiles {
 public:
     InputFiles(std::filesystem::path const& name, MissingInput missing);
+    /// Throws an input error for a buffer that is not sound.
+    explicit InputFiles(std::shared_ptr<PictureBuffer const> buffer);
     std::string name() const { return m_name.string(); }
     bool isNumbered() const { return m_pattern || m_movieFrames > 0; }
     std::vector<int> framesThere() const;
     /// The frame number of a movie's first picture.
     void startAt(int frame) { m_firstFrame = frame; }
+    bool isMovie() const { return m_movieFrames > 0; }
     /// The picture that the frame's number names, there or not.
     InputPicture own(int frame) const;
     bool isThere(int frame) const;
@@ -54,7 +60,8 @@ public:
 
 private:
     std::filesystem::path m_name;
-    MissingInput m_missing;
+    MissingInput m_missing = MissingInput::kStop;
+    std::shared_ptr<PictureBuffer const> m_buffer;
     std::optional<SequenceName> m_pattern;
     std::vector<int> m_there;
     std::shared_ptr<MovieFrames> m_movie;

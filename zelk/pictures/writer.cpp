@@ -118,8 +118,9 @@ void setStorage(std::string_view format, RowPlan const& plan, OIIO::ImageSpec& s
     if (plan.bits > 0) spec.attribute("oiio:BitsPerSample", plan.bits);
     if (format == "tiff" && plan.type == OIIO::TypeHalf) spec.attribute("tiff:half", 1);
     if (format == "webp") spec.attribute("compression", "lossless");
-    // Without a date the writer puts in the clock's, and two runs would give two files.
-    if (format == "openexr" && !spec.find_attribute("DateTime")) spec.attribute("DateTime", "");
+    // Without a date the writers put in the clock's, and two runs would give two files.
+    bool const isDated = format == "openexr" || format == "tiff";
+    if (isDated && !spec.find_attribute("DateTime")) spec.attribute("DateTime", "");
     if (format == "jpeg") {
         spec.attribute("jpeg:subsampling", "4:4:4");
         setJpegDensity(spec);

@@ -13,7 +13,7 @@
 #include "hostkit/parameters.h"
 #include "hostkit/world.h"
 #include "zelk/scene/quad_check.h"
-#include "zelk/scene/render_request.h"
+#include "zelk/scene/scene.h"
 
 namespace zelk {
 

@@ -19,18 +19,25 @@ std::string reasonOf(HostError const& error, std::string const& file) {
 
 }  // namespace
 
-std::unique_ptr<Host> loadModule(ModuleRequest const& request) {
-    std::string const file = request.module.string();
+std::filesystem::path defaultModule() {
     std::error_code fault;
-    if (!std::filesystem::is_regular_file(request.module, fault)) {
+    auto const executable = std::filesystem::canonical("/proc/self/exe", fault);
+    return executable.parent_path().parent_path() / "lib" / "ZelkCornerPin.so";
+}
+
+std::unique_ptr<Host> loadModule(Scene const& scene) {
+    std::filesystem::path const module = scene.module.empty() ? defaultModule() : scene.module;
+    std::string const file = module.string();
+    std::error_code fault;
+    if (!std::filesystem::is_regular_file(module, fault)) {
         throw UserError(ExitCode::kInput,
                         {file, "no such module", file, "the effect's module (see --module)"});
     }
     HostOptions options;
-    options.identity = request.host;
+    if (scene.host) options.identity = *scene.host;
     std::unique_ptr<Host> host;
     try {
-        host = std::make_unique<Host>(request.module, options);
+        host = std::make_unique<Host>(module, options);
     } catch (HostError const& error) {
         bool const isRefusal = error.code() != PF_Err_NONE;
         bool const tellsMore =

@@ -4,13 +4,16 @@
 #include <memory>
 
 #include "hostkit/host.h"
-#include "zelk/scene/render_request.h"
+#include "zelk/scene/scene.h"
 
 namespace zelk {
 
-/// Loads the module as the host asked for, sets it up and checks that its parameters are those
-/// that the names belong to. Throws an input error for a module that is missing or is not ours, a
-/// render error for one that refuses to be set up.
-std::unique_ptr<Host> loadModule(ModuleRequest const& request);
+/// The module that belongs to this program: ../lib/ZelkCornerPin.so beside it.
+std::filesystem::path defaultModule();
+
+/// Loads the scene's module in the host that the scene names, sets it up and checks that its
+/// parameters are those that the names belong to. Throws an input error for a module that is
+/// missing or is not ours, a render error for one that refuses to be set up.
+std::unique_ptr<Host> loadModule(Scene const& scene);
 
 }  // namespace zelk

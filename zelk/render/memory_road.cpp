@@ -29,11 +29,6 @@ PluginHost_API::RasterInfo describe(World& world) {
     return info;
 }
 
-/// Sizes that points are fractions of.
-struct ImageSizes {
-    PixelSize layer, frame;
-};
-
 /// A control's value at a moment. Points become fractions: From Pins of the layer, others of the
 /// frame. Popups count from 0.
 PluginHost_Memory_Impl::Value valueOf(PF_ParamDef const& def, int index, ImageSizes const& sizes) {
@@ -129,10 +124,10 @@ World readAssociatedWorld(PictureReader& picture) {
 }
 
 void renderInMemory(std::vector<Parameter> const& parameters, World& layer, World& frame,
-                    FrameRequest const& moment, std::string const& layerName) {
+                    ImageSizes const& full, FrameRequest const& moment,
+                    std::string const& layerName) {
     PluginHost_Memory_Impl host(describe(layer), describe(frame), MemoryHostFamily::kFXPLUG);
-    setControls(host, parameters,
-                {{layer.width(), layer.height()}, {frame.width(), frame.height()}});
+    setControls(host, parameters, full);
     setShutter(host, parameters, moment.shutter);
     host.setTime({moment.time, moment.timeBase.step, static_cast<int>(moment.timeBase.scale)},
                  moment.totalTime);

@@ -11,6 +11,7 @@
 #include "hostkit/comp.h"
 #include "hostkit/parameters.h"
 #include "hostkit/world.h"
+#include "zelk/pictures/pixel_size.h"
 #include "zelk/pictures/reader.h"
 
 namespace zelk {
@@ -18,11 +19,18 @@ namespace zelk {
 /// A float world with the whole picture in associated colour.
 World readAssociatedWorld(PictureReader& picture);
 
+/// Sizes that points are fractions of, at full resolution: From Pins of the layer, all others of
+/// the frame.
+struct ImageSizes {
+    PixelSize layer, frame;
+};
+
 /// Renders `layer` by the parameters' values at a moment into `frame`, both float worlds of
-/// associated colour; what the layer does not cover becomes transparent. Throws a render error when
-/// the pipeline fails.
+/// associated colour, perhaps smaller than their full sizes; what the layer does not cover becomes
+/// transparent. Throws a render error when the pipeline fails.
 void renderInMemory(std::vector<Parameter> const& parameters, World& layer, World& frame,
-                    FrameRequest const& moment, std::string const& layerName);
+                    ImageSizes const& full, FrameRequest const& moment,
+                    std::string const& layerName);
 
 /// Lays `frame` over the plate, which has its size, by a PF_Xfer_* mode; both and the result are
 /// associated. Normal is f + p (1 - alpha of f) in each channel, f alone where that alpha is 1.

@@ -10,6 +10,7 @@
 #include "zelk/scene/effect_result.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/scene/parameter_values.h"
+#include "zelk/scene/scene_check.h"
 #include "zelk/text/errors.h"
 
 namespace zelk {
@@ -40,12 +41,12 @@ World renderSmartly(Host& host, World input, ModuleRender const& ask, FrameReque
 }
 
 /// Throws where the reduced picture would have no pixels.
-void checkDownsample(RenderRequest const& request, PictureReader const& picture) {
+void checkDownsample(Scene const& scene, int downsample, PictureReader const& picture) {
     int const most = std::min(picture.width(), picture.height());
-    if (request.downsample > most)
-        throw UserError(ExitCode::kUsage, {"--downsample", "leaves nothing of the picture:",
-                                           std::to_string(request.downsample),
-                                           fmt::format("a whole number from 1 to {}", most)});
+    if (downsample > most)
+        throw refusalOf(scene, SceneField::kDownsample,
+                        "leaves nothing of the picture:", std::to_string(downsample),
+                        fmt::format("a whole number from 1 to {}", most));
 }
 
 RenderSize renderSize(Host const& host, PictureReader const& picture, ModuleRender const& ask) {
@@ -72,15 +73,15 @@ PixelSize marginOf(std::vector<Parameter> const& parameters, ModuleRender const&
     return {margin, margin};
 }
 
-ModuleRender moduleRenderOf(RenderRequest const& request, Host const& host,
-                            PictureReader const& layer) {
-    checkDownsample(request, layer);
+ModuleRender moduleRenderOf(Scene const& scene, Host const& host, PictureReader const& layer,
+                            int reduce) {
     ModuleRender ask;
-    ask.layerName = request.layer.string();
+    ask.layerName = scene.layer.name();
     ask.layerSize = {layer.width(), layer.height()};
-    ask.depth = request.depth.value_or(layer.traits().depth);
-    ask.downsample = request.downsample;
-    ask.isPlain = request.isPlain || !host.supportsSmartRender();
+    ask.depth = scene.depth.value_or(layer.traits().depth);
+    ask.downsample = scene.downsample.value_or(1) * reduce;
+    ask.isPlain = scene.isPlain || !host.supportsSmartRender();
+    checkDownsample(scene, ask.downsample, layer);
     return ask;
 }
 

@@ -6,7 +6,7 @@
 
 #include "hostkit/host.h"
 #include "zelk/pictures/reader.h"
-#include "zelk/scene/render_request.h"
+#include "zelk/scene/scene.h"
 
 namespace zelk {
 
@@ -22,10 +22,11 @@ struct ModuleRender {
 /// What Grow Bounds adds on each side at the render's resolution, pixels; none in a plain render.
 PixelSize marginOf(std::vector<Parameter> const& parameters, ModuleRender const& ask);
 
-/// What a request asks of the module for that layer. Throws a usage error for a downsample factor
-/// that leaves nothing of it.
-ModuleRender moduleRenderOf(RenderRequest const& request, Host const& host,
-                            PictureReader const& layer);
+/// What a scene asks of the module for that layer, `reduce` times smaller than it says. Throws
+/// about
+/// --downsample where that leaves nothing of it.
+ModuleRender moduleRenderOf(Scene const& scene, Host const& host, PictureReader const& layer,
+                            int reduce = 1);
 
 /// Throws an input error when memory is short for the picture's render.
 void requireMemory(Host const& host, PictureReader const& picture, ModuleRender const& ask);

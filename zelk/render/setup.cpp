@@ -7,11 +7,12 @@
 #include <algorithm>
 #include <cstring>
 
+#include "zelk/render/track_import.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/scene/parameter_values.h"
-#include "zelk/scene/scene_file.h"
+#include "zelk/scene/scene_check.h"
+#include "zelk/scene/scene_values.h"
 #include "zelk/text/errors.h"
-#include "zelk/tracks/import.h"
 
 namespace zelk {
 
@@ -31,36 +32,28 @@ void setNumberOf(Parameter& parameter, double value) {
     dropKeys(parameter);
 }
 
-void setPins(std::vector<Parameter>& parameters, int index, Corners const& corners) {
-    for (Point const& corner : corners) {
-        Parameter& parameter = at(parameters, index++);
-        setPoint(parameter.current, corner.x, corner.y);
-        dropKeys(parameter);
+/// From Pins at the corners of a picture.
+void pinWholePicture(std::vector<Parameter>& parameters, PixelSize size) {
+    double const w = size.width, h = size.height;
+    Corners const corners = {{{0, 0}, {w, 0}, {0, h}, {w, h}}};
+    for (int i = 0; i < 4; ++i) {
+        Point const& corner = corners[static_cast<std::size_t>(i)];
+        setPoint(at(parameters, kFromPins + i).current, corner.x, corner.y);
     }
 }
 
-/// From Pins at the corners of a picture.
-Corners wholePicture(PixelSize size) {
-    double const w = size.width, h = size.height;
-    return {{{0, 0}, {w, 0}, {0, h}, {w, h}}};
-}
-
-/// To Pins that neither option nor project sets follow the From Pins.
-void copyOpenPins(RenderRequest const& request, std::vector<Parameter>& parameters) {
+/// To Pins that nothing sets follow the From Pins.
+void copyOpenPins(Scene const& scene, std::vector<Parameter>& parameters) {
     bool const isTracked =
-        std::any_of(request.tracks.begin(), request.tracks.end(),
+        std::any_of(scene.tracks.begin(), scene.tracks.end(),
                     [](auto const& use) { return use.pins == TrackedPins::kTo; });
-    if (request.to || isTracked) return;
-    auto const sets = [](auto const& list, int index) {
-        return std::any_of(list.begin(), list.end(),
-                           [index](auto const& entry) { return entry.index == index; });
-    };
+    if (isTracked) return;
     for (int corner = 0; corner < 4; ++corner) {
         int const index = kToPins + corner;
-        bool const isSet = sets(request.settings, index) ||
-                           (request.project && sets(request.project->parameters, index));
+        bool const isSet = std::any_of(scene.parameters.begin(), scene.parameters.end(),
+                                       [index](auto const& entry) { return entry.index == index; });
         PF_PointDef const& from = at(parameters, kFromPins + corner).current.u.td;
-        PF_PointDef& to = at(parameters, kToPins + corner).current.u.td;
+        PF_PointDef& to = at(parameters, index).current.u.td;
         if (isSet) continue;
         to.x_value = from.x_value;
         to.y_value = from.y_value;
@@ -68,16 +61,14 @@ void copyOpenPins(RenderRequest const& request, std::vector<Parameter>& paramete
 }
 
 /// The composition's shutter where the popup offers it, else the same numbers as controls.
-void switchMotionBlurOn(RenderRequest const& request, std::vector<Parameter>& parameters) {
+void switchMotionBlurOn(Scene const& scene, std::vector<Parameter>& parameters) {
     Parameter& popup = at(parameters, kMotionBlur);
     constexpr int kOn = 2, kCompSettings = 3;
     bool const hasComp = popup.choices.size() >= kCompSettings;
     setNumberOf(popup, hasComp ? kCompSettings : kOn);
-    if (request.samples) setNumberOf(at(parameters, kSamples), *request.samples);
     if (hasComp) return;
-    Comp const comp = compOf(request, 0, 0);
-    setNumberOf(at(parameters, kShutterAngle), comp.shutterAngleDeg);
-    setNumberOf(at(parameters, kShutterPhase), comp.shutterPhaseDeg);
+    setNumberOf(at(parameters, kShutterAngle), scene.comp.shutterAngleDeg);
+    setNumberOf(at(parameters, kShutterPhase), scene.comp.shutterPhaseDeg);
 }
 
 /// Rank of a file's samples, for the deeper of two.
@@ -100,29 +91,18 @@ bool isSame(OIIO::ParamValue const& a, OIIO::ParamValue const& b) {
 
 }  // namespace
 
-void applyRequest(RenderRequest const& request, std::vector<Parameter>& parameters) {
-    if (request.from) setPins(parameters, kFromPins, *request.from);
-    if (request.to) setPins(parameters, kToPins, *request.to);
-    if (request.quality) setNumberOf(at(parameters, kQuality), *request.quality);
-    if (request.view) setNumberOf(at(parameters, kViewMode), *request.view);
-    for (Setting const& setting : request.settings) {
-        setFromText(at(parameters, setting.index), setting.thing, setting.value);
-        dropKeys(at(parameters, setting.index));
-    }
-    if (request.motionBlur) switchMotionBlurOn(request, parameters);
-    copyOpenPins(request, parameters);
+void setOptionValues(Scene const& scene, std::vector<Parameter>& parameters) {
+    setValues(scene, ValuesFrom::kOptions, parameters);
+    if (scene.isMotionBlurOn) switchMotionBlurOn(scene, parameters);
+    copyOpenPins(scene, parameters);
 }
 
-void setParameters(RenderRequest const& request, Host& host, PixelSize layer, PixelSize frame) {
+void setParameters(Scene const& scene, Host& host, PixelSize layer, PixelSize frame) {
     host.resetParameters(frame.width, frame.height);
-    if (request.road == Road::kMemory) setPins(host.parameters(), kFromPins, wholePicture(layer));
-    if (request.project) {
-        Project project = *request.project;  // keys lie at frames, whatever the rate
-        project.comp.timeBase = request.rate.value_or(project.comp.timeBase);
-        applyProject(project, host.parameters());
-    }
-    for (TrackUse const& use : request.tracks) importTrack(host, use, frame);
-    applyRequest(request, host.parameters());
+    if (scene.roadTaken() == Road::kMemory) pinWholePicture(host.parameters(), layer);
+    setValues(scene, ValuesFrom::kFile, host.parameters());
+    for (TrackUse const& use : scene.tracks) importTrack(host, use, frame);
+    setOptionValues(scene, host.parameters());
 }
 
 std::vector<Parameter> parametersAt(std::vector<Parameter> const& parameters, KeyTime const& time) {
@@ -132,71 +112,63 @@ std::vector<Parameter> parametersAt(std::vector<Parameter> const& parameters, Ke
     return result;
 }
 
-Comp compOf(RenderRequest const& request, int firstFrame, int lastFrame) {
-    Comp comp;
-    if (request.project) {
-        comp = request.project->comp;
-    } else {
+Comp compOf(Scene const& scene, int firstFrame, int lastFrame) {
+    Comp comp = scene.comp;
+    if (!scene.hasComp) {
         comp.startFrame = firstFrame;
         comp.durationFrames = lastFrame - firstFrame + 1;
     }
-    if (request.rate) comp.timeBase = *request.rate;
-    comp.motionBlur = comp.motionBlur || request.motionBlur;
-    if (request.shutter) {
-        comp.shutterAngleDeg = request.shutter->angleDeg;
-        comp.shutterPhaseDeg = request.shutter->phaseDeg;
-    }
+    comp.motionBlur = comp.motionBlur || scene.isMotionBlurOn;
     return comp;
 }
 
 namespace {
 
-/// How any output of the request is written.
-WriteRequest writeRequestOf(RenderRequest const& request) {
+/// How any output of the scene is written.
+WriteRequest writeRequestOf(RunOptions const& run) {
     WriteRequest ask;
-    ask.keepMetadata = request.keepMetadata;
-    ask.noClobber = request.noClobber;
-    ask.history = request.history;
+    ask.keepMetadata = run.keepMetadata;
+    ask.noClobber = run.noClobber;
+    ask.history = run.history;
     return ask;
 }
 
 }  // namespace
 
-WriteRequest outputOf(RenderRequest const& request, PictureTraits const& layer,
+WriteRequest outputOf(Scene const& scene, RunOptions const& run, PictureTraits const& layer,
                       PictureTraits const* plate) {
-    WriteRequest ask = writeRequestOf(request);
+    WriteRequest ask = writeRequestOf(run);
     ask.form = AlphaForm::kAssociated;
     ask.traits = plate ? *plate : layer;
-    if (request.frameSize) ask.traits.originX = ask.traits.originY = 0;
+    if (scene.frameSize()) ask.traits.originX = ask.traits.originY = 0;
     PictureTraits const& deeper = plate && depthRank(*plate) > depthRank(layer) ? *plate : layer;
-    ask.traits.isHalf = deeper.isHalf && !request.depth;
-    ask.depth = request.depth.value_or(deeper.depth);
+    ask.traits.isHalf = deeper.isHalf && !scene.depth;
+    ask.depth = scene.depth.value_or(deeper.depth);
     ask.opaque = plate && !plate->hasAlpha;
     return ask;
 }
 
-WriteRequest ownFrameOutput(RenderRequest const& request, PictureTraits const& layer,
+WriteRequest ownFrameOutput(Scene const& scene, RunOptions const& run, PictureTraits const& layer,
                             PixelSize margin) {
-    WriteRequest ask = writeRequestOf(request);
-    ask.depth = request.depth.value_or(layer.depth);
+    WriteRequest ask = writeRequestOf(run);
+    ask.depth = scene.depth.value_or(layer.depth);
     ask.traits = layer;
-    ask.traits.isHalf = layer.isHalf && !request.depth;
+    ask.traits.isHalf = layer.isHalf && !scene.depth;
     ask.marginX = margin.width;
     ask.marginY = margin.height;
     return ask;
 }
 
-void checkTransfer(std::vector<Parameter> const& parameters) {
+void checkTransfer(Scene const& scene, std::vector<Parameter> const& parameters) {
     Parameter const& transfer = parameters[kTransferMode];
     auto const entry = static_cast<std::size_t>(numberOf(transfer.current));
     if (entry > 1 && entry <= transfer.choices.size())
-        throw UserError(ExitCode::kUsage, {"--set transfer-mode",
-                                           "lays the pinned layer over itself in its own frame:",
-                                           transfer.choices[entry - 1], "--mode with --over"});
+        throw refusalOf(scene, kTransferMode, "lays the pinned layer over itself in its own frame:",
+                        transfer.choices[entry - 1], "--mode with --over");
 }
 
-void addColorWarning(RenderRequest const& request, PictureTraits const& layer,
-                     PictureTraits const& plate, std::vector<std::string>& warnings) {
+void addColorWarning(Scene const& scene, PictureTraits const& layer, PictureTraits const& plate,
+                     std::vector<std::string>& warnings) {
     OIIO::ParamValueList const &ofLayer = layer.metadata, &ofPlate = plate.metadata;
     for (ColorDeclaration const& declaration : kColorDeclarations) {
         auto const a = ofLayer.find(declaration.attribute), b = ofPlate.find(declaration.attribute);
@@ -205,10 +177,9 @@ void addColorWarning(RenderRequest const& request, PictureTraits const& layer,
             return given.type() == OIIO::TypeString ? fmt::format(" \"{}\"", given.get_string())
                                                     : std::string();
         };
-        warnings.push_back(
-            fmt::format("{}: declares {}{} and {} another{}; values are composited as stored",
-                        request.layer.string(), declaration.name, value(*a),
-                        request.plate->string(), value(*b)));
+        warnings.push_back(fmt::format(
+            "{}: declares {}{} and {} another{}; values are composited as stored",
+            scene.layer.name(), declaration.name, value(*a), scene.plate->name(), value(*b)));
         return;
     }
 }
@@ -220,9 +191,9 @@ void useThreads(int count) {
     OIIO::attribute("exr_threads", count);
 }
 
-int engineThreads(RenderRequest const& request) {
+int engineThreads(Scene const& scene) {
     bool const isPremiere =
-        request.road == Road::kModule && request.module.host.applId == kAppPremierePro;
+        scene.roadTaken() == Road::kModule && scene.host && scene.host->applId == kAppPremierePro;
     return isPremiere ? 1 : omp_get_max_threads();
 }
 

@@ -6,46 +6,46 @@
 
 #include "hostkit/host.h"
 #include "zelk/pictures/writer.h"
-#include "zelk/scene/render_request.h"
+#include "zelk/render/run_options.h"
+#include "zelk/scene/scene.h"
 
 namespace zelk {
 
-/// Sets pins, quality, view, settings and motion blur, over what defaults and a project gave; a
-/// value that an option gives loses its keyframes. To Pins that are left open become the From Pins.
-/// Throws a usage error for a refused value.
-void applyRequest(RenderRequest const& request, std::vector<Parameter>& parameters);
+/// Sets what options gave, and motion blur, over what defaults and a file gave. To Pins that are
+/// left open become the From Pins. Throws a usage error for a refused value.
+void setOptionValues(Scene const& scene, std::vector<Parameter>& parameters);
 
-/// Sets all values for a layer in a frame: defaults, the project's, the tracks', the request's. Of
+/// Sets all values for a layer in a frame: defaults, the file's, the tracks', the options'. Of
 /// tracks the frames count from the host's composition, which must be set. On the memory road the
 /// From Pins start at the layer's corners and all other points at the frame's.
-void setParameters(RenderRequest const& request, Host& host, PixelSize layer, PixelSize frame);
+void setParameters(Scene const& scene, Host& host, PixelSize layer, PixelSize frame);
 
 /// The parameters with their values at a moment as `current`.
 std::vector<Parameter> parametersAt(std::vector<Parameter> const& parameters, KeyTime const& time);
 
-/// The composition of a render: the project's, else one at the request's rate that lasts from
-/// `firstFrame` to `lastFrame`; its shutter as the options say.
-Comp compOf(RenderRequest const& request, int firstFrame, int lastFrame);
+/// The composition of a render: the scene's own, else one that lasts from `firstFrame` to
+/// `lastFrame`.
+Comp compOf(Scene const& scene, int firstFrame, int lastFrame);
 
 /// What the output inherits: windows and metadata of the plate, else the layer's metadata; the
 /// deeper samples of the two. `plate` may be null.
-WriteRequest outputOf(RenderRequest const& request, PictureTraits const& layer,
+WriteRequest outputOf(Scene const& scene, RunOptions const& run, PictureTraits const& layer,
                       PictureTraits const* plate);
 /// The same for the module road.
-WriteRequest ownFrameOutput(RenderRequest const& request, PictureTraits const& layer,
+WriteRequest ownFrameOutput(Scene const& scene, RunOptions const& run, PictureTraits const& layer,
                             PixelSize margin);
 
-/// A Transfer Mode lays the pinned layer over the layer as it stands in its own frame: a usage
-/// error in another one.
-void checkTransfer(std::vector<Parameter> const& parameters);
+/// A Transfer Mode lays the pinned layer over the layer as it stands in its own frame: an error in
+/// another one, about what set it.
+void checkTransfer(Scene const& scene, std::vector<Parameter> const& parameters);
 
 /// The first declaration of colours that both files make and that differs is told.
-void addColorWarning(RenderRequest const& request, PictureTraits const& layer,
-                     PictureTraits const& plate, std::vector<std::string>& warnings);
+void addColorWarning(Scene const& scene, PictureTraits const& layer, PictureTraits const& plate,
+                     std::vector<std::string>& warnings);
 
 /// For OpenMP and OpenImageIO; 0 leaves them alone.
 void useThreads(int count);
 /// Of the engine: in Premiere Pro the scan keeps to one thread.
-int engineThreads(RenderRequest const& request);
+int engineThreads(Scene const& scene);
 
 }  // namespace zelk

@@ -1,18 +1,12 @@
-// The words of an option and what they stand for, and those of `--mode`, which projects know too.
+// The words of how a layer is laid over a plate.
 #pragma once
 
 #include <string_view>
 
 #include "platform/effect_api/effect_types.h"
+#include "zelk/text/choices.h"
 
 namespace zelk {
-
-/// A word of an option and what it stands for.
-template <class T>
-struct Choice {
-    std::string_view word;
-    T value;
-};
 
 /// How the pinned layer is laid over a plate, as PF_Xfer_* numbers.
 inline constexpr Choice<int> kOverModes[] = {
@@ -35,5 +29,11 @@ inline constexpr Choice<int> kOverModes[] = {
     {"color", PF_Xfer_COLOR},
     {"luminosity", PF_Xfer_LUMINOSITY},
 };
+
+constexpr std::string_view overModeWord(int mode) {
+    for (Choice<int> const& choice : kOverModes)
+        if (choice.value == mode) return choice.word;
+    return {};
+}
 
 }  // namespace zelk

@@ -42,6 +42,10 @@ enum ViewEntry { kViewOriginal = 1, kViewFrom = 2, kViewTo = 3, kViewBoth = 4 };
 
 extern std::array<std::string_view, kParameterCount> const kParameterNames;
 
+inline std::string_view nameOfParameter(int index) {
+    return kParameterNames[static_cast<std::size_t>(index)];
+}
+
 /// Exact, but for the case of letters.
 std::optional<int> parameterIndex(std::string_view name);
 

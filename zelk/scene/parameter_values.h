@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "hostkit/parameters.h"
-#include "zelk/scene/corners.h"
+#include "zelk/tracks/corners.h"
 
 namespace zelk {
 

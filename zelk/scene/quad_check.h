@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "hostkit/parameters.h"
-#include "zelk/scene/corners.h"
-#include "zelk/scene/quad_fault.h"
+#include "zelk/tracks/corners.h"
+#include "zelk/tracks/quad_fault.h"
 
 namespace zelk {
 

@@ -1,5 +1,5 @@
-// Reading and writing of the project file; see scene_file.h. Values meet the module's parameters
-// in project_values.cpp.
+// Reading and writing of the project file; see scene_file.h. Values meet the module's parameters in
+// scene_values.cpp.
 #include "zelk/scene/scene_file.h"
 
 #include <fmt/format.h>
@@ -11,7 +11,9 @@
 #include <nlohmann/json.hpp>
 
 #include "zelk/files/frame_names.h"
+#include "zelk/files/relative_paths.h"
 #include "zelk/files/text_file.h"
+#include "zelk/scene/clock.h"
 #include "zelk/scene/over_modes.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/text/errors.h"
@@ -220,22 +222,20 @@ Comp readComp(Node const& node) {
     return comp;
 }
 
-ProjectRender readRender(Node const& node) {
+void readRender(Node const& node, Scene& scene) {
     node.requireKeys("render");
-    ProjectRender render;
-    if (auto const depth = node.find("depth")) render.depth = kDepths[depth->pick(kDepthWords)];
-    if (auto const mode = node.find("mode")) render.mode = kModes[mode->pick(kModes)];
-    if (auto const n = node.find("downsample")) render.downsample = n->whole(1, kLargestPx);
+    if (auto const depth = node.find("depth")) scene.depth = kDepths[depth->pick(kDepthWords)];
+    if (auto const mode = node.find("mode")) scene.overMode = kOverModes[mode->pick(kModes)].value;
+    if (auto const n = node.find("downsample")) scene.downsample = n->whole(1, kLargestPx);
     if (auto const size = node.find("size")) {
         if (!size->json().is_array() || size->json().size() != 2) size->fail("[width, height]");
-        render.size =
+        scene.size =
             PixelSize{size->element(0).whole(1, kLargestPx), size->element(1).whole(1, kLargestPx)};
     }
-    return render;
 }
 
 /// A value of any kind; the parameter's own is looked at when it is applied.
-ProjectValue readValue(Node const& node) {
+SceneValue readValue(Node const& node) {
     Json const& json = node.json();
     if (json.is_boolean()) return json.get<bool>();
     if (json.is_string()) return json.get<std::string>();
@@ -254,10 +254,10 @@ Ease readEase(Node const& node) {
     return ease;
 }
 
-ProjectKey readKey(Node const& node, Comp const& comp) {
+SceneKey readKey(Node const& node, Comp const& comp) {
     node.requireKeys("key");
     Node const frame = node.at("frame");
-    ProjectKey key;
+    SceneKey key;
     key.frame = frame.number(-2.0 * kLargestFrame, 2.0 * kLargestFrame);
     if (!keyTimeOf(comp, key.frame)) frame.fail("a frame that the composition's clock reaches");
     key.value = readValue(node.at("value"));
@@ -269,13 +269,13 @@ ProjectKey readKey(Node const& node, Comp const& comp) {
 }
 
 /// Keys in order of their moments, no two at one.
-std::vector<ProjectKey> readKeys(Node const& node, Comp const& comp) {
+std::vector<SceneKey> readKeys(Node const& node, Comp const& comp) {
     if (!node.json().is_array() || node.json().empty()) node.fail("an array of keys, at least one");
-    std::vector<ProjectKey> keys;
+    std::vector<SceneKey> keys;
     for (std::size_t i = 0; i < node.json().size(); ++i)
         keys.push_back(readKey(node.element(i), comp));
     std::sort(keys.begin(), keys.end(),
-              [](ProjectKey const& a, ProjectKey const& b) { return a.frame < b.frame; });
+              [](SceneKey const& a, SceneKey const& b) { return a.frame < b.frame; });
     for (std::size_t i = 1; i < keys.size(); ++i) {
         if (keyTimeOf(comp, keys[i - 1].frame) == keyTimeOf(comp, keys[i].frame))
             node.refuse("two keys of " + node.place() + " lie at frame", valueText(keys[i].frame),
@@ -284,15 +284,15 @@ std::vector<ProjectKey> readKeys(Node const& node, Comp const& comp) {
     return keys;
 }
 
-std::vector<ProjectParameter> readParameters(Node const& node, Comp const& comp) {
+std::vector<SceneParameter> readParameters(Node const& node, Comp const& comp) {
     node.requireObject();
     node.requireNames(kParameterNames);
-    std::vector<ProjectParameter> parameters;
+    std::vector<SceneParameter> parameters;
     for (std::size_t i = 0; i < kParameterNames.size(); ++i) {
         auto const entry = node.find(std::string(kParameterNames[i]));
         if (!entry) continue;
         entry->requireKeys("parameter");
-        ProjectParameter parameter;
+        SceneParameter parameter;
         parameter.index = static_cast<int>(i);
         if (auto const id = entry->find("id")) parameter.diskId = id->whole(0, INT32_MAX);
         if (auto const value = entry->find("value")) parameter.value = readValue(*value);
@@ -319,31 +319,37 @@ void requireVersion(Node const& root) {
                        fmt::format("version {}, the newest that is known here", kVersion));
 }
 
-Project readRoot(Node const& root) {
+Scene readRoot(fs::path const& file, Node const& root) {
     requireVersion(root);
     root.requireKeys("project");
-    Project project;
-    project.comp = readComp(root.at("comp"));
-    project.ownStart = root.at("comp").find("startFrame").has_value();
-    project.ownDuration = root.at("comp").find("duration").has_value();
-    project.layer = readPath(root.at("layer"));
-    if (auto const plate = root.find("plate")) project.plate = readPath(*plate);
-    if (auto const output = root.find("output")) project.output = readPath(*output);
+    auto const path = [&file](Node const& node) {
+        return ScenePath{readPath(node), file.parent_path()};
+    };
+    Scene scene;
+    scene.file = file;
+    scene.hasComp = true;
+    scene.comp = readComp(root.at("comp"));
+    scene.ownStart = root.at("comp").find("startFrame").has_value();
+    scene.ownDuration = root.at("comp").find("duration").has_value();
+    scene.layer.file = path(root.at("layer"));
+    if (auto const plate = root.find("plate")) scene.plate = SceneInput{path(*plate)};
+    if (auto const output = root.find("output")) scene.output = path(*output);
     if (auto const frames = root.find("frames")) {
-        project.frames = frames->text("frames such as 1001-1100");
-        if (!isTaken([&] { parseFrameRange("", *project.frames); }))
+        scene.frames = frames->text("frames such as 1001-1100");
+        if (!isTaken([&] { parseFrameRange("", *scene.frames); }))
             frames->fail("frames such as 1001-1100");
-        fitToFrames(project, *project.frames);
+        fitToFrames(scene);
     }
-    if (auto const render = root.find("render")) project.render = readRender(*render);
+    if (auto const render = root.find("render")) readRender(*render, scene);
     if (auto const parameters = root.find("parameters"))
-        project.parameters = readParameters(*parameters, project.comp);
-    return project;
+        scene.parameters = readParameters(*parameters, scene.comp);
+    return scene;
 }
 
-Ordered valueJson(ProjectValue const& value) {
+Ordered valueJson(SceneValue const& value) {
     if (auto const* point = std::get_if<Point>(&value)) return Ordered::array({point->x, point->y});
     if (auto const* text = std::get_if<std::string>(&value)) return *text;
+    if (auto const* typed = std::get_if<TypedText>(&value)) return typed->text;
     if (auto const* number = std::get_if<double>(&value)) return *number;
     return std::get<bool>(value);
 }
@@ -355,7 +361,7 @@ void addEase(Ordered& key, char const* name, Ease const& ease) {
     key[name] = {{"influence", ease.influencePercent}, {"speed", ease.speed}};
 }
 
-Ordered keyJson(ProjectKey const& key) {
+Ordered keyJson(SceneKey const& key) {
     Ordered json = {{"frame", key.frame}, {"value", valueJson(key.value)}};
     if (key.toNext) json["interpolation"] = interpolationWord(*key.toNext);
     addEase(json, "in", key.incoming);
@@ -363,11 +369,11 @@ Ordered keyJson(ProjectKey const& key) {
     return json;
 }
 
-Ordered parameterJson(ProjectParameter const& parameter) {
+Ordered parameterJson(SceneParameter const& parameter) {
     Ordered json = Ordered::object();
     if (parameter.diskId) json["id"] = *parameter.diskId;
     if (parameter.value) json["value"] = valueJson(*parameter.value);
-    for (ProjectKey const& key : parameter.keys) json["keys"].push_back(keyJson(key));
+    for (SceneKey const& key : parameter.keys) json["keys"].push_back(keyJson(key));
     return json;
 }
 
@@ -390,142 +396,84 @@ Ordered compJson(Comp const& comp) {
               {"shutterPhase", comp.shutterPhaseDeg}}}};
 }
 
-Ordered renderJson(ProjectRender const& render) {
+Ordered renderJson(Scene const& scene) {
     Ordered json;
-    if (render.depth) {
-        auto const at = std::find(std::begin(kDepths), std::end(kDepths), *render.depth);
+    if (scene.depth) {
+        auto const at = std::find(std::begin(kDepths), std::end(kDepths), *scene.depth);
         json["depth"] = kDepthWords[at - std::begin(kDepths)];
     }
-    if (render.mode) json["mode"] = *render.mode;
-    if (render.downsample) json["downsample"] = *render.downsample;
-    if (render.size) json["size"] = Ordered::array({render.size->width, render.size->height});
+    if (scene.overMode) json["mode"] = overModeWord(*scene.overMode);
+    if (scene.downsample) json["downsample"] = *scene.downsample;
+    if (scene.size) json["size"] = Ordered::array({scene.size->width, scene.size->height});
     return json;
 }
 
-/// Absolute, without a blank name at the end.
-fs::path plainFolder(fs::path const& folder) {
-    fs::path const plain = fs::absolute(folder.empty() ? "." : folder).lexically_normal();
-    return plain.has_filename() ? plain : plain.parent_path();
+/// A path as a file in `folder` has it.
+std::string writtenIn(fs::path const& folder, ScenePath const& path) {
+    bool const stays = fs::path(path.written).is_absolute() || isSameFolder(folder, path.folder);
+    return stays ? path.written : pathFrom(folder, path.path(), true);
 }
 
-/// `mayClimb`: by "..", rather than from the root.
-std::string pathFrom(fs::path const& folder, fs::path const& path, bool mayClimb) {
-    fs::path const home = plainFolder(folder);
-    fs::path const there = fs::absolute(path).lexically_normal();
-    fs::path const relative = there.lexically_relative(home);
-    bool const climbs = relative.empty() || *relative.begin() == "..";
-    // ".." leaves a linked folder to where the link leads.
-    std::error_code fault;
-    if (climbs && (!mayClimb || fs::weakly_canonical(home, fault) != home)) return there.string();
-    return relative.string();
+std::string inputIn(fs::path const& folder, SceneInput const& input) {
+    if (!input.buffer) return writtenIn(folder, input.file);
+    throw UserError(ExitCode::kUsage, {input.name(), "a picture in memory can't stand in a file",
+                                       "", "a picture file's name"});
 }
 
-/// The project as a file in another folder has it.
-Project movedTo(fs::path const& file, Project project) {
-    fs::path const folder = file.parent_path();
-    if (plainFolder(folder) == plainFolder(project.file.parent_path())) return project;
-    auto const move = [&](std::string& path) {
-        if (fs::path(path).is_relative()) path = pathFrom(folder, project.resolved(path), true);
-    };
-    move(project.layer);
-    if (project.plate) move(*project.plate);
-    if (project.output) move(*project.output);
-    return project;
-}
-
-}  // namespace
-
-std::string Project::resolved(std::string const& written) const {
-    return (file.parent_path() / written).string();
-}
-
-Project projectFromText(fs::path const& file, std::string_view text) {
-    Json const json = parseJson(file, text);
-    Project project = readRoot(Node(file, json, ""));
-    project.file = file;
-    return project;
-}
-
-Project readProject(fs::path const& file) {
-    return projectFromText(file, readTextFile(file, "a project"));
-}
-
-std::string projectText(Project const& project) {
+std::string textIn(fs::path const& folder, Scene const& scene) {
     Ordered json = {{"schema", kSchema},
                     {"version", kVersion},
-                    {"comp", compJson(project.comp)},
-                    {"layer", project.layer}};
-    if (!project.ownStart) json["comp"].erase("startFrame");
-    if (!project.ownDuration) json["comp"].erase("duration");
-    if (project.plate) json["plate"] = *project.plate;
-    if (project.output) json["output"] = *project.output;
-    if (project.frames) json["frames"] = *project.frames;
-    Ordered const render = renderJson(project.render);
+                    {"comp", compJson(scene.comp)},
+                    {"layer", inputIn(folder, scene.layer)}};
+    if (!scene.ownStart) json["comp"].erase("startFrame");
+    if (!scene.ownDuration) json["comp"].erase("duration");
+    if (scene.plate) json["plate"] = inputIn(folder, *scene.plate);
+    if (scene.output) json["output"] = writtenIn(folder, *scene.output);
+    if (scene.frames) json["frames"] = *scene.frames;
+    Ordered const render = renderJson(scene);
     if (!render.empty()) json["render"] = render;
     json["parameters"] = Ordered::object();
-    for (ProjectParameter const& parameter : project.parameters) {
+    for (SceneParameter const& parameter : scene.parameters) {
         auto const name = kParameterNames[static_cast<std::size_t>(parameter.index)];
         json["parameters"][std::string(name)] = parameterJson(parameter);
     }
     return jsonText(json);
 }
 
-void fitToFrames(Project& project, std::string const& frames) {
-    if (project.ownStart && project.ownDuration) return;
-    std::vector<int> const all = parseFrameRange("frames", frames);
+}  // namespace
+
+Scene sceneFromText(fs::path const& file, std::string_view text) {
+    Json const json = parseJson(file, text);
+    return readRoot(file, Node(file, json, ""));
+}
+
+Scene readScene(fs::path const& file) {
+    return sceneFromText(file, readTextFile(file, "a project"));
+}
+
+std::string sceneText(Scene const& scene) { return textIn(scene.file.parent_path(), scene); }
+
+void fitToFrames(Scene& scene) {
+    if (!scene.frames || (scene.ownStart && scene.ownDuration)) return;
+    std::vector<int> const all = parseFrameRange("frames", *scene.frames);
     auto const [first, last] = std::minmax_element(all.begin(), all.end());
-    Comp& comp = project.comp;
-    if (!project.ownStart) comp.startFrame = *first;
+    Comp& comp = scene.comp;
+    if (!scene.ownStart) comp.startFrame = *first;
     std::int64_t const duration = std::int64_t{*last} - comp.startFrame + 1;
-    if (!project.ownDuration)
+    if (!scene.ownDuration)
         comp.durationFrames =
             static_cast<int>(std::clamp<std::int64_t>(duration, 1, INT32_MAX / comp.timeBase.step));
 }
 
-void writeProject(Project const& project, fs::path const& file, bool mayReplace) {
+void writeScene(Scene const& scene, fs::path const& file, bool mayReplace) {
     std::string text;
     try {
-        text = projectText(movedTo(file, project));
+        text = textIn(file.parent_path(), scene);
     } catch (Json::type_error const&) {
-        throw UserError(ExitCode::kOutput,
-                        {file.string(), "JSON can't hold a path such as", project.layer, "UTF-8"});
+        throw UserError(ExitCode::kOutput, {file.string(), "JSON can't hold a path such as",
+                                            scene.layer.name(), "UTF-8"});
     }
     writeTextFile(file, text, mayReplace);
-}
-
-std::string pathSeenFrom(fs::path const& folder, fs::path const& path) {
-    return pathFrom(folder, path, path.is_relative());
-}
-
-std::optional<TimeBase> rateFromText(std::string_view text) {
-    auto const slash = text.find('/');
-    if (slash == std::string_view::npos) {
-        auto const rate = parseNumber(text);
-        try {
-            return rate ? std::optional(timeBaseOfRate(*rate)) : std::nullopt;
-        } catch (HostError const&) {
-            return std::nullopt;
-        }
-    }
-    auto const isWhole = [](std::optional<double> const& n) {
-        return n && *n == std::floor(*n) && *n >= 1 && *n <= INT32_MAX;
-    };
-    auto const scale = parseNumber(text.substr(0, slash)),
-               step = parseNumber(text.substr(slash + 1));
-    if (!isWhole(scale) || !isWhole(step)) return std::nullopt;
-    // A frame has at least 1000 units, as with timeBaseOfRate.
-    double const times = std::ceil(1000 / *step);
-    if (*scale * times > UINT32_MAX || *scale / *step > 1e6) return std::nullopt;
-    return TimeBase{static_cast<A_u_long>(*scale * times), static_cast<A_long>(*step * times)};
-}
-
-std::string rateText(TimeBase const& timeBase) {
-    constexpr double kPlainStep = 1000;
-    std::string const number = fmt::format("{}", timeBase.scale / kPlainStep);
-    auto const again = rateFromText(number);
-    bool const isSame = again && again->scale == timeBase.scale && again->step == timeBase.step;
-    if (timeBase.step == kPlainStep && isSame) return number;
-    return fmt::format("{}/{}", timeBase.scale, timeBase.step);
 }
 
 std::string_view interpolationWord(Interpolation interpolation) {
@@ -534,16 +482,17 @@ std::string_view interpolationWord(Interpolation interpolation) {
     return kInterpolationWords[at - std::begin(kInterpolations)];
 }
 
-std::string valueText(ProjectValue const& value) {
+std::string valueText(SceneValue const& value) {
     if (auto const* point = std::get_if<Point>(&value))
         return fmt::format("[{}, {}]", point->x, point->y);
     if (auto const* number = std::get_if<double>(&value)) return fmt::format("{}", *number);
     if (auto const* text = std::get_if<std::string>(&value)) return *text;
+    if (auto const* typed = std::get_if<TypedText>(&value)) return typed->text;
     return std::get<bool>(value) ? "true" : "false";
 }
 
 std::span<FileObject const> fileObjects() { return kObjects; }
 
-std::span<std::string_view const> projectModes() { return kModes; }
+std::span<std::string_view const> modeWords() { return kModes; }
 
 }  // namespace zelk

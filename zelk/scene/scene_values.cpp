@@ -1,9 +1,12 @@
-// The values of a project meet the parameters that a module registered; see scene_file.h.
+// The values of a scene meet the parameters that a module registered; see scene_values.h.
+#include "zelk/scene/scene_values.h"
+
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <cmath>
 
+#include "zelk/scene/clock.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/scene/parameter_values.h"
 #include "zelk/scene/scene_file.h"
@@ -47,20 +50,27 @@ bool isWithin(double number, ValueRange const& range) {
     return number >= range.min && number <= range.max;  // false for what is not a number
 }
 
-/// One parameter on its way to a project's value and keys.
+/// One parameter on its way to a scene's value and keys.
 class Target {
 public:
-    Target(Project const& project, Parameter& parameter)
-        : m_file(project.file.empty() ? "project" : project.file.string()),
-          m_place("parameters." +
-                  std::string(kParameterNames[static_cast<std::size_t>(parameter.index)])),
-          m_comp(project.comp),
+    Target(Scene const& scene, Parameter& parameter, std::string const& option)
+        : m_thing(!option.empty()      ? option
+                  : scene.file.empty() ? "project"
+                                       : scene.file.string()),
+          m_place(option.empty() ? "parameters." + std::string(nameOfParameter(parameter.index))
+                                 : ""),
+          m_isOption(!option.empty()),
+          m_comp(scene.comp),
           m_parameter(parameter),
           m_scratch(parameter.index, parameter.registered) {
         m_scratch.choices = parameter.choices;
     }
 
-    void apply(ProjectParameter const& from) {
+    void apply(SceneParameter const& from) {
+        if (auto const* typed = from.value ? std::get_if<TypedText>(&*from.value) : nullptr) {
+            setFromText(m_parameter, m_thing, typed->text);
+            return dropKeys();
+        }
         if (!m_parameter.hasValue())
             refuse(m_place + " holds no value: it is a", kindName(m_parameter.type()),
                    "a parameter that holds one");
@@ -68,11 +78,16 @@ public:
             refuse(m_place + ".id can't be", fmt::format("{}", *from.diskId),
                    fmt::format("{}, as the module has it", m_parameter.diskId()));
         if (from.value) setKeyValue(m_parameter.current, numbersOf(*from.value, ".value"));
+        dropKeys();
         if (!from.keys.empty()) applyKeys(from.keys);
     }
 
 private:
-    void applyKeys(std::vector<ProjectKey> const& keys) {
+    void dropKeys() {
+        if (!m_parameter.track().empty()) m_parameter.editTrack().clear();
+    }
+
+    void applyKeys(std::vector<SceneKey> const& keys) {
         if (!m_parameter.canVaryInTime())
             refuse(m_place + ".keys: it can't vary in time, but has",
                    fmt::format("{} keys", keys.size()), "a value alone");
@@ -96,17 +111,17 @@ private:
     }
 
     /// As a key holds them, unrounded.
-    KeyValue numbersOf(ProjectValue const& value, std::string const& place) {
+    KeyValue numbersOf(SceneValue const& value, std::string const& place) {
         std::optional<KeyValue> const numbers = numbersOf(value);
         if (!numbers)
-            refuse(m_place + place + " can't be" +
+            refuse((m_isOption ? "" : m_place + place + " ") + "can't be" +
                        (std::holds_alternative<std::string>(value) ? " the text" : ""),
                    valueText(value), expectedOf(m_parameter));
         return *numbers;
     }
 
     /// Nothing for what the kind or its range refuses.
-    std::optional<KeyValue> numbersOf(ProjectValue const& value) {
+    std::optional<KeyValue> numbersOf(SceneValue const& value) {
         ValueRange const range = rangeOf(m_parameter);
         auto const* number = std::get_if<double>(&value);
         switch (m_parameter.type()) {
@@ -146,17 +161,19 @@ private:
 
     [[noreturn]] void refuse(std::string const& wrong, std::string const& value,
                              std::string const& expected) const {
-        throw UserError(ExitCode::kInput, {m_file, wrong, shortened(value), expected});
+        throw UserError(m_isOption ? ExitCode::kUsage : ExitCode::kInput,
+                        {m_thing, wrong, shortened(value), expected});
     }
 
-    std::string m_file, m_place;
+    std::string m_thing, m_place;
+    bool m_isOption;
     Comp const& m_comp;
     Parameter& m_parameter;
     Parameter m_scratch;  ///< of the same kind, to try texts on
 };
 
 /// A value of the track or the record, kept within what the file may say.
-ProjectValue projectValue(Parameter const& parameter, KeyValue const& numbers) {
+SceneValue sceneValue(Parameter const& parameter, KeyValue const& numbers) {
     ValueRange const range = rangeOf(parameter);
     double const number = std::clamp(numbers[0], range.min, range.max);
     PF_ParamDef def = parameter.registered;
@@ -179,13 +196,13 @@ ProjectValue projectValue(Parameter const& parameter, KeyValue const& numbers) {
     }
 }
 
-std::vector<ProjectKey> keysOf(Parameter const& parameter, Comp const& comp) {
+std::vector<SceneKey> keysOf(Parameter const& parameter, Comp const& comp) {
     Interpolation const own =
         parameter.track().holdsOnly() ? Interpolation::kHold : Interpolation::kLinear;
-    std::vector<ProjectKey> keys;
+    std::vector<SceneKey> keys;
     for (Keyframe const& from : parameter.track().keys()) {
-        ProjectKey key{frameOf(comp, from.time), projectValue(parameter, from.value), std::nullopt,
-                       from.incoming, from.outgoing};
+        SceneKey key{frameOf(comp, from.time), sceneValue(parameter, from.value), std::nullopt,
+                     from.incoming, from.outgoing};
         if (from.toNext != own) key.toNext = from.toNext;
         bool const meets =
             !keys.empty() && keyTimeOf(comp, keys.back().frame) == keyTimeOf(comp, key.frame);
@@ -197,33 +214,33 @@ std::vector<ProjectKey> keysOf(Parameter const& parameter, Comp const& comp) {
 
 }  // namespace
 
-void applyProject(Project const& project, std::vector<Parameter>& parameters) {
+void setValues(Scene const& scene, ValuesFrom from, std::vector<Parameter>& parameters) {
     std::vector<Parameter> changed = parameters;
-    for (ProjectParameter const& from : project.parameters)
-        Target(project, changed.at(static_cast<std::size_t>(from.index))).apply(from);
+    for (SceneParameter const& entry : scene.parameters)
+        if (entry.option.empty() == (from == ValuesFrom::kFile))
+            Target(scene, changed.at(static_cast<std::size_t>(entry.index)), entry.option)
+                .apply(entry);
     std::move(changed.begin(), changed.end(), parameters.begin());
 }
 
-void applyProject(Project const& project, Host& host, int layerWidthPx, int layerHeightPx) {
-    host.setComp(project.comp);
-    host.resetParameters(layerWidthPx, layerHeightPx);
-    applyProject(project, host.parameters());
+void setUp(Host& host, Scene const& scene, PixelSize layer) {
+    host.setComp(scene.comp);
+    host.resetParameters(layer.width, layer.height);
+    setValues(scene, ValuesFrom::kFile, host.parameters());
 }
 
-Project projectOf(Project base, std::vector<Parameter> const& parameters, Comp const& comp,
-                  int layerWidthPx, int layerHeightPx) {
-    base.comp = comp;
+Scene sceneOf(Scene base, std::vector<Parameter> const& parameters, PixelSize layer) {
     base.parameters.clear();
     for (Parameter const& parameter : parameters) {
         if (!parameter.hasValue()) continue;
         PF_ParamDef byDefault = parameter.registered;
-        resetToDefault(byDefault, layerWidthPx, layerHeightPx);
-        ProjectParameter to;
+        resetToDefault(byDefault, layer.width, layer.height);
+        SceneParameter to;
         to.index = parameter.index;
         to.diskId = parameter.diskId();
         if (keyValueOf(parameter.current) != keyValueOf(byDefault))
-            to.value = projectValue(parameter, keyValueOf(parameter.current));
-        to.keys = keysOf(parameter, comp);
+            to.value = sceneValue(parameter, keyValueOf(parameter.current));
+        to.keys = keysOf(parameter, base.comp);
         if (to.value || !to.keys.empty()) base.parameters.push_back(std::move(to));
     }
     return base;

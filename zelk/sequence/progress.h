@@ -18,7 +18,7 @@
 #include <string>
 #include <string_view>
 
-#include "zelk/scene/render_request.h"
+#include "zelk/render/run_options.h"
 
 namespace zelk {
 

@@ -1,4 +1,4 @@
-// Requests to schedules; see schedule.h.
+// Scenes to schedules; see schedule.h.
 #include "zelk/sequence/schedule.h"
 
 #include <fmt/format.h>
@@ -10,7 +10,6 @@
 #include "zelk/files/output_place.h"
 #include "zelk/movies/writer.h"
 #include "zelk/render/setup.h"
-#include "zelk/scene/scene_file.h"
 #include "zelk/text/errors.h"
 #include "zelk/tracks/track.h"
 
@@ -21,9 +20,9 @@ namespace fs = std::filesystem;
 namespace {
 
 /// The whole frames of the first track; only the first of them into a single picture.
-std::vector<int> trackedFrames(RenderRequest const& request, Files const& files) {
-    std::vector<int> frames = wholeFrames(*request.tracks.front().track);
-    bool const isOne = !files.output.isSequence() && !isMovieName(request.output);
+std::vector<int> trackedFrames(Scene const& scene, SceneFiles const& files) {
+    std::vector<int> frames = wholeFrames(*scene.tracks.front().track);
+    bool const isOne = !files.output.isSequence() && !isMovieName(scene.outputPath());
     if (isOne && frames.size() > 1) frames.resize(1);
     if (!frames.empty()) return frames;
     throw UserError(ExitCode::kUsage, {"--frames", "the track has fractions of frames only,", "",
@@ -43,46 +42,43 @@ std::vector<int> withHoles(std::vector<int> const& frames, Comp const& comp) {
     return all;
 }
 
-std::vector<int> framesAsked(RenderRequest const& request, Files const& files) {
-    if (!isSequence(request)) return {compOf(request, 0, 0).startFrame};
-    if (request.frames) return parseFrameRange("--frames", *request.frames);
+std::vector<int> framesAsked(Scene const& scene, SceneFiles const& files) {
+    if (!isSequence(scene)) return {compOf(scene, 0, 0).startFrame};
+    if (scene.frames) return parseFrameRange("--frames", *scene.frames);
     for (InputFiles const* input : {&files.layer, files.plate ? &*files.plate : nullptr}) {
         if (!input || !input->isNumbered()) continue;
         std::vector<int> frames = input->framesThere();
-        if (!frames.empty())
-            return request.project ? withHoles(frames, request.project->comp) : frames;
+        if (!frames.empty()) return scene.hasComp ? withHoles(frames, scene.comp) : frames;
         throw UserError(ExitCode::kInput, {input->name(), "no frames on disk of", input->name(),
                                            "files such as " + input->own(1).file.string()});
     }
-    if (!request.project && !request.tracks.empty()) return trackedFrames(request, files);
-    if (!request.project)
+    if (!scene.hasComp && !scene.tracks.empty()) return trackedFrames(scene, files);
+    if (!scene.hasComp)
         throw UserError(ExitCode::kUsage,
                         {"--frames", "not given,", "", "the frames of the output"});
-    Comp const& comp = request.project->comp;
-    std::vector<int> all(static_cast<std::size_t>(comp.durationFrames));
-    std::iota(all.begin(), all.end(), comp.startFrame);
+    std::vector<int> all(static_cast<std::size_t>(scene.comp.durationFrames));
+    std::iota(all.begin(), all.end(), scene.comp.startFrame);
     return all;
 }
 
 }  // namespace
 
-Schedule scheduleOf(RenderRequest const& request, Files const& files) {
-    std::vector<int> const asked = framesAsked(request, files);
-    bool const isOneFile = !files.output.isSequence() && !isMovieName(request.output);
-    if (asked.size() > 1 && isOneFile && !request.output.empty())
+Schedule scheduleOf(Scene const& scene, RunOptions const& run, SceneFiles const& files) {
+    std::vector<int> const asked = framesAsked(scene, files);
+    bool const isMovie = isMovieName(scene.outputPath());
+    if (asked.size() > 1 && scene.output && !files.output.isSequence() && !isMovie)
         throw UserError(ExitCode::kUsage,
-                        {"--output", "the same file for every frame:", request.output.string(),
+                        {"--output", "the same file for every frame:", scene.outputPath().string(),
                          "a frame mark such as out.%04d.exr"});
     Schedule schedule;
     for (int const frame : asked) {
-        bool const isWritten = request.skipExisting && !isMovieName(request.output) &&
-                               onDisk(files.output.pathOf(frame));
-        bool const isLeftOut = request.missing == MissingInput::kSkip && !files.isReadable(frame);
+        bool const isWritten = run.skipExisting && !isMovie && onDisk(files.output.pathOf(frame));
+        bool const isLeftOut = scene.missing == MissingInput::kSkip && !files.isReadable(frame);
         if (isWritten || isLeftOut) {
             ++schedule.skipped;
             continue;
         }
-        if (request.missing == MissingInput::kStop && !files.isReadable(frame)) {
+        if (scene.missing == MissingInput::kStop && !files.isReadable(frame)) {
             schedule.missingFrame = frame;
             break;
         }
@@ -91,29 +87,28 @@ Schedule scheduleOf(RenderRequest const& request, Files const& files) {
     return schedule;
 }
 
-void requireOtherFile(RenderRequest const& request, fs::path const& output,
-                      InputPicture const& input, char const* kind) {
-    auto const own = identityOf(input.file);
-    if (request.inPlace || !own || own != identityOf(output)) return;
+void requireOtherFile(RunOptions const& run, fs::path const& output, InputPicture const& input,
+                      char const* kind) {
+    auto const own = input.isOnDisk() ? identityOf(input.file) : std::nullopt;
+    if (run.inPlace || !own || own != identityOf(output)) return;
     throw UserError(ExitCode::kUsage, {"--output", fmt::format("would replace its own {}:", kind),
                                        output.string(), "another name, or --in-place"});
 }
 
-void checkOutputsAreNoInputs(RenderRequest const& request, Files const& files,
+void checkOutputsAreNoInputs(Scene const& scene, RunOptions const& run, SceneFiles const& files,
                              std::vector<int> const& frames) {
     std::map<FileIdentity, int> outputs;  // what is not there yet is no input either
     for (int const frame : frames)
         if (auto const output = identityOf(files.output.pathOf(frame))) outputs[*output] = frame;
     auto const check = [&](InputFiles const& input, char const* kind, int frame) {
         auto const picture = input.pictureOf(frame);
-        auto const own = picture ? identityOf(picture->file) : std::nullopt;
+        auto const own = picture && picture->isOnDisk() ? identityOf(picture->file) : std::nullopt;
         auto const found = own ? outputs.find(*own) : outputs.end();
         if (found == outputs.end()) return;
         bool const isReadBefore =
-            isMovieName(request.output) ||
+            isMovieName(scene.outputPath()) ||
             (found->second == frame && (input.isNumbered() || frames.size() == 1));
-        if (isReadBefore)
-            return requireOtherFile(request, files.output.pathOf(frame), *picture, kind);
+        if (isReadBefore) return requireOtherFile(run, files.output.pathOf(frame), *picture, kind);
         throw UserError(ExitCode::kUsage,
                         {"--output", "would replace a picture that other frames read:",
                          picture->file.string(), "other names than the inputs'"});
@@ -124,9 +119,9 @@ void checkOutputsAreNoInputs(RenderRequest const& request, Files const& files,
     }
 }
 
-std::string planText(RenderRequest const& request, Files const& files, Schedule const& schedule) {
+std::string planText(Scene const& scene, SceneFiles const& files, Schedule const& schedule) {
     std::string text;
-    bool const isOne = !isSequence(request);
+    bool const isOne = !isSequence(scene);
     for (int const frame : schedule.frames) {
         auto const named = [frame](InputFiles const& input) {
             auto const picture = input.pictureOf(frame);

@@ -6,7 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "zelk/render/scene_files.h"
+#include "zelk/render/run_options.h"
+#include "zelk/scene/scene_inputs.h"
 
 namespace zelk {
 
@@ -21,21 +22,21 @@ struct Schedule {
 /// frames between them, else all of the composition's; one frame for a single picture;
 /// but for those that are written already or lack an input. Throws a usage error where there are
 /// none or all would be one file, an input error for a numbered input without files.
-Schedule scheduleOf(RenderRequest const& request, Files const& files);
+Schedule scheduleOf(Scene const& scene, RunOptions const& run, SceneFiles const& files);
 
 /// A usage error where the output is the very file that is read as `kind` ("layer", "plate"),
-/// unless the request says that it may be.
-void requireOtherFile(RenderRequest const& request, std::filesystem::path const& output,
+/// unless the run says that it may be.
+void requireOtherFile(RunOptions const& run, std::filesystem::path const& output,
                       InputPicture const& input, char const* kind);
 
 /// The same for all frames. A frame's file must never be what another frame reads, as which of them
 /// comes first is chance; a movie is read to its end before it is replaced.
-void checkOutputsAreNoInputs(RenderRequest const& request, Files const& files,
+void checkOutputsAreNoInputs(Scene const& scene, RunOptions const& run, SceneFiles const& files,
                              std::vector<int> const& frames);
 
 /// A line a frame, with its number unless it is the only picture, of what would be read and
 /// written, and a sum.
-std::string planText(RenderRequest const& request, Files const& files, Schedule const& schedule);
+std::string planText(Scene const& scene, SceneFiles const& files, Schedule const& schedule);
 
 /// "1 frame", "12 frames"
 std::string framesCounted(std::size_t count);

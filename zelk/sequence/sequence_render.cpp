@@ -11,44 +11,44 @@
 #include "zelk/movies/writer.h"
 #include "zelk/pictures/writer.h"
 #include "zelk/render/explanation.h"
-#include "zelk/render/load_module.h"
+#include "zelk/render/frame_renderer.h"
 #include "zelk/render/setup.h"
 #include "zelk/sequence/interrupt_flag.h"
 #include "zelk/sequence/pipeline.h"
 #include "zelk/sequence/progress.h"
 #include "zelk/sequence/schedule.h"
-#include "zelk/sequence/stages.h"
 #include "zelk/text/errors.h"
 
 namespace zelk {
 
 namespace {
 
-void checkMovie(RenderRequest const& request) {
-    if (request.skipExisting)
+void checkMovie(std::filesystem::path const& output, RunOptions const& run) {
+    if (run.skipExisting)
         throw UserError(ExitCode::kUsage, {"--skip-existing", "a movie can't be gone on with:",
-                                           request.output.string(), "numbered pictures"});
-    checkPlace(request.output, request.noClobber);
-    requireMovieProgram(request.output);
+                                           output.string(), "numbered pictures"});
+    checkPlace(output, run.noClobber);
+    requireMovieProgram(output);
 }
 
 /// What becomes of the frames: they are rendered, or only checked as far as that reads no pixels.
 enum class Purpose { kRender, kPlan, kCheck };
 
 /// A single picture tells no progress unless it is asked for.
-ProgressMode modeOf(RenderRequest const& request, bool isStill) {
-    bool const isQuiet = isStill && request.progress == ProgressMode::kAuto;
-    return isQuiet ? ProgressMode::kNone : request.progress;
+ProgressMode modeOf(RunOptions const& run, bool isStill) {
+    bool const isQuiet = isStill && run.progress == ProgressMode::kAuto;
+    return isQuiet ? ProgressMode::kNone : run.progress;
 }
 
 class SequenceRun {
 public:
-    SequenceRun(RenderRequest const& request, Purpose purpose)
-        : m_request(request),
+    SequenceRun(Scene const& scene, RunOptions const& run, Purpose purpose)
+        : m_scene(scene),
+          m_run(run),
           m_purpose(purpose),
-          m_isStill(!isSequence(request)),
-          m_isMovie(isMovieName(request.output)),
-          m_mode(modeOf(request, m_isStill)),
+          m_isStill(!isSequence(scene)),
+          m_isMovie(isMovieName(scene.outputPath())),
+          m_mode(modeOf(run, m_isStill)),
           m_progress(purpose == Purpose::kRender || m_mode == ProgressMode::kJson
                          ? m_mode
                          : ProgressMode::kNone,
@@ -60,13 +60,13 @@ public:
     bool tellError(char const* message);
 
 private:
-    void takeFrames(Host& host, Files const& files);
-    void checkOutput(Files const& files) const;
-    void runStages(SequenceRenderer& renderer);
-    void checkStages(SequenceRenderer& renderer);
-    void report(SequenceRenderer& renderer, int frame, FrameFailure const* failure);
-    void tellWarnings(SequenceRenderer& renderer);
-    void printPlan(Files const& files) const;
+    void takeFrames(FrameRenderer& renderer);
+    void checkOutput(SceneFiles const& files) const;
+    void runStages(FrameRenderer& renderer);
+    void checkStages(FrameRenderer& renderer);
+    void report(FrameRenderer& renderer, int frame, FrameFailure const* failure);
+    void tellWarnings(FrameRenderer& renderer);
+    void printPlan(SceneFiles const& files) const;
     void tellEnd();
     /// Whether a failure is the run's own error, in its one line.
     bool isFailureTheEnd() const { return m_isStill && m_mode == ProgressMode::kNone; }
@@ -74,7 +74,8 @@ private:
     std::string summary() const;
     ExitCode code() const;
 
-    RenderRequest const& m_request;
+    Scene const& m_scene;
+    RunOptions const& m_run;
     Purpose m_purpose;
     bool m_isStill;
     bool m_isMovie, m_isWhole = false;  ///< of the movie
@@ -87,12 +88,13 @@ private:
 };
 
 ExitCode SequenceRun::run() {
-    auto const host = loadModule(m_request.module);
-    applyRequest(m_request, host->parameters());  // refuses bad values before any file is touched
-    Files const files(m_request);
-    m_schedule = scheduleOf(m_request, files);
+    useThreads(m_run.threads);
+    FrameRenderer renderer(m_scene, m_run,
+                           m_run.explain == Explain::kNo ? nullptr : &m_explanation);
+    SceneFiles const& files = renderer.files();
+    m_schedule = scheduleOf(m_scene, m_run, files);
     m_progress.begin(m_schedule.frames.size());
-    if (!m_schedule.frames.empty()) takeFrames(*host, files);
+    if (!m_schedule.frames.empty()) takeFrames(renderer);
     if (m_purpose == Purpose::kPlan) printPlan(files);
     if (m_schedule.missingFrame && !m_result.isStopped) {
         Complaint complaint =
@@ -108,7 +110,7 @@ ExitCode SequenceRun::run() {
 }
 
 /// Without the frames that the check refused; nothing where that leaves nothing.
-void SequenceRun::printPlan(Files const& files) const {
+void SequenceRun::printPlan(SceneFiles const& files) const {
     Schedule plan = m_schedule;
     bool const isLost = !m_result.failed.empty() && (m_isMovie || m_result.done.empty());
     if (isLost) return;
@@ -117,7 +119,7 @@ void SequenceRun::printPlan(Files const& files) const {
         return std::any_of(failed.begin(), failed.end(),
                            [frame](FrameFailure const& failure) { return failure.frame == frame; });
     });
-    print(planText(m_request, files, plan));
+    print(planText(m_scene, files, plan));
 }
 
 void SequenceRun::tellEnd() {
@@ -128,8 +130,8 @@ void SequenceRun::tellEnd() {
     if (m_purpose == Purpose::kRender && isTold && !m_progress.tellsErrors())
         std::fprintf(stderr, "zelk: %s\n", summary().c_str());
     if (m_result.done.empty() || m_purpose != Purpose::kRender) return;
-    if (m_request.explain == Explain::kText) print(asText(m_explanation));
-    if (m_request.explain == Explain::kJson) print(asJson(m_explanation));
+    if (m_run.explain == Explain::kText) print(asText(m_explanation));
+    if (m_run.explain == Explain::kJson) print(asJson(m_explanation));
 }
 
 bool SequenceRun::tellError(char const* message) {
@@ -142,26 +144,21 @@ bool SequenceRun::tellError(char const* message) {
     return true;
 }
 
-void SequenceRun::checkOutput(Files const& files) const {
-    if (m_request.output.empty()) return;
+void SequenceRun::checkOutput(SceneFiles const& files) const {
+    if (!m_scene.output) return;
     if (m_isMovie)
-        checkMovie(m_request);
+        checkMovie(m_scene.outputPath(), m_run);
     else
-        checkTarget(files.output.pathOf(m_schedule.frames.front()), m_request.noClobber);
-    checkOutputsAreNoInputs(m_request, files, m_schedule.frames);
+        checkTarget(files.output.pathOf(m_schedule.frames.front()), m_run.noClobber);
+    checkOutputsAreNoInputs(m_scene, m_run, files, m_schedule.frames);
 }
 
-void SequenceRun::takeFrames(Host& host, Files const& files) {
-    std::vector<int> const& frames = m_schedule.frames;
-    checkOutput(files);
-    useThreads(m_request.threads);
-    m_explanation.road = m_request.road;
-    m_explanation.host = m_request.module.host;
-    m_explanation.threads = engineThreads(m_request);
-    auto const [first, last] = std::minmax_element(frames.begin(), frames.end());
-    Comp const comp = compOf(m_request, m_isStill ? 0 : *first, m_isStill ? 0 : *last);
-    SequenceRenderer renderer(m_request, files, host, comp, frames,
-                              m_request.explain == Explain::kNo ? nullptr : &m_explanation);
+void SequenceRun::takeFrames(FrameRenderer& renderer) {
+    checkOutput(renderer.files());
+    m_explanation.road = m_scene.roadTaken();
+    m_explanation.host = renderer.host().identity();
+    m_explanation.threads = engineThreads(m_scene);
+    renderer.begin(m_schedule.frames);
     renderer.checkMemory();
     m_explanation.clock.lap("setup");
     if (m_purpose == Purpose::kRender)
@@ -171,7 +168,7 @@ void SequenceRun::takeFrames(Host& host, Files const& files) {
 }
 
 /// The files' headers and places only, in the frames' order.
-void SequenceRun::checkStages(SequenceRenderer& renderer) {
+void SequenceRun::checkStages(FrameRenderer& renderer) {
     auto const check = [&](int frame) { return renderer.check(frame), frame; };
     PipelineOptions options;
     options.stopAtFirstFailure = m_isMovie;
@@ -182,11 +179,11 @@ void SequenceRun::checkStages(SequenceRenderer& renderer) {
         });
 }
 
-void SequenceRun::runStages(SequenceRenderer& renderer) {
+void SequenceRun::runStages(FrameRenderer& renderer) {
     std::optional<InterruptFlag> interrupt;
     if (!m_isStill) interrupt.emplace();  // a single picture ends at once: nothing is written yet
     PipelineOptions options;
-    options.inFlight = static_cast<std::size_t>(m_request.inFlight);
+    options.inFlight = static_cast<std::size_t>(m_run.inFlight);
     options.stop = &InterruptFlag::flag();
     options.stopAtFirstFailure = m_isMovie;  // a movie can't have holes
     m_result = runFrames(
@@ -202,7 +199,7 @@ void SequenceRun::runStages(SequenceRenderer& renderer) {
     tellWarnings(renderer);
 }
 
-void SequenceRun::report(SequenceRenderer& renderer, int frame, FrameFailure const* failure) {
+void SequenceRun::report(FrameRenderer& renderer, int frame, FrameFailure const* failure) {
     if (failure && isFailureTheEnd()) return;
     if (failure)
         m_progress.failed(frame, failure->message);
@@ -213,7 +210,7 @@ void SequenceRun::report(SequenceRenderer& renderer, int frame, FrameFailure con
     tellWarnings(renderer);
 }
 
-void SequenceRun::tellWarnings(SequenceRenderer& renderer) {
+void SequenceRun::tellWarnings(FrameRenderer& renderer) {
     for (std::string const& warning : renderer.warnings().take()) m_progress.warning(warning);
 }
 
@@ -239,11 +236,11 @@ ExitCode SequenceRun::code() const {
     return isSome ? ExitCode::kSomeFailed : m_result.failed.front().code;
 }
 
-ExitCode take(RenderRequest const& request, Purpose purpose) {
-    if (request.explain != Explain::kNo && isSequence(request))
+ExitCode take(Scene const& scene, RunOptions const& options, Purpose purpose) {
+    if (options.explain != Explain::kNo && isSequence(scene))
         throw UserError(ExitCode::kUsage, {"--explain", "tells of one picture, not of", "frames",
                                            "a render of a single picture"});
-    SequenceRun run(request, purpose);
+    SequenceRun run(scene, options, purpose);
     try {
         return run.run();
     } catch (UserError const& error) {
@@ -257,10 +254,10 @@ ExitCode take(RenderRequest const& request, Purpose purpose) {
 
 }  // namespace
 
-ExitCode renderFrames(RenderRequest const& request) {
-    return take(request, request.dryRun ? Purpose::kPlan : Purpose::kRender);
+ExitCode renderFrames(Scene const& scene, RunOptions const& run) {
+    return take(scene, run, run.dryRun ? Purpose::kPlan : Purpose::kRender);
 }
 
-ExitCode checkFrames(RenderRequest const& request) { return take(request, Purpose::kCheck); }
+ExitCode checkFrames(Scene const& scene) { return take(scene, {}, Purpose::kCheck); }
 
 }  // namespace zelk

@@ -2,7 +2,8 @@
 // sequence of one that tells no progress unless asked.
 #pragma once
 
-#include "zelk/scene/render_request.h"
+#include "zelk/render/run_options.h"
+#include "zelk/scene/scene.h"
 #include "zelk/text/exit_codes.h"
 
 namespace zelk {
@@ -12,11 +13,11 @@ namespace zelk {
 /// progress as asked; what a single picture's render did goes to standard output. The answer is 0;
 /// 5 when some frames failed; 130 when interrupted. Throws when nothing can be rendered at all, and
 /// for an input that is not there, after the frames before it.
-ExitCode renderFrames(RenderRequest const& request);
+ExitCode renderFrames(Scene const& scene, RunOptions const& run);
 
 /// Finds what renderFrames would find before it reads pixels, in the same words and with the same
 /// answer: inputs that are not there, are no pictures or of another size, places that take no file.
 /// Writes nothing.
-ExitCode checkFrames(RenderRequest const& request);
+ExitCode checkFrames(Scene const& scene);
 
 }  // namespace zelk

@@ -55,4 +55,18 @@ int wholeInRange(std::string const& thing, std::string_view text, int min, int m
     return *value;
 }
 
+double numberInRange(std::string const& thing, std::string_view text, double min, double max) {
+    auto const value = parseNumber(text);
+    if (value && *value >= min && *value <= max) return *value;
+    throw UserError(ExitCode::kUsage,
+                    {thing, value ? "out of range:" : "not a number:", std::string(text),
+                     fmt::format("a number from {} to {}", min, max)});
+}
+
+std::string required(std::string const& text, std::string const& thing,
+                     std::string const& expected) {
+    if (!text.empty()) return text;
+    throw UserError(ExitCode::kUsage, {thing, "not given,", "", expected});
+}
+
 }  // namespace zelk

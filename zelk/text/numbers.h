@@ -22,5 +22,11 @@ std::optional<int> parseWhole(std::string_view text);
 
 /// The whole number `text` within [min, max]; throws a usage error about `thing` otherwise.
 int wholeInRange(std::string const& thing, std::string_view text, int min, int max);
+/// The same of any number.
+double numberInRange(std::string const& thing, std::string_view text, double min, double max);
+
+/// A text that can't be left out; throws a usage error about `thing` where it is empty.
+std::string required(std::string const& text, std::string const& thing,
+                     std::string const& expected);
 
 }  // namespace zelk

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "zelk/scene/render_request.h"
+#include "zelk/pictures/pixel_size.h"
 #include "zelk/tracks/track.h"
 
 namespace zelk {

@@ -4,10 +4,10 @@
 #include <algorithm>
 #include <map>
 
-#include "zelk/scene/quad_fault.h"
 #include "zelk/tracks/check_parts.h"
 #include "zelk/tracks/corner_order.h"
 #include "zelk/tracks/frame_list.h"
+#include "zelk/tracks/quad_fault.h"
 
 namespace zelk {
 

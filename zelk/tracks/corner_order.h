@@ -4,7 +4,7 @@
 #include <array>
 #include <string>
 
-#include "zelk/scene/corners.h"
+#include "zelk/tracks/corners.h"
 
 namespace zelk {
 

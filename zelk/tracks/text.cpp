@@ -5,9 +5,9 @@
 
 #include <algorithm>
 
-#include "zelk/scene/corners.h"
 #include "zelk/text/errors.h"
 #include "zelk/text/numbers.h"
+#include "zelk/tracks/corners.h"
 
 namespace zelk {
 

@@ -13,7 +13,7 @@
 #include <string_view>
 #include <vector>
 
-#include "zelk/scene/corners.h"
+#include "zelk/tracks/corners.h"
 
 namespace zelk {
 

@@ -1,0 +1,288 @@
+// Words to commands; see cli.h. CLI11 splits the arguments; commands check the values, so that
+// every error has this program's one form.
+#include "apps/zelk/cli.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <cctype>
+#include <cstring>
+#include <map>
+#include <span>
+#include <string_view>
+#include <tuple>
+
+#include "apps/zelk/commands.h"
+#include "zelk/files/standard_output.h"
+#include "zelk/scene/parameter_names.h"
+#include "zelk/text/errors.h"
+#include "zelk/text/numbers.h"
+
+namespace zelk {
+
+namespace {
+
+/// An option whose value may be left out, and the word that then stands for it.
+struct OptionalValue {
+    std::string_view option;
+    char const* byDefault;
+    bool (*isValue)(std::string const& word);
+};
+
+constexpr OptionalValue kOptionalValues[] = {
+    {"--motion-blur", "on",
+     [](std::string const& word) { return !word.empty() && parseNumber(word).has_value(); }},
+    {"--explain", "text",
+     [](std::string const& word) { return lowered(word) == "text" || lowered(word) == "json"; }},
+};
+
+/// As the parser takes them. `zelk help COMMAND` is `zelk COMMAND --help`.
+std::vector<std::string> wordsOf(std::span<char const* const> argv) {
+    std::vector<std::string> given(argv.begin() + 1, argv.end()), words;
+    if (!given.empty() && given[0] == "help") {
+        std::rotate(given.begin(), given.begin() + 1, given.end());
+        given.back() = "--help";
+    }
+    bool isOver = false;  // of the options
+    for (std::size_t i = 0; i < given.size(); ++i) {
+        words.push_back(given[i]);
+        std::string& word = words.back();
+        isOver = isOver || word == "--";
+        if (isOver) continue;
+        // The parser would take the next word for the value.
+        if (word.starts_with("--") && word.find('=') == word.size() - 1)
+            throw UserError(ExitCode::kUsage, {word.substr(0, word.size() - 1), "no value after",
+                                               word, "one value (see --help)"});
+        for (OptionalValue const& optional : kOptionalValues) {
+            if (word != optional.option) continue;
+            bool const hasValue = i + 1 < given.size() && optional.isValue(given[i + 1]);
+            word += "=" + (hasValue ? given[i + 1] : optional.byDefault);
+            i += hasValue;
+            break;
+        }
+    }
+    return words;
+}
+
+/// A word as a shell takes it: in double quotes, unless all of it is plain.
+std::string quoted(std::string const& word) {
+    auto const isPlain = [](unsigned char c) {
+        return std::isalnum(c) || c >= 0x80 || std::strchr("@%+=:,./_-", c) != nullptr;
+    };
+    if (!word.empty() && std::all_of(word.begin(), word.end(), isPlain)) return word;
+    std::string text = "\"";
+    for (char const c : word) {
+        if (std::strchr("\"\\$`", c) != nullptr) text += '\\';
+        text += c;
+    }
+    return text + "\"";
+}
+
+/// The command line as one line that can be given to a shell again.
+std::string historyOf(std::span<char const* const> argv) {
+    std::string line = "zelk";
+    for (char const* word : argv.subspan(1)) line += " " + quoted(word);
+    return oneLine(line);
+}
+
+/// "zelk", "zelk project new"
+std::string fullName(CLI::App const& command) {
+    CLI::App const* const parent = command.get_parent();
+    return parent ? fullName(*parent) + " " + command.get_name() : command.get_name();
+}
+
+/// "new, show, check or import-track"
+std::string namesBelow(CLI::App const& command) {
+    std::vector<std::string> names;
+    for (CLI::App const* each : command.get_subcommands({})) names.push_back(each->get_name());
+    std::vector<std::string_view> const views(names.begin(), names.end());
+    return listOf(views);
+}
+
+/// Usage lines that show what a command can't do without.
+class Formatter : public CLI::Formatter {
+public:
+    explicit Formatter(char const* usage) : m_usage(usage) { column_width(30); }
+    std::string make_usage(CLI::App const* app, std::string) const override {
+        return "Usage: " + fullName(*app) + " " + m_usage + "\n";
+    }
+
+private:
+    char const* m_usage;
+};
+
+/// One of each alternative.
+template <class Variant>
+struct TupleOf;
+template <class... Each>
+struct TupleOf<std::variant<Each...>> {
+    using Type = std::tuple<Each...>;
+};
+
+/// The program and its commands, each bound to its words.
+class Grammar {
+public:
+    Grammar() {
+        m_app.set_version_flag("--version", "zelk " ZELK_VERSION, "Print the version and exit");
+        m_app.footer(std::string("Examples:\n"
+                                 "  zelk render in.png -o out.png --to \"60,40 540,10 30,390 "
+                                 "580,350\"\n"
+                                 "  zelk params --json\n"
+                                 "\n"
+                                 "`zelk help COMMAND` tells of a command.\n"
+                                 "\n") +
+                     kExitCodesHelp);
+        dress(m_app, "COMMAND ...");
+        std::apply([this](auto&... command) { (add(command), ...); }, m_commands);
+    }
+
+    CLI::App& app() { return m_app; }
+    /// The innermost command that was named; the program itself when none was.
+    CLI::App const& named() const {
+        CLI::App const* inner = &m_app;
+        while (!inner->get_subcommands().empty()) inner = inner->get_subcommands().front();
+        return *inner;
+    }
+    /// The command to be run. Throws a usage error where a group of commands was named, or nothing.
+    Command chosen() const {
+        CLI::App const* const app = &named();
+        std::optional<Command> found;
+        auto const take = [&](auto const& command) {
+            if (m_apps.at(command.kInfo.path) == app) found.emplace(command);
+        };
+        std::apply([&](auto const&... command) { (take(command), ...); }, m_commands);
+        if (found) return *std::move(found);
+        throw UserError(ExitCode::kUsage,
+                        {app == &m_app ? "COMMAND" : app->get_name(), "not given,", "",
+                         namesBelow(*app) + " (see " + fullName(*app) + " --help)"});
+    }
+
+private:
+    static void dress(CLI::App& app, char const* usage) {
+        app.set_help_flag("-h,--help", "Print this help and exit");
+        app.require_subcommand(0, 1);
+        app.allow_extras();
+        app.formatter(std::make_shared<Formatter>(usage));
+    }
+
+    template <class C>
+    void add(C& command) {
+        CommandInfo const& info = C::kInfo;
+        std::string const path = info.path;
+        auto const blank = path.find(' ');
+        CLI::App& parent = blank == path.npos ? m_app : groupOf(path.substr(0, blank));
+        CLI::App* const app = parent.add_subcommand(path.substr(blank + 1), info.description);
+        m_apps[path] = app;
+        command.addOptions(*app);
+        app->footer(std::string(info.notes) + "\n" + kExitCodesHelp);
+        dress(*app, info.usage);
+    }
+
+    /// A command that others are nested in; made where it does nothing by itself.
+    CLI::App& groupOf(std::string const& name) {
+        if (auto const found = m_apps.find(name); found != m_apps.end()) return *found->second;
+        CLI::App* const app =
+            m_app.add_subcommand(name, "Make, show or check a project file, or track its pins");
+        m_apps[name] = app;
+        app->footer("`zelk help " + name + " COMMAND` tells of one of them.\n\n" + kExitCodesHelp);
+        dress(*app, "COMMAND ...");
+        return *app;
+    }
+
+    CLI::App m_app{"Zelk Corner Pin: pins the corners of a picture.", "zelk"};
+    std::map<std::string, CLI::App*> m_apps;  ///< by path
+    TupleOf<Command>::Type m_commands;
+};
+
+/// "an option of `zelk render`, such as the near "--quality"", or where none is near, its help.
+std::string nearestOption(CLI::App const& command, std::string const& word) {
+    std::vector<std::string> names;
+    for (CLI::Option const* option : command.get_options()) {
+        if (!option->get_lnames().empty()) names.push_back("--" + option->get_lnames()[0]);
+    }
+    std::vector<std::string_view> const views(names.begin(), names.end());
+    std::string const near(nearestOf(views.data(), views.size(), word));
+    if (2 * editDistance(near, lowered(word)) > static_cast<int>(word.size()))
+        return "one that `" + fullName(command) + " --help` lists";
+    return "an option of `" + fullName(command) + "`, such as the near \"" + near + "\"";
+}
+
+/// What a word that nothing takes was meant to be.
+std::string meantBy(CLI::App const& command, std::string const& word) {
+    bool const isPoint = word.find(',') != word.npos && parseNumber(word.substr(0, word.find(',')));
+    if (isPoint) return "corners in one pair of quotes, \"x,y x,y x,y x,y\"";
+    CLI::Option const* const output = command.get_option_no_throw("--output");
+    bool const writesPicture = command.get_name() == "render" || command.get_name() == "overlay";
+    if (writesPicture && output->count() == 0) return "-o before the output";
+    if (!command.get_subcommands({}).empty())
+        return "one file, or a command: " + namesBelow(command);
+    return "what `" + fullName(command) + " --help` lists";
+}
+
+/// Whatever no option took is an error; the first of it is named. The words may have a `--`, after
+/// which there are no options.
+void refuseExtras(Grammar& grammar, std::span<char const* const> words) {
+    CLI::App const& command = grammar.named();
+    std::vector<std::string> extras = grammar.app().remaining(true);
+    auto const end = std::find(words.begin(), words.end(), std::string_view("--"));
+    if (end != words.end())
+        extras.erase(std::remove(extras.begin(), extras.end(), "--"), extras.end());
+    if (extras.empty()) return;
+    // A command's own words come before those that it leaves to the commands around it.
+    auto const own = command.remaining();
+    std::string const& word = own.empty() || own[0] == "--" ? extras[0] : own[0];
+    bool const isBeforeEnd = std::find(words.begin(), end, word) != end;
+    bool const isOption =
+        isBeforeEnd && word.size() > 1 && word[0] == '-' && !parseNumber(word).has_value();
+    if (isOption) {
+        std::string const name = word.substr(0, word.find('='));
+        throw UserError(ExitCode::kUsage,
+                        {command.get_name(), "unknown option", name, nearestOption(command, name)});
+    }
+    bool const isGroup =
+        command.get_option_no_throw("FILE") == nullptr && !command.get_subcommands({}).empty();
+    if (isGroup)
+        throw UserError(ExitCode::kUsage, {command.get_parent() ? command.get_name() : "COMMAND",
+                                           "unknown command", word, namesBelow(command)});
+    throw UserError(ExitCode::kUsage,
+                    {command.get_name(), "argument too many:", word, meantBy(command, word)});
+}
+
+/// CLI11 finds an option without its value or one given twice; its text starts with the option.
+UserError asUserError(CLI::ParseError const& error) {
+    std::string const text = error.what();
+    auto const colon = text.find(':');
+    std::string const thing = colon == std::string::npos ? "arguments" : text.substr(0, colon);
+    bool const isMissing = text.find("missing") != std::string::npos;
+    bool const isRepeated = text.find("At Most") != std::string::npos;
+    std::string const expected = "one value (see --help)";
+    if (isMissing) return {ExitCode::kUsage, {thing, "no value after", thing, expected}};
+    if (isRepeated) return {ExitCode::kUsage, {thing, "more than one", thing, expected}};
+    return {ExitCode::kUsage, {thing, "not understood:", text, expected}};
+}
+
+}  // namespace
+
+ExitCode runCommandLine(int argc, char const* const* argv) {
+    std::span<char const* const> const given(argv, static_cast<std::size_t>(argc));
+    Grammar grammar;
+    try {
+        std::vector<std::string> words = wordsOf(given);
+        std::reverse(words.begin(), words.end());  // as the parser takes them
+        grammar.app().parse(words);
+    } catch (CLI::CallForHelp const&) {
+        if (std::string_view(argv[1]) == "help") refuseExtras(grammar, given);  // of what
+        print(grammar.app().help() + "\n");
+        return ExitCode::kDone;
+    } catch (CLI::CallForVersion const&) {
+        print(grammar.app().version() + "\n");
+        return ExitCode::kDone;
+    } catch (CLI::ParseError const& error) {
+        throw asUserError(error);
+    }
+    refuseExtras(grammar, given);
+    Command command = grammar.chosen();
+    return std::visit([&](auto& chosen) { return chosen.run({historyOf(given)}); }, command);
+}
+
+}  // namespace zelk

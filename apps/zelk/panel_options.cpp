@@ -1,0 +1,40 @@
+// Frame, zoom and kind of a panel; see panel_options.h.
+#include "apps/zelk/panel_options.h"
+
+#include "zelk/text/choices.h"
+
+namespace zelk {
+
+namespace {
+
+constexpr Choice<PF_WindowType> kPanels[] = {{"comp", PF_Window_COMP}, {"layer", PF_Window_LAYER}};
+
+/// "0.5", "2" or "200%".
+double parseZoom(std::string const& text) {
+    constexpr double kLeast = 0.01, kMost = 64;
+    bool const isPercent = text.ends_with('%');
+    auto const number = parseNumber(text.substr(0, text.size() - (isPercent ? 1 : 0)));
+    double const zoom = number.value_or(0) / (isPercent ? 100 : 1);
+    if (zoom >= kLeast && zoom <= kMost) return zoom;
+    throw UserError(ExitCode::kUsage, {"--zoom", number ? "out of range:" : "not a number:", text,
+                                       "a factor from 0.01 to 64, or as much in percent"});
+}
+
+}  // namespace
+
+void PanelOptions::add(OptionAdder const& add) {
+    add.text("Panel", "--frame", m_frame, "N", "The frame that is shown (the first)");
+    add.text("Panel", "--zoom", m_zoom, "ZOOM", "Panel pixels to a pixel: 0.5, 2 or 200% (1)");
+    add.text("Panel", "--panel", m_panel, "PANEL", "comp or layer (comp)");
+}
+
+PanelView PanelOptions::view() const {
+    constexpr int kMostFrames = 10'000'000;
+    PanelView view;
+    if (m_frame) view.frame = wholeInRange("--frame", *m_frame, -kMostFrames, kMostFrames);
+    if (m_zoom) view.zoom = parseZoom(*m_zoom);
+    if (m_panel) view.panel = pick(kPanels, "--panel", *m_panel);
+    return view;
+}
+
+}  // namespace zelk

@@ -1,0 +1,93 @@
+// Options of a render, and its run; see render_command.h.
+#include "apps/zelk/render_command.h"
+
+#include "zelk/scene/scene_check.h"
+#include "zelk/sequence/sequence_render.h"
+#include "zelk/text/choices.h"
+
+namespace zelk {
+
+namespace {
+
+constexpr Choice<Explain> kExplains[] = {{"text", Explain::kText}, {"json", Explain::kJson}};
+constexpr Choice<ProgressMode> kProgressModes[] = {{"auto", ProgressMode::kAuto},
+                                                   {"bar", ProgressMode::kBar},
+                                                   {"plain", ProgressMode::kPlain},
+                                                   {"json", ProgressMode::kJson},
+                                                   {"none", ProgressMode::kNone}};
+
+}  // namespace
+
+CommandInfo const RenderCommand::kInfo = {
+    "render", "Render a picture or a sequence through the corner pin", "LAYER -o OUTPUT [OPTIONS]",
+    "Corners: upper left, upper right, lower left, lower right, in pixels of the layer, y down:\n"
+    "  0,0 is the outer corner of the first pixel and W,H that of the last. Fractions and\n"
+    "  negative numbers are allowed. Without --from the From Pins are the layer's corners;\n"
+    "  without --to the To Pins are the From Pins.\n"
+    "\n"
+    "Formats without alpha, and WebP, GIF and FITS, get the picture over black, with a warning.\n"
+    "\n"
+    "Values of --set, which win over all other options, are in the units that `zelk params`\n"
+    "  shows: popups by entry or number, on or off, points x,y, colours #rrggbb, degrees.\n"
+    "\n"
+    "Modes of --transfer and --mode: behind, normal, add, multiply, screen, overlay, soft-light,\n"
+    "  hard-light, color-dodge, color-burn, darken, lighten, difference, exclusion, hue,\n"
+    "  saturation, color, luminosity.\n"
+    "\n"
+    "Examples:\n"
+    "  zelk render in.png -o out.png --to \"60,40 540,10 30,390 580,350\"\n"
+    "  zelk render in.exr -o out.exr --from \"9,9 200,12 8,150 190,160\" --view from\n"
+    "  zelk render in.png -o out.png --quality super --set super-sample-softness=1.5\n"
+    "  zelk render logo.png --over plate.exr -o comp.exr --to \"600,80 1400,120 580,700 "
+    "1420,660\"\n"
+    "  zelk render in.png -o out.png --set rotate=30 --opacity 80 --transfer multiply\n"
+    "  zelk render in.exr -o out.exr --to \"-90,40 540,10 30,390 700,350\" --grow 100\n"
+    "  zelk render sign.png --over shot.####.exr -o comp.####.exr --track shot.txt\n"
+    "  zelk render sign.png --over shot.####.exr -o comp.####.exr --frames 1001-1100 "
+    "--project sign.zelk.json --motion-blur 16\n"};
+
+void RenderCommand::addOptions(CLI::App& app) {
+    OptionAdder const add(app);
+    m_scene.add(add, {"layer", "output", "over", "size"});
+    add.flag("Files", "--no-clobber", m_run.noClobber, "Refuse to replace an existing output");
+    add.flag("Files", "--in-place", m_run.inPlace, "Let the output replace its own layer or plate");
+    add.flag("Files", "--no-metadata", m_dropsMetadata, "Leave the files' metadata out");
+    m_scene.add(add, {"to", "from", "track", "track-from", "view", "quality", "set", "depth",
+                      "downsample"});
+    add.text("Rendering", "--threads", m_threads, "N", "Threads; 0 for as many as there are (0)");
+    m_scene.add(add, {"road", "grow", "frames"});
+    add.text("Time", "--project", m_project, "FILE",
+             "Layer, plate, output, frames and keyframed parameters; options override it");
+    m_scene.add(add, {"motion-blur", "shutter", "rate"});
+    add.text("Sequence", "--in-flight", m_inFlight, "N", "Frames held at a time (3)");
+    m_scene.add(add, "missing");
+    add.text("Sequence", "--progress", m_progress, "MODE", "auto, bar, plain, json or none (auto)");
+    add.flag("Sequence", "--skip-existing", m_run.skipExisting,
+             "Go on where an earlier run stopped");
+    add.flag("Sequence", "--dry-run", m_run.dryRun, "Print what would be read and written");
+    m_scene.add(add, {"opacity", "transfer", "source-opacity", "mode", "plain"});
+    add.text("Output", "--explain", m_explain, "[text|json]",
+             "Print what the render did and how long each stage took (text)");
+    m_scene.add(add, {"host", "module"});
+}
+
+ExitCode RenderCommand::run(Invocation const& how) {
+    constexpr int kMostInFlight = 64, kMostThreads = 1024;
+    RunOptions run = m_run;
+    run.keepMetadata = !m_dropsMetadata;
+    run.history = how.history;
+    if (m_inFlight) run.inFlight = wholeInRange("--in-flight", *m_inFlight, 1, kMostInFlight);
+    if (m_threads) run.threads = wholeInRange("--threads", *m_threads, 0, kMostThreads);
+    if (m_progress) run.progress = pick(kProgressModes, "--progress", *m_progress);
+    if (m_explain) run.explain = pick(kExplains, "--explain", *m_explain);
+    if (run.dryRun && m_explain)
+        throw UserError(ExitCode::kUsage,
+                        {"--explain", "tells what a render did, and nothing is rendered with",
+                         "--dry-run", "one of the two"});
+    Scene const scene = m_scene.edited(sceneOfProject(m_project));
+    checkScene(scene);
+    requireOutput(scene);
+    return renderFrames(scene, run);
+}
+
+}  // namespace zelk

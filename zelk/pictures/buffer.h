@@ -1,0 +1,42 @@
+// A picture in memory, for programs whose pictures are in no file.
+//
+// Rows go from the top, channels red, green, blue, alpha; one channel is grey, two are grey and
+// alpha. Values stand as in files: white is 255, 65535 or 1.
+#pragma once
+
+#include <OpenImageIO/imageio.h>
+
+#include <cstddef>
+#include <filesystem>
+#include <memory>
+#include <string>
+
+#include "hostkit/world.h"
+#include "zelk/pictures/pixel_size.h"
+
+namespace zelk {
+
+enum class SampleType { kUint8, kUint16, kHalf, kFloat };
+
+/// Shares its pixels, which nobody may change while a scene or a renderer holds it.
+struct PictureBuffer {
+    std::string name = "buffer";  ///< for messages
+    PixelSize size;               ///< at least 1 x 1, at most kLargestPx a side
+    int channels = 4;             ///< 1 to 4
+    SampleType type = SampleType::kUint8;
+    bool isAssociated = false;           ///< colour is stored times alpha
+    std::ptrdiff_t rowBytes = 0;         ///< from row to row, also negative; 0 for packed rows
+    std::shared_ptr<void const> pixels;  ///< of the upper left one
+};
+
+/// Throws an input error for a buffer without pixels, of an impossible size or channel count, or
+/// with rows shorter than its pixels.
+void requireSound(PictureBuffer const& buffer);
+
+/// A buffer for code that reads picture files.
+std::unique_ptr<OIIO::ImageInput> inputOf(std::shared_ptr<PictureBuffer const> buffer);
+
+/// A world's pixels as red, green, blue, alpha in its own depth; 16 bits become 0 to 65535.
+PictureBuffer bufferOf(World const& world);
+
+}  // namespace zelk

@@ -1,0 +1,357 @@
+// Loading, rendering and storing of a frame; see frame_renderer.h.
+#include "zelk/render/frame_renderer.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <utility>
+
+#include "hostkit/pixel_ops.h"
+#include "zelk/render/load_module.h"
+#include "zelk/render/memory_budget.h"
+#include "zelk/render/memory_road.h"
+#include "zelk/render/setup.h"
+#include "zelk/scene/quad_check.h"
+#include "zelk/text/errors.h"
+
+namespace zelk {
+
+void Warnings::add(std::vector<std::string> const& sentences) {
+    std::lock_guard const lock(m_mutex);
+    for (std::string const& sentence : sentences)
+        if (m_seen.insert(sentence).second) m_new.push_back(sentence);
+}
+
+std::vector<std::string> Warnings::take() {
+    std::lock_guard const lock(m_mutex);
+    return std::exchange(m_new, {});
+}
+
+namespace {
+
+PixelSize sizeOf(PictureReader const& picture) { return {picture.width(), picture.height()}; }
+
+PixelSize reduced(PixelSize size, int reduce) {
+    return {size.width / reduce, size.height / reduce};
+}
+
+/// Colour over alpha, in a float world of associated colour.
+void makeStraight(World& world) {
+    for (int y = 0; y < world.height(); ++y) {
+        float* pixel = world.rowAs<float>(y);
+        for (int x = 0; x < world.width(); ++x, pixel += 4) {
+            float const alpha = pixel[0];
+            if (alpha == 0 || alpha == 1) continue;
+            for (int c = 1; c < 4; ++c) pixel[c] /= alpha;
+        }
+    }
+}
+
+/// The whole picture, reduced, in associated colour.
+World associatedWorld(PictureReader& picture, int reduce) {
+    if (reduce == 1) return readAssociatedWorld(picture);
+    PixelSize const size = reduced(sizeOf(picture), reduce);
+    World world({size.width, size.height, Depth::kFloat});
+    picture.readInto(world, reduce);
+    for (int y = 0; y < world.height(); ++y) {
+        float* pixel = world.rowAs<float>(y);
+        for (int x = 0; x < world.width(); ++x, pixel += 4)
+            for (int c = 1; c < 4; ++c) pixel[c] *= pixel[0];
+    }
+    return world;
+}
+
+std::unique_ptr<Host> hostOf(Scene const& scene) {
+    auto host = loadModule(scene);
+    setOptionValues(scene, host->parameters());  // refuses bad values before any file is touched
+    return host;
+}
+
+}  // namespace
+
+FrameRenderer::FrameRenderer(Scene scene, RunOptions run, Explanation* explanation)
+    : m_scene(std::move(scene)),
+      m_run(std::move(run)),
+      m_host(hostOf(m_scene)),
+      m_files(m_scene),
+      m_explanation(explanation) {}
+
+void FrameRenderer::begin(std::vector<int> const& frames) {
+    m_frames = frames;
+    m_inFlight = std::min(static_cast<std::size_t>(m_run.inFlight), frames.size());
+    auto const [first, last] = std::minmax_element(frames.begin(), frames.end());
+    bool const isStill = !isSequence(m_scene);
+    m_comp = compOf(m_scene, isStill ? 0 : *first, isStill ? 0 : *last);
+    m_host->setComp(m_comp);
+    readSizes(frames);
+    setParameters(m_scene, *m_host, m_layerSize, m_frameSize);
+    for (TrackUse const& use : m_scene.tracks)
+        m_warnings.add(warningsOf(use, {m_frameSize, m_comp.startFrame, m_comp.timeBase.step}));
+    if (m_scene.hasFrame()) checkTransfer(m_scene, m_host->parameters());
+}
+
+FrameRequest FrameRenderer::momentOf(int frame) const {
+    FrameRequest moment = frameRequest(m_comp, frame);
+    moment.layerWidth = m_frameSize.width;
+    moment.layerHeight = m_frameSize.height;
+    return moment;
+}
+
+World FrameRenderer::picture(int frame, PreviewOptions const& options) {
+    if (!m_files.isReadable(frame) && m_scene.missing == MissingInput::kStop)
+        throw UserError(ExitCode::kInput, m_files.missingOf(frame).missing(frame));
+    bool const isBegun = m_scene.hasComp ? !m_frames.empty() : m_frames == std::vector{frame};
+    if (!isBegun) begin({frame});
+    World picture = render(frame, load(frame, options.reduce)).picture;
+    if (!isModule()) makeStraight(picture);
+    return options.part ? partOf(picture, *options.part) : std::move(picture);
+}
+
+World FrameRenderer::layerPicture(int frame) {
+    if (!m_files.layer.isThere(frame))
+        throw UserError(ExitCode::kInput, m_files.layer.missing(frame));
+    PictureReader layer = m_files.layer.own(frame).open();
+    return readStraightWorld(layer);
+}
+
+void FrameRenderer::check(int frame) {
+    LoadedFrame headers;
+    PictureTraits layer = m_layerTraits, plate = m_plateTraits;
+    headers.ask = m_ask;
+    if (auto const file = m_files.layer.pictureOf(frame)) {
+        PictureReader const picture = openSized(*file, m_layerSize);
+        layer = picture.traits();
+        if (isModule()) {
+            headers.ask = moduleRenderOf(m_scene, *m_host, picture);
+            requireMemory(*m_host, picture, headers.ask);
+        }
+    }
+    if (m_files.plate)
+        if (auto const file = m_files.plate->pictureOf(frame))
+            plate = openSized(*file, m_frameSize).traits();
+    settleOutput(layer, plate, headers);
+    PinFrame const space = pinFrameOf(headers.ask, 1);
+    plan(space, frameRequest(m_comp, frame), Depth::kFloat);
+    PixelSize const size = {space.frameWidth + 2 * space.marginX,
+                            space.frameHeight + 2 * space.marginY};
+    if (isMovieName(m_scene.outputPath())) {
+        if (!std::exchange(m_isMovieChecked, true))
+            checkMovieSize(m_scene.outputPath(), size, m_comp.timeBase);
+    } else if (m_scene.output) {
+        m_warnings.add(checkPicture(size, m_files.output.pathOf(frame), headers.file));
+    }
+}
+
+LoadedFrame FrameRenderer::load(int frame, int reduce) {
+    LoadedFrame loaded;
+    loaded.reduce = reduce;
+    PictureTraits layer, plate;
+    loaded.layer = loadLayer(m_files.layer.pictureOf(frame), layer, loaded);
+    if (m_files.plate) loadPlate(m_files.plate->pictureOf(frame), plate, loaded);
+    settleOutput(layer, plate, loaded);
+    endStage("read");
+    return loaded;
+}
+
+/// How the frame's file will be, and what is odd about the two inputs together.
+void FrameRenderer::settleOutput(PictureTraits const& layer, PictureTraits const& plate,
+                                 LoadedFrame& loaded) {
+    loaded.file = isModule() ? ownFrameOutput(m_scene, m_run, layer,
+                                              marginOf(m_host->parameters(), loaded.ask))
+                             : outputOf(m_scene, m_run, layer, m_files.plate ? &plate : nullptr);
+    std::vector<std::string> warnings;
+    if (m_files.plate) addColorWarning(m_scene, layer, plate, warnings);
+    m_warnings.add(warnings);
+}
+
+/// The layer, the frame and the margin as the render has them.
+PinFrame FrameRenderer::pinFrameOf(ModuleRender const& ask, int reduce) const {
+    int const n = isModule() ? ask.downsample : reduce;
+    PixelSize const margin = isModule() ? marginOf(m_host->parameters(), ask) : PixelSize{};
+    PixelSize const layer = reduced(m_layerSize, n), frame = reduced(m_frameSize, n);
+    return {layer.width, layer.height, frame.width, frame.height, n, margin.width, margin.height};
+}
+
+RenderedFrame FrameRenderer::render(int frame, LoadedFrame loaded) {
+    FrameRequest const moment = frameRequest(m_comp, frame);
+    World picture =
+        isModule() ? renderedByModule(loaded, moment) : renderedInMemory(loaded, moment);
+    return {std::move(picture), loaded.file};
+}
+
+World FrameRenderer::renderedByModule(LoadedFrame& loaded, FrameRequest const& moment) {
+    PinFrame const space = pinFrameOf(loaded.ask, 1);
+    if (m_explanation) {
+        m_explanation->isPlain = loaded.ask.isPlain;
+        m_explanation->margin = {space.marginX, space.marginY};
+    }
+    plan(space, moment, loaded.ask.depth);
+    World picture = renderByModule(*m_host, std::move(loaded.layer), loaded.ask, moment);
+    endStage("render");
+    if (m_explanation) m_explanation->covered = countCovered(picture);
+    return picture;
+}
+
+World FrameRenderer::renderedInMemory(LoadedFrame& loaded, FrameRequest const& moment) {
+    plan(pinFrameOf(loaded.ask, loaded.reduce), moment, Depth::kFloat);
+    PixelSize const size = reduced(m_frameSize, loaded.reduce);
+    World picture({size.width, size.height, Depth::kFloat});
+    renderInMemory(m_host->parameters(), loaded.layer, picture, {m_layerSize, m_frameSize}, moment,
+                   m_scene.layer.name());
+    loaded.layer = World();
+    endStage("render");
+    if (m_explanation) m_explanation->covered = countCovered(picture);
+    int const mode = m_scene.overMode.value_or(PF_Xfer_IN_FRONT);
+    if (loaded.plateRows)
+        layOver(picture, *loaded.plateRows, mode);
+    else if (loaded.plate)
+        layOver(picture, *loaded.plate, mode);
+    if (m_files.plate) endStage("plate");
+    return picture;
+}
+
+/// Notes what is about to be rendered.
+void FrameRenderer::plan(PinFrame const& frame, FrameRequest const& moment, Depth depth) {
+    auto const parameters =
+        parametersAt(m_host->parameters(), {moment.time, moment.timeBase.scale});
+    std::string const why = unusablePins(parameters, frame);
+    if (!why.empty()) m_warnings.add({why + ", so nothing is drawn"});
+    if (!m_explanation) return;
+    m_explanation->layer = {frame.layerWidth, frame.layerHeight};
+    m_explanation->frame = {frame.frameWidth + 2 * frame.marginX,
+                            frame.frameHeight + 2 * frame.marginY};
+    m_explanation->renderDepth = depth;
+    m_explanation->plan = planOf(parameters, frame);
+}
+
+void FrameRenderer::endStage(char const* stage) {
+    if (m_explanation) m_explanation->clock.lap(stage);
+    if (m_listener) m_listener(stage);
+    if (m_isStopped)
+        throw UserError(ExitCode::kInterrupted, {"render", "stopped after it had", stage, ""});
+}
+
+void FrameRenderer::store(int frame, RenderedFrame const& rendered) {
+    if (isMovieName(m_scene.outputPath())) return storeInMovie(rendered);
+    WriteReport const written =
+        writePicture(rendered.picture, m_files.output.pathOf(frame), rendered.file);
+    m_warnings.add(written.warnings);
+    if (!m_explanation) return;
+    m_explanation->writtenType = written.sampleType;
+    m_explanation->writtenBits = written.sampleBits;
+    m_explanation->clock.lap("write");
+}
+
+bool FrameRenderer::finishMovie(std::atomic<bool> const& stop) {
+    if (!m_movie) return true;
+    auto const warning = m_movie->finish(!m_run.noClobber, stop);
+    if (warning && !warning->empty()) m_warnings.add({*warning});
+    return warning.has_value();
+}
+
+/// Bytes that a frame holds on its way, and those of the one that is being rendered.
+std::uint64_t FrameRenderer::bytesInFlight() const {
+    RenderSize size{m_layerSize.width, m_layerSize.height, m_ask.depth, 0, 0, 0};
+    if (isModule()) return renderBytes(size);
+    std::uint64_t const plate = m_files.plate && m_inFlight > 1
+                                    ? std::uint64_t{16} * m_frameSize.width * m_frameSize.height
+                                    : 0;
+    return plate + frameRenderBytes(m_layerSize.width, m_layerSize.height, m_frameSize.width,
+                                    m_frameSize.height);
+}
+
+void FrameRenderer::checkMemory() const {
+    if (m_inFlight == 1 && isModule()) return;
+    std::uint64_t const need = bytesInFlight() * m_inFlight;
+    if (need <= availableBytes()) return;
+    std::string const toBeFree = fmt::format("{} MB to be free", need / 1'000'000);
+    if (m_inFlight == 1)
+        throw UserError(ExitCode::kInput,
+                        {m_scene.layer.name(), "layer and frame larger than the memory allows,",
+                         fmt::format("{}x{} in {}x{}", m_layerSize.width, m_layerSize.height,
+                                     m_frameSize.width, m_frameSize.height),
+                         toBeFree});
+    throw UserError(ExitCode::kInput, {"--in-flight", "more frames than the memory allows,",
+                                       std::to_string(m_inFlight), toBeFree + ", or fewer frames"});
+}
+
+void FrameRenderer::storeInMovie(RenderedFrame const& rendered) {
+    World const& picture = rendered.picture;
+    if (!m_movie)
+        m_movie.emplace(m_scene.outputPath(), picture.width(), picture.height(), m_comp.timeBase);
+    m_movie->add(picture, rendered.file.form);
+}
+
+/// Of the first frame that can be opened; all others must agree. Of two inputs one may be black
+/// throughout: it then has the size of the other.
+void FrameRenderer::readSizes(std::vector<int> const& frames) {
+    auto const first = [&frames](InputFiles const& files) -> std::optional<PictureReader> {
+        for (int const frame : frames) {
+            auto const picture = files.pictureOf(frame);
+            if (!picture || !(picture->buffer || picture->isOnDisk())) continue;
+            try {
+                return picture->open();
+            } catch (UserError const&) {
+                // Its own frame will fail; the others need a size all the same.
+            }
+        }
+        return std::nullopt;
+    };
+    auto layer = first(m_files.layer), plate = m_files.plate ? first(*m_files.plate) : std::nullopt;
+    bool const mayLackOne = m_scene.missing == MissingInput::kBlack && (layer || plate);
+    if (!layer && !mayLackOne) layer = m_files.layer.own(frames.front()).open();
+    if (m_files.plate && !plate && !mayLackOne) plate = m_files.plate->own(frames.front()).open();
+    m_layerSize = sizeOf(layer ? *layer : *plate);
+    m_layerTraits = (layer ? *layer : *plate).traits();
+    if (isModule()) m_ask = moduleRenderOf(m_scene, *m_host, *layer);
+    m_frameSize = m_scene.frameSize().value_or(plate ? sizeOf(*plate) : m_layerSize);
+    m_plateTraits = (plate ? *plate : *layer).traits();
+}
+
+PictureReader FrameRenderer::openSized(InputPicture const& file, PixelSize size) const {
+    PictureReader picture = file.open();
+    if (picture.width() == size.width && picture.height() == size.height) return picture;
+    throw UserError(ExitCode::kInput, {file.name(), "another size than the first frame's:",
+                                       fmt::format("{}x{}", picture.width(), picture.height()),
+                                       fmt::format("{}x{}", size.width, size.height)});
+}
+
+World FrameRenderer::loadLayer(std::optional<InputPicture> const& file, PictureTraits& traits,
+                               LoadedFrame& loaded) {
+    traits = m_layerTraits;
+    loaded.ask = m_ask;
+    loaded.ask.downsample *= loaded.reduce;
+    if (!file) {
+        PixelSize const size =
+            reduced(m_layerSize, isModule() ? loaded.ask.downsample : loaded.reduce);
+        return isModule() ? World(m_host->worldSpec(size.width, size.height, m_ask.depth))
+                          : World({size.width, size.height, Depth::kFloat});
+    }
+    PictureReader picture = openSized(*file, m_layerSize);
+    traits = picture.traits();
+    m_warnings.add(picture.warnings());
+    if (!isModule()) return associatedWorld(picture, loaded.reduce);
+    loaded.ask = moduleRenderOf(m_scene, *m_host, picture, loaded.reduce);
+    return readLayer(*m_host, picture, loaded.ask);
+}
+
+/// Of one frame alone the rows wait in their file: nothing would be gained by keeping them.
+void FrameRenderer::loadPlate(std::optional<InputPicture> const& file, PictureTraits& traits,
+                              LoadedFrame& loaded) {
+    traits = m_plateTraits;
+    if (!file) {
+        PixelSize const size = reduced(m_frameSize, loaded.reduce);
+        World& black = loaded.plate.emplace(WorldSpec{size.width, size.height, Depth::kFloat});
+        for (int y = 0; y < black.height(); ++y)
+            for (int x = 0; x < black.width(); ++x) black.rowAs<float>(y)[4 * x] = 1;
+        return;
+    }
+    PictureReader& picture = loaded.plateRows.emplace(openSized(*file, m_frameSize));
+    traits = picture.traits();
+    m_warnings.add(picture.warnings());
+    if (m_inFlight == 1 && loaded.reduce == 1) return;
+    loaded.plate = associatedWorld(picture, loaded.reduce);
+    loaded.plateRows.reset();
+}
+
+}  // namespace zelk

@@ -1,0 +1,139 @@
+// Scene: one plain record that says everything of a render: composition, layer, plate, output,
+// parameters with keyframes, tracks, and who renders it how.
+//
+// Its text is the project file (scene_file.h). Programs change it by the functions of
+// scene_edits.h, which the command line's options, a viewer's controls and a script's keywords all
+// call; scene_check.h tells whether it can be rendered.
+//
+// Units are the users': points in layer pixels, angles in degrees, popups by entry, colours
+// "#rrggbb"; a key lies at a frame number of the composition, fractions allowed.
+#pragma once
+
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "hostkit/comp.h"
+#include "hostkit/host_identity.h"
+#include "hostkit/parameters.h"
+#include "hostkit/world.h"
+#include "zelk/inputs/missing_input.h"
+#include "zelk/pictures/buffer.h"
+#include "zelk/pictures/pixel_size.h"
+#include "zelk/scene/track_use.h"
+#include "zelk/tracks/corners.h"
+
+namespace zelk {
+
+/// A value as a user types it; the parameter's own kind reads it when a module is at hand.
+struct TypedText {
+    std::string text;
+    bool operator==(TypedText const&) const = default;
+};
+
+/// A checkbox; a slider, an angle or a popup's position from 1; a popup's entry or a colour; a
+/// point; any of them as typed.
+using SceneValue = std::variant<bool, double, std::string, Point, TypedText>;
+
+struct SceneKey {
+    double frame = 0;  ///< of the composition
+    SceneValue value;
+    std::optional<Interpolation> toNext;  ///< nothing: linear, or hold where the kind only holds
+    Ease incoming, outgoing;
+};
+
+/// What one parameter is set to. Keyframes that it had before go.
+struct SceneParameter {
+    int index = 0;
+    std::optional<A_long> diskId;     ///< that the module must have for it
+    std::optional<SceneValue> value;  ///< nothing: as it was
+    std::vector<SceneKey> keys;       ///< in order of their frames
+    std::string option = {};          ///< that set it, for messages; empty: the file
+};
+
+/// A name as it was written, and the folder that it starts at: that of a project file, or none for
+/// the working folder.
+struct ScenePath {
+    std::string written;
+    std::filesystem::path folder = {};
+    /// As the working folder sees it.
+    std::filesystem::path path() const { return folder / written; }
+};
+
+/// A layer or a plate: a picture's name, which may have a frame mark or be a movie's, or pixels in
+/// memory, the same for every frame.
+struct SceneInput {
+    ScenePath file = {};
+    std::shared_ptr<PictureBuffer const> buffer = {};
+    bool isGiven() const { return buffer || !file.written.empty(); }
+    std::string name() const { return buffer ? buffer->name : file.path().string(); }
+};
+
+/// Who renders: the effect module in our host, or the effect's pipeline over plain buffers.
+enum class Road { kModule, kMemory };
+
+/// What an edit may set, for messages that name the option or the file's place.
+enum class SceneField {
+    kLayer,
+    kPlate,
+    kSize,
+    kOutput,
+    kToPins,
+    kFromPins,
+    kTrackTo,
+    kTrackFrom,
+    kMode,
+    kGrow,
+    kTransfer,
+    kDownsample,
+    kRoad,
+    kPlain,
+    kHost,
+};
+
+struct Scene {
+    std::filesystem::path file;  ///< where it was read from; empty for none
+
+    /// With hasComp the composition has a size, a start and a length of its own; else it is as
+    /// large as the frame and lasts as long as the frames that are rendered.
+    bool hasComp = false;
+    Comp comp;
+    bool ownStart = true, ownDuration = true;  ///< false: left out in the file, see fitToFrames
+
+    SceneInput layer;
+    std::optional<SceneInput> plate;    ///< the layer is laid over it
+    std::optional<PixelSize> size;      ///< of a transparent frame where there is no plate
+    std::optional<ScenePath> output;    ///< nothing where pictures go to memory alone
+    std::optional<std::string> frames;  ///< as parseFrameRange takes it
+    MissingInput missing = MissingInput::kStop;
+
+    /// In the order in which they are set. Tracks come after those of the file, before the others.
+    std::vector<SceneParameter> parameters;
+    std::vector<TrackUse> tracks;
+    /// Motion Blur is on by the composition's shutter, whatever the parameter says.
+    bool isMotionBlurOn = false;
+
+    std::optional<int> overMode;    ///< PF_Xfer_*: how the layer is laid over the plate
+    std::optional<Depth> depth;     ///< nothing: the layer's own
+    std::optional<int> downsample;  ///< nothing: 1
+    std::optional<Road> road;       ///< nothing: memory in a frame of another size, else module
+    bool isPlain = false;           ///< PF_Cmd_RENDER instead of the smart render protocol
+    std::filesystem::path module;   ///< empty: the one beside the program
+    std::optional<HostIdentity> host;
+
+    std::map<SceneField, std::string> options;  ///< what an option set, and its name
+
+    bool hasFrame() const { return plate || size; }
+    Road roadTaken() const { return road.value_or(hasFrame() ? Road::kMemory : Road::kModule); }
+    /// Of the transparent frame; nothing with a plate, whose size counts.
+    std::optional<PixelSize> frameSize() const { return plate ? std::nullopt : size; }
+    /// As the working folder sees it; empty without an output.
+    std::filesystem::path outputPath() const { return output ? output->path() : ""; }
+    bool isSetBy(SceneField field) const { return options.contains(field); }
+};
+
+}  // namespace zelk

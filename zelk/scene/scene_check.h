@@ -1,0 +1,26 @@
+// Whether a scene's parts fit together, before any file is opened.
+#pragma once
+
+#include <string>
+
+#include "zelk/scene/scene.h"
+#include "zelk/text/errors.h"
+
+namespace zelk {
+
+/// Throws for the first thing that does not fit: a usage error that names the option which set it,
+/// or an input error with the place in the scene's file. Values of parameters are checked by the
+/// module's own ranges later (scene_values.h).
+void checkScene(Scene const& scene);
+
+/// What can't be done without an output.
+void requireOutput(Scene const& scene);
+
+/// A refusal of what a field says: about the option that set it, else the file's place.
+UserError refusalOf(Scene const& scene, SceneField field, std::string const& wrong,
+                    std::string const& value, std::string const& expected);
+/// The same of a parameter's value.
+UserError refusalOf(Scene const& scene, int parameter, std::string const& wrong,
+                    std::string const& value, std::string const& expected);
+
+}  // namespace zelk

@@ -1,0 +1,47 @@
+// Names to files; see scene_inputs.h.
+#include "zelk/scene/scene_inputs.h"
+
+#include <algorithm>
+
+#include "zelk/movies/writer.h"
+
+namespace zelk {
+
+namespace {
+
+InputFiles filesOf(SceneInput const& input, MissingInput missing) {
+    return input.buffer ? InputFiles(input.buffer) : InputFiles(input.file.path(), missing);
+}
+
+bool isNumbered(SceneInput const& input) { return !input.buffer && isPattern(input.file.path()); }
+
+bool isMovie(SceneInput const& input) { return !input.buffer && isMovieInput(input.file.path()); }
+
+/// Of the composition, which a movie's first picture is: its own, else the least of the range.
+int firstFrameOf(Scene const& scene) {
+    if (scene.hasComp) return scene.comp.startFrame;
+    if (!scene.frames) return 1;
+    std::vector<int> const frames = parseFrameRange("--frames", *scene.frames);
+    return *std::min_element(frames.begin(), frames.end());
+}
+
+}  // namespace
+
+SceneFiles::SceneFiles(Scene const& scene)
+    : layer(filesOf(scene.layer, scene.missing)),
+      output(isSequence(scene) ? SequenceName(scene.outputPath().string())
+                               : SequenceName::plain(scene.outputPath().string())) {
+    if (scene.plate) plate.emplace(filesOf(*scene.plate, scene.missing));
+    int const first = firstFrameOf(scene);
+    layer.startAt(first);
+    if (plate) plate->startAt(first);
+}
+
+bool isSequence(Scene const& scene) {
+    return scene.frames || !scene.tracks.empty() || isNumbered(scene.layer) ||
+           (scene.plate && (isNumbered(*scene.plate) || isMovie(*scene.plate))) ||
+           (scene.hasComp && isPattern(scene.outputPath())) || isMovie(scene.layer) ||
+           isMovieName(scene.outputPath());
+}
+
+}  // namespace zelk

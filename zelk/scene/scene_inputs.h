@@ -1,0 +1,31 @@
+// What a scene names on disk.
+#pragma once
+
+#include <optional>
+
+#include "zelk/files/frame_names.h"
+#include "zelk/inputs/input_files.h"
+#include "zelk/scene/scene.h"
+
+namespace zelk {
+
+/// Whether a scene is of numbered frames: it names some, or its layer, plate or output has a frame
+/// mark. A name that exists as it stands has none.
+bool isSequence(Scene const& scene);
+
+/// Inputs and output of a scene.
+struct SceneFiles {
+    explicit SceneFiles(Scene const& scene);
+    /// Whether a frame's inputs are there, or something stands for them.
+    bool isReadable(int frame) const {
+        return layer.isThere(frame) && (!plate || plate->isThere(frame));
+    }
+    /// The one that makes a frame unreadable.
+    InputFiles const& missingOf(int frame) const { return layer.isThere(frame) ? *plate : layer; }
+
+    InputFiles layer;
+    std::optional<InputFiles> plate;
+    SequenceName output;
+};
+
+}  // namespace zelk

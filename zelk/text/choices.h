@@ -1,0 +1,37 @@
+// Words, numbers and names that a user types for a choice, into values. Every refusal is a usage
+// error that names the option, the value and what was expected.
+#pragma once
+
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "zelk/text/errors.h"
+#include "zelk/text/numbers.h"
+
+namespace zelk {
+
+/// A word of an option and what it stands for.
+template <class T>
+struct Choice {
+    std::string_view word;
+    T value;
+};
+
+/// One of a table's words, in letters of any case.
+template <class T>
+T pick(std::span<Choice<T> const> choices, std::string const& option, std::string const& word) {
+    std::vector<std::string_view> words;
+    for (Choice<T> const& choice : choices) {
+        if (choice.word == lowered(word)) return choice.value;
+        words.push_back(choice.word);
+    }
+    throw UserError(ExitCode::kUsage, {option, "unknown choice", word, listOf(words)});
+}
+template <class T, std::size_t N>
+T pick(Choice<T> const (&choices)[N], std::string const& option, std::string const& word) {
+    return pick(std::span<Choice<T> const>(choices), option, word);
+}
+
+}  // namespace zelk
