@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "effect/HostCamera.h"
+#include "host/AEGP_SuiteHandler.h"
 #include "tests/host/ae_host.h"
 
 namespace {
@@ -57,6 +58,7 @@ TEST(GetCameraMatrix, AnswersFromTheHostsCamera) {
     }
     EXPECT_GE(nth.size(), 14u) << "six suites, and the calls of each";
 
+    EXPECT_THROW(AEGP_SuiteHandler(nullptr), int) << "a host without suites";
     premiere->setCamera(camera);
     expectAnswer(premiere, 0, std::nullopt);
 }

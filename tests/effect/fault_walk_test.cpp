@@ -43,16 +43,13 @@ constexpr Scenario kScenarios[] = {
     {"smart float", Kind::kSmart, Depth::kFloat},
     {"smart 8, older host", Kind::kSmart, Depth::k8, 0, 5, zelk_test::kOlderAE},
     {"smart 8, grown", Kind::kSmart, Depth::k8, 3},
-    {"smart float, grown", Kind::kSmart, Depth::kFloat, 3},
     {"smart 8, Add", Kind::kSmart, Depth::k8, 0, 5},
-    {"smart float, Add, grown", Kind::kSmart, Depth::kFloat, 3, 5},
     {"smart 8, Super, blur", Kind::kSmart, Depth::k8, 0, 1, zelk_test::kModernAE, true},
     {"smart float, all", Kind::kSmart, Depth::kFloat, 3, 5, zelk_test::kModernAE, true},
     {"plain 8", Kind::kPlain},
     {"plain 16, Hue", Kind::kPlain, Depth::k16, 0, 20},
     {"plain float, Add", Kind::kPlain, Depth::kFloat, 0, 5},
     {"smart BGRA, Add, grown", Kind::kSmart, Depth::k8, 3, 5, zelk_test::kModernPremiere},
-    {"smart 16, Add", Kind::kSmart, Depth::k16, 0, 5},
     {"plain BGRA, Add", Kind::kPlain, Depth::k8, 0, 5, zelk_test::kModernPremiere},
 };
 

@@ -28,8 +28,10 @@ public:
     bool cancels = false;
 
 private:
-    static OSStatus choose(void* context, FileChooserRequest const*, char* path, std::size_t size) {
+    static OSStatus choose(void* context, FileChooserRequest const* asked, char* path,
+                           std::size_t size) {
         auto const& self = *static_cast<Chooser*>(context);
+        EXPECT_EQ(asked->extension + std::to_string(asked->modality), "txt2");
         std::snprintf(path, size, "%s", self.m_file.c_str());
         return self.cancels ? kUserCanceledStatus : 0;
     }
@@ -188,6 +190,8 @@ TEST(Controls, AreGreyedByOtherControlsValues) {
                                                {kParamMotionBlur, c.motionBlur},
                                                {kParamTransferMode, c.transfer}})
                 effect.at(index).current.u.pd.value = entry;
+            // A table counts, whatever the status beside it.
+            effect.host.monitor().inject({"AcquireSuite PF Param Utils Suite 1", 1, kFault, true});
             const CommandResult result = effect.host.updateParamsUi(effect.frame);
             EXPECT_EQ(result.outFlags, PF_OutFlag_REFRESH_UI | kOtherFlag);
             EXPECT_EQ(zelk_test::nothingOwed(result), "nothing");

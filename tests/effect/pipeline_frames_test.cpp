@@ -9,6 +9,7 @@
 
 #include "Transform/Common/RenderRecords.h"
 #include "Transform/Common/Transform_Core_Render/TransferModes.h"
+#include "effect/PixelPasses.h"
 #include "effect/Render.h"
 #include "effect/TransferMenu.h"
 #include "tests/effect/premultiply.h"
@@ -252,6 +253,7 @@ void expectTransfer(MemoryHostFamily family, unsigned entry) {
         Scene scene;
         scene.to = zelk::randomConvexQuad(random);
         renderer->set(scene);
+        renderer->host.setPopup(kParamQuality, 2 + entry % 2);  // the end is softened too
         renderer->input.paint([&](int, int, int channel) {
             const bool isWhite = renderer == &pass && noAlpha && channel == T::kAlpha;
             const double value = random.integer(0, 256) / 256.0;
@@ -305,20 +307,59 @@ TEST(PipelineFrames, CompositesOnItsOwnInEveryFamilyFormatAndMode) {
     RenderSettings rectangles;
     smaller.host.setUserData(&rectangles);
     EXPECT_EQ(smaller.render(), 1);
+    Renderer larger(kFormatARGB8, kWidth + 1, kHeight);  // cleared where the layer ends
+    larger.host.setUserData(&rectangles);
+    larger.host.setPopup(kParamViewMode, kFrom);
+    EXPECT_EQ(larger.render() + larger.output.get(kWidth, 0, 0), 0);
+}
+
+/// A layer of black and white pixels in turn, in a frame that is so many times as large.
+struct Checkered : Renderer {
+    Checkered(Scene const& scene, unsigned quality, int times = 1)
+        : Renderer(kFormatBGRA8, times * kWidth, times * kHeight) {
+        input.paint([](int x, int y, int) { return (x ^ y) % 2 * 255; });
+        set(scene);
+        host.setPopup(kParamQuality, quality);
+    }
+};
+
+TEST(PipelineFrames, OnlyAKernelSoftensAtRestAndLowMixesNothing) {
+    for (unsigned i = 0; i < 6; ++i) {
+        Scene scene;
+        scene.translateX = i % 2;  // a third of a pixel
+        Checkered renderer(scene, i / 2);
+        EXPECT_EQ(renderer.render(), 0);
+        EXPECT_EQ(std::fmod(renderer.output.get(9, 9, 0), 255) != 0, i > 2) << "quality " << i / 2;
+    }
+}
+
+// Pins that shrink nothing leave the fade alone, by the lesser scale; in a frame of twice the size
+// those at half of it. A To view starts from the layer itself.
+TEST(PipelineFrames, SuperSampleAtRestIsHighOfAFadedLayer) {
+    for (const int times : {1, 2})
+        for (const View view : {kTo, kBoth}) {
+            Scene scene{view};
+            for (double& pin : scene.to) pin /= times;
+            Checkered super(scene, 3, times), high(scene, 2, times);
+            for (Renderer* renderer : {&super, &high}) renderer->host.setScale(1, 0.5);
+            super.host.setFloat(kParamSuperSampleSoftness, 0.9);
+            super.host.setFloat(kParamSuperSampleEdge, 12);
+            if (view == kBoth) fadeBorder<PIXEL_BGRA8>(high.input.info(), 7);
+            EXPECT_EQ(super.render() + high.render(), 0);
+            EXPECT_TRUE(super.output.samePixels(high.output));
+        }
 }
 
 // High softens even a frame at rest, so a first pass that runs shows.
 TEST(PipelineFrames, TheFirstPassIsLeftOutOnlyAtRestWithinATolerance) {
     const auto runs = [](int index, double change) {
-        Renderer renderer(kFormatBGRA8);
-        renderer.input.paint([](int x, int y, int) { return (x ^ y) % 2 * 255; });
         Scene scene;
         scene.view = kFrom;
         double* const values[] = {&scene.translateX, &scene.translateY, &scene.scaleX,
                                   &scene.scaleY,     &scene.rotate,     &scene.fromOffsets[3],
                                   &scene.to[3]};
         (index < 8 ? scene.from[static_cast<std::size_t>(index)] : *values[index - 8]) += change;
-        renderer.set(scene);
+        Checkered renderer(scene, 2);
         if (index == 13) renderer.host.setPoint(kParamFromUpperRight, 1, 0);
         EXPECT_EQ(renderer.render(), 0);
         return !renderer.output.samePixels(renderer.input);

@@ -186,21 +186,17 @@ TEST(PipelineInModule, ASamplesControlsAreReadByTheirDiskIds) {
     struct IdHost : PluginHost_Memory_Impl {
         using PluginHost_Memory_Impl::PluginHost_Memory_Impl;
         const zelk::Host host{ZELK_MODULE};
-        A_long idOf(int index) {
-            return host.parameters()[static_cast<std::size_t>(index)].diskId();
+        int refuse(int index, int id) {
+            return host.parameters()[static_cast<std::size_t>(index)].diskId() != id;
         }
-        int GetFloatValue(int index, int id, TimeObject const& at, double& value) override {
-            return id == idOf(index) ? PluginHost_Memory_Impl::GetFloatValue(index, id, at, value)
-                                     : 9;
+        int GetFloatValue(int index, int id, TimeObject const&, double&) override {
+            return refuse(index, id);
         }
-        int GetPoint2DValue(int index, int id, TimeObject const& at, double& x,
-                            double& y) override {
-            return id == idOf(index) ? PluginHost_Memory_Impl::GetPoint2DValue(index, id, at, x, y)
-                                     : 9;
+        int GetPoint2DValue(int index, int id, TimeObject const&, double&, double&) override {
+            return refuse(index, id);
         }
     };
     IdHost host({}, {});
-    zelk::setDefaultControls(host);
     SamplePose pose{};
     EXPECT_EQ(samplePoseAt(&host, 0, pose), 0);
 }

@@ -130,6 +130,23 @@ TEST(SuperSamplePlan, RadiiFadeAndEndByTheSidesOfTheToQuad) {
     EXPECT_TRUE((RampedRadius{0, 1}.isVisible() && RampedRadius{1, 0}.isVisible()));
 }
 
+TEST(SuperSamplePlan, BlursAlongRowsAndColumnsAndTheEndBothWays) {
+    for (const bool isColumns : {false, true}) {
+        GuardedRaster line(kFormatARGB32, 15, 15), dot = line;
+        line.paint([&](int x, int y, int) { return (isColumns ? y : x) == 7; });
+        dot.paint([](int x, int y, int) { return x == 7 && y == 7; });
+        PluginHost_Memory_Impl host({}, line.info());
+        QV_RasterInfo source = line.info(), end = dot.info();
+        SuperSamplePlan plan;
+        plan.softensEnd = true, plan.endRadius = 2;
+        (isColumns ? plan.columns : plan.rows) = {1, 4};
+        EXPECT_EQ(blurSource(&host, plan, source) + blurEnd(&host, plan, end), 0);
+        const auto at = [&](int i) { return isColumns ? line.get(i, 7, 0) : line.get(7, i, 0); };
+        for (int i = 1; i < 15; ++i) EXPECT_LT(at(i), at(i - 1)) << "a growing radius";
+        EXPECT_GT(dot.get(6, 7, 0) * dot.get(7, 8, 0), 0);
+    }
+}
+
 /// Every control that a sample reads, each with a speed of its own.
 void animate(PluginHost_Memory_Impl& host, unsigned seed) {
     using Time = PluginHost_API::TimeObject;
@@ -169,7 +186,8 @@ TYPED_TEST(EachFormat, MotionBlurIsTheMeanOfItsMoments) {
             Random random(view);
             input.paint([&](int, int, int) { return random.uniform(0, TypeParam::kWhite); });
             const auto render = [&](int time, int samples, double phase) {
-                GuardedRaster output(TypeParam::kFormat, kWidth, kHeight, 16);
+                // In one view the frame has a size of its own.
+                GuardedRaster output(TypeParam::kFormat, kWidth + 4 * (view == 3), kHeight, 16);
                 PluginHost_Memory_Impl host(input.info(), output.info());
                 zelk::setDefaultControls(host);
                 host.setTime({time, 100, 2500});

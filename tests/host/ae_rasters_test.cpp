@@ -45,23 +45,6 @@ TEST(AERasters, AllocGivesAClearedImageOfEachDepthThatTheHostHas) {
         }
 }
 
-TEST(AERasters, AllocFromARecordServes8BitsOnly) {
-    ProbeHost host(kModernAE);
-    inRender(host, Depth::k8, [&](PluginHost_AE_Impl& ae) {
-        for (int code = 0; code <= 22; ++code) {
-            auto const format = static_cast<QV_RasterFormat>(code);
-            auto* info = new RasterInfo{nullptr, format, 6, 2, 0, 0, 1, 1, 0};
-            const bool served = convertToPixelType(format) == PluginRaster_API::kPixelType8;
-            if (served) info->data = ae.allocMemory(10);
-            PluginRaster_API* raster = ae.allocRaster(info);
-            if (!served) delete info;  // otherwise it went with its memory
-            ASSERT_EQ(raster ? raster->getWidth() : 0, served ? 6 : 0) << code;
-            ae.unlockTemporalRaster(raster);
-        }
-        EXPECT_EQ(host->monitor().outstanding.handles, 0);
-    });
-}
-
 TEST(AERasters, InfoTellsLayoutAddressAndRange) {
     for (zelk::HostIdentity identity : {kModernAE, kOlderAE, kModernPremiere})
         for (Depth depth : {Depth::k8, Depth::k16, Depth::kFloat}) {

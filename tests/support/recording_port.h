@@ -1,6 +1,5 @@
 // A drawing port that writes down what is drawn, one line each: "line 1,2 3,4 ffff00" and
-// "text 5,6 NAME ffff00", colours as the upper halves of their channels; `exact` keeps the last
-// colour in full.
+// "text 5,6 NAME ffff00", colours as the upper halves of their channels.
 #pragma once
 
 #include <cstdio>
@@ -19,7 +18,6 @@ public:
     RecordingPort& operator=(RecordingPort const&) = delete;
 
     std::vector<std::string> calls;
-    RGBColor exact{};
 
     static constexpr short kTextWidth = 40;
 
@@ -31,7 +29,6 @@ private:
         std::snprintf(hex, sizeof hex, " %02x%02x%02x", color.red >> 8, color.green >> 8,
                       color.blue >> 8);
         calls.push_back(std::string(text) + hex);
-        exact = color;
     }
 
     DrawingPortBackend m_backend = {
