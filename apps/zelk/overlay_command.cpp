@@ -8,12 +8,14 @@
 
 #include "apps/zelk/overlay_port.h"
 #include "apps/zelk/warnings.h"
+#include "hostkit/host.h"
 #include "zelk/pictures/writer.h"
 #include "zelk/render/frame_renderer.h"
 #include "zelk/render/setup.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/scene/scene_check.h"
 #include "zelk/scene/scene_edits.h"
+#include "zelk/scene/scene_inputs.h"
 #include "zelk/sequence/schedule.h"
 #include "zelk/text/errors.h"
 #include "zelk/text/numbers.h"
@@ -65,13 +67,13 @@ int frameOf(Scene const& scene, std::optional<int> frame) {
 
 /// A layer's panel shows the layer; the pins of both quads must lie in its space.
 World shownPicture(FrameRenderer& renderer, int frame, PF_WindowType panel) {
-    if (panel == PF_Window_COMP) return renderer.picture(frame);
+    if (panel == PF_Window_COMP) return renderer.world(frame);
     PixelSize const own = renderer.layerSize(), whole = renderer.frameSize();
     if (own.width != whole.width || own.height != whole.height)
         throw UserError(ExitCode::kUsage,
                         {"--panel", "To Pins lie in a frame of another size than the", "layer",
                          "comp with --over, --size or a project of another size"});
-    return renderer.layerPicture(frame);
+    return renderer.layerWorld(frame);
 }
 
 void writeOverlay(FrameRenderer& renderer, PanelPicture const& ask, RunOptions const& run) {
@@ -101,8 +103,8 @@ void writeOverlay(FrameRenderer& renderer, PanelPicture const& ask, RunOptions c
     file.noClobber = run.noClobber;
     file.history = run.history;
     file.keepMetadata = run.keepMetadata;
-    renderer.warnings().add(writePicture(canvas.toWorld(), output, file).warnings);
-    tellWarnings(renderer.warnings().take());
+    tellWarnings(writePicture(canvas.toWorld(), output, file).warnings);
+    tellWarnings(renderer.takeWarnings());
 }
 
 }  // namespace

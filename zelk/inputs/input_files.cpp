@@ -7,6 +7,8 @@
 #include <numeric>
 #include <utility>
 
+#include "zelk/pictures/buffer_input.h"
+
 namespace zelk {
 
 namespace fs = std::filesystem;

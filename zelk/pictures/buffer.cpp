@@ -1,5 +1,5 @@
-// Buffers as the picture library's inputs, and worlds as buffers; see buffer.h.
-#include "zelk/pictures/buffer.h"
+// Buffers as the picture library's inputs, and worlds as buffers; see buffer_input.h.
+#include "zelk/pictures/buffer_input.h"
 
 #include <fmt/format.h>
 

@@ -4,14 +4,10 @@
 // alpha. Values stand as in files: white is 255, 65535 or 1.
 #pragma once
 
-#include <OpenImageIO/imageio.h>
-
 #include <cstddef>
-#include <filesystem>
 #include <memory>
 #include <string>
 
-#include "hostkit/world.h"
 #include "zelk/pictures/pixel_size.h"
 
 namespace zelk {
@@ -32,11 +28,5 @@ struct PictureBuffer {
 /// Throws an input error for a buffer without pixels, of an impossible size or channel count, or
 /// with rows shorter than its pixels.
 void requireSound(PictureBuffer const& buffer);
-
-/// A buffer for code that reads picture files.
-std::unique_ptr<OIIO::ImageInput> inputOf(std::shared_ptr<PictureBuffer const> buffer);
-
-/// A world's pixels as red, green, blue, alpha in its own depth; 16 bits become 0 to 65535.
-PictureBuffer bufferOf(World const& world);
 
 }  // namespace zelk

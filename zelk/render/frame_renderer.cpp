@@ -4,14 +4,22 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <utility>
 
+#include "hostkit/host.h"
 #include "hostkit/pixel_ops.h"
+#include "zelk/movies/writer.h"
+#include "zelk/pictures/buffer_input.h"
+#include "zelk/render/explanation.h"
+#include "zelk/render/frame_stages.h"
 #include "zelk/render/load_module.h"
 #include "zelk/render/memory_budget.h"
 #include "zelk/render/memory_road.h"
 #include "zelk/render/setup.h"
 #include "zelk/scene/quad_check.h"
+#include "zelk/scene/scene_check.h"
+#include "zelk/scene/scene_inputs.h"
 #include "zelk/text/errors.h"
 
 namespace zelk {
@@ -69,14 +77,62 @@ std::unique_ptr<Host> hostOf(Scene const& scene) {
 
 }  // namespace
 
-FrameRenderer::FrameRenderer(Scene scene, RunOptions run, Explanation* explanation)
-    : m_scene(std::move(scene)),
-      m_run(std::move(run)),
-      m_host(hostOf(m_scene)),
-      m_files(m_scene),
-      m_explanation(explanation) {}
+class FrameRenderer::Impl {
+public:
+    Impl(Scene scene, RunOptions run, Explanation* explanation)
+        : m_scene(std::move(scene)),
+          m_run(std::move(run)),
+          m_host(hostOf(m_scene)),
+          m_files(m_scene),
+          m_explanation(explanation) {}
 
-void FrameRenderer::begin(std::vector<int> const& frames) {
+    void begin(std::vector<int> const& frames);
+    FrameRequest momentOf(int frame) const;
+    World world(int frame, PreviewOptions const& options);
+    World layerWorld(int frame);
+    void check(int frame);
+    LoadedFrame load(int frame, int reduce);
+    RenderedFrame render(int frame, LoadedFrame loaded);
+    void store(int frame, RenderedFrame const& rendered);
+    bool finishMovie(std::atomic<bool> const& stop);
+    void checkMemory() const;
+    void requireBegun(int frame);
+
+    bool isModule() const { return m_scene.roadTaken() == Road::kModule; }
+    std::uint64_t bytesInFlight() const;
+    void endStage(char const* stage);
+    void settleOutput(PictureTraits const& layer, PictureTraits const& plate, LoadedFrame& loaded);
+    PinFrame pinFrameOf(ModuleRender const& ask, int reduce) const;
+    void plan(PinFrame const& frame, FrameRequest const& moment, Depth depth);
+    World renderedByModule(LoadedFrame& loaded, FrameRequest const& moment);
+    World renderedInMemory(LoadedFrame& loaded, FrameRequest const& moment);
+    void storeInMovie(RenderedFrame const& rendered);
+    void readSizes(std::vector<int> const& frames);
+    World loadLayer(std::optional<InputPicture> const& file, PictureTraits& traits,
+                    LoadedFrame& loaded);
+    void loadPlate(std::optional<InputPicture> const& file, PictureTraits& traits,
+                   LoadedFrame& loaded);
+    PictureReader openSized(InputPicture const& file, PixelSize size) const;
+
+    Scene m_scene;
+    RunOptions m_run;
+    std::unique_ptr<Host> m_host;
+    SceneFiles m_files;
+    Comp m_comp;
+    std::vector<int> m_frames;   ///< of begin
+    std::size_t m_inFlight = 1;  ///< frames; with 1 of them nothing overlaps
+    PixelSize m_layerSize, m_frameSize;
+    PictureTraits m_layerTraits, m_plateTraits;  ///< also a black picture's
+    ModuleRender m_ask;
+    Warnings m_warnings;
+    std::optional<MovieWriter> m_movie;
+    bool m_isMovieChecked = false;
+    Explanation* m_explanation;
+    std::function<void(char const* stage)> m_listener;
+    std::atomic<bool> m_isStopped{false};
+};
+
+void FrameRenderer::Impl::begin(std::vector<int> const& frames) {
     m_frames = frames;
     m_inFlight = std::min(static_cast<std::size_t>(m_run.inFlight), frames.size());
     auto const [first, last] = std::minmax_element(frames.begin(), frames.end());
@@ -90,31 +146,39 @@ void FrameRenderer::begin(std::vector<int> const& frames) {
     if (m_scene.hasFrame()) checkTransfer(m_scene, m_host->parameters());
 }
 
-FrameRequest FrameRenderer::momentOf(int frame) const {
+FrameRequest FrameRenderer::Impl::momentOf(int frame) const {
     FrameRequest moment = frameRequest(m_comp, frame);
     moment.layerWidth = m_frameSize.width;
     moment.layerHeight = m_frameSize.height;
     return moment;
 }
 
-World FrameRenderer::picture(int frame, PreviewOptions const& options) {
+void FrameRenderer::Impl::requireBegun(int frame) {
+    if (m_isStopped) throw UserError(ExitCode::kInterrupted, {"render", "stopped", "", ""});
     if (!m_files.isReadable(frame) && m_scene.missing == MissingInput::kStop)
         throw UserError(ExitCode::kInput, m_files.missingOf(frame).missing(frame));
     bool const isBegun = m_scene.hasComp ? !m_frames.empty() : m_frames == std::vector{frame};
     if (!isBegun) begin({frame});
-    World picture = render(frame, load(frame, options.reduce)).picture;
-    if (!isModule()) makeStraight(picture);
-    return options.part ? partOf(picture, *options.part) : std::move(picture);
 }
 
-World FrameRenderer::layerPicture(int frame) {
+World FrameRenderer::Impl::world(int frame, PreviewOptions const& options) {
+    requireBegun(frame);
+    World picture = render(frame, load(frame, options.reduce)).picture;
+    if (!isModule()) makeStraight(picture);
+    if (!options.part) return picture;
+    auto const [left, top, right, bottom] = *options.part;
+    picture.setOrigin(0, 0);
+    return partOf(picture, {left, top, right, bottom});
+}
+
+World FrameRenderer::Impl::layerWorld(int frame) {
     if (!m_files.layer.isThere(frame))
         throw UserError(ExitCode::kInput, m_files.layer.missing(frame));
     PictureReader layer = m_files.layer.own(frame).open();
     return readStraightWorld(layer);
 }
 
-void FrameRenderer::check(int frame) {
+void FrameRenderer::Impl::check(int frame) {
     LoadedFrame headers;
     PictureTraits layer = m_layerTraits, plate = m_plateTraits;
     headers.ask = m_ask;
@@ -142,7 +206,7 @@ void FrameRenderer::check(int frame) {
     }
 }
 
-LoadedFrame FrameRenderer::load(int frame, int reduce) {
+LoadedFrame FrameRenderer::Impl::load(int frame, int reduce) {
     LoadedFrame loaded;
     loaded.reduce = reduce;
     PictureTraits layer, plate;
@@ -154,8 +218,8 @@ LoadedFrame FrameRenderer::load(int frame, int reduce) {
 }
 
 /// How the frame's file will be, and what is odd about the two inputs together.
-void FrameRenderer::settleOutput(PictureTraits const& layer, PictureTraits const& plate,
-                                 LoadedFrame& loaded) {
+void FrameRenderer::Impl::settleOutput(PictureTraits const& layer, PictureTraits const& plate,
+                                       LoadedFrame& loaded) {
     loaded.file = isModule() ? ownFrameOutput(m_scene, m_run, layer,
                                               marginOf(m_host->parameters(), loaded.ask))
                              : outputOf(m_scene, m_run, layer, m_files.plate ? &plate : nullptr);
@@ -165,21 +229,21 @@ void FrameRenderer::settleOutput(PictureTraits const& layer, PictureTraits const
 }
 
 /// The layer, the frame and the margin as the render has them.
-PinFrame FrameRenderer::pinFrameOf(ModuleRender const& ask, int reduce) const {
+PinFrame FrameRenderer::Impl::pinFrameOf(ModuleRender const& ask, int reduce) const {
     int const n = isModule() ? ask.downsample : reduce;
     PixelSize const margin = isModule() ? marginOf(m_host->parameters(), ask) : PixelSize{};
     PixelSize const layer = reduced(m_layerSize, n), frame = reduced(m_frameSize, n);
     return {layer.width, layer.height, frame.width, frame.height, n, margin.width, margin.height};
 }
 
-RenderedFrame FrameRenderer::render(int frame, LoadedFrame loaded) {
+RenderedFrame FrameRenderer::Impl::render(int frame, LoadedFrame loaded) {
     FrameRequest const moment = frameRequest(m_comp, frame);
     World picture =
         isModule() ? renderedByModule(loaded, moment) : renderedInMemory(loaded, moment);
     return {std::move(picture), loaded.file};
 }
 
-World FrameRenderer::renderedByModule(LoadedFrame& loaded, FrameRequest const& moment) {
+World FrameRenderer::Impl::renderedByModule(LoadedFrame& loaded, FrameRequest const& moment) {
     PinFrame const space = pinFrameOf(loaded.ask, 1);
     if (m_explanation) {
         m_explanation->isPlain = loaded.ask.isPlain;
@@ -192,7 +256,7 @@ World FrameRenderer::renderedByModule(LoadedFrame& loaded, FrameRequest const& m
     return picture;
 }
 
-World FrameRenderer::renderedInMemory(LoadedFrame& loaded, FrameRequest const& moment) {
+World FrameRenderer::Impl::renderedInMemory(LoadedFrame& loaded, FrameRequest const& moment) {
     plan(pinFrameOf(loaded.ask, loaded.reduce), moment, Depth::kFloat);
     PixelSize const size = reduced(m_frameSize, loaded.reduce);
     World picture({size.width, size.height, Depth::kFloat});
@@ -211,7 +275,7 @@ World FrameRenderer::renderedInMemory(LoadedFrame& loaded, FrameRequest const& m
 }
 
 /// Notes what is about to be rendered.
-void FrameRenderer::plan(PinFrame const& frame, FrameRequest const& moment, Depth depth) {
+void FrameRenderer::Impl::plan(PinFrame const& frame, FrameRequest const& moment, Depth depth) {
     auto const parameters =
         parametersAt(m_host->parameters(), {moment.time, moment.timeBase.scale});
     std::string const why = unusablePins(parameters, frame);
@@ -224,25 +288,27 @@ void FrameRenderer::plan(PinFrame const& frame, FrameRequest const& moment, Dept
     m_explanation->plan = planOf(parameters, frame);
 }
 
-void FrameRenderer::endStage(char const* stage) {
+void FrameRenderer::Impl::endStage(char const* stage) {
     if (m_explanation) m_explanation->clock.lap(stage);
     if (m_listener) m_listener(stage);
     if (m_isStopped)
         throw UserError(ExitCode::kInterrupted, {"render", "stopped after it had", stage, ""});
 }
 
-void FrameRenderer::store(int frame, RenderedFrame const& rendered) {
+void FrameRenderer::Impl::store(int frame, RenderedFrame const& rendered) {
     if (isMovieName(m_scene.outputPath())) return storeInMovie(rendered);
     WriteReport const written =
         writePicture(rendered.picture, m_files.output.pathOf(frame), rendered.file);
     m_warnings.add(written.warnings);
-    if (!m_explanation) return;
-    m_explanation->writtenType = written.sampleType;
-    m_explanation->writtenBits = written.sampleBits;
-    m_explanation->clock.lap("write");
+    if (m_explanation) {
+        m_explanation->writtenType = written.sampleType;
+        m_explanation->writtenBits = written.sampleBits;
+        m_explanation->clock.lap("write");
+    }
+    if (m_listener) m_listener("write");
 }
 
-bool FrameRenderer::finishMovie(std::atomic<bool> const& stop) {
+bool FrameRenderer::Impl::finishMovie(std::atomic<bool> const& stop) {
     if (!m_movie) return true;
     auto const warning = m_movie->finish(!m_run.noClobber, stop);
     if (warning && !warning->empty()) m_warnings.add({*warning});
@@ -250,7 +316,7 @@ bool FrameRenderer::finishMovie(std::atomic<bool> const& stop) {
 }
 
 /// Bytes that a frame holds on its way, and those of the one that is being rendered.
-std::uint64_t FrameRenderer::bytesInFlight() const {
+std::uint64_t FrameRenderer::Impl::bytesInFlight() const {
     RenderSize size{m_layerSize.width, m_layerSize.height, m_ask.depth, 0, 0, 0};
     if (isModule()) return renderBytes(size);
     std::uint64_t const plate = m_files.plate && m_inFlight > 1
@@ -260,7 +326,7 @@ std::uint64_t FrameRenderer::bytesInFlight() const {
                                     m_frameSize.height);
 }
 
-void FrameRenderer::checkMemory() const {
+void FrameRenderer::Impl::checkMemory() const {
     if (m_inFlight == 1 && isModule()) return;
     std::uint64_t const need = bytesInFlight() * m_inFlight;
     if (need <= availableBytes()) return;
@@ -275,7 +341,7 @@ void FrameRenderer::checkMemory() const {
                                        std::to_string(m_inFlight), toBeFree + ", or fewer frames"});
 }
 
-void FrameRenderer::storeInMovie(RenderedFrame const& rendered) {
+void FrameRenderer::Impl::storeInMovie(RenderedFrame const& rendered) {
     World const& picture = rendered.picture;
     if (!m_movie)
         m_movie.emplace(m_scene.outputPath(), picture.width(), picture.height(), m_comp.timeBase);
@@ -284,7 +350,7 @@ void FrameRenderer::storeInMovie(RenderedFrame const& rendered) {
 
 /// Of the first frame that can be opened; all others must agree. Of two inputs one may be black
 /// throughout: it then has the size of the other.
-void FrameRenderer::readSizes(std::vector<int> const& frames) {
+void FrameRenderer::Impl::readSizes(std::vector<int> const& frames) {
     auto const first = [&frames](InputFiles const& files) -> std::optional<PictureReader> {
         for (int const frame : frames) {
             auto const picture = files.pictureOf(frame);
@@ -308,7 +374,7 @@ void FrameRenderer::readSizes(std::vector<int> const& frames) {
     m_plateTraits = (plate ? *plate : *layer).traits();
 }
 
-PictureReader FrameRenderer::openSized(InputPicture const& file, PixelSize size) const {
+PictureReader FrameRenderer::Impl::openSized(InputPicture const& file, PixelSize size) const {
     PictureReader picture = file.open();
     if (picture.width() == size.width && picture.height() == size.height) return picture;
     throw UserError(ExitCode::kInput, {file.name(), "another size than the first frame's:",
@@ -316,8 +382,8 @@ PictureReader FrameRenderer::openSized(InputPicture const& file, PixelSize size)
                                        fmt::format("{}x{}", size.width, size.height)});
 }
 
-World FrameRenderer::loadLayer(std::optional<InputPicture> const& file, PictureTraits& traits,
-                               LoadedFrame& loaded) {
+World FrameRenderer::Impl::loadLayer(std::optional<InputPicture> const& file, PictureTraits& traits,
+                                     LoadedFrame& loaded) {
     traits = m_layerTraits;
     loaded.ask = m_ask;
     loaded.ask.downsample *= loaded.reduce;
@@ -336,8 +402,8 @@ World FrameRenderer::loadLayer(std::optional<InputPicture> const& file, PictureT
 }
 
 /// Of one frame alone the rows wait in their file: nothing would be gained by keeping them.
-void FrameRenderer::loadPlate(std::optional<InputPicture> const& file, PictureTraits& traits,
-                              LoadedFrame& loaded) {
+void FrameRenderer::Impl::loadPlate(std::optional<InputPicture> const& file, PictureTraits& traits,
+                                    LoadedFrame& loaded) {
     traits = m_plateTraits;
     if (!file) {
         PixelSize const size = reduced(m_frameSize, loaded.reduce);
@@ -353,5 +419,50 @@ void FrameRenderer::loadPlate(std::optional<InputPicture> const& file, PictureTr
     loaded.plate = associatedWorld(picture, loaded.reduce);
     loaded.plateRows.reset();
 }
+
+FrameRenderer::FrameRenderer(Scene scene, RunOptions run, Explanation* explanation)
+    : m_impl(std::make_unique<Impl>(std::move(scene), std::move(run), explanation)) {}
+FrameRenderer::~FrameRenderer() = default;
+
+Scene const& FrameRenderer::scene() const { return m_impl->m_scene; }
+SceneFiles const& FrameRenderer::files() const { return m_impl->m_files; }
+Host& FrameRenderer::host() { return *m_impl->m_host; }
+Warnings& FrameRenderer::warnings() { return m_impl->m_warnings; }
+std::vector<std::string> FrameRenderer::takeWarnings() { return m_impl->m_warnings.take(); }
+PixelSize FrameRenderer::layerSize() const { return m_impl->m_layerSize; }
+PixelSize FrameRenderer::frameSize() const { return m_impl->m_frameSize; }
+void FrameRenderer::stop() { m_impl->m_isStopped = true; }
+void FrameRenderer::onStage(std::function<void(char const* stage)> listener) {
+    m_impl->m_listener = std::move(listener);
+}
+
+PictureBuffer FrameRenderer::picture(int frame, PreviewOptions const& options) {
+    PictureBuffer picture = bufferOf(m_impl->world(frame, options));
+    picture.name = fmt::format("frame {}", frame);
+    return picture;
+}
+
+void FrameRenderer::write(int frame) {
+    requireOutput(m_impl->m_scene);
+    m_impl->requireBegun(frame);
+    store(frame, render(frame, load(frame)));
+}
+
+World FrameRenderer::world(int frame, PreviewOptions const& options) {
+    return m_impl->world(frame, options);
+}
+World FrameRenderer::layerWorld(int frame) { return m_impl->layerWorld(frame); }
+void FrameRenderer::begin(std::vector<int> const& frames) { m_impl->begin(frames); }
+FrameRequest FrameRenderer::momentOf(int frame) const { return m_impl->momentOf(frame); }
+void FrameRenderer::check(int frame) { m_impl->check(frame); }
+LoadedFrame FrameRenderer::load(int frame, int reduce) { return m_impl->load(frame, reduce); }
+RenderedFrame FrameRenderer::render(int frame, LoadedFrame loaded) {
+    return m_impl->render(frame, std::move(loaded));
+}
+void FrameRenderer::store(int frame, RenderedFrame const& rendered) {
+    m_impl->store(frame, rendered);
+}
+bool FrameRenderer::finishMovie(std::atomic<bool> const& stop) { return m_impl->finishMovie(stop); }
+void FrameRenderer::checkMemory() const { m_impl->checkMemory(); }
 
 }  // namespace zelk

@@ -1,7 +1,11 @@
 // Opening of the module, with words for a user; see load_module.h.
 #include "zelk/render/load_module.h"
 
+#include <dlfcn.h>
+
 #include <string_view>
+
+#include "platform/services/FileChooser.h"
 
 #include "zelk/scene/parameter_names.h"
 #include "zelk/text/errors.h"
@@ -20,9 +24,11 @@ std::string reasonOf(HostError const& error, std::string const& file) {
 }  // namespace
 
 std::filesystem::path defaultModule() {
+    Dl_info library{};
+    ::dladdr(reinterpret_cast<void const*>(&installFileChooserBackend), &library);
     std::error_code fault;
-    auto const executable = std::filesystem::canonical("/proc/self/exe", fault);
-    return executable.parent_path().parent_path() / "lib" / "ZelkCornerPin.so";
+    auto const file = std::filesystem::canonical(library.dli_fname ? library.dli_fname : "", fault);
+    return file.parent_path() / "ZelkCornerPin.so";
 }
 
 std::unique_ptr<Host> loadModule(Scene const& scene) {

@@ -19,7 +19,7 @@
 
 #include "hostkit/comp.h"
 #include "hostkit/host_identity.h"
-#include "hostkit/parameters.h"
+#include "hostkit/keyframes.h"
 #include "hostkit/world.h"
 #include "zelk/inputs/missing_input.h"
 #include "zelk/pictures/buffer.h"

@@ -6,12 +6,14 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "hostkit/host.h"
 #include "zelk/files/output_place.h"
 #include "zelk/files/standard_output.h"
 #include "zelk/movies/writer.h"
 #include "zelk/pictures/writer.h"
 #include "zelk/render/explanation.h"
 #include "zelk/render/frame_renderer.h"
+#include "zelk/render/frame_stages.h"
 #include "zelk/render/setup.h"
 #include "zelk/sequence/interrupt_flag.h"
 #include "zelk/sequence/pipeline.h"
@@ -211,7 +213,7 @@ void SequenceRun::report(FrameRenderer& renderer, int frame, FrameFailure const*
 }
 
 void SequenceRun::tellWarnings(FrameRenderer& renderer) {
-    for (std::string const& warning : renderer.warnings().take()) m_progress.warning(warning);
+    for (std::string const& warning : renderer.takeWarnings()) m_progress.warning(warning);
 }
 
 std::size_t SequenceRun::written() const {

@@ -4,7 +4,7 @@
 #include <map>
 #include <nlohmann/json.hpp>
 
-#include "tests/apps/zelk_process.h"
+#include "tests/support/zelk_process.h"
 
 namespace zelk_test {
 namespace {

@@ -1,7 +1,7 @@
 // `zelk overlay` and `zelk drag` as a user runs them.
 #include <gtest/gtest.h>
 
-#include "tests/apps/zelk_process.h"
+#include "tests/support/zelk_process.h"
 
 namespace {
 

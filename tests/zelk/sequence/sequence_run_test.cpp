@@ -2,7 +2,7 @@
 // was cut off, and the same bits however a frame is reached.
 #include <algorithm>
 #include <cstdlib>
-#include "tests/apps/zelk_process.h"
+#include "tests/support/zelk_process.h"
 #include "zelk/movies/frames.h"
 
 namespace zelk_test {

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <csignal>
 
-#include "tests/apps/zelk_process.h"
+#include "tests/support/zelk_process.h"
 
 namespace zelk_test {
 namespace {

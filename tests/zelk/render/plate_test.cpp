@@ -3,7 +3,7 @@
 #include <cmath>
 #include <limits>
 
-#include "tests/apps/zelk_process.h"
+#include "tests/support/zelk_process.h"
 
 namespace zelk_test {
 namespace {

@@ -7,7 +7,7 @@
 #include <csignal>
 #include <thread>
 
-#include "tests/apps/zelk_process.h"
+#include "tests/support/zelk_process.h"
 #include "zelk/files/quiet_libraries.h"
 #include "zelk/files/temporary_file.h"
 #include "zelk/pictures/writer.h"

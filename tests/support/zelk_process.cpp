@@ -1,5 +1,5 @@
 // Child processes by fork and exec, and picture files by OpenImageIO.
-#include "tests/apps/zelk_process.h"
+#include "tests/support/zelk_process.h"
 
 #include <fcntl.h>
 #include <linux/securebits.h>

@@ -5,7 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <set>
 
-#include "tests/apps/zelk_process.h"
+#include "tests/support/zelk_process.h"
 #include "zelk/scene/clock.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/scene/scene_file.h"

@@ -1,6 +1,6 @@
 // A single picture takes the road and the options of many; runs that are only tried write nothing
 // and find what the run finds; no output replaces its own input unasked.
-#include "tests/apps/zelk_process.h"
+#include "tests/support/zelk_process.h"
 
 namespace zelk_test {
 namespace {

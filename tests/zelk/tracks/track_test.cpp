@@ -12,7 +12,7 @@
 
 #include "apps/zelk/track_plot.h"
 #include "fuzz/fuzz_targets.h"
-#include "tests/apps/zelk_process.h"
+#include "tests/support/zelk_process.h"
 #include "tracking/LoadMochaFile.h"
 #include "tracking/MochaLoader.h"
 #include "zelk/files/text_file.h"

@@ -12,7 +12,7 @@
 #include <random>
 #include <thread>
 
-#include "tests/apps/zelk_process.h"
+#include "tests/support/zelk_process.h"
 #include "zelk/files/frame_names.h"
 #include "zelk/sequence/interrupt_flag.h"
 #include "zelk/sequence/pipeline.h"

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "tests/apps/zelk_process.h"
+#include "tests/support/zelk_process.h"
 
 namespace zelk_test {
 namespace {

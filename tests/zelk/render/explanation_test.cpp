@@ -1,7 +1,7 @@
 // `--explain`: what the render tells of itself, against what can be known beforehand.
 #include <nlohmann/json.hpp>
 
-#include "tests/apps/zelk_process.h"
+#include "tests/support/zelk_process.h"
 
 namespace zelk_test {
 namespace {

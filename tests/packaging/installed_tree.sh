@@ -1,0 +1,31 @@
+#!/usr/bin/env bash
+# Installs the build into a folder of its own, moves it, builds the C++ example against it from
+# outside the sources, and runs that and the command through a link.
+set -euo pipefail
+build=$1 sources=$2 compiler=$3 flags=$4
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+cmake --install "$build" --prefix "$work/first" >"$work/log" || { cat "$work/log"; exit 1; }
+mv "$work/first" "$work/moved"
+cp -r "$sources/examples/cpp" "$work/example"
+cd "$work"
+{ cmake -S example -B out -DCMAKE_PREFIX_PATH="$work/moved" -DCMAKE_CXX_COMPILER="$compiler" \
+    -DCMAKE_CXX_FLAGS="$flags" && cmake --build out; } >log 2>&1 || { cat log; exit 1; }
+./out/pin_buffer pinned.ppm
+
+# Two pixels of the picture: the plate beside the quad, the layer inside it.
+pixel() { tail -c +$((15 + 3 * ($2 * 160 + $1))) pinned.ppm | head -c 3 | od -An -tu1 | tr -s ' '; }
+[ "$(head -c 13 pinned.ppm)" = "P6 160 90 255" ]
+[ "$(pixel 4 4)" = " 0 51 102" ] || { echo "plate: $(pixel 4 4)"; exit 1; }
+[ "$(pixel 80 45)" = " 255 128 0" ] || { echo "layer: $(pixel 80 45)"; exit 1; }
+
+ln -s "$work/moved/bin/zelk" link
+./link params >params.txt
+grep -q to-upper-left params.txt
+./link render pinned.ppm --over pinned.ppm -o again.png --to "40,10 130,20 30,80 140,70"
+[ -s again.png ]
+for file in moved/bin/zelk moved/lib/*.so; do readelf -d "$file"; done >dynamic.txt
+if grep -rlF "$build" dynamic.txt moved/lib/cmake moved/lib/*.json; then
+    echo "names the build folder"
+    exit 1
+fi
