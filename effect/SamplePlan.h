@@ -4,10 +4,11 @@
 //   sample i is taken at (int)(step i) + start             step = angle * frame length / samples
 #pragma once
 
+#include <cmath>
 #include <cstdint>
 
+#include "Transform/Common/SaturatingCast.h"
 #include "host/PluginHost_API.h"
-#include "host/Truncation.h"
 #include "params/RenderArguments.h"
 
 /// What the Motion Blur popup says.

@@ -7,12 +7,12 @@
 #include <memory>
 #include <utility>
 
+#include "Transform/Common/SaturatingCast.h"
 #include "effect/CheckedOutParams.h"
 #include "effect/HostRender.h"
 #include "effect/PassRecords.h"
 #include "host/PluginHost_AE_Impl.h"
 #include "host/PluginRaster_AE_Impl.h"
-#include "host/Truncation.h"
 
 namespace {
 

@@ -4,9 +4,9 @@
 
 #include <cmath>
 
+#include "Transform/Common/SaturatingCast.h"
 #include "host/PluginRaster_AE_Impl.h"
 #include "host/SuiteAccess.h"
-#include "host/Truncation.h"
 
 namespace {
 

@@ -9,10 +9,10 @@
 #include <cstring>
 #include <memory>
 
+#include "Transform/Common/SaturatingCast.h"
 #include "host/ChannelOrder.h"
 #include "host/PluginHost_AE_Impl.h"
 #include "host/PluginRaster_AE_Impl.h"
-#include "host/Truncation.h"
 
 using RasterInfo = PluginHost_API::RasterInfo;
 

@@ -4,7 +4,7 @@
 
 #include <cmath>
 
-#include "host/Truncation.h"
+#include "Transform/Common/SaturatingCast.h"
 
 namespace {
 

@@ -8,8 +8,8 @@
 #include <new>
 #include <utility>
 
+#include "Transform/Common/SaturatingCast.h"
 #include "host/ChannelOrder.h"
-#include "host/Truncation.h"
 
 namespace {
 
