@@ -1,8 +1,6 @@
-// The binding's plain operations: construction, geometry, clock, maths and memory, each a field of
+// The binding's plain operations: construction, geometry, clock and memory, each a field of
 // the call's records or one callback of the host.
 #include "host/PluginHost_AE_Impl.h"
-
-#include <cmath>
 
 #include "Transform/Common/SaturatingCast.h"
 #include "host/PluginRaster_AE_Impl.h"
@@ -155,31 +153,6 @@ int PluginHost_AE_Impl::getHostVersionNum(int& minor, int& major) {
     return 0;
 }
 
-// Maths.
-
-double PluginHost_AE_Impl::math_sqrt(double x) { return std::sqrt(x); }
-float PluginHost_AE_Impl::math_sqrt(float x) { return std::sqrt(x); }
-double PluginHost_AE_Impl::math_floor(double x) { return std::floor(x); }
-float PluginHost_AE_Impl::math_floor(float x) { return std::floor(x); }
-double PluginHost_AE_Impl::math_exp(double x) { return std::exp(x); }
-float PluginHost_AE_Impl::math_exp(float x) { return std::exp(x); }
-double PluginHost_AE_Impl::math_atan2(double y, double x) { return std::atan2(y, x); }
-float PluginHost_AE_Impl::math_atan2(float y, float x) { return std::atan2(y, x); }
-double PluginHost_AE_Impl::math_fabs(double x) { return std::fabs(x); }
-float PluginHost_AE_Impl::math_fabs(float x) { return std::fabs(x); }
-double PluginHost_AE_Impl::math_sin(double x) { return std::sin(x); }
-float PluginHost_AE_Impl::math_sin(float x) { return std::sin(x); }
-double PluginHost_AE_Impl::math_cos(double x) { return std::cos(x); }
-float PluginHost_AE_Impl::math_cos(float x) { return std::cos(x); }
-double PluginHost_AE_Impl::math_fmod(double x, double y) { return std::fmod(x, y); }
-float PluginHost_AE_Impl::math_fmod(float x, float y) { return std::fmod(x, y); }
-double PluginHost_AE_Impl::math_pow(double x, double y) { return std::pow(x, y); }
-float PluginHost_AE_Impl::math_pow(float x, float y) { return std::pow(x, y); }
-float PluginHost_AE_Impl::math_ceil(float x) { return std::ceil(x); }
-double PluginHost_AE_Impl::math_ceil(double x) { return std::ceil(x); }
-float PluginHost_AE_Impl::math_log(float x) { return std::log(x); }
-double PluginHost_AE_Impl::math_log(double x) { return std::log(x); }
-
 // Memory.
 
 void* PluginHost_AE_Impl::allocMemory(int bytes) {
@@ -225,12 +198,6 @@ double PluginHost_AE_Impl::getShutterAngle() {
 
 double PluginHost_AE_Impl::getShutterPhase() {
     return static_cast<float>(in_data->shutter_phase) / 65536.0f;
-}
-
-void PluginHost_AE_Impl::getFullFrameInfo(double, int frame, int& first, int& count, int& phase) {
-    first = frame;
-    count = 1;
-    phase = 0;
 }
 
 void PluginHost_AE_Impl::getOrigin(int& x, int& y) {

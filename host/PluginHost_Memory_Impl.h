@@ -19,7 +19,7 @@
 #include <string>
 #include <vector>
 
-#include "host/PluginHost_API.h"
+#include "host/PluginHost_Standard.h"
 
 /// Which family of hosts answers non-null. Pictures of the two AVX families carry no alpha.
 enum class MemoryHostFamily { kNone, kAVX1, kAVX2, kFXPLUG };
@@ -75,7 +75,7 @@ private:
     bool m_allocated = false;                  // came from allocRaster and not yet given back
 };
 
-class PluginHost_Memory_Impl : public PluginHost_API {
+class PluginHost_Memory_Impl : public PluginHost_Standard {
 public:
     /// A parameter as three numbers: a float, angle, integer, popup entry (from 0) or truth is in
     /// x; a point in x and y; a colour in x, y, z.
@@ -154,33 +154,9 @@ public:
     void* getAVX1Host() override { return ifFamily(MemoryHostFamily::kAVX1); }
     void* getAVX2Host() override { return ifFamily(MemoryHostFamily::kAVX2); }
     void* getFXPLUGHost() override { return ifFamily(MemoryHostFamily::kFXPLUG); }
-    void* getSPARKHost() override { return nullptr; }
     void getInputRasterInfo(int index, RasterInfo* info) override;
     void getOutputRasterInfo(RasterInfo* info) override { *info = m_output; }
     void getRasterInfo(PluginRaster_API* raster, RasterInfo* info) override;
-
-    double math_sqrt(double x) override;
-    float math_sqrt(float x) override;
-    double math_floor(double x) override;
-    float math_floor(float x) override;
-    double math_exp(double x) override;
-    float math_exp(float x) override;
-    double math_atan2(double y, double x) override;
-    float math_atan2(float y, float x) override;
-    double math_fabs(double x) override;
-    float math_fabs(float x) override;
-    double math_sin(double x) override;
-    float math_sin(float x) override;
-    double math_cos(double x) override;
-    float math_cos(float x) override;
-    double math_fmod(double x, double y) override;
-    float math_fmod(float x, float y) override;
-    double math_pow(double x, double y) override;
-    float math_pow(float x, float y) override;
-    float math_ceil(float x) override;
-    double math_ceil(double x) override;
-    float math_log(float x) override;
-    double math_log(double x) override;
 
     bool maintainEvenSize(PluginRaster_API*) override { return false; }
     void* allocMemory(int bytes) override;
@@ -191,9 +167,6 @@ public:
     /// Nothing: the output buffer is the caller's and can't grow.
     void resetOutputOrigin(int, int, int, int) override {}
     bool hasGlobalSeqData() override { return false; }
-    int loadDLL(char const*) override { return 0; }
-    int unloadDLL() override { return 0; }
-    void* getDLL() override { return nullptr; }
     /// Layer 0's size over the scale factors, truncated.
     void getSourceLayerDimensions(int& width, int& height) override;
     int getTimeScale() override { return m_now.timeScale; }
@@ -233,8 +206,6 @@ public:
     PluginRaster_API* lockTemporalRaster(double frame, bool reserved, bool swapFields) override;
     int unlockTemporalRaster(PluginRaster_API* raster) override;
     int blend(int, double, double, PluginRaster_API*, PluginRaster_API*) override { return 1; }
-    bool isFieldRendering() override { return false; }
-    void getFullFrameInfo(double time, int frame, int& first, int& count, int& phase) override;
     PluginRaster_API* checkoutLayer(int index, int time) override;
     PluginRaster_API* checkoutLayer(int index, double time, int reserved) override;
     int checkinLayer(PluginRaster_API* raster) override { return unlockTemporalRaster(raster); }
