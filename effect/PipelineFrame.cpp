@@ -48,6 +48,10 @@ PluginRaster_API::PixelType depthOf(PipelineFrame const& frame) {
     return convertToPixelType(frame.format);
 }
 
+PF_Err allocateLike(PipelineFrame const& frame, OwnedRaster& slot, PluginRaster_API* model) {
+    return slot.allocate(model->getWidth(), model->getHeight(), depthOf(frame));
+}
+
 PF_Err fail(PipelineFrame& frame, PF_Err code) {
     frame.host->fillOutput();
     return code;
@@ -118,8 +122,8 @@ struct Destination {
 };
 
 Destination destinationOf(PipelineFrame const& frame) {
-    if (frame.plan.blurOn) return {frame.rasters.sample, frame.sampleInfo};
-    return {frame.rasters.out, frame.outInfo};
+    if (frame.plan.blurOn) return {frame.rasters.sample.get(), frame.sampleInfo};
+    return {frame.rasters.out.get(), frame.outInfo};
 }
 
 /// Both passes start from the same values: a pass may rewrite its records.
@@ -132,22 +136,22 @@ void renderTwoPasses(PipelineFrame& frame, CoreRenderArguments& core, RenderSett
     RenderSettings secondSettings = *settings;
 
     if (frame.passes == PassPlan::kFrameToTo || fromAtRest)
-        host->copy(frame.rasters.work, frame.rasters.interim);
+        host->copy(frame.rasters.work.get(), frame.rasters.interim.get());
     else
         renderPass(frame, core, kQuadFromToUnit, frame.sourceInfo, interim, settings);
 
     if (frame.passes == PassPlan::kFromToFrame) {
         if (hasOwnFrame(frame)) host->fill(destination.raster);
-        host->copy(frame.rasters.interim, destination.raster);
+        host->copy(frame.rasters.interim.get(), destination.raster);
     } else
         renderPass(frame, secondCore, kQuadUnitToTo, interim, destination.info, &secondSettings);
 }
 
 /// An image beside the working copy, of `model`'s size. 0, or why it can't be used.
-PF_Err addRaster(PipelineFrame& frame, PluginRaster_API*& slot, PluginRaster_API* model,
+PF_Err addRaster(PipelineFrame& frame, OwnedRaster& slot, PluginRaster_API* model,
                  PluginHost_API::RasterInfo& info) {
-    if (const PF_Err code = frame.rasters.allocate(slot, model, depthOf(frame))) return code;
-    frame.host->getRasterInfo(slot, &info);
+    if (const PF_Err code = allocateLike(frame, slot, model)) return code;
+    frame.host->getRasterInfo(slot.get(), &info);
     return takeAsOutputs(frame, info) ? PF_Err_NONE : kNoRaster;
 }
 
@@ -201,14 +205,15 @@ PF_Err takeWorkingCopy(PipelineFrame& frame) {
     PluginHost_API* host = frame.host;
     std::unique_ptr<PluginRaster_API> input(host->getInputRaster(0));
     if (!input) return fail(frame, kNoRaster);
-    if (const PF_Err code = frame.rasters.allocate(frame.rasters.work, input.get(), depthOf(frame)))
+    PipelineRasters& rasters = frame.rasters;
+    if (const PF_Err code = allocateLike(frame, rasters.work, input.get()))
         return fail(frame, code);
-    host->copy(input.get(), frame.rasters.work);
+    host->copy(input.get(), rasters.work.get());
     input.reset();
-    frame.rasters.out = host->getOutputRaster();
-    host->getRasterInfo(frame.rasters.work, &frame.sourceInfo);
-    host->getRasterInfo(frame.rasters.work, &frame.workInfo);
-    host->getRasterInfo(frame.rasters.out, &frame.outInfo);
+    rasters.out.reset(host->getOutputRaster());
+    host->getRasterInfo(rasters.work.get(), &frame.sourceInfo);
+    host->getRasterInfo(rasters.work.get(), &frame.workInfo);
+    host->getRasterInfo(rasters.out.get(), &frame.outInfo);
     // What is told of the output chose this pipeline, and has to be told of it again.
     if (frame.outInfo.format != frame.format || !takeAsOutputs(frame, frame.sourceInfo) ||
         !takeAsOutputs(frame, frame.workInfo) || !takeAsOutputs(frame, frame.outInfo) ||
@@ -220,9 +225,10 @@ PF_Err takeWorkingCopy(PipelineFrame& frame) {
 PF_Err prepareSamples(PipelineFrame& frame) {
     PipelineRasters& rasters = frame.rasters;
     frame.plan = planSamples(frame.host, frame.args, frame.motionBlur);
-    PF_Err code = addRaster(frame, rasters.interim, rasters.work, frame.interimInfo);
+    PF_Err code = addRaster(frame, rasters.interim, rasters.work.get(), frame.interimInfo);
     if (!code && frame.plan.blurOn)
-        code = addRaster(frame, rasters.sample, hasOwnFrame(frame) ? rasters.out : rasters.work,
+        code = addRaster(frame, rasters.sample,
+                         hasOwnFrame(frame) ? rasters.out.get() : rasters.work.get(),
                          frame.sampleInfo);
     if (code) return fail(frame, code);
     // Merging and copying reach as far as the layer; what lies beyond is nobody else's to clear.
@@ -238,9 +244,10 @@ PF_Err softenSource(PipelineFrame& frame) {
                      hasOwnFrame(frame) ? frame.outInfo.width : frame.workInfo.width,
                      hasOwnFrame(frame) ? frame.outInfo.height : frame.workInfo.height,
                      std::min(host->getScaleX(), host->getScaleY())});
-    if (!frame.rasters.edged) {
+    if (!frame.rasters.edged.get()) {
         PluginHost_API::RasterInfo edged{};
-        if (const PF_Err code = addRaster(frame, frame.rasters.edged, frame.rasters.work, edged))
+        if (const PF_Err code =
+                addRaster(frame, frame.rasters.edged, frame.rasters.work.get(), edged))
             return fail(frame, code);
         frame.sourceInfo.data = edged.data;
         frame.sourceInfo.rowBytes = edged.rowBytes;

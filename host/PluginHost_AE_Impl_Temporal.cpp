@@ -7,8 +7,8 @@
 #include <array>
 #include <cmath>
 #include <cstring>
-#include <memory>
 
+#include "Transform/Common/OwnedRaster.h"
 #include "Transform/Common/SaturatingCast.h"
 #include "host/ChannelOrder.h"
 #include "host/PluginHost_AE_Impl.h"
@@ -100,10 +100,9 @@ int PluginHost_AE_Impl::blend(int mode, double opacity, double fromOpacity, Plug
     const double fade = limitedOpacity(fromOpacity);
     const int scale = static_cast<int>(255.0 * fade);
 
-    int err = PF_Err_NONE;
-    PluginRaster_API* foreground =
-        allocRaster(to->getWidth(), to->getHeight(), to->getPixelType(), err, 0);
-    if (!foreground) return err ? err : 1;
+    OwnedRaster foreground(this);
+    int err = foreground.allocate(to->getWidth(), to->getHeight(), to->getPixelType());
+    if (err) return err;
     PF_EffectWorld foregroundWorld = *foreground->getAERaster()->world;
 
     PF_ProgPtr effect = in_data->effect_ref;
@@ -122,8 +121,6 @@ int PluginHost_AE_Impl::blend(int mode, double opacity, double fromOpacity, Plug
         err = in_data->utils->transfer_rect(effect, in_data->quality, 1, in_data->field, &whole,
                                             &foregroundWorld, &composite, nullptr, 0, 0, toWorld);
     }
-    deallocRaster(foreground);
-    delete foreground;
     return err;
 }
 
@@ -139,24 +136,18 @@ PluginRaster_API* PluginHost_AE_Impl::lockTemporalRaster(double frame, bool, boo
     const auto lock = [&](double time) {
         return lockTemporalRasterImpl(withinLayer(time, in_data->total_time));
     };
-    PluginRaster_API* first = lock(firstTime);
-    PluginRaster_API* second = lock(firstTime + in_data->time_step);
-    if (!first || !second) {
-        unlockTemporalRaster(second);
-        unlockTemporalRaster(first);
-        return nullptr;
-    }
+    OwnedRaster first(this, lock(firstTime));
+    OwnedRaster second(this, lock(firstTime + in_data->time_step));
+    if (!first.get() || !second.get()) return nullptr;
     if (swapFields)
-        mergeFrames(this, first, second, first);
+        mergeFrames(this, first.get(), second.get(), first.get());
     else
-        mergeFrames(this, second, first, first);
-    unlockTemporalRaster(second);
-    return first;
+        mergeFrames(this, second.get(), first.get(), first.get());
+    return first.release();
 }
 
 int PluginHost_AE_Impl::unlockTemporalRaster(PluginRaster_API* raster) {
-    deallocRaster(raster);
-    delete raster;
+    const OwnedRaster goes(this, raster);
     return 0;
 }
 
@@ -184,31 +175,28 @@ PluginRaster_API* PluginHost_AE_Impl::copyLayerAt(int index, int time, bool refu
     const PF_Err err = in_data->inter.checkout_param(
         in_data->effect_ref, index, std::max(0, std::min(time, in_data->total_time)),
         in_data->time_step, in_data->time_scale, &def);
-    PluginRaster_API* result = nullptr;
+    OwnedRaster result(this);
     const bool isEmpty = def.u.ld.width == 0 || def.u.ld.height == 0;
     if (!err && !(refuseEmpty && isEmpty)) {
         PluginRaster_AE_Impl layer(&def.u.ld, this);
-        int allocError = PF_Err_NONE;
-        result =
-            allocRaster(layer.getWidth(), layer.getHeight(), layer.getPixelType(), allocError, 0);
-        if (result) {
+        result.allocate(layer.getWidth(), layer.getHeight(), layer.getPixelType());
+        if (result.get()) {
             result->getAERaster()->checkedOutIndex = index;
             RasterInfo from{}, to{};
             getRasterInfo(&layer, &from);
-            getRasterInfo(result, &to);
+            getRasterInfo(result.get(), &to);
             if (isDescribed(from) && isDescribed(to)) {
                 copy(&from, &to);
                 if (from.format != to.format)
                     reorderChannels(to, channelPositionsOf(from.format),
                                     channelPositionsOf(to.format));
             } else {
-                unlockTemporalRaster(result);
-                result = nullptr;
+                result.giveBack();
             }
         }
     }
     in_data->inter.checkin_param(in_data->effect_ref, &def);
-    return result;
+    return result.release();
 }
 
 int mergeFrames(PluginHost_API* host, PluginRaster_API* odd, PluginRaster_API* even,

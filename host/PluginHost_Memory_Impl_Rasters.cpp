@@ -1,5 +1,7 @@
 // The memory host's images: raster objects by new and delete, clearing, copying, sizes. The
 // contract of each operation is in PluginHost_API.h and PluginHost_Memory_Impl.h.
+#include "Transform/Common/OwnedRaster.h"
+#include "Transform/Common/SaturatingCast.h"
 #include "host/PluginHost_Memory_Impl.h"
 
 #include <algorithm>
@@ -8,7 +10,6 @@
 #include <new>
 #include <utility>
 
-#include "Transform/Common/SaturatingCast.h"
 #include "host/ChannelOrder.h"
 
 namespace {
@@ -281,8 +282,7 @@ PluginRaster_API* PluginHost_Memory_Impl::lockTemporalRaster(double, bool, bool)
 }
 
 int PluginHost_Memory_Impl::unlockTemporalRaster(PluginRaster_API* raster) {
-    deallocRaster(raster);
-    delete raster;
+    const OwnedRaster goes(this, raster);
     return 0;
 }
 
