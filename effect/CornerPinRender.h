@@ -18,7 +18,7 @@
 #include "Transform/Common/Transform_Core_Render/TransferModes.h"
 #include "effect/PipelineFrame.h"
 #include "effect/PixelPasses.h"
-#include "effect/TransferMenu.h"
+#include "params/TransferMenu.h"
 
 namespace corner_pin_detail {
 
@@ -49,8 +49,7 @@ void enterPremultiplied(PipelineFrame& frame) {
 /// One sample from preparation to the mean of all. 0, or the code with which the render ends.
 template <class Trait>
 PF_Err takeSample(PipelineFrame& frame, int index) {
-    constexpr std::int32_t kSuperSample = 3;
-    if (frame.args.quality == kSuperSample) {
+    if (frame.args.quality == kQualitySuperSample) {
         if (const PF_Err code = softenSource(frame)) return code;
         if (frame.superSample.fadeExtent)
             fadeBorder<Trait>(frame.sourceInfo, frame.superSample.fadeExtent);

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "params/ParamIndex.h"
+#include "params/DiskId.h"
 
 namespace {
 
@@ -13,10 +13,9 @@ constexpr double kIdentityTolerance = 1e-05;
 /// Corners arrive as upper left, upper right, lower left, lower right: the middle two swap.
 constexpr int kCornerOfPin[4] = {0, 2, 1, 3};
 
-/// Where a quad's controls stand: indices in corner order, identifiers in pin order.
+/// Where a quad's controls stand, in corner order.
 struct Quad {
-    int firstPin, pinId;
-    int firstOffset, offsetId;
+    int firstPin, firstOffset;
     QV_UnitPoint *pins, *offsets;
 };
 
@@ -57,26 +56,25 @@ SamplePose samplePose(RenderArguments const& args) {
 int samplePoseAt(PluginHost_API* host, std::int32_t time, SamplePose& pose) {
     const PluginHost_API::TimeObject at = {time, host->getTimeStep(), host->getTimeScale()};
     int err = 0;
-    const auto number = [&](int index, int id, double& value) {
-        if (!err) err = host->GetFloatValue(index, id, at, value);
+    const auto number = [&](int index, double& value) {
+        if (!err) err = host->GetFloatValue(index, diskIdOf(index), at, value);
     };
-    number(kParamScaleX, 0x82, pose.scaleX);
-    number(kParamScaleY, 0x83, pose.scaleY);
-    number(kParamTranslateX, 0x84, pose.translateX);
-    number(kParamTranslateY, 0x85, pose.translateY);
-    number(kParamRotate, 0x86, pose.rotate);
-    for (const Quad& quad : {Quad{kParamFromUpperLeft, 0x67, kParamFromUpperLeftOffsetX, 0x8D,
-                                  pose.from, pose.fromOffsets},
-                             Quad{kParamToUpperLeft, 0x400, kParamToUpperLeftOffsetX, 0x97, pose.to,
-                                  pose.toOffsets}}) {
+    number(kParamScaleX, pose.scaleX);
+    number(kParamScaleY, pose.scaleY);
+    number(kParamTranslateX, pose.translateX);
+    number(kParamTranslateY, pose.translateY);
+    number(kParamRotate, pose.rotate);
+    for (const Quad& quad :
+         {Quad{kParamFromUpperLeft, kParamFromUpperLeftOffsetX, pose.from, pose.fromOffsets},
+          Quad{kParamToUpperLeft, kParamToUpperLeftOffsetX, pose.to, pose.toOffsets}}) {
         for (int pin = 0; pin < 4; ++pin) {
             const int corner = kCornerOfPin[pin];
-            const int offset = quad.firstOffset + 2 * corner, id = quad.offsetId + 2 * pin;
-            number(offset, id, quad.offsets[pin].x);
-            number(offset + 1, id + 1, quad.offsets[pin].y);
+            const int offset = quad.firstOffset + 2 * corner, point = quad.firstPin + corner;
+            number(offset, quad.offsets[pin].x);
+            number(offset + 1, quad.offsets[pin].y);
             if (!err)
-                err = host->GetPoint2DValue(quad.firstPin + corner, quad.pinId + pin, at,
-                                            quad.pins[pin].x, quad.pins[pin].y);
+                err = host->GetPoint2DValue(point, diskIdOf(point), at, quad.pins[pin].x,
+                                            quad.pins[pin].y);
         }
     }
     return err;

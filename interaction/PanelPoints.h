@@ -6,6 +6,7 @@
 
 #include <array>
 
+#include "Transform/Common/PopupEntries.h"
 #include "Transform/Common/SaturatingCast.h"
 #include "params/ParamIndex.h"
 #include "platform/effect_api/effect_events.h"
@@ -17,10 +18,7 @@ constexpr PinIndices kToPins = {kParamToUpperLeft, kParamToLowerLeft, kParamToUp
 constexpr PinIndices kFromPins = {kParamFromUpperLeft, kParamFromLowerLeft, kParamFromUpperRight,
                                   kParamFromLowerRight};
 
-/// Entries of the popups, from 1.
-enum OverlayMode : int { kShowFromPins = 1, kShowToPins, kShowBothPins };
-enum WireframeMode : int { kWireframeAlwaysOff = 1, kWireframeAlwaysOn, kWireframeOn };
-
+/// `mode` is an OverlayModeEntry.
 constexpr bool showsFromPins(int mode) { return mode == kShowFromPins || mode == kShowBothPins; }
 constexpr bool showsToPins(int mode) { return mode == kShowToPins || mode == kShowBothPins; }
 

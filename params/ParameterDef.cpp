@@ -33,6 +33,11 @@ A_short displayFlags(bool pixel, bool percent) {
 
 }  // namespace
 
+A_short popupEntryCount(char const* entries) {
+    const auto separators = std::count(entries, entries + std::strlen(entries), '|');
+    return static_cast<A_short>(separators + 1);
+}
+
 bool ParameterDef::storesDouble(bool isFixed) const {
     return !isFixed && in_data->appl_id != kAppFinalCutPro;
 }
@@ -238,8 +243,7 @@ PF_Err ParameterDef::AddPopup(char const* name, int entryCount, int defaultValue
 }
 
 PF_Err ParameterDef::AddPopup(char const* name, int defaultValue, char const* entries, int id) {
-    const auto separators = std::count(entries, entries + std::strlen(entries), '|');
-    return AddPopup(name, static_cast<int>(separators) + 1, defaultValue, entries, id);
+    return AddPopup(name, popupEntryCount(entries), defaultValue, entries, id);
 }
 
 PF_Err ParameterDef::AddPoint(char const* name, float x, float y, bool restrictBounds, int id) {

@@ -11,6 +11,9 @@
 
 namespace QVS {
 
+/// How many entries '|' separates in `entries`.
+A_short popupEntryCount(char const* entries);
+
 class ParameterDef {
 public:
     ParameterDef(PF_InData* inData, PF_ParamDef** parameters)

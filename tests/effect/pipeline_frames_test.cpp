@@ -10,7 +10,7 @@
 #include "Transform/Common/RenderRecords.h"
 #include "Transform/Common/Transform_Core_Render/TransferModes.h"
 #include "effect/Render.h"
-#include "effect/TransferMenu.h"
+#include "params/TransferMenu.h"
 #include "tests/effect/premultiply.h"
 #include "tests/support/guarded_raster.h"
 #include "tests/support/memory_controls.h"
