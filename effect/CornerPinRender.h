@@ -49,7 +49,7 @@ void enterPremultiplied(PipelineFrame& frame) {
 /// One sample from preparation to the mean of all. 0, or the code with which the render ends.
 template <class Trait>
 PF_Err takeSample(PipelineFrame& frame, int index) {
-    if (frame.args.quality == kQualitySuperSample) {
+    if (softens(frame.args.quality)) {
         if (const PF_Err code = softenSource(frame)) return code;
         if (frame.superSample.fadeExtent)
             fadeBorder<Trait>(frame.sourceInfo, frame.superSample.fadeExtent);

@@ -16,21 +16,6 @@
 
 namespace {
 
-enum ViewMode : std::int32_t { kViewOriginal = 0, kViewFromPins = 1, kViewToPins = 2 };
-
-PassPlan passPlan(RenderArguments const& args) {
-    switch (args.viewMode) {
-        case kViewOriginal:
-            return PassPlan::kNone;
-        case kViewFromPins:
-            return PassPlan::kFromToFrame;
-        case kViewToPins:
-            return PassPlan::kFrameToTo;
-        default:
-            return args.cropToPins ? PassPlan::kFromToFrameToTo : PassPlan::kDirect;
-    }
-}
-
 constexpr PF_Err kNoRaster = 1;  ///< an image that could not be had
 
 /// Takes an image to have the output's format, whatever the host tells of it: some tell nothing of
@@ -128,23 +113,24 @@ Destination destinationOf(PipelineFrame const& frame) {
 
 /// Both passes start from the same values: a pass may rewrite its records.
 void renderTwoPasses(PipelineFrame& frame, CoreRenderArguments& core, RenderSettings* settings,
-                     bool fromAtRest) {
+                     DrawnPasses const& drawn) {
     PluginHost_API* host = frame.host;
     PluginHost_API::RasterInfo const& interim = frame.interimInfo;
     const Destination destination = destinationOf(frame);
     CoreRenderArguments secondCore = core;
     RenderSettings secondSettings = *settings;
 
-    if (frame.passes == PassPlan::kFrameToTo || fromAtRest)
-        host->copy(frame.rasters.work.get(), frame.rasters.interim.get());
-    else
+    if (drawn.fromQuad)
         renderPass(frame, core, kQuadFromToUnit, frame.sourceInfo, interim, settings);
+    else
+        host->copy(frame.rasters.work.get(), frame.rasters.interim.get());
 
-    if (frame.passes == PassPlan::kFromToFrame) {
+    if (drawn.toQuad) {
+        renderPass(frame, secondCore, kQuadUnitToTo, interim, destination.info, &secondSettings);
+    } else {
         if (hasOwnFrame(frame)) host->fill(destination.raster);
         host->copy(frame.rasters.interim.get(), destination.raster);
-    } else
-        renderPass(frame, secondCore, kQuadUnitToTo, interim, destination.info, &secondSettings);
+    }
 }
 
 /// An image beside the working copy, of `model`'s size. 0, or why it can't be used.
@@ -197,7 +183,7 @@ PF_Err readFrame(PipelineFrame& frame) {
         if (!code) code = MotionBlurFromHost(frame.host, &frame.motionBlur);
         if (code) return fail(frame, code);
     }
-    frame.passes = passPlan(frame.args);
+    frame.passes = passPlan(frame.args.viewMode, frame.args.cropToPins);
     return 0;
 }
 
@@ -264,7 +250,7 @@ PF_Err renderSample(PipelineFrame& frame, int index) {
     if (frame.plan.readsAtTime) {
         if (const int code = samplePoseAt(frame.host, time, pose)) return fail(frame, code);
     }
-    const bool fromAtRest = fromIsIdentity(pose);
+    const DrawnPasses drawn = drawnPasses(frame.passes, isFromAtRest(pose.from, pose.reposition()));
     addOffsets(pose);
     enterGrownFrame(frame, pose);
 
@@ -276,8 +262,8 @@ PF_Err renderSample(PipelineFrame& frame, int index) {
     setSample(frame.core, pose);
     useCamera(frame, time);
 
-    if (frame.passes != PassPlan::kDirect) {
-        renderTwoPasses(frame, frame.core, settings, fromAtRest);
+    if (!drawn.direct) {
+        renderTwoPasses(frame, frame.core, settings, drawn);
     } else if (const int code = renderPass(frame, frame.core, kQuadFromToTo, frame.sourceInfo,
                                            destinationOf(frame).info, settings)) {
         if (!frame.result) frame.result = code;

@@ -1,14 +1,11 @@
 // Pins and Reposition values of one temporal sample.
 #include "effect/SamplePose.h"
 
-#include <algorithm>
-#include <cmath>
+#include <initializer_list>
 
 #include "params/DiskId.h"
 
 namespace {
-
-constexpr double kIdentityTolerance = 1e-05;
 
 /// Corners arrive as upper left, upper right, lower left, lower right: the middle two swap.
 constexpr int kCornerOfPin[4] = {0, 2, 1, 3};
@@ -24,10 +21,6 @@ void copyCorners(double const (&corners)[8], QV_UnitPoint (&points)[4]) {
         const int corner = kCornerOfPin[i];
         points[i] = {corners[2 * corner], corners[2 * corner + 1]};
     }
-}
-
-bool isClose(double value, double target) {
-    return std::fabs(value - target) <= kIdentityTolerance;
 }
 
 void addOffsets(QV_UnitPoint (&pins)[4], QV_UnitPoint const (&offsets)[4]) {
@@ -78,16 +71,6 @@ int samplePoseAt(PluginHost_API* host, std::int32_t time, SamplePose& pose) {
         }
     }
     return err;
-}
-
-bool fromIsIdentity(SamplePose const& pose) {
-    constexpr QV_UnitPoint kFrame[4] = {{0, 0}, {0, 1}, {1, 0}, {1, 1}};
-    const bool wholeFrame = std::equal(
-        pose.from, pose.from + 4, kFrame, [](QV_UnitPoint const& pin, QV_UnitPoint const& corner) {
-            return isClose(pin.x, corner.x) && isClose(pin.y, corner.y);
-        });
-    return wholeFrame && isClose(pose.translateX, 0) && isClose(pose.translateY, 0) &&
-           isClose(pose.scaleX, 1) && isClose(pose.scaleY, 1) && isClose(pose.rotate, 0);
 }
 
 void addOffsets(SamplePose& pose) {
