@@ -13,6 +13,7 @@
 #include "effect/HostCamera.h"
 #include "effect/PassRecords.h"
 #include "params/HostControls.h"
+#include "params/ParamIndex.h"
 
 namespace {
 
@@ -189,7 +190,7 @@ PF_Err readFrame(PipelineFrame& frame) {
 
 PF_Err takeWorkingCopy(PipelineFrame& frame) {
     PluginHost_API* host = frame.host;
-    std::unique_ptr<PluginRaster_API> input(host->getInputRaster(0));
+    std::unique_ptr<PluginRaster_API> input(host->getInputRaster(kParamInputLayer));
     if (!input) return fail(frame, kNoRaster);
     PipelineRasters& rasters = frame.rasters;
     if (const PF_Err code = allocateLike(frame, rasters.work, input.get()))

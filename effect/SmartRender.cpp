@@ -16,7 +16,7 @@
 
 namespace {
 
-constexpr A_long kInputLayer = 0;  ///< index of the layer, and its check-out identifier
+constexpr A_long kInputLayer = kParamInputLayer;  ///< the layer's check-out identifier, too
 
 double scaleOf(PF_RationalScale const& downsample) {
     return static_cast<double>(downsample.num) / static_cast<double>(downsample.den);

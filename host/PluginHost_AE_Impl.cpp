@@ -5,6 +5,7 @@
 #include "Transform/Common/SaturatingCast.h"
 #include "host/PluginRaster_AE_Impl.h"
 #include "host/SuiteAccess.h"
+#include "params/ParamIndex.h"
 
 namespace {
 
@@ -112,7 +113,8 @@ int PluginHost_AE_Impl::fill(PluginRaster_API* raster) {
 }
 
 int PluginHost_AE_Impl::copyInputToOutput() {
-    return in_data->utils->copy(in_data->effect_ref, &params[0]->u.ld, output, nullptr, nullptr);
+    return in_data->utils->copy(in_data->effect_ref, &params[kParamInputLayer]->u.ld, output,
+                                nullptr, nullptr);
 }
 
 int PluginHost_AE_Impl::copy(PluginRaster_API* from, PluginRaster_API* to) {

@@ -13,6 +13,7 @@
 #include "host/ChannelOrder.h"
 #include "host/PluginHost_AE_Impl.h"
 #include "host/PluginRaster_AE_Impl.h"
+#include "params/ParamIndex.h"
 
 using RasterInfo = PluginHost_API::RasterInfo;
 
@@ -152,7 +153,7 @@ int PluginHost_AE_Impl::unlockTemporalRaster(PluginRaster_API* raster) {
 }
 
 PluginRaster_API* PluginHost_AE_Impl::lockTemporalRasterImpl(int time) {
-    return copyLayerAt(0, time, false);
+    return copyLayerAt(kParamInputLayer, time, false);
 }
 
 PluginRaster_API* PluginHost_AE_Impl::checkoutLayer(int index, int time) {

@@ -3,6 +3,7 @@
 #include "host/PluginHost_Memory_Impl.h"
 
 #include "Transform/Common/SaturatingCast.h"
+#include "params/ParamIndex.h"
 
 namespace {
 
@@ -14,7 +15,7 @@ constexpr int kNoSuchThing = 1;
 
 PluginHost_Memory_Impl::PluginHost_Memory_Impl(RasterInfo const& input, RasterInfo const& output,
                                                MemoryHostFamily family)
-    : m_inputs{{0, input}}, m_output(output), m_family(family) {}
+    : m_inputs{{kParamInputLayer, input}}, m_output(output), m_family(family) {}
 
 void PluginHost_Memory_Impl::setApplication(char const (&id)[5]) {
     m_application = 0;

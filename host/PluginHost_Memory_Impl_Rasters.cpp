@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "host/ChannelOrder.h"
+#include "params/ParamIndex.h"
 
 namespace {
 
@@ -168,7 +169,7 @@ int PluginHost_Memory_Impl::fill(PluginRaster_API* raster) {
 
 int PluginHost_Memory_Impl::copyInputToOutput() {
     RasterInfo input{};
-    getInputRasterInfo(0, &input);
+    getInputRasterInfo(kParamInputLayer, &input);
     if (input.width < m_output.width || input.height < m_output.height) fillOutput();
     return copyPixels(input, m_output, nullptr, nullptr);
 }
@@ -197,7 +198,7 @@ void PluginHost_Memory_Impl::getRasterInfo(PluginRaster_API* raster, RasterInfo*
 
 void PluginHost_Memory_Impl::getSourceLayerDimensions(int& width, int& height) {
     RasterInfo input{};
-    getInputRasterInfo(0, &input);
+    getInputRasterInfo(kParamInputLayer, &input);
     width = truncatedToInt32(input.width / m_scaleX);
     height = truncatedToInt32(input.height / m_scaleY);
 }
@@ -278,7 +279,7 @@ PluginRaster_API* PluginHost_Memory_Impl::copyOfLayer(int index) {
 }
 
 PluginRaster_API* PluginHost_Memory_Impl::lockTemporalRaster(double, bool, bool) {
-    return copyOfLayer(0);
+    return copyOfLayer(kParamInputLayer);
 }
 
 int PluginHost_Memory_Impl::unlockTemporalRaster(PluginRaster_API* raster) {

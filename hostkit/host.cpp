@@ -135,7 +135,8 @@ PF_ParamDef Host::Impl::parameterAt(Parameter const& parameter, Moment const& mo
     PF_ParamDef def = parameter.at(keyTimeOf(moment.time, moment.scale));
     def.uu.change_flags = 0;
     CommandScene const& scene = *running.scene;
-    if (parameter.index == 0) def.u.ld = scene.input ? *scene.input->record() : PF_LayerDef{};
+    if (parameter.index == kInputLayerIndex)
+        def.u.ld = scene.input ? *scene.input->record() : PF_LayerDef{};
     if (!effectScalesPoints(options.identity)) scalePoint(def, scene.frame.downsample);
     return def;
 }

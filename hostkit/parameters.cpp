@@ -64,6 +64,19 @@ Parameter::Parameter(int place, PF_ParamDef const& def)
       current(def),
       m_track(std::max(keyNumbers(def.param_type), 1), keysOnlyHold(def.param_type)) {}
 
+Parameter* findParameter(std::vector<Parameter>& parameters, A_long index) {
+    bool const isThere = index >= 0 && static_cast<std::size_t>(index) < parameters.size();
+    return isThere ? &parameters[static_cast<std::size_t>(index)] : nullptr;
+}
+
+Parameter& parameterIn(std::vector<Parameter>& parameters, A_long index) {
+    return parameters.at(static_cast<std::size_t>(index));
+}
+
+Parameter const& parameterIn(std::vector<Parameter> const& parameters, A_long index) {
+    return parameters.at(static_cast<std::size_t>(index));
+}
+
 bool Parameter::canVaryInTime() const {
     return keyNumbers(type()) > 0 && !(registered.flags & PF_ParamFlag_CANNOT_TIME_VARY);
 }

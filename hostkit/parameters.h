@@ -14,6 +14,9 @@
 
 namespace zelk {
 
+/// Of the layer that an effect is applied to; the host's own.
+constexpr A_long kInputLayerIndex = 0;
+
 /// One parameter. `registered` is the effect's record as it came with add_param, its text pointers
 /// leading to copies that live as long as the host; `current` is the same record with the user's
 /// value, which counts while the track has no keys. Points hold percentages until the host's
@@ -21,7 +24,7 @@ namespace zelk {
 struct Parameter {
     Parameter(int place, PF_ParamDef const& def);
 
-    int index = 0;  ///< 0 is the input layer
+    int index = 0;
     PF_ParamDef registered{};
     PF_ParamDef current{};
     std::vector<std::string> choices;  ///< entries of a popup, separators included
@@ -46,6 +49,12 @@ struct Parameter {
 private:
     KeyframeTrack m_track;
 };
+
+/// The parameter at an index that someone named; null for one that isn't there.
+Parameter* findParameter(std::vector<Parameter>& parameters, A_long index);
+/// The parameter at an index that is known to be there; std::out_of_range otherwise.
+Parameter& parameterIn(std::vector<Parameter>& parameters, A_long index);
+Parameter const& parameterIn(std::vector<Parameter> const& parameters, A_long index);
 
 /// A range in users' units.
 struct ValueRange {

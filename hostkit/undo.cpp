@@ -15,7 +15,7 @@ std::vector<ParameterState> statesOf(std::vector<Parameter> const& parameters) {
 
 void restoreStates(std::vector<Parameter>& parameters, std::vector<ParameterState> const& states) {
     for (ParameterState const& state : states) {
-        Parameter& parameter = parameters.at(static_cast<std::size_t>(state.index));
+        Parameter& parameter = parameterIn(parameters, state.index);
         setKeyValue(parameter.current, state.value);
         if (parameter.canVaryInTime()) parameter.editTrack() = state.track;
     }
