@@ -16,7 +16,6 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <string>
 #include <vector>
 
 #include "host/PluginHost_Standard.h"
@@ -90,19 +89,14 @@ public:
     PluginHost_Memory_Impl(RasterInfo const& input, RasterInfo const& output,
                            MemoryHostFamily family = MemoryHostFamily::kNone);
 
-    void setInput(int index, RasterInfo const& layer) { m_inputs[index] = layer; }
-    void setFamily(MemoryHostFamily family) { m_family = family; }
     /// Four characters, first one highest, as in 'PrMr'. 0 until set.
     void setApplication(long id) { m_application = id; }
     void setApplication(char const (&id)[5]);
     void setScale(double x, double y) { m_scaleX = x, m_scaleY = y; }
-    void setPixelAspect(double widthOverHeight) { m_pixelAspect = widthOverHeight; }
-    void setQualityHigh(bool high) { m_qualityHigh = high; }
     /// `frameLength` is the layer's length in host time units.
     void setTime(TimeObject const& now, int frameLength = 0);
     /// Fractions of a frame.
     void setShutter(double angle, double phase) { m_shutterAngle = angle, m_shutterPhase = phase; }
-    void setAbort(int code) { m_abort = code; }
 
     // Parameters. One that was never set answers 1 and leaves the caller's variables alone.
     void setFloat(int index, double value) { m_params[index] = constant({value}); }
@@ -122,7 +116,6 @@ public:
     /// same, as hosts do whose wrapper is made before the memory.
     void failAllocation(int nth, int code, bool givesRaster = false);
     MemoryHostTally const& tally() const { return *m_tally; }
-    std::string const& lastWarning() const { return m_warning; }
 
     int getOutputWidth() override;
     int getOutputHeight() override;
@@ -146,10 +139,10 @@ public:
     /// Takes over a record made with new, whose data is null or an allocMemory handle.
     PluginRaster_API* allocRaster(RasterInfo* info) override;
     int deallocRaster(PluginRaster_API* raster) override;
-    bool isQualityHigh() override { return m_qualityHigh; }
+    bool isQualityHigh() override { return true; }
     double getScaleX() override { return m_scaleX; }
     double getScaleY() override { return m_scaleY; }
-    double geAspectRatio(PluginRaster_API*) override { return m_pixelAspect; }
+    double geAspectRatio(PluginRaster_API*) override { return 1; }
     PluginHost_AE_Impl* getAEHost() override { return nullptr; }
     void* getAVX1Host() override { return ifFamily(MemoryHostFamily::kAVX1); }
     void* getAVX2Host() override { return ifFamily(MemoryHostFamily::kAVX2); }
@@ -163,7 +156,7 @@ public:
     void* lockMemory(void* handle) override;
     void unlockMemory(void*) override {}
     void deallocMemory(void* handle) override;
-    void showWarning(char const* text) override { m_warning = text; }
+    void showWarning(char const*) override {}
     /// Nothing: the output buffer is the caller's and can't grow.
     void resetOutputOrigin(int, int, int, int) override {}
     bool hasGlobalSeqData() override { return false; }
@@ -197,8 +190,8 @@ public:
     void SetPoint2DValue(int index, int, double x, double y) override { setPoint(index, x, y); }
     void SetAngleValue(int index, int, double& degrees) override { setAngle(index, degrees); }
 
-    int progress(long, long) override { return m_abort; }
-    int doAbort() override { return m_abort; }
+    int progress(long, long) override { return 0; }
+    int doAbort() override { return 0; }
     PluginPath_API* getPathAPI() override { return m_path; }
     void setPathAPI(PluginPath_API* path) override { m_path = path; }
 
@@ -226,16 +219,13 @@ private:
     MemoryHostFamily m_family;
     std::map<int, Animation> m_params;
     std::shared_ptr<MemoryHostTally> m_tally = std::make_shared<MemoryHostTally>();
-    std::string m_warning;
     TimeObject m_now{0, 1, 1};
     int m_frameLength = 0;
     long m_application = 0;
-    double m_scaleX = 1, m_scaleY = 1, m_pixelAspect = 1;
+    double m_scaleX = 1, m_scaleY = 1;
     double m_shutterAngle = 0, m_shutterPhase = 0;
     int m_outputWidth = -1, m_outputHeight = -1;  // overrides; -1 is none
     int m_originX = 0, m_originY = 0;
-    int m_abort = 0;
-    bool m_qualityHigh = true;
     void* m_userData = nullptr;
     PluginPath_API* m_path = nullptr;
     int m_failAt = 0, m_failCode = 0;  // absolute allocation number; 0 is never

@@ -232,7 +232,6 @@ PluginRaster_API* PluginHost_Memory_Impl::newImage(RasterFormat format, int widt
         return adopt(std::make_unique<PluginRaster_Memory_Impl>(empty));
     }
     auto raster = std::make_unique<PluginRaster_Memory_Impl>(format, width, height);
-    raster->m_info.pixelAspect = static_cast<float>(m_pixelAspect);
     raster->m_allocated = true;
     ++m_tally->pixelBuffers;
     return adopt(std::move(raster));

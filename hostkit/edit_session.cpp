@@ -155,14 +155,6 @@ bool EditSession::release(MouseEvent const& mouse) {
     return m_undo.record(isScale ? "Scale pins" : "Move pins", m_atClick, m_host.parameters());
 }
 
-bool EditSession::cancelDrag() {
-    if (!isDragging()) return false;
-    check(m_events.drag(m_click, true));
-    restoreStates(m_host.parameters(), m_atClick);
-    check(m_events.redraw());
-    return true;
-}
-
 void EditSession::draw() {
     EventResult const result = m_events.draw();
     if (result.command.code) throwFailure("an event", result.command);

@@ -84,9 +84,4 @@ EventResult PanelEvents::draw() {
     return run(extra);
 }
 
-EventResult PanelEvents::send(A_long eventType) {
-    PF_EventExtra extra = record(eventType);
-    return run(extra);
-}
-
 }  // namespace zelk

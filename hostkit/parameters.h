@@ -19,8 +19,8 @@ constexpr A_long kInputLayerIndex = 0;
 
 /// One parameter. `registered` is the effect's record as it came with add_param, its text pointers
 /// leading to copies that live as long as the host; `current` is the same record with the user's
-/// value, which counts while the track has no keys. Points hold percentages until the host's
-/// resetParameters has told the layer's size.
+/// value and the ui_flags that the effect told last, which counts while the track has no keys.
+/// Points hold percentages until the host's resetParameters has told the layer's size.
 struct Parameter {
     Parameter(int place, PF_ParamDef const& def);
 
@@ -33,8 +33,6 @@ struct Parameter {
     PF_ParamType type() const { return registered.param_type; }
     A_long diskId() const { return registered.uu.id; }
     std::string_view displayName() const { return registered.name; }
-    /// Not greyed out, as the effect told it last: `current` keeps the ui_flags.
-    bool isEnabled() const { return !(current.ui_flags & PF_PUI_DISABLED); }
     bool hasValue() const;  ///< false for the layer, group marks and kinds without data
     /// May have keyframes: its value is made of numbers and the effect did not forbid it.
     bool canVaryInTime() const;

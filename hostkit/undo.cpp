@@ -49,9 +49,4 @@ bool UndoStack::redo(std::vector<Parameter>& parameters) {
     return true;
 }
 
-void UndoStack::clear() {
-    m_steps.clear();
-    m_done = 0;
-}
-
 }  // namespace zelk
