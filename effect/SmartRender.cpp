@@ -13,14 +13,11 @@
 #include "effect/PassRecords.h"
 #include "host/PluginHost_AE_Impl.h"
 #include "host/PluginRaster_AE_Impl.h"
+#include "params/FixedPoint.h"
 
 namespace {
 
 constexpr A_long kInputLayer = kParamInputLayer;  ///< the layer's check-out identifier, too
-
-double scaleOf(PF_RationalScale const& downsample) {
-    return static_cast<double>(downsample.num) / static_cast<double>(downsample.den);
-}
 
 /// Sizes in pixels at the command's resolution, truncated.
 struct ScaledSizes {
@@ -29,7 +26,7 @@ struct ScaledSizes {
 };
 
 ScaledSizes scaledSizes(PF_InData const& in_data, CheckedOutParams& params) {
-    const double dsx = scaleOf(in_data.downsample_x), dsy = scaleOf(in_data.downsample_y);
+    const double dsx = QVS::ratio(in_data.downsample_x), dsy = QVS::ratio(in_data.downsample_y);
     const A_long grow = params[kParamGrowBounds].u.sd.value;
     return {truncatedToInt32(dsx * grow), truncatedToInt32(dsy * grow),
             truncatedToInt32(in_data.width * dsx), truncatedToInt32(in_data.height * dsy)};

@@ -5,6 +5,7 @@
 #include "Transform/Common/SaturatingCast.h"
 #include "host/PluginRaster_AE_Impl.h"
 #include "host/SuiteAccess.h"
+#include "params/FixedPoint.h"
 #include "params/ParamIndex.h"
 
 namespace {
@@ -21,10 +22,6 @@ Suite const* acquire(PluginHost_AE_Impl& host, SuiteName const& which) {
     void* table = nullptr;
     host.acquireSuite(which.name, which.version, which.acquireError, &table);
     return static_cast<Suite const*>(table);
-}
-
-double ratio(PF_RationalScale const& scale) {
-    return static_cast<double>(scale.num) / static_cast<double>(scale.den);
 }
 
 PF_EffectWorld* worldOf(PluginRaster_API* raster) { return raster->getAERaster()->world; }
@@ -131,12 +128,12 @@ int PluginHost_AE_Impl::copy(PluginRaster_API* from, PluginRaster_API* to, QV_Re
 
 bool PluginHost_AE_Impl::isQualityHigh() { return in_data->quality == PF_Quality_HI; }
 
-double PluginHost_AE_Impl::getScaleX() { return ratio(in_data->downsample_x); }
+double PluginHost_AE_Impl::getScaleX() { return QVS::ratio(in_data->downsample_x); }
 
-double PluginHost_AE_Impl::getScaleY() { return ratio(in_data->downsample_y); }
+double PluginHost_AE_Impl::getScaleY() { return QVS::ratio(in_data->downsample_y); }
 
 double PluginHost_AE_Impl::geAspectRatio(PluginRaster_API*) {
-    return ratio(in_data->pixel_aspect_ratio);
+    return QVS::ratio(in_data->pixel_aspect_ratio);
 }
 
 bool PluginHost_AE_Impl::maintainEvenSize(PluginRaster_API*) { return isApplication(kAppEvenSize); }

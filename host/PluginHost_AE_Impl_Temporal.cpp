@@ -10,6 +10,7 @@
 
 #include "Transform/Common/OwnedRaster.h"
 #include "Transform/Common/SaturatingCast.h"
+#include "Transform/Common/Transform_Core_Render/PixelRows.h"
 #include "host/ChannelOrder.h"
 #include "host/PluginHost_AE_Impl.h"
 #include "host/PluginRaster_AE_Impl.h"
@@ -26,17 +27,13 @@ bool isDescribed(RasterInfo const& info) {
     return info.data || info.width == 0 || info.height == 0;
 }
 
-unsigned char* rowOf(RasterInfo const& info, int y) {
-    return static_cast<unsigned char*>(info.data) + static_cast<std::ptrdiff_t>(y) * info.rowBytes;
-}
-
 /// Moves every channel of `image`'s pixels from its place in `from` to its place in `to`.
 void reorderChannels(RasterInfo const& image, ChannelPositions const& from,
                      ChannelPositions const& to) {
     const int channelBytes = image.pixelBytes / 4;
     std::array<unsigned char, 16> old;
     for (int y = 0; y < image.height; ++y) {
-        unsigned char* pixel = rowOf(image, y);
+        unsigned char* pixel = pixelRow<unsigned char>(image, y);
         for (int x = 0; x < image.width; ++x, pixel += image.pixelBytes) {
             std::memcpy(old.data(), pixel, static_cast<std::size_t>(image.pixelBytes));
             for (std::size_t c = 0; c < 4; ++c)
@@ -51,7 +48,7 @@ template <class Channel, class Fade>
 void fadeAlpha(RasterInfo const& image, Fade const& fade) {
     const int alpha = channelPositionsOf(image.format)[3];
     for (int y = 0; y < image.height; ++y) {
-        auto* channel = reinterpret_cast<Channel*>(rowOf(image, y)) + alpha;
+        auto* channel = pixelRow<Channel>(image, y) + alpha;
         for (int x = 0; x < image.width; ++x, channel += 4) *channel = fade(*channel);
     }
 }
@@ -88,7 +85,8 @@ int PluginHost_AE_Impl::copy(RasterInfo const* from, RasterInfo* to) {
     const auto rowLength =
         static_cast<std::size_t>(std::min(from->width, to->width)) * to->pixelBytes;
     const int rows = std::min(from->height, to->height);
-    for (int y = 0; y < rows; ++y) std::memcpy(rowOf(*to, y), rowOf(*from, y), rowLength);
+    for (int y = 0; y < rows; ++y)
+        std::memcpy(pixelRow<unsigned char>(*to, y), pixelRow<unsigned char>(*from, y), rowLength);
     return 0;
 }
 
@@ -212,7 +210,8 @@ int mergeFrames(PluginHost_API* host, PluginRaster_API* odd, PluginRaster_API* e
         static_cast<std::size_t>(std::min({oddInfo.width, evenInfo.width, info.width})) *
         info.pixelBytes;
     for (int y = 0; y < rows; ++y)
-        std::memmove(rowOf(info, y), rowOf(y % 2 ? oddInfo : evenInfo, y), rowLength);
+        std::memmove(pixelRow<unsigned char>(info, y),
+                     pixelRow<unsigned char>(y % 2 ? oddInfo : evenInfo, y), rowLength);
     return 1;
 }
 

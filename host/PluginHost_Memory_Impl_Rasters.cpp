@@ -2,6 +2,7 @@
 // contract of each operation is in PluginHost_API.h and PluginHost_Memory_Impl.h.
 #include "Transform/Common/OwnedRaster.h"
 #include "Transform/Common/SaturatingCast.h"
+#include "Transform/Common/Transform_Core_Render/PixelRows.h"
 #include "host/PluginHost_Memory_Impl.h"
 
 #include <algorithm>
@@ -36,14 +37,11 @@ int pixelBytesOf(QV_RasterFormat format) {
     return kBytes[convertToPixelType(format)];
 }
 
-unsigned char* rowOf(QV_RasterInfo const& info, int y) {
-    return static_cast<unsigned char*>(info.data) + static_cast<std::ptrdiff_t>(y) * info.rowBytes;
-}
-
 void clear(QV_RasterInfo const& info) {
     const auto runBytes = static_cast<std::size_t>(info.width) * info.pixelBytes;
     if (!info.data || !runBytes) return;
-    for (int y = 0; y < info.height; ++y) std::memset(rowOf(info, y), 0, runBytes);
+    for (int y = 0; y < info.height; ++y)
+        std::memset(pixelRow<unsigned char>(info, y), 0, runBytes);
 }
 
 /// Where a copy reads and writes: both corners and a size that fit into both images.
@@ -88,8 +86,8 @@ int copyPixels(QV_RasterInfo const& from, QV_RasterInfo const& to, QV_Rect const
     if (area.width <= 0 || area.height <= 0) return 0;
     const std::ptrdiff_t pixel = from.pixelBytes;
     for (int y = 0; y < area.height; ++y) {
-        std::memmove(rowOf(to, area.toY + y) + area.toX * pixel,
-                     rowOf(from, area.fromY + y) + area.fromX * pixel,
+        std::memmove(pixelRow<unsigned char>(to, area.toY + y) + area.toX * pixel,
+                     pixelRow<unsigned char>(from, area.fromY + y) + area.fromX * pixel,
                      static_cast<std::size_t>(area.width * pixel));
     }
     return 0;
@@ -118,7 +116,7 @@ PluginRaster_Memory_Impl::~PluginRaster_Memory_Impl() {
 }
 
 unsigned char* PluginRaster_Memory_Impl::pixel(int x, int y) const {
-    return rowOf(m_info, y) + static_cast<std::ptrdiff_t>(x) * m_info.pixelBytes;
+    return pixelRow<unsigned char>(m_info, y) + static_cast<std::ptrdiff_t>(x) * m_info.pixelBytes;
 }
 
 void PluginRaster_Memory_Impl::releasePixels() {

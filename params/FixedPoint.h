@@ -1,4 +1,4 @@
-// The host's 16.16 numbers: a signed 32-bit word in units of 1/65536.
+// The host's 16.16 numbers, signed 32-bit words in units of 1/65536, and its ratios.
 #pragma once
 
 #include <cstdint>
@@ -27,5 +27,9 @@ constexpr PF_Fixed doubleToFixed(double value) {
 
 /// Truncates toward zero.
 constexpr PF_Fixed truncateToFixed(double value) { return truncateToWord(value * 65536.0); }
+
+constexpr double ratio(PF_RationalScale const& scale) {
+    return static_cast<double>(scale.num) / static_cast<double>(scale.den);
+}
 
 }  // namespace QVS

@@ -10,11 +10,10 @@
 
 #include "Transform/Common/PopupEntries.h"
 #include "host/PluginHost_AE_Impl.h"
+#include "params/ControlRecords.h"
 #include "params/DiskId.h"
-#include "params/FixedPoint.h"
 #include "params/HostControls.h"
 #include "params/ParamIndex.h"
-#include "params/ParameterDef.h"
 #include "params/TransferMenu.h"
 
 namespace {
@@ -22,11 +21,7 @@ namespace {
 /// How a row differs from host to host.
 enum class HostRule { kNone, kHiddenInPremiere, kAfterEffectsOnly };
 
-/// Ranges in the order typed minimum and maximum, slider minimum and maximum.
-struct SliderNumbers {
-    float validMin, validMax, sliderMin, sliderMax, defaultValue;
-    A_short precision;
-};
+using QVS::SliderNumbers;
 
 struct PopupEntries {
     std::int32_t defaultEntry;  ///< from 0
@@ -225,55 +220,31 @@ A_long uiFlagsOn(A_u_long applId, Control const& control) {
     return isHidden ? kHidden : control.uiFlags;
 }
 
-/// Writes the ranges that the three kinds of slider name alike.
-template <class Definition, class Convert>
-void fillSlider(Definition& definition, SliderNumbers const& numbers, Convert const& convert) {
-    definition.valid_min = convert(numbers.validMin);
-    definition.valid_max = convert(numbers.validMax);
-    definition.slider_min = convert(numbers.sliderMin);
-    definition.slider_max = convert(numbers.sliderMax);
-    definition.dephault = convert(numbers.defaultValue);
-    definition.value = definition.dephault;
-}
-
-void fillPoint(PF_PointDef& definition, PercentPoint const& percent) {
-    definition.x_value = definition.x_dephault = QVS::doubleToFixed(percent.x);
-    definition.y_value = definition.y_dephault = QVS::doubleToFixed(percent.y);
-}
-
-void fillPopup(PF_PopupDef& definition, PopupEntries const& entries) {
-    definition.value = hostEntry(entries.defaultEntry);
-    definition.dephault = static_cast<A_short>(definition.value);
-    definition.num_choices = QVS::popupEntryCount(entries.names);
-    definition.u.namesptr = entries.names;
-}
-
 /// Fills the kind's part of a cleared record; angles and group marks are all zeros.
 void fillValue(PF_ParamDef& def, Control const& control) {
     switch (def.param_type) {
         case PF_Param_SLIDER:
-            fillSlider(def.u.sd, control.slider, [](float v) { return static_cast<A_long>(v); });
+            QVS::fillRanges(def.u.sd, control.slider,
+                            [](float v) { return static_cast<A_long>(v); });
             break;
         case PF_Param_FIX_SLIDER:
-            fillSlider(def.u.fd, control.slider, [](float v) { return QVS::doubleToFixed(v); });
-            def.u.fd.precision = control.slider.precision;
+            QVS::fillFixedSlider(def.u.fd, control.slider, QVS::doubleToFixed);
             break;
         case PF_Param_FLOAT_SLIDER:
-            fillSlider(def.u.fs_d, control.slider, [](float v) { return v; });
-            def.u.fs_d.precision = control.slider.precision;
-            def.u.fs_d.curve_tolerance = 0.05f;
+            QVS::fillFloatSlider(def.u.fs_d, control.slider);
             break;
         case PF_Param_CHECKBOX:
             def.u.bd.u.nameptr = "";
             break;
         case PF_Param_COLOR:
-            def.u.cd.value = def.u.cd.dephault = control.color;
+            QVS::fillColor(def.u.cd, control.color);
             break;
         case PF_Param_POINT:
-            fillPoint(def.u.td, control.point);
+            QVS::fillPoint(def.u.td, control.point.x, control.point.y);
             break;
         case PF_Param_POPUP:
-            fillPopup(def.u.pd, control.popup);
+            QVS::fillPopup(def.u.pd, QVS::popupEntryCount(control.popup.names),
+                           hostEntry(control.popup.defaultEntry), control.popup.names);
             break;
         default:
             break;
