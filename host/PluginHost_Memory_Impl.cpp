@@ -32,10 +32,6 @@ void PluginHost_Memory_Impl::setColor(int index, double red, double green, doubl
     m_params[index] = constant({red, green, blue});
 }
 
-void PluginHost_Memory_Impl::setPointPixels(int index, double x, double y) {
-    m_params[index] = constant({x, y, 0, true});
-}
-
 void PluginHost_Memory_Impl::failAllocation(int nth, int code, bool givesRaster) {
     m_failAt = m_tally->allocations + nth;
     m_failCode = code;
@@ -120,8 +116,8 @@ int PluginHost_Memory_Impl::GetPoint2DValue(int index, int, TimeObject const& ti
                                             double& y) {
     Value v;
     if (const int code = read(index, time, v)) return code;
-    x = v.inPixels ? v.x / getOutputWidth() : v.x;
-    y = v.inPixels ? v.y / getOutputHeight() : v.y;
+    x = v.x;
+    y = v.y;
     return 0;
 }
 

@@ -80,7 +80,6 @@ public:
     /// x; a point in x and y; a colour in x, y, z.
     struct Value {
         double x = 0, y = 0, z = 0;
-        bool inPixels = false;  ///< a point in frame pixels, divided by its size when read
     };
     /// A parameter that moves: its value at a moment.
     using Animation = std::function<Value(TimeObject const&)>;
@@ -107,8 +106,6 @@ public:
     void setColor(int index, double red, double green, double blue);
     /// Fractions of the image that the parameter counts in.
     void setPoint(int index, double x, double y) { m_params[index] = constant({x, y}); }
-    /// Pixels of the frame. A From Pin of a layer of another size goes in by setPoint.
-    void setPointPixels(int index, double x, double y);
     void setAnimated(int index, Animation animation) { m_params[index] = std::move(animation); }
 
     /// The `nth` allocRaster from now, counted from 1, fails: it answers null and `code`. A code of

@@ -41,7 +41,7 @@ void setRandomControls(zelk::Host& host, PluginHost_Memory_Impl& memory, Random&
         for (int i = 0; i < 4; ++i) {
             const double x = dyadic(quad[2 * i] * kWidth), y = dyadic(quad[2 * i + 1] * kHeight);
             zelk_test::setPin(host, first + i, x, y);
-            memory.setPointPixels(first + i, x, y);
+            memory.setPoint(first + i, x / kWidth, y / kHeight);
         }
     }
     for (const int first : {kParamFromUpperLeftOffsetX, kParamToUpperLeftOffsetX})
@@ -186,9 +186,7 @@ TEST(PipelineInModule, ASamplesControlsAreReadByTheirDiskIds) {
     struct IdHost : PluginHost_Memory_Impl {
         using PluginHost_Memory_Impl::PluginHost_Memory_Impl;
         const zelk::Host host{ZELK_MODULE};
-        A_long idOf(int index) {
-            return host.parameters()[static_cast<std::size_t>(index)].diskId();
-        }
+        A_long idOf(int index) { return parameterIn(host.parameters(), index).diskId(); }
         int GetFloatValue(int index, int id, TimeObject const& at, double& value) override {
             return id == idOf(index) ? PluginHost_Memory_Impl::GetFloatValue(index, id, at, value)
                                      : 9;

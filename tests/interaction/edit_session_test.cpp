@@ -24,7 +24,7 @@ struct Session : Stage {
                 at(index).editTrack().set(
                     {{key * 1000, 24000}, {100.0 + key, 100.5 - key}, kCurve, {}, {20, 3}});
     }
-    zelk::Parameter& at(int index) { return host.parameters()[static_cast<std::size_t>(index)]; }
+    zelk::Parameter& at(int index) { return parameterIn(host.parameters(), index); }
     std::vector<zelk::ParameterState> states() { return zelk::statesOf(host.parameters()); }
     EditSession session{host, 400, 300};
 };
