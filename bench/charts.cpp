@@ -49,7 +49,7 @@ std::vector<double> movingEdge(int samples, int quality) {
     for (int i = 0; i < 4; ++i)
         host.setAnimated(kParamToUpperLeft + i, [i](PluginHost_API::TimeObject const& at) {
             const double x = (i % 2 ? kRight : kLeft) + kSpeed * (at.time / double(kFrame));
-            return PluginHost_Memory_Impl::Value{x / kWidth, double(i / 2), 0, false};
+            return PluginHost_Memory_Impl::Value{x / kWidth, double(i / 2)};
         });
     if (Render(&host) != 0) throw std::runtime_error("the moving edge was not rendered");
     std::vector<double> alpha(kWidth);

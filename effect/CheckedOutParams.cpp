@@ -17,7 +17,7 @@ CheckedOutParams::CheckedOutParams(PF_InData* in_data) : m_in_data(in_data) {
 
 void CheckedOutParams::giveBack() {
     // Nothing can be done about a refusal here, and the other controls still have to go back.
-    for (int i = 1; i < m_end; ++i)
+    for (int i = kFirst; i < m_end; ++i)
         m_in_data->inter.checkin_param(m_in_data->effect_ref, m_pointers[i]);
-    m_end = 1;
+    m_end = kFirst;
 }

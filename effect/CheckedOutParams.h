@@ -9,8 +9,8 @@
 
 class CheckedOutParams {
 public:
-    /// Checks out index 1 to the last in rising order, up to the first that the host refuses: see
-    /// error(). Slot 0, the input layer, is zeroed and not checked out.
+    /// Checks out the first control to the last in rising order, up to the first that the host
+    /// refuses: see error(). The slot of the input layer is zeroed and not checked out.
     explicit CheckedOutParams(PF_InData* in_data);
     ~CheckedOutParams() { giveBack(); }
     CheckedOutParams(CheckedOutParams const&) = delete;
@@ -25,9 +25,11 @@ public:
     void giveBack();
 
 private:
+    static constexpr int kFirst = kParamInputLayer + 1;
+
     PF_InData* m_in_data;
     std::array<std::unique_ptr<PF_ParamDef>, kParamCount> m_defs;
     std::array<PF_ParamDef*, kParamCount> m_pointers{};
-    int m_end = 1;  ///< index after the last one that is checked out
+    int m_end = kFirst;  ///< index after the last one that is checked out
     PF_Err m_err = PF_Err_NONE;
 };

@@ -18,7 +18,7 @@
 #include "Transform/Common/Transform_Core_Render/TransferModes.h"
 #include "effect/PipelineFrame.h"
 #include "effect/PixelPasses.h"
-#include "effect/TransferMenu.h"
+#include "params/TransferMenu.h"
 
 namespace corner_pin_detail {
 
@@ -43,14 +43,13 @@ template <class Trait>
 void enterPremultiplied(PipelineFrame& frame) {
     constexpr auto kWhite = static_cast<typename Trait::Channel>(Trait::kWhite);
     if (hostLacksAlpha(frame.host)) setAlpha<Trait>(frame.workInfo, kWhite);
-    if (frame.host->getAEHost()) premultiply<Trait>(frame, frame.rasters.work);
+    if (frame.host->getAEHost()) premultiply<Trait>(frame, frame.rasters.work.get());
 }
 
 /// One sample from preparation to the mean of all. 0, or the code with which the render ends.
 template <class Trait>
 PF_Err takeSample(PipelineFrame& frame, int index) {
-    constexpr std::int32_t kSuperSample = 3;
-    if (frame.args.quality == kSuperSample) {
+    if (softens(frame.args.quality)) {
         if (const PF_Err code = softenSource(frame)) return code;
         if (frame.superSample.fadeExtent)
             fadeBorder<Trait>(frame.sourceInfo, frame.superSample.fadeExtent);
@@ -64,8 +63,8 @@ PF_Err takeSample(PipelineFrame& frame, int index) {
 template <class Trait>
 void enterStraight(PipelineFrame& frame) {
     if (!frame.host->getAEHost() && !frame.host->getFXPLUGHost()) return;
-    unPremultiply<Trait>(frame, frame.rasters.work);
-    unPremultiply<Trait>(frame, frame.rasters.out);
+    unPremultiply<Trait>(frame, frame.rasters.work.get());
+    unPremultiply<Trait>(frame, frame.rasters.out.get());
 }
 
 /// Lays the result over the source by the Transfer Mode: in After Effects by the host's own
@@ -75,14 +74,14 @@ PF_Err transfer(PipelineFrame& frame, double cornerOpacity, double sourceOpacity
     A_long mode = transferModeOfEntry(frame.args.transferMode);
     if (Trait::kIsFloat && mode == PF_Xfer_SCREEN) mode = PF_Xfer_ADD;
     constexpr PF_Err kNoBackground = 1;
-    PipelineRasters& rasters = frame.rasters;
+    PluginRaster_API* const work = frame.rasters.work.get();
+    PluginRaster_API* const out = frame.rasters.out.get();
     if (frame.host->getAEHost())
-        return frame.host->blend(mode, cornerOpacity, sourceOpacity, rasters.work, rasters.out);
+        return frame.host->blend(mode, cornerOpacity, sourceOpacity, work, out);
     // In a frame of another size than the layer's there is no untransformed source to lay it over.
     if (hasOwnFrame(frame)) return kNoBackground;
     return transferByMode<Trait>(mode, frame.host, static_cast<float>(cornerOpacity),
-                                 static_cast<float>(sourceOpacity), rasters.out, rasters.work,
-                                 rasters.out);
+                                 static_cast<float>(sourceOpacity), out, work, out);
 }
 
 /// Nothing after a failed pass. Without a transfer mode only the result's own opacity counts.
@@ -103,13 +102,13 @@ void composite(PipelineFrame& frame) {
 template <class Trait>
 void leaveStraight(PipelineFrame& frame) {
     if (hostLacksAlpha(frame.host)) {
-        premultiply<Trait>(frame, frame.rasters.out);
+        premultiply<Trait>(frame, frame.rasters.out.get());
         setAlpha<Trait>(frame.workInfo, 0);
         setAlpha<Trait>(frame.outInfo, 0);
     }
     if (frame.host->getFXPLUGHost()) {
-        premultiply<Trait>(frame, frame.rasters.work);
-        premultiply<Trait>(frame, frame.rasters.out);
+        premultiply<Trait>(frame, frame.rasters.work.get());
+        premultiply<Trait>(frame, frame.rasters.out.get());
     }
 }
 

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 
+#include "Transform/Common/Transform_Core_Render/PassPlan.h"
 #include "host/ChannelOrder.h"
 
 namespace {
@@ -22,9 +23,8 @@ void quadInPixels(QV_UnitPoint const (&pins)[4], RenderSettings const& s,
 }  // namespace
 
 CoreRenderArguments coreArguments(int quality) {
-    constexpr int kNearest = 0, kBilinear = 1, kKernel = 9;
     CoreRenderArguments core;
-    core.filter = quality == 0 ? kNearest : quality == 1 ? kBilinear : kKernel;
+    core.filter = filterOfQuality(quality);
     return core;
 }
 

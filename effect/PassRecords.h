@@ -8,15 +8,8 @@
 #include "effect/SamplePose.h"
 #include "host/PluginHost_API.h"
 
-/// What quadMode may say.
-enum QuadMode : std::int32_t {
-    kQuadUnitToTo = 2,    ///< unit square to To quad
-    kQuadFromToTo = 3,    ///< From quad to To quad
-    kQuadFromToUnit = 4,  ///< From quad to unit square
-};
-
-/// The engine's arguments that hold for every sample: the filter by Quality (0 Low, 1 Medium,
-/// 2 High, 3 Super Sample), all else at rest.
+/// The engine's arguments that hold for every sample: the filter by Quality, a
+/// QualityEntry, all else at rest.
 CoreRenderArguments coreArguments(int quality);
 
 /// A record for an image of this size, read and written as a whole.

@@ -13,23 +13,9 @@
 #include "effect/HostCamera.h"
 #include "effect/PassRecords.h"
 #include "params/HostControls.h"
+#include "params/ParamIndex.h"
 
 namespace {
-
-enum ViewMode : std::int32_t { kViewOriginal = 0, kViewFromPins = 1, kViewToPins = 2 };
-
-PassPlan passPlan(RenderArguments const& args) {
-    switch (args.viewMode) {
-        case kViewOriginal:
-            return PassPlan::kNone;
-        case kViewFromPins:
-            return PassPlan::kFromToFrame;
-        case kViewToPins:
-            return PassPlan::kFrameToTo;
-        default:
-            return args.cropToPins ? PassPlan::kFromToFrameToTo : PassPlan::kDirect;
-    }
-}
 
 constexpr PF_Err kNoRaster = 1;  ///< an image that could not be had
 
@@ -46,6 +32,10 @@ bool takeAsOutputs(PipelineFrame const& frame, PluginHost_API::RasterInfo& info)
 /// Of the pipeline's own images, whatever the host tells of others.
 PluginRaster_API::PixelType depthOf(PipelineFrame const& frame) {
     return convertToPixelType(frame.format);
+}
+
+PF_Err allocateLike(PipelineFrame const& frame, OwnedRaster& slot, PluginRaster_API* model) {
+    return slot.allocate(model->getWidth(), model->getHeight(), depthOf(frame));
 }
 
 PF_Err fail(PipelineFrame& frame, PF_Err code) {
@@ -118,36 +108,37 @@ struct Destination {
 };
 
 Destination destinationOf(PipelineFrame const& frame) {
-    if (frame.plan.blurOn) return {frame.rasters.sample, frame.sampleInfo};
-    return {frame.rasters.out, frame.outInfo};
+    if (frame.plan.blurOn) return {frame.rasters.sample.get(), frame.sampleInfo};
+    return {frame.rasters.out.get(), frame.outInfo};
 }
 
 /// Both passes start from the same values: a pass may rewrite its records.
 void renderTwoPasses(PipelineFrame& frame, CoreRenderArguments& core, RenderSettings* settings,
-                     bool fromAtRest) {
+                     DrawnPasses const& drawn) {
     PluginHost_API* host = frame.host;
     PluginHost_API::RasterInfo const& interim = frame.interimInfo;
     const Destination destination = destinationOf(frame);
     CoreRenderArguments secondCore = core;
     RenderSettings secondSettings = *settings;
 
-    if (frame.passes == PassPlan::kFrameToTo || fromAtRest)
-        host->copy(frame.rasters.work, frame.rasters.interim);
-    else
+    if (drawn.fromQuad)
         renderPass(frame, core, kQuadFromToUnit, frame.sourceInfo, interim, settings);
+    else
+        host->copy(frame.rasters.work.get(), frame.rasters.interim.get());
 
-    if (frame.passes == PassPlan::kFromToFrame) {
-        if (hasOwnFrame(frame)) host->fill(destination.raster);
-        host->copy(frame.rasters.interim, destination.raster);
-    } else
+    if (drawn.toQuad) {
         renderPass(frame, secondCore, kQuadUnitToTo, interim, destination.info, &secondSettings);
+    } else {
+        if (hasOwnFrame(frame)) host->fill(destination.raster);
+        host->copy(frame.rasters.interim.get(), destination.raster);
+    }
 }
 
 /// An image beside the working copy, of `model`'s size. 0, or why it can't be used.
-PF_Err addRaster(PipelineFrame& frame, PluginRaster_API*& slot, PluginRaster_API* model,
+PF_Err addRaster(PipelineFrame& frame, OwnedRaster& slot, PluginRaster_API* model,
                  PluginHost_API::RasterInfo& info) {
-    if (const PF_Err code = frame.rasters.allocate(slot, model, depthOf(frame))) return code;
-    frame.host->getRasterInfo(slot, &info);
+    if (const PF_Err code = allocateLike(frame, slot, model)) return code;
+    frame.host->getRasterInfo(slot.get(), &info);
     return takeAsOutputs(frame, info) ? PF_Err_NONE : kNoRaster;
 }
 
@@ -193,22 +184,23 @@ PF_Err readFrame(PipelineFrame& frame) {
         if (!code) code = MotionBlurFromHost(frame.host, &frame.motionBlur);
         if (code) return fail(frame, code);
     }
-    frame.passes = passPlan(frame.args);
+    frame.passes = passPlan(frame.args.viewMode, frame.args.cropToPins);
     return 0;
 }
 
 PF_Err takeWorkingCopy(PipelineFrame& frame) {
     PluginHost_API* host = frame.host;
-    std::unique_ptr<PluginRaster_API> input(host->getInputRaster(0));
+    std::unique_ptr<PluginRaster_API> input(host->getInputRaster(kParamInputLayer));
     if (!input) return fail(frame, kNoRaster);
-    if (const PF_Err code = frame.rasters.allocate(frame.rasters.work, input.get(), depthOf(frame)))
+    PipelineRasters& rasters = frame.rasters;
+    if (const PF_Err code = allocateLike(frame, rasters.work, input.get()))
         return fail(frame, code);
-    host->copy(input.get(), frame.rasters.work);
+    host->copy(input.get(), rasters.work.get());
     input.reset();
-    frame.rasters.out = host->getOutputRaster();
-    host->getRasterInfo(frame.rasters.work, &frame.sourceInfo);
-    host->getRasterInfo(frame.rasters.work, &frame.workInfo);
-    host->getRasterInfo(frame.rasters.out, &frame.outInfo);
+    rasters.out.reset(host->getOutputRaster());
+    host->getRasterInfo(rasters.work.get(), &frame.sourceInfo);
+    host->getRasterInfo(rasters.work.get(), &frame.workInfo);
+    host->getRasterInfo(rasters.out.get(), &frame.outInfo);
     // What is told of the output chose this pipeline, and has to be told of it again.
     if (frame.outInfo.format != frame.format || !takeAsOutputs(frame, frame.sourceInfo) ||
         !takeAsOutputs(frame, frame.workInfo) || !takeAsOutputs(frame, frame.outInfo) ||
@@ -220,9 +212,10 @@ PF_Err takeWorkingCopy(PipelineFrame& frame) {
 PF_Err prepareSamples(PipelineFrame& frame) {
     PipelineRasters& rasters = frame.rasters;
     frame.plan = planSamples(frame.host, frame.args, frame.motionBlur);
-    PF_Err code = addRaster(frame, rasters.interim, rasters.work, frame.interimInfo);
+    PF_Err code = addRaster(frame, rasters.interim, rasters.work.get(), frame.interimInfo);
     if (!code && frame.plan.blurOn)
-        code = addRaster(frame, rasters.sample, hasOwnFrame(frame) ? rasters.out : rasters.work,
+        code = addRaster(frame, rasters.sample,
+                         hasOwnFrame(frame) ? rasters.out.get() : rasters.work.get(),
                          frame.sampleInfo);
     if (code) return fail(frame, code);
     // Merging and copying reach as far as the layer; what lies beyond is nobody else's to clear.
@@ -238,9 +231,10 @@ PF_Err softenSource(PipelineFrame& frame) {
                      hasOwnFrame(frame) ? frame.outInfo.width : frame.workInfo.width,
                      hasOwnFrame(frame) ? frame.outInfo.height : frame.workInfo.height,
                      std::min(host->getScaleX(), host->getScaleY())});
-    if (!frame.rasters.edged) {
+    if (!frame.rasters.edged.get()) {
         PluginHost_API::RasterInfo edged{};
-        if (const PF_Err code = addRaster(frame, frame.rasters.edged, frame.rasters.work, edged))
+        if (const PF_Err code =
+                addRaster(frame, frame.rasters.edged, frame.rasters.work.get(), edged))
             return fail(frame, code);
         frame.sourceInfo.data = edged.data;
         frame.sourceInfo.rowBytes = edged.rowBytes;
@@ -257,7 +251,7 @@ PF_Err renderSample(PipelineFrame& frame, int index) {
     if (frame.plan.readsAtTime) {
         if (const int code = samplePoseAt(frame.host, time, pose)) return fail(frame, code);
     }
-    const bool fromAtRest = fromIsIdentity(pose);
+    const DrawnPasses drawn = drawnPasses(frame.passes, isFromAtRest(pose.from, pose.reposition()));
     addOffsets(pose);
     enterGrownFrame(frame, pose);
 
@@ -269,8 +263,8 @@ PF_Err renderSample(PipelineFrame& frame, int index) {
     setSample(frame.core, pose);
     useCamera(frame, time);
 
-    if (frame.passes != PassPlan::kDirect) {
-        renderTwoPasses(frame, frame.core, settings, fromAtRest);
+    if (!drawn.direct) {
+        renderTwoPasses(frame, frame.core, settings, drawn);
     } else if (const int code = renderPass(frame, frame.core, kQuadFromToTo, frame.sourceInfo,
                                            destinationOf(frame).info, settings)) {
         if (!frame.result) frame.result = code;

@@ -8,6 +8,7 @@
 #include <cstdint>
 
 #include "Transform/Common/RenderRecords.h"
+#include "Transform/Common/Transform_Core_Render/PassPlan.h"
 #include "effect/PipelineRasters.h"
 #include "effect/SamplePlan.h"
 #include "effect/SamplePose.h"
@@ -15,15 +16,6 @@
 #include "host/PluginHost_API.h"
 #include "params/RenderArguments.h"
 #include "platform/effect_api/effect_types.h"
-
-/// Which passes turn the source into the output.
-enum class PassPlan {
-    kNone,             ///< the input as it is
-    kFromToFrame,      ///< From quad to the whole frame
-    kFrameToTo,        ///< whole frame to the To quad
-    kFromToFrameToTo,  ///< both, one after the other: what leaves the frame in between is gone
-    kDirect,           ///< From quad to To quad in one pass
-};
 
 struct PipelineFrame {
     PipelineFrame(PluginHost_API* pluginHost, QV_RasterFormat outputFormat, int bytesOfPixel)

@@ -7,8 +7,8 @@
 #include <cstring>
 
 #include "Transform/Common/PixelTraits.h"
+#include "Transform/Common/SaturatingCast.h"
 #include "Transform/Common/Transform_Core_Render/PixelRows.h"
-#include "host/Truncation.h"
 
 /// Alpha of every pixel becomes `alpha`.
 template <class Trait>

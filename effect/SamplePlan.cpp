@@ -1,7 +1,7 @@
 // The motion blur decision; see the header.
 #include "effect/SamplePlan.h"
 
-#include "host/Truncation.h"
+#include "Transform/Common/SaturatingCast.h"
 #include "platform/effect_api/effect_types.h"
 
 SamplePlan planSamples(PluginHost_API* host, RenderArguments const& args, std::int32_t motionBlur) {

@@ -4,14 +4,13 @@
 //   sample i is taken at (int)(step i) + start             step = angle * frame length / samples
 #pragma once
 
+#include <cmath>
 #include <cstdint>
 
+#include "Transform/Common/PopupEntries.h"
+#include "Transform/Common/SaturatingCast.h"
 #include "host/PluginHost_API.h"
-#include "host/Truncation.h"
 #include "params/RenderArguments.h"
-
-/// What the Motion Blur popup says.
-enum MotionBlur : std::int32_t { kMotionBlurOff = 0, kMotionBlurOn = 1, kMotionBlurComp = 2 };
 
 /// The moments of one frame; times in host time units.
 struct SamplePlan {
@@ -28,7 +27,7 @@ struct SamplePlan {
     }
 };
 
-/// `motionBlur` is the popup's entry. In After Effects "Comp Settings" takes the composition's
+/// `motionBlur` is a MotionBlurEntry. In After Effects "Comp Settings" takes the composition's
 /// shutter, everywhere else the controls'. Without an angle, or with fewer than 2 samples, one
 /// sample still honours the phase.
 SamplePlan planSamples(PluginHost_API* host, RenderArguments const& args, std::int32_t motionBlur);

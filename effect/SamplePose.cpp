@@ -1,22 +1,18 @@
 // Pins and Reposition values of one temporal sample.
 #include "effect/SamplePose.h"
 
-#include <algorithm>
-#include <cmath>
+#include <initializer_list>
 
-#include "params/ParamIndex.h"
+#include "params/DiskId.h"
 
 namespace {
-
-constexpr double kIdentityTolerance = 1e-05;
 
 /// Corners arrive as upper left, upper right, lower left, lower right: the middle two swap.
 constexpr int kCornerOfPin[4] = {0, 2, 1, 3};
 
-/// Where a quad's controls stand: indices in corner order, identifiers in pin order.
+/// Where a quad's controls stand, in corner order.
 struct Quad {
-    int firstPin, pinId;
-    int firstOffset, offsetId;
+    int firstPin, firstOffset;
     QV_UnitPoint *pins, *offsets;
 };
 
@@ -25,10 +21,6 @@ void copyCorners(double const (&corners)[8], QV_UnitPoint (&points)[4]) {
         const int corner = kCornerOfPin[i];
         points[i] = {corners[2 * corner], corners[2 * corner + 1]};
     }
-}
-
-bool isClose(double value, double target) {
-    return std::fabs(value - target) <= kIdentityTolerance;
 }
 
 void addOffsets(QV_UnitPoint (&pins)[4], QV_UnitPoint const (&offsets)[4]) {
@@ -57,39 +49,28 @@ SamplePose samplePose(RenderArguments const& args) {
 int samplePoseAt(PluginHost_API* host, std::int32_t time, SamplePose& pose) {
     const PluginHost_API::TimeObject at = {time, host->getTimeStep(), host->getTimeScale()};
     int err = 0;
-    const auto number = [&](int index, int id, double& value) {
-        if (!err) err = host->GetFloatValue(index, id, at, value);
+    const auto number = [&](int index, double& value) {
+        if (!err) err = host->GetFloatValue(index, diskIdOf(index), at, value);
     };
-    number(kParamScaleX, 0x82, pose.scaleX);
-    number(kParamScaleY, 0x83, pose.scaleY);
-    number(kParamTranslateX, 0x84, pose.translateX);
-    number(kParamTranslateY, 0x85, pose.translateY);
-    number(kParamRotate, 0x86, pose.rotate);
-    for (const Quad& quad : {Quad{kParamFromUpperLeft, 0x67, kParamFromUpperLeftOffsetX, 0x8D,
-                                  pose.from, pose.fromOffsets},
-                             Quad{kParamToUpperLeft, 0x400, kParamToUpperLeftOffsetX, 0x97, pose.to,
-                                  pose.toOffsets}}) {
+    number(kParamScaleX, pose.scaleX);
+    number(kParamScaleY, pose.scaleY);
+    number(kParamTranslateX, pose.translateX);
+    number(kParamTranslateY, pose.translateY);
+    number(kParamRotate, pose.rotate);
+    for (const Quad& quad :
+         {Quad{kParamFromUpperLeft, kParamFromUpperLeftOffsetX, pose.from, pose.fromOffsets},
+          Quad{kParamToUpperLeft, kParamToUpperLeftOffsetX, pose.to, pose.toOffsets}}) {
         for (int pin = 0; pin < 4; ++pin) {
             const int corner = kCornerOfPin[pin];
-            const int offset = quad.firstOffset + 2 * corner, id = quad.offsetId + 2 * pin;
-            number(offset, id, quad.offsets[pin].x);
-            number(offset + 1, id + 1, quad.offsets[pin].y);
+            const int offset = quad.firstOffset + 2 * corner, point = quad.firstPin + corner;
+            number(offset, quad.offsets[pin].x);
+            number(offset + 1, quad.offsets[pin].y);
             if (!err)
-                err = host->GetPoint2DValue(quad.firstPin + corner, quad.pinId + pin, at,
-                                            quad.pins[pin].x, quad.pins[pin].y);
+                err = host->GetPoint2DValue(point, diskIdOf(point), at, quad.pins[pin].x,
+                                            quad.pins[pin].y);
         }
     }
     return err;
-}
-
-bool fromIsIdentity(SamplePose const& pose) {
-    constexpr QV_UnitPoint kFrame[4] = {{0, 0}, {0, 1}, {1, 0}, {1, 1}};
-    const bool wholeFrame = std::equal(
-        pose.from, pose.from + 4, kFrame, [](QV_UnitPoint const& pin, QV_UnitPoint const& corner) {
-            return isClose(pin.x, corner.x) && isClose(pin.y, corner.y);
-        });
-    return wholeFrame && isClose(pose.translateX, 0) && isClose(pose.translateY, 0) &&
-           isClose(pose.scaleX, 1) && isClose(pose.scaleY, 1) && isClose(pose.rotate, 0);
 }
 
 void addOffsets(SamplePose& pose) {

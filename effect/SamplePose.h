@@ -5,7 +5,7 @@
 // upper left, lower left, upper right, lower right (pin order).
 #pragma once
 
-#include "Transform/Common/RenderRecords.h"
+#include "Transform/Common/Transform_Core_Render/PassPlan.h"
 #include "host/PluginHost_API.h"
 #include "params/RenderArguments.h"
 
@@ -15,6 +15,8 @@ struct SamplePose {
     double translateX, translateY;              ///< Reposition: percent of the unit square
     double scaleX, scaleY;                      ///< ratios
     double rotate;                              ///< degrees
+
+    Reposition reposition() const { return {translateX, translateY, scaleX, scaleY, rotate}; }
 };
 
 /// The values of the render's own moment.
@@ -22,10 +24,6 @@ SamplePose samplePose(RenderArguments const& args);
 
 /// The values of a host time, from the host. 0, or the first code that the host answered.
 int samplePoseAt(PluginHost_API* host, std::int32_t time, SamplePose& pose);
-
-/// The From quad is the whole frame and Reposition does nothing, each within 1e-05. From offsets
-/// are no part of the test.
-bool fromIsIdentity(SamplePose const& pose);
 
 /// Moves each pin by its offset: 100 is one frame width or height.
 void addOffsets(SamplePose& pose);

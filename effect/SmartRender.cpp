@@ -4,23 +4,20 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
-#include <memory>
 #include <utility>
 
+#include "Transform/Common/OwnedRaster.h"
+#include "Transform/Common/SaturatingCast.h"
 #include "effect/CheckedOutParams.h"
 #include "effect/HostRender.h"
 #include "effect/PassRecords.h"
 #include "host/PluginHost_AE_Impl.h"
 #include "host/PluginRaster_AE_Impl.h"
-#include "host/Truncation.h"
+#include "params/FixedPoint.h"
 
 namespace {
 
-constexpr A_long kInputLayer = 0;  ///< index of the layer, and its check-out identifier
-
-double scaleOf(PF_RationalScale const& downsample) {
-    return static_cast<double>(downsample.num) / static_cast<double>(downsample.den);
-}
+constexpr A_long kInputLayer = kParamInputLayer;  ///< the layer's check-out identifier, too
 
 /// Sizes in pixels at the command's resolution, truncated.
 struct ScaledSizes {
@@ -29,7 +26,7 @@ struct ScaledSizes {
 };
 
 ScaledSizes scaledSizes(PF_InData const& in_data, CheckedOutParams& params) {
-    const double dsx = scaleOf(in_data.downsample_x), dsy = scaleOf(in_data.downsample_y);
+    const double dsx = QVS::ratio(in_data.downsample_x), dsy = QVS::ratio(in_data.downsample_y);
     const A_long grow = params[kParamGrowBounds].u.sd.value;
     return {truncatedToInt32(dsx * grow), truncatedToInt32(dsy * grow),
             truncatedToInt32(in_data.width * dsx), truncatedToInt32(in_data.height * dsy)};
@@ -43,30 +40,10 @@ PF_LRect wholeLayer(PF_LRect const& asked) {
             std::max(asked.bottom, kFar)};
 }
 
-/// An image of the host's that goes back at the end of the scope.
-class OwnRaster {
-public:
-    explicit OwnRaster(PluginHost_AE_Impl& host) : m_host(host) {}
-    ~OwnRaster() { m_host.deallocRaster(m_raster.get()); }
-    OwnRaster(OwnRaster const&) = delete;
-    OwnRaster& operator=(OwnRaster const&) = delete;
-
-    /// An image of this size with its origin at 0. Throws the host's code, or 1 where it gave none.
-    void allocate(int width, int height, PluginRaster_API::PixelType type) {
-        constexpr int kRasterFlags = 1;
-        constexpr PF_Err kNoRaster = 1;
-        PF_Err err = PF_Err_NONE;
-        m_raster.reset(m_host.allocRaster(width, height, type, err, kRasterFlags));
-        if (!m_raster) throw static_cast<int>(err ? err : kNoRaster);
-        world()->origin_x = world()->origin_y = 0;
-    }
-    PluginRaster_API* get() { return m_raster.get(); }
-    PF_EffectWorld* world() { return m_raster ? m_raster->getAERaster()->world : nullptr; }
-
-private:
-    PluginHost_AE_Impl& m_host;
-    std::unique_ptr<PluginRaster_API> m_raster;
-};
+/// Null for no image.
+PF_EffectWorld* worldOf(OwnedRaster const& raster) {
+    return raster.get() ? raster->getAERaster()->world : nullptr;
+}
 
 void throwOnError(PF_Err err) {
     if (err) throw static_cast<int>(err);
@@ -87,33 +64,37 @@ QV_Rect inputPlace(PF_EffectWorld const& input, PF_EffectWorld const& output) {
 /// in its place and becomes the host object's input, `target` its output.
 class GrownImages {
 public:
-    explicit GrownImages(PluginHost_AE_Impl& host) : m_target(host), m_expanded(host) {}
+    explicit GrownImages(PluginHost_AE_Impl& host) : m_target(&host), m_expanded(&host) {}
 
     void enter(PluginHost_AE_Impl& host, PF_EffectWorld* input, PF_EffectWorld* output) {
         PluginRaster_AE_Impl from(input, &host), to(output, &host);
         const auto type = to.getPixelType();
         throwOnError(host.queryError());
-        m_expanded.allocate(output->width, output->height, type);
-        m_target.allocate(output->width, output->height, type);
+        for (OwnedRaster* image : {&m_expanded, &m_target}) {
+            throwOnError(image->allocate(output->width, output->height, type, kRasterFlags));
+            worldOf(*image)->origin_x = worldOf(*image)->origin_y = 0;
+        }
         QV_Rect source = {0, 0, static_cast<A_short>(input->height),
                           static_cast<A_short>(input->width)};
         QV_Rect place = inputPlace(*input, *output);
         throwOnError(host.copy(&from, m_expanded.get(), &source, &place));
-        host.params[kParamInputLayer]->u.ld = *m_expanded.world();
+        host.params[kParamInputLayer]->u.ld = *worldOf(m_expanded);
         host.setOutputRaster(m_target.get());
     }
 
     /// Brings the result to the host's own output; nothing where the frame was not grown.
     PF_Err leave(PF_InData* in_data, PF_EffectWorld* output) {
-        if (!m_target.world()) return PF_Err_NONE;
+        if (!worldOf(m_target)) return PF_Err_NONE;
         const PF_Err filled = in_data->utils->fill(in_data->effect_ref, nullptr, nullptr, output);
         const PF_Err copied =
-            in_data->utils->copy(in_data->effect_ref, m_target.world(), output, nullptr, nullptr);
+            in_data->utils->copy(in_data->effect_ref, worldOf(m_target), output, nullptr, nullptr);
         return filled ? filled : copied;
     }
 
 private:
-    OwnRaster m_target, m_expanded;  // go back in reverse order, the expanded layer first
+    static constexpr int kRasterFlags = 1;
+
+    OwnedRaster m_target, m_expanded;  // go back in reverse order, the expanded layer first
 };
 
 RenderSettings marginSettings(PF_EffectWorld const& output, ScaledSizes const& sizes) {

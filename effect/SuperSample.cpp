@@ -5,8 +5,8 @@
 #include <cmath>
 
 #include "RenderLib/Transform/CommonRender_progressiveBlur.h"
+#include "Transform/Common/SaturatingCast.h"
 #include "Transform/Common/Transform_Core_Render/ProgressiveBlurKind.h"
-#include "host/Truncation.h"
 
 namespace {
 

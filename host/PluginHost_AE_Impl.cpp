@@ -1,12 +1,12 @@
-// The binding's plain operations: construction, geometry, clock, maths and memory, each a field of
+// The binding's plain operations: construction, geometry, clock and memory, each a field of
 // the call's records or one callback of the host.
 #include "host/PluginHost_AE_Impl.h"
 
-#include <cmath>
-
+#include "Transform/Common/SaturatingCast.h"
 #include "host/PluginRaster_AE_Impl.h"
 #include "host/SuiteAccess.h"
-#include "host/Truncation.h"
+#include "params/FixedPoint.h"
+#include "params/ParamIndex.h"
 
 namespace {
 
@@ -22,10 +22,6 @@ Suite const* acquire(PluginHost_AE_Impl& host, SuiteName const& which) {
     void* table = nullptr;
     host.acquireSuite(which.name, which.version, which.acquireError, &table);
     return static_cast<Suite const*>(table);
-}
-
-double ratio(PF_RationalScale const& scale) {
-    return static_cast<double>(scale.num) / static_cast<double>(scale.den);
 }
 
 PF_EffectWorld* worldOf(PluginRaster_API* raster) { return raster->getAERaster()->world; }
@@ -114,7 +110,8 @@ int PluginHost_AE_Impl::fill(PluginRaster_API* raster) {
 }
 
 int PluginHost_AE_Impl::copyInputToOutput() {
-    return in_data->utils->copy(in_data->effect_ref, &params[0]->u.ld, output, nullptr, nullptr);
+    return in_data->utils->copy(in_data->effect_ref, &params[kParamInputLayer]->u.ld, output,
+                                nullptr, nullptr);
 }
 
 int PluginHost_AE_Impl::copy(PluginRaster_API* from, PluginRaster_API* to) {
@@ -131,12 +128,12 @@ int PluginHost_AE_Impl::copy(PluginRaster_API* from, PluginRaster_API* to, QV_Re
 
 bool PluginHost_AE_Impl::isQualityHigh() { return in_data->quality == PF_Quality_HI; }
 
-double PluginHost_AE_Impl::getScaleX() { return ratio(in_data->downsample_x); }
+double PluginHost_AE_Impl::getScaleX() { return QVS::ratio(in_data->downsample_x); }
 
-double PluginHost_AE_Impl::getScaleY() { return ratio(in_data->downsample_y); }
+double PluginHost_AE_Impl::getScaleY() { return QVS::ratio(in_data->downsample_y); }
 
 double PluginHost_AE_Impl::geAspectRatio(PluginRaster_API*) {
-    return ratio(in_data->pixel_aspect_ratio);
+    return QVS::ratio(in_data->pixel_aspect_ratio);
 }
 
 bool PluginHost_AE_Impl::maintainEvenSize(PluginRaster_API*) { return isApplication(kAppEvenSize); }
@@ -154,31 +151,6 @@ int PluginHost_AE_Impl::getHostVersionNum(int& minor, int& major) {
     major = in_data->version.major;
     return 0;
 }
-
-// Maths.
-
-double PluginHost_AE_Impl::math_sqrt(double x) { return std::sqrt(x); }
-float PluginHost_AE_Impl::math_sqrt(float x) { return std::sqrt(x); }
-double PluginHost_AE_Impl::math_floor(double x) { return std::floor(x); }
-float PluginHost_AE_Impl::math_floor(float x) { return std::floor(x); }
-double PluginHost_AE_Impl::math_exp(double x) { return std::exp(x); }
-float PluginHost_AE_Impl::math_exp(float x) { return std::exp(x); }
-double PluginHost_AE_Impl::math_atan2(double y, double x) { return std::atan2(y, x); }
-float PluginHost_AE_Impl::math_atan2(float y, float x) { return std::atan2(y, x); }
-double PluginHost_AE_Impl::math_fabs(double x) { return std::fabs(x); }
-float PluginHost_AE_Impl::math_fabs(float x) { return std::fabs(x); }
-double PluginHost_AE_Impl::math_sin(double x) { return std::sin(x); }
-float PluginHost_AE_Impl::math_sin(float x) { return std::sin(x); }
-double PluginHost_AE_Impl::math_cos(double x) { return std::cos(x); }
-float PluginHost_AE_Impl::math_cos(float x) { return std::cos(x); }
-double PluginHost_AE_Impl::math_fmod(double x, double y) { return std::fmod(x, y); }
-float PluginHost_AE_Impl::math_fmod(float x, float y) { return std::fmod(x, y); }
-double PluginHost_AE_Impl::math_pow(double x, double y) { return std::pow(x, y); }
-float PluginHost_AE_Impl::math_pow(float x, float y) { return std::pow(x, y); }
-float PluginHost_AE_Impl::math_ceil(float x) { return std::ceil(x); }
-double PluginHost_AE_Impl::math_ceil(double x) { return std::ceil(x); }
-float PluginHost_AE_Impl::math_log(float x) { return std::log(x); }
-double PluginHost_AE_Impl::math_log(double x) { return std::log(x); }
 
 // Memory.
 
@@ -225,12 +197,6 @@ double PluginHost_AE_Impl::getShutterAngle() {
 
 double PluginHost_AE_Impl::getShutterPhase() {
     return static_cast<float>(in_data->shutter_phase) / 65536.0f;
-}
-
-void PluginHost_AE_Impl::getFullFrameInfo(double, int frame, int& first, int& count, int& phase) {
-    first = frame;
-    count = 1;
-    phase = 0;
 }
 
 void PluginHost_AE_Impl::getOrigin(int& x, int& y) {

@@ -6,11 +6,11 @@
 // major version: "PF World Suite" then tells pixel formats, where older hosts have world flags.
 #pragma once
 
-#include "host/PluginHost_API.h"
+#include "host/PluginHost_Standard.h"
 #include "platform/effect_api/effect_commands.h"
 #include "platform/effect_api/effect_suites.h"
 
-class PluginHost_AE_Impl : public PluginHost_API, public PluginPath_API {
+class PluginHost_AE_Impl : public PluginHost_Standard, public PluginPath_API {
 public:
     /// Acquires the world and colour suites on a modern call. A suite that is missing has been
     /// reported to the user; only the operations that need it fail.
@@ -70,7 +70,6 @@ public:
     double getScaleY() override;
     double geAspectRatio(PluginRaster_API* raster) override;
     bool maintainEvenSize(PluginRaster_API* raster) override;
-    bool isFieldRendering() override { return false; }
     int getFrameIncrement() override;
     bool hasCamera() override;
 
@@ -78,33 +77,8 @@ public:
     void* getAVX1Host() override { return nullptr; }
     void* getAVX2Host() override { return nullptr; }
     void* getFXPLUGHost() override { return nullptr; }
-    void* getSPARKHost() override { return nullptr; }
     bool isApplication(long id) override;
     int getHostVersionNum(int& minor, int& major) override;
-
-    // The maths library's.
-    double math_sqrt(double x) override;
-    float math_sqrt(float x) override;
-    double math_floor(double x) override;
-    float math_floor(float x) override;
-    double math_exp(double x) override;
-    float math_exp(float x) override;
-    double math_atan2(double y, double x) override;
-    float math_atan2(float y, float x) override;
-    double math_fabs(double x) override;
-    float math_fabs(float x) override;
-    double math_sin(double x) override;
-    float math_sin(float x) override;
-    double math_cos(double x) override;
-    float math_cos(float x) override;
-    double math_fmod(double x, double y) override;
-    float math_fmod(float x, float y) override;
-    double math_pow(double x, double y) override;
-    float math_pow(float x, float y) override;
-    float math_ceil(float x) override;
-    double math_ceil(double x) override;
-    float math_log(float x) override;
-    double math_log(double x) override;
 
     // Handle memory, by the host's callbacks.
     void* allocMemory(int bytes) override;
@@ -112,9 +86,6 @@ public:
     void unlockMemory(void* handle) override;
     void deallocMemory(void* handle) override;
     bool hasGlobalSeqData() override;
-    int loadDLL(char const*) override { return 0; }
-    int unloadDLL() override { return 0; }
-    void* getDLL() override { return nullptr; }
 
     // The clock.
     int getTimeScale() override;
@@ -125,7 +96,6 @@ public:
     int getFPS(float& fps) override;
     double getShutterAngle() override;
     double getShutterPhase() override;
-    void getFullFrameInfo(double time, int frame, int& first, int& count, int& phase) override;
 
     // One pointer and one point of the caller's.
     void* getUserData() override { return userData; }

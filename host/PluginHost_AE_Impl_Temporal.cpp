@@ -7,12 +7,14 @@
 #include <array>
 #include <cmath>
 #include <cstring>
-#include <memory>
 
+#include "Transform/Common/OwnedRaster.h"
+#include "Transform/Common/SaturatingCast.h"
+#include "Transform/Common/Transform_Core_Render/PixelRows.h"
 #include "host/ChannelOrder.h"
 #include "host/PluginHost_AE_Impl.h"
 #include "host/PluginRaster_AE_Impl.h"
-#include "host/Truncation.h"
+#include "params/ParamIndex.h"
 
 using RasterInfo = PluginHost_API::RasterInfo;
 
@@ -25,17 +27,13 @@ bool isDescribed(RasterInfo const& info) {
     return info.data || info.width == 0 || info.height == 0;
 }
 
-unsigned char* rowOf(RasterInfo const& info, int y) {
-    return static_cast<unsigned char*>(info.data) + static_cast<std::ptrdiff_t>(y) * info.rowBytes;
-}
-
 /// Moves every channel of `image`'s pixels from its place in `from` to its place in `to`.
 void reorderChannels(RasterInfo const& image, ChannelPositions const& from,
                      ChannelPositions const& to) {
     const int channelBytes = image.pixelBytes / 4;
     std::array<unsigned char, 16> old;
     for (int y = 0; y < image.height; ++y) {
-        unsigned char* pixel = rowOf(image, y);
+        unsigned char* pixel = pixelRow<unsigned char>(image, y);
         for (int x = 0; x < image.width; ++x, pixel += image.pixelBytes) {
             std::memcpy(old.data(), pixel, static_cast<std::size_t>(image.pixelBytes));
             for (std::size_t c = 0; c < 4; ++c)
@@ -50,7 +48,7 @@ template <class Channel, class Fade>
 void fadeAlpha(RasterInfo const& image, Fade const& fade) {
     const int alpha = channelPositionsOf(image.format)[3];
     for (int y = 0; y < image.height; ++y) {
-        auto* channel = reinterpret_cast<Channel*>(rowOf(image, y)) + alpha;
+        auto* channel = pixelRow<Channel>(image, y) + alpha;
         for (int x = 0; x < image.width; ++x, channel += 4) *channel = fade(*channel);
     }
 }
@@ -87,7 +85,8 @@ int PluginHost_AE_Impl::copy(RasterInfo const* from, RasterInfo* to) {
     const auto rowLength =
         static_cast<std::size_t>(std::min(from->width, to->width)) * to->pixelBytes;
     const int rows = std::min(from->height, to->height);
-    for (int y = 0; y < rows; ++y) std::memcpy(rowOf(*to, y), rowOf(*from, y), rowLength);
+    for (int y = 0; y < rows; ++y)
+        std::memcpy(pixelRow<unsigned char>(*to, y), pixelRow<unsigned char>(*from, y), rowLength);
     return 0;
 }
 
@@ -100,10 +99,9 @@ int PluginHost_AE_Impl::blend(int mode, double opacity, double fromOpacity, Plug
     const double fade = limitedOpacity(fromOpacity);
     const int scale = static_cast<int>(255.0 * fade);
 
-    int err = PF_Err_NONE;
-    PluginRaster_API* foreground =
-        allocRaster(to->getWidth(), to->getHeight(), to->getPixelType(), err, 0);
-    if (!foreground) return err ? err : 1;
+    OwnedRaster foreground(this);
+    int err = foreground.allocate(to->getWidth(), to->getHeight(), to->getPixelType());
+    if (err) return err;
     PF_EffectWorld foregroundWorld = *foreground->getAERaster()->world;
 
     PF_ProgPtr effect = in_data->effect_ref;
@@ -122,8 +120,6 @@ int PluginHost_AE_Impl::blend(int mode, double opacity, double fromOpacity, Plug
         err = in_data->utils->transfer_rect(effect, in_data->quality, 1, in_data->field, &whole,
                                             &foregroundWorld, &composite, nullptr, 0, 0, toWorld);
     }
-    deallocRaster(foreground);
-    delete foreground;
     return err;
 }
 
@@ -139,29 +135,23 @@ PluginRaster_API* PluginHost_AE_Impl::lockTemporalRaster(double frame, bool, boo
     const auto lock = [&](double time) {
         return lockTemporalRasterImpl(withinLayer(time, in_data->total_time));
     };
-    PluginRaster_API* first = lock(firstTime);
-    PluginRaster_API* second = lock(firstTime + in_data->time_step);
-    if (!first || !second) {
-        unlockTemporalRaster(second);
-        unlockTemporalRaster(first);
-        return nullptr;
-    }
+    OwnedRaster first(this, lock(firstTime));
+    OwnedRaster second(this, lock(firstTime + in_data->time_step));
+    if (!first.get() || !second.get()) return nullptr;
     if (swapFields)
-        mergeFrames(this, first, second, first);
+        mergeFrames(this, first.get(), second.get(), first.get());
     else
-        mergeFrames(this, second, first, first);
-    unlockTemporalRaster(second);
-    return first;
+        mergeFrames(this, second.get(), first.get(), first.get());
+    return first.release();
 }
 
 int PluginHost_AE_Impl::unlockTemporalRaster(PluginRaster_API* raster) {
-    deallocRaster(raster);
-    delete raster;
+    const OwnedRaster goes(this, raster);
     return 0;
 }
 
 PluginRaster_API* PluginHost_AE_Impl::lockTemporalRasterImpl(int time) {
-    return copyLayerAt(0, time, false);
+    return copyLayerAt(kParamInputLayer, time, false);
 }
 
 PluginRaster_API* PluginHost_AE_Impl::checkoutLayer(int index, int time) {
@@ -184,31 +174,28 @@ PluginRaster_API* PluginHost_AE_Impl::copyLayerAt(int index, int time, bool refu
     const PF_Err err = in_data->inter.checkout_param(
         in_data->effect_ref, index, std::max(0, std::min(time, in_data->total_time)),
         in_data->time_step, in_data->time_scale, &def);
-    PluginRaster_API* result = nullptr;
+    OwnedRaster result(this);
     const bool isEmpty = def.u.ld.width == 0 || def.u.ld.height == 0;
     if (!err && !(refuseEmpty && isEmpty)) {
         PluginRaster_AE_Impl layer(&def.u.ld, this);
-        int allocError = PF_Err_NONE;
-        result =
-            allocRaster(layer.getWidth(), layer.getHeight(), layer.getPixelType(), allocError, 0);
-        if (result) {
+        result.allocate(layer.getWidth(), layer.getHeight(), layer.getPixelType());
+        if (result.get()) {
             result->getAERaster()->checkedOutIndex = index;
             RasterInfo from{}, to{};
             getRasterInfo(&layer, &from);
-            getRasterInfo(result, &to);
+            getRasterInfo(result.get(), &to);
             if (isDescribed(from) && isDescribed(to)) {
                 copy(&from, &to);
                 if (from.format != to.format)
                     reorderChannels(to, channelPositionsOf(from.format),
                                     channelPositionsOf(to.format));
             } else {
-                unlockTemporalRaster(result);
-                result = nullptr;
+                result.giveBack();
             }
         }
     }
     in_data->inter.checkin_param(in_data->effect_ref, &def);
-    return result;
+    return result.release();
 }
 
 int mergeFrames(PluginHost_API* host, PluginRaster_API* odd, PluginRaster_API* even,
@@ -223,7 +210,8 @@ int mergeFrames(PluginHost_API* host, PluginRaster_API* odd, PluginRaster_API* e
         static_cast<std::size_t>(std::min({oddInfo.width, evenInfo.width, info.width})) *
         info.pixelBytes;
     for (int y = 0; y < rows; ++y)
-        std::memmove(rowOf(info, y), rowOf(y % 2 ? oddInfo : evenInfo, y), rowLength);
+        std::memmove(pixelRow<unsigned char>(info, y),
+                     pixelRow<unsigned char>(y % 2 ? oddInfo : evenInfo, y), rowLength);
     return 1;
 }
 

@@ -1,10 +1,9 @@
-// The memory host's settings, parameters from a table, clock, and maths from <cmath>. The contract
-// of each operation is in PluginHost_API.h and PluginHost_Memory_Impl.h.
+// The memory host's settings, parameters from a table, and clock. The contract of each
+// operation is in PluginHost_API.h and PluginHost_Memory_Impl.h.
 #include "host/PluginHost_Memory_Impl.h"
 
-#include <cmath>
-
-#include "host/Truncation.h"
+#include "Transform/Common/SaturatingCast.h"
+#include "params/ParamIndex.h"
 
 namespace {
 
@@ -16,7 +15,7 @@ constexpr int kNoSuchThing = 1;
 
 PluginHost_Memory_Impl::PluginHost_Memory_Impl(RasterInfo const& input, RasterInfo const& output,
                                                MemoryHostFamily family)
-    : m_inputs{{0, input}}, m_output(output), m_family(family) {}
+    : m_inputs{{kParamInputLayer, input}}, m_output(output), m_family(family) {}
 
 void PluginHost_Memory_Impl::setApplication(char const (&id)[5]) {
     m_application = 0;
@@ -31,10 +30,6 @@ void PluginHost_Memory_Impl::setTime(TimeObject const& now, int frameLength) {
 
 void PluginHost_Memory_Impl::setColor(int index, double red, double green, double blue) {
     m_params[index] = constant({red, green, blue});
-}
-
-void PluginHost_Memory_Impl::setPointPixels(int index, double x, double y) {
-    m_params[index] = constant({x, y, 0, true});
 }
 
 void PluginHost_Memory_Impl::failAllocation(int nth, int code, bool givesRaster) {
@@ -67,13 +62,6 @@ void PluginHost_Memory_Impl::deallocMemory(void* handle) {
 int PluginHost_Memory_Impl::acquireSuite(char const*, int, char const*, void** suite) {
     *suite = nullptr;
     return kNoSuchThing;
-}
-
-void PluginHost_Memory_Impl::getFullFrameInfo(double, int frame, int& first, int& count,
-                                              int& phase) {
-    first = frame;
-    count = 1;
-    phase = 0;
 }
 
 int PluginHost_Memory_Impl::getFPS(float& framesPerSecond) {
@@ -128,8 +116,8 @@ int PluginHost_Memory_Impl::GetPoint2DValue(int index, int, TimeObject const& ti
                                             double& y) {
     Value v;
     if (const int code = read(index, time, v)) return code;
-    x = v.inPixels ? v.x / getOutputWidth() : v.x;
-    y = v.inPixels ? v.y / getOutputHeight() : v.y;
+    x = v.x;
+    y = v.y;
     return 0;
 }
 
@@ -142,28 +130,3 @@ int PluginHost_Memory_Impl::GetColorValue(int index, int, TimeObject const& time
     blue = v.z;
     return 0;
 }
-
-// ---- Maths
-
-double PluginHost_Memory_Impl::math_sqrt(double x) { return std::sqrt(x); }
-float PluginHost_Memory_Impl::math_sqrt(float x) { return std::sqrt(x); }
-double PluginHost_Memory_Impl::math_floor(double x) { return std::floor(x); }
-float PluginHost_Memory_Impl::math_floor(float x) { return std::floor(x); }
-double PluginHost_Memory_Impl::math_exp(double x) { return std::exp(x); }
-float PluginHost_Memory_Impl::math_exp(float x) { return std::exp(x); }
-double PluginHost_Memory_Impl::math_atan2(double y, double x) { return std::atan2(y, x); }
-float PluginHost_Memory_Impl::math_atan2(float y, float x) { return std::atan2(y, x); }
-double PluginHost_Memory_Impl::math_fabs(double x) { return std::fabs(x); }
-float PluginHost_Memory_Impl::math_fabs(float x) { return std::fabs(x); }
-double PluginHost_Memory_Impl::math_sin(double x) { return std::sin(x); }
-float PluginHost_Memory_Impl::math_sin(float x) { return std::sin(x); }
-double PluginHost_Memory_Impl::math_cos(double x) { return std::cos(x); }
-float PluginHost_Memory_Impl::math_cos(float x) { return std::cos(x); }
-double PluginHost_Memory_Impl::math_fmod(double x, double y) { return std::fmod(x, y); }
-float PluginHost_Memory_Impl::math_fmod(float x, float y) { return std::fmod(x, y); }
-double PluginHost_Memory_Impl::math_pow(double x, double y) { return std::pow(x, y); }
-float PluginHost_Memory_Impl::math_pow(float x, float y) { return std::pow(x, y); }
-float PluginHost_Memory_Impl::math_ceil(float x) { return std::ceil(x); }
-double PluginHost_Memory_Impl::math_ceil(double x) { return std::ceil(x); }
-float PluginHost_Memory_Impl::math_log(float x) { return std::log(x); }
-double PluginHost_Memory_Impl::math_log(double x) { return std::log(x); }

@@ -16,10 +16,9 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <string>
 #include <vector>
 
-#include "host/PluginHost_API.h"
+#include "host/PluginHost_Standard.h"
 
 /// Which family of hosts answers non-null. Pictures of the two AVX families carry no alpha.
 enum class MemoryHostFamily { kNone, kAVX1, kAVX2, kFXPLUG };
@@ -75,13 +74,12 @@ private:
     bool m_allocated = false;                  // came from allocRaster and not yet given back
 };
 
-class PluginHost_Memory_Impl : public PluginHost_API {
+class PluginHost_Memory_Impl : public PluginHost_Standard {
 public:
     /// A parameter as three numbers: a float, angle, integer, popup entry (from 0) or truth is in
     /// x; a point in x and y; a colour in x, y, z.
     struct Value {
         double x = 0, y = 0, z = 0;
-        bool inPixels = false;  ///< a point in frame pixels, divided by its size when read
     };
     /// A parameter that moves: its value at a moment.
     using Animation = std::function<Value(TimeObject const&)>;
@@ -90,19 +88,14 @@ public:
     PluginHost_Memory_Impl(RasterInfo const& input, RasterInfo const& output,
                            MemoryHostFamily family = MemoryHostFamily::kNone);
 
-    void setInput(int index, RasterInfo const& layer) { m_inputs[index] = layer; }
-    void setFamily(MemoryHostFamily family) { m_family = family; }
     /// Four characters, first one highest, as in 'PrMr'. 0 until set.
     void setApplication(long id) { m_application = id; }
     void setApplication(char const (&id)[5]);
     void setScale(double x, double y) { m_scaleX = x, m_scaleY = y; }
-    void setPixelAspect(double widthOverHeight) { m_pixelAspect = widthOverHeight; }
-    void setQualityHigh(bool high) { m_qualityHigh = high; }
     /// `frameLength` is the layer's length in host time units.
     void setTime(TimeObject const& now, int frameLength = 0);
     /// Fractions of a frame.
     void setShutter(double angle, double phase) { m_shutterAngle = angle, m_shutterPhase = phase; }
-    void setAbort(int code) { m_abort = code; }
 
     // Parameters. One that was never set answers 1 and leaves the caller's variables alone.
     void setFloat(int index, double value) { m_params[index] = constant({value}); }
@@ -113,8 +106,6 @@ public:
     void setColor(int index, double red, double green, double blue);
     /// Fractions of the image that the parameter counts in.
     void setPoint(int index, double x, double y) { m_params[index] = constant({x, y}); }
-    /// Pixels of the frame. A From Pin of a layer of another size goes in by setPoint.
-    void setPointPixels(int index, double x, double y);
     void setAnimated(int index, Animation animation) { m_params[index] = std::move(animation); }
 
     /// The `nth` allocRaster from now, counted from 1, fails: it answers null and `code`. A code of
@@ -122,7 +113,6 @@ public:
     /// same, as hosts do whose wrapper is made before the memory.
     void failAllocation(int nth, int code, bool givesRaster = false);
     MemoryHostTally const& tally() const { return *m_tally; }
-    std::string const& lastWarning() const { return m_warning; }
 
     int getOutputWidth() override;
     int getOutputHeight() override;
@@ -146,54 +136,27 @@ public:
     /// Takes over a record made with new, whose data is null or an allocMemory handle.
     PluginRaster_API* allocRaster(RasterInfo* info) override;
     int deallocRaster(PluginRaster_API* raster) override;
-    bool isQualityHigh() override { return m_qualityHigh; }
+    bool isQualityHigh() override { return true; }
     double getScaleX() override { return m_scaleX; }
     double getScaleY() override { return m_scaleY; }
-    double geAspectRatio(PluginRaster_API*) override { return m_pixelAspect; }
+    double geAspectRatio(PluginRaster_API*) override { return 1; }
     PluginHost_AE_Impl* getAEHost() override { return nullptr; }
     void* getAVX1Host() override { return ifFamily(MemoryHostFamily::kAVX1); }
     void* getAVX2Host() override { return ifFamily(MemoryHostFamily::kAVX2); }
     void* getFXPLUGHost() override { return ifFamily(MemoryHostFamily::kFXPLUG); }
-    void* getSPARKHost() override { return nullptr; }
     void getInputRasterInfo(int index, RasterInfo* info) override;
     void getOutputRasterInfo(RasterInfo* info) override { *info = m_output; }
     void getRasterInfo(PluginRaster_API* raster, RasterInfo* info) override;
-
-    double math_sqrt(double x) override;
-    float math_sqrt(float x) override;
-    double math_floor(double x) override;
-    float math_floor(float x) override;
-    double math_exp(double x) override;
-    float math_exp(float x) override;
-    double math_atan2(double y, double x) override;
-    float math_atan2(float y, float x) override;
-    double math_fabs(double x) override;
-    float math_fabs(float x) override;
-    double math_sin(double x) override;
-    float math_sin(float x) override;
-    double math_cos(double x) override;
-    float math_cos(float x) override;
-    double math_fmod(double x, double y) override;
-    float math_fmod(float x, float y) override;
-    double math_pow(double x, double y) override;
-    float math_pow(float x, float y) override;
-    float math_ceil(float x) override;
-    double math_ceil(double x) override;
-    float math_log(float x) override;
-    double math_log(double x) override;
 
     bool maintainEvenSize(PluginRaster_API*) override { return false; }
     void* allocMemory(int bytes) override;
     void* lockMemory(void* handle) override;
     void unlockMemory(void*) override {}
     void deallocMemory(void* handle) override;
-    void showWarning(char const* text) override { m_warning = text; }
+    void showWarning(char const*) override {}
     /// Nothing: the output buffer is the caller's and can't grow.
     void resetOutputOrigin(int, int, int, int) override {}
     bool hasGlobalSeqData() override { return false; }
-    int loadDLL(char const*) override { return 0; }
-    int unloadDLL() override { return 0; }
-    void* getDLL() override { return nullptr; }
     /// Layer 0's size over the scale factors, truncated.
     void getSourceLayerDimensions(int& width, int& height) override;
     int getTimeScale() override { return m_now.timeScale; }
@@ -224,8 +187,8 @@ public:
     void SetPoint2DValue(int index, int, double x, double y) override { setPoint(index, x, y); }
     void SetAngleValue(int index, int, double& degrees) override { setAngle(index, degrees); }
 
-    int progress(long, long) override { return m_abort; }
-    int doAbort() override { return m_abort; }
+    int progress(long, long) override { return 0; }
+    int doAbort() override { return 0; }
     PluginPath_API* getPathAPI() override { return m_path; }
     void setPathAPI(PluginPath_API* path) override { m_path = path; }
 
@@ -233,8 +196,6 @@ public:
     PluginRaster_API* lockTemporalRaster(double frame, bool reserved, bool swapFields) override;
     int unlockTemporalRaster(PluginRaster_API* raster) override;
     int blend(int, double, double, PluginRaster_API*, PluginRaster_API*) override { return 1; }
-    bool isFieldRendering() override { return false; }
-    void getFullFrameInfo(double time, int frame, int& first, int& count, int& phase) override;
     PluginRaster_API* checkoutLayer(int index, int time) override;
     PluginRaster_API* checkoutLayer(int index, double time, int reserved) override;
     int checkinLayer(PluginRaster_API* raster) override { return unlockTemporalRaster(raster); }
@@ -255,16 +216,13 @@ private:
     MemoryHostFamily m_family;
     std::map<int, Animation> m_params;
     std::shared_ptr<MemoryHostTally> m_tally = std::make_shared<MemoryHostTally>();
-    std::string m_warning;
     TimeObject m_now{0, 1, 1};
     int m_frameLength = 0;
     long m_application = 0;
-    double m_scaleX = 1, m_scaleY = 1, m_pixelAspect = 1;
+    double m_scaleX = 1, m_scaleY = 1;
     double m_shutterAngle = 0, m_shutterPhase = 0;
     int m_outputWidth = -1, m_outputHeight = -1;  // overrides; -1 is none
     int m_originX = 0, m_originY = 0;
-    int m_abort = 0;
-    bool m_qualityHigh = true;
     void* m_userData = nullptr;
     PluginPath_API* m_path = nullptr;
     int m_failAt = 0, m_failCode = 0;  // absolute allocation number; 0 is never

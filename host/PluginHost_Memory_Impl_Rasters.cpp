@@ -1,5 +1,8 @@
 // The memory host's images: raster objects by new and delete, clearing, copying, sizes. The
 // contract of each operation is in PluginHost_API.h and PluginHost_Memory_Impl.h.
+#include "Transform/Common/OwnedRaster.h"
+#include "Transform/Common/SaturatingCast.h"
+#include "Transform/Common/Transform_Core_Render/PixelRows.h"
 #include "host/PluginHost_Memory_Impl.h"
 
 #include <algorithm>
@@ -9,7 +12,7 @@
 #include <utility>
 
 #include "host/ChannelOrder.h"
-#include "host/Truncation.h"
+#include "params/ParamIndex.h"
 
 namespace {
 
@@ -34,14 +37,11 @@ int pixelBytesOf(QV_RasterFormat format) {
     return kBytes[convertToPixelType(format)];
 }
 
-unsigned char* rowOf(QV_RasterInfo const& info, int y) {
-    return static_cast<unsigned char*>(info.data) + static_cast<std::ptrdiff_t>(y) * info.rowBytes;
-}
-
 void clear(QV_RasterInfo const& info) {
     const auto runBytes = static_cast<std::size_t>(info.width) * info.pixelBytes;
     if (!info.data || !runBytes) return;
-    for (int y = 0; y < info.height; ++y) std::memset(rowOf(info, y), 0, runBytes);
+    for (int y = 0; y < info.height; ++y)
+        std::memset(pixelRow<unsigned char>(info, y), 0, runBytes);
 }
 
 /// Where a copy reads and writes: both corners and a size that fit into both images.
@@ -86,8 +86,8 @@ int copyPixels(QV_RasterInfo const& from, QV_RasterInfo const& to, QV_Rect const
     if (area.width <= 0 || area.height <= 0) return 0;
     const std::ptrdiff_t pixel = from.pixelBytes;
     for (int y = 0; y < area.height; ++y) {
-        std::memmove(rowOf(to, area.toY + y) + area.toX * pixel,
-                     rowOf(from, area.fromY + y) + area.fromX * pixel,
+        std::memmove(pixelRow<unsigned char>(to, area.toY + y) + area.toX * pixel,
+                     pixelRow<unsigned char>(from, area.fromY + y) + area.fromX * pixel,
                      static_cast<std::size_t>(area.width * pixel));
     }
     return 0;
@@ -116,7 +116,7 @@ PluginRaster_Memory_Impl::~PluginRaster_Memory_Impl() {
 }
 
 unsigned char* PluginRaster_Memory_Impl::pixel(int x, int y) const {
-    return rowOf(m_info, y) + static_cast<std::ptrdiff_t>(x) * m_info.pixelBytes;
+    return pixelRow<unsigned char>(m_info, y) + static_cast<std::ptrdiff_t>(x) * m_info.pixelBytes;
 }
 
 void PluginRaster_Memory_Impl::releasePixels() {
@@ -167,7 +167,7 @@ int PluginHost_Memory_Impl::fill(PluginRaster_API* raster) {
 
 int PluginHost_Memory_Impl::copyInputToOutput() {
     RasterInfo input{};
-    getInputRasterInfo(0, &input);
+    getInputRasterInfo(kParamInputLayer, &input);
     if (input.width < m_output.width || input.height < m_output.height) fillOutput();
     return copyPixels(input, m_output, nullptr, nullptr);
 }
@@ -196,7 +196,7 @@ void PluginHost_Memory_Impl::getRasterInfo(PluginRaster_API* raster, RasterInfo*
 
 void PluginHost_Memory_Impl::getSourceLayerDimensions(int& width, int& height) {
     RasterInfo input{};
-    getInputRasterInfo(0, &input);
+    getInputRasterInfo(kParamInputLayer, &input);
     width = truncatedToInt32(input.width / m_scaleX);
     height = truncatedToInt32(input.height / m_scaleY);
 }
@@ -230,7 +230,6 @@ PluginRaster_API* PluginHost_Memory_Impl::newImage(RasterFormat format, int widt
         return adopt(std::make_unique<PluginRaster_Memory_Impl>(empty));
     }
     auto raster = std::make_unique<PluginRaster_Memory_Impl>(format, width, height);
-    raster->m_info.pixelAspect = static_cast<float>(m_pixelAspect);
     raster->m_allocated = true;
     ++m_tally->pixelBuffers;
     return adopt(std::move(raster));
@@ -277,12 +276,11 @@ PluginRaster_API* PluginHost_Memory_Impl::copyOfLayer(int index) {
 }
 
 PluginRaster_API* PluginHost_Memory_Impl::lockTemporalRaster(double, bool, bool) {
-    return copyOfLayer(0);
+    return copyOfLayer(kParamInputLayer);
 }
 
 int PluginHost_Memory_Impl::unlockTemporalRaster(PluginRaster_API* raster) {
-    deallocRaster(raster);
-    delete raster;
+    const OwnedRaster goes(this, raster);
     return 0;
 }
 

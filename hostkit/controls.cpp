@@ -33,13 +33,13 @@ char const* faultOf(PF_ParamDef const& def, PF_ParamDef const& own) {
 PF_Err updateParamUi(PF_ProgPtr effectRef, A_long index, PF_ParamDef const* def) {
     return answerCall("PF Param Utils Suite 1/PF_UpdateParamUI", effectRef,
                       [&](Host::Impl& host) -> PF_Err {
-                          auto& all = host.parameters;
-                          if (!def || index < 1 || index >= static_cast<A_long>(all.size()))
+                          Parameter* const control = findParameter(host.parameters, index);
+                          if (!def || !control || index == kInputLayerIndex)
                               return PF_Err_BAD_CALLBACK_PARAM;
                           PF_ParamDef* const* const own = host.running.params;
                           if (char const* const fault = own ? faultOf(*def, *own[index]) : nullptr)
                               host.monitor.noteMistake(std::string("PF_UpdateParamUI: ") + fault);
-                          all[static_cast<std::size_t>(index)].current.ui_flags = def->ui_flags;
+                          control->current.ui_flags = def->ui_flags;
                           return PF_Err_NONE;
                       });
 }

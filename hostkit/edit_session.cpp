@@ -67,14 +67,13 @@ bool EditSession::setFrame(int number) {
 KeyTime EditSession::moment() const { return {frame().time, frame().timeBase.scale}; }
 
 Parameter& EditSession::parameterOf(int index) const {
-    std::vector<Parameter>& all = m_host.parameters();
-    if (index < 0 || index >= static_cast<int>(all.size()) ||
-        !all[static_cast<std::size_t>(index)].hasValue())
+    Parameter* const parameter = findParameter(m_host.parameters(), index);
+    if (!parameter || !parameter->hasValue())
         throw HostError(
             fmt::format("no value to edit at \"{}\", expected the index of a control "
                         "that has one",
                         index));
-    return all[static_cast<std::size_t>(index)];
+    return *parameter;
 }
 
 KeyValue EditSession::valueOf(int index) const {
@@ -154,14 +153,6 @@ bool EditSession::release(MouseEvent const& mouse) {
     }
     bool const isScale = m_click.modifiers & PF_Mod_SHIFT_KEY;
     return m_undo.record(isScale ? "Scale pins" : "Move pins", m_atClick, m_host.parameters());
-}
-
-bool EditSession::cancelDrag() {
-    if (!isDragging()) return false;
-    check(m_events.drag(m_click, true));
-    restoreStates(m_host.parameters(), m_atClick);
-    check(m_events.redraw());
-    return true;
 }
 
 void EditSession::draw() {

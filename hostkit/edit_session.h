@@ -5,9 +5,9 @@
 // Every act is one step of the undo stack: an edit "Set NAME", a whole drag "Move pins" or, with
 // Shift at the click, "Scale pins". An act that changes no value is no step and leaves no key.
 // After an edit the effect hears of a control that it supervises, and after every act it greys its
-// controls out or enables them (Parameter::isEnabled).
-// An animated parameter gets a key at the frame's moment. While a drag runs, all but drag, release
-// and cancelDrag is refused with false.
+// controls out or enables them (the ui_flags of Parameter::current).
+// An animated parameter gets a key at the frame's moment. While a drag runs, all but drag and
+// release is refused with false.
 // Errors: HostError for a parameter or value that can't be, and, with everything as before, when
 // the effect fails.
 #pragma once
@@ -29,8 +29,6 @@ public:
 
     /// Zoom and pan; to be set between events.
     Panel& panel() { return m_events.panel(); }
-    /// Called before each redraw that a mouse event leads to.
-    void onRepaint(std::function<void()> repaint) { m_events.repaint = std::move(repaint); }
 
     int frameNumber() const { return m_frameNumber; }
     bool setFrame(int number);
@@ -51,8 +49,6 @@ public:
     bool drag(MouseEvent const& mouse);
     /// Ends the drag there. True when it changed anything.
     bool release(MouseEvent const& mouse);
-    /// Ends the drag as if it had never begun. False without one.
-    bool cancelDrag();
     bool isDragging() const { return m_events.isDragging(); }
 
     /// The overlay, drawn in the current port.

@@ -4,15 +4,11 @@
 #include <algorithm>
 #include <iterator>
 
+#include "Transform/Common/SaturatingCast.h"
 #include "hostkit/error.h"
 #include "hostkit/host_impl.h"
 
 namespace zelk {
-namespace {
-
-A_short panelPixel(int value) { return static_cast<A_short>(std::clamp(value, -32768, 32767)); }
-
-}  // namespace
 
 CommandResult Host::event(PF_EventExtra& extra, FrameRequest const& frame) {
     if (frame.downsample != 1)
@@ -55,7 +51,7 @@ EventResult PanelEvents::redraw() {
 EventResult PanelEvents::mouseEvent(A_long eventType, MouseEvent const& mouse, bool isLast) {
     PF_EventExtra extra = record(eventType);
     PF_DoClickEventInfo& info = extra.u.do_click;
-    info.screen_point = {panelPixel(mouse.y), panelPixel(mouse.x)};
+    info.screen_point = {saturatingInt16(mouse.y), saturatingInt16(mouse.x)};
     info.modifiers = mouse.modifiers;
     info.num_clicks = mouse.clicks;
     info.last_time = isLast;
@@ -85,11 +81,6 @@ EventResult PanelEvents::draw() {
     PF_EventExtra extra = record(PF_Event_DRAW);
     extra.u.draw.update_rect = {-32768, -32768, 32767, 32767};
     extra.u.draw.depth = 32;
-    return run(extra);
-}
-
-EventResult PanelEvents::send(A_long eventType) {
-    PF_EventExtra extra = record(eventType);
     return run(extra);
 }
 

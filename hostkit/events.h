@@ -53,10 +53,6 @@ public:
     /// After a failure: the effect hears that the button is up, whatever it answers.
     void abandonDrag(MouseEvent const& mouse);
     EventResult draw();
-    /// repaint(), then a draw event.
-    EventResult redraw();
-    /// Any event with nothing in its record.
-    EventResult send(A_long eventType);
 
     bool isDragging() const { return m_isDragging; }
 
@@ -64,6 +60,8 @@ private:
     PF_EventExtra record(A_long eventType);
     EventResult mouseEvent(A_long eventType, MouseEvent const& mouse, bool isLast);
     EventResult run(PF_EventExtra& extra);
+    /// repaint(), then a draw event.
+    EventResult redraw();
 
     Host& m_host;
     PanelContext m_context;

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <numeric>
 
+#include "hostkit/fixed_point.h"
 #include "hostkit/host_impl.h"
 #include "hostkit/pixel_ops.h"
 #include "platform/services/Handles.h"
@@ -21,9 +22,7 @@ thread_local Host::Impl* runningHost = nullptr;
 /// in float.
 constexpr int kDirtyByte = 0x7F;
 
-PF_Fixed fractionOfFrame(double degrees) {
-    return static_cast<PF_Fixed>(std::lround(degrees / 360.0 * 65536.0));
-}
+PF_Fixed fractionOfFrame(double degrees) { return realToFixed(degrees / 360.0); }
 
 /// Six decimals are kept.
 PF_RationalScale ratioOf(double value) {
@@ -136,7 +135,8 @@ PF_ParamDef Host::Impl::parameterAt(Parameter const& parameter, Moment const& mo
     PF_ParamDef def = parameter.at(keyTimeOf(moment.time, moment.scale));
     def.uu.change_flags = 0;
     CommandScene const& scene = *running.scene;
-    if (parameter.index == 0) def.u.ld = scene.input ? *scene.input->record() : PF_LayerDef{};
+    if (parameter.index == kInputLayerIndex)
+        def.u.ld = scene.input ? *scene.input->record() : PF_LayerDef{};
     if (!effectScalesPoints(options.identity)) scalePoint(def, scene.frame.downsample);
     return def;
 }

@@ -157,7 +157,7 @@ public:
     /// Values that the effect marks as changed are taken back.
     CommandResult userChangedParam(int index, FrameRequest const& frame, World* output = nullptr);
     /// PF_Cmd_UPDATE_PARAMS_UI: the effect greys controls out or enables them, which
-    /// Parameter::isEnabled keeps.
+    /// Parameter::current keeps.
     CommandResult updateParamsUi(FrameRequest const& frame);
     /// What "AE Plugin Helper Suite" tells; 1, the selection tool, at first.
     void setCurrentTool(A_u_char tool);

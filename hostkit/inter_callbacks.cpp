@@ -6,9 +6,9 @@ namespace {
 
 PF_Err giveParameter(Host::Impl& host, A_long index, Moment const& moment, PF_ParamDef* param) {
     if (!param) return PF_Err_BAD_CALLBACK_PARAM;
-    if (index < 0 || index >= static_cast<A_long>(host.parameters.size()))
-        return PF_Err_INVALID_INDEX;
-    *param = host.parameterAt(host.parameters[static_cast<std::size_t>(index)], moment);
+    Parameter const* const asked = findParameter(host.parameters, index);
+    if (!asked) return PF_Err_INVALID_INDEX;
+    *param = host.parameterAt(*asked, moment);
     ++host.heldParameters[param];
     ++host.monitor.outstanding.parameters;
     return PF_Err_NONE;

@@ -33,9 +33,8 @@ KeyValue keyValueOfStream(PF_ParamType type, AEGP_StreamVal const& val) {
 
 /// The parameter that may vary in time at `index`; null for any other.
 Parameter* varyingParameter(Host::Impl& host, A_long index) {
-    if (index < 0 || index >= static_cast<A_long>(host.parameters.size())) return nullptr;
-    Parameter& parameter = host.parameters[static_cast<std::size_t>(index)];
-    return parameter.canVaryInTime() ? &parameter : nullptr;
+    Parameter* const parameter = findParameter(host.parameters, index);
+    return parameter && parameter->canVaryInTime() ? parameter : nullptr;
 }
 
 /// `body(host, parameter)` for the parameter of an open stream. What a track refuses is a code.

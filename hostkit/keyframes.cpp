@@ -144,11 +144,6 @@ void KeyframeTrack::setValue(std::size_t index, KeyValue const& value) {
     m_keys[index].value = value;
 }
 
-void KeyframeTrack::remove(std::size_t index) {
-    require(index < size(), fmt::format("no keyframe \"{}\", expected one of {}", index, size()));
-    m_keys.erase(m_keys.begin() + static_cast<std::ptrdiff_t>(index));
-}
-
 KeyValue KeyframeTrack::valueAt(KeyTime const& time) const {
     if (m_keys.empty()) return {};
     auto const next = placeOf(time, m_keys);

@@ -86,8 +86,6 @@ public:
     std::size_t insert(KeyTime const& time, KeyValue const& valueOfEmpty);
     /// HostError for an index out of range, or a value that is not finite.
     void setValue(std::size_t index, KeyValue const& value);
-    /// HostError for an index out of range.
-    void remove(std::size_t index);
     void clear() { m_keys.clear(); }
 
     /// The value at a moment, `time.scale` above 0; zeros for a track without keys. Logarithmic in

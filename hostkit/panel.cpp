@@ -1,21 +1,13 @@
 // Coordinates of panels, and the callbacks that lend them to effects.
 #include "hostkit/panel.h"
 
-#include <algorithm>
 #include <cmath>
 
+#include "hostkit/fixed_point.h"
 #include "hostkit/host_impl.h"
 
 namespace zelk {
 namespace {
-
-constexpr double kFixedOne = 65536.0;
-
-/// Nearest, half away from zero, within 32 bits.
-PF_Fixed toFixed(double px) {
-    return static_cast<PF_Fixed>(
-        std::clamp(std::round(px * kFixedOne), -2147483648.0, 2147483647.0));
-}
 
 using Conversion = PanelPoint (Panel::*)(PanelPoint) const;
 
@@ -28,8 +20,8 @@ PF_Err convert(char const* name, void* refcon, PF_ContextH context, PF_FixedPoin
         if (!refcon || refcon != extra->cbs.refcon || context != extra->contextH)
             return PF_Err_BAD_CALLBACK_PARAM;
         Panel const& panel = static_cast<PanelContext const*>(refcon)->panel;
-        PanelPoint const to = (panel.*conversion)({point->x / kFixedOne, point->y / kFixedOne});
-        *point = {toFixed(to.x), toFixed(to.y)};
+        PanelPoint const to = (panel.*conversion)({fixedToReal(point->x), fixedToReal(point->y)});
+        *point = {realToFixed(to.x), realToFixed(to.y)};
         return PF_Err_NONE;
     });
 }

@@ -4,27 +4,13 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cmath>
-#include <limits>
 
+#include "Transform/Common/SaturatingCast.h"
 #include "hostkit/error.h"
+#include "hostkit/fixed_point.h"
 
 namespace zelk {
 namespace {
-
-constexpr double kFixedOne = 65536.0;
-
-double fromFixed(PF_Fixed value) { return value / kFixedOne; }
-
-/// Nearest whole number, half away from zero, kept within 32 bits.
-A_long nearest(double value) {
-    constexpr double kLow = std::numeric_limits<A_long>::min();
-    constexpr double kHigh = std::numeric_limits<A_long>::max();
-    if (std::isnan(value)) return 0;
-    return static_cast<A_long>(std::clamp(std::round(value), kLow, kHigh));
-}
-
-PF_Fixed toFixed(double value) { return nearest(value * kFixedOne); }
 
 struct KindName {
     PF_ParamType type;
@@ -53,7 +39,7 @@ int keyNumbers(PF_ParamType type) {
 bool keysOnlyHold(PF_ParamType type) { return type == PF_Param_CHECKBOX || type == PF_Param_POPUP; }
 
 A_u_char channel(double value) {
-    return static_cast<A_u_char>(std::clamp<A_long>(nearest(value), 0, 255));
+    return static_cast<A_u_char>(std::clamp<A_long>(roundedToInt32(value), 0, 255));
 }
 
 constexpr KindName kKindNames[] = {
@@ -77,6 +63,19 @@ Parameter::Parameter(int place, PF_ParamDef const& def)
       registered(def),
       current(def),
       m_track(std::max(keyNumbers(def.param_type), 1), keysOnlyHold(def.param_type)) {}
+
+Parameter* findParameter(std::vector<Parameter>& parameters, A_long index) {
+    bool const isThere = index >= 0 && static_cast<std::size_t>(index) < parameters.size();
+    return isThere ? &parameters[static_cast<std::size_t>(index)] : nullptr;
+}
+
+Parameter& parameterIn(std::vector<Parameter>& parameters, A_long index) {
+    return parameters.at(static_cast<std::size_t>(index));
+}
+
+Parameter const& parameterIn(std::vector<Parameter> const& parameters, A_long index) {
+    return parameters.at(static_cast<std::size_t>(index));
+}
 
 bool Parameter::canVaryInTime() const {
     return keyNumbers(type()) > 0 && !(registered.flags & PF_ParamFlag_CANNOT_TIME_VARY);
@@ -125,9 +124,9 @@ ValueRange validRange(Parameter const& parameter) {
         case PF_Param_SLIDER:
             return {double(u.sd.valid_min), double(u.sd.valid_max)};
         case PF_Param_FIX_SLIDER:
-            return {fromFixed(u.fd.valid_min), fromFixed(u.fd.valid_max)};
+            return {fixedToReal(u.fd.valid_min), fixedToReal(u.fd.valid_max)};
         case PF_Param_ANGLE:
-            return {fromFixed(u.ad.valid_min), fromFixed(u.ad.valid_max)};
+            return {fixedToReal(u.ad.valid_min), fixedToReal(u.ad.valid_max)};
         case PF_Param_CHECKBOX:
             return {0, 1};
         case PF_Param_POPUP:
@@ -145,7 +144,7 @@ ValueRange sliderRange(Parameter const& parameter) {
         case PF_Param_SLIDER:
             return {double(u.sd.slider_min), double(u.sd.slider_max)};
         case PF_Param_FIX_SLIDER:
-            return {fromFixed(u.fd.slider_min), fromFixed(u.fd.slider_max)};
+            return {fixedToReal(u.fd.slider_min), fixedToReal(u.fd.slider_max)};
         case PF_Param_FLOAT_SLIDER:
             return {u.fs_d.slider_min, u.fs_d.slider_max};
         default:
@@ -158,9 +157,9 @@ double numberOf(PF_ParamDef const& def) {
         case PF_Param_SLIDER:
             return def.u.sd.value;
         case PF_Param_FIX_SLIDER:
-            return fromFixed(def.u.fd.value);
+            return fixedToReal(def.u.fd.value);
         case PF_Param_ANGLE:
-            return fromFixed(def.u.ad.value);
+            return fixedToReal(def.u.ad.value);
         case PF_Param_CHECKBOX:
             return def.u.bd.value != 0 ? 1 : 0;
         case PF_Param_POPUP:
@@ -177,9 +176,9 @@ double defaultNumberOf(PF_ParamDef const& def) {
         case PF_Param_SLIDER:
             return def.u.sd.dephault;
         case PF_Param_FIX_SLIDER:
-            return fromFixed(def.u.fd.dephault);
+            return fixedToReal(def.u.fd.dephault);
         case PF_Param_ANGLE:
-            return fromFixed(def.u.ad.dephault);
+            return fixedToReal(def.u.ad.dephault);
         case PF_Param_CHECKBOX:
             return def.u.bd.dephault != 0 ? 1 : 0;
         case PF_Param_POPUP:
@@ -194,19 +193,19 @@ double defaultNumberOf(PF_ParamDef const& def) {
 void setNumber(PF_ParamDef& def, double value) {
     switch (def.param_type) {
         case PF_Param_SLIDER:
-            def.u.sd.value = nearest(value);
+            def.u.sd.value = roundedToInt32(value);
             break;
         case PF_Param_FIX_SLIDER:
-            def.u.fd.value = toFixed(value);
+            def.u.fd.value = realToFixed(value);
             break;
         case PF_Param_ANGLE:
-            def.u.ad.value = toFixed(value);
+            def.u.ad.value = realToFixed(value);
             break;
         case PF_Param_CHECKBOX:
             def.u.bd.value = value != 0 ? 1 : 0;
             break;
         case PF_Param_POPUP:
-            def.u.pd.value = nearest(value);
+            def.u.pd.value = roundedToInt32(value);
             break;
         case PF_Param_FLOAT_SLIDER:
             def.u.fs_d.value = value;
@@ -217,15 +216,15 @@ void setNumber(PF_ParamDef& def, double value) {
 }
 
 void setPoint(PF_ParamDef& def, double xPx, double yPx) {
-    def.u.td.x_value = toFixed(xPx);
-    def.u.td.y_value = toFixed(yPx);
+    def.u.td.x_value = realToFixed(xPx);
+    def.u.td.y_value = realToFixed(yPx);
 }
 
 void setColor(PF_ParamDef& def, PF_Pixel color) { def.u.cd.value = color; }
 
 KeyValue keyValueOf(PF_ParamDef const& def) {
     if (def.param_type == PF_Param_POINT)
-        return {fromFixed(def.u.td.x_value), fromFixed(def.u.td.y_value)};
+        return {fixedToReal(def.u.td.x_value), fixedToReal(def.u.td.y_value)};
     if (def.param_type == PF_Param_COLOR) {
         PF_Pixel const& color = def.u.cd.value;
         return {double(color.alpha), double(color.red), double(color.green), double(color.blue)};
@@ -245,8 +244,8 @@ void setKeyValue(PF_ParamDef& def, KeyValue const& value) {
 void resetToDefault(PF_ParamDef& def, int layerWidthPx, int layerHeightPx) {
     switch (def.param_type) {
         case PF_Param_POINT:
-            setPoint(def, fromFixed(def.u.td.x_dephault) * layerWidthPx / 100.0,
-                     fromFixed(def.u.td.y_dephault) * layerHeightPx / 100.0);
+            setPoint(def, fixedToReal(def.u.td.x_dephault) * layerWidthPx / 100.0,
+                     fixedToReal(def.u.td.y_dephault) * layerHeightPx / 100.0);
             break;
         case PF_Param_COLOR:
             def.u.cd.value = def.u.cd.dephault;
@@ -259,8 +258,8 @@ void resetToDefault(PF_ParamDef& def, int layerWidthPx, int layerHeightPx) {
 
 void scalePoint(PF_ParamDef& def, int downsample) {
     if (def.param_type != PF_Param_POINT || downsample == 1) return;
-    setPoint(def, fromFixed(def.u.td.x_value) / downsample,
-             fromFixed(def.u.td.y_value) / downsample);
+    setPoint(def, fixedToReal(def.u.td.x_value) / downsample,
+             fixedToReal(def.u.td.y_value) / downsample);
 }
 
 }  // namespace zelk

@@ -14,14 +14,17 @@
 
 namespace zelk {
 
+/// Of the layer that an effect is applied to; the host's own.
+constexpr A_long kInputLayerIndex = 0;
+
 /// One parameter. `registered` is the effect's record as it came with add_param, its text pointers
 /// leading to copies that live as long as the host; `current` is the same record with the user's
-/// value, which counts while the track has no keys. Points hold percentages until the host's
-/// resetParameters has told the layer's size.
+/// value and the ui_flags that the effect told last, which counts while the track has no keys.
+/// Points hold percentages until the host's resetParameters has told the layer's size.
 struct Parameter {
     Parameter(int place, PF_ParamDef const& def);
 
-    int index = 0;  ///< 0 is the input layer
+    int index = 0;
     PF_ParamDef registered{};
     PF_ParamDef current{};
     std::vector<std::string> choices;  ///< entries of a popup, separators included
@@ -30,8 +33,6 @@ struct Parameter {
     PF_ParamType type() const { return registered.param_type; }
     A_long diskId() const { return registered.uu.id; }
     std::string_view displayName() const { return registered.name; }
-    /// Not greyed out, as the effect told it last: `current` keeps the ui_flags.
-    bool isEnabled() const { return !(current.ui_flags & PF_PUI_DISABLED); }
     bool hasValue() const;  ///< false for the layer, group marks and kinds without data
     /// May have keyframes: its value is made of numbers and the effect did not forbid it.
     bool canVaryInTime() const;
@@ -46,6 +47,12 @@ struct Parameter {
 private:
     KeyframeTrack m_track;
 };
+
+/// The parameter at an index that someone named; null for one that isn't there.
+Parameter* findParameter(std::vector<Parameter>& parameters, A_long index);
+/// The parameter at an index that is known to be there; std::out_of_range otherwise.
+Parameter& parameterIn(std::vector<Parameter>& parameters, A_long index);
+Parameter const& parameterIn(std::vector<Parameter> const& parameters, A_long index);
 
 /// A range in users' units.
 struct ValueRange {

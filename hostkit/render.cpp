@@ -37,7 +37,7 @@ PF_Err checkoutLayer(PF_ProgPtr effectRef, A_long index, A_long id, PF_RenderReq
     return answerCall("checkout_layer", effectRef, [&](Host::Impl& host) -> PF_Err {
         SmartScene* const smart = smartScene(host);
         if (!smart || !request || !result) return PF_Err_BAD_CALLBACK_PARAM;
-        if (index != 0) return PF_Err_INVALID_INDEX;
+        if (index != kInputLayerIndex) return PF_Err_INVALID_INDEX;
         if (!smart->agreed.emplace(id, *request).second) {
             host.monitor.noteMistake("checkout_layer: an identifier used twice");
             return PF_Err_BAD_CALLBACK_PARAM;

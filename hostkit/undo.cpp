@@ -15,7 +15,7 @@ std::vector<ParameterState> statesOf(std::vector<Parameter> const& parameters) {
 
 void restoreStates(std::vector<Parameter>& parameters, std::vector<ParameterState> const& states) {
     for (ParameterState const& state : states) {
-        Parameter& parameter = parameters.at(static_cast<std::size_t>(state.index));
+        Parameter& parameter = parameterIn(parameters, state.index);
         setKeyValue(parameter.current, state.value);
         if (parameter.canVaryInTime()) parameter.editTrack() = state.track;
     }
@@ -47,11 +47,6 @@ bool UndoStack::redo(std::vector<Parameter>& parameters) {
     if (m_done == m_steps.size()) return false;
     restoreStates(parameters, m_steps[m_done++].after);
     return true;
-}
-
-void UndoStack::clear() {
-    m_steps.clear();
-    m_done = 0;
 }
 
 }  // namespace zelk

@@ -41,7 +41,6 @@ public:
     std::string_view redoName() const {
         return m_done < m_steps.size() ? std::string_view(m_steps[m_done].name) : "";
     }
-    void clear();
 
 private:
     struct Step {

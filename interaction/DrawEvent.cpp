@@ -95,10 +95,10 @@ PF_Err DrawEvent(PF_InData* in_data, PF_OutData*, PF_ParamDef** params, PF_Layer
     color2 = portColor(controls.GetPFColor(kParamToWireframeColor));
     extra->evt_out_flags = PF_EO_NONE;
     setPortColors(color);
-    if (isHidden(controls.GetMenuValue(kParamWireframe))) return PF_Err_NONE;
+    if (isHidden(entryOfHost(controls.GetMenuValue(kParamWireframe)))) return PF_Err_NONE;
 
     const PanelQuad from = panelQuad(*in_data, params, kFromPins, *extra);
-    const int mode = controls.GetMenuValue(kParamOverlayMode);
+    const int mode = entryOfHost(controls.GetMenuValue(kParamOverlayMode));
     if (showsFromPins(mode)) drawQuad(from, kFromLabels, color);
     setPortColors(color2);
     const PanelQuad to = panelQuad(*in_data, params, kToPins, *extra);

@@ -116,7 +116,8 @@ PF_Err click(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef** params, PF_
     if (!current_tool_is_pointer(in_data, out_data)) return PF_Err_NONE;
     g_isDragging = g_isScale = false;
     const LayerPixel mouse = mousePosition(*in_data, *extra);
-    const int mode = QVS::ParameterDef(in_data, params).GetMenuValue(kParamOverlayMode);
+    const int mode =
+        entryOfHost(QVS::ParameterDef(in_data, params).GetMenuValue(kParamOverlayMode));
     PinIndices const* const picked = pickedPins(mouse, mode, params);
     if (!picked) return PF_Err_NONE;
 

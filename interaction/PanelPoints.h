@@ -4,9 +4,10 @@
 // Order of corners here: upper left, lower left, upper right, lower right.
 #pragma once
 
-#include <algorithm>
 #include <array>
 
+#include "Transform/Common/PopupEntries.h"
+#include "Transform/Common/SaturatingCast.h"
 #include "params/ParamIndex.h"
 #include "platform/effect_api/effect_events.h"
 
@@ -17,10 +18,7 @@ constexpr PinIndices kToPins = {kParamToUpperLeft, kParamToLowerLeft, kParamToUp
 constexpr PinIndices kFromPins = {kParamFromUpperLeft, kParamFromLowerLeft, kParamFromUpperRight,
                                   kParamFromLowerRight};
 
-/// Entries of the popups, from 1.
-enum OverlayMode : int { kShowFromPins = 1, kShowToPins, kShowBothPins };
-enum WireframeMode : int { kWireframeAlwaysOff = 1, kWireframeAlwaysOn, kWireframeOn };
-
+/// `mode` is an OverlayModeEntry.
 constexpr bool showsFromPins(int mode) { return mode == kShowFromPins || mode == kShowBothPins; }
 constexpr bool showsToPins(int mode) { return mode == kShowToPins || mode == kShowBothPins; }
 
@@ -28,7 +26,7 @@ constexpr bool showsToPins(int mode) { return mode == kShowToPins || mode == kSh
 constexpr int wholePart(PF_Fixed fixed) { return fixed >> 16; }
 
 /// A whole number as 16.16; beyond its 16 bits, the nearest that it has.
-constexpr PF_Fixed fixedOfWhole(int whole) { return std::clamp(whole, -32768, 32767) * 65536; }
+constexpr PF_Fixed fixedOfWhole(int whole) { return saturatingInt16(whole) * 65536; }
 
 /// Moves by whole pixels and keeps the fraction; the whole part stays within 16 bits.
 constexpr PF_Fixed movedBy(PF_Fixed fixed, int pixels) {

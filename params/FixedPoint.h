@@ -1,6 +1,10 @@
-// The host's 16.16 numbers: a signed 32-bit word in units of 1/65536.
+// The host's 16.16 numbers, signed 32-bit words in units of 1/65536, and its ratios.
 #pragma once
 
+#include <cstdint>
+#include <limits>
+
+#include "Transform/Common/SaturatingCast.h"
 #include "platform/effect_api/effect_types.h"
 
 namespace QVS {
@@ -10,11 +14,10 @@ constexpr double kFixedUnit = 1.0 / 65536.0;  ///< exact in binary
 /// Exact.
 constexpr double fixedToDouble(PF_Fixed fixed) { return fixed * kFixedUnit; }
 
-/// Truncates toward zero; beyond the word's range, the range's nearest end.
+/// Truncates toward zero; beyond the word's range, the range's nearest end, and the lower end for
+/// what is no number.
 constexpr PF_Fixed truncateToWord(double units) {
-    if (!(units > -2147483648.0)) return -2147483647 - 1;
-    if (units >= 2147483647.0) return 2147483647;
-    return static_cast<PF_Fixed>(units);
+    return truncatedToInt32(units, std::numeric_limits<std::int32_t>::min());
 }
 
 /// Rounds half away from zero.
@@ -24,5 +27,9 @@ constexpr PF_Fixed doubleToFixed(double value) {
 
 /// Truncates toward zero.
 constexpr PF_Fixed truncateToFixed(double value) { return truncateToWord(value * 65536.0); }
+
+constexpr double ratio(PF_RationalScale const& scale) {
+    return static_cast<double>(scale.num) / static_cast<double>(scale.den);
+}
 
 }  // namespace QVS

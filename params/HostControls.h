@@ -10,7 +10,7 @@ class PluginHost_API;
 PF_Err AddMBlurPopup(PluginHost_API* host);
 PF_Err AddUseHostCameraParam(PluginHost_API* host);
 
-/// 0 Off, 1 On, 2 Comp Settings; 0 without an After Effects side.
+/// A MotionBlurEntry; Off without an After Effects side.
 int GetMBlurValue(PluginHost_API* host);
 
 /// Always false, whatever a stored project holds: the control is hidden and disabled, and no

@@ -2,7 +2,6 @@
 // value; but for float sliders that is a 32-bit word.
 #include "params/ParameterDef.h"
 
-#include <algorithm>
 #include <cstring>
 
 #include "params/FixedPoint.h"
@@ -21,10 +20,6 @@ A_long valueWord(PF_ParamDef const& def) {
 void setValueWord(PF_ParamDef& def, A_long word) { std::memcpy(&def.u, &word, sizeof word); }
 
 void markChanged(PF_ParamDef& def) { def.uu.change_flags = PF_ChangeFlag_CHANGED_VALUE; }
-
-double ratio(PF_RationalScale const& scale) {
-    return static_cast<double>(scale.num) / static_cast<double>(scale.den);
-}
 
 A_short displayFlags(bool pixel, bool percent) {
     return static_cast<A_short>((percent ? PF_ValueDisplayFlag_PERCENT : 0) |
@@ -142,12 +137,6 @@ void ParameterDef::SetFloatValue(PF_ParamDef* def, double value, bool isFixed) c
 
 // Adds.
 
-struct ParameterDef::SliderNumbers {
-    float min, max, sliderMin, sliderMax, defaultValue;
-    int precision;
-    A_short displayFlags;
-};
-
 PF_ParamDef ParameterDef::newRecord(PF_ParamType type, char const* name, int id) const {
     PF_ParamDef def;
     std::memset(&def, 0, sizeof def);
@@ -168,34 +157,20 @@ PF_Err ParameterDef::append(PF_ParamDef& def) {
     return 0;
 }
 
-PF_Err ParameterDef::appendFixedSlider(char const* name, SliderNumbers const& numbers, int id,
-                                       PF_Fixed (*toFixed)(double)) {
+PF_Err ParameterDef::appendFixedSlider(char const* name, SliderNumbers const& numbers,
+                                       A_short display, int id, PF_Fixed (*toFixed)(double)) {
     PF_ParamDef def = newRecord(PF_Param_FIX_SLIDER, name, id);
-    PF_FixedSliderDef& slider = def.u.fd;
-    slider.valid_min = toFixed(numbers.min);
-    slider.valid_max = toFixed(numbers.max);
-    slider.slider_min = toFixed(numbers.sliderMin);
-    slider.slider_max = toFixed(numbers.sliderMax);
-    slider.value = slider.dephault = toFixed(numbers.defaultValue);
-    slider.precision = static_cast<A_short>(numbers.precision);
-    slider.display_flags = numbers.displayFlags;
+    fillFixedSlider(def.u.fd, numbers, toFixed);
+    def.u.fd.display_flags = display;
     return append(def);
 }
 
-PF_Err ParameterDef::appendFloatSlider(char const* name, SliderNumbers const& numbers, int id,
-                                       PF_Fixed (*toFixed)(double)) {
-    if (!storesDouble(false)) return appendFixedSlider(name, numbers, id, toFixed);
+PF_Err ParameterDef::appendFloatSlider(char const* name, SliderNumbers const& numbers,
+                                       A_short display, int id, PF_Fixed (*toFixed)(double)) {
+    if (!storesDouble(false)) return appendFixedSlider(name, numbers, display, id, toFixed);
     PF_ParamDef def = newRecord(PF_Param_FLOAT_SLIDER, name, id);
-    PF_FloatSliderDef& slider = def.u.fs_d;
-    slider.valid_min = numbers.min;
-    slider.valid_max = numbers.max;
-    slider.slider_min = numbers.sliderMin;
-    slider.slider_max = numbers.sliderMax;
-    slider.value = numbers.defaultValue;
-    slider.dephault = numbers.defaultValue;
-    slider.precision = static_cast<A_short>(numbers.precision);
-    slider.display_flags = numbers.displayFlags;
-    slider.curve_tolerance = 0.05f;
+    fillFloatSlider(def.u.fs_d, numbers);
+    def.u.fs_d.display_flags = display;
     return append(def);
 }
 
@@ -203,8 +178,8 @@ PF_Err ParameterDef::AddFixedSlider(char const* name, float min, float max, floa
                                     float defaultValue, int id, int precision, bool pixel,
                                     bool percent) {
     return appendFixedSlider(
-        name, {min, max, min, sliderMax, defaultValue, precision, displayFlags(pixel, percent)}, id,
-        truncateToFixed);
+        name, {min, max, min, sliderMax, defaultValue, static_cast<A_short>(precision)},
+        displayFlags(pixel, percent), id, truncateToFixed);
 }
 
 PF_Err ParameterDef::AddIntSlider(char const* name, int min, int max, int sliderMax,
@@ -229,32 +204,25 @@ PF_Err ParameterDef::AddCheckbox(char const* name, char const* label, bool defau
 PF_Err ParameterDef::AddPopup(char const* name, int entryCount, int defaultValue,
                               char const* entries, int id) {
     PF_ParamDef def = newRecord(PF_Param_POPUP, name, id);
-    PF_PopupDef& popup = def.u.pd;
-    popup.value = defaultValue;
-    popup.dephault = static_cast<A_short>(defaultValue);
-    popup.num_choices = static_cast<A_short>(entryCount);
-    popup.u.namesptr = entries;
+    fillPopup(def.u.pd, entryCount, defaultValue, entries);
     return append(def);
 }
 
 PF_Err ParameterDef::AddPopup(char const* name, int defaultValue, char const* entries, int id) {
-    const auto separators = std::count(entries, entries + std::strlen(entries), '|');
-    return AddPopup(name, static_cast<int>(separators) + 1, defaultValue, entries, id);
+    return AddPopup(name, popupEntryCount(entries), defaultValue, entries, id);
 }
 
 PF_Err ParameterDef::AddPoint(char const* name, float x, float y, bool restrictBounds, int id) {
     PF_ParamDef def = newRecord(PF_Param_POINT, name, id);
-    PF_PointDef& point = def.u.td;
-    point.x_value = point.x_dephault = doubleToFixed(x);
-    point.y_value = point.y_dephault = doubleToFixed(y);
-    point.restrict_bounds = restrictBounds ? 1 : 0;
+    fillPoint(def.u.td, x, y);
+    def.u.td.restrict_bounds = restrictBounds ? 1 : 0;
     return append(def);
 }
 
 PF_Err ParameterDef::AddColor(char const* name, PixelARGB<unsigned char> const& color, int id,
                               int uiWidth, int uiHeight) {
     PF_ParamDef def = newRecord(PF_Param_COLOR, name, id);
-    def.u.cd.value = def.u.cd.dephault = PF_Pixel{255, color.red, color.green, color.blue};
+    fillColor(def.u.cd, {255, color.red, color.green, color.blue});
     if (uiWidth != -1) def.ui_width = static_cast<A_short>(uiWidth);
     if (uiHeight != -1) def.ui_height = static_cast<A_short>(uiHeight);
     return append(def);
@@ -293,9 +261,8 @@ PF_Err ParameterDef::AddFloatSliderEx(char const* name, float min, float max, fl
                                       float sliderMax, float defaultValue, int id, int precision,
                                       bool pixel, bool percent) {
     return appendFloatSlider(
-        name,
-        {min, max, sliderMin, sliderMax, defaultValue, precision, displayFlags(pixel, percent)}, id,
-        truncateToFixed);
+        name, {min, max, sliderMin, sliderMax, defaultValue, static_cast<A_short>(precision)},
+        displayFlags(pixel, percent), id, truncateToFixed);
 }
 
 PF_Err ParameterDef::AddFloatSlider(char const* name, float min, float max, float sliderMax,
@@ -309,8 +276,8 @@ PF_Err ParameterDef::AddFloatSliderOld(char const* name, float min, float max, f
                                        float defaultValue, int id, int precision, bool pixel,
                                        bool percent) {
     return appendFloatSlider(
-        name, {min, max, min, sliderMax, defaultValue, precision, displayFlags(pixel, percent)}, id,
-        doubleToFixed);
+        name, {min, max, min, sliderMax, defaultValue, static_cast<A_short>(precision)},
+        displayFlags(pixel, percent), id, doubleToFixed);
 }
 
 PF_Err ParameterDef::AddArbitraryParam(char const* name, int id, int dataKind, char** defaultData,

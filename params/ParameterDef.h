@@ -6,6 +6,7 @@
 // count from 1. Points are layer pixels. Built on the stack where it is needed; it owns nothing.
 #pragma once
 
+#include "params/ControlRecords.h"
 #include "params/ParameterTypes.h"
 #include "platform/effect_api/effect_commands.h"
 
@@ -91,15 +92,13 @@ public:
     A_long count = 0;  ///< parameters added by this object
 
 private:
-    struct SliderNumbers;
-
     bool storesDouble(bool isFixed) const;
     PF_ParamDef newRecord(PF_ParamType type, char const* name, int id) const;
     PF_Err append(PF_ParamDef& def);
-    PF_Err appendFixedSlider(char const* name, SliderNumbers const& numbers, int id,
-                             PF_Fixed (*toFixed)(double));
-    PF_Err appendFloatSlider(char const* name, SliderNumbers const& numbers, int id,
-                             PF_Fixed (*toFixed)(double));
+    PF_Err appendFixedSlider(char const* name, SliderNumbers const& numbers, A_short display,
+                             int id, PF_Fixed (*toFixed)(double));
+    PF_Err appendFloatSlider(char const* name, SliderNumbers const& numbers, A_short display,
+                             int id, PF_Fixed (*toFixed)(double));
 };
 
 }  // namespace QVS

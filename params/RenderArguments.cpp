@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "Transform/Common/PopupEntries.h"
 #include "host/PluginHost_AE_Impl.h"
 #include "params/ParamIndex.h"
 #include "params/ParameterDef.h"
@@ -34,9 +35,7 @@ int ParamsRetrieveValues(PluginHost_API* host, RenderArguments* arguments) {
     PluginHost_AE_Impl* ae = host->getAEHost();
     if (!ae) return 0;
     const QVS::ParameterDef parameters(ae->in_data, ae->params);
-    auto const entry = [&](int index) {
-        return static_cast<int>(std::int64_t{parameters.GetMenuValue(index)} - 1);
-    };
+    auto const entry = [&](int index) { return entryOfHost(parameters.GetMenuValue(index)); };
     auto const number = [&](int index) { return parameters.GetFloatValue(index, true); };
 
     RenderArguments& a = *arguments;

@@ -2,9 +2,9 @@
 // that the pipeline touches no parameter structure of the host afterwards.
 //
 // Units: pins are fractions of the frame that getOutputWidth() and getOutputHeight() report, y
-// down; offsets, translation, angles and opacities stay in their users' units; popups count from
-// 0; colours run from 0 to 1. Arrays of eight hold x, y of upper left, upper right, lower left,
-// lower right. The values are those of one moment, the host call's.
+// down; offsets, translation, angles and opacities stay in their users' units; popups are entries
+// of PopupEntries.h; colours run from 0 to 1. Arrays of eight hold x, y of upper left, upper right,
+// lower left, lower right. The values are those of one moment, the host call's.
 #pragma once
 
 #include <cstdint>
@@ -13,9 +13,9 @@ class PluginHost_API;
 
 /// Plain data of the caller.
 struct RenderArguments {
-    std::int32_t mochaImport;  ///< 0 nothing, 1 load To Pins, 2 load From Pins
-    std::int32_t viewMode;     ///< 0 Original, 1 From Pins, 2 To Pins, 3 Both Pins
-    std::int32_t overlayMode;  ///< 0 From Pins, 1 To Pins, 2 both
+    std::int32_t mochaImport;  ///< MochaImportEntry
+    std::int32_t viewMode;     ///< ViewModeEntry
+    std::int32_t overlayMode;  ///< OverlayModeEntry
     std::uint8_t cropToPins;   ///< 0 or 1
     double toPins[8];          ///< fractions of the frame
     double toOffsets[8];       ///< hundredths of the frame
@@ -26,17 +26,17 @@ struct RenderArguments {
     double translateX, translateY;
     double scaleX, scaleY;       ///< 1 for no scaling
     double rotate;               ///< degrees
-    std::int32_t quality;        ///< 0 Low, 1 Medium, 2 High, 3 Super Sample
+    std::int32_t quality;        ///< QualityEntry
     double superSampleSoftness;  ///< 0 to 5
     double superSampleEdge;      ///< 0 to 12
     std::int32_t growBounds;     ///< pixels
-    std::int32_t wireframe;      ///< 0 Always Off, 1 Always On, 2 On
+    std::int32_t wireframe;      ///< WireframeEntry
     double shutterAngle;         ///< degrees
     double shutterPhase;         ///< degrees
     double samples;              ///< of motion blur; may carry a fraction
     double sourceOpacity;        ///< 0 to 100
     double cornerPinOpacity;     ///< 0 to 100
-    std::int32_t transferMode;   ///< position in the popup, separators counted
+    std::int32_t transferMode;   ///< position in TransferMenu.h, separators counted
 };
 
 /// Fills `arguments` from the parameter array of an After Effects host object. 1 when the record
@@ -49,5 +49,5 @@ int ParamsRetrieveValues(PluginHost_API* host, RenderArguments* arguments);
 /// being left as it was.
 int ParamsRetrieveValuesFromHost(PluginHost_API* host, RenderArguments* arguments);
 
-/// The Motion Blur popup in the same way: 0 Off, 1 On, 2 Comp Settings.
+/// The Motion Blur popup, a MotionBlurEntry, in the same way.
 int MotionBlurFromHost(PluginHost_API* host, std::int32_t* choice);

@@ -1,9 +1,10 @@
 // The import's corner arrays and the table of greyed controls; see update_ecw.h.
 #include "params/update_ecw.h"
 
+#include "Transform/Common/PopupEntries.h"
 #include "host/PluginHost_AE_Impl.h"
 #include "host/SuiteAccess.h"
-#include "interaction/PanelPoints.h"
+#include "params/DiskId.h"
 #include "params/ParamIndex.h"
 #include "tracking/AEMochaLoader.h"
 #include "tracking/LoadMochaFile.h"
@@ -26,21 +27,29 @@ void releaseParamUtils(PF_InData* in_data, PF_OutData* out_data) {
 /// A file's corner sections, in its order, and the pins that they go to: the second section is the
 /// upper right pin's, the third the lower left's.
 struct ImportTarget {
+    constexpr ImportTarget(ParamIndex upperLeft, ParamIndex upperRight, ParamIndex lowerLeft,
+                           ParamIndex lowerRight)
+        : paramIndices{upperLeft, upperRight, lowerLeft, lowerRight},
+          diskIds{diskIdOf(upperLeft), diskIdOf(upperRight), diskIdOf(lowerLeft),
+                  diskIdOf(lowerRight)} {}
+
     int paramIndices[4];
     int diskIds[4];
 };
-constexpr ImportTarget kImportTargets[] = {
-    {{kParamToUpperLeft, kParamToUpperRight, kParamToLowerLeft, kParamToLowerRight},
-     {1024, 1026, 1025, 1027}},
-    {{kParamFromUpperLeft, kParamFromUpperRight, kParamFromLowerLeft, kParamFromLowerRight},
-     {103, 105, 104, 106}},
-};
+constexpr ImportTarget kToTarget = {kParamToUpperLeft, kParamToUpperRight, kParamToLowerLeft,
+                                    kParamToLowerRight};
+constexpr ImportTarget kFromTarget = {kParamFromUpperLeft, kParamFromUpperRight,
+                                      kParamFromLowerLeft, kParamFromLowerRight};
+
+std::int32_t entryAt(PF_ParamDef* const* params, ParamIndex popup) {
+    return entryOfHost(params[popup]->u.pd.value);
+}
 
 /// The popup's record goes back to "...", and the host is told to take and show it.
 void resetImportPopup(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef& popup) {
     PF_ParamUtilsSuite1 const* const suite = acquireParamUtils(in_data, out_data);
     if (!suite) return;
-    popup.u.pd.value = 1;
+    popup.u.pd.value = hostEntry(kImportNothing);
     const PF_ParamDef copy = popup;
     popup.uu.change_flags |= PF_ChangeFlag_CHANGED_VALUE;
     suite->PF_UpdateParamUI(in_data->effect_ref, kParamMochaImport, &copy);
@@ -53,17 +62,14 @@ void importTracking(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef** para
     if (in_data->appl_id == kAppPremierePro) return;
     PluginHost_AE_Impl host(in_data, out_data, params, output);
     AEMochaLoader loader(&host);
-    const int entry = params[kParamMochaImport]->u.pd.value - 1;  // 0 is "..."
-    if (entry != 1 && entry != 2) return;
-    ImportTarget target = kImportTargets[entry - 1];
+    const std::int32_t entry = entryAt(params, kParamMochaImport);
+    if (entry != kImportToPins && entry != kImportFromPins) return;
+    ImportTarget target = entry == kImportToPins ? kToTarget : kFromTarget;
     LoadMochaFile(&host, target.paramIndices, target.diskIds, &loader);
     resetImportPopup(in_data, out_data, *params[kParamMochaImport]);
 }
 
 // ---- Greyed controls
-
-/// Entries of popups, from 1.
-constexpr A_long kTransferNone = 1, kMotionBlurOff = 1, kMotionBlurOn = 2, kSuperSample = 4;
 
 class ControlStates {
 public:
@@ -87,7 +93,7 @@ private:
 
 /// The popups that decide, as they were before the suite was asked for.
 struct DecidingValues {
-    A_long transferMode, overlayMode, motionBlur;
+    std::int32_t transferMode, overlayMode, motionBlur;
 };
 
 void showControls(PF_InData* in_data, PF_ParamDef** params, DecidingValues const& values,
@@ -103,15 +109,15 @@ void showControls(PF_InData* in_data, PF_ParamDef** params, DecidingValues const
     controls.setAll(kParamFromPinsGroup, kParamFromWireframeColor,
                     values.overlayMode == kShowToPins);
     controls.setAll(kParamToPinsGroup, kParamToWireframeColor, values.overlayMode == kShowFromPins);
-    const bool isSoftnessGrey = params[kParamQuality]->u.pd.value != kSuperSample;
+    const bool isSoftnessGrey = entryAt(params, kParamQuality) != kQualitySuperSample;
     controls.set(kParamSuperSampleSoftness, isSoftnessGrey);
     controls.set(kParamSuperSampleEdge, isSoftnessGrey);
 }
 
 void updateControls(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef** params) {
-    const DecidingValues values = {params[kParamTransferMode]->u.pd.value,
-                                   params[kParamOverlayMode]->u.pd.value,
-                                   params[kParamMotionBlur]->u.pd.value};
+    const DecidingValues values = {entryAt(params, kParamTransferMode),
+                                   entryAt(params, kParamOverlayMode),
+                                   entryAt(params, kParamMotionBlur)};
     if (PF_ParamUtilsSuite1 const* const suite = acquireParamUtils(in_data, out_data)) {
         showControls(in_data, params, values, {in_data, params, suite});
         out_data->out_flags |= PF_OutFlag_REFRESH_UI;

@@ -1,9 +1,9 @@
 // One suite handler a call, and what is had given back by it; see AEMochaLoader.h.
 #include "tracking/AEMochaLoader.h"
 
+#include "Transform/Common/SaturatingCast.h"
 #include "host/AEGP_SuiteHandler.h"
 #include "host/PluginHost_AE_Impl.h"
-#include "host/Truncation.h"
 
 namespace {
 

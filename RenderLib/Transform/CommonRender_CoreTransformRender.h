@@ -2,6 +2,7 @@
 // translation unit of its own that names types and computes nothing.
 #pragma once
 
+#include "Transform/Common/PixelTraits.h"
 #include "Transform/Common/RenderRecords.h"
 #include "host/PluginHost_API.h"
 
@@ -28,14 +29,6 @@ int CommonRender_CoreTransformRender(PluginHost_API* host, CoreRenderArguments& 
         PluginHost_API::RasterInfo const& dst, bool clearOutput, bool singleChannel,            \
         RenderSettings* settings, bool edgeCoverage, bool fillMode)
 
-ZELK_CORE_WRAPPER(ARGB8);
-ZELK_CORE_WRAPPER(BGRA8);
-ZELK_CORE_WRAPPER(RGBA8);
-ZELK_CORE_WRAPPER(ARGB15);
-ZELK_CORE_WRAPPER(ARGB14);
-ZELK_CORE_WRAPPER(BGRA14);
-ZELK_CORE_WRAPPER(ARGB16);
-ZELK_CORE_WRAPPER(RGBA16);
-ZELK_CORE_WRAPPER(ARGB32);
-ZELK_CORE_WRAPPER(RGBA32);
-ZELK_CORE_WRAPPER(BGRA32);
+#define ZELK_DECLARE(NAME, ...) ZELK_CORE_WRAPPER(NAME);
+ZELK_PIXEL_FORMATS(ZELK_DECLARE)
+#undef ZELK_DECLARE

@@ -1,32 +1,24 @@
 // From a run-time format to the blur's instance.
 #include "RenderLib/Transform/CommonRender_progressiveBlur.h"
 
-#include <iterator>
-
 namespace {
 
 using BlurWrapper = int (*)(PluginHost_API*, QV_Line2D&, float, float, float, float, int,
                             PluginHost_API::RasterInfo*, bool, int);
 
-/// By format code; code 4 has no pixel trait.
-constexpr BlurWrapper kWrappers[] = {CommonRender_ARGB8_progressiveBlur,
-                                     CommonRender_BGRA8_progressiveBlur,
-                                     CommonRender_RGBA8_progressiveBlur,
-                                     CommonRender_ARGB15_progressiveBlur,
-                                     nullptr,
-                                     CommonRender_ARGB14_progressiveBlur,
-                                     CommonRender_BGRA14_progressiveBlur,
-                                     CommonRender_ARGB16_progressiveBlur,
-                                     CommonRender_RGBA16_progressiveBlur,
-                                     CommonRender_ARGB32_progressiveBlur,
-                                     CommonRender_RGBA32_progressiveBlur,
-                                     CommonRender_BGRA32_progressiveBlur};
-
+/// By the output's format; null for one without a pixel trait.
 BlurWrapper wrapperOf(PluginHost_API* host) {
     PluginHost_API::RasterInfo output{};
     host->getOutputRasterInfo(&output);
-    const auto code = static_cast<std::uint32_t>(output.format);
-    return code < std::size(kWrappers) ? kWrappers[code] : nullptr;
+#define ZELK_CASE(NAME, ...) \
+    case kFormat##NAME:      \
+        return CommonRender_##NAME##_progressiveBlur;
+    switch (output.format) {
+        ZELK_PIXEL_FORMATS(ZELK_CASE)
+        default:
+            return nullptr;
+    }
+#undef ZELK_CASE
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 // translation unit of its own that names types and computes nothing.
 #pragma once
 
+#include "Transform/Common/PixelTraits.h"
 #include "Transform/Common/QV_Poly/PlanePrimitives.h"
 #include "host/PluginHost_API.h"
 
@@ -36,14 +37,6 @@ int CommonRender_progressiveBlur(PluginHost_API* host, QV_Line2D& line, float ra
     template int gauss1_A<P, P::Channel, P::Wide, P::Weight, P::FORMAT>(PluginHost_API*,           \
                                                                         P::Channel*, int, int);
 
-ZELK_BLUR_WRAPPER(ARGB8);
-ZELK_BLUR_WRAPPER(BGRA8);
-ZELK_BLUR_WRAPPER(RGBA8);
-ZELK_BLUR_WRAPPER(ARGB15);
-ZELK_BLUR_WRAPPER(ARGB14);
-ZELK_BLUR_WRAPPER(BGRA14);
-ZELK_BLUR_WRAPPER(ARGB16);
-ZELK_BLUR_WRAPPER(RGBA16);
-ZELK_BLUR_WRAPPER(ARGB32);
-ZELK_BLUR_WRAPPER(RGBA32);
-ZELK_BLUR_WRAPPER(BGRA32);
+#define ZELK_DECLARE(NAME, ...) ZELK_BLUR_WRAPPER(NAME);
+ZELK_PIXEL_FORMATS(ZELK_DECLARE)
+#undef ZELK_DECLARE

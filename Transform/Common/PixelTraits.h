@@ -39,15 +39,28 @@ using Rgba = Trait<Code, C, W, G, White, 3, 0, 1, 2>;
 }  // namespace pixel_trait_detail
 
 // clang-format off
-struct PIXEL_ARGB8  : pixel_trait_detail::Argb<kFormatARGB8,  unsigned char,  int,    int,   255>   { struct FORMAT {}; };
-struct PIXEL_BGRA8  : pixel_trait_detail::Bgra<kFormatBGRA8,  unsigned char,  int,    int,   255>   { struct FORMAT {}; };
-struct PIXEL_RGBA8  : pixel_trait_detail::Rgba<kFormatRGBA8,  unsigned char,  int,    int,   255>   { struct FORMAT {}; };
-struct PIXEL_ARGB15 : pixel_trait_detail::Argb<kFormatARGB15, unsigned short, double, int,   32768> { struct FORMAT {}; };
-struct PIXEL_ARGB14 : pixel_trait_detail::Argb<kFormatARGB14, unsigned short, double, int,   16384> { struct FORMAT {}; };
-struct PIXEL_BGRA14 : pixel_trait_detail::Bgra<kFormatBGRA14, unsigned short, double, int,   16384> { struct FORMAT {}; };
-struct PIXEL_ARGB16 : pixel_trait_detail::Argb<kFormatARGB16, unsigned short, double, float, 65535> { struct FORMAT {}; };
-struct PIXEL_RGBA16 : pixel_trait_detail::Rgba<kFormatRGBA16, unsigned short, double, float, 65535> { struct FORMAT {}; };
-struct PIXEL_ARGB32 : pixel_trait_detail::Argb<kFormatARGB32, float,          double, float, 1>     { struct FORMAT {}; };
-struct PIXEL_RGBA32 : pixel_trait_detail::Rgba<kFormatRGBA32, float,          double, float, 1>     { struct FORMAT {}; };
-struct PIXEL_BGRA32 : pixel_trait_detail::Bgra<kFormatBGRA32, float,          double, float, 1>     { struct FORMAT {}; };
+/// The formats, a row each: name, channel order, channel, Wide, Weight, white. All that exists once a
+/// format is made from these rows; the build reads their names, too.
+#define ZELK_PIXEL_FORMATS(X)                           \
+    X(ARGB8,  Argb, unsigned char,  int,    int,   255)   \
+    X(BGRA8,  Bgra, unsigned char,  int,    int,   255)   \
+    X(RGBA8,  Rgba, unsigned char,  int,    int,   255)   \
+    X(ARGB15, Argb, unsigned short, double, int,   32768) \
+    X(ARGB14, Argb, unsigned short, double, int,   16384) \
+    X(BGRA14, Bgra, unsigned short, double, int,   16384) \
+    X(ARGB16, Argb, unsigned short, double, float, 65535) \
+    X(RGBA16, Rgba, unsigned short, double, float, 65535) \
+    X(ARGB32, Argb, float,          double, float, 1)     \
+    X(RGBA32, Rgba, float,          double, float, 1)     \
+    X(BGRA32, Bgra, float,          double, float, 1)
+
+/// The formats of frames: those that the render pipeline and the transfer modes know.
+#define ZELK_FRAME_FORMATS(X) X(ARGB8) X(BGRA8) X(ARGB15) X(ARGB32) X(BGRA32)
 // clang-format on
+
+#define ZELK_PIXEL_TRAIT(NAME, ORDER, CHANNEL, WIDE, WEIGHT, WHITE)                                \
+    struct PIXEL_##NAME : pixel_trait_detail::ORDER<kFormat##NAME, CHANNEL, WIDE, WEIGHT, WHITE> { \
+        struct FORMAT {};                                                                          \
+    };
+ZELK_PIXEL_FORMATS(ZELK_PIXEL_TRAIT)
+#undef ZELK_PIXEL_TRAIT

@@ -13,13 +13,19 @@ struct QV_UnitPoint {
     double x, y;
 };
 
+/// What `quadMode` may say; any other number is no quad map.
+enum QuadMode : std::int32_t {
+    kQuadUnitToTo = 2,    ///< unit square to To quad
+    kQuadFromToTo = 3,    ///< From quad to To quad
+    kQuadFromToUnit = 4,  ///< From quad to unit square
+};
+
 /// What is to be rendered. Owned by the caller; the engine may rewrite `filter` (22 becomes 9) and
 /// clears `translateZ`, `rotateX`, `rotateY` when `quadMode` is not 0.
 struct CoreRenderArguments {
-    std::int32_t quadMode =
-        0;  ///< 2 unit square to toPins, 3 fromPins to toPins, 4 fromPins to unit square, else none
-    std::int32_t filter = 0;   ///< number in the filter list, or 22 for super sampling
-    double kernelScale = 1.0;  ///< width of the kernel
+    std::int32_t quadMode = 0;  ///< QuadMode
+    std::int32_t filter = 0;    ///< number in the filter list, or 22 for super sampling
+    double kernelScale = 1.0;   ///< width of the kernel
     bool clampNegative = false;
     std::int32_t sizeIndex = 0;  ///< 0 to 3: 4, 6, 8 or 10 taps
     double paramB = 0.333, paramC = 0.333;
@@ -107,6 +113,11 @@ struct RenderSettings {
     double repositionScaleX = 1, repositionScaleY = 1;          ///< ratios
     double repositionRotate = 0;                                ///< degrees
 };
+
+/// The area scan and its filtered functions draw, rather than the plain scan and its nearest one.
+inline bool isFiltered(RenderSettings const& settings) {
+    return settings.quality >= 1 && settings.quality <= 3;
+}
 
 /// One run of destination pixels of one scan line. The source pixel of run pixel i is
 /// ((x + i dx) / (w + i dw), (y + i dy) / (w + i dw)).

@@ -14,16 +14,13 @@
 #include "Transform/Common/Transform_Core_Render/transformPoly.h"
 #include "host/PluginHost_Memory_Impl.h"
 #include "tests/support/engine_scene.h"
+#include "tests/support/formats.h"
 
 namespace {
 
 using zelk::GuardedRaster;
 using zelk::Quad;
 using zelk::Random;
-
-constexpr QV_RasterFormat kFormats[] = {kFormatARGB8,  kFormatBGRA8,  kFormatRGBA8,  kFormatARGB15,
-                                        kFormatARGB14, kFormatBGRA14, kFormatARGB16, kFormatRGBA16,
-                                        kFormatARGB32, kFormatRGBA32, kFormatBGRA32};
 
 double anyNumber(Random& random) {
     constexpr double kLimits[] = {INFINITY, -INFINITY, NAN, 1e300, -1e300, 1e-300, 1e9, 0.0};
@@ -108,7 +105,7 @@ TEST(HostilePins, RenderWithinTheirWindow) {
     for (int seed = 1; seed <= kRenders; ++seed) {
         Random random(static_cast<unsigned>(seed));
         HostileRender r(random);
-        const QV_RasterFormat format = kFormats[seed % std::size(kFormats)];
+        const QV_RasterFormat format = zelk::kFormats[seed % std::size(zelk::kFormats)].code;
         const GuardedRaster source(format, r.settings.srcRight + 1, r.settings.srcBottom + 1);
         const GuardedRaster output(format, r.width, r.height);
         PluginHost_Memory_Impl host(source.info(), output.info());

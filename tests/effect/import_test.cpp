@@ -53,7 +53,7 @@ struct Effect {
         for (zelk::Parameter& parameter : host.parameters())
             parameter.current.ui_flags = kDirtyUiFlags;
     }
-    zelk::Parameter& at(int index) { return host.parameters()[static_cast<std::size_t>(index)]; }
+    zelk::Parameter& at(int index) { return parameterIn(host.parameters(), index); }
     CommandResult choose(int popup, zelk::World* output = nullptr) {
         zelk::setNumber(at(kParamMochaImport).current, popup);
         return host.userChangedParam(kParamMochaImport, frame, output);

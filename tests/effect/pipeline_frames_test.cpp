@@ -11,7 +11,7 @@
 #include "Transform/Common/Transform_Core_Render/TransferModes.h"
 #include "effect/PixelPasses.h"
 #include "effect/Render.h"
-#include "effect/TransferMenu.h"
+#include "params/TransferMenu.h"
 #include "tests/effect/premultiply.h"
 #include "tests/support/guarded_raster.h"
 #include "tests/support/memory_controls.h"
@@ -25,8 +25,6 @@ using zelk::Point;
 using zelk::Quad;
 using zelk::Random;
 
-enum View : unsigned { kOriginal, kFrom, kTo, kBoth };
-constexpr unsigned kMedium = 1;  // quality
 constexpr Quad kUnit = {0, 0, 1, 0, 0, 1, 1, 1};
 
 /// A plane projective map by four pairs of points. Nothing for a point at or beyond the horizon.
@@ -48,7 +46,7 @@ private:
 };
 
 struct Scene {
-    View view = kBoth;
+    ViewModeEntry view = kViewBothPins;
     bool crop = false;
     Quad from = kUnit, to = kUnit;  ///< Z order, with the offsets in
     Quad fromOffsets{}, toOffsets{};
@@ -120,11 +118,11 @@ struct Way {
     QuadMap toInverse{scene.to, kUnit}, from{kUnit, scene.from};
 
     Stations operator()(Point p) const {
-        if (scene.view == kFrom) return {p, from(p)};
+        if (scene.view == kViewFromPins) return {p, from(p)};
         const std::optional<Point> square = toInverse(p);
         if (!square) return {};
         const Point s = scene.undoReposition(*square, 1.0 * kWidth / kHeight);
-        return {s, scene.view == kTo ? s : from(s)};
+        return {s, scene.view == kViewToPins ? s : from(s)};
     }
 };
 
@@ -138,7 +136,7 @@ enum class Expected { kPicture, kNothing, kUnclear };
 /// What a pixel has to show. Two pixels along each edge that something is cut at are left out, and
 /// the frame's own border, where pixels are partly covered.
 Expected expectedAt(Way const& way, int x, int y, GuardedRaster const& frame) {
-    const bool crops = way.scene.view != kBoth || way.scene.crop;
+    const bool crops = way.scene.view != kViewBothPins || way.scene.crop;
     int inside = 0, outside = 0;  // of nine points around the pixel
     for (const double dx : {-1.0, 0.5, 2.0})
         for (const double dy : {-1.0, 0.5, 2.0}) {
@@ -188,7 +186,8 @@ Checked renderRamps(unsigned seed, int rounds, bool ownFrame) {
     for (int round = 0; round < rounds; ++round) {
         SCOPED_TRACE(testing::Message() << "seed " << seed << ", round " << round);
         Scene scene;
-        scene.view = ownFrame ? round % 3 == 2 ? kTo : kBoth : static_cast<View>(1 + round % 3);
+        scene.view = ownFrame ? round % 3 == 2 ? kViewToPins : kViewBothPins
+                              : static_cast<ViewModeEntry>(1 + round % 3);
         scene.crop = random.flip();
         scene.to = zelk::randomConvexQuad(random);
         if (!ownFrame) {
@@ -196,11 +195,12 @@ Checked renderRamps(unsigned seed, int rounds, bool ownFrame) {
             const double l = random.uniform(-0.1, 0.3), r = random.uniform(0.6, 1.1);
             const double t = random.uniform(-0.1, 0.3), b = random.uniform(0.6, 1.1);
             scene.from = {l, t, r, t, l, b, r, b};
-            if (scene.view == kBoth && !scene.crop) scene.from = zelk::randomConvexQuad(random);
+            if (scene.view == kViewBothPins && !scene.crop)
+                scene.from = zelk::randomConvexQuad(random);
             for (Quad* offsets : {&scene.fromOffsets, &scene.toOffsets})
                 for (double& offset : *offsets) offset = random.uniform(-100, 100);
         }
-        if (!ownFrame && scene.view != kFrom) {
+        if (!ownFrame && scene.view != kViewFromPins) {
             scene.translateX = random.uniform(-20, 20);
             scene.translateY = random.uniform(-20, 20);
             scene.scaleX = random.uniform(0.7, 1.5);
@@ -211,7 +211,7 @@ Checked renderRamps(unsigned seed, int rounds, bool ownFrame) {
                           ownFrame ? 11 + 2 * round : kWidth, ownFrame ? 100 - round : kHeight);
         renderer.input.paint([](int x, int y, int c) { return ramp(c, x, y); });
         renderer.set(scene);
-        renderer.host.setPopup(kParamQuality, kMedium);
+        renderer.host.setPopup(kParamQuality, kQualityMedium);
         EXPECT_EQ(renderer.render(), 0);
         EXPECT_EQ(renderer.host.getOutputWidth(), renderer.output.width());
         checkAgainstRamp(Way{scene}, renderer.output, tolerance, checked);
@@ -294,11 +294,9 @@ TEST(PipelineFrames, CompositesOnItsOwnInEveryFamilyFormatAndMode) {
     for (const auto family : {MemoryHostFamily::kNone, MemoryHostFamily::kAVX1,
                               MemoryHostFamily::kAVX2, MemoryHostFamily::kFXPLUG})
         for (unsigned entry = 0; entry < 23; ++entry) {
-            expectTransfer<PIXEL_ARGB8>(family, entry);
-            expectTransfer<PIXEL_BGRA8>(family, entry);
-            expectTransfer<PIXEL_ARGB15>(family, entry);
-            expectTransfer<PIXEL_ARGB32>(family, entry);
-            expectTransfer<PIXEL_BGRA32>(family, entry);
+#define EXPECT_TRANSFER(NAME) expectTransfer<PIXEL_##NAME>(family, entry);
+            ZELK_FRAME_FORMATS(EXPECT_TRANSFER)
+#undef EXPECT_TRANSFER
         }
     Renderer otherFrame(kFormatARGB8, kWidth + 3, kHeight);  // no source of the frame's size
     otherFrame.host.setPopup(kParamTransferMode, 2);
@@ -354,7 +352,7 @@ TEST(PipelineFrames, SuperSampleAtRestIsHighOfAFadedLayer) {
 TEST(PipelineFrames, TheFirstPassIsLeftOutOnlyAtRestWithinATolerance) {
     const auto runs = [](int index, double change) {
         Scene scene;
-        scene.view = kFrom;
+        scene.view = kViewFromPins;
         double* const values[] = {&scene.translateX, &scene.translateY, &scene.scaleX,
                                   &scene.scaleY,     &scene.rotate,     &scene.fromOffsets[3],
                                   &scene.to[3]};

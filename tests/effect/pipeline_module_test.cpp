@@ -41,7 +41,7 @@ void setRandomControls(zelk::Host& host, PluginHost_Memory_Impl& memory, Random&
         for (int i = 0; i < 4; ++i) {
             const double x = dyadic(quad[2 * i] * kWidth), y = dyadic(quad[2 * i + 1] * kHeight);
             zelk_test::setPin(host, first + i, x, y);
-            memory.setPointPixels(first + i, x, y);
+            memory.setPoint(first + i, x / kWidth, y / kHeight);
         }
     }
     for (const int first : {kParamFromUpperLeftOffsetX, kParamToUpperLeftOffsetX})
@@ -187,7 +187,7 @@ TEST(PipelineInModule, ASamplesControlsAreReadByTheirDiskIds) {
         using PluginHost_Memory_Impl::PluginHost_Memory_Impl;
         const zelk::Host host{ZELK_MODULE};
         int refuse(int index, int id) {
-            return host.parameters()[static_cast<std::size_t>(index)].diskId() != id;
+            return parameterIn(host.parameters(), index).diskId() != id;
         }
         int GetFloatValue(int index, int id, TimeObject const&, double&) override {
             return refuse(index, id);

@@ -156,7 +156,7 @@ void animate(PluginHost_Memory_Impl& host, unsigned seed) {
         const zelk::Quad quad = zelk::randomConvexQuad(random);
         for (std::size_t i = 0; i < 4; ++i)
             host.setAnimated(first + static_cast<int>(i), [=](Time const& at) {
-                return Value{quad[2 * i] + at.time * 1e-3, quad[2 * i + 1], 0, false};
+                return Value{quad[2 * i] + at.time * 1e-3, quad[2 * i + 1]};
             });
     }
     for (int index = kParamToUpperLeftOffsetX; index <= kParamRotate; ++index) {

@@ -66,10 +66,10 @@ inline void fillRandom(zelk::World& world, unsigned seed) {
 
 /// Sets a control of the host's in users' units; popups count from 1, pins are in layer pixels.
 inline void setControl(zelk::Host& host, int index, double value) {
-    zelk::setNumber(host.parameters()[static_cast<std::size_t>(index)].current, value);
+    zelk::setNumber(parameterIn(host.parameters(), index).current, value);
 }
 inline void setPin(zelk::Host& host, int index, double x, double y) {
-    zelk::setPoint(host.parameters()[static_cast<std::size_t>(index)].current, x, y);
+    zelk::setPoint(parameterIn(host.parameters(), index).current, x, y);
 }
 
 class ProbeHost {

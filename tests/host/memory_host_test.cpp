@@ -6,6 +6,7 @@
 
 #include "Transform/Common/PixelTraits.h"
 #include "host/PluginHost_Memory_Impl.h"
+#include "tests/support/formats.h"
 #include "tests/support/guarded_raster.h"
 #include "tests/support/random_quads.h"
 
@@ -13,24 +14,12 @@ namespace {
 
 using Raster = PluginRaster_Memory_Impl;
 using Info = PluginHost_API::RasterInfo;
-using zelk::GuardedRaster;
+using zelk::GuardedRaster, zelk::kFormats;
 using zelk::Random;
-
-struct FormatFacts {
-    QV_RasterFormat format;
-    int alpha, red, pixelBytes;
-};
-template <class... T>
-std::vector<FormatFacts> factsOf() {
-    return {{T::kFormat, T::kAlpha, T::kRed, T::kPixelBytes}...};
-}
-const std::vector<FormatFacts> kFormats =
-    factsOf<PIXEL_ARGB8, PIXEL_BGRA8, PIXEL_RGBA8, PIXEL_ARGB15, PIXEL_ARGB14, PIXEL_BGRA14,
-            PIXEL_ARGB16, PIXEL_RGBA16, PIXEL_ARGB32, PIXEL_RGBA32, PIXEL_BGRA32>();
 
 TEST(MemoryHost, ImagesKeepTheOutputsChannelOrderAtEveryDepth) {
     for (auto const& output : kFormats) {
-        Raster out(output.format, 3, 2);
+        Raster out(output.code, 3, 2);
         PluginHost_Memory_Impl host({}, out.info());
         int served = 0;
         for (int depth = 0; depth <= 4; ++depth) {
@@ -42,18 +31,18 @@ TEST(MemoryHost, ImagesKeepTheOutputsChannelOrderAtEveryDepth) {
             ++served;
             Info info{};
             host.getRasterInfo(image.get(), &info);
-            const auto made = std::find_if(kFormats.begin(), kFormats.end(),
-                                           [&](auto const& f) { return f.format == info.format; });
-            ASSERT_NE(made, kFormats.end()) << info.format;
+            const auto made = std::find_if(std::begin(kFormats), std::end(kFormats),
+                                           [&](auto const& f) { return f.code == info.format; });
+            ASSERT_NE(made, std::end(kFormats)) << info.format;
             EXPECT_EQ(image->getPixelType(), type);
             EXPECT_EQ(made->alpha * 4 + made->red, output.alpha * 4 + output.red);
             EXPECT_EQ(info.rowBytes, 5 * made->pixelBytes);
-            EXPECT_TRUE(type != convertToPixelType(output.format) || info.format == output.format);
+            EXPECT_TRUE(type != convertToPixelType(output.code) || info.format == output.code);
             for (int freed = 0; freed < 2; ++freed)  // a second time frees nothing
                 EXPECT_EQ(host.deallocRaster(image.get()), 0);
         }
         // ARGB has all five depths, BGRA 8, 14 and float, RGBA 8, 16 and float.
-        EXPECT_EQ(served, output.alpha == 0 ? 5 : 3) << output.format;
+        EXPECT_EQ(served, output.alpha == 0 ? 5 : 3) << output.code;
         EXPECT_EQ(host.tally().pixelBuffers + host.tally().rasterObjects, 0);
     }
 }
@@ -71,7 +60,7 @@ TEST(MemoryHost, CopiesLikeAPixelByPixelCopy) {
         return QV_Rect{side(9), side(9), side(12), side(12)};
     };
     for (int round = 0; round < 300; ++round) {
-        const auto format = kFormats[static_cast<std::size_t>(random.integer(0, 10))].format;
+        const auto format = kFormats[random.integer(0, 10)].code;
         const GuardedRaster from = noise(format), to = noise(format);
         GuardedRaster expected = to;
         QV_Rect f = randomRect(), t = randomRect();

@@ -7,15 +7,12 @@
 
 #include "hostkit/edit_session.h"
 #include "hostkit/events.h"
-#include "params/ParamIndex.h"
+#include "interaction/PanelPoints.h"
 
 namespace zelk_test {
 
-/// Upper left, lower left, upper right, lower right.
-using Pins = std::array<int, 4>;
-constexpr Pins kTo = {kParamToUpperLeft, kParamToLowerLeft, kParamToUpperRight, kParamToLowerRight};
-constexpr Pins kFrom = {kParamFromUpperLeft, kParamFromLowerLeft, kParamFromUpperRight,
-                        kParamFromLowerRight};
+using Pins = PinIndices;
+constexpr Pins kTo = kToPins, kFrom = kFromPins;
 
 /// Layer pixels.
 struct Box {
@@ -33,9 +30,7 @@ struct Stage {
         events.frame.layerHeight = 300;
     }
 
-    PF_ParamDef& value(int index) {
-        return host.parameters()[static_cast<std::size_t>(index)].current;
-    }
+    PF_ParamDef& value(int index) { return parameterIn(host.parameters(), index).current; }
     void set(int index, double number) { zelk::setNumber(value(index), number); }
     void place(Pins const& pins, Box const& box) {
         for (std::size_t i = 0; i < 4; ++i)

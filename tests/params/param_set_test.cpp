@@ -40,7 +40,7 @@ TEST(ParamSet, StandsAsStoredProjectsKnowIt) {
         ASSERT_EQ(loaded.announcedParamCount(), kParamCount);
         ASSERT_EQ(loaded.parameters().size(), controls.size() + 1) << "and the layer";
         for (auto const& [index, line] : controls) {
-            auto const& parameter = loaded.parameters().at(static_cast<std::size_t>(index));
+            auto const& parameter = parameterIn(loaded.parameters(), index);
             EXPECT_EQ(std::to_string(index) + " " + describe(parameter.registered), line);
         }
     }

@@ -29,7 +29,7 @@ int qualityOfFilter(std::int32_t& filter) {
         filter = kFilterParzen;
         return 3;
     }
-    return filter == 0 ? 0 : filter == 1 ? 1 : 2;
+    return filter == kFilterNearest ? 0 : filter == kFilterBilinear ? 1 : 2;
 }
 
 /// Rectangles of a caller who has no settings: the whole rasters.
@@ -130,7 +130,7 @@ void scan(QV_Poly& poly, QV_Window& window, QV_IRect const& rect, RenderSettings
     poly.m_edgeFunc = s.edgeFunc;
     poly.m_lineArg = &s;
     poly.m_mask = (poly.m_mask & ~static_cast<std::uint32_t>(kMaskSw)) | kMaskQ;
-    if (s.quality >= 1 && s.quality <= 3)
+    if (isFiltered(s))
         poly.polyAreaScan(&window, rect.left, rect.top, rect.right, rect.bottom);
     else
         poly.poly_scan(&window, rect.left, rect.top, rect.right, rect.bottom);

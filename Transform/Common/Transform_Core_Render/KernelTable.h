@@ -15,6 +15,9 @@
 constexpr int kFilterCount = 22;
 /// Asks for the super sampled line functions; no entry of the list.
 constexpr int kFilterSuperSampled = 22;
+/// These two are not looked up in the list but choose the nearest and the bilinear functions.
+constexpr int kFilterNearest = 0;
+constexpr int kFilterBilinear = 1;
 constexpr int kFilterParzen = 9;
 constexpr int kFilterMitchell = 20;
 constexpr int kFilterKaiser = 21;

@@ -1,4 +1,4 @@
-// The table of transfer modes, made once for each of the five formats.
+// The table of transfer modes, made once for each format of frames.
 #include "Transform/Common/Transform_Core_Render/TransferModes.h"
 
 namespace {
@@ -85,15 +85,9 @@ int transferByMode(int mode, PluginHost_API* host, float foregroundOpacity, floa
                         destination);
 }
 
-// clang-format off
-template BlendRow<PIXEL_ARGB8>  blendRowOfMode<PIXEL_ARGB8>(int);
-template BlendRow<PIXEL_BGRA8>  blendRowOfMode<PIXEL_BGRA8>(int);
-template BlendRow<PIXEL_ARGB15> blendRowOfMode<PIXEL_ARGB15>(int);
-template BlendRow<PIXEL_ARGB32> blendRowOfMode<PIXEL_ARGB32>(int);
-template BlendRow<PIXEL_BGRA32> blendRowOfMode<PIXEL_BGRA32>(int);
-template int transferByMode<PIXEL_ARGB8>(int, PluginHost_API*, float, float, PluginRaster_API*, PluginRaster_API*, PluginRaster_API*);
-template int transferByMode<PIXEL_BGRA8>(int, PluginHost_API*, float, float, PluginRaster_API*, PluginRaster_API*, PluginRaster_API*);
-template int transferByMode<PIXEL_ARGB15>(int, PluginHost_API*, float, float, PluginRaster_API*, PluginRaster_API*, PluginRaster_API*);
-template int transferByMode<PIXEL_ARGB32>(int, PluginHost_API*, float, float, PluginRaster_API*, PluginRaster_API*, PluginRaster_API*);
-template int transferByMode<PIXEL_BGRA32>(int, PluginHost_API*, float, float, PluginRaster_API*, PluginRaster_API*, PluginRaster_API*);
-// clang-format on
+#define ZELK_INSTANCES(NAME)                                                        \
+    template BlendRow<PIXEL_##NAME> blendRowOfMode<PIXEL_##NAME>(int);              \
+    template int transferByMode<PIXEL_##NAME>(int, PluginHost_API*, float, float,   \
+                                              PluginRaster_API*, PluginRaster_API*, \
+                                              PluginRaster_API*);
+ZELK_FRAME_FORMATS(ZELK_INSTANCES)

@@ -123,18 +123,18 @@ void applySteps(QV_Mtrx44& matrix, const CoreRenderArguments& core, const Pivot&
 }
 
 void applyQuadMap(QV_Mtrx44& matrix, int quadMode, const RenderSettings& s, const Pivot& pivot) {
-    if (quadMode == 2) {
+    if (quadMode == kQuadUnitToTo) {
         matrix.square2Quad(s.toQuad);
         if (s.reposition) {
             matrix.inputTransform(s.repositionTranslateX, s.repositionTranslateY,
                                   s.repositionScaleX, s.repositionScaleY, s.repositionRotate,
                                   pivot.x, pivot.y, pivot.z, pivot.aspect);
         }
-    } else if (quadMode == 3) {
+    } else if (quadMode == kQuadFromToTo) {
         matrix.quad2Quad(s.fromQuad, s.toQuad, s.reposition, s.repositionTranslateX,
                          s.repositionTranslateY, s.repositionScaleX, s.repositionScaleY,
                          s.repositionRotate, pivot.x, pivot.y, pivot.z, pivot.aspect);
-    } else if (quadMode == 4) {
+    } else if (quadMode == kQuadFromToUnit) {
         matrix.quad2Square(s.fromQuad);
     }
 }
@@ -144,8 +144,11 @@ void applyQuadMap(QV_Mtrx44& matrix, int quadMode, const RenderSettings& s, cons
 int calcMatrix(QV_Mtrx44& matrix, CoreRenderArguments& core, RenderSettings& settings, int width,
                int height) {
     const int mode = core.quadMode;
-    if (!takeQuad(mode == 2 || mode == 3, core.toPins, settings.toQuad)) return 1;
-    if (!takeQuad(mode == 3 || mode == 4, core.fromPins, settings.fromQuad)) return 1;
+    if (!takeQuad(mode == kQuadUnitToTo || mode == kQuadFromToTo, core.toPins, settings.toQuad))
+        return 1;
+    if (!takeQuad(mode == kQuadFromToTo || mode == kQuadFromToUnit, core.fromPins,
+                  settings.fromQuad))
+        return 1;
 
     matrix.unify();
     if (mode != 0) {
@@ -163,7 +166,7 @@ int calcMatrix(QV_Mtrx44& matrix, CoreRenderArguments& core, RenderSettings& set
     matrix.translate(-0.5, -0.5, 0.0);
     applyQuadMap(matrix, mode, settings, pivot);
 
-    const bool filtered = settings.quality >= 1 && settings.quality <= 3;
-    if (core.renderMode == 1 && filtered) matrix.scale((w - 1.0f) / w, (h - 1.0f) / h, 1.0);
+    if (core.renderMode == 1 && isFiltered(settings))
+        matrix.scale((w - 1.0f) / w, (h - 1.0f) / h, 1.0);
     return 0;
 }

@@ -25,10 +25,6 @@ constexpr int kCornerCount = 4;
 constexpr std::uint32_t kClippedFields =
     kMaskSx | kMaskSy | kMaskSz | kMaskSw | kMaskU | kMaskV;  // 399
 
-bool isFiltered(RenderSettings const& settings) {
-    return settings.quality >= 1 && settings.quality <= 3;
-}
-
 QV_FRect clipRectangle(RenderSettings const& s, QV_FRect const& target) {
     if (s.renderMode == 1) return target;
     return {static_cast<float>(s.dstLeft), static_cast<float>(s.dstTop),

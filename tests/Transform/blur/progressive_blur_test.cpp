@@ -11,6 +11,7 @@
 #include "Transform/Common/Shadow_BlurPass_RenderFunc/TentBlurPass.h"
 #include "host/PluginHost_Memory_Impl.h"
 #include "tests/Transform/blur/blur_reference.h"
+#include "tests/support/formats.h"
 
 namespace {
 
@@ -18,15 +19,6 @@ using namespace blur_reference;
 using zelk::GuardedRaster, zelk::whiteOf;
 
 constexpr unsigned kSeed = 100;
-
-struct Format {
-    QV_RasterFormat code;
-    int alpha;  ///< its place in a pixel
-};
-constexpr Format kFormats[] = {{kFormatARGB8, 0},  {kFormatBGRA8, 3},  {kFormatRGBA8, 3},
-                               {kFormatARGB15, 0}, {kFormatARGB14, 0}, {kFormatBGRA14, 3},
-                               {kFormatARGB16, 0}, {kFormatRGBA16, 3}, {kFormatARGB32, 0},
-                               {kFormatRGBA32, 3}, {kFormatBGRA32, 3}};
 
 /// Floats are 0 or from 0.25 to 1: for radii up to 40 all sums of two passes then fit into 53 bits,
 /// whatever the order, so that running and direct sums agree to the bit in the float formats too.
@@ -118,13 +110,14 @@ Call randomCall(int kind, int width, int height, std::mt19937& random) {
     return call;
 }
 
-class EveryFormat : public testing::TestWithParam<Format> {};
-INSTANTIATE_TEST_SUITE_P(Blur, EveryFormat, testing::ValuesIn(kFormats), [](auto const& test) {
-    return "format" + std::to_string(test.param.code);
-});
+class EveryFormat : public testing::TestWithParam<zelk::FormatFacts> {};
+INSTANTIATE_TEST_SUITE_P(Blur, EveryFormat, testing::ValuesIn(zelk::kFormats),
+                         [](auto const& test) {
+                             return "format" + std::to_string(test.param.code);
+                         });
 
 TEST_P(EveryFormat, GivesTheSlowBlursPixelsAndLeavesThePadding) {
-    const auto [format, alpha] = GetParam();
+    const auto [format, alpha, red, pixelBytes] = GetParam();
     std::mt19937 random(kSeed + unsigned(format));
     const int formerThreads = omp_get_max_threads();
     for (int size = 1; size <= 41; ++size) {

@@ -1,9 +1,0 @@
-// The engine's instance for PIXEL_ARGB15.
-#include "RenderLib/Transform/CommonRender_CoreTransformRender.h"
-#include "Transform/Common/Transform_Core_Render/CoreTransformRender.h"
-
-ZELK_CORE_WRAPPER(ARGB15) {
-    using P = PIXEL_ARGB15;
-    return CoreTransformRender<P, P::Channel, P::Wide, P::Weight, P::FORMAT>(
-        host, core, src, dst, clearOutput, singleChannel, settings, edgeCoverage, fillMode);
-}

@@ -1,9 +1,0 @@
-// The engine's instance for PIXEL_ARGB32.
-#include "RenderLib/Transform/CommonRender_CoreTransformRender.h"
-#include "Transform/Common/Transform_Core_Render/CoreTransformRender.h"
-
-ZELK_CORE_WRAPPER(ARGB32) {
-    using P = PIXEL_ARGB32;
-    return CoreTransformRender<P, P::Channel, P::Wide, P::Weight, P::FORMAT>(
-        host, core, src, dst, clearOutput, singleChannel, settings, edgeCoverage, fillMode);
-}
