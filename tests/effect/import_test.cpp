@@ -26,6 +26,7 @@ public:
     }
     ~Chooser() { installFileChooserBackend(nullptr); }
     bool cancels = false;
+    int stepsLeft = 0;  // of the dialog, up to one that is refused; falls on
 
 private:
     static OSStatus choose(void* context, FileChooserRequest const* asked, char* path,
@@ -37,7 +38,9 @@ private:
     }
     zelk_test::TemporaryFolder m_folder;
     std::string m_file;
-    FileChooserBackend m_backend{this, choose, nullptr};
+    FileChooserBackend m_backend{this, choose, [](void* self, char const*) {
+                                     return --static_cast<Chooser*>(self)->stepsLeft ? 0 : kFault;
+                                 }};
 };
 
 /// The effect on a layer of 200 by 100, in a composition that starts at frame 1001, 24 a second.
@@ -133,6 +136,19 @@ TEST(Import, IsLeftAloneWhereNothingIsAsked) {
     chooser.cancels = true;
     effect.choose(2);
     EXPECT_EQ(premiere.keys() + effect.keys(), "");
+}
+
+// No further step is asked for; the dialog, the list, its type and the reply go back where they
+// were had, each by a step of its own. The fifth, which appends the type, has no status.
+TEST(Import, EndsWhereAStepOfTheDialogIsRefused) {
+    Chooser chooser(kCorners);
+    Effect effect;
+    for (const int nth : {1, 2, 3, 4, 6, 7, 8, 9, 10, 11, 12}) {
+        chooser.stepsLeft = nth;
+        EXPECT_EQ(effect.choose(2).code, 0);
+        EXPECT_EQ(-chooser.stepsLeft, (nth > 2) + (nth > 3) + (nth > 4) + (nth > 8)) << nth;
+    }
+    EXPECT_EQ(effect.keys(), "");
 }
 
 // Each host call of an import refused in turn. A missing suite ends it with 516 and what was held

@@ -63,6 +63,20 @@ struct Scene {
 
 constexpr int kWidth = 37, kHeight = 29;  // of the layer
 
+/// Writes down in which order images go back, each by its place among those made.
+struct Host : PluginHost_Memory_Impl {
+    using PluginHost_Memory_Impl::PluginHost_Memory_Impl;
+    PluginRaster_API* allocRaster(int w, int h, PixelType type, int& error, int flags) override {
+        return made.emplace_back(PluginHost_Memory_Impl::allocRaster(w, h, type, error, flags));
+    }
+    int deallocRaster(PluginRaster_API* raster) override {
+        order += std::to_string(std::ranges::find(made, raster) - made.begin());
+        return PluginHost_Memory_Impl::deallocRaster(raster);
+    }
+    std::vector<PluginRaster_API*> made;
+    std::string order;
+};
+
 /// A layer and a frame of one format, and the memory host over them.
 class Renderer {
 public:
@@ -93,7 +107,7 @@ public:
     }
 
     GuardedRaster input, output;
-    PluginHost_Memory_Impl host;
+    Host host;
 
 private:
     void setQuad(int firstPin, int firstOffset, Quad const& quad, Quad const& offsets) {
@@ -300,7 +314,9 @@ TEST(PipelineFrames, CompositesOnItsOwnInEveryFamilyFormatAndMode) {
         }
     Renderer otherFrame(kFormatARGB8, kWidth + 3, kHeight);  // no source of the frame's size
     otherFrame.host.setPopup(kParamTransferMode, 2);
+    otherFrame.set({kFrom, false, {0.5, 0, 1, 0, 0, 1, 1, 1}});
     EXPECT_EQ(otherFrame.render(), 1);
+    EXPECT_EQ(otherFrame.host.getOutputWidth(), kWidth + 3) << "not the pass's";
     Renderer smaller(kFormatARGB8, kWidth, kHeight - 1);  // with rectangles that it can't hold
     RenderSettings rectangles;
     smaller.host.setUserData(&rectangles);
@@ -345,6 +361,7 @@ TEST(PipelineFrames, SuperSampleAtRestIsHighOfAFadedLayer) {
             if (view == kBoth) fadeBorder<PIXEL_BGRA8>(high.input.info(), 7);
             EXPECT_EQ(super.render() + high.render(), 0);
             EXPECT_TRUE(super.output.samePixels(high.output));
+            EXPECT_TRUE(super.host.order.ends_with("120")) << "interim, softened, working copy";
         }
 }
 

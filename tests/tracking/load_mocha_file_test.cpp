@@ -6,6 +6,7 @@
 
 #include "tests/support/temporary_folder.h"
 #include "tracking/MochaLoader.h"
+#include "tracking/chooseTrackingFile.h"
 
 namespace {
 
@@ -81,6 +82,7 @@ TEST(LoadMochaFile, HandsOverWhatEachLineSays) {
     Collector loader;
     EXPECT_EQ(LoadMochaFile(nullptr, nullptr, nullptr, "/nowhere/track.txt", &loader), 1);
     EXPECT_EQ(loader.calls, "");
+    EXPECT_EQ(FSRefMakeFSSpec(nullptr, nullptr), kParamStatus);
 }
 
 }  // namespace
