@@ -91,6 +91,12 @@ std::string fullName(CLI::App const& command) {
     return parent ? fullName(*parent) + " " + command.get_name() : command.get_name();
 }
 
+/// "project new"; the program's own name for itself.
+std::string nameOf(CLI::App const& command) {
+    std::string const full = fullName(command);
+    return command.get_parent() ? full.substr(full.find(' ') + 1) : full;
+}
+
 /// "new, show, check or import-track"
 std::string namesBelow(CLI::App const& command) {
     std::vector<std::string> names;
@@ -110,6 +116,10 @@ public:
 private:
     char const* m_usage;
 };
+
+/// Commands that do nothing by themselves, with their descriptions.
+std::map<std::string, char const*> const kGroups = {
+    {"project", "Make, show or check a project file, or track its pins"}};
 
 /// One of each alternative.
 template <class Variant>
@@ -153,7 +163,7 @@ public:
         std::apply([&](auto const&... command) { (take(command), ...); }, m_commands);
         if (found) return *std::move(found);
         throw UserError(ExitCode::kUsage,
-                        {app == &m_app ? "COMMAND" : app->get_name(), "not given,", "",
+                        {app == &m_app ? "COMMAND" : nameOf(*app), "not given,", "",
                          namesBelow(*app) + " (see " + fullName(*app) + " --help)"});
     }
 
@@ -181,8 +191,7 @@ private:
     /// A command that others are nested in; made where it does nothing by itself.
     CLI::App& groupOf(std::string const& name) {
         if (auto const found = m_apps.find(name); found != m_apps.end()) return *found->second;
-        CLI::App* const app =
-            m_app.add_subcommand(name, "Make, show or check a project file, or track its pins");
+        CLI::App* const app = m_app.add_subcommand(name, kGroups.at(name));
         m_apps[name] = app;
         app->footer("`zelk help " + name + " COMMAND` tells of one of them.\n\n" + kExitCodesHelp);
         dress(*app, "COMMAND ...");
@@ -219,10 +228,22 @@ std::string meantBy(CLI::App const& command, std::string const& word) {
     return "what `" + fullName(command) + " --help` lists";
 }
 
+/// Words of a nested command come after its name.
+void refuseMisplaced(CLI::App const& command, std::span<char const* const> words) {
+    CLI::App const* const outer = command.get_parent();
+    if (!outer || !outer->get_parent()) return;
+    auto const first = std::find(words.begin(), words.end(), std::string_view(outer->get_name()));
+    if (first == words.end() || first[1] == command.get_name()) return;
+    throw UserError(ExitCode::kUsage,
+                    {nameOf(*outer), "a word stands before \"" + command.get_name() + "\":",
+                     first[1], "it after that: " + fullName(command) + " ..."});
+}
+
 /// Whatever no option took is an error; the first of it is named. The words may have a `--`, after
 /// which there are no options.
 void refuseExtras(Grammar& grammar, std::span<char const* const> words) {
     CLI::App const& command = grammar.named();
+    refuseMisplaced(command, words);
     std::vector<std::string> extras = grammar.app().remaining(true);
     auto const end = std::find(words.begin(), words.end(), std::string_view("--"));
     if (end != words.end())
@@ -237,15 +258,15 @@ void refuseExtras(Grammar& grammar, std::span<char const* const> words) {
     if (isOption) {
         std::string const name = word.substr(0, word.find('='));
         throw UserError(ExitCode::kUsage,
-                        {command.get_name(), "unknown option", name, nearestOption(command, name)});
+                        {nameOf(command), "unknown option", name, nearestOption(command, name)});
     }
     bool const isGroup =
         command.get_option_no_throw("FILE") == nullptr && !command.get_subcommands({}).empty();
     if (isGroup)
-        throw UserError(ExitCode::kUsage, {command.get_parent() ? command.get_name() : "COMMAND",
+        throw UserError(ExitCode::kUsage, {command.get_parent() ? nameOf(command) : "COMMAND",
                                            "unknown command", word, namesBelow(command)});
     throw UserError(ExitCode::kUsage,
-                    {command.get_name(), "argument too many:", word, meantBy(command, word)});
+                    {nameOf(command), "argument too many:", word, meantBy(command, word)});
 }
 
 /// CLI11 finds an option without its value or one given twice; its text starts with the option.

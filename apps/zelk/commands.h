@@ -6,9 +6,13 @@
 #include "apps/zelk/drag_command.h"
 #include "apps/zelk/overlay_command.h"
 #include "apps/zelk/params_command.h"
-#include "apps/zelk/project_commands.h"
+#include "apps/zelk/project_check_command.h"
+#include "apps/zelk/project_import_track_command.h"
+#include "apps/zelk/project_new_command.h"
+#include "apps/zelk/project_show_command.h"
 #include "apps/zelk/render_command.h"
-#include "apps/zelk/track_commands.h"
+#include "apps/zelk/track_command.h"
+#include "apps/zelk/track_convert_command.h"
 
 namespace zelk {
 

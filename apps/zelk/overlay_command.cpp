@@ -43,14 +43,13 @@ int panelLength(PanelPicture const& ask, int sourcePx) {
 void requirePinsInPanel(Host const& host, Panel const& panel, FrameRequest const& moment) {
     for (int const first : {kToPins, kFromPins})
         for (int index = first; index < first + 4; ++index) {
-            KeyValue const pin = keyValueOf(host.parameters()[static_cast<std::size_t>(index)].at(
-                {moment.time, moment.timeBase.scale}));
+            KeyValue const pin = keyValueOf(
+                parameterIn(host.parameters(), index).at({moment.time, moment.timeBase.scale}));
             PanelPoint const at = panel.toFrame(panel.toComp({pin[0], pin[1]}));
             if (std::max(std::abs(at.x), std::abs(at.y)) <= kLargestPx) continue;
-            throw UserError(
-                ExitCode::kUsage,
-                {"--zoom", "a pin beyond the 32767 pixels of a panel:",
-                 std::string(kParameterNames[static_cast<std::size_t>(index)]), "a smaller zoom"});
+            throw UserError(ExitCode::kUsage,
+                            {"--zoom", "a pin beyond the 32767 pixels of a panel:",
+                             std::string(nameOfParameter(index)), "a smaller zoom"});
         }
 }
 
@@ -87,7 +86,7 @@ void writeOverlay(FrameRenderer& renderer, PanelPicture const& ask, RunOptions c
     SceneFiles const& files = renderer.files();
     requireOtherFile(run, output, files.layer.own(frame), "layer");
     if (files.plate) requireOtherFile(run, output, files.plate->own(frame), "plate");
-    renderer.begin({frame});
+    renderer.beginAt(frame);
     World const picture = shownPicture(renderer, frame, ask.view.panel);
     Panel panel;
     panel.shows = ask.view.panel;
@@ -98,11 +97,8 @@ void writeOverlay(FrameRenderer& renderer, PanelPicture const& ask, RunOptions c
     Canvas const canvas = drawOverlay(renderer.host(), picture, panel, moment,
                                       panelLength(ask, renderer.frameSize().width),
                                       panelLength(ask, renderer.frameSize().height));
-    WriteRequest file;
+    WriteRequest file = writeRequestOf(run);
     file.opaque = true;
-    file.noClobber = run.noClobber;
-    file.history = run.history;
-    file.keepMetadata = run.keepMetadata;
     tellWarnings(writePicture(canvas.toWorld(), output, file).warnings);
     tellWarnings(renderer.takeWarnings());
 }
@@ -118,11 +114,9 @@ CommandInfo const OverlayCommand::kInfo = {
 void OverlayCommand::addOptions(CLI::App& app) {
     OptionAdder const add(app);
     m_scene.add(add, {"layer", "output", "over", "size"});
-    add.flag("Files", "--no-clobber", m_run.noClobber, "Refuse to replace an existing output");
-    add.flag("Files", "--in-place", m_run.inPlace, "Let the output replace its own layer or plate");
-    add.flag("Files", "--no-metadata", m_dropsMetadata, "Leave the files' metadata out");
+    m_output.addFileOptions(add);
     m_scene.add(add, {"to", "from", "track", "track-from", "view", "quality", "set"});
-    add.text("Rendering", "--threads", m_threads, "N", "Threads; 0 for as many as there are (0)");
+    m_output.addThreads(add);
     m_scene.add(add, "mode");
     add.text("Panel", "--project", m_project, "FILE",
              "Layer, plate and keyframed parameters; options override it");
@@ -132,17 +126,14 @@ void OverlayCommand::addOptions(CLI::App& app) {
 }
 
 ExitCode OverlayCommand::run(Invocation const& how) {
-    constexpr int kMostMargin = 4096, kMostThreads = 1024;
+    constexpr int kMostMargin = 4096;
     Scene scene = m_scene.edited(sceneOfProject(m_project));
     checkScene(scene);
     requireOutput(scene);
     PanelPicture ask{m_panel.view()};
     if (m_margin) ask.marginPx = wholeInRange("--margin", *m_margin, 0, kMostMargin);
-    RunOptions run = m_run;
-    run.keepMetadata = !m_dropsMetadata;
-    run.history = how.history;
+    RunOptions run = m_output.run(how);
     run.inFlight = 1;
-    if (m_threads) run.threads = wholeInRange("--threads", *m_threads, 0, kMostThreads);
     useThreads(run.threads);
     scene.downsample.reset();
     setParameter(scene, kGrowBounds, 0.0, "overlay");  // a panel shows the frame itself

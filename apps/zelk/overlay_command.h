@@ -5,9 +5,9 @@
 #include <string>
 
 #include "apps/zelk/command.h"
+#include "apps/zelk/output_options.h"
 #include "apps/zelk/panel_options.h"
 #include "apps/zelk/scene_options.h"
-#include "zelk/render/run_options.h"
 
 namespace zelk {
 
@@ -19,9 +19,8 @@ struct OverlayCommand {
 private:
     SceneOptions m_scene;
     PanelOptions m_panel;
-    RunOptions m_run;  ///< its switches
-    bool m_dropsMetadata = false;
-    std::optional<std::string> m_project, m_threads, m_margin;
+    OutputOptions m_output;
+    std::optional<std::string> m_project, m_margin;
 };
 
 }  // namespace zelk

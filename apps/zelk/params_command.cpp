@@ -5,6 +5,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "hostkit/fixed_point.h"
 #include "zelk/files/standard_output.h"
 #include "zelk/render/load_module.h"
 #include "zelk/scene/parameter_names.h"
@@ -40,9 +41,7 @@ std::vector<std::string> flagNames(PF_ParamDef const& def) {
     return names;
 }
 
-std::string_view nameOf(Parameter const& parameter) {
-    return kParameterNames[static_cast<std::size_t>(parameter.index)];
-}
+std::string_view nameOf(Parameter const& parameter) { return nameOfParameter(parameter.index); }
 
 bool hasRange(Parameter const& parameter) {
     bool const isList = parameter.type() == PF_Param_POPUP || parameter.type() == PF_Param_CHECKBOX;
@@ -62,8 +61,8 @@ Json defaultJson(Parameter const& parameter) {
         case PF_Param_COLOR:
             return colorText(def.u.cd.dephault);
         case PF_Param_POINT:
-            return {{"xPercent", fromFixed(def.u.td.x_dephault)},
-                    {"yPercent", fromFixed(def.u.td.y_dephault)}};
+            return {{"xPercent", fixedToReal(def.u.td.x_dephault)},
+                    {"yPercent", fixedToReal(def.u.td.y_dephault)}};
         default:
             return defaultNumberOf(def);
     }

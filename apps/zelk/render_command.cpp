@@ -49,12 +49,10 @@ CommandInfo const RenderCommand::kInfo = {
 void RenderCommand::addOptions(CLI::App& app) {
     OptionAdder const add(app);
     m_scene.add(add, {"layer", "output", "over", "size"});
-    add.flag("Files", "--no-clobber", m_run.noClobber, "Refuse to replace an existing output");
-    add.flag("Files", "--in-place", m_run.inPlace, "Let the output replace its own layer or plate");
-    add.flag("Files", "--no-metadata", m_dropsMetadata, "Leave the files' metadata out");
+    m_output.addFileOptions(add);
     m_scene.add(add, {"to", "from", "track", "track-from", "view", "quality", "set", "depth",
                       "downsample"});
-    add.text("Rendering", "--threads", m_threads, "N", "Threads; 0 for as many as there are (0)");
+    m_output.addThreads(add);
     m_scene.add(add, {"road", "grow", "frames"});
     add.text("Time", "--project", m_project, "FILE",
              "Layer, plate, output, frames and keyframed parameters; options override it");
@@ -62,9 +60,8 @@ void RenderCommand::addOptions(CLI::App& app) {
     add.text("Sequence", "--in-flight", m_inFlight, "N", "Frames held at a time (3)");
     m_scene.add(add, "missing");
     add.text("Sequence", "--progress", m_progress, "MODE", "auto, bar, plain, json or none (auto)");
-    add.flag("Sequence", "--skip-existing", m_run.skipExisting,
-             "Go on where an earlier run stopped");
-    add.flag("Sequence", "--dry-run", m_run.dryRun, "Print what would be read and written");
+    add.flag("Sequence", "--skip-existing", m_skipExisting, "Go on where an earlier run stopped");
+    add.flag("Sequence", "--dry-run", m_dryRun, "Print what would be read and written");
     m_scene.add(add, {"opacity", "transfer", "source-opacity", "mode", "plain"});
     add.text("Output", "--explain", m_explain, "[text|json]",
              "Print what the render did and how long each stage took (text)");
@@ -72,12 +69,11 @@ void RenderCommand::addOptions(CLI::App& app) {
 }
 
 ExitCode RenderCommand::run(Invocation const& how) {
-    constexpr int kMostInFlight = 64, kMostThreads = 1024;
-    RunOptions run = m_run;
-    run.keepMetadata = !m_dropsMetadata;
-    run.history = how.history;
+    constexpr int kMostInFlight = 64;
+    RunOptions run = m_output.run(how);
+    run.skipExisting = m_skipExisting;
+    run.dryRun = m_dryRun;
     if (m_inFlight) run.inFlight = wholeInRange("--in-flight", *m_inFlight, 1, kMostInFlight);
-    if (m_threads) run.threads = wholeInRange("--threads", *m_threads, 0, kMostThreads);
     if (m_progress) run.progress = pick(kProgressModes, "--progress", *m_progress);
     if (m_explain) run.explain = pick(kExplains, "--explain", *m_explain);
     if (run.dryRun && m_explain)

@@ -5,8 +5,8 @@
 #include <string>
 
 #include "apps/zelk/command.h"
+#include "apps/zelk/output_options.h"
 #include "apps/zelk/scene_options.h"
-#include "zelk/render/run_options.h"
 
 namespace zelk {
 
@@ -17,9 +17,9 @@ struct RenderCommand {
 
 private:
     SceneOptions m_scene;
-    RunOptions m_run;  ///< its switches
-    bool m_dropsMetadata = false;
-    std::optional<std::string> m_project, m_threads, m_inFlight, m_progress, m_explain;
+    OutputOptions m_output;
+    bool m_skipExisting = false, m_dryRun = false;
+    std::optional<std::string> m_project, m_inFlight, m_progress, m_explain;
 };
 
 }  // namespace zelk

@@ -314,7 +314,7 @@ TEST(PipelineFrames, CompositesOnItsOwnInEveryFamilyFormatAndMode) {
         }
     Renderer otherFrame(kFormatARGB8, kWidth + 3, kHeight);  // no source of the frame's size
     otherFrame.host.setPopup(kParamTransferMode, 2);
-    otherFrame.set({kFrom, false, {0.5, 0, 1, 0, 0, 1, 1, 1}});
+    otherFrame.set({kViewFromPins, false, {0.5, 0, 1, 0, 0, 1, 1, 1}});
     EXPECT_EQ(otherFrame.render(), 1);
     EXPECT_EQ(otherFrame.host.getOutputWidth(), kWidth + 3) << "not the pass's";
     Renderer smaller(kFormatARGB8, kWidth, kHeight - 1);  // with rectangles that it can't hold
@@ -323,7 +323,7 @@ TEST(PipelineFrames, CompositesOnItsOwnInEveryFamilyFormatAndMode) {
     EXPECT_EQ(smaller.render(), 1);
     Renderer larger(kFormatARGB8, kWidth + 1, kHeight);  // cleared where the layer ends
     larger.host.setUserData(&rectangles);
-    larger.host.setPopup(kParamViewMode, kFrom);
+    larger.host.setPopup(kParamViewMode, kViewFromPins);
     EXPECT_EQ(larger.render() + larger.output.get(kWidth, 0, 0), 0);
 }
 
@@ -351,14 +351,14 @@ TEST(PipelineFrames, OnlyAKernelSoftensAtRestAndLowMixesNothing) {
 // those at half of it. A To view starts from the layer itself.
 TEST(PipelineFrames, SuperSampleAtRestIsHighOfAFadedLayer) {
     for (const int times : {1, 2})
-        for (const View view : {kTo, kBoth}) {
+        for (const ViewModeEntry view : {kViewToPins, kViewBothPins}) {
             Scene scene{view};
             for (double& pin : scene.to) pin /= times;
             Checkered super(scene, 3, times), high(scene, 2, times);
             for (Renderer* renderer : {&super, &high}) renderer->host.setScale(1, 0.5);
             super.host.setFloat(kParamSuperSampleSoftness, 0.9);
             super.host.setFloat(kParamSuperSampleEdge, 12);
-            if (view == kBoth) fadeBorder<PIXEL_BGRA8>(high.input.info(), 7);
+            if (view == kViewBothPins) fadeBorder<PIXEL_BGRA8>(high.input.info(), 7);
             EXPECT_EQ(super.render() + high.render(), 0);
             EXPECT_TRUE(super.output.samePixels(high.output));
             EXPECT_TRUE(super.host.order.ends_with("120")) << "interim, softened, working copy";

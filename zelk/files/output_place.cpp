@@ -42,6 +42,14 @@ std::optional<FileIdentity> identityOf(fs::path const& path) {
     return FileIdentity{state.st_dev, state.st_ino};
 }
 
+void requireNew(std::filesystem::path const& target, bool mayReplace) {
+    std::error_code fault;
+    if (mayReplace || !std::filesystem::exists(std::filesystem::symlink_status(target, fault)))
+        return;
+    throw UserError(ExitCode::kOutput,
+                    {target.string(), "there is one already", "", "a new name, or --force"});
+}
+
 void checkPlace(fs::path const& target, bool noClobber) {
     std::error_code fault;
     if (noClobber && fs::exists(fs::symlink_status(target, fault)))

@@ -24,6 +24,9 @@ struct FileIdentity {
 };
 std::optional<FileIdentity> identityOf(std::filesystem::path const& path);
 
+/// Throws an output error when a file is there, or anything else, and may not be replaced.
+void requireNew(std::filesystem::path const& target, bool mayReplace);
+
 /// Throws an output error when `target`'s place refuses a file, when something other than a file is
 /// there, or anything with `noClobber` set. Writes nothing.
 void checkPlace(std::filesystem::path const& target, bool noClobber);

@@ -48,7 +48,6 @@ public:
     std::vector<int> framesThere() const;
     /// The frame number of a movie's first picture.
     void startAt(int frame) { m_firstFrame = frame; }
-    bool isMovie() const { return m_movieFrames > 0; }
     /// The picture that the frame's number names, there or not.
     InputPicture own(int frame) const;
     bool isThere(int frame) const;

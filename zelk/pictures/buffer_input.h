@@ -13,7 +13,8 @@ namespace zelk {
 /// A buffer for code that reads picture files; nothing but its pixels is copied, row by row.
 std::unique_ptr<OIIO::ImageInput> inputOf(std::shared_ptr<PictureBuffer const> buffer);
 
-/// A world's pixels as red, green, blue, alpha in its own depth; 16 bits become 0 to 65535.
+/// The pixels of a world of straight colour as red, green, blue, alpha in its own depth; 16 bits
+/// become 0 to 65535.
 PictureBuffer bufferOf(World const& world);
 
 }  // namespace zelk

@@ -119,8 +119,10 @@ void setStorage(std::string_view format, RowPlan const& plan, OIIO::ImageSpec& s
     if (format == "tiff" && plan.type == OIIO::TypeHalf) spec.attribute("tiff:half", 1);
     if (format == "webp") spec.attribute("compression", "lossless");
     // Without a date the writers put in the clock's, and two runs would give two files.
+    // An unknown date has blanks for its digits.
     bool const isDated = format == "openexr" || format == "tiff";
-    if (isDated && !spec.find_attribute("DateTime")) spec.attribute("DateTime", "");
+    if (isDated && !spec.find_attribute("DateTime"))
+        spec.attribute("DateTime", format == "tiff" ? "    :  :     :  :  " : "");
     if (format == "jpeg") {
         spec.attribute("jpeg:subsampling", "4:4:4");
         setJpegDensity(spec);

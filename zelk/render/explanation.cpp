@@ -12,18 +12,11 @@
 #include "zelk/pictures/world_rows.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/scene/parameter_values.h"
+#include "zelk/scene/scene_words.h"
 
 namespace zelk {
 
 namespace {
-
-enum QuadMode { kUnitToTo = 2, kFromToTo = 3, kFromToUnit = 4 };
-
-/// Z order to the engine's pin order.
-void setPins(QV_UnitPoint (&pins)[4], Corners const& corners) {
-    constexpr std::size_t kCorner[4] = {0, 2, 1, 3};
-    for (std::size_t i = 0; i < 4; ++i) pins[i] = {corners[kCorner[i]].x, corners[kCorner[i]].y};
-}
 
 /// Row vectors of the engine over unit measure to column vectors over source pixels.
 std::array<double, 9> pixelMatrix(QV_Mtrx44 const& m, PixelSize source) {
@@ -36,19 +29,20 @@ std::array<double, 9> pixelMatrix(QV_Mtrx44 const& m, PixelSize source) {
     return out;
 }
 
-PassReport passOf(char const* name, int quadMode, std::vector<Parameter> const& parameters,
+PassReport passOf(char const* name, QuadMode quadMode, std::vector<Parameter> const& parameters,
                   PinQuads const& quads, PixelSize source, PixelSize destination) {
     CoreRenderArguments core;
     core.quadMode = quadMode;
-    setPins(core.fromPins, quads.from);
-    setPins(core.toPins, quads.to);
+    toPinOrder(quads.from, core.fromPins);
+    toPinOrder(quads.to, core.toPins);
+    Reposition const reposition = repositionOf(parameters);
     RenderSettings settings;
     settings.reposition = true;
-    settings.repositionTranslateX = currentNumber(parameters, kTranslateX);
-    settings.repositionTranslateY = currentNumber(parameters, kTranslateY);
-    settings.repositionScaleX = currentNumber(parameters, kScaleX);
-    settings.repositionScaleY = currentNumber(parameters, kScaleY);
-    settings.repositionRotate = currentNumber(parameters, kRotate);
+    settings.repositionTranslateX = reposition.translateX;
+    settings.repositionTranslateY = reposition.translateY;
+    settings.repositionScaleX = reposition.scaleX;
+    settings.repositionScaleY = reposition.scaleY;
+    settings.repositionRotate = reposition.rotate;
     QV_Mtrx44 matrix;
     PassReport report;
     report.name = name;
@@ -57,8 +51,8 @@ PassReport passOf(char const* name, int quadMode, std::vector<Parameter> const& 
     return report;
 }
 
-char const* depthName(Depth depth) {
-    return depth == Depth::k8 ? "8" : depth == Depth::k16 ? "16" : "float";
+char const* filterName(int filter) {
+    return filter == kFilterNearest ? "nearest" : filter == kFilterBilinear ? "bilinear" : "parzen";
 }
 
 std::string hostName(HostIdentity const& host) {
@@ -68,43 +62,37 @@ std::string hostName(HostIdentity const& host) {
     return "unknown";
 }
 
-char const* roadName(Road road) { return road == Road::kModule ? "module" : "memory"; }
-
 }  // namespace
 
 PlanReport planOf(std::vector<Parameter> const& parameters, PinFrame const& frame) {
     constexpr char const* kQualities[] = {"Low", "Medium", "High", "Super Sample"};
-    constexpr char const* kFilters[] = {"nearest", "bilinear", "parzen", "parzen"};
     PlanReport plan;
     // Any module may be asked for: its controls need not be the ones that stand here.
-    int const quality = std::clamp(static_cast<int>(currentNumber(parameters, kQuality)), 1, 4);
-    plan.quality = kQualities[quality - 1];
-    plan.filter = kFilters[quality - 1];
+    int const quality = std::clamp(
+        entryOfHost(static_cast<int>(currentNumber(parameters, kQuality))),
+        static_cast<std::int32_t>(kQualityLow), static_cast<std::int32_t>(kQualitySuperSample));
+    plan.quality = kQualities[quality];
 
     RenderSettings settings;
-    settings.quality = quality == 1 ? 0 : 2;
+    settings.quality = quality == kQualityLow ? 0 : 2;
     setKernelTransformSize(&settings, 0, static_cast<float>(1.0 / frame.downsample));
-    if (settings.quality == 0) plan.filter = kFilters[0];
-    plan.taps = settings.quality == 0 ? 1 : quality == 2 ? 2 : settings.taps;
-    plan.scan = settings.quality == 0 ? "plain" : "area";
+    bool const isPlain = settings.quality == 0;
+    plan.filter = filterName(isPlain ? kFilterNearest : filterOfQuality(quality));
+    plan.taps = isPlain ? 1 : quality == kQualityMedium ? 2 : settings.taps;
+    plan.scan = isPlain ? "plain" : "area";
 
-    int const view = static_cast<int>(currentNumber(parameters, kViewMode));
-    if (view == kViewOriginal) return plan;
     PinQuads const quads = pinQuads(parameters, frame);
     auto const withMargin = [&frame](int width, int height) {
         return PixelSize{width + 2 * frame.marginX, height + 2 * frame.marginY};
     };
     PixelSize const layer = withMargin(frame.layerWidth, frame.layerHeight);
     PixelSize const whole = withMargin(frame.frameWidth, frame.frameHeight);
-    auto const add = [&](char const* name, int mode, PixelSize to) {
+    auto const add = [&](char const* name, QuadMode mode, PixelSize to) {
         plan.passes.push_back(passOf(name, mode, parameters, quads, layer, to));
     };
-    if (view == kViewBoth && currentNumber(parameters, kCropToPins) == 0) {
-        add("From quad to To quad", kFromToTo, whole);
-        return plan;
-    }
-    if (view != kViewTo && !quads.isFirstPassLeftOut) add("From quad to layer", kFromToUnit, layer);
-    if (view != kViewFrom) add("layer to To quad", kUnitToTo, whole);
+    if (quads.passes.direct) add("From quad to To quad", kQuadFromToTo, whole);
+    if (quads.passes.fromQuad) add("From quad to layer", kQuadFromToUnit, layer);
+    if (quads.passes.toQuad) add("layer to To quad", kQuadUnitToTo, whole);
     return plan;
 }
 
@@ -135,14 +123,14 @@ void StageClock::lap(std::string name) {
 
 std::string asText(Explanation const& e) {
     std::string text =
-        fmt::format("road      {}{}\n", roadName(e.road), e.isPlain ? ", plain" : "");
+        fmt::format("road      {}{}\n", wordOf(kRoadWords, e.road), e.isPlain ? ", plain" : "");
     if (e.road == Road::kModule) text += fmt::format("host      {}\n", hostName(e.host));
     text += fmt::format("layer     {} x {}\nframe     {} x {}\n", e.layer.width, e.layer.height,
                         e.frame.width, e.frame.height);
     if (e.margin.width > 0 || e.margin.height > 0)
         text += fmt::format("margin    {} x {}, in the frame\n", e.margin.width, e.margin.height);
-    text += fmt::format("depth     {} rendered, {} of {} bits written\n", depthName(e.renderDepth),
-                        e.writtenType, e.writtenBits);
+    text += fmt::format("depth     {} rendered, {} of {} bits written\n",
+                        wordOf(kDepthWords, e.renderDepth), e.writtenType, e.writtenBits);
     text += fmt::format("quality   {}: {}, {} x {} taps, {} scan\n", e.plan.quality, e.plan.filter,
                         e.plan.taps, e.plan.taps, e.plan.scan);
     text += fmt::format("passes    {}\n", e.plan.passes.size());
@@ -161,13 +149,13 @@ std::string asText(Explanation const& e) {
 
 std::string asJson(Explanation const& e) {
     nlohmann::ordered_json json;
-    json["road"] = roadName(e.road);
+    json["road"] = wordOf(kRoadWords, e.road);
     json["plain"] = e.isPlain;
     if (e.road == Road::kModule) json["host"] = hostName(e.host);
     json["layer"] = {{"width", e.layer.width}, {"height", e.layer.height}};
     json["frame"] = {{"width", e.frame.width}, {"height", e.frame.height}};
     json["margin"] = {{"x", e.margin.width}, {"y", e.margin.height}};
-    json["depth"] = {{"rendered", depthName(e.renderDepth)},
+    json["depth"] = {{"rendered", wordOf(kDepthWords, e.renderDepth)},
                      {"written", e.writtenType},
                      {"writtenBits", e.writtenBits}};
     json["quality"] = e.plan.quality;

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <stdexcept>
 #include <utility>
 
 #include "hostkit/host.h"
@@ -96,7 +97,8 @@ public:
     void store(int frame, RenderedFrame const& rendered);
     bool finishMovie(std::atomic<bool> const& stop);
     void checkMemory() const;
-    void requireBegun(int frame);
+    void beginAt(int frame);
+    void requireReduced(int reduce) const;
 
     bool isModule() const { return m_scene.roadTaken() == Road::kModule; }
     std::uint64_t bytesInFlight() const;
@@ -133,17 +135,17 @@ public:
 };
 
 void FrameRenderer::Impl::begin(std::vector<int> const& frames) {
-    m_frames = frames;
+    if (frames.empty()) throw std::invalid_argument("no frames to begin with");
     m_inFlight = std::min(static_cast<std::size_t>(m_run.inFlight), frames.size());
     auto const [first, last] = std::minmax_element(frames.begin(), frames.end());
-    bool const isStill = !isSequence(m_scene);
-    m_comp = compOf(m_scene, isStill ? 0 : *first, isStill ? 0 : *last);
+    m_comp = compOf(m_scene, *first, *last);
     m_host->setComp(m_comp);
     readSizes(frames);
     setParameters(m_scene, *m_host, m_layerSize, m_frameSize);
     for (TrackUse const& use : m_scene.tracks)
         m_warnings.add(warningsOf(use, {m_frameSize, m_comp.startFrame, m_comp.timeBase.step}));
     if (m_scene.hasFrame()) checkTransfer(m_scene, m_host->parameters());
+    m_frames = frames;
 }
 
 FrameRequest FrameRenderer::Impl::momentOf(int frame) const {
@@ -153,7 +155,7 @@ FrameRequest FrameRenderer::Impl::momentOf(int frame) const {
     return moment;
 }
 
-void FrameRenderer::Impl::requireBegun(int frame) {
+void FrameRenderer::Impl::beginAt(int frame) {
     if (m_isStopped) throw UserError(ExitCode::kInterrupted, {"render", "stopped", "", ""});
     if (!m_files.isReadable(frame) && m_scene.missing == MissingInput::kStop)
         throw UserError(ExitCode::kInput, m_files.missingOf(frame).missing(frame));
@@ -161,8 +163,18 @@ void FrameRenderer::Impl::requireBegun(int frame) {
     if (!isBegun) begin({frame});
 }
 
+/// A picture has at least one pixel.
+void FrameRenderer::Impl::requireReduced(int reduce) const {
+    int most = std::min(m_layerSize.width, m_layerSize.height) / m_ask.downsample;
+    if (!isModule()) most = std::min({most, m_frameSize.width, m_frameSize.height});
+    if (reduce >= 1 && reduce <= most) return;
+    throw UserError(ExitCode::kUsage, {"preview", "can't be reduced by", std::to_string(reduce),
+                                       fmt::format("a whole number from 1 to {}", most)});
+}
+
 World FrameRenderer::Impl::world(int frame, PreviewOptions const& options) {
-    requireBegun(frame);
+    beginAt(frame);
+    requireReduced(options.reduce);
     World picture = render(frame, load(frame, options.reduce)).picture;
     if (!isModule()) makeStraight(picture);
     if (!options.part) return picture;
@@ -175,6 +187,7 @@ World FrameRenderer::Impl::layerWorld(int frame) {
     if (!m_files.layer.isThere(frame))
         throw UserError(ExitCode::kInput, m_files.layer.missing(frame));
     PictureReader layer = m_files.layer.own(frame).open();
+    m_warnings.add(layer.warnings());
     return readStraightWorld(layer);
 }
 
@@ -258,10 +271,12 @@ World FrameRenderer::Impl::renderedByModule(LoadedFrame& loaded, FrameRequest co
 
 World FrameRenderer::Impl::renderedInMemory(LoadedFrame& loaded, FrameRequest const& moment) {
     plan(pinFrameOf(loaded.ask, loaded.reduce), moment, Depth::kFloat);
-    PixelSize const size = reduced(m_frameSize, loaded.reduce);
-    World picture({size.width, size.height, Depth::kFloat});
-    renderInMemory(m_host->parameters(), loaded.layer, picture, {m_layerSize, m_frameSize}, moment,
-                   m_scene.layer.name());
+    int const n = loaded.reduce;
+    PixelSize const layer = reduced(m_layerSize, n), frame = reduced(m_frameSize, n);
+    World picture({frame.width, frame.height, Depth::kFloat});
+    renderInMemory(m_host->parameters(), loaded.layer, picture,
+                   {{layer.width * n, layer.height * n}, {frame.width * n, frame.height * n}},
+                   moment, m_scene.layer.name());
     loaded.layer = World();
     endStage("render");
     if (m_explanation) m_explanation->covered = countCovered(picture);
@@ -444,7 +459,7 @@ PictureBuffer FrameRenderer::picture(int frame, PreviewOptions const& options) {
 
 void FrameRenderer::write(int frame) {
     requireOutput(m_impl->m_scene);
-    m_impl->requireBegun(frame);
+    m_impl->beginAt(frame);
     store(frame, render(frame, load(frame)));
 }
 
@@ -453,6 +468,7 @@ World FrameRenderer::world(int frame, PreviewOptions const& options) {
 }
 World FrameRenderer::layerWorld(int frame) { return m_impl->layerWorld(frame); }
 void FrameRenderer::begin(std::vector<int> const& frames) { m_impl->begin(frames); }
+void FrameRenderer::beginAt(int frame) { m_impl->beginAt(frame); }
 FrameRequest FrameRenderer::momentOf(int frame) const { return m_impl->momentOf(frame); }
 void FrameRenderer::check(int frame) { m_impl->check(frame); }
 LoadedFrame FrameRenderer::load(int frame, int reduce) { return m_impl->load(frame, reduce); }

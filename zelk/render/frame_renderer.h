@@ -37,7 +37,8 @@ struct PixelRect {
 /// lengths that parameters give in pixels are reduced with it on the module road alone.
 struct PreviewOptions {
     int reduce = 1;
-    std::optional<PixelRect> part;  ///< of the reduced picture, what lies within it; nothing: all
+    /// Of the reduced picture, from its upper left corner, what lies within it; nothing: all.
+    std::optional<PixelRect> part;
 };
 
 class FrameRenderer {
@@ -65,15 +66,17 @@ public:
     /// made.
     void stop();
     /// Is told of each stage that has ended: "read", "render", "plate", "write". On the thread of
-    /// the stage.
+    /// the stage; set it before the first one.
     void onStage(std::function<void(char const* stage)> listener);
     /// What there is to tell so far, a sentence each, told once.
     std::vector<std::string> takeWarnings();
 
     /// Settles sizes, composition and values for these frames, in any order; sizes are those of the
-    /// first of them whose files can be opened. Throws an input error for files, and what imports
-    /// and values refuse.
+    /// first of them whose files can be opened; at least one. Throws an input error for files, and
+    /// what imports and values refuse.
     void begin(std::vector<int> const& frames);
+    /// The same for one frame, whose pictures must be there, unless it is among those already.
+    void beginAt(int frame);
     // After begin:
     PixelSize layerSize() const;  ///< pixels at full resolution
     PixelSize frameSize() const;  ///< the same, without Grow Bounds

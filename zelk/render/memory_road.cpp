@@ -4,9 +4,11 @@
 #include <algorithm>
 #include <array>
 
+#include "Transform/Common/PopupEntries.h"
 #include "Transform/Common/Transform_Core_Render/TransferModes.h"
 #include "effect/Render.h"
 #include "host/PluginHost_Memory_Impl.h"
+#include "hostkit/fixed_point.h"
 #include "zelk/pictures/world_rows.h"
 #include "zelk/render/module_road.h"
 #include "zelk/scene/effect_result.h"
@@ -37,8 +39,8 @@ PluginHost_Memory_Impl::Value valueOf(PF_ParamDef const& def, int index, ImageSi
     PixelSize const image = isFrom ? sizes.layer : sizes.frame;
     switch (def.param_type) {
         case PF_Param_POINT:
-            value.x = fromFixed(def.u.td.x_value) / image.width;
-            value.y = fromFixed(def.u.td.y_value) / image.height;
+            value.x = fixedToReal(def.u.td.x_value) / image.width;
+            value.y = fixedToReal(def.u.td.y_value) / image.height;
             break;
         case PF_Param_COLOR:
             value.x = def.u.cd.value.red / 255.0;
@@ -70,10 +72,9 @@ void setControls(PluginHost_Memory_Impl& host, std::vector<Parameter> const& par
 /// "Comp Settings" means the composition's shutter, which a frame without motion blur has not.
 void setShutter(PluginHost_Memory_Impl& host, std::vector<Parameter> const& parameters,
                 Shutter const& shutter) {
-    constexpr double kCompSettings = 3;
-    if (currentNumber(parameters, kMotionBlur) != kCompSettings) return;
+    if (currentNumber(parameters, kMotionBlur) != hostEntry(kMotionBlurComp)) return;
     bool const isOn = shutter.angleDeg != 0 || shutter.phaseDeg != 0;
-    host.setPopup(kMotionBlur, isOn);
+    host.setPopup(kMotionBlur, isOn ? kMotionBlurOn : kMotionBlurOff);
     if (!isOn) return;
     host.setFloat(kShutterAngle, shutter.angleDeg);
     host.setFloat(kShutterPhase, shutter.phaseDeg);

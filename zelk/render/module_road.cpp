@@ -5,8 +5,8 @@
 
 #include <utility>
 
+#include "Transform/Common/Transform_Core_Render/PassPlan.h"
 #include "zelk/render/memory_budget.h"
-#include "zelk/render/memory_release.h"
 #include "zelk/scene/effect_result.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/scene/parameter_values.h"
@@ -17,7 +17,10 @@ namespace zelk {
 
 namespace {
 
-constexpr int kTransferNone = 1, kMotionBlurOn = 2, kQualitySuper = 4;  ///< entries of popups
+/// The entry that a popup has now.
+std::int32_t entryOf(std::vector<Parameter> const& parameters, int index) {
+    return entryOfHost(static_cast<std::int32_t>(currentNumber(parameters, index)));
+}
 
 UserError tooLarge(ModuleRender const& ask, RenderSize const& size) {
     return {ExitCode::kInput,
@@ -59,9 +62,9 @@ RenderSize renderSize(Host const& host, PictureReader const& picture, ModuleRend
     size.marginX = margin.width;
     size.marginY = margin.height;
     size.extraImages =
-        (currentNumber(parameters, kTransferMode) != kTransferNone) +
-        (currentNumber(parameters, kQuality) == kQualitySuper) +
-        (currentNumber(parameters, kMotionBlur) == kMotionBlurOn || host.comp().motionBlur);
+        (entryOf(parameters, kTransferMode) != kTransferNone) +
+        softens(entryOf(parameters, kQuality)) +
+        (entryOf(parameters, kMotionBlur) == kMotionBlurOn || host.comp().motionBlur);
     return size;
 }
 
@@ -101,7 +104,6 @@ World readLayer(Host const& host, PictureReader& picture, ModuleRender const& as
         throw;
     }
     picture.readInto(layer, ask.downsample);
-    releaseStartupMemory();
     return layer;
 }
 

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "Transform/Common/PopupEntries.h"
 #include "zelk/render/track_import.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/scene/parameter_values.h"
@@ -17,10 +18,6 @@
 namespace zelk {
 
 namespace {
-
-Parameter& at(std::vector<Parameter>& parameters, int index) {
-    return parameters[static_cast<std::size_t>(index)];
-}
 
 /// A value that an option gives holds at all times.
 void dropKeys(Parameter& parameter) {
@@ -38,7 +35,7 @@ void pinWholePicture(std::vector<Parameter>& parameters, PixelSize size) {
     Corners const corners = {{{0, 0}, {w, 0}, {0, h}, {w, h}}};
     for (int i = 0; i < 4; ++i) {
         Point const& corner = corners[static_cast<std::size_t>(i)];
-        setPoint(at(parameters, kFromPins + i).current, corner.x, corner.y);
+        setPoint(parameterIn(parameters, kFromPins + i).current, corner.x, corner.y);
     }
 }
 
@@ -52,8 +49,8 @@ void copyOpenPins(Scene const& scene, std::vector<Parameter>& parameters) {
         int const index = kToPins + corner;
         bool const isSet = std::any_of(scene.parameters.begin(), scene.parameters.end(),
                                        [index](auto const& entry) { return entry.index == index; });
-        PF_PointDef const& from = at(parameters, kFromPins + corner).current.u.td;
-        PF_PointDef& to = at(parameters, index).current.u.td;
+        PF_PointDef const& from = parameterIn(parameters, kFromPins + corner).current.u.td;
+        PF_PointDef& to = parameterIn(parameters, index).current.u.td;
         if (isSet) continue;
         to.x_value = from.x_value;
         to.y_value = from.y_value;
@@ -62,13 +59,14 @@ void copyOpenPins(Scene const& scene, std::vector<Parameter>& parameters) {
 
 /// The composition's shutter where the popup offers it, else the same numbers as controls.
 void switchMotionBlurOn(Scene const& scene, std::vector<Parameter>& parameters) {
-    Parameter& popup = at(parameters, kMotionBlur);
-    constexpr int kOn = 2, kCompSettings = 3;
-    bool const hasComp = popup.choices.size() >= kCompSettings;
-    setNumberOf(popup, hasComp ? kCompSettings : kOn);
+    Parameter& popup = parameterIn(parameters, kMotionBlur);
+    bool const hasComp = popup.choices.size() > kMotionBlurComp;
+    setNumberOf(popup, hostEntry(hasComp ? kMotionBlurComp : kMotionBlurOn));
+    if (auto const& samples = scene.motionBlur->samples)
+        setNumberOf(parameterIn(parameters, kSamples), *samples);
     if (hasComp) return;
-    setNumberOf(at(parameters, kShutterAngle), scene.comp.shutterAngleDeg);
-    setNumberOf(at(parameters, kShutterPhase), scene.comp.shutterPhaseDeg);
+    setNumberOf(parameterIn(parameters, kShutterAngle), scene.comp.shutterAngleDeg);
+    setNumberOf(parameterIn(parameters, kShutterPhase), scene.comp.shutterPhaseDeg);
 }
 
 /// Rank of a file's samples, for the deeper of two.
@@ -93,7 +91,7 @@ bool isSame(OIIO::ParamValue const& a, OIIO::ParamValue const& b) {
 
 void setOptionValues(Scene const& scene, std::vector<Parameter>& parameters) {
     setValues(scene, ValuesFrom::kOptions, parameters);
-    if (scene.isMotionBlurOn) switchMotionBlurOn(scene, parameters);
+    if (scene.motionBlur) switchMotionBlurOn(scene, parameters);
     copyOpenPins(scene, parameters);
 }
 
@@ -118,13 +116,10 @@ Comp compOf(Scene const& scene, int firstFrame, int lastFrame) {
         comp.startFrame = firstFrame;
         comp.durationFrames = lastFrame - firstFrame + 1;
     }
-    comp.motionBlur = comp.motionBlur || scene.isMotionBlurOn;
+    comp.motionBlur = comp.motionBlur || scene.motionBlur.has_value();
     return comp;
 }
 
-namespace {
-
-/// How any output of the scene is written.
 WriteRequest writeRequestOf(RunOptions const& run) {
     WriteRequest ask;
     ask.keepMetadata = run.keepMetadata;
@@ -132,8 +127,6 @@ WriteRequest writeRequestOf(RunOptions const& run) {
     ask.history = run.history;
     return ask;
 }
-
-}  // namespace
 
 WriteRequest outputOf(Scene const& scene, RunOptions const& run, PictureTraits const& layer,
                       PictureTraits const* plate) {
@@ -160,11 +153,11 @@ WriteRequest ownFrameOutput(Scene const& scene, RunOptions const& run, PictureTr
 }
 
 void checkTransfer(Scene const& scene, std::vector<Parameter> const& parameters) {
-    Parameter const& transfer = parameters[kTransferMode];
-    auto const entry = static_cast<std::size_t>(numberOf(transfer.current));
-    if (entry > 1 && entry <= transfer.choices.size())
+    Parameter const& transfer = parameterIn(parameters, kTransferMode);
+    auto const entry = entryOfHost(static_cast<std::int32_t>(numberOf(transfer.current)));
+    if (entry > kTransferNone && entry < static_cast<std::int32_t>(transfer.choices.size()))
         throw refusalOf(scene, kTransferMode, "lays the pinned layer over itself in its own frame:",
-                        transfer.choices[entry - 1], "--mode with --over");
+                        transfer.choices[static_cast<std::size_t>(entry)], "--mode with --over");
 }
 
 void addColorWarning(Scene const& scene, PictureTraits const& layer, PictureTraits const& plate,

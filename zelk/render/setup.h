@@ -27,6 +27,8 @@ std::vector<Parameter> parametersAt(std::vector<Parameter> const& parameters, Ke
 /// `lastFrame`.
 Comp compOf(Scene const& scene, int firstFrame, int lastFrame);
 
+/// How any output of a run is written.
+WriteRequest writeRequestOf(RunOptions const& run);
 /// What the output inherits: windows and metadata of the plate, else the layer's metadata; the
 /// deeper samples of the two. `plate` may be null.
 WriteRequest outputOf(Scene const& scene, RunOptions const& run, PictureTraits const& layer,

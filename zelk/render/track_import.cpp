@@ -11,6 +11,7 @@
 #include <mutex>
 #include <set>
 
+#include "Transform/Common/PopupEntries.h"
 #include "platform/services/FileChooser.h"
 #include "zelk/scene/effect_result.h"
 #include "zelk/scene/parameter_names.h"
@@ -100,7 +101,6 @@ void requireWithinClock(TrackUse const& use, Comp const& comp) {
 
 /// Has the effect import the file at `path`.
 void runImport(Host& host, TrackUse const& use, std::string const& path, PixelSize frame) {
-    constexpr double kLoadToPins = 2, kLoadFromPins = 3;  // entries of the popup
     FrameRequest moment = frameRequest(host.comp(), host.comp().startFrame);
     moment.layerWidth = frame.width;
     moment.layerHeight = frame.height;
@@ -108,8 +108,8 @@ void runImport(Host& host, TrackUse const& use, std::string const& path, PixelSi
     static std::mutex chooser;  // there is one in a process
     std::lock_guard const alone(chooser);
     ChosenFile const chosen(path);
-    setNumber(host.parameters()[kMochaImport].current,
-              use.pins == TrackedPins::kTo ? kLoadToPins : kLoadFromPins);
+    setNumber(parameterIn(host.parameters(), kMochaImport).current,
+              hostEntry(use.pins == TrackedPins::kTo ? kImportToPins : kImportFromPins));
     checkResult(host.userChangedParam(kMochaImport, moment, &output), use.file.string());
 }
 
@@ -122,13 +122,13 @@ std::size_t importTrack(Host& host, TrackUse const& use, PixelSize frame) {
     requireWithinClock(use, host.comp());
     std::vector<Parameter>& all = host.parameters();
     int const first = use.pins == TrackedPins::kTo ? kToPins : kFromPins;
-    for (int i = first; i < first + 4; ++i) all[static_cast<std::size_t>(i)].editTrack().clear();
+    for (int i = first; i < first + 4; ++i) parameterIn(all, i).editTrack().clear();
     TextInMemory const text(use.text.empty() ? importText(*use.track, frame) : use.text);
     runImport(host, use, text.path(), frame);
 
     std::size_t keys = 0;
     for (std::size_t corner = 0; corner < 4; ++corner) {
-        auto const own = all[static_cast<std::size_t>(first) + corner].track().size();
+        auto const own = parameterIn(all, first + static_cast<int>(corner)).track().size();
         auto const expected = keysOf(use.track->corners[corner], host.comp());
         keys += own;
         if (own != expected)

@@ -37,9 +37,6 @@ enum ParameterPosition {
     kTransferMode = 62,
 };
 
-/// Entries of the View Mode popup, from 1.
-enum ViewEntry { kViewOriginal = 1, kViewFrom = 2, kViewTo = 3, kViewBoth = 4 };
-
 extern std::array<std::string_view, kParameterCount> const kParameterNames;
 
 inline std::string_view nameOfParameter(int index) {

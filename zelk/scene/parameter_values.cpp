@@ -7,6 +7,7 @@
 #include <charconv>
 #include <cmath>
 
+#include "hostkit/fixed_point.h"
 #include "zelk/text/errors.h"
 #include "zelk/text/numbers.h"
 
@@ -137,10 +138,8 @@ std::string colorText(PF_Pixel color) {
 }
 
 double currentNumber(std::vector<Parameter> const& parameters, int index) {
-    return numberOf(parameters[static_cast<std::size_t>(index)].current);
+    return numberOf(parameterIn(parameters, index).current);
 }
-
-double fromFixed(PF_Fixed fixed) { return fixed / 65536.0; }
 
 std::string defaultText(Parameter const& parameter) {
     auto const& u = parameter.registered.u;
@@ -154,7 +153,8 @@ std::string defaultText(Parameter const& parameter) {
         case PF_Param_CHECKBOX:
             return number != 0 ? "on" : "off";
         case PF_Param_POINT:
-            return fmt::format("{}%,{}%", fromFixed(u.td.x_dephault), fromFixed(u.td.y_dephault));
+            return fmt::format("{}%,{}%", fixedToReal(u.td.x_dephault),
+                               fixedToReal(u.td.y_dephault));
         case PF_Param_COLOR:
             return colorText(u.cd.dephault);
         case PF_Param_SLIDER:

@@ -28,7 +28,4 @@ std::string defaultText(Parameter const& parameter);
 /// The current number of the parameter at `index`.
 double currentNumber(std::vector<Parameter> const& parameters, int index);
 
-/// 16.16 to a number.
-double fromFixed(PF_Fixed fixed);
-
 }  // namespace zelk

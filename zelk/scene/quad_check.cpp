@@ -3,6 +3,7 @@
 
 #include <cmath>
 
+#include "hostkit/fixed_point.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/scene/parameter_values.h"
 
@@ -12,7 +13,7 @@ namespace {
 
 /// A pin as the effect receives it at reduced resolution, pixels: a 16.16 number again.
 double reducedPx(PF_Fixed fixed, int downsample) {
-    return fromFixed(static_cast<PF_Fixed>(std::round(static_cast<double>(fixed) / downsample)));
+    return fixedToReal(static_cast<PF_Fixed>(std::round(static_cast<double>(fixed) / downsample)));
 }
 
 /// The four points from `index` on, fractions of their image.
@@ -22,7 +23,7 @@ Corners pinsAt(std::vector<Parameter> const& parameters, int index, PinFrame con
     int const height = isFrom ? frame.layerHeight : frame.frameHeight;
     Corners pins;
     for (Point& pin : pins) {
-        PF_PointDef const& point = parameters[static_cast<std::size_t>(index++)].current.u.td;
+        PF_PointDef const& point = parameterIn(parameters, index++).current.u.td;
         pin.x = reducedPx(point.x_value, frame.downsample) / width;
         pin.y = reducedPx(point.y_value, frame.downsample) / height;
     }
@@ -49,20 +50,12 @@ Corners grown(Corners pins, PinFrame const& frame) {
     return pins;
 }
 
-/// The effect leaves out the first of two passes when From Pins and Reposition change nothing; the
-/// From offsets do not count.
-bool isFirstPassLeftOut(std::vector<Parameter> const& parameters, Corners const& fromPins) {
-    constexpr double kTolerance = 1e-05;
-    Corners const unit = {{{0, 0}, {1, 0}, {0, 1}, {1, 1}}};
-    auto const isNear = [](double a, double b) { return std::abs(a - b) < kTolerance; };
-    for (std::size_t i = 0; i < unit.size(); ++i) {
-        if (!isNear(fromPins[i].x, unit[i].x) || !isNear(fromPins[i].y, unit[i].y)) return false;
-    }
-    return isNear(currentNumber(parameters, kTranslateX), 0) &&
-           isNear(currentNumber(parameters, kTranslateY), 0) &&
-           isNear(currentNumber(parameters, kScaleX), 1) &&
-           isNear(currentNumber(parameters, kScaleY), 1) &&
-           isNear(currentNumber(parameters, kRotate), 0);
+/// Whether the From Pins, without their offsets, are the layer's corners and Reposition does
+/// nothing.
+bool isAtRest(std::vector<Parameter> const& parameters, Corners const& from) {
+    QV_UnitPoint pins[4];
+    toPinOrder(from, pins);
+    return isFromAtRest(pins, repositionOf(parameters));
 }
 
 std::string complaint(char const* pins, QuadFault fault) {
@@ -74,21 +67,30 @@ std::string complaint(char const* pins, QuadFault fault) {
 
 }  // namespace
 
+void toPinOrder(Corners const& corners, QV_UnitPoint (&pins)[4]) {
+    constexpr std::size_t kCorner[4] = {0, 2, 1, 3};
+    for (std::size_t i = 0; i < 4; ++i) pins[i] = {corners[kCorner[i]].x, corners[kCorner[i]].y};
+}
+
+Reposition repositionOf(std::vector<Parameter> const& parameters) {
+    return {currentNumber(parameters, kTranslateX), currentNumber(parameters, kTranslateY),
+            currentNumber(parameters, kScaleX), currentNumber(parameters, kScaleY),
+            currentNumber(parameters, kRotate)};
+}
+
 PinQuads pinQuads(std::vector<Parameter> const& parameters, PinFrame const& frame) {
     Corners const from = pinsAt(parameters, kFromPins, frame);
     Corners const to = pinsAt(parameters, kToPins, frame);
+    auto const view = entryOfHost(static_cast<int>(currentNumber(parameters, kViewMode)));
+    PassPlan const plan = passPlan(view, currentNumber(parameters, kCropToPins) != 0);
     return {grown(withOffsets(from, parameters, kFromOffsets), frame),
             grown(withOffsets(to, parameters, kToOffsets), frame),
-            isFirstPassLeftOut(parameters, from)};
+            drawnPasses(plan, isAtRest(parameters, from))};
 }
 
 std::string unusablePins(std::vector<Parameter> const& parameters, PinFrame const& frame) {
-    int const view = static_cast<int>(currentNumber(parameters, kViewMode));
-    bool const isTwoPass = view == kViewBoth && currentNumber(parameters, kCropToPins) != 0;
     PinQuads const quads = pinQuads(parameters, frame);
-    bool usesFrom = view == kViewFrom || view == kViewBoth;
-    if ((view == kViewFrom || isTwoPass) && quads.isFirstPassLeftOut) usesFrom = false;
-    bool const usesTo = view == kViewTo || view == kViewBoth;
+    bool const usesFrom = quads.passes.usesFromQuad(), usesTo = quads.passes.usesToQuad();
 
     std::string why;
     if (usesFrom) why = complaint("the From Pins", checkQuad(quads.from));

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "Transform/Common/Transform_Core_Render/PassPlan.h"
 #include "hostkit/parameters.h"
 #include "zelk/tracks/corners.h"
 #include "zelk/tracks/quad_fault.h"
@@ -24,10 +25,13 @@ struct PinFrame {
 /// The quads as the effect uses them: fractions of their images, margins included, offsets added.
 struct PinQuads {
     Corners from, to;
-    /// The first of two passes is left out: From Pins and Reposition change nothing.
-    bool isFirstPassLeftOut = false;
+    DrawnPasses passes;  ///< what the view makes of them
 };
 PinQuads pinQuads(std::vector<Parameter> const& parameters, PinFrame const& frame);
+
+/// The engine's order: upper left, lower left, upper right, lower right.
+void toPinOrder(Corners const& corners, QV_UnitPoint (&pins)[4]);
+Reposition repositionOf(std::vector<Parameter> const& parameters);
 
 /// Why nothing will be drawn with the parameters' current values; empty when something will be.
 std::string unusablePins(std::vector<Parameter> const& parameters, PinFrame const& frame);

@@ -76,6 +76,11 @@ struct SceneInput {
 /// Who renders: the effect module in our host, or the effect's pipeline over plain buffers.
 enum class Road { kModule, kMemory };
 
+/// Motion Blur is on by the composition's shutter, whatever the parameter says.
+struct MotionBlurSwitch {
+    std::optional<double> samples;  ///< nothing: the parameter's
+};
+
 /// What an edit may set, for messages that name the option or the file's place.
 enum class SceneField {
     kLayer,
@@ -111,11 +116,9 @@ struct Scene {
     std::optional<std::string> frames;  ///< as parseFrameRange takes it
     MissingInput missing = MissingInput::kStop;
 
-    /// In the order in which they are set. Tracks come after those of the file, before the others.
-    std::vector<SceneParameter> parameters;
-    std::vector<TrackUse> tracks;
-    /// Motion Blur is on by the composition's shutter, whatever the parameter says.
-    bool isMotionBlurOn = false;
+    std::vector<SceneParameter> parameters;  ///< in the order in which they are set
+    std::vector<TrackUse> tracks;  ///< set after the file's parameters, before those of options
+    std::optional<MotionBlurSwitch> motionBlur;
 
     std::optional<int> overMode;    ///< PF_Xfer_*: how the layer is laid over the plate
     std::optional<Depth> depth;     ///< nothing: the layer's own

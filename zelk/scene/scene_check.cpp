@@ -3,35 +3,43 @@
 
 #include <fmt/format.h>
 
-#include "zelk/scene/over_modes.h"
+#include <algorithm>
+#include <iterator>
+
 #include "zelk/scene/parameter_names.h"
+#include "zelk/scene/scene_words.h"
 
 namespace zelk {
 
 namespace {
 
-/// Where a project file has a field; null for one that only options set.
-char const* placeOf(SceneField field) {
-    switch (field) {
-        case SceneField::kLayer:
-            return "layer";
-        case SceneField::kPlate:
-            return "plate";
-        case SceneField::kOutput:
-            return "output";
-        case SceneField::kSize:
-            return "render.size";
-        case SceneField::kMode:
-            return "render.mode";
-        case SceneField::kDownsample:
-            return "render.downsample";
-        case SceneField::kTransfer:
-            return "parameters.transfer-mode";
-        case SceneField::kGrow:
-            return "parameters.grow-bounds";
-        default:
-            return nullptr;
-    }
+/// What a field is called where nothing set it, and its place in a project file; null where it has
+/// none there.
+struct FieldNames {
+    SceneField field;
+    char const *option, *place;
+};
+constexpr FieldNames kNames[] = {
+    {SceneField::kLayer, "LAYER", "layer"},
+    {SceneField::kPlate, "--over", "plate"},
+    {SceneField::kSize, "--size", "render.size"},
+    {SceneField::kOutput, "--output", "output"},
+    {SceneField::kToPins, "--to", nullptr},
+    {SceneField::kFromPins, "--from", nullptr},
+    {SceneField::kTrackTo, "--track", nullptr},
+    {SceneField::kTrackFrom, "--track-from", nullptr},
+    {SceneField::kMode, "--mode", "render.mode"},
+    {SceneField::kGrow, "--grow", "parameters.grow-bounds"},
+    {SceneField::kTransfer, "--transfer", "parameters.transfer-mode"},
+    {SceneField::kDownsample, "--downsample", "render.downsample"},
+    {SceneField::kRoad, "--road", nullptr},
+    {SceneField::kPlain, "--plain", nullptr},
+    {SceneField::kHost, "--host", nullptr},
+};
+
+FieldNames const& namesOf(SceneField field) {
+    return *std::find_if(std::begin(kNames), std::end(kNames),
+                         [field](FieldNames const& names) { return names.field == field; });
 }
 
 std::string valueOf(Scene const& scene, SceneField field) {
@@ -49,9 +57,9 @@ std::string valueOf(Scene const& scene, SceneField field) {
         case SceneField::kTransfer:
             return typed(scene.options.at(field));
         case SceneField::kMode:
-            return std::string(overModeWord(*scene.overMode));
+            return std::string(wordOf(kOverModes, *scene.overMode));
         case SceneField::kRoad:
-            return scene.road == Road::kModule ? "module" : "memory";
+            return std::string(wordOf(kRoadWords, *scene.road));
         case SceneField::kHost:
             for (NamedHost const& host : kKnownHosts)
                 if (host.identity.applId == scene.host->applId) return std::string(host.name);
@@ -139,12 +147,11 @@ UserError refusalOf(Scene const& scene, SceneField field, std::string const& wro
     auto const option = scene.options.find(field);
     if (option != scene.options.end())
         return {ExitCode::kUsage, {option->second, wrong, value, expected}};
-    char const* const place = placeOf(field);
-    if (!scene.file.empty() && place)
+    FieldNames const& names = namesOf(field);
+    if (!scene.file.empty() && names.place)
         return {ExitCode::kInput,
-                {scene.file.string(), fmt::format("{}: {}", place, wrong), value, expected}};
-    return {ExitCode::kUsage,
-            {field == SceneField::kLayer ? "LAYER" : "--output", wrong, value, expected}};
+                {scene.file.string(), fmt::format("{}: {}", names.place, wrong), value, expected}};
+    return {ExitCode::kUsage, {names.option, wrong, value, expected}};
 }
 
 UserError refusalOf(Scene const& scene, int parameter, std::string const& wrong,

@@ -8,12 +8,11 @@
 #include <stdexcept>
 #include <utility>
 
+#include "Transform/Common/PopupEntries.h"
 #include "zelk/files/frame_names.h"
-#include "zelk/scene/clock.h"
-#include "zelk/scene/over_modes.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/scene/scene_file.h"
-#include "zelk/text/choices.h"
+#include "zelk/scene/scene_words.h"
 #include "zelk/text/errors.h"
 #include "zelk/text/numbers.h"
 
@@ -23,18 +22,16 @@ namespace {
 
 using Text = std::string const;
 
-constexpr Choice<int> kQualities[] = {{"low", 1}, {"medium", 2}, {"high", 3}, {"super", 4}};
-constexpr Choice<int> kViews[] = {
-    {"original", kViewOriginal}, {"from", kViewFrom}, {"to", kViewTo}, {"both", kViewBoth}};
-constexpr Choice<Road> kRoads[] = {{"module", Road::kModule}, {"memory", Road::kMemory}};
-constexpr Choice<MissingInput> kMissings[] = {{"stop", MissingInput::kStop},
-                                              {"hold", MissingInput::kHold},
-                                              {"skip", MissingInput::kSkip},
-                                              {"black", MissingInput::kBlack}};
-constexpr Choice<Depth> kDepths[] = {
-    {"8", Depth::k8}, {"16", Depth::k16}, {"float", Depth::kFloat}};
-
-/// Of a layer's or a frame's own options, the one that is set last counts unless both are options.
+constexpr Choice<QualityEntry> kQualities[] = {{"low", kQualityLow},
+                                               {"medium", kQualityMedium},
+                                               {"high", kQualityHigh},
+                                               {"super", kQualitySuperSample}};
+constexpr Choice<ViewModeEntry> kViews[] = {{"original", kViewOriginal},
+                                            {"from", kViewFromPins},
+                                            {"to", kViewToPins},
+                                            {"both", kViewBothPins}};
+/// Plate and size exclude each other: an edit of one removes the file's other; two edits are left
+/// for checkScene to refuse.
 void setFrame(Scene& scene, std::optional<SceneInput> plate, Text& thing) {
     scene.plate = std::move(plate);
     scene.options[SceneField::kPlate] = thing;
@@ -76,7 +73,9 @@ void editFromPins(Scene& scene, Text& thing, Text& text) {
 }
 
 void addTrack(Scene& scene, TrackedPins pins, Text& thing, Text& text) {
-    scene.tracks.push_back(readTrackUse(required(text, thing, "a tracking file"), pins));
+    TrackUse use = readTrackUse(required(text, thing, "a tracking file"), pins);
+    std::erase_if(scene.tracks, [pins](TrackUse const& former) { return former.pins == pins; });
+    scene.tracks.push_back(std::move(use));
     scene.options[pins == TrackedPins::kTo ? SceneField::kTrackTo : SceneField::kTrackFrom] = thing;
 }
 
@@ -89,11 +88,11 @@ void editTrackFrom(Scene& scene, Text& thing, Text& text) {
 }
 
 void editQuality(Scene& scene, Text& thing, Text& text) {
-    setParameter(scene, kQuality, double(pick(kQualities, thing, text)), thing);
+    setParameter(scene, kQuality, double(hostEntry(pick(kQualities, thing, text))), thing);
 }
 
 void editView(Scene& scene, Text& thing, Text& text) {
-    setParameter(scene, kViewMode, double(pick(kViews, thing, text)), thing);
+    setParameter(scene, kViewMode, double(hostEntry(pick(kViews, thing, text))), thing);
 }
 
 void editTransfer(Scene& scene, Text& thing, Text& text) {
@@ -130,12 +129,13 @@ void editSetting(Scene& scene, Text& thing, Text& text) {
                  fmt::format("{} {}", thing, nameOfParameter(*index)));
 }
 
-/// "on", or the number of samples.
+/// "on", "off", or the number of samples.
 void editMotionBlur(Scene& scene, Text& thing, Text& text) {
     constexpr double kMostSamples = 256;
-    if (text != "on")
-        setParameter(scene, kSamples, numberInRange(thing, text, 1, kMostSamples), thing);
-    scene.isMotionBlurOn = true;
+    if (text == "off") return scene.motionBlur.reset();
+    MotionBlurSwitch on;
+    if (text != "on") on.samples = numberInRange(thing, text, 1, kMostSamples);
+    scene.motionBlur = on;
 }
 
 /// "ANGLE" or "ANGLE,PHASE", degrees.
@@ -158,10 +158,12 @@ void editMode(Scene& scene, Text& thing, Text& text) {
 }
 
 void editMissing(Scene& scene, Text& thing, Text& text) {
-    scene.missing = pick(kMissings, thing, text);
+    scene.missing = pick(kMissingWords, thing, text);
 }
 
-void editDepth(Scene& scene, Text& thing, Text& text) { scene.depth = pick(kDepths, thing, text); }
+void editDepth(Scene& scene, Text& thing, Text& text) {
+    scene.depth = pick(kDepthWords, thing, text);
+}
 
 void editDownsample(Scene& scene, Text& thing, Text& text) {
     scene.downsample = wholeInRange(thing, text, 1, kLargestPx);
@@ -169,7 +171,7 @@ void editDownsample(Scene& scene, Text& thing, Text& text) {
 }
 
 void editRoad(Scene& scene, Text& thing, Text& text) {
-    scene.road = pick(kRoads, thing, text);
+    scene.road = pick(kRoadWords, thing, text);
     scene.options[SceneField::kRoad] = thing;
 }
 
@@ -229,14 +231,20 @@ SceneEdit const& sceneEdit(std::string_view name) {
 }
 
 void setParameter(Scene& scene, int index, SceneValue value, std::string const& thing) {
+    if (thing.empty()) throw std::invalid_argument("an edit of a parameter has a name");
+    std::erase_if(scene.parameters, [&](SceneParameter const& former) {
+        return former.index == index && former.option == thing;
+    });
     scene.parameters.push_back({index, {}, std::move(value), {}, thing});
 }
 
 void setLayer(Scene& scene, PictureBuffer layer) {
+    requireSound(layer);
     scene.layer = SceneInput{{}, std::make_shared<PictureBuffer const>(std::move(layer))};
 }
 
 void setPlate(Scene& scene, PictureBuffer plate) {
+    requireSound(plate);
     std::string const name = plate.name;
     setFrame(scene, SceneInput{{}, std::make_shared<PictureBuffer const>(std::move(plate))}, name);
 }
@@ -247,41 +255,6 @@ void setPins(Scene& scene, TrackedPins pins, Corners const& corners, std::string
         setParameter(scene, (isTo ? kToPins : kFromPins) + i, corners[static_cast<std::size_t>(i)],
                      thing);
     scene.options[isTo ? SceneField::kToPins : SceneField::kFromPins] = thing;
-}
-
-std::string pictureName(std::string const& thing, std::string const& text) {
-    std::string const name = required(text, thing, "a picture file");
-    if (name != "-") return name;
-    throw UserError(ExitCode::kInput,
-                    {thing, "standard input can't be read as a picture,", name, "a file"});
-}
-
-TimeBase parseRate(std::string const& thing, std::string const& text) {
-    if (auto const rate = rateFromText(text)) return *rate;
-    throw UserError(ExitCode::kUsage, {thing, "not a frame rate:", text, kRateExpected});
-}
-
-std::string_view depthWord(Depth depth) {
-    for (Choice<Depth> const& choice : kDepths)
-        if (choice.value == depth) return choice.word;
-    return {};
-}
-
-HostIdentity hostNamed(std::string const& thing, std::string const& word) {
-    std::vector<Choice<HostIdentity>> choices;
-    for (NamedHost const& host : kKnownHosts) {
-        if (lowered(host.name) == lowered(word)) return host.identity;
-        choices.push_back({host.name, host.identity});
-    }
-    return pick<HostIdentity>(choices, thing, word);
-}
-
-PixelSize parseSize(std::string const& thing, std::string const& text) {
-    auto const x = text.find_first_of("xX");
-    if (x == std::string::npos || text.find_first_not_of("0123456789xX") != std::string::npos)
-        throw UserError(ExitCode::kUsage, {thing, "not a size", text, "WxH such as 1920x1080"});
-    return {wholeInRange(thing, text.substr(0, x), 1, kLargestPx),
-            wholeInRange(thing, text.substr(x + 1), 1, kLargestPx)};
 }
 
 }  // namespace zelk

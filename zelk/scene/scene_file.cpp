@@ -14,8 +14,8 @@
 #include "zelk/files/relative_paths.h"
 #include "zelk/files/text_file.h"
 #include "zelk/scene/clock.h"
-#include "zelk/scene/over_modes.h"
 #include "zelk/scene/parameter_names.h"
+#include "zelk/scene/scene_words.h"
 #include "zelk/text/errors.h"
 #include "zelk/text/json_text.h"
 #include "zelk/text/numbers.h"
@@ -55,14 +55,15 @@ constexpr FileObject kObjects[] = {
     {"ease", kEaseKeys},
 };
 
-constexpr auto kModes = [] {
-    std::array<std::string_view, std::size(kOverModes)> words;
-    for (std::size_t i = 0; i < words.size(); ++i) words[i] = kOverModes[i].word;
+template <class T, std::size_t N>
+constexpr std::array<std::string_view, N> wordsOf(Choice<T> const (&choices)[N]) {
+    std::array<std::string_view, N> words;
+    for (std::size_t i = 0; i < N; ++i) words[i] = choices[i].word;
     return words;
-}();
+}
+constexpr auto kModes = wordsOf(kOverModes);
+constexpr auto kDepths = wordsOf(kDepthWords);
 
-constexpr std::string_view kDepthWords[] = {"8", "16", "float"};
-constexpr Depth kDepths[] = {Depth::k8, Depth::k16, Depth::kFloat};
 constexpr std::string_view kInterpolationWords[] = {"hold", "linear", "bezier"};
 constexpr Interpolation kInterpolations[] = {Interpolation::kHold, Interpolation::kLinear,
                                              Interpolation::kBezier};
@@ -224,7 +225,8 @@ Comp readComp(Node const& node) {
 
 void readRender(Node const& node, Scene& scene) {
     node.requireKeys("render");
-    if (auto const depth = node.find("depth")) scene.depth = kDepths[depth->pick(kDepthWords)];
+    if (auto const depth = node.find("depth"))
+        scene.depth = kDepthWords[depth->pick(kDepths)].value;
     if (auto const mode = node.find("mode")) scene.overMode = kOverModes[mode->pick(kModes)].value;
     if (auto const n = node.find("downsample")) scene.downsample = n->whole(1, kLargestPx);
     if (auto const size = node.find("size")) {
@@ -310,6 +312,14 @@ std::string readPath(Node const& node) {
     return path;
 }
 
+/// A picture is read in pieces, so it can't come through a pipe.
+std::string readPicturePath(Node const& node) {
+    std::string const path = readPath(node);
+    if (path == "-")
+        node.refuse(node.place() + ": standard input can't be read as a picture,", path, "a file");
+    return path;
+}
+
 void requireVersion(Node const& root) {
     root.requireObject();
     Node const schema = root.at("schema"), version = root.at("version");
@@ -322,8 +332,8 @@ void requireVersion(Node const& root) {
 Scene readRoot(fs::path const& file, Node const& root) {
     requireVersion(root);
     root.requireKeys("project");
-    auto const path = [&file](Node const& node) {
-        return ScenePath{readPath(node), file.parent_path()};
+    auto const picture = [&file](Node const& node) {
+        return SceneInput{{readPicturePath(node), file.parent_path()}};
     };
     Scene scene;
     scene.file = file;
@@ -331,9 +341,10 @@ Scene readRoot(fs::path const& file, Node const& root) {
     scene.comp = readComp(root.at("comp"));
     scene.ownStart = root.at("comp").find("startFrame").has_value();
     scene.ownDuration = root.at("comp").find("duration").has_value();
-    scene.layer.file = path(root.at("layer"));
-    if (auto const plate = root.find("plate")) scene.plate = SceneInput{path(*plate)};
-    if (auto const output = root.find("output")) scene.output = path(*output);
+    scene.layer = picture(root.at("layer"));
+    if (auto const plate = root.find("plate")) scene.plate = picture(*plate);
+    if (auto const output = root.find("output"))
+        scene.output = ScenePath{readPath(*output), file.parent_path()};
     if (auto const frames = root.find("frames")) {
         scene.frames = frames->text("frames such as 1001-1100");
         if (!isTaken([&] { parseFrameRange("", *scene.frames); }))
@@ -398,11 +409,8 @@ Ordered compJson(Comp const& comp) {
 
 Ordered renderJson(Scene const& scene) {
     Ordered json;
-    if (scene.depth) {
-        auto const at = std::find(std::begin(kDepths), std::end(kDepths), *scene.depth);
-        json["depth"] = kDepthWords[at - std::begin(kDepths)];
-    }
-    if (scene.overMode) json["mode"] = overModeWord(*scene.overMode);
+    if (scene.depth) json["depth"] = wordOf(kDepthWords, *scene.depth);
+    if (scene.overMode) json["mode"] = wordOf(kOverModes, *scene.overMode);
     if (scene.downsample) json["downsample"] = *scene.downsample;
     if (scene.size) json["size"] = Ordered::array({scene.size->width, scene.size->height});
     return json;
@@ -420,7 +428,20 @@ std::string inputIn(fs::path const& folder, SceneInput const& input) {
                                        "", "a picture file's name"});
 }
 
+/// What only a module or its import settles can't stand in a file.
+void requireSettled(Scene const& scene) {
+    auto const refuse = [](std::string const& thing, char const* what) {
+        throw UserError(ExitCode::kUsage,
+                        {thing, std::string(what) + " can't stand in a file", "", "its values"});
+    };
+    if (!scene.tracks.empty()) refuse(scene.tracks.front().file.string(), "a track");
+    for (SceneParameter const& parameter : scene.parameters)
+        if (parameter.value && std::holds_alternative<TypedText>(*parameter.value))
+            refuse(parameter.option, "a value as it was typed");
+}
+
 std::string textIn(fs::path const& folder, Scene const& scene) {
+    requireSettled(scene);
     Ordered json = {{"schema", kSchema},
                     {"version", kVersion},
                     {"comp", compJson(scene.comp)},
@@ -434,7 +455,7 @@ std::string textIn(fs::path const& folder, Scene const& scene) {
     if (!render.empty()) json["render"] = render;
     json["parameters"] = Ordered::object();
     for (SceneParameter const& parameter : scene.parameters) {
-        auto const name = kParameterNames[static_cast<std::size_t>(parameter.index)];
+        auto const name = nameOfParameter(parameter.index);
         json["parameters"][std::string(name)] = parameterJson(parameter);
     }
     return jsonText(json);

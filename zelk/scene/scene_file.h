@@ -21,9 +21,10 @@ Scene sceneFromText(std::filesystem::path const& file, std::string_view text);
 void fitToFrames(Scene& scene);
 
 /// Writes the scene whole or not at all: what was there stays until then. Relative paths are
-/// written to lead to the same files from `file`'s folder. Values as they were typed are settled by
-/// sceneOf first. Throws an output error, also for a file that is there already when it may not be
-/// replaced, and a usage error for a picture in memory.
+/// written to lead to the same files from `file`'s folder; what files have no place for (road,
+/// host, module, plain, missing) stays out. Throws an output error, also for a file that is there
+/// already when it may not be replaced, and a usage error for a picture in memory, a track or a
+/// value as it was typed, which sceneOf settles.
 void writeScene(Scene const& scene, std::filesystem::path const& file, bool mayReplace = true);
 
 /// What writeScene would write to the scene's own file.

@@ -231,6 +231,9 @@ void setUp(Host& host, Scene const& scene, PixelSize layer) {
 
 Scene sceneOf(Scene base, std::vector<Parameter> const& parameters, PixelSize layer) {
     base.parameters.clear();
+    base.tracks.clear();
+    base.motionBlur.reset();
+    base.options.clear();
     for (Parameter const& parameter : parameters) {
         if (!parameter.hasValue()) continue;
         PF_ParamDef byDefault = parameter.registered;

@@ -18,9 +18,10 @@ void setValues(Scene const& scene, ValuesFrom from, std::vector<Parameter>& para
 /// The composition and the file's values on a host whose layer has that size at full resolution.
 void setUp(Host& host, Scene const& scene, PixelSize layer);
 
-/// `base` with the values that differ from a layer's defaults and all keyframes, as its file has
-/// them. What a record holds beyond its valid range is kept within it, a colour key is rounded to
-/// bytes, and of keys that meet in one unit of the composition's clock the last stays.
+/// `base` without its tracks and edits, with the values that differ from a layer's defaults and all
+/// keyframes, as its file has them. What a record holds beyond its valid range is kept within it, a
+/// colour key is rounded to bytes, and of keys that meet in one unit of the composition's clock the
+/// last stays.
 Scene sceneOf(Scene base, std::vector<Parameter> const& parameters, PixelSize layer);
 
 }  // namespace zelk

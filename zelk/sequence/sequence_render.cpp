@@ -14,6 +14,7 @@
 #include "zelk/render/explanation.h"
 #include "zelk/render/frame_renderer.h"
 #include "zelk/render/frame_stages.h"
+#include "zelk/render/memory_release.h"
 #include "zelk/render/setup.h"
 #include "zelk/sequence/interrupt_flag.h"
 #include "zelk/sequence/pipeline.h"
@@ -162,6 +163,7 @@ void SequenceRun::takeFrames(FrameRenderer& renderer) {
     m_explanation.threads = engineThreads(m_scene);
     renderer.begin(m_schedule.frames);
     renderer.checkMemory();
+    if (m_scene.roadTaken() == Road::kModule) releaseStartupMemory();
     m_explanation.clock.lap("setup");
     if (m_purpose == Purpose::kRender)
         runStages(renderer);

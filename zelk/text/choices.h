@@ -1,5 +1,5 @@
-// Words, numbers and names that a user types for a choice, into values. Every refusal is a usage
-// error that names the option, the value and what was expected.
+// Words that a user types for a choice, into values. A refusal is a usage error that names the
+// option, the value and what was expected.
 #pragma once
 
 #include <span>
@@ -32,6 +32,14 @@ T pick(std::span<Choice<T> const> choices, std::string const& option, std::strin
 template <class T, std::size_t N>
 T pick(Choice<T> const (&choices)[N], std::string const& option, std::string const& word) {
     return pick(std::span<Choice<T> const>(choices), option, word);
+}
+
+/// The word of a value; empty for one without.
+template <class T, std::size_t N>
+constexpr std::string_view wordOf(Choice<T> const (&choices)[N], T value) {
+    for (Choice<T> const& choice : choices)
+        if (choice.value == value) return choice.word;
+    return {};
 }
 
 }  // namespace zelk

@@ -81,7 +81,9 @@ track a --corners ul,ul,ll,lr;2;--corners;each once
 track a --pixel-aspect 0;2;"0";10/11
 track a --over in.png;2;--over;--plot
 track wide.csv --plot out.png --over out.png;2;--plot;another name
-track convert wide.csv o.txt;2;o.txt;--size WxH)";
+track convert wide.csv o.txt;2;o.txt;--size WxH
+track --flip-y convert a b;2;--flip-y;track convert
+project --force new s;2;--force;project new)";
 
 std::string const kHeader = "#?RADIANCE\nFORMAT=32-bit_rle_rgbe\n\n";
 
@@ -181,7 +183,7 @@ TEST_F(Failures, AnUnrulyEffectIsARenderFailure) {
     EXPECT_EQ(thrown.exitCode, 1);
     EXPECT_EQ(lines(thrown.err), 1) << thrown.err;
     ::unsetenv("ZELK_UNRULY");
-    EXPECT_EQ(done(words), "");
+    EXPECT_TRUE(has(done(words), "nothing is drawn")) << "its pins are all 0";
 }
 
 }  // namespace

@@ -121,9 +121,7 @@ TEST_F(Renderer, TakesPixelsInMemoryAsFilesOfTheSame) {
     Scene broken;
     PictureBuffer overlapping = bufferOf(noise<float>(4, 4, 4, 1), SampleType::kFloat);
     overlapping.rowBytes = 63;
-    setLayer(broken, overlapping);
-    edit(broken, "module", ZELK_MODULE);
-    EXPECT_THROW(FrameRenderer{broken}, UserError);
+    EXPECT_THROW(setLayer(broken, overlapping), UserError);
 }
 
 TEST_F(Renderer, PreviewsArePartsAndBlockMeansOfThePicture) {

@@ -1,0 +1,29 @@
+// What is replaced, kept and used; see output_options.h.
+#include "apps/zelk/output_options.h"
+
+#include "zelk/text/numbers.h"
+
+namespace zelk {
+
+void OutputOptions::addFileOptions(OptionAdder const& add) {
+    add.flag("Files", "--no-clobber", m_noClobber, "Refuse to replace an existing output");
+    add.flag("Files", "--in-place", m_inPlace, "Let the output replace its own layer or plate");
+    add.flag("Files", "--no-metadata", m_dropsMetadata, "Leave the files' metadata out");
+}
+
+void OutputOptions::addThreads(OptionAdder const& add) {
+    add.text("Rendering", "--threads", m_threads, "N", "Threads; 0 for as many as there are (0)");
+}
+
+RunOptions OutputOptions::run(Invocation const& how) const {
+    constexpr int kMostThreads = 1024;
+    RunOptions run;
+    run.noClobber = m_noClobber;
+    run.inPlace = m_inPlace;
+    run.keepMetadata = !m_dropsMetadata;
+    run.history = how.history;
+    if (m_threads) run.threads = wholeInRange("--threads", *m_threads, 0, kMostThreads);
+    return run;
+}
+
+}  // namespace zelk

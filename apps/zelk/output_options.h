@@ -1,0 +1,24 @@
+// Options of commands that write pictures.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "apps/zelk/command.h"
+#include "apps/zelk/option_adder.h"
+#include "zelk/render/run_options.h"
+
+namespace zelk {
+
+class OutputOptions {
+public:
+    void addFileOptions(OptionAdder const& add);
+    void addThreads(OptionAdder const& add);
+    RunOptions run(Invocation const& how) const;
+
+private:
+    bool m_noClobber = false, m_inPlace = false, m_dropsMetadata = false;
+    std::optional<std::string> m_threads;
+};
+
+}  // namespace zelk

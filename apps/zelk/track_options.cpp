@@ -1,0 +1,115 @@
+// Reading and changes of a track; see track_options.h.
+#include "apps/zelk/track_options.h"
+
+#include <algorithm>
+#include <array>
+#include <vector>
+
+#include "zelk/scene/scene_words.h"
+#include "zelk/text/errors.h"
+#include "zelk/text/numbers.h"
+#include "zelk/tracks/corner_order.h"
+#include "zelk/tracks/forms.h"
+
+namespace zelk {
+
+namespace {
+
+double firstFrameOf(Track const& track) { return summaryOf(track).firstFrame; }
+
+/// "ul,ll,ur,lr": each corner once.
+std::array<int, 4> parseCornerOrder(std::string const& text) {
+    std::vector<int> order;
+    std::string_view rest = text;
+    while (order.size() < 4) {
+        auto const comma = std::min(rest.find(','), rest.size());
+        auto const corner = cornerNamed(rest.substr(0, comma));
+        if (!corner || std::find(order.begin(), order.end(), *corner) != order.end()) break;
+        order.push_back(*corner);
+        rest.remove_prefix(std::min(comma + 1, rest.size()));
+    }
+    if (order.size() == 4 && rest.empty()) return {order[0], order[1], order[2], order[3]};
+    throw UserError(ExitCode::kUsage, {"--corners", "not an order of corners:", text,
+                                       "ul, ur, ll and lr, each once"});
+}
+
+/// "0.9091" or "10/11".
+double parseAspect(std::string const& text) {
+    constexpr double kLeast = 0.1, kMost = 10;
+    auto const slash = text.find('/');
+    auto const over = parseNumber(text.substr(0, slash));
+    auto const under =
+        slash == std::string::npos ? std::optional(1.0) : parseNumber(text.substr(slash + 1));
+    double const aspect = over && under ? *over / *under : 0;
+    if (aspect >= kLeast && aspect <= kMost) return aspect;
+    throw UserError(ExitCode::kUsage, {"--pixel-aspect", "not a pixel's width in heights:", text,
+                                       "a number from 0.1 to 10 such as 1.2 or 10/11"});
+}
+
+std::optional<double> framesOf(char const* option, std::optional<std::string> const& text) {
+    constexpr double kMostFrames = 10'000'000;
+    if (!text) return std::nullopt;
+    return numberInRange(option, *text, -kMostFrames, kMostFrames);
+}
+
+}  // namespace
+
+void requireSize(Track const& track, std::string const& option, std::string const& value) {
+    if (track.hasSize()) return;
+    throw UserError(ExitCode::kUsage, {option, "needs the frame's size, which no file tells, for",
+                                       value, "--size WxH"});
+}
+
+TrackSummary summaryOf(Track const& track) {
+    TrackSummary summary;
+    eachRow(track, [&](TrackRow const& row) {
+        if (summary.frames++ == 0) summary.firstFrame = row.frame;
+        summary.lastFrame = row.frame;
+        if (!row.isWhole()) return;
+        ++summary.whole;
+        if (!summary.firstQuad) summary.firstQuad = row;
+        summary.lastQuad = row;
+    });
+    return summary;
+}
+
+void TrackOptions::add(OptionAdder const& add) {
+    add.text("Files", "--format", m_format, "FORM",
+             "How the file is read (as its text tells): " + trackFormatNames());
+    add.text("Track", "--size", m_size, "WxH", "Of the frame (the file's own)");
+    add.text("Track", "--rate", m_rate, "FPS", "Frames a second (the file's own)");
+    add.text("Track", "--corners", m_corners, "A,B,C,D",
+             "The file's corners that become ul, ur, ll, lr (ul,ur,ll,lr)");
+    add.flag("Track", "--flip-y", m_flipY, "The file counts y from below");
+    add.text("Track", "--pixel-aspect", m_pixelAspect, "A",
+             "The file's pixels are A wide; make them square");
+    add.text("Track", "--first-frame", m_firstFrame, "N", "Number frames from N on");
+    add.text("Track", "--shift-frames", m_shiftFrames, "N", "Add N to each frame (0)");
+}
+
+Track TrackOptions::trackOf(std::string const& file, bool asks) const {
+    ReadTrackOptions read;
+    read.format = m_format;
+    if (m_format) trackFormatNamed("--format", *m_format);
+    if (m_size) read.size = parseSize("--size", *m_size);
+    read.asks = asks;
+    auto const corners = m_corners ? std::optional(parseCornerOrder(*m_corners)) : std::nullopt;
+    double const aspect = m_pixelAspect ? parseAspect(*m_pixelAspect) : 1;
+    auto const firstFrame = framesOf("--first-frame", m_firstFrame);
+    double const shift = framesOf("--shift-frames", m_shiftFrames).value_or(0);
+    double const rate = m_rate ? numberInRange("--rate", *m_rate, 1e-3, 1e6) : 0;
+
+    Track track = readTrack(file, read);
+    if (corners) reorderCorners(track, *corners);
+    if (m_flipY) {
+        requireSize(track, "--flip-y", file);
+        flipY(track);
+    }
+    if (m_pixelAspect) makePixelsSquare(track, aspect);
+    if (firstFrame) shiftFrames(track, *firstFrame - firstFrameOf(track));
+    if (shift != 0) shiftFrames(track, shift);
+    if (m_rate) track.rate = rate;
+    return track;
+}
+
+}  // namespace zelk
