@@ -2,6 +2,8 @@
 // every error has this program's one form.
 #include "apps/zelk/cli.h"
 
+#include <fmt/format.h>
+
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
@@ -51,8 +53,7 @@ std::vector<std::string> wordsOf(std::span<char const* const> argv) {
         if (isOver) continue;
         // The parser would take the next word for the value.
         if (word.starts_with("--") && word.find('=') == word.size() - 1)
-            throw UserError(ExitCode::kUsage, {word.substr(0, word.size() - 1), "no value after",
-                                               word, "one value (see --help)"});
+            throw UserError(ExitCode::kUsage, word.substr(0, word.size() - 1) + " has no value");
         for (OptionalValue const& optional : kOptionalValues) {
             if (word != optional.option) continue;
             bool const hasValue = i + 1 < given.size() && optional.isValue(given[i + 1]);
@@ -162,9 +163,8 @@ public:
         };
         std::apply([&](auto const&... command) { (take(command), ...); }, m_commands);
         if (found) return *std::move(found);
-        throw UserError(ExitCode::kUsage,
-                        {app == &m_app ? "COMMAND" : nameOf(*app), "not given,", "",
-                         namesBelow(*app) + " (see " + fullName(*app) + " --help)"});
+        throw missing(app == &m_app ? "the command" : "the command after `" + fullName(*app) + "`",
+                      namesBelow(*app) + " (see " + fullName(*app) + " --help)");
     }
 
 private:
@@ -213,7 +213,7 @@ std::string nearestOption(CLI::App const& command, std::string const& word) {
     std::string const near(nearestOf(views.data(), views.size(), word));
     if (2 * editDistance(near, lowered(word)) > static_cast<int>(word.size()))
         return "one that `" + fullName(command) + " --help` lists";
-    return "an option of `" + fullName(command) + "`, such as the near \"" + near + "\"";
+    return "an option of `" + fullName(command) + "`, such as \"" + near + "\"";
 }
 
 /// What a word that nothing takes was meant to be.
@@ -235,8 +235,8 @@ void refuseMisplaced(CLI::App const& command, std::span<char const* const> words
     auto const first = std::find(words.begin(), words.end(), std::string_view(outer->get_name()));
     if (first == words.end() || first[1] == command.get_name()) return;
     throw UserError(ExitCode::kUsage,
-                    {nameOf(*outer), "a word stands before \"" + command.get_name() + "\":",
-                     first[1], "it after that: " + fullName(command) + " ..."});
+                    fmt::format("{} stands before \"{}\": put it behind, `{} ...`", first[1],
+                                command.get_name(), fullName(command)));
 }
 
 /// Whatever no option took is an error; the first of it is named. The words may have a `--`, after
@@ -263,10 +263,12 @@ void refuseExtras(Grammar& grammar, std::span<char const* const> words) {
     bool const isGroup =
         command.get_option_no_throw("FILE") == nullptr && !command.get_subcommands({}).empty();
     if (isGroup)
-        throw UserError(ExitCode::kUsage, {command.get_parent() ? nameOf(command) : "COMMAND",
-                                           "unknown command", word, namesBelow(command)});
+        throw UserError(ExitCode::kUsage,
+                        fmt::format("{}unknown command \"{}\", expected {}",
+                                    command.get_parent() ? nameOf(command) + ": " : "", word,
+                                    namesBelow(command)));
     throw UserError(ExitCode::kUsage,
-                    {nameOf(command), "argument too many:", word, meantBy(command, word)});
+                    {nameOf(command), "one argument too many:", word, meantBy(command, word)});
 }
 
 /// CLI11 finds an option without its value or one given twice; its text starts with the option.
@@ -276,10 +278,9 @@ UserError asUserError(CLI::ParseError const& error) {
     std::string const thing = colon == std::string::npos ? "arguments" : text.substr(0, colon);
     bool const isMissing = text.find("missing") != std::string::npos;
     bool const isRepeated = text.find("At Most") != std::string::npos;
-    std::string const expected = "one value (see --help)";
-    if (isMissing) return {ExitCode::kUsage, {thing, "no value after", thing, expected}};
-    if (isRepeated) return {ExitCode::kUsage, {thing, "more than one", thing, expected}};
-    return {ExitCode::kUsage, {thing, "not understood:", text, expected}};
+    if (isMissing) return {ExitCode::kUsage, thing + " has no value"};
+    if (isRepeated) return {ExitCode::kUsage, thing + " is given more than once"};
+    return {ExitCode::kUsage, {thing, "not understood:", text, ""}};
 }
 
 }  // namespace

@@ -92,7 +92,7 @@ ExitCode DragCommand::run(Invocation const&) {
     MousePath mouse;
     mouse.click = parsePoint("--from", required(m_click.value_or(""), "--from", "a point x,y"));
     for (std::string const& point : m_to) mouse.to.push_back(parsePoint("--to", point));
-    if (mouse.to.empty()) required("", "--to", "a point x,y");
+    if (mouse.to.empty()) throw missing("--to", "a point x,y");
     mouse.shift = m_shift;
     PanelView const view = m_panel.view();
 
@@ -101,8 +101,8 @@ ExitCode DragCommand::run(Invocation const&) {
     PixelSize const size = {scene.comp.width, scene.comp.height};
     setUp(*host, scene, size);
     if (!host->registeredCustomUi())
-        throw UserError(ExitCode::kUsage, {"--host", "the effect draws and drags nothing in",
-                                           "a host without custom panels", "another host"});
+        throw UserError(ExitCode::kUsage,
+                        "--host: the effect has no panels in that host; choose another");
     EditSession session(*host, size.width, size.height);
     session.setFrame(view.frame.value_or(scene.comp.startFrame));
     session.panel().shows = view.panel;

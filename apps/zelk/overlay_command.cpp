@@ -69,17 +69,17 @@ World shownPicture(FrameRenderer& renderer, int frame, PF_WindowType panel) {
     if (panel == PF_Window_COMP) return renderer.world(frame);
     PixelSize const own = renderer.layerSize(), whole = renderer.frameSize();
     if (own.width != whole.width || own.height != whole.height)
-        throw UserError(ExitCode::kUsage,
-                        {"--panel", "To Pins lie in a frame of another size than the", "layer",
-                         "comp with --over, --size or a project of another size"});
+        throw UserError(
+            ExitCode::kUsage,
+            "--panel layer needs To Pins in the layer's own frame; here it has another size");
     return renderer.layerWorld(frame);
 }
 
 void writeOverlay(FrameRenderer& renderer, PanelPicture const& ask, RunOptions const& run) {
     Scene const& scene = renderer.scene();
     if (!renderer.host().registeredCustomUi())
-        throw UserError(ExitCode::kUsage, {"--host", "the effect draws no overlay in",
-                                           "a host without custom panels", "another host"});
+        throw UserError(ExitCode::kUsage,
+                        "--host: the effect has no panels in that host; choose another");
     std::filesystem::path const output = scene.outputPath();
     checkTarget(output, run.noClobber);
     int const frame = frameOf(scene, ask.view.frame);

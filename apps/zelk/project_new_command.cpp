@@ -39,7 +39,7 @@ std::vector<int> framesThere(SequenceName const& name, std::string const& patter
     if (!name.isSequence()) return {};
     std::vector<int> frames = framesOnDisk(name);
     if (frames.empty())
-        throw UserError(ExitCode::kInput, {pattern, "no frames on disk of", pattern,
+        throw UserError(ExitCode::kInput, {pattern, "no such frames", "",
                                            "files such as " + name.pathOf(1).string()});
     return frames;
 }

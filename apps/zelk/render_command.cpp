@@ -78,8 +78,7 @@ ExitCode RenderCommand::run(Invocation const& how) {
     if (m_explain) run.explain = pick(kExplains, "--explain", *m_explain);
     if (run.dryRun && m_explain)
         throw UserError(ExitCode::kUsage,
-                        {"--explain", "tells what a render did, and nothing is rendered with",
-                         "--dry-run", "one of the two"});
+                        "--explain does not go with --dry-run, which renders nothing");
     Scene const scene = m_scene.edited(sceneOfProject(m_project));
     checkScene(scene);
     requireOutput(scene);

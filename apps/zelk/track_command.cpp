@@ -139,10 +139,8 @@ void TrackCommand::addOptions(CLI::App& app) {
 
 ExitCode TrackCommand::run(Invocation const&) {
     std::string const file = required(m_file.value_or(""), "FILE", "a tracking file");
-    if (m_over && !m_plot)
-        throw UserError(ExitCode::kUsage,
-                        {"--over", "there is no plot to be laid under", *m_over, "--plot FILE"});
     if (m_over) pictureName("--over", *m_over);
+    if (m_over && !m_plot) throw UserError(ExitCode::kUsage, "--over needs --plot FILE");
     Track const track = m_track.trackOf(file, false);
     if (m_plot) writePlot({*m_plot, m_over, m_noClobber}, track);
     auto const issues = checkTrack(track);

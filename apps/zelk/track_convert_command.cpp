@@ -11,8 +11,8 @@
 #include "zelk/text/errors.h"
 #include "zelk/text/numbers.h"
 #include "zelk/tracks/check.h"
-#include "zelk/tracks/text.h"
 #include "zelk/tracks/forms.h"
+#include "zelk/tracks/text.h"
 
 namespace zelk {
 

@@ -1,6 +1,8 @@
 // Reading and changes of a track; see track_options.h.
 #include "apps/zelk/track_options.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <array>
 #include <vector>
@@ -56,8 +58,10 @@ std::optional<double> framesOf(char const* option, std::optional<std::string> co
 
 void requireSize(Track const& track, std::string const& option, std::string const& value) {
     if (track.hasSize()) return;
-    throw UserError(ExitCode::kUsage, {option, "needs the frame's size, which no file tells, for",
-                                       value, "--size WxH"});
+    throw UserError(
+        ExitCode::kUsage,
+        fmt::format("{} needs the frame's size, which {} does not tell: give --size WxH", option,
+                    value));
 }
 
 TrackSummary summaryOf(Track const& track) {

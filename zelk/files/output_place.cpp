@@ -13,8 +13,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr char const* kIsThere = "it exists and --no-clobber is given";
-
 bool isLink(fs::path const& path) {
     std::error_code none;
     return fs::is_symlink(fs::symlink_status(path, none));
@@ -22,10 +20,14 @@ bool isLink(fs::path const& path) {
 
 }  // namespace
 
+UserError existing(fs::path const& target) {
+    return {ExitCode::kOutput, target.string() + ": exists already, and --no-clobber is given"};
+}
+
 UserError unwritable(fs::path const& target, std::string const& reason) {
     return {ExitCode::kOutput,
-            {target.string(), "cannot be written:",
-             reason.empty() ? "unknown reason" : shortened(reason), "a writable place"}};
+            {target.string(),
+             "cannot be written:", reason.empty() ? "unknown reason" : shortened(reason), ""}};
 }
 
 fs::path behindLinks(fs::path target) {
@@ -47,13 +49,12 @@ void requireNew(std::filesystem::path const& target, bool mayReplace) {
     if (mayReplace || !std::filesystem::exists(std::filesystem::symlink_status(target, fault)))
         return;
     throw UserError(ExitCode::kOutput,
-                    {target.string(), "there is one already", "", "a new name, or --force"});
+                    target.string() + ": exists already: give a new name, or --force");
 }
 
 void checkPlace(fs::path const& target, bool noClobber) {
     std::error_code fault;
-    if (noClobber && fs::exists(fs::symlink_status(target, fault)))
-        throw unwritable(target, kIsThere);
+    if (noClobber && fs::exists(fs::symlink_status(target, fault))) throw existing(target);
     fs::path const file = behindLinks(target);
     if (isLink(file)) throw unwritable(target, "links without an end");
     fs::path const folder = file.has_parent_path() ? file.parent_path() : fs::path(".");

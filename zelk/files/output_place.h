@@ -11,6 +11,8 @@
 
 namespace zelk {
 
+/// An output error for a file that is there and may not be replaced.
+UserError existing(std::filesystem::path const& target);
 /// Why `target` can't be written, as an output error.
 UserError unwritable(std::filesystem::path const& target, std::string const& reason);
 

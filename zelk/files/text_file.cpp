@@ -21,18 +21,18 @@ std::string readTextFile(fs::path const& file, std::string const& kind, std::siz
                           std::string const& expected) {
         throw UserError(ExitCode::kInput, {file.string(), wrong, value, expected});
     };
-    std::string const expected = kind + " file";
     errno = 0;
     std::ifstream in(file, std::ios::binary);
-    if (!in) fail("cannot be read:", std::strerror(errno), expected);
+    if (!in) fail("cannot be read:", std::strerror(errno), "");
     std::string bytes;
     std::vector<char> chunk(1 << 16);
     while (in.read(chunk.data(), static_cast<std::streamsize>(chunk.size())), in.gcount() > 0) {
         bytes.append(chunk.data(), static_cast<std::size_t>(in.gcount()));
         if (bytes.size() > mostBytes)
-            fail("too large for", kind, fmt::format("at most {} MB", mostBytes >> 20));
+            fail("too large for " + kind + " file,", "",
+                 fmt::format("at most {} MB", mostBytes >> 20));
     }
-    if (in.bad()) fail("cannot be read:", std::strerror(errno), expected);
+    if (in.bad()) fail("cannot be read:", std::strerror(errno), "");
     return bytes;
 }
 
@@ -43,13 +43,11 @@ void writeTextFile(fs::path const& file, std::string_view text, bool mayReplace)
     std::ofstream out(temporary.path(), std::ios::binary);
     out << text << std::flush;
     if (!out)
-        throw UserError(
-            ExitCode::kOutput,
-            {file.string(), "cannot be written:", std::strerror(errno), "a writable place"});
+        throw UserError(ExitCode::kOutput,
+                        {file.string(), "cannot be written:", std::strerror(errno), ""});
     out.close();
     if (!temporary.putInPlace(mayReplace))
-        throw UserError(ExitCode::kOutput, {file.string(), "there is one already:", file.string(),
-                                            "a name that is free"});
+        throw UserError(ExitCode::kOutput, file.string() + ": exists already");
 }
 
 }  // namespace zelk

@@ -66,14 +66,11 @@ bool InputFiles::isThere(int frame) const {
     return onDisk(own(frame).file);
 }
 
-Complaint InputFiles::missing(int frame) const {
+MissingPicture InputFiles::missing(int frame) const {
     std::string const name = own(frame).file.string();
-    if (m_movieFrames == 0) return {name, "no such file", name, "a picture"};
-    return {
-        name,
-        fmt::format("the movie has {} pictures, frame {} would be picture", m_movieFrames, frame),
-        std::to_string(frame - m_firstFrame + 1),
-        fmt::format("a frame from {} to {}", m_firstFrame, m_firstFrame + m_movieFrames - 1)};
+    if (m_movieFrames == 0) return {name, "no such file"};
+    return {name, fmt::format("no frame {}: the movie's {} pictures are frames {} to {}", frame,
+                              m_movieFrames, m_firstFrame, m_firstFrame + m_movieFrames - 1)};
 }
 
 std::optional<InputPicture> InputFiles::pictureOf(int frame) const {

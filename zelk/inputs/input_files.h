@@ -36,6 +36,12 @@ struct InputPicture {
 /// The first picture of a file, a movie or any other.
 PictureReader openPicture(std::filesystem::path const& file);
 
+/// "p.0002.png", "no such file"
+struct MissingPicture {
+    std::string file, why;
+    UserError error() const { return {ExitCode::kInput, file + ": " + why}; }
+};
+
 /// One of the inputs: a numbered one, a movie, whose first picture is the first frame's, or the
 /// same picture for all frames.
 class InputFiles {
@@ -51,8 +57,8 @@ public:
     /// The picture that the frame's number names, there or not.
     InputPicture own(int frame) const;
     bool isThere(int frame) const;
-    /// What to say of a frame that is not there.
-    Complaint missing(int frame) const;
+    /// The file of a frame that is not there, and why.
+    MissingPicture missing(int frame) const;
 
     /// The file that stands for a frame; nothing for a black one.
     std::optional<InputPicture> pictureOf(int frame) const;

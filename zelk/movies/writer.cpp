@@ -7,6 +7,7 @@
 #include <system_error>
 #include <utility>
 
+#include "zelk/files/output_place.h"
 #include "zelk/pictures/channel_values.h"
 #include "zelk/pictures/world_rows.h"
 #include "zelk/text/errors.h"
@@ -82,16 +83,14 @@ std::vector<std::string> programWords(Container const& container, fs::path const
 
 UserError noProgram(fs::path const& target) {
     return {ExitCode::kOutput,
-            {target.string(), "a movie is written by a program that is not there:", "ffmpeg",
-             "the package ffmpeg to be installed"}};
+            target.string() + ": movies need the program ffmpeg; install the package ffmpeg"};
 }
 
 UserError failureOf(ChildProgram const& program, fs::path const& target) {
     std::string const words = program.words();
     return {ExitCode::kOutput,
             {target.string(),
-             "the movie can't be written:", words.empty() ? "ffmpeg gave no reason" : words,
-             "a writable place and a codec that ffmpeg has"}};
+             words.empty() ? "ffmpeg failed without a reason" : "ffmpeg failed:", words, ""}};
 }
 
 /// A stored value from 0 to 1 as 16 bits, to nearest.
@@ -179,9 +178,7 @@ std::optional<std::string> MovieWriter::finish(bool mayReplace, std::atomic<bool
     if (isAwaited && !m_program->hasSucceeded()) throw failure();
     endProgram();
     if (stop) return std::nullopt;
-    if (!m_file.putInPlace(mayReplace))
-        throw UserError(ExitCode::kOutput, {m_target.string(), "cannot be written:",
-                                            "it exists and --no-clobber is given", "a new name"});
+    if (!m_file.putInPlace(mayReplace)) throw existing(m_target);
     if (m_keepsAlpha || !m_sawTransparency) return std::string();
     return m_target.string() +
            ": alpha can't be kept in this format; the movie is written over black";

@@ -33,11 +33,10 @@ void checkFile(std::filesystem::path const& file) {
     if (!std::filesystem::exists(status))
         wrong = "no such file";
     else if (std::filesystem::is_directory(status))
-        wrong = "a directory is no picture:";
+        wrong = "a directory, not a picture";
     else if (!std::filesystem::is_regular_file(status))
-        wrong = "not a regular file:";
-    if (wrong)
-        throw UserError(ExitCode::kInput, {file.string(), wrong, file.string(), "a picture"});
+        wrong = "not a regular file";
+    if (wrong) throw UserError(ExitCode::kInput, file.string() + ": " + wrong);
 }
 
 std::unique_ptr<OIIO::ImageInput> openPicture(std::filesystem::path const& file) {
@@ -119,7 +118,7 @@ PictureReader::PictureReader(std::filesystem::path const& file, int number,
     if (number > 0 && !m_input->seek_subimage(number, 0)) {
         m_input->geterror();
         throw UserError(ExitCode::kInput,
-                        {file.string(), "no picture of the number", std::to_string(number),
+                        {file.string(), "no picture number", std::to_string(number),
                          "one of those that the file holds"});
     }
     std::string_view const format = m_input->format_name();

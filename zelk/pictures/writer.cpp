@@ -39,7 +39,6 @@ constexpr std::array<std::string_view, 11> kIntegerFormats = {
     "png", "jpeg", "targa", "webp", "bmp", "gif", "dpx", "jpeg2000", "sgi", "ico", "heif"};
 /// Formats of up to 16 bits of which OpenImageIO writes no more than 8 in order.
 constexpr std::array<std::string_view, 2> kShallow = {"pnm", "iff"};
-constexpr char const* kIsThere = "it exists and --no-clobber is given";
 /// Writers that leave no picture file.
 constexpr std::array<std::string_view, 2> kNoFiles = {"null", "term"};
 
@@ -270,8 +269,8 @@ void saveBytes(std::vector<unsigned char> const& bytes, fs::path const& file,
 
 void checkTarget(fs::path const& target, bool noClobber) {
     if (target == "-") {
-        throw UserError(ExitCode::kOutput, {"--output", "standard output can't hold a picture,",
-                                            "-", "a file, which is renamed into place when whole"});
+        throw UserError(ExitCode::kOutput,
+                        "--output: standard output \"-\" can't hold a picture; give a file");
     }
     makeWriter(target);
     checkPlace(target, noClobber);
@@ -328,7 +327,7 @@ WriteReport writePicture(World const& world, fs::path const& target, WriteReques
     std::string const fault = faultOfWritten(
         file.path(), {writer->format_name(), world.width(), world.height(), plan.channels});
     if (!fault.empty()) throw unwritable(target, fault);
-    if (!file.putInPlace(!request.noClobber)) throw unwritable(target, kIsThere);
+    if (!file.putInPlace(!request.noClobber)) throw existing(target);
     if (lacksAlpha(plan, request) && written.sawTransparency)
         report.warnings.push_back(
             target.string() +

@@ -156,9 +156,9 @@ FrameRequest FrameRenderer::Impl::momentOf(int frame) const {
 }
 
 void FrameRenderer::Impl::beginAt(int frame) {
-    if (m_isStopped) throw UserError(ExitCode::kInterrupted, {"render", "stopped", "", ""});
+    if (m_isStopped) throw UserError(ExitCode::kInterrupted, "the render was stopped");
     if (!m_files.isReadable(frame) && m_scene.missing == MissingInput::kStop)
-        throw UserError(ExitCode::kInput, m_files.missingOf(frame).missing(frame));
+        throw m_files.missingOf(frame).missing(frame).error();
     bool const isBegun = m_scene.hasComp ? !m_frames.empty() : m_frames == std::vector{frame};
     if (!isBegun) begin({frame});
 }
@@ -184,8 +184,7 @@ World FrameRenderer::Impl::world(int frame, PreviewOptions const& options) {
 }
 
 World FrameRenderer::Impl::layerWorld(int frame) {
-    if (!m_files.layer.isThere(frame))
-        throw UserError(ExitCode::kInput, m_files.layer.missing(frame));
+    if (!m_files.layer.isThere(frame)) throw m_files.layer.missing(frame).error();
     PictureReader layer = m_files.layer.own(frame).open();
     m_warnings.add(layer.warnings());
     return readStraightWorld(layer);
@@ -307,7 +306,8 @@ void FrameRenderer::Impl::endStage(char const* stage) {
     if (m_explanation) m_explanation->clock.lap(stage);
     if (m_listener) m_listener(stage);
     if (m_isStopped)
-        throw UserError(ExitCode::kInterrupted, {"render", "stopped after it had", stage, ""});
+        throw UserError(ExitCode::kInterrupted,
+                        fmt::format("the render was stopped after {}", stage));
 }
 
 void FrameRenderer::Impl::store(int frame, RenderedFrame const& rendered) {
@@ -345,15 +345,14 @@ void FrameRenderer::Impl::checkMemory() const {
     if (m_inFlight == 1 && isModule()) return;
     std::uint64_t const need = bytesInFlight() * m_inFlight;
     if (need <= availableBytes()) return;
-    std::string const toBeFree = fmt::format("{} MB to be free", need / 1'000'000);
+    std::string const memory = fmt::format("need {} MB of free memory", need / 1'000'000);
     if (m_inFlight == 1)
-        throw UserError(ExitCode::kInput,
-                        {m_scene.layer.name(), "layer and frame larger than the memory allows,",
-                         fmt::format("{}x{} in {}x{}", m_layerSize.width, m_layerSize.height,
-                                     m_frameSize.width, m_frameSize.height),
-                         toBeFree});
-    throw UserError(ExitCode::kInput, {"--in-flight", "more frames than the memory allows,",
-                                       std::to_string(m_inFlight), toBeFree + ", or fewer frames"});
+        throw UserError(
+            ExitCode::kInput,
+            fmt::format("{}: {}x{} in a frame of {}x{} {}", m_scene.layer.name(), m_layerSize.width,
+                        m_layerSize.height, m_frameSize.width, m_frameSize.height, memory));
+    throw UserError(ExitCode::kInput,
+                    fmt::format("--in-flight: {} frames {}; hold fewer", m_inFlight, memory));
 }
 
 void FrameRenderer::Impl::storeInMovie(RenderedFrame const& rendered) {

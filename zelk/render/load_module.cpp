@@ -36,8 +36,7 @@ std::unique_ptr<Host> loadModule(Scene const& scene) {
     std::string const file = module.string();
     std::error_code fault;
     if (!std::filesystem::is_regular_file(module, fault)) {
-        throw UserError(ExitCode::kInput,
-                        {file, "no such module", file, "the effect's module (see --module)"});
+        throw UserError(ExitCode::kInput, file + ": no such module (see --module)");
     }
     HostOptions options;
     if (scene.host) options.identity = *scene.host;

@@ -24,9 +24,9 @@ std::int32_t entryOf(std::vector<Parameter> const& parameters, int index) {
 
 UserError tooLarge(ModuleRender const& ask, RenderSize const& size) {
     return {ExitCode::kInput,
-            {ask.layerName, "picture larger than the memory allows,",
-             fmt::format("{}x{}", size.width + 2 * size.marginX, size.height + 2 * size.marginY),
-             fmt::format("{} MB to be free", renderBytes(size) / 1'000'000)}};
+            fmt::format("{}: a picture of {}x{} needs {} MB of free memory", ask.layerName,
+                        size.width + 2 * size.marginX, size.height + 2 * size.marginY,
+                        renderBytes(size) / 1'000'000)};
 }
 
 World renderPlainly(Host& host, World input, ModuleRender const& ask, FrameRequest const& frame) {

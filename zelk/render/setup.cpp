@@ -156,8 +156,7 @@ void checkTransfer(Scene const& scene, std::vector<Parameter> const& parameters)
     Parameter const& transfer = parameterIn(parameters, kTransferMode);
     auto const entry = entryOfHost(static_cast<std::int32_t>(numberOf(transfer.current)));
     if (entry > kTransferNone && entry < static_cast<std::int32_t>(transfer.choices.size()))
-        throw refusalOf(scene, kTransferMode, "lays the pinned layer over itself in its own frame:",
-                        transfer.choices[static_cast<std::size_t>(entry)], "--mode with --over");
+        throw refusalOf(scene, kTransferMode, kOwnFrameOnly);
 }
 
 void addColorWarning(Scene const& scene, PictureTraits const& layer, PictureTraits const& plate,

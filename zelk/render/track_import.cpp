@@ -117,8 +117,7 @@ void runImport(Host& host, TrackUse const& use, std::string const& path, PixelSi
 
 std::size_t importTrack(Host& host, TrackUse const& use, PixelSize frame) {
     if (host.identity().applId == kAppPremierePro)
-        throw UserError(ExitCode::kUsage, {"--host", "the effect imports no tracking data in",
-                                           "PrMr", "another host"});
+        throw UserError(ExitCode::kUsage, "--host PrMr: the effect imports no tracking data there");
     requireWithinClock(use, host.comp());
     std::vector<Parameter>& all = host.parameters();
     int const first = use.pins == TrackedPins::kTo ? kToPins : kFromPins;

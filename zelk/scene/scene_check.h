@@ -16,11 +16,17 @@ void checkScene(Scene const& scene);
 /// What can't be done without an output.
 void requireOutput(Scene const& scene);
 
-/// A refusal of what a field says: about the option that set it, else the file's place.
+/// A refusal of what a field says, a sentence about the option that set it, else the file's place:
+/// "--plain needs the module road".
+UserError refusalOf(Scene const& scene, SceneField field, std::string const& predicate);
+/// The same about its value.
 UserError refusalOf(Scene const& scene, SceneField field, std::string const& wrong,
                     std::string const& value, std::string const& expected);
-/// The same of a parameter's value.
-UserError refusalOf(Scene const& scene, int parameter, std::string const& wrong,
-                    std::string const& value, std::string const& expected);
+/// The same of a parameter.
+UserError refusalOf(Scene const& scene, int parameter, std::string const& predicate);
+
+/// Of the Transfer Mode, where the frame has another size than the layer.
+inline constexpr char const* kOwnFrameOnly =
+    "lays the layer over itself in its own frame: use --mode with --over";
 
 }  // namespace zelk

@@ -123,7 +123,7 @@ void editSetting(Scene& scene, Text& thing, Text& text) {
     if (!index)
         throw UserError(ExitCode::kUsage,
                         {thing, "unknown parameter", name,
-                         fmt::format("a name that `zelk params` lists, such as the near \"{}\"",
+                         fmt::format("a name that `zelk params` lists, such as \"{}\"",
                                      nearestParameterName(name))});
     setParameter(scene, *index, TypedText{text.substr(equals + 1)},
                  fmt::format("{} {}", thing, nameOfParameter(*index)));

@@ -108,7 +108,7 @@ public:
 
     Node at(std::string const& key) const {
         if (auto const node = find(key)) return *node;
-        refuse("missing key", placeOf(key), "it in the file");
+        refuse("missing key", placeOf(key), "");
     }
 
     Node element(std::size_t index) const {
@@ -140,8 +140,7 @@ public:
             constexpr std::size_t kLongestWord = 64;  // the search takes its square
             std::string const word = name.substr(0, kLongestWord);
             refuse("unknown key", placeOf(name),
-                   fmt::format("a known one such as the near \"{}\"",
-                               nearestOf(names.data(), names.size(), word)));
+                   fmt::format("one such as \"{}\"", nearestOf(names.data(), names.size(), word)));
         }
     }
 
@@ -316,7 +315,7 @@ std::string readPath(Node const& node) {
 std::string readPicturePath(Node const& node) {
     std::string const path = readPath(node);
     if (path == "-")
-        node.refuse(node.place() + ": standard input can't be read as a picture,", path, "a file");
+        node.refuse(node.place() + ": standard input can't be read as a picture:", path, "a file");
     return path;
 }
 
@@ -424,15 +423,15 @@ std::string writtenIn(fs::path const& folder, ScenePath const& path) {
 
 std::string inputIn(fs::path const& folder, SceneInput const& input) {
     if (!input.buffer) return writtenIn(folder, input.file);
-    throw UserError(ExitCode::kUsage, {input.name(), "a picture in memory can't stand in a file",
-                                       "", "a picture file's name"});
+    throw UserError(ExitCode::kUsage,
+                    input.name() + ": a picture in memory can't be named in a project file");
 }
 
 /// What only a module or its import settles can't stand in a file.
 void requireSettled(Scene const& scene) {
     auto const refuse = [](std::string const& thing, char const* what) {
         throw UserError(ExitCode::kUsage,
-                        {thing, std::string(what) + " can't stand in a file", "", "its values"});
+                        fmt::format("{}: {} can't stand in a project file", thing, what));
     };
     if (!scene.tracks.empty()) refuse(scene.tracks.front().file.string(), "a track");
     for (SceneParameter const& parameter : scene.parameters)

@@ -13,7 +13,7 @@ std::string pictureName(std::string const& thing, std::string const& text) {
     std::string const name = required(text, thing, "a picture file");
     if (name != "-") return name;
     throw UserError(ExitCode::kInput,
-                    {thing, "standard input can't be read as a picture,", name, "a file"});
+                    thing + ": standard input \"-\" can't be read as a picture; give a file");
 }
 
 TimeBase parseRate(std::string const& thing, std::string const& text) {

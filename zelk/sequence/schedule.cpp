@@ -25,8 +25,7 @@ std::vector<int> trackedFrames(Scene const& scene, SceneFiles const& files) {
     bool const isOne = !files.output.isSequence() && !isMovieName(scene.outputPath());
     if (isOne && frames.size() > 1) frames.resize(1);
     if (!frames.empty()) return frames;
-    throw UserError(ExitCode::kUsage, {"--frames", "the track has fractions of frames only,", "",
-                                       "the frames of the output"});
+    throw missing("--frames", "whole frames: the track has fractions of them only");
 }
 
 /// A composition shows its frames without holes: one between those on disk is missing.
@@ -49,13 +48,11 @@ std::vector<int> framesAsked(Scene const& scene, SceneFiles const& files) {
         if (!input || !input->isNumbered()) continue;
         std::vector<int> frames = input->framesThere();
         if (!frames.empty()) return scene.hasComp ? withHoles(frames, scene.comp) : frames;
-        throw UserError(ExitCode::kInput, {input->name(), "no frames on disk of", input->name(),
+        throw UserError(ExitCode::kInput, {input->name(), "no such frames", "",
                                            "files such as " + input->own(1).file.string()});
     }
     if (!scene.hasComp && !scene.tracks.empty()) return trackedFrames(scene, files);
-    if (!scene.hasComp)
-        throw UserError(ExitCode::kUsage,
-                        {"--frames", "not given,", "", "the frames of the output"});
+    if (!scene.hasComp) throw missing("--frames", "the frames to render");
     std::vector<int> all(static_cast<std::size_t>(scene.comp.durationFrames));
     std::iota(all.begin(), all.end(), scene.comp.startFrame);
     return all;

@@ -28,7 +28,7 @@ namespace {
 
 void checkMovie(std::filesystem::path const& output, RunOptions const& run) {
     if (run.skipExisting)
-        throw UserError(ExitCode::kUsage, {"--skip-existing", "a movie can't be gone on with:",
+        throw UserError(ExitCode::kUsage, {"--skip-existing", "a movie can't be continued:",
                                            output.string(), "numbered pictures"});
     checkPlace(output, run.noClobber);
     requireMovieProgram(output);
@@ -100,13 +100,13 @@ ExitCode SequenceRun::run() {
     if (!m_schedule.frames.empty()) takeFrames(renderer);
     if (m_purpose == Purpose::kPlan) printPlan(files);
     if (m_schedule.missingFrame && !m_result.isStopped) {
-        Complaint complaint =
+        auto const [file, why] =
             files.missingOf(*m_schedule.missingFrame).missing(*m_schedule.missingFrame);
-        m_missing = complaint.thing;
-        if (!m_isStill) complaint.expected += ", or --missing";
-        if (!m_isStill && m_purpose == Purpose::kRender)
-            complaint.expected += " (" + summary() + ")";
-        throw UserError(ExitCode::kInput, complaint);
+        m_missing = file;
+        std::string sentence = file + ": " + why;
+        if (!m_isStill) sentence += "; --missing goes on without it";
+        if (!m_isStill && m_purpose == Purpose::kRender) sentence += " (" + summary() + ")";
+        throw UserError(ExitCode::kInput, sentence);
     }
     tellEnd();
     return code();
@@ -242,8 +242,7 @@ ExitCode SequenceRun::code() const {
 
 ExitCode take(Scene const& scene, RunOptions const& options, Purpose purpose) {
     if (options.explain != Explain::kNo && isSequence(scene))
-        throw UserError(ExitCode::kUsage, {"--explain", "tells of one picture, not of", "frames",
-                                           "a render of a single picture"});
+        throw UserError(ExitCode::kUsage, "--explain works for a single picture only");
     SequenceRun run(scene, options, purpose);
     try {
         return run.run();

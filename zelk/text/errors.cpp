@@ -20,6 +20,13 @@ std::string sentence(Complaint const& complaint) {
 UserError::UserError(ExitCode code, Complaint const& complaint)
     : std::runtime_error(sentence(complaint)), m_code(code) {}
 
+UserError::UserError(ExitCode code, std::string_view sentence)
+    : std::runtime_error(oneLine(sentence)), m_code(code) {}
+
+UserError missing(std::string const& thing, std::string const& what) {
+    return {ExitCode::kUsage, thing + " is missing: give " + what};
+}
+
 std::string oneLine(std::string_view text) {
     std::string line;
     for (char c : text) {

@@ -1,8 +1,9 @@
 // The one exception of the command line: a sentence for the user, and the exit code with it.
 //
-// Every message has the form  THING: what is wrong with "VALUE", expected ...  without the value
-// where there is none, and is one line,
-// whatever a file name, a value or a library's own text holds.
+// A message says what is wrong and what to do. About a value it has the form
+//   THING: what is wrong with "VALUE", expected ...
+// else it is a plain sentence: "--plain needs the module road". It names a file once, and is one
+// line, whatever a file name, a value or a library's own text holds.
 #pragma once
 
 #include <span>
@@ -14,7 +15,7 @@
 
 namespace zelk {
 
-/// The parts of a message. `expected` may be empty.
+/// The parts of a message about a value. `expected` may be empty.
 struct Complaint {
     std::string thing;     ///< an option, a parameter or a file
     std::string wrong;     ///< "not a number"
@@ -25,11 +26,15 @@ struct Complaint {
 class UserError : public std::runtime_error {
 public:
     UserError(ExitCode code, Complaint const& complaint);
+    UserError(ExitCode code, std::string_view sentence);
     ExitCode code() const { return m_code; }
 
 private:
     ExitCode m_code;
 };
+
+/// "LAYER is missing: give a picture file", a usage error.
+UserError missing(std::string const& thing, std::string const& what);
 
 /// Control characters, line ends among them, become blanks; blanks at the ends go.
 std::string oneLine(std::string_view text);

@@ -66,7 +66,7 @@ double numberInRange(std::string const& thing, std::string_view text, double min
 std::string required(std::string const& text, std::string const& thing,
                      std::string const& expected) {
     if (!text.empty()) return text;
-    throw UserError(ExitCode::kUsage, {thing, "not given,", "", expected});
+    throw missing(thing, expected);
 }
 
 }  // namespace zelk

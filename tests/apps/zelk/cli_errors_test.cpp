@@ -12,17 +12,17 @@ namespace {
 
 // Words of a command, where `R` stands for a render of in.png into out.png; the exit code; and what
 // the refusal says. Parted by `;`, as are words by blanks unless `_` stands for one.
-constexpr char const* kWrong = R"(;2;COMMAND;render, params, project
+constexpr char const* kWrong = R"(;2;the command is missing: give render, params, project
 sheet;2;"sheet";render, params, project
 render -o out.png;2;LAYER
 render in.png;2;--output
 R --qality low;2;"--qality";--quality
 R more.png;2;"more.png"
 R -- --view;2;"--view";too many
-render -o out.png -- --explain;3;no such file "--explain"
+render -o out.png -- --explain;3;--explain: no such file
 render in.png --explain= -o out.png;2;--explain;no value
 R --to;2;--to;no value
-R --view to --view from;2;--view;more than one
+R --view to --view from;2;--view is given more than once
 R --explain --dry-run;2;--explain
 R --explain --frames 1;2;--explain
 R --downsample 1.5;2;"1.5";whole number
@@ -44,9 +44,9 @@ R --set crop-to-pins=2;2;"2";on or off
 R --set to-wireframe-color=#12345g;2;"#12345g";#rrggbb
 R --set to-pins-group=1;2;to-pins-group;no value
 R --host PrMr --set motion-blur=3;2;"3";1 to 2
-R --over in.png --size 9x9;2;9x9
+R --over in.png --size 9x9;2;--size does not go with --over
 R --over in.png --road module;2;module
-R --size 9x9 --host KeyG;2;KeyG
+R --size 9x9 --host KeyG;2;--host needs the module road
 R --size 9x9 --grow 4;2;--grow
 R --plain --grow 4;2;--grow
 R --mode add;2;--mode
@@ -115,7 +115,7 @@ TEST_F(Failures, AreOneLineAndLeaveTheTarget) {
         EXPECT_EQ(files(), before);
     }
     expectRefusal({"render", "a\nb.png", "-o", "out.png"}, 3, {"a b.png"});
-    expectRefusal(wordsOf("R --over "), 2, {"--over", "not given", "a picture file"});
+    expectRefusal(wordsOf("R --over "), 2, {"--over is missing: give a picture file"});
 }
 
 #if !defined(__SANITIZE_ADDRESS__)  // its shadow memory needs more address space
