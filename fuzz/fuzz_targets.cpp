@@ -4,7 +4,7 @@
 #include <cmath>
 #include <stdexcept>
 
-#include "zelk/scene/scene_file.h"
+#include "zelk/scene/file.h"
 #include "zelk/text/errors.h"
 #include "zelk/tracks/check.h"
 #include "zelk/tracks/forms.h"

@@ -8,9 +8,9 @@
 #include "hostkit/edit_session.h"
 #include "zelk/files/standard_output.h"
 #include "zelk/render/load_module.h"
+#include "zelk/scene/file.h"
 #include "zelk/scene/parameter_names.h"
-#include "zelk/scene/scene_file.h"
-#include "zelk/scene/scene_values.h"
+#include "zelk/scene/values.h"
 #include "zelk/text/errors.h"
 #include "zelk/text/numbers.h"
 

@@ -12,10 +12,10 @@
 #include "zelk/pictures/writer.h"
 #include "zelk/render/frame_renderer.h"
 #include "zelk/render/setup.h"
+#include "zelk/scene/check.h"
+#include "zelk/scene/edits.h"
+#include "zelk/scene/inputs.h"
 #include "zelk/scene/parameter_names.h"
-#include "zelk/scene/scene_check.h"
-#include "zelk/scene/scene_edits.h"
-#include "zelk/scene/scene_inputs.h"
 #include "zelk/sequence/schedule.h"
 #include "zelk/text/errors.h"
 #include "zelk/text/numbers.h"
@@ -136,7 +136,7 @@ ExitCode OverlayCommand::run(Invocation const& how) {
     run.inFlight = 1;
     useThreads(run.threads);
     scene.downsample.reset();
-    setParameter(scene, kGrowBounds, 0.0, "overlay");  // a panel shows the frame itself
+    setParameter(scene, kParamGrowBounds, 0.0, "overlay");  // a panel shows the frame itself
     FrameRenderer renderer(scene, run);
     writeOverlay(renderer, ask, run);
     return ExitCode::kDone;

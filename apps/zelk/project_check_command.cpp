@@ -2,9 +2,9 @@
 #include "apps/zelk/project_check_command.h"
 
 #include "zelk/files/standard_output.h"
-#include "zelk/scene/scene_check.h"
-#include "zelk/scene/scene_file.h"
-#include "zelk/sequence/sequence_render.h"
+#include "zelk/scene/check.h"
+#include "zelk/scene/file.h"
+#include "zelk/sequence/render_frames.h"
 
 namespace zelk {
 

@@ -7,8 +7,8 @@
 #include "zelk/files/standard_output.h"
 #include "zelk/render/load_module.h"
 #include "zelk/render/track_import.h"
-#include "zelk/scene/scene_file.h"
-#include "zelk/scene/scene_values.h"
+#include "zelk/scene/file.h"
+#include "zelk/scene/values.h"
 #include "zelk/text/choices.h"
 
 namespace zelk {

@@ -12,8 +12,8 @@
 #include "zelk/inputs/input_files.h"
 #include "zelk/pictures/reader.h"
 #include "zelk/scene/clock.h"
-#include "zelk/scene/scene_file.h"
-#include "zelk/scene/scene_words.h"
+#include "zelk/scene/file.h"
+#include "zelk/scene/words.h"
 #include "zelk/text/errors.h"
 #include "zelk/text/numbers.h"
 

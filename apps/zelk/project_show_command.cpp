@@ -4,9 +4,9 @@
 #include <fmt/format.h>
 
 #include "zelk/files/standard_output.h"
+#include "zelk/scene/file.h"
 #include "zelk/scene/parameter_names.h"
-#include "zelk/scene/scene_file.h"
-#include "zelk/scene/scene_words.h"
+#include "zelk/scene/words.h"
 #include "zelk/text/errors.h"
 
 namespace zelk {

@@ -1,8 +1,8 @@
 // Options of a render, and its run; see render_command.h.
 #include "apps/zelk/render_command.h"
 
-#include "zelk/scene/scene_check.h"
-#include "zelk/sequence/sequence_render.h"
+#include "zelk/scene/check.h"
+#include "zelk/sequence/render_frames.h"
 #include "zelk/text/choices.h"
 
 namespace zelk {

@@ -4,8 +4,8 @@
 #include <stdexcept>
 #include <utility>
 
-#include "zelk/scene/scene_edits.h"
-#include "zelk/scene/scene_file.h"
+#include "zelk/scene/edits.h"
+#include "zelk/scene/file.h"
 #include "zelk/text/numbers.h"
 
 namespace zelk {

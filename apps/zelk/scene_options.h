@@ -1,4 +1,4 @@
-// The options that are edits of a scene (zelk/scene/scene_edits.h), and the scene that they make.
+// The options that are edits of a scene (zelk/scene/edits.h), and the scene that they make.
 #pragma once
 
 #include <map>

@@ -11,7 +11,7 @@
 #include "zelk/inputs/input_files.h"
 #include "zelk/pictures/reader.h"
 #include "zelk/pictures/writer.h"
-#include "zelk/scene/scene_words.h"
+#include "zelk/scene/words.h"
 #include "zelk/text/errors.h"
 #include "zelk/text/json_text.h"
 #include "zelk/text/numbers.h"

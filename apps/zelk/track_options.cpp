@@ -7,7 +7,7 @@
 #include <array>
 #include <vector>
 
-#include "zelk/scene/scene_words.h"
+#include "zelk/scene/words.h"
 #include "zelk/text/errors.h"
 #include "zelk/text/numbers.h"
 #include "zelk/tracks/corner_order.h"

@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "zelk/render/frame_renderer.h"
-#include "zelk/scene/scene_check.h"
-#include "zelk/scene/scene_edits.h"
+#include "zelk/scene/check.h"
+#include "zelk/scene/edits.h"
 
 namespace {
 

@@ -67,7 +67,9 @@ std::string objection(std::string const& from, std::string const& to) {
     // One line of a tracking file, which knows nothing of hosts: programs check a file before the
     // import reads it, and must agree with it.
     const bool isTrackingLine = to == "tracking/TrackingLine.h";
-    if (own > 7 && other >= 4 && other <= 6 && !isMemoryRoad && !isTrackingLine)
+    // Which parameter stands where is a fact of the module's interface.
+    const bool isIndex = to == "params/ParamIndex.h";
+    if (own > 7 && other >= 4 && other <= 6 && !isMemoryRoad && !isTrackingLine && !isIndex)
         return "includes " + to + ": programs reach the effect only through the host";
     return {};
 }
@@ -99,7 +101,7 @@ TEST(Architecture, NoIncludePointsUpwards) {
 TEST(Architecture, ObjectionsAreRaised) {
     EXPECT_NE(objection("Transform/Common/QV_Poly/QV_Poly.h", "params/ParamIndex.h"), "");
     EXPECT_NE(objection("hostkit/host.cpp", "effect/Render.h"), "");
-    EXPECT_NE(objection("apps/zelk/main.cpp", "params/ParamIndex.h"), "");
+    EXPECT_NE(objection("apps/zelk/main.cpp", "params/ParamsSetup.h"), "");
     EXPECT_NE(objection("zelk/scene/clock.h", "zelk/render/setup.h"), "");
     EXPECT_NE(objection("zelk/sequence/progress.cpp", "apps/zelk/cli_options.h"), "");
     EXPECT_NE(objection("host/PluginHost_API.h", "nowhere/x.h"), "");

@@ -210,7 +210,7 @@ bool PictureReader::holdsMorePictures() {
 
 /// About 4 MB of float pixels, in whole compression blocks of up to 16 rows and whole tiles.
 int PictureReader::stripRows() const {
-    int const rows = std::clamp((1 << 18) / width(), 16, 256) / 16 * 16;
+    int const rows = stripRowsOf(width());
     int const tile = std::max(1, m_input->spec().tile_height);
     return (rows + tile - 1) / tile * tile;
 }

@@ -1,9 +1,15 @@
 // Rows of straight red, green, blue, alpha into a world and out of it, whatever its channel order.
 #pragma once
 
+#include <algorithm>
+
 #include "hostkit/world.h"
 
 namespace zelk {
+
+/// How many rows a file is read or written at a time: a multiple of 16, which most tiles divide, of
+/// about 2^18 pixels.
+inline int stripRowsOf(int widthPx) { return std::clamp((1 << 18) / widthPx, 16, 256) / 16 * 16; }
 
 /// Where a world keeps a channel within its pixel.
 struct ChannelOrder {

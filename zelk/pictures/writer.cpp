@@ -205,10 +205,8 @@ struct Written {
 template <class Channel, class Stored>
 Written writeStrips(World const& world, RowPlan const& plan, OIIO::ImageOutput& writer) {
     OIIO::ImageSpec const& spec = writer.spec();
-    int const strip =
-        std::min(spec.tile_width > 0 ? spec.tile_height
-                                     : std::clamp((1 << 18) / world.width(), 16, 256) / 16 * 16,
-                 world.height());
+    int const strip = std::min(spec.tile_width > 0 ? spec.tile_height : stripRowsOf(world.width()),
+                               world.height());
     auto const rowValues = static_cast<std::size_t>(world.width() * plan.channels);
     std::vector<Channel> rgba(static_cast<std::size_t>(world.width()) * 4);
     std::vector<Stored> stored(rowValues * static_cast<std::size_t>(strip));

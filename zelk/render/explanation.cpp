@@ -12,7 +12,7 @@
 #include "zelk/pictures/world_rows.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/scene/parameter_values.h"
-#include "zelk/scene/scene_words.h"
+#include "zelk/scene/words.h"
 
 namespace zelk {
 
@@ -69,7 +69,7 @@ PlanReport planOf(std::vector<Parameter> const& parameters, PinFrame const& fram
     PlanReport plan;
     // Any module may be asked for: its controls need not be the ones that stand here.
     int const quality = std::clamp(
-        entryOfHost(static_cast<int>(currentNumber(parameters, kQuality))),
+        entryOfHost(static_cast<int>(currentNumber(parameters, kParamQuality))),
         static_cast<std::int32_t>(kQualityLow), static_cast<std::int32_t>(kQualitySuperSample));
     plan.quality = kQualities[quality];
 

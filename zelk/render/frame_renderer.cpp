@@ -18,9 +18,9 @@
 #include "zelk/render/memory_budget.h"
 #include "zelk/render/memory_road.h"
 #include "zelk/render/setup.h"
+#include "zelk/scene/check.h"
+#include "zelk/scene/inputs.h"
 #include "zelk/scene/quad_check.h"
-#include "zelk/scene/scene_check.h"
-#include "zelk/scene/scene_inputs.h"
 #include "zelk/text/errors.h"
 
 namespace zelk {

@@ -72,12 +72,12 @@ void setControls(PluginHost_Memory_Impl& host, std::vector<Parameter> const& par
 /// "Comp Settings" means the composition's shutter, which a frame without motion blur has not.
 void setShutter(PluginHost_Memory_Impl& host, std::vector<Parameter> const& parameters,
                 Shutter const& shutter) {
-    if (currentNumber(parameters, kMotionBlur) != hostEntry(kMotionBlurComp)) return;
+    if (currentNumber(parameters, kParamMotionBlur) != hostEntry(kMotionBlurComp)) return;
     bool const isOn = shutter.angleDeg != 0 || shutter.phaseDeg != 0;
-    host.setPopup(kMotionBlur, isOn ? kMotionBlurOn : kMotionBlurOff);
+    host.setPopup(kParamMotionBlur, isOn ? kMotionBlurOn : kMotionBlurOff);
     if (!isOn) return;
-    host.setFloat(kShutterAngle, shutter.angleDeg);
-    host.setFloat(kShutterPhase, shutter.phaseDeg);
+    host.setFloat(kParamShutterAngle, shutter.angleDeg);
+    host.setFloat(kParamShutterPhase, shutter.phaseDeg);
 }
 
 void layNormally(World& frame, int y, float const* rgba) {

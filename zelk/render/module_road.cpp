@@ -7,10 +7,10 @@
 
 #include "Transform/Common/Transform_Core_Render/PassPlan.h"
 #include "zelk/render/memory_budget.h"
+#include "zelk/scene/check.h"
 #include "zelk/scene/effect_result.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/scene/parameter_values.h"
-#include "zelk/scene/scene_check.h"
 #include "zelk/text/errors.h"
 
 namespace zelk {
@@ -62,9 +62,9 @@ RenderSize renderSize(Host const& host, PictureReader const& picture, ModuleRend
     size.marginX = margin.width;
     size.marginY = margin.height;
     size.extraImages =
-        (entryOf(parameters, kTransferMode) != kTransferNone) +
-        softens(entryOf(parameters, kQuality)) +
-        (entryOf(parameters, kMotionBlur) == kMotionBlurOn || host.comp().motionBlur);
+        (entryOf(parameters, kParamTransferMode) != kTransferNone) +
+        softens(entryOf(parameters, kParamQuality)) +
+        (entryOf(parameters, kParamMotionBlur) == kMotionBlurOn || host.comp().motionBlur);
     return size;
 }
 
@@ -72,7 +72,8 @@ RenderSize renderSize(Host const& host, PictureReader const& picture, ModuleRend
 
 PixelSize marginOf(std::vector<Parameter> const& parameters, ModuleRender const& ask) {
     if (ask.isPlain) return {};
-    int const margin = static_cast<int>(currentNumber(parameters, kGrowBounds)) / ask.downsample;
+    int const margin =
+        static_cast<int>(currentNumber(parameters, kParamGrowBounds)) / ask.downsample;
     return {margin, margin};
 }
 

@@ -9,10 +9,10 @@
 
 #include "Transform/Common/PopupEntries.h"
 #include "zelk/render/track_import.h"
+#include "zelk/scene/check.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/scene/parameter_values.h"
-#include "zelk/scene/scene_check.h"
-#include "zelk/scene/scene_values.h"
+#include "zelk/scene/values.h"
 #include "zelk/text/errors.h"
 
 namespace zelk {
@@ -59,14 +59,14 @@ void copyOpenPins(Scene const& scene, std::vector<Parameter>& parameters) {
 
 /// The composition's shutter where the popup offers it, else the same numbers as controls.
 void switchMotionBlurOn(Scene const& scene, std::vector<Parameter>& parameters) {
-    Parameter& popup = parameterIn(parameters, kMotionBlur);
+    Parameter& popup = parameterIn(parameters, kParamMotionBlur);
     bool const hasComp = popup.choices.size() > kMotionBlurComp;
     setNumberOf(popup, hostEntry(hasComp ? kMotionBlurComp : kMotionBlurOn));
     if (auto const& samples = scene.motionBlur->samples)
-        setNumberOf(parameterIn(parameters, kSamples), *samples);
+        setNumberOf(parameterIn(parameters, kParamSamples), *samples);
     if (hasComp) return;
-    setNumberOf(parameterIn(parameters, kShutterAngle), scene.comp.shutterAngleDeg);
-    setNumberOf(parameterIn(parameters, kShutterPhase), scene.comp.shutterPhaseDeg);
+    setNumberOf(parameterIn(parameters, kParamShutterAngle), scene.comp.shutterAngleDeg);
+    setNumberOf(parameterIn(parameters, kParamShutterPhase), scene.comp.shutterPhaseDeg);
 }
 
 /// Rank of a file's samples, for the deeper of two.
@@ -153,10 +153,10 @@ WriteRequest ownFrameOutput(Scene const& scene, RunOptions const& run, PictureTr
 }
 
 void checkTransfer(Scene const& scene, std::vector<Parameter> const& parameters) {
-    Parameter const& transfer = parameterIn(parameters, kTransferMode);
+    Parameter const& transfer = parameterIn(parameters, kParamTransferMode);
     auto const entry = entryOfHost(static_cast<std::int32_t>(numberOf(transfer.current)));
     if (entry > kTransferNone && entry < static_cast<std::int32_t>(transfer.choices.size()))
-        throw refusalOf(scene, kTransferMode, kOwnFrameOnly);
+        throw refusalOf(scene, kParamTransferMode, kOwnFrameOnly);
 }
 
 void addColorWarning(Scene const& scene, PictureTraits const& layer, PictureTraits const& plate,

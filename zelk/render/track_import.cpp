@@ -108,9 +108,9 @@ void runImport(Host& host, TrackUse const& use, std::string const& path, PixelSi
     static std::mutex chooser;  // there is one in a process
     std::lock_guard const alone(chooser);
     ChosenFile const chosen(path);
-    setNumber(parameterIn(host.parameters(), kMochaImport).current,
+    setNumber(parameterIn(host.parameters(), kParamMochaImport).current,
               hostEntry(use.pins == TrackedPins::kTo ? kImportToPins : kImportFromPins));
-    checkResult(host.userChangedParam(kMochaImport, moment, &output), use.file.string());
+    checkResult(host.userChangedParam(kParamMochaImport, moment, &output), use.file.string());
 }
 
 }  // namespace

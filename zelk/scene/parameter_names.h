@@ -6,36 +6,18 @@
 #include <optional>
 #include <string_view>
 
+#include "params/ParamIndex.h"
+
 namespace zelk {
 
-inline constexpr int kParameterCount = 63;
+inline constexpr int kParameterCount = kParamCount;
 
-/// The indices that the command line itself writes or reads.
-enum ParameterPosition {
-    kMochaImport = 1,
-    kViewMode = 2,
-    kCropToPins = 4,
-    kToPins = 6,      ///< upper left, upper right, lower left, lower right
-    kToOffsets = 11,  ///< x, y of the same four corners
-    kFromPins = 23,
-    kFromOffsets = 28,  ///< the same
-    kTranslateX = 40,
-    kTranslateY = 41,
-    kScaleX = 42,
-    kScaleY = 43,
-    kRotate = 44,
-    kQuality = 48,
-    kSuperSampleSoftness = 49,
-    kSuperSampleEdge = 50,
-    kGrowBounds = 51,
-    kMotionBlur = 55,
-    kShutterAngle = 56,
-    kShutterPhase = 57,
-    kSamples = 58,
-    kSourceOpacity = 60,
-    kCornerPinOpacity = 61,
-    kTransferMode = 62,
-};
+/// Where the first of a row of parameters stands; the others follow.
+inline constexpr int kToPins =
+    kParamToUpperLeft;  ///< upper left, upper right, lower left, lower right
+inline constexpr int kToOffsets = kParamToUpperLeftOffsetX;  ///< x, y of the same four corners
+inline constexpr int kFromPins = kParamFromUpperLeft;
+inline constexpr int kFromOffsets = kParamFromUpperLeftOffsetX;
 
 extern std::array<std::string_view, kParameterCount> const kParameterNames;
 

@@ -73,16 +73,16 @@ void toPinOrder(Corners const& corners, QV_UnitPoint (&pins)[4]) {
 }
 
 Reposition repositionOf(std::vector<Parameter> const& parameters) {
-    return {currentNumber(parameters, kTranslateX), currentNumber(parameters, kTranslateY),
-            currentNumber(parameters, kScaleX), currentNumber(parameters, kScaleY),
-            currentNumber(parameters, kRotate)};
+    return {currentNumber(parameters, kParamTranslateX),
+            currentNumber(parameters, kParamTranslateY), currentNumber(parameters, kParamScaleX),
+            currentNumber(parameters, kParamScaleY), currentNumber(parameters, kParamRotate)};
 }
 
 PinQuads pinQuads(std::vector<Parameter> const& parameters, PinFrame const& frame) {
     Corners const from = pinsAt(parameters, kFromPins, frame);
     Corners const to = pinsAt(parameters, kToPins, frame);
-    auto const view = entryOfHost(static_cast<int>(currentNumber(parameters, kViewMode)));
-    PassPlan const plan = passPlan(view, currentNumber(parameters, kCropToPins) != 0);
+    auto const view = entryOfHost(static_cast<int>(currentNumber(parameters, kParamViewMode)));
+    PassPlan const plan = passPlan(view, currentNumber(parameters, kParamCropToPins) != 0);
     return {grown(withOffsets(from, parameters, kFromOffsets), frame),
             grown(withOffsets(to, parameters, kToOffsets), frame),
             drawnPasses(plan, isAtRest(parameters, from))};

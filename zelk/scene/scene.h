@@ -1,9 +1,9 @@
 // Scene: one plain record that says everything of a render: composition, layer, plate, output,
 // parameters with keyframes, tracks, and who renders it how.
 //
-// Its text is the project file (scene_file.h). Programs change it by the functions of
-// scene_edits.h, which the command line's options, a viewer's controls and a script's keywords all
-// call; scene_check.h tells whether it can be rendered.
+// Its text is the project file (file.h). Programs change it by the functions of
+// edits.h, which the command line's options, a viewer's controls and a script's keywords all
+// call; check.h tells whether it can be rendered.
 //
 // Units are the users': points in layer pixels, angles in degrees, popups by entry, colours
 // "#rrggbb"; a key lies at a frame number of the composition, fractions allowed.

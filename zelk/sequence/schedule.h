@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "zelk/render/run_options.h"
-#include "zelk/scene/scene_inputs.h"
+#include "zelk/scene/inputs.h"
 
 namespace zelk {
 

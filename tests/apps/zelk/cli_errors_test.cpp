@@ -170,7 +170,7 @@ TEST_F(Failures, AnUnrulyEffectIsARenderFailure) {
     Words const words = joined(wordsOf("R --module"), {UNRULY_MODULE});
     for (auto const& [mood, exitCode, fragments] :
          {std::tuple<char const*, int, Words>{"fail", 1, {"code 7", "no film in the camera"}},
-          {"mute", 1, {"without a message", "\"6\""}},
+          {"mute", 1, {"code 6 and without a message"}},
           {"keep", 1, {"kept", "1 world"}},
           {"refuse", 1, {"cannot be loaded", "9"}},
           {"few", 3, {"number of parameters", "\"5\"", "63"}}}) {

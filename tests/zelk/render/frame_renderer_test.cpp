@@ -6,9 +6,9 @@
 #include <thread>
 
 #include "tests/support/zelk_process.h"
-#include "zelk/scene/scene_check.h"
-#include "zelk/scene/scene_edits.h"
-#include "zelk/scene/scene_file.h"
+#include "zelk/scene/check.h"
+#include "zelk/scene/edits.h"
+#include "zelk/scene/file.h"
 #include "zelk/text/errors.h"
 
 namespace zelk {

@@ -3,7 +3,7 @@
 //
 // Every edit has a name ("quality") and takes its value as text, as users type it. `thing` is what
 // messages call it: "--quality" on a command line. What can't be read is an error that names it,
-// and the scene is as it was; whether values fit together is checkScene's matter (scene_check.h).
+// and the scene is as it was; whether values fit together is checkScene's matter (check.h).
 // An edit wins over what a file said, and over a former one of the same name.
 #pragma once
 

@@ -10,7 +10,7 @@ namespace zelk {
 
 /// Throws for the first thing that does not fit: a usage error that names the option which set it,
 /// or an input error with the place in the scene's file. Values of parameters are checked by the
-/// module's own ranges later (scene_values.h).
+/// module's own ranges later (values.h).
 void checkScene(Scene const& scene);
 
 /// What can't be done without an output.

@@ -1,5 +1,5 @@
-// A run over many frames, and what is told of it; see sequence_render.h.
-#include "zelk/sequence/sequence_render.h"
+// A run over many frames, and what is told of it; see render_frames.h.
+#include "zelk/sequence/render_frames.h"
 
 #include <fmt/format.h>
 

@@ -1,5 +1,5 @@
-// Names to files; see scene_inputs.h.
-#include "zelk/scene/scene_inputs.h"
+// Names to files; see inputs.h.
+#include "zelk/scene/inputs.h"
 
 #include <algorithm>
 

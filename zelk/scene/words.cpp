@@ -1,5 +1,5 @@
-// Words to values; see scene_words.h.
-#include "zelk/scene/scene_words.h"
+// Words to values; see words.h.
+#include "zelk/scene/words.h"
 
 #include <vector>
 

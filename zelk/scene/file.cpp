@@ -1,6 +1,6 @@
-// Reading and writing of the project file; see scene_file.h. Values meet the module's parameters in
-// scene_values.cpp.
-#include "zelk/scene/scene_file.h"
+// Reading and writing of the project file; see file.h. Values meet the module's parameters in
+// values.cpp.
+#include "zelk/scene/file.h"
 
 #include <fmt/format.h>
 
@@ -15,7 +15,7 @@
 #include "zelk/files/text_file.h"
 #include "zelk/scene/clock.h"
 #include "zelk/scene/parameter_names.h"
-#include "zelk/scene/scene_words.h"
+#include "zelk/scene/words.h"
 #include "zelk/text/errors.h"
 #include "zelk/text/json_text.h"
 #include "zelk/text/numbers.h"

@@ -7,9 +7,9 @@
 
 #include "tests/support/zelk_process.h"
 #include "zelk/scene/clock.h"
+#include "zelk/scene/file.h"
 #include "zelk/scene/parameter_names.h"
-#include "zelk/scene/scene_file.h"
-#include "zelk/scene/scene_values.h"
+#include "zelk/scene/values.h"
 #include "zelk/text/errors.h"
 
 namespace zelk {
@@ -110,7 +110,7 @@ constexpr char const* kWrongs = R"(: 30|: NaN|3:32|"NaN"
 "value": 30|"id": 134|twice|"parameters.rotate.id"
 zelk-|zulk-|"zulk-project"|zelk-project
 , "rate": 25||missing|"comp.rate"
-"rotate"|"rotat"|"parameters.rotat"|near "rotate"
+"rotate"|"rotat"|"parameters.rotat"|such as "rotate"
 "width": 8|"width": 8.5|"8.5"|whole number
 134|24|parameters.rotate.id|"24"|134
 : 30|: "30"|rotate.value|the text "30"|-32767 to 32767
@@ -147,9 +147,9 @@ TEST_F(ProjectFile, WhatIsWrongIsNamedWithItsPlace) {
         for (std::size_t i = 2; i < words.size(); ++i) EXPECT_TRUE(has(said, words[i])) << said;
         EXPECT_EQ(said.find('\n'), said.npos);
     }
-    EXPECT_EQ(numberOf(host.parameters()[kRotate].current), 0);  // nothing of them was set
+    EXPECT_EQ(numberOf(host.parameters()[kParamRotate].current), 0);  // nothing of them was set
     EXPECT_EQ(refusal(kGood), "");
-    EXPECT_EQ(numberOf(host.parameters()[kRotate].current), 30);
+    EXPECT_EQ(numberOf(host.parameters()[kParamRotate].current), 30);
     for (auto const& text : {std::string(100000, '['), std::string(70 << 20, ' ')})
         EXPECT_NE(refusal(text).find("at most"), std::string::npos);
     for (std::string const name : {"plates", "none"})
@@ -225,7 +225,7 @@ TEST_F(ProjectFile, CommandsMakeShowAndCheckOne) {
     std::string const own = "s.zelk.json", moved = "plates/s.zelk.json";
     Scene project = readScene(at(own));
     EXPECT_EQ(project.plate->file.written, "plates/p.####.ppm");
-    project.parameters = {{kRotate, {}, 30., {{12, 1., {}, {}, {}}, {13.5, 2., {}, {}, {}}}}};
+    project.parameters = {{kParamRotate, {}, 30., {{12, 1., {}, {}, {}}, {13.5, 2., {}, {}, {}}}}};
     writeScene(project, at(moved));  // the pictures stay where they are
     for (std::string const& each : {own, moved})
         EXPECT_EQ(run({"project", "check", each}).out, each + ": good\n");

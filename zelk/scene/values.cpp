@@ -1,5 +1,5 @@
-// The values of a scene meet the parameters that a module registered; see scene_values.h.
-#include "zelk/scene/scene_values.h"
+// The values of a scene meet the parameters that a module registered; see values.h.
+#include "zelk/scene/values.h"
 
 #include <fmt/format.h>
 
@@ -7,9 +7,9 @@
 #include <cmath>
 
 #include "zelk/scene/clock.h"
+#include "zelk/scene/file.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/scene/parameter_values.h"
-#include "zelk/scene/scene_file.h"
 #include "zelk/text/errors.h"
 
 namespace zelk {

@@ -1,5 +1,5 @@
-// The rules between a scene's fields; see scene_check.h.
-#include "zelk/scene/scene_check.h"
+// The rules between a scene's fields; see check.h.
+#include "zelk/scene/check.h"
 
 #include <fmt/format.h>
 
@@ -7,7 +7,7 @@
 #include <iterator>
 
 #include "zelk/scene/parameter_names.h"
-#include "zelk/scene/scene_words.h"
+#include "zelk/scene/words.h"
 
 namespace zelk {
 

@@ -1,5 +1,5 @@
-// The edits, one function each; see scene_edits.h.
-#include "zelk/scene/scene_edits.h"
+// The edits, one function each; see edits.h.
+#include "zelk/scene/edits.h"
 
 #include <fmt/format.h>
 
@@ -10,9 +10,9 @@
 
 #include "Transform/Common/PopupEntries.h"
 #include "zelk/files/frame_names.h"
+#include "zelk/scene/file.h"
 #include "zelk/scene/parameter_names.h"
-#include "zelk/scene/scene_file.h"
-#include "zelk/scene/scene_words.h"
+#include "zelk/scene/words.h"
 #include "zelk/text/errors.h"
 #include "zelk/text/numbers.h"
 
@@ -88,28 +88,28 @@ void editTrackFrom(Scene& scene, Text& thing, Text& text) {
 }
 
 void editQuality(Scene& scene, Text& thing, Text& text) {
-    setParameter(scene, kQuality, double(hostEntry(pick(kQualities, thing, text))), thing);
+    setParameter(scene, kParamQuality, double(hostEntry(pick(kQualities, thing, text))), thing);
 }
 
 void editView(Scene& scene, Text& thing, Text& text) {
-    setParameter(scene, kViewMode, double(hostEntry(pick(kViews, thing, text))), thing);
+    setParameter(scene, kParamViewMode, double(hostEntry(pick(kViews, thing, text))), thing);
 }
 
 void editTransfer(Scene& scene, Text& thing, Text& text) {
-    setParameter(scene, kTransferMode, TypedText{text}, thing);
+    setParameter(scene, kParamTransferMode, TypedText{text}, thing);
     scene.options[SceneField::kTransfer] = thing;
 }
 
 void editSourceOpacity(Scene& scene, Text& thing, Text& text) {
-    setParameter(scene, kSourceOpacity, TypedText{text}, thing);
+    setParameter(scene, kParamSourceOpacity, TypedText{text}, thing);
 }
 
 void editOpacity(Scene& scene, Text& thing, Text& text) {
-    setParameter(scene, kCornerPinOpacity, TypedText{text}, thing);
+    setParameter(scene, kParamCornerPinOpacity, TypedText{text}, thing);
 }
 
 void editGrow(Scene& scene, Text& thing, Text& text) {
-    setParameter(scene, kGrowBounds, TypedText{text}, thing);
+    setParameter(scene, kParamGrowBounds, TypedText{text}, thing);
     scene.options[SceneField::kGrow] = thing;
 }
 
