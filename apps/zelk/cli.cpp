@@ -140,7 +140,7 @@ public:
                                  "580,350\"\n"
                                  "  zelk params --json\n"
                                  "\n"
-                                 "`zelk help COMMAND` tells of a command.\n"
+                                 "`zelk help COMMAND` describes a command.\n"
                                  "\n") +
                      kExitCodesHelp);
         dress(m_app, "COMMAND ...");
@@ -193,7 +193,7 @@ private:
         if (auto const found = m_apps.find(name); found != m_apps.end()) return *found->second;
         CLI::App* const app = m_app.add_subcommand(name, kGroups.at(name));
         m_apps[name] = app;
-        app->footer("`zelk help " + name + " COMMAND` tells of one of them.\n\n" + kExitCodesHelp);
+        app->footer("`zelk help " + name + " COMMAND` describes one of them.\n\n" + kExitCodesHelp);
         dress(*app, "COMMAND ...");
         return *app;
     }

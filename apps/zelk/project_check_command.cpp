@@ -9,7 +9,7 @@
 namespace zelk {
 
 CommandInfo const ProjectCheckCommand::kInfo = {
-    "project check", "Tell whether all frames of a project can be rendered", "FILE [OPTIONS]",
+    "project check", "Check whether all frames of a project can be rendered", "FILE [OPTIONS]",
     "Examples:\n"
     "  zelk project check sign.zelk.json\n"};
 

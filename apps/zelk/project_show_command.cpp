@@ -59,7 +59,7 @@ std::string summaryOf(Scene const& scene) {
 
 }  // namespace
 
-CommandInfo const ProjectShowCommand::kInfo = {"project show", "Tell what a project file holds",
+CommandInfo const ProjectShowCommand::kInfo = {"project show", "Show what a project file holds",
                                                "FILE [OPTIONS]",
                                                "Examples:\n"
                                                "  zelk project show sign.zelk.json --json\n"};

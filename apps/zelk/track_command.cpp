@@ -121,7 +121,7 @@ void writePlot(PlotRequest const& request, Track const& track) {
 }  // namespace
 
 CommandInfo const TrackCommand::kInfo = {
-    "track", "Tell, draw or convert tracking data", "FILE [OPTIONS]",
+    "track", "Show, draw or convert tracking data", "FILE [OPTIONS]",
     "Corners are upper left (ul), upper right (ur), lower left (ll), lower right (lr).\n"
     "\n"
     "Examples:\n"
