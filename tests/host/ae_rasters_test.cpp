@@ -1,7 +1,5 @@
 // Images of the After Effects binding: what is made for each depth on each host, how it is
 // described, and that all of it goes back whatever the host refuses.
-#include <algorithm>
-
 #include "tests/host/ae_host.h"
 
 using namespace zelk_test;
@@ -9,13 +7,10 @@ using zelk::Depth;
 using PixelType = PluginRaster_API::PixelType;
 using RasterInfo = PluginHost_API::RasterInfo;
 
-TEST(AERasters, AllocGivesAClearedImageOfEachDepthThatTheHostHas) {
+TEST(AERasters, AllocGivesAnImageOfEachDepthThatTheHostHas) {
     for (zelk::HostIdentity identity : {kModernAE, kOlderAE, kModernPremiere})
         for (int type = 0; type <= 4; ++type) {
-            zelk::HostOptions options = optionsOf(identity);
-            options.dirtyNewWorlds = true;
-            options.rowPaddingBytes = 12;
-            ProbeHost host(options);
+            ProbeHost host(identity);
             for (char const* dispose : {"dispose_world", "PF World Suite 2/PF_DisposeWorld"})
                 host->monitor().inject({dispose, 0, 72, true});
             inRender(host, Depth::k8, [&](PluginHost_AE_Impl& ae) {
@@ -28,15 +23,6 @@ TEST(AERasters, AllocGivesAClearedImageOfEachDepthThatTheHostHas) {
                 ASSERT_EQ(raster == nullptr, expected == 2 || expected == 3) << type;
                 if (!raster) return;
                 EXPECT_EQ(raster->getPixelType(), expected) << type;
-                RasterInfo info{};
-                ae.getRasterInfo(raster.get(), &info);
-                EXPECT_EQ(convertToPixelType(info.format), expected);
-                EXPECT_EQ(info.width * 10 + info.height, 73);
-                EXPECT_GT(info.rowBytes, 7 * info.pixelBytes);
-                for (int y = 0; y < 3; ++y) {
-                    auto const* row = static_cast<char const*>(info.data) + y * info.rowBytes;
-                    EXPECT_EQ(std::count(row, row + 7 * info.pixelBytes, 0), 7 * info.pixelBytes);
-                }
                 // The host's code, without a query that might be refused; then nothing is left.
                 host->monitor().inject({"PF World Suite 2/PF_GetPixelFormat", 0, 9});
                 EXPECT_EQ(ae.deallocRaster(raster.get()), 72);
@@ -45,42 +31,27 @@ TEST(AERasters, AllocGivesAClearedImageOfEachDepthThatTheHostHas) {
         }
 }
 
-TEST(AERasters, InfoTellsLayoutAddressAndRange) {
+// Layouts are what whole frames of the module show.
+TEST(AERasters, InfoTellsAspectAndRangeAndWhereTheAddressComesFrom) {
     for (zelk::HostIdentity identity : {kModernAE, kOlderAE, kModernPremiere})
         for (Depth depth : {Depth::k8, Depth::k16, Depth::kFloat}) {
-            const bool isPremiere = identity.applId == kAppPremierePro,
-                       isDeep = depth == Depth::k16;
             if (depth == Depth::kFloat && !identity.isModern()) continue;
-            const auto format = isDeep                   ? kFormatARGB15
-                                : depth == Depth::kFloat ? kFormatARGB32
-                                : isPremiere             ? kFormatBGRA8
-                                                         : kFormatARGB8;
             ProbeHost host(identity);
             inRender(host, depth, [&](PluginHost_AE_Impl& ae) {
                 ae.in_data->pixel_aspect_ratio = {10, 11};
-                RasterInfo info{};
-                auto const check = [&](PF_EffectWorld const& w, float range) {
-                    const RasterInfo want{w.data,
-                                          format,
-                                          5,
-                                          4,
-                                          w.rowbytes,
-                                          zelk::pixelBytes(depth),
-                                          static_cast<float>(10.0 / 11.0),
-                                          isDeep ? range : 1,
-                                          0};
-                    EXPECT_EQ(std::memcmp(&info, &want, sizeof info), 0) << format;
-                };
-                ae.getInputRasterInfo(0, &info);
-                check(ae.params[0]->u.ld, 2);
-                ae.getOutputRasterInfo(&info);
-                check(*ae.output, 2);
+                RasterInfo infos[3] = {};
                 std::unique_ptr<PluginRaster_API> input(ae.getInputRaster(0));
-                ae.getRasterInfo(input.get(), &info);
-                check(ae.params[0]->u.ld, 0.5f);
-                EXPECT_EQ(input->getPixelType(), convertToPixelType(format));
+                ae.getInputRasterInfo(0, &infos[0]);
+                ae.getOutputRasterInfo(&infos[1]);
+                ae.getRasterInfo(input.get(), &infos[2]);
+                for (RasterInfo const& info : infos) {
+                    const float range = &info == &infos[2] ? 0.5f : 2;
+                    EXPECT_EQ(info.rangeScale, depth == Depth::k16 ? range : 1);
+                    EXPECT_EQ(info.pixelAspect, static_cast<float>(10.0 / 11.0));
+                }
                 // Premiere's pixels come straight from the image, others' through the callbacks.
-                EXPECT_EQ(host->monitor().count("get_pixel_data8") > 0, !isPremiere);
+                EXPECT_EQ(host->monitor().count("get_pixel_data8") > 0,
+                          identity.applId != kAppPremierePro);
             });
         }
 }

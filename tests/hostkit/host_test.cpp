@@ -1,4 +1,5 @@
-// What a host logs, answers, counts and refuses while an effect calls it.
+// What a host counts and refuses while an effect calls it. Its log and its faults are what the
+// walks through every call of the effect stand on.
 #include <thread>
 
 #include "tests/host/ae_probe.h"
@@ -7,30 +8,6 @@ using namespace zelk_test;
 
 namespace zelk {
 namespace {
-
-TEST(CallMonitor, AnswersTheNthCallOfAName) {
-    CallMonitor monitor;
-    int done = 0;
-    monitor.inject({"fill", 2, 11});
-    monitor.inject({"abort", 0, 12});
-    monitor.inject({"copy", 1, 13, true});  // works and yet answers the code
-    auto const call = [&](std::string const& name) {
-        return monitor.answer(name, [&]() -> PF_Err { return ++done, PF_Err_NONE; });
-    };
-    for (auto const& [name, code] : {std::pair("fill", 0),
-                                     {"fill", 11},
-                                     {"abort", 12},
-                                     {"fill", 0},
-                                     {"abort", 12},
-                                     {"copy", 13}}) {
-        EXPECT_EQ(call(name), code);
-        EXPECT_EQ(monitor.log().back(), name);
-    }
-    EXPECT_TRUE(done == 3 && monitor.faultsAnswered() == 4 && monitor.count("fill") == 3);
-    monitor.restart();
-    EXPECT_EQ(call("fill") + call("fill"), 11) << "counts begin anew, faults stay";
-    EXPECT_EQ(monitor.log().size(), 2u);
-}
 
 // Effects are tested by what they owe after a command, and by calls out of place.
 TEST(EffectCalls, LeaksAndMistakesAreCountedForTheirCommand) {

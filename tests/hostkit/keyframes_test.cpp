@@ -16,25 +16,11 @@ constexpr A_long kTicks = 600'000'000;  // a second
 constexpr Interpolation kCurve = Interpolation::kBezier;
 
 /// From 10 to 34 between second 1 and second 3.
-KeyframeTrack twoKeys(Interpolation how, Ease const& out = {}, Ease const& in = {}) {
+KeyframeTrack twoKeys(Ease const& out, Ease const& in) {
     KeyframeTrack track;
     track.set({{6, 2}, {kFrom + kWay}, Interpolation::kHold, in});
-    track.set({{1, 1}, {kFrom}, how, {}, out});
+    track.set({{1, 1}, {kFrom}, kCurve, {}, out});
     return track;
-}
-double atTick(KeyframeTrack const& track, A_long ticks) {
-    return track.valueAt({ticks, kTicks})[0];
-}
-
-TEST(KeyframeTrack, ClosedForms) {
-    auto const hold = twoKeys(Interpolation::kHold), line = twoKeys(Interpolation::kLinear),
-               ease = twoKeys(kCurve);
-    for (auto const& track : {hold, line, ease})
-        for (A_long const end : {-kTicks, kTicks, 3 * kTicks, 3 * kTicks + 9})
-            EXPECT_EQ(atTick(track, end), end < 3 * kTicks ? kFrom : kFrom + kWay);
-    EXPECT_EQ(atTick(hold, 3 * kTicks - 1), kFrom);
-    EXPECT_EQ(line.valueAt({36000, 24000})[0], kFrom + kWay / 4);
-    EXPECT_NEAR(ease.valueAt({2, 1})[0], kFrom + kWay / 2, 1e-13) << "symmetric";
 }
 
 /// The value at the fraction `x` of the interval, by bisection alone.
@@ -57,11 +43,12 @@ TEST(KeyframeTrack, BezierIsSolvedToDoublePrecisionAndNeverTurnsBack) {
     for (int round = 0; round < 200; ++round) {
         Ease const out = {round % 3 ? percent(random) : 100, speed(random)};
         Ease const in = {round % 3 ? percent(random) : 100, speed(random)};
-        KeyframeTrack const track = twoKeys(kCurve, out, in);
+        KeyframeTrack const track = twoKeys(out, in);
         double last = kFrom;
         for (int step = 1; step < 200; ++step) {
             A_long const ticks = round % 2 ? step * (kTicks / 100) : kTicks + step - 100;
-            double const got = atTick(track, kTicks + ticks), x = ticks / (kSeconds * kTicks);
+            double const got = track.valueAt({kTicks + ticks, kTicks})[0];
+            double const x = ticks / (kSeconds * kTicks);
             // These curves rise, so an error in time leaves the value between two others.
             EXPECT_GE(got, slowBezier(out, in, x - 4e-16) - 2e-14) << "seed " << seed;
             EXPECT_LE(got, slowBezier(out, in, x + 4e-16) + 2e-14) << "seed " << seed;
@@ -80,7 +67,7 @@ TEST(KeyframeTrack, SeveralNumbersKeepToTheSegmentEasedByDistance) {
         many.set({{n, 1}, {5 + 6 * part, -8 * part}, kCurve, in, out});
         popup.set({{n, 1}, {1.0 + n}, kCurve});
     }
-    for (A_long t = 0; t <= 200; ++t) {
+    for (A_long t = -20; t <= 220; ++t) {
         double const part = std::clamp(one.valueAt({t, 100})[0] / 10, 0.0, 1.0);
         EXPECT_NEAR(many.valueAt({t, 100})[0], 5 + 6 * part, 1e-13);
         EXPECT_NEAR(many.valueAt({t, 100})[1], -8 * part, 1e-13);
