@@ -39,6 +39,9 @@ constexpr std::array<std::string_view, 11> kIntegerFormats = {
     "png", "jpeg", "targa", "webp", "bmp", "gif", "dpx", "jpeg2000", "sgi", "ico", "heif"};
 /// Formats of up to 16 bits of which OpenImageIO writes no more than 8 in order.
 constexpr std::array<std::string_view, 2> kShallow = {"pnm", "iff"};
+/// Formats whose files tell where the picture lies. Some writers of others refuse a place, or end
+/// the process over one.
+constexpr std::array<std::string_view, 5> kHoldPlace = {"openexr", "png", "tiff", "dpx", "rla"};
 /// Writers that leave no picture file.
 constexpr std::array<std::string_view, 2> kNoFiles = {"null", "term"};
 
@@ -131,8 +134,10 @@ void setStorage(std::string_view format, RowPlan const& plan, OIIO::ImageSpec& s
 /// Where the picture lies in the file's space; formats without windows hold it all from the origin.
 void setWindows(OIIO::ImageOutput const& writer, WriteRequest const& request,
                 OIIO::ImageSpec& spec) {
-    spec.x = spec.full_x = request.traits.originX;
-    spec.y = spec.full_y = request.traits.originY;
+    if (isOneOf(kHoldPlace, std::string_view(writer.format_name()))) {
+        spec.x = spec.full_x = request.traits.originX;
+        spec.y = spec.full_y = request.traits.originY;
+    }
     if (!writer.supports("displaywindow") || !writer.supports("negativeorigin")) return;
     spec.x -= request.marginX;
     spec.y -= request.marginY;
