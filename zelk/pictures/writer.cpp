@@ -84,7 +84,9 @@ OIIO::TypeDesc sampleType(std::string_view format, Depth depth, bool isHalf) {
     if (isByte || isOneOf(kShallow, format)) return OIIO::TypeUInt8;
     if (depth == Depth::k16 && format != "openexr") return OIIO::TypeUInt16;
     if (!holdsFloat) return OIIO::TypeUInt16;
-    return isHalf || (depth == Depth::k8 && format == "openexr") ? OIIO::TypeHalf : OIIO::TypeFloat;
+    bool const holdsHalf = format == "openexr" || format == "tiff";
+    bool const isShort = isHalf || (depth == Depth::k8 && format == "openexr");
+    return holdsHalf && isShort ? OIIO::TypeHalf : OIIO::TypeFloat;
 }
 
 RowPlan planRows(OIIO::ImageOutput const& writer, WriteRequest const& request) {

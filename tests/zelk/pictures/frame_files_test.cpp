@@ -260,7 +260,7 @@ TEST_F(FrameFiles, PositionsOfOtherFormatsCropNothing) {
     copy("in.exr", "out.tif");
     EXPECT_EQ(copy("out.tif", "again.exr"), "");
     EXPECT_EQ(readPicture<float>(at("again.exr")).values, std::vector<float>(12 * 8 * 4, 0.5f));
-    for (char const* name : {"o.webp", "o.gif", "o.bmp", "o.iff", "o.sgi"}) copy("in.exr", name);
+    for (char const* name : {"o.webp", "o.gif", "o.bmp", "o.iff", "o.fits"}) copy("in.exr", name);
 }
 
 // Associated colour, OpenEXR's always and TIFF's at times, is divided for the effect and stays what
