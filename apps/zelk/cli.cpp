@@ -258,7 +258,9 @@ void refuseExtras(Grammar& grammar, std::span<char const* const> words) {
     if (isOption) {
         std::string const name = word.substr(0, word.find('='));
         throw UserError(ExitCode::kUsage,
-                        {nameOf(command), "unknown option", name, nearestOption(command, name)});
+                        fmt::format("{}unknown option \"{}\", expected {}",
+                                    command.get_parent() ? nameOf(command) + ": " : "", name,
+                                    nearestOption(command, name)));
     }
     bool const isGroup =
         command.get_option_no_throw("FILE") == nullptr && !command.get_subcommands({}).empty();

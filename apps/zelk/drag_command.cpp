@@ -6,6 +6,7 @@
 #include <cmath>
 
 #include "hostkit/edit_session.h"
+#include "zelk/files/output_place.h"
 #include "zelk/files/standard_output.h"
 #include "zelk/render/load_module.h"
 #include "zelk/scene/file.h"
@@ -96,13 +97,14 @@ ExitCode DragCommand::run(Invocation const&) {
     mouse.shift = m_shift;
     PanelView const view = m_panel.view();
 
+    requireNew(m_output.value_or(file), !m_output || m_force);
     Scene const scene = m_scene.edited(readScene(file));
     auto const host = loadModule(scene);
     PixelSize const size = {scene.comp.width, scene.comp.height};
     setUp(*host, scene, size);
     if (!host->registeredCustomUi())
         throw UserError(ExitCode::kUsage,
-                        "--host: the effect has no panels in that host; choose another");
+                        "--host: the effect has no panels in that host; give another");
     EditSession session(*host, size.width, size.height);
     session.setFrame(view.frame.value_or(scene.comp.startFrame));
     session.panel().shows = view.panel;

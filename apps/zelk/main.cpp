@@ -13,7 +13,7 @@ int main(int argc, char** argv) {
         code = error.code();
         std::fprintf(stderr, "zelk: %s\n", error.what());
     } catch (std::exception const& error) {
-        std::fprintf(stderr, "zelk: render: %s\n", zelk::oneLine(error.what()).c_str());
+        std::fprintf(stderr, "zelk: internal error: %s\n", zelk::oneLine(error.what()).c_str());
     }
     return static_cast<int>(code);
 }

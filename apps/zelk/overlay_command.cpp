@@ -79,13 +79,13 @@ void writeOverlay(FrameRenderer& renderer, PanelPicture const& ask, RunOptions c
     Scene const& scene = renderer.scene();
     if (!renderer.host().registeredCustomUi())
         throw UserError(ExitCode::kUsage,
-                        "--host: the effect has no panels in that host; choose another");
+                        "--host: the effect has no panels in that host; give another");
     std::filesystem::path const output = scene.outputPath();
     checkTarget(output, run.noClobber);
     int const frame = frameOf(scene, ask.view.frame);
     SceneFiles const& files = renderer.files();
-    requireOtherFile(run, output, files.layer.own(frame), "layer");
-    if (files.plate) requireOtherFile(run, output, files.plate->own(frame), "plate");
+    requireOtherFile(scene, run.inPlace, output, files.layer.own(frame), "layer");
+    if (files.plate) requireOtherFile(scene, run.inPlace, output, files.plate->own(frame), "plate");
     renderer.beginAt(frame);
     World const picture = shownPicture(renderer, frame, ask.view.panel);
     Panel panel;
@@ -127,7 +127,9 @@ void OverlayCommand::addOptions(CLI::App& app) {
 
 ExitCode OverlayCommand::run(Invocation const& how) {
     constexpr int kMostMargin = 4096;
-    Scene scene = m_scene.edited(sceneOfProject(m_project));
+    Scene own = sceneOfProject(m_project);
+    own.output.reset();  // that of its render
+    Scene scene = m_scene.edited(std::move(own));
     checkScene(scene);
     requireOutput(scene);
     PanelPicture ask{m_panel.view()};

@@ -25,9 +25,8 @@ UserError existing(fs::path const& target) {
 }
 
 UserError unwritable(fs::path const& target, std::string const& reason) {
-    return {ExitCode::kOutput,
-            {target.string(),
-             "cannot be written:", reason.empty() ? "unknown reason" : shortened(reason), ""}};
+    return {ExitCode::kOutput, target.string() + ": cannot be written: " +
+                                   (reason.empty() ? "unknown reason" : shortened(reason))};
 }
 
 fs::path behindLinks(fs::path target) {

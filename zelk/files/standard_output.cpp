@@ -10,8 +10,7 @@ namespace zelk {
 void print(std::string_view text) {
     bool const isWritten = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
     if (!isWritten || std::fflush(stdout) != 0) {
-        throw UserError(ExitCode::kOutput, {"standard output", "cannot be written:", "write failed",
-                                            "an open output"});
+        throw UserError(ExitCode::kOutput, "standard output cannot be written");
     }
 }
 

@@ -16,23 +16,29 @@ namespace zelk {
 
 namespace fs = std::filesystem;
 
+namespace {
+
+UserError unreadable(fs::path const& file) {
+    if (errno == ENOENT) return {ExitCode::kInput, file.string() + ": no such file"};
+    return {ExitCode::kInput, file.string() + ": cannot be read: " + std::strerror(errno)};
+}
+
+}  // namespace
+
 std::string readTextFile(fs::path const& file, std::string const& kind, std::size_t mostBytes) {
-    auto const fail = [&](std::string const& wrong, std::string const& value,
-                          std::string const& expected) {
-        throw UserError(ExitCode::kInput, {file.string(), wrong, value, expected});
-    };
     errno = 0;
     std::ifstream in(file, std::ios::binary);
-    if (!in) fail("cannot be read:", std::strerror(errno), "");
+    if (!in) throw unreadable(file);
     std::string bytes;
     std::vector<char> chunk(1 << 16);
     while (in.read(chunk.data(), static_cast<std::streamsize>(chunk.size())), in.gcount() > 0) {
         bytes.append(chunk.data(), static_cast<std::size_t>(in.gcount()));
         if (bytes.size() > mostBytes)
-            fail("too large for " + kind + " file,", "",
-                 fmt::format("at most {} MB", mostBytes >> 20));
+            throw UserError(ExitCode::kInput,
+                            fmt::format("{}: too large for {} file: at most {} MB", file.string(),
+                                        kind, mostBytes >> 20));
     }
-    if (in.bad()) fail("cannot be read:", std::strerror(errno), "");
+    if (in.bad()) throw unreadable(file);
     return bytes;
 }
 
@@ -42,9 +48,7 @@ void writeTextFile(fs::path const& file, std::string_view text, bool mayReplace)
     errno = 0;
     std::ofstream out(temporary.path(), std::ios::binary);
     out << text << std::flush;
-    if (!out)
-        throw UserError(ExitCode::kOutput,
-                        {file.string(), "cannot be written:", std::strerror(errno), ""});
+    if (!out) throw unwritable(file, std::strerror(errno));
     out.close();
     if (!temporary.putInPlace(mayReplace))
         throw UserError(ExitCode::kOutput, file.string() + ": exists already");

@@ -36,8 +36,7 @@ std::map<std::string, std::string> factsOf(fs::path const& file) {
         if (equals != line.npos) facts[line.substr(0, equals)] = line.substr(equals + 1);
     }
     if (!facts.contains("width"))
-        throw UserError(ExitCode::kInput, {file.string(), "cannot be read:", probe.words(),
-                                           "a movie that ffmpeg reads"});
+        throw UserError(ExitCode::kInput, file.string() + ": cannot be read: " + probe.words());
     return facts;
 }
 

@@ -88,9 +88,8 @@ UserError noProgram(fs::path const& target) {
 
 UserError failureOf(ChildProgram const& program, fs::path const& target) {
     std::string const words = program.words();
-    return {ExitCode::kOutput,
-            {target.string(),
-             words.empty() ? "ffmpeg failed without a reason" : "ffmpeg failed:", words, ""}};
+    return {ExitCode::kOutput, target.string() + ": ffmpeg failed" +
+                                   (words.empty() ? " without a reason" : ": " + words)};
 }
 
 /// A stored value from 0 to 1 as 16 bits, to nearest.

@@ -23,7 +23,7 @@ namespace {
 
 UserError unreadable(std::filesystem::path const& file, std::string const& reason) {
     std::string const why = reason.empty() ? "unknown format" : shortened(reason);
-    return {ExitCode::kInput, {file.string(), "cannot be read:", why, "a whole picture file"}};
+    return {ExitCode::kInput, file.string() + ": cannot be read: " + why};
 }
 
 void checkFile(std::filesystem::path const& file) {

@@ -147,16 +147,19 @@ void setWindows(OIIO::ImageOutput const& writer, WriteRequest const& request,
     spec.full_height = spec.height - 2 * request.marginY;
 }
 
+void addHistory(std::string const& history, OIIO::ImageSpec& spec) {
+    std::string const earlier = spec.get_string_attribute("Exif:ImageHistory");
+    spec.attribute("Software", "zelk " ZELK_VERSION " : " + history);
+    spec.attribute("Exif:ImageHistory", earlier.empty() ? history : earlier + "\n" + history);
+}
+
 OIIO::ImageSpec specOf(OIIO::ImageOutput const& writer, PixelSize size, RowPlan const& plan,
                        WriteRequest const& request) {
     OIIO::ImageSpec spec(size.width, size.height, plan.channels, plan.type);
     setWindows(writer, request, spec);
     if (request.keepMetadata) {
         for (auto const& value : request.traits.metadata) spec.extra_attribs.push_back(value);
-        std::string const earlier = spec.get_string_attribute("Exif:ImageHistory");
-        spec.attribute("Software", "zelk " ZELK_VERSION " : " + request.history);
-        spec.attribute("Exif:ImageHistory",
-                       earlier.empty() ? request.history : earlier + "\n" + request.history);
+        if (!request.history.empty()) addHistory(request.history, spec);
     }
     setStorage(writer.format_name(), plan, spec);
     return spec;
@@ -274,8 +277,7 @@ void saveBytes(std::vector<unsigned char> const& bytes, fs::path const& file,
 
 void checkTarget(fs::path const& target, bool noClobber) {
     if (target == "-") {
-        throw UserError(ExitCode::kOutput,
-                        "--output: standard output \"-\" can't hold a picture; give a file");
+        throw UserError(ExitCode::kOutput, "-: standard output can't hold a picture; give a file");
     }
     makeWriter(target);
     checkPlace(target, noClobber);

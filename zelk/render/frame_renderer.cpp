@@ -180,7 +180,10 @@ World FrameRenderer::Impl::world(int frame, PreviewOptions const& options) {
     if (!options.part) return picture;
     auto const [left, top, right, bottom] = *options.part;
     picture.setOrigin(0, 0);
-    return partOf(picture, {left, top, right, bottom});
+    World part = partOf(picture, {left, top, right, bottom});
+    if (part.width() < 1 || part.height() < 1)
+        throw UserError(ExitCode::kUsage, "preview: the part lies outside the picture");
+    return part;
 }
 
 World FrameRenderer::Impl::layerWorld(int frame) {
@@ -391,9 +394,10 @@ void FrameRenderer::Impl::readSizes(std::vector<int> const& frames) {
 PictureReader FrameRenderer::Impl::openSized(InputPicture const& file, PixelSize size) const {
     PictureReader picture = file.open();
     if (picture.width() == size.width && picture.height() == size.height) return picture;
-    throw UserError(ExitCode::kInput, {file.name(), "another size than the first frame's:",
-                                       fmt::format("{}x{}", picture.width(), picture.height()),
-                                       fmt::format("{}x{}", size.width, size.height)});
+    throw UserError(
+        ExitCode::kInput,
+        fmt::format("{}: another size than the first frame's: {}x{}, not {}x{}", file.name(),
+                    picture.width(), picture.height(), size.width, size.height));
 }
 
 World FrameRenderer::Impl::loadLayer(std::optional<InputPicture> const& file, PictureTraits& traits,
@@ -435,7 +439,9 @@ void FrameRenderer::Impl::loadPlate(std::optional<InputPicture> const& file, Pic
 }
 
 FrameRenderer::FrameRenderer(Scene scene, RunOptions run, Explanation* explanation)
-    : m_impl(std::make_unique<Impl>(std::move(scene), std::move(run), explanation)) {}
+    : m_impl(std::make_unique<Impl>(std::move(scene), std::move(run), explanation)) {
+    useThreads(m_impl->m_run.threads);
+}
 FrameRenderer::~FrameRenderer() = default;
 
 Scene const& FrameRenderer::scene() const { return m_impl->m_scene; }
@@ -459,6 +465,10 @@ PictureBuffer FrameRenderer::picture(int frame, PreviewOptions const& options) {
 void FrameRenderer::write(int frame) {
     requireOutput(m_impl->m_scene);
     m_impl->beginAt(frame);
+    auto const& [layer, plate, output] = m_impl->m_files;
+    bool const mayBe = m_impl->m_run.inPlace;
+    requireOtherFile(scene(), mayBe, output.pathOf(frame), layer.own(frame), "layer");
+    if (plate) requireOtherFile(scene(), mayBe, output.pathOf(frame), plate->own(frame), "plate");
     store(frame, render(frame, load(frame)));
 }
 

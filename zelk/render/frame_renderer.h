@@ -5,8 +5,9 @@
 //
 // A run over many frames takes the three stages apart, so that they overlap: load reads, render
 // computes, store writes. load, check and store may be called on other threads than render; render
-// is for one thread at a time, as the module is. Renderers share nothing: several may work in one
-// process, each on a thread of its own.
+// is for one thread at a time, as the module is. Several renderers may work in one process, each on
+// a thread of its own. What they share is the process's: libraries are kept from standard error
+// while they work, and until an output is in place a signal that ends the process removes it.
 #pragma once
 
 #include <atomic>
@@ -26,7 +27,7 @@ class Warnings;        // frame_stages.h
 struct Explanation;    // explanation.h
 struct LoadedFrame;    // frame_stages.h
 struct RenderedFrame;  // frame_stages.h
-struct SceneFiles;     // scene/scene_inputs.h
+struct SceneFiles;     // scene/inputs.h
 
 /// Pixels, half-open, y down.
 struct PixelRect {
@@ -58,8 +59,9 @@ public:
     /// picture that is not there, a render error when the effect fails, and one with
     /// ExitCode::kInterrupted after stop().
     PictureBuffer picture(int frame, PreviewOptions const& options = {});
-    /// The frame to the scene's output, which must be given: one file for a frame of many. A movie
-    /// takes frames in order, and is whole after finishMovie.
+    /// The frame to the scene's output, which must be given: one file for a frame of many; its own
+    /// layer or plate only with inPlace. A movie takes frames in order, and is whole after
+    /// finishMovie.
     void write(int frame);
 
     /// From any thread: the picture under way ends with an error at its next stage, and no other is

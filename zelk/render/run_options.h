@@ -1,4 +1,5 @@
 // How a run over a scene's frames goes: what it replaces, tells and holds. No pixel depends on it.
+// renderFrames alone heeds skipExisting, dryRun, progress and explain.
 #pragma once
 
 #include <string>

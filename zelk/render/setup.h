@@ -41,7 +41,7 @@ WriteRequest ownFrameOutput(Scene const& scene, RunOptions const& run, PictureTr
 /// another one, about what set it.
 void checkTransfer(Scene const& scene, std::vector<Parameter> const& parameters);
 
-/// The first declaration of colours that both files make and that differs is told.
+/// Warns of the first colour declaration that both files have with different values.
 void addColorWarning(Scene const& scene, PictureTraits const& layer, PictureTraits const& plate,
                      std::vector<std::string>& warnings);
 

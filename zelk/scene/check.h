@@ -13,7 +13,7 @@ namespace zelk {
 /// module's own ranges later (values.h).
 void checkScene(Scene const& scene);
 
-/// What can't be done without an output.
+/// Throws a usage error for a scene without an output.
 void requireOutput(Scene const& scene);
 
 /// A refusal of what a field says, a sentence about the option that set it, else the file's place:
@@ -25,7 +25,7 @@ UserError refusalOf(Scene const& scene, SceneField field, std::string const& wro
 /// The same of a parameter.
 UserError refusalOf(Scene const& scene, int parameter, std::string const& predicate);
 
-/// Of the Transfer Mode, where the frame has another size than the layer.
+/// Refusal of a Transfer Mode where layer and frame differ in size.
 inline constexpr char const* kOwnFrameOnly =
     "lays the layer over itself in its own frame: use --mode with --over";
 

@@ -30,8 +30,8 @@ constexpr Choice<ViewModeEntry> kViews[] = {{"original", kViewOriginal},
                                             {"from", kViewFromPins},
                                             {"to", kViewToPins},
                                             {"both", kViewBothPins}};
-/// Plate and size exclude each other: an edit of one removes the file's other; two edits are left
-/// for checkScene to refuse.
+/// Setting plate or size removes the other if the file set it; if both are edits, checkScene
+/// refuses.
 void setFrame(Scene& scene, std::optional<SceneInput> plate, Text& thing) {
     scene.plate = std::move(plate);
     scene.options[SceneField::kPlate] = thing;
@@ -132,9 +132,13 @@ void editSetting(Scene& scene, Text& thing, Text& text) {
 /// "on", "off", or the number of samples.
 void editMotionBlur(Scene& scene, Text& thing, Text& text) {
     constexpr double kMostSamples = 256;
-    if (text == "off") return scene.motionBlur.reset();
+    std::string const word = lowered(text);
+    if (word == "off") {
+        scene.comp.motionBlur = false;
+        return scene.motionBlur.reset();
+    }
     MotionBlurSwitch on;
-    if (text != "on") on.samples = numberInRange(thing, text, 1, kMostSamples);
+    if (word != "on") on.samples = numberInRange(thing, text, 1, kMostSamples);
     scene.motionBlur = on;
 }
 

@@ -1,9 +1,13 @@
 // Names to files; see inputs.h.
 #include "zelk/scene/inputs.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 
+#include "zelk/files/output_place.h"
 #include "zelk/movies/writer.h"
+#include "zelk/scene/check.h"
 
 namespace zelk {
 
@@ -42,6 +46,14 @@ bool isSequence(Scene const& scene) {
            (scene.plate && (isNumbered(*scene.plate) || isMovie(*scene.plate))) ||
            (scene.hasComp && isPattern(scene.outputPath())) || isMovie(scene.layer) ||
            isMovieName(scene.outputPath());
+}
+
+void requireOtherFile(Scene const& scene, bool mayBe, std::filesystem::path const& output,
+                      InputPicture const& input, char const* kind) {
+    auto const own = input.isOnDisk() ? identityOf(input.file) : std::nullopt;
+    if (mayBe || !own || own != identityOf(output)) return;
+    throw refusalOf(scene, SceneField::kOutput, fmt::format("would replace its own {}:", kind),
+                    output.string(), "another name, or --in-place");
 }
 
 }  // namespace zelk

@@ -28,4 +28,9 @@ struct SceneFiles {
     SequenceName output;
 };
 
+/// Throws about the output where it is the very file that is read as `kind` ("layer", "plate"),
+/// unless that may be.
+void requireOtherFile(Scene const& scene, bool mayBe, std::filesystem::path const& output,
+                      InputPicture const& input, char const* kind);
+
 }  // namespace zelk

@@ -104,7 +104,7 @@ ExitCode SequenceRun::run() {
             files.missingOf(*m_schedule.missingFrame).missing(*m_schedule.missingFrame);
         m_missing = file;
         std::string sentence = file + ": " + why;
-        if (!m_isStill) sentence += "; --missing goes on without it";
+        if (!m_isStill) sentence += "; --missing hold, skip or black goes on without it";
         if (!m_isStill && m_purpose == Purpose::kRender) sentence += " (" + summary() + ")";
         throw UserError(ExitCode::kInput, sentence);
     }

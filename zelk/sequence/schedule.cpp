@@ -10,6 +10,7 @@
 #include "zelk/files/output_place.h"
 #include "zelk/movies/writer.h"
 #include "zelk/render/setup.h"
+#include "zelk/scene/check.h"
 #include "zelk/text/errors.h"
 #include "zelk/tracks/track.h"
 
@@ -64,9 +65,9 @@ Schedule scheduleOf(Scene const& scene, RunOptions const& run, SceneFiles const&
     std::vector<int> const asked = framesAsked(scene, files);
     bool const isMovie = isMovieName(scene.outputPath());
     if (asked.size() > 1 && scene.output && !files.output.isSequence() && !isMovie)
-        throw UserError(ExitCode::kUsage,
-                        {"--output", "the same file for every frame:", scene.outputPath().string(),
-                         "a frame mark such as out.%04d.exr"});
+        throw refusalOf(scene, SceneField::kOutput,
+                        "the same file for every frame:", scene.outputPath().string(),
+                        "a frame mark such as out.%04d.exr");
     Schedule schedule;
     for (int const frame : asked) {
         bool const isWritten = run.skipExisting && !isMovie && onDisk(files.output.pathOf(frame));
@@ -84,14 +85,6 @@ Schedule scheduleOf(Scene const& scene, RunOptions const& run, SceneFiles const&
     return schedule;
 }
 
-void requireOtherFile(RunOptions const& run, fs::path const& output, InputPicture const& input,
-                      char const* kind) {
-    auto const own = input.isOnDisk() ? identityOf(input.file) : std::nullopt;
-    if (run.inPlace || !own || own != identityOf(output)) return;
-    throw UserError(ExitCode::kUsage, {"--output", fmt::format("would replace its own {}:", kind),
-                                       output.string(), "another name, or --in-place"});
-}
-
 void checkOutputsAreNoInputs(Scene const& scene, RunOptions const& run, SceneFiles const& files,
                              std::vector<int> const& frames) {
     std::map<FileIdentity, int> outputs;  // what is not there yet is no input either
@@ -105,10 +98,11 @@ void checkOutputsAreNoInputs(Scene const& scene, RunOptions const& run, SceneFil
         bool const isReadBefore =
             isMovieName(scene.outputPath()) ||
             (found->second == frame && (input.isNumbered() || frames.size() == 1));
-        if (isReadBefore) return requireOtherFile(run, files.output.pathOf(frame), *picture, kind);
-        throw UserError(ExitCode::kUsage,
-                        {"--output", "would replace a picture that other frames read:",
-                         picture->file.string(), "other names than the inputs'"});
+        if (isReadBefore)
+            return requireOtherFile(scene, run.inPlace, files.output.pathOf(frame), *picture, kind);
+        throw refusalOf(scene, SceneField::kOutput,
+                        "would replace a picture that other frames read:", picture->file.string(),
+                        "other names than the inputs'");
     };
     for (int const frame : frames) {
         check(files.layer, "layer", frame);

@@ -24,12 +24,8 @@ struct Schedule {
 /// none or all would be one file, an input error for a numbered input without files.
 Schedule scheduleOf(Scene const& scene, RunOptions const& run, SceneFiles const& files);
 
-/// A usage error where the output is the very file that is read as `kind` ("layer", "plate"),
-/// unless the run says that it may be.
-void requireOtherFile(RunOptions const& run, std::filesystem::path const& output,
-                      InputPicture const& input, char const* kind);
-
-/// The same for all frames. A frame's file must never be what another frame reads, as which of them
+/// An error where a frame's output is the very file that it reads, unless the run says that it may
+/// be (requireOtherFile). A frame's file must never be what another frame reads, as which of them
 /// comes first is chance; a movie is read to its end before it is replaced.
 void checkOutputsAreNoInputs(Scene const& scene, RunOptions const& run, SceneFiles const& files,
                              std::vector<int> const& frames);

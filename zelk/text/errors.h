@@ -1,4 +1,4 @@
-// The one exception of the command line: a sentence for the user, and the exit code with it.
+// The one exception of the library: a sentence for the user, and the exit code with it.
 //
 // A message says what is wrong and what to do. About a value it has the form
 //   THING: what is wrong with "VALUE", expected ...

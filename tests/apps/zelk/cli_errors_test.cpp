@@ -75,7 +75,7 @@ track a b;2;"b";one file, or a command: convert
 project;2;project;new, show, check or import-track
 project mend s;2;"mend";import-track
 track wide.csv --flip-y;2;--flip-y;--size WxH
-track none.txt;3;none.txt;cannot be read
+track none.txt;3;none.txt: no such file
 track convert a b.xyz;2;b.xyz;".xyz";--as
 track a --corners ul,ul,ll,lr;2;--corners;each once
 track a --pixel-aspect 0;2;"0";10/11

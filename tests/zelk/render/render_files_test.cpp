@@ -70,7 +70,7 @@ TEST_F(Files, UnusablePinsWarnOnceAndGiveATransparentFrame) {
     std::string const offset = "-upper-left-offset-";
     // From and To, the view, crop or an offset of which pins, and the warning, if any.
     for (auto const& [pins, view, more, told] :
-         {std::tuple("#!", "both", "", "To Pins make a quad that turns both ways, so"),
+         {std::tuple("#!", "both", "", "To Pins make a quad that crosses itself or is dented, so"),
           {"#.", "both", "", "To Pins"},
           {"#v", "to", "", "both ways"},
           {"!!", "both", "", "ways, the To Pins make"},

@@ -39,11 +39,11 @@ TEST_F(OnePicture, WhatIsOnlyTriedWritesNothingAndFindsWhatTheRunFinds) {
          {std::tuple<Spoil, char const*, int, std::string>{[](auto&) {}, "in.png", 0, ""},
           {remove, "in.png", 3, "in.png: no such file"},
           {remove, "p.2.png", 3, "p.2.png: no such file"},
-          {remove, "out", 4, "out/o.1.png: cannot be written: \"no folder out\""},
+          {remove, "out", 4, "out/o.1.png: cannot be written: no folder out"},
           {garble, "p.2.png", 5, "2 (2/3) failed: p.2.png: cannot be read"},
           {widen, "p.3.png", 5, "p.3.png: another size than the first frame's"},
-          {link, "out/o.2.png", 2, "would replace its own plate: \"out/o.2.png\""},
-          {link, "out/o.3.png", 2, "a picture that other frames read: \"p.2.png\""}}) {
+          {link, "out/o.2.png", 3, "would replace its own plate: \"out/o.2.png\""},
+          {link, "out/o.3.png", 3, "a picture that other frames read: \"p.2.png\""}}) {
         SCOPED_TRACE(told);
         SetUp();
         spoil(at(name));

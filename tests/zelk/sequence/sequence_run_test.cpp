@@ -181,7 +181,7 @@ TEST_F(Sequence, ALosslessMovieIsReadAsItWasWritten) {
         for (char const* stem : {"all", "back"}) EXPECT_EQ(picture(stem, n), picture("file", n));
     EXPECT_EQ(picture("one", 4), picture("file", 4));
     expectRefusal("render n.mkv -o x.%d.png --frames 4-9 --progress none"_words, 3,
-                  {"n.mkv: no frame 9: the movie's 5 pictures are frames 4 to 8; --missing goes on",
+                  {"n.mkv: no frame 9: the movie's 5 pictures are frames 4 to 8; --missing hold,",
                    "(5 frames written)"});
 }
 
