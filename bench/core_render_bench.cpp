@@ -2,8 +2,10 @@
 // fills the frame, beside a memcpy of the same picture in the same run.
 //
 // Each case first checks its result: the threaded render has to give the bytes of the unthreaded
-// one. Figures: Mpixel/s of destination pixels, and `x_memcpy`, the time of the render over the
-// time of a memcpy of the frame's bytes, measured just before.
+// one, and both those of the scalar line functions. Figures: Mpixel/s of destination pixels;
+// `x_scalar`, the time of a render by scalar line functions over the time of the same by vector
+// ones, and `x_memcpy`, the time of the render over that of a memcpy of the frame's bytes. Both are
+// of the fastest of five, measured just before.
 #include <benchmark/benchmark.h>
 #include <omp.h>
 
@@ -13,7 +15,7 @@
 #include <string>
 #include <vector>
 
-#include "RenderLib/Transform/CommonRender_CoreTransformRender.h"
+#include "Transform/Common/Transform_Core_Render/CoreTransformRender.h"
 #include "host/PluginHost_Memory_Impl.h"
 
 namespace {
@@ -24,15 +26,22 @@ struct Format {
     char const* name;
     QV_RasterFormat code;
     int pixelBytes;
+    FormatFunctions scalar, vector;
 };
-constexpr Format kFormats[] = {
-    {"8", kFormatARGB8, 4}, {"16", kFormatARGB15, 8}, {"float", kFormatARGB32, 16}};
+template <class Trait>
+constexpr Format formatOf(char const* name) {
+    return {name, Trait::kFormat, Trait::kPixelBytes, scalarFunctionsOf<Trait>(),
+            formatFunctionsOf<Trait>()};
+}
+constexpr Format kFormats[] = {formatOf<PIXEL_ARGB8>("8"), formatOf<PIXEL_ARGB15>("16"),
+                               formatOf<PIXEL_ARGB32>("float")};
 
 struct Quality {
     char const* name;
-    int filter;
+    int filter, sizeIndex;
 };
-constexpr Quality kQualities[] = {{"nearest", 0}, {"bilinear", 1}, {"4x4", 9}};
+constexpr Quality kQualities[] = {
+    {"nearest", 0, 0}, {"bilinear", 1, 0}, {"4x4", 9, 0}, {"6x6", 12, 1}, {"8x8", 12, 2}};
 
 using Picture = std::vector<unsigned char>;
 
@@ -70,10 +79,11 @@ Picture makeNoise(Format const& format) {
 }
 
 /// The corner pin that is timed: slightly tilted, past all four edges of the frame.
-CoreRenderArguments tiltedPins(int filter) {
+CoreRenderArguments tiltedPins(Quality const& quality) {
     CoreRenderArguments core;
     core.quadMode = 3;
-    core.filter = filter;
+    core.filter = quality.filter;
+    core.sizeIndex = quality.sizeIndex;
     core.toPins[0] = {-0.02, -0.03};
     core.toPins[1] = {-0.05, 1.06};
     core.toPins[2] = {1.04, -0.01};
@@ -81,19 +91,21 @@ CoreRenderArguments tiltedPins(int filter) {
     return core;
 }
 
-void renderOnce(Picture& source, Picture& frame, Format const& format, int filter) {
+void renderOnce(Picture& source, Picture& frame, Format const& format, Quality const& quality,
+                FormatFunctions const& functions) {
     const auto src = describe(source, format), dst = describe(frame, format);
     PluginHost_Memory_Impl host(src, dst);
-    CoreRenderArguments core = tiltedPins(filter);
-    CommonRender_CoreTransformRender(&host, core, src, dst, true, false, nullptr, true, false);
+    CoreRenderArguments core = tiltedPins(quality);
+    coreTransformRender({&host, core, src, dst, true, false, nullptr, true, false}, functions);
 }
 
-/// Seconds of the fastest of five copies of the frame.
-double secondsOfMemcpy(Picture const& from, Picture& to) {
+/// Seconds of the fastest of five calls.
+template <class Function>
+double secondsOf(Function function) {
     double best = 1e9;
     for (int i = 0; i < 5; ++i) {
         const auto start = std::chrono::steady_clock::now();
-        std::memcpy(to.data(), from.data(), from.size());
+        function();
         benchmark::ClobberMemory();
         const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
         best = std::min(best, taken.count());
@@ -104,24 +116,26 @@ double secondsOfMemcpy(Picture const& from, Picture& to) {
 void coreRender(benchmark::State& state, Format format, Quality quality, int threads) {
     Picture source = makeNoise(format);
     Picture alone(source.size()), frame(source.size());
+    const auto scalar = [&] { renderOnce(source, frame, format, quality, format.scalar); };
+    const auto vector = [&] { renderOnce(source, frame, format, quality, format.vector); };
     omp_set_num_threads(1);
-    renderOnce(source, alone, format, quality.filter);
+    renderOnce(source, alone, format, quality, format.scalar);
     omp_set_num_threads(threads);
-    renderOnce(source, frame, format, quality.filter);
-    if (frame != alone) {
-        state.SkipWithError("threads change the picture");
+    const double scalarSeconds = secondsOf(scalar);
+    const bool isSame = frame == alone;
+    const double vectorSeconds = secondsOf(vector);
+    if (!isSame || frame != alone) {
+        state.SkipWithError(isSame ? "vectors change the picture" : "threads change the picture");
         return;
     }
-
-    const double copySeconds = secondsOfMemcpy(source, frame);
-    const auto start = std::chrono::steady_clock::now();
-    for (auto _ : state) renderOnce(source, frame, format, quality.filter);
-    const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
+    const double copySeconds =
+        secondsOf([&] { std::memcpy(frame.data(), source.data(), frame.size()); });
+    for (auto _ : state) vector();
     const double pixels = static_cast<double>(kWidth) * kHeight;
     state.counters["Mpixel/s"] =
         benchmark::Counter(pixels * 1e-6, benchmark::Counter::kIsIterationInvariantRate);
-    state.counters["x_memcpy"] =
-        taken.count() / static_cast<double>(state.iterations()) / copySeconds;
+    state.counters["x_scalar"] = scalarSeconds / vectorSeconds;
+    state.counters["x_memcpy"] = vectorSeconds / copySeconds;
 }
 
 }  // namespace
@@ -139,6 +153,6 @@ int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
     benchmark::AddCustomContext("compiler", "GCC " __VERSION__);
-    benchmark::AddCustomContext("line functions", "scalar");
+    benchmark::AddCustomContext("line functions", lineFuncSimdTarget());
     benchmark::RunSpecifiedBenchmarks();
 }
