@@ -1,10 +1,15 @@
 // Speed of one core render: format x quality x threads at 1920 x 1080, through a tilted quad that
 // fills the frame, beside a memcpy of the same picture in the same run.
 //
+// Premultiplication of the frame stands beside it.
+//
 // Each case first checks its result: the threaded render has to give the bytes of the unthreaded
-// one. Figures: Mpixel/s of destination pixels, and `x_memcpy`, the time of the render over the
-// time of a memcpy of the frame's bytes, measured just before.
+// one, and vector code on every instruction set those of the scalar code. Figures, of the fastest
+// of five: `x_AVX2` and its like, the time of the scalar code over the time of the vector code
+// forced to that instruction set; `x_memcpy`, the time of the best one over that of a memcpy of the
+// frame. `Mpixel/s` are of destination pixels.
 #include <benchmark/benchmark.h>
+#include <hwy/targets.h>
 #include <omp.h>
 
 #include <algorithm>
@@ -13,7 +18,8 @@
 #include <string>
 #include <vector>
 
-#include "RenderLib/Transform/CommonRender_CoreTransformRender.h"
+#include "Transform/Common/Transform_Core_Render/CoreTransformRender.h"
+#include "Transform/Common/Transform_Core_Render/Premult.h"
 #include "host/PluginHost_Memory_Impl.h"
 
 namespace {
@@ -24,15 +30,22 @@ struct Format {
     char const* name;
     QV_RasterFormat code;
     int pixelBytes;
+    FormatFunctions scalar, vector;
 };
-constexpr Format kFormats[] = {
-    {"8", kFormatARGB8, 4}, {"16", kFormatARGB15, 8}, {"float", kFormatARGB32, 16}};
+template <class Trait>
+constexpr Format formatOf(char const* name) {
+    return {name, Trait::kFormat, Trait::kPixelBytes, scalarFunctionsOf<Trait>(),
+            formatFunctionsOf<Trait>()};
+}
+constexpr Format kFormats[] = {formatOf<PIXEL_ARGB8>("8"), formatOf<PIXEL_ARGB15>("16"),
+                               formatOf<PIXEL_ARGB32>("float")};
 
 struct Quality {
     char const* name;
-    int filter;
+    int filter, sizeIndex;
 };
-constexpr Quality kQualities[] = {{"nearest", 0}, {"bilinear", 1}, {"4x4", 9}};
+constexpr Quality kQualities[] = {
+    {"nearest", 0, 0}, {"bilinear", 1, 0}, {"4x4", 9, 0}, {"6x6", 12, 1}, {"8x8", 12, 2}};
 
 using Picture = std::vector<unsigned char>;
 
@@ -70,10 +83,11 @@ Picture makeNoise(Format const& format) {
 }
 
 /// The corner pin that is timed: slightly tilted, past all four edges of the frame.
-CoreRenderArguments tiltedPins(int filter) {
+CoreRenderArguments tiltedPins(Quality const& quality) {
     CoreRenderArguments core;
     core.quadMode = 3;
-    core.filter = filter;
+    core.filter = quality.filter;
+    core.sizeIndex = quality.sizeIndex;
     core.toPins[0] = {-0.02, -0.03};
     core.toPins[1] = {-0.05, 1.06};
     core.toPins[2] = {1.04, -0.01};
@@ -81,19 +95,22 @@ CoreRenderArguments tiltedPins(int filter) {
     return core;
 }
 
-void renderOnce(Picture& source, Picture& frame, Format const& format, int filter) {
+void renderOnce(Picture& source, Picture& frame, Format const& format, Quality const& quality,
+                FormatFunctions const& functions) {
     const auto src = describe(source, format), dst = describe(frame, format);
     PluginHost_Memory_Impl host(src, dst);
-    CoreRenderArguments core = tiltedPins(filter);
-    CommonRender_CoreTransformRender(&host, core, src, dst, true, false, nullptr, true, false);
+    CoreRenderArguments core = tiltedPins(quality);
+    coreTransformRender({&host, core, src, dst, true, false, nullptr, true, false}, functions);
 }
 
-/// Seconds of the fastest of five copies of the frame.
-double secondsOfMemcpy(Picture const& from, Picture& to) {
+/// Seconds of the fastest of five calls, each after `prepare`, which is not measured.
+template <class Function, class Prepare>
+double secondsOf(Function function, Prepare prepare) {
     double best = 1e9;
     for (int i = 0; i < 5; ++i) {
+        prepare();
         const auto start = std::chrono::steady_clock::now();
-        std::memcpy(to.data(), from.data(), from.size());
+        function();
         benchmark::ClobberMemory();
         const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
         best = std::min(best, taken.count());
@@ -101,27 +118,89 @@ double secondsOfMemcpy(Picture const& from, Picture& to) {
     return best;
 }
 
+/// 0 gives the choice back to the processor.
+void forceTarget(std::int64_t target) {
+    hwy::SetSupportedTargetsForTest(target);
+    hwy::GetChosenTarget().Update(hwy::SupportedTargets());
+}
+
+/// Measures `scalar` and `vector`, which make `frame` of what `prepare` leaves, and writes the
+/// figures. False, with an error noted, where they disagree.
+template <class Scalar, class Vector, class Prepare>
+bool compare(benchmark::State& state, Picture& frame, Scalar scalar, Vector vector,
+             Prepare prepare) {
+    const double scalarSeconds = secondsOf(scalar, prepare);
+    const Picture wanted = frame;
+    for (const std::int64_t target : hwy::SupportedAndGeneratedTargets()) {
+        forceTarget(target);
+        const double seconds = secondsOf(vector, prepare);
+        state.counters[std::string("x_") + hwy::TargetName(target)] = scalarSeconds / seconds;
+        forceTarget(0);
+        if (frame != wanted) {
+            state.SkipWithError("vectors change the picture");
+            return false;
+        }
+    }
+    const double seconds = secondsOf(vector, prepare);
+    state.counters["x_memcpy"] =
+        seconds / secondsOf([&] { std::memcpy(frame.data(), wanted.data(), frame.size()); }, [] {});
+    return true;
+}
+
 void coreRender(benchmark::State& state, Format format, Quality quality, int threads) {
     Picture source = makeNoise(format);
     Picture alone(source.size()), frame(source.size());
+    const auto scalar = [&] { renderOnce(source, frame, format, quality, format.scalar); };
+    const auto vector = [&] { renderOnce(source, frame, format, quality, format.vector); };
     omp_set_num_threads(1);
-    renderOnce(source, alone, format, quality.filter);
+    renderOnce(source, alone, format, quality, format.scalar);
     omp_set_num_threads(threads);
-    renderOnce(source, frame, format, quality.filter);
+    if (!compare(state, frame, scalar, vector, [] {})) return;
     if (frame != alone) {
         state.SkipWithError("threads change the picture");
         return;
     }
-
-    const double copySeconds = secondsOfMemcpy(source, frame);
-    const auto start = std::chrono::steady_clock::now();
-    for (auto _ : state) renderOnce(source, frame, format, quality.filter);
-    const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
+    for (auto _ : state) vector();
     const double pixels = static_cast<double>(kWidth) * kHeight;
     state.counters["Mpixel/s"] =
         benchmark::Counter(pixels * 1e-6, benchmark::Counter::kIsIterationInvariantRate);
-    state.counters["x_memcpy"] =
-        taken.count() / static_cast<double>(state.iterations()) / copySeconds;
+}
+
+template <class Trait, bool Divides>
+void premultiplication(benchmark::State& state, Format format) {
+    using T = typename Trait::Channel;
+    const Picture source = makeNoise(format);
+    Picture frame(source.size());
+    T* const pixels = reinterpret_cast<T*>(frame.data());
+    const auto prepare = [&] { std::memcpy(frame.data(), source.data(), frame.size()); };
+    const auto scalar = [&] {
+        for (int i = 0; i < kWidth * kHeight; ++i)
+            premult_detail::changePixel<Trait, T, Divides>(pixels + 4 * i, Trait::kAlpha);
+    };
+    const auto vector = [&] {
+        for (int y = 0; y < kHeight; ++y)
+            premultRowSimd(pixels + 4 * y * kWidth, kWidth, Trait::kAlpha, Divides);
+    };
+    if (!compare(state, frame, scalar, vector, prepare)) return;
+    for (auto _ : state) {
+        state.PauseTiming();
+        prepare();
+        state.ResumeTiming();
+        vector();
+    }
+}
+
+void registerPremultiplication() {
+    const auto add = [](char const* name, auto function, Format const& format) {
+        benchmark::RegisterBenchmark((std::string(name) + format.name).c_str(), function, format)
+            ->Unit(benchmark::kMillisecond);
+    };
+    add("premultiply/", premultiplication<PIXEL_ARGB8, false>, kFormats[0]);
+    add("premultiply/", premultiplication<PIXEL_ARGB15, false>, kFormats[1]);
+    add("premultiply/", premultiplication<PIXEL_ARGB32, false>, kFormats[2]);
+    add("unpremultiply/", premultiplication<PIXEL_ARGB8, true>, kFormats[0]);
+    add("unpremultiply/", premultiplication<PIXEL_ARGB15, true>, kFormats[1]);
+    add("unpremultiply/", premultiplication<PIXEL_ARGB32, true>, kFormats[2]);
 }
 
 }  // namespace
@@ -136,9 +215,10 @@ int main(int argc, char** argv) {
                                              coreRender, format, quality, threads)
                     ->UseRealTime()
                     ->Unit(benchmark::kMillisecond);
+    registerPremultiplication();
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
     benchmark::AddCustomContext("compiler", "GCC " __VERSION__);
-    benchmark::AddCustomContext("line functions", "scalar");
+    benchmark::AddCustomContext("line functions", lineFuncSimdTarget());
     benchmark::RunSpecifiedBenchmarks();
 }

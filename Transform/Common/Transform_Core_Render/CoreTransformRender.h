@@ -8,6 +8,7 @@
 #include "Transform/Common/PixelTraits.h"
 #include "Transform/Common/RenderRecords.h"
 #include "Transform/Common/Transform_Core_Render/LineFuncCP.h"
+#include "Transform/Common/Transform_Core_Render/LineFuncSimd.h"
 #include "host/PluginHost_API.h"
 
 /// One call of the engine.
@@ -33,7 +34,7 @@ struct FormatFunctions {
 };
 
 template <class Trait>
-constexpr FormatFunctions formatFunctionsOf() {
+constexpr FormatFunctions scalarFunctionsOf() {
     using F = LineFuncCP<typename Trait::Channel>;
     return {Trait::kWhite,         F::fillPolygonFunc,
             F::fillPolygonFunc_1,  F::edgePolygonFunc,
@@ -43,6 +44,17 @@ constexpr FormatFunctions formatFunctionsOf() {
             F::biCubicFunc,        F::biCubicFunc_1,
             F::biCubicFunc_4x4,    F::biCubicFunc_4x4_1,
             F::biCubicFunc_4x4_ss, F::edgeBiCubicFunc_4x4_ss};
+}
+
+/// The same with a vector twin in each slot that has one: the same pixels, sooner.
+template <class Trait>
+constexpr FormatFunctions formatFunctionsOf() {
+    using V = LineFuncSimd<typename Trait::Channel>;
+    FormatFunctions functions = scalarFunctionsOf<Trait>();
+    functions.bilinear = V::bilinearFunc;
+    functions.biCubic = V::biCubicFunc;
+    functions.biCubic4x4 = V::biCubicFunc_4x4;
+    return functions;
 }
 
 /// The render itself, the same for every format. Returns 0, whether anything was drawn or not:

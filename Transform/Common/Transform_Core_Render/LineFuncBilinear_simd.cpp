@@ -1,0 +1,143 @@
+// The vector twin of LineFuncBilinear.cpp: interior runs of four channels, two pixels at once.
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "Transform/Common/Transform_Core_Render/LineFuncBilinear_simd.cpp"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+#include "Transform/Common/Transform_Core_Render/LineFuncCP.h"
+#include "Transform/Common/Transform_Core_Render/LineFuncRun-inl.h"
+#include "Transform/Common/Transform_Core_Render/LineFuncSimd.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace line_simd {
+namespace HWY_NAMESPACE {
+
+#if ZELK_LINE_FUNC_SCALAR
+
+template <class T>
+void bilinearRun(void* settings, LineRenderStruct* line) {
+    LineFuncCP<T>::bilinearFunc(settings, line);
+}
+
+#else
+
+/// p (1 - f) + q f; the integer types truncate each lerp at once.
+template <class T>
+HWY_INLINE VF lerp(VF p, VF q, VF g, VF f) {
+    const VF r = hn::Add(hn::Mul(p, g), hn::Mul(q, f));
+    if constexpr (std::is_floating_point_v<T>)
+        return r;
+    else
+        return hn::Trunc(r);
+}
+
+/// 16 bytes at offset `at` of each pixel.
+HWY_INLINE hn::Vec<D8> loadPixels(std::uint8_t const* const* p, std::ptrdiff_t at) {
+    const hn::FixedTag<std::uint8_t, 16> d;
+    return sideBySide(D8(), hn::LoadU(d, p[0] + at), hn::LoadU(d, p[kSide - 1] + at));
+}
+
+/// 8 bytes of each pixel, and above them 8 at offset `below`.
+HWY_INLINE hn::Vec<D8> loadPairs(std::uint8_t const* const* p, std::ptrdiff_t below) {
+    const hn::FixedTag<std::uint8_t, 8> half;
+    const hn::FixedTag<std::uint8_t, 16> d;
+    std::uint8_t const *first = p[0], *second = p[kSide - 1];
+    return sideBySide(D8(), hn::Combine(d, hn::LoadU(half, first + below), hn::LoadU(half, first)),
+                      hn::Combine(d, hn::LoadU(half, second + below), hn::LoadU(half, second)));
+}
+
+template <class T>
+struct Bilinear {
+    static constexpr Rounding kRounding = Rounding::kTruncate;
+
+    /// Inside: at least the first pixel and less than the last, along both axes.
+    static HWY_INLINE void split(RenderSettings const& s, int count, Block& b) {
+        const DF d;
+        const DI di;
+        const auto lowX = hn::Set(d, static_cast<float>(s.srcMinX));
+        const auto highX = hn::Set(d, static_cast<float>(s.srcMaxX));
+        const auto lowY = hn::Set(d, static_cast<float>(s.srcMinY));
+        const auto highY = hn::Set(d, static_cast<float>(s.srcMaxY));
+        for (int k = 0; k < count; k += kLanes) {
+            const auto u = hn::Load(d, b.u + k), v = hn::Load(d, b.v + k);
+            const auto inside = hn::And(hn::And(hn::Ge(u, lowX), hn::Lt(u, highX)),
+                                        hn::And(hn::Ge(v, lowY), hn::Lt(v, highY)));
+            noteOutside(b, k, inside);
+            const auto safeU = hn::IfThenElse(inside, u, lowX);
+            const auto safeV = hn::IfThenElse(inside, v, lowY);
+            const auto x = hn::ConvertTo(di, safeU), y = hn::ConvertTo(di, safeV);
+            hn::Store(x, di, b.x + k);
+            hn::Store(y, di, b.y + k);
+            // Through whole numbers, so that -0 has the fraction of the scalar's, -0.
+            hn::Store(hn::Sub(safeU, hn::ConvertTo(d, x)), d, b.fx + k);
+            hn::Store(hn::Sub(safeV, hn::ConvertTo(d, y)), d, b.fy + k);
+        }
+    }
+
+    static HWY_INLINE VF sample(RenderSettings const& s, Block const& b, int i) {
+        const DF d;
+        const std::ptrdiff_t below = s.srcRowBytes;
+        std::uint8_t const* p[kSide];
+        for (int k = 0; k < kSide; ++k) p[k] = sourceOf<T>(s, b, i + k);
+        VF upperLeft, upperRight, lowerLeft, lowerRight;
+        if constexpr (sizeof(T) == 1) {
+            const auto all = loadPairs(p, below);
+            upperLeft = lifted<T>(all, 0), upperRight = lifted<T>(all, 1);
+            lowerLeft = lifted<T>(all, 2), lowerRight = lifted<T>(all, 3);
+        } else if constexpr (sizeof(T) == 2) {
+            const auto upper = loadPixels(p, 0), lower = loadPixels(p, below);
+            upperLeft = lifted<T>(upper, 0), upperRight = lifted<T>(upper, 1);
+            lowerLeft = lifted<T>(lower, 0), lowerRight = lifted<T>(lower, 1);
+        } else {
+            upperLeft = hn::BitCast(d, loadPixels(p, 0));
+            upperRight = hn::BitCast(d, loadPixels(p, 16));
+            lowerLeft = hn::BitCast(d, loadPixels(p, below));
+            lowerRight = hn::BitCast(d, loadPixels(p, below + 16));
+        }
+        const VF one = hn::Set(d, 1.0f);
+        const VF fx = overPixels(b.fx + i), gx = hn::Sub(one, fx);
+        const VF fy = overPixels(b.fy + i), gy = hn::Sub(one, fy);
+        return lerp<T>(lerp<T>(upperLeft, upperRight, gx, fx),
+                       lerp<T>(lowerLeft, lowerRight, gx, fx), gy, fy);
+    }
+
+    static HWY_INLINE void scalar(RenderSettings const& s, ps::SourcePosition at, T* out) {
+        ps::sampleBilinear<T, 4>(s, at, out);
+    }
+};
+
+template <class T>
+void bilinearRun(void* settings, LineRenderStruct* line) {
+    run<T, Bilinear<T> >(settings, line);
+}
+
+#endif  // ZELK_LINE_FUNC_SCALAR
+
+void bilinear8(void* s, LineRenderStruct* line) { bilinearRun<unsigned char>(s, line); }
+void bilinear16(void* s, LineRenderStruct* line) { bilinearRun<unsigned short>(s, line); }
+void bilinearFloat(void* s, LineRenderStruct* line) { bilinearRun<float>(s, line); }
+
+}  // namespace HWY_NAMESPACE
+}  // namespace line_simd
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace line_simd {
+HWY_EXPORT(bilinear8);
+HWY_EXPORT(bilinear16);
+HWY_EXPORT(bilinearFloat);
+}  // namespace line_simd
+
+#define ZELK_SLOT(T, function)                                                   \
+    template <>                                                                  \
+    void LineFuncSimd<T>::bilinearFunc(void* settings, LineRenderStruct* line) { \
+        if (line_simd::hasRoom(settings, 2))                                     \
+            HWY_DYNAMIC_DISPATCH(line_simd::function)(settings, line);           \
+        else                                                                     \
+            LineFuncCP<T>::bilinearFunc(settings, line);                         \
+    }
+ZELK_SLOT(unsigned char, bilinear8)
+ZELK_SLOT(unsigned short, bilinear16)
+ZELK_SLOT(float, bilinearFloat)
+#undef ZELK_SLOT
+#endif  // HWY_ONCE

@@ -1,0 +1,238 @@
+// One run of pixels in vector code: what LineFuncBilinear_simd.cpp and LineFuncKernel_simd.cpp
+// share. Included once for each instruction set.
+//
+// A run is done in blocks of 64 pixels, in three steps:
+//
+//   positions   u, v: double, the scalar's expression lane by lane, narrowed to float
+//   split       whole parts, fractions or weight rows, and which pixels read wholly inside
+//   sample      taps as vectors of floats, the four channels of a pixel in a block of 128 bits
+//
+// Remainder policy: a pixel that is not wholly inside is sampled at a harmless place, and then done
+// over by the scalar function from the same u and v; pixels past the run's end, up to a whole
+// group, are computed and not stored. So the loops have no bounds test, no mask and no tail.
+//
+// Each lane rounds as the scalar does: Mul and Add, never MulAdd, sums in the scalar's order.
+#include <hwy/highway.h>
+
+#include <algorithm>
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <type_traits>
+
+#include "Transform/Common/Transform_Core_Render/PixelSampling.h"
+
+#if defined(ZELK_LINE_FUNC_RUN_INL) == defined(HWY_TARGET_TOGGLE)
+#ifdef ZELK_LINE_FUNC_RUN_INL
+#undef ZELK_LINE_FUNC_RUN_INL
+#else
+#define ZELK_LINE_FUNC_RUN_INL
+#endif
+
+// Without vectors of a known size that hold doubles the scalar functions take the slots.
+#undef ZELK_LINE_FUNC_SCALAR
+#if HWY_TARGET == HWY_SCALAR || HWY_TARGET == HWY_EMU128 || HWY_HAVE_SCALABLE || !HWY_HAVE_FLOAT64
+#define ZELK_LINE_FUNC_SCALAR 1
+#else
+#define ZELK_LINE_FUNC_SCALAR 0
+#endif
+
+#if !ZELK_LINE_FUNC_SCALAR
+HWY_BEFORE_NAMESPACE();
+namespace line_simd {
+namespace HWY_NAMESPACE {
+
+namespace hn = hwy::HWY_NAMESPACE;
+namespace ps = pixel_sampling;
+
+constexpr int kBlock = 64;  ///< pixels, as many as `Block::outside` has bits
+constexpr int kGroup = 8;   ///< pixels between two looks at what comes next
+
+// One or two pixels side by side: a sample is written for these.
+using DF = hn::CappedTag<float, 8>;
+using DI = hn::RebindToSigned<DF>;
+using D8 = hn::Repartition<std::uint8_t, DF>;
+using DF4 = hn::FixedTag<float, 4>;
+using VF = hn::Vec<DF>;
+constexpr int kLanes = static_cast<int>(hn::MaxLanes(DF()));
+constexpr int kSide = kLanes / 4;  ///< pixels of a vector
+
+struct Block {
+    alignas(64) float u[kBlock], v[kBlock];
+    alignas(64) float nextU[kBlock], nextV[kBlock];    ///< of the next block, while this is sampled
+    alignas(64) std::int32_t x[kBlock], y[kBlock];     ///< upper left pixel of what is read
+    alignas(64) std::int32_t wx[kBlock], wy[kBlock];   ///< kernels: places of the rows in `lut`
+    alignas(64) float fx[kBlock + 4], fy[kBlock + 4];  ///< bilinear: fractions, read four at once
+    alignas(64) float sum[4 * kBlock];
+    std::uint64_t outside;  ///< bit i: pixel i is to be done over
+};
+
+/// Makes the positions of a run, a group at each call. Divisions are slow but leave the other units
+/// free, so they stand between the samples of the block before.
+class Positions {
+public:
+    HWY_INLINE explicit Positions(LineRenderStruct const& line)
+        : m_line(line), m_i(hn::Iota(D(), 0.0)) {}
+
+    HWY_INLINE void step(float* u, float* v) {
+        const D d;
+        const hn::Rebind<float, D> df;
+        constexpr int kDoubles = static_cast<int>(hn::MaxLanes(D()));
+        for (int k = 0; k < kGroup; k += kDoubles) {
+            const auto w = hn::Add(hn::Set(d, m_line.w), hn::Mul(m_i, hn::Set(d, m_line.dw)));
+            const auto x = hn::Add(hn::Set(d, m_line.x), hn::Mul(m_i, hn::Set(d, m_line.dx)));
+            const auto y = hn::Add(hn::Set(d, m_line.y), hn::Mul(m_i, hn::Set(d, m_line.dy)));
+            hn::Store(hn::DemoteTo(df, hn::Div(x, w)), df, u + k);
+            hn::Store(hn::DemoteTo(df, hn::Div(y, w)), df, v + k);
+            m_i = hn::Add(m_i, hn::Set(d, double{kDoubles}));  // whole numbers: exact
+        }
+    }
+
+private:
+    using D = hn::CappedTag<double, 4>;
+    LineRenderStruct const& m_line;
+    hn::Vec<D> m_i;
+};
+
+/// Notes the lanes of `inside` that are not set as pixels k and on of the block.
+template <class M>
+HWY_INLINE void noteOutside(Block& b, int k, M inside) {
+    std::uint8_t bytes[8] = {};  // as many as StoreMaskBits may write
+    hn::StoreMaskBits(DF(), hn::Not(inside), bytes);
+    b.outside |= std::uint64_t{bytes[0] & ((1u << kLanes) - 1)} << k;
+}
+
+/// Vectors of 128 bits as one of kSide pixels: `second` stands above `first`, if there is room.
+template <class D, class V>
+HWY_INLINE hn::Vec<D> sideBySide(D d, V first, V second) {
+    if constexpr (kSide == 1)
+        return first;
+    else
+        return hn::Combine(d, second, first);
+}
+
+/// kSide floats from `p` on, each over the four lanes of one pixel; reads four.
+HWY_INLINE VF overPixels(float const* p) {
+    alignas(32) static constexpr std::uint8_t kPick[32] = {0, 1, 2, 3, 0, 1, 2, 3, 0, 1, 2,
+                                                           3, 0, 1, 2, 3, 4, 5, 6, 7, 4, 5,
+                                                           6, 7, 4, 5, 6, 7, 4, 5, 6, 7};
+    const auto four = hn::LoadU(DF4(), p);
+    const auto bytes = hn::BitCast(D8(), sideBySide(DF(), four, four));
+    return hn::BitCast(DF(), hn::TableLookupBytes(bytes, hn::Load(D8(), kPick)));
+}
+
+/// Byte shuffles: row n lifts pixel n of every 128 bits into four lanes of 32, zeros above.
+struct LiftTable {
+    alignas(32) std::uint8_t row[4][32];
+};
+constexpr LiftTable liftTable(int channelBytes) {
+    LiftTable table{};
+    for (int n = 0; n < 4; ++n)
+        for (int i = 0; i < 32; ++i) {
+            const int channel = i / 4 % 4, byte = i % 4;
+            const int from = (4 * n + channel) * channelBytes + byte;
+            table.row[n][i] = static_cast<std::uint8_t>(byte < channelBytes ? from & 15 : 0x80);
+        }
+    return table;
+}
+template <class T>
+inline constexpr LiftTable kLift = liftTable(static_cast<int>(sizeof(T)));
+
+/// Pixel n of every 128 bits of whole-number channels, as floats.
+template <class T>
+HWY_INLINE VF lifted(hn::Vec<D8> bytes, int n) {
+    const auto lanes = hn::TableLookupBytesOr0(bytes, hn::Load(D8(), kLift<T>.row[n]));
+    return hn::ConvertTo(DF(), hn::BitCast(DI(), lanes));
+}
+
+/// What pixel i of the block reads, from its upper left channel on.
+template <class T>
+HWY_INLINE std::uint8_t const* sourceOf(RenderSettings const& s, Block const& b, int i) {
+    return reinterpret_cast<std::uint8_t const*>(ps::sourcePixel<T, 4>(s, b.x[i], b.y[i]));
+}
+
+enum class Rounding { kTruncate, kRoundThenLimit, kLimitThenRound };
+
+/// Sums to whole-number channels, as roundThenLimit and limitThenRound of PixelSampling.h do it.
+/// The limits are whole numbers, so limiting before truncation is the same as after it. Not a
+/// number becomes the least value.
+template <class T, Rounding R>
+HWY_INLINE auto channelsOf(RenderSettings const& s, VF v) {
+    const DF d;
+    const auto low = hn::Set(d, static_cast<float>(s.minValue));
+    const auto high = hn::Set(d, static_cast<float>(s.maxValue)), half = hn::Set(d, 0.5f);
+    if constexpr (R == Rounding::kRoundThenLimit) v = hn::Add(v, half);
+    if constexpr (R != Rounding::kTruncate)
+        v = hn::Min(hn::IfThenElse(hn::Gt(v, low), v, low), high);
+    if constexpr (R == Rounding::kLimitThenRound) v = hn::Add(v, half);
+    return hn::DemoteTo(hn::Rebind<T, DF>(), hn::ConvertTo(DI(), v));
+}
+
+template <class T, Rounding R>
+HWY_INLINE void storeChannels(RenderSettings const& s, Block const& b, int count, T* out) {
+    const hn::Rebind<T, DF> d;
+    const int n = 4 * count;
+    int k = 0;
+    for (; k + kLanes <= n; k += kLanes)
+        hn::StoreU(channelsOf<T, R>(s, hn::Load(DF(), b.sum + k)), d, out + k);
+    if (k == n) return;
+    alignas(32) T rest[kLanes];
+    hn::Store(channelsOf<T, R>(s, hn::Load(DF(), b.sum + k)), d, rest);
+    std::memcpy(out + k, rest, static_cast<std::size_t>(n - k) * sizeof(T));
+}
+
+/// Samples `count` pixels of the block, 64 or fewer, into `out`; makes the next block's positions.
+template <class T, class Kernel>
+HWY_INLINE void runBlock(RenderSettings const& s, int count, Block& b, Positions& next, T* out) {
+    b.outside = 0;
+    Kernel::split(s, (count + kGroup - 1) / kGroup * kGroup, b);
+    float* sums = b.sum;
+    if constexpr (std::is_floating_point_v<T>)
+        if (count == kBlock) sums = out;  // only a whole block may be written past `count`
+    for (int group = 0; group < count; group += kGroup) {
+        next.step(b.nextU + group, b.nextV + group);
+        for (int i = group; i < group + kGroup; i += kSide)
+            hn::StoreU(Kernel::sample(s, b, i), DF(), sums + 4 * i);
+    }
+    if constexpr (!std::is_floating_point_v<T>)
+        storeChannels<T, Kernel::kRounding>(s, b, count, out);
+    else if (sums != out)
+        std::memcpy(out, sums, static_cast<std::size_t>(count) * 4 * sizeof(T));
+}
+
+/// A line function. `Kernel` has `split`, which fills the block's x, y and what goes with them,
+/// `sample`, which gives the sums of kSide pixels, `kRounding`, and `scalar`, one pixel by scalar
+/// code.
+template <class T, class Kernel>
+HWY_INLINE void run(void* settings, LineRenderStruct* line) {
+    auto const& s = *static_cast<RenderSettings const*>(settings);
+    if (line->count < 1) return;
+    T* out = static_cast<T*>(line->dest);
+    Block b;
+    Positions next(*line);
+    for (int i = 0; i < std::min(kBlock, line->count); i += kGroup)
+        next.step(b.nextU + i, b.nextV + i);
+    for (int left = line->count; left > 0; left -= kBlock, out += 4 * kBlock) {
+        std::memcpy(b.u, b.nextU, sizeof b.u);
+        std::memcpy(b.v, b.nextV, sizeof b.v);
+        std::uint64_t todo = ~std::uint64_t{0};
+        if (left >= kBlock) {  // the same, with a count that the compiler knows
+            runBlock<T, Kernel>(s, kBlock, b, next, out);
+        } else {
+            runBlock<T, Kernel>(s, left, b, next, out);
+            todo >>= kBlock - left;
+        }
+        for (todo &= b.outside; todo != 0; todo &= todo - 1) {
+            const int i = std::countr_zero(todo);
+            Kernel::scalar(s, {b.u[i], b.v[i]}, out + 4 * i);
+        }
+    }
+    ps::advance(*line);
+}
+
+}  // namespace HWY_NAMESPACE
+}  // namespace line_simd
+HWY_AFTER_NAMESPACE();
+#endif  // !ZELK_LINE_FUNC_SCALAR
+#endif  // target toggle

@@ -1,0 +1,140 @@
+// The vector line functions against the scalar ones, on every instruction set of this machine in
+// turn: no bit may differ, of single runs and of whole frames. Not a number equals not a number:
+// which one comes out of two is the compiler's choice in scalar code too.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <vector>
+
+#include "Transform/Common/Transform_Core_Render/CoreTransformRender.h"
+#include "Transform/Common/Transform_Core_Render/KernelTable.h"
+#include "host/PluginHost_Memory_Impl.h"
+#include "tests/support/random_quads.h"
+#include "tests/support/simd_targets.h"
+
+namespace {
+
+using zelk::Random;
+
+constexpr unsigned kSeed = 20261125;
+
+template <class T>
+bool same(std::vector<T> const& a, std::vector<T> const& b) {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](T p, T q) {
+        return std::memcmp(&p, &q, sizeof(T)) == 0 || (p != p && q != q);
+    });
+}
+
+/// Noise; one float in 16 is of no use, in one picture of four.
+template <class T>
+std::vector<T> noise(Random& random, int size) {
+    constexpr double kOdd[] = {NAN, INFINITY, -INFINITY, 1e38, -0.0, 0.0};
+    constexpr bool kIsFloat = std::is_floating_point_v<T>;
+    const double low = kIsFloat ? -0.5 : 0, high = kIsFloat ? 1.5 : sizeof(T) == 1 ? 255 : 65535;
+    const bool isOdd = kIsFloat && random.integer(0, 3) == 0;
+    std::vector<T> channels(static_cast<std::size_t>(size));
+    for (T& c : channels) c = static_cast<T>(random.uniform(low, high));
+    for (std::size_t i = 0; isOdd && i < channels.size(); i += random.integer(1, 31))
+        channels[i] = static_cast<T>(kOdd[random.integer(0, 5)]);
+    return channels;
+}
+
+/// A run across the source and beyond, in perspective; at times over whole and half positions, on
+/// all borders and -0 too, or with positions that are far or no numbers.
+LineRenderStruct randomRun(Random& random, int width, int height) {
+    constexpr double kOdd[] = {0, 1e-300, 1e-12, NAN, INFINITY};
+    const auto near = [&](int size) { return random.uniform(-3, size + 3); };
+    const int kind = random.integer(0, 9);
+    LineRenderStruct r{};
+    r.count = random.integer(0, 200);
+    if (kind < 7) {
+        const double w0 = random.uniform(0.2, 3), w1 = random.uniform(-0.1, 3), n = r.count + 1;
+        r.x = near(width) * w0, r.y = near(height) * w0, r.w = w0, r.dw = (w1 - w0) / n;
+        r.dx = (near(width) * w1 - r.x) / n, r.dy = (near(height) * w1 - r.y) / n;
+    } else {
+        r.x = random.integer(-2, width + 2), r.y = random.integer(-2, height + 2), r.w = 1;
+        r.dx = random.integer(-2, 2) * 0.5, r.dy = random.integer(-1, 1) * 0.5;
+        if (kind == 9) r.x = -r.x, r.y = -r.y, r.w = -1;
+    }
+    if (kind == 0) r.w = kOdd[random.integer(0, 4)], r.dw = 0;
+    return r;
+}
+
+/// One run by both families.
+template <class Trait>
+void compareRun(Random& random) {
+    using T = typename Trait::Channel;
+    constexpr int kInsets[] = {0, 1, 13};
+    constexpr QV_LineFunc FormatFunctions::*kSlots[] = {
+        &FormatFunctions::bilinear, &FormatFunctions::biCubic4x4, &FormatFunctions::biCubic};
+    const int width = random.integer(1, 70), height = random.integer(1, 70);
+    const int rowLength = 4 * width + random.integer(0, 13), function = random.integer(0, 2);
+    const int inset = std::min(kInsets[random.integer(0, 2)], (std::min(width, height) - 1) / 2);
+    auto source = noise<T>(random, rowLength * height);
+    RenderSettings s;
+    s.srcData = source.data(), s.srcRowBytes = rowLength * static_cast<int>(sizeof(T));
+    s.srcMinX = s.srcMinY = inset, s.maxValue = Trait::kWhite;
+    s.srcMaxX = width - 1 - inset, s.srcMaxY = height - 1 - inset;
+    setKernelTransformSize(&s, function == 2 ? random.integer(0, 3) : 0, 1.0f);
+    setInterpLineFunc(&s, 0.333, 0.333, random.integer(0, kFilterCount - 1), false, 4, 0, false, 0,
+                      0, 0, false, true);
+    LineRenderStruct line = randomRun(random, width, height), twin = line;
+    std::vector<T> want(static_cast<std::size_t>(4 * line.count) + 9, T{77}), got = want;
+    line.dest = want.data(), twin.dest = got.data();
+    (scalarFunctionsOf<Trait>().*kSlots[function])(&s, &line);
+    (formatFunctionsOf<Trait>().*kSlots[function])(&s, &twin);
+    ASSERT_TRUE(same(want, got) && std::memcmp(&line.x, &twin.x, 6 * sizeof(double)) == 0)
+        << "function " << function << ", " << s.taps << " taps, " << width << " x " << height
+        << ", inset " << inset << ", run of " << line.count;
+}
+
+template <class Trait>
+struct VectorTwins : testing::Test {};
+using Traits = testing::Types<PIXEL_ARGB8, PIXEL_ARGB15, PIXEL_ARGB32>;
+TYPED_TEST_SUITE(VectorTwins, Traits);
+
+TYPED_TEST(VectorTwins, RunsHaveTheScalarBits) {
+    SCOPED_TRACE(kSeed);
+    zelk::onEveryTarget([] {
+        Random random(kSeed);
+        for (int i = 0; i < 3000 && !testing::Test::HasFatalFailure(); ++i)
+            compareRun<TypeParam>(random);
+    });
+}
+
+TYPED_TEST(VectorTwins, FramesHaveTheScalarBits) {
+    using T = typename TypeParam::Channel;
+    SCOPED_TRACE(kSeed);
+    zelk::onEveryTarget([] {
+        Random random(kSeed);
+        QV_RasterInfo src{};
+        src.format = TypeParam::kFormat, src.width = 83, src.height = 65;
+        src.pixelBytes = 4 * sizeof(T), src.rowBytes = src.width * src.pixelBytes;
+        src.pixelAspect = src.rangeScale = 1;
+        for (int i = 0; i < 24; ++i) {
+            auto source = noise<T>(random, 4 * src.width * src.height);
+            const std::vector<T> empty(source.size());
+            const zelk::Quad quad = zelk::randomConvexQuad(random);
+            const auto frame = [&](FormatFunctions const& functions) {
+                auto pixels = empty;
+                QV_RasterInfo dst = src;
+                src.data = source.data(), dst.data = pixels.data();
+                CoreRenderArguments core;
+                core.quadMode = kQuadUnitToTo, core.sizeIndex = i % 4;
+                core.filter = i % 3 == 0 ? kFilterBilinear : 2 + i % 20;
+                zelk::setPins(core.toPins, quad);
+                PluginHost_Memory_Impl host(src, dst);
+                const CoreRenderCall call{&host, core, src, dst, true, false, nullptr, true, false};
+                coreTransformRender(call, functions);
+                return pixels;
+            };
+            const auto want = frame(scalarFunctionsOf<TypeParam>());
+            ASSERT_TRUE(same(want, frame(formatFunctionsOf<TypeParam>()))) << "frame " << i;
+            ASSERT_FALSE(same(want, empty)) << "frame " << i;
+        }
+    });
+}
+
+}  // namespace
