@@ -72,8 +72,8 @@ TEST_F(Files, UnusablePinsWarnOnceAndGiveATransparentFrame) {
     for (auto const& [pins, view, more, told] :
          {std::tuple("#!", "both", "", "To Pins make a quad that crosses itself or is dented, so"),
           {"#.", "both", "", "To Pins"},
-          {"#v", "to", "", "both ways"},
-          {"!!", "both", "", "ways, the To Pins make"},
+          {"#v", "to", "", "or is dented"},
+          {"!!", "both", "", "dented, the To Pins make"},
           {"-+", "from", "", "From Pins"},
           {"!+", "both", "crop", "From Pins"},
           {"##", "both", "to", "To Pins"},
