@@ -1,12 +1,15 @@
 // Speed of one core render: format x quality x threads at 1920 x 1080, through a tilted quad that
 // fills the frame, beside a memcpy of the same picture in the same run.
 //
+// Premultiplication of the frame stands beside it.
+//
 // Each case first checks its result: the threaded render has to give the bytes of the unthreaded
-// one, and both those of the scalar line functions. Figures: Mpixel/s of destination pixels;
-// `x_scalar`, the time of a render by scalar line functions over the time of the same by vector
-// ones, and `x_memcpy`, the time of the render over that of a memcpy of the frame's bytes. Both are
-// of the fastest of five, measured just before.
+// one, and vector code on every instruction set those of the scalar code. Figures, of the fastest
+// of five: `x_AVX2` and its like, the time of the scalar code over the time of the vector code
+// forced to that instruction set; `x_memcpy`, the time of the best one over that of a memcpy of the
+// frame. `Mpixel/s` are of destination pixels.
 #include <benchmark/benchmark.h>
+#include <hwy/targets.h>
 #include <omp.h>
 
 #include <algorithm>
@@ -16,6 +19,7 @@
 #include <vector>
 
 #include "Transform/Common/Transform_Core_Render/CoreTransformRender.h"
+#include "Transform/Common/Transform_Core_Render/Premult.h"
 #include "host/PluginHost_Memory_Impl.h"
 
 namespace {
@@ -99,11 +103,12 @@ void renderOnce(Picture& source, Picture& frame, Format const& format, Quality c
     coreTransformRender({&host, core, src, dst, true, false, nullptr, true, false}, functions);
 }
 
-/// Seconds of the fastest of five calls.
-template <class Function>
-double secondsOf(Function function) {
+/// Seconds of the fastest of five calls, each after `prepare`, which is not measured.
+template <class Function, class Prepare>
+double secondsOf(Function function, Prepare prepare) {
     double best = 1e9;
     for (int i = 0; i < 5; ++i) {
+        prepare();
         const auto start = std::chrono::steady_clock::now();
         function();
         benchmark::ClobberMemory();
@@ -111,6 +116,35 @@ double secondsOf(Function function) {
         best = std::min(best, taken.count());
     }
     return best;
+}
+
+/// 0 gives the choice back to the processor.
+void forceTarget(std::int64_t target) {
+    hwy::SetSupportedTargetsForTest(target);
+    hwy::GetChosenTarget().Update(hwy::SupportedTargets());
+}
+
+/// Measures `scalar` and `vector`, which make `frame` of what `prepare` leaves, and writes the
+/// figures. False, with an error noted, where they disagree.
+template <class Scalar, class Vector, class Prepare>
+bool compare(benchmark::State& state, Picture& frame, Scalar scalar, Vector vector,
+             Prepare prepare) {
+    const double scalarSeconds = secondsOf(scalar, prepare);
+    const Picture wanted = frame;
+    for (const std::int64_t target : hwy::SupportedAndGeneratedTargets()) {
+        forceTarget(target);
+        const double seconds = secondsOf(vector, prepare);
+        state.counters[std::string("x_") + hwy::TargetName(target)] = scalarSeconds / seconds;
+        forceTarget(0);
+        if (frame != wanted) {
+            state.SkipWithError("vectors change the picture");
+            return false;
+        }
+    }
+    const double seconds = secondsOf(vector, prepare);
+    state.counters["x_memcpy"] =
+        seconds / secondsOf([&] { std::memcpy(frame.data(), wanted.data(), frame.size()); }, [] {});
+    return true;
 }
 
 void coreRender(benchmark::State& state, Format format, Quality quality, int threads) {
@@ -121,21 +155,52 @@ void coreRender(benchmark::State& state, Format format, Quality quality, int thr
     omp_set_num_threads(1);
     renderOnce(source, alone, format, quality, format.scalar);
     omp_set_num_threads(threads);
-    const double scalarSeconds = secondsOf(scalar);
-    const bool isSame = frame == alone;
-    const double vectorSeconds = secondsOf(vector);
-    if (!isSame || frame != alone) {
-        state.SkipWithError(isSame ? "vectors change the picture" : "threads change the picture");
+    if (!compare(state, frame, scalar, vector, [] {})) return;
+    if (frame != alone) {
+        state.SkipWithError("threads change the picture");
         return;
     }
-    const double copySeconds =
-        secondsOf([&] { std::memcpy(frame.data(), source.data(), frame.size()); });
     for (auto _ : state) vector();
     const double pixels = static_cast<double>(kWidth) * kHeight;
     state.counters["Mpixel/s"] =
         benchmark::Counter(pixels * 1e-6, benchmark::Counter::kIsIterationInvariantRate);
-    state.counters["x_scalar"] = scalarSeconds / vectorSeconds;
-    state.counters["x_memcpy"] = vectorSeconds / copySeconds;
+}
+
+template <class Trait, bool Divides>
+void premultiplication(benchmark::State& state, Format format) {
+    using T = typename Trait::Channel;
+    const Picture source = makeNoise(format);
+    Picture frame(source.size());
+    T* const pixels = reinterpret_cast<T*>(frame.data());
+    const auto prepare = [&] { std::memcpy(frame.data(), source.data(), frame.size()); };
+    const auto scalar = [&] {
+        for (int i = 0; i < kWidth * kHeight; ++i)
+            premult_detail::changePixel<Trait, T, Divides>(pixels + 4 * i, Trait::kAlpha);
+    };
+    const auto vector = [&] {
+        for (int y = 0; y < kHeight; ++y)
+            premultRowSimd(pixels + 4 * y * kWidth, kWidth, Trait::kAlpha, Divides);
+    };
+    if (!compare(state, frame, scalar, vector, prepare)) return;
+    for (auto _ : state) {
+        state.PauseTiming();
+        prepare();
+        state.ResumeTiming();
+        vector();
+    }
+}
+
+void registerPremultiplication() {
+    const auto add = [](char const* name, auto function, Format const& format) {
+        benchmark::RegisterBenchmark((std::string(name) + format.name).c_str(), function, format)
+            ->Unit(benchmark::kMillisecond);
+    };
+    add("premultiply/", premultiplication<PIXEL_ARGB8, false>, kFormats[0]);
+    add("premultiply/", premultiplication<PIXEL_ARGB15, false>, kFormats[1]);
+    add("premultiply/", premultiplication<PIXEL_ARGB32, false>, kFormats[2]);
+    add("unpremultiply/", premultiplication<PIXEL_ARGB8, true>, kFormats[0]);
+    add("unpremultiply/", premultiplication<PIXEL_ARGB15, true>, kFormats[1]);
+    add("unpremultiply/", premultiplication<PIXEL_ARGB32, true>, kFormats[2]);
 }
 
 }  // namespace
@@ -150,6 +215,7 @@ int main(int argc, char** argv) {
                                              coreRender, format, quality, threads)
                     ->UseRealTime()
                     ->Unit(benchmark::kMillisecond);
+    registerPremultiplication();
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
     benchmark::AddCustomContext("compiler", "GCC " __VERSION__);

@@ -6,6 +6,7 @@
 #include "tests/effect/premultiply.h"
 #include "tests/support/guarded_raster.h"
 #include "tests/support/random_quads.h"
+#include "tests/support/simd_targets.h"
 
 namespace {
 
@@ -41,21 +42,24 @@ TYPED_TEST_SUITE(Premultiplication, zelk_test::RenderedFormats);
 
 TYPED_TEST(Premultiplication, IsRealArithmeticAndKeepsAlphaAndPadding) {
     using T = TypeParam;
-    for (const int width : {0, 1, 2, 3, 256})
-        for (const bool divides : {false, true}) {
-            zelk::Random random(4711);
-            zelk::GuardedRaster before(T::kFormat, width, 256, 20);
-            before.paint(
-                [&](int x, int y, int c) { return valueAt<T>(random, c == T::kAlpha ? y : x); });
-            zelk::GuardedRaster raster = before;
-            zelk_test::changeColour<T>(divides, raster.info());
-            EXPECT_TRUE(raster.guardsIntact());
-            raster.forEachChannel([&](int x, int y, int c) {
-                const double a = before.get(x, y, T::kAlpha), was = before.get(x, y, c);
-                ASSERT_EQ(raster.get(x, y, c), c == T::kAlpha ? was : wanted<T>(divides, a, was))
-                    << was << (divides ? " over " : " times ") << a;
-            });
-        }
+    const auto check = [](int width, bool divides) {
+        zelk::Random random(4711);
+        zelk::GuardedRaster before(T::kFormat, width, 256, 20);
+        before.paint(
+            [&](int x, int y, int c) { return valueAt<T>(random, c == T::kAlpha ? y : x); });
+        zelk::GuardedRaster raster = before;
+        zelk_test::changeColour<T>(divides, raster.info());
+        EXPECT_TRUE(raster.guardsIntact());
+        raster.forEachChannel([&](int x, int y, int c) {
+            const double a = before.get(x, y, T::kAlpha), was = before.get(x, y, c);
+            ASSERT_EQ(raster.get(x, y, c), c == T::kAlpha ? was : wanted<T>(divides, a, was))
+                << was << (divides ? " over " : " times ") << a;
+        });
+    };
+    zelk::onEveryTarget([&] {
+        for (const int width : {0, 1, 2, 3, 7, 9, 256})
+            for (const bool divides : {false, true}) check(width, divides);
+    });
 }
 
 }  // namespace

@@ -15,6 +15,7 @@
 
 #include "Transform/Common/PixelTraits.h"
 #include "Transform/Common/Transform_Core_Render/PixelRows.h"
+#include "Transform/Common/Transform_Core_Render/PremultSimd.h"
 
 namespace premult_detail {
 
@@ -44,18 +45,26 @@ Channel divided(Channel a, Channel c) {
     }
 }
 
-template <class Trait, class Channel, class Change>
-void changeColour(PluginHost_API* host, PluginRaster_API* raster, Change change) {
+/// One pixel, with alpha at channel `alpha` of four: the truth of Premult_simd.cpp.
+template <class Trait, class Channel, bool Divides>
+void changePixel(Channel* pixel, int alpha) {
+    const Channel a = pixel[alpha];
+    if (Divides && !(a > Channel{0})) return;
+    for (int c = 0; c < 4; ++c)
+        if (c != alpha)
+            pixel[c] = Divides ? divided<Trait>(a, pixel[c]) : multiplied<Trait>(a, pixel[c]);
+}
+
+template <class Trait, class Channel>
+void changeColour(PluginHost_API* host, PluginRaster_API* raster, bool divides) {
     static_assert(Trait::kIsFloat || Trait::kWhite == 255 || Trait::kWhite == 32768,
                   "no premultiplication is defined for this depth");
+    static_assert(Trait::kAlpha == 0 || Trait::kAlpha == 3);
     QV_RasterInfo info{};
     host->getRasterInfo(raster, &info);
     if (!info.data) return;  // the host could not describe it
-    forEachPixel<Channel>(info, [change](Channel* pixel) {
-        const Channel a = pixel[Trait::kAlpha];
-        for (const int c : {Trait::kRed, Trait::kGreen, Trait::kBlue})
-            pixel[c] = change(a, pixel[c]);
-    });
+    for (int y = 0; y < info.height; ++y)
+        premultRowSimd(pixelRow<Channel>(info, y), info.width, Trait::kAlpha, divides);
 }
 
 }  // namespace premult_detail
@@ -63,17 +72,13 @@ void changeColour(PluginHost_API* host, PluginRaster_API* raster, Change change)
 /// Multiplies the colour of every pixel of `raster` by its alpha. The result is 0.
 template <class Trait, class Channel, class Wide, class Weight, class Format>
 int Premult(Trait, PluginHost_API* host, PluginRaster_API* raster) {
-    premult_detail::changeColour<Trait, Channel>(host, raster, [](Channel a, Channel c) {
-        return premult_detail::multiplied<Trait, Channel>(a, c);
-    });
+    premult_detail::changeColour<Trait, Channel>(host, raster, false);
     return 0;
 }
 
 /// Divides the colour of every pixel of `raster` by its alpha. The result is 0.
 template <class Trait, class Channel, class Wide, class Weight, class Format>
 int UnPremult(Trait, PluginHost_API* host, PluginRaster_API* raster) {
-    premult_detail::changeColour<Trait, Channel>(host, raster, [](Channel a, Channel c) {
-        return a > Channel{0} ? premult_detail::divided<Trait, Channel>(a, c) : c;
-    });
+    premult_detail::changeColour<Trait, Channel>(host, raster, true);
     return 0;
 }

@@ -2,7 +2,6 @@
 // turn: no bit may differ, of single runs and of whole frames. Not a number equals not a number:
 // which one comes out of two is the compiler's choice in scalar code too.
 #include <gtest/gtest.h>
-#include <hwy/highway.h>
 
 #include <algorithm>
 #include <cmath>
@@ -13,27 +12,13 @@
 #include "Transform/Common/Transform_Core_Render/KernelTable.h"
 #include "host/PluginHost_Memory_Impl.h"
 #include "tests/support/random_quads.h"
+#include "tests/support/simd_targets.h"
 
 namespace {
 
 using zelk::Random;
 
 constexpr unsigned kSeed = 20261125;
-
-/// Calls `check` with each target forced, and fails where another one answers.
-template <class Check>
-void onEveryTarget(Check check) {
-    for (const std::int64_t target : hwy::SupportedAndGeneratedTargets()) {
-        SCOPED_TRACE(testing::Message() << hwy::TargetName(target) << ", seed " << kSeed);
-        hwy::SetSupportedTargetsForTest(target);
-        hwy::GetChosenTarget().Update(hwy::SupportedTargets());
-        EXPECT_STREQ(lineFuncSimdTarget(), hwy::TargetName(target));
-        Random random(kSeed);
-        check(random);
-    }
-    hwy::SetSupportedTargetsForTest(0);
-    hwy::GetChosenTarget().Update(hwy::SupportedTargets());
-}
 
 template <class T>
 bool same(std::vector<T> const& a, std::vector<T> const& b) {
@@ -111,7 +96,9 @@ using Traits = testing::Types<PIXEL_ARGB8, PIXEL_ARGB15, PIXEL_ARGB32>;
 TYPED_TEST_SUITE(VectorTwins, Traits);
 
 TYPED_TEST(VectorTwins, RunsHaveTheScalarBits) {
-    onEveryTarget([](Random& random) {
+    SCOPED_TRACE(kSeed);
+    zelk::onEveryTarget([] {
+        Random random(kSeed);
         for (int i = 0; i < 3000 && !testing::Test::HasFatalFailure(); ++i)
             compareRun<TypeParam>(random);
     });
@@ -119,7 +106,9 @@ TYPED_TEST(VectorTwins, RunsHaveTheScalarBits) {
 
 TYPED_TEST(VectorTwins, FramesHaveTheScalarBits) {
     using T = typename TypeParam::Channel;
-    onEveryTarget([](Random& random) {
+    SCOPED_TRACE(kSeed);
+    zelk::onEveryTarget([] {
+        Random random(kSeed);
         QV_RasterInfo src{};
         src.format = TypeParam::kFormat, src.width = 83, src.height = 65;
         src.pixelBytes = 4 * sizeof(T), src.rowBytes = src.width * src.pixelBytes;

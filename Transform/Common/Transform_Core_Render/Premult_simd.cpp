@@ -1,0 +1,135 @@
+// The vector twin of Premult.h: whole vectors of pixels, and what is left of a row by the scalar
+// arithmetic. All types are done in lanes of 32 bits, so that 128 bits hold one pixel.
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "Transform/Common/Transform_Core_Render/Premult_simd.cpp"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+#include <cstdint>
+#include <type_traits>
+
+#include "Transform/Common/PixelTraits.h"
+#include "Transform/Common/Transform_Core_Render/Premult.h"
+#include "Transform/Common/Transform_Core_Render/PremultSimd.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace premult_simd {
+namespace HWY_NAMESPACE {
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+/// Any trait of the channel type: the arithmetic depends on its white alone.
+template <class T>
+using TraitOf = std::conditional_t<sizeof(T) == 1, PIXEL_ARGB8,
+                                   std::conditional_t<sizeof(T) == 2, PIXEL_ARGB15, PIXEL_ARGB32>>;
+
+#if HWY_TARGET == HWY_SCALAR || HWY_TARGET == HWY_EMU128
+
+template <class T, int Alpha, bool Divides>
+HWY_INLINE int changeVectors(T*, int) {
+    return 0;
+}
+
+#else
+
+using DF = hn::ScalableTag<float>;
+using DI = hn::RebindToSigned<DF>;
+using VF = hn::Vec<DF>;
+using VI = hn::Vec<DI>;
+
+/// c a, rounded as the scalar's: no product of 32 bits overflows.
+template <class T>
+HWY_INLINE VI multiplied(VI c, VI a) {
+    constexpr int kShift = premult_detail::kShift<TraitOf<T>>;
+    const hn::RebindToUnsigned<DF> d;
+    const auto product = hn::Mul(hn::BitCast(d, c), hn::BitCast(d, a));
+    const auto sum = hn::Add(product, hn::Set(d, 1u << (kShift - 1)));
+    return hn::Min(hn::BitCast(DI(), hn::ShiftRight<kShift>(sum)),
+                   hn::Set(DI(), int{TraitOf<T>::kWhite}));
+}
+
+/// min(c white / a, white), or c where a is 0. Numerator and alpha are exact floats. Their
+/// quotient, once limited to 15 bits, rounds by less than 1 and never below a whole number that it
+/// has reached, so truncation is right or one too high, which the remainder tells.
+template <class T>
+HWY_INLINE VI divided(VI c, VI a) {
+    const DF d;
+    const DI di;
+    const auto white = hn::Set(di, int{TraitOf<T>::kWhite});
+    const VI numerator = hn::Mul(c, white), divisor = hn::Max(a, hn::Set(di, 1));
+    const auto quotient = hn::Div(hn::ConvertTo(d, numerator), hn::ConvertTo(d, divisor));
+    const VI q = hn::ConvertTo(di, hn::Min(quotient, hn::ConvertTo(d, white)));
+    const VI remainder = hn::Sub(numerator, hn::Mul(q, divisor));
+    const VI exact = hn::Add(q, hn::VecFromMask(di, hn::Lt(remainder, hn::Zero(di))));
+    return hn::IfThenElse(hn::Eq(a, hn::Zero(di)), c, exact);
+}
+
+/// Changes whole vectors of the row; returns how many channels those are.
+template <class T, int Alpha, bool Divides>
+HWY_INLINE int changeVectors(T* pixels, int channels) {
+    const DF d;
+    const DI di;
+    const hn::Rebind<T, DF> dt;
+    const int lanes = static_cast<int>(hn::Lanes(d));
+    const auto place = hn::And(hn::Iota(di, 0), hn::Set(di, 3));
+    const auto isAlpha = hn::Eq(place, hn::Set(di, Alpha));
+    int i = 0;
+    for (; i + lanes <= channels; i += lanes) {
+        if constexpr (std::is_floating_point_v<T>) {
+            const VF c = hn::LoadU(d, pixels + i), a = hn::Broadcast<Alpha>(c);
+            const VF changed =
+                Divides ? hn::IfThenElse(hn::Gt(a, hn::Zero(d)), hn::Div(c, a), c) : hn::Mul(a, c);
+            hn::StoreU(hn::IfThenElse(hn::RebindMask(d, isAlpha), c, changed), d, pixels + i);
+        } else {
+            const VI c = hn::PromoteTo(di, hn::LoadU(dt, pixels + i)), a = hn::Broadcast<Alpha>(c);
+            const VI changed = Divides ? divided<T>(c, a) : multiplied<T>(c, a);
+            hn::StoreU(hn::DemoteTo(dt, hn::IfThenElse(isAlpha, c, changed)), dt, pixels + i);
+        }
+    }
+    return i;
+}
+
+#endif  // scalar
+
+template <class T, int Alpha, bool Divides>
+HWY_INLINE void changeRow(T* pixels, int count) {
+    for (int i = changeVectors<T, Alpha, Divides>(pixels, 4 * count); i < 4 * count; i += 4)
+        premult_detail::changePixel<TraitOf<T>, T, Divides>(pixels + i, Alpha);
+}
+
+template <class T>
+HWY_INLINE void chooseRow(T* pixels, int count, int alpha, bool divides) {
+    if (alpha == 0)
+        divides ? changeRow<T, 0, true>(pixels, count) : changeRow<T, 0, false>(pixels, count);
+    else
+        divides ? changeRow<T, 3, true>(pixels, count) : changeRow<T, 3, false>(pixels, count);
+}
+
+void row8(std::uint8_t* p, int n, int alpha, bool divides) { chooseRow(p, n, alpha, divides); }
+void row16(std::uint16_t* p, int n, int alpha, bool divides) { chooseRow(p, n, alpha, divides); }
+void rowFloat(float* p, int n, int alpha, bool divides) { chooseRow(p, n, alpha, divides); }
+
+}  // namespace HWY_NAMESPACE
+}  // namespace premult_simd
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace premult_simd {
+HWY_EXPORT(row8);
+HWY_EXPORT(row16);
+HWY_EXPORT(rowFloat);
+}  // namespace premult_simd
+
+template <>
+void premultRowSimd(unsigned char* pixels, int count, int alpha, bool divides) {
+    HWY_DYNAMIC_DISPATCH(premult_simd::row8)(pixels, count, alpha, divides);
+}
+template <>
+void premultRowSimd(unsigned short* pixels, int count, int alpha, bool divides) {
+    HWY_DYNAMIC_DISPATCH(premult_simd::row16)(pixels, count, alpha, divides);
+}
+template <>
+void premultRowSimd(float* pixels, int count, int alpha, bool divides) {
+    HWY_DYNAMIC_DISPATCH(premult_simd::rowFloat)(pixels, count, alpha, divides);
+}
+#endif  // HWY_ONCE
