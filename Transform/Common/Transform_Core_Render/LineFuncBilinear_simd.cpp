@@ -49,6 +49,8 @@ HWY_INLINE hn::Vec<D8> loadPairs(std::uint8_t const* const* p, std::ptrdiff_t be
 template <class T>
 struct Bilinear {
     static constexpr Rounding kRounding = Rounding::kTruncate;
+    /// Measured: whole-number channels gain a sixth, floats lose a little, as kernels do.
+    static constexpr bool kPrefetches = !std::is_floating_point_v<T>;
 
     /// Inside: at least the first pixel and less than the last, along both axes.
     static HWY_INLINE void split(RenderSettings const& s, int count, Block& b) {

@@ -12,6 +12,7 @@
 // group, are computed and not stored. So the loops have no bounds test, no mask and no tail.
 //
 // Each lane rounds as the scalar does: Mul and Add, never MulAdd, sums in the scalar's order.
+#include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
 #include <algorithm>
@@ -152,6 +153,15 @@ HWY_INLINE std::uint8_t const* sourceOf(RenderSettings const& s, Block const& b,
     return reinterpret_cast<std::uint8_t const*>(ps::sourcePixel<T, 4>(s, b.x[i], b.y[i]));
 }
 
+/// Asks for what the pixel at (u, v) will read of a lower row, a block before it does: a run that
+/// crosses source rows is nothing that the processor foresees.
+template <class T>
+HWY_INLINE void prefetchAt(RenderSettings const& s, float u, float v) {
+    const int x = std::clamp(saturatingInt(u), s.srcMinX, s.srcMaxX);
+    const int y = std::clamp(saturatingInt(v) + 1, s.srcMinY, s.srcMaxY);
+    hwy::Prefetch(ps::sourcePixel<T, 4>(s, x, y));
+}
+
 enum class Rounding { kTruncate, kRoundThenLimit, kLimitThenRound };
 
 /// Sums to whole-number channels, as roundThenLimit and limitThenRound of PixelSampling.h do it.
@@ -192,6 +202,9 @@ HWY_INLINE void runBlock(RenderSettings const& s, int count, Block& b, Positions
         if (count == kBlock) sums = out;  // only a whole block may be written past `count`
     for (int group = 0; group < count; group += kGroup) {
         next.step(b.nextU + group, b.nextV + group);
+        if constexpr (Kernel::kPrefetches)
+            if (group % (16 / static_cast<int>(sizeof(T))) == 0)  // once a cache line of 64 bytes
+                prefetchAt<T>(s, b.nextU[group], b.nextV[group]);
         for (int i = group; i < group + kGroup; i += kSide)
             hn::StoreU(Kernel::sample(s, b, i), DF(), sums + 4 * i);
     }
@@ -202,8 +215,8 @@ HWY_INLINE void runBlock(RenderSettings const& s, int count, Block& b, Positions
 }
 
 /// A line function. `Kernel` has `split`, which fills the block's x, y and what goes with them,
-/// `sample`, which gives the sums of kSide pixels, `kRounding`, and `scalar`, one pixel by scalar
-/// code.
+/// `sample`, which gives the sums of kSide pixels, `scalar`, one pixel by scalar code, `kRounding`
+/// and `kPrefetches`.
 template <class T, class Kernel>
 HWY_INLINE void run(void* settings, LineRenderStruct* line) {
     auto const& s = *static_cast<RenderSettings const*>(settings);
