@@ -30,11 +30,11 @@ constexpr Format kFormats[] = {
 
 /// Stripes and a slope: every channel below white in each format.
 void paint(PluginRaster_Memory_Impl const& image) {
-    const int depth = image.info().pixelBytes / 4;
+    int const depth = image.info().pixelBytes / 4;
     for (int y = 0; y < kHeight; ++y)
         for (int x = 0; x < kWidth * 4; ++x) {
             unsigned char* pixel = image.pixel(0, y);
-            const int v = (x * 7 + y * 13) & 255;
+            int const v = (x * 7 + y * 13) & 255;
             if (depth == 1)
                 pixel[x] = static_cast<unsigned char>(v);
             else if (depth == 2)
@@ -54,7 +54,7 @@ void blurOnce(PluginRaster_Memory_Impl const& image, float radius) {
 double secondsOf(PluginRaster_Memory_Impl const& image, float radius) {
     double best = 1e9;
     for (int i = 0; i < 3; ++i) {
-        const auto start = std::chrono::steady_clock::now();
+        auto const start = std::chrono::steady_clock::now();
         blurOnce(image, radius);
         const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
         best = std::min(best, taken.count());
@@ -78,11 +78,11 @@ void plainBlur(benchmark::State& state, Format format, float radius, int threads
     omp_set_num_threads(threads);
     const PluginRaster_Memory_Impl image(format.code, kWidth, kHeight);
     paint(image);
-    const double twoPasses = secondsOf(image, kTwoPasses);
-    const auto start = std::chrono::steady_clock::now();
+    double const twoPasses = secondsOf(image, kTwoPasses);
+    auto const start = std::chrono::steady_clock::now();
     for (auto _ : state) blurOnce(image, radius);
     const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
-    const double pixels = static_cast<double>(kWidth) * kHeight;
+    double const pixels = static_cast<double>(kWidth) * kHeight;
     state.counters["Mpixel/s"] =
         benchmark::Counter(pixels * 1e-6, benchmark::Counter::kIsIterationInvariantRate);
     state.counters["x_two_passes"] =

@@ -60,7 +60,7 @@ std::vector<double> movingEdge(int samples, int quality) {
 /// Integral of max(0, min(t, kSpeed) - 0) from `a` to `b` over kSpeed: what a shutter sees of the
 /// half plane left of an edge that runs from 0 to kSpeed.
 double passed(double a, double b) {
-    const auto integral = [](double t) {
+    auto const integral = [](double t) {
         const double inside = std::clamp(t, 0.0, double(kSpeed));
         return inside * inside / 2 + std::max(0.0, t - kSpeed) * kSpeed;
     };
@@ -72,14 +72,14 @@ Chart movingEdgeChart() {
                 {"samples", 2},
                 {"error of alpha", 10},
                 {{"largest", kRed, {}}, {"mean", kBlue, {}}, {"1 / samples", kGray, {}, false}}};
-    for (const int samples : {2, 3, 4, 6, 8, 12, 16, 24, 32, 48, 64, 96, 128}) {
+    for (int const samples : {2, 3, 4, 6, 8, 12, 16, 24, 32, 48, 64, 96, 128}) {
         const std::vector<double> alpha = movingEdge(samples, 2);
         double largest = 0, sum = 0;
         for (int x = 0; x < kWidth; ++x) {
             // Bright from the left edge, which uncovers, to the right one, which covers.
-            const double exact =
+            double const exact =
                 passed(x - kLeft, x + 1 - kLeft) - passed(x - kRight, x + 1 - kRight);
-            const double error = std::fabs(alpha[x] - exact);
+            double const error = std::fabs(alpha[x] - exact);
             largest = std::max(largest, error);
             sum += error;
         }
@@ -111,7 +111,7 @@ std::vector<float> randomLine(unsigned seed) {
 
 template <class Sum>
 std::vector<Sum> direct(std::vector<float> const& line, int radius) {
-    const int n = radius + 1;
+    int const n = radius + 1;
     std::vector<Sum> out(kLength);
     for (int i = 0; i < kLength; ++i) {
         Sum sum = 0;
@@ -133,7 +133,7 @@ template <class Blur>
 double costOf(Blur blur) {
     double best = 1e300;
     for (int i = 0; i < 3; ++i) {
-        const auto start = std::chrono::steady_clock::now();
+        auto const start = std::chrono::steady_clock::now();
         blur();
         const std::chrono::duration<double, std::nano> taken =
             std::chrono::steady_clock::now() - start;
@@ -144,7 +144,7 @@ double costOf(Blur blur) {
 
 /// TentBlurLine.h's bound for values up to 1, and half a unit of a float below 1.
 double driftBound(int radius) {
-    const double n = radius + 1, length = kLength;
+    double const n = radius + 1, length = kLength;
     return std::ldexp(3 + n + length * (3 + 2 / n) + length * length * (7 + 2 * n) / (2 * n * n),
                       -53) +
            0x1p-25;
@@ -163,17 +163,17 @@ void blurCharts(std::filesystem::path const& folder) {
         double worst = 0;
         for (unsigned seed = 0; seed < 8; ++seed) {
             const std::vector<float> line = randomLine(seed), fast = running(line, radius);
-            const auto exact = direct<long double>(line, radius);
+            auto const exact = direct<long double>(line, radius);
             for (int i = 0; i < kLength; ++i)
                 worst = std::max(worst, std::fabs(double(fast[i] - exact[i])));
         }
-        const double bound = driftBound(radius);
+        double const bound = driftBound(radius);
         if (worst > bound) throw std::runtime_error("the blur is off by more than its bound");
         error.curves[0].points.push_back({double(radius), worst});
         error.curves[1].points.push_back({double(radius), bound});
         const std::vector<float> line = randomLine(1);
-        const double ours = costOf([&] { running(line, radius); });
-        const double plain = costOf([&] { direct<double>(line, radius); });
+        double const ours = costOf([&] { running(line, radius); });
+        double const plain = costOf([&] { direct<double>(line, radius); });
         cost.curves[0].points.push_back({double(radius), ours});
         cost.curves[1].points.push_back({double(radius), plain});
         std::printf(

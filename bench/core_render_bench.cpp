@@ -65,17 +65,17 @@ PluginHost_API::RasterInfo describe(Picture& picture, Format const& format) {
 Picture makeNoise(Format const& format) {
     Picture picture(static_cast<std::size_t>(kWidth) * kHeight * format.pixelBytes);
     std::uint32_t state = 12345;
-    const auto next = [&state] { return (state = state * 1664525u + 1013904223u) >> 16; };
+    auto const next = [&state] { return (state = state * 1664525u + 1013904223u) >> 16; };
     const std::size_t channels = picture.size() / (static_cast<std::size_t>(format.pixelBytes) / 4);
     for (std::size_t i = 0; i < channels; ++i) {
         const std::uint32_t v = next();
         if (format.pixelBytes == 4) {
             picture[i] = static_cast<unsigned char>(v);
         } else if (format.pixelBytes == 8) {
-            const auto channel = static_cast<unsigned short>(v / 2);
+            auto const channel = static_cast<unsigned short>(v / 2);
             std::memcpy(&picture[i * 2], &channel, sizeof channel);
         } else {
-            const float channel = static_cast<float>(v) / 65535.0f;
+            float const channel = static_cast<float>(v) / 65535.0f;
             std::memcpy(&picture[i * 4], &channel, sizeof channel);
         }
     }
@@ -97,7 +97,7 @@ CoreRenderArguments tiltedPins(Quality const& quality) {
 
 void renderOnce(Picture& source, Picture& frame, Format const& format, Quality const& quality,
                 FormatFunctions const& functions) {
-    const auto src = describe(source, format), dst = describe(frame, format);
+    auto const src = describe(source, format), dst = describe(frame, format);
     PluginHost_Memory_Impl host(src, dst);
     CoreRenderArguments core = tiltedPins(quality);
     coreTransformRender({&host, core, src, dst, true, false, nullptr, true, false}, functions);
@@ -109,7 +109,7 @@ double secondsOf(Function function, Prepare prepare) {
     double best = 1e9;
     for (int i = 0; i < 5; ++i) {
         prepare();
-        const auto start = std::chrono::steady_clock::now();
+        auto const start = std::chrono::steady_clock::now();
         function();
         benchmark::ClobberMemory();
         const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
@@ -129,11 +129,11 @@ void forceTarget(std::int64_t target) {
 template <class Scalar, class Vector, class Prepare>
 bool compare(benchmark::State& state, Picture& frame, Scalar scalar, Vector vector,
              Prepare prepare) {
-    const double scalarSeconds = secondsOf(scalar, prepare);
+    double const scalarSeconds = secondsOf(scalar, prepare);
     const Picture wanted = frame;
     for (const std::int64_t target : hwy::SupportedAndGeneratedTargets()) {
         forceTarget(target);
-        const double seconds = secondsOf(vector, prepare);
+        double const seconds = secondsOf(vector, prepare);
         state.counters[std::string("x_") + hwy::TargetName(target)] = scalarSeconds / seconds;
         forceTarget(0);
         if (frame != wanted) {
@@ -141,7 +141,7 @@ bool compare(benchmark::State& state, Picture& frame, Scalar scalar, Vector vect
             return false;
         }
     }
-    const double seconds = secondsOf(vector, prepare);
+    double const seconds = secondsOf(vector, prepare);
     state.counters["x_memcpy"] =
         seconds / secondsOf([&] { std::memcpy(frame.data(), wanted.data(), frame.size()); }, [] {});
     return true;
@@ -150,8 +150,8 @@ bool compare(benchmark::State& state, Picture& frame, Scalar scalar, Vector vect
 void coreRender(benchmark::State& state, Format format, Quality quality, int threads) {
     Picture source = makeNoise(format);
     Picture alone(source.size()), frame(source.size());
-    const auto scalar = [&] { renderOnce(source, frame, format, quality, format.scalar); };
-    const auto vector = [&] { renderOnce(source, frame, format, quality, format.vector); };
+    auto const scalar = [&] { renderOnce(source, frame, format, quality, format.scalar); };
+    auto const vector = [&] { renderOnce(source, frame, format, quality, format.vector); };
     omp_set_num_threads(1);
     renderOnce(source, alone, format, quality, format.scalar);
     omp_set_num_threads(threads);
@@ -161,7 +161,7 @@ void coreRender(benchmark::State& state, Format format, Quality quality, int thr
         return;
     }
     for (auto _ : state) vector();
-    const double pixels = static_cast<double>(kWidth) * kHeight;
+    double const pixels = static_cast<double>(kWidth) * kHeight;
     state.counters["Mpixel/s"] =
         benchmark::Counter(pixels * 1e-6, benchmark::Counter::kIsIterationInvariantRate);
 }
@@ -172,12 +172,12 @@ void premultiplication(benchmark::State& state, Format format) {
     const Picture source = makeNoise(format);
     Picture frame(source.size());
     T* const pixels = reinterpret_cast<T*>(frame.data());
-    const auto prepare = [&] { std::memcpy(frame.data(), source.data(), frame.size()); };
-    const auto scalar = [&] {
+    auto const prepare = [&] { std::memcpy(frame.data(), source.data(), frame.size()); };
+    auto const scalar = [&] {
         for (int i = 0; i < kWidth * kHeight; ++i)
             premult_detail::changePixel<Trait, T, Divides>(pixels + 4 * i, Trait::kAlpha);
     };
-    const auto vector = [&] {
+    auto const vector = [&] {
         for (int y = 0; y < kHeight; ++y)
             premultRowSimd(pixels + 4 * y * kWidth, kWidth, Trait::kAlpha, Divides);
     };
@@ -191,7 +191,7 @@ void premultiplication(benchmark::State& state, Format format) {
 }
 
 void registerPremultiplication() {
-    const auto add = [](char const* name, auto function, Format const& format) {
+    auto const add = [](char const* name, auto function, Format const& format) {
         benchmark::RegisterBenchmark((std::string(name) + format.name).c_str(), function, format)
             ->Unit(benchmark::kMillisecond);
     };

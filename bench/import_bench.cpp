@@ -64,7 +64,7 @@ struct Effect {
 
 template <class Work>
 double secondsOf(Work const& work) {
-    const auto start = std::chrono::steady_clock::now();
+    auto const start = std::chrono::steady_clock::now();
     work();
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
@@ -78,7 +78,7 @@ void importKeys(benchmark::State& state, int keys) {
     for (int i = 0; i < 5; ++i)
         least = std::min(least, secondsOf([&] { effect.import(smallUse, kSmallest); }));
     for (auto _ : state) seconds += secondsOf([&] { effect.import(use, keys); });
-    const double perKey = seconds / static_cast<double>(state.iterations()) / keys;
+    double const perKey = seconds / static_cast<double>(state.iterations()) / keys;
     state.counters["us_per_key"] = perKey * 1e6 / 4;
     state.counters["x_per_key"] = perKey / (least / kSmallest);
 }

@@ -88,8 +88,8 @@ PF_Err transfer(PipelineFrame& frame, double cornerOpacity, double sourceOpacity
 template <class Trait>
 void composite(PipelineFrame& frame) {
     constexpr double kFullOpacityTolerance = 1e-05;
-    const double cornerOpacity = frame.args.cornerPinOpacity * 0.01;
-    const double sourceOpacity = frame.args.sourceOpacity * 0.01;
+    double const cornerOpacity = frame.args.cornerPinOpacity * 0.01;
+    double const sourceOpacity = frame.args.sourceOpacity * 0.01;
     if (frame.result) return;
     if (frame.args.transferMode != kTransferNone) {
         frame.result = transfer<Trait>(frame, cornerOpacity, sourceOpacity);

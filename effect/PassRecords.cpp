@@ -13,9 +13,9 @@ namespace {
 void quadInPixels(QV_UnitPoint const (&pins)[4], RenderSettings const& s,
                   QV_UnitPoint (&polygon)[4]) {
     constexpr int kPinOfVertex[4] = {0, 1, 3, 2};
-    const int lastX = s.srcRight - s.srcLeft, lastY = s.srcBottom - s.srcTop;
+    int const lastX = s.srcRight - s.srcLeft, lastY = s.srcBottom - s.srcTop;
     for (int i = 0; i < 4; ++i) {
-        const QV_UnitPoint& pin = pins[kPinOfVertex[i]];
+        QV_UnitPoint const& pin = pins[kPinOfVertex[i]];
         polygon[i] = {pin.x * lastX + s.srcLeft, pin.y * lastY + s.srcTop};
     }
 }

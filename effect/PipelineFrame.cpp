@@ -24,7 +24,7 @@ constexpr PF_Err kNoRaster = 1;  ///< an image that could not be had
 bool takeAsOutputs(PipelineFrame const& frame, PluginHost_API::RasterInfo& info) {
     info.format = frame.format;
     info.pixelBytes = frame.pixelBytes;
-    const bool rowsSuffice =
+    bool const rowsSuffice =
         std::abs(std::int64_t{info.rowBytes}) >= std::int64_t{info.width} * frame.pixelBytes;
     return info.width == 0 || info.height == 0 || (info.data && rowsSuffice);
 }
@@ -54,7 +54,7 @@ void takeMargin(PipelineFrame& frame) {
 /// From here on the pins count over the whole image, and the host is told so.
 void enterGrownFrame(PipelineFrame& frame, SamplePose& pose) {
     if (frame.marginX <= 0 && frame.marginY <= 0) return;
-    const int width = frame.workInfo.width, height = frame.workInfo.height;
+    int const width = frame.workInfo.width, height = frame.workInfo.height;
     remapToGrownFrame(pose, {frame.host->getOutputWidth(), frame.host->getOutputHeight(),
                              frame.marginX, frame.marginY, width, height});
     frame.host->setOutputSize(width, height);
@@ -143,7 +143,7 @@ PF_Err addRaster(PipelineFrame& frame, OwnedRaster& slot, PluginRaster_API* mode
 }
 
 void copyRows(PluginHost_API::RasterInfo const& from, PluginHost_API::RasterInfo const& to) {
-    const int bytes = std::min(std::abs(from.rowBytes), std::abs(to.rowBytes));
+    int const bytes = std::min(std::abs(from.rowBytes), std::abs(to.rowBytes));
     for (int y = 0; y < to.height; ++y)
         std::memcpy(pixelRow<unsigned char>(to, y), pixelRow<unsigned char>(from, y),
                     static_cast<std::size_t>(bytes));
@@ -155,7 +155,7 @@ void useCamera(PipelineFrame& frame, std::int32_t time) {
     bool found = false;
     double zoom = 1.0, planeDistance = 0;
     int planeWidth = 0, planeHeight = 0;
-    const int code = GetCameraMatrix(frame.host, &matrix, time, frame.host->getTimeScale(), found,
+    int const code = GetCameraMatrix(frame.host, &matrix, time, frame.host->getTimeScale(), found,
                                      &zoom, frame.workInfo.width, frame.workInfo.height, planeWidth,
                                      planeHeight, planeDistance);
     if (code || !found) return;
@@ -240,7 +240,7 @@ PF_Err softenSource(PipelineFrame& frame) {
         frame.sourceInfo.rowBytes = edged.rowBytes;
     }
     copyRows(frame.workInfo, frame.sourceInfo);
-    const int code = blurSource(host, frame.superSample, frame.sourceInfo);
+    int const code = blurSource(host, frame.superSample, frame.sourceInfo);
     if (!frame.result) frame.result = code;
     return 0;
 }
@@ -249,7 +249,7 @@ PF_Err renderSample(PipelineFrame& frame, int index) {
     const std::int32_t time = frame.plan.timeOf(index);
     SamplePose pose = samplePose(frame.args);
     if (frame.plan.readsAtTime) {
-        if (const int code = samplePoseAt(frame.host, time, pose)) return fail(frame, code);
+        if (int const code = samplePoseAt(frame.host, time, pose)) return fail(frame, code);
     }
     const DrawnPasses drawn = drawnPasses(frame.passes, isFromAtRest(pose.from, pose.reposition()));
     addOffsets(pose);
@@ -265,7 +265,7 @@ PF_Err renderSample(PipelineFrame& frame, int index) {
 
     if (!drawn.direct) {
         renderTwoPasses(frame, frame.core, settings, drawn);
-    } else if (const int code = renderPass(frame, frame.core, kQuadFromToTo, frame.sourceInfo,
+    } else if (int const code = renderPass(frame, frame.core, kQuadFromToTo, frame.sourceInfo,
                                            destinationOf(frame).info, settings)) {
         if (!frame.result) frame.result = code;
     }
@@ -273,6 +273,6 @@ PF_Err renderSample(PipelineFrame& frame, int index) {
 }
 
 void softenEnd(PipelineFrame& frame) {
-    const int code = blurEnd(frame.host, frame.superSample, frame.outInfo);
+    int const code = blurEnd(frame.host, frame.superSample, frame.outInfo);
     if (!frame.result) frame.result = code;
 }

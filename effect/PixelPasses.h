@@ -25,13 +25,13 @@ void setAlpha(QV_RasterInfo const& info, typename Trait::Channel alpha) {
 template <class Trait>
 void multiplyAlpha(QV_RasterInfo const& info, double opacity) {
     using Channel = typename Trait::Channel;
-    const auto factor = static_cast<float>(opacity);
+    auto const factor = static_cast<float>(opacity);
     if constexpr (Trait::kIsFloat) {
         forEachPixel<Channel>(info, [factor](Channel* pixel) { pixel[Trait::kAlpha] *= factor; });
     } else {
         constexpr int kShift = Trait::kWhite == 255 ? 8 : 15;
         constexpr unsigned kHalf = 1u << (kShift - 1);
-        const auto whole =
+        auto const whole =
             static_cast<unsigned>(static_cast<float>(limitedOpacity(factor)) * Trait::kWhite);
         forEachPixel<Channel>(info, [whole](Channel* pixel) {
             Channel& a = pixel[Trait::kAlpha];
@@ -46,8 +46,8 @@ void multiplyAlpha(QV_RasterInfo const& info, double opacity) {
 template <class Trait>
 void fadeBorder(QV_RasterInfo const& info, int extent) {
     using Channel = typename Trait::Channel;
-    const auto last = static_cast<float>(extent - 1);
-    const auto fadePixels = [](Channel* channel, int pixels, float f) {
+    auto const last = static_cast<float>(extent - 1);
+    auto const fadePixels = [](Channel* channel, int pixels, float f) {
         for (int c = 0; c < 4 * pixels; ++c)
             channel[c] = static_cast<Channel>(static_cast<float>(channel[c]) * f);
     };
@@ -57,13 +57,13 @@ void fadeBorder(QV_RasterInfo const& info, int extent) {
     for (int y = 0; y < info.height; ++y) {
         Channel* row = pixelRow<Channel>(info, y);
         for (int j = 0; j < std::min(extent, info.width); ++j) {
-            const float f = static_cast<float>(j) / last * 0.8f + 0.1f;
+            float const f = static_cast<float>(j) / last * 0.8f + 0.1f;
             fadePixels(row + 4 * j, 1, f);
             fadePixels(row + 4 * (info.width - 1 - j), 1, f);
         }
     }
     for (int i = 0; i < extent; ++i) {
-        const int y = info.height - extent + i;
+        int const y = info.height - extent + i;
         if (y < 0) continue;
         fadePixels(pixelRow<Channel>(info, y), info.width,
                    (1.0f - static_cast<float>(i) / last) * 0.8f + 0.1f);
@@ -77,9 +77,9 @@ void fadeBorder(QV_RasterInfo const& info, int extent) {
 template <class Trait>
 void mergeSample(QV_RasterInfo const& mean, QV_RasterInfo const& sample, int index) {
     using Channel = typename Trait::Channel;
-    const auto weight = static_cast<float>(1.0 / (index + 1));
+    auto const weight = static_cast<float>(1.0 / (index + 1));
     constexpr float kRounding = Trait::kIsFloat ? 0.0f : 0.5f;
-    const int width = std::min(mean.width, sample.width);
+    int const width = std::min(mean.width, sample.width);
     if (width <= 0) return;
     for (int y = 0; y < std::min(mean.height, sample.height); ++y) {
         Channel* to = pixelRow<Channel>(mean, y);

@@ -5,8 +5,8 @@
 #include "platform/effect_api/effect_types.h"
 
 SamplePlan planSamples(PluginHost_API* host, RenderArguments const& args, std::int32_t motionBlur) {
-    const int now = host->getCurrentTime();
-    const int timeStep = host->getTimeStep();
+    int const now = host->getCurrentTime();
+    int const timeStep = host->getTimeStep();
     SamplePlan plan;
     plan.start = now;
     if (motionBlur == kMotionBlurOff) return plan;
@@ -17,7 +17,7 @@ SamplePlan planSamples(PluginHost_API* host, RenderArguments const& args, std::i
         angle = host->getShutterAngle();
         phase = host->getShutterPhase();
     }
-    const int samples = truncatedToInt32(args.samples + 0.5);
+    int const samples = truncatedToInt32(args.samples + 0.5);
     plan.start = truncatedToInt32(now + timeStep * phase);
     plan.blurOn = angle != 0 && samples >= 2;
     plan.readsAtTime = plan.blurOn || plan.start != now;

@@ -18,7 +18,7 @@ struct Quad {
 
 void copyCorners(double const (&corners)[8], QV_UnitPoint (&points)[4]) {
     for (int i = 0; i < 4; ++i) {
-        const int corner = kCornerOfPin[i];
+        int const corner = kCornerOfPin[i];
         points[i] = {corners[2 * corner], corners[2 * corner + 1]};
     }
 }
@@ -49,7 +49,7 @@ SamplePose samplePose(RenderArguments const& args) {
 int samplePoseAt(PluginHost_API* host, std::int32_t time, SamplePose& pose) {
     const PluginHost_API::TimeObject at = {time, host->getTimeStep(), host->getTimeScale()};
     int err = 0;
-    const auto number = [&](int index, double& value) {
+    auto const number = [&](int index, double& value) {
         if (!err) err = host->GetFloatValue(index, diskIdOf(index), at, value);
     };
     number(kParamScaleX, pose.scaleX);
@@ -57,12 +57,12 @@ int samplePoseAt(PluginHost_API* host, std::int32_t time, SamplePose& pose) {
     number(kParamTranslateX, pose.translateX);
     number(kParamTranslateY, pose.translateY);
     number(kParamRotate, pose.rotate);
-    for (const Quad& quad :
+    for (Quad const& quad :
          {Quad{kParamFromUpperLeft, kParamFromUpperLeftOffsetX, pose.from, pose.fromOffsets},
           Quad{kParamToUpperLeft, kParamToUpperLeftOffsetX, pose.to, pose.toOffsets}}) {
         for (int pin = 0; pin < 4; ++pin) {
-            const int corner = kCornerOfPin[pin];
-            const int offset = quad.firstOffset + 2 * corner, point = quad.firstPin + corner;
+            int const corner = kCornerOfPin[pin];
+            int const offset = quad.firstOffset + 2 * corner, point = quad.firstPin + corner;
             number(offset, quad.offsets[pin].x);
             number(offset + 1, quad.offsets[pin].y);
             if (!err)

@@ -26,7 +26,7 @@ struct ScaledSizes {
 };
 
 ScaledSizes scaledSizes(PF_InData const& in_data, CheckedOutParams& params) {
-    const double dsx = QVS::ratio(in_data.downsample_x), dsy = QVS::ratio(in_data.downsample_y);
+    double const dsx = QVS::ratio(in_data.downsample_x), dsy = QVS::ratio(in_data.downsample_y);
     const A_long grow = params[kParamGrowBounds].u.sd.value;
     return {truncatedToInt32(dsx * grow), truncatedToInt32(dsy * grow),
             truncatedToInt32(in_data.width * dsx), truncatedToInt32(in_data.height * dsy)};
@@ -51,7 +51,7 @@ void throwOnError(PF_Err err) {
 
 /// The input's place within the output's frame; rectangles of the host have 16 bits.
 QV_Rect inputPlace(PF_EffectWorld const& input, PF_EffectWorld const& output) {
-    const auto offset = [](A_long inner, A_long outer) {
+    auto const offset = [](A_long inner, A_long outer) {
         return static_cast<A_short>(std::int64_t{inner} - outer);
     };
     const A_short left = offset(input.origin_x, output.origin_x);
@@ -68,7 +68,7 @@ public:
 
     void enter(PluginHost_AE_Impl& host, PF_EffectWorld* input, PF_EffectWorld* output) {
         PluginRaster_AE_Impl from(input, &host), to(output, &host);
-        const auto type = to.getPixelType();
+        auto const type = to.getPixelType();
         throwOnError(host.queryError());
         for (OwnedRaster* image : {&m_expanded, &m_target}) {
             throwOnError(image->allocate(output->width, output->height, type, kRasterFlags));

@@ -21,34 +21,34 @@ int blur(PluginHost_API* host, double a, double b, ProgressiveBlurKind kind,
 
 /// Half of a reciprocal above 1, which shrinks; an edge without length counts as one pixel long.
 double radiusOf(double length, int layerSide) {
-    const double reciprocal = length < kTiny ? layerSide : 1 / length;
+    double const reciprocal = length < kTiny ? layerSide : 1 / length;
     return reciprocal > 1 ? reciprocal * 0.5 : 0;
 }
 
 /// Cut to a whole number, so that the ramp ends at its highest factor.
 int fadeExtent(RenderArguments const& args, SuperSampleScene const& scene) {
-    const int w = scene.layerWidth, h = scene.layerHeight;
-    const double m = std::max(w, h) * args.superSampleEdge * 0.03125;
+    int const w = scene.layerWidth, h = scene.layerHeight;
+    double const m = std::max(w, h) * args.superSampleEdge * 0.03125;
     if (!(m > 0)) return 0;
-    const double limit = std::min((w >> 1) - 1, (h >> 1) - 1);
+    double const limit = std::min((w >> 1) - 1, (h >> 1) - 1);
     return std::max(truncatedToInt32(std::min(scene.scale * m + 0.5, limit)), 2);
 }
 
 }  // namespace
 
 SuperSamplePlan planSuperSample(RenderArguments const& args, SuperSampleScene const& scene) {
-    const int w = scene.layerWidth, h = scene.layerHeight;
-    const double soft = args.superSampleSoftness;
-    const double k = std::fabs(soft) > kTiny ? 1 / soft : 1000000000.0;
-    const double unitX = static_cast<double>(scene.frameWidth) / w;
-    const double unitY = static_cast<double>(scene.frameHeight) / h;
+    int const w = scene.layerWidth, h = scene.layerHeight;
+    double const soft = args.superSampleSoftness;
+    double const k = std::fabs(soft) > kTiny ? 1 / soft : 1000000000.0;
+    double const unitX = static_cast<double>(scene.frameWidth) / w;
+    double const unitY = static_cast<double>(scene.frameHeight) / h;
     double const(&pins)[8] = args.toPins;  // upper left, upper right, lower left, lower right
-    const auto length = [&](int a, int b) {
+    auto const length = [&](int a, int b) {
         return std::fabs(std::hypot((pins[2 * b] - pins[2 * a]) * unitX,
                                     (pins[2 * b + 1] - pins[2 * a + 1]) * unitY) *
                          k);
     };
-    const double top = length(0, 1), bottom = length(2, 3), left = length(0, 2),
+    double const top = length(0, 1), bottom = length(2, 3), left = length(0, 2),
                  right = length(1, 3);
     SuperSamplePlan plan;
     plan.rows = {radiusOf(top, w), radiusOf(bottom, w)};
@@ -56,8 +56,8 @@ SuperSamplePlan planSuperSample(RenderArguments const& args, SuperSampleScene co
     plan.fadeExtent = fadeExtent(args, scene);
 
     constexpr double kLongest = 100, kPixelsToSoften = 40, kLargestRadius = 3.0;
-    const double minLen = std::min({kLongest, top, bottom, left, right});
-    const double r = 1 - (std::max(w, h) * minLen) / kPixelsToSoften;
+    double const minLen = std::min({kLongest, top, bottom, left, right});
+    double const r = 1 - (std::max(w, h) * minLen) / kPixelsToSoften;
     plan.softensEnd = r >= 0;
     if (plan.softensEnd) plan.endRadius = std::min(std::min(r, 1.0) * k, kLargestRadius);
     return plan;
@@ -69,7 +69,7 @@ int blurSource(PluginHost_API* host, SuperSamplePlan const& plan,
     if (plan.rows.isVisible())
         err = blur(host, plan.rows.first, plan.rows.last, kBlurKindRows, source);
     if (plan.columns.isVisible()) {
-        const int columnsErr =
+        int const columnsErr =
             blur(host, plan.columns.first, plan.columns.last, kBlurKindColumns, source);
         if (!err) err = columnsErr;
     }

@@ -72,7 +72,7 @@ void PluginHost_AE_Impl::describeWorld(PF_EffectWorld* world, bool isLayer, Rast
         // wrong, and they are taken to have the output's format. Of the output it has to be right.
         PF_Pixel8* told8 = nullptr;
         PF_Pixel16* told16 = nullptr;
-        const bool isOutput = world == output;
+        bool const isOutput = world == output;
         if (!in_data->utils->get_pixel_data8(world, nullptr, &told8) && (told8 || isOutput))
             pixels8 = told8;
         if (!in_data->utils->get_pixel_data16(world, nullptr, &told16) && (told16 || isOutput))
@@ -127,7 +127,7 @@ PluginRaster_API* PluginHost_AE_Impl::getOutputRaster() {
 PluginRaster_API* PluginHost_AE_Impl::allocRaster(int width, int height, PixelType type, int& error,
                                                   int flags) {
     error = PF_Err_NONE;
-    const bool bySuite = isModern() && !isCallbackDepth(type);
+    bool const bySuite = isModern() && !isCallbackDepth(type);
     if (bySuite && type != PluginRaster_API::kPixelTypeFloat) return nullptr;
     const A_long deep = type == PluginRaster_API::kPixelType15 ? PF_NewWorldFlag_DEEP_PIXELS : 0;
 

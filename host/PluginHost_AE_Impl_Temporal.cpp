@@ -30,7 +30,7 @@ bool isDescribed(RasterInfo const& info) {
 /// Moves every channel of `image`'s pixels from its place in `from` to its place in `to`.
 void reorderChannels(RasterInfo const& image, ChannelPositions const& from,
                      ChannelPositions const& to) {
-    const int channelBytes = image.pixelBytes / 4;
+    int const channelBytes = image.pixelBytes / 4;
     std::array<unsigned char, 16> old;
     for (int y = 0; y < image.height; ++y) {
         unsigned char* pixel = pixelRow<unsigned char>(image, y);
@@ -46,7 +46,7 @@ void reorderChannels(RasterInfo const& image, ChannelPositions const& from,
 /// Applies `fade` to the alpha of every pixel.
 template <class Channel, class Fade>
 void fadeAlpha(RasterInfo const& image, Fade const& fade) {
-    const int alpha = channelPositionsOf(image.format)[3];
+    int const alpha = channelPositionsOf(image.format)[3];
     for (int y = 0; y < image.height; ++y) {
         auto* channel = pixelRow<Channel>(image, y) + alpha;
         for (int x = 0; x < image.width; ++x, channel += 4) *channel = fade(*channel);
@@ -67,7 +67,7 @@ void fadeImage(RasterInfo const& image, int scale, double opacity) {
 
 /// A host time limited to the layer and truncated; limited first, so that any time is safe.
 int withinLayer(double time, A_long totalTime) {
-    const double latest = std::max<A_long>(totalTime, 0);
+    double const latest = std::max<A_long>(totalTime, 0);
     return time > 0.0 ? static_cast<int>(std::min(time, latest)) : 0;
 }
 
@@ -82,9 +82,9 @@ PF_CompositeMode compositeMode(int mode, double opacity, bool isDeep) {
 }  // namespace
 
 int PluginHost_AE_Impl::copy(RasterInfo const* from, RasterInfo* to) {
-    const auto rowLength =
+    auto const rowLength =
         static_cast<std::size_t>(std::min(from->width, to->width)) * to->pixelBytes;
-    const int rows = std::min(from->height, to->height);
+    int const rows = std::min(from->height, to->height);
     for (int y = 0; y < rows; ++y)
         std::memcpy(pixelRow<unsigned char>(*to, y), pixelRow<unsigned char>(*from, y), rowLength);
     return 0;
@@ -94,10 +94,10 @@ int PluginHost_AE_Impl::blend(int mode, double opacity, double fromOpacity, Plug
                               PluginRaster_API* to) {
     PF_EffectWorld* fromWorld = from->getAERaster()->world;
     PF_EffectWorld* toWorld = to->getAERaster()->world;
-    const bool isDeep = (fromWorld->world_flags & PF_WorldFlag_DEEP) != 0;
+    bool const isDeep = (fromWorld->world_flags & PF_WorldFlag_DEEP) != 0;
     const PF_CompositeMode composite = compositeMode(mode, opacity, isDeep);
-    const double fade = limitedOpacity(fromOpacity);
-    const int scale = static_cast<int>(255.0 * fade);
+    double const fade = limitedOpacity(fromOpacity);
+    int const scale = static_cast<int>(255.0 * fade);
 
     OwnedRaster foreground(this);
     int err = foreground.allocate(to->getWidth(), to->getHeight(), to->getPixelType());
@@ -125,14 +125,14 @@ int PluginHost_AE_Impl::blend(int mode, double opacity, double fromOpacity, Plug
 
 PluginRaster_API* PluginHost_AE_Impl::lockTemporalRaster(double frame, bool, bool swapFields) {
     if (in_data->field == PF_Field_FRAME) {
-        const double now = getCurrentTime();
-        const double step = getLocalTimeStep();
+        double const now = getCurrentTime();
+        double const step = getLocalTimeStep();
         // A layer without a frame length has one frame, the present one.
-        const double time = step != 0.0 ? now + step * (frame - now / step) : now;
+        double const time = step != 0.0 ? now + step * (frame - now / step) : now;
         return lockTemporalRasterImpl(withinLayer(time, in_data->total_time));
     }
-    const double firstTime = std::trunc(frame) * in_data->time_step * 2;
-    const auto lock = [&](double time) {
+    double const firstTime = std::trunc(frame) * in_data->time_step * 2;
+    auto const lock = [&](double time) {
         return lockTemporalRasterImpl(withinLayer(time, in_data->total_time));
     };
     OwnedRaster first(this, lock(firstTime));
@@ -175,7 +175,7 @@ PluginRaster_API* PluginHost_AE_Impl::copyLayerAt(int index, int time, bool refu
         in_data->effect_ref, index, std::max(0, std::min(time, in_data->total_time)),
         in_data->time_step, in_data->time_scale, &def);
     OwnedRaster result(this);
-    const bool isEmpty = def.u.ld.width == 0 || def.u.ld.height == 0;
+    bool const isEmpty = def.u.ld.width == 0 || def.u.ld.height == 0;
     if (!err && !(refuseEmpty && isEmpty)) {
         PluginRaster_AE_Impl layer(&def.u.ld, this);
         result.allocate(layer.getWidth(), layer.getHeight(), layer.getPixelType());
@@ -205,8 +205,8 @@ int mergeFrames(PluginHost_API* host, PluginRaster_API* odd, PluginRaster_API* e
     host->getRasterInfo(even, &evenInfo);
     host->getRasterInfo(destination, &info);
     if (!isDescribed(oddInfo) || !isDescribed(evenInfo) || !isDescribed(info)) return 1;
-    const int rows = std::min({oddInfo.height, evenInfo.height, info.height});
-    const auto rowLength =
+    int const rows = std::min({oddInfo.height, evenInfo.height, info.height});
+    auto const rowLength =
         static_cast<std::size_t>(std::min({oddInfo.width, evenInfo.width, info.width})) *
         info.pixelBytes;
     for (int y = 0; y < rows; ++y)

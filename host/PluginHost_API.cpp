@@ -15,7 +15,7 @@ PluginRaster_API::PixelType convertToPixelType(QV_RasterFormat format) {
         0, 1, 4, 0, 0,  // 12 to 16
         2, 2, 0, 4,     // 17 to 20
     };
-    const auto code = static_cast<std::uint32_t>(format);
+    auto const code = static_cast<std::uint32_t>(format);
     return static_cast<PluginRaster_API::PixelType>(code < kDepthClass.size() ? kDepthClass[code]
                                                                               : 0);
 }

@@ -73,7 +73,7 @@ int PluginHost_Memory_Impl::getFPS(float& framesPerSecond) {
 // ---- Parameters
 
 int PluginHost_Memory_Impl::read(int index, TimeObject const& time, Value& value) const {
-    const auto found = m_params.find(index);
+    auto const found = m_params.find(index);
     if (found == m_params.end()) return kNoSuchThing;
     value = found->second(time);
     return 0;
@@ -81,7 +81,7 @@ int PluginHost_Memory_Impl::read(int index, TimeObject const& time, Value& value
 
 int PluginHost_Memory_Impl::GetFloatValue(int index, int, TimeObject const& time, double& value) {
     Value v;
-    if (const int code = read(index, time, v)) return code;
+    if (int const code = read(index, time, v)) return code;
     value = v.x;
     return 0;
 }
@@ -93,21 +93,21 @@ int PluginHost_Memory_Impl::GetAngleValue(int index, int kind, TimeObject const&
 
 int PluginHost_Memory_Impl::GetIntValue(int index, int, TimeObject const& time, int& value) {
     Value v;
-    if (const int code = read(index, time, v)) return code;
+    if (int const code = read(index, time, v)) return code;
     value = truncatedToInt32(v.x);
     return 0;
 }
 
 int PluginHost_Memory_Impl::GetUIntValue(int index, int, TimeObject const& time, unsigned& value) {
     Value v;
-    if (const int code = read(index, time, v)) return code;
+    if (int const code = read(index, time, v)) return code;
     value = static_cast<unsigned>(truncatedToInt32(v.x));
     return 0;
 }
 
 int PluginHost_Memory_Impl::GetBoolValue(int index, int, TimeObject const& time, bool& value) {
     Value v;
-    if (const int code = read(index, time, v)) return code;
+    if (int const code = read(index, time, v)) return code;
     value = v.x != 0;
     return 0;
 }
@@ -115,7 +115,7 @@ int PluginHost_Memory_Impl::GetBoolValue(int index, int, TimeObject const& time,
 int PluginHost_Memory_Impl::GetPoint2DValue(int index, int, TimeObject const& time, double& x,
                                             double& y) {
     Value v;
-    if (const int code = read(index, time, v)) return code;
+    if (int const code = read(index, time, v)) return code;
     x = v.x;
     y = v.y;
     return 0;
@@ -124,7 +124,7 @@ int PluginHost_Memory_Impl::GetPoint2DValue(int index, int, TimeObject const& ti
 int PluginHost_Memory_Impl::GetColorValue(int index, int, TimeObject const& time, double& red,
                                           double& green, double& blue) {
     Value v;
-    if (const int code = read(index, time, v)) return code;
+    if (int const code = read(index, time, v)) return code;
     red = v.x;
     green = v.y;
     blue = v.z;

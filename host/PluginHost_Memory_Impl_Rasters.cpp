@@ -38,7 +38,7 @@ int pixelBytesOf(QV_RasterFormat format) {
 }
 
 void clear(QV_RasterInfo const& info) {
-    const auto runBytes = static_cast<std::size_t>(info.width) * info.pixelBytes;
+    auto const runBytes = static_cast<std::size_t>(info.width) * info.pixelBytes;
     if (!info.data || !runBytes) return;
     for (int y = 0; y < info.height; ++y)
         std::memset(pixelRow<unsigned char>(info, y), 0, runBytes);
@@ -51,7 +51,7 @@ struct CopyArea {
 
 /// One axis: both starts are moved past 0 together, then the length is cut to what both have.
 void fitAxis(int& from, int& to, int& length, int fromSize, int toSize) {
-    const int skip = std::max({0, -from, -to});
+    int const skip = std::max({0, -from, -to});
     from += skip;
     to += skip;
     length = std::min({length - skip, fromSize - from, toSize - to});
@@ -101,11 +101,11 @@ PluginRaster_Memory_Impl::PluginRaster_Memory_Impl(QV_RasterInfo const& view) : 
 
 PluginRaster_Memory_Impl::PluginRaster_Memory_Impl(QV_RasterFormat format, int width, int height,
                                                    int rowPaddingBytes) {
-    const int pixelBytes = pixelBytesOf(format);
+    int const pixelBytes = pixelBytesOf(format);
     m_info = {nullptr,    format, width, height, width * pixelBytes + rowPaddingBytes,
               pixelBytes, 1.0f,   1.0f,  0};
     // Zeroed by the system page by page: an image that is never written costs no memory.
-    const auto bytes = static_cast<std::size_t>(m_info.rowBytes) * static_cast<std::size_t>(height);
+    auto const bytes = static_cast<std::size_t>(m_info.rowBytes) * static_cast<std::size_t>(height);
     m_pixels.reset(static_cast<unsigned char*>(std::calloc(std::max<std::size_t>(bytes, 1), 1)));
     if (!m_pixels) throw std::bad_alloc();
     m_info.data = m_pixels.get();
@@ -185,12 +185,12 @@ int PluginHost_Memory_Impl::copy(PluginRaster_API* from, PluginRaster_API* to, Q
 }
 
 void PluginHost_Memory_Impl::getInputRasterInfo(int index, RasterInfo* info) {
-    const auto found = m_inputs.find(index);
+    auto const found = m_inputs.find(index);
     *info = found == m_inputs.end() ? RasterInfo{} : found->second;
 }
 
 void PluginHost_Memory_Impl::getRasterInfo(PluginRaster_API* raster, RasterInfo* info) {
-    const RasterInfo* base = raster ? raster->getRasterInfoBase() : nullptr;
+    RasterInfo const* base = raster ? raster->getRasterInfoBase() : nullptr;
     *info = base ? *base : RasterInfo{};
 }
 
@@ -212,7 +212,7 @@ PluginRaster_Memory_Impl* PluginHost_Memory_Impl::adopt(
 }
 
 PluginRaster_API* PluginHost_Memory_Impl::getInputRaster(int index) {
-    const auto found = m_inputs.find(index);
+    auto const found = m_inputs.find(index);
     if (found == m_inputs.end()) return nullptr;
     return adopt(std::make_unique<PluginRaster_Memory_Impl>(found->second));
 }
@@ -238,8 +238,8 @@ PluginRaster_API* PluginHost_Memory_Impl::newImage(RasterFormat format, int widt
 PluginRaster_API* PluginHost_Memory_Impl::allocRaster(int width, int height, PixelType type,
                                                       int& error, int) {
     error = 0;
-    const bool likeOutput = type == convertToPixelType(m_output.format);
-    const int format =
+    bool const likeOutput = type == convertToPixelType(m_output.format);
+    int const format =
         likeOutput ? m_output.format : formatOf(channelOrderOf(m_output.format), type);
     if (format == kNoFormat) return nullptr;
     return newImage(static_cast<RasterFormat>(format), width, height, error);

@@ -98,7 +98,7 @@ PF_Err DrawEvent(PF_InData* in_data, PF_OutData*, PF_ParamDef** params, PF_Layer
     if (isHidden(entryOfHost(controls.GetMenuValue(kParamWireframe)))) return PF_Err_NONE;
 
     const PanelQuad from = panelQuad(*in_data, params, kFromPins, *extra);
-    const int mode = entryOfHost(controls.GetMenuValue(kParamOverlayMode));
+    int const mode = entryOfHost(controls.GetMenuValue(kParamOverlayMode));
     if (showsFromPins(mode)) drawQuad(from, kFromLabels, color);
     setPortColors(color2);
     const PanelQuad to = panelQuad(*in_data, params, kToPins, *extra);

@@ -56,8 +56,8 @@ bool isInQuad(LayerPixel mouse, PF_ParamDef** params, PinIndices const& pins, do
 /// Of two quads under the mouse the smaller; From when they are equal. Null for none that is shown.
 PinIndices const* pickedPins(LayerPixel mouse, int overlayMode, PF_ParamDef** params) {
     double toArea, fromArea;
-    const bool isInTo = isInQuad(mouse, params, kToPins, toArea) && showsToPins(overlayMode);
-    const bool isInFrom =
+    bool const isInTo = isInQuad(mouse, params, kToPins, toArea) && showsToPins(overlayMode);
+    bool const isInFrom =
         isInQuad(mouse, params, kFromPins, fromArea) && showsFromPins(overlayMode);
     if (isInFrom && !(isInTo && fromArea > toArea)) return &kFromPins;
     return isInTo ? &kToPins : nullptr;
@@ -79,7 +79,7 @@ void rememberMouse(LayerPixel mouse, PF_EventExtra& extra) {
 }
 
 double scaleOf(double mouse, double anchor) {
-    const double scale = 1.0 + (mouse - anchor) * kScalePerPx;
+    double const scale = 1.0 + (mouse - anchor) * kScalePerPx;
     return std::max(std::min(scale, kLargestScale), kSmallestScale);
 }
 
@@ -89,7 +89,7 @@ PF_Fixed scaled(double atClick, double anchor, double scale) {
 }
 
 void scalePins(LayerPixel mouse, PF_ParamDef** params, PinIndices const& pins) {
-    const double sx = scaleOf(mouse.x, g_anchorX), sy = scaleOf(mouse.y, g_anchorY);
+    double const sx = scaleOf(mouse.x, g_anchorX), sy = scaleOf(mouse.y, g_anchorY);
     for (std::size_t i = 0; i < pins.size(); ++i) {
         PF_PointDef& pin = params[pins[i]]->u.td;
         pin.x_value = scaled(g_x[i], g_anchorX, sx);
@@ -98,7 +98,7 @@ void scalePins(LayerPixel mouse, PF_ParamDef** params, PinIndices const& pins) {
 }
 
 void movePins(LayerPixel from, LayerPixel to, PF_ParamDef** params, PinIndices const& pins) {
-    for (const int index : pins) {
+    for (int const index : pins) {
         PF_PointDef& pin = params[index]->u.td;
         pin.x_value = movedBy(pin.x_value, to.x - from.x);
         pin.y_value = movedBy(pin.y_value, to.y - from.y);
@@ -116,7 +116,7 @@ PF_Err click(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef** params, PF_
     if (!current_tool_is_pointer(in_data, out_data)) return PF_Err_NONE;
     g_isDragging = g_isScale = false;
     const LayerPixel mouse = mousePosition(*in_data, *extra);
-    const int mode =
+    int const mode =
         entryOfHost(QVS::ParameterDef(in_data, params).GetMenuValue(kParamOverlayMode));
     PinIndices const* const picked = pickedPins(mouse, mode, params);
     if (!picked) return PF_Err_NONE;
@@ -143,7 +143,7 @@ PF_Err drag(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef** params, PF_L
         scalePins(mouse, params, pins);
     else
         movePins(last, mouse, params, pins);
-    for (const int index : pins) params[index]->uu.change_flags = PF_ChangeFlag_CHANGED_VALUE;
+    for (int const index : pins) params[index]->uu.change_flags = PF_ChangeFlag_CHANGED_VALUE;
 
     rememberMouse(mouse, *extra);
     info.send_drag = !info.last_time;

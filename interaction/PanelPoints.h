@@ -30,7 +30,7 @@ constexpr PF_Fixed fixedOfWhole(int whole) { return saturatingInt16(whole) * 655
 
 /// Moves by whole pixels and keeps the fraction; the whole part stays within 16 bits.
 constexpr PF_Fixed movedBy(PF_Fixed fixed, int pixels) {
-    const int fraction = fixed & 0xFFFF;
+    int const fraction = fixed & 0xFFFF;
     return fixedOfWhole(wholePart(fixed) + pixels) + fraction;
 }
 

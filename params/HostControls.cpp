@@ -12,7 +12,7 @@ PF_Err AddMBlurPopup(PluginHost_API* host) {
     if (!ae) return 1;
     QVS::ParameterDef parameters(ae->in_data, nullptr);
     parameters.paramFlags = PF_ParamFlag_CANNOT_TIME_VARY | PF_ParamFlag_SUPERVISE;
-    const bool hasShutter = ae->isApplication(kAppAfterEffects);
+    bool const hasShutter = ae->isApplication(kAppAfterEffects);
     return parameters.AddPopup(
         "Motion Blur", hostEntry(hasShutter ? kMotionBlurComp : kMotionBlurOff),
         hasShutter ? "Off|On|Comp Settings" : "Off|On", diskIdOf(kParamMotionBlur));

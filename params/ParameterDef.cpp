@@ -56,7 +56,7 @@ QVPointT<double> ParameterDef::GetPoint(int index) const {
     if (!params) return {0.0, 0.0};
     PF_PointDef const& point = params[index]->u.td;
     QVPointT<double> result{fixedToDouble(point.x_value), fixedToDouble(point.y_value)};
-    const bool isFullResolution = in_data->appl_id == kAppPremierePro &&
+    bool const isFullResolution = in_data->appl_id == kAppPremierePro &&
                                   in_data->version.major == 12 && in_data->version.minor == 4;
     if (isFullResolution) {
         result.x *= ratio(in_data->downsample_x);

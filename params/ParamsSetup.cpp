@@ -214,7 +214,7 @@ PF_ParamType typeOn(A_u_long applId, PF_ParamType type) {
 }
 
 A_long uiFlagsOn(A_u_long applId, Control const& control) {
-    const bool isHidden =
+    bool const isHidden =
         (control.rule == HostRule::kHiddenInPremiere && applId == kAppPremierePro) ||
         (control.rule == HostRule::kAfterEffectsOnly && applId != kAppAfterEffects);
     return isHidden ? kHidden : control.uiFlags;

@@ -45,7 +45,7 @@ constexpr TransferMenuEntry kTransferMenu[] = {
 
 /// Mode number of a menu position counted from 0.
 constexpr A_long transferModeOfEntry(int entry) {
-    const bool known = entry >= 0 && static_cast<std::size_t>(entry) < std::size(kTransferMenu);
+    bool const known = entry >= 0 && static_cast<std::size_t>(entry) < std::size(kTransferMenu);
     return known ? kTransferMenu[entry].mode : A_long{PF_Xfer_IN_FRONT};
 }
 

@@ -99,7 +99,7 @@ struct DecidingValues {
 void showControls(PF_InData* in_data, PF_ParamDef** params, DecidingValues const& values,
                   ControlStates const& controls) {
     controls.set(kParamSourceOpacity, values.transferMode == kTransferNone);
-    const bool isShutterGrey = in_data->appl_id == kAppPremierePro
+    bool const isShutterGrey = in_data->appl_id == kAppPremierePro
                                    ? values.motionBlur == kMotionBlurOff
                                    : values.motionBlur != kMotionBlurOn;
     controls.set(kParamShutterAngle, isShutterGrey);
@@ -109,7 +109,7 @@ void showControls(PF_InData* in_data, PF_ParamDef** params, DecidingValues const
     controls.setAll(kParamFromPinsGroup, kParamFromWireframeColor,
                     values.overlayMode == kShowToPins);
     controls.setAll(kParamToPinsGroup, kParamToWireframeColor, values.overlayMode == kShowFromPins);
-    const bool isSoftnessGrey = entryAt(params, kParamQuality) != kQualitySuperSample;
+    bool const isSoftnessGrey = entryAt(params, kParamQuality) != kQualitySuperSample;
     controls.set(kParamSuperSampleSoftness, isSoftnessGrey);
     controls.set(kParamSuperSampleEdge, isSoftnessGrey);
 }

@@ -44,14 +44,14 @@ void readSize(char const* text, TrackingLine& line) {
     line.hasSize = isDigit(*text);
     if (!line.hasSize) return;
     if (text[-1] == '-') --text;  // a keyword ends before `text`, so there is a character
-    const long value = std::strtol(text, nullptr, 10);
+    long const value = std::strtol(text, nullptr, 10);
     line.size = static_cast<int>(
         std::clamp<long>(value, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()));
 }
 
 bool readSample(char const* text, TrackingLine& line) {
     const locale_t users = uselocale(plainLocale());
-    const int numbers = std::sscanf(text, "%f %f %f", &line.frame, &line.x, &line.y);
+    int const numbers = std::sscanf(text, "%f %f %f", &line.frame, &line.x, &line.y);
     uselocale(users);
     return numbers == 3;
 }

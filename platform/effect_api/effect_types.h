@@ -38,7 +38,7 @@ enum : PF_Err {
 using PF_ProgPtr = struct PF_EffectReference*;
 
 /// A four-character code as a number: fourCharCode("FXTC") is 0x46585443.
-constexpr A_u_long fourCharCode(const char (&code)[5]) {
+constexpr A_u_long fourCharCode(char const (&code)[5]) {
     return (static_cast<A_u_long>(static_cast<A_u_char>(code[0])) << 24) |
            (static_cast<A_u_long>(static_cast<A_u_char>(code[1])) << 16) |
            (static_cast<A_u_long>(static_cast<A_u_char>(code[2])) << 8) |
@@ -138,7 +138,7 @@ using PF_EffectWorld = PF_LayerDef;
 /// Pixel format codes as "PF World Suite" answers them: compared as four characters in memory
 /// order.
 using PF_PixelFormat = A_u_long;
-constexpr PF_PixelFormat pixelFormatInMemoryOrder(const char (&code)[5]) {
+constexpr PF_PixelFormat pixelFormatInMemoryOrder(char const (&code)[5]) {
     return (static_cast<A_u_long>(static_cast<A_u_char>(code[3])) << 24) |
            (static_cast<A_u_long>(static_cast<A_u_char>(code[2])) << 16) |
            (static_cast<A_u_long>(static_cast<A_u_char>(code[1])) << 8) |

@@ -37,7 +37,7 @@ TEST(CoreRender, LevelEdgesAreExact) {
     };
     GuardedRaster source(kFormatARGB32, 8, 64);
     source.paint([](int, int y, int c) { return c == 1 ? y : 1.0; });
-    for (const auto& c : cases) {
+    for (auto const& c : cases) {
         zelk::EngineScene scene;
         scene.setSizes(16, 16, 8, 64);
         scene.to = {c.left,          c.top,    c.right,          c.top,
@@ -45,9 +45,9 @@ TEST(CoreRender, LevelEdgesAreExact) {
         for (double& pin : scene.to) pin /= 16;
         const GuardedRaster output = zelk::renderScene(scene, source);
         SCOPED_TRACE(testing::Message() << "case " << &c - cases);
-        const double coverage = output.get(c.x, c.y, 0);
+        double const coverage = output.get(c.x, c.y, 0);
         EXPECT_NEAR(coverage, c.coverage, 1.01 / 512);  // span ends are inclusive
-        const double row = (c.y + 0.5 - c.top) / (c.bottom - c.top) * 64 - 0.5;
+        double const row = (c.y + 0.5 - c.top) / (c.bottom - c.top) * 64 - 0.5;
         EXPECT_NEAR(output.get(c.x, c.y, 1), coverage * std::clamp(row, 0.0, 63.0), 1e-4);
     }
 }

@@ -10,7 +10,7 @@
 namespace {
 
 /// The image of (x, y, z) after the division by w.
-std::array<double, 3> mapPoint(const QV_Mtrx44& matrix, double x, double y, double z = 0) {
+std::array<double, 3> mapPoint(QV_Mtrx44 const& matrix, double x, double y, double z = 0) {
     double ox, oy, oz, ow;
     matrix.transform(x, y, z, 1.0, &ox, &oy, &oz, &ow);
     return {ox / ow, oy / ow, oz / ow};
@@ -18,8 +18,8 @@ std::array<double, 3> mapPoint(const QV_Mtrx44& matrix, double x, double y, doub
 
 TEST(QvMtrx44, QuadWithoutDenominatorIgnoresCorner3) {
     using P = std::array<double, 3>;
-    for (const double t : {0.0, 0.25, 1.0, 7.0}) {  // corner 3 anywhere on the line through 1 and 2
-        const double quad[8] = {1, 1, 3, 2, 2, 4, 3 - t, 2 + 2 * t};
+    for (double const t : {0.0, 0.25, 1.0, 7.0}) {  // corner 3 anywhere on the line through 1 and 2
+        double const quad[8] = {1, 1, 3, 2, 2, 4, 3 - t, 2 + 2 * t};
         QV_Mtrx44 matrix;
         matrix.square2Quad(quad);
         EXPECT_EQ(mapPoint(matrix, 0, 0), (P{1, 1, 0}));
@@ -27,7 +27,7 @@ TEST(QvMtrx44, QuadWithoutDenominatorIgnoresCorner3) {
         EXPECT_EQ(mapPoint(matrix, 0, 1), (P{2, 4, 0}));
     }
     // Not a number isn't the zero case: it must come through.
-    const double quad[8] = {0, 0, 1, 0, 0, 1, std::nan(""), 1};
+    double const quad[8] = {0, 0, 1, 0, 0, 1, std::nan(""), 1};
     QV_Mtrx44 matrix;
     matrix.square2Quad(quad);
     EXPECT_TRUE(std::isnan(matrix.m[3]));
@@ -36,7 +36,7 @@ TEST(QvMtrx44, QuadWithoutDenominatorIgnoresCorner3) {
 TEST(QvMtrx44, PerspectiveAndItsInverse) {
     QV_Mtrx44 view;  // a point at distance 2 in a view of 90 degrees
     view.perspective(90, 2.0, 1.0, 3.0);
-    const auto seen = mapPoint(view, 1.0, -0.5, -2.0);
+    auto const seen = mapPoint(view, 1.0, -0.5, -2.0);
     EXPECT_NEAR(seen[0], 0.5, 0x1p-50);
     EXPECT_NEAR(seen[1], -0.5, 0x1p-50);
     EXPECT_DOUBLE_EQ(seen[2], 0.75);  // far (z - near) / (z (far - near)) = 3 * 1 / (2 * 2)

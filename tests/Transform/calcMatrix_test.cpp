@@ -16,9 +16,9 @@ constexpr double kDistance = 1.3737387657165527;
 constexpr double kRadPerDeg = 0.017453292519943295;
 
 TEST(CalcMatrix, PinsAreTakenOrRefused) {
-    const double nan = std::nan("");
+    double const nan = std::nan("");
     const struct {
-        const char* name;
+        char const* name;
         Quad pins;
         int result;
     } shapes[] = {{"square", {0, 0, 1, 0, 0, 1, 1, 1}, 0},
@@ -32,8 +32,8 @@ TEST(CalcMatrix, PinsAreTakenOrRefused) {
                   {"all on a line", {0, 0, 1, 1, 2, 2, 3, 3}, 1},
                   {"all equal", {0.3, 0.3, 0.3, 0.3, 0.3, 0.3, 0.3, 0.3}, 1},
                   {"not a number", {nan, 0, nan, 0, nan, 1, nan, 1}, 1}};
-    for (const auto& shape : shapes) {
-        for (const int mode : {2, 3, 4}) {
+    for (auto const& shape : shapes) {
+        for (int const mode : {2, 3, 4}) {
             SCOPED_TRACE(std::string(shape.name) + ", mode " + std::to_string(mode));
             QV_Mtrx44 matrix;
             CoreRenderArguments core;
@@ -50,37 +50,37 @@ TEST(CalcMatrix, PinsAreTakenOrRefused) {
     }
 }
 
-Matrix3 squareToQuad(const Quad& quad) {
+Matrix3 squareToQuad(Quad const& quad) {
     return product(inverse(axesToQuad(kUnitSquare)), axesToQuad(quad));
 }
 
 /// Of the unit square, about its centre; lengths and angles are those of a picture of this aspect.
-Vector3 repositioned(const RenderSettings& s, double u, double v, double aspect) {
-    const double turn = s.repositionRotate * kRadPerDeg;
-    const double x = (u - 0.5) * s.repositionScaleX * aspect, y = (v - 0.5) * s.repositionScaleY;
+Vector3 repositioned(RenderSettings const& s, double u, double v, double aspect) {
+    double const turn = s.repositionRotate * kRadPerDeg;
+    double const x = (u - 0.5) * s.repositionScaleX * aspect, y = (v - 0.5) * s.repositionScaleY;
     return {(std::cos(turn) * x - std::sin(turn) * y) / aspect + s.repositionTranslateX / 100 + 0.5,
             std::sin(turn) * x + std::cos(turn) * y + s.repositionTranslateY / 100 + 0.5, 1};
 }
 
 /// A point moved by hand; `steps` and `axes` in the order of the calls: it meets them from the
 /// back.
-Vector3 walk(const CoreRenderArguments& core, std::string steps, std::string axes, Vector3 p,
+Vector3 walk(CoreRenderArguments const& core, std::string steps, std::string axes, Vector3 p,
              double aspect) {
     const Vector3 pivot = {core.centerX - 0.5, core.centerY - 0.5, core.centerZ};
     const Vector3 move = {core.translateX, core.translateY, core.translateZ};
-    const double scale[3] = {core.scaleAll * core.scaleX, core.scaleAll * core.scaleY, core.scaleZ};
-    const double degrees[3] = {core.rotateX, core.rotateY, core.rotateZ};
+    double const scale[3] = {core.scaleAll * core.scaleX, core.scaleAll * core.scaleY, core.scaleZ};
+    double const degrees[3] = {core.rotateX, core.rotateY, core.rotateZ};
     std::reverse(steps.begin(), steps.end());
     std::reverse(axes.begin(), axes.end());
-    for (const char step : steps) {
+    for (char const step : steps) {
         for (int i = 0; i < 3; ++i) p[i] += step == 't' ? move[i] : pivot[i];
         if (step == 't') continue;
         for (int i = 0; i < 3; ++i) p[i] *= step == 's' ? scale[i] : 1;
         p[0] *= aspect;
-        for (const char axis : step == 'r' ? axes : "") {
-            const int a = axis - 'x', b = (a + 1) % 3, c = (a + 2) % 3;
-            const double sine = std::sin(degrees[a] * kRadPerDeg);
-            const double cosine = std::cos(degrees[a] * kRadPerDeg), pb = p[b];
+        for (char const axis : step == 'r' ? axes : "") {
+            int const a = axis - 'x', b = (a + 1) % 3, c = (a + 2) % 3;
+            double const sine = std::sin(degrees[a] * kRadPerDeg);
+            double const cosine = std::cos(degrees[a] * kRadPerDeg), pb = p[b];
             p[b] = cosine * pb - sine * p[c];
             p[c] = sine * pb + cosine * p[c];
         }
@@ -91,10 +91,10 @@ Vector3 walk(const CoreRenderArguments& core, std::string steps, std::string axe
 }
 
 TEST(CalcMatrix, MovesAPointAsAWalkByHandDoes) {
-    const char* const steps[6] = {"srt", "str", "rst", "rts", "tsr", "trs"};
-    const char* const axes[7] = {"xyz", "xzy", "yxz", "yzx", "zxy", "zyx", ""};
+    char const* const steps[6] = {"srt", "str", "rst", "rts", "tsr", "trs"};
+    char const* const axes[7] = {"xyz", "xzy", "yxz", "yzx", "zxy", "zyx", ""};
     // Aspects and their reciprocals are exact in single precision, as are pivots of 1/8.
-    const int sizes[][2] = {{1920, 960}, {1, 1}, {64, 512}, {333, 333}};
+    int const sizes[][2] = {{1920, 960}, {1, 1}, {64, 512}, {333, 333}};
     int compared = 0;
     for (int round = 0; round < 6000; ++round) {
         SCOPED_TRACE("seed and round " + std::to_string(round));
@@ -102,9 +102,9 @@ TEST(CalcMatrix, MovesAPointAsAWalkByHandDoes) {
         QV_Mtrx44 matrix;
         CoreRenderArguments core;
         RenderSettings settings;
-        const auto& [width, height] = sizes[random.integer(0, 3)];
-        const int mode = core.quadMode = round % 5;
-        const bool hasFrom = mode == 3 || mode == 4, hasTo = mode == 2 || mode == 3;
+        auto const& [width, height] = sizes[random.integer(0, 3)];
+        int const mode = core.quadMode = round % 5;
+        bool const hasFrom = mode == 3 || mode == 4, hasTo = mode == 2 || mode == 3;
         const Quad from = randomConvexQuad(random), to = randomConvexQuad(random);
         setPins(core.fromPins, from);
         setPins(core.toPins, to);
@@ -134,8 +134,8 @@ TEST(CalcMatrix, MovesAPointAsAWalkByHandDoes) {
         }
 
         // From a point of the unit square between the quads back to the source, and on.
-        const double aspect = static_cast<double>(width) / height;
-        const double u = random.uniform(0, 1), v = random.uniform(0, 1);
+        double const aspect = static_cast<double>(width) / height;
+        double const u = random.uniform(0, 1), v = random.uniform(0, 1);
         Vector3 source = {u, v, 1}, target = source;
         if (hasFrom) source = zelk::apply(source, squareToQuad(from));
         if (hasTo && settings.reposition) target = repositioned(settings, u, v, aspect);
@@ -144,15 +144,15 @@ TEST(CalcMatrix, MovesAPointAsAWalkByHandDoes) {
             walk(meant, steps[core.transformOrder], axes[core.rotationOrder],
                  {target[0] / target[2] - 0.5, target[1] / target[2] - 0.5, 0}, aspect);
         // Pinhole view: depth d fills the frame.
-        const double depth = kDistance - p[2];
+        double const depth = kDistance - p[2];
         if (target[2] < 0.2 || depth < 0.2) continue;  // near a horizon all is rounding
         ++compared;
         double out[4];
         matrix.transform(source[0] / source[2], source[1] / source[2], 0, 1, &out[0], &out[1],
                          &out[2], &out[3]);
         for (int i = 0; i < 2; ++i) {
-            const int size = i == 0 ? width : height;
-            const double want = size * (0.5 + p[i] * kDistance / depth);
+            int const size = i == 0 ? width : height;
+            double const want = size * (0.5 + p[i] * kDistance / depth);
             // The view distance's rounding, 2^-24, moves a pixel by that share of its distance from
             // the frame's centre. All else is in double: maps and depths divide by no less than
             // 0.06, squared where an error of the divisor meets it, numbers of up to 10.
@@ -171,9 +171,9 @@ TEST(CalcMatrix, CameraReplacesTheFrustum) {
     Random random(4);
     for (double& e : core.cameraMatrix) e = random.uniform(-1, 1);
     ASSERT_EQ(calcMatrix(matrix, core, settings, 640, 480), 0);
-    const double* camera = core.cameraMatrix;
+    double const* camera = core.cameraMatrix;
     for (int i = 0; i < 16; ++i) {  // the origin is the picture's centre
-        const double moved = i < 12 ? 0 : 0.5 * (camera[i - 12] + camera[i - 8]);
+        double const moved = i < 12 ? 0 : 0.5 * (camera[i - 12] + camera[i - 8]);
         EXPECT_NEAR(matrix.m[i], camera[i] - moved, 4 * 2 * kEps);
     }
 }

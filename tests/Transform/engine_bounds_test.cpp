@@ -20,7 +20,7 @@ void renderAndCheck(EngineScene scene, Random& random) {
     constexpr double kFloatError = 40 * 0x1p-24;
     constexpr int kFilters[][2] = {{0, 0}, {1, 0}, {2, 0}, {9, 0}, {9, 1}, {9, 3}, {22, 0}};
     const GuardedRaster source = zelk::noiseSource(random, scene, kFormatARGB32);
-    for (const auto& filter : kFilters) {
+    for (auto const& filter : kFilters) {
         scene.filter = filter[0];
         scene.sizeIndex = filter[1];
         double least = 0, largest = 0;
@@ -44,11 +44,11 @@ TEST(EngineBounds, WildQuads) {
         SCOPED_TRACE("seed " + std::to_string(seed));
         Random random(seed);
         EngineScene scene = zelk::randomScene(random, std::array{24, 17, 3, 2, 1}[seed % 5]);
-        const double toScale = std::pow(10.0, random.uniform(-6, 6));
-        const double fromScale = std::pow(10.0, random.uniform(-3, 2));
-        const double away = random.flip() ? 0.0 : std::pow(10.0, random.uniform(-1, 6));
-        const double toX = random.uniform(-away, away), toY = random.uniform(-away, away);
-        const double fromX = random.uniform(-1, 1), fromY = random.uniform(-1, 1);
+        double const toScale = std::pow(10.0, random.uniform(-6, 6));
+        double const fromScale = std::pow(10.0, random.uniform(-3, 2));
+        double const away = random.flip() ? 0.0 : std::pow(10.0, random.uniform(-1, 6));
+        double const toX = random.uniform(-away, away), toY = random.uniform(-away, away);
+        double const fromX = random.uniform(-1, 1), fromY = random.uniform(-1, 1);
         for (int i = 0; i < 8; ++i) {
             scene.to[i] = 0.5 + (scene.to[i] - 0.5) * toScale + (i % 2 == 0 ? toX : toY);
             scene.from[i] = 0.5 + (scene.from[i] - 0.5) * fromScale + (i % 2 == 0 ? fromX : fromY);

@@ -44,10 +44,10 @@ struct RowSpans {
     int span[16][2], maxLeft = -1 << 30, minRight = 1 << 30;
     bool sawEmpty = false;
 
-    RowSpans(const Polygon& outline, int y, int slack) {
+    RowSpans(Polygon const& outline, int y, int slack) {
         for (int k = 0; k < 16; ++k) {
             double left = slack * 1e6, right = -left;
-            for (const double off : {-1e-5, 0.0, 1e-5}) {
+            for (double const off : {-1e-5, 0.0, 1e-5}) {
                 const Cut cut = cutAt(outline, y + k / 16.0 + off);
                 left = slack > 0 ? std::min(left, cut.left) : std::max(left, cut.left);
                 right = slack > 0 ? std::max(right, cut.right) : std::min(right, cut.right);
@@ -67,7 +67,7 @@ struct RowSpans {
     bool isDrawn() const { return maxLeft <= minRight; }
     double coverage(int x) const {
         int columns = 0;
-        for (const auto& [left, right] : span)
+        for (auto const& [left, right] : span)
             columns += std::max(0, std::min(right, 512 * x + 511) - std::max(left, 512 * x) + 1);
         return columns / 8192.0;
     }
@@ -85,7 +85,7 @@ struct SourcePoint {
 class NaiveEngine {
 public:
     /// `source` is a float raster that outlives the model.
-    NaiveEngine(const EngineScene& scene, const GuardedRaster& source, bool fill) : m_scene(scene) {
+    NaiveEngine(EngineScene const& scene, GuardedRaster const& source, bool fill) : m_scene(scene) {
         mapPicture();
         const QV_RasterInfo info = source.info();
         RenderSettings& s = m_settings;
@@ -108,29 +108,29 @@ public:
     }
 
     /// The visible picture, frame pixels.
-    const Polygon& outline() const { return m_polygon; }
+    Polygon const& outline() const { return m_polygon; }
     /// False when the picture crosses the horizon and its front part misses the window: the engine
     /// then mirrors single corners, which no picture corresponds to.
     bool canTell() const { return m_canTell; }
     /// What the pixel may hold.
-    PixelRange value(int x, int y, const RowSpans& narrow, const RowSpans& wide) const {
+    PixelRange value(int x, int y, RowSpans const& narrow, RowSpans const& wide) const {
         const SourcePoint p = sourceOf(x, y);
         // The covered share of the pixel. Nearest neighbour asks for its centre: all or nothing of
         // a little square, but where rounding decides.
-        const bool nearest = m_scene.quality() == 0;
-        const double half = nearest ? 1e-4 : 0.5, cx = x + 0.5, cy = y + 0.5;
-        const double area = areaInside(m_polygon, cx - half, cy - half, cx + half, cy + half);
-        const double share = area / (4 * half * half);
+        bool const nearest = m_scene.quality() == 0;
+        double const half = nearest ? 1e-4 : 0.5, cx = x + 0.5, cy = y + 0.5;
+        double const area = areaInside(m_polygon, cx - half, cy - half, cx + half, cy + half);
+        double const share = area / (4 * half * half);
         double least = share > 0.999, most = share > 0.001;
         if (!nearest) {
-            const bool isDrawn = narrow.isDrawn() && wide.isDrawn();
-            const bool mayBeDrawn = narrow.isDrawn() || wide.isDrawn();
+            bool const isDrawn = narrow.isDrawn() && wide.isDrawn();
+            bool const mayBeDrawn = narrow.isDrawn() || wide.isDrawn();
             least = isDrawn ? std::max(narrow.coverage(x), share - kCoverageError) : 0.0;
             most = mayBeDrawn ? std::min(wide.coverage(x), share + kCoverageError) : 0.0;
         }
         PixelRange range;
-        const bool isLastColumn = x == m_scene.window.right;  // always an edge
-        const bool isInside = narrow.isInterior(x) && !isLastColumn;
+        bool const isLastColumn = x == m_scene.window.right;  // always an edge
+        bool const isInside = narrow.isInterior(x) && !isLastColumn;
         if (wide.isInterior(x) && !isLastColumn) range = sampled(m_interior, p);
         const PixelRange edge = sampled(m_edge, p);
         for (std::size_t c = 0; c < 4; ++c) {
@@ -144,7 +144,7 @@ public:
 
 private:
     /// The line function's values around the point, as far as its errors reach.
-    PixelRange sampled(QV_LineFunc function, const SourcePoint& p) const {
+    PixelRange sampled(QV_LineFunc function, SourcePoint const& p) const {
         PixelRange range;
         for (int i = 0; i < 9; ++i) {
             float out[4] = {};
@@ -165,11 +165,11 @@ private:
         return range;
     }
     SourcePoint sourceOf(int x, int y) const {
-        const PixelRect& s = m_scene.source;
+        PixelRect const& s = m_scene.source;
         // Filtered qualities lay the picture half a pixel past the outer pixel centres; nearest
         // neighbour, which truncates, keeps half a pixel inside them.
-        const double outset = m_scene.quality() == 0 ? -0.5 : 0.5;
-        const auto at = [&](double px, double py, double& u, double& v) {
+        double const outset = m_scene.quality() == 0 ? -0.5 : 0.5;
+        auto const at = [&](double px, double py, double& u, double& v) {
             const Vector3 unit = apply({px, py, 1}, m_toUnit);
             u = s.left - outset + unit[0] / unit[2] * (s.right - s.left + 2 * outset);
             v = s.top - outset + unit[1] / unit[2] * (s.bottom - s.top + 2 * outset);
@@ -178,7 +178,7 @@ private:
         // Narrowing to single precision at up to 64, twice for good measure.
         SourcePoint p = {0, 0, 64 * 0x1p-23, 64 * 0x1p-23, true};
         p.known = at(x + 0.5, y + 0.5, p.u, p.v);
-        for (const Point& d : {Point{kShift, 0}, {-kShift, 0}, {0, kShift}, {0, -kShift}}) {
+        for (Point const& d : {Point{kShift, 0}, {-kShift, 0}, {0, kShift}, {0, -kShift}}) {
             double u, v;
             p.known = at(x + 0.5 + d.x, y + 0.5 + d.y, u, v) && p.known;
             p.errorU = std::max(p.errorU, 64 * 0x1p-23 + std::fabs(u - p.u));
@@ -191,32 +191,32 @@ private:
     void mapPicture() {
         Matrix3 toFrame = product(inverse(axesToQuad(m_scene.from)),
                                   axesToQuad(m_scene.to, m_scene.frameWidth, m_scene.frameHeight));
-        const auto place = [&](const Point& p) { return apply({p.x, p.y, 1}, toFrame); };
-        const auto flip = [&](bool wanted) {
+        auto const place = [&](Point const& p) { return apply({p.x, p.y, 1}, toFrame); };
+        auto const flip = [&](bool wanted) {
             for (double& e : toFrame) e = wanted ? -e : e;
         };
         // Which side of the horizon is in front: the From quad's own corners, if the quad isn't
         // mirrored; else the other side, as far as anything lies there.
-        const Quad& f = m_scene.from;
-        const double turn = (f[2] - f[0]) * (f[5] - f[1]) - (f[3] - f[1]) * (f[4] - f[0]);
+        Quad const& f = m_scene.from;
+        double const turn = (f[2] - f[0]) * (f[5] - f[1]) - (f[3] - f[1]) * (f[4] - f[0]);
         flip((turn < 0) != (place({f[0], f[1]})[2] < 0));
         const Polygon square = {{0, 0}, {0, 1}, {1, 1}, {1, 0}};
-        const auto behind = std::count_if(square.begin(), square.end(),
-                                          [&](const Point& p) { return place(p)[2] < 0; });
+        auto const behind = std::count_if(square.begin(), square.end(),
+                                          [&](Point const& p) { return place(p)[2] < 0; });
         flip(behind == 4);
         m_toUnit = inverse(toFrame);
 
         // The last row and column are cut at 0.99 of their pixels.
-        const PixelRect& w = m_scene.window;
-        const double sides[4] = {w.left * 1.0, w.top * 1.0, w.right + 0.99, w.bottom + 0.99};
-        Polygon visible = keep(square, [&](const Point& p) { return place(p)[2]; });
+        PixelRect const& w = m_scene.window;
+        double const sides[4] = {w.left * 1.0, w.top * 1.0, w.right + 0.99, w.bottom + 0.99};
+        Polygon visible = keep(square, [&](Point const& p) { return place(p)[2]; });
         for (int i = 0; i < 4; ++i) {
-            visible = keep(visible, [&](const Point& p) {
+            visible = keep(visible, [&](Point const& p) {
                 const double inside = place(p)[i % 2] - sides[i] * place(p)[2];
                 return i < 2 ? inside : -inside;
             });
         }
-        for (const Point& p : visible)
+        for (Point const& p : visible)
             m_polygon.push_back({place(p)[0] / place(p)[2], place(p)[1] / place(p)[2]});
         m_canTell = behind == 0 || behind == 4 || std::fabs(signedArea(m_polygon)) > 1e-3;
     }
@@ -230,11 +230,11 @@ private:
 };
 
 struct ModelCase {
-    const char* name;
+    char const* name;
     int filter, sizeIndex, seeds;
     bool fill = false;
 };
-void PrintTo(const ModelCase& c, std::ostream* out) { *out << c.name; }
+void PrintTo(ModelCase const& c, std::ostream* out) { *out << c.name; }
 
 class EngineModel : public testing::TestWithParam<ModelCase> {};
 
@@ -242,45 +242,45 @@ class EngineModel : public testing::TestWithParam<ModelCase> {};
 // format), the product with coverage a third time, and the kernels round. Rows may be padded, the
 // team of any size, and what isn't drawn stays where it isn't to be cleared.
 TEST_P(EngineModel, EveryPixelIsInTheModelsRange) {
-    const auto& [name, filter, sizeIndex, seeds, fill] = GetParam();
+    auto const& [name, filter, sizeIndex, seeds, fill] = GetParam();
     int values = 0, narrowOnes = 0, kept = 0;
     for (int seed = 1; seed <= seeds; ++seed) {
         Random random(static_cast<unsigned>(seed));
-        const int turn = seed / 12;
-        const auto format =  // no format has code 4
+        int const turn = seed / 12;
+        auto const format =  // no format has code 4
             static_cast<QV_RasterFormat>(seed % 12 == 4 ? kFormatBGRA32 : seed % 12);
-        const bool cleared = seed % 5 > 0;
-        const double white = whiteOf(format), untouched = GuardedRaster(format, 1, 1).get(0, 0, 0);
-        const double most = white > 1 ? 1 : 1e9, least = 1 - most;  // integers are limited
-        const double error = kFloatError + (white > 1 ? 3.1 / white : 0);
+        bool const cleared = seed % 5 > 0;
+        double const white = whiteOf(format), untouched = GuardedRaster(format, 1, 1).get(0, 0, 0);
+        double const most = white > 1 ? 1 : 1e9, least = 1 - most;  // integers are limited
+        double const error = kFloatError + (white > 1 ? 3.1 / white : 0);
         EngineScene scene = randomScene(random, 40);
         scene.filter = filter;
         scene.sizeIndex = sizeIndex;
         const GuardedRaster source = noiseSource(random, scene, format, turn % 2 * 24);
-        const auto render = [&](EngineOptions options, int paddingBytes) {
+        auto const render = [&](EngineOptions options, int paddingBytes) {
             options.clearOutput = cleared;
             options.fill = fill;
             return renderScene(scene, source, options, paddingBytes);
         };
         const GuardedRaster output = render({}, turn % 3 * 40);
         // In Premiere the engine makes no team.
-        for (const int threads : {0, 1, 3, 8})
+        for (int const threads : {0, 1, 3, 8})
             EXPECT_TRUE(output.samePixels(render({threads == 0, threads}, 0))) << threads;
         GuardedRaster real(kFormatARGB32, source.width(), source.height());
         real.paint([&](int x, int y, int c) { return source.get(x, y, c) / white; });
         const NaiveEngine model(scene, real, fill);
         for (int row = 0; model.canTell() && row < output.height(); ++row) {
-            const int y = row + scene.window.top;
+            int const y = row + scene.window.top;
             const RowSpans narrow(model.outline(), y, -1), wide(model.outline(), y, 1);
             PixelRange range;
             for (int i = 0; i < 4 * output.width(); ++i) {
-                const int x = i / 4 + scene.window.left;
+                int const x = i / 4 + scene.window.left;
                 if (i % 4 == 0) range = model.value(x, y, narrow, wide);
                 const Range r = range[i % 4];
-                const double stored = output.get(i / 4, row, i % 4), got = stored / white;
+                double const stored = output.get(i / 4, row, i % 4), got = stored / white;
                 ++values;
                 narrowOnes += r.hi - r.lo < 0.02;
-                const bool stays = !cleared && stored == untouched;
+                bool const stays = !cleared && stored == untouched;
                 kept += stays;
                 if (stays && r.lo <= 0) continue;
                 ASSERT_TRUE(got >= std::clamp(r.lo, least, most) - error &&
@@ -303,6 +303,6 @@ INSTANTIATE_TEST_SUITE_P(
                     ModelCase{"Keys8", 6, 2, 40}, ModelCase{"Keys10", 6, 3, 40},
                     ModelCase{"SuperSampled", 22, 0, 40}, ModelCase{"FillNearest", 0, 0, 100, true},
                     ModelCase{"Fill", 1, 0, 300, true}),
-    [](const auto& which) { return std::string(which.param.name); });
+    [](auto const& which) { return std::string(which.param.name); });
 
 }  // namespace

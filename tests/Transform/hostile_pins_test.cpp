@@ -31,15 +31,15 @@ double anyNumber(Random& random) {
 /// its neighbours, one moved off it by next to nothing, huge coordinates, or no number at all.
 Quad hostileQuad(Random& random) {
     Quad q = zelk::randomConvexQuad(random);
-    const double scale = std::pow(10.0, random.uniform(-2, 3));
+    double const scale = std::pow(10.0, random.uniform(-2, 3));
     for (double& c : q) c = 0.5 + (c - 0.5) * scale;
-    const int corner = random.integer(0, 3), other = corner ^ random.integer(1, 3);
-    const int next = corner ^ 1, previous = corner ^ 2;
-    const double t = random.uniform(0, 1), off = std::pow(10.0, random.uniform(-18, -6));
-    const int kind = random.integer(0, 7);
+    int const corner = random.integer(0, 3), other = corner ^ random.integer(1, 3);
+    int const next = corner ^ 1, previous = corner ^ 2;
+    double const t = random.uniform(0, 1), off = std::pow(10.0, random.uniform(-18, -6));
+    int const kind = random.integer(0, 7);
     for (int axis = 0; axis < 2; ++axis) {
         double& c = q[2 * corner + axis];
-        const double a = q[2 * next + axis], b = q[2 * previous + axis];
+        double const a = q[2 * next + axis], b = q[2 * previous + axis];
         if (kind == 1) c = q[2 * other + axis];
         if (kind == 2) c = a + t * (b - a);
         if (kind == 3) c = a + t * (b - a) + random.uniform(-off, off);
@@ -80,7 +80,7 @@ struct HostileRender {
     int rowsToWalk() {
         RenderSettings& s = settings;
         QV_Mtrx44 matrix;
-        const bool usesMatrix = s.renderMode < 2;
+        bool const usesMatrix = s.renderMode < 2;
         if (usesMatrix && calcMatrix(matrix, core, s, width, height) && s.renderMode == 0) return 0;
         QV_FRect target(s.dstLeft, s.dstTop, s.dstRight, s.dstBottom);
         QV_Poly poly;
@@ -98,7 +98,7 @@ struct HostileRender {
 
 TEST(HostilePins, RenderWithinTheirWindow) {
     constexpr int kRenders = 50000;
-    const int defaultThreads = omp_get_max_threads();
+    int const defaultThreads = omp_get_max_threads();
     omp_set_num_threads(1);
     std::vector<int> extraRows;
     int drawn = 0;
@@ -114,7 +114,7 @@ TEST(HostilePins, RenderWithinTheirWindow) {
                                                    true, false, &r.settings, true, false),
                   0);
         ASSERT_TRUE(source.guardsIntact() && output.guardsIntact()) << "seed " << seed;
-        const int rows = r.rowsToWalk();
+        int const rows = r.rowsToWalk();
         drawn += rows > 0;
         extraRows.push_back(rows - r.height);
         ASSERT_LE(extraRows.back(), 2) << "seed " << seed << ", " << r.height << " rows";
@@ -138,22 +138,22 @@ TEST(HostilePins, LevelEdgesStayBetweenTheirCorners) {
         scene.setSizes(kWidth, kHeight, 2, 2);
         GuardedRaster white(kFormatARGB8, 2, 2);
         white.paint([](int, int, int) { return 255.0; });
-        const auto level = [&](int row) {
+        auto const level = [&](int row) {
             return row + random.integer(0, 1) * random.integer(0, 15) / 16.0 +
                    random.integer(-4, 4) / 65536.0;
         };
-        const int left = random.integer(2, 60), right = left + random.integer(20, 60);
-        const int top = random.integer(400, 700), bottom = top + random.integer(2, 300);
-        const double y[4] = {level(top), level(top), level(bottom), level(bottom)};
+        int const left = random.integer(2, 60), right = left + random.integer(20, 60);
+        int const top = random.integer(400, 700), bottom = top + random.integer(2, 300);
+        double const y[4] = {level(top), level(top), level(bottom), level(bottom)};
         for (int i = 0; i < 4; ++i)
             scene.to[2 * i] = (i % 2 ? right : left) / double{kWidth},
                          scene.to[2 * i + 1] = y[i] / double{kHeight};
         const GuardedRaster output = zelk::renderScene(scene, white);
         int painted = 0, between = 0;
         for (int row = 0; row < kHeight; ++row) {
-            const bool isRow = row >= top - 2 && row <= bottom + 2;
+            bool const isRow = row >= top - 2 && row <= bottom + 2;
             for (int x = 0; x < kWidth; ++x) {
-                const bool isPainted = *output.pixel(x, row) != 0;
+                bool const isPainted = *output.pixel(x, row) != 0;
                 painted += isPainted;
                 between += isPainted && isRow && x >= left - 1 && x <= right;
             }
@@ -165,8 +165,8 @@ TEST(HostilePins, LevelEdgesStayBetweenTheirCorners) {
 }
 
 TEST(HostilePins, AnEmptySourceDrawsNothingButAFill) {
-    for (const int filter : {0, 1, 9, 22}) {
-        for (const bool fill : {false, true}) {
+    for (int const filter : {0, 1, 9, 22}) {
+        for (bool const fill : {false, true}) {
             zelk::EngineScene scene;
             scene.setSizes(9, 7, 1, 1);
             scene.source = {0, 0, -1, filter == 1 ? 0 : -1};
@@ -182,13 +182,13 @@ TEST(HostilePins, AnEmptySourceDrawsNothingButAFill) {
 
 // More taps than any render asks for, and a window whose I0 has no finite value.
 TEST(HostilePins, WeightTablesHoldTheirRows) {
-    for (const double alpha : {3.0, 700.0, 1000.0, -1e9, double{NAN}}) {
-        for (const int taps : {10, 11, 32, 1000}) {
+    for (double const alpha : {3.0, 700.0, 1000.0, -1e9, double{NAN}}) {
+        for (int const taps : {10, 11, 32, 1000}) {
             RenderSettings s;
             s.taps = taps;
             setInterpLineFunc(&s, alpha, 0, kFilterKaiser, false, 0, 0, false, 0, 0, 0, false,
                               true);
-            const int held = std::min(taps, kMaxTaps);
+            int const held = std::min(taps, kMaxTaps);
             for (int row = 0; row < kLutRows; ++row) {
                 double sum = 0;
                 for (int k = 0; k < held; ++k) sum += s.lut[row * held + k];

@@ -55,20 +55,20 @@ int floorOf(std::string const& path) {
 
 /// Why `from` may not include `to`; empty when it may.
 std::string objection(std::string const& from, std::string const& to) {
-    const int own = floorOf(from), other = floorOf(to);
+    int const own = floorOf(from), other = floorOf(to);
     if (other < 0) return "includes " + to + ", which stands in no room";
     if (other > own) return "includes " + to + " from a higher floor";
     if (from.starts_with("hostkit/") && other >= 1 && !to.starts_with("platform/") &&
         !to.starts_with("hostkit/") && other != 2)
         return "includes " + to + ": the host reaches the effect only through its entry";
     // The memory road runs the pipeline over plain buffers.
-    const bool isMemoryRoad = from.starts_with("zelk/render/memory_road") &&
+    bool const isMemoryRoad = from.starts_with("zelk/render/memory_road") &&
                               (to == "host/PluginHost_Memory_Impl.h" || to == "effect/Render.h");
     // One line of a tracking file, which knows nothing of hosts: programs check a file before the
     // import reads it, and must agree with it.
-    const bool isTrackingLine = to == "tracking/TrackingLine.h";
+    bool const isTrackingLine = to == "tracking/TrackingLine.h";
     // Which parameter stands where is a fact of the module's interface.
-    const bool isIndex = to == "params/ParamIndex.h";
+    bool const isIndex = to == "params/ParamIndex.h";
     if (own > 7 && other >= 4 && other <= 6 && !isMemoryRoad && !isTrackingLine && !isIndex)
         return "includes " + to + ": programs reach the effect only through the host";
     return {};

@@ -74,7 +74,7 @@ TEST(Commands, AboutSaysTheNameAndSetUpRegistersTheOverlayButInPremiere) {
         EXPECT_EQ(host->paramsSetup().code + host->announcedParamCount(), 90);
         host->monitor().inject({"register_ui", 1, 91, true});
         auto const result = host->paramsSetup();
-        const bool isPremiere = identity.applId == kAppPremierePro;
+        bool const isPremiere = identity.applId == kAppPremierePro;
         EXPECT_EQ(result.code, isPremiere ? 0 : 91);
         EXPECT_EQ(nothingOwed(result), "nothing");
         EXPECT_EQ(host->announcedParamCount(), kParamCount);
@@ -90,7 +90,7 @@ TEST(RenderDispatch, RefusesFormatsWithoutAPipelineAndLeavesTheOutput) {
         if (code == 0 || code == 1 || code == 3 || code == 9 || code == 11) continue;
         std::array<unsigned char, 16> pixels, before;
         pixels.fill(0xA5), before.fill(0xA5);
-        const auto format = static_cast<QV_RasterFormat>(code);
+        auto const format = static_cast<QV_RasterFormat>(code);
         const PluginHost_API::RasterInfo view{pixels.data(), format, 1, 1, 16, 16, 1, 1, 0};
         PluginHost_Memory_Impl host(view, view);
         EXPECT_EQ(Render(&host), 1) << code;

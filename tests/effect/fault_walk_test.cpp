@@ -157,12 +157,12 @@ struct Ending {
 
 /// The rules of docs/host-calls.md. `last` is how often the name is called without a fault.
 Ending endingOf(Scenario const& s, std::string const& call, int nth, int last) {
-    const bool isGrown = s.kind == Kind::kSmart && s.grow > 0;
-    const bool isDrawing = s.kind == Kind::kSmart || s.kind == Kind::kPlain;
+    bool const isGrown = s.kind == Kind::kSmart && s.grow > 0;
+    bool const isDrawing = s.kind == Kind::kSmart || s.kind == Kind::kPlain;
     const Picture early = isDrawing ? Picture::kUntouched : Picture::kNone;
     const Picture whole = isDrawing ? Picture::kRight : Picture::kNone;
-    const int ownImages = isGrown ? 2 : 0;  // the expanded layer and the target come first
-    const bool isBlend = s.transferEntry != 1;
+    int const ownImages = isGrown ? 2 : 0;  // the expanded layer and the target come first
+    bool const isBlend = s.transferEntry != 1;
     constexpr int kControls = 62;  // of the smart commands; further ones are read at samples' times
     if (call == "checkout_param" && isDrawing && nth > kControls)
         return {kFault, Picture::kCleared};
@@ -171,7 +171,7 @@ Ending endingOf(Scenario const& s, std::string const& call, int nth, int last) {
     if (call == "checkout_param" || call == "checkout_layer" || call == "checkout_layer_pixels" ||
         call == "checkout_output" || call == "add_param" || call == "register_ui")
         return {kFault, early};
-    const int allImages = ownImages + (s.isSoftBlur ? 4 : 2);  // then those of blurs and blend
+    int const allImages = ownImages + (s.isSoftBlur ? 4 : 2);  // then those of blurs and blend
     if (call == "fill" && isGrown && nth == last) return {kFault, Picture::kRight};
     if (call.ends_with("NewWorld") || call == "new_world" || call == "fill")
         return {kFault, nth <= ownImages  ? Picture::kUntouched
@@ -188,7 +188,7 @@ Ending endingOf(Scenario const& s, std::string const& call, int nth, int last) {
     if (call.ends_with("GetPixelFormat"))
         return {kFault, isGrown && nth == 1 ? Picture::kUntouched : Picture::kCleared};
     if (call == "AcquireSuite PF World Suite 2" && isDrawing) {
-        const bool isPremiere = s.identity.applId == kAppPremierePro;
+        bool const isPremiere = s.identity.applId == kAppPremierePro;
         if ((s.depth == Depth::kFloat || isPremiere) && isGrown) return {516, Picture::kUntouched};
         if (s.depth == Depth::kFloat) return {1, Picture::kCleared};
         if (isPremiere) return {516, Picture::kCleared};
@@ -214,21 +214,21 @@ TEST(FaultWalk, EveryCallOfEveryCommandRefused) {
         std::map<std::string, int> counts, nth;
         for (std::string const& call : log) ++counts[call];
         for (std::string const& call : log) {
-            const int n = ++nth[call];
+            int const n = ++nth[call];
             const Ending want = endingOf(scenario, call, n, counts[call]);
             walk.monitor().inject({call, n, kFault, givesBack(call)});
             testing::internal::CaptureStdout();
             const Outcome got = walk.run();
             // The smart render's own images, and the frames that it is refused.
-            const bool isTold = scenario.kind == Kind::kSmart && call != "checkout_param" &&
+            bool const isTold = scenario.kind == Kind::kSmart && call != "checkout_param" &&
                                 want.picture == Picture::kUntouched;
             EXPECT_EQ(testing::internal::GetCapturedStdout(), isTold ? "Error\n" : "");
             EXPECT_EQ(walk.monitor().faultsAnswered(), 1) << call << " " << n;
             walk.monitor().clearFaults();
-            const bool keeps = !(got.command.outstanding == zelk::Outstanding{});
+            bool const keeps = !(got.command.outstanding == zelk::Outstanding{});
             // A pre-render's rectangle depends on the controls, not on the layer.
             const A_long edge = call == "checkout_param" ? 0 : right.rect.right;
-            const bool isWrong =
+            bool const isWrong =
                 got.command.code != want.code || got.rect.right != edge ||
                 (want.picture != Picture::kAny && pictureOf(got, right) != want.picture);
             EXPECT_FALSE(keeps || isWrong)

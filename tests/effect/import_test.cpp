@@ -143,7 +143,7 @@ TEST(Import, IsLeftAloneWhereNothingIsAsked) {
 TEST(Import, EndsWhereAStepOfTheDialogIsRefused) {
     Chooser chooser(kCorners);
     Effect effect;
-    for (const int nth : {1, 2, 3, 4, 6, 7, 8, 9, 10, 11, 12}) {
+    for (int const nth : {1, 2, 3, 4, 6, 7, 8, 9, 10, 11, 12}) {
         chooser.stepsLeft = nth;
         EXPECT_EQ(effect.choose(2).code, 0);
         EXPECT_EQ(-chooser.stepsLeft, (nth > 2) + (nth > 3) + (nth > 4) + (nth > 8)) << nth;
@@ -161,10 +161,10 @@ TEST(Import, EveryHostCallRefused) {
     std::map<std::string, int> nth;
     std::string const one = "0 0: 10,20 ", two = "1 0: 30,40 ";
     for (std::string const& call : plain.host.monitor().log()) {
-        const int n = ++nth[call];
+        int const n = ++nth[call];
         SCOPED_TRACE(call + std::to_string(n));
-        const auto has = [&](char const* part) { return call.find(part) != call.npos; };
-        const bool isMissing = has("AcquireSuite AEGP");
+        auto const has = [&](char const* part) { return call.find(part) != call.npos; };
+        bool const isMissing = has("AcquireSuite AEGP");
         Effect refused;
         refused.host.monitor().restart();
         refused.host.monitor().inject({call, n, kFault, has("Release") || has("Dispose")});
@@ -173,7 +173,7 @@ TEST(Import, EveryHostCallRefused) {
         EXPECT_EQ(result.code, isMissing ? PF_Err_BAD_CALLBACK_PARAM : 0);
         EXPECT_TRUE(isMissing || kept == "nothing") << kept;
         EXPECT_EQ(result.outstanding.mistakes, 0);
-        const bool isKey = has("KeyframeValue");
+        bool const isKey = has("KeyframeValue");
         if (isMissing)
             EXPECT_TRUE((one + two).starts_with(keys)) << keys;
         else if (has("AEGP Proj Suite 7/"))
@@ -198,7 +198,7 @@ TEST(Controls, AreGreyedByOtherControlsValues) {
          {Case{2, 3, 1, 1, "22-37 49-50 56-58 60 "}, Case{1, 3, 1, 1, "5-20 49-50 56-58 60 "},
           Case{3, 1, 1, 1, "49-50 56-58 60 "}, Case{3, 2, 2, 1, "49-50 60 "}, Case{3, 4, 2, 2, ""},
           Case{3, 4, 3, 20, "56-57 "}, Case{3, 4, 1, 5, "56-58 "}})
-        for (const bool isPremiere : {false, true}) {
+        for (bool const isPremiere : {false, true}) {
             Effect effect(isPremiere ? zelk_test::kModernPremiere : zelk_test::kModernAE);
             // Premiere Pro has no third entry; a project may hold it all the same.
             for (auto const& [index, entry] : {std::pair{kParamOverlayMode, c.overlay},

@@ -54,9 +54,9 @@ struct Scene {
 
     /// Undoes Reposition: about the centre, scale, turn with the picture's aspect, then move.
     Point undoReposition(Point p, double aspect) const {
-        const double angle = rotate * 3.14159265358979323846 / 180;
-        const double s = std::sin(angle), c = std::cos(angle);
-        const double x = (p.x - 0.5 - translateX / 100) * aspect, y = p.y - 0.5 - translateY / 100;
+        double const angle = rotate * 3.14159265358979323846 / 180;
+        double const s = std::sin(angle), c = std::cos(angle);
+        double const x = (p.x - 0.5 - translateX / 100) * aspect, y = p.y - 0.5 - translateY / 100;
         return {(c * x + s * y) / aspect / scaleX + 0.5, (c * y - s * x) / scaleY + 0.5};
     }
 };
@@ -150,10 +150,10 @@ enum class Expected { kPicture, kNothing, kUnclear };
 /// What a pixel has to show. Two pixels along each edge that something is cut at are left out, and
 /// the frame's own border, where pixels are partly covered.
 Expected expectedAt(Way const& way, int x, int y, GuardedRaster const& frame) {
-    const bool crops = way.scene.view != kViewBothPins || way.scene.crop;
+    bool const crops = way.scene.view != kViewBothPins || way.scene.crop;
     int inside = 0, outside = 0;  // of nine points around the pixel
-    for (const double dx : {-1.0, 0.5, 2.0})
-        for (const double dy : {-1.0, 0.5, 2.0}) {
+    for (double const dx : {-1.0, 0.5, 2.0})
+        for (double const dy : {-1.0, 0.5, 2.0}) {
             const Stations at = way({(x + dx) / frame.width(), (y + dy) / frame.height()});
             if (!at.source) return Expected::kUnclear;
             Point const &s = *at.source, &b = crops ? *at.between : s;
@@ -194,7 +194,7 @@ Checked renderRamps(unsigned seed, int rounds, bool ownFrame) {
     // passes: 2^-17 px, over ramps below 0.4 / 29 a pixel in each axis. The colours: three float
     // lerps a pass and the ramp's own rounding, each half a unit of 2^-24 below 1 but for the
     // factor (1 - f) and the sum, so below 16 x 2^-24.
-    const double tolerance = (ownFrame ? 4 : 2) * 0x1p-17 * 0.4 / 29 + 16 * 0x1p-24;
+    double const tolerance = (ownFrame ? 4 : 2) * 0x1p-17 * 0.4 / 29 + 16 * 0x1p-24;
     Random random(seed);
     Checked checked;
     for (int round = 0; round < rounds; ++round) {
@@ -206,8 +206,8 @@ Checked renderRamps(unsigned seed, int rounds, bool ownFrame) {
         scene.to = zelk::randomConvexQuad(random);
         if (!ownFrame) {
             // Upright rectangles: what the first pass leaves is then a ramp for the second one.
-            const double l = random.uniform(-0.1, 0.3), r = random.uniform(0.6, 1.1);
-            const double t = random.uniform(-0.1, 0.3), b = random.uniform(0.6, 1.1);
+            double const l = random.uniform(-0.1, 0.3), r = random.uniform(0.6, 1.1);
+            double const t = random.uniform(-0.1, 0.3), b = random.uniform(0.6, 1.1);
             scene.from = {l, t, r, t, l, b, r, b};
             if (scene.view == kViewBothPins && !scene.crop)
                 scene.from = zelk::randomConvexQuad(random);
@@ -259,8 +259,8 @@ template <class T>
 void expectTransfer(MemoryHostFamily family, unsigned entry) {
     SCOPED_TRACE(testing::Message() << "format " << T::kFormat << " family " << int(family)
                                     << " entry and seed " << entry);
-    const bool noAlpha = family == MemoryHostFamily::kAVX1 || family == MemoryHostFamily::kAVX2;
-    const bool associated = family == MemoryHostFamily::kFXPLUG;
+    bool const noAlpha = family == MemoryHostFamily::kAVX1 || family == MemoryHostFamily::kAVX2;
+    bool const associated = family == MemoryHostFamily::kFXPLUG;
     Renderer pass(T::kFormat), whole(T::kFormat, kWidth, kHeight, family);
     for (Renderer* renderer : {&pass, &whole}) {
         Random random(entry);
@@ -305,7 +305,7 @@ void expectTransfer(MemoryHostFamily family, unsigned entry) {
 }
 
 TEST(PipelineFrames, CompositesOnItsOwnInEveryFamilyFormatAndMode) {
-    for (const auto family : {MemoryHostFamily::kNone, MemoryHostFamily::kAVX1,
+    for (auto const family : {MemoryHostFamily::kNone, MemoryHostFamily::kAVX1,
                               MemoryHostFamily::kAVX2, MemoryHostFamily::kFXPLUG})
         for (unsigned entry = 0; entry < 23; ++entry) {
 #define EXPECT_TRANSFER(NAME) expectTransfer<PIXEL_##NAME>(family, entry);
@@ -350,7 +350,7 @@ TEST(PipelineFrames, OnlyAKernelSoftensAtRestAndLowMixesNothing) {
 // Pins that shrink nothing leave the fade alone, by the lesser scale; in a frame of twice the size
 // those at half of it. A To view starts from the layer itself.
 TEST(PipelineFrames, SuperSampleAtRestIsHighOfAFadedLayer) {
-    for (const int times : {1, 2})
+    for (int const times : {1, 2})
         for (const ViewModeEntry view : {kViewToPins, kViewBothPins}) {
             Scene scene{view};
             for (double& pin : scene.to) pin /= times;
@@ -367,7 +367,7 @@ TEST(PipelineFrames, SuperSampleAtRestIsHighOfAFadedLayer) {
 
 // High softens even a frame at rest, so a first pass that runs shows.
 TEST(PipelineFrames, TheFirstPassIsLeftOutOnlyAtRestWithinATolerance) {
-    const auto runs = [](int index, double change) {
+    auto const runs = [](int index, double change) {
         Scene scene;
         scene.view = kViewFromPins;
         double* const values[] = {&scene.translateX, &scene.translateY, &scene.scaleX,

@@ -22,12 +22,12 @@ constexpr int kWidth = 41, kHeight = 23;
 
 /// Both hosts' controls at once. Numbers are multiples of 1/256, so 16.16 holds them.
 void setRandomControls(zelk::Host& host, PluginHost_Memory_Impl& memory, Random& random) {
-    const auto dyadic = [](double value) { return std::floor(value * 256) / 256; };
-    const auto number = [&](int index, double value, int firstEntry = 0) {
+    auto const dyadic = [](double value) { return std::floor(value * 256) / 256; };
+    auto const number = [&](int index, double value, int firstEntry = 0) {
         zelk_test::setControl(host, index, value + firstEntry);
         memory.setFloat(index, value);
     };
-    const auto anyNumber = [&](int index, double low, double high) {
+    auto const anyNumber = [&](int index, double low, double high) {
         number(index, dyadic(random.uniform(low, high)));
     };
     host.resetParameters(kWidth, kHeight);
@@ -36,15 +36,15 @@ void setRandomControls(zelk::Host& host, PluginHost_Memory_Impl& memory, Random&
     number(kParamViewMode, random.integer(1, 3), 1);
     number(kParamQuality, random.integer(0, 2), 1);
     number(kParamCropToPins, random.integer(0, 1));
-    for (const int first : {kParamFromUpperLeft, kParamToUpperLeft}) {
+    for (int const first : {kParamFromUpperLeft, kParamToUpperLeft}) {
         const zelk::Quad quad = zelk::randomConvexQuad(random);
         for (int i = 0; i < 4; ++i) {
-            const double x = dyadic(quad[2 * i] * kWidth), y = dyadic(quad[2 * i + 1] * kHeight);
+            double const x = dyadic(quad[2 * i] * kWidth), y = dyadic(quad[2 * i + 1] * kHeight);
             zelk_test::setPin(host, first + i, x, y);
             memory.setPoint(first + i, x / kWidth, y / kHeight);
         }
     }
-    for (const int first : {kParamFromUpperLeftOffsetX, kParamToUpperLeftOffsetX})
+    for (int const first : {kParamFromUpperLeftOffsetX, kParamToUpperLeftOffsetX})
         for (int i = 0; i < 8; ++i) anyNumber(first + i, -4, 4);
     anyNumber(kParamTranslateX, -20, 20);
     anyNumber(kParamScaleY, 0.5, 2);
@@ -104,7 +104,7 @@ bool expectAgreement(zelk::HostIdentity identity, Depth depth, unsigned seed) {
     auto const rendered = host.render(input, output, {});
     EXPECT_EQ(rendered.code, 0);
     EXPECT_EQ(zelk_test::nothingOwed(rendered), "nothing");
-    const auto agreed = host.preRender(&input, depth, {});
+    auto const agreed = host.preRender(&input, depth, {});
     zelk::World smart = host.outputFor(agreed);
     EXPECT_EQ(host.smartRender(&input, smart, agreed, {}).code, 0);
     zelk_test::changeColour<T>(false, viewOf<T>(layer));
@@ -204,7 +204,7 @@ TEST(PipelineInModule, ASamplesControlsAreReadByTheirDiskIds) {
 // Pins of the layer stand on their pixels in the image around it; the margin is taken once.
 TEST(PipelineInModule, AGrownFrameKeepsPinsOnTheirPixels) {
     for (auto const& [marginX, marginY] : {std::pair(0, 0), {2, 0}, {0, 1}, {1, 2}}) {
-        const int width = 9 + 2 * marginX, height = 7 + 2 * marginY;
+        int const width = 9 + 2 * marginX, height = 7 + 2 * marginY;
         auto host = zelk_test::hostWithControls(zelk_test::kModernAE, 9, 7);
         zelk::World input(host->worldSpec(width, height, Depth::k8)), output(input.spec());
         RenderSettings settings = wholeImageSettings(width, height);

@@ -16,8 +16,8 @@ template <class T>
 double valueAt(zelk::Random& random, int place) {
     constexpr double kEdges[] = {0, 1, 2, 16384, 16385, 32767, 32768, 65535};
     constexpr double kFloatEdges[] = {0, 1, 2, 0.3f, 1e-30f, -1, 0.5, 4};
-    const auto edge = static_cast<std::size_t>(random.integer(0, 7));
-    const bool isEdge = random.flip();
+    auto const edge = static_cast<std::size_t>(random.integer(0, 7));
+    bool const isEdge = random.flip();
     if (T::kWhite == 255) return place;
     if (T::kIsFloat) return isEdge ? kFloatEdges[edge] : static_cast<float>(random.uniform(0, 2));
     return isEdge ? kEdges[edge] : random.integer(0, 32768);
@@ -27,7 +27,7 @@ double valueAt(zelk::Random& random, int place) {
 template <class T>
 double wanted(bool divides, double alpha, double colour) {
     if (T::kIsFloat) {
-        const auto a = static_cast<float>(alpha), c = static_cast<float>(colour);
+        auto const a = static_cast<float>(alpha), c = static_cast<float>(colour);
         return !divides ? a * c : a > 0 ? c / a : c;
     }
     if (!divides)
@@ -42,7 +42,7 @@ TYPED_TEST_SUITE(Premultiplication, zelk_test::RenderedFormats);
 
 TYPED_TEST(Premultiplication, IsRealArithmeticAndKeepsAlphaAndPadding) {
     using T = TypeParam;
-    const auto check = [](int width, bool divides) {
+    auto const check = [](int width, bool divides) {
         zelk::Random random(4711);
         zelk::GuardedRaster before(T::kFormat, width, 256, 20);
         before.paint(

@@ -21,7 +21,7 @@ void changeColour(bool divides, QV_RasterInfo const& info) {
     using F = typename T::FORMAT;
     PluginHost_Memory_Impl host(info, info);
     PluginRaster_Memory_Impl view(info);
-    const auto function = divides ? UnPremult<T, C, W, G, F> : Premult<T, C, W, G, F>;
+    auto const function = divides ? UnPremult<T, C, W, G, F> : Premult<T, C, W, G, F>;
     EXPECT_EQ(function(T{}, &host, &view), 0);
 }
 

@@ -92,7 +92,7 @@ TYPED_TEST(EachFormat, TheBorderFadesByTheRampAndCornersTwice) {
 
 TEST(SuperSamplePlan, RadiiFadeAndEndByTheSidesOfTheToQuad) {
     RenderArguments args{};
-    const double pins[8] = {0.1, 0.1, 0.35, 0.1, 0.1, 0.6, 0.2, 0.6};  // top 1/4, bottom 1/10
+    double const pins[8] = {0.1, 0.1, 0.35, 0.1, 0.1, 0.6, 0.2, 0.6};  // top 1/4, bottom 1/10
     std::copy_n(pins, 8, args.toPins);
     args.superSampleEdge = 2;
     // 1920 * 2 / 32, and a half that is cut.
@@ -106,7 +106,7 @@ TEST(SuperSamplePlan, RadiiFadeAndEndByTheSidesOfTheToQuad) {
         EXPECT_EQ(planSuperSample(args, {width, height, width, height, scale}).fadeExtent, extent);
 
     constexpr SuperSampleScene kHd = {1920, 1080, 1920, 1080, 1};
-    const auto expectRadii = [&](double softness, SuperSampleScene const& scene, double top,
+    auto const expectRadii = [&](double softness, SuperSampleScene const& scene, double top,
                                  double bottom, double left, double right, double end) {
         args.superSampleSoftness = softness;
         const SuperSamplePlan plan = planSuperSample(args, scene);
@@ -117,7 +117,7 @@ TEST(SuperSamplePlan, RadiiFadeAndEndByTheSidesOfTheToQuad) {
         EXPECT_DOUBLE_EQ(plan.softensEnd ? plan.endRadius : 0, end);
         EXPECT_EQ(plan.rows.isVisible(), top > 0);
     };
-    const double right = 0.5 / std::hypot(0.15, 0.5), right2 = 0.5 / std::hypot(0.3, 0.25);
+    double const right = 0.5 / std::hypot(0.15, 0.5), right2 = 0.5 / std::hypot(0.3, 0.25);
     expectRadii(1, kHd, 2, 5, 1, right, 0);  // 192 pixels: no softer end
     expectRadii(2, kHd, 4, 10, 2, 2 * right, 0);
     expectRadii(0, kHd, 0, 0, 0, 0, 0);
@@ -131,7 +131,7 @@ TEST(SuperSamplePlan, RadiiFadeAndEndByTheSidesOfTheToQuad) {
 }
 
 TEST(SuperSamplePlan, BlursAlongRowsAndColumnsAndTheEndBothWays) {
-    for (const bool isColumns : {false, true}) {
+    for (bool const isColumns : {false, true}) {
         GuardedRaster line(kFormatARGB32, 15, 15), dot = line;
         line.paint([&](int x, int y, int) { return (isColumns ? y : x) == 7; });
         dot.paint([](int x, int y, int) { return x == 7 && y == 7; });
@@ -141,7 +141,7 @@ TEST(SuperSamplePlan, BlursAlongRowsAndColumnsAndTheEndBothWays) {
         plan.softensEnd = true, plan.endRadius = 2;
         (isColumns ? plan.columns : plan.rows) = {1, 4};
         EXPECT_EQ(blurSource(&host, plan, source) + blurEnd(&host, plan, end), 0);
-        const auto at = [&](int i) { return isColumns ? line.get(i, 7, 0) : line.get(7, i, 0); };
+        auto const at = [&](int i) { return isColumns ? line.get(i, 7, 0) : line.get(7, i, 0); };
         for (int i = 1; i < 15; ++i) EXPECT_LT(at(i), at(i - 1)) << "a growing radius";
         EXPECT_GT(dot.get(6, 7, 0) * dot.get(7, 8, 0), 0);
     }
@@ -152,7 +152,7 @@ void animate(PluginHost_Memory_Impl& host, unsigned seed) {
     using Time = PluginHost_API::TimeObject;
     using Value = PluginHost_Memory_Impl::Value;
     Random random(seed);
-    for (const int first : {kParamFromUpperLeft, kParamToUpperLeft}) {
+    for (int const first : {kParamFromUpperLeft, kParamToUpperLeft}) {
         const zelk::Quad quad = zelk::randomConvexQuad(random);
         for (std::size_t i = 0; i < 4; ++i)
             host.setAnimated(first + static_cast<int>(i), [=](Time const& at) {
@@ -160,11 +160,11 @@ void animate(PluginHost_Memory_Impl& host, unsigned seed) {
             });
     }
     for (int index = kParamToUpperLeftOffsetX; index <= kParamRotate; ++index) {
-        const bool isOffset =
+        bool const isOffset =
             index <= kParamToLowerRightOffsetY ||
             (index >= kParamFromUpperLeftOffsetX && index <= kParamFromLowerRightOffsetY);
         if (!isOffset && index < kParamTranslateX) continue;
-        const double start = index == kParamScaleX || index == kParamScaleY;
+        double const start = index == kParamScaleX || index == kParamScaleY;
         host.setAnimated(index, [=](Time const& at) {
             return Value{start + at.time * 0.0005 * (index - 22.5)};
         });
@@ -177,15 +177,15 @@ void animate(PluginHost_Memory_Impl& host, unsigned seed) {
 // in float three roundings.
 TYPED_TEST(EachFormat, MotionBlurIsTheMeanOfItsMoments) {
     constexpr int kWidth = 23, kHeight = 15, kSamples = 5;
-    const double r = TypeParam::kIsFloat ? 3 * 0x1p-24 : 0.5 + 0x1p-7;
-    const double bound = r * (kSamples * (kSamples + 1) / 2 - 1) / kSamples;
-    for (const unsigned view : {1u, 2u, 3u})
-        for (const unsigned quality : {2u, 3u}) {
+    double const r = TypeParam::kIsFloat ? 3 * 0x1p-24 : 0.5 + 0x1p-7;
+    double const bound = r * (kSamples * (kSamples + 1) / 2 - 1) / kSamples;
+    for (unsigned const view : {1u, 2u, 3u})
+        for (unsigned const quality : {2u, 3u}) {
             SCOPED_TRACE(testing::Message() << "view " << view << " quality " << quality);
             GuardedRaster input(TypeParam::kFormat, kWidth, kHeight);
             Random random(view);
             input.paint([&](int, int, int) { return random.uniform(0, TypeParam::kWhite); });
-            const auto render = [&](int time, int samples, double phase) {
+            auto const render = [&](int time, int samples, double phase) {
                 // In one view the frame has a size of its own.
                 GuardedRaster output(TypeParam::kFormat, kWidth + 4 * (view == 3), kHeight, 16);
                 PluginHost_Memory_Impl host(input.info(), output.info());

@@ -48,7 +48,7 @@ TEST(SmartPreRender, AsksForTheWholeLayerAndPromisesLayerAndMargin) {
         frame.downsample = c.downsample;
         frame.layerWidth = 24;
         frame.layerHeight = 18;
-        const auto agreed = smart.host.preRender(&layer, Depth::k8, frame, c.asked);
+        auto const agreed = smart.host.preRender(&layer, Depth::k8, frame, c.asked);
         EXPECT_EQ(agreed.command.code, 0);
         EXPECT_EQ(text(agreed.layerRequest.rect), text(c.layer));
         EXPECT_EQ(agreed.layerRequest.preserve_rgb_of_zero_alpha, 1);
@@ -60,8 +60,8 @@ TEST(SmartPreRender, AsksForTheWholeLayerAndPromisesLayerAndMargin) {
 
 // The command on records full of other things: it sets what is its own and keeps the rest.
 TEST(SmartPreRender, KeepsWhatIsTheHosts) {
-    const auto module = dlopen(ZELK_MODULE, RTLD_NOW);
-    const auto entry = reinterpret_cast<PF_EntryPoint>(dlsym(module, kEntryPointName));
+    auto const module = dlopen(ZELK_MODULE, RTLD_NOW);
+    auto const entry = reinterpret_cast<PF_EntryPoint>(dlsym(module, kEntryPointName));
     static PF_RenderRequest seen;
     PF_InData in{};
     in.width = 7;
@@ -106,11 +106,11 @@ TEST(SmartRender, TheLayerStandsInItsPlaceInAGrownFrame) {
                 world->record()->origin_x += 3;
                 world->record()->origin_y += 4;
             }
-            const auto result = smart.host.smartRender(&layer, output, agreed, {});
+            auto const result = smart.host.smartRender(&layer, output, agreed, {});
             EXPECT_EQ(result.code, 0);
             EXPECT_EQ(zelk_test::nothingOwed(result), "nothing");
             ASSERT_EQ(output.width(), kWidth + 2 * marginX);
-            const auto bytes = static_cast<std::size_t>(zelk::pixelBytes(depth));
+            auto const bytes = static_cast<std::size_t>(zelk::pixelBytes(depth));
             for (int y = 0; y < output.height(); ++y) {
                 std::vector<std::byte> row(static_cast<std::size_t>(output.width()) * bytes);
                 if (y >= marginY && y < kHeight + marginY)
@@ -126,26 +126,26 @@ TEST(SmartRender, TheLayerStandsInItsPlaceInAGrownFrame) {
 // the grown frame from the second sample on.
 TEST(SmartRender, PinsOutsideTheLayerAreDrawnInTheMargin) {
     constexpr int kGrow = 4;
-    const double left = 2.5, right = 1.75, top = 1.25, bottom = 2;  // beyond the layer
-    for (const int samples : {1, 2}) {
+    double const left = 2.5, right = 1.75, top = 1.25, bottom = 2;  // beyond the layer
+    for (int const samples : {1, 2}) {
         Smart smart(kGrow);
         zelk_test::setControl(smart.host, kParamMotionBlur, 2);
         zelk_test::setControl(smart.host, kParamSamples, samples);
         for (int i = 0; i < 4; ++i) {
-            const bool isRight = i % 2, isLower = i / 2;
+            bool const isRight = i % 2, isLower = i / 2;
             zelk_test::setPin(smart.host, kParamToUpperLeft + i, isRight ? kWidth : -left,
                               isLower ? kHeight : -top);
-            const int offset = kParamToUpperLeftOffsetX + 2 * i;
+            int const offset = kParamToUpperLeftOffsetX + 2 * i;
             if (isRight) zelk_test::setControl(smart.host, offset, 100 * right / kWidth);
             if (isLower) zelk_test::setControl(smart.host, offset + 1, 100 * bottom / kHeight);
         }
         World layer(smart.host.worldSpec(kWidth, kHeight, Depth::kFloat));
         for (int y = 0; y < kHeight; ++y) std::fill_n(layer.rowAs<float>(y), 4 * kWidth, 1.0f);
-        const auto agreed = smart.host.preRender(&layer, Depth::kFloat, {});
+        auto const agreed = smart.host.preRender(&layer, Depth::kFloat, {});
         World output = smart.host.outputFor(agreed);
         EXPECT_EQ(smart.host.smartRender(&layer, output, agreed, {}).code, 0);
         // The kernel spreads either edge over a pixel.
-        const auto expectSpan = [&](int side, double before, double after, auto const& coverageAt) {
+        auto const expectSpan = [&](int side, double before, double after, auto const& coverageAt) {
             double first = 0, last = 0;
             for (int i = 0; i < side + 2 * kGrow; ++i)
                 (i < kGrow + side / 2 ? first : last) += coverageAt(i);
@@ -167,7 +167,7 @@ TEST(SmartRender, ALayerWithoutPixelsClearsTheOutput) {
         zelk::FrameRequest frame;
         frame.layerWidth = kWidth;
         frame.layerHeight = kHeight;
-        const auto agreed = smart.host.preRender(nullptr, depth, frame);
+        auto const agreed = smart.host.preRender(nullptr, depth, frame);
         EXPECT_EQ(text(agreed.resultRect), text({-2, -2, kWidth + 2, kHeight + 2}));
         World output = smart.host.outputFor(agreed);
         // What is refused here changes the picture, not the result.
@@ -176,7 +176,7 @@ TEST(SmartRender, ALayerWithoutPixelsClearsTheOutput) {
             monitor.clearFaults();
             monitor.restart();
             monitor.inject({refused, 0, 9});
-            const auto result = smart.host.smartRender(nullptr, output, agreed, frame);
+            auto const result = smart.host.smartRender(nullptr, output, agreed, frame);
             EXPECT_EQ(result.code, 0);
             EXPECT_EQ(zelk_test::nothingOwed(result), "nothing");
             bool isClear = true;

@@ -23,7 +23,7 @@ TEST(MemoryHost, ImagesKeepTheOutputsChannelOrderAtEveryDepth) {
         PluginHost_Memory_Impl host({}, out.info());
         int served = 0;
         for (int depth = 0; depth <= 4; ++depth) {
-            const auto type = static_cast<PluginRaster_API::PixelType>(depth);
+            auto const type = static_cast<PluginRaster_API::PixelType>(depth);
             int error = 77;
             std::unique_ptr<PluginRaster_API> image(host.allocRaster(5, 4, type, error, 0));
             EXPECT_EQ(error, 0);
@@ -31,7 +31,7 @@ TEST(MemoryHost, ImagesKeepTheOutputsChannelOrderAtEveryDepth) {
             ++served;
             Info info{};
             host.getRasterInfo(image.get(), &info);
-            const auto made = std::find_if(std::begin(kFormats), std::end(kFormats),
+            auto const made = std::find_if(std::begin(kFormats), std::end(kFormats),
                                            [&](auto const& f) { return f.code == info.format; });
             ASSERT_NE(made, std::end(kFormats)) << info.format;
             EXPECT_EQ(image->getPixelType(), type);
@@ -49,28 +49,28 @@ TEST(MemoryHost, ImagesKeepTheOutputsChannelOrderAtEveryDepth) {
 
 TEST(MemoryHost, CopiesLikeAPixelByPixelCopy) {
     Random random(20240611);
-    const auto noise = [&](QV_RasterFormat format) {
+    auto const noise = [&](QV_RasterFormat format) {
         GuardedRaster raster(format, random.integer(0, 9), random.integer(0, 9),
                              4 * random.integer(0, 2));
         raster.paint([&](int, int, int) { return random.uniform(0, zelk::whiteOf(format)); });
         return raster;
     };
-    const auto randomRect = [&] {
+    auto const randomRect = [&] {
         const auto side = [&](int high) { return static_cast<short>(random.integer(-3, high)); };
         return QV_Rect{side(9), side(9), side(12), side(12)};
     };
     for (int round = 0; round < 300; ++round) {
-        const auto format = kFormats[random.integer(0, 10)].code;
+        auto const format = kFormats[random.integer(0, 10)].code;
         const GuardedRaster from = noise(format), to = noise(format);
         GuardedRaster expected = to;
         QV_Rect f = randomRect(), t = randomRect();
-        const bool wholeFrom = round % 3 == 0, wholeTo = round % 4 == 0;
+        bool const wholeFrom = round % 3 == 0, wholeTo = round % 4 == 0;
         PluginHost_Memory_Impl host(from.info(), to.info());
         Raster source(from.info()), target(to.info());
         EXPECT_EQ(host.copy(&source, &target, wholeFrom ? nullptr : &f, wholeTo ? nullptr : &t), 0);
         if (wholeFrom) f = {0, 0, 100, 100};
         if (wholeTo) t = {0, 0, 100, 100};
-        const auto holds = [](GuardedRaster const& image, int x, int y) {
+        auto const holds = [](GuardedRaster const& image, int x, int y) {
             return x >= 0 && y >= 0 && x < image.width() && y < image.height();
         };
         for (int y = 0; y < f.bottom - f.top && y < t.bottom - t.top; ++y)

@@ -34,7 +34,7 @@ TEST(Drag, PicksTheSmallerQuadThatIsShownAndMovesItAlone) {
         zelk::Panel const& panel = kPanels[random() % 4];
         Box const &toBox = kTos[random() % 3], &fromBox = kFroms[random() % 3];
         auto const [x, y] = kClicks[random() % 7];
-        const int mode = 1 + static_cast<int>(random() % 3);
+        int const mode = 1 + static_cast<int>(random() % 3);
         SCOPED_TRACE(testing::Message()
                      << x << ", " << y << " mode " << mode << " round " << round);
         Stage s;
@@ -44,9 +44,9 @@ TEST(Drag, PicksTheSmallerQuadThatIsShownAndMovesItAlone) {
         s.place(kFrom, fromBox);
         zelk::setPoint(s.value(kFrom[3]), fromBox.right, fromBox.bottom + 0.375);
         auto const to = s.fixed(kTo), from = s.fixed(kFrom);
-        const bool isTo = mode >= 2 && holds(toBox, x, y);
-        const bool isFrom = mode != 2 && holds(fromBox, x, y);
-        const bool picksFrom = isFrom && !(isTo && areaOf(toBox) < areaOf(fromBox));
+        bool const isTo = mode >= 2 && holds(toBox, x, y);
+        bool const isFrom = mode != 2 && holds(fromBox, x, y);
+        bool const picksFrom = isFrom && !(isTo && areaOf(toBox) < areaOf(fromBox));
         auto const clicked = s.events.click(s.at(x, y));
         EXPECT_EQ(s.host.monitor().count("comp_to_layer"), panel.shows == PF_Window_COMP);
         EXPECT_EQ(clicked.handled() && clicked.asksForDrag && clicked.redrawn, isTo || isFrom);

@@ -30,7 +30,7 @@ struct Session : Stage {
 };
 
 TEST(EditSession, RandomActsAreUndoneAndRedoneToTheBit) {
-    const unsigned seed = 20261125;
+    unsigned const seed = 20261125;
     SCOPED_TRACE(seed);
     std::mt19937 random(seed);
     auto const below = [&](int n) { return static_cast<int>(random() % unsigned(n)); };
@@ -45,8 +45,8 @@ TEST(EditSession, RandomActsAreUndoneAndRedoneToTheBit) {
     for (int act = 0; act < 400; ++act) {
         bool isStep = false;
         if (below(4) == 0) session.setFrame(below(60) - 5);
-        const int kind = below(7);
-        const bool canUndo = now > 0, canRedo = now + 1 < history.size();
+        int const kind = below(7);
+        bool const canUndo = now > 0, canRedo = now + 1 < history.size();
         if (kind == 0) {
             EXPECT_EQ(session.undo(), canUndo);
             now -= canUndo;
@@ -54,7 +54,7 @@ TEST(EditSession, RandomActsAreUndoneAndRedoneToTheBit) {
             EXPECT_EQ(session.redo(), canRedo);
             now += canRedo;
         } else if (kind < 4) {
-            const int index = kEdited[below(std::size(kEdited))];
+            int const index = kEdited[below(std::size(kEdited))];
             isStep = session.edit(index, {below(600) / 7.0, below(300) / 3.0, 200, 9});
         } else if (session.click({100 + below(300), 100 + below(150),
                                   below(2) ? PF_Mod_SHIFT_KEY : PF_Mod_NONE})) {

@@ -17,7 +17,7 @@ std::map<int, std::string> controlsOf(std::string const& host) {
     std::map<int, std::string> lines;
     std::ifstream file(CONTROLS);
     for (std::string line; std::getline(file, line);) {
-        const bool isCommon = !line.empty() && std::isdigit(line[0]);
+        bool const isCommon = !line.empty() && std::isdigit(line[0]);
         if (!isCommon && line.rfind(host + " ", 0) != 0) continue;
         if (!isCommon) line.erase(0, host.size() + 1);
         lines[std::stoi(line)] = line;

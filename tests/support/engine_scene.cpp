@@ -25,7 +25,7 @@ struct EngineHost : PluginHost_Memory_Impl {
 };
 
 PixelRect randomRect(Random& random, int width, int height) {
-    const int left = random.integer(0, (width - 1) / 3), top = random.integer(0, (height - 1) / 3);
+    int const left = random.integer(0, (width - 1) / 3), top = random.integer(0, (height - 1) / 3);
     return {left, top, random.integer(std::max(left, width / 2), width - 1),
             random.integer(std::max(top, height / 2), height - 1)};
 }
@@ -43,11 +43,11 @@ EngineScene randomScene(Random& random, int largest) {
     return scene;
 }
 
-GuardedRaster noiseSource(Random& random, const EngineScene& scene, QV_RasterFormat format,
+GuardedRaster noiseSource(Random& random, EngineScene const& scene, QV_RasterFormat format,
                           int paddingBytes) {
     // A row and a column more than may be read.
     GuardedRaster source(format, scene.source.right + 2, scene.source.bottom + 2, paddingBytes);
-    const PixelRect& r = scene.source;
+    PixelRect const& r = scene.source;
     source.paint([&](int x, int y, int) {
         const bool readable = x >= r.left && x <= r.right && y >= r.top && y <= r.bottom;
         const double value = random.uniform(0.0, 1.0) * whiteOf(format);
@@ -56,8 +56,8 @@ GuardedRaster noiseSource(Random& random, const EngineScene& scene, QV_RasterFor
     return source;
 }
 
-GuardedRaster renderScene(const EngineScene& scene, const GuardedRaster& source,
-                          const EngineOptions& options, int paddingBytes) {
+GuardedRaster renderScene(EngineScene const& scene, GuardedRaster const& source,
+                          EngineOptions const& options, int paddingBytes) {
     GuardedRaster output(source.format(), scene.window.width(), scene.window.height(),
                          paddingBytes);
     EngineHost host(source.info(), output.info());
@@ -72,16 +72,16 @@ GuardedRaster renderScene(const EngineScene& scene, const GuardedRaster& source,
     setPins(core.fromPins, scene.from);
     setPins(core.toPins, scene.to);
     RenderSettings settings;
-    const PixelRect &d = scene.window, &s = scene.source;
+    PixelRect const &d = scene.window, &s = scene.source;
     settings.dstLeft = d.left, settings.dstTop = d.top;
     settings.dstRight = d.right, settings.dstBottom = d.bottom;
     settings.srcLeft = s.left, settings.srcTop = s.top;
     settings.srcRight = s.right, settings.srcBottom = s.bottom;
     setDefaultSuperSamplePattern(&settings);
 
-    const int defaultThreads = omp_get_max_threads();
+    int const defaultThreads = omp_get_max_threads();
     if (options.threads > 0) omp_set_num_threads(options.threads);
-    const int result =
+    int const result =
         CommonRender_CoreTransformRender(&host, core, source.info(), output.info(),
                                          options.clearOutput, false, &settings, true, options.fill);
     omp_set_num_threads(defaultThreads);

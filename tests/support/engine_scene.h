@@ -42,12 +42,12 @@ EngineScene randomScene(Random& random, int largest);
 
 /// A source raster for the scene: noise from 0 to white in every channel. Float rasters hold no
 /// numbers outside the source rectangle, so that one read there spoils a pixel.
-GuardedRaster noiseSource(Random& random, const EngineScene& scene, QV_RasterFormat format,
+GuardedRaster noiseSource(Random& random, EngineScene const& scene, QV_RasterFormat format,
                           int paddingBytes = 0);
 
 /// Renders the scene into a raster of the window's size. Fails the running test if the engine's
 /// result isn't 0 or a guard byte of either raster changed.
-GuardedRaster renderScene(const EngineScene& scene, const GuardedRaster& source,
-                          const EngineOptions& options = {}, int paddingBytes = 0);
+GuardedRaster renderScene(EngineScene const& scene, GuardedRaster const& source,
+                          EngineOptions const& options = {}, int paddingBytes = 0);
 
 }  // namespace zelk

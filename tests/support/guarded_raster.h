@@ -70,14 +70,14 @@ public:
     bool guardsIntact() const {
         const std::size_t used = static_cast<std::size_t>(m_info.width) * m_info.pixelBytes;
         for (std::size_t i = 0; i < m_bytes.size(); ++i) {
-            const bool inside = i >= kGuardBytes && i < m_bytes.size() - kGuardBytes;
+            bool const inside = i >= kGuardBytes && i < m_bytes.size() - kGuardBytes;
             if (inside && (i - kGuardBytes) % m_info.rowBytes < used) continue;
             if (m_bytes[i] != kGuardByte) return false;
         }
         return true;
     }
-    bool samePixels(const GuardedRaster& other) const {
-        const auto length = static_cast<std::size_t>(m_info.width) * m_info.pixelBytes;
+    bool samePixels(GuardedRaster const& other) const {
+        auto const length = static_cast<std::size_t>(m_info.width) * m_info.pixelBytes;
         for (int y = 0; y < m_info.height; ++y)
             if (std::memcmp(pixel(0, y), other.pixel(0, y), length) != 0) return false;
         return true;

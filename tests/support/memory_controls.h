@@ -9,9 +9,9 @@ namespace zelk {
 /// Sets every control that a render reads. Pins are at the corners of the frame.
 inline void setDefaultControls(PluginHost_Memory_Impl& host) {
     for (int index = 0; index < kParamCount; ++index) host.setFloat(index, 0);
-    for (const int one : {kParamOverlayMode, kParamScaleX, kParamScaleY, kParamSuperSampleSoftness})
+    for (int const one : {kParamOverlayMode, kParamScaleX, kParamScaleY, kParamSuperSampleSoftness})
         host.setFloat(one, 1);
-    for (const int percent : {kParamSourceOpacity, kParamCornerPinOpacity})
+    for (int const percent : {kParamSourceOpacity, kParamCornerPinOpacity})
         host.setFloat(percent, 100);
     host.setPopup(kParamViewMode, 3);
     host.setPopup(kParamQuality, 2);
@@ -20,7 +20,7 @@ inline void setDefaultControls(PluginHost_Memory_Impl& host) {
     host.setInt(kParamSamples, 8);
     host.setColor(kParamToWireframeColor, 1, 1, 50 / 255.0);
     host.setColor(kParamFromWireframeColor, 150 / 255.0, 150 / 255.0, 1);
-    for (const int firstPin : {kParamToUpperLeft, kParamFromUpperLeft})
+    for (int const firstPin : {kParamToUpperLeft, kParamFromUpperLeft})
         for (int i = 0; i < 4; ++i) host.setPoint(firstPin + i, i % 2, i / 2);
 }
 

@@ -17,7 +17,7 @@ constexpr double kEps = 0x1p-52;
 
 /// A quad as the engine's four pins: upper left, lower left, upper right, lower right.
 template <class Pin>
-void setPins(Pin (&pins)[4], const Quad& quad) {
+void setPins(Pin (&pins)[4], Quad const& quad) {
     constexpr int kPinOfCorner[4] = {0, 2, 1, 3};
     for (int i = 0; i < 4; ++i) pins[kPinOfCorner[i]] = {quad[2 * i], quad[2 * i + 1]};
 }
@@ -39,11 +39,11 @@ private:
 /// by any angle about its centre. Always convex: a corner would have to move 0.25 to flatten one.
 inline Quad randomConvexQuad(Random& random) {
     Quad quad = kUnitSquare;
-    const double mirror = random.flip() ? -1 : 1, angle = random.uniform(0.0, 6.283185307179586);
-    const double s = std::sin(angle), c = std::cos(angle);
+    double const mirror = random.flip() ? -1 : 1, angle = random.uniform(0.0, 6.283185307179586);
+    double const s = std::sin(angle), c = std::cos(angle);
     for (int i = 0; i < 8; i += 2) {
-        const double x = mirror * (quad[i] + random.uniform(-0.2, 0.2) - 0.5);
-        const double y = quad[i + 1] + random.uniform(-0.2, 0.2) - 0.5;
+        double const x = mirror * (quad[i] + random.uniform(-0.2, 0.2) - 0.5);
+        double const y = quad[i + 1] + random.uniform(-0.2, 0.2) - 0.5;
         quad[i] = c * x - s * y + 0.5;
         quad[i + 1] = s * x + c * y + 0.5;
     }

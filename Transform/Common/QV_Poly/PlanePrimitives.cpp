@@ -34,14 +34,14 @@ QV_Lerp::QV_Lerp(float t0, float r0, float t1, float r1) {
 QV_Line2D::QV_Line2D(double x0, double y0, double x1, double y1, bool isNormalized)
     : x(x0), y(y0), dx(x1 - x0), dy(y1 - y0), m_normalized(isNormalized) {}
 
-QV_Line2D::QV_Line2D(const QV_Point2D& a, const QV_Point2D& b, bool isNormalized)
+QV_Line2D::QV_Line2D(QV_Point2D const& a, QV_Point2D const& b, bool isNormalized)
     : QV_Line2D(a.x, a.y, b.x, b.y, isNormalized) {}
 
-bool QV_Line2D::operator==(const QV_Line2D& other) const {
+bool QV_Line2D::operator==(QV_Line2D const& other) const {
     return x == other.x && y == other.y && dx == other.dx && dy == other.dy;
 }
 
-QV_Line2D QV_Line2D::operator*(const QV_Matrix2D& /*matrix*/) const {
+QV_Line2D QV_Line2D::operator*(QV_Matrix2D const& /*matrix*/) const {
     QV_Line2D copy = *this;
     copy.m_normalized = false;
     return copy;
@@ -61,10 +61,10 @@ QV_Point2D QV_Line2D::point(double t) const { return {x + t * dx, y + t * dy}; }
 QV_Point2D QV_Line2D::center() const { return point(0.5); }
 
 double QV_Line2D::distance(double px, double py) const {
-    const double a = px - x, b = py - y;
+    double const a = px - x, b = py - y;
     // The part of (a, b) across the direction, times the squared length of the direction.
-    const double acrossX = a * dy * dy - b * dx * dy;
-    const double acrossY = b * dx * dx - a * dx * dy;
+    double const acrossX = a * dy * dy - b * dx * dy;
+    double const acrossY = b * dx * dx - a * dx * dy;
     return std::hypot(acrossX, acrossY) / (dx * dx + dy * dy);
 }
 
@@ -74,7 +74,7 @@ double QV_Line2D::angle() const { return std::atan2(dy, dx); }
 
 void QV_Line2D::normalize() {
     if (m_normalized) return;
-    const double len = length();
+    double const len = length();
     if (len < kShortestDirection) {
         dx = 1.0;
         dy = 0.0;
@@ -96,7 +96,7 @@ QV_Line2D QV_Line2D::perpendicular() const { return {x, y, -(y + dy), x + dx, fa
 QV_Matrix2D::QV_Matrix2D(double a, double b, double c, double d, double e, double f)
     : m{a, b, 0, c, d, 0, e, f, 1} {}
 
-QV_Matrix2D QV_Matrix2D::operator*(const QV_Matrix2D& right) const {
+QV_Matrix2D QV_Matrix2D::operator*(QV_Matrix2D const& right) const {
     QV_Matrix2D out;
     for (int r = 0; r < 3; ++r) {
         for (int c = 0; c < 3; ++c) {
@@ -136,7 +136,7 @@ QV_Matrix2D QV_Matrix2D::sheary(double k) const {
 }
 
 QV_Matrix2D QV_Matrix2D::rotate(double angle) const {
-    const double s = std::sin(angle), c = std::cos(angle);
+    double const s = std::sin(angle), c = std::cos(angle);
     QV_Matrix2D out = *this;
     for (int r = 0; r < 9; r += 3) {
         out.m[r] = c * m[r] + s * m[r + 1];
@@ -154,7 +154,7 @@ QV_Matrix2D QV_Matrix2D::inverse() const {
         for (int r = col + 1; r < 3; ++r) {
             if (std::fabs(left.m[3 * r + col]) > std::fabs(left.m[3 * pivot + col])) pivot = r;
         }
-        const double divisor = left.m[3 * pivot + col];
+        double const divisor = left.m[3 * pivot + col];
         if (divisor == 0.0) {
             for (double& element : right.m) element = 0.0;
             return right;
@@ -167,7 +167,7 @@ QV_Matrix2D QV_Matrix2D::inverse() const {
         }
         for (int r = 0; r < 3; ++r) {
             if (r == col) continue;
-            const double factor = left.m[3 * r + col];
+            double const factor = left.m[3 * r + col];
             for (int c = 0; c < 3; ++c) {
                 left.m[3 * r + c] -= factor * left.m[3 * col + c];
                 right.m[3 * r + c] -= factor * right.m[3 * col + c];
@@ -180,7 +180,7 @@ QV_Matrix2D QV_Matrix2D::inverse() const {
 bool isPointInTriangle(double px, double py, double ax, double ay, double bx, double by, double cx,
                        double cy, double& area) {
     area = triangleArea(ax, ay, bx, by, cx, cy);
-    const double parts = triangleArea(px, py, ax, ay, bx, by) +
+    double const parts = triangleArea(px, py, ax, ay, bx, by) +
                          triangleArea(px, py, bx, by, cx, cy) +
                          triangleArea(px, py, cx, cy, ax, ay);
     return std::fabs(parts - area) < kHitTolerance;
@@ -189,8 +189,8 @@ bool isPointInTriangle(double px, double py, double ax, double ay, double bx, do
 bool isPointInQuad(double px, double py, double x0, double y0, double x1, double y1, double x2,
                    double y2, double x3, double y3, double& area) {
     double first = 0.0, second = 0.0;
-    const bool inFirst = isPointInTriangle(px, py, x0, y0, x1, y1, x2, y2, first);
-    const bool inSecond = isPointInTriangle(px, py, x3, y3, x1, y1, x2, y2, second);
+    bool const inFirst = isPointInTriangle(px, py, x0, y0, x1, y1, x2, y2, first);
+    bool const inSecond = isPointInTriangle(px, py, x3, y3, x1, y1, x2, y2, second);
     area = first + second;
     return inFirst || inSecond;
 }

@@ -51,13 +51,13 @@ struct QV_Line2D {
     QV_Line2D() = default;
     /// From (x0, y0) to (x1, y1); the flag is stored as given.
     QV_Line2D(double x0, double y0, double x1, double y1, bool isNormalized);
-    QV_Line2D(const QV_Point2D& a, const QV_Point2D& b, bool isNormalized);
+    QV_Line2D(QV_Point2D const& a, QV_Point2D const& b, bool isNormalized);
 
     /// Compares start and direction; the flag takes no part.
-    bool operator==(const QV_Line2D& other) const;
+    bool operator==(QV_Line2D const& other) const;
 
     /// A copy with the flag false. The matrix isn't read: the line stays where it is.
-    QV_Line2D operator*(const QV_Matrix2D& matrix) const;
+    QV_Line2D operator*(QV_Matrix2D const& matrix) const;
 
     void translate(double tx, double ty);
 
@@ -94,7 +94,7 @@ struct QV_Matrix2D {
     /// Elements 0, 1, 3, 4, 6, 7; the last column is 0, 0, 1.
     QV_Matrix2D(double a, double b, double c, double d, double e, double f);
 
-    QV_Matrix2D operator*(const QV_Matrix2D& right) const;
+    QV_Matrix2D operator*(QV_Matrix2D const& right) const;
     QV_Matrix2D translate(double tx, double ty) const;
     QV_Matrix2D scale(double sx, double sy) const;
     QV_Matrix2D shearx(double k) const;

@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-void QV_AssertFailed(const char* text, const char* function, const char* sourceFile) {
+void QV_AssertFailed(char const* text, char const* function, char const* sourceFile) {
     std::fprintf(stderr, "Assertion failed: %s, function %s, file %s\n", text, function,
                  sourceFile);
     std::fflush(stderr);

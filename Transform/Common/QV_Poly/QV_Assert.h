@@ -8,13 +8,13 @@ inline constexpr char kQvAssertSource[] = "Transform/Common/QV_Poly";
 
 /// Prints the text of a failed assertion, the function's name and the source file's name on
 /// standard error, then stops the program with abort(). Never returns.
-[[noreturn]] void QV_AssertFailed(const char* text, const char* function, const char* sourceFile);
+[[noreturn]] void QV_AssertFailed(char const* text, char const* function, char const* sourceFile);
 
 /// Stops the program with `text` unless `condition` holds. A null statement otherwise.
 #define QV_ASSERT(condition, text)                                      \
     do {                                                                \
         if (!(condition)) {                                             \
-            QV_AssertFailed((text), static_cast<const char*>(__func__), \
-                            static_cast<const char*>(kQvAssertSource)); \
+            QV_AssertFailed((text), static_cast<char const*>(__func__), \
+                            static_cast<char const*>(kQvAssertSource)); \
         }                                                               \
     } while (false)

@@ -18,7 +18,7 @@ struct SinCos {
 };
 
 SinCos sinCosDeg(double degrees) {
-    const double radians = degrees * kRadPerDeg;
+    double const radians = degrees * kRadPerDeg;
     return {std::sin(radians), std::cos(radians)};
 }
 
@@ -29,7 +29,7 @@ void scaleRow(double* row, double factor) {
 // (a, b) := (c a + s b, c b - s a), element by element.
 void turnRows(double* a, double* b, SinCos t) {
     for (int i = 0; i < 4; ++i) {
-        const double oldA = a[i];
+        double const oldA = a[i];
         a[i] = t.c * oldA + t.s * b[i];
         b[i] = t.c * b[i] - t.s * oldA;
     }
@@ -41,7 +41,7 @@ void QV_Mtrx44::unify() {
     for (int i = 0; i < 16; ++i) m[i] = i % 5 == 0 ? 1.0 : 0.0;
 }
 
-void QV_Mtrx44::multLeft(const QV_Mtrx44& b) {
+void QV_Mtrx44::multLeft(QV_Mtrx44 const& b) {
     double product[16];
     for (int r = 0; r < 4; ++r) {
         for (int c = 0; c < 4; ++c) {
@@ -79,16 +79,16 @@ void QV_Mtrx44::transform(double x, double y, double z, double w, double* ox, do
 void QV_Mtrx44::perspective(double fovy, double aspect, double zNear, double zFar) {
     QV_ASSERT(zNear != 0.0, "zNear != 0.0");
     QV_ASSERT((zFar - zNear) != 0.0, "(zFar - zNear) != 0.0");
-    const double t = std::tan(fovy * kHalfRadPerDeg);
-    const double p = 1.0 / (t * zNear);
-    const double q = aspect * p;
-    const double r = -1.0 / zNear;
-    const double u = -zFar / (zFar - zNear);
-    const double v = -r * u;
+    double const t = std::tan(fovy * kHalfRadPerDeg);
+    double const p = 1.0 / (t * zNear);
+    double const q = aspect * p;
+    double const r = -1.0 / zNear;
+    double const u = -zFar / (zFar - zNear);
+    double const v = -r * u;
     scaleRow(m, p);
     scaleRow(m + 4, q);
     for (int c = 0; c < 4; ++c) {
-        const double row2 = m[8 + c];
+        double const row2 = m[8 + c];
         m[8 + c] = r * m[12 + c] + v * row2;
         m[12 + c] = u * row2;
     }
@@ -97,14 +97,14 @@ void QV_Mtrx44::perspective(double fovy, double aspect, double zNear, double zFa
 void QV_Mtrx44::perspectiveInverse(double fovy, double aspect, double zNear, double zFar) {
     QV_ASSERT(zNear != 0.0, "zNear != 0.0");
     QV_ASSERT((zFar - zNear) != 0.0, "(zFar - zNear) != 0.0");
-    const double t = static_cast<double>(std::tan(static_cast<float>(fovy * kHalfRadPerDeg)));
-    const double p = t * zNear;
-    const double q = p / aspect;
-    const double u = (zNear - zFar) / zFar;
+    double const t = static_cast<double>(std::tan(static_cast<float>(fovy * kHalfRadPerDeg)));
+    double const p = t * zNear;
+    double const q = p / aspect;
+    double const u = (zNear - zFar) / zFar;
     scaleRow(m, p);
     scaleRow(m + 4, q);
     for (int c = 0; c < 4; ++c) {
-        const double row2 = m[8 + c];
+        double const row2 = m[8 + c];
         m[8 + c] = u * m[12 + c];
         m[12 + c] -= zNear * row2;
     }
@@ -113,18 +113,18 @@ void QV_Mtrx44::perspectiveInverse(double fovy, double aspect, double zNear, dou
 // N = (a d 0 g | b e 0 h | 0 0 1 0 | x0 y0 0 1): (x, y) goes to
 // ((a x + b y + x0) / (g x + h y + 1), (d x + e y + y0) / (g x + h y + 1)). g and h follow from
 // corner 3, the rest from corners 0, 1 and 2.
-int QV_Mtrx44::square2Quad(const double* quad) {
-    const double x0 = quad[0], y0 = quad[1], x1 = quad[2], y1 = quad[3];
-    const double x2 = quad[4], y2 = quad[5], x3 = quad[6], y3 = quad[7];
-    const double dx1 = x1 - x3, dx2 = x2 - x3, sx = x0 - x1 + x3 - x2;
-    const double dy1 = y1 - y3, dy2 = y2 - y3, sy = y0 - y1 + y3 - y2;
-    const double den = dx1 * dy2 - dx2 * dy1;
-    const double inv = den == 0.0 ? 0.0 : 1.0 / den;
-    const double g = (sx * dy2 - dx2 * sy) * inv;
-    const double h = (dx1 * sy - sx * dy1) * inv;
-    const double a = x1 - x0 + g * x1, b = x2 - x0 + h * x2;
-    const double d = y1 - y0 + g * y1, e = y2 - y0 + h * y2;
-    const double rows[16] = {a, d, 0, g, b, e, 0, h, 0, 0, 1, 0, x0, y0, 0, 1};
+int QV_Mtrx44::square2Quad(double const* quad) {
+    double const x0 = quad[0], y0 = quad[1], x1 = quad[2], y1 = quad[3];
+    double const x2 = quad[4], y2 = quad[5], x3 = quad[6], y3 = quad[7];
+    double const dx1 = x1 - x3, dx2 = x2 - x3, sx = x0 - x1 + x3 - x2;
+    double const dy1 = y1 - y3, dy2 = y2 - y3, sy = y0 - y1 + y3 - y2;
+    double const den = dx1 * dy2 - dx2 * dy1;
+    double const inv = den == 0.0 ? 0.0 : 1.0 / den;
+    double const g = (sx * dy2 - dx2 * sy) * inv;
+    double const h = (dx1 * sy - sx * dy1) * inv;
+    double const a = x1 - x0 + g * x1, b = x2 - x0 + h * x2;
+    double const d = y1 - y0 + g * y1, e = y2 - y0 + h * y2;
+    double const rows[16] = {a, d, 0, g, b, e, 0, h, 0, 0, 1, 0, x0, y0, 0, 1};
     QV_Mtrx44 n;
     std::memcpy(n.m, rows, sizeof n.m);
     multLeft(n);
@@ -147,7 +147,7 @@ QV_Mtrx44 QV_Mtrx44::square2QuadInverse(bool overwrite) {
     return out;
 }
 
-int QV_Mtrx44::quad2Square(const double* quad) {
+int QV_Mtrx44::quad2Square(double const* quad) {
     QV_Mtrx44 u;
     u.square2Quad(quad);
     u.square2QuadInverse(true);
@@ -155,7 +155,7 @@ int QV_Mtrx44::quad2Square(const double* quad) {
     return 1;
 }
 
-int QV_Mtrx44::quad2Quad(const double* fromQuad, const double* toQuad, bool useInput,
+int QV_Mtrx44::quad2Quad(double const* fromQuad, double const* toQuad, bool useInput,
                          double offsetX, double offsetY, double scaleX, double scaleY,
                          double rotation, double centerX, double centerY, double centerZ,
                          double aspect) {

@@ -25,7 +25,7 @@ public:
     void unify();
 
     /// this := b * this.
-    void multLeft(const QV_Mtrx44& b);
+    void multLeft(QV_Mtrx44 const& b);
 
     void translate(double x, double y, double z);
     void scale(double x, double y, double z);
@@ -47,7 +47,7 @@ public:
 
     /// Left-multiplies the map from the unit square onto the quad (Z order). When corners 1, 2 and
     /// 3 are collinear the quad is taken as the parallelogram of corners 0, 1, 2. Always returns 1.
-    int square2Quad(const double* quad);
+    int square2Quad(double const* quad);
 
     /// Returns the adjugate of rows and columns 0, 1, 3, read as a plane projective map: the
     /// inverse up to a factor, with row 2 and column 2 all 0. With `overwrite` the matrix becomes
@@ -55,12 +55,12 @@ public:
     QV_Mtrx44 square2QuadInverse(bool overwrite);
 
     /// Left-multiplies the map from the quad (Z order) onto the unit square. Always returns 1.
-    int quad2Square(const double* quad);
+    int quad2Square(double const* quad);
 
     /// Left-multiplies the map from `fromQuad` to `toQuad` (both Z order), with the input transform
     /// of the nine numbers applied on the unit square in between if `useInput`. A singular
     /// `fromQuad` isn't detected. Always returns 1.
-    int quad2Quad(const double* fromQuad, const double* toQuad, bool useInput, double offsetX,
+    int quad2Quad(double const* fromQuad, double const* toQuad, bool useInput, double offsetX,
                   double offsetY, double scaleX, double scaleY, double rotation, double centerX,
                   double centerY, double centerZ, double aspect);
 

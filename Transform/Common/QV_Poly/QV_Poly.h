@@ -109,9 +109,9 @@ public:
     void setOpenMP() { m_useOpenMP = true; }
 
     // Debugging dumps to standard output.
-    static void poly_print(const char* label, QV_Poly* p);
-    static void poly_vert_print(const char* label, QV_Poly_vert* v, unsigned long mask);
-    static void poly_vert_label(const char* label, unsigned long mask);
+    static void poly_print(char const* label, QV_Poly* p);
+    static void poly_vert_print(char const* label, QV_Poly_vert* v, unsigned long mask);
+    static void poly_vert_label(char const* label, unsigned long mask);
 
     std::int32_t m_n = 0;  ///< vertices in use
     std::uint32_t m_mask = 0;

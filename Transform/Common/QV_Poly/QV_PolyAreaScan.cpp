@@ -38,7 +38,7 @@ int limitedSpan(int subColumn) { return std::clamp(subColumn, -9000000, 90000000
 /// before its start; the edge is at its start then, unless that is the same to within a sub-column:
 /// extrapolated back, a nearly level edge would leave its polygon.
 double positionOf(QV_Poly_vert const& edge, QV_Poly_vert const& start, int sub) {
-    const bool isBefore = sub < start.ny && !(std::fabs(edge.nx - start.nx) < 1.0);
+    bool const isBefore = sub < start.ny && !(std::fabs(edge.nx - start.nx) < 1.0);
     return isBefore ? start.nx : edge.nx;
 }
 
@@ -62,7 +62,7 @@ struct SpanLimits {
 
     explicit SpanLimits(int (*spans)[2]) {
         for (int k = 0; k < kSubRows; ++k) {
-            const int l = spans[k][0], r = spans[k][1];
+            int const l = spans[k][0], r = spans[k][1];
             if (l == kEmptySpan) {
                 sawEmpty = true;
                 continue;
@@ -107,7 +107,7 @@ void QV_Poly::areaIncrementalize_y(QV_Poly_vert* a, QV_Poly_vert* b, QV_Poly_ver
                                    QV_Poly_vert* dp, int y, int subRow) {
     double dy = b->sy - a->sy;
     if (dy == 0.0) dy = 1.0;
-    const double toCentre = y + 0.5 - a->sy;
+    double const toCentre = y + 0.5 - a->sy;
     for (double QV_Poly_vert::*f :
          {&QV_Poly_vert::sx, &QV_Poly_vert::u, &QV_Poly_vert::v, &QV_Poly_vert::q}) {
         dp->*f = (b->*f - a->*f) / dy;
@@ -123,7 +123,7 @@ void QV_Poly::areaIncrementalize_x(QV_Poly_vert* lo, QV_Poly_vert* hi, QV_Poly_v
                                    QV_Poly_vert* dp, int x) {
     double dx = hi->sx - lo->sx;
     if (dx == 0.0) dx = 1.0;
-    const double toCentre = x + 0.5 - lo->sx;
+    double const toCentre = x + 0.5 - lo->sx;
     for (double QV_Poly_vert::*f : {&QV_Poly_vert::u, &QV_Poly_vert::v, &QV_Poly_vert::q}) {
         dp->*f = (hi->*f - lo->*f) / dx;
         p->*f = lo->*f + dp->*f * toCentre;
@@ -137,8 +137,8 @@ void QV_Poly::calcCoverage(int count, int firstPixel, int (*spans)[2]) {
         m_coverageSize = count;
     }
     for (int i = 0; i < count; ++i) {
-        const int lo = (firstPixel + i) * kSubColumns;
-        const int hi = lo | (kSubColumns - 1);
+        int const lo = (firstPixel + i) * kSubColumns;
+        int const hi = lo | (kSubColumns - 1);
         int sum = 0;
         for (int k = 0; k < kSubRows; ++k)
             sum += std::max(0, std::min(spans[k][1], hi) - std::max(spans[k][0], lo) + 1);
@@ -204,7 +204,7 @@ void QV_Poly::polyAreaScan_internal(QV_Window* win, int left, int /*top*/, int r
         m_vert[i].nx = m_vert[i].sx * kSubColumns;
         m_vert[i].ny = m_vert[i].sy * kSubRows;
     }
-    const int start = topVertex();
+    int const start = topVertex();
     if (start < 0) return;
 
     int spans[kSubRows][2];
@@ -219,13 +219,13 @@ void QV_Poly::polyAreaScan_internal(QV_Window* win, int left, int /*top*/, int r
     QV_Poly_vert *lo = &l, *hi = &r;
     QV_Poly_vert lastLo{}, lastHi{};  // edges of the last sub-row: the next edge overwrites l and r
 
-    const auto drawRow = [&](QV_Poly_vert* from, QV_Poly_vert* to) {
+    auto const drawRow = [&](QV_Poly_vert* from, QV_Poly_vert* to) {
         if (y >= win->y0 && y <= win->y1) areaScanline(y, left, right, from, to, win, spans);
     };
     while (rem > 0 && y <= win->y1) {
         while (ly <= sub && rem > 0) {
             --rem;
-            const int i = previousVertex(li);
+            int const i = previousVertex(li);
             areaIncrementalize_y(&m_vert[li], &m_vert[i], &l, &dl, y, sub);
             lStart = li;
             ly = ceilSingle(m_vert[i].ny);
@@ -233,21 +233,21 @@ void QV_Poly::polyAreaScan_internal(QV_Window* win, int left, int /*top*/, int r
         }
         while (ry <= sub && rem > 0) {
             --rem;
-            const int i = nextVertex(ri);
+            int const i = nextVertex(ri);
             areaIncrementalize_y(&m_vert[ri], &m_vert[i], &r, &dr, y, sub);
             rStart = ri;
             ry = ceilSingle(m_vert[i].ny);
             ri = i;
         }
-        const int from = sub;
+        int const from = sub;
         while (sub < ly && sub < ry && y <= win->y1) {
-            const double lx = positionOf(l, m_vert[lStart], sub);
-            const double rx = positionOf(r, m_vert[rStart], sub);
+            double const lx = positionOf(l, m_vert[lStart], sub);
+            double const rx = positionOf(r, m_vert[rStart], sub);
             lo = lx <= rx ? &l : &r;
             hi = lx <= rx ? &r : &l;
-            const int a = limitedSpan(ceilSingle(std::min(lx, rx)));
-            const int b = limitedSpan(floorSingle(std::max(lx, rx)));
-            const int k = sub & (kSubRows - 1);
+            int const a = limitedSpan(ceilSingle(std::min(lx, rx)));
+            int const b = limitedSpan(floorSingle(std::max(lx, rx)));
+            int const k = sub & (kSubRows - 1);
             spans[k][0] = a < b ? a : kEmptySpan;
             spans[k][1] = a < b ? b : kEmptySpan;
             if (k == kSubRows - 1) {
@@ -271,7 +271,7 @@ void QV_Poly::polyAreaScan_internal(QV_Window* win, int left, int /*top*/, int r
 
 void QV_Poly::polyAreaScan(QV_Window* win, int left, int top, int right, int bottom) {
     if (m_useOpenMP) {
-        const int rows = std::max(win->y1 - win->y0 + 1, bottom - top + 1) + 10;
+        int const rows = std::max(win->y1 - win->y0 + 1, bottom - top + 1) + 10;
         m_spans = std::make_unique_for_overwrite<LineRenderStruct[]>(
             static_cast<std::size_t>(std::max(rows, 0)));
         m_spanCount = 0;
@@ -280,7 +280,7 @@ void QV_Poly::polyAreaScan(QV_Window* win, int left, int top, int right, int bot
     polyAreaScan_internal(win, left, top, right, bottom);
 
     if (m_useOpenMP) {
-        const int spanCount = m_spanCount;
+        int const spanCount = m_spanCount;
         LineRenderStruct* const lines = m_spans.get();
         const QV_LineFunc interior = m_interiorFunc;
         void* const settings = m_lineArg;

@@ -65,7 +65,7 @@ void QV_Poly::poly_clip_to_halfspace(QV_Poly* p, QV_Poly* q, int index, double s
     double tu = sign * u->fields()[index] - k * u->sw;
     for (int i = 0; i < p->m_n; ++i) {
         QV_Poly_vert const* v = &p->m_vert[i];
-        const double tv = sign * v->fields()[index] - k * v->sw;
+        double const tv = sign * v->fields()[index] - k * v->sw;
         if ((tu <= 0.0) != (tv <= 0.0)) {
             if (!hasRoom(*q)) return;
             interpolateVertex(*u, *v, tu / (tu - tv), p->m_mask, q->m_vert[q->m_n++]);

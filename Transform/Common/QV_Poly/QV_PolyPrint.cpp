@@ -11,14 +11,14 @@ constexpr char const* kFieldTitles[kPolyFieldCount] = {
 
 }  // namespace
 
-void QV_Poly::poly_vert_label(const char* label, unsigned long mask) {
+void QV_Poly::poly_vert_label(char const* label, unsigned long mask) {
     std::printf("%s", label);
     for (int f = 0; f < kPolyFieldCount; ++f)
         if (mask & (1ul << f)) std::printf("%s", kFieldTitles[f]);
     std::printf("\n");
 }
 
-void QV_Poly::poly_vert_print(const char* label, QV_Poly_vert* v, unsigned long mask) {
+void QV_Poly::poly_vert_print(char const* label, QV_Poly_vert* v, unsigned long mask) {
     // Three fields a line; a line without a live field is left out, a field without a value is 0.
     for (int first = 0; first < kPolyFieldCount; first += 3) {
         double shown[3] = {};
@@ -32,7 +32,7 @@ void QV_Poly::poly_vert_print(const char* label, QV_Poly_vert* v, unsigned long 
     }
 }
 
-void QV_Poly::poly_print(const char* label, QV_Poly* p) {
+void QV_Poly::poly_print(char const* label, QV_Poly* p) {
     std::printf("%s: %d sides\n", label, p->m_n);
     poly_vert_label("        ", p->m_mask);
     for (int i = 0; i < p->m_n; ++i) {

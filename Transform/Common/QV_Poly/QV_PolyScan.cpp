@@ -23,7 +23,7 @@ void incrementalize(double const* p1, double const* p2, double* p, double* dp, d
                     int along, unsigned long mask) {
     double length = p2[along] - p1[along];
     if (length == 0.0) length = 1.0;
-    const double offset = centre - p1[along];
+    double const offset = centre - p1[along];
     for (int f = 0; f < kPolyFieldCount; ++f) {
         if (!(mask & (1ul << f))) continue;
         dp[f] = (p2[f] - p1[f]) / length;
@@ -88,10 +88,10 @@ void QV_Poly::scanline(int y, int left, int right, QV_Poly_vert* l, QV_Poly_vert
 
 void QV_Poly::poly_scan(QV_Window* win, int left, int /*top*/, int right, int /*bottom*/) {
     QV_ASSERT(!(m_n > POLY_NMAX), "!(m_n>POLY_NMAX)");
-    const int start = topVertex();
+    int const start = topVertex();
     if (start < 0) return;
 
-    const unsigned long mask = m_mask & ~static_cast<unsigned long>(kMaskSy);
+    unsigned long const mask = m_mask & ~static_cast<unsigned long>(kMaskSy);
     int y = ceilInt(m_vert[start].sy - 0.5);
     int ly = y - 1, ry = y - 1;  // last row that the edge in hand reaches, exclusive
     int li = start, ri = start;
@@ -101,7 +101,7 @@ void QV_Poly::poly_scan(QV_Window* win, int left, int /*top*/, int right, int /*
     while (rem > 0 && y <= win->y1) {
         while (ly <= y && rem > 0) {
             --rem;
-            const int i = previousVertex(li);
+            int const i = previousVertex(li);
             incrementalize_y(m_vert[li].fields(), m_vert[i].fields(), l.fields(), dl.fields(), y,
                              mask);
             ly = floorInt(m_vert[i].sy + 0.5);
@@ -109,7 +109,7 @@ void QV_Poly::poly_scan(QV_Window* win, int left, int /*top*/, int right, int /*
         }
         while (ry <= y && rem > 0) {
             --rem;
-            const int i = nextVertex(ri);
+            int const i = nextVertex(ri);
             incrementalize_y(m_vert[ri].fields(), m_vert[i].fields(), r.fields(), dr.fields(), y,
                              mask);
             ry = floorInt(m_vert[i].sy + 0.5);

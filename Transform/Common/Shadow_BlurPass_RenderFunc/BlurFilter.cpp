@@ -34,12 +34,12 @@ int wholeRadiusBlur(PluginHost_API* host, PluginHost_API::RasterInfo& raster, in
                     BlurFilterOptions const& options) {
     if (!isRadius(options.radius) || !hasPixels(raster)) return 0;
     ScratchRaster scratch(host);
-    if (const int error = scratch.allocate(raster, raster.width, raster.height)) return error;
-    const auto image = channelPlane<T>(raster, firstChannel);
-    const auto between = channelPlane<T>(scratch.info(), firstChannel);
+    if (int const error = scratch.allocate(raster, raster.width, raster.height)) return error;
+    auto const image = channelPlane<T>(raster, firstChannel);
+    auto const between = channelPlane<T>(scratch.info(), firstChannel);
     tentBlurPass<T, Count>(image, between,
                            {wholeRadius(options.radius), false, options.ramp, options.kind});
-    const double radius = options.ramp ? options.radius * 0.5 : options.radius;
+    double const radius = options.ramp ? options.radius * 0.5 : options.radius;
     tentBlurPass<T, Count>(
         between, image, {wholeRadius(radius * options.verticalFactor), true, false, options.kind});
     return 0;
@@ -54,9 +54,9 @@ int fractionalRadiusBlur(PluginHost_API* host, PluginHost_API::RasterInfo& raste
     if (radius.isWhole()) return wholeRadiusBlur<T, Count>(host, raster, firstChannel, options);
 
     ScratchRaster copy(host);
-    if (const int error = copy.allocate(raster, raster.width, raster.height)) return error;
-    const auto image = channelPlane<T>(raster, firstChannel);
-    const auto smaller = channelPlane<T>(copy.info(), firstChannel);
+    if (int const error = copy.allocate(raster, raster.width, raster.height)) return error;
+    auto const image = channelPlane<T>(raster, firstChannel);
+    auto const smaller = channelPlane<T>(copy.info(), firstChannel);
     copyPlane<T, Count>(image, smaller);
     int error = wholeRadiusBlur<T, Count>(host, copy.info(), firstChannel,
                                           withRadius(options, radius.whole));

@@ -31,7 +31,7 @@ struct FractionalRadius {
 
     template <class T>
     T mix(T smaller, T larger) const {
-        const float a = static_cast<float>(smaller) * g, b = static_cast<float>(larger) * f;
+        float const a = static_cast<float>(smaller) * g, b = static_cast<float>(larger) * f;
         if constexpr (std::is_floating_point_v<T>)
             return a + b;
         else

@@ -3,7 +3,7 @@
 
 int ScratchRaster::allocate(PluginHost_API::RasterInfo const& model, int width, int height) {
     constexpr int kNoPixels = 1;
-    if (const int error = m_raster.allocate(width, height, convertToPixelType(model.format)))
+    if (int const error = m_raster.allocate(width, height, convertToPixelType(model.format)))
         return error;
     m_host->getRasterInfo(m_raster.get(), &m_info);
     return m_info.data ? 0 : kNoPixels;

@@ -17,14 +17,14 @@ public:
         T const* first = line.pixel(0);
         T const* beyond = line.pixel(radius + 1);
         for (int c = 0; c < Count; ++c) {
-            const double p0 = first[c];
+            double const p0 = first[c];
             m_sum[c] = (radius + 1) * p0;
             m_slope[c] = static_cast<double>(beyond[c]) - p0;
         }
         for (int k = 0; k < radius; ++k) {
             T const* next = line.pixel(k + 1);
             for (int c = 0; c < Count; ++c) {
-                const double p0 = first[c], p = next[c];
+                double const p0 = first[c], p = next[c];
                 m_sum[c] += (k + 1) * p0 + (radius - k) * p;
                 m_slope[c] += p - p0;
             }
@@ -55,7 +55,7 @@ int limitedTentRadius(int radius, int length) {
 
 template <class T, int Count>
 void tentBlurLine(ChannelLine<T> source, ChannelLine<T> dest, int length, int radius) {
-    const int r = limitedTentRadius(radius, length);
+    int const r = limitedTentRadius(radius, length);
     if (r == 0) {
         copyLine<T, Count>(source, dest, length);
         return;

@@ -14,7 +14,7 @@ int rampedRadius(int i, int count, TentBlurPassOptions const& options) {
     if (options.kind == kBlurKindSquareRamp) {
         t = t * t;
     } else if (options.kind == kBlurKindInverseSquareRamp) {
-        const float square = t * t;
+        float const square = t * t;
         t = std::fabs(square) < 1e-5f ? 0.0f : 1.0f / square;
     }
     return wholeRadius(t * static_cast<float>(options.radius));
@@ -29,8 +29,8 @@ bool leavesOut(TentBlurPassOptions const& options) {
 template <class T, int Count>
 void tentBlurPass(ChannelPlane<T> const& source, ChannelPlane<T> const& dest,
                   TentBlurPassOptions const& options) {
-    const int length = options.vertical ? source.height : source.width;
-    const int count = options.vertical ? source.width : source.height;
+    int const length = options.vertical ? source.height : source.width;
+    int const count = options.vertical ? source.width : source.height;
     TentBlurPassOptions limited = options;
     limited.radius = limitedTentRadius(options.radius, length);
     if (limited.radius == 0 || leavesOut(options)) {
@@ -39,7 +39,7 @@ void tentBlurPass(ChannelPlane<T> const& source, ChannelPlane<T> const& dest,
     }
 #pragma omp parallel for schedule(dynamic, 1)
     for (int i = 0; i < count; ++i) {
-        const int radius = limited.ramp ? rampedRadius(i, count, limited) : limited.radius;
+        int const radius = limited.ramp ? rampedRadius(i, count, limited) : limited.radius;
         tentBlurLine<T, Count>(source.line(i, limited.vertical), dest.line(i, limited.vertical),
                                length, radius);
     }

@@ -24,7 +24,7 @@ void blendPixels(typename Trait::Channel const* foreground,
                  int width, BlendOptions const& options) {
     using namespace blend_detail;
     for (int x = 0; x < width; ++x, foreground += 4, background += 4, destination += 4) {
-        const BlendPair<Trait> pair(foreground, background, options.foregroundOpacity,
+        BlendPair<Trait> const pair(foreground, background, options.foregroundOpacity,
                                     options.backgroundOpacity);
         BlendPixel<Trait> result = Mode{}(pair);
         if (options.whiteAlpha) result.alpha = BlendArithmetic<Trait>::kWhite;

@@ -60,7 +60,7 @@ struct BlendArithmetic {
 
     /// Alpha times opacity, in single precision; integers truncate.
     static Value withOpacity(Channel alpha, float opacity) {
-        const float product = static_cast<float>(alpha) * opacity;
+        float const product = static_cast<float>(alpha) * opacity;
         if constexpr (Trait::kIsFloat)
             return product;
         else

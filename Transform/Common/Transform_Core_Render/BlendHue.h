@@ -35,7 +35,7 @@ inline float lumaOf(UnitColour const& c) {
 /// Place on the hue circle, from 0 to below 6. `d` is the largest channel `mx` less the smallest.
 /// A red too near to the circle's end for a float to tell becomes 6, the last sector's start.
 inline float hueOf(UnitColour const& c, float mx, float d) {
-    const float hue = mx == c.red     ? (c.green - c.blue) / d
+    float const hue = mx == c.red     ? (c.green - c.blue) / d
                       : mx == c.green ? (c.blue - c.red) / d + 2
                                       : (c.red - c.green) / d + 4;
     return hue < 0 ? hue + 6 : hue;
@@ -45,23 +45,23 @@ inline float hueOf(UnitColour const& c, float mx, float d) {
 inline HueParts Analyse(float r, float g, float b) {
     constexpr float kNothing = 0.0001f;
     const UnitColour c{r, g, b};
-    const float mx = std::max({r, g, b});
-    const float mn = std::min({r, g, b});
+    float const mx = std::max({r, g, b});
+    float const mn = std::min({r, g, b});
     if (mx < kNothing) return {0, 0, 0, 0};
-    const float luma = lumaOf(c);
-    const float d = mx - mn;
+    float const luma = lumaOf(c);
+    float const d = mx - mn;
     if (d < kNothing) return {0, 0, 0, luma};
-    const float sum = mx + mn;
-    const float s = sum >= 1.0f ? 2.0f - d : sum;
-    const float hue = hueOf(c, mx, d);
-    const int sector = saturatingInt(hue);
+    float const sum = mx + mn;
+    float const s = sum >= 1.0f ? 2.0f - d : sum;
+    float const hue = hueOf(c, mx, d);
+    int const sector = saturatingInt(hue);
     return {sector, hue - static_cast<float>(sector), d / s * 0.5f, luma};
 }
 
 /// The purest colour of a sector: two channels at `hi` and `lo`, the third between.
 inline UnitColour sectorColour(int sector, float fraction, float hi, float lo) {
-    const float rising = lo + fraction * (hi - lo);
-    const float falling = (hi - lo) * (1 - fraction) + lo;
+    float const rising = lo + fraction * (hi - lo);
+    float const falling = (hi - lo) * (1 - fraction) + lo;
     switch (sector) {
         case 0:
             return {hi, rising, lo};
@@ -81,14 +81,14 @@ inline UnitColour sectorColour(int sector, float fraction, float hi, float lo) {
 /// hi = saturation + 1/2, lo = 1 - hi; then brought from its own luma l to `luma`:
 ///   l < luma: 1 - (1 - c) (1 - luma) / (1 - l)    else c luma / l
 inline UnitColour Synthesise(int sector, float fraction, float saturation, float luma) {
-    const float hi = saturation + 0.5f;
+    float const hi = saturation + 0.5f;
     const UnitColour c = sectorColour(sector, fraction, hi, 1 - hi);
-    const float l = lumaOf(c);
+    float const l = lumaOf(c);
     if (l < luma) {
-        const float k = (1 - luma) / (1 - l);
+        float const k = (1 - luma) / (1 - l);
         return {1 - (1 - c.red) * k, 1 - (1 - c.green) * k, 1 - (1 - c.blue) * k};
     }
-    const float k = luma / l;
+    float const k = luma / l;
     return {c.red * k, c.green * k, c.blue * k};
 }
 

@@ -68,7 +68,7 @@ BlendPixel<Trait> standardSkeleton(BlendPair<Trait> const& pair, Mode mode) {
         m = mode(pair.f, pair.b);
         if (pair.ba < A::kWhite) m = crossFaded<Trait>(pair.f, m, pair.ba);
     }
-    const bool hasBackground = Trait::kIsFloat ? pair.ba != 0 : pair.ba > 0;
+    bool const hasBackground = Trait::kIsFloat ? pair.ba != 0 : pair.ba > 0;
     if (A::seeThrough(pair.fa) && hasBackground) m = overBackground(pair, m);
     return finished(pair, m);
 }
@@ -94,7 +94,7 @@ BlendPixel<Trait> combiningSkeleton(BlendPair<Trait> const& pair, Combine combin
     if (pair.fa == 0) return untouched(pair, pair.background);
     if (!(pair.ba > 0)) return finished(pair, pair.f);
     if (pair.ra == 0) return finished(pair, {0, 0, 0});
-    const auto weighted = [](Value c, Value alpha) {
+    auto const weighted = [](Value c, Value alpha) {
         return alpha == A::kWhite ? c : A::mul(c, alpha);
     };
     return finished(pair, perChannel(pair.f, pair.b, [&](Value f, Value b) -> Value {

@@ -51,7 +51,7 @@ bool hasUnitMeasure(RenderSettings const& s, QV_IRect const& source) {
 void clearRaster(PluginHost_API::RasterInfo const& raster) {
     if (raster.width <= 0 || raster.height <= 0) return;
     auto* row = static_cast<unsigned char*>(raster.data);
-    const auto rowLength = static_cast<std::size_t>(raster.width) * raster.pixelBytes;
+    auto const rowLength = static_cast<std::size_t>(raster.width) * raster.pixelBytes;
     for (int y = 0; y < raster.height; ++y, row += raster.rowBytes) std::memset(row, 0, rowLength);
 }
 
@@ -66,7 +66,7 @@ void chooseFillFunctions(CoreRenderCall const& call, FormatFunctions const& f, R
 //   2       | 4 by 4 or N by N taps, edges as 1 | the same, edges as 1
 //   3       | nine samples, covered; 4 taps     | as 2
 void chooseLineFunctions(CoreRenderCall const& call, FormatFunctions const& f, RenderSettings& s) {
-    const bool manyTaps = s.taps > 4;
+    bool const manyTaps = s.taps > 4;
     if (s.quality == 0) {
         s.interiorFunc = lineFunc;
         s.edgeFunc = nullptr;
@@ -139,7 +139,7 @@ void scan(QV_Poly& poly, QV_Window& window, QV_IRect const& rect, RenderSettings
 }  // namespace
 
 int coreTransformRender(CoreRenderCall const& call, FormatFunctions const& functions) {
-    const bool threaded = useThreads(call.host);
+    bool const threaded = useThreads(call.host);
     RenderSettings local;
     if (!call.settings) useWholeRasters(call, local);
     RenderSettings& s = call.settings ? *call.settings : local;
@@ -155,7 +155,7 @@ int coreTransformRender(CoreRenderCall const& call, FormatFunctions const& funct
     s.minValue = 0;
     s.maxValue = functions.maxValue;
     s.spareFunc = nullptr;
-    const double scaleX = call.host->getScaleX(), scaleY = call.host->getScaleY();
+    double const scaleX = call.host->getScaleX(), scaleY = call.host->getScaleY();
     setKernelTransformSize(&s, call.core.sizeIndex, static_cast<float>(std::min(scaleX, scaleY)));
     if (call.core.sharpen) s.quality = 2;
     chooseLineFunctions(call, functions, s);

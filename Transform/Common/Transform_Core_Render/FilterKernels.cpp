@@ -20,7 +20,7 @@ bool insideHalfOpen(double x, double reach) { return x >= -reach && x < reach; }
 double sincWindow(double x, double reach) {
     if (!(x > -reach && x < reach)) return 0.0;
     if (x == 0.0) return 1.0;
-    const double u = kPi * x / reach;
+    double const u = kPi * x / reach;
     return std::sin(u) / u;
 }
 
@@ -28,9 +28,9 @@ double sincWindow(double x, double reach) {
 double sharpen(double x, void* settings) {
     auto& s = *static_cast<RenderSettings*>(settings);
     s.kernelSet = 1;
-    const double a = s.sharpenFuncA(x, settings);
+    double const a = s.sharpenFuncA(x, settings);
     s.kernelSet = 2;
-    const double b = s.sharpenFuncB(x * s.sharpenRatio, settings);
+    double const b = s.sharpenFuncB(x * s.sharpenRatio, settings);
     return a - s.sharpenAmount * b;
 }
 
@@ -56,48 +56,48 @@ double filter_triangle(double x, void*) {
 
 double filter_quadratic(double x, void*) {
     if (!insideHalfOpen(x, 1.5)) return 0.0;
-    const double a = std::fabs(x);
+    double const a = std::fabs(x);
     return a < 0.5 ? 0.75 - x * x : (a - 1.5) * (a - 1.5) / 2.0;
 }
 
 double filter_cubic(double x, void*) {
     if (!insideHalfOpen(x, 2.0)) return 0.0;
-    const double a = std::fabs(x);
+    double const a = std::fabs(x);
     if (a < 1.0) return (a * a * (3.0 * a - 6.0) + 4.0) / 6.0;
     return (2.0 - a) * (2.0 - a) * (2.0 - a) / 6.0;
 }
 
 double filter_parzen(double x, void*) {
     if (!insideHalfOpen(x, 2.0)) return 0.0;
-    const double a = std::fabs(x);
+    double const a = std::fabs(x);
     if (a < 1.0) return (3.0 * a * a * a - 6.0 * a * a + 4.0) / 6.0;
     return (-a * a * a + 6.0 * a * a - 12.0 * a + 8.0) / 6.0;
 }
 
 double filter_keys(double x, void*) {
     if (!insideHalfOpen(x, 2.0)) return 0.0;
-    const double a = std::fabs(x);
+    double const a = std::fabs(x);
     if (a < 1.0) return 1.5 * a * a * a - 2.5 * a * a + 1.0;
     return -0.5 * a * a * a + 2.5 * a * a - 4.0 * a + 2.0;
 }
 
 double filter_simon(double x, void*) {
     if (!insideHalfOpen(x, 2.0)) return 0.0;
-    const double a = std::fabs(x);
+    double const a = std::fabs(x);
     if (a < 1.0) return 1.25 * a * a * a - 2.25 * a * a + 1.0;
     return -0.75 * a * a * a + 3.75 * a * a - 6.0 * a + 3.0;
 }
 
 double filter_rifman(double x, void*) {
     if (!insideHalfOpen(x, 2.0)) return 0.0;
-    const double a = std::fabs(x);
+    double const a = std::fabs(x);
     if (a < 1.0) return a * a * a - 2.0 * a * a + 1.0;
     return -a * a * a + 5.0 * a * a - 8.0 * a + 4.0;
 }
 
 double filter_catrom(double x, void*) {
     if (!insideHalfOpen(x, 2.0)) return 0.0;
-    const double a = std::fabs(x);
+    double const a = std::fabs(x);
     if (a < 1.0) return (a * a * (3.0 * a - 5.0) + 2.0) / 2.0;
     return (((5.0 - a) * a - 8.0) * a + 4.0) / 2.0;
 }
@@ -106,7 +106,7 @@ double filter_mitchell(double x, void* settings) {
     auto const& s = *static_cast<RenderSettings const*>(settings);
     double const* c = s.mitchell[s.kernelSet];
     if (!insideHalfOpen(x, 2.0)) return 0.0;
-    const double a = std::fabs(x);
+    double const a = std::fabs(x);
     if (a < 1.0) return a * a * (c[1] + a * c[2]) + c[0];
     return ((a * c[6] + c[5]) * a + c[4]) * a + c[3];
 }
@@ -120,17 +120,17 @@ double filter_sinc(double x, void*) { return x == 0.0 ? 1.0 : std::sin(kPi * x) 
 double filter_bessel(double x, void*) { return x == 0.0 ? kQuarterPi : ::j1(kPi * x) / (2.0 * x); }
 
 double filter_hanning(double x, void*) {
-    const double t = x / 2.0;
+    double const t = x / 2.0;
     return t > -2.0 && t < 2.0 ? 0.5 + 0.5 * std::cos(kPi * t) : 0.0;
 }
 
 double filter_hamming(double x, void*) {
-    const double t = x / 2.0;
+    double const t = x / 2.0;
     return t > -2.0 && t < 2.0 ? 0.54 + 0.46 * std::cos(kPi * t) : 0.0;
 }
 
 double filter_blackman(double x, void*) {
-    const double t = x / 2.0;
+    double const t = x / 2.0;
     if (!(t > -2.0 && t < 2.0)) return 0.0;
     return 0.42 + 0.5 * std::cos(kPi * t) + 0.08 * std::cos(2.0 * kPi * t);
 }
@@ -147,15 +147,15 @@ double filter_lanczos3(double x, void*) { return sincWindow(x, 3.0); }
 
 double filter_kaiser(double x, void* settings) {
     auto const& s = *static_cast<RenderSettings const*>(settings);
-    const double alpha = s.kaiser[s.kernelSet][0];
-    const double normaliser = s.kaiser[s.kernelSet][1];
-    const double t = std::sqrt(1.0 - x * x) * alpha;
+    double const alpha = s.kaiser[s.kernelSet][0];
+    double const normaliser = s.kaiser[s.kernelSet][1];
+    double const t = std::sqrt(1.0 - x * x) * alpha;
     return besselI0OfQuarterSquare(t * t * 0.25) * normaliser;
 }
 
 double filter_sharpen_noclamp(double x, void* settings) { return sharpen(x, settings); }
 
 double filter_sharpen_clamp(double x, void* settings) {
-    const double value = sharpen(x, settings);
+    double const value = sharpen(x, settings);
     return value > 0.0 ? value : 0.0;
 }

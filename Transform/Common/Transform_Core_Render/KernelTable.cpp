@@ -30,7 +30,7 @@ double limitedAlpha(double alpha) {
 void setKernelParameters(RenderSettings& s, int set, int filter, double b, double c) {
     if (filter == kFilterMitchell) mitchell_init(s.mitchell[set], b, c);
     if (filter == kFilterKaiser) {
-        const double alpha = limitedAlpha(b);
+        double const alpha = limitedAlpha(b);
         s.kaiser[set][0] = alpha;
         s.kaiser[set][1] = 1.0 / besselI0OfQuarterSquare(alpha * alpha * 0.25);
     }
@@ -86,22 +86,22 @@ void setInterpLineFunc(RenderSettings* settings, double paramB, double paramC, i
 }
 
 void calculateLut(RenderSettings* settings, bool clampNegative) {
-    const int taps = std::clamp(settings->taps, 4, kMaxTaps);
-    const double step = 1.0 / (taps - 1);
-    const double inv = 1.0 / settings->kernelScale;
+    int const taps = std::clamp(settings->taps, 4, kMaxTaps);
+    double const step = 1.0 / (taps - 1);
+    double const inv = 1.0 / settings->kernelScale;
     double weights[kMaxTaps];
     for (int p = 0; p < kLutRows; ++p) {
-        const double r = p * (1.0 / 255.0) * 2.0 - 1.0;
+        double const r = p * (1.0 / 255.0) * 2.0 - 1.0;
         double sum = 0.0;
         for (int k = 0; k < taps; ++k) {
-            const double t = k * step;
-            const double position = 2.0 * t - (1.0 - t);
+            double const t = k * step;
+            double const position = 2.0 * t - (1.0 - t);
             double weight = settings->kernelFunc((position - r) * inv, settings);
             if (clampNegative && weight < 0.0) weight = 0.0;
             weights[k] = weight;
             sum += weight;
         }
-        const double scale = std::fabs(sum) >= 1e-5 ? 1.0 / sum : 1.0;
+        double const scale = std::fabs(sum) >= 1e-5 ? 1.0 / sum : 1.0;
         for (int k = 0; k < taps; ++k)
             settings->lut[p * taps + k] = static_cast<float>(weights[k] * scale);
     }

@@ -56,18 +56,18 @@ struct Bilinear {
     static HWY_INLINE void split(RenderSettings const& s, int count, Block& b) {
         const DF d;
         const DI di;
-        const auto lowX = hn::Set(d, static_cast<float>(s.srcMinX));
-        const auto highX = hn::Set(d, static_cast<float>(s.srcMaxX));
-        const auto lowY = hn::Set(d, static_cast<float>(s.srcMinY));
-        const auto highY = hn::Set(d, static_cast<float>(s.srcMaxY));
+        auto const lowX = hn::Set(d, static_cast<float>(s.srcMinX));
+        auto const highX = hn::Set(d, static_cast<float>(s.srcMaxX));
+        auto const lowY = hn::Set(d, static_cast<float>(s.srcMinY));
+        auto const highY = hn::Set(d, static_cast<float>(s.srcMaxY));
         for (int k = 0; k < count; k += kLanes) {
-            const auto u = hn::Load(d, b.u + k), v = hn::Load(d, b.v + k);
-            const auto inside = hn::And(hn::And(hn::Ge(u, lowX), hn::Lt(u, highX)),
+            auto const u = hn::Load(d, b.u + k), v = hn::Load(d, b.v + k);
+            auto const inside = hn::And(hn::And(hn::Ge(u, lowX), hn::Lt(u, highX)),
                                         hn::And(hn::Ge(v, lowY), hn::Lt(v, highY)));
             noteOutside(b, k, inside);
-            const auto safeU = hn::IfThenElse(inside, u, lowX);
-            const auto safeV = hn::IfThenElse(inside, v, lowY);
-            const auto x = hn::ConvertTo(di, safeU), y = hn::ConvertTo(di, safeV);
+            auto const safeU = hn::IfThenElse(inside, u, lowX);
+            auto const safeV = hn::IfThenElse(inside, v, lowY);
+            auto const x = hn::ConvertTo(di, safeU), y = hn::ConvertTo(di, safeV);
             hn::Store(x, di, b.x + k);
             hn::Store(y, di, b.y + k);
             // Through whole numbers, so that -0 has the fraction of the scalar's, -0.
@@ -83,11 +83,11 @@ struct Bilinear {
         for (int k = 0; k < kSide; ++k) p[k] = sourceOf<T>(s, b, i + k);
         VF upperLeft, upperRight, lowerLeft, lowerRight;
         if constexpr (sizeof(T) == 1) {
-            const auto all = loadPairs(p, below);
+            auto const all = loadPairs(p, below);
             upperLeft = lifted<T>(all, 0), upperRight = lifted<T>(all, 1);
             lowerLeft = lifted<T>(all, 2), lowerRight = lifted<T>(all, 3);
         } else if constexpr (sizeof(T) == 2) {
-            const auto upper = loadPixels(p, 0), lower = loadPixels(p, below);
+            auto const upper = loadPixels(p, 0), lower = loadPixels(p, below);
             upperLeft = lifted<T>(upper, 0), upperRight = lifted<T>(upper, 1);
             lowerLeft = lifted<T>(lower, 0), lowerRight = lifted<T>(lower, 1);
         } else {

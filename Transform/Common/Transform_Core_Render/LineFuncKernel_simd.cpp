@@ -30,7 +30,7 @@ void runTaps(void* settings, LineRenderStruct* line) {
 /// between -1 and 1, so the row needs no limits.
 HWY_INLINE hn::Vec<DI> weightRows(VF fraction, int taps) {
     const DF d;
-    const auto scaled =
+    auto const scaled =
         hn::Mul(hn::Mul(hn::Add(fraction, hn::Set(d, 1.0f)), hn::Set(d, 255.0f)), hn::Set(d, 0.5f));
     return hn::Mul(hn::ConvertTo(DI(), scaled), hn::Set(DI(), taps));
 }
@@ -39,17 +39,17 @@ HWY_INLINE hn::Vec<DI> weightRows(VF fraction, int taps) {
 HWY_INLINE void splitTaps(RenderSettings const& s, int taps, int count, Block& b) {
     const DF d;
     const DI di;
-    const auto before = hn::Set(di, taps / 2 - 1);
-    const auto lowX = hn::Set(di, s.srcMinX), highX = hn::Set(di, s.srcMaxX - (taps - 1));
-    const auto lowY = hn::Set(di, s.srcMinY), highY = hn::Set(di, s.srcMaxY - (taps - 1));
-    const auto far = hn::Set(d, 1073741824.0f);  // saturatingInt's; beyond it lies no source
+    auto const before = hn::Set(di, taps / 2 - 1);
+    auto const lowX = hn::Set(di, s.srcMinX), highX = hn::Set(di, s.srcMaxX - (taps - 1));
+    auto const lowY = hn::Set(di, s.srcMinY), highY = hn::Set(di, s.srcMaxY - (taps - 1));
+    auto const far = hn::Set(d, 1073741824.0f);  // saturatingInt's; beyond it lies no source
     for (int k = 0; k < count; k += kLanes) {
-        const auto u = hn::Load(d, b.u + k), v = hn::Load(d, b.v + k);
-        const auto usable = hn::And(hn::Lt(hn::Abs(u), far), hn::Lt(hn::Abs(v), far));
-        const auto safeU = hn::IfThenElseZero(usable, u), safeV = hn::IfThenElseZero(usable, v);
-        const auto wholeU = hn::ConvertTo(di, safeU), wholeV = hn::ConvertTo(di, safeV);
-        const auto x = hn::Sub(wholeU, before), y = hn::Sub(wholeV, before);
-        const auto beyond = hn::Or(hn::Or(hn::Lt(x, lowX), hn::Gt(x, highX)),
+        auto const u = hn::Load(d, b.u + k), v = hn::Load(d, b.v + k);
+        auto const usable = hn::And(hn::Lt(hn::Abs(u), far), hn::Lt(hn::Abs(v), far));
+        auto const safeU = hn::IfThenElseZero(usable, u), safeV = hn::IfThenElseZero(usable, v);
+        auto const wholeU = hn::ConvertTo(di, safeU), wholeV = hn::ConvertTo(di, safeV);
+        auto const x = hn::Sub(wholeU, before), y = hn::Sub(wholeV, before);
+        auto const beyond = hn::Or(hn::Or(hn::Lt(x, lowX), hn::Gt(x, highX)),
                                    hn::Or(hn::Lt(y, lowY), hn::Gt(y, highY)));
         noteOutside(b, k, hn::AndNot(hn::RebindMask(d, beyond), usable));
         hn::Store(hn::IfThenElse(beyond, lowX, x), di, b.x + k);
@@ -74,7 +74,7 @@ HWY_INLINE VF sumRows(std::uint8_t const* p, std::ptrdiff_t stride, float const*
     hn::Vec<D8> bytes = hn::Zero(D8());
 #pragma GCC unroll 10
     for (int i = 0; i < Taps; ++i) {
-        const int from = std::min(i / kPerLoad * kPerLoad, Taps - kPerLoad);
+        int const from = std::min(i / kPerLoad * kPerLoad, Taps - kPerLoad);
         if (i % kPerLoad == 0) bytes = loadRows(p + from * 4 * int{sizeof(T)}, stride);
         const VF weighted = hn::Mul(hn::Set(DF(), wx[i]), lifted<T>(bytes, i - from));
         r = i == 0 ? weighted : hn::Add(r, weighted);

@@ -81,9 +81,9 @@ public:
         const hn::Rebind<float, D> df;
         constexpr int kDoubles = static_cast<int>(hn::MaxLanes(D()));
         for (int k = 0; k < kGroup; k += kDoubles) {
-            const auto w = hn::Add(hn::Set(d, m_line.w), hn::Mul(m_i, hn::Set(d, m_line.dw)));
-            const auto x = hn::Add(hn::Set(d, m_line.x), hn::Mul(m_i, hn::Set(d, m_line.dx)));
-            const auto y = hn::Add(hn::Set(d, m_line.y), hn::Mul(m_i, hn::Set(d, m_line.dy)));
+            auto const w = hn::Add(hn::Set(d, m_line.w), hn::Mul(m_i, hn::Set(d, m_line.dw)));
+            auto const x = hn::Add(hn::Set(d, m_line.x), hn::Mul(m_i, hn::Set(d, m_line.dx)));
+            auto const y = hn::Add(hn::Set(d, m_line.y), hn::Mul(m_i, hn::Set(d, m_line.dy)));
             hn::Store(hn::DemoteTo(df, hn::Div(x, w)), df, u + k);
             hn::Store(hn::DemoteTo(df, hn::Div(y, w)), df, v + k);
             m_i = hn::Add(m_i, hn::Set(d, double{kDoubles}));  // whole numbers: exact
@@ -118,8 +118,8 @@ HWY_INLINE VF overPixels(float const* p) {
     alignas(32) static constexpr std::uint8_t kPick[32] = {0, 1, 2, 3, 0, 1, 2, 3, 0, 1, 2,
                                                            3, 0, 1, 2, 3, 4, 5, 6, 7, 4, 5,
                                                            6, 7, 4, 5, 6, 7, 4, 5, 6, 7};
-    const auto four = hn::LoadU(DF4(), p);
-    const auto bytes = hn::BitCast(D8(), sideBySide(DF(), four, four));
+    auto const four = hn::LoadU(DF4(), p);
+    auto const bytes = hn::BitCast(D8(), sideBySide(DF(), four, four));
     return hn::BitCast(DF(), hn::TableLookupBytes(bytes, hn::Load(D8(), kPick)));
 }
 
@@ -131,8 +131,8 @@ constexpr LiftTable liftTable(int channelBytes) {
     LiftTable table{};
     for (int n = 0; n < 4; ++n)
         for (int i = 0; i < 32; ++i) {
-            const int channel = i / 4 % 4, byte = i % 4;
-            const int from = (4 * n + channel) * channelBytes + byte;
+            int const channel = i / 4 % 4, byte = i % 4;
+            int const from = (4 * n + channel) * channelBytes + byte;
             table.row[n][i] = static_cast<std::uint8_t>(byte < channelBytes ? from & 15 : 0x80);
         }
     return table;
@@ -143,7 +143,7 @@ inline constexpr LiftTable kLift = liftTable(static_cast<int>(sizeof(T)));
 /// Pixel n of every 128 bits of whole-number channels, as floats.
 template <class T>
 HWY_INLINE VF lifted(hn::Vec<D8> bytes, int n) {
-    const auto lanes = hn::TableLookupBytesOr0(bytes, hn::Load(D8(), kLift<T>.row[n]));
+    auto const lanes = hn::TableLookupBytesOr0(bytes, hn::Load(D8(), kLift<T>.row[n]));
     return hn::ConvertTo(DF(), hn::BitCast(DI(), lanes));
 }
 
@@ -157,8 +157,8 @@ HWY_INLINE std::uint8_t const* sourceOf(RenderSettings const& s, Block const& b,
 /// crosses source rows is nothing that the processor foresees.
 template <class T>
 HWY_INLINE void prefetchAt(RenderSettings const& s, float u, float v) {
-    const int x = std::clamp(saturatingInt(u), s.srcMinX, s.srcMaxX);
-    const int y = std::clamp(saturatingInt(v) + 1, s.srcMinY, s.srcMaxY);
+    int const x = std::clamp(saturatingInt(u), s.srcMinX, s.srcMaxX);
+    int const y = std::clamp(saturatingInt(v) + 1, s.srcMinY, s.srcMaxY);
     hwy::Prefetch(ps::sourcePixel<T, 4>(s, x, y));
 }
 
@@ -170,8 +170,8 @@ enum class Rounding { kTruncate, kRoundThenLimit, kLimitThenRound };
 template <class T, Rounding R>
 HWY_INLINE auto channelsOf(RenderSettings const& s, VF v) {
     const DF d;
-    const auto low = hn::Set(d, static_cast<float>(s.minValue));
-    const auto high = hn::Set(d, static_cast<float>(s.maxValue)), half = hn::Set(d, 0.5f);
+    auto const low = hn::Set(d, static_cast<float>(s.minValue));
+    auto const high = hn::Set(d, static_cast<float>(s.maxValue)), half = hn::Set(d, 0.5f);
     if constexpr (R == Rounding::kRoundThenLimit) v = hn::Add(v, half);
     if constexpr (R != Rounding::kTruncate)
         v = hn::Min(hn::IfThenElse(hn::Gt(v, low), v, low), high);
@@ -182,7 +182,7 @@ HWY_INLINE auto channelsOf(RenderSettings const& s, VF v) {
 template <class T, Rounding R>
 HWY_INLINE void storeChannels(RenderSettings const& s, Block const& b, int count, T* out) {
     const hn::Rebind<T, DF> d;
-    const int n = 4 * count;
+    int const n = 4 * count;
     int k = 0;
     for (; k + kLanes <= n; k += kLanes)
         hn::StoreU(channelsOf<T, R>(s, hn::Load(DF(), b.sum + k)), d, out + k);
@@ -237,7 +237,7 @@ HWY_INLINE void run(void* settings, LineRenderStruct* line) {
             todo >>= kBlock - left;
         }
         for (todo &= b.outside; todo != 0; todo &= todo - 1) {
-            const int i = std::countr_zero(todo);
+            int const i = std::countr_zero(todo);
             Kernel::scalar(s, {b.u[i], b.v[i]}, out + 4 * i);
         }
     }

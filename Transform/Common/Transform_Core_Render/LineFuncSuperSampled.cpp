@@ -15,7 +15,7 @@ void sumSuperSamples(RenderSettings const& s, SourcePosition at, double (&sums)[
     for (int k = 0; k < kSuperSamples; ++k) {
         const SourcePosition moved = {static_cast<float>(at.u + s.ssOffsetX[k]),
                                       static_cast<float>(at.v + s.ssOffsetY[k])};
-        const auto weight = static_cast<float>(s.ssWeight[k]);
+        auto const weight = static_cast<float>(s.ssWeight[k]);
         float sample[4];
         sample4x4<T, 4, Outside::kRepeatBorder>(s, moved, sample);
         for (int c = 0; c < 4; ++c) sums[c] += static_cast<double>(sample[c] * weight);

@@ -53,7 +53,7 @@ struct DrawnPasses {
 
 /// `fromAtRest` as isFromAtRest tells.
 constexpr DrawnPasses drawnPasses(PassPlan plan, bool fromAtRest) {
-    const bool isBoth = plan == PassPlan::kFromToFrameToTo;
+    bool const isBoth = plan == PassPlan::kFromToFrameToTo;
     return {plan == PassPlan::kDirect, (isBoth || plan == PassPlan::kFromToFrame) && !fromAtRest,
             isBoth || plan == PassPlan::kFrameToTo};
 }
@@ -70,7 +70,7 @@ struct Reposition {
 inline bool isFromAtRest(QV_UnitPoint const (&fromPins)[4], Reposition const& reposition) {
     constexpr QV_UnitPoint kFrame[4] = {{0, 0}, {0, 1}, {1, 0}, {1, 1}};
     constexpr double kIdentityTolerance = 1e-05;
-    const auto isClose = [](double value, double target) {
+    auto const isClose = [](double value, double target) {
         return std::fabs(value - target) <= kIdentityTolerance;
     };
     for (int i = 0; i < 4; ++i)

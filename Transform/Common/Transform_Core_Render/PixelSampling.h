@@ -28,7 +28,7 @@ struct SourcePosition {
 
 /// Source position of pixel i of a run.
 inline SourcePosition positionAt(LineRenderStruct const& line, int i) {
-    const double w = line.w + i * line.dw;
+    double const w = line.w + i * line.dw;
     return {static_cast<float>((line.x + i * line.dx) / w),
             static_cast<float>((line.y + i * line.dy) / w)};
 }
@@ -40,7 +40,7 @@ struct SplitCoordinate {
 };
 
 inline SplitCoordinate split(float c) {
-    const int whole = saturatingInt(c);
+    int const whole = saturatingInt(c);
     return {whole, c - static_cast<float>(whole)};
 }
 
@@ -102,8 +102,8 @@ inline void sampleBilinear(RenderSettings const& s, SourcePosition at, T* out) {
 
 /// The N weights of a signed fraction.
 inline float const* weightRow(RenderSettings const& s, float fraction, int taps) {
-    const float scaled = (fraction + 1.0f) * 255.0f * 0.5f;
-    const int row = !(scaled > 0.0f) ? 0 : scaled >= 255.0f ? 255 : static_cast<int>(scaled);
+    float const scaled = (fraction + 1.0f) * 255.0f * 0.5f;
+    int const row = !(scaled > 0.0f) ? 0 : scaled >= 255.0f ? 255 : static_cast<int>(scaled);
     return s.lut + static_cast<std::ptrdiff_t>(row) * taps;
 }
 
@@ -116,7 +116,7 @@ inline void copyBlock(RenderSettings const& s, int x0, int y0, int taps, T* bloc
     for (int j = 0; j < taps; ++j) {
         for (int i = 0; i < taps; ++i, block += C) {
             int x = x0 + i, y = y0 + j;
-            const bool inside =
+            bool const inside =
                 x >= s.srcMinX && x <= s.srcMaxX && y >= s.srcMinY && y <= s.srcMaxY;
             if (Policy == Outside::kBlack && !inside) {
                 for (int c = 0; c < C; ++c) block[c] = T(0);
@@ -149,7 +149,7 @@ inline void sumTaps(T const* block, std::ptrdiff_t rowBytes, int taps, float con
 template <class T, int C, int MostTaps, Outside Policy>
 inline void sumBlockAt(RenderSettings const& s, int x0, int y0, int taps, float const* wx,
                        float const* wy, float* out) {
-    const bool inside = x0 >= s.srcMinX && x0 + taps - 1 <= s.srcMaxX && y0 >= s.srcMinY &&
+    bool const inside = x0 >= s.srcMinX && x0 + taps - 1 <= s.srcMaxX && y0 >= s.srcMinY &&
                         y0 + taps - 1 <= s.srcMaxY;
     if (inside) {
         sumTaps<T, C>(sourcePixel<T, C>(s, x0, y0), s.srcRowBytes, taps, wx, wy, out);
@@ -174,7 +174,7 @@ inline void sample4x4(RenderSettings const& s, SourcePosition at, float* out) {
 /// `taps` by `taps` taps, black outside.
 template <class T, int C>
 inline void sampleTaps(RenderSettings const& s, SourcePosition at, float* out) {
-    const int taps = std::min(s.taps, kMaxTaps);
+    int const taps = std::min(s.taps, kMaxTaps);
     const SplitCoordinate u = split(at.u), v = split(at.v);
     sumBlockAt<T, C, kMaxTaps, Outside::kBlack>(
         s, u.whole - (taps / 2 - 1), v.whole - (taps / 2 - 1), taps, weightRow(s, u.fraction, taps),
@@ -205,8 +205,8 @@ inline T limitThenRound(RenderSettings const& s, float sum) {
     if constexpr (std::is_floating_point_v<T>) {
         return sum;
     } else {
-        const auto low = static_cast<float>(s.minValue), high = static_cast<float>(s.maxValue);
-        const float limited = !(sum > low) ? low : sum > high ? high : sum;
+        auto const low = static_cast<float>(s.minValue), high = static_cast<float>(s.maxValue);
+        float const limited = !(sum > low) ? low : sum > high ? high : sum;
         return static_cast<T>(limited + 0.5f);
     }
 }

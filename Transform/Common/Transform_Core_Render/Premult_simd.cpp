@@ -42,8 +42,8 @@ template <class T>
 HWY_INLINE VI multiplied(VI c, VI a) {
     constexpr int kShift = premult_detail::kShift<TraitOf<T>>;
     const hn::RebindToUnsigned<DF> d;
-    const auto product = hn::Mul(hn::BitCast(d, c), hn::BitCast(d, a));
-    const auto sum = hn::Add(product, hn::Set(d, 1u << (kShift - 1)));
+    auto const product = hn::Mul(hn::BitCast(d, c), hn::BitCast(d, a));
+    auto const sum = hn::Add(product, hn::Set(d, 1u << (kShift - 1)));
     return hn::Min(hn::BitCast(DI(), hn::ShiftRight<kShift>(sum)),
                    hn::Set(DI(), int{TraitOf<T>::kWhite}));
 }
@@ -55,9 +55,9 @@ template <class T>
 HWY_INLINE VI divided(VI c, VI a) {
     const DF d;
     const DI di;
-    const auto white = hn::Set(di, int{TraitOf<T>::kWhite});
+    auto const white = hn::Set(di, int{TraitOf<T>::kWhite});
     const VI numerator = hn::Mul(c, white), divisor = hn::Max(a, hn::Set(di, 1));
-    const auto quotient = hn::Div(hn::ConvertTo(d, numerator), hn::ConvertTo(d, divisor));
+    auto const quotient = hn::Div(hn::ConvertTo(d, numerator), hn::ConvertTo(d, divisor));
     const VI q = hn::ConvertTo(di, hn::Min(quotient, hn::ConvertTo(d, white)));
     const VI remainder = hn::Sub(numerator, hn::Mul(q, divisor));
     const VI exact = hn::Add(q, hn::VecFromMask(di, hn::Lt(remainder, hn::Zero(di))));
@@ -70,9 +70,9 @@ HWY_INLINE int changeVectors(T* pixels, int channels) {
     const DF d;
     const DI di;
     const hn::Rebind<T, DF> dt;
-    const int lanes = static_cast<int>(hn::Lanes(d));
-    const auto place = hn::And(hn::Iota(di, 0), hn::Set(di, 3));
-    const auto isAlpha = hn::Eq(place, hn::Set(di, Alpha));
+    int const lanes = static_cast<int>(hn::Lanes(d));
+    auto const place = hn::And(hn::Iota(di, 0), hn::Set(di, 3));
+    auto const isAlpha = hn::Eq(place, hn::Set(di, Alpha));
     int i = 0;
     for (; i + lanes <= channels; i += lanes) {
         if constexpr (std::is_floating_point_v<T>) {

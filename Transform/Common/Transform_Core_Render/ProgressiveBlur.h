@@ -21,7 +21,7 @@
 /// 2000 over the shorter side is the image's height; the shorter side is the limit.
 inline double relativeBlurRadius(PluginHost_API* host, float radius,
                                  PluginHost_API::RasterInfo const& raster) {
-    const double shorter = std::min(raster.width, raster.height);
+    double const shorter = std::min(raster.width, raster.height);
     double pixels = static_cast<double>(radius) * raster.height * 0.5 / 1000.0 * shorter;
     pixels = std::min(pixels, shorter) * std::min(host->getScaleX(), host->getScaleY());
     return std::trunc(pixels);
@@ -42,19 +42,19 @@ int progressiveBlur(PluginHost_API* host, QV_Line2D& line, float radius, float a
         return ZELK_CALL(InterpBlurFilter_RGBA)(host, *raster, radius, aspect,
                                                 kind == kBlurKindColumns);
 
-    const auto tentBlur = [=](double pixels, bool ramp) {
+    auto const tentBlur = [=](double pixels, bool ramp) {
         return alphaPlane ? ZELK_CALL(BlurFilter_A)(host, *raster, pixels, aspect, ramp, kind)
                           : ZELK_CALL(BlurFilter_RGBA)(host, *raster, pixels, aspect, ramp, kind,
                                                        kind == kBlurKindAlphaOnly);
     };
     if (kind == kBlurKindPlain || kind == kBlurKindAlphaOnly) return tentBlur(radius, false);
 
-    const auto fade = alphaPlane ? ZELK_CALL(fade_A) : ZELK_CALL(fade_RGBA);
-    const double start = fadeStart, length = fadeLength;
+    auto const fade = alphaPlane ? ZELK_CALL(fade_A) : ZELK_CALL(fade_RGBA);
+    double const start = fadeStart, length = fadeLength;
     fade(static_cast<float>(start * 0.01), static_cast<float>((start + length) * 0.01), curve,
          raster);
     if (kind != kBlurKindFromLine) return tentBlur(relativeBlurRadius(host, radius, *raster), true);
-    const auto fromLine =
+    auto const fromLine =
         alphaPlane ? ZELK_CALL(progressiveBlur_A) : ZELK_CALL(progressiveBlur_RGBA);
     return fromLine(host, line, radius, raster);
 #undef ZELK_CALL

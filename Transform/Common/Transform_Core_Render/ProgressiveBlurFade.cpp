@@ -10,9 +10,9 @@ namespace {
 std::optional<float> rowFactor(float t, FadeRamp const& ramp) {
     if (ramp.start >= t) return std::nullopt;
     if (t >= ramp.end) return 0.0f;
-    const float extent = ramp.end - ramp.start;
+    float const extent = ramp.end - ramp.start;
     if (std::fabs(extent) < 1e-5f) return std::nullopt;
-    const float k = 1.0f - (t - ramp.start) / extent;
+    float const k = 1.0f - (t - ramp.start) / extent;
     if (ramp.curve == kFadeCurveSquare) return k * k;
     return ramp.curve == kFadeCurveRoot ? std::sqrt(k) : k;
 }
@@ -21,7 +21,7 @@ std::optional<float> rowFactor(float t, FadeRamp const& ramp) {
 
 template <class T, int Count>
 void fadeRows(ChannelPlane<T> const& plane, FadeRamp const& ramp) {
-    const float step = plane.height > 1 ? 1.0f / static_cast<float>(plane.height - 1) : 0.0f;
+    float const step = plane.height > 1 ? 1.0f / static_cast<float>(plane.height - 1) : 0.0f;
     for (int y = 0; y < plane.height; ++y) {
         const std::optional<float> factor = rowFactor(1.0f - static_cast<float>(y) * step, ramp);
         if (!factor) continue;

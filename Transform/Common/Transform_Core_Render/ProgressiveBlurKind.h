@@ -1,5 +1,5 @@
-// What the blurs' entry can be asked for; ProgressiveBlur.h tells what each does. Any other number is
-// the ramped tent blur.
+// What the blurs' entry can be asked for; ProgressiveBlur.h tells what each does. Any other number
+// is the ramped tent blur.
 #pragma once
 
 enum ProgressiveBlurKind : int {

@@ -41,7 +41,7 @@ LevelPosition levelPosition(double fixed16) {
 /// the channel type.
 template <class T>
 float opacity(T alpha, AlphaScale const& scale) {
-    const float a = static_cast<float>(alpha) * scale.toOpacity;
+    float const a = static_cast<float>(alpha) * scale.toOpacity;
     if constexpr (std::is_floating_point_v<T>)
         return a;
     else
@@ -60,7 +60,7 @@ void blurPixel(BlurPyramid<T, Count> const& pyramid, LevelPosition at, int x, in
     pyramid.sample(at.level, x, y, sharper);
     if (at.level < pyramid.levels() - 1) pyramid.sample(at.level + 1, x, y, softer);
     for (int c = 0; c < Count; ++c) {
-        const float sample =
+        float const sample =
             static_cast<float>(sharper[c]) * (1.0f - at.t) + static_cast<float>(softer[c]) * at.t;
         out[c] = toChannel<T>(sample * mask);
     }
@@ -75,19 +75,21 @@ int blurFromLine(PluginHost_API* host, QV_Line2D& line, float amount,
     if (auto const* settings = static_cast<RenderSettings const*>(host->getUserData()))
         line.translate(settings->lineShiftX, settings->lineShiftY);
     const DistancePlane distance(line);
-    if (!std::isfinite(amount) || std::fabs(amount) < 1e-5f || raster.width <= 0 || raster.height <= 0) return 0;
+    if (!std::isfinite(amount) || std::fabs(amount) < 1e-5f || raster.width <= 0 ||
+        raster.height <= 0)
+        return 0;
 
-    const auto image = channelPlane<T>(raster, firstChannel);
+    auto const image = channelPlane<T>(raster, firstChannel);
     BlurPyramid<T, Count> pyramid(host, image);
     if (!pyramid.build()) return 1;
-    const int alphaStep = alpha.channel - firstChannel;
+    int const alphaStep = alpha.channel - firstChannel;
 #pragma omp parallel for schedule(dynamic, 1)
     for (int y = 0; y < image.height; ++y) {
         for (int x = 0; x < image.width; ++x) {
-            const double d = distance.at(x, y);
+            double const d = distance.at(x, y);
             if (!(d >= 0.0)) continue;
             T* pixel = image.row(y).pixel(x);
-            const float mask = opacity(pixel[alphaStep], alpha);
+            float const mask = opacity(pixel[alphaStep], alpha);
             if (mask == 0.0f) continue;
             blurPixel(pyramid, levelPosition(d * static_cast<double>(amount) * 65536.0), x, y, mask,
                       pixel);

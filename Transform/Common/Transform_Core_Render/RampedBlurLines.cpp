@@ -16,7 +16,7 @@ template <class T>
 void blurLine(ChannelLine<T> line, int length, double radiusPx, ChannelPlane<T> const& work) {
     constexpr int kAll = kChannelsPerPixel;
     const FractionalRadius radius(radiusPx);
-    const auto packed = work.row(0), smaller = work.row(1), larger = work.row(2);
+    auto const packed = work.row(0), smaller = work.row(1), larger = work.row(2);
     copyLine<T, kAll>(line, packed, length);
     tentBlurLine<T, kAll>(packed, smaller, length, wholeRadius(radius.whole));
     if (radius.isWhole()) {
@@ -36,16 +36,16 @@ int interpolatedBlur(PluginHost_API* host, PluginHost_API::RasterInfo& raster, d
                      double radiusLast, bool columns) {
     if (raster.width <= 0 || raster.height <= 0) return 0;
     ScratchRaster scratch(host);
-    if (const int error =
+    if (int const error =
             scratch.allocate(raster, std::max(raster.width, raster.height), kWorkLines))
         return error;
-    const auto image = channelPlane<T>(raster, 0);
-    const auto work = channelPlane<T>(scratch.info(), 0);
-    const int count = columns ? raster.width : raster.height;
-    const int length = columns ? raster.height : raster.width;
+    auto const image = channelPlane<T>(raster, 0);
+    auto const work = channelPlane<T>(scratch.info(), 0);
+    int const count = columns ? raster.width : raster.height;
+    int const length = columns ? raster.height : raster.width;
     for (int i = 0; i < count; ++i) {
-        const double t = count > 1 ? i / static_cast<double>(count - 1) : 0.0;
-        const double radius = (1.0 - t) * radiusFirst + t * radiusLast;
+        double const t = count > 1 ? i / static_cast<double>(count - 1) : 0.0;
+        double const radius = (1.0 - t) * radiusFirst + t * radiusLast;
         if (isRadius(radius)) blurLine(image.line(i, columns), length, radius, work);
     }
     return 0;

@@ -27,11 +27,11 @@ constexpr int weights[3][3] = {{1, 2, 1}, {2, 4, 2}, {1, 2, 1}};
 
 /// One pixel from the rows above, at and below it, and the columns left, at and right of it.
 template <class T, int Count>
-void smoothPixel(ChannelPlane<T> const& from, const int (&rows)[3], const int (&columns)[3],
+void smoothPixel(ChannelPlane<T> const& from, int const (&rows)[3], int const (&columns)[3],
                  T* out) {
     Wide<T> sum[Count] = {};
     for (int j = 0; j < 3; ++j) {
-        const ChannelLine<T> row = from.row(rows[j]);
+        ChannelLine<T> const row = from.row(rows[j]);
         for (int i = 0; i < 3; ++i) {
             T const* p = row.pixel(columns[i]);
             for (int c = 0; c < Count; ++c)
@@ -51,8 +51,8 @@ void smoothInterior(ChannelPlane<T> const& from, ChannelPlane<T> const& to) {
 
 template <class T, int Count>
 void smoothBorderPixel(ChannelPlane<T> const& from, ChannelPlane<T> const& to, int x, int y) {
-    const int up = std::max(y - 1, 0), down = std::min(y + 1, to.height - 1);
-    const int left = std::max(x - 1, 0), right = std::min(x + 1, to.width - 1);
+    int const up = std::max(y - 1, 0), down = std::min(y + 1, to.height - 1);
+    int const left = std::max(x - 1, 0), right = std::min(x + 1, to.width - 1);
     smoothPixel<T, Count>(from, {up, y, down}, {left, x, right}, to.row(y).pixel(x));
 }
 
@@ -60,8 +60,8 @@ template <class T, int Count>
 void smoothBorder(ChannelPlane<T> const& from, ChannelPlane<T> const& to) {
 #pragma omp parallel for schedule(dynamic, 1)
     for (int y = 0; y < to.height; ++y) {
-        const bool whole = y == 0 || y == to.height - 1;
-        const int step = whole ? 1 : std::max(to.width - 1, 1);
+        bool const whole = y == 0 || y == to.height - 1;
+        int const step = whole ? 1 : std::max(to.width - 1, 1);
         for (int x = 0; x < to.width; x += step) smoothBorderPixel<T, Count>(from, to, x, y);
     }
 }
@@ -72,10 +72,10 @@ template <class T, int Count>
 void averageBlocks(ChannelPlane<T> const& from, ChannelPlane<T> const& to) {
 #pragma omp parallel for schedule(dynamic, 1)
     for (int y = 0; y < to.height; ++y) {
-        const ChannelLine<T> near = from.row(2 * y);
-        const ChannelLine<T> far = from.row(std::min(2 * y + 1, from.height - 1));
+        ChannelLine<T> const near = from.row(2 * y);
+        ChannelLine<T> const far = from.row(std::min(2 * y + 1, from.height - 1));
         for (int x = 0; x < to.width; ++x) {
-            const int right = std::min(2 * x + 1, from.width - 1);
+            int const right = std::min(2 * x + 1, from.width - 1);
             T const *a = near.pixel(2 * x), *b = near.pixel(right);
             T const *c = far.pixel(2 * x), *d = far.pixel(right);
             T* out = to.row(y).pixel(x);
@@ -91,7 +91,7 @@ struct CellAxis {
     float fraction;
 
     CellAxis(int pixel, int shift, int cells) {
-        const int fromCentre = std::max(pixel - (1 << (shift - 1)), 0);
+        int const fromCentre = std::max(pixel - (1 << (shift - 1)), 0);
         cell = std::min(fromCentre >> shift, cells - 1);
         next = std::min(cell + 1, cells - 1);
         fraction =
@@ -125,7 +125,7 @@ template <class T, int Count>
 bool gauss1(PluginHost_API* host, ChannelPlane<T> const& plane) {
     HostBuffer buffer;
     if (!buffer.allocate(host, plane.width, plane.height, sizeof(T))) return false;
-    const ChannelPlane<T> copy{static_cast<T*>(buffer.data()),
+    ChannelPlane<T> const copy{static_cast<T*>(buffer.data()),
                                std::ptrdiff_t{plane.width} * kChannelsPerPixel, plane.width,
                                plane.height};
     copyPlane<T, Count>(plane, copy);
@@ -154,9 +154,9 @@ BlurPyramid<T, Count>::BlurPyramid(PluginHost_API* host, ChannelPlane<T> const& 
 template <class T, int Count>
 bool BlurPyramid<T, Count>::makeLevel(int level) {
     ChannelPlane<T> const& before = m_planes[level - 1];
-    const bool copied = level == 1;
-    const int width = copied ? before.width : (before.width + 1) >> 1;
-    const int height = copied ? before.height : (before.height + 1) >> 1;
+    bool const copied = level == 1;
+    int const width = copied ? before.width : (before.width + 1) >> 1;
+    int const height = copied ? before.height : (before.height + 1) >> 1;
     if (!m_buffers[level].allocate(m_host, width, height, sizeof(T))) return false;
     m_planes[level] = {static_cast<T*>(m_buffers[level].data()),
                        std::ptrdiff_t{width} * kChannelsPerPixel, width, height};
@@ -178,7 +178,7 @@ bool BlurPyramid<T, Count>::build() {
 template <class T, int Count>
 void BlurPyramid<T, Count>::sample(int level, int x, int y, T* out) const {
     ChannelPlane<T> const& plane = m_planes[level];
-    const int shift = m_shifts[level];
+    int const shift = m_shifts[level];
     if (shift == 0) {
         T const* p = plane.row(y).pixel(x);
         for (int c = 0; c < Count; ++c) out[c] = p[c];
@@ -190,9 +190,9 @@ void BlurPyramid<T, Count>::sample(int level, int x, int y, T* out) const {
     T const* p = plane.row(down.next).pixel(across.cell);
     T const* q = plane.row(down.next).pixel(across.next);
     for (int c = 0; c < Count; ++c) {
-        const float upper =
+        float const upper =
             between(static_cast<float>(a[c]), static_cast<float>(b[c]), across.fraction);
-        const float lower =
+        float const lower =
             between(static_cast<float>(p[c]), static_cast<float>(q[c]), across.fraction);
         out[c] = toChannel<T>(between(upper, lower, down.fraction));
     }

@@ -70,7 +70,7 @@ int pyramidLevels(int longerSide);
 /// Smooths a packed buffer of four-channel pixels. The result is 0, or 1 without memory.
 template <class Trait, class Channel, class Wide, class Weight, class Format>
 int gauss1_RGBA(PluginHost_API* host, Channel* pixels, int width, int height) {
-    const ChannelPlane<Channel> plane{pixels, std::ptrdiff_t{width} * kChannelsPerPixel, width,
+    ChannelPlane<Channel> const plane{pixels, std::ptrdiff_t{width} * kChannelsPerPixel, width,
                                       height};
     return gauss1<Channel, kChannelsPerPixel>(host, plane) ? 0 : 1;
 }
@@ -78,7 +78,7 @@ int gauss1_RGBA(PluginHost_API* host, Channel* pixels, int width, int height) {
 /// The same for the alpha channel alone; the buffer still has four channels a pixel.
 template <class Trait, class Channel, class Wide, class Weight, class Format>
 int gauss1_A(PluginHost_API* host, Channel* pixels, int width, int height) {
-    const ChannelPlane<Channel> plane{pixels + Trait::kAlpha,
+    ChannelPlane<Channel> const plane{pixels + Trait::kAlpha,
                                       std::ptrdiff_t{width} * kChannelsPerPixel, width, height};
     return gauss1<Channel, 1>(host, plane) ? 0 : 1;
 }

@@ -35,7 +35,7 @@ void storeQuad(const QV_UnitPoint (&pins)[4], double (&quad)[8]) {
 }
 
 // True if the quad (Z order) is convex, turning either way; one straight corner is allowed.
-bool isConvex(const double (&quad)[8]) {
+bool isConvex(double const (&quad)[8]) {
     constexpr int kAlongEdge[4] = {0, 1, 3, 2};
     double x[4], y[4];
     for (int i = 0; i < 4; ++i) {
@@ -44,8 +44,8 @@ bool isConvex(const double (&quad)[8]) {
     }
     unsigned turns = 0;
     for (int i = 0; i < 4; ++i) {
-        const int j = (i + 1) % 4, k = (i + 2) % 4;
-        const double c = (x[j] - x[i]) * (y[k] - y[j]) - (y[j] - y[i]) * (x[k] - x[j]);
+        int const j = (i + 1) % 4, k = (i + 2) % 4;
+        double const c = (x[j] - x[i]) * (y[k] - y[j]) - (y[j] - y[i]) * (x[k] - x[j]);
         if (c < 0.0) turns |= 1u;
         if (c > 0.0) turns |= 2u;
     }
@@ -62,7 +62,7 @@ bool takeQuad(bool used, const QV_UnitPoint (&pins)[4], double (&quad)[8]) {
     return isConvex(quad);
 }
 
-void applyView(QV_Mtrx44& matrix, const CoreRenderArguments& core, float w, float h) {
+void applyView(QV_Mtrx44& matrix, CoreRenderArguments const& core, float w, float h) {
     if (core.useCamera) {
         std::memcpy(matrix.m, core.cameraMatrix, sizeof matrix.m);
         return;
@@ -73,17 +73,17 @@ void applyView(QV_Mtrx44& matrix, const CoreRenderArguments& core, float w, floa
     matrix.translate(0.0, 0.0, -kViewDistance);
 }
 
-void applyScale(QV_Mtrx44& matrix, const CoreRenderArguments& core, const Pivot& pivot) {
+void applyScale(QV_Mtrx44& matrix, CoreRenderArguments const& core, Pivot const& pivot) {
     matrix.translate(-pivot.x, -pivot.y, -pivot.z);
     matrix.scale(core.scaleAll * core.scaleX, core.scaleAll * core.scaleY, core.scaleZ);
     matrix.translate(pivot.x, pivot.y, pivot.z);
 }
 
-void applyTranslate(QV_Mtrx44& matrix, const CoreRenderArguments& core, const Pivot& /*pivot*/) {
+void applyTranslate(QV_Mtrx44& matrix, CoreRenderArguments const& core, Pivot const& /*pivot*/) {
     matrix.translate(core.translateX, core.translateY, core.translateZ);
 }
 
-void turnAxes(QV_Mtrx44& matrix, const CoreRenderArguments& core) {
+void turnAxes(QV_Mtrx44& matrix, CoreRenderArguments const& core) {
     constexpr char kAxes[6][4] = {"xyz", "xzy", "yxz", "yzx", "zxy", "zyx"};
     if (core.rotationOrder < 0 || core.rotationOrder > 5) return;
     for (int i = 0; i < 3; ++i) {
@@ -101,7 +101,7 @@ void turnAxes(QV_Mtrx44& matrix, const CoreRenderArguments& core) {
     }
 }
 
-void applyRotate(QV_Mtrx44& matrix, const CoreRenderArguments& core, const Pivot& pivot) {
+void applyRotate(QV_Mtrx44& matrix, CoreRenderArguments const& core, Pivot const& pivot) {
     // Without an angle not even the rounding of the aspect pair may enter.
     if (core.rotateX == 0.0 && core.rotateY == 0.0 && core.rotateZ == 0.0) return;
     matrix.translate(-pivot.x, -pivot.y, -pivot.z);
@@ -111,8 +111,8 @@ void applyRotate(QV_Mtrx44& matrix, const CoreRenderArguments& core, const Pivot
     matrix.translate(pivot.x, pivot.y, pivot.z);
 }
 
-void applySteps(QV_Mtrx44& matrix, const CoreRenderArguments& core, const Pivot& pivot) {
-    using Step = void (*)(QV_Mtrx44&, const CoreRenderArguments&, const Pivot&);
+void applySteps(QV_Mtrx44& matrix, CoreRenderArguments const& core, Pivot const& pivot) {
+    using Step = void (*)(QV_Mtrx44&, CoreRenderArguments const&, Pivot const&);
     constexpr Step kSteps[6][3] = {
         {applyScale, applyRotate, applyTranslate}, {applyScale, applyTranslate, applyRotate},
         {applyRotate, applyScale, applyTranslate}, {applyRotate, applyTranslate, applyScale},
@@ -122,7 +122,7 @@ void applySteps(QV_Mtrx44& matrix, const CoreRenderArguments& core, const Pivot&
     for (Step step : kSteps[core.transformOrder]) step(matrix, core, pivot);
 }
 
-void applyQuadMap(QV_Mtrx44& matrix, int quadMode, const RenderSettings& s, const Pivot& pivot) {
+void applyQuadMap(QV_Mtrx44& matrix, int quadMode, RenderSettings const& s, Pivot const& pivot) {
     if (quadMode == kQuadUnitToTo) {
         matrix.square2Quad(s.toQuad);
         if (s.reposition) {
@@ -143,7 +143,7 @@ void applyQuadMap(QV_Mtrx44& matrix, int quadMode, const RenderSettings& s, cons
 
 int calcMatrix(QV_Mtrx44& matrix, CoreRenderArguments& core, RenderSettings& settings, int width,
                int height) {
-    const int mode = core.quadMode;
+    int const mode = core.quadMode;
     if (!takeQuad(mode == kQuadUnitToTo || mode == kQuadFromToTo, core.toPins, settings.toQuad))
         return 1;
     if (!takeQuad(mode == kQuadFromToTo || mode == kQuadFromToUnit, core.fromPins,
@@ -157,7 +157,7 @@ int calcMatrix(QV_Mtrx44& matrix, CoreRenderArguments& core, RenderSettings& set
         core.rotateX = 0.0;
         core.rotateY = 0.0;
     }
-    const float w = static_cast<float>(width), h = static_cast<float>(height);
+    float const w = static_cast<float>(width), h = static_cast<float>(height);
     const Pivot pivot = {static_cast<float>(core.centerX) - 0.5f,
                          static_cast<float>(core.centerY) - 0.5f, static_cast<float>(core.centerZ),
                          w / h};

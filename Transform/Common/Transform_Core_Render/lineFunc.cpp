@@ -16,13 +16,13 @@ int truncateInside(double c, int low, int high) {
 /// `PixelBytes` 0 stands for whatever the settings say.
 template <int PixelBytes>
 void copyNearest(RenderSettings const& s, LineRenderStruct& line) {
-    const int bytes = PixelBytes ? PixelBytes : s.srcPixelBytes;
+    int const bytes = PixelBytes ? PixelBytes : s.srcPixelBytes;
     auto const* source = static_cast<unsigned char const*>(s.srcData);
     auto* dest =
         static_cast<unsigned char*>(line.dest) + static_cast<std::ptrdiff_t>(line.skipLeft) * bytes;
     for (int i = 0; i < line.count; ++i, dest += bytes) {
-        const int px = truncateInside(line.x / line.w, s.srcMinX, s.srcMaxX);
-        const int py = truncateInside(line.y / line.w, s.srcMinY, s.srcMaxY);
+        int const px = truncateInside(line.x / line.w, s.srcMinX, s.srcMaxX);
+        int const py = truncateInside(line.y / line.w, s.srcMinY, s.srcMaxY);
         std::memcpy(dest,
                     source + static_cast<std::ptrdiff_t>(py) * s.srcRowBytes +
                         static_cast<std::ptrdiff_t>(px) * bytes,

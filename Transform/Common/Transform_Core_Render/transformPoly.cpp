@@ -34,8 +34,8 @@ QV_FRect clipRectangle(RenderSettings const& s, QV_FRect const& target) {
 /// The part of unit measure that the source rectangle stands for.
 QV_FRect unitRectangle(RenderSettings const& s, QV_IRect const& src) {
     if (s.renderMode != 1) return {0.0, 0.0, 1.0, 1.0};
-    const float w = static_cast<float>(s.hostWidth - 1);
-    const float h = static_cast<float>(s.hostHeight - 1);
+    float const w = static_cast<float>(s.hostWidth - 1);
+    float const h = static_cast<float>(s.hostHeight - 1);
     return {static_cast<float>(src.left) / w, static_cast<float>(src.top) / h,
             static_cast<float>(src.right) / w, static_cast<float>(src.bottom) / h};
 }
@@ -53,9 +53,9 @@ float evaluate(QV_Lerp const& lerp, double t) {
 /// The four vertices in outline order: upper left, lower left, lower right, upper right.
 void layCorners(QV_FRect const& c, QV_Lerp const& toU, QV_Lerp const& toV, double d,
                 QV_Poly_vert (&corners)[kCornerCount]) {
-    const double u0 = evaluate(toU, c.left) + d, u1 = evaluate(toU, c.right) - d;
-    const double v0 = evaluate(toV, c.top) + d, v1 = evaluate(toV, c.bottom) - d;
-    const double at[kCornerCount][4] = {{c.left, c.top, u0, v0},
+    double const u0 = evaluate(toU, c.left) + d, u1 = evaluate(toU, c.right) - d;
+    double const v0 = evaluate(toV, c.top) + d, v1 = evaluate(toV, c.bottom) - d;
+    double const at[kCornerCount][4] = {{c.left, c.top, u0, v0},
                                         {c.left, c.bottom, u0, v1},
                                         {c.right, c.bottom, u1, v1},
                                         {c.right, c.top, u1, v0}};
@@ -123,15 +123,15 @@ QV_IRect pixelBounds(QV_Poly const& poly, bool filtered) {
     float left = static_cast<float>(poly.m_vert[0].sx), right = left;
     float top = static_cast<float>(poly.m_vert[0].sy), bottom = top;
     for (int i = 1; i < poly.m_n; ++i) {
-        const float x = static_cast<float>(poly.m_vert[i].sx);
-        const float y = static_cast<float>(poly.m_vert[i].sy);
+        float const x = static_cast<float>(poly.m_vert[i].sx);
+        float const y = static_cast<float>(poly.m_vert[i].sy);
         left = std::min(left, x);
         right = std::max(right, x);
         top = std::min(top, y);
         bottom = std::max(bottom, y);
     }
-    const auto floorInt = [](float x) { return saturatingInt(std::floor(x)); };
-    const auto ceilInt = [](float x) { return saturatingInt(std::ceil(x)); };
+    auto const floorInt = [](float x) { return saturatingInt(std::floor(x)); };
+    auto const ceilInt = [](float x) { return saturatingInt(std::ceil(x)); };
     if (filtered) return {floorInt(left), floorInt(top), floorInt(right), floorInt(bottom)};
     return {ceilInt(left - 0.5f), ceilInt(top - 0.5f), floorInt(right - 0.5f),
             floorInt(bottom - 0.5f)};
@@ -139,9 +139,9 @@ QV_IRect pixelBounds(QV_Poly const& poly, bool filtered) {
 
 }  // namespace
 
-int transformPoly(PluginHost_API* /*host*/, QV_Poly* poly, QV_FRect* target, const QV_IRect& src,
+int transformPoly(PluginHost_API* /*host*/, QV_Poly* poly, QV_FRect* target, QV_IRect const& src,
                   QV_IRect* bounds, QV_Window* window, RenderSettings* settings,
-                  const QV_Mtrx44* matrix) {
+                  QV_Mtrx44 const* matrix) {
     const QV_FRect clip = clipRectangle(*settings, *target);
     QV_Poly_box box = {clip.left, clip.right + kLastPixelExtent,
                        clip.top,  clip.bottom + kLastPixelExtent,
@@ -159,7 +159,7 @@ int transformPoly(PluginHost_API* /*host*/, QV_Poly* poly, QV_FRect* target, con
     const QV_FRect cornersAt = cornerRectangle(*settings, unit);
     if (!cornersAt.getDefined()) return 0;
 
-    const bool filtered = isFiltered(*settings);
+    bool const filtered = isFiltered(*settings);
     QV_Poly_vert corners[kCornerCount];
     layCorners(cornersAt, toU, toV, filtered ? -0.5 : 0.5, corners);
 

@@ -21,6 +21,6 @@ class PluginHost_API;
 /// @return 0 when nothing of the polygon is inside the window, or when the map is so singular that
 ///         a corner has no position in it; else 1 (cut) or 2 (whole), with every vertex at most a
 ///         pixel outside the clip rectangle
-int transformPoly(PluginHost_API* host, QV_Poly* poly, QV_FRect* target, const QV_IRect& src,
+int transformPoly(PluginHost_API* host, QV_Poly* poly, QV_FRect* target, QV_IRect const& src,
                   QV_IRect* bounds, QV_Window* window, RenderSettings* settings,
-                  const QV_Mtrx44* matrix);
+                  QV_Mtrx44 const* matrix);

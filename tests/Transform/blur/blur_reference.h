@@ -33,10 +33,10 @@ struct Plane {
     /// Replaces row, or column, i of `count` by blurred(line, i, count).
     template <class Blurred>
     void fillLines(bool vertical, Blurred blurred) {
-        const int count = vertical ? width : height;
+        int const count = vertical ? width : height;
         for (int i = 0; i < count; ++i) {
             Line line(vertical ? height : width);
-            const auto at = [&](std::size_t k) -> double& {
+            auto const at = [&](std::size_t k) -> double& {
                 return values[vertical ? k * width + i : i * width + k];
             };
             for (std::size_t k = 0; k < line.size(); ++k) line[k] = at(k);
@@ -54,15 +54,15 @@ inline int limitedRadius(int radius, int length) {
 }
 
 inline Line tentLine(Line const& p, int wanted, bool isFloat) {
-    const int length = int(p.size()), radius = limitedRadius(wanted, length);
+    int const length = int(p.size()), radius = limitedRadius(wanted, length);
     if (radius == 0) return p;
-    const double n = radius + 1;
+    double const n = radius + 1;
     Line out;
     for (int i = 0; i < length; ++i) {
         double sum = 0;
         for (int d = -radius; d <= radius; ++d)
             sum += (n - std::abs(d)) * p[std::clamp(i + d, 0, length - 1)];
-        const double v = sum * (1.0 / (n * n));
+        double const v = sum * (1.0 / (n * n));
         out.push_back(isFloat ? double(float(v)) : std::trunc(v));
     }
     return out;
@@ -70,7 +70,7 @@ inline Line tentLine(Line const& p, int wanted, bool isFloat) {
 
 inline void tentPass(Plane& p, int wanted, bool vertical, bool ramp, int kind) {
     if (kind == (vertical ? -11 : -10)) return;
-    const int radius = limitedRadius(wanted, vertical ? p.height : p.width);
+    int const radius = limitedRadius(wanted, vertical ? p.height : p.width);
     p.fillLines(vertical, [&](Line const& line, int i, int count) {
         float t = count == 1 ? 1.0f : 1.0f - float(i) / float(count - 1);
         if (kind == 3) t = t * t;
@@ -84,12 +84,12 @@ inline void tentPass(Plane& p, int wanted, bool vertical, bool ramp, int kind) {
 template <class WholeBlur>
 Line fractional(Line const& values, double radius, bool isFloat, WholeBlur whole) {
     if (!std::isfinite(radius) || std::fabs(radius) <= 1e-5) return values;
-    const float f = float(radius - std::floor(radius)), g = 1.0f - f;
-    const auto smaller = whole(values, std::floor(radius));
+    float const f = float(radius - std::floor(radius)), g = 1.0f - f;
+    auto const smaller = whole(values, std::floor(radius));
     if (g <= 1e-5f) return smaller;
     auto larger = whole(values, std::floor(radius) + 1);
     for (std::size_t i = 0; i < values.size(); ++i) {
-        const float a = float(smaller[i]) * g, b = float(larger[i]) * f;
+        float const a = float(smaller[i]) * g, b = float(larger[i]) * f;
         larger[i] = isFloat ? double(a + b) : std::trunc(double(a + 0.5f + b));
     }
     return larger;
@@ -108,7 +108,7 @@ inline void blur(Plane& p, double radius, double factor, bool ramp, int kind) {
 }
 
 inline void interpolatedBlur(Plane& p, double first, double last, bool columns) {
-    const auto whole = [&](Line const& values, double radius) {
+    auto const whole = [&](Line const& values, double radius) {
         return tentLine(values, int(radius), p.isFloat);
     };
     p.fillLines(columns, [&](Line const& line, int i, int count) {
@@ -155,7 +155,7 @@ inline Plane halved(Plane const& p) {
 }
 
 inline Picture pyramid(Plane const& p) {
-    const int longer = std::max({p.width, p.height, 2});
+    int const longer = std::max({p.width, p.height, 2});
     const std::size_t levels = std::min(10, 1 + int(std::ceil(std::log2(longer - 1.0))));
     Picture all{p};
     while (all.size() < levels) {
@@ -170,11 +170,11 @@ inline float lerp(float a, float b, float t) { return a * (1.0f - t) + b * t; }
 /// A level that was halved `shift` times, at pixel (x, y) of the picture.
 inline float readLevel(Plane const& p, int shift, int x, int y) {
     if (shift == 0) return float(p.near(x, y));
-    const int size = 1 << shift;
-    const int x0 = std::max(x - size / 2, 0), y0 = std::max(y - size / 2, 0);
-    const int cx = std::min(x0 / size, p.width - 1), cy = std::min(y0 / size, p.height - 1);
-    const float fx = float(x0 - cx * size) / float(size), fy = float(y0 - cy * size) / float(size);
-    const auto row = [&](int j) {
+    int const size = 1 << shift;
+    int const x0 = std::max(x - size / 2, 0), y0 = std::max(y - size / 2, 0);
+    int const cx = std::min(x0 / size, p.width - 1), cy = std::min(y0 / size, p.height - 1);
+    float const fx = float(x0 - cx * size) / float(size), fy = float(y0 - cy * size) / float(size);
+    auto const row = [&](int j) {
         return lerp(float(p.near(cx, cy + j)), float(p.near(cx + 1, cy + j)), fx);
     };
     return float(p.stored(double(lerp(row(0), row(1), fy))));
@@ -183,11 +183,11 @@ inline float readLevel(Plane const& p, int shift, int x, int y) {
 inline void growingBlur(Plane& p, Plane const& alpha, double white, QV_Line2D const& line,
                         float amount) {
     if (std::fabs(amount) < 1e-5f) return;
-    const auto levels = pyramid(p);
-    const double d0 = line.distance(0, 0);
-    const double dX = line.distance(1, 0) - d0, dY = line.distance(0, 1) - d0;
+    auto const levels = pyramid(p);
+    double const d0 = line.distance(0, 0);
+    double const dX = line.distance(1, 0) - d0, dY = line.distance(0, 1) - d0;
     // Past the last level lies nothing.
-    const auto read = [&](std::size_t level, int x, int y) {
+    auto const read = [&](std::size_t level, int x, int y) {
         if (level >= levels.size()) return 0.0f;
         return readLevel(levels[level], std::max(int(level) - 1, 0), x, y);
     };
@@ -222,15 +222,15 @@ struct Call {
 
 /// `alphaAt` is alpha's place in a pixel.
 inline void drive(Picture& picture, int alphaAt, double white, Call const& call, double scale) {
-    const double radius = call.radius, start = call.fadeStart, end = start + call.fadeLength;
-    const auto isChosen = [&](int c) {
+    double const radius = call.radius, start = call.fadeStart, end = start + call.fadeLength;
+    auto const isChosen = [&](int c) {
         return call.kind <= -10 || c == alphaAt || (!call.alphaPlane && call.kind != -2);
     };
     for (int c = 0; c < 4 && call.kind >= 0; ++c)
         if (isChosen(c)) fade(picture[c], float(start * 0.01), float(end * 0.01), call.curve);
     const Plane alpha = picture[alphaAt];
-    const double shorter = std::min(alpha.width, alpha.height);
-    const double relative = std::min(radius * alpha.height * 0.5 / 1000.0 * shorter, shorter);
+    double const shorter = std::min(alpha.width, alpha.height);
+    double const relative = std::min(radius * alpha.height * 0.5 / 1000.0 * shorter, shorter);
     for (int c = 0; c < 4; ++c) {
         Plane& p = picture[c];
         if (!isChosen(c)) continue;

@@ -23,7 +23,7 @@ constexpr unsigned kSeed = 100;
 /// Floats are 0 or from 0.25 to 1: for radii up to 40 all sums of two passes then fit into 53 bits,
 /// whatever the order, so that running and direct sums agree to the bit in the float formats too.
 void paintNoise(GuardedRaster& raster, std::mt19937& random) {
-    const double white = whiteOf(raster.format());
+    double const white = whiteOf(raster.format());
     std::uniform_real_distribution<float> real(0.25f, 1.0f);
     raster.paint([&](int, int, int) {
         const auto dice = random() % 16;
@@ -79,15 +79,15 @@ struct ForgetfulHost : PluginHost_Memory_Impl {
 
 /// Random arguments that make sense for the kind, and radii that blur nothing.
 Call randomCall(int kind, int width, int height, std::mt19937& random) {
-    const auto upTo = [&random](float most) {
+    auto const upTo = [&random](float most) {
         return std::uniform_real_distribution<float>(0, most)(random);
     };
-    const float radii[] = {0.0f,  1e-6f,     0.4f,   1.0f,  2.7f, 8.99f,
+    float const radii[] = {0.0f,  1e-6f,     0.4f,   1.0f,  2.7f, 8.99f,
                            25.0f, 1.999995f, -1e-5f, -3.0f, NAN,  INFINITY};
-    const float aspects[] = {1.0f, 0.5f, 0.0f, 2.3f};
+    float const aspects[] = {1.0f, 0.5f, 0.0f, 2.3f};
     // Start and length of ramps whose ends fall on a row's t of 0, 1/4, 1/2, 3/4 or 1, one too
     // short to fade anything, and any.
-    const float fades[][2] = {{0, 1},
+    float const fades[][2] = {{0, 1},
                               {25, 50},
                               {100, 50},
                               {50, -25},
@@ -117,13 +117,13 @@ INSTANTIATE_TEST_SUITE_P(Blur, EveryFormat, testing::ValuesIn(zelk::kFormats),
                          });
 
 TEST_P(EveryFormat, GivesTheSlowBlursPixelsAndLeavesThePadding) {
-    const auto [format, alpha, red, pixelBytes] = GetParam();
+    auto const [format, alpha, red, pixelBytes] = GetParam();
     std::mt19937 random(kSeed + unsigned(format));
-    const int formerThreads = omp_get_max_threads();
+    int const formerThreads = omp_get_max_threads();
     for (int size = 1; size <= 41; ++size) {
         // The last one wants more levels than a pyramid has.
-        const int width = size > 40 ? 700 : size, height = int(random() % 40) + 1;
-        for (const int kind : {-11, -10, -2, -1, 0, 1, 2, 3, 4}) {
+        int const width = size > 40 ? 700 : size, height = int(random() % 40) + 1;
+        for (int const kind : {-11, -10, -2, -1, 0, 1, 2, 3, 4}) {
             GuardedRaster raster(format, width, height, int(random() % 3) * 16);
             paintNoise(raster, random);
             Picture expected = pictureOf(raster);
@@ -135,13 +135,13 @@ TEST_P(EveryFormat, GivesTheSlowBlursPixelsAndLeavesThePadding) {
             host.setUserData(&settings);
             host.setScale(random() % 2 ? 1.0 : 0.5, 0.75);
             // Refused memory, of images or of the pyramid's levels and copies, leaves the raster.
-            const int nth = int(random() % 20) - 10, code = kind != 1 && random() % 2 ? 516 : 0;
+            int const nth = int(random() % 20) - 10, code = kind != 1 && random() % 2 ? 516 : 0;
             if (kind != 1 && nth > 0) host.failAllocation(nth, code, random() % 2);
             if (kind == 1) (random() % 2 ? host.refuseLockAt : host.refuseAt) = std::max(nth, -1);
             if (nth > 0) call.fadeStart = 100;  // fading, which comes before it, does nothing
             omp_set_num_threads(1 + size % 3);
-            const int result = run(host, raster, call);
-            const bool failed =
+            int const result = run(host, raster, call);
+            bool const failed =
                 nth > 0 && (kind == 1 ? host.asked : host.tally().allocations) >= nth;
             SCOPED_TRACE(testing::Message()
                          << "kind " << kind << " " << width << "x" << height << " radius "
@@ -161,14 +161,14 @@ TEST_P(EveryFormat, GivesTheSlowBlursPixelsAndLeavesThePadding) {
 
 TEST(TentBlurPass, RampsBendDownwardsTooAndEitherPassMayBeLeftOut) {
     std::mt19937 random(kSeed);
-    for (const int height : {1, 2, 30})
-        for (const int kind : {0, 3, 4, -10, -11})
-            for (const bool vertical : {false, true}) {
+    for (int const height : {1, 2, 30})
+        for (int const kind : {0, 3, 4, -10, -11})
+            for (bool const vertical : {false, true}) {
                 GuardedRaster from(kFormatBGRA8, 33, height, 4), to(kFormatBGRA8, 33, height);
                 paintNoise(from, random);
                 Picture expected = pictureOf(from);
                 for (Plane& plane : expected) tentPass(plane, 9, vertical, true, kind);
-                const auto planeOf = [](GuardedRaster const& raster) {
+                auto const planeOf = [](GuardedRaster const& raster) {
                     return channelPlane<unsigned char>(raster.info(), 0);
                 };
                 tentBlurPass<unsigned char, 4>(planeOf(from), planeOf(to),
@@ -181,7 +181,7 @@ TEST(TentBlurPass, RampsBendDownwardsTooAndEitherPassMayBeLeftOut) {
 TEST(ProgressiveBlur, FormatsWithoutAnInstanceAnswerOneUnlessExtended) {
     GuardedRaster raster(kFormatARGB32, 7, 7);
     raster.paint([](int x, int y, int c) { return x == 3 && y == 3 && c == 0 ? 1 : 0; });
-    for (const int code : {4, 12, 21, -1, 0}) {
+    for (int const code : {4, 12, 21, -1, 0}) {
         auto output = raster.info();
         output.format = static_cast<QV_RasterFormat>(code);
         PluginHost_Memory_Impl host({}, output);

@@ -37,17 +37,17 @@ TEST(Kernels, KnownValues) {
         {13, 1, std::sqrt(2 / M_PI) / std::exp(2)}, {14, 1, 1 / std::sqrt(2 * M_PI * M_E)},
         // clang-format on
     };
-    for (const auto& fact : facts) {
+    for (auto const& fact : facts) {
         RenderSettings s = settingsFor(fact.filter);
         EXPECT_NEAR(getInterpLineFunc(fact.filter)(fact.x, &s), fact.value, 1e-12)
             << "filter " << fact.filter << " at " << fact.x;
     }
-    for (const int none : {-1, 22}) EXPECT_EQ(getInterpLineFunc(none), nullptr);
+    for (int const none : {-1, 22}) EXPECT_EQ(getInterpLineFunc(none), nullptr);
 }
 
 TEST(Kernels, SplinesPartitionUnityAndKaiserIsTheBesselRatio) {
     for (double x = 0; x < 1; x += 1.0 / 16) {
-        for (const int filter : {1, 3, 4, 5, 6, 7, 8, 9, 20}) {
+        for (int const filter : {1, 3, 4, 5, 6, 7, 8, 9, 20}) {
             RenderSettings s = settingsFor(filter);
             double sum = 0;
             for (int k = -2; k <= 2; ++k) sum += getInterpLineFunc(filter)(x + k, &s);
@@ -55,7 +55,7 @@ TEST(Kernels, SplinesPartitionUnityAndKaiserIsTheBesselRatio) {
         }
         RenderSettings s;
         setInterpLineFunc(&s, 6.5, 0, kFilterKaiser, false, 4, 0, false, 0, 0, 0, false, false);
-        const double alpha = 6.5 * std::sqrt(1 - x * x);
+        double const alpha = 6.5 * std::sqrt(1 - x * x);
         // The series ends below 1e-7; what is left out is less than twice that, times normaliser.
         EXPECT_NEAR(filter_kaiser(-x, &s),
                     std::cyl_bessel_i(0.0, alpha) / std::cyl_bessel_i(0.0, 6.5), 3e-7);
@@ -67,11 +67,11 @@ TEST(Kernels, SharpenCombinesTwoParameterSets) {
     RenderSettings s, a, b;
     mitchell_init(a.mitchell[0], 1, 0);
     mitchell_init(b.mitchell[0], 0, 0.5);
-    for (const bool clamp : {false, true}) {
-        for (const double mix : {0.0, 1.0}) {
+    for (bool const clamp : {false, true}) {
+        for (double const mix : {0.0, 1.0}) {
             setInterpLineFunc(&s, 1, 0, 20, true, 20, mix, clamp, 0, 0.5, 0.25, false, false);
-            for (const double x : {0.0, 0.4, 0.6, 1.2}) {
-                const double value =
+            for (double const x : {0.0, 0.4, 0.6, 1.2}) {
+                double const value =
                     filter_mitchell(x, &a) - 0.25 * filter_mitchell((5 - mix * 3.5) * x, &b);
                 EXPECT_EQ(s.kernelFunc(x, &s), clamp ? std::max(0.0, value) : value);
             }
@@ -86,7 +86,7 @@ TEST(WeightTable, TapsFollowSizeAndScale) {
         int taps;
     } cases[] = {{0, 1.0f, 4},  {0, 0.5f, 4},    {0, 0.49f, 1}, {3, 1.0f, 10}, {7, 1.0f, 10},
                  {3, 0.25f, 8}, {3, 0.0625f, 4}, {3, 0.06f, 1}, {1, 0.3f, 4}};
-    for (const auto& c : cases) {
+    for (auto const& c : cases) {
         RenderSettings s;
         s.quality = 2;
         setKernelTransformSize(&s, c.sizeIndex, c.scale);
@@ -99,18 +99,18 @@ TEST(WeightTable, TapsFollowSizeAndScale) {
 // to a sum of 1 unless the sum is nearly nothing.
 TEST(WeightTable, RowsAreTheNormalisedKernel) {
     for (int i = 0; i < kFilterCount * 8; ++i) {
-        const int filter = i / 8;
-        const bool clamp = i % 2 == 1;
+        int const filter = i / 8;
+        bool const clamp = i % 2 == 1;
         RenderSettings s = settingsFor(filter, i / 2 % 4, clamp);
         for (int row = 0; row < kLutRows; ++row) {
             double weights[kMaxTaps];
             for (int k = 0; k < s.taps; ++k) {
-                const double t = k * (1.0 / (s.taps - 1));
+                double const t = k * (1.0 / (s.taps - 1));
                 weights[k] = s.kernelFunc(2 * t - (1 - t) - (row * (1.0 / 255) * 2 - 1), &s);
                 if (clamp) weights[k] = std::max(0.0, weights[k]);
             }
-            const double sum = std::accumulate(weights, weights + s.taps, 0.0);
-            const double scale = std::fabs(sum) < 1e-5 ? 1 : 1 / sum;
+            double const sum = std::accumulate(weights, weights + s.taps, 0.0);
+            double const scale = std::fabs(sum) < 1e-5 ? 1 : 1 / sum;
             for (int k = 0; k < s.taps; ++k)
                 ASSERT_EQ(s.lut[row * s.taps + k], static_cast<float>(weights[k] * scale))
                     << "filter " << filter << " taps " << s.taps << " row " << row << " tap " << k;
@@ -121,9 +121,9 @@ TEST(WeightTable, RowsAreTheNormalisedKernel) {
 TEST(SuperSamplePattern, CoversOnePixelWithUnitWeight) {
     RenderSettings s;
     setDefaultSuperSamplePattern(&s);
-    const auto sum = [](const double* v) { return std::accumulate(v, v + kSuperSamples, 0.0); };
+    auto const sum = [](double const* v) { return std::accumulate(v, v + kSuperSamples, 0.0); };
     EXPECT_NEAR(sum(s.ssWeight), 1, 1e-15);
-    for (const double* offsets : {s.ssOffsetX, s.ssOffsetY}) {
+    for (double const* offsets : {s.ssOffsetX, s.ssOffsetY}) {
         EXPECT_NEAR(sum(offsets), 0, 1e-15);
         EXPECT_LE(*std::max_element(offsets, offsets + kSuperSamples), 0.5);
     }

@@ -32,8 +32,8 @@ template <class T>
 std::vector<T> noise(Random& random, int size) {
     constexpr double kOdd[] = {NAN, INFINITY, -INFINITY, 1e38, -0.0, 0.0};
     constexpr bool kIsFloat = std::is_floating_point_v<T>;
-    const double low = kIsFloat ? -0.5 : 0, high = kIsFloat ? 1.5 : sizeof(T) == 1 ? 255 : 65535;
-    const bool isOdd = kIsFloat && random.integer(0, 3) == 0;
+    double const low = kIsFloat ? -0.5 : 0, high = kIsFloat ? 1.5 : sizeof(T) == 1 ? 255 : 65535;
+    bool const isOdd = kIsFloat && random.integer(0, 3) == 0;
     std::vector<T> channels(static_cast<std::size_t>(size));
     for (T& c : channels) c = static_cast<T>(random.uniform(low, high));
     for (std::size_t i = 0; isOdd && i < channels.size(); i += random.integer(1, 31))
@@ -45,12 +45,12 @@ std::vector<T> noise(Random& random, int size) {
 /// all borders and -0 too, or with positions that are far or no numbers.
 LineRenderStruct randomRun(Random& random, int width, int height) {
     constexpr double kOdd[] = {0, 1e-300, 1e-12, NAN, INFINITY};
-    const auto near = [&](int size) { return random.uniform(-3, size + 3); };
-    const int kind = random.integer(0, 9);
+    auto const near = [&](int size) { return random.uniform(-3, size + 3); };
+    int const kind = random.integer(0, 9);
     LineRenderStruct r{};
     r.count = random.integer(0, 200);
     if (kind < 7) {
-        const double w0 = random.uniform(0.2, 3), w1 = random.uniform(-0.1, 3), n = r.count + 1;
+        double const w0 = random.uniform(0.2, 3), w1 = random.uniform(-0.1, 3), n = r.count + 1;
         r.x = near(width) * w0, r.y = near(height) * w0, r.w = w0, r.dw = (w1 - w0) / n;
         r.dx = (near(width) * w1 - r.x) / n, r.dy = (near(height) * w1 - r.y) / n;
     } else {
@@ -69,9 +69,9 @@ void compareRun(Random& random) {
     constexpr int kInsets[] = {0, 1, 13};
     constexpr QV_LineFunc FormatFunctions::*kSlots[] = {
         &FormatFunctions::bilinear, &FormatFunctions::biCubic4x4, &FormatFunctions::biCubic};
-    const int width = random.integer(1, 70), height = random.integer(1, 70);
-    const int rowLength = 4 * width + random.integer(0, 13), function = random.integer(0, 2);
-    const int inset = std::min(kInsets[random.integer(0, 2)], (std::min(width, height) - 1) / 2);
+    int const width = random.integer(1, 70), height = random.integer(1, 70);
+    int const rowLength = 4 * width + random.integer(0, 13), function = random.integer(0, 2);
+    int const inset = std::min(kInsets[random.integer(0, 2)], (std::min(width, height) - 1) / 2);
     auto source = noise<T>(random, rowLength * height);
     RenderSettings s;
     s.srcData = source.data(), s.srcRowBytes = rowLength * static_cast<int>(sizeof(T));

@@ -70,7 +70,7 @@ struct Scene {
           rowLength(width * channelCount + 5),
           source(static_cast<std::size_t>(rowLength) * height),
           coverage(random() % 24) {
-        const auto uniform = [&random](double low, double high) {
+        auto const uniform = [&random](double low, double high) {
             return std::uniform_real_distribution<double>(low, high)(random);
         };
         for (T& v : source) v = static_cast<T>(kIsFloat ? uniform(-0.2, 1.3) : uniform(0, kWhite));
@@ -107,11 +107,11 @@ struct Scene {
     float bilinear(float u, float v, int c) const {
         u = std::clamp(u, 0.0f, static_cast<float>(width - 1));
         v = std::clamp(v, 0.0f, static_cast<float>(height - 1));
-        const int x = static_cast<int>(u), y = static_cast<int>(v);
-        const auto stored = [](float p, float q, float f) {
+        int const x = static_cast<int>(u), y = static_cast<int>(v);
+        auto const stored = [](float p, float q, float f) {
             return static_cast<float>(static_cast<T>(p * (1.0f - f) + q * f));
         };
-        const auto row = [&](int j) {
+        auto const row = [&](int j) {
             return stored(fetch(x, j, c), fetch(x + 1, j, c), u - static_cast<float>(x));
         };
         return stored(row(y), row(y + 1), v - static_cast<float>(y));
@@ -119,18 +119,18 @@ struct Scene {
 
     /// With a fixed 4 taps blocks beyond -2 are read from -3 on.
     float kernelSum(float u, float v, int c, int taps, bool black, bool fixed) const {
-        const int iu = static_cast<int>(u), iv = static_cast<int>(v);
-        const auto weights = [&](float f) {
+        int const iu = static_cast<int>(u), iv = static_cast<int>(v);
+        auto const weights = [&](float f) {
             const int row = static_cast<int>((f + 1.0f) * 255.0f * 0.5f);
             return settings.lut + std::clamp(row, 0, 255) * taps;
         };
-        const auto first = [&](int whole) {
+        auto const first = [&](int whole) {
             const int at = whole - (taps / 2 - 1);
             return fixed && at < -2 ? -3 : at;
         };
         float const* wx = weights(u - static_cast<float>(iu));
         float const* wy = weights(v - static_cast<float>(iv));
-        const int x0 = first(iu), y0 = first(iv);
+        int const x0 = first(iu), y0 = first(iv);
         float result = 0;
         for (int j = 0; j < taps; ++j) {
             float r = wx[0] * fetch(x0, y0 + j, c, black);
@@ -143,8 +143,8 @@ struct Scene {
     /// The value that `m` has to store for channel c of a pixel.
     T expected(Method const& m, float u, float v, int c, float cover) const {
         constexpr float half = kIsFloat ? 0.0f : 0.5f;
-        const float coverSum = m.cover == Cover::kSum ? cover : 1.0f;
-        const auto limited = [](auto sum) {
+        float const coverSum = m.cover == Cover::kSum ? cover : 1.0f;
+        auto const limited = [](auto sum) {
             return kIsFloat ? sum : std::clamp<decltype(sum)>(sum, 0, kWhite);
         };
         T value = kWhite;  // kFill
@@ -152,11 +152,11 @@ struct Scene {
             value = static_cast<T>(fetch(static_cast<int>(u), static_cast<int>(v), c));
         if (m.sampler == Sampler::kBilinear) value = static_cast<T>(bilinear(u, v, c));
         if (m.sampler == Sampler::kKernel4x4) {
-            const float sum = kernelSum(u, v, c, 4, channels == 1, true);
+            float const sum = kernelSum(u, v, c, 4, channels == 1, true);
             value = static_cast<T>(limited(sum * coverSum + half));
         }
         if (m.sampler == Sampler::kKernelTaps) {
-            const float sum = kernelSum(u, v, c, settings.taps, true, false);
+            float const sum = kernelSum(u, v, c, settings.taps, true, false);
             value = static_cast<T>(limited(sum * coverSum) + half);
         }
         if (m.sampler == Sampler::kSuperSampled) {
@@ -169,7 +169,7 @@ struct Scene {
         }
         if (m.cover != Cover::kStored) return value;
         // Four channels between pixels truncate, all else rounds.
-        const bool rounds = m.sampler != Sampler::kBilinear || channels == 1;
+        bool const rounds = m.sampler != Sampler::kBilinear || channels == 1;
         return static_cast<T>(static_cast<float>(value) * cover + (rounds ? half : 0.0f));
     }
 };
@@ -181,7 +181,7 @@ TYPED_TEST_SUITE(LineFunctions, ChannelTypes);
 
 template <class T>
 void runAndCheck(Scene<T>& s, Method const& m, int skipped) {
-    const auto function = s.channels == 4 ? m.four : m.one;
+    auto const function = s.channels == 4 ? m.four : m.one;
     if (m.sampler == Sampler::kNearest)  // makes every sum of steps exact, however it is taken
         for (double* v : {&s.line.x, &s.line.y, &s.line.w, &s.line.dx, &s.line.dy, &s.line.dw})
             *v = std::round(*v * 4096) / 4096;
@@ -194,12 +194,12 @@ void runAndCheck(Scene<T>& s, Method const& m, int skipped) {
     function(&s.settings, &line);
 
     for (std::size_t i = 0; i < out.size(); ++i) {
-        const int x = static_cast<int>(i) / s.channels - s.line.skipLeft;
-        const int c = static_cast<int>(i) % s.channels;
-        const double q = s.line.w + x * s.line.dw;
-        const auto u = static_cast<float>((s.line.x + x * s.line.dx) / q);
-        const auto v = static_cast<float>((s.line.y + x * s.line.dy) / q);
-        const bool isFilled = m.sampler != Sampler::kFill || c == s.settings.alphaOffset;
+        int const x = static_cast<int>(i) / s.channels - s.line.skipLeft;
+        int const c = static_cast<int>(i) % s.channels;
+        double const q = s.line.w + x * s.line.dw;
+        auto const u = static_cast<float>((s.line.x + x * s.line.dx) / q);
+        auto const v = static_cast<float>((s.line.y + x * s.line.dy) / q);
+        bool const isFilled = m.sampler != Sampler::kFill || c == s.settings.alphaOffset;
         T want = untouched;
         if (x >= 0 && x < s.line.count && isFilled) want = s.expected(m, u, v, c, s.coverage[x]);
         ASSERT_EQ(out[i], want) << "pixel " << x << " channel " << c << " at " << u << ", " << v
@@ -211,9 +211,9 @@ void runAndCheck(Scene<T>& s, Method const& m, int skipped) {
 
     // Positions beyond any picture: reads stay inside the source, as the address sanitizer judges.
     T wild[8];
-    const float cover[2] = {1, 0.5f};
-    for (const double x : {NAN, INFINITY, -INFINITY, 1e30f, -1e30f, 3e9f, -3e9f, 1.5f}) {
-        for (const double y : {x, 1.5}) {
+    float const cover[2] = {1, 0.5f};
+    for (double const x : {NAN, INFINITY, -INFINITY, 1e30f, -1e30f, 3e9f, -3e9f, 1.5f}) {
+        for (double const y : {x, 1.5}) {
             line = {x, y, 1, 0.25, 0.5, 0, 0, 2, 0, wild, cover};
             function(&s.settings, &line);
         }
@@ -225,10 +225,10 @@ TYPED_TEST(LineFunctions, EveryMethodGivesTheReferenceBits) {
     for (Method const& m : allMethods<TypeParam>()) {
         for (int round = 0; round < 320; ++round) {
             SCOPED_TRACE(testing::Message() << m.name << " seed " << kSeed << " round " << round);
-            const int channels = round % 2 == 0 ? 4 : 1, each = round / 2;
+            int const channels = round % 2 == 0 ? 4 : 1, each = round / 2;
             if (!(channels == 4 ? m.four : m.one)) continue;
             // The 4 by 4 members read a table of 4 taps; the others whatever the size asks for.
-            const int sizeIndex = m.sampler == Sampler::kKernelTaps ? each % 4 : 0;
+            int const sizeIndex = m.sampler == Sampler::kKernelTaps ? each % 4 : 0;
             Scene<TypeParam> s(channels, sizeIndex, each % kFilterCount, random);
             ASSERT_NO_FATAL_FAILURE(runAndCheck(s, m, each % 3));
         }

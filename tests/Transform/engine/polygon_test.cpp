@@ -15,7 +15,7 @@ void load(QV_Poly& poly, Corners const& corners, bool weighted) {
     poly.m_n = 4;
     poly.m_mask = 399 | kMaskQ;
     for (int i = 0; i < 4; ++i) {
-        const double w = weighted ? i + 0.5 : 1, x = corners[i][0], y = corners[i][1];
+        double const w = weighted ? i + 0.5 : 1, x = corners[i][0], y = corners[i][1];
         QV_Poly_vert& v = poly.m_vert[i] = {};
         v.sx = x * w, v.sy = y * w, v.sz = i % 2 * w, v.sw = w;
         v.u = x + 2 * y - 1.5, v.v = 3 * y - x - 1, v.q = 1;

@@ -44,23 +44,23 @@ RefPixel randomPixel(std::mt19937& rng, bool hueKin) {
     constexpr bool kHasHeadroom = Trait::kWhite == 32768;
     constexpr double kWhite = Trait::kWhite, kUnit = Trait::kIsFloat ? 1.0 / 256 : 1.0;
     constexpr double kBeyond = Trait::kIsFloat ? 1.25 : kHasHeadroom ? 65535 : kWhite;
-    const auto whole = [&rng](double low, double high) {
+    auto const whole = [&rng](double low, double high) {
         return kUnit * std::uniform_int_distribution<int>(static_cast<int>(low / kUnit),
                                                           static_cast<int>(high / kUnit))(rng);
     };
     RefPixel p;
     for (double& v : p) {
-        const double middle = std::floor(kWhite / 2 / kUnit) * kUnit;
-        const auto kind = rng() % 10;
+        double const middle = std::floor(kWhite / 2 / kUnit) * kUnit;
+        auto const kind = rng() % 10;
         v = whole(Trait::kIsFloat ? -0.25 : 0, hueKin ? kWhite : kBeyond);
         if (kind > 3) v = whole(0, kWhite);
         if (kind == 2) v = whole(middle - kUnit, middle + kUnit);
         if (kind < 2) v = kind == 0 ? 0.0 : kWhite;
     }
-    const auto kind = rng() % 16;
+    auto const kind = rng() % 16;
     if (kind > 0 || !kHasHeadroom) p[3] = kind < 5 ? 0 : kind < 10 ? kWhite : whole(0, kWhite);
-    const double mx = std::max({p[0], p[1], p[2]}), mn = std::min({p[0], p[1], p[2]});
-    const bool isAwkward = mx + mn == 255 || (mx > mn && mx - mn < 8);
+    double const mx = std::max({p[0], p[1], p[2]}), mn = std::min({p[0], p[1], p[2]});
+    bool const isAwkward = mx + mn == 255 || (mx > mn && mx - mn < 8);
     return hueKin && kWhite == 255 && isAwkward ? randomPixel<Trait>(rng, true) : p;
 }
 
@@ -76,16 +76,16 @@ template <class Trait>
 void check(int mode, RefPixel const& f, RefPixel const& b, BlendOptions const& o) {
     constexpr double kWhite = Trait::kWhite;
     const TransferReference reference(kWhite);
-    const auto alphaOf = [](double alpha, float opacity) {
+    auto const alphaOf = [](double alpha, float opacity) {
         const double product = static_cast<float>(alpha) * opacity;
         return Trait::kIsFloat ? product : std::trunc(product);
     };
-    const double fa = alphaOf(f[3], o.foregroundOpacity), ba = alphaOf(b[3], o.backgroundOpacity);
-    const double nudge =
+    double const fa = alphaOf(f[3], o.foregroundOpacity), ba = alphaOf(b[3], o.backgroundOpacity);
+    double const nudge =
         isHueKin(mode) ? 400 * 0x1p-24 * (kWhite == 255 ? 255 * 255 / 8 : kWhite) : 0;
     double largest = 1.25;
-    for (const double c : reference.mix(mode, f, b)) largest = std::max(largest, std::fabs(c));
-    const double slack = Trait::kIsFloat ? 40 * 0x1p-24 * largest + nudge : 0;
+    for (double const c : reference.mix(mode, f, b)) largest = std::max(largest, std::fabs(c));
+    double const slack = Trait::kIsFloat ? 40 * 0x1p-24 * largest + nudge : 0;
     const RefPixel low = reference.blend(mode, f, b, fa, ba, -nudge);
     const RefPixel high = reference.blend(mode, f, b, fa, ba, nudge);
     const RefPixel got = blended<Trait>(mode, f, b, o);
@@ -102,13 +102,13 @@ using Formats = testing::Types<PIXEL_ARGB8, PIXEL_BGRA8, PIXEL_ARGB15, PIXEL_ARG
 TYPED_TEST_SUITE(EachFormat, Formats);
 
 TYPED_TEST(EachFormat, AgreesWithFormulasInDouble) {
-    for (const int mode : kModes) {
+    for (int const mode : kModes) {
         std::mt19937 rng(kSeed + static_cast<unsigned>(mode));
-        for (const float foregroundOpacity : {1.0f, 0.37f, 0.0f})
-            for (const float backgroundOpacity : {1.0f, 0.81f, 0.0f})
+        for (float const foregroundOpacity : {1.0f, 0.37f, 0.0f})
+            for (float const backgroundOpacity : {1.0f, 0.81f, 0.0f})
                 for (int i = 0; i < 6000 && !this->HasFatalFailure(); ++i) {
-                    const auto f = randomPixel<TypeParam>(rng, isHueKin(mode));
-                    const auto b = randomPixel<TypeParam>(rng, isHueKin(mode));
+                    auto const f = randomPixel<TypeParam>(rng, isHueKin(mode));
+                    auto const b = randomPixel<TypeParam>(rng, isHueKin(mode));
                     check<TypeParam>(mode, f, b, {foregroundOpacity, backgroundOpacity});
                 }
     }
@@ -119,9 +119,9 @@ TYPED_TEST(EachFormat, RastersMayCoincideAndPaddingStays) {
     GuardedRaster front(TypeParam::kFormat, 13, 7), back(TypeParam::kFormat, 13, 7, 16);
     for (GuardedRaster* raster : {&front, &back})
         raster->paint([&](int, int, int) { return randomPixel<TypeParam>(rng, false)[0]; });
-    for (const int mode : kModes) {
+    for (int const mode : kModes) {
         GuardedRaster apart(TypeParam::kFormat, 13, 7, 48), overFront = front, overBack = back;
-        const auto transfer = [mode](GuardedRaster& f, GuardedRaster& b, GuardedRaster& to) {
+        auto const transfer = [mode](GuardedRaster& f, GuardedRaster& b, GuardedRaster& to) {
             PluginHost_Memory_Impl host(f.info(), to.info());
             PluginRaster_Memory_Impl F(f.info()), B(b.info()), T(to.info());
             EXPECT_EQ(transferByMode<TypeParam>(mode, &host, 0.75f, 0.9f, &F, &B, &T), 0);
@@ -139,8 +139,8 @@ TEST(TransferModes, BeyondAnyPicture) {
     EXPECT_EQ(blended<PIXEL_ARGB15>(1, {1, 2, 3, 5}, {50000, 8, 7, 40960}, {1, 0.8f}),
               (RefPixel{50000, 8, 7, 40960}));
     // Wild channels never trap: a result of some kind, and for integers one within the format.
-    for (const int mode : kModes) {
-        for (const double wild : {HUGE_VAL, -HUGE_VAL, std::nan(""), 1e30})
+    for (int const mode : kModes) {
+        for (double const wild : {HUGE_VAL, -HUGE_VAL, std::nan(""), 1e30})
             blended<PIXEL_ARGB32>(mode, {wild, 0.5, 0, 1}, {2, 0, wild, wild});
         const RefPixel out =
             blended<PIXEL_ARGB15>(mode, {65535, 0, 0, 40000}, {65535, 65535, 0, 30000});

@@ -49,7 +49,7 @@ private:
         return y == 0 ? 0 : whole ? std::trunc(x / y) : x / y;
     }
     double mul(double x, double y) const {
-        const double over = W == 255 ? 256 : W;
+        double const over = W == 255 ? 256 : W;
         return whole ? std::floor((x * y + over / 2) / over) : x * y;
     }
     double united(double fa, double ba) const { return limit(fa + ba - mul(fa, ba)); }
@@ -58,8 +58,8 @@ private:
                       double nudge) const {
         if (ba == 0) return f;
         RefPixel m = mode == 1 ? b : mix(mode, f, b, nudge);
-        const double w = mul(ba, W - fa), t = w + fa;
-        const bool seeThrough = whole ? fa < W : fa != 1;
+        double const w = mul(ba, W - fa), t = w + fa;
+        bool const seeThrough = whole ? fa < W : fa != 1;
         for (int i = 0; i < 3; ++i) {
             if (mode == 1 || ba < W) m[i] = mul(f[i], W - ba) + mul(m[i], ba);
             if (seeThrough) m[i] = quotient((mul(m[i], fa) + mul(b[i], w)) * W, t);
@@ -70,11 +70,11 @@ private:
     RefPixel sumOrDifference(bool add, RefPixel const& f, RefPixel const& b, double fa,
                              double ba) const {
         if (ba == 0) return f;
-        const double ra = united(fa, ba);
+        double const ra = united(fa, ba);
         RefPixel m{};
         for (int i = 0; i < 3; ++i) {
-            const double x = fa == W ? f[i] : mul(f[i], fa), y = ba == W ? b[i] : mul(b[i], ba);
-            const double sum = whole ? std::min(ra, x + y) : x + y;
+            double const x = fa == W ? f[i] : mul(f[i], fa), y = ba == W ? b[i] : mul(b[i], ba);
+            double const sum = whole ? std::min(ra, x + y) : x + y;
             m[i] = quotient((add ? sum : std::fabs(y - x)) * W, ra);
         }
         return m;
@@ -91,7 +91,7 @@ private:
         if (mode == 11) return std::max(f, b);
         if (mode == 23) return f >= W ? f : quotient(b * W, W - f);
         if (mode != 24) return mul(W - 2 * b, f) + b;  // Exclusion and its other numbers
-        const double burnt = f == 0 ? 0 : W - quotient((W - b) * W, f);
+        double const burnt = f == 0 ? 0 : W - quotient((W - b) * W, f);
         return whole ? std::max(burnt, 0.0) : burnt;
     }
 
@@ -101,8 +101,8 @@ private:
     static double luma(RefPixel const& c) { return 0.299 * c[0] + 0.587 * c[1] + 0.114 * c[2]; }
     Parts parts(RefPixel c) const {
         for (double& x : c) x /= W;
-        const double mx = std::max({c[0], c[1], c[2]}), mn = std::min({c[0], c[1], c[2]});
-        const double d = mx - mn;
+        double const mx = std::max({c[0], c[1], c[2]}), mn = std::min({c[0], c[1], c[2]});
+        double const d = mx - mn;
         if (mx < 0.0001) return {0, 0, 0};
         if (d < 0.0001) return {0, 0, luma(c)};
         double hue = 4 + (c[0] - c[1]) / d;
@@ -114,15 +114,15 @@ private:
     /// Red, green and blue are the same trapezium around the hue circle, two sectors apart.
     RefPixel hueKin(int mode, RefPixel const& f, RefPixel const& b, double nudge) const {
         const Parts pf = parts(f), pb = parts(b);
-        const double hue = (mode == 14 || mode == 16 ? pb : pf).hue;
-        const double hi = 0.5 + (mode == 14 || mode == 15 ? pf : pb).saturation, lo = 1 - hi;
-        const double wanted = (mode == 16 ? pf : pb).luma;
+        double const hue = (mode == 14 || mode == 16 ? pb : pf).hue;
+        double const hi = 0.5 + (mode == 14 || mode == 15 ? pf : pb).saturation, lo = 1 - hi;
+        double const wanted = (mode == 16 ? pf : pb).luma;
         RefPixel m{};
         for (int i = 0; i < 3; ++i) {
-            const double from = std::fabs(std::remainder(hue - 2 * i, 6.0));
+            double const from = std::fabs(std::remainder(hue - 2 * i, 6.0));
             m[i] = lo + (hi - lo) * std::clamp(2 - from, 0.0, 1.0);
         }
-        const double l = luma(m);
+        double const l = luma(m);
         for (double& c : m) {
             c = l < wanted ? 1 - (1 - c) * (1 - wanted) / (1 - l) : c * wanted / l;
             c = whole ? std::trunc(c * W + nudge) : c;
