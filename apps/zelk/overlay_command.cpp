@@ -83,9 +83,7 @@ void writeOverlay(FrameRenderer& renderer, PanelPicture const& ask, RunOptions c
     std::filesystem::path const output = scene.outputPath();
     checkTarget(output, run.noClobber);
     int const frame = frameOf(scene, ask.view.frame);
-    SceneFiles const& files = renderer.files();
-    requireOtherFile(scene, run.inPlace, output, files.layer.own(frame), "layer");
-    if (files.plate) requireOtherFile(scene, run.inPlace, output, files.plate->own(frame), "plate");
+    requireNoInput(scene, renderer.files(), run.inPlace, frame, output);
     renderer.beginAt(frame);
     World const picture = shownPicture(renderer, frame, ask.view.panel);
     Panel panel;

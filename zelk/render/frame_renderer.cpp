@@ -447,7 +447,6 @@ FrameRenderer::~FrameRenderer() = default;
 Scene const& FrameRenderer::scene() const { return m_impl->m_scene; }
 SceneFiles const& FrameRenderer::files() const { return m_impl->m_files; }
 Host& FrameRenderer::host() { return *m_impl->m_host; }
-Warnings& FrameRenderer::warnings() { return m_impl->m_warnings; }
 std::vector<std::string> FrameRenderer::takeWarnings() { return m_impl->m_warnings.take(); }
 PixelSize FrameRenderer::layerSize() const { return m_impl->m_layerSize; }
 PixelSize FrameRenderer::frameSize() const { return m_impl->m_frameSize; }
@@ -465,10 +464,7 @@ PictureBuffer FrameRenderer::picture(int frame, PreviewOptions const& options) {
 void FrameRenderer::write(int frame) {
     requireOutput(m_impl->m_scene);
     m_impl->beginAt(frame);
-    auto const& [layer, plate, output] = m_impl->m_files;
-    bool const mayBe = m_impl->m_run.inPlace;
-    requireOtherFile(scene(), mayBe, output.pathOf(frame), layer.own(frame), "layer");
-    if (plate) requireOtherFile(scene(), mayBe, output.pathOf(frame), plate->own(frame), "plate");
+    requireNoInput(scene(), files(), m_impl->m_run.inPlace, frame, files().output.pathOf(frame));
     store(frame, render(frame, load(frame)));
 }
 

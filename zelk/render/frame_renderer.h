@@ -23,7 +23,6 @@
 namespace zelk {
 
 class Host;            // hostkit/host.h
-class Warnings;        // frame_stages.h
 struct Explanation;    // explanation.h
 struct LoadedFrame;    // frame_stages.h
 struct RenderedFrame;  // frame_stages.h
@@ -87,7 +86,6 @@ public:
     // For code within the library: what stands behind, and the stages.
     SceneFiles const& files() const;
     Host& host();  ///< the module in its host, with the scene's values after begin
-    Warnings& warnings();
     World world(int frame, PreviewOptions const& options = {});  ///< picture, as a world
     World layerWorld(int frame);                                 ///< the layer alone, straight
 

@@ -56,4 +56,10 @@ void requireOtherFile(Scene const& scene, bool mayBe, std::filesystem::path cons
                     output.string(), "another name, or --in-place");
 }
 
+void requireNoInput(Scene const& scene, SceneFiles const& files, bool mayBe, int frame,
+                    std::filesystem::path const& output) {
+    requireOtherFile(scene, mayBe, output, files.layer.own(frame), "layer");
+    if (files.plate) requireOtherFile(scene, mayBe, output, files.plate->own(frame), "plate");
+}
+
 }  // namespace zelk

@@ -28,8 +28,11 @@ struct SceneFiles {
     SequenceName output;
 };
 
-/// Throws about the output where it is the very file that is read as `kind` ("layer", "plate"),
+/// Throws about the output where it is the very file that the frame reads as its layer or plate,
 /// unless that may be.
+void requireNoInput(Scene const& scene, SceneFiles const& files, bool mayBe, int frame,
+                    std::filesystem::path const& output);
+/// The same of one that is read as `kind` ("layer", "plate").
 void requireOtherFile(Scene const& scene, bool mayBe, std::filesystem::path const& output,
                       InputPicture const& input, char const* kind);
 

@@ -25,15 +25,6 @@ struct Entry {
     }
 };
 
-std::string choiceList(Parameter const& parameter) {
-    std::string list;
-    for (std::string const& choice : parameter.choices) {
-        if (isSeparator(choice)) continue;
-        list += (list.empty() ? "" : ", ") + choice;
-    }
-    return fmt::format("a number from 1 to {} or one of: {}", parameter.choices.size(), list);
-}
-
 /// How entries are compared: "Color Dodge" is color-dodge too.
 std::string choiceWord(std::string_view text) {
     std::string word = lowered(text);
@@ -87,13 +78,6 @@ void setColorText(Parameter& parameter, Entry const& entry) {
               static_cast<A_u_char>(rgb & 255)});
 }
 
-/// An angle is registered without a range; its 16.16 record is the limit then.
-ValueRange typedRange(Parameter const& parameter) {
-    ValueRange const range = validRange(parameter);
-    if (range.min == range.max) return {-kLargestPx, kLargestPx};
-    return range;
-}
-
 void setSlider(Parameter& parameter, Entry const& entry) {
     ValueRange const range = typedRange(parameter);
     bool const isInteger = parameter.type() == PF_Param_SLIDER;
@@ -109,6 +93,21 @@ void setSlider(Parameter& parameter, Entry const& entry) {
 }
 
 }  // namespace
+
+ValueRange typedRange(Parameter const& parameter) {
+    ValueRange const range = validRange(parameter);
+    if (range.min == range.max) return {-kLargestPx, kLargestPx};
+    return range;
+}
+
+std::string choiceList(Parameter const& parameter) {
+    std::string list;
+    for (std::string const& choice : parameter.choices) {
+        if (isSeparator(choice)) continue;
+        list += (list.empty() ? "" : ", ") + choice;
+    }
+    return fmt::format("a number from 1 to {} or one of: {}", parameter.choices.size(), list);
+}
 
 bool isSeparator(std::string_view entry) { return entry == "(-"; }
 

@@ -14,6 +14,12 @@ namespace zelk {
 /// True for the line between a popup's entries.
 bool isSeparator(std::string_view entry);
 
+/// What may be typed. An angle is registered without a range; its 16.16 record is the limit then.
+ValueRange typedRange(Parameter const& parameter);
+
+/// "a number from 1 to 4 or one of: Low, Medium, ..." of a popup.
+std::string choiceList(Parameter const& parameter);
+
 /// Sets `parameter.current`. `thing` is the option, for messages: "--set quality", "--opacity".
 /// Throws a usage error for a value that the kind or the valid range refuses.
 void setFromText(Parameter& parameter, std::string_view thing, std::string_view text);

@@ -16,16 +16,8 @@ namespace zelk {
 
 namespace {
 
-/// What a value of the parameter may be. An angle is registered without a range; its 16.16 record
-/// is the limit then.
-ValueRange rangeOf(Parameter const& parameter) {
-    ValueRange const range = validRange(parameter);
-    if (range.min == range.max) return {-kLargestPx, kLargestPx};
-    return range;
-}
-
 std::string expectedOf(Parameter const& parameter) {
-    ValueRange const range = rangeOf(parameter);
+    ValueRange const range = typedRange(parameter);
     switch (parameter.type()) {
         case PF_Param_CHECKBOX:
             return "true or false";
@@ -33,12 +25,8 @@ std::string expectedOf(Parameter const& parameter) {
             return "a colour \"#rrggbb\"";
         case PF_Param_POINT:
             return fmt::format("a point [x, y] in pixels from {} to {}", range.min, range.max);
-        case PF_Param_POPUP: {
-            std::string list;
-            for (std::string const& choice : parameter.choices)
-                if (!isSeparator(choice)) list += (list.empty() ? "" : ", ") + choice;
-            return fmt::format("a number from 1 to {} or one of: {}", range.max, list);
-        }
+        case PF_Param_POPUP:
+            return choiceList(parameter);
         case PF_Param_SLIDER:
             return fmt::format("a whole number from {} to {}", range.min, range.max);
         default:
@@ -122,7 +110,7 @@ private:
 
     /// Nothing for what the kind or its range refuses.
     std::optional<KeyValue> numbersOf(SceneValue const& value) {
-        ValueRange const range = rangeOf(m_parameter);
+        ValueRange const range = typedRange(m_parameter);
         auto const* number = std::get_if<double>(&value);
         switch (m_parameter.type()) {
             case PF_Param_CHECKBOX:
@@ -174,7 +162,7 @@ private:
 
 /// A value of the track or the record, kept within what the file may say.
 SceneValue sceneValue(Parameter const& parameter, KeyValue const& numbers) {
-    ValueRange const range = rangeOf(parameter);
+    ValueRange const range = typedRange(parameter);
     double const number = std::clamp(numbers[0], range.min, range.max);
     PF_ParamDef def = parameter.registered;
     setKeyValue(def, numbers);

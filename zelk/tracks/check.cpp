@@ -57,7 +57,7 @@ std::vector<TrackIssue> checkTrack(Track const& track, TrackTarget const& target
     checkFrames(track, issues);
     checkMoments(track, target, issues);
     checkQuads(track, issues);
-    checkPlace(track, target, issues);
+    checkPosition(track, target, issues);
     return issues.taken();
 }
 

@@ -26,6 +26,6 @@ void checkMoments(Track const& track, TrackTarget const& target, TrackIssues& is
 /// Quads that can't be drawn, and corners in other places than their names say.
 void checkQuads(Track const& track, TrackIssues& issues);
 /// What does not fit the frame or the host: size, pixels, samples far away, the first frame.
-void checkPlace(Track const& track, TrackTarget const& target, TrackIssues& issues);
+void checkPosition(Track const& track, TrackTarget const& target, TrackIssues& issues);
 
 }  // namespace zelk

@@ -114,7 +114,7 @@ void checkPixelAspect(Track const& track, TrackIssues& issues) {
 
 }  // namespace
 
-void checkPlace(Track const& track, TrackTarget const& target, TrackIssues& issues) {
+void checkPosition(Track const& track, TrackTarget const& target, TrackIssues& issues) {
     checkOutside(track, issues);
     checkHost(track, issues);
     checkFrameBase(track, target, issues);
