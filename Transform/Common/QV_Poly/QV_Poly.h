@@ -67,6 +67,13 @@ constexpr int kSubColumns = 512;
 /// Both ends of a sub-row without coverage.
 constexpr int kEmptySpan = -10000000;
 
+/// What the scan draws of one destination row, in pixels from its start: [start, end). The run that
+/// is put off, if there is one, is that of `m_spans`.
+struct QV_RowCover {
+    std::int32_t start = 0, end = 0;
+    std::int32_t span = -1;
+};
+
 class QV_Poly {
 public:
     QV_Poly() = default;
@@ -105,8 +112,15 @@ public:
     static void areaIncrementalize_x(QV_Poly_vert* lo, QV_Poly_vert* hi, QV_Poly_vert* p,
                                      QV_Poly_vert* dp, int x);
 
-    /// Interior runs of the area scan are collected and rendered by an OpenMP team.
+    /// Interior runs of the area scan are collected and rendered by an OpenMP team; those of the
+    /// plain scan too where the scan clears.
     void setOpenMP() { m_useOpenMP = true; }
+    /// The next scan zeroes what its runs do not cover of `width` by `height` pixels from m_dstData
+    /// on, row by row with the runs, so that memory is written once. All runs overwrite.
+    void setClearing(std::int32_t width, std::int32_t height) {
+        m_clearWidth = width;
+        m_clearHeight = height;
+    }
 
     // Debugging dumps to standard output.
     static void poly_print(char const* label, QV_Poly* p);
@@ -126,8 +140,10 @@ public:
     std::int32_t m_coverageSize = 0;  ///< floats
     std::unique_ptr<float[]> m_coverage;
     bool m_useOpenMP = false;
-    std::unique_ptr<LineRenderStruct[]> m_spans;  ///< interior runs put off, during one area scan
+    std::unique_ptr<LineRenderStruct[]> m_spans;  ///< interior runs put off, during one scan
     std::int32_t m_spanCount = 0;
+    std::int32_t m_clearWidth = 0, m_clearHeight = 0;  ///< pixels; 0 where the scan clears nothing
+    std::unique_ptr<QV_RowCover[]> m_rows;             ///< one a row to clear, during one scan
 
 private:
     int topVertex() const;
@@ -136,6 +152,12 @@ private:
     unsigned char* rowAddress(int y) const {
         return m_dstData + static_cast<std::ptrdiff_t>(y - m_dstTop) * m_dstRowBytes;
     }
+    void polyScan_internal(QV_Window* win, int left, int top, int right, int bottom);
+    void beginRuns(int rows);
+    void noteRow(int y, int start, int end);
+    void putOff(LineRenderStruct const& line, int y);
+    void finishRuns();
+    void finishRow(int y);
     void runEdge(LineRenderStruct& line, int count, int firstPixel, int (*spans)[2]);
-    void runInterior(LineRenderStruct& line, int count);
+    void runInterior(LineRenderStruct& line, int count, int y);
 };

@@ -13,7 +13,7 @@
 //
 // The walk ends with the window's last row. It and all edge runs stay on the calling thread. With
 // OpenMP on, interior runs are collected, at most one a row, and rendered by the team after the
-// walk; each run is evaluated from its own start, so threads and no threads give the same bits.
+// walk (QV_PolyRuns.cpp).
 #include <algorithm>
 #include <cmath>
 
@@ -153,13 +153,13 @@ void QV_Poly::runEdge(LineRenderStruct& line, int count, int firstPixel, int (*s
     m_edgeFunc(m_lineArg, &line);
 }
 
-void QV_Poly::runInterior(LineRenderStruct& line, int count) {
+void QV_Poly::runInterior(LineRenderStruct& line, int count, int y) {
     line.count = count;
     if (!m_useOpenMP) {
         m_interiorFunc(m_lineArg, &line);
         return;
     }
-    m_spans[static_cast<std::size_t>(m_spanCount++)] = line;
+    putOff(line, y);
     if (count > 0) {
         line.x += count * line.dx;
         line.y += count * line.dy;
@@ -183,6 +183,7 @@ void QV_Poly::areaScanline(int y, int left, int /*right*/, QV_Poly_vert* lo, QV_
     line.dx = step.u;
     line.dy = step.v;
     line.dw = step.q;
+    noteRow(y, runs.start - left, runs.end - left);
     auto* dest = rowAddress(y) + static_cast<std::ptrdiff_t>(runs.start - left) * m_pixelBytes;
 
     line.dest = dest;
@@ -190,7 +191,7 @@ void QV_Poly::areaScanline(int y, int left, int /*right*/, QV_Poly_vert* lo, QV_
 
     dest += static_cast<std::ptrdiff_t>(runs.midStart - runs.start) * m_pixelBytes;
     line.dest = dest;
-    runInterior(line, runs.midEnd - runs.midStart);
+    runInterior(line, runs.midEnd - runs.midStart, y);
 
     dest += static_cast<std::ptrdiff_t>(runs.midEnd - runs.midStart) * m_pixelBytes;
     line.dest = dest;
@@ -270,23 +271,7 @@ void QV_Poly::polyAreaScan_internal(QV_Window* win, int left, int /*top*/, int r
 }
 
 void QV_Poly::polyAreaScan(QV_Window* win, int left, int top, int right, int bottom) {
-    if (m_useOpenMP) {
-        int const rows = std::max(win->y1 - win->y0 + 1, bottom - top + 1) + 10;
-        m_spans = std::make_unique_for_overwrite<LineRenderStruct[]>(
-            static_cast<std::size_t>(std::max(rows, 0)));
-        m_spanCount = 0;
-    }
-
+    beginRuns(std::max(win->y1 - win->y0 + 1, bottom - top + 1) + 10);
     polyAreaScan_internal(win, left, top, right, bottom);
-
-    if (m_useOpenMP) {
-        int const spanCount = m_spanCount;
-        LineRenderStruct* const lines = m_spans.get();
-        const QV_LineFunc interior = m_interiorFunc;
-        void* const settings = m_lineArg;
-#pragma omp parallel for schedule(guided, 1)
-        for (int i = 0; i < spanCount; ++i) interior(settings, &lines[i]);
-    }
-    m_spans.reset();
-    m_spanCount = 0;
+    finishRuns();
 }

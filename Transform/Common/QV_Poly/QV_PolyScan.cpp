@@ -2,7 +2,8 @@
 //
 // Two edges walk down from the topmost vertex, the left one backwards along the outline and the
 // right one forwards. A row y belongs to the polygon when its centre y + 0.5 does; values are
-// taken at row and column centres. Single-threaded, in row order. The walk ends with the window.
+// taken at row and column centres. The walk ends with the window. Runs are drawn in row order;
+// where the scan clears, they may be put off and drawn by a team (QV_PolyRuns.cpp).
 #include <cmath>
 
 #include "Transform/Common/QV_Poly/QV_Assert.h"
@@ -83,11 +84,21 @@ void QV_Poly::scanline(int y, int left, int right, QV_Poly_vert* l, QV_Poly_vert
     line.count = rx - lx + 1;
     line.skipRight = right - rx;
     line.dest = rowAddress(y);
-    m_interiorFunc(m_lineArg, &line);
+    noteRow(y, line.skipLeft, line.skipLeft + line.count);
+    if (m_useOpenMP && m_rows)
+        putOff(line, y);
+    else
+        m_interiorFunc(m_lineArg, &line);
 }
 
-void QV_Poly::poly_scan(QV_Window* win, int left, int /*top*/, int right, int /*bottom*/) {
+void QV_Poly::poly_scan(QV_Window* win, int left, int top, int right, int bottom) {
     QV_ASSERT(!(m_n > POLY_NMAX), "!(m_n>POLY_NMAX)");
+    beginRuns(m_clearHeight);
+    polyScan_internal(win, left, top, right, bottom);
+    finishRuns();
+}
+
+void QV_Poly::polyScan_internal(QV_Window* win, int left, int /*top*/, int right, int /*bottom*/) {
     int const start = topVertex();
     if (start < 0) return;
 

@@ -8,7 +8,6 @@
 #include "Transform/Common/QV_Poly/QV_Poly.h"
 #include "Transform/Common/Transform_Core_Render/KernelTable.h"
 #include "Transform/Common/Transform_Core_Render/calcMatrix.h"
-#include "Transform/Common/Transform_Core_Render/lineFunc.h"
 #include "Transform/Common/Transform_Core_Render/ompc.h"
 #include "Transform/Common/Transform_Core_Render/transformPoly.h"
 
@@ -61,14 +60,14 @@ void chooseFillFunctions(CoreRenderCall const& call, FormatFunctions const& f, R
 }
 
 //   quality | four channels                     | one channel
-//   0       | lineFunc, no edge function        | the same
+//   0       | nearest, no edge function         | the same
 //   1       | bilinear, covered bilinear edges  | the same, edges covered only if edgeCoverage
 //   2       | 4 by 4 or N by N taps, edges as 1 | the same, edges as 1
 //   3       | nine samples, covered; 4 taps     | as 2
 void chooseLineFunctions(CoreRenderCall const& call, FormatFunctions const& f, RenderSettings& s) {
     bool const manyTaps = s.taps > 4;
     if (s.quality == 0) {
-        s.interiorFunc = lineFunc;
+        s.interiorFunc = f.nearest;
         s.edgeFunc = nullptr;
     } else if (call.singleChannel) {
         s.interiorFunc = s.quality == 1 ? f.bilinear_1 : manyTaps ? f.biCubic_1 : f.biCubic4x4_1;
@@ -136,9 +135,16 @@ void scan(QV_Poly& poly, QV_Window& window, QV_IRect const& rect, RenderSettings
         poly.poly_scan(&window, rect.left, rect.top, rect.right, rect.bottom);
 }
 
-}  // namespace
+/// The scan can clear what it does not draw: its rows are those of the raster, and its runs write
+/// all of a pixel.
+bool scanClears(CoreRenderCall const& call, QV_Window const& window, QV_IRect const& rect) {
+    return !call.fillMode && call.src.pixelBytes == call.dst.pixelBytes && window.x0 >= rect.left &&
+           window.y0 >= rect.top && std::int64_t{window.x1} - rect.left < call.dst.width &&
+           std::int64_t{window.y1} - rect.top < call.dst.height;
+}
 
-int coreTransformRender(CoreRenderCall const& call, FormatFunctions const& functions) {
+/// All steps but the clearing of a destination in which nothing is drawn; false for such a one.
+bool draw(CoreRenderCall const& call, FormatFunctions const& functions) {
     bool const threaded = useThreads(call.host);
     RenderSettings local;
     if (!call.settings) useWholeRasters(call, local);
@@ -147,10 +153,9 @@ int coreTransformRender(CoreRenderCall const& call, FormatFunctions const& funct
     s.renderMode = call.core.renderMode;
     s.taps = call.core.sizeIndex;
     s.quality = qualityOfFilter(call.core.filter);
-    if (call.clearOutput) clearRaster(call.dst);
 
     QV_Mtrx44 matrix;
-    if (!buildMatrix(call, s, matrix)) return 0;
+    if (!buildMatrix(call, s, matrix)) return false;
 
     s.minValue = 0;
     s.maxValue = functions.maxValue;
@@ -169,15 +174,29 @@ int coreTransformRender(CoreRenderCall const& call, FormatFunctions const& funct
     QV_Poly poly;
     if (threaded) poly.setOpenMP();
     const QV_IRect source = {s.srcLeft, s.srcTop, s.srcRight, s.srcBottom};
-    if ((!call.fillMode && isEmpty(source)) || !hasUnitMeasure(s, source)) return 0;
+    if ((!call.fillMode && isEmpty(source)) || !hasUnitMeasure(s, source)) return false;
     describeRasters(call, s);
     buildKernel(call.core, s);
 
     QV_Window window{};
     if (transformPoly(call.host, &poly, &target, source, nullptr, &window, &s, &matrix) == 0)
-        return 0;
+        return false;
 
     const QV_IRect unshifted = {s.dstLeft, s.dstTop, s.dstRight, s.dstBottom};
-    scan(poly, window, s.renderMode == 1 ? shifted : unshifted, s);
+    const QV_IRect rect = s.renderMode == 1 ? shifted : unshifted;
+    if (call.clearOutput) {
+        if (scanClears(call, window, rect))
+            poly.setClearing(call.dst.width, call.dst.height);
+        else
+            clearRaster(call.dst);
+    }
+    scan(poly, window, rect, s);
+    return true;
+}
+
+}  // namespace
+
+int coreTransformRender(CoreRenderCall const& call, FormatFunctions const& functions) {
+    if (!draw(call, functions) && call.clearOutput) clearRaster(call.dst);
     return 0;
 }

@@ -1,14 +1,16 @@
 // The engine's one entry: paints a source raster, mapped through pins, into a destination raster.
 //
-// In order: clear, matrix, filter set-up, polygon, scan. It decides nothing about pins or views.
-// Quality follows from the filter number and the render scale: 0 goes to the plain scan, 1 to 3 to
-// the area scan with anti-aliased edges, its interior runs in parallel except in Premiere Pro.
+// In order: matrix, filter set-up, polygon, scan. What the scan does not draw is cleared, by the
+// scan itself where it can. It decides nothing about pins or views. Quality follows from the filter
+// number and the render scale: 0 goes to the plain scan, 1 to 3 to the area scan with anti-aliased
+// edges, its interior runs in parallel except in Premiere Pro.
 #pragma once
 
 #include "Transform/Common/PixelTraits.h"
 #include "Transform/Common/RenderRecords.h"
 #include "Transform/Common/Transform_Core_Render/LineFuncCP.h"
 #include "Transform/Common/Transform_Core_Render/LineFuncSimd.h"
+#include "Transform/Common/Transform_Core_Render/lineFunc.h"
 #include "host/PluginHost_API.h"
 
 /// One call of the engine.
@@ -31,19 +33,29 @@ struct FormatFunctions {
     QV_LineFunc bilinear, bilinear_1, edgeBilinear, edgeBilinear_1, edgeNoOpBilinear_1;
     QV_LineFunc biCubic, biCubic_1, biCubic4x4, biCubic4x4_1;
     QV_LineFunc biCubic4x4Ss, edgeBiCubic4x4Ss;
+    QV_LineFunc nearest;  ///< of any format
 };
 
 template <class Trait>
 constexpr FormatFunctions scalarFunctionsOf() {
     using F = LineFuncCP<typename Trait::Channel>;
-    return {Trait::kWhite,         F::fillPolygonFunc,
-            F::fillPolygonFunc_1,  F::edgePolygonFunc,
-            F::edgePolygonFunc_1,  F::bilinearFunc,
-            F::bilinearFunc_1,     F::edgeBilinearFunc,
-            F::edgeBilinearFunc_1, F::edge_noOp_edgeBilinearFunc_1,
-            F::biCubicFunc,        F::biCubicFunc_1,
-            F::biCubicFunc_4x4,    F::biCubicFunc_4x4_1,
-            F::biCubicFunc_4x4_ss, F::edgeBiCubicFunc_4x4_ss};
+    return {Trait::kWhite,
+            F::fillPolygonFunc,
+            F::fillPolygonFunc_1,
+            F::edgePolygonFunc,
+            F::edgePolygonFunc_1,
+            F::bilinearFunc,
+            F::bilinearFunc_1,
+            F::edgeBilinearFunc,
+            F::edgeBilinearFunc_1,
+            F::edge_noOp_edgeBilinearFunc_1,
+            F::biCubicFunc,
+            F::biCubicFunc_1,
+            F::biCubicFunc_4x4,
+            F::biCubicFunc_4x4_1,
+            F::biCubicFunc_4x4_ss,
+            F::edgeBiCubicFunc_4x4_ss,
+            lineFunc};
 }
 
 /// The same with a vector twin in each slot that has one: the same pixels, sooner.
@@ -54,6 +66,7 @@ constexpr FormatFunctions formatFunctionsOf() {
     functions.bilinear = V::bilinearFunc;
     functions.biCubic = V::biCubicFunc;
     functions.biCubic4x4 = V::biCubicFunc_4x4;
+    functions.nearest = lineFuncSimd;
     return functions;
 }
 

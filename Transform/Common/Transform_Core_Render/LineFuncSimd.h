@@ -16,6 +16,9 @@ public:
     static void biCubicFunc_4x4(void* settings, LineRenderStruct* line);
 };
 
+/// The vector twin of lineFunc, nearest neighbour.
+void lineFuncSimd(void* settings, LineRenderStruct* line);
+
 /// Highway's name of the instruction set that runs now, such as "AVX2"; "EMU128" and "SCALAR" stand
 /// for the scalar members.
 char const* lineFuncSimdTarget();
