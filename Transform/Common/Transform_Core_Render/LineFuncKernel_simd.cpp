@@ -153,7 +153,7 @@ HWY_INLINE VF sumTaps(RenderSettings const& s, Block const& b, int i) {
 template <class T>
 struct Kernel4x4 {
     static constexpr Rounding kRounding = Rounding::kRoundThenLimit;
-    static constexpr bool kPrefetches = false;
+    static constexpr bool kPrefetches = false, kHasInside = false;
     static HWY_INLINE void split(RenderSettings const& s, int count, Block& b) {
         splitTaps(s, 4, count, b);
     }
@@ -170,7 +170,7 @@ struct Kernel4x4 {
 template <class T, int Taps>
 struct KernelTaps {
     static constexpr Rounding kRounding = Rounding::kLimitThenRound;
-    static constexpr bool kPrefetches = false;
+    static constexpr bool kPrefetches = false, kHasInside = false;
     static HWY_INLINE void split(RenderSettings const& s, int count, Block& b) {
         splitTaps(s, Taps, count, b);
     }

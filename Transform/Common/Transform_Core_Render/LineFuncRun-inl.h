@@ -17,6 +17,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -59,6 +60,18 @@ using VF = hn::Vec<DF>;
 constexpr int kLanes = static_cast<int>(hn::MaxLanes(DF()));
 constexpr int kSide = kLanes / 4;  ///< pixels of a vector
 
+/// ConvertTo, of values within the range of whole numbers: it cares for others, which takes four
+/// instructions more.
+HWY_INLINE hn::Vec<DI> truncatedWithin(VF v) {
+#if HWY_ARCH_X86 && HWY_MAX_BYTES >= 32
+    return hn::Vec<DI>{_mm256_cvttps_epi32(v.raw)};
+#elif HWY_ARCH_X86
+    return hn::Vec<DI>{_mm_cvttps_epi32(v.raw)};
+#else
+    return hn::ConvertTo(DI(), v);
+#endif
+}
+
 struct Block {
     alignas(64) float u[kBlock], v[kBlock];
     alignas(64) float nextU[kBlock], nextV[kBlock];    ///< of the next block, while this is sampled
@@ -94,6 +107,31 @@ private:
     using D = hn::CappedTag<double, 4>;
     LineRenderStruct const& m_line;
     hn::Vec<D> m_i;
+};
+
+/// How far outside `SafeBounds` a position may lie that stands between two within them, pixels.
+constexpr float kSlack = 0.015625f;
+
+/// Whether the positions between two pixels of a run lie between those of the two, give or take
+/// kSlack: exact ones do where w keeps its sign. With w and the numerators no more than 2^20 times
+/// the least w, rounding moves a position by less than 2^-9 and 2^-22 of its size. The run counts
+/// up to the end of its last group.
+inline bool isSteady(LineRenderStruct const& line) {
+    constexpr double kRange = 1048576.0;
+    double const last = line.count + kGroup;
+    double const w0 = std::fabs(line.w), w1 = std::fabs(line.w + last * line.dw);
+    double const least = kRange * std::min(w0, w1);
+    auto const isSmall = [&](double from, double step) {
+        return std::fabs(from) <= least && std::fabs(from + last * step) <= least;
+    };
+    return line.w * (line.w + last * line.dw) > 0 && w0 <= least && w1 <= least &&
+           isSmall(line.x, line.dx) && isSmall(line.y, line.dy);
+}
+
+/// Bounds of positions, inclusive, for which all that a kernel reads lies within the source.
+struct SafeBounds {
+    float lowX, lowY, highX, highY;
+    bool hold(float u, float v) const { return u >= lowX && u <= highX && v >= lowY && v <= highY; }
 };
 
 /// Notes the lanes of `inside` that are not set as pixels k and on of the block.
@@ -192,6 +230,15 @@ HWY_INLINE void storeChannels(RenderSettings const& s, Block const& b, int count
     std::memcpy(out + k, rest, static_cast<std::size_t>(n - k) * sizeof(T));
 }
 
+/// Positions of the next block's pixels from `group` on, and a look at what they will read.
+template <class T, class Kernel>
+HWY_INLINE void stepAhead(RenderSettings const& s, Positions& next, int group, Block& b) {
+    next.step(b.nextU + group, b.nextV + group);
+    if constexpr (Kernel::kPrefetches)
+        if (group % (16 / static_cast<int>(sizeof(T))) == 0)  // once a cache line of 64 bytes
+            prefetchAt<T>(s, b.nextU[group], b.nextV[group]);
+}
+
 /// Samples `count` pixels of the block, 64 or fewer, into `out`; makes the next block's positions.
 template <class T, class Kernel>
 HWY_INLINE void runBlock(RenderSettings const& s, int count, Block& b, Positions& next, T* out) {
@@ -201,10 +248,7 @@ HWY_INLINE void runBlock(RenderSettings const& s, int count, Block& b, Positions
     if constexpr (std::is_floating_point_v<T>)
         if (count == kBlock) sums = out;  // only a whole block may be written past `count`
     for (int group = 0; group < count; group += kGroup) {
-        next.step(b.nextU + group, b.nextV + group);
-        if constexpr (Kernel::kPrefetches)
-            if (group % (16 / static_cast<int>(sizeof(T))) == 0)  // once a cache line of 64 bytes
-                prefetchAt<T>(s, b.nextU[group], b.nextV[group]);
+        stepAhead<T, Kernel>(s, next, group, b);
         for (int i = group; i < group + kGroup; i += kSide)
             hn::StoreU(Kernel::sample(s, b, i), DF(), sums + 4 * i);
     }
@@ -214,9 +258,37 @@ HWY_INLINE void runBlock(RenderSettings const& s, int count, Block& b, Positions
         std::memcpy(out, sums, static_cast<std::size_t>(count) * 4 * sizeof(T));
 }
 
+/// The same of a block that reads wholly inside, up to the end of its last group.
+template <class T, class Kernel>
+HWY_INLINE void runInside(RenderSettings const& s, int count, Block& b, Positions& next, T* out) {
+    int const whole = count / kGroup * kGroup, rest = count - whole;
+    Kernel::splitInside(s, rest == 0 ? count : whole + kGroup, b);
+    auto const* source = static_cast<std::uint8_t const*>(s.srcData);
+    // The next block's lower rows are asked for as if it went on as this one does.
+    std::ptrdiff_t const ahead = s.srcRowBytes + (count == kBlock ? b.x[kBlock - 1] - b.x[0] : 0);
+    for (int group = 0; group < whole; group += kGroup) {
+        next.step(b.nextU + group, b.nextV + group);
+        for (int i = group; i < group + kGroup; i += Kernel::kPrefetchStep)
+            hwy::Prefetch(source + (b.x[i] + ahead));
+        Kernel::sampleInside(s, b, group, out + 4 * group);
+    }
+    if (rest == 0) return;
+    T last[4 * kGroup];
+    Kernel::sampleInside(s, b, whole, last);
+    std::memcpy(out + 4 * whole, last, static_cast<std::size_t>(rest) * 4 * sizeof(T));
+}
+
+/// Whether all that the block's first `count` pixels read, up to the end of the last group, lies
+/// within the source.
+inline bool isInside(Block const& b, int count, SafeBounds const& bounds) {
+    int const last = (count - 1) / kGroup * kGroup + kGroup - 1;
+    return bounds.hold(b.u[0], b.v[0]) && bounds.hold(b.u[last], b.v[last]);
+}
+
 /// A line function. `Kernel` has `split`, which fills the block's x, y and what goes with them,
 /// `sample`, which gives the sums of kSide pixels, `scalar`, one pixel by scalar code, `kRounding`
-/// and `kPrefetches`.
+/// and `kPrefetches`. One with `kHasInside` has `bounds`, and for blocks within them `splitInside`,
+/// which fills x with offsets in bytes, and `sampleInside`, which gives a group of pixels.
 template <class T, class Kernel>
 HWY_INLINE void run(void* settings, LineRenderStruct* line) {
     auto const& s = *static_cast<RenderSettings const*>(settings);
@@ -224,18 +296,29 @@ HWY_INLINE void run(void* settings, LineRenderStruct* line) {
     T* out = static_cast<T*>(line->dest);
     Block b;
     Positions next(*line);
+    SafeBounds bounds{};
+    bool isRunSteady = false;
+    if constexpr (Kernel::kHasInside) {
+        bounds = Kernel::bounds(s);
+        isRunSteady = Kernel::canBeInside(s) && isSteady(*line);
+    }
     for (int i = 0; i < std::min(kBlock, line->count); i += kGroup)
         next.step(b.nextU + i, b.nextV + i);
     for (int left = line->count; left > 0; left -= kBlock, out += 4 * kBlock) {
         std::memcpy(b.u, b.nextU, sizeof b.u);
         std::memcpy(b.v, b.nextV, sizeof b.v);
-        std::uint64_t todo = ~std::uint64_t{0};
-        if (left >= kBlock) {  // the same, with a count that the compiler knows
-            runBlock<T, Kernel>(s, kBlock, b, next, out);
-        } else {
-            runBlock<T, Kernel>(s, left, b, next, out);
-            todo >>= kBlock - left;
+        int const count = std::min(kBlock, left);
+        if constexpr (Kernel::kHasInside) {
+            if (isRunSteady && isInside(b, count, bounds)) {
+                runInside<T, Kernel>(s, count, b, next, out);
+                continue;
+            }
         }
+        if (count == kBlock)
+            runBlock<T, Kernel>(s, kBlock, b, next, out);  // a count that the compiler knows
+        else
+            runBlock<T, Kernel>(s, count, b, next, out);
+        std::uint64_t todo = ~std::uint64_t{0} >> (kBlock - count);
         for (todo &= b.outside; todo != 0; todo &= todo - 1) {
             int const i = std::countr_zero(todo);
             Kernel::scalar(s, {b.u[i], b.v[i]}, out + 4 * i);
