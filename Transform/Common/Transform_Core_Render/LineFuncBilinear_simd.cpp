@@ -1,12 +1,13 @@
-// The vector twin of LineFuncBilinear.cpp: interior runs of four channels, two pixels at once.
+// The vector twin of LineFuncBilinear.cpp: interior runs of four channels, two pixels at once, and
+// of one channel.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "Transform/Common/Transform_Core_Render/LineFuncBilinear_simd.cpp"
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
 #include "Transform/Common/Transform_Core_Render/LineFuncCP.h"
-#include "Transform/Common/Transform_Core_Render/LineFuncRun-inl.h"
-#include "Transform/Common/Transform_Core_Render/LineFuncSimd.h"
+#include "Transform/Common/Transform_Core_Render/LineFuncPlane-inl.h"
+#include "Transform/Common/Transform_Core_Render/LineFuncSlots.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace line_simd {
@@ -15,8 +16,12 @@ namespace HWY_NAMESPACE {
 #if ZELK_LINE_FUNC_SCALAR
 
 template <class T>
-void bilinearRun(void* settings, LineRenderStruct* line) {
+void bilinear(void* settings, LineRenderStruct* line) {
     LineFuncCP<T>::bilinearFunc(settings, line);
+}
+template <class T>
+void bilinearPlane(void* settings, LineRenderStruct* line) {
+    LineFuncCP<T>::bilinearFunc_1(settings, line);
 }
 
 #else
@@ -48,6 +53,12 @@ HWY_INLINE hn::Vec<D8> loadPairs(std::uint8_t const* const* p, std::ptrdiff_t be
 
 template <class T>
 struct Bilinear {
+    struct Places {
+        alignas(64) std::int32_t x[kBlock], y[kBlock];     ///< upper left pixel of what is read
+        alignas(64) float fx[kBlock + 4], fy[kBlock + 4];  ///< fractions, read four at once
+    };
+    using Block = BlockOf<Places>;
+    static constexpr int kChannels = 4;
     static constexpr Rounding kRounding = Rounding::kTruncate;
     /// Measured: whole-number channels gain a sixth, floats lose a little, as kernels do.
     static constexpr bool kPrefetches = !std::is_floating_point_v<T>;
@@ -64,7 +75,7 @@ struct Bilinear {
             auto const u = hn::Load(d, b.u + k), v = hn::Load(d, b.v + k);
             auto const inside = hn::And(hn::And(hn::Ge(u, lowX), hn::Lt(u, highX)),
                                         hn::And(hn::Ge(v, lowY), hn::Lt(v, highY)));
-            noteOutside(b, k, inside);
+            noteOutside(b.outside, k, inside);
             auto const safeU = hn::IfThenElse(inside, u, lowX);
             auto const safeV = hn::IfThenElse(inside, v, lowY);
             auto const x = hn::ConvertTo(di, safeU), y = hn::ConvertTo(di, safeV);
@@ -108,38 +119,51 @@ struct Bilinear {
     }
 };
 
+/// One channel, a pixel a lane.
 template <class T>
-void bilinearRun(void* settings, LineRenderStruct* line) {
+struct BilinearPlane : Bilinear<T> {
+    using Block = typename Bilinear<T>::Block;
+    static constexpr int kChannels = 1;
+    static constexpr bool kPrefetches = false;
+
+    static HWY_INLINE VF sample(RenderSettings const& s, Block const& b, int i) {
+        const DF d;
+        VF corner[4];
+        valuesOfPixels<T>(corner, [&](int m) {
+            T const* upper = ps::sourcePixel<T, 1>(s, b.x[i + m], b.y[i + m]);
+            return loadTwoAndTwo(upper, ps::sourcePixel<T, 1>(s, b.x[i + m], b.y[i + m] + 1));
+        });
+        const VF one = hn::Set(d, 1.0f);
+        const VF fx = hn::Load(d, b.fx + i), gx = hn::Sub(one, fx);
+        const VF fy = hn::Load(d, b.fy + i), gy = hn::Sub(one, fy);
+        return lerp<T>(lerp<T>(corner[0], corner[1], gx, fx), lerp<T>(corner[2], corner[3], gx, fx),
+                       gy, fy);
+    }
+
+    static HWY_INLINE void scalar(RenderSettings const& s, ps::SourcePosition at, T* out) {
+        ps::sampleBilinear<T, 1>(s, at, out);
+    }
+};
+
+template <class T>
+void bilinear(void* settings, LineRenderStruct* line) {
     run<T, Bilinear<T> >(settings, line);
+}
+template <class T>
+void bilinearPlane(void* settings, LineRenderStruct* line) {
+    run<T, BilinearPlane<T> >(settings, line);
 }
 
 #endif  // ZELK_LINE_FUNC_SCALAR
 
-void bilinear8(void* s, LineRenderStruct* line) { bilinearRun<unsigned char>(s, line); }
-void bilinear16(void* s, LineRenderStruct* line) { bilinearRun<unsigned short>(s, line); }
-void bilinearFloat(void* s, LineRenderStruct* line) { bilinearRun<float>(s, line); }
+ZELK_PLAIN_FUNCTIONS(bilinear)
+ZELK_PLAIN_FUNCTIONS(bilinearPlane)
 
 }  // namespace HWY_NAMESPACE
 }  // namespace line_simd
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
-namespace line_simd {
-HWY_EXPORT(bilinear8);
-HWY_EXPORT(bilinear16);
-HWY_EXPORT(bilinearFloat);
-}  // namespace line_simd
-
-#define ZELK_SLOT(T, function)                                                   \
-    template <>                                                                  \
-    void LineFuncSimd<T>::bilinearFunc(void* settings, LineRenderStruct* line) { \
-        if (line_simd::hasRoom(settings, 2))                                     \
-            HWY_DYNAMIC_DISPATCH(line_simd::function)(settings, line);           \
-        else                                                                     \
-            LineFuncCP<T>::bilinearFunc(settings, line);                         \
-    }
-ZELK_SLOT(unsigned char, bilinear8)
-ZELK_SLOT(unsigned short, bilinear16)
-ZELK_SLOT(float, bilinearFloat)
-#undef ZELK_SLOT
+ZELK_SLOT(bilinearFunc, 2, bilinear)
+ZELK_SLOT(bilinearFunc_1, 2, bilinearPlane)
 #endif  // HWY_ONCE
