@@ -191,8 +191,9 @@ HWY_INLINE void storeChannels(RenderSettings const& s, float const* sums, int n,
     std::memcpy(out + k, rest, static_cast<std::size_t>(n - k) * sizeof(T));
 }
 
-/// Samples `count` pixels of the block, 64 or fewer, into `out`; makes the next block's positions.
-template <class T, class Kernel>
+/// Samples `count` pixels of the block, 64 or fewer, into `out`; makes the next block's positions,
+/// unless this is the last.
+template <class T, class Kernel, bool IsLast>
 HWY_INLINE void runBlock(RenderSettings const& s, int count, typename Kernel::Block& b,
                          Positions& next, T* out) {
     constexpr int kChannels = Kernel::kChannels;
@@ -202,11 +203,13 @@ HWY_INLINE void runBlock(RenderSettings const& s, int count, typename Kernel::Bl
     if constexpr (std::is_floating_point_v<T>)
         if (count == kBlock) sums = out;  // only a whole block may be written past `count`
     for (int group = 0; group < count; group += kGroup) {
-        next.step(b.nextU + group, b.nextV + group);
-        if constexpr (Kernel::kPrefetches)
-            if (group % (16 / static_cast<int>(sizeof(T))) == 0)  // once a cache line of 64 bytes
-                prefetchAt<T>(s, b.nextU[group], b.nextV[group]);
-        for (int i = group; i < group + kGroup; i += kLanes / kChannels)
+        if constexpr (!IsLast) {
+            next.step(b.nextU + group, b.nextV + group);
+            if constexpr (Kernel::kPrefetches)
+                if (group % (16 / static_cast<int>(sizeof(T))) == 0)  // a cache line of 64 bytes
+                    prefetchAt<T>(s, b.nextU[group], b.nextV[group]);
+        }
+        for (int i = group; i < std::min(group + kGroup, count); i += kLanes / kChannels)
             hn::StoreU(Kernel::sample(s, b, i), DF(), sums + kChannels * i);
     }
     if constexpr (!std::is_floating_point_v<T>)
@@ -233,9 +236,9 @@ HWY_INLINE void run(void* settings, LineRenderStruct* line) {
         std::memcpy(b.v, b.nextV, sizeof b.v);
         std::uint64_t todo = ~std::uint64_t{0};
         if (left >= kBlock) {  // the same, with a count that the compiler knows
-            runBlock<T, Kernel>(s, kBlock, b, next, out);
+            runBlock<T, Kernel, false>(s, kBlock, b, next, out);
         } else {
-            runBlock<T, Kernel>(s, left, b, next, out);
+            runBlock<T, Kernel, true>(s, left, b, next, out);
             todo >>= kBlock - left;
         }
         for (todo &= b.outside; todo != 0; todo &= todo - 1) {

@@ -1,5 +1,5 @@
-// LineFuncSimd<T>: vector twins of members of LineFuncCP<T>, interior runs; there is none of fills and
-// nearest neighbour. The contract is that of LineFuncCP.h, to the bit: the scalar member is the
+// LineFuncSimd<T>: vector twins of the members of LineFuncCP<T> that a render samples with, and that
+// of nearest neighbour. The contract is that of LineFuncCP.h, to the bit: the scalar member is the
 // truth.
 //
 // Each picks, at run time, the widest instruction set that this processor and Highway share. Where
@@ -14,11 +14,14 @@ class LineFuncSimd {
 public:
     static void bilinearFunc(void* settings, LineRenderStruct* line);
     static void bilinearFunc_1(void* settings, LineRenderStruct* line);
+    static void edgeBilinearFunc(void* settings, LineRenderStruct* line);
+    static void edgeBilinearFunc_1(void* settings, LineRenderStruct* line);
     static void biCubicFunc(void* settings, LineRenderStruct* line);
     static void biCubicFunc_1(void* settings, LineRenderStruct* line);
     static void biCubicFunc_4x4(void* settings, LineRenderStruct* line);
     static void biCubicFunc_4x4_1(void* settings, LineRenderStruct* line);
     static void biCubicFunc_4x4_ss(void* settings, LineRenderStruct* line);
+    static void edgeBiCubicFunc_4x4_ss(void* settings, LineRenderStruct* line);
 };
 
 /// The vector twin of lineFunc, nearest neighbour.

@@ -129,7 +129,7 @@ void compareRun(Random& random, Slot const& slot) {
 }
 
 /// Runs of each function: many where the environment has ZELK_LONG, for work on the twins.
-int runsOfEach() { return std::getenv("ZELK_LONG") ? 10000 : 500; }
+int runsOfEach() { return std::getenv("ZELK_LONG") ? 10000 : 300; }
 
 template <class Trait>
 struct VectorTwins : testing::Test {};
