@@ -85,7 +85,7 @@ constexpr Slot kSlots[] = {
     {"nearest", &F::nearest, 4, false},
 };
 
-/// The pattern of most callers, or offsets and weights of any kind.
+/// The pattern of most callers, or offsets and weights of any kind, no numbers too.
 void setRandomPattern(Random& random, RenderSettings& s) {
     setDefaultSuperSamplePattern(&s);
     if (random.integer(0, 2) == 0) return;
@@ -93,6 +93,8 @@ void setRandomPattern(Random& random, RenderSettings& s) {
         s.ssOffsetX[k] = random.uniform(-2, 2), s.ssOffsetY[k] = random.uniform(-2, 2);
         s.ssWeight[k] = random.uniform(-0.2, 0.5);
     }
+    if (random.integer(0, 9) == 0) s.ssWeight[random.integer(0, 8)] = NAN;
+    if (random.integer(0, 9) == 0) s.ssOffsetX[random.integer(0, 8)] = NAN;
 }
 
 /// One run by both families.
