@@ -19,6 +19,7 @@
 #include <vector>
 
 #include "Transform/Common/Transform_Core_Render/CoreTransformRender.h"
+#include "Transform/Common/Transform_Core_Render/KernelTable.h"
 #include "Transform/Common/Transform_Core_Render/Premult.h"
 #include "host/PluginHost_Memory_Impl.h"
 
@@ -42,28 +43,37 @@ constexpr Format kFormats[] = {formatOf<PIXEL_ARGB8>("8"), formatOf<PIXEL_ARGB15
 
 struct Quality {
     char const* name;
-    int filter, sizeIndex;
+    int filter, sizeIndex, channels;
 };
-constexpr Quality kQualities[] = {
-    {"nearest", 0, 0}, {"bilinear", 1, 0}, {"4x4", 9, 0}, {"6x6", 12, 1}, {"8x8", 12, 2}};
+constexpr Quality kQualities[] = {{"nearest", 0, 0, 4},
+                                  {"bilinear", 1, 0, 4},
+                                  {"4x4", 9, 0, 4},
+                                  {"6x6", 12, 1, 4},
+                                  {"8x8", 12, 2, 4},
+                                  {"superSampled", kFilterSuperSampled, 0, 4},
+                                  {"bilinear_plane", 1, 0, 1},
+                                  {"4x4_plane", 9, 0, 1},
+                                  {"6x6_plane", 12, 1, 1},
+                                  {"8x8_plane", 12, 2, 1}};
 
 using Picture = std::vector<unsigned char>;
 
-PluginHost_API::RasterInfo describe(Picture& picture, Format const& format) {
+PluginHost_API::RasterInfo describe(Picture& picture, Format const& format, int channels) {
     PluginHost_API::RasterInfo info{};
     info.data = picture.data();
     info.format = format.code;
     info.width = kWidth;
     info.height = kHeight;
-    info.rowBytes = kWidth * format.pixelBytes;
-    info.pixelBytes = format.pixelBytes;
+    info.pixelBytes = format.pixelBytes / 4 * channels;
+    info.rowBytes = kWidth * info.pixelBytes;
     info.pixelAspect = info.rangeScale = 1.0f;
     return info;
 }
 
 /// A picture without structure, every channel within the format's range.
-Picture makeNoise(Format const& format) {
-    Picture picture(static_cast<std::size_t>(kWidth) * kHeight * format.pixelBytes);
+Picture makeNoise(Format const& format, int channelsOfPixel = 4) {
+    Picture picture(static_cast<std::size_t>(kWidth) * kHeight * format.pixelBytes / 4 *
+                    channelsOfPixel);
     std::uint32_t state = 12345;
     auto const next = [&state] { return (state = state * 1664525u + 1013904223u) >> 16; };
     const std::size_t channels = picture.size() / (static_cast<std::size_t>(format.pixelBytes) / 4);
@@ -97,10 +107,16 @@ CoreRenderArguments tiltedPins(Quality const& quality) {
 
 void renderOnce(Picture& source, Picture& frame, Format const& format, Quality const& quality,
                 FormatFunctions const& functions) {
-    auto const src = describe(source, format), dst = describe(frame, format);
+    auto const src = describe(source, format, quality.channels);
+    auto const dst = describe(frame, format, quality.channels);
     PluginHost_Memory_Impl host(src, dst);
     CoreRenderArguments core = tiltedPins(quality);
-    coreTransformRender({&host, core, src, dst, true, false, nullptr, true, false}, functions);
+    RenderSettings settings;
+    settings.srcRight = settings.dstRight = kWidth - 1;
+    settings.srcBottom = settings.dstBottom = kHeight - 1;
+    setDefaultSuperSamplePattern(&settings);
+    coreTransformRender(
+        {&host, core, src, dst, true, quality.channels == 1, &settings, true, false}, functions);
 }
 
 /// Seconds of the fastest of five calls, each after `prepare`, which is not measured.
@@ -148,7 +164,7 @@ bool compare(benchmark::State& state, Picture& frame, Scalar scalar, Vector vect
 }
 
 void coreRender(benchmark::State& state, Format format, Quality quality, int threads) {
-    Picture source = makeNoise(format);
+    Picture source = makeNoise(format, quality.channels);
     Picture alone(source.size()), frame(source.size());
     auto const scalar = [&] { renderOnce(source, frame, format, quality, format.scalar); };
     auto const vector = [&] { renderOnce(source, frame, format, quality, format.vector); };

@@ -64,8 +64,15 @@ constexpr FormatFunctions formatFunctionsOf() {
     using V = LineFuncSimd<typename Trait::Channel>;
     FormatFunctions functions = scalarFunctionsOf<Trait>();
     functions.bilinear = V::bilinearFunc;
+    functions.bilinear_1 = functions.edgeNoOpBilinear_1 = V::bilinearFunc_1;
+    functions.edgeBilinear = V::edgeBilinearFunc;
+    functions.edgeBilinear_1 = V::edgeBilinearFunc_1;
     functions.biCubic = V::biCubicFunc;
+    functions.biCubic_1 = V::biCubicFunc_1;
     functions.biCubic4x4 = V::biCubicFunc_4x4;
+    functions.biCubic4x4_1 = V::biCubicFunc_4x4_1;
+    functions.biCubic4x4Ss = V::biCubicFunc_4x4_ss;
+    functions.edgeBiCubic4x4Ss = V::edgeBiCubicFunc_4x4_ss;
     functions.nearest = lineFuncSimd;
     return functions;
 }

@@ -1,4 +1,5 @@
-// The vector twin of LineFuncBilinear.cpp: interior runs of four channels, two pixels at once.
+// The vector twin of LineFuncBilinear.cpp: interior runs of four channels, two pixels at once, and
+// of one channel.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "Transform/Common/Transform_Core_Render/LineFuncBilinear_simd.cpp"
 #include <hwy/foreach_target.h>
@@ -8,8 +9,8 @@
 #include <limits>
 
 #include "Transform/Common/Transform_Core_Render/LineFuncCP.h"
-#include "Transform/Common/Transform_Core_Render/LineFuncRun-inl.h"
-#include "Transform/Common/Transform_Core_Render/LineFuncSimd.h"
+#include "Transform/Common/Transform_Core_Render/LineFuncPlane-inl.h"
+#include "Transform/Common/Transform_Core_Render/LineFuncSlots.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace line_simd {
@@ -18,8 +19,12 @@ namespace HWY_NAMESPACE {
 #if ZELK_LINE_FUNC_SCALAR
 
 template <class T>
-void bilinearRun(void* settings, LineRenderStruct* line) {
+void bilinear(void* settings, LineRenderStruct* line) {
     LineFuncCP<T>::bilinearFunc(settings, line);
+}
+template <class T>
+void bilinearPlane(void* settings, LineRenderStruct* line) {
+    LineFuncCP<T>::bilinearFunc_1(settings, line);
 }
 
 #else
@@ -33,6 +38,13 @@ HWY_INLINE VF lerp(VF p, VF q, VF g, VF f) {
     else
         return hn::Trunc(r);
 }
+
+/// What the pixels of a block read.
+struct BilinearPlaces {
+    alignas(64) std::int32_t x[kBlock], y[kBlock];  ///< upper left pixel; inside: x is its offset
+    alignas(64) float fx[kBlock + 4], fy[kBlock + 4];  ///< fractions, read four at once
+};
+using BilinearBlock = BlockOf<BilinearPlaces>;
 
 /// 16 bytes at offset `at` of each pixel.
 HWY_INLINE hn::Vec<D8> loadPixels(std::uint8_t const* const* p, std::ptrdiff_t at) {
@@ -114,7 +126,7 @@ HWY_INLINE hn::Vec<DI> sampleChannel(PixelPairs const& upper, PixelPairs const& 
 
 /// kLanes packed pixels of bytes from i on.
 HWY_INLINE hn::Vec<D8> samplePacked(std::uint8_t const* source, std::ptrdiff_t below,
-                                    Block const& b, int i) {
+                                    BilinearBlock const& b, int i) {
     const DF d;
     const PixelPairs upper(source, b.x + i), lower(source + below, b.x + i);
     const VF one = hn::Set(d, 1.0f);
@@ -129,7 +141,8 @@ HWY_INLINE hn::Vec<D8> samplePacked(std::uint8_t const* source, std::ptrdiff_t b
 /// The sums of kSide pixels from i on, whose upper left ones stand at `p`; whole numbers truncated
 /// where `Truncates` says so.
 template <class T, bool Truncates = true>
-HWY_INLINE VF sampleAt(std::uint8_t const* const* p, std::ptrdiff_t below, Block const& b, int i) {
+HWY_INLINE VF sampleAt(std::uint8_t const* const* p, std::ptrdiff_t below, BilinearBlock const& b,
+                       int i) {
     const DF d;
     VF upperLeft, upperRight, lowerLeft, lowerRight;
     if constexpr (sizeof(T) == 1) {
@@ -156,6 +169,8 @@ HWY_INLINE VF sampleAt(std::uint8_t const* const* p, std::ptrdiff_t below, Block
 
 template <class T>
 struct Bilinear {
+    using Block = BilinearBlock;
+    static constexpr int kChannels = 4;
     static constexpr Rounding kRounding = Rounding::kTruncate;
     /// Measured: whole-number channels gain a sixth, floats lose a little, as kernels do.
     static constexpr bool kPrefetches = !std::is_floating_point_v<T>;
@@ -174,7 +189,7 @@ struct Bilinear {
             auto const u = hn::Load(d, b.u + k), v = hn::Load(d, b.v + k);
             auto const inside = hn::And(hn::And(hn::Ge(u, lowX), hn::Lt(u, highX)),
                                         hn::And(hn::Ge(v, lowY), hn::Lt(v, highY)));
-            noteOutside(b, k, inside);
+            noteOutside(b.outside, k, inside);
             auto const safeU = hn::IfThenElse(inside, u, lowX);
             auto const safeV = hn::IfThenElse(inside, v, lowY);
             auto const x = hn::ConvertTo(di, safeU), y = hn::ConvertTo(di, safeV);
@@ -250,38 +265,51 @@ private:
     }
 };
 
+/// One channel, a pixel a lane.
 template <class T>
-void bilinearRun(void* settings, LineRenderStruct* line) {
+struct BilinearPlane : Bilinear<T> {
+    using Block = BilinearBlock;
+    static constexpr int kChannels = 1;
+    static constexpr bool kPrefetches = false, kHasInside = false;
+
+    static HWY_INLINE VF sample(RenderSettings const& s, Block const& b, int i) {
+        const DF d;
+        VF corner[4];
+        valuesOfPixels<T>(corner, [&](int m) {
+            T const* upper = ps::sourcePixel<T, 1>(s, b.x[i + m], b.y[i + m]);
+            return loadTwoAndTwo(upper, ps::sourcePixel<T, 1>(s, b.x[i + m], b.y[i + m] + 1));
+        });
+        const VF one = hn::Set(d, 1.0f);
+        const VF fx = hn::Load(d, b.fx + i), gx = hn::Sub(one, fx);
+        const VF fy = hn::Load(d, b.fy + i), gy = hn::Sub(one, fy);
+        return lerp<T>(lerp<T>(corner[0], corner[1], gx, fx), lerp<T>(corner[2], corner[3], gx, fx),
+                       gy, fy);
+    }
+
+    static HWY_INLINE void scalar(RenderSettings const& s, ps::SourcePosition at, T* out) {
+        ps::sampleBilinear<T, 1>(s, at, out);
+    }
+};
+
+template <class T>
+void bilinear(void* settings, LineRenderStruct* line) {
     run<T, Bilinear<T> >(settings, line);
+}
+template <class T>
+void bilinearPlane(void* settings, LineRenderStruct* line) {
+    run<T, BilinearPlane<T> >(settings, line);
 }
 
 #endif  // ZELK_LINE_FUNC_SCALAR
 
-void bilinear8(void* s, LineRenderStruct* line) { bilinearRun<unsigned char>(s, line); }
-void bilinear16(void* s, LineRenderStruct* line) { bilinearRun<unsigned short>(s, line); }
-void bilinearFloat(void* s, LineRenderStruct* line) { bilinearRun<float>(s, line); }
+ZELK_PLAIN_FUNCTIONS(bilinear)
+ZELK_PLAIN_FUNCTIONS(bilinearPlane)
 
 }  // namespace HWY_NAMESPACE
 }  // namespace line_simd
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
-namespace line_simd {
-HWY_EXPORT(bilinear8);
-HWY_EXPORT(bilinear16);
-HWY_EXPORT(bilinearFloat);
-}  // namespace line_simd
-
-#define ZELK_SLOT(T, function)                                                   \
-    template <>                                                                  \
-    void LineFuncSimd<T>::bilinearFunc(void* settings, LineRenderStruct* line) { \
-        if (line_simd::hasRoom(settings, 2))                                     \
-            HWY_DYNAMIC_DISPATCH(line_simd::function)(settings, line);           \
-        else                                                                     \
-            LineFuncCP<T>::bilinearFunc(settings, line);                         \
-    }
-ZELK_SLOT(unsigned char, bilinear8)
-ZELK_SLOT(unsigned short, bilinear16)
-ZELK_SLOT(float, bilinearFloat)
-#undef ZELK_SLOT
+ZELK_SLOT(bilinearFunc, 2, bilinear)
+ZELK_SLOT(bilinearFunc_1, 2, bilinearPlane)
 #endif  // HWY_ONCE

@@ -1,11 +1,12 @@
-// One run of pixels in vector code: what LineFuncBilinear_simd.cpp and LineFuncKernel_simd.cpp
-// share. Included once for each instruction set.
+// One run of pixels in vector code: what the vector twins of line functions share. Included once
+// for each instruction set.
 //
 // A run is done in blocks of 64 pixels, in three steps:
 //
 //   positions   u, v: double, the scalar's expression lane by lane, narrowed to float
 //   split       whole parts, fractions or weight rows, and which pixels read wholly inside
-//   sample      taps as vectors of floats, the four channels of a pixel in a block of 128 bits
+//   sample      taps as vectors of floats: the four channels of a pixel in a block of 128 bits, or
+//               a pixel of one channel a lane
 //
 // Remainder policy: a pixel that is not wholly inside is sampled at a harmless place, and then done
 // over by the scalar function from the same u and v; pixels past the run's end, up to a whole
@@ -72,12 +73,11 @@ HWY_INLINE hn::Vec<DI> truncatedWithin(VF v) {
 #endif
 }
 
-struct Block {
+/// `Places` says what the pixels read.
+template <class Places>
+struct BlockOf : Places {
     alignas(64) float u[kBlock], v[kBlock];
-    alignas(64) float nextU[kBlock], nextV[kBlock];    ///< of the next block, while this is sampled
-    alignas(64) std::int32_t x[kBlock], y[kBlock];     ///< upper left pixel of what is read
-    alignas(64) std::int32_t wx[kBlock], wy[kBlock];   ///< kernels: places of the rows in `lut`
-    alignas(64) float fx[kBlock + 4], fy[kBlock + 4];  ///< bilinear: fractions, read four at once
+    alignas(64) float nextU[kBlock], nextV[kBlock];  ///< of the next block, while this is sampled
     alignas(64) float sum[4 * kBlock];
     std::uint64_t outside;  ///< bit i: pixel i is to be done over
 };
@@ -134,12 +134,12 @@ struct SafeBounds {
     bool hold(float u, float v) const { return u >= lowX && u <= highX && v >= lowY && v <= highY; }
 };
 
-/// Notes the lanes of `inside` that are not set as pixels k and on of the block.
+/// Notes the lanes of `inside` that are not set as pixels k and on of a block.
 template <class M>
-HWY_INLINE void noteOutside(Block& b, int k, M inside) {
+HWY_INLINE void noteOutside(std::uint64_t& outside, int k, M inside) {
     std::uint8_t bytes[8] = {};  // as many as StoreMaskBits may write
     hn::StoreMaskBits(DF(), hn::Not(inside), bytes);
-    b.outside |= std::uint64_t{bytes[0] & ((1u << kLanes) - 1)} << k;
+    outside |= std::uint64_t{bytes[0] & ((1u << kLanes) - 1)} << k;
 }
 
 /// Vectors of 128 bits as one of kSide pixels: `second` stands above `first`, if there is room.
@@ -185,10 +185,10 @@ HWY_INLINE VF lifted(hn::Vec<D8> bytes, int n) {
     return hn::ConvertTo(DF(), hn::BitCast(DI(), lanes));
 }
 
-/// What pixel i of the block reads, from its upper left channel on.
-template <class T>
-HWY_INLINE std::uint8_t const* sourceOf(RenderSettings const& s, Block const& b, int i) {
-    return reinterpret_cast<std::uint8_t const*>(ps::sourcePixel<T, 4>(s, b.x[i], b.y[i]));
+/// What pixel i of a block reads, from its upper left channel on.
+template <class T, int C = 4, class Places>
+HWY_INLINE std::uint8_t const* sourceOf(RenderSettings const& s, Places const& at, int i) {
+    return reinterpret_cast<std::uint8_t const*>(ps::sourcePixel<T, C>(s, at.x[i], at.y[i]));
 }
 
 /// Asks for what the pixel at (u, v) will read of a lower row, a block before it does: a run that
@@ -218,49 +218,49 @@ HWY_INLINE auto channelsOf(RenderSettings const& s, VF v) {
 }
 
 template <class T, Rounding R>
-HWY_INLINE void storeChannels(RenderSettings const& s, Block const& b, int count, T* out) {
+HWY_INLINE void storeChannels(RenderSettings const& s, float const* sums, int n, T* out) {
     const hn::Rebind<T, DF> d;
-    int const n = 4 * count;
     int k = 0;
     for (; k + kLanes <= n; k += kLanes)
-        hn::StoreU(channelsOf<T, R>(s, hn::Load(DF(), b.sum + k)), d, out + k);
+        hn::StoreU(channelsOf<T, R>(s, hn::Load(DF(), sums + k)), d, out + k);
     if (k == n) return;
     alignas(32) T rest[kLanes];
-    hn::Store(channelsOf<T, R>(s, hn::Load(DF(), b.sum + k)), d, rest);
+    hn::Store(channelsOf<T, R>(s, hn::Load(DF(), sums + k)), d, rest);
     std::memcpy(out + k, rest, static_cast<std::size_t>(n - k) * sizeof(T));
 }
 
-/// Positions of the next block's pixels from `group` on, and a look at what they will read.
-template <class T, class Kernel>
-HWY_INLINE void stepAhead(RenderSettings const& s, Positions& next, int group, Block& b) {
-    next.step(b.nextU + group, b.nextV + group);
-    if constexpr (Kernel::kPrefetches)
-        if (group % (16 / static_cast<int>(sizeof(T))) == 0)  // once a cache line of 64 bytes
-            prefetchAt<T>(s, b.nextU[group], b.nextV[group]);
-}
-
-/// Samples `count` pixels of the block, 64 or fewer, into `out`; makes the next block's positions.
-template <class T, class Kernel>
-HWY_INLINE void runBlock(RenderSettings const& s, int count, Block& b, Positions& next, T* out) {
+/// Samples `count` pixels of the block, 64 or fewer, into `out`; makes the next block's positions,
+/// unless this is the last.
+template <class T, class Kernel, bool IsLast>
+HWY_INLINE void runBlock(RenderSettings const& s, int count, typename Kernel::Block& b,
+                         Positions& next, T* out) {
+    constexpr int kChannels = Kernel::kChannels;
     b.outside = 0;
     Kernel::split(s, (count + kGroup - 1) / kGroup * kGroup, b);
     float* sums = b.sum;
     if constexpr (std::is_floating_point_v<T>)
         if (count == kBlock) sums = out;  // only a whole block may be written past `count`
     for (int group = 0; group < count; group += kGroup) {
-        stepAhead<T, Kernel>(s, next, group, b);
-        for (int i = group; i < group + kGroup; i += kSide)
-            hn::StoreU(Kernel::sample(s, b, i), DF(), sums + 4 * i);
+        if constexpr (!IsLast) {
+            next.step(b.nextU + group, b.nextV + group);
+            if constexpr (Kernel::kPrefetches)
+                if (group % (16 / static_cast<int>(sizeof(T))) == 0)  // a cache line of 64 bytes
+                    prefetchAt<T>(s, b.nextU[group], b.nextV[group]);
+        }
+        for (int i = group; i < std::min(group + kGroup, count); i += kLanes / kChannels)
+            hn::StoreU(Kernel::sample(s, b, i), DF(), sums + kChannels * i);
     }
     if constexpr (!std::is_floating_point_v<T>)
-        storeChannels<T, Kernel::kRounding>(s, b, count, out);
+        storeChannels<T, Kernel::kRounding>(s, b.sum, kChannels * count, out);
     else if (sums != out)
-        std::memcpy(out, sums, static_cast<std::size_t>(count) * 4 * sizeof(T));
+        std::memcpy(out, sums, static_cast<std::size_t>(count) * kChannels * sizeof(T));
 }
 
 /// The same of a block that reads wholly inside, up to the end of its last group.
 template <class T, class Kernel>
-HWY_INLINE void runInside(RenderSettings const& s, int count, Block& b, Positions& next, T* out) {
+HWY_INLINE void runInside(RenderSettings const& s, int count, typename Kernel::Block& b,
+                          Positions& next, T* out) {
+    constexpr int kChannels = Kernel::kChannels;
     int const whole = count / kGroup * kGroup, rest = count - whole;
     Kernel::splitInside(s, rest == 0 ? count : whole + kGroup, b);
     auto const* source = static_cast<std::uint8_t const*>(s.srcData);
@@ -270,31 +270,34 @@ HWY_INLINE void runInside(RenderSettings const& s, int count, Block& b, Position
         next.step(b.nextU + group, b.nextV + group);
         for (int i = group; i < group + kGroup; i += Kernel::kPrefetchStep)
             hwy::Prefetch(source + (b.x[i] + ahead));
-        Kernel::sampleInside(s, b, group, out + 4 * group);
+        Kernel::sampleInside(s, b, group, out + kChannels * group);
     }
     if (rest == 0) return;
-    T last[4 * kGroup];
+    T last[kChannels * kGroup];
     Kernel::sampleInside(s, b, whole, last);
-    std::memcpy(out + 4 * whole, last, static_cast<std::size_t>(rest) * 4 * sizeof(T));
+    std::memcpy(out + kChannels * whole, last,
+                static_cast<std::size_t>(rest) * kChannels * sizeof(T));
 }
 
 /// Whether all that the block's first `count` pixels read, up to the end of the last group, lies
 /// within the source.
-inline bool isInside(Block const& b, int count, SafeBounds const& bounds) {
+template <class Block>
+bool isInside(Block const& b, int count, SafeBounds const& bounds) {
     int const last = (count - 1) / kGroup * kGroup + kGroup - 1;
     return bounds.hold(b.u[0], b.v[0]) && bounds.hold(b.u[last], b.v[last]);
 }
 
-/// A line function. `Kernel` has `split`, which fills the block's x, y and what goes with them,
-/// `sample`, which gives the sums of kSide pixels, `scalar`, one pixel by scalar code, `kRounding`
+/// A line function. `Kernel` has `kChannels`, 4 or 1; its `Block`; `split`, which fills the block's
+/// places; `sample`, which gives a vector of sums; `scalar`, one pixel by scalar code; `kRounding`
 /// and `kPrefetches`. One with `kHasInside` has `bounds`, and for blocks within them `splitInside`,
 /// which fills x with offsets in bytes, and `sampleInside`, which gives a group of pixels.
 template <class T, class Kernel>
 HWY_INLINE void run(void* settings, LineRenderStruct* line) {
+    constexpr int kChannels = Kernel::kChannels;
     auto const& s = *static_cast<RenderSettings const*>(settings);
     if (line->count < 1) return;
     T* out = static_cast<T*>(line->dest);
-    Block b;
+    typename Kernel::Block b;
     Positions next(*line);
     SafeBounds bounds{};
     bool isRunSteady = false;
@@ -304,7 +307,7 @@ HWY_INLINE void run(void* settings, LineRenderStruct* line) {
     }
     for (int i = 0; i < std::min(kBlock, line->count); i += kGroup)
         next.step(b.nextU + i, b.nextV + i);
-    for (int left = line->count; left > 0; left -= kBlock, out += 4 * kBlock) {
+    for (int left = line->count; left > 0; left -= kBlock, out += kChannels * kBlock) {
         std::memcpy(b.u, b.nextU, sizeof b.u);
         std::memcpy(b.v, b.nextV, sizeof b.v);
         int const count = std::min(kBlock, left);
@@ -314,14 +317,14 @@ HWY_INLINE void run(void* settings, LineRenderStruct* line) {
                 continue;
             }
         }
-        if (count == kBlock)
-            runBlock<T, Kernel>(s, kBlock, b, next, out);  // a count that the compiler knows
+        if (count == kBlock)  // the same, with a count that the compiler knows
+            runBlock<T, Kernel, false>(s, kBlock, b, next, out);
         else
-            runBlock<T, Kernel>(s, count, b, next, out);
+            runBlock<T, Kernel, true>(s, count, b, next, out);
         std::uint64_t todo = ~std::uint64_t{0} >> (kBlock - count);
         for (todo &= b.outside; todo != 0; todo &= todo - 1) {
             int const i = std::countr_zero(todo);
-            Kernel::scalar(s, {b.u[i], b.v[i]}, out + 4 * i);
+            Kernel::scalar(s, {b.u[i], b.v[i]}, out + kChannels * i);
         }
     }
     ps::advance(*line);

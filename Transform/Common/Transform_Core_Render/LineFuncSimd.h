@@ -1,5 +1,6 @@
-// LineFuncSimd<T>: vector twins of three members of LineFuncCP<T>, the interior runs of four
-// channels. The contract is that of LineFuncCP.h, to the bit: the scalar member is the truth.
+// LineFuncSimd<T>: vector twins of the members of LineFuncCP<T> that a render samples with, and
+// that of nearest neighbour. The contract is that of LineFuncCP.h, to the bit: the scalar member is
+// the truth.
 //
 // Each picks, at run time, the widest instruction set that this processor and Highway share. Where
 // there is none, or the source is smaller than one sample, it is the scalar member itself.
@@ -12,8 +13,15 @@ template <class T>
 class LineFuncSimd {
 public:
     static void bilinearFunc(void* settings, LineRenderStruct* line);
+    static void bilinearFunc_1(void* settings, LineRenderStruct* line);
+    static void edgeBilinearFunc(void* settings, LineRenderStruct* line);
+    static void edgeBilinearFunc_1(void* settings, LineRenderStruct* line);
     static void biCubicFunc(void* settings, LineRenderStruct* line);
+    static void biCubicFunc_1(void* settings, LineRenderStruct* line);
     static void biCubicFunc_4x4(void* settings, LineRenderStruct* line);
+    static void biCubicFunc_4x4_1(void* settings, LineRenderStruct* line);
+    static void biCubicFunc_4x4_ss(void* settings, LineRenderStruct* line);
+    static void edgeBiCubicFunc_4x4_ss(void* settings, LineRenderStruct* line);
 };
 
 /// The vector twin of lineFunc, nearest neighbour.

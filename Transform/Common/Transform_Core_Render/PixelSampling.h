@@ -181,6 +181,21 @@ inline void sampleTaps(RenderSettings const& s, SourcePosition at, float* out) {
         weightRow(s, v.fraction, taps), out);
 }
 
+/// Nine 4 by 4 samples around the position, at the offsets and with the weights of the settings:
+/// each product in float, added up in double.
+template <class T, int C>
+inline void sampleSuperSampled(RenderSettings const& s, SourcePosition at, double* sums) {
+    for (int c = 0; c < C; ++c) sums[c] = 0.0;
+    for (int k = 0; k < kSuperSamples; ++k) {
+        const SourcePosition moved = {static_cast<float>(at.u + s.ssOffsetX[k]),
+                                      static_cast<float>(at.v + s.ssOffsetY[k])};
+        auto const weight = static_cast<float>(s.ssWeight[k]);
+        float sample[C];
+        sample4x4<T, C, Outside::kRepeatBorder>(s, moved, sample);
+        for (int c = 0; c < C; ++c) sums[c] += static_cast<double>(sample[c] * weight);
+    }
+}
+
 // ---- From a sum to a channel ----------------------------------------------------------------
 
 /// Rounds a 4 by 4 sum: plus 0.5, truncated, then limited. Float stays as it is, unlimited.

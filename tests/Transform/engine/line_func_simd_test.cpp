@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
 #include <vector>
 
@@ -62,35 +63,75 @@ LineRenderStruct randomRun(Random& random, int width, int height) {
     return r;
 }
 
+struct Slot {
+    char const* name;
+    QV_LineFunc FormatFunctions::*function;
+    int channels;
+    bool takesSize;  ///< 4, 6, 8 or 10 taps a side, else 4
+};
+using F = FormatFunctions;
+constexpr Slot kSlots[] = {
+    {"bilinear", &F::bilinear, 4, false},
+    {"bilinear_1", &F::bilinear_1, 1, false},
+    {"edgeBilinear", &F::edgeBilinear, 4, false},
+    {"edgeBilinear_1", &F::edgeBilinear_1, 1, false},
+    {"edgeNoOpBilinear_1", &F::edgeNoOpBilinear_1, 1, false},
+    {"biCubic", &F::biCubic, 4, true},
+    {"biCubic_1", &F::biCubic_1, 1, true},
+    {"biCubic4x4", &F::biCubic4x4, 4, false},
+    {"biCubic4x4_1", &F::biCubic4x4_1, 1, false},
+    {"biCubic4x4Ss", &F::biCubic4x4Ss, 4, false},
+    {"edgeBiCubic4x4Ss", &F::edgeBiCubic4x4Ss, 4, false},
+    {"nearest", &F::nearest, 4, false},
+};
+
+/// The pattern of most callers, or offsets and weights of any kind, no numbers too.
+void setRandomPattern(Random& random, RenderSettings& s) {
+    setDefaultSuperSamplePattern(&s);
+    if (random.integer(0, 2) == 0) return;
+    for (int k = 0; k < kSuperSamples; ++k) {
+        s.ssOffsetX[k] = random.uniform(-2, 2), s.ssOffsetY[k] = random.uniform(-2, 2);
+        s.ssWeight[k] = random.uniform(-0.2, 0.5);
+    }
+    if (random.integer(0, 9) == 0) s.ssWeight[random.integer(0, 8)] = NAN;
+    if (random.integer(0, 9) == 0) s.ssOffsetX[random.integer(0, 8)] = NAN;
+}
+
 /// One run by both families.
 template <class Trait>
-void compareRun(Random& random) {
+void compareRun(Random& random, Slot const& slot) {
     using T = typename Trait::Channel;
     constexpr int kInsets[] = {0, 1, 13};
-    constexpr QV_LineFunc FormatFunctions::*kSlots[] = {
-        &FormatFunctions::bilinear, &FormatFunctions::biCubic4x4, &FormatFunctions::biCubic,
-        &FormatFunctions::nearest};
     int const width = random.integer(1, 70), height = random.integer(1, 70);
-    int const rowLength = 4 * width + random.integer(0, 13), function = random.integer(0, 3);
+    int const rowLength = slot.channels * width + random.integer(0, 13);
     int const inset = std::min(kInsets[random.integer(0, 2)], (std::min(width, height) - 1) / 2);
     auto source = noise<T>(random, rowLength * height);
     RenderSettings s;
     s.srcData = source.data(), s.srcRowBytes = rowLength * static_cast<int>(sizeof(T));
-    s.srcPixelBytes = 4 * static_cast<int>(sizeof(T));
+    s.srcPixelBytes = slot.channels * static_cast<int>(sizeof(T));
     s.srcMinX = s.srcMinY = inset, s.maxValue = Trait::kWhite;
     s.srcMaxX = width - 1 - inset, s.srcMaxY = height - 1 - inset;
-    setKernelTransformSize(&s, function == 2 ? random.integer(0, 3) : 0, 1.0f);
+    setKernelTransformSize(&s, slot.takesSize ? random.integer(0, 3) : 0, 1.0f);
     setInterpLineFunc(&s, 0.333, 0.333, random.integer(0, kFilterCount - 1), false, 4, 0, false, 0,
                       0, 0, false, true);
-    LineRenderStruct line = randomRun(random, width, height), twin = line;
-    std::vector<T> want(static_cast<std::size_t>(4 * line.count) + 9, T{77}), got = want;
-    line.dest = want.data(), twin.dest = got.data();
-    (scalarFunctionsOf<Trait>().*kSlots[function])(&s, &line);
-    (formatFunctionsOf<Trait>().*kSlots[function])(&s, &twin);
+    setRandomPattern(random, s);
+    LineRenderStruct line = randomRun(random, width, height);
+    std::vector<float> coverage(static_cast<std::size_t>(line.count));
+    for (float& c : coverage) c = static_cast<float>(random.integer(0, 8192)) / 8192.0f;
+    line.coverage = coverage.data();
+    LineRenderStruct twin = line;
+    std::vector<T> want(static_cast<std::size_t>(slot.channels * line.count) + 9, T{77}),
+        got = want;
+    line.dest = want.data() + 1, twin.dest = got.data() + 1;
+    (scalarFunctionsOf<Trait>().*slot.function)(&s, &line);
+    (formatFunctionsOf<Trait>().*slot.function)(&s, &twin);
     ASSERT_TRUE(same(want, got) && std::memcmp(&line.x, &twin.x, 6 * sizeof(double)) == 0)
-        << "function " << function << ", " << s.taps << " taps, " << width << " x " << height
-        << ", inset " << inset << ", run of " << line.count;
+        << slot.name << ", " << s.taps << " taps, " << width << " x " << height << ", inset "
+        << inset << ", run of " << line.count;
 }
+
+/// Runs of each function: many where the environment has ZELK_LONG, for work on the twins.
+int runsOfEach() { return std::getenv("ZELK_LONG") ? 10000 : 300; }
 
 template <class Trait>
 struct VectorTwins : testing::Test {};
@@ -101,8 +142,9 @@ TYPED_TEST(VectorTwins, RunsHaveTheScalarBits) {
     SCOPED_TRACE(kSeed);
     zelk::onEveryTarget([] {
         Random random(kSeed);
-        for (int i = 0; i < 3000 && !testing::Test::HasFatalFailure(); ++i)
-            compareRun<TypeParam>(random);
+        for (Slot const& slot : kSlots)
+            for (int i = 0; i < runsOfEach() && !testing::Test::HasFatalFailure(); ++i)
+                compareRun<TypeParam>(random, slot);
     });
 }
 
@@ -114,10 +156,13 @@ TYPED_TEST(VectorTwins, FramesHaveTheScalarBits) {
         Random random(kSeed);
         QV_RasterInfo src{};
         src.format = TypeParam::kFormat, src.width = 183, src.height = 115;
-        src.pixelBytes = 4 * sizeof(T), src.rowBytes = src.width * src.pixelBytes;
         src.pixelAspect = src.rangeScale = 1;
         for (int i = 0; i < 24; ++i) {
-            auto source = noise<T>(random, 4 * src.width * src.height);
+            bool const isPlane = i % 4 == 3;
+            int const channels = isPlane ? 1 : 4;
+            src.pixelBytes = channels * static_cast<int>(sizeof(T));
+            src.rowBytes = src.width * src.pixelBytes;
+            auto source = noise<T>(random, channels * src.width * src.height);
             const std::vector<T> empty(source.size()), used(source.size(), T{77});
             const zelk::Quad quad = zelk::randomConvexQuad(random);
             auto const frame = [&](FormatFunctions const& functions, bool clears) {
@@ -126,10 +171,13 @@ TYPED_TEST(VectorTwins, FramesHaveTheScalarBits) {
                 src.data = source.data(), dst.data = pixels.data();
                 CoreRenderArguments core;
                 core.quadMode = kQuadUnitToTo, core.sizeIndex = i % 4;
-                core.filter = i % 3 == 0 ? i % 2 : 2 + i % 20;
+                core.filter = i % 3 == 0 ? i % 2 : 2 + i % 21;
                 zelk::setPins(core.toPins, quad);
                 PluginHost_Memory_Impl host(src, dst);
-                coreTransformRender({&host, core, src, dst, clears, false, nullptr, true, false},
+                RenderSettings s;
+                s.srcRight = s.dstRight = src.width - 1, s.srcBottom = s.dstBottom = src.height - 1;
+                setDefaultSuperSamplePattern(&s);
+                coreTransformRender({&host, core, src, dst, clears, isPlane, &s, true, false},
                                     functions);
                 return pixels;
             };
