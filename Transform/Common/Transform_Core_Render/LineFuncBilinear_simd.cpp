@@ -5,9 +5,6 @@
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
-#include <cstdlib>
-#include <limits>
-
 #include "Transform/Common/Transform_Core_Render/LineFuncCP.h"
 #include "Transform/Common/Transform_Core_Render/LineFuncPlane-inl.h"
 #include "Transform/Common/Transform_Core_Render/LineFuncSlots.h"
@@ -170,7 +167,7 @@ HWY_INLINE VF sampleAt(std::uint8_t const* const* p, std::ptrdiff_t below, Bilin
 template <class T>
 struct Bilinear {
     using Block = BilinearBlock;
-    static constexpr int kChannels = 4;
+    static constexpr int kChannels = 4, kTaps = 2;
     static constexpr Rounding kRounding = Rounding::kTruncate;
     /// Measured: whole-number channels gain a sixth, floats lose a little, as kernels do.
     static constexpr bool kPrefetches = !std::is_floating_point_v<T>;
@@ -211,25 +208,14 @@ struct Bilinear {
         ps::sampleBilinear<T, 4>(s, at, out);
     }
 
-    /// Offsets into the source fit 32 bits.
-    static HWY_INLINE bool canBeInside(RenderSettings const& s) {
-        return std::abs(std::int64_t{s.srcRowBytes}) * (s.srcMaxY + 1) <
-               std::numeric_limits<std::int32_t>::max();
-    }
-    static HWY_INLINE SafeBounds bounds(RenderSettings const& s) {
-        return {static_cast<float>(s.srcMinX) + kSlack, static_cast<float>(s.srcMinY) + kSlack,
-                static_cast<float>(s.srcMaxX) - kSlack, static_cast<float>(s.srcMaxY) - kSlack};
-    }
-
     static HWY_INLINE void splitInside(RenderSettings const& s, int count, Block& b) {
         const DF d;
         const DI di;
         auto const rowBytes = hn::Set(di, s.srcRowBytes);
-        constexpr int kPixelShift = sizeof(T) == 1 ? 2 : sizeof(T) == 2 ? 3 : 4;
         for (int k = 0; k < count; k += kLanes) {
             auto const u = hn::Load(d, b.u + k), v = hn::Load(d, b.v + k);
             auto const x = truncatedWithin(u), y = truncatedWithin(v);
-            hn::Store(hn::Add(hn::Mul(y, rowBytes), hn::ShiftLeft<kPixelShift>(x)), di, b.x + k);
+            hn::Store(offsetOf<T>(x, y, rowBytes), di, b.x + k);
             hn::Store(hn::Sub(u, hn::ConvertTo(d, x)), d, b.fx + k);
             hn::Store(hn::Sub(v, hn::ConvertTo(d, y)), d, b.fy + k);
         }

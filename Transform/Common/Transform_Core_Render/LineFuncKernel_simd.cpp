@@ -77,10 +77,11 @@ HWY_INLINE VF sumPlaneTaps(RenderSettings const& s, TapPlaces const& at, int i) 
 template <class T, int C, int Taps>
 struct Kernel {
     using Block = BlockOf<TapPlaces>;
-    static constexpr int kChannels = C;
+    static constexpr int kChannels = C, kTaps = Taps;
     static constexpr Rounding kRounding =
         Taps == 4 ? Rounding::kRoundThenLimit : Rounding::kLimitThenRound;
-    static constexpr bool kPrefetches = false, kHasInside = false;
+    static constexpr bool kPrefetches = false, kHasInside = C == 4;
+    static constexpr int kPrefetchStep = sizeof(T) == 4 ? 2 : 4;  ///< pixels
 
     static HWY_INLINE void split(RenderSettings const& s, int count, Block& b) {
         splitTaps(s, Taps, count, b.u, b.v, b, b.outside);
@@ -91,6 +92,23 @@ struct Kernel {
         else
             return sumPlaneTaps<T, Taps>(s, b, i);
     }
+
+    static HWY_INLINE void splitInside(RenderSettings const& s, int count, Block& b) {
+        splitTapsInside<T, Taps>(s, count, b.u, b.v, b);
+    }
+    static HWY_INLINE void sampleInside(RenderSettings const& s, Block const& b, int i, T* out) {
+        alignas(64) float sums[4 * kGroup];
+        for (int k = 0; k < kGroup; k += kSide) {
+            const VF sum = sumTaps<T, Taps, true>(s, b, i + k);
+            if constexpr (std::is_floating_point_v<T>)
+                hn::StoreU(sum, DF(), out + 4 * k);
+            else
+                hn::Store(sum, DF(), sums + 4 * k);
+        }
+        if constexpr (!std::is_floating_point_v<T>)
+            storeChannels<T, kRounding>(s, sums, 4 * kGroup, out);
+    }
+
     static HWY_INLINE void scalar(RenderSettings const& s, ps::SourcePosition at, T* out) {
         using ps::Outside;
         float sum[C];

@@ -21,7 +21,9 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
+#include <limits>
 #include <type_traits>
 
 #include "Transform/Common/Transform_Core_Render/PixelSampling.h"
@@ -128,9 +130,29 @@ inline bool isSteady(LineRenderStruct const& line) {
            isSmall(line.x, line.dx) && isSmall(line.y, line.dy);
 }
 
+/// Offsets into the source fit 32 bits.
+inline bool hasShortOffsets(RenderSettings const& s) {
+    return std::abs(std::int64_t{s.srcRowBytes}) * (std::int64_t{s.srcMaxY} + 1) <
+           std::numeric_limits<std::int32_t>::max();
+}
+
+/// Bytes from the source's start to pixels of four channels, where they fit.
+template <class T>
+HWY_INLINE hn::Vec<DI> offsetOf(hn::Vec<DI> x, hn::Vec<DI> y, hn::Vec<DI> rowBytes) {
+    constexpr int kPixelShift = sizeof(T) == 1 ? 2 : sizeof(T) == 2 ? 3 : 4;
+    return hn::Add(hn::Mul(y, rowBytes), hn::ShiftLeft<kPixelShift>(x));
+}
+
 /// Bounds of positions, inclusive, for which all that a kernel reads lies within the source.
 struct SafeBounds {
     float lowX, lowY, highX, highY;
+
+    /// Of `taps` a side, `before` of them left of and above the position.
+    SafeBounds(RenderSettings const& s, int taps, int before)
+        : lowX(static_cast<float>(s.srcMinX + before) + kSlack),
+          lowY(static_cast<float>(s.srcMinY + before) + kSlack),
+          highX(static_cast<float>(s.srcMaxX + 2 + before - taps) - kSlack),
+          highY(static_cast<float>(s.srcMaxY + 2 + before - taps) - kSlack) {}
     bool hold(float u, float v) const { return u >= lowX && u <= highX && v >= lowY && v <= highY; }
 };
 
@@ -214,7 +236,7 @@ HWY_INLINE auto channelsOf(RenderSettings const& s, VF v) {
     if constexpr (R != Rounding::kTruncate)
         v = hn::Min(hn::IfThenElse(hn::Gt(v, low), v, low), high);
     if constexpr (R == Rounding::kLimitThenRound) v = hn::Add(v, half);
-    return hn::DemoteTo(hn::Rebind<T, DF>(), hn::ConvertTo(DI(), v));
+    return hn::DemoteTo(hn::Rebind<T, DF>(), truncatedWithin(v));
 }
 
 template <class T, Rounding R>
@@ -264,8 +286,9 @@ HWY_INLINE void runInside(RenderSettings const& s, int count, typename Kernel::B
     int const whole = count / kGroup * kGroup, rest = count - whole;
     Kernel::splitInside(s, rest == 0 ? count : whole + kGroup, b);
     auto const* source = static_cast<std::uint8_t const*>(s.srcData);
-    // The next block's lower rows are asked for as if it went on as this one does.
-    std::ptrdiff_t const ahead = s.srcRowBytes + (count == kBlock ? b.x[kBlock - 1] - b.x[0] : 0);
+    // The next block's last rows are asked for as if it went on as this one does.
+    std::ptrdiff_t const ahead = std::ptrdiff_t{Kernel::kTaps - 1} * s.srcRowBytes +
+                                 (count == kBlock ? b.x[kBlock - 1] - b.x[0] : 0);
     for (int group = 0; group < whole; group += kGroup) {
         next.step(b.nextU + group, b.nextV + group);
         for (int i = group; i < group + kGroup; i += Kernel::kPrefetchStep)
@@ -289,7 +312,7 @@ bool isInside(Block const& b, int count, SafeBounds const& bounds) {
 
 /// A line function. `Kernel` has `kChannels`, 4 or 1; its `Block`; `split`, which fills the block's
 /// places; `sample`, which gives a vector of sums; `scalar`, one pixel by scalar code; `kRounding`
-/// and `kPrefetches`. One with `kHasInside` has `bounds`, and for blocks within them `splitInside`,
+/// `kTaps` and `kPrefetches`. One with `kHasInside` has `splitInside` for blocks that read inside,
 /// which fills x with offsets in bytes, and `sampleInside`, which gives a group of pixels.
 template <class T, class Kernel>
 HWY_INLINE void run(void* settings, LineRenderStruct* line) {
@@ -299,12 +322,9 @@ HWY_INLINE void run(void* settings, LineRenderStruct* line) {
     T* out = static_cast<T*>(line->dest);
     typename Kernel::Block b;
     Positions next(*line);
-    SafeBounds bounds{};
-    bool isRunSteady = false;
-    if constexpr (Kernel::kHasInside) {
-        bounds = Kernel::bounds(s);
-        isRunSteady = Kernel::canBeInside(s) && isSteady(*line);
-    }
+    const SafeBounds bounds(s, Kernel::kTaps, Kernel::kTaps / 2 - 1);
+    [[maybe_unused]] bool const isSimple =
+        Kernel::kHasInside && hasShortOffsets(s) && isSteady(*line);
     for (int i = 0; i < std::min(kBlock, line->count); i += kGroup)
         next.step(b.nextU + i, b.nextV + i);
     for (int left = line->count; left > 0; left -= kBlock, out += kChannels * kBlock) {
@@ -312,7 +332,7 @@ HWY_INLINE void run(void* settings, LineRenderStruct* line) {
         std::memcpy(b.v, b.nextV, sizeof b.v);
         int const count = std::min(kBlock, left);
         if constexpr (Kernel::kHasInside) {
-            if (isRunSteady && isInside(b, count, bounds)) {
+            if (isSimple && isInside(b, count, bounds)) {
                 runInside<T, Kernel>(s, count, b, next, out);
                 continue;
             }

@@ -56,7 +56,7 @@ struct SuperSampled {
         TapPlaces samples[kSuperSamples];
     };
     using Block = BlockOf<Places>;
-    static constexpr int kChannels = 4;
+    static constexpr int kChannels = 4, kTaps = 4;
     static constexpr Rounding kRounding = Rounding::kTruncate;  // `sample` has rounded
     static constexpr bool kPrefetches = false, kHasInside = false;
 

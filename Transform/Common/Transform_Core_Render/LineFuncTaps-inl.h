@@ -20,12 +20,12 @@ HWY_INLINE hn::Vec<DI> weightRows(VF fraction, int taps) {
     const DF d;
     auto const scaled =
         hn::Mul(hn::Mul(hn::Add(fraction, hn::Set(d, 1.0f)), hn::Set(d, 255.0f)), hn::Set(d, 0.5f));
-    return hn::Mul(hn::ConvertTo(DI(), scaled), hn::Set(DI(), taps));
+    return hn::Mul(truncatedWithin(scaled), hn::Set(DI(), taps));
 }
 
 /// What the kernels of a block read.
 struct TapPlaces {
-    alignas(64) std::int32_t x[kBlock], y[kBlock];    ///< upper left pixel
+    alignas(64) std::int32_t x[kBlock], y[kBlock];    ///< upper left pixel; inside: x is its offset
     alignas(64) std::int32_t wx[kBlock], wy[kBlock];  ///< places of the weights in `lut`
 };
 
@@ -42,7 +42,7 @@ HWY_INLINE void splitTaps(RenderSettings const& s, int taps, int count, float co
         auto const u = hn::Load(d, positionU + k), v = hn::Load(d, positionV + k);
         auto const usable = hn::And(hn::Lt(hn::Abs(u), far), hn::Lt(hn::Abs(v), far));
         auto const safeU = hn::IfThenElseZero(usable, u), safeV = hn::IfThenElseZero(usable, v);
-        auto const wholeU = hn::ConvertTo(di, safeU), wholeV = hn::ConvertTo(di, safeV);
+        auto const wholeU = truncatedWithin(safeU), wholeV = truncatedWithin(safeV);
         auto const x = hn::Sub(wholeU, before), y = hn::Sub(wholeV, before);
         auto const beyond = hn::Or(hn::Or(hn::Lt(x, lowX), hn::Gt(x, highX)),
                                    hn::Or(hn::Lt(y, lowY), hn::Gt(y, highY)));
@@ -51,6 +51,22 @@ HWY_INLINE void splitTaps(RenderSettings const& s, int taps, int count, float co
         hn::Store(hn::IfThenElse(beyond, lowY, y), di, at.y + k);
         hn::Store(weightRows(hn::Sub(safeU, hn::ConvertTo(d, wholeU)), taps), di, at.wx + k);
         hn::Store(weightRows(hn::Sub(safeV, hn::ConvertTo(d, wholeV)), taps), di, at.wy + k);
+    }
+}
+
+/// The same of kernels that read wholly inside.
+template <class T, int Taps>
+HWY_INLINE void splitTapsInside(RenderSettings const& s, int count, float const* positionU,
+                                float const* positionV, TapPlaces& at) {
+    const DF d;
+    const DI di;
+    auto const before = hn::Set(di, Taps / 2 - 1), rowBytes = hn::Set(di, s.srcRowBytes);
+    for (int k = 0; k < count; k += kLanes) {
+        auto const u = hn::Load(d, positionU + k), v = hn::Load(d, positionV + k);
+        auto const x = truncatedWithin(u), y = truncatedWithin(v);
+        hn::Store(offsetOf<T>(hn::Sub(x, before), hn::Sub(y, before), rowBytes), di, at.x + k);
+        hn::Store(weightRows(hn::Sub(u, hn::ConvertTo(d, x)), Taps), di, at.wx + k);
+        hn::Store(weightRows(hn::Sub(v, hn::ConvertTo(d, y)), Taps), di, at.wy + k);
     }
 }
 
@@ -116,12 +132,21 @@ HWY_INLINE VF weighRows(std::uint8_t const* p, std::ptrdiff_t stride, float cons
     return hn::Mul(overPixels(wy), rows);
 }
 
+/// What pixel i reads, from its upper left channel on.
+template <class T, bool IsInside>
+HWY_INLINE std::uint8_t const* tapsOf(RenderSettings const& s, TapPlaces const& at, int i) {
+    if constexpr (IsInside)
+        return static_cast<std::uint8_t const*>(s.srcData) + at.x[i];
+    else
+        return sourceOf<T>(s, at, i);
+}
+
 /// The sums of kSide pixels. Two: the rows of each are weighed two by two, and added for both.
-template <class T, int Taps>
+template <class T, int Taps, bool IsInside = false>
 HWY_INLINE VF sumTaps(RenderSettings const& s, TapPlaces const& at, int i) {
     const DF d;
     const std::ptrdiff_t stride = s.srcRowBytes;
-    std::uint8_t const* p = sourceOf<T>(s, at, i);
+    std::uint8_t const* p = tapsOf<T, IsInside>(s, at, i);
     float const *wx = s.lut + at.wx[i], *wy = s.lut + at.wy[i];
     VF total = hn::Zero(d);
     if constexpr (kSide == 1) {
@@ -131,7 +156,7 @@ HWY_INLINE VF sumTaps(RenderSettings const& s, TapPlaces const& at, int i) {
             total = j == 0 ? row : hn::Add(total, row);
         }
     } else {
-        std::uint8_t const* q = sourceOf<T>(s, at, i + 1);
+        std::uint8_t const* q = tapsOf<T, IsInside>(s, at, i + 1);
         float const *wxQ = s.lut + at.wx[i + 1], *wyQ = s.lut + at.wy[i + 1];
 #pragma GCC unroll 5
         for (int j = 0; j < Taps; j += 2) {
