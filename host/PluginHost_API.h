@@ -109,8 +109,9 @@ public:
     virtual PluginRaster_API* getInputRaster(int index) = 0;
     /// A new object over the output; wraps the host's pixels.
     virtual PluginRaster_API* getOutputRaster() = 0;
-    /// A new cleared image. `error` receives the host's code; the result may be null with
-    /// `error` 0 when the host has no such image.
+    /// A new image; its pixels are anything, or 0 where `flags` are PluginRaster_API::kCleared,
+    /// which some hosts do without being asked. `error` receives the host's code; the result may be
+    /// null with `error` 0 when the host has no such image.
     virtual PluginRaster_API* allocRaster(int width, int height, PixelType type, int& error,
                                           int flags) = 0;
     /// A new image of the record's size; the record belongs to the function from then on.

@@ -18,6 +18,7 @@
 #include <memory>
 #include <vector>
 
+#include "Transform/Common/PixelMemory.h"
 #include "host/PluginHost_Standard.h"
 
 /// Which family of hosts answers non-null. Pictures of the two AVX families carry no alpha.
@@ -38,8 +39,8 @@ public:
     explicit PluginRaster_Memory_Impl(QV_RasterInfo const& view);
     /// A cleared image that owns its pixels; `rowPaddingBytes` unused bytes follow each row. The
     /// format is one of the 21 codes. A size of 0 is an empty image.
-    PluginRaster_Memory_Impl(QV_RasterFormat format, int width, int height,
-                             int rowPaddingBytes = 0);
+    PluginRaster_Memory_Impl(QV_RasterFormat format, int width, int height, int rowPaddingBytes = 0,
+                             PixelMemory::Start start = PixelMemory::Start::kZeroed);
     ~PluginRaster_Memory_Impl() override;
     PluginRaster_Memory_Impl(PluginRaster_Memory_Impl const&) = delete;
     PluginRaster_Memory_Impl& operator=(PluginRaster_Memory_Impl const&) = delete;
@@ -65,10 +66,7 @@ private:
     void releasePixels();
 
     QV_RasterInfo m_info{};
-    struct Free {
-        void operator()(unsigned char* bytes) const { std::free(bytes); }
-    };
-    std::unique_ptr<unsigned char[], Free> m_pixels;
+    PixelMemory m_pixels;
     PluginHost_API* m_host = nullptr;
     std::shared_ptr<MemoryHostTally> m_tally;  // set on rasters that a host made
     bool m_allocated = false;                  // came from allocRaster and not yet given back
@@ -208,7 +206,7 @@ private:
     void* ifFamily(MemoryHostFamily family) { return m_family == family ? this : nullptr; }
     int read(int index, TimeObject const& time, Value& value) const;
     PluginRaster_Memory_Impl* adopt(std::unique_ptr<PluginRaster_Memory_Impl> raster);
-    PluginRaster_API* newImage(RasterFormat format, int width, int height, int& error);
+    PluginRaster_API* newImage(RasterFormat format, int width, int height, int flags, int& error);
     PluginRaster_API* copyOfLayer(int index);
 
     std::map<int, RasterInfo> m_inputs;

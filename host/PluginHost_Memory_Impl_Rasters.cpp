@@ -100,15 +100,14 @@ int copyPixels(QV_RasterInfo const& from, QV_RasterInfo const& to, QV_Rect const
 PluginRaster_Memory_Impl::PluginRaster_Memory_Impl(QV_RasterInfo const& view) : m_info(view) {}
 
 PluginRaster_Memory_Impl::PluginRaster_Memory_Impl(QV_RasterFormat format, int width, int height,
-                                                   int rowPaddingBytes) {
+                                                   int rowPaddingBytes, PixelMemory::Start start) {
     int const pixelBytes = pixelBytesOf(format);
     m_info = {nullptr,    format, width, height, width * pixelBytes + rowPaddingBytes,
               pixelBytes, 1.0f,   1.0f,  0};
-    // Zeroed by the system page by page: an image that is never written costs no memory.
     auto const bytes = static_cast<std::size_t>(m_info.rowBytes) * static_cast<std::size_t>(height);
-    m_pixels.reset(static_cast<unsigned char*>(std::calloc(std::max<std::size_t>(bytes, 1), 1)));
-    if (!m_pixels) throw std::bad_alloc();
-    m_info.data = m_pixels.get();
+    m_pixels = PixelMemory(bytes, start);
+    if (!m_pixels.data()) throw std::bad_alloc();
+    m_info.data = m_pixels.data();
 }
 
 PluginRaster_Memory_Impl::~PluginRaster_Memory_Impl() {
@@ -120,7 +119,7 @@ unsigned char* PluginRaster_Memory_Impl::pixel(int x, int y) const {
 }
 
 void PluginRaster_Memory_Impl::releasePixels() {
-    m_pixels.reset();
+    m_pixels.giveBack();
     m_info.data = nullptr;
     m_allocated = false;
 }
@@ -222,32 +221,34 @@ PluginRaster_API* PluginHost_Memory_Impl::getOutputRaster() {
 }
 
 PluginRaster_API* PluginHost_Memory_Impl::newImage(RasterFormat format, int width, int height,
-                                                   int& error) {
+                                                   int flags, int& error) {
     if (++m_tally->allocations == m_failAt) {
         error = m_failCode;
         if (!m_failGivesRaster) return nullptr;
         const RasterInfo empty{nullptr, format, 0, 0, 0, pixelBytesOf(format), 1.0f, 1.0f, 0};
         return adopt(std::make_unique<PluginRaster_Memory_Impl>(empty));
     }
-    auto raster = std::make_unique<PluginRaster_Memory_Impl>(format, width, height);
+    auto const start = flags & PluginRaster_API::kCleared ? PixelMemory::Start::kZeroed
+                                                          : PixelMemory::Start::kAnything;
+    auto raster = std::make_unique<PluginRaster_Memory_Impl>(format, width, height, 0, start);
     raster->m_allocated = true;
     ++m_tally->pixelBuffers;
     return adopt(std::move(raster));
 }
 
 PluginRaster_API* PluginHost_Memory_Impl::allocRaster(int width, int height, PixelType type,
-                                                      int& error, int) {
+                                                      int& error, int flags) {
     error = 0;
     bool const likeOutput = type == convertToPixelType(m_output.format);
     int const format =
         likeOutput ? m_output.format : formatOf(channelOrderOf(m_output.format), type);
     if (format == kNoFormat) return nullptr;
-    return newImage(static_cast<RasterFormat>(format), width, height, error);
+    return newImage(static_cast<RasterFormat>(format), width, height, flags, error);
 }
 
 PluginRaster_API* PluginHost_Memory_Impl::allocRaster(RasterInfo* info) {
     int error = 0;
-    PluginRaster_API* raster = newImage(info->format, info->width, info->height, error);
+    PluginRaster_API* raster = newImage(info->format, info->width, info->height, 0, error);
     if (info->data) deallocMemory(info->data);
     delete info;
     return raster;

@@ -21,6 +21,9 @@ public:
         kPixelTypeFloat = 4,  ///< single float a channel, white 1.0
     };
 
+    /// Asks PluginHost_API::allocRaster for pixels of 0.
+    static constexpr int kCleared = 1;
+
     virtual ~PluginRaster_API() = default;
 
     virtual int getWidth() = 0;   ///< pixels

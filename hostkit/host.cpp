@@ -105,7 +105,8 @@ WorldSpec Host::Impl::worldSpec(int width, int height, Depth depth) const {
 PF_Err Host::Impl::makeWorld(WorldSpec const& spec, bool clear, PF_EffectWorld* record) {
     if (!record) return PF_Err_BAD_CALLBACK_PARAM;
     try {
-        World& world = worlds.make(spec, *record);
+        using Start = PixelMemory::Start;
+        World& world = worlds.make(spec, clear ? Start::kZeroed : Start::kAnything, *record);
         if (options.dirtyNewWorlds && !clear)
             std::memset(world.row(0), kDirtyByte,
                         static_cast<std::size_t>(world.rowBytes()) *

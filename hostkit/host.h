@@ -141,7 +141,8 @@ public:
     PreRenderResult preRender(World* layer, Depth depth, FrameRequest const& frame,
                               std::optional<PF_LRect> const& asked = std::nullopt);
     /// The world that smartRender draws into: of the size of the agreed rectangle, its origin the
-    /// rectangle's corner. HostError for an answer that can't be drawn.
+    /// rectangle's corner, its pixels anything: the effect owes all of them. HostError for an
+    /// answer that can't be drawn.
     World outputFor(PreRenderResult const& agreed) const;
     /// PF_Cmd_SMART_RENDER into a world of outputFor. `layer` and `frame` as in the pre-render. Of
     /// the layer the effect gets what it asked for: the layer itself when that is all of it, a copy

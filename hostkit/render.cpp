@@ -199,7 +199,8 @@ World Host::outputFor(PreRenderResult const& agreed) const {
         throw HostError(
             fmt::format("{}: the pre-render answered {}", m_impl->module.file().string(), fault));
     PF_LRect const& r = agreed.resultRect;
-    World world(worldSpec(r.right - r.left, r.bottom - r.top, agreed.depth));
+    World world(worldSpec(r.right - r.left, r.bottom - r.top, agreed.depth),
+                PixelMemory::Start::kAnything);
     world.setOrigin(r.left, r.top);
     return world;
 }

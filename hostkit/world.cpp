@@ -40,12 +40,11 @@ void* nextToken() {
 
 }  // namespace
 
-World::World(WorldSpec const& spec) : m_spec(spec) {
+World::World(WorldSpec const& spec, PixelMemory::Start start) : m_spec(spec) {
     std::int64_t const rowBytes = checkedRowBytes(spec);
     std::size_t const bytes = static_cast<std::size_t>(rowBytes * spec.height);
-    // calloc: pages that nobody touches cost nothing.
-    m_pixels.reset(static_cast<std::byte*>(std::calloc(bytes > 0 ? bytes : 1, 1)));
-    if (!m_pixels)
+    m_pixels = PixelMemory(bytes, start);
+    if (!m_pixels.data())
         throw HostError(fmt::format("no memory for an image of {} by {} pixels ({} bytes)",
                                     spec.width, spec.height, bytes),
                         PF_Err_OUT_OF_MEMORY);
@@ -53,7 +52,7 @@ World::World(WorldSpec const& spec) : m_spec(spec) {
     m_record = std::make_unique<PF_EffectWorld>();
     m_record->world_flags =
         PF_WorldFlag_WRITEABLE | (spec.depth == Depth::k16 ? PF_WorldFlag_DEEP : 0);
-    m_record->data = m_pixels.get();
+    m_record->data = m_pixels.data();
     m_record->rowbytes = static_cast<A_long>(rowBytes);
     m_record->width = spec.width;
     m_record->height = spec.height;
@@ -85,7 +84,5 @@ PF_PixelFormat World::pixelFormat() const {
     }
     return m_spec.bgra ? PF_PixelFormat_BGRA32 : PF_PixelFormat_ARGB32;
 }
-
-void World::FreeDeleter::operator()(std::byte* bytes) const { std::free(bytes); }
 
 }  // namespace zelk

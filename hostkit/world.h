@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "Transform/Common/PixelMemory.h"
 #include "platform/effect_api/effect_types.h"
 
 namespace zelk {
@@ -36,14 +37,15 @@ struct WorldSpec {
     bool operator==(WorldSpec const&) const = default;
 };
 
-/// Owns its pixels; movable, not copyable. Pixels start as transparent black.
+/// Owns its pixels; movable, not copyable. Pixels start as transparent black, unless a world that
+/// will be drawn in full is asked for with any.
 class World {
 public:
     World() = default;
     /// Throws HostError: with PF_Err_BAD_CALLBACK_PARAM when a side is below 0 or beyond
     /// kMaxWorldSide or the layout is impossible, with PF_Err_OUT_OF_MEMORY when memory is not
     /// there.
-    explicit World(WorldSpec const& spec);
+    explicit World(WorldSpec const& spec, PixelMemory::Start start = PixelMemory::Start::kZeroed);
 
     WorldSpec const& spec() const { return m_spec; }
     int width() const { return m_spec.width; }
@@ -55,9 +57,13 @@ public:
     PF_LRect bounds() const;
     int rowBytes() const { return static_cast<int>(m_record ? m_record->rowbytes : 0); }
 
-    std::byte* row(int y) { return m_pixels.get() + static_cast<std::ptrdiff_t>(y) * rowBytes(); }
+    std::byte* row(int y) {
+        return reinterpret_cast<std::byte*>(m_pixels.data()) +
+               static_cast<std::ptrdiff_t>(y) * rowBytes();
+    }
     std::byte const* row(int y) const {
-        return m_pixels.get() + static_cast<std::ptrdiff_t>(y) * rowBytes();
+        return reinterpret_cast<std::byte const*>(m_pixels.data()) +
+               static_cast<std::ptrdiff_t>(y) * rowBytes();
     }
     template <class Channel>
     Channel* rowAs(int y) {
@@ -77,11 +83,8 @@ public:
     PF_PixelFormat pixelFormat() const;
 
 private:
-    struct FreeDeleter {
-        void operator()(std::byte* bytes) const;
-    };
     WorldSpec m_spec;
-    std::unique_ptr<std::byte[], FreeDeleter> m_pixels;
+    PixelMemory m_pixels;
     std::unique_ptr<PF_EffectWorld> m_record;
 };
 

@@ -14,8 +14,8 @@ World* WorldLedger::find(PF_EffectWorld const* record) const {
     return untouched ? world : nullptr;
 }
 
-World& WorldLedger::make(WorldSpec const& spec, PF_EffectWorld& record) {
-    auto world = std::make_unique<World>(spec);
+World& WorldLedger::make(WorldSpec const& spec, PixelMemory::Start start, PF_EffectWorld& record) {
+    auto world = std::make_unique<World>(spec, start);
     record = *world->record();
     Entry& entry = m_entries[record.platform_ref];
     entry.world = world.get();

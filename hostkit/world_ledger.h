@@ -17,7 +17,7 @@ public:
     World* find(PF_EffectWorld const* record) const;
 
     /// A new world of the effect's, its record copied to `record`. Throws as World does.
-    World& make(WorldSpec const& spec, PF_EffectWorld& record);
+    World& make(WorldSpec const& spec, PixelMemory::Start start, PF_EffectWorld& record);
     /// Frees a world of the effect's and clears the record; false when it is none.
     bool dispose(PF_EffectWorld* record);
 

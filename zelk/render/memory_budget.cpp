@@ -8,6 +8,8 @@
 #include <limits>
 #include <string>
 
+#include "Transform/Common/PixelMemory.h"
+
 namespace zelk {
 
 namespace {
@@ -48,7 +50,8 @@ std::uint64_t controlGroupLeft() {
 std::uint64_t availableBytes() {
     std::uint64_t const systemKb = numberIn("/proc/meminfo", "MemAvailable:");
     std::uint64_t const system = systemKb == kNoLimit ? kNoLimit : systemKb * 1024;
-    return std::min({system, addressSpaceLeft(), controlGroupLeft()});
+    std::uint64_t const left = std::min({system, addressSpaceLeft(), controlGroupLeft()});
+    return left == kNoLimit ? left : left + PixelMemory::keptBytes();
 }
 
 namespace {
