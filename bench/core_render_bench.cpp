@@ -1,7 +1,7 @@
 // Speed of one core render: format x quality x threads at 1920 x 1080, through a tilted quad that
 // fills the frame, beside a memcpy of the same picture in the same run.
 //
-// Premultiplication of the frame stands beside it.
+// Edge runs and premultiplication of the frame stand beside it.
 //
 // Each case first checks its result: the threaded render has to give the bytes of the unthreaded
 // one, and vector code on every instruction set those of the scalar code. Figures, of the fastest
@@ -182,6 +182,47 @@ void coreRender(benchmark::State& state, Format format, Quality quality, int thr
         benchmark::Counter(pixels * 1e-6, benchmark::Counter::kIsIterationInvariantRate);
 }
 
+struct Edge {
+    char const* name;
+    QV_LineFunc FormatFunctions::*function;
+    int channels;
+};
+constexpr Edge kEdges[] = {{"bilinear", &FormatFunctions::edgeBilinear, 4},
+                           {"bilinear_plane", &FormatFunctions::edgeBilinear_1, 1},
+                           {"superSampled", &FormatFunctions::edgeBiCubic4x4Ss, 4}};
+
+/// The frame as edge runs of `length` pixels, half covered, slightly slanted. The outline of a
+/// polygon alone would take too little of a frame's time.
+void edgeRuns(benchmark::State& state, Format format, Edge edge, int length) {
+    Picture source = makeNoise(format, edge.channels), frame(source.size());
+    auto const info = describe(source, format, edge.channels);
+    RenderSettings settings;
+    settings.srcData = source.data();
+    settings.srcRowBytes = info.rowBytes;
+    settings.srcMaxX = kWidth - 1, settings.srcMaxY = kHeight - 1;
+    settings.maxValue = format.scalar.maxValue;
+    setKernelTransformSize(&settings, 0, 1.0f);
+    setInterpLineFunc(&settings, 0, 0, kFilterParzen, false, 0, 0, false, 0, 0, 0, false, true);
+    setDefaultSuperSamplePattern(&settings);
+    const std::vector<float> coverage(static_cast<std::size_t>(length), 0.5f);
+    auto const runs = [&](QV_LineFunc function) {
+        for (int i = 0; i + length <= kWidth * kHeight; i += length) {
+            LineRenderStruct line{};
+            line.x = i % kWidth, line.y = i / kWidth, line.w = 1;
+            line.dx = 0.99, line.dy = 0.01, line.dw = 1e-7;
+            line.count = length;
+            line.dest = frame.data() + static_cast<std::ptrdiff_t>(i) * info.pixelBytes;
+            line.coverage = coverage.data();
+            function(&settings, &line);
+        }
+    };
+    auto const vector = [&] { runs(format.vector.*edge.function); };
+    if (!compare(
+            state, frame, [&] { runs(format.scalar.*edge.function); }, vector, [] {}))
+        return;
+    for (auto _ : state) vector();
+}
+
 template <class Trait, bool Divides>
 void premultiplication(benchmark::State& state, Format format) {
     using T = typename Trait::Channel;
@@ -230,6 +271,14 @@ int main(int argc, char** argv) {
                                                  .c_str(),
                                              coreRender, format, quality, threads)
                     ->UseRealTime()
+                    ->Unit(benchmark::kMillisecond);
+    for (Format const& format : kFormats)
+        for (Edge const& edge : kEdges)
+            for (int length : {4, 16})
+                benchmark::RegisterBenchmark(("edgeRuns/" + std::string(format.name) + "/" +
+                                              edge.name + "/length:" + std::to_string(length))
+                                                 .c_str(),
+                                             edgeRuns, format, edge, length)
                     ->Unit(benchmark::kMillisecond);
     registerPremultiplication();
     benchmark::Initialize(&argc, argv);
