@@ -12,6 +12,7 @@
 #include <algorithm>
 
 #include "Transform/Common/Transform_Core_Render/BlendPair.h"
+#include "Transform/Common/Transform_Core_Render/TransferModesSimd.h"
 
 namespace blend_detail {
 
@@ -117,6 +118,7 @@ struct TakeLuminosity {
 /// A choice of parts as a formula of colours in channel units.
 template <class Trait, class Take>
 struct OfParts {
+    static constexpr auto kVector = VectorMode::kNone;
     using A = BlendArithmetic<Trait>;
     using Value = typename A::Value;
     using Colour = BlendColour<Value>;
