@@ -8,9 +8,17 @@
 #include <cstring>
 #include <vector>
 
+#include "Transform/Common/Shadow_BlurPass_RenderFunc/BlurFilter.h"
+#include "Transform/Common/Shadow_BlurPass_RenderFunc/TentBlurSimd.h"
 #include "Transform/Common/Transform_Core_Render/Premult.h"
+#include "Transform/Common/Transform_Core_Render/ProgressiveBlurFade.h"
+#include "Transform/Common/Transform_Core_Render/RampedBlurLines.h"
 #include "Transform/Common/Transform_Core_Render/RowPasses.h"
 #include "Transform/Common/Transform_Core_Render/TransferModes.h"
+#include "Transform/Common/Transform_Core_Render/ompc.h"
+#include "effect/PixelPasses.h"
+#include "host/PluginHost_Memory_Impl.h"
+#include "tests/support/guarded_raster.h"
 #include "tests/support/random_quads.h"
 #include "tests/support/simd_targets.h"
 
@@ -144,6 +152,63 @@ TYPED_TEST(PassRows, TransferModesHaveTheScalarBits) {
                   BLEND_DIFFERENCE, BLEND_EXCLUSION, BLEND_COLORDODGE, BLEND_COLORBURN>(
             compareMode);
     });
+}
+
+/// Some columns or a row of random length among others, by both; 16 bits also at radii whose sums
+/// no longer fit the narrow lanes.
+TYPED_TEST(PassRows, BlursHaveTheScalarBits) {
+    using Channel = typename TypeParam::Channel;
+    this->onRows(150, [this] {
+        Random& dice = this->random;
+        bool const isLong = dice.integer(0, 9) == 0, isRow = dice.flip();
+        int const length = isLong ? dice.integer(420, 520) : dice.integer(1, 60);
+        int const radius = isLong ? dice.integer(150, 230) : dice.integer(0, 32);
+        int const count = isRow ? 1 : this->width;
+        std::ptrdiff_t const step = isRow ? 4 : 4 * count + dice.integer(0, 7);
+        auto const source = noise<TypeParam>(dice, static_cast<int>(step) * (length + 1));
+        std::vector<Channel> want(source.size(), Channel{7}), got = want;
+        const ChannelLine<Channel> from{const_cast<Channel*>(source.data()), step};
+        for (int i = 0; i < count; ++i)
+            tentBlurLine<Channel, 4>({from.first + 4 * i, step}, {want.data() + 4 * i, step},
+                                     length, radius);
+        tentBlurLinesSimd<Channel>(from, {got.data(), step}, count, length, radius);
+        ASSERT_TRUE(same(want, got)) << count << " of " << length << ", radius " << radius;
+        const FractionalRadius mixed(dice.uniform(1, 2));
+        for (std::size_t c = 0; c < want.size(); ++c) want[c] = mixed.mix(source[c], want[c]);
+        mixRowSimd(source.data(), got.data(), static_cast<int>(got.size()), mixed);
+        ASSERT_TRUE(same(want, got)) << "mixed";
+    });
+}
+
+/// Rasters large enough for a team, through every pass that has bands.
+TYPED_TEST(PassRows, ThreadsChangeNothing) {
+    using Channel = typename TypeParam::Channel;
+    using zelk::GuardedRaster;
+    const OmpcThreadScope scope;
+    std::vector<GuardedRaster> results;
+    for (int const threads : {1, 2, 3, 5}) {
+        omp_set_num_threads(threads);
+        Random dice(kSeed);
+        GuardedRaster a(TypeParam::kFormat, 517, 523, 8), b = a;
+        for (GuardedRaster* raster : {&a, &b})
+            raster->paint([&](int, int, int) { return dice.uniform(0, TypeParam::kWhite); });
+        PluginHost_Memory_Impl host(a.info(), b.info());
+        PluginRaster_Memory_Impl first(a.info()), second(b.info());
+        auto info = a.info();
+        mergeSample<TypeParam>(info, b.info(), 2);
+        fadeBorder<TypeParam>(info, 40);
+        interpolatedBlur<Channel>(&host, info, 0.5, 4.5, false);
+        interpolatedBlur<Channel>(&host, info, 6.5, 0, true);
+        transferByMode<TypeParam>(5, &host, 0.75f, 0.9f, &second, &first, &first);
+        fractionalRadiusBlur<Channel, 4>(&host, info, 0, {2.25, 1.0, false, -1});
+        fadeRows<Channel, 4>(channelPlane<Channel>(info, 0), {0.25f, 1.5f, 0});
+        premult_detail::changeColour<TypeParam, Channel>(&host, &first, true);
+        multiplyAlpha<TypeParam>(info, 0.3);
+        premult_detail::changeColour<TypeParam, Channel>(&host, &first, false);
+        EXPECT_TRUE(a.guardsIntact());
+        results.push_back(a);
+        EXPECT_TRUE(a.samePixels(results.front())) << threads << " threads, seed " << kSeed;
+    }
 }
 
 }  // namespace
