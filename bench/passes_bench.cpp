@@ -255,6 +255,7 @@ void addDepth(char const* depth) {
     ZELK_MODE(COLORDODGE)
     ZELK_MODE(COLORBURN)
     ZELK_MODE(HUE)
+    ZELK_MODE(LUMA)
 #undef ZELK_MODE
 }
 

@@ -27,14 +27,12 @@ void blendPixels(typename Trait::Channel const* foreground,
     }
 }
 
-/// The same by vector code where the mode has any.
+/// The same by vector code, as far as that goes.
 template <class Trait, class Mode>
 void blendRow(typename Trait::Channel const* foreground, typename Trait::Channel const* background,
               typename Trait::Channel* destination, int width, BlendOptions const& options) {
-    int done = 0;
-    if constexpr (Mode::kVector != VectorMode::kNone)
-        done = blendVectors<typename Trait::Channel>(
-            Mode::kVector, {foreground, background, destination, width, Trait::kAlpha, options});
+    int const done = blendVectors<typename Trait::Channel>(
+        Mode::kVector, {foreground, background, destination, width, Trait::kAlpha, options});
     std::ptrdiff_t const c = 4 * std::ptrdiff_t{done};
     blendPixels<Trait, Mode>(foreground + c, background + c, destination + c, width - done,
                              options);

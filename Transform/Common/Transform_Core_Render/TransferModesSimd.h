@@ -1,4 +1,4 @@
-// Rows of the separable transfer modes in vector code, with the bits of BlendModes.h's arithmetic.
+// Rows of the transfer modes in vector code, with the bits of BlendModes.h's arithmetic.
 #pragma once
 
 /// What is said to a transfer beside its pixels.
@@ -8,9 +8,8 @@ struct BlendOptions {
     bool whiteAlpha = false;  ///< the result's alpha is white, whatever the mode gave
 };
 
-/// The modes that have vector code.
+/// The modes by what they compute.
 enum class VectorMode {
-    kNone,
     kBehind,
     kNormal,
     kAdd,
@@ -25,6 +24,10 @@ enum class VectorMode {
     kExclusion,
     kColorDodge,
     kColorBurn,
+    kHue,
+    kSaturation,
+    kColor,
+    kLuminosity,
 };
 
 /// Rows of `width` pixels; they may coincide. T is unsigned char, unsigned short or float.

@@ -67,6 +67,16 @@ struct Lanes {
     static HWY_INLINE V limited(V x, int white) { return hn::Min(hn::Max(x, set(0)), set(white)); }
 };
 
+/// Colours from 0 to 1 in units of `white`, as saturatingInt cuts them.
+template <class DI>
+HWY_INLINE hn::Vec<DI> truncated(DI d, float const* units, int white) {
+    const hn::Rebind<float, DI> df;
+    auto const far = hn::Set(df, 1073741824.0f);  // 2^30
+    auto const v = hn::Mul(hn::LoadU(df, units), hn::Set(df, static_cast<float>(white)));
+    auto const number = hn::IfThenElse(hn::Eq(v, v), v, hn::Zero(df));
+    return hn::ConvertTo(d, hn::Min(hn::Max(number, hn::Neg(far)), far));
+}
+
 template <class T>
 struct Arithmetic;
 
@@ -95,6 +105,7 @@ struct Arithmetic<std::uint8_t> : Lanes<std::int32_t> {
     }
     static HWY_INLINE V limited(V x) { return Lanes::limited(x, kWhite); }
     static HWY_INLINE V raised(V x) { return x; }
+    static HWY_INLINE V fromUnits(float const* p) { return truncated(D(), p, kWhite); }
 };
 
 template <>
@@ -122,6 +133,9 @@ struct Arithmetic<std::uint16_t> : Lanes<double> {
     static HWY_INLINE V quotient(V x, V y) { return hn::Trunc(hn::Div(x, y)); }
     static HWY_INLINE V limited(V x) { return Lanes::limited(x, kWhite); }
     static HWY_INLINE V raised(V x) { return x; }
+    static HWY_INLINE V fromUnits(float const* p) {
+        return hn::PromoteTo(D(), truncated(hn::Rebind<std::int32_t, D>(), p, kWhite));
+    }
 };
 
 template <>
@@ -139,6 +153,7 @@ struct Arithmetic<float> : Lanes<float> {
     static HWY_INLINE V quotient(V x, V y) { return hn::Div(x, y); }
     static HWY_INLINE V limited(V x) { return x; }
     static HWY_INLINE V raised(V x) { return hn::IfThenElse(hn::Lt(x, set(0)), set(0), x); }
+    static HWY_INLINE V fromUnits(float const* p) { return hn::LoadU(D(), p); }
 };
 
 template <class A>
@@ -232,18 +247,24 @@ HWY_INLINE V overBackground(Pair<A> const& p, V m, M hasBackground) {
     return hn::IfThenElse(shows, shareOfWhite<A>(both, hn::Add(w, p.fa)), m);
 }
 
+/// `formula()` gives the mode's colours.
+template <class A, class Formula>
+HWY_INLINE typename A::V standard(Pair<A> const& p, Formula formula) {
+    auto const none = A::set(0), white = A::set(A::kWhite);
+    auto const isClear = hn::Eq(p.fa, none);
+    if (hn::AllTrue(typename A::D(), isClear)) return p.background;
+    auto m = formula();
+    m = hn::IfThenElse(hn::Lt(p.ba, white), crossFaded<A>(p.f, m, p.ba), m);
+    auto const isCovered = hn::Gt(p.ba, none);
+    m = hn::IfThenElse(isCovered, m, p.f);
+    m = overBackground(p, m, A::kIsFloat ? differ(p.ba, none) : isCovered);
+    return hn::IfThenElse(isClear, p.background, A::limited(m));
+}
+
 template <class A, auto Formula>
 struct Standard {
     static HWY_INLINE typename A::V colour(Pair<A> const& p) {
-        auto const none = A::set(0), white = A::set(A::kWhite);
-        auto const isClear = hn::Eq(p.fa, none);
-        if (hn::AllTrue(typename A::D(), isClear)) return p.background;
-        auto m = Formula(p.f, p.b);
-        m = hn::IfThenElse(hn::Lt(p.ba, white), crossFaded<A>(p.f, m, p.ba), m);
-        auto const isCovered = hn::Gt(p.ba, none);
-        m = hn::IfThenElse(isCovered, m, p.f);
-        m = overBackground(p, m, A::kIsFloat ? differ(p.ba, none) : isCovered);
-        return hn::IfThenElse(isClear, p.background, A::limited(m));
+        return standard(p, [&]() HWY_ATTR { return Formula(p.f, p.b); });
     }
 };
 
@@ -272,27 +293,153 @@ struct Behind {
     }
 };
 
+// ---- Hue and its kin, as in BlendHue.h: colours from 0 to 1, a vector for each channel
+
+using DF = hn::ScalableTag<float>;
+using VF = hn::Vec<DF>;
+constexpr int kHuePixels = static_cast<int>(hn::MaxLanes(DF()));
+
+HWY_INLINE VF real(float x) { return hn::Set(DF(), x); }
+
+struct Unit {
+    VF red, green, blue;
+
+    HWY_INLINE VF luma() const {
+        return hn::Add(hn::Add(hn::Mul(real(0.299f), red), hn::Mul(real(0.587f), green)),
+                       hn::Mul(real(0.114f), blue));
+    }
+};
+
+struct Parts {
+    VF sector, fraction, saturation, luma;  ///< the sector is a whole number
+};
+
+HWY_INLINE Parts analysed(Unit const& c) {
+    const VF zero = real(0), nothing = real(0.0001f);
+    VF mx = hn::IfThenElse(hn::Lt(c.red, c.green), c.green, c.red);
+    mx = hn::IfThenElse(hn::Lt(mx, c.blue), c.blue, mx);
+    VF mn = hn::IfThenElse(hn::Lt(c.green, c.red), c.green, c.red);
+    mn = hn::IfThenElse(hn::Lt(c.blue, mn), c.blue, mn);
+    const VF d = hn::Sub(mx, mn), sum = hn::Add(mx, mn);
+    const VF s = hn::IfThenElse(hn::Ge(sum, real(1)), hn::Sub(real(2), d), sum);
+
+    auto const isRed = hn::Eq(mx, c.red), isGreen = hn::Eq(mx, c.green);
+    VF far = hn::IfThenElse(isGreen, hn::Sub(c.blue, c.red), hn::Sub(c.red, c.green));
+    far = hn::Div(hn::IfThenElse(isRed, hn::Sub(c.green, c.blue), far), d);
+    const VF turned = hn::Add(far, hn::IfThenElse(isGreen, real(2), real(4)));
+    VF hue = hn::IfThenElse(isRed, far, turned);
+    hue = hn::IfThenElse(hn::Lt(hue, zero), hn::Add(hue, real(6)), hue);
+    const VF sector = hn::IfThenElse(hn::Eq(hue, hue), hn::Add(hn::Trunc(hue), zero), zero);
+
+    auto const isBlack = hn::Lt(mx, nothing);
+    auto const isGrey = hn::Or(isBlack, hn::Lt(d, nothing));
+    auto const coloured = [=](VF v) HWY_ATTR { return hn::IfThenElse(isGrey, zero, v); };
+    return {coloured(sector), coloured(hn::Sub(hue, sector)),
+            coloured(hn::Mul(hn::Div(d, s), real(0.5f))), hn::IfThenElse(isBlack, zero, c.luma())};
+}
+
+HWY_INLINE Unit sectorColour(Parts const& p) {
+    const VF hi = hn::Add(p.saturation, real(0.5f)), lo = hn::Sub(real(1), hi);
+    const VF span = hn::Sub(hi, lo);
+    const VF rising = hn::Add(lo, hn::Mul(p.fraction, span));
+    const VF falling = hn::Add(hn::Mul(span, hn::Sub(real(1), p.fraction)), lo);
+    auto const in = [&p](float sector, VF yes, VF no) HWY_ATTR {
+        return hn::IfThenElse(hn::Eq(p.sector, real(sector)), yes, no);
+    };
+    return {in(1, falling, in(2, lo, in(3, lo, in(4, rising, hi)))),
+            in(0, rising, in(1, hi, in(2, hi, in(3, falling, lo)))),
+            in(0, lo, in(1, lo, in(2, rising, in(3, hi, in(4, hi, falling)))))};
+}
+
+HWY_INLINE Unit synthesised(Parts const& p) {
+    const Unit c = sectorColour(p);
+    const VF l = c.luma(), one = real(1);
+    auto const rises = hn::Lt(l, p.luma);
+    const VF k = hn::Div(hn::IfThenElse(rises, hn::Sub(one, p.luma), p.luma),
+                         hn::IfThenElse(rises, hn::Sub(one, l), l));
+    auto const brought = [=](VF v) HWY_ATTR {
+        const VF raised = hn::Sub(one, hn::Mul(hn::Sub(one, v), k));
+        return hn::IfThenElse(rises, raised, hn::Mul(v, k));
+    };
+    return {brought(c.red), brought(c.green), brought(c.blue)};
+}
+
+/// A choice of parts: true takes the foreground's.
+template <bool Hue, bool Saturation, bool Luma>
+struct Take {
+    static HWY_INLINE Parts of(Parts const& f, Parts const& b) {
+        return {Hue ? f.sector : b.sector, Hue ? f.fraction : b.fraction,
+                Saturation ? f.saturation : b.saturation, Luma ? f.luma : b.luma};
+    }
+};
+
+/// The colours of kHuePixels pixels. Alpha is first before red, or last after it, the other way.
+template <class T>
+HWY_INLINE Unit loadUnits(T const* p, int alpha) {
+    using A = Arithmetic<T>;
+    alignas(64) float units[4 * kHuePixels];
+    for (int c = 0; c < 4 * kHuePixels; c += kHuePixels) {
+        if constexpr (A::kIsFloat) {
+            hn::Store(A::raised(hn::LoadU(DF(), p + c)), DF(), units + c);
+        } else {
+            const hn::RebindToSigned<DF> di;
+            auto const v = hn::PromoteTo(di, hn::LoadU(hn::Rebind<T, DF>(), p + c));
+            hn::Store(hn::Div(hn::ConvertTo(DF(), v), real(A::kWhite)), DF(), units + c);
+        }
+    }
+    VF c0, c1, c2, c3;
+    hn::LoadInterleaved4(DF(), units, c0, c1, c2, c3);
+    return alpha == 0 ? Unit{c1, c2, c3} : Unit{c2, c1, c0};
+}
+
 // ---- Rows
+
+/// Blends one vector of channels, from the row's channel `c` on; `colour(pair)` gives its colours.
+template <class T, bool OpaqueKeepsAlpha, class Colour>
+HWY_INLINE void blendVector(BlendRows<T> const& r, int c, Colour colour) {
+    using A = Arithmetic<T>;
+    const typename A::D d;
+    const hn::RebindToSigned<typename A::D> di;
+    auto const place = hn::And(hn::Iota(di, 0), hn::Set(di, 3));
+    auto const isAlpha = hn::RebindMask(d, hn::Eq(place, hn::Set(di, r.alpha)));
+    auto const white = A::set(A::kWhite);
+    Pair<A> const pair(A::load(r.foreground + c, r.alpha, r.options.foregroundOpacity),
+                       A::load(r.background + c, r.alpha, r.options.backgroundOpacity));
+    auto result = hn::IfThenElse(isAlpha, pair.ra, colour(pair));
+    if constexpr (OpaqueKeepsAlpha)
+        result = hn::IfThenElse(hn::Eq(pair.ba, white), pair.background, result);
+    if (r.options.whiteAlpha) result = hn::IfThenElse(isAlpha, white, result);
+    A::store(result, r.destination + c);
+}
 
 template <class T, class Mode, bool OpaqueKeepsAlpha = false>
 HWY_INLINE int blendRows(BlendRows<T> const& r) {
-    using A = Arithmetic<T>;
-    const hn::RebindToSigned<typename A::D> di;
-    auto const place = hn::And(hn::Iota(di, 0), hn::Set(di, 3));
-    auto const isAlpha = hn::RebindMask(typename A::D(), hn::Eq(place, hn::Set(di, r.alpha)));
-    auto const white = A::set(A::kWhite);
-    int const channels = 4 * r.width;
+    constexpr int kCount = Arithmetic<T>::kCount;
     int c = 0;
-    for (; c + A::kCount <= channels; c += A::kCount) {
-        Pair<A> const pair(A::load(r.foreground + c, r.alpha, r.options.foregroundOpacity),
-                           A::load(r.background + c, r.alpha, r.options.backgroundOpacity));
-        auto result = hn::IfThenElse(isAlpha, pair.ra, Mode::colour(pair));
-        if constexpr (OpaqueKeepsAlpha)
-            result = hn::IfThenElse(hn::Eq(pair.ba, white), pair.background, result);
-        if (r.options.whiteAlpha) result = hn::IfThenElse(isAlpha, white, result);
-        A::store(result, r.destination + c);
-    }
+    for (; c + kCount <= 4 * r.width; c += kCount)
+        blendVector<T, OpaqueKeepsAlpha>(r, c, Mode::colour);
     return c / 4;
+}
+
+template <class T, class Choice>
+HWY_INLINE int blendHueRows(BlendRows<T> const& r) {
+    using A = Arithmetic<T>;
+    int x = 0;
+    for (; x + kHuePixels <= r.width; x += kHuePixels) {
+        const Unit mixed =
+            synthesised(Choice::of(analysed(loadUnits(r.foreground + 4 * x, r.alpha)),
+                                   analysed(loadUnits(r.background + 4 * x, r.alpha))));
+        alignas(64) float units[4 * kHuePixels];
+        if (r.alpha == 0)
+            hn::StoreInterleaved4(real(0), mixed.red, mixed.green, mixed.blue, DF(), units);
+        else
+            hn::StoreInterleaved4(mixed.blue, mixed.green, mixed.red, real(0), DF(), units);
+        for (int c = 0; c < 4 * kHuePixels; c += A::kCount)
+            blendVector<T, false>(r, 4 * x + c, [&](Pair<A> const& p) HWY_ATTR {
+                return standard(p, [&]() HWY_ATTR { return A::fromUnits(units + c); });
+            });
+    }
+    return x;
 }
 
 template <class T>
@@ -321,8 +468,14 @@ HWY_INLINE int blendByMode(VectorMode mode, BlendRows<T> const& r) {
                 return blendRows<T, Combining<A, F::difference>>(r);
             case VectorMode::kBehind:
                 return blendRows<T, Behind<A>, true>(r);
-            case VectorMode::kNone:
-                break;
+            case VectorMode::kHue:
+                return blendHueRows<T, Take<true, false, false>>(r);
+            case VectorMode::kSaturation:
+                return blendHueRows<T, Take<false, true, false>>(r);
+            case VectorMode::kColor:
+                return blendHueRows<T, Take<true, true, false>>(r);
+            case VectorMode::kLuminosity:
+                return blendHueRows<T, Take<false, false, true>>(r);
         }
     return 0;
 }
