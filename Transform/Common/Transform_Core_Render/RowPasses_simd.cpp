@@ -19,7 +19,7 @@ using row_pass::kIsFloat;
 #if HWY_TARGET == HWY_SCALAR || HWY_TARGET == HWY_EMU128
 
 template <class T>
-HWY_INLINE int multiplyAlpha(T*, int, int, row_pass::AlphaFactor<T>) {
+HWY_INLINE int multiplyAlpha(T*, int, int, std::uint32_t) {
     return 0;
 }
 template <class T, class Change>
@@ -35,9 +35,9 @@ using DU = hn::RebindToUnsigned<DF>;
 using VF = hn::Vec<DF>;
 
 /// A pixel is sizeof(T) lanes of 32 bits, alpha the upper or lower end of one of them. Returns how
-/// many pixels were done.
+/// many pixels were done. Floats have none of this: memory takes longer than their products.
 template <class T>
-HWY_INLINE int multiplyAlpha(T* pixels, int count, int alpha, row_pass::AlphaFactor<T> factor) {
+HWY_INLINE int multiplyAlpha(T* pixels, int count, int alpha, std::uint32_t factor) {
     const DU d;
     const hn::Repartition<T, DU> dt;
     constexpr int kChannelBits = 8 * sizeof(T), kPixelLanes = sizeof(T);
@@ -48,21 +48,16 @@ HWY_INLINE int multiplyAlpha(T* pixels, int count, int alpha, row_pass::AlphaFac
     for (; x + step <= count; x += step) {
         T* const at = pixels + 4 * x;
         auto const old = hn::LoadU(dt, at);
-        if constexpr (kIsFloat<T>) {
-            auto const product = hn::Mul(old, hn::Set(dt, factor));
-            hn::StoreU(hn::IfThenElse(hn::RebindMask(dt, isAlpha), product, old), dt, at);
-        } else {
-            int const shift = alpha == 0 ? 0 : 32 - kChannelBits;
-            constexpr std::uint32_t kChannel = (1u << kChannelBits) - 1;
-            auto const v = hn::BitCast(d, old);
-            auto const a = hn::And(hn::ShiftRightSame(v, shift), hn::Set(d, kChannel));
-            auto const half = hn::Set(d, 1u << (row_pass::kShift<T> - 1));
-            auto const changed =
-                hn::ShiftRight<row_pass::kShift<T> >(hn::Add(hn::Mul(a, hn::Set(d, factor)), half));
-            auto const rest = hn::AndNot(hn::Set(d, kChannel << shift), v);
-            auto const merged = hn::Or(rest, hn::ShiftLeftSame(changed, shift));
-            hn::StoreU(hn::BitCast(dt, hn::IfThenElse(isAlpha, merged, v)), dt, at);
-        }
+        int const shift = alpha == 0 ? 0 : 32 - kChannelBits;
+        constexpr std::uint32_t kChannel = (1u << kChannelBits) - 1;
+        auto const v = hn::BitCast(d, old);
+        auto const a = hn::And(hn::ShiftRightSame(v, shift), hn::Set(d, kChannel));
+        auto const half = hn::Set(d, 1u << (row_pass::kShift<T> - 1));
+        auto const changed =
+            hn::ShiftRight<row_pass::kShift<T> >(hn::Add(hn::Mul(a, hn::Set(d, factor)), half));
+        auto const rest = hn::AndNot(hn::Set(d, kChannel << shift), v);
+        auto const merged = hn::Or(rest, hn::ShiftLeftSame(changed, shift));
+        hn::StoreU(hn::BitCast(dt, hn::IfThenElse(isAlpha, merged, v)), dt, at);
     }
     return x;
 }
@@ -118,7 +113,8 @@ HWY_INLINE void scaleRow(T* values, int channels, float factor) {
 
 template <class T>
 HWY_INLINE void alphaRow(T* pixels, int count, int alpha, row_pass::AlphaFactor<T> factor) {
-    int const done = multiplyAlpha(pixels, count, alpha, factor);
+    int done = 0;
+    if constexpr (!kIsFloat<T>) done = multiplyAlpha(pixels, count, alpha, factor);
     row_pass::multiplyAlpha(pixels + 4 * done, count - done, alpha, factor);
 }
 
