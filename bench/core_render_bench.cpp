@@ -1,31 +1,22 @@
 // Speed of one core render: format x quality x threads at 1920 x 1080, through a tilted quad that
 // fills the frame, beside a memcpy of the same picture in the same run.
-//
-// Edge runs and premultiplication of the frame stand beside it.
+// Edge runs stand beside it.
 //
 // Each case first checks its result: the threaded render has to give the bytes of the unthreaded
 // one, and vector code on every instruction set those of the scalar code. Figures, of the fastest
-// of five: `x_AVX2` and its like, the time of the scalar code over the time of the vector code
+// of seven: `x_AVX2` and its like, the time of the scalar code over the time of the vector code
 // forced to that instruction set; `x_memcpy`, the time of the best one over that of a memcpy of the
 // frame. `Mpixel/s` are of destination pixels.
-#include <benchmark/benchmark.h>
-#include <hwy/targets.h>
-#include <omp.h>
-
-#include <algorithm>
-#include <chrono>
-#include <cstring>
 #include <string>
-#include <vector>
 
 #include "Transform/Common/Transform_Core_Render/CoreTransformRender.h"
 #include "Transform/Common/Transform_Core_Render/KernelTable.h"
-#include "Transform/Common/Transform_Core_Render/Premult.h"
+#include "bench/vector_compare.h"
 #include "host/PluginHost_Memory_Impl.h"
 
 namespace {
 
-constexpr int kWidth = 1920, kHeight = 1080;
+using namespace zelk_bench;
 
 struct Format {
     char const* name;
@@ -56,8 +47,6 @@ constexpr Quality kQualities[] = {{"nearest", 0, 0, 4},
                                   {"6x6_plane", 12, 1, 1},
                                   {"8x8_plane", 12, 2, 1}};
 
-using Picture = std::vector<unsigned char>;
-
 PluginHost_API::RasterInfo describe(Picture& picture, Format const& format, int channels) {
     PluginHost_API::RasterInfo info{};
     info.data = picture.data();
@@ -68,28 +57,6 @@ PluginHost_API::RasterInfo describe(Picture& picture, Format const& format, int 
     info.rowBytes = kWidth * info.pixelBytes;
     info.pixelAspect = info.rangeScale = 1.0f;
     return info;
-}
-
-/// A picture without structure, every channel within the format's range.
-Picture makeNoise(Format const& format, int channelsOfPixel = 4) {
-    Picture picture(static_cast<std::size_t>(kWidth) * kHeight * format.pixelBytes / 4 *
-                    channelsOfPixel);
-    std::uint32_t state = 12345;
-    auto const next = [&state] { return (state = state * 1664525u + 1013904223u) >> 16; };
-    const std::size_t channels = picture.size() / (static_cast<std::size_t>(format.pixelBytes) / 4);
-    for (std::size_t i = 0; i < channels; ++i) {
-        const std::uint32_t v = next();
-        if (format.pixelBytes == 4) {
-            picture[i] = static_cast<unsigned char>(v);
-        } else if (format.pixelBytes == 8) {
-            auto const channel = static_cast<unsigned short>(v / 2);
-            std::memcpy(&picture[i * 2], &channel, sizeof channel);
-        } else {
-            float const channel = static_cast<float>(v) / 65535.0f;
-            std::memcpy(&picture[i * 4], &channel, sizeof channel);
-        }
-    }
-    return picture;
 }
 
 /// The corner pin that is timed: slightly tilted, past all four edges of the frame.
@@ -119,52 +86,8 @@ void renderOnce(Picture& source, Picture& frame, Format const& format, Quality c
         {&host, core, src, dst, true, quality.channels == 1, &settings, true, false}, functions);
 }
 
-/// Seconds of the fastest of five calls, each after `prepare`, which is not measured.
-template <class Function, class Prepare>
-double secondsOf(Function function, Prepare prepare) {
-    double best = 1e9;
-    for (int i = 0; i < 5; ++i) {
-        prepare();
-        auto const start = std::chrono::steady_clock::now();
-        function();
-        benchmark::ClobberMemory();
-        const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
-        best = std::min(best, taken.count());
-    }
-    return best;
-}
-
-/// 0 gives the choice back to the processor.
-void forceTarget(std::int64_t target) {
-    hwy::SetSupportedTargetsForTest(target);
-    hwy::GetChosenTarget().Update(hwy::SupportedTargets());
-}
-
-/// Measures `scalar` and `vector`, which make `frame` of what `prepare` leaves, and writes the
-/// figures. False, with an error noted, where they disagree.
-template <class Scalar, class Vector, class Prepare>
-bool compare(benchmark::State& state, Picture& frame, Scalar scalar, Vector vector,
-             Prepare prepare) {
-    double const scalarSeconds = secondsOf(scalar, prepare);
-    const Picture wanted = frame;
-    for (const std::int64_t target : hwy::SupportedAndGeneratedTargets()) {
-        forceTarget(target);
-        double const seconds = secondsOf(vector, prepare);
-        state.counters[std::string("x_") + hwy::TargetName(target)] = scalarSeconds / seconds;
-        forceTarget(0);
-        if (frame != wanted) {
-            state.SkipWithError("vectors change the picture");
-            return false;
-        }
-    }
-    double const seconds = secondsOf(vector, prepare);
-    state.counters["x_memcpy"] =
-        seconds / secondsOf([&] { std::memcpy(frame.data(), wanted.data(), frame.size()); }, [] {});
-    return true;
-}
-
 void coreRender(benchmark::State& state, Format format, Quality quality, int threads) {
-    Picture source = makeNoise(format, quality.channels);
+    Picture source = makeNoise(format.pixelBytes / 4, quality.channels);
     Picture alone(source.size()), frame(source.size());
     auto const scalar = [&] { renderOnce(source, frame, format, quality, format.scalar); };
     auto const vector = [&] { renderOnce(source, frame, format, quality, format.vector); };
@@ -194,7 +117,7 @@ constexpr Edge kEdges[] = {{"bilinear", &FormatFunctions::edgeBilinear, 4},
 /// The frame as edge runs of `length` pixels, half covered, slightly slanted. The outline of a
 /// polygon alone would take too little of a frame's time.
 void edgeRuns(benchmark::State& state, Format format, Edge edge, int length) {
-    Picture source = makeNoise(format, edge.channels), frame(source.size());
+    Picture source = makeNoise(format.pixelBytes / 4, edge.channels), frame(source.size());
     auto const info = describe(source, format, edge.channels);
     RenderSettings settings;
     settings.srcData = source.data();
@@ -223,43 +146,6 @@ void edgeRuns(benchmark::State& state, Format format, Edge edge, int length) {
     for (auto _ : state) vector();
 }
 
-template <class Trait, bool Divides>
-void premultiplication(benchmark::State& state, Format format) {
-    using T = typename Trait::Channel;
-    const Picture source = makeNoise(format);
-    Picture frame(source.size());
-    T* const pixels = reinterpret_cast<T*>(frame.data());
-    auto const prepare = [&] { std::memcpy(frame.data(), source.data(), frame.size()); };
-    auto const scalar = [&] {
-        for (int i = 0; i < kWidth * kHeight; ++i)
-            premult_detail::changePixel<Trait, T, Divides>(pixels + 4 * i, Trait::kAlpha);
-    };
-    auto const vector = [&] {
-        for (int y = 0; y < kHeight; ++y)
-            premultRowSimd(pixels + 4 * y * kWidth, kWidth, Trait::kAlpha, Divides);
-    };
-    if (!compare(state, frame, scalar, vector, prepare)) return;
-    for (auto _ : state) {
-        state.PauseTiming();
-        prepare();
-        state.ResumeTiming();
-        vector();
-    }
-}
-
-void registerPremultiplication() {
-    auto const add = [](char const* name, auto function, Format const& format) {
-        benchmark::RegisterBenchmark((std::string(name) + format.name).c_str(), function, format)
-            ->Unit(benchmark::kMillisecond);
-    };
-    add("premultiply/", premultiplication<PIXEL_ARGB8, false>, kFormats[0]);
-    add("premultiply/", premultiplication<PIXEL_ARGB15, false>, kFormats[1]);
-    add("premultiply/", premultiplication<PIXEL_ARGB32, false>, kFormats[2]);
-    add("unpremultiply/", premultiplication<PIXEL_ARGB8, true>, kFormats[0]);
-    add("unpremultiply/", premultiplication<PIXEL_ARGB15, true>, kFormats[1]);
-    add("unpremultiply/", premultiplication<PIXEL_ARGB32, true>, kFormats[2]);
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -280,7 +166,6 @@ int main(int argc, char** argv) {
                                                  .c_str(),
                                              edgeRuns, format, edge, length)
                     ->Unit(benchmark::kMillisecond);
-    registerPremultiplication();
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
     benchmark::AddCustomContext("compiler", "GCC " __VERSION__);

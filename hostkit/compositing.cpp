@@ -7,6 +7,7 @@
 #include <type_traits>
 #include <vector>
 
+#include "Transform/Common/RowBands.h"
 #include "Transform/Common/Transform_Core_Render/TransferModes.h"
 #include "hostkit/pixel_ops.h"
 
@@ -65,6 +66,9 @@ public:
           m_options{opacityOf<Trait>(mode)},
           m_width(width),
           m_alphas(mode.rgb_only ? static_cast<std::size_t>(width) : 0) {}
+
+    /// Rows may be laid on several threads.
+    bool isStateless() const { return m_alphas.empty(); }
 
     /// `source` and `destination` are the same row or have nothing in common.
     void lay(Channel const* source, Channel* destination) {
@@ -203,16 +207,24 @@ bool transferPixels(World const& source, PF_Rect const* sourceRect, PF_Composite
         BlendRow<Trait> const blend = rowFunctionOf<Trait>(mode.xfer);
         if (!blend || area.empty()) return blend != nullptr;
 
+        auto const from = [&](int row) {
+            return source.rowAs<Channel>(row - dy) + 4 * (area.left - dx);
+        };
+        auto const to = [&](int row) { return destination.rowAs<Channel>(row) + 4 * area.left; };
         RowLayer<Trait> layer(mode, blend, area.width());
         bool const isSame = &source == &destination;
+        if (!isSame && layer.isStateless()) {
+            forEachRow(area.height(), std::int64_t{3} * Trait::kPixelBytes * area.width(),
+                       [&](int i) { layer.lay(from(area.top + i), to(area.top + i)); });
+            return true;
+        }
         std::size_t const rowChannels = 4 * static_cast<std::size_t>(area.width());
         std::vector<Channel> kept(isSame ? rowChannels : 0);
         for (int i = 0; i < area.height(); ++i) {
             // Within one image downwards from the bottom up, so that no row is changed unread.
             int const row = isSame && dy > 0 ? area.bottom - 1 - i : area.top + i;
-            Channel const* from = source.rowAs<Channel>(row - dy) + 4 * (area.left - dx);
-            if (isSame) from = std::copy_n(from, rowChannels, kept.data()) - rowChannels;
-            layer.lay(from, destination.rowAs<Channel>(row) + 4 * area.left);
+            if (isSame) std::copy_n(from(row), rowChannels, kept.data());
+            layer.lay(isSame ? kept.data() : from(row), to(row));
         }
         return true;
     });

@@ -2,9 +2,9 @@
 #include "zelk/render/memory_road.h"
 
 #include <algorithm>
-#include <array>
 
 #include "Transform/Common/PopupEntries.h"
+#include "Transform/Common/RowBands.h"
 #include "Transform/Common/Transform_Core_Render/TransferModes.h"
 #include "effect/Render.h"
 #include "host/PluginHost_Memory_Impl.h"
@@ -80,40 +80,50 @@ void setShutter(PluginHost_Memory_Impl& host, std::vector<Parameter> const& para
     host.setFloat(kParamShutterPhase, shutter.phaseDeg);
 }
 
-void layNormally(World& frame, int y, float const* rgba) {
-    ChannelOrder const order = channelOrder(frame.spec());
-    int const place[4] = {order.red, order.green, order.blue, order.alpha};
-    float* pixel = frame.rowAs<float>(y);
-    for (int x = 0; x < frame.width(); ++x, pixel += 4, rgba += 4) {
-        float const rest = 1.0f - pixel[order.alpha];
+// Rows of float worlds, alpha first: the frame's and, behind it, the plate's.
+
+void layNormally(float* pixel, float const* plate, int width) {
+    for (; width > 0; --width, pixel += 4, plate += 4) {
+        float const rest = 1.0f - pixel[0];
         // Nothing of a hidden plate counts, not even infinity times 0.
         if (rest == 0) continue;
-        for (int c = 0; c < 4; ++c) pixel[place[c]] += rgba[c] * rest;
+        for (int c = 0; c < 4; ++c) pixel[c] += plate[c] * rest;
     }
 }
-
-/// A pixel of the modes' arithmetic: alpha first, straight colour.
-using StraightPixel = std::array<float, 4>;
 
 /// Colour without alpha stays as it is, both ways.
-StraightPixel straight(float alpha, float red, float green, float blue) {
-    float const divisor = alpha == 0 ? 1 : alpha;
-    return {alpha, red / divisor, green / divisor, blue / divisor};
+void makeStraight(float const* pixel, float* straight) {
+    float const divisor = pixel[0] == 0 ? 1 : pixel[0];
+    straight[0] = pixel[0];
+    for (int c = 1; c < 4; ++c) straight[c] = pixel[c] / divisor;
 }
 
-void layByMode(World& frame, int y, float const* rgba, BlendRow<PIXEL_ARGB32> blend) {
-    float* pixel = frame.rowAs<float>(y);  // a float world keeps alpha first too
-    for (int x = 0; x < frame.width(); ++x, pixel += 4, rgba += 4) {
-        StraightPixel result = {rgba[3], rgba[0], rgba[1], rgba[2]};
-        if (pixel[0] != 0) {
-            StraightPixel const front = straight(pixel[0], pixel[1], pixel[2], pixel[3]);
-            StraightPixel const back = straight(rgba[3], rgba[0], rgba[1], rgba[2]);
-            blend(front.data(), back.data(), result.data(), 1, {});
-            float const factor = result[0] == 0 ? 1 : result[0];
-            for (std::size_t c = 1; c < 4; ++c) result[c] *= factor;
+void layByMode(float* pixel, float const* plate, int width, BlendRow<PIXEL_ARGB32> blend) {
+    constexpr int kAtOnce = 128;  // pixels
+    float front[4 * kAtOnce], back[4 * kAtOnce];
+    for (int left = 0; left < width; left += kAtOnce) {
+        int const channels = 4 * std::min(kAtOnce, width - left);
+        for (int i = 0; i < channels; i += 4) {
+            makeStraight(pixel + i, front + i);
+            makeStraight(plate + i, back + i);
         }
-        std::copy(result.begin(), result.end(), pixel);
+        blend(front, back, back, channels / 4, {});
+        for (int i = 0; i < channels; i += 4) {
+            float const* const result = pixel[i] == 0 ? plate + i : back + i;
+            float const factor = pixel[i] == 0 || result[0] == 0 ? 1 : result[0];
+            pixel[i] = result[0];
+            for (int c = 1; c < 4; ++c) pixel[i + c] = result[c] * factor;
+        }
+        pixel += channels, plate += channels;
     }
+}
+
+void layRow(World& frame, int y, float const* plate, int mode) {
+    float* const pixels = frame.rowAs<float>(y);
+    if (mode == PF_Xfer_IN_FRONT)
+        layNormally(pixels, plate, frame.width());
+    else
+        layByMode(pixels, plate, frame.width(), blendRowOfMode<PIXEL_ARGB32>(mode));
 }
 
 }  // namespace
@@ -137,28 +147,17 @@ void renderInMemory(std::vector<Parameter> const& parameters, World& layer, Worl
     checkResult(result, layerName);
 }
 
-namespace {
-
-void layRow(World& frame, int y, float const* rgba, int mode) {
-    if (mode == PF_Xfer_IN_FRONT)
-        layNormally(frame, y, rgba);
-    else
-        layByMode(frame, y, rgba, blendRowOfMode<PIXEL_ARGB32>(mode));
-}
-
-}  // namespace
-
 void layOver(World& frame, PictureReader& plate, int mode) {
-    plate.readAssociated(
-        [&frame, mode](int y, float const* rgba) { layRow(frame, y, rgba, mode); });
+    World row({frame.width(), 1, Depth::kFloat});
+    plate.readAssociated([&](int y, float const* rgba) {
+        putRow(row, 0, rgba);
+        layRow(frame, y, row.rowAs<float>(0), mode);
+    });
 }
 
 void layOver(World& frame, World const& plate, int mode) {
-    std::vector<float> rgba(static_cast<std::size_t>(frame.width()) * 4);
-    for (int y = 0; y < frame.height(); ++y) {
-        getRow(plate, y, rgba.data());
-        layRow(frame, y, rgba.data(), mode);
-    }
+    forEachRow(frame.height(), std::int64_t{2} * frame.rowBytes(),
+               [&](int y) { layRow(frame, y, plate.rowAs<float>(y), mode); });
 }
 
 }  // namespace zelk

@@ -3,6 +3,7 @@
 
 #include "Transform/Common/Shadow_BlurPass_RenderFunc/FractionalRadius.h"
 #include "Transform/Common/Shadow_BlurPass_RenderFunc/ScratchRaster.h"
+#include "Transform/Common/Shadow_BlurPass_RenderFunc/TentBlurSimd.h"
 
 namespace {
 
@@ -18,13 +19,14 @@ BlurFilterOptions withRadius(BlurFilterOptions options, double radius) {
 template <class T, int Count>
 void mixPlanes(ChannelPlane<T> const& smaller, ChannelPlane<T> const& larger,
                FractionalRadius const& radius) {
-    for (int y = 0; y < larger.height; ++y) {
-        for (int x = 0; x < larger.width; ++x) {
-            T const* a = smaller.row(y).pixel(x);
-            T* b = larger.row(y).pixel(x);
-            for (int c = 0; c < Count; ++c) b[c] = radius.mix(a[c], b[c]);
-        }
-    }
+    forEachRow(larger.height, std::int64_t{12} * sizeof(T) * larger.width, [&](int y) {
+        T const* a = smaller.row(y).first;
+        T* b = larger.row(y).first;
+        if constexpr (Count == 4)
+            mixRowSimd(a, b, 4 * larger.width, radius);
+        else
+            for (int x = 0; x < larger.width; ++x) b[4 * x] = radius.mix(a[4 * x], b[4 * x]);
+    });
 }
 
 }  // namespace

@@ -6,9 +6,11 @@
 // in bytes; rows may be padded or run upwards, and padding is never touched.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <type_traits>
 
+#include "Transform/Common/RowBands.h"
 #include "host/PluginHost_API.h"
 
 /// Channels from one pixel to the next, in images and in packed lines alike.
@@ -46,6 +48,10 @@ ChannelPlane<T> channelPlane(QV_RasterInfo const& image, int firstChannel) {
 /// Copies `Count` channels of `length` pixels.
 template <class T, int Count>
 void copyLine(ChannelLine<T> from, ChannelLine<T> to, int length) {
+    if (Count == 4 && from.step == 4 && to.step == 4) {
+        std::copy_n(from.first, std::ptrdiff_t{4} * length, to.first);
+        return;
+    }
     for (int i = 0; i < length; ++i)
         for (int c = 0; c < Count; ++c) to.pixel(i)[c] = from.pixel(i)[c];
 }
@@ -53,7 +59,8 @@ void copyLine(ChannelLine<T> from, ChannelLine<T> to, int length) {
 /// Copies `Count` channels of every pixel; both planes have one size.
 template <class T, int Count>
 void copyPlane(ChannelPlane<T> const& from, ChannelPlane<T> const& to) {
-    for (int y = 0; y < from.height; ++y) copyLine<T, Count>(from.row(y), to.row(y), from.width);
+    forEachRow(from.height, std::int64_t{8} * sizeof(T) * from.width,
+               [&](int y) { copyLine<T, Count>(from.row(y), to.row(y), from.width); });
 }
 
 /// A computed value as a channel: integer channels truncate, float channels are narrowed only.

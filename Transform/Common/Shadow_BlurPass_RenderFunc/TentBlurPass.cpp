@@ -1,11 +1,15 @@
 // The parallel loop over the lines of a tent blur pass, and the radius of a line under a ramp.
 #include "Transform/Common/Shadow_BlurPass_RenderFunc/TentBlurPass.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "Transform/Common/Shadow_BlurPass_RenderFunc/FractionalRadius.h"
+#include "Transform/Common/Shadow_BlurPass_RenderFunc/TentBlurSimd.h"
 
 namespace {
+
+constexpr int kColumnsAtOnce = 16;
 
 /// Radius of line i of `count`, not yet limited: kind 4 asks for more than the full one.
 int rampedRadius(int i, int count, TentBlurPassOptions const& options) {
@@ -37,11 +41,16 @@ void tentBlurPass(ChannelPlane<T> const& source, ChannelPlane<T> const& dest,
         copyPlane<T, Count>(source, dest);
         return;
     }
+    // Columns of one radius go side by side.
+    int const group = Count == 4 && limited.vertical && !limited.ramp ? kColumnsAtOnce : 1;
 #pragma omp parallel for schedule(dynamic, 1)
-    for (int i = 0; i < count; ++i) {
+    for (int i = 0; i < count; i += group) {
         int const radius = limited.ramp ? rampedRadius(i, count, limited) : limited.radius;
-        tentBlurLine<T, Count>(source.line(i, limited.vertical), dest.line(i, limited.vertical),
-                               length, radius);
+        auto const from = source.line(i, limited.vertical), to = dest.line(i, limited.vertical);
+        if constexpr (Count == 4)
+            tentBlurLinesSimd(from, to, std::min(group, count - i), length, radius);
+        else
+            tentBlurLine<T, Count>(from, to, length, radius);
     }
 }
 

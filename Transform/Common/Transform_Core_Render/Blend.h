@@ -7,17 +7,12 @@
 // pixel of a row and the next row is never touched.
 #pragma once
 
+#include "Transform/Common/RowBands.h"
 #include "Transform/Common/Transform_Core_Render/BlendModes.h"
 #include "Transform/Common/Transform_Core_Render/PixelRows.h"
+#include "Transform/Common/Transform_Core_Render/TransferModesSimd.h"
 
-/// What is said to a transfer beside its pixels.
-struct BlendOptions {
-    float foregroundOpacity = 1;  ///< 0 to 1, times the foreground's alpha
-    float backgroundOpacity = 1;
-    bool whiteAlpha = false;  ///< the result's alpha is white, whatever the mode gave
-};
-
-/// Blends `width` pixels of four channels in the trait's order.
+/// Blends `width` pixels of four channels in the trait's order: the truth of the vector code.
 template <class Trait, class Mode>
 void blendPixels(typename Trait::Channel const* foreground,
                  typename Trait::Channel const* background, typename Trait::Channel* destination,
@@ -32,17 +27,28 @@ void blendPixels(typename Trait::Channel const* foreground,
     }
 }
 
-/// Calls `blendRow(foreground, background, destination, width, options)` for each row of the
-/// destination, which neither of the others may be smaller than.
-template <class Trait, class BlendRow>
+/// The same by vector code, as far as that goes.
+template <class Trait, class Mode>
+void blendRow(typename Trait::Channel const* foreground, typename Trait::Channel const* background,
+              typename Trait::Channel* destination, int width, BlendOptions const& options) {
+    int const done = blendVectors<typename Trait::Channel>(
+        Mode::kVector, {foreground, background, destination, width, Trait::kAlpha, options});
+    std::ptrdiff_t const c = 4 * std::ptrdiff_t{done};
+    blendPixels<Trait, Mode>(foreground + c, background + c, destination + c, width - done,
+                             options);
+}
+
+/// Calls `row(foreground, background, destination, width, options)` for each row of the
+/// destination, which neither of the others may be smaller than. Rows may be on several threads.
+template <class Trait, class Row>
 void blendRasters(QV_RasterInfo const& foreground, QV_RasterInfo const& background,
-                  QV_RasterInfo const& destination, BlendOptions const& options,
-                  BlendRow blendRow) {
+                  QV_RasterInfo const& destination, BlendOptions const& options, Row row) {
     using Channel = typename Trait::Channel;
-    for (int y = 0; y < destination.height; ++y) {
-        blendRow(pixelRow<Channel>(foreground, y), pixelRow<Channel>(background, y),
-                 pixelRow<Channel>(destination, y), destination.width, options);
-    }
+    std::int64_t const bytesARow = std::int64_t{3} * destination.width * Trait::kPixelBytes;
+    forEachRow(destination.height, bytesARow, [&](int y) {
+        row(pixelRow<Channel>(foreground, y), pixelRow<Channel>(background, y),
+            pixelRow<Channel>(destination, y), destination.width, options);
+    });
 }
 
 /// Lays `foreground` over `background` by the mode, into `destination`; opacities from 0 to 1.
@@ -57,6 +63,6 @@ int Blend(Trait, Channel, Wide, Weight, Format, Mode, PluginHost_API* host, floa
     host->getRasterInfo(background, &back);
     host->getRasterInfo(destination, &result);
     blendRasters<Trait>(front, back, result, {foregroundOpacity, backgroundOpacity, whiteAlpha},
-                        blendPixels<Trait, Mode>);
+                        blendRow<Trait, Mode>);
     return 0;
 }

@@ -18,6 +18,7 @@
 #include <algorithm>
 
 #include "Transform/Common/Transform_Core_Render/BlendPair.h"
+#include "Transform/Common/Transform_Core_Render/TransferModesSimd.h"
 
 namespace blend_detail {
 
@@ -28,40 +29,51 @@ struct BlendFormulas {
     static constexpr Value W = A::kWhite;
 
     struct Normal {
+        static constexpr auto kVector = VectorMode::kNormal;
         Value operator()(Value f, Value) const { return f; }
     };
     struct Multiply {
+        static constexpr auto kVector = VectorMode::kMultiply;
         Value operator()(Value f, Value b) const { return A::mul(b, f); }
     };
     struct Screen {
+        static constexpr auto kVector = VectorMode::kScreen;
         Value operator()(Value f, Value b) const { return W - A::mul(W - b, W - f); }
     };
     struct Overlay {
+        static constexpr auto kVector = VectorMode::kOverlay;
         Value operator()(Value f, Value b) const {
             return b < A::kMiddle ? A::mul(2 * b, f) : A::mul(W - b, 2 * f - W) + b;
         }
     };
     struct SoftLight {
+        static constexpr auto kVector = VectorMode::kSoftLight;
         Value operator()(Value f, Value b) const { return A::mul(W - 2 * f, A::mul(b, b) - b) + b; }
     };
     struct HardLight {
+        static constexpr auto kVector = VectorMode::kHardLight;
         Value operator()(Value f, Value b) const {
             return f < A::kMiddle ? A::mul(2 * f, b) : W - A::mul(2 * (W - f), W - b);
         }
     };
     struct Darken {
+        static constexpr auto kVector = VectorMode::kDarken;
         Value operator()(Value f, Value b) const { return std::min(f, b); }
     };
     struct Lighten {
+        static constexpr auto kVector = VectorMode::kLighten;
         Value operator()(Value f, Value b) const { return std::max(f, b); }
     };
     struct Exclusion {
+        static constexpr auto kVector = VectorMode::kExclusion;
         Value operator()(Value f, Value b) const { return A::mul(W - 2 * b, f) + b; }
     };
     struct ColorDodge {
+        static constexpr auto kVector = VectorMode::kColorDodge;
         Value operator()(Value f, Value b) const { return f >= W ? f : b * W / (W - f); }
     };
     struct ColorBurn {
+        static constexpr auto kVector = VectorMode::kColorBurn;
         Value operator()(Value f, Value b) const {
             if (f == 0) return 0;
             const Value burnt = W - (W - b) * W / f;
@@ -73,6 +85,7 @@ struct BlendFormulas {
 /// A channel formula as a formula of colours.
 template <class Formula>
 struct OfChannels {
+    static constexpr auto kVector = Formula::kVector;
     template <class Value>
     BlendColour<Value> operator()(BlendColour<Value> const& f, BlendColour<Value> const& b) const {
         return perChannel(f, b, Formula{});

@@ -12,6 +12,7 @@
 #include <algorithm>
 
 #include "Transform/Common/Transform_Core_Render/BlendPair.h"
+#include "Transform/Common/Transform_Core_Render/TransferModesSimd.h"
 
 namespace blend_detail {
 
@@ -94,21 +95,25 @@ inline UnitColour Synthesise(int sector, float fraction, float saturation, float
 
 /// What each mode takes from the foreground's parts f and the background's b.
 struct TakeHue {
+    static constexpr auto kVector = VectorMode::kHue;
     HueParts operator()(HueParts const& f, HueParts const& b) const {
         return {f.sector, f.fraction, b.saturation, b.luma};
     }
 };
 struct TakeSaturation {
+    static constexpr auto kVector = VectorMode::kSaturation;
     HueParts operator()(HueParts const& f, HueParts const& b) const {
         return {b.sector, b.fraction, f.saturation, b.luma};
     }
 };
 struct TakeColor {
+    static constexpr auto kVector = VectorMode::kColor;
     HueParts operator()(HueParts const& f, HueParts const& b) const {
         return {f.sector, f.fraction, f.saturation, b.luma};
     }
 };
 struct TakeLuminosity {
+    static constexpr auto kVector = VectorMode::kLuminosity;
     HueParts operator()(HueParts const& f, HueParts const& b) const {
         return {b.sector, b.fraction, b.saturation, f.luma};
     }
@@ -117,6 +122,7 @@ struct TakeLuminosity {
 /// A choice of parts as a formula of colours in channel units.
 template <class Trait, class Take>
 struct OfParts {
+    static constexpr auto kVector = Take::kVector;
     using A = BlendArithmetic<Trait>;
     using Value = typename A::Value;
     using Colour = BlendColour<Value>;

@@ -15,6 +15,7 @@ namespace blend_detail {
 /// The standard skeleton with a formula of colours.
 template <class Trait, class Mode>
 struct Standard {
+    static constexpr auto kVector = Mode::kVector;
     BlendPixel<Trait> operator()(BlendPair<Trait> const& pair) const {
         return standardSkeleton(pair, Mode{});
     }
@@ -69,6 +70,7 @@ struct BLEND_LUMA : blend_detail::StandardOfParts<Trait, blend_detail::TakeLumin
 
 template <class Trait, class Channel, class Wide, class Weight, class Format>
 struct BLEND_BEHIND {
+    static constexpr auto kVector = VectorMode::kBehind;
     blend_detail::BlendPixel<Trait> operator()(blend_detail::BlendPair<Trait> const& pair) const {
         return blend_detail::behindSkeleton(pair);
     }
@@ -77,6 +79,7 @@ struct BLEND_BEHIND {
 /// f' + b', integers up to the result's alpha.
 template <class Trait, class Channel, class Wide, class Weight, class Format>
 struct BLEND_ADD {
+    static constexpr auto kVector = VectorMode::kAdd;
     blend_detail::BlendPixel<Trait> operator()(blend_detail::BlendPair<Trait> const& pair) const {
         return blend_detail::combiningSkeleton(pair, [](auto f, auto b, auto ra) {
             return Trait::kIsFloat ? f + b : std::min(ra, f + b);
@@ -87,6 +90,7 @@ struct BLEND_ADD {
 /// |b' - f'|
 template <class Trait, class Channel, class Wide, class Weight, class Format>
 struct BLEND_DIFFERENCE {
+    static constexpr auto kVector = VectorMode::kDifference;
     blend_detail::BlendPixel<Trait> operator()(blend_detail::BlendPair<Trait> const& pair) const {
         return blend_detail::combiningSkeleton(
             pair, [](auto f, auto b, auto) { return b < f ? f - b : b - f; });

@@ -14,6 +14,7 @@
 #include <cstdint>
 
 #include "Transform/Common/PixelTraits.h"
+#include "Transform/Common/RowBands.h"
 #include "Transform/Common/Transform_Core_Render/PixelRows.h"
 #include "Transform/Common/Transform_Core_Render/PremultSimd.h"
 
@@ -63,8 +64,9 @@ void changeColour(PluginHost_API* host, PluginRaster_API* raster, bool divides) 
     QV_RasterInfo info{};
     host->getRasterInfo(raster, &info);
     if (!info.data) return;  // the host could not describe it
-    for (int y = 0; y < info.height; ++y)
+    forEachRow(info.height, std::int64_t{info.width} * Trait::kPixelBytes, [&](int y) {
         premultRowSimd(pixelRow<Channel>(info, y), info.width, Trait::kAlpha, divides);
+    });
 }
 
 }  // namespace premult_detail

@@ -22,16 +22,16 @@ std::optional<float> rowFactor(float t, FadeRamp const& ramp) {
 template <class T, int Count>
 void fadeRows(ChannelPlane<T> const& plane, FadeRamp const& ramp) {
     float const step = plane.height > 1 ? 1.0f / static_cast<float>(plane.height - 1) : 0.0f;
-    for (int y = 0; y < plane.height; ++y) {
+    forEachRow(plane.height, std::int64_t{4} * sizeof(T) * plane.width, [&](int y) {
         const std::optional<float> factor = rowFactor(1.0f - static_cast<float>(y) * step, ramp);
-        if (!factor) continue;
+        if (!factor) return;
         for (int x = 0; x < plane.width; ++x) {
             T* pixel = plane.row(y).pixel(x);
             for (int c = 0; c < Count; ++c)
                 pixel[c] = *factor == 0.0f ? T(0)  // whatever stood there, infinities too
                                            : toChannel<T>(static_cast<float>(pixel[c]) * *factor);
         }
-    }
+    });
 }
 
 #define INSTANCES(T)                                                       \

@@ -2,7 +2,7 @@
 //
 // A row's height t runs from 1 at the top to 0 at the bottom, in float. With t at or above `end`
 // the row becomes 0, at or below `start` it stays, and between them it is multiplied by
-// k = 1 - (t - start) / (end - start), bent by the curve. Thread: the caller's.
+// k = 1 - (t - start) / (end - start), bent by the curve. Large images go in bands on the team.
 #pragma once
 
 #include "Transform/Common/Shadow_BlurPass_RenderFunc/ChannelPlane.h"

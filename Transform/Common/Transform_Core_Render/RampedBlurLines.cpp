@@ -1,32 +1,50 @@
-// The line loop of the interpolated blur: a line goes out to a packed scratch line, is blurred
-// there once or twice, and comes back.
+// The line loop of the interpolated blur: lines go out to packed scratch lines, are blurred there
+// once or twice, and come back. Columns go in groups, so that memory is read in rows.
 #include "Transform/Common/Transform_Core_Render/RampedBlurLines.h"
+
+#include <omp.h>
 
 #include <algorithm>
 
-#include "Transform/Common/Shadow_BlurPass_RenderFunc/FractionalRadius.h"
 #include "Transform/Common/Shadow_BlurPass_RenderFunc/ScratchRaster.h"
-#include "Transform/Common/Shadow_BlurPass_RenderFunc/TentBlurLine.h"
+#include "Transform/Common/Shadow_BlurPass_RenderFunc/TentBlurSimd.h"
 
 namespace {
 
-constexpr int kWorkLines = 3;  // the line itself, and its blurs by radius R and R + 1
+constexpr int kColumnsAtOnce = 16;
+constexpr int kBlurredLines = 2;  // by radius R and R + 1
 
+/// Copies pixels between lines `first` to `first + count` - 1 of the image and packed lines.
 template <class T>
-void blurLine(ChannelLine<T> line, int length, double radiusPx, ChannelPlane<T> const& work) {
-    constexpr int kAll = kChannelsPerPixel;
-    const FractionalRadius radius(radiusPx);
-    auto const packed = work.row(0), smaller = work.row(1), larger = work.row(2);
-    copyLine<T, kAll>(line, packed, length);
-    tentBlurLine<T, kAll>(packed, smaller, length, wholeRadius(radius.whole));
-    if (radius.isWhole()) {
-        copyLine<T, kAll>(smaller, line, length);
+void exchangeLines(ChannelPlane<T> const& image, bool columns, int first, int count,
+                   ChannelPlane<T> const& packed, bool inwards) {
+    auto const exchange = [inwards](T* pixel, T* packedPixel, int pixels) {
+        T* const from = inwards ? packedPixel : pixel;
+        std::copy_n(from, 4 * pixels, inwards ? pixel : packedPixel);
+    };
+    if (!columns) {
+        for (int j = 0; j < count; ++j)
+            exchange(image.row(first + j).first, packed.row(j).first, image.width);
         return;
     }
-    tentBlurLine<T, kAll>(packed, larger, length, wholeRadius(radius.whole + 1));
-    for (int i = 0; i < length; ++i)
-        for (int c = 0; c < kAll; ++c)
-            line.pixel(i)[c] = radius.mix(smaller.pixel(i)[c], larger.pixel(i)[c]);
+    for (int y = 0; y < image.height; ++y)
+        for (int j = 0; j < count; ++j)
+            exchange(image.row(y).pixel(first + j), packed.row(j).pixel(y), 1);
+}
+
+/// Blurs a packed line in place.
+template <class T>
+void blurLine(ChannelLine<T> line, int length, double radiusPx, ChannelLine<T> smaller,
+              ChannelLine<T> larger) {
+    const FractionalRadius radius(radiusPx);
+    tentBlurLinesSimd(line, smaller, 1, length, wholeRadius(radius.whole));
+    if (radius.isWhole()) {
+        copyLine<T, kChannelsPerPixel>(smaller, line, length);
+        return;
+    }
+    tentBlurLinesSimd(line, larger, 1, length, wholeRadius(radius.whole + 1));
+    mixRowSimd(smaller.first, larger.first, 4 * length, radius);
+    copyLine<T, kChannelsPerPixel>(larger, line, length);
 }
 
 }  // namespace
@@ -35,18 +53,32 @@ template <class T>
 int interpolatedBlur(PluginHost_API* host, PluginHost_API::RasterInfo& raster, double radiusFirst,
                      double radiusLast, bool columns) {
     if (raster.width <= 0 || raster.height <= 0) return 0;
+    int const group = columns ? kColumnsAtOnce : 1;
+    int const linesAThread = group + kBlurredLines;
+    auto const image = channelPlane<T>(raster, 0);
+    bool const isLarge =
+        std::int64_t{image.height} * image.width * 4 * sizeof(T) >= kBytesWorthATeam;
+    int const threads = isLarge ? omp_get_max_threads() : 1;
     ScratchRaster scratch(host);
     if (int const error =
-            scratch.allocate(raster, std::max(raster.width, raster.height), kWorkLines))
+            scratch.allocate(raster, std::max(raster.width, raster.height), threads * linesAThread))
         return error;
-    auto const image = channelPlane<T>(raster, 0);
     auto const work = channelPlane<T>(scratch.info(), 0);
     int const count = columns ? raster.width : raster.height;
     int const length = columns ? raster.height : raster.width;
-    for (int i = 0; i < count; ++i) {
-        double const t = count > 1 ? i / static_cast<double>(count - 1) : 0.0;
-        double const radius = (1.0 - t) * radiusFirst + t * radiusLast;
-        if (isRadius(radius)) blurLine(image.line(i, columns), length, radius, work);
+#pragma omp parallel for schedule(dynamic, 1) if (threads > 1)
+    for (int first = 0; first < count; first += group) {
+        ChannelPlane<T> lines = work;
+        lines.first = work.row(omp_get_thread_num() * linesAThread).first;
+        int const here = std::min(group, count - first);
+        exchangeLines(image, columns, first, here, lines, false);
+        for (int j = 0; j < here; ++j) {
+            double const t = count > 1 ? (first + j) / static_cast<double>(count - 1) : 0.0;
+            double const radius = (1.0 - t) * radiusFirst + t * radiusLast;
+            if (isRadius(radius))
+                blurLine(lines.row(j), length, radius, lines.row(group), lines.row(group + 1));
+        }
+        exchangeLines(image, columns, first, here, lines, true);
     }
     return 0;
 }

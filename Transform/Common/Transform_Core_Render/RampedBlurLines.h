@@ -2,7 +2,7 @@
 //
 // Line i of c lines has the radius (1 - t) radiusFirst + t radiusLast pixels, t = i / (c - 1), in
 // double; a fractional radius mixes the two whole ones. Lines with radii up to 1e-5 stay.
-// Thread: the caller's, line after line.
+// Lines run in parallel, each thread over scratch lines of its own.
 #pragma once
 
 #include "Transform/Common/Shadow_BlurPass_RenderFunc/ChannelPlane.h"

@@ -32,7 +32,7 @@ template <class Trait, template <class, class, class, class, class> class Mode>
 constexpr TransferMode<Trait> modes(int first, int last) {
     using Functor = Mode<Trait, typename Trait::Channel, typename Trait::Wide,
                          typename Trait::Weight, typename Trait::FORMAT>;
-    return {first, last, &blendPixels<Trait, Functor>, &blendOfMode<Trait, Functor>};
+    return {first, last, &blendRow<Trait, Functor>, &blendOfMode<Trait, Functor>};
 }
 
 template <class Trait>
