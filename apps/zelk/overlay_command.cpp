@@ -64,28 +64,17 @@ int frameOf(Scene const& scene, std::optional<int> frame) {
     return scene.frames ? parseFrameRange("--frames", *scene.frames).front() : 1;
 }
 
-/// A layer's panel shows the layer; the pins of both quads must lie in its space.
-World shownPicture(FrameRenderer& renderer, int frame, PF_WindowType panel) {
-    if (panel == PF_Window_COMP) return renderer.world(frame);
-    PixelSize const own = renderer.layerSize(), whole = renderer.frameSize();
-    if (own.width != whole.width || own.height != whole.height)
-        throw UserError(
-            ExitCode::kUsage,
-            "--panel layer needs To Pins in the layer's own frame; here it has another size");
-    return renderer.layerWorld(frame);
-}
-
 void writeOverlay(FrameRenderer& renderer, PanelPicture const& ask, RunOptions const& run) {
     Scene const& scene = renderer.scene();
-    if (!renderer.host().registeredCustomUi())
-        throw UserError(ExitCode::kUsage,
-                        "--host: the effect has no panels in that host; give another");
+    requirePanels(renderer.host());
     std::filesystem::path const output = scene.outputPath();
     checkTarget(output, run.noClobber);
     int const frame = frameOf(scene, ask.view.frame);
     requireNoInput(scene, renderer.files(), run.inPlace, frame, output);
     renderer.beginAt(frame);
-    World const picture = shownPicture(renderer, frame, ask.view.panel);
+    requireOneSpace(ask.view, renderer.layerSize(), renderer.frameSize());
+    bool const isComp = ask.view.panel == PF_Window_COMP;
+    World const picture = isComp ? renderer.world(frame) : renderer.layerWorld(frame);
     Panel panel;
     panel.shows = ask.view.panel;
     panel.zoom = ask.view.zoom;

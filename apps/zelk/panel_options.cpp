@@ -22,6 +22,20 @@ double parseZoom(std::string const& text) {
 
 }  // namespace
 
+void requirePanels(Host const& host) {
+    if (!host.registeredCustomUi())
+        throw UserError(ExitCode::kUsage,
+                        "--host: the effect has no panels in that host; give another");
+}
+
+void requireOneSpace(PanelView const& view, PixelSize layer, PixelSize frame) {
+    bool const isOne = layer.width == frame.width && layer.height == frame.height;
+    if (view.panel == PF_Window_LAYER && !isOne)
+        throw UserError(
+            ExitCode::kUsage,
+            "--panel layer needs To Pins in the layer's own frame; here it has another size");
+}
+
 void PanelOptions::add(OptionAdder const& add) {
     add.text("Panel", "--frame", m_frame, "N", "The frame that is shown (the first)");
     add.text("Panel", "--zoom", m_zoom, "ZOOM", "Panel pixels to a pixel: 0.5, 2 or 200% (1)");

@@ -21,6 +21,7 @@
 #include "zelk/scene/check.h"
 #include "zelk/scene/inputs.h"
 #include "zelk/scene/quad_check.h"
+#include "zelk/scene/values.h"
 #include "zelk/text/errors.h"
 
 namespace zelk {
@@ -70,6 +71,26 @@ World associatedWorld(PictureReader& picture, int reduce) {
     return world;
 }
 
+/// The first picture that can be opened, of those that frames name.
+std::optional<PictureReader> firstOf(InputFiles const& files, std::vector<int> const& frames) {
+    for (int const frame : frames) {
+        auto const picture = files.pictureOf(frame);
+        if (!picture || !(picture->buffer || picture->isOnDisk())) continue;
+        try {
+            return picture->open();
+        } catch (UserError const&) {
+            // Its own frame will fail; the others need a size all the same.
+        }
+    }
+    return std::nullopt;
+}
+
+/// The same for a frame, else for any that is there.
+std::optional<PictureReader> anyOf(InputFiles const& files, int frame) {
+    auto picture = firstOf(files, {frame});
+    return picture ? std::move(picture) : firstOf(files, files.framesThere());
+}
+
 std::unique_ptr<Host> hostOf(Scene const& scene) {
     auto host = loadModule(scene);
     setOptionValues(scene, host->parameters());  // refuses bad values before any file is touched
@@ -88,6 +109,8 @@ public:
           m_explanation(explanation) {}
 
     void begin(std::vector<int> const& frames);
+    void beginEdit(int frame);
+    Scene editedScene() const;
     FrameRequest momentOf(int frame) const;
     World world(int frame, PreviewOptions const& options);
     World layerWorld(int frame);
@@ -109,7 +132,11 @@ public:
     World renderedByModule(LoadedFrame& loaded, FrameRequest const& moment);
     World renderedInMemory(LoadedFrame& loaded, FrameRequest const& moment);
     void storeInMovie(RenderedFrame const& rendered);
+    void settleComp(std::vector<int> const& frames);
     void readSizes(std::vector<int> const& frames);
+    void settleSizes(std::optional<PictureReader> const& layer,
+                     std::optional<PictureReader> const& plate, ImageSizes const& unknown);
+    void settleValues(std::vector<int> const& frames);
     World loadLayer(std::optional<InputPicture> const& file, PictureTraits& traits,
                     LoadedFrame& loaded);
     void loadPlate(std::optional<InputPicture> const& file, PictureTraits& traits,
@@ -137,15 +164,36 @@ public:
 void FrameRenderer::Impl::begin(std::vector<int> const& frames) {
     if (frames.empty()) throw std::invalid_argument("no frames to begin with");
     m_inFlight = std::min(static_cast<std::size_t>(m_run.inFlight), frames.size());
+    settleComp(frames);
+    readSizes(frames);
+    settleValues(frames);
+}
+
+void FrameRenderer::Impl::beginEdit(int frame) {
+    settleComp({frame});
+    PixelSize const whole = {m_comp.width, m_comp.height};
+    settleSizes(anyOf(m_files.layer, frame),
+                m_files.plate ? anyOf(*m_files.plate, frame) : std::nullopt, {whole, whole});
+    settleValues({});
+}
+
+void FrameRenderer::Impl::settleComp(std::vector<int> const& frames) {
     auto const [first, last] = std::minmax_element(frames.begin(), frames.end());
     m_comp = compOf(m_scene, *first, *last);
     m_host->setComp(m_comp);
-    readSizes(frames);
+}
+
+void FrameRenderer::Impl::settleValues(std::vector<int> const& frames) {
     setParameters(m_scene, *m_host, m_layerSize, m_frameSize);
     for (TrackUse const& use : m_scene.tracks)
         m_warnings.add(warningsOf(use, {m_frameSize, m_comp.startFrame, m_comp.timeBase.step}));
     if (m_scene.hasFrame()) checkTransfer(m_scene, m_host->parameters());
     m_frames = frames;
+}
+
+Scene FrameRenderer::Impl::editedScene() const {
+    return sceneOf(m_scene, m_host->parameters(),
+                   defaultsOf(m_scene, m_host->parameters(), m_layerSize, m_frameSize));
 }
 
 FrameRequest FrameRenderer::Impl::momentOf(int frame) const {
@@ -368,27 +416,25 @@ void FrameRenderer::Impl::storeInMovie(RenderedFrame const& rendered) {
 /// Of the first frame that can be opened; all others must agree. Of two inputs one may be black
 /// throughout: it then has the size of the other.
 void FrameRenderer::Impl::readSizes(std::vector<int> const& frames) {
-    auto const first = [&frames](InputFiles const& files) -> std::optional<PictureReader> {
-        for (int const frame : frames) {
-            auto const picture = files.pictureOf(frame);
-            if (!picture || !(picture->buffer || picture->isOnDisk())) continue;
-            try {
-                return picture->open();
-            } catch (UserError const&) {
-                // Its own frame will fail; the others need a size all the same.
-            }
-        }
-        return std::nullopt;
-    };
-    auto layer = first(m_files.layer), plate = m_files.plate ? first(*m_files.plate) : std::nullopt;
+    auto layer = firstOf(m_files.layer, frames);
+    auto plate = m_files.plate ? firstOf(*m_files.plate, frames) : std::nullopt;
     bool const mayLackOne = m_scene.missing == MissingInput::kBlack && (layer || plate);
     if (!layer && !mayLackOne) layer = m_files.layer.own(frames.front()).open();
     if (m_files.plate && !plate && !mayLackOne) plate = m_files.plate->own(frames.front()).open();
-    m_layerSize = sizeOf(layer ? *layer : *plate);
     m_layerTraits = (layer ? *layer : *plate).traits();
-    if (isModule()) m_ask = moduleRenderOf(m_scene, *m_host, *layer);
-    m_frameSize = m_scene.frameSize().value_or(plate ? sizeOf(*plate) : m_layerSize);
     m_plateTraits = (plate ? *plate : *layer).traits();
+    if (isModule()) m_ask = moduleRenderOf(m_scene, *m_host, *layer);
+    PixelSize const one = sizeOf(layer ? *layer : *plate);
+    settleSizes(layer, plate, {one, one});
+}
+
+/// The one place that says how large layer and frame are; `unknown` where no picture tells.
+void FrameRenderer::Impl::settleSizes(std::optional<PictureReader> const& layer,
+                                      std::optional<PictureReader> const& plate,
+                                      ImageSizes const& unknown) {
+    m_layerSize = layer ? sizeOf(*layer) : unknown.layer;
+    PixelSize const own = m_files.plate ? unknown.frame : m_layerSize;
+    m_frameSize = m_scene.frameSize().value_or(plate ? sizeOf(*plate) : own);
 }
 
 PictureReader FrameRenderer::Impl::openSized(InputPicture const& file, PixelSize size) const {
@@ -474,6 +520,8 @@ World FrameRenderer::world(int frame, PreviewOptions const& options) {
 World FrameRenderer::layerWorld(int frame) { return m_impl->layerWorld(frame); }
 void FrameRenderer::begin(std::vector<int> const& frames) { m_impl->begin(frames); }
 void FrameRenderer::beginAt(int frame) { m_impl->beginAt(frame); }
+void FrameRenderer::beginEdit(int frame) { m_impl->beginEdit(frame); }
+Scene FrameRenderer::editedScene() const { return m_impl->editedScene(); }
 FrameRequest FrameRenderer::momentOf(int frame) const { return m_impl->momentOf(frame); }
 void FrameRenderer::check(int frame) { m_impl->check(frame); }
 LoadedFrame FrameRenderer::load(int frame, int reduce) { return m_impl->load(frame, reduce); }

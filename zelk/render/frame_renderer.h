@@ -78,6 +78,9 @@ public:
     void begin(std::vector<int> const& frames);
     /// The same for one frame, whose pictures must be there, unless it is among those already.
     void beginAt(int frame);
+    /// The same for who changes values and renders nothing: a picture that can't be opened has the
+    /// composition's size.
+    void beginEdit(int frame);
     // After begin:
     PixelSize layerSize() const;  ///< pixels at full resolution
     PixelSize frameSize() const;  ///< the same, without Grow Bounds
@@ -86,6 +89,8 @@ public:
     // For code within the library: what stands behind, and the stages.
     SceneFiles const& files() const;
     Host& host();  ///< the module in its host, with the scene's values after begin
+    /// The scene with the values that the host has now, as its file has them (sceneOf).
+    Scene editedScene() const;
     World world(int frame, PreviewOptions const& options = {});  ///< picture, as a world
     World layerWorld(int frame);                                 ///< the layer alone, straight
 

@@ -103,6 +103,17 @@ void setParameters(Scene const& scene, Host& host, PixelSize layer, PixelSize fr
     setOptionValues(scene, host.parameters());
 }
 
+std::vector<Parameter> defaultsOf(Scene const& scene, std::vector<Parameter> parameters,
+                                  PixelSize layer, PixelSize frame) {
+    for (Parameter& parameter : parameters) {
+        if (!parameter.hasValue()) continue;
+        dropKeys(parameter);
+        resetToDefault(parameter.current = parameter.registered, frame.width, frame.height);
+    }
+    if (scene.roadTaken() == Road::kMemory) pinWholePicture(parameters, layer);
+    return parameters;
+}
+
 std::vector<Parameter> parametersAt(std::vector<Parameter> const& parameters, KeyTime const& time) {
     std::vector<Parameter> result = parameters;
     for (Parameter& parameter : result)

@@ -211,21 +211,15 @@ void setValues(Scene const& scene, ValuesFrom from, std::vector<Parameter>& para
     std::move(changed.begin(), changed.end(), parameters.begin());
 }
 
-void setUp(Host& host, Scene const& scene, PixelSize layer) {
-    host.setComp(scene.comp);
-    host.resetParameters(layer.width, layer.height);
-    setValues(scene, ValuesFrom::kFile, host.parameters());
-}
-
-Scene sceneOf(Scene base, std::vector<Parameter> const& parameters, PixelSize layer) {
+Scene sceneOf(Scene base, std::vector<Parameter> const& parameters,
+              std::vector<Parameter> const& defaults) {
     base.parameters.clear();
     base.tracks.clear();
     base.motionBlur.reset();
     base.options.clear();
     for (Parameter const& parameter : parameters) {
         if (!parameter.hasValue()) continue;
-        PF_ParamDef byDefault = parameter.registered;
-        resetToDefault(byDefault, layer.width, layer.height);
+        PF_ParamDef const& byDefault = parameterIn(defaults, parameter.index).current;
         SceneParameter to;
         to.index = parameter.index;
         to.diskId = parameter.diskId();

@@ -6,6 +6,7 @@
 #include <set>
 
 #include "tests/support/zelk_process.h"
+#include "zelk/render/setup.h"
 #include "zelk/scene/clock.h"
 #include "zelk/scene/file.h"
 #include "zelk/scene/parameter_names.h"
@@ -67,12 +68,15 @@ TEST_F(ProjectFile, GoesThereAndBackWithEveryKindAndInterpolation) {
                                        {0.1 + seed % 97, seed / 9.},
                                        {0.2 + seed % 89, -seed / 7.}});
     }
-    writeScene(sceneOf(project, host.parameters(), {320, 180}), project.file);
+    PixelSize const size = {320, 180};
+    auto const defaults = defaultsOf({}, host.parameters(), size, size);
+    writeScene(sceneOf(project, host.parameters(), defaults), project.file);
     Scene const read = readScene(project.file);
     EXPECT_EQ(sceneText(read), bytesOf("a.zelk.json"));
     EXPECT_TRUE(has(bytesOf("a.zelk.json"), "\"id\": 134"));
-    setUp(again, read, {320, 180});
-    EXPECT_EQ(sceneText(sceneOf(read, again.parameters(), {320, 180})), bytesOf("a.zelk.json"));
+    again.resetParameters(320, 180);
+    setValues(read, ValuesFrom::kFile, again.parameters());
+    EXPECT_EQ(sceneText(sceneOf(read, again.parameters(), defaults)), bytesOf("a.zelk.json"));
     for (std::size_t i = 0; i < host.parameters().size(); ++i) {
         Parameter const &a = host.parameters()[i], &b = again.parameters()[i];
         SCOPED_TRACE(kParameterNames[i]);
