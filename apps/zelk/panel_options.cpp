@@ -2,6 +2,7 @@
 #include "apps/zelk/panel_options.h"
 
 #include "zelk/text/choices.h"
+#include "zelk/tracks/track.h"
 
 namespace zelk {
 
@@ -25,7 +26,7 @@ double parseZoom(std::string const& text) {
 void requirePanels(Host const& host) {
     if (!host.registeredCustomUi())
         throw UserError(ExitCode::kUsage,
-                        "--host: the effect has no panels in that host; give another");
+                        "--host: the effect has no panels in that host: use another");
 }
 
 void requireOneSpace(PanelView const& view, PixelSize layer, PixelSize frame) {
@@ -43,9 +44,8 @@ void PanelOptions::add(OptionAdder const& add) {
 }
 
 PanelView PanelOptions::view() const {
-    constexpr int kMostFrames = 10'000'000;
     PanelView view;
-    if (m_frame) view.frame = wholeInRange("--frame", *m_frame, -kMostFrames, kMostFrames);
+    if (m_frame) view.frame = wholeInRange("--frame", *m_frame, -kLargestFrame, kLargestFrame);
     if (m_zoom) view.zoom = parseZoom(*m_zoom);
     if (m_panel) view.panel = pick(kPanels, "--panel", *m_panel);
     return view;

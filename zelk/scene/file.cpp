@@ -31,7 +31,7 @@ using Ordered = nlohmann::ordered_json;
 
 constexpr char const* kSchema = "zelk-project";
 constexpr int kVersion = 1;
-constexpr int kLargestFrame = INT32_MAX;
+constexpr int kMostFrame = INT32_MAX;
 
 constexpr FileKey kProjectKeys[] = {
     {"schema", true}, {"version", true}, {"comp", true}, {"layer", true}, {"plate"},
@@ -214,7 +214,7 @@ Comp readComp(Node const& node) {
     comp.height = node.at("height").whole(1, kLargestPx);
     comp.timeBase = readRate(node.at("rate"));
     if (auto const start = node.find("startFrame"))
-        comp.startFrame = start->whole(-kLargestFrame, kLargestFrame);
+        comp.startFrame = start->whole(-kMostFrame, kMostFrame);
     if (auto const duration = node.find("duration"))
         comp.durationFrames = duration->whole(1, INT32_MAX / comp.timeBase.step);
     if (auto const aspect = node.find("pixelAspect")) comp.pixelAspect = aspect->number(0.01, 100);
@@ -259,7 +259,7 @@ SceneKey readKey(Node const& node, Comp const& comp) {
     node.requireKeys("key");
     Node const frame = node.at("frame");
     SceneKey key;
-    key.frame = frame.number(-2.0 * kLargestFrame, 2.0 * kLargestFrame);
+    key.frame = frame.number(-2.0 * kMostFrame, 2.0 * kMostFrame);
     if (!keyTimeOf(comp, key.frame)) frame.fail("a frame that the composition's clock reaches");
     key.value = readValue(node.at("value"));
     if (auto const word = node.find("interpolation"))
