@@ -8,7 +8,7 @@
 #include "hostkit/edit_session.h"
 #include "zelk/files/output_place.h"
 #include "zelk/files/standard_output.h"
-#include "zelk/render/frame_renderer.h"
+#include "zelk/render/frame_stages.h"
 #include "zelk/scene/file.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/text/errors.h"
@@ -98,7 +98,7 @@ ExitCode DragCommand::run(Invocation const&) {
 
     requireNew(m_output.value_or(file), !m_output || m_force);
     Scene const scene = m_scene.edited(readScene(file));
-    FrameRenderer renderer(scene);
+    FrameStages renderer(scene);
     requirePanels(renderer.host());
     int const frame = view.frame.value_or(scene.comp.startFrame);
     renderer.beginEdit(frame);
@@ -110,7 +110,7 @@ ExitCode DragCommand::run(Invocation const&) {
     session.panel().zoom = view.zoom;
     std::string const moves = drag(session, mouse);
     if (!m_dryRun)
-        writeScene(renderer.editedScene(), m_output.value_or(file), !m_output || m_force);
+        writeScene(renderer.settledScene(), m_output.value_or(file), !m_output || m_force);
     print(moves.empty() ? file + ": nothing moved\n" : moves);
     return ExitCode::kDone;
 }

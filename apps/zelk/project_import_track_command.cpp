@@ -6,7 +6,7 @@
 #include "apps/zelk/warnings.h"
 #include "hostkit/host.h"
 #include "zelk/files/standard_output.h"
-#include "zelk/render/frame_renderer.h"
+#include "zelk/render/frame_stages.h"
 #include "zelk/scene/file.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/scene/track_use.h"
@@ -46,10 +46,10 @@ ExitCode ProjectImportTrackCommand::run(Invocation const&) {
     auto const pins = m_pins ? pick(kPins, "--pins", *m_pins) : TrackedPins::kTo;
     Scene scene = m_scene.edited(readScene(file));
     scene.tracks.push_back(readTrackUse(track, pins));
-    FrameRenderer renderer(scene);
+    FrameStages renderer(scene);
     renderer.beginEdit(scene.comp.startFrame);
-    writeScene(renderer.editedScene(), file);
-    tellWarnings(renderer.takeWarnings());
+    writeScene(renderer.settledScene(), file);
+    tellWarnings(renderer.warnings().take());
     std::size_t const keys = keysOf(renderer.host().parameters(), pins);
     print(fmt::format("{}: {} keys on the {} from {}\n", file, keys,
                       pins == TrackedPins::kTo ? "To Pins" : "From Pins", oneLine(track)));

@@ -9,8 +9,10 @@
 #include "zelk/render/setup.h"
 #include "zelk/scene/clock.h"
 #include "zelk/scene/file.h"
+#include "zelk/scene/file_form.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/scene/values.h"
+#include "zelk/scene/words.h"
 #include "zelk/text/errors.h"
 
 namespace zelk {
@@ -110,7 +112,7 @@ constexpr char const* kGood = R"({"schema": "zelk-project", "version": 1,
 constexpr char const* kWrongs = R"(: 30|: NaN|3:32|"NaN"
 }}}|}}|3:98|end of input
 "a.png"|"a~.png"|UTF-8
-"version": 1|"version": 2|newer|"2"|version 1
+"version": 1|"version": 2|too new|"2"|version up to 1
 "value": 30|"id": 134|twice|"parameters.rotate.id"
 zelk-|zulk-|"zulk-project"|zelk-project
 , "rate": 25||missing|"comp.rate"
@@ -122,7 +124,7 @@ zelk-|zulk-|"zulk-project"|zelk-project
 : 2,|: 1e8,|parameters.rotate.keys[1].frame|clock
 : 3}|: 3, "in": {"influence": 0}}|keys[1].in.influence|0.1 to 100
 "rotate": {"id": 134|"quality": {"id": 13|quality.value|"30"|High, Super Sample
-"rotate": {"id": 134, "value": 30|"quality": {"value": "low"|quality.keys|vary|2 keys
+"rotate": {"id": 134, "value": 30|"quality": {"value": "low"|parameters.quality|keys:|2 keys
 "rotate": {"id": 134|"reposition-group": {"id": 189|group start
 "rotate": {"id": 134, "value": 30, "keys": [{|"transfer-mode": {"keys": [{"interpolation": "linear", |transfer-mode.keys[0]|hold)";
 
@@ -215,7 +217,7 @@ TEST_F(ProjectFile, TheSchemaAndTheCommandLineKnowTheSameWords) {
         if (!parameter.hasValue()) continue;
         EXPECT_EQ(parameters[name]["properties"]["id"]["const"], parameter.diskId()) << name;
     }
-    std::vector<std::string_view> const modes(modeWords().begin(), modeWords().end());
+    auto const modes = wordsOf(kOverModes);
     EXPECT_EQ(schema["$defs"]["render"]["properties"]["mode"]["enum"], Json(modes));
     expectRefusal("render a -o b --over p --mode ?"_words, 2, {listOf(modes)});
 }
@@ -229,7 +231,7 @@ TEST_F(ProjectFile, CommandsMakeShowAndCheckOne) {
     std::string const own = "s.zelk.json", moved = "plates/s.zelk.json";
     Scene project = readScene(at(own));
     EXPECT_EQ(project.plate->file.written, "plates/p.####.ppm");
-    project.parameters = {{kParamRotate, {}, 30., {{12, 1., {}, {}, {}}, {13.5, 2., {}, {}, {}}}}};
+    project.parameters = {{"rotate", {}, 30., {{12, 1., {}, {}, {}}, {13.5, 2., {}, {}, {}}}}};
     writeScene(project, at(moved));  // the pictures stay where they are
     for (std::string const& each : {own, moved})
         EXPECT_EQ(run({"project", "check", each}).out, each + ": good\n");
