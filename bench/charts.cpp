@@ -1,5 +1,8 @@
 // Figures as pictures: motion blur's error over its samples, and the tent blur against a direct sum
 // in result and cost. Usage: zelk_charts FOLDER, which is made when it isn't there.
+//
+// Both call the function that they measure, and no chart shows a frame: the moving edge needs pins
+// that are an exact function of time and float values that no file has rounded, the blur one line.
 #include <algorithm>
 #include <chrono>
 #include <cmath>

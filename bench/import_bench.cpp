@@ -14,6 +14,7 @@
 #include "zelk/render/module_road.h"
 #include "zelk/render/track_import.h"
 #include "zelk/scene/parameter_names.h"
+#include "zelk/scene/track_use.h"
 #include "zelk/tracks/track.h"
 
 namespace {
@@ -51,7 +52,7 @@ struct Effect {
         host.resetParameters(kWidth, kHeight);
     }
     void import(TrackUse const& use, int keys) {
-        if (importTrack(host, use, {kWidth, kHeight}) != 4u * static_cast<unsigned>(keys))
+        if (importTrack(host, {}, use, {kWidth, kHeight}) != 4u * static_cast<unsigned>(keys))
             throw std::runtime_error("keys are missing");
     }
     void render(int frame) {

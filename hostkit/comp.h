@@ -1,13 +1,19 @@
-// The composition that holds the layer, its camera, and the frames that it asks for.
+// A composition in plain data: its clock and shutter, the depth of its pixels, and how keys are
+// joined. Programs include it for a scene (zelk/scene/scene.h).
 //
-// The layer starts with the composition: layer time and comp time are one clock, which starts at
-// the first frame shown. Lengths in pixels of the composition, angles in degrees.
+// Lengths in pixels of the composition, angles in degrees, y down.
 #pragma once
 
-#include "hostkit/time_base.h"
-#include "platform/effect_api/aegp_suites.h"
+#include <cstdint>
 
 namespace zelk {
+
+/// The clock: a frame lasts `step` units of 1 / `scale` seconds. Both are at least 1; a step of
+/// 1000 or more gives the shutter its moments within a frame.
+struct TimeBase {
+    std::uint32_t scale = 24000;
+    std::int32_t step = 1000;
+};
 
 /// A composition. Its shutter works only with motion blur on.
 struct Comp {
@@ -22,42 +28,19 @@ struct Comp {
     double shutterPhaseDeg = -90;  ///< where the shutter opens, from the frame's time
 };
 
-/// The camera that looks at the layer, the same at all times.
-struct Camera {
-    QV_Matrix4 matrix{};
-    double planeDistance = 0;  ///< to the image plane
-    A_short planeWidth = 0;    ///< of the image plane
-    A_short planeHeight = 0;
-    double zoom = 0;
+/// Of a channel: 8 bits up to 255, 16 bits up to 32768, or float with white at 1.
+enum class Depth { k8, k16, kFloat };
+
+/// How a value goes on from a key to the next.
+enum class Interpolation { kHold, kLinear, kBezier };
+
+/// One handle of a bezier interpolation.
+struct Ease {
+    double influencePercent = 100.0 / 3;  ///< 0.1 to 100, of the interval between the two keys
+    /// Value units a second at the key. For several numbers: units of distance a second along the
+    /// segment (pixels for a point), and never beyond the segment's ends.
+    double speed = 0;
+    bool operator==(Ease const&) const = default;
 };
-
-/// The shutter of a frame. Off (angle 0, phase 0) unless motion blur is on.
-struct Shutter {
-    double angleDeg = 0;
-    double phaseDeg = 0;
-};
-
-/// The frame that a render is asked for.
-struct FrameRequest {
-    TimeBase timeBase;
-    A_long time = 0;       ///< host time units
-    A_long totalTime = 0;  ///< length of the layer; 0 stands for one frame
-    int downsample = 1;    ///< 1 for full resolution, 2 for half
-    int layerWidth = 0;    ///< at full resolution; 0 stands for the input's times downsample
-    int layerHeight = 0;
-    double pixelAspect = 1.0;  ///< width over height
-    PF_Field field = PF_Field_FRAME;
-    PF_Quality quality = PF_Quality_HI;
-    Shutter shutter;
-};
-
-/// Throws HostError for a composition without area, length, pixel aspect or clock, with numbers
-/// that are not finite, or longer than the clock's 32 bits reach.
-void requireSound(Comp const& comp);
-
-/// The request for the frame of that number, which may lie outside the composition's duration:
-/// time, total time, clock, pixel aspect and, with motion blur on, the shutter. HostError as
-/// requireSound, and for a frame that the clock's 32 bits do not reach.
-FrameRequest frameRequest(Comp const& comp, int frameNumber);
 
 }  // namespace zelk

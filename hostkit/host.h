@@ -17,8 +17,9 @@
 #include <vector>
 
 #include "hostkit/call_monitor.h"
-#include "hostkit/comp.h"
+#include "hostkit/camera.h"
 #include "hostkit/error.h"
+#include "hostkit/frame_request.h"
 #include "hostkit/host_identity.h"
 #include "hostkit/module_resource.h"
 #include "hostkit/parameters.h"

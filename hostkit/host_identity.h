@@ -1,9 +1,6 @@
 // Which motion graphics host hostkit claims to be.
 #pragma once
 
-#include <array>
-#include <string_view>
-
 #include "platform/effect_api/effect_types.h"
 
 namespace zelk {
@@ -20,20 +17,5 @@ struct HostIdentity {
                version.minor == other.version.minor;
     }
 };
-
-/// A host that can be asked for by name, such as "FXTC".
-struct NamedHost {
-    std::string_view name;
-    HostIdentity identity;
-    std::string_view title;
-};
-
-/// Every host that the effect tells apart, in its present, modern version.
-inline constexpr std::array<NamedHost, 4> kKnownHosts = {{
-    {"FXTC", {kAppAfterEffects, {13, 27}}, "After Effects"},
-    {"PrMr", {kAppPremierePro, {13, 27}}, "Premiere Pro"},
-    {"KeyG", {kAppFinalCutPro, {13, 27}}, "Final Cut Pro"},
-    {"MOTN", {kAppMotion, {13, 27}}, "Motion"},
-}};
 
 }  // namespace zelk

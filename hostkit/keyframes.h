@@ -21,6 +21,7 @@
 #include <deque>
 #include <optional>
 
+#include "hostkit/comp.h"
 #include "platform/effect_api/effect_types.h"
 
 namespace zelk {
@@ -38,18 +39,6 @@ struct KeyTime {
 
 /// The numbers of a value; those beyond the track's count are not read.
 using KeyValue = std::array<double, 4>;
-
-/// How the value goes on from a key to the next.
-enum class Interpolation { kHold, kLinear, kBezier };
-
-/// One handle of a bezier interpolation.
-struct Ease {
-    double influencePercent = 100.0 / 3;  ///< 0.1 to 100, of the interval between the two keys
-    /// Value units a second at the key. For several numbers: units of distance a second along the
-    /// segment (pixels for a point), and never beyond the segment's ends.
-    double speed = 0;
-    bool operator==(Ease const&) const = default;
-};
 
 struct Keyframe {
     KeyTime time;

@@ -10,11 +10,10 @@
 #include <memory>
 
 #include "Transform/Common/PixelMemory.h"
+#include "hostkit/comp.h"
 #include "platform/effect_api/effect_types.h"
 
 namespace zelk {
-
-enum class Depth { k8, k16, kFloat };
 
 /// Bytes of one channel: 1, 2 or 4.
 constexpr int channelBytes(Depth depth) {

@@ -24,6 +24,16 @@ namespace zelk {
 
 namespace {
 
+constexpr char const* kExitCodesHelp =
+    "Exit codes:\n"
+    "  0  done\n"
+    "  1  the render failed\n"
+    "  2  usage: an option or a value is wrong\n"
+    "  3  the layer, plate, project, tracking data or module is missing or unreadable\n"
+    "  4  the output is not writable\n"
+    "  5  some frames failed, others are written\n"
+    "  130  interrupted; what is written is whole";
+
 /// An option whose value may be left out, and the word that then stands for it.
 struct OptionalValue {
     std::string_view option;

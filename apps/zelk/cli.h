@@ -1,7 +1,7 @@
 // The command line: arguments to a command, and its run.
 #pragma once
 
-#include "zelk/text/exit_codes.h"
+#include "zelk/text/errors.h"
 
 namespace zelk {
 

@@ -12,7 +12,7 @@
 
 #include <string>
 
-#include "zelk/text/exit_codes.h"
+#include "zelk/text/errors.h"
 
 namespace CLI {
 class App;

@@ -8,10 +8,9 @@
 #include "hostkit/edit_session.h"
 #include "zelk/files/output_place.h"
 #include "zelk/files/standard_output.h"
-#include "zelk/render/load_module.h"
+#include "zelk/render/frame_stages.h"
 #include "zelk/scene/file.h"
 #include "zelk/scene/parameter_names.h"
-#include "zelk/scene/values.h"
 #include "zelk/text/errors.h"
 #include "zelk/text/numbers.h"
 
@@ -99,20 +98,19 @@ ExitCode DragCommand::run(Invocation const&) {
 
     requireNew(m_output.value_or(file), !m_output || m_force);
     Scene const scene = m_scene.edited(readScene(file));
-    auto const host = loadModule(scene);
-    PixelSize const size = {scene.comp.width, scene.comp.height};
-    setUp(*host, scene, size);
-    if (!host->registeredCustomUi())
-        throw UserError(ExitCode::kUsage,
-                        "--host: the effect has no panels in that host; give another");
-    EditSession session(*host, size.width, size.height);
-    session.setFrame(view.frame.value_or(scene.comp.startFrame));
+    FrameStages renderer(scene);
+    requirePanels(renderer.host());
+    int const frame = view.frame.value_or(scene.comp.startFrame);
+    renderer.beginEdit(frame);
+    PixelSize const size = renderer.frameSize();
+    requireOneSpace(view, renderer.layerSize(), size);
+    EditSession session(renderer.host(), size.width, size.height);
+    session.setFrame(frame);
     session.panel().shows = view.panel;
     session.panel().zoom = view.zoom;
     std::string const moves = drag(session, mouse);
     if (!m_dryRun)
-        writeScene(sceneOf(scene, host->parameters(), size), m_output.value_or(file),
-                   !m_output || m_force);
+        writeScene(renderer.settledScene(), m_output.value_or(file), !m_output || m_force);
     print(moves.empty() ? file + ": nothing moved\n" : moves);
     return ExitCode::kDone;
 }

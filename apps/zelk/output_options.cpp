@@ -26,4 +26,10 @@ RunOptions OutputOptions::run(Invocation const& how) const {
     return run;
 }
 
+void addPictureOptions(OptionAdder const& add, SceneOptions& scene, OutputOptions& output) {
+    scene.add(add, {"layer", "output", "over", "size"});
+    output.addFileOptions(add);
+    scene.add(add, {"to", "from", "track", "track-from", "view", "quality", "set"});
+}
+
 }  // namespace zelk

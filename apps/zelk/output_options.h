@@ -6,6 +6,7 @@
 
 #include "apps/zelk/command.h"
 #include "apps/zelk/option_adder.h"
+#include "apps/zelk/scene_options.h"
 #include "zelk/render/run_options.h"
 
 namespace zelk {
@@ -20,5 +21,8 @@ private:
     bool m_noClobber = false, m_inPlace = false, m_dropsMetadata = false;
     std::optional<std::string> m_threads;
 };
+
+/// What `render` and `overlay` share: files, pins and quality.
+void addPictureOptions(OptionAdder const& add, SceneOptions& scene, OutputOptions& output);
 
 }  // namespace zelk

@@ -10,15 +10,15 @@
 #include "apps/zelk/warnings.h"
 #include "hostkit/host.h"
 #include "zelk/pictures/writer.h"
-#include "zelk/render/frame_renderer.h"
+#include "zelk/render/frame_stages.h"
 #include "zelk/render/setup.h"
-#include "zelk/scene/check.h"
 #include "zelk/scene/edits.h"
 #include "zelk/scene/inputs.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/sequence/schedule.h"
 #include "zelk/text/errors.h"
 #include "zelk/text/numbers.h"
+#include "zelk/tracks/track.h"
 
 namespace zelk {
 
@@ -64,28 +64,17 @@ int frameOf(Scene const& scene, std::optional<int> frame) {
     return scene.frames ? parseFrameRange("--frames", *scene.frames).front() : 1;
 }
 
-/// A layer's panel shows the layer; the pins of both quads must lie in its space.
-World shownPicture(FrameRenderer& renderer, int frame, PF_WindowType panel) {
-    if (panel == PF_Window_COMP) return renderer.world(frame);
-    PixelSize const own = renderer.layerSize(), whole = renderer.frameSize();
-    if (own.width != whole.width || own.height != whole.height)
-        throw UserError(
-            ExitCode::kUsage,
-            "--panel layer needs To Pins in the layer's own frame; here it has another size");
-    return renderer.layerWorld(frame);
-}
-
-void writeOverlay(FrameRenderer& renderer, PanelPicture const& ask, RunOptions const& run) {
+void writeOverlay(FrameStages& renderer, PanelPicture const& ask, RunOptions const& run) {
     Scene const& scene = renderer.scene();
-    if (!renderer.host().registeredCustomUi())
-        throw UserError(ExitCode::kUsage,
-                        "--host: the effect has no panels in that host; give another");
+    requirePanels(renderer.host());
     std::filesystem::path const output = scene.outputPath();
     checkTarget(output, run.noClobber);
     int const frame = frameOf(scene, ask.view.frame);
     requireNoInput(scene, renderer.files(), run.inPlace, frame, output);
     renderer.beginAt(frame);
-    World const picture = shownPicture(renderer, frame, ask.view.panel);
+    requireOneSpace(ask.view, renderer.layerSize(), renderer.frameSize());
+    bool const isComp = ask.view.panel == PF_Window_COMP;
+    World const picture = isComp ? renderer.world(frame) : renderer.layerWorld(frame);
     Panel panel;
     panel.shows = ask.view.panel;
     panel.zoom = ask.view.zoom;
@@ -98,7 +87,7 @@ void writeOverlay(FrameRenderer& renderer, PanelPicture const& ask, RunOptions c
     WriteRequest file = writeRequestOf(run);
     file.opaque = true;
     tellWarnings(writePicture(canvas.toWorld(), output, file).warnings);
-    tellWarnings(renderer.takeWarnings());
+    tellWarnings(renderer.warnings().take());
 }
 
 }  // namespace
@@ -111,9 +100,7 @@ CommandInfo const OverlayCommand::kInfo = {
 
 void OverlayCommand::addOptions(CLI::App& app) {
     OptionAdder const add(app);
-    m_scene.add(add, {"layer", "output", "over", "size"});
-    m_output.addFileOptions(add);
-    m_scene.add(add, {"to", "from", "track", "track-from", "view", "quality", "set"});
+    addPictureOptions(add, m_scene, m_output);
     m_output.addThreads(add);
     m_scene.add(add, "mode");
     add.text("Panel", "--project", m_project, "FILE",
@@ -128,16 +115,15 @@ ExitCode OverlayCommand::run(Invocation const& how) {
     Scene own = sceneOfProject(m_project);
     own.output.reset();  // that of its render
     Scene scene = m_scene.edited(std::move(own));
-    checkScene(scene);
-    requireOutput(scene);
+    checkTyped(scene);
     PanelPicture ask{m_panel.view()};
     if (m_margin) ask.marginPx = wholeInRange("--margin", *m_margin, 0, kMostMargin);
     RunOptions run = m_output.run(how);
     run.inFlight = 1;
     useThreads(run.threads);
     scene.downsample.reset();
-    setParameter(scene, kParamGrowBounds, 0.0, "overlay");  // a panel shows the frame itself
-    FrameRenderer renderer(scene, run);
+    setParameter(scene, "grow-bounds", 0.0, "overlay");  // a panel shows the frame itself
+    FrameStages renderer(scene, run);
     writeOverlay(renderer, ask, run);
     return ExitCode::kDone;
 }

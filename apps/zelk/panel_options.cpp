@@ -2,6 +2,7 @@
 #include "apps/zelk/panel_options.h"
 
 #include "zelk/text/choices.h"
+#include "zelk/tracks/track.h"
 
 namespace zelk {
 
@@ -22,6 +23,20 @@ double parseZoom(std::string const& text) {
 
 }  // namespace
 
+void requirePanels(Host const& host) {
+    if (!host.registeredCustomUi())
+        throw UserError(ExitCode::kUsage,
+                        "--host: the effect has no panels in that host: use another");
+}
+
+void requireOneSpace(PanelView const& view, PixelSize layer, PixelSize frame) {
+    bool const isOne = layer.width == frame.width && layer.height == frame.height;
+    if (view.panel == PF_Window_LAYER && !isOne)
+        throw UserError(
+            ExitCode::kUsage,
+            "--panel layer needs To Pins in the layer's own frame; here it has another size");
+}
+
 void PanelOptions::add(OptionAdder const& add) {
     add.text("Panel", "--frame", m_frame, "N", "The frame that is shown (the first)");
     add.text("Panel", "--zoom", m_zoom, "ZOOM", "Panel pixels to a pixel: 0.5, 2 or 200% (1)");
@@ -29,9 +44,8 @@ void PanelOptions::add(OptionAdder const& add) {
 }
 
 PanelView PanelOptions::view() const {
-    constexpr int kMostFrames = 10'000'000;
     PanelView view;
-    if (m_frame) view.frame = wholeInRange("--frame", *m_frame, -kMostFrames, kMostFrames);
+    if (m_frame) view.frame = wholeInRange("--frame", *m_frame, -kLargestFrame, kLargestFrame);
     if (m_zoom) view.zoom = parseZoom(*m_zoom);
     if (m_panel) view.panel = pick(kPanels, "--panel", *m_panel);
     return view;

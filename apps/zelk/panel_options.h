@@ -5,7 +5,9 @@
 #include <string>
 
 #include "apps/zelk/option_adder.h"
+#include "hostkit/host.h"
 #include "platform/effect_api/effect_events.h"
+#include "zelk/pictures/pixel_size.h"
 
 namespace zelk {
 
@@ -15,6 +17,12 @@ struct PanelView {
     double zoom = 1;
     PF_WindowType panel = PF_Window_COMP;
 };
+
+/// Throws a usage error for a host in which the effect has no panels.
+void requirePanels(Host const& host);
+/// A layer's panel shows the layer: throws a usage error where the pins of both quads don't lie in
+/// its space.
+void requireOneSpace(PanelView const& view, PixelSize layer, PixelSize frame);
 
 class PanelOptions {
 public:

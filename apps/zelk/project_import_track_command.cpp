@@ -4,14 +4,26 @@
 #include <fmt/format.h>
 
 #include "apps/zelk/warnings.h"
+#include "hostkit/host.h"
 #include "zelk/files/standard_output.h"
-#include "zelk/render/load_module.h"
-#include "zelk/render/track_import.h"
+#include "zelk/render/frame_stages.h"
 #include "zelk/scene/file.h"
-#include "zelk/scene/values.h"
+#include "zelk/scene/parameter_names.h"
+#include "zelk/scene/track_use.h"
 #include "zelk/text/choices.h"
 
 namespace zelk {
+
+namespace {
+
+std::size_t keysOf(std::vector<Parameter> const& parameters, TrackedPins pins) {
+    int const first = pins == TrackedPins::kTo ? kToPins : kFromPins;
+    std::size_t keys = 0;
+    for (int i = first; i < first + 4; ++i) keys += parameterIn(parameters, i).track().size();
+    return keys;
+}
+
+}  // namespace
 
 CommandInfo const ProjectImportTrackCommand::kInfo = {
     "project import-track", "Put tracking data onto a project's pins", "FILE TRACK [OPTIONS]",
@@ -32,14 +44,13 @@ ExitCode ProjectImportTrackCommand::run(Invocation const&) {
     std::string const file = m_file.name();
     std::string const track = required(m_track.value_or(""), "TRACK", "a tracking file");
     auto const pins = m_pins ? pick(kPins, "--pins", *m_pins) : TrackedPins::kTo;
-    Scene const scene = m_scene.edited(readScene(file));
-    TrackUse const use = readTrackUse(track, pins);
-    auto const host = loadModule(scene);
-    PixelSize const size = {scene.comp.width, scene.comp.height};
-    setUp(*host, scene, size);
-    std::size_t const keys = importTrack(*host, use, size);
-    writeScene(sceneOf(scene, host->parameters(), size), file);
-    tellWarnings(warningsOf(use, {size, scene.comp.startFrame, scene.comp.timeBase.step}));
+    Scene scene = m_scene.edited(readScene(file));
+    scene.tracks.push_back(readTrackUse(track, pins));
+    FrameStages renderer(scene);
+    renderer.beginEdit(scene.comp.startFrame);
+    writeScene(renderer.settledScene(), file);
+    tellWarnings(renderer.warnings().take());
+    std::size_t const keys = keysOf(renderer.host().parameters(), pins);
     print(fmt::format("{}: {} keys on the {} from {}\n", file, keys,
                       pins == TrackedPins::kTo ? "To Pins" : "From Pins", oneLine(track)));
     return ExitCode::kDone;

@@ -5,7 +5,7 @@
 
 #include "zelk/files/standard_output.h"
 #include "zelk/scene/file.h"
-#include "zelk/scene/parameter_names.h"
+#include "zelk/scene/file_form.h"
 #include "zelk/scene/words.h"
 #include "zelk/text/errors.h"
 
@@ -53,7 +53,7 @@ std::string summaryOf(Scene const& scene) {
             row("frames", scene.frames.value_or("")) + row("render", renderText(scene));
     if (!scene.parameters.empty()) text += "parameters that differ from their defaults\n";
     for (SceneParameter const& parameter : scene.parameters)
-        text += row(nameOfParameter(parameter.index), settingText(parameter));
+        text += row(parameter.name, settingText(parameter));
     return text;
 }
 

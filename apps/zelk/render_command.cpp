@@ -1,7 +1,6 @@
 // Options of a render, and its run; see render_command.h.
 #include "apps/zelk/render_command.h"
 
-#include "zelk/scene/check.h"
 #include "zelk/sequence/render_frames.h"
 #include "zelk/text/choices.h"
 
@@ -48,10 +47,8 @@ CommandInfo const RenderCommand::kInfo = {
 
 void RenderCommand::addOptions(CLI::App& app) {
     OptionAdder const add(app);
-    m_scene.add(add, {"layer", "output", "over", "size"});
-    m_output.addFileOptions(add);
-    m_scene.add(add, {"to", "from", "track", "track-from", "view", "quality", "set", "depth",
-                      "downsample"});
+    addPictureOptions(add, m_scene, m_output);
+    m_scene.add(add, {"depth", "downsample"});
     m_output.addThreads(add);
     m_scene.add(add, {"road", "grow", "frames"});
     add.text("Time", "--project", m_project, "FILE",
@@ -80,8 +77,7 @@ ExitCode RenderCommand::run(Invocation const& how) {
         throw UserError(ExitCode::kUsage,
                         "--explain does not go with --dry-run, which renders nothing");
     Scene const scene = m_scene.edited(sceneOfProject(m_project));
-    checkScene(scene);
-    requireOutput(scene);
+    checkTyped(scene);
     return renderFrames(scene, run);
 }
 

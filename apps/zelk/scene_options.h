@@ -31,6 +31,10 @@ private:
     bool m_isPlain = false;
 };
 
+/// Whether a scene can be rendered to its output, in the words of the command line where layer or
+/// output are missing. Throws as checkScene.
+void checkTyped(Scene const& scene);
+
 /// A scene from --project, or an empty one.
 Scene sceneOfProject(std::optional<std::string> const& project);
 

@@ -49,9 +49,8 @@ double parseAspect(std::string const& text) {
 }
 
 std::optional<double> framesOf(char const* option, std::optional<std::string> const& text) {
-    constexpr double kMostFrames = 10'000'000;
     if (!text) return std::nullopt;
-    return numberInRange(option, *text, -kMostFrames, kMostFrames);
+    return numberInRange(option, *text, -kLargestFrame, kLargestFrame);
 }
 
 }  // namespace
@@ -60,8 +59,7 @@ void requireSize(Track const& track, std::string const& option, std::string cons
     if (track.hasSize()) return;
     throw UserError(
         ExitCode::kUsage,
-        fmt::format("{} needs the frame's size, which {} does not tell: give --size WxH", option,
-                    value));
+        fmt::format("{} needs the frame's size, which {} lacks: give --size WxH", option, value));
 }
 
 TrackSummary summaryOf(Track const& track) {
@@ -79,7 +77,7 @@ TrackSummary summaryOf(Track const& track) {
 
 void TrackOptions::add(OptionAdder const& add) {
     add.text("Files", "--format", m_format, "FORM",
-             "How the file is read (as its text tells): " + trackFormatNames());
+             "How the file is read (by its text): " + trackFormatNames());
     add.text("Track", "--size", m_size, "WxH", "Of the frame (the file's own)");
     add.text("Track", "--rate", m_rate, "FPS", "Frames a second (the file's own)");
     add.text("Track", "--corners", m_corners, "A,B,C,D",

@@ -53,7 +53,7 @@ TemporaryFile::TemporaryFile(fs::path const& target) : m_target(behindLinks(targ
 /// 0, or the system's error.
 int TemporaryFile::create() {
     std::string const lastWords =
-        fmt::format("zelk: {}\n", unwritable(m_target, "the picture's writer gave up").what());
+        fmt::format("zelk: {}\n", unwritable(m_target, "the picture could not be finished").what());
     for (int attempt = 0; attempt < 100; ++attempt) {
         std::string const name = temporaryName(m_target, attempt);
         m_unfinished.emplace(m_folder, name, lastWords);  // first: a signal may come at any time

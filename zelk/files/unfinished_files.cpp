@@ -14,7 +14,7 @@
 #include <utility>
 
 #include "zelk/files/quiet_libraries.h"
-#include "zelk/text/exit_codes.h"
+#include "zelk/text/errors.h"
 
 namespace zelk {
 

@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "zelk/files/frame_names.h"
-#include "zelk/inputs/missing_input.h"
 #include "zelk/movies/frames.h"
 #include "zelk/pictures/buffer.h"
 #include "zelk/pictures/reader.h"

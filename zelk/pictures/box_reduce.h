@@ -19,10 +19,8 @@ public:
     /// `width` in pixels of the full picture, `n` at least 1 and at most `width`.
     BoxReducer(int width, int n);
 
-    int reducedWidth() const { return m_reducedWidth; }
-
     /// Takes the next row of `width` pixels. True when it completes a block of N rows: `reduced`
-    /// then holds a row of reducedWidth() pixels.
+    /// then holds a row of width / n pixels.
     bool add(Channel const* rgba, Channel* reduced);
 
 private:

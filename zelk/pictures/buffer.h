@@ -1,4 +1,4 @@
-// A picture in memory, for programs whose pictures are in no file.
+// Pictures that come from no file: pixels in memory, and what stands for a file that is not there.
 //
 // Rows go from the top, channels red, green, blue, alpha; one channel is grey, two are grey and
 // alpha. Values stand as in files: white is 255, 65535 or 1.
@@ -23,6 +23,14 @@ struct PictureBuffer {
     bool isAssociated = false;           ///< colour is stored times alpha
     std::ptrdiff_t rowBytes = 0;         ///< from row to row, also negative; 0 for packed rows
     std::shared_ptr<void const> pixels;  ///< of the upper left one
+};
+
+/// What becomes of a frame whose layer or plate is not there.
+enum class MissingInput {
+    kStop,   ///< the run ends before it
+    kHold,   ///< the nearest frame before it that is there, else after it
+    kSkip,   ///< it is left out
+    kBlack,  ///< a transparent layer, an opaque black plate
 };
 
 /// Throws an input error for a buffer without pixels, of an impossible size or channel count, or

@@ -1,5 +1,8 @@
-// Sizes of pictures and frames.
+// Sizes and points in pictures and frames: pixels, y down. 0,0 is the outer corner of the first
+// pixel and width,height that of the last.
 #pragma once
+
+#include <array>
 
 namespace zelk {
 
@@ -8,6 +11,15 @@ inline constexpr int kLargestPx = 32767;
 
 struct PixelSize {
     int width = 0, height = 0;
+    bool operator==(PixelSize const&) const = default;
 };
+
+struct Point {
+    double x = 0, y = 0;
+    bool operator==(Point const&) const = default;
+};
+
+/// Upper left, upper right, lower left, lower right.
+using Corners = std::array<Point, 4>;
 
 }  // namespace zelk

@@ -55,13 +55,6 @@ char const* filterName(int filter) {
     return filter == kFilterNearest ? "nearest" : filter == kFilterBilinear ? "bilinear" : "parzen";
 }
 
-std::string hostName(HostIdentity const& host) {
-    for (NamedHost const& known : kKnownHosts)
-        if (known.identity.applId == host.applId)
-            return fmt::format("{} {}.{}", known.name, host.version.major, host.version.minor);
-    return "unknown";
-}
-
 }  // namespace
 
 PlanReport planOf(std::vector<Parameter> const& parameters, PinFrame const& frame) {
@@ -124,7 +117,7 @@ void StageClock::lap(std::string name) {
 std::string asText(Explanation const& e) {
     std::string text =
         fmt::format("road      {}{}\n", wordOf(kRoadWords, e.road), e.isPlain ? ", plain" : "");
-    if (e.road == Road::kModule) text += fmt::format("host      {}\n", hostName(e.host));
+    if (e.road == Road::kModule) text += fmt::format("host      {}\n", e.host);
     text += fmt::format("layer     {} x {}\nframe     {} x {}\n", e.layer.width, e.layer.height,
                         e.frame.width, e.frame.height);
     if (e.margin.width > 0 || e.margin.height > 0)
@@ -151,7 +144,7 @@ std::string asJson(Explanation const& e) {
     nlohmann::ordered_json json;
     json["road"] = wordOf(kRoadWords, e.road);
     json["plain"] = e.isPlain;
-    if (e.road == Road::kModule) json["host"] = hostName(e.host);
+    if (e.road == Road::kModule) json["host"] = e.host;
     json["layer"] = {{"width", e.layer.width}, {"height", e.layer.height}};
     json["frame"] = {{"width", e.frame.width}, {"height", e.frame.height}};
     json["margin"] = {{"x", e.margin.width}, {"y", e.margin.height}};

@@ -61,7 +61,7 @@ private:
 
 struct Explanation {
     Road road = Road::kModule;
-    HostIdentity host;       ///< on the module road
+    std::string host;        ///< "FXTC 13.27", on the module road
     bool isPlain = false;    ///< the module by PF_Cmd_RENDER
     PixelSize layer, frame;  ///< pixels at the render's resolution
     PixelSize margin;        ///< of the frame, around the layer on each side

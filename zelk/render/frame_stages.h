@@ -1,18 +1,31 @@
-// What passes between the stages of a frame, for runs that overlap them; see frame_renderer.h.
+// FrameStages: what a FrameRenderer is made of. A run over many frames takes the three stages
+// apart, so that they overlap: load reads, render computes, store writes. load, check and store may
+// be called on other threads than render; render is for one thread at a time, as the module is.
 #pragma once
 
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <set>
 #include <string>
 #include <vector>
 
-#include "hostkit/world.h"
+#include "hostkit/host.h"
+#include "zelk/movies/writer.h"
 #include "zelk/pictures/reader.h"
 #include "zelk/pictures/writer.h"
+#include "zelk/render/memory_road.h"
 #include "zelk/render/module_road.h"
+#include "zelk/render/run_options.h"
+#include "zelk/scene/inputs.h"
+#include "zelk/scene/quad_check.h"
 
 namespace zelk {
+
+struct Explanation;  // explanation.h
 
 /// What was read of a frame.
 struct LoadedFrame {
@@ -38,6 +51,99 @@ private:
     std::mutex m_mutex;
     std::set<std::string> m_seen;
     std::vector<std::string> m_new;
+};
+
+/// Truncated.
+inline PixelSize reduced(PixelSize size, int reduce) {
+    return {size.width / reduce, size.height / reduce};
+}
+
+class FrameStages {
+public:
+    /// As FrameRenderer. `explanation`, which may be null, is filled on the way of a frame that is
+    /// the only one.
+    explicit FrameStages(Scene scene, RunOptions run = {}, Explanation* explanation = nullptr);
+
+    Scene const& scene() const { return m_scene; }
+    RunOptions const& run() const { return m_run; }
+    SceneFiles const& files() const { return m_files; }
+    Host& host() { return *m_host; }  ///< with the scene's values after begin
+    Warnings& warnings() { return m_warnings; }
+
+    /// Settles sizes, composition and values for these frames; see FrameRenderer.
+    void begin(std::vector<int> const& frames);
+    /// The same for one frame, whose pictures must be there, unless it is among those already.
+    void beginAt(int frame);
+    /// The same for who changes values and renders nothing: a picture that can't be opened has the
+    /// composition's size.
+    void beginEdit(int frame);
+    // After begin:
+    PixelSize layerSize() const { return m_sizes.layer; }
+    PixelSize frameSize() const { return m_sizes.frame; }
+    FrameRequest momentOf(int frame) const;
+    /// The scene with the values that the host has now.
+    Scene settledScene() const;
+
+    /// FrameRenderer's picture, as a world.
+    World world(int frame, PreviewOptions const& options = {});
+    World layerWorld(int frame);  ///< the layer alone, straight
+
+    /// What `load` and `store` would refuse of a frame, as far as its files' headers, the output's
+    /// place and its writer tell. Reads no pixels and writes nothing.
+    void check(int frame);
+    LoadedFrame load(int frame, int reduce = 1);
+    RenderedFrame render(int frame, LoadedFrame loaded);
+    void store(int frame, RenderedFrame const& rendered);
+    /// After the last frame of a movie; false when `stop` was set before it was whole.
+    bool finishMovie(std::atomic<bool> const& stop);
+    /// Throws an input error where the frames in flight are more than the memory allows. On the
+    /// module road `load` asks for the memory of each frame.
+    void checkMemory() const;
+
+    void stop() { m_isStopped = true; }
+    std::atomic<bool> const& isStopped() const { return m_isStopped; }
+    void onStage(std::function<void(char const* stage)> listener) {
+        m_listener = std::move(listener);
+    }
+
+private:
+    bool isModule() const { return m_scene.roadTaken() == Road::kModule; }
+    void settleComp(std::vector<int> const& frames);
+    void readSizes(std::vector<int> const& frames);
+    void settleSizes(std::optional<PictureReader> const& layer,
+                     std::optional<PictureReader> const& plate, ImageSizes const& unknown);
+    void settleValues(std::vector<int> const& frames);
+    void requireReduced(int reduce) const;
+    PictureReader openSized(InputPicture const& file, PixelSize size) const;
+    World loadLayer(std::optional<InputPicture> const& file, PictureTraits& traits,
+                    LoadedFrame& loaded);
+    void loadPlate(std::optional<InputPicture> const& file, PictureTraits& traits,
+                   LoadedFrame& loaded);
+    void settleOutput(PictureTraits const& layer, PictureTraits const& plate, LoadedFrame& loaded);
+    std::uint64_t bytesInFlight() const;
+    PinFrame pinFrameOf(ModuleRender const& ask, int reduce) const;
+    void plan(PinFrame const& frame, FrameRequest const& moment, Depth depth);
+    World renderedByModule(LoadedFrame& loaded, FrameRequest const& moment);
+    World renderedInMemory(LoadedFrame& loaded, FrameRequest const& moment);
+    void storeInMovie(RenderedFrame const& rendered);
+    void endStage(char const* stage);
+
+    Scene m_scene;
+    RunOptions m_run;
+    std::unique_ptr<Host> m_host;
+    SceneFiles m_files;
+    Comp m_comp;
+    std::vector<int> m_frames;   ///< of begin
+    std::size_t m_inFlight = 1;  ///< frames; with 1 of them nothing overlaps
+    ImageSizes m_sizes;
+    PictureTraits m_layerTraits, m_plateTraits;  ///< also a black picture's
+    ModuleRender m_ask;
+    Warnings m_warnings;
+    std::optional<MovieWriter> m_movie;
+    bool m_isMovieChecked = false;
+    Explanation* m_explanation;
+    std::function<void(char const* stage)> m_listener;
+    std::atomic<bool> m_isStopped{false};
 };
 
 }  // namespace zelk

@@ -3,16 +3,24 @@
 
 #include <dlfcn.h>
 
+#include <fmt/format.h>
+
+#include <array>
 #include <string_view>
 
 #include "platform/services/FileChooser.h"
 
 #include "zelk/scene/parameter_names.h"
+#include "zelk/scene/refusal.h"
 #include "zelk/text/errors.h"
 
 namespace zelk {
 
 namespace {
+
+/// In the order of HostApp.
+constexpr std::array<A_u_long, 4> kApplIds = {kAppAfterEffects, kAppPremierePro, kAppFinalCutPro,
+                                              kAppMotion};
 
 /// A host's sentence without the file that this program's own sentence starts with.
 std::string reasonOf(HostError const& error, std::string const& file) {
@@ -36,10 +44,11 @@ std::unique_ptr<Host> loadModule(Scene const& scene) {
     std::string const file = module.string();
     std::error_code fault;
     if (!std::filesystem::is_regular_file(module, fault)) {
-        throw UserError(ExitCode::kInput, file + ": no such module (see --module)");
+        throw UserError(ExitCode::kInput, fmt::format("{}: no such module: give it by {}", file,
+                                                      spelled(scene, "module")));
     }
     HostOptions options;
-    if (scene.host) options.identity = *scene.host;
+    options.identity.applId = kApplIds.at(static_cast<std::size_t>(scene.hostApp()));
     std::unique_ptr<Host> host;
     try {
         host = std::make_unique<Host>(module, options);
@@ -52,7 +61,7 @@ std::unique_ptr<Host> loadModule(Scene const& scene) {
                         {file, "cannot be loaded: " + reasonOf(error, file), "", expected});
     }
     if (host->parameters().size() != kParameterCount) {
-        throw UserError(ExitCode::kInput, {file, "wrong number of parameters,",
+        throw UserError(ExitCode::kInput, {file, "is another effect, by its number of parameters:",
                                            std::to_string(host->parameters().size()),
                                            std::to_string(kParameterCount)});
     }

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "hostkit/comp.h"
+#include "hostkit/frame_request.h"
 #include "hostkit/parameters.h"
 #include "hostkit/world.h"
 #include "zelk/pictures/pixel_size.h"

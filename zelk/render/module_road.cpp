@@ -7,10 +7,10 @@
 
 #include "Transform/Common/Transform_Core_Render/PassPlan.h"
 #include "zelk/render/memory_budget.h"
-#include "zelk/scene/check.h"
 #include "zelk/scene/effect_result.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/scene/parameter_values.h"
+#include "zelk/scene/refusal.h"
 #include "zelk/text/errors.h"
 
 namespace zelk {

@@ -1,26 +1,22 @@
-// How a run over a scene's frames goes: what it replaces, tells and holds. No pixel depends on it.
-// renderFrames alone heeds skipExisting, dryRun, progress and explain.
+// How a run over a scene's frames goes: what it replaces, prints and holds. No pixel depends on it.
+// renderFrames alone heeds skipExisting, dryRun, progress and explain. Messages call a field as an
+// edit of its name would be: "in-flight", or "--in-flight" on a command line.
 #pragma once
 
-#include <string>
+#include "zelk/render/frame_renderer.h"
 
 namespace zelk {
 
 /// kAuto is the bar on a terminal and plain lines elsewhere.
 enum class ProgressMode { kAuto, kBar, kPlain, kJson, kNone };
 
-/// Whether and how a render tells what it did.
+/// Whether and how a render says what it did.
 enum class Explain { kNo, kText, kJson };
 
-struct RunOptions {
-    bool noClobber = false;     ///< an output that is there is an error
+struct RunOptions : RenderOptions {
     bool skipExisting = false;  ///< a frame whose file is there is left out
-    bool inPlace = false;       ///< the output may be the layer's or plate's own file
-    bool dryRun = false;        ///< only tell what would be read and written
-    bool keepMetadata = true;   ///< of the inputs, in the output
-    std::string history;        ///< the command line as typed, for the output's metadata
+    bool dryRun = false;        ///< only print what would be read and written
     int inFlight = 3;           ///< frames held at a time
-    int threads = 0;            ///< 0 for the runtime's own number
     ProgressMode progress = ProgressMode::kAuto;
     Explain explain = Explain::kNo;
 };

@@ -9,9 +9,9 @@
 
 #include "Transform/Common/PopupEntries.h"
 #include "zelk/render/track_import.h"
-#include "zelk/scene/check.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/scene/parameter_values.h"
+#include "zelk/scene/refusal.h"
 #include "zelk/scene/values.h"
 #include "zelk/text/errors.h"
 
@@ -47,8 +47,9 @@ void copyOpenPins(Scene const& scene, std::vector<Parameter>& parameters) {
     if (isTracked) return;
     for (int corner = 0; corner < 4; ++corner) {
         int const index = kToPins + corner;
-        bool const isSet = std::any_of(scene.parameters.begin(), scene.parameters.end(),
-                                       [index](auto const& entry) { return entry.index == index; });
+        bool const isSet = std::any_of(
+            scene.parameters.begin(), scene.parameters.end(),
+            [index](auto const& entry) { return entry.name == nameOfParameter(index); });
         PF_PointDef const& from = parameterIn(parameters, kFromPins + corner).current.u.td;
         PF_PointDef& to = parameterIn(parameters, index).current.u.td;
         if (isSet) continue;
@@ -99,8 +100,19 @@ void setParameters(Scene const& scene, Host& host, PixelSize layer, PixelSize fr
     host.resetParameters(frame.width, frame.height);
     if (scene.roadTaken() == Road::kMemory) pinWholePicture(host.parameters(), layer);
     setValues(scene, ValuesFrom::kFile, host.parameters());
-    for (TrackUse const& use : scene.tracks) importTrack(host, use, frame);
+    for (TrackUse const& use : scene.tracks) importTrack(host, scene, use, frame);
     setOptionValues(scene, host.parameters());
+}
+
+std::vector<Parameter> defaultsOf(Scene const& scene, std::vector<Parameter> parameters,
+                                  PixelSize layer, PixelSize frame) {
+    for (Parameter& parameter : parameters) {
+        if (!parameter.hasValue()) continue;
+        dropKeys(parameter);
+        resetToDefault(parameter.current = parameter.registered, frame.width, frame.height);
+    }
+    if (scene.roadTaken() == Road::kMemory) pinWholePicture(parameters, layer);
+    return parameters;
 }
 
 std::vector<Parameter> parametersAt(std::vector<Parameter> const& parameters, KeyTime const& time) {
@@ -156,7 +168,7 @@ void checkTransfer(Scene const& scene, std::vector<Parameter> const& parameters)
     Parameter const& transfer = parameterIn(parameters, kParamTransferMode);
     auto const entry = entryOfHost(static_cast<std::int32_t>(numberOf(transfer.current)));
     if (entry > kTransferNone && entry < static_cast<std::int32_t>(transfer.choices.size()))
-        throw refusalOf(scene, kParamTransferMode, kOwnFrameOnly);
+        throw refusalOf(scene, kParamTransferMode, ownFrameOnly(scene));
 }
 
 void addColorWarning(Scene const& scene, PictureTraits const& layer, PictureTraits const& plate,
@@ -184,9 +196,8 @@ void useThreads(int count) {
 }
 
 int engineThreads(Scene const& scene) {
-    bool const isPremiere =
-        scene.roadTaken() == Road::kModule && scene.host && scene.host->applId == kAppPremierePro;
-    return isPremiere ? 1 : omp_get_max_threads();
+    bool const isPremiere = scene.hostApp() == HostApp::kPremierePro;
+    return isPremiere && scene.roadTaken() == Road::kModule ? 1 : omp_get_max_threads();
 }
 
 }  // namespace zelk

@@ -20,6 +20,10 @@ void setOptionValues(Scene const& scene, std::vector<Parameter>& parameters);
 /// From Pins start at the layer's corners and all other points at the frame's.
 void setParameters(Scene const& scene, Host& host, PixelSize layer, PixelSize frame);
 
+/// The parameters as that layer and frame have them before anything is set.
+std::vector<Parameter> defaultsOf(Scene const& scene, std::vector<Parameter> parameters,
+                                  PixelSize layer, PixelSize frame);
+
 /// The parameters with their values at a moment as `current`.
 std::vector<Parameter> parametersAt(std::vector<Parameter> const& parameters, KeyTime const& time);
 

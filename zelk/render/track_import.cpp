@@ -15,6 +15,7 @@
 #include "platform/services/FileChooser.h"
 #include "zelk/scene/effect_result.h"
 #include "zelk/scene/parameter_names.h"
+#include "zelk/scene/refusal.h"
 #include "zelk/text/errors.h"
 #include "zelk/tracks/forms.h"
 
@@ -115,9 +116,10 @@ void runImport(Host& host, TrackUse const& use, std::string const& path, PixelSi
 
 }  // namespace
 
-std::size_t importTrack(Host& host, TrackUse const& use, PixelSize frame) {
-    if (host.identity().applId == kAppPremierePro)
-        throw UserError(ExitCode::kUsage, "--host PrMr: the effect imports no tracking data there");
+std::size_t importTrack(Host& host, Scene const& scene, TrackUse const& use, PixelSize frame) {
+    if (scene.hostApp() == HostApp::kPremierePro)
+        throw refusalOf(scene, SceneField::kHost,
+                        "PrMr imports no tracking data: use another host");
     requireWithinClock(use, host.comp());
     std::vector<Parameter>& all = host.parameters();
     int const first = use.pins == TrackedPins::kTo ? kToPins : kFromPins;

@@ -7,34 +7,33 @@
 #include <iterator>
 
 #include "zelk/scene/parameter_names.h"
-#include "zelk/scene/words.h"
+#include "zelk/scene/refusal.h"
 
 namespace zelk {
 
 namespace {
 
-/// What a field is called where nothing set it, and its place in a project file; null where it has
-/// none there.
+/// The edit that sets a field, and its place in a project file; null where it has none there.
 struct FieldNames {
     SceneField field;
-    char const *option, *place;
+    char const *edit, *place;
 };
 constexpr FieldNames kNames[] = {
-    {SceneField::kLayer, "LAYER", "layer"},
-    {SceneField::kPlate, "--over", "plate"},
-    {SceneField::kSize, "--size", "render.size"},
-    {SceneField::kOutput, "--output", "output"},
-    {SceneField::kToPins, "--to", nullptr},
-    {SceneField::kFromPins, "--from", nullptr},
-    {SceneField::kTrackTo, "--track", nullptr},
-    {SceneField::kTrackFrom, "--track-from", nullptr},
-    {SceneField::kMode, "--mode", "render.mode"},
-    {SceneField::kGrow, "--grow", "parameters.grow-bounds"},
-    {SceneField::kTransfer, "--transfer", "parameters.transfer-mode"},
-    {SceneField::kDownsample, "--downsample", "render.downsample"},
-    {SceneField::kRoad, "--road", nullptr},
-    {SceneField::kPlain, "--plain", nullptr},
-    {SceneField::kHost, "--host", nullptr},
+    {SceneField::kLayer, "layer", "layer"},
+    {SceneField::kPlate, "over", "plate"},
+    {SceneField::kSize, "size", "render.size"},
+    {SceneField::kOutput, "output", "output"},
+    {SceneField::kToPins, "to", nullptr},
+    {SceneField::kFromPins, "from", nullptr},
+    {SceneField::kTrackTo, "track", nullptr},
+    {SceneField::kTrackFrom, "track-from", nullptr},
+    {SceneField::kMode, "mode", "render.mode"},
+    {SceneField::kGrow, "grow", "parameters.grow-bounds"},
+    {SceneField::kTransfer, "transfer", "parameters.transfer-mode"},
+    {SceneField::kDownsample, "downsample", "render.downsample"},
+    {SceneField::kRoad, "road", nullptr},
+    {SceneField::kPlain, "plain", nullptr},
+    {SceneField::kHost, "host", nullptr},
 };
 
 FieldNames const& namesOf(SceneField field) {
@@ -49,7 +48,7 @@ bool isOfFile(Scene const& scene, SceneField field) {
 /// "--size", or "sign.zelk.json: render.size"
 std::string subjectOf(Scene const& scene, SceneField field) {
     if (isOfFile(scene, field)) return scene.file.string() + ": " + namesOf(field).place;
-    return scene.isSetBy(field) ? scene.options.at(field) : namesOf(field).option;
+    return nameOf(scene, field);
 }
 
 ExitCode codeOf(Scene const& scene, SceneField field) {
@@ -81,37 +80,55 @@ private:
                                       m_scene.options.at(pins)));
     }
 
+    std::string name(SceneField field) const { return nameOf(m_scene, field); }
+
     void checkFrame() const {
+        std::string const plate = name(SceneField::kPlate), size = name(SceneField::kSize);
         if (m_scene.isPlain && isSet(SceneField::kGrow))
-            refuse(SceneField::kGrow, "needs the smart render protocol: leave --plain out");
+            refuse(SceneField::kGrow,
+                   "needs the smart render protocol: leave " + name(SceneField::kPlain) + " out");
         if (isSet(SceneField::kMode) && !m_scene.plate)
-            refuse(SceneField::kMode, "needs a plate: give --over PLATE");
+            refuse(SceneField::kMode, "needs a plate: give " + plate);
         if (m_scene.plate && m_scene.size && isSet(SceneField::kSize))
-            refuse(SceneField::kSize, "does not go with --over, which gives the frame's size");
+            refuse(SceneField::kSize,
+                   "does not go with " + plate + ", which gives the frame's size");
         if (m_scene.hasFrame() && m_scene.road == Road::kModule)
             refuse(SceneField::kRoad,
-                   "module renders a layer in its own frame: leave --over and --size out");
+                   fmt::format("module renders a layer in its own frame: leave {} and {} out",
+                               plate, size));
     }
 
     /// What the effect does only in a host, or only in the layer's own frame.
     void checkMemoryRoad() const {
-        constexpr char const* kNeedsModule = "needs the module road";
-        if (isSet(SceneField::kGrow))
-            refuse(SceneField::kGrow,
-                   m_scene.hasFrame()
-                       ? "does not go with --over or --size, which give the frame's size"
-                       : kNeedsModule);
+        std::string const clash =
+            m_scene.hasFrame() ? fmt::format("does not go with {} or {}", name(SceneField::kPlate),
+                                             name(SceneField::kSize))
+                               : fmt::format("does not go with {} memory", name(SceneField::kRoad));
+        if (isSet(SceneField::kGrow)) refuse(SceneField::kGrow, clash);
         if (isSet(SceneField::kTransfer) && m_scene.hasFrame())
-            refuse(SceneField::kTransfer, kOwnFrameOnly);
-        if (m_scene.isPlain) refuse(SceneField::kPlain, kNeedsModule);
-        if (m_scene.downsample.value_or(1) != 1) refuse(SceneField::kDownsample, kNeedsModule);
-        if (isSet(SceneField::kHost)) refuse(SceneField::kHost, kNeedsModule);
+            refuse(SceneField::kTransfer, ownFrameOnly(m_scene));
+        if (m_scene.isPlain) refuse(SceneField::kPlain, clash);
+        if (m_scene.downsample.value_or(1) != 1) refuse(SceneField::kDownsample, clash);
+        if (isSet(SceneField::kHost)) refuse(SceneField::kHost, clash);
     }
 
     Scene const& m_scene;
 };
 
 }  // namespace
+
+std::string spelled(Scene const& scene, std::string_view name) {
+    return scene.editPrefix + std::string(name);
+}
+
+std::string nameOf(Scene const& scene, SceneField field) {
+    return scene.isSetBy(field) ? scene.options.at(field) : spelled(scene, namesOf(field).edit);
+}
+
+std::string ownFrameOnly(Scene const& scene) {
+    return fmt::format("lays the layer over itself in its own frame: use {} with {}",
+                       nameOf(scene, SceneField::kMode), nameOf(scene, SceneField::kPlate));
+}
 
 UserError refusalOf(Scene const& scene, SceneField field, std::string const& predicate) {
     return {codeOf(scene, field), subjectOf(scene, field) + " " + predicate};
@@ -125,7 +142,7 @@ UserError refusalOf(Scene const& scene, SceneField field, std::string const& wro
 UserError refusalOf(Scene const& scene, int parameter, std::string const& predicate) {
     std::string const name(nameOfParameter(parameter));
     for (auto entry = scene.parameters.rbegin(); entry != scene.parameters.rend(); ++entry) {
-        if (entry->index != parameter) continue;
+        if (entry->name != name) continue;
         if (!entry->option.empty()) return {ExitCode::kUsage, entry->option + " " + predicate};
         return {ExitCode::kInput,
                 fmt::format("{}: parameters.{} {}", scene.file.string(), name, predicate)};
@@ -136,7 +153,7 @@ UserError refusalOf(Scene const& scene, int parameter, std::string const& predic
 void checkScene(Scene const& scene) { Checker(scene).check(); }
 
 void requireOutput(Scene const& scene) {
-    if (!scene.output) throw missing("--output", "-o with the name of a picture file");
+    if (!scene.output) throw missing(nameOf(scene, SceneField::kOutput), "a picture file to write");
 }
 
 }  // namespace zelk

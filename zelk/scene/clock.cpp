@@ -8,6 +8,7 @@
 #include <limits>
 
 #include "hostkit/error.h"
+#include "hostkit/time_base.h"
 #include "zelk/text/numbers.h"
 
 namespace zelk {

@@ -10,11 +10,13 @@
 
 #include "Transform/Common/PopupEntries.h"
 #include "zelk/files/frame_names.h"
-#include "zelk/scene/file.h"
+#include "zelk/scene/file_form.h"
 #include "zelk/scene/parameter_names.h"
+#include "zelk/scene/track_use.h"
 #include "zelk/scene/words.h"
 #include "zelk/text/errors.h"
 #include "zelk/text/numbers.h"
+#include "zelk/tracks/corners.h"
 
 namespace zelk {
 
@@ -44,7 +46,7 @@ void editLayer(Scene& scene, Text& thing, Text& text) {
 }
 
 void editOutput(Scene& scene, Text& thing, Text& text) {
-    scene.output = ScenePath{required(text, thing, "-o with the name of a picture file")};
+    scene.output = ScenePath{required(text, thing, "a picture file to write")};
     scene.options[SceneField::kOutput] = thing;
 }
 
@@ -88,28 +90,30 @@ void editTrackFrom(Scene& scene, Text& thing, Text& text) {
 }
 
 void editQuality(Scene& scene, Text& thing, Text& text) {
-    setParameter(scene, kParamQuality, double(hostEntry(pick(kQualities, thing, text))), thing);
+    setParameter(scene, nameOfParameter(kParamQuality),
+                 double(hostEntry(pick(kQualities, thing, text))), thing);
 }
 
 void editView(Scene& scene, Text& thing, Text& text) {
-    setParameter(scene, kParamViewMode, double(hostEntry(pick(kViews, thing, text))), thing);
+    setParameter(scene, nameOfParameter(kParamViewMode),
+                 double(hostEntry(pick(kViews, thing, text))), thing);
 }
 
 void editTransfer(Scene& scene, Text& thing, Text& text) {
-    setParameter(scene, kParamTransferMode, TypedText{text}, thing);
+    setParameter(scene, nameOfParameter(kParamTransferMode), TypedText{text}, thing);
     scene.options[SceneField::kTransfer] = thing;
 }
 
 void editSourceOpacity(Scene& scene, Text& thing, Text& text) {
-    setParameter(scene, kParamSourceOpacity, TypedText{text}, thing);
+    setParameter(scene, nameOfParameter(kParamSourceOpacity), TypedText{text}, thing);
 }
 
 void editOpacity(Scene& scene, Text& thing, Text& text) {
-    setParameter(scene, kParamCornerPinOpacity, TypedText{text}, thing);
+    setParameter(scene, nameOfParameter(kParamCornerPinOpacity), TypedText{text}, thing);
 }
 
 void editGrow(Scene& scene, Text& thing, Text& text) {
-    setParameter(scene, kParamGrowBounds, TypedText{text}, thing);
+    setParameter(scene, nameOfParameter(kParamGrowBounds), TypedText{text}, thing);
     scene.options[SceneField::kGrow] = thing;
 }
 
@@ -119,14 +123,8 @@ void editSetting(Scene& scene, Text& thing, Text& text) {
     if (equals == std::string::npos)
         throw UserError(ExitCode::kUsage, {thing, "no value in", text, "NAME=VALUE"});
     std::string const name(trimmed(std::string_view(text).substr(0, equals)));
-    auto const index = parameterIndex(name);
-    if (!index)
-        throw UserError(ExitCode::kUsage,
-                        {thing, "unknown parameter", name,
-                         fmt::format("a name that `zelk params` lists, such as \"{}\"",
-                                     nearestParameterName(name))});
-    setParameter(scene, *index, TypedText{text.substr(equals + 1)},
-                 fmt::format("{} {}", thing, nameOfParameter(*index)));
+    auto const own = nameOfParameter(requiredParameter(thing, name));
+    setParameter(scene, own, TypedText{text.substr(equals + 1)}, fmt::format("{} {}", thing, own));
 }
 
 /// "on", "off", or the number of samples.
@@ -145,10 +143,11 @@ void editMotionBlur(Scene& scene, Text& thing, Text& text) {
 /// "ANGLE" or "ANGLE,PHASE", degrees.
 void editShutter(Scene& scene, Text& thing, Text& text) {
     auto const comma = text.find(',');
-    double const angle = numberInRange(thing, text.substr(0, comma), 0, 720);
+    double const angle = numberInRange(thing, text.substr(0, comma), 0, kMostShutterAngleDeg);
     scene.comp.shutterPhaseDeg = comma == std::string::npos
                                      ? Comp{}.shutterPhaseDeg
-                                     : numberInRange(thing, text.substr(comma + 1), -360, 360);
+                                     : numberInRange(thing, text.substr(comma + 1),
+                                                     -kMostShutterPhaseDeg, kMostShutterPhaseDeg);
     scene.comp.shutterAngleDeg = angle;
 }
 
@@ -186,7 +185,7 @@ void editPlain(Scene& scene, Text& thing, Text& text) {
 }
 
 void editHost(Scene& scene, Text& thing, Text& text) {
-    scene.host = hostNamed(thing, text);
+    scene.host = pick(kHostWords, thing, text);
     scene.options[SceneField::kHost] = thing;
 }
 
@@ -195,33 +194,41 @@ void editModule(Scene& scene, Text& thing, Text& text) {
 }
 
 constexpr SceneEdit kEdits[] = {
-    {"layer", editLayer},
-    {"output", editOutput},
-    {"over", editPlate},
-    {"size", editSize},
-    {"frames", editFrames},
-    {"from", editFromPins},
-    {"to", editToPins},
-    {"track", editTrackTo},
-    {"track-from", editTrackFrom},
-    {"quality", editQuality},
-    {"view", editView},
-    {"transfer", editTransfer},
-    {"source-opacity", editSourceOpacity},
-    {"opacity", editOpacity},
-    {"grow", editGrow},
-    {"set", editSetting},
-    {"motion-blur", editMotionBlur},
-    {"shutter", editShutter},
-    {"rate", editRate},
-    {"mode", editMode},
-    {"missing", editMissing},
-    {"depth", editDepth},
-    {"downsample", editDownsample},
-    {"road", editRoad},
-    {"plain", editPlain},
-    {"host", editHost},
-    {"module", editModule},
+    {"layer", "LAYER", "The picture to pin", editLayer},
+    {"output", "OUTPUT", "The picture to write; its extension chooses the format", editOutput},
+    {"over", "PLATE", "Lay the pinned layer over this picture; To Pins are then in its pixels",
+     editPlate},
+    {"size", "WxH", "The same into a transparent frame of this size", editSize},
+    {"frames", "RANGE", "Frames of a sequence, such as 1001-1100 or 1-10,20-30x2", editFrames},
+    {"from", "\"X,Y X,Y X,Y X,Y\"", "From Pins, what is taken from it", editFromPins},
+    {"to", "\"X,Y X,Y X,Y X,Y\"", "To Pins, where the picture goes", editToPins},
+    {"track", "FILE", "Tracking data for the To Pins, by the effect's import", editTrackTo},
+    {"track-from", "FILE", "The same for the From Pins", editTrackFrom},
+    {"quality", "QUALITY", "low, medium, high or super (high)", editQuality},
+    {"view", "VIEW", "original, from, to or both (both)", editView},
+    {"transfer", "MODE", "Lay the pinned layer over the layer itself by a Transfer Mode (none)",
+     editTransfer},
+    {"source-opacity", "PERCENT", "Of the layer under it, with a Transfer Mode (100)",
+     editSourceOpacity},
+    {"opacity", "PERCENT", "Of the pinned layer (100)", editOpacity},
+    {"grow", "N", "Make the frame larger by N pixels on each side (0)", editGrow},
+    {"set", "NAME=VALUE", "Any parameter of `zelk params`, repeatable", editSetting},
+    {"motion-blur", "[SAMPLES]", "Switch the composition's motion blur on", editMotionBlur},
+    {"shutter", "ANGLE[,PHASE]", "Degrees of a frame (180,-90)", editShutter},
+    {"rate", "FPS", "Frames a second (24)", editRate},
+    {"mode", "MODE", "Lay the pinned layer over the plate by a mode (normal)", editMode},
+    {"missing", "MODE", "Input frames that are not there: stop, hold, skip or black (stop)",
+     editMissing},
+    {"depth", "DEPTH", "8, 16 or float (the layer's own)", editDepth},
+    {"downsample", "N", "Render at 1/N of the size, as a host does for a preview (1)",
+     editDownsample},
+    {"road", "ROAD",
+     "module: the effect in a host; memory: its pipeline in float (module; memory in a frame of "
+     "its own size)",
+     editRoad},
+    {"plain", "on|off", "Render by the plain command, not the smart protocol", editPlain},
+    {"host", "ID", "The host to be: FXTC, PrMr, KeyG or MOTN (FXTC)", editHost},
+    {"module", "PATH", "The effect's module, instead of the built one", editModule},
 };
 
 }  // namespace
@@ -234,12 +241,13 @@ SceneEdit const& sceneEdit(std::string_view name) {
     throw std::out_of_range("no edit of a scene: " + std::string(name));
 }
 
-void setParameter(Scene& scene, int index, SceneValue value, std::string const& thing) {
+void setParameter(Scene& scene, std::string_view name, SceneValue value, std::string const& thing) {
     if (thing.empty()) throw std::invalid_argument("an edit of a parameter has a name");
+    requiredParameter(thing, name);
     std::erase_if(scene.parameters, [&](SceneParameter const& former) {
-        return former.index == index && former.option == thing;
+        return former.name == name && former.option == thing;
     });
-    scene.parameters.push_back({index, {}, std::move(value), {}, thing});
+    scene.parameters.push_back({std::string(name), {}, std::move(value), {}, thing});
 }
 
 void setLayer(Scene& scene, PictureBuffer layer) {
@@ -256,8 +264,8 @@ void setPlate(Scene& scene, PictureBuffer plate) {
 void setPins(Scene& scene, TrackedPins pins, Corners const& corners, std::string const& thing) {
     bool const isTo = pins == TrackedPins::kTo;
     for (int i = 0; i < 4; ++i)
-        setParameter(scene, (isTo ? kToPins : kFromPins) + i, corners[static_cast<std::size_t>(i)],
-                     thing);
+        setParameter(scene, nameOfParameter((isTo ? kToPins : kFromPins) + i),
+                     corners[static_cast<std::size_t>(i)], thing);
     scene.options[isTo ? SceneField::kToPins : SceneField::kFromPins] = thing;
 }
 

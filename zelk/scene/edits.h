@@ -2,9 +2,10 @@
 // does to it.
 //
 // Every edit has a name ("quality") and takes its value as text, as users type it. `thing` is what
-// messages call it: "--quality" on a command line. What can't be read is an error that names it,
-// and the scene is as it was; whether values fit together is checkScene's matter (check.h).
-// An edit wins over what a file said, and over a former one of the same name.
+// messages call it: "--quality" on a command line. What can't be read is a UserError
+// (text/errors.h) that names it, and the scene is as it was; whether values fit together is
+// checkScene's matter (check.h). An edit wins over what a file said, and over a former one of the
+// same name.
 #pragma once
 
 #include <span>
@@ -17,6 +18,8 @@ namespace zelk {
 
 struct SceneEdit {
     std::string_view name;
+    char const* value;  ///< what it takes, in short: "WxH"; in brackets what may be left out
+    char const* help;   ///< one line, with the default in parentheses
     void (*apply)(Scene& scene, std::string const& thing, std::string const& text);
 };
 
@@ -27,14 +30,16 @@ std::span<SceneEdit const> sceneEdits();
 /// The edit of that name. std::out_of_range for a name that is none.
 SceneEdit const& sceneEdit(std::string_view name);
 
-/// One parameter, over its keyframes and any track. `thing` must have a letter.
-void setParameter(Scene& scene, int index, SceneValue value, std::string const& thing);
+/// One parameter by its name, over its keyframes and any track. `thing` must have a letter. Throws
+/// a usage error for a name that `zelk params` does not list; the value meets the parameter's own
+/// kind and range when a renderer is made.
+void setParameter(Scene& scene, std::string_view name, SceneValue value, std::string const& thing);
 
 /// Pictures in memory as layer and plate. Throws an input error for one that is not sound.
 void setLayer(Scene& scene, PictureBuffer layer);
 void setPlate(Scene& scene, PictureBuffer plate);
 
-/// The four pins of a quad.
+/// The four pins of a quad, in pixels: To Pins of the frame, From Pins of the layer.
 void setPins(Scene& scene, TrackedPins pins, Corners const& corners, std::string const& thing);
 
 }  // namespace zelk

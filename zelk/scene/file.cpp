@@ -14,6 +14,7 @@
 #include "zelk/files/relative_paths.h"
 #include "zelk/files/text_file.h"
 #include "zelk/scene/clock.h"
+#include "zelk/scene/file_form.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/scene/words.h"
 #include "zelk/text/errors.h"
@@ -31,7 +32,7 @@ using Ordered = nlohmann::ordered_json;
 
 constexpr char const* kSchema = "zelk-project";
 constexpr int kVersion = 1;
-constexpr int kLargestFrame = INT32_MAX;
+constexpr int kMostFrame = INT32_MAX;
 
 constexpr FileKey kProjectKeys[] = {
     {"schema", true}, {"version", true}, {"comp", true}, {"layer", true}, {"plate"},
@@ -54,19 +55,6 @@ constexpr FileObject kObjects[] = {
     {"render", kRenderKeys},   {"parameter", kParameterKeys}, {"key", kKeyKeys},
     {"ease", kEaseKeys},
 };
-
-template <class T, std::size_t N>
-constexpr std::array<std::string_view, N> wordsOf(Choice<T> const (&choices)[N]) {
-    std::array<std::string_view, N> words;
-    for (std::size_t i = 0; i < N; ++i) words[i] = choices[i].word;
-    return words;
-}
-constexpr auto kModes = wordsOf(kOverModes);
-constexpr auto kDepths = wordsOf(kDepthWords);
-
-constexpr std::string_view kInterpolationWords[] = {"hold", "linear", "bezier"};
-constexpr Interpolation kInterpolations[] = {Interpolation::kHold, Interpolation::kLinear,
-                                             Interpolation::kBezier};
 
 /// True when `call` does not throw a UserError.
 template <class Call>
@@ -172,12 +160,13 @@ public:
         return m_json.get<std::string>();
     }
 
-    /// The index of the word that the value is; 8 is the word "8" too.
-    std::size_t pick(std::span<std::string_view const> words) const {
+    /// What the word stands for; 8 is the word "8" too.
+    template <class T, std::size_t N>
+    T pick(Choice<T> const (&choices)[N]) const {
         std::string const word = m_json.is_string() ? m_json.get<std::string>() : m_json.dump();
-        auto const found = std::find(words.begin(), words.end(), word);
-        if (found == words.end()) fail(listOf(words));
-        return static_cast<std::size_t>(found - words.begin());
+        for (Choice<T> const& choice : choices)
+            if (choice.word == word) return choice.value;
+        fail(listOf(wordsOf(choices)));
     }
 
 private:
@@ -202,9 +191,10 @@ TimeBase readRate(Node const& node) {
 void readMotionBlur(Node const& node, Comp& comp) {
     node.requireKeys("motionBlur");
     if (auto const on = node.find("on")) comp.motionBlur = on->flag();
-    if (auto const angle = node.find("shutterAngle")) comp.shutterAngleDeg = angle->number(0, 720);
+    if (auto const angle = node.find("shutterAngle"))
+        comp.shutterAngleDeg = angle->number(0, kMostShutterAngleDeg);
     if (auto const phase = node.find("shutterPhase"))
-        comp.shutterPhaseDeg = phase->number(-360, 360);
+        comp.shutterPhaseDeg = phase->number(-kMostShutterPhaseDeg, kMostShutterPhaseDeg);
 }
 
 Comp readComp(Node const& node) {
@@ -214,7 +204,7 @@ Comp readComp(Node const& node) {
     comp.height = node.at("height").whole(1, kLargestPx);
     comp.timeBase = readRate(node.at("rate"));
     if (auto const start = node.find("startFrame"))
-        comp.startFrame = start->whole(-kLargestFrame, kLargestFrame);
+        comp.startFrame = start->whole(-kMostFrame, kMostFrame);
     if (auto const duration = node.find("duration"))
         comp.durationFrames = duration->whole(1, INT32_MAX / comp.timeBase.step);
     if (auto const aspect = node.find("pixelAspect")) comp.pixelAspect = aspect->number(0.01, 100);
@@ -224,9 +214,8 @@ Comp readComp(Node const& node) {
 
 void readRender(Node const& node, Scene& scene) {
     node.requireKeys("render");
-    if (auto const depth = node.find("depth"))
-        scene.depth = kDepthWords[depth->pick(kDepths)].value;
-    if (auto const mode = node.find("mode")) scene.overMode = kOverModes[mode->pick(kModes)].value;
+    if (auto const depth = node.find("depth")) scene.depth = depth->pick(kDepthWords);
+    if (auto const mode = node.find("mode")) scene.overMode = mode->pick(kOverModes);
     if (auto const n = node.find("downsample")) scene.downsample = n->whole(1, kLargestPx);
     if (auto const size = node.find("size")) {
         if (!size->json().is_array() || size->json().size() != 2) size->fail("[width, height]");
@@ -259,11 +248,10 @@ SceneKey readKey(Node const& node, Comp const& comp) {
     node.requireKeys("key");
     Node const frame = node.at("frame");
     SceneKey key;
-    key.frame = frame.number(-2.0 * kLargestFrame, 2.0 * kLargestFrame);
+    key.frame = frame.number(-2.0 * kMostFrame, 2.0 * kMostFrame);
     if (!keyTimeOf(comp, key.frame)) frame.fail("a frame that the composition's clock reaches");
     key.value = readValue(node.at("value"));
-    if (auto const word = node.find("interpolation"))
-        key.toNext = kInterpolations[word->pick(kInterpolationWords)];
+    if (auto const word = node.find("interpolation")) key.toNext = word->pick(kInterpolationWords);
     if (auto const in = node.find("in")) key.incoming = readEase(*in);
     if (auto const out = node.find("out")) key.outgoing = readEase(*out);
     return key;
@@ -280,7 +268,7 @@ std::vector<SceneKey> readKeys(Node const& node, Comp const& comp) {
     for (std::size_t i = 1; i < keys.size(); ++i) {
         if (keyTimeOf(comp, keys[i - 1].frame) == keyTimeOf(comp, keys[i].frame))
             node.refuse("two keys of " + node.place() + " lie at frame", valueText(keys[i].frame),
-                        "one key at a moment");
+                        "one key at a frame");
     }
     return keys;
 }
@@ -289,12 +277,12 @@ std::vector<SceneParameter> readParameters(Node const& node, Comp const& comp) {
     node.requireObject();
     node.requireNames(kParameterNames);
     std::vector<SceneParameter> parameters;
-    for (std::size_t i = 0; i < kParameterNames.size(); ++i) {
-        auto const entry = node.find(std::string(kParameterNames[i]));
+    for (std::string_view const name : kParameterNames) {
+        auto const entry = node.find(std::string(name));
         if (!entry) continue;
         entry->requireKeys("parameter");
         SceneParameter parameter;
-        parameter.index = static_cast<int>(i);
+        parameter.name = name;
         if (auto const id = entry->find("id")) parameter.diskId = id->whole(0, INT32_MAX);
         if (auto const value = entry->find("value")) parameter.value = readValue(*value);
         if (auto const keys = entry->find("keys")) parameter.keys = readKeys(*keys, comp);
@@ -324,8 +312,8 @@ void requireVersion(Node const& root) {
     Node const schema = root.at("schema"), version = root.at("version");
     if (schema.json() != kSchema) schema.fail(kSchema);
     if (version.whole(1, INT32_MAX) > kVersion)
-        version.refuse("written by a newer zelk, version", version.json().dump(),
-                       fmt::format("version {}, the newest that is known here", kVersion));
+        version.refuse("version is too new:", version.json().dump(),
+                       fmt::format("a version up to {}", kVersion));
 }
 
 Scene readRoot(fs::path const& file, Node const& root) {
@@ -373,7 +361,7 @@ void addEase(Ordered& key, char const* name, Ease const& ease) {
 
 Ordered keyJson(SceneKey const& key) {
     Ordered json = {{"frame", key.frame}, {"value", valueJson(key.value)}};
-    if (key.toNext) json["interpolation"] = interpolationWord(*key.toNext);
+    if (key.toNext) json["interpolation"] = wordOf(kInterpolationWords, *key.toNext);
     addEase(json, "in", key.incoming);
     addEase(json, "out", key.outgoing);
     return json;
@@ -436,7 +424,7 @@ void requireSettled(Scene const& scene) {
     if (!scene.tracks.empty()) refuse(scene.tracks.front().file.string(), "a track");
     for (SceneParameter const& parameter : scene.parameters)
         if (parameter.value && std::holds_alternative<TypedText>(*parameter.value))
-            refuse(parameter.option, "a value as it was typed");
+            refuse(parameter.option, "a value that is still text");
 }
 
 std::string textIn(fs::path const& folder, Scene const& scene) {
@@ -453,10 +441,8 @@ std::string textIn(fs::path const& folder, Scene const& scene) {
     Ordered const render = renderJson(scene);
     if (!render.empty()) json["render"] = render;
     json["parameters"] = Ordered::object();
-    for (SceneParameter const& parameter : scene.parameters) {
-        auto const name = nameOfParameter(parameter.index);
-        json["parameters"][std::string(name)] = parameterJson(parameter);
-    }
+    for (SceneParameter const& parameter : scene.parameters)
+        json["parameters"][parameter.name] = parameterJson(parameter);
     return jsonText(json);
 }
 
@@ -496,12 +482,6 @@ void writeScene(Scene const& scene, fs::path const& file, bool mayReplace) {
     writeTextFile(file, text, mayReplace);
 }
 
-std::string_view interpolationWord(Interpolation interpolation) {
-    auto const at =
-        std::find(std::begin(kInterpolations), std::end(kInterpolations), interpolation);
-    return kInterpolationWords[at - std::begin(kInterpolations)];
-}
-
 std::string valueText(SceneValue const& value) {
     if (auto const* point = std::get_if<Point>(&value))
         return fmt::format("[{}, {}]", point->x, point->y);
@@ -512,7 +492,5 @@ std::string valueText(SceneValue const& value) {
 }
 
 std::span<FileObject const> fileObjects() { return kObjects; }
-
-std::span<std::string_view const> modeWords() { return kModes; }
 
 }  // namespace zelk

@@ -7,7 +7,7 @@
 
 #include "zelk/files/output_place.h"
 #include "zelk/movies/writer.h"
-#include "zelk/scene/check.h"
+#include "zelk/scene/refusal.h"
 
 namespace zelk {
 
@@ -25,7 +25,7 @@ bool isMovie(SceneInput const& input) { return !input.buffer && isMovieInput(inp
 int firstFrameOf(Scene const& scene) {
     if (scene.hasComp) return scene.comp.startFrame;
     if (!scene.frames) return 1;
-    std::vector<int> const frames = parseFrameRange("--frames", *scene.frames);
+    std::vector<int> const frames = parseFrameRange(spelled(scene, "frames"), *scene.frames);
     return *std::min_element(frames.begin(), frames.end());
 }
 
@@ -53,7 +53,7 @@ void requireOtherFile(Scene const& scene, bool mayBe, std::filesystem::path cons
     auto const own = input.isOnDisk() ? identityOf(input.file) : std::nullopt;
     if (mayBe || !own || own != identityOf(output)) return;
     throw refusalOf(scene, SceneField::kOutput, fmt::format("would replace its own {}:", kind),
-                    output.string(), "another name, or --in-place");
+                    output.string(), "another name, or " + spelled(scene, "in-place"));
 }
 
 void requireNoInput(Scene const& scene, SceneFiles const& files, bool mayBe, int frame,

@@ -1,10 +1,13 @@
 // The table of parameter names and the search for the nearest one.
 #include "zelk/scene/parameter_names.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <numeric>
 #include <vector>
 
+#include "zelk/text/errors.h"
 #include "zelk/text/numbers.h"
 
 namespace zelk {
@@ -79,6 +82,14 @@ std::optional<int> parameterIndex(std::string_view name) {
     auto const found = std::find(kParameterNames.begin(), kParameterNames.end(), lowered(name));
     if (found == kParameterNames.end()) return std::nullopt;
     return static_cast<int>(found - kParameterNames.begin());
+}
+
+int requiredParameter(std::string const& thing, std::string_view name) {
+    if (auto const index = parameterIndex(name)) return *index;
+    throw UserError(ExitCode::kUsage,
+                    {thing, "unknown parameter", std::string(name),
+                     fmt::format("a name that `zelk params` lists, such as \"{}\"",
+                                 nearestParameterName(name))});
 }
 
 std::string_view unitOf(int index) {

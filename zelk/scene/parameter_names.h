@@ -4,6 +4,7 @@
 
 #include <array>
 #include <optional>
+#include <string>
 #include <string_view>
 
 #include "params/ParamIndex.h"
@@ -27,6 +28,9 @@ inline std::string_view nameOfParameter(int index) {
 
 /// Exact, but for the case of letters.
 std::optional<int> parameterIndex(std::string_view name);
+
+/// The same; throws a usage error about `thing` for a name that is none.
+int requiredParameter(std::string const& thing, std::string_view name);
 
 /// What a control's numbers count: "px", "%", "degrees"; empty for one without numbers.
 std::string_view unitOf(int index);

@@ -1,12 +1,19 @@
 // Scene: one plain record that says everything of a render: composition, layer, plate, output,
 // parameters with keyframes, tracks, and who renders it how.
 //
-// Its text is the project file (file.h). Programs change it by the functions of
-// edits.h, which the command line's options, a viewer's controls and a script's keywords all
-// call; check.h tells whether it can be rendered.
+//   Scene scene = readScene("sign.zelk.json");                      // file.h
+//   sceneEdit("quality").apply(scene, "quality", "high");            // edits.h
+//   checkScene(scene);                                               // check.h
+//   PictureBuffer picture = FrameRenderer(scene).picture(1001);      // render/frame_renderer.h
 //
-// Units are the users': points in layer pixels, angles in degrees, popups by entry, colours
-// "#rrggbb"; a key lies at a frame number of the composition, fractions allowed.
+// Its text is the project file. Programs change it by the functions of edits.h, which the command
+// line's options, a viewer's controls and a script's keywords all call; check.h tells whether it
+// can be rendered. Copies are cheap but for keyframes: pixels and tracks are shared, and nobody
+// changes them.
+//
+// Units are the users': points in pixels, y down, From Pins of the layer, all others of the frame;
+// angles in degrees, popups by entry, colours "#rrggbb"; a key lies at a frame number of the
+// composition, fractions allowed. Paths start at the working folder, or at their own.
 #pragma once
 
 #include <filesystem>
@@ -18,16 +25,12 @@
 #include <vector>
 
 #include "hostkit/comp.h"
-#include "hostkit/host_identity.h"
-#include "hostkit/keyframes.h"
-#include "hostkit/world.h"
-#include "zelk/inputs/missing_input.h"
 #include "zelk/pictures/buffer.h"
 #include "zelk/pictures/pixel_size.h"
-#include "zelk/scene/track_use.h"
-#include "zelk/tracks/corners.h"
 
 namespace zelk {
+
+struct Track;  // what a tracking file was read to
 
 /// A value as a user types it; the parameter's own kind reads it when a module is at hand.
 struct TypedText {
@@ -48,10 +51,10 @@ struct SceneKey {
 
 /// What one parameter is set to. Keyframes that it had before go.
 struct SceneParameter {
-    int index = 0;
-    std::optional<A_long> diskId;     ///< that the module must have for it
+    std::string name;                 ///< "to-upper-left", as `zelk params` lists them
+    std::optional<int> diskId = {};   ///< that the module must have for it
     std::optional<SceneValue> value;  ///< nothing: as it was
-    std::vector<SceneKey> keys;       ///< in order of their frames
+    std::vector<SceneKey> keys = {};  ///< in order of their frames
     std::string option = {};          ///< that set it, for messages; empty: the file
 };
 
@@ -73,8 +76,23 @@ struct SceneInput {
     std::string name() const { return buffer ? buffer->name : file.path().string(); }
 };
 
+/// Which quad: where the picture goes, or what is taken from it.
+enum class TrackedPins { kTo, kFrom };
+
+/// A tracking file that was read (by the edits "track" and "track-from") and that the host can
+/// hold. Its frame numbers are those of the composition.
+struct TrackUse {
+    std::filesystem::path file;
+    TrackedPins pins = TrackedPins::kTo;
+    std::shared_ptr<Track const> track;
+    std::string text;  ///< of the file as it was read, where that is what the import takes
+};
+
 /// Who renders: the effect module in our host, or the effect's pipeline over plain buffers.
 enum class Road { kModule, kMemory };
+
+/// The hosts that the effect tells apart: FXTC, PrMr, KeyG and MOTN.
+enum class HostApp { kAfterEffects, kPremierePro, kFinalCutPro, kMotion };
 
 /// Motion Blur is on by the composition's shutter, whatever the parameter says.
 struct MotionBlurSwitch {
@@ -107,28 +125,31 @@ struct Scene {
     /// large as the frame and lasts as long as the frames that are rendered.
     bool hasComp = false;
     Comp comp;
-    bool ownStart = true, ownDuration = true;  ///< false: left out in the file, see fitToFrames
+    /// False: the file leaves it out, and it is that of `frames`.
+    bool ownStart = true, ownDuration = true;
 
     SceneInput layer;
     std::optional<SceneInput> plate;    ///< the layer is laid over it
     std::optional<PixelSize> size;      ///< of a transparent frame where there is no plate
     std::optional<ScenePath> output;    ///< nothing where pictures go to memory alone
-    std::optional<std::string> frames;  ///< as parseFrameRange takes it
+    std::optional<std::string> frames;  ///< "1001-1100", "1-10,20-30x2"
     MissingInput missing = MissingInput::kStop;
 
     std::vector<SceneParameter> parameters;  ///< in the order in which they are set
     std::vector<TrackUse> tracks;  ///< set after the file's parameters, before those of options
     std::optional<MotionBlurSwitch> motionBlur;
 
-    std::optional<int> overMode;    ///< PF_Xfer_*: how the layer is laid over the plate
+    std::optional<int> overMode;    ///< over the plate; of the edit "mode". Nothing: normal
     std::optional<Depth> depth;     ///< nothing: the layer's own
     std::optional<int> downsample;  ///< nothing: 1
     std::optional<Road> road;       ///< nothing: memory in a frame of another size, else module
-    bool isPlain = false;           ///< PF_Cmd_RENDER instead of the smart render protocol
+    bool isPlain = false;           ///< by the plain render command, not the smart protocol
     std::filesystem::path module;   ///< empty: the one beside the program
-    std::optional<HostIdentity> host;
+    std::optional<HostApp> host;    ///< nothing: After Effects
 
     std::map<SceneField, std::string> options;  ///< what an option set, and its name
+    /// What messages put before the name of an edit that nobody made: "--" on a command line.
+    std::string editPrefix;
 
     bool hasFrame() const { return plate || size; }
     Road roadTaken() const { return road.value_or(hasFrame() ? Road::kMemory : Road::kModule); }
@@ -136,6 +157,7 @@ struct Scene {
     std::optional<PixelSize> frameSize() const { return plate ? std::nullopt : size; }
     /// As the working folder sees it; empty without an output.
     std::filesystem::path outputPath() const { return output ? output->path() : ""; }
+    HostApp hostApp() const { return host.value_or(HostApp::kAfterEffects); }
     bool isSetBy(SceneField field) const { return options.contains(field); }
 };
 

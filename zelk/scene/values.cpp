@@ -7,9 +7,10 @@
 #include <cmath>
 
 #include "zelk/scene/clock.h"
-#include "zelk/scene/file.h"
+#include "zelk/scene/file_form.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/scene/parameter_values.h"
+#include "zelk/scene/words.h"
 #include "zelk/text/errors.h"
 
 namespace zelk {
@@ -45,7 +46,7 @@ public:
         : m_thing(!option.empty()      ? option
                   : scene.file.empty() ? "project"
                                        : scene.file.string()),
-          m_place(option.empty() ? "parameters." + std::string(nameOfParameter(parameter.index))
+          m_place(option.empty() ? fmt::format("parameters.{}", nameOfParameter(parameter.index))
                                  : ""),
           m_isOption(!option.empty()),
           m_comp(scene.comp),
@@ -60,8 +61,8 @@ public:
             return dropKeys();
         }
         if (!m_parameter.hasValue())
-            refuse(m_place + " holds no value: it is a", kindName(m_parameter.type()),
-                   "a parameter that holds one");
+            refuse(m_place + " has no value: it is a", kindName(m_parameter.type()),
+                   "a parameter with a value");
         if (from.diskId && *from.diskId != m_parameter.diskId())
             refuse(m_place + ".id can't be", fmt::format("{}", *from.diskId),
                    fmt::format("{}, as the module has it", m_parameter.diskId()));
@@ -77,8 +78,8 @@ private:
 
     void applyKeys(std::vector<SceneKey> const& keys) {
         if (!m_parameter.canVaryInTime())
-            refuse(m_place + ".keys: it can't vary in time, but has",
-                   fmt::format("{} keys", keys.size()), "a value alone");
+            refuse(m_place + " can't have keys:", fmt::format("{} keys", keys.size()),
+                   "a value alone");
         KeyframeTrack& track = m_parameter.editTrack();
         for (std::size_t i = 0; i < keys.size(); ++i) {
             std::string const place = fmt::format(".keys[{}]", i);
@@ -86,12 +87,12 @@ private:
                 keys[i].toNext.value_or(Interpolation::kHold) == Interpolation::kHold;
             if (track.holdsOnly() && !holds)
                 refuse(m_place + place + ".interpolation can't be",
-                       std::string(interpolationWord(*keys[i].toNext)),
-                       "hold, as entries have nothing between them");
+                       std::string(wordOf(kInterpolationWords, *keys[i].toNext)),
+                       "hold, the only one between entries");
             auto const time = keyTimeOf(m_comp, keys[i].frame);
             if (!time || track.find(*time))
                 refuse(m_place + place + ".frame can't be", valueText(keys[i].frame),
-                       "a moment of its own that the clock reaches");
+                       "one key at a frame, within the composition's clock");
             track.set({*time, numbersOf(keys[i].value, place + ".value"),
                        keys[i].toNext.value_or(Interpolation::kLinear), keys[i].incoming,
                        keys[i].outgoing});
@@ -204,30 +205,25 @@ std::vector<SceneKey> keysOf(Parameter const& parameter, Comp const& comp) {
 
 void setValues(Scene const& scene, ValuesFrom from, std::vector<Parameter>& parameters) {
     std::vector<Parameter> changed = parameters;
-    for (SceneParameter const& entry : scene.parameters)
-        if (entry.option.empty() == (from == ValuesFrom::kFile))
-            Target(scene, changed.at(static_cast<std::size_t>(entry.index)), entry.option)
-                .apply(entry);
+    for (SceneParameter const& entry : scene.parameters) {
+        if (entry.option.empty() != (from == ValuesFrom::kFile)) continue;
+        int const index = requiredParameter(entry.option, entry.name);
+        Target(scene, parameterIn(changed, index), entry.option).apply(entry);
+    }
     std::move(changed.begin(), changed.end(), parameters.begin());
 }
 
-void setUp(Host& host, Scene const& scene, PixelSize layer) {
-    host.setComp(scene.comp);
-    host.resetParameters(layer.width, layer.height);
-    setValues(scene, ValuesFrom::kFile, host.parameters());
-}
-
-Scene sceneOf(Scene base, std::vector<Parameter> const& parameters, PixelSize layer) {
+Scene sceneOf(Scene base, std::vector<Parameter> const& parameters,
+              std::vector<Parameter> const& defaults) {
     base.parameters.clear();
     base.tracks.clear();
     base.motionBlur.reset();
     base.options.clear();
     for (Parameter const& parameter : parameters) {
         if (!parameter.hasValue()) continue;
-        PF_ParamDef byDefault = parameter.registered;
-        resetToDefault(byDefault, layer.width, layer.height);
+        PF_ParamDef const& byDefault = parameterIn(defaults, parameter.index).current;
         SceneParameter to;
-        to.index = parameter.index;
+        to.name = nameOfParameter(parameter.index);
         to.diskId = parameter.diskId();
         if (keyValueOf(parameter.current) != keyValueOf(byDefault))
             to.value = sceneValue(parameter, keyValueOf(parameter.current));

@@ -3,7 +3,7 @@
 
 #include <vector>
 
-#include "hostkit/host.h"
+#include "hostkit/parameters.h"
 #include "zelk/scene/scene.h"
 
 namespace zelk {
@@ -15,13 +15,11 @@ enum class ValuesFrom { kFile, kOptions };
 /// file's place or a usage error that names the option: the parameters are then as they were.
 void setValues(Scene const& scene, ValuesFrom from, std::vector<Parameter>& parameters);
 
-/// The composition and the file's values on a host whose layer has that size at full resolution.
-void setUp(Host& host, Scene const& scene, PixelSize layer);
-
-/// `base` without its tracks and edits, with the values that differ from a layer's defaults and all
-/// keyframes, as its file has them. What a record holds beyond its valid range is kept within it, a
-/// colour key is rounded to bytes, and of keys that meet in one unit of the composition's clock the
-/// last stays.
-Scene sceneOf(Scene base, std::vector<Parameter> const& parameters, PixelSize layer);
+/// `base` without its tracks and edits, with the values that differ from `defaults`, the same
+/// parameters as they are where nobody set any, and all keyframes, as its file has them. What a
+/// record holds beyond its valid range is kept within it, a colour key is rounded to bytes, and of
+/// keys that meet in one unit of the composition's clock the last stays.
+Scene sceneOf(Scene base, std::vector<Parameter> const& parameters,
+              std::vector<Parameter> const& defaults);
 
 }  // namespace zelk

@@ -1,8 +1,6 @@
 // Words to values; see words.h.
 #include "zelk/scene/words.h"
 
-#include <vector>
-
 #include "zelk/scene/clock.h"
 #include "zelk/text/errors.h"
 #include "zelk/text/numbers.h"
@@ -21,19 +19,10 @@ TimeBase parseRate(std::string const& thing, std::string const& text) {
     throw UserError(ExitCode::kUsage, {thing, "not a frame rate:", text, kRateExpected});
 }
 
-HostIdentity hostNamed(std::string const& thing, std::string const& word) {
-    std::vector<Choice<HostIdentity>> choices;
-    for (NamedHost const& host : kKnownHosts) {
-        if (lowered(host.name) == lowered(word)) return host.identity;
-        choices.push_back({host.name, host.identity});
-    }
-    return pick<HostIdentity>(choices, thing, word);
-}
-
 PixelSize parseSize(std::string const& thing, std::string const& text) {
     auto const x = text.find_first_of("xX");
     if (x == std::string::npos || text.find_first_not_of("0123456789xX") != std::string::npos)
-        throw UserError(ExitCode::kUsage, {thing, "not a size", text, "WxH such as 1920x1080"});
+        throw UserError(ExitCode::kUsage, {thing, "not a size:", text, "WxH such as 1920x1080"});
     return {wholeInRange(thing, text.substr(0, x), 1, kLargestPx),
             wholeInRange(thing, text.substr(x + 1), 1, kLargestPx)};
 }

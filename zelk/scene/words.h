@@ -4,11 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "hostkit/host_identity.h"
-#include "hostkit/time_base.h"
 #include "platform/effect_api/effect_types.h"
-#include "zelk/inputs/missing_input.h"
-#include "zelk/pictures/pixel_size.h"
 #include "zelk/scene/scene.h"
 #include "zelk/text/choices.h"
 
@@ -46,10 +42,20 @@ inline constexpr Choice<MissingInput> kMissingWords[] = {{"stop", MissingInput::
                                                          {"skip", MissingInput::kSkip},
                                                          {"black", MissingInput::kBlack}};
 
+inline constexpr Choice<Interpolation> kInterpolationWords[] = {{"hold", Interpolation::kHold},
+                                                                {"linear", Interpolation::kLinear},
+                                                                {"bezier", Interpolation::kBezier}};
+
+inline constexpr Choice<HostApp> kHostWords[] = {{"FXTC", HostApp::kAfterEffects},
+                                                 {"PrMr", HostApp::kPremierePro},
+                                                 {"KeyG", HostApp::kFinalCutPro},
+                                                 {"MOTN", HostApp::kMotion}};
+
+/// The shutter's limits, degrees: the angle from 0, the phase on both sides.
+inline constexpr double kMostShutterAngleDeg = 720, kMostShutterPhaseDeg = 360;
+
 // Each of these throws a usage error about `thing` for what it can't read.
 
-/// "FXTC", in letters of any case.
-HostIdentity hostNamed(std::string const& thing, std::string const& word);
 /// A picture's file name. Pictures are read in pieces, so that none can come through a pipe: "-" is
 /// an input error.
 std::string pictureName(std::string const& thing, std::string const& text);

@@ -7,7 +7,7 @@
 #include <iterator>
 
 #include "zelk/files/unfinished_files.h"
-#include "zelk/text/exit_codes.h"
+#include "zelk/text/errors.h"
 
 namespace zelk {
 

@@ -39,7 +39,7 @@ std::optional<FrameFailure> failureOf(int frame, Work const& work) {
 class Pipeline {
 public:
     Pipeline(std::vector<int> const& frames, PipelineOptions const& options,
-             FrameStages const& stages, FrameReport const& report)
+             SlotStages const& stages, FrameReport const& report)
         : m_frames(frames),
           m_options(options),
           m_stages(stages),
@@ -145,7 +145,7 @@ private:
 
     std::vector<int> const& m_frames;
     PipelineOptions const& m_options;
-    FrameStages const& m_stages;
+    SlotStages const& m_stages;
     FrameReport const& m_report;
     std::size_t const m_slots;
 
@@ -163,7 +163,7 @@ private:
 }  // namespace
 
 PipelineResult runStages(std::vector<int> const& frames, PipelineOptions const& options,
-                         FrameStages const& stages, FrameReport const& report) {
+                         SlotStages const& stages, FrameReport const& report) {
     return Pipeline(frames, options, stages, report).run();
 }
 

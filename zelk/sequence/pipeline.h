@@ -19,7 +19,7 @@
 #include <utility>
 #include <vector>
 
-#include "zelk/text/exit_codes.h"
+#include "zelk/text/errors.h"
 
 namespace zelk {
 
@@ -51,13 +51,13 @@ struct PipelineResult {
 using FrameReport = std::function<void(int frame, std::size_t index, FrameFailure const* failure)>;
 
 /// The stages on slots, whatever these hold: frame i lives in slot i % slots(). Each may throw.
-struct FrameStages {
+struct SlotStages {
     std::function<void(std::size_t slot, int frame)> load, render, store;
     std::function<void(std::size_t slot)> clear;  ///< frees what a slot still holds; doesn't throw
 };
 
 PipelineResult runStages(std::vector<int> const& frames, PipelineOptions const& options,
-                         FrameStages const& stages, FrameReport const& report);
+                         SlotStages const& stages, FrameReport const& report);
 
 /// `load(frame)` gives what `render(frame, Loaded&&)` takes, which gives what
 /// `store(frame, Rendered&&)` takes. `report` is called on the writer thread, in order, and may be
@@ -77,7 +77,7 @@ PipelineResult runFrames(std::vector<int> const& frames, PipelineOptions const& 
         std::optional<Rendered> rendered;
     };
     std::vector<Slot> slots(options.slots(frames.size()));
-    FrameStages stages;
+    SlotStages stages;
     stages.load = [&](std::size_t at, int frame) { slots[at].loaded.emplace(load(frame)); };
     stages.render = [&](std::size_t at, int frame) {
         slots[at].rendered.emplace(render(frame, std::move(*slots[at].loaded)));

@@ -6,16 +6,16 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "hostkit/host.h"
 #include "zelk/files/output_place.h"
 #include "zelk/files/standard_output.h"
 #include "zelk/movies/writer.h"
 #include "zelk/pictures/writer.h"
 #include "zelk/render/explanation.h"
-#include "zelk/render/frame_renderer.h"
 #include "zelk/render/frame_stages.h"
 #include "zelk/render/memory_release.h"
 #include "zelk/render/setup.h"
+#include "zelk/scene/refusal.h"
+#include "zelk/scene/words.h"
 #include "zelk/sequence/interrupt_flag.h"
 #include "zelk/sequence/pipeline.h"
 #include "zelk/sequence/progress.h"
@@ -26,10 +26,12 @@ namespace zelk {
 
 namespace {
 
-void checkMovie(std::filesystem::path const& output, RunOptions const& run) {
+void checkMovie(Scene const& scene, RunOptions const& run) {
+    std::filesystem::path const output = scene.outputPath();
     if (run.skipExisting)
-        throw UserError(ExitCode::kUsage, {"--skip-existing", "a movie can't be continued:",
-                                           output.string(), "numbered pictures"});
+        throw UserError(ExitCode::kUsage,
+                        {spelled(scene, "skip-existing"),
+                         "a movie can't be continued:", output.string(), "numbered pictures"});
     checkPlace(output, run.noClobber);
     requireMovieProgram(output);
 }
@@ -63,12 +65,12 @@ public:
     bool tellError(char const* message);
 
 private:
-    void takeFrames(FrameRenderer& renderer);
+    void takeFrames(FrameStages& renderer);
     void checkOutput(SceneFiles const& files) const;
-    void runStages(FrameRenderer& renderer);
-    void checkStages(FrameRenderer& renderer);
-    void report(FrameRenderer& renderer, int frame, FrameFailure const* failure);
-    void tellWarnings(FrameRenderer& renderer);
+    void runStages(FrameStages& renderer);
+    void checkStages(FrameStages& renderer);
+    void report(FrameStages& renderer, int frame, FrameFailure const* failure);
+    void tellWarnings(FrameStages& renderer);
     void printPlan(SceneFiles const& files) const;
     void tellEnd();
     /// Whether a failure is the run's own error, in its one line.
@@ -92,8 +94,7 @@ private:
 
 ExitCode SequenceRun::run() {
     useThreads(m_run.threads);
-    FrameRenderer renderer(m_scene, m_run,
-                           m_run.explain == Explain::kNo ? nullptr : &m_explanation);
+    FrameStages renderer(m_scene, m_run, m_run.explain == Explain::kNo ? nullptr : &m_explanation);
     SceneFiles const& files = renderer.files();
     m_schedule = scheduleOf(m_scene, m_run, files);
     m_progress.begin(m_schedule.frames.size());
@@ -104,7 +105,9 @@ ExitCode SequenceRun::run() {
             files.missingOf(*m_schedule.missingFrame).missing(*m_schedule.missingFrame);
         m_missing = file;
         std::string sentence = file + ": " + why;
-        if (!m_isStill) sentence += "; --missing hold, skip or black goes on without it";
+        if (!m_isStill)
+            sentence += fmt::format("; {} hold, skip or black goes on without it",
+                                    spelled(m_scene, "missing"));
         if (!m_isStill && m_purpose == Purpose::kRender) sentence += " (" + summary() + ")";
         throw UserError(ExitCode::kInput, sentence);
     }
@@ -150,16 +153,18 @@ bool SequenceRun::tellError(char const* message) {
 void SequenceRun::checkOutput(SceneFiles const& files) const {
     if (!m_scene.output) return;
     if (m_isMovie)
-        checkMovie(m_scene.outputPath(), m_run);
+        checkMovie(m_scene, m_run);
     else
         checkTarget(files.output.pathOf(m_schedule.frames.front()), m_run.noClobber);
     checkOutputsAreNoInputs(m_scene, m_run, files, m_schedule.frames);
 }
 
-void SequenceRun::takeFrames(FrameRenderer& renderer) {
+void SequenceRun::takeFrames(FrameStages& renderer) {
     checkOutput(renderer.files());
     m_explanation.road = m_scene.roadTaken();
-    m_explanation.host = renderer.host().identity();
+    PF_SpecVersion const version = renderer.host().identity().version;
+    m_explanation.host = fmt::format("{} {}.{}", wordOf(kHostWords, m_scene.hostApp()),
+                                     version.major, version.minor);
     m_explanation.threads = engineThreads(m_scene);
     renderer.begin(m_schedule.frames);
     renderer.checkMemory();
@@ -172,7 +177,7 @@ void SequenceRun::takeFrames(FrameRenderer& renderer) {
 }
 
 /// The files' headers and places only, in the frames' order.
-void SequenceRun::checkStages(FrameRenderer& renderer) {
+void SequenceRun::checkStages(FrameStages& renderer) {
     auto const check = [&](int frame) { return renderer.check(frame), frame; };
     PipelineOptions options;
     options.stopAtFirstFailure = m_isMovie;
@@ -183,7 +188,7 @@ void SequenceRun::checkStages(FrameRenderer& renderer) {
         });
 }
 
-void SequenceRun::runStages(FrameRenderer& renderer) {
+void SequenceRun::runStages(FrameStages& renderer) {
     std::optional<InterruptFlag> interrupt;
     if (!m_isStill) interrupt.emplace();  // a single picture ends at once: nothing is written yet
     PipelineOptions options;
@@ -203,7 +208,7 @@ void SequenceRun::runStages(FrameRenderer& renderer) {
     tellWarnings(renderer);
 }
 
-void SequenceRun::report(FrameRenderer& renderer, int frame, FrameFailure const* failure) {
+void SequenceRun::report(FrameStages& renderer, int frame, FrameFailure const* failure) {
     if (failure && isFailureTheEnd()) return;
     if (failure)
         m_progress.failed(frame, failure->message);
@@ -214,8 +219,8 @@ void SequenceRun::report(FrameRenderer& renderer, int frame, FrameFailure const*
     tellWarnings(renderer);
 }
 
-void SequenceRun::tellWarnings(FrameRenderer& renderer) {
-    for (std::string const& warning : renderer.takeWarnings()) m_progress.warning(warning);
+void SequenceRun::tellWarnings(FrameStages& renderer) {
+    for (std::string const& warning : renderer.warnings().take()) m_progress.warning(warning);
 }
 
 std::size_t SequenceRun::written() const {
@@ -242,7 +247,8 @@ ExitCode SequenceRun::code() const {
 
 ExitCode take(Scene const& scene, RunOptions const& options, Purpose purpose) {
     if (options.explain != Explain::kNo && isSequence(scene))
-        throw UserError(ExitCode::kUsage, "--explain works for a single picture only");
+        throw UserError(ExitCode::kUsage,
+                        spelled(scene, "explain") + " works for a single picture only");
     SequenceRun run(scene, options, purpose);
     try {
         return run.run();

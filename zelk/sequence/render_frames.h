@@ -4,7 +4,7 @@
 
 #include "zelk/render/run_options.h"
 #include "zelk/scene/scene.h"
-#include "zelk/text/exit_codes.h"
+#include "zelk/text/errors.h"
 
 namespace zelk {
 

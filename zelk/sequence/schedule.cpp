@@ -10,7 +10,7 @@
 #include "zelk/files/output_place.h"
 #include "zelk/movies/writer.h"
 #include "zelk/render/setup.h"
-#include "zelk/scene/check.h"
+#include "zelk/scene/refusal.h"
 #include "zelk/text/errors.h"
 #include "zelk/tracks/track.h"
 
@@ -26,7 +26,7 @@ std::vector<int> trackedFrames(Scene const& scene, SceneFiles const& files) {
     bool const isOne = !files.output.isSequence() && !isMovieName(scene.outputPath());
     if (isOne && frames.size() > 1) frames.resize(1);
     if (!frames.empty()) return frames;
-    throw missing("--frames", "whole frames: the track has fractions of them only");
+    throw missing(spelled(scene, "frames"), "whole frames: the track has fractions of them only");
 }
 
 /// A composition shows its frames without holes: one between those on disk is missing.
@@ -44,7 +44,7 @@ std::vector<int> withHoles(std::vector<int> const& frames, Comp const& comp) {
 
 std::vector<int> framesAsked(Scene const& scene, SceneFiles const& files) {
     if (!isSequence(scene)) return {compOf(scene, 0, 0).startFrame};
-    if (scene.frames) return parseFrameRange("--frames", *scene.frames);
+    if (scene.frames) return parseFrameRange(spelled(scene, "frames"), *scene.frames);
     for (InputFiles const* input : {&files.layer, files.plate ? &*files.plate : nullptr}) {
         if (!input || !input->isNumbered()) continue;
         std::vector<int> frames = input->framesThere();
@@ -53,7 +53,7 @@ std::vector<int> framesAsked(Scene const& scene, SceneFiles const& files) {
                                            "files such as " + input->own(1).file.string()});
     }
     if (!scene.hasComp && !scene.tracks.empty()) return trackedFrames(scene, files);
-    if (!scene.hasComp) throw missing("--frames", "the frames to render");
+    if (!scene.hasComp) throw missing(spelled(scene, "frames"), "the frames to render");
     std::vector<int> all(static_cast<std::size_t>(scene.comp.durationFrames));
     std::iota(all.begin(), all.end(), scene.comp.startFrame);
     return all;

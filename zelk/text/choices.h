@@ -2,6 +2,7 @@
 // option, the value and what was expected.
 #pragma once
 
+#include <array>
 #include <span>
 #include <string>
 #include <string_view>
@@ -24,7 +25,7 @@ template <class T>
 T pick(std::span<Choice<T> const> choices, std::string const& option, std::string const& word) {
     std::vector<std::string_view> words;
     for (Choice<T> const& choice : choices) {
-        if (choice.word == lowered(word)) return choice.value;
+        if (lowered(choice.word) == lowered(word)) return choice.value;
         words.push_back(choice.word);
     }
     throw UserError(ExitCode::kUsage, {option, "unknown choice", word, listOf(words)});
@@ -32,6 +33,13 @@ T pick(std::span<Choice<T> const> choices, std::string const& option, std::strin
 template <class T, std::size_t N>
 T pick(Choice<T> const (&choices)[N], std::string const& option, std::string const& word) {
     return pick(std::span<Choice<T> const>(choices), option, word);
+}
+
+template <class T, std::size_t N>
+constexpr std::array<std::string_view, N> wordsOf(Choice<T> const (&choices)[N]) {
+    std::array<std::string_view, N> words;
+    for (std::size_t i = 0; i < N; ++i) words[i] = choices[i].word;
+    return words;
 }
 
 /// The word of a value; empty for one without.

@@ -2,8 +2,8 @@
 //
 // A message says what is wrong and what to do. About a value it has the form
 //   THING: what is wrong with "VALUE", expected ...
-// else it is a plain sentence: "--plain needs the module road". It names a file once, and is one
-// line, whatever a file name, a value or a library's own text holds.
+// else it is a plain sentence: "--mode needs a plate: give --over". It names a file once, and is
+// one line, whatever a file name, a value or a library's own text holds.
 #pragma once
 
 #include <span>
@@ -11,9 +11,18 @@
 #include <string>
 #include <string_view>
 
-#include "zelk/text/exit_codes.h"
-
 namespace zelk {
+
+/// What a program answers to the shell for it.
+enum class ExitCode {
+    kDone = 0,
+    kRenderFailed = 1,
+    kUsage = 2,
+    kInput = 3,          ///< a file to read, or the module, is missing or unreadable
+    kOutput = 4,         ///< the output is not writable
+    kSomeFailed = 5,     ///< of many frames: others are written
+    kInterrupted = 130,  ///< by Ctrl-C
+};
 
 /// The parts of a message about a value. `expected` may be empty.
 struct Complaint {

@@ -80,7 +80,8 @@ public:
     bool key(string_t& name) override {
         m_levels.back().key = name;
         if (m_levels.back().value->contains(name))
-            throw UserError(ExitCode::kInput, {m_file, "key given twice:", place(), "it once"});
+            throw UserError(ExitCode::kInput,
+                            {m_file, "key appears twice:", place(), "each key once"});
         return true;
     }
 
@@ -132,8 +133,9 @@ private:
     /// Containers stay where they are while they are open: only the innermost one grows.
     bool open(Json container) {
         if (m_levels.size() == kDeepest)
-            throw UserError(ExitCode::kInput, {m_file, "objects and arrays too deep at", place(),
-                                               fmt::format("at most {} levels", kDeepest)});
+            throw UserError(ExitCode::kInput,
+                            {m_file, "too many levels of objects and arrays at", place(),
+                             fmt::format("at most {} levels", kDeepest)});
         m_levels.push_back({put(std::move(container)), {}});
         return true;
     }

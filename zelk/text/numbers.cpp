@@ -45,14 +45,10 @@ std::optional<int> parseWhole(std::string_view text) {
 int wholeInRange(std::string const& thing, std::string_view text, int min, int max) {
     std::string const expected = fmt::format("a whole number from {} to {}", min, max);
     auto const value = parseWhole(text);
-    if (!value) {
-        throw UserError(ExitCode::kUsage,
-                        {thing, "not a whole number", std::string(text), expected});
-    }
-    if (*value < min || *value > max) {
-        throw UserError(ExitCode::kUsage, {thing, "out of range", std::string(text), expected});
-    }
-    return *value;
+    if (value && *value >= min && *value <= max) return *value;
+    throw UserError(
+        ExitCode::kUsage,
+        {thing, value ? "out of range:" : "not a whole number:", std::string(text), expected});
 }
 
 double numberInRange(std::string const& thing, std::string_view text, double min, double max) {

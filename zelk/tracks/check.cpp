@@ -16,9 +16,9 @@ void checkSize(Track const& track, TrackTarget const& target, TrackIssues& issue
         bool const isScaled = track.format == "mocha";  // another form's pixels are the frame's
         if (isScaled || !target.frame)
             issues.add(TrackFault::kNoSize, 0,
-                       isScaled ? "the frame's size is not told: the import scales from 720x486 to "
+                       isScaled ? "the file has no frame size: the import scales from 720x486 to "
                                   "the frame"
-                                : "the frame's size is not told: its pixels are taken as they are",
+                                : "the file has no frame size: its pixels are taken as they are",
                        "--size WxH");
         return;
     }
@@ -33,7 +33,7 @@ void checkSize(Track const& track, TrackTarget const& target, TrackIssues& issue
 void checkRate(Track const& track, TrackTarget const& target, TrackIssues& issues) {
     if (target.tellsRate && !track.rate)
         issues.add(TrackFault::kNoRate, 0,
-                   fmt::format("the rate is not told: {} frames a second are written",
+                   fmt::format("the file has no rate: {} frames a second are written",
                                numberText(kUntoldRate)),
                    "--rate FPS");
 }
@@ -64,7 +64,7 @@ std::vector<TrackIssue> checkTrack(Track const& track, TrackTarget const& target
 std::string issueText(TrackIssue const& issue) {
     std::string text = issue.line > 0 ? fmt::format("line {}: ", issue.line) : "";
     text += issue.text;
-    if (!issue.mend.empty()) text += "; `zelk track convert` mends it with " + issue.mend;
+    if (!issue.mend.empty()) text += "; correct it by `zelk track convert " + issue.mend + "`";
     return oneLine(text);
 }
 

@@ -55,7 +55,7 @@ std::vector<TrackIssue> checkTrack(Track const& track, TrackTarget const& target
 /// Throws an input error about `file` for what the host can't hold as keyframes.
 void requireImportable(std::string const& file, Track const& track);
 
-/// One line for the user: "line 12: ..., mend it with ..."
+/// One line for the user: "line 12: ...; correct it by `zelk track convert --flip-y`"
 std::string issueText(TrackIssue const& issue);
 
 }  // namespace zelk

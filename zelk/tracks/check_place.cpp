@@ -11,7 +11,6 @@ namespace zelk {
 
 namespace {
 
-constexpr double kLargestFrame = 10'000'000;
 constexpr double kUntoldWidth = 720, kUntoldHeight = 486;  // what the import then takes
 
 /// Why a sample can't be a keyframe of the host's; empty when it can.

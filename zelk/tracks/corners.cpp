@@ -15,10 +15,10 @@ double parseCoordinate(std::string const& thing, std::string_view text) {
     auto const value = parseNumber(text);
     if (!value) {
         throw UserError(ExitCode::kUsage,
-                        {thing, "not a number", std::string(text), "pixels such as 12.5"});
+                        {thing, "not a number:", std::string(text), "pixels such as 12.5"});
     }
     if (std::abs(*value) > kLargestPx) {
-        throw UserError(ExitCode::kUsage, {thing, "pin too far out", std::string(text),
+        throw UserError(ExitCode::kUsage, {thing, "pin too far out:", std::string(text),
                                            "pixels from -32767 to 32767"});
     }
     return *value;

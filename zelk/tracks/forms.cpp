@@ -20,18 +20,13 @@ namespace zelk {
 namespace {
 
 constexpr TrackFormat kFormats[] = {
-    {"mocha", "what the effect imports, read as it does", ".txt", true, true, isMocha,
-     resemblesMocha, readMocha, writeMocha},
-    {"keyframes", "corner pin keyframes copied in a motion graphics host", "", true, true,
-     isKeyframeText, nullptr, readKeyframeText, writeKeyframeText},
-    {"nodes", "a node compositor's CornerPin2D", ".nk", true, false, isNodeText, resemblesNodeText,
-     readNodeText, writeNodeText},
-    {"csv", "a table with commas, semicolons or tabs", ".csv", false, false, isCsv, resemblesCsv,
-     readCsv, writeCsv},
-    {"columns", "frame, corner, x, y between blanks", "", false, false, isColumns, resemblesColumns,
-     readColumns, writeColumns},
-    {"corner-columns", "corner, frame, x, y between blanks", "", false, false, isCornerColumns,
-     resemblesCornerColumns, readCornerColumns, writeCornerColumns},
+    {"mocha", ".txt", true, true, isMocha, resemblesMocha, readMocha, writeMocha},
+    {"keyframes", "", true, true, isKeyframeText, nullptr, readKeyframeText, writeKeyframeText},
+    {"nodes", ".nk", true, false, isNodeText, resemblesNodeText, readNodeText, writeNodeText},
+    {"csv", ".csv", false, false, isCsv, resemblesCsv, readCsv, writeCsv},
+    {"columns", "", false, false, isColumns, resemblesColumns, readColumns, writeColumns},
+    {"corner-columns", "", false, false, isCornerColumns, resemblesCornerColumns, readCornerColumns,
+     writeCornerColumns},
 };
 
 /// Text in two bytes a character, as some editors save what they call plain.
@@ -44,8 +39,9 @@ void refuseWideText(TrackText const& text) {
 TrackFormat const& likeliest(TrackText const& text) {
     for (TrackFormat const& format : kFormats)
         if (format.resembles && format.resembles(text)) return format;
-    text.refuse(0, "no corner's section, pin node or table of numbers in", "the file",
-                "tracking data, its form named by `zelk track convert --format` with " +
+    text.refuse(0, "no tracking data found", "",
+                "sections of corners, a pin node or a table of numbers; or name the form by `zelk "
+                "track convert --format`: " +
                     trackFormatNames());
 }
 
@@ -62,8 +58,8 @@ TrackFormat const& choose(TrackText const& text, bool asks) {
     if (formats.size() > 1 && (asks || !isImport)) {
         std::vector<std::string_view> names;
         for (TrackFormat const* format : formats) names.push_back(format->name);
-        text.refuse(0, "can't be told apart from its text:", listOf(names),
-                    "one of them named by `zelk track convert --format`");
+        text.refuse(0, "fits several forms:", listOf(names),
+                    "one of them, by `zelk track convert --format`");
     }
     return *formats[0];
 }
@@ -72,7 +68,7 @@ void checkSamples(TrackText const& text, Track const& track) {
     bool isEmpty = true;
     for (CornerTrack const& corner : track.corners) isEmpty = isEmpty && corner.samples.empty();
     if (isEmpty)
-        text.refuse(0, "no samples of corners in", std::string(track.format) + " data",
+        text.refuse(0, "no positions of corners in the form", std::string(track.format),
                     "frames with x and y");
 }
 

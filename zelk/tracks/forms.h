@@ -14,7 +14,6 @@ namespace zelk {
 
 struct TrackFormat {
     std::string_view name;    ///< of --format and --as
-    std::string_view words;   ///< for the help
     std::string_view ending;  ///< of files that are written so by themselves; empty for none
     bool writesSize;          ///< the form can't be written without the frame's size
     bool writesRate;          ///< it tells a rate in any case, kUntoldRate where there is none

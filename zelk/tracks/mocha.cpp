@@ -64,13 +64,12 @@ public:
     Track read() {
         bool const hasLines = m_text.bytes.find('\n') != std::string_view::npos;
         if (!hasLines && m_text.bytes.find('\r') != std::string_view::npos)
-            m_text.refuse(1, "line ends are carriage returns alone, which are none to the import:",
-                          "\\r", "line feeds");
+            m_text.refuse(1, "lines end with carriage returns alone:", "\\r", "line feeds");
         for (Pieces pieces(m_text.bytes); pieces.next();) {
             if (pieces.isPart()) noteLong(pieces.number());
             take(pieces.piece(), pieces.number());
         }
-        if (m_open < 0) m_text.refuse(0, "no corner's section in", "the file", kHeadingExpected);
+        if (m_open < 0) m_text.refuse(0, "no section of a corner", "", kHeadingExpected);
         for (int corner = 0; corner < 4; ++corner) checkSection(corner);
         return std::move(m_track);
     }

@@ -28,7 +28,7 @@ public:
         if (!m_size) m_size = sizeOfFromPins();
         if (!m_size)
             m_text.refuse(
-                0, "y points up, and no height is told by", kNode,
+                0, "the frame's height is unknown, and y points up in", kNode,
                 "the frame's size by `zelk track convert --size WxH`, or From pins on the frame's "
                 "corners");
         m_track.width = m_size->width;

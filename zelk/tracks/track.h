@@ -23,6 +23,9 @@ inline constexpr std::array<std::string_view, 4> kCornerWords = {"upper left", "
 /// Short names, of files and options.
 inline constexpr std::array<std::string_view, 4> kCornerNames = {"ul", "ur", "ll", "lr"};
 
+/// Of frame numbers, on both sides of 0: far beyond any shot.
+inline constexpr int kLargestFrame = 10'000'000;
+
 struct TrackSample {
     double frame = 0, x = 0, y = 0;
     int line = 0;  ///< of the file, from 1

@@ -46,7 +46,7 @@ R --set to-pins-group=1;2;to-pins-group;no value
 R --host PrMr --set motion-blur=3;2;"3";1 to 2
 R --over in.png --size 9x9;2;--size does not go with --over
 R --over in.png --road module;2;module
-R --size 9x9 --host KeyG;2;--host needs the module road
+R --size 9x9 --host KeyG;2;--host does not go with --over or --size
 R --size 9x9 --grow 4;2;--grow
 R --plain --grow 4;2;--grow
 R --mode add;2;--mode

@@ -1,4 +1,5 @@
 // `zelk overlay` and `zelk drag` as a user runs them.
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include "tests/support/zelk_process.h"
@@ -59,6 +60,35 @@ TEST_F(PanelCommands, DragMovesAndScalesAProjectsPins) {
     expectRefusal("drag p.zelk.json --from 60,40 --to 1,1 -o wide.zelk.json"_words, 4, {"wide."});
     done("drag p.zelk.json --from 65,42 --to 70,42 --dry-run"_words);
     EXPECT_EQ(bytesOf("p.zelk.json"), moved);
+}
+
+// The composition, the layer and the plate are three sizes; the To Pins stand at the layer's
+// corners.
+TEST_F(PanelCommands, DragHitsTheQuadThatOverlayDraws) {
+    writePicture(at("plate.png"),
+                 Bytes{300, 200, 3, std::vector<unsigned char>(300 * 200 * 3, 90), ""});
+    done("project new p.zelk.json --layer gray.png --plate plate.png --size 64x36 --force"_words);
+    EXPECT_GT(count({}, kYellow), 300);
+    ASSERT_EQ(std::pair(m_panel.width, m_panel.height), std::pair(300, 200));
+    auto const isLine = [&](int x, int y) {
+        return std::equal(kYellow.begin(), kYellow.end(), &m_panel.values[(y * 300u + x) * 3]);
+    };
+    int right = 0, bottom = 0;  // where no label stands
+    for (int x = 0; x < 300; ++x) right = isLine(x, 60) ? x : right;
+    for (int y = 0; y < 200; ++y) bottom = isLine(90, y) ? y : bottom;
+    auto const dragFrom = [&](int beyond) {
+        return Words{"drag",   "p.zelk.json",
+                     "--from", fmt::format("{},{}", right + beyond, bottom + beyond),
+                     "--to",   fmt::format("{},{}", right + 10, bottom)};
+    };
+    expectRefusal(dragFrom(8), 2, {"no quad"});
+    EXPECT_NE(run(dragFrom(-8)).out.find("to-lower-right: 120,80 -> 138,88\n"), std::string::npos);
+    EXPECT_EQ(bytesOf("p.zelk.json").find("from-"), std::string::npos);
+    // Where no picture can be opened, the composition's size counts.
+    done("project new q.zelk.json --layer gray.png --size 64x36"_words);
+    std::filesystem::remove(at("gray.png"));
+    EXPECT_NE(run("drag q.zelk.json --from 40,20 --to 42,20"_words).out.find("64,36 -> 66,36"),
+              std::string::npos);
 }
 
 }  // namespace

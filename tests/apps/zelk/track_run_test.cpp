@@ -42,7 +42,8 @@ TEST_F(TrackRun, ConvertsThereAndBackAndKeepsWhatIsThere) {
 TEST_F(TrackRun, AProjectTakesTheTrackForItsPins) {
     put("in.csv", kCsv);
     put("l.ppm", "P6 3 2 255\n" + std::string(18, 'x'));
-    done("project new p.zelk.json --layer l.ppm --size 640x360 --frames 7-8"_words);
+    put("plate.ppm", "P6 640 360 255\n" + std::string(640 * 360 * 3, 'x'));
+    done("project new p.zelk.json --layer l.ppm --plate plate.ppm --size 64x36 --frames 7-8"_words);
     done("project import-track p.zelk.json in.csv"_words);
     auto const pins = nlohmann::json::parse(bytesOf("p.zelk.json"))["parameters"];
     for (auto const& [place, value] :

@@ -30,7 +30,7 @@ TEST(ChannelValues, DepthsMeetAtTheNearestValue) {
 template <class Channel>
 std::vector<Channel> reduce(std::vector<Channel> const& rgba, int width, int n) {
     BoxReducer<Channel> reducer(width, n);
-    std::vector<Channel> all, row(static_cast<std::size_t>(reducer.reducedWidth()) * 4);
+    std::vector<Channel> all, row(static_cast<std::size_t>(width / n) * 4);
     for (std::size_t at = 0; at < rgba.size(); at += static_cast<std::size_t>(width) * 4)
         if (reducer.add(&rgba[at], row.data())) all.insert(all.end(), row.begin(), row.end());
     return all;

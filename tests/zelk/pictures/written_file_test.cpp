@@ -82,7 +82,7 @@ TEST_F(WrittenFile, NothingIsLeftOfAProcessThatEnds) {
         zelk::TemporaryFile const another("o.png");
         for (int const signal : {SIGINT, SIGTERM}) std::raise(signal);
     };
-    EXPECT_EXIT(ends([] { std::exit(0); }), testing::ExitedWithCode(4), "writer gave up");
+    EXPECT_EXIT(ends([] { std::exit(0); }), testing::ExitedWithCode(4), "could not be finished");
     EXPECT_EXIT(ends([] { std::raise(SIGHUP); }), testing::KilledBySignal(SIGHUP), "");
     EXPECT_EXIT(ends(interrupted), testing::ExitedWithCode(130), "");
     EXPECT_EQ(files(), std::vector<std::string>());

@@ -90,6 +90,23 @@ TEST_F(Renderer, GivesEachFrameInAnyOrderOnAnyThreadAndToItsFile) {
     }
 }
 
+TEST_F(Renderer, SettlesTypedValuesForAFile) {
+    for (bool const hasPlate : {false, true}) {
+        Scene typed = scene(hasPlate);
+        edit(typed, "opacity", "37.5");
+        edit(typed, "from", "3,2 31,1 5,28 38,29");
+        setParameter(typed, "rotate", 12.25, "viewer");
+        EXPECT_THROW(setParameter(typed, "rotat", 1., "viewer"), UserError);
+        EXPECT_THROW(sceneText(typed), UserError);
+        FrameRenderer renderer(typed);
+        renderer.begin({2});
+        Scene again = sceneFromText(at("s.zelk.json"), sceneText(renderer.settledScene()));
+        edit(again, "module", ZELK_MODULE);
+        EXPECT_EQ(valuesOf<float>(FrameRenderer(again).picture(2)),
+                  valuesOf<float>(renderer.picture(2)));
+    }
+}
+
 TEST_F(Renderer, TakesPixelsInMemoryAsFilesOfTheSame) {
     for (int const channels : {1, 2, 3, 4}) {
         auto const layer = noise<std::uint16_t>(21, 13, channels, 5);
@@ -180,6 +197,9 @@ TEST_F(Renderer, EditsWinOverTheFileAndRefusalsNameTheirMaker) {
           {[](Scene& s) { s.downsample = 2, edit(s, "size", "9x8"); },
            "s.zelk.json: render.downsample"},
           {[](Scene& s) { edit(s, "mode", "add"); }, "--mode"},
+          // What no option set has no option's name.
+          {[](Scene& s) { s.isPlain = true, s.road = Road::kMemory; },
+           "plain does not go with road memory"},
           {[](Scene& s) { s.layer = {}; }, "s.zelk.json: layer"}}) {
         Scene changed = own;
         change(changed);

@@ -6,10 +6,13 @@
 #include <set>
 
 #include "tests/support/zelk_process.h"
+#include "zelk/render/setup.h"
 #include "zelk/scene/clock.h"
 #include "zelk/scene/file.h"
+#include "zelk/scene/file_form.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/scene/values.h"
+#include "zelk/scene/words.h"
 #include "zelk/text/errors.h"
 
 namespace zelk {
@@ -67,12 +70,15 @@ TEST_F(ProjectFile, GoesThereAndBackWithEveryKindAndInterpolation) {
                                        {0.1 + seed % 97, seed / 9.},
                                        {0.2 + seed % 89, -seed / 7.}});
     }
-    writeScene(sceneOf(project, host.parameters(), {320, 180}), project.file);
+    PixelSize const size = {320, 180};
+    auto const defaults = defaultsOf({}, host.parameters(), size, size);
+    writeScene(sceneOf(project, host.parameters(), defaults), project.file);
     Scene const read = readScene(project.file);
     EXPECT_EQ(sceneText(read), bytesOf("a.zelk.json"));
     EXPECT_TRUE(has(bytesOf("a.zelk.json"), "\"id\": 134"));
-    setUp(again, read, {320, 180});
-    EXPECT_EQ(sceneText(sceneOf(read, again.parameters(), {320, 180})), bytesOf("a.zelk.json"));
+    again.resetParameters(320, 180);
+    setValues(read, ValuesFrom::kFile, again.parameters());
+    EXPECT_EQ(sceneText(sceneOf(read, again.parameters(), defaults)), bytesOf("a.zelk.json"));
     for (std::size_t i = 0; i < host.parameters().size(); ++i) {
         Parameter const &a = host.parameters()[i], &b = again.parameters()[i];
         SCOPED_TRACE(kParameterNames[i]);
@@ -106,7 +112,7 @@ constexpr char const* kGood = R"({"schema": "zelk-project", "version": 1,
 constexpr char const* kWrongs = R"(: 30|: NaN|3:32|"NaN"
 }}}|}}|3:98|end of input
 "a.png"|"a~.png"|UTF-8
-"version": 1|"version": 2|newer|"2"|version 1
+"version": 1|"version": 2|too new|"2"|version up to 1
 "value": 30|"id": 134|twice|"parameters.rotate.id"
 zelk-|zulk-|"zulk-project"|zelk-project
 , "rate": 25||missing|"comp.rate"
@@ -118,7 +124,7 @@ zelk-|zulk-|"zulk-project"|zelk-project
 : 2,|: 1e8,|parameters.rotate.keys[1].frame|clock
 : 3}|: 3, "in": {"influence": 0}}|keys[1].in.influence|0.1 to 100
 "rotate": {"id": 134|"quality": {"id": 13|quality.value|"30"|High, Super Sample
-"rotate": {"id": 134, "value": 30|"quality": {"value": "low"|quality.keys|vary|2 keys
+"rotate": {"id": 134, "value": 30|"quality": {"value": "low"|parameters.quality|keys:|2 keys
 "rotate": {"id": 134|"reposition-group": {"id": 189|group start
 "rotate": {"id": 134, "value": 30, "keys": [{|"transfer-mode": {"keys": [{"interpolation": "linear", |transfer-mode.keys[0]|hold)";
 
@@ -211,7 +217,7 @@ TEST_F(ProjectFile, TheSchemaAndTheCommandLineKnowTheSameWords) {
         if (!parameter.hasValue()) continue;
         EXPECT_EQ(parameters[name]["properties"]["id"]["const"], parameter.diskId()) << name;
     }
-    std::vector<std::string_view> const modes(modeWords().begin(), modeWords().end());
+    auto const modes = wordsOf(kOverModes);
     EXPECT_EQ(schema["$defs"]["render"]["properties"]["mode"]["enum"], Json(modes));
     expectRefusal("render a -o b --over p --mode ?"_words, 2, {listOf(modes)});
 }
@@ -225,7 +231,7 @@ TEST_F(ProjectFile, CommandsMakeShowAndCheckOne) {
     std::string const own = "s.zelk.json", moved = "plates/s.zelk.json";
     Scene project = readScene(at(own));
     EXPECT_EQ(project.plate->file.written, "plates/p.####.ppm");
-    project.parameters = {{kParamRotate, {}, 30., {{12, 1., {}, {}, {}}, {13.5, 2., {}, {}, {}}}}};
+    project.parameters = {{"rotate", {}, 30., {{12, 1., {}, {}, {}}, {13.5, 2., {}, {}, {}}}}};
     writeScene(project, at(moved));  // the pictures stay where they are
     for (std::string const& each : {own, moved})
         EXPECT_EQ(run({"project", "check", each}).out, each + ": good\n");

@@ -227,21 +227,21 @@ TEST(Track, FormsAreKnownByTheirText) {
 }
 
 // A form, empty for what the text tells, a text, and how its refusal begins.
-constexpr char const* kRefused = R"(mocha|0 1 2~|no corner's section in "the file"
+constexpr char const* kRefused = R"(mocha|0 1 2~|no section of a corner, expected
 keyframes|Source Width 32768~|line 1: the frame's size can't be "Source Width 32768"
 nodes|to1 {1~|line 1: breaks off in a pin, expected
 |1 bogus 100 3~2 ul 1 2~|line 1: not a corner: "bogus"
 |ul 1 2 3~ul 2 2 1e400~|line 2: column 4 is not a number: "1e400"
 mocha|Upper Left~0 1 2~Lower Left~|line 3: a section without samples: "upper right"
-keyframes|Transform~`1`2`3~|no samples of corners in "keyframes data"
-nodes|to1 {1 2}|y points up, and no height is told by "CornerPin2D"
+keyframes|Transform~`1`2`3~|no positions of corners in the form "keyframes"
+nodes|to1 {1 2}|the frame's height is unknown, and y points up in "CornerPin2D"
 nodes|to1 {{curve x1 1} {curve x2 1}}~from1 {0 0} from2 {1 0} from3 {1 1} from4 {0 1}|line 1: x and y have keys at other frames in "lower left"
 csv|frame,corner,x,y~1,ul,2~|line 2: too few columns: "3")";
 
 TEST(Track, RefusalsTellLineAndReason) {
     auto rows = rowsOf(kRefused);
     rows.push_back(
-        {"mocha", "Upper Left\r1 2 3\r", "line 1: line ends are carriage returns alone"});
+        {"mocha", "Upper Left\r1 2 3\r", "line 1: lines end with carriage returns alone"});
     rows.push_back({"mocha", std::string("\xff\xfeU\0", 4), "line 1: the text is \"UTF-16\""});
     rows.push_back({"columns", std::string(1000, 'x') + " 1 2 3", "line 1: column 1 is not a "});
     std::string many = "Upper Left\n";

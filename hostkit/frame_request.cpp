@@ -1,5 +1,5 @@
 // Compositions as a host's integer clock can hold them.
-#include "hostkit/comp.h"
+#include "hostkit/frame_request.h"
 
 #include <fmt/format.h>
 

@@ -1,0 +1,31 @@
+// Refusals of what a scene says, which name whatever set it: an edit by its name, or the place in
+// the scene's file.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "zelk/scene/scene.h"
+#include "zelk/text/errors.h"
+
+namespace zelk {
+
+/// What messages call an edit that nobody made, or a field of RunOptions: "over", or "--over" on a
+/// command line.
+std::string spelled(Scene const& scene, std::string_view name);
+/// What messages call a field: the name of the edit that set it, else as `spelled`.
+std::string nameOf(Scene const& scene, SceneField field);
+
+/// A sentence about a field: "--mode needs a plate: give --over", "s.zelk.json: render.size does
+/// ...".
+UserError refusalOf(Scene const& scene, SceneField field, std::string const& predicate);
+/// The same about its value.
+UserError refusalOf(Scene const& scene, SceneField field, std::string const& wrong,
+                    std::string const& value, std::string const& expected);
+/// The same of a parameter.
+UserError refusalOf(Scene const& scene, int parameter, std::string const& predicate);
+
+/// Refusal of a Transfer Mode where layer and frame differ in size.
+std::string ownFrameOnly(Scene const& scene);
+
+}  // namespace zelk
