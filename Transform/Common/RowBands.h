@@ -10,11 +10,16 @@
 /// Bytes of a raster, in all the images that a pass touches, from which on a team is worth waking.
 constexpr std::int64_t kBytesWorthATeam = 1 << 20;
 
+/// `bytesALine` is what one of `count` lines reads and writes.
+constexpr bool isWorthATeam(int count, std::int64_t bytesALine) {
+    return count * bytesALine >= kBytesWorthATeam;
+}
+
 /// Calls `row(y)` for each row from 0 to height - 1, in any order, perhaps on several threads.
 /// `bytesARow` is what one row reads and writes. `row` throws nothing.
 template <class Row>
 void forEachRow(int height, std::int64_t bytesARow, Row row) {
-    if (height * bytesARow < kBytesWorthATeam) {
+    if (!isWorthATeam(height, bytesARow)) {
         for (int y = 0; y < height; ++y) row(y);
         return;
     }

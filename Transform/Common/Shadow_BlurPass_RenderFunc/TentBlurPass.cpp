@@ -43,7 +43,8 @@ void tentBlurPass(ChannelPlane<T> const& source, ChannelPlane<T> const& dest,
     }
     // Columns of one radius go side by side.
     int const group = Count == 4 && limited.vertical && !limited.ramp ? kColumnsAtOnce : 1;
-#pragma omp parallel for schedule(dynamic, 1)
+    bool const isLarge = isWorthATeam(count, std::int64_t{8} * sizeof(T) * length);
+#pragma omp parallel for schedule(dynamic, 1) if (isLarge)
     for (int i = 0; i < count; i += group) {
         int const radius = limited.ramp ? rampedRadius(i, count, limited) : limited.radius;
         auto const from = source.line(i, limited.vertical), to = dest.line(i, limited.vertical);

@@ -56,8 +56,7 @@ int interpolatedBlur(PluginHost_API* host, PluginHost_API::RasterInfo& raster, d
     int const group = columns ? kColumnsAtOnce : 1;
     int const linesAThread = group + kBlurredLines;
     auto const image = channelPlane<T>(raster, 0);
-    bool const isLarge =
-        std::int64_t{image.height} * image.width * 4 * sizeof(T) >= kBytesWorthATeam;
+    bool const isLarge = isWorthATeam(image.height, std::int64_t{8} * sizeof(T) * image.width);
     int const threads = isLarge ? omp_get_max_threads() : 1;
     ScratchRaster scratch(host);
     if (int const error =
