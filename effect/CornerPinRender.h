@@ -59,12 +59,17 @@ PF_Err takeSample(PipelineFrame& frame, int index) {
     return 0;
 }
 
+/// A Transfer Mode lays the result over the source; nothing else reads the working copy any more.
+inline bool usesSource(PipelineFrame const& frame) {
+    return frame.args.transferMode != kTransferNone;
+}
+
 /// Straight colour for opacity and transfer.
 template <class Trait>
 void enterStraight(PipelineFrame& frame) {
     if (!frame.host->getAEHost() && !frame.host->getFXPLUGHost()) return;
-    unPremultiply<Trait>(frame, frame.rasters.work.get());
-    unPremultiply<Trait>(frame, frame.rasters.out.get());
+    if (usesSource(frame)) unPremultiply<Trait>(frame, frame.rasters.work.get());
+    if (!frame.isOutStraight) unPremultiply<Trait>(frame, frame.rasters.out.get());
 }
 
 /// Lays the result over the source by the Transfer Mode: in After Effects by the host's own
@@ -107,9 +112,15 @@ void leaveStraight(PipelineFrame& frame) {
         setAlpha<Trait>(frame.outInfo, 0);
     }
     if (frame.host->getFXPLUGHost()) {
-        premultiply<Trait>(frame, frame.rasters.work.get());
+        if (usesSource(frame)) premultiply<Trait>(frame, frame.rasters.work.get());
         premultiply<Trait>(frame, frame.rasters.out.get());
     }
+}
+
+/// premultRowSimd for the engine, whose pixels have no type.
+template <class Trait>
+void straightenPixels(void* pixels, int count) {
+    premultRowSimd(static_cast<typename Trait::Channel*>(pixels), count, Trait::kAlpha, true);
 }
 
 }  // namespace corner_pin_detail
@@ -130,6 +141,7 @@ PF_Err CornerPinRender(PluginHost_API* host) {
     }
     if (const PF_Err code = takeWorkingCopy(frame)) return code;
     corner_pin_detail::enterPremultiplied<Trait>(frame);
+    frame.straighten = corner_pin_detail::straightenPixels<Trait>;
     if (const PF_Err code = prepareSamples(frame)) return code;
     for (int i = 0; i < frame.plan.samples; ++i) {
         if (const PF_Err code = corner_pin_detail::takeSample<Trait>(frame, i)) return code;

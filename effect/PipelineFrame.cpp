@@ -263,12 +263,17 @@ PF_Err renderSample(PipelineFrame& frame, int index) {
     setSample(frame.core, pose);
     useCamera(frame, time);
 
+    // Colour is straightened with the drawing where nothing comes between.
+    bool const isLast = drawn.direct && frame.host->getAEHost() && !frame.plan.blurOn &&
+                        !softens(frame.args.quality);
+    settings->finishFunc = isLast ? frame.straighten : nullptr;
     if (!drawn.direct) {
         renderTwoPasses(frame, frame.core, settings, drawn);
     } else if (int const code = renderPass(frame, frame.core, kQuadFromToTo, frame.sourceInfo,
                                            destinationOf(frame).info, settings)) {
         if (!frame.result) frame.result = code;
     }
+    frame.isOutStraight = settings->isFinished;
     return 0;
 }
 

@@ -55,6 +55,8 @@ struct LineRenderStruct;
 using QV_KernelFunc = double (*)(double x, void* settings);
 /// Renders one run: the RenderSettings and the run.
 using QV_LineFunc = void (*)(void* settings, LineRenderStruct* line);
+/// Changes `count` pixels in place.
+using QV_RowFunc = void (*)(void* pixels, int count);
 
 /// Taps per axis at most, and rows of the weight table. The size index of a render asks for at most
 /// 10 taps; a caller of calculateLut may ask for more.
@@ -103,7 +105,11 @@ struct RenderSettings {
     std::int32_t lineShiftX = 0, lineShiftY = 0;
     QV_UnitPoint targetQuad[4] = {};  ///< From quad, pixels, polygon order
     double fromQuad[8] = {};          ///< Z order
-    std::int32_t alphaOffset = 0;     ///< index of the alpha channel inside a pixel
+    /// What the caller does to each pixel that was drawn; transparent black has to stay so. The
+    /// engine does it while a row is in cache, and says so, or leaves it to the caller.
+    QV_RowFunc finishFunc = nullptr;
+    bool isFinished = false;       ///< written by the engine
+    std::int32_t alphaOffset = 0;  ///< index of the alpha channel inside a pixel
     /// Super sampling pattern: weights (not normalised by the engine) and offsets in source pixels.
     double ssWeight[kSuperSamples] = {};
     double ssOffsetX[kSuperSamples] = {};

@@ -150,6 +150,7 @@ bool draw(CoreRenderCall const& call, FormatFunctions const& functions) {
     if (!call.settings) useWholeRasters(call, local);
     RenderSettings& s = call.settings ? *call.settings : local;
 
+    s.isFinished = false;
     s.renderMode = call.core.renderMode;
     s.taps = call.core.sizeIndex;
     s.quality = qualityOfFilter(call.core.filter);
@@ -185,10 +186,13 @@ bool draw(CoreRenderCall const& call, FormatFunctions const& functions) {
     const QV_IRect unshifted = {s.dstLeft, s.dstTop, s.dstRight, s.dstBottom};
     const QV_IRect rect = s.renderMode == 1 ? shifted : unshifted;
     if (call.clearOutput) {
-        if (scanClears(call, window, rect))
+        if (scanClears(call, window, rect)) {
             poly.setClearing(call.dst.width, call.dst.height);
-        else
+            poly.m_finishFunc = s.finishFunc;
+            s.isFinished = s.finishFunc != nullptr;
+        } else {
             clearRaster(call.dst);
+        }
     }
     scan(poly, window, rect, s);
     return true;
@@ -197,6 +201,8 @@ bool draw(CoreRenderCall const& call, FormatFunctions const& functions) {
 }  // namespace
 
 int coreTransformRender(CoreRenderCall const& call, FormatFunctions const& functions) {
-    if (!draw(call, functions) && call.clearOutput) clearRaster(call.dst);
+    if (draw(call, functions) || !call.clearOutput) return 0;
+    clearRaster(call.dst);
+    if (call.settings) call.settings->isFinished = call.settings->finishFunc != nullptr;
     return 0;
 }

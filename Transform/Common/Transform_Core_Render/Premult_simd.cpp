@@ -64,6 +64,22 @@ HWY_INLINE VI divided(VI c, VI a) {
     return hn::IfThenElse(hn::Eq(a, hn::Zero(di)), c, exact);
 }
 
+/// Whether pixels stay as they are: transparent black, white alpha, and transparent ones that are
+/// divided. Most of a picture is one of these. Whole numbers above white would be limited, and 8
+/// bits multiply by alpha / 256.
+template <class T, bool Divides, class D, class V>
+HWY_INLINE bool stay(D d, V c, V a) {
+    constexpr int kWhite = TraitOf<T>::kWhite;
+    using Lane = hn::TFromD<D>;
+    auto const isClear =
+        Divides ? hn::Eq(a, hn::Zero(d)) : hn::And(hn::Eq(a, hn::Zero(d)), hn::Eq(c, hn::Zero(d)));
+    if constexpr (sizeof(T) == 1 && !Divides) return hn::AllTrue(d, isClear);
+    auto const white = hn::Set(d, static_cast<Lane>(std::is_floating_point_v<T> ? 1 : kWhite));
+    auto isWhite = hn::Eq(a, white);
+    if constexpr (sizeof(T) == 2) isWhite = hn::And(isWhite, hn::Lt(c, hn::Set(d, Lane{kWhite + 1})));
+    return hn::AllTrue(d, hn::Or(isClear, isWhite));
+}
+
 /// Changes whole vectors of the row; returns how many channels those are.
 template <class T, int Alpha, bool Divides>
 HWY_INLINE int changeVectors(T* pixels, int channels) {
@@ -77,11 +93,13 @@ HWY_INLINE int changeVectors(T* pixels, int channels) {
     for (; i + lanes <= channels; i += lanes) {
         if constexpr (std::is_floating_point_v<T>) {
             const VF c = hn::LoadU(d, pixels + i), a = hn::Broadcast<Alpha>(c);
+            if (stay<T, Divides>(d, c, a)) continue;
             const VF changed =
                 Divides ? hn::IfThenElse(hn::Gt(a, hn::Zero(d)), hn::Div(c, a), c) : hn::Mul(a, c);
             hn::StoreU(hn::IfThenElse(hn::RebindMask(d, isAlpha), c, changed), d, pixels + i);
         } else {
             const VI c = hn::PromoteTo(di, hn::LoadU(dt, pixels + i)), a = hn::Broadcast<Alpha>(c);
+            if (stay<T, Divides>(di, c, a)) continue;
             const VI changed = Divides ? divided<T>(c, a) : multiplied<T>(c, a);
             hn::StoreU(hn::DemoteTo(dt, hn::IfThenElse(isAlpha, c, changed)), dt, pixels + i);
         }
