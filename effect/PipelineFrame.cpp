@@ -9,7 +9,7 @@
 #include <utility>
 
 #include "RenderLib/Transform/CommonRender_CoreTransformRender.h"
-#include "Transform/Common/Transform_Core_Render/PixelRows.h"
+#include "Transform/Common/PixelBlocks.h"
 #include "effect/HostCamera.h"
 #include "effect/PassRecords.h"
 #include "params/HostControls.h"
@@ -144,9 +144,8 @@ PF_Err addRaster(PipelineFrame& frame, OwnedRaster& slot, PluginRaster_API* mode
 
 void copyRows(PluginHost_API::RasterInfo const& from, PluginHost_API::RasterInfo const& to) {
     int const bytes = std::min(std::abs(from.rowBytes), std::abs(to.rowBytes));
-    for (int y = 0; y < to.height; ++y)
-        std::memcpy(pixelRow<unsigned char>(to, y), pixelRow<unsigned char>(from, y),
-                    static_cast<std::size_t>(bytes));
+    copyBlock(to.data, to.rowBytes, from.data, from.rowBytes, static_cast<std::size_t>(bytes),
+              to.height);
 }
 
 void useCamera(PipelineFrame& frame, std::int32_t time) {

@@ -1,6 +1,7 @@
 // The memory host's images: raster objects by new and delete, clearing, copying, sizes. The
 // contract of each operation is in PluginHost_API.h and PluginHost_Memory_Impl.h.
 #include "Transform/Common/OwnedRaster.h"
+#include "Transform/Common/PixelBlocks.h"
 #include "Transform/Common/SaturatingCast.h"
 #include "Transform/Common/Transform_Core_Render/PixelRows.h"
 #include "host/PluginHost_Memory_Impl.h"
@@ -40,8 +41,7 @@ int pixelBytesOf(QV_RasterFormat format) {
 void clear(QV_RasterInfo const& info) {
     auto const runBytes = static_cast<std::size_t>(info.width) * info.pixelBytes;
     if (!info.data || !runBytes) return;
-    for (int y = 0; y < info.height; ++y)
-        std::memset(pixelRow<unsigned char>(info, y), 0, runBytes);
+    zeroBlock(info.data, info.rowBytes, runBytes, info.height);
 }
 
 /// Where a copy reads and writes: both corners and a size that fit into both images.
@@ -85,11 +85,15 @@ int copyPixels(QV_RasterInfo const& from, QV_RasterInfo const& to, QV_Rect const
     const CopyArea area = copyArea(from, to, fromRect, toRect);
     if (area.width <= 0 || area.height <= 0) return 0;
     const std::ptrdiff_t pixel = from.pixelBytes;
-    for (int y = 0; y < area.height; ++y) {
-        std::memmove(pixelRow<unsigned char>(to, area.toY + y) + area.toX * pixel,
-                     pixelRow<unsigned char>(from, area.fromY + y) + area.fromX * pixel,
-                     static_cast<std::size_t>(area.width * pixel));
+    auto const rowBytes = static_cast<std::size_t>(area.width * pixel);
+    auto* const target = pixelRow<unsigned char>(to, area.toY) + area.toX * pixel;
+    auto const* const source = pixelRow<unsigned char>(from, area.fromY) + area.fromX * pixel;
+    if (from.data != to.data) {
+        copyBlock(target, to.rowBytes, source, from.rowBytes, rowBytes, area.height);
+        return 0;
     }
+    for (std::ptrdiff_t y = 0; y < area.height; ++y)
+        std::memmove(target + y * to.rowBytes, source + y * from.rowBytes, rowBytes);
     return 0;
 }
 

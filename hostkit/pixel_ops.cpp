@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "Transform/Common/PixelBlocks.h"
+
 namespace zelk {
 namespace {
 
@@ -85,12 +87,12 @@ void encodeColor(World const& world, PF_Pixel color, std::byte (&bytes)[16]) {
 void fillPixels(World& world, PF_Pixel const* color, PF_Rect const* rect) {
     Bounds const area = Bounds::of(rect, world).meet(Bounds::of(world));
     if (area.empty()) return;
-    std::byte pixel[16] = {};
-    if (color) encodeColor(world, *color, pixel);
-
     std::size_t const size = static_cast<std::size_t>(pixelBytes(world.depth()));
     std::size_t const rowSize = size * static_cast<std::size_t>(area.width());
     std::byte* const first = pixelAt(world, area.left, area.top);
+    if (!color) return zeroBlock(first, world.rowBytes(), rowSize, area.height());
+    std::byte pixel[16] = {};
+    encodeColor(world, *color, pixel);
     for (std::size_t at = 0; at < rowSize; at += size) std::memcpy(first + at, pixel, size);
     for (int y = area.top + 1; y < area.bottom; ++y)
         std::memcpy(pixelAt(world, area.left, y), first, rowSize);
@@ -109,8 +111,14 @@ bool copyPixels(World const& from, World& to, PF_Rect const* fromRect, PF_Rect c
 
     std::ptrdiff_t const size = pixelBytes(to.depth());
     std::size_t const rowSize = static_cast<std::size_t>(size * area.width());
+    if (&from != &to) {
+        copyBlock(pixelAt(to, area.left, area.top), to.rowBytes(),
+                  from.row(area.top - dy) + (area.left - dx) * size, from.rowBytes(), rowSize,
+                  area.height());
+        return true;
+    }
     // Within one image a copy downwards starts at the bottom, so that no row is overwritten unread.
-    bool const upwards = &from == &to && dy > 0;
+    bool const upwards = dy > 0;
     for (int i = 0; i < area.height(); ++i) {
         int const y = upwards ? area.bottom - 1 - i : area.top + i;
         std::memmove(pixelAt(to, area.left, y), from.row(y - dy) + (area.left - dx) * size,

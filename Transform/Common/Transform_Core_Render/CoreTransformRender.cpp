@@ -3,8 +3,8 @@
 #include "Transform/Common/Transform_Core_Render/CoreTransformRender.h"
 
 #include <algorithm>
-#include <cstring>
 
+#include "Transform/Common/PixelBlocks.h"
 #include "Transform/Common/QV_Poly/QV_Poly.h"
 #include "Transform/Common/Transform_Core_Render/KernelTable.h"
 #include "Transform/Common/Transform_Core_Render/calcMatrix.h"
@@ -49,9 +49,8 @@ bool hasUnitMeasure(RenderSettings const& s, QV_IRect const& source) {
 
 void clearRaster(PluginHost_API::RasterInfo const& raster) {
     if (raster.width <= 0 || raster.height <= 0) return;
-    auto* row = static_cast<unsigned char*>(raster.data);
-    auto const rowLength = static_cast<std::size_t>(raster.width) * raster.pixelBytes;
-    for (int y = 0; y < raster.height; ++y, row += raster.rowBytes) std::memset(row, 0, rowLength);
+    zeroBlock(raster.data, raster.rowBytes,
+              static_cast<std::size_t>(raster.width) * raster.pixelBytes, raster.height);
 }
 
 void chooseFillFunctions(CoreRenderCall const& call, FormatFunctions const& f, RenderSettings& s) {
