@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "Transform/Common/PixelMemory.h"
 #include "hostkit/pixel_ops.h"
 #include "zelk/pictures/buffer_input.h"
 #include "zelk/render/explanation.h"
@@ -60,6 +61,8 @@ FrameStages::FrameStages(Scene scene, RunOptions run, Explanation* explanation)
       m_explanation(explanation) {
     useThreads(m_run.threads);
 }
+
+FrameStages::~FrameStages() { PixelMemory::releaseKept(); }
 
 FrameRequest FrameStages::momentOf(int frame) const {
     FrameRequest moment = frameRequest(m_comp, frame);

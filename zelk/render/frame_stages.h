@@ -63,6 +63,7 @@ public:
     /// As FrameRenderer. `explanation`, which may be null, is filled on the way of a frame that is
     /// the only one.
     explicit FrameStages(Scene scene, RunOptions run = {}, Explanation* explanation = nullptr);
+    ~FrameStages();  ///< gives back the memory that images left
 
     Scene const& scene() const { return m_scene; }
     RunOptions const& run() const { return m_run; }

@@ -15,6 +15,7 @@
 #include <mutex>
 #include <thread>
 
+#include "Transform/Common/PixelMemory.h"
 #include "zelk/text/errors.h"
 
 namespace zelk {
@@ -79,13 +80,19 @@ private:
     }
 
     void loadAll() {
-        for (std::size_t i = 0; await(i, [&] { return i < m_stored + m_slots; }); ++i)
-            pass(i, m_stages.load, m_loaded);
+        for (std::size_t i = 0; await(i, [&] { return i < m_stored + m_slots; }); ++i) {
+            work(i, m_stages.load);
+            advance(m_loaded);
+        }
     }
 
     void renderAll() {
-        for (std::size_t i = 0; await(i, [&] { return i < m_loaded; }); ++i)
-            pass(i, m_stages.render, m_rendered);
+        for (std::size_t i = 0; await(i, [&] { return i < m_loaded; }); ++i) {
+            work(i, m_stages.render);
+            // No image will be made any more: what was kept for one serves the writer better.
+            if (i + 1 == m_frames.size()) PixelMemory::releaseKept();
+            advance(m_rendered);
+        }
     }
 
     void storeAll() {
@@ -115,12 +122,6 @@ private:
             m_changed.notify_all();
         }
         return i < m_end;
-    }
-
-    void pass(std::size_t i, std::function<void(std::size_t, int)> const& stage,
-              std::size_t& counter) {
-        work(i, stage);
-        advance(counter);
     }
 
     /// One stage of one frame, unless an earlier one failed. Frames after a failure that ends the

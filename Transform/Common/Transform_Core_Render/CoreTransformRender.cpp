@@ -112,10 +112,12 @@ void describeRasters(CoreRenderCall const& call, RenderSettings& s) {
     s.kernelScale = call.core.kernelScale;
 }
 
+/// Nearest and bilinear runs read no table: in a small frame it would cost as much as they do.
 void buildKernel(CoreRenderArguments const& core, RenderSettings& s) {
+    bool const buildTable = s.quality > 1;
     setInterpLineFunc(&s, core.paramB, core.paramC, core.filter, core.sharpen, core.sharpenFilter,
                       core.sharpenMix, core.sharpenClamp, core.sharpenParamB, core.sharpenParamC,
-                      core.sharpenAmount, core.clampNegative, true);
+                      core.sharpenAmount, core.clampNegative, buildTable);
 }
 
 void scan(QV_Poly& poly, QV_Window& window, QV_IRect const& rect, RenderSettings& s) {

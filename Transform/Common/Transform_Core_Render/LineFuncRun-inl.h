@@ -332,7 +332,7 @@ HWY_INLINE void run(void* settings, LineRenderStruct* line) {
         std::memcpy(b.v, b.nextV, sizeof b.v);
         int const count = std::min(kBlock, left);
         if constexpr (Kernel::kHasInside) {
-            if (isSimple && isInside(b, count, bounds)) {
+            if (isSimple && count >= kGroup && isInside(b, count, bounds)) {
                 runInside<T, Kernel>(s, count, b, next, out);
                 continue;
             }
