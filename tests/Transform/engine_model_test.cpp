@@ -257,9 +257,9 @@ TEST_P(EngineModel, EveryPixelIsInTheModelsRange) {
         scene.filter = filter;
         scene.sizeIndex = sizeIndex;
         const GuardedRaster source = noiseSource(random, scene, format, turn % 2 * 24);
-        auto const render = [&](EngineOptions options, int paddingBytes) {
+        auto const render = [&, fills = fill](EngineOptions options, int paddingBytes) {
             options.clearOutput = cleared;
-            options.fill = fill;
+            options.fill = fills;
             return renderScene(scene, source, options, paddingBytes);
         };
         const GuardedRaster output = render({}, turn % 3 * 40);

@@ -75,7 +75,8 @@ TYPED_TEST(EachFormat, TheBorderFadesByTheRampAndCornersTwice) {
         raster.paint([&](int, int, int) { return TypeParam::kWhite; });
         fadeBorder<TypeParam>(raster.info(), extent);
         EXPECT_TRUE(raster.guardsIntact());
-        raster.forEachChannel([&, last = static_cast<float>(extent - 1)](int x, int y, int c) {
+        raster.forEachChannel([&, w = w, h = h, extent = extent,
+                               last = static_cast<float>(extent - 1)](int x, int y, int c) {
             float want = TypeParam::kWhite;
             const auto fade = [&](float part) {
                 want *= part * 0.8f + 0.1f;
