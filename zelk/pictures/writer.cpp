@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <cmath>
 #include <cstring>
@@ -17,6 +18,7 @@
 #include "zelk/files/quiet_libraries.h"
 #include "zelk/files/temporary_file.h"
 #include "zelk/pictures/channel_values.h"
+#include "zelk/pictures/png_data.h"
 #include "zelk/pictures/world_rows.h"
 #include "zelk/pictures/written_check.h"
 #include "zelk/text/errors.h"
@@ -207,6 +209,13 @@ void roundToBits(int bits, std::vector<float>& values) {
     for (float& value : values) value = std::floor(value * white + 0.5f) / white;
 }
 
+template <class Channel>
+bool isSomewhereTransparent(std::vector<Channel> const& rgba) {
+    for (std::size_t i = 3; i < rgba.size(); i += 4)
+        if (rgba[i] < kWhite<Channel>) return true;
+    return false;
+}
+
 struct Written {
     bool isWhole = false;
     bool sawTransparency = false;
@@ -226,8 +235,7 @@ Written writeStrips(World const& world, RowPlan const& plan, OIIO::ImageOutput& 
         int const rows = std::min(strip, world.height() - top);
         for (int y = 0; y < rows; ++y) {
             getRow(world, top + y, rgba.data());
-            for (std::size_t i = 3; i < rgba.size(); i += 4)
-                written.sawTransparency = written.sawTransparency || rgba[i] < kWhite<Channel>;
+            written.sawTransparency = written.sawTransparency || isSomewhereTransparent(rgba);
             storeRow(rgba.data(), world.width(), plan,
                      &stored[rowValues * static_cast<std::size_t>(y)]);
         }
@@ -245,15 +253,59 @@ Written writeStrips(World const& world, RowPlan const& plan, OIIO::ImageOutput& 
     return written;
 }
 
-/// Straight integers of the file's own depth go over exactly; all else through float.
-Written writeRows(World const& world, RowPlan const& plan, OIIO::ImageOutput& writer) {
+/// Straight integers of the file's own depth go over exactly; all else through float. Calls `body`
+/// with a world's value and a stored one.
+template <class Body>
+decltype(auto) withStored(World const& world, RowPlan const& plan, Body&& body) {
     return withChannelOf(world.depth(), [&](auto channel) {
         using Channel = decltype(channel);
         bool const isExact = plan.isStraight && plan.fromStraight && plan.bits == 0 &&
                              plan.type == OIIO::BaseTypeFromC<Channel>::value;
-        return isExact ? writeStrips<Channel, Channel>(world, plan, writer)
-                       : writeStrips<Channel, float>(world, plan, writer);
+        return isExact ? body(channel, Channel()) : body(channel, 0.0f);
     });
+}
+
+Written writeRows(World const& world, RowPlan const& plan, OIIO::ImageOutput& writer) {
+    return withStored(world, plan, [&](auto channel, auto stored) {
+        return writeStrips<decltype(channel), decltype(stored)>(world, plan, writer);
+    });
+}
+
+/// A row as PNG has it, by way of `Stored` as other formats.
+template <class Channel, class Stored>
+void pngRow(World const& world, RowPlan const& plan, int y, std::uint8_t* to,
+            std::atomic<bool>& sawTransparency) {
+    auto const count = static_cast<std::size_t>(world.width() * plan.channels);
+    std::vector<Channel> rgba(static_cast<std::size_t>(world.width()) * 4);
+    std::vector<Stored> stored(count);
+    getRow(world, y, rgba.data());
+    if (isSomewhereTransparent(rgba)) sawTransparency = true;
+    storeRow(rgba.data(), world.width(), plan, stored.data());
+    OIIO::convert_pixel_values(OIIO::BaseTypeFromC<Stored>::value, stored.data(), plan.type, to,
+                               static_cast<int>(count));
+    if (plan.type == OIIO::TypeUInt16)
+        for (std::size_t i = 0; i < count; ++i) std::swap(to[2 * i], to[2 * i + 1]);
+}
+
+/// The picture behind a header that PNG's own writer made, metadata and all. 0, or the system's
+/// error.
+int writePng(World const& world, RowPlan const& plan, int level,
+             std::vector<unsigned char> const& header, fs::path const& file, Written& written) {
+    std::ofstream out(file, std::ios::binary);
+    out.write(reinterpret_cast<char const*>(header.data()),
+              static_cast<std::streamsize>(header.size()));
+    std::atomic<bool> sawTransparency = false;
+    PngImage image{world.width(), world.height(),
+                   plan.channels * static_cast<int>(plan.type.size()), nullptr};
+    withStored(world, plan, [&](auto channel, auto stored) {
+        image.rows = [&](int first, int end, std::uint8_t* to) {
+            for (int y = first; y < end; ++y, to += image.width * image.pixelBytes)
+                pngRow<decltype(channel), decltype(stored)>(world, plan, y, to, sawTransparency);
+        };
+    });
+    int const fault = writePngData(image, level, out);
+    written = {fault == 0, sawTransparency};
+    return fault;
 }
 
 /// As the file has them.
@@ -314,7 +366,8 @@ WriteReport writePicture(World const& world, fs::path const& target, WriteReques
     QuietLibraries const quiet;
     OIIO::Filesystem::IOVecOutput memory;
     auto const writer = makeWriter(target);  // gone before the file: its end may write once more
-    bool const isInMemory = std::string_view(writer->format_name()) == "jpeg";
+    bool const isPng = std::string_view(writer->format_name()) == "png";
+    bool const isInMemory = isPng || std::string_view(writer->format_name()) == "jpeg";
     if (isInMemory) writer->set_ioproxy(&memory);
     RowPlan const plan = planRows(*writer, request);
     PixelSize const size = {world.width(), world.height()};
@@ -322,15 +375,19 @@ WriteReport writePicture(World const& world, fs::path const& target, WriteReques
     Written written;
     if (writer->open(file.path().string(), specOf(*writer, size, plan, request))) {
         noteSamples(writer->spec(), plan, report);
-        written = writeRows(world, plan, *writer);
+        int const fault =
+            isPng ? writePng(world, plan, request.pngLevel, memory.buffer(), file.path(), written)
+                  : 0;
+        if (fault != 0) throw unwritable(target, std::strerror(fault));
+        if (!isPng) written = writeRows(world, plan, *writer);
     }
-    bool const isClosed = writer->close();
+    bool const isClosed = writer->close() || isPng;  // which complains of rows that it never got
     // The TIFF writer complains of an Exif directory without entries, after a whole picture.
-    bool const isHarmless =
-        !writer->has_error() || writer->geterror(false).find("Exif data") != std::string::npos;
+    bool const isHarmless = (isPng && written.isWhole) || !writer->has_error() ||
+                            writer->geterror(false).find("Exif data") != std::string::npos;
     if (!written.isWhole || !isClosed || !isHarmless) throw refusedBy(*writer, file.path(), target);
     writer->geterror();
-    if (isInMemory) saveBytes(memory.buffer(), file.path(), target);
+    if (isInMemory && !isPng) saveBytes(memory.buffer(), file.path(), target);
     std::string const fault = faultOfWritten(
         file.path(), {writer->format_name(), world.width(), world.height(), plan.channels});
     if (!fault.empty()) throw unwritable(target, fault);

@@ -20,6 +20,7 @@ struct RunOptions {
     bool keepMetadata = true;   ///< of the inputs, in the output
     std::string history;        ///< the command line as typed, for the output's metadata
     int inFlight = 3;           ///< frames held at a time
+    int pngLevel = 1;           ///< compression of PNG, 0 to 9
     int threads = 0;            ///< 0 for the runtime's own number
     ProgressMode progress = ProgressMode::kAuto;
     Explain explain = Explain::kNo;
