@@ -19,6 +19,7 @@
 #include "zelk/files/temporary_file.h"
 #include "zelk/pictures/channel_values.h"
 #include "zelk/pictures/png_data.h"
+#include "zelk/pictures/row_values.h"
 #include "zelk/pictures/world_rows.h"
 #include "zelk/pictures/written_check.h"
 #include "zelk/text/errors.h"
@@ -186,8 +187,21 @@ void warnOfDepth(OIIO::ImageOutput const& writer, fs::path const& target,
 }
 
 /// One row to a file's values; `Stored` is the world's channel where nothing has to be computed.
+/// Four channels of the world's own type go in vectors.
 template <class Channel, class Stored>
 void storeRow(Channel const* rgba, int width, RowPlan const& plan, Stored* values) {
+    if constexpr (std::is_same_v<Channel, Stored>) {
+        auto const pixels = static_cast<std::size_t>(width);
+        if (plan.channels == 4) {
+            if constexpr (std::is_same_v<Channel, std::uint16_t>)
+                return vectorRows().toFile16(rgba, 4 * pixels, values);
+            std::copy_n(rgba, 4 * pixels, values);
+            if constexpr (std::is_same_v<Channel, float>)
+                if (plan.isStraight != plan.fromStraight)
+                    vectorRows().byAlpha(values, pixels, {!plan.fromStraight, plan.keepsUncovered});
+            return;
+        }
+    }
     for (int x = 0; x < width; ++x, rgba += 4, values += plan.channels) {
         if constexpr (std::is_same_v<Channel, Stored> && !std::is_same_v<Stored, float>) {
             for (int c = 0; c < plan.channels; ++c) values[c] = toFile(rgba[c]);
@@ -229,7 +243,11 @@ Written writeStrips(World const& world, RowPlan const& plan, OIIO::ImageOutput& 
     auto const rowValues = static_cast<std::size_t>(world.width() * plan.channels);
     std::vector<Channel> rgba(static_cast<std::size_t>(world.width()) * 4);
     std::vector<Stored> stored(rowValues * static_cast<std::size_t>(strip));
-    OIIO::TypeDesc const type = OIIO::BaseTypeFromC<Stored>::value;
+    bool const isHalf = spec.format == OIIO::TypeHalf;  // made here, by vectors
+    std::vector<std::uint16_t> halves(isHalf ? stored.size() : 0);
+    OIIO::TypeDesc const type = isHalf ? OIIO::TypeHalf : OIIO::BaseTypeFromC<Stored>::value;
+    void const* const values =
+        isHalf ? static_cast<void const*>(halves.data()) : static_cast<void const*>(stored.data());
     Written written;
     for (int top = 0; top < world.height(); top += strip) {
         int const rows = std::min(strip, world.height() - top);
@@ -241,12 +259,15 @@ Written writeStrips(World const& world, RowPlan const& plan, OIIO::ImageOutput& 
         }
         if constexpr (std::is_same_v<Stored, float>) {
             if (plan.bits > 0) roundToBits(plan.bits, stored);
+            if (isHalf)
+                vectorRows().toHalf(stored.data(), rowValues * static_cast<std::size_t>(rows),
+                                    halves.data());
         }
         int const first = spec.y + top, end = first + rows;
-        bool const isTaken = spec.tile_width > 0
-                                 ? writer.write_tiles(spec.x, spec.x + spec.width, first, end, 0, 1,
-                                                      type, stored.data())
-                                 : writer.write_scanlines(first, end, 0, type, stored.data());
+        bool const isTaken =
+            spec.tile_width > 0
+                ? writer.write_tiles(spec.x, spec.x + spec.width, first, end, 0, 1, type, values)
+                : writer.write_scanlines(first, end, 0, type, values);
         if (!isTaken) return written;
     }
     written.isWhole = true;
