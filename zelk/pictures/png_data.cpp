@@ -14,6 +14,7 @@
 #include <mutex>
 #include <new>
 #include <optional>
+#include <span>
 #include <vector>
 
 #include "zelk/pictures/png_filter.h"
@@ -61,11 +62,20 @@ void forEachInParallel(std::size_t count, Work const& work) {
     if (fault) std::rethrow_exception(fault);
 }
 
+struct Method {
+    int level, strategy;
+};
+
+/// How the fast level packs a strip: camera's pictures want a code for each difference, and matches
+/// only cost time and size; flat graphics want matches, and those are found there at once.
+constexpr Method kRuns = {1, Z_RLE}, kMatches = {4, Z_DEFAULT_STRATEGY};
+
 /// A compressor without zlib's header.
 class Deflater {
 public:
-    Deflater(int level, int strategy) {
-        if (deflateInit2(&m_stream, level, Z_DEFLATED, -MAX_WBITS, 9, strategy) != Z_OK)
+    explicit Deflater(Method const& method) {
+        if (deflateInit2(&m_stream, method.level, Z_DEFLATED, -MAX_WBITS, 9, method.strategy) !=
+            Z_OK)
             throw std::bad_alloc();
     }
     ~Deflater() { deflateEnd(&m_stream); }
@@ -86,21 +96,26 @@ private:
     z_stream m_stream{};
 };
 
-std::size_t packedSize(std::uint8_t const* from, std::size_t size, int strategy) {
-    Deflater deflater(1, strategy);
-    Bytes to(deflater.bound(size));
-    return deflater.pack(from, size, Z_FINISH, to.data());
+/// A strip's chunk behind its head, without checksums.
+Bytes packed(std::span<std::uint8_t const> rows, Method const& method, Bytes const& head,
+             int flush) {
+    Deflater deflater(method);
+    Bytes chunk = head;
+    chunk.resize(head.size() + deflater.bound(rows.size()));
+    chunk.resize(head.size() +
+                 deflater.pack(rows.data(), rows.size(), flush, chunk.data() + head.size()));
+    return chunk;
 }
 
-/// For the fast level: what pictures of the camera's kind need is a code for each difference, what
-/// flat graphics need is matches. A sixteenth from the middle tells which.
-int fastStrategy(Bytes const& filtered) {
+/// A sixteenth of the strip, from its middle, tells.
+Method fastMethod(std::span<std::uint8_t const> rows) {
     std::size_t const size =
-        std::min(filtered.size(), std::max<std::size_t>(filtered.size() / 16, 1 << 14));
-    std::uint8_t const* const sample = filtered.data() + (filtered.size() - size) / 2;
-    return packedSize(sample, size, Z_RLE) < packedSize(sample, size, Z_DEFAULT_STRATEGY)
-               ? Z_RLE
-               : Z_DEFAULT_STRATEGY;
+        std::min(rows.size(), std::max<std::size_t>(rows.size() / 16, 1 << 14));
+    auto const sample = rows.subspan((rows.size() - size) / 2, size);
+    auto const sizeBy = [&](Method const& method) {
+        return packed(sample, method, {}, Z_FINISH).size();
+    };
+    return sizeBy(kRuns) < sizeBy(kMatches) ? kRuns : kMatches;
 }
 
 struct Strip {
@@ -148,21 +163,23 @@ private:
         return all;
     }
 
+    static Bytes headOf(std::size_t i) {
+        Bytes head = {0, 0, 0, 0, 'I', 'D', 'A', 'T'};
+        if (i == 0) head.insert(head.end(), std::begin(kZlibHeader), std::end(kZlibHeader));
+        return head;
+    }
+
     Strip pack(std::size_t i) const {
         Bytes const rows = filtered(i);
         Strip strip;
         strip.filteredBytes = rows.size();
         strip.adler = adler32_z(adler32(0, nullptr, 0), rows.data(), rows.size());
-        bool const isFast = m_level == kFastPngLevel;
-        Deflater deflater(m_level, isFast ? fastStrategy(rows) : Z_DEFAULT_STRATEGY);
-        std::size_t const head = 8 + (i == 0 ? sizeof kZlibHeader : 0);
-        Bytes& chunk = strip.chunk;
-        chunk.resize(head + deflater.bound(rows.size()));
-        std::memcpy(&chunk[4], "IDAT", 4);
-        if (i == 0) std::memcpy(&chunk[8], kZlibHeader, sizeof kZlibHeader);
-        chunk.resize(head + deflater.pack(rows.data(), rows.size(),
-                                          isLast(i) ? Z_FINISH : Z_SYNC_FLUSH, &chunk[head]));
-        if (!isLast(i)) end(chunk);
+        Bytes const head = headOf(i);
+        int const flush = isLast(i) ? Z_FINISH : Z_SYNC_FLUSH;
+        Method const method =
+            m_level == kFastPngLevel ? fastMethod(rows) : Method{m_level, Z_DEFAULT_STRATEGY};
+        strip.chunk = packed(rows, method, head, flush);
+        if (!isLast(i)) end(strip.chunk);
         return strip;
     }
 
