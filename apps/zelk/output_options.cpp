@@ -1,6 +1,7 @@
 // What is replaced, kept and used; see output_options.h.
 #include "apps/zelk/output_options.h"
 
+#include "zelk/pictures/png_data.h"
 #include "zelk/text/numbers.h"
 
 namespace zelk {
@@ -9,6 +10,8 @@ void OutputOptions::addFileOptions(OptionAdder const& add) {
     add.flag("Files", "--no-clobber", m_noClobber, "Refuse to replace an existing output");
     add.flag("Files", "--in-place", m_inPlace, "Let the output replace its own layer or plate");
     add.flag("Files", "--no-metadata", m_dropsMetadata, "Leave the files' metadata out");
+    add.text("Files", "--png-level", m_pngLevel, "N",
+             "Compression of PNG, 0 to 9: 1 is fast, 9 the smallest (1)");
 }
 
 void OutputOptions::addThreads(OptionAdder const& add) {
@@ -22,6 +25,7 @@ RunOptions OutputOptions::run(Invocation const& how) const {
     run.inPlace = m_inPlace;
     run.keepMetadata = !m_dropsMetadata;
     run.history = how.history;
+    if (m_pngLevel) run.pngLevel = wholeInRange("--png-level", *m_pngLevel, 0, kMostPngLevel);
     if (m_threads) run.threads = wholeInRange("--threads", *m_threads, 0, kMostThreads);
     return run;
 }

@@ -19,7 +19,7 @@ public:
 
 private:
     bool m_noClobber = false, m_inPlace = false, m_dropsMetadata = false;
-    std::optional<std::string> m_threads;
+    std::optional<std::string> m_threads, m_pngLevel;
 };
 
 /// What `render` and `overlay` share: files, pins and quality.

@@ -14,6 +14,7 @@
 #include "zelk/pictures/channel_values.h"
 #include "zelk/pictures/dpx_length.h"
 #include "zelk/pictures/pixel_size.h"
+#include "zelk/pictures/row_values.h"
 #include "zelk/pictures/world_rows.h"
 #include "zelk/text/errors.h"
 
@@ -215,17 +216,31 @@ int PictureReader::stripRows() const {
     return (rows + tile - 1) / tile * tile;
 }
 
+bool PictureReader::read(int firstRow, int endRow, OIIO::TypeDesc type, void* values) {
+    OIIO::ImageSpec const& spec = m_input->spec();
+    int const top = spec.y + firstRow, bottom = spec.y + endRow;
+    return spec.tile_width > 0
+               ? m_input->read_tiles(std::max(m_number, 0), 0, spec.x, spec.x + spec.width, top,
+                                     bottom, spec.z, spec.z + 1, 0, m_channels.count, type, values)
+               : m_input->read_scanlines(std::max(m_number, 0), 0, top, bottom, spec.z, 0,
+                                         m_channels.count, type, values);
+}
+
+/// Halves come as they are stored and are made floats here, by vectors.
 template <class Stored>
 void PictureReader::fetch(int firstRow, int endRow, Stored* values) {
     OIIO::ImageSpec const& spec = m_input->spec();
-    OIIO::TypeDesc const type = OIIO::BaseTypeFromC<Stored>::value;
-    int const top = spec.y + firstRow, bottom = spec.y + endRow;
-    bool const isRead =
-        spec.tile_width > 0
-            ? m_input->read_tiles(std::max(m_number, 0), 0, spec.x, spec.x + spec.width, top,
-                                  bottom, spec.z, spec.z + 1, 0, m_channels.count, type, values)
-            : m_input->read_scanlines(std::max(m_number, 0), 0, top, bottom, spec.z, 0,
-                                      m_channels.count, type, values);
+    bool isRead = false;
+    if (std::is_same_v<Stored, float> && spec.format == OIIO::TypeHalf &&
+        spec.channelformats.empty()) {
+        m_halves.resize(static_cast<std::size_t>(spec.width * m_channels.count) *
+                        static_cast<std::size_t>(endRow - firstRow));
+        isRead = read(firstRow, endRow, OIIO::TypeHalf, m_halves.data());
+        if constexpr (std::is_same_v<Stored, float>)
+            vectorRows().fromHalf(m_halves.data(), m_halves.size(), values);
+    } else {
+        isRead = read(firstRow, endRow, OIIO::BaseTypeFromC<Stored>::value, values);
+    }
     if (!isRead || m_input->has_error()) throw unreadable(m_file, m_input->geterror());
 }
 
@@ -272,6 +287,29 @@ void PictureReader::convert(Stored const* from, AlphaForm form, Channel* rgba) c
     }
 }
 
+/// `count` pixels as convert makes them: in vectors where the file's channels are red, green, blue,
+/// alpha of the world's own type.
+template <class Channel, class Stored>
+void PictureReader::convertRow(Stored const* from, int count, AlphaForm form, Channel* rgba) const {
+    ChannelMap const& map = m_channels;
+    bool const isInOrder = map.red == 0 && map.green == 1 && map.blue == 2 && map.alpha == 3;
+    if constexpr (std::is_same_v<Channel, Stored>) {
+        auto const pixels = static_cast<std::size_t>(count);
+        if (isInOrder && map.count == 4) {
+            if constexpr (std::is_same_v<Channel, std::uint16_t>)
+                return vectorRows().fromFile16(from, 4 * pixels, rgba);
+            std::copy_n(from, 4 * pixels, rgba);
+            if constexpr (std::is_same_v<Channel, float>) {
+                bool const divides = m_isAssociated && form == AlphaForm::kStraight;
+                bool const multiplies = !m_isAssociated && form == AlphaForm::kAssociated;
+                if (divides || multiplies) vectorRows().byAlpha(rgba, pixels, {divides, divides});
+            }
+            return;
+        }
+    }
+    for (int x = 0; x < count; ++x) convert(from + x * map.count, form, rgba + 4 * x);
+}
+
 /// Calls sink(y, rgba) for each row of the display window.
 template <class Channel, class Stored, class Sink>
 void PictureReader::readStrips(AlphaForm form, Sink const& sink) {
@@ -292,9 +330,9 @@ void PictureReader::readStrips(AlphaForm form, Sink const& sink) {
         for (int y = 0; y < rows; ++y) {
             if (m_dataTop + top + y != next || next >= m_height) continue;
             Stored const* from = &stored[rowValues * static_cast<std::size_t>(y)];
-            for (int x = left; x < right; ++x)
-                convert(from + (x - m_dataLeft) * m_channels.count, form,
-                        &row[static_cast<std::size_t>(x) * 4]);
+            if (left < right)
+                convertRow(from + (left - m_dataLeft) * m_channels.count, right - left, form,
+                           &row[static_cast<std::size_t>(left) * 4]);
             sink(next++, row.data());
         }
     }

@@ -79,6 +79,9 @@ private:
     void readStrips(AlphaForm form, Sink const& sink);
     template <class Channel, class Stored>
     void convert(Stored const* from, AlphaForm form, Channel* rgba) const;
+    template <class Channel, class Stored>
+    void convertRow(Stored const* from, int count, AlphaForm form, Channel* rgba) const;
+    bool read(int firstRow, int endRow, OIIO::TypeDesc type, void* values);
     template <class Stored>
     void fetch(int firstRow, int endRow, Stored* values);
     ChannelMap mapChannels() const;
@@ -96,8 +99,9 @@ private:
     PictureTraits m_traits;
     std::vector<std::string> m_warnings;
     ChannelMap m_channels{};
-    bool m_isAssociated = false;  ///< colour is stored times alpha
-    int m_number = -1;            ///< of the picture, below 0 for the file's first one
+    bool m_isAssociated = false;          ///< colour is stored times alpha
+    std::vector<std::uint16_t> m_halves;  ///< a strip on its way to float
+    int m_number = -1;                    ///< of the picture, below 0 for the file's first one
 };
 
 /// The whole picture in straight colour at its own depth. Throws as readInto.

@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "hostkit/world.h"
+#include "zelk/pictures/row_values.h"
 
 namespace zelk {
 
@@ -23,6 +24,9 @@ constexpr ChannelOrder channelOrder(WorldSpec const& spec) {
 /// `rgba` holds world.width() pixels; Channel is that of the world's depth.
 template <class Channel>
 void putRow(World& world, int y, Channel const* rgba) {
+    if (!world.spec().bgra)
+        return turnRow(rgba, static_cast<std::size_t>(world.width()), Turn::kToAlphaFirst,
+                       world.rowAs<Channel>(y));
     ChannelOrder const order = channelOrder(world.spec());
     Channel* pixel = world.rowAs<Channel>(y);
     for (int x = 0; x < world.width(); ++x, pixel += 4, rgba += 4) {
@@ -36,6 +40,9 @@ void putRow(World& world, int y, Channel const* rgba) {
 /// The way back.
 template <class Channel>
 void getRow(World const& world, int y, Channel* rgba) {
+    if (!world.spec().bgra)
+        return turnRow(world.rowAs<Channel>(y), static_cast<std::size_t>(world.width()),
+                       Turn::kToAlphaLast, rgba);
     ChannelOrder const order = channelOrder(world.spec());
     Channel const* pixel = world.rowAs<Channel>(y);
     for (int x = 0; x < world.width(); ++x, pixel += 4, rgba += 4) {

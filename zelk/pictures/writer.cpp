@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <cmath>
 #include <cstring>
@@ -17,6 +18,8 @@
 #include "zelk/files/quiet_libraries.h"
 #include "zelk/files/temporary_file.h"
 #include "zelk/pictures/channel_values.h"
+#include "zelk/pictures/png_data.h"
+#include "zelk/pictures/row_values.h"
 #include "zelk/pictures/world_rows.h"
 #include "zelk/pictures/written_check.h"
 #include "zelk/text/errors.h"
@@ -184,8 +187,21 @@ void warnOfDepth(OIIO::ImageOutput const& writer, fs::path const& target,
 }
 
 /// One row to a file's values; `Stored` is the world's channel where nothing has to be computed.
+/// Four channels of the world's own type go in vectors.
 template <class Channel, class Stored>
 void storeRow(Channel const* rgba, int width, RowPlan const& plan, Stored* values) {
+    if constexpr (std::is_same_v<Channel, Stored>) {
+        auto const pixels = static_cast<std::size_t>(width);
+        if (plan.channels == 4) {
+            if constexpr (std::is_same_v<Channel, std::uint16_t>)
+                return vectorRows().toFile16(rgba, 4 * pixels, values);
+            std::copy_n(rgba, 4 * pixels, values);
+            if constexpr (std::is_same_v<Channel, float>)
+                if (plan.isStraight != plan.fromStraight)
+                    vectorRows().byAlpha(values, pixels, {!plan.fromStraight, plan.keepsUncovered});
+            return;
+        }
+    }
     for (int x = 0; x < width; ++x, rgba += 4, values += plan.channels) {
         if constexpr (std::is_same_v<Channel, Stored> && !std::is_same_v<Stored, float>) {
             for (int c = 0; c < plan.channels; ++c) values[c] = toFile(rgba[c]);
@@ -207,6 +223,13 @@ void roundToBits(int bits, std::vector<float>& values) {
     for (float& value : values) value = std::floor(value * white + 0.5f) / white;
 }
 
+template <class Channel>
+bool isSomewhereTransparent(std::vector<Channel> const& rgba) {
+    for (std::size_t i = 3; i < rgba.size(); i += 4)
+        if (rgba[i] < kWhite<Channel>) return true;
+    return false;
+}
+
 struct Written {
     bool isWhole = false;
     bool sawTransparency = false;
@@ -220,40 +243,90 @@ Written writeStrips(World const& world, RowPlan const& plan, OIIO::ImageOutput& 
     auto const rowValues = static_cast<std::size_t>(world.width() * plan.channels);
     std::vector<Channel> rgba(static_cast<std::size_t>(world.width()) * 4);
     std::vector<Stored> stored(rowValues * static_cast<std::size_t>(strip));
-    OIIO::TypeDesc const type = OIIO::BaseTypeFromC<Stored>::value;
+    bool const isHalf = spec.format == OIIO::TypeHalf;  // made here, by vectors
+    std::vector<std::uint16_t> halves(isHalf ? stored.size() : 0);
+    OIIO::TypeDesc const type = isHalf ? OIIO::TypeHalf : OIIO::BaseTypeFromC<Stored>::value;
+    void const* const values =
+        isHalf ? static_cast<void const*>(halves.data()) : static_cast<void const*>(stored.data());
     Written written;
     for (int top = 0; top < world.height(); top += strip) {
         int const rows = std::min(strip, world.height() - top);
         for (int y = 0; y < rows; ++y) {
             getRow(world, top + y, rgba.data());
-            for (std::size_t i = 3; i < rgba.size(); i += 4)
-                written.sawTransparency = written.sawTransparency || rgba[i] < kWhite<Channel>;
+            written.sawTransparency = written.sawTransparency || isSomewhereTransparent(rgba);
             storeRow(rgba.data(), world.width(), plan,
                      &stored[rowValues * static_cast<std::size_t>(y)]);
         }
         if constexpr (std::is_same_v<Stored, float>) {
             if (plan.bits > 0) roundToBits(plan.bits, stored);
+            if (isHalf)
+                vectorRows().toHalf(stored.data(), rowValues * static_cast<std::size_t>(rows),
+                                    halves.data());
         }
         int const first = spec.y + top, end = first + rows;
-        bool const isTaken = spec.tile_width > 0
-                                 ? writer.write_tiles(spec.x, spec.x + spec.width, first, end, 0, 1,
-                                                      type, stored.data())
-                                 : writer.write_scanlines(first, end, 0, type, stored.data());
+        bool const isTaken =
+            spec.tile_width > 0
+                ? writer.write_tiles(spec.x, spec.x + spec.width, first, end, 0, 1, type, values)
+                : writer.write_scanlines(first, end, 0, type, values);
         if (!isTaken) return written;
     }
     written.isWhole = true;
     return written;
 }
 
-/// Straight integers of the file's own depth go over exactly; all else through float.
-Written writeRows(World const& world, RowPlan const& plan, OIIO::ImageOutput& writer) {
+/// Straight integers of the file's own depth go over exactly; all else through float. Calls `body`
+/// with a world's value and a stored one.
+template <class Body>
+decltype(auto) withStored(World const& world, RowPlan const& plan, Body&& body) {
     return withChannelOf(world.depth(), [&](auto channel) {
         using Channel = decltype(channel);
         bool const isExact = plan.isStraight && plan.fromStraight && plan.bits == 0 &&
                              plan.type == OIIO::BaseTypeFromC<Channel>::value;
-        return isExact ? writeStrips<Channel, Channel>(world, plan, writer)
-                       : writeStrips<Channel, float>(world, plan, writer);
+        return isExact ? body(channel, Channel()) : body(channel, 0.0f);
     });
+}
+
+Written writeRows(World const& world, RowPlan const& plan, OIIO::ImageOutput& writer) {
+    return withStored(world, plan, [&](auto channel, auto stored) {
+        return writeStrips<decltype(channel), decltype(stored)>(world, plan, writer);
+    });
+}
+
+/// A row as PNG has it, by way of `Stored` as other formats.
+template <class Channel, class Stored>
+void pngRow(World const& world, RowPlan const& plan, int y, std::uint8_t* to,
+            std::atomic<bool>& sawTransparency) {
+    auto const count = static_cast<std::size_t>(world.width() * plan.channels);
+    std::vector<Channel> rgba(static_cast<std::size_t>(world.width()) * 4);
+    std::vector<Stored> stored(count);
+    getRow(world, y, rgba.data());
+    if (isSomewhereTransparent(rgba)) sawTransparency = true;
+    storeRow(rgba.data(), world.width(), plan, stored.data());
+    OIIO::convert_pixel_values(OIIO::BaseTypeFromC<Stored>::value, stored.data(), plan.type, to,
+                               static_cast<int>(count));
+    if (plan.type == OIIO::TypeUInt16)
+        for (std::size_t i = 0; i < count; ++i) std::swap(to[2 * i], to[2 * i + 1]);
+}
+
+/// The picture behind a header that PNG's own writer made, metadata and all. 0, or the system's
+/// error.
+int writePng(World const& world, RowPlan const& plan, int level,
+             std::vector<unsigned char> const& header, fs::path const& file, Written& written) {
+    std::ofstream out(file, std::ios::binary);
+    out.write(reinterpret_cast<char const*>(header.data()),
+              static_cast<std::streamsize>(header.size()));
+    std::atomic<bool> sawTransparency = false;
+    PngImage image{world.width(), world.height(),
+                   plan.channels * static_cast<int>(plan.type.size()), nullptr};
+    withStored(world, plan, [&](auto channel, auto stored) {
+        image.rows = [&](int first, int end, std::uint8_t* to) {
+            for (int y = first; y < end; ++y, to += image.width * image.pixelBytes)
+                pngRow<decltype(channel), decltype(stored)>(world, plan, y, to, sawTransparency);
+        };
+    });
+    int const fault = writePngData(image, level, out);
+    written = {fault == 0, sawTransparency};
+    return fault;
 }
 
 /// As the file has them.
@@ -314,7 +387,8 @@ WriteReport writePicture(World const& world, fs::path const& target, WriteReques
     QuietLibraries const quiet;
     OIIO::Filesystem::IOVecOutput memory;
     auto const writer = makeWriter(target);  // gone before the file: its end may write once more
-    bool const isInMemory = std::string_view(writer->format_name()) == "jpeg";
+    bool const isPng = std::string_view(writer->format_name()) == "png";
+    bool const isInMemory = isPng || std::string_view(writer->format_name()) == "jpeg";
     if (isInMemory) writer->set_ioproxy(&memory);
     RowPlan const plan = planRows(*writer, request);
     PixelSize const size = {world.width(), world.height()};
@@ -322,15 +396,19 @@ WriteReport writePicture(World const& world, fs::path const& target, WriteReques
     Written written;
     if (writer->open(file.path().string(), specOf(*writer, size, plan, request))) {
         noteSamples(writer->spec(), plan, report);
-        written = writeRows(world, plan, *writer);
+        int const fault =
+            isPng ? writePng(world, plan, request.pngLevel, memory.buffer(), file.path(), written)
+                  : 0;
+        if (fault != 0) throw unwritable(target, std::strerror(fault));
+        if (!isPng) written = writeRows(world, plan, *writer);
     }
-    bool const isClosed = writer->close();
+    bool const isClosed = writer->close() || isPng;  // which complains of rows that it never got
     // The TIFF writer complains of an Exif directory without entries, after a whole picture.
-    bool const isHarmless =
-        !writer->has_error() || writer->geterror(false).find("Exif data") != std::string::npos;
+    bool const isHarmless = (isPng && written.isWhole) || !writer->has_error() ||
+                            writer->geterror(false).find("Exif data") != std::string::npos;
     if (!written.isWhole || !isClosed || !isHarmless) throw refusedBy(*writer, file.path(), target);
     writer->geterror();
-    if (isInMemory) saveBytes(memory.buffer(), file.path(), target);
+    if (isInMemory && !isPng) saveBytes(memory.buffer(), file.path(), target);
     std::string const fault = faultOfWritten(
         file.path(), {writer->format_name(), world.width(), world.height(), plan.channels});
     if (!fault.empty()) throw unwritable(target, fault);

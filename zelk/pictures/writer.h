@@ -13,6 +13,7 @@
 
 #include "hostkit/world.h"
 #include "zelk/pictures/pixel_size.h"
+#include "zelk/pictures/png_data.h"
 #include "zelk/pictures/reader.h"
 
 namespace zelk {
@@ -30,8 +31,9 @@ struct WriteRequest {
     int marginX = 0, marginY = 0;
     bool opaque = false;  ///< leave alpha out: it is white everywhere
     bool keepMetadata = true;
-    bool noClobber = false;  ///< fail when the target has come up meanwhile
-    std::string history;     ///< the command line, as image history
+    int pngLevel = kFastPngLevel;  ///< of compression, to kMostPngLevel; changes no pixel
+    bool noClobber = false;        ///< fail when the target has come up meanwhile
+    std::string history;           ///< the command line, as image history
 };
 
 /// What there is to tell of a written file.

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "zelk/pictures/dpx_length.h"
+#include "zelk/pictures/png_data.h"
 
 namespace zelk {
 
@@ -102,6 +103,10 @@ bool canRead(OIIO::ImageInput& input, Rows const& rows) {
 std::string faultOfWritten(fs::path const& file, WrittenShape const& shape) {
     if (int const fault = growthFault(file)) return std::strerror(fault);
     if (!endsAsItsFormat(file, shape.format)) return "the file breaks off";
+    if (shape.format == "png") {
+        std::string const fault = faultOfPng(file, shape.width, shape.height);
+        return fault.empty() ? fault : "it can't be read back: " + fault;
+    }
     auto const input = OIIO::ImageInput::create(std::string(shape.format));
     OIIO::ImageSpec found, config;
     config.attribute("oiio:UnassociatedAlpha", 1);  // nothing to compute

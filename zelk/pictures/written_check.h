@@ -3,7 +3,8 @@
 // limited.
 //
 // Three looks, as none sees everything: the disk takes two blocks more, which a full one doesn't;
-// the file ends as its format does; and it is read back by the format's own reader.
+// the file ends as its format does; and it is read back: by the format's own reader, PNG a strip a
+// thread (png_data).
 #pragma once
 
 #include <filesystem>

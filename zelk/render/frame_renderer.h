@@ -41,6 +41,7 @@ struct RenderOptions {
     bool inPlace = false;      ///< the output may be the layer's or plate's own file
     bool keepMetadata = true;  ///< of the inputs, in the output
     std::string history;       ///< of the output's metadata, such as a command line; empty: none
+    int pngLevel = 1;          ///< compression of PNG, 0 to 9; changes no pixel
     int threads = 0;           ///< of the whole process; 0 for the runtime's own number
 };
 

@@ -136,6 +136,7 @@ WriteRequest writeRequestOf(RunOptions const& run) {
     WriteRequest ask;
     ask.keepMetadata = run.keepMetadata;
     ask.noClobber = run.noClobber;
+    ask.pngLevel = run.pngLevel;
     ask.history = run.history;
     return ask;
 }

@@ -1,0 +1,57 @@
+// The scalar truth; see row_values.h.
+#include "zelk/pictures/row_values.h"
+
+#include <OpenImageIO/imageio.h>
+
+#include "zelk/pictures/channel_values.h"
+
+namespace zelk {
+
+namespace {
+
+template <class T>
+void turn(T const* from, std::size_t count, Turn way, T* to) {
+    std::size_t const step = way == Turn::kToAlphaFirst ? 3 : 1;
+    for (std::size_t i = 0; i < 4 * count; ++i) to[i] = from[i / 4 * 4 + (i + step) % 4];
+}
+
+void fromFile16(std::uint16_t const* from, std::size_t count, std::uint16_t* to) {
+    for (std::size_t i = 0; i < count; ++i) to[i] = fromFile<std::uint16_t>(from[i]);
+}
+
+void toFile16(std::uint16_t const* from, std::size_t count, std::uint16_t* to) {
+    for (std::size_t i = 0; i < count; ++i) to[i] = toFile(from[i]);
+}
+
+/// The picture library's own conversion: what a file would get without us.
+void fromHalf(std::uint16_t const* from, std::size_t count, float* to) {
+    OIIO::convert_pixel_values(OIIO::TypeHalf, from, OIIO::TypeFloat, to, static_cast<int>(count));
+}
+
+void toHalf(float const* from, std::size_t count, std::uint16_t* to) {
+    OIIO::convert_pixel_values(OIIO::TypeFloat, from, OIIO::TypeHalf, to, static_cast<int>(count));
+}
+
+void byAlpha(float* rgba, std::size_t count, AlphaChange change) {
+    for (std::size_t i = 0; i < count; ++i, rgba += 4) {
+        if (change.keepsUncovered && rgba[3] == 0) continue;
+        for (int c = 0; c < 3; ++c)
+            rgba[c] = change.divides ? rgba[c] / rgba[3] : rgba[c] * rgba[3];
+    }
+}
+
+}  // namespace
+
+RowFunctions const& scalarRows() {
+    static constexpr RowFunctions kRows = {turn<std::uint8_t>,
+                                           turn<std::uint16_t>,
+                                           turn<float>,
+                                           fromFile16,
+                                           toFile16,
+                                           fromHalf,
+                                           toHalf,
+                                           byAlpha};
+    return kRows;
+}
+
+}  // namespace zelk
