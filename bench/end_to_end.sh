@@ -83,6 +83,7 @@ compare() {
         awk -v name="$name" -v s="$own" -v u="$(median <"times.$name.used")" -v r="$reference" \
             'BEGIN { printf "%-14s %8.2f s %10.2f s %12.2f\n", name, s, u, s / r }'
     done
+    [ "$format" = png ] || echo "FFmpeg works in 8 bits here and packs nothing"
     echo "others took $(median <times.others) % of the processors meanwhile"
     echo
 }
