@@ -194,7 +194,9 @@ PF_Err takeWorkingCopy(PipelineFrame& frame) {
     PipelineRasters& rasters = frame.rasters;
     if (const PF_Err code = allocateLike(frame, rasters.work, input.get()))
         return fail(frame, code);
-    host->copy(input.get(), rasters.work.get());
+    // After Effects gives cleared images.
+    if (host->copy(input.get(), rasters.work.get()) && !host->getAEHost())
+        host->fill(rasters.work.get());
     input.reset();
     rasters.out.reset(host->getOutputRaster());
     host->getRasterInfo(rasters.work.get(), &frame.sourceInfo);
@@ -266,13 +268,15 @@ PF_Err renderSample(PipelineFrame& frame, int index) {
     bool const isLast = drawn.direct && frame.host->getAEHost() && !frame.plan.blurOn &&
                         !softens(frame.args.quality);
     settings->finishFunc = isLast ? frame.straighten : nullptr;
+    settings->isFinished = false;
     if (!drawn.direct) {
         renderTwoPasses(frame, frame.core, settings, drawn);
     } else if (int const code = renderPass(frame, frame.core, kQuadFromToTo, frame.sourceInfo,
                                            destinationOf(frame).info, settings)) {
         if (!frame.result) frame.result = code;
     }
-    frame.isOutStraight = settings->isFinished;
+    frame.isOutStraight = isLast && settings->isFinished;
+    settings->finishFunc = nullptr;
     return 0;
 }
 

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
-#include <cstring>
 #include <utility>
 
 #include "Transform/Common/OwnedRaster.h"
@@ -50,12 +49,6 @@ void throwOnError(PF_Err err) {
     if (err) throw static_cast<int>(err);
 }
 
-void clearPixels(PF_EffectWorld const& world) {
-    auto* row = reinterpret_cast<unsigned char*>(world.data);
-    for (A_long y = 0; y < world.height; ++y, row += world.rowbytes)
-        std::memset(row, 0, static_cast<std::size_t>(world.rowbytes));
-}
-
 /// The input's place within the output's frame; rectangles of the host have 16 bits.
 QV_Rect inputPlace(PF_EffectWorld const& input, PF_EffectWorld const& output) {
     auto const offset = [](A_long inner, A_long outer) {
@@ -82,8 +75,6 @@ public:
                 image->allocate(output->width, output->height, type, PluginRaster_API::kCleared));
             worldOf(*image)->origin_x = worldOf(*image)->origin_y = 0;
         }
-        // The float images of the world suite come as they are.
-        if (type == PluginRaster_API::kPixelTypeFloat) clearPixels(*worldOf(m_expanded));
         QV_Rect source = {0, 0, static_cast<A_short>(input->height),
                           static_cast<A_short>(input->width)};
         QV_Rect place = inputPlace(*input, *output);

@@ -17,6 +17,7 @@ namespace pixel_blocks {
 /// threads.
 template <class Band>
 void forEachBand(int rows, std::size_t rowBytes, Band band) {
+    if (rows <= 0) return;
     if (!isWorthATeam(rows, static_cast<std::int64_t>(rowBytes))) return band(0, rows);
 #pragma omp parallel
     {

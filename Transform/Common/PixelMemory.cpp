@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
+#include <new>
 #include <vector>
 
 namespace {
@@ -68,7 +69,12 @@ public:
 
     void keep(Block const& block) {
         const std::lock_guard lock(m_mutex);
-        m_blocks.push_back(block);
+        try {
+            m_blocks.push_back(block);
+        } catch (std::bad_alloc const&) {
+            ::munmap(block.data, block.size);
+            return;
+        }
         m_bytes += block.size;
         dropTo(kMostKept);
     }

@@ -56,6 +56,7 @@ TEST(LayerParts, AreWhatTheRequestAndTheLayerHaveInCommon) {
         PF_EffectWorld *pixels = nullptr, *output = nullptr;
         EXPECT_EQ(extra->cb->checkout_layer_pixels(in.effect_ref, 8, &pixels), 0);
         EXPECT_EQ(extra->cb->checkout_output(in.effect_ref, &output), 0);
+        EXPECT_EQ(in.utils->fill(in.effect_ref, nullptr, nullptr, output), 0);
         EXPECT_EQ(pixels != nullptr, told.result_rect.right > told.result_rect.left);
         if (!pixels) return 0;
         A_long const x = pixels->origin_x, y = pixels->origin_y;

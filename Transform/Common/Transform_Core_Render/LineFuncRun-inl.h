@@ -130,10 +130,12 @@ inline bool isSteady(LineRenderStruct const& line) {
            isSmall(line.x, line.dx) && isSmall(line.y, line.dy);
 }
 
-/// Offsets into the source fit 32 bits.
+/// Offsets into the source fit 32 bits, and its coordinates as floats are finer than kSlack.
 inline bool hasShortOffsets(RenderSettings const& s) {
-    return std::abs(std::int64_t{s.srcRowBytes}) * (std::int64_t{s.srcMaxY} + 1) <
-           std::numeric_limits<std::int32_t>::max();
+    constexpr int kFineFloats = 65536;
+    return s.srcMaxX < kFineFloats && s.srcMaxY < kFineFloats &&
+           std::abs(std::int64_t{s.srcRowBytes}) * (std::int64_t{s.srcMaxY} + 1) <
+               std::numeric_limits<std::int32_t>::max();
 }
 
 /// Bytes from the source's start to pixels of four channels, where they fit.

@@ -106,7 +106,8 @@ HWY_INLINE VF sumFloatRows(float const* p, std::ptrdiff_t stride, float const* w
             r = i == 0 ? weighted : hn::Add(r, weighted);
         }
     } else {
-        float const* q = p + stride / static_cast<std::ptrdiff_t>(sizeof(float));
+        auto const* q =
+            reinterpret_cast<float const*>(reinterpret_cast<std::uint8_t const*>(p) + stride);
 #pragma GCC unroll 5
         for (int i = 0; i < Taps; i += 2) {
             const VF w = overPixels(wx + i);

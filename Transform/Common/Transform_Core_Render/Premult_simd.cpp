@@ -64,6 +64,13 @@ HWY_INLINE VI divided(VI c, VI a) {
     return hn::IfThenElse(hn::Eq(a, hn::Zero(di)), c, exact);
 }
 
+/// Lanes of zero bits. -0 is none: it changes the sign of a product.
+template <class D, class V>
+HWY_INLINE auto hasNoBits(D d, V v) {
+    const hn::RebindToSigned<D> di;
+    return hn::RebindMask(d, hn::Eq(hn::BitCast(di, v), hn::Zero(di)));
+}
+
 /// Whether pixels stay as they are: transparent black, white alpha, and transparent ones that are
 /// divided. Most of a picture is one of these. Whole numbers above white would be limited, and 8
 /// bits multiply by alpha / 256.
@@ -71,12 +78,12 @@ template <class T, bool Divides, class D, class V>
 HWY_INLINE bool stay(D d, V c, V a) {
     constexpr int kWhite = TraitOf<T>::kWhite;
     using Lane = hn::TFromD<D>;
-    auto const isClear =
-        Divides ? hn::Eq(a, hn::Zero(d)) : hn::And(hn::Eq(a, hn::Zero(d)), hn::Eq(c, hn::Zero(d)));
+    auto const isClear = Divides ? hn::Eq(a, hn::Zero(d)) : hasNoBits(d, hn::Or(a, c));
     if constexpr (sizeof(T) == 1 && !Divides) return hn::AllTrue(d, isClear);
     auto const white = hn::Set(d, static_cast<Lane>(std::is_floating_point_v<T> ? 1 : kWhite));
     auto isWhite = hn::Eq(a, white);
-    if constexpr (sizeof(T) == 2) isWhite = hn::And(isWhite, hn::Lt(c, hn::Set(d, Lane{kWhite + 1})));
+    if constexpr (sizeof(T) == 2)
+        isWhite = hn::And(isWhite, hn::Lt(c, hn::Set(d, Lane{kWhite + 1})));
     return hn::AllTrue(d, hn::Or(isClear, isWhite));
 }
 

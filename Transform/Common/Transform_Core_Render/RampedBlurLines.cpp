@@ -13,6 +13,7 @@ namespace {
 
 constexpr int kColumnsAtOnce = 16;
 constexpr int kBlurredLines = 2;  // by radius R and R + 1
+constexpr int kMostThreads = 16;
 
 /// Copies pixels between lines `first` to `first + count` - 1 of the image and packed lines.
 template <class T>
@@ -57,15 +58,17 @@ int interpolatedBlur(PluginHost_API* host, PluginHost_API::RasterInfo& raster, d
     int const linesAThread = group + kBlurredLines;
     auto const image = channelPlane<T>(raster, 0);
     bool const isLarge = isWorthATeam(image.height, std::int64_t{8} * sizeof(T) * image.width);
-    int const threads = isLarge ? omp_get_max_threads() : 1;
+    int const count = columns ? raster.width : raster.height;
+    // Each thread has lines of its own, in memory that the host counts.
+    int const useful = std::min((count + group - 1) / group, kMostThreads);
+    int const threads = isLarge ? std::min(omp_get_max_threads(), useful) : 1;
     ScratchRaster scratch(host);
     if (int const error =
             scratch.allocate(raster, std::max(raster.width, raster.height), threads * linesAThread))
         return error;
     auto const work = channelPlane<T>(scratch.info(), 0);
-    int const count = columns ? raster.width : raster.height;
     int const length = columns ? raster.height : raster.width;
-#pragma omp parallel for schedule(dynamic, 1) if (threads > 1)
+#pragma omp parallel for schedule(dynamic, 1) num_threads(threads)
     for (int first = 0; first < count; first += group) {
         ChannelPlane<T> lines = work;
         lines.first = work.row(omp_get_thread_num() * linesAThread).first;

@@ -2,6 +2,7 @@
 // turn: no bit may differ, of single runs and of whole frames. Not a number equals not a number:
 // which one comes out of two is the compiler's choice in scalar code too.
 #include <gtest/gtest.h>
+#include <omp.h>
 
 #include <algorithm>
 #include <cmath>
@@ -130,8 +131,11 @@ void compareRun(Random& random, Slot const& slot) {
         << inset << ", run of " << line.count;
 }
 
-/// Runs of each function: many where the environment has ZELK_LONG, for work on the twins.
-int runsOfEach() { return std::getenv("ZELK_LONG") ? 10000 : 300; }
+/// Runs of each function, and frames: many where the environment has ZELK_LONG, for work on the
+/// twins.
+bool isLong() { return std::getenv("ZELK_LONG") != nullptr; }
+int runsOfEach() { return isLong() ? 10000 : 300; }
+int frames() { return isLong() ? 360 : 24; }
 
 template <class Trait>
 struct VectorTwins : testing::Test {};
@@ -148,7 +152,15 @@ TYPED_TEST(VectorTwins, RunsHaveTheScalarBits) {
     });
 }
 
-/// The scalar functions draw into a cleared frame, the twins into one that the scan has to clear.
+/// No function of its own twice, and no change to transparent black.
+template <class T>
+void triple(void* pixels, int count) {
+    for (T* value = static_cast<T*>(pixels); count > 0; --count)
+        for (int c = 0; c < 4; ++c, ++value) *value = static_cast<T>(*value * 3);
+}
+
+/// The scalar functions draw into a cleared frame on one thread, the twins on one to five into one
+/// that the scan has to clear and finish.
 TYPED_TEST(VectorTwins, FramesHaveTheScalarBits) {
     using T = typename TypeParam::Channel;
     SCOPED_TRACE(kSeed);
@@ -157,7 +169,7 @@ TYPED_TEST(VectorTwins, FramesHaveTheScalarBits) {
         QV_RasterInfo src{};
         src.format = TypeParam::kFormat, src.width = 183, src.height = 115;
         src.pixelAspect = src.rangeScale = 1;
-        for (int i = 0; i < 24; ++i) {
+        for (int i = 0; i < frames(); ++i) {
             bool const isPlane = i % 4 == 3;
             int const channels = isPlane ? 1 : 4;
             src.pixelBytes = channels * static_cast<int>(sizeof(T));
@@ -166,6 +178,7 @@ TYPED_TEST(VectorTwins, FramesHaveTheScalarBits) {
             const std::vector<T> empty(source.size()), used(source.size(), T{77});
             const zelk::Quad quad = zelk::randomConvexQuad(random);
             auto const frame = [&](FormatFunctions const& functions, bool clears) {
+                omp_set_num_threads(clears ? 1 + i % 5 : 1);
                 auto pixels = clears ? used : empty;
                 QV_RasterInfo dst = src;
                 src.data = source.data(), dst.data = pixels.data();
@@ -177,15 +190,18 @@ TYPED_TEST(VectorTwins, FramesHaveTheScalarBits) {
                 RenderSettings s;
                 s.srcRight = s.dstRight = src.width - 1, s.srcBottom = s.dstBottom = src.height - 1;
                 setDefaultSuperSamplePattern(&s);
+                if (clears && !isPlane) s.finishFunc = triple<T>;
                 coreTransformRender({&host, core, src, dst, clears, isPlane, &s, true, false},
                                     functions);
                 return pixels;
             };
-            const auto want = frame(scalarFunctionsOf<TypeParam>(), false);
+            auto want = frame(scalarFunctionsOf<TypeParam>(), false);
+            if (!isPlane) triple<T>(want.data(), src.width * src.height);
             ASSERT_TRUE(same(want, frame(formatFunctionsOf<TypeParam>(), true))) << "frame " << i;
             ASSERT_FALSE(same(want, empty)) << "frame " << i;
         }
     });
+    omp_set_num_threads(omp_get_num_procs());
 }
 
 }  // namespace
