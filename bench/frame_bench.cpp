@@ -154,7 +154,7 @@ void measure(Host& host, Size size, Depth depth, Case const& c, int runs) {
             millisecondsOf([&] { frame = renderByModule(host, std::move(fresh), ask, moment); }));
         if (depth != Depth::kFloat) continue;
         fresh = copyOf(layer);
-        frame = World(layer.spec());
+        frame = World(layer.spec(), PixelMemory::Start::kAnything);
         memory.push_back(millisecondsOf([&] {
             renderInMemory(host.parameters(), fresh, frame,
                            {{size.width, size.height}, {size.width, size.height}}, moment, "bench");

@@ -90,6 +90,8 @@ void fillPixels(World& world, PF_Pixel const* color, PF_Rect const* rect) {
     std::size_t const size = static_cast<std::size_t>(pixelBytes(world.depth()));
     std::size_t const rowSize = size * static_cast<std::size_t>(area.width());
     std::byte* const first = pixelAt(world, area.left, area.top);
+    if (!color && area.width() == world.width() && area.height() == world.height())
+        return world.clear();
     if (!color) return zeroBlock(first, world.rowBytes(), rowSize, area.height());
     std::byte pixel[16] = {};
     encodeColor(world, *color, pixel);

@@ -54,6 +54,8 @@ public:
     void setOrigin(int x, int y);
     /// The part of the layer that the image covers, half-open; nothing for an image without record.
     PF_LRect bounds() const;
+    /// All pixels become transparent black.
+    void clear() { m_pixels.zero(); }
     int rowBytes() const { return static_cast<int>(m_record ? m_record->rowbytes : 0); }
 
     std::byte* row(int y) {

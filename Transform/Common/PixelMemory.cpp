@@ -123,13 +123,19 @@ PixelMemory::PixelMemory(std::size_t bytes, Start start) : m_bytes(bytes) {
     if (size < bytes) return;
     m_data = kept().take(size);
     if (m_data) {
-        if (start == Start::kZeroed) std::memset(m_data, 0, bytes);
+        if (start == Start::kZeroed) zero();
         return;
     }
     m_data = mapBlock(size);
     if (m_data) return;
     releaseKept();
     m_data = mapBlock(size);
+}
+
+void PixelMemory::zero() {
+    if (!m_data) return;
+    if (!isMapped(m_bytes) || ::madvise(m_data, mappedSize(m_bytes), MADV_DONTNEED) != 0)
+        std::memset(m_data, 0, m_bytes);
 }
 
 void PixelMemory::giveBack() {

@@ -15,8 +15,7 @@ public:
     enum class Start { kZeroed, kAnything };
 
     PixelMemory() = default;
-    /// Without data() when there is no memory. Of 0 bytes too there is data(). Pages of a zeroed
-    /// block that nobody touches cost nothing, unless it is one that was kept.
+    /// Without data() when there is no memory. Of 0 bytes too there is data().
     PixelMemory(std::size_t bytes, Start start);
     ~PixelMemory() { giveBack(); }
     PixelMemory(PixelMemory&& other) noexcept
@@ -28,6 +27,8 @@ public:
     }
 
     unsigned char* data() const { return m_data; }
+    /// All bytes become 0. Pages of a large block cost nothing until they are touched again.
+    void zero();
     void giveBack();
 
     /// Bytes that no image has now and the process still holds.
