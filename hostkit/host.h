@@ -138,7 +138,7 @@ public:
 
     /// PF_Cmd_SMART_PRE_RENDER: asks the effect what it would draw of `asked` (nothing stands for
     /// the layer's bounds) from `layer`, null for a layer without pixels, whose size `frame` then
-    /// tells. No pixel is read. HostError for an effect without smart rendering.
+    /// says. No pixel is read. HostError for an effect without smart rendering.
     PreRenderResult preRender(World* layer, Depth depth, FrameRequest const& frame,
                               std::optional<PF_LRect> const& asked = std::nullopt);
     /// The world that smartRender draws into: of the size of the agreed rectangle, its origin the
