@@ -22,7 +22,7 @@ CommandResult Host::updateParamsUi(FrameRequest const& frame) {
 
 namespace {
 
-/// What is wrong with a record that is to tell a control's look: it has to be a copy of the
+/// What is wrong with a record that is to give a control's look: it has to be a copy of the
 /// command's own in all but its look. Null when nothing is.
 char const* faultOf(PF_ParamDef const& def, PF_ParamDef const& own) {
     if (&def == &own) return "the host's own record, expected a copy";

@@ -86,7 +86,7 @@ bool EditSession::edit(int index, KeyValue const& value) {
     if (wanted == valueOf(index)) return false;
     return change(fmt::format("Set {}", parameter.displayName()), [&](std::vector<Parameter>&) {
         setValueAt(parameter, moment(), wanted);
-        tellEffect(parameter);
+        notifyEffect(parameter);
     });
 }
 
@@ -111,7 +111,7 @@ void EditSession::check(EventResult const& result) {
     throwFailure("an event", result.command);
 }
 
-void EditSession::tellEffect(Parameter const& parameter) {
+void EditSession::notifyEffect(Parameter const& parameter) {
     if (!(parameter.registered.flags & PF_ParamFlag_SUPERVISE)) return;
     World output({m_layerWidthPx, m_layerHeightPx, Depth::k8});
     CommandResult const result = m_host.userChangedParam(parameter.index, frame(), &output);

@@ -1,6 +1,7 @@
 // EditSession: what a user does to an effect while looking at one frame of it: values are set, the
 // quad is dragged in a panel, and each act can be undone. It has no window: a program hands it
-// numbers and mouse positions, and draws when told.
+// numbers and mouse positions, and draws when asked. Edits, changes and undo are the acts of such a
+// program; one without a window needs only the drag.
 //
 // Every act is one step of the undo stack: an edit "Set NAME", a whole drag "Move pins" or, with
 // Shift at the click, "Scale pins". An act that changes no value is no step and leaves no key.
@@ -57,7 +58,6 @@ public:
     bool undo();
     bool redo();
     std::string_view undoName() const { return m_undo.undoName(); }
-    std::string_view redoName() const { return m_undo.redoName(); }
 
 private:
     Parameter& parameterOf(int index) const;
@@ -67,8 +67,8 @@ private:
     bool hasMoved() const;
     /// The drag's parameters go back, and HostError, when the effect failed.
     void check(EventResult const& result);
-    /// Tells the effect of a new value where it asked for that. HostError when it fails.
-    void tellEffect(Parameter const& parameter);
+    /// Informs the effect of a new value where it asked for that. HostError when it fails.
+    void notifyEffect(Parameter const& parameter);
     void updateControls();
     /// One way along the undo stack, taken back when the controls can't follow.
     using UndoStep = bool (UndoStack::*)(std::vector<Parameter>&);

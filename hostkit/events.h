@@ -1,4 +1,4 @@
-// The user's mouse in a panel, as an effect is told of it: clicks, the drag that it asks for after
+// The user's mouse in a panel, as an effect hears of it: clicks, the drag that it asks for after
 // one, and drawing. Each is a PF_Cmd_EVENT with a record of its own.
 //
 //     click --- send_drag ---> drag ... drag ---> drag, last_time
@@ -41,7 +41,8 @@ public:
     Panel& panel() { return m_context.panel; }
     /// The frame that the panel shows; its layer size is what the effect reads.
     FrameRequest frame;
-    /// Called before each redraw: what was drawn in the panel is gone from here.
+    /// Called before each redraw: what was drawn in the panel is gone from here. For a
+    /// program with a window, which clears its panel.
     std::function<void()> repaint;
 
     /// A press of the button. A drag begins when the effect asks for one, whether or not it handled

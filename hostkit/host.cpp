@@ -1,4 +1,4 @@
-// The host: what it tells an effect with every command, and what it keeps of the answers.
+// The host: what it gives an effect with every command, and what it keeps of the answers.
 #include "hostkit/host.h"
 
 #include <fmt/format.h>
@@ -263,16 +263,16 @@ Host::Host(std::filesystem::path const& module, HostOptions const& options)
     : Host(std::make_unique<Impl>(module, options)) {
     auto const require = [&](char const* name, CommandResult const& result) {
         if (result.code == PF_Err_NONE) return;
-        std::string const told = result.message.empty() ? "" : " (" + result.message + ")";
+        std::string const said = result.message.empty() ? "" : " (" + result.message + ")";
         throw HostError(
-            fmt::format("{}: {} failed with {}{}", module.string(), name, result.code, told),
+            fmt::format("{}: {} failed with {}{}", module.string(), name, result.code, said),
             result.code);
     };
     CommandResult const setUp = globalSetup();
     require("PF_Cmd_GLOBAL_SETUP", setUp);
-    requireToldAnswer(module, resource(),
-                      {effectVersion(), setUp.outFlags, setUp.outFlags2, options.initialOutFlags,
-                       options.initialOutFlags2});
+    requireStatedAnswer(module, resource(),
+                        {effectVersion(), setUp.outFlags, setUp.outFlags2, options.initialOutFlags,
+                         options.initialOutFlags2});
     require("PF_Cmd_PARAMS_SETUP", paramsSetup());
 }
 

@@ -72,7 +72,7 @@ struct PreRenderResult {
     PF_LRect resultRect{}, maxResultRect{};  ///< what the effect will draw, and could draw
     bool solid = false;                      ///< opaque all over
     A_short flags = 0;                       ///< PF_RenderOutputFlag_*
-    Depth depth = Depth::k8;                 ///< of the frame, as the host told it
+    Depth depth = Depth::k8;                 ///< of the frame, as the host gave it
     PF_LRect asked{};                        ///< the output that the host asked for
     LayerRequests agreed;                    ///< what was asked of the layers
     PF_RenderRequest layerRequest{};         ///< of the largest identifier
@@ -126,11 +126,11 @@ public:
     WorldSpec worldSpec(int width, int height, Depth depth) const;
 
     // A layer is a still: it is lent as it is at every time that an effect names. Its image may be
-    // smaller or larger than the layer and start anywhere in it (World::setOrigin); `frame` tells
+    // smaller or larger than the layer and start anywhere in it (World::setOrigin); `frame` says
     // the layer's own size then. partOf (hostkit/pixel_ops.h) takes a part out of a rendered one.
 
     /// PF_Cmd_RENDER of `input` into `output` (both of this host's layout, of the same part of the
-    /// layer and the same depth; HostError otherwise). The effect is told in its extent_hint that
+    /// layer and the same depth; HostError otherwise). The effect sees in its extent_hint that
     /// only `asked` of them is wanted, nothing for all. Points go to the effect multiplied by
     /// 1 / downsample, except to "PrMr" 12.4, where the effect does it.
     CommandResult render(World& input, World& output, FrameRequest const& frame,
@@ -138,7 +138,7 @@ public:
 
     /// PF_Cmd_SMART_PRE_RENDER: asks the effect what it would draw of `asked` (nothing stands for
     /// the layer's bounds) from `layer`, null for a layer without pixels, whose size `frame` then
-    /// tells. No pixel is read. HostError for an effect without smart rendering.
+    /// says. No pixel is read. HostError for an effect without smart rendering.
     PreRenderResult preRender(World* layer, Depth depth, FrameRequest const& frame,
                               std::optional<PF_LRect> const& asked = std::nullopt);
     /// The world that smartRender draws into: of the size of the agreed rectangle, its origin the
@@ -161,7 +161,7 @@ public:
     /// PF_Cmd_UPDATE_PARAMS_UI: the effect greys controls out or enables them, which
     /// Parameter::current keeps.
     CommandResult updateParamsUi(FrameRequest const& frame);
-    /// What "AE Plugin Helper Suite" tells; 1, the selection tool, at first.
+    /// What "AE Plugin Helper Suite" answers; 1, the selection tool, at first.
     void setCurrentTool(A_u_char tool);
 
     CallMonitor& monitor();

@@ -49,7 +49,7 @@ struct CommandScene {
     World* output = nullptr;
     void* extra = nullptr;
     SmartScene* smart = nullptr;
-    std::optional<PF_LRect> asked;  ///< the part of a plain render that is wanted; unless told, all
+    std::optional<PF_LRect> asked;  ///< the part of a plain render that is wanted; without one, all
 };
 
 /// Null pointers between commands.

@@ -9,7 +9,7 @@
 //
 // Units: moments are exact fractions of a second of layer time. Values are in users' units: a
 // point is x, y in layer pixels at full resolution; a colour is alpha, red, green, blue from 0 to
-// 255; any other kind is the one number that numberOf (hostkit/parameters.h) tells.
+// 255; any other kind is the one number that numberOf (hostkit/parameters.h) gives.
 // Several numbers move together along the straight segment between two keys, eased by distance.
 // Before the first key and after the last the value holds.
 #pragma once

@@ -63,9 +63,8 @@ ModuleResource readModuleResource(std::filesystem::path const& module) {
     std::string const name = module.filename().string() + kPluginResourceSuffix;
     std::ifstream file(module.string() + kPluginResourceSuffix, std::ios::binary);
     if (!file)
-        throw HostError(
-            fmt::format("{}: has no resource \"{}\" beside it, expected an effect module",
-                        module.string(), name));
+        throw HostError(fmt::format("{}: no file \"{}\" next to it, expected an effect module",
+                                    module.string(), name));
     std::string text(kMostBytes + 1, '\0');
     file.read(text.data(), static_cast<std::streamsize>(text.size()));
     text.resize(static_cast<std::size_t>(file.gcount()));
@@ -85,19 +84,19 @@ ModuleResource readModuleResource(std::filesystem::path const& module) {
             reader.word("outFlags2")};
 }
 
-void requireToldAnswer(std::filesystem::path const& module, ModuleResource const& told,
-                       SetUpAnswer const& answer) {
+void requireStatedAnswer(std::filesystem::path const& module, ModuleResource const& stated,
+                         SetUpAnswer const& answer) {
     auto const require = [&](char const* what, A_u_long answered, A_u_long expected) {
         if (answered == expected) return;
         throw HostError(fmt::format(
             "{}: answers {} {:#x}, expected {:#x} as in its resource \"{}{}\"", module.string(),
             what, answered, expected, module.filename().string(), kPluginResourceSuffix));
     };
-    require("version", answer.version, told.version);
+    require("version", answer.version, stated.version);
     require("out_flags", answer.outFlags & ~answer.initialOutFlags,
-            told.outFlags & ~answer.initialOutFlags);
+            stated.outFlags & ~answer.initialOutFlags);
     require("out_flags2", answer.outFlags2 & ~answer.initialOutFlags2,
-            told.outFlags2 & ~answer.initialOutFlags2);
+            stated.outFlags2 & ~answer.initialOutFlags2);
 }
 
 }  // namespace zelk

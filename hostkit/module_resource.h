@@ -27,8 +27,8 @@ struct SetUpAnswer {
 };
 
 /// Throws HostError when version or flags are not those of the resource. Flags that stood there
-/// before tell nothing.
-void requireToldAnswer(std::filesystem::path const& module, ModuleResource const& told,
-                       SetUpAnswer const& answer);
+/// before say nothing.
+void requireStatedAnswer(std::filesystem::path const& module, ModuleResource const& stated,
+                         SetUpAnswer const& answer);
 
 }  // namespace zelk

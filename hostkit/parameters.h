@@ -19,8 +19,8 @@ constexpr A_long kInputLayerIndex = 0;
 
 /// One parameter. `registered` is the effect's record as it came with add_param, its text pointers
 /// leading to copies that live as long as the host; `current` is the same record with the user's
-/// value and the ui_flags that the effect told last, which counts while the track has no keys.
-/// Points hold percentages until the host's resetParameters has told the layer's size.
+/// value and the ui_flags that the effect gave last, which counts while the track has no keys.
+/// Points hold percentages until the host's resetParameters has given the layer's size.
 struct Parameter {
     Parameter(int place, PF_ParamDef const& def);
 

@@ -148,7 +148,7 @@ PF_SmartRenderCallbacks smartRenderCallbacks() {
 void Host::Impl::requireOwnLayout(World const& world) const {
     WorldSpec const own = worldSpec(world.width(), world.height(), world.depth());
     require(world.spec().bgra == own.bgra,
-            "an image of a render has not the layout that this host gives its effects");
+            "an image of a render has another layout than this host gives its effects");
 }
 
 CommandResult Host::render(World& input, World& output, FrameRequest const& frame,
@@ -212,7 +212,7 @@ CommandResult Host::smartRender(World* layer, World& output, PreRenderResult con
     require(output.depth() == agreed.depth && (!layer || layer->depth() == agreed.depth),
             "input and output of a render differ in depth from the pre-render's");
     require(output.width() == rect.right - rect.left && output.height() == rect.bottom - rect.top,
-            "the output of a render has not the size that the pre-render agreed on");
+            "the output of a render has another size than the pre-render agreed on");
     require(frame.downsample >= 1, "the downsample factor of a render is below 1");
     if (layer) m_impl->requireOwnLayout(*layer);
     m_impl->requireOwnLayout(output);

@@ -34,12 +34,9 @@ public:
     bool undo(std::vector<Parameter>& parameters);
     bool redo(std::vector<Parameter>& parameters);
 
-    /// The name of the step that undo or redo would take; empty for none.
+    /// The name of the step that undo would take; empty for none.
     std::string_view undoName() const {
         return m_done > 0 ? std::string_view(m_steps[m_done - 1].name) : "";
-    }
-    std::string_view redoName() const {
-        return m_done < m_steps.size() ? std::string_view(m_steps[m_done].name) : "";
     }
 
 private:

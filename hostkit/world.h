@@ -50,7 +50,7 @@ public:
     int width() const { return m_spec.width; }
     int height() const { return m_spec.height; }
     Depth depth() const { return m_spec.depth; }
-    /// Where pixel (0, 0) lies in the layer, pixels; at its corner, (0, 0), unless told.
+    /// Where pixel (0, 0) lies in the layer, pixels; at its corner, (0, 0), unless set.
     void setOrigin(int x, int y);
     /// The part of the layer that the image covers, half-open; nothing for an image without record.
     PF_LRect bounds() const;

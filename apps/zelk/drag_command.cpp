@@ -83,7 +83,7 @@ void DragCommand::addOptions(CLI::App& app) {
     m_panel.add(add);
     add.text("Output", "-o,--output", m_output, "OUTPUT", "Another project file (FILE itself)");
     add.flag("Output", "--force", m_force, "Replace another project file");
-    add.flag("Output", "--dry-run", m_dryRun, "Tell the pins, and write nothing");
+    add.flag("Output", "--dry-run", m_dryRun, "Print the pins, and write nothing");
     m_scene.add(add, {"host", "module"});
 }
 

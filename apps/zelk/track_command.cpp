@@ -88,7 +88,7 @@ std::string asJson(std::string const& file, Track const& track,
         json["issues"].push_back({{"kind", faultName(issue.fault)},
                                   {"line", issue.line},
                                   {"text", issue.text},
-                                  {"mend", issue.mend}});
+                                  {"fix", issue.fix}});
     // File names and headings may hold any bytes.
     return jsonText(Ordered::parse(json.dump(-1, ' ', false, Ordered::error_handler_t::replace)));
 }

@@ -58,7 +58,7 @@ std::string convertedText(std::string const& out, TrackFormat const& as, Track c
                             numberText(summary.firstFrame), numberText(summary.lastFrame))) +
         "\n";
     TrackTarget target;
-    target.tellsRate = as.writesRate;
+    target.writesRate = as.writesRate;
     for (TrackIssue const& issue : checkTrack(track, target))
         text += "  warning: " + issueText(issue) + "\n";
     return text;

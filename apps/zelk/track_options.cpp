@@ -44,8 +44,14 @@ double parseAspect(std::string const& text) {
         slash == std::string::npos ? std::optional(1.0) : parseNumber(text.substr(slash + 1));
     double const aspect = over && under ? *over / *under : 0;
     if (aspect >= kLeast && aspect <= kMost) return aspect;
-    throw UserError(ExitCode::kUsage, {"--pixel-aspect", "not a pixel's width in heights:", text,
+    throw UserError(ExitCode::kUsage, {"--pixel-aspect", "not a pixel aspect:", text,
                                        "a number from 0.1 to 10 such as 1.2 or 10/11"});
+}
+
+/// A number stays as it is written: 23.976 is not made 24000/1001.
+double rateOf(std::string const& text) {
+    TimeBase const rate = parseRate("--rate", text);
+    return parseNumber(text).value_or(double(rate.scale) / rate.step);
 }
 
 std::optional<double> framesOf(char const* option, std::optional<std::string> const& text) {
@@ -95,11 +101,12 @@ Track TrackOptions::trackOf(std::string const& file, bool asks) const {
     if (m_format) trackFormatNamed("--format", *m_format);
     if (m_size) read.size = parseSize("--size", *m_size);
     read.asks = asks;
+    read.optionPrefix = "";
     auto const corners = m_corners ? std::optional(parseCornerOrder(*m_corners)) : std::nullopt;
     double const aspect = m_pixelAspect ? parseAspect(*m_pixelAspect) : 1;
     auto const firstFrame = framesOf("--first-frame", m_firstFrame);
     double const shift = framesOf("--shift-frames", m_shiftFrames).value_or(0);
-    double const rate = m_rate ? numberInRange("--rate", *m_rate, 1e-3, 1e6) : 0;
+    double const rate = m_rate ? rateOf(*m_rate) : 0;
 
     Track track = readTrack(file, read);
     if (corners) reorderCorners(track, *corners);

@@ -16,7 +16,8 @@ class TrackOptions {
 public:
     void add(OptionAdder const& add);
     /// The track as it will be used. Throws an input error, and a usage error for a change that
-    /// needs a frame's size that nothing tells. `asks`: a form that can't be told is an error.
+    /// needs a frame's size that nothing gives. `asks`: a form that can't be recognised is an
+    /// error.
     Track trackOf(std::string const& file, bool asks) const;
 
 private:
@@ -25,7 +26,7 @@ private:
     bool m_flipY = false;
 };
 
-/// What is told of a track besides its faults.
+/// What is reported of a track besides its faults.
 struct TrackSummary {
     std::size_t frames = 0, whole = 0;
     double firstFrame = 0, lastFrame = 0;
@@ -33,7 +34,7 @@ struct TrackSummary {
 };
 TrackSummary summaryOf(Track const& track);
 
-/// Throws a usage error about `option` where nothing tells the frame's size.
+/// Throws a usage error about `option` where nothing gives the frame's size.
 void requireSize(Track const& track, std::string const& option, std::string const& value);
 
 }  // namespace zelk

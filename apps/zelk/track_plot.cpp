@@ -30,7 +30,7 @@ struct View {
     }
 };
 
-/// The frame: the one that is told, else the picture below, else what the samples span.
+/// The frame: the one that is given, else the picture below, else what the samples span.
 View frameOf(Track const& track, World const* under) {
     if (track.hasSize()) return {0, 0, double(track.width), double(track.height)};
     if (under) return {0, 0, double(under->width()), double(under->height())};

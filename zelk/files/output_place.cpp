@@ -21,7 +21,7 @@ bool isLink(fs::path const& path) {
 }  // namespace
 
 UserError existing(fs::path const& target) {
-    return {ExitCode::kOutput, target.string() + ": exists already, and --no-clobber is given"};
+    return {ExitCode::kOutput, target.string() + ": exists already, and may not be replaced"};
 }
 
 UserError unwritable(fs::path const& target, std::string const& reason) {

@@ -49,7 +49,7 @@ std::string toColor(std::string const& tag, int width, int height, std::string c
                        height, isTagged ? "" : ":matrixin=" + guess, planes);
 }
 
-/// Bits of a channel that "yuva444p10le" tells; 8 for names without.
+/// Bits of a channel that "yuva444p10le" names; 8 for names without.
 int bitsOf(std::string const& pixelFormat) {
     static std::regex const deep("(9|10|12|14|16)[lb]e$");
     std::smatch found;

@@ -1,4 +1,4 @@
-// The few header fields that tell the length of the pixels; see dpx_length.h.
+// The few header fields that give the length of the pixels; see dpx_length.h.
 #include "zelk/pictures/dpx_length.h"
 
 #include <array>

@@ -107,7 +107,7 @@ Bytes packed(std::span<std::uint8_t const> rows, Method const& method, Bytes con
     return chunk;
 }
 
-/// A sixteenth of the strip, from its middle, tells.
+/// A sixteenth of the strip, from its middle, decides.
 Method fastMethod(std::span<std::uint8_t const> rows) {
     std::size_t const size =
         std::min(rows.size(), std::max<std::size_t>(rows.size() / 16, 1 << 14));
@@ -347,7 +347,7 @@ private:
     int m_width = 0, m_height = 0;
     std::uint64_t m_rowBytes = 0;
     bool m_isEnded = false;
-    uLong m_adler = 0;  ///< that the file tells
+    uLong m_adler = 0;  ///< that the file states
 };
 
 }  // namespace

@@ -17,14 +17,35 @@
 #include "zelk/pictures/row_values.h"
 #include "zelk/pictures/world_rows.h"
 #include "zelk/text/errors.h"
+#include "zelk/text/numbers.h"
 
 namespace zelk {
 
+static_assert(kLargestPx == kMaxWorldSide, "a picture that may be read fits a world");
+
 namespace {
 
+/// A library's reason in our words where it is a common one. Libraries add a line for each layer
+/// that an error passes: the first says what happened.
+std::string plainReason(std::string const& reason) {
+    std::string const text = lowered(reason);
+    for (char const* end : {"end of file", "premature end", "unexpected eof", "truncated"})
+        if (text.find(end) != std::string::npos) return "the file breaks off";
+    std::string const first = reason.substr(0, reason.find('\n'));
+    return first.empty() ? "unknown format" : shortened(first);
+}
+
 UserError unreadable(std::filesystem::path const& file, std::string const& reason) {
-    std::string const why = reason.empty() ? "unknown format" : shortened(reason);
-    return {ExitCode::kInput, file.string() + ": cannot be read: " + why};
+    return {ExitCode::kInput, file.string() + ": cannot be read: " + plainReason(reason)};
+}
+
+/// About a file that no reader of pictures takes.
+UserError notAPicture(std::filesystem::path const& file) {
+    bool const mayBeProject = lowered(file.extension().string()) == ".json";
+    return {ExitCode::kInput,
+            file.string() + ": not a picture" +
+                (mayBeProject ? ": a project is rendered by `zelk render --project FILE`"
+                              : " in any format that can be read")};
 }
 
 void checkFile(std::filesystem::path const& file) {
@@ -45,13 +66,15 @@ std::unique_ptr<OIIO::ImageInput> openPicture(std::filesystem::path const& file)
     OIIO::ImageSpec config;
     config.attribute("oiio:UnassociatedAlpha", 1);  // straight colour as it is stored
     auto input = OIIO::ImageInput::open(file.string(), &config);
-    if (!input) throw unreadable(file, OIIO::geterror());
-    return input;
+    if (input) return input;
+    std::string const reason = OIIO::geterror();
+    bool const isUnknown = reason.find("find a format reader") != std::string::npos;
+    throw isUnknown ? notAPicture(file) : unreadable(file, reason);
 }
 
 /// Metadata about how the file stores its pixels, which a copy must not inherit.
 bool isAboutStorage(std::string_view name) {
-    // What OpenImageIO tells of a profile is in the profile itself.
+    // What OpenImageIO says of a profile is in the profile itself.
     for (char const* prefix :
          {"oiio:", "tiff:", "openexr:", "png:", "jpeg:", "webp:", "dpx:Image", "dpx:EndOf",
           "dpx:Low", "dpx:High", "targa:", "bmp:", "ICCProfile:"}) {
@@ -82,11 +105,11 @@ int alphaChannel(OIIO::ImageSpec const& spec) {
     return spec.channelindex("A");
 }
 
-/// OpenImageIO tells the pixel aspect of JPEG as horizontal over vertical density, the inverse of a
+/// OpenImageIO gives the pixel aspect of JPEG as horizontal over vertical density, the inverse of a
 /// pixel's width over its height; it writes the right densities.
 void turnAspect(OIIO::ParamValueList& metadata) {
-    float const told = metadata.get_float("PixelAspectRatio", 0);
-    if (told > 0) metadata["PixelAspectRatio"] = 1 / told;
+    float const given = metadata.get_float("PixelAspectRatio", 0);
+    if (given > 0) metadata["PixelAspectRatio"] = 1 / given;
 }
 
 PictureTraits traitsOf(OIIO::ImageSpec const& spec, OIIO::TypeDesc type) {
@@ -168,7 +191,7 @@ void PictureReader::checkSize() const {
     if (isEmpty || window.width > kLargestPx || window.height > kLargestPx) {
         throw UserError(ExitCode::kInput,
                         {m_file.string(), isEmpty ? "picture of no size" : "picture too large:",
-                         size, "sides from 1 to 32767 pixels"});
+                         size, "sides from 1 to " + std::to_string(kLargestPx) + " pixels"});
     }
 }
 

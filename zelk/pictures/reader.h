@@ -4,8 +4,8 @@
 // Space: the picture is an OpenEXR file's display window; what the data window leaves of it is
 // transparent, what lies outside it (overscan) is dropped with a warning. Of other formats it is
 // all that is stored. Channels: the first three that are not alpha are the colours, one or two are
-// grey, missing alpha is opaque; a dropped channel is told in one warning. Colour comes straight or
-// associated (times alpha) as asked; it is divided or multiplied in float, and associated colour
+// grey, missing alpha is opaque; a dropped channel is named in one warning. Colour comes straight
+// or associated (times alpha) as asked; it is divided or multiplied in float, and associated colour
 // passes as stored where alpha is 0. Rows are read a strip at a time; the picture is never in
 // memory twice.
 #pragma once
@@ -31,7 +31,7 @@ struct PictureTraits {
     bool isHalf = false;
     bool hasAlpha = false;
     bool isAssociated = false;      ///< colour is stored times alpha
-    int bits = 0;                   ///< of a sample, where the file tells them
+    int bits = 0;                   ///< of a sample, where the file gives them
     int originX = 0, originY = 0;   ///< of the display window, pixels
     OIIO::ParamValueList metadata;  ///< all that is not about how the file stores its pixels
 };
@@ -44,7 +44,7 @@ public:
     /// `input`, if any, is what reads the file, open: a movie's decoder.
     explicit PictureReader(std::filesystem::path const& file, int number = -1,
                            std::unique_ptr<OIIO::ImageInput> input = nullptr);
-    /// How many pictures a file tells that it holds.
+    /// How many pictures a file says that it holds.
     static int countOf(std::filesystem::path const& file);
 
     /// Of the display window.

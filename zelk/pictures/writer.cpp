@@ -42,7 +42,7 @@ constexpr std::array<std::string_view, 11> kIntegerFormats = {
     "png", "jpeg", "targa", "webp", "bmp", "gif", "dpx", "jpeg2000", "sgi", "ico", "heif"};
 /// Formats of up to 16 bits of which OpenImageIO writes no more than 8 in order.
 constexpr std::array<std::string_view, 2> kShallow = {"pnm", "iff"};
-/// Formats whose files tell where the picture lies. Some writers of others refuse a place, or end
+/// Formats whose files say where the picture lies. Some writers of others refuse a place, or end
 /// the process over one.
 constexpr std::array<std::string_view, 5> kHoldPlace = {"openexr", "png", "tiff", "dpx", "rla"};
 /// Writers that leave no picture file.

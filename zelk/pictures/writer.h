@@ -27,7 +27,7 @@ struct WriteRequest {
     Depth depth = Depth::k8;                ///< of the file's samples, where the format has them
     AlphaForm form = AlphaForm::kStraight;  ///< of the world's colour
     PictureTraits traits;  ///< what the file inherits; half samples, windows, metadata
-    /// Pixels around the display window, of a data window that the format may tell apart.
+    /// Pixels around the display window, of a data window that the format may keep apart.
     int marginX = 0, marginY = 0;
     bool opaque = false;  ///< leave alpha out: it is white everywhere
     bool keepMetadata = true;
@@ -36,7 +36,7 @@ struct WriteRequest {
     std::string history;           ///< the command line, as image history
 };
 
-/// What there is to tell of a written file.
+/// What there is to report of a written file.
 struct WriteReport {
     std::vector<std::string> warnings;  ///< a sentence each
     std::string sampleType;             ///< as OpenImageIO names it: "uint8", "half"

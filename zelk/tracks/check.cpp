@@ -31,10 +31,10 @@ void checkSize(Track const& track, TrackTarget const& target, TrackIssues& issue
 }
 
 void checkRate(Track const& track, TrackTarget const& target, TrackIssues& issues) {
-    if (target.tellsRate && !track.rate)
+    if (target.writesRate && !track.rate)
         issues.add(TrackFault::kNoRate, 0,
                    fmt::format("the file has no rate: {} frames a second are written",
-                               numberText(kUntoldRate)),
+                               numberText(kDefaultRate)),
                    "--rate FPS");
 }
 
@@ -51,7 +51,7 @@ std::string_view faultName(TrackFault fault) {
 std::vector<TrackIssue> checkTrack(Track const& track, TrackTarget const& target) {
     TrackIssues issues;
     for (TrackNote const& note : track.notes)
-        issues.add(TrackFault::kNote, note.line, note.text, note.mend);
+        issues.add(TrackFault::kNote, note.line, note.text, note.fix);
     checkSize(track, target, issues);
     checkRate(track, target, issues);
     checkFrames(track, issues);
@@ -64,7 +64,7 @@ std::vector<TrackIssue> checkTrack(Track const& track, TrackTarget const& target
 std::string issueText(TrackIssue const& issue) {
     std::string text = issue.line > 0 ? fmt::format("line {}: ", issue.line) : "";
     text += issue.text;
-    if (!issue.mend.empty()) text += "; correct it by `zelk track convert " + issue.mend + "`";
+    if (!issue.fix.empty()) text += "; correct it by `zelk track convert " + issue.fix + "`";
     return oneLine(text);
 }
 

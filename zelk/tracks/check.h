@@ -1,4 +1,4 @@
-// What is odd about a track, and how it is mended: what the import will not do as one expects, and
+// What is odd about a track, and how it is fixed: what the import will not do as one expects, and
 // what looks as if the file had been made for other conventions.
 #pragma once
 
@@ -14,8 +14,8 @@ namespace zelk {
 
 enum class TrackFault {
     kNote,           ///< of the reader
-    kNoSize,         ///< the file does not tell the frame's size
-    kNoRate,         ///< the file does not tell the frames a second
+    kNoSize,         ///< the file does not say the frame's size
+    kNoRate,         ///< the file does not say the frames a second
     kMissingCorner,  ///< its pin stays as it is
     kDuplicate,      ///< a frame twice in one corner
     kOrder,          ///< frames that descend
@@ -28,7 +28,7 @@ enum class TrackFault {
     kBeyondHost,   ///< a pin or a frame that the host can't hold
     kUpsideDown,   ///< suspected
     kFrameBase,    ///< suspected
-    kPixelAspect,  ///< told or suspected
+    kPixelAspect,  ///< stated or suspected
     kMerged,       ///< samples at one moment of the composition's clock: they become one key
 };
 
@@ -39,7 +39,7 @@ struct TrackIssue {
     TrackFault fault;
     int line = 0;      ///< of the first sample or heading concerned, 0 for none
     std::string text;  ///< what is the matter
-    std::string mend;  ///< options of `zelk track convert`; empty for none
+    std::string fix;   ///< options of `zelk track convert`; empty for none
 };
 
 /// What the track is for, where that is known.
@@ -47,7 +47,7 @@ struct TrackTarget {
     std::optional<PixelSize> frame;
     std::optional<int> startFrame;  ///< of the composition
     int frameUnits = 0;             ///< of its clock in a frame; 0 where that is not known
-    bool tellsRate = false;         ///< it is written in a form that tells a rate
+    bool writesRate = false;        ///< it is written in a form that states a rate
 };
 
 std::vector<TrackIssue> checkTrack(Track const& track, TrackTarget const& target = {});

@@ -110,7 +110,8 @@ void checkMoments(Track const& track, TrackTarget const& target, TrackIssues& is
         for (TrackSample const& sample : corner.samples) {
             auto const moment = importedMoment(sample.frame, *target.startFrame, target.frameUnits);
             auto const [other, isNew] = taken.emplace(moment, sample.frame);
-            if (isNew || other->second == sample.frame) continue;  // a frame twice is told above
+            if (isNew || other->second == sample.frame)
+                continue;  // a frame twice is reported above
             merged.insert(sample.frame);
             if (line == 0) line = sample.line;
         }

@@ -1,4 +1,4 @@
-// The parts of checkTrack, a file each, and what they tell into.
+// The parts of checkTrack, a file each, and what they add issues to.
 #pragma once
 
 #include <string>
@@ -10,8 +10,8 @@ namespace zelk {
 
 class TrackIssues {
 public:
-    void add(TrackFault fault, int line, std::string text, std::string mend = "") {
-        m_issues.push_back({fault, line, std::move(text), std::move(mend)});
+    void add(TrackFault fault, int line, std::string text, std::string fix = "") {
+        m_issues.push_back({fault, line, std::move(text), std::move(fix)});
     }
     std::vector<TrackIssue> taken() { return std::move(m_issues); }
 

@@ -11,13 +11,13 @@ namespace zelk {
 
 namespace {
 
-constexpr double kUntoldWidth = 720, kUntoldHeight = 486;  // what the import then takes
+constexpr double kDefaultWidth = 720, kDefaultHeight = 486;  // what the import then takes
 
 /// Why a sample can't be a keyframe of the host's; empty when it can.
-std::string_view beyondHost(TrackSample const& sample) {
+std::string beyondHost(TrackSample const& sample) {
     if (std::abs(sample.frame) > kLargestFrame) return "a frame beyond the host's clock:";
     bool const isFar = std::max(std::abs(sample.x), std::abs(sample.y)) > kLargestPx;
-    return isFar ? "a pin beyond the 32767 pixels that the host holds:" : "";
+    return isFar ? fmt::format("a pin beyond the {} pixels that the host holds:", kLargestPx) : "";
 }
 
 /// The first such sample of the file; null for none.
@@ -34,8 +34,8 @@ std::string sampleText(TrackSample const& sample) {
 }
 
 void checkOutside(Track const& track, TrackIssues& issues) {
-    double const width = track.hasSize() ? track.width : kUntoldWidth;
-    double const height = track.hasSize() ? track.height : kUntoldHeight;
+    double const width = track.hasSize() ? track.width : kDefaultWidth;
+    double const height = track.hasSize() ? track.height : kDefaultHeight;
     std::size_t count = 0;
     TrackSample first;
     bool areFractions = true;
@@ -123,9 +123,9 @@ void checkPosition(Track const& track, TrackTarget const& target, TrackIssues& i
 void requireImportable(std::string const& file, Track const& track) {
     TrackSample const* const sample = firstBeyondHost(track);
     if (sample)
-        TrackText{file, {}, {}}.refuse(sample->line, std::string(beyondHost(*sample)),
-                                       sampleText(*sample),
-                                       "a frame up to 10000000, x and y within 32767 pixels");
+        TrackText{file, {}, {}}.refuse(
+            sample->line, beyondHost(*sample), sampleText(*sample),
+            fmt::format("a frame up to {}, x and y within {} pixels", kLargestFrame, kLargestPx));
 }
 
 }  // namespace zelk

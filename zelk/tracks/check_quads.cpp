@@ -22,7 +22,7 @@ CornerOrder mostOf(std::map<CornerOrder, int> const& orders) {
 
 /// What gives every corner the place where it lies; nothing when it lies there. Headings
 /// in words were most likely meant as they say.
-std::string orderMend(Track const& track, CornerOrder const& order) {
+std::string orderFix(Track const& track, CornerOrder const& order) {
     constexpr CornerOrder kAsIs = {0, 1, 2, 3}, kByWords = {0, 2, 1, 3};
     if (order == kAsIs) return "";
     if (order == kByWords && track.format == "mocha") return kMeantByWords;
@@ -46,12 +46,12 @@ void checkQuads(Track const& track, TrackIssues& issues) {
     auto const order = mostOf(orders);
     bool const isUpsideDown =
         order == CornerOrder{kLowerLeft, kLowerRight, kUpperLeft, kUpperRight};
-    std::string const mend = isUpsideDown ? "--flip-y" : orderMend(track, order);
+    std::string const fix = isUpsideDown ? "--flip-y" : orderFix(track, order);
     if (!crossed.isEmpty())
         issues.add(TrackFault::kCrossed, 0,
                    fmt::format("the quad crosses itself, and nothing is drawn, at {}",
                                framesText(crossed)),
-                   mend);
+                   fix);
     if (!flat.isEmpty())
         issues.add(
             TrackFault::kFlat, 0,
@@ -60,10 +60,10 @@ void checkQuads(Track const& track, TrackIssues& issues) {
         issues.add(TrackFault::kUpsideDown, 0,
                    fmt::format("upper corners lie below lower ones at {}: y seems to point up",
                                framesText(turned)),
-                   track.hasSize() ? mend : mend + " --size WxH");
+                   track.hasSize() ? fix : fix + " --size WxH");
     else if (!turned.isEmpty())
         issues.add(TrackFault::kTurnedOver, 0,
-                   fmt::format("the picture is turned over at {}", framesText(turned)), mend);
+                   fmt::format("the picture is turned over at {}", framesText(turned)), fix);
 }
 
 }  // namespace zelk

@@ -1,6 +1,8 @@
 // Reading of pins; see corners.h.
 #include "zelk/tracks/corners.h"
 
+#include <fmt/format.h>
+
 #include <cmath>
 #include <vector>
 
@@ -19,7 +21,7 @@ double parseCoordinate(std::string const& thing, std::string_view text) {
     }
     if (std::abs(*value) > kLargestPx) {
         throw UserError(ExitCode::kUsage, {thing, "pin too far out:", std::string(text),
-                                           "pixels from -32767 to 32767"});
+                                           fmt::format("pixels from -{0} to {0}", kLargestPx)});
     }
     return *value;
 }

@@ -1,6 +1,6 @@
 // Pins as the user writes them: "x,y x,y x,y x,y" in layer pixels, y down, upper left, upper
-// right, lower left, lower right. The host keeps a pin as 16.16, so a coordinate beyond 32767 is
-// refused.
+// right, lower left, lower right. The host keeps a pin as 16.16, so a coordinate beyond kLargestPx
+// is refused.
 #pragma once
 
 #include <string>

@@ -39,10 +39,11 @@ void refuseWideText(TrackText const& text) {
 TrackFormat const& likeliest(TrackText const& text) {
     for (TrackFormat const& format : kFormats)
         if (format.resembles && format.resembles(text)) return format;
-    text.refuse(0, "no tracking data found", "",
-                "sections of corners, a pin node or a table of numbers; or name the form by `zelk "
-                "track convert --format`: " +
-                    trackFormatNames());
+    text.refuse(
+        0, "no tracking data found", "",
+        fmt::format("sections of corners, a pin node or a table of numbers; or name the form "
+                    "by `{}--format`: {}",
+                    text.optionPrefix, trackFormatNames()));
 }
 
 /// Without the mark that some editors set before UTF-8.
@@ -59,7 +60,7 @@ TrackFormat const& choose(TrackText const& text, bool asks) {
         std::vector<std::string_view> names;
         for (TrackFormat const* format : formats) names.push_back(format->name);
         text.refuse(0, "fits several forms:", listOf(names),
-                    "one of them, by `zelk track convert --format`");
+                    fmt::format("one of them, by `{}--format`", text.optionPrefix));
     }
     return *formats[0];
 }
@@ -99,6 +100,7 @@ std::vector<TrackFormat const*> formatsOf(TrackText const& asGiven) {
 Track trackFromText(TrackText const& asGiven, ReadTrackOptions const& options) {
     TrackText text = withoutMark(asGiven);
     text.size = options.size;
+    text.optionPrefix = options.optionPrefix;
     refuseWideText(text);
     TrackFormat const& format =
         options.format ? trackFormatNamed("--format", *options.format) : choose(text, options.asks);

@@ -16,7 +16,7 @@ struct TrackFormat {
     std::string_view name;    ///< of --format and --as
     std::string_view ending;  ///< of files that are written so by themselves; empty for none
     bool writesSize;          ///< the form can't be written without the frame's size
-    bool writesRate;          ///< it tells a rate in any case, kUntoldRate where there is none
+    bool writesRate;          ///< it states a rate in any case, kDefaultRate where there is none
     bool (*recognises)(TrackText const&);
     /// Whether a text that no form recognises was meant for this one, whose reader then says what
     /// is wrong with it; null for never.
@@ -44,6 +44,8 @@ struct ReadTrackOptions {
     /// Whether a text that the effect's import and the host that copied it read differently is
     /// refused until a form is named. Otherwise it is what the import reads.
     bool asks = false;
+    /// Of the options that messages ask for: empty for a command that has them itself.
+    std::string_view optionPrefix = kConvertCommand;
 };
 
 /// Reads a file of any form and extension. The track has samples, all finite. Throws an input

@@ -1,4 +1,4 @@
-// Frames of one fault, told in a few words whatever their number.
+// Frames of one fault, named in a few words whatever their number.
 #pragma once
 
 #include <cstddef>
@@ -10,7 +10,7 @@ namespace zelk {
 /// Frames as ranges: "3, 5 to 9 and others".
 class FrameList {
 public:
-    /// In the order in which they are to be told.
+    /// In the order in which they are to be named.
     void add(double frame);
     bool isEmpty() const { return m_count == 0; }
     std::size_t count() const { return m_count; }

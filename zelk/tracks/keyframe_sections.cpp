@@ -62,7 +62,7 @@ std::string keyframeText(Track const& track, std::array<std::string_view, 4> con
     std::string text = fmt::format(
         "Adobe After Effects 8.0 Keyframe Data\n\n\tUnits Per Second\t{}\n\tSource Width\t{}\n"
         "\tSource Height\t{}\n\tSource Pixel Aspect Ratio\t{}\n\tComp Pixel Aspect Ratio\t{}\n",
-        numberText(track.rate.value_or(kUntoldRate)), track.width, track.height,
+        numberText(track.rate.value_or(kDefaultRate)), track.width, track.height,
         numberText(track.pixelAspect), numberText(track.pixelAspect));
     for (std::size_t i = 0; i < 4; ++i) {
         if (track.corners[i].samples.empty()) continue;

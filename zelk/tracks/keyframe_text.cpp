@@ -46,7 +46,7 @@ private:
             auto const value = valueAfter(line, keyword);
             auto const whole = value ? parseWhole(numberText(*value)) : std::nullopt;
             if (!isSide(whole))
-                m_text.refuse(number, "the frame's size can't be", trimmed(line), kSideExpected);
+                m_text.refuse(number, "the frame's size can't be", trimmed(line), sideExpected());
             *size = *whole;
             return true;
         }

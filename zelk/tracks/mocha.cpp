@@ -93,7 +93,7 @@ private:
 
     void takeSize(TrackingLine const& line, std::string const& piece, int number, int& size) {
         if (!line.hasSize || !isSide(line.size))
-            m_text.refuse(number, "the frame's size can't be", trimmed(piece), kSideExpected);
+            m_text.refuse(number, "the frame's size can't be", trimmed(piece), sideExpected());
         if (m_open >= 0 && size != line.size)
             note(number, "a size after samples: the import takes it for those that follow alone");
         size = line.size;

@@ -1,5 +1,5 @@
 // Tracking data exactly as the effect's import reads it, line by line and by its own table, but
-// with faults told instead of passed over; and the same form written.
+// with faults reported instead of passed over; and the same form written.
 //
 // A heading's first hit in the import's table decides: 0001 or "Upper Left", 0002 or "Lower Left",
 // 0003 or "Upper Right", 0004 or "Lower Right", whatever else the heading says. Numbers are single

@@ -44,18 +44,18 @@ NodeValue NodePinReader::readCurve() {
     NodeValue curve;
     std::optional<double> frame;
     double stride = 1;
-    bool isTold = false;
+    bool hasFrame = false;
     for (step(); !m_words.isClosing(); step()) {
         std::string_view const word = m_words.word();
-        if (auto const told = word[0] == 'x' ? parseNumber(word.substr(1)) : std::nullopt) {
-            stride = isTold || !frame ? 1 : *told - *frame;
-            frame = told;
-            isTold = true;
+        if (auto const named = word[0] == 'x' ? parseNumber(word.substr(1)) : std::nullopt) {
+            stride = hasFrame || !frame ? 1 : *named - *frame;
+            frame = named;
+            hasFrame = true;
             continue;
         }
         if (isMark(word)) continue;
         double const value = number();
-        if (!isTold && frame) {
+        if (!hasFrame && frame) {
             if (stride != 1)
                 refuse("no frame before", word, "xFRAME, as the keys lie not a frame apart");
             *frame += 1;
@@ -63,7 +63,7 @@ NodeValue NodePinReader::readCurve() {
         if (!frame) refuse("no frame before", word, "xFRAME");
         if (++m_keys > 2 * kMostSamples) refuseSample(m_text, m_words.line());
         curve.keys.push_back({*frame, value});
-        isTold = false;
+        hasFrame = false;
     }
     if (curve.keys.empty()) refuse("a curve without keys in", "to", "xFRAME VALUE");
     return curve;

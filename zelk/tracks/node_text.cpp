@@ -29,8 +29,9 @@ public:
         if (!m_size)
             m_text.refuse(
                 0, "the frame's height is unknown, and y points up in", kNode,
-                "the frame's size by `zelk track convert --size WxH`, or From pins on the frame's "
-                "corners");
+                fmt::format(
+                    "the frame's size by `{}--size WxH`, or From pins on the frame's corners",
+                    m_text.optionPrefix));
         m_track.width = m_size->width;
         m_track.height = m_size->height;
         m_frames = framesOfKeys();
@@ -82,7 +83,7 @@ private:
         if (words.size() < 2) return;
         auto const width = parseWhole(words[0]), height = parseWhole(words[1]);
         if (!isSide(width) || !isSide(height))
-            m_text.refuse(m_words.line(), "the frame's size can't be", format, kSideExpected);
+            m_text.refuse(m_words.line(), "the frame's size can't be", format, sideExpected());
         m_size = PixelSize{*width, *height};
         auto const aspect = words.size() > 6 ? parseNumber(words[6]) : std::nullopt;
         if (aspect && *aspect > 0) m_track.pixelAspect = *aspect;

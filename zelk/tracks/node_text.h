@@ -7,9 +7,9 @@
 //   }
 //
 // y points up there: to1 is lower left, to2 lower right, to3 upper right, to4 upper left, and the
-// frame's height is needed to turn them. It is told by the user, by a Root node's format, or by
+// frame's height is needed to turn them. It is given by the user, by a Root node's format, or by
 // From pins that lie on the corners of a frame. A value of a curve without a frame belongs to the
-// frame after the one before. Letters among a curve's values tell how it runs between keys, which
+// frame after the one before. Letters among a curve's values say how it runs between keys, which
 // is passed over.
 #pragma once
 

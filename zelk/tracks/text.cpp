@@ -19,6 +19,10 @@ void TrackText::refuse(int line, std::string const& wrong, std::string_view valu
 
 bool isSide(std::optional<int> pixels) { return pixels && *pixels > 0 && *pixels <= kLargestPx; }
 
+std::string sideExpected() {
+    return fmt::format("a whole number of pixels from 1 to {}", kLargestPx);
+}
+
 void addSample(TrackText const& text, Track& track, int corner, TrackSample const& sample) {
     std::size_t count = 0;
     for (CornerTrack const& one : track.corners) count += one.samples.size();
@@ -30,10 +34,10 @@ void refuseSample(TrackText const& text, int line) {
     text.refuse(line, "more samples than", fmt::format("{}", kMostSamples), "a shorter track");
 }
 
-void addNote(Track& track, int line, std::string text, std::string mend) {
+void addNote(Track& track, int line, std::string text, std::string fix) {
     constexpr std::size_t kMostNotes = 20;
     if (track.notes.size() < kMostNotes)
-        track.notes.push_back({line, std::move(text), std::move(mend)});
+        track.notes.push_back({line, std::move(text), std::move(fix)});
 }
 
 bool TextLines::next() {
@@ -80,7 +84,8 @@ PixelSize sizeFrom(TrackText const& text, int line, std::string_view words) {
     auto const width = parseWhole(words.substr(0, x));
     auto const height = parseWhole(words.substr(std::min(x + 1, words.size())));
     if (isSide(width) && isSide(height)) return {*width, *height};
-    text.refuse(line, "not a size:", words, "WxH such as 1920x1080, up to 32767 each");
+    text.refuse(line, "not a size:", words,
+                fmt::format("WxH such as 1920x1080, up to {} each", kLargestPx));
 }
 
 }  // namespace

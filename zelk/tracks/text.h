@@ -15,10 +15,14 @@
 
 namespace zelk {
 
+/// The command that has all options about a track, with a blank before them.
+inline constexpr std::string_view kConvertCommand = "zelk track convert ";
+
 struct TrackText {
     std::string file;
     std::string_view bytes;
-    std::optional<PixelSize> size;  ///< of the frame, where the user told it
+    std::optional<PixelSize> size;                    ///< of the frame, where the user gave it
+    std::string_view optionPrefix = kConvertCommand;  ///< as in ReadTrackOptions
 
     /// Throws an input error; `line` 0 for the whole file.
     [[noreturn]] void refuse(int line, std::string const& wrong, std::string_view value,
@@ -27,7 +31,7 @@ struct TrackText {
 
 /// Whether it is a frame's width or height that the host holds.
 bool isSide(std::optional<int> pixels);
-inline constexpr char const* kSideExpected = "a whole number of pixels from 1 to 32767";
+std::string sideExpected();
 
 /// Of a file: an hour of frames, four times. It bounds the memory that a file can take.
 inline constexpr std::size_t kMostSamples = 400'000;
@@ -37,7 +41,7 @@ void addSample(TrackText const& text, Track& track, int corner, TrackSample cons
 [[noreturn]] void refuseSample(TrackText const& text, int line);
 
 /// Keeps the first notes of a reader: a file of faults would have as many as lines.
-void addNote(Track& track, int line, std::string text, std::string mend = "");
+void addNote(Track& track, int line, std::string text, std::string fix = "");
 
 /// Lines of a text, whatever ends them: LF, CR LF or CR.
 class TextLines {

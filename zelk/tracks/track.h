@@ -41,21 +41,21 @@ struct CornerTrack {
 /// Reads headings as their words say.
 inline constexpr char const* kMeantByWords = "--format keyframes";
 
-/// What a form that tells a rate has for a track that does not.
-inline constexpr double kUntoldRate = 24;
+/// What a form that states a rate has for a track without one.
+inline constexpr double kDefaultRate = 24;
 
 /// What a reader found odd but could read.
 struct TrackNote {
     int line = 0;
     std::string text;  ///< a sentence
-    std::string mend;  ///< options of `zelk track convert`; empty for none
+    std::string fix;   ///< options of `zelk track convert`; empty for none
 };
 
 struct Track {
     std::array<CornerTrack, 4> corners;
-    int width = 0, height = 0;  ///< of the frame, pixels; 0 where the file does not tell
+    int width = 0, height = 0;  ///< of the frame, pixels; 0 where the file does not say
     std::optional<double> rate;
-    double pixelAspect = 1;   ///< width of a pixel in heights, as the file tells
+    double pixelAspect = 1;   ///< width of a pixel in heights, as the file says
     std::string_view format;  ///< name of the reader
     std::vector<TrackNote> notes;
 

@@ -56,7 +56,7 @@ R --rate 0;2;--rate
 R --shutter a;2;--shutter: not a number
 R --over gone.png;3;gone.png
 render in.png -o -;4;-
-R --no-clobber;4;out.png;--no-clobber
+R --no-clobber;4;out.png;may not be replaced
 R --module none.so;3;none.so;no such module
 R --module text.png;3;text.png;cannot be loaded
 render none.png -o out.png;3;none.png;no such file
@@ -64,6 +64,8 @@ render folder -o out.png;3;folder;directory
 render - -o out.png;3;LAYER;standard input
 render pipe.png -o out.png;3;pipe.png;not a regular file
 render text.png -o out.png;3;text.png;cannot be read
+render cut.png -o out.png;3;cut.png: cannot be read: the file breaks off
+render p.json -o out.png;3;p.json: not a picture;--project
 render wide.png -o out.png;3;wide.png;"32768x1";32767
 render flat.hdr -o out.png;3;flat.hdr
 render in.png -o none/out.png;4;none/out.png;no folder
@@ -75,6 +77,8 @@ track a b;2;"b";one file, or a command: convert
 project;2;project;new, show, check or import-track
 project mend s;2;"mend";import-track
 track wide.csv --flip-y;2;--flip-y;--size WxH
+track two.txt;3;corner-columns", expected one of them, by `--format`
+R --track two.txt;3;by `zelk track convert --format`
 track none.txt;3;none.txt: no such file
 track convert a b.xyz;2;b.xyz;".xyz";--as
 track a --corners ul,ul,ll,lr;2;--corners;each once
@@ -101,6 +105,9 @@ TEST_F(Failures, AreOneLineAndLeaveTheTarget) {
     writePicture(at("in.png"), noise<std::uint8_t>(2, 2, 4, 1));
     writePicture(at("wide.png"), noise<std::uint8_t>(32768, 1, 1, 2));
     put("text.png", "no picture at all");
+    put("cut.png", bytesOf("in.png").substr(0, 30));
+    put("p.json", "{}");
+    put("two.txt", "1 1 2 3\n2 2 3 4\n");
     put("flat.hdr", kHeader + "-Y 0 +X 5\n");
     put("wide.csv", "0,1,1,9,1,1,9,9,9\n");
     put("out.png", "earlier");

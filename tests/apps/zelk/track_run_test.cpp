@@ -24,7 +24,7 @@ TEST_F(TrackRun, ConvertsThereAndBackAndKeepsWhatIsThere) {
                                        {"/firstQuad/frame", 0},
                                        {"/firstQuad/corners/upper left", {100, 310}},
                                        {"/issues/0/kind", "upside-down"},
-                                       {"/issues/0/mend", "--flip-y"}})
+                                       {"/issues/0/fix", "--flip-y"}})
         EXPECT_EQ(shown[nlohmann::json::json_pointer(place)], value) << place;
     auto const back = run("track convert a.txt b.csv --flip-y --shift-frames 7"_words);
     EXPECT_EQ(back.out, "b.csv: csv, 2 frames, 7 to 8\n");
@@ -34,9 +34,10 @@ TEST_F(TrackRun, ConvertsThereAndBackAndKeepsWhatIsThere) {
     put("bad.csv", "frame,ul_x\n");
     EXPECT_EQ(run("track convert bad.csv b.csv --force"_words).exitCode, 3);
     EXPECT_EQ(bytesOf("b.csv").size(), std::string(kCsv).size() + 10);
-    done("track convert in.csv b.csv --force --pixel-aspect 10/20 --corners ur,ul,lr,ll"_words);
+    done(
+        "track convert in.csv b.csv --force --pixel-aspect 10/20 --corners ur,ul,lr,ll --rate 24000/1001"_words);
     EXPECT_NE(bytesOf("b.csv").find("7,250,60,50,50,255,310,55,300\n"), std::string::npos);
-    EXPECT_NE(bytesOf("b.csv").find("# size 320x360\n"), std::string::npos);
+    EXPECT_NE(bytesOf("b.csv").find("# size 320x360\n# rate 23.976023976"), std::string::npos);
 }
 
 TEST_F(TrackRun, AProjectTakesTheTrackForItsPins) {

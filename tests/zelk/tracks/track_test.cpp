@@ -261,7 +261,7 @@ TEST(Track, RefusalsTellLineAndReason) {
     }
 }
 
-// A text, and of each issue its kind, line if any, mend if any.
+// A text, and of each issue its kind, line if any, fix if any.
 constexpr char const* kOdd = R"(N 10 10;90 10;10 40;90 40|
 N 10 40;90 40;10 10;90 10|upside-down --flip-y
 N 10 10;90 10;90 40;10 40|crossed --corners ul,ur,lr,ll
@@ -281,11 +281,11 @@ std::string issuesOf(std::string const& text, TrackTarget const& target = {}) {
     for (TrackIssue const& issue : checkTrack(trackFromText({"text", text, {}}), target))
         issues += (issues.empty() ? "" : "; ") + std::string(faultName(issue.fault)) +
                   (issue.line > 0 ? " " + std::to_string(issue.line) : "") +
-                  (issue.mend.empty() ? "" : " " + issue.mend);
+                  (issue.fix.empty() ? "" : " " + issue.fix);
     return issues;
 }
 
-TEST(Track, OddTracksAreToldWithWhatMendsThem) {
+TEST(Track, OddTracksAreReportedWithTheirFix) {
     for (auto const& row : rowsOf(kOdd)) {
         SCOPED_TRACE(row[0]);
         EXPECT_EQ(issuesOf(row[0]), row[1]);
