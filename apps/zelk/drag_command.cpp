@@ -98,8 +98,9 @@ ExitCode DragCommand::run(Invocation const&) {
 
     requireNew(m_output.value_or(file), !m_output || m_force);
     Scene const scene = m_scene.edited(readScene(file));
+    requireFrame(view, scene);
     FrameStages renderer(scene);
-    requirePanels(renderer.host());
+    requirePanels(renderer.host(), scene.hostApp());
     int const frame = view.frame.value_or(scene.comp.startFrame);
     renderer.beginEdit(frame);
     PixelSize const size = renderer.frameSize();

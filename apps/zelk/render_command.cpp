@@ -19,7 +19,8 @@ constexpr Choice<ProgressMode> kProgressModes[] = {{"auto", ProgressMode::kAuto}
 
 CommandInfo const RenderCommand::kInfo = {
     "render", "Render a picture or a sequence through the corner pin", "LAYER -o OUTPUT [OPTIONS]",
-    "Corners: upper left, upper right, lower left, lower right, in pixels of the layer, y down:\n"
+    "Corners: upper left, upper right, lower left, lower right, in pixels, y down, those of --to\n"
+    "  with --over or --size of that frame, else of the layer:\n"
     "  0,0 is the outer corner of the first pixel and W,H that of the last. Fractions and\n"
     "  negative numbers are allowed. Without --from the From Pins are the layer's corners;\n"
     "  without --to the To Pins are the From Pins.\n"
