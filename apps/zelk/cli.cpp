@@ -17,6 +17,7 @@
 #include "apps/zelk/commands.h"
 #include "zelk/files/standard_output.h"
 #include "zelk/render/host_errors.h"
+#include "zelk/scene/edits.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/text/errors.h"
 #include "zelk/text/numbers.h"
@@ -43,12 +44,8 @@ struct OptionalValue {
 };
 
 constexpr OptionalValue kOptionalValues[] = {
-    {"--motion-blur", "on",
-     [](std::string const& word) {
-         return parseNumber(word) || lowered(word) == "on" || lowered(word) == "off";
-     }},
-    {"--explain", "text",
-     [](std::string const& word) { return lowered(word) == "text" || lowered(word) == "json"; }},
+    {"--motion-blur", "on", isMotionBlurText},
+    {"--explain", "text", isExplainWord},
 };
 
 /// As the parser takes them. `zelk help COMMAND` is `zelk COMMAND --help`.
@@ -125,6 +122,20 @@ public:
     explicit Formatter(char const* usage) : m_usage(usage) { column_width(30); }
     std::string make_usage(CLI::App const* app, std::string) const override {
         return "Usage: " + fullName(*app) + " " + m_usage + "\n";
+    }
+    /// One blank line between groups, not two.
+    std::string make_help(CLI::App const* app, std::string name,
+                          CLI::AppFormatMode mode) const override {
+        std::string text = CLI::Formatter::make_help(app, name, mode);
+        for (auto at = text.find("\n\n\n"); at != text.npos; at = text.find("\n\n\n", at))
+            text.erase(at, 1);
+        return text;
+    }
+    /// Without the dots of what may come again: each time it takes one value.
+    std::string make_option_opts(CLI::Option const* option) const override {
+        std::string text = CLI::Formatter::make_option_opts(option);
+        if (text.ends_with(" ...")) text.resize(text.size() - 4);
+        return text;
     }
 
 private:

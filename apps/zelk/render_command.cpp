@@ -1,6 +1,9 @@
 // Options of a render, and its run; see render_command.h.
 #include "apps/zelk/render_command.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include "zelk/sequence/render_frames.h"
 #include "zelk/text/choices.h"
 
@@ -16,6 +19,11 @@ constexpr Choice<ProgressMode> kProgressModes[] = {{"auto", ProgressMode::kAuto}
                                                    {"none", ProgressMode::kNone}};
 
 }  // namespace
+
+bool isExplainWord(std::string const& word) {
+    return std::any_of(std::begin(kExplains), std::end(kExplains),
+                       [&](auto const& choice) { return choice.word == lowered(word); });
+}
 
 CommandInfo const RenderCommand::kInfo = {
     "render", "Render a picture or a sequence through the corner pin", "LAYER -o OUTPUT [OPTIONS]",
@@ -57,7 +65,8 @@ void RenderCommand::addOptions(CLI::App& app) {
     m_scene.add(add, {"motion-blur", "shutter", "rate"});
     add.text("Sequence", "--in-flight", m_inFlight, "N", "Frames held at a time (3)");
     m_scene.add(add, "missing");
-    add.text("Sequence", "--progress", m_progress, "MODE", "auto, bar, plain, json or none (auto)");
+    add.text("Sequence", "--progress", m_progress, "MODE",
+             listOf(wordsOf(kProgressModes)) + " (auto)");
     add.flag("Sequence", "--skip-existing", m_skipExisting, "Go on where an earlier run stopped");
     add.flag("Sequence", "--dry-run", m_dryRun, "Print what would be read and written");
     m_scene.add(add, {"opacity", "transfer", "source-opacity", "mode", "plain"});

@@ -10,6 +10,7 @@
 #include "Transform/Common/PixelMemory.h"
 #include "hostkit/pixel_ops.h"
 #include "zelk/pictures/buffer_input.h"
+#include "zelk/pictures/png_data.h"
 #include "zelk/render/explanation.h"
 #include "zelk/render/host_errors.h"
 #include "zelk/render/load_module.h"
@@ -252,6 +253,10 @@ namespace {
 
 /// Pictures are asked for one after the other.
 RunOptions oneByOne(RenderOptions const& options) {
+    if (options.pngLevel < 0 || options.pngLevel > kMostPngLevel)
+        throw UserError(ExitCode::kUsage,
+                        {"pngLevel", "out of range:", std::to_string(options.pngLevel),
+                         fmt::format("a whole number from 0 to {}", kMostPngLevel)});
     RunOptions run{options};
     run.inFlight = 1;
     return run;

@@ -248,6 +248,10 @@ SceneEdit const& sceneEdit(std::string_view name) {
     throw std::out_of_range("no edit of a scene: " + std::string(name));
 }
 
+bool isMotionBlurText(std::string const& word) {
+    return lowered(word) == "on" || lowered(word) == "off" || parseNumber(word);
+}
+
 void setParameter(Scene& scene, std::string_view name, SceneValue value, std::string const& thing) {
     if (thing.empty()) throw missing("the name of a parameter's edit", "a text");
     auto const own = nameOfParameter(requiredParameter(thing, name));

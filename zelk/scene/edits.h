@@ -30,6 +30,9 @@ std::span<SceneEdit const> sceneEdits();
 /// The edit of that name. std::out_of_range for a name that is none.
 SceneEdit const& sceneEdit(std::string_view name);
 
+/// Whether the edit "motion-blur", whose value may be left out, takes a word for one.
+bool isMotionBlurText(std::string const& word);
+
 /// One parameter by its name, over its keyframes and any track. Throws a usage error for an empty
 /// `thing` and for a name that `zelk params` does not list; the value meets the parameter's own
 /// kind and range when a renderer is made.

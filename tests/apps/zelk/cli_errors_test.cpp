@@ -57,6 +57,7 @@ project new n --layer -;3;--layer;standard input
 project new n;2;--layer is missing
 project new n --layer in.png --over a --plate b;2;--plate
 R --over in.png --set grow-bounds=4;2;--set grow-bounds does not go with --over
+R --motion-blur on --explain json --transfer add --over in.png;2;--transfer
 R --plain --set grow-bounds=4;2;--set grow-bounds;--plain
 R --road memory --grow 4;2;--grow does not go with --road memory
 R --over in.png --transfer add;2;--transfer;--mode with --over

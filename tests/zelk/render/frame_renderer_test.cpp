@@ -110,6 +110,9 @@ TEST_F(Renderer, SettlesTypedValuesForAFile) {
         EXPECT_NE(valuesOf<float>(FrameRenderer(again).picture(2)),
                   valuesOf<float>(renderer.picture(2)));
         EXPECT_THROW(renderer.begin({}), UserError);
+        RenderOptions beyond;
+        beyond.pngLevel = 10;
+        EXPECT_THROW(FrameRenderer(again, beyond), UserError);
         EXPECT_THROW(renderer.picture(10'000'000), UserError);
         EXPECT_THROW(setParameter(again, "rotate", 1., ""), UserError);
     }
