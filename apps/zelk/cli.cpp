@@ -16,6 +16,8 @@
 
 #include "apps/zelk/commands.h"
 #include "zelk/files/standard_output.h"
+#include "zelk/render/host_errors.h"
+#include "zelk/scene/edits.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/text/errors.h"
 #include "zelk/text/numbers.h"
@@ -42,10 +44,8 @@ struct OptionalValue {
 };
 
 constexpr OptionalValue kOptionalValues[] = {
-    {"--motion-blur", "on",
-     [](std::string const& word) { return !word.empty() && parseNumber(word).has_value(); }},
-    {"--explain", "text",
-     [](std::string const& word) { return lowered(word) == "text" || lowered(word) == "json"; }},
+    {"--motion-blur", "on", isMotionBlurText},
+    {"--explain", "text", isExplainWord},
 };
 
 /// As the parser takes them. `zelk help COMMAND` is `zelk COMMAND --help`.
@@ -122,6 +122,20 @@ public:
     explicit Formatter(char const* usage) : m_usage(usage) { column_width(30); }
     std::string make_usage(CLI::App const* app, std::string) const override {
         return "Usage: " + fullName(*app) + " " + m_usage + "\n";
+    }
+    /// One blank line between groups, not two.
+    std::string make_help(CLI::App const* app, std::string name,
+                          CLI::AppFormatMode mode) const override {
+        std::string text = CLI::Formatter::make_help(app, name, mode);
+        for (auto at = text.find("\n\n\n"); at != text.npos; at = text.find("\n\n\n", at))
+            text.erase(at, 1);
+        return text;
+    }
+    /// Without the dots of what may come again: each time it takes one value.
+    std::string make_option_opts(CLI::Option const* option) const override {
+        std::string text = CLI::Formatter::make_option_opts(option);
+        if (text.ends_with(" ...")) text.resize(text.size() - 4);
+        return text;
     }
 
 private:
@@ -227,15 +241,23 @@ std::string nearestOption(CLI::App const& command, std::string const& word) {
 }
 
 /// What a word that nothing takes was meant to be.
-std::string meantBy(CLI::App const& command, std::string const& word) {
+std::string meantBy(CLI::App const& command, std::string const& word,
+                    std::span<char const* const> words) {
+    std::vector<std::string_view> const typed(words.begin(), words.end());
     bool const isPoint = word.find(',') != word.npos && parseNumber(word.substr(0, word.find(',')));
     if (isPoint) return "corners in one pair of quotes, \"x,y x,y x,y x,y\"";
     CLI::Option const* const output = command.get_option_no_throw("--output");
+    bool const isSetting = std::find(typed.begin(), typed.end(), "--set") != typed.end();
+    if (isSetting && parseNumber(word)) return "NAME=VALUE in one word after --set";
     bool const writesPicture = command.get_name() == "render" || command.get_name() == "overlay";
     if (writesPicture && output->count() == 0) return "-o before the output";
     if (!command.get_subcommands({}).empty())
         return "one file, or a command: " + namesBelow(command);
-    return "what `" + fullName(command) + " --help` lists";
+    std::string list;
+    for (CLI::Option const* option : command.get_options())
+        if (option->get_positional())
+            list += (list.empty() ? "only " : " and ") + option->get_name();
+    return list.empty() ? "options only" : list + " without an option's name";
 }
 
 /// Words of a nested command come after its name.
@@ -279,8 +301,8 @@ void refuseExtras(Grammar& grammar, std::span<char const* const> words) {
                         fmt::format("{}unknown command \"{}\", expected {}",
                                     command.get_parent() ? nameOf(command) + ": " : "", word,
                                     namesBelow(command)));
-    throw UserError(ExitCode::kUsage,
-                    {nameOf(command), "one argument too many:", word, meantBy(command, word)});
+    throw UserError(ExitCode::kUsage, {nameOf(command), "one argument too many:", word,
+                                       meantBy(command, word, words)});
 }
 
 /// CLI11 finds an option without its value or one given twice; its text starts with the option.
@@ -316,7 +338,8 @@ ExitCode runCommandLine(int argc, char const* const* argv) {
     }
     refuseExtras(grammar, given);
     Command command = grammar.chosen();
-    return std::visit([&](auto& chosen) { return chosen.run({historyOf(given)}); }, command);
+    auto const run = [&](auto& chosen) { return chosen.run({historyOf(given)}); };
+    return withUserErrors([&] { return std::visit(run, command); });
 }
 
 }  // namespace zelk

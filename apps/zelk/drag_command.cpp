@@ -57,10 +57,10 @@ struct MousePath {
 std::string drag(EditSession& session, MousePath const& mouse) {
     auto const before = pinValues(session);
     if (!session.click(mouseAt(mouse.click, mouse.shift)))
-        throw UserError(ExitCode::kUsage,
-                        {"--from", "no quad that Overlay Mode shows lies at",
-                         fmt::format("{},{}", mouse.click.x, mouse.click.y),
-                         "a point of the panel inside the From Pins or the To Pins"});
+        throw UserError(
+            ExitCode::kUsage,
+            {"--from", "meets no quad:", fmt::format("{},{}", mouse.click.x, mouse.click.y),
+             "a point of the panel inside the pins that Overlay Mode shows"});
     for (Point const& point : mouse.to) session.drag(mouseAt(point, mouse.shift));
     session.release(mouseAt(mouse.to.back(), mouse.shift));
     return movesText(before, pinValues(session));
@@ -98,8 +98,9 @@ ExitCode DragCommand::run(Invocation const&) {
 
     requireNew(m_output.value_or(file), !m_output || m_force);
     Scene const scene = m_scene.edited(readScene(file));
+    requireFrame(view, scene);
     FrameStages renderer(scene);
-    requirePanels(renderer.host());
+    requirePanels(renderer.host(), scene.hostApp());
     int const frame = view.frame.value_or(scene.comp.startFrame);
     renderer.beginEdit(frame);
     PixelSize const size = renderer.frameSize();

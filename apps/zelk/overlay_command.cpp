@@ -66,7 +66,7 @@ int frameOf(Scene const& scene, std::optional<int> frame) {
 
 void writeOverlay(FrameStages& renderer, PanelPicture const& ask, RunOptions const& run) {
     Scene const& scene = renderer.scene();
-    requirePanels(renderer.host());
+    requirePanels(renderer.host(), scene.hostApp());
     std::filesystem::path const output = scene.outputPath();
     checkTarget(output, run.noClobber);
     int const frame = frameOf(scene, ask.view.frame);
@@ -118,6 +118,7 @@ ExitCode OverlayCommand::run(Invocation const& how) {
     checkTyped(scene);
     PanelPicture ask{m_panel.view()};
     if (m_margin) ask.marginPx = wholeInRange("--margin", *m_margin, 0, kMostMargin);
+    requireFrame(ask.view, scene);
     RunOptions run = m_output.run(how);
     run.inFlight = 1;
     useThreads(run.threads);

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "hostkit/events.h"
+#include "zelk/text/errors.h"
 
 namespace zelk {
 namespace {
@@ -49,8 +50,8 @@ Canvas drawOverlay(Host& host, World const& picture, Panel const& panel, FrameRe
     OverlayPort const port(canvas);
     CommandResult const drawn = events.draw().command;
     if (drawn.code)
-        throw HostError(fmt::format("the effect answered a draw event with {}", drawn.code),
-                        drawn.code);
+        throw UserError(ExitCode::kRenderFailed,
+                        fmt::format("the effect answered a draw event with {}", drawn.code));
     return canvas;
 }
 

@@ -23,7 +23,7 @@ private:
 };
 
 /// A panel of that size as its user sees it: a frame at the panel's zoom and pan, and over it what
-/// the effect draws for the values of that moment. Throws HostError when the effect fails.
+/// the effect draws for the values of that moment. Throws a render error when the effect fails.
 Canvas drawOverlay(Host& host, World const& picture, Panel const& panel, FrameRequest const& frame,
                    int widthPx, int heightPx);
 

@@ -1,6 +1,8 @@
 // Frame, zoom and kind of a panel; see panel_options.h.
 #include "apps/zelk/panel_options.h"
 
+#include "zelk/scene/clock.h"
+#include "zelk/scene/words.h"
 #include "zelk/text/choices.h"
 #include "zelk/tracks/track.h"
 
@@ -23,10 +25,14 @@ double parseZoom(std::string const& text) {
 
 }  // namespace
 
-void requirePanels(Host const& host) {
+void requireFrame(PanelView const& view, Scene const& scene) {
+    if (view.frame && scene.hasComp) requireOnClock(scene.comp, *view.frame, "--frame");
+}
+
+void requirePanels(Host const& host, HostApp app) {
     if (!host.registeredCustomUi())
-        throw UserError(ExitCode::kUsage,
-                        "--host: the effect has no panels in that host: use another");
+        throw UserError(ExitCode::kUsage, {"--host", "the effect has no panels in",
+                                           std::string(wordOf(kHostWords, app)), "another host"});
 }
 
 void requireOneSpace(PanelView const& view, PixelSize layer, PixelSize frame) {
@@ -40,7 +46,7 @@ void requireOneSpace(PanelView const& view, PixelSize layer, PixelSize frame) {
 void PanelOptions::add(OptionAdder const& add) {
     add.text("Panel", "--frame", m_frame, "N", "The frame that is shown (the first)");
     add.text("Panel", "--zoom", m_zoom, "ZOOM", "Panel pixels to a pixel: 0.5, 2 or 200% (1)");
-    add.text("Panel", "--panel", m_panel, "PANEL", "comp or layer (comp)");
+    add.text("Panel", "--panel", m_panel, "PANEL", listOf(wordsOf(kPanels)) + " (comp)");
 }
 
 PanelView PanelOptions::view() const {

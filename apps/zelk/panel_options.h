@@ -8,6 +8,7 @@
 #include "hostkit/host.h"
 #include "platform/effect_api/effect_events.h"
 #include "zelk/pictures/pixel_size.h"
+#include "zelk/scene/scene.h"
 
 namespace zelk {
 
@@ -18,8 +19,10 @@ struct PanelView {
     PF_WindowType panel = PF_Window_COMP;
 };
 
+/// Throws a usage error for a frame that the scene's composition does not reach.
+void requireFrame(PanelView const& view, Scene const& scene);
 /// Throws a usage error for a host in which the effect has no panels.
-void requirePanels(Host const& host);
+void requirePanels(Host const& host, HostApp app);
 /// A layer's panel shows the layer: throws a usage error where the pins of both quads don't lie in
 /// its space.
 void requireOneSpace(PanelView const& view, PixelSize layer, PixelSize frame);

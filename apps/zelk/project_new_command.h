@@ -1,8 +1,10 @@
 // `zelk project new`.
 #pragma once
 
+#include <array>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "apps/zelk/command.h"
 #include "apps/zelk/project_options.h"
@@ -18,8 +20,21 @@ struct ProjectNewCommand {
     ExitCode run(Invocation const& how);
 
 private:
+    /// An edit of the new scene, and how the option for it is called.
+    struct Edit {
+        std::string_view name;
+        char const *option, *help;
+        std::optional<std::string> text = {};
+    };
+
     ProjectFile m_file;
-    std::optional<std::string> m_layer, m_plate, m_output, m_frames, m_rate, m_size;
+    std::array<Edit, 6> m_edits = {{{"layer", "--layer", "The picture or pattern to pin"},
+                                    {"over", "--over", "What it is laid over"},
+                                    {"over", "--plate", "The same"},
+                                    {"output", "--output", "What is written"},
+                                    {"frames", "--frames", "The frames to be rendered"},
+                                    {"rate", "--rate", "Frames a second (24)"}}};
+    std::optional<std::string> m_size;
     bool m_force = false;
 };
 

@@ -1,6 +1,9 @@
 // Options of a render, and its run; see render_command.h.
 #include "apps/zelk/render_command.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include "zelk/sequence/render_frames.h"
 #include "zelk/text/choices.h"
 
@@ -17,9 +20,15 @@ constexpr Choice<ProgressMode> kProgressModes[] = {{"auto", ProgressMode::kAuto}
 
 }  // namespace
 
+bool isExplainWord(std::string const& word) {
+    return std::any_of(std::begin(kExplains), std::end(kExplains),
+                       [&](auto const& choice) { return choice.word == lowered(word); });
+}
+
 CommandInfo const RenderCommand::kInfo = {
     "render", "Render a picture or a sequence through the corner pin", "LAYER -o OUTPUT [OPTIONS]",
-    "Corners: upper left, upper right, lower left, lower right, in pixels of the layer, y down:\n"
+    "Corners: upper left, upper right, lower left, lower right, in pixels, y down, those of --to\n"
+    "  with --over or --size of that frame, else of the layer:\n"
     "  0,0 is the outer corner of the first pixel and W,H that of the last. Fractions and\n"
     "  negative numbers are allowed. Without --from the From Pins are the layer's corners;\n"
     "  without --to the To Pins are the From Pins.\n"
@@ -56,7 +65,8 @@ void RenderCommand::addOptions(CLI::App& app) {
     m_scene.add(add, {"motion-blur", "shutter", "rate"});
     add.text("Sequence", "--in-flight", m_inFlight, "N", "Frames held at a time (3)");
     m_scene.add(add, "missing");
-    add.text("Sequence", "--progress", m_progress, "MODE", "auto, bar, plain, json or none (auto)");
+    add.text("Sequence", "--progress", m_progress, "MODE",
+             listOf(wordsOf(kProgressModes)) + " (auto)");
     add.flag("Sequence", "--skip-existing", m_skipExisting, "Go on where an earlier run stopped");
     add.flag("Sequence", "--dry-run", m_dryRun, "Print what would be read and written");
     m_scene.add(add, {"opacity", "transfer", "source-opacity", "mode", "plain"});

@@ -10,6 +10,9 @@
 
 namespace zelk {
 
+/// Whether --explain, whose value may be left out, takes a word for one.
+bool isExplainWord(std::string const& word);
+
 struct RenderCommand {
     static CommandInfo const kInfo;
     void addOptions(CLI::App& app);

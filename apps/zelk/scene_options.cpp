@@ -94,7 +94,7 @@ Scene SceneOptions::edited(Scene scene) const {
 void checkTyped(Scene const& scene) {
     if (!scene.layer.isGiven()) throw missing(thingOf("layer"), "a picture file");
     checkScene(scene);
-    if (!scene.output) throw missing(thingOf("output"), "-o with the name of a picture file");
+    requireOutput(scene);
 }
 
 Scene sceneOfProject(std::optional<std::string> const& project) {

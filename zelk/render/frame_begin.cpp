@@ -2,11 +2,12 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <stdexcept>
 #include <utility>
 
 #include "zelk/render/frame_stages.h"
 #include "zelk/render/setup.h"
+#include "zelk/scene/clock.h"
+#include "zelk/scene/refusal.h"
 #include "zelk/scene/track_use.h"
 #include "zelk/scene/values.h"
 #include "zelk/text/errors.h"
@@ -40,7 +41,7 @@ std::optional<PictureReader> anyOf(InputFiles const& files, int frame) {
 }  // namespace
 
 void FrameStages::begin(std::vector<int> const& frames) {
-    if (frames.empty()) throw std::invalid_argument("no frames to begin with");
+    if (frames.empty()) throw missing("the frames", "one at least");
     m_inFlight = std::min(static_cast<std::size_t>(m_run.inFlight), frames.size());
     settleComp(frames);
     readSizes(frames);
@@ -51,6 +52,7 @@ void FrameStages::beginAt(int frame) {
     if (m_isStopped) throw UserError(ExitCode::kInterrupted, "the render was stopped");
     if (!m_files.isReadable(frame) && m_scene.missing == MissingInput::kStop)
         throw m_files.missingOf(frame).missing(frame).error();
+    if (m_scene.hasComp) requireOnClock(m_scene.comp, frame, "frame");
     bool const isBegun = m_scene.hasComp ? !m_frames.empty() : m_frames == std::vector{frame};
     if (!isBegun) begin({frame});
 }
@@ -65,6 +67,15 @@ void FrameStages::beginEdit(int frame) {
 
 void FrameStages::settleComp(std::vector<int> const& frames) {
     auto const [first, last] = std::minmax_element(frames.begin(), frames.end());
+    for (int const frame : {*first, *last}) {
+        Comp clock = m_scene.comp;
+        if (!m_scene.hasComp) clock.startFrame = *first;
+        // Of a composition's own length the last frame ends within the clock too.
+        if (!keyTimeOf(clock, frame + (m_scene.hasComp ? 0. : 1.)))
+            throw refusalOf(m_scene, SceneField::kFrames,
+                            "beyond the composition's clock:", std::to_string(frame),
+                            clockText(clock));
+    }
     m_comp = compOf(m_scene, *first, *last);
     m_host->setComp(m_comp);
 }
@@ -97,7 +108,7 @@ void FrameStages::settleValues(std::vector<int> const& frames) {
     setParameters(m_scene, *m_host, m_sizes.layer, m_sizes.frame);
     for (TrackUse const& use : m_scene.tracks)
         m_warnings.add(warningsOf(use, {m_sizes.frame, m_comp.startFrame, m_comp.timeBase.step}));
-    if (m_scene.hasFrame()) checkTransfer(m_scene, m_host->parameters());
+    if (!frames.empty()) checkRoad(m_scene, m_host->parameters());
     m_frames = frames;
 }
 

@@ -5,7 +5,6 @@
 
 #include <fmt/format.h>
 
-#include <array>
 #include <string_view>
 
 #include "platform/services/FileChooser.h"
@@ -18,9 +17,18 @@ namespace zelk {
 
 namespace {
 
-/// In the order of HostApp.
-constexpr std::array<A_u_long, 4> kApplIds = {kAppAfterEffects, kAppPremierePro, kAppFinalCutPro,
-                                              kAppMotion};
+A_u_long applIdOf(HostApp app) {
+    switch (app) {
+        case HostApp::kPremierePro:
+            return kAppPremierePro;
+        case HostApp::kFinalCutPro:
+            return kAppFinalCutPro;
+        case HostApp::kMotion:
+            return kAppMotion;
+        default:
+            return kAppAfterEffects;
+    }
+}
 
 /// A host's sentence without the file that this program's own sentence starts with.
 std::string reasonOf(HostError const& error, std::string const& file) {
@@ -48,7 +56,7 @@ std::unique_ptr<Host> loadModule(Scene const& scene) {
                                                       spelled(scene, "module")));
     }
     HostOptions options;
-    options.identity.applId = kApplIds.at(static_cast<std::size_t>(scene.hostApp()));
+    options.identity.applId = applIdOf(scene.hostApp());
     std::unique_ptr<Host> host;
     try {
         host = std::make_unique<Host>(module, options);

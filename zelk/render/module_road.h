@@ -23,8 +23,7 @@ struct ModuleRender {
 PixelSize marginOf(std::vector<Parameter> const& parameters, ModuleRender const& ask);
 
 /// What a scene asks of the module for that layer, `reduce` times smaller than it says. Throws
-/// about
-/// --downsample where that leaves nothing of it.
+/// about the downsample factor where that leaves nothing of it.
 ModuleRender moduleRenderOf(Scene const& scene, Host const& host, PictureReader const& layer,
                             int reduce = 1);
 

@@ -63,8 +63,11 @@ void switchMotionBlurOn(Scene const& scene, std::vector<Parameter>& parameters) 
     Parameter& popup = parameterIn(parameters, kParamMotionBlur);
     bool const hasComp = popup.choices.size() > kMotionBlurComp;
     setNumberOf(popup, hostEntry(hasComp ? kMotionBlurComp : kMotionBlurOn));
-    if (auto const& samples = scene.motionBlur->samples)
-        setNumberOf(parameterIn(parameters, kParamSamples), *samples);
+    if (auto const& samples = scene.motionBlur->samples) {
+        Parameter& parameter = parameterIn(parameters, kParamSamples);
+        setFromText(parameter, spelled(scene, "motion-blur"), fmt::format("{}", *samples));
+        dropKeys(parameter);
+    }
     if (hasComp) return;
     setNumberOf(parameterIn(parameters, kParamShutterAngle), scene.comp.shutterAngleDeg);
     setNumberOf(parameterIn(parameters, kParamShutterPhase), scene.comp.shutterPhaseDeg);
@@ -91,8 +94,9 @@ bool isSame(OIIO::ParamValue const& a, OIIO::ParamValue const& b) {
 }  // namespace
 
 void setOptionValues(Scene const& scene, std::vector<Parameter>& parameters) {
-    setValues(scene, ValuesFrom::kOptions, parameters);
+    // First, so that a parameter's own option wins.
     if (scene.motionBlur) switchMotionBlurOn(scene, parameters);
+    setValues(scene, ValuesFrom::kOptions, parameters);
     copyOpenPins(scene, parameters);
 }
 
@@ -165,11 +169,22 @@ WriteRequest ownFrameOutput(Scene const& scene, RunOptions const& run, PictureTr
     return ask;
 }
 
-void checkTransfer(Scene const& scene, std::vector<Parameter> const& parameters) {
+void checkRoad(Scene const& scene, std::vector<Parameter> const& parameters) {
+    bool const grows = currentNumber(parameters, kParamGrowBounds) != 0;
+    if (grows && scene.isPlain)
+        throw refusalOf(scene, kParamGrowBounds,
+                        fmt::format("needs the smart render protocol: leave {} out",
+                                    nameOf(scene, SceneField::kPlain)));
+    if (grows && scene.roadTaken() == Road::kMemory)
+        throw refusalOf(scene, kParamGrowBounds,
+                        noMemoryRoad(scene, isOfFile(scene, kParamGrowBounds)));
     Parameter const& transfer = parameterIn(parameters, kParamTransferMode);
     auto const entry = entryOfHost(static_cast<std::int32_t>(numberOf(transfer.current)));
-    if (entry > kTransferNone && entry < static_cast<std::int32_t>(transfer.choices.size()))
-        throw refusalOf(scene, kParamTransferMode, ownFrameOnly(scene));
+    bool const isOn =
+        entry > kTransferNone && entry < static_cast<std::int32_t>(transfer.choices.size());
+    if (isOn && scene.hasFrame())
+        throw refusalOf(scene, kParamTransferMode,
+                        ownFrameOnly(scene, isOfFile(scene, kParamTransferMode)));
 }
 
 void addColorWarning(Scene const& scene, PictureTraits const& layer, PictureTraits const& plate,

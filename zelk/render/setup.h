@@ -41,9 +41,10 @@ WriteRequest outputOf(Scene const& scene, RunOptions const& run, PictureTraits c
 WriteRequest ownFrameOutput(Scene const& scene, RunOptions const& run, PictureTraits const& layer,
                             PixelSize margin);
 
-/// A Transfer Mode lays the pinned layer over the layer as it stands in its own frame: an error in
-/// another one, about what set it.
-void checkTransfer(Scene const& scene, std::vector<Parameter> const& parameters);
+/// Throws about what set a parameter that the scene's road has no use for: Grow Bounds needs the
+/// smart render protocol; a Transfer Mode lays the pinned layer over the layer as it stands in its
+/// own frame.
+void checkRoad(Scene const& scene, std::vector<Parameter> const& parameters);
 
 /// Warns of the first colour declaration that both files have with different values.
 void addColorWarning(Scene const& scene, PictureTraits const& layer, PictureTraits const& plate,

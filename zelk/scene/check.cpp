@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "platform/effect_api/effect_types.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/scene/refusal.h"
 
@@ -23,13 +24,12 @@ constexpr FieldNames kNames[] = {
     {SceneField::kPlate, "over", "plate"},
     {SceneField::kSize, "size", "render.size"},
     {SceneField::kOutput, "output", "output"},
+    {SceneField::kFrames, "frames", "frames"},
     {SceneField::kToPins, "to", nullptr},
     {SceneField::kFromPins, "from", nullptr},
     {SceneField::kTrackTo, "track", nullptr},
     {SceneField::kTrackFrom, "track-from", nullptr},
     {SceneField::kMode, "mode", "render.mode"},
-    {SceneField::kGrow, "grow", "parameters.grow-bounds"},
-    {SceneField::kTransfer, "transfer", "parameters.transfer-mode"},
     {SceneField::kDownsample, "downsample", "render.downsample"},
     {SceneField::kRoad, "road", nullptr},
     {SceneField::kPlain, "plain", nullptr},
@@ -43,6 +43,20 @@ FieldNames const& namesOf(SceneField field) {
 
 bool isOfFile(Scene const& scene, SceneField field) {
     return !scene.isSetBy(field) && !scene.file.empty() && namesOf(field).place;
+}
+
+/// What gives the frame a size of its own.
+SceneField frameField(Scene const& scene) {
+    return scene.plate ? SceneField::kPlate : SceneField::kSize;
+}
+
+/// What set a parameter last; null for nothing.
+SceneParameter const* lastOf(Scene const& scene, int parameter) {
+    auto const& all = scene.parameters;
+    auto const found = std::find_if(all.rbegin(), all.rend(), [parameter](auto const& entry) {
+        return entry.name == nameOfParameter(parameter);
+    });
+    return found == all.rend() ? nullptr : &*found;
 }
 
 /// "--size", or "sign.zelk.json: render.size"
@@ -80,36 +94,32 @@ private:
                                       m_scene.options.at(pins)));
     }
 
-    std::string name(SceneField field) const { return nameOf(m_scene, field); }
-
-    void checkFrame() const {
-        std::string const plate = name(SceneField::kPlate), size = name(SceneField::kSize);
-        if (m_scene.isPlain && isSet(SceneField::kGrow))
-            refuse(SceneField::kGrow,
-                   "needs the smart render protocol: leave " + name(SceneField::kPlain) + " out");
-        if (isSet(SceneField::kMode) && !m_scene.plate)
-            refuse(SceneField::kMode, "needs a plate: give " + plate);
-        if (m_scene.plate && m_scene.size && isSet(SceneField::kSize))
-            refuse(SceneField::kSize,
-                   "does not go with " + plate + ", which gives the frame's size");
-        if (m_scene.hasFrame() && m_scene.road == Road::kModule)
-            refuse(SceneField::kRoad,
-                   fmt::format("module renders a layer in its own frame: leave {} and {} out",
-                               plate, size));
+    /// A field that the refused one meets.
+    std::string other(SceneField field, SceneField refused) const {
+        return besides(m_scene, field, isOfFile(m_scene, refused));
     }
 
-    /// What the effect does only in a host, or only in the layer's own frame.
+    void checkFrame() const {
+        using enum SceneField;
+        if (m_scene.overMode.value_or(PF_Xfer_IN_FRONT) != PF_Xfer_IN_FRONT && !m_scene.plate)
+            refuse(kMode, "needs a plate: give " + nameOf(m_scene, kPlate));
+        if (m_scene.plate && m_scene.size && isSet(kSize))
+            refuse(kSize, fmt::format("does not go with {}, which gives the frame's size",
+                                      other(kPlate, kSize)));
+        if (m_scene.hasFrame() && m_scene.road == Road::kModule)
+            refuse(kRoad, fmt::format("module renders a layer in its own frame: leave {} out",
+                                      other(frameField(m_scene), kRoad)));
+    }
+
+    /// What the effect does only in a host.
     void checkMemoryRoad() const {
-        std::string const clash =
-            m_scene.hasFrame() ? fmt::format("does not go with {} or {}", name(SceneField::kPlate),
-                                             name(SceneField::kSize))
-                               : fmt::format("does not go with {} memory", name(SceneField::kRoad));
-        if (isSet(SceneField::kGrow)) refuse(SceneField::kGrow, clash);
-        if (isSet(SceneField::kTransfer) && m_scene.hasFrame())
-            refuse(SceneField::kTransfer, ownFrameOnly(m_scene));
-        if (m_scene.isPlain) refuse(SceneField::kPlain, clash);
-        if (m_scene.downsample.value_or(1) != 1) refuse(SceneField::kDownsample, clash);
-        if (isSet(SceneField::kHost)) refuse(SceneField::kHost, clash);
+        using enum SceneField;
+        auto const refuseOf = [this](SceneField field) {
+            refuse(field, noMemoryRoad(m_scene, isOfFile(m_scene, field)));
+        };
+        if (m_scene.isPlain) refuseOf(kPlain);
+        if (m_scene.downsample.value_or(1) != 1) refuseOf(kDownsample);
+        if (m_scene.hostApp() != HostApp::kAfterEffects) refuseOf(kHost);
     }
 
     Scene const& m_scene;
@@ -125,9 +135,28 @@ std::string nameOf(Scene const& scene, SceneField field) {
     return scene.isSetBy(field) ? scene.options.at(field) : spelled(scene, namesOf(field).edit);
 }
 
-std::string ownFrameOnly(Scene const& scene) {
+std::string besides(Scene const& scene, SceneField field, bool ofFile) {
+    if (!isOfFile(scene, field)) return nameOf(scene, field);
+    std::string const place = namesOf(field).place;
+    return ofFile ? place : place + " of " + scene.file.string();
+}
+
+std::string noMemoryRoad(Scene const& scene, bool ofFile) {
+    if (!scene.hasFrame())
+        return fmt::format("does not go with {} memory", nameOf(scene, SceneField::kRoad));
+    return "does not go with " + besides(scene, frameField(scene), ofFile);
+}
+
+std::string ownFrameOnly(Scene const& scene, bool ofFile) {
     return fmt::format("lays the layer over itself in its own frame: use {} with {}",
-                       nameOf(scene, SceneField::kMode), nameOf(scene, SceneField::kPlate));
+                       ofFile ? namesOf(SceneField::kMode).place : nameOf(scene, SceneField::kMode),
+                       scene.plate ? besides(scene, SceneField::kPlate, ofFile)
+                                   : (ofFile ? "plate" : nameOf(scene, SceneField::kPlate)));
+}
+
+bool isOfFile(Scene const& scene, int parameter) {
+    SceneParameter const* const last = lastOf(scene, parameter);
+    return last && last->option.empty();
 }
 
 UserError refusalOf(Scene const& scene, SceneField field, std::string const& predicate) {
@@ -141,13 +170,11 @@ UserError refusalOf(Scene const& scene, SceneField field, std::string const& wro
 
 UserError refusalOf(Scene const& scene, int parameter, std::string const& predicate) {
     std::string const name(nameOfParameter(parameter));
-    for (auto entry = scene.parameters.rbegin(); entry != scene.parameters.rend(); ++entry) {
-        if (entry->name != name) continue;
-        if (!entry->option.empty()) return {ExitCode::kUsage, entry->option + " " + predicate};
-        return {ExitCode::kInput,
-                fmt::format("{}: parameters.{} {}", scene.file.string(), name, predicate)};
-    }
-    return {ExitCode::kUsage, name + " " + predicate};
+    SceneParameter const* const last = lastOf(scene, parameter);
+    if (!last) return {ExitCode::kUsage, name + " " + predicate};
+    if (!last->option.empty()) return {ExitCode::kUsage, last->option + " " + predicate};
+    return {ExitCode::kInput,
+            fmt::format("{}: parameters.{} {}", scene.file.string(), name, predicate)};
 }
 
 void checkScene(Scene const& scene) { Checker(scene).check(); }

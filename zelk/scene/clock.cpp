@@ -9,6 +9,7 @@
 
 #include "hostkit/error.h"
 #include "hostkit/time_base.h"
+#include "zelk/text/errors.h"
 #include "zelk/text/numbers.h"
 
 namespace zelk {
@@ -18,6 +19,20 @@ std::optional<KeyTime> keyTimeOf(Comp const& comp, double frame) {
     constexpr double kMost = std::numeric_limits<A_long>::max();
     if (!(std::abs(units) <= kMost)) return std::nullopt;
     return KeyTime{static_cast<A_long>(units), comp.timeBase.scale};
+}
+
+int mostFramesOf(TimeBase const& clock) { return std::numeric_limits<A_long>::max() / clock.step; }
+
+std::string clockText(Comp const& comp) {
+    std::int64_t const start = comp.startFrame, most = mostFramesOf(comp.timeBase);
+    return fmt::format("a frame from {} to {}", start - most, start + most);
+}
+
+void requireOnClock(Comp const& comp, int frame, std::string const& thing) {
+    if (!keyTimeOf(comp, frame))
+        throw UserError(
+            ExitCode::kUsage,
+            {thing, "beyond the composition's clock:", std::to_string(frame), clockText(comp)});
 }
 
 double frameOf(Comp const& comp, KeyTime const& time) {

@@ -13,6 +13,13 @@ namespace zelk {
 /// The moment of a frame number on the composition's clock, to the nearest unit; nothing where the
 /// clock's 32 bits do not reach.
 std::optional<KeyTime> keyTimeOf(Comp const& comp, double frame);
+/// The longest composition that the clock holds.
+int mostFramesOf(TimeBase const& clock);
+/// "a frame from -214748 to 214748"
+std::string clockText(Comp const& comp);
+/// Throws a usage error about `thing` for a frame that the clock does not reach.
+void requireOnClock(Comp const& comp, int frame, std::string const& thing);
+
 /// The frame number at a moment.
 double frameOf(Comp const& comp, KeyTime const& time);
 

@@ -53,6 +53,7 @@ void editOutput(Scene& scene, Text& thing, Text& text) {
 void editFrames(Scene& scene, Text& thing, Text& text) {
     parseFrameRange(thing, text);
     scene.frames = text;
+    scene.options[SceneField::kFrames] = thing;
     fitToFrames(scene);
 }
 
@@ -63,7 +64,9 @@ void editPlate(Scene& scene, Text& thing, Text& text) {
 void editSize(Scene& scene, Text& thing, Text& text) {
     scene.size = parseSize(thing, text);
     scene.options[SceneField::kSize] = thing;
-    if (!scene.isSetBy(SceneField::kPlate)) scene.plate.reset();
+    if (scene.isSetBy(SceneField::kPlate)) return;
+    scene.plate.reset();
+    if (!scene.isSetBy(SceneField::kMode)) scene.overMode.reset();  // it was the plate's
 }
 
 void editToPins(Scene& scene, Text& thing, Text& text) {
@@ -101,7 +104,6 @@ void editView(Scene& scene, Text& thing, Text& text) {
 
 void editTransfer(Scene& scene, Text& thing, Text& text) {
     setParameter(scene, nameOfParameter(kParamTransferMode), TypedText{text}, thing);
-    scene.options[SceneField::kTransfer] = thing;
 }
 
 void editSourceOpacity(Scene& scene, Text& thing, Text& text) {
@@ -114,7 +116,6 @@ void editOpacity(Scene& scene, Text& thing, Text& text) {
 
 void editGrow(Scene& scene, Text& thing, Text& text) {
     setParameter(scene, nameOfParameter(kParamGrowBounds), TypedText{text}, thing);
-    scene.options[SceneField::kGrow] = thing;
 }
 
 /// "NAME=VALUE", any parameter.
@@ -129,14 +130,16 @@ void editSetting(Scene& scene, Text& thing, Text& text) {
 
 /// "on", "off", or the number of samples.
 void editMotionBlur(Scene& scene, Text& thing, Text& text) {
-    constexpr double kMostSamples = 256;
     std::string const word = lowered(text);
     if (word == "off") {
         scene.comp.motionBlur = false;
         return scene.motionBlur.reset();
     }
     MotionBlurSwitch on;
-    if (word != "on") on.samples = numberInRange(thing, text, 1, kMostSamples);
+    if (word != "on") on.samples = parseNumber(word);
+    if (word != "on" && !on.samples)
+        throw UserError(ExitCode::kUsage,
+                        {thing, "unknown choice", text, "on, off or the number of samples"});
     scene.motionBlur = on;
 }
 
@@ -198,7 +201,8 @@ constexpr SceneEdit kEdits[] = {
     {"output", "OUTPUT", "The picture to write; its extension chooses the format", editOutput},
     {"over", "PLATE", "Lay the pinned layer over this picture; To Pins are then in its pixels",
      editPlate},
-    {"size", "WxH", "The same into a transparent frame of this size", editSize},
+    {"size", "WxH", "Lay it into a transparent frame of this size; To Pins are then in its pixels",
+     editSize},
     {"frames", "RANGE", "Frames of a sequence, such as 1001-1100 or 1-10,20-30x2", editFrames},
     {"from", "\"X,Y X,Y X,Y X,Y\"", "From Pins, what is taken from it", editFromPins},
     {"to", "\"X,Y X,Y X,Y X,Y\"", "To Pins, where the picture goes", editToPins},
@@ -223,12 +227,15 @@ constexpr SceneEdit kEdits[] = {
     {"downsample", "N", "Render at 1/N of the size, as a host does for a preview (1)",
      editDownsample},
     {"road", "ROAD",
-     "module: the effect in a host; memory: its pipeline in float (module; memory in a frame of "
-     "its own size)",
+     "module: the effect in a host; memory: its pipeline in float, always with --over or --size "
+     "(module)",
      editRoad},
     {"plain", "on|off", "Render by the plain command, not the smart protocol", editPlain},
-    {"host", "ID", "The host to be: FXTC, PrMr, KeyG or MOTN (FXTC)", editHost},
-    {"module", "PATH", "The effect's module, instead of the built one", editModule},
+    {"host", "ID",
+     "The host to be: FXTC (After Effects), PrMr (Premiere Pro), KeyG (Final Cut Pro) or MOTN "
+     "(Motion) (FXTC)",
+     editHost},
+    {"module", "PATH", "The effect's module (the one beside the program)", editModule},
 };
 
 }  // namespace
@@ -241,13 +248,17 @@ SceneEdit const& sceneEdit(std::string_view name) {
     throw std::out_of_range("no edit of a scene: " + std::string(name));
 }
 
+bool isMotionBlurText(std::string const& word) {
+    return lowered(word) == "on" || lowered(word) == "off" || parseNumber(word);
+}
+
 void setParameter(Scene& scene, std::string_view name, SceneValue value, std::string const& thing) {
-    if (thing.empty()) throw std::invalid_argument("an edit of a parameter has a name");
-    requiredParameter(thing, name);
+    if (thing.empty()) throw missing("the name of a parameter's edit", "a text");
+    auto const own = nameOfParameter(requiredParameter(thing, name));
     std::erase_if(scene.parameters, [&](SceneParameter const& former) {
-        return former.name == name && former.option == thing;
+        return former.name == own && former.option == thing;
     });
-    scene.parameters.push_back({std::string(name), {}, std::move(value), {}, thing});
+    scene.parameters.push_back({std::string(own), {}, std::move(value), {}, thing});
 }
 
 void setLayer(Scene& scene, PictureBuffer layer) {

@@ -30,8 +30,11 @@ std::span<SceneEdit const> sceneEdits();
 /// The edit of that name. std::out_of_range for a name that is none.
 SceneEdit const& sceneEdit(std::string_view name);
 
-/// One parameter by its name, over its keyframes and any track. `thing` must have a letter. Throws
-/// a usage error for a name that `zelk params` does not list; the value meets the parameter's own
+/// Whether the edit "motion-blur", whose value may be left out, takes a word for one.
+bool isMotionBlurText(std::string const& word);
+
+/// One parameter by its name, over its keyframes and any track. Throws a usage error for an empty
+/// `thing` and for a name that `zelk params` does not list; the value meets the parameter's own
 /// kind and range when a renderer is made.
 void setParameter(Scene& scene, std::string_view name, SceneValue value, std::string const& thing);
 

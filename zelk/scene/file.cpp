@@ -16,6 +16,7 @@
 #include "zelk/scene/clock.h"
 #include "zelk/scene/file_form.h"
 #include "zelk/scene/parameter_names.h"
+#include "zelk/scene/refusal.h"
 #include "zelk/scene/words.h"
 #include "zelk/text/errors.h"
 #include "zelk/text/json_text.h"
@@ -206,7 +207,7 @@ Comp readComp(Node const& node) {
     if (auto const start = node.find("startFrame"))
         comp.startFrame = start->whole(-kMostFrame, kMostFrame);
     if (auto const duration = node.find("duration"))
-        comp.durationFrames = duration->whole(1, INT32_MAX / comp.timeBase.step);
+        comp.durationFrames = duration->whole(1, mostFramesOf(comp.timeBase));
     if (auto const aspect = node.find("pixelAspect")) comp.pixelAspect = aspect->number(0.01, 100);
     if (auto const blur = node.find("motionBlur")) readMotionBlur(*blur, comp);
     return comp;
@@ -421,6 +422,7 @@ void requireSettled(Scene const& scene) {
         throw UserError(ExitCode::kUsage,
                         fmt::format("{}: {} can't stand in a project file", thing, what));
     };
+    if (scene.motionBlur) refuse(spelled(scene, "motion-blur"), "a switch");
     if (!scene.tracks.empty()) refuse(scene.tracks.front().file.string(), "a track");
     for (SceneParameter const& parameter : scene.parameters)
         if (parameter.value && std::holds_alternative<TypedText>(*parameter.value))
@@ -468,7 +470,7 @@ void fitToFrames(Scene& scene) {
     std::int64_t const duration = std::int64_t{*last} - comp.startFrame + 1;
     if (!scene.ownDuration)
         comp.durationFrames =
-            static_cast<int>(std::clamp<std::int64_t>(duration, 1, INT32_MAX / comp.timeBase.step));
+            static_cast<int>(std::clamp<std::int64_t>(duration, 1, mostFramesOf(comp.timeBase)));
 }
 
 void writeScene(Scene const& scene, fs::path const& file, bool mayReplace) {

@@ -22,10 +22,18 @@ UserError refusalOf(Scene const& scene, SceneField field, std::string const& pre
 /// The same about its value.
 UserError refusalOf(Scene const& scene, SceneField field, std::string const& wrong,
                     std::string const& value, std::string const& expected);
-/// The same of a parameter.
+/// The same of a parameter: what set it last is named.
 UserError refusalOf(Scene const& scene, int parameter, std::string const& predicate);
+/// Whether the file's value of a parameter is the one that counts.
+bool isOfFile(Scene const& scene, int parameter);
 
-/// Refusal of a Transfer Mode where layer and frame differ in size.
-std::string ownFrameOnly(Scene const& scene);
+// Predicates name other fields than their subject's; `ofFile` tells that the file is named already.
+
+/// "--over", or "plate of s.zelk.json" for one that the file set, or "plate".
+std::string besides(Scene const& scene, SceneField field, bool ofFile);
+/// Of what the memory road has not: "does not go with --over".
+std::string noMemoryRoad(Scene const& scene, bool ofFile);
+/// Of a Transfer Mode where layer and frame differ in size.
+std::string ownFrameOnly(Scene const& scene, bool ofFile);
 
 }  // namespace zelk

@@ -217,6 +217,7 @@ Scene sceneOf(Scene base, std::vector<Parameter> const& parameters,
               std::vector<Parameter> const& defaults) {
     base.parameters.clear();
     base.tracks.clear();
+    base.comp.motionBlur = base.comp.motionBlur || base.motionBlur;
     base.motionBlur.reset();
     base.options.clear();
     for (Parameter const& parameter : parameters) {

@@ -7,8 +7,8 @@
 //           "failed" is a frame with its "message"; "warning" and "error" have a "message", an
 //           "error" about a missing input its "frame" and "file"; "done" ends every run.
 //
-// Failures and warnings are told at once, without progress too. Speed is the
-// mean over the last 16 frames.
+// Failures and warnings are told at once, without progress too. Speed is the mean over the
+// last 16 frames.
 #pragma once
 
 #include <cstddef>

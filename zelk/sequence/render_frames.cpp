@@ -12,6 +12,7 @@
 #include "zelk/pictures/writer.h"
 #include "zelk/render/explanation.h"
 #include "zelk/render/frame_stages.h"
+#include "zelk/render/host_errors.h"
 #include "zelk/render/memory_release.h"
 #include "zelk/render/setup.h"
 #include "zelk/scene/refusal.h"
@@ -251,7 +252,7 @@ ExitCode take(Scene const& scene, RunOptions const& options, Purpose purpose) {
                         spelled(scene, "explain") + " works for a single picture only");
     SequenceRun run(scene, options, purpose);
     try {
-        return run.run();
+        return withUserErrors([&] { return run.run(); });
     } catch (UserError const& error) {
         if (!run.tellError(error.what())) throw;
         return error.code();

@@ -90,8 +90,8 @@ public:
         Word const word = wordAt(m_text, count);
         throw UserError(ExitCode::kInput,
                         {m_file,
-                         fmt::format("not JSON at {}, {}:", lineAndColumn(m_text, word.start),
-                                     reasonOf(error.what())),
+                         fmt::format("not a JSON file at {}, {}:",
+                                     lineAndColumn(m_text, word.start), reasonOf(error.what())),
                          shortened(word.text), "a JSON text"});
     }
 

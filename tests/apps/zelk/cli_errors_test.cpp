@@ -46,10 +46,28 @@ R --set to-pins-group=1;2;to-pins-group;no value
 R --host PrMr --set motion-blur=3;2;"3";1 to 2
 R --over in.png --size 9x9;2;--size does not go with --over
 R --over in.png --road module;2;module
-R --size 9x9 --host KeyG;2;--host does not go with --over or --size
+R --size 9x9 --host KeyG;2;--host does not go with --size
 R --size 9x9 --grow 4;2;--grow
 R --plain --grow 4;2;--grow
 R --mode add;2;--mode
+R --motion-blur 65;2;--motion-blur;"65";1 to 64
+R --motion-blur off out.png;2;"out.png";only LAYER
+R --set rotate 30;2;--set;NAME=VALUE
+project new n --layer -;3;--layer;standard input
+project new n;2;--layer is missing
+project new n --layer in.png --over a --plate b;2;--plate
+R --over in.png --set grow-bounds=4;2;--set grow-bounds does not go with --over
+R --motion-blur on --explain json --transfer add --over in.png;2;--transfer
+R --plain --set grow-bounds=4;2;--set grow-bounds;--plain
+R --road memory --grow 4;2;--grow does not go with --road memory
+R --over in.png --transfer add;2;--transfer;--mode with --over
+overlay in.png -o out.png --project own --frame 10000000;2;--frame;"10000000";-2147483 to 2147483
+drag own --from 1,1 --to 2,2 --frame 10000000;2;--frame;"10000000"
+R --project own --frames 9000000;2;--frames;"9000000";2147483
+R --project framed;3;framed: parameters.grow-bounds does not go with render.size
+R --project framed --grow 0 --transfer add;2;--transfer;--over
+R --project framed --grow 0 --host KeyG;2;--host does not go with render.size of framed
+R --project moded;3;moded: render.mode needs a plate
 R --size 1e3x9;2;"1e3x9";1920x1080
 R --frames 1-2;2;the same file for every frame
 R --rate 0;2;--rate
@@ -111,6 +129,13 @@ TEST_F(Failures, AreOneLineAndLeaveTheTarget) {
     put("flat.hdr", kHeader + "-Y 0 +X 5\n");
     put("wide.csv", "0,1,1,9,1,1,9,9,9\n");
     put("out.png", "earlier");
+    for (auto const& [name, said] :
+         {std::pair("own", R"("parameters": {})"),
+          {"moded", R"("render": {"mode": "add"})"},
+          {"framed", R"("render": {"size": [9, 9]}, "parameters": {"grow-bounds": {"value": 4}})"}})
+        put(name, std::string(R"({"schema": "zelk-project", "version": 1, "layer": "in.png",
+            "comp": {"width": 2, "height": 2, "rate": 25, "startFrame": 0}, )") +
+                      said + "}");
     ASSERT_EQ(::mkfifo(at("pipe.png").c_str(), 0600), 0);
     for (char const* folder : {"folder", "folder.png"})
         std::filesystem::create_directory(at(folder));
@@ -123,6 +148,9 @@ TEST_F(Failures, AreOneLineAndLeaveTheTarget) {
     }
     expectRefusal({"render", "a\nb.png", "-o", "out.png"}, 3, {"a b.png"});
     expectRefusal(wordsOf("R --over "), 2, {"--over is missing: give a picture file"});
+    for (char const* option : {"--plate", "--over", "--output"})
+        expectRefusal({"project", "new", "n", "--layer", "in.png", option, ""}, 2,
+                      {option, " is missing: give"});
 }
 
 #if !defined(__SANITIZE_ADDRESS__)  // its shadow memory needs more address space

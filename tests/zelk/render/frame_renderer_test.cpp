@@ -94,8 +94,10 @@ TEST_F(Renderer, SettlesTypedValuesForAFile) {
     for (bool const hasPlate : {false, true}) {
         Scene typed = scene(hasPlate);
         edit(typed, "opacity", "37.5");
+        edit(typed, "motion-blur", "4");
         edit(typed, "from", "3,2 31,1 5,28 38,29");
         setParameter(typed, "rotate", 12.25, "viewer");
+        setParameter(typed, "To-Lower-Right", Point{39, 21}, "viewer");
         EXPECT_THROW(setParameter(typed, "rotat", 1., "viewer"), UserError);
         EXPECT_THROW(sceneText(typed), UserError);
         FrameRenderer renderer(typed);
@@ -104,6 +106,15 @@ TEST_F(Renderer, SettlesTypedValuesForAFile) {
         edit(again, "module", ZELK_MODULE);
         EXPECT_EQ(valuesOf<float>(FrameRenderer(again).picture(2)),
                   valuesOf<float>(renderer.picture(2)));
+        edit(again, "motion-blur", "off");
+        EXPECT_NE(valuesOf<float>(FrameRenderer(again).picture(2)),
+                  valuesOf<float>(renderer.picture(2)));
+        EXPECT_THROW(renderer.begin({}), UserError);
+        RenderOptions beyond;
+        beyond.pngLevel = 10;
+        EXPECT_THROW(FrameRenderer(again, beyond), UserError);
+        EXPECT_THROW(renderer.picture(10'000'000), UserError);
+        EXPECT_THROW(setParameter(again, "rotate", 1., ""), UserError);
     }
 }
 
