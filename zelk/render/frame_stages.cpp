@@ -156,7 +156,7 @@ World FrameStages::renderedInMemory(LoadedFrame& loaded, FrameRequest const& mom
     plan(pinFrameOf(loaded.ask, loaded.reduce), moment, Depth::kFloat);
     int const n = loaded.reduce;
     PixelSize const layer = reduced(m_sizes.layer, n), frame = reduced(m_sizes.frame, n);
-    World picture({frame.width, frame.height, Depth::kFloat});
+    World picture({frame.width, frame.height, Depth::kFloat}, PixelMemory::Start::kAnything);
     renderInMemory(m_host->parameters(), loaded.layer, picture,
                    {{layer.width * n, layer.height * n}, {frame.width * n, frame.height * n}},
                    moment, m_scene.layer.name());

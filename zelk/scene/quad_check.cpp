@@ -60,8 +60,10 @@ bool isAtRest(std::vector<Parameter> const& parameters, Corners const& from) {
 
 std::string complaint(char const* pins, QuadFault fault) {
     if (fault == QuadFault::kNone) return {};
-    char const* why = fault == QuadFault::kCrossed ? " make a quad that crosses itself or is dented"
-                                                   : " lie on one line or in one point";
+    char const* why = fault == QuadFault::kCrossed
+                          ? " make a quad that crosses itself or is dented (corners go upper left, "
+                            "upper right, lower left, lower right)"
+                          : " lie on one line or in one point";
     return std::string(pins) + why;
 }
 

@@ -70,10 +70,11 @@ TEST_F(Files, UnusablePinsWarnOnceAndGiveATransparentFrame) {
     std::string const offset = "-upper-left-offset-";
     // From and To, the view, crop or an offset of which pins, and the warning, if any.
     for (auto const& [pins, view, more, told] :
-         {std::tuple("#!", "both", "", "To Pins make a quad that crosses itself or is dented, so"),
+         {std::tuple("#!", "both", "",
+                     "To Pins make a quad that crosses itself or is dented (corners"),
           {"#.", "both", "", "To Pins"},
           {"#v", "to", "", "or is dented"},
-          {"!!", "both", "", "dented, the To Pins make"},
+          {"!!", "both", "", "lower right), the To Pins make"},
           {"-+", "from", "", "From Pins"},
           {"!+", "both", "crop", "From Pins"},
           {"##", "both", "to", "To Pins"},
