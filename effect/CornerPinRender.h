@@ -69,7 +69,7 @@ template <class Trait>
 void enterStraight(PipelineFrame& frame) {
     if (!frame.host->getAEHost() && !frame.host->getFXPLUGHost()) return;
     if (usesSource(frame)) unPremultiply<Trait>(frame, frame.rasters.work.get());
-    if (!frame.isOutStraight) unPremultiply<Trait>(frame, frame.rasters.out.get());
+    if (!frame.isOutFinished) unPremultiply<Trait>(frame, frame.rasters.out.get());
 }
 
 /// Lays the result over the source by the Transfer Mode: in After Effects by the host's own
@@ -89,16 +89,23 @@ PF_Err transfer(PipelineFrame& frame, double cornerOpacity, double sourceOpacity
                                  static_cast<float>(sourceOpacity), out, work, out);
 }
 
+/// Of the result, from 0 to 1.
+inline double ownOpacity(PipelineFrame const& frame) { return frame.args.cornerPinOpacity * 0.01; }
+
+inline bool isFullOpacity(double opacity) {
+    constexpr double kTolerance = 1e-05;
+    return !(std::fabs(opacity - 1) > kTolerance);
+}
+
 /// Nothing after a failed pass. Without a transfer mode only the result's own opacity counts.
 template <class Trait>
 void composite(PipelineFrame& frame) {
-    constexpr double kFullOpacityTolerance = 1e-05;
-    double const cornerOpacity = frame.args.cornerPinOpacity * 0.01;
+    double const cornerOpacity = ownOpacity(frame);
     double const sourceOpacity = frame.args.sourceOpacity * 0.01;
     if (frame.result) return;
     if (frame.args.transferMode != kTransferNone) {
         frame.result = transfer<Trait>(frame, cornerOpacity, sourceOpacity);
-    } else if (std::fabs(cornerOpacity - 1) > kFullOpacityTolerance) {
+    } else if (!isFullOpacity(cornerOpacity) && !frame.isOutFinished) {
         multiplyAlpha<Trait>(frame.outInfo, cornerOpacity);
     }
 }
@@ -117,10 +124,15 @@ void leaveStraight(PipelineFrame& frame) {
     }
 }
 
-/// premultRowSimd for the engine, whose pixels have no type.
+/// What enterStraight and composite do to the output, for the engine, whose pixels have no type.
 template <class Trait>
-void straightenPixels(void* pixels, int count) {
-    premultRowSimd(static_cast<typename Trait::Channel*>(pixels), count, Trait::kAlpha, true);
+void finishPixels(void const* context, void* pixels, int count) {
+    auto const& frame = *static_cast<PipelineFrame const*>(context);
+    auto* const channels = static_cast<typename Trait::Channel*>(pixels);
+    premultRowSimd(channels, count, Trait::kAlpha, true);
+    double const opacity = ownOpacity(frame);
+    if (!usesSource(frame) && !isFullOpacity(opacity))
+        multiplyAlphaRow<Trait>(channels, count, opacity);
 }
 
 }  // namespace corner_pin_detail
@@ -141,7 +153,7 @@ PF_Err CornerPinRender(PluginHost_API* host) {
     }
     if (const PF_Err code = takeWorkingCopy(frame)) return code;
     corner_pin_detail::enterPremultiplied<Trait>(frame);
-    frame.straighten = corner_pin_detail::straightenPixels<Trait>;
+    frame.finish = corner_pin_detail::finishPixels<Trait>;
     if (const PF_Err code = prepareSamples(frame)) return code;
     for (int i = 0; i < frame.plan.samples; ++i) {
         if (const PF_Err code = corner_pin_detail::takeSample<Trait>(frame, i)) return code;

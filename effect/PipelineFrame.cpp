@@ -264,10 +264,12 @@ PF_Err renderSample(PipelineFrame& frame, int index) {
     setSample(frame.core, pose);
     useCamera(frame, time);
 
-    // Colour is straightened with the drawing where nothing comes between.
+    // Pixels are finished with the drawing where nothing comes between, and where what was not
+    // drawn would stay as it is: a negative opacity makes -0 of 0.
     bool const isLast = drawn.direct && frame.host->getAEHost() && !frame.plan.blurOn &&
-                        !softens(frame.args.quality);
-    settings->finishFunc = isLast ? frame.straighten : nullptr;
+                        !softens(frame.args.quality) && frame.args.cornerPinOpacity >= 0;
+    settings->finishFunc = isLast ? frame.finish : nullptr;
+    settings->finishContext = &frame;
     settings->isFinished = false;
     if (!drawn.direct) {
         renderTwoPasses(frame, frame.core, settings, drawn);
@@ -275,8 +277,9 @@ PF_Err renderSample(PipelineFrame& frame, int index) {
                                            destinationOf(frame).info, settings)) {
         if (!frame.result) frame.result = code;
     }
-    frame.isOutStraight = isLast && settings->isFinished;
+    frame.isOutFinished = isLast && settings->isFinished;
     settings->finishFunc = nullptr;
+    settings->finishContext = nullptr;
     return 0;
 }
 

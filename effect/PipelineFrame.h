@@ -39,8 +39,10 @@ struct PipelineFrame {
     SamplePlan plan;
     SuperSamplePlan superSample;  ///< of the last sample prepared; at rest in other qualities
     CoreRenderArguments core;
-    QV_RowFunc straighten = nullptr;  ///< un-premultiplies pixels of the output's format
-    bool isOutStraight = false;       ///< the only pass has done so already
+    /// Makes pixels of the output what the host wants where nothing comes after them: straight, and
+    /// with the result's own opacity. Its context is this frame.
+    QV_RowFunc finish = nullptr;
+    bool isOutFinished = false;  ///< the only pass has done so already
     /// The first code of blurs, passes and compositing, 0 for success.
     PF_Err result = 0;
 };

@@ -22,20 +22,25 @@ void setAlpha(QV_RasterInfo const& info, typename Trait::Channel alpha) {
     });
 }
 
-/// Alpha of every pixel times `opacity`, colour as it is.
+/// Alpha of `count` pixels times `opacity`, colour as it is.
 ///   8 bits   i = (int)((float)opacity 255)     a' = (a i + 128) >> 8
 ///   15 bits  i = (int)((float)opacity 32768)   a' = (a i + 16384) >> 15
 ///   float    a' = a (float)opacity
 /// In integers an opacity outside 0..1 counts as the nearer end, what is no number as 0.
 template <class Trait>
-void multiplyAlpha(QV_RasterInfo const& info, double opacity) {
-    using Channel = typename Trait::Channel;
+void multiplyAlphaRow(typename Trait::Channel* pixels, int count, double opacity) {
     auto factor = static_cast<float>(opacity);
     if constexpr (!Trait::kIsFloat)
         factor = static_cast<float>(limitedOpacity(factor)) * Trait::kWhite;
+    multiplyAlphaRowSimd(pixels, count, Trait::kAlpha,
+                         static_cast<row_pass::AlphaFactor<typename Trait::Channel>>(factor));
+}
+
+/// The same of a whole image.
+template <class Trait>
+void multiplyAlpha(QV_RasterInfo const& info, double opacity) {
     forEachRow(info.height, std::int64_t{info.width} * Trait::kPixelBytes, [&](int y) {
-        multiplyAlphaRowSimd(pixelRow<Channel>(info, y), info.width, Trait::kAlpha,
-                             static_cast<row_pass::AlphaFactor<Channel>>(factor));
+        multiplyAlphaRow<Trait>(pixelRow<typename Trait::Channel>(info, y), info.width, opacity);
     });
 }
 

@@ -55,8 +55,8 @@ struct LineRenderStruct;
 using QV_KernelFunc = double (*)(double x, void* settings);
 /// Renders one run: the RenderSettings and the run.
 using QV_LineFunc = void (*)(void* settings, LineRenderStruct* line);
-/// Changes `count` pixels in place.
-using QV_RowFunc = void (*)(void* pixels, int count);
+/// Changes `count` pixels in place, as the context that was given with it says.
+using QV_RowFunc = void (*)(void const* context, void* pixels, int count);
 
 /// Taps per axis at most, and rows of the weight table. The size index of a render asks for at most
 /// 10 taps; a caller of calculateLut may ask for more.
@@ -108,6 +108,7 @@ struct RenderSettings {
     /// What the caller does to each pixel that was drawn; transparent black has to stay so. The
     /// engine does it while a row is in cache, and says so, or leaves it to the caller.
     QV_RowFunc finishFunc = nullptr;
+    void const* finishContext = nullptr;
     bool isFinished = false;       ///< written by the engine
     std::int32_t alphaOffset = 0;  ///< index of the alpha channel inside a pixel
     /// Super sampling pattern: weights (not normalised by the engine) and offsets in source pixels.

@@ -145,6 +145,7 @@ public:
     std::int32_t m_clearWidth = 0, m_clearHeight = 0;  ///< pixels; 0 where the scan clears nothing
     std::unique_ptr<QV_RowCover[]> m_rows;             ///< one a row to clear, during one scan
     QV_RowFunc m_finishFunc = nullptr;  ///< where the scan clears: the last step of a row, or null
+    void const* m_finishContext = nullptr;
 
 private:
     int topVertex() const;

@@ -47,7 +47,7 @@ void QV_Poly::finishRow(int y) {
     std::memset(dest, 0, bytes(row.start));
     if (row.span >= 0) m_interiorFunc(m_lineArg, &m_spans[static_cast<std::size_t>(row.span)]);
     if (m_finishFunc && row.end > row.start)
-        m_finishFunc(dest + bytes(row.start), row.end - row.start);
+        m_finishFunc(m_finishContext, dest + bytes(row.start), row.end - row.start);
     std::memset(dest + bytes(row.end), 0, bytes(m_clearWidth - row.end));
 }
 

@@ -190,6 +190,7 @@ bool draw(CoreRenderCall const& call, FormatFunctions const& functions) {
         if (scanClears(call, window, rect)) {
             poly.setClearing(call.dst.width, call.dst.height);
             poly.m_finishFunc = s.finishFunc;
+            poly.m_finishContext = s.finishContext;
             s.isFinished = s.finishFunc != nullptr;
         } else {
             clearRaster(call.dst);

@@ -154,7 +154,7 @@ TYPED_TEST(VectorTwins, RunsHaveTheScalarBits) {
 
 /// No function of its own twice, and no change to transparent black.
 template <class T>
-void triple(void* pixels, int count) {
+void triple(void const*, void* pixels, int count) {
     for (T* value = static_cast<T*>(pixels); count > 0; --count)
         for (int c = 0; c < 4; ++c, ++value) *value = static_cast<T>(*value * 3);
 }
@@ -196,7 +196,7 @@ TYPED_TEST(VectorTwins, FramesHaveTheScalarBits) {
                 return pixels;
             };
             auto want = frame(scalarFunctionsOf<TypeParam>(), false);
-            if (!isPlane) triple<T>(want.data(), src.width * src.height);
+            if (!isPlane) triple<T>(nullptr, want.data(), src.width * src.height);
             ASSERT_TRUE(same(want, frame(formatFunctionsOf<TypeParam>(), true))) << "frame " << i;
             ASSERT_FALSE(same(want, empty)) << "frame " << i;
         }
