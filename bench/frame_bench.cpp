@@ -11,7 +11,6 @@
 #include <sys/resource.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -20,6 +19,7 @@
 #include "RenderLib/Transform/CommonRender_CoreTransformRender.h"
 #include "Transform/Common/PopupEntries.h"
 #include "Transform/Common/Transform_Core_Render/PassPlan.h"
+#include "bench/medians.h"
 #include "host/PluginHost_Memory_Impl.h"
 #include "hostkit/fixed_point.h"
 #include "hostkit/host.h"
@@ -30,6 +30,8 @@
 namespace {
 
 using namespace zelk;
+using zelk_bench::median;
+using zelk_bench::millisecondsOf;
 
 struct Size {
     int width = 1920, height = 1080;
@@ -102,21 +104,6 @@ void renderByEngine(World& layer, World& frame, Pins const& pins, QualityEntry q
     constexpr int kPinOrder[4] = {0, 2, 1, 3};  // upper left, lower left, upper right, lower right
     for (int i = 0; i < 4; ++i) core.toPins[i] = {pins[kPinOrder[i]][0], pins[kPinOrder[i]][1]};
     CommonRender_CoreTransformRender(&host, core, src, dst, true, false, nullptr, true, false);
-}
-
-template <class Work>
-double millisecondsOf(Work const& work) {
-    auto const start = std::chrono::steady_clock::now();
-    work();
-    const std::chrono::duration<double, std::milli> taken =
-        std::chrono::steady_clock::now() - start;
-    return taken.count();
-}
-
-double median(std::vector<double> values) {
-    auto const middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
 }
 
 double peakMegabytes() {

@@ -11,21 +11,23 @@
 #include <omp.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
-#include <functional>
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
 #include <string>
 #include <vector>
 
 #include "Transform/Common/Transform_Core_Render/CoreTransformRender.h"
+#include "bench/medians.h"
 #include "host/PluginHost_Memory_Impl.h"
 
 namespace {
+
+using zelk_bench::median;
+using zelk_bench::millisecondsOf;
 
 constexpr int kWidth = 1920, kHeight = 1080;
 
@@ -149,20 +151,6 @@ struct Contest {
         return (mean[0] + mean[1] + mean[2] + mean[3]) / 4 / white;
     }
 };
-
-double millisecondsOf(std::function<void()> const& function) {
-    auto const start = std::chrono::steady_clock::now();
-    function();
-    const std::chrono::duration<double, std::milli> taken =
-        std::chrono::steady_clock::now() - start;
-    return taken.count();
-}
-
-double median(std::vector<double> values) {
-    auto const middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
-}
 
 /// A row of the table; false where the two pictures are not the same map's.
 bool contest(Quad const& quad, Format const& format, Quality const& quality, int threads,

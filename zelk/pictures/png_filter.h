@@ -6,7 +6,7 @@
 // a is the byte a whole pixel before x, b the one above it; outside the picture both are 0. Of a
 // row that predictor is taken whose differences, as signed bytes, have the least sum of sizes, the
 // first at a tie. Predictor 0, no guess, is never better by that measure where it matters.
-// Source: the PNG specification, "Filtering".
+// Source of the predictors: ISO/IEC 15948, "Filtering".
 #pragma once
 
 #include <array>
