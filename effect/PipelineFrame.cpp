@@ -120,6 +120,7 @@ void renderTwoPasses(PipelineFrame& frame, CoreRenderArguments& core, RenderSett
     const Destination destination = destinationOf(frame);
     CoreRenderArguments secondCore = core;
     RenderSettings secondSettings = *settings;
+    settings->drawsFrame = !drawn.toQuad;
 
     if (drawn.fromQuad)
         renderPass(frame, core, kQuadFromToUnit, frame.sourceInfo, interim, settings);
@@ -271,6 +272,8 @@ PF_Err renderSample(PipelineFrame& frame, int index) {
     settings->finishFunc = isLast ? frame.finish : nullptr;
     settings->finishContext = &frame;
     settings->isFinished = false;
+    settings->resample = frame.host->resampleOptions();
+    settings->drawsFrame = true;
     if (!drawn.direct) {
         renderTwoPasses(frame, frame.core, settings, drawn);
     } else if (int const code = renderPass(frame, frame.core, kQuadFromToTo, frame.sourceInfo,
@@ -280,6 +283,7 @@ PF_Err renderSample(PipelineFrame& frame, int index) {
     frame.isOutFinished = isLast && settings->isFinished;
     settings->finishFunc = nullptr;
     settings->finishContext = nullptr;
+    settings->resample = nullptr;
     return 0;
 }
 

@@ -14,6 +14,7 @@
 #include "host/PluginRaster_API.h"
 
 class PluginHost_AE_Impl;
+struct ResampleOptions;  // Transform/Common/ResampleOptions.h
 
 /// Rectangle of the host's layout, half-open to the right and bottom unless an operation says
 /// otherwise; 16 bits a side.
@@ -120,6 +121,8 @@ public:
     virtual int deallocRaster(PluginRaster_API* raster) = 0;
 
     virtual bool isQualityHigh() = 0;
+    /// What to ask of the resampling beyond the controls, or null. It outlives the render.
+    virtual ResampleOptions const* resampleOptions() { return nullptr; }
     /// Downsample factors of the call: 1.0 at full resolution, 0.5 at half.
     virtual double getScaleX() = 0;
     virtual double getScaleY() = 0;

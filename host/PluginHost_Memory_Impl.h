@@ -89,6 +89,8 @@ public:
     /// Four characters, first one highest, as in 'PrMr'. 0 until set.
     void setApplication(long id) { m_application = id; }
     void setApplication(char const (&id)[5]);
+    /// Null, as at first, for the effect's own resampling; else it must outlive the renders.
+    void setResampleOptions(ResampleOptions const* options) { m_resampleOptions = options; }
     void setScale(double x, double y) { m_scaleX = x, m_scaleY = y; }
     /// `frameLength` is the layer's length in host time units.
     void setTime(TimeObject const& now, int frameLength = 0);
@@ -163,6 +165,7 @@ public:
     int getFrameLength() override { return m_frameLength; }
     int getLocalTimeStep() override { return m_now.timeStep; }
     bool isApplication(long id) override { return m_application == id; }
+    ResampleOptions const* resampleOptions() override { return m_resampleOptions; }
     void* getUserData() override { return m_userData; }
     void setUserData(void* data) override { m_userData = data; }
     void getOrigin(int& x, int& y) override { x = m_originX, y = m_originY; }
@@ -217,6 +220,7 @@ private:
     TimeObject m_now{0, 1, 1};
     int m_frameLength = 0;
     long m_application = 0;
+    ResampleOptions const* m_resampleOptions = nullptr;
     double m_scaleX = 1, m_scaleY = 1;
     double m_shutterAngle = 0, m_shutterPhase = 0;
     int m_outputWidth = -1, m_outputHeight = -1;  // overrides; -1 is none

@@ -50,6 +50,7 @@ struct CoreRenderArguments {
 };
 
 struct LineRenderStruct;
+struct ResampleOptions;  // ResampleOptions.h
 
 /// A reconstruction kernel: position in source pixels, and the RenderSettings.
 using QV_KernelFunc = double (*)(double x, void* settings);
@@ -110,6 +111,10 @@ struct RenderSettings {
     QV_RowFunc finishFunc = nullptr;
     void const* finishContext = nullptr;
     bool isFinished = false;       ///< written by the engine
+    /// What the host binding asks for beyond the controls, or null; `drawsFrame` is true for the
+    /// pass whose destination is the frame.
+    ResampleOptions const* resample = nullptr;
+    bool drawsFrame = true;
     std::int32_t alphaOffset = 0;  ///< index of the alpha channel inside a pixel
     /// Super sampling pattern: weights (not normalised by the engine) and offsets in source pixels.
     double ssWeight[kSuperSamples] = {};
