@@ -110,7 +110,7 @@ struct RenderSettings {
     /// engine does it while a row is in cache, and says so, or leaves it to the caller.
     QV_RowFunc finishFunc = nullptr;
     void const* finishContext = nullptr;
-    bool isFinished = false;       ///< written by the engine
+    bool isFinished = false;  ///< written by the engine
     /// What the host binding asks for beyond the controls, or null; `drawsFrame` is true for the
     /// pass whose destination is the frame.
     ResampleOptions const* resample = nullptr;

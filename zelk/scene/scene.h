@@ -94,6 +94,32 @@ enum class Road { kModule, kMemory };
 /// The hosts that the effect tells apart: FXTC, PrMr, KeyG and MOTN.
 enum class HostApp { kAfterEffects, kPremierePro, kFinalCutPro, kMotion };
 
+/// Colour spaces by name; nothing: what a file declares, else what its format means.
+struct SceneColor {
+    std::optional<std::string> layer, plate, output;
+    std::optional<std::string> work;  ///< where pixels are filtered and composited; nothing: plate
+    std::optional<ScenePath> config;  ///< of OpenColorIO; nothing: $OCIO, else the built-in names
+    bool isRaw = false;               ///< stored values everywhere, nothing is converted
+};
+
+/// How the outline's pixels are covered: by the effect's own scan, or by their exact area.
+enum class FrameEdges { kGrid, kExact };
+
+/// One channel of a picture as a matte: 0 hides, 1 shows.
+struct SceneMatte {
+    SceneInput file;
+    std::string channel;  ///< empty: alpha, else luminance
+};
+
+/// How tracking files are read, for edits that come before them; nothing: what the file tells.
+struct TrackReading {
+    std::optional<std::string> format;  ///< as `zelk track` names it
+    std::optional<int> firstFrame;      ///< of files without frame numbers
+    std::optional<int> shiftFrames;
+    std::optional<PixelSize> size;     ///< of the pictures that were tracked
+    std::optional<std::string> order;  ///< of the corners
+};
+
 /// Motion Blur is on by the composition's shutter, whatever the parameter says.
 struct MotionBlurSwitch {
     std::optional<double> samples;  ///< nothing: the parameter's
@@ -115,6 +141,22 @@ enum class SceneField {
     kRoad,
     kPlain,
     kHost,
+    kColor,
+    kMatte,
+    kHoldout,
+    kStMap,
+    kInvert,
+    kFilter,
+    kTaps,
+    kEdges,
+    kFeather,
+    kMovieStart,
+    kOrientation,
+    kOverscan,
+    kChannels,
+    kCodec,
+    kTrackReading,
+    kBest,
 };
 
 struct Scene {
@@ -145,6 +187,24 @@ struct Scene {
     bool isPlain = false;           ///< by the plain render command, not the smart protocol
     std::filesystem::path module;   ///< empty: the one beside the program
     std::optional<HostApp> host;    ///< nothing: After Effects
+
+    SceneColor color;
+    std::optional<SceneMatte> matte;    ///< of the layer, in its pixels; moves with it
+    std::optional<SceneMatte> holdout;  ///< what stands before the layer, in the frame's pixels
+    std::optional<SceneInput> stMap;    ///< lens distortion of the frame
+    bool isInverted = false;            ///< the layer is taken out of the plate
+    bool isBest = false;                ///< Quality "best": every pixel integrates its footprint
+    std::optional<std::string> filter;  ///< a kernel's name, instead of Quality's
+    std::optional<int> taps;            ///< of the filter: 4, 6, 8 or 10
+    std::optional<FrameEdges> edges;    ///< nothing: exact in a frame of another size, else grid
+    double featherPx = 0, chokePx = 0;  ///< along the outline, as in ResampleOptions
+    std::optional<int> movieStart;      ///< frame number of a movie's first picture; nothing: 0
+    bool keepsOrientation = false;      ///< what a file says of its orientation is not applied
+    bool dropsOverscan = false;
+    std::optional<std::string> channels;  ///< of the output: a, rgb or rgba; nothing: as inputs
+    std::optional<std::string> codec;     ///< of a movie; nothing: by its extension
+    std::optional<double> codecQuality;   ///< of a lossy codec
+    TrackReading trackReading;
 
     std::map<SceneField, std::string> options;  ///< what an option set, and its name
     /// What messages put before the name of an edit that nobody made: "--" on a command line.
