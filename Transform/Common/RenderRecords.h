@@ -50,7 +50,8 @@ struct CoreRenderArguments {
 };
 
 struct LineRenderStruct;
-struct ResampleOptions;  // ResampleOptions.h
+struct FootprintContext;  // Transform_Core_Render/Footprint.h
+struct ResampleOptions;   // ResampleOptions.h
 
 /// A reconstruction kernel: position in source pixels, and the RenderSettings.
 using QV_KernelFunc = double (*)(double x, void* settings);
@@ -115,7 +116,8 @@ struct RenderSettings {
     /// pass whose destination is the frame.
     ResampleOptions const* resample = nullptr;
     bool drawsFrame = true;
-    std::int32_t alphaOffset = 0;  ///< index of the alpha channel inside a pixel
+    FootprintContext const* footprint = nullptr;  ///< where pixels integrate; during one render
+    std::int32_t alphaOffset = 0;                 ///< index of the alpha channel inside a pixel
     /// Super sampling pattern: weights (not normalised by the engine) and offsets in source pixels.
     double ssWeight[kSuperSamples] = {};
     double ssOffsetX[kSuperSamples] = {};

@@ -72,6 +72,7 @@ GuardedRaster renderScene(EngineScene const& scene, GuardedRaster const& source,
     setPins(core.fromPins, scene.from);
     setPins(core.toPins, scene.to);
     RenderSettings settings;
+    settings.resample = options.resample;
     PixelRect const &d = scene.window, &s = scene.source;
     settings.dstLeft = d.left, settings.dstTop = d.top;
     settings.dstRight = d.right, settings.dstBottom = d.bottom;

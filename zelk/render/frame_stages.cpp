@@ -15,6 +15,7 @@
 #include "zelk/render/host_errors.h"
 #include "zelk/render/load_module.h"
 #include "zelk/render/memory_budget.h"
+#include "zelk/render/resampling.h"
 #include "zelk/render/setup.h"
 #include "zelk/scene/check.h"
 #include "zelk/scene/refusal.h"
@@ -159,7 +160,7 @@ World FrameStages::renderedInMemory(LoadedFrame& loaded, FrameRequest const& mom
     World picture({frame.width, frame.height, Depth::kFloat}, PixelMemory::Start::kAnything);
     renderInMemory(m_host->parameters(), loaded.layer, picture,
                    {{layer.width * n, layer.height * n}, {frame.width * n, frame.height * n}},
-                   moment, m_scene.layer.name());
+                   moment, m_scene.layer.name(), resampleOptionsOf(m_scene));
     loaded.layer = World();
     endStage("render");
     if (m_explanation) m_explanation->covered = countCovered(picture);
@@ -221,8 +222,11 @@ std::uint64_t FrameStages::bytesInFlight() const {
     std::uint64_t const plate = m_files.plate && m_inFlight > 1
                                     ? std::uint64_t{16} * m_sizes.frame.width * m_sizes.frame.height
                                     : 0;
-    return plate + frameRenderBytes(m_sizes.layer.width, m_sizes.layer.height, m_sizes.frame.width,
-                                    m_sizes.frame.height);
+    std::uint64_t const pyramid =  // of Quality "best": halves of halves of the layer
+        m_scene.isBest ? std::uint64_t{16} * m_sizes.layer.width * m_sizes.layer.height / 3 : 0;
+    return plate + pyramid +
+           frameRenderBytes(m_sizes.layer.width, m_sizes.layer.height, m_sizes.frame.width,
+                            m_sizes.frame.height);
 }
 
 void FrameStages::checkMemory() const {

@@ -109,6 +109,8 @@ private:
         if (m_scene.hasFrame() && m_scene.road == Road::kModule)
             refuse(kRoad, fmt::format("module renders a layer in its own frame: leave {} out",
                                       other(frameField(m_scene), kRoad)));
+        if (m_scene.isBest && m_scene.road == Road::kModule)
+            refuse(kRoad, "module renders by the effect's own qualities: low, medium, high, super");
     }
 
     /// What the effect does only in a host.

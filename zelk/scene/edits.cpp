@@ -24,10 +24,12 @@ namespace {
 
 using Text = std::string const;
 
+constexpr auto kBestQuality = static_cast<QualityEntry>(-1);
 constexpr Choice<QualityEntry> kQualities[] = {{"low", kQualityLow},
                                                {"medium", kQualityMedium},
                                                {"high", kQualityHigh},
-                                               {"super", kQualitySuperSample}};
+                                               {"super", kQualitySuperSample},
+                                               {"best", kBestQuality}};
 constexpr Choice<ViewModeEntry> kViews[] = {{"original", kViewOriginal},
                                             {"from", kViewFromPins},
                                             {"to", kViewToPins},
@@ -92,9 +94,12 @@ void editTrackFrom(Scene& scene, Text& thing, Text& text) {
     addTrack(scene, TrackedPins::kFrom, thing, text);
 }
 
+/// "best" is none of the effect's, whose own Quality then stays High.
 void editQuality(Scene& scene, Text& thing, Text& text) {
-    setParameter(scene, nameOfParameter(kParamQuality),
-                 double(hostEntry(pick(kQualities, thing, text))), thing);
+    scene.isBest = pick(kQualities, thing, text) == kBestQuality;
+    QualityEntry const entry = scene.isBest ? kQualityHigh : pick(kQualities, thing, text);
+    setParameter(scene, nameOfParameter(kParamQuality), double(hostEntry(entry)), thing);
+    scene.options[SceneField::kBest] = thing;
 }
 
 void editView(Scene& scene, Text& thing, Text& text) {
@@ -208,7 +213,7 @@ constexpr SceneEdit kEdits[] = {
     {"to", "\"X,Y X,Y X,Y X,Y\"", "To Pins, where the picture goes", editToPins},
     {"track", "FILE", "Tracking data for the To Pins, by the effect's import", editTrackTo},
     {"track-from", "FILE", "The same for the From Pins", editTrackFrom},
-    {"quality", "QUALITY", "low, medium, high or super (high)", editQuality},
+    {"quality", "QUALITY", "low, medium, high, super or best (high)", editQuality},
     {"view", "VIEW", "original, from, to or both (both)", editView},
     {"transfer", "MODE", "Lay the pinned layer over the layer itself by a Transfer Mode (none)",
      editTransfer},

@@ -44,7 +44,7 @@ constexpr FileKey kCompKeys[] = {
     {"duration"},    {"pixelAspect"},  {"motionBlur"},
 };
 constexpr FileKey kMotionBlurKeys[] = {{"on"}, {"shutterAngle"}, {"shutterPhase"}};
-constexpr FileKey kRenderKeys[] = {{"depth"}, {"mode"}, {"downsample"}, {"size"}};
+constexpr FileKey kRenderKeys[] = {{"depth"}, {"mode"}, {"downsample"}, {"size"}, {"quality"}};
 constexpr FileKey kParameterKeys[] = {{"id"}, {"value"}, {"keys"}};
 constexpr FileKey kKeyKeys[] = {
     {"frame", true}, {"value", true}, {"interpolation"}, {"in"}, {"out"},
@@ -217,6 +217,7 @@ void readRender(Node const& node, Scene& scene) {
     node.requireKeys("render");
     if (auto const depth = node.find("depth")) scene.depth = depth->pick(kDepthWords);
     if (auto const mode = node.find("mode")) scene.overMode = mode->pick(kOverModes);
+    if (auto const quality = node.find("quality")) scene.isBest = quality->pick(kOwnQualities);
     if (auto const n = node.find("downsample")) scene.downsample = n->whole(1, kLargestPx);
     if (auto const size = node.find("size")) {
         if (!size->json().is_array() || size->json().size() != 2) size->fail("[width, height]");
@@ -400,6 +401,7 @@ Ordered renderJson(Scene const& scene) {
     if (scene.depth) json["depth"] = wordOf(kDepthWords, *scene.depth);
     if (scene.overMode) json["mode"] = wordOf(kOverModes, *scene.overMode);
     if (scene.downsample) json["downsample"] = *scene.downsample;
+    if (scene.isBest) json["quality"] = wordOf(kOwnQualities, true);
     if (scene.size) json["size"] = Ordered::array({scene.size->width, scene.size->height});
     return json;
 }

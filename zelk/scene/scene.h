@@ -211,7 +211,12 @@ struct Scene {
     std::string editPrefix;
 
     bool hasFrame() const { return plate || size; }
-    Road roadTaken() const { return road.value_or(hasFrame() ? Road::kMemory : Road::kModule); }
+    /// What the effect's own controls can't say, and so no host's frame can have.
+    bool asksBeyondEffect() const { return isBest; }
+    Road roadTaken() const {
+        bool const isOwn = hasFrame() || asksBeyondEffect();
+        return road.value_or(isOwn ? Road::kMemory : Road::kModule);
+    }
     /// Of the transparent frame; nothing with a plate, whose size counts.
     std::optional<PixelSize> frameSize() const { return plate ? std::nullopt : size; }
     /// As the working folder sees it; empty without an output.

@@ -35,6 +35,8 @@ inline constexpr Choice<int> kOverModes[] = {
 inline constexpr Choice<Depth> kDepthWords[] = {
     {"8", Depth::k8}, {"16", Depth::k16}, {"float", Depth::kFloat}};
 
+/// Qualities that are none of the effect's.
+inline constexpr Choice<bool> kOwnQualities[] = {{"best", true}};
 inline constexpr Choice<Road> kRoadWords[] = {{"module", Road::kModule}, {"memory", Road::kMemory}};
 
 inline constexpr Choice<MissingInput> kMissingWords[] = {{"stop", MissingInput::kStop},

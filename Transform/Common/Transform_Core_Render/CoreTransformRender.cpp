@@ -3,10 +3,14 @@
 #include "Transform/Common/Transform_Core_Render/CoreTransformRender.h"
 
 #include <algorithm>
+#include <optional>
 
 #include "Transform/Common/PixelBlocks.h"
 #include "Transform/Common/QV_Poly/QV_Poly.h"
+#include "Transform/Common/ResampleOptions.h"
+#include "Transform/Common/Transform_Core_Render/Footprint.h"
 #include "Transform/Common/Transform_Core_Render/KernelTable.h"
+#include "Transform/Common/Transform_Core_Render/MapScan.h"
 #include "Transform/Common/Transform_Core_Render/calcMatrix.h"
 #include "Transform/Common/Transform_Core_Render/ompc.h"
 #include "Transform/Common/Transform_Core_Render/transformPoly.h"
@@ -144,8 +148,66 @@ bool scanClears(CoreRenderCall const& call, QV_Window const& window, QV_IRect co
            std::int64_t{window.y1} - rect.top < call.dst.height;
 }
 
-/// All steps but the clearing of a destination in which nothing is drawn; false for such a one.
-bool draw(CoreRenderCall const& call, FormatFunctions const& functions) {
+/// What the host binding asks of the resampling of these rasters, or null.
+ResampleOptions const* resampleOf(CoreRenderCall const& call, RenderSettings const& s) {
+    constexpr int kFloatPixelBytes = 16;
+    bool const isFloat = call.src.pixelBytes == kFloatPixelBytes &&
+                         call.dst.pixelBytes == kFloatPixelBytes && !call.singleChannel;
+    return isFloat && !call.fillMode ? s.resample : nullptr;
+}
+
+/// Of a pass that draws the frame, else null.
+FrameMap const* mapOf(ResampleOptions const* resample, RenderSettings const& s) {
+    return resample && s.drawsFrame && s.renderMode == 0 ? resample->map : nullptr;
+}
+
+/// The polygon of a mapped frame counts wherever the map looks.
+int transformMappedPoly(CoreRenderCall const& call, QV_Poly& poly, FrameMap const& map,
+                        QV_IRect const& source, RenderSettings& s, QV_Mtrx44 const& matrix) {
+    const QV_IRect own = {s.dstLeft, s.dstTop, s.dstRight, s.dstBottom};
+    const QV_IRect bounds = boundsOf(map, std::max(map.width, map.height));
+    s.dstLeft = bounds.left, s.dstTop = bounds.top;
+    s.dstRight = bounds.right, s.dstBottom = bounds.bottom;
+    QV_FRect target(bounds.left, bounds.top, bounds.right, bounds.bottom);
+    int const result =
+        transformPoly(call.host, &poly, &target, source, nullptr, nullptr, &s, &matrix);
+    s.dstLeft = own.left, s.dstTop = own.top, s.dstRight = own.right, s.dstBottom = own.bottom;
+    return result;
+}
+
+/// The footprint of a polygon's vertex that reaches farthest: no pixel's reaches farther.
+Footprint largestFootprint(ScreenPlane const& plane, QV_Poly const& poly) {
+    Footprint largest{};
+    double most = -1;
+    for (int i = 0; i < poly.m_n; ++i) {
+        const Footprint f = footprintAt(plane, poly.m_vert[i].sx, poly.m_vert[i].sy);
+        double const reach = f.ux * f.ux + f.vx * f.vx + f.uy * f.uy + f.vy * f.vy;
+        if (!(reach > most)) continue;
+        most = reach;
+        largest = f;
+    }
+    return largest;
+}
+
+/// What a render has beside the settings while its pixels integrate their footprints.
+using FootprintSlot = std::optional<FootprintContext>;
+
+/// Puts the footprint functions into the settings. False without memory for the pyramid.
+bool integrateFootprints(ScreenPlane const& plane, QV_Poly const& poly, RenderSettings& s,
+                         FootprintSlot& slot) {
+    slot.emplace(FootprintContext{FootprintSource(s, largestFootprint(plane, poly)), plane});
+    if (slot->source.levels().empty()) return false;
+    s.footprint = &*slot;
+    s.interiorFunc = footprintFunc;
+    s.edgeFunc = edgeFootprintFunc;
+    return true;
+}
+
+/// What a render came to.
+enum class Drawn { kNothing, kSomething, kNoMemory };
+
+/// All steps but the clearing of a destination in which nothing is drawn.
+Drawn draw(CoreRenderCall const& call, FormatFunctions const& functions) {
     bool const threaded = useThreads(call.host);
     RenderSettings local;
     if (!call.settings) useWholeRasters(call, local);
@@ -155,9 +217,14 @@ bool draw(CoreRenderCall const& call, FormatFunctions const& functions) {
     s.renderMode = call.core.renderMode;
     s.taps = call.core.sizeIndex;
     s.quality = qualityOfFilter(call.core.filter);
+    s.footprint = nullptr;
+    ResampleOptions const* const resample = resampleOf(call, s);
+    FrameMap const* const map = mapOf(resample, s);
+    bool const integrates = resample && resample->integratesFootprint;
+    if (integrates || (map && s.quality == 0)) s.quality = 1;
 
     QV_Mtrx44 matrix;
-    if (!buildMatrix(call, s, matrix)) return false;
+    if (!buildMatrix(call, s, matrix)) return Drawn::kNothing;
 
     s.minValue = 0;
     s.maxValue = functions.maxValue;
@@ -176,13 +243,25 @@ bool draw(CoreRenderCall const& call, FormatFunctions const& functions) {
     QV_Poly poly;
     if (threaded) poly.setOpenMP();
     const QV_IRect source = {s.srcLeft, s.srcTop, s.srcRight, s.srcBottom};
-    if ((!call.fillMode && isEmpty(source)) || !hasUnitMeasure(s, source)) return false;
+    if ((!call.fillMode && isEmpty(source)) || !hasUnitMeasure(s, source)) return Drawn::kNothing;
     describeRasters(call, s);
     buildKernel(call.core, s);
 
     QV_Window window{};
-    if (transformPoly(call.host, &poly, &target, source, nullptr, &window, &s, &matrix) == 0)
-        return false;
+    if ((map ? transformMappedPoly(call, poly, *map, source, s, matrix)
+             : transformPoly(call.host, &poly, &target, source, nullptr, &window, &s, &matrix)) ==
+        0)
+        return Drawn::kNothing;
+
+    FootprintSlot footprints;
+    ScreenPlane plane{};
+    if ((map || integrates) && !screenPlaneOf(poly, plane)) return Drawn::kNothing;
+    if (integrates && !integrateFootprints(plane, poly, s, footprints)) return Drawn::kNoMemory;
+    if (map) {
+        mapScan(*map, plane, s, call.dst);
+        s.footprint = nullptr;
+        return Drawn::kSomething;
+    }
 
     const QV_IRect unshifted = {s.dstLeft, s.dstTop, s.dstRight, s.dstBottom};
     const QV_IRect rect = s.renderMode == 1 ? shifted : unshifted;
@@ -197,14 +276,17 @@ bool draw(CoreRenderCall const& call, FormatFunctions const& functions) {
         }
     }
     scan(poly, window, rect, s);
-    return true;
+    s.footprint = nullptr;
+    return Drawn::kSomething;
 }
 
 }  // namespace
 
 int coreTransformRender(CoreRenderCall const& call, FormatFunctions const& functions) {
-    if (draw(call, functions) || !call.clearOutput) return 0;
+    const Drawn drawn = draw(call, functions);
+    if (drawn == Drawn::kSomething || !call.clearOutput) return 0;
     clearRaster(call.dst);
     if (call.settings) call.settings->isFinished = call.settings->finishFunc != nullptr;
-    return 0;
+    constexpr int kNoMemory = 4;
+    return drawn == Drawn::kNoMemory ? kNoMemory : 0;
 }
