@@ -1,6 +1,7 @@
 // One render of the engine as a test describes it, and the call that makes it.
 #pragma once
 
+#include "Transform/Common/ResampleOptions.h"
 #include "tests/support/guarded_raster.h"
 #include "tests/support/random_quads.h"
 
@@ -35,6 +36,7 @@ struct EngineOptions {
     int threads = 0;        ///< of the OpenMP team; 0 leaves the default
     bool clearOutput = true;
     bool fill = false;  ///< the outline alone, as channel 0
+    ResampleOptions const* resample = nullptr;
 };
 
 /// A scene with random quads, window and source rectangle. `largest` bounds both rasters' sides.
