@@ -144,7 +144,8 @@ void measure(Host& host, Size size, Depth depth, Case const& c, int runs) {
         frame = World(layer.spec(), PixelMemory::Start::kAnything);
         memory.push_back(millisecondsOf([&] {
             renderInMemory(host.parameters(), fresh, frame,
-                           {{size.width, size.height}, {size.width, size.height}}, moment, "bench");
+                           {{size.width, size.height}, {size.width, size.height}}, moment, {},
+                           "bench");
         }));
     }
     constexpr char const* kDepths[] = {"8 bit", "16 bit", "float"};

@@ -8,11 +8,13 @@
 #include <string>
 #include <vector>
 
+#include "Transform/Common/ResampleOptions.h"
 #include "hostkit/frame_request.h"
 #include "hostkit/parameters.h"
 #include "hostkit/world.h"
 #include "zelk/pictures/pixel_size.h"
 #include "zelk/pictures/reader.h"
+#include "zelk/scene/scene.h"
 
 namespace zelk {
 
@@ -25,15 +27,19 @@ struct ImageSizes {
     PixelSize layer, frame;
 };
 
+/// What the scene asks of the resampling, in a picture that is reduced by n.
+ResampleOptions resampleOptionsOf(Scene const& scene, int n);
+
 /// Renders `layer` by the parameters' values at a moment into `frame`, both float worlds of
 /// associated colour, perhaps smaller than their full sizes; what the layer does not cover becomes
 /// transparent. Throws a render error when the pipeline fails.
 void renderInMemory(std::vector<Parameter> const& parameters, World& layer, World& frame,
                     ImageSizes const& full, FrameRequest const& moment,
-                    std::string const& layerName);
+                    ResampleOptions const& resample, std::string const& layerName);
 
 /// Lays `frame` over the plate, which has its size, by a PF_Xfer_* mode; both and the result are
-/// associated. Normal is f + p (1 - alpha of f) in each channel, f alone where that alpha is 1.
+/// associated. Normal is f + p (1 - alpha of f) in each channel, f alone where that alpha is 1 but
+/// for the rounding of a kernel's weights.
 /// Other modes blend straight colour by the effect's own arithmetic; where the frame is transparent
 /// the plate stays as it is. The plate's rows are read as they are needed.
 void layOver(World& frame, PictureReader& plate, int mode);
