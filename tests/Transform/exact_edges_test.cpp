@@ -272,4 +272,28 @@ TEST(ExactEdges, FeatherAndChokeHaveTheirClosedFormOnARectangle) {
     }
 }
 
+// More taps make a kernel wider about the sample's own place: a ramp stays one, without a jump from
+// pixel to pixel, and the border repeats.
+TEST(ChosenKernel, KeepsARampAndTheBorderWithAnyTaps) {
+    GuardedRaster source(kFormatARGB32, 32, 8);
+    source.paint([](int x, int, int c) { return c == 0 ? 1.0 : x; });
+    for (int const filter : {2, 4, 6, 9, 20})
+        for (int size = 0; size < 4; ++size) {
+            EngineScene scene = sceneOf(320, 16, zelk::kUnitSquare, source, filter);
+            scene.sizeIndex = size;
+            ResampleOptions options = kExact;
+            options.kernel.filter = filter;
+            GuardedRaster const output = zelk::renderScene(scene, source, {.resample = &options});
+            for (int x = 0; x < 320; ++x) {
+                double const u = (x + 0.5) / 10 - 0.5;
+                ASSERT_NEAR(output.get(x, 5, 0), 1, 1e-6);
+                // A row of the table is up to 2 / 255 before its fraction; a widened kernel that is
+                // no spline of its pixels ripples.
+                if (x >= 60 && x < 260) {
+                    ASSERT_NEAR(output.get(x, 5, 1), u, 0.08) << filter << " taps " << 4 + 2 * size;
+                }
+            }
+        }
+}
+
 }  // namespace

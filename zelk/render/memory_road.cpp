@@ -6,7 +6,6 @@
 
 #include "Transform/Common/PopupEntries.h"
 #include "Transform/Common/RowBands.h"
-#include "Transform/Common/Transform_Core_Render/KernelTable.h"
 #include "Transform/Common/Transform_Core_Render/TransferModes.h"
 #include "effect/Render.h"
 #include "host/PluginHost_Memory_Impl.h"
@@ -14,6 +13,7 @@
 #include "zelk/pictures/world_rows.h"
 #include "zelk/render/module_road.h"
 #include "zelk/scene/effect_result.h"
+#include "zelk/scene/kernel_choice.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/scene/parameter_values.h"
 #include "zelk/scene/words.h"
@@ -146,8 +146,6 @@ void layRow(World& frame, int y, float const* plate, int mode) {
 }  // namespace
 
 ResampleOptions resampleOptionsOf(Scene const& scene, int n) {
-    // Of the window's usual widths: what it leaves beside its main lobe is a hundredth.
-    constexpr double kKaiserAlpha = 6.5;
     ResampleOptions options;
     bool const isExact = scene.edgesTaken() == FrameEdges::kExact;
     options.edges = isExact ? EdgeCoverage::kExact : EdgeCoverage::kGrid;
@@ -155,9 +153,8 @@ ResampleOptions resampleOptionsOf(Scene const& scene, int n) {
     options.chokePx = scene.chokePx / n;
     if (!scene.filter) return options;
     for (Choice<int> const& choice : kFilterWords)
-        if (choice.word == *scene.filter) options.kernel.filter = choice.value;
-    options.kernel.sizeIndex = (scene.taps.value_or(4) - 4) / 2;
-    if (options.kernel.filter == kFilterKaiser) options.kernel.paramB = kKaiserAlpha;
+        if (choice.word == *scene.filter)
+            options.kernel = kernelChoice(choice.value, scene.taps.value_or(4));
     return options;
 }
 
