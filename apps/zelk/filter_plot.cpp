@@ -23,7 +23,7 @@ Curve curveOf(int number, std::size_t color) {
 /// Cycles a source pixel, to twice what a picture holds.
 Chart responseChart(std::vector<int> const& numbers, int taps) {
     constexpr int kSteps = 200;
-    Chart chart{"What is left of a wave", {"cycles a source pixel"}, {"of 1"}, {}};
+    Chart chart{"what is left of a wave", {"cycles a source pixel"}, {"of 1"}, {}};
     for (std::size_t i = 0; i < numbers.size(); ++i) {
         Curve curve = curveOf(numbers[i], i);
         auto const weights = filterWeights(numbers[i], taps);
@@ -38,7 +38,7 @@ Chart responseChart(std::vector<int> const& numbers, int taps) {
 
 Chart weightChart(std::vector<int> const& numbers, int taps) {
     Chart chart{
-        fmt::format("Weights, {} taps", taps), {"source pixels beside the sample"}, {"weight"}, {}};
+        fmt::format("weights, {} taps", taps), {"source pixels beside the sample"}, {"weight"}, {}};
     for (std::size_t i = 0; i < numbers.size(); ++i) {
         Curve curve = curveOf(numbers[i], i);
         for (FilterWeight const& each : filterWeights(numbers[i], taps))
@@ -48,12 +48,16 @@ Chart weightChart(std::vector<int> const& numbers, int taps) {
     return chart;
 }
 
-/// Both charts, each of that size.
+/// Both charts, each of that size; of one kernel its name is the first one's title.
 Canvas pairOf(std::vector<int> const& numbers, int taps, int width, int height) {
+    Chart charts[] = {weightChart(numbers, taps), responseChart(numbers, taps)};
+    if (numbers.size() == 1) {
+        charts[0].title = fmt::format("{}, {}", charts[0].curves[0].label, charts[0].title);
+        for (Chart& chart : charts) chart.curves[0].label.clear();
+    }
     Canvas pair(2 * width, height, kPaper);
-    pair.picture(drawChart(weightChart(numbers, taps), width, height).toWorld(), {0, 0});
-    pair.picture(drawChart(responseChart(numbers, taps), width, height).toWorld(),
-                 {double(width), 0});
+    pair.picture(drawChart(charts[0], width, height).toWorld(), {0, 0});
+    pair.picture(drawChart(charts[1], width, height).toWorld(), {double(width), 0});
     return pair;
 }
 

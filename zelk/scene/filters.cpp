@@ -44,7 +44,7 @@ FilterInfo filterInfo(int number) {
     for (int n = 1; n < 4; ++n)
         info.interpolates = info.interpolates && std::fabs(at(n)) < kNothing;
     for (double x = 0; x <= kFarPx; x += 1.0 / kSteps)
-        if (std::fabs(at(-x)) > kNothing) info.supportPx = x;
+        if (at(-x) != 0) info.supportPx = x;
     // The last step with a weight, to the next half pixel.
     info.supportPx = info.supportPx > kFarPx - 2 ? 0 : std::ceil(2 * info.supportPx - 0.1) / 2;
     if (number == kFilterKaiser) info.supportPx = 0;  // a remainder goes on beyond 1
