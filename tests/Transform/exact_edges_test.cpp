@@ -232,6 +232,32 @@ TEST(ExactEdges, TheInteriorIsTheGridsOnAnyNumberOfThreads) {
     }
 }
 
+// Any part of a frame, any feather and choke: nothing is written beside it, as renderScene tells,
+// and coverage is one.
+TEST(ExactEdges, StayWithinTheirWindow) {
+    constexpr unsigned kSeed = 7;
+    SCOPED_TRACE(testing::Message() << "seed " << kSeed);
+    zelk::Random random(kSeed);
+    for (int n = 0; n < 3000; ++n) {
+        EngineScene scene = zelk::randomScene(random, 40);
+        double const zoom = std::pow(10, random.uniform(-2, 2));
+        for (double& c : scene.to) c = (c - 0.5) * zoom + 0.5;
+        scene.filter = n % 2;
+        GuardedRaster source(kFormatARGB32, scene.source.right + 1, scene.source.bottom + 1);
+        source.paint([](int, int, int) { return 1.0; });
+        ResampleOptions options = kExact;
+        options.featherPx = random.flip() ? random.uniform(0, 20) : 0;
+        options.chokePx = random.flip() ? random.uniform(0, 20) : 0;
+        GuardedRaster const output =
+            zelk::renderScene(scene, source, {.clearOutput = n % 3 > 0, .resample = &options}, 16);
+        for (int y = 0; n % 3 > 0 && y < output.height(); ++y)
+            for (int x = 0; x < output.width(); ++x) {
+                double const coverage = output.get(x, y, 0);
+                ASSERT_TRUE(coverage >= 0 && coverage <= 1) << coverage;
+            }
+    }
+}
+
 // On an axis-parallel rectangle: a product of two ramps, each the mean over the pixel.
 TEST(ExactEdges, FeatherAndChokeHaveTheirClosedFormOnARectangle) {
     constexpr int kSize = 60;

@@ -94,7 +94,7 @@ double smoothStep(double t) { return t <= 0 ? 0 : t >= 1 ? 1 : t * t * (3 - 2 * 
 
 /// A convex polygon of screen points.
 struct Shape {
-    ScreenPoint points[kMostSides];
+    ScreenPoint points[kMostSides] = {};
     int count = 0;
 
     void add(ScreenPoint const& p) {
@@ -172,6 +172,8 @@ public:
                 if (least > 0) r.midEnd = r.midStart;
             }
         }
+        // A row beside the outline: two sides have left nothing, perhaps far outside the window.
+        r.start = std::clamp(r.start, win.x0, win.x1 + 1);
         r.end = std::max(r.end, r.start);
         r.midStart = std::clamp(r.midStart, r.start, r.end);
         r.midEnd = std::clamp(r.midEnd, r.start, r.end);
