@@ -1,7 +1,8 @@
 // Exact edges against the area of a pixel that another algorithm gives: the outline clipped to the
 // pixel's square.
 //
-// The quad with the worst pixel is written to exact_edges_worst.pgm in the folder of the run.
+// The quad with the worst pixel is written to exact_edges_worst.pgm in the folder of temporary
+// files.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -104,7 +105,7 @@ void compare(GuardedRaster const& output, Polygon const& outline, Errors& errors
 
 /// The worst pixel's frame, its errors as grey: 128 is none, black and white are the worst.
 void writeErrors(GuardedRaster const& output, Polygon const& outline, double most) {
-    std::ofstream picture("exact_edges_worst.pgm", std::ios::binary);
+    std::ofstream picture(testing::TempDir() + "exact_edges_worst.pgm", std::ios::binary);
     picture << "P5 " << output.width() << " " << output.height() << " 255\n";
     for (int y = 0; y < output.height(); ++y)
         for (int x = 0; x < output.width(); ++x) {
