@@ -198,7 +198,8 @@ void FrameStages::warnOfShrink(std::vector<Parameter> const& parameters, PlanRep
     if (m_scene.filter || m_scene.isBest) return;
     auto const quality = entryOfHost(static_cast<int>(currentNumber(parameters, kParamQuality)));
     if (quality != kQualityMedium && quality != kQualityHigh) return;
-    if (largestShrink(plan) <= kShrinkWithoutAliases) return;
+    double const most = quality == kQualityMedium ? kMostShrinkOfMedium : kMostShrinkOfHigh;
+    if (largestShrink(plan) <= most) return;
     m_warnings.add(
         {fmt::format("the layer shrinks to less than half somewhere, where fine detail "
                      "flickers and makes stairs: give {} best",

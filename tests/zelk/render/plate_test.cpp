@@ -140,7 +140,9 @@ TEST_F(Plate, EdgesAndShrinksAreToldApart) {
     }
     for (auto const& [words, isTold] :
          {std::pair<Words, bool>{{"--to", "2,2 36,2 2,28 36,28"}, false},
-          {{"--to", "2,2 30,2 2,24 30,24"}, true},
+          {{"--to", "2,2 30,2 2,24 30,24"}, false},
+          {{"--to", "2,2 30,2 2,24 30,24", "--quality", "medium"}, true},
+          {{"--to", "2,2 26,2 2,22 26,22"}, true},
           {{"--to", "0,0 64,0 20,48 22,48"}, true},
           {{"--to", "0,0 30,0 0,24 30,24", "--quality", "super"}, false},
           {{"--to", "0,0 30,0 0,24 30,24", "--filter", "parzen"}, false}}) {
