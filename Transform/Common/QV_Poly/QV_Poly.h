@@ -144,7 +144,7 @@ public:
     std::int32_t m_dstTop = 0;  ///< the row that m_dstData stands for
     QV_LineFunc m_interiorFunc = nullptr;
     QV_LineFunc m_edgeFunc = nullptr;
-    void* m_lineArg = nullptr;        ///< first argument of the line functions: the RenderSettings
+    void* m_lineArg = nullptr;  ///< first argument of the line functions: the RenderSettings
     double m_featherPx = 0, m_chokePx = 0;  ///< of the exact scan, as in ResampleOptions
     std::int32_t m_coverageSize = 0;        ///< floats
     std::unique_ptr<float[]> m_coverage;

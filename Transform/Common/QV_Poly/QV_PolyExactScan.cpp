@@ -1,7 +1,7 @@
 // The exact scan: the area of each pixel inside the outline, and the split of each pixel row into
 // edge and interior runs.
 //
-//      left edge   |   Each side of the outline is a half-plane d >= 0, d in pixels, inside positive.
+//      left edge   |   Each side of the outline is a half-plane d >= 0, d in pixels.
 //        /|        |   A pixel is interior where d >= 0 of every side on all of it, and untouched
 //       / |        |   where d < 0 of one side on all of it; pixels in between are the edge runs.
 //      /  | pixel  |   Their area is summed over the sides: one that goes down from (xa, ya) to
@@ -157,10 +157,8 @@ public:
             Side const& s = m_sides[i];
             double const row = s.c - s.ny * y;
             // nx x > most leaves the pixel at x in part inside, nx x >= least all of it.
-            double const most =
-                row - reach - kBeside - std::max(s.nx, 0.0) - std::max(s.ny, 0.0);
-            double const least =
-                row + reach - kInside - std::min(s.nx, 0.0) - std::min(s.ny, 0.0);
+            double const most = row - reach - kBeside - std::max(s.nx, 0.0) - std::max(s.ny, 0.0);
+            double const least = row + reach - kInside - std::min(s.nx, 0.0) - std::min(s.ny, 0.0);
             if (s.nx > 0) {
                 r.start = std::max(r.start, saturatingInt(std::floor(most / s.nx)) + 1);
                 r.midStart = std::max(r.midStart, saturatingInt(std::ceil(least / s.nx)));

@@ -177,9 +177,9 @@ inline void sampleTaps(RenderSettings const& s, SourcePosition at, float* out) {
     int const taps = std::min(s.taps, kMaxTaps);
     const SplitCoordinate u = split(at.u), v = split(at.v);
     auto* const sum = s.hasChosenKernel ? sumBlockAt<T, C, kMaxTaps, Outside::kRepeatBorder>
-                                      : sumBlockAt<T, C, kMaxTaps, Outside::kBlack>;
-    sum(s, u.whole - (taps / 2 - 1), v.whole - (taps / 2 - 1), taps,
-        weightRow(s, u.fraction, taps), weightRow(s, v.fraction, taps), out);
+                                        : sumBlockAt<T, C, kMaxTaps, Outside::kBlack>;
+    sum(s, u.whole - (taps / 2 - 1), v.whole - (taps / 2 - 1), taps, weightRow(s, u.fraction, taps),
+        weightRow(s, v.fraction, taps), out);
 }
 
 /// Nine 4 by 4 samples around the position, at the offsets and with the weights of the settings:
