@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 
+#include "Transform/Common/ResampleOptions.h"
 #include "Transform/Common/Transform_Core_Render/PassPlan.h"
 #include "host/ChannelOrder.h"
 
@@ -22,9 +23,14 @@ void quadInPixels(QV_UnitPoint const (&pins)[4], RenderSettings const& s,
 
 }  // namespace
 
-CoreRenderArguments coreArguments(int quality) {
+CoreRenderArguments coreArguments(int quality, ResampleOptions const* resample) {
     CoreRenderArguments core;
     core.filter = filterOfQuality(quality);
+    if (!resample || resample->kernel.filter < 0) return core;
+    core.filter = resample->kernel.filter;
+    core.sizeIndex = resample->kernel.sizeIndex;
+    core.paramB = resample->kernel.paramB;
+    core.paramC = resample->kernel.paramC;
     return core;
 }
 

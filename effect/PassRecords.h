@@ -8,9 +8,9 @@
 #include "effect/SamplePose.h"
 #include "host/PluginHost_API.h"
 
-/// The engine's arguments that hold for every sample: the filter by Quality, a
-/// QualityEntry, all else at rest.
-CoreRenderArguments coreArguments(int quality);
+/// The engine's arguments that hold for every sample: the filter by Quality, a QualityEntry, or the
+/// kernel that a binding asks for; all else at rest. `resample` may be null.
+CoreRenderArguments coreArguments(int quality, ResampleOptions const* resample);
 
 /// A record for an image of this size, read and written as a whole.
 RenderSettings wholeImageSettings(int width, int height);

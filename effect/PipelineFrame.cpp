@@ -222,7 +222,7 @@ PF_Err prepareSamples(PipelineFrame& frame) {
     if (code) return fail(frame, code);
     // Merging and copying reach as far as the layer; what lies beyond is nobody else's to clear.
     if (!isSameSize(frame.workInfo, frame.outInfo)) frame.host->fillOutput();
-    frame.core = coreArguments(frame.args.quality);
+    frame.core = coreArguments(frame.args.quality, frame.host->resampleOptions());
     return 0;
 }
 

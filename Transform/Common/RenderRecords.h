@@ -117,7 +117,13 @@ struct RenderSettings {
     ResampleOptions const* resample = nullptr;
     bool drawsFrame = true;
     FootprintContext const* footprint = nullptr;  ///< where pixels integrate; during one render
-    std::int32_t alphaOffset = 0;                 ///< index of the alpha channel inside a pixel
+    /// Written by the engine from `resample`: exact edges with their feather and choke, pixels; and
+    /// whether the kernel is one of its own: then N by N taps repeat the border where they would
+    /// read black, and stand over their own pixels.
+    bool hasExactEdges = false;
+    double featherPx = 0, chokePx = 0;
+    bool hasChosenKernel = false;
+    std::int32_t alphaOffset = 0;  ///< index of the alpha channel inside a pixel
     /// Super sampling pattern: weights (not normalised by the engine) and offsets in source pixels.
     double ssWeight[kSuperSamples] = {};
     double ssOffsetX[kSuperSamples] = {};

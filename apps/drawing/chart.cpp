@@ -120,6 +120,7 @@ void drawCurve(Canvas& canvas, Curve const& curve, Frame const& frame, Scale con
 }
 
 void drawLegend(Canvas& canvas, Chart const& chart, Frame const& frame) {
+    if (chart.curves.size() == 1 && chart.curves[0].label.empty()) return;
     double width = 0;
     for (Curve const& curve : chart.curves)
         width = std::max(width, canvas.textWidth(curve.label, kTextPx));

@@ -17,7 +17,7 @@ struct Axis {
 };
 
 struct Curve {
-    std::string label;
+    std::string label;  ///< none for a chart whose only curve needs no name
     CanvasColor color;
     std::vector<CanvasPoint> points;  ///< in the axes' units, in order of x
     bool hasDots = true;

@@ -59,7 +59,7 @@ void RenderCommand::addOptions(CLI::App& app) {
     addPictureOptions(add, m_scene, m_output);
     m_scene.add(add, {"depth", "downsample"});
     m_output.addThreads(add);
-    m_scene.add(add, {"road", "grow", "frames"});
+    m_scene.add(add, {"road", "grow", "filter", "taps", "edges", "feather", "choke", "frames"});
     add.text("Time", "--project", m_project, "FILE",
              "Layer, plate, output, frames and keyframed parameters; options override it");
     m_scene.add(add, {"motion-blur", "shutter", "rate"});

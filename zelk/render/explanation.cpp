@@ -46,18 +46,22 @@ PassReport passOf(char const* name, QuadMode quadMode, std::vector<Parameter> co
     QV_Mtrx44 matrix;
     PassReport report;
     report.name = name;
+    report.source = source;
+    report.destination = destination;
     report.isDrawn = calcMatrix(matrix, core, settings, destination.width, destination.height) == 0;
     if (report.isDrawn) report.matrix = pixelMatrix(matrix, source);
+    report.isFlipped = matrix.m[15] < 0;
     return report;
 }
 
-char const* filterName(int filter) {
-    return filter == kFilterNearest ? "nearest" : filter == kFilterBilinear ? "bilinear" : "parzen";
+std::string_view filterName(int filter) {
+    return filter == kFilterNearest ? "nearest" : wordOf(kFilterWords, filter);
 }
 
 }  // namespace
 
-PlanReport planOf(std::vector<Parameter> const& parameters, PinFrame const& frame) {
+PlanReport planOf(std::vector<Parameter> const& parameters, PinFrame const& frame,
+                  ResampleOptions const& resample) {
     constexpr char const* kQualities[] = {"Low", "Medium", "High", "Super Sample"};
     PlanReport plan;
     // Any module may be asked for: its controls need not be the ones that stand here.
@@ -67,12 +71,14 @@ PlanReport planOf(std::vector<Parameter> const& parameters, PinFrame const& fram
     plan.quality = kQualities[quality];
 
     RenderSettings settings;
-    settings.quality = quality == kQualityLow ? 0 : 2;
-    setKernelTransformSize(&settings, 0, static_cast<float>(1.0 / frame.downsample));
+    KernelChoice const& kernel = resample.kernel;
+    int const filter = kernel.filter >= 0 ? kernel.filter : filterOfQuality(quality);
+    settings.quality = filter == kFilterNearest ? 0 : 2;
+    setKernelTransformSize(&settings, kernel.sizeIndex, static_cast<float>(1.0 / frame.downsample));
     bool const isPlain = settings.quality == 0;
-    plan.filter = filterName(isPlain ? kFilterNearest : filterOfQuality(quality));
-    plan.taps = isPlain ? 1 : quality == kQualityMedium ? 2 : settings.taps;
-    plan.scan = isPlain ? "plain" : "area";
+    plan.filter = filterName(isPlain ? kFilterNearest : filter);
+    plan.taps = isPlain ? 1 : filter == kFilterBilinear ? 2 : settings.taps;
+    plan.scan = resample.edges == EdgeCoverage::kExact ? "exact" : isPlain ? "plain" : "area";
 
     PinQuads const quads = pinQuads(parameters, frame);
     auto const withMargin = [&frame](int width, int height) {

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "Transform/Common/ResampleOptions.h"
 #include "hostkit/parameters.h"
 #include "hostkit/world.h"
 #include "zelk/scene/quad_check.h"
@@ -21,6 +22,8 @@ struct PassReport {
     std::string name;                ///< "from quad to frame", "frame to To quad", ...
     bool isDrawn = true;             ///< false: the pins are unusable and nothing is drawn
     std::array<double, 9> matrix{};  ///< scaled so that m[8] is 1, where it is not 0
+    bool isFlipped = false;          ///< scaled by a negative number: w is below 0 in sight
+    PixelSize source, destination;
 };
 
 /// What the controls make the engine do; no pixel enters.
@@ -28,12 +31,13 @@ struct PlanReport {
     std::string quality;             ///< as the popup has it
     std::string filter;              ///< of the interior
     int taps = 0;                    ///< per axis
-    std::string scan;                ///< "plain" or "area"
+    std::string scan;                ///< "plain", "area" or "exact"
     std::vector<PassReport> passes;  ///< none for view Original
 };
 
 /// Reads the plan from the parameters' current values, which are pins at full resolution.
-PlanReport planOf(std::vector<Parameter> const& parameters, PinFrame const& frame);
+PlanReport planOf(std::vector<Parameter> const& parameters, PinFrame const& frame,
+                  ResampleOptions const& resample);
 
 /// Pixels of the rendered layer, before a plate comes in.
 struct Covered {

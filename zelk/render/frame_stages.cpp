@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "Transform/Common/PixelMemory.h"
+#include "Transform/Common/PopupEntries.h"
 #include "hostkit/pixel_ops.h"
 #include "zelk/pictures/buffer_input.h"
 #include "zelk/pictures/png_data.h"
@@ -17,7 +18,10 @@
 #include "zelk/render/memory_budget.h"
 #include "zelk/render/resampling.h"
 #include "zelk/render/setup.h"
+#include "zelk/render/shrink.h"
 #include "zelk/scene/check.h"
+#include "zelk/scene/parameter_names.h"
+#include "zelk/scene/parameter_values.h"
 #include "zelk/scene/refusal.h"
 #include "zelk/text/errors.h"
 
@@ -160,7 +164,7 @@ World FrameStages::renderedInMemory(LoadedFrame& loaded, FrameRequest const& mom
     World picture({frame.width, frame.height, Depth::kFloat}, PixelMemory::Start::kAnything);
     renderInMemory(m_host->parameters(), loaded.layer, picture,
                    {{layer.width * n, layer.height * n}, {frame.width * n, frame.height * n}},
-                   moment, m_scene.layer.name(), resampleOptionsOf(m_scene));
+                   moment, m_scene.layer.name(), resampleOptionsOf(m_scene, n));
     loaded.layer = World();
     endStage("render");
     if (m_explanation) m_explanation->covered = countCovered(picture);
@@ -179,12 +183,28 @@ void FrameStages::plan(PinFrame const& frame, FrameRequest const& moment, Depth 
         parametersAt(m_host->parameters(), {moment.time, moment.timeBase.scale});
     std::string const why = unusablePins(parameters, frame);
     if (!why.empty()) m_warnings.add({why + ", so nothing is drawn"});
+    ResampleOptions const resample = isModule() ? ResampleOptions{} : resampleOptionsOf(m_scene, 1);
+    PlanReport const plan = planOf(parameters, frame, resample);
+    warnOfShrink(parameters, plan);
     if (!m_explanation) return;
     m_explanation->layer = {frame.layerWidth, frame.layerHeight};
     m_explanation->frame = {frame.frameWidth + 2 * frame.marginX,
                             frame.frameHeight + 2 * frame.marginY};
     m_explanation->renderDepth = depth;
-    m_explanation->plan = planOf(parameters, frame);
+    m_explanation->plan = plan;
+}
+
+/// Once a run. Medium reads two pixels a side and High four, wherever they stand.
+void FrameStages::warnOfShrink(std::vector<Parameter> const& parameters, PlanReport const& plan) {
+    if (m_scene.filter || m_scene.isBest) return;
+    auto const quality = entryOfHost(static_cast<int>(currentNumber(parameters, kParamQuality)));
+    if (quality != kQualityMedium && quality != kQualityHigh) return;
+    double const most = quality == kQualityMedium ? kMostShrinkOfMedium : kMostShrinkOfHigh;
+    if (largestShrink(plan) <= most) return;
+    m_warnings.add(
+        {fmt::format("the layer shrinks to less than half somewhere, where fine detail "
+                     "flickers and makes stairs: give {} best",
+                     spelled(m_scene, "quality"))});
 }
 
 void FrameStages::endStage(char const* stage) {

@@ -25,7 +25,8 @@
 
 namespace zelk {
 
-struct Explanation;  // explanation.h
+struct Explanation;
+struct PlanReport;  // explanation.h
 
 /// What was read of a frame.
 struct LoadedFrame {
@@ -124,6 +125,7 @@ private:
     std::uint64_t bytesInFlight() const;
     PinFrame pinFrameOf(ModuleRender const& ask, int reduce) const;
     void plan(PinFrame const& frame, FrameRequest const& moment, Depth depth);
+    void warnOfShrink(std::vector<Parameter> const& parameters, PlanReport const& plan);
     World renderedByModule(LoadedFrame& loaded, FrameRequest const& moment);
     World renderedInMemory(LoadedFrame& loaded, FrameRequest const& moment);
     void storeInMovie(RenderedFrame const& rendered);

@@ -2,6 +2,7 @@
 #include "zelk/render/memory_road.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "Transform/Common/PopupEntries.h"
 #include "Transform/Common/RowBands.h"
@@ -12,8 +13,10 @@
 #include "zelk/pictures/world_rows.h"
 #include "zelk/render/module_road.h"
 #include "zelk/scene/effect_result.h"
+#include "zelk/scene/kernel_choice.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/scene/parameter_values.h"
+#include "zelk/scene/words.h"
 
 namespace zelk {
 
@@ -82,11 +85,15 @@ void setShutter(PluginHost_Memory_Impl& host, std::vector<Parameter> const& para
 
 // Rows of float worlds, alpha first: the frame's and, behind it, the plate's.
 
+/// What the rounding of weights may leave of an opaque layer's alpha: eight products of weights and
+/// as many sums, each within 2^-24.
+constexpr float kWeightRounding = 0x1p-20f;
+
 void layNormally(float* pixel, float const* plate, int width) {
     for (; width > 0; --width, pixel += 4, plate += 4) {
         float const rest = 1.0f - pixel[0];
         // Nothing of a hidden plate counts, not even infinity times 0.
-        if (rest == 0) continue;
+        if (std::fabs(rest) <= kWeightRounding) continue;
         for (int c = 0; c < 4; ++c) pixel[c] += plate[c] * rest;
     }
 }
@@ -118,6 +125,16 @@ void layByMode(float* pixel, float const* plate, int width, BlendRow<PIXEL_ARGB3
     }
 }
 
+/// Lobes of a kernel leave alpha beyond 0 and 1 beside an edge in the layer, where the plate would
+/// come through lighter or darker than it is. Colour stays, as light may be brighter than white.
+void limitAlpha(World& frame) {
+    forEachRow(frame.height(), frame.rowBytes(), [&](int y) {
+        float* pixel = frame.rowAs<float>(y);
+        for (int x = 0; x < frame.width(); ++x, pixel += 4)
+            pixel[0] = std::clamp(pixel[0], 0.0f, 1.0f);
+    });
+}
+
 void layRow(World& frame, int y, float const* plate, int mode) {
     float* const pixels = frame.rowAs<float>(y);
     if (mode == PF_Xfer_IN_FRONT)
@@ -146,6 +163,7 @@ void renderInMemory(std::vector<Parameter> const& parameters, World& layer, Worl
     CommandResult result;
     result.code = Render(&host);
     checkResult(result, layerName);
+    if (resample.kernel.filter >= 0) limitAlpha(frame);
 }
 
 void layOver(World& frame, PictureReader& plate, int mode) {

@@ -14,6 +14,7 @@
 #include "hostkit/world.h"
 #include "zelk/pictures/pixel_size.h"
 #include "zelk/pictures/reader.h"
+#include "zelk/scene/scene.h"
 
 namespace zelk {
 
@@ -35,7 +36,8 @@ void renderInMemory(std::vector<Parameter> const& parameters, World& layer, Worl
                     std::string const& layerName, ResampleOptions const& resample = {});
 
 /// Lays `frame` over the plate, which has its size, by a PF_Xfer_* mode; both and the result are
-/// associated. Normal is f + p (1 - alpha of f) in each channel, f alone where that alpha is 1.
+/// associated. Normal is f + p (1 - alpha of f) in each channel, f alone where that alpha is 1 but
+/// for the rounding of a kernel's weights.
 /// Other modes blend straight colour by the effect's own arithmetic; where the frame is transparent
 /// the plate stays as it is. The plate's rows are read as they are needed.
 void layOver(World& frame, PictureReader& plate, int mode);

@@ -6,7 +6,7 @@
 
 namespace zelk {
 
-/// Without the lens map, which is read with its frame.
-ResampleOptions resampleOptionsOf(Scene const& scene);
+/// In a picture that is reduced by n. Without the lens map, which is read with its frame.
+ResampleOptions resampleOptionsOf(Scene const& scene, int n);
 
 }  // namespace zelk

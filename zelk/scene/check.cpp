@@ -34,6 +34,12 @@ constexpr FieldNames kNames[] = {
     {SceneField::kRoad, "road", nullptr},
     {SceneField::kPlain, "plain", nullptr},
     {SceneField::kHost, "host", nullptr},
+    {SceneField::kBest, "quality", "render.quality"},
+    {SceneField::kFilter, "filter", "render.filter"},
+    {SceneField::kTaps, "taps", "render.taps"},
+    {SceneField::kEdges, "edges", "render.edges"},
+    {SceneField::kFeather, "feather", "render.feather"},
+    {SceneField::kChoke, "choke", "render.choke"},
 };
 
 FieldNames const& namesOf(SceneField field) {
@@ -48,6 +54,16 @@ bool isOfFile(Scene const& scene, SceneField field) {
 /// What gives the frame a size of its own.
 SceneField frameField(Scene const& scene) {
     return scene.plate ? SceneField::kPlate : SceneField::kSize;
+}
+
+/// What takes the scene to the memory road, where nobody named that road.
+SceneField memoryField(Scene const& scene) {
+    if (scene.hasFrame()) return frameField(scene);
+    if (scene.isBest) return SceneField::kBest;
+    if (scene.filter) return SceneField::kFilter;
+    if (scene.taps) return SceneField::kTaps;
+    if (scene.edges == FrameEdges::kExact) return SceneField::kEdges;
+    return scene.featherPx > 0 ? SceneField::kFeather : SceneField::kChoke;
 }
 
 /// What set a parameter last; null for nothing.
@@ -79,6 +95,7 @@ public:
         checkPins(SceneField::kToPins, SceneField::kTrackTo);
         checkPins(SceneField::kFromPins, SceneField::kTrackFrom);
         checkFrame();
+        checkResampling();
         if (m_scene.roadTaken() == Road::kMemory) checkMemoryRoad();
     }
 
@@ -106,11 +123,31 @@ private:
         if (m_scene.plate && m_scene.size && isSet(kSize))
             refuse(kSize, fmt::format("does not go with {}, which gives the frame's size",
                                       other(kPlate, kSize)));
-        if (m_scene.hasFrame() && m_scene.road == Road::kModule)
+        if (m_scene.road != Road::kModule) return;
+        if (m_scene.hasFrame())
             refuse(kRoad, fmt::format("module renders a layer in its own frame: leave {} out",
                                       other(frameField(m_scene), kRoad)));
-        if (m_scene.isBest && m_scene.road == Road::kModule)
-            refuse(kRoad, "module renders by the effect's own qualities: low, medium, high, super");
+        if (m_scene.needsMemory())
+            refuse(kRoad, fmt::format("module resamples as the effect does: leave {} out",
+                                      other(memoryField(m_scene), kRoad)));
+    }
+
+    void checkResampling() const {
+        using enum SceneField;
+        auto const fits = [this](SceneField field, bool isGiven, SceneField needed,
+                                 char const* why) {
+            if (isGiven) refuse(field, fmt::format(fmt::runtime(why), other(needed, field)));
+        };
+        bool const isGrid = m_scene.edges == FrameEdges::kGrid;
+        fits(kFeather, isGrid && m_scene.featherPx > 0, kEdges, "needs {} exact");
+        fits(kChoke, isGrid && m_scene.chokePx > 0, kEdges, "needs {} exact");
+        fits(kTaps, m_scene.taps && !m_scene.filter, kFilter, "needs a kernel: give {}");
+        fits(kTaps, m_scene.taps && (m_scene.filter == "box" || m_scene.filter == "bilinear"),
+             kFilter, "does not go with {} box or bilinear, which have no table of weights");
+        if (m_scene.filter && m_scene.isBest)
+            refuse(kFilter,
+                   "does not go with the quality best, which takes the mean of what each "
+                   "pixel covers");
     }
 
     /// What the effect does only in a host.
@@ -144,9 +181,9 @@ std::string besides(Scene const& scene, SceneField field, bool ofFile) {
 }
 
 std::string noMemoryRoad(Scene const& scene, bool ofFile) {
-    if (!scene.hasFrame())
+    if (scene.road && !scene.hasFrame())
         return fmt::format("does not go with {} memory", nameOf(scene, SceneField::kRoad));
-    return "does not go with " + besides(scene, frameField(scene), ofFile);
+    return "does not go with " + besides(scene, memoryField(scene), ofFile);
 }
 
 std::string ownFrameOnly(Scene const& scene, bool ofFile) {

@@ -186,6 +186,31 @@ void editRoad(Scene& scene, Text& thing, Text& text) {
     scene.options[SceneField::kRoad] = thing;
 }
 
+void editFilter(Scene& scene, Text& thing, Text& text) {
+    scene.filter = wordOf(kFilterWords, pick(kFilterWords, thing, text));
+    scene.options[SceneField::kFilter] = thing;
+}
+
+void editTaps(Scene& scene, Text& thing, Text& text) {
+    scene.taps = pick(kTapWords, thing, text);
+    scene.options[SceneField::kTaps] = thing;
+}
+
+void editEdges(Scene& scene, Text& thing, Text& text) {
+    scene.edges = pick(kEdgeWords, thing, text);
+    scene.options[SceneField::kEdges] = thing;
+}
+
+void editFeather(Scene& scene, Text& thing, Text& text) {
+    scene.featherPx = numberInRange(thing, text, 0, kMostOutlinePx);
+    scene.options[SceneField::kFeather] = thing;
+}
+
+void editChoke(Scene& scene, Text& thing, Text& text) {
+    scene.chokePx = numberInRange(thing, text, 0, kMostOutlinePx);
+    scene.options[SceneField::kChoke] = thing;
+}
+
 void editPlain(Scene& scene, Text& thing, Text& text) {
     constexpr Choice<bool> kSwitch[] = {{"on", true}, {"off", false}};
     scene.isPlain = pick(kSwitch, thing, text);
@@ -235,6 +260,12 @@ constexpr SceneEdit kEdits[] = {
      "module: the effect in a host; memory: its pipeline in float, always with --over or --size "
      "(module)",
      editRoad},
+    {"filter", "NAME", "A kernel of `zelk filters` instead of the quality's", editFilter},
+    {"taps", "N", "Taps of the filter, 4, 6, 8 or 10: more make it wider (4)", editTaps},
+    {"edges", "EDGES", "grid, the effect's own, or exact (exact with --over or --size, else grid)",
+     editEdges},
+    {"feather", "PX", "Soften the outline over N pixels, half on each side (0)", editFeather},
+    {"choke", "PX", "Move the outline inward by N pixels (0)", editChoke},
     {"plain", "on|off", "Render by the plain command, not the smart protocol", editPlain},
     {"host", "ID",
      "The host to be: FXTC (After Effects), PrMr (Premiere Pro), KeyG (Final Cut Pro) or MOTN "

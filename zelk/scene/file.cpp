@@ -44,7 +44,10 @@ constexpr FileKey kCompKeys[] = {
     {"duration"},    {"pixelAspect"},  {"motionBlur"},
 };
 constexpr FileKey kMotionBlurKeys[] = {{"on"}, {"shutterAngle"}, {"shutterPhase"}};
-constexpr FileKey kRenderKeys[] = {{"depth"}, {"mode"}, {"downsample"}, {"size"}, {"quality"}};
+constexpr FileKey kRenderKeys[] = {
+    {"depth"}, {"mode"},  {"downsample"}, {"size"},  {"quality"}, {"filter"},
+    {"taps"},  {"edges"}, {"feather"},    {"choke"},
+};
 constexpr FileKey kParameterKeys[] = {{"id"}, {"value"}, {"keys"}};
 constexpr FileKey kKeyKeys[] = {
     {"frame", true}, {"value", true}, {"interpolation"}, {"in"}, {"out"},
@@ -224,6 +227,12 @@ void readRender(Node const& node, Scene& scene) {
         scene.size =
             PixelSize{size->element(0).whole(1, kLargestPx), size->element(1).whole(1, kLargestPx)};
     }
+    if (auto const filter = node.find("filter"))
+        scene.filter = wordOf(kFilterWords, filter->pick(kFilterWords));
+    if (auto const taps = node.find("taps")) scene.taps = taps->pick(kTapWords);
+    if (auto const edges = node.find("edges")) scene.edges = edges->pick(kEdgeWords);
+    if (auto const px = node.find("feather")) scene.featherPx = px->number(0, kMostOutlinePx);
+    if (auto const px = node.find("choke")) scene.chokePx = px->number(0, kMostOutlinePx);
 }
 
 /// A value of any kind; the parameter's own is looked at when it is applied.
@@ -403,6 +412,11 @@ Ordered renderJson(Scene const& scene) {
     if (scene.downsample) json["downsample"] = *scene.downsample;
     if (scene.isBest) json["quality"] = wordOf(kOwnQualities, true);
     if (scene.size) json["size"] = Ordered::array({scene.size->width, scene.size->height});
+    if (scene.filter) json["filter"] = *scene.filter;
+    if (scene.taps) json["taps"] = *scene.taps;
+    if (scene.edges) json["edges"] = wordOf(kEdgeWords, *scene.edges);
+    if (scene.featherPx > 0) json["feather"] = scene.featherPx;
+    if (scene.chokePx > 0) json["choke"] = scene.chokePx;
     return json;
 }
 

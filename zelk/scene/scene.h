@@ -157,6 +157,7 @@ enum class SceneField {
     kCodec,
     kTrackReading,
     kBest,
+    kChoke,
 };
 
 struct Scene {
@@ -183,7 +184,7 @@ struct Scene {
     std::optional<int> overMode;    ///< over the plate; of the edit "mode". Nothing: normal
     std::optional<Depth> depth;     ///< nothing: the layer's own
     std::optional<int> downsample;  ///< nothing: 1
-    std::optional<Road> road;       ///< nothing: memory in a frame of another size, else module
+    std::optional<Road> road;       ///< nothing: memory where the scene needs it, else module
     bool isPlain = false;           ///< by the plain render command, not the smart protocol
     std::filesystem::path module;   ///< empty: the one beside the program
     std::optional<HostApp> host;    ///< nothing: After Effects
@@ -196,7 +197,7 @@ struct Scene {
     bool isBest = false;                ///< Quality "best": every pixel integrates its footprint
     std::optional<std::string> filter;  ///< a kernel's name, instead of Quality's
     std::optional<int> taps;            ///< of the filter: 4, 6, 8 or 10
-    std::optional<FrameEdges> edges;    ///< nothing: exact in a frame of another size, else grid
+    std::optional<FrameEdges> edges;    ///< nothing: exact in a frame of its own, else grid
     double featherPx = 0, chokePx = 0;  ///< along the outline, as in ResampleOptions
     std::optional<int> movieStart;      ///< frame number of a movie's first picture; nothing: 0
     bool keepsOrientation = false;      ///< what a file says of its orientation is not applied
@@ -211,11 +212,17 @@ struct Scene {
     std::string editPrefix;
 
     bool hasFrame() const { return plate || size; }
-    /// What the effect's own controls can't say, and so no host's frame can have.
-    bool asksBeyondEffect() const { return isBest; }
+    bool softensOutline() const { return featherPx > 0 || chokePx > 0; }
+    FrameEdges edgesTaken() const {
+        bool const isExact = hasFrame() || softensOutline();
+        return edges.value_or(isExact ? FrameEdges::kExact : FrameEdges::kGrid);
+    }
+    /// Resampling that the effect's own controls don't have is asked for.
+    bool needsMemory() const {
+        return isBest || filter || taps || edges == FrameEdges::kExact || softensOutline();
+    }
     Road roadTaken() const {
-        bool const isOwn = hasFrame() || asksBeyondEffect();
-        return road.value_or(isOwn ? Road::kMemory : Road::kModule);
+        return road.value_or(hasFrame() || needsMemory() ? Road::kMemory : Road::kModule);
     }
     /// Of the transparent frame; nothing with a plate, whose size counts.
     std::optional<PixelSize> frameSize() const { return plate ? std::nullopt : size; }

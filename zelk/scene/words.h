@@ -53,6 +53,22 @@ inline constexpr Choice<HostApp> kHostWords[] = {{"FXTC", HostApp::kAfterEffects
                                                  {"KeyG", HostApp::kFinalCutPro},
                                                  {"MOTN", HostApp::kMotion}};
 
+inline constexpr Choice<FrameEdges> kEdgeWords[] = {{"grid", FrameEdges::kGrid},
+                                                    {"exact", FrameEdges::kExact}};
+
+/// The engine's kernels, by their numbers in its filter list. Box and bilinear are drawn by
+/// functions of their own, without a weight table.
+inline constexpr Choice<int> kFilterWords[] = {
+    {"box", 0},       {"bilinear", 1},  {"triangle", 2},  {"quadratic", 3}, {"catmull-rom", 4},
+    {"cubic", 5},     {"keys", 6},      {"simon", 7},     {"rifman", 8},    {"parzen", 9},
+    {"lanczos", 10},  {"lanczos2", 11}, {"lanczos3", 12}, {"gaussian", 13}, {"normal", 14},
+    {"bessel", 15},   {"sinc", 16},     {"hanning", 17},  {"hamming", 18},  {"blackman", 19},
+    {"mitchell", 20}, {"kaiser", 21}};
+inline constexpr Choice<int> kTapWords[] = {{"4", 4}, {"6", 6}, {"8", 8}, {"10", 10}};
+
+/// Most of a feather or a choke, pixels.
+inline constexpr double kMostOutlinePx = 10000;
+
 /// The shutter's limits, degrees: the angle from 0, the phase on both sides.
 inline constexpr double kMostShutterAngleDeg = 720, kMostShutterPhaseDeg = 360;
 

@@ -1,4 +1,4 @@
-// QV_Poly: a small convex polygon with a generic vertex, its clipper and its two scans.
+// QV_Poly: a small convex polygon with a generic vertex, its clipper and its three scans.
 //
 // A vertex carries thirteen doubles; a bit mask says which are live, and only those are clipped
 // and interpolated. Spaces: (sx, sy) is screen space in pixels with y down, homogeneous until
@@ -8,7 +8,8 @@
 //        left edge   sx            The plain scan samples pixel centres and hands one run a row to
 //           \  |- interior -|      the interior function. The area scan measures coverage on a grid
 //      .--edge-+------------+edge  of 16 sub-rows by 512 sub-columns a pixel and hands each row out
-//                                  as left edge run, interior run, right edge run.
+//                                  as left edge run, interior run, right edge run. The exact scan
+//                                  does so by the area itself.
 //
 // A polygon lives on the stack of one render. It owns its coverage buffer and nothing else.
 #pragma once
@@ -64,6 +65,8 @@ static_assert(sizeof(QV_Poly_vert) == kPolyFieldCount * sizeof(double));
 /// Sub-rows of a pixel row and sub-columns of a pixel in the area scan.
 constexpr int kSubRows = 16;
 constexpr int kSubColumns = 512;
+/// Pixels below which waking a team costs more than it saves.
+constexpr std::int64_t kPixelsForTeam = 16384;
 /// Both ends of a sub-row without coverage.
 constexpr int kEmptySpan = -10000000;
 
@@ -112,6 +115,11 @@ public:
     static void areaIncrementalize_x(QV_Poly_vert* lo, QV_Poly_vert* hi, QV_Poly_vert* p,
                                      QV_Poly_vert* dp, int x);
 
+    /// Exact scan: coverage is the area of the pixel inside the outline, to 1e-9; with m_featherPx
+    /// a ramp along it. Whole rows are drawn by the team. The polygon is convex and was clipped no
+    /// nearer than 1 + m_featherPx / 2 + m_chokePx outside the window.
+    void polyExactScan(QV_Window* win, int left, int top, int right, int bottom);
+
     /// Interior runs of the area scan are collected and rendered by an OpenMP team; those of the
     /// plain scan too where the scan clears.
     void setOpenMP() { m_useOpenMP = true; }
@@ -136,8 +144,9 @@ public:
     std::int32_t m_dstTop = 0;  ///< the row that m_dstData stands for
     QV_LineFunc m_interiorFunc = nullptr;
     QV_LineFunc m_edgeFunc = nullptr;
-    void* m_lineArg = nullptr;        ///< first argument of the line functions: the RenderSettings
-    std::int32_t m_coverageSize = 0;  ///< floats
+    void* m_lineArg = nullptr;  ///< first argument of the line functions: the RenderSettings
+    double m_featherPx = 0, m_chokePx = 0;  ///< of the exact scan, as in ResampleOptions
+    std::int32_t m_coverageSize = 0;        ///< floats
     std::unique_ptr<float[]> m_coverage;
     bool m_useOpenMP = false;
     std::unique_ptr<LineRenderStruct[]> m_spans;  ///< interior runs put off, during one scan

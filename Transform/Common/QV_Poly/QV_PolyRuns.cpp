@@ -10,13 +10,6 @@
 
 #include "Transform/Common/QV_Poly/QV_Poly.h"
 
-namespace {
-
-/// Pixels below which waking a team costs more than it saves.
-constexpr std::int64_t kPixelsForTeam = 16384;
-
-}  // namespace
-
 void QV_Poly::beginRuns(int rows) {
     if (m_clearHeight > 0)
         m_rows = std::make_unique<QV_RowCover[]>(static_cast<std::size_t>(m_clearHeight));

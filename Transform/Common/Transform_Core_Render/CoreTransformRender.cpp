@@ -3,6 +3,7 @@
 #include "Transform/Common/Transform_Core_Render/CoreTransformRender.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <optional>
 
 #include "Transform/Common/PixelBlocks.h"
@@ -62,6 +63,29 @@ void chooseFillFunctions(CoreRenderCall const& call, FormatFunctions const& f, R
     s.edgeFunc = call.singleChannel ? f.edgePolygon_1 : f.edgePolygon;
 }
 
+/// What a binding asks of the resampling, for float images of four channels.
+void takeResampleOptions(CoreRenderCall const& call, RenderSettings& s) {
+    bool const isTaken = s.resample && call.core.renderMode == 0 && !call.singleChannel &&
+                         !call.fillMode && call.src.pixelBytes == 4 * int{sizeof(float)};
+    s.hasExactEdges = isTaken && s.resample->edges == EdgeCoverage::kExact;
+    bool const isOutline = s.hasExactEdges && s.drawsFrame;
+    s.featherPx = isOutline ? s.resample->featherPx : 0;
+    s.chokePx = isOutline ? s.resample->chokePx : 0;
+    s.hasChosenKernel = isTaken && s.resample->kernel.filter >= 0;
+}
+
+/// Exact edges: sampled as the interior is, so that no rim of another kernel shows. What is not
+/// covered is 0, whatever stands there in the source.
+void edgeOfInterior(void* settings, LineRenderStruct* line) {
+    auto* pixel = static_cast<float*>(line->dest);
+    int const count = line->count;
+    static_cast<RenderSettings const*>(settings)->interiorFunc(settings, line);
+    for (int i = 0; i < count; ++i, pixel += 4) {
+        float const coverage = line->coverage[i];
+        for (int c = 0; c < 4; ++c) pixel[c] = coverage == 0 ? 0 : pixel[c] * coverage;
+    }
+}
+
 //   quality | four channels                     | one channel
 //   0       | nearest, no edge function         | the same
 //   1       | bilinear, covered bilinear edges  | the same, edges covered only if edgeCoverage
@@ -84,6 +108,7 @@ void chooseLineFunctions(CoreRenderCall const& call, FormatFunctions const& f, R
         s.edgeFunc = f.edgeBilinear;
     }
     if (call.fillMode) chooseFillFunctions(call, f, s);
+    if (s.hasExactEdges) s.edgeFunc = edgeOfInterior;
 }
 
 /// Matrix of the render; false when the pins are rejected.
@@ -97,7 +122,9 @@ bool buildMatrix(CoreRenderCall const& call, RenderSettings& s, QV_Mtrx44& matri
     s.dstWidth = call.dst.width;
     s.dstHeight = call.dst.height;
     if (s.renderMode != 0) return true;
-    return calcMatrix(matrix, call.core, s, s.hostWidth, s.hostHeight) == 0;
+    if (calcMatrix(matrix, call.core, s, s.hostWidth, s.hostHeight) != 0) return false;
+    if (s.hasExactEdges && !call.core.useCamera) fillView(matrix, s.hostWidth, s.hostHeight);
+    return true;
 }
 
 /// Pointers, strides and bounds that the line functions read.
@@ -134,7 +161,11 @@ void scan(QV_Poly& poly, QV_Window& window, QV_IRect const& rect, RenderSettings
     poly.m_edgeFunc = s.edgeFunc;
     poly.m_lineArg = &s;
     poly.m_mask = (poly.m_mask & ~static_cast<std::uint32_t>(kMaskSw)) | kMaskQ;
-    if (isFiltered(s))
+    poly.m_featherPx = s.featherPx;
+    poly.m_chokePx = s.chokePx;
+    if (s.hasExactEdges)
+        poly.polyExactScan(&window, rect.left, rect.top, rect.right, rect.bottom);
+    else if (isFiltered(s))
         poly.polyAreaScan(&window, rect.left, rect.top, rect.right, rect.bottom);
     else
         poly.poly_scan(&window, rect.left, rect.top, rect.right, rect.bottom);
@@ -218,6 +249,7 @@ Drawn draw(CoreRenderCall const& call, FormatFunctions const& functions) {
     s.taps = call.core.sizeIndex;
     s.quality = qualityOfFilter(call.core.filter);
     s.footprint = nullptr;
+    takeResampleOptions(call, s);
     ResampleOptions const* const resample = resampleOf(call, s);
     FrameMap const* const map = mapOf(resample, s);
     bool const integrates = resample && resample->integratesFootprint;

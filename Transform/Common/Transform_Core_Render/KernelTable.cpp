@@ -96,7 +96,10 @@ void calculateLut(RenderSettings* settings, bool clampNegative) {
         for (int k = 0; k < taps; ++k) {
             double const t = k * step;
             double const position = 2.0 * t - (1.0 - t);
-            double weight = settings->kernelFunc((position - r) * inv, settings);
+            double const away = settings->hasChosenKernel && taps > 4
+                                    ? (k - (taps / 2 - 1) - r) * 3.0 * step
+                                    : position - r;
+            double weight = settings->kernelFunc(away * inv, settings);
             if (clampNegative && weight < 0.0) weight = 0.0;
             weights[k] = weight;
             sum += weight;

@@ -4,6 +4,10 @@
 // three kernel units, from -1 to 2, whatever their number: more taps stretch the kernel over more
 // source pixels. Rows are normalised to a sum of 1 and packed N floats apart.
 //
+// Spread so, more than four taps stand over their pixels at fraction 1/2 alone, and a picture jumps
+// by (N - 4) / 3 pixels from the end of a source pixel to the start of the next. A kernel of
+// ResampleOptions is stretched as much about the sample's own position instead.
+//
 //  0 box       4 catrom   8 rifman    12 lanczos3  16 sinc      20 mitchell
 //  1 triangle  5 cubic    9 parzen    13 gaussian  17 hanning   21 kaiser
 //  2 triangle  6 keys    10 lanczos   14 normal    18 hamming

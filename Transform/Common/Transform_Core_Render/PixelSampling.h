@@ -171,13 +171,14 @@ inline void sample4x4(RenderSettings const& s, SourcePosition at, float* out) {
                                 weightRow(s, v.fraction, 4), out);
 }
 
-/// `taps` by `taps` taps, black outside.
+/// `taps` by `taps` taps; outside black, or the border where the settings say so.
 template <class T, int C>
 inline void sampleTaps(RenderSettings const& s, SourcePosition at, float* out) {
     int const taps = std::min(s.taps, kMaxTaps);
     const SplitCoordinate u = split(at.u), v = split(at.v);
-    sumBlockAt<T, C, kMaxTaps, Outside::kBlack>(
-        s, u.whole - (taps / 2 - 1), v.whole - (taps / 2 - 1), taps, weightRow(s, u.fraction, taps),
+    auto* const sum = s.hasChosenKernel ? sumBlockAt<T, C, kMaxTaps, Outside::kRepeatBorder>
+                                        : sumBlockAt<T, C, kMaxTaps, Outside::kBlack>;
+    sum(s, u.whole - (taps / 2 - 1), v.whole - (taps / 2 - 1), taps, weightRow(s, u.fraction, taps),
         weightRow(s, v.fraction, taps), out);
 }
 

@@ -7,6 +7,7 @@
 // The pivot, the aspect and its reciprocal are single precision; everything else is double.
 #include "Transform/Common/Transform_Core_Render/calcMatrix.h"
 
+#include <cmath>
 #include <cstring>
 
 namespace {
@@ -169,4 +170,14 @@ int calcMatrix(QV_Mtrx44& matrix, CoreRenderArguments& core, RenderSettings& set
     if (core.renderMode == 1 && isFiltered(settings))
         matrix.scale((w - 1.0f) / w, (h - 1.0f) / h, 1.0);
     return 0;
+}
+
+void fillView(QV_Mtrx44& matrix, int width, int height) {
+    // Twice the tangent of half the field of view, times the distance: 1 but for its rounding.
+    double const zoom = 2.0 * std::tan(kFieldOfViewDeg / 360.0 * 3.141592653589793) * kViewDistance;
+    double const centre[2] = {0.5 * width, 0.5 * height};
+    for (int row = 0; row < 16; row += 4)
+        for (int axis = 0; axis < 2; ++axis)
+            matrix.m[row + axis] =
+                zoom * matrix.m[row + axis] + (1.0 - zoom) * centre[axis] * matrix.m[row + 3];
 }

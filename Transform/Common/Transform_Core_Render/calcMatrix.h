@@ -13,3 +13,8 @@
 /// then, and the quad tested is already stored.
 int calcMatrix(QV_Mtrx44& matrix, CoreRenderArguments& core, RenderSettings& settings, int width,
                int height);
+
+/// Takes back, after calcMatrix with the fixed frustum and a quad map, what the single-precision
+/// view distance leaves: pixels 4e-8 nearer to the centre. The unit square then fills the frame to
+/// 1e-12 pixels.
+void fillView(QV_Mtrx44& matrix, int width, int height);

@@ -70,7 +70,8 @@ void layCorners(QV_FRect const& c, QV_Lerp const& toU, QV_Lerp const& toV, doubl
 }
 
 /// Puts the corners into `poly`, on screen. `flip` negates those behind the viewer: the
-/// homogeneous point -p is the same point as p.
+/// homogeneous point -p is the same point as p. With exact edges it negates all of them, so that
+/// the outline stays convex.
 void placeCorners(QV_Poly_vert const (&corners)[kCornerCount], RenderSettings const& s,
                   QV_Mtrx44 const& matrix, bool flip, QV_Poly& poly) {
     poly.m_n = kCornerCount;
@@ -85,7 +86,7 @@ void placeCorners(QV_Poly_vert const (&corners)[kCornerCount], RenderSettings co
         } else {
             matrix.transform(v.x, v.y, v.z, 1.0, &v.sx, &v.sy, &v.sz, &v.sw);
         }
-        if (flip && v.sw < 0.0) {
+        if (flip && (s.hasExactEdges || v.sw < 0.0)) {
             v.sx = -v.sx;
             v.sy = -v.sy;
             v.sz = -v.sz;
@@ -119,6 +120,14 @@ bool divideByW(QV_Poly& poly, QV_Poly_box const& box) {
     return true;
 }
 
+/// Exact edges need the outline as it is as far as it can be felt in the frame: there a side of the
+/// box is none of it.
+QV_Poly_box clipBox(RenderSettings const& s, QV_FRect const& clip) {
+    double const beside = s.hasExactEdges ? 1.0 + 0.5 * s.featherPx + s.chokePx : 0.0;
+    double const last = s.hasExactEdges ? 1.0 + beside : kLastPixelExtent;
+    return {clip.left - beside, clip.right + last, clip.top - beside, clip.bottom + last, 0.0, 1.0};
+}
+
 QV_IRect pixelBounds(QV_Poly const& poly, bool filtered) {
     float left = static_cast<float>(poly.m_vert[0].sx), right = left;
     float top = static_cast<float>(poly.m_vert[0].sy), bottom = top;
@@ -143,9 +152,7 @@ int transformPoly(PluginHost_API* /*host*/, QV_Poly* poly, QV_FRect* target, QV_
                   QV_IRect* bounds, QV_Window* window, RenderSettings* settings,
                   QV_Mtrx44 const* matrix) {
     const QV_FRect clip = clipRectangle(*settings, *target);
-    QV_Poly_box box = {clip.left, clip.right + kLastPixelExtent,
-                       clip.top,  clip.bottom + kLastPixelExtent,
-                       0.0,       1.0};
+    QV_Poly_box box = clipBox(*settings, clip);
     if (window) {
         *window = {saturatingInt(clip.left), saturatingInt(clip.top), saturatingInt(clip.right),
                    saturatingInt(clip.bottom)};

@@ -29,6 +29,15 @@ R --downsample 1.5;2;"1.5";whole number
 R --quality ultra;2;"ultra";low, medium, high or super
 R --threads -1;2;"-1";0 to 1024
 R --over in.png --downsample 2;2;--downsample
+R --filter kees;2;"kees";mitchell or kaiser
+R --filter keys --road module;2;--road module;leave --filter out
+R --filter keys --plain;2;--plain does not go with --filter
+R --taps 6;2;--taps needs a kernel: give --filter
+R --filter box --taps 6;2;--taps;box or bilinear
+R --feather 3 --edges grid;2;--feather needs --edges exact
+R --choke -1;2;"-1";0 to 10000
+filters mitchel;2;"mitchel";mitchell
+filters --plot none/f.png;4;none/f.png
 R --downsample 3;2;"3";1 to 2
 R --to 0,0_1,0_0,1;2;--to;(3);four corners
 R --to 0,0_1_0,1_1,1;2;"1";x,y

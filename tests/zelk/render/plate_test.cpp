@@ -1,5 +1,6 @@
 // A layer in a frame of another size, over a plate: exact arithmetic, windows, alpha, depth, and
 // the two roads against each other.
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -102,6 +103,52 @@ TEST_F(Plate, TheDeeperOfTwoFilesAndThePlatesAlphaDecideTheOutput) {
         EXPECT_EQ(picture.format + std::to_string(picture.channels),
                   type + std::to_string(channels))
             << layer << " over " << plate;
+    }
+}
+
+// Not even endless light comes through a layer of the plate's size, whatever samples it; alpha
+// stays within 0 and 1 beside an edge in the layer, where lobes overshoot.
+TEST_F(Plate, ALayerThatFillsTheFrameHidesThePlate) {
+    auto layer = noise<float>(24, 18, 4, 21);
+    for (std::size_t i = 3; i < layer.values.size(); i += 4) layer.values[i] = 1;
+    writePicture(at("layer.exr"), layer);
+    OIIO::ImageSpec const spec(24, 18, 4, OIIO::TypeFloat);
+    writeValues(at("plate.exr"), spec, {std::numeric_limits<float>::infinity()});
+    for (std::string const how : {"--quality low", "--quality medium", "--quality high",
+                                  "--filter sinc --taps 10", "--filter catmull-rom"}) {
+        SCOPED_TRACE(how);
+        render("layer.exr", "out.exr", joined({"--over", "plate.exr"}, split(how, ' ')));
+        for (float const value : readPicture<float>(at("out.exr")).values) ASSERT_LT(value, 2);
+    }
+    for (std::size_t i = 3; i < layer.values.size(); i += 4) layer.values[i] = i / 4 % 24 > 11;
+    writePicture(at("layer.exr"), layer);
+    render("layer.exr", "out.exr", {"--size", "50x40", "--filter", "catmull-rom"});
+    auto const out = readPicture<float>(at("out.exr"));
+    for (std::size_t i = 3; i < out.values.size(); i += 4)
+        ASSERT_EQ(out.values[i], std::clamp(out.values[i], 0.f, 1.f));
+}
+
+// The grid's 1/16 in the first row is still there to be had.
+TEST_F(Plate, EdgesAndShrinksAreToldApart) {
+    writeValues(at("white.png"), OIIO::ImageSpec(64, 48, 3, OIIO::TypeUInt8), {1});
+    writeValues(at("black.exr"), OIIO::ImageSpec(64, 48, 4, OIIO::TypeFloat), {0});
+    for (std::string const edges : {"grid", "exact"}) {
+        render("white.png", "out.exr",
+               {"--over", "black.exr", "--quality", "medium", "--edges", edges});
+        auto const out = readPicture<float>(at("out.exr"));
+        EXPECT_EQ(out.at(30, 0, 3), edges == "grid" ? 15 / 16.f : 1) << edges;
+    }
+    for (auto const& [words, isTold] :
+         {std::pair<Words, bool>{{"--to", "2,2 36,2 2,28 36,28"}, false},
+          {{"--to", "2,2 30,2 2,24 30,24"}, false},
+          {{"--to", "2,2 30,2 2,24 30,24", "--quality", "medium"}, true},
+          {{"--to", "2,2 26,2 2,22 26,22"}, true},
+          {{"--to", "0,0 64,0 20,48 22,48"}, true},
+          {{"--to", "0,0 30,0 0,24 30,24", "--quality", "super"}, false},
+          {{"--to", "0,0 30,0 0,24 30,24", "--filter", "parzen"}, false}}) {
+        Outcome const outcome = run(joined({"render", "white.png", "-o", "out.png"}, words));
+        EXPECT_EQ(has(outcome.err, "--quality best"), isTold) << words[1] << outcome.err;
+        EXPECT_EQ(outcome.exitCode, 0);
     }
 }
 

@@ -131,6 +131,8 @@ TEST_F(Files, ParamsHelpAndVersionGoToStandardOutput) {
          {std::pair<Words, Words>{{"--help"}, help},
           {{"help", "render"}, {"Usage: zelk render", "--in-place"}},
           {{"--version"}, {"zelk "}},
+          {{"filters"}, {"mitchell          20        2  no             yes", "kaiser"}},
+          {{"filters", "sinc", "--plot", "plot.png"}, {"sinc              16     none  yes"}},
           {{"params", "--resource"},
            {"Quorvane Zelk Corner Pin\n", "EntryPointFunc", "0x80600", "0x6088001", "0x1408"}},
           {{"params"},

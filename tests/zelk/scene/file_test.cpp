@@ -58,6 +58,8 @@ TEST_F(ProjectFile, GoesThereAndBackWithEveryKindAndInterpolation) {
     project.output = ScenePath{"../o", home}, project.frames = "1-10x3";
     project.depth = Depth::kFloat, project.overMode = PF_Xfer_COLOR_BURN;
     project.downsample = 2, project.size = PixelSize{9, 8}, project.isBest = true;
+    project.filter = "lanczos2", project.taps = 8, project.edges = FrameEdges::kExact;
+    project.featherPx = 1.5, project.chokePx = 0.25;
     host.resetParameters(320, 180);
     int seed = 0;
     for (Parameter& parameter : host.parameters()) {
@@ -76,6 +78,9 @@ TEST_F(ProjectFile, GoesThereAndBackWithEveryKindAndInterpolation) {
     Scene const read = readScene(project.file);
     EXPECT_EQ(sceneText(read), bytesOf("a.zelk.json"));
     EXPECT_TRUE(has(bytesOf("a.zelk.json"), "\"id\": 134"));
+    EXPECT_EQ(
+        std::tie(read.filter, read.taps, read.edges, read.featherPx, read.chokePx),
+        std::tie(project.filter, project.taps, project.edges, project.featherPx, project.chokePx));
     again.resetParameters(320, 180);
     setValues(read, ValuesFrom::kFile, again.parameters());
     EXPECT_EQ(sceneText(sceneOf(read, again.parameters(), defaults)), bytesOf("a.zelk.json"));
@@ -219,6 +224,8 @@ TEST_F(ProjectFile, TheSchemaAndTheCommandLineKnowTheSameWords) {
     }
     auto const modes = wordsOf(kOverModes);
     EXPECT_EQ(schema["$defs"]["render"]["properties"]["mode"]["enum"], Json(modes));
+    EXPECT_EQ(schema["$defs"]["render"]["properties"]["filter"]["enum"],
+              Json(wordsOf(kFilterWords)));
     expectRefusal("render a -o b --over p --mode ?"_words, 2, {listOf(modes)});
 }
 
