@@ -172,6 +172,17 @@ World FrameStages::renderedInMemory(LoadedFrame& loaded, FrameRequest const& mom
     return picture;
 }
 
+QuadMap FrameStages::mapAt(int frame) {
+    FrameRequest const moment = momentOf(frame);
+    PinFrame const space = pinFrameOf(m_ask, 1);
+    plan(space, moment, Depth::kFloat);
+    return mapOf(parametersAt(m_host->parameters(), {moment.time, moment.timeBase.scale}), space);
+}
+
+World FrameStages::stPictureAt(int frame) {
+    return stPictureOf(mapAt(frame), m_host->parameters(), momentOf(frame));
+}
+
 /// Notes what is about to be rendered.
 void FrameStages::plan(PinFrame const& frame, FrameRequest const& moment, Depth depth) {
     auto const parameters =

@@ -19,6 +19,7 @@
 #include "zelk/pictures/writer.h"
 #include "zelk/render/memory_road.h"
 #include "zelk/render/module_road.h"
+#include "zelk/render/quad_map.h"
 #include "zelk/render/run_options.h"
 #include "zelk/scene/inputs.h"
 #include "zelk/scene/quad_check.h"
@@ -88,6 +89,10 @@ public:
     /// FrameRenderer's picture, as a world.
     World world(int frame, PreviewOptions const& options = {});
     World layerWorld(int frame);  ///< the layer alone, straight
+    /// The map of the frame's own moment, whatever its shutter, at full resolution; after begin.
+    /// No pixel of any input is read.
+    QuadMap mapAt(int frame);
+    World stPictureAt(int frame);  ///< the same as stPictureOf makes it
 
     /// What `load` and `store` would refuse of a frame, as far as its files' headers, the output's
     /// place and its writer tell. Reads no pixels and writes nothing.
