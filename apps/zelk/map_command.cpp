@@ -8,7 +8,7 @@
 #include "zelk/render/frame_stages.h"
 #include "zelk/render/map_text.h"
 #include "zelk/render/setup.h"
-#include "zelk/scene/check.h"
+#include "zelk/scene/invert.h"
 #include "zelk/sequence/schedule.h"
 #include "zelk/text/choices.h"
 #include "zelk/text/errors.h"
@@ -74,7 +74,7 @@ void MapCommand::addOptions(CLI::App& app) {
     add.flag("Files", "--matrix", m_isMatrix, "Write matrices, as .json or .csv");
     add.text("Time", "--project", m_project, "FILE",
              "Layer, plate, frames and keyframed parameters; options override it");
-    m_scene.add(add, {"frames", "rate", "road", "grow", "host", "module"});
+    m_scene.add(add, {"invert", "frames", "rate", "road", "grow", "host", "module"});
 }
 
 ExitCode MapCommand::run(Invocation const& how) {
@@ -82,6 +82,7 @@ ExitCode MapCommand::run(Invocation const& how) {
     own.output.reset();  // that of its render
     Scene scene = m_scene.edited(std::move(own));
     checkTyped(scene);
+    scene = invertedScene(std::move(scene));
     scene.downsample.reset();
     scene.missing = MissingInput::kHold;  // of inputs nothing but the first size is read
     fs::path const output = scene.outputPath();

@@ -17,6 +17,7 @@
 #include "zelk/render/memory_budget.h"
 #include "zelk/render/setup.h"
 #include "zelk/scene/check.h"
+#include "zelk/scene/invert.h"
 #include "zelk/scene/refusal.h"
 #include "zelk/text/errors.h"
 
@@ -111,6 +112,9 @@ void FrameStages::check(int frame) {
     if (m_files.plate)
         if (auto const file = m_files.plate->pictureOf(frame))
             plate = openSized(*file, m_sizes.frame).traits();
+    if (m_files.stMap)
+        if (auto const file = m_files.stMap->pictureOf(frame))
+            m_warnings.add(checkStMap(*file, m_sizes.frame));
     settleOutput(layer, plate, headers);
     PinFrame const space = pinFrameOf(headers.ask, 1);
     plan(space, frameRequest(m_comp, frame), Depth::kFloat);
@@ -157,10 +161,17 @@ World FrameStages::renderedInMemory(LoadedFrame& loaded, FrameRequest const& mom
     int const n = loaded.reduce;
     PixelSize const layer = reduced(m_sizes.layer, n), frame = reduced(m_sizes.frame, n);
     World picture({frame.width, frame.height, Depth::kFloat}, PixelMemory::Start::kAnything);
+    FrameMap map;
+    ResampleOptions resample;
+    if (loaded.map) {
+        map = loaded.map->frameMap();
+        resample.map = &map;
+    }
     renderInMemory(m_host->parameters(), loaded.layer, picture,
                    {{layer.width * n, layer.height * n}, {frame.width * n, frame.height * n}},
-                   moment, m_scene.layer.name());
+                   moment, m_scene.layer.name(), resample);
     loaded.layer = World();
+    loaded.map.reset();
     endStage("render");
     if (m_explanation) m_explanation->covered = countCovered(picture);
     int const mode = m_scene.overMode.value_or(PF_Xfer_IN_FRONT);
@@ -232,7 +243,10 @@ std::uint64_t FrameStages::bytesInFlight() const {
     std::uint64_t const plate = m_files.plate && m_inFlight > 1
                                     ? std::uint64_t{16} * m_sizes.frame.width * m_sizes.frame.height
                                     : 0;
-    return plate + frameRenderBytes(m_sizes.layer.width, m_sizes.layer.height, m_sizes.frame.width,
+    // Numbered maps are as many as frames.
+    std::uint64_t const map =
+        m_files.stMap ? std::uint64_t{8} * m_sizes.frame.width * m_sizes.frame.height : 0;
+    return plate + map + frameRenderBytes(m_sizes.layer.width, m_sizes.layer.height, m_sizes.frame.width,
                                     m_sizes.frame.height);
 }
 
@@ -277,7 +291,7 @@ RunOptions oneByOne(RenderOptions const& options) {
 
 FrameRenderer::FrameRenderer(Scene scene, RenderOptions const& options)
     : m_stages(withUserErrors(
-          [&] { return std::make_unique<FrameStages>(std::move(scene), oneByOne(options)); })) {}
+          [&] { return std::make_unique<FrameStages>(invertedScene(std::move(scene)), oneByOne(options)); })) {}
 FrameRenderer::~FrameRenderer() = default;
 
 Scene const& FrameRenderer::scene() const { return m_stages->scene(); }

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "hostkit/host.h"
+#include "zelk/inputs/st_map.h"
 #include "zelk/movies/writer.h"
 #include "zelk/pictures/reader.h"
 #include "zelk/pictures/writer.h"
@@ -33,6 +34,7 @@ struct LoadedFrame {
     World layer;
     std::optional<World> plate;
     std::optional<PictureReader> plateRows;  ///< a plate whose rows are read when they are needed
+    std::shared_ptr<StMap const> map;        ///< of the frame at this size; null for none
     WriteRequest file;
     ModuleRender ask;  ///< on the module road; each file has its own depth
     int reduce = 1;
@@ -125,6 +127,7 @@ private:
                     LoadedFrame& loaded);
     void loadPlate(std::optional<InputPicture> const& file, PictureTraits& traits,
                    LoadedFrame& loaded);
+    std::shared_ptr<StMap const> loadMap(std::optional<InputPicture> const& file, int reduce);
     void settleOutput(PictureTraits const& layer, PictureTraits const& plate, LoadedFrame& loaded);
     std::uint64_t bytesInFlight() const;
     PinFrame pinFrameOf(ModuleRender const& ask, int reduce) const;
@@ -145,6 +148,8 @@ private:
     PictureTraits m_layerTraits, m_plateTraits;  ///< also a black picture's
     ModuleRender m_ask;
     Warnings m_warnings;
+    std::shared_ptr<StMap const> m_map;  ///< the last one that was loaded
+    std::string m_mapKey;                ///< what it was read from
     std::optional<MovieWriter> m_movie;
     bool m_isMovieChecked = false;
     Explanation* m_explanation;

@@ -136,8 +136,9 @@ World readAssociatedWorld(PictureReader& picture) {
 
 void renderInMemory(std::vector<Parameter> const& parameters, World& layer, World& frame,
                     ImageSizes const& full, FrameRequest const& moment,
-                    std::string const& layerName) {
+                    std::string const& layerName, ResampleOptions const& resample) {
     PluginHost_Memory_Impl host(describe(layer), describe(frame), MemoryHostFamily::kFXPLUG);
+    host.setResampleOptions(&resample);
     setControls(host, parameters, full);
     setShutter(host, parameters, moment.shutter);
     host.setTime({moment.time, moment.timeBase.step, static_cast<int>(moment.timeBase.scale)},

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "Transform/Common/ResampleOptions.h"
 #include "hostkit/frame_request.h"
 #include "hostkit/parameters.h"
 #include "hostkit/world.h"
@@ -27,10 +28,10 @@ struct ImageSizes {
 
 /// Renders `layer` by the parameters' values at a moment into `frame`, both float worlds of
 /// associated colour, perhaps smaller than their full sizes; what the layer does not cover becomes
-/// transparent. Throws a render error when the pipeline fails.
+/// transparent. `resample` is what the controls can't say. Throws a render error when the pipeline fails.
 void renderInMemory(std::vector<Parameter> const& parameters, World& layer, World& frame,
                     ImageSizes const& full, FrameRequest const& moment,
-                    std::string const& layerName);
+                    std::string const& layerName, ResampleOptions const& resample = {});
 
 /// Lays `frame` over the plate, which has its size, by a PF_Xfer_* mode; both and the result are
 /// associated. Normal is f + p (1 - alpha of f) in each channel, f alone where that alpha is 1.

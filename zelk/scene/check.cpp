@@ -7,6 +7,7 @@
 #include <iterator>
 
 #include "platform/effect_api/effect_types.h"
+#include "zelk/movies/frames.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/scene/refusal.h"
 
@@ -34,6 +35,8 @@ constexpr FieldNames kNames[] = {
     {SceneField::kRoad, "road", nullptr},
     {SceneField::kPlain, "plain", nullptr},
     {SceneField::kHost, "host", nullptr},
+    {SceneField::kStMap, "st-map", "stMap"},
+    {SceneField::kInvert, "invert", "render.invert"},
 };
 
 FieldNames const& namesOf(SceneField field) {
@@ -45,9 +48,12 @@ bool isOfFile(Scene const& scene, SceneField field) {
     return !scene.isSetBy(field) && !scene.file.empty() && namesOf(field).place;
 }
 
-/// What gives the frame a size of its own.
-SceneField frameField(Scene const& scene) {
-    return scene.plate ? SceneField::kPlate : SceneField::kSize;
+/// What needs the memory road: what gives the frame a size of its own, or else.
+SceneField memoryField(Scene const& scene) {
+    return scene.isInverted ? SceneField::kInvert
+           : scene.plate    ? SceneField::kPlate
+           : scene.size     ? SceneField::kSize
+                            : SceneField::kStMap;
 }
 
 /// What set a parameter last; null for nothing.
@@ -74,11 +80,13 @@ public:
     explicit Checker(Scene const& scene) : m_scene(scene) {}
 
     void check() const {
-        if (!m_scene.layer.isGiven())
+        if (m_scene.isInverted) checkInverted();
+        if (!m_scene.layer.isGiven() && !(m_scene.isInverted && m_scene.plate))
             throw missing(subjectOf(m_scene, SceneField::kLayer), "a picture file");
         checkPins(SceneField::kToPins, SceneField::kTrackTo);
         checkPins(SceneField::kFromPins, SceneField::kTrackFrom);
         checkFrame();
+        if (m_scene.stMap) checkStMap();
         if (m_scene.roadTaken() == Road::kMemory) checkMemoryRoad();
     }
 
@@ -99,16 +107,31 @@ private:
         return besides(m_scene, field, isOfFile(m_scene, refused));
     }
 
+    /// What has no place where the picture is taken out of what it was laid over.
+    void checkInverted() const {
+        for (SceneField const field :
+             {SceneField::kFromPins, SceneField::kTrackFrom, SceneField::kMode, SceneField::kStMap})
+            if (isSet(field) || (field == SceneField::kStMap && m_scene.stMap))
+                refuse(field, "does not go with " + other(SceneField::kInvert, field));
+    }
+
+    void checkStMap() const {
+        if (!m_scene.stMap->buffer && isMovieInput(m_scene.stMap->file.path()))
+            throw refusalOf(m_scene, SceneField::kStMap,
+                            "a movie can't say where pixels look:", m_scene.stMap->name(),
+                            "pictures, such as OpenEXR");
+    }
+
     void checkFrame() const {
         using enum SceneField;
         if (m_scene.overMode.value_or(PF_Xfer_IN_FRONT) != PF_Xfer_IN_FRONT && !m_scene.plate)
             refuse(kMode, "needs a plate: give " + nameOf(m_scene, kPlate));
-        if (m_scene.plate && m_scene.size && isSet(kSize))
+        if (m_scene.plate && m_scene.size && isSet(kSize) && !m_scene.isInverted)
             refuse(kSize, fmt::format("does not go with {}, which gives the frame's size",
                                       other(kPlate, kSize)));
-        if (m_scene.hasFrame() && m_scene.road == Road::kModule)
+        if (m_scene.needsMemory() && m_scene.road == Road::kModule)
             refuse(kRoad, fmt::format("module renders a layer in its own frame: leave {} out",
-                                      other(frameField(m_scene), kRoad)));
+                                      other(memoryField(m_scene), kRoad)));
     }
 
     /// What the effect does only in a host.
@@ -142,9 +165,9 @@ std::string besides(Scene const& scene, SceneField field, bool ofFile) {
 }
 
 std::string noMemoryRoad(Scene const& scene, bool ofFile) {
-    if (!scene.hasFrame())
+    if (!scene.needsMemory())
         return fmt::format("does not go with {} memory", nameOf(scene, SceneField::kRoad));
-    return "does not go with " + besides(scene, frameField(scene), ofFile);
+    return "does not go with " + besides(scene, memoryField(scene), ofFile);
 }
 
 std::string ownFrameOnly(Scene const& scene, bool ofFile) {

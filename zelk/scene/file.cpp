@@ -36,7 +36,7 @@ constexpr int kVersion = 1;
 constexpr int kMostFrame = INT32_MAX;
 
 constexpr FileKey kProjectKeys[] = {
-    {"schema", true}, {"version", true}, {"comp", true}, {"layer", true}, {"plate"},
+    {"schema", true}, {"version", true}, {"comp", true}, {"layer", true}, {"plate"}, {"stMap"},
     {"output"},       {"frames"},        {"render"},     {"parameters"},
 };
 constexpr FileKey kCompKeys[] = {
@@ -44,7 +44,7 @@ constexpr FileKey kCompKeys[] = {
     {"duration"},    {"pixelAspect"},  {"motionBlur"},
 };
 constexpr FileKey kMotionBlurKeys[] = {{"on"}, {"shutterAngle"}, {"shutterPhase"}};
-constexpr FileKey kRenderKeys[] = {{"depth"}, {"mode"}, {"downsample"}, {"size"}};
+constexpr FileKey kRenderKeys[] = {{"depth"}, {"mode"}, {"downsample"}, {"size"}, {"invert"}};
 constexpr FileKey kParameterKeys[] = {{"id"}, {"value"}, {"keys"}};
 constexpr FileKey kKeyKeys[] = {
     {"frame", true}, {"value", true}, {"interpolation"}, {"in"}, {"out"},
@@ -217,6 +217,7 @@ void readRender(Node const& node, Scene& scene) {
     node.requireKeys("render");
     if (auto const depth = node.find("depth")) scene.depth = depth->pick(kDepthWords);
     if (auto const mode = node.find("mode")) scene.overMode = mode->pick(kOverModes);
+    if (auto const invert = node.find("invert")) scene.isInverted = invert->flag();
     if (auto const n = node.find("downsample")) scene.downsample = n->whole(1, kLargestPx);
     if (auto const size = node.find("size")) {
         if (!size->json().is_array() || size->json().size() != 2) size->fail("[width, height]");
@@ -331,6 +332,7 @@ Scene readRoot(fs::path const& file, Node const& root) {
     scene.ownDuration = root.at("comp").find("duration").has_value();
     scene.layer = picture(root.at("layer"));
     if (auto const plate = root.find("plate")) scene.plate = picture(*plate);
+    if (auto const map = root.find("stMap")) scene.stMap = picture(*map);
     if (auto const output = root.find("output"))
         scene.output = ScenePath{readPath(*output), file.parent_path()};
     if (auto const frames = root.find("frames")) {
@@ -400,6 +402,7 @@ Ordered renderJson(Scene const& scene) {
     if (scene.depth) json["depth"] = wordOf(kDepthWords, *scene.depth);
     if (scene.overMode) json["mode"] = wordOf(kOverModes, *scene.overMode);
     if (scene.downsample) json["downsample"] = *scene.downsample;
+    if (scene.isInverted) json["invert"] = true;
     if (scene.size) json["size"] = Ordered::array({scene.size->width, scene.size->height});
     return json;
 }
@@ -438,6 +441,7 @@ std::string textIn(fs::path const& folder, Scene const& scene) {
     if (!scene.ownStart) json["comp"].erase("startFrame");
     if (!scene.ownDuration) json["comp"].erase("duration");
     if (scene.plate) json["plate"] = inputIn(folder, *scene.plate);
+    if (scene.stMap) json["stMap"] = inputIn(folder, *scene.stMap);
     if (scene.output) json["output"] = writtenIn(folder, *scene.output);
     if (scene.frames) json["frames"] = *scene.frames;
     Ordered const render = renderJson(scene);

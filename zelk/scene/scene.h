@@ -183,7 +183,7 @@ struct Scene {
     std::optional<int> overMode;    ///< over the plate; of the edit "mode". Nothing: normal
     std::optional<Depth> depth;     ///< nothing: the layer's own
     std::optional<int> downsample;  ///< nothing: 1
-    std::optional<Road> road;       ///< nothing: memory in a frame of another size, else module
+    std::optional<Road> road;       ///< nothing: memory where that is needed, else module
     bool isPlain = false;           ///< by the plain render command, not the smart protocol
     std::filesystem::path module;   ///< empty: the one beside the program
     std::optional<HostApp> host;    ///< nothing: After Effects
@@ -192,7 +192,12 @@ struct Scene {
     std::optional<SceneMatte> matte;    ///< of the layer, in its pixels; moves with it
     std::optional<SceneMatte> holdout;  ///< what stands before the layer, in the frame's pixels
     std::optional<SceneInput> stMap;    ///< lens distortion of the frame
-    bool isInverted = false;            ///< the layer is taken out of the plate
+    /// What lies in the To quad is taken out of the plate, or of the layer where there is none, and
+    /// fills the frame (invert.h).
+    bool isInverted = false;
+    /// To Pins are the frame's corners, and the frame is as large as the From quad where no size is
+    /// given.
+    bool fillsFrame = false;
     bool isBest = false;                ///< Quality "best": every pixel integrates its footprint
     std::optional<std::string> filter;  ///< a kernel's name, instead of Quality's
     std::optional<int> taps;            ///< of the filter: 4, 6, 8 or 10
@@ -211,9 +216,14 @@ struct Scene {
     std::string editPrefix;
 
     bool hasFrame() const { return plate || size; }
-    Road roadTaken() const { return road.value_or(hasFrame() ? Road::kMemory : Road::kModule); }
-    /// Of the transparent frame; nothing with a plate, whose size counts.
-    std::optional<PixelSize> frameSize() const { return plate ? std::nullopt : size; }
+    /// What the effect alone can't do is asked for.
+    bool needsMemory() const { return hasFrame() || stMap || isInverted; }
+    Road roadTaken() const { return road.value_or(needsMemory() ? Road::kMemory : Road::kModule); }
+    /// Of the transparent frame that the To Pins lie in; nothing with a plate, whose size counts,
+    /// and before an inverted scene's quads are exchanged.
+    std::optional<PixelSize> frameSize() const {
+        return plate || isInverted ? std::nullopt : size;
+    }
     /// As the working folder sees it; empty without an output.
     std::filesystem::path outputPath() const { return output ? output->path() : ""; }
     HostApp hostApp() const { return host.value_or(HostApp::kAfterEffects); }

@@ -57,6 +57,7 @@ TEST_F(ProjectFile, GoesThereAndBackWithEveryKindAndInterpolation) {
     project.plate = SceneInput{{"/p/\xc3\xa4.png", home}};
     project.output = ScenePath{"../o", home}, project.frames = "1-10x3";
     project.depth = Depth::kFloat, project.overMode = PF_Xfer_COLOR_BURN;
+    project.stMap = SceneInput{{"lens/st.exr", home}}, project.isInverted = true;
     project.downsample = 2, project.size = PixelSize{9, 8};
     host.resetParameters(320, 180);
     int seed = 0;
