@@ -28,10 +28,10 @@ std::string mapsAsJson(std::vector<FrameQuadMap> const& maps) {
                                    {"version", 1},
                                    {"space", kSpace},
                                    {"pixelCentre", 0.5},
-                                   {"matrix", kProduct}};
+                                   {"matrices", kProduct}};
     if (!maps.empty()) {
-        json["layer"] = sizeJson(maps.front().map.layer);
-        json["frame"] = sizeJson(maps.front().map.frame);
+        json["layerSize"] = sizeJson(maps.front().map.layer);
+        json["frameSize"] = sizeJson(maps.front().map.frame);
     }
     json["frames"] = nlohmann::ordered_json::array();
     for (auto const& [frame, map] : maps) {
