@@ -204,6 +204,7 @@ void FrameStages::plan(PinFrame const& frame, FrameRequest const& moment, Depth 
     m_explanation->layer = {frame.layerWidth, frame.layerHeight};
     m_explanation->frame = {frame.frameWidth + 2 * frame.marginX,
                             frame.frameHeight + 2 * frame.marginY};
+    if (m_scene.stMap) m_explanation->stMap = m_scene.stMap->name();
     m_explanation->renderDepth = depth;
     m_explanation->plan = planOf(parameters, frame);
 }
@@ -246,8 +247,9 @@ std::uint64_t FrameStages::bytesInFlight() const {
     // Numbered maps are as many as frames.
     std::uint64_t const map =
         m_files.stMap ? std::uint64_t{8} * m_sizes.frame.width * m_sizes.frame.height : 0;
-    return plate + map + frameRenderBytes(m_sizes.layer.width, m_sizes.layer.height, m_sizes.frame.width,
-                                    m_sizes.frame.height);
+    return plate + map +
+           frameRenderBytes(m_sizes.layer.width, m_sizes.layer.height, m_sizes.frame.width,
+                            m_sizes.frame.height);
 }
 
 void FrameStages::checkMemory() const {
@@ -290,8 +292,9 @@ RunOptions oneByOne(RenderOptions const& options) {
 }  // namespace
 
 FrameRenderer::FrameRenderer(Scene scene, RenderOptions const& options)
-    : m_stages(withUserErrors(
-          [&] { return std::make_unique<FrameStages>(invertedScene(std::move(scene)), oneByOne(options)); })) {}
+    : m_stages(withUserErrors([&] {
+          return std::make_unique<FrameStages>(invertedScene(std::move(scene)), oneByOne(options));
+      })) {}
 FrameRenderer::~FrameRenderer() = default;
 
 Scene const& FrameRenderer::scene() const { return m_stages->scene(); }

@@ -53,7 +53,6 @@ R --mode add;2;--mode
 R --invert --from 0,0_1,0_0,1_1,1;2;--from does not go with --invert
 R --invert --mode add;2;--mode does not go with --invert
 R --invert --st-map in.png;2;--st-map does not go with --invert
-R --invert --road module;2;leave --invert out
 R --st-map in.png --road module;2;leave --st-map out
 R --st-map in.png --host KeyG;2;--host does not go with --st-map
 R --st-map a.mov;2;--st-map;"a.mov";OpenEXR
