@@ -27,7 +27,7 @@ public:
 
 private:
     std::map<std::string_view, std::optional<std::string>> m_texts;
-    std::vector<std::string> m_settings;  ///< of --set
+    std::vector<std::string> m_settings;          ///< of --set
     std::map<std::string_view, bool> m_switches;  ///< edits that are on or off
 };
 

@@ -109,9 +109,8 @@ public:
             int const end = std::min(top + strip, m_spec.height);
             fetch(m_spec.y + top, m_spec.y + end, values.data());
             for (int y = top; y < end; ++y)
-                takeRow(y + m_top,
-                        values.data() + static_cast<std::ptrdiff_t>(y - top) * m_spec.width *
-                                            m_channels.count);
+                takeRow(y + m_top, values.data() + static_cast<std::ptrdiff_t>(y - top) *
+                                                       m_spec.width * m_channels.count);
         }
         if (!m_hasAlpha) return;
         for (std::size_t const pixel : m_hidden)
@@ -122,11 +121,11 @@ private:
     void fetch(int top, int end, float* values) {
         bool const isTiled = m_spec.tile_width > 0;
         bool const isRead =
-            isTiled ? m_input->read_tiles(0, 0, m_spec.x, m_spec.x + m_spec.width, top, end,
-                                          m_spec.z, m_spec.z + 1, 0, m_channels.count,
-                                          OIIO::TypeFloat, values)
-                    : m_input->read_scanlines(0, 0, top, end, m_spec.z, 0, m_channels.count,
-                                              OIIO::TypeFloat, values);
+            isTiled
+                ? m_input->read_tiles(0, 0, m_spec.x, m_spec.x + m_spec.width, top, end, m_spec.z,
+                                      m_spec.z + 1, 0, m_channels.count, OIIO::TypeFloat, values)
+                : m_input->read_scanlines(0, 0, top, end, m_spec.z, 0, m_channels.count,
+                                          OIIO::TypeFloat, values);
         if (isRead && !m_input->has_error()) return;
         m_input->geterror();
         throw UserError(ExitCode::kInput, m_file.name() + ": cannot be read: the file breaks off");
@@ -143,8 +142,7 @@ private:
             std::size_t const at = static_cast<std::size_t>(y) * static_cast<std::size_t>(width) +
                                    static_cast<std::size_t>(x);
             m_map.positions[2 * at] = static_cast<float>(static_cast<double>(s) * width);
-            m_map.positions[2 * at + 1] =
-                static_cast<float>((1 - static_cast<double>(t)) * height);
+            m_map.positions[2 * at + 1] = static_cast<float>((1 - static_cast<double>(t)) * height);
             if (m_channels.alpha < 0) continue;
             if (pixel[m_channels.alpha] == 0)
                 m_hidden.push_back(at);
@@ -196,10 +194,9 @@ StMap reducedMap(StMap const& map, int reduce) {
             double sumX = 0, sumY = 0;
             int count = 0;
             for (int j = 0; j < reduce; ++j) {
-                float const* from = map.positions.data() +
-                                    static_cast<std::size_t>(y * reduce + j) * row +
-                                    2 * static_cast<std::size_t>(x) *
-                                        static_cast<std::size_t>(reduce);
+                float const* from =
+                    map.positions.data() + static_cast<std::size_t>(y * reduce + j) * row +
+                    2 * static_cast<std::size_t>(x) * static_cast<std::size_t>(reduce);
                 for (int i = 0; i < reduce; ++i, from += 2) {
                     if (!std::isfinite(from[0])) continue;
                     sumX += from[0], sumY += from[1];

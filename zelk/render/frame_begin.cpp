@@ -149,9 +149,8 @@ void FrameStages::settleValues(std::vector<int> const& frames) {
         setParameters(m_scene, *m_host, m_sizes.layer, m_sizes.frame);
     }
     for (TrackUse const& use : m_scene.tracks)
-        m_warnings.add(
-            warningsOf(use, {trackedSize(m_scene, use, m_sizes.layer, m_sizes.frame),
-                             m_comp.startFrame, m_comp.timeBase.step}));
+        m_warnings.add(warningsOf(use, {trackedSize(m_scene, use, m_sizes.layer, m_sizes.frame),
+                                        m_comp.startFrame, m_comp.timeBase.step}));
     if (!frames.empty()) checkRoad(m_scene, m_host->parameters());
     m_frames = frames;
 }

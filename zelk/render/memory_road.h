@@ -28,7 +28,8 @@ struct ImageSizes {
 
 /// Renders `layer` by the parameters' values at a moment into `frame`, both float worlds of
 /// associated colour, perhaps smaller than their full sizes; what the layer does not cover becomes
-/// transparent. `resample` is what the controls can't say. Throws a render error when the pipeline fails.
+/// transparent. `resample` is what the controls can't say. Throws a render error when the pipeline
+/// fails.
 void renderInMemory(std::vector<Parameter> const& parameters, World& layer, World& frame,
                     ImageSizes const& full, FrameRequest const& moment,
                     std::string const& layerName, ResampleOptions const& resample = {});

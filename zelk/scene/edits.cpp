@@ -209,8 +209,8 @@ void editModule(Scene& scene, Text& thing, Text& text) {
 
 constexpr SceneEdit kEdits[] = {
     {"layer", "LAYER", "The picture to pin", editLayer},
-    {"invert", "on|off", "Take what lies in the To quad out of PLATE, else LAYER, to fill the frame",
-     editInvert},
+    {"invert", "on|off",
+     "Take what lies in the To quad out of PLATE, else LAYER, to fill the frame", editInvert},
     {"output", "OUTPUT", "The picture to write; its extension chooses the format", editOutput},
     {"over", "PLATE", "Lay the pinned layer over this picture; To Pins are then in its pixels",
      editPlate},

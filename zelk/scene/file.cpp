@@ -36,8 +36,8 @@ constexpr int kVersion = 1;
 constexpr int kMostFrame = INT32_MAX;
 
 constexpr FileKey kProjectKeys[] = {
-    {"schema", true}, {"version", true}, {"comp", true}, {"layer", true}, {"plate"}, {"stMap"},
-    {"output"},       {"frames"},        {"render"},     {"parameters"},
+    {"schema", true}, {"version", true}, {"comp", true}, {"layer", true}, {"plate"},
+    {"stMap"},        {"output"},        {"frames"},     {"render"},      {"parameters"},
 };
 constexpr FileKey kCompKeys[] = {
     {"width", true}, {"height", true}, {"rate", true}, {"startFrame"},

@@ -221,9 +221,7 @@ struct Scene {
     Road roadTaken() const { return road.value_or(needsMemory() ? Road::kMemory : Road::kModule); }
     /// Of the transparent frame that the To Pins lie in; nothing with a plate, whose size counts,
     /// and before an inverted scene's quads are exchanged.
-    std::optional<PixelSize> frameSize() const {
-        return plate || isInverted ? std::nullopt : size;
-    }
+    std::optional<PixelSize> frameSize() const { return plate || isInverted ? std::nullopt : size; }
     /// As the working folder sees it; empty without an output.
     std::filesystem::path outputPath() const { return output ? output->path() : ""; }
     HostApp hostApp() const { return host.value_or(HostApp::kAfterEffects); }
