@@ -1,9 +1,11 @@
 #!/bin/sh
-# Renders the example pictures at every quality and composes four sheets: a picture pinned in its
-# own frame, a picture pinned over another one, every Transfer Mode, and a move with motion blur.
+# Renders the example pictures at every quality and composes five sheets: a picture pinned in its
+# own frame, a picture pinned over another one, every Transfer Mode, a move with motion blur, and
+# a lens.
 #
 #   examples/demo.sh BUILD_DIR    writes out/demo/*.png, among them contact-sheet.png,
-#                                 plate-sheet.png, transfer-sheet.png and motion-sheet.png
+#                                 plate-sheet.png, transfer-sheet.png, motion-sheet.png and
+#                                 lens-sheet.png
 set -eu
 
 if [ $# -ne 1 ]; then
@@ -141,7 +143,26 @@ motion_sheet() {
     echo "$out/motion-sheet.png"
 }
 
+# Through a lens: the launch picture distorted by an ST map, galaxies pinned into it through the same
+# map, and the quad's picture taken out of a plate without distortion.
+lens_sheet() {
+    map=$out/lens.exr
+    to="112,22 288,52 96,214 300,248"
+    "$build/bin/zelk-lens-map" "$map" 640x427 0.35
+    zelk render "$examples/rocket.jpg" -o "$out/lens-plate.png" --st-map "$map" --quality medium
+    zelk render "$examples/hubble.jpg" --over "$out/lens-plate.png" -o "$out/lens-pinned.png" \
+        --st-map "$map" --to "$to"
+    zelk render "$examples/hubble.jpg" --over "$examples/rocket.jpg" -o "$out/lens-none.png" \
+        --to "$to"
+    zelk render "$out/lens-none.png" -o "$out/lens-inverted.png" --invert --to "$to" --size 640x427
+    "$build/bin/zelk-demo" "$out/lens-sheet.png" \
+        "distorted plate:$out/lens-plate.png;pinned through the map:$out/lens-pinned.png" \
+        "pinned:$out/lens-none.png;taken out again:$out/lens-inverted.png"
+    echo "$out/lens-sheet.png"
+}
+
 contact_sheet
 plate_sheet
 transfer_sheet
 motion_sheet
+lens_sheet

@@ -249,7 +249,7 @@ std::string meantBy(CLI::App const& command, std::string const& word,
     CLI::Option const* const output = command.get_option_no_throw("--output");
     bool const isSetting = std::find(typed.begin(), typed.end(), "--set") != typed.end();
     if (isSetting && parseNumber(word)) return "NAME=VALUE in one word after --set";
-    bool const writesPicture = command.get_name() == "render" || command.get_name() == "overlay";
+    bool const writesPicture = output && command.get_option_no_throw("LAYER");
     if (writesPicture && output->count() == 0) return "-o before the output";
     if (!command.get_subcommands({}).empty())
         return "one file, or a command: " + namesBelow(command);

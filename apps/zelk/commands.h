@@ -5,6 +5,7 @@
 
 #include "apps/zelk/drag_command.h"
 #include "apps/zelk/filters_command.h"
+#include "apps/zelk/map_command.h"
 #include "apps/zelk/overlay_command.h"
 #include "apps/zelk/params_command.h"
 #include "apps/zelk/project_check_command.h"
@@ -20,6 +21,7 @@ namespace zelk {
 /// One of them, with its words. A nested one comes after the command that its path starts with.
 using Command = std::variant<RenderCommand, ParamsCommand, ProjectNewCommand, ProjectShowCommand,
                              ProjectCheckCommand, ProjectImportTrackCommand, OverlayCommand,
-                             DragCommand, TrackCommand, TrackConvertCommand, FiltersCommand>;
+                             DragCommand, TrackCommand, TrackConvertCommand, FiltersCommand,
+                             MapCommand>;
 
 }  // namespace zelk

@@ -21,6 +21,7 @@ std::string renderText(Scene const& scene) {
     if (scene.depth) add(fmt::format("depth {}", wordOf(kDepthWords, *scene.depth)));
     if (scene.overMode) add(fmt::format("mode {}", wordOf(kOverModes, *scene.overMode)));
     if (scene.downsample) add(fmt::format("downsample {}", *scene.downsample));
+    if (scene.isInverted) add("inverted");
     if (scene.size) add(fmt::format("size {}x{}", scene.size->width, scene.size->height));
     return text;
 }
@@ -49,6 +50,7 @@ std::string summaryOf(Scene const& scene) {
                                                comp.shutterPhaseDeg));
     text += row("layer", scene.layer.file.written) +
             row("plate", scene.plate ? scene.plate->file.written : "") +
+            row("st map", scene.stMap ? scene.stMap->file.written : "") +
             row("output", scene.output ? scene.output->written : "") +
             row("frames", scene.frames.value_or("")) + row("render", renderText(scene));
     if (!scene.parameters.empty()) text += "parameters that differ from their defaults\n";

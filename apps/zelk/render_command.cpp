@@ -57,7 +57,7 @@ CommandInfo const RenderCommand::kInfo = {
 void RenderCommand::addOptions(CLI::App& app) {
     OptionAdder const add(app);
     addPictureOptions(add, m_scene, m_output);
-    m_scene.add(add, {"depth", "downsample"});
+    m_scene.add(add, {"st-map", "invert", "depth", "downsample"});
     m_output.addThreads(add);
     m_scene.add(add, {"road", "grow", "filter", "taps", "edges", "feather", "choke", "frames"});
     add.text("Time", "--project", m_project, "FILE",

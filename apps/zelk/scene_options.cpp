@@ -25,11 +25,13 @@ constexpr SceneOption kOptions[] = {
     {"output", "Files"},
     {"over", "Files"},
     {"size", "Files"},
+    {"st-map", "Files"},
     {"to", "Pins"},
     {"from", "Pins"},
     {"track", "Pins"},
     {"track-from", "Pins"},
     {"view", "Pins"},
+    {"invert", "Pins"},
     {"quality", "Rendering"},
     {"set", "Rendering"},
     {"depth", "Rendering"},
@@ -76,8 +78,8 @@ void SceneOptions::add(OptionAdder const& add, std::string_view name) {
     std::string const typed = name == "output" ? "-o,--output" : thingOf(name);
     if (name == "set")
         add.texts(option.group, typed, m_settings, edit.value, edit.help);
-    else if (name == "plain")
-        add.flag(option.group, typed, m_isPlain, edit.help);
+    else if (name == "plain" || name == "invert")
+        add.flag(option.group, typed, m_switches[edit.name], edit.help);
     else
         add.text(option.group, typed, m_texts[edit.name], name == "layer" ? "" : edit.value,
                  edit.help);
@@ -89,7 +91,8 @@ Scene SceneOptions::edited(Scene scene) const {
         std::string const thing = thingOf(edit.name);
         auto const typed = m_texts.find(edit.name);
         if (typed != m_texts.end() && typed->second) edit.apply(scene, thing, *typed->second);
-        if (edit.name == "plain" && m_isPlain) edit.apply(scene, thing, "on");
+        auto const flag = m_switches.find(edit.name);
+        if (flag != m_switches.end() && flag->second) edit.apply(scene, thing, "on");
         if (edit.name == "set")
             for (std::string const& setting : m_settings) edit.apply(scene, thing, setting);
     }
@@ -97,7 +100,8 @@ Scene SceneOptions::edited(Scene scene) const {
 }
 
 void checkTyped(Scene const& scene) {
-    if (!scene.layer.isGiven()) throw missing(thingOf("layer"), "a picture file");
+    bool const isOfPlate = scene.isInverted && scene.plate;
+    if (!scene.layer.isGiven() && !isOfPlate) throw missing(thingOf("layer"), "a picture file");
     checkScene(scene);
     requireOutput(scene);
 }

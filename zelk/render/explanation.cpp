@@ -13,6 +13,7 @@
 #include "zelk/scene/parameter_names.h"
 #include "zelk/scene/parameter_values.h"
 #include "zelk/scene/words.h"
+#include "zelk/text/errors.h"
 
 namespace zelk {
 
@@ -128,6 +129,7 @@ std::string asText(Explanation const& e) {
                         e.frame.width, e.frame.height);
     if (e.margin.width > 0 || e.margin.height > 0)
         text += fmt::format("margin    {} x {}, in the frame\n", e.margin.width, e.margin.height);
+    if (!e.stMap.empty()) text += fmt::format("ST map    {}\n", oneLine(e.stMap));
     text += fmt::format("depth     {} rendered, {} of {} bits written\n",
                         wordOf(kDepthWords, e.renderDepth), e.writtenType, e.writtenBits);
     text += fmt::format("quality   {}: {}, {} x {} taps, {} scan\n", e.plan.quality, e.plan.filter,
@@ -154,6 +156,7 @@ std::string asJson(Explanation const& e) {
     json["layer"] = {{"width", e.layer.width}, {"height", e.layer.height}};
     json["frame"] = {{"width", e.frame.width}, {"height", e.frame.height}};
     json["margin"] = {{"x", e.margin.width}, {"y", e.margin.height}};
+    if (!e.stMap.empty()) json["stMap"] = e.stMap;
     json["depth"] = {{"rendered", wordOf(kDepthWords, e.renderDepth)},
                      {"written", e.writtenType},
                      {"writtenBits", e.writtenBits}};

@@ -68,6 +68,7 @@ struct Explanation {
     std::string host;        ///< "FXTC 13.27", on the module road
     bool isPlain = false;    ///< the module by PF_Cmd_RENDER
     PixelSize layer, frame;  ///< pixels at the render's resolution
+    std::string stMap;       ///< what the frame is drawn through; empty for none
     PixelSize margin;        ///< of the frame, around the layer on each side
     Depth renderDepth = Depth::k8;
     std::string writtenType;  ///< of the file's samples, as OpenImageIO names it

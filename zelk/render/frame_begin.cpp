@@ -2,11 +2,14 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cmath>
+#include <set>
 #include <utility>
 
 #include "zelk/render/frame_stages.h"
 #include "zelk/render/setup.h"
 #include "zelk/scene/clock.h"
+#include "zelk/scene/parameter_names.h"
 #include "zelk/scene/refusal.h"
 #include "zelk/scene/track_use.h"
 #include "zelk/scene/values.h"
@@ -36,6 +39,41 @@ std::optional<PictureReader> firstOf(InputFiles const& files, std::vector<int> c
 std::optional<PictureReader> anyOf(InputFiles const& files, int frame) {
     auto picture = firstOf(files, {frame});
     return picture ? std::move(picture) : firstOf(files, files.framesThere());
+}
+
+/// A From Pin at a moment, offset added, in pixels of the layer.
+Point fromPinAt(std::vector<Parameter> const& parameters, int corner, KeyTime const& time,
+                PixelSize layer) {
+    KeyValue const pin = keyValueOf(parameterIn(parameters, kFromPins + corner).at(time));
+    auto const offset = [&](int axis) {
+        return numberOf(parameterIn(parameters, kFromOffsets + 2 * corner + axis).at(time)) * 0.01;
+    };
+    return {pin[0] + offset(0) * layer.width, pin[1] + offset(1) * layer.height};
+}
+
+/// The longest sides that the From quad has at any of its pins' keys, rounded: whatever frame is
+/// rendered, all have one size.
+PixelSize sizeOfQuad(std::vector<Parameter> const& parameters, PixelSize layer) {
+    std::set<KeyTime> moments;
+    for (int i = kFromPins; i < kFromPins + 4; ++i)
+        for (Keyframe const& key : parameterIn(parameters, i).track().keys())
+            moments.insert(key.time);
+    if (moments.empty()) moments.insert(KeyTime{});
+    double width = 1, height = 1;
+    for (KeyTime const& time : moments) {
+        Corners corners;
+        for (int i = 0; i < 4; ++i)
+            corners[static_cast<std::size_t>(i)] = fromPinAt(parameters, i, time, layer);
+        auto const length = [&](std::size_t a, std::size_t b) {
+            return std::hypot(corners[b].x - corners[a].x, corners[b].y - corners[a].y);
+        };
+        width = std::max({width, length(0, 1), length(2, 3)});
+        height = std::max({height, length(0, 2), length(1, 3)});
+    }
+    auto const whole = [](double side) {
+        return static_cast<int>(std::lround(std::min<double>(side, kLargestPx)));
+    };
+    return {whole(width), whole(height)};
 }
 
 }  // namespace
@@ -106,8 +144,13 @@ void FrameStages::settleSizes(std::optional<PictureReader> const& layer,
 
 void FrameStages::settleValues(std::vector<int> const& frames) {
     setParameters(m_scene, *m_host, m_sizes.layer, m_sizes.frame);
+    if (m_scene.fillsFrame && !m_scene.size) {
+        m_sizes.frame = sizeOfQuad(m_host->parameters(), m_sizes.layer);
+        setParameters(m_scene, *m_host, m_sizes.layer, m_sizes.frame);
+    }
     for (TrackUse const& use : m_scene.tracks)
-        m_warnings.add(warningsOf(use, {m_sizes.frame, m_comp.startFrame, m_comp.timeBase.step}));
+        m_warnings.add(warningsOf(use, {trackedSize(m_scene, use, m_sizes.layer, m_sizes.frame),
+                                        m_comp.startFrame, m_comp.timeBase.step}));
     if (!frames.empty()) checkRoad(m_scene, m_host->parameters());
     m_frames = frames;
 }
@@ -122,8 +165,16 @@ PictureReader FrameStages::openSized(InputPicture const& file, PixelSize size) c
 }
 
 Scene FrameStages::settledScene() const {
-    return sceneOf(m_scene, m_host->parameters(),
-                   defaultsOf(m_scene, m_host->parameters(), m_sizes.layer, m_sizes.frame));
+    Scene scene = sceneOf(m_scene, m_host->parameters(),
+                          defaultsOf(m_scene, m_host->parameters(), m_sizes.layer, m_sizes.frame));
+    if (!std::exchange(scene.fillsFrame, false)) return scene;
+    scene.size = m_sizes.frame;
+    auto const [w, h] = m_sizes.frame;
+    Corners const corners = {{{0, 0}, {double(w), 0}, {0, double(h)}, {double(w), double(h)}}};
+    for (std::size_t i = 0; i < 4; ++i)
+        scene.parameters.push_back(
+            {std::string(nameOfParameter(kToPins + static_cast<int>(i))), {}, corners[i]});
+    return scene;
 }
 
 }  // namespace zelk

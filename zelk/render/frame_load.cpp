@@ -1,4 +1,6 @@
 // Reading of a frame's pictures; see frame_stages.h.
+#include <fmt/format.h>
+
 #include <utility>
 
 #include "hostkit/pixel_ops.h"
@@ -38,6 +40,7 @@ LoadedFrame FrameStages::load(int frame, int reduce) {
     PictureTraits layer, plate;
     loaded.layer = loadLayer(m_files.layer.pictureOf(frame), layer, loaded);
     if (m_files.plate) loadPlate(m_files.plate->pictureOf(frame), plate, loaded);
+    if (m_files.stMap) loaded.map = loadMap(m_files.stMap->pictureOf(frame), reduce);
     settleOutput(layer, plate, loaded);
     endStage("read");
     return loaded;
@@ -79,6 +82,24 @@ void FrameStages::loadPlate(std::optional<InputPicture> const& file, PictureTrai
     if (m_inFlight == 1 && loaded.reduce == 1) return;
     loaded.plate = associatedWorld(picture, loaded.reduce);
     loaded.plateRows.reset();
+}
+
+/// One map mostly serves a whole shot: it is read again where its file has changed alone.
+std::shared_ptr<StMap const> FrameStages::loadMap(std::optional<InputPicture> const& file,
+                                                  int reduce) {
+    std::string key = fmt::format("{}:{}", reduce, file ? file->name() : "");
+    std::error_code fault;
+    if (file && file->isOnDisk())
+        key += fmt::format(
+            ":{}", std::filesystem::last_write_time(file->file, fault).time_since_epoch().count());
+    if (m_map && key == m_mapKey) return m_map;
+    m_map.reset();
+    if (file) m_warnings.add(checkStMap(*file, m_sizes.frame));
+    StMap map = file ? readStMap(*file, m_sizes.frame) : emptyStMap(m_sizes.frame);
+    if (reduce > 1) map = reducedMap(map, reduce);
+    m_map = std::make_shared<StMap const>(std::move(map));
+    m_mapKey = key;
+    return m_map;
 }
 
 /// How the frame's file will be, and what is odd about the two inputs together.

@@ -54,6 +54,7 @@ public:
     FrameRenderer(FrameRenderer const&) = delete;
     FrameRenderer& operator=(FrameRenderer const&) = delete;
 
+    /// Of an inverted scene, the one that renders it (invert.h).
     Scene const& scene() const;
 
     /// The frame in straight colour, red, green, blue, alpha, whose pixels belong to the caller: in

@@ -20,6 +20,7 @@
 #include "zelk/render/setup.h"
 #include "zelk/render/shrink.h"
 #include "zelk/scene/check.h"
+#include "zelk/scene/invert.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/scene/parameter_values.h"
 #include "zelk/scene/refusal.h"
@@ -116,6 +117,9 @@ void FrameStages::check(int frame) {
     if (m_files.plate)
         if (auto const file = m_files.plate->pictureOf(frame))
             plate = openSized(*file, m_sizes.frame).traits();
+    if (m_files.stMap)
+        if (auto const file = m_files.stMap->pictureOf(frame))
+            m_warnings.add(checkStMap(*file, m_sizes.frame));
     settleOutput(layer, plate, headers);
     PinFrame const space = pinFrameOf(headers.ask, 1);
     plan(space, frameRequest(m_comp, frame), Depth::kFloat);
@@ -162,10 +166,17 @@ World FrameStages::renderedInMemory(LoadedFrame& loaded, FrameRequest const& mom
     int const n = loaded.reduce;
     PixelSize const layer = reduced(m_sizes.layer, n), frame = reduced(m_sizes.frame, n);
     World picture({frame.width, frame.height, Depth::kFloat}, PixelMemory::Start::kAnything);
+    FrameMap map;
+    ResampleOptions resample = resampleOptionsOf(m_scene, n);
+    if (loaded.map) {
+        map = loaded.map->frameMap();
+        resample.map = &map;
+    }
     renderInMemory(m_host->parameters(), loaded.layer, picture,
                    {{layer.width * n, layer.height * n}, {frame.width * n, frame.height * n}},
-                   moment, m_scene.layer.name(), resampleOptionsOf(m_scene, n));
+                   moment, m_scene.layer.name(), resample);
     loaded.layer = World();
+    loaded.map.reset();
     endStage("render");
     if (m_explanation) m_explanation->covered = countCovered(picture);
     int const mode = m_scene.overMode.value_or(PF_Xfer_IN_FRONT);
@@ -175,6 +186,17 @@ World FrameStages::renderedInMemory(LoadedFrame& loaded, FrameRequest const& mom
         layOver(picture, *loaded.plate, mode);
     if (m_files.plate) endStage("plate");
     return picture;
+}
+
+QuadMap FrameStages::mapAt(int frame) {
+    FrameRequest const moment = momentOf(frame);
+    PinFrame const space = pinFrameOf(m_ask, 1);
+    plan(space, moment, Depth::kFloat);
+    return mapOf(parametersAt(m_host->parameters(), {moment.time, moment.timeBase.scale}), space);
+}
+
+World FrameStages::stPictureAt(int frame) {
+    return stPictureOf(mapAt(frame), m_host->parameters(), momentOf(frame));
 }
 
 /// Notes what is about to be rendered.
@@ -190,6 +212,7 @@ void FrameStages::plan(PinFrame const& frame, FrameRequest const& moment, Depth 
     m_explanation->layer = {frame.layerWidth, frame.layerHeight};
     m_explanation->frame = {frame.frameWidth + 2 * frame.marginX,
                             frame.frameHeight + 2 * frame.marginY};
+    if (m_scene.stMap) m_explanation->stMap = m_scene.stMap->name();
     m_explanation->renderDepth = depth;
     m_explanation->plan = plan;
 }
@@ -244,7 +267,10 @@ std::uint64_t FrameStages::bytesInFlight() const {
                                     : 0;
     std::uint64_t const pyramid =  // of Quality "best": halves of halves of the layer
         m_scene.isBest ? std::uint64_t{16} * m_sizes.layer.width * m_sizes.layer.height / 3 : 0;
-    return plate + pyramid +
+    // Numbered maps are as many as frames.
+    std::uint64_t const map =
+        m_files.stMap ? std::uint64_t{8} * m_sizes.frame.width * m_sizes.frame.height : 0;
+    return plate + pyramid + map +
            frameRenderBytes(m_sizes.layer.width, m_sizes.layer.height, m_sizes.frame.width,
                             m_sizes.frame.height);
 }
@@ -289,8 +315,9 @@ RunOptions oneByOne(RenderOptions const& options) {
 }  // namespace
 
 FrameRenderer::FrameRenderer(Scene scene, RenderOptions const& options)
-    : m_stages(withUserErrors(
-          [&] { return std::make_unique<FrameStages>(std::move(scene), oneByOne(options)); })) {}
+    : m_stages(withUserErrors([&] {
+          return std::make_unique<FrameStages>(invertedScene(std::move(scene)), oneByOne(options));
+      })) {}
 FrameRenderer::~FrameRenderer() = default;
 
 Scene const& FrameRenderer::scene() const { return m_stages->scene(); }

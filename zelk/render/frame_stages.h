@@ -14,11 +14,13 @@
 #include <vector>
 
 #include "hostkit/host.h"
+#include "zelk/inputs/st_map.h"
 #include "zelk/movies/writer.h"
 #include "zelk/pictures/reader.h"
 #include "zelk/pictures/writer.h"
 #include "zelk/render/memory_road.h"
 #include "zelk/render/module_road.h"
+#include "zelk/render/quad_map.h"
 #include "zelk/render/run_options.h"
 #include "zelk/scene/inputs.h"
 #include "zelk/scene/quad_check.h"
@@ -33,6 +35,7 @@ struct LoadedFrame {
     World layer;
     std::optional<World> plate;
     std::optional<PictureReader> plateRows;  ///< a plate whose rows are read when they are needed
+    std::shared_ptr<StMap const> map;        ///< of the frame at this size; null for none
     WriteRequest file;
     ModuleRender ask;  ///< on the module road; each file has its own depth
     int reduce = 1;
@@ -89,6 +92,10 @@ public:
     /// FrameRenderer's picture, as a world.
     World world(int frame, PreviewOptions const& options = {});
     World layerWorld(int frame);  ///< the layer alone, straight
+    /// The map of the frame's own moment, whatever its shutter, at full resolution; after begin.
+    /// No pixel of any input is read.
+    QuadMap mapAt(int frame);
+    World stPictureAt(int frame);  ///< the same as stPictureOf makes it
 
     /// What `load` and `store` would refuse of a frame, as far as its files' headers, the output's
     /// place and its writer tell. Reads no pixels and writes nothing.
@@ -121,6 +128,7 @@ private:
                     LoadedFrame& loaded);
     void loadPlate(std::optional<InputPicture> const& file, PictureTraits& traits,
                    LoadedFrame& loaded);
+    std::shared_ptr<StMap const> loadMap(std::optional<InputPicture> const& file, int reduce);
     void settleOutput(PictureTraits const& layer, PictureTraits const& plate, LoadedFrame& loaded);
     std::uint64_t bytesInFlight() const;
     PinFrame pinFrameOf(ModuleRender const& ask, int reduce) const;
@@ -142,6 +150,8 @@ private:
     PictureTraits m_layerTraits, m_plateTraits;  ///< also a black picture's
     ModuleRender m_ask;
     Warnings m_warnings;
+    std::shared_ptr<StMap const> m_map;  ///< the last one that was loaded
+    std::string m_mapKey;                ///< what it was read from
     std::optional<MovieWriter> m_movie;
     bool m_isMovieChecked = false;
     Explanation* m_explanation;

@@ -29,18 +29,21 @@ void setNumberOf(Parameter& parameter, double value) {
     dropKeys(parameter);
 }
 
-/// From Pins at the corners of a picture.
-void pinWholePicture(std::vector<Parameter>& parameters, PixelSize size) {
+/// The pins from `first` on at the corners of a picture, at all times.
+void pinWholePicture(std::vector<Parameter>& parameters, int first, PixelSize size) {
     double const w = size.width, h = size.height;
     Corners const corners = {{{0, 0}, {w, 0}, {0, h}, {w, h}}};
     for (int i = 0; i < 4; ++i) {
         Point const& corner = corners[static_cast<std::size_t>(i)];
-        setPoint(parameterIn(parameters, kFromPins + i).current, corner.x, corner.y);
+        Parameter& pin = parameterIn(parameters, first + i);
+        setPoint(pin.current, corner.x, corner.y);
+        dropKeys(pin);
     }
 }
 
 /// To Pins that nothing sets follow the From Pins.
 void copyOpenPins(Scene const& scene, std::vector<Parameter>& parameters) {
+    if (scene.fillsFrame) return;
     bool const isTracked =
         std::any_of(scene.tracks.begin(), scene.tracks.end(),
                     [](auto const& use) { return use.pins == TrackedPins::kTo; });
@@ -102,9 +105,11 @@ void setOptionValues(Scene const& scene, std::vector<Parameter>& parameters) {
 
 void setParameters(Scene const& scene, Host& host, PixelSize layer, PixelSize frame) {
     host.resetParameters(frame.width, frame.height);
-    if (scene.roadTaken() == Road::kMemory) pinWholePicture(host.parameters(), layer);
+    if (scene.roadTaken() == Road::kMemory) pinWholePicture(host.parameters(), kFromPins, layer);
+    if (scene.fillsFrame) pinWholePicture(host.parameters(), kToPins, frame);
     setValues(scene, ValuesFrom::kFile, host.parameters());
-    for (TrackUse const& use : scene.tracks) importTrack(host, scene, use, frame);
+    for (TrackUse const& use : scene.tracks)
+        importTrack(host, scene, use, trackedSize(scene, use, layer, frame));
     setOptionValues(scene, host.parameters());
 }
 
@@ -115,8 +120,13 @@ std::vector<Parameter> defaultsOf(Scene const& scene, std::vector<Parameter> par
         dropKeys(parameter);
         resetToDefault(parameter.current = parameter.registered, frame.width, frame.height);
     }
-    if (scene.roadTaken() == Road::kMemory) pinWholePicture(parameters, layer);
+    if (scene.roadTaken() == Road::kMemory) pinWholePicture(parameters, kFromPins, layer);
     return parameters;
+}
+
+PixelSize trackedSize(Scene const& scene, TrackUse const& use, PixelSize layer, PixelSize frame) {
+    bool const isLayers = use.pins == TrackedPins::kFrom && scene.roadTaken() == Road::kMemory;
+    return isLayers ? layer : frame;
 }
 
 std::vector<Parameter> parametersAt(std::vector<Parameter> const& parameters, KeyTime const& time) {

@@ -7,6 +7,7 @@
 #include <iterator>
 
 #include "platform/effect_api/effect_types.h"
+#include "zelk/movies/frames.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/scene/refusal.h"
 
@@ -40,6 +41,8 @@ constexpr FieldNames kNames[] = {
     {SceneField::kEdges, "edges", "render.edges"},
     {SceneField::kFeather, "feather", "render.feather"},
     {SceneField::kChoke, "choke", "render.choke"},
+    {SceneField::kStMap, "st-map", "stMap"},
+    {SceneField::kInvert, "invert", "render.invert"},
 };
 
 FieldNames const& namesOf(SceneField field) {
@@ -51,14 +54,17 @@ bool isOfFile(Scene const& scene, SceneField field) {
     return !scene.isSetBy(field) && !scene.file.empty() && namesOf(field).place;
 }
 
-/// What gives the frame a size of its own.
+/// What gives the frame a size of its own, or is not the layer's own frame.
 SceneField frameField(Scene const& scene) {
-    return scene.plate ? SceneField::kPlate : SceneField::kSize;
+    return scene.isInverted ? SceneField::kInvert
+           : scene.plate    ? SceneField::kPlate
+                            : SceneField::kSize;
 }
 
 /// What takes the scene to the memory road, where nobody named that road.
 SceneField memoryField(Scene const& scene) {
-    if (scene.hasFrame()) return frameField(scene);
+    if (scene.hasFrame() || scene.isInverted) return frameField(scene);
+    if (scene.stMap) return SceneField::kStMap;
     if (scene.isBest) return SceneField::kBest;
     if (scene.filter) return SceneField::kFilter;
     if (scene.taps) return SceneField::kTaps;
@@ -90,12 +96,14 @@ public:
     explicit Checker(Scene const& scene) : m_scene(scene) {}
 
     void check() const {
-        if (!m_scene.layer.isGiven())
+        if (m_scene.isInverted) checkInverted();
+        if (!m_scene.layer.isGiven() && !(m_scene.isInverted && m_scene.plate))
             throw missing(subjectOf(m_scene, SceneField::kLayer), "a picture file");
         checkPins(SceneField::kToPins, SceneField::kTrackTo);
         checkPins(SceneField::kFromPins, SceneField::kTrackFrom);
         checkFrame();
         checkResampling();
+        if (m_scene.stMap) checkStMap();
         if (m_scene.roadTaken() == Road::kMemory) checkMemoryRoad();
     }
 
@@ -116,15 +124,30 @@ private:
         return besides(m_scene, field, isOfFile(m_scene, refused));
     }
 
+    /// What has no place where the picture is taken out of what it was laid over.
+    void checkInverted() const {
+        for (SceneField const field :
+             {SceneField::kFromPins, SceneField::kTrackFrom, SceneField::kMode, SceneField::kStMap})
+            if (isSet(field) || (field == SceneField::kStMap && m_scene.stMap))
+                refuse(field, "does not go with " + other(SceneField::kInvert, field));
+    }
+
+    void checkStMap() const {
+        if (!m_scene.stMap->buffer && isMovieInput(m_scene.stMap->file.path()))
+            throw refusalOf(m_scene, SceneField::kStMap,
+                            "a movie can't say where pixels look:", m_scene.stMap->name(),
+                            "pictures, such as OpenEXR");
+    }
+
     void checkFrame() const {
         using enum SceneField;
         if (m_scene.overMode.value_or(PF_Xfer_IN_FRONT) != PF_Xfer_IN_FRONT && !m_scene.plate)
             refuse(kMode, "needs a plate: give " + nameOf(m_scene, kPlate));
-        if (m_scene.plate && m_scene.size && isSet(kSize))
+        if (m_scene.plate && m_scene.size && isSet(kSize) && !m_scene.isInverted)
             refuse(kSize, fmt::format("does not go with {}, which gives the frame's size",
                                       other(kPlate, kSize)));
         if (m_scene.road != Road::kModule) return;
-        if (m_scene.hasFrame())
+        if (m_scene.hasFrame() || m_scene.isInverted)
             refuse(kRoad, fmt::format("module renders a layer in its own frame: leave {} out",
                                       other(frameField(m_scene), kRoad)));
         if (m_scene.needsMemory())
@@ -181,7 +204,7 @@ std::string besides(Scene const& scene, SceneField field, bool ofFile) {
 }
 
 std::string noMemoryRoad(Scene const& scene, bool ofFile) {
-    if (scene.road && !scene.hasFrame())
+    if (!scene.needsMemory())
         return fmt::format("does not go with {} memory", nameOf(scene, SceneField::kRoad));
     return "does not go with " + besides(scene, memoryField(scene), ofFile);
 }

@@ -35,11 +35,11 @@ constexpr Choice<ViewModeEntry> kViews[] = {{"original", kViewOriginal},
                                             {"to", kViewToPins},
                                             {"both", kViewBothPins}};
 /// Setting plate or size removes the other if the file set it; if both are edits, checkScene
-/// refuses.
+/// refuses. What is taken out of a plate has a size of its own.
 void setFrame(Scene& scene, std::optional<SceneInput> plate, Text& thing) {
     scene.plate = std::move(plate);
     scene.options[SceneField::kPlate] = thing;
-    if (!scene.isSetBy(SceneField::kSize)) scene.size.reset();
+    if (!scene.isSetBy(SceneField::kSize) && !scene.isInverted) scene.size.reset();
 }
 
 void editLayer(Scene& scene, Text& thing, Text& text) {
@@ -66,7 +66,7 @@ void editPlate(Scene& scene, Text& thing, Text& text) {
 void editSize(Scene& scene, Text& thing, Text& text) {
     scene.size = parseSize(thing, text);
     scene.options[SceneField::kSize] = thing;
-    if (scene.isSetBy(SceneField::kPlate)) return;
+    if (scene.isSetBy(SceneField::kPlate) || scene.isInverted) return;
     scene.plate.reset();
     if (!scene.isSetBy(SceneField::kMode)) scene.overMode.reset();  // it was the plate's
 }
@@ -211,8 +211,19 @@ void editChoke(Scene& scene, Text& thing, Text& text) {
     scene.options[SceneField::kChoke] = thing;
 }
 
+constexpr Choice<bool> kSwitch[] = {{"on", true}, {"off", false}};
+
+void editInvert(Scene& scene, Text& thing, Text& text) {
+    scene.isInverted = pick(kSwitch, thing, text);
+    scene.options[SceneField::kInvert] = thing;
+}
+
+void editStMap(Scene& scene, Text& thing, Text& text) {
+    scene.stMap = SceneInput{{pictureName(thing, text)}};
+    scene.options[SceneField::kStMap] = thing;
+}
+
 void editPlain(Scene& scene, Text& thing, Text& text) {
-    constexpr Choice<bool> kSwitch[] = {{"on", true}, {"off", false}};
     scene.isPlain = pick(kSwitch, thing, text);
     scene.options[SceneField::kPlain] = thing;
 }
@@ -228,11 +239,16 @@ void editModule(Scene& scene, Text& thing, Text& text) {
 
 constexpr SceneEdit kEdits[] = {
     {"layer", "LAYER", "The picture to pin", editLayer},
+    {"invert", "on|off",
+     "Take what lies in the To quad out of PLATE, else LAYER, to fill the frame", editInvert},
     {"output", "OUTPUT", "The picture to write; its extension chooses the format", editOutput},
     {"over", "PLATE", "Lay the pinned layer over this picture; To Pins are then in its pixels",
      editPlate},
     {"size", "WxH", "Lay it into a transparent frame of this size; To Pins are then in its pixels",
      editSize},
+    {"st-map", "FILE",
+     "Lens distortion: where each pixel of the frame looks in the frame that the pins stand in",
+     editStMap},
     {"frames", "RANGE", "Frames of a sequence, such as 1001-1100 or 1-10,20-30x2", editFrames},
     {"from", "\"X,Y X,Y X,Y X,Y\"", "From Pins, what is taken from it", editFromPins},
     {"to", "\"X,Y X,Y X,Y X,Y\"", "To Pins, where the picture goes", editToPins},

@@ -37,7 +37,7 @@ constexpr int kMostFrame = INT32_MAX;
 
 constexpr FileKey kProjectKeys[] = {
     {"schema", true}, {"version", true}, {"comp", true}, {"layer", true}, {"plate"},
-    {"output"},       {"frames"},        {"render"},     {"parameters"},
+    {"stMap"},        {"output"},        {"frames"},     {"render"},      {"parameters"},
 };
 constexpr FileKey kCompKeys[] = {
     {"width", true}, {"height", true}, {"rate", true}, {"startFrame"},
@@ -46,7 +46,7 @@ constexpr FileKey kCompKeys[] = {
 constexpr FileKey kMotionBlurKeys[] = {{"on"}, {"shutterAngle"}, {"shutterPhase"}};
 constexpr FileKey kRenderKeys[] = {
     {"depth"}, {"mode"},  {"downsample"}, {"size"},  {"quality"}, {"filter"},
-    {"taps"},  {"edges"}, {"feather"},    {"choke"},
+    {"taps"},  {"edges"}, {"feather"},    {"choke"}, {"invert"},
 };
 constexpr FileKey kParameterKeys[] = {{"id"}, {"value"}, {"keys"}};
 constexpr FileKey kKeyKeys[] = {
@@ -221,6 +221,7 @@ void readRender(Node const& node, Scene& scene) {
     if (auto const depth = node.find("depth")) scene.depth = depth->pick(kDepthWords);
     if (auto const mode = node.find("mode")) scene.overMode = mode->pick(kOverModes);
     if (auto const quality = node.find("quality")) scene.isBest = quality->pick(kOwnQualities);
+    if (auto const invert = node.find("invert")) scene.isInverted = invert->flag();
     if (auto const n = node.find("downsample")) scene.downsample = n->whole(1, kLargestPx);
     if (auto const size = node.find("size")) {
         if (!size->json().is_array() || size->json().size() != 2) size->fail("[width, height]");
@@ -341,6 +342,7 @@ Scene readRoot(fs::path const& file, Node const& root) {
     scene.ownDuration = root.at("comp").find("duration").has_value();
     scene.layer = picture(root.at("layer"));
     if (auto const plate = root.find("plate")) scene.plate = picture(*plate);
+    if (auto const map = root.find("stMap")) scene.stMap = picture(*map);
     if (auto const output = root.find("output"))
         scene.output = ScenePath{readPath(*output), file.parent_path()};
     if (auto const frames = root.find("frames")) {
@@ -411,6 +413,7 @@ Ordered renderJson(Scene const& scene) {
     if (scene.overMode) json["mode"] = wordOf(kOverModes, *scene.overMode);
     if (scene.downsample) json["downsample"] = *scene.downsample;
     if (scene.isBest) json["quality"] = wordOf(kOwnQualities, true);
+    if (scene.isInverted) json["invert"] = true;
     if (scene.size) json["size"] = Ordered::array({scene.size->width, scene.size->height});
     if (scene.filter) json["filter"] = *scene.filter;
     if (scene.taps) json["taps"] = *scene.taps;
@@ -454,6 +457,7 @@ std::string textIn(fs::path const& folder, Scene const& scene) {
     if (!scene.ownStart) json["comp"].erase("startFrame");
     if (!scene.ownDuration) json["comp"].erase("duration");
     if (scene.plate) json["plate"] = inputIn(folder, *scene.plate);
+    if (scene.stMap) json["stMap"] = inputIn(folder, *scene.stMap);
     if (scene.output) json["output"] = writtenIn(folder, *scene.output);
     if (scene.frames) json["frames"] = *scene.frames;
     Ordered const render = renderJson(scene);

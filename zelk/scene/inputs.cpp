@@ -36,14 +36,26 @@ SceneFiles::SceneFiles(Scene const& scene)
       output(isSequence(scene) ? SequenceName(scene.outputPath().string())
                                : SequenceName::plain(scene.outputPath().string())) {
     if (scene.plate) plate.emplace(filesOf(*scene.plate, scene.missing));
+    if (scene.stMap) stMap.emplace(filesOf(*scene.stMap, scene.missing));
     int const first = firstFrameOf(scene);
     layer.startAt(first);
     if (plate) plate->startAt(first);
 }
 
+bool SceneFiles::isReadable(int frame) const { return missingOf(frame).isThere(frame); }
+
+InputFiles const& SceneFiles::missingOf(int frame) const {
+    InputFiles const* missing = nullptr;
+    eachInput([&](InputFiles const& input, char const*) {
+        if (!missing && !input.isThere(frame)) missing = &input;
+    });
+    return missing ? *missing : layer;
+}
+
 bool isSequence(Scene const& scene) {
     return scene.frames || !scene.tracks.empty() || isNumbered(scene.layer) ||
            (scene.plate && (isNumbered(*scene.plate) || isMovie(*scene.plate))) ||
+           (scene.stMap && isNumbered(*scene.stMap)) ||
            (scene.hasComp && isPattern(scene.outputPath())) || isMovie(scene.layer) ||
            isMovieName(scene.outputPath());
 }
@@ -58,8 +70,9 @@ void requireOtherFile(Scene const& scene, bool mayBe, std::filesystem::path cons
 
 void requireNoInput(Scene const& scene, SceneFiles const& files, bool mayBe, int frame,
                     std::filesystem::path const& output) {
-    requireOtherFile(scene, mayBe, output, files.layer.own(frame), "layer");
-    if (files.plate) requireOtherFile(scene, mayBe, output, files.plate->own(frame), "plate");
+    files.eachInput([&](InputFiles const& input, char const* kind) {
+        requireOtherFile(scene, mayBe, output, input.own(frame), kind);
+    });
 }
 
 }  // namespace zelk

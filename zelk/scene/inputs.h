@@ -17,19 +17,24 @@ bool isSequence(Scene const& scene);
 struct SceneFiles {
     explicit SceneFiles(Scene const& scene);
     /// Whether a frame's inputs are there, or something stands for them.
-    bool isReadable(int frame) const {
-        return layer.isThere(frame) && (!plate || plate->isThere(frame));
+    bool isReadable(int frame) const;
+    /// The first one that makes a frame unreadable.
+    InputFiles const& missingOf(int frame) const;
+    /// Calls each(input, "layer") for every input, with what messages call it.
+    template <class Call>
+    void eachInput(Call const& each) const {
+        each(layer, "layer");
+        if (plate) each(*plate, "plate");
+        if (stMap) each(*stMap, "ST map");
     }
-    /// The one that makes a frame unreadable.
-    InputFiles const& missingOf(int frame) const { return layer.isThere(frame) ? *plate : layer; }
 
     InputFiles layer;
-    std::optional<InputFiles> plate;
+    std::optional<InputFiles> plate, stMap;
     SequenceName output;
 };
 
-/// Throws about the output where it is the very file that the frame reads as its layer or plate,
-/// unless that may be.
+/// Throws about the output where it is the very file that the frame reads as one of its
+/// inputs, unless that may be.
 void requireNoInput(Scene const& scene, SceneFiles const& files, bool mayBe, int frame,
                     std::filesystem::path const& output);
 /// The same of one that is read as `kind` ("layer", "plate").

@@ -193,7 +193,12 @@ struct Scene {
     std::optional<SceneMatte> matte;    ///< of the layer, in its pixels; moves with it
     std::optional<SceneMatte> holdout;  ///< what stands before the layer, in the frame's pixels
     std::optional<SceneInput> stMap;    ///< lens distortion of the frame
-    bool isInverted = false;            ///< the layer is taken out of the plate
+    /// What lies in the To quad is taken out of the plate, or of the layer where there is none, and
+    /// fills the frame (invert.h).
+    bool isInverted = false;
+    /// To Pins are the frame's corners, and the frame is as large as the From quad where no size is
+    /// given.
+    bool fillsFrame = false;
     bool isBest = false;                ///< Quality "best": every pixel integrates its footprint
     std::optional<std::string> filter;  ///< a kernel's name, instead of Quality's
     std::optional<int> taps;            ///< of the filter: 4, 6, 8 or 10
@@ -214,18 +219,19 @@ struct Scene {
     bool hasFrame() const { return plate || size; }
     bool softensOutline() const { return featherPx > 0 || chokePx > 0; }
     FrameEdges edgesTaken() const {
-        bool const isExact = hasFrame() || softensOutline();
+        bool const isExact = hasFrame() || isInverted || fillsFrame || softensOutline();
         return edges.value_or(isExact ? FrameEdges::kExact : FrameEdges::kGrid);
     }
     /// Resampling that the effect's own controls don't have is asked for.
-    bool needsMemory() const {
-        return isBest || filter || taps || edges == FrameEdges::kExact || softensOutline();
+    bool resamplesBeyondEffect() const {
+        return isBest || filter || taps || stMap || edges == FrameEdges::kExact || softensOutline();
     }
-    Road roadTaken() const {
-        return road.value_or(hasFrame() || needsMemory() ? Road::kMemory : Road::kModule);
-    }
-    /// Of the transparent frame; nothing with a plate, whose size counts.
-    std::optional<PixelSize> frameSize() const { return plate ? std::nullopt : size; }
+    /// What the effect alone can't do is asked for.
+    bool needsMemory() const { return hasFrame() || isInverted || resamplesBeyondEffect(); }
+    Road roadTaken() const { return road.value_or(needsMemory() ? Road::kMemory : Road::kModule); }
+    /// Of the transparent frame that the To Pins lie in; nothing with a plate, whose size counts,
+    /// and before an inverted scene's quads are exchanged.
+    std::optional<PixelSize> frameSize() const { return plate || isInverted ? std::nullopt : size; }
     /// As the working folder sees it; empty without an output.
     std::filesystem::path outputPath() const { return output ? output->path() : ""; }
     HostApp hostApp() const { return host.value_or(HostApp::kAfterEffects); }

@@ -15,6 +15,7 @@
 #include "zelk/render/host_errors.h"
 #include "zelk/render/memory_release.h"
 #include "zelk/render/setup.h"
+#include "zelk/scene/invert.h"
 #include "zelk/scene/refusal.h"
 #include "zelk/scene/words.h"
 #include "zelk/sequence/interrupt_flag.h"
@@ -246,7 +247,8 @@ ExitCode SequenceRun::code() const {
     return isSome ? ExitCode::kSomeFailed : m_result.failed.front().code;
 }
 
-ExitCode take(Scene const& scene, RunOptions const& options, Purpose purpose) {
+ExitCode take(Scene const& asked, RunOptions const& options, Purpose purpose) {
+    Scene const scene = invertedScene(asked);
     if (options.explain != Explain::kNo && isSequence(scene))
         throw UserError(ExitCode::kUsage,
                         spelled(scene, "explain") + " works for a single picture only");

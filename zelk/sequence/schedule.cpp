@@ -45,7 +45,8 @@ std::vector<int> withHoles(std::vector<int> const& frames, Comp const& comp) {
 std::vector<int> framesAsked(Scene const& scene, SceneFiles const& files) {
     if (!isSequence(scene)) return {compOf(scene, 0, 0).startFrame};
     if (scene.frames) return parseFrameRange(spelled(scene, "frames"), *scene.frames);
-    for (InputFiles const* input : {&files.layer, files.plate ? &*files.plate : nullptr}) {
+    for (InputFiles const* input : {&files.layer, files.plate ? &*files.plate : nullptr,
+                                    files.stMap ? &*files.stMap : nullptr}) {
         if (!input || !input->isNumbered()) continue;
         std::vector<int> frames = input->framesThere();
         if (!frames.empty()) return scene.hasComp ? withHoles(frames, scene.comp) : frames;
@@ -104,10 +105,8 @@ void checkOutputsAreNoInputs(Scene const& scene, RunOptions const& run, SceneFil
                         "would replace a picture that other frames read:", picture->file.string(),
                         "other names than the inputs'");
     };
-    for (int const frame : frames) {
-        check(files.layer, "layer", frame);
-        if (files.plate) check(*files.plate, "plate", frame);
-    }
+    for (int const frame : frames)
+        files.eachInput([&](auto const& input, char const* kind) { check(input, kind, frame); });
 }
 
 std::string planText(Scene const& scene, SceneFiles const& files, Schedule const& schedule) {
@@ -120,6 +119,7 @@ std::string planText(Scene const& scene, SceneFiles const& files, Schedule const
         };
         text += isOne ? std::string() : fmt::format("{}: ", frame);
         text += "read " + named(files.layer);
+        if (files.stMap) text += fmt::format(", through {}", named(*files.stMap));
         if (files.plate) text += fmt::format(", over {}", named(*files.plate));
         fs::path const output = files.output.pathOf(frame);
         text +=

@@ -18,10 +18,11 @@ struct Schedule {
     std::optional<int> missingFrame;  ///< before which the run ends
 };
 
-/// The frames of --frames, else of the layer's files, else of the plate's, with the composition's
-/// frames between them, else all of the composition's; one frame for a single picture;
-/// but for those that are written already or lack an input. Throws a usage error where there are
-/// none or all would be one file, an input error for a numbered input without files.
+/// The frames of --frames, else of the layer's files, else of the plate's, else of the ST map's,
+/// with the composition's frames between them, else all of the composition's; one frame for a
+/// single picture; but for those that are written already or lack an input. Throws a usage error
+/// where there are none or all would be one file, an input error for a numbered input without
+/// files.
 Schedule scheduleOf(Scene const& scene, RunOptions const& run, SceneFiles const& files);
 
 /// An error where a frame's output is the very file that it reads, unless the run says that it may

@@ -59,6 +59,17 @@ R --size 9x9 --host KeyG;2;--host does not go with --size
 R --size 9x9 --grow 4;2;--grow
 R --plain --grow 4;2;--grow
 R --mode add;2;--mode
+R --invert --from 0,0_1,0_0,1_1,1;2;--from does not go with --invert
+R --invert --mode add;2;--mode does not go with --invert
+R --invert --st-map in.png;2;--st-map does not go with --invert
+R --st-map in.png --road module;2;leave --st-map out
+R --st-map in.png --host KeyG;2;--host does not go with --st-map
+R --st-map a.mov;2;--st-map;"a.mov";OpenEXR
+R --st-map none.exr;3;none.exr: no such file
+R --st-map in.png;3;in.png: an ST map;8-bit
+map in.png;2;--output
+map in.png -o out.png;2;".png";.exr
+map in.png -o out.exr --matrix;2;".exr";.json or .csv
 R --motion-blur 65;2;--motion-blur;"65";1 to 64
 R --motion-blur off out.png;2;"out.png";only LAYER
 R --set rotate 30;2;--set;NAME=VALUE

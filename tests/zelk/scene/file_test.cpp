@@ -60,6 +60,7 @@ TEST_F(ProjectFile, GoesThereAndBackWithEveryKindAndInterpolation) {
     project.downsample = 2, project.size = PixelSize{9, 8}, project.isBest = true;
     project.filter = "lanczos2", project.taps = 8, project.edges = FrameEdges::kExact;
     project.featherPx = 1.5, project.chokePx = 0.25;
+    project.stMap = SceneInput{{"lens/st.exr", home}}, project.isInverted = true;
     host.resetParameters(320, 180);
     int seed = 0;
     for (Parameter& parameter : host.parameters()) {
