@@ -15,6 +15,7 @@
 #include "zelk/render/host_errors.h"
 #include "zelk/render/load_module.h"
 #include "zelk/render/memory_budget.h"
+#include "zelk/render/movie_sound.h"
 #include "zelk/render/setup.h"
 #include "zelk/scene/check.h"
 #include "zelk/scene/refusal.h"
@@ -61,6 +62,7 @@ FrameStages::FrameStages(Scene scene, RunOptions run, Explanation* explanation)
       m_host(hostOf(m_scene)),
       m_files(m_scene),
       m_explanation(explanation) {
+    m_scene.comp.timeBase = rateOf(m_scene, m_files);
     useThreads(m_run.threads);
 }
 
@@ -75,8 +77,9 @@ FrameRequest FrameStages::momentOf(int frame) const {
 
 /// A picture has at least one pixel.
 void FrameStages::requireReduced(int reduce) const {
-    int most = std::min(m_sizes.layer.width, m_sizes.layer.height) / m_ask.downsample;
+    int most = std::min(m_sizes.layer.width, m_sizes.layer.height);
     if (!isModule()) most = std::min({most, m_sizes.frame.width, m_sizes.frame.height});
+    most /= downsample();
     if (reduce >= 1 && reduce <= most) return;
     throw UserError(ExitCode::kUsage, {"preview", "can't be reduced by", std::to_string(reduce),
                                        fmt::format("a whole number from 1 to {}", most)});
@@ -112,13 +115,12 @@ void FrameStages::check(int frame) {
         if (auto const file = m_files.plate->pictureOf(frame))
             plate = openSized(*file, m_sizes.frame).traits();
     settleOutput(layer, plate, headers);
-    PinFrame const space = pinFrameOf(headers.ask, 1);
+    PinFrame const space = pinFrameOf(headers.ask, downsample());
     plan(space, frameRequest(m_comp, frame), Depth::kFloat);
     PixelSize const size = {space.frameWidth + 2 * space.marginX,
                             space.frameHeight + 2 * space.marginY};
     if (isMovieName(m_scene.outputPath())) {
-        if (!std::exchange(m_isMovieChecked, true))
-            checkMovieSize(m_scene.outputPath(), size, m_comp.timeBase);
+        if (!std::exchange(m_isMovieChecked, true)) checkMovie(movieRequestOf(size));
     } else if (m_scene.output) {
         m_warnings.add(checkPicture(size, m_files.output.pathOf(frame), headers.file));
     }
@@ -218,11 +220,12 @@ bool FrameStages::finishMovie(std::atomic<bool> const& stop) {
 std::uint64_t FrameStages::bytesInFlight() const {
     RenderSize size{m_sizes.layer.width, m_sizes.layer.height, m_ask.depth, 0, 0, 0};
     if (isModule()) return renderBytes(size);
-    std::uint64_t const plate = m_files.plate && m_inFlight > 1
-                                    ? std::uint64_t{16} * m_sizes.frame.width * m_sizes.frame.height
-                                    : 0;
-    return plate + frameRenderBytes(m_sizes.layer.width, m_sizes.layer.height, m_sizes.frame.width,
-                                    m_sizes.frame.height);
+    PixelSize const layer = reduced(m_sizes.layer, downsample());
+    PixelSize const frame = reduced(m_sizes.frame, downsample());
+    bool const isKept = m_files.plate && (m_inFlight > 1 || downsample() > 1);
+    std::uint64_t const plate =
+        isKept ? std::uint64_t{16} * std::uint64_t(frame.width) * std::uint64_t(frame.height) : 0;
+    return plate + frameRenderBytes(layer.width, layer.height, frame.width, frame.height);
 }
 
 void FrameStages::checkMemory() const {
@@ -240,10 +243,19 @@ void FrameStages::checkMemory() const {
                                 m_inFlight, memory));
 }
 
+MovieRequest FrameStages::movieRequestOf(PixelSize size) const {
+    return {m_scene.outputPath(), size, m_comp.timeBase, m_scene.codec, m_scene.codecQuality, {}};
+}
+
 void FrameStages::storeInMovie(RenderedFrame const& rendered) {
     World const& picture = rendered.picture;
-    if (!m_movie)
-        m_movie.emplace(m_scene.outputPath(), picture.width(), picture.height(), m_comp.timeBase);
+    if (!m_movie) {
+        MovieRequest ask = movieRequestOf({picture.width(), picture.height()});
+        std::vector<std::string> warnings;
+        ask.sound = soundOf(m_scene, m_files, m_frames, m_comp.timeBase, warnings);
+        m_warnings.add(warnings);
+        m_movie.emplace(ask);
+    }
     m_movie->add(picture, rendered.file.form);
 }
 

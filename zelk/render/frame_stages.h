@@ -22,6 +22,7 @@
 #include "zelk/render/run_options.h"
 #include "zelk/scene/inputs.h"
 #include "zelk/scene/quad_check.h"
+#include "zelk/scene/track_use.h"
 
 namespace zelk {
 
@@ -34,7 +35,7 @@ struct LoadedFrame {
     std::optional<PictureReader> plateRows;  ///< a plate whose rows are read when they are needed
     WriteRequest file;
     ModuleRender ask;  ///< on the module road; each file has its own depth
-    int reduce = 1;
+    int reduce = 1;    ///< of both inputs, on the memory road
 };
 struct RenderedFrame {
     World picture;  ///< straight colour on the module road, associated in float on the other
@@ -113,8 +114,12 @@ private:
     void readSizes(std::vector<int> const& frames);
     void settleSizes(std::optional<PictureReader> const& layer,
                      std::optional<PictureReader> const& plate, ImageSizes const& unknown);
+    FrameSpan shownSpan() const;
     void settleValues(std::vector<int> const& frames);
     void requireReduced(int reduce) const;
+    void requirePixelsLeft() const;
+    /// Of the scene, which a preview's reduction multiplies.
+    int downsample() const { return m_scene.downsample.value_or(1); }
     PictureReader openSized(InputPicture const& file, PixelSize size) const;
     World loadLayer(std::optional<InputPicture> const& file, PictureTraits& traits,
                     LoadedFrame& loaded);
@@ -126,6 +131,7 @@ private:
     void plan(PinFrame const& frame, FrameRequest const& moment, Depth depth);
     World renderedByModule(LoadedFrame& loaded, FrameRequest const& moment);
     World renderedInMemory(LoadedFrame& loaded, FrameRequest const& moment);
+    MovieRequest movieRequestOf(PixelSize size) const;
     void storeInMovie(RenderedFrame const& rendered);
     void endStage(char const* stage);
 

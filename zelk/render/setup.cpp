@@ -104,7 +104,8 @@ void setParameters(Scene const& scene, Host& host, PixelSize layer, PixelSize fr
     host.resetParameters(frame.width, frame.height);
     if (scene.roadTaken() == Road::kMemory) pinWholePicture(host.parameters(), layer);
     setValues(scene, ValuesFrom::kFile, host.parameters());
-    for (TrackUse const& use : scene.tracks) importTrack(host, scene, use, frame);
+    for (TrackUse const& use : scene.tracks)
+        importTrack(host, scene, use, frame, use.pins == TrackedPins::kTo ? frame : layer);
     setOptionValues(scene, host.parameters());
 }
 

@@ -51,6 +51,9 @@ inline constexpr Choice<HostApp> kHostWords[] = {{"FXTC", HostApp::kAfterEffects
                                                  {"KeyG", HostApp::kFinalCutPro},
                                                  {"MOTN", HostApp::kMotion}};
 
+inline constexpr Choice<TrackedPins> kPinsWords[] = {{"to", TrackedPins::kTo},
+                                                     {"from", TrackedPins::kFrom}};
+
 /// The shutter's limits, degrees: the angle from 0, the phase on both sides.
 inline constexpr double kMostShutterAngleDeg = 720, kMostShutterPhaseDeg = 360;
 
