@@ -52,7 +52,8 @@ struct Effect {
         host.resetParameters(kWidth, kHeight);
     }
     void import(TrackUse const& use, int keys) {
-        if (importTrack(host, {}, use, {kWidth, kHeight}) != 4u * static_cast<unsigned>(keys))
+        PixelSize const size = {kWidth, kHeight};
+        if (importTrack(host, {}, use, size, size) != 4u * static_cast<unsigned>(keys))
             throw std::runtime_error("keys are missing");
     }
     void render(int frame) {
@@ -72,8 +73,8 @@ double secondsOf(Work const& work) {
 
 void importKeys(benchmark::State& state, int keys) {
     const TrackFile small(kSmallest), file(keys);
-    const TrackUse smallUse = readTrackUse(small.path, TrackedPins::kTo);
-    const TrackUse use = readTrackUse(file.path, TrackedPins::kTo);
+    const TrackUse smallUse = readTrackUse({small.path}, TrackedPins::kTo);
+    const TrackUse use = readTrackUse({file.path}, TrackedPins::kTo);
     Effect effect;
     double least = 1e9, seconds = 0;
     for (int i = 0; i < 5; ++i)
@@ -87,8 +88,8 @@ void importKeys(benchmark::State& state, int keys) {
 void frames(benchmark::State& state, int keys) {
     const TrackFile small(kSmallest), file(keys);
     Effect few, many;
-    few.import(readTrackUse(small.path, TrackedPins::kTo), kSmallest);
-    many.import(readTrackUse(file.path, TrackedPins::kTo), keys);
+    few.import(readTrackUse({small.path}, TrackedPins::kTo), kSmallest);
+    many.import(readTrackUse({file.path}, TrackedPins::kTo), keys);
     double least = 1e9, seconds = 0;
     for (int i = 0; i < 5; ++i)
         least = std::min(least, secondsOf([&] {

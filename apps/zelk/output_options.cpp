@@ -34,6 +34,8 @@ void addPictureOptions(OptionAdder const& add, SceneOptions& scene, OutputOption
     scene.add(add, {"layer", "output", "over", "size"});
     output.addFileOptions(add);
     scene.add(add, {"to", "from", "track", "track-from", "view", "quality", "set"});
+    scene.add(add, {"track-format", "track-size", "corners", "flip-y", "track-first-frame",
+                    "shift-frames"});
 }
 
 }  // namespace zelk

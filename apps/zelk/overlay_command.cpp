@@ -54,14 +54,16 @@ void requirePinsInPanel(Host const& host, Panel const& panel, FrameRequest const
 }
 
 /// The frame that a command about one frame means: the one given, else the composition's first,
-/// else the track's, else the first of --frames, else 1.
-int frameOf(Scene const& scene, std::optional<int> frame) {
+/// else the track's, else the first of --frames, else a movie's, else 1.
+int frameOf(Scene const& scene, SceneFiles const& files, std::optional<int> frame) {
     if (frame) return *frame;
     if (scene.hasComp) return scene.comp.startFrame;
     auto const tracked =
         scene.tracks.empty() ? std::vector<int>() : wholeFrames(*scene.tracks.front().track);
     if (!tracked.empty()) return tracked.front();
-    return scene.frames ? parseFrameRange("--frames", *scene.frames).front() : 1;
+    if (scene.frames) return parseFrameRange("--frames", *scene.frames).front();
+    bool const isMovie = files.layer.isMovie() || (files.plate && files.plate->isMovie());
+    return isMovie ? files.layer.firstFrame() : 1;
 }
 
 void writeOverlay(FrameStages& renderer, PanelPicture const& ask, RunOptions const& run) {
@@ -69,7 +71,7 @@ void writeOverlay(FrameStages& renderer, PanelPicture const& ask, RunOptions con
     requirePanels(renderer.host(), scene.hostApp());
     std::filesystem::path const output = scene.outputPath();
     checkTarget(output, run.noClobber);
-    int const frame = frameOf(scene, ask.view.frame);
+    int const frame = frameOf(scene, renderer.files(), ask.view.frame);
     requireNoInput(scene, renderer.files(), run.inPlace, frame, output);
     renderer.beginAt(frame);
     requireOneSpace(ask.view, renderer.layerSize(), renderer.frameSize());
@@ -102,7 +104,7 @@ void OverlayCommand::addOptions(CLI::App& app) {
     OptionAdder const add(app);
     addPictureOptions(add, m_scene, m_output);
     m_output.addThreads(add);
-    m_scene.add(add, "mode");
+    m_scene.add(add, {"mode", "first-frame"});
     add.text("Panel", "--project", m_project, "FILE",
              "Layer, plate and keyframed parameters; options override it");
     m_panel.add(add);

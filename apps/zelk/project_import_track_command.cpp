@@ -10,6 +10,7 @@
 #include "zelk/scene/file.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/scene/track_use.h"
+#include "zelk/scene/words.h"
 #include "zelk/text/choices.h"
 
 namespace zelk {
@@ -35,17 +36,16 @@ void ProjectImportTrackCommand::addOptions(CLI::App& app) {
     m_file.add(add);
     add.text("Project", "TRACK", m_track, "", "The tracking data");
     add.text("Project", "--pins", m_pins, "PINS", "to or from (to)");
-    m_scene.add(add, {"host", "module"});
+    m_scene.add(add, {"track-format", "track-size", "corners", "flip-y", "track-first-frame",
+                      "shift-frames", "host", "module"});
 }
 
 ExitCode ProjectImportTrackCommand::run(Invocation const&) {
-    constexpr Choice<TrackedPins> kPins[] = {{"to", TrackedPins::kTo},
-                                             {"from", TrackedPins::kFrom}};
     std::string const file = m_file.name();
     std::string const track = required(m_track.value_or(""), "TRACK", "a tracking file");
-    auto const pins = m_pins ? pick(kPins, "--pins", *m_pins) : TrackedPins::kTo;
+    auto const pins = m_pins ? pick(kPinsWords, "--pins", *m_pins) : TrackedPins::kTo;
     Scene scene = m_scene.edited(readScene(file));
-    scene.tracks.push_back(readTrackUse(track, pins));
+    scene.tracks.push_back(readTrackUse({track}, pins, scene.trackReading, scene.editPrefix));
     FrameStages renderer(scene);
     renderer.beginEdit(scene.comp.startFrame);
     writeScene(renderer.settledScene(), file);

@@ -13,6 +13,7 @@
 #include "zelk/scene/clock.h"
 #include "zelk/scene/edits.h"
 #include "zelk/scene/file.h"
+#include "zelk/scene/inputs.h"
 #include "zelk/scene/words.h"
 #include "zelk/text/errors.h"
 #include "zelk/text/numbers.h"
@@ -23,43 +24,35 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// Frames that there are of a name; nothing for a plain one. Throws when there are none.
-std::vector<int> framesThere(SequenceName const& name, std::string const& pattern) {
-    if (!name.isSequence()) return {};
-    std::vector<int> frames = framesOnDisk(name);
+/// Of an input over many frames; nothing for a single picture. Throws where a numbered one has
+/// none.
+std::vector<int> framesThere(InputFiles const& input) {
+    if (!input.isNumbered()) return {};
+    std::vector<int> frames = input.framesThere();
     if (frames.empty())
-        throw UserError(ExitCode::kInput, {pattern, "no such frames", "",
-                                           "files such as " + name.pathOf(1).string()});
+        throw UserError(ExitCode::kInput, {input.name(), "no such frames", "",
+                                           "files such as " + input.own(1).file.string()});
     return frames;
 }
 
-std::string layerName(Scene const& scene) { return scene.layer.name(); }
-std::string plateOrLayer(Scene const& scene) {
-    return scene.plate ? scene.plate->name() : layerName(scene);
-}
-
-/// The frames that a new composition shows, in any order.
-std::vector<int> framesOf(Scene const& scene) {
+/// The frames that a new composition shows, in any order: the plate's, else the layer's.
+std::vector<int> framesOf(Scene const& scene, SceneFiles const& files) {
     if (scene.frames) return parseFrameRange("--frames", *scene.frames);
-    for (auto const& pattern : {plateOrLayer(scene), layerName(scene)}) {
-        auto frames = framesThere(SequenceName(pattern), pattern);
+    for (InputFiles const* input : {files.plate ? &*files.plate : nullptr, &files.layer}) {
+        auto frames = input ? framesThere(*input) : std::vector<int>();
         if (!frames.empty()) return frames;
     }
     return {0};
 }
 
-/// The first picture of the plate, else of the layer, of those that the frames name.
-PictureReader firstPicture(Scene const& scene) {
-    std::string const pattern = plateOrLayer(scene);
-    SequenceName const name(pattern);
-    if (scene.frames) return openPicture(name.pathOf(framesOf(scene).front()));
-    auto const there = framesThere(name, pattern);
-    return openPicture(name.pathOf(there.empty() ? 0 : there.front()));
-}
-
+/// Clock, length and size, as far as they are not given: those of the plate, else of the layer.
 void settleComp(Scene& scene, std::optional<PixelSize> const& size) {
+    SceneFiles const files(scene);
     Comp& comp = scene.comp;
-    auto const frames = framesOf(scene);
+    comp.timeBase = rateOf(scene, files);
+    if ((files.layer.isMovie() || (files.plate && files.plate->isMovie())) && !scene.movieStart)
+        scene.movieStart = 0;
+    auto const frames = framesOf(scene, files);
     auto const [first, last] = std::minmax_element(frames.begin(), frames.end());
     comp.startFrame = *first;
     if (!keyTimeOf(comp, double(*last) + 1))
@@ -73,7 +66,8 @@ void settleComp(Scene& scene, std::optional<PixelSize> const& size) {
         comp.height = size->height;
         return;
     }
-    PictureReader const picture = firstPicture(scene);
+    PictureReader const picture =
+        (files.plate ? *files.plate : files.layer).own(frames.front()).open();
     comp.width = picture.width();
     comp.height = picture.height();
 }
@@ -83,14 +77,16 @@ void settleComp(Scene& scene, std::optional<PixelSize> const& size) {
 CommandInfo const ProjectNewCommand::kInfo = {
     "project new", "Make a project file", "FILE --layer LAYER [OPTIONS]",
     "Examples:\n"
-    "  zelk project new sign.zelk.json --layer sign.png --plate shot.####.exr\n"};
+    "  zelk project new sign.zelk.json --layer sign.png --plate shot.####.exr\n"
+    "  zelk project new sign.zelk.json --layer sign.png --plate shot.mov --track shot.txt\n"};
 
 void ProjectNewCommand::addOptions(CLI::App& app) {
     OptionAdder const add(app);
     m_file.add(add);
     for (Edit& edit : m_edits) {
         std::string const typed = edit.name == "output" ? "-o,--output" : edit.option;
-        add.text("Project", typed, edit.text, sceneEdit(edit.name).value, edit.help);
+        add.text("Project", typed, edit.text, sceneEdit(edit.name).value,
+                 edit.help ? edit.help : sceneEdit(edit.name).help);
     }
     add.text("Project", "--size", m_size, "WxH",
              "Of the composition (the plate's, else the layer's)");
@@ -100,6 +96,7 @@ void ProjectNewCommand::addOptions(CLI::App& app) {
 ExitCode ProjectNewCommand::run(Invocation const&) {
     fs::path const file = m_file.name();
     Scene scene;
+    scene.editPrefix = "--";
     for (Edit const& edit : m_edits) {
         if (edit.text && scene.options.contains(SceneField::kPlate) && edit.name == "over")
             throw UserError(ExitCode::kUsage, "--plate is --over: give one of them");
@@ -108,9 +105,7 @@ ExitCode ProjectNewCommand::run(Invocation const&) {
     if (!scene.layer.isGiven()) throw missing("--layer", "a picture file or pattern");
     std::optional<PixelSize> size;
     if (m_size) size = parseSize("--size", *m_size);
-    for (std::string const& path :
-         {layerName(scene), plateOrLayer(scene), scene.outputPath().string()})
-        static_cast<void>(SequenceName(path));  // refuses a malformed mark
+    static_cast<void>(SequenceName(scene.outputPath().string()));  // refuses a malformed mark
     requireNew(file, m_force);
     settleComp(scene, size);
     writeScene(scene, file, m_force);

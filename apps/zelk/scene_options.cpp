@@ -30,6 +30,12 @@ constexpr SceneOption kOptions[] = {
     {"from", "Pins"},
     {"track", "Pins"},
     {"track-from", "Pins"},
+    {"track-format", "Tracking data"},
+    {"track-size", "Tracking data"},
+    {"corners", "Tracking data"},
+    {"flip-y", "Tracking data"},
+    {"track-first-frame", "Tracking data"},
+    {"shift-frames", "Tracking data"},
     {"view", "Pins"},
     {"invert", "Pins"},
     {"quality", "Rendering"},
@@ -47,6 +53,9 @@ constexpr SceneOption kOptions[] = {
     {"motion-blur", "Time"},
     {"shutter", "Time"},
     {"rate", "Time"},
+    {"first-frame", "Time"},
+    {"codec", "Movies"},
+    {"quality-level", "Movies"},
     {"missing", "Sequence"},
     {"opacity", "Compositing"},
     {"transfer", "Compositing"},
@@ -78,8 +87,8 @@ void SceneOptions::add(OptionAdder const& add, std::string_view name) {
     std::string const typed = name == "output" ? "-o,--output" : thingOf(name);
     if (name == "set")
         add.texts(option.group, typed, m_settings, edit.value, edit.help);
-    else if (name == "plain" || name == "invert")
-        add.flag(option.group, typed, m_switches[edit.name], edit.help);
+    else if (std::string_view(edit.value) == "on|off")
+        add.flag(option.group, typed, m_flags[edit.name], edit.help);
     else
         add.text(option.group, typed, m_texts[edit.name], name == "layer" ? "" : edit.value,
                  edit.help);
@@ -91,8 +100,8 @@ Scene SceneOptions::edited(Scene scene) const {
         std::string const thing = thingOf(edit.name);
         auto const typed = m_texts.find(edit.name);
         if (typed != m_texts.end() && typed->second) edit.apply(scene, thing, *typed->second);
-        auto const flag = m_switches.find(edit.name);
-        if (flag != m_switches.end() && flag->second) edit.apply(scene, thing, "on");
+        auto const flag = m_flags.find(edit.name);
+        if (flag != m_flags.end() && flag->second) edit.apply(scene, thing, "on");
         if (edit.name == "set")
             for (std::string const& setting : m_settings) edit.apply(scene, thing, setting);
     }

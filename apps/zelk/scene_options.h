@@ -27,8 +27,8 @@ public:
 
 private:
     std::map<std::string_view, std::optional<std::string>> m_texts;
-    std::vector<std::string> m_settings;          ///< of --set
-    std::map<std::string_view, bool> m_switches;  ///< edits that are on or off
+    std::vector<std::string> m_settings;       ///< of --set
+    std::map<std::string_view, bool> m_flags;  ///< edits of on and off
 };
 
 /// Whether a scene can be rendered to its output, in the words of the command line where layer or

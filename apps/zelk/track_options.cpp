@@ -3,10 +3,6 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
-#include <array>
-#include <vector>
-
 #include "zelk/scene/words.h"
 #include "zelk/text/errors.h"
 #include "zelk/text/numbers.h"
@@ -18,22 +14,6 @@ namespace zelk {
 namespace {
 
 double firstFrameOf(Track const& track) { return summaryOf(track).firstFrame; }
-
-/// "ul,ll,ur,lr": each corner once.
-std::array<int, 4> parseCornerOrder(std::string const& text) {
-    std::vector<int> order;
-    std::string_view rest = text;
-    while (order.size() < 4) {
-        auto const comma = std::min(rest.find(','), rest.size());
-        auto const corner = cornerNamed(rest.substr(0, comma));
-        if (!corner || std::find(order.begin(), order.end(), *corner) != order.end()) break;
-        order.push_back(*corner);
-        rest.remove_prefix(std::min(comma + 1, rest.size()));
-    }
-    if (order.size() == 4 && rest.empty()) return {order[0], order[1], order[2], order[3]};
-    throw UserError(ExitCode::kUsage, {"--corners", "not an order of corners:", text,
-                                       "ul, ur, ll and lr, each once"});
-}
 
 /// "0.9091" or "10/11".
 double parseAspect(std::string const& text) {
@@ -101,8 +81,9 @@ Track TrackOptions::trackOf(std::string const& file, bool asks) const {
     if (m_format) trackFormatNamed("--format", *m_format);
     if (m_size) read.size = parseSize("--size", *m_size);
     read.asks = asks;
-    read.optionPrefix = "";
-    auto const corners = m_corners ? std::optional(parseCornerOrder(*m_corners)) : std::nullopt;
+    read.optionPrefix = "--";
+    auto const corners =
+        m_corners ? std::optional(parseCornerOrder("--corners", *m_corners)) : std::nullopt;
     double const aspect = m_pixelAspect ? parseAspect(*m_pixelAspect) : 1;
     auto const firstFrame = framesOf("--first-frame", m_firstFrame);
     double const shift = framesOf("--shift-frames", m_shiftFrames).value_or(0);

@@ -41,18 +41,22 @@ struct MissingPicture {
     UserError error() const { return {ExitCode::kInput, file + ": " + why}; }
 };
 
-/// One of the inputs: a numbered one, a movie, whose first picture is the first frame's, or the
-/// same picture for all frames.
+/// One of the inputs: a numbered one, a movie, whose pictures have numbers from 0 on unless it is
+/// told otherwise, or the same picture for all frames.
 class InputFiles {
 public:
     InputFiles(std::filesystem::path const& name, MissingInput missing);
     /// Throws an input error for a buffer that is not sound.
     explicit InputFiles(std::shared_ptr<PictureBuffer const> buffer);
     std::string name() const { return m_name.string(); }
-    bool isNumbered() const { return m_pattern || m_movieFrames > 0; }
+    bool isMovie() const { return m_movieFrames > 0; }
+    bool isNumbered() const { return m_pattern || isMovie(); }
     std::vector<int> framesThere() const;
     /// The frame number of a movie's first picture.
     void startAt(int frame) { m_firstFrame = frame; }
+    int firstFrame() const { return m_firstFrame; }
+    /// Of a movie that its own program decodes; null for anything else.
+    MovieFacts const* movieFacts() const { return m_movie ? &m_movie->facts() : nullptr; }
     /// The picture that the frame's number names, there or not.
     InputPicture own(int frame) const;
     bool isThere(int frame) const;

@@ -5,13 +5,10 @@
 
 #include <algorithm>
 #include <iterator>
-#include <map>
 #include <regex>
-#include <sstream>
 #include <system_error>
 #include <utility>
 
-#include "zelk/text/errors.h"
 #include "zelk/text/numbers.h"
 
 namespace zelk {
@@ -19,26 +16,6 @@ namespace zelk {
 namespace {
 
 namespace fs = std::filesystem;
-
-/// A name with a colon would be taken for a protocol.
-std::string urlOf(fs::path const& file) { return "file:" + file.string(); }
-
-std::map<std::string, std::string> factsOf(fs::path const& file) {
-    ChildProgram probe({"ffprobe", "-v", "error", "-select_streams", "v:0", "-count_packets",
-                        "-show_entries", "stream=width,height,pix_fmt,color_space,nb_read_packets",
-                        "-of", "default=noprint_wrappers=1", urlOf(file)},
-                       ChildProgram::Pipe::kFromOutput);
-    std::istringstream lines(probe.readAll());
-    probe.await();
-    std::map<std::string, std::string> facts;
-    for (std::string line; std::getline(lines, line);) {
-        auto const equals = line.find('=');
-        if (equals != line.npos) facts[line.substr(0, equals)] = line.substr(equals + 1);
-    }
-    if (!facts.contains("width"))
-        throw UserError(ExitCode::kInput, file.string() + ": cannot be read: " + probe.words());
-    return facts;
-}
 
 /// From video levels to colour. The scaler of ffmpeg's own takes white to 65283 of 65535; zscale
 /// has no such fault. Untagged movies are BT.709 from 720 lines on, else BT.601.
@@ -59,39 +36,33 @@ int bitsOf(std::string const& pixelFormat) {
 }  // namespace
 
 bool isMovieInput(fs::path const& file) {
-    constexpr char const* kMovies[] = {".mov", ".mp4",  ".mkv", ".m4v",
-                                       ".avi", ".webm", ".mxf", ".mpg"};
+    constexpr char const* kMovies[] = {
+        ".mov", ".mp4",  ".mkv", ".m4v", ".avi", ".webm", ".mxf", ".mpg", ".qt", ".mpeg", ".ts",
+        ".mts", ".m2ts", ".m2v", ".wmv", ".flv", ".ogv",  ".3gp", ".3g2", ".dv", ".vob",  ".mj2"};
     std::string const extension = lowered(file.extension().string());
     return std::find(std::begin(kMovies), std::end(kMovies), extension) != std::end(kMovies);
 }
 
 bool MovieFrames::isAvailable() { return isProgramThere("ffmpeg") && isProgramThere("ffprobe"); }
 
-MovieFrames::MovieFrames(fs::path file) : m_file(std::move(file)) {
-    auto facts = factsOf(m_file);
-    auto const whole = [&](char const* key) {
-        return static_cast<int>(parseNumber(facts[key]).value_or(0));
-    };
-    m_width = whole("width");
-    m_height = whole("height");
-    m_count = whole("nb_read_packets");
+MovieFrames::MovieFrames(fs::path file) : m_file(std::move(file)), m_facts(factsOfMovie(m_file)) {
     // Names such as yuv422p10le, p010le, rgb48le, gbrapf32le; of 8 bits yuv420p, nv16, rgb565le.
     static std::regex const deep("(9|10|12|14|16|20|48|64|32)[lb]e$");
     static std::regex const alpha("yuva|gbrap|rgba|bgra|argb|abgr|^ya|pal8");
     static std::regex const rgb("^(rgb|bgr|gbr|argb|abgr|0rgb|0bgr|x2|pal8|mono)");
-    std::string const format = facts["pix_fmt"];
+    std::string const& format = m_facts.pixelFormat;
     m_isDeep = std::regex_search(format, deep);
     m_hasAlpha = std::regex_search(format, alpha);
     if (std::regex_search(format, rgb)) return;
-    m_toColor = toColor(facts["color_space"], m_width, m_height,
+    m_toColor = toColor(m_facts.matrix, m_facts.width, m_facts.height,
                         std::string(m_hasAlpha ? "gbrap" : "gbrp") + (m_isDeep ? "16le" : ""));
     if (m_hasAlpha && m_isDeep) m_alphaBits = bitsOf(format);
 }
 
 OIIO::ImageSpec MovieFrames::spec() const {
-    OIIO::ImageSpec spec(m_width, m_height, m_hasAlpha ? 4 : 3,
+    OIIO::ImageSpec spec(m_facts.width, m_facts.height, m_hasAlpha ? 4 : 3,
                          m_isDeep ? OIIO::TypeUInt16 : OIIO::TypeUInt8);
-    spec.attribute("oiio:subimages", m_count);
+    spec.attribute("oiio:subimages", count());
     spec.attribute("oiio:UnassociatedAlpha", 1);
     return spec;
 }
@@ -99,15 +70,22 @@ OIIO::ImageSpec MovieFrames::spec() const {
 std::vector<std::string> MovieFrames::decoderWords(int first) const {
     std::string const format =
         m_isDeep ? (m_hasAlpha ? "rgba64le" : "rgb48le") : (m_hasAlpha ? "rgba" : "rgb24");
-    std::string const filter = fmt::format("select=gte(n\\,{}){}", first, m_toColor);
-    return {"ffmpeg",      "-v",   "error",    "-nostdin", "-noautorotate", "-i",
-            urlOf(m_file), "-map", "0:v:0",    "-vf",      filter,          "-vsync",
-            "passthrough", "-f",   "rawvideo", "-pix_fmt", format,          "-"};
+    bool const seeks = m_facts.isSeekable && first > 0;
+    std::string const filter = fmt::format("select=gte(n\\,{}){}", seeks ? 0 : first, m_toColor);
+    std::vector<std::string> words = {"ffmpeg", "-v", "error", "-nostdin", "-noautorotate"};
+    if (seeks) {  // to a moment between two pictures, which rounding leaves there
+        auto const at = static_cast<std::size_t>(first);
+        double const moment = (m_facts.timesSec[at - 1] + m_facts.timesSec[at]) / 2;
+        words.insert(words.end(), {"-ss", fmt::format("{:.6f}", moment)});
+    }
+    words.insert(words.end(), {"-i", movieUrl(m_file), "-map", "0:v:0", "-vf", filter, "-vsync",
+                               "passthrough", "-f", "rawvideo", "-pix_fmt", format, "-"});
+    return words;
 }
 
 bool MovieFrames::start(int first) {
     m_decoder.reset();
-    m_nextRow = std::int64_t{first} * m_height;
+    m_nextRow = std::int64_t{first} * m_facts.height;
     try {
         m_decoder.emplace(decoderWords(first), ChildProgram::Pipe::kFromOutput);
         return true;
@@ -117,8 +95,12 @@ bool MovieFrames::start(int first) {
 }
 
 bool MovieFrames::readRow(int number, int y, void* row) {
-    std::int64_t const wanted = std::int64_t{number} * m_height + y;
-    if ((!m_decoder || wanted < m_nextRow) && !start(number)) return false;
+    if (number >= count()) return false;
+    constexpr int kNearPictures = 8;  // a start of the program takes longer than to decode them
+    std::int64_t const wanted = std::int64_t{number} * m_facts.height + y;
+    bool const isFar =
+        m_facts.isSeekable && wanted - m_nextRow > std::int64_t{kNearPictures} * m_facts.height;
+    if ((!m_decoder || wanted < m_nextRow || isFar) && !start(number)) return false;
     std::size_t const bytes = spec().scanline_bytes();
     // What is passed over is read into the same place.
     for (; m_nextRow <= wanted; ++m_nextRow)
@@ -132,7 +114,7 @@ bool MovieFrames::readRow(int number, int y, void* row) {
 
 void MovieFrames::widenAlpha(std::uint16_t* rgba) const {
     unsigned const most = (1u << m_alphaBits) - 1;
-    for (int x = 0; x < m_width; ++x, rgba += 4)
+    for (int x = 0; x < m_facts.width; ++x, rgba += 4)
         rgba[3] = static_cast<std::uint16_t>(((rgba[3] >> (16 - m_alphaBits)) * 65535u + most / 2) /
                                              most);
 }

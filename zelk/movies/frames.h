@@ -1,9 +1,10 @@
 // The pictures of a movie, decoded by the `ffmpeg` program and read row by row through a pipe.
 //
-// A picture has the same bits however it is reached: the program always decodes from the movie's
-// start, and what comes before the first picture that is wanted is dropped. Going back starts it
-// anew. Colour that is stored as luma and chroma has the matrix that the file names; without a name
-// that is BT.709 from 720 lines on and BT.601 below, as players have it. Alpha is straight.
+// A picture has the same bits however it is reached. The program decodes from the movie's start,
+// and what comes before the first picture that is wanted is dropped; it begins later only where
+// every picture stands for itself (MovieFacts::isSeekable). Going back starts it anew. Colour that
+// is stored as luma and chroma has the matrix that the file names; without a name that is BT.709
+// from 720 lines on and BT.601 below, as players have it. Alpha is straight.
 #pragma once
 
 #include <OpenImageIO/imageio.h>
@@ -16,6 +17,7 @@
 #include <vector>
 
 #include "zelk/movies/child_program.h"
+#include "zelk/movies/probe.h"
 
 namespace zelk {
 
@@ -32,7 +34,8 @@ public:
 
     /// Of the pictures; the sample is of 8 or 16 bits, the alpha the last of 3 or 4 channels.
     OIIO::ImageSpec spec() const;
-    int count() const { return m_count; }
+    int count() const { return m_facts.count; }
+    MovieFacts const& facts() const { return m_facts; }
     /// Row y of a picture, both from 0; false where the movie gives none.
     bool readRow(int number, int y, void* row);
     /// Why not.
@@ -45,7 +48,7 @@ private:
     void widenAlpha(std::uint16_t* rgba) const;
 
     std::filesystem::path m_file;
-    int m_width = 0, m_height = 0, m_count = 0;
+    MovieFacts m_facts;
     bool m_isDeep = false, m_hasAlpha = false;
     std::string m_toColor;  ///< the program's filter, empty for movies of RGB
     int m_alphaBits = 0;    ///< of an alpha whose lower bits come as 0; 0 for none

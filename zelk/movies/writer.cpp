@@ -8,10 +8,11 @@
 #include <utility>
 
 #include "zelk/files/output_place.h"
+#include "zelk/movies/codecs.h"
+#include "zelk/movies/probe.h"
 #include "zelk/pictures/channel_values.h"
 #include "zelk/pictures/world_rows.h"
 #include "zelk/text/errors.h"
-#include "zelk/text/numbers.h"
 
 namespace zelk {
 
@@ -19,65 +20,84 @@ namespace {
 
 namespace fs = std::filesystem;
 
-struct Container {
-    char const* extension;
-    bool keepsAlpha;
-    std::vector<std::string> codec;
-};
-
 /// The matrix that the file is marked with. The program's own scaler takes white of 16 bits beyond
 /// the white of video (943 of 10 bits, where 940 is right); zscale doesn't.
 constexpr char const* kToVideo =
     "format=gbrap16le,zscale=matrixin=gbr:rangein=full:matrix=709:range=limited";
 
-std::vector<Container> const& containers() {
-    static std::vector<Container> const all = {
-        {".mov",
-         true,
-         {"-vf", kToVideo, "-c:v", "prores_ks", "-profile:v", "4444", "-pix_fmt", "yuva444p10le",
-          "-vendor", "apl0"}},
-        {".mkv", true, {"-c:v", "ffv1", "-level", "3", "-pix_fmt", "gbrap16le"}},
-        // Sides are made even, as 4:2:0 needs them.
-        {".mp4",
-         false,
-         {"-vf", "pad=ceil(iw/2)*2:ceil(ih/2)*2," + std::string(kToVideo), "-c:v", "libx264",
-          "-crf", "16", "-pix_fmt", "yuv420p"}},
-    };
-    return all;
+/// What players are told of the colours.
+std::vector<std::string> colorTags() {
+    return {"-colorspace", "bt709", "-color_primaries", "bt709", "-color_trc", "bt709"};
 }
 
-Container const* containerOf(fs::path const& file) {
-    std::string const extension = lowered(file.extension().string());
-    for (Container const& container : containers())
-        if (extension == container.extension) return &container;
-    return nullptr;
+/// Of the program: pixels to what the codec stores, and the codec with its quality.
+std::vector<std::string> coderWords(MovieRequest const& ask) {
+    MovieCodec const& codec = codecOf(ask.target, ask.codec);
+    double const quality = ask.quality.value_or(codec.usual);
+    bool const hasFactor = codec.mostFactor > 0;
+    CodecKind const& kind = codec.kinds[hasFactor ? 0 : static_cast<std::size_t>(quality)];
+    std::vector<std::string> words;
+    // Sides are made even, as 4:2:0 needs them.
+    bool const needsEven = std::string_view(kind.pixels).find("420") != std::string_view::npos;
+    if (!codec.isRgb)
+        words = {"-vf",
+                 (needsEven ? "pad=ceil(iw/2)*2:ceil(ih/2)*2," : "") + std::string(kToVideo)};
+    words.insert(words.end(), {"-c:v", std::string(codec.coder)});
+    if (kind.profile[0]) words.insert(words.end(), {"-profile:v", kind.profile});
+    if (hasFactor) words.insert(words.end(), {"-crf", fmt::format("{}", quality)});
+    words.insert(words.end(), codec.further.begin(), codec.further.end());
+    if (codec.name == "h265" && containerOf(ask.target)->extension != ".mkv")
+        words.insert(words.end(), {"-tag:v", "hvc1"});  // what players on desktops ask for
+    words.insert(words.end(), {"-pix_fmt", kind.pixels});
+    return words;
 }
 
-/// `file` empty: coded, and written nowhere.
-std::vector<std::string> programWords(Container const& container, fs::path const& file, int width,
-                                      int height, TimeBase const& timeBase) {
-    std::vector<std::string> words = {"ffmpeg",
-                                      "-v",
-                                      "error",
-                                      "-nostdin",
-                                      "-y",
-                                      "-f",
-                                      "rawvideo",
-                                      "-pix_fmt",
-                                      "rgba64le",
-                                      "-s",
-                                      fmt::format("{}x{}", width, height),
-                                      "-r",
-                                      fmt::format("{}/{}", timeBase.scale, timeBase.step),
-                                      "-i",
-                                      "-"};
-    words.insert(words.end(), container.codec.begin(), container.codec.end());
+/// The second input.
+std::vector<std::string> soundSourceWords(MovieSound const& sound) {
+    std::vector<std::string> words;
+    if (sound.lateSec > 0) words = {"-itsoffset", fmt::format("{:.6f}", sound.lateSec)};
+    if (sound.fromSec > 0) words.insert(words.end(), {"-ss", fmt::format("{:.6f}", sound.fromSec)});
     words.insert(words.end(),
-                 {"-colorspace", "bt709", "-color_primaries", "bt709", "-color_trc", "bt709"});
-    if (file.empty())
-        words.insert(words.end(), {"-f", "null", "-"});
-    else
-        words.push_back(file.string());
+                 {"-t", fmt::format("{:.6f}", sound.lengthSec), "-i", movieUrl(sound.file)});
+    return words;
+}
+
+/// Each stream as it is where the container takes it.
+std::vector<std::string> soundWords(MovieSound const& sound, MovieContainer const& container) {
+    std::vector<std::string> words = {"-map", "0:v", "-map", "1:a"};
+    for (std::size_t i = 0; i < sound.codecs.size(); ++i) {
+        auto const& taken = container.soundCodecs;
+        bool const isTaken = std::find(taken.begin(), taken.end(), sound.codecs[i]) != taken.end();
+        auto const& coder = container.soundCoder;
+        // Samples are coded as they were, which cuts between any two of them; packets are whole.
+        std::string const name = !isTaken                              ? coder[0]
+                                 : sound.codecs[i].starts_with("pcm_") ? sound.codecs[i]
+                                                                       : "copy";
+        words.insert(words.end(), {fmt::format("-c:a:{}", i), name});
+        // None from before the first picture, which would come late for them.
+        if (name == "copy") words.insert(words.end(), {fmt::format("-copypriorss:a:{}", i), "0"});
+        if (!isTaken && coder.size() > 1)
+            words.insert(words.end(), {fmt::format("-b:a:{}", i), coder[1]});
+    }
+    return words;
+}
+
+/// The whole command. `file` empty: coded, and written nowhere.
+std::vector<std::string> programWords(MovieRequest const& ask, fs::path const& file) {
+    std::vector<std::string> words = {"ffmpeg", "-v",       "error",    "-nostdin", "-y",
+                                      "-f",     "rawvideo", "-pix_fmt", "rgba64le", "-s"};
+    auto const add = [&words](std::vector<std::string> const& more) {
+        words.insert(words.end(), more.begin(), more.end());
+    };
+    add({fmt::format("{}x{}", ask.size.width, ask.size.height), "-r",
+         fmt::format("{}/{}", ask.timeBase.scale, ask.timeBase.step), "-i", "-"});
+    bool const hasSound = ask.sound && !file.empty();
+    if (hasSound) add(soundSourceWords(*ask.sound));
+    if (hasSound) add(soundWords(*ask.sound, *containerOf(ask.target)));
+    add(coderWords(ask));
+    add(colorTags());
+    add(file.empty() ? std::vector<std::string>{"-f", "null", "-"}
+                     : std::vector<std::string>{file.string()});
     return words;
 }
 
@@ -105,31 +125,28 @@ void requireMovieProgram(fs::path const& target) {
     if (!isProgramThere("ffmpeg")) throw noProgram(target);
 }
 
-void checkMovieSize(fs::path const& target, PixelSize size, TimeBase const& timeBase) {
-    requireMovieProgram(target);
-    ChildProgram program(programWords(*containerOf(target), "", size.width, size.height, timeBase),
-                         ChildProgram::Pipe::kToInput);
-    std::vector<std::uint16_t> const row(static_cast<std::size_t>(size.width) * 4);
-    for (int y = 0; y < size.height; ++y)
+void checkMovie(MovieRequest const& ask) {
+    requireMovieProgram(ask.target);
+    ChildProgram program(programWords(ask, ""), ChildProgram::Pipe::kToInput);
+    std::vector<std::uint16_t> const row(static_cast<std::size_t>(ask.size.width) * 4);
+    for (int y = 0; y < ask.size.height; ++y)
         if (!program.write(row.data(), row.size() * sizeof row[0])) break;
     program.closePipe();
     program.await();
-    if (!program.hasSucceeded()) throw failureOf(program, target);
+    if (!program.hasSucceeded()) throw failureOf(program, ask.target);
 }
 
-MovieWriter::MovieWriter(fs::path const& target, int width, int height, TimeBase const& timeBase)
-    : m_target(target),
-      m_file(target),
-      m_width(width),
-      m_height(height),
-      m_keepsAlpha(containerOf(target)->keepsAlpha),
-      m_row(static_cast<std::size_t>(width) * 4) {
+MovieWriter::MovieWriter(MovieRequest const& ask)
+    : m_target(ask.target),
+      m_file(ask.target),
+      m_width(ask.size.width),
+      m_height(ask.size.height),
+      m_keepsAlpha(codecOf(ask.target, ask.codec).keepsAlpha),
+      m_row(static_cast<std::size_t>(m_width) * 4) {
     try {
-        m_program.emplace(
-            programWords(*containerOf(target), m_file.path(), width, height, timeBase),
-            ChildProgram::Pipe::kToInput);
+        m_program.emplace(programWords(ask, m_file.path()), ChildProgram::Pipe::kToInput);
     } catch (std::system_error const&) {
-        throw noProgram(target);
+        throw noProgram(m_target);
     }
     m_file.writtenBy(m_program->id());
 }

@@ -1,9 +1,8 @@
-// A movie file, written by the `ffmpeg` program from raw frames of 16 bits a channel.
+// A movie file, written by the `ffmpeg` program from raw frames of 16 bits a channel, in one of the
+// codecs of codecs.h, with the sound of a movie that it is made from.
 //
-//   .mov   ProRes 4444, straight alpha      .mkv   FFV1, 16 bits, straight alpha, lossless
-//   .mp4   H.264 4:2:0, over black
-//
-// Frames go through a pipe; the file stands beside its target until it is whole.
+// Frames go through a pipe; the file stands beside its target until it is whole. Alpha is straight
+// where the codec keeps it; other movies are over black.
 #pragma once
 
 #include <atomic>
@@ -28,14 +27,31 @@ bool isMovieName(std::filesystem::path const& file);
 /// Throws an output error about `target` where there is no `ffmpeg`, naming the package.
 void requireMovieProgram(std::filesystem::path const& target);
 
-/// What a movie of that size would be refused for: the program codes one black frame into nothing.
-void checkMovieSize(std::filesystem::path const& target, PixelSize size, TimeBase const& timeBase);
+/// What is carried along of another movie's sounds.
+struct MovieSound {
+    std::filesystem::path file;
+    double fromSec = 0;  ///< on that file's clock
+    double lateSec = 0;  ///< after the first picture
+    double lengthSec = 0;
+    std::vector<std::string> codecs;  ///< of all its sounds
+};
+
+struct MovieRequest {
+    std::filesystem::path target;
+    PixelSize size;
+    TimeBase timeBase;
+    std::optional<std::string> codec;  ///< nothing: by the extension
+    std::optional<double> quality;     ///< that the codec takes; nothing: its own
+    std::optional<MovieSound> sound;
+};
+
+/// What such a movie would be refused for: the program codes one black frame into nothing.
+void checkMovie(MovieRequest const& ask);
 
 class MovieWriter {
 public:
     /// Starts the program. Throws an output error where there is none, naming the package.
-    MovieWriter(std::filesystem::path const& target, int width, int height,
-                TimeBase const& timeBase);
+    explicit MovieWriter(MovieRequest const& ask);
     /// Ends the program and removes the file, unless finish put it in place.
     ~MovieWriter();
     MovieWriter(MovieWriter const&) = delete;

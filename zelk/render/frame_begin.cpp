@@ -140,17 +140,42 @@ void FrameStages::settleSizes(std::optional<PictureReader> const& layer,
     m_sizes.layer = layer ? sizeOf(*layer) : unknown.layer;
     PixelSize const own = m_files.plate ? unknown.frame : m_sizes.layer;
     m_sizes.frame = m_scene.frameSize().value_or(plate ? sizeOf(*plate) : own);
+    if (!isModule()) requirePixelsLeft();
+}
+
+/// Throws where the reduced pictures of the memory road would have none.
+void FrameStages::requirePixelsLeft() const {
+    int const most = std::min(
+        {m_sizes.layer.width, m_sizes.layer.height, m_sizes.frame.width, m_sizes.frame.height});
+    if (downsample() <= most) return;
+    throw refusalOf(m_scene, SceneField::kDownsample,
+                    "leaves nothing of the picture:", std::to_string(downsample()),
+                    fmt::format("a whole number from 1 to {}", most));
+}
+
+/// Also the frames that other runs show of the same scene: a part of a shot is what the whole is.
+FrameSpan FrameStages::shownSpan() const {
+    FrameSpan span = {m_comp.startFrame, m_comp.startFrame + m_comp.durationFrames - 1};
+    for (InputFiles const* input : {&m_files.layer, m_files.plate ? &*m_files.plate : nullptr}) {
+        if (!input || !input->isNumbered()) continue;
+        std::vector<int> const there = input->framesThere();
+        if (there.empty()) continue;
+        span = {std::min(span.first, there.front()), std::max(span.last, there.back())};
+    }
+    return span;
 }
 
 void FrameStages::settleValues(std::vector<int> const& frames) {
+    for (TrackUse const& use : m_scene.tracks) requireMeant(m_scene, use, shownSpan());
     setParameters(m_scene, *m_host, m_sizes.layer, m_sizes.frame);
     if (m_scene.fillsFrame && !m_scene.size) {
         m_sizes.frame = sizeOfQuad(m_host->parameters(), m_sizes.layer);
         setParameters(m_scene, *m_host, m_sizes.layer, m_sizes.frame);
     }
-    for (TrackUse const& use : m_scene.tracks)
-        m_warnings.add(warningsOf(use, {trackedSize(m_scene, use, m_sizes.layer, m_sizes.frame),
-                                        m_comp.startFrame, m_comp.timeBase.step}));
+    for (TrackUse const& use : m_scene.tracks) {
+        PixelSize const pinned = use.pins == TrackedPins::kTo ? m_sizes.frame : m_sizes.layer;
+        m_warnings.add(warningsOf(m_scene, use, {pinned, m_comp.startFrame, m_comp.timeBase.step}));
+    }
     if (!frames.empty()) checkRoad(m_scene, m_host->parameters());
     m_frames = frames;
 }

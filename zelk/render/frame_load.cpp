@@ -36,11 +36,11 @@ World FrameStages::layerWorld(int frame) {
 
 LoadedFrame FrameStages::load(int frame, int reduce) {
     LoadedFrame loaded;
-    loaded.reduce = reduce;
+    loaded.reduce = reduce * (isModule() ? 1 : downsample());
     PictureTraits layer, plate;
     loaded.layer = loadLayer(m_files.layer.pictureOf(frame), layer, loaded);
     if (m_files.plate) loadPlate(m_files.plate->pictureOf(frame), plate, loaded);
-    if (m_files.stMap) loaded.map = loadMap(m_files.stMap->pictureOf(frame), reduce);
+    if (m_files.stMap) loaded.map = loadMap(m_files.stMap->pictureOf(frame), loaded.reduce);
     settleOutput(layer, plate, loaded);
     endStage("read");
     return loaded;

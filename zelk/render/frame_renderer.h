@@ -28,7 +28,7 @@ struct PixelRect {
 };
 
 /// How a preview is made. A reduced picture has frame / reduce pixels, truncated, of block means;
-/// lengths that parameters give in pixels are reduced with it on the module road alone.
+/// lengths that parameters give in pixels are reduced with it.
 struct PreviewOptions {
     int reduce = 1;  ///< from 1, as long as a pixel is left
     /// Of the reduced picture, from its upper left corner, what lies within it; nothing: all.
@@ -64,7 +64,8 @@ public:
     PictureBuffer picture(int frame, PreviewOptions const& options = {});
     /// The frame to the scene's output, which must be given: one file for a frame of many; its own
     /// layer or plate only with inPlace. A movie takes frames in order, and is whole after
-    /// finishMovie. Throws as picture, and an output error for a place that takes no file.
+    /// finishMovie; its sound is that of the frames of begin. Throws as picture, and an output
+    /// error for a place that takes no file.
     void write(int frame);
     void finishMovie();
 

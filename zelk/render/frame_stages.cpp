@@ -16,6 +16,7 @@
 #include "zelk/render/host_errors.h"
 #include "zelk/render/load_module.h"
 #include "zelk/render/memory_budget.h"
+#include "zelk/render/movie_sound.h"
 #include "zelk/render/resampling.h"
 #include "zelk/render/setup.h"
 #include "zelk/render/shrink.h"
@@ -67,6 +68,7 @@ FrameStages::FrameStages(Scene scene, RunOptions run, Explanation* explanation)
       m_host(hostOf(m_scene)),
       m_files(m_scene),
       m_explanation(explanation) {
+    m_scene.comp.timeBase = rateOf(m_scene, m_files);
     useThreads(m_run.threads);
 }
 
@@ -81,8 +83,9 @@ FrameRequest FrameStages::momentOf(int frame) const {
 
 /// A picture has at least one pixel.
 void FrameStages::requireReduced(int reduce) const {
-    int most = std::min(m_sizes.layer.width, m_sizes.layer.height) / m_ask.downsample;
+    int most = std::min(m_sizes.layer.width, m_sizes.layer.height);
     if (!isModule()) most = std::min({most, m_sizes.frame.width, m_sizes.frame.height});
+    most /= downsample();
     if (reduce >= 1 && reduce <= most) return;
     throw UserError(ExitCode::kUsage, {"preview", "can't be reduced by", std::to_string(reduce),
                                        fmt::format("a whole number from 1 to {}", most)});
@@ -121,13 +124,12 @@ void FrameStages::check(int frame) {
         if (auto const file = m_files.stMap->pictureOf(frame))
             m_warnings.add(checkStMap(*file, m_sizes.frame));
     settleOutput(layer, plate, headers);
-    PinFrame const space = pinFrameOf(headers.ask, 1);
+    PinFrame const space = pinFrameOf(headers.ask, downsample());
     plan(space, frameRequest(m_comp, frame), Depth::kFloat);
     PixelSize const size = {space.frameWidth + 2 * space.marginX,
                             space.frameHeight + 2 * space.marginY};
     if (isMovieName(m_scene.outputPath())) {
-        if (!std::exchange(m_isMovieChecked, true))
-            checkMovieSize(m_scene.outputPath(), size, m_comp.timeBase);
+        if (!std::exchange(m_isMovieChecked, true)) checkMovie(movieRequestOf(size));
     } else if (m_scene.output) {
         m_warnings.add(checkPicture(size, m_files.output.pathOf(frame), headers.file));
     }
@@ -262,17 +264,19 @@ bool FrameStages::finishMovie(std::atomic<bool> const& stop) {
 std::uint64_t FrameStages::bytesInFlight() const {
     RenderSize size{m_sizes.layer.width, m_sizes.layer.height, m_ask.depth, 0, 0, 0};
     if (isModule()) return renderBytes(size);
-    std::uint64_t const plate = m_files.plate && m_inFlight > 1
-                                    ? std::uint64_t{16} * m_sizes.frame.width * m_sizes.frame.height
-                                    : 0;
-    std::uint64_t const pyramid =  // of Quality "best": halves of halves of the layer
-        m_scene.isBest ? std::uint64_t{16} * m_sizes.layer.width * m_sizes.layer.height / 3 : 0;
+    PixelSize const layer = reduced(m_sizes.layer, downsample());
+    PixelSize const frame = reduced(m_sizes.frame, downsample());
+    auto const pixels = [](PixelSize size) {
+        return std::uint64_t(size.width) * std::uint64_t(size.height);
+    };
+    bool const isKept = m_files.plate && (m_inFlight > 1 || downsample() > 1);
+    std::uint64_t const plate = isKept ? 16 * pixels(frame) : 0;
+    // Of Quality "best": halves of halves of the layer.
+    std::uint64_t const pyramid = m_scene.isBest ? 16 * pixels(layer) / 3 : 0;
     // Numbered maps are as many as frames.
-    std::uint64_t const map =
-        m_files.stMap ? std::uint64_t{8} * m_sizes.frame.width * m_sizes.frame.height : 0;
+    std::uint64_t const map = m_files.stMap ? 8 * pixels(frame) : 0;
     return plate + pyramid + map +
-           frameRenderBytes(m_sizes.layer.width, m_sizes.layer.height, m_sizes.frame.width,
-                            m_sizes.frame.height);
+           frameRenderBytes(layer.width, layer.height, frame.width, frame.height);
 }
 
 void FrameStages::checkMemory() const {
@@ -290,10 +294,19 @@ void FrameStages::checkMemory() const {
                                 m_inFlight, memory));
 }
 
+MovieRequest FrameStages::movieRequestOf(PixelSize size) const {
+    return {m_scene.outputPath(), size, m_comp.timeBase, m_scene.codec, m_scene.codecQuality, {}};
+}
+
 void FrameStages::storeInMovie(RenderedFrame const& rendered) {
     World const& picture = rendered.picture;
-    if (!m_movie)
-        m_movie.emplace(m_scene.outputPath(), picture.width(), picture.height(), m_comp.timeBase);
+    if (!m_movie) {
+        MovieRequest ask = movieRequestOf({picture.width(), picture.height()});
+        std::vector<std::string> warnings;
+        ask.sound = soundOf(m_scene, m_files, m_frames, m_comp.timeBase, warnings);
+        m_warnings.add(warnings);
+        m_movie.emplace(ask);
+    }
     m_movie->add(picture, rendered.file.form);
 }
 

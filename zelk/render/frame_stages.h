@@ -24,6 +24,7 @@
 #include "zelk/render/run_options.h"
 #include "zelk/scene/inputs.h"
 #include "zelk/scene/quad_check.h"
+#include "zelk/scene/track_use.h"
 
 namespace zelk {
 
@@ -38,7 +39,7 @@ struct LoadedFrame {
     std::shared_ptr<StMap const> map;        ///< of the frame at this size; null for none
     WriteRequest file;
     ModuleRender ask;  ///< on the module road; each file has its own depth
-    int reduce = 1;
+    int reduce = 1;    ///< of both inputs, on the memory road
 };
 struct RenderedFrame {
     World picture;  ///< straight colour on the module road, associated in float on the other
@@ -121,8 +122,12 @@ private:
     void readSizes(std::vector<int> const& frames);
     void settleSizes(std::optional<PictureReader> const& layer,
                      std::optional<PictureReader> const& plate, ImageSizes const& unknown);
+    FrameSpan shownSpan() const;
     void settleValues(std::vector<int> const& frames);
     void requireReduced(int reduce) const;
+    void requirePixelsLeft() const;
+    /// Of the scene, which a preview's reduction multiplies.
+    int downsample() const { return m_scene.downsample.value_or(1); }
     PictureReader openSized(InputPicture const& file, PixelSize size) const;
     World loadLayer(std::optional<InputPicture> const& file, PictureTraits& traits,
                     LoadedFrame& loaded);
@@ -136,6 +141,7 @@ private:
     void warnOfShrink(std::vector<Parameter> const& parameters, PlanReport const& plan);
     World renderedByModule(LoadedFrame& loaded, FrameRequest const& moment);
     World renderedInMemory(LoadedFrame& loaded, FrameRequest const& moment);
+    MovieRequest movieRequestOf(PixelSize size) const;
     void storeInMovie(RenderedFrame const& rendered);
     void endStage(char const* stage);
 

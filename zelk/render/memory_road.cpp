@@ -156,6 +156,8 @@ void renderInMemory(std::vector<Parameter> const& parameters, World& layer, Worl
                     std::string const& layerName, ResampleOptions const& resample) {
     PluginHost_Memory_Impl host(describe(layer), describe(frame), MemoryHostFamily::kFXPLUG);
     host.setResampleOptions(&resample);
+    host.setScale(double(frame.width()) / full.frame.width,
+                  double(frame.height()) / full.frame.height);
     setControls(host, parameters, full);
     setShutter(host, parameters, moment.shutter);
     host.setTime({moment.time, moment.timeBase.step, static_cast<int>(moment.timeBase.scale)},

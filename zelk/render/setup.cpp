@@ -109,7 +109,7 @@ void setParameters(Scene const& scene, Host& host, PixelSize layer, PixelSize fr
     if (scene.fillsFrame) pinWholePicture(host.parameters(), kToPins, frame);
     setValues(scene, ValuesFrom::kFile, host.parameters());
     for (TrackUse const& use : scene.tracks)
-        importTrack(host, scene, use, trackedSize(scene, use, layer, frame));
+        importTrack(host, scene, use, frame, use.pins == TrackedPins::kTo ? frame : layer);
     setOptionValues(scene, host.parameters());
 }
 
@@ -122,11 +122,6 @@ std::vector<Parameter> defaultsOf(Scene const& scene, std::vector<Parameter> par
     }
     if (scene.roadTaken() == Road::kMemory) pinWholePicture(parameters, kFromPins, layer);
     return parameters;
-}
-
-PixelSize trackedSize(Scene const& scene, TrackUse const& use, PixelSize layer, PixelSize frame) {
-    bool const isLayers = use.pins == TrackedPins::kFrom && scene.roadTaken() == Road::kMemory;
-    return isLayers ? layer : frame;
 }
 
 std::vector<Parameter> parametersAt(std::vector<Parameter> const& parameters, KeyTime const& time) {

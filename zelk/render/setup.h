@@ -20,9 +20,6 @@ void setOptionValues(Scene const& scene, std::vector<Parameter>& parameters);
 /// From Pins start at the layer's corners and all other points at the frame's.
 void setParameters(Scene const& scene, Host& host, PixelSize layer, PixelSize frame);
 
-/// Of the pictures that a track's pins lie in.
-PixelSize trackedSize(Scene const& scene, TrackUse const& use, PixelSize layer, PixelSize frame);
-
 /// The parameters as that layer and frame have them before anything is set.
 std::vector<Parameter> defaultsOf(Scene const& scene, std::vector<Parameter> parameters,
                                   PixelSize layer, PixelSize frame);

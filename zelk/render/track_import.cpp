@@ -16,6 +16,7 @@
 #include "zelk/scene/effect_result.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/scene/refusal.h"
+#include "zelk/scene/track_use.h"
 #include "zelk/text/errors.h"
 #include "zelk/tracks/forms.h"
 
@@ -67,8 +68,15 @@ private:
     int m_handle;
 };
 
-/// The track in the form that the effect imports.
-std::string importText(Track track, PixelSize frame) {
+/// The track as the effect imports it. In a file that states a size pins are pixels, which the
+/// import keeps.
+std::string importText(TrackUse const& use, PixelSize frame, PixelSize pinned) {
+    Track const& read = *use.track;
+    bool const fits =
+        !read.hasSize() || (read.width == pinned.width && read.height == pinned.height);
+    if (fits && !use.text.empty()) return use.text;
+    Track track = scaledTo(read, pinned);
+    requireImportable(use.name(), track);
     if (!track.hasSize()) {
         track.width = frame.width;
         track.height = frame.height;
@@ -92,7 +100,7 @@ void requireWithinClock(TrackUse const& use, Comp const& comp) {
             if (std::abs(moment) <= std::numeric_limits<A_long>::max()) continue;
             throw UserError(
                 ExitCode::kInput,
-                {fmt::format("{}: line {}", use.file.string(), sample.line),
+                {fmt::format("{}: line {}", use.name(), sample.line),
                  "a frame beyond the composition's clock:", fmt::format("{}", sample.frame),
                  fmt::format("frames within {} of {}",
                              std::numeric_limits<A_long>::max() / comp.timeBase.step,
@@ -111,12 +119,13 @@ void runImport(Host& host, TrackUse const& use, std::string const& path, PixelSi
     ChosenFile const chosen(path);
     setNumber(parameterIn(host.parameters(), kParamMochaImport).current,
               hostEntry(use.pins == TrackedPins::kTo ? kImportToPins : kImportFromPins));
-    checkResult(host.userChangedParam(kParamMochaImport, moment, &output), use.file.string());
+    checkResult(host.userChangedParam(kParamMochaImport, moment, &output), use.name());
 }
 
 }  // namespace
 
-std::size_t importTrack(Host& host, Scene const& scene, TrackUse const& use, PixelSize frame) {
+std::size_t importTrack(Host& host, Scene const& scene, TrackUse const& use, PixelSize frame,
+                        PixelSize pinned) {
     if (scene.hostApp() == HostApp::kPremierePro)
         throw refusalOf(scene, SceneField::kHost,
                         "PrMr imports no tracking data: use another host");
@@ -124,7 +133,7 @@ std::size_t importTrack(Host& host, Scene const& scene, TrackUse const& use, Pix
     std::vector<Parameter>& all = host.parameters();
     int const first = use.pins == TrackedPins::kTo ? kToPins : kFromPins;
     for (int i = first; i < first + 4; ++i) parameterIn(all, i).editTrack().clear();
-    TextInMemory const text(use.text.empty() ? importText(*use.track, frame) : use.text);
+    TextInMemory const text(importText(use, frame, pinned));
     runImport(host, use, text.path(), frame);
 
     std::size_t keys = 0;
@@ -135,7 +144,7 @@ std::size_t importTrack(Host& host, Scene const& scene, TrackUse const& use, Pix
         if (own != expected)
             throw UserError(
                 ExitCode::kRenderFailed,
-                {use.file.string(),
+                {use.name(),
                  fmt::format("keys that the effect's import made of {}:", kCornerWords[corner]),
                  std::to_string(own), std::to_string(expected)});
     }

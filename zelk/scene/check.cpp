@@ -7,9 +7,11 @@
 #include <iterator>
 
 #include "platform/effect_api/effect_types.h"
+#include "zelk/movies/codecs.h"
 #include "zelk/movies/frames.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/scene/refusal.h"
+#include "zelk/text/numbers.h"
 
 namespace zelk {
 
@@ -43,6 +45,10 @@ constexpr FieldNames kNames[] = {
     {SceneField::kChoke, "choke", "render.choke"},
     {SceneField::kStMap, "st-map", "stMap"},
     {SceneField::kInvert, "invert", "render.invert"},
+    {SceneField::kMovieStart, "first-frame", "movieStart"},
+    {SceneField::kRate, "rate", "comp.rate"},
+    {SceneField::kCodec, "codec", "render.codec"},
+    {SceneField::kCodecQuality, "quality-level", "render.codecQuality"},
 };
 
 FieldNames const& namesOf(SceneField field) {
@@ -104,6 +110,7 @@ public:
         checkFrame();
         checkResampling();
         if (m_scene.stMap) checkStMap();
+        checkMovie();
         if (m_scene.roadTaken() == Road::kMemory) checkMemoryRoad();
     }
 
@@ -173,6 +180,27 @@ private:
                    "pixel covers");
     }
 
+    /// Codec and quality say what their container holds. In a file they may wait for a movie.
+    void checkMovie() const {
+        using enum SceneField;
+        MovieContainer const* const container = containerOf(m_scene.outputPath());
+        for (SceneField const field : {kCodec, kCodecQuality})
+            if (!container && isSet(field) && m_scene.output)
+                refuse(field, "is of movies: give an output such as out.mov");
+        if (!container) return;
+        auto const& held = container->codecs;
+        bool const isHeld =
+            !m_scene.codec || std::find(held.begin(), held.end(), *m_scene.codec) != held.end();
+        if (!isHeld)
+            throw refusalOf(m_scene, kCodec,
+                            fmt::format("does not fit into {}:", container->extension),
+                            *m_scene.codec, listOf(held));
+        MovieCodec const& codec = codecOf(m_scene.outputPath(), m_scene.codec);
+        if (m_scene.codecQuality && !codec.takes(*m_scene.codecQuality))
+            throw refusalOf(m_scene, kCodecQuality, fmt::format("does not go with {}:", codec.name),
+                            fmt::format("{}", *m_scene.codecQuality), codec.qualityExpected());
+    }
+
     /// What the effect does only in a host.
     void checkMemoryRoad() const {
         using enum SceneField;
@@ -180,7 +208,6 @@ private:
             refuse(field, noMemoryRoad(m_scene, isOfFile(m_scene, field)));
         };
         if (m_scene.isPlain) refuseOf(kPlain);
-        if (m_scene.downsample.value_or(1) != 1) refuseOf(kDownsample);
         if (m_scene.hostApp() != HostApp::kAfterEffects) refuseOf(kHost);
     }
 

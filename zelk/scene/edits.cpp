@@ -10,13 +10,16 @@
 
 #include "Transform/Common/PopupEntries.h"
 #include "zelk/files/frame_names.h"
+#include "zelk/movies/codecs.h"
 #include "zelk/scene/file_form.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/scene/track_use.h"
 #include "zelk/scene/words.h"
 #include "zelk/text/errors.h"
 #include "zelk/text/numbers.h"
+#include "zelk/tracks/corner_order.h"
 #include "zelk/tracks/corners.h"
+#include "zelk/tracks/forms.h"
 
 namespace zelk {
 
@@ -34,6 +37,8 @@ constexpr Choice<ViewModeEntry> kViews[] = {{"original", kViewOriginal},
                                             {"from", kViewFromPins},
                                             {"to", kViewToPins},
                                             {"both", kViewBothPins}};
+constexpr Choice<bool> kSwitch[] = {{"on", true}, {"off", false}};
+
 /// Setting plate or size removes the other if the file set it; if both are edits, checkScene
 /// refuses. What is taken out of a plate has a size of its own.
 void setFrame(Scene& scene, std::optional<SceneInput> plate, Text& thing) {
@@ -80,7 +85,8 @@ void editFromPins(Scene& scene, Text& thing, Text& text) {
 }
 
 void addTrack(Scene& scene, TrackedPins pins, Text& thing, Text& text) {
-    TrackUse use = readTrackUse(required(text, thing, "a tracking file"), pins);
+    TrackUse use = readTrackUse({required(text, thing, "a tracking file")}, pins,
+                                scene.trackReading, scene.editPrefix);
     std::erase_if(scene.tracks, [pins](TrackUse const& former) { return former.pins == pins; });
     scene.tracks.push_back(std::move(use));
     scene.options[pins == TrackedPins::kTo ? SceneField::kTrackTo : SceneField::kTrackFrom] = thing;
@@ -92,6 +98,36 @@ void editTrackTo(Scene& scene, Text& thing, Text& text) {
 
 void editTrackFrom(Scene& scene, Text& thing, Text& text) {
     addTrack(scene, TrackedPins::kFrom, thing, text);
+}
+
+void editTrackFormat(Scene& scene, Text& thing, Text& text) {
+    std::string const format(trackFormatNamed(thing, text).name);
+    changeReading(scene, [&](TrackReading& reading) { reading.format = format; });
+}
+
+void editTrackSize(Scene& scene, Text& thing, Text& text) {
+    PixelSize const size = parseSize(thing, text);
+    changeReading(scene, [&](TrackReading& reading) { reading.size = size; });
+}
+
+void editCorners(Scene& scene, Text& thing, Text& text) {
+    parseCornerOrder(thing, text);
+    changeReading(scene, [&](TrackReading& reading) { reading.order = text; });
+}
+
+void editFlipY(Scene& scene, Text& thing, Text& text) {
+    bool const flips = pick(kSwitch, thing, text);
+    changeReading(scene, [&](TrackReading& reading) { reading.flipsY = flips; });
+}
+
+void editTrackFirstFrame(Scene& scene, Text& thing, Text& text) {
+    int const frame = wholeInRange(thing, text, -kLargestFrame, kLargestFrame);
+    changeReading(scene, [&](TrackReading& reading) { reading.firstFrame = frame; });
+}
+
+void editShiftFrames(Scene& scene, Text& thing, Text& text) {
+    int const shift = wholeInRange(thing, text, -kLargestFrame, kLargestFrame);
+    changeReading(scene, [&](TrackReading& reading) { reading.shiftFrames = shift; });
 }
 
 /// "best" is none of the effect's, whose own Quality then stays High.
@@ -161,6 +197,26 @@ void editShutter(Scene& scene, Text& thing, Text& text) {
 
 void editRate(Scene& scene, Text& thing, Text& text) {
     scene.comp.timeBase = parseRate(thing, text);
+    scene.options[SceneField::kRate] = thing;
+}
+
+void editFirstFrame(Scene& scene, Text& thing, Text& text) {
+    scene.movieStart = wholeInRange(thing, text, -kLargestFrame, kLargestFrame);
+    scene.options[SceneField::kMovieStart] = thing;
+}
+
+void editCodec(Scene& scene, Text& thing, Text& text) {
+    std::vector<std::string_view> names;
+    for (MovieCodec const& codec : movieCodecs()) names.push_back(codec.name);
+    MovieCodec const* const codec = codecNamed(lowered(text));
+    if (!codec) throw UserError(ExitCode::kUsage, {thing, "unknown choice", text, listOf(names)});
+    scene.codec = codec->name;
+    scene.options[SceneField::kCodec] = thing;
+}
+
+void editCodecQuality(Scene& scene, Text& thing, Text& text) {
+    scene.codecQuality = numberInRange(thing, text, 0, kMostCodecQuality);
+    scene.options[SceneField::kCodecQuality] = thing;
 }
 
 void editMode(Scene& scene, Text& thing, Text& text) {
@@ -211,8 +267,6 @@ void editChoke(Scene& scene, Text& thing, Text& text) {
     scene.options[SceneField::kChoke] = thing;
 }
 
-constexpr Choice<bool> kSwitch[] = {{"on", true}, {"off", false}};
-
 void editInvert(Scene& scene, Text& thing, Text& text) {
     scene.isInverted = pick(kSwitch, thing, text);
     scene.options[SceneField::kInvert] = thing;
@@ -252,6 +306,16 @@ constexpr SceneEdit kEdits[] = {
     {"frames", "RANGE", "Frames of a sequence, such as 1001-1100 or 1-10,20-30x2", editFrames},
     {"from", "\"X,Y X,Y X,Y X,Y\"", "From Pins, what is taken from it", editFromPins},
     {"to", "\"X,Y X,Y X,Y X,Y\"", "To Pins, where the picture goes", editToPins},
+    {"track-format", "FORM",
+     "How tracking files are read (by their text), as `zelk track` names it", editTrackFormat},
+    {"track-size", "WxH",
+     "Of the pictures that were tracked (the file's own); pins are scaled to those rendered",
+     editTrackSize},
+    {"corners", "A,B,C,D", "A tracking file's corners that become ul, ur, ll, lr (ul,ur,ll,lr)",
+     editCorners},
+    {"flip-y", "on|off", "Tracking files count y from below", editFlipY},
+    {"track-first-frame", "N", "Number a tracking file's frames from N on", editTrackFirstFrame},
+    {"shift-frames", "N", "Add N to each frame of a tracking file (0)", editShiftFrames},
     {"track", "FILE", "Tracking data for the To Pins, by the effect's import", editTrackTo},
     {"track-from", "FILE", "The same for the From Pins", editTrackFrom},
     {"quality", "QUALITY", "low, medium, high, super or best (high)", editQuality},
@@ -265,7 +329,13 @@ constexpr SceneEdit kEdits[] = {
     {"set", "NAME=VALUE", "Any parameter of `zelk params`, repeatable", editSetting},
     {"motion-blur", "[SAMPLES]", "Switch the composition's motion blur on", editMotionBlur},
     {"shutter", "ANGLE[,PHASE]", "Degrees of a frame (180,-90)", editShutter},
-    {"rate", "FPS", "Frames a second (24)", editRate},
+    {"rate", "FPS", "Frames a second (a movie's own, else 24); no picture moves in time", editRate},
+    {"first-frame", "N", "Frame number of a movie's first picture (0)", editFirstFrame},
+    {"codec", "CODEC",
+     "Of a movie: prores4444, prores422, dnxhr, h264, h265, ffv1 or png (by its "
+     "extension)",
+     editCodec},
+    {"quality-level", "Q", "Of a lossy codec, in its own range (a high one)", editCodecQuality},
     {"mode", "MODE", "Lay the pinned layer over the plate by a mode (normal)", editMode},
     {"missing", "MODE", "Input frames that are not there: stop, hold, skip or black (stop)",
      editMissing},

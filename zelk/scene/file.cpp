@@ -13,14 +13,18 @@
 #include "zelk/files/frame_names.h"
 #include "zelk/files/relative_paths.h"
 #include "zelk/files/text_file.h"
+#include "zelk/movies/codecs.h"
 #include "zelk/scene/clock.h"
 #include "zelk/scene/file_form.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/scene/refusal.h"
+#include "zelk/scene/track_use.h"
 #include "zelk/scene/words.h"
 #include "zelk/text/errors.h"
 #include "zelk/text/json_text.h"
 #include "zelk/text/numbers.h"
+#include "zelk/tracks/corner_order.h"
+#include "zelk/tracks/forms.h"
 
 namespace zelk {
 
@@ -36,8 +40,9 @@ constexpr int kVersion = 1;
 constexpr int kMostFrame = INT32_MAX;
 
 constexpr FileKey kProjectKeys[] = {
-    {"schema", true}, {"version", true}, {"comp", true}, {"layer", true}, {"plate"},
-    {"stMap"},        {"output"},        {"frames"},     {"render"},      {"parameters"},
+    {"schema", true}, {"version", true}, {"comp", true}, {"layer", true},
+    {"plate"},        {"stMap"},         {"output"},     {"frames"},
+    {"movieStart"},   {"render"},        {"tracks"},     {"parameters"},
 };
 constexpr FileKey kCompKeys[] = {
     {"width", true}, {"height", true}, {"rate", true}, {"startFrame"},
@@ -45,9 +50,11 @@ constexpr FileKey kCompKeys[] = {
 };
 constexpr FileKey kMotionBlurKeys[] = {{"on"}, {"shutterAngle"}, {"shutterPhase"}};
 constexpr FileKey kRenderKeys[] = {
-    {"depth"}, {"mode"},  {"downsample"}, {"size"},  {"quality"}, {"filter"},
-    {"taps"},  {"edges"}, {"feather"},    {"choke"}, {"invert"},
+    {"depth"}, {"mode"},    {"downsample"}, {"size"},   {"quality"}, {"filter"},       {"taps"},
+    {"edges"}, {"feather"}, {"choke"},      {"invert"}, {"codec"},   {"codecQuality"},
 };
+constexpr FileKey kTrackKeys[] = {{"file", true}, {"pins", true}, {"format"},     {"size"},
+                                  {"corners"},    {"flipY"},      {"firstFrame"}, {"shiftFrames"}};
 constexpr FileKey kParameterKeys[] = {{"id"}, {"value"}, {"keys"}};
 constexpr FileKey kKeyKeys[] = {
     {"frame", true}, {"value", true}, {"interpolation"}, {"in"}, {"out"},
@@ -55,9 +62,9 @@ constexpr FileKey kKeyKeys[] = {
 constexpr FileKey kEaseKeys[] = {{"influence"}, {"speed"}};
 
 constexpr FileObject kObjects[] = {
-    {"project", kProjectKeys}, {"comp", kCompKeys},           {"motionBlur", kMotionBlurKeys},
-    {"render", kRenderKeys},   {"parameter", kParameterKeys}, {"key", kKeyKeys},
-    {"ease", kEaseKeys},
+    {"project", kProjectKeys}, {"comp", kCompKeys},   {"motionBlur", kMotionBlurKeys},
+    {"render", kRenderKeys},   {"track", kTrackKeys}, {"parameter", kParameterKeys},
+    {"key", kKeyKeys},         {"ease", kEaseKeys},
 };
 
 /// True when `call` does not throw a UserError.
@@ -216,6 +223,11 @@ Comp readComp(Node const& node) {
     return comp;
 }
 
+PixelSize readSize(Node const& node) {
+    if (!node.json().is_array() || node.json().size() != 2) node.fail("[width, height]");
+    return {node.element(0).whole(1, kLargestPx), node.element(1).whole(1, kLargestPx)};
+}
+
 void readRender(Node const& node, Scene& scene) {
     node.requireKeys("render");
     if (auto const depth = node.find("depth")) scene.depth = depth->pick(kDepthWords);
@@ -223,10 +235,12 @@ void readRender(Node const& node, Scene& scene) {
     if (auto const quality = node.find("quality")) scene.isBest = quality->pick(kOwnQualities);
     if (auto const invert = node.find("invert")) scene.isInverted = invert->flag();
     if (auto const n = node.find("downsample")) scene.downsample = n->whole(1, kLargestPx);
-    if (auto const size = node.find("size")) {
-        if (!size->json().is_array() || size->json().size() != 2) size->fail("[width, height]");
-        scene.size =
-            PixelSize{size->element(0).whole(1, kLargestPx), size->element(1).whole(1, kLargestPx)};
+    if (auto const size = node.find("size")) scene.size = readSize(*size);
+    if (auto const codec = node.find("codec")) {
+        scene.codec = codec->text("a codec");
+        std::vector<std::string_view> names;
+        for (MovieCodec const& known : movieCodecs()) names.push_back(known.name);
+        if (!codecNamed(*scene.codec)) codec->fail(listOf(names));
     }
     if (auto const filter = node.find("filter"))
         scene.filter = wordOf(kFilterWords, filter->pick(kFilterWords));
@@ -234,6 +248,45 @@ void readRender(Node const& node, Scene& scene) {
     if (auto const edges = node.find("edges")) scene.edges = edges->pick(kEdgeWords);
     if (auto const px = node.find("feather")) scene.featherPx = px->number(0, kMostOutlinePx);
     if (auto const px = node.find("choke")) scene.chokePx = px->number(0, kMostOutlinePx);
+    if (auto const quality = node.find("codecQuality"))
+        scene.codecQuality = quality->number(0, kMostCodecQuality);
+}
+
+TrackReading readReading(Node const& node) {
+    TrackReading reading;
+    if (auto const format = node.find("format")) {
+        reading.format = format->text("a form");
+        if (!isTaken([&] { trackFormatNamed("", *reading.format); }))
+            format->fail(trackFormatNames());
+    }
+    if (auto const size = node.find("size")) reading.size = readSize(*size);
+    if (auto const corners = node.find("corners")) {
+        reading.order = corners->text("an order of corners");
+        if (!isTaken([&] { parseCornerOrder("", *reading.order); }))
+            corners->fail("ul, ur, ll and lr, each once, with commas");
+    }
+    if (auto const flips = node.find("flipY")) reading.flipsY = flips->flag();
+    if (auto const first = node.find("firstFrame"))
+        reading.firstFrame = first->whole(-kLargestFrame, kLargestFrame);
+    if (auto const shift = node.find("shiftFrames"))
+        reading.shiftFrames = shift->whole(-kLargestFrame, kLargestFrame);
+    return reading;
+}
+
+/// At most one for each kind of pins, whose file is read now.
+std::vector<TrackUse> readTracks(Node const& node, fs::path const& folder) {
+    if (!node.json().is_array()) node.fail("an array of tracks");
+    std::vector<TrackUse> tracks;
+    for (std::size_t i = 0; i < node.json().size(); ++i) {
+        Node const entry = node.element(i);
+        entry.requireKeys("track");
+        auto const pins = entry.at("pins").pick(kPinsWords);
+        for (TrackUse const& other : tracks)
+            if (other.pins == pins) entry.at("pins").fail("pins that no other track moves");
+        tracks.push_back(
+            readTrackUse({entry.at("file").text("a path"), folder}, pins, readReading(entry)));
+    }
+    return tracks;
 }
 
 /// A value of any kind; the parameter's own is looked at when it is applied.
@@ -351,7 +404,11 @@ Scene readRoot(fs::path const& file, Node const& root) {
             frames->fail("frames such as 1001-1100");
         fitToFrames(scene);
     }
+    if (auto const start = root.find("movieStart"))
+        scene.movieStart = start->whole(-kLargestFrame, kLargestFrame);
     if (auto const render = root.find("render")) readRender(*render, scene);
+    if (auto const tracks = root.find("tracks"))
+        scene.tracks = readTracks(*tracks, file.parent_path());
     if (auto const parameters = root.find("parameters"))
         scene.parameters = readParameters(*parameters, scene.comp);
     return scene;
@@ -407,6 +464,8 @@ Ordered compJson(Comp const& comp) {
               {"shutterPhase", comp.shutterPhaseDeg}}}};
 }
 
+Ordered sizeJson(PixelSize size) { return Ordered::array({size.width, size.height}); }
+
 Ordered renderJson(Scene const& scene) {
     Ordered json;
     if (scene.depth) json["depth"] = wordOf(kDepthWords, *scene.depth);
@@ -414,12 +473,14 @@ Ordered renderJson(Scene const& scene) {
     if (scene.downsample) json["downsample"] = *scene.downsample;
     if (scene.isBest) json["quality"] = wordOf(kOwnQualities, true);
     if (scene.isInverted) json["invert"] = true;
-    if (scene.size) json["size"] = Ordered::array({scene.size->width, scene.size->height});
+    if (scene.size) json["size"] = sizeJson(*scene.size);
     if (scene.filter) json["filter"] = *scene.filter;
     if (scene.taps) json["taps"] = *scene.taps;
     if (scene.edges) json["edges"] = wordOf(kEdgeWords, *scene.edges);
     if (scene.featherPx > 0) json["feather"] = scene.featherPx;
     if (scene.chokePx > 0) json["choke"] = scene.chokePx;
+    if (scene.codec) json["codec"] = *scene.codec;
+    if (scene.codecQuality) json["codecQuality"] = *scene.codecQuality;
     return json;
 }
 
@@ -435,14 +496,25 @@ std::string inputIn(fs::path const& folder, SceneInput const& input) {
                     input.name() + ": a picture in memory can't be named in a project file");
 }
 
-/// What only a module or its import settles can't stand in a file.
+Ordered trackJson(fs::path const& folder, TrackUse const& use) {
+    TrackReading const& reading = use.reading;
+    Ordered json = {{"file", writtenIn(folder, use.file)}, {"pins", wordOf(kPinsWords, use.pins)}};
+    if (reading.format) json["format"] = *reading.format;
+    if (reading.size) json["size"] = sizeJson(*reading.size);
+    if (reading.order) json["corners"] = *reading.order;
+    if (reading.flipsY) json["flipY"] = true;
+    if (reading.firstFrame) json["firstFrame"] = *reading.firstFrame;
+    if (reading.shiftFrames) json["shiftFrames"] = *reading.shiftFrames;
+    return json;
+}
+
+/// What only a module settles can't stand in a file.
 void requireSettled(Scene const& scene) {
     auto const refuse = [](std::string const& thing, char const* what) {
         throw UserError(ExitCode::kUsage,
                         fmt::format("{}: {} can't stand in a project file", thing, what));
     };
     if (scene.motionBlur) refuse(spelled(scene, "motion-blur"), "a switch");
-    if (!scene.tracks.empty()) refuse(scene.tracks.front().file.string(), "a track");
     for (SceneParameter const& parameter : scene.parameters)
         if (parameter.value && std::holds_alternative<TypedText>(*parameter.value))
             refuse(parameter.option, "a value that is still text");
@@ -460,8 +532,10 @@ std::string textIn(fs::path const& folder, Scene const& scene) {
     if (scene.stMap) json["stMap"] = inputIn(folder, *scene.stMap);
     if (scene.output) json["output"] = writtenIn(folder, *scene.output);
     if (scene.frames) json["frames"] = *scene.frames;
+    if (scene.movieStart) json["movieStart"] = *scene.movieStart;
     Ordered const render = renderJson(scene);
     if (!render.empty()) json["render"] = render;
+    for (TrackUse const& use : scene.tracks) json["tracks"].push_back(trackJson(folder, use));
     json["parameters"] = Ordered::object();
     for (SceneParameter const& parameter : scene.parameters)
         json["parameters"][parameter.name] = parameterJson(parameter);

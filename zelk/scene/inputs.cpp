@@ -3,10 +3,9 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
-
 #include "zelk/files/output_place.h"
 #include "zelk/movies/writer.h"
+#include "zelk/scene/clock.h"
 #include "zelk/scene/refusal.h"
 
 namespace zelk {
@@ -21,14 +20,6 @@ bool isNumbered(SceneInput const& input) { return !input.buffer && isPattern(inp
 
 bool isMovie(SceneInput const& input) { return !input.buffer && isMovieInput(input.file.path()); }
 
-/// Of the composition, which a movie's first picture is: its own, else the least of the range.
-int firstFrameOf(Scene const& scene) {
-    if (scene.hasComp) return scene.comp.startFrame;
-    if (!scene.frames) return 1;
-    std::vector<int> const frames = parseFrameRange(spelled(scene, "frames"), *scene.frames);
-    return *std::min_element(frames.begin(), frames.end());
-}
-
 }  // namespace
 
 SceneFiles::SceneFiles(Scene const& scene)
@@ -37,7 +28,7 @@ SceneFiles::SceneFiles(Scene const& scene)
                                : SequenceName::plain(scene.outputPath().string())) {
     if (scene.plate) plate.emplace(filesOf(*scene.plate, scene.missing));
     if (scene.stMap) stMap.emplace(filesOf(*scene.stMap, scene.missing));
-    int const first = firstFrameOf(scene);
+    int const first = scene.movieStart.value_or(0);
     layer.startAt(first);
     if (plate) plate->startAt(first);
 }
@@ -58,6 +49,14 @@ bool isSequence(Scene const& scene) {
            (scene.stMap && isNumbered(*scene.stMap)) ||
            (scene.hasComp && isPattern(scene.outputPath())) || isMovie(scene.layer) ||
            isMovieName(scene.outputPath());
+}
+
+TimeBase rateOf(Scene const& scene, SceneFiles const& files) {
+    if (scene.hasComp || scene.isSetBy(SceneField::kRate)) return scene.comp.timeBase;
+    for (InputFiles const* input : {files.plate ? &*files.plate : nullptr, &files.layer})
+        if (MovieFacts const* const facts = input ? input->movieFacts() : nullptr)
+            return rateFromText(facts->rate).value_or(scene.comp.timeBase);
+    return scene.comp.timeBase;
 }
 
 void requireOtherFile(Scene const& scene, bool mayBe, std::filesystem::path const& output,

@@ -33,6 +33,10 @@ struct SceneFiles {
     SequenceName output;
 };
 
+/// The composition's rate: its own or an edit's, else the plate's where that is a movie, else the
+/// layer's. It labels; which picture a frame has is a matter of numbers alone.
+TimeBase rateOf(Scene const& scene, SceneFiles const& files);
+
 /// Throws about the output where it is the very file that the frame reads as one of its
 /// inputs, unless that may be.
 void requireNoInput(Scene const& scene, SceneFiles const& files, bool mayBe, int frame,

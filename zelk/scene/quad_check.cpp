@@ -1,6 +1,8 @@
 // The quad test and the choice of quads by view; see quad_check.h.
 #include "zelk/scene/quad_check.h"
 
+#include <fmt/format.h>
+
 #include <cmath>
 
 #include "hostkit/fixed_point.h"
@@ -58,13 +60,17 @@ bool isAtRest(std::vector<Parameter> const& parameters, Corners const& from) {
     return isFromAtRest(pins, repositionOf(parameters));
 }
 
-std::string complaint(char const* pins, QuadFault fault) {
+std::string complaint(char const* pins, Corners const& corners) {
+    QuadFault const fault = checkQuad(corners);
     if (fault == QuadFault::kNone) return {};
-    char const* why = fault == QuadFault::kCrossed
-                          ? " make a quad that crosses itself or is dented (corners go upper left, "
-                            "upper right, lower left, lower right)"
-                          : " lie on one line or in one point";
-    return std::string(pins) + why;
+    if (fault == QuadFault::kFlat) return std::string(pins) + " lie on one line or in one point";
+    Corners const aroundThem = {corners[0], corners[1], corners[3], corners[2]};
+    bool const goAround = checkQuad(aroundThem) == QuadFault::kNone;
+    return fmt::format(
+        "{} make a quad that crosses itself or is dented (corners go upper left, upper right, "
+        "lower "
+        "left, lower right{})",
+        pins, goAround ? ", not around: the last two the other way make a plain quad" : "");
 }
 
 }  // namespace
@@ -95,8 +101,8 @@ std::string unusablePins(std::vector<Parameter> const& parameters, PinFrame cons
     bool const usesFrom = quads.passes.usesFromQuad(), usesTo = quads.passes.usesToQuad();
 
     std::string why;
-    if (usesFrom) why = complaint("the From Pins", checkQuad(quads.from));
-    std::string const to = usesTo ? complaint("the To Pins", checkQuad(quads.to)) : std::string();
+    if (usesFrom) why = complaint("the From Pins", quads.from);
+    std::string const to = usesTo ? complaint("the To Pins", quads.to) : std::string();
     return why + (why.empty() || to.empty() ? "" : ", ") + to;
 }
 

@@ -79,13 +79,27 @@ struct SceneInput {
 /// Which quad: where the picture goes, or what is taken from it.
 enum class TrackedPins { kTo, kFrom };
 
-/// A tracking file that was read (by the edits "track" and "track-from") and that the host can
-/// hold. Its frame numbers are those of the composition.
+/// How a tracking file is read; nothing: what the file tells.
+struct TrackReading {
+    std::optional<std::string> format = {};  ///< as `zelk track` names it
+    std::optional<int> firstFrame = {};      ///< the least frame becomes it
+    std::optional<int> shiftFrames = {};     ///< added to each frame
+    std::optional<PixelSize> size = {};      ///< of the pictures that were tracked
+    std::optional<std::string> order = {};   ///< of the corners, "ul,ur,ll,lr"
+    bool flipsY = false;                     ///< y is counted from below
+    bool operator==(TrackReading const&) const = default;
+};
+
+/// A tracking file that was read (by the edits "track" and "track-from", or with a project file)
+/// and that the host can hold. Its frame numbers are those of the composition.
 struct TrackUse {
-    std::filesystem::path file;
+    ScenePath file;
     TrackedPins pins = TrackedPins::kTo;
     std::shared_ptr<Track const> track;
     std::string text;  ///< of the file as it was read, where that is what the import takes
+    TrackReading reading = {};
+
+    std::string name() const { return file.path().string(); }
 };
 
 /// Who renders: the effect module in our host, or the effect's pipeline over plain buffers.
@@ -109,15 +123,6 @@ enum class FrameEdges { kGrid, kExact };
 struct SceneMatte {
     SceneInput file;
     std::string channel;  ///< empty: alpha, else luminance
-};
-
-/// How tracking files are read, for edits that come before them; nothing: what the file tells.
-struct TrackReading {
-    std::optional<std::string> format;  ///< as `zelk track` names it
-    std::optional<int> firstFrame;      ///< of files without frame numbers
-    std::optional<int> shiftFrames;
-    std::optional<PixelSize> size;     ///< of the pictures that were tracked
-    std::optional<std::string> order;  ///< of the corners
 };
 
 /// Motion Blur is on by the composition's shutter, whatever the parameter says.
@@ -155,6 +160,8 @@ enum class SceneField {
     kOverscan,
     kChannels,
     kCodec,
+    kCodecQuality,
+    kRate,
     kTrackReading,
     kBest,
     kChoke,
@@ -209,8 +216,8 @@ struct Scene {
     bool dropsOverscan = false;
     std::optional<std::string> channels;  ///< of the output: a, rgb or rgba; nothing: as inputs
     std::optional<std::string> codec;     ///< of a movie; nothing: by its extension
-    std::optional<double> codecQuality;   ///< of a lossy codec
-    TrackReading trackReading;
+    std::optional<double> codecQuality;   ///< of a lossy codec, in its own range (movies/codecs.h)
+    TrackReading trackReading;            ///< of edits, for tracks of edits
 
     std::map<SceneField, std::string> options;  ///< what an option set, and its name
     /// What messages put before the name of an edit that nobody made: "--" on a command line.

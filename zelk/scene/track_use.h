@@ -1,7 +1,7 @@
 // Tracking files of a scene: reading, and what is odd about them there.
 #pragma once
 
-#include <filesystem>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -10,10 +10,30 @@
 
 namespace zelk {
 
-/// Throws an input error with file, line and reason.
-TrackUse readTrackUse(std::filesystem::path const& file, TrackedPins pins);
+/// Throws an input error with file, line and reason. `editPrefix` is the scene's.
+TrackUse readTrackUse(ScenePath const& file, TrackedPins pins, TrackReading const& reading = {},
+                      std::string const& editPrefix = "");
+
+/// A change of how tracks are read, on all that the scene has and on those that come.
+void changeReading(Scene& scene, std::function<void(TrackReading&)> const& change);
 
 /// What is odd about it in a frame of that size, a sentence each.
-std::vector<std::string> warningsOf(TrackUse const& use, TrackTarget const& target);
+std::vector<std::string> warningsOf(Scene const& scene, TrackUse const& use,
+                                    TrackTarget const& target);
+
+/// Frame numbers of which something is shown.
+struct FrameSpan {
+    int first = 0, last = 0;
+};
+
+/// Throws an input error, with the edit that mends it, for a track that is taken for another than
+/// it is: one that mirrors or turns the layer, or crosses its corners, in all its frames, unless
+/// the reading says the corners' order or the form; and one of several frames that all lie outside
+/// of `shown`, so that the pins stand still, unless it says the frames' numbers.
+void requireMeant(Scene const& scene, TrackUse const& use, FrameSpan const& shown);
+
+/// The track in pixels of the pictures that it is used in, which may have another size than those
+/// that were tracked.
+Track scaledTo(Track track, PixelSize size);
 
 }  // namespace zelk

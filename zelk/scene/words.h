@@ -68,6 +68,8 @@ inline constexpr Choice<int> kTapWords[] = {{"4", 4}, {"6", 6}, {"8", 8}, {"10",
 
 /// Most of a feather or a choke, pixels.
 inline constexpr double kMostOutlinePx = 10000;
+inline constexpr Choice<TrackedPins> kPinsWords[] = {{"to", TrackedPins::kTo},
+                                                     {"from", TrackedPins::kFrom}};
 
 /// The shutter's limits, degrees: the angle from 0, the phase on both sides.
 inline constexpr double kMostShutterAngleDeg = 720, kMostShutterPhaseDeg = 360;

@@ -103,13 +103,16 @@ ExitCode SequenceRun::run() {
     if (!m_schedule.frames.empty()) takeFrames(renderer);
     if (m_purpose == Purpose::kPlan) printPlan(files);
     if (m_schedule.missingFrame && !m_result.isStopped) {
-        auto const [file, why] =
-            files.missingOf(*m_schedule.missingFrame).missing(*m_schedule.missingFrame);
+        InputFiles const& input = files.missingOf(*m_schedule.missingFrame);
+        auto const [file, why] = input.missing(*m_schedule.missingFrame);
         m_missing = file;
         std::string sentence = file + ": " + why;
         if (!m_isStill)
-            sentence += fmt::format("; {} hold, skip or black goes on without it",
-                                    spelled(m_scene, "missing"));
+            sentence += fmt::format(
+                "; {}{} hold, skip or black goes on without it",
+                input.isMovie() ? spelled(m_scene, "first-frame") + " says the first one's number, "
+                                : std::string(),
+                spelled(m_scene, "missing"));
         if (!m_isStill && m_purpose == Purpose::kRender) sentence += " (" + summary() + ")";
         throw UserError(ExitCode::kInput, sentence);
     }

@@ -24,10 +24,10 @@ void checkSize(Track const& track, TrackTarget const& target, TrackIssues& issue
     }
     auto const& frame = target.frame;
     if (frame && (frame->width != track.width || frame->height != track.height))
-        issues.add(TrackFault::kNoSize, 0,
-                   fmt::format("tracked in {}x{}, and the frame is {}x{}: the pins are not scaled "
-                               "to it, they stay at the pixels of the file",
-                               track.width, track.height, frame->width, frame->height));
+        issues.add(
+            TrackFault::kNoSize, 0,
+            fmt::format("tracked in {}x{}, and the frame is {}x{}: the pins are scaled to it",
+                        track.width, track.height, frame->width, frame->height));
 }
 
 void checkRate(Track const& track, TrackTarget const& target, TrackIssues& issues) {

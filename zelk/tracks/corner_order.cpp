@@ -3,7 +3,11 @@
 
 #include <algorithm>
 #include <cmath>
+#include <string_view>
+#include <vector>
 
+#include "zelk/text/errors.h"
+#include "zelk/tracks/text.h"
 #include "zelk/tracks/track.h"
 
 namespace zelk {
@@ -30,6 +34,21 @@ CornerOrder orderByPlace(Corners const& quad) {
                                  [&](int a, int b) { return reach(a) < reach(b); }),
                 order.end());
     return {order[0], order[1], order[3], order[2]};  // clockwise: ul, ur, lr, ll
+}
+
+CornerOrder parseCornerOrder(std::string const& thing, std::string const& text) {
+    std::vector<int> order;
+    std::string_view rest = text;
+    while (order.size() < 4) {
+        auto const comma = std::min(rest.find(','), rest.size());
+        auto const corner = cornerNamed(rest.substr(0, comma));
+        if (!corner || std::find(order.begin(), order.end(), *corner) != order.end()) break;
+        order.push_back(*corner);
+        rest.remove_prefix(std::min(comma + 1, rest.size()));
+    }
+    if (order.size() == 4 && rest.empty()) return {order[0], order[1], order[2], order[3]};
+    throw UserError(ExitCode::kUsage,
+                    {thing, "not an order of corners:", text, "ul, ur, ll and lr, each once"});
 }
 
 std::string cornersOption(CornerOrder const& order) {

@@ -42,7 +42,7 @@ TrackFormat const& likeliest(TrackText const& text) {
     text.refuse(
         0, "no tracking data found", "",
         fmt::format("sections of corners, a pin node or a table of numbers; or name the form "
-                    "by `{}--format`: {}",
+                    "by `{}format`: {}",
                     text.optionPrefix, trackFormatNames()));
 }
 
@@ -60,7 +60,7 @@ TrackFormat const& choose(TrackText const& text, bool asks) {
         std::vector<std::string_view> names;
         for (TrackFormat const* format : formats) names.push_back(format->name);
         text.refuse(0, "fits several forms:", listOf(names),
-                    fmt::format("one of them, by `{}--format`", text.optionPrefix));
+                    fmt::format("one of them, by `{}format`", text.optionPrefix));
     }
     return *formats[0];
 }

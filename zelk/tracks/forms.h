@@ -44,7 +44,7 @@ struct ReadTrackOptions {
     /// Whether a text that the effect's import and the host that copied it read differently is
     /// refused until a form is named. Otherwise it is what the import reads.
     bool asks = false;
-    /// Of the options that messages ask for: empty for a command that has them itself.
+    /// Of the options that messages ask for: "--" for a command that has them itself.
     std::string_view optionPrefix = kConvertCommand;
 };
 

@@ -29,9 +29,8 @@ public:
         if (!m_size)
             m_text.refuse(
                 0, "the frame's height is unknown, and y points up in", kNode,
-                fmt::format(
-                    "the frame's size by `{}--size WxH`, or From pins on the frame's corners",
-                    m_text.optionPrefix));
+                fmt::format("the frame's size by `{}size WxH`, or From pins on the frame's corners",
+                            m_text.optionPrefix));
         m_track.width = m_size->width;
         m_track.height = m_size->height;
         m_frames = framesOfKeys();

@@ -15,8 +15,8 @@
 
 namespace zelk {
 
-/// The command that has all options about a track, with a blank before them.
-inline constexpr std::string_view kConvertCommand = "zelk track convert ";
+/// The command that has all options about a track, up to their names.
+inline constexpr std::string_view kConvertCommand = "zelk track convert --";
 
 struct TrackText {
     std::string file;

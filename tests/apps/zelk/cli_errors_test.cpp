@@ -28,7 +28,6 @@ R --explain --frames 1;2;--explain
 R --downsample 1.5;2;"1.5";whole number
 R --quality ultra;2;"ultra";low, medium, high or super
 R --threads -1;2;"-1";0 to 1024
-R --over in.png --downsample 2;2;--downsample
 R --filter kees;2;"kees";mitchell or kaiser
 R --filter keys --road module;2;--road module;leave --filter out
 R --filter keys --plain;2;--plain does not go with --filter
@@ -38,6 +37,7 @@ R --feather 3 --edges grid;2;--feather needs --edges exact
 R --choke -1;2;"-1";0 to 10000
 filters mitchel;2;"mitchel";mitchell
 filters --plot none/f.png;4;none/f.png
+R --over in.png --downsample 3;2;"3";1 to 2
 R --downsample 3;2;"3";1 to 2
 R --to 0,0_1,0_0,1;2;--to;(3);four corners
 R --to 0,0_1_0,1_1,1;2;"1";x,y
@@ -116,7 +116,7 @@ project;2;project;new, show, check or import-track
 project mend s;2;"mend";import-track
 track wide.csv --flip-y;2;--flip-y;--size WxH
 track two.txt;3;corner-columns", expected one of them, by `--format`
-R --track two.txt;3;by `zelk track convert --format`
+R --track two.txt;3;by `--track-format`
 track none.txt;3;none.txt: no such file
 track convert a b.xyz;2;b.xyz;".xyz";--as
 track a --corners ul,ul,ll,lr;2;--corners;each once

@@ -71,5 +71,118 @@ TEST_F(TrackRun, ThePlotHasPathsInTheFrameAndALegendBelow) {
     done("track in.csv --plot over.png --over paths.png"_words);
 }
 
+// A render with tracks, against the same pins typed for one frame.
+class TrackedRender : public ZelkTest {
+protected:
+    void SetUp() override {
+        writePicture(at("l.png"), noise<std::uint8_t>(16, 12, 4, 1));
+        for (int n = 1001; n <= 1004; ++n)
+            writePicture(at("p." + std::to_string(n) + ".png"),
+                         noise<std::uint8_t>(64, 36, 3, unsigned(n)));
+        render("l.png", "typed.png", {"--over", "p.1003.png", "--to", "12,5 50,6 11,30 51,31"});
+    }
+    static std::string row(int frame, char const* separator, std::initializer_list<int> numbers) {
+        std::string text = std::to_string(frame);
+        for (int const number : numbers) text += separator + std::to_string(number);
+        return text + "\n";
+    }
+    void expectTyped(std::string const& track, std::string const& options) const {
+        Words words = "render l.png --over p.####.png -o t.%d.png --progress none"_words;
+        words.insert(words.end(), {"--track", track});
+        if (!options.empty()) words = joined(words, split(options, ' '));
+        done(words);
+        EXPECT_EQ(readPicture<std::uint8_t>(at("t.1003.png")),
+                  readPicture<std::uint8_t>(at("typed.png")))
+            << track << " " << options;
+    }
+};
+
+TEST_F(TrackedRender, ReadsItAsItIsTold) {
+    std::string const names = "frame,ul_x,ul_y,ur_x,ur_y,ll_x,ll_y,lr_x,lr_y\n";
+    std::string plain = names, turned = names, large = "# size 128x72\n" + names, below = names;
+    for (int i = 1; i <= 4; ++i) {
+        int const x = 9 + i;
+        plain += row(i, ",", {x, 5, 38 + x, 6, x - 1, 30, 39 + x, 31});
+        turned += row(i, ",", {38 + x, 6, x, 5, 39 + x, 31, x - 1, 30});
+        large += row(1000 + i, ",", {2 * x, 10, 76 + 2 * x, 12, 2 * x - 2, 60, 78 + 2 * x, 62});
+        below += row(1000 + i, ",", {x, 31, 38 + x, 30, x - 1, 6, 39 + x, 5});
+    }
+    put("plain.csv", plain), put("turned.csv", turned), put("large.csv", large);
+    put("below.csv", below);
+    expectTyped("plain.csv", "--track-first-frame 1001");
+    expectTyped("plain.csv", "--shift-frames 1000 --track-size 64x36 --track-format csv");
+    expectTyped("turned.csv", "--corners ur,ul,lr,ll --shift-frames 1000");
+    expectTyped("large.csv", "");
+    expectTyped("below.csv", "--flip-y --track-size 64x36");
+    // Before the track and in a project it is the same.
+    Words const project =
+        "project new a.zelk.json --shift-frames 1000 --corners ur,ul,lr,ll "
+        "--track turned.csv --layer l.png --plate p.####.png -o t.%d.png"_words;
+    done(project);
+    done("render --project a.zelk.json --progress none"_words);
+    EXPECT_EQ(readPicture<std::uint8_t>(at("t.1003.png")),
+              readPicture<std::uint8_t>(at("typed.png")));
+    EXPECT_TRUE(has(bytesOf("a.zelk.json"), R"("corners": "ur,ul,lr,ll", "shiftFrames": 1000)"));
+    EXPECT_EQ(run("project show a.zelk.json --json"_words).out, bytesOf("a.zelk.json"));
+
+    for (auto const& [track, options, told] :
+         {std::tuple("plain.csv", "",
+                     "one quad would stand still in all of them; correct it by "
+                     "`--track-first-frame 1001`"),
+          {"turned.csv", "--shift-frames 1000", "correct it by `--corners ur,ul,lr,ll`"},
+          {"below.csv", "", "correct it by `--flip-y --track-size WxH`"},
+          {"below.csv", "--flip-y", "--track-size WxH"}})
+        expectRefusal(joined("render l.png --over p.####.png -o t.%d.png --track"_words,
+                             joined({track}, *options ? split(options, ' ') : Words())),
+                      3, {track, told});
+    // A part of the shot that the track does not reach is rendered as the whole shot renders it.
+    put("short.csv", large.substr(0, large.find("\n1003") + 1));
+    done(
+        "render l.png --over p.####.png -o t.%d.png --progress none --frames 1004 --track "
+        "short.csv"_words);
+}
+
+TEST_F(TrackedRender, HeadingsThatMirrorTheLayerAreRefused) {
+    std::string text = "Keyframe Data\n\tSource Width\t64\n\tSource Height\t36\n";
+    for (auto const& [name, x, y] : {std::tuple("Upper Left", 12, 5),
+                                     {"Upper Right", 50, 6},
+                                     {"Lower Left", 11, 30},
+                                     {"Lower Right", 51, 31}}) {
+        text += std::string("Effects\tCorner Pin\t") + name + "\n";
+        for (int i = -2; i < 2; ++i) text += row(1003 + i, "\t", {x + i, y});
+    }
+    put("words.txt", text);
+    expectTyped("words.txt", "--track-format keyframes");
+    Words const words = "render l.png --over p.####.png -o t.%d.png --track words.txt"_words;
+    expectRefusal(words, 3, {"`--track-format keyframes`"});
+    done(joined(words, {"--track-format", "mocha", "--progress", "none"}));  // it is meant so
+}
+
+// Pins scale along: the proxy is the frame's block means, but for the edges.
+TEST_F(TrackedRender, AProxyOverAPlateIsTheFrameReduced) {
+    Picture<std::uint8_t> flat{64, 36, 3, {}, {}};
+    flat.values.assign(64 * 36 * 3, 60);
+    writePicture(at("flat.png"), flat);
+    flat = {32, 24, 3, {}, {}};
+    flat.values.assign(32 * 24 * 3, 200);
+    writePicture(at("white.png"), flat);
+    Words const pinned = {"--over", "flat.png", "--to", "12,8 52,8 12,32 52,32"};
+    render("white.png", "whole.png", pinned);
+    render("white.png", "half.png", joined(pinned, {"--downsample", "2"}));
+    auto const whole = readPicture<std::uint8_t>(at("whole.png")),
+               half = readPicture<std::uint8_t>(at("half.png"));
+    ASSERT_EQ(std::pair(half.width, half.height), std::pair(32, 18));
+    for (int y = 0; y < 18; ++y)
+        for (int x = 0; x < 32; ++x) {
+            bool const isEdge =
+                x == 5 || x == 6 || x == 25 || x == 26 || y == 3 || y == 4 || y == 15 || y == 16;
+            if (isEdge) continue;
+            EXPECT_EQ(half.at(x, y, 0), whole.at(2 * x, 2 * y, 0)) << x << " " << y;
+        }
+    EXPECT_TRUE(
+        has(render("white.png", "x.png", {"--over", "flat.png", "--to", "12,8 52,8 52,32 12,32"}),
+            "the last two the other way make a plain quad"));
+}
+
 }  // namespace
 }  // namespace zelk_test

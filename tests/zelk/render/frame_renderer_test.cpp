@@ -205,8 +205,6 @@ TEST_F(Renderer, EditsWinOverTheFileAndRefusalsNameTheirMaker) {
     for (auto const& [change, told] :
          {std::pair<std::function<void(Scene&)>, char const*>{
               [](Scene& s) { edit(s, "size", "9x8"), edit(s, "over", "p.png"); }, "--size"},
-          {[](Scene& s) { s.downsample = 2, edit(s, "size", "9x8"); },
-           "s.zelk.json: render.downsample"},
           {[](Scene& s) { edit(s, "mode", "add"); }, "--mode"},
           // What no option set has no option's name.
           {[](Scene& s) { s.isPlain = true, s.road = Road::kMemory; },

@@ -167,9 +167,8 @@ TEST_F(Sequence, ALosslessMovieIsReadAsItWasWritten) {
         writePicture(at(numbered("n", n)), noise<std::uint16_t>(20, 14, 4, unsigned(n)));
     for (char const* out : {"n.mkv", "file.%d.png"})  // both in the host's 15 bits
         copy("n.%d.png", out, {"--frames", "1-5"});
-    // A movie's first picture is the least frame asked for: in a project, the composition's first.
     put("m.zelk.json", R"({"schema": "zelk-project", "version": 1, "layer": "n.mkv",
-        "comp": {"width": 20, "height": 14, "rate": 25, "startFrame": 1},
+        "movieStart": 1, "comp": {"width": 20, "height": 14, "rate": 25, "startFrame": 1},
         "parameters": {"view-mode": {"value": "Original"}}})");
     for (auto const& [stem, frames] : {std::pair{"all", "1-5"}, {"back", "5-1x-1"}, {"one", "4"}})
         done({"render", "--project", "m.zelk.json", "-o", std::string(stem) + ".%d.png", "--frames",
@@ -180,9 +179,10 @@ TEST_F(Sequence, ALosslessMovieIsReadAsItWasWritten) {
     for (int n = 1; n <= 5; ++n)
         for (char const* stem : {"all", "back"}) EXPECT_EQ(picture(stem, n), picture("file", n));
     EXPECT_EQ(picture("one", 4), picture("file", 4));
-    expectRefusal("render n.mkv -o x.%d.png --frames 4-9 --progress none"_words, 3,
-                  {"n.mkv: no frame 9: the movie's 5 pictures are frames 4 to 8; --missing hold,",
-                   "(5 frames written)"});
+    expectRefusal(
+        "render n.mkv -o x.%d.png --frames 4-9 --progress none"_words, 3,
+        {"n.mkv: no frame 5: the movie's 5 pictures are frames 0 to 4; --first-frame says",
+         "(1 frame written)"});
 }
 
 // H.264 keeps the colours that went in: BT.601 would be 20 steps of 255 off. White and half of it,
@@ -197,7 +197,7 @@ TEST_F(Sequence, MoviesKeepColourAndAlpha) {
          {std::tuple(flat, "m.mp4", 3 * 257), {halves, "m.mov", 64}}) {
         writePicture(at("in.png"), picture);
         copy("in.png", movie, "--frames 1-5"_words);
-        copy(movie, "out.%d.png", "--frames 1-5"_words);
+        copy(movie, "out.%d.png", "--first-frame 1"_words);
         auto const out = readPicture<std::uint16_t>(at("out.5.png"));
         for (int y : {0, 15, 32, 47})  // away from blocks of the edge between the halves
             for (int c = 0; c < picture.channels; ++c)
