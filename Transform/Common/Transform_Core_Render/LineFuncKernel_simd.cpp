@@ -76,7 +76,7 @@ HWY_INLINE VF sumPlaneTaps(RenderSettings const& s, TapPlaces const& at, int i) 
 /// 4 taps a side have their own rule for rounding, and for what is outside; see LineFuncCP.h.
 template <class T, int C, int Taps>
 struct Kernel {
-    using Block = BlockOf<TapPlaces>;
+    using Block = BlockOf<TapBlockPlaces<T> >;
     static constexpr int kChannels = C, kTaps = Taps;
     static constexpr Rounding kRounding =
         Taps == 4 ? Rounding::kRoundThenLimit : Rounding::kLimitThenRound;
@@ -97,16 +97,19 @@ struct Kernel {
         splitTapsInside<T, Taps>(s, count, b.u, b.v, b);
     }
     static HWY_INLINE void sampleInside(RenderSettings const& s, Block const& b, int i, T* out) {
-        alignas(64) float sums[4 * kGroup];
-        for (int k = 0; k < kGroup; k += kSide) {
-            const VF sum = sumTaps<T, Taps, true>(s, b, i + k);
-            if constexpr (std::is_floating_point_v<T>)
-                hn::StoreU(sum, DF(), out + 4 * k);
+        if constexpr (std::is_floating_point_v<T>) {
+            for (int k = 0; k < kGroup; k += kSide)
+                hn::StoreU(sumTapsInside<T, Taps>(s, b, i + k), DF(), out + 4 * k);
+        } else {
+            alignas(64) float sums[4 * kGroup];
+            if (b.isTiled)
+                for (int k = 0; k < kGroup; k += kSide)
+                    hn::Store(sumTapsTiled<T, Taps>(s, b, i + k), DF(), sums + 4 * k);
             else
-                hn::Store(sum, DF(), sums + 4 * k);
+                for (int k = 0; k < kGroup; k += kSide)
+                    hn::Store(sumTapsInside<T, Taps>(s, b, i + k), DF(), sums + 4 * k);
+            storeGroup<T, kRounding>(s, sums, out);
         }
-        if constexpr (!std::is_floating_point_v<T>)
-            storeChannels<T, kRounding>(s, sums, 4 * kGroup, out);
     }
 
     static HWY_INLINE void scalar(RenderSettings const& s, ps::SourcePosition at, T* out) {
