@@ -184,6 +184,7 @@ bool draw(CoreRenderCall const& call, FormatFunctions const& functions) {
     if (transformPoly(call.host, &poly, &target, source, nullptr, &window, &s, &matrix) == 0)
         return false;
 
+    if (s.sourceFunc) s.sourceFunc(s.sourceContext);
     const QV_IRect unshifted = {s.dstLeft, s.dstTop, s.dstRight, s.dstBottom};
     const QV_IRect rect = s.renderMode == 1 ? shifted : unshifted;
     if (call.clearOutput) {

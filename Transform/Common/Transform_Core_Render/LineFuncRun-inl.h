@@ -252,7 +252,7 @@ private:
 template <class T, Rounding R>
 HWY_INLINE void storeChannels(RenderSettings const& s, float const* sums, int n, T* out) {
     const hn::Rebind<T, DF> d;
-    const Rounder<R> rounded(s);
+    Rounder<R> const rounded(s);
     int k = 0;
     for (; k + kLanes <= n; k += kLanes)
         hn::StoreU(hn::DemoteTo(d, rounded(hn::Load(DF(), sums + k))), d, out + k);
@@ -275,8 +275,8 @@ HWY_INLINE hn::Vec<D8> packedBytes(hn::Vec<DI> const* v) {
     } else {  // even pixels below, odd ones above
         alignas(32) static constexpr std::int32_t kInTurn[8] = {0, 4, 1, 5, 2, 6, 3, 7};
         const DI di;
-        return hn::BitCast(D8(), hn::TableLookupLanes(hn::BitCast(di, bytes),
-                                                      hn::SetTableIndices(di, kInTurn)));
+        return hn::BitCast(
+            D8(), hn::TableLookupLanes(hn::BitCast(di, bytes), hn::SetTableIndices(di, kInTurn)));
     }
 }
 
@@ -284,7 +284,7 @@ HWY_INLINE hn::Vec<D8> packedBytes(hn::Vec<DI> const* v) {
 template <class T, Rounding R>
 HWY_INLINE void storeGroup(RenderSettings const& s, float const* sums, T* out) {
     constexpr int kVectors = kGroup / kSide;
-    const Rounder<R> rounded(s);
+    Rounder<R> const rounded(s);
     hn::Vec<DI> whole[kVectors];
 #pragma GCC unroll 8
     for (int k = 0; k < kVectors; ++k) whole[k] = rounded(hn::Load(DF(), sums + kLanes * k));

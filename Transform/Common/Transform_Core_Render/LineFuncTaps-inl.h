@@ -64,7 +64,8 @@ struct TapTile {
 
 /// What the kernels of a block read.
 template <class T>
-struct TapBlockPlaces : TapPlaces {  ///< inside: y is a place in a tile over the whole source, bytes
+struct TapBlockPlaces
+    : TapPlaces {  ///< inside: y is a place in a tile over the whole source, bytes
     TapTile tile;
     bool isTiled;
 };
