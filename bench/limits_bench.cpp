@@ -39,12 +39,13 @@ HWY_INLINE void keep(void const* p) { asm volatile("" : : "r"(p) : "memory"); }
 
 void divideAll(LineRenderStruct const& line, int pixels) {
     const hn::CappedTag<double, 8> d;
-    auto const w = hn::Set(d, line.w), x = hn::Set(d, line.x), y = hn::Set(d, line.y);
-    alignas(64) double u[8], v[8];
-    for (int i = 0; i < pixels; i += static_cast<int>(hn::MaxLanes(d))) {
-        hn::Store(hn::Div(x, w), d, u);
-        hn::Store(hn::Div(y, w), d, v);
-        keep(u), keep(v);
+    alignas(64) double x[8], w[8], q[8];
+    std::fill(std::begin(x), std::end(x), line.x);
+    std::fill(std::begin(w), std::end(w), line.w);
+    for (int i = 0; i < 2 * pixels; i += static_cast<int>(hn::MaxLanes(d))) {
+        keep(x), keep(w);
+        hn::Store(hn::Div(hn::Load(d, x), hn::Load(d, w)), d, q);
+        keep(q);
     }
 }
 
