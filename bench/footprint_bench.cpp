@@ -295,8 +295,9 @@ void printCleanness(std::filesystem::path const& folder, int runs) {
             time = median(times);
             return std::optional<cv::Mat>(frame);
         });
+    using Words = std::string (*)(Case const&, std::string const&, std::string const&);
     for (auto const& [name, words] :
-         {std::pair{"ImageMagick", imageMagick}, {"oiiotool", oiioTool}})
+         {std::pair<char const*, Words>{"ImageMagick", imageMagick}, {"oiiotool", oiioTool}})
         row(name, [&, words = words](Case const& each, cv::Mat&, int p, double& time) {
             auto const in = (folder / fmt::format("pattern-{}.png", p)).string();
             auto const out = (folder / "command.png").string();

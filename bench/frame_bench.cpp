@@ -1,7 +1,7 @@
 // The roads around the engine: one frame through the effect module in our host, and through the
 // pipeline in memory, beside the engine alone on the same quad and formats.
 //
-//   frame_bench [WIDTH HEIGHT [RUNS]]      1920 1080 and 11 if left out
+//   frame_bench [WIDTH HEIGHT [RUNS [CASE]]]      1920 1080, 11 and all cases if left out
 //
 // Figures are medians of interleaved runs, milliseconds; `x` is a road's time over the engine's.
 // `empty` is a frame that the quad does not reach, in copies of the frame. The last column is the
@@ -13,7 +13,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <string>
+#include <string_view>
 #include <vector>
 
 #include "RenderLib/Transform/CommonRender_CoreTransformRender.h"
@@ -144,8 +144,7 @@ void measure(Host& host, Size size, Depth depth, Case const& c, int runs) {
         frame = World(layer.spec(), PixelMemory::Start::kAnything);
         memory.push_back(millisecondsOf([&] {
             renderInMemory(host.parameters(), fresh, frame,
-                           {{size.width, size.height}, {size.width, size.height}}, moment, {},
-                           "bench");
+                           {{size.width, size.height}, {size.width, size.height}}, moment, "bench");
         }));
     }
     constexpr char const* kDepths[] = {"8 bit", "16 bit", "float"};
@@ -174,5 +173,7 @@ int main(int argc, char** argv) {
     fmt::print("{:7} {:7} {:>8} {:>8} {:>5} {:>8} {:>5} {:>8}\n", "format", "quality", "engine",
                "module", "x", "memory", "x", "peak MB");
     for (Depth depth : {Depth::k8, Depth::k16, Depth::kFloat})
-        for (Case const& c : kCases) measure(host, size, depth, c, runs);
+        for (Case const& c : kCases)
+            if (argc <= 4 || std::string_view(argv[4]) == c.name)
+                measure(host, size, depth, c, runs);
 }

@@ -38,12 +38,17 @@ void unPremultiply(PipelineFrame& frame, PluginRaster_API* raster) {
               typename Trait::FORMAT>(Trait{}, frame.host, raster);
 }
 
-/// The working copy as the passes want it: with alpha, premultiplied.
+/// The working copy as the passes want it: with alpha, and premultiplied before it is read.
 template <class Trait>
 void enterPremultiplied(PipelineFrame& frame) {
     constexpr auto kWhite = static_cast<typename Trait::Channel>(Trait::kWhite);
     if (hostLacksAlpha(frame.host)) setAlpha<Trait>(frame.workInfo, kWhite);
-    if (frame.host->getAEHost()) premultiply<Trait>(frame, frame.rasters.work.get());
+    if (!frame.host->getAEHost()) return;
+    frame.host->getRasterInfo(frame.rasters.work.get(), &frame.straightInfo);
+    frame.multiply = [](void* of) {
+        premult_detail::changeColour<Trait, typename Trait::Channel>(
+            static_cast<PipelineFrame*>(of)->straightInfo, false);
+    };
 }
 
 /// One sample from preparation to the mean of all. 0, or the code with which the render ends.
@@ -68,7 +73,10 @@ inline bool usesSource(PipelineFrame const& frame) {
 template <class Trait>
 void enterStraight(PipelineFrame& frame) {
     if (!frame.host->getAEHost() && !frame.host->getFXPLUGHost()) return;
-    if (usesSource(frame)) unPremultiply<Trait>(frame, frame.rasters.work.get());
+    if (usesSource(frame)) {
+        multiplyWorkingCopy(frame);
+        unPremultiply<Trait>(frame, frame.rasters.work.get());
+    }
     if (!frame.isOutFinished) unPremultiply<Trait>(frame, frame.rasters.out.get());
 }
 

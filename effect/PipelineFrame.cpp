@@ -120,12 +120,15 @@ void renderTwoPasses(PipelineFrame& frame, CoreRenderArguments& core, RenderSett
     const Destination destination = destinationOf(frame);
     CoreRenderArguments secondCore = core;
     RenderSettings secondSettings = *settings;
+    secondSettings.sourceFunc = nullptr;
     settings->drawsFrame = !drawn.toQuad;
 
-    if (drawn.fromQuad)
+    if (drawn.fromQuad) {
         renderPass(frame, core, kQuadFromToUnit, frame.sourceInfo, interim, settings);
-    else
+    } else {
+        multiplyWorkingCopy(frame);
         host->copy(frame.rasters.work.get(), frame.rasters.interim.get());
+    }
 
     if (drawn.toQuad) {
         renderPass(frame, secondCore, kQuadUnitToTo, interim, destination.info, &secondSettings);
@@ -241,6 +244,7 @@ PF_Err softenSource(PipelineFrame& frame) {
         frame.sourceInfo.data = edged.data;
         frame.sourceInfo.rowBytes = edged.rowBytes;
     }
+    multiplyWorkingCopy(frame);
     copyRows(frame.workInfo, frame.sourceInfo);
     int const code = blurSource(host, frame.superSample, frame.sourceInfo);
     if (!frame.result) frame.result = code;
@@ -272,6 +276,8 @@ PF_Err renderSample(PipelineFrame& frame, int index) {
     settings->finishFunc = isLast ? frame.finish : nullptr;
     settings->finishContext = &frame;
     settings->isFinished = false;
+    settings->sourceFunc = [](void* of) { multiplyWorkingCopy(*static_cast<PipelineFrame*>(of)); };
+    settings->sourceContext = &frame;
     settings->resample = frame.host->resampleOptions();
     settings->drawsFrame = true;
     if (!drawn.direct) {
@@ -283,6 +289,8 @@ PF_Err renderSample(PipelineFrame& frame, int index) {
     frame.isOutFinished = isLast && settings->isFinished;
     settings->finishFunc = nullptr;
     settings->finishContext = nullptr;
+    settings->sourceFunc = nullptr;
+    settings->sourceContext = nullptr;
     settings->resample = nullptr;
     return 0;
 }

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstdint>
+#include <utility>
 
 #include "Transform/Common/RenderRecords.h"
 #include "Transform/Common/Transform_Core_Render/PassPlan.h"
@@ -39,6 +40,10 @@ struct PipelineFrame {
     SamplePlan plan;
     SuperSamplePlan superSample;  ///< of the last sample prepared; at rest in other qualities
     CoreRenderArguments core;
+    /// The working copy is straight as yet, and this multiplies it, as `straightInfo` describes it:
+    /// at the first reader, so that a frame without any is spared it. Its context is this frame.
+    QV_SourceFunc multiply = nullptr;
+    PluginHost_API::RasterInfo straightInfo{};
     /// Makes pixels of the output what the host wants where nothing comes after them: straight, and
     /// with the result's own opacity. Its context is this frame.
     QV_RowFunc finish = nullptr;
@@ -46,6 +51,11 @@ struct PipelineFrame {
     /// The first code of blurs, passes and compositing, 0 for success.
     PF_Err result = 0;
 };
+
+/// Whoever reads the working copy calls this first.
+inline void multiplyWorkingCopy(PipelineFrame& frame) {
+    if (QV_SourceFunc const multiply = std::exchange(frame.multiply, nullptr)) multiply(&frame);
+}
 
 /// Layer and frame have sizes of their own: on bindings other than After Effects, and where the
 /// caller has not set rectangles. Known once there is a working copy.

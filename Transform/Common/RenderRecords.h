@@ -59,6 +59,8 @@ using QV_KernelFunc = double (*)(double x, void* settings);
 using QV_LineFunc = void (*)(void* settings, LineRenderStruct* line);
 /// Changes `count` pixels in place, as the context that was given with it says.
 using QV_RowFunc = void (*)(void const* context, void* pixels, int count);
+/// Makes a source ready to be read.
+using QV_SourceFunc = void (*)(void* context);
 
 /// Taps per axis at most, and rows of the weight table. The size index of a render asks for at most
 /// 10 taps; a caller of calculateLut may ask for more.
@@ -112,6 +114,9 @@ struct RenderSettings {
     QV_RowFunc finishFunc = nullptr;
     void const* finishContext = nullptr;
     bool isFinished = false;  ///< written by the engine
+    /// Called before the source is read, if anything is drawn at all, or null.
+    QV_SourceFunc sourceFunc = nullptr;
+    void* sourceContext = nullptr;
     /// What the host binding asks for beyond the controls, or null; `drawsFrame` is true for the
     /// pass whose destination is the frame.
     ResampleOptions const* resample = nullptr;

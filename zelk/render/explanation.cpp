@@ -79,6 +79,8 @@ PlanReport planOf(std::vector<Parameter> const& parameters, PinFrame const& fram
     bool const isPlain = settings.quality == 0;
     plan.filter = filterName(isPlain ? kFilterNearest : filter);
     plan.taps = isPlain ? 1 : filter == kFilterBilinear ? 2 : settings.taps;
+    if (resample.integratesFootprint)
+        plan.quality = "best", plan.filter = "footprint", plan.taps = 6;
     plan.scan = resample.edges == EdgeCoverage::kExact ? "exact" : isPlain ? "plain" : "area";
 
     PinQuads const quads = pinQuads(parameters, frame);

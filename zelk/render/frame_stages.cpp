@@ -194,7 +194,8 @@ QuadMap FrameStages::mapAt(int frame) {
     FrameRequest const moment = momentOf(frame);
     PinFrame const space = pinFrameOf(m_ask, 1);
     plan(space, moment, Depth::kFloat);
-    return mapOf(parametersAt(m_host->parameters(), {moment.time, moment.timeBase.scale}), space);
+    return mapOf(parametersAt(m_host->parameters(), {moment.time, moment.timeBase.scale}), space,
+                 resampleOptionsOf(m_scene, 1));
 }
 
 World FrameStages::stPictureAt(int frame) {
@@ -266,8 +267,8 @@ std::uint64_t FrameStages::bytesInFlight() const {
     if (isModule()) return renderBytes(size);
     PixelSize const layer = reduced(m_sizes.layer, downsample());
     PixelSize const frame = reduced(m_sizes.frame, downsample());
-    auto const pixels = [](PixelSize size) {
-        return std::uint64_t(size.width) * std::uint64_t(size.height);
+    auto const pixels = [](PixelSize of) {
+        return std::uint64_t(of.width) * std::uint64_t(of.height);
     };
     bool const isKept = m_files.plate && (m_inFlight > 1 || downsample() > 1);
     std::uint64_t const plate = isKept ? 16 * pixels(frame) : 0;

@@ -85,14 +85,15 @@ std::optional<Point> mapped(PlaneMatrix const& m, Point const& p) {
     return at;
 }
 
-QuadMap mapOf(std::vector<Parameter> const& parameters, PinFrame const& frame) {
+QuadMap mapOf(std::vector<Parameter> const& parameters, PinFrame const& frame,
+              ResampleOptions const& resample) {
     QuadMap map;
     map.layer = {frame.layerWidth, frame.layerHeight};
     map.frame = {frame.frameWidth, frame.frameHeight};
     PixelSize const source = {map.layer.width + 2 * frame.marginX,
                               map.layer.height + 2 * frame.marginY};
-    PlanReport const plan = planOf(parameters, frame);
-    PlaneMatrix const texture = textureOf(plan.scan == "plain", source);
+    PlanReport const plan = planOf(parameters, frame, resample);
+    PlaneMatrix const texture = textureOf(plan.filter == "nearest", source);
     PlaneMatrix all = moved(frame.marginX, frame.marginY);
     for (PassReport const& pass : plan.passes) {
         map.isDrawn = map.isDrawn && pass.isDrawn;

@@ -11,6 +11,7 @@
 #include <optional>
 #include <vector>
 
+#include "Transform/Common/ResampleOptions.h"
 #include "hostkit/frame_request.h"
 #include "hostkit/parameters.h"
 #include "hostkit/world.h"
@@ -35,7 +36,8 @@ struct QuadMap {
 /// Reposition and the texture of each quality as the engine lays them. Quality Low stretches its
 /// texture between the centres of the first and last pixels but one; of layers below 3 pixels a
 /// side its map is that of the other qualities.
-QuadMap mapOf(std::vector<Parameter> const& parameters, PinFrame const& frame);
+QuadMap mapOf(std::vector<Parameter> const& parameters, PinFrame const& frame,
+              ResampleOptions const& resample);
 
 /// The map as an ST map, a float world of the frame's size that a file of associated colour holds
 /// as it stands. Red and green are where in the layer the pixel's centre looks, parts of its width

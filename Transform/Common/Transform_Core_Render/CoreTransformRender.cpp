@@ -63,15 +63,19 @@ void chooseFillFunctions(CoreRenderCall const& call, FormatFunctions const& f, R
     s.edgeFunc = call.singleChannel ? f.edgePolygon_1 : f.edgePolygon;
 }
 
-/// What a binding asks of the resampling, for float images of four channels.
-void takeResampleOptions(CoreRenderCall const& call, RenderSettings& s) {
+/// What a binding asks of the resampling, for float images of four channels; null for others.
+ResampleOptions const* takeResampleOptions(CoreRenderCall const& call, RenderSettings& s) {
+    constexpr int kFloatPixelBytes = 16;
     bool const isTaken = s.resample && call.core.renderMode == 0 && !call.singleChannel &&
-                         !call.fillMode && call.src.pixelBytes == 4 * int{sizeof(float)};
+                         !call.fillMode && call.src.pixelBytes == kFloatPixelBytes &&
+                         call.dst.pixelBytes == kFloatPixelBytes;
+    s.footprint = nullptr;
     s.hasExactEdges = isTaken && s.resample->edges == EdgeCoverage::kExact;
     bool const isOutline = s.hasExactEdges && s.drawsFrame;
     s.featherPx = isOutline ? s.resample->featherPx : 0;
     s.chokePx = isOutline ? s.resample->chokePx : 0;
     s.hasChosenKernel = isTaken && s.resample->kernel.filter >= 0;
+    return isTaken ? s.resample : nullptr;
 }
 
 /// Exact edges: sampled as the interior is, so that no rim of another kernel shows. What is not
@@ -179,19 +183,6 @@ bool scanClears(CoreRenderCall const& call, QV_Window const& window, QV_IRect co
            std::int64_t{window.y1} - rect.top < call.dst.height;
 }
 
-/// What the host binding asks of the resampling of these rasters, or null.
-ResampleOptions const* resampleOf(CoreRenderCall const& call, RenderSettings const& s) {
-    constexpr int kFloatPixelBytes = 16;
-    bool const isFloat = call.src.pixelBytes == kFloatPixelBytes &&
-                         call.dst.pixelBytes == kFloatPixelBytes && !call.singleChannel;
-    return isFloat && !call.fillMode ? s.resample : nullptr;
-}
-
-/// Of a pass that draws the frame, else null.
-FrameMap const* mapOf(ResampleOptions const* resample, RenderSettings const& s) {
-    return resample && s.drawsFrame && s.renderMode == 0 ? resample->map : nullptr;
-}
-
 /// The polygon of a mapped frame counts wherever the map looks.
 int transformMappedPoly(CoreRenderCall const& call, QV_Poly& poly, FrameMap const& map,
                         QV_IRect const& source, RenderSettings& s, QV_Mtrx44 const& matrix) {
@@ -230,7 +221,7 @@ bool integrateFootprints(ScreenPlane const& plane, QV_Poly const& poly, RenderSe
     if (slot->source.levels().empty()) return false;
     s.footprint = &*slot;
     s.interiorFunc = footprintFunc;
-    s.edgeFunc = edgeFootprintFunc;
+    s.edgeFunc = edgeOfInterior;
     return true;
 }
 
@@ -248,10 +239,8 @@ Drawn draw(CoreRenderCall const& call, FormatFunctions const& functions) {
     s.renderMode = call.core.renderMode;
     s.taps = call.core.sizeIndex;
     s.quality = qualityOfFilter(call.core.filter);
-    s.footprint = nullptr;
-    takeResampleOptions(call, s);
-    ResampleOptions const* const resample = resampleOf(call, s);
-    FrameMap const* const map = mapOf(resample, s);
+    ResampleOptions const* const resample = takeResampleOptions(call, s);
+    FrameMap const* const map = resample && s.drawsFrame ? resample->map : nullptr;
     bool const integrates = resample && resample->integratesFootprint;
     if (integrates || (map && s.quality == 0)) s.quality = 1;
 
@@ -285,6 +274,7 @@ Drawn draw(CoreRenderCall const& call, FormatFunctions const& functions) {
         0)
         return Drawn::kNothing;
 
+    if (s.sourceFunc) s.sourceFunc(s.sourceContext);
     FootprintSlot footprints;
     ScreenPlane plane{};
     if ((map || integrates) && !screenPlaneOf(poly, plane)) return Drawn::kNothing;

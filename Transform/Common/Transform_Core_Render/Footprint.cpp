@@ -205,8 +205,7 @@ namespace {
 
 constexpr int kBlock = 64;
 
-/// `coverage` may be null.
-void runFootprints(RenderSettings const& s, LineRenderStruct& line, float const* coverage) {
+void runFootprints(RenderSettings const& s, LineRenderStruct& line) {
     FootprintContext const& context = *s.footprint;
     ScreenPlane const& p = context.plane;
     auto* out = static_cast<float*>(line.dest);
@@ -225,8 +224,6 @@ void runFootprints(RenderSettings const& s, LineRenderStruct& line, float const*
         for (int k = 0; k < count; ++k, out += 4) {
             float& alpha = out[s.alphaOffset];
             alpha = std::clamp(alpha, 0.0f, 1.0f);
-            if (!coverage) continue;
-            for (int c = 0; c < 4; ++c) out[c] *= coverage[first + k];
         }
     }
     line.x += line.count * line.dx;
@@ -237,11 +234,5 @@ void runFootprints(RenderSettings const& s, LineRenderStruct& line, float const*
 }  // namespace
 
 void footprintFunc(void* settings, LineRenderStruct* line) {
-    if (line->count > 0)
-        runFootprints(*static_cast<RenderSettings const*>(settings), *line, nullptr);
-}
-
-void edgeFootprintFunc(void* settings, LineRenderStruct* line) {
-    if (line->count > 0)
-        runFootprints(*static_cast<RenderSettings const*>(settings), *line, line->coverage);
+    if (line->count > 0) runFootprints(*static_cast<RenderSettings const*>(settings), *line);
 }

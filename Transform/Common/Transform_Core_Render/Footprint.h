@@ -96,7 +96,6 @@ struct FootprintContext {
 /// Footprint of a screen position: perspective-correct position and its derivatives.
 Footprint footprintAt(ScreenPlane const& plane, double sx, double sy);
 
-/// Line functions for float images of four channels. Alpha, which the kernel's negative weights may
-/// carry beyond 0 or 1, is limited; the edge function multiplies by coverage then.
+/// The interior's line function, for float images of four channels. Alpha, which the kernel's
+/// negative weights may carry beyond 0 or 1, is limited.
 void footprintFunc(void* settings, LineRenderStruct* line);
-void edgeFootprintFunc(void* settings, LineRenderStruct* line);

@@ -106,7 +106,7 @@ public:
     }
 
 private:
-    using D = hn::CappedTag<double, 4>;
+    using D = hn::CappedTag<double, 8>;
     LineRenderStruct const& m_line;
     hn::Vec<D> m_i;
 };
@@ -229,28 +229,74 @@ enum class Rounding { kTruncate, kRoundThenLimit, kLimitThenRound };
 /// Sums to whole-number channels, as roundThenLimit and limitThenRound of PixelSampling.h do it.
 /// The limits are whole numbers, so limiting before truncation is the same as after it. Not a
 /// number becomes the least value.
-template <class T, Rounding R>
-HWY_INLINE auto channelsOf(RenderSettings const& s, VF v) {
-    const DF d;
-    auto const low = hn::Set(d, static_cast<float>(s.minValue));
-    auto const high = hn::Set(d, static_cast<float>(s.maxValue)), half = hn::Set(d, 0.5f);
-    if constexpr (R == Rounding::kRoundThenLimit) v = hn::Add(v, half);
-    if constexpr (R != Rounding::kTruncate)
-        v = hn::Min(hn::IfThenElse(hn::Gt(v, low), v, low), high);
-    if constexpr (R == Rounding::kLimitThenRound) v = hn::Add(v, half);
-    return hn::DemoteTo(hn::Rebind<T, DF>(), truncatedWithin(v));
-}
+template <Rounding R>
+class Rounder {
+public:
+    HWY_INLINE explicit Rounder(RenderSettings const& s)
+        : m_low(hn::Set(DF(), static_cast<float>(s.minValue))),
+          m_high(hn::Set(DF(), static_cast<float>(s.maxValue))) {}
+
+    HWY_INLINE hn::Vec<DI> operator()(VF v) const {
+        auto const half = hn::Set(DF(), 0.5f);
+        if constexpr (R == Rounding::kRoundThenLimit) v = hn::Add(v, half);
+        if constexpr (R != Rounding::kTruncate)
+            v = hn::Min(hn::IfThenElse(hn::Gt(v, m_low), v, m_low), m_high);
+        if constexpr (R == Rounding::kLimitThenRound) v = hn::Add(v, half);
+        return truncatedWithin(v);
+    }
+
+private:
+    VF m_low, m_high;
+};
 
 template <class T, Rounding R>
 HWY_INLINE void storeChannels(RenderSettings const& s, float const* sums, int n, T* out) {
     const hn::Rebind<T, DF> d;
+    Rounder<R> const rounded(s);
     int k = 0;
     for (; k + kLanes <= n; k += kLanes)
-        hn::StoreU(channelsOf<T, R>(s, hn::Load(DF(), sums + k)), d, out + k);
+        hn::StoreU(hn::DemoteTo(d, rounded(hn::Load(DF(), sums + k))), d, out + k);
     if (k == n) return;
     alignas(32) T rest[kLanes];
-    hn::Store(channelsOf<T, R>(s, hn::Load(DF(), sums + k)), d, rest);
+    hn::Store(hn::DemoteTo(d, rounded(hn::Load(DF(), sums + k))), d, rest);
     std::memcpy(out + k, rest, static_cast<std::size_t>(n - k) * sizeof(T));
+}
+
+/// Four vectors of whole numbers of a byte each, channels of the next 4 kSide pixels, as bytes.
+HWY_INLINE hn::Vec<D8> packedBytes(hn::Vec<DI> const* v) {
+    alignas(16) static constexpr std::uint8_t kByVector[16] = {0, 4, 8,  12, 1, 5, 9,  13,
+                                                               2, 6, 10, 14, 3, 7, 11, 15};
+    auto const mixed = hn::Or(hn::Or(v[0], hn::ShiftLeft<8>(v[1])),
+                              hn::Or(hn::ShiftLeft<16>(v[2]), hn::ShiftLeft<24>(v[3])));
+    auto const bytes =
+        hn::TableLookupBytes(hn::BitCast(D8(), mixed), hn::LoadDup128(D8(), kByVector));
+    if constexpr (kSide == 1) {
+        return bytes;
+    } else {  // even pixels below, odd ones above
+        alignas(32) static constexpr std::int32_t kInTurn[8] = {0, 4, 1, 5, 2, 6, 3, 7};
+        const DI di;
+        return hn::BitCast(
+            D8(), hn::TableLookupLanes(hn::BitCast(di, bytes), hn::SetTableIndices(di, kInTurn)));
+    }
+}
+
+/// Stores the sums of a group of pixels of four channels.
+template <class T, Rounding R>
+HWY_INLINE void storeGroup(RenderSettings const& s, float const* sums, T* out) {
+    constexpr int kVectors = kGroup / kSide;
+    Rounder<R> const rounded(s);
+    hn::Vec<DI> whole[kVectors];
+#pragma GCC unroll 8
+    for (int k = 0; k < kVectors; ++k) whole[k] = rounded(hn::Load(DF(), sums + kLanes * k));
+    if constexpr (sizeof(T) == 1) {
+        for (int k = 0; k < kVectors; k += 4)
+            hn::StoreU(packedBytes(whole + k), D8(), out + kLanes * k);
+    } else {
+        const hn::Rebind<T, DF> dt;
+#pragma GCC unroll 8
+        for (int k = 0; k < kVectors; ++k)
+            hn::StoreU(hn::DemoteTo(dt, whole[k]), dt, out + kLanes * k);
+    }
 }
 
 /// Samples `count` pixels of the block, 64 or fewer, into `out`; makes the next block's positions,

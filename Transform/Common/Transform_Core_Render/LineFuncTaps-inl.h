@@ -54,20 +54,86 @@ HWY_INLINE void splitTaps(RenderSettings const& s, int taps, int count, float co
     }
 }
 
+/// Pixels as floats, shared by the kernels of a block: neighbours read mostly the same ones, and to
+/// bring a channel to float takes half of a tap's time.
+struct TapTile {
+    static constexpr int kPitch = 80, kRows = 16;  ///< pixels: a block's width and some, within L1
+    alignas(64) float pixels[kPitch * kRows * 4];
+    std::int32_t origin;  ///< place of its first pixel, as bytes of a tile over the whole source
+};
+
+/// What the kernels of a block read.
+template <class T>
+struct TapBlockPlaces
+    : TapPlaces {  ///< inside: y is a place in a tile over the whole source, bytes
+    TapTile tile;
+    bool isTiled;
+};
+template <>
+struct TapBlockPlaces<float> : TapPlaces {};
+
+/// Upper left corners of a block's kernels, the least and the greatest of each lane.
+struct TapCorners {
+    hn::Vec<DI> minX, minY, maxX, maxY;
+
+    HWY_INLINE TapCorners(hn::Vec<DI> x, hn::Vec<DI> y) : minX(x), minY(y), maxX(x), maxY(y) {}
+    HWY_INLINE void add(hn::Vec<DI> x, hn::Vec<DI> y) {
+        minX = hn::Min(minX, x), maxX = hn::Max(maxX, x);
+        minY = hn::Min(minY, y), maxY = hn::Max(maxY, y);
+    }
+};
+
+/// Makes the tile of a block of `count` kernels, where that costs less than what it saves.
+template <class T, int Taps>
+HWY_INLINE void fillTile(RenderSettings const& s, TapCorners const& corners, int count,
+                         TapBlockPlaces<T>& at) {
+    const DF d;
+    const DI di;
+    int const x0 = hn::GetLane(hn::MinOfLanes(di, corners.minX));
+    int const y0 = hn::GetLane(hn::MinOfLanes(di, corners.minY));
+    int const width = hn::GetLane(hn::MaxOfLanes(di, corners.maxX)) - x0 + Taps;
+    int const rows = hn::GetLane(hn::MaxOfLanes(di, corners.maxY)) - y0 + Taps;
+    at.isTiled = Taps > 4 && width <= TapTile::kPitch && rows <= TapTile::kRows &&
+                 5 * width * rows <= 2 * count * Taps * Taps;
+    if (!at.isTiled) return;
+    at.tile.origin = (y0 * TapTile::kPitch + x0) * 4 * int{sizeof(float)};
+    const hn::Rebind<T, DF> dt;
+    for (int y = 0; y < rows; ++y) {
+        T const* const from = ps::sourcePixel<T, 4>(s, x0, y0 + y);
+        float* const to = at.tile.pixels + 4 * TapTile::kPitch * y;
+        auto const convert = [&](int x) {
+            auto const whole = hn::PromoteTo(di, hn::LoadU(dt, from + 4 * x));
+            hn::StoreU(hn::ConvertTo(d, whole), d, to + 4 * x);
+        };
+        for (int x = 0; x + kSide <= width; x += kSide) convert(x);
+        convert(width - kSide);  // again, where the width is no whole number of vectors
+    }
+}
+
 /// The same of kernels that read wholly inside.
 template <class T, int Taps>
 HWY_INLINE void splitTapsInside(RenderSettings const& s, int count, float const* positionU,
-                                float const* positionV, TapPlaces& at) {
+                                float const* positionV, TapBlockPlaces<T>& at) {
     const DF d;
     const DI di;
     auto const before = hn::Set(di, Taps / 2 - 1), rowBytes = hn::Set(di, s.srcRowBytes);
+    auto const firstX = hn::Sub(truncatedWithin(hn::Load(d, positionU)), before);
+    auto const firstY = hn::Sub(truncatedWithin(hn::Load(d, positionV)), before);
+    TapCorners corners(firstX, firstY);
     for (int k = 0; k < count; k += kLanes) {
         auto const u = hn::Load(d, positionU + k), v = hn::Load(d, positionV + k);
-        auto const x = truncatedWithin(u), y = truncatedWithin(v);
-        hn::Store(offsetOf<T>(hn::Sub(x, before), hn::Sub(y, before), rowBytes), di, at.x + k);
-        hn::Store(weightRows(hn::Sub(u, hn::ConvertTo(d, x)), Taps), di, at.wx + k);
-        hn::Store(weightRows(hn::Sub(v, hn::ConvertTo(d, y)), Taps), di, at.wy + k);
+        auto const wholeU = truncatedWithin(u), wholeV = truncatedWithin(v);
+        auto const x = hn::Sub(wholeU, before), y = hn::Sub(wholeV, before);
+        hn::Store(offsetOf<T>(x, y, rowBytes), di, at.x + k);
+        hn::Store(weightRows(hn::Sub(u, hn::ConvertTo(d, wholeU)), Taps), di, at.wx + k);
+        hn::Store(weightRows(hn::Sub(v, hn::ConvertTo(d, wholeV)), Taps), di, at.wy + k);
+        if constexpr (!std::is_floating_point_v<T>) {
+            corners.add(x, y);
+            constexpr std::int32_t kRowBytes = TapTile::kPitch * 4 * sizeof(float);
+            hn::Store(offsetOf<float>(x, y, hn::Set(di, kRowBytes)), di, at.y + k);
+        }
     }
+    if constexpr (!std::is_floating_point_v<T>) fillTile<T, Taps>(s, corners, count, at);
 }
 
 /// 16 bytes of each of kSide rows, `stride` apart.
@@ -133,21 +199,12 @@ HWY_INLINE VF weighRows(std::uint8_t const* p, std::ptrdiff_t stride, float cons
     return hn::Mul(overPixels(wy), rows);
 }
 
-/// What pixel i reads, from its upper left channel on.
-template <class T, bool IsInside>
-HWY_INLINE std::uint8_t const* tapsOf(RenderSettings const& s, TapPlaces const& at, int i) {
-    if constexpr (IsInside)
-        return static_cast<std::uint8_t const*>(s.srcData) + at.x[i];
-    else
-        return sourceOf<T>(s, at, i);
-}
-
-/// The sums of kSide pixels. Two: the rows of each are weighed two by two, and added for both.
-template <class T, int Taps, bool IsInside = false>
-HWY_INLINE VF sumTaps(RenderSettings const& s, TapPlaces const& at, int i) {
+/// The sums of kSide pixels, which read from p and q on. Two: the rows of each are weighed two by
+/// two, and added for both.
+template <class T, int Taps>
+HWY_INLINE VF sumTapsAt(RenderSettings const& s, TapPlaces const& at, int i, std::uint8_t const* p,
+                        [[maybe_unused]] std::uint8_t const* q, std::ptrdiff_t stride) {
     const DF d;
-    const std::ptrdiff_t stride = s.srcRowBytes;
-    std::uint8_t const* p = tapsOf<T, IsInside>(s, at, i);
     float const *wx = s.lut + at.wx[i], *wy = s.lut + at.wy[i];
     VF total = hn::Zero(d);
     if constexpr (kSide == 1) {
@@ -157,7 +214,6 @@ HWY_INLINE VF sumTaps(RenderSettings const& s, TapPlaces const& at, int i) {
             total = j == 0 ? row : hn::Add(total, row);
         }
     } else {
-        std::uint8_t const* q = tapsOf<T, IsInside>(s, at, i + 1);
         float const *wxQ = s.lut + at.wx[i + 1], *wyQ = s.lut + at.wy[i + 1];
 #pragma GCC unroll 5
         for (int j = 0; j < Taps; j += 2) {
@@ -169,6 +225,30 @@ HWY_INLINE VF sumTaps(RenderSettings const& s, TapPlaces const& at, int i) {
         }
     }
     return total;
+}
+
+/// The sums of pixels i and on, read from the source.
+template <class T, int Taps>
+HWY_INLINE VF sumTaps(RenderSettings const& s, TapPlaces const& at, int i) {
+    return sumTapsAt<T, Taps>(s, at, i, sourceOf<T>(s, at, i), sourceOf<T>(s, at, i + kSide - 1),
+                              s.srcRowBytes);
+}
+
+/// The same by the source's offsets.
+template <class T, int Taps>
+HWY_INLINE VF sumTapsInside(RenderSettings const& s, TapPlaces const& at, int i) {
+    auto const* const source = static_cast<std::uint8_t const*>(s.srcData);
+    return sumTapsAt<T, Taps>(s, at, i, source + at.x[i], source + at.x[i + kSide - 1],
+                              s.srcRowBytes);
+}
+
+/// The same, read from the tile.
+template <class T, int Taps>
+HWY_INLINE VF sumTapsTiled(RenderSettings const& s, TapBlockPlaces<T> const& at, int i) {
+    auto const* const tile = reinterpret_cast<std::uint8_t const*>(at.tile.pixels);
+    return sumTapsAt<float, Taps>(s, at, i, tile + (at.y[i] - at.tile.origin),
+                                  tile + (at.y[i + kSide - 1] - at.tile.origin),
+                                  TapTile::kPitch * 4 * std::ptrdiff_t{sizeof(float)});
 }
 
 }  // namespace HWY_NAMESPACE

@@ -56,17 +56,23 @@ void changePixel(Channel* pixel, int alpha) {
             pixel[c] = Divides ? divided<Trait>(a, pixel[c]) : multiplied<Trait>(a, pixel[c]);
 }
 
+/// Nothing where the host could not describe the raster.
 template <class Trait, class Channel>
-void changeColour(PluginHost_API* host, PluginRaster_API* raster, bool divides) {
+void changeColour(QV_RasterInfo const& info, bool divides) {
     static_assert(Trait::kIsFloat || Trait::kWhite == 255 || Trait::kWhite == 32768,
                   "no premultiplication is defined for this depth");
     static_assert(Trait::kAlpha == 0 || Trait::kAlpha == 3);
-    QV_RasterInfo info{};
-    host->getRasterInfo(raster, &info);
-    if (!info.data) return;  // the host could not describe it
+    if (!info.data) return;
     forEachRow(info.height, std::int64_t{info.width} * Trait::kPixelBytes, [&](int y) {
         premultRowSimd(pixelRow<Channel>(info, y), info.width, Trait::kAlpha, divides);
     });
+}
+
+template <class Trait, class Channel>
+void changeColour(PluginHost_API* host, PluginRaster_API* raster, bool divides) {
+    QV_RasterInfo info{};
+    host->getRasterInfo(raster, &info);
+    changeColour<Trait, Channel>(info, divides);
 }
 
 }  // namespace premult_detail

@@ -75,8 +75,9 @@ TEST_F(SequenceOnDisk, FindsItsFrames) {
                                           {"a.%d.exr", "7 12345"},
                                           {"%04d/b.exr", "1"},
                                           {"a.0002.exr", ""}})  // no sequence
-        EXPECT_EQ(answerOf([&] { return framesOnDisk(SequenceName(at(pattern).string())); }),
-                  frames);
+        EXPECT_EQ(
+            answerOf([&, name = SequenceName(at(pattern).string())] { return framesOnDisk(name); }),
+            frames);
     std::string const said =
         answerOf([&] { return framesOnDisk(SequenceName(at("no/#").string())); });
     EXPECT_TRUE(said.starts_with(at("no/: cannot be listed:").string())) << said;
