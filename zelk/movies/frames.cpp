@@ -25,7 +25,9 @@ std::string urlOf(fs::path const& file) { return "file:" + file.string(); }
 
 std::map<std::string, std::string> factsOf(fs::path const& file) {
     ChildProgram probe({"ffprobe", "-v", "error", "-select_streams", "v:0", "-count_packets",
-                        "-show_entries", "stream=width,height,pix_fmt,color_space,nb_read_packets",
+                        "-show_entries",
+                        "stream=width,height,pix_fmt,color_space,color_primaries,color_transfer,"
+                        "nb_read_packets",
                         "-of", "default=noprint_wrappers=1", urlOf(file)},
                        ChildProgram::Pipe::kFromOutput);
     std::istringstream lines(probe.readAll());
@@ -75,6 +77,7 @@ MovieFrames::MovieFrames(fs::path file) : m_file(std::move(file)) {
     m_width = whole("width");
     m_height = whole("height");
     m_count = whole("nb_read_packets");
+    m_color = spaceOfTags(facts["color_primaries"], facts["color_transfer"]);
     // Names such as yuv422p10le, p010le, rgb48le, gbrapf32le; of 8 bits yuv420p, nv16, rgb565le.
     static std::regex const deep("(9|10|12|14|16|20|48|64|32)[lb]e$");
     static std::regex const alpha("yuva|gbrap|rgba|bgra|argb|abgr|^ya|pal8");
@@ -93,6 +96,12 @@ OIIO::ImageSpec MovieFrames::spec() const {
                          m_isDeep ? OIIO::TypeUInt16 : OIIO::TypeUInt8);
     spec.attribute("oiio:subimages", m_count);
     spec.attribute("oiio:UnassociatedAlpha", 1);
+    CurveSpace const& color = m_color.space;
+    spec.attribute("oiio:ColorSpace",
+                   m_color.unknown.empty() ? curveName(color) : m_color.unknown);
+    if (color.primaries != kRec709Primaries)
+        spec.attribute("chromaticities", OIIO::TypeDesc(OIIO::TypeDesc::FLOAT, 8),
+                       color.primaries.data());
     return spec;
 }
 

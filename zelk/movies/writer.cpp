@@ -7,6 +7,7 @@
 #include <system_error>
 #include <utility>
 
+#include "zelk/color/movie_tags.h"
 #include "zelk/files/output_place.h"
 #include "zelk/pictures/channel_values.h"
 #include "zelk/pictures/world_rows.h"
@@ -55,7 +56,8 @@ Container const* containerOf(fs::path const& file) {
 
 /// `file` empty: coded, and written nowhere.
 std::vector<std::string> programWords(Container const& container, fs::path const& file, int width,
-                                      int height, TimeBase const& timeBase) {
+                                      int height, TimeBase const& timeBase,
+                                      CurveSpace const& color = {}) {
     std::vector<std::string> words = {"ffmpeg",
                                       "-v",
                                       "error",
@@ -72,8 +74,7 @@ std::vector<std::string> programWords(Container const& container, fs::path const
                                       "-i",
                                       "-"};
     words.insert(words.end(), container.codec.begin(), container.codec.end());
-    words.insert(words.end(),
-                 {"-colorspace", "bt709", "-color_primaries", "bt709", "-color_trc", "bt709"});
+    addMovieTags(color, words);
     if (file.empty())
         words.insert(words.end(), {"-f", "null", "-"});
     else
@@ -117,7 +118,8 @@ void checkMovieSize(fs::path const& target, PixelSize size, TimeBase const& time
     if (!program.hasSucceeded()) throw failureOf(program, target);
 }
 
-MovieWriter::MovieWriter(fs::path const& target, int width, int height, TimeBase const& timeBase)
+MovieWriter::MovieWriter(fs::path const& target, int width, int height, TimeBase const& timeBase,
+                         CurveSpace const& color)
     : m_target(target),
       m_file(target),
       m_width(width),
@@ -126,7 +128,7 @@ MovieWriter::MovieWriter(fs::path const& target, int width, int height, TimeBase
       m_row(static_cast<std::size_t>(width) * 4) {
     try {
         m_program.emplace(
-            programWords(*containerOf(target), m_file.path(), width, height, timeBase),
+            programWords(*containerOf(target), m_file.path(), width, height, timeBase, color),
             ChildProgram::Pipe::kToInput);
     } catch (std::system_error const&) {
         throw noProgram(target);

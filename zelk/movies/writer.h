@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "hostkit/time_base.h"
+#include "zelk/color/color_space.h"
 #include "zelk/files/temporary_file.h"
 #include "zelk/movies/child_program.h"
 #include "zelk/pictures/pixel_size.h"
@@ -33,9 +34,10 @@ void checkMovieSize(std::filesystem::path const& target, PixelSize size, TimeBas
 
 class MovieWriter {
 public:
-    /// Starts the program. Throws an output error where there is none, naming the package.
+    /// Starts the program. Throws an output error where there is none, naming the package. `color`
+    /// is what the frames are in, which the file tells.
     MovieWriter(std::filesystem::path const& target, int width, int height,
-                TimeBase const& timeBase);
+                TimeBase const& timeBase, CurveSpace const& color);
     /// Ends the program and removes the file, unless finish put it in place.
     ~MovieWriter();
     MovieWriter(MovieWriter const&) = delete;

@@ -55,6 +55,11 @@ char const* filterName(int filter) {
     return filter == kFilterNearest ? "nearest" : filter == kFilterBilinear ? "bilinear" : "parzen";
 }
 
+std::string colorText(ColorReport const& color) {
+    if (!color.conversions.empty()) return fmt::format("{}", fmt::join(color.conversions, ", "));
+    return color.work + ", nothing converted";
+}
+
 }  // namespace
 
 PlanReport planOf(std::vector<Parameter> const& parameters, PinFrame const& frame) {
@@ -124,6 +129,7 @@ std::string asText(Explanation const& e) {
         text += fmt::format("margin    {} x {}, in the frame\n", e.margin.width, e.margin.height);
     text += fmt::format("depth     {} rendered, {} of {} bits written\n",
                         wordOf(kDepthWords, e.renderDepth), e.writtenType, e.writtenBits);
+    text += fmt::format("color     {}\n", e.color.work.empty() ? "raw" : colorText(e.color));
     text += fmt::format("quality   {}: {}, {} x {} taps, {} scan\n", e.plan.quality, e.plan.filter,
                         e.plan.taps, e.plan.taps, e.plan.scan);
     text += fmt::format("passes    {}\n", e.plan.passes.size());
@@ -151,6 +157,13 @@ std::string asJson(Explanation const& e) {
     json["depth"] = {{"rendered", wordOf(kDepthWords, e.renderDepth)},
                      {"written", e.writtenType},
                      {"writtenBits", e.writtenBits}};
+    if (e.color.work.empty()) {
+        json["color"] = "raw";
+    } else {
+        json["color"] = {{"layer", e.color.layer}, {"work", e.color.work},
+                         {"output", e.color.output}, {"conversions", e.color.conversions}};
+        if (!e.color.plate.empty()) json["color"]["plate"] = e.color.plate;
+    }
     json["quality"] = e.plan.quality;
     json["filter"] = e.plan.filter;
     json["taps"] = e.plan.taps;

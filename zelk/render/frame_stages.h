@@ -20,6 +20,7 @@
 #include "zelk/render/memory_road.h"
 #include "zelk/render/module_road.h"
 #include "zelk/render/run_options.h"
+#include "zelk/render/scene_colors.h"
 #include "zelk/scene/inputs.h"
 #include "zelk/scene/quad_check.h"
 
@@ -35,10 +36,12 @@ struct LoadedFrame {
     WriteRequest file;
     ModuleRender ask;  ///< on the module road; each file has its own depth
     int reduce = 1;
+    FrameColors colors;
 };
 struct RenderedFrame {
     World picture;  ///< straight colour on the module road, associated in float on the other
     WriteRequest file;
+    FrameColors colors;  ///< the picture is in the working space
 };
 
 /// Sentences that are told once, whatever frame they come from; for several threads.
@@ -70,6 +73,7 @@ public:
     SceneFiles const& files() const { return m_files; }
     Host& host() { return *m_host; }  ///< with the scene's values after begin
     Warnings& warnings() { return m_warnings; }
+    Warnings& conversions() { return m_conversions; }  ///< of colour, as FrameColors has them
 
     /// Settles sizes, composition and values for these frames; see FrameRenderer.
     void begin(std::vector<int> const& frames);
@@ -87,14 +91,18 @@ public:
 
     /// FrameRenderer's picture, as a world.
     World world(int frame, PreviewOptions const& options = {});
-    World layerWorld(int frame);  ///< the layer alone, straight
+    /// What a screen shows: the frame, or the layer alone, straight, through a view of the colour
+    /// configuration (SceneColors::toDisplay). `thing` is what messages call the view.
+    enum class Shown { kFrame, kLayer };
+    World shown(int frame, Shown what, std::optional<std::string> const& view,
+                std::string const& thing);
 
     /// What `load` and `store` would refuse of a frame, as far as its files' headers, the output's
     /// place and its writer tell. Reads no pixels and writes nothing.
     void check(int frame);
     LoadedFrame load(int frame, int reduce = 1);
     RenderedFrame render(int frame, LoadedFrame loaded);
-    void store(int frame, RenderedFrame const& rendered);
+    void store(int frame, RenderedFrame rendered);
     /// After the last frame of a movie; false when `stop` was set before it was whole.
     bool finishMovie(std::atomic<bool> const& stop);
     /// Throws an input error where the frames in flight are more than the memory allows. On the
@@ -121,6 +129,8 @@ private:
     void loadPlate(std::optional<InputPicture> const& file, PictureTraits& traits,
                    LoadedFrame& loaded);
     void settleOutput(PictureTraits const& layer, PictureTraits const& plate, LoadedFrame& loaded);
+    void convertInputs(LoadedFrame& loaded) const;
+    World layerWorld(int frame, FrameColors& colors);
     std::uint64_t bytesInFlight() const;
     PinFrame pinFrameOf(ModuleRender const& ask, int reduce) const;
     void plan(PinFrame const& frame, FrameRequest const& moment, Depth depth);
@@ -133,13 +143,14 @@ private:
     RunOptions m_run;
     std::unique_ptr<Host> m_host;
     SceneFiles m_files;
+    SceneColors m_colors;
     Comp m_comp;
     std::vector<int> m_frames;   ///< of begin
     std::size_t m_inFlight = 1;  ///< frames; with 1 of them nothing overlaps
     ImageSizes m_sizes;
     PictureTraits m_layerTraits, m_plateTraits;  ///< also a black picture's
     ModuleRender m_ask;
-    Warnings m_warnings;
+    Warnings m_warnings, m_conversions;
     std::optional<MovieWriter> m_movie;
     bool m_isMovieChecked = false;
     Explanation* m_explanation;

@@ -7,6 +7,7 @@
 #include <iterator>
 
 #include "platform/effect_api/effect_types.h"
+#include "zelk/scene/color_names.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/scene/refusal.h"
 
@@ -34,6 +35,12 @@ constexpr FieldNames kNames[] = {
     {SceneField::kRoad, "road", nullptr},
     {SceneField::kPlain, "plain", nullptr},
     {SceneField::kHost, "host", nullptr},
+    {SceneField::kColor, "color", "color.mode"},
+    {SceneField::kLayerColor, "layer-color", "color.layer"},
+    {SceneField::kPlateColor, "plate-color", "color.plate"},
+    {SceneField::kOutputColor, "output-color", "color.output"},
+    {SceneField::kWorkColor, "work-color", "color.work"},
+    {SceneField::kColorConfig, "ocio", "color.config"},
 };
 
 FieldNames const& namesOf(SceneField field) {
@@ -80,6 +87,7 @@ public:
         checkPins(SceneField::kFromPins, SceneField::kTrackFrom);
         checkFrame();
         if (m_scene.roadTaken() == Road::kMemory) checkMemoryRoad();
+        checkColor(m_scene);
     }
 
 private:

@@ -37,8 +37,9 @@ constexpr int kMostFrame = INT32_MAX;
 
 constexpr FileKey kProjectKeys[] = {
     {"schema", true}, {"version", true}, {"comp", true}, {"layer", true}, {"plate"},
-    {"output"},       {"frames"},        {"render"},     {"parameters"},
+    {"output"},       {"frames"},        {"render"},     {"color"}, {"parameters"},
 };
+constexpr FileKey kColorKeys[] = {{"layer"}, {"plate"}, {"output"}, {"work"}, {"config"}, {"mode"}};
 constexpr FileKey kCompKeys[] = {
     {"width", true}, {"height", true}, {"rate", true}, {"startFrame"},
     {"duration"},    {"pixelAspect"},  {"motionBlur"},
@@ -54,7 +55,7 @@ constexpr FileKey kEaseKeys[] = {{"influence"}, {"speed"}};
 constexpr FileObject kObjects[] = {
     {"project", kProjectKeys}, {"comp", kCompKeys},           {"motionBlur", kMotionBlurKeys},
     {"render", kRenderKeys},   {"parameter", kParameterKeys}, {"key", kKeyKeys},
-    {"ease", kEaseKeys},
+    {"ease", kEaseKeys},       {"color", kColorKeys},
 };
 
 /// True when `call` does not throw a UserError.
@@ -225,6 +226,20 @@ void readRender(Node const& node, Scene& scene) {
     }
 }
 
+void readColor(fs::path const& file, Node const& node, SceneColor& color) {
+    node.requireKeys("color");
+    auto const read = [&](char const* key, std::optional<std::string>& space) {
+        if (auto const name = node.find(key)) space = name->text("the name of a colour space");
+    };
+    read("layer", color.layer);
+    read("plate", color.plate);
+    read("output", color.output);
+    read("work", color.work);
+    if (auto const config = node.find("config"))
+        color.config = ScenePath{config->text("a path"), file.parent_path()};
+    if (auto const mode = node.find("mode")) color.isRaw = mode->pick(kColorWords);
+}
+
 /// A value of any kind; the parameter's own is looked at when it is applied.
 SceneValue readValue(Node const& node) {
     Json const& json = node.json();
@@ -340,6 +355,7 @@ Scene readRoot(fs::path const& file, Node const& root) {
         fitToFrames(scene);
     }
     if (auto const render = root.find("render")) readRender(*render, scene);
+    if (auto const color = root.find("color")) readColor(file, *color, scene.color);
     if (auto const parameters = root.find("parameters"))
         scene.parameters = readParameters(*parameters, scene.comp);
     return scene;
@@ -416,6 +432,17 @@ std::string inputIn(fs::path const& folder, SceneInput const& input) {
                     input.name() + ": a picture in memory can't be named in a project file");
 }
 
+Ordered colorJson(fs::path const& folder, SceneColor const& color) {
+    Ordered json;
+    if (color.layer) json["layer"] = *color.layer;
+    if (color.plate) json["plate"] = *color.plate;
+    if (color.output) json["output"] = *color.output;
+    if (color.work) json["work"] = *color.work;
+    if (color.config) json["config"] = writtenIn(folder, *color.config);
+    if (color.isRaw) json["mode"] = wordOf(kColorWords, true);
+    return json;
+}
+
 /// What only a module or its import settles can't stand in a file.
 void requireSettled(Scene const& scene) {
     auto const refuse = [](std::string const& thing, char const* what) {
@@ -442,6 +469,8 @@ std::string textIn(fs::path const& folder, Scene const& scene) {
     if (scene.frames) json["frames"] = *scene.frames;
     Ordered const render = renderJson(scene);
     if (!render.empty()) json["render"] = render;
+    Ordered const color = colorJson(folder, scene.color);
+    if (!color.empty()) json["color"] = color;
     json["parameters"] = Ordered::object();
     for (SceneParameter const& parameter : scene.parameters)
         json["parameters"][parameter.name] = parameterJson(parameter);
