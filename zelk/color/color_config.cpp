@@ -60,9 +60,15 @@ ColorStep curveStep(CurveSpace const& space, CurveFunction function) {
 }
 
 /// A colour that both spaces have within 0 and 1, and one that is grey, go the same way.
-constexpr float kSamples[][3] = {{0, 0, 0},         {1, 1, 1},         {0.5f, 0.5f, 0.5f},
-                                 {0.1f, 0.1f, 0.1f}, {0.02f, 0.02f, 0.02f}, {0.8f, 0.3f, 0.3f},
-                                 {0.3f, 0.8f, 0.3f}, {0.3f, 0.3f, 0.8f}, {0.9f, 0.7f, 0.1f},
+constexpr float kSamples[][3] = {{0, 0, 0},
+                                 {1, 1, 1},
+                                 {0.5f, 0.5f, 0.5f},
+                                 {0.1f, 0.1f, 0.1f},
+                                 {0.02f, 0.02f, 0.02f},
+                                 {0.8f, 0.3f, 0.3f},
+                                 {0.3f, 0.8f, 0.3f},
+                                 {0.3f, 0.3f, 0.8f},
+                                 {0.9f, 0.7f, 0.1f},
                                  {0.2f, 0.6f, 0.9f}};
 constexpr float kSameSpace = 1e-3f;
 
@@ -76,8 +82,9 @@ std::vector<ColorStep> joined(std::vector<ColorStep> first, std::vector<ColorSte
 }
 
 UserError noWay(std::string const& from, std::string const& to, std::string const& reason) {
-    return {ExitCode::kInput, fmt::format("colour space \"{}\" can't be converted to \"{}\"{}", from,
-                                          to, reason.empty() ? "" : ": " + shortened(reason))};
+    return {ExitCode::kInput,
+            fmt::format("colour space \"{}\" can't be converted to \"{}\"{}", from, to,
+                        reason.empty() ? "" : ": " + shortened(reason))};
 }
 
 /// To the last bit: OpenColorIO's own approximations are good to 16 bits and no more.
@@ -99,12 +106,13 @@ struct ColorConfig::Open {
 ColorConfig::ColorConfig(std::filesystem::path const& file, std::string const& thing) {
     QuietLibraries const quiet;
     try {
-        m_config = std::make_shared<Open const>(
-            Open{ocio::Config::CreateFromFile(file.string().c_str())});
+        m_config =
+            std::make_shared<Open const>(Open{ocio::Config::CreateFromFile(file.string().c_str())});
     } catch (std::exception const& error) {
         std::string const why = error.what();
-        throw UserError(ExitCode::kInput, {thing, "no OpenColorIO configuration that can be read in",
-                                           file.string(), shortened(why.substr(0, why.find('\n')))});
+        throw UserError(ExitCode::kInput,
+                        fmt::format("{}: {} is no OpenColorIO configuration that can be read: {}",
+                                    thing, file.string(), shortened(oneLine(why))));
     }
 }
 
@@ -224,9 +232,11 @@ std::vector<ColorStep> ColorConfig::steps(ColorSpace const& from, ColorSpace con
     if (from.config() && to.config()) return within(from.config()->name, to.config()->name);
     if (from.curve() && to.curve() && from.curve()->primaries == to.curve()->primaries) {
         std::vector<ColorStep> steps;
-        for (auto [space, function] : {std::pair<CurveSpace const*, CurveFunction>(from.curve(), decoded),
-                                       std::pair<CurveSpace const*, CurveFunction>(to.curve(), encoded)})
-            if (space->curve != TransferCurve::kLinear) steps.push_back(curveStep(*space, function));
+        for (auto [space, function] :
+             {std::pair<CurveSpace const*, CurveFunction>(from.curve(), decoded),
+              std::pair<CurveSpace const*, CurveFunction>(to.curve(), encoded)})
+            if (space->curve != TransferCurve::kLinear)
+                steps.push_back(curveStep(*space, function));
         return steps;
     }
     return joined(toLight(from), fromLight(to));

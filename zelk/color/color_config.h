@@ -2,13 +2,13 @@
 // or the built-in ones, and the way from any space to light and back.
 //
 // With a configuration its names, aliases and roles count, and "linear" is its scene_linear. A file
-// rule counts where it is about the file; the default rule says nothing of a file. What files declare
-// or mean ("sRGB", linear light) is looked up among its usual names, and where it has none of them,
-// stays as the formulas of color_space.h have it.
+// rule counts where it is about the file; the default rule says nothing of a file. What files
+// declare or mean ("sRGB", linear light) is looked up among its usual names, and where it has none
+// of them, stays as the formulas of color_space.h have it.
 //
 // The configuration's light is tied to BT.709's by the first that it has: the role
-// cie_xyz_d65_interchange, the role aces_interchange, a space with a usual name for linear BT.709; else
-// its scene_linear is taken to have those primaries.
+// cie_xyz_d65_interchange, the role aces_interchange, a space with a usual name for linear BT.709;
+// else its scene_linear is taken to have those primaries.
 #pragma once
 
 #include <filesystem>
@@ -42,7 +42,8 @@ public:
     /// Straight colour from one space to another; none where nothing is to be done. Throws an input
     /// error for a space that can't be converted that way.
     std::vector<ColorStep> steps(ColorSpace const& from, ColorSpace const& to) const;
-    /// The built-in space with the same values to a 1000th, of a profile or a configuration's space.
+    /// The built-in space with the same values to a 1000th, of a profile or a configuration's
+    /// space.
     std::optional<CurveSpace> builtInTwin(ColorSpace const& space) const;
 
     /// Views of the default display, the default one first. Empty without a configuration.

@@ -110,7 +110,7 @@ std::array<double, 3> xyzOf(float x, float y) {
     return {double(x) / y, 1, (1 - double(x) - y) / y};
 }
 
-constexpr Matrix3 kBradford = {0.8951, 0.2664,  -0.1614, -0.7502, 1.7135,
+constexpr Matrix3 kBradford = {0.8951, 0.2664, -0.1614, -0.7502, 1.7135,
                                0.0367, 0.0389, -0.0685, 1.0296};
 
 Matrix3 adaptation(Chromaticities const& from, Chromaticities const& to) {
@@ -173,11 +173,10 @@ Matrix3 operator*(Matrix3 const& a, Matrix3 const& b) {
 }
 
 Matrix3 inverse(Matrix3 const& m) {
-    Matrix3 const adjugate = {m[4] * m[8] - m[5] * m[7], m[2] * m[7] - m[1] * m[8],
-                              m[1] * m[5] - m[2] * m[4], m[5] * m[6] - m[3] * m[8],
-                              m[0] * m[8] - m[2] * m[6], m[2] * m[3] - m[0] * m[5],
-                              m[3] * m[7] - m[4] * m[6], m[1] * m[6] - m[0] * m[7],
-                              m[0] * m[4] - m[1] * m[3]};
+    Matrix3 const adjugate = {
+        m[4] * m[8] - m[5] * m[7], m[2] * m[7] - m[1] * m[8], m[1] * m[5] - m[2] * m[4],
+        m[5] * m[6] - m[3] * m[8], m[0] * m[8] - m[2] * m[6], m[2] * m[3] - m[0] * m[5],
+        m[3] * m[7] - m[4] * m[6], m[1] * m[6] - m[0] * m[7], m[0] * m[4] - m[1] * m[3]};
     double const determinant = m[0] * adjugate[0] + m[1] * adjugate[3] + m[2] * adjugate[6];
     if (!(std::abs(determinant) > 1e-12)) throw std::domain_error("a matrix without inverse");
     Matrix3 result = adjugate;

@@ -1,7 +1,7 @@
 // Colour spaces: what a file's red, green and blue stand for.
 //
-// A space is one of three: a transfer curve over primaries, whose formulas stand in this room; a name
-// of an OpenColorIO configuration (color_config.h); an ICC profile (icc_profile.h). Values are
+// A space is one of three: a transfer curve over primaries, whose formulas stand in this room; a
+// name of an OpenColorIO configuration (color_config.h); an ICC profile (icc_profile.h). Values are
 // floats, black 0, white 1. All spaces meet in linear light of BT.709's primaries and white, D65;
 // values below 0 and above 1 are kept there.
 #pragma once
@@ -67,7 +67,8 @@ ColorSpace named(CurveSpace const& space);
 /// "sRGB", "Gamma2.2": the curve alone, as OpenImageIO names it.
 std::string curveName(CurveSpace const& space);
 
-/// Stored value to light, and back. Odd functions, but for kFilm, whose light ends just below black.
+/// Stored value to light, and back. Odd functions, but for kFilm, whose light ends just below
+/// black.
 float decoded(CurveSpace const& space, float value);
 float encoded(CurveSpace const& space, float light);
 

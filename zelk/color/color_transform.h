@@ -1,8 +1,8 @@
 // A conversion between two colour spaces, over the rows of worlds.
 //
-// Alpha is never converted. Colour is straight around a step that is not linear: associated colour is
-// divided by alpha before it and multiplied after it, in float; where alpha is 0 it stays as it is.
-// Integers go through float and are rounded once, to their own depth.
+// Alpha is never converted. Colour is straight around a step that is not linear: associated colour
+// is divided by alpha before it and multiplied after it, in float; where alpha is 0 it stays as it
+// is. Integers go through float and are rounded once, to their own depth.
 #pragma once
 
 #include <string>

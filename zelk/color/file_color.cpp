@@ -25,10 +25,10 @@ constexpr std::string_view kSaysNothing[] = {"pnm"};
 constexpr std::string_view kHoldsProfile[] = {"png", "jpeg", "tiff"};
 
 ColorSpace meaningOf(ColorConfig const& config, ColorKind kind, std::string_view format) {
-    char const* const name = kind == ColorKind::kLight      ? "linear"
-                             : kind == ColorKind::kDisplay  ? "sRGB"
-                             : format == "cineon"           ? "KodakLog"
-                                                            : "Rec709";
+    char const* const name = kind == ColorKind::kLight     ? "linear"
+                             : kind == ColorKind::kDisplay ? "sRGB"
+                             : format == "cineon"          ? "KodakLog"
+                                                           : "Rec709";
     return config.ownOf(*builtInSpace(name));
 }
 
@@ -66,8 +66,8 @@ std::optional<ColorSpace> declaredBy(ColorConfig const& config, std::filesystem:
     if (!builtIn) {
         auto const own = config.find(name);
         if (!own)
-            warnings.push_back(fmt::format("{}: declares the unknown colour space \"{}\"",
-                                           file.string(), name));
+            warnings.push_back(
+                fmt::format("{}: declares the unknown colour space \"{}\"", file.string(), name));
         return own;
     }
     auto const primaries = chromaticitiesOf(traits.metadata);
@@ -91,17 +91,19 @@ bool holds(CurveSpace const& space, bool isSameKind, ColorKind kind, std::string
             return space.curve == TransferCurve::kLinear && (isRec709 || format == "openexr");
         case ColorKind::kDisplay:
             if (isRec709 && space.curve == TransferCurve::kSrgb) return true;
-            return isOneOf(kHoldsProfile, format) && (isSameKind || isDisplayCurve(space.curve));
+            return holdsProfile(format) && (isSameKind || isDisplayCurve(space.curve));
         case ColorKind::kFilm:
-            return isRec709 && (space.curve == TransferCurve::kLinear ||
-                                space.curve == TransferCurve::kRec709 ||
-                                space.curve == TransferCurve::kFilm);
+            return isRec709 &&
+                   (space.curve == TransferCurve::kLinear ||
+                    space.curve == TransferCurve::kRec709 || space.curve == TransferCurve::kFilm);
         default:
-            return hasMovieTags(space) && (isSameKind || isDisplayCurve(space.curve));
+            return hasMovieTags(space) && space.curve == TransferCurve::kRec709;
     }
 }
 
 }  // namespace
+
+bool holdsProfile(std::string_view format) { return isOneOf(kHoldsProfile, format); }
 
 ColorKind colorKindOf(std::string_view format, Depth depth) {
     if (format == "movie" || format == "FFmpeg movie") return ColorKind::kMovie;
@@ -124,8 +126,7 @@ ColorSpace keptBy(ColorConfig const& config, FileColor const& source, ColorKind 
     bool const isSameKind = source.kind == kind;
     if (source.space == fallback) return fallback;
     if (source.space.profile())
-        return kind == ColorKind::kDisplay && isOneOf(kHoldsProfile, format) ? source.space
-                                                                             : fallback;
+        return kind == ColorKind::kDisplay && holdsProfile(format) ? source.space : fallback;
     if (source.space.config() && isSameKind) return source.space;
     auto const twin = config.builtInTwin(source.space);
     return twin && holds(*twin, isSameKind, kind, format) ? source.space : fallback;
@@ -134,14 +135,14 @@ ColorSpace keptBy(ColorConfig const& config, FileColor const& source, ColorKind 
 OIIO::ParamValueList colorAttributes(ColorConfig const& config, ColorSpace const& space,
                                      std::string_view format) {
     OIIO::ParamValueList attributes;
-    bool const holdsProfile = isOneOf(kHoldsProfile, format);
+    bool const takesProfile = holdsProfile(format);
     auto const addProfile = [&](ProfileSpace const& profile) {
-        attributes.attribute("ICCProfile",
-                             OIIO::TypeDesc(OIIO::TypeDesc::UINT8,
-                                            static_cast<int>(profile.bytes.size())),
-                             profile.bytes.data());
+        attributes.attribute(
+            "ICCProfile",
+            OIIO::TypeDesc(OIIO::TypeDesc::UINT8, static_cast<int>(profile.bytes.size())),
+            profile.bytes.data());
     };
-    if (auto const* profile = space.profile(); profile && holdsProfile) addProfile(*profile);
+    if (auto const* profile = space.profile(); profile && takesProfile) addProfile(*profile);
     auto const twin = config.builtInTwin(space);
     if (!twin) {
         if (space.config()) attributes.attribute("oiio:ColorSpace", space.name);
@@ -156,7 +157,7 @@ OIIO::ParamValueList colorAttributes(ColorConfig const& config, ColorSpace const
         attributes.attribute("chromaticities", OIIO::TypeDesc(OIIO::TypeDesc::FLOAT, 8),
                              twin->primaries.data());
     bool const isSrgb = isRec709 && twin->curve == TransferCurve::kSrgb;
-    if (holdsProfile && !isSrgb) addProfile(profileOf(*twin, named(*twin).name));
+    if (takesProfile && !isSrgb) addProfile(profileOf(*twin, named(*twin).name));
     return attributes;
 }
 

@@ -42,6 +42,9 @@ FileColor fileColorOf(ColorConfig const& config, std::filesystem::path const& fi
 ColorSpace keptBy(ColorConfig const& config, FileColor const& source, ColorKind kind,
                   std::string_view format);
 
+/// Whether a file of that format keeps an ICC profile.
+bool holdsProfile(std::string_view format);
+
 /// The attributes that tell the space in a file of that format; those of former spaces go by
 /// eraseColorAttributes.
 OIIO::ParamValueList colorAttributes(ColorConfig const& config, ColorSpace const& space,

@@ -67,8 +67,8 @@ void addMovieTags(CurveSpace const& space, std::vector<std::string>& words) {
     std::string const primaries(isTagged ? primariesTag(space)->tag : "bt709");
     std::string const transfer(isTagged ? transferTag(space)->tag : "unknown");
     bool const isProRes = std::find(words.begin(), words.end(), "prores_ks") != words.end();
-    words.insert(words.end(), {"-colorspace", "bt709", "-color_primaries", primaries, "-color_trc",
-                               transfer});
+    words.insert(words.end(),
+                 {"-colorspace", "bt709", "-color_primaries", primaries, "-color_trc", transfer});
     if (!isProRes) return;
     words.insert(words.end(),
                  {"-bsf:v", "prores_metadata=colorspace=bt709:color_primaries=" + primaries +

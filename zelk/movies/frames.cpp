@@ -24,12 +24,12 @@ namespace fs = std::filesystem;
 std::string urlOf(fs::path const& file) { return "file:" + file.string(); }
 
 std::map<std::string, std::string> factsOf(fs::path const& file) {
-    ChildProgram probe({"ffprobe", "-v", "error", "-select_streams", "v:0", "-count_packets",
-                        "-show_entries",
-                        "stream=width,height,pix_fmt,color_space,color_primaries,color_transfer,"
-                        "nb_read_packets",
-                        "-of", "default=noprint_wrappers=1", urlOf(file)},
-                       ChildProgram::Pipe::kFromOutput);
+    ChildProgram probe(
+        {"ffprobe", "-v", "error", "-select_streams", "v:0", "-count_packets", "-show_entries",
+         "stream=width,height,pix_fmt,color_space,color_primaries,color_transfer,"
+         "nb_read_packets",
+         "-of", "default=noprint_wrappers=1", urlOf(file)},
+        ChildProgram::Pipe::kFromOutput);
     std::istringstream lines(probe.readAll());
     probe.await();
     std::map<std::string, std::string> facts;
@@ -97,8 +97,7 @@ OIIO::ImageSpec MovieFrames::spec() const {
     spec.attribute("oiio:subimages", m_count);
     spec.attribute("oiio:UnassociatedAlpha", 1);
     CurveSpace const& color = m_color.space;
-    spec.attribute("oiio:ColorSpace",
-                   m_color.unknown.empty() ? curveName(color) : m_color.unknown);
+    spec.attribute("oiio:ColorSpace", m_color.unknown.empty() ? curveName(color) : m_color.unknown);
     if (color.primaries != kRec709Primaries)
         spec.attribute("chromaticities", OIIO::TypeDesc(OIIO::TypeDesc::FLOAT, 8),
                        color.primaries.data());

@@ -50,7 +50,7 @@ private:
     bool m_isDeep = false, m_hasAlpha = false;
     std::string m_toColor;  ///< the program's filter, empty for movies of RGB
     TaggedSpace m_color;
-    int m_alphaBits = 0;    ///< of an alpha whose lower bits come as 0; 0 for none
+    int m_alphaBits = 0;  ///< of an alpha whose lower bits come as 0; 0 for none
     std::optional<ChildProgram> m_decoder;
     std::int64_t m_nextRow = 0;  ///< in the pipe, counted from the first picture's first
 };

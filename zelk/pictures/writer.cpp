@@ -363,6 +363,10 @@ std::string formatOf(fs::path const& target) {
     return writer ? writer->format_name() : "";
 }
 
+bool writesFloat(std::string_view format) {
+    return !isOneOf(kIntegerFormats, format) && !isOneOf(kShallow, format);
+}
+
 std::vector<std::string> checkPicture(PixelSize size, fs::path const& target,
                                       WriteRequest const& request) {
     checkTarget(target, request.noClobber);

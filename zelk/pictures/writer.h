@@ -9,6 +9,7 @@
 
 #include <filesystem>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "hostkit/world.h"
@@ -39,6 +40,8 @@ struct WriteRequest {
 
 /// OpenImageIO's name for the format that a name's extension means; empty for none.
 std::string formatOf(std::filesystem::path const& target);
+/// Whether files of that format are written in float when they are asked to.
+bool writesFloat(std::string_view format);
 
 /// What there is to report of a written file.
 struct WriteReport {

@@ -160,8 +160,10 @@ std::string asJson(Explanation const& e) {
     if (e.color.work.empty()) {
         json["color"] = "raw";
     } else {
-        json["color"] = {{"layer", e.color.layer}, {"work", e.color.work},
-                         {"output", e.color.output}, {"conversions", e.color.conversions}};
+        json["color"] = {{"layer", e.color.layer},
+                         {"work", e.color.work},
+                         {"output", e.color.output},
+                         {"conversions", e.color.conversions}};
         if (!e.color.plate.empty()) json["color"]["plate"] = e.color.plate;
     }
     json["quality"] = e.plan.quality;

@@ -35,17 +35,14 @@ std::string keyOf(ColorConfig const& config, std::filesystem::path const& file,
 }  // namespace
 
 SceneColors::SceneColors(Scene const& scene)
-    : m_scene(scene),
-      m_config(colorConfigOf(scene)),
-      m_isMovie(isMovieName(scene.outputPath())) {
+    : m_scene(scene), m_config(colorConfigOf(scene)), m_isMovie(isMovieName(scene.outputPath())) {
     checkColor(scene);
     m_format = m_isMovie ? "movie" : scene.output ? formatOf(scene.outputPath()) : "";
 }
 
 FileColor SceneColors::colorOf(SceneInput const& input, std::optional<std::string> const& said,
                                PictureTraits const& traits, std::vector<std::string>& warnings) {
-    if (said)
-        return {*m_config.find(*said), colorKindOf(traits.format, traits.depth), false};
+    if (said) return {*m_config.find(*said), colorKindOf(traits.format, traits.depth), false};
     std::filesystem::path const file = input.name();
     std::string const key = keyOf(m_config, file, traits);
     std::lock_guard const lock(m_mutex);
@@ -72,15 +69,18 @@ SharedTransform SceneColors::between(ColorSpace const& from, ColorSpace const& t
 }
 
 void SceneColors::settleOutput(FileColor const& source, WriteRequest& file, FrameColors& colors) {
-    ColorKind const kind = colorKindOf(m_format, file.depth);
+    ColorKind const kind = colorKindOf(m_format, writesFloat(m_format) ? file.depth : Depth::k8);
     colors.output = m_scene.color.output ? *m_config.find(*m_scene.color.output)
                     : m_format.empty()   ? colors.work
                                          : keptBy(m_config, source, kind, m_format);
     if (m_isMovie)
-        colors.movie = m_config.builtInTwin(colors.output).value_or(CurveSpace{
-            TransferCurve::kFilm});  // a curve without a tag
-    bool const isInherited = source.isOwn && source.space == colors.output && file.keepMetadata &&
-                             file.traits.format == m_format;
+        colors.movie = m_config.builtInTwin(colors.output)
+                           .value_or(CurveSpace{TransferCurve::kFilm});  // a curve without a tag
+    OIIO::ParamValueList const& metadata = file.traits.metadata;
+    bool const hasProfile = metadata.find("ICCProfile") != metadata.end();
+    bool const isInherited =
+        source.isOwn && source.space == colors.output && file.keepMetadata &&
+        (file.traits.format == m_format || (hasProfile && holdsProfile(m_format)));
     if (m_isMovie || isInherited || m_format.empty()) return;
     eraseColorAttributes(file.traits.metadata);
     file.color = colorAttributes(m_config, colors.output, m_format);
@@ -90,8 +90,7 @@ FrameColors SceneColors::settle(PictureTraits const& layer, PictureTraits const*
                                 WriteRequest& file) {
     FrameColors colors;
     if (m_scene.color.isRaw) return colors;
-    FileColor source =
-        colorOf(m_scene.layer, m_scene.color.layer, layer, colors.warnings);
+    FileColor source = colorOf(m_scene.layer, m_scene.color.layer, layer, colors.warnings);
     colors.layer = source.space;
     if (plate) {
         source = colorOf(*m_scene.plate, m_scene.color.plate, *plate, colors.warnings);
@@ -104,8 +103,7 @@ FrameColors SceneColors::settle(PictureTraits const& layer, PictureTraits const*
     colors.workToOutput = between(colors.work, colors.output);
     auto const tell = [&](char const* what, SharedTransform const& way, ColorSpace const& from,
                           ColorSpace const& to) {
-        if (way)
-            colors.conversions.push_back(fmt::format("{} {} to {}", what, from.name, to.name));
+        if (way) colors.conversions.push_back(fmt::format("{} {} to {}", what, from.name, to.name));
     };
     tell("layer", colors.layerToWork, colors.layer, colors.work);
     if (plate) tell("plate", colors.plateToWork, *colors.plate, colors.work);

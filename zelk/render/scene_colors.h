@@ -1,9 +1,9 @@
 // The colour spaces of a scene's frames: what its files are in, where pixels are worked on, what is
 // written, and the conversions between them.
 //
-// Layer and plate are converted once each, before they meet, to the working space: the scene's, else the
-// plate's, else the layer's. The result is converted once, before it is written. Where two spaces are
-// the same nothing is touched.
+// Layer and plate are converted once each, before they meet, to the working space: the scene's,
+// else the plate's, else the layer's. The result is converted once, before it is written. Where two
+// spaces are the same nothing is touched.
 #pragma once
 
 #include <map>
@@ -24,7 +24,8 @@ namespace zelk {
 /// Stands for a configuration's default view.
 inline constexpr char const* kDefaultView = "default";
 
-using SharedTransform = std::shared_ptr<ColorTransform const>;  ///< null where nothing is to be done
+using SharedTransform =
+    std::shared_ptr<ColorTransform const>;  ///< null where nothing is to be done
 
 /// Of one frame. Names are for people, empty in a raw scene.
 struct FrameColors {
@@ -44,8 +45,8 @@ public:
 
     /// `plate` may be null. `file` is how the frame's file will be; it gets the tags.
     FrameColors settle(PictureTraits const& layer, PictureTraits const* plate, WriteRequest& file);
-    /// From a space to the screen: through a view of the configuration (kDefaultView for its default one),
-    /// else to sRGB.
+    /// From a space to the screen: through a view of the configuration (kDefaultView for its
+    /// default one), else to sRGB.
     SharedTransform toDisplay(ColorSpace const& space, std::optional<std::string> const& view,
                               std::string const& thing);
 

@@ -26,8 +26,8 @@ ColorSpace requiredSpace(Scene const& scene, ColorConfig const& config, SceneFie
     std::vector<std::string_view> const views(names.begin(), names.end());
     constexpr std::size_t kListed = 12;
     std::string expected =
-        fmt::format("one such as \"{}\"", nearestOf(views.data(), views.size(), name));
-    if (views.size() <= kListed) expected += " of " + listOf(views);
+        fmt::format("a name such as \"{}\"", nearestOf(views.data(), views.size(), name));
+    if (views.size() <= kListed) expected += ", one of " + listOf(views);
     throw refusalOf(scene, field, "unknown colour space", name, expected);
 }
 

@@ -8,8 +8,8 @@
 
 namespace zelk {
 
-/// The scene's configuration, else that of $OCIO, else the built-in names; those too for a raw scene.
-/// Throws an input error for one that can't be read.
+/// The scene's configuration, else that of $OCIO, else the built-in names; those too for a raw
+/// scene. Throws an input error for one that can't be read.
 ColorConfig colorConfigOf(Scene const& scene);
 
 /// A space by the name that a field has. Throws about the field where there is none of that name.

@@ -37,7 +37,7 @@ constexpr int kMostFrame = INT32_MAX;
 
 constexpr FileKey kProjectKeys[] = {
     {"schema", true}, {"version", true}, {"comp", true}, {"layer", true}, {"plate"},
-    {"output"},       {"frames"},        {"render"},     {"color"}, {"parameters"},
+    {"output"},       {"frames"},        {"render"},     {"color"},       {"parameters"},
 };
 constexpr FileKey kColorKeys[] = {{"layer"}, {"plate"}, {"output"}, {"work"}, {"config"}, {"mode"}};
 constexpr FileKey kCompKeys[] = {

@@ -91,7 +91,7 @@ private:
     PipelineResult m_result;
     Explanation m_explanation;
     std::vector<std::string> m_conversions;  ///< of colour
-    std::string m_missing;  ///< the input that is not there, which ended the run
+    std::string m_missing;                   ///< the input that is not there, which ended the run
 };
 
 ExitCode SequenceRun::run() {
@@ -238,8 +238,7 @@ std::string SequenceRun::summary() const {
     if (m_schedule.skipped) text += fmt::format(", {} skipped", m_schedule.skipped);
     if (!m_result.failed.empty()) text += fmt::format(", {} failed", m_result.failed.size());
     if (m_result.isStopped) text += ", interrupted";
-    if (!m_conversions.empty())
-        text += fmt::format("; colour: {}", fmt::join(m_conversions, ", "));
+    if (!m_conversions.empty()) text += fmt::format("; colour: {}", fmt::join(m_conversions, ", "));
     return text;
 }
 
