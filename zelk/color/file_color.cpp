@@ -60,6 +60,8 @@ std::optional<ColorSpace> declaredBy(ColorConfig const& config, std::filesystem:
     auto const profile = traits.metadata.find("ICCProfile");
     if (profile != traits.metadata.end())
         if (auto const space = spaceOfProfile(config, *profile)) return space;
+    if (profile != traits.metadata.end())
+        warnings.push_back(file.string() + ": its colour profile can't be used");
     std::string const name = traits.metadata.get_string("oiio:ColorSpace");
     if (name.empty() || isOneOf(kSaysNothing, traits.format)) return std::nullopt;
     auto builtIn = builtInSpace(name);

@@ -108,6 +108,7 @@ FrameColors SceneColors::settle(PictureTraits const& layer, PictureTraits const*
     tell("layer", colors.layerToWork, colors.layer, colors.work);
     if (plate) tell("plate", colors.plateToWork, *colors.plate, colors.work);
     tell("output", colors.workToOutput, colors.work, colors.output);
+    if (colors.conversions.empty()) colors.warnings.clear();  // nothing hangs on them
     return colors;
 }
 
