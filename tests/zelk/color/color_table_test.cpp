@@ -16,7 +16,10 @@ using Rgb = std::array<double, 3>;
 
 // ---- The standards.
 
-enum class Space { kLinear, kSrgb, kRec709, kLog, kP3, kGamma19 };
+/// A profile holds a power in 256ths.
+constexpr double kGamma = 1.875;
+
+enum class Space { kLinear, kSrgb, kRec709, kLog, kP3, kPower };
 
 double decoded(Space space, double v) {
     double const a = std::abs(v);
@@ -25,8 +28,8 @@ double decoded(Space space, double v) {
             return v;
         case Space::kRec709:
             return std::copysign(a < 0.081 ? a / 4.5 : std::pow((a + 0.099) / 1.099, 1 / 0.45), v);
-        case Space::kGamma19:
-            return std::copysign(std::pow(a, 1.9), v);
+        case Space::kPower:
+            return std::copysign(std::pow(a, kGamma), v);
         case Space::kLog: {
             auto const density = [](double code) {
                 return std::pow(10, (code - 685) * 0.002 / 0.6);
@@ -101,13 +104,23 @@ struct Input {
     int bits = 0;
     bool hasProfile = false;
 };
+void PrintTo(Input const& input, std::ostream* out) { *out << input.file; }
+
 Input const kInputs[] = {{"s8.png", OIIO::TypeUInt8, Space::kSrgb},
                          {"s16.png", OIIO::TypeUInt16, Space::kSrgb},
                          {"icc.jpg", OIIO::TypeUInt8, Space::kSrgb, "", 0, true},
                          {"p3.jpg", OIIO::TypeUInt8, Space::kP3, "", 0, true},
-                         {"icc19.png", OIIO::TypeUInt16, Space::kGamma19, "", 0, true},
+                         {"power.png", OIIO::TypeUInt16, Space::kPower, "", 0, true},
                          {"light.exr", OIIO::TypeFloat, Space::kLinear},
-                         {"log.dpx", OIIO::TypeUInt16, Space::kLog, "KodakLog", 10}};
+                         {"log.dpx", OIIO::TypeUInt16, Space::kLog, "KodakLog", 10},
+                         {"video.mov", OIIO::TypeUInt16, Space::kRec709},
+                         {"video.mp4", OIIO::TypeUInt16, Space::kRec709}};
+
+bool isMovieName(std::string const& file) {
+    return file.ends_with(".mov") || file.ends_with(".mp4");
+}
+
+bool hasMovies() { return std::system("ffmpeg -version > /dev/null 2>&1") == 0; }
 
 /// What each output keeps of a plate of that space; `isLight` of a float one.
 Space keptOf(Space space, std::string const& extension, bool isLight) {
@@ -122,15 +135,18 @@ Space keptOf(Space space, std::string const& extension, bool isLight) {
 constexpr int kPatch = 16;  // pixels: whole blocks of JPEG and of video
 constexpr Rgb kColors[] = {{0.5, 0.5, 0.5}, {1, 0, 0}, {0, 1, 0}, {0, 0, 1}};
 
-class ColorTable : public ZelkTest {
+class ColorTable : public ZelkTest, public testing::WithParamInterface<Input> {
 protected:
     void SetUp() override {
         unsetenv("OCIO");
-        for (Input const& input : kInputs) write(input);
         OIIO::ImageSpec clear(4 * kPatch, kPatch, 4, OIIO::TypeUInt8);
         writeValues(at("clear.png"), clear, {0});
         OIIO::ImageSpec grey(4 * kPatch, kPatch, 3, OIIO::TypeFloat);
         writeValues(at("grey.exr"), grey, {0.2f});
+        if (!isMovieName(GetParam().file)) return write(GetParam());
+        if (!hasMovies()) GTEST_SKIP() << "no ffmpeg";
+        write(kInputs[0]);
+        render("clear.png", GetParam().file, {"--over", kInputs[0].file, "--frames", "1"});
     }
 
     void write(Input const& input) const {
@@ -139,7 +155,7 @@ protected:
         if (input.bits) spec.attribute("oiio:BitsPerSample", input.bits);
         if (input.hasProfile) {
             auto const bytes =
-                profileOf(input.space == Space::kGamma19 ? 1.9 : 0, input.space == Space::kP3);
+                profileOf(input.space == Space::kPower ? kGamma : 0, input.space == Space::kP3);
             spec.attribute("ICCProfile",
                            OIIO::TypeDesc(OIIO::TypeDesc::UINT8, static_cast<int>(bytes.size())),
                            bytes.data());
@@ -153,7 +169,7 @@ protected:
 
     /// The patches as a file stores them; a movie's by way of a file of 16 bits, unconverted.
     std::array<Rgb, 4> patches(std::string const& file) const {
-        bool const isMovie = file.ends_with(".mov") || file.ends_with(".mp4");
+        bool const isMovie = isMovieName(file);
         if (isMovie) {
             OIIO::ImageSpec clear(4 * kPatch, kPatch, 4, OIIO::TypeUInt16);
             writeValues(at("clear16.png"), clear, {0});
@@ -172,9 +188,8 @@ protected:
     double worst(std::array<Rgb, 4> const& stored, std::string const& out, Space from,
                  Space to) const {
         auto const found = patches(out);
-        bool const isMovie = out.ends_with(".mov") || out.ends_with(".mp4");
         OIIO::ImageSpec const spec =
-            isMovie ? OIIO::ImageSpec(1, 1, 3, OIIO::TypeUInt8) : specOf(at(out));
+            isMovieName(out) ? OIIO::ImageSpec(1, 1, 3, OIIO::TypeUInt8) : specOf(at(out));
         int const bits = spec.get_int_attribute("oiio:BitsPerSample", 0);
         double const steps = bits > 0 && bits < 16             ? (1 << bits) - 1
                              : spec.format == OIIO::TypeUInt16 ? 65535
@@ -190,7 +205,11 @@ protected:
                     // to 1.
                     step = spec.format == OIIO::TypeHalf ? std::abs(value) / 1024 + 1e-6 : 1e-5;
                 }
-                worst = std::max(worst, std::abs(found[i][c] - value) / (step / 2));
+                // A profile's matrix is rounded to 2^-16: three entries are off by 2^-17 each, and
+                // sRGB takes light near black times 12.92.
+                double const slack = from == Space::kPower && from != to ? 12.92 * 3 / 131072 : 0;
+                double const off = std::max(std::abs(found[i][c] - value) - slack, 0.);
+                worst = std::max(worst, off / (step / 2));
             }
         }
         return worst;
@@ -202,50 +221,45 @@ protected:
     /// of 8.
     static double allowed(std::string const& out) {
         if (out.ends_with(".jpg")) return 3.5;
-        if (out.ends_with(".mp4")) return 6;
+        if (out.ends_with(".mp4")) return 10;
         if (out.ends_with(".mov")) return 2;
         return 1.02;  // float's own rounding beside the half step of 16 bits
     }
 };
 
-TEST_F(ColorTable, EachInputAsLayerAndPlateInEachOutput) {
-    bool const hasMovies = std::system("ffmpeg -version > /dev/null 2>&1") == 0;
+TEST_P(ColorTable, AsLayerAndPlateInEachOutput) {
+    Input const& input = GetParam();
+    std::string const in = input.file;
     std::vector<std::string> outputs = {"png", "jpg", "exr", "tif", "dpx"};
-    if (hasMovies) outputs.insert(outputs.end(), {"mov", "mp4"});
-    std::vector<Input> inputs(std::begin(kInputs), std::end(kInputs));
-    if (hasMovies)
-        for (char const* movie : {"video.mov", "video.mp4"}) {
-            render("clear.png", movie,
-                   {"--over", "s8.png", "--frames", "1", "--output-color", "Rec709"});
-            inputs.push_back({movie, OIIO::TypeUInt16, Space::kRec709});
-        }
-    for (Input const& input : inputs)
-        for (bool const isPlate : {false, true})
-            for (bool const isRaw : {false, true})
-                for (std::string const& extension : outputs) {
-                    std::string const in = input.file, out = "out." + extension;
-                    SCOPED_TRACE(in + (isPlate ? " plate " : " layer ") + out +
-                                 (isRaw ? " raw" : ""));
-                    bool const isMovie =
-                        extension == "mov" || extension == "mp4" || in.starts_with("video");
-                    Words more = isMovie ? Words{"--frames", "1"} : Words{};
-                    if (isRaw) more = joined(more, {"--color", "raw"});
-                    if (isPlate)
-                        render("clear.png", out, joined(more, {"--over", in}));
-                    else
-                        render(in, out,
-                               joined(more, {"--over", "grey.exr", "--quality", "medium"}));
-                    bool const isLight = !isPlate || input.space == Space::kLinear;
-                    Space const to =
-                        isRaw ? input.space
-                              : keptOf(isPlate ? input.space : Space::kLinear, extension, isLight);
-                    double const found = worst(patches(in), out, input.space, to);
-                    EXPECT_LE(found, allowed(out));
-                    std::printf("%-10s %s %-8s %-8s %.3f half steps\n", in.c_str(),
-                                isPlate ? "plate" : "layer", out.c_str(), isRaw ? "raw" : "",
-                                found);
-                }
+    if (hasMovies()) outputs.insert(outputs.end(), {"mov", "mp4"});
+    auto const stored = patches(in);
+    for (bool const isPlate : {false, true})
+        for (bool const isRaw : {false, true})
+            for (std::string const& extension : outputs) {
+                if (isRaw && !isPlate) continue;
+                std::string const out = "out." + extension;
+                SCOPED_TRACE((isPlate ? "plate " : "layer ") + out + (isRaw ? " raw" : ""));
+                bool const isMovie = isMovieName(out) || isMovieName(in);
+                Words more = isMovie ? Words{"--frames", "1"} : Words{};
+                if (isRaw) more = joined(more, {"--color", "raw"});
+                render(isPlate ? "clear.png" : in, out,
+                       joined(more, {"--over", isPlate ? in : "grey.exr", "--quality", "medium"}));
+                bool const isLight = !isPlate || input.space == Space::kLinear;
+                Space const from = isPlate ? input.space : Space::kLinear;
+                Space const to = isRaw ? input.space : keptOf(from, extension, isLight);
+                double const found = worst(stored, out, input.space, to);
+                EXPECT_LE(found, allowed(out));
+                std::printf("%-10s %s %s %s %.3f half steps\n", in.c_str(),
+                            isPlate ? "plate" : "layer", extension.c_str(), isRaw ? "raw" : "",
+                            found);
+            }
 }
+
+INSTANTIATE_TEST_SUITE_P(All, ColorTable, testing::ValuesIn(kInputs), [](auto const& each) {
+    std::string name = each.param.file;
+    std::replace(name.begin(), name.end(), '.', '_');
+    return name;
+});
 
 }  // namespace
 }  // namespace zelk_test
