@@ -17,6 +17,7 @@
 #include "apps/zelk/commands.h"
 #include "zelk/files/standard_output.h"
 #include "zelk/render/host_errors.h"
+#include "zelk/render/scene_colors.h"
 #include "zelk/scene/edits.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/text/errors.h"
@@ -46,6 +47,7 @@ struct OptionalValue {
 constexpr OptionalValue kOptionalValues[] = {
     {"--motion-blur", "on", isMotionBlurText},
     {"--explain", "text", isExplainWord},
+    {"--display-view", kDefaultView, isDisplayView},
 };
 
 /// As the parser takes them. `zelk help COMMAND` is `zelk COMMAND --help`.

@@ -66,7 +66,10 @@ int frameOf(Scene const& scene, SceneFiles const& files, std::optional<int> fram
     return isMovie ? files.layer.firstFrame() : 1;
 }
 
-void writeOverlay(FrameStages& renderer, PanelPicture const& ask, RunOptions const& run) {
+constexpr char const* kDisplayView = "--display-view";
+
+void writeOverlay(FrameStages& renderer, PanelPicture const& ask, RunOptions const& run,
+                  std::optional<std::string> const& displayView) {
     Scene const& scene = renderer.scene();
     requirePanels(renderer.host(), scene.hostApp());
     std::filesystem::path const output = scene.outputPath();
@@ -76,7 +79,9 @@ void writeOverlay(FrameStages& renderer, PanelPicture const& ask, RunOptions con
     renderer.beginAt(frame);
     requireOneSpace(ask.view, renderer.layerSize(), renderer.frameSize());
     bool const isComp = ask.view.panel == PF_Window_COMP;
-    World const picture = isComp ? renderer.world(frame) : renderer.layerWorld(frame);
+    using enum FrameStages::Shown;
+    World const picture =
+        renderer.shown(frame, isComp ? kFrame : kLayer, displayView, kDisplayView);
     Panel panel;
     panel.shows = ask.view.panel;
     panel.zoom = ask.view.zoom;
@@ -94,6 +99,8 @@ void writeOverlay(FrameStages& renderer, PanelPicture const& ask, RunOptions con
 
 }  // namespace
 
+bool isDisplayView(std::string const& word) { return !word.starts_with("-"); }
+
 CommandInfo const OverlayCommand::kInfo = {
     "overlay", "Draw a frame with the effect's overlay on it", "LAYER -o OUTPUT [OPTIONS]",
     "Examples:\n"
@@ -109,6 +116,9 @@ void OverlayCommand::addOptions(CLI::App& app) {
              "Layer, plate and keyframed parameters; options override it");
     m_panel.add(add);
     add.text("Panel", "--margin", m_margin, "N", "Panel pixels around the frame (0)");
+    m_scene.add(add, {"layer-color", "plate-color", "work-color", "ocio", "color"});
+    add.text("Colour", kDisplayView, m_displayView, "[VIEW]",
+             "Show it through a view of the configuration: its default one without a name (sRGB)");
     m_scene.add(add, {"host", "module"});
 }
 
@@ -127,7 +137,7 @@ ExitCode OverlayCommand::run(Invocation const& how) {
     scene.downsample.reset();
     setParameter(scene, "grow-bounds", 0.0, "overlay");  // a panel shows the frame itself
     FrameStages renderer(scene, run);
-    writeOverlay(renderer, ask, run);
+    writeOverlay(renderer, ask, run, m_displayView);
     return ExitCode::kDone;
 }
 

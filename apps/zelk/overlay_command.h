@@ -11,6 +11,9 @@
 
 namespace zelk {
 
+/// Whether the word after --display-view, whose value may be left out, is one.
+bool isDisplayView(std::string const& word);
+
 struct OverlayCommand {
     static CommandInfo const kInfo;
     void addOptions(CLI::App& app);
@@ -20,7 +23,7 @@ private:
     SceneOptions m_scene;
     PanelOptions m_panel;
     OutputOptions m_output;
-    std::optional<std::string> m_project, m_margin;
+    std::optional<std::string> m_project, m_margin, m_displayView;
 };
 
 }  // namespace zelk

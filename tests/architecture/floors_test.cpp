@@ -38,15 +38,16 @@ constexpr Room kRooms[] = {{"host/PluginHost_API.", 0},
                            {"zelk/text/", 8},
                            {"zelk/files/", 9},
                            {"zelk/pictures/", 10},
-                           {"zelk/movies/", 11},
-                           {"zelk/inputs/", 12},
-                           {"zelk/tracks/", 13},
-                           {"zelk/scene/", 14},
-                           {"zelk/render/", 15},
-                           {"zelk/sequence/", 16},
-                           {"apps/", 17},
-                           {"apps/zelk/", 18},
-                           {"apps/zelk-demo/", 18}};
+                           {"zelk/color/", 11},
+                           {"zelk/movies/", 12},
+                           {"zelk/inputs/", 13},
+                           {"zelk/tracks/", 14},
+                           {"zelk/scene/", 15},
+                           {"zelk/render/", 16},
+                           {"zelk/sequence/", 17},
+                           {"apps/", 18},
+                           {"apps/zelk/", 19},
+                           {"apps/zelk-demo/", 19}};
 
 /// Floor of a path, -1 for a path in no room.
 int floorOf(std::string const& path) {

@@ -45,7 +45,10 @@ bool isMovieInput(fs::path const& file) {
 
 bool MovieFrames::isAvailable() { return isProgramThere("ffmpeg") && isProgramThere("ffprobe"); }
 
-MovieFrames::MovieFrames(fs::path file) : m_file(std::move(file)), m_facts(factsOfMovie(m_file)) {
+MovieFrames::MovieFrames(fs::path file)
+    : m_file(std::move(file)),
+      m_facts(factsOfMovie(m_file)),
+      m_color(spaceOfTags(m_facts.primaries, m_facts.transfer)) {
     // Names such as yuv422p10le, p010le, rgb48le, gbrapf32le; of 8 bits yuv420p, nv16, rgb565le.
     static std::regex const deep("(9|10|12|14|16|20|48|64|32)[lb]e$");
     static std::regex const alpha("yuva|gbrap|rgba|bgra|argb|abgr|^ya|pal8");
@@ -64,6 +67,11 @@ OIIO::ImageSpec MovieFrames::spec() const {
                          m_isDeep ? OIIO::TypeUInt16 : OIIO::TypeUInt8);
     spec.attribute("oiio:subimages", count());
     spec.attribute("oiio:UnassociatedAlpha", 1);
+    CurveSpace const& color = m_color.space;
+    spec.attribute("oiio:ColorSpace", m_color.unknown.empty() ? curveName(color) : m_color.unknown);
+    if (color.primaries != kRec709Primaries)
+        spec.attribute("chromaticities", OIIO::TypeDesc(OIIO::TypeDesc::FLOAT, 8),
+                       color.primaries.data());
     return spec;
 }
 

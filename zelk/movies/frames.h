@@ -16,6 +16,7 @@
 #include <string>
 #include <vector>
 
+#include "zelk/color/movie_tags.h"
 #include "zelk/movies/child_program.h"
 #include "zelk/movies/probe.h"
 
@@ -51,7 +52,8 @@ private:
     MovieFacts m_facts;
     bool m_isDeep = false, m_hasAlpha = false;
     std::string m_toColor;  ///< the program's filter, empty for movies of RGB
-    int m_alphaBits = 0;    ///< of an alpha whose lower bits come as 0; 0 for none
+    TaggedSpace m_color;
+    int m_alphaBits = 0;  ///< of an alpha whose lower bits come as 0; 0 for none
     std::optional<ChildProgram> m_decoder;
     std::int64_t m_nextRow = 0;  ///< in the pipe, counted from the first picture's first
 };

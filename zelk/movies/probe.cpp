@@ -87,7 +87,8 @@ MovieFacts factsOfMovie(fs::path const& file) {
     std::optional<double> time;
     std::string const complaint = probe(
         file, "v:0",
-        "packet=pts_time,flags:stream=codec_name,width,height,pix_fmt,color_space,r_frame_rate,"
+        "packet=pts_time,flags:stream=codec_name,width,height,pix_fmt,color_space,color_primaries,"
+        "color_transfer,r_frame_rate,"
         "avg_frame_rate:format=start_time",
         [&](std::string const& key, std::string const& value) {
             if (key == "pts_time") {
@@ -109,6 +110,8 @@ MovieFacts factsOfMovie(fs::path const& file) {
     movie.height = static_cast<int>(parseNumber(facts["height"]).value_or(0));
     movie.pixelFormat = facts["pix_fmt"];
     movie.matrix = facts["color_space"];
+    movie.primaries = facts["color_primaries"];
+    movie.transfer = facts["color_transfer"];
     movie.rate = rateOf(facts["r_frame_rate"], facts["avg_frame_rate"]);
     packets.settle(movie, parseNumber(facts["start_time"]).value_or(0),
                    isOfSinglePictures(facts["codec_name"]));

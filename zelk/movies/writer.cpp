@@ -7,6 +7,7 @@
 #include <system_error>
 #include <utility>
 
+#include "zelk/color/movie_tags.h"
 #include "zelk/files/output_place.h"
 #include "zelk/movies/codecs.h"
 #include "zelk/movies/probe.h"
@@ -24,11 +25,6 @@ namespace fs = std::filesystem;
 /// the white of video (943 of 10 bits, where 940 is right); zscale doesn't.
 constexpr char const* kToVideo =
     "format=gbrap16le,zscale=matrixin=gbr:rangein=full:matrix=709:range=limited";
-
-/// What players are told of the colours.
-std::vector<std::string> colorTags() {
-    return {"-colorspace", "bt709", "-color_primaries", "bt709", "-color_trc", "bt709"};
-}
 
 /// Of the program: pixels to what the codec stores, and the codec with its quality.
 std::vector<std::string> coderWords(MovieRequest const& ask) {
@@ -95,7 +91,7 @@ std::vector<std::string> programWords(MovieRequest const& ask, fs::path const& f
     if (hasSound) add(soundSourceWords(*ask.sound));
     if (hasSound) add(soundWords(*ask.sound, *containerOf(ask.target)));
     add(coderWords(ask));
-    add(colorTags());
+    addMovieTags(ask.color, words);
     add(file.empty() ? std::vector<std::string>{"-f", "null", "-"}
                      : std::vector<std::string>{file.string()});
     return words;

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "hostkit/time_base.h"
+#include "zelk/color/color_space.h"
 #include "zelk/files/temporary_file.h"
 #include "zelk/movies/child_program.h"
 #include "zelk/pictures/pixel_size.h"
@@ -43,6 +44,7 @@ struct MovieRequest {
     std::optional<std::string> codec;  ///< nothing: by the extension
     std::optional<double> quality;     ///< that the codec takes; nothing: its own
     std::optional<MovieSound> sound;
+    CurveSpace color = {};  ///< what the frames are in, which the file tells
 };
 
 /// What such a movie would be refused for: the program codes one black frame into nothing.

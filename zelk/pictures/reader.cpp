@@ -158,6 +158,7 @@ PictureReader::PictureReader(std::filesystem::path const& file, int number,
     m_dataTop = spec.y - window.top;
     m_channels = mapChannels();
     m_traits = traitsOf(spec, sampleType());
+    m_traits.format = format;
     if (format == "jpeg") turnAspect(m_traits.metadata);
     m_traits.originX = window.left;
     m_traits.originY = window.top;

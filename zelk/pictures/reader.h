@@ -32,6 +32,7 @@ struct PictureTraits {
     bool hasAlpha = false;
     bool isAssociated = false;      ///< colour is stored times alpha
     int bits = 0;                   ///< of a sample, where the file gives them
+    std::string format;             ///< as OpenImageIO names it
     int originX = 0, originY = 0;   ///< of the display window, pixels
     OIIO::ParamValueList metadata;  ///< all that is not about how the file stores its pixels
 };

@@ -164,6 +164,7 @@ OIIO::ImageSpec specOf(OIIO::ImageOutput const& writer, PixelSize size, RowPlan 
         for (auto const& value : request.traits.metadata) spec.extra_attribs.push_back(value);
         if (!request.history.empty()) addHistory(request.history, spec);
     }
+    for (auto const& value : request.color) spec.extra_attribs.add_or_replace(value);
     setStorage(writer.format_name(), plan, spec);
     return spec;
 }
@@ -354,6 +355,16 @@ void checkTarget(fs::path const& target, bool noClobber) {
     }
     makeWriter(target);
     checkPlace(target, noClobber);
+}
+
+std::string formatOf(fs::path const& target) {
+    auto const writer = OIIO::ImageOutput::create(target.string());
+    OIIO::geterror();
+    return writer ? writer->format_name() : "";
+}
+
+bool writesFloat(std::string_view format) {
+    return !isOneOf(kIntegerFormats, format) && !isOneOf(kShallow, format);
 }
 
 std::vector<std::string> checkPicture(PixelSize size, fs::path const& target,

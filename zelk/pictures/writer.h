@@ -9,6 +9,7 @@
 
 #include <filesystem>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "hostkit/world.h"
@@ -34,7 +35,13 @@ struct WriteRequest {
     int pngLevel = kFastPngLevel;  ///< of compression, to kMostPngLevel; changes no pixel
     bool noClobber = false;        ///< fail when the target has come up meanwhile
     std::string history;           ///< the command line, as image history
+    OIIO::ParamValueList color;    ///< what the colours are, beside the metadata that it inherits
 };
+
+/// OpenImageIO's name for the format that a name's extension means; empty for none.
+std::string formatOf(std::filesystem::path const& target);
+/// Whether files of that format are written in float when they are asked to.
+bool writesFloat(std::string_view format);
 
 /// What there is to report of a written file.
 struct WriteReport {

@@ -59,6 +59,11 @@ std::string_view filterName(int filter) {
     return filter == kFilterNearest ? "nearest" : wordOf(kFilterWords, filter);
 }
 
+std::string colorText(ColorReport const& color) {
+    if (!color.conversions.empty()) return fmt::format("{}", fmt::join(color.conversions, ", "));
+    return color.work + ", nothing converted";
+}
+
 }  // namespace
 
 PlanReport planOf(std::vector<Parameter> const& parameters, PinFrame const& frame,
@@ -134,6 +139,7 @@ std::string asText(Explanation const& e) {
     if (!e.stMap.empty()) text += fmt::format("ST map    {}\n", oneLine(e.stMap));
     text += fmt::format("depth     {} rendered, {} of {} bits written\n",
                         wordOf(kDepthWords, e.renderDepth), e.writtenType, e.writtenBits);
+    text += fmt::format("color     {}\n", e.color.work.empty() ? "raw" : colorText(e.color));
     text += fmt::format("quality   {}: {}, {} x {} taps, {} scan\n", e.plan.quality, e.plan.filter,
                         e.plan.taps, e.plan.taps, e.plan.scan);
     text += fmt::format("passes    {}\n", e.plan.passes.size());
@@ -162,6 +168,15 @@ std::string asJson(Explanation const& e) {
     json["depth"] = {{"rendered", wordOf(kDepthWords, e.renderDepth)},
                      {"written", e.writtenType},
                      {"writtenBits", e.writtenBits}};
+    if (e.color.work.empty()) {
+        json["color"] = "raw";
+    } else {
+        json["color"] = {{"layer", e.color.layer},
+                         {"work", e.color.work},
+                         {"output", e.color.output},
+                         {"conversions", e.color.conversions}};
+        if (!e.color.plate.empty()) json["color"]["plate"] = e.color.plate;
+    }
     json["quality"] = e.plan.quality;
     json["filter"] = e.plan.filter;
     json["taps"] = e.plan.taps;

@@ -46,6 +46,12 @@ struct Covered {
 };
 Covered countCovered(World const& world);
 
+/// Spaces by name, empty in a raw scene; `plate` also without one.
+struct ColorReport {
+    std::string layer, plate, work, output;
+    std::vector<std::string> conversions;
+};
+
 /// Laps of one clock, in order.
 class StageClock {
 public:
@@ -75,6 +81,7 @@ struct Explanation {
     int writtenBits = 0;      ///< in use of each
     PlanReport plan;
     Covered covered;
+    ColorReport color;
     int threads = 1;  ///< of the scan
     StageClock clock;
 };

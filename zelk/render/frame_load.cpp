@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "hostkit/pixel_ops.h"
+#include "zelk/render/explanation.h"
 #include "zelk/render/frame_stages.h"
 #include "zelk/render/setup.h"
 
@@ -27,10 +28,13 @@ World associatedWorld(PictureReader& picture, int reduce) {
 
 }  // namespace
 
-World FrameStages::layerWorld(int frame) {
+World FrameStages::layerWorld(int frame, FrameColors& colors) {
     if (!m_files.layer.isThere(frame)) throw m_files.layer.missing(frame).error();
     PictureReader layer = m_files.layer.own(frame).open();
     m_warnings.add(layer.warnings());
+    WriteRequest nowhere;
+    colors = m_colors.settle(layer.traits(), nullptr, nowhere);
+    colors.work = colors.layer;
     return readStraightWorld(layer);
 }
 
@@ -42,6 +46,7 @@ LoadedFrame FrameStages::load(int frame, int reduce) {
     if (m_files.plate) loadPlate(m_files.plate->pictureOf(frame), plate, loaded);
     if (m_files.stMap) loaded.map = loadMap(m_files.stMap->pictureOf(frame), loaded.reduce);
     settleOutput(layer, plate, loaded);
+    convertInputs(loaded);
     endStage("read");
     return loaded;
 }
@@ -108,9 +113,23 @@ void FrameStages::settleOutput(PictureTraits const& layer, PictureTraits const& 
     loaded.file = isModule() ? ownFrameOutput(m_scene, m_run, layer,
                                               marginOf(m_host->parameters(), loaded.ask))
                              : outputOf(m_scene, m_run, layer, m_files.plate ? &plate : nullptr);
-    std::vector<std::string> warnings;
-    if (m_files.plate) addColorWarning(m_scene, layer, plate, warnings);
-    m_warnings.add(warnings);
+    loaded.colors = m_colors.settle(layer, m_files.plate ? &plate : nullptr, loaded.file);
+    m_warnings.add(loaded.colors.warnings);
+    m_conversions.add(loaded.colors.conversions);
+}
+
+/// To the working space. Rows of a plate that wait in their file are converted as they are read.
+void FrameStages::convertInputs(LoadedFrame& loaded) const {
+    FrameColors const& colors = loaded.colors;
+    if (m_explanation) {
+        m_explanation->color = {colors.layer.name, colors.plate ? colors.plate->name : "",
+                                colors.work.name, colors.output.name, colors.conversions};
+    }
+    if (colors.layerToWork)
+        colors.layerToWork->apply(loaded.layer,
+                                  isModule() ? AlphaForm::kStraight : AlphaForm::kAssociated);
+    if (colors.plateToWork && loaded.plate)
+        colors.plateToWork->apply(*loaded.plate, AlphaForm::kAssociated);
 }
 
 }  // namespace zelk

@@ -60,7 +60,7 @@ public:
     /// The frame in straight colour, red, green, blue, alpha, whose pixels belong to the caller: in
     /// the scene's depth on the module road, in float on the other. Throws an input error for a
     /// picture that is not there, a render error when the effect fails, and one with
-    /// ExitCode::kInterrupted after stop().
+    /// ExitCode::kInterrupted after stop(). In the working colour space, or that of output-color.
     PictureBuffer picture(int frame, PreviewOptions const& options = {});
     /// The frame to the scene's output, which must be given: one file for a frame of many; its own
     /// layer or plate only with inPlace. A movie takes frames in order, and is whole after

@@ -67,6 +67,7 @@ FrameStages::FrameStages(Scene scene, RunOptions run, Explanation* explanation)
       m_run(std::move(run)),
       m_host(hostOf(m_scene)),
       m_files(m_scene),
+      m_colors(m_scene),
       m_explanation(explanation) {
     m_scene.comp.timeBase = rateOf(m_scene, m_files);
     useThreads(m_run.threads);
@@ -94,15 +95,36 @@ void FrameStages::requireReduced(int reduce) const {
 World FrameStages::world(int frame, PreviewOptions const& options) {
     beginAt(frame);
     requireReduced(options.reduce);
-    World picture = render(frame, load(frame, options.reduce)).picture;
+    RenderedFrame rendered = render(frame, load(frame, options.reduce));
+    World& picture = rendered.picture;
     if (!isModule()) makeStraight(picture);
-    if (!options.part) return picture;
+    if (m_scene.color.output && rendered.colors.workToOutput)
+        rendered.colors.workToOutput->apply(picture, AlphaForm::kStraight);
+    if (!options.part) return std::move(picture);
     auto const [left, top, right, bottom] = *options.part;
     picture.setOrigin(0, 0);
     World part = partOf(picture, {left, top, right, bottom});
     if (part.width() < 1 || part.height() < 1)
         throw UserError(ExitCode::kUsage, "preview: the part lies outside the picture");
     return part;
+}
+
+World FrameStages::shown(int frame, Shown what, std::optional<std::string> const& view,
+                         std::string const& thing) {
+    beginAt(frame);
+    FrameColors colors;
+    World picture;
+    if (what == Shown::kLayer) {
+        picture = layerWorld(frame, colors);
+    } else {
+        RenderedFrame rendered = render(frame, load(frame));
+        picture = std::move(rendered.picture);
+        if (!isModule()) makeStraight(picture);
+        colors = std::move(rendered.colors);
+    }
+    if (auto const way = m_colors.toDisplay(colors.work, view, thing))
+        way->apply(picture, AlphaForm::kStraight);
+    return picture;
 }
 
 void FrameStages::check(int frame) {
@@ -147,7 +169,7 @@ RenderedFrame FrameStages::render(int frame, LoadedFrame loaded) {
     FrameRequest const moment = frameRequest(m_comp, frame);
     World picture =
         isModule() ? renderedByModule(loaded, moment) : renderedInMemory(loaded, moment);
-    return {std::move(picture), loaded.file};
+    return {std::move(picture), loaded.file, std::move(loaded.colors)};
 }
 
 World FrameStages::renderedByModule(LoadedFrame& loaded, FrameRequest const& moment) {
@@ -183,7 +205,7 @@ World FrameStages::renderedInMemory(LoadedFrame& loaded, FrameRequest const& mom
     if (m_explanation) m_explanation->covered = countCovered(picture);
     int const mode = m_scene.overMode.value_or(PF_Xfer_IN_FRONT);
     if (loaded.plateRows)
-        layOver(picture, *loaded.plateRows, mode);
+        layOver(picture, *loaded.plateRows, loaded.colors.plateToWork.get(), mode);
     else if (loaded.plate)
         layOver(picture, *loaded.plate, mode);
     if (m_files.plate) endStage("plate");
@@ -241,7 +263,13 @@ void FrameStages::endStage(char const* stage) {
                         fmt::format("the render was stopped after {}", stage));
 }
 
-void FrameStages::store(int frame, RenderedFrame const& rendered) {
+/// Rounded once, by the writer.
+void FrameStages::store(int frame, RenderedFrame rendered) {
+    if (rendered.colors.workToOutput) {
+        if (rendered.picture.depth() != Depth::kFloat)
+            rendered.picture = floatWorld(rendered.picture);
+        rendered.colors.workToOutput->apply(rendered.picture, rendered.file.form);
+    }
     if (isMovieName(m_scene.outputPath())) return storeInMovie(rendered);
     WriteReport const written =
         writePicture(rendered.picture, m_files.output.pathOf(frame), rendered.file);
@@ -296,7 +324,7 @@ void FrameStages::checkMemory() const {
 }
 
 MovieRequest FrameStages::movieRequestOf(PixelSize size) const {
-    return {m_scene.outputPath(), size, m_comp.timeBase, m_scene.codec, m_scene.codecQuality, {}};
+    return {m_scene.outputPath(), size, m_comp.timeBase, m_scene.codec, m_scene.codecQuality, {}, {}};
 }
 
 void FrameStages::storeInMovie(RenderedFrame const& rendered) {
@@ -304,6 +332,7 @@ void FrameStages::storeInMovie(RenderedFrame const& rendered) {
     if (!m_movie) {
         MovieRequest ask = movieRequestOf({picture.width(), picture.height()});
         std::vector<std::string> warnings;
+        ask.color = rendered.colors.movie;
         ask.sound = soundOf(m_scene, m_files, m_frames, m_comp.timeBase, warnings);
         m_warnings.add(warnings);
         m_movie.emplace(ask);

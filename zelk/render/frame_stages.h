@@ -22,6 +22,7 @@
 #include "zelk/render/module_road.h"
 #include "zelk/render/quad_map.h"
 #include "zelk/render/run_options.h"
+#include "zelk/render/scene_colors.h"
 #include "zelk/scene/inputs.h"
 #include "zelk/scene/quad_check.h"
 #include "zelk/scene/track_use.h"
@@ -40,10 +41,12 @@ struct LoadedFrame {
     WriteRequest file;
     ModuleRender ask;  ///< on the module road; each file has its own depth
     int reduce = 1;    ///< of both inputs, on the memory road
+    FrameColors colors;
 };
 struct RenderedFrame {
     World picture;  ///< straight colour on the module road, associated in float on the other
     WriteRequest file;
+    FrameColors colors;  ///< the picture is in the working space
 };
 
 /// Sentences that are told once, whatever frame they come from; for several threads.
@@ -75,6 +78,7 @@ public:
     SceneFiles const& files() const { return m_files; }
     Host& host() { return *m_host; }  ///< with the scene's values after begin
     Warnings& warnings() { return m_warnings; }
+    Warnings& conversions() { return m_conversions; }  ///< of colour, as FrameColors has them
 
     /// Settles sizes, composition and values for these frames; see FrameRenderer.
     void begin(std::vector<int> const& frames);
@@ -92,7 +96,11 @@ public:
 
     /// FrameRenderer's picture, as a world.
     World world(int frame, PreviewOptions const& options = {});
-    World layerWorld(int frame);  ///< the layer alone, straight
+    /// What a screen shows: the frame, or the layer alone, straight, through a view of the colour
+    /// configuration (SceneColors::toDisplay). `thing` is what messages call the view.
+    enum class Shown { kFrame, kLayer };
+    World shown(int frame, Shown what, std::optional<std::string> const& view,
+                std::string const& thing);
     /// The map of the frame's own moment, whatever its shutter, at full resolution; after begin.
     /// No pixel of any input is read.
     QuadMap mapAt(int frame);
@@ -103,7 +111,7 @@ public:
     void check(int frame);
     LoadedFrame load(int frame, int reduce = 1);
     RenderedFrame render(int frame, LoadedFrame loaded);
-    void store(int frame, RenderedFrame const& rendered);
+    void store(int frame, RenderedFrame rendered);
     /// After the last frame of a movie; false when `stop` was set before it was whole.
     bool finishMovie(std::atomic<bool> const& stop);
     /// Throws an input error where the frames in flight are more than the memory allows. On the
@@ -135,6 +143,8 @@ private:
                    LoadedFrame& loaded);
     std::shared_ptr<StMap const> loadMap(std::optional<InputPicture> const& file, int reduce);
     void settleOutput(PictureTraits const& layer, PictureTraits const& plate, LoadedFrame& loaded);
+    void convertInputs(LoadedFrame& loaded) const;
+    World layerWorld(int frame, FrameColors& colors);
     std::uint64_t bytesInFlight() const;
     PinFrame pinFrameOf(ModuleRender const& ask, int reduce) const;
     void plan(PinFrame const& frame, FrameRequest const& moment, Depth depth);
@@ -149,13 +159,14 @@ private:
     RunOptions m_run;
     std::unique_ptr<Host> m_host;
     SceneFiles m_files;
+    SceneColors m_colors;
     Comp m_comp;
     std::vector<int> m_frames;   ///< of begin
     std::size_t m_inFlight = 1;  ///< frames; with 1 of them nothing overlaps
     ImageSizes m_sizes;
     PictureTraits m_layerTraits, m_plateTraits;  ///< also a black picture's
     ModuleRender m_ask;
-    Warnings m_warnings;
+    Warnings m_warnings, m_conversions;
     std::shared_ptr<StMap const> m_map;  ///< the last one that was loaded
     std::string m_mapKey;                ///< what it was read from
     std::optional<MovieWriter> m_movie;

@@ -168,10 +168,11 @@ void renderInMemory(std::vector<Parameter> const& parameters, World& layer, Worl
     if (resample.kernel.filter >= 0) limitAlpha(frame);
 }
 
-void layOver(World& frame, PictureReader& plate, int mode) {
+void layOver(World& frame, PictureReader& plate, ColorTransform const* toWork, int mode) {
     World row({frame.width(), 1, Depth::kFloat});
     plate.readAssociated([&](int y, float const* rgba) {
         putRow(row, 0, rgba);
+        if (toWork) toWork->apply(row, AlphaForm::kAssociated);
         layRow(frame, y, row.rowAs<float>(0), mode);
     });
 }

@@ -12,6 +12,7 @@
 #include "hostkit/frame_request.h"
 #include "hostkit/parameters.h"
 #include "hostkit/world.h"
+#include "zelk/color/color_transform.h"
 #include "zelk/pictures/pixel_size.h"
 #include "zelk/pictures/reader.h"
 #include "zelk/scene/scene.h"
@@ -39,8 +40,9 @@ void renderInMemory(std::vector<Parameter> const& parameters, World& layer, Worl
 /// associated. Normal is f + p (1 - alpha of f) in each channel, f alone where that alpha is 1 but
 /// for the rounding of a kernel's weights.
 /// Other modes blend straight colour by the effect's own arithmetic; where the frame is transparent
-/// the plate stays as it is. The plate's rows are read as they are needed.
-void layOver(World& frame, PictureReader& plate, int mode);
+/// the plate stays as it is. The plate's rows are read as they are needed, and converted where
+/// `toWork` is not null.
+void layOver(World& frame, PictureReader& plate, ColorTransform const* toWork, int mode);
 /// The same over a plate in memory.
 void layOver(World& frame, World const& plate, int mode);
 

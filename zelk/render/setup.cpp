@@ -5,7 +5,6 @@
 #include <omp.h>
 
 #include <algorithm>
-#include <cstring>
 
 #include "Transform/Common/PopupEntries.h"
 #include "zelk/render/track_import.h"
@@ -79,19 +78,6 @@ void switchMotionBlurOn(Scene const& scene, std::vector<Parameter>& parameters) 
 /// Rank of a file's samples, for the deeper of two.
 int depthRank(PictureTraits const& traits) {
     return traits.depth == Depth::k8 ? 0 : traits.depth == Depth::k16 ? 1 : traits.isHalf ? 2 : 3;
-}
-
-/// What a file may declare of its colours, and how a warning calls it.
-struct ColorDeclaration {
-    char const *attribute, *name;
-};
-constexpr ColorDeclaration kColorDeclarations[] = {{"oiio:ColorSpace", "colour space"},
-                                                   {"ICCProfile", "a colour profile"},
-                                                   {"chromaticities", "chromaticities"}};
-
-/// Strings are kept once each, so that one address is one text.
-bool isSame(OIIO::ParamValue const& a, OIIO::ParamValue const& b) {
-    return a.type() == b.type() && std::memcmp(a.data(), b.data(), a.type().size()) == 0;
 }
 
 }  // namespace
@@ -190,23 +176,6 @@ void checkRoad(Scene const& scene, std::vector<Parameter> const& parameters) {
     if (isOn && scene.hasFrame())
         throw refusalOf(scene, kParamTransferMode,
                         ownFrameOnly(scene, isOfFile(scene, kParamTransferMode)));
-}
-
-void addColorWarning(Scene const& scene, PictureTraits const& layer, PictureTraits const& plate,
-                     std::vector<std::string>& warnings) {
-    OIIO::ParamValueList const &ofLayer = layer.metadata, &ofPlate = plate.metadata;
-    for (ColorDeclaration const& declaration : kColorDeclarations) {
-        auto const a = ofLayer.find(declaration.attribute), b = ofPlate.find(declaration.attribute);
-        if (a == ofLayer.end() || b == ofPlate.end() || isSame(*a, *b)) continue;
-        auto const value = [](OIIO::ParamValue const& given) {
-            return given.type() == OIIO::TypeString ? fmt::format(" \"{}\"", given.get_string())
-                                                    : std::string();
-        };
-        warnings.push_back(fmt::format(
-            "{}: declares {}{} and {} another{}; values are composited as stored",
-            scene.layer.name(), declaration.name, value(*a), scene.plate->name(), value(*b)));
-        return;
-    }
 }
 
 void useThreads(int count) {

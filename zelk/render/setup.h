@@ -46,10 +46,6 @@ WriteRequest ownFrameOutput(Scene const& scene, RunOptions const& run, PictureTr
 /// own frame.
 void checkRoad(Scene const& scene, std::vector<Parameter> const& parameters);
 
-/// Warns of the first colour declaration that both files have with different values.
-void addColorWarning(Scene const& scene, PictureTraits const& layer, PictureTraits const& plate,
-                     std::vector<std::string>& warnings);
-
 /// For OpenMP and OpenImageIO; 0 leaves them alone.
 void useThreads(int count);
 /// Of the engine: in Premiere Pro the scan keeps to one thread.

@@ -9,6 +9,7 @@
 #include "platform/effect_api/effect_types.h"
 #include "zelk/movies/codecs.h"
 #include "zelk/movies/frames.h"
+#include "zelk/scene/color_names.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/scene/refusal.h"
 #include "zelk/text/numbers.h"
@@ -49,6 +50,12 @@ constexpr FieldNames kNames[] = {
     {SceneField::kRate, "rate", "comp.rate"},
     {SceneField::kCodec, "codec", "render.codec"},
     {SceneField::kCodecQuality, "quality-level", "render.codecQuality"},
+    {SceneField::kColor, "color", "color.mode"},
+    {SceneField::kLayerColor, "layer-color", "color.layer"},
+    {SceneField::kPlateColor, "plate-color", "color.plate"},
+    {SceneField::kOutputColor, "output-color", "color.output"},
+    {SceneField::kWorkColor, "work-color", "color.work"},
+    {SceneField::kColorConfig, "ocio", "color.config"},
 };
 
 FieldNames const& namesOf(SceneField field) {
@@ -112,6 +119,7 @@ public:
         if (m_scene.stMap) checkStMap();
         checkMovie();
         if (m_scene.roadTaken() == Road::kMemory) checkMemoryRoad();
+        checkColor(m_scene);
     }
 
 private:

@@ -291,6 +291,38 @@ void editModule(Scene& scene, Text& thing, Text& text) {
     scene.module = required(text, thing, "the effect's module");
 }
 
+void setSpace(Scene& scene, SceneField field, std::optional<std::string>& space, Text& thing,
+              Text& text) {
+    space = required(text, thing, "the name of a colour space");
+    scene.options[field] = thing;
+}
+
+void editLayerColor(Scene& scene, Text& thing, Text& text) {
+    setSpace(scene, SceneField::kLayerColor, scene.color.layer, thing, text);
+}
+
+void editPlateColor(Scene& scene, Text& thing, Text& text) {
+    setSpace(scene, SceneField::kPlateColor, scene.color.plate, thing, text);
+}
+
+void editOutputColor(Scene& scene, Text& thing, Text& text) {
+    setSpace(scene, SceneField::kOutputColor, scene.color.output, thing, text);
+}
+
+void editWorkColor(Scene& scene, Text& thing, Text& text) {
+    setSpace(scene, SceneField::kWorkColor, scene.color.work, thing, text);
+}
+
+void editColorConfig(Scene& scene, Text& thing, Text& text) {
+    scene.color.config = ScenePath{required(text, thing, "an OpenColorIO configuration")};
+    scene.options[SceneField::kColorConfig] = thing;
+}
+
+void editColor(Scene& scene, Text& thing, Text& text) {
+    scene.color.isRaw = pick(kColorWords, thing, text);
+    scene.options[SceneField::kColor] = thing;
+}
+
 constexpr SceneEdit kEdits[] = {
     {"layer", "LAYER", "The picture to pin", editLayer},
     {"invert", "on|off",
@@ -358,6 +390,17 @@ constexpr SceneEdit kEdits[] = {
      "(Motion) (FXTC)",
      editHost},
     {"module", "PATH", "The effect's module (the one beside the program)", editModule},
+    {"layer-color", "SPACE", "The layer's colour space (what its file declares or means)",
+     editLayerColor},
+    {"plate-color", "SPACE", "The plate's (what its file declares or means)", editPlateColor},
+    {"output-color", "SPACE", "The output's (the plate's, where its format holds it)",
+     editOutputColor},
+    {"work-color", "SPACE",
+     "Where pixels are filtered and composited; linear for light (the plate's)", editWorkColor},
+    {"ocio", "FILE", "An OpenColorIO configuration, whose names and file rules count ($OCIO)",
+     editColorConfig},
+    {"color", "raw|managed", "raw: stored values everywhere, nothing is converted (managed)",
+     editColor},
 };
 
 }  // namespace

@@ -42,8 +42,10 @@ constexpr int kMostFrame = INT32_MAX;
 constexpr FileKey kProjectKeys[] = {
     {"schema", true}, {"version", true}, {"comp", true}, {"layer", true},
     {"plate"},        {"stMap"},         {"output"},     {"frames"},
-    {"movieStart"},   {"render"},        {"tracks"},     {"parameters"},
+    {"movieStart"},   {"render"},        {"color"},      {"tracks"},
+    {"parameters"},
 };
+constexpr FileKey kColorKeys[] = {{"layer"}, {"plate"}, {"output"}, {"work"}, {"config"}, {"mode"}};
 constexpr FileKey kCompKeys[] = {
     {"width", true}, {"height", true}, {"rate", true}, {"startFrame"},
     {"duration"},    {"pixelAspect"},  {"motionBlur"},
@@ -64,7 +66,7 @@ constexpr FileKey kEaseKeys[] = {{"influence"}, {"speed"}};
 constexpr FileObject kObjects[] = {
     {"project", kProjectKeys}, {"comp", kCompKeys},   {"motionBlur", kMotionBlurKeys},
     {"render", kRenderKeys},   {"track", kTrackKeys}, {"parameter", kParameterKeys},
-    {"key", kKeyKeys},         {"ease", kEaseKeys},
+    {"key", kKeyKeys},         {"ease", kEaseKeys},   {"color", kColorKeys},
 };
 
 /// True when `call` does not throw a UserError.
@@ -289,6 +291,20 @@ std::vector<TrackUse> readTracks(Node const& node, fs::path const& folder) {
     return tracks;
 }
 
+void readColor(fs::path const& file, Node const& node, SceneColor& color) {
+    node.requireKeys("color");
+    auto const read = [&](char const* key, std::optional<std::string>& space) {
+        if (auto const name = node.find(key)) space = name->text("the name of a colour space");
+    };
+    read("layer", color.layer);
+    read("plate", color.plate);
+    read("output", color.output);
+    read("work", color.work);
+    if (auto const config = node.find("config"))
+        color.config = ScenePath{config->text("a path"), file.parent_path()};
+    if (auto const mode = node.find("mode")) color.isRaw = mode->pick(kColorWords);
+}
+
 /// A value of any kind; the parameter's own is looked at when it is applied.
 SceneValue readValue(Node const& node) {
     Json const& json = node.json();
@@ -407,6 +423,7 @@ Scene readRoot(fs::path const& file, Node const& root) {
     if (auto const start = root.find("movieStart"))
         scene.movieStart = start->whole(-kLargestFrame, kLargestFrame);
     if (auto const render = root.find("render")) readRender(*render, scene);
+    if (auto const color = root.find("color")) readColor(file, *color, scene.color);
     if (auto const tracks = root.find("tracks"))
         scene.tracks = readTracks(*tracks, file.parent_path());
     if (auto const parameters = root.find("parameters"))
@@ -496,6 +513,17 @@ std::string inputIn(fs::path const& folder, SceneInput const& input) {
                     input.name() + ": a picture in memory can't be named in a project file");
 }
 
+Ordered colorJson(fs::path const& folder, SceneColor const& color) {
+    Ordered json;
+    if (color.layer) json["layer"] = *color.layer;
+    if (color.plate) json["plate"] = *color.plate;
+    if (color.output) json["output"] = *color.output;
+    if (color.work) json["work"] = *color.work;
+    if (color.config) json["config"] = writtenIn(folder, *color.config);
+    if (color.isRaw) json["mode"] = wordOf(kColorWords, true);
+    return json;
+}
+
 Ordered trackJson(fs::path const& folder, TrackUse const& use) {
     TrackReading const& reading = use.reading;
     Ordered json = {{"file", writtenIn(folder, use.file)}, {"pins", wordOf(kPinsWords, use.pins)}};
@@ -535,6 +563,8 @@ std::string textIn(fs::path const& folder, Scene const& scene) {
     if (scene.movieStart) json["movieStart"] = *scene.movieStart;
     Ordered const render = renderJson(scene);
     if (!render.empty()) json["render"] = render;
+    Ordered const color = colorJson(folder, scene.color);
+    if (!color.empty()) json["color"] = color;
     for (TrackUse const& use : scene.tracks) json["tracks"].push_back(trackJson(folder, use));
     json["parameters"] = Ordered::object();
     for (SceneParameter const& parameter : scene.parameters)

@@ -84,4 +84,7 @@ TimeBase parseRate(std::string const& thing, std::string const& text);
 /// "1920x1080"
 PixelSize parseSize(std::string const& thing, std::string const& text);
 
+/// Whether stored values are all that counts.
+inline constexpr Choice<bool> kColorWords[] = {{"raw", true}, {"managed", false}};
+
 }  // namespace zelk

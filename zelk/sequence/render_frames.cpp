@@ -91,7 +91,8 @@ private:
     Schedule m_schedule;
     PipelineResult m_result;
     Explanation m_explanation;
-    std::string m_missing;  ///< the input that is not there, which ended the run
+    std::vector<std::string> m_conversions;  ///< of colour
+    std::string m_missing;                   ///< the input that is not there, which ended the run
 };
 
 ExitCode SequenceRun::run() {
@@ -101,6 +102,7 @@ ExitCode SequenceRun::run() {
     m_schedule = scheduleOf(m_scene, m_run, files);
     m_progress.begin(m_schedule.frames.size());
     if (!m_schedule.frames.empty()) takeFrames(renderer);
+    m_conversions = renderer.conversions().take();
     if (m_purpose == Purpose::kPlan) printPlan(files);
     if (m_schedule.missingFrame && !m_result.isStopped) {
         InputFiles const& input = files.missingOf(*m_schedule.missingFrame);
@@ -240,6 +242,7 @@ std::string SequenceRun::summary() const {
     if (m_schedule.skipped) text += fmt::format(", {} skipped", m_schedule.skipped);
     if (!m_result.failed.empty()) text += fmt::format(", {} failed", m_result.failed.size());
     if (m_result.isStopped) text += ", interrupted";
+    if (!m_conversions.empty()) text += fmt::format("; colour: {}", fmt::join(m_conversions, ", "));
     return text;
 }
 

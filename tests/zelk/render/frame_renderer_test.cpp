@@ -60,7 +60,8 @@ protected:
 
 TEST_F(Renderer, GivesEachFrameInAnyOrderOnAnyThreadAndToItsFile) {
     for (bool const hasPlate : {false, true}) {
-        Scene const moving = scene(hasPlate);
+        Scene moving = scene(hasPlate);
+        edit(moving, "output-color", "linear");  // of pictures and files
         std::map<int, std::vector<float>> pictures;
         FrameRenderer renderer(moving);
         for (int const frame : {3, 1, 2}) {

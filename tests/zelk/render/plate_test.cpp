@@ -46,7 +46,8 @@ TEST_F(Plate, BothRoadsAgreeToTheBitInFloatAndWithinTheirBoundsInIntegers) {
     Words const common = {"--from",    "2,1 37,0 0,29 40,28",
                           "--to",      "5.5,3 33,1 4,28 38,25.25",
                           "--opacity", "80",
-                          "--set",     "rotate=7"};
+                          "--set",     "rotate=7",
+                          "--color",   "raw"};
     for (auto const& [depth, file, quality, white, ofAlpha, ofColor, ofPass] :
          {std::tuple("float", "out.exr", "low", 1., 0, 0, 0),
           {"float", "out.exr", "high", 1., 0, 0, 0},
@@ -182,8 +183,9 @@ TEST_F(Plate, AnOpaqueLayerCoversThePlateInItsOwnWindow) {
     constexpr float kEndless = std::numeric_limits<float>::infinity();
     writeValues(at("layer.png"), OIIO::ImageSpec(4, 3, 3, OIIO::TypeUInt8), {0.2f});
     writeInWindow(at("plate.exr"), OIIO::ImageSpec(7, 6, 3, OIIO::TypeFloat), kEndless);
-    render("layer.png", "out.exr",
-           {"--over", "plate.exr", "--to", "5,4 9,4 5,7 9,7", "--quality", "low"});
+    render(
+        "layer.png", "out.exr",
+        {"--over", "plate.exr", "--to", "5,4 9,4 5,7 9,7", "--quality", "low", "--color", "raw"});
     EXPECT_TRUE(hasWindow(at("out.exr")));
     auto const out = readPicture<float>(at("out.exr"));
     ASSERT_EQ(out.channels, 3);

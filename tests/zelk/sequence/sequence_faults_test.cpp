@@ -101,7 +101,7 @@ TEST_F(SequenceFaults, BlackSuitsEveryDepthAndFormOfColour) {
                 writePicture(at("p" + number), noise<float>(12, 10, channels, frame), p);
         }
         render("l.%d.tif", "o.%d.tif",
-               "--over p.%d.tif --missing black --quality low --frames 1-3"_words);
+               "--over p.%d.tif --missing black --quality low --frames 1-3 --color raw"_words);
         auto const o1 = readPicture<float>(at("o.1.tif")), o2 = readPicture<float>(at("o.2.tif")),
                    o3 = readPicture<float>(at("o.3.tif")),
                    plate = readPicture<float>(at("p.1.tif"));

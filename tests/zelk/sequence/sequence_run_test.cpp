@@ -146,10 +146,10 @@ TEST_F(Sequence, AMovieIsPipedAndTakesItsPlaceWhole) {
     EXPECT_EQ(bytesOf("m.mov"), "earlier");
 
     putProgram("ffmpeg", "for last; do :; done; cat > \"$last\"");
-    expectProject({"-o", "m.mov", "--frames", "1002-1004"}, 0);
+    expectProject("-o m.mov --frames 1002-1004 --color raw"_words, 0);
     std::string const movie = bytesOf("m.mov");
     ASSERT_EQ(movie.size(), 3u * 40 * 30 * 8);
-    expectProject({"--frames", "1003"}, 0);
+    expectProject("--frames 1003 --color raw"_words, 0);
     auto const still = frame("out", 1003);
     auto const* words = reinterpret_cast<std::uint16_t const*>(movie.data()) + 40 * 30 * 4;
     for (int i = 0; i < 40 * 30; ++i)
@@ -166,13 +166,13 @@ TEST_F(Sequence, ALosslessMovieIsReadAsItWasWritten) {
     for (int n = 1; n <= 5; ++n)
         writePicture(at(numbered("n", n)), noise<std::uint16_t>(20, 14, 4, unsigned(n)));
     for (char const* out : {"n.mkv", "file.%d.png"})  // both in the host's 15 bits
-        copy("n.%d.png", out, {"--frames", "1-5"});
+        copy("n.%d.png", out, "--frames 1-5 --color raw"_words);
     put("m.zelk.json", R"({"schema": "zelk-project", "version": 1, "layer": "n.mkv",
         "movieStart": 1, "comp": {"width": 20, "height": 14, "rate": 25, "startFrame": 1},
         "parameters": {"view-mode": {"value": "Original"}}})");
     for (auto const& [stem, frames] : {std::pair{"all", "1-5"}, {"back", "5-1x-1"}, {"one", "4"}})
         done({"render", "--project", "m.zelk.json", "-o", std::string(stem) + ".%d.png", "--frames",
-              frames});
+              frames, "--color", "raw"});
     auto const picture = [&](std::string const& stem, int n) {
         return readPicture<std::uint16_t>(at(numbered(stem, n)));
     };
@@ -196,8 +196,8 @@ TEST_F(Sequence, MoviesKeepColourAndAlpha) {
     for (auto const& [picture, movie, tolerance] :
          {std::tuple(flat, "m.mp4", 3 * 257), {halves, "m.mov", 64}}) {
         writePicture(at("in.png"), picture);
-        copy("in.png", movie, "--frames 1-5"_words);
-        copy(movie, "out.%d.png", "--first-frame 1"_words);
+        copy("in.png", movie, "--frames 1-5 --color raw"_words);
+        copy(movie, "out.%d.png", "--first-frame 1 --color raw"_words);
         auto const out = readPicture<std::uint16_t>(at("out.5.png"));
         for (int y : {0, 15, 32, 47})  // away from blocks of the edge between the halves
             for (int c = 0; c < picture.channels; ++c)

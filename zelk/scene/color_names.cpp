@@ -1,0 +1,52 @@
+// See color_names.h.
+#include "zelk/scene/color_names.h"
+
+#include <fmt/format.h>
+
+#include <cstdlib>
+
+#include "zelk/scene/parameter_names.h"
+#include "zelk/scene/refusal.h"
+
+namespace zelk {
+
+ColorConfig colorConfigOf(Scene const& scene) {
+    if (scene.color.isRaw) return {};
+    if (scene.color.config)
+        return {scene.color.config->path(), nameOf(scene, SceneField::kColorConfig)};
+    char const* const environment = std::getenv("OCIO");
+    if (environment && *environment) return {environment, "$OCIO"};
+    return {};
+}
+
+ColorSpace requiredSpace(Scene const& scene, ColorConfig const& config, SceneField field,
+                         std::string const& name) {
+    if (auto const space = config.find(name)) return *space;
+    std::vector<std::string> const names = config.names();
+    std::vector<std::string_view> const views(names.begin(), names.end());
+    constexpr std::size_t kListed = 12;
+    std::string expected =
+        fmt::format("a name such as \"{}\"", nearestOf(views.data(), views.size(), name));
+    if (views.size() <= kListed) expected += ", one of " + listOf(views);
+    throw refusalOf(scene, field, "unknown colour space", name, expected);
+}
+
+void checkColor(Scene const& scene) {
+    SceneColor const& color = scene.color;
+    if (color.isRaw) return;
+    if (color.plate && !scene.plate)
+        throw refusalOf(scene, SceneField::kPlateColor,
+                        "needs a plate: give " + nameOf(scene, SceneField::kPlate));
+    bool const isNamed = color.layer || color.plate || color.output || color.work || color.config;
+    if (!isNamed) return;
+    ColorConfig const config = colorConfigOf(scene);
+    auto const check = [&](SceneField field, std::optional<std::string> const& name) {
+        if (name) requiredSpace(scene, config, field, *name);
+    };
+    check(SceneField::kLayerColor, color.layer);
+    check(SceneField::kPlateColor, color.plate);
+    check(SceneField::kOutputColor, color.output);
+    check(SceneField::kWorkColor, color.work);
+}
+
+}  // namespace zelk

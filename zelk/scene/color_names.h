@@ -1,0 +1,22 @@
+// The colour spaces that a scene names, looked up.
+#pragma once
+
+#include <string_view>
+
+#include "zelk/color/color_config.h"
+#include "zelk/scene/scene.h"
+
+namespace zelk {
+
+/// The scene's configuration, else that of $OCIO, else the built-in names; those too for a raw
+/// scene. Throws an input error for one that can't be read.
+ColorConfig colorConfigOf(Scene const& scene);
+
+/// A space by the name that a field has. Throws about the field where there is none of that name.
+ColorSpace requiredSpace(Scene const& scene, ColorConfig const& config, SceneField field,
+                         std::string const& name);
+
+/// Throws where a name is none, or a field doesn't go with the others.
+void checkColor(Scene const& scene);
+
+}  // namespace zelk
