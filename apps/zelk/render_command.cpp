@@ -70,6 +70,7 @@ void RenderCommand::addOptions(CLI::App& app) {
     add.flag("Sequence", "--skip-existing", m_skipExisting, "Go on where an earlier run stopped");
     add.flag("Sequence", "--dry-run", m_dryRun, "Print what would be read and written");
     m_scene.add(add, {"opacity", "transfer", "source-opacity", "mode", "plain"});
+    m_scene.add(add, {"matte", "holdout", "orientation", "overscan", "channels"});
     add.text("Output", "--explain", m_explain, "[text|json]",
              "Print what the render did and how long each stage took (text)");
     m_scene.add(add, {"host", "module"});

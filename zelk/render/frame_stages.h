@@ -17,6 +17,7 @@
 #include "zelk/movies/writer.h"
 #include "zelk/pictures/reader.h"
 #include "zelk/pictures/writer.h"
+#include "zelk/render/mattes.h"
 #include "zelk/render/memory_road.h"
 #include "zelk/render/module_road.h"
 #include "zelk/render/run_options.h"
@@ -35,6 +36,8 @@ struct LoadedFrame {
     WriteRequest file;
     ModuleRender ask;  ///< on the module road; each file has its own depth
     int reduce = 1;
+    PixelMargins overscan;  ///< of the plate, around the frame
+    std::shared_ptr<ChannelPlane const> matte, holdout;  ///< the matte until the layer is read
 };
 struct RenderedFrame {
     World picture;  ///< straight colour on the module road, associated in float on the other
@@ -80,7 +83,7 @@ public:
     void beginEdit(int frame);
     // After begin:
     PixelSize layerSize() const { return m_sizes.layer; }
-    PixelSize frameSize() const { return m_sizes.frame; }
+    PixelSize frameSize() const { return m_sizes.frame; }  ///< of the display window
     FrameRequest momentOf(int frame) const;
     /// The scene with the values that the host has now.
     Scene settledScene() const;
@@ -92,7 +95,8 @@ public:
     /// What `load` and `store` would refuse of a frame, as far as its files' headers, the output's
     /// place and its writer tell. Reads no pixels and writes nothing.
     void check(int frame);
-    LoadedFrame load(int frame, int reduce = 1);
+    /// A frame that is not for the output's file has no overscan.
+    LoadedFrame load(int frame, int reduce = 1, bool isForFile = true);
     RenderedFrame render(int frame, LoadedFrame loaded);
     void store(int frame, RenderedFrame const& rendered);
     /// After the last frame of a movie; false when `stop` was set before it was whole.
@@ -115,17 +119,23 @@ private:
                      std::optional<PictureReader> const& plate, ImageSizes const& unknown);
     void settleValues(std::vector<int> const& frames);
     void requireReduced(int reduce) const;
-    PictureReader openSized(InputPicture const& file, PixelSize size) const;
+    PictureReader openSized(InputPicture const& file, PixelSize size,
+                            ReadOptions const& how) const;
+    ReadOptions plateReading() const;
+    HoldoutFrame holdoutFrame(PixelMargins const& overscan) const {
+        return {m_sizes.frame, overscan};
+    }
     World loadLayer(std::optional<InputPicture> const& file, PictureTraits& traits,
                     LoadedFrame& loaded);
     void loadPlate(std::optional<InputPicture> const& file, PictureTraits& traits,
-                   LoadedFrame& loaded);
+                   ReadOptions const& how, LoadedFrame& loaded);
     void settleOutput(PictureTraits const& layer, PictureTraits const& plate, LoadedFrame& loaded);
     std::uint64_t bytesInFlight() const;
-    PinFrame pinFrameOf(ModuleRender const& ask, int reduce) const;
+    PinFrame pinFrameOf(ModuleRender const& ask, int reduce, PixelMargins const& overscan) const;
     void plan(PinFrame const& frame, FrameRequest const& moment, Depth depth);
     World renderedByModule(LoadedFrame& loaded, FrameRequest const& moment);
     World renderedInMemory(LoadedFrame& loaded, FrameRequest const& moment);
+    World pinnedInMemory(LoadedFrame& loaded, FrameRequest const& moment);
     void storeInMovie(RenderedFrame const& rendered);
     void endStage(char const* stage);
 
@@ -136,7 +146,8 @@ private:
     Comp m_comp;
     std::vector<int> m_frames;   ///< of begin
     std::size_t m_inFlight = 1;  ///< frames; with 1 of them nothing overlaps
-    ImageSizes m_sizes;
+    ImageSizes m_sizes;  ///< the overscan is the first plate's
+    std::uint64_t m_besidesBytes = 0;  ///< of mattes and turned pictures, on the memory road
     PictureTraits m_layerTraits, m_plateTraits;  ///< also a black picture's
     ModuleRender m_ask;
     Warnings m_warnings;

@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "Transform/Common/PopupEntries.h"
+#include "Transform/Common/ResampleOptions.h"
 #include "Transform/Common/RowBands.h"
 #include "Transform/Common/Transform_Core_Render/TransferModes.h"
 #include "effect/Render.h"
@@ -31,16 +32,19 @@ PluginHost_API::RasterInfo describe(World& world) {
     return info;
 }
 
+bool isToOffset(int index) { return index >= kToOffsets && index < kToOffsets + 8; }
+
 /// A control's value at a moment. Points become fractions: From Pins of the layer, others of the
-/// frame. Popups count from 0.
+/// image around the frame, as do the hundredths of the frame that offsets are. Popups count from 0.
 PluginHost_Memory_Impl::Value valueOf(PF_ParamDef const& def, int index, ImageSizes const& sizes) {
     PluginHost_Memory_Impl::Value value;
     bool const isFrom = index >= kFromPins && index < kFromPins + 4;
-    PixelSize const image = isFrom ? sizes.layer : sizes.frame;
+    PixelMargins const around = isFrom ? PixelMargins{} : sizes.overscan;
+    PixelSize const image = (isFrom ? sizes.layer : sizes.frame) + around;
     switch (def.param_type) {
         case PF_Param_POINT:
-            value.x = fixedToReal(def.u.td.x_value) / image.width;
-            value.y = fixedToReal(def.u.td.y_value) / image.height;
+            value.x = (fixedToReal(def.u.td.x_value) + around.left) / image.width;
+            value.y = (fixedToReal(def.u.td.y_value) + around.top) / image.height;
             break;
         case PF_Param_COLOR:
             value.x = def.u.cd.value.red / 255.0;
@@ -52,6 +56,9 @@ PluginHost_Memory_Impl::Value valueOf(PF_ParamDef const& def, int index, ImageSi
             break;
         default:
             value.x = numberOf(def);
+            if (isToOffset(index) && !around.isNone())
+                value.x *= (index - kToOffsets) % 2 == 0 ? double(sizes.frame.width) / image.width
+                                                         : double(sizes.frame.height) / image.height;
             break;
     }
     return value;
@@ -140,6 +147,10 @@ void renderInMemory(std::vector<Parameter> const& parameters, World& layer, Worl
     PluginHost_Memory_Impl host(describe(layer), describe(frame), MemoryHostFamily::kFXPLUG);
     setControls(host, parameters, full);
     setShutter(host, parameters, moment.shutter);
+    ResampleOptions resample;
+    resample.frameAspect =
+        static_cast<float>(full.frame.width) / static_cast<float>(full.frame.height);
+    if (!full.overscan.isNone()) host.setResampleOptions(&resample);
     host.setTime({moment.time, moment.timeBase.step, static_cast<int>(moment.timeBase.scale)},
                  moment.totalTime);
     CommandResult result;

@@ -17,6 +17,7 @@ struct ModuleRender {
     Depth depth = Depth::k8;
     int downsample = 1;
     bool isPlain = false;  ///< PF_Cmd_RENDER, which knows no Grow Bounds
+    std::uint64_t besidesBytes = 0;  ///< as RenderSize has them
 };
 
 /// What Grow Bounds adds on each side at the render's resolution, pixels; none in a plain render.

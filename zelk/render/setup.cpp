@@ -13,6 +13,7 @@
 #include "zelk/scene/parameter_values.h"
 #include "zelk/scene/refusal.h"
 #include "zelk/scene/values.h"
+#include "zelk/scene/words.h"
 #include "zelk/text/errors.h"
 
 namespace zelk {
@@ -136,6 +137,11 @@ Comp compOf(Scene const& scene, int firstFrame, int lastFrame) {
     return comp;
 }
 
+OutputChannels channelsOf(Scene const& scene) {
+    if (!scene.channels) return OutputChannels::kAsInputs;
+    return pick(kChannelWords, nameOf(scene, SceneField::kChannels), *scene.channels);
+}
+
 WriteRequest writeRequestOf(RunOptions const& run) {
     WriteRequest ask;
     ask.keepMetadata = run.keepMetadata;
@@ -155,6 +161,7 @@ WriteRequest outputOf(Scene const& scene, RunOptions const& run, PictureTraits c
     ask.traits.isHalf = deeper.isHalf && !scene.depth;
     ask.depth = scene.depth.value_or(deeper.depth);
     ask.opaque = plate && !plate->hasAlpha;
+    ask.channels = channelsOf(scene);
     return ask;
 }
 
@@ -164,8 +171,8 @@ WriteRequest ownFrameOutput(Scene const& scene, RunOptions const& run, PictureTr
     ask.depth = scene.depth.value_or(layer.depth);
     ask.traits = layer;
     ask.traits.isHalf = layer.isHalf && !scene.depth;
-    ask.marginX = margin.width;
-    ask.marginY = margin.height;
+    ask.margins = {margin.width, margin.height, margin.width, margin.height};
+    ask.channels = channelsOf(scene);
     return ask;
 }
 

@@ -7,6 +7,7 @@
 #include <iterator>
 
 #include "platform/effect_api/effect_types.h"
+#include "zelk/movies/writer.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/scene/refusal.h"
 
@@ -34,6 +35,11 @@ constexpr FieldNames kNames[] = {
     {SceneField::kRoad, "road", nullptr},
     {SceneField::kPlain, "plain", nullptr},
     {SceneField::kHost, "host", nullptr},
+    {SceneField::kMatte, "matte", "matte"},
+    {SceneField::kHoldout, "holdout", "holdout"},
+    {SceneField::kOrientation, "orientation", "render.orientation"},
+    {SceneField::kOverscan, "overscan", "render.overscan"},
+    {SceneField::kChannels, "channels", "render.channels"},
 };
 
 FieldNames const& namesOf(SceneField field) {
@@ -79,6 +85,8 @@ public:
         checkPins(SceneField::kToPins, SceneField::kTrackTo);
         checkPins(SceneField::kFromPins, SceneField::kTrackFrom);
         checkFrame();
+        if (m_scene.channels && isMovieName(m_scene.outputPath()))
+            refuse(SceneField::kChannels, "does not go with a movie, whose codec has its channels");
         if (m_scene.roadTaken() == Road::kMemory) checkMemoryRoad();
     }
 

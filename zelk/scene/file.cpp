@@ -37,14 +37,19 @@ constexpr int kMostFrame = INT32_MAX;
 
 constexpr FileKey kProjectKeys[] = {
     {"schema", true}, {"version", true}, {"comp", true}, {"layer", true}, {"plate"},
-    {"output"},       {"frames"},        {"render"},     {"parameters"},
+    {"matte"},        {"holdout"},       {"output"},     {"frames"},      {"render"},
+    {"parameters"},
 };
 constexpr FileKey kCompKeys[] = {
     {"width", true}, {"height", true}, {"rate", true}, {"startFrame"},
     {"duration"},    {"pixelAspect"},  {"motionBlur"},
 };
 constexpr FileKey kMotionBlurKeys[] = {{"on"}, {"shutterAngle"}, {"shutterPhase"}};
-constexpr FileKey kRenderKeys[] = {{"depth"}, {"mode"}, {"downsample"}, {"size"}};
+constexpr FileKey kMatteKeys[] = {{"file", true}, {"channel"}};
+constexpr FileKey kRenderKeys[] = {
+    {"depth"},       {"mode"},     {"downsample"}, {"size"},
+    {"orientation"}, {"overscan"}, {"channels"},
+};
 constexpr FileKey kParameterKeys[] = {{"id"}, {"value"}, {"keys"}};
 constexpr FileKey kKeyKeys[] = {
     {"frame", true}, {"value", true}, {"interpolation"}, {"in"}, {"out"},
@@ -53,7 +58,7 @@ constexpr FileKey kEaseKeys[] = {{"influence"}, {"speed"}};
 
 constexpr FileObject kObjects[] = {
     {"project", kProjectKeys}, {"comp", kCompKeys},           {"motionBlur", kMotionBlurKeys},
-    {"render", kRenderKeys},   {"parameter", kParameterKeys}, {"key", kKeyKeys},
+    {"matte", kMatteKeys},     {"render", kRenderKeys},   {"parameter", kParameterKeys}, {"key", kKeyKeys},
     {"ease", kEaseKeys},
 };
 
@@ -223,6 +228,11 @@ void readRender(Node const& node, Scene& scene) {
         scene.size =
             PixelSize{size->element(0).whole(1, kLargestPx), size->element(1).whole(1, kLargestPx)};
     }
+    if (auto const word = node.find("orientation"))
+        scene.keepsOrientation = word->pick(kOrientationWords);
+    if (auto const word = node.find("overscan")) scene.dropsOverscan = word->pick(kOverscanWords);
+    if (auto const word = node.find("channels"))
+        scene.channels = wordOf(kChannelWords, word->pick(kChannelWords));
 }
 
 /// A value of any kind; the parameter's own is looked at when it is applied.
@@ -331,6 +341,13 @@ Scene readRoot(fs::path const& file, Node const& root) {
     scene.ownDuration = root.at("comp").find("duration").has_value();
     scene.layer = picture(root.at("layer"));
     if (auto const plate = root.find("plate")) scene.plate = picture(*plate);
+    auto const matte = [&](Node const& node) {
+        node.requireKeys("matte");
+        auto const channel = node.find("channel");
+        return SceneMatte{picture(node.at("file")), channel ? channel->text("a channel") : ""};
+    };
+    if (auto const node = root.find("matte")) scene.matte = matte(*node);
+    if (auto const node = root.find("holdout")) scene.holdout = matte(*node);
     if (auto const output = root.find("output"))
         scene.output = ScenePath{readPath(*output), file.parent_path()};
     if (auto const frames = root.find("frames")) {
@@ -401,6 +418,9 @@ Ordered renderJson(Scene const& scene) {
     if (scene.overMode) json["mode"] = wordOf(kOverModes, *scene.overMode);
     if (scene.downsample) json["downsample"] = *scene.downsample;
     if (scene.size) json["size"] = Ordered::array({scene.size->width, scene.size->height});
+    if (scene.keepsOrientation) json["orientation"] = wordOf(kOrientationWords, true);
+    if (scene.dropsOverscan) json["overscan"] = wordOf(kOverscanWords, true);
+    if (scene.channels) json["channels"] = *scene.channels;
     return json;
 }
 
@@ -438,6 +458,13 @@ std::string textIn(fs::path const& folder, Scene const& scene) {
     if (!scene.ownStart) json["comp"].erase("startFrame");
     if (!scene.ownDuration) json["comp"].erase("duration");
     if (scene.plate) json["plate"] = inputIn(folder, *scene.plate);
+    auto const matteJson = [&folder](SceneMatte const& matte) {
+        Ordered own = {{"file", inputIn(folder, matte.file)}};
+        if (!matte.channel.empty()) own["channel"] = matte.channel;
+        return own;
+    };
+    if (scene.matte) json["matte"] = matteJson(*scene.matte);
+    if (scene.holdout) json["holdout"] = matteJson(*scene.holdout);
     if (scene.output) json["output"] = writtenIn(folder, *scene.output);
     if (scene.frames) json["frames"] = *scene.frames;
     Ordered const render = renderJson(scene);

@@ -45,8 +45,8 @@ std::vector<int> withHoles(std::vector<int> const& frames, Comp const& comp) {
 std::vector<int> framesAsked(Scene const& scene, SceneFiles const& files) {
     if (!isSequence(scene)) return {compOf(scene, 0, 0).startFrame};
     if (scene.frames) return parseFrameRange(spelled(scene, "frames"), *scene.frames);
-    for (InputFiles const* input : {&files.layer, files.plate ? &*files.plate : nullptr}) {
-        if (!input || !input->isNumbered()) continue;
+    for (auto const& [kind, input] : files.inputs()) {
+        if (!input->isNumbered()) continue;
         std::vector<int> frames = input->framesThere();
         if (!frames.empty()) return scene.hasComp ? withHoles(frames, scene.comp) : frames;
         throw UserError(ExitCode::kInput, {input->name(), "no such frames", "",
@@ -104,10 +104,8 @@ void checkOutputsAreNoInputs(Scene const& scene, RunOptions const& run, SceneFil
                         "would replace a picture that other frames read:", picture->file.string(),
                         "other names than the inputs'");
     };
-    for (int const frame : frames) {
-        check(files.layer, "layer", frame);
-        if (files.plate) check(*files.plate, "plate", frame);
-    }
+    for (int const frame : frames)
+        for (NamedInput const& input : files.inputs()) check(*input.files, input.kind, frame);
 }
 
 std::string planText(Scene const& scene, SceneFiles const& files, Schedule const& schedule) {
@@ -121,6 +119,8 @@ std::string planText(Scene const& scene, SceneFiles const& files, Schedule const
         text += isOne ? std::string() : fmt::format("{}: ", frame);
         text += "read " + named(files.layer);
         if (files.plate) text += fmt::format(", over {}", named(*files.plate));
+        if (files.matte) text += fmt::format(", matte {}", named(*files.matte));
+        if (files.holdout) text += fmt::format(", holdout {}", named(*files.holdout));
         fs::path const output = files.output.pathOf(frame);
         text +=
             fmt::format(", write {}{}\n", output.string(), onDisk(output) ? " (replacing it)" : "");
