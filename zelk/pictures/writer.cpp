@@ -495,10 +495,10 @@ std::vector<std::string> checkPicture(PixelSize size, fs::path const& target,
     OIIO::Filesystem::IOVecOutput memory;  // takes the place of a file where it can
     auto const writer = makeWriter(target);
     RowPlan const plan = planRows(*writer, request);
-    bool const isInMemory = writer->supports("ioproxy") && writer->set_ioproxy(&memory);
-    fs::path const file = isInMemory ? target : "/dev/null";
     requireChannels(*writer, plan, target, request);
     auto const extras = extrasOf(*writer, request);
+    bool const isInMemory = writer->supports("ioproxy") && writer->set_ioproxy(&memory);
+    fs::path const file = isInMemory ? target : "/dev/null";
     bool isTaken = openAll(
         *writer, file,
         specsOf(specOf(*writer, size, plan, request), extras.get(), request.keepMetadata));
@@ -523,15 +523,15 @@ WriteReport writePicture(World const& world, fs::path const& target, WriteReques
     QuietLibraries const quiet;
     OIIO::Filesystem::IOVecOutput memory;
     auto const writer = makeWriter(target);  // gone before the file: its end may write once more
+    RowPlan const plan = planRows(*writer, request);
+    requireChannels(*writer, plan, target, request);
+    auto const extras = extrasOf(*writer, request);
     bool const isPng = std::string_view(writer->format_name()) == "png";
     bool const isInMemory = isPng || std::string_view(writer->format_name()) == "jpeg";
-    if (isInMemory) writer->set_ioproxy(&memory);
-    RowPlan const plan = planRows(*writer, request);
+    if (isInMemory) writer->set_ioproxy(&memory);  // from here on it must be opened
     PixelSize const size = {world.width(), world.height()};
     WriteReport report;
     Written written;
-    requireChannels(*writer, plan, target, request);
-    auto const extras = extrasOf(*writer, request);
     auto const specs =
         specsOf(specOf(*writer, size, plan, request), extras.get(), request.keepMetadata);
     if (openAll(*writer, file.path(), specs)) {
