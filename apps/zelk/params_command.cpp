@@ -128,10 +128,10 @@ std::string parameterRow(Parameter const& parameter) {
     std::string const choices = choicesText(parameter);
     std::string const id =
         parameter.type() == PF_Param_LAYER ? "" : std::to_string(parameter.diskId());
-    std::string row = fmt::format(
-        fmt::runtime(kRowFormat), parameter.index, nameOf(parameter), parameter.displayName(),
-        kindName(parameter.type()), id, defaultText(parameter), unitOf(parameter),
-        rangeText(parameter), fmt::join(flagNames(parameter.registered), " "));
+    std::string row = fmt::format(fmt::runtime(kRowFormat), parameter.index, nameOf(parameter),
+                                  parameter.displayName(), kindName(parameter.type()), id,
+                                  defaultText(parameter), unitOf(parameter), rangeText(parameter),
+                                  fmt::join(flagNames(parameter.registered), " "));
     row.erase(row.find_last_not_of(" \n") + 1);
     row += '\n';
     if (!choices.empty()) row += fmt::format("{:7}choices: {}\n", "", choices);

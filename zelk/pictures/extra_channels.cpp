@@ -47,9 +47,8 @@ void ExtraReader::readRows(int part, OIIO::ImageSpec const& spec, int first, int
             : m_input->read_scanlines(part, 0, first, end, spec.z, 0, spec.nchannels,
                                       OIIO::TypeUnknown, values);
     if (!isRead || m_input->has_error())
-        throw UserError(ExitCode::kInput,
-                        m_extras.file.string() +
-                            ": cannot be read: " + shortened(m_input->geterror()));
+        throw UserError(ExitCode::kInput, m_extras.file.string() + ": cannot be read: " +
+                                              shortened(m_input->geterror()));
 }
 
 void ExtraReader::fetchBand(int y) {

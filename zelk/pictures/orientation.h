@@ -68,8 +68,8 @@ void eachUprightRow(std::vector<Channel> const& stored, PixelSize size, Orientat
                             &rows[rowValues * static_cast<std::size_t>(y) +
                                   4 * static_cast<std::size_t>(x)]);
         for (int y = 0; y < count; ++y)
-            sink(top + y, static_cast<Channel const*>(
-                              &rows[rowValues * static_cast<std::size_t>(y)]));
+            sink(top + y,
+                 static_cast<Channel const*>(&rows[rowValues * static_cast<std::size_t>(y)]));
     }
 }
 

@@ -178,10 +178,10 @@ void PictureReader::takeWindows() {
     OIIO::ImageSpec const& spec = m_input->spec();
     if (!m_how.keepsOrientation) m_turn = orientationOf(spec);
     Window const display = displayWindow();
-    PixelMargins const beyond = {
-        std::max(display.left - spec.x, 0), std::max(display.top - spec.y, 0),
-        std::max(spec.x + spec.width - display.left - display.width, 0),
-        std::max(spec.y + spec.height - display.top - display.height, 0)};
+    PixelMargins const beyond = {std::max(display.left - spec.x, 0),
+                                 std::max(display.top - spec.y, 0),
+                                 std::max(spec.x + spec.width - display.left - display.width, 0),
+                                 std::max(spec.y + spec.height - display.top - display.height, 0)};
     m_overscan = upright(beyond, m_turn);
     PixelMargins const kept = m_how.keepsOverscan ? beyond : PixelMargins{};
     PixelSize const stored = PixelSize{display.width, display.height} + kept;
@@ -282,8 +282,8 @@ bool PictureReader::read(int firstRow, int endRow, OIIO::TypeDesc type, void* va
     return spec.tile_width > 0
                ? m_input->read_tiles(std::max(m_number, 0), 0, spec.x, spec.x + spec.width, top,
                                      bottom, spec.z, spec.z + 1, first, end, type, values)
-               : m_input->read_scanlines(std::max(m_number, 0), 0, top, bottom, spec.z,
-                                         first, end, type, values);
+               : m_input->read_scanlines(std::max(m_number, 0), 0, top, bottom, spec.z, first, end,
+                                         type, values);
 }
 
 /// Halves come as they are stored and are made floats here, by vectors.
@@ -357,8 +357,7 @@ void PictureReader::selectChannel(std::string const& name) {
     auto const take = [this](int channel) { m_channels = {0, 0, 0, -1, 1, channel}; };
     if (name.empty() && stored.alpha >= 0) return take(stored.alpha);
     std::string names;
-    int const parts =
-        m_number >= 0 ? 1 : m_input->spec().get_int_attribute("oiio:subimages", 1);
+    int const parts = m_number >= 0 ? 1 : m_input->spec().get_int_attribute("oiio:subimages", 1);
     for (int part = 0; part < parts && !name.empty(); ++part) {
         if (part > 0) m_input->seek_subimage(part, 0);
         OIIO::ImageSpec const spec = m_input->spec();
@@ -377,8 +376,9 @@ void PictureReader::selectChannel(std::string const& name) {
     if (letter.size() == 1 && at != std::string_view::npos && colors[at] >= 0)
         return take(colors[at]);
     if (!name.empty() && letter != "y")
-        throw UserError(ExitCode::kInput, {m_file.string(), "no channel", name,
-                                           "R, G, B, A, Y, or one of " + oneLine(shortened(names))});
+        throw UserError(ExitCode::kInput,
+                        {m_file.string(), "no channel", name,
+                         "R, G, B, A, Y, or one of " + oneLine(shortened(names))});
     m_channels.alpha = -1;
 }
 

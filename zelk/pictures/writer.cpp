@@ -75,9 +75,9 @@ struct Compression {
     std::string_view format, name;
 };
 constexpr Compression kCompressions[] = {
-    {"openexr", "none"}, {"openexr", "rle"},  {"openexr", "zip"},  {"openexr", "zips"},
-    {"openexr", "piz"},  {"openexr", "pxr24"}, {"openexr", "b44"},  {"openexr", "b44a"},
-    {"openexr", "dwaa"}, {"openexr", "dwab"}, {"tiff", "none"},    {"tiff", "lzw"},
+    {"openexr", "none"}, {"openexr", "rle"},   {"openexr", "zip"}, {"openexr", "zips"},
+    {"openexr", "piz"},  {"openexr", "pxr24"}, {"openexr", "b44"}, {"openexr", "b44a"},
+    {"openexr", "dwaa"}, {"openexr", "dwab"},  {"tiff", "none"},   {"tiff", "lzw"},
     {"tiff", "zip"},     {"tiff", "packbits"}, {"targa", "rle"},
 };
 
@@ -134,6 +134,14 @@ void setJpegDensity(OIIO::ImageSpec& spec) {
     spec.erase_attribute("PixelAspectRatio");
 }
 
+/// The writer of DPX takes an orientation for the format's own code plus 1, which it is only in
+/// part; the reader knows the codes.
+void setDpxOrientation(OIIO::ImageSpec& spec) {
+    constexpr int kCodes[] = {1, 2, 4, 3, 5, 6, 8, 7};
+    int const number = spec.get_int_attribute("Orientation", 0);
+    if (number >= 1 && number <= 8) spec.attribute("Orientation", kCodes[number - 1]);
+}
+
 bool isHandedOn(std::string_view format, PictureTraits const& traits) {
     bool const isKnown = std::any_of(
         std::begin(kCompressions), std::end(kCompressions), [&](Compression const& known) {
@@ -157,6 +165,7 @@ void setStorage(std::string_view format, RowPlan const& plan, OIIO::ImageSpec& s
     if (plan.bits > 0) spec.attribute("oiio:BitsPerSample", plan.bits);
     if (format == "tiff" && plan.type == OIIO::TypeHalf) spec.attribute("tiff:half", 1);
     if (format == "webp") spec.attribute("compression", "lossless");
+    if (format == "dpx") setDpxOrientation(spec);
     // Without a date the writers put in the clock's, and two runs would give two files.
     // An unknown date has blanks for its digits.
     bool const isDated = format == "openexr" || format == "tiff";
@@ -227,8 +236,7 @@ std::vector<OIIO::ImageSpec> specsOf(OIIO::ImageSpec picture, ExtraReader* extra
         ++first.nchannels;
     }
     if (extras->parts().empty()) return specs;
-    first.attribute("oiio:subimagename",
-                    extras->spec().get_string_attribute("oiio:subimagename"));
+    first.attribute("oiio:subimagename", extras->spec().get_string_attribute("oiio:subimagename"));
     for (int const part : extras->parts())
         specs.push_back(extras->partSpec(part, specs.front(), keepMetadata));
     return specs;
@@ -253,10 +261,9 @@ bool writeParts(OIIO::ImageOutput& writer, fs::path const& file,
 void requireChannels(OIIO::ImageOutput const& writer, RowPlan const& plan, fs::path const& target,
                      WriteRequest const& request) {
     if (request.channels != OutputChannels::kAll || plan.channels == 4) return;
-    throw UserError(ExitCode::kOutput,
-                    {target.string(), "can't hold the channels", "rgba",
-                     std::string("a format that keeps alpha, which ") + writer.format_name() +
-                         " does not"});
+    throw UserError(ExitCode::kOutput, {target.string(), "can't hold the channels", "rgba",
+                                        std::string("a format that keeps alpha, which ") +
+                                            writer.format_name() + " does not"});
 }
 
 /// What the writer says, of the target instead of the file that stood in for it.
@@ -381,9 +388,8 @@ Written writeStrips(World const& world, RowPlan const& plan, OIIO::ImageOutput& 
         }
         int const first = spec.y + top, end = first + rows;
         if (extras) {
-            auto const all =
-                withExtras(spec, type.size() * static_cast<std::size_t>(plan.channels), values,
-                           first, rows, *extras);
+            auto const all = withExtras(spec, type.size() * static_cast<std::size_t>(plan.channels),
+                                        values, first, rows, *extras);
             if (!writer.write_scanlines(first, end, 0, OIIO::TypeUnknown, all.data()))
                 return written;
             continue;
@@ -405,8 +411,8 @@ decltype(auto) withStored(World const& world, RowPlan const& plan, Body&& body) 
     return withChannelOf(world.depth(), [&](auto channel) {
         using Channel = decltype(channel);
         bool const isDirect = plan.channels == 1 || (plan.isStraight && plan.fromStraight);
-        bool const isExact = isDirect && plan.bits == 0 &&
-                             plan.type == OIIO::BaseTypeFromC<Channel>::value;
+        bool const isExact =
+            isDirect && plan.bits == 0 && plan.type == OIIO::BaseTypeFromC<Channel>::value;
         return isExact ? body(channel, Channel()) : body(channel, 0.0f);
     });
 }
@@ -499,9 +505,9 @@ std::vector<std::string> checkPicture(PixelSize size, fs::path const& target,
     auto const extras = extrasOf(*writer, request);
     bool const isInMemory = writer->supports("ioproxy") && writer->set_ioproxy(&memory);
     fs::path const file = isInMemory ? target : "/dev/null";
-    bool isTaken = openAll(
-        *writer, file,
-        specsOf(specOf(*writer, size, plan, request), extras.get(), request.keepMetadata));
+    bool isTaken =
+        openAll(*writer, file,
+                specsOf(specOf(*writer, size, plan, request), extras.get(), request.keepMetadata));
     if (isTaken && isOneOf(kRefuseLate, std::string_view(writer->format_name()))) {
         World const black({size.width, size.height, request.depth});
         isTaken =
@@ -553,9 +559,9 @@ WriteReport writePicture(World const& world, fs::path const& target, WriteReques
     if (!written.isWhole || !isClosed || !isHarmless) throw refusedBy(*writer, file.path(), target);
     writer->geterror();
     if (isInMemory && !isPng) saveBytes(memory.buffer(), file.path(), target);
-    std::string const fault = faultOfWritten(
-        file.path(), {writer->format_name(), world.width(), world.height(), specs.front().nchannels,
-                      static_cast<int>(specs.size())});
+    std::string const fault =
+        faultOfWritten(file.path(), {writer->format_name(), world.width(), world.height(),
+                                     specs.front().nchannels, static_cast<int>(specs.size())});
     if (!fault.empty()) throw unwritable(target, fault);
     if (!file.putInPlace(!request.noClobber)) throw existing(target);
     if (lacksAlpha(plan, request) && written.sawTransparency)

@@ -61,11 +61,11 @@ private:
 
 struct Explanation {
     Road road = Road::kModule;
-    std::string host;        ///< "FXTC 13.27", on the module road
-    bool isPlain = false;    ///< the module by PF_Cmd_RENDER
-    PixelSize layer, frame;  ///< pixels at the render's resolution
-    PixelSize margin;        ///< of the frame, around the layer on each side
-    PixelMargins overscan;   ///< of the plate, in the frame
+    std::string host;            ///< "FXTC 13.27", on the module road
+    bool isPlain = false;        ///< the module by PF_Cmd_RENDER
+    PixelSize layer, frame;      ///< pixels at the render's resolution
+    PixelSize margin;            ///< of the frame, around the layer on each side
+    PixelMargins overscan;       ///< of the plate, in the frame
     std::string matte, holdout;  ///< file and channel; empty without
     Depth renderDepth = Depth::k8;
     std::string writtenType;  ///< of the file's samples, as OpenImageIO names it

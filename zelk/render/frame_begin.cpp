@@ -121,10 +121,9 @@ PictureReader FrameStages::openSized(InputPicture const& file, PixelSize size,
     PictureReader picture = file.open(how);
     PixelSize const own = picture.displaySize();
     if (own == size) return picture;
-    throw UserError(
-        ExitCode::kInput,
-        fmt::format("{}: another size than the first frame's: {}x{}, not {}x{}", file.name(),
-                    own.width, own.height, size.width, size.height));
+    throw UserError(ExitCode::kInput,
+                    fmt::format("{}: another size than the first frame's: {}x{}, not {}x{}",
+                                file.name(), own.width, own.height, size.width, size.height));
 }
 
 Scene FrameStages::settledScene() const {

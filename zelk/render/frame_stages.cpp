@@ -143,8 +143,8 @@ PinFrame FrameStages::pinFrameOf(ModuleRender const& ask, int reduce,
     int const n = isModule() ? ask.downsample : reduce;
     PixelSize const margin = isModule() ? marginOf(m_host->parameters(), ask) : PixelSize{};
     PixelSize const layer = reduced(m_sizes.layer, n), frame = reduced(m_sizes.frame, n);
-    return {layer.width,  layer.height,  frame.width, frame.height, n,
-            margin.width, margin.height, overscan};
+    return {layer.width, layer.height, frame.width,   frame.height,
+            n,           margin.width, margin.height, overscan};
 }
 
 RenderedFrame FrameStages::render(int frame, LoadedFrame loaded) {

@@ -36,7 +36,7 @@ struct LoadedFrame {
     WriteRequest file;
     ModuleRender ask;  ///< on the module road; each file has its own depth
     int reduce = 1;
-    PixelMargins overscan;  ///< of the plate, around the frame
+    PixelMargins overscan;                               ///< of the plate, around the frame
     std::shared_ptr<ChannelPlane const> matte, holdout;  ///< the matte until the layer is read
 };
 struct RenderedFrame {
@@ -119,8 +119,7 @@ private:
                      std::optional<PictureReader> const& plate, ImageSizes const& unknown);
     void settleValues(std::vector<int> const& frames);
     void requireReduced(int reduce) const;
-    PictureReader openSized(InputPicture const& file, PixelSize size,
-                            ReadOptions const& how) const;
+    PictureReader openSized(InputPicture const& file, PixelSize size, ReadOptions const& how) const;
     ReadOptions plateReading() const;
     HoldoutFrame holdoutFrame(PixelMargins const& overscan) const {
         return {m_sizes.frame, overscan};
@@ -144,9 +143,9 @@ private:
     std::unique_ptr<Host> m_host;
     SceneFiles m_files;
     Comp m_comp;
-    std::vector<int> m_frames;   ///< of begin
-    std::size_t m_inFlight = 1;  ///< frames; with 1 of them nothing overlaps
-    ImageSizes m_sizes;  ///< the overscan is the first plate's
+    std::vector<int> m_frames;         ///< of begin
+    std::size_t m_inFlight = 1;        ///< frames; with 1 of them nothing overlaps
+    ImageSizes m_sizes;                ///< the overscan is the first plate's
     std::uint64_t m_besidesBytes = 0;  ///< of mattes and turned pictures, on the memory road
     PictureTraits m_layerTraits, m_plateTraits;  ///< also a black picture's
     ModuleRender m_ask;

@@ -98,8 +98,8 @@ void holdOut(World& picture, AlphaForm form, ChannelPlane const& holdout, int re
     withChannelOf(picture.depth(), [&](auto channel) {
         using Channel = decltype(channel);
         forEachRow(plane.size.height, picture.rowBytes(), [&](int y) {
-            multiplyAlpha(picture.rowAs<Channel>(top + y) + 4 * left, plane.size.width, plane.row(y),
-                          form, alphaAt);
+            multiplyAlpha(picture.rowAs<Channel>(top + y) + 4 * left, plane.size.width,
+                          plane.row(y), form, alphaAt);
         });
     });
 }

@@ -16,7 +16,7 @@ struct RenderSize {
     int width = 0, height = 0;  ///< pixels
     Depth depth = Depth::k8;
     int marginX = 0, marginY = 0;
-    int extraImages = 0;  ///< for a Transfer Mode, Super Sample, motion blur: one each
+    int extraImages = 0;        ///< for a Transfer Mode, Super Sample, motion blur: one each
     std::uint64_t besides = 0;  ///< bytes of mattes, and of a picture that is turned
 };
 

@@ -57,8 +57,9 @@ PluginHost_Memory_Impl::Value valueOf(PF_ParamDef const& def, int index, ImageSi
         default:
             value.x = numberOf(def);
             if (isToOffset(index) && !around.isNone())
-                value.x *= (index - kToOffsets) % 2 == 0 ? double(sizes.frame.width) / image.width
-                                                         : double(sizes.frame.height) / image.height;
+                value.x *= (index - kToOffsets) % 2 == 0
+                               ? double(sizes.frame.width) / image.width
+                               : double(sizes.frame.height) / image.height;
             break;
     }
     return value;

@@ -87,8 +87,8 @@ ModuleRender moduleRenderOf(Scene const& scene, Host const& host, PictureReader 
     ask.depth = scene.depth.value_or(layer.traits().depth);
     ask.downsample = scene.downsample.value_or(1) * reduce;
     ask.isPlain = scene.isPlain || !host.supportsSmartRender();
-    ask.besidesBytes =
-        layer.turningBytes(pixelBytes(ask.depth) / 4) + matteBytes(scene, ask.layerSize, ask.layerSize);
+    ask.besidesBytes = layer.turningBytes(pixelBytes(ask.depth) / 4) +
+                       matteBytes(scene, ask.layerSize, ask.layerSize);
     checkDownsample(scene, ask.downsample, layer);
     return ask;
 }

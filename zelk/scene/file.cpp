@@ -36,9 +36,8 @@ constexpr int kVersion = 1;
 constexpr int kMostFrame = INT32_MAX;
 
 constexpr FileKey kProjectKeys[] = {
-    {"schema", true}, {"version", true}, {"comp", true}, {"layer", true}, {"plate"},
-    {"matte"},        {"holdout"},       {"output"},     {"frames"},      {"render"},
-    {"parameters"},
+    {"schema", true}, {"version", true}, {"comp", true}, {"layer", true}, {"plate"},      {"matte"},
+    {"holdout"},      {"output"},        {"frames"},     {"render"},      {"parameters"},
 };
 constexpr FileKey kCompKeys[] = {
     {"width", true}, {"height", true}, {"rate", true}, {"startFrame"},
@@ -47,8 +46,7 @@ constexpr FileKey kCompKeys[] = {
 constexpr FileKey kMotionBlurKeys[] = {{"on"}, {"shutterAngle"}, {"shutterPhase"}};
 constexpr FileKey kMatteKeys[] = {{"file", true}, {"channel"}};
 constexpr FileKey kRenderKeys[] = {
-    {"depth"},       {"mode"},     {"downsample"}, {"size"},
-    {"orientation"}, {"overscan"}, {"channels"},
+    {"depth"}, {"mode"}, {"downsample"}, {"size"}, {"orientation"}, {"overscan"}, {"channels"},
 };
 constexpr FileKey kParameterKeys[] = {{"id"}, {"value"}, {"keys"}};
 constexpr FileKey kKeyKeys[] = {
@@ -57,9 +55,9 @@ constexpr FileKey kKeyKeys[] = {
 constexpr FileKey kEaseKeys[] = {{"influence"}, {"speed"}};
 
 constexpr FileObject kObjects[] = {
-    {"project", kProjectKeys}, {"comp", kCompKeys},           {"motionBlur", kMotionBlurKeys},
-    {"matte", kMatteKeys},     {"render", kRenderKeys},   {"parameter", kParameterKeys}, {"key", kKeyKeys},
-    {"ease", kEaseKeys},
+    {"project", kProjectKeys}, {"comp", kCompKeys},     {"motionBlur", kMotionBlurKeys},
+    {"matte", kMatteKeys},     {"render", kRenderKeys}, {"parameter", kParameterKeys},
+    {"key", kKeyKeys},         {"ease", kEaseKeys},
 };
 
 /// True when `call` does not throw a UserError.

