@@ -88,28 +88,5 @@ TEST_P(Orientations, AreAppliedUnlessTheyAreToStay) {
 INSTANTIATE_TEST_SUITE_P(Formats, Orientations,
                          testing::Values("in.tif", "in.jpg", "in.png", "in.dpx"));
 
-using TurnedPictures = ZelkTest;
-
-// A plate's rows are turned as they are laid under the layer; pins count in the upright picture.
-TEST_F(TurnedPictures, PlatesAndReducedPicturesAreUpright) {
-    auto const stored = noise<std::uint8_t>(24, 16, 3, 6);
-    OIIO::ImageSpec spec(24, 16, 3, OIIO::TypeUInt8);
-    std::vector<float> values(stored.values.size());
-    for (std::size_t i = 0; i < values.size(); ++i) values[i] = float(stored.values[i]) / 255;
-    spec.attribute("Orientation", 6);
-    writeValues(at("turned.tif"), spec, values);
-    auto const upright = uprightOf(stored, 6);
-    writePicture(at("upright.png"), upright);
-    writeValues(at("l.png"), OIIO::ImageSpec(4, 4, 4, OIIO::TypeUInt8), {0.6f});
-    Words const pins = {"--to", "2,3 9,4 3,20 12,22", "--no-metadata"};
-    render("l.png", "a.png", joined({"--over", "turned.tif"}, pins));
-    render("l.png", "b.png", joined({"--over", "upright.png"}, pins));
-    EXPECT_EQ(readPicture<std::uint8_t>(at("a.png")), readPicture<std::uint8_t>(at("b.png")));
-    copy("turned.tif", "a.png", {"--downsample", "3"});
-    copy("upright.png", "b.png", {"--downsample", "3"});
-    EXPECT_EQ(readPicture<std::uint8_t>(at("a.png")), readPicture<std::uint8_t>(at("b.png")));
-    EXPECT_EQ(readPicture<std::uint8_t>(at("a.png")).width, 5);
-}
-
 }  // namespace
 }  // namespace zelk_test
