@@ -176,7 +176,10 @@ PictureReader::PictureReader(std::filesystem::path const& file, int number,
 /// Where the picture lies, and how.
 void PictureReader::takeWindows() {
     OIIO::ImageSpec const& spec = m_input->spec();
-    if (!m_how.keepsOrientation) m_turn = orientationOf(spec);
+    // The library swaps the sides of a DPX on its side, but not its pixels: it stays as it comes.
+    bool const isDpx = std::string_view(m_input->format_name()) == "dpx";
+    Orientation const turn = orientationOf(spec);
+    if (!m_how.keepsOrientation && !(isDpx && turn.isTransposed)) m_turn = turn;
     Window const display = displayWindow();
     PixelMargins const beyond = {std::max(display.left - spec.x, 0),
                                  std::max(display.top - spec.y, 0),

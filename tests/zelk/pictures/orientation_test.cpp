@@ -63,7 +63,8 @@ private:
 
 TEST_P(Orientations, AreAppliedUnlessTheyAreToStay) {
     std::string const in = GetParam();
-    for (int orientation = 1; orientation <= 8; ++orientation)
+    int const last = in == "in.dpx" ? 4 : 8;
+    for (int orientation = 1; orientation <= last; ++orientation)
         for (Words const& road : {Words(), {"--road", "memory", "--depth", "8"}}) {
             if (!road.empty() && in != "in.tif") continue;
             SCOPED_TRACE(testing::Message() << in << orientation << road.size());
