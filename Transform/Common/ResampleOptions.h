@@ -35,4 +35,7 @@ struct ResampleOptions {
     /// Along the outline, in output pixels: the width of a soft edge, half on each side, and how
     /// far the outline moves inward. Exact edges only.
     double featherPx = 0, chokePx = 0;
+    /// Width over height that Reposition's Rotate turns in, of a frame within a larger image; 0:
+    /// the image's own.
+    float frameAspect = 0;
 };

@@ -111,7 +111,7 @@ void OverlayCommand::addOptions(CLI::App& app) {
     OptionAdder const add(app);
     addPictureOptions(add, m_scene, m_output);
     m_output.addThreads(add);
-    m_scene.add(add, {"mode", "first-frame"});
+    m_scene.add(add, {"mode", "matte", "holdout", "orientation", "first-frame"});
     add.text("Panel", "--project", m_project, "FILE",
              "Layer, plate and keyframed parameters; options override it");
     m_panel.add(add);

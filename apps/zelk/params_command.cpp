@@ -43,6 +43,20 @@ std::vector<std::string> flagNames(PF_ParamDef const& def) {
 
 std::string_view nameOf(Parameter const& parameter) { return nameOfParameter(parameter.index); }
 
+/// Of every control that has a value.
+std::string_view unitOf(Parameter const& parameter) {
+    switch (parameter.type()) {
+        case PF_Param_POPUP:
+            return "entry";
+        case PF_Param_CHECKBOX:
+            return "on or off";
+        case PF_Param_COLOR:
+            return "#rrggbb";
+        default:
+            return zelk::unitOf(parameter.index);
+    }
+}
+
 bool hasRange(Parameter const& parameter) {
     bool const isList = parameter.type() == PF_Param_POPUP || parameter.type() == PF_Param_CHECKBOX;
     ValueRange const range = validRange(parameter);
@@ -77,7 +91,7 @@ Json parameterJson(Parameter const& parameter) {
         json["diskId"] = parameter.diskId();
         json["flags"] = flagNames(parameter.registered);
     }
-    if (std::string_view const unit = unitOf(parameter.index); !unit.empty()) json["unit"] = unit;
+    if (std::string_view const unit = unitOf(parameter); !unit.empty()) json["unit"] = unit;
     if (parameter.hasValue()) json["default"] = defaultJson(parameter);
     if (hasRange(parameter)) {
         json["valid"] = rangeJson(validRange(parameter));
@@ -114,10 +128,10 @@ std::string parameterRow(Parameter const& parameter) {
     std::string const choices = choicesText(parameter);
     std::string const id =
         parameter.type() == PF_Param_LAYER ? "" : std::to_string(parameter.diskId());
-    std::string row = fmt::format(
-        fmt::runtime(kRowFormat), parameter.index, nameOf(parameter), parameter.displayName(),
-        kindName(parameter.type()), id, defaultText(parameter), unitOf(parameter.index),
-        rangeText(parameter), fmt::join(flagNames(parameter.registered), " "));
+    std::string row = fmt::format(fmt::runtime(kRowFormat), parameter.index, nameOf(parameter),
+                                  parameter.displayName(), kindName(parameter.type()), id,
+                                  defaultText(parameter), unitOf(parameter), rangeText(parameter),
+                                  fmt::join(flagNames(parameter.registered), " "));
     row.erase(row.find_last_not_of(" \n") + 1);
     row += '\n';
     if (!choices.empty()) row += fmt::format("{:7}choices: {}\n", "", choices);

@@ -69,9 +69,9 @@ void RenderCommand::addOptions(CLI::App& app) {
              listOf(wordsOf(kProgressModes)) + " (auto)");
     add.flag("Sequence", "--skip-existing", m_skipExisting, "Go on where an earlier run stopped");
     add.flag("Sequence", "--dry-run", m_dryRun, "Print what would be read and written");
-    m_scene.add(add, {"opacity", "transfer", "source-opacity", "mode"});
+    m_scene.add(add, {"opacity", "transfer", "source-opacity", "mode", "matte", "holdout"});
     m_scene.add(add, {"layer-color", "plate-color", "output-color", "work-color", "ocio", "color"});
-    m_scene.add(add, "plain");
+    m_scene.add(add, {"orientation", "overscan", "channels", "plain"});
     add.text("Output", "--explain", m_explain, "[text|json]",
              "Print what the render did and how long each stage took (text)");
     m_scene.add(add, {"host", "module"});

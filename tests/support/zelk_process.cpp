@@ -163,6 +163,18 @@ void writeValues(fs::path const& file, OIIO::ImageSpec const& spec, std::vector<
     ASSERT_TRUE(writer->write_image(OIIO::TypeFloat, values.data()) && writer->close()) << file;
 }
 
+void writeParts(fs::path const& file, std::vector<OIIO::ImageSpec> const& specs,
+                std::vector<float> const& values) {
+    auto const writer = OIIO::ImageOutput::create(file.string());
+    ASSERT_TRUE(writer->open(file.string(), static_cast<int>(specs.size()), specs.data()));
+    for (std::size_t i = 0; i < specs.size(); ++i) {
+        auto const append = OIIO::ImageOutput::AppendSubimage;
+        ASSERT_TRUE(i == 0 || writer->open(file.string(), specs[i], append)) << writer->geterror();
+        ASSERT_TRUE(writer->write_image(OIIO::TypeFloat, values.data()));
+    }
+    ASSERT_TRUE(writer->close());
+}
+
 OIIO::ImageSpec specOf(fs::path const& file) {
     auto const reader = OIIO::ImageInput::open(file.string());
     return reader ? reader->spec() : OIIO::ImageSpec();

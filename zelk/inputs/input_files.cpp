@@ -22,6 +22,10 @@ bool isPattern(fs::path const& name) {
     return !onDisk(name) && SequenceName(name.string()).isSequence();
 }
 
+bool namesFiles(fs::path const& name) {
+    return onDisk(name) || (isPattern(name) && !framesOnDisk(SequenceName(name.string())).empty());
+}
+
 namespace {
 
 /// Null for what is no movie or is left to the picture library.
@@ -55,9 +59,9 @@ std::vector<int> InputFiles::framesThere() const {
 }
 
 InputPicture InputFiles::own(int frame) const {
-    if (m_buffer) return {m_name, -1, nullptr, m_buffer};
-    if (m_movieFrames > 0) return {m_name, frame - m_firstFrame, m_movie};
-    return {m_pattern ? m_pattern->pathOf(frame) : m_name};
+    if (m_buffer) return {m_name, -1, nullptr, m_buffer, m_how};
+    if (m_movieFrames > 0) return {m_name, frame - m_firstFrame, m_movie, {}, m_how};
+    return {m_pattern ? m_pattern->pathOf(frame) : m_name, -1, nullptr, {}, m_how};
 }
 
 bool InputFiles::isThere(int frame) const {
@@ -84,15 +88,15 @@ std::optional<InputPicture> InputFiles::pictureOf(int frame) const {
     return own(after == m_there.begin() ? *after : *(after - 1));
 }
 
-PictureReader InputPicture::open() const {
-    if (buffer) return PictureReader(file, -1, inputOf(buffer));
-    if (!movie) return PictureReader(file, number);
-    return PictureReader(file, number, std::make_unique<MoviePicture>(movie, number));
+PictureReader InputPicture::open(ReadOptions const& otherwise) const {
+    if (buffer) return PictureReader(file, -1, inputOf(buffer), otherwise);
+    if (!movie) return PictureReader(file, number, nullptr, otherwise);
+    return PictureReader(file, number, std::make_unique<MoviePicture>(movie, number), otherwise);
 }
 
-PictureReader openPicture(fs::path const& file) {
+PictureReader openPicture(fs::path const& file, ReadOptions const& how) {
     auto const movie = movieOf(file);
-    return movie ? InputPicture{file, 0, movie}.open() : PictureReader(file);
+    return InputPicture{file, movie ? 0 : -1, movie, {}, how}.open();
 }
 
 bool InputPicture::isOnDisk() const { return !buffer && onDisk(file); }

@@ -19,6 +19,8 @@ namespace zelk {
 bool onDisk(std::filesystem::path const& path);
 /// Whether a name has a frame mark. One that exists as it stands has none.
 bool isPattern(std::filesystem::path const& name);
+/// Whether a name is that of a file, or has a frame mark and files of its numbers.
+bool namesFiles(std::filesystem::path const& name);
 
 /// A picture file, or one picture of a movie.
 struct InputPicture {
@@ -26,14 +28,16 @@ struct InputPicture {
     int number = -1;                                   ///< in a movie, from 0
     std::shared_ptr<MovieFrames> movie = {};           ///< where the movie's own program decodes it
     std::shared_ptr<PictureBuffer const> buffer = {};  ///< instead of any file
+    ReadOptions how = {};
 
     std::string name() const;  ///< for messages
     bool isOnDisk() const;     ///< a file that is there
-    PictureReader open() const;
+    PictureReader open() const { return open(how); }
+    PictureReader open(ReadOptions const& otherwise) const;
 };
 
 /// The first picture of a file, a movie or any other.
-PictureReader openPicture(std::filesystem::path const& file);
+PictureReader openPicture(std::filesystem::path const& file, ReadOptions const& how = {});
 
 /// "p.0002.png", "no such file"
 struct MissingPicture {
@@ -57,6 +61,7 @@ public:
     int firstFrame() const { return m_firstFrame; }
     /// Of a movie that its own program decodes; null for anything else.
     MovieFacts const* movieFacts() const { return m_movie ? &m_movie->facts() : nullptr; }
+    void readAs(ReadOptions const& how) { m_how = how; }
     /// The picture that the frame's number names, there or not.
     InputPicture own(int frame) const;
     bool isThere(int frame) const;
@@ -74,6 +79,7 @@ private:
     std::vector<int> m_there;
     std::shared_ptr<MovieFrames> m_movie;
     int m_movieFrames = 0, m_firstFrame = 0;
+    ReadOptions m_how;
 };
 
 }  // namespace zelk

@@ -14,6 +14,17 @@ struct PixelSize {
     bool operator==(PixelSize const&) const = default;
 };
 
+/// Pixels around a picture on each side.
+struct PixelMargins {
+    int left = 0, top = 0, right = 0, bottom = 0;
+    bool operator==(PixelMargins const&) const = default;
+    bool isNone() const { return *this == PixelMargins{}; }
+};
+
+inline PixelSize operator+(PixelSize size, PixelMargins const& margins) {
+    return {size.width + margins.left + margins.right, size.height + margins.top + margins.bottom};
+}
+
 struct Point {
     double x = 0, y = 0;
     bool operator==(Point const&) const = default;

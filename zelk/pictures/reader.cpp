@@ -105,6 +105,10 @@ int alphaChannel(OIIO::ImageSpec const& spec) {
     return spec.channelindex("A");
 }
 
+std::string partName(OIIO::ImageSpec const& spec) {
+    return std::string(spec.get_string_attribute("oiio:subimagename"));
+}
+
 /// OpenImageIO gives the pixel aspect of JPEG as horizontal over vertical density, the inverse of a
 /// pixel's width over its height; it writes the right densities.
 void turnAspect(OIIO::ParamValueList& metadata) {
@@ -120,6 +124,8 @@ PictureTraits traitsOf(OIIO::ImageSpec const& spec, OIIO::TypeDesc type) {
                                                             : Depth::kFloat;
     traits.hasAlpha = alphaChannel(spec) >= 0;
     traits.bits = spec.get_int_attribute("oiio:BitsPerSample", 0);
+    traits.compression = spec.get_string_attribute("compression");
+    traits.compressionLevel = spec.get_float_attribute("openexr:dwaCompressionLevel", 0);
     for (auto const& value : spec.extra_attribs) {
         bool const isLost = value.name() == "ICCProfile" && !isRgbProfile(value);
         if (!isLost && !isAboutStorage(value.name().string())) traits.metadata.push_back(value);
@@ -135,8 +141,8 @@ int PictureReader::countOf(std::filesystem::path const& file) {
 }
 
 PictureReader::PictureReader(std::filesystem::path const& file, int number,
-                             std::unique_ptr<OIIO::ImageInput> input)
-    : m_file(file), m_number(number) {
+                             std::unique_ptr<OIIO::ImageInput> input, ReadOptions const& how)
+    : m_file(file), m_how(how), m_number(number) {
     QuietLibraries const quiet;
     m_input = input ? std::move(input) : openPicture(file);
     if (number > 0 && !m_input->seek_subimage(number, 0)) {
@@ -149,25 +155,57 @@ PictureReader::PictureReader(std::filesystem::path const& file, int number,
     std::error_code fault;
     if (format == "dpx" && std::filesystem::file_size(file, fault) < leastDpxBytes(file))
         throw unreadable(file, "the file breaks off");
-    checkSize();
+    takeWindows();
     OIIO::ImageSpec const& spec = m_input->spec();
-    Window const window = displayWindow();
-    m_width = window.width;
-    m_height = window.height;
-    m_dataLeft = spec.x - window.left;
-    m_dataTop = spec.y - window.top;
     m_channels = mapChannels();
     m_traits = traitsOf(spec, sampleType());
     m_traits.format = format;
     if (format == "jpeg") turnAspect(m_traits.metadata);
-    m_traits.originX = window.left;
-    m_traits.originY = window.top;
+    setUpright(m_traits.metadata, m_turn);
+    m_traits.originX = displayWindow().left;
+    m_traits.originY = displayWindow().top;
     // JPEG 2000 is read straight when asked, as it is here, and movies are, but don't say so.
     bool const isStraight = spec.get_int_attribute("oiio:UnassociatedAlpha") != 0 ||
                             format == "jpeg2000" || format == "FFmpeg movie";
     m_isAssociated = m_channels.alpha >= 0 && !isStraight;
     m_traits.isAssociated = m_isAssociated;
+    if (m_how.passesExtras) noteExtras();
     noteWarnings();
+}
+
+/// Where the picture lies, and how.
+void PictureReader::takeWindows() {
+    OIIO::ImageSpec const& spec = m_input->spec();
+    // The library swaps the sides of a DPX on its side, but not its pixels: it stays as it comes.
+    bool const isDpx = std::string_view(m_input->format_name()) == "dpx";
+    Orientation const turn = orientationOf(spec);
+    if (!m_how.keepsOrientation && !(isDpx && turn.isTransposed)) m_turn = turn;
+    Window const display = displayWindow();
+    PixelMargins const beyond = {std::max(display.left - spec.x, 0),
+                                 std::max(display.top - spec.y, 0),
+                                 std::max(spec.x + spec.width - display.left - display.width, 0),
+                                 std::max(spec.y + spec.height - display.top - display.height, 0)};
+    m_overscan = upright(beyond, m_turn);
+    PixelMargins const kept = m_how.keepsOverscan ? beyond : PixelMargins{};
+    PixelSize const stored = PixelSize{display.width, display.height} + kept;
+    m_width = stored.width;
+    m_height = stored.height;
+    m_dataLeft = spec.x - display.left + kept.left;
+    m_dataTop = spec.y - display.top + kept.top;
+    m_size = upright(stored, m_turn);
+    checkSize();
+}
+
+PixelSize PictureReader::displaySize() const {
+    if (!m_how.keepsOverscan) return m_size;
+    return {m_size.width - m_overscan.left - m_overscan.right,
+            m_size.height - m_overscan.top - m_overscan.bottom};
+}
+
+std::uint64_t PictureReader::turningBytes(int channelBytes) const {
+    if (!m_turn.needsWhole()) return 0;
+    return std::uint64_t{4} * static_cast<std::uint64_t>(channelBytes) *
+           static_cast<std::uint64_t>(m_width) * static_cast<std::uint64_t>(m_height);
 }
 
 /// Other formats than OpenEXR know a position at most, and OpenImageIO's full size of them is the
@@ -182,14 +220,14 @@ PictureReader::Window PictureReader::displayWindow() const {
 void PictureReader::checkSize() const {
     OIIO::ImageSpec const& spec = m_input->spec();
     Window const window = displayWindow();
-    std::string const size = std::to_string(window.width) + "x" + std::to_string(window.height);
+    std::string const size = std::to_string(m_width) + "x" + std::to_string(m_height);
     if (spec.deep || spec.depth > 1) {
         throw UserError(ExitCode::kInput,
                         {m_file.string(), "deep or volume picture of", size, "a flat picture"});
     }
     bool const isEmpty = spec.width < 1 || spec.height < 1 || window.width < 1 ||
                          window.height < 1 || spec.nchannels < 1;
-    if (isEmpty || window.width > kLargestPx || window.height > kLargestPx) {
+    if (isEmpty || m_width > kLargestPx || m_height > kLargestPx) {
         throw UserError(ExitCode::kInput,
                         {m_file.string(), isEmpty ? "picture of no size" : "picture too large:",
                          size, "sides from 1 to " + std::to_string(kLargestPx) + " pixels"});
@@ -222,7 +260,7 @@ OIIO::TypeDesc PictureReader::sampleType() const {
 
 /// Some readers count their pictures; of others' files it shows whether there is a second one.
 bool PictureReader::holdsMorePictures() {
-    if (m_number >= 0) return false;  // it was chosen
+    if (m_number >= 0 || !m_traits.extras.parts.empty()) return false;  // chosen, or kept
     std::string_view const format = m_input->format_name();
     bool const isUncounted =
         format == "tiff" || format == "gif" || format == "ico" || format == "psd";
@@ -235,7 +273,7 @@ bool PictureReader::holdsMorePictures() {
 
 /// About 4 MB of float pixels, in whole compression blocks of up to 16 rows and whole tiles.
 int PictureReader::stripRows() const {
-    int const rows = stripRowsOf(width());
+    int const rows = stripRowsOf(m_width);
     int const tile = std::max(1, m_input->spec().tile_height);
     return (rows + tile - 1) / tile * tile;
 }
@@ -243,11 +281,12 @@ int PictureReader::stripRows() const {
 bool PictureReader::read(int firstRow, int endRow, OIIO::TypeDesc type, void* values) {
     OIIO::ImageSpec const& spec = m_input->spec();
     int const top = spec.y + firstRow, bottom = spec.y + endRow;
+    int const first = m_channels.first, end = first + m_channels.count;
     return spec.tile_width > 0
                ? m_input->read_tiles(std::max(m_number, 0), 0, spec.x, spec.x + spec.width, top,
-                                     bottom, spec.z, spec.z + 1, 0, m_channels.count, type, values)
-               : m_input->read_scanlines(std::max(m_number, 0), 0, top, bottom, spec.z, 0,
-                                         m_channels.count, type, values);
+                                     bottom, spec.z, spec.z + 1, first, end, type, values)
+               : m_input->read_scanlines(std::max(m_number, 0), 0, top, bottom, spec.z, first, end,
+                                         type, values);
 }
 
 /// Halves come as they are stored and are made floats here, by vectors.
@@ -268,13 +307,90 @@ void PictureReader::fetch(int firstRow, int endRow, Stored* values) {
     if (!isRead || m_input->has_error()) throw unreadable(m_file, m_input->geterror());
 }
 
+/// Channels that are neither colour nor alpha.
+std::vector<int> PictureReader::otherChannels() const {
+    std::vector<int> others;
+    for (int c = 0; c < m_input->spec().nchannels; ++c)
+        if (c != m_channels.red && c != m_channels.green && c != m_channels.blue &&
+            c != m_channels.alpha)
+            others.push_back(c);
+    return others;
+}
+
+/// What goes along into an OpenEXR output: only what lies as the output's picture does, under a
+/// name that is free, and no deep part beside flat ones, which OpenImageIO doesn't write.
+void PictureReader::noteExtras() {
+    if (m_traits.format != "openexr" || m_number >= 0 || !m_turn.isUpright()) return;
+    OIIO::ImageSpec const spec = m_input->spec();
+    ExtraChannels& extras = m_traits.extras;
+    extras.file = m_file;
+    for (int const c : otherChannels()) {
+        constexpr std::string_view kTaken[] = {"R", "G", "B", "A"};
+        std::string const name(spec.channel_name(c));
+        if (std::find(std::begin(kTaken), std::end(kTaken), name) == std::end(kTaken))
+            extras.channels.push_back(c);
+    }
+    int const count = spec.get_int_attribute("oiio:subimages", 1);
+    for (int part = 1; part < count && m_input->seek_subimage(part, 0); ++part) {
+        if (!m_input->spec().deep)
+            extras.parts.push_back(part);
+        else
+            m_warnings.push_back(m_file.string() + ": deep part dropped: \"" +
+                                 partName(m_input->spec()) + "\"");
+    }
+    if (!m_input->seek_subimage(0, 0)) throw unreadable(m_file, m_input->geterror());
+}
+
+/// Another part of the file, for one of its channels; it must have the first one's size.
+void PictureReader::selectPart(int part) {
+    PixelSize const size = m_size;
+    if (!m_input->seek_subimage(part, 0)) throw unreadable(m_file, m_input->geterror());
+    m_number = part;
+    takeWindows();
+    if (m_size == size) return;
+    throw UserError(ExitCode::kInput,
+                    m_file.string() + ": the channel's part has another size than the first one");
+}
+
+void PictureReader::selectChannel(std::string const& name) {
+    QuietLibraries const quiet;
+    int const colors[] = {m_channels.red, m_channels.green, m_channels.blue, m_channels.alpha};
+    ChannelMap const stored = m_channels;
+    m_isAssociated = false;
+    auto const take = [this](int channel) { m_channels = {0, 0, 0, -1, 1, channel}; };
+    if (name.empty() && stored.alpha >= 0) return take(stored.alpha);
+    std::string names;
+    int const parts = m_number >= 0 ? 1 : m_input->spec().get_int_attribute("oiio:subimages", 1);
+    for (int part = 0; part < parts && !name.empty(); ++part) {
+        if (part > 0) m_input->seek_subimage(part, 0);
+        OIIO::ImageSpec const spec = m_input->spec();
+        std::string const prefix = partName(spec) + ".";
+        for (int c = 0; c < spec.nchannels; ++c) {
+            std::string const own(spec.channel_name(c));
+            bool const isIt = (own == name || prefix + own == name) && !spec.deep;
+            if (isIt && part > 0) selectPart(part);
+            if (isIt) return take(c);
+            names += (names.empty() ? "" : ", ") + own;
+        }
+    }
+    if (parts > 1) m_input->seek_subimage(0, 0);
+    std::string const letter = lowered(name);
+    auto const at = std::string_view("rgba").find(letter);
+    if (letter.size() == 1 && at != std::string_view::npos && colors[at] >= 0)
+        return take(colors[at]);
+    if (!name.empty() && letter != "y")
+        throw UserError(ExitCode::kInput,
+                        {m_file.string(), "no channel", name,
+                         "R, G, B, A, Y, or one of " + oneLine(shortened(names))});
+    m_channels.alpha = -1;
+}
+
 void PictureReader::noteWarnings() {
     OIIO::ImageSpec const& spec = m_input->spec();
     std::string dropped;
-    for (int c = 0; c < spec.nchannels; ++c) {
-        if (c == m_channels.red || c == m_channels.green || c == m_channels.blue ||
-            c == m_channels.alpha)
-            continue;
+    for (int const c : otherChannels()) {
+        auto const& kept = m_traits.extras.channels;
+        if (std::find(kept.begin(), kept.end(), c) != kept.end()) continue;
         dropped += (dropped.empty() ? "" : ", ") + std::string(spec.channel_name(c));
     }
     if (!dropped.empty())
@@ -284,8 +400,7 @@ void PictureReader::noteWarnings() {
     auto const* profile = spec.find_attribute("ICCProfile");
     if (profile && !isRgbProfile(*profile))
         m_warnings.push_back(m_file.string() + ": colour profile dropped: it is not one for RGB");
-    if (m_dataLeft < 0 || m_dataTop < 0 || m_dataLeft + spec.width > m_width ||
-        m_dataTop + spec.height > m_height)
+    if (!m_overscan.isNone() && !m_how.keepsOverscan)
         m_warnings.push_back(m_file.string() + ": overscan outside the display window dropped");
 }
 
@@ -334,7 +449,7 @@ void PictureReader::convertRow(Stored const* from, int count, AlphaForm form, Ch
     for (int x = 0; x < count; ++x) convert(from + x * map.count, form, rgba + 4 * x);
 }
 
-/// Calls sink(y, rgba) for each row of the display window.
+/// Calls sink(y, rgba) for each row of the picture as it is stored.
 template <class Channel, class Stored, class Sink>
 void PictureReader::readStrips(AlphaForm form, Sink const& sink) {
     int const dataWidth = m_input->spec().width, dataHeight = m_input->spec().height;
@@ -345,7 +460,7 @@ void PictureReader::readStrips(AlphaForm form, Sink const& sink) {
     std::vector<Channel> row(static_cast<std::size_t>(m_width) * 4);
     std::vector<Channel> const blank(row.size());
 
-    int next = 0;  // row of the display window
+    int next = 0;  // row of the picture
     for (int const first = std::min(m_dataTop, m_height); next < first; ++next)
         sink(next, blank.data());
     for (int top = 0; top < dataHeight; top += strip) {
@@ -361,6 +476,32 @@ void PictureReader::readStrips(AlphaForm form, Sink const& sink) {
         }
     }
     for (; next < m_height; ++next) sink(next, blank.data());
+}
+
+/// Calls sink(y, rgba) for each row of the upright picture, under its matte.
+template <class Channel, class Sink>
+void PictureReader::readUpright(AlphaForm form, Sink const& sink) {
+    std::vector<Channel> matted(m_matte ? static_cast<std::size_t>(m_size.width) * 4 : 0);
+    auto const finish = [&](int y, Channel const* rgba) {
+        if (!m_matte) return sink(y, rgba);
+        std::copy_n(rgba, matted.size(), matted.data());
+        multiplyAlpha(matted.data(), m_size.width, m_matte->row(y), form, 3);
+        sink(y, static_cast<Channel const*>(matted.data()));
+    };
+    if (m_turn.isUpright()) return readRows<Channel>(form, finish);
+    auto const rowValues = static_cast<std::size_t>(m_width) * 4;
+    if (!m_turn.needsWhole()) {
+        std::vector<Channel> mirrored(rowValues);
+        return readRows<Channel>(form, [&](int y, Channel const* rgba) {
+            mirrorRow(rgba, m_width, mirrored.data());
+            finish(y, mirrored.data());
+        });
+    }
+    std::vector<Channel> whole(rowValues * static_cast<std::size_t>(m_height));
+    readRows<Channel>(form, [&](int y, Channel const* rgba) {
+        std::copy_n(rgba, rowValues, &whole[rowValues * static_cast<std::size_t>(y)]);
+    });
+    eachUprightRow(whole, {m_width, m_height}, m_turn, finish);
 }
 
 template <class Channel, class Sink>
@@ -382,7 +523,7 @@ void PictureReader::readInto(World& world, int downsample) {
         std::vector<Channel> reduced(static_cast<std::size_t>(world.width()) * 4);
         BoxReducer<Channel> reducer(width(), downsample);
         int reducedRow = 0;
-        readRows<Channel>(AlphaForm::kStraight, [&](int y, Channel const* rgba) {
+        readUpright<Channel>(AlphaForm::kStraight, [&](int y, Channel const* rgba) {
             if (downsample == 1) {
                 putRow(world, y, rgba);
             } else if (reducedRow < world.height() && reducer.add(rgba, reduced.data())) {
@@ -394,7 +535,7 @@ void PictureReader::readInto(World& world, int downsample) {
 }
 
 void PictureReader::readAssociated(FloatRow const& row) {
-    readRows<float>(AlphaForm::kAssociated, row);
+    readUpright<float>(AlphaForm::kAssociated, row);
 }
 
 World readStraightWorld(PictureReader& picture) {

@@ -2,12 +2,13 @@
 // formats.
 //
 // Space: the picture is an OpenEXR file's display window; what the data window leaves of it is
-// transparent, what lies outside it (overscan) is dropped with a warning. Of other formats it is
-// all that is stored. Channels: the first three that are not alpha are the colours, one or two are
-// grey, missing alpha is opaque; a dropped channel is named in one warning. Colour comes straight
-// or associated (times alpha) as asked; it is divided or multiplied in float, and associated colour
-// passes as stored where alpha is 0. Rows are read a strip at a time; the picture is never in
-// memory twice.
+// transparent, what lies outside it (overscan) is dropped with a warning, or enlarges the picture.
+// Of other formats it is all that is stored. The picture is upright: what the file says of its
+// orientation is applied. Channels: the first three that are not alpha are the colours, one or two
+// are grey, missing alpha is opaque; a dropped channel is named in one warning. Colour comes
+// straight or associated (times alpha) as asked; it is divided or multiplied in float, and
+// associated colour passes as stored where alpha is 0. Rows are read a strip at a time, so that the
+// picture is not in memory twice; one whose rows can't be read in order is, see turningBytes.
 #pragma once
 
 #include <OpenImageIO/imageio.h>
@@ -19,11 +20,18 @@
 #include <vector>
 
 #include "hostkit/world.h"
+#include "zelk/pictures/channel_plane.h"
+#include "zelk/pictures/extra_channels.h"
+#include "zelk/pictures/orientation.h"
 
 namespace zelk {
 
-/// How colour stands to alpha in memory.
-enum class AlphaForm { kStraight, kAssociated };
+/// How a file is read.
+struct ReadOptions {
+    bool keepsOrientation = false;  ///< the picture lies as it is stored
+    bool keepsOverscan = false;     ///< the picture is display and data window, united
+    bool passesExtras = false;      ///< what is not colour or alpha goes to the output: no warning
+};
 
 /// What an output inherits from a file.
 struct PictureTraits {
@@ -32,8 +40,11 @@ struct PictureTraits {
     bool hasAlpha = false;
     bool isAssociated = false;      ///< colour is stored times alpha
     int bits = 0;                   ///< of a sample, where the file gives them
-    std::string format;             ///< as OpenImageIO names it
     int originX = 0, originY = 0;   ///< of the display window, pixels
+    std::string format;             ///< OpenImageIO's name of it
+    std::string compression;        ///< as the format calls it; empty for none
+    float compressionLevel = 0;     ///< of OpenEXR's lossy ones; 0 for none
+    ExtraChannels extras;           ///< with passesExtras, what an OpenEXR file has
     OIIO::ParamValueList metadata;  ///< all that is not about how the file stores its pixels
 };
 
@@ -44,13 +55,27 @@ public:
     /// `number` is that of a picture in a file of many, from 0; below 0 stands for the first one.
     /// `input`, if any, is what reads the file, open: a movie's decoder.
     explicit PictureReader(std::filesystem::path const& file, int number = -1,
-                           std::unique_ptr<OIIO::ImageInput> input = nullptr);
+                           std::unique_ptr<OIIO::ImageInput> input = nullptr,
+                           ReadOptions const& how = {});
     /// How many pictures a file says that it holds.
     static int countOf(std::filesystem::path const& file);
 
+    /// Of the upright picture.
+    int width() const { return m_size.width; }
+    int height() const { return m_size.height; }
+    /// What the data window has beyond the display window; part of the picture with keepsOverscan.
+    PixelMargins const& overscan() const { return m_overscan; }
     /// Of the display window.
-    int width() const { return m_width; }
-    int height() const { return m_height; }
+    PixelSize displaySize() const;
+    /// Bytes that reading takes beside its target, in channels of that size: the picture's, where
+    /// its rows can't be read in their order.
+    std::uint64_t turningBytes(int channelBytes) const;
+
+    /// From now on every colour is the one channel that readChannel (channel_plane.h) calls so, or
+    /// the stored red, green and blue for a luminance, and alpha is white.
+    void selectChannel(std::string const& name);
+    /// Alpha is multiplied by a plane of the picture's size from now on.
+    void setMatte(std::shared_ptr<ChannelPlane const> matte) { m_matte = std::move(matte); }
     PictureTraits const& traits() const { return m_traits; }
     /// What of the file can't be used, a sentence each.
     std::vector<std::string> const& warnings() const { return m_warnings; }
@@ -64,10 +89,11 @@ public:
     void readAssociated(FloatRow const& row);
 
 private:
-    /// Indices of the file's channels; alpha -1 when there is none.
+    /// Indices among the channels that are read; alpha -1 when there is none.
     struct ChannelMap {
         int red, green, blue, alpha;
-        int count;  ///< channels read, from the file's first on
+        int count;      ///< channels read
+        int first = 0;  ///< of the file, that is read
     };
 
     struct Window {
@@ -76,6 +102,8 @@ private:
 
     template <class Channel, class Sink>
     void readRows(AlphaForm form, Sink const& sink);
+    template <class Channel, class Sink>
+    void readUpright(AlphaForm form, Sink const& sink);
     template <class Channel, class Stored, class Sink>
     void readStrips(AlphaForm form, Sink const& sink);
     template <class Channel, class Stored>
@@ -90,19 +118,28 @@ private:
     bool holdsMorePictures();
     Window displayWindow() const;
     void checkSize() const;
+    void takeWindows();
+    void selectPart(int part);
     void noteWarnings();
+    void noteExtras();
+    std::vector<int> otherChannels() const;
     int stripRows() const;
 
     std::filesystem::path m_file;
+    ReadOptions m_how;
     std::unique_ptr<OIIO::ImageInput> m_input;
-    int m_width = 0, m_height = 0;
-    int m_dataLeft = 0, m_dataTop = 0;  ///< of the data window within the display window
+    Orientation m_turn;                 ///< from the stored picture to the upright one
+    PixelSize m_size;                   ///< of the upright picture
+    PixelMargins m_overscan;            ///< of the upright picture
+    int m_width = 0, m_height = 0;      ///< of the picture as it is stored
+    int m_dataLeft = 0, m_dataTop = 0;  ///< of the data window within it
     PictureTraits m_traits;
     std::vector<std::string> m_warnings;
     ChannelMap m_channels{};
     bool m_isAssociated = false;          ///< colour is stored times alpha
     std::vector<std::uint16_t> m_halves;  ///< a strip on its way to float
     int m_number = -1;                    ///< of the picture, below 0 for the file's first one
+    std::shared_ptr<ChannelPlane const> m_matte;
 };
 
 /// The whole picture in straight colour at its own depth. Throws as readInto.

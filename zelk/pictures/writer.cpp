@@ -69,6 +69,18 @@ std::unique_ptr<OIIO::ImageOutput> makeWriter(fs::path const& target) {
 /// Writers that refuse a size only when they have all rows; others say so when they open the file.
 constexpr std::array<std::string_view, 3> kRefuseLate = {"webp", "heif", "jpeg2000"};
 
+/// Compressions that a file hands on to one of its format; others, such as those that lose more
+/// than the format itself, are the writer's choice.
+struct Compression {
+    std::string_view format, name;
+};
+constexpr Compression kCompressions[] = {
+    {"openexr", "none"}, {"openexr", "rle"},   {"openexr", "zip"}, {"openexr", "zips"},
+    {"openexr", "piz"},  {"openexr", "pxr24"}, {"openexr", "b44"}, {"openexr", "b44a"},
+    {"openexr", "dwaa"}, {"openexr", "dwab"},  {"tiff", "none"},   {"tiff", "lzw"},
+    {"tiff", "zip"},     {"tiff", "packbits"}, {"targa", "rle"},
+};
+
 /// How a world's rows are stored.
 struct RowPlan {
     int channels = 4;
@@ -96,7 +108,10 @@ RowPlan planRows(OIIO::ImageOutput const& writer, WriteRequest const& request) {
     RowPlan plan;
     std::string_view const format = writer.format_name();
     bool const holdsAlpha = writer.supports("alpha") && !isOneOf(kNoAlpha, format);
-    if (request.opaque || !holdsAlpha) plan.channels = 3;
+    bool const isAll = request.channels == OutputChannels::kAll;
+    if (!holdsAlpha || (request.opaque && !isAll)) plan.channels = 3;
+    if (request.channels == OutputChannels::kColors) plan.channels = 3;
+    if (request.channels == OutputChannels::kAlpha) plan.channels = 1;
     bool const staysAssociated = format == "tiff" && request.traits.isAssociated;
     plan.isStraight = plan.channels == 4 && isOneOf(kStraightFormats, format) && !staysAssociated;
     plan.fromStraight = request.form == AlphaForm::kStraight;
@@ -119,12 +134,38 @@ void setJpegDensity(OIIO::ImageSpec& spec) {
     spec.erase_attribute("PixelAspectRatio");
 }
 
+/// The writer of DPX takes an orientation for the format's own code plus 1, which it is only in
+/// part; the reader knows the codes.
+void setDpxOrientation(OIIO::ImageSpec& spec) {
+    constexpr int kCodes[] = {1, 2, 4, 3, 5, 6, 8, 7};
+    int const number = spec.get_int_attribute("Orientation", 0);
+    if (number >= 1 && number <= 8) spec.attribute("Orientation", kCodes[number - 1]);
+}
+
+bool isHandedOn(std::string_view format, PictureTraits const& traits) {
+    bool const isKnown = std::any_of(
+        std::begin(kCompressions), std::end(kCompressions), [&](Compression const& known) {
+            return known.format == format && known.name == traits.compression;
+        });
+    // What goes along untouched would be changed by being packed again.
+    bool const isTouched = traits.extras.isAny() && losesValues(traits.compression);
+    return isKnown && traits.format == format && !isTouched;
+}
+
+void setCompression(std::string_view format, PictureTraits const& traits, OIIO::ImageSpec& spec) {
+    if (!isHandedOn(format, traits)) return;
+    spec.attribute("compression", traits.compression);
+    if (traits.compressionLevel > 0)
+        spec.attribute("openexr:dwaCompressionLevel", traits.compressionLevel);
+}
+
 /// What the writers would not do by themselves: straight colour, half, few bits, the least loss.
 void setStorage(std::string_view format, RowPlan const& plan, OIIO::ImageSpec& spec) {
     if (plan.isStraight) spec.attribute("oiio:UnassociatedAlpha", 1);
     if (plan.bits > 0) spec.attribute("oiio:BitsPerSample", plan.bits);
     if (format == "tiff" && plan.type == OIIO::TypeHalf) spec.attribute("tiff:half", 1);
     if (format == "webp") spec.attribute("compression", "lossless");
+    if (format == "dpx") setDpxOrientation(spec);
     // Without a date the writers put in the clock's, and two runs would give two files.
     // An unknown date has blanks for its digits.
     bool const isDated = format == "openexr" || format == "tiff";
@@ -144,10 +185,11 @@ void setWindows(OIIO::ImageOutput const& writer, WriteRequest const& request,
         spec.y = spec.full_y = request.traits.originY;
     }
     if (!writer.supports("displaywindow") || !writer.supports("negativeorigin")) return;
-    spec.x -= request.marginX;
-    spec.y -= request.marginY;
-    spec.full_width = spec.width - 2 * request.marginX;
-    spec.full_height = spec.height - 2 * request.marginY;
+    PixelMargins const& margins = request.margins;
+    spec.x -= margins.left;
+    spec.y -= margins.top;
+    spec.full_width = spec.width - margins.left - margins.right;
+    spec.full_height = spec.height - margins.top - margins.bottom;
 }
 
 void addHistory(std::string const& history, OIIO::ImageSpec& spec) {
@@ -165,8 +207,64 @@ OIIO::ImageSpec specOf(OIIO::ImageOutput const& writer, PixelSize size, RowPlan 
         if (!request.history.empty()) addHistory(request.history, spec);
     }
     for (auto const& value : request.color) spec.extra_attribs.add_or_replace(value);
+    // A profile of colours fits no grey.
+    if (plan.channels == 1) spec.erase_attribute("ICCProfile");
     setStorage(writer.format_name(), plan, spec);
+    setCompression(writer.format_name(), request.traits, spec);
     return spec;
+}
+
+/// What goes along into the file; null for nothing.
+std::unique_ptr<ExtraReader> extrasOf(OIIO::ImageOutput const& writer,
+                                      WriteRequest const& request) {
+    bool const isHeld = std::string_view(writer.format_name()) == "openexr" &&
+                        request.channels != OutputChannels::kAlpha;
+    if (!isHeld || !request.traits.extras.isAny()) return nullptr;
+    return std::make_unique<ExtraReader>(request.traits.extras);
+}
+
+/// The headers of all parts; the first one is the picture's.
+std::vector<OIIO::ImageSpec> specsOf(OIIO::ImageSpec picture, ExtraReader* extras,
+                                     bool keepMetadata) {
+    std::vector<OIIO::ImageSpec> specs = {std::move(picture)};
+    if (!extras) return specs;
+    OIIO::ImageSpec& first = specs.front();
+    first.channelformats.assign(static_cast<std::size_t>(first.nchannels), first.format);
+    for (int const c : extras->channels()) {
+        first.channelnames.emplace_back(extras->spec().channel_name(c));
+        first.channelformats.push_back(extras->spec().channelformat(c));
+        if (c == extras->spec().z_channel) first.z_channel = first.nchannels;
+        ++first.nchannels;
+    }
+    if (extras->parts().empty()) return specs;
+    first.attribute("oiio:subimagename", extras->spec().get_string_attribute("oiio:subimagename"));
+    for (int const part : extras->parts())
+        specs.push_back(extras->partSpec(part, specs.front(), keepMetadata));
+    return specs;
+}
+
+bool openAll(OIIO::ImageOutput& writer, fs::path const& file,
+             std::vector<OIIO::ImageSpec> const& specs) {
+    if (specs.size() == 1) return writer.open(file.string(), specs.front());
+    return writer.open(file.string(), static_cast<int>(specs.size()), specs.data());
+}
+
+/// The further parts, in the order of their headers.
+bool writeParts(OIIO::ImageOutput& writer, fs::path const& file,
+                std::vector<OIIO::ImageSpec> const& specs, ExtraReader* extras) {
+    for (std::size_t i = 1; i < specs.size(); ++i)
+        if (!writer.open(file.string(), specs[i], OIIO::ImageOutput::AppendSubimage) ||
+            !extras->copyPart(extras->parts()[i - 1], writer))
+            return false;
+    return true;
+}
+
+void requireChannels(OIIO::ImageOutput const& writer, RowPlan const& plan, fs::path const& target,
+                     WriteRequest const& request) {
+    if (request.channels != OutputChannels::kAll || plan.channels == 4) return;
+    throw UserError(ExitCode::kOutput, {target.string(), "can't hold the channels", "rgba",
+                                        std::string("a format that keeps alpha, which ") +
+                                            writer.format_name() + " does not"});
 }
 
 /// What the writer says, of the target instead of the file that stood in for it.
@@ -178,7 +276,7 @@ UserError refusedBy(OIIO::ImageOutput& writer, fs::path const& file, fs::path co
 }
 
 bool lacksAlpha(RowPlan const& plan, WriteRequest const& request) {
-    return plan.channels == 3 && !request.opaque;
+    return plan.channels == 3 && !request.opaque && request.channels != OutputChannels::kColors;
 }
 
 void warnOfDepth(OIIO::ImageOutput const& writer, fs::path const& target,
@@ -204,6 +302,13 @@ void storeRow(Channel const* rgba, int width, RowPlan const& plan, Stored* value
         }
     }
     for (int x = 0; x < width; ++x, rgba += 4, values += plan.channels) {
+        if (plan.channels == 1) {
+            if constexpr (std::is_same_v<Channel, Stored> && !std::is_same_v<Stored, float>)
+                values[0] = toFile(rgba[3]);
+            else
+                values[0] = static_cast<float>(rgba[3]) / static_cast<float>(kWhite<Channel>);
+            continue;
+        }
         if constexpr (std::is_same_v<Channel, Stored> && !std::is_same_v<Stored, float>) {
             for (int c = 0; c < plan.channels; ++c) values[c] = toFile(rgba[c]);
         } else {
@@ -236,8 +341,26 @@ struct Written {
     bool sawTransparency = false;
 };
 
+/// A strip's pixels with the extra channels behind the picture's own, all in their own types.
+std::vector<unsigned char> withExtras(OIIO::ImageSpec const& spec, std::size_t ownBytes,
+                                      void const* own, int firstRow, int rows,
+                                      ExtraReader& extras) {
+    auto const width = static_cast<std::size_t>(spec.width);
+    std::size_t const pixel = ownBytes + extras.pixelBytes();
+    std::vector<unsigned char> all(pixel * width * static_cast<std::size_t>(rows));
+    auto const* from = static_cast<unsigned char const*>(own);
+    unsigned char* to = all.data();
+    for (int y = 0; y < rows; ++y, to += pixel * width) {
+        for (std::size_t x = 0; x < width; ++x, from += ownBytes)
+            std::memcpy(to + pixel * x, from, ownBytes);
+        extras.read(spec.x, firstRow + y, spec.width, to + ownBytes, pixel);
+    }
+    return all;
+}
+
 template <class Channel, class Stored>
-Written writeStrips(World const& world, RowPlan const& plan, OIIO::ImageOutput& writer) {
+Written writeStrips(World const& world, RowPlan const& plan, OIIO::ImageOutput& writer,
+                    ExtraReader* extras) {
     OIIO::ImageSpec const& spec = writer.spec();
     int const strip = std::min(spec.tile_width > 0 ? spec.tile_height : stripRowsOf(world.width()),
                                world.height());
@@ -265,6 +388,13 @@ Written writeStrips(World const& world, RowPlan const& plan, OIIO::ImageOutput& 
                                     halves.data());
         }
         int const first = spec.y + top, end = first + rows;
+        if (extras) {
+            auto const all = withExtras(spec, type.size() * static_cast<std::size_t>(plan.channels),
+                                        values, first, rows, *extras);
+            if (!writer.write_scanlines(first, end, 0, OIIO::TypeUnknown, all.data()))
+                return written;
+            continue;
+        }
         bool const isTaken =
             spec.tile_width > 0
                 ? writer.write_tiles(spec.x, spec.x + spec.width, first, end, 0, 1, type, values)
@@ -281,15 +411,17 @@ template <class Body>
 decltype(auto) withStored(World const& world, RowPlan const& plan, Body&& body) {
     return withChannelOf(world.depth(), [&](auto channel) {
         using Channel = decltype(channel);
-        bool const isExact = plan.isStraight && plan.fromStraight && plan.bits == 0 &&
-                             plan.type == OIIO::BaseTypeFromC<Channel>::value;
+        bool const isDirect = plan.channels == 1 || (plan.isStraight && plan.fromStraight);
+        bool const isExact =
+            isDirect && plan.bits == 0 && plan.type == OIIO::BaseTypeFromC<Channel>::value;
         return isExact ? body(channel, Channel()) : body(channel, 0.0f);
     });
 }
 
-Written writeRows(World const& world, RowPlan const& plan, OIIO::ImageOutput& writer) {
+Written writeRows(World const& world, RowPlan const& plan, OIIO::ImageOutput& writer,
+                  ExtraReader* extras = nullptr) {
     return withStored(world, plan, [&](auto channel, auto stored) {
-        return writeStrips<decltype(channel), decltype(stored)>(world, plan, writer);
+        return writeStrips<decltype(channel), decltype(stored)>(world, plan, writer, extras);
     });
 }
 
@@ -349,6 +481,12 @@ void saveBytes(std::vector<unsigned char> const& bytes, fs::path const& file,
 
 }  // namespace
 
+bool isOpenExrName(fs::path const& target) {
+    auto const writer = OIIO::ImageOutput::create(target.string());
+    if (!writer) OIIO::geterror();
+    return writer && std::string_view(writer->format_name()) == "openexr";
+}
+
 void checkTarget(fs::path const& target, bool noClobber) {
     if (target == "-") {
         throw UserError(ExitCode::kOutput, "-: standard output can't hold a picture; give a file");
@@ -374,9 +512,13 @@ std::vector<std::string> checkPicture(PixelSize size, fs::path const& target,
     OIIO::Filesystem::IOVecOutput memory;  // takes the place of a file where it can
     auto const writer = makeWriter(target);
     RowPlan const plan = planRows(*writer, request);
+    requireChannels(*writer, plan, target, request);
+    auto const extras = extrasOf(*writer, request);
     bool const isInMemory = writer->supports("ioproxy") && writer->set_ioproxy(&memory);
     fs::path const file = isInMemory ? target : "/dev/null";
-    bool isTaken = writer->open(file.string(), specOf(*writer, size, plan, request));
+    bool isTaken =
+        openAll(*writer, file,
+                specsOf(specOf(*writer, size, plan, request), extras.get(), request.keepMetadata));
     if (isTaken && isOneOf(kRefuseLate, std::string_view(writer->format_name()))) {
         World const black({size.width, size.height, request.depth});
         isTaken =
@@ -398,20 +540,28 @@ WriteReport writePicture(World const& world, fs::path const& target, WriteReques
     QuietLibraries const quiet;
     OIIO::Filesystem::IOVecOutput memory;
     auto const writer = makeWriter(target);  // gone before the file: its end may write once more
+    RowPlan const plan = planRows(*writer, request);
+    requireChannels(*writer, plan, target, request);
+    auto const extras = extrasOf(*writer, request);
     bool const isPng = std::string_view(writer->format_name()) == "png";
     bool const isInMemory = isPng || std::string_view(writer->format_name()) == "jpeg";
-    if (isInMemory) writer->set_ioproxy(&memory);
-    RowPlan const plan = planRows(*writer, request);
+    if (isInMemory) writer->set_ioproxy(&memory);  // from here on it must be opened
     PixelSize const size = {world.width(), world.height()};
     WriteReport report;
     Written written;
-    if (writer->open(file.path().string(), specOf(*writer, size, plan, request))) {
+    auto const specs =
+        specsOf(specOf(*writer, size, plan, request), extras.get(), request.keepMetadata);
+    if (openAll(*writer, file.path(), specs)) {
         noteSamples(writer->spec(), plan, report);
         int const fault =
             isPng ? writePng(world, plan, request.pngLevel, memory.buffer(), file.path(), written)
                   : 0;
         if (fault != 0) throw unwritable(target, std::strerror(fault));
-        if (!isPng) written = writeRows(world, plan, *writer);
+        if (!isPng) {
+            written = writeRows(world, plan, *writer, extras.get());
+            written.isWhole =
+                written.isWhole && writeParts(*writer, file.path(), specs, extras.get());
+        }
     }
     bool const isClosed = writer->close() || isPng;  // which complains of rows that it never got
     // The TIFF writer complains of an Exif directory without entries, after a whole picture.
@@ -420,8 +570,9 @@ WriteReport writePicture(World const& world, fs::path const& target, WriteReques
     if (!written.isWhole || !isClosed || !isHarmless) throw refusedBy(*writer, file.path(), target);
     writer->geterror();
     if (isInMemory && !isPng) saveBytes(memory.buffer(), file.path(), target);
-    std::string const fault = faultOfWritten(
-        file.path(), {writer->format_name(), world.width(), world.height(), plan.channels});
+    std::string const fault =
+        faultOfWritten(file.path(), {writer->format_name(), world.width(), world.height(),
+                                     specs.front().nchannels, static_cast<int>(specs.size())});
     if (!fault.empty()) throw unwritable(target, fault);
     if (!file.putInPlace(!request.noClobber)) throw existing(target);
     if (lacksAlpha(plan, request) && written.sawTransparency)

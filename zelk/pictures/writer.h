@@ -4,7 +4,9 @@
 // becomes 65535), but a TIFF is associated where the file that it inherits from is. Between
 // straight and associated colour values go in float and are rounded once; where alpha is 0 they
 // pass as they are. Formats without alpha, and WebP, GIF and FITS, get the picture over black, with
-// a warning when there was transparency. A file takes its place only after it was read back.
+// a warning when there was transparency. What the inputs' file has beside colours and alpha goes
+// along from OpenEXR to OpenEXR, and its compression within a format. A file takes its place only
+// after it was read back.
 #pragma once
 
 #include <filesystem>
@@ -13,6 +15,7 @@
 #include <vector>
 
 #include "hostkit/world.h"
+#include "zelk/pictures/output_channels.h"
 #include "zelk/pictures/pixel_size.h"
 #include "zelk/pictures/png_data.h"
 #include "zelk/pictures/reader.h"
@@ -23,14 +26,19 @@ namespace zelk {
 /// file, or it exists and `noClobber` is set. Writes nothing.
 void checkTarget(std::filesystem::path const& target, bool noClobber);
 
+/// Whether a name is of the format that holds a data window beside the display window, and
+/// channels and parts beside the picture's: OpenEXR.
+bool isOpenExrName(std::filesystem::path const& target);
+
 /// What a world is and how its file is to be.
 struct WriteRequest {
     Depth depth = Depth::k8;                ///< of the file's samples, where the format has them
     AlphaForm form = AlphaForm::kStraight;  ///< of the world's colour
     PictureTraits traits;  ///< what the file inherits; half samples, windows, metadata
     /// Pixels around the display window, of a data window that the format may keep apart.
-    int marginX = 0, marginY = 0;
-    bool opaque = false;  ///< leave alpha out: it is white everywhere
+    PixelMargins margins;
+    bool opaque = false;  ///< alpha is white everywhere, and left out unless it is asked for
+    OutputChannels channels = OutputChannels::kAsInputs;
     bool keepMetadata = true;
     int pngLevel = kFastPngLevel;  ///< of compression, to kMostPngLevel; changes no pixel
     bool noClobber = false;        ///< fail when the target has come up meanwhile

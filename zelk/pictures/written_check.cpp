@@ -79,9 +79,9 @@ std::vector<Rows> rowsToRead(std::string_view format, int height) {
     return {{0, height}};
 }
 
-/// Reads rows in the file's own samples and keeps none.
-bool canRead(OIIO::ImageInput& input, Rows const& rows) {
-    OIIO::ImageSpec const spec = input.spec();
+/// Reads rows of a part in the file's own samples and keeps none.
+bool canRead(OIIO::ImageInput& input, Rows const& rows, int part = 0) {
+    OIIO::ImageSpec const spec = input.spec(part, 0);
     int const strip = spec.tile_width > 0 ? spec.tile_height
                                           : std::clamp((1 << 18) / spec.width, 16, 256) / 16 * 16;
     std::vector<unsigned char> bytes(spec.scanline_bytes(true) * static_cast<std::size_t>(strip));
@@ -90,9 +90,9 @@ bool canRead(OIIO::ImageInput& input, Rows const& rows) {
         int const first = spec.y + top, end = spec.y + std::min(top + strip, rows.end);
         isRead =
             spec.tile_width > 0
-                ? input.read_tiles(0, 0, spec.x, spec.x + spec.width, first, end, spec.z,
+                ? input.read_tiles(part, 0, spec.x, spec.x + spec.width, first, end, spec.z,
                                    spec.z + 1, 0, spec.nchannels, OIIO::TypeUnknown, bytes.data())
-                : input.read_scanlines(0, 0, first, end, spec.z, 0, spec.nchannels,
+                : input.read_scanlines(part, 0, first, end, spec.z, 0, spec.nchannels,
                                        OIIO::TypeUnknown, bytes.data());
     }
     return isRead && !input.has_error();
@@ -113,6 +113,8 @@ std::string faultOfWritten(fs::path const& file, WrittenShape const& shape) {
     bool isWhole = input && input->open(file.string(), found, config) && hasShape(found, shape);
     for (Rows const& rows : rowsToRead(shape.format, shape.height))
         isWhole = isWhole && canRead(*input, rows);
+    for (int part = 1; isWhole && part < shape.parts; ++part)
+        isWhole = canRead(*input, {0, input->spec(part, 0).height}, part);
     OIIO::geterror();
     if (isWhole) return {};
     std::string const reason = input ? input->geterror() : std::string();

@@ -17,6 +17,7 @@ namespace zelk {
 struct WrittenShape {
     std::string_view format;  ///< OpenImageIO's name of it
     int width = 0, height = 0, channels = 0;
+    int parts = 1;  ///< the first one has those sizes
 };
 
 /// What is wrong with `file`; empty when it is whole. A reader may find more channels than were

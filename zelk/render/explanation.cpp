@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <nlohmann/json.hpp>
 
+#include "Transform/Common/ResampleOptions.h"
 #include "Transform/Common/Transform_Core_Render/KernelTable.h"
 #include "Transform/Common/Transform_Core_Render/calcMatrix.h"
 #include "zelk/pictures/channel_values.h"
@@ -31,13 +32,15 @@ std::array<double, 9> pixelMatrix(QV_Mtrx44 const& m, PixelSize source) {
 }
 
 PassReport passOf(char const* name, QuadMode quadMode, std::vector<Parameter> const& parameters,
-                  PinQuads const& quads, PixelSize source, PixelSize destination) {
+                  PinQuads const& quads, PixelSize source, PixelSize destination,
+                  ResampleOptions const& resample) {
     CoreRenderArguments core;
     core.quadMode = quadMode;
     toPinOrder(quads.from, core.fromPins);
     toPinOrder(quads.to, core.toPins);
     Reposition const reposition = repositionOf(parameters);
     RenderSettings settings;
+    settings.resample = &resample;
     settings.reposition = true;
     settings.repositionTranslateX = reposition.translateX;
     settings.repositionTranslateY = reposition.translateY;
@@ -67,7 +70,7 @@ std::string colorText(ColorReport const& color) {
 }  // namespace
 
 PlanReport planOf(std::vector<Parameter> const& parameters, PinFrame const& frame,
-                  ResampleOptions const& resample) {
+                  ResampleOptions resample) {
     constexpr char const* kQualities[] = {"Low", "Medium", "High", "Super Sample"};
     PlanReport plan;
     // Any module may be asked for: its controls need not be the ones that stand here.
@@ -89,13 +92,14 @@ PlanReport planOf(std::vector<Parameter> const& parameters, PinFrame const& fram
     plan.scan = resample.edges == EdgeCoverage::kExact ? "exact" : isPlain ? "plain" : "area";
 
     PinQuads const quads = pinQuads(parameters, frame);
-    auto const withMargin = [&frame](int width, int height) {
-        return PixelSize{width + 2 * frame.marginX, height + 2 * frame.marginY};
-    };
-    PixelSize const layer = withMargin(frame.layerWidth, frame.layerHeight);
-    PixelSize const whole = withMargin(frame.frameWidth, frame.frameHeight);
+    PixelSize const layer = {frame.layerWidth + 2 * frame.marginX,
+                             frame.layerHeight + 2 * frame.marginY};
+    PixelSize const whole = frame.whole();
+    if (!frame.overscan.isNone())
+        resample.frameAspect =
+            static_cast<float>(frame.frameWidth) / static_cast<float>(frame.frameHeight);
     auto const add = [&](char const* name, QuadMode mode, PixelSize to) {
-        plan.passes.push_back(passOf(name, mode, parameters, quads, layer, to));
+        plan.passes.push_back(passOf(name, mode, parameters, quads, layer, to, resample));
     };
     if (quads.passes.direct) add("From quad to To quad", kQuadFromToTo, whole);
     if (quads.passes.fromQuad) add("From quad to layer", kQuadFromToUnit, layer);
@@ -137,6 +141,11 @@ std::string asText(Explanation const& e) {
     if (e.margin.width > 0 || e.margin.height > 0)
         text += fmt::format("margin    {} x {}, in the frame\n", e.margin.width, e.margin.height);
     if (!e.stMap.empty()) text += fmt::format("ST map    {}\n", oneLine(e.stMap));
+    if (!e.overscan.isNone())
+        text += fmt::format("overscan  {} left, {} top, {} right, {} bottom, in the frame\n",
+                            e.overscan.left, e.overscan.top, e.overscan.right, e.overscan.bottom);
+    if (!e.matte.empty()) text += fmt::format("matte     {}\n", e.matte);
+    if (!e.holdout.empty()) text += fmt::format("holdout   {}\n", e.holdout);
     text += fmt::format("depth     {} rendered, {} of {} bits written\n",
                         wordOf(kDepthWords, e.renderDepth), e.writtenType, e.writtenBits);
     text += fmt::format("color     {}\n", e.color.work.empty() ? "raw" : colorText(e.color));
@@ -165,6 +174,12 @@ std::string asJson(Explanation const& e) {
     json["frame"] = {{"width", e.frame.width}, {"height", e.frame.height}};
     json["margin"] = {{"x", e.margin.width}, {"y", e.margin.height}};
     if (!e.stMap.empty()) json["stMap"] = e.stMap;
+    json["overscan"] = {{"left", e.overscan.left},
+                        {"top", e.overscan.top},
+                        {"right", e.overscan.right},
+                        {"bottom", e.overscan.bottom}};
+    if (!e.matte.empty()) json["matte"] = e.matte;
+    if (!e.holdout.empty()) json["holdout"] = e.holdout;
     json["depth"] = {{"rendered", wordOf(kDepthWords, e.renderDepth)},
                      {"written", e.writtenType},
                      {"writtenBits", e.writtenBits}};

@@ -37,7 +37,7 @@ struct PlanReport {
 
 /// Reads the plan from the parameters' current values, which are pins at full resolution.
 PlanReport planOf(std::vector<Parameter> const& parameters, PinFrame const& frame,
-                  ResampleOptions const& resample);
+                  ResampleOptions resample);
 
 /// Pixels of the rendered layer, before a plate comes in.
 struct Covered {
@@ -71,11 +71,13 @@ private:
 
 struct Explanation {
     Road road = Road::kModule;
-    std::string host;        ///< "FXTC 13.27", on the module road
-    bool isPlain = false;    ///< the module by PF_Cmd_RENDER
-    PixelSize layer, frame;  ///< pixels at the render's resolution
-    std::string stMap;       ///< what the frame is drawn through; empty for none
-    PixelSize margin;        ///< of the frame, around the layer on each side
+    std::string host;            ///< "FXTC 13.27", on the module road
+    bool isPlain = false;        ///< the module by PF_Cmd_RENDER
+    PixelSize layer, frame;      ///< pixels at the render's resolution
+    std::string stMap;           ///< what the frame is drawn through; empty for none
+    PixelSize margin;            ///< of the frame, around the layer on each side
+    PixelMargins overscan;       ///< of the plate, in the frame
+    std::string matte, holdout;  ///< file and channel; empty without
     Depth renderDepth = Depth::k8;
     std::string writtenType;  ///< of the file's samples, as OpenImageIO names it
     int writtenBits = 0;      ///< in use of each

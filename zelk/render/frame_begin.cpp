@@ -131,6 +131,10 @@ void FrameStages::readSizes(std::vector<int> const& frames) {
     if (isModule()) m_ask = moduleRenderOf(m_scene, *m_host, *layer);
     PixelSize const one = sizeOf(layer ? *layer : *plate);
     settleSizes(layer, plate, {one, one});
+    m_sizes.overscan = plate && plateReading().keepsOverscan ? plate->overscan() : PixelMargins{};
+    m_besidesBytes = matteBytes(m_scene, m_sizes.layer, m_sizes.frame + m_sizes.overscan);
+    for (auto const* picture : {&layer, &plate})
+        if (*picture) m_besidesBytes += (*picture)->turningBytes(sizeof(float));
 }
 
 /// The one place that says how large layer and frame are; `unknown` where no picture tells.
@@ -180,13 +184,14 @@ void FrameStages::settleValues(std::vector<int> const& frames) {
     m_frames = frames;
 }
 
-PictureReader FrameStages::openSized(InputPicture const& file, PixelSize size) const {
-    PictureReader picture = file.open();
-    if (picture.width() == size.width && picture.height() == size.height) return picture;
-    throw UserError(
-        ExitCode::kInput,
-        fmt::format("{}: another size than the first frame's: {}x{}, not {}x{}", file.name(),
-                    picture.width(), picture.height(), size.width, size.height));
+PictureReader FrameStages::openSized(InputPicture const& file, PixelSize size,
+                                     ReadOptions const& how) const {
+    PictureReader picture = file.open(how);
+    PixelSize const own = picture.displaySize();
+    if (own == size) return picture;
+    throw UserError(ExitCode::kInput,
+                    fmt::format("{}: another size than the first frame's: {}x{}, not {}x{}",
+                                file.name(), own.width, own.height, size.width, size.height));
 }
 
 Scene FrameStages::settledScene() const {

@@ -38,12 +38,25 @@ World FrameStages::layerWorld(int frame, FrameColors& colors) {
     return readStraightWorld(layer);
 }
 
-LoadedFrame FrameStages::load(int frame, int reduce) {
+/// A file that holds windows, channels and parts of its own gets those of the plate. A proxy and a
+/// lens map, which is of the frame, leave overscan out.
+ReadOptions FrameStages::plateReading() const {
+    bool const isHeld = m_scene.output && isOpenExrName(m_scene.outputPath());
+    bool const isWhole = downsample() == 1 && !m_scene.stMap;
+    return {m_scene.keepsOrientation, isHeld && isWhole && !m_scene.dropsOverscan,
+            isHeld && channelsOf(m_scene) != OutputChannels::kAlpha};
+}
+
+LoadedFrame FrameStages::load(int frame, int reduce, bool isForFile) {
     LoadedFrame loaded;
     loaded.reduce = reduce * (isModule() ? 1 : downsample());
     PictureTraits layer, plate;
+    loaded.matte = matteOf(m_scene, m_files, frame, m_sizes.layer);
     loaded.layer = loadLayer(m_files.layer.pictureOf(frame), layer, loaded);
-    if (m_files.plate) loadPlate(m_files.plate->pictureOf(frame), plate, loaded);
+    loaded.matte.reset();
+    ReadOptions const how = isForFile ? plateReading() : ReadOptions{m_scene.keepsOrientation};
+    if (m_files.plate) loadPlate(m_files.plate->pictureOf(frame), plate, how, loaded);
+    loaded.holdout = holdoutOf(m_scene, m_files, frame, holdoutFrame(loaded.overscan));
     if (m_files.stMap) loaded.map = loadMap(m_files.stMap->pictureOf(frame), loaded.reduce);
     settleOutput(layer, plate, loaded);
     convertInputs(loaded);
@@ -62,9 +75,10 @@ World FrameStages::loadLayer(std::optional<InputPicture> const& file, PictureTra
         return isModule() ? World(m_host->worldSpec(size.width, size.height, m_ask.depth))
                           : World({size.width, size.height, Depth::kFloat});
     }
-    PictureReader picture = openSized(*file, m_sizes.layer);
+    PictureReader picture = openSized(*file, m_sizes.layer, file->how);
     traits = picture.traits();
     m_warnings.add(picture.warnings());
+    picture.setMatte(loaded.matte);
     if (!isModule()) return associatedWorld(picture, loaded.reduce);
     loaded.ask = moduleRenderOf(m_scene, *m_host, picture, loaded.reduce);
     return readLayer(*m_host, picture, loaded.ask);
@@ -72,7 +86,7 @@ World FrameStages::loadLayer(std::optional<InputPicture> const& file, PictureTra
 
 /// Of one frame alone the rows wait in their file: nothing would be gained by keeping them.
 void FrameStages::loadPlate(std::optional<InputPicture> const& file, PictureTraits& traits,
-                            LoadedFrame& loaded) {
+                            ReadOptions const& how, LoadedFrame& loaded) {
     traits = m_plateTraits;
     if (!file) {
         PixelSize const size = reduced(m_sizes.frame, loaded.reduce);
@@ -81,8 +95,9 @@ void FrameStages::loadPlate(std::optional<InputPicture> const& file, PictureTrai
             for (int x = 0; x < black.width(); ++x) black.rowAs<float>(y)[4 * x] = 1;
         return;
     }
-    PictureReader& picture = loaded.plateRows.emplace(openSized(*file, m_sizes.frame));
+    PictureReader& picture = loaded.plateRows.emplace(openSized(*file, m_sizes.frame, how));
     traits = picture.traits();
+    if (how.keepsOverscan) loaded.overscan = picture.overscan();
     m_warnings.add(picture.warnings());
     if (m_inFlight == 1 && loaded.reduce == 1) return;
     loaded.plate = associatedWorld(picture, loaded.reduce);
@@ -113,6 +128,7 @@ void FrameStages::settleOutput(PictureTraits const& layer, PictureTraits const& 
     loaded.file = isModule() ? ownFrameOutput(m_scene, m_run, layer,
                                               marginOf(m_host->parameters(), loaded.ask))
                              : outputOf(m_scene, m_run, layer, m_files.plate ? &plate : nullptr);
+    if (!isModule()) loaded.file.margins = loaded.overscan;
     loaded.colors = m_colors.settle(layer, m_files.plate ? &plate : nullptr, loaded.file);
     m_warnings.add(loaded.colors.warnings);
     m_conversions.add(loaded.colors.conversions);

@@ -38,7 +38,7 @@ struct PreviewOptions {
 /// What changes no pixel.
 struct RenderOptions {
     bool noClobber = false;    ///< an output that is there is an error
-    bool inPlace = false;      ///< the output may be the layer's or plate's own file
+    bool inPlace = false;      ///< the output may be the own file of one of the inputs
     bool keepMetadata = true;  ///< of the inputs, in the output
     std::string history;       ///< of the output's metadata, such as a command line; empty: none
     int pngLevel = 1;          ///< compression of PNG, 0 to 9; changes no pixel
@@ -76,7 +76,7 @@ public:
     void begin(std::vector<int> const& frames);
     // After begin, or a frame:
     PixelSize layerSize() const;  ///< pixels at full resolution
-    PixelSize frameSize() const;  ///< the same, without Grow Bounds
+    PixelSize frameSize() const;  ///< the same, without Grow Bounds and overscan
     /// The scene without tracks and edits, with the values that they came to: writeScene takes it.
     Scene settledScene() const;
 

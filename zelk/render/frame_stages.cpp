@@ -54,6 +54,16 @@ void makeStraight(World& world) {
     }
 }
 
+/// A float world in the midst of transparent margins.
+World widened(World const& picture, PixelMargins const& margins) {
+    PixelSize const whole = PixelSize{picture.width(), picture.height()} + margins;
+    World wide({whole.width, whole.height, Depth::kFloat});
+    for (int y = 0; y < picture.height(); ++y)
+        std::copy_n(picture.rowAs<float>(y), 4 * picture.width(),
+                    wide.rowAs<float>(y + margins.top) + 4 * margins.left);
+    return wide;
+}
+
 std::unique_ptr<Host> hostOf(Scene const& scene) {
     auto host = loadModule(scene);
     setOptionValues(scene, host->parameters());  // refuses bad values before any file is touched
@@ -95,7 +105,7 @@ void FrameStages::requireReduced(int reduce) const {
 World FrameStages::world(int frame, PreviewOptions const& options) {
     beginAt(frame);
     requireReduced(options.reduce);
-    RenderedFrame rendered = render(frame, load(frame, options.reduce));
+    RenderedFrame rendered = render(frame, load(frame, options.reduce, false));
     World& picture = rendered.picture;
     if (!isModule()) makeStraight(picture);
     if (m_scene.color.output && rendered.colors.workToOutput)
@@ -132,7 +142,7 @@ void FrameStages::check(int frame) {
     PictureTraits layer = m_layerTraits, plate = m_plateTraits;
     headers.ask = m_ask;
     if (auto const file = m_files.layer.pictureOf(frame)) {
-        PictureReader const picture = openSized(*file, m_sizes.layer);
+        PictureReader const picture = openSized(*file, m_sizes.layer, file->how);
         layer = picture.traits();
         if (isModule()) {
             headers.ask = moduleRenderOf(m_scene, *m_host, picture);
@@ -140,16 +150,19 @@ void FrameStages::check(int frame) {
         }
     }
     if (m_files.plate)
-        if (auto const file = m_files.plate->pictureOf(frame))
-            plate = openSized(*file, m_sizes.frame).traits();
+        if (auto const file = m_files.plate->pictureOf(frame)) {
+            PictureReader const picture = openSized(*file, m_sizes.frame, plateReading());
+            plate = picture.traits();
+            if (plateReading().keepsOverscan) headers.overscan = picture.overscan();
+        }
     if (m_files.stMap)
         if (auto const file = m_files.stMap->pictureOf(frame))
             m_warnings.add(checkStMap(*file, m_sizes.frame));
+    checkMattes(m_scene, m_files, frame, m_sizes.layer, holdoutFrame(headers.overscan));
     settleOutput(layer, plate, headers);
-    PinFrame const space = pinFrameOf(headers.ask, downsample());
+    PinFrame const space = pinFrameOf(headers.ask, downsample(), headers.overscan);
     plan(space, frameRequest(m_comp, frame), Depth::kFloat);
-    PixelSize const size = {space.frameWidth + 2 * space.marginX,
-                            space.frameHeight + 2 * space.marginY};
+    PixelSize const size = space.whole();
     if (isMovieName(m_scene.outputPath())) {
         if (!std::exchange(m_isMovieChecked, true)) checkMovie(movieRequestOf(size));
     } else if (m_scene.output) {
@@ -158,11 +171,13 @@ void FrameStages::check(int frame) {
 }
 
 /// The layer, the frame and the margin as the render has them.
-PinFrame FrameStages::pinFrameOf(ModuleRender const& ask, int reduce) const {
+PinFrame FrameStages::pinFrameOf(ModuleRender const& ask, int reduce,
+                                 PixelMargins const& overscan) const {
     int const n = isModule() ? ask.downsample : reduce;
     PixelSize const margin = isModule() ? marginOf(m_host->parameters(), ask) : PixelSize{};
     PixelSize const layer = reduced(m_sizes.layer, n), frame = reduced(m_sizes.frame, n);
-    return {layer.width, layer.height, frame.width, frame.height, n, margin.width, margin.height};
+    return {layer.width, layer.height, frame.width,   frame.height,
+            n,           margin.width, margin.height, overscan};
 }
 
 RenderedFrame FrameStages::render(int frame, LoadedFrame loaded) {
@@ -173,7 +188,7 @@ RenderedFrame FrameStages::render(int frame, LoadedFrame loaded) {
 }
 
 World FrameStages::renderedByModule(LoadedFrame& loaded, FrameRequest const& moment) {
-    PinFrame const space = pinFrameOf(loaded.ask, 1);
+    PinFrame const space = pinFrameOf(loaded.ask, 1, {});
     if (m_explanation) {
         m_explanation->isPlain = loaded.ask.isPlain;
         m_explanation->margin = {space.marginX, space.marginY};
@@ -182,27 +197,46 @@ World FrameStages::renderedByModule(LoadedFrame& loaded, FrameRequest const& mom
     World picture = renderByModule(*m_host, std::move(loaded.layer), loaded.ask, moment);
     endStage("render");
     if (m_explanation) m_explanation->covered = countCovered(picture);
+    if (loaded.holdout)
+        holdOut(picture, AlphaForm::kStraight, *loaded.holdout, loaded.ask.downsample);
     return picture;
 }
 
-World FrameStages::renderedInMemory(LoadedFrame& loaded, FrameRequest const& moment) {
-    plan(pinFrameOf(loaded.ask, loaded.reduce), moment, Depth::kFloat);
+/// The pinned layer in the frame with its overscan. What has no place in the frame, as without To
+/// Pins, is rendered without any and lies at the frame's own corner.
+World FrameStages::pinnedInMemory(LoadedFrame& loaded, FrameRequest const& moment) {
     int const n = loaded.reduce;
     PixelSize const layer = reduced(m_sizes.layer, n), frame = reduced(m_sizes.frame, n);
-    World picture({frame.width, frame.height, Depth::kFloat}, PixelMemory::Start::kAnything);
     FrameMap map;
     ResampleOptions resample = resampleOptionsOf(m_scene, n);
     if (loaded.map) {
         map = loaded.map->frameMap();
         resample.map = &map;
     }
-    renderInMemory(m_host->parameters(), loaded.layer, picture,
-                   {{layer.width * n, layer.height * n}, {frame.width * n, frame.height * n}},
-                   moment, m_scene.layer.name(), resample);
+    auto const rendered = [&](PixelMargins const& overscan) {
+        PixelSize const whole = frame + overscan;
+        World picture({whole.width, whole.height, Depth::kFloat}, PixelMemory::Start::kAnything);
+        renderInMemory(
+            m_host->parameters(), loaded.layer, picture,
+            {{layer.width * n, layer.height * n}, {frame.width * n, frame.height * n}, overscan},
+            moment, m_scene.layer.name(), resample);
+        return picture;
+    };
+    auto const parameters =
+        parametersAt(m_host->parameters(), {moment.time, moment.timeBase.scale});
+    bool const isPlaced = pinQuads(parameters, pinFrameOf(loaded.ask, n, {})).passes.usesToQuad();
+    if (isPlaced || loaded.overscan.isNone()) return rendered(loaded.overscan);
+    return widened(rendered({}), loaded.overscan);
+}
+
+World FrameStages::renderedInMemory(LoadedFrame& loaded, FrameRequest const& moment) {
+    plan(pinFrameOf(loaded.ask, loaded.reduce, loaded.overscan), moment, Depth::kFloat);
+    World picture = pinnedInMemory(loaded, moment);
     loaded.layer = World();
     loaded.map.reset();
     endStage("render");
     if (m_explanation) m_explanation->covered = countCovered(picture);
+    if (loaded.holdout) holdOut(picture, AlphaForm::kAssociated, *loaded.holdout, loaded.reduce);
     int const mode = m_scene.overMode.value_or(PF_Xfer_IN_FRONT);
     if (loaded.plateRows)
         layOver(picture, *loaded.plateRows, loaded.colors.plateToWork.get(), mode);
@@ -214,7 +248,7 @@ World FrameStages::renderedInMemory(LoadedFrame& loaded, FrameRequest const& mom
 
 QuadMap FrameStages::mapAt(int frame) {
     FrameRequest const moment = momentOf(frame);
-    PinFrame const space = pinFrameOf(m_ask, 1);
+    PinFrame const space = pinFrameOf(m_ask, 1, {});
     plan(space, moment, Depth::kFloat);
     return mapOf(parametersAt(m_host->parameters(), {moment.time, moment.timeBase.scale}), space,
                  resampleOptionsOf(m_scene, 1));
@@ -235,8 +269,10 @@ void FrameStages::plan(PinFrame const& frame, FrameRequest const& moment, Depth 
     warnOfShrink(parameters, plan);
     if (!m_explanation) return;
     m_explanation->layer = {frame.layerWidth, frame.layerHeight};
-    m_explanation->frame = {frame.frameWidth + 2 * frame.marginX,
-                            frame.frameHeight + 2 * frame.marginY};
+    m_explanation->frame = frame.whole();
+    m_explanation->overscan = frame.overscan;
+    if (m_scene.matte) m_explanation->matte = describe(*m_scene.matte);
+    if (m_scene.holdout) m_explanation->holdout = describe(*m_scene.holdout);
     if (m_scene.stMap) m_explanation->stMap = m_scene.stMap->name();
     m_explanation->renderDepth = depth;
     m_explanation->plan = plan;
@@ -291,10 +327,11 @@ bool FrameStages::finishMovie(std::atomic<bool> const& stop) {
 
 /// Bytes that a frame holds on its way, and those of the one that is being rendered.
 std::uint64_t FrameStages::bytesInFlight() const {
-    RenderSize size{m_sizes.layer.width, m_sizes.layer.height, m_ask.depth, 0, 0, 0};
+    RenderSize size{m_sizes.layer.width, m_sizes.layer.height, m_ask.depth, 0, 0, 0,
+                    m_ask.besidesBytes};
     if (isModule()) return renderBytes(size);
     PixelSize const layer = reduced(m_sizes.layer, downsample());
-    PixelSize const frame = reduced(m_sizes.frame, downsample());
+    PixelSize const frame = reduced(m_sizes.frame, downsample()) + m_sizes.overscan;
     auto const pixels = [](PixelSize of) {
         return std::uint64_t(of.width) * std::uint64_t(of.height);
     };
@@ -304,7 +341,7 @@ std::uint64_t FrameStages::bytesInFlight() const {
     std::uint64_t const pyramid = m_scene.isBest ? 16 * pixels(layer) / 3 : 0;
     // Numbered maps are as many as frames.
     std::uint64_t const map = m_files.stMap ? 8 * pixels(frame) : 0;
-    return plate + pyramid + map +
+    return plate + pyramid + map + m_besidesBytes +
            frameRenderBytes(layer.width, layer.height, frame.width, frame.height);
 }
 
@@ -324,7 +361,8 @@ void FrameStages::checkMemory() const {
 }
 
 MovieRequest FrameStages::movieRequestOf(PixelSize size) const {
-    return {m_scene.outputPath(), size, m_comp.timeBase, m_scene.codec, m_scene.codecQuality, {}, {}};
+    return {
+        m_scene.outputPath(), size, m_comp.timeBase, m_scene.codec, m_scene.codecQuality, {}, {}};
 }
 
 void FrameStages::storeInMovie(RenderedFrame const& rendered) {

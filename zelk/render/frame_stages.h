@@ -18,6 +18,7 @@
 #include "zelk/movies/writer.h"
 #include "zelk/pictures/reader.h"
 #include "zelk/pictures/writer.h"
+#include "zelk/render/mattes.h"
 #include "zelk/render/memory_road.h"
 #include "zelk/render/module_road.h"
 #include "zelk/render/quad_map.h"
@@ -39,8 +40,10 @@ struct LoadedFrame {
     std::optional<PictureReader> plateRows;  ///< a plate whose rows are read when they are needed
     std::shared_ptr<StMap const> map;        ///< of the frame at this size; null for none
     WriteRequest file;
-    ModuleRender ask;  ///< on the module road; each file has its own depth
-    int reduce = 1;    ///< of both inputs, on the memory road
+    ModuleRender ask;       ///< on the module road; each file has its own depth
+    int reduce = 1;         ///< of both inputs, on the memory road
+    PixelMargins overscan;  ///< of the plate, around the frame
+    std::shared_ptr<ChannelPlane const> matte, holdout;  ///< the matte until the layer is read
     FrameColors colors;
 };
 struct RenderedFrame {
@@ -89,7 +92,7 @@ public:
     void beginEdit(int frame);
     // After begin:
     PixelSize layerSize() const { return m_sizes.layer; }
-    PixelSize frameSize() const { return m_sizes.frame; }
+    PixelSize frameSize() const { return m_sizes.frame; }  ///< of the display window
     FrameRequest momentOf(int frame) const;
     /// The scene with the values that the host has now.
     Scene settledScene() const;
@@ -109,7 +112,8 @@ public:
     /// What `load` and `store` would refuse of a frame, as far as its files' headers, the output's
     /// place and its writer tell. Reads no pixels and writes nothing.
     void check(int frame);
-    LoadedFrame load(int frame, int reduce = 1);
+    /// A frame that is not for the output's file has no overscan.
+    LoadedFrame load(int frame, int reduce = 1, bool isForFile = true);
     RenderedFrame render(int frame, LoadedFrame loaded);
     void store(int frame, RenderedFrame rendered);
     /// After the last frame of a movie; false when `stop` was set before it was whole.
@@ -136,21 +140,26 @@ private:
     void requirePixelsLeft() const;
     /// Of the scene, which a preview's reduction multiplies.
     int downsample() const { return m_scene.downsample.value_or(1); }
-    PictureReader openSized(InputPicture const& file, PixelSize size) const;
+    PictureReader openSized(InputPicture const& file, PixelSize size, ReadOptions const& how) const;
+    ReadOptions plateReading() const;
+    HoldoutFrame holdoutFrame(PixelMargins const& overscan) const {
+        return {m_sizes.frame, overscan};
+    }
     World loadLayer(std::optional<InputPicture> const& file, PictureTraits& traits,
                     LoadedFrame& loaded);
     void loadPlate(std::optional<InputPicture> const& file, PictureTraits& traits,
-                   LoadedFrame& loaded);
+                   ReadOptions const& how, LoadedFrame& loaded);
     std::shared_ptr<StMap const> loadMap(std::optional<InputPicture> const& file, int reduce);
     void settleOutput(PictureTraits const& layer, PictureTraits const& plate, LoadedFrame& loaded);
     void convertInputs(LoadedFrame& loaded) const;
     World layerWorld(int frame, FrameColors& colors);
     std::uint64_t bytesInFlight() const;
-    PinFrame pinFrameOf(ModuleRender const& ask, int reduce) const;
+    PinFrame pinFrameOf(ModuleRender const& ask, int reduce, PixelMargins const& overscan) const;
     void plan(PinFrame const& frame, FrameRequest const& moment, Depth depth);
     void warnOfShrink(std::vector<Parameter> const& parameters, PlanReport const& plan);
     World renderedByModule(LoadedFrame& loaded, FrameRequest const& moment);
     World renderedInMemory(LoadedFrame& loaded, FrameRequest const& moment);
+    World pinnedInMemory(LoadedFrame& loaded, FrameRequest const& moment);
     MovieRequest movieRequestOf(PixelSize size) const;
     void storeInMovie(RenderedFrame const& rendered);
     void endStage(char const* stage);
@@ -161,9 +170,10 @@ private:
     SceneFiles m_files;
     SceneColors m_colors;
     Comp m_comp;
-    std::vector<int> m_frames;   ///< of begin
-    std::size_t m_inFlight = 1;  ///< frames; with 1 of them nothing overlaps
-    ImageSizes m_sizes;
+    std::vector<int> m_frames;         ///< of begin
+    std::size_t m_inFlight = 1;        ///< frames; with 1 of them nothing overlaps
+    ImageSizes m_sizes;                ///< the overscan is the first plate's
+    std::uint64_t m_besidesBytes = 0;  ///< of mattes and turned pictures, on the memory road
     PictureTraits m_layerTraits, m_plateTraits;  ///< also a black picture's
     ModuleRender m_ask;
     Warnings m_warnings, m_conversions;

@@ -71,7 +71,7 @@ std::uint64_t renderBytes(RenderSize const& size) {
     return rasterBytes(size.width, size.height, size.depth) +
            frames * rasterBytes(size.width + 2 * size.marginX, size.height + 2 * size.marginY,
                                 size.depth) +
-           kRest;
+           size.besides + kRest;
 }
 
 std::uint64_t frameRenderBytes(int layerWidth, int layerHeight, int frameWidth, int frameHeight) {

@@ -16,11 +16,12 @@ struct RenderSize {
     int width = 0, height = 0;  ///< pixels
     Depth depth = Depth::k8;
     int marginX = 0, marginY = 0;
-    int extraImages = 0;  ///< for a Transfer Mode, Super Sample, motion blur: one each
+    int extraImages = 0;        ///< for a Transfer Mode, Super Sample, motion blur: one each
+    std::uint64_t besides = 0;  ///< bytes of mattes, and of a picture that is turned
 };
 
 /// Bytes that a render in a host takes: the layer; the output, two more of the effect's own and the
-/// extra ones, of the frame's size; two more with a margin; and 100 MB.
+/// extra ones, of the frame's size; two more with a margin; what is held besides; and 100 MB.
 std::uint64_t renderBytes(RenderSize const& size);
 
 /// Bytes that a render into a frame takes: the layer and two copies of it, the frame, and 100 MB.

@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "Transform/Common/PopupEntries.h"
+#include "Transform/Common/ResampleOptions.h"
 #include "Transform/Common/RowBands.h"
 #include "Transform/Common/Transform_Core_Render/TransferModes.h"
 #include "effect/Render.h"
@@ -34,16 +35,19 @@ PluginHost_API::RasterInfo describe(World& world) {
     return info;
 }
 
+bool isToOffset(int index) { return index >= kToOffsets && index < kToOffsets + 8; }
+
 /// A control's value at a moment. Points become fractions: From Pins of the layer, others of the
-/// frame. Popups count from 0.
+/// image around the frame, as do the hundredths of the frame that offsets are. Popups count from 0.
 PluginHost_Memory_Impl::Value valueOf(PF_ParamDef const& def, int index, ImageSizes const& sizes) {
     PluginHost_Memory_Impl::Value value;
     bool const isFrom = index >= kFromPins && index < kFromPins + 4;
-    PixelSize const image = isFrom ? sizes.layer : sizes.frame;
+    PixelMargins const around = isFrom ? PixelMargins{} : sizes.overscan;
+    PixelSize const image = (isFrom ? sizes.layer : sizes.frame) + around;
     switch (def.param_type) {
         case PF_Param_POINT:
-            value.x = fixedToReal(def.u.td.x_value) / image.width;
-            value.y = fixedToReal(def.u.td.y_value) / image.height;
+            value.x = (fixedToReal(def.u.td.x_value) + around.left) / image.width;
+            value.y = (fixedToReal(def.u.td.y_value) + around.top) / image.height;
             break;
         case PF_Param_COLOR:
             value.x = def.u.cd.value.red / 255.0;
@@ -55,6 +59,10 @@ PluginHost_Memory_Impl::Value valueOf(PF_ParamDef const& def, int index, ImageSi
             break;
         default:
             value.x = numberOf(def);
+            if (isToOffset(index) && !around.isNone())
+                value.x *= (index - kToOffsets) % 2 == 0
+                               ? double(sizes.frame.width) / image.width
+                               : double(sizes.frame.height) / image.height;
             break;
     }
     return value;
@@ -155,9 +163,13 @@ void renderInMemory(std::vector<Parameter> const& parameters, World& layer, Worl
                     ImageSizes const& full, FrameRequest const& moment,
                     std::string const& layerName, ResampleOptions const& resample) {
     PluginHost_Memory_Impl host(describe(layer), describe(frame), MemoryHostFamily::kFXPLUG);
-    host.setResampleOptions(&resample);
-    host.setScale(double(frame.width()) / full.frame.width,
-                  double(frame.height()) / full.frame.height);
+    ResampleOptions own = resample;
+    if (!full.overscan.isNone())
+        own.frameAspect =
+            static_cast<float>(full.frame.width) / static_cast<float>(full.frame.height);
+    host.setResampleOptions(&own);
+    PixelSize const whole = full.frame + full.overscan;
+    host.setScale(double(frame.width()) / whole.width, double(frame.height()) / whole.height);
     setControls(host, parameters, full);
     setShutter(host, parameters, moment.shutter);
     host.setTime({moment.time, moment.timeBase.step, static_cast<int>(moment.timeBase.scale)},

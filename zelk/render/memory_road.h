@@ -23,9 +23,10 @@ namespace zelk {
 World readAssociatedWorld(PictureReader& picture);
 
 /// Sizes that points are fractions of, at full resolution: From Pins of the layer, all others of
-/// the frame.
+/// the frame. Around the frame the image may have margins, which change no point's place in it.
 struct ImageSizes {
     PixelSize layer, frame;
+    PixelMargins overscan = {};
 };
 
 /// Renders `layer` by the parameters' values at a moment into `frame`, both float worlds of

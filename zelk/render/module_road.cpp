@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "Transform/Common/Transform_Core_Render/PassPlan.h"
+#include "zelk/render/mattes.h"
 #include "zelk/render/memory_budget.h"
 #include "zelk/scene/effect_result.h"
 #include "zelk/scene/parameter_names.h"
@@ -61,6 +62,7 @@ RenderSize renderSize(Host const& host, PictureReader const& picture, ModuleRend
     size.depth = ask.depth;
     size.marginX = margin.width;
     size.marginY = margin.height;
+    size.besides = ask.besidesBytes;
     size.extraImages =
         (entryOf(parameters, kParamTransferMode) != kTransferNone) +
         softens(entryOf(parameters, kParamQuality)) +
@@ -85,6 +87,8 @@ ModuleRender moduleRenderOf(Scene const& scene, Host const& host, PictureReader 
     ask.depth = scene.depth.value_or(layer.traits().depth);
     ask.downsample = scene.downsample.value_or(1) * reduce;
     ask.isPlain = scene.isPlain || !host.supportsSmartRender();
+    ask.besidesBytes = layer.turningBytes(pixelBytes(ask.depth) / 4) +
+                       matteBytes(scene, ask.layerSize, ask.layerSize);
     checkDownsample(scene, ask.downsample, layer);
     return ask;
 }

@@ -16,7 +16,8 @@ struct ModuleRender {
     PixelSize layerSize;    ///< at full resolution, pixels
     Depth depth = Depth::k8;
     int downsample = 1;
-    bool isPlain = false;  ///< PF_Cmd_RENDER, which knows no Grow Bounds
+    bool isPlain = false;            ///< PF_Cmd_RENDER, which knows no Grow Bounds
+    std::uint64_t besidesBytes = 0;  ///< as RenderSize has them
 };
 
 /// What Grow Bounds adds on each side at the render's resolution, pixels; none in a plain render.

@@ -12,6 +12,7 @@
 #include "zelk/scene/parameter_values.h"
 #include "zelk/scene/refusal.h"
 #include "zelk/scene/values.h"
+#include "zelk/scene/words.h"
 #include "zelk/text/errors.h"
 
 namespace zelk {
@@ -127,6 +128,11 @@ Comp compOf(Scene const& scene, int firstFrame, int lastFrame) {
     return comp;
 }
 
+OutputChannels channelsOf(Scene const& scene) {
+    if (!scene.channels) return OutputChannels::kAsInputs;
+    return pick(kChannelWords, nameOf(scene, SceneField::kChannels), *scene.channels);
+}
+
 WriteRequest writeRequestOf(RunOptions const& run) {
     WriteRequest ask;
     ask.keepMetadata = run.keepMetadata;
@@ -146,6 +152,7 @@ WriteRequest outputOf(Scene const& scene, RunOptions const& run, PictureTraits c
     ask.traits.isHalf = deeper.isHalf && !scene.depth;
     ask.depth = scene.depth.value_or(deeper.depth);
     ask.opaque = plate && !plate->hasAlpha;
+    ask.channels = channelsOf(scene);
     return ask;
 }
 
@@ -155,8 +162,8 @@ WriteRequest ownFrameOutput(Scene const& scene, RunOptions const& run, PictureTr
     ask.depth = scene.depth.value_or(layer.depth);
     ask.traits = layer;
     ask.traits.isHalf = layer.isHalf && !scene.depth;
-    ask.marginX = margin.width;
-    ask.marginY = margin.height;
+    ask.margins = {margin.width, margin.height, margin.width, margin.height};
+    ask.channels = channelsOf(scene);
     return ask;
 }
 

@@ -31,6 +31,7 @@ std::vector<Parameter> parametersAt(std::vector<Parameter> const& parameters, Ke
 /// `lastFrame`.
 Comp compOf(Scene const& scene, int firstFrame, int lastFrame);
 
+OutputChannels channelsOf(Scene const& scene);
 /// How any output of a run is written.
 WriteRequest writeRequestOf(RunOptions const& run);
 /// What the output inherits: windows and metadata of the plate, else the layer's metadata; the

@@ -56,6 +56,11 @@ constexpr FieldNames kNames[] = {
     {SceneField::kOutputColor, "output-color", "color.output"},
     {SceneField::kWorkColor, "work-color", "color.work"},
     {SceneField::kColorConfig, "ocio", "color.config"},
+    {SceneField::kMatte, "matte", "matte"},
+    {SceneField::kHoldout, "holdout", "holdout"},
+    {SceneField::kOrientation, "orientation", "render.orientation"},
+    {SceneField::kOverscan, "overscan", "render.overscan"},
+    {SceneField::kChannels, "channels", "render.channels"},
 };
 
 FieldNames const& namesOf(SceneField field) {
@@ -118,6 +123,8 @@ public:
         checkResampling();
         if (m_scene.stMap) checkStMap();
         checkMovie();
+        if (m_scene.channels && containerOf(m_scene.outputPath()))
+            refuse(SceneField::kChannels, "does not go with a movie, whose codec has its channels");
         if (m_scene.roadTaken() == Road::kMemory) checkMemoryRoad();
         checkColor(m_scene);
     }

@@ -10,6 +10,7 @@
 
 #include "Transform/Common/PopupEntries.h"
 #include "zelk/files/frame_names.h"
+#include "zelk/inputs/input_files.h"
 #include "zelk/movies/codecs.h"
 #include "zelk/scene/file_form.h"
 #include "zelk/scene/parameter_names.h"
@@ -323,6 +324,46 @@ void editColor(Scene& scene, Text& thing, Text& text) {
     scene.options[SceneField::kColor] = thing;
 }
 
+/// "FILE" or "FILE:CHANNEL"; a name that is there with its colon is a file's.
+SceneMatte parseMatte(Text& thing, Text& text) {
+    std::string name = pictureName(thing, text), channel;
+    auto const colon = name.rfind(':');
+    bool const isInName = colon != std::string::npos && name.find('/', colon) == std::string::npos;
+    if (isInName && !namesFiles(name)) {
+        channel = name.substr(colon + 1);
+        name = name.substr(0, colon);
+        if (name.empty() || channel.empty())
+            throw UserError(ExitCode::kUsage,
+                            {thing, "not a matte:", text, "FILE or FILE:CHANNEL"});
+    }
+    return {{{name}}, channel};
+}
+
+void editMatte(Scene& scene, Text& thing, Text& text) {
+    scene.matte = parseMatte(thing, text);
+    scene.options[SceneField::kMatte] = thing;
+}
+
+void editHoldout(Scene& scene, Text& thing, Text& text) {
+    scene.holdout = parseMatte(thing, text);
+    scene.options[SceneField::kHoldout] = thing;
+}
+
+void editOrientation(Scene& scene, Text& thing, Text& text) {
+    scene.keepsOrientation = pick(kOrientationWords, thing, text);
+    scene.options[SceneField::kOrientation] = thing;
+}
+
+void editOverscan(Scene& scene, Text& thing, Text& text) {
+    scene.dropsOverscan = pick(kOverscanWords, thing, text);
+    scene.options[SceneField::kOverscan] = thing;
+}
+
+void editChannels(Scene& scene, Text& thing, Text& text) {
+    scene.channels = wordOf(kChannelWords, pick(kChannelWords, thing, text));
+    scene.options[SceneField::kChannels] = thing;
+}
+
 constexpr SceneEdit kEdits[] = {
     {"layer", "LAYER", "The picture to pin", editLayer},
     {"invert", "on|off",
@@ -389,6 +430,14 @@ constexpr SceneEdit kEdits[] = {
      "The host to be: FXTC (After Effects), PrMr (Premiere Pro), KeyG (Final Cut Pro) or MOTN "
      "(Motion) (FXTC)",
      editHost},
+    {"matte", "FILE[:CHANNEL]", "Multiply the layer's alpha by it; it moves with the layer",
+     editMatte},
+    {"holdout", "FILE[:CHANNEL]", "What stands before the pinned layer, in the frame's pixels",
+     editHoldout},
+    {"orientation", "auto|raw", "Turn pictures as their files say, or leave them (auto)",
+     editOrientation},
+    {"overscan", "keep|drop", "Of the plate, in an OpenEXR output (keep)", editOverscan},
+    {"channels", "a|rgb|rgba", "Of the output (as layer and plate have them)", editChannels},
     {"module", "PATH", "The effect's module (the one beside the program)", editModule},
     {"layer-color", "SPACE", "The layer's colour space (what its file declares or means)",
      editLayerColor},
@@ -435,6 +484,18 @@ void setPlate(Scene& scene, PictureBuffer plate) {
     requireSound(plate);
     std::string const name = plate.name;
     setFrame(scene, SceneInput{{}, std::make_shared<PictureBuffer const>(std::move(plate))}, name);
+}
+
+void setMatte(Scene& scene, PictureBuffer matte, std::string channel) {
+    requireSound(matte);
+    scene.matte = {{{}, std::make_shared<PictureBuffer const>(std::move(matte))},
+                   std::move(channel)};
+}
+
+void setHoldout(Scene& scene, PictureBuffer holdout, std::string channel) {
+    requireSound(holdout);
+    scene.holdout = {{{}, std::make_shared<PictureBuffer const>(std::move(holdout))},
+                     std::move(channel)};
 }
 
 void setPins(Scene& scene, TrackedPins pins, Corners const& corners, std::string const& thing) {

@@ -41,6 +41,9 @@ void setParameter(Scene& scene, std::string_view name, SceneValue value, std::st
 /// Pictures in memory as layer and plate. Throws an input error for one that is not sound.
 void setLayer(Scene& scene, PictureBuffer layer);
 void setPlate(Scene& scene, PictureBuffer plate);
+/// The same as mattes, by one of their channels (SceneMatte).
+void setMatte(Scene& scene, PictureBuffer matte, std::string channel = "");
+void setHoldout(Scene& scene, PictureBuffer holdout, std::string channel = "");
 
 /// The four pins of a quad, in pixels: To Pins of the frame, From Pins of the layer.
 void setPins(Scene& scene, TrackedPins pins, Corners const& corners, std::string const& thing);

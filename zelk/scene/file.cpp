@@ -40,10 +40,9 @@ constexpr int kVersion = 1;
 constexpr int kMostFrame = INT32_MAX;
 
 constexpr FileKey kProjectKeys[] = {
-    {"schema", true}, {"version", true}, {"comp", true}, {"layer", true},
-    {"plate"},        {"stMap"},         {"output"},     {"frames"},
-    {"movieStart"},   {"render"},        {"color"},      {"tracks"},
-    {"parameters"},
+    {"schema", true}, {"version", true}, {"comp", true}, {"layer", true}, {"plate"},
+    {"matte"},        {"holdout"},       {"stMap"},      {"output"},      {"frames"},
+    {"movieStart"},   {"render"},        {"color"},      {"tracks"},      {"parameters"},
 };
 constexpr FileKey kColorKeys[] = {{"layer"}, {"plate"}, {"output"}, {"work"}, {"config"}, {"mode"}};
 constexpr FileKey kCompKeys[] = {
@@ -51,9 +50,11 @@ constexpr FileKey kCompKeys[] = {
     {"duration"},    {"pixelAspect"},  {"motionBlur"},
 };
 constexpr FileKey kMotionBlurKeys[] = {{"on"}, {"shutterAngle"}, {"shutterPhase"}};
+constexpr FileKey kMatteKeys[] = {{"file", true}, {"channel"}};
 constexpr FileKey kRenderKeys[] = {
-    {"depth"}, {"mode"},    {"downsample"}, {"size"},   {"quality"}, {"filter"},       {"taps"},
-    {"edges"}, {"feather"}, {"choke"},      {"invert"}, {"codec"},   {"codecQuality"},
+    {"depth"},        {"mode"},        {"downsample"}, {"size"},     {"quality"}, {"filter"},
+    {"taps"},         {"edges"},       {"feather"},    {"choke"},    {"invert"},  {"codec"},
+    {"codecQuality"}, {"orientation"}, {"overscan"},   {"channels"},
 };
 constexpr FileKey kTrackKeys[] = {{"file", true}, {"pins", true}, {"format"},     {"size"},
                                   {"corners"},    {"flipY"},      {"firstFrame"}, {"shiftFrames"}};
@@ -64,9 +65,10 @@ constexpr FileKey kKeyKeys[] = {
 constexpr FileKey kEaseKeys[] = {{"influence"}, {"speed"}};
 
 constexpr FileObject kObjects[] = {
-    {"project", kProjectKeys}, {"comp", kCompKeys},   {"motionBlur", kMotionBlurKeys},
-    {"render", kRenderKeys},   {"track", kTrackKeys}, {"parameter", kParameterKeys},
-    {"key", kKeyKeys},         {"ease", kEaseKeys},   {"color", kColorKeys},
+    {"project", kProjectKeys},     {"comp", kCompKeys},     {"motionBlur", kMotionBlurKeys},
+    {"matte", kMatteKeys},         {"render", kRenderKeys}, {"track", kTrackKeys},
+    {"parameter", kParameterKeys}, {"key", kKeyKeys},       {"ease", kEaseKeys},
+    {"color", kColorKeys},
 };
 
 /// True when `call` does not throw a UserError.
@@ -244,6 +246,11 @@ void readRender(Node const& node, Scene& scene) {
         for (MovieCodec const& known : movieCodecs()) names.push_back(known.name);
         if (!codecNamed(*scene.codec)) codec->fail(listOf(names));
     }
+    if (auto const word = node.find("orientation"))
+        scene.keepsOrientation = word->pick(kOrientationWords);
+    if (auto const word = node.find("overscan")) scene.dropsOverscan = word->pick(kOverscanWords);
+    if (auto const word = node.find("channels"))
+        scene.channels = wordOf(kChannelWords, word->pick(kChannelWords));
     if (auto const filter = node.find("filter"))
         scene.filter = wordOf(kFilterWords, filter->pick(kFilterWords));
     if (auto const taps = node.find("taps")) scene.taps = taps->pick(kTapWords);
@@ -412,6 +419,13 @@ Scene readRoot(fs::path const& file, Node const& root) {
     scene.layer = picture(root.at("layer"));
     if (auto const plate = root.find("plate")) scene.plate = picture(*plate);
     if (auto const map = root.find("stMap")) scene.stMap = picture(*map);
+    auto const matte = [&](Node const& node) {
+        node.requireKeys("matte");
+        auto const channel = node.find("channel");
+        return SceneMatte{picture(node.at("file")), channel ? channel->text("a channel") : ""};
+    };
+    if (auto const node = root.find("matte")) scene.matte = matte(*node);
+    if (auto const node = root.find("holdout")) scene.holdout = matte(*node);
     if (auto const output = root.find("output"))
         scene.output = ScenePath{readPath(*output), file.parent_path()};
     if (auto const frames = root.find("frames")) {
@@ -498,6 +512,9 @@ Ordered renderJson(Scene const& scene) {
     if (scene.chokePx > 0) json["choke"] = scene.chokePx;
     if (scene.codec) json["codec"] = *scene.codec;
     if (scene.codecQuality) json["codecQuality"] = *scene.codecQuality;
+    if (scene.keepsOrientation) json["orientation"] = wordOf(kOrientationWords, true);
+    if (scene.dropsOverscan) json["overscan"] = wordOf(kOverscanWords, true);
+    if (scene.channels) json["channels"] = *scene.channels;
     return json;
 }
 
@@ -558,6 +575,13 @@ std::string textIn(fs::path const& folder, Scene const& scene) {
     if (!scene.ownDuration) json["comp"].erase("duration");
     if (scene.plate) json["plate"] = inputIn(folder, *scene.plate);
     if (scene.stMap) json["stMap"] = inputIn(folder, *scene.stMap);
+    auto const matteJson = [&folder](SceneMatte const& matte) {
+        Ordered own = {{"file", inputIn(folder, matte.file)}};
+        if (!matte.channel.empty()) own["channel"] = matte.channel;
+        return own;
+    };
+    if (scene.matte) json["matte"] = matteJson(*scene.matte);
+    if (scene.holdout) json["holdout"] = matteJson(*scene.holdout);
     if (scene.output) json["output"] = writtenIn(folder, *scene.output);
     if (scene.frames) json["frames"] = *scene.frames;
     if (scene.movieStart) json["movieStart"] = *scene.movieStart;

@@ -23,7 +23,7 @@ struct FileKey {
 /// An object of the file with all keys that it may have, in the order in which they are written.
 struct FileObject {
     std::string_view
-        name;  ///< "project", "comp", "motionBlur", "render", "parameter", "key", "ease"
+        name;  ///< "project", "comp", "motionBlur", "matte", "render", "parameter", "key", "ease"
     std::span<FileKey const> keys;
 };
 std::span<FileObject const> fileObjects();

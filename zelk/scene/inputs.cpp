@@ -27,28 +27,51 @@ SceneFiles::SceneFiles(Scene const& scene)
       output(isSequence(scene) ? SequenceName(scene.outputPath().string())
                                : SequenceName::plain(scene.outputPath().string())) {
     if (scene.plate) plate.emplace(filesOf(*scene.plate, scene.missing));
+    if (scene.matte) matte.emplace(filesOf(scene.matte->file, scene.missing));
+    if (scene.holdout) holdout.emplace(filesOf(scene.holdout->file, scene.missing));
     if (scene.stMap) stMap.emplace(filesOf(*scene.stMap, scene.missing));
     int const first = scene.movieStart.value_or(0);
-    layer.startAt(first);
-    if (plate) plate->startAt(first);
+    auto const begin = [&](InputFiles& files) {
+        files.startAt(first);
+        files.readAs({scene.keepsOrientation});
+    };
+    begin(layer);
+    for (auto* const more : {&plate, &matte, &holdout})
+        if (*more) begin(**more);
 }
 
-bool SceneFiles::isReadable(int frame) const { return missingOf(frame).isThere(frame); }
+std::vector<NamedInput> SceneFiles::inputs() const {
+    std::vector<NamedInput> all = {{"layer", &layer}};
+    if (plate) all.push_back({"plate", &*plate});
+    if (matte) all.push_back({"matte", &*matte});
+    if (holdout) all.push_back({"holdout", &*holdout});
+    if (stMap) all.push_back({"ST map", &*stMap});
+    return all;
+}
+
+bool SceneFiles::isReadable(int frame) const {
+    auto const all = inputs();
+    return std::all_of(all.begin(), all.end(),
+                       [frame](auto const& input) { return input.files->isThere(frame); });
+}
 
 InputFiles const& SceneFiles::missingOf(int frame) const {
-    InputFiles const* missing = nullptr;
-    eachInput([&](InputFiles const& input, char const*) {
-        if (!missing && !input.isThere(frame)) missing = &input;
-    });
-    return missing ? *missing : layer;
+    auto const all = inputs();
+    return *std::find_if(all.begin(), all.end(), [frame](auto const& input) {
+                return !input.files->isThere(frame);
+            })->files;
 }
 
 bool isSequence(Scene const& scene) {
-    return scene.frames || !scene.tracks.empty() || isNumbered(scene.layer) ||
-           (scene.plate && (isNumbered(*scene.plate) || isMovie(*scene.plate))) ||
+    auto const isOfMany = [](SceneInput const& input) {
+        return isNumbered(input) || isMovie(input);
+    };
+    return scene.frames || !scene.tracks.empty() || isOfMany(scene.layer) ||
+           (scene.plate && isOfMany(*scene.plate)) ||
+           (scene.matte && isOfMany(scene.matte->file)) ||
+           (scene.holdout && isOfMany(scene.holdout->file)) ||
            (scene.stMap && isNumbered(*scene.stMap)) ||
-           (scene.hasComp && isPattern(scene.outputPath())) || isMovie(scene.layer) ||
-           isMovieName(scene.outputPath());
+           (scene.hasComp && isPattern(scene.outputPath())) || isMovieName(scene.outputPath());
 }
 
 TimeBase rateOf(Scene const& scene, SceneFiles const& files) {
@@ -69,9 +92,8 @@ void requireOtherFile(Scene const& scene, bool mayBe, std::filesystem::path cons
 
 void requireNoInput(Scene const& scene, SceneFiles const& files, bool mayBe, int frame,
                     std::filesystem::path const& output) {
-    files.eachInput([&](InputFiles const& input, char const* kind) {
-        requireOtherFile(scene, mayBe, output, input.own(frame), kind);
-    });
+    for (NamedInput const& input : files.inputs())
+        requireOtherFile(scene, mayBe, output, input.files->own(frame), input.kind);
 }
 
 }  // namespace zelk

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <optional>
+#include <vector>
 
 #include "zelk/files/frame_names.h"
 #include "zelk/inputs/input_files.h"
@@ -9,27 +10,28 @@
 
 namespace zelk {
 
-/// Whether a scene is of numbered frames: it names some, or its layer, plate or output has a frame
-/// mark. A name that exists as it stands has none.
+/// Whether a scene is of numbered frames: it names some, or one of its inputs or its output has a
+/// frame mark. A name that exists as it stands has none.
 bool isSequence(Scene const& scene);
+
+/// One of a scene's inputs, and what messages call it.
+struct NamedInput {
+    char const* kind;
+    InputFiles const* files;
+};
 
 /// Inputs and output of a scene.
 struct SceneFiles {
     explicit SceneFiles(Scene const& scene);
+    /// Those that the scene names, the layer first.
+    std::vector<NamedInput> inputs() const;
     /// Whether a frame's inputs are there, or something stands for them.
     bool isReadable(int frame) const;
     /// The first one that makes a frame unreadable.
     InputFiles const& missingOf(int frame) const;
-    /// Calls each(input, "layer") for every input, with what messages call it.
-    template <class Call>
-    void eachInput(Call const& each) const {
-        each(layer, "layer");
-        if (plate) each(*plate, "plate");
-        if (stMap) each(*stMap, "ST map");
-    }
 
     InputFiles layer;
-    std::optional<InputFiles> plate, stMap;
+    std::optional<InputFiles> plate, matte, holdout, stMap;
     SequenceName output;
 };
 
@@ -37,11 +39,11 @@ struct SceneFiles {
 /// layer's. It labels; which picture a frame has is a matter of numbers alone.
 TimeBase rateOf(Scene const& scene, SceneFiles const& files);
 
-/// Throws about the output where it is the very file that the frame reads as one of its
-/// inputs, unless that may be.
+/// Throws about the output where it is the very file that the frame reads as one of its inputs,
+/// unless that may be.
 void requireNoInput(Scene const& scene, SceneFiles const& files, bool mayBe, int frame,
                     std::filesystem::path const& output);
-/// The same of one that is read as `kind` ("layer", "plate").
+/// The same of one that is read as `kind` ("layer", "plate", "matte", "holdout").
 void requireOtherFile(Scene const& scene, bool mayBe, std::filesystem::path const& output,
                       InputPicture const& input, char const* kind);
 

@@ -98,15 +98,15 @@ std::string_view unitOf(int index) {
         std::string_view name;
     };
     constexpr Unit kUnits[] = {
-        {kToPins, 4, "px"},
+        {kToPins, 4, "px of frame"},
         {kToOffsets, 8, "% of frame"},
-        {kFromPins, 4, "px"},
-        {kFromOffsets, 8, "% of frame"},
-        {kParamTranslateX, 2, "% of frame"},
+        {kFromPins, 4, "px of layer"},
+        {kFromOffsets, 8, "% of layer"},
+        {kParamTranslateX, 2, "% of quad"},
         {kParamScaleX, 2, "factor"},
         {kParamRotate, 1, "degrees"},
         {kParamSuperSampleSoftness, 1, "factor"},
-        {kParamSuperSampleEdge, 1, "1/32 of longer side"},
+        {kParamSuperSampleEdge, 1, "1/32 of layer side"},
         {kParamGrowBounds, 1, "px"},
         {kParamShutterAngle, 2, "degrees"},
         {kParamSamples, 1, "samples"},

@@ -32,7 +32,9 @@ std::optional<int> parameterIndex(std::string_view name);
 /// The same; throws a usage error about `thing` for a name that is none.
 int requiredParameter(std::string const& thing, std::string_view name);
 
-/// What a control's numbers count: "px", "%", "degrees"; empty for one without numbers.
+/// What a control's numbers count: "px of frame", "%", "degrees"; empty for one without numbers.
+/// Reposition moves the picture within the quads, whose width and height are its 100 %; the fade of
+/// Super Sample is as wide as 1/32 of the layer's longer side, times the number.
 std::string_view unitOf(int index);
 
 /// The name with the least edit distance; the first of equals.

@@ -42,12 +42,12 @@ Corners withOffsets(Corners pins, std::vector<Parameter> const& parameters, int 
 }
 
 /// Pins as fractions of the frame with its margins; with none the values stay as they are.
-Corners grown(Corners pins, PinFrame const& frame) {
-    if (frame.marginX == 0 && frame.marginY == 0) return pins;
+Corners grown(Corners pins, PixelSize frame, PixelMargins const& margins) {
+    if (margins.isNone()) return pins;
+    PixelSize const whole = frame + margins;
     for (Point& pin : pins) {
-        pin.x = (frame.frameWidth * pin.x + frame.marginX) / (frame.frameWidth + 2 * frame.marginX);
-        pin.y =
-            (frame.frameHeight * pin.y + frame.marginY) / (frame.frameHeight + 2 * frame.marginY);
+        pin.x = (frame.width * pin.x + margins.left) / whole.width;
+        pin.y = (frame.height * pin.y + margins.top) / whole.height;
     }
     return pins;
 }
@@ -91,8 +91,13 @@ PinQuads pinQuads(std::vector<Parameter> const& parameters, PinFrame const& fram
     Corners const to = pinsAt(parameters, kToPins, frame);
     auto const view = entryOfHost(static_cast<int>(currentNumber(parameters, kParamViewMode)));
     PassPlan const plan = passPlan(view, currentNumber(parameters, kParamCropToPins) != 0);
-    return {grown(withOffsets(from, parameters, kFromOffsets), frame),
-            grown(withOffsets(to, parameters, kToOffsets), frame),
+    PixelSize const size = {frame.frameWidth, frame.frameHeight};
+    PixelMargins const both = {frame.marginX, frame.marginY, frame.marginX, frame.marginY};
+    PixelMargins const& over = frame.overscan;
+    return {grown(withOffsets(from, parameters, kFromOffsets), size, both),
+            grown(withOffsets(to, parameters, kToOffsets), size,
+                  {both.left + over.left, both.top + over.top, both.right + over.right,
+                   both.bottom + over.bottom}),
             drawnPasses(plan, isAtRest(parameters, from))};
 }
 

@@ -9,6 +9,7 @@
 
 #include "Transform/Common/Transform_Core_Render/PassPlan.h"
 #include "hostkit/parameters.h"
+#include "zelk/pictures/pixel_size.h"
 #include "zelk/tracks/corners.h"
 #include "zelk/tracks/quad_fault.h"
 
@@ -20,6 +21,12 @@ struct PinFrame {
     int frameWidth = 0, frameHeight = 0;  ///< of To Pins
     int downsample = 1;
     int marginX = 0, marginY = 0;  ///< Grow Bounds, around both
+    PixelMargins overscan = {};    ///< around the frame alone
+    /// The image that is rendered.
+    PixelSize whole() const {
+        return PixelSize{frameWidth, frameHeight} +
+               PixelMargins{marginX, marginY, marginX, marginY} + overscan;
+    }
 };
 
 /// The quads as the effect uses them: fractions of their images, margins included, offsets added.

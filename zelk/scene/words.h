@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "platform/effect_api/effect_types.h"
+#include "zelk/pictures/output_channels.h"
 #include "zelk/scene/scene.h"
 #include "zelk/text/choices.h"
 
@@ -43,6 +44,13 @@ inline constexpr Choice<MissingInput> kMissingWords[] = {{"stop", MissingInput::
                                                          {"hold", MissingInput::kHold},
                                                          {"skip", MissingInput::kSkip},
                                                          {"black", MissingInput::kBlack}};
+
+inline constexpr Choice<OutputChannels> kChannelWords[] = {{"a", OutputChannels::kAlpha},
+                                                           {"rgb", OutputChannels::kColors},
+                                                           {"rgba", OutputChannels::kAll}};
+/// Whether a file's orientation is left alone, and whether its overscan is.
+inline constexpr Choice<bool> kOrientationWords[] = {{"auto", false}, {"raw", true}};
+inline constexpr Choice<bool> kOverscanWords[] = {{"keep", false}, {"drop", true}};
 
 inline constexpr Choice<Interpolation> kInterpolationWords[] = {{"hold", Interpolation::kHold},
                                                                 {"linear", Interpolation::kLinear},

@@ -45,9 +45,8 @@ std::vector<int> withHoles(std::vector<int> const& frames, Comp const& comp) {
 std::vector<int> framesAsked(Scene const& scene, SceneFiles const& files) {
     if (!isSequence(scene)) return {compOf(scene, 0, 0).startFrame};
     if (scene.frames) return parseFrameRange(spelled(scene, "frames"), *scene.frames);
-    for (InputFiles const* input : {&files.layer, files.plate ? &*files.plate : nullptr,
-                                    files.stMap ? &*files.stMap : nullptr}) {
-        if (!input || !input->isNumbered()) continue;
+    for (auto const& [kind, input] : files.inputs()) {
+        if (!input->isNumbered()) continue;
         std::vector<int> frames = input->framesThere();
         if (!frames.empty()) return scene.hasComp ? withHoles(frames, scene.comp) : frames;
         throw UserError(ExitCode::kInput, {input->name(), "no such frames", "",
@@ -106,7 +105,7 @@ void checkOutputsAreNoInputs(Scene const& scene, RunOptions const& run, SceneFil
                         "other names than the inputs'");
     };
     for (int const frame : frames)
-        files.eachInput([&](auto const& input, char const* kind) { check(input, kind, frame); });
+        for (NamedInput const& input : files.inputs()) check(*input.files, input.kind, frame);
 }
 
 std::string planText(Scene const& scene, SceneFiles const& files, Schedule const& schedule) {
@@ -121,6 +120,8 @@ std::string planText(Scene const& scene, SceneFiles const& files, Schedule const
         text += "read " + named(files.layer);
         if (files.stMap) text += fmt::format(", through {}", named(*files.stMap));
         if (files.plate) text += fmt::format(", over {}", named(*files.plate));
+        if (files.matte) text += fmt::format(", matte {}", named(*files.matte));
+        if (files.holdout) text += fmt::format(", holdout {}", named(*files.holdout));
         fs::path const output = files.output.pathOf(frame);
         text +=
             fmt::format(", write {}{}\n", output.string(), onDisk(output) ? " (replacing it)" : "");

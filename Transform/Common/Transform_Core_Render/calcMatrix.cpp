@@ -10,6 +10,8 @@
 #include <cmath>
 #include <cstring>
 
+#include "Transform/Common/ResampleOptions.h"
+
 namespace {
 
 constexpr double kFieldOfViewDeg = 40.0;
@@ -123,6 +125,11 @@ void applySteps(QV_Mtrx44& matrix, CoreRenderArguments const& core, Pivot const&
     for (Step step : kSteps[core.transformOrder]) step(matrix, core, pivot);
 }
 
+float aspectOf(RenderSettings const& settings, float w, float h) {
+    float const own = settings.resample ? settings.resample->frameAspect : 0;
+    return own > 0 ? own : w / h;
+}
+
 void applyQuadMap(QV_Mtrx44& matrix, int quadMode, RenderSettings const& s, Pivot const& pivot) {
     if (quadMode == kQuadUnitToTo) {
         matrix.square2Quad(s.toQuad);
@@ -161,7 +168,7 @@ int calcMatrix(QV_Mtrx44& matrix, CoreRenderArguments& core, RenderSettings& set
     float const w = static_cast<float>(width), h = static_cast<float>(height);
     const Pivot pivot = {static_cast<float>(core.centerX) - 0.5f,
                          static_cast<float>(core.centerY) - 0.5f, static_cast<float>(core.centerZ),
-                         w / h};
+                         aspectOf(settings, w, h)};
     applyView(matrix, core, w, h);
     applySteps(matrix, core, pivot);
     matrix.translate(-0.5, -0.5, 0.0);

@@ -137,7 +137,7 @@ TEST_F(Files, ParamsHelpAndVersionGoToStandardOutput) {
            {"Quorvane Zelk Corner Pin\n", "EntryPointFunc", "0x80600", "0x6088001", "0x1408"}},
           {{"params"},
            {"Super Sample Softnesss", "-1000 to 1000 (slider -100 to 100)", "#ffff32", "100%,100%",
-            "5 Add, 6 Multiply", "cannot-time-vary supervised", "px  ", "degrees  "}}}) {
+            "5 Add, 6 Multiply", "cannot-time-vary supervised", "% of quad  ", "degrees  "}}}) {
         Outcome const outcome = run(words);
         EXPECT_EQ(outcome.exitCode, 0);
         EXPECT_EQ(outcome.err, "");
@@ -152,10 +152,14 @@ TEST_F(Files, ParamsHelpAndVersionGoToStandardOutput) {
                                        {"/49/diskId", 186},
                                        {"/49/valid/max", 5},
                                        {"/24/default/xPercent", 100},
-                                       {"/24/unit", "px"},
+                                       {"/6/unit", "px of frame"},
+                                       {"/24/unit", "px of layer"},
+                                       {"/37/unit", "#rrggbb"},
                                        {"/44/unit", "degrees"}})
         EXPECT_EQ(list[nlohmann::json::json_pointer(place)], value) << place;
     EXPECT_EQ(list[55]["choices"].size(), 2u);
+    for (auto const& control : list)
+        EXPECT_EQ(control.contains("default"), control.contains("unit")) << control;
 }
 
 #if !defined(__SANITIZE_ADDRESS__)  // its shadow memory would count as well

@@ -59,8 +59,11 @@ TEST_F(ProjectFile, GoesThereAndBackWithEveryKindAndInterpolation) {
     project.depth = Depth::kFloat, project.overMode = PF_Xfer_COLOR_BURN;
     project.downsample = 2, project.size = PixelSize{9, 8}, project.isBest = true;
     project.filter = "lanczos2", project.taps = 8, project.edges = FrameEdges::kExact;
-    project.featherPx = 1.5, project.chokePx = 0.25;
+    project.featherPx = 1.5, project.chokePx = 0.25, project.channels = "rgb";
     project.stMap = SceneInput{{"lens/st.exr", home}}, project.isInverted = true;
+    project.matte = SceneMatte{{{"m.####.exr", home}}, "id.mask"};
+    project.holdout = SceneMatte{{{"/h.mov", home}}, ""};
+    project.keepsOrientation = project.dropsOverscan = true;
     host.resetParameters(320, 180);
     int seed = 0;
     for (Parameter& parameter : host.parameters()) {
@@ -118,6 +121,7 @@ constexpr char const* kGood = R"({"schema": "zelk-project", "version": 1,
 constexpr char const* kWrongs = R"(: 30|: NaN|3:32|"NaN"
 }}}|}}|3:98|end of input
 "a.png"|"a~.png"|UTF-8
+"a.png"|"a.png", "matte": {"channel": "A"}|missing|"matte.file"
 "version": 1|"version": 2|too new|"2"|version up to 1
 "value": 30|"id": 134|twice|"parameters.rotate.id"
 zelk-|zulk-|"zulk-project"|zelk-project
