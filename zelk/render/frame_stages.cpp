@@ -255,7 +255,8 @@ QuadMap FrameStages::mapAt(int frame) {
 }
 
 World FrameStages::stPictureAt(int frame) {
-    return stPictureOf(mapAt(frame), m_host->parameters(), momentOf(frame));
+    return stPictureOf(mapAt(frame), m_host->parameters(), momentOf(frame),
+                       resampleOptionsOf(m_scene, 1));
 }
 
 /// Notes what is about to be rendered.

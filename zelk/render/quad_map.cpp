@@ -61,8 +61,8 @@ void setEntry(std::vector<Parameter>& parameters, int index, double value) {
 }
 
 /// Alpha of an opaque layer as it is drawn, in a world of the frame's size.
-World coverageOf(QuadMap const& map, std::vector<Parameter> parameters,
-                 FrameRequest const& moment) {
+World coverageOf(QuadMap const& map, std::vector<Parameter> parameters, FrameRequest const& moment,
+                 ResampleOptions resample) {
     bool const isLow = currentNumber(parameters, kParamQuality) == hostEntry(kQualityLow);
     if (!isLow) setEntry(parameters, kParamQuality, hostEntry(kQualityMedium));
     setEntry(parameters, kParamTransferMode, hostEntry(kTransferNone));
@@ -72,7 +72,9 @@ World coverageOf(QuadMap const& map, std::vector<Parameter> parameters,
     for (int y = 0; y < layer.height(); ++y)
         std::fill_n(layer.rowAs<float>(y), 4 * layer.width(), 1.0f);
     World frame({map.frame.width, map.frame.height, Depth::kFloat});
-    renderInMemory(parameters, layer, frame, {map.layer, map.frame}, moment, "the layer");
+    resample.kernel = {};  // of a flat layer all kernels are alike
+    resample.integratesFootprint = false;
+    renderInMemory(parameters, layer, frame, {map.layer, map.frame}, moment, "the layer", resample);
     return frame;
 }
 
@@ -107,8 +109,8 @@ QuadMap mapOf(std::vector<Parameter> const& parameters, PinFrame const& frame,
 }
 
 World stPictureOf(QuadMap const& map, std::vector<Parameter> const& parameters,
-                  FrameRequest const& moment) {
-    World picture = coverageOf(map, parameters, moment);
+                  FrameRequest const& moment, ResampleOptions const& resample) {
+    World picture = coverageOf(map, parameters, moment, resample);
     for (int y = 0; y < picture.height(); ++y) {
         float* pixel = picture.rowAs<float>(y);  // alpha, red, green, blue
         for (int x = 0; x < picture.width(); ++x, pixel += 4) {

@@ -44,6 +44,6 @@ QuadMap mapOf(std::vector<Parameter> const& parameters, PinFrame const& frame,
 /// from the left and of its height from the bottom; blue is 0, alpha the coverage that the render
 /// gives an opaque layer at that moment. Where that is 0, all is.
 World stPictureOf(QuadMap const& map, std::vector<Parameter> const& parameters,
-                  FrameRequest const& moment);
+                  FrameRequest const& moment, ResampleOptions const& resample);
 
 }  // namespace zelk

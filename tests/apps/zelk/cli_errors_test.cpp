@@ -26,7 +26,7 @@ R --view to --view from;2;--view is given more than once
 R --explain --dry-run;2;--explain
 R --explain --frames 1;2;--explain
 R --downsample 1.5;2;"1.5";whole number
-R --quality ultra;2;"ultra";low, medium, high or super
+R --quality ultra;2;"ultra";low, medium, high, super or best
 R --threads -1;2;"-1";0 to 1024
 R --filter kees;2;"kees";mitchell or kaiser
 R --filter keys --road module;2;--road module;leave --filter out

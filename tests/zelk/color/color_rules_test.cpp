@@ -141,7 +141,7 @@ TEST_F(ColorRules, MoviesAreTagged) {
         for (std::string const space : {"", "sRGB"}) {
             SCOPED_TRACE(movie + space);
             render("clear.png", movie,
-                   joined({"--over", "half.png", "--frames", "1"},
+                   joined({"--over", "half.png", "--frames", "0"},
                           space.empty() ? Words{} : Words{"--output-color", space}));
             std::string const probe =
                 "ffprobe -v error -show_entries stream=color_transfer -of csv " +

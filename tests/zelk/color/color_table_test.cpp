@@ -146,7 +146,7 @@ protected:
         if (!isMovieName(GetParam().file)) return write(GetParam());
         if (!hasMovies()) GTEST_SKIP() << "no ffmpeg";
         write(kInputs[0]);
-        render("clear.png", GetParam().file, {"--over", kInputs[0].file, "--frames", "1"});
+        render("clear.png", GetParam().file, {"--over", kInputs[0].file, "--frames", "0"});
     }
 
     void write(Input const& input) const {
@@ -173,7 +173,7 @@ protected:
         if (isMovie) {
             OIIO::ImageSpec clear(4 * kPatch, kPatch, 4, OIIO::TypeUInt16);
             writeValues(at("clear16.png"), clear, {0});
-            done({"render", "clear16.png", "--over", file, "-o", "back.png", "--frames", "1",
+            done({"render", "clear16.png", "--over", file, "-o", "back.png", "--frames", "0",
                   "--color", "raw"});
         }
         auto const picture = readPicture<float>(at(isMovie ? "back.png" : file));
@@ -240,7 +240,7 @@ TEST_P(ColorTable, AsLayerAndPlateInEachOutput) {
                 std::string const out = "out." + extension;
                 SCOPED_TRACE((isPlate ? "plate " : "layer ") + out + (isRaw ? " raw" : ""));
                 bool const isMovie = isMovieName(out) || isMovieName(in);
-                Words more = isMovie ? Words{"--frames", "1"} : Words{};
+                Words more = isMovie ? Words{"--frames", "0"} : Words{};
                 if (isRaw) more = joined(more, {"--color", "raw"});
                 render(isPlate ? "clear.png" : in, out,
                        joined(more, {"--over", isPlate ? in : "grey.exr", "--quality", "medium"}));

@@ -139,11 +139,11 @@ TEST_F(MovieRun, EachCodecGivesItsPicturesBack) {
             zelk::MovieCodec const& codec = *zelk::codecNamed(name);
             std::string const movie = std::string(name) + extension;
             SCOPED_TRACE(movie);
-            Words words = {"--frames", "0-2", "--codec", std::string(name)};
+            Words words = {"--frames", "0-2", "--color", "raw", "--codec", std::string(name)};
             if (codec.isLossy()) words.insert(words.end(), {"--quality-level", "1"});
             std::string const said = copy("in.png", movie, words);
             EXPECT_EQ(has(said, "over black"), !codec.keepsAlpha) << said;
-            copy(movie, "out.%d.png", {"--depth", "16"});
+            copy(movie, "out.%d.png", {"--depth", "16", "--color", "raw"});
             auto const out = readPicture<std::uint16_t>(at("out.2.png"));
             for (int c = 0; c < out.channels; ++c)  // 8 bits and 10 of video
                 EXPECT_NEAR(out.at(40, 60, c), flat.at(40, 60, c), codec.isLossy() ? 3 * 257 : 1)
