@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
@@ -209,9 +210,9 @@ Reference referenceOf(cv::Mat const& picture, Case const& each) {
                 sum += (value(0, 0) * (1 - fx) + value(1, 0) * fx) * (1 - fy) +
                        (value(0, 1) * (1 - fx) + value(1, 1) * fx) * fy;
             }
-            // Rows of source in a row of the frame: below two the picture hardly shrinks there.
+            // Rows of source in a row of the frame.
             auto const rowOf = [&](double sy) { return at(1, x, sy) / at(2, x, sy); };
-            bool const shrinks = rowOf(y + 0.5) - rowOf(y - 0.5) >= 2;
+            bool const shrinks = rowOf(y + 0.5) - rowOf(y - 0.5) >= 3;
             if (!isInside || (each.isHorizon && !shrinks)) continue;
             reference.mean.at<float>(y, x) = static_cast<float>(sum / 64);
             reference.counts.at<unsigned char>(y, x) = 255;
@@ -231,11 +232,15 @@ double rmsOf(cv::Mat const& frame, Reference const& reference) {
 }
 
 /// A program of its own that reads `in` and writes `out`, as `command` says it; nothing where the
-/// machine has none.
-std::optional<cv::Mat> byCommand(std::string const& command, std::filesystem::path const& out) {
+/// machine has none or it takes longer than 100 seconds.
+std::optional<cv::Mat> byCommand(std::string const& command, std::filesystem::path const& out,
+                                 cv::Size size) {
     std::filesystem::remove(out);
-    if (std::system((command + " >/dev/null 2>&1").c_str()) != 0) return std::nullopt;
-    return matOf(zelk::PictureReader(out));
+    if (std::system(("timeout 100 " + command + " >/dev/null 2>&1").c_str()) != 0)
+        return std::nullopt;
+    cv::Mat frame = matOf(zelk::PictureReader(out));
+    if (frame.size() != size) return std::nullopt;
+    return frame;
 }
 
 std::string imageMagick(Case const& each, std::string const& in, std::string const& out) {
@@ -257,8 +262,8 @@ std::string oiioTool(Case const& each, std::string const& in, std::string const&
     std::string rows;  // it multiplies rows
     for (int i = 0; i < 9; ++i)
         rows += fmt::format("{}{}", i ? "," : "", m.at<double>(i % 3, i / 3));
-    return fmt::format("oiiotool {} --warp {} --crop {}x{}+0+0 -o {}", in, rows, each.frame.width,
-                       each.frame.height, out);
+    return fmt::format("oiiotool {} --warp {} --crop {}x{}+0+0 --fullpixels -o {}", in, rows,
+                       each.frame.width, each.frame.height, out);
 }
 
 void printCleanness(std::filesystem::path const& folder, int runs) {
@@ -272,15 +277,16 @@ void printCleanness(std::filesystem::path const& folder, int runs) {
         fmt::print("{:16}", name);
         int number = 0;
         for (Case const& each : kShrinks) {
-            double rms[2], time = 0;
+            double rms[2] = {NAN, NAN}, time = 0;
             for (int p = 0; p < 2; ++p) {
                 const std::optional<cv::Mat> frame = draw(each, patterns[p], p, time);
-                if (!frame) return fmt::print(" not here\n");
+                if (!frame) continue;
                 rms[p] = rmsOf(*frame, referenceOf(patterns[p], each));
                 write(*frame, folder / fmt::format("{}-{}-{}.png", number, p, name));
             }
             ++number;
             fmt::print("{:>8.2f} / {:5.2f} {:6.1f} ", rms[0], rms[1], time);
+            std::fflush(stdout);
         }
         fmt::print("\n");
     };
@@ -302,7 +308,9 @@ void printCleanness(std::filesystem::path const& folder, int runs) {
             auto const in = (folder / fmt::format("pattern-{}.png", p)).string();
             auto const out = (folder / "command.png").string();
             std::optional<cv::Mat> frame;
-            time = millisecondsOf([&] { frame = byCommand(words(each, in, out), out); });
+            time = millisecondsOf([&] {
+                frame = byCommand(words(each, in, out), out, {each.frame.width, each.frame.height});
+            });
             return frame;
         });
 }

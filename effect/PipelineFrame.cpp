@@ -121,17 +121,22 @@ void renderTwoPasses(PipelineFrame& frame, CoreRenderArguments& core, RenderSett
     CoreRenderArguments secondCore = core;
     RenderSettings secondSettings = *settings;
     secondSettings.sourceFunc = nullptr;
-    settings->drawsFrame = !drawn.toQuad;
+    settings->drawsFrame = false;  // an image of the layer's size
+    // A pass of the effect's own never fails; one that a binding asks more of may lack memory.
+    auto const keep = [&frame](int code) {
+        if (frame.host->resampleOptions() && !frame.result) frame.result = code;
+    };
 
     if (drawn.fromQuad) {
-        renderPass(frame, core, kQuadFromToUnit, frame.sourceInfo, interim, settings);
+        keep(renderPass(frame, core, kQuadFromToUnit, frame.sourceInfo, interim, settings));
     } else {
         multiplyWorkingCopy(frame);
         host->copy(frame.rasters.work.get(), frame.rasters.interim.get());
     }
 
     if (drawn.toQuad) {
-        renderPass(frame, secondCore, kQuadUnitToTo, interim, destination.info, &secondSettings);
+        keep(renderPass(frame, secondCore, kQuadUnitToTo, interim, destination.info,
+                        &secondSettings));
     } else {
         if (hasOwnFrame(frame)) host->fill(destination.raster);
         host->copy(frame.rasters.interim.get(), destination.raster);

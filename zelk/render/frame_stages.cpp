@@ -127,7 +127,8 @@ World FrameStages::shown(int frame, Shown what, std::optional<std::string> const
     if (what == Shown::kLayer) {
         picture = layerWorld(frame, colors);
     } else {
-        RenderedFrame rendered = render(frame, load(frame));
+        // As the panel sees it: the display window.
+        RenderedFrame rendered = render(frame, load(frame, 1, false));
         picture = std::move(rendered.picture);
         if (!isModule()) makeStraight(picture);
         colors = std::move(rendered.colors);
@@ -340,8 +341,8 @@ std::uint64_t FrameStages::bytesInFlight() const {
     std::uint64_t const plate = isKept ? 16 * pixels(frame) : 0;
     // Of Quality "best": halves of halves of the layer.
     std::uint64_t const pyramid = m_scene.isBest ? 16 * pixels(layer) / 3 : 0;
-    // Numbered maps are as many as frames.
-    std::uint64_t const map = m_files.stMap ? 8 * pixels(frame) : 0;
+    // Numbered maps are as many as frames; a scan through one has corners of pixels too.
+    std::uint64_t const map = m_files.stMap ? (8 + 16) * pixels(frame) : 0;
     return plate + pyramid + map + m_besidesBytes +
            frameRenderBytes(layer.width, layer.height, frame.width, frame.height);
 }

@@ -176,6 +176,12 @@ void checkRoad(Scene const& scene, std::vector<Parameter> const& parameters) {
     if (grows && scene.roadTaken() == Road::kMemory)
         throw refusalOf(scene, kParamGrowBounds,
                         noMemoryRoad(scene, isOfFile(scene, kParamGrowBounds)));
+    auto const view =
+        entryOfHost(static_cast<std::int32_t>(currentNumber(parameters, kParamViewMode)));
+    if (scene.stMap && (view == kViewOriginal || view == kViewFromPins))
+        throw refusalOf(scene, kParamViewMode,
+                        fmt::format("draws no frame, so none goes through {}: choose to or both",
+                                    nameOf(scene, SceneField::kStMap)));
     Parameter const& transfer = parameterIn(parameters, kParamTransferMode);
     auto const entry = entryOfHost(static_cast<std::int32_t>(numberOf(transfer.current)));
     bool const isOn =

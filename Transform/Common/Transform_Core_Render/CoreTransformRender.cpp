@@ -183,6 +183,14 @@ bool scanClears(CoreRenderCall const& call, QV_Window const& window, QV_IRect co
            std::int64_t{window.y1} - rect.top < call.dst.height;
 }
 
+/// Of a pass that draws the frame, which the map is as large as; else null.
+FrameMap const* mapOf(CoreRenderCall const& call, RenderSettings const& s,
+                      ResampleOptions const* resample) {
+    if (!resample || !resample->map || !s.drawsFrame) return nullptr;
+    FrameMap const& map = *resample->map;
+    return map.width == call.dst.width && map.height == call.dst.height ? &map : nullptr;
+}
+
 /// The polygon of a mapped frame counts wherever the map looks.
 int transformMappedPoly(CoreRenderCall const& call, QV_Poly& poly, FrameMap const& map,
                         QV_IRect const& source, RenderSettings& s, QV_Mtrx44 const& matrix) {
@@ -197,18 +205,14 @@ int transformMappedPoly(CoreRenderCall const& call, QV_Poly& poly, FrameMap cons
     return result;
 }
 
-/// The footprint of a polygon's vertex that reaches farthest: no pixel's reaches farther.
-Footprint largestFootprint(ScreenPlane const& plane, QV_Poly const& poly) {
-    Footprint largest{};
-    double most = -1;
+/// The levels that the footprints at a polygon's vertices ask for: those between ask for no more.
+int levelsFor(ScreenPlane const& plane, QV_Poly const& poly) {
+    int levels = 1;
     for (int i = 0; i < poly.m_n; ++i) {
-        const Footprint f = footprintAt(plane, poly.m_vert[i].sx, poly.m_vert[i].sy);
-        double const reach = f.ux * f.ux + f.vx * f.vx + f.uy * f.uy + f.vy * f.vy;
-        if (!(reach > most)) continue;
-        most = reach;
-        largest = f;
+        QV_Poly_vert const& v = poly.m_vert[i];
+        levels = std::max(levels, FootprintSource::levelsFor(footprintAt(plane, v.sx, v.sy)));
     }
-    return largest;
+    return levels;
 }
 
 /// What a render has beside the settings while its pixels integrate their footprints.
@@ -217,7 +221,7 @@ using FootprintSlot = std::optional<FootprintContext>;
 /// Puts the footprint functions into the settings. False without memory for the pyramid.
 bool integrateFootprints(ScreenPlane const& plane, QV_Poly const& poly, RenderSettings& s,
                          FootprintSlot& slot) {
-    slot.emplace(FootprintContext{FootprintSource(s, largestFootprint(plane, poly)), plane});
+    slot.emplace(FootprintContext{FootprintSource(s, levelsFor(plane, poly)), plane});
     if (slot->source.levels().empty()) return false;
     s.footprint = &*slot;
     s.interiorFunc = footprintFunc;
@@ -240,7 +244,7 @@ Drawn draw(CoreRenderCall const& call, FormatFunctions const& functions) {
     s.taps = call.core.sizeIndex;
     s.quality = qualityOfFilter(call.core.filter);
     ResampleOptions const* const resample = takeResampleOptions(call, s);
-    FrameMap const* const map = resample && s.drawsFrame ? resample->map : nullptr;
+    FrameMap const* const map = mapOf(call, s, resample);
     bool const integrates = resample && resample->integratesFootprint;
     if (integrates || (map && s.quality == 0)) s.quality = 1;
 
@@ -278,12 +282,9 @@ Drawn draw(CoreRenderCall const& call, FormatFunctions const& functions) {
     FootprintSlot footprints;
     ScreenPlane plane{};
     if ((map || integrates) && !screenPlaneOf(poly, plane)) return Drawn::kNothing;
+    if (map)
+        return mapScan(*map, plane, integrates, s, call.dst) ? Drawn::kSomething : Drawn::kNoMemory;
     if (integrates && !integrateFootprints(plane, poly, s, footprints)) return Drawn::kNoMemory;
-    if (map) {
-        mapScan(*map, plane, s, call.dst);
-        s.footprint = nullptr;
-        return Drawn::kSomething;
-    }
 
     const QV_IRect unshifted = {s.dstLeft, s.dstTop, s.dstRight, s.dstBottom};
     const QV_IRect rect = s.renderMode == 1 ? shifted : unshifted;

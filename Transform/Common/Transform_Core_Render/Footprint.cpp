@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 
 #include "Transform/Common/RowBands.h"
 #include "Transform/Common/Transform_Core_Render/FootprintTaps.h"
@@ -15,7 +16,7 @@ constexpr double kFinestTexels = 4;
 /// Samples along a side at most; a longer one halves the level too.
 constexpr double kMostSamples = 64;
 /// Along a side of several texels. Fewer let the pattern of the samples show, more show nothing.
-constexpr double kSamplesPerTexel = 1.25;
+constexpr double kSamplesPerTexel = 1.1;
 
 // Variances are in twelfths of a squared texel: a box of length l has l l, the B-spline 4.
 constexpr double kSplineVariance = 4;
@@ -46,12 +47,11 @@ constexpr double kWholeSide = 1.6, kSampledSide = 2.1;
 
 /// How one side of the parallelogram is integrated: by the kernel's width and by several samples.
 ///
-///   side         variance             by the kernel     samples
-///   < 1          0                    0                 1
-///   1..1.14      from 0 to that of    all of it         1
-///                the whole side
-///   1.14..1.3    the whole side's     from all to none  2
-///   > 1.3        the whole side's     none              2 and more
+///   side          variance              by the kernel      samples
+///   < 1           0                     0                  1
+///   1 .. 1.26     from 0 to the side's  all of it          1
+///   1.26 .. 1.45  the whole side's      from all to none   2
+///   > 1.45        the whole side's      none               2 and more
 struct Spread {
     double kernel = 0;
     std::int32_t count = 1;
@@ -94,20 +94,28 @@ void halveRow(FootprintSource::Level const& from, std::int32_t y, float* out, st
 
 }  // namespace
 
-FootprintSource::FootprintSource(RenderSettings const& settings, Footprint const& largest)
+FootprintSource::FootprintSource(RenderSettings const& settings, int levels)
     : m_left(settings.srcMinX), m_top(settings.srcMinY) {
     const std::ptrdiff_t rowFloats = settings.srcRowBytes / std::ptrdiff_t{sizeof(float)};
     m_levels.push_back({static_cast<float const*>(settings.srcData) + m_top * rowFloats +
                             std::ptrdiff_t{4} * m_left,
                         rowFloats, settings.srcMaxX - m_left + 1, settings.srcMaxY - m_top + 1});
-    const Extent extent(largest);
-    for (double scale = 1; extent.wantsHalf(scale * scale); scale *= 0.5) {
+    while (static_cast<int>(m_levels.size()) < levels) {
         Level const& last = m_levels.back();
         if (last.width == 1 && last.height == 1) break;
         if (addLevel()) continue;
         m_levels.clear();
         return;
     }
+}
+
+int FootprintSource::levelsFor(Footprint const& footprint) {
+    constexpr int kMost = 16;  // of the largest image that a host has
+    const Extent extent(footprint);
+    int levels = 1;
+    for (double scale = 1; levels < kMost && extent.wantsHalf(scale * scale); scale *= 0.5)
+        ++levels;
+    return levels;
 }
 
 bool FootprintSource::addLevel() {
@@ -161,12 +169,17 @@ FootprintSamples samplesOf(FootprintSource const& source, Footprint const& f) {
 void sampleFootprints(FootprintSource const& source, FootprintSamples const* samples, int count,
                       float* out) {
     using namespace footprint_taps;
-    auto const cubic = [](float const(&powers)[4][8], int k, float f) {
-        return ((powers[3][k] * f + powers[2][k]) * f + powers[1][k]) * f + powers[0][k];
+    auto const polynomial = [](auto const& powers, int k, float f) {
+        int n = static_cast<int>(std::size(powers)) - 1;
+        float sum = powers[n][k];
+        while (--n >= 0) sum = sum * f + powers[n][k];
+        return sum;
     };
-    auto const weights = [cubic](float f, float spline, float(&w)[kTaps]) {
-        for (int k = 0; k < kTaps; ++k)
-            w[k] = (cubic(kKeys, k, f) + cubic(kToSpline, k, f) * spline) * kTwelfth;
+    auto const weights = [polynomial](float f, float spline, float(&w)[kTaps]) {
+        for (int k = 0; k < kTaps; ++k) {
+            float const sharp = polynomial(kSharp, k, f) * kSharpUnit;
+            w[k] = sharp + (polynomial(kSpline, k, f) * kSplineUnit - sharp) * spline;
+        }
     };
     for (int n = 0; n < count; ++n, out += 4) {
         float columns[kTaps][4] = {};
@@ -222,8 +235,7 @@ void runFootprints(RenderSettings const& s, LineRenderStruct& line) {
         }
         sampleFootprintsSimd(context.source, samples, count, out);
         for (int k = 0; k < count; ++k, out += 4) {
-            float& alpha = out[s.alphaOffset];
-            alpha = std::clamp(alpha, 0.0f, 1.0f);
+            out[s.alphaOffset] = limitedAlpha(out[s.alphaOffset]);
         }
     }
     line.x += line.count * line.dx;

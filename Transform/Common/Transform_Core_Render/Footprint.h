@@ -1,30 +1,32 @@
 // Footprints: an output pixel as the integral of the source over the area that it covers there.
 //
-//   output pixel      source pixels (texels)       One step to the right on the screen moves (ux,
-//   vx)
+// clang-format off
+//
+//   output pixel      source pixels (texels)       One step to the right on the screen moves (ux, vx)
 //    +---+               .------.                  in the source, one step down (uy, vy): the pixel
-//    | . |    ---->     /  .   /                   covers the parallelogram that they span around
-//    its
+//    | . |    ---->     /  .   /                   covers the parallelogram that they span around its
 //    +---+             '------'                    centre (u, v).
+//
+// clang-format on
 //
 // The integral is a mean of n by m samples of an interpolated source, spread over the
 // parallelogram. Where the picture grows a side is shorter than a texel: one sample is taken, and
 // the picture stays as sharp as the interpolation. Just above 1 the interpolation widens until it
 // is as wide as the footprint (in variance), then samples take over: nothing jumps, so that no seam
 // shows where the map's scale passes a number. Large footprints sample a pyramid of halved images,
-// so that a pixel costs at most some hundred samples however much the picture shrinks.
+// so that a pixel costs at most some hundred samples, or a sliver's some thousand.
 //
-// The interpolation is the six-point cubic convolution of R. Keys ("Cubic convolution interpolation
-// for digital image processing", 1981, section on fourth-order accuracy): it keeps cubics, so that
-// positions are exact, and reaches three texels at most, so that a highlight's halo does not
-// either. Widened, it is a mixture of that and of the cubic B-spline, whose variance is that of a
-// box of 2 texels.
+// The interpolation has six taps a side, the least mean error for photographs among weights that
+// keep straight lines (FootprintTaps.h): positions are exact, and a highlight's halo ends after
+// three texels. Widened, it is a mixture of that and of the cubic B-spline, whose variance is that
+// of a box of 2 texels.
 //
 // Space: as PixelSampling.h; texel centres have whole coordinates. Images are float, four channels,
 // colour times alpha. Sums in float: over rows, times the column's weight, over the samples, over
 // the columns; vector code gives the same bits.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -51,9 +53,11 @@ public:
         std::int32_t width, height;
     };
 
-    /// The settings' source rectangle, whose pixels stay the caller's, and the levels that
-    /// footprints up to `largest` ask for. Without levels() when there is no memory.
-    FootprintSource(RenderSettings const& settings, Footprint const& largest);
+    /// The settings' source rectangle, whose pixels stay the caller's, and `levels` levels, fewer
+    /// where the last one is a single texel. Without levels() when there is no memory.
+    FootprintSource(RenderSettings const& settings, int levels);
+    /// The levels that a footprint asks for, at least 1.
+    static int levelsFor(Footprint const& footprint);
 
     /// At least the source itself, from the finest on.
     std::vector<Level> const& levels() const { return m_levels; }
@@ -96,6 +100,12 @@ struct FootprintContext {
 /// Footprint of a screen position: perspective-correct position and its derivatives.
 Footprint footprintAt(ScreenPlane const& plane, double sx, double sy);
 
-/// The interior's line function, for float images of four channels. Alpha, which the kernel's
-/// negative weights may carry beyond 0 or 1, is limited.
+/// Alpha, which negative weights may carry beyond 0 or 1, within them; and 1 where it is that but
+/// for the rounding of weights, 2e-6, so that an opaque picture hides what lies behind it.
+inline float limitedAlpha(float alpha) {
+    constexpr float kOpaque = 1 - 4e-6f;
+    return alpha > kOpaque ? 1 : std::max(alpha, 0.0f);
+}
+
+/// The interior's line function, for float images of four channels; alpha is limited.
 void footprintFunc(void* settings, LineRenderStruct* line);

@@ -32,12 +32,14 @@ using V4 = hn::Vec<D4>;
 constexpr int kLanes = static_cast<int>(hn::MaxLanes(DF()));
 constexpr int kVectors = taps::kRowFloats / kLanes;  ///< of a row of texels
 
-/// A cubic in f with other coefficients in each lane.
-HWY_INLINE VF cubic(float const (&powers)[4][8], int lane, VF f) {
+/// A polynomial in f with other coefficients in each lane.
+template <int Powers>
+HWY_INLINE VF polynomial(float const (&powers)[Powers][8], int lane, VF f) {
     const DF d;
-    VF sum = hn::Add(hn::Mul(hn::Load(d, powers[3] + lane), f), hn::Load(d, powers[2] + lane));
-    sum = hn::Add(hn::Mul(sum, f), hn::Load(d, powers[1] + lane));
-    return hn::Add(hn::Mul(sum, f), hn::Load(d, powers[0] + lane));
+    VF sum = hn::Load(d, powers[Powers - 1] + lane);
+    for (int n = Powers - 2; n >= 0; --n)
+        sum = hn::Add(hn::Mul(sum, f), hn::Load(d, powers[n] + lane));
+    return sum;
 }
 
 /// The weights of a fraction; the last two are 0.
@@ -48,9 +50,11 @@ struct Weights {
         const DF d;
         const VF f = hn::Set(d, fraction), share = hn::Set(d, spline);
         for (int lane = 0; lane < 8; lane += kLanes) {
-            const VF sum = hn::Add(cubic(taps::kKeys, lane, f),
-                                   hn::Mul(cubic(taps::kToSpline, lane, f), share));
-            hn::Store(hn::Mul(sum, hn::Set(d, taps::kTwelfth)), d, w + lane);
+            const VF sharp =
+                hn::Mul(polynomial(taps::kSharp, lane, f), hn::Set(d, taps::kSharpUnit));
+            const VF smooth =
+                hn::Mul(polynomial(taps::kSpline, lane, f), hn::Set(d, taps::kSplineUnit));
+            hn::Store(hn::Add(sharp, hn::Mul(hn::Sub(smooth, sharp), share)), d, w + lane);
         }
     }
 

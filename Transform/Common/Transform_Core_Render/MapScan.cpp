@@ -5,9 +5,10 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
-#include <utility>
-#include <vector>
+#include <new>
+#include <optional>
 
+#include "Transform/Common/PixelMemory.h"
 #include "Transform/Common/RowBands.h"
 #include "Transform/Common/SaturatingCast.h"
 #include "Transform/Common/Transform_Core_Render/Footprint.h"
@@ -126,27 +127,53 @@ struct Outline {
     }
 };
 
-/// One row of corners in the source.
-void fillCorners(FrameMap const& map, ScreenPlane const& plane, int y,
-                 std::vector<Place>& corners) {
-    for (int x = 0; x <= map.width; ++x)
-        corners[static_cast<std::size_t>(x)] = sourceAt(plane, cornerAt(map, x, y));
-}
-
 /// What all rows share.
 struct Scan {
     FrameMap const& map;
     ScreenPlane const& plane;
     RenderSettings& settings;
     Outline outline;
+    Place* corners;  ///< in the source, one more than pixels a row and a column
+
+    Place* cornerRow(int y) const { return corners + std::ptrdiff_t{y} * (map.width + 1); }
+    /// Upper left, upper right, lower right, lower left; nothing when one of them looks nowhere.
+    bool quadAt(int x, int y, Shape& quad) const {
+        Place const* const upper = cornerRow(y) + x;
+        Place const* const lower = cornerRow(y + 1) + x;
+        quad = {{upper[0], upper[1], lower[1], lower[0]}, 4};
+        return std::all_of(quad.corners, quad.corners + 4,
+                           [](Place const& p) { return p.isFinite(); });
+    }
 };
+
+Footprint footprintOf(Place centre, Shape const& quad) {
+    Place const &a = quad.corners[0], &b = quad.corners[1], &c = quad.corners[2],
+                &d = quad.corners[3];
+    return {centre.x,
+            centre.y,
+            0.5 * ((b.x + c.x) - (a.x + d.x)),
+            0.5 * ((b.y + c.y) - (a.y + d.y)),
+            0.5 * ((c.x + d.x) - (a.x + b.x)),
+            0.5 * ((c.y + d.y) - (a.y + b.y))};
+}
+
+/// The levels that the covered pixels ask for.
+int levelsFor(Scan const& scan) {
+    int levels = 1;
+    Shape quad;
+    for (int y = 0; y < scan.map.height; ++y)
+        for (int x = 0; x < scan.map.width; ++x)
+            if (scan.quadAt(x, y, quad) && scan.outline.share(quad) > 0)
+                levels = std::max(levels, FootprintSource::levelsFor(footprintOf({}, quad)));
+    return levels;
+}
 
 void samplePixel(Scan const& scan, Footprint const& f, float* out) {
     RenderSettings& s = scan.settings;
     if (s.footprint) {
         const FootprintSamples samples = samplesOf(s.footprint->source, f);
         sampleFootprintsSimd(s.footprint->source, &samples, 1, out);
-        out[s.alphaOffset] = std::clamp(out[s.alphaOffset], 0.0f, 1.0f);
+        out[s.alphaOffset] = limitedAlpha(out[s.alphaOffset]);
         return;
     }
     LineRenderStruct line{};
@@ -159,26 +186,16 @@ void samplePixel(Scan const& scan, Footprint const& f, float* out) {
 }
 
 void scanRow(Scan const& scan, int y, float* out) {
-    auto const corners = static_cast<std::size_t>(scan.map.width) + 1;
-    std::vector<Place> upper(corners), lower(corners);
-    fillCorners(scan.map, scan.plane, y, upper);
-    fillCorners(scan.map, scan.plane, y + 1, lower);
+    Shape quad;
     for (int x = 0; x < scan.map.width; ++x, out += 4) {
-        auto const i = static_cast<std::size_t>(x);
         const Place centre = sourceAt(scan.plane, positionAt(scan.map, x, y));
-        Place const &a = upper[i], &b = upper[i + 1], &c = lower[i + 1], &d = lower[i];
-        bool const looks =
-            centre.isFinite() && a.isFinite() && b.isFinite() && c.isFinite() && d.isFinite();
-        float const coverage = looks ? scan.outline.share({{a, b, c, d}, 4}) : 0;
+        bool const looks = centre.isFinite() && scan.quadAt(x, y, quad);
+        float const coverage = looks ? scan.outline.share(quad) : 0;
         if (!(coverage > 0)) {
             std::memset(out, 0, 4 * sizeof(float));
             continue;
         }
-        samplePixel(scan,
-                    {centre.x, centre.y, 0.5 * ((b.x + c.x) - (a.x + d.x)),
-                     0.5 * ((b.y + c.y) - (a.y + d.y)), 0.5 * ((c.x + d.x) - (a.x + b.x)),
-                     0.5 * ((c.y + d.y) - (a.y + b.y))},
-                    out);
+        samplePixel(scan, footprintOf(centre, quad), out);
         for (int k = 0; coverage < 1 && k < 4; ++k) out[k] *= coverage;
     }
 }
@@ -202,13 +219,30 @@ QV_IRect boundsOf(FrameMap const& map, int mostPx) {
             std::min(most.right, floorInt(right)), std::min(most.bottom, floorInt(bottom))};
 }
 
-void mapScan(FrameMap const& map, ScreenPlane const& plane, RenderSettings& settings,
-             PluginHost_API::RasterInfo const& frame) {
+bool mapScan(FrameMap const& map, ScreenPlane const& plane, bool integrates,
+             RenderSettings& settings, PluginHost_API::RasterInfo const& frame) {
+    const PixelMemory memory(sizeof(Place) * static_cast<std::size_t>(map.width + 1) *
+                                 static_cast<std::size_t>(map.height + 1),
+                             PixelMemory::Start::kAnything);
+    if (!memory.data()) return false;
+    const Scan scan{map, plane, settings, Outline(settings),
+                    reinterpret_cast<Place*>(memory.data())};
+    forEachRow(map.height + 1, std::int64_t{64} * map.width, [&](int y) {
+        for (int x = 0; x <= map.width; ++x)
+            new (scan.cornerRow(y) + x) Place(sourceAt(plane, cornerAt(map, x, y)));
+    });
+
+    std::optional<FootprintContext> footprints;
+    if (integrates) {
+        footprints.emplace(FootprintContext{FootprintSource(settings, levelsFor(scan)), plane});
+        if (footprints->source.levels().empty()) return false;
+        settings.footprint = &*footprints;
+    }
     auto* const pixels = static_cast<unsigned char*>(frame.data);
-    const Scan scan{map, plane, settings, Outline(settings)};
-    int const height = std::min(map.height, frame.height);
-    forEachRow(height, std::int64_t{64} * map.width, [&](int y) {
+    forEachRow(map.height, std::int64_t{64} * map.width, [&](int y) {
         scanRow(scan, y,
                 reinterpret_cast<float*>(pixels + static_cast<std::ptrdiff_t>(y) * frame.rowBytes));
     });
+    settings.footprint = nullptr;
+    return true;
 }

@@ -23,6 +23,7 @@ QV_IRect boundsOf(FrameMap const& map, int mostPx);
 
 /// Draws every pixel of `frame`, a float image of four channels as large as the map; what is not
 /// covered becomes transparent. Settings: rasters, source rectangle, and the interior function of a
-/// filtered quality, which samples single pixels, or `footprint`. Rows go to the team.
-void mapScan(FrameMap const& map, ScreenPlane const& plane, RenderSettings& settings,
-             PluginHost_API::RasterInfo const& frame);
+/// filtered quality, which samples single pixels unless they integrate their footprints. Rows go to
+/// the team. False without memory: 16 bytes a pixel for corners, and the footprints' pyramid.
+bool mapScan(FrameMap const& map, ScreenPlane const& plane, bool integrates,
+             RenderSettings& settings, PluginHost_API::RasterInfo const& frame);

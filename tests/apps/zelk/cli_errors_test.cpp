@@ -33,6 +33,7 @@ R --filter keys --road module;2;--road module;leave --filter out
 R --filter keys --plain;2;--plain does not go with --filter
 R --taps 6;2;--taps needs a kernel: give --filter
 R --filter box --taps 6;2;--taps;box or bilinear
+R --feather 3 --st-map in.png;2;--feather does not go with --st-map
 R --feather 3 --edges grid;2;--feather needs --edges exact
 R --choke -1;2;"-1";0 to 10000
 filters mitchel;2;"mitchel";mitchell
