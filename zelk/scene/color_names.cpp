@@ -16,7 +16,8 @@ namespace {
 /// `thing` named it.
 ColorConfig configIn(std::filesystem::path const& file, std::string const& thing) {
     std::error_code fault;
-    bool const isBuiltIn = file.string().starts_with("ocio://");  // a name of the library's own
+    bool const isBuiltIn =
+        file.string().starts_with("ocio://");  // the library's own, from its 2.2 on
     if (!isBuiltIn &&
         std::filesystem::status(file, fault).type() == std::filesystem::file_type::not_found)
         throw UserError(ExitCode::kInput,
