@@ -13,17 +13,73 @@ namespace zelk {
 
 namespace {
 
+/// Parts with commas between.
+class Parts {
+public:
+    void add(std::string const& part) { m_text += (m_text.empty() ? "" : ", ") + part; }
+    /// "name value", where it is set.
+    template <class T>
+    void add(std::string_view name, std::optional<T> const& value) {
+        if (value) add(fmt::format("{} {}", name, *value));
+    }
+    std::string const& text() const { return m_text; }
+
+private:
+    std::string m_text;
+};
+
 std::string renderText(Scene const& scene) {
-    std::string text;
-    auto const add = [&text](std::string const& part) {
-        text += (text.empty() ? "" : ", ") + part;
-    };
+    Parts parts;
+    auto const add = [&parts](std::string const& part) { parts.add(part); };
     if (scene.depth) add(fmt::format("depth {}", wordOf(kDepthWords, *scene.depth)));
     if (scene.overMode) add(fmt::format("mode {}", wordOf(kOverModes, *scene.overMode)));
     if (scene.downsample) add(fmt::format("downsample {}", *scene.downsample));
     if (scene.isInverted) add("inverted");
     if (scene.size) add(fmt::format("size {}x{}", scene.size->width, scene.size->height));
-    return text;
+    return parts.text();
+}
+
+std::string resamplingText(Scene const& scene) {
+    Parts parts;
+    if (scene.isBest) parts.add("quality best");
+    parts.add("filter", scene.filter);
+    parts.add("taps", scene.taps);
+    if (scene.edges) parts.add(fmt::format("edges {}", wordOf(kEdgeWords, *scene.edges)));
+    if (scene.featherPx > 0) parts.add(fmt::format("feather {}", scene.featherPx));
+    if (scene.chokePx > 0) parts.add(fmt::format("choke {}", scene.chokePx));
+    return parts.text();
+}
+
+std::string filesText(Scene const& scene) {
+    Parts parts;
+    if (scene.keepsOrientation) parts.add("orientation raw");
+    if (scene.dropsOverscan) parts.add("overscan drop");
+    parts.add("channels", scene.channels);
+    return parts.text();
+}
+
+std::string movieText(Scene const& scene) {
+    Parts parts;
+    parts.add("first frame", scene.movieStart);
+    parts.add("codec", scene.codec);
+    parts.add("quality level", scene.codecQuality);
+    return parts.text();
+}
+
+std::string colorText(SceneColor const& color) {
+    Parts parts;
+    if (color.isRaw) parts.add("raw");
+    parts.add("layer", color.layer);
+    parts.add("plate", color.plate);
+    parts.add("output", color.output);
+    parts.add("work", color.work);
+    if (color.config) parts.add("config " + color.config->written);
+    return parts.text();
+}
+
+std::string matteText(std::optional<SceneMatte> const& matte) {
+    if (!matte) return "";
+    return matte->file.file.written + (matte->channel.empty() ? "" : ":" + matte->channel);
 }
 
 /// "12.5; 3 keys, frames 1001 to 1100.5"
@@ -50,9 +106,12 @@ std::string summaryOf(Scene const& scene) {
                                                comp.shutterPhaseDeg));
     text += row("layer", scene.layer.file.written) +
             row("plate", scene.plate ? scene.plate->file.written : "") +
+            row("matte", matteText(scene.matte)) + row("holdout", matteText(scene.holdout)) +
             row("st map", scene.stMap ? scene.stMap->file.written : "") +
             row("output", scene.output ? scene.output->written : "") +
-            row("frames", scene.frames.value_or("")) + row("render", renderText(scene));
+            row("frames", scene.frames.value_or("")) + row("render", renderText(scene)) +
+            row("resampling", resamplingText(scene)) + row("files", filesText(scene)) +
+            row("movies", movieText(scene)) + row("colour", colorText(scene.color));
     if (!scene.parameters.empty()) text += "parameters that differ from their defaults\n";
     for (SceneParameter const& parameter : scene.parameters)
         text += row(parameter.name, settingText(parameter));

@@ -177,7 +177,7 @@ void MovieWriter::add(World const& picture, AlphaForm form) {
                 for (std::size_t c = 0; c < 3; ++c)
                     m_row[i + c] = deep(static_cast<float>(rgba[i + c]) / kUnit * factor);
                 m_row[i + 3] = deep(alpha);
-                m_sawTransparency = m_sawTransparency || alpha < 1;
+                m_sawTransparency = m_sawTransparency || m_row[i + 3] < deep(1);
             }
             if (!m_program->write(m_row.data(), m_row.size() * 2)) throw failure();
         }

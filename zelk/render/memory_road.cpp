@@ -100,8 +100,11 @@ constexpr float kWeightRounding = 0x1p-20f;
 void layNormally(float* pixel, float const* plate, int width) {
     for (; width > 0; --width, pixel += 4, plate += 4) {
         float const rest = 1.0f - pixel[0];
-        // Nothing of a hidden plate counts, not even infinity times 0.
-        if (std::fabs(rest) <= kWeightRounding) continue;
+        // Nothing of a hidden plate counts, not even infinity times 0, and what hides it is opaque.
+        if (std::fabs(rest) <= kWeightRounding) {
+            pixel[0] = 1;
+            continue;
+        }
         for (int c = 0; c < 4; ++c) pixel[c] += plate[c] * rest;
     }
 }

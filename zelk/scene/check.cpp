@@ -90,6 +90,16 @@ SceneField memoryField(Scene const& scene) {
     return scene.featherPx > 0 ? SceneField::kFeather : SceneField::kChoke;
 }
 
+/// What the predicates below say of it: "--quality best", whose other values are the effect's too.
+std::string memoryCause(Scene const& scene, bool ofFile) {
+    SceneField const field = memoryField(scene);
+    std::string const name = besides(scene, field, ofFile);
+    if (isOfFile(scene, field)) return name;
+    return field == SceneField::kBest    ? name + " best"
+           : field == SceneField::kEdges ? name + " exact"
+                                         : name;
+}
+
 /// What set a parameter last; null for nothing.
 SceneParameter const* lastOf(Scene const& scene, int parameter) {
     auto const& all = scene.parameters;
@@ -121,7 +131,7 @@ public:
         checkPins(SceneField::kFromPins, SceneField::kTrackFrom);
         checkFrame();
         checkResampling();
-        if (m_scene.stMap) checkStMap();
+        if (m_scene.stMap && !m_scene.isInverted) checkStMap();
         checkMovie();
         if (m_scene.channels && containerOf(m_scene.outputPath()))
             refuse(SceneField::kChannels, "does not go with a movie, whose codec has its channels");
@@ -148,10 +158,10 @@ private:
 
     /// What has no place where the picture is taken out of what it was laid over.
     void checkInverted() const {
+        using enum SceneField;
         for (SceneField const field :
-             {SceneField::kFromPins, SceneField::kTrackFrom, SceneField::kMode, SceneField::kStMap})
-            if (isSet(field) || (field == SceneField::kStMap && m_scene.stMap))
-                refuse(field, "does not go with " + other(SceneField::kInvert, field));
+             {kFromPins, kTrackFrom, kMode, kStMap, kMatte, kHoldout, kFeather, kChoke})
+            if (isSet(field)) refuse(field, "does not go with " + other(kInvert, field));
     }
 
     void checkStMap() const {
@@ -174,7 +184,7 @@ private:
                                       other(frameField(m_scene), kRoad)));
         if (m_scene.needsMemory())
             refuse(kRoad, fmt::format("module resamples as the effect does: leave {} out",
-                                      other(memoryField(m_scene), kRoad)));
+                                      memoryCause(m_scene, isOfFile(m_scene, kRoad))));
     }
 
     void checkResampling() const {
@@ -252,7 +262,7 @@ std::string besides(Scene const& scene, SceneField field, bool ofFile) {
 std::string noMemoryRoad(Scene const& scene, bool ofFile) {
     if (!scene.needsMemory())
         return fmt::format("does not go with {} memory", nameOf(scene, SceneField::kRoad));
-    return "does not go with " + besides(scene, memoryField(scene), ofFile);
+    return "does not go with " + memoryCause(scene, ofFile);
 }
 
 std::string ownFrameOnly(Scene const& scene, bool ofFile) {

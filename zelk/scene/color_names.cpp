@@ -4,18 +4,47 @@
 #include <fmt/format.h>
 
 #include <cstdlib>
+#include <filesystem>
 
 #include "zelk/scene/parameter_names.h"
 #include "zelk/scene/refusal.h"
 
 namespace zelk {
 
+namespace {
+
+/// `thing` named it.
+ColorConfig configIn(std::filesystem::path const& file, std::string const& thing) {
+    std::error_code fault;
+    bool const isBuiltIn =
+        file.string().starts_with("ocio://");  // the library's own, from its 2.2 on
+    if (!isBuiltIn &&
+        std::filesystem::status(file, fault).type() == std::filesystem::file_type::not_found)
+        throw UserError(ExitCode::kInput,
+                        fmt::format("{}: no such file; {} names it", file.string(), thing));
+    return {file, thing};
+}
+
+/// A space that an edit names would be left out of account where nothing is converted.
+void refuseSpaces(Scene const& scene) {
+    using enum SceneField;
+    for (SceneField const field : {kLayerColor, kPlateColor, kOutputColor, kWorkColor})
+        if (scene.isSetBy(field))
+            throw refusalOf(scene, field,
+                            scene.isSetBy(kColor)
+                                ? fmt::format("does not go with {} raw", nameOf(scene, kColor))
+                                : fmt::format("does not go with {}, which is raw",
+                                              besides(scene, kColor, false)));
+}
+
+}  // namespace
+
 ColorConfig colorConfigOf(Scene const& scene) {
     if (scene.color.isRaw) return {};
     if (scene.color.config)
-        return {scene.color.config->path(), nameOf(scene, SceneField::kColorConfig)};
+        return configIn(scene.color.config->path(), nameOf(scene, SceneField::kColorConfig));
     char const* const environment = std::getenv("OCIO");
-    if (environment && *environment) return {environment, "$OCIO"};
+    if (environment && *environment) return configIn(environment, "$OCIO");
     return {};
 }
 
@@ -33,7 +62,7 @@ ColorSpace requiredSpace(Scene const& scene, ColorConfig const& config, SceneFie
 
 void checkColor(Scene const& scene) {
     SceneColor const& color = scene.color;
-    if (color.isRaw) return;
+    if (color.isRaw) return refuseSpaces(scene);
     if (color.plate && !scene.plate)
         throw refusalOf(scene, SceneField::kPlateColor,
                         "needs a plate: give " + nameOf(scene, SceneField::kPlate));

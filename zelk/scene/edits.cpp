@@ -75,6 +75,7 @@ void editSize(Scene& scene, Text& thing, Text& text) {
     if (scene.isSetBy(SceneField::kPlate) || scene.isInverted) return;
     scene.plate.reset();
     if (!scene.isSetBy(SceneField::kMode)) scene.overMode.reset();  // it was the plate's
+    if (!scene.isSetBy(SceneField::kPlateColor)) scene.color.plate.reset();
 }
 
 void editToPins(Scene& scene, Text& thing, Text& text) {
@@ -416,7 +417,8 @@ constexpr SceneEdit kEdits[] = {
     {"downsample", "N", "Render at 1/N of the size, as a host does for a preview (1)",
      editDownsample},
     {"road", "ROAD",
-     "module: the effect in a host; memory: its pipeline in float, always with --over or --size "
+     "module: the effect in a host; memory: its pipeline in float, always with --over, --size or "
+     "what it alone can do: best, a filter, exact edges, a feather, a choke, --st-map, --invert "
      "(module)",
      editRoad},
     {"filter", "NAME", "A kernel of `zelk filters` instead of the quality's", editFilter},

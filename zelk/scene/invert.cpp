@@ -53,6 +53,17 @@ void renameOption(Scene& scene, SceneField from, SceneField to) {
     scene.options.insert(std::move(option));
 }
 
+/// What a file says of the layer that was laid over the plate, and of how.
+void dropFinish(Scene& scene) {
+    auto const isOfFile = [&scene](SceneField field) { return !scene.isSetBy(field); };
+    if (isOfFile(SceneField::kMatte)) scene.matte.reset();
+    if (isOfFile(SceneField::kHoldout)) scene.holdout.reset();
+    if (isOfFile(SceneField::kStMap)) scene.stMap.reset();
+    if (isOfFile(SceneField::kEdges)) scene.edges.reset();
+    if (isOfFile(SceneField::kFeather)) scene.featherPx = 0;
+    if (isOfFile(SceneField::kChoke)) scene.chokePx = 0;
+}
+
 }  // namespace
 
 Scene invertedScene(Scene scene) {
@@ -63,8 +74,12 @@ Scene invertedScene(Scene scene) {
     if (scene.plate) {
         scene.layer = *std::exchange(scene.plate, std::nullopt);
         renameOption(scene, SceneField::kPlate, SceneField::kLayer);
+        scene.color.layer = std::exchange(scene.color.plate, std::nullopt);
+        scene.options.erase(SceneField::kLayerColor);
+        renameOption(scene, SceneField::kPlateColor, SceneField::kLayerColor);
     }
     scene.overMode.reset();
+    dropFinish(scene);
     scene.parameters = exchanged(scene.parameters);
     std::erase_if(scene.tracks, [](auto const& use) { return use.pins == TrackedPins::kFrom; });
     for (TrackUse& use : scene.tracks) use.pins = TrackedPins::kFrom;

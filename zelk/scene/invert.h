@@ -7,9 +7,10 @@
 namespace zelk {
 
 /// The scene that renders an inverted one; any other comes back as it is. The plate is the layer,
-/// where there is one; values, offsets, keys and tracks of the To Pins are those of the From Pins,
-/// and the frame fills its own corners. Of a project's other parameters only Quality and Super
-/// Sample's stay, the rest being about the layer that is not there; what edits set stays.
+/// in its own colours, where there is one; values, offsets, keys and tracks of the To Pins are
+/// those of the From Pins, and the frame fills its own corners. Of a project's other parameters
+/// only Quality and Super Sample's stay, the rest being about the layer that is not there, as are
+/// its mattes, outline and lens distortion; what edits set stays.
 Scene invertedScene(Scene scene);
 
 }  // namespace zelk

@@ -46,7 +46,20 @@ std::optional<std::string> asEdits(Scene const& scene, std::string const& fix) {
     return text;
 }
 
-std::string textOf(Scene const& scene, TrackIssue issue) {
+/// The fix of a track whose corners were put in order already, as one order of the file's.
+std::string afterOrder(std::string const& given, std::string const& fix) {
+    std::string_view const option = "--corners ";
+    bool const isByWords = fix == kMeantByWords;
+    if (!isByWords && !fix.starts_with(option)) return fix;
+    CornerOrder const first = parseCornerOrder("corners", given);
+    CornerOrder composed =
+        parseCornerOrder("corners", isByWords ? "ul,ll,ur,lr" : fix.substr(option.size()));
+    for (int& corner : composed) corner = first[static_cast<std::size_t>(corner)];
+    return cornersOption(composed);
+}
+
+std::string textOf(Scene const& scene, TrackUse const& use, TrackIssue issue) {
+    if (use.reading.order) issue.fix = afterOrder(*use.reading.order, issue.fix);
     auto const edits = asEdits(scene, issue.fix);
     if (issue.fix.empty() || !edits) return issueText(issue);
     issue.fix.clear();
@@ -106,7 +119,7 @@ void requirePlaces(Scene const& scene, TrackUse const& use) {
     if (!issue || (use.reading.format && issue->fix == kMeantByWords)) return;
     throw UserError(ExitCode::kInput,
                     fmt::format("{}: {}; {} ul,ur,ll,lr takes it as it is", use.name(),
-                                textOf(scene, *issue), spelled(scene, "corners")));
+                                textOf(scene, use, *issue), spelled(scene, "corners")));
 }
 
 void requireFrames(Scene const& scene, TrackUse const& use, FrameSpan const& shown) {
@@ -163,7 +176,7 @@ std::vector<std::string> warningsOf(Scene const& scene, TrackUse const& use,
                                     TrackTarget const& target) {
     std::vector<std::string> warnings;
     for (TrackIssue const& issue : checkTrack(*use.track, target))
-        warnings.push_back(use.name() + ": " + textOf(scene, issue));
+        warnings.push_back(use.name() + ": " + textOf(scene, use, issue));
     return warnings;
 }
 

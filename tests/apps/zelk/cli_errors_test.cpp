@@ -31,6 +31,8 @@ R --threads -1;2;"-1";0 to 1024
 R --filter kees;2;"kees";mitchell or kaiser
 R --filter keys --road module;2;--road module;leave --filter out
 R --filter keys --plain;2;--plain does not go with --filter
+R --quality best --road module;2;leave --quality best out
+R --quality best --plain;2;--plain does not go with --quality best
 R --taps 6;2;--taps needs a kernel: give --filter
 R --filter box --taps 6;2;--taps;box or bilinear
 R --feather 3 --st-map in.png;2;--feather does not go with --st-map
@@ -63,6 +65,9 @@ R --mode add;2;--mode
 R --invert --from 0,0_1,0_0,1_1,1;2;--from does not go with --invert
 R --invert --mode add;2;--mode does not go with --invert
 R --invert --st-map in.png;2;--st-map does not go with --invert
+R --invert --holdout in.png;2;--holdout does not go with --invert
+R --invert --choke 1;2;--choke does not go with --invert
+R --color raw --work-color linear;2;--work-color does not go with --color raw
 R --st-map in.png --road module;2;leave --st-map out
 R --st-map in.png --host KeyG;2;--host does not go with --st-map
 R --st-map a.mov;2;--st-map;"a.mov";OpenEXR

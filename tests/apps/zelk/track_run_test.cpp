@@ -135,6 +135,14 @@ TEST_F(TrackedRender, ReadsItAsItIsTold) {
         expectRefusal(joined("render l.png --over p.####.png -o t.%d.png --track"_words,
                              joined({track}, *options ? split(options, ' ') : Words())),
                       3, {track, told});
+    // A right track that an order turns over, and the order that undoes both.
+    for (auto const& [order, told] : {std::pair("ur,ul,lr,ll", "`--corners ul,ur,ll,lr`"),
+                                      {"ul,ll,ur,lr", "`--corners ul,ur,ll,lr`"}}) {
+        Words words =
+            "render l.png --over p.####.png -o t.%d.png --progress none --track plain.csv "
+            "--track-first-frame 1001 --corners"_words;
+        EXPECT_TRUE(has(done(joined(words, {order})), told)) << order;
+    }
     // A part of the shot that the track does not reach is rendered as the whole shot renders it.
     put("short.csv", large.substr(0, large.find("\n1003") + 1));
     done(

@@ -60,5 +60,25 @@ TEST_F(Inverted, FollowsKeysAndTracksOverOneSize) {
     EXPECT_EQ(made({"plate.exr", "--invert", "--track", "t.csv"}, "made.#.exr"), expected);
 }
 
+// The plate's space is the picture's; the sign's, its mattes, outline and lens play no part.
+TEST_F(Inverted, KeepsThePlatesColorsAndDropsTheSignsFinish) {
+    Words const work = {"--work-color", "linear", "--to"};
+    std::string const quad = "9,6 47,4 4,36 44,34", corners = "0,0 40,0 0,30 40,30";
+    auto const expected =
+        made(joined({"plate.exr", "--size", "40x30", "--from", quad, "--layer-color", "KodakLog"},
+                    joined(work, {corners})));
+    Words const inverted = joined({"--invert"}, joined(work, {quad}));
+    EXPECT_EQ(made(joined({"none.png", "--over", "plate.exr", "--plate-color", "KodakLog",
+                           "--layer-color", "sRGB"},
+                          inverted)),
+              expected);
+    put("s.zelk.json", R"({"schema": "zelk-project", "version": 1, "layer": "none.png",
+        "comp": {"width": 70, "height": 50, "rate": 25, "startFrame": 0, "duration": 1},
+        "plate": "plate.exr", "color": {"layer": "sRGB", "plate": "KodakLog"},
+        "matte": {"file": "none.exr"}, "holdout": {"file": "none.exr"}, "stMap": "none.mov",
+        "render": {"edges": "exact", "feather": 3, "choke": 2}, "parameters": {}})");
+    EXPECT_EQ(made(joined({"--project", "s.zelk.json"}, inverted)), expected);
+}
+
 }  // namespace
 }  // namespace zelk_test

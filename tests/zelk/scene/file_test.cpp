@@ -243,12 +243,19 @@ TEST_F(ProjectFile, CommandsMakeShowAndCheckOne) {
     std::string const own = "s.zelk.json", moved = "plates/s.zelk.json";
     Scene project = readScene(at(own));
     EXPECT_EQ(project.plate->file.written, "plates/p.####.ppm");
+    project.matte = SceneMatte{project.layer, "R"};
+    project.isBest = project.dropsOverscan = true;
+    project.featherPx = 2.5;
+    project.codec = "h264";
+    project.color.work = "linear";
     project.parameters = {{"rotate", {}, 30., {{12, 1., {}, {}, {}}, {13.5, 2., {}, {}, {}}}}};
     writeScene(project, at(moved));  // the pictures stay where they are
     for (std::string const& each : {own, moved})
         EXPECT_EQ(run({"project", "check", each}).out, each + ": good\n");
     std::string const shown = run({"project", "show", moved}).out;
-    for (char const* part : {"../l.ppm", "p.####.ppm", "30; 2 keys, frames 12 to 13.5"})
+    for (char const* part :
+         {"../l.ppm", "p.####.ppm", "30; 2 keys, frames 12 to 13.5", "../l.ppm:R",
+          "quality best, feather 2.5", "overscan drop", "codec h264", "work linear"})
         EXPECT_TRUE(has(shown, part)) << shown;
     EXPECT_EQ(run({"project", "show", own, "--json"}).out, bytesOf(own));
     fs::remove(at("plates/p.0013.ppm"));  // within the composition
