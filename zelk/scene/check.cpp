@@ -193,13 +193,15 @@ private:
                                  char const* why) {
             if (isGiven) refuse(field, fmt::format(fmt::runtime(why), other(needed, field)));
         };
-        bool const isGrid = m_scene.edges == FrameEdges::kGrid;
+        // Of an inverted scene what the file says of the sign plays no part.
+        bool const hasMap = m_scene.stMap && !m_scene.isInverted;
+        bool const isGrid = m_scene.edges == FrameEdges::kGrid && !m_scene.isInverted;
         fits(kFeather, isGrid && m_scene.featherPx > 0, kEdges, "needs {} exact");
         fits(kChoke, isGrid && m_scene.chokePx > 0, kEdges, "needs {} exact");
         constexpr char const* kMapHasOwn = "does not go with {}, which covers pixels by itself";
-        fits(kFeather, m_scene.stMap && m_scene.featherPx > 0, kStMap, kMapHasOwn);
-        fits(kChoke, m_scene.stMap && m_scene.chokePx > 0, kStMap, kMapHasOwn);
-        fits(kEdges, m_scene.stMap && isGrid, kStMap, kMapHasOwn);
+        fits(kFeather, hasMap && m_scene.featherPx > 0, kStMap, kMapHasOwn);
+        fits(kChoke, hasMap && m_scene.chokePx > 0, kStMap, kMapHasOwn);
+        fits(kEdges, hasMap && isGrid, kStMap, kMapHasOwn);
         fits(kTaps, m_scene.taps && !m_scene.filter, kFilter, "needs a kernel: give {}");
         fits(kTaps, m_scene.taps && (m_scene.filter == "box" || m_scene.filter == "bilinear"),
              kFilter, "does not go with {} box or bilinear, which have no table of weights");

@@ -83,7 +83,9 @@ TEST(Footprint, VectorsGiveTheBitsOfScalarCodeOnEveryInstructionSet) {
             auto const count = static_cast<int>(samples.size());
             sampleFootprints(source, samples.data(), count, scalar.data());
             sampleFootprintsSimd(source, samples.data(), count, vector.data());
-            ASSERT_EQ(std::memcmp(scalar.data(), vector.data(), 4 * scalar.size()), 0) << round;
+            ASSERT_TRUE(samples.empty() ||
+                        std::memcmp(scalar.data(), vector.data(), 4 * scalar.size()) == 0)
+                << round;
         }
     });
 }
