@@ -19,9 +19,9 @@
 namespace zelk {
 
 /// One of them, with its words. A nested one comes after the command that its path starts with.
-using Command = std::variant<RenderCommand, ParamsCommand, ProjectNewCommand, ProjectShowCommand,
-                             ProjectCheckCommand, ProjectImportTrackCommand, OverlayCommand,
-                             DragCommand, TrackCommand, TrackConvertCommand, FiltersCommand,
-                             MapCommand>;
+using Command =
+    std::variant<RenderCommand, ParamsCommand, ProjectNewCommand, ProjectShowCommand,
+                 ProjectCheckCommand, ProjectImportTrackCommand, OverlayCommand, DragCommand,
+                 TrackCommand, TrackConvertCommand, FiltersCommand, MapCommand>;
 
 }  // namespace zelk

@@ -13,7 +13,7 @@ namespace zelk {
 struct MovieFacts {
     int width = 0, height = 0, count = 0;
     std::string pixelFormat, matrix, primaries, transfer;  ///< as the program names them
-    std::string rate;                 ///< pictures a second, "24000/1001"; empty where unknown
+    std::string rate;  ///< pictures a second, "24000/1001"; empty where unknown
     /// Of each picture, ascending, from the start of the file's clock; empty where a packet has
     /// none.
     std::vector<double> timesSec;
