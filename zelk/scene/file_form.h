@@ -15,6 +15,10 @@ void fitToFrames(Scene& scene);
 /// As the file has it: true, 12.5, "Super Sample", [12, 40].
 std::string valueText(SceneValue const& value);
 
+/// What every file says of itself.
+inline constexpr char const* kProjectSchema = "zelk-project";
+inline constexpr int kProjectVersion = 1;
+
 /// A key of one of the file's objects.
 struct FileKey {
     std::string_view name;
