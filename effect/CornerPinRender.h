@@ -2,13 +2,13 @@
 //
 //   input --copy--> work --premultiply--> passes --> out --straight colour, opacity, transfer-->
 //
-// The passes resample premultiplied colour; a host that keeps straight colour (After Effects) has
-// it multiplied first and divided last, one that keeps premultiplied colour (the FXPLUG family) has
-// it straight only while opacity and transfer run, one without alpha (the AVX families) gets white
-// alpha on the way in and none on the way out. Layer and frame may differ in size where the binding
-// allows it: From Pins are then fractions of the layer and To Pins of the frame, and the image
-// between two passes has the layer's size. Nothing outlives the call but the output's pixels
-// and, in a grown frame, the host object's output size.
+// The passes resample premultiplied colour; a host that keeps straight colour (After Effects among
+// them) has it multiplied first and divided last, one that keeps premultiplied colour (the FXPLUG
+// family) has it straight only while opacity and transfer run, one without alpha (the AVX families)
+// gets white alpha on the way in and none on the way out. Layer and frame may differ in size where
+// the binding allows it: From Pins are then fractions of the layer and To Pins of the frame, and
+// the image between two passes has the layer's size. Nothing outlives the call but the output's
+// pixels and, in a grown frame, the host object's output size.
 #pragma once
 
 #include <cmath>
@@ -18,6 +18,7 @@
 #include "Transform/Common/Transform_Core_Render/TransferModes.h"
 #include "effect/PipelineFrame.h"
 #include "effect/PixelPasses.h"
+#include "effect/Render.h"
 #include "params/TransferMenu.h"
 
 namespace corner_pin_detail {
@@ -43,7 +44,7 @@ template <class Trait>
 void enterPremultiplied(PipelineFrame& frame) {
     constexpr auto kWhite = static_cast<typename Trait::Channel>(Trait::kWhite);
     if (hostLacksAlpha(frame.host)) setAlpha<Trait>(frame.workInfo, kWhite);
-    if (!frame.host->getAEHost()) return;
+    if (!frame.host->keepsStraightColor()) return;
     frame.host->getRasterInfo(frame.rasters.work.get(), &frame.straightInfo);
     frame.multiply = [](void* of) {
         premult_detail::changeColour<Trait, typename Trait::Channel>(
@@ -72,7 +73,7 @@ inline bool usesSource(PipelineFrame const& frame) {
 /// Straight colour for opacity and transfer.
 template <class Trait>
 void enterStraight(PipelineFrame& frame) {
-    if (!frame.host->getAEHost() && !frame.host->getFXPLUGHost()) return;
+    if (!frame.host->keepsStraightColor() && !frame.host->getFXPLUGHost()) return;
     if (usesSource(frame)) {
         multiplyWorkingCopy(frame);
         unPremultiply<Trait>(frame, frame.rasters.work.get());
@@ -151,6 +152,8 @@ void finishPixels(void const* context, void* pixels, int count) {
 /// of the pipeline's own was refused the output is cleared. A direct pass (Both Pins without Crop
 /// To Pins) passes its code on; the two passes of the other views don't. A Transfer Mode in a frame
 /// of another size than the layer's is 1, and the output the transform alone at full opacity.
+/// A binding that is not After Effects' is asked between samples whether the user stopped the
+/// render: kRenderStopped, and the output is unfinished.
 template <class Trait, class Channel, class Wide, class Weight, class Format>
 PF_Err CornerPinRender(PluginHost_API* host) {
     PipelineFrame frame(host, Trait::kFormat, Trait::kPixelBytes);
@@ -164,6 +167,7 @@ PF_Err CornerPinRender(PluginHost_API* host) {
     frame.finish = corner_pin_detail::finishPixels<Trait>;
     if (const PF_Err code = prepareSamples(frame)) return code;
     for (int i = 0; i < frame.plan.samples; ++i) {
+        if (isStopped(frame)) return kRenderStopped;
         if (const PF_Err code = corner_pin_detail::takeSample<Trait>(frame, i)) return code;
     }
     softenEnd(frame);

@@ -276,7 +276,7 @@ PF_Err renderSample(PipelineFrame& frame, int index) {
 
     // Pixels are finished with the drawing where nothing comes between, and where what was not
     // drawn would stay as it is: a negative opacity makes -0 of 0.
-    bool const isLast = drawn.direct && frame.host->getAEHost() && !frame.plan.blurOn &&
+    bool const isLast = drawn.direct && frame.host->keepsStraightColor() && !frame.plan.blurOn &&
                         !softens(frame.args.quality) && frame.args.cornerPinOpacity >= 0;
     settings->finishFunc = isLast ? frame.finish : nullptr;
     settings->finishContext = &frame;

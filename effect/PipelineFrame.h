@@ -61,6 +61,11 @@ inline void multiplyWorkingCopy(PipelineFrame& frame) {
 /// caller has not set rectangles. Known once there is a working copy.
 bool hasOwnFrame(PipelineFrame const& frame);
 
+/// The user stopped the render. After Effects is not asked: it learns of a stop by its callbacks.
+inline bool isStopped(PipelineFrame const& frame) {
+    return !frame.host->getAEHost() && frame.host->doAbort() != 0;
+}
+
 /// Takes the Grow Bounds margin out of the host's settings, reads all controls and chooses the
 /// passes. 0, or the host's code when a control could not be read; the output is then cleared.
 PF_Err readFrame(PipelineFrame& frame);

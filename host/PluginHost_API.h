@@ -121,6 +121,9 @@ public:
     virtual int deallocRaster(PluginRaster_API* raster) = 0;
 
     virtual bool isQualityHigh() = 0;
+    /// Colour comes and goes straight: the pipeline multiplies it by alpha, and divides what it
+    /// made.
+    virtual bool keepsStraightColor() { return getAEHost() != nullptr; }
     /// What to ask of the resampling beyond the controls, or null. It outlives the render.
     virtual ResampleOptions const* resampleOptions() { return nullptr; }
     /// Downsample factors of the call: 1.0 at full resolution, 0.5 at half.

@@ -21,8 +21,10 @@
 #include "Transform/Common/PixelMemory.h"
 #include "host/PluginHost_Standard.h"
 
-/// Which family of hosts answers non-null. Pictures of the two AVX families carry no alpha.
-enum class MemoryHostFamily { kNone, kAVX1, kAVX2, kFXPLUG };
+/// Which family of hosts answers non-null. Pictures of the two AVX families carry no alpha, those
+/// of FXPLUG premultiplied colour. With kNone pixels stay what they are throughout; kStraight is a
+/// host of no family that keeps straight colour.
+enum class MemoryHostFamily { kNone, kAVX1, kAVX2, kFXPLUG, kStraight };
 
 /// What the host handed out and has not got back.
 struct MemoryHostTally {
@@ -137,6 +139,7 @@ public:
     PluginRaster_API* allocRaster(RasterInfo* info) override;
     int deallocRaster(PluginRaster_API* raster) override;
     bool isQualityHigh() override { return true; }
+    bool keepsStraightColor() override { return m_family == MemoryHostFamily::kStraight; }
     double getScaleX() override { return m_scaleX; }
     double getScaleY() override { return m_scaleY; }
     double geAspectRatio(PluginRaster_API*) override { return 1; }

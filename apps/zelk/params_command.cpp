@@ -53,7 +53,7 @@ std::string_view unitOf(Parameter const& parameter) {
         case PF_Param_COLOR:
             return "#rrggbb";
         default:
-            return zelk::unitOf(parameter.index);
+            return unitOfParameter(parameter.index);
     }
 }
 

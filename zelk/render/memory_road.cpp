@@ -7,7 +7,7 @@
 #include "Transform/Common/PopupEntries.h"
 #include "Transform/Common/ResampleOptions.h"
 #include "Transform/Common/RowBands.h"
-#include "Transform/Common/Transform_Core_Render/TransferModes.h"
+#include "Transform/Common/Transform_Core_Render/PlateRows.h"
 #include "effect/Render.h"
 #include "host/PluginHost_Memory_Impl.h"
 #include "hostkit/fixed_point.h"
@@ -91,51 +91,6 @@ void setShutter(PluginHost_Memory_Impl& host, std::vector<Parameter> const& para
     host.setFloat(kParamShutterPhase, shutter.phaseDeg);
 }
 
-// Rows of float worlds, alpha first: the frame's and, behind it, the plate's.
-
-/// What the rounding of weights may leave of an opaque layer's alpha: eight products of weights and
-/// as many sums, each within 2^-24.
-constexpr float kWeightRounding = 0x1p-20f;
-
-void layNormally(float* pixel, float const* plate, int width) {
-    for (; width > 0; --width, pixel += 4, plate += 4) {
-        float const rest = 1.0f - pixel[0];
-        // Nothing of a hidden plate counts, not even infinity times 0, and what hides it is opaque.
-        if (std::fabs(rest) <= kWeightRounding) {
-            pixel[0] = 1;
-            continue;
-        }
-        for (int c = 0; c < 4; ++c) pixel[c] += plate[c] * rest;
-    }
-}
-
-/// Colour without alpha stays as it is, both ways.
-void makeStraight(float const* pixel, float* straight) {
-    float const divisor = pixel[0] == 0 ? 1 : pixel[0];
-    straight[0] = pixel[0];
-    for (int c = 1; c < 4; ++c) straight[c] = pixel[c] / divisor;
-}
-
-void layByMode(float* pixel, float const* plate, int width, BlendRow<PIXEL_ARGB32> blend) {
-    constexpr int kAtOnce = 128;  // pixels
-    float front[4 * kAtOnce], back[4 * kAtOnce];
-    for (int left = 0; left < width; left += kAtOnce) {
-        int const channels = 4 * std::min(kAtOnce, width - left);
-        for (int i = 0; i < channels; i += 4) {
-            makeStraight(pixel + i, front + i);
-            makeStraight(plate + i, back + i);
-        }
-        blend(front, back, back, channels / 4, {});
-        for (int i = 0; i < channels; i += 4) {
-            float const* const result = pixel[i] == 0 ? plate + i : back + i;
-            float const factor = pixel[i] == 0 || result[0] == 0 ? 1 : result[0];
-            pixel[i] = result[0];
-            for (int c = 1; c < 4; ++c) pixel[i + c] = result[c] * factor;
-        }
-        pixel += channels, plate += channels;
-    }
-}
-
 /// Lobes of a kernel leave alpha beyond 0 and 1 beside an edge in the layer, where the plate would
 /// come through lighter or darker than it is. Colour stays, as light may be brighter than white.
 void limitAlpha(World& frame) {
@@ -147,11 +102,7 @@ void limitAlpha(World& frame) {
 }
 
 void layRow(World& frame, int y, float const* plate, int mode) {
-    float* const pixels = frame.rowAs<float>(y);
-    if (mode == PF_Xfer_IN_FRONT)
-        layNormally(pixels, plate, frame.width());
-    else
-        layByMode(pixels, plate, frame.width(), blendRowOfMode<PIXEL_ARGB32>(mode));
+    layOverPlate(frame.rowAs<float>(y), plate, frame.width(), mode);
 }
 
 }  // namespace

@@ -1,13 +1,11 @@
-// Names by which a user addresses the effect's parameters: the effect's own constants without
-// `kParam`, in kebab-case, in the order of the parameter indices.
+// Looking up the effect's parameters by the names that params/ParameterNames.h lists.
 #pragma once
 
-#include <array>
 #include <optional>
 #include <string>
 #include <string_view>
 
-#include "params/ParamIndex.h"
+#include "params/ParameterNames.h"
 
 namespace zelk {
 
@@ -20,8 +18,6 @@ inline constexpr int kToOffsets = kParamToUpperLeftOffsetX;  ///< x, y of the sa
 inline constexpr int kFromPins = kParamFromUpperLeft;
 inline constexpr int kFromOffsets = kParamFromUpperLeftOffsetX;
 
-extern std::array<std::string_view, kParameterCount> const kParameterNames;
-
 inline std::string_view nameOfParameter(int index) {
     return kParameterNames[static_cast<std::size_t>(index)];
 }
@@ -31,11 +27,6 @@ std::optional<int> parameterIndex(std::string_view name);
 
 /// The same; throws a usage error about `thing` for a name that is none.
 int requiredParameter(std::string const& thing, std::string_view name);
-
-/// What a control's numbers count: "px of frame", "%", "degrees"; empty for one without numbers.
-/// Reposition moves the picture within the quads, whose width and height are its 100 %; the fade of
-/// Super Sample is as wide as 1/32 of the layer's longer side, times the number.
-std::string_view unitOf(int index);
 
 /// The name with the least edit distance; the first of equals.
 std::string_view nearestOf(std::string_view const* first, std::size_t count, std::string_view word);

@@ -1,0 +1,13 @@
+// Laying a rendered row over a plate of its own: a picture in a frame of another size has no source
+// layer to lie over.
+//
+// Float pixels, alpha first, colour associated on both sides and in the result. Normal is
+//
+//   c = f + p (1 - a)       of each channel; f alone where a is 1 but for the rounding of weights
+//
+// Other modes blend straight colour by the transfer modes' own arithmetic; where `pixels` are
+// transparent the plate stays as it is.
+#pragma once
+
+/// `mode` is a PF_Xfer_* number that has a mode; the result is in `pixels`. Safe on any thread.
+void layOverPlate(float* pixels, float const* plate, int width, int mode);
