@@ -20,15 +20,13 @@ constexpr Project kProject = {.size = {48, 36}, .offset = {5, -3}};
 double pattern(int x, int y, int c) {
     return c == 3 ? 0.25 + 0.75 * ((x + 2 * y) & 3) / 3 : ((x * 37 + y * 91 + c * 53) & 63) / 63.0;
 }
-PictureBuffer::Rows randomRows(Random& random) {
-    return {random.integer(0, 13), random.flip()};
-}
+PictureBuffer::Rows randomRows(Random& random) { return {random.integer(0, 13), random.flip()}; }
 std::array<double, 8> randomPins(Random& random, OfxRectI frame) {
     double const w = frame.x2 - frame.x1, h = frame.y2 - frame.y1;
     std::array<double, 8> pins{};
     for (int corner = 0; corner < 4; ++corner) {
-        pins[2 * corner] = frame.x1 + w * ((corner & 1) + random.uniform(-0.3, 0.3));
-        pins[2 * corner + 1] = frame.y1 + h * ((corner < 2) + random.uniform(-0.3, 0.3));
+        pins[2 * corner] = frame.x1 + w * ((corner & 1) + random.uniform(-0.2, 0.2));
+        pins[2 * corner + 1] = frame.y1 + h * ((corner < 2) + random.uniform(-0.2, 0.2));
     }
     return pins;
 }
@@ -68,16 +66,16 @@ struct Session {
 
 using Format = std::tuple<char const*, char const*>;
 class OfxFormats : public testing::TestWithParam<Format> {};
-INSTANTIATE_TEST_SUITE_P(
-    All, OfxFormats,
-    testing::Combine(testing::Values(kOfxBitDepthByte, kOfxBitDepthShort, kOfxBitDepthHalf,
-                                     kOfxBitDepthFloat),
-                     testing::Values(kOfxImageComponentRGBA, kOfxImageComponentRGB,
-                                     kOfxImageComponentAlpha)),
-    [](auto const& info) {
-        return std::string(std::get<0>(info.param)).substr(11) +
-               std::string(std::get<1>(info.param)).substr(17);
-    });
+INSTANTIATE_TEST_SUITE_P(All, OfxFormats,
+                         testing::Combine(testing::Values(kOfxBitDepthByte, kOfxBitDepthShort,
+                                                          kOfxBitDepthHalf, kOfxBitDepthFloat),
+                                          testing::Values(kOfxImageComponentRGBA,
+                                                          kOfxImageComponentRGB,
+                                                          kOfxImageComponentAlpha)),
+                         [](auto const& test) {
+                             return std::string(std::get<0>(test.param)).substr(11) +
+                                    std::string(std::get<1>(test.param)).substr(17);
+                         });
 
 // Any window, with any layout of rows and any bounds around it, has the whole frame's pixels, and
 // nothing else is written. What lies beyond the region of definition is transparent black.
@@ -99,8 +97,9 @@ TEST_P(OfxFormats, WindowsEqualTheWholeFrame) {
             int const y = random.integer(kFrame.y1, kFrame.y2 - 1);
             OfxRectI const window = {x, y, random.integer(x + 1, kFrame.x2),
                                      random.integer(y + 1, kFrame.y2)};
-            OfxRectI const bounds = {window.x1 - random.integer(0, 9), window.y1 - random.integer(0, 9),
-                                     window.x2 + random.integer(0, 9), window.y2 + random.integer(0, 9)};
+            OfxRectI const bounds = {
+                window.x1 - random.integer(0, 9), window.y1 - random.integer(0, 9),
+                window.x2 + random.integer(0, 9), window.y2 + random.integer(0, 9)};
             PictureBuffer tile(bounds, depth, components, randomRows(random));
             EXPECT_EQ(session.render(tile, window), whole.bytes(window))
                 << alpha << " " << window.x1 << " " << window.y1 << " " << window.x2 << " "
@@ -128,13 +127,13 @@ TEST_P(OfxFormats, SourcesInAnyLayoutAreTheSame) {
 }
 
 // Half the scale, with the half-size picture a host hands over then, is the half-size project with
-// pins at half their places: to the bit, as halving is exact. A third is not: within a step of a
-// byte.
+// pins at half their places: to the bit, as halving is exact. A third is not, and below a half the
+// effect takes smaller kernels: there Low, which has none, agrees but for a pixel on an edge.
 TEST(OfxScale, SmallScalesAreSmallProjects) {
     Random random(3);
     for (int const divisor : {2, 3}) {
         OfxRectI const small = {0, 0, 32, 24};
-        double const d = divisor;
+        double const d = divisor, quality = divisor == 2 ? 2 : 0;
         Project const large = {.size = {32 * d, 24 * d}};
         PictureBuffer source(small), scaledOutput(small), smallOutput(small);
         source.fill(pattern);
@@ -146,16 +145,17 @@ TEST(OfxScale, SmallScalesAreSmallProjects) {
             auto scaled = pins;
             for (double& pin : scaled) pin /= d;
             setPins(*session.instance, scaled);
+            session->set("quality", {{quality}, ""});
             ofSmall = session.render(smallOutput, small);
         }
         input.region = {0, 0, large.size.x, large.size.y};
         Session session(hostChoice("tree"), {{"Source", input}}, large);
         setPins(*session.instance, pins);
+        session->set("quality", {{quality}, ""});
         ofScaled = session.render(scaledOutput, small, {1 / d, 1 / d});
-        int difference = 0;
-        for (std::size_t i = 0; i < ofSmall.size(); ++i)
-            difference = std::max(difference, std::abs(ofSmall[i] - ofScaled[i]));
-        EXPECT_LE(difference, divisor == 2 ? 0 : 1);
+        int differing = 0;
+        for (std::size_t i = 0; i < ofSmall.size(); ++i) differing += ofSmall[i] != ofScaled[i];
+        EXPECT_LE(differing, divisor == 2 ? 0 : 4) << divisor;
     }
 }
 
@@ -173,8 +173,8 @@ TEST(OfxThreads, TwoAtOnceEqualOneByOne) {
     };
     std::array<One, 2> ones;
     for (One& one : ones) {
-        one.instance = host.create(kOfxImageEffectContextFilter, {{"Source", still(source.view())}},
-                                   kProject);
+        one.instance =
+            host.create(kOfxImageEffectContextFilter, {{"Source", still(source.view())}}, kProject);
         ASSERT_TRUE(one.instance);
         setPins(*one.instance, randomPins(random, kFrame));
         ASSERT_EQ(one.instance->render({.output = one.alone.view(), .window = kFrame}), kOfxStatOK);
@@ -226,14 +226,14 @@ TEST(OfxAbort, EndsWithOk) {
 }
 
 class OfxHosts : public testing::TestWithParam<HostChoice> {};
-INSTANTIATE_TEST_SUITE_P(All, OfxHosts, testing::ValuesIn(hostChoices()), [](auto const& info) {
-    std::string name = info.param.name;
+INSTANTIATE_TEST_SUITE_P(All, OfxHosts, testing::ValuesIn(hostChoices()), [](auto const& test) {
+    std::string name = test.param.name;
     std::erase_if(name, [](char c) { return !std::isalnum(static_cast<unsigned char>(c)); });
     return name;
 });
 
-// Described, unloaded and loaded again, without asking in vain for a property; what comes out is the
-// same whatever the host lacks.
+// Described, unloaded and loaded again, without asking in vain for a property; what comes out is
+// the same whatever the host lacks.
 TEST_P(OfxHosts, DescribesAllItShould) {
     Host host(GetParam(), ZELK_OFX_BINARY);
     for (int round = 0; round < 2; ++round) {
@@ -245,13 +245,14 @@ TEST_P(OfxHosts, DescribesAllItShould) {
             ASSERT_EQ(host.describeIn(context), kOfxStatOK);
             EXPECT_EQ(host.descriptionFaults(context), std::vector<std::string>()) << context;
         }
-        EXPECT_EQ(host.call(host.entry(), {"org.zelk.NoSuchAction"}, nullptr), kOfxStatReplyDefault);
+        EXPECT_EQ(host.call(host.entry(), {"org.zelk.NoSuchAction"}, nullptr),
+                  kOfxStatReplyDefault);
         host.unload();
     }
     expectClean(host);
 }
 
-// Parameters saved by one instance make another's frame; with the defaults the picture is the source.
+// Parameters saved by one instance make another's frame; View Original is the source.
 TEST_P(OfxHosts, SavedParametersGiveTheSameFrame) {
     Random random(5);
     OfxRectI const frame = {0, 0, 40, 30};
@@ -259,13 +260,16 @@ TEST_P(OfxHosts, SavedParametersGiveTheSameFrame) {
     source.fill(pattern);
     std::map<std::string, ClipInput> const inputs = {{"Source", still(source.view())}};
     Project const project = {.size = {40, 30}};
-    Setup setup;
+    zelk_ofx::Setup setup;
     std::vector<unsigned char> saved;
     {
         Session session(GetParam(), inputs, project);
         RenderCall const call{.output = output.view(), .window = frame};
+        EXPECT_EQ(session->identity(call), "");
+        session->set("view-mode", {{0}, ""});
         EXPECT_EQ(session->identity(call), "Source");
         EXPECT_EQ(session.render(output, frame), source.bytes(frame));
+        session->set("view-mode", {{3}, ""});
         setPins(*session.instance, randomPins(random, frame));
         session->set("quality", {{1}, ""});
         session->set("track-file", {{}, "/no/such/track.txt"});
@@ -291,11 +295,14 @@ TEST(OfxRegions, NothingIsReadBeyondTheRegionOfInterest) {
     Session session(hostChoice("tree"), {{"Source", input}});
     setPins(*session.instance, randomPins(random, kFrame));
     for (int i = 0; i < 20; ++i) {
-        int const x = random.integer(kFrame.x1, kFrame.x2 - 9), y = random.integer(kFrame.y1, kFrame.y2 - 9);
+        int const x = random.integer(kFrame.x1, kFrame.x2 - 9),
+                  y = random.integer(kFrame.y1, kFrame.y2 - 9);
         OfxRectI const window = {x, y, x + 8, y + 8};
-        OfxRectD const region = session->regionOfInterest("Source", {double(x), double(y), x + 8., y + 8.});
+        OfxRectD const region =
+            session->regionOfInterest("Source", {double(x), double(y), x + 8., y + 8.});
         poisoned.fill([&](int px, int py, int c) {
-            bool const asked = px + 1 > region.x1 && px < region.x2 && py + 1 > region.y1 && py < region.y2;
+            bool const asked =
+                px + 1 > region.x1 && px < region.x2 && py + 1 > region.y1 && py < region.y2;
             return asked ? pattern(px, py, c) : 1.0;
         });
         given = source.view();

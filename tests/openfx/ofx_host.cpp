@@ -347,6 +347,11 @@ Instance::Instance(Host& itsHost, OfxImageEffectStruct const& descriptor, Projec
         auto& param = *effect.params.list.emplace_back(std::make_unique<OfxParamStruct>(*from));
         param.effect = &effect;
         becomeInstance(param.props);
+        // Keys of choices, truths and texts are wished for in vain.
+        char const* const animates = "OfxParamPropAnimates";
+        auto const& table = propertyTable(param.type);
+        if (param.kind && std::get<std::vector<int>>(table.at(animates).values)[0] == 0)
+            param.props.put(animates, 0);
         auto& [number, text] = param.value.constant = param.defaultValue();
         // A host without the property knows canonical defaults alone.
         char const* const system = kOfxParamPropDefaultCoordinateSystem;

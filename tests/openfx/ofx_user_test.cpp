@@ -1,5 +1,5 @@
-// What a user does in an OpenFX host: dragging pins in the overlay, importing tracks, and a host that
-// fails meanwhile.
+// What a user does in an OpenFX host: dragging pins in the overlay, importing tracks, and a host
+// that fails meanwhile.
 #include <gtest/gtest.h>
 
 #include <fstream>
@@ -9,7 +9,5 @@
 #include "tests/support/temporary_folder.h"
 
 namespace zelk_ofx {
-namespace {
-
-}  // namespace
+namespace {}  // namespace
 }  // namespace zelk_ofx
