@@ -40,7 +40,8 @@ void expectClean(Host const& host) {
 struct Session {
     explicit Session(HostChoice const& choice, std::map<std::string, ClipInput> const& inputs,
                      Project const& project = kProject,
-                     char const* context = kOfxImageEffectContextFilter, Setup const& setup = {})
+                     char const* context = kOfxImageEffectContextFilter,
+                     SavedParams const& setup = {})
         : host(choice, ZELK_OFX_BINARY) {
         EXPECT_EQ(host.prepare(context), kOfxStatOK);
         instance = host.create(context, inputs, project, setup);
@@ -260,7 +261,7 @@ TEST_P(OfxHosts, SavedParametersGiveTheSameFrame) {
     source.fill(pattern);
     std::map<std::string, ClipInput> const inputs = {{"Source", still(source.view())}};
     Project const project = {.size = {40, 30}};
-    zelk_ofx::Setup setup;
+    SavedParams setup;
     std::vector<unsigned char> saved;
     {
         Session session(GetParam(), inputs, project);

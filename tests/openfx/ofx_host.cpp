@@ -168,7 +168,7 @@ OfxImageEffectStruct const& Host::descriptor(char const* context) const {
 
 std::unique_ptr<Instance> Host::create(char const* context,
                                        std::map<std::string, ClipInput> const& inputs,
-                                       Project const& project, Setup const& setup,
+                                       Project const& project, SavedParams const& setup,
                                        OfxStatus* status) {
     std::unique_ptr<Instance> made(new Instance(*this, descriptor(context), project));
     for (auto& clip : made->effect.clips) {
@@ -404,8 +404,8 @@ OfxStatus Instance::set(std::string const& name, Value const& to, std::optional<
 OfxStatus Instance::changed(std::string const& name, char const* type) {
     return sendChange(effect, type, name, kOfxChangeUserEdited);
 }
-Setup Instance::save() const {
-    Setup setup;
+SavedParams Instance::save() const {
+    SavedParams setup;
     for (auto const& param : effect.params.list)
         if (param->kind && param->props.get<int>("OfxParamPropPersistant"))
             setup[param->name] = param->value;

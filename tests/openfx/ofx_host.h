@@ -91,7 +91,7 @@ struct Animated {
     bool operator==(Animated const&) const = default;
 };
 /// Persistent parameters by name, as a project keeps them.
-using Setup = std::map<std::string, Animated>;
+using SavedParams = std::map<std::string, Animated>;
 
 struct RenderCall {
     Picture output{};
@@ -208,7 +208,7 @@ public:
     /// null when the plug-in fails in either, with its answer in `status`.
     std::unique_ptr<Instance> create(char const* context,
                                      std::map<std::string, ClipInput> const& inputs,
-                                     Project const& project, Setup const& setup = {},
+                                     Project const& project, SavedParams const& setup = {},
                                      OfxStatus* status = nullptr);
     OfxImageEffectStruct const& descriptor(char const* context) const;
     /// What the description of a context lacks or has wrong: a sentence each.
@@ -278,7 +278,7 @@ public:
     /// The changed actions alone, as a button sends them, or after values were put by `value`.
     OfxStatus changed(std::string const& name, char const* type = "OfxTypeParameter");
     Animated& value(std::string const& name);
-    Setup save() const;
+    SavedParams save() const;
     /// Wires a clip or, with null, unwires it, as a user does.
     void connect(std::string const& clip, ClipInput const* input);
 
