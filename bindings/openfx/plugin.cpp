@@ -135,7 +135,9 @@ OfxStatus act(std::string_view action, void const* handle, Properties const& in,
 
 OfxStatus mainEntry(char const* action, void const* handle, OfxPropertySetHandle inArgs,
                     OfxPropertySetHandle outArgs) {
-    return guarded([&] { return act(action, handle, Properties(inArgs), Properties(outArgs)); });
+    return answerOf(action, guarded([&] {
+                        return act(action, handle, Properties(inArgs), Properties(outArgs));
+                    }));
 }
 
 }  // namespace
