@@ -81,7 +81,7 @@ Host::Host(HostChoice choice, std::string const& binary)
       m_library(dlopen(binary.c_str(), RTLD_NOW | RTLD_LOCAL), dlclose) {
     if (theHost) throw std::runtime_error("two hosts at once");
     if (!m_library) throw std::runtime_error(dlerror());
-    propertyWatch = {[](char const* function) { return theHost->enter(function); },
+    propertyWatch = {[](char const* function, char const* name) { return theHost->enter(function, name); },
                      [](std::string const& what) {
                          std::lock_guard const lock(theHost->m_mutex);
                          theHost->misses.insert(what);
@@ -238,7 +238,7 @@ void Host::setFault(Fault const& fault) {
     m_struck.clear();
     m_calls = m_faultCalls = 0;
 }
-OfxStatus Host::enter(char const* function) {
+OfxStatus Host::enter(char const* function, char const* name) {
     scribble();
     ++m_calls;
     if (m_fault.nth == 0 || (!m_fault.function.empty() && m_fault.function != function))
@@ -246,7 +246,7 @@ OfxStatus Host::enter(char const* function) {
     long const n = ++m_faultCalls;
     if (n != m_fault.nth && !(m_fault.andAfter && n > m_fault.nth)) return kOfxStatOK;
     std::lock_guard const lock(m_mutex);
-    if (m_struck.empty()) m_struck = function;
+    if (m_struck.empty()) m_struck = std::string(function) + " " + name;
     return m_fault.status;
 }
 bool Host::violate(std::string what) {

@@ -215,7 +215,7 @@ public:
     std::vector<std::string> descriptionFaults(char const* context) const;
 
     void setFault(Fault const& fault);
-    std::string struck() const { return m_struck; }  ///< the function that the fault struck first
+    std::string struck() const { return m_struck; }  ///< the first call that failed: "propGetInt OfxPropTime"
     long calls() const { return m_calls; }           ///< of suite functions, since setFault
     /// abort() answers 1 from call n on, counted from 1; 0: never.
     void abortFrom(long n) { m_abortFrom = n, m_aborts = 0; }
@@ -240,7 +240,7 @@ public:
     }
 
     // For the suites.
-    OfxStatus enter(char const* function);
+    OfxStatus enter(char const* function, char const* name = "");
     bool violate(std::string what);  ///< false
     void* allocate(std::size_t bytes, char const* what);
     bool release(void* block, char const* what);

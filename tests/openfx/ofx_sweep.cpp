@@ -56,8 +56,9 @@ Outcome run(SweepPlace const& place, HostChoice const& choice, Stage stage, Faul
         outcome.wrongFrame |= !right.empty() && outcome.frame != right;
     };
     auto const life = [&] {
-        if (!within(kDescribe, [&] { return good(host.prepare(kOfxImageEffectContextFilter)); }))
-            return;
+        outcome.refused = !within(
+            kDescribe, [&] { return good(host.prepare(kOfxImageEffectContextFilter)); });
+        if (outcome.refused) return;
         std::unique_ptr<Instance> instance;
         Project const project{.size = {32, 24}};
         within(kCreate, [&] {
@@ -71,6 +72,7 @@ Outcome run(SweepPlace const& place, HostChoice const& choice, Stage stage, Faul
         // Whatever went wrong in a frame must not harm the next.
         output.clear();
         frameIs(good(instance->render(call)));
+        if (stage < kOverlay) return;
         within(kOverlay, [&] {
             Overlay overlay(*instance);
             std::vector<DrawOp> ops;
@@ -82,6 +84,7 @@ Outcome run(SweepPlace const& place, HostChoice const& choice, Stage stage, Faul
             overlay.pen(kOfxInteractActionPenUp, {5, 20});
             return done;
         });
+        if (stage < kImport) return;
         within(kImport, [&] {
             instance->set("track-file", {{}, place.trackFile});
             return good(instance->changed("load-to-pins"));
@@ -115,7 +118,7 @@ void count(SweepRow& row, Outcome const& outcome, std::string const& which) {
 
 std::vector<SweepRow> sweepSuites(SweepPlace const& place) {
     HostChoice const whole = hostChoice("tree with draw suite");
-    Outcome const plain = run(place, whole, kRender, {}, {});
+    Outcome const plain = run(place, whole, kImport, {}, {});
     std::vector<SweepRow> rows = {{.what = "nothing refused"}};
     count(rows[0], plain, "all suites");
     for (char const* suite : {"OfxPropertySuite 1", "OfxImageEffectSuite 1", "OfxParameterSuite 1",
@@ -124,7 +127,7 @@ std::vector<SweepRow> sweepSuites(SweepPlace const& place) {
         HostChoice choice = whole;
         choice.refusedSuites = {suite};
         SweepRow& row = rows.emplace_back(SweepRow{.what = std::string("without ") + suite});
-        count(row, run(place, choice, kDescribe, {}, plain.frame), suite);
+        count(row, run(place, choice, kImport, {}, plain.frame), suite);
     }
     return rows;
 }

@@ -27,7 +27,6 @@ Property propertyOf(char type, char dimension, std::string const& access, bool m
     if (type == 'P') p.values = std::vector<void*>(words.size());
     if (type == 'D') p.values = numbers;
     if (type == 'I') p.values = std::vector<int>(numbers.begin(), numbers.end());
-    p.initial = p.values;
     return p;
 }
 
@@ -80,7 +79,7 @@ using Out = std::conditional_t<std::is_same_v<T, std::string>, char*, T>;
 // The call's own checks: the handle, the name, and the property's type when `kind` is one.
 OfxStatus find(char const* function, OfxPropertySetHandle set, char const* name, int kind,
                Property*& found) {
-    if (OfxStatus const status = propertyWatch.enter(function)) return status;
+    if (OfxStatus const status = propertyWatch.enter(function, name)) return status;
     if (!set || set->magic != set->kMagic || set->released || !name) return kOfxStatErrBadHandle;
     auto const at = set->properties.find(name);
     bool const known = at != set->properties.end();
@@ -156,7 +155,7 @@ OfxStatus reset(OfxPropertySetHandle set, char const* name) {
     Property* property = nullptr;
     if (OfxStatus const status = find("propReset", set, name, -1, property)) return status;
     if (property->access == Access::kReadOnly) return kOfxStatErrValue;
-    property->values = property->initial;
+    property->values = propertyTable(set->table).at(name).values;
     return kOfxStatOK;
 }
 OfxStatus dimension(OfxPropertySetHandle set, char const* name, int* count) {

@@ -26,7 +26,7 @@ using Values = std::variant<std::vector<void*>, std::vector<std::string>, std::v
 enum class Access { kReadOnly, kDescriptor, kBoth };
 
 struct Property {
-    Values values{}, initial{};
+    Values values{};
     int dimension = 0;  ///< 0: as many values as one likes
     Access access = Access::kReadOnly;
     bool required = true;  ///< every host has it
@@ -51,7 +51,7 @@ struct OfxPropertySetStruct {
     template <class T>
     OfxPropertySetStruct& put(std::string_view name, std::vector<T> values) {
         auto& property = properties[std::string(name)];
-        property.values = property.initial = std::move(values);
+        property.values = std::move(values);
         return *this;
     }
     template <class T>
@@ -90,8 +90,9 @@ namespace zelk_ofx {
 
 /// What the property functions need of the host around them.
 struct PropertyWatch {
-    /// Before each call of a suite function: what it answers instead of doing its work, or OK.
-    OfxStatus (*enter)(char const* function);
+    /// Before each call of a suite function, with the property's name: what it answers instead of
+    /// doing its work, or OK.
+    OfxStatus (*enter)(char const* function, char const* name);
     /// A property that the plug-in can't have: "clip OfxPropFoo: unknown".
     void (*onMiss)(std::string const& what);
     /// Keeps a string that is given out until the next call of a suite function.
