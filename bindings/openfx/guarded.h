@@ -5,7 +5,7 @@
 
 #include "bindings/openfx/suites.h"
 
-namespace zelk {
+namespace zelk::bindings {
 
 template <class Body>
 OfxStatus guarded(Body const& body) noexcept {
@@ -20,4 +20,4 @@ OfxStatus guarded(Body const& body) noexcept {
     }
 }
 
-}  // namespace zelk
+}  // namespace zelk::bindings
