@@ -1,0 +1,597 @@
+#include "tests/openfx/ofx_host.h"
+
+#include <dlfcn.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <deque>
+
+namespace zelk_ofx {
+
+namespace {
+
+Host* theHost = nullptr;
+
+bool good(OfxStatus status) { return status == kOfxStatOK || status == kOfxStatReplyDefault; }
+
+// Strings given out on this thread: those of the last call are valid, older ones scribbled over and
+// kept for a while, so that who kept a pointer reads rubbish and not freed memory.
+thread_local std::deque<std::string> lentStrings, spentStrings;
+
+char* lend(std::string const& text) { return lentStrings.emplace_back(text).data(); }
+void scribble() {
+    for (std::string& text : lentStrings) {
+        std::ranges::fill(text, '#');
+        spentStrings.push_back(std::move(text));
+    }
+    lentStrings.clear();
+    while (spentStrings.size() > 256) spentStrings.pop_front();
+}
+
+template <class T>
+T symbol(void* library, char const* name) {
+    return reinterpret_cast<T>(dlsym(library, name));
+}
+
+OfxRectD around(OfxRectD const& a, OfxRectD const& b) {
+    return {std::min(a.x1, b.x1), std::min(a.y1, b.y1), std::max(a.x2, b.x2), std::max(a.y2, b.y2)};
+}
+
+}  // namespace
+
+Host& currentHost() { return *theHost; }
+
+std::vector<Action>& actionsOfThread() {
+    thread_local std::vector<Action> actions;
+    return actions;
+}
+
+std::vector<HostChoice> const& hostChoices() {
+    static std::vector<HostChoice> const all = {
+        {},
+        {.name = "tree with draw suite", .drawing = true, .suggestedColour = {1, 0.5, 0}},
+        {.name = "time line",
+         .general = false,
+         .multiResolution = false,
+         .tiles = false,
+         .serialThreads = true},
+        {.name = "1.0 host", .optional = false}};
+    return all;
+}
+HostChoice hostChoice(std::string const& name) {
+    for (HostChoice const& choice : hostChoices())
+        if (choice.name == name) return choice;
+    throw std::out_of_range(name);
+}
+
+ClipInput still(Picture const& picture, char const* alpha) {
+    OfxRectI const& b = picture.bounds;
+    return {.picture = [picture](double, OfxPointD) { return picture; },
+            .region = {double(b.x1), double(b.y1), double(b.x2), double(b.y2)},
+            .depth = picture.depth,
+            .components = picture.components,
+            .alpha = alpha};
+}
+
+Host::Host(HostChoice choice, std::string const& binary)
+    : m_choice(std::move(choice)),
+      m_props("host", m_choice.optional),
+      m_library(dlopen(binary.c_str(), RTLD_NOW | RTLD_LOCAL), dlclose) {
+    if (theHost) throw std::runtime_error("two hosts at once");
+    if (!m_library) throw std::runtime_error(dlerror());
+    propertyWatch = {[](char const* function) { return theHost->enter(function); },
+                     [](std::string const& what) {
+                         std::lock_guard const lock(theHost->m_mutex);
+                         theHost->misses.insert(what);
+                     },
+                     lend};
+    std::vector<std::string> contexts = {kOfxImageEffectContextFilter};
+    if (m_choice.general) contexts.push_back(kOfxImageEffectContextGeneral);
+    m_props.put("OfxImageEffectPropSupportedContexts", contexts);
+    m_props.put("OfxPropLabel", m_choice.name);
+    m_props.put("OfxImageEffectPropSupportsMultiResolution", int{m_choice.multiResolution});
+    m_props.put("OfxImageEffectPropSupportsTiles", int{m_choice.tiles});
+    m_props.put("OfxImageEffectPropSupportsOverlays", int{m_choice.overlays});
+    if (m_choice.drawing) m_props.put<int>("OfxPropAPIVersion", {{1, 5}});
+    m_record.host = &m_props;
+    m_record.fetchSuite = [](OfxPropertySetHandle host, char const* name,
+                             int version) -> void const* {
+        if (!theHost->m_loaded) theHost->violate("fetchSuite before the load action");
+        bool const asked = theHost->m_loaded && host == &theHost->m_props && name;
+        return asked ? theHost->suite(std::string(name) + " " + std::to_string(version)) : nullptr;
+    };
+
+    void* const library = m_library.get();
+    auto const count = symbol<int (*)()>(library, "OfxGetNumberOfPlugins");
+    auto const get = symbol<OfxPlugin* (*)(int)>(library, "OfxGetPlugin");
+    auto const greet = symbol<OfxStatus (*)(OfxHost const*)>(library, "OfxSetHost");
+    auto const expect = [&](bool holds, char const* fault) {
+        if (!holds) throw std::runtime_error(binary + ": " + fault);
+    };
+    expect(count && get, "an exported function is missing");
+    // Hosts before 1.5 don't call it.
+    expect(!greet || !m_choice.drawing || greet(&m_record) == kOfxStatOK, "refuses the host");
+    expect(count() > 0 && !get(count()) && !get(-1), "the number of plug-ins is wrong");
+    m_plugin = get(0);
+    expect(m_plugin && m_plugin->pluginApi == std::string(kOfxImageEffectPluginApi) &&
+               m_plugin->apiVersion == 1 && m_plugin->setHost && m_plugin->mainEntry,
+           "the record is of another interface");
+    theHost = this;
+    m_plugin->setHost(&m_record);
+}
+
+Host::~Host() {
+    unload();
+    theHost = nullptr;
+}
+
+OfxStatus Host::load() {
+    m_loaded = true;
+    OfxStatus const status = call(entry(), {kOfxActionLoad}, nullptr);
+    m_loaded = good(status);  // no unload follows a load that failed
+    return status;
+}
+void Host::unload() {
+    if (m_loaded) call(entry(), {kOfxActionUnload}, nullptr);
+    m_descriptors.clear();
+    m_loaded = false;
+}
+OfxStatus Host::describe() {
+    m_descriptors.erase("");
+    auto& effect =
+        m_descriptors.emplace("", OfxImageEffectStruct{.props = set("effect")}).first->second;
+    effect.params.effect = &effect;
+    if (!m_choice.drawing)
+        effect.props.properties.erase(kOfxImageEffectPluginPropOverlayInteractV2);
+    return call(entry(), {kOfxActionDescribe}, &effect);
+}
+OfxStatus Host::describeIn(char const* context) {
+    m_descriptors.erase(context);
+    auto& effect = m_descriptors
+                       .emplace(context, OfxImageEffectStruct{.context = context,
+                                                              .props = m_descriptors.at("").props})
+                       .first->second;
+    effect.params.effect = &effect;
+    auto in = set("in-context").put("OfxImageEffectPropContext", context);
+    return call(entry(), {kOfxImageEffectActionDescribeInContext}, &effect, &in);
+}
+OfxStatus Host::prepare(char const* context) {
+    OfxStatus status = load();
+    if (good(status)) status = describe();
+    return status == kOfxStatOK ? describeIn(context) : status;
+}
+OfxImageEffectStruct const& Host::descriptor(char const* context) const {
+    return m_descriptors.at(context);
+}
+
+std::unique_ptr<Instance> Host::create(char const* context,
+                                       std::map<std::string, ClipInput> const& inputs,
+                                       Project const& project, Setup const& setup,
+                                       OfxStatus* status) {
+    std::unique_ptr<Instance> made(new Instance(*this, descriptor(context), project));
+    for (auto& clip : made->effect.clips) {
+        // The output is as the source until the preferences say otherwise.
+        auto const input = inputs.find(clip->name == "Output" ? "Source" : clip->name);
+        made->wire(*clip, input == inputs.end() ? nullptr : &input->second);
+    }
+    for (auto const& [name, value] : setup)
+        if (auto* param = made->effect.params.find(name)) param->value = value;
+    OfxStatus answer = call(entry(), {kOfxActionCreateInstance}, &made->effect);
+    made->m_created = good(answer);
+    if (made->m_created) answer = made->preferences();
+    if (status) *status = answer;
+    if (!good(answer)) made.reset();
+    return made;
+}
+
+std::vector<std::string> Host::descriptionFaults(char const* context) const {
+    std::vector<std::string> faults;
+    auto const expect = [&](bool holds, std::string const& what) {
+        if (!holds) faults.push_back(what);
+    };
+    OfxImageEffectStruct const& effect = descriptor(context);
+    for (char const* name :
+         {"OfxPropLabel", "OfxImageEffectPluginPropGrouping", "OfxImageEffectPropSupportedContexts",
+          "OfxImageEffectPropSupportedPixelDepths", "OfxImageEffectPluginRenderThreadSafety",
+          "OfxImageEffectPluginPropHostFrameThreading"})
+        expect(effect.props.properties.at(name).written, std::string(name) + " is not set");
+    expect(effect.clip("Output") && effect.clip("Source"), "a mandatory clip is missing");
+    for (auto const& clip : effect.clips)
+        expect(!clip->props.all<std::string>("OfxImageEffectPropSupportedComponents").empty(),
+               clip->name + " has no components");
+    std::set<std::string> groups = {""};
+    for (auto const& param : effect.params.list) {
+        auto const& props = param->props;
+        auto const within = [&]<class T>(T, char const* low, char const* value, char const* high) {
+            for (int i = 0; i < param->dimensions; ++i)
+                expect(props.get<T>(low, i) <= props.get<T>(value, i) &&
+                           props.get<T>(value, i) <= props.get<T>(high, i),
+                       param->name + ": " + value + " is out of range");
+        };
+        for (char const* value :
+             {"OfxParamPropDefault", "OfxParamPropDisplayMin", "OfxParamPropDisplayMax"}) {
+            if (!props.has("OfxParamPropMin")) continue;
+            if (param->kind == 'D') within(0.0, "OfxParamPropMin", value, "OfxParamPropMax");
+            if (param->kind == 'I') within(0, "OfxParamPropMin", value, "OfxParamPropMax");
+        }
+        expect(groups.count(props.get<std::string>("OfxParamPropParent")),
+               param->name + ": its group is not defined before it");
+        if (param->type == kOfxParamTypeGroup) groups.insert(param->name);
+        expect(!props.get<std::string>("OfxPropLabel").empty(), param->name + " has no label");
+        expect(std::ranges::all_of(param->name, [](char c) { return c > ' ' && c < 127; }),
+               param->name + " is not plain ASCII");
+        if (param->type == kOfxParamTypeChoice)
+            expect(props.get<int>("OfxParamPropDefault") <
+                       std::ssize(props.all<std::string>("OfxParamPropChoiceOption")),
+                   param->name + ": the default is no option");
+        if (param->type == kOfxParamTypePage)
+            for (auto const& child : props.all<std::string>("OfxParamPropPageChild"))
+                expect(effect.params.find(child), "page child " + child + " is unknown");
+    }
+    return faults;
+}
+
+void Host::setFault(Fault const& fault) {
+    m_fault = fault;
+    m_struck.clear();
+    m_calls = m_faultCalls = 0;
+}
+OfxStatus Host::enter(char const* function) {
+    scribble();
+    ++m_calls;
+    if (m_fault.nth == 0 || (!m_fault.function.empty() && m_fault.function != function))
+        return kOfxStatOK;
+    long const n = ++m_faultCalls;
+    if (n != m_fault.nth && !(m_fault.andAfter && n > m_fault.nth)) return kOfxStatOK;
+    std::lock_guard const lock(m_mutex);
+    if (m_struck.empty()) m_struck = function;
+    return m_fault.status;
+}
+bool Host::violate(std::string what) {
+    std::lock_guard const lock(m_mutex);
+    violations.push_back(std::move(what));
+    return false;
+}
+
+// A block has 32 bytes behind it that nobody may write to.
+void* Host::allocate(std::size_t bytes, char const* what) {
+    auto* const block = static_cast<unsigned char*>(std::malloc(bytes + 32));
+    std::memset(block + bytes, 0xA5, 32);
+    std::lock_guard const lock(m_mutex);
+    m_blocks[block] = {bytes, what};
+    return block;
+}
+bool Host::release(void* block, char const* what) {
+    if (!owns(block, what)) return false;
+    std::unique_lock lock(m_mutex);
+    auto const* const guard = static_cast<unsigned char*>(block) + m_blocks.at(block).first;
+    m_blocks.erase(block);
+    lock.unlock();
+    if (std::any_of(guard, guard + 32, [](unsigned char c) { return c != 0xA5; }))
+        violate(std::string("written behind ") + what);
+    std::free(block);
+    return true;
+}
+bool Host::owns(void* block, char const* what) {
+    std::lock_guard const lock(m_mutex);
+    auto const at = m_blocks.find(block);
+    return at != m_blocks.end() && at->second.second == what;
+}
+std::vector<std::string> Host::leaks() const {
+    std::lock_guard const lock(m_mutex);
+    std::vector<std::string> list;
+    for (auto const& [block, record] : m_blocks) list.push_back(record.second);
+    return list;
+}
+
+OfxStatus Host::call(OfxPluginEntryPoint entryPoint, Action action, void* handle,
+                     OfxPropertySetStruct* in, OfxPropertySetStruct* out) {
+    auto& actions = actionsOfThread();
+    std::string const name = action.name;
+    if (actions.size() > 16) return violate(name + " without end"), kOfxStatFailed;
+    actions.push_back(std::move(action));
+    OfxStatus status = kOfxStatFailed;
+    try {
+        status = entryPoint(name.c_str(), handle, in, out);
+    } catch (...) {
+        violate(name + " threw");
+    }
+    // Of an interact, Describe need not be trapped.
+    bool const fine =
+        answersOf(name).count(status) || (entryPoint != entry() && status == kOfxStatReplyDefault);
+    if (!fine) violate(name + " answered " + std::to_string(status));
+    for (auto const& image : actions.back().images)
+        if (!image->released) violate(name + " kept an image");
+    actions.pop_back();
+    return status;
+}
+
+OfxStatus sendChange(OfxImageEffectStruct& effect, char const* type, std::string const& name,
+                     char const* reason) {
+    Host& host = currentHost();
+    int const edits = effect.openEdits;
+    auto group = host.set("in-change").put("OfxPropChangeReason", reason);
+    auto one = host.set("in-one-change").put("OfxPropChangeReason", reason);
+    one.put("OfxPropType", type).put("OfxPropName", name).put("OfxPropTime", effect.now);
+    auto const send = [&](char const* action, OfxPropertySetStruct& in) {
+        return host.call(host.entry(), {action, reason}, &effect, &in);
+    };
+    send(kOfxActionBeginInstanceChanged, group);
+    OfxStatus const status = send(kOfxActionInstanceChanged, one);
+    send(kOfxActionEndInstanceChanged, group);
+    if (effect.openEdits != edits) host.violate(name + ": an undo step stays open");
+    effect.openEdits = edits;
+    return status;
+}
+
+// Instances.
+
+Instance::Instance(Host& itsHost, OfxImageEffectStruct const& descriptor, Project const& itsProject)
+    : effect{.isInstance = true, .context = descriptor.context, .props = itsHost.set("instance")},
+      host(itsHost),
+      project(itsProject) {
+    OfxPointD const size = project.size, offset = project.offset;
+    effect.props.put("OfxImageEffectPropContext", descriptor.context);
+    effect.props.put("OfxImageEffectPropProjectExtent",
+                     OfxPointD{size.x + offset.x, size.y + offset.y});
+    effect.props.put("OfxImageEffectPropProjectSize", size);
+    effect.props.put("OfxImageEffectPropProjectOffset", offset);
+    effect.params.effect = &effect;
+    auto const becomeInstance = [](OfxPropertySetStruct& props) {
+        for (auto& [name, property] : props.properties)
+            if (property.access == Access::kDescriptor) property.access = Access::kReadOnly;
+    };
+    for (auto const& from : descriptor.params.list) {
+        auto& param = *effect.params.list.emplace_back(std::make_unique<OfxParamStruct>(*from));
+        param.effect = &effect;
+        becomeInstance(param.props);
+        auto& [number, text] = param.value.constant = param.defaultValue();
+        // A host without the property knows canonical defaults alone.
+        char const* const system = kOfxParamPropDefaultCoordinateSystem;
+        if (param.props.has(system) &&
+            param.props.get<std::string>(system) == kOfxParamCoordinatesNormalised)
+            number = {offset.x + number[0] * size.x, offset.y + number[1] * size.y};
+    }
+    for (auto const& from : descriptor.clips) {
+        auto& clip = *effect.clips.emplace_back(std::make_unique<OfxImageClipStruct>(*from));
+        becomeInstance(clip.props);
+        clip.props.table = "wired";
+        clip.props.properties.merge(host.set("wired").properties);
+    }
+}
+Instance::~Instance() {
+    if (m_created) host.call(host.entry(), {kOfxActionDestroyInstance}, &effect);
+}
+
+void Instance::wire(OfxImageClipStruct& clip, ClipInput const* input) {
+    ClipInput const none{.depth = kOfxBitDepthNone, .components = kOfxImageComponentNone};
+    clip.connected = input;
+    clip.input = input ? *input : none;
+    clip.props.put("OfxImageClipPropConnected", int{clip.connected});
+    for (char const* name : {"OfxImageEffectPropPixelDepth", "OfxImageClipPropUnmappedPixelDepth"})
+        clip.props.put(name, clip.input.depth);
+    for (char const* name : {"OfxImageEffectPropComponents", "OfxImageClipPropUnmappedComponents"})
+        clip.props.put(name, clip.input.components);
+    clip.props.put("OfxImageEffectPropPreMultiplication", clip.input.alpha);
+    clip.props.put("OfxImagePropPixelAspectRatio", clip.input.aspect);
+    clip.props.put("OfxImageClipPropFieldOrder", clip.input.fieldOrder);
+}
+void Instance::connect(std::string const& name, ClipInput const* input) {
+    wire(*effect.clip(name), input);
+    changed(name, "OfxTypeClip");
+    preferences();
+}
+
+Animated& Instance::value(std::string const& name) {
+    if (auto* param = effect.params.find(name)) return param->value;
+    throw std::invalid_argument("no parameter " + name);
+}
+OfxStatus Instance::set(std::string const& name, Value const& to, std::optional<double> key) {
+    if (key)
+        value(name).keys[*key] = to;
+    else
+        value(name) = {to, {}};
+    effect.params.find(name)->props.put("OfxParamPropIsAnimating", int{key.has_value()});
+    return changed(name);
+}
+OfxStatus Instance::changed(std::string const& name, char const* type) {
+    return sendChange(effect, type, name, kOfxChangeUserEdited);
+}
+Setup Instance::save() const {
+    Setup setup;
+    for (auto const& param : effect.params.list)
+        if (param->kind && param->props.get<int>("OfxParamPropPersistant"))
+            setup[param->name] = param->value;
+    return setup;
+}
+
+OfxStatus Instance::send(char const* action, OfxPropertySetStruct* in, OfxPropertySetStruct* out) {
+    return host.call(host.entry(), {action}, &effect, in, out);
+}
+
+OfxStatus Instance::preferences() {
+    OfxPropertySetStruct out = host.set("out-preferences");
+    for (auto const& clip : effect.clips) {
+        out.offer<std::string>("OfxImageClipPropComponents_" + clip->name, clip->input.components);
+        out.offer<std::string>("OfxImageClipPropDepth_" + clip->name, clip->input.depth);
+        out.offer("OfxImageClipPropPAR_" + clip->name, clip->input.aspect);
+    }
+    OfxImageClipStruct& output = *effect.clip("Output");
+    out.put("OfxImageClipPropFieldOrder", output.input.fieldOrder);
+    out.put("OfxImageEffectPropPreMultiplication", output.input.alpha);
+    OfxStatus const status = send(kOfxImageEffectActionGetClipPreferences, nullptr, &out);
+    auto const keep = [&](char const* name, char const* from) {
+        output.props.put(name, out.get<std::string>(from));
+    };
+    keep("OfxImageEffectPropPixelDepth", "OfxImageClipPropDepth_Output");
+    keep("OfxImageEffectPropComponents", "OfxImageClipPropComponents_Output");
+    keep("OfxImageEffectPropPreMultiplication", "OfxImageEffectPropPreMultiplication");
+    return status;
+}
+
+OfxRectD Instance::regionOfDefinition(double time, OfxPointD scale) {
+    auto in =
+        host.set("in-region").put("OfxPropTime", time).put(kOfxImageEffectPropRenderScale, scale);
+    auto out = host.set("out-region");
+    if (send(kOfxImageEffectActionGetRegionOfDefinition, &in, &out) == kOfxStatOK) {
+        auto const& r = out.all<double>("OfxImageEffectPropRegionOfDefinition");
+        return {r[0], r[1], r[2], r[3]};
+    }
+    // The source's, and in General what other inputs must be there.
+    OfxRectD region = effect.clip("Source")->input.region;
+    for (auto const& clip : effect.clips)
+        if (clip->connected && !clip->props.get<int>("OfxImageClipPropOptional"))
+            region = around(region, clip->input.region);
+    return region;
+}
+OfxRectD Instance::regionOfInterest(std::string const& clip, OfxRectD region, double time,
+                                    OfxPointD scale) {
+    auto in =
+        host.set("in-interest").put("OfxPropTime", time).put(kOfxImageEffectPropRenderScale, scale);
+    in.put("OfxImageEffectPropRegionOfInterest", region);
+    OfxPropertySetStruct out = host.set("out-interest");
+    for (auto const& input : effect.clips)
+        if (input->name != "Output") out.offer("OfxImageClipPropRoI_" + input->name, region);
+    send(kOfxImageEffectActionGetRegionsOfInterest, &in, &out);
+    auto const& r = out.all<double>("OfxImageClipPropRoI_" + clip);
+    return {r[0], r[1], r[2], r[3]};
+}
+
+namespace {
+
+OfxPropertySetStruct& fill(OfxPropertySetStruct& in, RenderCall const& call) {
+    in.put("OfxPropTime", call.time).put(kOfxImageEffectPropRenderScale, call.scale);
+    in.put("OfxImageEffectPropFieldToRender", call.field);
+    return in.put("OfxImageEffectPropRenderWindow", call.window);
+}
+
+}  // namespace
+
+std::string Instance::identity(RenderCall const& call) {
+    OfxPropertySetStruct in = host.set("in-identity"), out = host.set("out-identity");
+    out.put("OfxPropTime", call.time);
+    bool const is = send(kOfxImageEffectActionIsIdentity, &fill(in, call), &out) == kOfxStatOK;
+    return is ? out.get<std::string>("OfxPropName") : "";
+}
+OfxStatus Instance::sequence(bool begin, RenderCall const& call) {
+    auto in = host.set("in-sequence").put(kOfxImageEffectPropRenderScale, call.scale);
+    in.put("OfxImageEffectPropFrameRange", OfxPointD{call.time, call.time});
+    return send(
+        begin ? kOfxImageEffectActionBeginSequenceRender : kOfxImageEffectActionEndSequenceRender,
+        &in, nullptr);
+}
+OfxStatus Instance::renderAction(RenderCall const& call) {
+    OfxPropertySetStruct in = host.set("in-render");
+    return host.call(host.entry(), {kOfxImageEffectActionRender, "", &call}, &effect,
+                     &fill(in, call));
+}
+OfxStatus Instance::render(RenderCall const& call) {
+    OfxStatus status = sequence(true, call);
+    if (good(status)) {
+        if (host.choice().multiResolution) regionOfDefinition(call.time, call.scale);
+        identity(call);
+        status = renderAction(call);
+    }
+    OfxStatus const end = sequence(false, call);
+    return good(status) && !good(end) ? end : status;
+}
+
+// Overlays.
+
+Overlay::Overlay(Instance& instance, double pixelScale)
+    : m_instance(instance),
+      m_pixelScale(pixelScale),
+      m_described{.props = instance.host.set("interact")},
+      m_shown{.props = instance.host.set("shown")} {
+    Host& host = instance.host;
+    auto const& props = host.descriptor(instance.effect.context.c_str()).props;
+    for (char const* name :
+         {kOfxImageEffectPluginPropOverlayInteractV1, kOfxImageEffectPluginPropOverlayInteractV2}) {
+        void* const entry = props.has(name) ? props.get<void*>(name) : nullptr;
+        if (!entry) continue;
+        m_entry = reinterpret_cast<OfxPluginEntryPoint>(entry);
+        m_version = name == kOfxImageEffectPluginPropOverlayInteractV1 ? 1 : 2;
+    }
+    if (!m_entry) return;
+    m_shown.props.put("OfxPropEffectInstance", static_cast<void*>(&instance.effect));
+    m_shown.props.put("OfxInteractPropPixelScale", OfxPointD{pixelScale, pixelScale});
+    if (host.choice().optional)
+        m_shown.props.put("OfxInteractPropSuggestedColour", host.choice().suggestedColour);
+    m_status = host.call(m_entry, {kOfxActionDescribe}, &m_described);
+    if (good(m_status)) m_status = host.call(m_entry, {kOfxActionCreateInstance}, &m_shown);
+    if (!good(m_status)) m_entry = nullptr;  // no overlay from now on
+    OfxPropertySetStruct in = arguments("in-focus");
+    act(kOfxInteractActionGainFocus, &in);
+}
+Overlay::~Overlay() {
+    OfxPropertySetStruct in = arguments("in-focus");
+    act(kOfxInteractActionLoseFocus, &in);
+    act(kOfxActionDestroyInstance, nullptr);
+    if (m_instance.effect.openEdits) m_instance.host.violate("the overlay's undo step stays open");
+    m_instance.effect.openEdits = 0;
+}
+
+OfxPropertySetStruct Overlay::arguments(char const* table) const {
+    OfxPropertySetStruct in = m_instance.host.set(table);
+    in.put("OfxPropEffectInstance", static_cast<void*>(&m_instance.effect));
+    in.put("OfxPropTime", m_instance.effect.now);
+    if (in.has("OfxInteractPropPixelScale"))
+        in.put("OfxInteractPropPixelScale", OfxPointD{m_pixelScale, m_pixelScale});
+    return in;
+}
+OfxStatus Overlay::act(char const* action, OfxPropertySetStruct* in) {
+    if (!m_entry) return kOfxStatReplyDefault;
+    return m_instance.host.call(m_entry, {action}, &m_shown, in);
+}
+OfxStatus Overlay::pen(char const* action, OfxPointD at) {
+    OfxPropertySetStruct in = arguments("in-pen").put("OfxInteractPropPenPosition", at);
+    bool const up = action == std::string(kOfxInteractActionPenUp);
+    in.put("OfxInteractPropPenPressure", up ? 0.0 : 1.0);
+    return act(action, &in);
+}
+OfxStatus Overlay::key(char const* action, int sym) {
+    OfxPropertySetStruct in = arguments("in-key").put("kOfxPropKeySym", sym);
+    return act(action, &in);
+}
+OfxStatus Overlay::draw(std::vector<DrawOp>& ops) {
+    OfxDrawContext context{.ops = &ops};
+    OfxPropertySetStruct in = arguments("in-draw");
+    if (m_version == 2) in.put("OfxInteractPropDrawContext", static_cast<void*>(&context));
+    return act(kOfxInteractActionDraw, &in);
+}
+
+}  // namespace zelk_ofx
+
+zelk_ofx::Value OfxParamStruct::at(double time) const {
+    auto const& keys = value.keys;
+    if (keys.empty()) return value.constant;
+    auto const after = keys.upper_bound(time);
+    if (after == keys.begin()) return after->second;
+    auto const before = std::prev(after);
+    if (after == keys.end() || kind != 'D') return before->second;
+    double const share = (time - before->first) / (after->first - before->first);
+    zelk_ofx::Value mixed = before->second;
+    for (int i = 0; i < dimensions; ++i)
+        mixed.number[i] += share * (after->second.number[i] - before->second.number[i]);
+    return mixed;
+}
+zelk_ofx::Value OfxParamStruct::defaultValue() const {
+    zelk_ofx::Value result;
+    char const* const preset = "OfxParamPropDefault";
+    if (kind == 'S') result.text = props.get<std::string>(preset);
+    if (kind == 'D') std::ranges::copy(props.all<double>(preset), result.number.begin());
+    if (kind == 'I') std::ranges::copy(props.all<int>(preset), result.number.begin());
+    return result;
+}
+OfxParamStruct* OfxParamSetStruct::find(std::string_view name) const {
+    for (auto const& param : list)
+        if (param->name == name) return param.get();
+    return nullptr;
+}
+OfxImageClipStruct* OfxImageEffectStruct::clip(std::string_view name) const {
+    for (auto const& one : clips)
+        if (one->name == name) return one.get();
+    return nullptr;
+}
