@@ -9,7 +9,7 @@
 #include "Transform/Common/Transform_Core_Render/PremultSimd.h"
 #include "zelk/pictures/row_values.h"
 
-namespace zelk {
+namespace zelk::bindings {
 
 namespace {
 
@@ -209,4 +209,4 @@ void giveRow(typename Trait::Channel const* pixels, bool isStraight, HostPicture
 ZELK_FRAME_FORMATS(ZELK_ROWS)
 #undef ZELK_ROWS
 
-}  // namespace zelk
+}  // namespace zelk::bindings

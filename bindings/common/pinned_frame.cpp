@@ -19,7 +19,7 @@
 #include "params/ParamIndex.h"
 #include "params/TransferMenu.h"
 
-namespace zelk {
+namespace zelk::bindings {
 
 namespace {
 
@@ -276,4 +276,4 @@ PinnedResult renderPinned(PinnedFrame const& frame) {
     }
 }
 
-}  // namespace zelk
+}  // namespace zelk::bindings

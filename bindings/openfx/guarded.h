@@ -7,7 +7,7 @@
 
 #include "bindings/openfx/suites.h"
 
-namespace zelk {
+namespace zelk::bindings {
 
 template <class Body>
 OfxStatus guarded(Body const& body) noexcept {
@@ -38,4 +38,4 @@ inline OfxStatus answerOf(std::string_view action, OfxStatus status) {
     return kOfxStatFailed;
 }
 
-}  // namespace zelk
+}  // namespace zelk::bindings

@@ -11,7 +11,7 @@
 #include "bindings/openfx/parameters.h"
 #include "bindings/openfx/suites.h"
 
-namespace zelk {
+namespace zelk::bindings {
 
 constexpr char kPlateClipName[] = "Plate";
 
@@ -72,4 +72,4 @@ OfxStatus instanceChanged(Instance&, Properties const& in);
 /// Replaces the four To or From Pins by keys from the file that the user named.
 void importTrack(Instance&, bool isTo, double time);
 
-}  // namespace zelk
+}  // namespace zelk::bindings

@@ -19,7 +19,7 @@
 #include "params/FixedPoint.h"
 #include "platform/services/DrawingPort.h"
 
-namespace zelk {
+namespace zelk::bindings {
 
 namespace {
 
@@ -360,4 +360,4 @@ OfxStatus overlayByDrawSuite(char const* action, void const* handle, OfxProperty
     return answerOf(action, guarded([&] { return interact(action, handle, inArgs, true); }));
 }
 
-}  // namespace zelk
+}  // namespace zelk::bindings

@@ -8,7 +8,7 @@
 #include "params/FixedPoint.h"
 #include "params/ParameterNames.h"
 
-namespace zelk {
+namespace zelk::bindings {
 
 namespace {
 
@@ -342,4 +342,4 @@ void ParameterSet::enable(int index, bool isEnabled) const {
     Properties(set).offer(kOfxParamPropEnabled, isEnabled ? 1 : 0);
 }
 
-}  // namespace zelk
+}  // namespace zelk::bindings

@@ -12,7 +12,7 @@
 #include "host/PluginHost_Memory_Impl.h"
 #include "params/ParamIndex.h"
 
-namespace zelk {
+namespace zelk::bindings {
 
 enum class ParameterKind { kNone, kGroup, kPoint, kDouble, kInteger, kBoolean, kChoice, kColor };
 
@@ -78,4 +78,4 @@ private:
     bool m_isOpen;
 };
 
-}  // namespace zelk
+}  // namespace zelk::bindings

@@ -8,7 +8,7 @@
 #include "bindings/openfx/instance.h"
 #include "bindings/openfx/overlay.h"
 
-namespace zelk {
+namespace zelk::bindings {
 
 namespace {
 
@@ -142,12 +142,12 @@ OfxStatus mainEntry(char const* action, void const* handle, OfxPropertySetHandle
 
 }  // namespace
 
-}  // namespace zelk
+}  // namespace zelk::bindings
 
 #define ZELK_EXPORT extern "C" __attribute__((visibility("default")))
 
 ZELK_EXPORT OfxStatus OfxSetHost(OfxHost const* host) {
-    zelk::setHost(const_cast<OfxHost*>(host));
+    zelk::bindings::setHost(const_cast<OfxHost*>(host));
     return kOfxStatOK;
 }
 
@@ -155,7 +155,8 @@ ZELK_EXPORT int OfxGetNumberOfPlugins() { return 1; }
 
 ZELK_EXPORT OfxPlugin* OfxGetPlugin(int nth) {
     // The major number is raised when an old setup no longer gives the same picture.
-    static OfxPlugin plugin = {kOfxImageEffectPluginApi, 1, zelk::kIdentifier, 1, 0, zelk::setHost,
-                               zelk::mainEntry};
+    static OfxPlugin plugin = {
+        kOfxImageEffectPluginApi, 1, zelk::bindings::kIdentifier, 1, 0, zelk::bindings::setHost,
+        zelk::bindings::mainEntry};
     return nth == 0 ? &plugin : nullptr;
 }

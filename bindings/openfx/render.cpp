@@ -7,7 +7,7 @@
 #include "bindings/openfx/instance.h"
 #include "bindings/openfx/plane.h"
 
-namespace zelk {
+namespace zelk::bindings {
 
 namespace {
 
@@ -223,4 +223,4 @@ OfxStatus render(Instance& instance, Properties const& in) {
     return kOfxStatFailed;
 }
 
-}  // namespace zelk
+}  // namespace zelk::bindings

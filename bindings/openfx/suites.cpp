@@ -1,7 +1,7 @@
 // Fetching, and the statuses of property calls.
 #include "bindings/openfx/suites.h"
 
-namespace zelk {
+namespace zelk::bindings {
 
 namespace {
 
@@ -138,4 +138,4 @@ void clearMessage(OfxImageEffectHandle effect) {
     if (g_suites.hasPersistentMessages) g_suites.message->clearPersistentMessage(effect);
 }
 
-}  // namespace zelk
+}  // namespace zelk::bindings

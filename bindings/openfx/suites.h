@@ -11,7 +11,7 @@
 #include "bindings/openfx/ofx_names.h"
 #include "bindings/openfx/ofx_types.h"
 
-namespace zelk {
+namespace zelk::bindings {
 
 /// The status that an action answers.
 struct OfxFailure {
@@ -94,4 +94,4 @@ void tellUser(OfxImageEffectHandle effect, char const* type, std::string const& 
 void keepMessage(OfxImageEffectHandle effect, std::string const& line);
 void clearMessage(OfxImageEffectHandle effect);
 
-}  // namespace zelk
+}  // namespace zelk::bindings
