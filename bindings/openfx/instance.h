@@ -32,6 +32,8 @@ public:
     static Instance* ofOrNull(void const* handle);
 
     bool isPlateConnected() const { return plate && isConnected(plate); }
+    /// The host's project; pins start at its corners.
+    OfxRectD project() const;
     /// Where the pins are at home.
     OfxRectD frameAt(double time) const;
     /// Empty where the source isn't connected, or its region can't be told.
@@ -50,7 +52,6 @@ public:
 private:
     static bool isConnected(OfxImageClipHandle clip);
     OfxRectD clipRegion(OfxImageClipHandle clip, double time) const;
-    OfxRectD project() const;
 
     std::atomic<bool> m_hasError{false};
 };

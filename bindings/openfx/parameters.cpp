@@ -5,6 +5,7 @@
 #include <string>
 
 #include "bindings/common/effect_controls.h"
+#include "bindings/openfx/plane.h"
 #include "params/FixedPoint.h"
 #include "params/ParameterNames.h"
 
@@ -334,6 +335,22 @@ void ParameterSet::setPin(int index, double time, OfxPointD const& point) const 
         require(suite.paramSetValueAtTime((*this)[index], time, point.x, point.y));
     else
         require(suite.paramSetValue((*this)[index], point.x, point.y));
+}
+
+void ParameterSet::placeDefaultPins(OfxRectD const& rectangle) const {
+    if (isEmpty(rectangle)) return;
+    constexpr int kPins[] = {kParamToUpperLeft,   kParamToUpperRight,  kParamToLowerLeft,
+                             kParamToLowerRight,  kParamFromUpperLeft, kParamFromUpperRight,
+                             kParamFromLowerLeft, kParamFromLowerRight};
+    for (int i = 0; i < 8; ++i) {
+        OfxPropertySetHandle set = nullptr;
+        require(suites().parameter->paramGetPropertySet((*this)[kPins[i]], &set));
+        std::string const system = Properties(set).textOr(kOfxParamPropDefaultCoordinateSystem, "");
+        if (system == kOfxParamCoordinatesNormalised) continue;
+        double const x = i % 2, y = i / 2 % 2;  // y down
+        auto const value = at(kPins[i], 0);
+        if (value.x == x && value.y == 1 - y) setPin(kPins[i], 0, placeWithin(rectangle, x, y));
+    }
 }
 
 void ParameterSet::enable(int index, bool isEnabled) const {

@@ -73,6 +73,7 @@ void describeInContext(OfxImageEffectHandle descriptor, Properties const& in) {
 
 void createInstance(OfxImageEffectHandle effect) {
     auto instance = std::make_unique<Instance>(effect);
+    instance->parameters.placeDefaultPins(instance->project());
     instance->properties.set(kOfxPropInstanceData, static_cast<void*>(instance.get()));
     Instance const& made = *instance.release();
     // A host that can't show it now is told with the next change.

@@ -68,7 +68,7 @@ ChannelSet channelsOf(Properties const& image) {
 }
 
 AlphaState alphaOf(Properties const& image) {
-    std::string const word = image.textOr(kOfxImageEffectPropPreMultiplication, "");
+    std::string const word = image.text(kOfxImageEffectPropPreMultiplication);
     if (word == kOfxImageUnPreMultiplied) return AlphaState::kStraight;
     return word == kOfxImageOpaque ? AlphaState::kOpaque : AlphaState::kPremultiplied;
 }

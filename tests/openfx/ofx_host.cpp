@@ -81,12 +81,13 @@ Host::Host(HostChoice choice, std::string const& binary)
       m_library(dlopen(binary.c_str(), RTLD_NOW | RTLD_LOCAL), dlclose) {
     if (theHost) throw std::runtime_error("two hosts at once");
     if (!m_library) throw std::runtime_error(dlerror());
-    propertyWatch = {[](char const* function, char const* name) { return theHost->enter(function, name); },
-                     [](std::string const& what) {
-                         std::lock_guard const lock(theHost->m_mutex);
-                         theHost->misses.insert(what);
-                     },
-                     lend};
+    propertyWatch = {
+        [](char const* function, char const* name) { return theHost->enter(function, name); },
+        [](std::string const& what) {
+            std::lock_guard const lock(theHost->m_mutex);
+            theHost->misses.insert(what);
+        },
+        lend};
     std::vector<std::string> contexts = {kOfxImageEffectContextFilter};
     if (m_choice.general) contexts.push_back(kOfxImageEffectContextGeneral);
     m_props.put("OfxImageEffectPropSupportedContexts", contexts);

@@ -215,8 +215,10 @@ public:
     std::vector<std::string> descriptionFaults(char const* context) const;
 
     void setFault(Fault const& fault);
-    std::string struck() const { return m_struck; }  ///< the first call that failed: "propGetInt OfxPropTime"
-    long calls() const { return m_calls; }           ///< of suite functions, since setFault
+    std::string struck() const {
+        return m_struck;
+    }  ///< the first call that failed: "propGetInt OfxPropTime"
+    long calls() const { return m_calls; }  ///< of suite functions, since setFault
     /// abort() answers 1 from call n on, counted from 1; 0: never.
     void abortFrom(long n) { m_abortFrom = n, m_aborts = 0; }
     long abortQuestions() const { return m_aborts; }

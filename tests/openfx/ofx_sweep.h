@@ -27,7 +27,9 @@ struct SweepPlace {
     std::string binary, trackFile;
 };
 std::vector<SweepRow> sweepSuites(SweepPlace const& place);
-std::vector<SweepRow> sweepCalls(SweepPlace const& place);
+/// Every call n of each stage; a row for each of Failed, Memory and BadHandle, or the three by
+/// turns.
+std::vector<SweepRow> sweepCalls(SweepPlace const& place, bool byTurns = false);
 
 /// The four pins of an instance: canonical x, y of upper left, upper right, lower left, lower
 /// right.
