@@ -115,7 +115,9 @@ void drawOverlay(std::string const& binary, std::string const& target) {
             else
                 canvas.polyline(points, stroke, op.primitive == kOfxDrawPrimitiveLineLoop);
         }
-        zelk::writePicture(canvas.toWorld(), target, {.opaque = true});
+        zelk::WriteRequest request;
+        request.opaque = true;
+        zelk::writePicture(canvas.toWorld(), target, request);
         fmt::print("{}: {} calls of the draw suite\n", target, ops.size());
     }
 }
