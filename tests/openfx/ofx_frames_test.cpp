@@ -33,7 +33,7 @@ std::array<double, 8> randomPins(Random& random, OfxRectI frame) {
 void expectClean(Host const& host) {
     EXPECT_EQ(host.violations, std::vector<std::string>());
     EXPECT_EQ(host.misses, std::set<std::string>());
-    EXPECT_EQ(host.leaks(), std::vector<std::string>());
+    EXPECT_EQ(host.leaks, std::vector<std::string>());
 }
 
 // A host with one instance, described in a context; clean when it goes.

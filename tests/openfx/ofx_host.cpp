@@ -13,6 +13,7 @@ namespace zelk_ofx {
 namespace {
 
 Host* theHost = nullptr;
+thread_local std::deque<Action> actionsOfThread;
 
 bool good(OfxStatus status) { return status == kOfxStatOK || status == kOfxStatReplyDefault; }
 
@@ -35,28 +36,20 @@ T symbol(void* library, char const* name) {
     return reinterpret_cast<T>(dlsym(library, name));
 }
 
-OfxRectD around(OfxRectD const& a, OfxRectD const& b) {
-    return {std::min(a.x1, b.x1), std::min(a.y1, b.y1), std::max(a.x2, b.x2), std::max(a.y2, b.y2)};
-}
-
 }  // namespace
 
 Host& currentHost() { return *theHost; }
 
-std::vector<Action>& actionsOfThread() {
-    thread_local std::vector<Action> actions;
-    return actions;
+Action& actionOfThread() {
+    thread_local Action none{"no action"};
+    return actionsOfThread.empty() ? none : actionsOfThread.back();
 }
 
 std::vector<HostChoice> const& hostChoices() {
     static std::vector<HostChoice> const all = {
         {},
         {.name = "tree with draw suite", .drawing = true, .suggestedColour = {1, 0.5, 0}},
-        {.name = "time line",
-         .general = false,
-         .multiResolution = false,
-         .tiles = false,
-         .serialThreads = true},
+        {.name = "time line", .general = false, .multiResolution = false, .tiles = false},
         {.name = "1.0 host", .optional = false}};
     return all;
 }
@@ -94,7 +87,6 @@ Host::Host(HostChoice choice, std::string const& binary)
     m_props.put("OfxPropLabel", m_choice.name);
     m_props.put("OfxImageEffectPropSupportsMultiResolution", int{m_choice.multiResolution});
     m_props.put("OfxImageEffectPropSupportsTiles", int{m_choice.tiles});
-    m_props.put("OfxImageEffectPropSupportsOverlays", int{m_choice.overlays});
     if (m_choice.drawing) m_props.put<int>("OfxPropAPIVersion", {{1, 5}});
     m_record.host = &m_props;
     m_record.fetchSuite = [](OfxPropertySetHandle host, char const* name,
@@ -237,17 +229,12 @@ std::vector<std::string> Host::descriptionFaults(char const* context) const {
 void Host::setFault(Fault const& fault) {
     m_fault = fault;
     m_struck.clear();
-    m_calls = m_faultCalls = 0;
+    m_calls = 0;
 }
 OfxStatus Host::enter(char const* function, char const* name) {
     scribble();
-    ++m_calls;
-    if (m_fault.nth == 0 || (!m_fault.function.empty() && m_fault.function != function))
-        return kOfxStatOK;
-    long const n = ++m_faultCalls;
-    if (n != m_fault.nth && !(m_fault.andAfter && n > m_fault.nth)) return kOfxStatOK;
-    std::lock_guard const lock(m_mutex);
-    if (m_struck.empty()) m_struck = std::string(function) + " " + name;
+    if (++m_calls != m_fault.nth) return kOfxStatOK;
+    m_struck = std::string(function) + " " + name;
     return m_fault.status;
 }
 bool Host::violate(std::string what) {
@@ -255,44 +242,16 @@ bool Host::violate(std::string what) {
     violations.push_back(std::move(what));
     return false;
 }
-
-// A block has 32 bytes behind it that nobody may write to.
-void* Host::allocate(std::size_t bytes, char const* what) {
-    auto* const block = static_cast<unsigned char*>(std::malloc(bytes + 32));
-    std::memset(block + bytes, 0xA5, 32);
+void Host::keep(bool kept, std::string const& what) {
     std::lock_guard const lock(m_mutex);
-    m_blocks[block] = {bytes, what};
-    return block;
-}
-bool Host::release(void* block, char const* what) {
-    if (!owns(block, what)) return false;
-    std::unique_lock lock(m_mutex);
-    auto const* const guard = static_cast<unsigned char*>(block) + m_blocks.at(block).first;
-    m_blocks.erase(block);
-    lock.unlock();
-    if (std::any_of(guard, guard + 32, [](unsigned char c) { return c != 0xA5; }))
-        violate(std::string("written behind ") + what);
-    std::free(block);
-    return true;
-}
-bool Host::owns(void* block, char const* what) {
-    std::lock_guard const lock(m_mutex);
-    auto const at = m_blocks.find(block);
-    return at != m_blocks.end() && at->second.second == what;
-}
-std::vector<std::string> Host::leaks() const {
-    std::lock_guard const lock(m_mutex);
-    std::vector<std::string> list;
-    for (auto const& [block, record] : m_blocks) list.push_back(record.second);
-    return list;
+    if (kept) leaks.push_back(what);
 }
 
 OfxStatus Host::call(OfxPluginEntryPoint entryPoint, Action action, void* handle,
                      OfxPropertySetStruct* in, OfxPropertySetStruct* out) {
-    auto& actions = actionsOfThread();
     std::string const name = action.name;
-    if (actions.size() > 16) return violate(name + " without end"), kOfxStatFailed;
-    actions.push_back(std::move(action));
+    if (actionsOfThread.size() > 16) return violate(name + " without end"), kOfxStatFailed;
+    actionsOfThread.push_back(std::move(action));
     OfxStatus status = kOfxStatFailed;
     try {
         status = entryPoint(name.c_str(), handle, in, out);
@@ -303,9 +262,8 @@ OfxStatus Host::call(OfxPluginEntryPoint entryPoint, Action action, void* handle
     bool const fine =
         answersOf(name).count(status) || (entryPoint != entry() && status == kOfxStatReplyDefault);
     if (!fine) violate(name + " answered " + std::to_string(status));
-    for (auto const& image : actions.back().images)
-        if (!image->released) violate(name + " kept an image");
-    actions.pop_back();
+    for (auto const& image : actionOfThread().images) keep(!image->released, name + ": an image");
+    actionsOfThread.pop_back();
     return status;
 }
 
@@ -322,7 +280,7 @@ OfxStatus sendChange(OfxImageEffectStruct& effect, char const* type, std::string
     send(kOfxActionBeginInstanceChanged, group);
     OfxStatus const status = send(kOfxActionInstanceChanged, one);
     send(kOfxActionEndInstanceChanged, group);
-    if (effect.openEdits != edits) host.violate(name + ": an undo step stays open");
+    host.keep(effect.openEdits != edits, name + ": an undo step");
     effect.openEdits = edits;
     return status;
 }
@@ -353,7 +311,11 @@ Instance::Instance(Host& itsHost, OfxImageEffectStruct const& descriptor, Projec
         auto const& table = propertyTable(param.type);
         if (param.kind && std::get<std::vector<int>>(table.at(animates).values)[0] == 0)
             param.props.put(animates, 0);
-        auto& [number, text] = param.value.constant = param.defaultValue();
+        auto& [number, text] = param.value.constant;
+        char const* const preset = kOfxParamPropDefault;
+        if (param.kind == 'S') text = param.props.get<std::string>(preset);
+        if (param.kind == 'D') std::ranges::copy(param.props.all<double>(preset), number.begin());
+        if (param.kind == 'I') std::ranges::copy(param.props.all<int>(preset), number.begin());
         // A host without the property knows canonical defaults alone.
         char const* const system = kOfxParamPropDefaultCoordinateSystem;
         if (param.props.has(system) &&
@@ -368,7 +330,9 @@ Instance::Instance(Host& itsHost, OfxImageEffectStruct const& descriptor, Projec
     }
 }
 Instance::~Instance() {
-    if (m_created) host.call(host.entry(), {kOfxActionDestroyInstance}, &effect);
+    if (!m_created) return;
+    host.call(host.entry(), {kOfxActionDestroyInstance}, &effect);
+    host.keep(effect.props.get<void*>(kOfxPropInstanceData), "an instance's data");
 }
 
 void Instance::wire(OfxImageClipStruct& clip, ClipInput const* input) {
@@ -381,8 +345,6 @@ void Instance::wire(OfxImageClipStruct& clip, ClipInput const* input) {
     for (char const* name : {"OfxImageEffectPropComponents", "OfxImageClipPropUnmappedComponents"})
         clip.props.put(name, clip.input.components);
     clip.props.put("OfxImageEffectPropPreMultiplication", clip.input.alpha);
-    clip.props.put("OfxImagePropPixelAspectRatio", clip.input.aspect);
-    clip.props.put("OfxImageClipPropFieldOrder", clip.input.fieldOrder);
 }
 void Instance::connect(std::string const& name, ClipInput const* input) {
     wire(*effect.clip(name), input);
@@ -422,10 +384,9 @@ OfxStatus Instance::preferences() {
     for (auto const& clip : effect.clips) {
         out.offer<std::string>("OfxImageClipPropComponents_" + clip->name, clip->input.components);
         out.offer<std::string>("OfxImageClipPropDepth_" + clip->name, clip->input.depth);
-        out.offer("OfxImageClipPropPAR_" + clip->name, clip->input.aspect);
+        out.offer("OfxImageClipPropPAR_" + clip->name, 1.0);
     }
     OfxImageClipStruct& output = *effect.clip("Output");
-    out.put("OfxImageClipPropFieldOrder", output.input.fieldOrder);
     out.put("OfxImageEffectPropPreMultiplication", output.input.alpha);
     OfxStatus const status = send(kOfxImageEffectActionGetClipPreferences, nullptr, &out);
     auto const keep = [&](char const* name, char const* from) {
@@ -437,66 +398,47 @@ OfxStatus Instance::preferences() {
     return status;
 }
 
-OfxRectD Instance::regionOfDefinition(double time, OfxPointD scale) {
-    auto in =
-        host.set("in-region").put("OfxPropTime", time).put(kOfxImageEffectPropRenderScale, scale);
-    auto out = host.set("out-region");
-    if (send(kOfxImageEffectActionGetRegionOfDefinition, &in, &out) == kOfxStatOK) {
-        auto const& r = out.all<double>("OfxImageEffectPropRegionOfDefinition");
-        return {r[0], r[1], r[2], r[3]};
-    }
-    // The source's, and in General what other inputs must be there.
-    OfxRectD region = effect.clip("Source")->input.region;
-    for (auto const& clip : effect.clips)
-        if (clip->connected && !clip->props.get<int>("OfxImageClipPropOptional"))
-            region = around(region, clip->input.region);
-    return region;
+OfxPropertySetStruct Instance::arguments(char const* table, RenderCall const& call) const {
+    OfxPropertySetStruct in = host.set(table);
+    if (in.has(kOfxPropTime)) in.put(kOfxPropTime, call.time);
+    in.put(kOfxImageEffectPropRenderScale, call.scale);
+    if (in.has(kOfxImageEffectPropRenderWindow))
+        in.put(kOfxImageEffectPropRenderWindow, call.window)
+            .put(kOfxImageEffectPropFieldToRender, call.field);
+    return in;
 }
-OfxRectD Instance::regionOfInterest(std::string const& clip, OfxRectD region, double time,
-                                    OfxPointD scale) {
-    auto in =
-        host.set("in-interest").put("OfxPropTime", time).put(kOfxImageEffectPropRenderScale, scale);
-    in.put("OfxImageEffectPropRegionOfInterest", region);
-    OfxPropertySetStruct out = host.set("out-interest");
-    for (auto const& input : effect.clips)
-        if (input->name != "Output") out.offer("OfxImageClipPropRoI_" + input->name, region);
-    send(kOfxImageEffectActionGetRegionsOfInterest, &in, &out);
-    auto const& r = out.all<double>("OfxImageClipPropRoI_" + clip);
+OfxRectD Instance::regionOfDefinition(RenderCall const& call) {
+    auto in = arguments("in-region", call), out = host.set("out-region");
+    if (send(kOfxImageEffectActionGetRegionOfDefinition, &in, &out) != kOfxStatOK)
+        return effect.clip("Source")->input.region;
+    auto const& r = out.all<double>(kOfxImageEffectPropRegionOfDefinition);
+    in = arguments("in-interest", call);
+    in.put(kOfxImageEffectPropRegionOfInterest, OfxRectD{r[0], r[1], r[2], r[3]});
+    auto interest = host.set("out-interest");
+    for (auto const& clip : effect.clips)
+        interest.offer(kOfxImageClipPropRoIPrefix + clip->name, OfxRectD{r[0], r[1], r[2], r[3]});
+    send(kOfxImageEffectActionGetRegionsOfInterest, &in, &interest);
     return {r[0], r[1], r[2], r[3]};
 }
-
-namespace {
-
-OfxPropertySetStruct& fill(OfxPropertySetStruct& in, RenderCall const& call) {
-    in.put("OfxPropTime", call.time).put(kOfxImageEffectPropRenderScale, call.scale);
-    in.put("OfxImageEffectPropFieldToRender", call.field);
-    return in.put("OfxImageEffectPropRenderWindow", call.window);
-}
-
-}  // namespace
-
 std::string Instance::identity(RenderCall const& call) {
-    OfxPropertySetStruct in = host.set("in-identity"), out = host.set("out-identity");
-    out.put("OfxPropTime", call.time);
-    bool const is = send(kOfxImageEffectActionIsIdentity, &fill(in, call), &out) == kOfxStatOK;
-    return is ? out.get<std::string>("OfxPropName") : "";
+    auto in = arguments("in-identity", call), out = host.set("out-identity");
+    bool const is = send(kOfxImageEffectActionIsIdentity, &in, &out) == kOfxStatOK;
+    return is ? out.get<std::string>(kOfxPropName) : "";
 }
 OfxStatus Instance::sequence(bool begin, RenderCall const& call) {
-    auto in = host.set("in-sequence").put(kOfxImageEffectPropRenderScale, call.scale);
-    in.put("OfxImageEffectPropFrameRange", OfxPointD{call.time, call.time});
+    auto in = arguments("in-sequence", call);
     return send(
         begin ? kOfxImageEffectActionBeginSequenceRender : kOfxImageEffectActionEndSequenceRender,
         &in, nullptr);
 }
 OfxStatus Instance::renderAction(RenderCall const& call) {
-    OfxPropertySetStruct in = host.set("in-render");
-    return host.call(host.entry(), {kOfxImageEffectActionRender, "", &call}, &effect,
-                     &fill(in, call));
+    auto in = arguments("in-render", call);
+    return host.call(host.entry(), {kOfxImageEffectActionRender, "", &call}, &effect, &in);
 }
 OfxStatus Instance::render(RenderCall const& call) {
     OfxStatus status = sequence(true, call);
     if (good(status)) {
-        if (host.choice().multiResolution) regionOfDefinition(call.time, call.scale);
+        if (host.choice().multiResolution) regionOfDefinition(call);
         identity(call);
         status = renderAction(call);
     }
@@ -507,10 +449,7 @@ OfxStatus Instance::render(RenderCall const& call) {
 // Overlays.
 
 Overlay::Overlay(Instance& instance, double pixelScale)
-    : m_instance(instance),
-      m_pixelScale(pixelScale),
-      m_described{.props = instance.host.set("interact")},
-      m_shown{.props = instance.host.set("shown")} {
+    : m_instance(instance), m_pixelScale(pixelScale), m_shown{.props = instance.host.set("shown")} {
     Host& host = instance.host;
     auto const& props = host.descriptor(instance.effect.context.c_str()).props;
     for (char const* name :
@@ -525,47 +464,42 @@ Overlay::Overlay(Instance& instance, double pixelScale)
     m_shown.props.put("OfxInteractPropPixelScale", OfxPointD{pixelScale, pixelScale});
     if (host.choice().optional)
         m_shown.props.put("OfxInteractPropSuggestedColour", host.choice().suggestedColour);
-    m_status = host.call(m_entry, {kOfxActionDescribe}, &m_described);
+    OfxInteract described{.props = host.set("interact")};
+    m_status = host.call(m_entry, {kOfxActionDescribe}, &described);
     if (good(m_status)) m_status = host.call(m_entry, {kOfxActionCreateInstance}, &m_shown);
     if (!good(m_status)) m_entry = nullptr;  // no overlay from now on
-    OfxPropertySetStruct in = arguments("in-focus");
-    act(kOfxInteractActionGainFocus, &in);
+    act(kOfxInteractActionGainFocus, arguments("in-focus"));
 }
 Overlay::~Overlay() {
-    OfxPropertySetStruct in = arguments("in-focus");
-    act(kOfxInteractActionLoseFocus, &in);
-    act(kOfxActionDestroyInstance, nullptr);
-    if (m_instance.effect.openEdits) m_instance.host.violate("the overlay's undo step stays open");
+    act(kOfxInteractActionLoseFocus, arguments("in-focus"));
+    if (m_entry) m_instance.host.call(m_entry, {kOfxActionDestroyInstance}, &m_shown);
+    m_instance.host.keep(m_instance.effect.openEdits, "an overlay's undo step");
+    m_instance.host.keep(m_shown.props.get<void*>(kOfxPropInstanceData), "an overlay's data");
     m_instance.effect.openEdits = 0;
 }
 
 OfxPropertySetStruct Overlay::arguments(char const* table) const {
     OfxPropertySetStruct in = m_instance.host.set(table);
-    in.put("OfxPropEffectInstance", static_cast<void*>(&m_instance.effect));
-    in.put("OfxPropTime", m_instance.effect.now);
-    if (in.has("OfxInteractPropPixelScale"))
-        in.put("OfxInteractPropPixelScale", OfxPointD{m_pixelScale, m_pixelScale});
+    in.put(kOfxPropEffectInstance, static_cast<void*>(&m_instance.effect));
+    in.put(kOfxPropTime, m_instance.effect.now);
+    if (in.has(kOfxInteractPropPixelScale))
+        in.put(kOfxInteractPropPixelScale, OfxPointD{m_pixelScale, m_pixelScale});
     return in;
 }
-OfxStatus Overlay::act(char const* action, OfxPropertySetStruct* in) {
-    if (!m_entry) return kOfxStatReplyDefault;
-    return m_instance.host.call(m_entry, {action}, &m_shown, in);
+OfxStatus Overlay::act(char const* action, OfxPropertySetStruct in) {
+    return m_entry ? m_instance.host.call(m_entry, {action}, &m_shown, &in) : kOfxStatReplyDefault;
 }
 OfxStatus Overlay::pen(char const* action, OfxPointD at) {
-    OfxPropertySetStruct in = arguments("in-pen").put("OfxInteractPropPenPosition", at);
-    bool const up = action == std::string(kOfxInteractActionPenUp);
-    in.put("OfxInteractPropPenPressure", up ? 0.0 : 1.0);
-    return act(action, &in);
+    return act(action, arguments("in-pen").put(kOfxInteractPropPenPosition, at));
 }
 OfxStatus Overlay::key(char const* action, int sym) {
-    OfxPropertySetStruct in = arguments("in-key").put("kOfxPropKeySym", sym);
-    return act(action, &in);
+    return act(action, arguments("in-key").put(kOfxPropKeySym, sym));
 }
 OfxStatus Overlay::draw(std::vector<DrawOp>& ops) {
     OfxDrawContext context{.ops = &ops};
     OfxPropertySetStruct in = arguments("in-draw");
-    if (m_version == 2) in.put("OfxInteractPropDrawContext", static_cast<void*>(&context));
-    return act(kOfxInteractActionDraw, &in);
+    if (m_version == 2) in.put(kOfxInteractPropDrawContext, static_cast<void*>(&context));
+    return act(kOfxInteractActionDraw, in);
 }
 
 }  // namespace zelk_ofx
@@ -582,14 +516,6 @@ zelk_ofx::Value OfxParamStruct::at(double time) const {
     for (int i = 0; i < dimensions; ++i)
         mixed.number[i] += share * (after->second.number[i] - before->second.number[i]);
     return mixed;
-}
-zelk_ofx::Value OfxParamStruct::defaultValue() const {
-    zelk_ofx::Value result;
-    char const* const preset = "OfxParamPropDefault";
-    if (kind == 'S') result.text = props.get<std::string>(preset);
-    if (kind == 'D') std::ranges::copy(props.all<double>(preset), result.number.begin());
-    if (kind == 'I') std::ranges::copy(props.all<int>(preset), result.number.begin());
-    return result;
 }
 OfxParamStruct* OfxParamSetStruct::find(std::string_view name) const {
     for (auto const& param : list)

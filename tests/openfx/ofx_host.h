@@ -29,11 +29,9 @@ namespace zelk_ofx {
 struct HostChoice {
     std::string name = "tree";
     bool general = true;  ///< the context, beside Filter
-    bool multiResolution = true, tiles = true, overlays = true;
+    bool multiResolution = true, tiles = true;
     bool drawing = false;                   ///< version 1.5: draw suite, overlays of version 2
     bool optional = true;                   ///< false: only what every host has, version 1.0
-    bool serialThreads = false;             ///< the multi-thread suite runs all in one call
-    unsigned threads = 2;                   ///< that it grants
     std::vector<double> suggestedColour{};  ///< none, or red, green, blue
     std::set<std::string> refusedSuites{};  ///< by name and version: "OfxMessageSuite 2"
 };
@@ -42,13 +40,11 @@ struct HostChoice {
 std::vector<HostChoice> const& hostChoices();
 HostChoice hostChoice(std::string const& name);
 
-/// The failure to come: call `nth`, counted from 1, of the suite function named (of any when empty)
-/// answers `status` without doing its work; with `andAfter` all later ones too.
+/// The failure to come: call `nth` of the suites' functions, counted from 1, answers `status`
+/// without doing its work.
 struct Fault {
     long nth = 0;  ///< 0: none
     OfxStatus status = kOfxStatFailed;
-    bool andAfter = false;
-    std::string function{};
 };
 
 /// Pixels of somebody else's.
@@ -68,8 +64,6 @@ struct ClipInput {
     char const* depth = kOfxBitDepthByte;
     char const* components = kOfxImageComponentRGBA;
     char const* alpha = kOfxImageUnPreMultiplied;
-    double aspect = 1;
-    char const* fieldOrder = kOfxImageFieldNone;
 };
 /// One picture at all times and scales; its bounds are the region.
 ClipInput still(Picture const& picture, char const* alpha = kOfxImageUnPreMultiplied);
@@ -103,18 +97,15 @@ struct RenderCall {
 
 struct Message {
     std::string type, text;
-    bool persistent = false;
 };
 
-/// One call of the draw suite, with the colour, width and stipple of that moment.
+/// One call of the draw suite, with the colour and width of that moment.
 struct DrawOp {
     OfxRGBAColourF colour{};
     float width = 0;
-    OfxDrawLineStipplePattern stipple{};
     int primitive = -1;  ///< of OfxDrawPrimitive; -1: text
     std::vector<OfxPointD> points{};
     std::string text{};
-    int alignment = 0;
 };
 
 }  // namespace zelk_ofx
@@ -131,7 +122,6 @@ struct OfxParamStruct {
     struct OfxImageEffectStruct* effect = nullptr;
 
     zelk_ofx::Value at(double time) const;
-    zelk_ofx::Value defaultValue() const;
 };
 struct OfxParamSetStruct {
     static constexpr unsigned kMagic = 0x70736574;
@@ -184,7 +174,7 @@ struct Action {
     RenderCall const* render = nullptr;                           ///< of a render
     std::vector<std::unique_ptr<OfxPropertySetStruct>> images{};  ///< got in it
 };
-std::vector<Action>& actionsOfThread();
+Action& actionOfThread();
 
 class Instance;
 
@@ -223,15 +213,12 @@ public:
     void abortFrom(long n) { m_abortFrom = n, m_aborts = 0; }
     long abortQuestions() const { return m_aborts; }
 
-    std::vector<std::string> leaks() const;  ///< what the plug-in has not given back
-    std::vector<std::string> violations;
+    std::vector<std::string> violations, leaks;
     std::set<std::string> misses;
-    std::vector<Message> messages;    ///< all
-    std::vector<Message> persistent;  ///< standing now
+    std::vector<Message> messages;
 
     HostChoice const& choice() const { return m_choice; }
     OfxPluginEntryPoint entry() const { return m_plugin->mainEntry; }
-    OfxPlugin const& plugin() const { return *m_plugin; }
 
     /// Calls an entry, and checks its answer and what it left behind.
     OfxStatus call(OfxPluginEntryPoint entry, Action action, void* handle,
@@ -243,10 +230,8 @@ public:
 
     // For the suites.
     OfxStatus enter(char const* function, char const* name = "");
-    bool violate(std::string what);  ///< false
-    void* allocate(std::size_t bytes, char const* what);
-    bool release(void* block, char const* what);
-    bool owns(void* block, char const* what);
+    bool violate(std::string what);                 ///< false
+    void keep(bool kept, std::string const& what);  ///< a leak, if it was kept
     int askAbort() { return ++m_aborts >= m_abortFrom && m_abortFrom > 0 ? 1 : 0; }
     void const* suite(std::string const& nameAndVersion) const;
     std::mutex& mutex() { return m_mutex; }
@@ -260,10 +245,9 @@ private:
     bool m_loaded = false;
     std::map<std::string, OfxImageEffectStruct> m_descriptors;  // "" of Describe, and the contexts'
     Fault m_fault;
-    std::atomic<long> m_calls{0}, m_faultCalls{0}, m_aborts{0}, m_abortFrom{0};
-    mutable std::mutex m_mutex;  // of what follows, violations, misses and messages
-    std::map<void*, std::pair<std::size_t, std::string>> m_blocks;
+    std::atomic<long> m_calls{0}, m_aborts{0}, m_abortFrom{0};
     std::string m_struck;
+    std::mutex m_mutex;  // of violations, leaks, misses and messages
 };
 /// The host that is alive.
 Host& currentHost();
@@ -286,15 +270,13 @@ public:
 
     OfxStatus preferences();
     /// The plug-in's answer, or the default of the context.
-    OfxRectD regionOfDefinition(double time = 0, OfxPointD scale = {1, 1});
-    OfxRectD regionOfInterest(std::string const& clip, OfxRectD region, double time = 0,
-                              OfxPointD scale = {1, 1});
+    OfxRectD regionOfDefinition(RenderCall const& call = {});
     /// The clip that stands for the output, or empty.
     std::string identity(RenderCall const& call);
     OfxStatus sequence(bool begin, RenderCall const& call);
     /// The render action alone, into the caller's pixels.
     OfxStatus renderAction(RenderCall const& call);
-    /// Begin, the questions as a host asks them, Render, End; the first failing status.
+    /// Begin, the questions that a host asks, Render, End; the first failing status.
     OfxStatus render(RenderCall const& call);
 
     OfxImageEffectStruct effect;
@@ -305,6 +287,7 @@ private:
     friend class Host;
     Instance(Host& host, OfxImageEffectStruct const& descriptor, Project const& project);
     OfxStatus send(char const* action, OfxPropertySetStruct* in, OfxPropertySetStruct* out);
+    OfxPropertySetStruct arguments(char const* table, RenderCall const& call) const;
     void wire(OfxImageClipStruct& clip, ClipInput const* input);
     bool m_created = false;
 };
@@ -334,14 +317,14 @@ public:
 
 private:
     OfxPropertySetStruct arguments(char const* table) const;
-    OfxStatus act(char const* action, OfxPropertySetStruct* in);
+    OfxStatus act(char const* action, OfxPropertySetStruct in);
 
     Instance& m_instance;
     double m_pixelScale;
     OfxPluginEntryPoint m_entry = nullptr;
     int m_version = 0;
     OfxStatus m_status = kOfxStatOK;
-    OfxInteract m_described, m_shown;
+    OfxInteract m_shown;
 };
 
 }  // namespace zelk_ofx

@@ -96,7 +96,7 @@ Outcome run(SweepPlace const& place, HostChoice const& choice, Stage stage, Faul
         host.violate(e.what());
     }
     host.unload();
-    outcome.leaks = host.leaks();
+    outcome.leaks = host.leaks;
     outcome.broken = host.violations;
     outcome.broken.insert(outcome.broken.end(), host.misses.begin(), host.misses.end());
     return outcome;

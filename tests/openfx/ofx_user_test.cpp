@@ -23,7 +23,7 @@ struct UserSession {
         host.unload();
         EXPECT_EQ(host.violations, std::vector<std::string>());
         EXPECT_EQ(host.misses, std::set<std::string>());
-        EXPECT_EQ(host.leaks(), std::vector<std::string>());
+        EXPECT_EQ(host.leaks, std::vector<std::string>());
     }
     OfxPointD pin(std::string const& name, double time = 0) const {
         auto const at = instance->effect.params.find(name)->at(time).number;

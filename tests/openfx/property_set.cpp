@@ -1,5 +1,6 @@
 #include "tests/openfx/property_set.h"
 
+#include <algorithm>
 #include <fstream>
 #include <sstream>
 #include <type_traits>
@@ -59,34 +60,23 @@ Interface const& interfaceText() {
     return all;
 }
 
-template <class T>
-constexpr int kKind = std::is_same_v<T, void*>         ? 0
-                      : std::is_same_v<T, std::string> ? 1
-                      : std::is_same_v<T, double>      ? 2
-                                                       : 3;
-constexpr char const* kNames[4][4] = {
-    {"propSetPointer", "propSetString", "propSetDouble", "propSetInt"},
-    {"propSetPointerN", "propSetStringN", "propSetDoubleN", "propSetIntN"},
-    {"propGetPointer", "propGetString", "propGetDouble", "propGetInt"},
-    {"propGetPointerN", "propGetStringN", "propGetDoubleN", "propGetIntN"}};
-
 // How C spells a T, as an argument and as what a getter fills.
 template <class T>
 using In = std::conditional_t<std::is_same_v<T, std::string>, char const*, T>;
 template <class T>
 using Out = std::conditional_t<std::is_same_v<T, std::string>, char*, T>;
 
-// The call's own checks: the handle, the name, and the property's type when `kind` is one.
-OfxStatus find(char const* function, OfxPropertySetHandle set, char const* name, int kind,
-               Property*& found) {
+// The call's own checks: the handle, the name, and that the property's values are T.
+template <class T>
+OfxStatus find(char const* function, OfxPropertySetHandle set, char const* name, Property*& found,
+               std::vector<T>*& values) {
     if (OfxStatus const status = propertyWatch.enter(function, name)) return status;
     if (!set || set->magic != set->kMagic || set->released || !name) return kOfxStatErrBadHandle;
     auto const at = set->properties.find(name);
     bool const known = at != set->properties.end();
-    if (known && (kind < 0 || static_cast<int>(at->second.values.index()) == kind)) {
-        found = &at->second;
-        return kOfxStatOK;
-    }
+    values = known ? std::get_if<std::vector<T>>(&at->second.values) : nullptr;
+    found = values ? &at->second : nullptr;
+    if (found) return kOfxStatOK;
     // What not every host has is asked for in good faith of one that lacks it.
     auto const& table = propertyTable(set->table);
     auto const row = table.find(name);
@@ -96,72 +86,57 @@ OfxStatus find(char const* function, OfxPropertySetHandle set, char const* name,
 }
 
 template <class T>
-OfxStatus write(char const* function, OfxPropertySetHandle set, char const* name, int first,
-                int count, In<T> const* from) {
+OfxStatus write(OfxPropertySetHandle set, char const* name, int first, int count,
+                In<T> const* from) {
     Property* property = nullptr;
-    if (OfxStatus const status = find(function, set, name, kKind<T>, property)) return status;
+    std::vector<T>* values = nullptr;
+    if (OfxStatus const status = find("propSet", set, name, property, values)) return status;
     if (property->access == Access::kReadOnly) {
         propertyWatch.onMiss(set->table + " " + name + ": read-only");
         return kOfxStatErrValue;
     }
-    auto& values = std::get<std::vector<T>>(property->values);
-    int const size = static_cast<int>(values.size()), end = first + count;
-    if (property->dimension == 0 && first <= size && end > size) values.resize(end);
-    if (first < 0 || count < 0 || !from || end > static_cast<int>(values.size()))
-        return kOfxStatErrBadIndex;
-    for (int i = 0; i < count; ++i) values[first + i] = from[i];
+    int const size = static_cast<int>(values->size()), end = first + count;
+    if (property->dimension == 0 && first <= size && end > size) values->resize(end);
+    if (first < 0 || end > static_cast<int>(values->size())) return kOfxStatErrBadIndex;
+    std::copy(from, from + count, values->begin() + first);
     property->written = true;
     return kOfxStatOK;
 }
-
-template <class T>
-OfxStatus read(char const* function, OfxPropertySetHandle set, char const* name, int first,
-               int count, Out<T>* to) {
-    Property* property = nullptr;
-    if (OfxStatus const status = find(function, set, name, kKind<T>, property)) return status;
-    auto& values = std::get<std::vector<T>>(property->values);
-    // A host without a suggestion has the property, and answers so.
-    if (values.empty() && std::string_view(name) == "OfxInteractPropSuggestedColour")
-        return kOfxStatReplyDefault;
-    if (first < 0 || count < 0 || !to || first + count > static_cast<int>(values.size()))
-        return kOfxStatErrBadIndex;
-    for (int i = 0; i < count; ++i) {
-        if constexpr (std::is_same_v<T, std::string>)
-            to[i] = propertyWatch.lend(values[first + i]);
-        else
-            to[i] = values[first + i];
-    }
-    return kOfxStatOK;
-}
-
 template <class T>
 OfxStatus setOne(OfxPropertySetHandle set, char const* name, int index, In<T> value) {
-    return write<T>(kNames[0][kKind<T>], set, name, index, 1, &value);
+    return write<T>(set, name, index, 1, &value);
 }
 template <class T>
 OfxStatus setMany(OfxPropertySetHandle set, char const* name, int count, In<T> const* values) {
-    return write<T>(kNames[1][kKind<T>], set, name, 0, count, values);
-}
-template <class T>
-OfxStatus getOne(OfxPropertySetHandle set, char const* name, int index, Out<T>* value) {
-    return read<T>(kNames[2][kKind<T>], set, name, index, 1, value);
-}
-template <class T>
-OfxStatus getMany(OfxPropertySetHandle set, char const* name, int count, Out<T>* values) {
-    return read<T>(kNames[3][kKind<T>], set, name, 0, count, values);
+    return write<T>(set, name, 0, count, values);
 }
 
-OfxStatus reset(OfxPropertySetHandle set, char const* name) {
+template <class T>
+OfxStatus getOne(OfxPropertySetHandle set, char const* name, int index, Out<T>* to) {
     Property* property = nullptr;
-    if (OfxStatus const status = find("propReset", set, name, -1, property)) return status;
-    if (property->access == Access::kReadOnly) return kOfxStatErrValue;
-    property->values = propertyTable(set->table).at(name).values;
+    std::vector<T>* values = nullptr;
+    if (OfxStatus const status = find("propGet", set, name, property, values)) return status;
+    // A host without a suggestion has the property, and answers so.
+    if (values->empty() && std::string_view(name) == "OfxInteractPropSuggestedColour")
+        return kOfxStatReplyDefault;
+    if (index < 0 || index >= static_cast<int>(values->size())) return kOfxStatErrBadIndex;
+    if constexpr (std::is_same_v<T, std::string>)
+        *to = propertyWatch.lend((*values)[index]);
+    else
+        *to = (*values)[index];
     return kOfxStatOK;
 }
+template <class T>
+OfxStatus getMany(OfxPropertySetHandle set, char const* name, int count, Out<T>* to) {
+    for (int i = 0; i < count; ++i)
+        if (OfxStatus const status = getOne<T>(set, name, i, to + i)) return status;
+    return kOfxStatOK;
+}
+OfxStatus reset(OfxPropertySetHandle, char const*) { return kOfxStatErrUnsupported; }
 OfxStatus dimension(OfxPropertySetHandle set, char const* name, int* count) {
-    Property* property = nullptr;
-    if (OfxStatus const status = find("propGetDimension", set, name, -1, property)) return status;
-    std::visit([&](auto const& v) { *count = static_cast<int>(v.size()); }, property->values);
+    auto const at = set->properties.find(name);
+    if (at == set->properties.end()) return kOfxStatErrUnknown;
+    std::visit([&](auto const& v) { *count = static_cast<int>(v.size()); }, at->second.values);
     return kOfxStatOK;
 }
 
@@ -178,7 +153,6 @@ OfxPropertySuiteV1 const kPropertySuite = {setOne<void*>,   setOne<std::string>,
                                            reset,           dimension};
 
 Properties const& propertyTable(std::string const& name) { return interfaceText().tables.at(name); }
-bool isTable(std::string const& name) { return interfaceText().tables.count(name) != 0; }
 std::set<OfxStatus> const& answersOf(std::string const& action) {
     static std::set<OfxStatus> const unknown = {kOfxStatReplyDefault};
     auto const at = interfaceText().answers.find(action);

@@ -103,7 +103,6 @@ extern OfxPropertySuiteV1 const kPropertySuite;
 
 /// By name; throws std::out_of_range.
 Properties const& propertyTable(std::string const& name);
-bool isTable(std::string const& name);
 /// What an action may answer.
 std::set<OfxStatus> const& answersOf(std::string const& action);
 
