@@ -73,8 +73,11 @@ Outcome run(SweepPlace const& place, HostChoice const& choice, Stage stage, Faul
         output.clear();
         frameIs(good(instance->render(call)));
         if (stage < kOverlay) return;
+        // The destroy actions are outside: without the host's properties nothing is found to free.
+        std::unique_ptr<Overlay> shown;
         within(kOverlay, [&] {
-            Overlay overlay(*instance);
+            shown = std::make_unique<Overlay>(*instance);
+            Overlay& overlay = *shown;
             std::vector<DrawOp> ops;
             bool const done = good(overlay.status()) && good(overlay.draw(ops));
             overlay.pen(kOfxInteractActionPenMotion, {3, 22});
@@ -84,6 +87,7 @@ Outcome run(SweepPlace const& place, HostChoice const& choice, Stage stage, Faul
             overlay.pen(kOfxInteractActionPenUp, {5, 20});
             return done;
         });
+        shown.reset();
         if (stage < kImport) return;
         within(kImport, [&] {
             instance->set("track-file", {{}, place.trackFile});
