@@ -77,6 +77,7 @@ public:
     void set(char const* name, OfxRectD const& rectangle) const;
     /// Of what hosts may lack: whether it was taken.
     bool offer(char const* name, int value) const;
+    bool offer(char const* name, double value) const;
     bool offer(char const* name, char const* value) const;
     bool offer(char const* name, void* value) const;
 
