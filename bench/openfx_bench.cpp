@@ -142,7 +142,7 @@ public:
         fill(m_plate);
         std::map<std::string, ClipInput> clips = {{"Source", still(m_layer.view(), c.alpha)}};
         if (c.hasPlate) clips["Plate"] = still(m_plate.view(), c.alpha);
-        Setup setup;
+        SavedParams setup;
         constexpr char const* kNames[] = {"to-upper-left", "to-upper-right", "to-lower-left",
                                           "to-lower-right"};
         for (int i = 0; i < 4; ++i)
