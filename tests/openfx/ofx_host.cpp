@@ -100,17 +100,14 @@ Host::Host(HostChoice choice, std::string const& binary)
     auto const count = symbol<int (*)()>(library, "OfxGetNumberOfPlugins");
     auto const get = symbol<OfxPlugin* (*)(int)>(library, "OfxGetPlugin");
     auto const greet = symbol<OfxStatus (*)(OfxHost const*)>(library, "OfxSetHost");
-    auto const expect = [&](bool holds, char const* fault) {
-        if (!holds) throw std::runtime_error(binary + ": " + fault);
-    };
-    expect(count && get, "an exported function is missing");
-    // Hosts before 1.5 don't call it.
-    expect(!greet || !m_choice.drawing || greet(&m_record) == kOfxStatOK, "refuses the host");
-    expect(count() > 0 && !get(count()) && !get(-1), "the number of plug-ins is wrong");
-    m_plugin = get(0);
-    expect(m_plugin && m_plugin->pluginApi == std::string(kOfxImageEffectPluginApi) &&
-               m_plugin->apiVersion == 1 && m_plugin->setHost && m_plugin->mainEntry,
-           "the record is of another interface");
+    // Hosts before 1.5 don't greet.
+    bool const fits = count && get && greet &&
+                      (!m_choice.drawing || greet(&m_record) == kOfxStatOK) && count() == 1 &&
+                      !get(1) && !get(-1);
+    m_plugin = fits ? get(0) : nullptr;
+    if (!m_plugin || m_plugin->pluginApi != std::string(kOfxImageEffectPluginApi) ||
+        m_plugin->apiVersion != 1)
+        throw std::runtime_error(binary + ": not one plug-in of version 1");
     theHost = this;
     m_plugin->setHost(&m_record);
 }
@@ -131,23 +128,21 @@ void Host::unload() {
     m_descriptors.clear();
     m_loaded = false;
 }
+OfxImageEffectStruct& Host::describing(char const* context, OfxPropertySetStruct const& props) {
+    m_descriptors.erase(context);
+    OfxImageEffectStruct effect{.context = context, .props = props};
+    auto& kept = m_descriptors.emplace(context, std::move(effect)).first->second;
+    kept.params.effect = &kept;
+    return kept;
+}
 OfxStatus Host::describe() {
-    m_descriptors.erase("");
-    auto& effect =
-        m_descriptors.emplace("", OfxImageEffectStruct{.props = set("effect")}).first->second;
-    effect.params.effect = &effect;
-    if (!m_choice.drawing)
-        effect.props.properties.erase(kOfxImageEffectPluginPropOverlayInteractV2);
-    return call(entry(), {kOfxActionDescribe}, &effect);
+    OfxPropertySetStruct props = set("effect");
+    if (!m_choice.drawing) props.properties.erase(kOfxImageEffectPluginPropOverlayInteractV2);
+    return call(entry(), {kOfxActionDescribe}, &describing("", props));
 }
 OfxStatus Host::describeIn(char const* context) {
-    m_descriptors.erase(context);
-    auto& effect = m_descriptors
-                       .emplace(context, OfxImageEffectStruct{.context = context,
-                                                              .props = m_descriptors.at("").props})
-                       .first->second;
-    effect.params.effect = &effect;
     auto in = set("in-context").put("OfxImageEffectPropContext", context);
+    auto& effect = describing(context, m_descriptors.at("").props);
     return call(entry(), {kOfxImageEffectActionDescribeInContext}, &effect, &in);
 }
 OfxStatus Host::prepare(char const* context) {
@@ -161,8 +156,7 @@ OfxImageEffectStruct const& Host::descriptor(char const* context) const {
 
 std::unique_ptr<Instance> Host::create(char const* context,
                                        std::map<std::string, ClipInput> const& inputs,
-                                       Project const& project, SavedParams const& setup,
-                                       OfxStatus* status) {
+                                       Project const& project, SavedParams const& setup) {
     std::unique_ptr<Instance> made(new Instance(*this, descriptor(context), project));
     for (auto& clip : made->effect.clips) {
         // The output is as the source until the preferences say otherwise.
@@ -171,11 +165,8 @@ std::unique_ptr<Instance> Host::create(char const* context,
     }
     for (auto const& [name, value] : setup)
         if (auto* param = made->effect.params.find(name)) param->value = value;
-    OfxStatus answer = call(entry(), {kOfxActionCreateInstance}, &made->effect);
-    made->m_created = good(answer);
-    if (made->m_created) answer = made->preferences();
-    if (status) *status = answer;
-    if (!good(answer)) made.reset();
+    made->m_created = good(call(entry(), {kOfxActionCreateInstance}, &made->effect));
+    if (!made->m_created || !good(made->preferences())) made.reset();
     return made;
 }
 
@@ -190,38 +181,29 @@ std::vector<std::string> Host::descriptionFaults(char const* context) const {
           "OfxImageEffectPropSupportedPixelDepths", "OfxImageEffectPluginRenderThreadSafety",
           "OfxImageEffectPluginPropHostFrameThreading"})
         expect(effect.props.properties.at(name).written, std::string(name) + " is not set");
-    expect(effect.clip("Output") && effect.clip("Source"), "a mandatory clip is missing");
-    for (auto const& clip : effect.clips)
-        expect(!clip->props.all<std::string>("OfxImageEffectPropSupportedComponents").empty(),
-               clip->name + " has no components");
+    for (char const* name : {"Output", "Source"})
+        expect(effect.clip(name) &&
+                   !effect.clip(name)
+                        ->props.all<std::string>(kOfxImageEffectPropSupportedComponents)
+                        .empty(),
+               std::string(name) + " has no components");
     std::set<std::string> groups = {""};
     for (auto const& param : effect.params.list) {
         auto const& props = param->props;
-        auto const within = [&]<class T>(T, char const* low, char const* value, char const* high) {
-            for (int i = 0; i < param->dimensions; ++i)
-                expect(props.get<T>(low, i) <= props.get<T>(value, i) &&
-                           props.get<T>(value, i) <= props.get<T>(high, i),
-                       param->name + ": " + value + " is out of range");
-        };
-        for (char const* value :
-             {"OfxParamPropDefault", "OfxParamPropDisplayMin", "OfxParamPropDisplayMax"}) {
-            if (!props.has("OfxParamPropMin")) continue;
-            if (param->kind == 'D') within(0.0, "OfxParamPropMin", value, "OfxParamPropMax");
-            if (param->kind == 'I') within(0, "OfxParamPropMin", value, "OfxParamPropMax");
-        }
-        expect(groups.count(props.get<std::string>("OfxParamPropParent")),
+        auto const low = props.numbers(kOfxParamPropMin), high = props.numbers(kOfxParamPropMax);
+        for (char const* name :
+             {kOfxParamPropDefault, kOfxParamPropDisplayMin, kOfxParamPropDisplayMax})
+            for (std::size_t i = 0; i < low.size(); ++i)
+                expect(low[i] <= props.numbers(name)[i] && props.numbers(name)[i] <= high[i],
+                       param->name + ": " + name + " is out of range");
+        expect(groups.count(props.get<std::string>(kOfxParamPropParent)),
                param->name + ": its group is not defined before it");
         if (param->type == kOfxParamTypeGroup) groups.insert(param->name);
-        expect(!props.get<std::string>("OfxPropLabel").empty(), param->name + " has no label");
-        expect(std::ranges::all_of(param->name, [](char c) { return c > ' ' && c < 127; }),
-               param->name + " is not plain ASCII");
+        expect(!props.get<std::string>(kOfxPropLabel).empty(), param->name + " has no label");
         if (param->type == kOfxParamTypeChoice)
-            expect(props.get<int>("OfxParamPropDefault") <
-                       std::ssize(props.all<std::string>("OfxParamPropChoiceOption")),
+            expect(props.get<int>(kOfxParamPropDefault) <
+                       std::ssize(props.all<std::string>(kOfxParamPropChoiceOption)),
                    param->name + ": the default is no option");
-        if (param->type == kOfxParamTypePage)
-            for (auto const& child : props.all<std::string>("OfxParamPropPageChild"))
-                expect(effect.params.find(child), "page child " + child + " is unknown");
     }
     return faults;
 }
@@ -314,8 +296,7 @@ Instance::Instance(Host& itsHost, OfxImageEffectStruct const& descriptor, Projec
         auto& [number, text] = param.value.constant;
         char const* const preset = kOfxParamPropDefault;
         if (param.kind == 'S') text = param.props.get<std::string>(preset);
-        if (param.kind == 'D') std::ranges::copy(param.props.all<double>(preset), number.begin());
-        if (param.kind == 'I') std::ranges::copy(param.props.all<int>(preset), number.begin());
+        std::ranges::copy(param.props.numbers(preset), number.begin());
         // A host without the property knows canonical defaults alone.
         char const* const system = kOfxParamPropDefaultCoordinateSystem;
         if (param.props.has(system) &&

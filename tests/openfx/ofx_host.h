@@ -195,11 +195,10 @@ public:
     void unload();
 
     /// An instance of a described context, with values, created and asked for its clip preferences;
-    /// null when the plug-in fails in either, with its answer in `status`.
+    /// null when the plug-in fails in either.
     std::unique_ptr<Instance> create(char const* context,
                                      std::map<std::string, ClipInput> const& inputs,
-                                     Project const& project, SavedParams const& setup = {},
-                                     OfxStatus* status = nullptr);
+                                     Project const& project, SavedParams const& setup = {});
     OfxImageEffectStruct const& descriptor(char const* context) const;
     /// What the description of a context lacks or has wrong: a sentence each.
     std::vector<std::string> descriptionFaults(char const* context) const;
@@ -240,6 +239,7 @@ private:
     HostChoice m_choice;
     OfxPropertySetStruct m_props;
     OfxHost m_record{};
+    OfxImageEffectStruct& describing(char const* context, OfxPropertySetStruct const& props);
     std::unique_ptr<void, int (*)(void*)> m_library;
     OfxPlugin* m_plugin = nullptr;
     bool m_loaded = false;

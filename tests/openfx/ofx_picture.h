@@ -1,7 +1,7 @@
 // A picture of the tests' OpenFX host that owns its bytes, with guards around the rows.
 //
-// Every byte starts as kUntouched; rows may be padded or run downwards in memory. Values are told
-// as numbers, white 1; the interface's depths round to the nearest.
+// Every byte starts as kUntouched; rows may be padded or run downwards in memory. Values are put as
+// numbers from 0 to 1, white; in halves they lie from 0.5 to 1.
 #pragma once
 
 #include <algorithm>
@@ -20,14 +20,6 @@ inline int channelBytes(std::string const& depth) {
 inline int channelCount(std::string const& components) {
     return components == kOfxImageComponentRGBA ? 4 : components == kOfxImageComponentRGB ? 3 : 1;
 }
-/// Of normal numbers below 65520; smaller ones become 0.
-inline std::uint16_t halfOf(double value) {
-    int exponent = 0;
-    int const mantissa = static_cast<int>(std::lround(std::frexp(value, &exponent) * 2048));
-    if (value == 0 || exponent < -13) return 0;
-    return static_cast<std::uint16_t>(((exponent + 14) << 10) + mantissa - 1024);
-}
-
 class PictureBuffer {
 public:
     static constexpr unsigned char kUntouched = 0x5C;
@@ -60,8 +52,9 @@ public:
         unsigned char* const to = at(x, y) + channel * channelBytes(m_view.depth);
         std::string const depth = m_view.depth;
         float const real = static_cast<float>(value);
-        auto const word = static_cast<std::uint16_t>(
-            depth == kOfxBitDepthHalf ? halfOf(value) : std::lround(value * 65535));
+        auto const word = static_cast<std::uint16_t>(depth == kOfxBitDepthHalf
+                                                         ? 0x3800 + std::lround(value * 1024)
+                                                         : std::lround(value * 65535));
         if (depth == kOfxBitDepthByte) *to = static_cast<unsigned char>(std::lround(value * 255));
         if (depth == kOfxBitDepthFloat) std::memcpy(to, &real, 4);
         if (channelBytes(depth) == 2) std::memcpy(to, &word, 2);

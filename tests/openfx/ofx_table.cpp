@@ -17,12 +17,7 @@ namespace zelk_ofx {
 namespace {
 
 std::string numbers(OfxParamStruct const& param, char const* property) {
-    std::string text;
-    for (int i = 0; i < param.dimensions; ++i)
-        text += fmt::format("{}{:.6g}", i ? ", " : "",
-                            param.kind == 'D' ? param.props.get<double>(property, i)
-                                              : param.props.get<int>(property, i));
-    return text;
+    return fmt::format("{:.6g}", fmt::join(param.props.numbers(property), ", "));
 }
 
 void listParameters(std::string const& binary) {
@@ -39,8 +34,7 @@ void listParameters(std::string const& binary) {
             parent = effect.params.find(parent)->props.get<std::string>("OfxParamPropParent");
         std::string facts;
         if (param->kind == 'S') facts = "\"" + text("OfxParamPropDefault") + "\"";
-        if (param->kind == 'D' || param->kind == 'I')
-            facts = numbers(*param, "OfxParamPropDefault");
+        if (param->kind != 'S') facts = numbers(*param, "OfxParamPropDefault");
         if (param->props.has("OfxParamPropMin") && param->dimensions == 1)
             facts += fmt::format(", {} to {} (slider {} to {})", numbers(*param, "OfxParamPropMin"),
                                  numbers(*param, "OfxParamPropMax"),

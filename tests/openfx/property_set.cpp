@@ -165,3 +165,11 @@ OfxPropertySetStruct::OfxPropertySetStruct(std::string tableName, bool withOptio
     : table(std::move(tableName)), properties(zelk_ofx::propertyTable(table)) {
     if (!withOptional) std::erase_if(properties, [](auto const& p) { return !p.second.required; });
 }
+
+std::vector<double> OfxPropertySetStruct::numbers(std::string_view name) const {
+    auto const at = properties.find(name);
+    if (at == properties.end()) return {};
+    if (auto const* list = std::get_if<std::vector<double>>(&at->second.values)) return *list;
+    auto const* list = std::get_if<std::vector<int>>(&at->second.values);
+    return list ? std::vector<double>(list->begin(), list->end()) : std::vector<double>();
+}

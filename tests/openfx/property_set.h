@@ -83,6 +83,8 @@ struct OfxPropertySetStruct {
     T const& get(std::string_view name, std::size_t index = 0) const {
         return all<T>(name).at(index);
     }
+    /// Doubles or ints, as doubles; nothing where the property is not there or is no number.
+    std::vector<double> numbers(std::string_view name) const;
     bool has(std::string_view name) const { return properties.find(name) != properties.end(); }
 };
 
