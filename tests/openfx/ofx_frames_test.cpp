@@ -98,6 +98,17 @@ TEST_P(OfxFormats, WindowsEqualTheWholeFrame) {
         session->connect("Source", &input);
         EXPECT_EQ(session.render(same, kFrame), whole.bytes(kFrame));
         EXPECT_NE(whole.bytes(kFrame), source.bytes(kFrame));
+        // Lines 0, 2, 4 from the bottom are the lower field; the other's stay as they were.
+        PictureBuffer fields(kFrame, depth, components);
+        for (char const* field : {kOfxImageFieldLower, kOfxImageFieldUpper}) {
+            session->render({.output = fields.view(), .window = kFrame, .field = field});
+            OfxRectI const odd = {kFrame.x1, 1, kFrame.x2, 2};
+            auto const untouched =
+                std::vector<unsigned char>(fields.bytes(odd).size(), fields.kUntouched);
+            EXPECT_EQ(fields.bytes(odd),
+                      field == kOfxImageFieldLower ? untouched : whole.bytes(odd));
+        }
+        EXPECT_EQ(fields.bytes(kFrame), whole.bytes(kFrame));
         for (int i = 0; i < 12; ++i) {
             int const x = random.integer(kFrame.x1, kFrame.x2 - 1);
             int const y = random.integer(kFrame.y1, kFrame.y2 - 1);
