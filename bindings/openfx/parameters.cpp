@@ -237,6 +237,9 @@ private:
         Properties const offset =
             define(kOfxParamTypeInteger, kTrackOffsetName, "Frame Offset",
                    "Added to the file's frame numbers to get the time of a key.");
+        // The range is all whole numbers; a slider over that is of no use.
+        offset.offer(kOfxParamPropDisplayMin, -1000);
+        offset.offer(kOfxParamPropDisplayMax, 1000);
         offset.offer(kOfxParamPropEvaluateOnChange, 0);
         offset.offer(kOfxParamPropAnimates, 0);
         forEachEntry(popup, [&](int entry, std::string_view text) {
