@@ -83,19 +83,10 @@ bool canRead(OIIO::ImageInput& input, Rows const& rows, int part = 0) {
     return isRead && !input.has_error();
 }
 
-}  // namespace
+constexpr char const* kBreaksOff = "the file breaks off";
 
-std::string faultOfWritten(fs::path const& file, WrittenShape const& shape) {
-    if (int const fault = growthFault(file)) return std::strerror(fault);
-    return faultOfPicture(file, shape);
-}
-
-std::string faultOfPicture(fs::path const& file, WrittenShape const& shape) {
-    if (!endsAsItsFormat(file, shape.format)) return "the file breaks off";
-    if (shape.format == "png") {
-        std::string const fault = faultOfPng(file, shape.width, shape.height);
-        return fault.empty() ? fault : "it can't be read back: " + fault;
-    }
+/// By the format's own reader.
+std::string faultOfRows(fs::path const& file, WrittenShape const& shape) {
     auto const input = OIIO::ImageInput::create(std::string(shape.format));
     OIIO::ImageSpec found, config;
     config.attribute("oiio:UnassociatedAlpha", 1);  // nothing to compute
@@ -110,6 +101,17 @@ std::string faultOfPicture(fs::path const& file, WrittenShape const& shape) {
     return "it can't be read back" + (reason.empty() ? reason : ": " + reason);
 }
 
+}  // namespace
+
+std::string faultOfWritten(fs::path const& file, WrittenShape const& shape) {
+    if (int const fault = growthFault(file)) return std::strerror(fault);
+    if (!endsAsItsFormat(file, shape.format)) return kBreaksOff;
+    if (shape.format != "png") return faultOfRows(file, shape);
+    std::string const fault = faultOfPng(file, shape.width, shape.height);
+    return fault.empty() ? fault : "it can't be read back: " + fault;
+}
+
+/// PNG files by other writers have no strips.
 std::optional<PixelSize> wholePictureSize(fs::path const& file) {
     QuietLibraries const quiet;
     auto const input = OIIO::ImageInput::open(file.string());
@@ -119,8 +121,11 @@ std::optional<PixelSize> wholePictureSize(fs::path const& file) {
     if (shape.format == "openexr")
         while (input->seek_subimage(shape.parts, 0)) ++shape.parts;
     PixelSize const size = {spec.full_width, spec.full_height};
-    if (!faultOfPicture(file, shape).empty()) return std::nullopt;
-    return size;
+    bool const isWhole =
+        endsAsItsFormat(file, shape.format) &&
+        ((shape.format == "png" && faultOfPng(file, shape.width, shape.height).empty()) ||
+         faultOfRows(file, shape).empty());
+    return isWhole ? std::optional(size) : std::nullopt;
 }
 
 }  // namespace zelk

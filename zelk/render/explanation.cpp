@@ -222,7 +222,7 @@ std::string asJson(Explanation const& e) {
 }
 
 std::string asJsonLine(Explanation const& e, int frame, std::string const& file) {
-    nlohmann::ordered_json json = {{"frame", frame}, {"file", file}};
+    nlohmann::ordered_json json = {{"number", frame}, {"file", file}};
     describe(e, json);
     return json.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
 }

@@ -96,7 +96,7 @@ std::string asText(Explanation const& explanation);
 std::string settingsText(Explanation const& explanation);
 /// One JSON object and a line end.
 std::string asJson(Explanation const& explanation);
-/// The same in one line, of a frame of many and its file.
+/// The same in one line, with the number of a frame of many and its file.
 std::string asJsonLine(Explanation const& explanation, int frame, std::string const& file);
 
 }  // namespace zelk

@@ -107,7 +107,8 @@ public:
 
 private:
     void choose(FrameStages& renderer);
-    void tidyFolders(SceneFiles const& files, std::vector<int> const& frames);
+    void noteFolders(SceneFiles const& files, std::vector<int> const& frames);
+    void sweepFolders() const;
     [[noreturn]] void endAtMissing(SceneFiles const& files);
     void takeFrames(FrameStages& renderer);
     void checkOutput(SceneFiles const& files) const;
@@ -146,8 +147,9 @@ private:
     PipelineResult m_result;
     Explanation m_explanation;  ///< what all frames' own start from
     ExplainedFrames m_explained;
-    std::vector<std::string> m_conversions;  ///< of colour
-    std::optional<FailureFacts> m_end;       ///< what ended the run, where it was a frame's
+    std::vector<std::string> m_conversions;     ///< of colour
+    std::optional<FailureFacts> m_end;          ///< what ended the run, where it was a frame's
+    std::set<std::filesystem::path> m_folders;  ///< of the output
     Journal m_journal;
     std::optional<WholeFrames> m_whole;
     std::optional<FrameLocks> m_locks;
@@ -189,22 +191,27 @@ void SequenceRun::choose(FrameStages& renderer) {
                             return std::nullopt;
                         }
                     });
-    if (m_purpose == Purpose::kRender && m_scene.output) tidyFolders(files, asked);
+    if (m_purpose == Purpose::kRender && m_scene.output) {
+        noteFolders(files, asked);
+        sweepFolders();
+        if (!m_run.isShared)
+            for (auto const& folder : m_folders) m_journal.tidy(folder);
+    }
     m_schedule = scheduleOf(m_scene, files, asked, [this](std::filesystem::path const& file) {
         return !m_isMovie && m_whole->isWhole(file);
     });
 }
 
-void SequenceRun::tidyFolders(SceneFiles const& files, std::vector<int> const& frames) {
-    std::set<std::filesystem::path> folders, journals;
+void SequenceRun::noteFolders(SceneFiles const& files, std::vector<int> const& frames) {
     for (int const frame : frames) {
         std::filesystem::path const file = files.output.pathOf(frame);
-        journals.insert(file.parent_path());
-        folders.insert(behindLinks(file).parent_path());
+        m_folders.insert(file.parent_path());
+        m_folders.insert(behindLinks(file).parent_path());
     }
-    for (auto const& folder : folders) sweepLeftOvers(folder);
-    if (m_run.isShared || m_isMovie) return;
-    for (auto const& folder : journals) m_journal.tidy(folder);
+}
+
+void SequenceRun::sweepFolders() const {
+    for (auto const& folder : m_folders) sweepLeftOvers(folder);
 }
 
 void SequenceRun::endAtMissing(SceneFiles const& files) {
@@ -319,6 +326,7 @@ void SequenceRun::runStages(FrameStages& renderer) {
         frames = awaited(renderer.files(), m_left);
     }
     m_locks.reset();
+    if (m_run.isShared) sweepFolders();  // of those who died meanwhile
     if (m_end) std::erase_if(m_result.failed, [](auto const& failure) { return failure.endsRun; });
     if (m_end && isFailureTheEnd()) m_result.failed.push_back({0, m_end->message, m_end->code});
     if (m_result.isStopped || m_end || !m_result.failed.empty()) return;

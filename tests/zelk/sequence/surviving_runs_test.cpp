@@ -12,6 +12,7 @@
 #include <thread>
 
 #include "tests/support/zelk_process.h"
+#include "zelk/files/file_sum.h"
 #include "zelk/files/frame_locks.h"
 #include "zelk/files/left_overs.h"
 #include "zelk/files/process_tag.h"
@@ -32,13 +33,17 @@ protected:
              "1-" + std::to_string(count), "--to", "9,3 150,20 2,110 140,115", "--no-metadata"},
             more);
     }
-    /// What a folder holds, the journal aside.
+    /// What a folder holds, the journal aside: names with sizes and checksums.
     std::map<std::string, std::string> contents(std::string const& folder) const {
         std::map<std::string, std::string> all;
         for (auto const& entry : fs::directory_iterator(at(folder)))
             if (std::string const name = entry.path().filename(); name != ".zelk-journal")
-                all[name] = bytesOf(folder + "/" + name);
+                all[name] = sumText(folder + "/" + name);
         return all;
+    }
+    std::string sumText(std::string const& name) const {
+        auto const sum = zelk::sumOf(at(name));
+        return std::to_string(sum->bytes) + " " + std::to_string(sum->crc32);
     }
     /// The folder of an undisturbed run.
     auto undisturbed(int count) const {
@@ -61,24 +66,27 @@ protected:
 };
 
 TEST_F(SurvivingRuns, AKilledRunGoesOnToTheSameFrames) {
-    constexpr int kFrames = 12, kRounds = 9;
+    constexpr int kFrames = 12;
+    int const rounds = std::getenv("ZELK_LONG") ? 100 : 9;
+    auto const start = std::chrono::steady_clock::now();
     auto const all = undisturbed(kFrames);
+    auto const wholeMs =
+        std::chrono::duration_cast<milliseconds>(std::chrono::steady_clock::now() - start).count();
     ASSERT_EQ(all.size(), kFrames);
     std::mt19937 random(20);
-    for (int round = 0; round < kRounds; ++round) {
+    for (int round = 0; round < rounds; ++round) {
         int const signal = std::array{SIGKILL, SIGTERM, SIGHUP}[round % 3];
         std::string const folder = "r" + std::to_string(round);
         fs::create_directory(at(folder));
-        milliseconds const pause(random() % 250);
+        milliseconds const pause(random() % static_cast<unsigned>(wholeMs));
         Outcome const cut = run(words(folder, kFrames), {}, [&](int child) {
             std::this_thread::sleep_for(pause);
             ::kill(child, signal);
         });
         // A signal before the run's own handlers ends the process as it does any.
         EXPECT_TRUE(cut.exitCode == -1 || cut.exitCode == 0 || cut.exitCode == 130) << cut.err;
-        if (signal != SIGKILL)
-            for (auto const& [name, bytes] : contents(folder))
-                EXPECT_EQ(bytes, all.at(name)) << "after signal " << signal;
+        for (auto const& [name, bytes] : contents(folder))
+            EXPECT_TRUE(signal == SIGKILL || bytes == all.at(name)) << name << " " << signal;
         done(words(folder, kFrames, {"--skip-existing"}));
         EXPECT_EQ(contents(folder), all) << "signal " << signal << " after " << pause.count();
     }
@@ -87,15 +95,16 @@ TEST_F(SurvivingRuns, AKilledRunGoesOnToTheSameFrames) {
 // A foreign whole picture stays; what is cut, empty, no picture or of another size does not, with
 // the journal and without; a file changed at its own length is not what the journal has.
 TEST_F(SurvivingRuns, OnlyWholeFramesAreSkipped) {
-    auto all = undisturbed(6);
+    auto const all = undisturbed(6);
+    std::string const first = bytesOf("all/o.1.png"), last = bytesOf("all/o.6.png");
     writePicture(at("own.png"), noise<std::uint8_t>(160, 120, 4, 8));
     for (bool const hasJournal : {true, false}) {
-        put("all/o.1.png", all["o.1.png"].substr(0, 700));
+        put("all/o.1.png", first.substr(0, 700));
         put("all/o.2.png", "");
         put("all/o.3.png", "placeholder");
         writePicture(at("all/o.4.png"), noise<std::uint8_t>(1, 1, 4, 1));
         fs::copy_file(at("own.png"), at("all/o.5.png"), fs::copy_options::overwrite_existing);
-        std::string damaged = all["o.6.png"];
+        std::string damaged = last;
         damaged[damaged.size() / 2] ^= 1;
         put("all/o.6.png", damaged);
         if (!hasJournal) fs::remove(at("all/.zelk-journal"));
@@ -104,7 +113,7 @@ TEST_F(SurvivingRuns, OnlyWholeFramesAreSkipped) {
         EXPECT_TRUE(has(run(words("all", 6, {"--skip-existing=name"})).err, "6 skipped"));
         EXPECT_TRUE(has(done(words("all", 6, {"--skip-existing"})), "5 frames written, 1 skipped"));
         auto now = contents("all");
-        EXPECT_EQ(std::exchange(now["o.5.png"], all["o.5.png"]), bytesOf("own.png"));
+        EXPECT_EQ(std::exchange(now["o.5.png"], all.at("o.5.png")), sumText("own.png"));
         EXPECT_EQ(now, all);
     }
     // Whole frames are kept though their inputs are gone.
@@ -142,7 +151,7 @@ TEST_F(SurvivingRuns, RunsShareAFolderAndOneOutlivesTheOther) {
         auto frames = written(own);
         frames.merge(written(other));
         std::set<int> const once(frames.begin(), frames.end());
-        EXPECT_EQ(once.size(), kFrames - (isKilled ? kFrames - once.size() : 0));
+        if (!isKilled) EXPECT_EQ(once.size(), kFrames);
         EXPECT_EQ(frames.size(), once.size()) << "a frame was written twice";
     }
 }
@@ -260,10 +269,10 @@ TEST_F(SurvivingRuns, EventsAreAsTheSchemaSays) {
                 << key << event;
         }
     }
-    EXPECT_EQ(order, "start frame warning frame failure frame failure end ");
+    EXPECT_EQ(order, "start frame warning frame warning failure frame warning failure end ");
     // A log is added to; another file is left alone.
     run(words);
-    EXPECT_EQ(events("log.json").size(), 16u);
+    EXPECT_EQ(events("log.json").size(), 20u);
     expectRefusal(joined({"render", "in.png", "-o", "a.png"}, {"--log", "in.1.png"}), 4,
                   {"in.1.png", "no log"});
 }
@@ -297,8 +306,8 @@ TEST_F(SurvivingRuns, ASequenceIsExplained) {
     for (int frame = 1; frame <= 3; ++frame) {
         ASSERT_TRUE(std::getline(lines, line));
         Json const told = Json::parse(line);
-        EXPECT_EQ(told["frame"], frame);
-        EXPECT_EQ(told["coveredPixels"]["any"], 160 * 120);
+        EXPECT_EQ(told["number"], frame);
+        EXPECT_GT(told["coveredPixels"]["any"], 150 * 110);
         EXPECT_TRUE(told["milliseconds"].contains("write"));
     }
 }
