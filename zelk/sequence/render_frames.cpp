@@ -83,6 +83,7 @@ template <class Picture>
 struct Taken {
     std::optional<Picture> picture;
     FrameFacts facts;
+    bool isLeft = false;  ///< another run has it; else one has written it
 };
 using TakenLoad = Taken<LoadedFrame>;
 using TakenRender = Taken<RenderedFrame>;
@@ -115,7 +116,8 @@ private:
     void runStages(FrameStages& renderer);
     PipelineResult runPass(FrameStages& renderer, std::vector<int> const& frames);
     void checkStages(FrameStages& renderer);
-    bool isMine(int frame, std::filesystem::path const& file);
+    enum class Share { kMine, kTaken, kWritten };
+    Share shareOf(std::filesystem::path const& file);
     std::vector<int> awaited(SceneFiles const& files, std::vector<int> frames);
     TakenLoad load(FrameStages& renderer, int frame);
     TakenRender render(FrameStages& renderer, int frame, TakenLoad&& loaded);
@@ -156,6 +158,7 @@ private:
     std::vector<int> m_left;             ///< frames of the pass that other runs have taken
     std::size_t m_shared = 0;            ///< frames that other runs have written meanwhile
     bool m_isSettled = false;            ///< sizes are those of this run
+    bool m_isLeft = false;               ///< the frame that is about to be told is another run's
     std::optional<FrameFacts> m_stored;  ///< of the frame that is about to be told
     std::shared_ptr<Explanation> m_storedExplanation;  ///< of the same
 };
@@ -350,15 +353,12 @@ PipelineResult SequenceRun::runPass(FrameStages& renderer, std::vector<int> cons
 }
 
 /// Of a run that shares: another one may have the frame, or have written it since.
-bool SequenceRun::isMine(int frame, std::filesystem::path const& file) {
-    if (!m_locks) return true;
-    if (!m_locks->take(file)) {
-        m_left.push_back(frame);
-        return false;
-    }
-    if (!m_whole->isWhole(file)) return true;
+SequenceRun::Share SequenceRun::shareOf(std::filesystem::path const& file) {
+    if (!m_locks) return Share::kMine;
+    if (!m_locks->take(file)) return Share::kTaken;
+    if (!m_whole->isWhole(file)) return Share::kMine;
     m_locks->release(file);
-    return false;
+    return Share::kWritten;
 }
 
 /// Those of frames that other runs had, once one of them is free; none when all are written.
@@ -393,7 +393,9 @@ std::vector<int> SequenceRun::awaited(SceneFiles const& files, std::vector<int> 
 TakenLoad SequenceRun::load(FrameStages& renderer, int frame) {
     TakenLoad taken;
     taken.facts.file = renderer.files().output.pathOf(frame).string();
-    if (!isMine(frame, taken.facts.file)) return taken;
+    Share const share = shareOf(taken.facts.file);
+    taken.isLeft = share == Share::kTaken;
+    if (share != Share::kMine) return taken;
     auto const start = std::chrono::steady_clock::now();
     taken.picture = renderer.load(frame);
     taken.facts.loadSeconds = secondsSince(start);
@@ -401,7 +403,7 @@ TakenLoad SequenceRun::load(FrameStages& renderer, int frame) {
 }
 
 TakenRender SequenceRun::render(FrameStages& renderer, int frame, TakenLoad&& loaded) {
-    TakenRender taken{{}, std::move(loaded.facts)};
+    TakenRender taken{{}, std::move(loaded.facts), loaded.isLeft};
     if (!loaded.picture) return taken;
     auto const start = std::chrono::steady_clock::now();
     taken.picture = renderer.render(frame, std::move(*loaded.picture));
@@ -410,6 +412,7 @@ TakenRender SequenceRun::render(FrameStages& renderer, int frame, TakenLoad&& lo
 }
 
 void SequenceRun::store(FrameStages& renderer, int frame, TakenRender&& rendered) {
+    m_isLeft = rendered.isLeft;
     if (!rendered.picture) return;
     auto const start = std::chrono::steady_clock::now();
     FrameFacts& facts = rendered.facts;
@@ -443,7 +446,9 @@ void SequenceRun::report(FrameStages& renderer, int frame, FrameFailure const* f
         m_result.done.push_back(frame);
         m_progress.done(frame, *stored);
         if (m_storedExplanation) print(m_explained.add(frame, stored->file, *m_storedExplanation));
-    } else if (std::find(m_left.begin(), m_left.end(), frame) == m_left.end()) {
+    } else if (m_isLeft) {
+        m_left.push_back(frame);
+    } else {
         noteShared(frame, file);
     }
     tellWarnings(renderer);

@@ -54,7 +54,8 @@ protected:
     std::vector<Json> events(std::string const& log) const {
         std::vector<Json> all;
         std::ifstream file(at(log));
-        for (std::string line; std::getline(file, line);) all.push_back(Json::parse(line));
+        for (std::string line; std::getline(file, line) && !file.eof();)
+            all.push_back(Json::parse(line));
         return all;
     }
     std::multiset<int> written(std::string const& log) const {
