@@ -15,7 +15,7 @@ struct Variable {
 constexpr Variable kVariables[] = {
     {kThreadsVariable, "--threads", "threads of the process"},
     {kModuleVariable, "--module", "the effect's module"},
-    {"OCIO", "--ocio", "an OpenColorIO configuration, for programs that link the library too"},
+    {"OCIO", "--ocio", "an OpenColorIO configuration"},
 };
 
 }  // namespace

@@ -74,7 +74,7 @@ void RenderCommand::addOptions(CLI::App& app) {
     add.text("Sequence", "--progress", m_progress, "MODE",
              listOf(wordsOf(kProgressModes)) + " (auto)");
     add.text("Sequence", "--skip-existing", m_skipExisting, "[whole|name]",
-             "Leave frames out whose files read back whole, or that have one (whole)");
+             "Leave out frames whose file reads back whole, or is there at all (whole)");
     add.flag("Sequence", "--share", m_isShared, "Share the frames with other runs of this command");
     add.flag("Sequence", "--dry-run", m_dryRun, "Print what would be read and written");
     add.text("Messages", "--log", m_log, "FILE", "Add the run's events to a file, a line each");
