@@ -64,6 +64,12 @@ World widened(World const& picture, PixelMargins const& margins) {
     return wide;
 }
 
+void toOutputSpace(RenderedFrame& rendered) {
+    if (!rendered.colors.workToOutput) return;
+    if (rendered.picture.depth() != Depth::kFloat) rendered.picture = floatWorld(rendered.picture);
+    rendered.colors.workToOutput->apply(rendered.picture, rendered.file.form);
+}
+
 std::unique_ptr<Host> hostOf(Scene const& scene) {
     auto host = loadModule(scene);
     setOptionValues(scene, host->parameters());  // refuses bad values before any file is touched
@@ -303,11 +309,7 @@ void FrameStages::endStage(char const* stage) {
 
 /// Rounded once, by the writer.
 void FrameStages::store(int frame, RenderedFrame rendered) {
-    if (rendered.colors.workToOutput) {
-        if (rendered.picture.depth() != Depth::kFloat)
-            rendered.picture = floatWorld(rendered.picture);
-        rendered.colors.workToOutput->apply(rendered.picture, rendered.file.form);
-    }
+    toOutputSpace(rendered);
     if (isMovieName(m_scene.outputPath())) return storeInMovie(rendered);
     WriteReport const written =
         writePicture(rendered.picture, m_files.output.pathOf(frame), rendered.file);
@@ -318,6 +320,11 @@ void FrameStages::store(int frame, RenderedFrame rendered) {
         m_explanation->clock.lap("write");
     }
     if (m_listener) m_listener("write");
+}
+
+PictureBuffer FrameStages::stored(RenderedFrame rendered, StoredForm const& form) {
+    toOutputSpace(rendered);
+    return storedPicture(rendered.picture, rendered.file, form);
 }
 
 bool FrameStages::finishMovie(std::atomic<bool> const& stop) {
