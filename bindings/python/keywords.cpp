@@ -160,8 +160,8 @@ std::string keywordOf(std::string edit) {
     bool const isNear = 2 * editDistance(near, keyword) <= static_cast<int>(keyword.size());
     throw UserError(
         ExitCode::kUsage,
-        fmt::format("{}: unknown option \"{}\", expected {}",
-                                caller.substr(caller.rfind('.') + 1), keyword,
+        fmt::format("{}: unknown option \"{}\", expected {}", caller.substr(caller.rfind('.') + 1),
+                    keyword,
                     isNear ? fmt::format("an option of `{}`, such as \"{}\"", caller, near)
                            : "one that `zelk.edits()` lists"));
 }

@@ -12,6 +12,7 @@
 #include "bindings/python/keywords.h"
 #include "bindings/python/scene_object.h"
 #include "bindings/python/track_object.h"
+#include "zelk/files/quiet_libraries.h"
 #include "zelk/scene/edits.h"
 #include "zelk/scene/file.h"
 #include "zelk/scene/parameter_names.h"
@@ -96,6 +97,7 @@ void addScene(py::module_& module) {
 
 PYBIND11_MODULE(_zelk, module) {
     using namespace zelk::python;
+    zelk::leaveStandardErrorAlone();  // it is the interpreter's
     module.doc() = "Made for the package zelk; use that.";
     addErrors(module);
     addTrack(module);

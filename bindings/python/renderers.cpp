@@ -1,16 +1,29 @@
 // Taking and giving back; see renderers.h.
 #include "bindings/python/renderers.h"
 
+#include <dlfcn.h>
 #include <omp.h>
 
 #include <string>
 #include <utility>
 
+#include "zelk/render/load_module.h"
 #include "zelk/scene/check.h"
 #include "zelk/scene/invert.h"
 #include "zelk/text/errors.h"
 
 namespace zelk::python {
+
+namespace {
+
+/// A module that nobody holds is loaded anew for every call, which takes longer than a small
+/// picture.
+void keepModule() {
+    static void* const kept = ::dlopen(defaultModule().c_str(), RTLD_NOW | RTLD_LOCAL);
+    (void)kept;
+}
+
+}  // namespace
 
 Scene preparedScene(Scene scene) {
     checkScene(scene);
@@ -34,6 +47,7 @@ Renderers::Made Renderers::take(Scene const& scene, std::uint64_t version) {
             return renderer;
         }
     }
+    if (scene.module.empty()) keepModule();
     RunOptions run;
     run.inFlight = 1;
     return std::make_unique<FrameStages>(preparedScene(scene), run);

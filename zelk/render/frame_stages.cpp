@@ -64,10 +64,10 @@ World widened(World const& picture, PixelMargins const& margins) {
     return wide;
 }
 
-void toOutputSpace(RenderedFrame& rendered) {
-    if (!rendered.colors.workToOutput) return;
+void convert(RenderedFrame& rendered, SharedTransform const& way) {
+    if (!way) return;
     if (rendered.picture.depth() != Depth::kFloat) rendered.picture = floatWorld(rendered.picture);
-    rendered.colors.workToOutput->apply(rendered.picture, rendered.file.form);
+    way->apply(rendered.picture, rendered.file.form);
 }
 
 std::unique_ptr<Host> hostOf(Scene const& scene) {
@@ -309,7 +309,7 @@ void FrameStages::endStage(char const* stage) {
 
 /// Rounded once, by the writer.
 void FrameStages::store(int frame, RenderedFrame rendered) {
-    toOutputSpace(rendered);
+    convert(rendered, rendered.colors.workToOutput);
     if (isMovieName(m_scene.outputPath())) return storeInMovie(rendered);
     WriteReport const written =
         writePicture(rendered.picture, m_files.output.pathOf(frame), rendered.file);
@@ -323,7 +323,7 @@ void FrameStages::store(int frame, RenderedFrame rendered) {
 }
 
 PictureBuffer FrameStages::stored(RenderedFrame rendered, StoredForm const& form) {
-    toOutputSpace(rendered);
+    convert(rendered, rendered.colors.workToStored);
     return storedPicture(rendered.picture, rendered.file, form);
 }
 

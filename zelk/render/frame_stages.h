@@ -117,7 +117,7 @@ public:
     LoadedFrame load(int frame, int reduce = 1, bool isForFile = true);
     RenderedFrame render(int frame, LoadedFrame loaded);
     void store(int frame, RenderedFrame rendered);
-    /// What store would write of it, to memory; of a frame that is not for the output's file.
+    /// The same to memory, of a frame that is not for the output's file.
     PictureBuffer stored(RenderedFrame rendered, StoredForm const& form);
     /// After the last frame of a movie; false when `stop` was set before it was whole.
     bool finishMovie(std::atomic<bool> const& stop);

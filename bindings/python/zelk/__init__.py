@@ -95,8 +95,8 @@ def corner_pin(image, to=None, frm=None, quality="high", over=None, *, premultip
     Gives a new array, H x W x 4 of the deeper type of image and plate, uint8 < uint16 < float16 <
     float32, or of `depth`. Over a plate without alpha it has no alpha: H x W x 3. Of grey pictures it
     has one channel for colour: H x W x 2, or H x W over grey. channels="a", "rgb" or "rgba" asks for
-    others; "rgb" is over black. Colours are those of the plate, else of the image: sRGB for integers and
-    linear for floats, unless layer_color and plate_color say otherwise; output_color converts.
+    others; "rgb" is over black. Colours of integers are sRGB and those of floats linear, in as out, unless
+    layer_color, plate_color and output_color say otherwise; color="raw" converts nothing.
 
     Other threads of Python run meanwhile.
     """
