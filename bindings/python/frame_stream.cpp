@@ -1,6 +1,8 @@
 // The run and its queue; see frame_stream.h.
 #include "bindings/python/frame_stream.h"
 
+#include <pybind11/stl.h>
+
 #include <chrono>
 #include <utility>
 

@@ -101,8 +101,9 @@ bool setPicture(Scene& scene, std::string_view edit, std::string const& thing, p
 
 bool setTrack(Scene& scene, std::string_view edit, std::string const& thing, py::handle value) {
     bool const isTo = edit == "track";
-    if ((!isTo && edit != "track-from") || !py::isinstance<TrackObject>(value)) return false;
-    auto const& track = value.cast<TrackObject const&>();
+    py::object const own = py::getattr(value, "_track", py::none());
+    if ((!isTo && edit != "track-from") || !py::isinstance<TrackObject>(own)) return false;
+    auto const& track = own.cast<TrackObject const&>();
     TrackedPins const pins = isTo ? TrackedPins::kTo : TrackedPins::kFrom;
     requireImportable(track.name, *track.track);
     std::erase_if(scene.tracks, [pins](TrackUse const& former) { return former.pins == pins; });

@@ -152,6 +152,10 @@ void SceneObject::setKeys(std::string const& name, std::vector<KeyTuple> const& 
                      [](SceneKey const& a, SceneKey const& b) { return a.frame < b.frame; });
     std::erase_if(m_scene.parameters,
                   [&](SceneParameter const& former) { return former.name == own; });
+    for (int i = 0; i < 4; ++i) {  // the edit has left a pin to its keys
+        if (own == nameOfParameter(kToPins + i)) m_scene.options.erase(SceneField::kToPins);
+        if (own == nameOfParameter(kFromPins + i)) m_scene.options.erase(SceneField::kFromPins);
+    }
     if (!m_hasOwnComp && !keys.empty()) {
         static constexpr double kMost = kLargestFrame;
         auto const whole = [](double frame) {

@@ -153,35 +153,33 @@ std::vector<std::string> issues(TrackObject const& from, Size const& size) {
 
 void addTrack(py::module_& module) {
     using namespace py::literals;
-    py::class_<TrackObject>(module, "Track")
+    py::class_<TrackObject>(module, "TrackObject")
         .def(py::init(&fromArrays), "frames"_a, "corners"_a, "size"_a, "rate"_a, "name"_a)
-        .def_static("_load", &load)
-        .def_property_readonly("_frames", &frames)
-        .def_property_readonly("_corners", &corners)
-        .def_property_readonly("_size",
+        .def_static("load", &load)
+        .def_property_readonly("frames", &frames)
+        .def_property_readonly("corners", &corners)
+        .def_property_readonly("size",
                                [](TrackObject const& self) -> Size {
                                    if (!self.track->hasSize()) return std::nullopt;
                                    return std::pair(self.track->width, self.track->height);
                                })
-        .def_property_readonly("_rate", [](TrackObject const& self) { return self.track->rate; })
-        .def_property_readonly("_format",
-                               [](TrackObject const& self) { return self.track->format; })
-        .def_readonly("_name", &TrackObject::name)
-        .def("_flip_y",
+        .def_property_readonly("rate", [](TrackObject const& self) { return self.track->rate; })
+        .def_readonly("name", &TrackObject::name)
+        .def("flip_y",
              [](TrackObject const& self) {
                  requireSize(self, "flip_y");
                  return changed(self, flipY);
              })
-        .def("_shift_frames",
+        .def("shift_frames",
              [](TrackObject const& self, double by) {
                  return changed(self, [by](Track& track) { shiftFrames(track, by); });
              })
-        .def("_reorder",
+        .def("reorder",
              [](TrackObject const& self, std::string const& order) {
                  auto const from = parseCornerOrder("order", order);
                  return changed(self, [&](Track& track) { reorderCorners(track, from); });
              })
-        .def("_scaled",
+        .def("scaled",
              [](TrackObject const& self, Size const& size) {
                  requireSize(self, "scaled");
                  Track checked;
@@ -190,9 +188,9 @@ void addTrack(py::module_& module) {
                      track = scaledTo(track, {checked.width, checked.height});
                  });
              })
-        .def("_text", &text)
-        .def("_save", &save)
-        .def("_issues", &issues);
+        .def("text", &text)
+        .def("save", &save)
+        .def("issues", &issues);
 }
 
 }  // namespace zelk::python

@@ -47,7 +47,8 @@ constexpr Room kRooms[] = {{"host/PluginHost_API.", 0},
                            {"zelk/sequence/", 17},
                            {"apps/", 18},
                            {"apps/zelk/", 19},
-                           {"apps/zelk-demo/", 19}};
+                           {"apps/zelk-demo/", 19},
+                           {"bindings/python/", 19}};
 
 /// Floor of a path, -1 for a path in no room.
 int floorOf(std::string const& path) {
@@ -86,7 +87,7 @@ Includes includesOfTree() {
     const fs::path root = ZELK_SOURCE_DIR;
     Includes found;
     for (char const* top : {"host", "Transform", "RenderLib", "platform", "params", "interaction",
-                            "tracking", "effect", "hostkit", "zelk", "apps"}) {
+                            "tracking", "effect", "hostkit", "zelk", "apps", "bindings"}) {
         for (auto const& entry : fs::recursive_directory_iterator(root / top)) {
             const std::string extension = entry.path().extension();
             if (extension != ".h" && extension != ".cpp") continue;
@@ -140,6 +141,8 @@ TEST(Architecture, ObjectionsAreRaised) {
     EXPECT_NE(objection("apps/zelk/main.cpp", "params/ParamsSetup.h"), "");
     EXPECT_NE(objection("zelk/scene/clock.h", "zelk/render/setup.h"), "");
     EXPECT_NE(objection("zelk/sequence/progress.cpp", "apps/zelk/cli.h"), "");
+    EXPECT_NE(objection("zelk/render/setup.cpp", "bindings/python/arrays.h"), "");
+    EXPECT_NE(objection("bindings/python/module.cpp", "effect/Render.h"), "");
     EXPECT_NE(objection("host/PluginHost_API.h", "nowhere/x.h"), "");
     EXPECT_EQ(objection("effect/Render.cpp", "RenderLib/Transform/CommonRender.h"), "");
     EXPECT_EQ(objection("params/ParamsSetup.cpp", "host/PluginHost_AE_Impl.h"), "");

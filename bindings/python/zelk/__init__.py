@@ -144,7 +144,7 @@ class Scene:
         return self
 
     def set(self, **parameters):
-        """Set parameters by name with `_` for `-`, at all times: set(opacity=50). Gives the scene.
+        """Set parameters by name with `_` for `-`, at all times: set(rotate=30). Gives the scene.
 
         Values are numbers, True and False, (x, y), the entry of a popup, or "#rrggbb".
         """
@@ -270,7 +270,7 @@ def _frames(stream):
         stream.close()
 
 
-class Track(_zelk.Track):
+class Track:
     """Where four corners of a surface lie, frame by frame. Nobody changes one: methods give new ones.
 
     frames   N numbers of frames, fractions allowed
@@ -282,11 +282,16 @@ class Track(_zelk.Track):
     """
 
     def __init__(self, frames, corners, size=None, rate=None, name="track"):
-        super().__init__(frames, corners, size, rate, name)
+        self._track = _zelk.TrackObject(frames, corners, size, rate, name)
 
     @classmethod
     def _of(cls, core):
-        return cls(core._frames, core._corners, core._size, core._rate, core._name)
+        track = cls.__new__(cls)
+        track._track = core
+        return track
+
+    def __repr__(self):
+        return f"<zelk.Track {self._track.name}: {len(self.frames)} frames>"
 
     @classmethod
     def load(cls, path, format=None, size=None):
@@ -295,52 +300,52 @@ class Track(_zelk.Track):
         format  its form, as `zelk track` names it, where the text leaves a choice
         size    (w, h) of the pictures that were tracked; the file's own by default
         """
-        return cls._of(_zelk.Track._load(path, format, size))
+        return cls._of(_zelk.TrackObject.load(path, format, size))
 
     @property
     def frames(self):
         """N float64, in order."""
-        return self._frames
+        return self._track.frames
 
     @property
     def corners(self):
         """N x 4 x 2 float64, NaN for what is not there."""
-        return self._corners
+        return self._track.corners
 
     @property
     def size(self):
         """(w, h) in pixels, or None."""
-        return self._size
+        return self._track.size
 
     @property
     def rate(self):
         """Frames a second, or None."""
-        return self._rate
+        return self._track.rate
 
     def flip_y(self):
         """With y counted from the other side; the track has a size."""
-        return self._of(self._flip_y())
+        return self._of(self._track.flip_y())
 
     def shift_frames(self, by):
         """With `by` added to each frame."""
-        return self._of(self._shift_frames(by))
+        return self._of(self._track.shift_frames(by))
 
     def reorder(self, order):
         """With other corners: "ul,ll,ur,lr" names those that become ul, ur, ll, lr."""
-        return self._of(self._reorder(order))
+        return self._of(self._track.reorder(order))
 
     def scaled(self, size):
         """As if pictures of (w, h) pixels had been tracked; the track has a size."""
-        return self._of(self._scaled(size))
+        return self._of(self._track.scaled(size))
 
     def issues(self, size=None):
         """What is odd about it, a list of sentences; size is that of the frame it is for."""
-        return self._issues(size)
+        return self._track.issues(size)
 
     def text(self, form="mocha"):
         """As the text of a tracking file of that form."""
-        return self._text(form)
+        return self._track.text(form)
 
     def save(self, path, form=None, *, replace=True):
         """Write it, in the form that the extension (.txt, .nk, .csv) or `form` says."""
-        self._save(_os.fspath(path), form, replace)
+        self._track.save(_os.fspath(path), form, replace)
