@@ -97,7 +97,7 @@ void addScene(py::module_& module) {
 
 PYBIND11_MODULE(_zelk, module) {
     using namespace zelk::python;
-    zelk::leaveStandardErrorAlone();  // it is the interpreter's
+    zelk::leaveStandardErrorAlone(true);  // it is the interpreter's
     module.doc() = "Made for the package zelk; use that.";
     addErrors(module);
     addTrack(module);

@@ -11,6 +11,7 @@
 #include "bindings/python/arrays.h"
 #include "bindings/python/keywords.h"
 #include "zelk/files/output_place.h"
+#include "zelk/files/quiet_libraries.h"
 #include "zelk/movies/writer.h"
 #include "zelk/pictures/buffer_input.h"
 #include "zelk/render/host_errors.h"
@@ -68,6 +69,14 @@ public:
 
 private:
     std::exception_ptr m_raised;
+};
+
+/// Writers of pictures print also where all is well.
+struct QuietWriters {
+    QuietWriters() { leaveStandardErrorAlone(false); }
+    ~QuietWriters() { leaveStandardErrorAlone(true); }
+    QuietWriters(QuietWriters const&) = delete;
+    QuietWriters& operator=(QuietWriters const&) = delete;
 };
 
 Comp ownComp(Scene const& scene, FrameStages const& stages, std::vector<int> const& frames) {
@@ -229,6 +238,7 @@ std::pair<std::vector<int>, Sentences> SceneObject::write(std::optional<std::str
     Signals signals;
     py::gil_scoped_release const unlocked;
     ThreadScope const team(choices.threads);
+    QuietWriters const quiet;
     withUserErrors([&] {
         checkScene(scene);
         requireOutput(scene);

@@ -36,7 +36,7 @@ if [ -n "$python" ]; then
     PYTHONPATH=moved/lib/python3/dist-packages "$python" -B -c '
 import numpy, zelk
 picture = numpy.full((90, 160, 3), (255, 128, 0), "uint8")
-pinned = zelk.corner_pin(picture, "40,10 130,20 30,80 140,70")
+pinned = zelk.corner_pin(picture, "40,10 130,20 30,80 140,70", size=(160, 90), quality="best")
 assert tuple(pinned[45, 80]) == (255, 128, 0, 255), pinned[45, 80]'
 fi
 for file in moved/bin/zelk moved/lib/*.so $(find moved -name '_zelk*'); do readelf -d "$file"; done >dynamic.txt

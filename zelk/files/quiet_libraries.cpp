@@ -19,7 +19,7 @@ std::atomic<bool> isLeftAlone = false;
 
 }  // namespace
 
-void leaveStandardErrorAlone() { isLeftAlone = true; }
+void leaveStandardErrorAlone(bool isLeft) { isLeftAlone = isLeft; }
 
 QuietLibraries::QuietLibraries() {
     std::lock_guard const lock(mutex);
