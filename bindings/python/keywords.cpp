@@ -48,8 +48,9 @@ std::string numberText(py::handle value, std::string const& thing) {
 std::string plainText(py::handle value, std::string const& thing) {
     if (isText(value)) return value.cast<std::string>();
     if (py::hasattr(value, "__fspath__")) return pathText(value);
+    // NumPy's own is "numpy.bool_" before its version 2, and "numpy.bool" from then on.
     bool const isFlag = py::isinstance<py::bool_>(value) ||
-                        std::string_view(Py_TYPE(value.ptr())->tp_name) == "numpy.bool_";
+                        std::string_view(Py_TYPE(value.ptr())->tp_name).starts_with("numpy.bool");
     if (isFlag) return value.cast<bool>() ? "on" : "off";
     return numberText(value, thing);
 }

@@ -2,7 +2,9 @@
 
 import json
 import os
+import signal
 import tempfile
+import threading
 import unittest
 import warnings
 
@@ -112,6 +114,20 @@ class Scenes(Folder):
             for frame, _ in scene.frames("1-3"):
                 taken.append(frame)
         self.assertEqual(taken, [1])
+
+    def test_interrupts(self):
+        layer = noise("float32", 700, 700)
+        scene = zelk.Scene(layer, to=QUAD, quality="super", output=self.path("out.#.tif"))
+        for name, run in (("frames", lambda: list(scene.frames("1-5000"))),
+                          ("write", lambda: scene.write("1-5000"))):
+            timer = threading.Timer(0.3, os.kill, (os.getpid(), signal.SIGINT))
+            timer.start()
+            with self.subTest(name=name), self.assertRaises(KeyboardInterrupt):
+                run()
+            timer.join()
+        written = os.listdir(self.folder)
+        self.assertTrue(0 < len(written) < 5000, written[:3])
+        self.assertEqual({name[-4:] for name in written}, {".tif"})
 
     def test_write_refuses_what_the_program_does(self):
         self.picture("layer.tif", "uint8")
