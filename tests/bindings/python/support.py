@@ -4,76 +4,65 @@ and alpha may be of any kind that arrays have."""
 import os
 import struct
 import subprocess
+import tempfile
+import unittest
+import warnings
 
 import numpy as np
+import zelk as package
 
 PROGRAM = os.environ["ZELK_BINARY"]
-_KINDS = {"uint8": 1, "uint16": 1, "float16": 3, "float32": 3}
 
 
 def write_tiff(path, pixels, associated=False):
     height, width, channels = pixels.shape
-    tags = [(256, width), (257, height), (258, 8 * pixels.itemsize), (259, 1),
-            (262, 2 if channels > 2 else 1), (273, 8), (277, channels), (278, height),
-            (279, pixels.nbytes), (339, _KINDS[pixels.dtype.name])]
+    kind = 3 if pixels.dtype.kind == "f" else 1
+    data = pixels.tobytes() + bytes(pixels.nbytes % 2)
+    tags = {256: [width], 257: [height], 258: [8 * pixels.itemsize] * channels, 259: [1],
+            262: [2 if channels > 2 else 1], 273: [8], 277: [channels], 278: [height],
+            279: [pixels.nbytes], 339: [kind] * channels}
     if channels % 2 == 0:
-        tags.append((338, 1 if associated else 2))
-    data, extra, entries = pixels.tobytes(), b"", b""
-    end = 8 + len(data) + len(data) % 2
-    directory = 2 + 12 * len(tags) + 4
-    for tag, value in sorted(tags):
-        if tag in (258, 339) and channels > 1:  # one a channel
-            values = struct.pack(f"<{channels}H", *[value] * channels)
-            field = values.ljust(4, b"\0")
-            if len(values) > 4:
-                field = struct.pack("<I", end + directory + len(extra))
-                extra += values
-            entries += struct.pack("<HHI", tag, 3, channels) + field
-        else:
-            entries += struct.pack("<HHII", tag, 4 if tag in (256, 257, 273, 278, 279) else 3, 1,
-                                   value)
+        tags[338] = [1 if associated else 2]
+    entries, extra, at = b"", b"", 8 + len(data) + 2 + 12 * len(tags) + 4
+    for tag, values in sorted(tags.items()):
+        field = struct.pack(f"<{len(values)}I", *values)  # all as 32 bits
+        if len(values) > 1:
+            field, extra = struct.pack("<I", at + len(extra)), extra + field
+        entries += struct.pack("<HHI", tag, 4, len(values)) + field
     with open(path, "wb") as file:
-        file.write(struct.pack("<2sHI", b"II", 42, end) + data + b"\0" * (len(data) % 2) +
+        file.write(struct.pack("<2sHI", b"II", 42, 8 + len(data)) + data +
                    struct.pack("<H", len(tags)) + entries + bytes(4) + extra)
 
 
 def read_tiff(path):
-    """Of an uncompressed file, without its alpha's kind."""
+    """Of an uncompressed file that begins with its least bytes, without its alpha's kind."""
     with open(path, "rb") as file:
         data = file.read()
-    order = "<" if data[:2] == b"II" else ">"
-    (at,) = struct.unpack_from(order + "I", data, 4)
-    (count,) = struct.unpack_from(order + "H", data, at)
+    (at,) = struct.unpack_from("<I", data, 4)
     tags = {}
-    for i in range(count):
-        entry = at + 2 + 12 * i
-        tag, kind, values = struct.unpack_from(order + "HHI", data, entry)
-        code = {3: "H", 4: "I"}.get(kind)
-        if not code:
-            continue
-        size = struct.calcsize(code) * values
-        place = entry + 8 if size <= 4 else struct.unpack_from(order + "I", data, entry + 8)[0]
-        tags[tag] = struct.unpack_from(f"{order}{values}{code}", data, place)
-    assert tags[259] == (1,), "compressed"
+    for entry in range(at + 2, at + 2 + 12 * struct.unpack_from("<H", data, at)[0], 12):
+        tag, kind, values = struct.unpack_from("<HHI", data, entry)
+        form = f"<{values}" + {3: "H", 4: "I"}.get(kind, "x")
+        is_here = struct.calcsize(form) <= 4
+        place = entry + 8 if is_here else struct.unpack_from("<I", data, entry + 8)[0]
+        tags[tag] = struct.unpack_from(form, data, place)
+    assert data[:2] == b"II" and tags[259] == (1,), "compressed"
     kind = "f" if tags.get(339, (1,))[0] == 3 else "u"
-    dtype = np.dtype(f"{order}{kind}{tags[258][0] // 8}")
     pixels = b"".join(data[o:o + n] for o, n in zip(tags[273], tags[279]))
     shape = tags[257][0], tags[256][0], tags[277][0]
-    return np.frombuffer(pixels, dtype).reshape(shape).astype(dtype.newbyteorder("="))
-
-
-def zelk(*words):
-    """The program's standard output; AssertionError with its complaint."""
-    run = subprocess.run([PROGRAM, *map(str, words)], capture_output=True, text=True)
-    if run.returncode:
-        raise AssertionError(run.stderr)
-    return run.stdout
+    return np.frombuffer(pixels, f"<{kind}{tags[258][0] // 8}").reshape(shape)
 
 
 def complaint(*words):
-    """The sentence and the exit code of a run that fails."""
+    """The sentence and the exit code of a run."""
     run = subprocess.run([PROGRAM, *map(str, words)], capture_output=True, text=True)
     return run.stderr.strip().removeprefix("zelk: "), run.returncode
+
+
+def zelk(*words):
+    """A run that does what it should."""
+    text, code = complaint(*words)
+    assert code == 0, text
 
 
 def noise(dtype, height=40, width=52, channels=4, seed=1):
@@ -94,3 +83,23 @@ def bits(array):
 
 QUAD = [(6.25, 4), (47, -3.5), (3, 33), (49.75, 38)]
 QUAD_TEXT = "6.25,4 47,-3.5 3,33 49.75,38"
+
+
+class Folder(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = folder.name
+        warnings.simplefilter("ignore", package.RenderWarning)
+
+    def path(self, name):
+        return os.path.join(self.folder, name)
+
+    def picture(self, name, *args, **options):
+        pixels = noise(*args, **options)
+        write_tiff(self.path(name), pixels)
+        return pixels
+
+    def numbered(self, first, last, dtype="uint8"):
+        return [self.picture(f"shot.{frame:04d}.tif", dtype, seed=frame)
+                for frame in range(first, last + 1)]

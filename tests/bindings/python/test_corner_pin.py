@@ -1,30 +1,19 @@
 """corner_pin: the command line's bits and sentences, layouts of arrays, threads."""
 
 import concurrent.futures
-import os
+import re
 import sys
-import tempfile
 import threading
 import time
 import unittest
-import warnings
 
 import numpy as np
 import zelk
-from support import QUAD, QUAD_TEXT, bits, complaint, noise, read_tiff, write_tiff
+from support import QUAD, QUAD_TEXT, Folder, bits, complaint, noise, read_tiff, write_tiff
 from support import zelk as program
 
 
-class SameBits(unittest.TestCase):
-    def setUp(self):
-        folder = tempfile.TemporaryDirectory()
-        self.addCleanup(folder.cleanup)
-        self.folder = folder.name
-        warnings.simplefilter("ignore", zelk.RenderWarning)
-
-    def path(self, name):
-        return os.path.join(self.folder, name)
-
+class SameBits(Folder):
     def rendered(self, layer, plate, premultiplied, options):
         write_tiff(self.path("layer.tif"), layer, premultiplied)
         words = ["render", self.path("layer.tif"), "-o", self.path("out.tif"), "--to", QUAD_TEXT]
@@ -79,16 +68,12 @@ class SameBits(unittest.TestCase):
                 self.assertEqual((str(raised.exception), raised.exception.exit_code), (text, code))
 
     def test_unknown_keywords(self):
-        for name, near in (("qualty", '"quality"'), ("from", None), ("xyzzy", "zelk.edits()"),
+        for name, near in (("qualty", '"quality"'), ("xyzzy", "zelk.edits()"),
                            ("output", "zelk.Scene"), ("motion_blurr", '"motion_blur"')):
             with self.subTest(name=name):
-                if near is None:
-                    zelk.corner_pin(noise("uint8"), **{name: QUAD})
-                    continue
-                with self.assertRaises(zelk.UsageError) as raised:
+                text = f'corner_pin: unknown option "{name}", expected .*{re.escape(near)}'
+                with self.assertRaisesRegex(zelk.UsageError, text):
                     zelk.corner_pin(noise("uint8"), **{name: "1"})
-                self.assertIn(f'corner_pin: unknown option "{name}"', str(raised.exception))
-                self.assertIn(near, str(raised.exception))
 
 
 class Arrays(unittest.TestCase):
@@ -116,10 +101,8 @@ class Arrays(unittest.TestCase):
                 self.assertEqual(sys.getrefcount(array), before)
 
     def test_results_outlive_all(self):
-        picture = zelk.corner_pin(noise("uint8"), QUAD)
-        again = picture[5:, ::2]
+        again = zelk.corner_pin(noise("uint8"), QUAD)[5:, ::2]
         kept = again.copy()
-        del picture
         zelk.corner_pin(noise("uint8", seed=3), QUAD)
         again[0, 0] = kept[0, 0]  # it is writeable
         np.testing.assert_array_equal(again, kept)
@@ -136,11 +119,9 @@ class Arrays(unittest.TestCase):
             with self.subTest(layer=layer.shape, options=options.keys(), expected=shape):
                 made = zelk.corner_pin(layer, QUAD, **options)
                 self.assertEqual(made.shape, shape)
-                if shape[2:] == (2,):  # one of the three colours
-                    three = np.repeat(layer.reshape(40, 52, -1)[..., :1], 3, 2)
-                    rgba = np.concatenate((three, layer[..., 1:]), 2) if layer is alpha else three
-                    np.testing.assert_array_equal(
-                        made, zelk.corner_pin(rgba, QUAD, **options)[..., [0, 3]])
+                if layer is grey and shape == (40, 52, 2):  # one of the three colours
+                    three = np.repeat(grey[..., None], 3, 2)
+                    np.testing.assert_array_equal(made, zelk.corner_pin(three, QUAD)[..., [0, 3]])
 
     def test_refused(self):
         for array, word in ((noise("uint8").astype("float64"), '"float64"'),
@@ -153,21 +134,11 @@ class Arrays(unittest.TestCase):
             self.assertIn(word, str(raised.exception))
             self.assertTrue(str(raised.exception).startswith("layer: "))
 
-    def test_lens_and_mattes(self):
-        layer = noise("float32")
-        matte = noise("float32", channels=1)
-        straight = layer.copy()
-        straight[..., 3:] *= matte
+    def test_mattes(self):
+        layer, matte = noise("float32"), noise("float32", channels=1)
+        multiplied = layer * np.concatenate((np.ones((40, 52, 3), "float32"), matte), 2)
         np.testing.assert_array_equal(zelk.corner_pin(layer, QUAD, matte=matte),
-                                      zelk.corner_pin(straight, QUAD))
-        shape = (40, 52)
-        y, x = np.mgrid[:40, :52].astype("float32")
-        rest = np.stack(((x + .5) / 52, 1 - (y + .5) / 40, 0 * x, 0 * x + 1), 2).astype("float32")
-        lens = zelk.corner_pin(layer, QUAD, st_map=rest, quality="best")
-        plain = zelk.corner_pin(layer, QUAD, size=shape[::-1], quality="best")
-        inside = plain[..., 3] > .999
-        self.assertGreater(inside.sum(), 50)
-        self.assertLess(np.abs(lens - plain)[inside].max(), 0.05)
+                                      zelk.corner_pin(multiplied, QUAD))
 
 
 class Threads(unittest.TestCase):
@@ -202,7 +173,3 @@ class Threads(unittest.TestCase):
             self.assertEqual(list(made), expected)
             one = pool.map(lambda frame: bits(scene.render(frame, threads=1)), range(8))
             self.assertEqual(list(one), expected[:1] * 8)
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -3,35 +3,13 @@
 import json
 import os
 import signal
-import tempfile
 import threading
 import unittest
-import warnings
 
 import numpy as np
 import zelk
-from support import QUAD, bits, complaint, noise, read_tiff, write_tiff
+from support import QUAD, Folder, bits, complaint, noise, read_tiff
 from support import zelk as program
-
-
-class Folder(unittest.TestCase):
-    def setUp(self):
-        folder = tempfile.TemporaryDirectory()
-        self.addCleanup(folder.cleanup)
-        self.folder = folder.name
-        warnings.simplefilter("ignore", zelk.RenderWarning)
-
-    def path(self, name):
-        return os.path.join(self.folder, name)
-
-    def picture(self, name, *args, **options):
-        pixels = noise(*args, **options)
-        write_tiff(self.path(name), pixels)
-        return pixels
-
-    def numbered(self, first, last, dtype="uint8"):
-        return [self.picture(f"shot.{frame:04d}.tif", dtype, seed=frame)
-                for frame in range(first, last + 1)]
 
 
 class Scenes(Folder):
@@ -81,15 +59,12 @@ class Scenes(Folder):
         scene = zelk.Scene(self.path("shot.####.tif"), to=QUAD)
         expected = {3 + i: bits(zelk.corner_pin(picture, QUAD))
                     for i, picture in enumerate(pictures)}
-        for asked in (None, "3-7", range(3, 8), [7, 3], "5", 4):
-            for in_flight in (1, 4):
-                with self.subTest(asked=asked, in_flight=in_flight):
-                    made = list(scene.frames(asked, in_flight=in_flight))
-                    frames = {None: range(3, 8), "3-7": range(3, 8), "5": [5], 4: [4]}
-                    wanted = asked if isinstance(asked, (list, range)) else frames[asked]
-                    self.assertEqual([frame for frame, _ in made], list(wanted))
-                    for frame, picture in made:
-                        self.assertEqual(bits(picture), expected[frame])
+        for asked, frames, in_flight in ((None, range(3, 8), 3), ("3-7", range(3, 8), 1), (4, [4], 1),
+                                         (range(3, 8), range(3, 8), 4), ([7, 3], [7, 3], 2)):
+            with self.subTest(asked=asked):
+                made = [(frame, bits(picture))
+                        for frame, picture in scene.frames(asked, in_flight=in_flight)]
+                self.assertEqual(made, [(frame, expected[frame]) for frame in frames])
 
     def test_a_run_that_ends_early(self):
         self.numbered(1, 5)
@@ -107,13 +82,6 @@ class Scenes(Folder):
         self.assertIn("shot.0004.tif: no such file", str(raised.exception))
         skipped = scene.copy().edit(missing="skip").frames("1-5")
         self.assertEqual([frame for frame, _ in skipped], [1, 2, 3, 5])
-        with open(self.path("shot.0002.tif"), "wb") as broken:
-            broken.write(b"II*\0")
-        taken.clear()
-        with self.assertRaises(zelk.InputError):
-            for frame, _ in scene.frames("1-3"):
-                taken.append(frame)
-        self.assertEqual(taken, [1])
 
     def test_interrupts(self):
         layer = noise("float32", 700, 700)
@@ -131,26 +99,17 @@ class Scenes(Folder):
 
     def test_write_refuses_what_the_program_does(self):
         self.picture("layer.tif", "uint8")
-        layer, out = self.path("layer.tif"), self.path("out.tif")
-        for edits, options in (({}, {}), ({"output": layer}, {}), ({"output": out}, {}),
-                               ({"output": out}, {"replace": False}),
-                               ({"output": self.path("none/out.tif")}, {})):
-            scene = zelk.Scene(layer, to=QUAD, **edits)
-            words = ["render", layer, "--to", "6.25,4 47,-3.5 3,33 49.75,38"]
-            words += ["-o", edits["output"]] if edits else []
-            words += ["--no-clobber"] if options else []
-            text, code = complaint(*words)
+        layer = self.path("layer.tif")
+        for edits, options in (({}, {}), ({"output": layer}, {}), ({"output": layer}, {
+                "replace": False}), ({"output": self.path("none/out.tif")}, {})):
             with self.subTest(edits=edits, options=options):
-                if code == 0:
-                    expected = bits(read_tiff(out))
-                    self.assertEqual(scene.write(**options), [0])
-                    self.assertEqual(bits(read_tiff(out)), expected)
-                    continue
+                words = ["-o", edits["output"]] if edits else []
+                text, code = complaint("render", layer, *words, *["--no-clobber"] * len(options))
                 with self.assertRaises(zelk.Error) as raised:
-                    scene.write(**options)
-                told = str(raised.exception)
-                self.assertEqual((told.split('"')[0].lstrip("-"), raised.exception.exit_code),
-                                 (text.replace("--output", "output").split('"')[0], code))
+                    zelk.Scene(layer, **edits).write(**options)
+                told = str(raised.exception).replace("in_place", "--in-place")
+                self.assertEqual((told, raised.exception.exit_code),
+                                 (text.replace("--output", "output"), code))
 
     def test_edits_stand_or_fall_together(self):
         scene = zelk.Scene(noise("uint8"), to=QUAD)
@@ -216,8 +175,7 @@ class Tracks(Folder):
         np.testing.assert_array_equal(lacking.corners, holes)
         self.assertTrue(any("frame" in issue for issue in lacking.issues()))
         for wrong in (lambda: zelk.Track([1], [[1, 2]]), lacking.flip_y,
-                      lambda: track.text("mocca"), lambda: track.save(self.path("t.xyz")),
-                      lambda: zelk.Track([1], [QUAD], (0, 4))):
+                      lambda: track.text("mocca"), lambda: track.save(self.path("t.xyz"))):
             self.assertRaises(zelk.UsageError, wrong)
 
     def test_in_a_scene(self):
@@ -236,7 +194,3 @@ class Tracks(Folder):
             zelk.corner_pin(layer, QUAD, track=self.track())
         self.assertEqual(str(raised.exception),
                          "track and to set the same pins: give one of them")
-
-
-if __name__ == "__main__":
-    unittest.main()
