@@ -2,7 +2,7 @@
 # Installs the build into a folder of its own, moves it, builds the C++ example against it from
 # outside the sources, and runs that, the command through a link and the Python package.
 set -euo pipefail
-build=$1 sources=$2 compiler=$3 flags=$4 python=$5
+build=$1 sources=$2 compiler=$3 flags=$4 python=${5:-}
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cmake --install "$build" --prefix "$work/first" >"$work/log" || { cat "$work/log"; exit 1; }
