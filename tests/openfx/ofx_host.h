@@ -54,6 +54,7 @@ struct Picture {
     int rowBytes = 0;  ///< to the row above; may be negative
     char const* depth = kOfxBitDepthByte;
     char const* components = kOfxImageComponentRGBA;
+    double aspect = 1;  ///< of a pixel, width over height
 };
 
 /// What is wired to a clip of an instance.

@@ -99,7 +99,9 @@ OfxStatus clipGetImage(OfxImageClipHandle clip, OfxTime time, OfxRectD const*,
         set.put(kOfxImagePropData, picture.data).put(kOfxImagePropRowBytes, picture.rowBytes);
         set.put(kOfxImagePropBounds, picture.bounds);
         set.put(kOfxImagePropRegionOfDefinition,
-                output ? picture.bounds : pixels(clip->input.region, scale));
+                output ? picture.bounds
+                       : pixels(clip->input.region, {scale.x / picture.aspect, scale.y}));
+        set.put(kOfxImagePropPixelAspectRatio, picture.aspect);
         set.put(kOfxImageEffectPropPixelDepth, picture.depth);
         set.put(kOfxImageEffectPropComponents, picture.components);
         set.put(kOfxImageEffectPropPreMultiplication,
