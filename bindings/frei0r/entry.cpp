@@ -26,18 +26,7 @@ int f0r_init() { return 1; }
 
 void f0r_deinit() {}
 
-void f0r_get_plugin_info(f0r_plugin_info_t* info) {
-    info->name = kHasPlate ? "Zelk Corner Pin Over" : "Zelk Corner Pin";
-    info->author = "Quorvane";
-    info->plugin_type = kHasPlate ? F0R_PLUGIN_TYPE_MIXER2 : F0R_PLUGIN_TYPE_FILTER;
-    info->color_model = F0R_COLOR_MODEL_RGBA8888;
-    info->frei0r_version = FREI0R_MAJOR_VERSION;
-    info->major_version = ZELK_VERSION_MAJOR;
-    info->minor_version = ZELK_VERSION_MINOR;
-    info->num_params = static_cast<int>(zelk::frei0rParameters(kHasPlate).size());
-    info->explanation = kHasPlate ? "Pins the second picture by its corners, over the first"
-                                  : "Pins the picture by its corners, with anti-aliased edges";
-}
+void f0r_get_plugin_info(f0r_plugin_info_t* info) { *info = zelk::frei0rPluginInfo(kHasPlate); }
 
 void f0r_get_param_info(f0r_param_info_t* info, int position) {
     auto const& parameters = zelk::frei0rParameters(kHasPlate);

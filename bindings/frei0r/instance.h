@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "bindings/common/host_picture.h"
-#include "bindings/frei0r/parameters.h"
+#include "bindings/frei0r/description.h"
 
 namespace zelk {
 

@@ -1,4 +1,5 @@
-// The effect's controls as frei0r's parameters: doubles, truths and texts, by position.
+// What hosts are told: the plug-in, and the effect's controls as frei0r's parameters, which are
+// doubles, truths and texts by position.
 //
 //   corner     two doubles, x and y; 1 is the frame's width or height
 //   percent    a double; 1 is 100 %
@@ -39,7 +40,10 @@ struct Frei0rParameter {
     std::vector<std::string> words;  ///< of a text, in the order of the popup's entries
 };
 
-/// Those of the plug-in without or with a plate, by their positions; made once.
+/// Of the plug-in with a plate, a mixer of two, or without, a filter.
+f0r_plugin_info_t frei0rPluginInfo(bool hasPlate);
+
+/// By their positions; made once.
 std::vector<Frei0rParameter> const& frei0rParameters(bool hasPlate);
 
 /// Of all controls that no parameter sets; those of corners are fractions.

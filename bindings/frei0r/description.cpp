@@ -1,5 +1,5 @@
-// The list of parameters, and how their numbers count; see parameters.h.
-#include "bindings/frei0r/parameters.h"
+// The list of parameters, and how their numbers count; see description.h.
+#include "bindings/frei0r/description.h"
 
 #include <algorithm>
 #include <cctype>
@@ -180,6 +180,21 @@ ControlValues makeDefaults() {
 }
 
 }  // namespace
+
+f0r_plugin_info_t frei0rPluginInfo(bool hasPlate) {
+    f0r_plugin_info_t info{};
+    info.name = hasPlate ? "Zelk Corner Pin Over" : "Zelk Corner Pin";
+    info.author = "Quorvane";
+    info.plugin_type = hasPlate ? F0R_PLUGIN_TYPE_MIXER2 : F0R_PLUGIN_TYPE_FILTER;
+    info.color_model = F0R_COLOR_MODEL_RGBA8888;
+    info.frei0r_version = FREI0R_MAJOR_VERSION;
+    info.major_version = ZELK_VERSION_MAJOR;
+    info.minor_version = ZELK_VERSION_MINOR;
+    info.num_params = static_cast<int>(frei0rParameters(hasPlate).size());
+    info.explanation = hasPlate ? "Pins the second picture by its corners, over the first"
+                                : "Pins the picture by its corners, with anti-aliased edges";
+    return info;
+}
 
 std::vector<Frei0rParameter> const& frei0rParameters(bool hasPlate) {
     static std::vector<Frei0rParameter> const kWithout = makeParameters(false);
