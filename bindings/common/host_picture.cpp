@@ -104,10 +104,22 @@ void changeAlphaState(Channel* rgba, int count, bool divides) {
         premultRowSimd(rgba, count, 3, divides);
 }
 
+/// What a frame over a plate has in 8 bits: one step for each way.
+template <class Trait, class Stored>
+bool areStraightBytes(HostPicture const& picture, bool isStraight) {
+    constexpr bool kCanBe =
+        std::is_same_v<Trait, PIXEL_ARGB32> && std::is_same_v<Stored, std::uint8_t>;
+    return kCanBe && picture.channels == ChannelSet::kRGBA &&
+           picture.alpha == AlphaState::kStraight && !isStraight;
+}
+
 /// The host's samples have no alignment of their own.
 template <class Trait, class Stored>
 void takePiece(HostPicture const& picture, unsigned char const* from, int count, bool isStraight,
                typename Trait::Channel* pixels) {
+    if constexpr (std::is_same_v<Trait, PIXEL_ARGB32>)
+        if (areStraightBytes<Trait, Stored>(picture, isStraight))
+            return vectorRows().fromStraightBytes(from, static_cast<std::size_t>(count), pixels);
     Stored stored[4 * kPiece], own[4 * kPiece];
     typename Trait::Channel rgba[4 * kPiece];
     std::memcpy(stored, from, bytesOf(picture, count));
@@ -132,6 +144,9 @@ void takePiece(HostPicture const& picture, unsigned char const* from, int count,
 template <class Trait, class Stored>
 void givePiece(typename Trait::Channel const* pixels, bool isStraight, HostPicture const& picture,
                int count, unsigned char* to) {
+    if constexpr (std::is_same_v<Trait, PIXEL_ARGB32>)
+        if (areStraightBytes<Trait, Stored>(picture, isStraight))
+            return vectorRows().toStraightBytes(pixels, static_cast<std::size_t>(count), to);
     typename Trait::Channel rgba[4 * kPiece];
     if constexpr (Trait::kAlpha == 0)
         turnRow(pixels, static_cast<std::size_t>(count), Turn::kToAlphaLast, rgba);

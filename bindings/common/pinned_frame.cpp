@@ -227,10 +227,13 @@ private:
             int const mode = transferModeOfEntry(m_mode.transferMode);
             for (int left = part.left; left < part.right; left += kPiece) {
                 int const count = std::min(kPiece, part.right - left);
-                float pixels[4 * kPiece] = {}, under[4 * kPiece] = {};
+                float pixels[4 * kPiece], under[4 * kPiece];
                 if (isSeen)
                     std::copy_n(pixelOf(*m_ownOutput, m_frame.image, left, y), 4 * count, pixels);
+                else
+                    std::fill_n(pixels, 4 * count, 0.0f);
                 PixelRect const has = intersection(plate.at, {left, y, left + count, y + 1});
+                if (!plate.topRow || has.width() < count) std::fill_n(under, 4 * count, 0.0f);
                 if (plate.topRow && !has.isEmpty())
                     takeRow<Trait>(plate, has.left, y, has.width(), false,
                                    under + 4 * (has.left - left));

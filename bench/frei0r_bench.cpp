@@ -1,0 +1,140 @@
+// The cost of a door: a frame through the frei0r plug-ins, loaded as a host does, beside the memory
+// road in float, whose layer and plate already are what it computes in.
+//
+//   frei0r_bench [WIDTH HEIGHT [RUNS]]      1920 1080, 15
+//
+// Medians of interleaved runs, milliseconds; `x` is the plug-in's time over the memory road's. The
+// memory road makes its frame anew, as the command line does; the plug-in's is the host's.
+#include <dlfcn.h>
+#include <fmt/format.h>
+#include <frei0r.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "Transform/Common/PopupEntries.h"
+#include "bench/medians.h"
+#include "hostkit/fixed_point.h"
+#include "hostkit/host.h"
+#include "zelk/render/memory_road.h"
+#include "zelk/render/module_road.h"
+#include "zelk/scene/parameter_names.h"
+
+namespace {
+
+using namespace zelk;
+using zelk_bench::median;
+using zelk_bench::millisecondsOf;
+
+constexpr double kPins[8] = {0.1, 0.1, 0.9, 0.05, 0.05, 0.9, 0.95, 0.95};
+
+struct Quality {
+    char const* word;
+    QualityEntry entry;
+};
+constexpr Quality kQualities[] = {
+    {"low", kQualityLow}, {"medium", kQualityMedium}, {"high", kQualityHigh}};
+
+class Plugin {
+public:
+    explicit Plugin(char const* file) : m_library(::dlopen(file, RTLD_NOW)) {
+        if (!m_library) throw std::runtime_error(::dlerror());
+    }
+    template <class Function>
+    Function* at(char const* name) const {
+        return reinterpret_cast<Function*>(::dlsym(m_library, name));
+    }
+
+private:
+    void* m_library;
+};
+
+World makeWorld(WorldSpec const& spec) {
+    World world(spec);
+    for (int y = 0; y < spec.height; ++y) {
+        float* const row = world.rowAs<float>(y);
+        for (int x = 0; x < 4 * spec.width; ++x)
+            row[x] = static_cast<float>((x * 7 + y * 3) % 257) / 256;
+    }
+    return world;
+}
+
+void setParameters(Host& host, int width, int height, QualityEntry quality) {
+    host.resetParameters(width, height);
+    auto& parameters = host.parameters();
+    for (int i = 0; i < 4; ++i) {
+        PF_PointDef& point = parameterIn(parameters, kToPins + i).current.u.td;
+        point.x_value = realToFixed(kPins[2 * i] * width);
+        point.y_value = realToFixed(kPins[2 * i + 1] * height);
+    }
+    parameterIn(parameters, kParamQuality).current.u.pd.value = hostEntry(quality);
+}
+
+void measure(Host& host, int width, int height, bool hasPlate, Quality const& quality, int runs) {
+    Plugin const plugin(hasPlate ? ZELK_MIXER : ZELK_FILTER);
+    f0r_instance_t const instance =
+        plugin.at<decltype(f0r_construct)>("f0r_construct")(unsigned(width), unsigned(height));
+    auto* const set = plugin.at<decltype(f0r_set_param_value)>("f0r_set_param_value");
+    for (int i = 0; i < 8; ++i) {
+        double value = kPins[i];
+        set(instance, &value, i);
+    }
+    char const* word = quality.word;
+    set(instance, &word, 8);
+    auto* const update = plugin.at<decltype(f0r_update2)>("f0r_update2");
+    std::vector<std::uint32_t> plate(std::size_t(width) * std::size_t(height)), layer(plate),
+        out(plate);
+    for (std::size_t i = 0; i < layer.size(); ++i) {
+        layer[i] = static_cast<std::uint32_t>(i * 2654435761u);
+        plate[i] = ~layer[i];
+    }
+    setParameters(host, width, height, quality.entry);
+    FrameRequest const moment = frameRequest(host.comp(), 0);
+    World floatLayer = makeWorld(host.worldSpec(width, height, Depth::kFloat));
+    const World floatPlate = makeWorld(floatLayer.spec());
+    ResampleOptions options;
+    if (hasPlate) options.edges = EdgeCoverage::kExact;
+    std::vector<double> door, memory;
+    for (int i = 0; i <= runs; ++i) {
+        double const through = millisecondsOf([&] {
+            if (hasPlate)
+                update(instance, 0, plate.data(), layer.data(), nullptr, out.data());
+            else
+                update(instance, 0, layer.data(), nullptr, nullptr, out.data());
+        });
+        double const beside = millisecondsOf([&] {
+            World frame(floatLayer.spec(), PixelMemory::Start::kAnything);
+            renderInMemory(host.parameters(), floatLayer, frame, {{width, height}, {width, height}},
+                           moment, "bench", options);
+            if (hasPlate) layOver(frame, floatPlate, PF_Xfer_IN_FRONT);
+        });
+        if (i == 0) continue;  // memory is touched, threads are there
+        door.push_back(through);
+        memory.push_back(beside);
+    }
+    plugin.at<decltype(f0r_destruct)>("f0r_destruct")(instance);
+    fmt::print("{:22} {:7} {:8.2f} {:8.2f} {:5.2f}\n",
+               hasPlate ? "zelk_corner_pin_over" : "zelk_corner_pin", quality.word, median(door),
+               median(memory), median(door) / median(memory));
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    int const width = argc > 2 ? std::atoi(argv[1]) : 1920,
+              height = argc > 2 ? std::atoi(argv[2]) : 1080;
+    int const runs = argc > 3 ? std::max(1, std::atoi(argv[3])) : 15;
+    Host host(ZELK_MODULE);
+    Comp comp;
+    comp.width = width, comp.height = height;
+    host.setComp(comp);
+    fmt::print(
+        "frames of {} x {}, medians of {} runs, milliseconds\n{:22} {:7} {:>8} {:>8} {:>5}\n",
+        width, height, runs, "plug-in, 8 bit", "quality", "plug-in", "memory", "x");
+    for (bool const hasPlate : {false, true})
+        for (Quality const& quality : kQualities)
+            measure(host, width, height, hasPlate, quality, runs);
+}
