@@ -7,7 +7,7 @@
 #include <memory>
 #include <new>
 #include <type_traits>
-#include <vector>
+#include <utility>
 
 #include "Transform/Common/PopupEntries.h"
 #include "Transform/Common/ResampleOptions.h"
@@ -29,14 +29,38 @@ using Image = PluginRaster_Memory_Impl;
 /// The clock that the pipeline counts the shutter's moments by: units to a frame.
 constexpr int kTimeStep = 1000;
 
+/// Of an input without pixels the layer's rows are asked for where the pipeline copies it.
 class PinningHost final : public PluginHost_Memory_Impl {
 public:
+    using TakeLayer = std::function<void(RasterInfo const& to)>;
+
     PinningHost(RasterInfo const& input, RasterInfo const& output, MemoryHostFamily family,
-                std::function<bool()> const& isStopped)
-        : PluginHost_Memory_Impl(input, output, family), m_isStopped(isStopped) {}
+                TakeLayer takeLayer, std::function<bool()> const& isStopped)
+        : PluginHost_Memory_Impl(input, output, family),
+          m_hasPixels(input.data != nullptr),
+          m_takeLayer(std::move(takeLayer)),
+          m_isStopped(isStopped) {}
     int doAbort() override { return m_isStopped && m_isStopped() ? 1 : 0; }
+    using PluginHost_Memory_Impl::copy;
+    int copy(PluginRaster_API* from, PluginRaster_API* to) override {
+        RasterInfo source{}, copied{};
+        getRasterInfo(from, &source);
+        if (m_hasPixels || source.data) return PluginHost_Memory_Impl::copy(from, to);
+        getRasterInfo(to, &copied);
+        m_takeLayer(copied);
+        return 0;
+    }
+    int copyInputToOutput() override {
+        if (m_hasPixels) return PluginHost_Memory_Impl::copyInputToOutput();
+        RasterInfo output{};
+        getOutputRasterInfo(&output);
+        m_takeLayer(output);
+        return 0;
+    }
 
 private:
+    bool m_hasPixels;
+    TakeLayer m_takeLayer;
     std::function<bool()> const& m_isStopped;
 };
 
@@ -95,31 +119,52 @@ private:
     }
 
     QV_RasterInfo view(HostPicture const& picture, PixelRect const& part) const {
-        return {picture.pixel(part.left, part.top),
+        QV_RasterInfo info = infoOf(part);
+        info.data = picture.pixel(part.left, part.top);
+        info.rowBytes = static_cast<std::int32_t>(picture.rowBytes);
+        return info;
+    }
+
+    /// Of an image without pixels.
+    static QV_RasterInfo infoOf(PixelRect const& part) {
+        return {nullptr,
                 Trait::kFormat,
                 part.width(),
                 part.height(),
-                static_cast<std::int32_t>(picture.rowBytes),
+                part.width() * Trait::kPixelBytes,
                 Trait::kPixelBytes,
                 1.0f,
                 1.0f,
                 0};
     }
 
-    QV_RasterInfo layerImage() {
+    QV_RasterInfo layerImage() const {
         HostPicture const& source = m_frame.source;
-        if (source.alpha != AlphaState::kOpaque && canBeView(source, m_layer))
-            return view(source, m_layer);
-        PixelRect const part = intersection(source.at, m_layer);
-        m_ownLayer = std::make_unique<Image>(
-            Trait::kFormat, m_layer.width(), m_layer.height(), 0,
-            part == m_layer ? PixelMemory::Start::kAnything : PixelMemory::Start::kZeroed);
-        if (part.isEmpty()) return m_ownLayer->info();
-        forEachRow(part.height(), std::int64_t{part.width()} * Trait::kPixelBytes, [&](int y) {
-            takeRow<Trait>(source, part.left, part.top + y, part.width(), m_isStraight,
-                           pixelOf(*m_ownLayer, m_layer, part.left, part.top + y));
+        bool const isView = source.alpha != AlphaState::kOpaque && canBeView(source, m_layer);
+        return isView ? view(source, m_layer) : infoOf(m_layer);
+    }
+
+    /// The layer's upper left part, as far as `to` reaches, into an image of the engine's; what of
+    /// that lies beyond the layer or its picture is cleared.
+    void takeLayer(QV_RasterInfo const& to) const {
+        HostPicture const& source = m_frame.source;
+        PixelRect const part = intersection(
+            intersection(source.at, m_layer),
+            {m_layer.left, m_layer.top, m_layer.left + to.width, m_layer.top + to.height});
+        forEachRow(to.height, std::int64_t{to.width} * Trait::kPixelBytes, [&](int i) {
+            int const y = m_layer.top + i;
+            auto* const row =
+                static_cast<unsigned char*>(to.data) + std::ptrdiff_t{i} * to.rowBytes;
+            auto const at = [&](int x) { return row + std::ptrdiff_t{x} * Trait::kPixelBytes; };
+            bool const hasPixels = !part.isEmpty() && y >= part.top && y < part.bottom;
+            int const left = hasPixels ? part.left - m_layer.left : to.width;
+            int const right = hasPixels ? part.right - m_layer.left : to.width;
+            std::memset(row, 0, static_cast<std::size_t>(at(left) - row));
+            std::memset(at(right), 0, static_cast<std::size_t>(at(to.width) - at(right)));
+            if (hasPixels)
+                takeRow<Trait>(source, part.left, y, part.width(), m_isStraight,
+                               reinterpret_cast<Channel*>(at(left)));
         });
-        return m_ownLayer->info();
     }
 
     QV_RasterInfo outputImage() {
@@ -170,7 +215,9 @@ private:
     }
 
     PF_Err render(QV_RasterInfo const& layer, QV_RasterInfo const& output) const {
-        PinningHost host(layer, output, family(), m_frame.isStopped);
+        PinningHost host(
+            layer, output, family(), [this](QV_RasterInfo const& to) { takeLayer(to); },
+            m_frame.isStopped);
         ResampleOptions options;
         options.edges = Trait::kIsFloat ? EdgeCoverage::kExact : EdgeCoverage::kGrid;
         options.frameAspect = m_frame.frameAspect;
@@ -247,7 +294,7 @@ private:
     Mode m_mode;
     bool m_isStraight;
     PixelRect m_layer;  ///< that the layer's image has
-    std::unique_ptr<Image> m_ownLayer, m_ownOutput;
+    std::unique_ptr<Image> m_ownOutput;
 };
 
 PinnedResult renderByFormat(PinnedFrame const& frame) {

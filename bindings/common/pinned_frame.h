@@ -6,7 +6,8 @@
 //   floats, halves, and anything over a plate: float, premultiplied, with exact edges
 //
 // Pictures are read and written in place where they have the layout of an image of the engine and
-// cover what is rendered; else through an image of our own. The whole of `image` is rendered,
+// cover what is rendered; else a layer is converted as the pipeline takes its working copy, and the
+// result goes through an image of our own. The whole of `image` is rendered,
 // whatever window of it is written, so that the windows of a frame fit together bit for bit.
 #pragma once
 
