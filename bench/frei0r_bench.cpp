@@ -19,6 +19,7 @@
 #include "bench/medians.h"
 #include "hostkit/fixed_point.h"
 #include "hostkit/host.h"
+#include "zelk/pictures/row_values.h"
 #include "zelk/render/memory_road.h"
 #include "zelk/render/module_road.h"
 #include "zelk/scene/parameter_names.h"
@@ -52,13 +53,24 @@ private:
     void* m_library;
 };
 
-World makeWorld(WorldSpec const& spec) {
+/// A layer with alpha from 0 to white, or an opaque plate, as most are.
+std::vector<std::uint8_t> makePixels(int width, int height, bool isOpaque) {
+    std::vector<std::uint8_t> values;
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < 4 * width; ++x)
+            values.push_back(isOpaque && x % 4 == 3
+                                 ? std::uint8_t{255}
+                                 : static_cast<std::uint8_t>((x * 7 + y * 3) % 256));
+    return values;
+}
+
+/// The same in associated float.
+World worldOf(std::vector<std::uint8_t> const& pixels, WorldSpec const& spec) {
     World world(spec);
-    for (int y = 0; y < spec.height; ++y) {
-        float* const row = world.rowAs<float>(y);
-        for (int x = 0; x < 4 * spec.width; ++x)
-            row[x] = static_cast<float>((x * 7 + y * 3) % 257) / 256;
-    }
+    std::size_t const row = 4 * static_cast<std::size_t>(spec.width);
+    for (int y = 0; y < spec.height; ++y)
+        vectorRows().fromStraightBytes(&pixels[row * std::size_t(y)], row / 4,
+                                       world.rowAs<float>(y));
     return world;
 }
 
@@ -85,28 +97,28 @@ void measure(Host& host, int width, int height, bool hasPlate, Quality const& qu
     char const* word = quality.word;
     set(instance, &word, 8);
     auto* const update = plugin.at<decltype(f0r_update2)>("f0r_update2");
-    std::vector<std::uint32_t> plate(std::size_t(width) * std::size_t(height)), layer(plate),
-        out(plate);
-    for (std::size_t i = 0; i < layer.size(); ++i) {
-        layer[i] = static_cast<std::uint32_t>(i * 2654435761u);
-        plate[i] = ~layer[i];
-    }
+    auto const layer = makePixels(width, height, false), plate = makePixels(width, height, true);
+    auto const pixels = [](auto const& values) {
+        return reinterpret_cast<std::uint32_t const*>(values.data());
+    };
+    std::vector<std::uint32_t> out(layer.size() / 4);
     setParameters(host, width, height, quality.entry);
     FrameRequest const moment = frameRequest(host.comp(), 0);
-    World floatLayer = makeWorld(host.worldSpec(width, height, Depth::kFloat));
-    const World floatPlate = makeWorld(floatLayer.spec());
+    WorldSpec const spec = host.worldSpec(width, height, Depth::kFloat);
+    World floatLayer = worldOf(layer, spec);
+    const World floatPlate = worldOf(plate, spec);
     ResampleOptions options;
     if (hasPlate) options.edges = EdgeCoverage::kExact;
     std::vector<double> door, memory;
     for (int i = 0; i <= runs; ++i) {
         double const through = millisecondsOf([&] {
             if (hasPlate)
-                update(instance, 0, plate.data(), layer.data(), nullptr, out.data());
+                update(instance, 0, pixels(plate), pixels(layer), nullptr, out.data());
             else
-                update(instance, 0, layer.data(), nullptr, nullptr, out.data());
+                update(instance, 0, pixels(layer), nullptr, nullptr, out.data());
         });
         double const beside = millisecondsOf([&] {
-            World frame(floatLayer.spec(), PixelMemory::Start::kAnything);
+            World frame(spec, PixelMemory::Start::kAnything);
             renderInMemory(host.parameters(), floatLayer, frame, {{width, height}, {width, height}},
                            moment, "bench", options);
             if (hasPlate) layOver(frame, floatPlate, PF_Xfer_IN_FRONT);
