@@ -89,8 +89,6 @@ Frei0rParameter cornerParameter(int control, PF_ParamDef const& def, bool isVert
     corner.isCorner = corner.isFixed = true;
     corner.isVertical = isVertical;
     corner.atFirst = cornerOf(def, isVertical);
-    corner.shownLeast = -1;
-    corner.shownMost = 2;
     corner.name = std::string(kParameterNames[static_cast<std::size_t>(control)]) +
                   (isVertical ? "-y" : "-x");
     corner.label = withSingleBlanks(def.name) + (isVertical ? " Y" : " X");

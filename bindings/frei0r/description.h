@@ -33,7 +33,7 @@ struct Frei0rParameter {
     bool isFixed = false;                     ///< the control counts in 65536ths
     double unit = 1;                          ///< the control's value at 1
     double least = 0, most = 1, atFirst = 0;  ///< of the parameter
-    double shownLeast = 0, shownMost = 1;     ///< of its slider
+    double shownLeast = 0, shownMost = 1;     ///< of its slider; of corners none
     std::string name;                         ///< the control's, by which hosts keep it
     std::string label;                        ///< the control's, for people
     std::string help;

@@ -4,7 +4,8 @@
 //     write_kdenlive EFFECT.xml TRANSITION.xml
 //
 // Kdenlive keeps a parameter's own value and shows it times `factor`; `min` and `max` are of what
-// it shows, `default` of what it keeps.
+// it shows, `default` of what it keeps. Of a parameter with keys it takes "%width" for a number but
+// works nothing out, so that corners have a range in pixels that suits frames up to 4K.
 #include <cstdio>
 #include <fstream>
 #include <ostream>
@@ -44,8 +45,8 @@ void writeTypeAndRange(std::ostream& out, Frei0rParameter const& parameter) {
         out << "type=\"bool\" default=\"" << parameter.atFirst << '"';
     } else if (parameter.isCorner) {
         char const* const size = parameter.isVertical ? "%height" : "%width";
-        out << "type=\"animated\" default=\"" << parameter.atFirst << "\" min=\"-" << size
-            << "\" max=\"" << size << "*2\" factor=\"" << size << "\" decimals=\"2\"";
+        out << "type=\"animated\" default=\"" << parameter.atFirst
+            << "\" min=\"-4000\" max=\"8000\" factor=\"" << size << "\" decimals=\"2\"";
     } else {
         out << "type=\"animated\" default=\"" << parameter.atFirst << "\" min=\""
             << parameter.shownLeast * parameter.unit << "\" max=\""
