@@ -14,9 +14,6 @@
 
 namespace {
 
-constexpr int kLabelOffsetPx = 5;
-constexpr int kBaselineBelowTopPx = 10;
-
 using Labels = std::array<char const*, 4>;
 constexpr Labels kFromLabels = {"From-Pin-UL", "From-Pin-LL", "From-Pin-UR", "From-Pin-LR"};
 constexpr Labels kToLabels = {"To-Pin-UL", "To-Pin-LL", "To-Pin-UR", "To-Pin-LR"};

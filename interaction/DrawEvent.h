@@ -7,6 +7,10 @@
 #include "platform/effect_api/effect_events.h"
 #include "platform/services/DrawingPort.h"
 
+/// Where a label's baseline starts, in panel pixels from its corner.
+constexpr int kLabelOffsetPx = 5;
+constexpr int kBaselineBelowTopPx = 10;  ///< below the label's top, which the offset leads to
+
 /// Draws what Overlay Mode and Wireframe ask for. Answers 0; `evt_out_flags` becomes
 /// PF_EO_HANDLED_EVENT, or 0 where Wireframe hides the outlines. Codes of the host's coordinate
 /// callbacks are not looked at: a point that is refused is drawn as the host left it.

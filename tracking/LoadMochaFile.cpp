@@ -16,9 +16,6 @@ struct FileCloser {
     void operator()(std::FILE* file) const { std::fclose(file); }
 };
 
-/// A file without size lines is taken to be of this size, pixels.
-constexpr int kUntoldWidth = 720, kUntoldHeight = 486;
-
 class LineReader {
 public:
     LineReader(int const* paramIndices, int const* diskIds, MochaLoader& loader)
@@ -58,7 +55,7 @@ private:
     int const* m_paramIndices;
     int const* m_diskIds;
     MochaLoader& m_loader;
-    int m_width = kUntoldWidth, m_height = kUntoldHeight;
+    int m_width = kUntoldTrackWidth, m_height = kUntoldTrackHeight;
     bool m_isOpen = false;  ///< a corner was met; nothing but the next one ends it
 };
 

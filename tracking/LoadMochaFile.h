@@ -7,6 +7,9 @@
 class MochaLoader;
 class PluginHost_API;
 
+/// A file without size lines is taken to be of this size, pixels.
+constexpr int kUntoldTrackWidth = 720, kUntoldTrackHeight = 486;
+
 /// Lets the user choose a file and reads it. Always 0: a cancel and a failure end in silence.
 int LoadMochaFile(PluginHost_API* host, int* paramIndices, int* diskIds, MochaLoader* loader);
 

@@ -15,6 +15,7 @@
 #include <tuple>
 
 #include "apps/zelk/commands.h"
+#include "apps/zelk/environment.h"
 #include "zelk/files/standard_output.h"
 #include "zelk/render/host_errors.h"
 #include "zelk/render/scene_colors.h"
@@ -33,7 +34,7 @@ constexpr char const* kExitCodesHelp =
     "  1  the render failed\n"
     "  2  usage: an option or a value is wrong\n"
     "  3  the layer, plate, project, tracking data or module is missing or unreadable\n"
-    "  4  the output is not writable\n"
+    "  4  the output is not writable, or the disk is full\n"
     "  5  some frames failed, others are written\n"
     "  130  interrupted; what is written is whole";
 
@@ -47,6 +48,7 @@ struct OptionalValue {
 constexpr OptionalValue kOptionalValues[] = {
     {"--motion-blur", "on", isMotionBlurText},
     {"--explain", "text", isExplainWord},
+    {"--skip-existing", "whole", isSkipWord},
     {"--display-view", kDefaultView, isDisplayView},
 };
 
@@ -168,7 +170,7 @@ public:
                                  "\n"
                                  "`zelk help COMMAND` describes a command.\n"
                                  "\n") +
-                     kExitCodesHelp);
+                     environmentHelp() + "\n" + kExitCodesHelp);
         dress(m_app, "COMMAND ...");
         std::apply([this](auto&... command) { (add(command), ...); }, m_commands);
     }

@@ -8,7 +8,7 @@
 #include "host/PluginHost_AE_Impl.h"
 #include "params/ParamsSetup.h"
 
-namespace zelk {
+namespace zelk::bindings {
 
 EffectControls::EffectControls() {
     for (std::size_t i = 0; i < m_defs.size(); ++i) m_array[i] = &m_defs[i];
@@ -46,4 +46,4 @@ A_long EffectControls::acquire(char const* name, A_long, void const** suite) {
     return isIt ? PF_Err_NONE : PF_Err_BAD_CALLBACK_PARAM;
 }
 
-}  // namespace zelk
+}  // namespace zelk::bindings

@@ -3,10 +3,10 @@
 #include "bindings/common/effect_controls.h"
 #include "params/update_ecw.h"
 
-namespace zelk {
+namespace zelk::bindings {
 
 void EffectControls::updateGreyed() {
     UpdateECW(&m_inData, &m_outData, array(), false, nullptr, nullptr);
 }
 
-}  // namespace zelk
+}  // namespace zelk::bindings

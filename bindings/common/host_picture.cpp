@@ -9,7 +9,7 @@
 #include "Transform/Common/Transform_Core_Render/PremultSimd.h"
 #include "zelk/pictures/row_values.h"
 
-namespace zelk {
+namespace zelk::bindings {
 
 namespace {
 
@@ -54,13 +54,15 @@ void gather(T const* rgba, HostPicture const& picture, int count, T* to) {
     }
 }
 
-/// Rounded once, to nearest; what is no number becomes 0.
+/// Rounded once, to nearest; what is no number becomes 0. Without a branch, for the compiler's
+/// vectors.
 template <class T>
 T rounded(float value) {
     constexpr auto kWhite = static_cast<float>(kHostWhite<T>);
-    float const scaled = value * kWhite + 0.5f;
-    if (!(scaled > 0)) return 0;
-    return scaled >= kWhite ? kHostWhite<T> : static_cast<T>(scaled);
+    float scaled = value * kWhite + 0.5f;
+    scaled = scaled > 0 ? scaled : 0;
+    scaled = scaled < kWhite ? scaled : kWhite;
+    return static_cast<T>(static_cast<int>(scaled));
 }
 
 template <class Stored, class Channel>
@@ -107,21 +109,25 @@ void changeAlphaState(Channel* rgba, int count, bool divides) {
 /// What a frame over a plate has in 8 bits: one step for each way.
 template <class Trait, class Stored>
 bool areStraightBytes(HostPicture const& picture, bool isStraight) {
-    constexpr bool kCanBe =
-        std::is_same_v<Trait, PIXEL_ARGB32> && std::is_same_v<Stored, std::uint8_t>;
-    return kCanBe && picture.channels == ChannelSet::kRGBA &&
-           picture.alpha == AlphaState::kStraight && !isStraight;
+    return Trait::kIsFloat && std::is_same_v<Stored, std::uint8_t> && !isStraight &&
+           picture.channels == ChannelSet::kRGBA && picture.alpha == AlphaState::kStraight;
 }
 
 /// The host's samples have no alignment of their own.
 template <class Trait, class Stored>
 void takePiece(HostPicture const& picture, unsigned char const* from, int count, bool isStraight,
                typename Trait::Channel* pixels) {
-    if constexpr (std::is_same_v<Trait, PIXEL_ARGB32>)
-        if (areStraightBytes<Trait, Stored>(picture, isStraight))
-            return vectorRows().fromStraightBytes(from, static_cast<std::size_t>(count), pixels);
-    Stored stored[4 * kPiece], own[4 * kPiece];
     typename Trait::Channel rgba[4 * kPiece];
+    if constexpr (Trait::kIsFloat && std::is_same_v<Stored, std::uint8_t>) {
+        if (areStraightBytes<Trait, Stored>(picture, isStraight)) {
+            auto const pixelCount = static_cast<std::size_t>(count);
+            if constexpr (Trait::kAlpha != 0)
+                return vectorRows().fromStraightBytes(from, pixelCount, pixels);
+            vectorRows().fromStraightBytes(from, pixelCount, rgba);
+            return turnRow(rgba, pixelCount, Turn::kToAlphaFirst, pixels);
+        }
+    }
+    Stored stored[4 * kPiece], own[4 * kPiece];
     std::memcpy(stored, from, bytesOf(picture, count));
     Stored const* samples = stored;
     bool const isHalf = picture.samples == SampleType::kHalf;
@@ -144,14 +150,16 @@ void takePiece(HostPicture const& picture, unsigned char const* from, int count,
 template <class Trait, class Stored>
 void givePiece(typename Trait::Channel const* pixels, bool isStraight, HostPicture const& picture,
                int count, unsigned char* to) {
-    if constexpr (std::is_same_v<Trait, PIXEL_ARGB32>)
-        if (areStraightBytes<Trait, Stored>(picture, isStraight))
-            return vectorRows().toStraightBytes(pixels, static_cast<std::size_t>(count), to);
     typename Trait::Channel rgba[4 * kPiece];
+    bool const isOneStep = areStraightBytes<Trait, Stored>(picture, isStraight);
     if constexpr (Trait::kAlpha == 0)
         turnRow(pixels, static_cast<std::size_t>(count), Turn::kToAlphaLast, rgba);
-    else
+    else if (!isOneStep)
         std::copy_n(pixels, 4 * count, rgba);
+    if constexpr (Trait::kIsFloat && std::is_same_v<Stored, std::uint8_t>)
+        if (isOneStep)
+            return vectorRows().toStraightBytes(Trait::kAlpha == 0 ? rgba : pixels,
+                                                static_cast<std::size_t>(count), to);
     bool const wantsStraight =
         picture.channels == ChannelSet::kRGBA && picture.alpha == AlphaState::kStraight;
     if (picture.channels != ChannelSet::kAlpha && wantsStraight != isStraight)
@@ -224,4 +232,4 @@ void giveRow(typename Trait::Channel const* pixels, bool isStraight, HostPicture
 ZELK_FRAME_FORMATS(ZELK_ROWS)
 #undef ZELK_ROWS
 
-}  // namespace zelk
+}  // namespace zelk::bindings

@@ -7,7 +7,7 @@
 #include <memory>
 #include <new>
 #include <type_traits>
-#include <utility>
+#include <vector>
 
 #include "Transform/Common/PopupEntries.h"
 #include "Transform/Common/ResampleOptions.h"
@@ -19,7 +19,7 @@
 #include "params/ParamIndex.h"
 #include "params/TransferMenu.h"
 
-namespace zelk {
+namespace zelk::bindings {
 
 namespace {
 
@@ -29,38 +29,14 @@ using Image = PluginRaster_Memory_Impl;
 /// The clock that the pipeline counts the shutter's moments by: units to a frame.
 constexpr int kTimeStep = 1000;
 
-/// Of an input without pixels the layer's rows are asked for where the pipeline copies it.
 class PinningHost final : public PluginHost_Memory_Impl {
 public:
-    using TakeLayer = std::function<void(RasterInfo const& to)>;
-
     PinningHost(RasterInfo const& input, RasterInfo const& output, MemoryHostFamily family,
-                TakeLayer takeLayer, std::function<bool()> const& isStopped)
-        : PluginHost_Memory_Impl(input, output, family),
-          m_hasPixels(input.data != nullptr),
-          m_takeLayer(std::move(takeLayer)),
-          m_isStopped(isStopped) {}
+                std::function<bool()> const& isStopped)
+        : PluginHost_Memory_Impl(input, output, family), m_isStopped(isStopped) {}
     int doAbort() override { return m_isStopped && m_isStopped() ? 1 : 0; }
-    using PluginHost_Memory_Impl::copy;
-    int copy(PluginRaster_API* from, PluginRaster_API* to) override {
-        RasterInfo source{}, copied{};
-        getRasterInfo(from, &source);
-        if (m_hasPixels || source.data) return PluginHost_Memory_Impl::copy(from, to);
-        getRasterInfo(to, &copied);
-        m_takeLayer(copied);
-        return 0;
-    }
-    int copyInputToOutput() override {
-        if (m_hasPixels) return PluginHost_Memory_Impl::copyInputToOutput();
-        RasterInfo output{};
-        getOutputRasterInfo(&output);
-        m_takeLayer(output);
-        return 0;
-    }
 
 private:
-    bool m_hasPixels;
-    TakeLayer m_takeLayer;
     std::function<bool()> const& m_isStopped;
 };
 
@@ -101,7 +77,10 @@ public:
             if (const PF_Err code = render(layerImage(), outputImage()))
                 return code == kRenderStopped ? PinnedResult::kStopped : PinnedResult::kFailed;
         }
-        if (!isSeen || m_ownOutput) write(isSeen);
+        if (!isSeen || m_ownOutput)
+            write(isSeen);
+        else if (m_frame.plate)
+            layInPlace();
         return PinnedResult::kDone;
     }
 
@@ -119,57 +98,36 @@ private:
     }
 
     QV_RasterInfo view(HostPicture const& picture, PixelRect const& part) const {
-        QV_RasterInfo info = infoOf(part);
-        info.data = picture.pixel(part.left, part.top);
-        info.rowBytes = static_cast<std::int32_t>(picture.rowBytes);
-        return info;
-    }
-
-    /// Of an image without pixels.
-    static QV_RasterInfo infoOf(PixelRect const& part) {
-        return {nullptr,
+        return {picture.pixel(part.left, part.top),
                 Trait::kFormat,
                 part.width(),
                 part.height(),
-                part.width() * Trait::kPixelBytes,
+                static_cast<std::int32_t>(picture.rowBytes),
                 Trait::kPixelBytes,
                 1.0f,
                 1.0f,
                 0};
     }
 
-    QV_RasterInfo layerImage() const {
+    QV_RasterInfo layerImage() {
         HostPicture const& source = m_frame.source;
-        bool const isView = source.alpha != AlphaState::kOpaque && canBeView(source, m_layer);
-        return isView ? view(source, m_layer) : infoOf(m_layer);
-    }
-
-    /// The layer's upper left part, as far as `to` reaches, into an image of the engine's; what of
-    /// that lies beyond the layer or its picture is cleared.
-    void takeLayer(QV_RasterInfo const& to) const {
-        HostPicture const& source = m_frame.source;
-        PixelRect const part = intersection(
-            intersection(source.at, m_layer),
-            {m_layer.left, m_layer.top, m_layer.left + to.width, m_layer.top + to.height});
-        forEachRow(to.height, std::int64_t{to.width} * Trait::kPixelBytes, [&](int i) {
-            int const y = m_layer.top + i;
-            auto* const row =
-                static_cast<unsigned char*>(to.data) + std::ptrdiff_t{i} * to.rowBytes;
-            auto const at = [&](int x) { return row + std::ptrdiff_t{x} * Trait::kPixelBytes; };
-            bool const hasPixels = !part.isEmpty() && y >= part.top && y < part.bottom;
-            int const left = hasPixels ? part.left - m_layer.left : to.width;
-            int const right = hasPixels ? part.right - m_layer.left : to.width;
-            std::memset(row, 0, static_cast<std::size_t>(at(left) - row));
-            std::memset(at(right), 0, static_cast<std::size_t>(at(to.width) - at(right)));
-            if (hasPixels)
-                takeRow<Trait>(source, part.left, y, part.width(), m_isStraight,
-                               reinterpret_cast<Channel*>(at(left)));
+        if (source.alpha != AlphaState::kOpaque && canBeView(source, m_layer))
+            return view(source, m_layer);
+        PixelRect const part = intersection(source.at, m_layer);
+        m_ownLayer = std::make_unique<Image>(
+            Trait::kFormat, m_layer.width(), m_layer.height(), 0,
+            part == m_layer ? PixelMemory::Start::kAnything : PixelMemory::Start::kZeroed);
+        if (part.isEmpty()) return m_ownLayer->info();
+        forEachRow(part.height(), std::int64_t{part.width()} * Trait::kPixelBytes, [&](int y) {
+            takeRow<Trait>(source, part.left, part.top + y, part.width(), m_isStraight,
+                           pixelOf(*m_ownLayer, m_layer, part.left, part.top + y));
         });
+        return m_ownLayer->info();
     }
 
     QV_RasterInfo outputImage() {
         HostPicture const& output = m_frame.output;
-        if (!m_frame.plate && m_frame.window == m_frame.image && m_frame.rows == FieldRows::kAll &&
+        if (m_frame.window == m_frame.image && m_frame.rows == FieldRows::kAll &&
             canBeView(output, m_frame.image))
             return view(output, m_frame.image);
         m_ownOutput =
@@ -215,13 +173,12 @@ private:
     }
 
     PF_Err render(QV_RasterInfo const& layer, QV_RasterInfo const& output) const {
-        PinningHost host(
-            layer, output, family(), [this](QV_RasterInfo const& to) { takeLayer(to); },
-            m_frame.isStopped);
+        PinningHost host(layer, output, family(), m_frame.isStopped);
         ResampleOptions options;
         options.edges = Trait::kIsFloat ? EdgeCoverage::kExact : EdgeCoverage::kGrid;
         options.frameAspect = m_frame.frameAspect;
         host.setResampleOptions(&options);
+        host.setLendsInput(true);
         host.setScale(m_frame.scale, m_frame.scale);
         int const now = truncatedToInt32(std::nearbyint(m_frame.time * kTimeStep));
         for (int index = kParamInputLayer + 1; index < kParamCount; ++index) {
@@ -239,69 +196,100 @@ private:
         return ((-1 - y) % 2 == 0) == (m_frame.rows == FieldRows::kEven);
     }
 
+    /// A plate reaches beyond what is rendered.
     void write(bool isSeen) const {
         PixelRect const window = intersection(m_frame.window, m_frame.output.at);
         if (window.isEmpty()) return;
-        PixelRect const part =
-            isSeen || m_frame.plate ? intersection(window, m_frame.image) : PixelRect{};
+        PixelRect const part = isSeen ? intersection(window, m_frame.image) : PixelRect{};
         forEachRow(window.height(), std::int64_t{window.width()} * Trait::kPixelBytes, [&](int i) {
             int const y = window.top + i;
             if (!isWritten(y)) return;
-            if (part.isEmpty() || y < part.top || y >= part.bottom)
-                return clear(window.left, window.right, y);
+            bool const isDrawn = y >= part.top && y < part.bottom && !part.isEmpty();
+            if (m_frame.plate) return writeOverPlate(window, y, isDrawn ? part : PixelRect{});
+            if (!isDrawn) return clear(window.left, window.right, y);
             clear(window.left, part.left, y);
             clear(part.right, window.right, y);
-            if (m_frame.plate)
-                writeOverPlate(part, y, isSeen);
-            else
-                giveRow<Trait>(pixelOf(*m_ownOutput, m_frame.image, part.left, y), m_isStraight,
-                               m_frame.output, part.left, y, part.width());
+            giveRow<Trait>(pixelOf(*m_ownOutput, m_frame.image, part.left, y), m_isStraight,
+                           m_frame.output, part.left, y, part.width());
         });
     }
 
     void clear(int left, int right, int y) const {
         HostPicture const& output = m_frame.output;
+        if (right <= left) return;
         std::memset(
             output.pixel(left, y), 0,
             static_cast<std::size_t>(right - left) * static_cast<std::size_t>(output.pixelBytes()));
     }
 
-    /// In pieces; what the plate's picture doesn't cover is transparent.
-    void writeOverPlate(PixelRect const& part, int y, bool isSeen) const {
-        if constexpr (std::is_same_v<Trait, PIXEL_ARGB32>) {
-            constexpr int kPiece = 256;
-            HostPicture const& plate = *m_frame.plate;
-            int const mode = transferModeOfEntry(m_mode.transferMode);
-            for (int left = part.left; left < part.right; left += kPiece) {
-                int const count = std::min(kPiece, part.right - left);
-                float pixels[4 * kPiece], under[4 * kPiece];
-                if (isSeen)
-                    std::copy_n(pixelOf(*m_ownOutput, m_frame.image, left, y), 4 * count, pixels);
-                else
-                    std::fill_n(pixels, 4 * count, 0.0f);
-                PixelRect const has = intersection(plate.at, {left, y, left + count, y + 1});
-                if (!plate.topRow || has.width() < count) std::fill_n(under, 4 * count, 0.0f);
-                if (plate.topRow && !has.isEmpty())
-                    takeRow<Trait>(plate, has.left, y, has.width(), false,
-                                   under + 4 * (has.left - left));
-                layOverPlate(pixels, under, count, mode);
+    /// Pixels of the plate from `left` on, where they stand or in `own`; transparent where its
+    /// picture has none.
+    float const* plateRow(int left, int y, int count, float* own) const {
+        HostPicture const& plate = *m_frame.plate;
+        PixelRect const all = {left, y, left + count, y + 1};
+        if (plate.topRow && plate.alpha == AlphaState::kPremultiplied && canBeView(plate, all))
+            return reinterpret_cast<float const*>(plate.pixel(left, y));
+        std::fill_n(own, 4 * count, 0.0f);
+        PixelRect const has = intersection(plate.at, all);
+        if (plate.topRow && !has.isEmpty())
+            takeRow<Trait>(plate, has.left, y, has.width(), false, own + 4 * (has.left - left));
+        return own;
+    }
+
+    void lay(float* pixels, int left, int y, int count) const {
+        float own[4 * kPiece];
+        float const* const under = plateRow(left, y, count, own);
+        if constexpr (Trait::kAlpha == 0)
+            layOverPlate(pixels, under, count, transferModeOfEntry(m_mode.transferMode));
+        else
+            layOverPlateNormally(pixels, under, count, Trait::kAlpha);
+    }
+
+    void writeOverPlate(PixelRect const& window, int y, PixelRect const& drawn) const {
+        if constexpr (Trait::kIsFloat) {
+            for (int left = window.left; left < window.right; left += kPiece) {
+                int const count = std::min(kPiece, window.right - left);
+                float pixels[4 * kPiece] = {};
+                PixelRect const has = intersection(drawn, {left, y, left + count, y + 1});
+                if (!has.isEmpty())
+                    std::copy_n(pixelOf(*m_ownOutput, m_frame.image, has.left, y), 4 * has.width(),
+                                pixels + 4 * (has.left - left));
+                lay(pixels, left, y, count);
                 giveRow<Trait>(pixels, false, m_frame.output, left, y, count);
             }
         }
     }
 
+    void layInPlace() const {
+        if constexpr (Trait::kIsFloat) {
+            PixelRect const& image = m_frame.image;
+            forEachRow(image.height(), std::int64_t{image.width()} * Trait::kPixelBytes,
+                       [&](int i) {
+                           for (int left = image.left; left < image.right; left += kPiece) {
+                               int const y = image.top + i;
+                               lay(reinterpret_cast<float*>(m_frame.output.pixel(left, y)), left, y,
+                                   std::min(kPiece, image.right - left));
+                           }
+                       });
+        }
+    }
+
+    static constexpr int kPiece = 256;  ///< pixels at a time
+
     PinnedFrame const& m_frame;
     Mode m_mode;
     bool m_isStraight;
     PixelRect m_layer;  ///< that the layer's image has
-    std::unique_ptr<Image> m_ownOutput;
+    std::unique_ptr<Image> m_ownLayer, m_ownOutput;
 };
 
 PinnedResult renderByFormat(PinnedFrame const& frame) {
     Mode const mode = {truncatedToInt32(frame.valueOf(kParamTransferMode, frame.time).x),
                        frame.valueOf(kParamCornerPinOpacity, frame.time).x};
     bool const isPlain = mode.transferMode == kTransferNone;
-    if (frame.plate) return PinnedRender<PIXEL_ARGB32>(frame, mode).run();
+    if (frame.plate && transferModeOfEntry(mode.transferMode) != PF_Xfer_IN_FRONT)
+        return PinnedRender<PIXEL_ARGB32>(frame, mode).run();
+    if (frame.plate) return PinnedRender<PIXEL_BGRA32>(frame, mode).run();
     switch (frame.output.samples) {
         case SampleType::kByte:
             return isPlain ? PinnedRender<PIXEL_BGRA8>(frame, mode).run()
@@ -326,4 +314,4 @@ PinnedResult renderPinned(PinnedFrame const& frame) {
     }
 }
 
-}  // namespace zelk
+}  // namespace zelk::bindings

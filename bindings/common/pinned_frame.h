@@ -6,8 +6,7 @@
 //   floats, halves, and anything over a plate: float, premultiplied, with exact edges
 //
 // Pictures are read and written in place where they have the layout of an image of the engine and
-// cover what is rendered; else a layer is converted as the pipeline takes its working copy, and the
-// result goes through an image of our own. The whole of `image` is rendered,
+// cover what is rendered; else through an image of our own. The whole of `image` is rendered,
 // whatever window of it is written, so that the windows of a frame fit together bit for bit.
 #pragma once
 
@@ -17,7 +16,7 @@
 #include "bindings/common/host_picture.h"
 #include "host/PluginHost_Memory_Impl.h"
 
-namespace zelk {
+namespace zelk::bindings {
 
 /// Which rows of the output are written: all, or those of a field, which count upwards from the row
 /// above y = 0, itself even.
@@ -53,4 +52,4 @@ enum class PinnedResult { kDone, kStopped, kNoMemory, kFailed };
 /// nothing else does.
 PinnedResult renderPinned(PinnedFrame const& frame);
 
-}  // namespace zelk
+}  // namespace zelk::bindings

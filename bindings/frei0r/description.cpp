@@ -11,7 +11,7 @@
 #include "params/ParameterNames.h"
 #include "params/TransferMenu.h"
 
-namespace zelk {
+namespace zelk::bindings {
 
 namespace {
 
@@ -220,4 +220,4 @@ double controlValue(Frei0rParameter const& parameter, double value, int size) {
     return parameter.isFixed ? QVS::fixedToDouble(QVS::doubleToFixed(number)) : number;
 }
 
-}  // namespace zelk
+}  // namespace zelk::bindings

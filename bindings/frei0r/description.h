@@ -20,7 +20,7 @@
 #include "host/PluginHost_Memory_Impl.h"
 #include "params/ParamIndex.h"
 
-namespace zelk {
+namespace zelk::bindings {
 
 /// As the pipeline's binding takes them; points in pixels, popups from 0.
 using ControlValues = std::array<PluginHost_Memory_Impl::Value, kParamCount>;
@@ -56,4 +56,4 @@ int entryOfWord(Frei0rParameter const& parameter, std::string_view word);
 /// The control's value for a parameter's, which is a number. `size` is the frame's width or height.
 double controlValue(Frei0rParameter const& parameter, double value, int size);
 
-}  // namespace zelk
+}  // namespace zelk::bindings

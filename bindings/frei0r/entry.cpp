@@ -16,8 +16,8 @@ namespace {
 
 constexpr bool kHasPlate = ZELK_FREI0R_HAS_PLATE;
 
-zelk::Frei0rInstance& instanceOf(f0r_instance_t instance) {
-    return *static_cast<zelk::Frei0rInstance*>(instance);
+zelk::bindings::Frei0rInstance& instanceOf(f0r_instance_t instance) {
+    return *static_cast<zelk::bindings::Frei0rInstance*>(instance);
 }
 
 }  // namespace
@@ -26,12 +26,15 @@ int f0r_init() { return 1; }
 
 void f0r_deinit() {}
 
-void f0r_get_plugin_info(f0r_plugin_info_t* info) { *info = zelk::frei0rPluginInfo(kHasPlate); }
+void f0r_get_plugin_info(f0r_plugin_info_t* info) {
+    *info = zelk::bindings::frei0rPluginInfo(kHasPlate);
+}
 
 void f0r_get_param_info(f0r_param_info_t* info, int position) {
-    auto const& parameters = zelk::frei0rParameters(kHasPlate);
+    auto const& parameters = zelk::bindings::frei0rParameters(kHasPlate);
     if (position < 0 || position >= static_cast<int>(parameters.size())) return;
-    zelk::Frei0rParameter const& parameter = parameters[static_cast<std::size_t>(position)];
+    zelk::bindings::Frei0rParameter const& parameter =
+        parameters[static_cast<std::size_t>(position)];
     info->name = parameter.name.c_str();
     info->type = parameter.type;
     info->explanation = parameter.help.c_str();
@@ -40,7 +43,8 @@ void f0r_get_param_info(f0r_param_info_t* info, int position) {
 f0r_instance_t f0r_construct(unsigned width, unsigned height) try {
     constexpr unsigned kMost = 1 << 15;  // what a corner's 16.16 holds
     if (!width || !height || width > kMost || height > kMost) return nullptr;
-    return new zelk::Frei0rInstance(static_cast<int>(width), static_cast<int>(height), kHasPlate);
+    return new zelk::bindings::Frei0rInstance(static_cast<int>(width), static_cast<int>(height),
+                                              kHasPlate);
 } catch (std::exception const&) {
     return nullptr;
 }

@@ -6,7 +6,7 @@
 
 #include "bindings/common/pinned_frame.h"
 
-namespace zelk {
+namespace zelk::bindings {
 
 Frei0rInstance::Frei0rInstance(int width, int height, bool hasPlate)
     : m_frame{0, 0, width, height},
@@ -89,4 +89,4 @@ void Frei0rInstance::render(std::uint32_t const* layer, std::uint32_t const* pla
         std::memset(output, 0, bytes);
 }
 
-}  // namespace zelk
+}  // namespace zelk::bindings

@@ -12,7 +12,7 @@
 #include "bindings/common/host_picture.h"
 #include "bindings/frei0r/description.h"
 
-namespace zelk {
+namespace zelk::bindings {
 
 /// Reads and renders may run side by side, sets may not: hosts have an instance for each thread.
 class Frei0rInstance {
@@ -46,4 +46,4 @@ private:
     ControlValues m_values;
 };
 
-}  // namespace zelk
+}  // namespace zelk::bindings

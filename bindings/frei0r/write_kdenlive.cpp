@@ -15,7 +15,7 @@
 
 namespace {
 
-using zelk::Frei0rParameter;
+using zelk::bindings::Frei0rParameter;
 
 /// What the menu of a panel has in an entry's place: "soft-light" is "Soft light".
 std::string shown(std::string word) {
@@ -56,14 +56,14 @@ void writeTypeAndRange(std::ostream& out, Frei0rParameter const& parameter) {
 }
 
 void writePanel(std::ostream& out, bool hasPlate) {
-    f0r_plugin_info_t const info = zelk::frei0rPluginInfo(hasPlate);
+    f0r_plugin_info_t const info = zelk::bindings::frei0rPluginInfo(hasPlate);
     std::string const element = hasPlate ? "transition" : "effect";
     std::string const id = hasPlate ? "frei0r.zelk_corner_pin_over" : "frei0r.zelk_corner_pin";
     out << "<?xml version=\"1.0\"?>\n<!DOCTYPE kpartgui>\n<" << element
         << " LC_NUMERIC=\"C\" tag=\"" << id << "\" id=\"" << id << "\">\n    <name>" << info.name
         << "</name>\n    <description>" << info.explanation << "</description>\n    <author>"
         << info.author << "</author>\n";
-    for (Frei0rParameter const& parameter : zelk::frei0rParameters(hasPlate)) {
+    for (Frei0rParameter const& parameter : zelk::bindings::frei0rParameters(hasPlate)) {
         out << "    <parameter name=\"" << parameter.name << "\" ";
         writeTypeAndRange(out, parameter);
         out << ">\n";

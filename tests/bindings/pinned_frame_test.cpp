@@ -1,104 +1,177 @@
-// What becomes of a layer whose picture is a part of it, in every kind of samples.
+// Frames for other hosts: the bits of the program's own renderer, whatever layout, window or field
+// a host asks for, and nothing written outside.
 #include "bindings/common/pinned_frame.h"
 
 #include <gtest/gtest.h>
 
+#include <cstring>
+#include <map>
 #include <random>
-#include <vector>
 
+#include "Transform/Common/PopupEntries.h"
 #include "bindings/common/effect_controls.h"
-#include "params/FixedPoint.h"
+#include "params/ParamIndex.h"
+#include "zelk/render/frame_renderer.h"
+#include "zelk/scene/check.h"
+#include "zelk/scene/edits.h"
 
-namespace zelk {
+namespace zelk::bindings {
 namespace {
 
-struct Pixels {
+using Value = PluginHost_Memory_Impl::Value;
+
+/// A host's picture with padding around each row, which may run up or down.
+class Picture {
+public:
+    Picture(PixelRect at, SampleType samples, ChannelSet channels, AlphaState alpha,
+            int padding = 0, bool isUpward = false)
+        : view{nullptr, 0, at, samples, channels, alpha} {
+        auto const rowBytes = at.width() * view.pixelBytes() + padding;
+        bytes.assign(static_cast<std::size_t>(rowBytes * at.height()), 0xA5);
+        view.rowBytes = isUpward ? -rowBytes : rowBytes;
+        view.topRow = bytes.data() + (isUpward ? rowBytes * (at.height() - 1) : 0);
+    }
+    template <class T>
+    T& at(int x, int y, int c) {
+        return reinterpret_cast<T*>(view.pixel(x, y))[c];
+    }
+    /// Rows from the top, without padding.
+    std::vector<unsigned char> pixels(PixelRect const& part) const {
+        std::vector<unsigned char> all;
+        for (int y = part.top; y < part.bottom; ++y)
+            all.insert(all.end(), view.pixel(part.left, y),
+                       view.pixel(part.right - 1, y) + view.pixelBytes());
+        return all;
+    }
+
+    HostPicture view;
     std::vector<unsigned char> bytes;
-    HostPicture picture;
-
-    Pixels(PixelRect const& at, SampleType samples, AlphaState alpha) {
-        picture.at = at;
-        picture.samples = samples;
-        picture.alpha = alpha;
-        picture.rowBytes = picture.pixelBytes() * at.width() + 12;
-        bytes.resize(static_cast<std::size_t>(picture.rowBytes * at.height()));
-        picture.topRow = bytes.data();
-    }
-    /// Alpha is below white, so that colour may be.
-    void fill(unsigned seed) {
-        std::mt19937 random(seed);
-        for (std::size_t i = 0; i + 1 < bytes.size(); ++i)
-            bytes[i] = static_cast<unsigned char>(random() % 200);
-        if (picture.samples != SampleType::kFloat) return;
-        auto* const values = reinterpret_cast<float*>(bytes.data());
-        for (std::size_t i = 0; i < bytes.size() / 4; ++i)
-            values[i] = static_cast<float>(random() % 1000) / 1000;
-    }
 };
 
-struct Kind {
-    SampleType samples;
-    AlphaState alpha;
-    bool hasPlate;
-};
+void fill(Picture& picture, unsigned seed) {
+    std::mt19937 random(seed);
+    for (int y = picture.view.at.top; y < picture.view.at.bottom; ++y)
+        for (int x = picture.view.at.left; x < picture.view.at.right; ++x)
+            for (int c = 0; c < 4; ++c) {
+                if (picture.view.samples == SampleType::kByte)
+                    picture.at<std::uint8_t>(x, y, c) = static_cast<std::uint8_t>(random());
+                if (picture.view.samples == SampleType::kShort)
+                    picture.at<std::uint16_t>(x, y, c) = static_cast<std::uint16_t>(random());
+                if (picture.view.samples == SampleType::kFloat)
+                    picture.at<float>(x, y, c) = static_cast<float>(random() % 4096) / 4096 *
+                                                 (c == 3 ? 1 : picture.at<float>(x, y, 3));
+            }
+}
 
-class PinnedFrames : public ::testing::TestWithParam<Kind> {};
+constexpr PixelRect kPlate = {0, 0, 64, 48};
+constexpr double kTo[4][2] = {{3.5, 2.25}, {60.5, -5}, {-4.25, 40}, {52, 51.75}};
 
-/// The part goes in once as it is, and once in a picture of the whole layer with nothing around.
-TEST_P(PinnedFrames, WhatThePictureDoesNotCoverIsTransparent) {
-    Kind const kind = GetParam();
-    PixelRect const layer = {-20, -10, 70, 50}, image = {-5, -4, 81, 43};
-    EffectControls controls;
-    for (PixelRect const& at : {PixelRect{-20, -10, 70, 50}, PixelRect{-3, 7, 40, 50},
-                                PixelRect{-40, -30, 20, 60}, PixelRect{200, 0, 210, 9}}) {
-        Pixels part(at, kind.samples, kind.alpha), whole(layer, kind.samples, kind.alpha);
-        Pixels plate(image, kind.samples, kind.alpha);
-        part.fill(1);
-        plate.fill(2);
-        PixelRect const both = intersection(at, layer);
-        for (int y = both.top; y < both.bottom && !both.isEmpty(); ++y)
-            std::copy_n(part.picture.pixel(both.left, y), both.width() * part.picture.pixelBytes(),
-                        whole.picture.pixel(both.left, y));
-        for (int const view : {0, 3}) {
-            auto const render = [&](Pixels const& source) {
-                Pixels output(image, kind.samples, kind.alpha);
-                PinnedFrame frame;
-                frame.source = source.picture;
-                frame.output = output.picture;
-                frame.layer = layer;
-                frame.image = frame.frame = frame.window = image;
-                if (kind.hasPlate) frame.plate = plate.picture;
-                frame.valueOf = [&](int index, double) -> PluginHost_Memory_Impl::Value {
-                    if (index == kParamViewMode) return {double(view)};
-                    PF_ParamDef const& def = controls[index];
-                    if (def.param_type == PF_Param_POPUP) return {double(def.u.pd.value - 1)};
-                    if (def.param_type == PF_Param_FLOAT_SLIDER) return {def.u.fs_d.value};
-                    if (def.param_type == PF_Param_FIX_SLIDER)
-                        return {QVS::fixedToDouble(def.u.fd.value)};
-                    if (def.param_type != PF_Param_POINT) return {};
-                    double const x = QVS::fixedToDouble(def.u.td.x_value) / 100;
-                    double const y = QVS::fixedToDouble(def.u.td.y_value) / 100;
-                    return {layer.left + x * layer.width() * 0.9, layer.top + y * layer.height()};
-                };
-                EXPECT_EQ(renderPinned(frame), PinnedResult::kDone);
-                return output.bytes;
-            };
-            auto const expected = render(whole);
-            EXPECT_EQ(render(part), expected) << at.left << " view " << view;
-            bool const isSeen = !both.isEmpty() || kind.hasPlate;
-            EXPECT_EQ(expected != std::vector<unsigned char>(expected.size()), isSeen);
+/// The values of a scene with these To Pins, on the controls' own defaults.
+struct Scenery {
+    PixelRect layer = kPlate, frame = kPlate;
+    std::map<int, double> numbers;
+
+    Value operator()(int index, double) const {
+        for (int i = 0; i < 4; ++i) {
+            if (index == kParamToUpperLeft + i) return {kTo[i][0], kTo[i][1]};
+            if (index == kParamFromUpperLeft + i)
+                return {double(i % 2 ? layer.right : layer.left),
+                        double(i / 2 ? layer.bottom : layer.top)};
         }
+        if (auto const found = numbers.find(index); found != numbers.end()) return {found->second};
+        if (index == kParamScaleX || index == kParamScaleY) return {1};
+        if (index == kParamViewMode) return {kViewBothPins};
+        if (index == kParamQuality) return {kQualityHigh};
+        if (index == kParamSourceOpacity || index == kParamCornerPinOpacity) return {100};
+        return {};
+    }
+};
+
+PinnedFrame pinned(Picture const& source, Picture const& output, Scenery const& scenery) {
+    PinnedFrame frame;
+    frame.source = source.view;
+    frame.output = output.view;
+    frame.layer = scenery.layer;
+    frame.image = frame.frame = scenery.frame;
+    frame.window = output.view.at;
+    frame.valueOf = scenery;
+    return frame;
+}
+
+PictureBuffer buffer(Picture const& picture) {
+    PictureBuffer made;
+    made.size = {picture.view.at.width(), picture.view.at.height()};
+    made.type = picture.view.samples == SampleType::kByte    ? zelk::SampleType::kUint8
+                : picture.view.samples == SampleType::kShort ? zelk::SampleType::kUint16
+                                                             : zelk::SampleType::kFloat;
+    made.isAssociated = picture.view.alpha == AlphaState::kPremultiplied;
+    made.rowBytes = picture.view.rowBytes;
+    made.pixels = {std::make_shared<int>(), picture.view.topRow};
+    return made;
+}
+
+/// What the program makes of the same pictures, in the samples of `like`.
+Picture programs(Picture const& layer, Picture const* plate, HostPicture const& like) {
+    Scene scene;
+    scene.layer.buffer = std::make_shared<PictureBuffer>(buffer(layer));
+    auto const edit = [&scene](char const* name, std::string const& text) {
+        sceneEdit(name).apply(scene, name, text);
+    };
+    edit("module", ZELK_MODULE);
+    edit("color", "raw");
+    edit("to", "3.5,2.25 60.5,-5 -4.25,40 52,51.75");
+    if (plate)
+        scene.plate = SceneInput{.buffer = std::make_shared<PictureBuffer>(buffer(*plate))};
+    else if (like.samples == SampleType::kFloat)
+        edit("edges", "exact");
+    checkScene(scene);
+    PictureBuffer const picture = FrameRenderer(scene).picture(0);
+
+    Picture made(kPlate, like.samples, ChannelSet::kRGBA, AlphaState::kStraight);
+    bool const isFloat = picture.type == zelk::SampleType::kFloat;
+    HostPicture given = made.view;
+    given.topRow = static_cast<unsigned char*>(const_cast<void*>(picture.pixels.get()));
+    given.samples = isFloat ? SampleType::kFloat : like.samples;
+    given.rowBytes = kPlate.width() * given.pixelBytes();
+    for (int y = 0; y < kPlate.bottom; ++y) {
+        if (!isFloat || like.samples == SampleType::kFloat) {
+            std::memcpy(made.view.pixel(0, y), given.pixel(0, y),
+                        static_cast<std::size_t>(given.rowBytes));
+            continue;
+        }
+        std::vector<float> row(4 * kPlate.right);
+        takeRow<PIXEL_BGRA32>(given, 0, y, kPlate.right, true, row.data());
+        giveRow<PIXEL_BGRA32>(row.data(), true, made.view, 0, y, kPlate.right);
+    }
+    return made;
+}
+
+TEST(PinnedFrame, HasTheProgramsBits) {
+    struct Case {
+        SampleType samples;
+        AlphaState alpha;
+        bool hasPlate;
+    };
+    for (Case const& c : {Case{SampleType::kByte, AlphaState::kStraight, false},
+                          Case{SampleType::kShort, AlphaState::kStraight, false},
+                          Case{SampleType::kFloat, AlphaState::kPremultiplied, false},
+                          Case{SampleType::kFloat, AlphaState::kPremultiplied, true},
+                          Case{SampleType::kByte, AlphaState::kStraight, true}}) {
+        SCOPED_TRACE(testing::Message() << static_cast<int>(c.samples) << " " << c.hasPlate);
+        Scenery scenery;
+        if (c.hasPlate) scenery.layer = {0, 0, 30, 21};
+        Picture source(scenery.layer, c.samples, ChannelSet::kRGBA, c.alpha, 16, true);
+        Picture plate(kPlate, c.samples, ChannelSet::kRGBA, c.alpha);
+        Picture output(kPlate, c.samples, ChannelSet::kRGBA, AlphaState::kStraight, 32, true);
+        fill(source, 11);
+        fill(plate, 12);
+        PinnedFrame frame = pinned(source, output, scenery);
+        if (c.hasPlate) frame.plate = plate.view;
+        ASSERT_EQ(renderPinned(frame), PinnedResult::kDone);
+        auto const expected = programs(source, c.hasPlate ? &plate : nullptr, output.view);
+        EXPECT_EQ(output.pixels(kPlate), expected.pixels(kPlate));
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    All, PinnedFrames,
-    ::testing::Values(Kind{SampleType::kByte, AlphaState::kStraight, false},
-                      Kind{SampleType::kByte, AlphaState::kStraight, true},
-                      Kind{SampleType::kByte, AlphaState::kPremultiplied, true},
-                      Kind{SampleType::kShort, AlphaState::kPremultiplied, false},
-                      Kind{SampleType::kFloat, AlphaState::kPremultiplied, false},
-                      Kind{SampleType::kFloat, AlphaState::kStraight, true}));
-
 }  // namespace
-}  // namespace zelk
+}  // namespace zelk::bindings

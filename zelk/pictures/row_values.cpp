@@ -34,8 +34,8 @@ void toHalf(float const* from, std::size_t count, std::uint16_t* to) {
 
 void fromStraightBytes(std::uint8_t const* from, std::size_t count, float* to) {
     for (std::size_t i = 0; i < count; ++i, from += 4, to += 4) {
-        to[0] = fromFile<float>(from[3]);
-        for (int c = 0; c < 3; ++c) to[c + 1] = fromFile<float>(from[c]) * to[0];
+        to[3] = fromFile<float>(from[3]);
+        for (int c = 0; c < 3; ++c) to[c] = fromFile<float>(from[c]) * to[3];
     }
 }
 
@@ -47,9 +47,8 @@ std::uint8_t toByte(float value) {
 
 void toStraightBytes(float const* from, std::size_t count, std::uint8_t* to) {
     for (std::size_t i = 0; i < count; ++i, from += 4, to += 4) {
-        for (int c = 0; c < 3; ++c)
-            to[c] = toByte(from[0] == 0 ? from[c + 1] : from[c + 1] / from[0]);
-        to[3] = toByte(from[0]);
+        for (int c = 0; c < 3; ++c) to[c] = toByte(from[3] == 0 ? from[c] : from[c] / from[3]);
+        to[3] = toByte(from[3]);
     }
 }
 

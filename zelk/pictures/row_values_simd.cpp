@@ -164,7 +164,7 @@ void fromStraightBytes(std::uint8_t const* from, std::size_t count, float* to) {
         auto const byte = hn::ConvertTo(DF(), hn::PromoteTo(DI(), hn::LoadU(D8(), from + i)));
         auto const v = hn::Add(hn::Mul(byte, upper), hn::Mul(byte, lower));
         auto const weighed = hn::IfThenElse(isAlpha, v, hn::Mul(v, hn::Broadcast<3>(v)));
-        hn::StoreU(hn::Shuffle2103(weighed), DF(), to + i);
+        hn::StoreU(weighed, DF(), to + i);
     }
     scalarRows().fromStraightBytes(from + i, count - i / 4, to + i);
 }
@@ -176,7 +176,7 @@ void toStraightBytes(float const* from, std::size_t count, std::uint8_t* to) {
     auto const isAlpha = isLastChannel();
     std::size_t i = 0;
     for (; i + hn::Lanes(DU()) <= 4 * count; i += hn::Lanes(DU())) {
-        auto const v = hn::Shuffle0321(hn::LoadU(DF(), from + i)), alpha = hn::Broadcast<3>(v);
+        auto const v = hn::LoadU(DF(), from + i), alpha = hn::Broadcast<3>(v);
         auto const isKept = hn::Or(isAlpha, hn::Eq(alpha, zero));
         bool const isOpaque = hn::AllTrue(DF(), hn::Eq(alpha, one));  // v over 1 is v
         auto const straight = isOpaque ? v : hn::IfThenElse(isKept, v, hn::Div(v, alpha));
