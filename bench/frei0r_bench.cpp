@@ -1,24 +1,28 @@
 // The cost of a door: a frame through the frei0r plug-ins, loaded as a host does, beside the memory
-// road in float, whose layer and plate already are what it computes in.
+// road from the same 8-bit pixels, and from floats, which is what it computes in.
 //
 //   frei0r_bench [WIDTH HEIGHT [RUNS]]      1920 1080, 15
 //
-// Medians of interleaved runs, milliseconds; `x` is the plug-in's time over the memory road's. The
-// memory road makes its frame anew, as the command line does; the plug-in's is the host's.
+// Medians of interleaved runs, milliseconds; `x` is the plug-in's time over the column before it.
+// The memory road's frame stays in float; the plug-in's is 8-bit again.
 #include <dlfcn.h>
 #include <fmt/format.h>
 #include <frei0r.h>
 
 #include <algorithm>
 #include <cstdlib>
+#include <memory>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Transform/Common/PopupEntries.h"
 #include "bench/medians.h"
 #include "hostkit/fixed_point.h"
 #include "hostkit/host.h"
+#include "zelk/pictures/buffer_input.h"
+#include "zelk/pictures/reader.h"
 #include "zelk/pictures/row_values.h"
 #include "zelk/render/memory_road.h"
 #include "zelk/render/module_road.h"
@@ -74,6 +78,14 @@ World worldOf(std::vector<std::uint8_t> const& pixels, WorldSpec const& spec) {
     return world;
 }
 
+/// As the program reads a picture in memory.
+PictureReader readerOf(std::vector<std::uint8_t> const& pixels, int width, int height) {
+    auto picture = std::make_shared<PictureBuffer>();
+    picture->size = {width, height};
+    picture->pixels = {std::make_shared<int>(), pixels.data()};
+    return PictureReader("bench", -1, inputOf(std::move(picture)));
+}
+
 void setParameters(Host& host, int width, int height, QualityEntry quality) {
     host.resetParameters(width, height);
     auto& parameters = host.parameters();
@@ -109,7 +121,13 @@ void measure(Host& host, int width, int height, bool hasPlate, Quality const& qu
     const World floatPlate = worldOf(plate, spec);
     ResampleOptions options;
     if (hasPlate) options.edges = EdgeCoverage::kExact;
-    std::vector<double> door, memory;
+    auto const renderLayer = [&](World& from) {
+        World frame(spec, PixelMemory::Start::kAnything);
+        renderInMemory(host.parameters(), from, frame, {{width, height}, {width, height}}, moment,
+                       "bench", options);
+        return frame;
+    };
+    std::vector<double> door, bytes, floats;
     for (int i = 0; i <= runs; ++i) {
         double const through = millisecondsOf([&] {
             if (hasPlate)
@@ -117,20 +135,28 @@ void measure(Host& host, int width, int height, bool hasPlate, Quality const& qu
             else
                 update(instance, 0, pixels(layer), nullptr, nullptr, out.data());
         });
-        double const beside = millisecondsOf([&] {
-            World frame(spec, PixelMemory::Start::kAnything);
-            renderInMemory(host.parameters(), floatLayer, frame, {{width, height}, {width, height}},
-                           moment, "bench", options);
+        double const fromBytes = millisecondsOf([&] {
+            auto reader = readerOf(layer, width, height);
+            World read = readAssociatedWorld(reader);
+            World frame = renderLayer(read);
+            if (!hasPlate) return;
+            auto under = readerOf(plate, width, height);
+            layOver(frame, under, nullptr, PF_Xfer_IN_FRONT);
+        });
+        double const fromFloats = millisecondsOf([&] {
+            World frame = renderLayer(floatLayer);
             if (hasPlate) layOver(frame, floatPlate, PF_Xfer_IN_FRONT);
         });
         if (i == 0) continue;  // memory is touched, threads are there
         door.push_back(through);
-        memory.push_back(beside);
+        bytes.push_back(fromBytes);
+        floats.push_back(fromFloats);
     }
     plugin.at<decltype(f0r_destruct)>("f0r_destruct")(instance);
-    fmt::print("{:22} {:7} {:8.2f} {:8.2f} {:5.2f}\n",
+    fmt::print("{:22} {:7} {:8.2f} {:8.2f} {:5.2f} {:8.2f} {:5.2f}\n",
                hasPlate ? "zelk_corner_pin_over" : "zelk_corner_pin", quality.word, median(door),
-               median(memory), median(door) / median(memory));
+               median(bytes), median(door) / median(bytes), median(floats),
+               median(door) / median(floats));
 }
 
 }  // namespace
@@ -144,8 +170,9 @@ int main(int argc, char** argv) {
     comp.width = width, comp.height = height;
     host.setComp(comp);
     fmt::print(
-        "frames of {} x {}, medians of {} runs, milliseconds\n{:22} {:7} {:>8} {:>8} {:>5}\n",
-        width, height, runs, "plug-in, 8 bit", "quality", "plug-in", "memory", "x");
+        "frames of {} x {}, medians of {} runs, milliseconds\n{:22} {:7} {:>8} {:>8} {:>5} {:>8} "
+        "{:>5}\n",
+        width, height, runs, "plug-in, 8 bit", "quality", "plug-in", "bytes", "x", "floats", "x");
     for (bool const hasPlate : {false, true})
         for (Quality const& quality : kQualities)
             measure(host, width, height, hasPlate, quality, runs);
