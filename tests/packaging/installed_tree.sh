@@ -33,6 +33,11 @@ grep -q to-upper-left params.txt
 ./link render pinned.ppm --over pinned.ppm -o again.png --to "40,10 130,20 30,80 140,70"
 [ -s again.png ]
 grep -q 'name="to-upper-left-x"' moved/share/kdenlive/{effects/frei0r_zelk_corner_pin,transitions/frei0r_zelk_corner_pin_over}.xml
+for file in moved/lib/frei0r-1/*.so; do
+    [ "$(nm -D --defined-only "$file" | grep -c ' T f0r_')" = 10 ]
+    [ "$(nm -D --defined-only "$file" | wc -l)" = 10 ] || { nm -D --defined-only "$file"; exit 1; }
+    ! readelf -d "$file" | grep zelk
+done
 for file in moved/bin/zelk moved/lib/*.so moved/lib/frei0r-1/zelk_corner_pin{,_over}.so; do readelf -d "$file"; done >dynamic.txt
 if grep -rlF "$build" dynamic.txt moved/lib/cmake moved/lib/*.json; then
     echo "names the build folder"
