@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Installs the build into a folder of its own, moves it, builds the C++ example against it from
-# outside the sources, and runs that and the command through a link.
+# outside the sources, and runs that, the command through a link and the Python package.
 set -euo pipefail
-build=$1 sources=$2 compiler=$3 flags=$4
+build=$1 sources=$2 compiler=$3 flags=$4 python=${5:-}
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cmake --install "$build" --prefix "$work/first" >"$work/log" || { cat "$work/log"; exit 1; }
@@ -36,9 +36,16 @@ grep -q 'name="to-upper-left-x"' moved/share/kdenlive/{effects/frei0r_zelk_corne
 for file in moved/lib/frei0r-1/*.so; do
     [ "$(nm -D --defined-only "$file" | grep -c ' T f0r_')" = 10 ]
     [ "$(nm -D --defined-only "$file" | wc -l)" = 10 ] || { nm -D --defined-only "$file"; exit 1; }
-    ! readelf -d "$file" | grep zelk
+    if readelf -d "$file" | grep zelk; then exit 1; fi
 done
-for file in moved/bin/zelk moved/lib/*.so moved/lib/frei0r-1/zelk_corner_pin{,_over}.so; do readelf -d "$file"; done >dynamic.txt
+if [ -n "$python" ]; then
+    PYTHONPATH=moved/lib/python3/dist-packages "$python" -B -c '
+import numpy, zelk
+picture = numpy.full((90, 160, 3), (255, 128, 0), "uint8")
+pinned = zelk.corner_pin(picture, "40,10 130,20 30,80 140,70", size=(160, 90), quality="best")
+assert tuple(pinned[45, 80]) == (255, 128, 0, 255), pinned[45, 80]'
+fi
+for file in moved/bin/zelk moved/lib/*.so moved/lib/frei0r-1/*.so $(find moved -name '_zelk*'); do readelf -d "$file"; done >dynamic.txt
 if grep -rlF "$build" dynamic.txt moved/lib/cmake moved/lib/*.json; then
     echo "names the build folder"
     exit 1
