@@ -66,14 +66,15 @@ void RenderCommand::addOptions(CLI::App& app) {
     add.text("Sequence", "--in-flight", m_inFlight, "N", "Frames held at a time (3)");
     m_scene.add(add, "missing");
     add.text("Sequence", "--progress", m_progress, "MODE",
-             listOf(wordsOf(kProgressModes)) + " (auto)");
+             listOf(wordsOf(kProgressModes)) + " (auto)", wordListOf(kProgressModes));
     add.flag("Sequence", "--skip-existing", m_skipExisting, "Go on where an earlier run stopped");
     add.flag("Sequence", "--dry-run", m_dryRun, "Print what would be read and written");
     m_scene.add(add, {"opacity", "transfer", "source-opacity", "mode", "matte", "holdout"});
     m_scene.add(add, {"layer-color", "plate-color", "output-color", "work-color", "ocio", "color"});
     m_scene.add(add, {"orientation", "overscan", "channels", "plain"});
     add.text("Output", "--explain", m_explain, "[text|json]",
-             "Print what the render did and how long each stage took (text)");
+             "Print what the render did and how long each stage took (text)",
+             wordListOf(kExplains));
     m_scene.add(add, {"host", "module"});
 }
 

@@ -32,8 +32,68 @@ ln -s "$work/moved/bin/zelk" link
 grep -q to-upper-left params.txt
 ./link render pinned.ppm --over pinned.ppm -o again.png --to "40,10 130,20 30,80 140,70"
 [ -s again.png ]
-for file in moved/bin/zelk moved/lib/*.so; do readelf -d "$file"; done >dynamic.txt
-if grep -rlF "$build" dynamic.txt moved/lib/cmake moved/lib/*.json; then
-    echo "names the build folder"
-    exit 1
-fi
+# A link to the whole tree, from a folder that has nothing to do with either.
+ln -s "$work/moved" tree
+(cd / && "$work/tree/bin/zelk" --version --verbose) >version.txt
+grep -qF "$work/moved/" version.txt || { cat version.txt; exit 1; }
+
+# No file names the folders of sources and build; the sanitizers' own reports have to.
+for folder in "$build" "$sources"; do
+    if [[ $flags != *sanitize* ]] && grep -rlF "$folder" moved; then
+        echo "files name $folder"
+        exit 1
+    fi
+done
+
+# Manual pages and completion have what the help has, command by command.
+help_options() { sed -nE 's/^  ((-[a-z],)?--[a-z0-9-]+).*/\1/p' | tr , '\n' | sort; }
+offered() {  # what bash offers for the words given, the last of which is being typed
+    COMP_WORDS=("$@") COMP_CWORD=$(($# - 1))
+    _zelk
+    printf '%s\n' "${COMPREPLY[@]}" | sort
+}
+share=moved/share
+zsh=$(echo $share/zsh/*/_zelk)
+. $share/bash-completion/completions/zelk
+pages=0
+for page in $share/man/man1/*.1.gz; do
+    name=$(basename "$page" .1.gz)
+    command=(${name/import-track/import_track})
+    command=(${command//-/ })
+    command=("${command[@]//_/-}")
+    moved/bin/zelk "${command[@]:1}" --help >help.txt
+    help_options <help.txt >options.txt
+    [ "$(wc -l <options.txt)" -ge 2 ] || { echo "no options in the help of $name"; exit 1; }
+    offered "${command[@]}" - | diff options.txt - || { echo "completion of $name"; exit 1; }
+    gzip -dc "$page" | sed -n 's/^\\fB\(\\-.*\)/\1/p' | sed 's/ \\fI.*//; s/\\f[BR]//g; s/\\-/-/g; s/, /\n/g' |
+        sort | diff options.txt - || { echo "manual page $name"; exit 1; }
+    function="_${name//-/_}() {"
+    sed -n "/^$function/,/^}/p" "$zsh" | grep -oE '(^|[^a-z-])--?[a-z0-9-]+=?-?\}?.?\[' >/dev/null ||
+        { echo "zsh: $name"; exit 1; }
+    while read -r option; do
+        sed -n "/^$function/,/^}/p" "$zsh" | grep -qE -e "[' {,)]$option(=-?)?['},[]" ||
+            { echo "zsh: $name $option"; exit 1; }
+        flag=${option#-} letter=s
+        [[ $option != --* ]] || flag=${option#--} letter=l
+        grep -F "'__zelk_is \\'${command[*]}\\''" $share/fish/vendor_completions.d/zelk.fish |
+            grep -qE -e " -$letter $flag( |\$)" || { echo "fish: $name $option"; exit 1; }
+    done <options.txt
+    pages=$((pages + 1))
+done
+[ "$pages" -gt 10 ]
+
+# Words, parameters and their entries, files: as bash offers them.
+expect() { [ "$1" = "$2" ] || { echo "offered: $1"; echo "expected: $2"; exit 1; }; }
+expect "$(offered zelk render --quality s)" super
+expect "$(offered zelk render --quality = s)" super
+expect "$(offered zelk render --set qual)" quality=
+expect "$(offered zelk render --set quality = h)" high
+expect "$(offered zelk render --explain j)" json
+expect "$(offered zelk render --explain --quali)" "$(printf '%s\n' --quality --quality-level)"
+expect "$(offered zelk filters mit)" mitchell
+expect "$(offered zelk render pinned.p)" pinned.ppm
+expect "$(offered zelk render --over pinned.p)" pinned.ppm
+expect "$(offered zelk project im)" import-track
+expect "$(offered zelk help project im)" import-track
+expect "$(offered zelk track con)" convert
+expect "$(offered zelk render --size 1)" ""
