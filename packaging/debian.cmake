@@ -34,30 +34,38 @@ function(zelk_package name section summary text)
   set(folder ${CMAKE_INSTALL_DATADIR}/doc/${name})
   install(FILES ${CMAKE_CURRENT_SOURCE_DIR}/copyright DESTINATION ${folder} COMPONENT ${name})
   install(FILES ${CMAKE_CURRENT_BINARY_DIR}/changelog.gz DESTINATION ${folder} COMPONENT ${name})
+  if(EXISTS ${CMAKE_CURRENT_SOURCE_DIR}/${name}.lintian-overrides)
+    install(FILES ${CMAKE_CURRENT_SOURCE_DIR}/${name}.lintian-overrides
+      DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides RENAME ${name} COMPONENT ${name})
+  endif()
 endfunction()
 
 execute_process(COMMAND gzip -9nc ${CMAKE_CURRENT_SOURCE_DIR}/changelog
   OUTPUT_FILE ${CMAKE_CURRENT_BINARY_DIR}/changelog.gz COMMAND_ERROR_IS_FATAL ANY)
 
 zelk_package(zelk graphics "high quality corner pin for compositing"
-"Pins the corners of a picture into a frame, a plate or a sequence: the perspective
-map between two quads, resampled at the quality that is asked for, with edges that
-are anti-aliased by the area that they cover.
+"Pins the corners of a picture into a frame, a plate or a sequence: the
+perspective map between two quads, resampled at the quality that is asked for,
+with edges that are anti-aliased by the area that they cover.
+.
 This package has the command zelk with the effect's module.")
+# The shared library is made known to the loader, and forgotten.
+file(CONFIGURE OUTPUT triggers CONTENT "activate-noawait ldconfig\n")
+set(CPACK_DEBIAN_ZELK_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_BINARY_DIR}/triggers)
 set(CPACK_DEBIAN_ZELK_PACKAGE_DEPENDS fonts-dejavu-core)
 set(CPACK_DEBIAN_ZELK_PACKAGE_RECOMMENDS ffmpeg)
 
 zelk_package(libzelk-dev libdevel "library of Zelk Corner Pin, for C++ programs"
-"Renders scenes of a pinned picture into memory or to files: headers, static libraries
-and what find_package(zelk) reads.")
+"Renders scenes of a pinned picture into memory or to files: headers, static
+libraries and what find_package(zelk) reads.")
 set(CPACK_DEBIAN_LIBZELK-DEV_PACKAGE_DEPENDS "zelk (= ${version}), libfmt-dev, libhwy-dev, liblcms2-dev, \
 libopencolorio-dev, libopenimageio-dev, nlohmann-json3-dev, pkgconf | pkg-config, zlib1g-dev")
 set(CPACK_DEBIAN_LIBZELK-DEV_PACKAGE_SUGGESTS "cmake, g++")
 
 if(TARGET ZelkCornerPinOfx)
   zelk_package(zelk-openfx graphics "Zelk Corner Pin as a plug-in for OpenFX hosts"
-"The corner pin as the effect net.zelk.CornerPin, for compositing programs that load
-OpenFX plug-ins.")
+"The corner pin as the effect net.zelk.CornerPin, for compositing programs that
+load OpenFX plug-ins.")
 endif()
 if(TARGET zelk_corner_pin)
   zelk_package(zelk-frei0r graphics "Zelk Corner Pin as plug-ins for frei0r hosts"
@@ -66,8 +74,8 @@ load frei0r plug-ins.")
 endif()
 if(TARGET zelk_python)
   zelk_package(python3-zelk python "library of Zelk Corner Pin, for Python programs"
-"Renders scenes of a pinned picture from NumPy arrays and files into arrays and
-files.")
+"Renders scenes of a pinned picture from NumPy arrays and files into arrays
+and files.")
   set(CPACK_DEBIAN_PYTHON3-ZELK_PACKAGE_DEPENDS "zelk (= ${version}), python3 (>= 3.11), \
 python3 (<< 3.12), python3-numpy")
   # Byte code is made with the package and goes with it.

@@ -275,8 +275,8 @@ std::string fishOption(CommandPage const& page, OptionPage const& option,
     bool const isFile = option.takesValue() && option.takesFile();
     if (isFile) rest += option.isPositional ? " -F" : " -r -F";
     // A value that may be left out is no reason to offer nothing else.
-    if (option.takesValue() && !isFile && !option.isPositional && !option.mayLeaveValueOut())
-        rest += " -x";
+    if (option.takesValue() && !isFile && !option.isPositional)
+        rest += option.mayLeaveValueOut() ? " -f" : " -x";
     if (!words.empty()) rest += " -a " + fishQuoted(words);
     if (!option.isPositional) rest += " -d " + fishQuoted(option.help);
     return fishLine(page, rest);

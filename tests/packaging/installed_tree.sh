@@ -37,7 +37,7 @@ ln -s "$work/moved" tree
 (cd / && "$work/tree/bin/zelk" --version --verbose) >version.txt
 grep -qF "$work/moved/" version.txt || { cat version.txt; exit 1; }
 
-# No file names the folders of sources and build; the sanitizers' own reports have to.
+# No file names the folders of sources and build, but what UndefinedBehaviorSanitizer adds.
 for folder in "$build" "$sources"; do
     if [[ $flags != *sanitize* ]] && grep -rlF "$folder" moved; then
         echo "files name $folder"
@@ -53,7 +53,7 @@ offered() {  # what bash offers for the words given, the last of which is being 
     printf '%s\n' "${COMPREPLY[@]}" | sort
 }
 share=moved/share
-zsh=$(echo $share/zsh/*/_zelk)
+zsh=$(echo $share/zsh/*/_zelk) fish=$share/fish/vendor_completions.d/zelk.fish
 . $share/bash-completion/completions/zelk
 pages=0
 for page in $share/man/man1/*.1.gz; do
@@ -67,16 +67,13 @@ for page in $share/man/man1/*.1.gz; do
     offered "${command[@]}" - | diff options.txt - || { echo "completion of $name"; exit 1; }
     gzip -dc "$page" | sed -n 's/^\\fB\(\\-.*\)/\1/p' | sed 's/ \\fI.*//; s/\\f[BR]//g; s/\\-/-/g; s/, /\n/g' |
         sort | diff options.txt - || { echo "manual page $name"; exit 1; }
-    function="_${name//-/_}() {"
-    sed -n "/^$function/,/^}/p" "$zsh" | grep -oE '(^|[^a-z-])--?[a-z0-9-]+=?-?\}?.?\[' >/dev/null ||
-        { echo "zsh: $name"; exit 1; }
+    sed -n "/^_${name//-/_}() {/,/^}/p" "$zsh" >zsh.txt
+    grep -F "'__zelk_is \\'${command[*]}\\''" "$fish" >fish.txt
     while read -r option; do
-        sed -n "/^$function/,/^}/p" "$zsh" | grep -qE -e "[' {,)]$option(=-?)?['},[]" ||
-            { echo "zsh: $name $option"; exit 1; }
+        grep -qE -e "[' {,)]$option(=-?)?['},[]" zsh.txt || { echo "zsh: $name $option"; exit 1; }
         flag=${option#-} letter=s
         [[ $option != --* ]] || flag=${option#--} letter=l
-        grep -F "'__zelk_is \\'${command[*]}\\''" $share/fish/vendor_completions.d/zelk.fish |
-            grep -qE -e " -$letter $flag( |\$)" || { echo "fish: $name $option"; exit 1; }
+        grep -qE -e " -$letter $flag( |\$)" fish.txt || { echo "fish: $name $option"; exit 1; }
     done <options.txt
     pages=$((pages + 1))
 done
