@@ -10,7 +10,7 @@ say() { printf -- '-- %s\n' "$*"; }
 
 say "no library is missing"
 dpkg -L $packages | while read -r file; do
-    { [ -f "$file" ] && [ "$(head -c 4 "$file" | tail -c 3)" = ELF ]; } || continue
+    [ -f "$file" ] && [ "$(head -c 4 "$file" | od -An -tx1)" = ' 7f 45 4c 46' ] || continue
     ldd "$file" | grep 'not found' && { echo "$file" >&2; exit 1; }
     echo "$file"
 done
@@ -49,7 +49,7 @@ TEXT
 bash bash_trial.sh | tee bash.txt
 grep -qx 'low medium high super best' bash.txt
 fish -c "complete -C 'zelk render --quality '" | tee fish.txt
-grep -qx super fish.txt
+grep -q '^super' fish.txt
 zsh -f zsh_trial.zsh 'zelk render --quality su' | tee zsh.txt
 grep -q -- '--quality super' zsh.txt
 
