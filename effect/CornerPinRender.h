@@ -23,10 +23,6 @@
 
 namespace corner_pin_detail {
 
-inline bool hostLacksAlpha(PluginHost_API* host) {
-    return host->getAVX2Host() || host->getAVX1Host();
-}
-
 template <class Trait>
 void premultiply(PipelineFrame& frame, PluginRaster_API* raster) {
     Premult<Trait, typename Trait::Channel, typename Trait::Wide, typename Trait::Weight,
@@ -63,11 +59,6 @@ PF_Err takeSample(PipelineFrame& frame, int index) {
     if (const PF_Err code = renderSample(frame, index)) return code;
     if (frame.plan.blurOn) mergeSample<Trait>(frame.outInfo, frame.sampleInfo, index);
     return 0;
-}
-
-/// A Transfer Mode lays the result over the source; nothing else reads the working copy any more.
-inline bool usesSource(PipelineFrame const& frame) {
-    return frame.args.transferMode != kTransferNone;
 }
 
 /// Straight colour for opacity and transfer.

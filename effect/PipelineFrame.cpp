@@ -143,6 +143,17 @@ void renderTwoPasses(PipelineFrame& frame, CoreRenderArguments& core, RenderSett
     }
 }
 
+/// Alpha and colour of the working copy stay as they come: the input itself will do.
+bool mayBorrow(PipelineFrame const& frame, PluginRaster_API* input) {
+    PluginHost_API* const host = frame.host;
+    if (!host->lendsInput() || host->keepsStraightColor() || hostLacksAlpha(host) ||
+        usesSource(frame))
+        return false;
+    PluginHost_API::RasterInfo info{};
+    host->getRasterInfo(input, &info);
+    return info.format == frame.format;
+}
+
 /// An image beside the working copy, of `model`'s size. 0, or why it can't be used.
 PF_Err addRaster(PipelineFrame& frame, OwnedRaster& slot, PluginRaster_API* model,
                  PluginHost_API::RasterInfo& info) {
@@ -201,12 +212,16 @@ PF_Err takeWorkingCopy(PipelineFrame& frame) {
     std::unique_ptr<PluginRaster_API> input(host->getInputRaster(kParamInputLayer));
     if (!input) return fail(frame, kNoRaster);
     PipelineRasters& rasters = frame.rasters;
-    if (const PF_Err code = allocateLike(frame, rasters.work, input.get()))
-        return fail(frame, code);
-    // After Effects gives cleared images.
-    if (host->copy(input.get(), rasters.work.get()) && !host->getAEHost())
-        host->fill(rasters.work.get());
-    input.reset();
+    if (mayBorrow(frame, input.get())) {
+        rasters.work.adopt(input.release());
+    } else {
+        if (const PF_Err code = allocateLike(frame, rasters.work, input.get()))
+            return fail(frame, code);
+        // After Effects gives cleared images.
+        if (host->copy(input.get(), rasters.work.get()) && !host->getAEHost())
+            host->fill(rasters.work.get());
+        input.reset();
+    }
     rasters.out.reset(host->getOutputRaster());
     host->getRasterInfo(rasters.work.get(), &frame.sourceInfo);
     host->getRasterInfo(rasters.work.get(), &frame.workInfo);

@@ -61,6 +61,16 @@ inline void multiplyWorkingCopy(PipelineFrame& frame) {
 /// caller has not set rectangles. Known once there is a working copy.
 bool hasOwnFrame(PipelineFrame const& frame);
 
+inline bool hostLacksAlpha(PluginHost_API* host) {
+    return host->getAVX2Host() || host->getAVX1Host();
+}
+
+/// A Transfer Mode lays the result over the source; nothing else reads the working copy after the
+/// passes.
+inline bool usesSource(PipelineFrame const& frame) {
+    return frame.args.transferMode != kTransferNone;
+}
+
 /// The user stopped the render. After Effects is not asked: it learns of a stop by its callbacks.
 inline bool isStopped(PipelineFrame const& frame) {
     return !frame.host->getAEHost() && frame.host->doAbort() != 0;
@@ -70,10 +80,10 @@ inline bool isStopped(PipelineFrame const& frame) {
 /// passes. 0, or the host's code when a control could not be read; the output is then cleared.
 PF_Err readFrame(PipelineFrame& frame);
 
-/// Makes the working copy and wraps the output. 0; or why there is no working copy, or 1 when the
-/// host describes an image without pixels, or with rows too short for the output's format, which
-/// all images are taken to have, or the output in another format than at first. The output is then
-/// cleared.
+/// Makes the working copy, which is the input itself where that is lent and never written, and
+/// wraps the output. 0; or why there is no working copy, or 1 when the host describes an image
+/// without pixels, or with rows too short for the output's format, which all images are taken to
+/// have, or the output in another format than at first. The output is then cleared.
 PF_Err takeWorkingCopy(PipelineFrame& frame);
 
 /// Plans the samples and makes what they need beside the working copy. Result as before.

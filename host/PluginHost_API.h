@@ -121,6 +121,10 @@ public:
     virtual int deallocRaster(PluginRaster_API* raster) = 0;
 
     virtual bool isQualityHigh() = 0;
+    /// The input's pixels stay as they are until the render ends, and the output lies elsewhere:
+    /// what only reads may read them in place. deallocRaster then leaves rasters of getInputRaster
+    /// alone.
+    virtual bool lendsInput() { return false; }
     /// Colour comes and goes straight: the pipeline multiplies it by alpha, and divides what it
     /// made.
     virtual bool keepsStraightColor() { return getAEHost() != nullptr; }

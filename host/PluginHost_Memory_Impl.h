@@ -93,6 +93,8 @@ public:
     void setApplication(char const (&id)[5]);
     /// Null, as at first, for the effect's own resampling; else it must outlive the renders.
     void setResampleOptions(ResampleOptions const* options) { m_resampleOptions = options; }
+    /// As lendsInput answers; false at first.
+    void setLendsInput(bool lends) { m_lendsInput = lends; }
     void setScale(double x, double y) { m_scaleX = x, m_scaleY = y; }
     /// `frameLength` is the layer's length in host time units.
     void setTime(TimeObject const& now, int frameLength = 0);
@@ -139,6 +141,7 @@ public:
     PluginRaster_API* allocRaster(RasterInfo* info) override;
     int deallocRaster(PluginRaster_API* raster) override;
     bool isQualityHigh() override { return true; }
+    bool lendsInput() override { return m_lendsInput; }
     bool keepsStraightColor() override { return m_family == MemoryHostFamily::kStraight; }
     double getScaleX() override { return m_scaleX; }
     double getScaleY() override { return m_scaleY; }
@@ -222,6 +225,7 @@ private:
     std::shared_ptr<MemoryHostTally> m_tally = std::make_shared<MemoryHostTally>();
     TimeObject m_now{0, 1, 1};
     int m_frameLength = 0;
+    bool m_lendsInput = false;
     long m_application = 0;
     ResampleOptions const* m_resampleOptions = nullptr;
     double m_scaleX = 1, m_scaleY = 1;

@@ -26,6 +26,9 @@ public:
         return m_raster ? 0 : kNoRasterAndNoCode;
     }
 
+    /// Of another origin than allocRaster; called once, instead of allocate.
+    void adopt(PluginRaster_API* raster) { m_raster = raster; }
+
     /// Null where there is no image.
     PluginRaster_API* get() const { return m_raster; }
     PluginRaster_API* operator->() const { return m_raster; }

@@ -16,6 +16,7 @@
 
 #include "apps/zelk/command_page.h"
 #include "apps/zelk/commands.h"
+#include "apps/zelk/environment.h"
 #include "apps/zelk/version_text.h"
 #include "apps/zelk/written_pages.h"
 #include "zelk/files/standard_output.h"
@@ -36,7 +37,7 @@ constexpr char const* kExitCodesHelp =
     "  1  the render failed\n"
     "  2  usage: an option or a value is wrong\n"
     "  3  the layer, plate, project, tracking data or module is missing or unreadable\n"
-    "  4  the output is not writable\n"
+    "  4  the output is not writable, or the disk is full\n"
     "  5  some frames failed, others are written\n"
     "  130  interrupted; what is written is whole";
 
@@ -50,6 +51,7 @@ struct OptionalValue {
 constexpr OptionalValue kOptionalValues[] = {
     {"--motion-blur", "on", isMotionBlurText},
     {"--explain", "text", isExplainWord},
+    {"--skip-existing", "whole", isSkipWord},
     {"--display-view", kDefaultView, isDisplayView},
 };
 
@@ -176,7 +178,7 @@ public:
                                  "\n"
                                  "`zelk help COMMAND` describes a command.\n"
                                  "\n") +
-                     kExitCodesHelp);
+                     environmentHelp() + "\n" + kExitCodesHelp);
         dress(m_app, "COMMAND ...");
         std::apply([this](auto&... command) { (add(command), ...); }, m_commands);
     }

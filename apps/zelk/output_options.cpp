@@ -1,6 +1,7 @@
 // What is replaced, kept and used; see output_options.h.
 #include "apps/zelk/output_options.h"
 
+#include "apps/zelk/environment.h"
 #include "zelk/pictures/png_data.h"
 #include "zelk/text/numbers.h"
 
@@ -26,6 +27,8 @@ RunOptions OutputOptions::run(Invocation const& how) const {
     run.keepMetadata = !m_dropsMetadata;
     run.history = how.history;
     if (m_pngLevel) run.pngLevel = wholeInRange("--png-level", *m_pngLevel, 0, kMostPngLevel);
+    if (auto const threads = environmentText(kThreadsVariable); threads && !m_threads)
+        run.threads = wholeInRange(variableName(kThreadsVariable), *threads, 0, kMostThreads);
     if (m_threads) run.threads = wholeInRange("--threads", *m_threads, 0, kMostThreads);
     return run;
 }

@@ -17,13 +17,19 @@ constexpr Choice<ProgressMode> kProgressModes[] = {{"auto", ProgressMode::kAuto}
                                                    {"plain", ProgressMode::kPlain},
                                                    {"json", ProgressMode::kJson},
                                                    {"none", ProgressMode::kNone}};
+constexpr Choice<SkipExisting> kSkips[] = {{"whole", SkipExisting::kWhole},
+                                           {"name", SkipExisting::kByName}};
+
+template <class T, std::size_t N>
+bool isWordOf(Choice<T> const (&choices)[N], std::string const& word) {
+    return std::any_of(std::begin(choices), std::end(choices),
+                       [&](auto const& choice) { return choice.word == lowered(word); });
+}
 
 }  // namespace
 
-bool isExplainWord(std::string const& word) {
-    return std::any_of(std::begin(kExplains), std::end(kExplains),
-                       [&](auto const& choice) { return choice.word == lowered(word); });
-}
+bool isExplainWord(std::string const& word) { return isWordOf(kExplains, word); }
+bool isSkipWord(std::string const& word) { return isWordOf(kSkips, word); }
 
 CommandInfo const RenderCommand::kInfo = {
     "render", "Render a picture or a sequence through the corner pin", "LAYER -o OUTPUT [OPTIONS]",
@@ -67,8 +73,14 @@ void RenderCommand::addOptions(CLI::App& app) {
     m_scene.add(add, "missing");
     add.text("Sequence", "--progress", m_progress, "MODE",
              listOf(wordsOf(kProgressModes)) + " (auto)", wordListOf(kProgressModes));
-    add.flag("Sequence", "--skip-existing", m_skipExisting, "Go on where an earlier run stopped");
+    add.text("Sequence", "--skip-existing", m_skipExisting, "[whole|name]",
+             "Leave out frames whose file reads back whole, or is there at all (whole)",
+             wordListOf(kSkips));
+    add.flag("Sequence", "--share", m_isShared, "Share the frames with other runs of this command");
     add.flag("Sequence", "--dry-run", m_dryRun, "Print what would be read and written");
+    add.text("Messages", "--log", m_log, "FILE", "Add the run's events to a file, a line each");
+    add.flag("Messages", "--quiet", m_isQuiet, "Tell failures only");
+    add.flag("Messages", "--strict", m_isStrict, "Take a warning for a failure");
     m_scene.add(add, {"opacity", "transfer", "source-opacity", "mode", "matte", "holdout"});
     m_scene.add(add, {"layer-color", "plate-color", "output-color", "work-color", "ocio", "color"});
     m_scene.add(add, {"orientation", "overscan", "channels", "plain"});
@@ -81,10 +93,18 @@ void RenderCommand::addOptions(CLI::App& app) {
 ExitCode RenderCommand::run(Invocation const& how) {
     constexpr int kMostInFlight = 64;
     RunOptions run = m_output.run(how);
-    run.skipExisting = m_skipExisting;
+    if (m_skipExisting) run.skipExisting = pick(kSkips, "--skip-existing", *m_skipExisting);
+    if (m_isShared && run.skipExisting == SkipExisting::kByName)
+        throw UserError(ExitCode::kUsage, "--share does not go with --skip-existing=name");
+    run.isShared = m_isShared;
+    run.isStrict = m_isStrict;
+    if (m_log) run.log = required(*m_log, "--log", "a file");
     run.dryRun = m_dryRun;
     if (m_inFlight) run.inFlight = wholeInRange("--in-flight", *m_inFlight, 1, kMostInFlight);
     if (m_progress) run.progress = pick(kProgressModes, "--progress", *m_progress);
+    if (m_isQuiet && m_progress)
+        throw UserError(ExitCode::kUsage, "--quiet does not go with --progress");
+    if (m_isQuiet) run.progress = ProgressMode::kQuiet;
     if (m_explain) run.explain = pick(kExplains, "--explain", *m_explain);
     if (run.dryRun && m_explain)
         throw UserError(ExitCode::kUsage,

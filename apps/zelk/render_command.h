@@ -13,6 +13,9 @@ namespace zelk {
 /// Whether --explain, whose value may be left out, takes a word for one.
 bool isExplainWord(std::string const& word);
 
+/// The same of --skip-existing.
+bool isSkipWord(std::string const& word);
+
 struct RenderCommand {
     static CommandInfo const kInfo;
     void addOptions(CLI::App& app);
@@ -21,8 +24,8 @@ struct RenderCommand {
 private:
     SceneOptions m_scene;
     OutputOptions m_output;
-    bool m_skipExisting = false, m_dryRun = false;
-    std::optional<std::string> m_project, m_inFlight, m_progress, m_explain;
+    bool m_isShared = false, m_dryRun = false, m_isQuiet = false, m_isStrict = false;
+    std::optional<std::string> m_project, m_inFlight, m_progress, m_explain, m_skipExisting, m_log;
 };
 
 }  // namespace zelk

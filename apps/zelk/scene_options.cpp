@@ -4,6 +4,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "apps/zelk/environment.h"
 #include "zelk/scene/check.h"
 #include "zelk/scene/edits.h"
 #include "zelk/scene/file.h"
@@ -107,6 +108,8 @@ void SceneOptions::add(OptionAdder const& add, std::string_view name) {
 
 Scene SceneOptions::edited(Scene scene) const {
     scene.editPrefix = kPrefix;
+    if (auto const module = environmentText(kModuleVariable))
+        sceneEdit("module").apply(scene, variableName(kModuleVariable), *module);
     for (SceneEdit const& edit : sceneEdits()) {
         std::string const thing = thingOf(edit.name);
         auto const typed = m_texts.find(edit.name);

@@ -9,7 +9,7 @@
 #include "params/ParamsSetup.h"
 #include "params/update_ecw.h"
 
-namespace zelk {
+namespace zelk::bindings {
 
 EffectControls::EffectControls() {
     for (std::size_t i = 0; i < m_defs.size(); ++i) m_array[i] = &m_defs[i];
@@ -51,4 +51,4 @@ void EffectControls::updateGreyed() {
     UpdateECW(&m_inData, &m_outData, array(), false, nullptr, nullptr);
 }
 
-}  // namespace zelk
+}  // namespace zelk::bindings

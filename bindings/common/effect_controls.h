@@ -12,7 +12,7 @@
 #include "platform/effect_api/effect_commands.h"
 #include "platform/effect_api/effect_suites.h"
 
-namespace zelk {
+namespace zelk::bindings {
 
 /// The records as the effect registers them in a host without a camera and a shutter of its own.
 /// Belongs to one thread at a time; it doesn't move, as the effect is given its address.
@@ -59,4 +59,4 @@ void forEachEntry(PF_ParamDef const& popup, Body const& body) {
     }
 }
 
-}  // namespace zelk
+}  // namespace zelk::bindings

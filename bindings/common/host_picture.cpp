@@ -9,7 +9,7 @@
 #include "Transform/Common/Transform_Core_Render/PremultSimd.h"
 #include "zelk/pictures/row_values.h"
 
-namespace zelk {
+namespace zelk::bindings {
 
 namespace {
 
@@ -54,13 +54,15 @@ void gather(T const* rgba, HostPicture const& picture, int count, T* to) {
     }
 }
 
-/// Rounded once, to nearest; what is no number becomes 0.
+/// Rounded once, to nearest; what is no number becomes 0. Without a branch, for the compiler's
+/// vectors.
 template <class T>
 T rounded(float value) {
     constexpr auto kWhite = static_cast<float>(kHostWhite<T>);
-    float const scaled = value * kWhite + 0.5f;
-    if (!(scaled > 0)) return 0;
-    return scaled >= kWhite ? kHostWhite<T> : static_cast<T>(scaled);
+    float scaled = value * kWhite + 0.5f;
+    scaled = scaled > 0 ? scaled : 0;
+    scaled = scaled < kWhite ? scaled : kWhite;
+    return static_cast<T>(static_cast<int>(scaled));
 }
 
 template <class Stored, class Channel>
@@ -209,4 +211,4 @@ void giveRow(typename Trait::Channel const* pixels, bool isStraight, HostPicture
 ZELK_FRAME_FORMATS(ZELK_ROWS)
 #undef ZELK_ROWS
 
-}  // namespace zelk
+}  // namespace zelk::bindings

@@ -11,7 +11,7 @@
 
 #include "Transform/Common/PixelTraits.h"
 
-namespace zelk {
+namespace zelk::bindings {
 
 struct PixelRect {
     int left = 0, top = 0, right = 0, bottom = 0;
@@ -58,4 +58,4 @@ template <class Trait>
 void giveRow(typename Trait::Channel const* pixels, bool isStraight, HostPicture const& picture,
              int x, int y, int count);
 
-}  // namespace zelk
+}  // namespace zelk::bindings

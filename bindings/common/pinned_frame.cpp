@@ -19,7 +19,7 @@
 #include "params/ParamIndex.h"
 #include "params/TransferMenu.h"
 
-namespace zelk {
+namespace zelk::bindings {
 
 namespace {
 
@@ -77,7 +77,10 @@ public:
             if (const PF_Err code = render(layerImage(), outputImage()))
                 return code == kRenderStopped ? PinnedResult::kStopped : PinnedResult::kFailed;
         }
-        if (!isSeen || m_ownOutput) write(isSeen);
+        if (!isSeen || m_ownOutput)
+            write(isSeen);
+        else if (m_frame.plate)
+            layInPlace();
         return PinnedResult::kDone;
     }
 
@@ -124,7 +127,7 @@ private:
 
     QV_RasterInfo outputImage() {
         HostPicture const& output = m_frame.output;
-        if (!m_frame.plate && m_frame.window == m_frame.image && m_frame.rows == FieldRows::kAll &&
+        if (m_frame.window == m_frame.image && m_frame.rows == FieldRows::kAll &&
             canBeView(output, m_frame.image))
             return view(output, m_frame.image);
         m_ownOutput =
@@ -175,6 +178,7 @@ private:
         options.edges = Trait::kIsFloat ? EdgeCoverage::kExact : EdgeCoverage::kGrid;
         options.frameAspect = m_frame.frameAspect;
         host.setResampleOptions(&options);
+        host.setLendsInput(true);
         host.setScale(m_frame.scale, m_frame.scale);
         int const now = truncatedToInt32(std::nearbyint(m_frame.time * kTimeStep));
         for (int index = kParamInputLayer + 1; index < kParamCount; ++index) {
@@ -192,53 +196,85 @@ private:
         return ((-1 - y) % 2 == 0) == (m_frame.rows == FieldRows::kEven);
     }
 
+    /// A plate reaches beyond what is rendered.
     void write(bool isSeen) const {
         PixelRect const window = intersection(m_frame.window, m_frame.output.at);
         if (window.isEmpty()) return;
-        PixelRect const part =
-            isSeen || m_frame.plate ? intersection(window, m_frame.image) : PixelRect{};
+        PixelRect const part = isSeen ? intersection(window, m_frame.image) : PixelRect{};
         forEachRow(window.height(), std::int64_t{window.width()} * Trait::kPixelBytes, [&](int i) {
             int const y = window.top + i;
             if (!isWritten(y)) return;
-            if (part.isEmpty() || y < part.top || y >= part.bottom)
-                return clear(window.left, window.right, y);
+            bool const isDrawn = y >= part.top && y < part.bottom && !part.isEmpty();
+            if (m_frame.plate) return writeOverPlate(window, y, isDrawn ? part : PixelRect{});
+            if (!isDrawn) return clear(window.left, window.right, y);
             clear(window.left, part.left, y);
             clear(part.right, window.right, y);
-            if (m_frame.plate)
-                writeOverPlate(part, y, isSeen);
-            else
-                giveRow<Trait>(pixelOf(*m_ownOutput, m_frame.image, part.left, y), m_isStraight,
-                               m_frame.output, part.left, y, part.width());
+            giveRow<Trait>(pixelOf(*m_ownOutput, m_frame.image, part.left, y), m_isStraight,
+                           m_frame.output, part.left, y, part.width());
         });
     }
 
     void clear(int left, int right, int y) const {
         HostPicture const& output = m_frame.output;
+        if (right <= left) return;
         std::memset(
             output.pixel(left, y), 0,
             static_cast<std::size_t>(right - left) * static_cast<std::size_t>(output.pixelBytes()));
     }
 
-    /// In pieces; what the plate's picture doesn't cover is transparent.
-    void writeOverPlate(PixelRect const& part, int y, bool isSeen) const {
-        if constexpr (std::is_same_v<Trait, PIXEL_ARGB32>) {
-            constexpr int kPiece = 256;
-            HostPicture const& plate = *m_frame.plate;
-            int const mode = transferModeOfEntry(m_mode.transferMode);
-            for (int left = part.left; left < part.right; left += kPiece) {
-                int const count = std::min(kPiece, part.right - left);
-                float pixels[4 * kPiece] = {}, under[4 * kPiece] = {};
-                if (isSeen)
-                    std::copy_n(pixelOf(*m_ownOutput, m_frame.image, left, y), 4 * count, pixels);
-                PixelRect const has = intersection(plate.at, {left, y, left + count, y + 1});
-                if (plate.topRow && !has.isEmpty())
-                    takeRow<Trait>(plate, has.left, y, has.width(), false,
-                                   under + 4 * (has.left - left));
-                layOverPlate(pixels, under, count, mode);
+    /// Pixels of the plate from `left` on, where they stand or in `own`; transparent where its
+    /// picture has none.
+    float const* plateRow(int left, int y, int count, float* own) const {
+        HostPicture const& plate = *m_frame.plate;
+        PixelRect const all = {left, y, left + count, y + 1};
+        if (plate.topRow && plate.alpha == AlphaState::kPremultiplied && canBeView(plate, all))
+            return reinterpret_cast<float const*>(plate.pixel(left, y));
+        std::fill_n(own, 4 * count, 0.0f);
+        PixelRect const has = intersection(plate.at, all);
+        if (plate.topRow && !has.isEmpty())
+            takeRow<Trait>(plate, has.left, y, has.width(), false, own + 4 * (has.left - left));
+        return own;
+    }
+
+    void lay(float* pixels, int left, int y, int count) const {
+        float own[4 * kPiece];
+        float const* const under = plateRow(left, y, count, own);
+        if constexpr (Trait::kAlpha == 0)
+            layOverPlate(pixels, under, count, transferModeOfEntry(m_mode.transferMode));
+        else
+            layOverPlateNormally(pixels, under, count, Trait::kAlpha);
+    }
+
+    void writeOverPlate(PixelRect const& window, int y, PixelRect const& drawn) const {
+        if constexpr (Trait::kIsFloat) {
+            for (int left = window.left; left < window.right; left += kPiece) {
+                int const count = std::min(kPiece, window.right - left);
+                float pixels[4 * kPiece] = {};
+                PixelRect const has = intersection(drawn, {left, y, left + count, y + 1});
+                if (!has.isEmpty())
+                    std::copy_n(pixelOf(*m_ownOutput, m_frame.image, has.left, y), 4 * has.width(),
+                                pixels + 4 * (has.left - left));
+                lay(pixels, left, y, count);
                 giveRow<Trait>(pixels, false, m_frame.output, left, y, count);
             }
         }
     }
+
+    void layInPlace() const {
+        if constexpr (Trait::kIsFloat) {
+            PixelRect const& image = m_frame.image;
+            forEachRow(image.height(), std::int64_t{image.width()} * Trait::kPixelBytes,
+                       [&](int i) {
+                           for (int left = image.left; left < image.right; left += kPiece) {
+                               int const y = image.top + i;
+                               lay(reinterpret_cast<float*>(m_frame.output.pixel(left, y)), left, y,
+                                   std::min(kPiece, image.right - left));
+                           }
+                       });
+        }
+    }
+
+    static constexpr int kPiece = 256;  ///< pixels at a time
 
     PinnedFrame const& m_frame;
     Mode m_mode;
@@ -251,7 +287,9 @@ PinnedResult renderByFormat(PinnedFrame const& frame) {
     Mode const mode = {truncatedToInt32(frame.valueOf(kParamTransferMode, frame.time).x),
                        frame.valueOf(kParamCornerPinOpacity, frame.time).x};
     bool const isPlain = mode.transferMode == kTransferNone;
-    if (frame.plate) return PinnedRender<PIXEL_ARGB32>(frame, mode).run();
+    if (frame.plate && transferModeOfEntry(mode.transferMode) != PF_Xfer_IN_FRONT)
+        return PinnedRender<PIXEL_ARGB32>(frame, mode).run();
+    if (frame.plate) return PinnedRender<PIXEL_BGRA32>(frame, mode).run();
     switch (frame.output.samples) {
         case SampleType::kByte:
             return isPlain ? PinnedRender<PIXEL_BGRA8>(frame, mode).run()
@@ -276,4 +314,4 @@ PinnedResult renderPinned(PinnedFrame const& frame) {
     }
 }
 
-}  // namespace zelk
+}  // namespace zelk::bindings

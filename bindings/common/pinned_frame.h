@@ -16,7 +16,7 @@
 #include "bindings/common/host_picture.h"
 #include "host/PluginHost_Memory_Impl.h"
 
-namespace zelk {
+namespace zelk::bindings {
 
 /// Which rows of the output are written: all, or those of a field, which count upwards from the row
 /// above y = 0, itself even.
@@ -52,4 +52,4 @@ enum class PinnedResult { kDone, kStopped, kNoMemory, kFailed };
 /// nothing else does.
 PinnedResult renderPinned(PinnedFrame const& frame);
 
-}  // namespace zelk
+}  // namespace zelk::bindings

@@ -8,7 +8,7 @@
 #include "tracking/LoadMochaFile.h"
 #include "tracking/MochaLoader.h"
 
-namespace zelk {
+namespace zelk::bindings {
 
 namespace {
 
@@ -159,4 +159,4 @@ OfxStatus instanceChanged(Instance& instance, Properties const& in) {
     return kOfxStatOK;
 }
 
-}  // namespace zelk
+}  // namespace zelk::bindings

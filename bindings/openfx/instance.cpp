@@ -7,7 +7,7 @@
 #include "bindings/common/effect_controls.h"
 #include "bindings/openfx/plane.h"
 
-namespace zelk {
+namespace zelk::bindings {
 
 namespace {
 
@@ -193,4 +193,4 @@ OfxStatus isIdentity(Instance const& instance, Properties const& in, Properties 
     return kOfxStatOK;
 }
 
-}  // namespace zelk
+}  // namespace zelk::bindings

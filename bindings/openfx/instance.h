@@ -11,7 +11,7 @@
 #include "bindings/openfx/parameters.h"
 #include "bindings/openfx/suites.h"
 
-namespace zelk {
+namespace zelk::bindings {
 
 constexpr char kPlateClipName[] = "Plate";
 
@@ -32,6 +32,8 @@ public:
     static Instance* ofOrNull(void const* handle);
 
     bool isPlateConnected() const { return plate && isConnected(plate); }
+    /// The host's project; pins start at its corners.
+    OfxRectD project() const;
     /// Where the pins are at home.
     OfxRectD frameAt(double time) const;
     /// Empty where the source isn't connected, or its region can't be told.
@@ -50,7 +52,6 @@ public:
 private:
     static bool isConnected(OfxImageClipHandle clip);
     OfxRectD clipRegion(OfxImageClipHandle clip, double time) const;
-    OfxRectD project() const;
 
     std::atomic<bool> m_hasError{false};
 };
@@ -72,4 +73,4 @@ OfxStatus instanceChanged(Instance&, Properties const& in);
 /// Replaces the four To or From Pins by keys from the file that the user named.
 void importTrack(Instance&, bool isTo, double time);
 
-}  // namespace zelk
+}  // namespace zelk::bindings

@@ -19,7 +19,7 @@
 #include "params/FixedPoint.h"
 #include "platform/services/DrawingPort.h"
 
-namespace zelk {
+namespace zelk::bindings {
 
 namespace {
 
@@ -352,12 +352,12 @@ OfxStatus interact(std::string_view action, void const* handle, OfxPropertySetHa
 
 OfxStatus overlayByOpenGl(char const* action, void const* handle, OfxPropertySetHandle inArgs,
                           OfxPropertySetHandle) {
-    return guarded([&] { return interact(action, handle, inArgs, false); });
+    return answerOf(action, guarded([&] { return interact(action, handle, inArgs, false); }));
 }
 
 OfxStatus overlayByDrawSuite(char const* action, void const* handle, OfxPropertySetHandle inArgs,
                              OfxPropertySetHandle) {
-    return guarded([&] { return interact(action, handle, inArgs, true); });
+    return answerOf(action, guarded([&] { return interact(action, handle, inArgs, true); }));
 }
 
-}  // namespace zelk
+}  // namespace zelk::bindings

@@ -8,7 +8,7 @@
 
 #include "bindings/openfx/ofx_types.h"
 
-namespace zelk {
+namespace zelk::bindings {
 
 /// Entry functions of the interact, for OpenGL and for the draw suite.
 OfxStatus overlayByOpenGl(char const* action, void const* handle, OfxPropertySetHandle inArgs,
@@ -16,4 +16,4 @@ OfxStatus overlayByOpenGl(char const* action, void const* handle, OfxPropertySet
 OfxStatus overlayByDrawSuite(char const* action, void const* handle, OfxPropertySetHandle inArgs,
                              OfxPropertySetHandle outArgs);
 
-}  // namespace zelk
+}  // namespace zelk::bindings

@@ -5,7 +5,7 @@
 
 #include <string>
 
-namespace zelk {
+namespace zelk::bindings {
 
 namespace {
 
@@ -150,4 +150,4 @@ std::unique_ptr<OverlayCanvas> openGlCanvas(OfxPointD const& pixel) {
     return gl ? std::make_unique<OpenGlCanvas>(*gl, pixel) : nullptr;
 }
 
-}  // namespace zelk
+}  // namespace zelk::bindings

@@ -8,7 +8,7 @@
 
 #include "bindings/openfx/suites.h"
 
-namespace zelk {
+namespace zelk::bindings {
 
 class OverlayCanvas {
 public:
@@ -25,4 +25,4 @@ std::unique_ptr<OverlayCanvas> drawSuiteCanvas(OfxDrawContextHandle context);
 /// is put back when the canvas goes. Labels are drawn in strokes.
 std::unique_ptr<OverlayCanvas> openGlCanvas(OfxPointD const& pixel);
 
-}  // namespace zelk
+}  // namespace zelk::bindings

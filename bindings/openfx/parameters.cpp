@@ -5,10 +5,11 @@
 #include <string>
 
 #include "bindings/common/effect_controls.h"
+#include "bindings/openfx/plane.h"
 #include "params/FixedPoint.h"
 #include "params/ParameterNames.h"
 
-namespace zelk {
+namespace zelk::bindings {
 
 namespace {
 
@@ -104,8 +105,8 @@ private:
         require(suites().parameter->paramDefine(m_set, type, name, &set));
         Properties const p(set);
         p.set(kOfxPropLabel, label);
-        p.set(kOfxParamPropScriptName, name);
-        if (!hint.empty()) p.set(kOfxParamPropHint, hint);
+        p.offer(kOfxParamPropScriptName, name);
+        if (!hint.empty()) p.offer(kOfxParamPropHint, hint.c_str());
         if (!m_groups.empty())
             p.set(kOfxParamPropParent, m_groups.back());
         else
@@ -120,15 +121,15 @@ private:
         Properties const p = define(type, nameOf(index), m_controls[index].name, hint);
         bool const isGrey = (m_controls[index].ui_flags & PF_PUI_DISABLED) != 0;
         // Outside of its home the frame is the binding's to grow.
-        if (isGrey && index != kParamGrowBounds) p.set(kOfxParamPropEnabled, 0);
+        if (isGrey && index != kParamGrowBounds) p.offer(kOfxParamPropEnabled, 0);
         return p;
     }
 
     /// Where the host has no keys for a type it takes no notice.
     Properties defineValue(char const* type, int index) {
         Properties const p = define(type, index);
-        p.set(kOfxParamPropAnimates,
-              (m_controls[index].flags & PF_ParamFlag_CANNOT_TIME_VARY) ? 0 : 1);
+        p.offer(kOfxParamPropAnimates,
+                (m_controls[index].flags & PF_ParamFlag_CANNOT_TIME_VARY) ? 0 : 1);
         return p;
     }
 
@@ -173,7 +174,7 @@ private:
     /// Defaults are percent of the layer, y down.
     void definePin(int index, PF_PointDef const& point) {
         Properties const p = defineValue(kOfxParamTypeDouble2D, index);
-        p.set(kOfxParamPropDoubleType, kOfxParamDoubleTypeXYAbsolute);
+        p.offer(kOfxParamPropDoubleType, kOfxParamDoubleTypeXYAbsolute);
         p.offer(kOfxParamPropDefaultCoordinateSystem, kOfxParamCoordinatesNormalised);
         p.set(kOfxParamPropDefault, QVS::fixedToDouble(point.x_dephault) / 100, 0);
         p.set(kOfxParamPropDefault, 1 - QVS::fixedToDouble(point.y_dephault) / 100, 1);
@@ -183,17 +184,17 @@ private:
     void defineDouble(int index, PF_ParamDef const& def) {
         Properties const p = defineValue(kOfxParamTypeDouble, index);
         if (def.param_type == PF_Param_ANGLE) {
-            p.set(kOfxParamPropDoubleType, kOfxParamDoubleTypeAngle);
+            p.offer(kOfxParamPropDoubleType, kOfxParamDoubleTypeAngle);
             p.set(kOfxParamPropDefault, 0.0);
             return;
         }
         bool const isFactor = unitOfParameter(index) == "factor";
         Range const range = rangeOf(def);
-        p.set(kOfxParamPropDoubleType,
-              isFactor ? kOfxParamDoubleTypeScale : kOfxParamDoubleTypePlain);
+        p.offer(kOfxParamPropDoubleType,
+                isFactor ? kOfxParamDoubleTypeScale : kOfxParamDoubleTypePlain);
         setRange(p, range.min, range.max, range.displayMin, range.displayMax, range.defaultValue);
-        p.set(kOfxParamPropDigits, range.digits);
-        p.set(kOfxParamPropIncrement, range.digits > 1 ? 0.01 : range.digits == 1 ? 0.1 : 1.0);
+        p.offer(kOfxParamPropDigits, range.digits);
+        p.offer(kOfxParamPropIncrement, range.digits > 1 ? 0.01 : range.digits == 1 ? 0.1 : 1.0);
     }
 
     void defineInteger(int index, Range const& range) {
@@ -231,13 +232,16 @@ private:
         Properties const file = define(kOfxParamTypeString, kTrackFileName, "Track File",
                                        "A planar tracker's text file with four corners.");
         file.set(kOfxParamPropStringMode, kOfxParamStringIsFilePath);
-        file.set(kOfxParamPropEvaluateOnChange, 0);
-        file.set(kOfxParamPropAnimates, 0);
+        file.offer(kOfxParamPropEvaluateOnChange, 0);
+        file.offer(kOfxParamPropAnimates, 0);
         Properties const offset =
             define(kOfxParamTypeInteger, kTrackOffsetName, "Frame Offset",
                    "Added to the file's frame numbers to get the time of a key.");
-        offset.set(kOfxParamPropEvaluateOnChange, 0);
-        offset.set(kOfxParamPropAnimates, 0);
+        // The range is all whole numbers; a slider over that is of no use.
+        offset.offer(kOfxParamPropDisplayMin, -1000);
+        offset.offer(kOfxParamPropDisplayMax, 1000);
+        offset.offer(kOfxParamPropEvaluateOnChange, 0);
+        offset.offer(kOfxParamPropAnimates, 0);
         forEachEntry(popup, [&](int entry, std::string_view text) {
             if (entry == 0) return;
             bool const isTo = entry == 1;
@@ -336,10 +340,26 @@ void ParameterSet::setPin(int index, double time, OfxPointD const& point) const 
         require(suite.paramSetValue((*this)[index], point.x, point.y));
 }
 
+void ParameterSet::placeDefaultPins(OfxRectD const& rectangle) const {
+    if (isEmpty(rectangle)) return;
+    constexpr int kPins[] = {kParamToUpperLeft,   kParamToUpperRight,  kParamToLowerLeft,
+                             kParamToLowerRight,  kParamFromUpperLeft, kParamFromUpperRight,
+                             kParamFromLowerLeft, kParamFromLowerRight};
+    for (int i = 0; i < 8; ++i) {
+        OfxPropertySetHandle set = nullptr;
+        require(suites().parameter->paramGetPropertySet((*this)[kPins[i]], &set));
+        std::string const system = Properties(set).textOr(kOfxParamPropDefaultCoordinateSystem, "");
+        if (system == kOfxParamCoordinatesNormalised) continue;
+        double const x = i % 2, y = i / 2 % 2;  // y down
+        auto const value = at(kPins[i], 0);
+        if (value.x == x && value.y == 1 - y) setPin(kPins[i], 0, placeWithin(rectangle, x, y));
+    }
+}
+
 void ParameterSet::enable(int index, bool isEnabled) const {
     OfxPropertySetHandle set = nullptr;
     if (!(*this)[index] || suites().parameter->paramGetPropertySet((*this)[index], &set)) return;
     Properties(set).offer(kOfxParamPropEnabled, isEnabled ? 1 : 0);
 }
 
-}  // namespace zelk
+}  // namespace zelk::bindings

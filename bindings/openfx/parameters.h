@@ -12,7 +12,7 @@
 #include "host/PluginHost_Memory_Impl.h"
 #include "params/ParamIndex.h"
 
-namespace zelk {
+namespace zelk::bindings {
 
 enum class ParameterKind { kNone, kGroup, kPoint, kDouble, kInteger, kBoolean, kChoice, kColor };
 
@@ -55,6 +55,10 @@ public:
     /// Sets a pin: as a key at `time` where it has keys, else as its value. Throws OfxFailure.
     void setPin(int index, double time, OfxPointD const& point) const;
     void enable(int index, bool isEnabled) const;
+    /// Pins whose host took the fractions of their defaults for canonical units: those that still
+    /// have them go to the corners of the rectangle. Only while an instance is made. Throws
+    /// OfxFailure.
+    void placeDefaultPins(OfxRectD const& rectangle) const;
 
 private:
     OfxParamSetHandle m_set = nullptr;
@@ -78,4 +82,4 @@ private:
     bool m_isOpen;
 };
 
-}  // namespace zelk
+}  // namespace zelk::bindings

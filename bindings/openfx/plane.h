@@ -15,7 +15,7 @@
 #include "bindings/common/host_picture.h"
 #include "bindings/openfx/ofx_types.h"
 
-namespace zelk {
+namespace zelk::bindings {
 
 /// Pixels of a render to a canonical unit, on both axes; above 0.
 struct PlaneScale {
@@ -68,4 +68,4 @@ inline OfxRectD grown(OfxRectD const& r, double by) {
     return {r.x1 - by, r.y1 - by, r.x2 + by, r.y2 + by};
 }
 
-}  // namespace zelk
+}  // namespace zelk::bindings

@@ -8,7 +8,7 @@
 #include "bindings/openfx/instance.h"
 #include "bindings/openfx/overlay.h"
 
-namespace zelk {
+namespace zelk::bindings {
 
 namespace {
 
@@ -73,6 +73,7 @@ void describeInContext(OfxImageEffectHandle descriptor, Properties const& in) {
 
 void createInstance(OfxImageEffectHandle effect) {
     auto instance = std::make_unique<Instance>(effect);
+    instance->parameters.placeDefaultPins(instance->project());
     instance->properties.set(kOfxPropInstanceData, static_cast<void*>(instance.get()));
     Instance const& made = *instance.release();
     // A host that can't show it now is told with the next change.
@@ -135,17 +136,19 @@ OfxStatus act(std::string_view action, void const* handle, Properties const& in,
 
 OfxStatus mainEntry(char const* action, void const* handle, OfxPropertySetHandle inArgs,
                     OfxPropertySetHandle outArgs) {
-    return guarded([&] { return act(action, handle, Properties(inArgs), Properties(outArgs)); });
+    return answerOf(action, guarded([&] {
+                        return act(action, handle, Properties(inArgs), Properties(outArgs));
+                    }));
 }
 
 }  // namespace
 
-}  // namespace zelk
+}  // namespace zelk::bindings
 
 #define ZELK_EXPORT extern "C" __attribute__((visibility("default")))
 
 ZELK_EXPORT OfxStatus OfxSetHost(OfxHost const* host) {
-    zelk::setHost(const_cast<OfxHost*>(host));
+    zelk::bindings::setHost(const_cast<OfxHost*>(host));
     return kOfxStatOK;
 }
 
@@ -153,7 +156,8 @@ ZELK_EXPORT int OfxGetNumberOfPlugins() { return 1; }
 
 ZELK_EXPORT OfxPlugin* OfxGetPlugin(int nth) {
     // The major number is raised when an old setup no longer gives the same picture.
-    static OfxPlugin plugin = {kOfxImageEffectPluginApi, 1, zelk::kIdentifier, 1, 0, zelk::setHost,
-                               zelk::mainEntry};
+    static OfxPlugin plugin = {
+        kOfxImageEffectPluginApi, 1, zelk::bindings::kIdentifier, 1, 0, zelk::bindings::setHost,
+        zelk::bindings::mainEntry};
     return nth == 0 ? &plugin : nullptr;
 }

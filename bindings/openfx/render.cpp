@@ -7,7 +7,7 @@
 #include "bindings/openfx/instance.h"
 #include "bindings/openfx/plane.h"
 
-namespace zelk {
+namespace zelk::bindings {
 
 namespace {
 
@@ -68,7 +68,7 @@ ChannelSet channelsOf(Properties const& image) {
 }
 
 AlphaState alphaOf(Properties const& image) {
-    std::string const word = image.textOr(kOfxImageEffectPropPreMultiplication, "");
+    std::string const word = image.text(kOfxImageEffectPropPreMultiplication);
     if (word == kOfxImageUnPreMultiplied) return AlphaState::kStraight;
     return word == kOfxImageOpaque ? AlphaState::kOpaque : AlphaState::kPremultiplied;
 }
@@ -223,4 +223,4 @@ OfxStatus render(Instance& instance, Properties const& in) {
     return kOfxStatFailed;
 }
 
-}  // namespace zelk
+}  // namespace zelk::bindings

@@ -1,7 +1,7 @@
 // Fetching, and the statuses of property calls.
 #include "bindings/openfx/suites.h"
 
-namespace zelk {
+namespace zelk::bindings {
 
 namespace {
 
@@ -110,6 +110,9 @@ void Properties::set(char const* name, OfxRectD const& rectangle) const {
 bool Properties::offer(char const* name, int value) const {
     return g_suites.property->propSetInt(m_set, name, 0, value) == kOfxStatOK;
 }
+bool Properties::offer(char const* name, double value) const {
+    return g_suites.property->propSetDouble(m_set, name, 0, value) == kOfxStatOK;
+}
 bool Properties::offer(char const* name, char const* value) const {
     return g_suites.property->propSetString(m_set, name, 0, value) == kOfxStatOK;
 }
@@ -138,4 +141,4 @@ void clearMessage(OfxImageEffectHandle effect) {
     if (g_suites.hasPersistentMessages) g_suites.message->clearPersistentMessage(effect);
 }
 
-}  // namespace zelk
+}  // namespace zelk::bindings

@@ -11,7 +11,7 @@
 #include "bindings/openfx/ofx_names.h"
 #include "bindings/openfx/ofx_types.h"
 
-namespace zelk {
+namespace zelk::bindings {
 
 /// The status that an action answers.
 struct OfxFailure {
@@ -77,6 +77,7 @@ public:
     void set(char const* name, OfxRectD const& rectangle) const;
     /// Of what hosts may lack: whether it was taken.
     bool offer(char const* name, int value) const;
+    bool offer(char const* name, double value) const;
     bool offer(char const* name, char const* value) const;
     bool offer(char const* name, void* value) const;
 
@@ -94,4 +95,4 @@ void tellUser(OfxImageEffectHandle effect, char const* type, std::string const& 
 void keepMessage(OfxImageEffectHandle effect, std::string const& line);
 void clearMessage(OfxImageEffectHandle effect);
 
-}  // namespace zelk
+}  // namespace zelk::bindings

@@ -261,4 +261,15 @@ std::vector<int> parseFrameRange(std::string const& option, std::string_view tex
     return frames;
 }
 
+std::string frameRangeText(std::vector<int> const& frames) {
+    std::string text;
+    for (std::size_t first = 0, last = 0; first < frames.size(); first = ++last) {
+        while (last + 1 < frames.size() && frames[last + 1] - std::int64_t{frames[last]} == 1)
+            ++last;
+        text += (first > 0 ? "," : "") + std::to_string(frames[first]);
+        if (last > first) text += "-" + std::to_string(frames[last]);
+    }
+    return text;
+}
+
 }  // namespace zelk

@@ -59,4 +59,7 @@ std::vector<int> framesOnDisk(SequenceName const& name);
 /// for more than 1,000,000, repeats counted.
 std::vector<int> parseFrameRange(std::string const& option, std::string_view text);
 
+/// The frames as such a list, in their order: "1001-1100,1105".
+std::string frameRangeText(std::vector<int> const& frames);
+
 }  // namespace zelk

@@ -1,6 +1,7 @@
 // Links, folders and permissions; see output_place.h.
 #include "zelk/files/output_place.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -27,6 +28,31 @@ UserError existing(fs::path const& target) {
 UserError unwritable(fs::path const& target, std::string const& reason) {
     return {ExitCode::kOutput, target.string() + ": cannot be written: " +
                                    (reason.empty() ? "unknown reason" : shortened(reason))};
+}
+
+FullDisk::FullDisk(fs::path const& target, int fault)
+    : UserError(unwritable(target, (fault == ENOSPC ? "the disk is full ("
+                                                    : "the share of the disk is used up (") +
+                                       std::string(std::strerror(fault)) + ")")) {}
+
+bool isFullDisk(int fault) { return fault == ENOSPC || fault == EDQUOT; }
+
+void throwUnwritable(fs::path const& target, int fault) {
+    if (isFullDisk(fault)) throw FullDisk(target, fault);
+    throw unwritable(target, std::strerror(fault));
+}
+
+int growthFault(fs::path const& path) {
+    int const file = ::open(path.c_str(), O_WRONLY | O_CLOEXEC);
+    if (file < 0) return errno;
+    struct stat state {};
+    int fault = ::fstat(file, &state) == 0 ? 0 : errno;
+    if (fault == 0) {
+        fault = ::posix_fallocate(file, state.st_size, 2 * state.st_blksize);
+        if (::ftruncate(file, state.st_size) != 0 && fault == 0) fault = errno;
+    }
+    ::close(file);
+    return fault;
 }
 
 fs::path behindLinks(fs::path target) {

@@ -16,6 +16,19 @@ UserError existing(std::filesystem::path const& target);
 /// Why `target` can't be written, as an output error.
 UserError unwritable(std::filesystem::path const& target, std::string const& reason);
 
+/// An output error of a disk that is full, or of a user's share of it: what is written next would
+/// fail too.
+class FullDisk : public UserError {
+public:
+    FullDisk(std::filesystem::path const& target, int fault);
+};
+/// Whether a code of the system's is such an end.
+bool isFullDisk(int fault);
+/// Throws unwritable for a code of the system's, or FullDisk.
+[[noreturn]] void throwUnwritable(std::filesystem::path const& target, int fault);
+/// The code of growing a file by two blocks, which are taken back; 0 where the disk takes them.
+int growthFault(std::filesystem::path const& file);
+
 /// Where a link leads, to a file or to nothing yet: it is written there, and the link stays.
 std::filesystem::path behindLinks(std::filesystem::path target);
 

@@ -6,27 +6,17 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <cstring>
 
 #include "zelk/files/output_place.h"
+#include "zelk/files/process_tag.h"
 
 namespace zelk {
 
 namespace fs = std::filesystem;
 
 namespace {
-
-/// A name in the target's folder that file systems take: they end at 255 bytes.
-std::string temporaryName(fs::path const& target, int attempt) {
-    constexpr std::size_t kLongest = 255;
-    std::string const end =
-        fmt::format(".zelk-{}-{}{}", ::getpid(), attempt, target.extension().string());
-    std::string const start = "." + target.stem().string();
-    return start.substr(0, kLongest - std::min(end.size(), kLongest)) + end;
-}
 
 /// Fails with EEXIST where there is anything, in one step with the renaming.
 int renameToNew(char const* from, char const* to) {
@@ -47,7 +37,7 @@ TemporaryFile::TemporaryFile(fs::path const& target) : m_target(behindLinks(targ
     if (fault == 0) return;
     m_unfinished.reset();
     if (m_folder >= 0) ::close(m_folder);
-    throw unwritable(target, std::strerror(fault));
+    throwUnwritable(target, fault);
 }
 
 /// 0, or the system's error.
@@ -55,7 +45,7 @@ int TemporaryFile::create() {
     std::string const lastWords =
         fmt::format("zelk: {}\n", unwritable(m_target, "the picture could not be finished").what());
     for (int attempt = 0; attempt < 100; ++attempt) {
-        std::string const name = temporaryName(m_target, attempt);
+        std::string const name = hiddenName(m_target, attempt);
         m_unfinished.emplace(m_folder, name, lastWords);  // first: a signal may come at any time
         int const file =
             ::openat(m_folder, name.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0666);
@@ -79,14 +69,14 @@ bool TemporaryFile::putInPlace(bool mayReplace) {
     bool const isFlushed = file >= 0 && ::fsync(file) == 0;
     int const fault = errno;
     if (file >= 0) ::close(file);
-    if (!isFlushed) throw unwritable(m_target, std::strerror(fault));
+    if (!isFlushed) throwUnwritable(m_target, fault);
     struct stat earlier {};
     if (mayReplace && ::stat(m_target.c_str(), &earlier) == 0)
         ::chmod(m_path.c_str(), earlier.st_mode & 07777);
     int const renamed = mayReplace ? ::rename(m_path.c_str(), m_target.c_str())
                                    : renameToNew(m_path.c_str(), m_target.c_str());
     if (renamed != 0 && errno == EEXIST && !mayReplace) return false;
-    if (renamed != 0) throw unwritable(m_target, std::strerror(errno));
+    if (renamed != 0) throwUnwritable(m_target, errno);
     m_unfinished.reset();
     m_path.clear();
     return true;

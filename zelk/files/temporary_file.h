@@ -12,7 +12,8 @@
 namespace zelk {
 
 /// An empty, new file beside `target` with the same extension, so that a writer finds the format.
-/// It goes away with the object unless it was put in place.
+/// Its name tells who made it (process_tag.h): a later run removes what a killed one left. It goes
+/// away with the object unless it was put in place.
 class TemporaryFile {
 public:
     /// Throws an output error when the folder refuses it.

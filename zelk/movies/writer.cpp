@@ -154,7 +154,11 @@ void MovieWriter::endProgram() {
     m_file.writtenBy(0);
 }
 
-UserError MovieWriter::failure() const { return failureOf(*m_program, m_target); }
+/// The program's own words, unless the disk says more.
+UserError MovieWriter::failure() const {
+    int const fault = growthFault(m_file.path());
+    return isFullDisk(fault) ? FullDisk(m_target, fault) : failureOf(*m_program, m_target);
+}
 
 void MovieWriter::add(World const& picture, AlphaForm form) {
     if (picture.width() != m_width || picture.height() != m_height)
@@ -184,16 +188,19 @@ void MovieWriter::add(World const& picture, AlphaForm form) {
     });
 }
 
-std::optional<std::string> MovieWriter::finish(bool mayReplace, std::atomic<bool> const& stop) {
+std::optional<std::string> MovieWriter::finish(Finish const& how, std::atomic<bool> const& stop) {
     m_program->closePipe();
     bool const isAwaited = m_program->await(&stop);
     if (isAwaited && !m_program->hasSucceeded()) throw failure();
     endProgram();
     if (stop) return std::nullopt;
-    if (!m_file.putInPlace(mayReplace)) throw existing(m_target);
-    if (m_keepsAlpha || !m_sawTransparency) return std::string();
-    return m_target.string() +
-           ": alpha can't be kept in this format; the movie is written over black";
+    std::string warning;
+    if (!m_keepsAlpha && m_sawTransparency)
+        warning = m_target.string() +
+                  ": alpha can't be kept in this format; the movie is written over black";
+    if (how.isStrict && !warning.empty()) throw UserError(ExitCode::kRenderFailed, warning);
+    if (!m_file.putInPlace(how.mayReplace)) throw existing(m_target);
+    return warning;
 }
 
 }  // namespace zelk

@@ -64,7 +64,11 @@ public:
     /// Waits for the program and puts the file in place. The answer is a warning or empty text, or
     /// nothing when `stop` was set first: there is no movie then. Throws an output error. Without
     /// a movie, what stood at the target is as it was.
-    std::optional<std::string> finish(bool mayReplace, std::atomic<bool> const& stop);
+    struct Finish {
+        bool mayReplace = true;
+        bool isStrict = false;  ///< the warning is thrown instead, as a render error
+    };
+    std::optional<std::string> finish(Finish const& how, std::atomic<bool> const& stop);
 
 private:
     UserError failure() const;

@@ -535,8 +535,10 @@ std::vector<std::string> checkPicture(PixelSize size, fs::path const& target,
     return warnings;
 }
 
-WriteReport writePicture(World const& world, fs::path const& target, WriteRequest const& request) {
-    TemporaryFile file(target);
+namespace {
+
+WriteReport writeInto(TemporaryFile& file, World const& world, fs::path const& target,
+                      WriteRequest const& request) {
     QuietLibraries const quiet;
     OIIO::Filesystem::IOVecOutput memory;
     auto const writer = makeWriter(target);  // gone before the file: its end may write once more
@@ -556,7 +558,7 @@ WriteReport writePicture(World const& world, fs::path const& target, WriteReques
         int const fault =
             isPng ? writePng(world, plan, request.pngLevel, memory.buffer(), file.path(), written)
                   : 0;
-        if (fault != 0) throw unwritable(target, std::strerror(fault));
+        if (fault != 0) throwUnwritable(target, fault);
         if (!isPng) {
             written = writeRows(world, plan, *writer, extras.get());
             written.isWhole =
@@ -574,13 +576,29 @@ WriteReport writePicture(World const& world, fs::path const& target, WriteReques
         faultOfWritten(file.path(), {writer->format_name(), world.width(), world.height(),
                                      specs.front().nchannels, static_cast<int>(specs.size())});
     if (!fault.empty()) throw unwritable(target, fault);
-    if (!file.putInPlace(!request.noClobber)) throw existing(target);
     if (lacksAlpha(plan, request) && written.sawTransparency)
         report.warnings.push_back(
             target.string() +
             ": alpha can't be kept in this format; the picture is written over black");
     warnOfDepth(*writer, target, request, report.warnings);
+    if (request.isStrict && !report.warnings.empty())
+        throw UserError(ExitCode::kRenderFailed, report.warnings.front());
+    if (!file.putInPlace(!request.noClobber)) throw existing(target);
     return report;
+}
+
+}  // namespace
+
+/// Few writers say that the disk is full; the file beside the target, which can't grow, does.
+WriteReport writePicture(World const& world, fs::path const& target, WriteRequest const& request) {
+    TemporaryFile file(target);
+    try {
+        return writeInto(file, world, target, request);
+    } catch (UserError const&) {
+        int const fault = growthFault(file.path());
+        if (isFullDisk(fault)) throw FullDisk(target, fault);
+        throw;
+    }
 }
 
 }  // namespace zelk

@@ -42,6 +42,7 @@ struct WriteRequest {
     bool keepMetadata = true;
     int pngLevel = kFastPngLevel;  ///< of compression, to kMostPngLevel; changes no pixel
     bool noClobber = false;        ///< fail when the target has come up meanwhile
+    bool isStrict = false;         ///< what there is to warn of is an error, before the target
     std::string history;           ///< the command line, as image history
     OIIO::ParamValueList color;    ///< what the colours are, beside the metadata that it inherits
 };

@@ -2,9 +2,6 @@
 #include "zelk/pictures/written_check.h"
 
 #include <OpenImageIO/imageio.h>
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstring>
@@ -12,6 +9,8 @@
 #include <memory>
 #include <vector>
 
+#include "zelk/files/output_place.h"
+#include "zelk/files/quiet_libraries.h"
 #include "zelk/pictures/dpx_length.h"
 #include "zelk/pictures/png_data.h"
 
@@ -31,20 +30,6 @@ constexpr EndMark kEndMarks[] = {
     {"targa", "TRUEVISION-XFILE.\0"sv}, {"gif", ";"sv},
     {"jpeg2000", "\xFF\xD9"sv},
 };
-
-/// The code of growing the file by two blocks, which are taken back.
-int growthFault(fs::path const& path) {
-    int const file = ::open(path.c_str(), O_WRONLY | O_CLOEXEC);
-    if (file < 0) return errno;
-    struct stat state {};
-    int fault = ::fstat(file, &state) == 0 ? 0 : errno;
-    if (fault == 0) {
-        fault = ::posix_fallocate(file, state.st_size, 2 * state.st_blksize);
-        if (::ftruncate(file, state.st_size) != 0 && fault == 0) fault = errno;
-    }
-    ::close(file);
-    return fault;
-}
 
 bool endsAsItsFormat(fs::path const& path, std::string_view format) {
     std::error_code none;
@@ -98,15 +83,10 @@ bool canRead(OIIO::ImageInput& input, Rows const& rows, int part = 0) {
     return isRead && !input.has_error();
 }
 
-}  // namespace
+constexpr char const* kBreaksOff = "the file breaks off";
 
-std::string faultOfWritten(fs::path const& file, WrittenShape const& shape) {
-    if (int const fault = growthFault(file)) return std::strerror(fault);
-    if (!endsAsItsFormat(file, shape.format)) return "the file breaks off";
-    if (shape.format == "png") {
-        std::string const fault = faultOfPng(file, shape.width, shape.height);
-        return fault.empty() ? fault : "it can't be read back: " + fault;
-    }
+/// By the format's own reader.
+std::string faultOfRows(fs::path const& file, WrittenShape const& shape) {
     auto const input = OIIO::ImageInput::create(std::string(shape.format));
     OIIO::ImageSpec found, config;
     config.attribute("oiio:UnassociatedAlpha", 1);  // nothing to compute
@@ -119,6 +99,33 @@ std::string faultOfWritten(fs::path const& file, WrittenShape const& shape) {
     if (isWhole) return {};
     std::string const reason = input ? input->geterror() : std::string();
     return "it can't be read back" + (reason.empty() ? reason : ": " + reason);
+}
+
+}  // namespace
+
+std::string faultOfWritten(fs::path const& file, WrittenShape const& shape) {
+    if (int const fault = growthFault(file)) return std::strerror(fault);
+    if (!endsAsItsFormat(file, shape.format)) return kBreaksOff;
+    if (shape.format != "png") return faultOfRows(file, shape);
+    std::string const fault = faultOfPng(file, shape.width, shape.height);
+    return fault.empty() ? fault : "it can't be read back: " + fault;
+}
+
+/// PNG files by other writers have no strips.
+std::optional<PixelSize> wholePictureSize(fs::path const& file) {
+    QuietLibraries const quiet;
+    auto const input = OIIO::ImageInput::open(file.string());
+    if (!input) return OIIO::geterror(), std::nullopt;
+    OIIO::ImageSpec const& spec = input->spec();
+    WrittenShape shape{input->format_name(), spec.width, spec.height, spec.nchannels};
+    if (shape.format == "openexr")
+        while (input->seek_subimage(shape.parts, 0)) ++shape.parts;
+    PixelSize const size = {spec.full_width, spec.full_height};
+    bool const isWhole =
+        endsAsItsFormat(file, shape.format) &&
+        ((shape.format == "png" && faultOfPng(file, shape.width, shape.height).empty()) ||
+         faultOfRows(file, shape).empty());
+    return isWhole ? std::optional(size) : std::nullopt;
 }
 
 }  // namespace zelk

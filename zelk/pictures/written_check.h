@@ -8,8 +8,11 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
+
+#include "zelk/pictures/pixel_size.h"
 
 namespace zelk {
 
@@ -23,5 +26,8 @@ struct WrittenShape {
 /// What is wrong with `file`; empty when it is whole. A reader may find more channels than were
 /// written (some formats always have alpha), never fewer.
 std::string faultOfWritten(std::filesystem::path const& file, WrittenShape const& shape);
+/// The display window of a picture file that is whole as far as these looks tell, whoever wrote it;
+/// nothing for all others. The disk is left alone.
+std::optional<PixelSize> wholePictureSize(std::filesystem::path const& file);
 
 }  // namespace zelk

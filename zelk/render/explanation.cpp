@@ -132,7 +132,7 @@ void StageClock::lap(std::string name) {
     m_since = now;
 }
 
-std::string asText(Explanation const& e) {
+std::string settingsText(Explanation const& e) {
     std::string text =
         fmt::format("road      {}{}\n", wordOf(kRoadWords, e.road), e.isPlain ? ", plain" : "");
     if (e.road == Road::kModule) text += fmt::format("host      {}\n", e.host);
@@ -159,14 +159,19 @@ std::string asText(Explanation const& e) {
                                 pass.matrix[3 * r + 1], pass.matrix[3 * r + 2]);
     }
     text += fmt::format("covered   {} pixels, {} of them whole\n", e.covered.any, e.covered.whole);
-    text += fmt::format("threads   {}\n", e.threads);
+    return text + fmt::format("threads   {}\n", e.threads);
+}
+
+std::string asText(Explanation const& e) {
+    std::string text = settingsText(e);
     for (auto const& stage : e.clock.stages())
         text += fmt::format("{:<9} {:.1f} ms\n", stage.name, stage.milliseconds);
     return text;
 }
 
-std::string asJson(Explanation const& e) {
-    nlohmann::ordered_json json;
+namespace {
+
+void describe(Explanation const& e, nlohmann::ordered_json& json) {
     json["road"] = wordOf(kRoadWords, e.road);
     json["plain"] = e.isPlain;
     if (e.road == Road::kModule) json["host"] = e.host;
@@ -206,7 +211,20 @@ std::string asJson(Explanation const& e) {
     json["threads"] = e.threads;
     for (auto const& stage : e.clock.stages())
         json["milliseconds"][stage.name] = stage.milliseconds;
+}
+
+}  // namespace
+
+std::string asJson(Explanation const& e) {
+    nlohmann::ordered_json json;
+    describe(e, json);
     return json.dump(2) + "\n";
+}
+
+std::string asJsonLine(Explanation const& e, int frame, std::string const& file) {
+    nlohmann::ordered_json json = {{"number", frame}, {"file", file}};
+    describe(e, json);
+    return json.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
 }
 
 }  // namespace zelk

@@ -57,6 +57,8 @@ class StageClock {
 public:
     /// Ends the stage that runs since the last lap.
     void lap(std::string name);
+    /// What has passed since the last lap is no stage's: a frame waited for its turn.
+    void leaveOut() { m_since = std::chrono::steady_clock::now(); }
 
     struct Stage {
         std::string name;
@@ -90,7 +92,11 @@ struct Explanation {
 
 /// Lines for people.
 std::string asText(Explanation const& explanation);
+/// The same without the times.
+std::string settingsText(Explanation const& explanation);
 /// One JSON object and a line end.
 std::string asJson(Explanation const& explanation);
+/// The same in one line, with the number of a frame of many and its file.
+std::string asJsonLine(Explanation const& explanation, int frame, std::string const& file);
 
 }  // namespace zelk

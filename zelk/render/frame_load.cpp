@@ -49,6 +49,8 @@ ReadOptions FrameStages::plateReading() const {
 
 LoadedFrame FrameStages::load(int frame, int reduce, bool isForFile) {
     LoadedFrame loaded;
+    if (m_explanation) loaded.explanation = std::make_shared<Explanation>(*m_explanation);
+    if (m_explanation) loaded.explanation->clock.leaveOut();
     loaded.reduce = reduce * (isModule() ? 1 : downsample());
     PictureTraits layer, plate;
     loaded.matte = matteOf(m_scene, m_files, frame, m_sizes.layer);
@@ -60,7 +62,7 @@ LoadedFrame FrameStages::load(int frame, int reduce, bool isForFile) {
     if (m_files.stMap) loaded.map = loadMap(m_files.stMap->pictureOf(frame), loaded.reduce);
     settleOutput(layer, plate, loaded);
     convertInputs(loaded);
-    endStage("read");
+    endStage("read", loaded.explanation.get());
     return loaded;
 }
 
@@ -137,9 +139,9 @@ void FrameStages::settleOutput(PictureTraits const& layer, PictureTraits const& 
 /// To the working space. Rows of a plate that wait in their file are converted as they are read.
 void FrameStages::convertInputs(LoadedFrame& loaded) const {
     FrameColors const& colors = loaded.colors;
-    if (m_explanation) {
-        m_explanation->color = {colors.layer.name, colors.plate ? colors.plate->name : "",
-                                colors.work.name, colors.output.name, colors.conversions};
+    if (loaded.explanation) {
+        loaded.explanation->color = {colors.layer.name, colors.plate ? colors.plate->name : "",
+                                     colors.work.name, colors.output.name, colors.conversions};
     }
     if (colors.layerToWork)
         colors.layerToWork->apply(loaded.layer,

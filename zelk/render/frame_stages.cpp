@@ -30,6 +30,8 @@
 namespace zelk {
 
 void Warnings::add(std::vector<std::string> const& sentences) {
+    if (m_isStrict && !sentences.empty())
+        throw UserError(ExitCode::kRenderFailed, sentences.front());
     std::lock_guard const lock(m_mutex);
     for (std::string const& sentence : sentences)
         if (m_seen.insert(sentence).second) m_new.push_back(sentence);
@@ -72,12 +74,13 @@ std::unique_ptr<Host> hostOf(Scene const& scene) {
 
 }  // namespace
 
-FrameStages::FrameStages(Scene scene, RunOptions run, Explanation* explanation)
+FrameStages::FrameStages(Scene scene, RunOptions run, Explanation const* explanation)
     : m_scene(std::move(scene)),
       m_run(std::move(run)),
       m_host(hostOf(m_scene)),
       m_files(m_scene),
       m_colors(m_scene),
+      m_warnings(m_run.isStrict),
       m_explanation(explanation) {
     m_scene.comp.timeBase = rateOf(m_scene, m_files);
     useThreads(m_run.threads);
@@ -181,23 +184,27 @@ PinFrame FrameStages::pinFrameOf(ModuleRender const& ask, int reduce,
             n,           margin.width, margin.height, overscan};
 }
 
+PixelSize FrameStages::outputSize() const { return pinFrameOf(m_ask, downsample(), {}).whole(); }
+
 RenderedFrame FrameStages::render(int frame, LoadedFrame loaded) {
+    if (loaded.explanation) loaded.explanation->clock.leaveOut();
     FrameRequest const moment = frameRequest(m_comp, frame);
     World picture =
         isModule() ? renderedByModule(loaded, moment) : renderedInMemory(loaded, moment);
-    return {std::move(picture), loaded.file, std::move(loaded.colors)};
+    return {std::move(picture), loaded.file, std::move(loaded.colors), loaded.explanation};
 }
 
 World FrameStages::renderedByModule(LoadedFrame& loaded, FrameRequest const& moment) {
     PinFrame const space = pinFrameOf(loaded.ask, 1, {});
-    if (m_explanation) {
-        m_explanation->isPlain = loaded.ask.isPlain;
-        m_explanation->margin = {space.marginX, space.marginY};
+    Explanation* const explanation = loaded.explanation.get();
+    if (explanation) {
+        explanation->isPlain = loaded.ask.isPlain;
+        explanation->margin = {space.marginX, space.marginY};
     }
-    plan(space, moment, loaded.ask.depth);
+    plan(space, moment, loaded.ask.depth, explanation);
     World picture = renderByModule(*m_host, std::move(loaded.layer), loaded.ask, moment);
-    endStage("render");
-    if (m_explanation) m_explanation->covered = countCovered(picture);
+    endStage("render", explanation);
+    if (explanation) explanation->covered = countCovered(picture);
     if (loaded.holdout)
         holdOut(picture, AlphaForm::kStraight, *loaded.holdout, loaded.ask.downsample);
     return picture;
@@ -231,19 +238,21 @@ World FrameStages::pinnedInMemory(LoadedFrame& loaded, FrameRequest const& momen
 }
 
 World FrameStages::renderedInMemory(LoadedFrame& loaded, FrameRequest const& moment) {
-    plan(pinFrameOf(loaded.ask, loaded.reduce, loaded.overscan), moment, Depth::kFloat);
+    Explanation* const explanation = loaded.explanation.get();
+    plan(pinFrameOf(loaded.ask, loaded.reduce, loaded.overscan), moment, Depth::kFloat,
+         explanation);
     World picture = pinnedInMemory(loaded, moment);
     loaded.layer = World();
     loaded.map.reset();
-    endStage("render");
-    if (m_explanation) m_explanation->covered = countCovered(picture);
+    endStage("render", explanation);
+    if (explanation) explanation->covered = countCovered(picture);
     if (loaded.holdout) holdOut(picture, AlphaForm::kAssociated, *loaded.holdout, loaded.reduce);
     int const mode = m_scene.overMode.value_or(PF_Xfer_IN_FRONT);
     if (loaded.plateRows)
         layOver(picture, *loaded.plateRows, loaded.colors.plateToWork.get(), mode);
     else if (loaded.plate)
         layOver(picture, *loaded.plate, mode);
-    if (m_files.plate) endStage("plate");
+    if (m_files.plate) endStage("plate", explanation);
     return picture;
 }
 
@@ -261,7 +270,8 @@ World FrameStages::stPictureAt(int frame) {
 }
 
 /// Notes what is about to be rendered.
-void FrameStages::plan(PinFrame const& frame, FrameRequest const& moment, Depth depth) {
+void FrameStages::plan(PinFrame const& frame, FrameRequest const& moment, Depth depth,
+                       Explanation* explanation) {
     auto const parameters =
         parametersAt(m_host->parameters(), {moment.time, moment.timeBase.scale});
     std::string const why = unusablePins(parameters, frame);
@@ -269,15 +279,15 @@ void FrameStages::plan(PinFrame const& frame, FrameRequest const& moment, Depth 
     ResampleOptions const resample = isModule() ? ResampleOptions{} : resampleOptionsOf(m_scene, 1);
     PlanReport const plan = planOf(parameters, frame, resample);
     warnOfShrink(parameters, plan);
-    if (!m_explanation) return;
-    m_explanation->layer = {frame.layerWidth, frame.layerHeight};
-    m_explanation->frame = frame.whole();
-    m_explanation->overscan = frame.overscan;
-    if (m_scene.matte) m_explanation->matte = describe(*m_scene.matte);
-    if (m_scene.holdout) m_explanation->holdout = describe(*m_scene.holdout);
-    if (m_scene.stMap) m_explanation->stMap = m_scene.stMap->name();
-    m_explanation->renderDepth = depth;
-    m_explanation->plan = plan;
+    if (!explanation) return;
+    explanation->layer = {frame.layerWidth, frame.layerHeight};
+    explanation->frame = frame.whole();
+    explanation->overscan = frame.overscan;
+    if (m_scene.matte) explanation->matte = describe(*m_scene.matte);
+    if (m_scene.holdout) explanation->holdout = describe(*m_scene.holdout);
+    if (m_scene.stMap) explanation->stMap = m_scene.stMap->name();
+    explanation->renderDepth = depth;
+    explanation->plan = plan;
 }
 
 /// Once a run. Medium reads two pixels a side and High four, wherever they stand.
@@ -293,8 +303,8 @@ void FrameStages::warnOfShrink(std::vector<Parameter> const& parameters, PlanRep
                      spelled(m_scene, "quality"))});
 }
 
-void FrameStages::endStage(char const* stage) {
-    if (m_explanation) m_explanation->clock.lap(stage);
+void FrameStages::endStage(char const* stage, Explanation* explanation) {
+    if (explanation) explanation->clock.lap(stage);
     if (m_listener) m_listener(stage);
     if (m_isStopped)
         throw UserError(ExitCode::kInterrupted,
@@ -303,6 +313,8 @@ void FrameStages::endStage(char const* stage) {
 
 /// Rounded once, by the writer.
 void FrameStages::store(int frame, RenderedFrame rendered) {
+    Explanation* const explanation = rendered.explanation.get();
+    if (explanation) explanation->clock.leaveOut();
     if (rendered.colors.workToOutput) {
         if (rendered.picture.depth() != Depth::kFloat)
             rendered.picture = floatWorld(rendered.picture);
@@ -312,17 +324,17 @@ void FrameStages::store(int frame, RenderedFrame rendered) {
     WriteReport const written =
         writePicture(rendered.picture, m_files.output.pathOf(frame), rendered.file);
     m_warnings.add(written.warnings);
-    if (m_explanation) {
-        m_explanation->writtenType = written.sampleType;
-        m_explanation->writtenBits = written.sampleBits;
-        m_explanation->clock.lap("write");
+    if (explanation) {
+        explanation->writtenType = written.sampleType;
+        explanation->writtenBits = written.sampleBits;
+        explanation->clock.lap("write");
     }
     if (m_listener) m_listener("write");
 }
 
 bool FrameStages::finishMovie(std::atomic<bool> const& stop) {
     if (!m_movie) return true;
-    auto const warning = m_movie->finish(!m_run.noClobber, stop);
+    auto const warning = m_movie->finish({!m_run.noClobber, m_run.isStrict}, stop);
     if (warning && !warning->empty()) m_warnings.add({*warning});
     return warning.has_value();
 }

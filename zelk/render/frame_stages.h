@@ -45,20 +45,25 @@ struct LoadedFrame {
     PixelMargins overscan;  ///< of the plate, around the frame
     std::shared_ptr<ChannelPlane const> matte, holdout;  ///< the matte until the layer is read
     FrameColors colors;
+    std::shared_ptr<Explanation> explanation;  ///< of the frame; null where none is asked for
 };
 struct RenderedFrame {
     World picture;  ///< straight colour on the module road, associated in float on the other
     WriteRequest file;
     FrameColors colors;  ///< the picture is in the working space
+    std::shared_ptr<Explanation> explanation;
 };
 
 /// Sentences that are told once, whatever frame they come from; for several threads.
 class Warnings {
 public:
+    /// With `isStrict` a warning is a failure: add throws the first of its sentences, told or not.
+    explicit Warnings(bool isStrict = false) : m_isStrict(isStrict) {}
     void add(std::vector<std::string> const& sentences);
     std::vector<std::string> take();
 
 private:
+    bool m_isStrict;
     std::mutex m_mutex;
     std::set<std::string> m_seen;
     std::vector<std::string> m_new;
@@ -71,9 +76,10 @@ inline PixelSize reduced(PixelSize size, int reduce) {
 
 class FrameStages {
 public:
-    /// As FrameRenderer. `explanation`, which may be null, is filled on the way of a frame that is
-    /// the only one.
-    explicit FrameStages(Scene scene, RunOptions run = {}, Explanation* explanation = nullptr);
+    /// As FrameRenderer. `explanation`, which may be null, is what all frames' own start from; a
+    /// frame carries its own through the stages.
+    explicit FrameStages(Scene scene, RunOptions run = {},
+                         Explanation const* explanation = nullptr);
     ~FrameStages();  ///< gives back the memory that images left
 
     Scene const& scene() const { return m_scene; }
@@ -93,6 +99,7 @@ public:
     // After begin:
     PixelSize layerSize() const { return m_sizes.layer; }
     PixelSize frameSize() const { return m_sizes.frame; }  ///< of the display window
+    PixelSize outputSize() const;  ///< of the output's display window, as it is written
     FrameRequest momentOf(int frame) const;
     /// The scene with the values that the host has now.
     Scene settledScene() const;
@@ -155,14 +162,15 @@ private:
     World layerWorld(int frame, FrameColors& colors);
     std::uint64_t bytesInFlight() const;
     PinFrame pinFrameOf(ModuleRender const& ask, int reduce, PixelMargins const& overscan) const;
-    void plan(PinFrame const& frame, FrameRequest const& moment, Depth depth);
+    void plan(PinFrame const& frame, FrameRequest const& moment, Depth depth,
+              Explanation* explanation = nullptr);
     void warnOfShrink(std::vector<Parameter> const& parameters, PlanReport const& plan);
     World renderedByModule(LoadedFrame& loaded, FrameRequest const& moment);
     World renderedInMemory(LoadedFrame& loaded, FrameRequest const& moment);
     World pinnedInMemory(LoadedFrame& loaded, FrameRequest const& moment);
     MovieRequest movieRequestOf(PixelSize size) const;
     void storeInMovie(RenderedFrame const& rendered);
-    void endStage(char const* stage);
+    void endStage(char const* stage, Explanation* explanation);
 
     Scene m_scene;
     RunOptions m_run;
@@ -181,7 +189,7 @@ private:
     std::string m_mapKey;                ///< what it was read from
     std::optional<MovieWriter> m_movie;
     bool m_isMovieChecked = false;
-    Explanation* m_explanation;
+    Explanation const* m_explanation;
     std::function<void(char const* stage)> m_listener;
     std::atomic<bool> m_isStopped{false};
 };

@@ -122,6 +122,7 @@ void renderInMemory(std::vector<Parameter> const& parameters, World& layer, Worl
         own.frameAspect =
             static_cast<float>(full.frame.width) / static_cast<float>(full.frame.height);
     host.setResampleOptions(&own);
+    host.setLendsInput(true);
     PixelSize const whole = full.frame + full.overscan;
     host.setScale(double(frame.width()) / whole.width, double(frame.height()) / whole.height);
     setControls(host, parameters, full);

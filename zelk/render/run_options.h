@@ -1,23 +1,32 @@
 // How a run over a scene's frames goes: what it replaces, prints and holds. No pixel depends on it.
-// renderFrames alone heeds skipExisting, dryRun, progress and explain. Messages call a field as an
-// edit of its name would be: "in-flight", or "--in-flight" on a command line.
+// renderFrames alone heeds all but isStrict and inFlight. Messages call a field as an edit of its
+// name would be: "in-flight", or "--in-flight" on a command line.
 #pragma once
+
+#include <filesystem>
 
 #include "zelk/render/frame_renderer.h"
 
 namespace zelk {
 
 /// kAuto is the bar on a terminal and plain lines elsewhere.
-enum class ProgressMode { kAuto, kBar, kPlain, kJson, kNone };
+/// kQuiet is kNone without warnings.
+enum class ProgressMode { kAuto, kBar, kPlain, kJson, kNone, kQuiet };
 
 /// Whether and how a render says what it did.
 enum class Explain { kNo, kText, kJson };
 
+/// Which frames are left out: none, those whose files are whole, or those that have a file.
+enum class SkipExisting { kNo, kWhole, kByName };
+
 struct RunOptions : RenderOptions {
-    bool skipExisting = false;  ///< a frame whose file is there is left out
-    bool dryRun = false;        ///< only print what would be read and written
-    int inFlight = 3;           ///< frames held at a time
+    SkipExisting skipExisting = SkipExisting::kNo;
+    bool isShared = false;  ///< other runs render frames of the same files at the same time
+    bool isStrict = false;  ///< a warning is a failure
+    bool dryRun = false;    ///< only print what would be read and written
+    int inFlight = 3;       ///< frames held at a time
     ProgressMode progress = ProgressMode::kAuto;
+    std::filesystem::path log = {};  ///< a file that events are added to; empty for none
     Explain explain = Explain::kNo;
 };
 

@@ -137,6 +137,7 @@ WriteRequest writeRequestOf(RunOptions const& run) {
     WriteRequest ask;
     ask.keepMetadata = run.keepMetadata;
     ask.noClobber = run.noClobber;
+    ask.isStrict = run.isStrict;
     ask.pngLevel = run.pngLevel;
     ask.history = run.history;
     return ask;

@@ -13,7 +13,7 @@ namespace zelk {
 
 namespace {
 
-constexpr int kInterrupts[] = {SIGINT, SIGTERM};
+constexpr int kInterrupts[] = {SIGINT, SIGTERM, SIGHUP};
 static_assert(std::atomic<bool>::is_always_lock_free);
 std::atomic<bool> isInterrupted = false;
 std::atomic<void (*)(int)> atNext = nullptr;

@@ -6,10 +6,10 @@
 
 namespace zelk {
 
-/// While it lives, the first SIGINT or SIGTERM sets a flag and nothing else. The next one goes to
-/// `next`: by default it removes the files that are half written and ends the process at once, with
-/// the exit code of an interruption. A signal that the caller ignores stays ignored. The former
-/// handlers come back at the end. One lives at a time.
+/// While it lives, the first SIGINT, SIGTERM or SIGHUP sets a flag and nothing else. The next one
+/// goes to `next`: by default it removes the files that are half written and ends the process at
+/// once, with the exit code of an interruption. A signal that the caller ignores stays ignored. The
+/// former handlers come back at the end. One lives at a time.
 class InterruptFlag {
 public:
     explicit InterruptFlag(void (*next)(int) = nullptr);
@@ -20,7 +20,7 @@ public:
     static std::atomic<bool> const& flag();
 
 private:
-    struct sigaction m_former[2];
+    struct sigaction m_former[3];
 };
 
 }  // namespace zelk

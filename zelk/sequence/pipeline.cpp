@@ -16,6 +16,7 @@
 #include <thread>
 
 #include "Transform/Common/PixelMemory.h"
+#include "zelk/files/output_place.h"
 #include "zelk/text/errors.h"
 
 namespace zelk {
@@ -28,6 +29,8 @@ std::optional<FrameFailure> failureOf(int frame, Work const& work) {
     try {
         work();
         return std::nullopt;
+    } catch (FullDisk const& error) {
+        return FrameFailure{frame, error.what(), error.code(), true};
     } catch (UserError const& error) {
         return FrameFailure{frame, error.what(), error.code()};
     } catch (std::exception const& error) {
@@ -59,7 +62,9 @@ public:
             });
         }
         if (m_fault) std::rethrow_exception(m_fault);
-        bool const isEndedByFailure = m_options.stopAtFirstFailure && !m_result.failed.empty();
+        bool const isEndedByFailure =
+            std::any_of(m_result.failed.begin(), m_result.failed.end(),
+                        [this](FrameFailure const& failure) { return endsRun(failure); });
         m_result.isStopped = m_sawStop && !isEndedByFailure;
         return std::move(m_result);
     }
@@ -130,10 +135,14 @@ private:
         std::size_t const slot = slotOf(i);
         if (m_failures[slot]) return;
         m_failures[slot] = failureOf(m_frames[i], [&] { stage(slot, m_frames[i]); });
-        if (!m_failures[slot] || !m_options.stopAtFirstFailure) return;
+        if (!m_failures[slot] || !endsRun(*m_failures[slot])) return;
         std::lock_guard const lock(m_mutex);
         m_end = std::min(m_end, i + 1);
         m_changed.notify_all();
+    }
+
+    bool endsRun(FrameFailure const& failure) const {
+        return m_options.stopAtFirstFailure || failure.endsRun;
     }
 
     void advance(std::size_t& counter) {

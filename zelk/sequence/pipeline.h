@@ -38,6 +38,7 @@ struct FrameFailure {
     int frame = 0;
     std::string message;
     ExitCode code = ExitCode::kRenderFailed;  ///< of a UserError
+    bool endsRun = false;                     ///< all further frames would fail alike: FullDisk
 };
 
 struct PipelineResult {
@@ -63,10 +64,10 @@ PipelineResult runStages(std::vector<int> const& frames, PipelineOptions const& 
 /// `store(frame, Rendered&&)` takes. `report` is called on the writer thread, in order, and may be
 /// empty.
 ///
-/// A stage that throws fails its frame: the run goes on, or ends there with stopAtFirstFailure,
-/// after the frames before that one. When the stop flag is seen, stores that have begun are
-/// finished and all other frames dropped; a load or render under way is waited for. Both threads
-/// are joined on every way out. Throws what `report` throws, and when no thread can be had.
+/// A stage that throws fails its frame: the run goes on, or ends there with stopAtFirstFailure or
+/// on a full disk, after the frames before that one. When the stop flag is seen, stores that have
+/// begun are finished and all other frames dropped; a load or render under way is waited for. Both
+/// threads are joined on every way out. Throws what `report` throws, and when no thread can be had.
 template <class Load, class Render, class Store>
 PipelineResult runFrames(std::vector<int> const& frames, PipelineOptions const& options, Load load,
                          Render render, Store store, FrameReport const& report = {}) {

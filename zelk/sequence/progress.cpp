@@ -2,18 +2,22 @@
 #include "zelk/sequence/progress.h"
 
 #include <fcntl.h>
+#include <fmt/chrono.h>
 #include <fmt/format.h>
 #include <sys/ioctl.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cmath>
+#include <ctime>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <utility>
 
+#include "zelk/files/output_place.h"
 #include "zelk/text/errors.h"
 
 namespace zelk {
@@ -40,6 +44,25 @@ std::string clockText(double seconds) {
     return fmt::format("{}:{:02}:{:02}", s / 3600, s / 60 % 60, s % 60);
 }
 
+constexpr int kEventVersion = 1;
+
+/// "2026-11-26T09:30:00Z"
+std::string timeText() { return fmt::format("{:%FT%TZ}", fmt::gmtime(std::time(nullptr))); }
+
+/// Of memory in use, the process's highest so far.
+std::uint64_t peakBytes() {
+    rusage use{};
+    ::getrusage(RUSAGE_SELF, &use);
+    return static_cast<std::uint64_t>(use.ru_maxrss) * 1024;
+}
+
+nlohmann::ordered_json namedTexts(std::vector<std::pair<std::string, std::string>> const& texts) {
+    nlohmann::ordered_json json = nlohmann::ordered_json::object();
+    for (auto const& [name, text] : texts)
+        if (!text.empty()) json[name] = text;
+    return json;
+}
+
 double inWholeMs(double seconds) { return std::round(seconds * 1e3) / 1e3; }
 
 /// Nothing where there is no speed yet.
@@ -53,6 +76,20 @@ std::string jsonLine(nlohmann::ordered_json const& object) {
 }
 
 }  // namespace
+
+EventSink openLog(std::filesystem::path const& path) {
+    auto const file = std::shared_ptr<int>(
+        new int(::open(path.c_str(), O_CREAT | O_APPEND | O_RDWR | O_CLOEXEC, 0666)),
+        [](int* kept) {
+            if (*kept >= 0) ::close(*kept);
+            delete kept;
+        });
+    if (*file < 0) throwUnwritable(path, errno);
+    char first = '{';
+    if (::pread(*file, &first, 1, 0) > 0 && first != '{')
+        throw UserError(ExitCode::kOutput, path.string() + ": is no log: give a new name");
+    return [file](std::string_view line) { writeAll(*file, line); };
+}
 
 ProgressScreen standardErrorScreen() {
     std::shared_ptr<int> const file(new int(::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3)),
@@ -75,8 +112,16 @@ ProgressScreen standardErrorScreen() {
     return screen;
 }
 
-Progress::Progress(ProgressMode mode, std::size_t count, ProgressScreen screen)
-    : m_mode(mode), m_count(count), m_screen(std::move(screen)), m_start(m_screen.seconds()) {
+struct Progress::Event {
+    nlohmann::ordered_json line;
+};
+
+Progress::Progress(ProgressMode mode, std::size_t count, ProgressScreen screen, EventSink log)
+    : m_mode(mode),
+      m_count(count),
+      m_screen(std::move(screen)),
+      m_log(std::move(log)),
+      m_start(m_screen.seconds()) {
     m_times = {m_start};
     if (mode == ProgressMode::kAuto)
         m_mode = m_screen.isTerminal ? ProgressMode::kBar : ProgressMode::kPlain;
@@ -84,38 +129,98 @@ Progress::Progress(ProgressMode mode, std::size_t count, ProgressScreen screen)
 
 Progress::~Progress() { clearBar(); }
 
-void Progress::begin(std::size_t count) {
+void Progress::send(Event const& event) {
+    bool const isShown = m_mode == ProgressMode::kJson;
+    if (!isShown && !m_log) return;
+    std::string const line = jsonLine(event.line);
+    if (isShown) m_screen.write(line);
+    if (m_log) m_log(line);
+}
+
+Progress::Event Progress::eventOf(char const* name, int frame) const {
+    return {{{"event", name},
+             {"frame", frame},
+             {"index", m_ended},
+             {"count", m_count},
+             {"seconds", inWholeMs(m_times.back() - m_start)}}};
+}
+
+void Progress::begin(std::size_t count, RunFacts const& facts) {
     m_count = count;
     m_start = m_screen.seconds();
     m_times = {m_start};
+    nlohmann::ordered_json line = {{"event", "start"},
+                                   {"schema", "zelk-progress"},
+                                   {"version", kEventVersion},
+                                   {"time", timeText()},
+                                   {"command", facts.command},
+                                   {"scene", namedTexts(facts.scene)},
+                                   {"frames", facts.frames},
+                                   {"count", count},
+                                   {"skipped", facts.skipped},
+                                   {"road", facts.road},
+                                   {"effectHost", facts.effectHost},
+                                   {"host", facts.host},
+                                   {"process", facts.process},
+                                   {"threads", facts.threads},
+                                   {"versions", namedTexts(facts.versions)}};
+    send({std::move(line)});
 }
 
-void Progress::done(int frame) {
+void Progress::done(int frame, FrameFacts const& facts) {
     tick();
+    Event event = eventOf("frame", frame);
+    event.line["file"] = facts.file;
+    if (facts.bytes) event.line["bytes"] = *facts.bytes;
+    event.line["stages"] = {{"load", inWholeMs(facts.loadSeconds)},
+                            {"render", inWholeMs(facts.renderSeconds)},
+                            {"store", inWholeMs(facts.storeSeconds)}};
+    event.line["peakBytes"] = peakBytes();
+    send(event);
     tell(frame, {});
 }
 
-void Progress::failed(int frame, std::string_view message) {
+void Progress::shared(int frame, std::string const& file) {
+    tick();
+    Event event = eventOf("shared", frame);
+    event.line["file"] = file;
+    send(event);
+}
+
+void Progress::failed(int frame, FailureFacts const& facts) {
     ++m_failed;
     tick();
-    tell(frame, oneLine(message));
+    Event event = eventOf("failure", frame);
+    if (!facts.file.empty()) event.line["file"] = facts.file;
+    event.line["message"] = oneLine(facts.message);
+    event.line["code"] = static_cast<int>(facts.code);
+    event.line["endsRun"] = false;
+    send(event);
+    tell(frame, oneLine(facts.message));
 }
 
 void Progress::warning(std::string_view message) {
     std::string const text = oneLine(message);
-    if (m_mode == ProgressMode::kJson)
-        return m_screen.write(jsonLine({{"event", "warning"}, {"message", text}}));
+    send({{{"event", "warning"}, {"message", text}}});
+    if (m_mode == ProgressMode::kJson || m_mode == ProgressMode::kQuiet) return;
     clearBar();
     m_screen.write("zelk: warning: " + text + "\n");
 }
 
-void Progress::error(std::string_view message, std::optional<int> frame, std::string_view file) {
-    if (!tellsErrors()) return;
-    nlohmann::ordered_json line = {{"event", "error"}};
-    if (frame) line["frame"] = *frame;
-    if (!file.empty()) line["file"] = file;
-    line["message"] = oneLine(message);
-    m_screen.write(jsonLine(line));
+void Progress::note(std::string_view text) {
+    if (m_mode != ProgressMode::kBar && m_mode != ProgressMode::kPlain) return;
+    clearBar();
+    m_screen.write("zelk: " + oneLine(text) + "\n");
+}
+
+void Progress::error(FailureFacts const& facts) {
+    nlohmann::ordered_json line = {{"event", "failure"}};
+    if (facts.frame) line["frame"] = *facts.frame;
+    if (!facts.file.empty()) line["file"] = facts.file;
+    line["message"] = oneLine(facts.message);
+    line["code"] = static_cast<int>(facts.code);
+    line["endsRun"] = true;
+    send({std::move(line)});
 }
 
 void Progress::clearBar() {
@@ -124,15 +229,16 @@ void Progress::clearBar() {
 
 void Progress::end(RunTotals const& totals) {
     clearBar();
-    if (m_mode != ProgressMode::kJson) return;
-    m_screen.write(jsonLine({{"event", "done"},
-                             {"index", m_ended},
-                             {"count", m_count},
-                             {"seconds", inWholeMs(m_times.back() - m_start)},
-                             {"written", totals.written},
-                             {"skipped", totals.skipped},
-                             {"failed", m_failed},
-                             {"stopped", totals.isStopped}}));
+    send({{{"event", "end"},
+           {"index", m_ended},
+           {"count", m_count},
+           {"seconds", inWholeMs(m_times.back() - m_start)},
+           {"written", totals.written},
+           {"skipped", totals.skipped},
+           {"failed", m_failed},
+           {"stopped", totals.isStopped},
+           {"peakBytes", peakBytes()},
+           {"code", static_cast<int>(totals.code)}}});
 }
 
 void Progress::tick() {
@@ -155,15 +261,8 @@ void Progress::tell(int frame, std::string const& message) {
         case ProgressMode::kPlain:
             return m_screen.write(isFailed ? fmt::format("{} failed: {}\n", place, message)
                                            : place + speedText(framesPerSecond()) + "\n");
-        case ProgressMode::kJson: {
-            nlohmann::ordered_json line = {{"event", isFailed ? "failed" : "frame"},
-                                           {"frame", frame},
-                                           {"index", m_ended},
-                                           {"count", m_count},
-                                           {"seconds", inWholeMs(m_times.back() - m_start)}};
-            if (isFailed) line["message"] = message;
-            return m_screen.write(jsonLine(line));
-        }
+        case ProgressMode::kJson:
+            return;
         default:
             if (isFailed) m_screen.write(fmt::format("{} failed: {}\n", place, message));
             return;

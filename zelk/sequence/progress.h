@@ -2,23 +2,26 @@
 //
 //   bar     one line, redrawn:   1003 (3/60) [##......] 12.3 frames/s, 0:05 left
 //   plain   a line a frame:      1003 (3/60) 12.3 frames/s
-//   json    an object a line, and nothing else:
-//           {"event":"frame","frame":1003,"index":3,"count":60,"seconds":0.31}
-//           "failed" is a frame with its "message"; "warning" and "error" have a "message", an
-//           "error" about a missing input its "frame" and "file"; "done" ends every run.
+//   json    an event a line, and nothing else: objects that docs/progress.schema.json describes
+//           {"event":"frame","frame":1003,"index":3,"count":60,"seconds":0.31, ...}
 //
-// Failures and warnings are told at once, without progress too. Speed is the mean over the
-// last 16 frames.
+// A log gets the events whatever the screen shows. Failures and warnings are told at once, without
+// progress too; warnings are not where it is quiet. Speed is the mean over the last 16 frames.
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <deque>
+#include <filesystem>
 #include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "zelk/render/run_options.h"
+#include "zelk/text/errors.h"
 
 namespace zelk {
 
@@ -34,33 +37,70 @@ struct ProgressScreen {
 /// written is left out.
 ProgressScreen standardErrorScreen();
 
+/// Takes a line of events, its end included.
+using EventSink = std::function<void(std::string_view line)>;
+/// A sink that adds to a file. Throws an output error where there is no log and none can be made: a
+/// file that holds anything else is left alone. What can't be written later is left out.
+EventSink openLog(std::filesystem::path const& file);
+
+/// What a run is, for its first event. Names and values may be empty.
+struct RunFacts {
+    std::string command;
+    std::vector<std::pair<std::string, std::string>> scene;  ///< "layer" and its name, ...
+    std::string frames;                                      ///< to be rendered, as a list
+    std::string host, effectHost, road;
+    int process = 0, threads = 0;
+    std::size_t skipped = 0;
+    std::vector<std::pair<std::string, std::string>> versions;
+};
+
+/// A frame that is written.
+struct FrameFacts {
+    std::string file = {};
+    std::optional<std::uint64_t> bytes = {};  ///< of a file of its own
+    double loadSeconds = 0, renderSeconds = 0, storeSeconds = 0;
+};
+
+/// What went wrong. Without a frame, or with a file that is not there, it ends the run.
+struct FailureFacts {
+    std::string message;
+    ExitCode code = ExitCode::kRenderFailed;
+    std::string file = {};
+    std::optional<int> frame = {};
+};
+
 /// What a run comes to, beside the frames that failed.
 struct RunTotals {
     std::size_t written = 0, skipped = 0;
     bool isStopped = false;
+    ExitCode code = ExitCode::kDone;
 };
 
 /// For one thread at a time.
 class Progress {
 public:
     /// The clock starts here, or with begin.
-    Progress(ProgressMode mode, std::size_t count, ProgressScreen screen);
+    Progress(ProgressMode mode, std::size_t count, ProgressScreen screen, EventSink log = {});
     ~Progress();
     Progress(Progress const&) = delete;
     Progress& operator=(Progress const&) = delete;
 
-    void begin(std::size_t count);
+    void begin(std::size_t count, RunFacts const& facts);
     /// Whether errors are to be told here and nowhere else: for programs.
     bool tellsErrors() const { return m_mode == ProgressMode::kJson; }
 
-    void done(int frame);
+    void done(int frame, FrameFacts const& facts = {});
+    /// A frame that another run has written.
+    void shared(int frame, std::string const& file);
     /// A frame that was only looked at: it is counted, and nothing is told.
     void passed() { tick(); }
-    void failed(int frame, std::string_view message);
+    void failed(int frame, FailureFacts const& facts);
     /// Something to know that is no frame's end.
     void warning(std::string_view message);
-    /// What ends the run, where tellsErrors; `frame` and `file` are of an input that is not there.
-    void error(std::string_view message, std::optional<int> frame = {}, std::string_view file = {});
+    /// What the user may wonder about; for people only.
+    void note(std::string_view text);
+    /// What ends the run, for events: the caller tells it where tellsErrors is false.
+    void error(FailureFacts const& facts);
 
     /// Clears the bar, for other text on the screen; the next frame draws it again.
     void clearBar();
@@ -72,12 +112,17 @@ public:
 private:
     void tick();
     void tell(int frame, std::string const& message);
+    struct Event;
+    void send(Event const& event);
+    /// Of an event about a frame, which has ended.
+    Event eventOf(char const* name, int frame) const;
     void drawBar(std::string const& place);
     double framesPerSecond() const;
 
     ProgressMode m_mode;
     std::size_t m_count, m_ended = 0, m_failed = 0;
     ProgressScreen m_screen;
+    EventSink m_log;
     double m_start;
     std::deque<double> m_times;  ///< ends of the last frames, and of the one before them
     bool m_isBarDrawn = false;

@@ -4,8 +4,15 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
+#include <set>
+#include <thread>
+#include <tuple>
+#include <utility>
 
+#include "zelk/files/frame_locks.h"
+#include "zelk/files/left_overs.h"
 #include "zelk/files/output_place.h"
 #include "zelk/files/standard_output.h"
 #include "zelk/movies/writer.h"
@@ -18,10 +25,14 @@
 #include "zelk/scene/invert.h"
 #include "zelk/scene/refusal.h"
 #include "zelk/scene/words.h"
+#include "zelk/sequence/explained_frames.h"
 #include "zelk/sequence/interrupt_flag.h"
+#include "zelk/sequence/journal.h"
 #include "zelk/sequence/pipeline.h"
 #include "zelk/sequence/progress.h"
+#include "zelk/sequence/run_facts.h"
 #include "zelk/sequence/schedule.h"
+#include "zelk/sequence/whole_frames.h"
 #include "zelk/text/errors.h"
 
 namespace zelk {
@@ -30,10 +41,13 @@ namespace {
 
 void checkMovie(Scene const& scene, RunOptions const& run) {
     std::filesystem::path const output = scene.outputPath();
-    if (run.skipExisting)
-        throw UserError(ExitCode::kUsage,
-                        {spelled(scene, "skip-existing"),
-                         "a movie can't be continued:", output.string(), "numbered pictures"});
+    for (auto const& [isAsked, option, refusal] :
+         {std::tuple{run.skipExisting != SkipExisting::kNo, "skip-existing", "continued"},
+          {run.isShared, "share", "shared"}})
+        if (isAsked)
+            throw UserError(ExitCode::kUsage,
+                            {spelled(scene, option), fmt::format("a movie can't be {}:", refusal),
+                             output.string(), "numbered pictures"});
     checkPlace(output, run.noClobber);
     requireMovieProgram(output);
 }
@@ -47,37 +61,80 @@ ProgressMode modeOf(RunOptions const& run, bool isStill) {
     return isQuiet ? ProgressMode::kNone : run.progress;
 }
 
+/// Of a run that renders nothing, events alone are told.
+ProgressMode shownMode(ProgressMode mode, Purpose purpose) {
+    bool const isKept =
+        purpose == Purpose::kRender || mode == ProgressMode::kJson || mode == ProgressMode::kQuiet;
+    return isKept ? mode : ProgressMode::kNone;
+}
+
+/// Runs that share frames take what is whole for another one's work.
+SkipExisting skipOf(RunOptions const& run) {
+    bool const isImplied = run.isShared && run.skipExisting == SkipExisting::kNo;
+    return isImplied ? SkipExisting::kWhole : run.skipExisting;
+}
+
+double secondsSince(std::chrono::steady_clock::time_point start) {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+/// A frame on its way; without a picture it is not this run's to make.
+template <class Picture>
+struct Taken {
+    std::optional<Picture> picture;
+    FrameFacts facts;
+    bool isLeft = false;  ///< another run has it; else one has written it
+};
+using TakenLoad = Taken<LoadedFrame>;
+using TakenRender = Taken<RenderedFrame>;
+
 class SequenceRun {
 public:
-    SequenceRun(Scene const& scene, RunOptions const& run, Purpose purpose)
+    SequenceRun(Scene const& scene, RunOptions const& run, Purpose purpose, EventSink log)
         : m_scene(scene),
           m_run(run),
           m_purpose(purpose),
           m_isStill(!isSequence(scene)),
           m_isMovie(isMovieName(scene.outputPath())),
           m_mode(modeOf(run, m_isStill)),
-          m_progress(purpose == Purpose::kRender || m_mode == ProgressMode::kJson
-                         ? m_mode
-                         : ProgressMode::kNone,
-                     0, standardErrorScreen()) {}
+          m_progress(shownMode(m_mode, purpose), 0, standardErrorScreen(), std::move(log)),
+          m_explained(run.explain, m_isStill),
+          m_journal(purpose == Purpose::kRender) {}
 
     /// Throws what ends the run before its last frame.
     ExitCode run();
     /// Whether an error that ended the run was told, and need not be any more.
-    bool tellError(char const* message);
+    bool tellError(char const* message, ExitCode code);
 
 private:
+    void choose(FrameStages& renderer);
+    void noteFolders(SceneFiles const& files, std::vector<int> const& frames);
+    void sweepFolders() const;
+    [[noreturn]] void endAtMissing(SceneFiles const& files);
     void takeFrames(FrameStages& renderer);
     void checkOutput(SceneFiles const& files) const;
     void runStages(FrameStages& renderer);
+    PipelineResult runPass(FrameStages& renderer, std::vector<int> const& frames);
     void checkStages(FrameStages& renderer);
+    enum class Share { kMine, kTaken, kWritten };
+    Share shareOf(std::filesystem::path const& file);
+    std::vector<int> awaited(SceneFiles const& files, std::vector<int> frames);
+    TakenLoad load(FrameStages& renderer, int frame);
+    TakenRender render(FrameStages& renderer, int frame, TakenLoad&& loaded);
+    void store(FrameStages& renderer, int frame, TakenRender&& rendered);
     void report(FrameStages& renderer, int frame, FrameFailure const* failure);
+    void noteShared(int frame, std::filesystem::path const& file);
     void tellWarnings(FrameStages& renderer);
     void printPlan(SceneFiles const& files) const;
     void tellEnd();
+    bool keepsJournal() const { return !m_isStill || skipOf(m_run) == SkipExisting::kWhole; }
+    bool isSilent() const {
+        return m_mode == ProgressMode::kNone || m_mode == ProgressMode::kQuiet;
+    }
     /// Whether a failure is the run's own error, in its one line.
-    bool isFailureTheEnd() const { return m_isStill && m_mode == ProgressMode::kNone; }
+    bool isFailureTheEnd() const { return m_isStill && isSilent(); }
     std::size_t written() const;
+    RunTotals totals(ExitCode code) const;
     std::string summary() const;
     ExitCode code() const;
 
@@ -90,36 +147,90 @@ private:
     Progress m_progress;
     Schedule m_schedule;
     PipelineResult m_result;
-    Explanation m_explanation;
-    std::vector<std::string> m_conversions;  ///< of colour
-    std::string m_missing;                   ///< the input that is not there, which ended the run
+    Explanation m_explanation;  ///< what all frames' own start from
+    ExplainedFrames m_explained;
+    std::vector<std::string> m_conversions;     ///< of colour
+    std::optional<FailureFacts> m_end;          ///< what ended the run, where it was a frame's
+    std::set<std::filesystem::path> m_folders;  ///< of the output
+    Journal m_journal;
+    std::optional<WholeFrames> m_whole;
+    std::optional<FrameLocks> m_locks;
+    std::vector<int> m_left;             ///< frames of the pass that other runs have taken
+    std::size_t m_shared = 0;            ///< frames that other runs have written meanwhile
+    bool m_isSettled = false;            ///< sizes are those of this run
+    bool m_isLeft = false;               ///< the frame that is about to be told is another run's
+    std::optional<FrameFacts> m_stored;  ///< of the frame that is about to be told
+    std::shared_ptr<Explanation> m_storedExplanation;  ///< of the same
 };
 
 ExitCode SequenceRun::run() {
     useThreads(m_run.threads);
     FrameStages renderer(m_scene, m_run, m_run.explain == Explain::kNo ? nullptr : &m_explanation);
     SceneFiles const& files = renderer.files();
-    m_schedule = scheduleOf(m_scene, m_run, files);
-    m_progress.begin(m_schedule.frames.size());
+    choose(renderer);
+    RunFacts facts = runFactsOf(renderer, m_schedule.frames);
+    facts.skipped = m_schedule.skipped;
+    m_progress.begin(m_schedule.frames.size(), facts);
     if (!m_schedule.frames.empty()) takeFrames(renderer);
     m_conversions = renderer.conversions().take();
     if (m_purpose == Purpose::kPlan) printPlan(files);
-    if (m_schedule.missingFrame && !m_result.isStopped) {
-        InputFiles const& input = files.missingOf(*m_schedule.missingFrame);
-        auto const [file, why] = input.missing(*m_schedule.missingFrame);
-        m_missing = file;
-        std::string sentence = file + ": " + why;
-        if (!m_isStill)
-            sentence += fmt::format(
-                "; {}{} hold, skip or black goes on without it",
-                input.isMovie() ? spelled(m_scene, "first-frame") + " says the first one's number, "
-                                : std::string(),
-                spelled(m_scene, "missing"));
-        if (!m_isStill && m_purpose == Purpose::kRender) sentence += " (" + summary() + ")";
-        throw UserError(ExitCode::kInput, sentence);
-    }
+    if (m_end && !isFailureTheEnd())
+        throw UserError(m_end->code, m_end->message + " (" + summary() + ")");
+    if (m_schedule.missingFrame && !m_result.isStopped) endAtMissing(files);
     tellEnd();
     return code();
+}
+
+/// Which frames are to be made. What the folders hold of the dead goes first.
+void SequenceRun::choose(FrameStages& renderer) {
+    SceneFiles const& files = renderer.files();
+    std::vector<int> const asked = framesAsked(m_scene, files);
+    m_whole.emplace(skipOf(m_run), keepsJournal() ? &m_journal : nullptr,
+                    [&, asked]() -> std::optional<PixelSize> {
+                        try {
+                            if (!std::exchange(m_isSettled, true)) renderer.begin(asked);
+                            return renderer.outputSize();
+                        } catch (UserError const&) {
+                            return std::nullopt;
+                        }
+                    });
+    if (m_purpose == Purpose::kRender && m_scene.output) {
+        noteFolders(files, asked);
+        sweepFolders();
+        if (!m_run.isShared)
+            for (auto const& folder : m_folders) m_journal.tidy(folder);
+    }
+    m_schedule = scheduleOf(m_scene, files, asked, [this](std::filesystem::path const& file) {
+        return !m_isMovie && m_whole->isWhole(file);
+    });
+}
+
+void SequenceRun::noteFolders(SceneFiles const& files, std::vector<int> const& frames) {
+    for (int const frame : frames) {
+        std::filesystem::path const file = files.output.pathOf(frame);
+        m_folders.insert(file.parent_path());
+        m_folders.insert(behindLinks(file).parent_path());
+    }
+}
+
+void SequenceRun::sweepFolders() const {
+    for (auto const& folder : m_folders) sweepLeftOvers(folder);
+}
+
+void SequenceRun::endAtMissing(SceneFiles const& files) {
+    int const frame = *m_schedule.missingFrame;
+    InputFiles const& input = files.missingOf(frame);
+    auto const [file, why] = input.missing(frame);
+    m_end = FailureFacts{{}, ExitCode::kInput, file, frame};
+    std::string sentence = file + ": " + why;
+    if (!m_isStill)
+        sentence += fmt::format(
+            "; {}{} hold, skip or black goes on without it",
+            input.isMovie() ? spelled(m_scene, "first-frame") + " says the first one's number, "
+                            : std::string(),
+            spelled(m_scene, "missing"));
+    if (!m_isStill && m_purpose == Purpose::kRender) sentence += " (" + summary() + ")";
+    throw UserError(ExitCode::kInput, sentence);
 }
 
 /// Without the frames that the check refused; nothing where that leaves nothing.
@@ -136,25 +247,29 @@ void SequenceRun::printPlan(SceneFiles const& files) const {
 }
 
 void SequenceRun::tellEnd() {
-    m_progress.end({written(), m_schedule.skipped, m_result.isStopped});
-    if (isFailureTheEnd() && !m_result.failed.empty())
+    bool const isFailed = isFailureTheEnd() && !m_result.failed.empty();
+    if (isFailed) m_progress.error({m_result.failed.front().message, code()});
+    m_progress.end(totals(code()));
+    if (isFailed)
         std::fprintf(stderr, "zelk: %s\n", oneLine(m_result.failed.front().message).c_str());
-    bool const isTold = m_mode != ProgressMode::kNone || (m_isStill && m_schedule.skipped > 0);
+    bool const isTold = m_mode != ProgressMode::kQuiet &&
+                        (m_mode != ProgressMode::kNone || (m_isStill && m_schedule.skipped > 0));
     if (m_purpose == Purpose::kRender && isTold && !m_progress.tellsErrors())
         std::fprintf(stderr, "zelk: %s\n", summary().c_str());
-    if (m_result.done.empty() || m_purpose != Purpose::kRender) return;
-    if (m_run.explain == Explain::kText) print(asText(m_explanation));
-    if (m_run.explain == Explain::kJson) print(asJson(m_explanation));
+    if (m_purpose == Purpose::kRender) print(m_explained.end());
 }
 
-bool SequenceRun::tellError(char const* message) {
-    if (!m_progress.tellsErrors()) return false;
-    if (m_missing.empty())
-        m_progress.error(message);
-    else
-        m_progress.error(message, m_schedule.missingFrame, m_missing);
-    m_progress.end({written(), m_schedule.skipped, m_result.isStopped});
-    return true;
+RunTotals SequenceRun::totals(ExitCode code) const {
+    return {written(), m_schedule.skipped + m_shared, m_result.isStopped, code};
+}
+
+bool SequenceRun::tellError(char const* message, ExitCode code) {
+    FailureFacts facts = m_end.value_or(FailureFacts{});
+    facts.message = message;
+    facts.code = code;
+    m_progress.error(facts);
+    m_progress.end(totals(code));
+    return m_progress.tellsErrors();
 }
 
 void SequenceRun::checkOutput(SceneFiles const& files) const {
@@ -164,19 +279,23 @@ void SequenceRun::checkOutput(SceneFiles const& files) const {
     else
         checkTarget(files.output.pathOf(m_schedule.frames.front()), m_run.noClobber);
     checkOutputsAreNoInputs(m_scene, m_run, files, m_schedule.frames);
+    auto const log = m_run.log.empty() ? std::nullopt : identityOf(m_run.log);
+    for (int const frame : m_schedule.frames)
+        if (log && identityOf(files.output.pathOf(frame)) == log)
+            throw UserError(ExitCode::kUsage, {spelled(m_scene, "log"), "is the output's own file:",
+                                               m_run.log.string(), "another name"});
 }
 
 void SequenceRun::takeFrames(FrameStages& renderer) {
     checkOutput(renderer.files());
     m_explanation.road = m_scene.roadTaken();
-    PF_SpecVersion const version = renderer.host().identity().version;
-    m_explanation.host = fmt::format("{} {}.{}", wordOf(kHostWords, m_scene.hostApp()),
-                                     version.major, version.minor);
+    m_explanation.host = effectHostOf(renderer);
     m_explanation.threads = engineThreads(m_scene);
     renderer.begin(m_schedule.frames);
+    m_isSettled = true;
     renderer.checkMemory();
     if (m_scene.roadTaken() == Road::kModule) releaseStartupMemory();
-    m_explanation.clock.lap("setup");
+    if (m_isStill) m_explanation.clock.lap("setup");
     if (m_purpose == Purpose::kRender)
         runStages(renderer);
     else
@@ -195,35 +314,149 @@ void SequenceRun::checkStages(FrameStages& renderer) {
         });
 }
 
+/// Frames that other runs have taken come again, until they are done or free.
 void SequenceRun::runStages(FrameStages& renderer) {
     std::optional<InterruptFlag> interrupt;
     if (!m_isStill) interrupt.emplace();  // a single picture ends at once: nothing is written yet
+    if (m_run.isShared) m_locks.emplace();
+    std::vector<int> frames = m_schedule.frames;
+    while (!frames.empty() && !m_end) {
+        m_left.clear();
+        PipelineResult const pass = runPass(renderer, frames);
+        m_result.failed.insert(m_result.failed.end(), pass.failed.begin(), pass.failed.end());
+        m_result.isStopped = pass.isStopped;
+        if (pass.isStopped) break;
+        frames = awaited(renderer.files(), m_left);
+    }
+    m_locks.reset();
+    if (m_run.isShared) sweepFolders();  // of those who died meanwhile
+    if (m_end) std::erase_if(m_result.failed, [](auto const& failure) { return failure.endsRun; });
+    if (m_end && isFailureTheEnd()) m_result.failed.push_back({0, m_end->message, m_end->code});
+    if (m_result.isStopped || m_end || !m_result.failed.empty()) return;
+    m_isWhole = renderer.finishMovie(InterruptFlag::flag());
+    m_result.isStopped = m_result.isStopped || !m_isWhole;
+    tellWarnings(renderer);
+}
+
+PipelineResult SequenceRun::runPass(FrameStages& renderer, std::vector<int> const& frames) {
     PipelineOptions options;
     options.inFlight = static_cast<std::size_t>(m_run.inFlight);
     options.stop = &InterruptFlag::flag();
     options.stopAtFirstFailure = m_isMovie;  // a movie can't have holes
-    m_result = runFrames(
-        m_schedule.frames, options, [&](int frame) { return renderer.load(frame); },
-        [&](int frame, LoadedFrame&& loaded) { return renderer.render(frame, std::move(loaded)); },
-        [&](int frame, RenderedFrame&& done) { renderer.store(frame, std::move(done)); },
+    return runFrames(
+        frames, options, [&](int frame) { return load(renderer, frame); },
+        [&](int frame, TakenLoad&& loaded) { return render(renderer, frame, std::move(loaded)); },
+        [&](int frame, TakenRender&& done) { store(renderer, frame, std::move(done)); },
         [&](int frame, std::size_t, FrameFailure const* failure) {
             report(renderer, frame, failure);
         });
-    if (m_result.isStopped || !m_result.failed.empty()) return;
-    m_isWhole = renderer.finishMovie(InterruptFlag::flag());
-    m_result.isStopped = !m_isWhole;
-    tellWarnings(renderer);
+}
+
+/// Of a run that shares: another one may have the frame, or have written it since.
+SequenceRun::Share SequenceRun::shareOf(std::filesystem::path const& file) {
+    if (!m_locks) return Share::kMine;
+    if (!m_locks->take(file)) return Share::kTaken;
+    if (!m_whole->isWhole(file)) return Share::kMine;
+    m_locks->release(file);
+    return Share::kWritten;
+}
+
+/// Those of frames that other runs had, once one of them is free; none when all are written.
+std::vector<int> SequenceRun::awaited(SceneFiles const& files, std::vector<int> frames) {
+    constexpr auto kTurn = std::chrono::milliseconds(200);
+    bool isFree = frames.empty();
+    for (bool isTold = false; !isFree && !frames.empty(); isTold = true) {
+        std::vector<int> still;
+        for (int const frame : frames) {
+            std::filesystem::path const file = files.output.pathOf(frame);
+            bool const isTaken = m_locks->take(file);
+            bool const isWritten = isTaken && m_whole->isWhole(file);
+            m_locks->release(file);
+            if (isWritten)
+                noteShared(frame, file);
+            else
+                still.push_back(frame);
+            isFree = isFree || (isTaken && !isWritten);
+        }
+        frames = still;
+        if (isFree || frames.empty()) break;
+        if (InterruptFlag::flag()) m_result.isStopped = true;
+        if (m_result.isStopped) return {};
+        if (!isTold)
+            m_progress.note(fmt::format("waiting for {} of {}", framesCounted(frames.size()),
+                                        lockHolder(files.output.pathOf(frames.front()))));
+        std::this_thread::sleep_for(kTurn);
+    }
+    return frames;
+}
+
+TakenLoad SequenceRun::load(FrameStages& renderer, int frame) {
+    TakenLoad taken;
+    taken.facts.file = renderer.files().output.pathOf(frame).string();
+    Share const share = shareOf(taken.facts.file);
+    taken.isLeft = share == Share::kTaken;
+    if (share != Share::kMine) return taken;
+    auto const start = std::chrono::steady_clock::now();
+    taken.picture = renderer.load(frame);
+    taken.facts.loadSeconds = secondsSince(start);
+    return taken;
+}
+
+TakenRender SequenceRun::render(FrameStages& renderer, int frame, TakenLoad&& loaded) {
+    TakenRender taken{{}, std::move(loaded.facts), loaded.isLeft};
+    if (!loaded.picture) return taken;
+    auto const start = std::chrono::steady_clock::now();
+    taken.picture = renderer.render(frame, std::move(*loaded.picture));
+    taken.facts.renderSeconds = secondsSince(start);
+    return taken;
+}
+
+void SequenceRun::store(FrameStages& renderer, int frame, TakenRender&& rendered) {
+    m_isLeft = rendered.isLeft;
+    if (!rendered.picture) return;
+    auto const start = std::chrono::steady_clock::now();
+    FrameFacts& facts = rendered.facts;
+    m_storedExplanation = rendered.picture->explanation;
+    renderer.store(frame, std::move(*rendered.picture));
+    if (!m_isMovie && keepsJournal()) {
+        if (auto const sum = sumOf(facts.file)) {
+            m_journal.note(facts.file, *sum);
+            facts.bytes = sum->bytes;
+        }
+    } else if (!m_isMovie) {
+        std::error_code none;
+        facts.bytes = std::filesystem::file_size(facts.file, none);
+    }
+    facts.storeSeconds = secondsSince(start);
+    m_stored = std::move(facts);
 }
 
 void SequenceRun::report(FrameStages& renderer, int frame, FrameFailure const* failure) {
-    if (failure && isFailureTheEnd()) return;
-    if (failure)
-        m_progress.failed(frame, failure->message);
-    else if (m_purpose == Purpose::kRender)
-        m_progress.done(frame);
-    else
+    std::filesystem::path const file = renderer.files().output.pathOf(frame);
+    auto const stored = std::exchange(m_stored, std::nullopt);
+    if (m_locks) m_locks->release(file);
+    if (failure && failure->endsRun)
+        m_end = FailureFacts{failure->message, failure->code, file.string(), frame};
+    if (failure && (failure->endsRun || isFailureTheEnd())) return;
+    if (failure) {
+        m_progress.failed(frame, {failure->message, failure->code, file.string(), frame});
+    } else if (m_purpose != Purpose::kRender) {
         m_progress.passed();
+    } else if (stored) {
+        m_result.done.push_back(frame);
+        m_progress.done(frame, *stored);
+        if (m_storedExplanation) print(m_explained.add(frame, stored->file, *m_storedExplanation));
+    } else if (m_isLeft) {
+        m_left.push_back(frame);
+    } else {
+        noteShared(frame, file);
+    }
     tellWarnings(renderer);
+}
+
+void SequenceRun::noteShared(int frame, std::filesystem::path const& file) {
+    ++m_shared;
+    m_progress.shared(frame, file.string());
 }
 
 void SequenceRun::tellWarnings(FrameStages& renderer) {
@@ -239,6 +472,7 @@ std::string SequenceRun::summary() const {
     bool const isLost = m_isMovie && (m_result.isStopped || !m_result.failed.empty());
     std::size_t const count = m_purpose == Purpose::kRender ? m_result.done.size() : 0;
     std::string text = isLost ? "no movie written" : framesCounted(count) + " written";
+    if (m_shared) text += fmt::format(", {} by other runs", m_shared);
     if (m_schedule.skipped) text += fmt::format(", {} skipped", m_schedule.skipped);
     if (!m_result.failed.empty()) text += fmt::format(", {} failed", m_result.failed.size());
     if (m_result.isStopped) text += ", interrupted";
@@ -249,23 +483,21 @@ std::string SequenceRun::summary() const {
 ExitCode SequenceRun::code() const {
     if (m_result.isStopped) return ExitCode::kInterrupted;
     if (m_result.failed.empty()) return ExitCode::kDone;
-    bool const isSome = !m_isMovie && !m_result.done.empty();
+    bool const isSome = !m_isMovie && (!m_result.done.empty() || m_shared > 0);
     return isSome ? ExitCode::kSomeFailed : m_result.failed.front().code;
 }
 
 ExitCode take(Scene const& asked, RunOptions const& options, Purpose purpose) {
     Scene const scene = invertedScene(asked);
-    if (options.explain != Explain::kNo && isSequence(scene))
-        throw UserError(ExitCode::kUsage,
-                        spelled(scene, "explain") + " works for a single picture only");
-    SequenceRun run(scene, options, purpose);
+    EventSink log = options.log.empty() ? EventSink() : openLog(options.log);
+    SequenceRun run(scene, options, purpose, std::move(log));
     try {
         return withUserErrors([&] { return run.run(); });
     } catch (UserError const& error) {
-        if (!run.tellError(error.what())) throw;
+        if (!run.tellError(error.what(), error.code())) throw;
         return error.code();
     } catch (std::exception const& error) {
-        if (!run.tellError(error.what())) throw;
+        if (!run.tellError(error.what(), ExitCode::kRenderFailed)) throw;
         return ExitCode::kRenderFailed;
     }
 }

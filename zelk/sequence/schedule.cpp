@@ -42,7 +42,7 @@ std::vector<int> withHoles(std::vector<int> const& frames, Comp const& comp) {
     return all;
 }
 
-std::vector<int> framesAsked(Scene const& scene, SceneFiles const& files) {
+std::vector<int> framesMeant(Scene const& scene, SceneFiles const& files) {
     if (!isSequence(scene)) return {compOf(scene, 0, 0).startFrame};
     if (scene.frames) return parseFrameRange(spelled(scene, "frames"), *scene.frames);
     for (auto const& [kind, input] : files.inputs()) {
@@ -61,16 +61,21 @@ std::vector<int> framesAsked(Scene const& scene, SceneFiles const& files) {
 
 }  // namespace
 
-Schedule scheduleOf(Scene const& scene, RunOptions const& run, SceneFiles const& files) {
-    std::vector<int> const asked = framesAsked(scene, files);
+std::vector<int> framesAsked(Scene const& scene, SceneFiles const& files) {
+    std::vector<int> asked = framesMeant(scene, files);
     bool const isMovie = isMovieName(scene.outputPath());
     if (asked.size() > 1 && scene.output && !files.output.isSequence() && !isMovie)
         throw refusalOf(scene, SceneField::kOutput,
                         "the same file for every frame:", scene.outputPath().string(),
                         "a frame mark such as out.%04d.exr");
+    return asked;
+}
+
+Schedule scheduleOf(Scene const& scene, SceneFiles const& files, std::vector<int> const& asked,
+                    IsDone const& isDone) {
     Schedule schedule;
     for (int const frame : asked) {
-        bool const isWritten = run.skipExisting && !isMovie && onDisk(files.output.pathOf(frame));
+        bool const isWritten = scene.output && isDone(files.output.pathOf(frame));
         bool const isLeftOut = scene.missing == MissingInput::kSkip && !files.isReadable(frame);
         if (isWritten || isLeftOut) {
             ++schedule.skipped;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -18,12 +19,17 @@ struct Schedule {
     std::optional<int> missingFrame;  ///< before which the run ends
 };
 
-/// The frames of --frames, else of the layer's files, else of the plate's, else of the ST map's,
-/// with the composition's frames between them, else all of the composition's; one frame for a
-/// single picture; but for those that are written already or lack an input. Throws a usage error
-/// where there are none or all would be one file, an input error for a numbered input without
-/// files.
-Schedule scheduleOf(Scene const& scene, RunOptions const& run, SceneFiles const& files);
+/// Whether a frame's file is done already.
+using IsDone = std::function<bool(std::filesystem::path const& file)>;
+
+/// The frames that are asked for: of --frames, else of the layer's files, else of the plate's, else
+/// of the ST map's, with the composition's frames between them, else all of the composition's; one
+/// frame for a single picture. Throws a usage error where there are none or all would be one file,
+/// an input error for a numbered input without files.
+std::vector<int> framesAsked(Scene const& scene, SceneFiles const& files);
+/// Those of `asked` that are neither done nor lack an input.
+Schedule scheduleOf(Scene const& scene, SceneFiles const& files, std::vector<int> const& asked,
+                    IsDone const& isDone);
 
 /// An error where a frame's output is the very file that it reads, unless the run says that it may
 /// be (requireOtherFile). A frame's file must never be what another frame reads, as which of them

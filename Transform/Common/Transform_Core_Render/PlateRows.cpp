@@ -14,18 +14,6 @@ constexpr int kNormal = 2;  ///< number of the mode
 /// as many sums, each within 2^-24.
 constexpr float kWeightRounding = 0x1p-20f;
 
-void layNormally(float* pixel, float const* plate, int width) {
-    for (; width > 0; --width, pixel += 4, plate += 4) {
-        float const rest = 1.0f - pixel[0];
-        // Nothing of a hidden plate counts, not even infinity times 0, and what hides it is opaque.
-        if (std::fabs(rest) <= kWeightRounding) {
-            pixel[0] = 1;
-            continue;
-        }
-        for (int c = 0; c < 4; ++c) pixel[c] += plate[c] * rest;
-    }
-}
-
 /// Colour without alpha stays as it is, both ways.
 void makeStraight(float const* pixel, float* straight) {
     float const divisor = pixel[0] == 0 ? 1 : pixel[0];
@@ -55,9 +43,21 @@ void layByMode(float* pixel, float const* plate, int width, BlendRow<PIXEL_ARGB3
 
 }  // namespace
 
+void layOverPlateNormally(float* pixel, float const* plate, int width, int alpha) {
+    for (; width > 0; --width, pixel += 4, plate += 4) {
+        float const rest = 1.0f - pixel[alpha];
+        // Nothing of a hidden plate counts, not even infinity times 0, and what hides it is opaque.
+        if (std::fabs(rest) <= kWeightRounding) {
+            pixel[alpha] = 1;
+            continue;
+        }
+        for (int c = 0; c < 4; ++c) pixel[c] += plate[c] * rest;
+    }
+}
+
 void layOverPlate(float* pixels, float const* plate, int width, int mode) {
     if (mode == kNormal)
-        layNormally(pixels, plate, width);
+        layOverPlateNormally(pixels, plate, width, 0);
     else
         layByMode(pixels, plate, width, blendRowOfMode<PIXEL_ARGB32>(mode));
 }

@@ -1,7 +1,7 @@
 // Laying a rendered row over a plate of its own: a picture in a frame of another size has no source
 // layer to lie over.
 //
-// Float pixels, alpha first, colour associated on both sides and in the result. Normal is
+// Float pixels, colour associated on both sides and in the result. Normal is
 //
 //   c = f + p (1 - a)       of each channel; f alone where a is 1 but for the rounding of weights
 //
@@ -9,5 +9,8 @@
 // transparent the plate stays as it is.
 #pragma once
 
-/// `mode` is a PF_Xfer_* number that has a mode; the result is in `pixels`. Safe on any thread.
+/// Normal, with alpha at channel 0 or 3 of both. The result is in `pixels`. Safe on any thread.
+void layOverPlateNormally(float* pixels, float const* plate, int width, int alpha);
+
+/// `mode` is a PF_Xfer_* number that has a mode; alpha comes first.
 void layOverPlate(float* pixels, float const* plate, int width, int mode);

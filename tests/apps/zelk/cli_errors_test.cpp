@@ -24,7 +24,6 @@ render in.png --explain= -o out.png;2;--explain;no value
 R --to;2;--to;no value
 R --view to --view from;2;--view is given more than once
 R --explain --dry-run;2;--explain
-R --explain --frames 1;2;--explain
 R --downsample 1.5;2;"1.5";whole number
 R --quality ultra;2;"ultra";low, medium, high, super or best
 R --threads -1;2;"-1";0 to 1024

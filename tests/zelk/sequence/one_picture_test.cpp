@@ -111,7 +111,7 @@ TEST_F(OnePicture, NoOutputReplacesItsOwnInputUnasked) {
 
 TEST_F(OnePicture, TakesTheOptionsOfASequence) {
     put("o.png", "earlier");
-    EXPECT_EQ(render("in.png", "o.png", {"--skip-existing"}),
+    EXPECT_EQ(render("in.png", "o.png", {"--skip-existing=name"}),
               "zelk: 0 frames written, 1 skipped\n");
     EXPECT_EQ(render("none.png", "o.png", {"--missing", "skip"}),
               "zelk: 0 frames written, 1 skipped\n");

@@ -112,7 +112,7 @@ TEST_F(Sequence, MissingInputsByPolicy) {
     }
     expectProject(
         "--frames 1001-1006 --progress json"_words, 3,
-        R"("event":"error","frame":1003,"file":"plate.1003.png","message":"plate.1003.png: no such file)");
+        R"("event":"failure","frame":1003,"file":"plate.1003.png","message":"plate.1003.png: no such file)");
     auto const held = frame("hold", 1003), black = frame("black", 1003);
     EXPECT_EQ(black.at(39, 0, 0), 0) << "upper right, beside the layer";
     EXPECT_EQ(held.at(39, 0, 0), frame("hold", 1002).at(39, 0, 0));
@@ -123,7 +123,7 @@ TEST_F(Sequence, AFailedFrameIsTheOnlyOne) {
                   "1005: read layer.png, over plate.1005.png, write out.1005.exr");
     EXPECT_EQ(countOf("out"), 0);
     put("plate.1002.png", "no picture");
-    expectProject({"--progress", "json"}, 5, R"("event":"failed","frame":1002)");
+    expectProject({"--progress", "json"}, 5, R"("event":"failure","frame":1002)");
     EXPECT_EQ(countOf("out"), 5);
 
     // The files of an earlier run are left alone; the failed one is done when it can be.
@@ -142,7 +142,7 @@ TEST_F(Sequence, AMovieIsPipedAndTakesItsPlaceWhole) {
     put("m.mov", "earlier");
     putProgram("ffmpeg", "cat > /dev/null; echo no such codec >&2; exit 1");
     expectProject({"-o", "m.mov"}, 4, "no such codec");
-    expectProject("-o m.mov --progress json"_words, 4, R"("event":"error")");
+    expectProject("-o m.mov --progress json"_words, 4, R"("event":"failure")");
     EXPECT_EQ(bytesOf("m.mov"), "earlier");
 
     putProgram("ffmpeg", "for last; do :; done; cat > \"$last\"");
