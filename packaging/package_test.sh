@@ -49,6 +49,7 @@ inside apt-get satisfy -y -qq --no-install-recommends "${needed[@]}" \
     "man-db, bash-completion, fish, zsh, cmake, g++, ninja-build" >"$work/log" 2>&1 ||
     { tail -n 20 "$work/log"; exit 1; }
 inside ldconfig
+inside mandb --quiet  # the index of manual pages, which any package's trigger would make
 files_there() {
     (cd "$root" && find . -xdev \( -path ./proc -o -path ./dev -o -path ./home -o -path ./tmp \
         -o -path ./var/cache/apt -o -path ./var/lib/apt -o -path ./var/log \) -prune -o -print) | sort
