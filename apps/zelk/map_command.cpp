@@ -95,10 +95,7 @@ ExitCode MapCommand::run(Invocation const& how) {
     RunOptions const run = m_output.run(how);
     useThreads(run.threads);
     FrameStages renderer(scene, run);
-    std::vector<int> const frames =
-        scheduleOf(scene, renderer.files(), framesAsked(scene, renderer.files()), [](auto&) {
-            return false;
-        }).frames;
+    std::vector<int> const frames = scheduleOf(scene, run, renderer.files()).frames;
     if (m_isMatrix) {
         checkPlace(output, run.noClobber);
     } else {

@@ -209,21 +209,18 @@ public:
         EventScene scene(m_instance, m_time);
         OfxPointD const pen = penPosition();
         std::optional<int> const pin = pinUnder(scene, pen);
-        m_state.step.emplace(m_instance.parameters, "Move Pins");
         if (pin) {
             OfxPointD const at = scene.pinAt(*pin);
             m_state.pin = *pin;
             m_state.grab = {at.x - pen.x, at.y - pen.y};
-            m_state.drag = OverlayState::Drag::kPin;
+            startDrag(OverlayState::Drag::kPin);
             return redrawn();
         }
         scene.mouse().modifiers = m_state.isShiftHeld ? PF_Mod_SHIFT_KEY : PF_Mod_NONE;
-        if (!scene.send(PF_Event_DO_CLICK, pen) || !scene.mouse().send_drag) {
-            endDrag();
+        if (!scene.send(PF_Event_DO_CLICK, pen) || !scene.mouse().send_drag)
             return kOfxStatReplyDefault;
-        }
         std::memcpy(m_state.refcon, scene.mouse().continue_refcon, sizeof m_state.refcon);
-        m_state.drag = OverlayState::Drag::kQuad;
+        startDrag(OverlayState::Drag::kQuad);
         return redrawn();
     }
 
@@ -269,6 +266,10 @@ private:
     OfxStatus redrawn() const {
         suites().interact->interactRedraw(m_interact);
         return kOfxStatOK;
+    }
+    void startDrag(OverlayState::Drag drag) {
+        m_state.drag = drag;
+        m_state.step.emplace(m_instance.parameters, "Move Pins");
     }
     void endDrag() {
         m_state.drag = OverlayState::Drag::kNone;

@@ -204,6 +204,21 @@ TEST(OfxThreads, TwoAtOnceEqualOneByOne) {
     expectClean(host);
 }
 
+// Frames large enough for threads, the binary unloaded after each: no thread wakes up in what is
+// gone.
+TEST(OfxThreads, OutliveTheBinary) {
+    OfxRectI const frame = {0, 0, 800, 600};
+    PictureBuffer source(frame), output(frame);
+    source.fill(pattern);
+    for (int round = 0; round < 3; ++round) {
+        Session session(hostChoice("tree"), {{"Source", still(source.view())}},
+                        {.size = {800, 600}});
+        setPins(*session.instance, {20, 580, 780, 500, 10, 10, 700, 50});
+        session.render(output, frame);
+        output.clear();
+    }
+}
+
 // An abort at any question ends well, with all given back.
 TEST(OfxAbort, EndsWithOk) {
     PictureBuffer source(kFrame), output(kFrame);

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Installs the build into a folder of its own, moves it, builds the C++ example against it from
-# outside the sources, and runs that and the command through a link.
+# outside the sources, and runs that, the command through a link and the Python package.
 set -euo pipefail
-build=$1 sources=$2 compiler=$3 flags=$4
+build=$1 sources=$2 compiler=$3 flags=$4 python=${5:-}
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cmake --install "$build" --prefix "$work/first" >"$work/log" || { cat "$work/log"; exit 1; }
@@ -32,6 +32,14 @@ ln -s "$work/moved/bin/zelk" link
 grep -q to-upper-left params.txt
 ./link render pinned.ppm --over pinned.ppm -o again.png --to "40,10 130,20 30,80 140,70"
 [ -s again.png ]
+if [ -n "$python" ]; then
+    PYTHONPATH=moved/lib/python3/dist-packages "$python" -B -c '
+import numpy, zelk
+picture = numpy.full((90, 160, 3), (255, 128, 0), "uint8")
+pinned = zelk.corner_pin(picture, "40,10 130,20 30,80 140,70", size=(160, 90), quality="best")
+assert tuple(pinned[45, 80]) == (255, 128, 0, 255), pinned[45, 80]'
+fi
+
 # A link to the whole tree, from a folder that has nothing to do with either.
 ln -s "$work/moved" tree
 (cd / && "$work/tree/bin/zelk" --version --verbose) >version.txt

@@ -100,9 +100,7 @@ public:
         ::close(file);
         return true;
     }
-    bool replace(fs::path const& lock) const {
-        return ::rename(m_path.c_str(), lock.c_str()) == 0;
-    }
+    bool replace(fs::path const& lock) const { return ::rename(m_path.c_str(), lock.c_str()) == 0; }
     std::int64_t age(fs::path const& lock) const {
         return changeOf(m_path).value_or(0) - changeOf(lock).value_or(0);
     }
@@ -125,8 +123,8 @@ bool claim(fs::path const& lock, std::string const& line, int depth) {
     auto const holder = lineOf(lock);
     if (!holder) return false;  // released just now: the next turn has it
     Life const life = lifeOfLine(*holder);
-    bool const isDead = life == Life::kDead ||
-                        (life == Life::kUnknown && candidate.age(lock) > kSilentSeconds);
+    bool const isDead =
+        life == Life::kDead || (life == Life::kUnknown && candidate.age(lock) > kSilentSeconds);
     constexpr int kDeepest = 3;
     if (!isDead || depth == kDeepest) return false;
     fs::path const takeover =

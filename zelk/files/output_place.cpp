@@ -31,9 +31,9 @@ UserError unwritable(fs::path const& target, std::string const& reason) {
 }
 
 FullDisk::FullDisk(fs::path const& target, int fault)
-    : UserError(unwritable(target, (fault == ENOSPC ? "the disk is full ("
-                                                    : "the share of the disk is used up (") +
-                                       std::string(std::strerror(fault)) + ")")) {}
+    : UserError(unwritable(
+          target, (fault == ENOSPC ? "the disk is full (" : "the share of the disk is used up (") +
+                      std::string(std::strerror(fault)) + ")")) {}
 
 bool isFullDisk(int fault) { return fault == ENOSPC || fault == EDQUOT; }
 

@@ -54,8 +54,7 @@ std::optional<std::uint64_t> startOf(pid_t id) {
 
 template <class Number>
 bool take(std::string_view& text, Number& number, int base) {
-    auto const [end, fault] =
-        std::from_chars(text.data(), text.data() + text.size(), number, base);
+    auto const [end, fault] = std::from_chars(text.data(), text.data() + text.size(), number, base);
     text.remove_prefix(static_cast<std::size_t>(end - text.data()));
     return fault == std::errc{};
 }

@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <mutex>
 
 namespace zelk {
@@ -14,12 +15,15 @@ namespace {
 std::mutex mutex;
 int quietOnes = 0;
 int kept = -1;  ///< the real standard error, below 0 when it could not be kept
+std::atomic<bool> isLeftAlone = false;
 
 }  // namespace
 
+void leaveStandardErrorAlone(bool isLeft) { isLeftAlone = isLeft; }
+
 QuietLibraries::QuietLibraries() {
     std::lock_guard const lock(mutex);
-    if (quietOnes++ > 0) return;
+    if (quietOnes++ > 0 || isLeftAlone) return;
     kept = ::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3);
     int const nowhere = kept < 0 ? -1 : ::open("/dev/null", O_WRONLY | O_CLOEXEC);
     if (nowhere < 0) return;

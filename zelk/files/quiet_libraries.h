@@ -14,6 +14,10 @@ public:
     QuietLibraries& operator=(QuietLibraries const&) = delete;
 };
 
+/// Whether it stays what it is, from the next QuietLibraries on: in a process of others what they
+/// print meanwhile would be lost.
+void leaveStandardErrorAlone(bool isLeftAlone);
+
 /// Writes to standard error itself, quiet or not; what can't be written is left out.
 void writeToStandardError(std::string_view text);
 

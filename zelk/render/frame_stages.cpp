@@ -66,6 +66,12 @@ World widened(World const& picture, PixelMargins const& margins) {
     return wide;
 }
 
+void convert(RenderedFrame& rendered, SharedTransform const& way) {
+    if (!way) return;
+    if (rendered.picture.depth() != Depth::kFloat) rendered.picture = floatWorld(rendered.picture);
+    way->apply(rendered.picture, rendered.file.form);
+}
+
 std::unique_ptr<Host> hostOf(Scene const& scene) {
     auto host = loadModule(scene);
     setOptionValues(scene, host->parameters());  // refuses bad values before any file is touched
@@ -315,11 +321,7 @@ void FrameStages::endStage(char const* stage, Explanation* explanation) {
 void FrameStages::store(int frame, RenderedFrame rendered) {
     Explanation* const explanation = rendered.explanation.get();
     if (explanation) explanation->clock.leaveOut();
-    if (rendered.colors.workToOutput) {
-        if (rendered.picture.depth() != Depth::kFloat)
-            rendered.picture = floatWorld(rendered.picture);
-        rendered.colors.workToOutput->apply(rendered.picture, rendered.file.form);
-    }
+    convert(rendered, rendered.colors.workToOutput);
     if (isMovieName(m_scene.outputPath())) return storeInMovie(rendered);
     WriteReport const written =
         writePicture(rendered.picture, m_files.output.pathOf(frame), rendered.file);
@@ -330,6 +332,11 @@ void FrameStages::store(int frame, RenderedFrame rendered) {
         explanation->clock.lap("write");
     }
     if (m_listener) m_listener("write");
+}
+
+PictureBuffer FrameStages::stored(RenderedFrame rendered, StoredForm const& form) {
+    convert(rendered, rendered.colors.workToStored);
+    return storedPicture(rendered.picture, rendered.file, form);
 }
 
 bool FrameStages::finishMovie(std::atomic<bool> const& stop) {

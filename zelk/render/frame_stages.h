@@ -17,6 +17,7 @@
 #include "zelk/inputs/st_map.h"
 #include "zelk/movies/writer.h"
 #include "zelk/pictures/reader.h"
+#include "zelk/pictures/stored_picture.h"
 #include "zelk/pictures/writer.h"
 #include "zelk/render/mattes.h"
 #include "zelk/render/memory_road.h"
@@ -123,6 +124,8 @@ public:
     LoadedFrame load(int frame, int reduce = 1, bool isForFile = true);
     RenderedFrame render(int frame, LoadedFrame loaded);
     void store(int frame, RenderedFrame rendered);
+    /// The same to memory, of a frame that is not for the output's file.
+    PictureBuffer stored(RenderedFrame rendered, StoredForm const& form);
     /// After the last frame of a movie; false when `stop` was set before it was whole.
     bool finishMovie(std::atomic<bool> const& stop);
     /// Throws an input error where the frames in flight are more than the memory allows. On the

@@ -98,6 +98,13 @@ FrameColors SceneColors::settle(PictureTraits const& layer, PictureTraits const*
     }
     colors.work = m_scene.color.work ? *m_config.find(*m_scene.color.work) : source.space;
     settleOutput(source, file, colors);
+    bool const isLight = file.depth == Depth::kFloat;
+    colors.workToStored =
+        between(colors.work,
+                m_scene.color.output
+                    ? colors.output
+                    : keptBy(m_config, source, isLight ? ColorKind::kLight : ColorKind::kDisplay,
+                             isLight ? "openexr" : "tiff"));
     colors.layerToWork = between(colors.layer, colors.work);
     if (plate) colors.plateToWork = between(*colors.plate, colors.work);
     colors.workToOutput = between(colors.work, colors.output);

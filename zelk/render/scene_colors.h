@@ -32,6 +32,8 @@ struct FrameColors {
     ColorSpace layer, work, output;
     std::optional<ColorSpace> plate;
     SharedTransform layerToWork, plateToWork, workToOutput;
+    /// To what pixels in memory hold: as OpenEXR keeps floats, and TIFF integers of that depth.
+    SharedTransform workToStored;
     CurveSpace movie{TransferCurve::kRec709};  ///< what a movie is tagged as
     std::vector<std::string> conversions;      ///< "layer sRGB to linear", one each
     std::vector<std::string> warnings;

@@ -248,7 +248,9 @@ private:
 }  // namespace
 
 std::string spelled(Scene const& scene, std::string_view name) {
-    return scene.editPrefix + std::string(name);
+    std::string words(name);
+    std::replace(words.begin(), words.end(), '-', scene.editJoin);
+    return scene.editPrefix + words;
 }
 
 std::string nameOf(Scene const& scene, SceneField field) {

@@ -90,6 +90,13 @@ Schedule scheduleOf(Scene const& scene, SceneFiles const& files, std::vector<int
     return schedule;
 }
 
+Schedule scheduleOf(Scene const& scene, RunOptions const& run, SceneFiles const& files) {
+    bool const skips =
+        run.skipExisting == SkipExisting::kByName && !isMovieName(scene.outputPath());
+    return scheduleOf(scene, files, framesAsked(scene, files),
+                      [&](fs::path const& file) { return skips && onDisk(file); });
+}
+
 void checkOutputsAreNoInputs(Scene const& scene, RunOptions const& run, SceneFiles const& files,
                              std::vector<int> const& frames) {
     std::map<FileIdentity, int> outputs;  // what is not there yet is no input either

@@ -30,6 +30,8 @@ std::vector<int> framesAsked(Scene const& scene, SceneFiles const& files);
 /// Those of `asked` that are neither done nor lack an input.
 Schedule scheduleOf(Scene const& scene, SceneFiles const& files, std::vector<int> const& asked,
                     IsDone const& isDone);
+/// The same of all frames that are asked for; done is what run.skipExisting finds by its name.
+Schedule scheduleOf(Scene const& scene, RunOptions const& run, SceneFiles const& files);
 
 /// An error where a frame's output is the very file that it reads, unless the run says that it may
 /// be (requireOtherFile). A frame's file must never be what another frame reads, as which of them
