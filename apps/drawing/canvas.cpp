@@ -149,6 +149,8 @@ Canvas::~Canvas() = default;
 Canvas::Canvas(Canvas&&) noexcept = default;
 Canvas& Canvas::operator=(Canvas&&) noexcept = default;
 
+std::string Canvas::libraryVersion() { return cairo_version_string(); }
+
 int Canvas::width() const { return cairo_image_surface_get_width(m_drawing->surface.get()); }
 int Canvas::height() const { return cairo_image_surface_get_height(m_drawing->surface.get()); }
 

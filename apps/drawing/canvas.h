@@ -32,6 +32,8 @@ enum class TextAlign { kLeft, kCenter, kRight };
 
 class Canvas {
 public:
+    /// Of Cairo, as loaded.
+    static std::string libraryVersion();
     /// Filled with one colour. Throws HostError when a side is out of a world's range or memory is
     /// not there.
     Canvas(int width, int height, CanvasColor background);

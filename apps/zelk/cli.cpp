@@ -14,8 +14,11 @@
 #include <string_view>
 #include <tuple>
 
+#include "apps/zelk/command_page.h"
 #include "apps/zelk/commands.h"
 #include "apps/zelk/environment.h"
+#include "apps/zelk/version_text.h"
+#include "apps/zelk/written_pages.h"
 #include "zelk/files/standard_output.h"
 #include "zelk/render/host_errors.h"
 #include "zelk/render/scene_colors.h"
@@ -163,6 +166,11 @@ class Grammar {
 public:
     Grammar() {
         m_app.set_version_flag("--version", "zelk " ZELK_VERSION, "Print the version and exit");
+        m_verbose = m_app.add_flag("--verbose");
+        m_verbose->description(
+            "With --version: build, instruction set, libraries, module and hosts too");
+        // Of the build, which makes manual pages and completion of it: in no group, so in no help.
+        m_app.add_option("--write-pages", m_pages)->group("");
         m_app.footer(std::string("Examples:\n"
                                  "  zelk render in.png -o out.png --to \"60,40 540,10 30,390 "
                                  "580,350\"\n"
@@ -176,6 +184,9 @@ public:
     }
 
     CLI::App& app() { return m_app; }
+    bool isVerbose() const { return m_verbose->count() > 0; }
+    /// Where manual pages and completion are to be written; empty for nowhere.
+    std::string const& pages() const { return m_pages; }
     /// The innermost command that was named; the program itself when none was.
     CLI::App const& named() const {
         CLI::App const* inner = &m_app;
@@ -226,7 +237,9 @@ private:
         return *app;
     }
 
+    std::string m_pages;
     CLI::App m_app{"Zelk Corner Pin: pins the corners of a picture.", "zelk"};
+    CLI::Option* m_verbose = nullptr;         ///< its value is bound too late for --version
     std::map<std::string, CLI::App*> m_apps;  ///< by path
     TupleOf<Command>::Type m_commands;
 };
@@ -235,7 +248,8 @@ private:
 std::string nearestOption(CLI::App const& command, std::string const& word) {
     std::vector<std::string> names;
     for (CLI::Option const* option : command.get_options()) {
-        if (!option->get_lnames().empty()) names.push_back("--" + option->get_lnames()[0]);
+        if (!option->get_lnames().empty() && !option->get_group().empty())
+            names.push_back("--" + option->get_lnames()[0]);
     }
     std::vector<std::string_view> const views(names.begin(), names.end());
     std::string const near(nearestOf(views.data(), views.size(), word));
@@ -335,12 +349,18 @@ ExitCode runCommandLine(int argc, char const* const* argv) {
         print(grammar.app().help() + "\n");
         return ExitCode::kDone;
     } catch (CLI::CallForVersion const&) {
-        print(grammar.app().version() + "\n");
+        print(grammar.isVerbose() ? versionText() : grammar.app().version() + "\n");
         return ExitCode::kDone;
     } catch (CLI::ParseError const& error) {
         throw asUserError(error);
     }
     refuseExtras(grammar, given);
+    if (!grammar.pages().empty()) {
+        writePages(pageOf(grammar.app()), grammar.pages());
+        return ExitCode::kDone;
+    }
+    if (grammar.isVerbose() && &grammar.named() == &grammar.app())
+        throw UserError(ExitCode::kUsage, "--verbose goes with --version");
     Command command = grammar.chosen();
     auto const run = [&](auto& chosen) { return chosen.run({historyOf(given)}); };
     return withUserErrors([&] { return std::visit(run, command); });

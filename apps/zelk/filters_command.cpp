@@ -64,8 +64,8 @@ CommandInfo const FiltersCommand::kInfo = {
 
 void FiltersCommand::addOptions(CLI::App& app) {
     OptionAdder const add(app);
-    app.add_option("NAME", m_names, "Of a kernel; without one, all")->type_name("");
-    add.text("Output", "--taps", m_taps, "N", "4, 6, 8 or 10 (4)");
+    add.names("Output", "NAME", m_names, "Of a kernel; without one, all", wordListOf(kFilterWords));
+    add.text("Output", "--taps", m_taps, "N", "4, 6, 8 or 10 (4)", wordListOf(kTapWords));
     add.text("Output", "--plot", m_plot, "FILE",
              "Draw weights and what is left of each frequency into a picture");
     add.flag("Output", "--json", m_json, "As a JSON array");

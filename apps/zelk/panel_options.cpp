@@ -46,7 +46,8 @@ void requireOneSpace(PanelView const& view, PixelSize layer, PixelSize frame) {
 void PanelOptions::add(OptionAdder const& add) {
     add.text("Panel", "--frame", m_frame, "N", "The frame that is shown (the first)");
     add.text("Panel", "--zoom", m_zoom, "ZOOM", "Panel pixels to a pixel: 0.5, 2 or 200% (1)");
-    add.text("Panel", "--panel", m_panel, "PANEL", listOf(wordsOf(kPanels)) + " (comp)");
+    add.text("Panel", "--panel", m_panel, "PANEL", listOf(wordsOf(kPanels)) + " (comp)",
+             wordListOf(kPanels));
 }
 
 PanelView PanelOptions::view() const {

@@ -35,7 +35,7 @@ void ProjectImportTrackCommand::addOptions(CLI::App& app) {
     OptionAdder const add(app);
     m_file.add(add);
     add.text("Project", "TRACK", m_track, "", "The tracking data");
-    add.text("Project", "--pins", m_pins, "PINS", "to or from (to)");
+    add.text("Project", "--pins", m_pins, "PINS", "to or from (to)", wordListOf(kPinsWords));
     m_scene.add(add, {"track-format", "track-size", "corners", "flip-y", "track-first-frame",
                       "shift-frames", "host", "module"});
 }

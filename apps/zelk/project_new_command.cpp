@@ -85,8 +85,9 @@ void ProjectNewCommand::addOptions(CLI::App& app) {
     m_file.add(add);
     for (Edit& edit : m_edits) {
         std::string const typed = edit.name == "output" ? "-o,--output" : edit.option;
-        add.text("Project", typed, edit.text, sceneEdit(edit.name).value,
-                 edit.help ? edit.help : sceneEdit(edit.name).help);
+        SceneEdit const& own = sceneEdit(edit.name);
+        add.text("Project", typed, edit.text, own.value, edit.help ? edit.help : own.help,
+                 own.words ? own.words() : Words());
     }
     add.text("Project", "--size", m_size, "WxH",
              "Of the composition (the plate's, else the layer's)");

@@ -72,9 +72,10 @@ void RenderCommand::addOptions(CLI::App& app) {
     add.text("Sequence", "--in-flight", m_inFlight, "N", "Frames held at a time (3)");
     m_scene.add(add, "missing");
     add.text("Sequence", "--progress", m_progress, "MODE",
-             listOf(wordsOf(kProgressModes)) + " (auto)");
+             listOf(wordsOf(kProgressModes)) + " (auto)", wordListOf(kProgressModes));
     add.text("Sequence", "--skip-existing", m_skipExisting, "[whole|name]",
-             "Leave out frames whose file reads back whole, or is there at all (whole)");
+             "Leave out frames whose file reads back whole, or is there at all (whole)",
+             wordListOf(kSkips));
     add.flag("Sequence", "--share", m_isShared, "Share the frames with other runs of this command");
     add.flag("Sequence", "--dry-run", m_dryRun, "Print what would be read and written");
     add.text("Messages", "--log", m_log, "FILE", "Add the run's events to a file, a line each");
@@ -84,7 +85,8 @@ void RenderCommand::addOptions(CLI::App& app) {
     m_scene.add(add, {"layer-color", "plate-color", "output-color", "work-color", "ocio", "color"});
     m_scene.add(add, {"orientation", "overscan", "channels", "plain"});
     add.text("Output", "--explain", m_explain, "[text|json]",
-             "Print what the render did and how long each stage took (text)");
+             "Print what the render did and how long each stage took (text)",
+             wordListOf(kExplains));
     m_scene.add(add, {"host", "module"});
 }
 

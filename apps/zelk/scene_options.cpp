@@ -103,7 +103,7 @@ void SceneOptions::add(OptionAdder const& add, std::string_view name) {
         add.flag(option.group, typed, m_flags[edit.name], edit.help);
     else
         add.text(option.group, typed, m_texts[edit.name], name == "layer" ? "" : edit.value,
-                 edit.help);
+                 edit.help, edit.words ? edit.words() : Words());
 }
 
 Scene SceneOptions::edited(Scene scene) const {

@@ -78,7 +78,8 @@ void TrackConvertCommand::addOptions(CLI::App& app) {
     OptionAdder const add(app);
     add.text("Files", "IN", m_in, "", "The tracking data to read");
     add.text("Files", "OUT", m_out, "", "The file to write");
-    add.text("Files", "--as", m_as, "FORM", "What is written (by the extension .txt, .nk or .csv)");
+    add.text("Files", "--as", m_as, "FORM", "What is written (by the extension .txt, .nk or .csv)",
+             trackFormatWords());
     add.flag("Files", "--force", m_force, "Replace a file");
     m_track.add(add);
 }

@@ -63,7 +63,7 @@ TrackSummary summaryOf(Track const& track) {
 
 void TrackOptions::add(OptionAdder const& add) {
     add.text("Files", "--format", m_format, "FORM",
-             "How the file is read (by its text): " + trackFormatNames());
+             "How the file is read (by its text): " + trackFormatNames(), trackFormatWords());
     add.text("Track", "--size", m_size, "WxH", "Of the frame (the file's own)");
     add.text("Track", "--rate", m_rate, "FPS", "Frames a second (the file's own)");
     add.text("Track", "--corners", m_corners, "A,B,C,D",

@@ -45,8 +45,17 @@ picture = numpy.full((90, 160, 3), (255, 128, 0), "uint8")
 pinned = zelk.corner_pin(picture, "40,10 130,20 30,80 140,70", size=(160, 90), quality="best")
 assert tuple(pinned[45, 80]) == (255, 128, 0, 255), pinned[45, 80]'
 fi
-for file in moved/bin/zelk moved/lib/*.so moved/lib/frei0r-1/*.so $(find moved -name '_zelk*'); do readelf -d "$file"; done >dynamic.txt
-if grep -rlF "$build" dynamic.txt moved/lib/cmake moved/lib/*.json; then
-    echo "names the build folder"
-    exit 1
-fi
+
+# A link to the whole tree, from a folder that has nothing to do with either.
+ln -s "$work/moved" tree
+(cd / && "$work/tree/bin/zelk" --version --verbose) >version.txt
+grep -qF "$work/moved/" version.txt || { cat version.txt; exit 1; }
+
+# No file names the folders of sources and build, but what UndefinedBehaviorSanitizer adds.
+for folder in "$build" "$sources"; do
+    if [[ $flags != *sanitize* ]] && grep -rlF "$folder" moved; then
+        echo "files name $folder"
+        exit 1
+    fi
+done
+[ -s moved/share/man/man1/zelk-render.1.gz ] && [ -s moved/share/bash-completion/completions/zelk ]

@@ -44,7 +44,7 @@ std::filesystem::path defaultModule() {
     ::dladdr(reinterpret_cast<void const*>(&installFileChooserBackend), &library);
     std::error_code fault;
     auto const file = std::filesystem::canonical(library.dli_fname ? library.dli_fname : "", fault);
-    return file.parent_path() / "ZelkCornerPin.so";
+    return file.parent_path() / "zelk/ZelkCornerPin.so";
 }
 
 std::unique_ptr<Host> loadModule(Scene const& scene) {

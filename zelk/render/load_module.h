@@ -8,8 +8,8 @@
 
 namespace zelk {
 
-/// The module that belongs to this program: beside the services library that both share, wherever
-/// that was installed or moved to.
+/// The module that belongs to this program: in the folder `zelk` beside the services library that
+/// both share, wherever that was installed or moved to.
 std::filesystem::path defaultModule();
 
 /// Loads the scene's module in the host that the scene names, sets it up and checks that its

@@ -40,6 +40,27 @@ constexpr Choice<ViewModeEntry> kViews[] = {{"original", kViewOriginal},
                                             {"both", kViewBothPins}};
 constexpr Choice<bool> kSwitch[] = {{"on", true}, {"off", false}};
 
+/// The words of a table of choices.
+template <auto const& kChoices>
+std::vector<std::string_view> wordsIn() {
+    return wordListOf(kChoices);
+}
+
+/// Those of the effect's menu: the modes that go over a plate, and none.
+std::vector<std::string_view> transferWords() {
+    std::vector<std::string_view> words = wordsIn<kOverModes>();
+    words.insert(words.begin(), "none");
+    return words;
+}
+
+std::vector<std::string_view> blurWords() { return {"on", "off"}; }
+
+std::vector<std::string_view> codecWords() {
+    std::vector<std::string_view> names;
+    for (MovieCodec const& codec : movieCodecs()) names.push_back(codec.name);
+    return names;
+}
+
 /// Setting plate or size removes the other if the file set it; if both are edits, checkScene
 /// refuses. What is taken out of a plate has a size of its own.
 void setFrame(Scene& scene, std::optional<SceneInput> plate, Text& thing) {
@@ -208,10 +229,9 @@ void editFirstFrame(Scene& scene, Text& thing, Text& text) {
 }
 
 void editCodec(Scene& scene, Text& thing, Text& text) {
-    std::vector<std::string_view> names;
-    for (MovieCodec const& codec : movieCodecs()) names.push_back(codec.name);
     MovieCodec const* const codec = codecNamed(lowered(text));
-    if (!codec) throw UserError(ExitCode::kUsage, {thing, "unknown choice", text, listOf(names)});
+    if (!codec)
+        throw UserError(ExitCode::kUsage, {thing, "unknown choice", text, listOf(codecWords())});
     scene.codec = codec->name;
     scene.options[SceneField::kCodec] = thing;
 }
@@ -368,7 +388,8 @@ void editChannels(Scene& scene, Text& thing, Text& text) {
 constexpr SceneEdit kEdits[] = {
     {"layer", "LAYER", "The picture to pin", editLayer},
     {"invert", "on|off",
-     "Take what lies in the To quad out of PLATE, else LAYER, to fill the frame", editInvert},
+     "Take what lies in the To quad out of PLATE, else LAYER, to fill the frame", editInvert,
+     wordsIn<kSwitch>},
     {"output", "OUTPUT", "The picture to write; its extension chooses the format", editOutput},
     {"over", "PLATE", "Lay the pinned layer over this picture; To Pins are then in its pixels",
      editPlate},
@@ -381,65 +402,74 @@ constexpr SceneEdit kEdits[] = {
     {"from", "\"X,Y X,Y X,Y X,Y\"", "From Pins, what is taken from it", editFromPins},
     {"to", "\"X,Y X,Y X,Y X,Y\"", "To Pins, where the picture goes", editToPins},
     {"track-format", "FORM",
-     "How tracking files are read (by their text), as `zelk track` names it", editTrackFormat},
+     "How tracking files are read (by their text), as `zelk track` names it", editTrackFormat,
+     trackFormatWords},
     {"track-size", "WxH",
      "Of the pictures that were tracked (the file's own); pins are scaled to those rendered",
      editTrackSize},
     {"corners", "A,B,C,D", "A tracking file's corners that become ul, ur, ll, lr (ul,ur,ll,lr)",
      editCorners},
-    {"flip-y", "on|off", "Tracking files count y from below", editFlipY},
+    {"flip-y", "on|off", "Tracking files count y from below", editFlipY, wordsIn<kSwitch>},
     {"track-first-frame", "N", "Number a tracking file's frames from N on", editTrackFirstFrame},
     {"shift-frames", "N", "Add N to each frame of a tracking file (0)", editShiftFrames},
     {"track", "FILE", "Tracking data for the To Pins, by the effect's import", editTrackTo},
     {"track-from", "FILE", "The same for the From Pins", editTrackFrom},
-    {"quality", "QUALITY", "low, medium, high, super or best (high)", editQuality},
-    {"view", "VIEW", "original, from, to or both (both)", editView},
+    {"quality", "QUALITY", "low, medium, high, super or best (high)", editQuality,
+     wordsIn<kQualities>},
+    {"view", "VIEW", "original, from, to or both (both)", editView, wordsIn<kViews>},
     {"transfer", "MODE", "Lay the pinned layer over the layer itself by a Transfer Mode (none)",
-     editTransfer},
+     editTransfer, transferWords},
     {"source-opacity", "PERCENT", "Of the layer under it, with a Transfer Mode (100)",
      editSourceOpacity},
     {"opacity", "PERCENT", "Of the pinned layer (100)", editOpacity},
     {"grow", "N", "Make the frame larger by N pixels on each side (0)", editGrow},
     {"set", "NAME=VALUE", "Any parameter of `zelk params`, repeatable", editSetting},
-    {"motion-blur", "[SAMPLES]", "Switch the composition's motion blur on", editMotionBlur},
+    {"motion-blur", "[SAMPLES]", "Switch the composition's motion blur on", editMotionBlur,
+     blurWords},
     {"shutter", "ANGLE[,PHASE]", "Degrees of a frame (180,-90)", editShutter},
     {"rate", "FPS", "Frames a second (a movie's own, else 24); no picture moves in time", editRate},
     {"first-frame", "N", "Frame number of a movie's first picture (0)", editFirstFrame},
     {"codec", "CODEC",
      "Of a movie: prores4444, prores422, dnxhr, h264, h265, ffv1 or png (by its "
      "extension)",
-     editCodec},
+     editCodec, codecWords},
     {"quality-level", "Q", "Of a lossy codec, in its own range (a high one)", editCodecQuality},
-    {"mode", "MODE", "Lay the pinned layer over the plate by a mode (normal)", editMode},
+    {"mode", "MODE", "Lay the pinned layer over the plate by a mode (normal)", editMode,
+     wordsIn<kOverModes>},
     {"missing", "MODE", "Input frames that are not there: stop, hold, skip or black (stop)",
-     editMissing},
-    {"depth", "DEPTH", "8, 16 or float (the layer's own)", editDepth},
+     editMissing, wordsIn<kMissingWords>},
+    {"depth", "DEPTH", "8, 16 or float (the layer's own)", editDepth, wordsIn<kDepthWords>},
     {"downsample", "N", "Render at 1/N of the size, as a host does for a preview (1)",
      editDownsample},
     {"road", "ROAD",
      "module: the effect in a host; memory: its pipeline in float, always with --over, --size or "
      "what it alone can do: best, a filter, exact edges, a feather, a choke, --st-map, --invert "
      "(module)",
-     editRoad},
-    {"filter", "NAME", "A kernel of `zelk filters` instead of the quality's", editFilter},
-    {"taps", "N", "Taps of the filter, 4, 6, 8 or 10: more make it wider (4)", editTaps},
+     editRoad, wordsIn<kRoadWords>},
+    {"filter", "NAME", "A kernel of `zelk filters` instead of the quality's", editFilter,
+     wordsIn<kFilterWords>},
+    {"taps", "N", "Taps of the filter, 4, 6, 8 or 10: more make it wider (4)", editTaps,
+     wordsIn<kTapWords>},
     {"edges", "EDGES", "grid, the effect's own, or exact (exact with --over or --size, else grid)",
-     editEdges},
+     editEdges, wordsIn<kEdgeWords>},
     {"feather", "PX", "Soften the outline over N pixels, half on each side (0)", editFeather},
     {"choke", "PX", "Move the outline inward by N pixels (0)", editChoke},
-    {"plain", "on|off", "Render by the plain command, not the smart protocol", editPlain},
+    {"plain", "on|off", "Render by the plain command, not the smart protocol", editPlain,
+     wordsIn<kSwitch>},
     {"host", "ID",
      "The host to be: FXTC (After Effects), PrMr (Premiere Pro), KeyG (Final Cut Pro) or MOTN "
      "(Motion) (FXTC)",
-     editHost},
+     editHost, wordsIn<kHostWords>},
     {"matte", "FILE[:CHANNEL]", "Multiply the layer's alpha by it; it moves with the layer",
      editMatte},
     {"holdout", "FILE[:CHANNEL]", "What stands before the pinned layer, in the frame's pixels",
      editHoldout},
     {"orientation", "auto|raw", "Turn pictures as their files say, or leave them (auto)",
-     editOrientation},
-    {"overscan", "keep|drop", "Of the plate, in an OpenEXR output (keep)", editOverscan},
-    {"channels", "a|rgb|rgba", "Of the output (as layer and plate have them)", editChannels},
+     editOrientation, wordsIn<kOrientationWords>},
+    {"overscan", "keep|drop", "Of the plate, in an OpenEXR output (keep)", editOverscan,
+     wordsIn<kOverscanWords>},
+    {"channels", "a|rgb|rgba", "Of the output (as layer and plate have them)", editChannels,
+     wordsIn<kChannelWords>},
     {"module", "PATH", "The effect's module (the one beside the program)", editModule},
     {"layer-color", "SPACE", "The layer's colour space (what its file declares or means)",
      editLayerColor},
@@ -451,7 +481,7 @@ constexpr SceneEdit kEdits[] = {
     {"ocio", "FILE", "An OpenColorIO configuration, whose names and file rules count ($OCIO)",
      editColorConfig},
     {"color", "raw|managed", "raw: stored values everywhere, nothing is converted (managed)",
-     editColor},
+     editColor, wordsIn<kColorWords>},
 };
 
 }  // namespace

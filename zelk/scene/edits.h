@@ -11,6 +11,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "zelk/scene/scene.h"
 
@@ -21,6 +22,8 @@ struct SceneEdit {
     char const* value;  ///< what it takes, in short: "WxH"; in brackets what may be left out
     char const* help;   ///< one line, with the default in parentheses
     void (*apply)(Scene& scene, std::string const& thing, std::string const& text);
+    /// The words that it takes, where there is a list of them; null where there is none.
+    std::vector<std::string_view> (*words)() = nullptr;
 };
 
 /// All edits that take one text, in the order in which a command line makes them, whatever order

@@ -42,6 +42,13 @@ constexpr std::array<std::string_view, N> wordsOf(Choice<T> const (&choices)[N])
     return words;
 }
 
+/// The same as a list that may be empty.
+template <class T, std::size_t N>
+std::vector<std::string_view> wordListOf(Choice<T> const (&choices)[N]) {
+    auto const words = wordsOf(choices);
+    return {words.begin(), words.end()};
+}
+
 /// The word of a value; empty for one without.
 template <class T, std::size_t N>
 constexpr std::string_view wordOf(Choice<T> const (&choices)[N], T value) {

@@ -77,11 +77,13 @@ void checkSamples(TrackText const& text, Track const& track) {
 
 std::span<TrackFormat const> trackFormats() { return kFormats; }
 
-std::string trackFormatNames() {
+std::vector<std::string_view> trackFormatWords() {
     std::vector<std::string_view> names;
     for (TrackFormat const& format : kFormats) names.push_back(format.name);
-    return listOf(names);
+    return names;
 }
+
+std::string trackFormatNames() { return listOf(trackFormatWords()); }
 
 TrackFormat const& trackFormatNamed(std::string const& option, std::string const& name) {
     for (TrackFormat const& format : kFormats)

@@ -27,6 +27,7 @@ struct TrackFormat {
 
 /// The form that the effect imports is the first.
 std::span<TrackFormat const> trackFormats();
+std::vector<std::string_view> trackFormatWords();
 /// Names as a sentence lists them: "mocha, keyframes, ... or nodes".
 std::string trackFormatNames();
 /// Throws a usage error about `option`.

@@ -1,0 +1,48 @@
+// The words that completion offers are those that are taken.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "apps/zelk/completion.h"
+#include "zelk/scene/edits.h"
+#include "zelk/text/errors.h"
+
+namespace zelk {
+namespace {
+
+std::string refusalOf(SceneEdit const& edit, std::string const& text) {
+    try {
+        Scene scene;
+        edit.apply(scene, "it", text);
+        return "";
+    } catch (UserError const& error) {
+        return error.what();
+    }
+}
+
+TEST(OfferedWords, AreAllThatAnEditTakes) {
+    for (SceneEdit const& edit : sceneEdits()) {
+        SCOPED_TRACE(edit.name);
+        auto const words = edit.words ? edit.words() : std::vector<std::string_view>();
+        for (std::string_view const word : words) EXPECT_EQ(refusalOf(edit, std::string(word)), "");
+        std::string const refusal = refusalOf(edit, "no such word");
+        if (refusal.find("unknown choice") == refusal.npos) continue;
+        if (edit.name == "motion-blur") continue;  // a number too
+        EXPECT_EQ(refusal, "it: unknown choice \"no such word\", expected " + listOf(words));
+    }
+}
+
+TEST(OfferedWords, OfTransferAreTheEffectsMenu) {
+    Parameters const parameters = settableParameters();
+    auto const mode = std::find_if(parameters.begin(), parameters.end(),
+                                   [](auto const& each) { return each.name == "transfer-mode"; });
+    ASSERT_NE(mode, parameters.end());
+    auto const words = sceneEdit("transfer").words();
+    std::vector<std::string> offered(words.begin(), words.end()), menu = mode->entries;
+    std::sort(offered.begin(), offered.end());
+    std::sort(menu.begin(), menu.end());
+    EXPECT_EQ(offered, menu);
+}
+
+}  // namespace
+}  // namespace zelk
