@@ -17,34 +17,31 @@ constexpr double kRadPerDeg = 0.017453292519943295;
 
 TEST(CalcMatrix, PinsAreTakenOrRefused) {
     double const nan = std::nan("");
-    const struct {
-        char const* name;
-        Quad pins;
-        int result;
-    } shapes[] = {{"square", {0, 0, 1, 0, 0, 1, 1, 1}, 0},
-                  {"mirrored", {1, 0, 0, 0, 1, 1, 0, 1}, 0},
-                  {"flipped", {0, 1, 1, 1, 0, 0, 1, 0}, 0},
-                  {"bow tie", {0, 0, 1, 0, 1, 1, 0, 1}, 1},
-                  {"upright bow tie", {0, 0, 1, 1, 0, 1, 1, 0}, 1},
-                  {"concave", {0, 0, 1, 0, 0, 1, 0.25, 0.25}, 1},
-                  {"three on a line", {0, 0, 1, 0, 0, 1, 0.5, 0.5}, 0},
-                  {"two equal", {0, 0, 1, 0, 0, 1, 1, 0}, 0},
-                  {"all on a line", {0, 0, 1, 1, 2, 2, 3, 3}, 1},
-                  {"all equal", {0.3, 0.3, 0.3, 0.3, 0.3, 0.3, 0.3, 0.3}, 1},
-                  {"not a number", {nan, 0, nan, 0, nan, 1, nan, 1}, 1}};
-    for (auto const& shape : shapes) {
+    const std::tuple<char const*, Quad, int> shapes[] = {
+        {"square", {0, 0, 1, 0, 0, 1, 1, 1}, 0},
+        {"mirrored", {1, 0, 0, 0, 1, 1, 0, 1}, 0},
+        {"flipped", {0, 1, 1, 1, 0, 0, 1, 0}, 0},
+        {"bow tie", {0, 0, 1, 0, 1, 1, 0, 1}, 1},
+        {"upright bow tie", {0, 0, 1, 1, 0, 1, 1, 0}, 1},
+        {"concave", {0, 0, 1, 0, 0, 1, 0.25, 0.25}, 1},
+        {"three on a line", {0, 0, 1, 0, 0, 1, 0.5, 0.5}, 0},
+        {"two equal", {0, 0, 1, 0, 0, 1, 1, 0}, 0},
+        {"all on a line", {0, 0, 1, 1, 2, 2, 3, 3}, 1},
+        {"all equal", {0.3, 0.3, 0.3, 0.3, 0.3, 0.3, 0.3, 0.3}, 1},
+        {"not a number", {nan, 0, nan, 0, nan, 1, nan, 1}, 1}};
+    for (auto const& [name, pins, result] : shapes) {
         for (int const mode : {2, 3, 4}) {
-            SCOPED_TRACE(std::string(shape.name) + ", mode " + std::to_string(mode));
+            SCOPED_TRACE(std::string(name) + ", mode " + std::to_string(mode));
             QV_Mtrx44 matrix;
             CoreRenderArguments core;
             RenderSettings settings;
             core.quadMode = mode;
             matrix.m[5] = settings.fromQuad[0] = 42.0;
-            setPins(mode == 4 ? core.fromPins : core.toPins, shape.pins);
-            EXPECT_EQ(calcMatrix(matrix, core, settings, 100, 50), shape.result);
-            EXPECT_EQ(matrix.m[5] == 42.0, shape.result == 1);
+            setPins(mode == 4 ? core.fromPins : core.toPins, pins);
+            EXPECT_EQ(calcMatrix(matrix, core, settings, 100, 50), result);
+            EXPECT_EQ(matrix.m[5] == 42.0, result == 1);
             if (mode == 3) {  // refused To pins leave the From pins unread
-                EXPECT_EQ(settings.fromQuad[0], shape.result == 1 ? 42.0 : 0.0);
+                EXPECT_EQ(settings.fromQuad[0], result == 1 ? 42.0 : 0.0);
             }
         }
     }

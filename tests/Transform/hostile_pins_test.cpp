@@ -5,8 +5,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
-#include <vector>
 
 #include "RenderLib/Transform/CommonRender_CoreTransformRender.h"
 #include "Transform/Common/Transform_Core_Render/KernelTable.h"
@@ -100,7 +98,6 @@ TEST(HostilePins, RenderWithinTheirWindow) {
     constexpr int kRenders = 50000;
     int const defaultThreads = omp_get_max_threads();
     omp_set_num_threads(1);
-    std::vector<int> extraRows;
     int drawn = 0;
     for (int seed = 1; seed <= kRenders; ++seed) {
         Random random(static_cast<unsigned>(seed));
@@ -116,13 +113,9 @@ TEST(HostilePins, RenderWithinTheirWindow) {
         ASSERT_TRUE(source.guardsIntact() && output.guardsIntact()) << "seed " << seed;
         int const rows = r.rowsToWalk();
         drawn += rows > 0;
-        extraRows.push_back(rows - r.height);
-        ASSERT_LE(extraRows.back(), 2) << "seed " << seed << ", " << r.height << " rows";
+        ASSERT_LE(rows - r.height, 2) << "seed " << seed << ", " << r.height << " rows";
     }
     omp_set_num_threads(defaultThreads);
-    std::sort(extraRows.begin(), extraRows.end());
-    std::printf("%d quads, %d drawn; rows walked beyond the window's: median %d, largest %d\n",
-                kRenders, drawn, extraRows[kRenders / 2], extraRows.back());
     EXPECT_GT(drawn, kRenders / 10);
 }
 

@@ -1,5 +1,5 @@
-// Who may include whom: reads every #include of the tree and fails on one that points upwards, and
-// on circles. docs/architecture.md has the table of floors with its reasons.
+// Who may include whom, by the table of docs/architecture.md: reads every #include of the tree and
+// fails on one that points upwards, and on circles.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -8,57 +8,34 @@
 #include <regex>
 #include <set>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace {
 
 namespace fs = std::filesystem;
 
-struct Room {
-    std::string_view prefix;  ///< of the path from the root; the longest match counts
-    int floor;
-};
-constexpr Room kRooms[] = {{"host/PluginHost_API.", 0},
-                           {"host/PluginRaster_API.", 0},
-                           {"host/PluginPath_API.", 0},
-                           {"Transform/Common/", 0},
-                           {"Transform/Common/QV_Poly/", 1},
-                           {"Transform/Common/Shadow_BlurPass_RenderFunc/", 1},
-                           {"Transform/Common/Transform_Core_Render/", 2},
-                           {"RenderLib/Transform/", 3},
-                           {"platform/", 3},
-                           {"params/", 4},
-                           {"host/", 4},
-                           {"interaction/", 5},
-                           {"tracking/", 5},
-                           {"params/update_ecw", 6},
-                           {"effect/", 6},
-                           {"hostkit/", 7},
-                           {"zelk/text/", 8},
-                           {"zelk/files/", 9},
-                           {"zelk/pictures/", 10},
-                           {"zelk/color/", 11},
-                           {"zelk/movies/", 12},
-                           {"zelk/inputs/", 13},
-                           {"zelk/tracks/", 14},
-                           {"zelk/scene/", 15},
-                           {"zelk/render/", 16},
-                           {"zelk/sequence/", 17},
-                           {"apps/", 18},
-                           {"apps/zelk/", 19},
-                           {"apps/zelk-demo/", 19},
-                           {"bindings/python/", 19},
-                           {"bindings/common/", 19},
-                           {"bindings/openfx/", 20},
-                           {"bindings/frei0r/", 20}};
+/// By the beginning of a path from the root, as the page's table has them.
+std::map<std::string, int> floorsOfPage() {
+    const std::regex row(R"(\| (\d+) \| ([^|]*) \|.*)"), place("`([^`*]+)[^`]*`");
+    std::ifstream page(ZELK_SOURCE_DIR "/docs/architecture.md");
+    std::map<std::string, int> floors;
+    std::smatch cells;
+    for (std::string line; std::getline(page, line);) {
+        if (!std::regex_match(line, cells, row)) continue;
+        const std::string places = cells[2];
+        for (std::sregex_iterator at(places.begin(), places.end(), place), end; at != end; ++at)
+            floors[(*at)[1]] = std::stoi(cells[1]);
+    }
+    return floors;
+}
 
-/// Floor of a path, -1 for a path in no room.
+/// Floor of a path, -1 for a path in no room. The longest beginning, which counts, comes last.
 int floorOf(std::string const& path) {
-    Room found{"", -1};
-    for (Room const& room : kRooms)
-        if (path.starts_with(room.prefix) && room.prefix.size() > found.prefix.size()) found = room;
-    return found.floor;
+    static auto const floors = floorsOfPage();
+    int found = -1;
+    for (auto const& [beginning, floor] : floors)
+        if (path.starts_with(beginning)) found = floor;
+    return found;
 }
 
 /// Why `from` may not include `to`; empty when it may.

@@ -60,14 +60,6 @@ struct Outcome {
     PF_LRect rect{};
 };
 
-std::vector<std::byte> pixelsOf(World const& world) {
-    std::vector<std::byte> all;
-    for (int y = 0; y < world.height(); ++y)
-        all.insert(all.end(), world.row(y),
-                   world.row(y) + world.width() * zelk::pixelBytes(world.depth()));
-    return all;
-}
-
 zelk::HostOptions dirtyOptions(zelk::HostIdentity identity) {
     zelk::HostOptions options = zelk_test::optionsOf(identity);
     options.dirtyNewWorlds = true;  // so that a refused fill shows
@@ -124,7 +116,7 @@ public:
             std::fill_n(output.row(y), output.rowBytes(), kStale);
         CommandResult const command = isSmart ? m_host->smartRender(&m_layer, output, m_agreed, {})
                                               : m_host->render(m_layer, output, {});
-        return {command, pixelsOf(output), {}};
+        return {command, zelk_test::pixelsOf(output), {}};
     }
 
     /// What an output holds before a run.

@@ -187,31 +187,31 @@ TEST(Import, EveryHostCallRefused) {
 }
 
 TEST(Controls, AreGreyedByOtherControlsValues) {
-    struct Case {
-        int overlay, quality, motionBlur, transfer;  // entries, from 1
-        char const* greyed;
-    };
     auto const wasTold = [](zelk::Parameter const& parameter) {
         return parameter.current.ui_flags != kDirtyUiFlags;
     };
-    for (Case const& c :
-         {Case{2, 3, 1, 1, "22-37 49-50 56-58 60 "}, Case{1, 3, 1, 1, "5-20 49-50 56-58 60 "},
-          Case{3, 1, 1, 1, "49-50 56-58 60 "}, Case{3, 2, 2, 1, "49-50 60 "}, Case{3, 4, 2, 2, ""},
-          Case{3, 4, 3, 20, "56-57 "}, Case{3, 4, 1, 5, "56-58 "}})
+    for (auto const& [overlay, quality, motionBlur, transfer, greyed] :  // entries, from 1
+         {std::tuple(2, 3, 1, 1, "22-37 49-50 56-58 60 "),
+          {1, 3, 1, 1, "5-20 49-50 56-58 60 "},
+          {3, 1, 1, 1, "49-50 56-58 60 "},
+          {3, 2, 2, 1, "49-50 60 "},
+          {3, 4, 2, 2, ""},
+          {3, 4, 3, 20, "56-57 "},
+          {3, 4, 1, 5, "56-58 "}})
         for (bool const isPremiere : {false, true}) {
             Effect effect(isPremiere ? zelk_test::kModernPremiere : zelk_test::kModernAE);
             // Premiere Pro has no third entry; a project may hold it all the same.
-            for (auto const& [index, entry] : {std::pair{kParamOverlayMode, c.overlay},
-                                               {kParamQuality, c.quality},
-                                               {kParamMotionBlur, c.motionBlur},
-                                               {kParamTransferMode, c.transfer}})
+            for (auto const& [index, entry] : {std::pair{kParamOverlayMode, overlay},
+                                               {kParamQuality, quality},
+                                               {kParamMotionBlur, motionBlur},
+                                               {kParamTransferMode, transfer}})
                 effect.at(index).current.u.pd.value = entry;
             // A table counts, whatever the status beside it.
             effect.host.monitor().inject({"AcquireSuite PF Param Utils Suite 1", 1, kFault, true});
             const CommandResult result = effect.host.updateParamsUi(effect.frame);
             EXPECT_EQ(result.outFlags, PF_OutFlag_REFRESH_UI | kOtherFlag);
             EXPECT_EQ(zelk_test::nothingOwed(result), "nothing");
-            EXPECT_EQ(effect.greyed(), isPremiere && c.motionBlur == 3 ? "" : c.greyed);
+            EXPECT_EQ(effect.greyed(), isPremiere && motionBlur == 3 ? "" : greyed);
             EXPECT_EQ(std::ranges::count_if(effect.host.parameters(), wasTold), 38);
         }
 }

@@ -38,11 +38,7 @@ constexpr zelk::HostIdentity kOlderAE = {kAppAfterEffects, {12, 11}};
 constexpr zelk::HostIdentity kModernPremiere = {kAppPremierePro, {13, 27}};
 constexpr zelk::HostIdentity kModernKeyG = {kAppFinalCutPro, {13, 27}};
 
-inline zelk::HostOptions optionsOf(zelk::HostIdentity identity) {
-    zelk::HostOptions options;
-    options.identity = identity;
-    return options;
-}
+inline zelk::HostOptions optionsOf(zelk::HostIdentity identity) { return {.identity = identity}; }
 
 /// Every command of ZELK_PROBE_MODULE, which stays loaded, goes to `body` from here on.
 inline void setProbeBody(ProbeBody const* body) {
@@ -62,6 +58,15 @@ inline void fillRandom(zelk::World& world, unsigned seed) {
                 world.rowAs<A_u_short>(y)[c] = static_cast<A_u_short>(random() % 32769);
             else
                 world.rowAs<float>(y)[c] = static_cast<float>(random() % 2049) / 1024.0f;
+}
+
+/// Of all rows, without padding.
+inline std::vector<std::byte> pixelsOf(zelk::World const& world) {
+    std::vector<std::byte> all;
+    for (int y = 0; y < world.height(); ++y)
+        all.insert(all.end(), world.row(y),
+                   world.row(y) + world.width() * zelk::pixelBytes(world.depth()));
+    return all;
 }
 
 /// Sets a control of the host's in users' units; popups count from 1, pins are in layer pixels.

@@ -32,8 +32,7 @@ World paddedTo(World const& image, PF_LRect const& bounds) {
 
 /// Both show the same in all of `part`.
 bool showTheSame(World const& a, World const& b, PF_LRect const& part) {
-    World const x = paddedTo(a, part), y = paddedTo(b, part);
-    return !std::memcmp(x.row(0), y.row(0), static_cast<std::size_t>(x.rowBytes() * x.height()));
+    return pixelsOf(paddedTo(a, part)) == pixelsOf(paddedTo(b, part));
 }
 
 TEST(LayerParts, AreWhatTheRequestAndTheLayerHaveInCommon) {

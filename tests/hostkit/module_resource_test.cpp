@@ -14,11 +14,8 @@ TEST(ModuleResource, HasToBeSoundAndTrue) {
     std::filesystem::copy_file(ZELK_PROBE_MODULE, module);
     std::ostringstream sound;
     sound << std::ifstream(ZELK_PROBE_MODULE ".json").rdbuf();
-    struct Case {
-        char const *what, *by, *said;
-    };
-    for (Case const& c :
-         {Case{"}", ", \"later\": []}", nullptr},
+    for (auto const& [part, other, fault] :
+         {std::tuple("}", ", \"later\": []}", ""),
           {"{", "", "\"probe.so.json\" is not sound, expected a JSON object of at most 65536"},
           {"\"name\"", "\"nam\"", "sound \"name\", expected a printable string of 1 to 31 bytes"},
           {"\"Test\"", "\"12345678901234567890123456789012\"", "sound \"category\""},
@@ -28,17 +25,16 @@ TEST(ModuleResource, HasToBeSoundAndTrue) {
           {"\"outFlags\": 0", "\"outFlags\": 4", "answers out_flags 0x0, expected 0x4"},
           {"\"outFlags2\": 0", "\"outFlags2\": 8", "answers out_flags2 0x0, expected 0x8"}}) {
         std::string text = sound.str();  // the module has no body: version 0 and no flags
-        for (auto const& [what, by] :
-             {std::pair("1082375", "0"), {"33554432", "0"}, {c.what, c.by}})
+        for (auto const& [what, by] : {std::pair("1082375", "0"), {"33554432", "0"}, {part, other}})
             text.replace(text.find(what), std::strlen(what), by);
         folder.put("probe.so.json", text);
         try {
             EXPECT_EQ(Host(module).resource().name, "Probe");
-            EXPECT_EQ(c.said, nullptr);
+            EXPECT_STREQ(fault, "");
         } catch (HostError const& error) {
             std::string const said = error.what();
             EXPECT_TRUE(said.starts_with(module.string() + ": ")) << said;
-            EXPECT_TRUE(c.said && said.find(c.said) != said.npos) << c.by << ": " << said;
+            EXPECT_TRUE(*fault && said.find(fault) != said.npos) << other << ": " << said;
         }
     }
     std::filesystem::remove(folder.at("probe.so.json"));

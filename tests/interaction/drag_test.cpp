@@ -74,27 +74,24 @@ TEST(Drag, HalfSizePanelsMoveByTheWholeLayerPixelUnderTheMouse) {
 // 400 pixels double, and -200 halve, but for the single precision of 0.0025; ends 4 and 0.001;
 // toward zero. The From pins, which are not shown, stand where the To pins have to end.
 TEST(Drag, ShiftScalesAboutTheClick) {
-    struct Scaling {
-        int dx, dy;  ///< from the click at 200, 150
-        Box box;     ///< that was 100, 100, 300, 250
-    };
-    constexpr Scaling kScalings[] = {
+    // From the click at 200, 150; and what becomes of the box 100, 100, 300, 250.
+    constexpr std::tuple<int, int, Box> kScalings[] = {
         {400, 0, {0, 100, 399, 250}},       {0, 400, {100, 50, 300, 349}},
         {-200, 0, {149, 100, 250, 250}},    {-399, 0, {199, 100, 200, 250}},
         {0, 200, {100, 75, 300, 299}},      {9000, 1300, {-200, -50, 600, 550}},
         {-9000, -400, {199, 149, 200, 150}}};
-    for (Scaling const& c : kScalings) {
-        SCOPED_TRACE(testing::Message() << c.dx << ", " << c.dy);
+    for (auto const& [dx, dy, box] : kScalings) {
+        SCOPED_TRACE(testing::Message() << dx << ", " << dy);
         Stage s;
         s.place(kTo, {100.5, 100.25, 300.75, 250.5});
-        s.place(kFrom, c.box);
+        s.place(kFrom, box);
         s.events.click(s.at(200, 150, PF_Mod_SHIFT_KEY | PF_Mod_CAPS_LOCK_KEY));
         s.events.drag(s.at(17, 900));  // leaves no trace, as sizes are those at the click
-        s.events.drag(s.at(200 + c.dx, 150 + c.dy));
+        s.events.drag(s.at(200 + dx, 150 + dy));
         EXPECT_EQ(s.fixed(kTo), s.fixed(kFrom));
-        s.events.drag(s.at(205 + c.dx, 147 + c.dy), true);  // the last event moves
-        s.events.click(s.at(c.box.left + 5, c.box.top - 3));
-        s.events.drag(s.at(c.box.left + 8, c.box.top - 3), true);
+        s.events.drag(s.at(205 + dx, 147 + dy), true);  // the last event moves
+        s.events.click(s.at(box.left + 5, box.top - 3));
+        s.events.drag(s.at(box.left + 8, box.top - 3), true);
         EXPECT_EQ(s.fixed(kTo), moved(s.fixed(kFrom), 8, -3)) << "Shift has ended";
     }
 }

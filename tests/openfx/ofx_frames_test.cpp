@@ -126,17 +126,15 @@ TEST(OfxThreads, TwoAtOnceEqualOneByOne) {
     Random random(11);
     PictureBuffer source(kFrame);
     source.fill(pattern);
-    Host host(hostChoice("tree"), ZELK_OFX_BINARY);
-    ASSERT_EQ(host.prepare(), kOfxStatOK);
+    std::map<std::string, ClipInput> const inputs = {{"Source", still(source.view())}};
+    Session session(hostChoice("tree"), inputs);
+    auto const other = session.host.create(kOfxImageEffectContextFilter, inputs, kProject);
     struct One {
-        std::unique_ptr<Instance> instance;
+        Instance* instance;
         PictureBuffer alone{kFrame}, together{kFrame};
     };
-    std::array<One, 2> ones;
+    std::array<One, 2> ones = {One{session.instance.get()}, One{other.get()}};
     for (One& one : ones) {
-        one.instance =
-            host.create(kOfxImageEffectContextFilter, {{"Source", still(source.view())}}, kProject);
-        ASSERT_TRUE(one.instance);
         setPins(*one.instance, randomPins(random, kFrame));
         ASSERT_EQ(one.instance->render({.output = one.alone.view(), .window = kFrame}), kOfxStatOK);
     }
@@ -159,9 +157,6 @@ TEST(OfxThreads, TwoAtOnceEqualOneByOne) {
             one.together.clear();
         }
     }
-    for (One& one : ones) one.instance.reset();
-    host.unload();
-    expectClean(host);
 }
 
 // Frames large enough for threads, the binary unloaded after each: no thread wakes up in what is

@@ -192,8 +192,6 @@ public:
     /// std::runtime_error when it isn't a plug-in of this kind.
     Host(HostChoice choice, std::string const& binary);
     ~Host();  ///< instances are gone by then
-    Host(Host const&) = delete;
-    Host& operator=(Host const&) = delete;
 
     OfxStatus load();
     OfxStatus describe();
@@ -262,8 +260,6 @@ Host& currentHost();
 class Instance {
 public:
     ~Instance();  ///< destroys
-    Instance(Instance const&) = delete;
-    Instance& operator=(Instance const&) = delete;
 
     /// A value, or a key at a time, as a user sets it: with the changed actions around. Throws
     /// std::invalid_argument for an unknown name.

@@ -80,18 +80,14 @@ TEST(OfxImport, MakesKeysOrSaysWhyNot) {
     instance.set("track-file", {{}, folder.put("track.txt", kTrack)});
     EXPECT_EQ(instance.changed("load-to-pins"), kOfxStatOK);
     EXPECT_TRUE(session.host.messages.empty());
-    struct Key {
-        char const* pin;
-        double x, y;
-    };
-    for (Key const& key : {Key{"to-upper-left", 20, 90},
-                           {"to-upper-right", 120, 90},
-                           {"to-lower-left", 20, 40},
-                           {"to-lower-right", 120, 40}}) {
-        EXPECT_EQ(instance.value(key.pin).keys.size(), 2U);
-        EXPECT_NEAR(pinOf(session, key.pin, 10).x, key.x, 1e-4) << key.pin;
-        EXPECT_NEAR(pinOf(session, key.pin, 11).x, key.x + 0.5, 1e-4);
-        EXPECT_NEAR(pinOf(session, key.pin, 10).y, key.y, 1e-4);
+    for (auto const& [pin, x, y] : {std::tuple("to-upper-left", 20, 90),
+                                    {"to-upper-right", 120, 90},
+                                    {"to-lower-left", 20, 40},
+                                    {"to-lower-right", 120, 40}}) {
+        EXPECT_EQ(instance.value(pin).keys.size(), 2U);
+        EXPECT_NEAR(pinOf(session, pin, 10).x, x, 1e-4) << pin;
+        EXPECT_NEAR(pinOf(session, pin, 11).x, x + 0.5, 1e-4);
+        EXPECT_NEAR(pinOf(session, pin, 10).y, y, 1e-4);
     }
     SavedParams const before = instance.save();
     for (std::string const& file : {std::string("/no/such/file.txt"), std::string(),

@@ -79,7 +79,6 @@ GuardedRaster renderScene(EngineScene const& scene, GuardedRaster const& source,
     settings.srcLeft = s.left, settings.srcTop = s.top;
     settings.srcRight = s.right, settings.srcBottom = s.bottom;
     setDefaultSuperSamplePattern(&settings);
-    settings.resample = options.resample;
 
     int const defaultThreads = omp_get_max_threads();
     if (options.threads > 0) omp_set_num_threads(options.threads);

@@ -158,15 +158,13 @@ void writePicture(fs::path const& file, Picture<T> const& picture, std::string c
 void writeValues(fs::path const& file, OIIO::ImageSpec const& spec, std::vector<float> values) {
     if (values.size() == 1)
         values.assign(spec.image_pixels() * static_cast<std::size_t>(spec.nchannels), values[0]);
-    auto const writer = OIIO::ImageOutput::create(file.string());
-    ASSERT_TRUE(writer && writer->open(file.string(), spec)) << file;
-    ASSERT_TRUE(writer->write_image(OIIO::TypeFloat, values.data()) && writer->close()) << file;
+    writeParts(file, {spec}, values);
 }
 
 void writeParts(fs::path const& file, std::vector<OIIO::ImageSpec> const& specs,
                 std::vector<float> const& values) {
     auto const writer = OIIO::ImageOutput::create(file.string());
-    ASSERT_TRUE(writer->open(file.string(), static_cast<int>(specs.size()), specs.data()));
+    ASSERT_TRUE(writer && writer->open(file.string(), int(specs.size()), specs.data())) << file;
     for (std::size_t i = 0; i < specs.size(); ++i) {
         auto const append = OIIO::ImageOutput::AppendSubimage;
         ASSERT_TRUE(i == 0 || writer->open(file.string(), specs[i], append)) << writer->geterror();

@@ -41,12 +41,7 @@ std::string callsFor(std::string const& bytes) {
 }
 
 TEST(LoadMochaFile, HandsOverWhatEachLineSays) {
-    struct Case {
-        char const* fact;
-        std::string text, calls;
-    };
-    const std::string wide(300, 'x');
-    const Case cases[] = {
+    const std::tuple<char const*, std::string, std::string> cases[] = {
         {"without a size 720 by 486", "Upper Left\n1 240 243\n", "][6 10: 0.333333333,0.5@1 ]"},
         {"sections by their number or words, positions 0 to 3 in the table's order",
          "ADBE Corner Pin-0001\nADBE Corner Pin-0002\nADBE Corner Pin-0003\nADBE Corner Pin-0004\n"
@@ -78,7 +73,7 @@ TEST(LoadMochaFile, HandsOverWhatEachLineSays) {
         {"endings of other systems", "Upper Left\r\n1 72 0\r\n", "][6 10: 0.1,0@1 ]"},
         {"nothing", "", ""},
     };
-    for (Case const& c : cases) EXPECT_EQ(callsFor(c.text), c.calls) << c.fact;
+    for (auto const& [fact, text, calls] : cases) EXPECT_EQ(callsFor(text), calls) << fact;
     Collector loader;
     EXPECT_EQ(LoadMochaFile(nullptr, nullptr, nullptr, "/nowhere/track.txt", &loader), 1);
     EXPECT_EQ(loader.calls, "");

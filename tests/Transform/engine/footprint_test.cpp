@@ -233,11 +233,9 @@ TEST(Footprint, MapsWithoutPositionsDrawNothing) {
     ResampleOptions options;
     options.integratesFootprint = true;
     options.map = &map;
-    EngineOptions engine;
-    engine.resample = &options;
     const EngineScene scene = obliqueScene(kOblique);
     const GuardedRaster frame =
-        renderScene(scene, noiseSource(random, scene, kFormatARGB32), engine);
+        renderScene(scene, noiseSource(random, scene, kFormatARGB32), {.resample = &options});
     int drawn = 0;
     frame.forEachChannel([&](int x, int y, int c) {
         ASSERT_TRUE(std::isfinite(frame.get(x, y, c)));

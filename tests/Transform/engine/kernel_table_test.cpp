@@ -80,18 +80,21 @@ TEST(Kernels, SharpenCombinesTwoParameterSets) {
 }
 
 TEST(WeightTable, TapsFollowSizeAndScale) {
-    const struct {
-        int sizeIndex;
-        float scale;
-        int taps;
-    } cases[] = {{0, 1.0f, 4},  {0, 0.5f, 4},    {0, 0.49f, 1}, {3, 1.0f, 10}, {7, 1.0f, 10},
-                 {3, 0.25f, 8}, {3, 0.0625f, 4}, {3, 0.06f, 1}, {1, 0.3f, 4}};
-    for (auto const& c : cases) {
+    using Case = std::tuple<int, float, int>;
+    for (auto const& [sizeIndex, scale, taps] : {Case{0, 1.0f, 4},
+                                                 {0, 0.5f, 4},
+                                                 {0, 0.49f, 1},
+                                                 {3, 1.0f, 10},
+                                                 {7, 1.0f, 10},
+                                                 {3, 0.25f, 8},
+                                                 {3, 0.0625f, 4},
+                                                 {3, 0.06f, 1},
+                                                 {1, 0.3f, 4}}) {
         RenderSettings s;
         s.quality = 2;
-        setKernelTransformSize(&s, c.sizeIndex, c.scale);
-        EXPECT_EQ(s.taps, c.taps) << c.sizeIndex << " at " << c.scale;
-        EXPECT_EQ(s.quality, c.taps == 1 ? 0 : 2) << c.sizeIndex << " at " << c.scale;
+        setKernelTransformSize(&s, sizeIndex, scale);
+        EXPECT_EQ(s.taps, taps) << sizeIndex << " at " << scale;
+        EXPECT_EQ(s.quality, taps == 1 ? 0 : 2) << sizeIndex << " at " << scale;
     }
 }
 

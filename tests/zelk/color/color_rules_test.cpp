@@ -109,14 +109,11 @@ TEST_F(ColorRules, TheModuleRoadConvertsLayerAndResult) {
 }
 
 TEST_F(ColorRules, FilesAreTaggedAsWhatTheyAre) {
-    struct Case {
-        char const *in, *out, *space;
-        bool hasProfile;
-    };
-    for (auto const& [in, out, space, hasProfile] : {Case{"plate.exr", "o.png", "sRGB", false},
-                                                     {"plate.exr", "o.tif", "linear", true},
-                                                     {"plate.exr", "o.dpx", "Rec709", false},
-                                                     {"half.png", "o.exr", "linear", false}}) {
+    for (auto const& [in, out, space, hasProfile] :
+         {std::tuple("plate.exr", "o.png", "sRGB", false),
+          {"plate.exr", "o.tif", "linear", true},
+          {"plate.exr", "o.dpx", "Rec709", false},
+          {"half.png", "o.exr", "linear", false}}) {
         SCOPED_TRACE(out);
         std::string const name = out;
         Words options = name == "o.tif"   ? Words{"--output-color", "linear", "--depth", "16"}

@@ -2,6 +2,7 @@
 #include <nlohmann/json.hpp>
 
 #include "tests/support/zelk_process.h"
+#include "zelk/render/quad_map.h"
 
 namespace zelk_test {
 namespace {
@@ -19,21 +20,13 @@ protected:
     }
 };
 
-/// A source point in layer pixels by a reported matrix.
-std::pair<double, double> mapped(Json const& m, double x, double y) {
-    auto const row = [&](int r) {
-        return m[r].get<double>() * x + m[r + 1].get<double>() * y + m[r + 2].get<double>();
-    };
-    return {row(0) / row(6), row(3) / row(6)};
-}
-
 TEST_F(Explain, MatrixSendsTheCornersToThePins) {
     double const to[4][2] = {{6.5, 4}, {54, 1}, {3, 39}, {58, 35}};
     Json const told = explain({"--to", "6.5,4 54,1 3,39 58,35"});
     ASSERT_EQ(told["passes"].size(), 1u);
     for (int corner = 0; corner < 4; ++corner) {
-        auto const [x, y] =
-            mapped(told["passes"][0]["matrix"], corner % 2 * 60.0, corner / 2 * 40.0);
+        auto const matrix = told["passes"][0]["matrix"].get<zelk::PlaneMatrix>();
+        auto const [x, y] = zelk::mapped(matrix, {corner % 2 * 60.0, corner / 2 * 40.0}).value();
         // The view distance is rounded to single precision: 2^-24 of the way from the centre.
         EXPECT_NEAR(x, to[corner][0], 60 * 0x1p-23);
         EXPECT_NEAR(y, to[corner][1], 60 * 0x1p-23);
