@@ -32,7 +32,7 @@ struct Size {
     int width = 1920, height = 1080;
 };
 
-constexpr double kPins[4][2] = {{-0.02, -0.03}, {1.04, -0.01}, {-0.05, 1.06}, {1.02, 1.02}};
+constexpr double kPins[4][2] = {{0.01, 0.02}, {0.98, 0.005}, {0.03, 0.96}, {0.99, 0.98}};
 
 struct Case {
     char const* name;

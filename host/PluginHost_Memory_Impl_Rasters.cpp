@@ -80,19 +80,6 @@ CopyArea copyArea(QV_RasterInfo const& from, QV_RasterInfo const& to, QV_Rect co
     return area;
 }
 
-/// Two images of one buffer, such as a picture and its part, or its rows upside down.
-bool mayOverlap(QV_RasterInfo const& a, QV_RasterInfo const& b) {
-    auto const bounds = [](QV_RasterInfo const& info) {
-        auto const first = reinterpret_cast<std::intptr_t>(info.data);
-        auto const last = first + std::intptr_t{info.height - 1} * info.rowBytes;
-        return std::pair(std::min(first, last),
-                         std::max(first, last) + std::intptr_t{info.width} * info.pixelBytes);
-    };
-    auto const [aBegin, aEnd] = bounds(a);
-    auto const [bBegin, bEnd] = bounds(b);
-    return aBegin < bEnd && bBegin < aEnd;
-}
-
 int copyPixels(QV_RasterInfo const& from, QV_RasterInfo const& to, QV_Rect const* fromRect,
                QV_Rect const* toRect) {
     if (from.format != to.format) return kFormatsDiffer;

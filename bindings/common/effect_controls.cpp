@@ -7,7 +7,6 @@
 
 #include "host/PluginHost_AE_Impl.h"
 #include "params/ParamsSetup.h"
-#include "params/update_ecw.h"
 
 namespace zelk::bindings {
 
@@ -45,10 +44,6 @@ A_long EffectControls::acquire(char const* name, A_long, void const** suite) {
     bool const isIt = std::string_view(name) == kPFParamUtilsSuite;
     *suite = isIt ? &kControlsSuite : nullptr;
     return isIt ? PF_Err_NONE : PF_Err_BAD_CALLBACK_PARAM;
-}
-
-void EffectControls::updateGreyed() {
-    UpdateECW(&m_inData, &m_outData, array(), false, nullptr, nullptr);
 }
 
 }  // namespace zelk::bindings

@@ -106,12 +106,28 @@ void changeAlphaState(Channel* rgba, int count, bool divides) {
         premultRowSimd(rgba, count, 3, divides);
 }
 
+/// What a frame over a plate has in 8 bits: one step for each way.
+template <class Trait, class Stored>
+bool areStraightBytes(HostPicture const& picture, bool isStraight) {
+    return Trait::kIsFloat && std::is_same_v<Stored, std::uint8_t> && !isStraight &&
+           picture.channels == ChannelSet::kRGBA && picture.alpha == AlphaState::kStraight;
+}
+
 /// The host's samples have no alignment of their own.
 template <class Trait, class Stored>
 void takePiece(HostPicture const& picture, unsigned char const* from, int count, bool isStraight,
                typename Trait::Channel* pixels) {
-    Stored stored[4 * kPiece], own[4 * kPiece];
     typename Trait::Channel rgba[4 * kPiece];
+    if constexpr (Trait::kIsFloat && std::is_same_v<Stored, std::uint8_t>) {
+        if (areStraightBytes<Trait, Stored>(picture, isStraight)) {
+            auto const pixelCount = static_cast<std::size_t>(count);
+            if constexpr (Trait::kAlpha != 0)
+                return vectorRows().fromStraightBytes(from, pixelCount, pixels);
+            vectorRows().fromStraightBytes(from, pixelCount, rgba);
+            return turnRow(rgba, pixelCount, Turn::kToAlphaFirst, pixels);
+        }
+    }
+    Stored stored[4 * kPiece], own[4 * kPiece];
     std::memcpy(stored, from, bytesOf(picture, count));
     Stored const* samples = stored;
     bool const isHalf = picture.samples == SampleType::kHalf;
@@ -135,10 +151,15 @@ template <class Trait, class Stored>
 void givePiece(typename Trait::Channel const* pixels, bool isStraight, HostPicture const& picture,
                int count, unsigned char* to) {
     typename Trait::Channel rgba[4 * kPiece];
+    bool const isOneStep = areStraightBytes<Trait, Stored>(picture, isStraight);
     if constexpr (Trait::kAlpha == 0)
         turnRow(pixels, static_cast<std::size_t>(count), Turn::kToAlphaLast, rgba);
-    else
+    else if (!isOneStep)
         std::copy_n(pixels, 4 * count, rgba);
+    if constexpr (Trait::kIsFloat && std::is_same_v<Stored, std::uint8_t>)
+        if (isOneStep)
+            return vectorRows().toStraightBytes(Trait::kAlpha == 0 ? rgba : pixels,
+                                                static_cast<std::size_t>(count), to);
     bool const wantsStraight =
         picture.channels == ChannelSet::kRGBA && picture.alpha == AlphaState::kStraight;
     if (picture.channels != ChannelSet::kAlpha && wantsStraight != isStraight)

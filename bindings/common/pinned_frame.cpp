@@ -13,6 +13,7 @@
 #include "Transform/Common/ResampleOptions.h"
 #include "Transform/Common/RowBands.h"
 #include "Transform/Common/SaturatingCast.h"
+#include "Transform/Common/Transform_Core_Render/PixelRows.h"
 #include "Transform/Common/Transform_Core_Render/PlateRows.h"
 #include "Transform/Common/Transform_Core_Render/ompc.h"
 #include "effect/Render.h"
@@ -178,7 +179,8 @@ private:
         options.edges = Trait::kIsFloat ? EdgeCoverage::kExact : EdgeCoverage::kGrid;
         options.frameAspect = m_frame.frameAspect;
         host.setResampleOptions(&options);
-        host.setLendsInput(true);
+        // A host that renders in place has its input overwritten as it is read.
+        host.setLendsInput(!mayOverlap(layer, output));
         host.setScale(m_frame.scale, m_frame.scale);
         int const now = truncatedToInt32(std::nearbyint(m_frame.time * kTimeStep));
         for (int index = kParamInputLayer + 1; index < kParamCount; ++index) {

@@ -12,12 +12,12 @@ namespace zelk::bindings {
 
 namespace {
 
-struct PinIndices {
+struct PinQuad {
     int pins[4];  ///< upper left, upper right, lower left, lower right
 };
-constexpr PinIndices kTo = {
+constexpr PinQuad kTo = {
     {kParamToUpperLeft, kParamToUpperRight, kParamToLowerLeft, kParamToLowerRight}};
-constexpr PinIndices kFrom = {
+constexpr PinQuad kFrom = {
     {kParamFromUpperLeft, kParamFromUpperRight, kParamFromLowerLeft, kParamFromLowerRight}};
 
 /// A tracked pin at a frame of the file; fractions of the file's resolution, y down.
@@ -61,7 +61,7 @@ void usePixels(std::vector<Sample>& samples, OfxRectD const& rectangle) {
 
 /// Why the file is none that can be imported; empty when it is.
 std::string objection(std::string const& path, int code, TrackSamples const& track,
-                      PinIndices const& target) {
+                      PinQuad const& target) {
     if (path.empty()) return "Track File is empty: choose a planar tracker's text file first";
     std::error_code ignored;
     if (std::filesystem::is_directory(path, ignored)) return path + ": a folder, expected a file";
@@ -91,7 +91,7 @@ std::string textOf(ParameterSet const& parameters, char const* name) {
     return value ? value : "";
 }
 
-void replaceKeys(ParameterSet const& parameters, PinIndices const& target,
+void replaceKeys(ParameterSet const& parameters, PinQuad const& target,
                  std::vector<Sample> const& samples, OfxRectD const& rectangle, int offset) {
     OfxParameterSuiteV1 const& suite = *suites().parameter;
     for (int const pin : target.pins) require(suite.paramDeleteAllKeys(parameters[pin]));
@@ -127,7 +127,7 @@ bool decidesGreyed(std::string const& name) {
 void importTrack(Instance& instance, bool isTo, double time) {
     ParameterSet const& parameters = instance.parameters;
     std::string const path = textOf(parameters, kTrackFileName);
-    PinIndices target = isTo ? kTo : kFrom;
+    PinQuad target = isTo ? kTo : kFrom;
     int diskIds[4] = {};
     TrackSamples track;
     int const code = LoadMochaFile(nullptr, target.pins, diskIds, path.c_str(), &track);
@@ -146,6 +146,7 @@ void importTrack(Instance& instance, bool isTo, double time) {
 
 OfxStatus instanceChanged(Instance& instance, Properties const& in) {
     if (in.text(kOfxPropChangeReason) != kOfxChangeUserEdited) return kOfxStatReplyDefault;
+    instance.clearError();
     std::string const name = in.text(kOfxPropName);
     double const time = in.numberOr(kOfxPropTime, 0);
     if (decidesGreyed(name))

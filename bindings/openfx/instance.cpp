@@ -1,6 +1,7 @@
 // Clips, regions, and the questions about them.
 #include "bindings/openfx/instance.h"
 
+#include <algorithm>
 #include <climits>
 
 #include "Transform/Common/PopupEntries.h"
@@ -23,9 +24,10 @@ Properties propertiesOfClip(OfxImageClipHandle clip) {
     return Properties(set);
 }
 
-/// Infinite sides have the largest integers.
-bool isInfinite(OfxRectD const& r) {
-    return r.x1 <= INT_MIN || r.y1 <= INT_MIN || r.x2 >= INT_MAX || r.y2 >= INT_MAX;
+/// Infinite sides have the largest integers; they end where `limit` does.
+OfxRectD finite(OfxRectD const& r, OfxRectD const& limit) {
+    return {r.x1 <= INT_MIN ? limit.x1 : r.x1, r.y1 <= INT_MIN ? limit.y1 : r.y1,
+            r.x2 >= INT_MAX ? limit.x2 : r.x2, r.y2 >= INT_MAX ? limit.y2 : r.y2};
 }
 
 /// What the view shows lies in the frame, not in the layer.
@@ -34,8 +36,10 @@ bool placesInFrame(Instance const& instance, double time) {
     return view != kViewOriginal && view != kViewFromPins;
 }
 
-bool hasRegions() {
-    return hostProperties().integerOr(kOfxImageEffectPropSupportsMultiResolution, 1) != 0;
+/// Four channels of which the last means nothing.
+bool isOpaque(Properties const& clip) {
+    return clip.textOr(kOfxImageEffectPropPreMultiplication, "") == kOfxImageOpaque &&
+           clip.textOr(kOfxImageEffectPropComponents, "") == kOfxImageComponentRGBA;
 }
 
 std::string clipProperty(char const* prefix, char const* clip) {
@@ -43,6 +47,10 @@ std::string clipProperty(char const* prefix, char const* clip) {
 }
 
 }  // namespace
+
+bool hostHasRegions() {
+    return hostProperties().integerOr(kOfxImageEffectPropSupportsMultiResolution, 1) != 0;
+}
 
 Instance::Instance(OfxImageEffectHandle effect)
     : handle(effect),
@@ -72,7 +80,7 @@ OfxRectD Instance::clipRegion(OfxImageClipHandle clip, double time) const {
     OfxStatus const status = suites().effect->clipGetRegionOfDefinition(clip, time, &region);
     if (status == kOfxStatErrMemory) throw OfxFailure{status};
     if (status != kOfxStatOK || isEmpty(region)) return {};
-    return isInfinite(region) ? project() : region;
+    return finite(region, project());
 }
 
 OfxRectD Instance::project() const {
@@ -91,13 +99,46 @@ OfxRectD Instance::frameAt(double time) const {
     return isEmpty(frame) ? layerAt(time) : frame;
 }
 
+/// A tracked pin far outside, or a source without end, doesn't make an image that no memory holds.
 OfxRectD Instance::imageAt(double time) const {
     OfxRectD const layer = layerAt(time);
     if (!placesInFrame(*this, time)) return layer;
     OfxRectD const frame = frameAt(time);
-    if (!hasRegions()) return frame;
-    OfxRectD const filled = isPlateConnected() ? frame : united(frame, layer);
-    return grown(filled, parameters.at(kParamGrowBounds, time).x);
+    if (!hostHasRegions()) return frame;
+    OfxRectD filled = frame;
+    if (!isPlateConnected()) {
+        OfxRectD const limit = grown(frame, frame.x2 - frame.x1, frame.y2 - frame.y1);
+        OfxRectD const wanted = shared(united(layer, pinsAt(time)), limit);
+        filled = united(frame, wanted);
+    }
+    double const by = parameters.at(kParamGrowBounds, time).x;
+    return grown(filled, by, by);
+}
+
+/// Around the To Pins at the moments of the frame's shutter.
+OfxRectD Instance::pinsAt(double time) const {
+    double const step = 1 / 360.0;
+    bool const isBlurred = parameters.entryAt(kParamMotionBlur, time) == kMotionBlurOn;
+    double const start = isBlurred ? parameters.at(kParamShutterPhase, time).x * step : 0;
+    double const open = isBlurred ? parameters.at(kParamShutterAngle, time).x * step : 0;
+    int const moments =
+        open != 0 ? std::clamp(truncatedToInt32(parameters.at(kParamSamples, time).x), 1, 64) : 1;
+    OfxRectD box{};
+    for (int i = 0; i < moments; ++i) {
+        double const moment = time + start + open * i / moments;
+        OfxRectD const frame = frameAt(time);
+        for (int pin = 0; pin < 4; ++pin) {
+            auto const at = parameters.at(kParamToUpperLeft + pin, moment);
+            int const offset = kParamToUpperLeftOffsetX + 2 * pin;
+            double const x = at.x + parameters.at(offset, moment).x * (frame.x2 - frame.x1) / 100;
+            double const y =
+                at.y + parameters.at(offset + 1, moment).x * (frame.y2 - frame.y1) / 100;
+            box = i + pin == 0 ? OfxRectD{x, y, x, y}
+                               : OfxRectD{std::min(box.x1, x), std::min(box.y1, y),
+                                          std::max(box.x2, x), std::max(box.y2, y)};
+        }
+    }
+    return box;
 }
 
 OfxRectD Instance::regionAt(double time) const {
@@ -127,7 +168,7 @@ void Instance::clearError() {
 
 OfxStatus getRegionOfDefinition(Instance const& instance, Properties const& in,
                                 Properties const& out) {
-    if (!hasRegions()) return kOfxStatReplyDefault;
+    if (!hostHasRegions()) return kOfxStatReplyDefault;
     OfxRectD const region = instance.regionAt(in.number(kOfxPropTime));
     if (isEmpty(region)) return kOfxStatReplyDefault;
     out.set(kOfxImageEffectPropRegionOfDefinition, region);
@@ -139,6 +180,7 @@ OfxStatus getRegionsOfInterest(Instance const& instance, Properties const& in,
                                Properties const& out) {
     double const time = in.number(kOfxPropTime);
     OfxRectD const layer = instance.layerAt(time);
+    if (isEmpty(layer) && !instance.isPlateConnected()) return kOfxStatReplyDefault;
     if (!isEmpty(layer))
         out.set(
             clipProperty(kOfxImageClipPropRoIPrefix, kOfxImageEffectSimpleSourceClipName).c_str(),
@@ -163,30 +205,45 @@ OfxStatus getFramesNeeded(Instance const& instance, Properties const& in, Proper
     return kOfxStatOK;
 }
 
-/// The plate's frames where there is one: the layer may be a still.
+/// Of layer and plate together: either may be a still.
 OfxStatus getTimeDomain(Instance const& instance, Properties const& out) {
     if (!instance.isPlateConnected()) return kOfxStatReplyDefault;
-    auto const range = propertiesOfClip(instance.plate).numbers<2>(kOfxImageEffectPropFrameRange);
+    auto range = propertiesOfClip(instance.plate).numbers<2>(kOfxImageEffectPropFrameRange);
+    if (instance.isSourceConnected()) {
+        auto const layers =
+            propertiesOfClip(instance.source).numbers<2>(kOfxImageEffectPropFrameRange);
+        range = {std::min(range[0], layers[0]), std::max(range[1], layers[1])};
+    }
     out.set(kOfxImageEffectPropFrameRange, range[0], 0);
     out.set(kOfxImageEffectPropFrameRange, range[1], 1);
     return kOfxStatOK;
 }
 
-/// Around a pinned picture there is nothing, so the output of an opaque one has an alpha.
+/// Around a pinned picture there is nothing, so the output has an alpha even where no input has.
 OfxStatus getClipPreferences(Instance const& instance, Properties const& out) {
     Properties const source = propertiesOfClip(instance.source);
-    if (source.textOr(kOfxImageEffectPropPreMultiplication, "") != kOfxImageOpaque ||
-        source.textOr(kOfxImageEffectPropComponents, "") != kOfxImageComponentRGBA)
-        return kOfxStatReplyDefault;
+    std::string const channels = source.textOr(kOfxImageEffectPropComponents, "");
+    bool const lacksChannel = channels == kOfxImageComponentRGB && instance.isGeneral;
+    if (lacksChannel)
+        out.set(
+            clipProperty(kOfxImageClipPropComponentsPrefix, kOfxImageEffectOutputClipName).c_str(),
+            kOfxImageComponentRGBA);
+    if (!lacksChannel && !isOpaque(source)) return kOfxStatReplyDefault;
     out.set(kOfxImageEffectPropPreMultiplication, kOfxImagePreMultiplied);
     return kOfxStatOK;
 }
 
-/// View Original shows the layer as it is.
+/// View Original shows the layer as it is, where its alpha means the same to the output.
 OfxStatus isIdentity(Instance const& instance, Properties const& in, Properties const& out) {
     double const time = in.number(kOfxPropTime);
     if (instance.isPlateConnected() ||
         instance.parameters.entryAt(kParamViewMode, time) != kViewOriginal)
+        return kOfxStatReplyDefault;
+    auto const stateOf = [](OfxImageClipHandle clip) {
+        return propertiesOfClip(clip).textOr(kOfxImageEffectPropPreMultiplication, "");
+    };
+    if (isOpaque(propertiesOfClip(instance.source)) ||
+        stateOf(instance.source) != stateOf(instance.output))
         return kOfxStatReplyDefault;
     out.set(kOfxPropName, kOfxImageEffectSimpleSourceClipName);
     out.set(kOfxPropTime, time);

@@ -2,8 +2,9 @@
 // lie.
 //
 // Space: canonical, y up. The frame is the plate's region where one is connected, else the
-// project's; the picture may reach anywhere in it, and beyond it as far as Grow Bounds tells. The
-// layer is the source's region.
+// project's; the picture may reach anywhere in it, beyond it to the layer and to pins that lie
+// outside, but no farther than another frame on each side, and as far as Grow Bounds tells around
+// all of that. The layer is the source's region.
 #pragma once
 
 #include <atomic>
@@ -14,6 +15,9 @@
 namespace zelk::bindings {
 
 constexpr char kPlateClipName[] = "Plate";
+
+/// Hosts without them have one rectangle for all that is rendered.
+bool hostHasRegions();
 
 class Instance {
 public:
@@ -31,6 +35,7 @@ public:
     static Instance& of(void const* handle);
     static Instance* ofOrNull(void const* handle);
 
+    bool isSourceConnected() const { return isConnected(source); }
     bool isPlateConnected() const { return plate && isConnected(plate); }
     /// The host's project; pins start at its corners.
     OfxRectD project() const;
@@ -51,6 +56,7 @@ public:
 
 private:
     static bool isConnected(OfxImageClipHandle clip);
+    OfxRectD pinsAt(double time) const;
     OfxRectD clipRegion(OfxImageClipHandle clip, double time) const;
 
     std::atomic<bool> m_hasError{false};

@@ -17,6 +17,7 @@
 #include "interaction/HandleEvent.h"
 #include "interaction/PanelPoints.h"
 #include "params/FixedPoint.h"
+#include "params/ParameterNames.h"
 #include "platform/services/DrawingPort.h"
 
 namespace zelk::bindings {
@@ -198,8 +199,9 @@ public:
             CanvasPort const port(*canvas, scene.plane(), pixel());
             scene.send(PF_Event_DRAW);
         }
-        forEachHandle(scene, [&](int pin, PinIndices const& quad) {
-            drawHandle(*canvas, scene.pinAt(pin), scene.colorOf(quad));
+        forEachPin(scene, [&](int pin, PinIndices const& quad) {
+            if (!hostHasHandle(m_instance.parameters[pin]))
+                drawHandle(*canvas, scene.pinAt(pin), scene.colorOf(quad));
         });
         return kOfxStatOK;
     }
@@ -209,6 +211,8 @@ public:
         EventScene scene(m_instance, m_time);
         OfxPointD const pen = penPosition();
         std::optional<int> const pin = pinUnder(scene, pen);
+        // A handle of the host's own is the host's to drag.
+        if (pin && hostHasHandle(m_instance.parameters[*pin])) return kOfxStatReplyDefault;
         if (pin) {
             OfxPointD const at = scene.pinAt(*pin);
             m_state.pin = *pin;
@@ -226,6 +230,7 @@ public:
 
     OfxStatus penMoved(bool isLast) {
         if (m_state.drag == OverlayState::Drag::kNone) return kOfxStatReplyDefault;
+        DragEnd const end(*this, isLast);
         OfxPointD const pen = penPosition();
         if (m_state.drag == OverlayState::Drag::kPin) {
             m_instance.parameters.setPin(m_state.pin, m_time,
@@ -237,7 +242,6 @@ public:
             scene.send(PF_Event_DRAG, pen);
             std::memcpy(m_state.refcon, scene.mouse().continue_refcon, sizeof m_state.refcon);
         }
-        if (isLast) endDrag();
         return redrawn();
     }
 
@@ -271,18 +275,31 @@ private:
         m_state.drag = drag;
         m_state.step.emplace(m_instance.parameters, "Move Pins");
     }
+    /// The last move of a drag ends it, even where the host refuses it.
+    class DragEnd {
+    public:
+        DragEnd(OverlayAction& action, bool isLast) : m_action(isLast ? &action : nullptr) {}
+        ~DragEnd() {
+            if (m_action) m_action->endDrag();
+        }
+        DragEnd(DragEnd const&) = delete;
+        DragEnd& operator=(DragEnd const&) = delete;
+
+    private:
+        OverlayAction* m_action;
+    };
     void endDrag() {
         m_state.drag = OverlayState::Drag::kNone;
         m_state.step.reset();
     }
 
+    /// Of the quads that are shown.
     template <class Body>
-    void forEachHandle(EventScene& scene, Body const& body) const {
+    void forEachPin(EventScene& scene, Body const& body) const {
         int const mode = scene.overlayMode();
         for (PinIndices const& quad : {kToPins, kFromPins}) {
             if (quad == kToPins ? !showsToPins(mode) : !showsFromPins(mode)) continue;
-            for (int const pin : quad)
-                if (!hostHasHandle(m_instance.parameters[pin])) body(pin, quad);
+            for (int const pin : quad) body(pin, quad);
         }
     }
 
@@ -290,7 +307,7 @@ private:
     std::optional<int> pinUnder(EventScene& scene, OfxPointD const& pen) const {
         std::optional<int> found;
         double nearest = kGrabPx;
-        forEachHandle(scene, [&](int pin, PinIndices const&) {
+        forEachPin(scene, [&](int pin, PinIndices const&) {
             OfxPointD const at = scene.pinAt(pin);
             double const away = std::hypot((at.x - pen.x) / pixel().x, (at.y - pen.y) / pixel().y);
             if (!(away <= nearest)) return;
@@ -327,6 +344,17 @@ OfxStatus act(std::string_view action, OverlayAction&& overlay, bool usesDrawSui
     return kOfxStatReplyDefault;
 }
 
+/// A change of what is drawn redraws the overlay.
+void redrawWith(Properties const& interact) {
+    int slot = 0;
+    for (int const index :
+         {int{kParamOverlayMode}, int{kParamWireframe}, int{kParamToWireframeColor},
+          int{kParamFromWireframeColor}, kToPins[0], kToPins[1], kToPins[2], kToPins[3],
+          kFromPins[0], kFromPins[1], kFromPins[2], kFromPins[3]})
+        interact.offer(kOfxInteractPropSlaveToParam,
+                       kParameterNames[static_cast<std::size_t>(index)].data(), slot++);
+}
+
 OfxStatus interact(std::string_view action, void const* handle, OfxPropertySetHandle inArgs,
                    bool usesDrawSuite) {
     if (action == kOfxActionDescribe) return kOfxStatOK;
@@ -338,6 +366,7 @@ OfxStatus interact(std::string_view action, void const* handle, OfxPropertySetHa
         auto made = std::make_unique<OverlayState>();
         properties.set(kOfxPropInstanceData, static_cast<void*>(made.get()));
         made.release();
+        redrawWith(properties);
         return kOfxStatOK;
     }
     if (action == kOfxActionDestroyInstance) {

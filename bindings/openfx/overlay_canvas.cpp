@@ -51,7 +51,7 @@ bool find(void* library, char const* name, Function& function) {
 OpenGl const* openGl() {
     static OpenGl gl;
     static bool const isThere = [] {
-        void* const library = dlopen("libGL.so.1", RTLD_LAZY | RTLD_LOCAL);
+        void* const library = dlopen("libGL.so.1", RTLD_LAZY | RTLD_NOLOAD);
         return library && find(library, "glPushAttrib", gl.pushAttrib) &&
                find(library, "glPopAttrib", gl.popAttrib) &&
                find(library, "glDisable", gl.disable) &&

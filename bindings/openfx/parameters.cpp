@@ -17,6 +17,18 @@ char const* nameOf(int index) { return kParameterNames[static_cast<std::size_t>(
 
 bool isSeparator(std::string_view entry) { return entry == "(-"; }
 
+/// In an expression a hyphen is a minus.
+std::string scriptName(std::string name) {
+    std::replace(name.begin(), name.end(), '-', '_');
+    return name;
+}
+
+/// What is drawn on screen alone, and changes no pixel.
+bool isOfOverlay(int index) {
+    return index == kParamOverlayMode || index == kParamWireframe ||
+           index == kParamToWireframeColor || index == kParamFromWireframeColor;
+}
+
 ParameterKind kindOf(int index, PF_ParamDef const& def) {
     if (index == kParamMochaImport || index == kParamUseCompCamera) return ParameterKind::kNone;
     switch (def.param_type) {
@@ -105,7 +117,7 @@ private:
         require(suites().parameter->paramDefine(m_set, type, name, &set));
         Properties const p(set);
         p.set(kOfxPropLabel, label);
-        p.offer(kOfxParamPropScriptName, name);
+        p.offer(kOfxParamPropScriptName, scriptName(name).c_str());
         if (!hint.empty()) p.offer(kOfxParamPropHint, hint.c_str());
         if (!m_groups.empty())
             p.set(kOfxParamPropParent, m_groups.back());
@@ -130,6 +142,7 @@ private:
         Properties const p = define(type, index);
         p.offer(kOfxParamPropAnimates,
                 (m_controls[index].flags & PF_ParamFlag_CANNOT_TIME_VARY) ? 0 : 1);
+        if (isOfOverlay(index)) p.offer(kOfxParamPropEvaluateOnChange, 0);
         return p;
     }
 
@@ -178,7 +191,8 @@ private:
         p.offer(kOfxParamPropDefaultCoordinateSystem, kOfxParamCoordinatesNormalised);
         p.set(kOfxParamPropDefault, QVS::fixedToDouble(point.x_dephault) / 100, 0);
         p.set(kOfxParamPropDefault, 1 - QVS::fixedToDouble(point.y_dephault) / 100, 1);
-        p.offer(kOfxParamPropUseHostOverlayHandle, 1);
+        // Overlay Mode says when From Pins are shown: their handles are ours.
+        if (index < kParamFromPinsGroup) p.offer(kOfxParamPropUseHostOverlayHandle, 1);
     }
 
     void defineDouble(int index, PF_ParamDef const& def) {
@@ -186,6 +200,8 @@ private:
         if (def.param_type == PF_Param_ANGLE) {
             p.offer(kOfxParamPropDoubleType, kOfxParamDoubleTypeAngle);
             p.set(kOfxParamPropDefault, 0.0);
+            p.offer(kOfxParamPropDisplayMin, -180.0);
+            p.offer(kOfxParamPropDisplayMax, 180.0);
             return;
         }
         bool const isFactor = unitOfParameter(index) == "factor";

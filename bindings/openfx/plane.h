@@ -4,7 +4,8 @@
 //   x pixel = x canonical * scale x / pixel aspect        (scale and aspect of the render)
 //   y pixel = -y canonical * scale y                      y = 0 is the same line in both
 //
-// A row j of the host lies between y = j and j + 1, so the engine's row is -1 - j.
+// A row j of the host lies between y = j and j + 1, so the engine's row is -1 - j. Offsets,
+// Translate Y and Rotate count upwards and to the left there.
 #pragma once
 
 #include <algorithm>
@@ -17,6 +18,10 @@
 
 namespace zelk::bindings {
 
+/// Infinite sides, and whatever is as far away, end here: far beyond any image, and safe to negate
+/// and to subtract.
+constexpr int kFarPx = 1 << 29;
+
 /// Pixels of a render to a canonical unit, on both axes; above 0.
 struct PlaneScale {
     double x = 1, y = 1;
@@ -27,10 +32,17 @@ struct PlaneScale {
     /// The pixels that the rectangle touches, but for the rounding of a scale such as 1/3.
     PixelRect toPixels(OfxRectD const& r) const {
         constexpr double kSlackPx = 1e-6;
-        auto const down = [](double v) { return truncatedToInt32(std::floor(v + kSlackPx)); };
+        auto const down = [](double v) {
+            return truncatedToInt32(std::clamp<double>(std::floor(v + kSlackPx), -kFarPx, kFarPx));
+        };
         return {down(r.x1 * x), down(-r.y2 * y), -down(-r.x2 * x), -down(r.y1 * y)};
     }
 };
+
+inline PixelRect downwards(OfxRectI const& r) {
+    auto const near = [](int side) { return std::clamp(side, -kFarPx, kFarPx); };
+    return {near(r.x1), -near(r.y2), near(r.x2), -near(r.y1)};
+}
 
 /// Hosts round regions in ways of their own: theirs, where it is ours but for a pixel on a side.
 inline PixelRect settled(PixelRect const& ours, PixelRect const& hosts) {
@@ -40,7 +52,9 @@ inline PixelRect settled(PixelRect const& ours, PixelRect const& hosts) {
     return isOurs ? hosts : ours;
 }
 
-inline PixelRect downwards(OfxRectI const& r) { return {r.x1, -r.y2, r.x2, -r.y1}; }
+/// Distances upwards and turns to the left, as hosts count them, are downwards and to the right in
+/// the effect.
+constexpr double turnedRound(double upwards) { return -upwards; }
 
 /// Whole canonical pixels from the upper left corner of a rectangle, y down: the plane in which the
 /// effect's own interaction works.
@@ -64,8 +78,12 @@ inline OfxRectD united(OfxRectD const& a, OfxRectD const& b) {
     return {std::min(a.x1, b.x1), std::min(a.y1, b.y1), std::max(a.x2, b.x2), std::max(a.y2, b.y2)};
 }
 
-inline OfxRectD grown(OfxRectD const& r, double by) {
-    return {r.x1 - by, r.y1 - by, r.x2 + by, r.y2 + by};
+inline OfxRectD grown(OfxRectD const& r, double byX, double byY) {
+    return {r.x1 - byX, r.y1 - byY, r.x2 + byX, r.y2 + byY};
+}
+
+inline OfxRectD shared(OfxRectD const& a, OfxRectD const& b) {
+    return {std::max(a.x1, b.x1), std::max(a.y1, b.y1), std::min(a.x2, b.x2), std::min(a.y2, b.y2)};
 }
 
 }  // namespace zelk::bindings

@@ -27,10 +27,10 @@ void describe(OfxImageEffectHandle descriptor) {
     p.set(kOfxImageEffectPropSupportedContexts, kOfxImageEffectContextGeneral, 0);
     p.set(kOfxImageEffectPropSupportedContexts, kOfxImageEffectContextFilter, 1);
     int depth = 0;
-    // The first is what we like best.
-    for (char const* word :
-         {kOfxBitDepthFloat, kOfxBitDepthHalf, kOfxBitDepthShort, kOfxBitDepthByte})
+    for (char const* word : {kOfxBitDepthFloat, kOfxBitDepthShort, kOfxBitDepthByte})
         p.set(kOfxImageEffectPropSupportedPixelDepths, word, depth++);
+    // Older hosts have no word for it.
+    p.offer(kOfxImageEffectPropSupportedPixelDepths, kOfxBitDepthHalf, depth);
     p.set(kOfxImageEffectPluginPropSingleInstance, 0);
     p.set(kOfxImageEffectPluginRenderThreadSafety, kOfxImageEffectRenderFullySafe);
     p.set(kOfxImageEffectPluginPropHostFrameThreading, 0);
@@ -40,7 +40,8 @@ void describe(OfxImageEffectHandle descriptor) {
     p.set(kOfxImageEffectPropTemporalClipAccess, 0);
     p.set(kOfxImageEffectPropSupportsMultipleClipDepths, 0);
     p.set(kOfxImageEffectPropSupportsMultipleClipPARs, 0);
-    p.set(kOfxImageEffectPluginPropFieldRenderTwiceAlways, 0);
+    // A render sees one field of its source.
+    p.set(kOfxImageEffectPluginPropFieldRenderTwiceAlways, 1);
     if (!hostProperties().integerOr(kOfxImageEffectPropSupportsOverlays, 0) || !suites().interact)
         return;
     bool const usesDrawSuite =
@@ -55,10 +56,9 @@ void defineClip(OfxImageEffectHandle descriptor, char const* name, bool isOption
     OfxPropertySetHandle set = nullptr;
     require(suites().effect->clipDefine(descriptor, name, &set));
     Properties const clip(set);
-    int component = 0;
-    for (char const* word :
-         {kOfxImageComponentRGBA, kOfxImageComponentRGB, kOfxImageComponentAlpha})
-        clip.set(kOfxImageEffectPropSupportedComponents, word, component++);
+    clip.set(kOfxImageEffectPropSupportedComponents, kOfxImageComponentRGBA, 0);
+    clip.set(kOfxImageEffectPropSupportedComponents, kOfxImageComponentAlpha, 1);
+    clip.offer(kOfxImageEffectPropSupportedComponents, kOfxImageComponentRGB, 2);
     clip.set(kOfxImageEffectPropSupportsTiles, 0);
     if (isOptional) clip.set(kOfxImageClipPropOptional, 1);
 }
@@ -95,6 +95,8 @@ OfxStatus actOnInstance(std::string_view action, Instance& instance, Properties 
                         Properties const& out) {
     if (action == kOfxImageEffectActionRender) return render(instance, in);
     if (action == kOfxActionInstanceChanged) return instanceChanged(instance, in);
+    if (action == kOfxImageEffectActionBeginSequenceRender)
+        return instance.clearError(), kOfxStatOK;
     if (action == kOfxImageEffectActionGetRegionOfDefinition)
         return getRegionOfDefinition(instance, in, out);
     if (action == kOfxImageEffectActionGetRegionsOfInterest)
@@ -106,6 +108,7 @@ OfxStatus actOnInstance(std::string_view action, Instance& instance, Properties 
 }
 
 constexpr std::string_view kInstanceActions[] = {kOfxImageEffectActionRender,
+                                                 kOfxImageEffectActionBeginSequenceRender,
                                                  kOfxActionInstanceChanged,
                                                  kOfxImageEffectActionGetRegionOfDefinition,
                                                  kOfxImageEffectActionGetRegionsOfInterest,

@@ -1,5 +1,7 @@
 // The render action: the host's images as pictures of ours, and one frame of them.
 #include <algorithm>
+#include <atomic>
+#include <cmath>
 #include <optional>
 
 #include "Transform/Common/SaturatingCast.h"
@@ -49,7 +51,7 @@ template <class Value, std::size_t N>
 Value valueOf(Word<Value> const (&words)[N], std::string const& text) {
     for (Word<Value> const& word : words)
         if (text == word.text) return word.value;
-    throw OfxFailure{kOfxStatErrImageFormat};
+    throw OfxFailure{kOfxStatErrImageFormat, "an image has samples or channels of an unknown kind"};
 }
 
 SampleType samplesOf(Properties const& image) {
@@ -100,12 +102,27 @@ bool hasHalfTheLines(Properties const& image) {
     return field == kOfxImageFieldLower || field == kOfxImageFieldUpper;
 }
 
-int hostThreads() {
-    unsigned count = 0;
-    OfxMultiThreadSuiteV1 const* const suite = suites().thread;
-    if (!suite || suite->multiThreadNumCPUs(&count) != kOfxStatOK) return 0;
-    return static_cast<int>(std::min(count, 1024u));
-}
+/// Renders at once share what the host grants.
+class RunningRender {
+public:
+    RunningRender() { ++s_count; }
+    ~RunningRender() { --s_count; }
+    RunningRender(RunningRender const&) = delete;
+    RunningRender& operator=(RunningRender const&) = delete;
+
+    /// 0 where the host says nothing.
+    int threads() const {
+        unsigned count = 0;
+        OfxMultiThreadSuiteV1 const* const suite = suites().thread;
+        if (!suite) return 0;
+        if (suite->multiThreadIsSpawnedThread()) return 1;
+        if (suite->multiThreadNumCPUs(&count) != kOfxStatOK || count == 0) return 0;
+        return std::max(1, static_cast<int>(std::min(count, 1024u)) / s_count.load());
+    }
+
+private:
+    static inline std::atomic<int> s_count{0};
+};
 
 PixelRect regionOf(ClipImage const& image) {
     return downwards(image.properties().rectangle(kOfxImagePropRegionOfDefinition));
@@ -130,12 +147,17 @@ struct RenderArgs {
 void requireScale(Properties const& image, RenderArgs const& args) {
     double const x = image.numberOr(kOfxImageEffectPropRenderScale, args.scaleX, 0);
     double const y = image.numberOr(kOfxImageEffectPropRenderScale, args.scaleY, 1);
-    if (x != args.scaleX || y != args.scaleY) throw OfxFailure{kOfxStatFailed};
+    constexpr double kSinglePrecision = 1e-5;  // of a host that keeps one scale so
+    if (!(std::abs(x - args.scaleX) <= kSinglePrecision * args.scaleX) ||
+        !(std::abs(y - args.scaleY) <= kSinglePrecision * args.scaleY))
+        throw OfxFailure{kOfxStatFailed, "an image has another scale than the render"};
 }
 
-HostPicture inputPicture(ClipImage const& image, RenderArgs const& args) {
+HostPicture inputPicture(ClipImage const& image, RenderArgs const& args, bool isFieldImage) {
     if (!image.isThere()) return {};
     requireScale(image.properties(), args);
+    if (hasHalfTheLines(image.properties()) != isFieldImage)
+        throw OfxFailure{kOfxStatFailed, "an input has other fields than the output"};
     return pictureOf(image.properties());
 }
 
@@ -143,8 +165,17 @@ PlaneScale scaleOf(Properties const& output, RenderArgs const& args, bool isFiel
     double const aspect = output.numberOr(kOfxImagePropPixelAspectRatio, 1);
     PlaneScale const scale = {args.scaleX / (aspect > 0 ? aspect : 1),
                               args.scaleY * (isFieldImage ? 0.5 : 1)};
-    if (!(scale.x > 0) || !(scale.y > 0)) throw OfxFailure{kOfxStatErrValue};
+    if (!(scale.x > 0) || !(scale.y > 0))
+        throw OfxFailure{kOfxStatFailed, "the render's scale is not above 0"};
     return scale;
+}
+
+/// Offsets and Translate Y go upwards, Rotate to the left.
+bool turnsRound(int index) {
+    int const to = index - kParamToUpperLeftOffsetX, from = index - kParamFromUpperLeftOffsetX;
+    bool const isOffsetY =
+        (to >= 0 && to < 8 && to % 2 == 1) || (from >= 0 && from < 8 && from % 2 == 1);
+    return isOffsetY || index == kParamTranslateY || index == kParamRotate;
 }
 
 /// Points become pixels of the plane.
@@ -156,6 +187,7 @@ PluginHost_Memory_Impl::Value valueInPixels(Instance const& instance, PlaneScale
         value.x = point.x;
         value.y = point.y;
     }
+    if (turnsRound(index)) value.x = turnedRound(value.x);
     return value;
 }
 
@@ -173,10 +205,9 @@ PinnedFrame pinnedFrame(Instance const& instance, RenderArgs const& args, PlaneS
     pinned.image = scale.toPixels(instance.imageAt(args.time));
     pinned.layer = scale.toPixels(instance.layerAt(args.time));
     pinned.window = downwards(args.window);
-    pinned.scale = std::min(scale.x, scale.y);
+    pinned.scale = std::min(args.scaleX, args.scaleY);
     pinned.time = args.time;
     pinned.framesPerSecond = instance.properties.numberOr(kOfxImageEffectPropFrameRate, 24);
-    pinned.threads = hostThreads();
     pinned.isStopped = [&instance] { return isStopped(instance); };
     pinned.valueOf = [&instance, scale](int index, double time) {
         return valueInPixels(instance, scale, index, time);
@@ -186,7 +217,10 @@ PinnedFrame pinnedFrame(Instance const& instance, RenderArgs const& args, PlaneS
 
 }  // namespace
 
-OfxStatus render(Instance& instance, Properties const& in) {
+namespace {
+
+OfxStatus renderFrame(Instance& instance, Properties const& in) {
+    RunningRender const running;
     RenderArgs const args(in);
     ClipImage const output(instance.output, args.time);
     if (!output.isThere()) return isStopped(instance) ? kOfxStatOK : kOfxStatFailed;
@@ -196,12 +230,14 @@ OfxStatus render(Instance& instance, Properties const& in) {
     PinnedFrame pinned = pinnedFrame(instance, args, scale);
     pinned.output = pictureOf(output.properties());
     pinned.rows = rowsOf(args.field, isFieldImage);
+    pinned.threads = running.threads();
 
     ClipImage const source(instance.source, args.time);
     ClipImage const plate(instance.isPlateConnected() ? instance.plate : nullptr, args.time);
-    pinned.source = inputPicture(source, args);
-    if (instance.isPlateConnected()) pinned.plate = inputPicture(plate, args);
-    pinned.image = settled(pinned.image, regionOf(output));
+    pinned.source = inputPicture(source, args, isFieldImage);
+    if (instance.isPlateConnected()) pinned.plate = inputPicture(plate, args, isFieldImage);
+    PixelRect const region = regionOf(output);
+    pinned.image = hostHasRegions() ? settled(pinned.image, region) : region;
     if (source.isThere()) pinned.layer = settled(pinned.layer, regionOf(source));
     pinned.frame = settled(pinned.frame, pinned.image);
     pinned.frameAspect = frameAspect(instance, pinned, scale);
@@ -215,12 +251,30 @@ OfxStatus render(Instance& instance, Properties const& in) {
         case PinnedResult::kStopped:
             return kOfxStatOK;
         case PinnedResult::kNoMemory:
-            return kOfxStatErrMemory;
+            throw OfxFailure{kOfxStatErrMemory};
         case PinnedResult::kFailed:
             break;
     }
-    instance.keepError("Zelk Corner Pin could not render this frame.");
-    return kOfxStatFailed;
+    throw OfxFailure{kOfxStatFailed};
+}
+
+std::string lineOf(OfxFailure const& failure) {
+    std::string const what = "Zelk Corner Pin could not render this frame";
+    if (failure.status == kOfxStatErrMemory) return what + ": there is not enough memory";
+    return failure.why ? what + ": " + failure.why : what;
+}
+
+}  // namespace
+
+/// What fails once the user has given up is no failure.
+OfxStatus render(Instance& instance, Properties const& in) {
+    try {
+        return renderFrame(instance, in);
+    } catch (OfxFailure const& failure) {
+        if (isStopped(instance)) return kOfxStatOK;
+        instance.keepError(lineOf(failure));
+        throw;
+    }
 }
 
 }  // namespace zelk::bindings

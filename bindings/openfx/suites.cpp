@@ -17,7 +17,6 @@ Suite const* fetch(char const* name, int version) {
 
 Suites const& suites() { return g_suites; }
 void setHost(OfxHost* host) { g_host = host; }
-OfxHost const* host() { return g_host; }
 
 void fetchSuites() {
     if (!g_host) throw OfxFailure{kOfxStatErrMissingHostFeature};
@@ -113,8 +112,8 @@ bool Properties::offer(char const* name, int value) const {
 bool Properties::offer(char const* name, double value) const {
     return g_suites.property->propSetDouble(m_set, name, 0, value) == kOfxStatOK;
 }
-bool Properties::offer(char const* name, char const* value) const {
-    return g_suites.property->propSetString(m_set, name, 0, value) == kOfxStatOK;
+bool Properties::offer(char const* name, char const* value, int index) const {
+    return g_suites.property->propSetString(m_set, name, index, value) == kOfxStatOK;
 }
 bool Properties::offer(char const* name, void* value) const {
     return g_suites.property->propSetPointer(m_set, name, 0, value) == kOfxStatOK;

@@ -13,13 +13,16 @@
 
 namespace zelk::bindings {
 
-/// The status that an action answers.
+/// The status that an action answers, and why, for the user.
 struct OfxFailure {
     OfxStatus status;
+    char const* why = nullptr;
 };
 
+/// An answer that is no status of a suite counts as Failed: actions mean something else by it.
 inline void require(OfxStatus status) {
-    if (status != kOfxStatOK) throw OfxFailure{status};
+    if (status == kOfxStatOK) return;
+    throw OfxFailure{status == kOfxStatReplyDefault ? kOfxStatFailed : status};
 }
 
 /// The first three are always there; null for another that the host has not.
@@ -36,7 +39,6 @@ struct Suites {
 
 Suites const& suites();
 void setHost(OfxHost* host);
-OfxHost const* host();
 /// Throws MissingHostFeature where one of the first three is not there.
 void fetchSuites();
 void forgetSuites();
@@ -45,7 +47,6 @@ void forgetSuites();
 class Properties {
 public:
     explicit Properties(OfxPropertySetHandle set) : m_set(set) {}
-    OfxPropertySetHandle handle() const { return m_set; }
 
     // The value, or an OfxFailure.
     int integer(char const* name, int index = 0) const;
@@ -78,7 +79,7 @@ public:
     /// Of what hosts may lack: whether it was taken.
     bool offer(char const* name, int value) const;
     bool offer(char const* name, double value) const;
-    bool offer(char const* name, char const* value) const;
+    bool offer(char const* name, char const* value, int index = 0) const;
     bool offer(char const* name, void* value) const;
 
 private:

@@ -8,44 +8,20 @@
 #include <algorithm>
 #include <array>
 #include <fstream>
-#include <vector>
 
 #include "tests/support/engine_scene.h"
+#include "tests/support/plane.h"
 
 namespace {
 
 using zelk::EngineScene;
 using zelk::GuardedRaster;
+using zelk::Point;
+using zelk::Polygon;
 using zelk::Quad;
 
-struct At {
-    double x, y;
-};
-using Polygon = std::vector<At>;
-
-/// Sutherland and Hodgman: what of it has a x + b y >= c.
-Polygon clipped(Polygon const& in, double a, double b, double c) {
-    Polygon out;
-    for (std::size_t i = 0; i < in.size(); ++i) {
-        At const p = in[i], q = in[(i + 1) % in.size()];
-        double const dp = a * p.x + b * p.y - c, dq = a * q.x + b * q.y - c;
-        if (dp >= 0) out.push_back(p);
-        if ((dp < 0) == (dq < 0)) continue;
-        double const t = dp / (dp - dq);
-        out.push_back({p.x + t * (q.x - p.x), p.y + t * (q.y - p.y)});
-    }
-    return out;
-}
-
 double areaInPixel(Polygon const& outline, int x, int y) {
-    Polygon const columns = clipped(clipped(outline, 1, 0, x), -1, 0, -(x + 1));
-    Polygon const p = clipped(clipped(columns, 0, 1, y), 0, -1, -(y + 1));
-    double sum = 0;
-    for (std::size_t i = 0; i < p.size(); ++i) {
-        At const a = p[i], b = p[(i + 1) % p.size()];
-        sum += a.x * b.y - a.y * b.x;
-    }
-    return std::abs(sum) / 2;
+    return zelk::areaInside(outline, x, y, x + 1, y + 1);
 }
 
 /// Fractions of a frame to an outline in pixels.
@@ -114,7 +90,7 @@ TEST(ExactEdges, CoverageIsTheAreaOfThePixelInsideTheOutline) {
         };
         GuardedRaster const output = render(exactEdges(), true);
         Polygon outline = outlineOf(scene.to, scene.frameWidth, scene.frameHeight);
-        for (At& at : outline) at.x -= scene.window.left, at.y -= scene.window.top;
+        for (Point& at : outline) at.x -= scene.window.left, at.y -= scene.window.top;
         double const before = most;
         output.forEachChannel([&](int x, int y, int c) {
             double const area = areaInPixel(outline, x, y), error = output.get(x, y, 0) - area;
@@ -150,7 +126,7 @@ TEST(ExactEdges, SliversKeepTheirAreaAndTheirColour) {
         double const cosine = std::cos(angle), sine = std::sin(angle);
         double const length = random.uniform(5, 25);
         double const width = std::pow(10, random.uniform(-3, -0.05));
-        At const corner = {random.uniform(27, 33), random.uniform(27, 33)};
+        Point const corner = {random.uniform(27, 33), random.uniform(27, 33)};
         Quad to;
         for (int i = 0; i < 4; ++i) {
             double const along = length * (i % 2), across = width * (i / 2);

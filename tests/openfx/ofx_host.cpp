@@ -15,13 +15,10 @@ namespace {
 Host* theHost = nullptr;
 thread_local std::deque<Action> actionsOfThread;
 
-bool good(OfxStatus status) { return status == kOfxStatOK || status == kOfxStatReplyDefault; }
-
 // Strings given out on this thread: those of the last call are valid, older ones scribbled over and
 // kept for a while, so that who kept a pointer reads rubbish and not freed memory.
 thread_local std::deque<std::string> lentStrings, spentStrings;
 
-char* lend(std::string const& text) { return lentStrings.emplace_back(text).data(); }
 void scribble() {
     for (std::string& text : lentStrings) {
         std::ranges::fill(text, '#');
@@ -39,6 +36,14 @@ T symbol(void* library, char const* name) {
 }  // namespace
 
 Host& currentHost() { return *theHost; }
+OfxStatus enterCall(char const* function, char const* name) {
+    return theHost->enter(function, name);
+}
+void noteMiss(std::string const& what) {
+    std::lock_guard const lock(theHost->mutex());
+    theHost->misses.insert(what);
+}
+char* lend(std::string const& text) { return lentStrings.emplace_back(text).data(); }
 
 Action& actionOfThread() {
     thread_local Action none{"no action"};
@@ -48,9 +53,9 @@ Action& actionOfThread() {
 std::vector<HostChoice> const& hostChoices() {
     static std::vector<HostChoice> const all = {
         {},
-        {.name = "tree with draw suite", .drawing = true, .suggestedColour = {1, 0.5, 0}},
-        {.name = "time line", .general = false, .multiResolution = false, .tiles = false},
-        {.name = "1.0 host", .optional = false}};
+        {.name = "tree_with_draw_suite", .drawing = true},
+        {.name = "time_line", .general = false, .multiResolution = false, .tiles = false},
+        {.name = "host_of_1_0", .optional = false}};
     return all;
 }
 HostChoice hostChoice(std::string const& name) {
@@ -61,11 +66,7 @@ HostChoice hostChoice(std::string const& name) {
 
 ClipInput still(Picture const& picture, char const* alpha) {
     OfxRectI const& b = picture.bounds;
-    return {.picture = [picture](double, OfxPointD) { return picture; },
-            .region = {double(b.x1), double(b.y1), double(b.x2), double(b.y2)},
-            .depth = picture.depth,
-            .components = picture.components,
-            .alpha = alpha};
+    return {picture, {double(b.x1), double(b.y1), double(b.x2), double(b.y2)}, alpha};
 }
 
 Host::Host(HostChoice choice, std::string const& binary)
@@ -74,13 +75,6 @@ Host::Host(HostChoice choice, std::string const& binary)
       m_library(dlopen(binary.c_str(), RTLD_NOW | RTLD_LOCAL), dlclose) {
     if (theHost) throw std::runtime_error("two hosts at once");
     if (!m_library) throw std::runtime_error(dlerror());
-    propertyWatch = {
-        [](char const* function, char const* name) { return theHost->enter(function, name); },
-        [](std::string const& what) {
-            std::lock_guard const lock(theHost->m_mutex);
-            theHost->misses.insert(what);
-        },
-        lend};
     std::vector<std::string> contexts = {kOfxImageEffectContextFilter};
     if (m_choice.general) contexts.push_back(kOfxImageEffectContextGeneral);
     m_props.put("OfxImageEffectPropSupportedContexts", contexts);
@@ -257,7 +251,7 @@ OfxStatus sendChange(OfxImageEffectStruct& effect, char const* type, std::string
     auto one = host.set("in-one-change").put("OfxPropChangeReason", reason);
     one.put("OfxPropType", type).put("OfxPropName", name).put("OfxPropTime", effect.now);
     auto const send = [&](char const* action, OfxPropertySetStruct& in) {
-        return host.call(host.entry(), {action, reason}, &effect, &in);
+        return host.call(host.entry(), {action}, &effect, &in);
     };
     send(kOfxActionBeginInstanceChanged, group);
     OfxStatus const status = send(kOfxActionInstanceChanged, one);
@@ -269,10 +263,9 @@ OfxStatus sendChange(OfxImageEffectStruct& effect, char const* type, std::string
 
 // Instances.
 
-Instance::Instance(Host& itsHost, OfxImageEffectStruct const& descriptor, Project const& itsProject)
+Instance::Instance(Host& itsHost, OfxImageEffectStruct const& descriptor, Project const& project)
     : effect{.isInstance = true, .context = descriptor.context, .props = itsHost.set("instance")},
-      host(itsHost),
-      project(itsProject) {
+      host(itsHost) {
     OfxPointD const size = project.size, offset = project.offset;
     effect.props.put("OfxImageEffectPropContext", descriptor.context);
     effect.props.put("OfxImageEffectPropProjectExtent",
@@ -317,14 +310,14 @@ Instance::~Instance() {
 }
 
 void Instance::wire(OfxImageClipStruct& clip, ClipInput const* input) {
-    ClipInput const none{.depth = kOfxBitDepthNone, .components = kOfxImageComponentNone};
     clip.connected = input;
-    clip.input = input ? *input : none;
+    clip.input = {.picture = {.depth = kOfxBitDepthNone, .components = kOfxImageComponentNone}};
+    if (input) clip.input = *input;
     clip.props.put("OfxImageClipPropConnected", int{clip.connected});
     for (char const* name : {"OfxImageEffectPropPixelDepth", "OfxImageClipPropUnmappedPixelDepth"})
-        clip.props.put(name, clip.input.depth);
+        clip.props.put(name, clip.input.picture.depth);
     for (char const* name : {"OfxImageEffectPropComponents", "OfxImageClipPropUnmappedComponents"})
-        clip.props.put(name, clip.input.components);
+        clip.props.put(name, clip.input.picture.components);
     clip.props.put("OfxImageEffectPropPreMultiplication", clip.input.alpha);
 }
 void Instance::connect(std::string const& name, ClipInput const* input) {
@@ -363,8 +356,9 @@ OfxStatus Instance::send(char const* action, OfxPropertySetStruct* in, OfxProper
 OfxStatus Instance::preferences() {
     OfxPropertySetStruct out = host.set("out-preferences");
     for (auto const& clip : effect.clips) {
-        out.offer<std::string>("OfxImageClipPropComponents_" + clip->name, clip->input.components);
-        out.offer<std::string>("OfxImageClipPropDepth_" + clip->name, clip->input.depth);
+        auto const& [picture, region, alpha] = clip->input;
+        out.offer<std::string>("OfxImageClipPropComponents_" + clip->name, picture.components);
+        out.offer<std::string>("OfxImageClipPropDepth_" + clip->name, picture.depth);
         out.offer("OfxImageClipPropPAR_" + clip->name, 1.0);
     }
     OfxImageClipStruct& output = *effect.clip("Output");
@@ -414,7 +408,7 @@ OfxStatus Instance::sequence(bool begin, RenderCall const& call) {
 }
 OfxStatus Instance::renderAction(RenderCall const& call) {
     auto in = arguments("in-render", call);
-    return host.call(host.entry(), {kOfxImageEffectActionRender, "", &call}, &effect, &in);
+    return host.call(host.entry(), {kOfxImageEffectActionRender, &call}, &effect, &in);
 }
 OfxStatus Instance::render(RenderCall const& call) {
     OfxStatus status = sequence(true, call);
@@ -443,8 +437,8 @@ Overlay::Overlay(Instance& instance, double pixelScale)
     if (!m_entry) return;
     m_shown.props.put("OfxPropEffectInstance", static_cast<void*>(&instance.effect));
     m_shown.props.put("OfxInteractPropPixelScale", OfxPointD{pixelScale, pixelScale});
-    if (host.choice().optional)
-        m_shown.props.put("OfxInteractPropSuggestedColour", host.choice().suggestedColour);
+    if (host.choice().drawing)
+        m_shown.props.put<double>("OfxInteractPropSuggestedColour", {{1, 0.5, 0}});
     OfxInteract described{.props = host.set("interact")};
     m_status = host.call(m_entry, {kOfxActionDescribe}, &described);
     if (good(m_status)) m_status = host.call(m_entry, {kOfxActionCreateInstance}, &m_shown);
@@ -497,14 +491,4 @@ zelk_ofx::Value OfxParamStruct::at(double time) const {
     for (int i = 0; i < dimensions; ++i)
         mixed.number[i] += share * (after->second.number[i] - before->second.number[i]);
     return mixed;
-}
-OfxParamStruct* OfxParamSetStruct::find(std::string_view name) const {
-    for (auto const& param : list)
-        if (param->name == name) return param.get();
-    return nullptr;
-}
-OfxImageClipStruct* OfxImageEffectStruct::clip(std::string_view name) const {
-    for (auto const& one : clips)
-        if (one->name == name) return one.get();
-    return nullptr;
 }

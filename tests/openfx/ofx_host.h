@@ -11,11 +11,11 @@
 
 #include <array>
 #include <atomic>
-#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <ostream>
 #include <set>
 #include <string>
 #include <vector>
@@ -30,13 +30,13 @@ struct HostChoice {
     std::string name = "tree";
     bool general = true;  ///< the context, beside Filter
     bool multiResolution = true, tiles = true;
-    bool drawing = false;                   ///< version 1.5: draw suite, overlays of version 2
-    bool optional = true;                   ///< false: only what every host has, version 1.0
-    std::vector<double> suggestedColour{};  ///< none, or red, green, blue
-    std::set<std::string> refusedSuites{};  ///< by name and version: "OfxMessageSuite 2"
+    bool drawing = false;        ///< version 1.5: draw suite, overlays of version 2; tells a colour
+    bool optional = true;        ///< false: only what every host has, version 1.0
+    std::string refusedSuite{};  ///< by name and version: "OfxMessageSuite 2"
 };
-/// "tree", "tree with draw suite", "time line" (Filter alone, no tiles, no multi resolution), "1.0
-/// host" (only what must be there).
+inline void PrintTo(HostChoice const& choice, std::ostream* out) { *out << choice.name; }
+/// "tree", "tree_with_draw_suite", "time_line" (Filter alone, no tiles, no multi resolution),
+/// "host_of_1_0" (only what must be there).
 std::vector<HostChoice> const& hostChoices();
 HostChoice hostChoice(std::string const& name);
 
@@ -54,18 +54,16 @@ struct Picture {
     int rowBytes = 0;  ///< to the row above; may be negative
     char const* depth = kOfxBitDepthByte;
     char const* components = kOfxImageComponentRGBA;
+    double aspect = 1;  ///< of a pixel, width over height
 };
 
-/// What is wired to a clip of an instance.
+/// What is wired to a clip of an instance: one picture at all times and scales.
 struct ClipInput {
-    /// Called in clipGetImage, from any thread.
-    std::function<Picture(double time, OfxPointD scale)> picture{};
+    Picture picture{};
     OfxRectD region{};  ///< of definition, canonical
-    char const* depth = kOfxBitDepthByte;
-    char const* components = kOfxImageComponentRGBA;
     char const* alpha = kOfxImageUnPreMultiplied;
 };
-/// One picture at all times and scales; its bounds are the region.
+/// Its bounds are the region.
 ClipInput still(Picture const& picture, char const* alpha = kOfxImageUnPreMultiplied);
 
 /// Canonical; the extent is size and offset.
@@ -99,6 +97,17 @@ struct Message {
     std::string type, text;
 };
 
+inline bool good(OfxStatus status) {
+    return status == kOfxStatOK || status == kOfxStatReplyDefault;
+}
+/// The one of that name, or null.
+template <class T>
+T* named(std::vector<std::unique_ptr<T>> const& list, std::string_view name) {
+    for (auto const& one : list)
+        if (one->name == name) return one.get();
+    return nullptr;
+}
+
 /// One call of the draw suite, with the colour and width of that moment.
 struct DrawOp {
     OfxRGBAColourF colour{};
@@ -128,7 +137,7 @@ struct OfxParamSetStruct {
     unsigned magic = kMagic;
     OfxImageEffectStruct* effect = nullptr;
     std::vector<std::unique_ptr<OfxParamStruct>> list{};
-    OfxParamStruct* find(std::string_view name) const;
+    OfxParamStruct* find(std::string_view name) const { return zelk_ofx::named(list, name); }
 };
 struct OfxImageClipStruct {
     static constexpr unsigned kMagic = 0x636c6970;
@@ -149,7 +158,7 @@ struct OfxImageEffectStruct {
     std::vector<std::unique_ptr<OfxImageClipStruct>> clips{};
     int openEdits = 0;
     double now = 0;  ///< where the time line stands
-    OfxImageClipStruct* clip(std::string_view name) const;
+    OfxImageClipStruct* clip(std::string_view name) const { return zelk_ofx::named(clips, name); }
 };
 struct OfxInteract {
     static constexpr unsigned kMagic = 0x696e7472;
@@ -170,7 +179,6 @@ namespace zelk_ofx {
 /// What is being done on a thread, innermost last; the suites ask it what is allowed.
 struct Action {
     char const* name;
-    std::string reason{};                                         ///< of a changed action
     RenderCall const* render = nullptr;                           ///< of a render
     std::vector<std::unique_ptr<OfxPropertySetStruct>> images{};  ///< got in it
 };
@@ -204,9 +212,8 @@ public:
     std::vector<std::string> descriptionFaults(char const* context) const;
 
     void setFault(Fault const& fault);
-    std::string struck() const {
-        return m_struck;
-    }  ///< the first call that failed: "propGetInt OfxPropTime"
+    /// The call that failed: "propGet OfxPropTime".
+    std::string struck() const { return m_struck; }
     long calls() const { return m_calls; }  ///< of suite functions, since setFault
     /// abort() answers 1 from call n on, counted from 1; 0: never.
     void abortFrom(long n) { m_abortFrom = n, m_aborts = 0; }
@@ -281,7 +288,6 @@ public:
 
     OfxImageEffectStruct effect;
     Host& host;
-    Project const project;
 
 private:
     friend class Host;

@@ -20,15 +20,15 @@ inline int channelBytes(std::string const& depth) {
 inline int channelCount(std::string const& components) {
     return components == kOfxImageComponentRGBA ? 4 : components == kOfxImageComponentRGB ? 3 : 1;
 }
+struct PictureRows {
+    int paddingBytes = 0;
+    bool downwards = false;  ///< the first row in memory is the top one
+};
 class PictureBuffer {
 public:
     static constexpr unsigned char kUntouched = 0x5C;
-    struct Rows {
-        int paddingBytes = 0;
-        bool downwards = false;  ///< the first row in memory is the top one
-    };
-
-    PictureBuffer(OfxRectI bounds, char const* depth, char const* components, Rows rows)
+    PictureBuffer(OfxRectI bounds, char const* depth = kOfxBitDepthByte,
+                  char const* components = kOfxImageComponentRGBA, PictureRows rows = {})
         : m_pixelBytes(channelBytes(depth) * channelCount(components)) {
         int const rowBytes = (bounds.x2 - bounds.x1) * m_pixelBytes + rows.paddingBytes;
         int const height = bounds.y2 - bounds.y1;
@@ -38,9 +38,6 @@ public:
             rows.downwards ? first + static_cast<std::ptrdiff_t>(rowBytes) * (height - 1) : first,
             bounds, rows.downwards ? -rowBytes : rowBytes, depth, components};
     }
-    PictureBuffer(OfxRectI bounds, char const* depth = kOfxBitDepthByte,
-                  char const* components = kOfxImageComponentRGBA)
-        : PictureBuffer(bounds, depth, components, Rows{}) {}
 
     Picture const& view() const { return m_view; }
     unsigned char* at(int x, int y) const {

@@ -54,8 +54,10 @@ Names const kSetting = {kOfxActionCreateInstance,     kOfxActionInstanceChanged,
                         kOfxInteractActionPenMotion,  kOfxInteractActionPenUp,
                         kOfxInteractActionKeyDown,    kOfxInteractActionLoseFocus};
 
-OfxStatus getPropertySet(OfxImageEffectHandle effect, OfxPropertySetHandle* set) {
-    return serve("getPropertySet", effect, [&] { *set = &effect->props; });
+// Of an effect, a clip, a parameter or an overlay.
+template <class H>
+OfxStatus getPropertySet(H* handle, OfxPropertySetHandle* set) {
+    return serve("getPropertySet", handle, [&] { *set = &handle->props; });
 }
 OfxStatus getParamSet(OfxImageEffectHandle effect, OfxParamSetHandle* set) {
     return serve("getParamSet", effect, [&] { *set = &effect->params; });
@@ -78,15 +80,12 @@ OfxStatus clipGetHandle(OfxImageEffectHandle effect, char const* name, OfxImageC
                                                                    : kOfxStatErrBadHandle;
     });
 }
-OfxStatus clipGetPropertySet(OfxImageClipHandle clip, OfxPropertySetHandle* set) {
-    return serve("clipGetPropertySet", clip, [&] { *set = &clip->props; });
-}
 OfxRectI pixels(OfxRectD r, OfxPointD scale) {
     auto const down = [](double v) { return static_cast<int>(std::floor(v)); };
     return {down(r.x1 * scale.x), down(r.y1 * scale.y), -down(-r.x2 * scale.x),
             -down(-r.y2 * scale.y)};
 }
-OfxStatus clipGetImage(OfxImageClipHandle clip, OfxTime time, OfxRectD const*,
+OfxStatus clipGetImage(OfxImageClipHandle clip, OfxTime, OfxRectD const*,
                        OfxPropertySetHandle* image) {
     return serve("clipGetImage", clip, [&] {
         Action& action = actionOfThread();
@@ -94,12 +93,14 @@ OfxStatus clipGetImage(OfxImageClipHandle clip, OfxTime time, OfxRectD const*,
         OfxPointD const scale = action.render->scale;
         bool const output = clip->name == "Output";
         if (!output && !clip->connected) return kOfxStatFailed;
-        Picture const picture = output ? action.render->output : clip->input.picture(time, scale);
+        Picture const picture = output ? action.render->output : clip->input.picture;
         auto& set = *action.images.emplace_back(std::make_unique<OfxPropertySetStruct>("image"));
         set.put(kOfxImagePropData, picture.data).put(kOfxImagePropRowBytes, picture.rowBytes);
         set.put(kOfxImagePropBounds, picture.bounds);
         set.put(kOfxImagePropRegionOfDefinition,
-                output ? picture.bounds : pixels(clip->input.region, scale));
+                output ? picture.bounds
+                       : pixels(clip->input.region, {scale.x / picture.aspect, scale.y}));
+        set.put(kOfxImagePropPixelAspectRatio, picture.aspect);
         set.put(kOfxImageEffectPropPixelDepth, picture.depth);
         set.put(kOfxImageEffectPropComponents, picture.components);
         set.put(kOfxImageEffectPropPreMultiplication,
@@ -153,16 +154,13 @@ OfxStatus paramGetHandle(OfxParamSetHandle set, char const* name, OfxParamHandle
 OfxStatus paramSetGetPropertySet(OfxParamSetHandle set, OfxPropertySetHandle* props) {
     return serve("paramSetGetPropertySet", set, [&] { *props = &set->effect->props; });
 }
-OfxStatus paramGetPropertySet(OfxParamHandle param, OfxPropertySetHandle* props) {
-    return serve("paramGetPropertySet", param, [&] { *props = &param->props; });
-}
 
 OfxStatus give(char const* function, OfxParamHandle param, double const* time, va_list to) {
     auto const work = [&] {
         allow(param->kind && (time || !inAction(kRendering)), function);
         Value const value = param->at(time ? *time : param->effect->now);
         for (int i = 0; i < param->dimensions; ++i) {
-            if (param->kind == 'S') *va_arg(to, char**) = propertyWatch.lend(value.text);
+            if (param->kind == 'S') *va_arg(to, char**) = lend(value.text);
             if (param->kind == 'D') *va_arg(to, double*) = value.number[i];
             if (param->kind == 'I') *va_arg(to, int*) = static_cast<int>(value.number[i]);
         }
@@ -237,37 +235,24 @@ OfxStatus multiThreadNumCPUs(unsigned* count) {
 }
 int multiThreadIsSpawnedThread() { return 0; }
 
-OfxStatus say(bool standing, char const* type, char const* format, va_list arguments) {
+template <bool kStands>
+OfxStatus say(void*, char const* type, char const*, char const* format, ...) {
     Host& host = currentHost();
-    if (OfxStatus const fault = host.enter(standing ? "setPersistentMessage" : "message"))
+    if (OfxStatus const fault = host.enter(kStands ? "setPersistentMessage" : "message"))
         return fault;
     char text[2048];
+    va_list arguments;
+    va_start(arguments, format);
     std::vsnprintf(text, sizeof text, format, arguments);
+    va_end(arguments);
     std::lock_guard const lock(host.mutex());
     host.messages.push_back({type, text});
     return kOfxStatOK;
-}
-OfxStatus message(void*, char const* type, char const*, char const* format, ...) {
-    va_list arguments;
-    va_start(arguments, format);
-    OfxStatus const status = say(false, type, format, arguments);
-    va_end(arguments);
-    return status;
-}
-OfxStatus setPersistentMessage(void*, char const* type, char const*, char const* format, ...) {
-    va_list arguments;
-    va_start(arguments, format);
-    OfxStatus const status = say(true, type, format, arguments);
-    va_end(arguments);
-    return status;
 }
 OfxStatus clearPersistentMessage(void*) { return currentHost().enter("clearPersistentMessage"); }
 
 OfxStatus interactRedraw(OfxInteractHandle interact) {
     return serve("interactRedraw", interact, [&] { ++interact->redraws; });
-}
-OfxStatus interactGetPropertySet(OfxInteractHandle interact, OfxPropertySetHandle* set) {
-    return serve("interactGetPropertySet", interact, [&] { *set = &interact->props; });
 }
 
 template <class W>
@@ -303,43 +288,21 @@ OfxStatus drawText(OfxDrawContextHandle context, char const* text, OfxPointD con
     });
 }
 
-constexpr OfxImageEffectSuiteV1 kEffectSuite = {getPropertySet,
-                                                getParamSet,
-                                                clipDefine,
-                                                clipGetHandle,
-                                                clipGetPropertySet,
-                                                clipGetImage,
-                                                clipReleaseImage,
-                                                clipGetRegionOfDefinition,
-                                                abortRender,
-                                                spare,
-                                                spare,
-                                                spare,
-                                                spare};
-constexpr OfxParameterSuiteV1 kParameterSuite = {paramDefine,
-                                                 paramGetHandle,
-                                                 paramSetGetPropertySet,
-                                                 paramGetPropertySet,
-                                                 paramGetValue,
-                                                 paramGetValueAtTime,
-                                                 spareDerivative,
-                                                 spareIntegral,
-                                                 paramSetValue,
-                                                 paramSetValueAtTime,
-                                                 paramGetNumKeys,
-                                                 spare,
-                                                 spare,
-                                                 spare,
-                                                 paramDeleteAllKeys,
-                                                 spare,
-                                                 paramEditBegin,
-                                                 paramEditEnd};
+// clang-format off
+constexpr OfxImageEffectSuiteV1 kEffectSuite = {
+    getPropertySet, getParamSet, clipDefine, clipGetHandle, getPropertySet, clipGetImage,
+    clipReleaseImage, clipGetRegionOfDefinition, abortRender, spare, spare, spare, spare};
+constexpr OfxParameterSuiteV1 kParameterSuite = {
+    paramDefine, paramGetHandle, paramSetGetPropertySet, getPropertySet, paramGetValue,
+    paramGetValueAtTime, spareDerivative, spareIntegral, paramSetValue, paramSetValueAtTime,
+    paramGetNumKeys, spare, spare, spare, paramDeleteAllKeys, spare, paramEditBegin, paramEditEnd};
+// clang-format on
 constexpr OfxMemorySuiteV1 kMemorySuite = {spare, spare};
 constexpr OfxMultiThreadSuiteV1 kThreadSuite = {
     spare, multiThreadNumCPUs, spare, multiThreadIsSpawnedThread, spare, spare, spare, spare,
     spare};
-constexpr OfxMessageSuiteV2 kMessageSuite = {message, setPersistentMessage, clearPersistentMessage};
-constexpr OfxInteractSuiteV1 kInteractSuite = {spare, interactRedraw, interactGetPropertySet};
+constexpr OfxMessageSuiteV2 kMessageSuite = {say<false>, say<true>, clearPersistentMessage};
+constexpr OfxInteractSuiteV1 kInteractSuite = {spare, interactRedraw, getPropertySet};
 constexpr OfxDrawSuiteV1 kDrawSuite = {spare, setColour, setLineWidth, spare, draw, drawText};
 
 }  // namespace
@@ -357,7 +320,7 @@ void const* Host::suite(std::string const& name) const {
         {"OfxInteractSuite 1", &kInteractSuite},
         {"OfxDrawSuite 1", m_choice.drawing ? &kDrawSuite : nullptr}};
     auto const found = all.find(name);
-    return found == all.end() || m_choice.refusedSuites.count(name) ? nullptr : found->second;
+    return found == all.end() || m_choice.refusedSuite == name ? nullptr : found->second;
 }
 
 }  // namespace zelk_ofx

@@ -19,8 +19,6 @@ constexpr std::array<double, 8> kPins = {3, 22, 30, 20, 2, 3, 28, 1};
 enum Stage { kDescribe, kCreate, kRender, kOverlay, kImport };
 constexpr char const* kStageNames[] = {"describe", "create", "render", "overlay", "import"};
 
-bool good(OfxStatus status) { return status == kOfxStatOK || status == kOfxStatReplyDefault; }
-
 struct Outcome {
     bool refused = false, wrongFrame = false;
     long calls = 0;
@@ -121,7 +119,7 @@ void count(SweepRow& row, Outcome const& outcome, std::string const& which) {
 }  // namespace
 
 std::vector<SweepRow> sweepSuites(SweepPlace const& place) {
-    HostChoice const whole = hostChoice("tree with draw suite");
+    HostChoice const whole = hostChoice("tree_with_draw_suite");
     Outcome const plain = run(place, whole, kImport, {}, {});
     std::vector<SweepRow> rows = {{.what = "nothing refused"}};
     count(rows[0], plain, "all suites");
@@ -129,7 +127,7 @@ std::vector<SweepRow> sweepSuites(SweepPlace const& place) {
                               "OfxMemorySuite 1", "OfxMultiThreadSuite 1", "OfxMessageSuite 1",
                               "OfxMessageSuite 2", "OfxInteractSuite 1", "OfxDrawSuite 1"}) {
         HostChoice choice = whole;
-        choice.refusedSuites = {suite};
+        choice.refusedSuite = suite;
         SweepRow& row = rows.emplace_back(SweepRow{.what = std::string("without ") + suite});
         count(row, run(place, choice, kImport, {}, plain.frame), suite);
     }
@@ -140,7 +138,7 @@ std::vector<SweepRow> sweepCalls(SweepPlace const& place, bool byTurns) {
     constexpr std::pair<OfxStatus, char const*> kStatuses[] = {{kOfxStatFailed, "Failed"},
                                                                {kOfxStatErrMemory, "Memory"},
                                                                {kOfxStatErrBadHandle, "BadHandle"}};
-    HostChoice const choice = hostChoice("tree with draw suite");
+    HostChoice const choice = hostChoice("tree_with_draw_suite");
     std::vector<SweepRow> rows;
     for (Stage const stage : {kDescribe, kCreate, kRender, kOverlay, kImport}) {
         Outcome const plain = run(place, choice, stage, {}, {});

@@ -2,49 +2,35 @@
 // while the host fails.
 #include <gtest/gtest.h>
 
-#include "tests/openfx/ofx_picture.h"
+#include "tests/openfx/ofx_session.h"
 #include "tests/openfx/ofx_sweep.h"
 #include "tests/support/temporary_folder.h"
 
 namespace zelk_ofx {
 namespace {
 
-constexpr OfxRectI kFrame = {0, 0, 200, 100};
+constexpr Project kScreen = {.size = {200, 100}};
 
-struct UserSession {
-    explicit UserSession(std::string const& kind) : host(hostChoice(kind), ZELK_OFX_BINARY) {
-        EXPECT_EQ(host.prepare(), kOfxStatOK);
-        source.fill([](int, int, int) { return 1.0; });
-        instance = host.create(kOfxImageEffectContextFilter, {{"Source", still(source.view())}},
-                               {.size = {200, 100}});
-    }
-    ~UserSession() {
-        instance.reset();
-        host.unload();
-        EXPECT_EQ(host.violations, std::vector<std::string>());
-        EXPECT_EQ(host.misses, std::set<std::string>());
-        EXPECT_EQ(host.leaks, std::vector<std::string>());
-    }
-    OfxPointD pin(std::string const& name, double time = 0) const {
-        auto const at = instance->effect.params.find(name)->at(time).number;
-        return {at[0], at[1]};
-    }
-    PictureBuffer source{kFrame};
-    Host host;
-    std::unique_ptr<Instance> instance;
-};
+PictureBuffer const& white() {
+    static PictureBuffer picture({0, 0, 200, 100});
+    return picture.fill([](int, int, int) { return 1.0; });
+}
+
+OfxPointD pinOf(Session const& session, std::string const& name, double time = 0) {
+    auto const at = session->effect.params.find(name)->at(time).number;
+    return {at[0], at[1]};
+}
 
 class OfxOverlay : public testing::TestWithParam<char const*> {};
-INSTANTIATE_TEST_SUITE_P(All, OfxOverlay, testing::Values("tree", "tree with draw suite"),
-                         [](auto const& test) { return test.index ? "drawn" : "byOpenGL"; });
+INSTANTIATE_TEST_SUITE_P(All, OfxOverlay, testing::Values("tree", "tree_with_draw_suite"));
 
 // A pin follows the pen by as much as the pen moves, whatever the zoom; a pen elsewhere is not
 // taken.
 TEST_P(OfxOverlay, PinFollowsThePen) {
-    UserSession session(GetParam());
+    Session session(hostChoice(GetParam()), {{"Source", still(white().view())}}, kScreen);
     setPins(*session.instance, {20, 90, 180, 80, 30, 10, 170, 20});
     for (double const pixelScale : {1.0, 0.25}) {
-        OfxPointD const before = session.pin("to-lower-right");
+        OfxPointD const before = pinOf(session, "to-lower-right");
         Overlay overlay(*session.instance, pixelScale);
         ASSERT_EQ(overlay.status(), kOfxStatOK);
         EXPECT_EQ(overlay.version(), GetParam() == std::string("tree") ? 1 : 2);
@@ -53,9 +39,9 @@ TEST_P(OfxOverlay, PinFollowsThePen) {
         EXPECT_EQ(overlay.pen(kOfxInteractActionPenDown, touch), kOfxStatOK);
         EXPECT_EQ(overlay.pen(kOfxInteractActionPenMotion, {touch.x + 7, touch.y}), kOfxStatOK);
         EXPECT_EQ(overlay.pen(kOfxInteractActionPenUp, {touch.x + 5, touch.y + 3}), kOfxStatOK);
-        EXPECT_EQ(session.pin("to-lower-right").x, before.x + 5);
-        EXPECT_EQ(session.pin("to-lower-right").y, before.y + 3);
-        EXPECT_EQ(session.pin("to-upper-left").x, 20);
+        EXPECT_EQ(pinOf(session, "to-lower-right").x, before.x + 5);
+        EXPECT_EQ(pinOf(session, "to-lower-right").y, before.y + 3);
+        EXPECT_EQ(pinOf(session, "to-upper-left").x, 20);
         EXPECT_GT(overlay.redraws(), 0);
         OfxPointD const nowhere = {5, 5};
         EXPECT_EQ(overlay.pen(kOfxInteractActionPenDown, nowhere), kOfxStatReplyDefault);
@@ -69,7 +55,7 @@ TEST_P(OfxOverlay, PinFollowsThePen) {
     EXPECT_EQ(drawn, kOfxStatOK);
     for (char const* name :
          {"to-upper-left", "to-upper-right", "to-lower-left", "to-lower-right"}) {
-        OfxPointD const pin = session.pin(name);
+        OfxPointD const pin = pinOf(session, name);
         int lines = 0;
         for (DrawOp const& op : ops)
             for (OfxPointD const& point : op.points)
@@ -79,27 +65,19 @@ TEST_P(OfxOverlay, PinFollowsThePen) {
     }
 }
 
-std::string trackText() {
-    std::string text = "Source Width\t400\nSource Height\t200\n";
-    char const* const corners[] = {"0001", "0002", "0003", "0004"};
-    for (int i = 0; i < 4; ++i) {
-        text += std::string("ADBE Corner Pin-") + corners[i] + "\n\tFrame\tX pixels\tY pixels\n";
-        for (int frame : {0, 1})
-            text += "\t" + std::to_string(frame) + "\t" +
-                    std::to_string(40 + 200 * (i % 2) + frame) + "\t" +
-                    std::to_string(20 + 100 * (i / 2)) + "\n";
-    }
-    return text;
-}
+constexpr char const* kTrack =
+    "Source Width 400\nSource Height 200\n"
+    "ADBE Corner Pin-0001\n0 40 20\n1 41 20\nADBE Corner Pin-0002\n0 240 20\n1 241 20\n"
+    "ADBE Corner Pin-0003\n0 40 120\n1 41 120\nADBE Corner Pin-0004\n0 240 120\n1 241 120\n";
 
 // Keys at the file's frames and the offset, in canonical units; a file that is none is told of and
 // changes nothing.
 TEST(OfxImport, MakesKeysOrSaysWhyNot) {
     zelk_test::TemporaryFolder const folder;
-    UserSession session("tree");
+    Session session(hostChoice("tree"), {{"Source", still(white().view())}}, kScreen);
     Instance& instance = *session.instance;
     instance.set("track-frame-offset", {{10}, ""});
-    instance.set("track-file", {{}, folder.put("track.txt", trackText())});
+    instance.set("track-file", {{}, folder.put("track.txt", kTrack)});
     EXPECT_EQ(instance.changed("load-to-pins"), kOfxStatOK);
     EXPECT_TRUE(session.host.messages.empty());
     struct Key {
@@ -111,9 +89,9 @@ TEST(OfxImport, MakesKeysOrSaysWhyNot) {
                            {"to-lower-left", 20, 40},
                            {"to-lower-right", 120, 40}}) {
         EXPECT_EQ(instance.value(key.pin).keys.size(), 2U);
-        EXPECT_NEAR(session.pin(key.pin, 10).x, key.x, 1e-4) << key.pin;
-        EXPECT_NEAR(session.pin(key.pin, 11).x, key.x + 0.5, 1e-4);
-        EXPECT_NEAR(session.pin(key.pin, 10).y, key.y, 1e-4);
+        EXPECT_NEAR(pinOf(session, key.pin, 10).x, key.x, 1e-4) << key.pin;
+        EXPECT_NEAR(pinOf(session, key.pin, 11).x, key.x + 0.5, 1e-4);
+        EXPECT_NEAR(pinOf(session, key.pin, 10).y, key.y, 1e-4);
     }
     SavedParams const before = instance.save();
     for (std::string const& file : {std::string("/no/such/file.txt"), std::string(),

@@ -7,8 +7,6 @@
 
 namespace zelk_ofx {
 
-PropertyWatch propertyWatch{};
-
 namespace {
 
 // "1,4" as the values of a property; one value stands for all dimensions.
@@ -70,7 +68,7 @@ using Out = std::conditional_t<std::is_same_v<T, std::string>, char*, T>;
 template <class T>
 OfxStatus find(char const* function, OfxPropertySetHandle set, char const* name, Property*& found,
                std::vector<T>*& values) {
-    if (OfxStatus const status = propertyWatch.enter(function, name)) return status;
+    if (OfxStatus const status = enterCall(function, name)) return status;
     if (!set || set->magic != set->kMagic || set->released || !name) return kOfxStatErrBadHandle;
     auto const at = set->properties.find(name);
     bool const known = at != set->properties.end();
@@ -81,7 +79,7 @@ OfxStatus find(char const* function, OfxPropertySetHandle set, char const* name,
     auto const& table = propertyTable(set->table);
     auto const row = table.find(name);
     if (known || row == table.end() || row->second.required)
-        propertyWatch.onMiss(set->table + " " + name + (known ? ": another type" : ": unknown"));
+        noteMiss(set->table + " " + name + (known ? ": another type" : ": unknown"));
     return kOfxStatErrUnknown;
 }
 
@@ -92,7 +90,7 @@ OfxStatus write(OfxPropertySetHandle set, char const* name, int first, int count
     std::vector<T>* values = nullptr;
     if (OfxStatus const status = find("propSet", set, name, property, values)) return status;
     if (property->access == Access::kReadOnly) {
-        propertyWatch.onMiss(set->table + " " + name + ": read-only");
+        noteMiss(set->table + " " + name + ": read-only");
         return kOfxStatErrValue;
     }
     int const size = static_cast<int>(values->size()), end = first + count;
@@ -121,7 +119,7 @@ OfxStatus getOne(OfxPropertySetHandle set, char const* name, int index, Out<T>* 
         return kOfxStatReplyDefault;
     if (index < 0 || index >= static_cast<int>(values->size())) return kOfxStatErrBadIndex;
     if constexpr (std::is_same_v<T, std::string>)
-        *to = propertyWatch.lend((*values)[index]);
+        *to = lend((*values)[index]);
     else
         *to = (*values)[index];
     return kOfxStatOK;

@@ -90,18 +90,16 @@ struct OfxPropertySetStruct {
 
 namespace zelk_ofx {
 
-/// What the property functions need of the host around them.
-struct PropertyWatch {
-    /// Before each call of a suite function, with the property's name: what it answers instead of
-    /// doing its work, or OK.
-    OfxStatus (*enter)(char const* function, char const* name);
-    /// A property that the plug-in can't have: "clip OfxPropFoo: unknown".
-    void (*onMiss)(std::string const& what);
-    /// Keeps a string that is given out until the next call of a suite function.
-    char* (*lend)(std::string const& text);
-};
-extern PropertyWatch propertyWatch;  ///< set by the host
 extern OfxPropertySuiteV1 const kPropertySuite;
+
+// What the property functions need of the host around them.
+/// Before each call of a suite function, with the property's name: what it answers instead of doing
+/// its work, or OK.
+OfxStatus enterCall(char const* function, char const* name);
+/// A property that the plug-in can't have: "clip OfxPropFoo: unknown".
+void noteMiss(std::string const& what);
+/// Keeps a string that is given out until the next call of a suite function.
+char* lend(std::string const& text);
 
 /// By name; throws std::out_of_range.
 Properties const& propertyTable(std::string const& name);

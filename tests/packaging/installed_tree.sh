@@ -32,6 +32,12 @@ ln -s "$work/moved/bin/zelk" link
 grep -q to-upper-left params.txt
 ./link render pinned.ppm --over pinned.ppm -o again.png --to "40,10 130,20 30,80 140,70"
 [ -s again.png ]
+grep -q 'name="to-upper-left-x"' moved/share/kdenlive/{effects/frei0r_zelk_corner_pin,transitions/frei0r_zelk_corner_pin_over}.xml
+for file in moved/lib/frei0r-1/*.so; do
+    [ "$(nm -D --defined-only "$file" | grep -c ' T f0r_')" = 10 ]
+    [ "$(nm -D --defined-only "$file" | wc -l)" = 10 ] || { nm -D --defined-only "$file"; exit 1; }
+    if readelf -d "$file" | grep zelk; then exit 1; fi
+done
 if [ -n "$python" ]; then
     PYTHONPATH=moved/lib/python3/dist-packages "$python" -B -c '
 import numpy, zelk

@@ -1,6 +1,8 @@
 // Every pixel format with a trait, for tests that walk them at run time.
 #pragma once
 
+#include <ostream>
+
 #include "Transform/Common/PixelTraits.h"
 
 namespace zelk {
@@ -10,6 +12,7 @@ struct FormatFacts {
     int alpha, red;  ///< their places in a pixel
     int pixelBytes;
 };
+inline void PrintTo(FormatFacts const& facts, std::ostream* out) { *out << "format" << facts.code; }
 
 #define ZELK_FACTS(NAME, ...) \
     {PIXEL_##NAME::kFormat, PIXEL_##NAME::kAlpha, PIXEL_##NAME::kRed, PIXEL_##NAME::kPixelBytes},

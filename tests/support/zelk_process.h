@@ -91,7 +91,7 @@ Picture<T> readPicture(std::filesystem::path const& file);
 /// Values as they are stored; one stands for all.
 void writeValues(std::filesystem::path const& file, OIIO::ImageSpec const& spec,
                  std::vector<float> values);
-/// An OpenEXR file of several parts, each filled with values from the front.
+/// A file of several parts, each filled with values from the front.
 void writeParts(std::filesystem::path const& file, std::vector<OIIO::ImageSpec> const& specs,
                 std::vector<float> const& values);
 OIIO::ImageSpec specOf(std::filesystem::path const& file);

@@ -7,6 +7,9 @@
 //   half         to float exactly; from float to the nearest, halfway to even, beyond 65519
 //   infinite;
 //                not-a-numbers keep the upper bits of their mantissa and stay not-a-numbers
+//   fromBytes    255 to 1; toBytes the way back, rounded once, to nearest, limited to 0 and 255;
+//   what
+//                is no number becomes 0
 //   byAlpha      colour times or over alpha, of red, green, blue, alpha in float
 #pragma once
 
@@ -23,7 +26,7 @@ struct AlphaChange {
     bool keepsUncovered = true;
 };
 
-/// `count` is of values, but of pixels in turn and byAlpha. Halves are their bits. `from` and `to`
+/// `count` is of values, but of pixels where alpha is named. Halves are their bits. `from` and `to`
 /// may not overlap.
 struct RowFunctions {
     void (*turn8)(std::uint8_t const* from, std::size_t count, Turn turn, std::uint8_t* to);
@@ -33,6 +36,8 @@ struct RowFunctions {
     void (*toFile16)(std::uint16_t const* from, std::size_t count, std::uint16_t* to);
     void (*fromHalf)(std::uint16_t const* from, std::size_t count, float* to);
     void (*toHalf)(float const* from, std::size_t count, std::uint16_t* to);
+    void (*fromStraightBytes)(std::uint8_t const* from, std::size_t count, float* to);
+    void (*toStraightBytes)(float const* from, std::size_t count, std::uint8_t* to);
     void (*byAlpha)(float* rgba, std::size_t count, AlphaChange change);
 };
 

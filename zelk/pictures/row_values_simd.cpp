@@ -25,6 +25,7 @@ using DU = hn::ScalableTag<std::uint32_t>;
 using DI = hn::RebindToSigned<DU>;
 using DF = hn::RebindToFloat<DU>;
 using D16 = hn::Rebind<std::uint16_t, DU>;
+using D8 = hn::Rebind<std::uint8_t, DU>;
 using VU = hn::Vec<DU>;
 
 /// A pixel as one number of its size, turned by a channel; the lowest byte is the first.
@@ -146,11 +147,51 @@ void toHalf(float const* from, std::size_t count, std::uint16_t* to) {
     scalarRows().toHalf(from + i, count - i, to + i);
 }
 
+/// Lanes of a pixel's last channel.
+HWY_INLINE hn::Mask<DF> isLastChannel() {
+    return hn::RebindMask(DF(),
+                          hn::Eq(hn::And(hn::Iota(DI(), 0), hn::Set(DI(), 3)), hn::Set(DI(), 3)));
+}
+
+/// v / 255 as v times 1 / 255 in two parts: the upper has 16 bits, so that its product is exact,
+/// and the sum is rounded once, for none of the 256 values near halfway.
+void fromStraightBytes(std::uint8_t const* from, std::size_t count, float* to) {
+    constexpr float kUpper = 0x1.0101p-8f, kLower = 0x1.010102p-32f;
+    auto const upper = hn::Set(DF(), kUpper), lower = hn::Set(DF(), kLower);
+    auto const isAlpha = isLastChannel();
+    std::size_t i = 0;
+    for (; i + hn::Lanes(DU()) <= 4 * count; i += hn::Lanes(DU())) {
+        auto const byte = hn::ConvertTo(DF(), hn::PromoteTo(DI(), hn::LoadU(D8(), from + i)));
+        auto const v = hn::Add(hn::Mul(byte, upper), hn::Mul(byte, lower));
+        auto const weighed = hn::IfThenElse(isAlpha, v, hn::Mul(v, hn::Broadcast<3>(v)));
+        hn::StoreU(weighed, DF(), to + i);
+    }
+    scalarRows().fromStraightBytes(from + i, count - i / 4, to + i);
+}
+
+/// Limits as the scalar's comparisons: what is no number is not above 0.
+void toStraightBytes(float const* from, std::size_t count, std::uint8_t* to) {
+    auto const white = hn::Set(DF(), 255.0f), half = hn::Set(DF(), 0.5f), zero = hn::Zero(DF());
+    auto const one = hn::Set(DF(), 1.0f);
+    auto const isAlpha = isLastChannel();
+    std::size_t i = 0;
+    for (; i + hn::Lanes(DU()) <= 4 * count; i += hn::Lanes(DU())) {
+        auto const v = hn::LoadU(DF(), from + i), alpha = hn::Broadcast<3>(v);
+        auto const isKept = hn::Or(isAlpha, hn::Eq(alpha, zero));
+        bool const isOpaque = hn::AllTrue(DF(), hn::Eq(alpha, one));  // v over 1 is v
+        auto const straight = isOpaque ? v : hn::IfThenElse(isKept, v, hn::Div(v, alpha));
+        auto const scaled = hn::Add(hn::Mul(straight, white), half);
+        auto const positive = hn::IfThenElseZero(hn::Gt(scaled, zero), scaled);
+        auto const limited = hn::IfThenElse(hn::Ge(positive, white), white, positive);
+        hn::StoreU(hn::DemoteTo(D8(), hn::ConvertTo(DI(), limited)), D8(), to + i);
+    }
+    scalarRows().toStraightBytes(from + i, count - i / 4, to + i);
+}
+
 void byAlpha(float* rgba, std::size_t count, AlphaChange change) {
     DF const d;
     auto const zero = hn::Zero(d);
-    auto const isAlpha =
-        hn::RebindMask(d, hn::Eq(hn::And(hn::Iota(DI(), 0), hn::Set(DI(), 3)), hn::Set(DI(), 3)));
+    auto const isAlpha = isLastChannel();
     std::size_t i = 0;
     for (; i + hn::Lanes(d) <= 4 * count; i += hn::Lanes(d)) {
         auto const v = hn::LoadU(d, rgba + i), alpha = hn::Broadcast<3>(v);
@@ -162,8 +203,9 @@ void byAlpha(float* rgba, std::size_t count, AlphaChange change) {
 }
 
 zelk::RowFunctions const& rows() {
-    static constexpr zelk::RowFunctions kRows = {turn8,    turn16,   turnFloat, fromFile16,
-                                                 toFile16, fromHalf, toHalf,    byAlpha};
+    static constexpr zelk::RowFunctions kRows = {
+        turn8,    turn16, turnFloat,         fromFile16,      toFile16,
+        fromHalf, toHalf, fromStraightBytes, toStraightBytes, byAlpha};
     return kRows;
 }
 

@@ -112,9 +112,7 @@ Call randomCall(int kind, int width, int height, std::mt19937& random) {
 
 class EveryFormat : public testing::TestWithParam<zelk::FormatFacts> {};
 INSTANTIATE_TEST_SUITE_P(Blur, EveryFormat, testing::ValuesIn(zelk::kFormats),
-                         [](auto const& test) {
-                             return "format" + std::to_string(test.param.code);
-                         });
+                         testing::PrintToStringParamName());
 
 TEST_P(EveryFormat, GivesTheSlowBlursPixelsAndLeavesThePadding) {
     auto const [format, alpha, red, pixelBytes] = GetParam();

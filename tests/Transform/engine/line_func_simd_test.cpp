@@ -19,15 +19,9 @@
 namespace {
 
 using zelk::Random;
+using zelk::same;
 
 constexpr unsigned kSeed = 20261125;
-
-template <class T>
-bool same(std::vector<T> const& a, std::vector<T> const& b) {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](T p, T q) {
-        return std::memcmp(&p, &q, sizeof(T)) == 0 || (p != p && q != q);
-    });
-}
 
 /// Noise; one float in 16 is of no use, in one picture of four.
 template <class T>

@@ -25,15 +25,9 @@
 namespace {
 
 using zelk::Random;
+using zelk::same;
 
 constexpr unsigned kSeed = 20261126;
-
-template <class T>
-bool same(std::vector<T> const& a, std::vector<T> const& b) {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](T p, T q) {
-        return std::memcmp(&p, &q, sizeof(T)) == 0 || (p != p && q != q);
-    });
-}
 
 /// Channels often at 0, white, or beside the middle; 16 bits beyond white too, and floats of all
 /// kinds, in one row of two.

@@ -168,12 +168,8 @@ TEST_F(TrackedRender, HeadingsThatMirrorTheLayerAreRefused) {
 
 // Pins scale along: the proxy is the frame's block means, but for the edges.
 TEST_F(TrackedRender, AProxyOverAPlateIsTheFrameReduced) {
-    Picture<std::uint8_t> flat{64, 36, 3, {}, {}};
-    flat.values.assign(64 * 36 * 3, 60);
-    writePicture(at("flat.png"), flat);
-    flat = {32, 24, 3, {}, {}};
-    flat.values.assign(32 * 24 * 3, 200);
-    writePicture(at("white.png"), flat);
+    writeValues(at("flat.png"), OIIO::ImageSpec(64, 36, 3, OIIO::TypeUInt8), {0.2f});
+    writeValues(at("white.png"), OIIO::ImageSpec(32, 24, 3, OIIO::TypeUInt8), {0.8f});
     Words const pinned = {"--over", "flat.png", "--to", "12,8 52,8 12,32 52,32"};
     render("white.png", "whole.png", pinned);
     render("white.png", "half.png", joined(pinned, {"--downsample", "2"}));
@@ -182,10 +178,8 @@ TEST_F(TrackedRender, AProxyOverAPlateIsTheFrameReduced) {
     ASSERT_EQ(std::pair(half.width, half.height), std::pair(32, 18));
     for (int y = 0; y < 18; ++y)
         for (int x = 0; x < 32; ++x) {
-            bool const isEdge =
-                x == 5 || x == 6 || x == 25 || x == 26 || y == 3 || y == 4 || y == 15 || y == 16;
-            if (isEdge) continue;
-            EXPECT_EQ(half.at(x, y, 0), whole.at(2 * x, 2 * y, 0)) << x << " " << y;
+            bool const isEdge = x % 20 == 5 || x % 20 == 6 || y % 12 == 3 || y % 12 == 4;
+            EXPECT_TRUE(isEdge || half.at(x, y, 0) == whole.at(2 * x, 2 * y, 0)) << x << " " << y;
         }
     EXPECT_TRUE(
         has(render("white.png", "x.png", {"--over", "flat.png", "--to", "12,8 52,8 52,32 12,32"}),

@@ -82,7 +82,28 @@ TEST(RowValues, VectorsTurnAndWeighRowsOfAnyLength) {
     for (std::size_t i = 0; i < floats.size(); ++i)  // with alphas 0, -0, negative, infinite
         floats[i] = i % 4 == 3 ? std::vector{0.0f, -0.0f, -0.5f, 0.3f, 1.0f, HUGE_VALF}[i / 4 % 6]
                                : static_cast<float>(i) * 0.37f - 20;
+    std::vector<std::uint8_t> everyByte(4 << 16);  // each colour with each alpha
+    for (std::size_t i = 0; i < everyByte.size(); ++i)
+        everyByte[i] = static_cast<std::uint8_t>(i % 4 == 3 ? i >> 10 : i / 4);
+    std::vector<float> weighed(everyByte.size()), mine(everyByte.size());
+    scalarRows().fromStraightBytes(everyByte.data(), 1 << 16, weighed.data());
+    std::vector<float> hostile = floats;
+    for (float const odd : {NAN, -NAN, HUGE_VALF, -HUGE_VALF, 1e30f, 0.5f / 255})
+        hostile.insert(hostile.end(), {odd, 1, odd, 0.5f, 0.5f, odd, 0, odd});
     onEveryTarget([&] {
+        vectorRows().fromStraightBytes(everyByte.data(), 1 << 16, mine.data());
+        EXPECT_EQ(bitsOf(mine), bitsOf(weighed));
+        std::vector<std::uint8_t> back(everyByte.size());
+        vectorRows().toStraightBytes(mine.data(), 1 << 16, back.data());
+        for (std::size_t i = 0; i < back.size(); ++i)
+            ASSERT_EQ(back[i], i >> 10 || i % 4 == 3 ? everyByte[i] : 0) << i;
+        for (std::size_t skip = 0; skip + 160 <= hostile.size(); skip += 16)
+            expectSame(std::vector<float>(hostile.begin() + std::ptrdiff_t(skip), hostile.end()),
+                       [](auto& rows, auto* f, std::size_t n, auto* t) {
+                           std::vector<std::uint8_t> made(4 * n);
+                           rows.toStraightBytes(f, n, made.data());
+                           std::copy_n(made.data(), 4 * n, t);
+                       });
         for (Turn const way : {Turn::kToAlphaFirst, Turn::kToAlphaLast}) {
             expectSame(bytes, [=](auto& rows, auto* f, std::size_t n, auto* t) {
                 rows.turn8(f, n, way, t);

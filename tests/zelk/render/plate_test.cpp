@@ -11,35 +11,6 @@ namespace {
 
 using Plate = ZelkTest;
 
-// Medium at whole-pixel pins samples pixel centres: inside its border the layer is laid over as it
-// is, f + p (1 - a), computed in float.
-TEST_F(Plate, LaysTheLayerOverByItsAlpha) {
-    auto const layer = noise<float>(20, 16, 4, 11);
-    auto const plate = noise<float>(50, 40, 4, 12);
-    writePicture(at("layer.exr"), layer);
-    writePicture(at("plate.exr"), plate);
-    render("layer.exr", "out.exr",
-           {"--over", "plate.exr", "--quality", "medium", "--to", "7,5 27,5 7,21 27,21"});
-    auto const out = readPicture<float>(at("out.exr"));
-    ASSERT_EQ(std::tuple(out.width, out.height, out.channels), std::tuple(50, 40, 4));
-    for (int y = 0; y < 40; ++y)
-        for (int x = 0; x < 50; ++x)
-            for (int c = 0; c < 4; ++c) {
-                double const p = plate.at(x, y, c);
-                bool const beside = x < 6 || x > 28 || y < 4 || y > 22;
-                bool const inside = x > 7 && x < 26 && y > 5 && y < 20;
-                if (beside) {
-                    ASSERT_EQ(out.at(x, y, c), static_cast<float>(p));
-                }
-                if (!inside) continue;
-                double const f = layer.at(x - 7, y - 5, c), a = layer.at(x - 7, y - 5, 3);
-                // Positions are off by 2^-24 of the frame and bilinear weights by as much: below
-                // 50 * 2^-23 of a difference of at most 1 on each axis; colour is divided by alpha
-                // and multiplied back, and alpha may be small.
-                ASSERT_NEAR(out.at(x, y, c), f + p * (1 - a), 3e-5) << x << ", " << y;
-            }
-}
-
 // The same bits in float, and in integers within the bounds that docs/numerics.md derives: for
 // alpha and colour times alpha, in steps of the file, and what each pass adds to both.
 TEST_F(Plate, BothRoadsAgreeToTheBitInFloatAndWithinTheirBoundsInIntegers) {

@@ -21,7 +21,7 @@ std::string numbers(OfxParamStruct const& param, char const* property) {
 }
 
 void listParameters(std::string const& binary) {
-    Host host(hostChoice("tree with draw suite"), binary);
+    Host host(hostChoice("tree_with_draw_suite"), binary);
     host.prepare(kOfxImageEffectContextGeneral);
     OfxImageEffectStruct const& effect = host.descriptor(kOfxImageEffectContextGeneral);
     for (auto const& clip : effect.clips)
@@ -73,7 +73,7 @@ void drawOverlay(std::string const& binary, std::string const& target) {
     source.fill([](int x, int y, int c) {
         return c == 3 ? 1.0 : (x / 30 + y / 30) % 2 ? 0.3 : c * 0.2 + 0.4;
     });
-    Host host(hostChoice("tree with draw suite"), binary);
+    Host host(hostChoice("tree_with_draw_suite"), binary);
     host.prepare();
     {
         auto const instance =
