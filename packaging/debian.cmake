@@ -69,8 +69,8 @@ load OpenFX plug-ins.")
 endif()
 if(TARGET zelk_corner_pin)
   zelk_package(zelk-frei0r graphics "Zelk Corner Pin as plug-ins for frei0r hosts"
-"The corner pin in its own frame and over another picture, for video editors that
-load frei0r plug-ins.")
+"The corner pin in its own frame and over another picture, for video editors
+that load frei0r plug-ins.")
 endif()
 if(TARGET zelk_python)
   zelk_package(python3-zelk python "library of Zelk Corner Pin, for Python programs"
