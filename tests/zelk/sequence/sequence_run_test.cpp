@@ -1,5 +1,5 @@
-// Whole runs over many frames: files, keyframes, missing and broken inputs, going on where a run
-// was cut off, and the same bits however a frame is reached.
+// Whole runs over many frames: files, keyframes, missing inputs, movies, and the same bits however
+// a frame is reached.
 #include <algorithm>
 #include <cstdlib>
 #include "tests/support/zelk_process.h"
