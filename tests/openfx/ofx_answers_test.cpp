@@ -1,7 +1,7 @@
 // What the plug-in answers besides pixels: regions, aspects, greyed controls, drags and buttons.
 #include <gtest/gtest.h>
 
-#include "tests/openfx/ofx_picture.h"
+#include "tests/openfx/ofx_session.h"
 #include "tests/openfx/ofx_sweep.h"
 #include "tests/support/temporary_folder.h"
 
@@ -11,24 +11,22 @@ namespace {
 constexpr OfxRectI kLayer = {0, 0, 60, 40};
 constexpr std::array<double, 8> kPins = {10, 35, 50, 30, 12, 8, 55, 5};
 
-/// An instance over a project with a layer of its own size.
+/// An instance over a project of 60 x 40 pixels with a layer of its own size.
 struct Stage {
-    explicit Stage(OfxRectI layer = kLayer, double aspect = 1, OfxPointD project = {60, 40})
-        : host(hostChoice("tree"), ZELK_OFX_BINARY), source(layer), m_aspect(aspect) {
-        EXPECT_EQ(host.prepare(kOfxImageEffectContextGeneral), kOfxStatOK);
+    explicit Stage(OfxRectI layer = kLayer, double pixelAspect = 1)
+        : aspect(pixelAspect),
+          source(layer),
+          instance(hostChoice("tree"), {{"Source", input()}}, {.size = {60 * aspect, 40}},
+                   kOfxImageEffectContextGeneral) {}
+    ClipInput input() {
         source.fill(
             [](int x, int y, int c) { return c == 3 ? 1.0 : (x * 7 + y * 13) % 32 / 31.0; });
         Picture picture = source.view();
         picture.aspect = aspect;
-        ClipInput input = still(picture, kOfxImageUnPreMultiplied);
-        input.region.x1 *= aspect;
-        input.region.x2 *= aspect;
-        instance =
-            host.create(kOfxImageEffectContextGeneral, {{"Source", input}}, {.size = project});
-    }
-    ~Stage() {
-        instance.reset();
-        host.unload();
+        ClipInput made = still(picture);
+        made.region.x1 *= aspect;
+        made.region.x2 *= aspect;
+        return made;
     }
     OfxPointD pin(std::string const& name) const {
         auto const at = instance->effect.params.find(name)->at(0).number;
@@ -40,15 +38,14 @@ struct Stage {
     std::vector<unsigned char> frame(OfxRectI window) {
         PictureBuffer output(window);
         Picture view = output.view();
-        view.aspect = m_aspect;
+        view.aspect = aspect;
         EXPECT_EQ(instance->render({.output = view, .window = window}), kOfxStatOK);
         return output.bytes(window);
     }
 
-    Host host;
+    double aspect;
     PictureBuffer source;
-    std::unique_ptr<Instance> instance;
-    double m_aspect;
+    Session instance;
 };
 
 void expectPin(OfxPointD at, double x, double y) {
@@ -60,8 +57,8 @@ void expectPin(OfxPointD at, double x, double y) {
 std::vector<unsigned char> frameOf(std::array<double, 8> const& pins,
                                    std::map<std::string, double> const& values,
                                    OfxRectI window = kLayer, double aspect = 1) {
-    Stage stage(kLayer, aspect, {60 * aspect, 40});
-    setPins(*stage.instance, pins);
+    Stage stage(kLayer, aspect);
+    setPins(*stage.instance.instance, pins);
     for (auto const& [name, value] : values) stage.instance->set(name, {{value}, ""});
     return stage.frame(window);
 }
@@ -103,7 +100,7 @@ TEST(OfxAnswers, RegionsHoldLayerAndPins) {
     auto pins = kPins;
     pins[1] = 70;    // above the project, within another of its height
     pins[6] = 4000;  // far beyond
-    setPins(*stage.instance, pins);
+    setPins(*stage.instance.instance, pins);
     OfxRectD const all = stage.instance->regionOfDefinition();
     EXPECT_EQ(std::make_pair(all.x1, all.y2), std::make_pair(-20.0, 70.0));
     EXPECT_EQ(std::make_pair(all.x2, all.y1), std::make_pair(120.0, 0.0));
@@ -111,27 +108,22 @@ TEST(OfxAnswers, RegionsHoldLayerAndPins) {
 
 TEST(OfxAnswers, ControlsAreGreyedByTheEffectsRule) {
     Stage stage;
-    struct Row {
-        char const* popup;
-        double option;
-        char const* control;
-        bool isEnabled;
-    };
-    for (Row const& row : {Row{"transfer-mode", 2, "source-opacity", true},
-                           Row{"transfer-mode", 0, "source-opacity", false},
-                           Row{"motion-blur", 1, "shutter-angle", true},
-                           Row{"overlay-mode", 0, "to-upper-left", false},
-                           Row{"overlay-mode", 2, "from-upper-left", true},
-                           Row{"quality", 3, "super-sample-edge", true}}) {
-        stage.instance->set(row.popup, {{row.option}, ""});
-        EXPECT_EQ(stage.isEnabled(row.control), row.isEnabled) << row.popup << row.option;
+    for (auto const& [popup, option, control, isEnabled] :
+         {std::tuple("transfer-mode", 2.0, "source-opacity", true),
+          {"transfer-mode", 0.0, "source-opacity", false},
+          {"motion-blur", 1.0, "shutter-angle", true},
+          {"overlay-mode", 0.0, "to-upper-left", false},
+          {"overlay-mode", 2.0, "from-upper-left", true},
+          {"quality", 3.0, "super-sample-edge", true}}) {
+        stage.instance->set(popup, {{option}, ""});
+        EXPECT_EQ(stage.isEnabled(control), isEnabled) << popup << option;
     }
 }
 
 TEST(OfxAnswers, QuadsMoveAndScaleUnderThePen) {
     Stage stage;
-    setPins(*stage.instance, kPins);
-    Overlay overlay(*stage.instance);
+    setPins(*stage.instance.instance, kPins);
+    Overlay overlay(*stage.instance.instance);
     overlay.pen(kOfxInteractActionPenDown, {30, 20});
     overlay.pen(kOfxInteractActionPenMotion, {35, 18});
     overlay.pen(kOfxInteractActionPenUp, {37, 23});
