@@ -105,8 +105,7 @@ PYBIND11_MODULE(_zelk, module) {
     addFrameStream(module);
     module.def("edits", &editList);
     module.def("parameters", [] {
-        return std::vector<std::string_view>(kParameterNames.begin(),
-                                             kParameterNames.end());
+        return std::vector<std::string_view>(kParameterNames.begin(), kParameterNames.end());
     });
     module.attr("__version__") = ZELK_VERSION;
 }
