@@ -167,7 +167,7 @@ _zelk_settings() {
 }
 )";
 
-/// Within a specification of _arguments.
+/// Within an option of _arguments.
 std::string zshText(std::string text) {
     for (char const* special : {"\\", "[", "]", ":"})
         text = replaced(std::move(text), special, std::string("\\") + special);
@@ -180,7 +180,7 @@ std::string zshAction(OptionPage const& option) {
     return option.words.empty() ? " " : "(" + joined(option.words) + ")";
 }
 
-std::string zshSpecification(OptionPage const& option, std::size_t place) {
+std::string zshOption(OptionPage const& option, std::size_t place) {
     std::string const action = zshAction(option);
     if (option.isPositional)
         return quoted(fmt::format("{}:{}:{}", option.isRepeated ? "*" : std::to_string(place),
@@ -225,7 +225,7 @@ std::string zshCommand(CommandPage const& page) {
     text += "  _arguments -S";
     std::size_t place = 0;
     for (OptionPage const& option : page.options())
-        text += " \\\n    " + zshSpecification(option, option.isPositional ? ++place : 0);
+        text += " \\\n    " + zshOption(option, option.isPositional ? ++place : 0);
     return text + "\n}\n";
 }
 
