@@ -91,7 +91,7 @@ int run(char** argv) {
     OfxRectI const frame = layer->view().bounds;
     // In a time line all regions are the frame, as on the command line.
     char const* const kind = std::getenv("ZELK_OFX_HOST");
-    Host host(hostChoice(kind ? kind : "time line"), argv[1]);
+    Host host(hostChoice(kind ? kind : "time_line"), argv[1]);
     if (host.prepare()) throw std::runtime_error("the plug-in can't be described");
     char const* const alpha = isFloat ? kOfxImagePreMultiplied : kOfxImageUnPreMultiplied;
     Project const project = {.size = {double(frame.x2), double(frame.y2)}};
