@@ -1,5 +1,5 @@
-// Frames for other hosts: the bits of the program's own renderer, whatever layout, window or field
-// a host asks for, and nothing written outside.
+// Frames for other hosts have the bits of the program's own renderer, in every depth, over rows that
+// run upward with padding, and from pictures that are a part of the layer.
 #include "bindings/common/pinned_frame.h"
 
 #include <gtest/gtest.h>
