@@ -16,6 +16,8 @@
 
 #include "Transform/Common/PopupEntries.h"
 #include "Transform/Common/ResampleOptions.h"
+#include "Transform/Common/RowBands.h"
+#include "Transform/Common/Transform_Core_Render/PlateRows.h"
 #include "bench/medians.h"
 #include "bindings/common/effect_controls.h"
 #include "effect/Render.h"
@@ -57,11 +59,13 @@ public:
     InMemory(Size size, Case const& c)
         : m_case(c),
           m_layer({0, 0, size.width, size.height}, samples(), kOfxImageComponentRGBA, {0, false}),
-          m_frame({0, 0, size.width, size.height}, samples(), kOfxImageComponentRGBA, {0, false}) {}
+          m_frame({0, 0, size.width, size.height}, samples(), kOfxImageComponentRGBA, {0, false}),
+          m_plate({0, 0, size.width, size.height}, samples()) {}
 
-    void takeLayer(PictureBuffer const& picture) {
+    void take(PictureBuffer const& layer, PictureBuffer const& plate) {
         forEachRow([&](int y, std::size_t bytes) {
-            std::memcpy(m_layer.at(0, y), picture.at(0, y), bytes);
+            std::memcpy(m_layer.at(0, y), layer.at(0, y), bytes);
+            std::memcpy(m_plate.at(0, y), plate.at(0, y), bytes);
             return true;
         });
     }
@@ -79,9 +83,19 @@ public:
         zelk::setDefaultControls(host);
         for (int i = 0; i < 4; ++i) host.setPoint(kParamToUpperLeft + i, kPins[i][0], kPins[i][1]);
         if (Render(&host)) std::abort();
+        if (m_case.hasPlate) layOverPlate();
     }
 
 private:
+    /// As the memory road lays a plate of floats.
+    void layOverPlate() {
+        OfxRectI const& b = m_frame.view().bounds;
+        ::forEachRow(b.y2, std::int64_t{32} * b.x2, [&](int y) {
+            layOverPlateNormally(reinterpret_cast<float*>(m_frame.at(0, y)),
+                                 reinterpret_cast<float const*>(m_plate.at(0, y)), b.x2, 3);
+        });
+    }
+
     QV_RasterFormat format() const {
         if (m_case.hasPlate || isFloat(m_case)) return kFormatBGRA32;
         if (isByte(m_case)) return kFormatBGRA8;
@@ -120,7 +134,7 @@ private:
     }
 
     Case const& m_case;
-    PictureBuffer m_layer, m_frame;
+    PictureBuffer m_layer, m_frame, m_plate;
 };
 
 /// Waves, with alpha from 0 to white; premultiplied colour is below alpha.
@@ -158,6 +172,7 @@ public:
     }
 
     PictureBuffer const& layer() const { return m_layer; }
+    PictureBuffer const& plate() const { return m_plate; }
     PictureBuffer const& frame() const { return m_frame; }
 
 private:
@@ -169,8 +184,8 @@ private:
 void measure(Host& host, Size size, Case const& c, int runs) {
     InHost door(host, size, c);
     InMemory memory(size, c);
-    bool const isTwin = !c.hasPlate && (isByte(c) || isFloat(c));
-    if (isTwin) memory.takeLayer(door.layer());
+    bool const isTwin = isFloat(c) || (!c.hasPlate && isByte(c));
+    if (isTwin) memory.take(door.layer(), door.plate());
     std::vector<double> doors, memories;
     for (int i = 0; i < runs; ++i) {
         memories.push_back(zelk_bench::millisecondsOf([&] { memory.render(); }));
