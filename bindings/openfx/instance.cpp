@@ -123,10 +123,10 @@ OfxRectD Instance::pinsAt(double time) const {
     double const open = isBlurred ? parameters.at(kParamShutterAngle, time).x * step : 0;
     int const moments =
         open != 0 ? std::clamp(truncatedToInt32(parameters.at(kParamSamples, time).x), 1, 64) : 1;
+    OfxRectD const frame = frameAt(time);
     OfxRectD box{};
     for (int i = 0; i < moments; ++i) {
         double const moment = time + start + open * i / moments;
-        OfxRectD const frame = frameAt(time);
         for (int pin = 0; pin < 4; ++pin) {
             auto const at = parameters.at(kParamToUpperLeft + pin, moment);
             int const offset = kParamToUpperLeftOffsetX + 2 * pin;
