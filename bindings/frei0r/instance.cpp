@@ -45,7 +45,7 @@ void Frei0rInstance::set(int position, void const* value) {
         held.number = entry;
     } else {
         double const number = *static_cast<double const*>(value);
-        if (std::isnan(number)) return;
+        if (!std::isfinite(number)) return;
         held.number = number;
     }
     take(position);
@@ -70,8 +70,8 @@ HostPicture Frei0rInstance::picture(std::uint32_t const* pixels) const {
     return result;
 }
 
-void Frei0rInstance::render(std::uint32_t const* layer, std::uint32_t const* plate,
-                            std::uint32_t* output) const {
+bool Frei0rInstance::isRendered(std::uint32_t const* layer, std::uint32_t const* plate,
+                                std::uint32_t* output) const try {
     PinnedFrame frame;
     frame.source = picture(layer);
     frame.output = picture(output);
@@ -80,9 +80,16 @@ void Frei0rInstance::render(std::uint32_t const* layer, std::uint32_t const* pla
     frame.valueOf = [this](int control, double) {
         return m_values[static_cast<std::size_t>(control)];
     };
-    if (renderPinned(frame) == PinnedResult::kDone) return;
-    std::size_t const bytes = static_cast<std::size_t>(frame.output.rowBytes) *
-                              static_cast<std::size_t>(m_frame.height());
+    return renderPinned(frame) == PinnedResult::kDone;
+} catch (...) {
+    return false;
+}
+
+void Frei0rInstance::render(std::uint32_t const* layer, std::uint32_t const* plate,
+                            std::uint32_t* output) const noexcept {
+    if (isRendered(layer, plate, output)) return;
+    auto const bytes = sizeof *output * static_cast<std::size_t>(m_frame.width()) *
+                       static_cast<std::size_t>(m_frame.height());
     if (plate)
         std::memmove(output, plate, bytes);
     else

@@ -19,7 +19,7 @@ class Frei0rInstance {
 public:
     Frei0rInstance(int width, int height, bool hasPlate);
 
-    /// What is no number and no word of the parameter changes nothing.
+    /// What is no finite number and no word of the parameter changes nothing.
     void set(int position, void const* value);
     /// A text stays the instance's, until the parameter is set.
     void get(int position, void* value) const;
@@ -28,7 +28,7 @@ public:
     /// missing, which is transparent. The output may be the layer or the plate. A frame that could
     /// not be rendered, for want of memory, is the plate alone.
     void render(std::uint32_t const* layer, std::uint32_t const* plate,
-                std::uint32_t* output) const;
+                std::uint32_t* output) const noexcept;
 
 private:
     struct Held {
@@ -37,6 +37,8 @@ private:
     };
 
     void take(int position);
+    bool isRendered(std::uint32_t const* layer, std::uint32_t const* plate,
+                    std::uint32_t* output) const;
     HostPicture picture(std::uint32_t const* pixels) const;
 
     PixelRect m_frame;

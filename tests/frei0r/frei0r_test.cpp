@@ -200,8 +200,9 @@ TEST_F(Frei0rFrame, AreTheCommandLinesToTheBit) {
          "--set rotate=45"},
         {"scale-x=99 corner-pin-opacity=-7", "--set scale-x=20 --opacity 0"},
     };
-    constexpr Case kOnFilter[] = {{"transfer-mode=soft-light", "--transfer soft-light"},
-                                  {"transfer-mode=behind", "--transfer behind"}};
+    constexpr Case kOnFilter[] = {
+        {"transfer-mode=soft-light", "--transfer soft-light"},
+        {"transfer-mode=behind source-opacity=0.0", "--transfer behind --source-opacity 0"}};
     constexpr Case kOnMixer[] = {
         {"transfer-mode=soft-light", "--mode soft-light"},
         {"transfer-mode=Color_Dodge corner-pin-opacity=0.7", "--mode color-dodge --opacity 70"}};
