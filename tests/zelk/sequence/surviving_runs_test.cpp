@@ -185,6 +185,10 @@ TEST_F(SurvivingRuns, WhatTheDeadLeftIsTold) {
             for (std::string const& name : {file, lock}) fs::remove(at(name));
         }
     }
+    // Another name of the same file.
+    fs::create_symlink("o.png", at("link.png"));
+    zelk::FrameLocks locks, others;
+    EXPECT_TRUE(locks.take(at("o.png")) && !others.take(at("link.png")));
 }
 
 // Where /proc tells nothing of a process that is there, as of another user's, its lock is held.
