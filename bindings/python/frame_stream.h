@@ -34,8 +34,8 @@ public:
     pybind11::tuple next();
     /// Ends the run; frames that were not taken go.
     void close();
-    /// Whether this is its copy in a process that was forked: the thread is the parent's, and nothing
-    /// that waits for it, not even the destructor, comes to an end.
+    /// Whether this is its copy in a process that was forked: the thread is the parent's, and
+    /// nothing that waits for it, not even the destructor, comes to an end.
     bool isForeign() const { return m_process != ::getpid(); }
 
 private:

@@ -1,8 +1,8 @@
 // The interpreter's lock, given away and taken.
 //
-// An interpreter that ends lets no other thread have its lock: CPython 3.11 ends such a thread where
-// it asks, which unwinds the stack, and a destructor on the way would end the process. Here the thread
-// stays where it is instead, until the process is gone.
+// An interpreter that ends lets no other thread have its lock: CPython 3.11 ends such a thread
+// where it asks, which unwinds the stack, and a destructor on the way would end the process. Here
+// the thread stays where it is instead, until the process is gone.
 #pragma once
 
 #include <cxxabi.h>

@@ -33,7 +33,7 @@ Ease easeOf(py::handle value, std::string const& thing) {
     if (value.is_none()) return {};
     if (!isList(value) || py::len(value) != 2) refuse(thing, value, kExpected);
     Ease const ease{numberOf(py::object(value[py::int_(0)]), thing, kExpected),
-                         numberOf(py::object(value[py::int_(1)]), thing, kExpected)};
+                    numberOf(py::object(value[py::int_(1)]), thing, kExpected)};
     bool const isInRange =
         ease.influencePercent >= 0.1 && ease.influencePercent <= 100 && std::isfinite(ease.speed);
     if (!isInRange) refuse(thing, value, kExpected);

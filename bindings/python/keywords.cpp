@@ -86,7 +86,8 @@ void setParameters(Scene& scene, SceneEdit const& edit, std::string const& thing
         for (auto const& [name, each] : py::reinterpret_borrow<py::dict>(value)) {
             std::string own = textOf(name, thing);
             std::replace(own.begin(), own.end(), '_', '-');
-            std::string const text = isList(each) ? joinedText(each, ",", own) : plainText(each, own);
+            std::string const text =
+                isList(each) ? joinedText(each, ",", own) : plainText(each, own);
             edit.apply(scene, thing, own + "=" + text);
         }
     } else if (isList(value)) {

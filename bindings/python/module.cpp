@@ -92,8 +92,7 @@ void addScene(py::module_& module) {
         .def("keys",
              [](SceneObject& self, py::object const& parameter, py::object const& keys,
                 py::object const& interpolation) {
-                 self.setKeys(
-                     keyedParameters(textOf(parameter, "parameter"), keys, interpolation));
+                 self.setKeys(keyedParameters(textOf(parameter, "parameter"), keys, interpolation));
              })
         .def("parameters", &SceneObject::parameters)
         .def("render",
@@ -118,10 +117,8 @@ void addScene(py::module_& module) {
                      self, framesGiven(frames), threadsOf(threads), inFlightOf(inFlight)));
              })
         .def("maps", &mapsOf)
-        .def("st_map",
-             [](SceneObject const& self, py::object const& frame) {
-                 return self.stMap(frameOf(frame));
-             })
+        .def("st_map", [](SceneObject const& self,
+                          py::object const& frame) { return self.stMap(frameOf(frame)); })
         .def("check", &SceneObject::check)
         .def("save", [](SceneObject const& self, py::object const& file, bool replace) {
             self.save(pathOf(file, "path"), replace);

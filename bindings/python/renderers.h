@@ -17,8 +17,8 @@ namespace zelk::python {
 /// The scene as renders to memory take it: checked, without an output, inverted where it says so.
 Scene preparedScene(Scene scene);
 
-/// For several threads. What a process has opened is not for one that it forks: both would read by the
-/// same descriptors, and end the same movie programs.
+/// For several threads. What a process has opened is not for one that it forks: both would read by
+/// the same descriptors, and end the same movie programs.
 class Renderers {
 public:
     ~Renderers() { leaveToParent(); }
@@ -41,9 +41,9 @@ private:
 };
 
 /// The number of threads of the engine on the calling thread, for the length of a scope; 0 leaves
-/// the runtime's own. A process that is forked has lost the team of the thread that forked it, and the
-/// runtime would wait for it for ever: that thread's number is 1 from then on. Other threads begin
-/// with teams of their own.
+/// the runtime's own. A process that is forked has lost the team of the thread that forked it, and
+/// the runtime would wait for it for ever: that thread's number is 1 from then on. Other threads
+/// begin with teams of their own.
 class ThreadScope {
 public:
     explicit ThreadScope(int threads);

@@ -159,8 +159,7 @@ void SceneObject::setComp(py::handle size, py::handle start, py::handle duration
         comp.width = checked->width;
         comp.height = checked->height;
     }
-    if (!start.is_none())
-        comp.startFrame = wholeOf(start, "start", -INT32_MAX, INT32_MAX);
+    if (!start.is_none()) comp.startFrame = wholeOf(start, "start", -INT32_MAX, INT32_MAX);
     if (!duration.is_none())
         comp.durationFrames = wholeOf(duration, "duration", 1, mostFramesOf(comp.timeBase));
     requireOnClock(comp, comp.startFrame, "start");
@@ -172,9 +171,8 @@ void SceneObject::setComp(py::handle size, py::handle start, py::handle duration
 
 void SceneObject::setKeys(std::vector<SceneParameter> parameters) {
     for (SceneParameter& parameter : parameters) {
-        std::erase_if(m_scene.parameters, [&](SceneParameter const& former) {
-            return former.name == parameter.name;
-        });
+        std::erase_if(m_scene.parameters,
+                      [&](SceneParameter const& former) { return former.name == parameter.name; });
         for (int i = 0; i < 4; ++i) {  // the edit has left a pin to its keys
             if (parameter.name == nameOfParameter(kToPins + i))
                 m_scene.options.erase(SceneField::kToPins);

@@ -66,10 +66,10 @@ TrackObject fromArrays(py::object const& frameArray, py::object const& cornerArr
                       corners.shape(0) == frames.shape(0) && corners.shape(1) == 4 &&
                       corners.shape(2) == 2;
     if (!fits)
-        throw UserError(ExitCode::kUsage, {name, "arrays can't have the shapes",
-                                           shown(frames.attr("shape")) + " and " +
-                                               shown(corners.attr("shape")),
-                                           "N frames and N x 4 x 2 corners"});
+        throw UserError(ExitCode::kUsage,
+                        {name, "arrays can't have the shapes",
+                         shown(frames.attr("shape")) + " and " + shown(corners.attr("shape")),
+                         "N frames and N x 4 x 2 corners"});
     Track track;
     setSize(track, sizeOf(size, "size"));
     constexpr char const* kRates = "frames a second, above 0, or None";
@@ -80,8 +80,8 @@ TrackObject fromArrays(py::object const& frameArray, py::object const& cornerArr
     for (py::ssize_t i = 0; i < frames.shape(0); ++i)
         for (py::ssize_t c = 0; c < 4; ++c) {
             TrackSample const sample{frames.at(i), corners.at(i, c, 0), corners.at(i, c, 1), 0};
-            bool const isFinite = std::isfinite(sample.frame) && !std::isinf(sample.x) &&
-                                  !std::isinf(sample.y);
+            bool const isFinite =
+                std::isfinite(sample.frame) && !std::isinf(sample.x) && !std::isinf(sample.y);
             if (!isFinite)
                 throw UserError(ExitCode::kUsage, fmt::format("{}: row {} is not finite", name, i));
             if (std::isnan(sample.x) || std::isnan(sample.y)) continue;
@@ -177,8 +177,7 @@ void addTrack(py::module_& module) {
                                    return py::make_tuple(self.track->width, self.track->height);
                                })
         .def_property_readonly("rate", [](TrackObject const& self) { return self.track->rate; })
-        .def_property_readonly("name",
-                               [](TrackObject const& self) { return strOf(self.name); })
+        .def_property_readonly("name", [](TrackObject const& self) { return strOf(self.name); })
         .def("flip_y",
              [](TrackObject const& self) {
                  requireSize(self, "flip_y");
@@ -203,10 +202,8 @@ void addTrack(py::module_& module) {
                  if (!size) refuse("size", given, "(w, h) in pixels");
                  return changed(self, [&](Track& track) { track = scaledTo(track, *size); });
              })
-        .def("text",
-             [](TrackObject const& self, py::object const& form) {
-                 return strOf(text(self, textOf(form, "form")));
-             })
+        .def("text", [](TrackObject const& self,
+                        py::object const& form) { return strOf(text(self, textOf(form, "form"))); })
         .def("save", &save)
         .def("issues", &issues);
 }

@@ -1,7 +1,7 @@
 // Values of Python as numbers and texts, with the sentences of the command line for others.
 //
-// Texts are those of the command line, whose words are bytes in the file system's encoding: a file's name
-// that is no UTF-8 comes as Python has it, with surrogates, and goes back so.
+// Texts are those of the command line, whose words are bytes in the file system's encoding: a
+// file's name that is no UTF-8 comes as Python has it, with surrogates, and goes back so.
 #pragma once
 
 #include <pybind11/pybind11.h>
