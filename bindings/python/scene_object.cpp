@@ -146,8 +146,8 @@ SceneObject::SceneObject(Scene scene, std::string caller, bool isAssociated)
 
 void SceneObject::edit(py::dict const& keywords) {
     applyKeywords(m_scene, keywords, m_caller, m_isAssociated);
-    if (keywords.contains("layer")) {
-        py::object const layer = keywords["layer"];
+    py::object const layer = keywords.attr("get")("layer");
+    if (!layer.is_none()) {
         m_keepsAxis = isArray(layer) && py::len(py::getattr(layer, "shape", py::tuple())) == 3;
     }
     m_renderers->clear();

@@ -125,6 +125,9 @@ class Arrays(unittest.TestCase):
                     three = np.repeat(grey[..., None], 3, 2)
                     np.testing.assert_array_equal(made, zelk.corner_pin(three, QUAD)[..., [0, 3]])
 
+        kept = zelk.Scene(grey1, over=grey).edit(layer=None)  # leaves the layer as it was
+        self.assertEqual(kept.render().shape, (40, 52, 1))
+
     def test_refused(self):
         for array, word in ((noise("uint8").astype("float64"), '"float64"'),
                             (np.zeros((4, 4), bool), '"bool"'), (np.zeros(4, "uint8"), '"(4,)"'),
