@@ -28,6 +28,7 @@
 #include "zelk/sequence/pipeline.h"
 #include "zelk/sequence/schedule.h"
 #include "zelk/text/errors.h"
+#include "zelk/text/numbers.h"
 #include "zelk/tracks/track.h"
 
 namespace py = pybind11;
@@ -38,11 +39,20 @@ namespace {
 
 bool isGreyBuffer(SceneInput const& input) { return input.buffer && input.buffer->channels <= 2; }
 
+/// A number or (x, y) that was typed; words may mean this or that, by the parameter's kind.
+py::object typedValue(std::string const& text) {
+    if (auto const number = parseNumber(text)) return py::float_(*number);
+    auto const comma = text.find(',');
+    if (comma == std::string::npos) return strOf(text);
+    auto const x = parseNumber(text.substr(0, comma)), y = parseNumber(text.substr(comma + 1));
+    return x && y ? py::object(py::make_tuple(*x, *y)) : py::object(strOf(text));
+}
+
 void put(py::dict& to, SceneParameter const& parameter) {
     auto const plain = [](SceneValue const& value) -> py::object {
         if (auto const* point = std::get_if<Point>(&value))
             return py::make_tuple(point->x, point->y);
-        if (auto const* typed = std::get_if<TypedText>(&value)) return strOf(typed->text);
+        if (auto const* typed = std::get_if<TypedText>(&value)) return typedValue(typed->text);
         if (auto const* text = std::get_if<std::string>(&value)) return strOf(*text);
         if (auto const* number = std::get_if<double>(&value)) return py::float_(*number);
         return py::bool_(std::get<bool>(value));

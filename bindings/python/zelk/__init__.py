@@ -176,7 +176,10 @@ class Scene:
 
     @property
     def parameters(self):
-        """A dict of the parameters that are set: a value, or {frame: value} of its keys."""
+        """A dict of the parameters that are set: a value, or {frame: value} of its keys.
+
+        Numbers are floats and points (x, y); what edits set by other words is their text.
+        """
         return self._scene.parameters()
 
     def render(self, frame=None, *, threads=0):
@@ -320,6 +323,11 @@ class Track:
     def rate(self):
         """Frames a second, or None."""
         return self._track.rate
+
+    @property
+    def name(self):
+        """What messages call it: its file, or the name that it was given."""
+        return self._track.name
 
     def flip_y(self):
         """With y counted from the other side; the track has a size."""

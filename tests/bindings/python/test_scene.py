@@ -76,6 +76,9 @@ class Scenes(Folder):
                 (lambda: zelk.load(None), 'path: not understood: "None"')):
             self.assertRaisesRegex(zelk.UsageError, told, call)
         zelk.corner_pin(noise("uint8"), opacity=np.array(30.))
+        scene.set(rotate=30, to_upper_left=(1, 2.5), crop_to_pins=True)
+        self.assertEqual(scene.parameters, {"rotate": 30, "to-upper-left": (1, 2.5),
+                                            "crop-to-pins": "on"})
         self.assertEqual((list(scene.frames([])), scene.matrices(range(0)), scene.write([])),
                          ([], {}, []))
 
