@@ -33,11 +33,12 @@ def light(file):
     return zelk.corner_pin(str(file), view="original", depth="float", output_color="linear")
 
 
-def save(name, picture, **edits):
+def save(name, picture):
     """Floats are linear light: a PNG gets sRGB, OpenEXR halves."""
-    depth = "16" if name.endswith(".exr") else "8"
-    zelk.Scene(np.ascontiguousarray(picture, dtype="float32"), view="original", depth=depth,
-               output=name, **edits).write()
+    kind, depth = ("float16", None) if name.endswith(".exr") else ("float32", "8")
+    channels = "rgb" if picture.shape[2] == 3 else "rgba"
+    zelk.Scene(np.ascontiguousarray(picture, dtype=kind), view="original", depth=depth, channels=channels,
+               output=name).write()
 
 
 def save_matte(name, matte):
