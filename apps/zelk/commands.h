@@ -13,6 +13,8 @@
 #include "apps/zelk/project_new_command.h"
 #include "apps/zelk/project_show_command.h"
 #include "apps/zelk/render_command.h"
+#include "apps/zelk/submit_command.h"
+#include "apps/zelk/submit_job_commands.h"
 #include "apps/zelk/track_command.h"
 #include "apps/zelk/track_convert_command.h"
 
@@ -22,6 +24,8 @@ namespace zelk {
 using Command =
     std::variant<RenderCommand, ParamsCommand, ProjectNewCommand, ProjectShowCommand,
                  ProjectCheckCommand, ProjectImportTrackCommand, OverlayCommand, DragCommand,
-                 TrackCommand, TrackConvertCommand, FiltersCommand, MapCommand>;
+                 TrackCommand, TrackConvertCommand, FiltersCommand, MapCommand,
+                 SubmitCommand, SubmitStatusCommand, SubmitResumeCommand, SubmitCancelCommand,
+                 SubmitTaskCommand, SubmitMovieCommand>;
 
 }  // namespace zelk
