@@ -342,7 +342,9 @@ ExitCode runCommandLine(int argc, char const* const* argv) {
     if (grammar.isVerbose() && &grammar.named() == &grammar.app())
         throw UserError(ExitCode::kUsage, "--verbose goes with --version");
     Command command = grammar.chosen();
-    auto const run = [&](auto& chosen) { return chosen.run({historyOf(given.subspan(1)), {given.begin() + 1, given.end()}}); };
+    auto const run = [&](auto& chosen) {
+        return chosen.run({historyOf(given.subspan(1)), {given.begin() + 1, given.end()}});
+    };
     return withUserErrors([&] { return std::visit(run, command); });
 }
 

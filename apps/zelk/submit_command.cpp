@@ -20,10 +20,9 @@ namespace fs = std::filesystem;
 namespace {
 
 /// Of `zelk submit` alone, each with a value. Others are those of `zelk render`.
-constexpr std::string_view kOwnOptions[] = {"--engine",   "--engine-option", "--job",
-                                            "--chunk",    "--task-time",     "--frame-time",
-                                            "--memory",   "--retries",       "--movie",
-                                            "--codec",    "--quality-level", "--in-flight"};
+constexpr std::string_view kOwnOptions[] = {
+    "--engine", "--engine-option", "--job",   "--chunk", "--task-time",     "--frame-time",
+    "--memory", "--retries",       "--movie", "--codec", "--quality-level", "--in-flight"};
 
 bool isProjectName(std::string const& name) { return lowered(name).ends_with(".json"); }
 
@@ -52,8 +51,8 @@ std::string renderHistory(std::vector<char const*> const& words) {
     for (std::size_t i = 0; i < words.size(); ++i) {
         std::string_view const word = words[i];
         std::string_view const name = word.substr(0, word.find('='));
-        bool const isOwn =
-            std::find(std::begin(kOwnOptions), std::end(kOwnOptions), name) != std::end(kOwnOptions);
+        bool const isOwn = std::find(std::begin(kOwnOptions), std::end(kOwnOptions), name) !=
+                           std::end(kOwnOptions);
         if (isOwn && name == word) ++i;
         if (isOwn || (i == 0 && word == "submit")) continue;
         if (!word.starts_with("-") && isProjectName(std::string(word)) &&
@@ -112,7 +111,8 @@ void SubmitCommand::addOptions(CLI::App& app) {
     add.text("Sequence", "--in-flight", m_inFlight, "N", "Frames held at a time by a task (3)");
     m_scene.add(add, "missing");
     add.text("Sequence", "--skip-existing", m_skipExisting, "[whole|name]",
-             "Leave out frames whose file reads back whole, or is there at all (whole)", skipWords());
+             "Leave out frames whose file reads back whole, or is there at all (whole)",
+             skipWords());
     add.flag("Messages", "--strict", m_isStrict, "Take a warning for a failure");
     m_scene.add(add, {"opacity", "transfer", "source-opacity", "mode", "matte", "holdout"});
     m_scene.add(add, {"layer-color", "plate-color", "output-color", "work-color", "ocio", "color"});

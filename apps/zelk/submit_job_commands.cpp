@@ -30,7 +30,8 @@ void SubmitStatusCommand::addOptions(CLI::App& app) {
     OptionAdder const add(app);
     m_folder.add(add);
     add.flag("Farm", "--json", m_isJson, "Print it as JSON");
-    add.flag("Farm", "--verify", m_verifies, "Compare every file with what was written, not its size");
+    add.flag("Farm", "--verify", m_verifies,
+             "Compare every file with what was written, not its size");
 }
 
 ExitCode SubmitStatusCommand::run(Invocation const&) {
@@ -53,7 +54,8 @@ void SubmitResumeCommand::addOptions(CLI::App& app) {
     m_folder.add(add);
     add.text("Farm", "--chunk", m_chunk, "FRAMES", "Frames of a task (as before)");
     add.text("Farm", "--memory", m_memory, "MB", "Memory of a task, such as 800 or 2G (as before)");
-    add.flag("Farm", "--verify", m_verifies, "Compare every file with what was written, not its size");
+    add.flag("Farm", "--verify", m_verifies,
+             "Compare every file with what was written, not its size");
     add.flag("Farm", "--dry-run", m_dryRun, "Print what would be handed over");
 }
 
@@ -110,6 +112,8 @@ CommandInfo const SubmitMovieCommand::kInfo = {
 
 void SubmitMovieCommand::addOptions(CLI::App& app) { m_folder.add(OptionAdder(app)); }
 
-ExitCode SubmitMovieCommand::run(Invocation const&) { return gatherMovie(readJob(m_folder.path())); }
+ExitCode SubmitMovieCommand::run(Invocation const&) {
+    return gatherMovie(readJob(m_folder.path()));
+}
 
 }  // namespace zelk

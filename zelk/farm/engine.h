@@ -1,5 +1,5 @@
-// The engines that run a job's tasks: each is a program of others, reached by its own commands or by
-// a file that it takes. engines.h has the table.
+// The engines that run a job's tasks: each is a program of others, reached by its own commands or
+// by a file that it takes. engines.h has the table.
 #pragma once
 
 #include <string>
@@ -23,9 +23,10 @@ struct Engine {
     EngineKind kind;
     /// Whether it can be reached at all; before anything is rendered or written.
     void (*require)(Job const& job);
-    /// Takes the submission's tasks, and the movie after them and after `before`, the engine's names
-    /// of what still runs; fills in its own names.
-    void (*handOver)(Job const& job, Submission& submission, std::vector<std::string> const& before);
+    /// Takes the submission's tasks, and the movie after them and after `before`, the engine's
+    /// names of what still runs; fills in its own names.
+    void (*handOver)(Job const& job, Submission& submission,
+                     std::vector<std::string> const& before);
     /// A line or several of what handOver would do.
     std::string (*plan)(Job const& job, Submission const& submission);
     /// What it has of all submissions.

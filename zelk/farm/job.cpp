@@ -81,8 +81,9 @@ void read(Json const& json, Job& job) {
 }
 
 UserError noTask(Job const& job, int submission, int task) {
-    return {ExitCode::kInput, {job.tasks(submission).string(), "has no task", std::to_string(task),
-                               "a line of frames for it"}};
+    return {ExitCode::kInput,
+            {job.tasks(submission).string(), "has no task", std::to_string(task),
+             "a line of frames for it"}};
 }
 
 }  // namespace
@@ -139,8 +140,9 @@ Job readJob(fs::path const& folder) {
     try {
         bool const isKnown = json.at("schema") == kSchema && json.at("version") == kVersion;
         if (!isKnown)
-            throw UserError(ExitCode::kInput, {job.file().string(), "is a job of another version:",
-                                               json.at("version").dump(), fmt::format("{}", kVersion)});
+            throw UserError(ExitCode::kInput,
+                            {job.file().string(), "is a job of another version:",
+                             json.at("version").dump(), fmt::format("{}", kVersion)});
         read(json, job);
     } catch (Json::exception const& error) {
         throw UserError(ExitCode::kInput, job.file().string() + ": is no whole record of a job: " +

@@ -56,12 +56,12 @@ struct Job {
     EngineKind engine = EngineKind::kSlurm;
     std::vector<std::string> engineOptions;  ///< further words for the engine's own program
     std::string frames;                      ///< asked for, as a list
-    std::string kept;             ///< of them those that were whole before and stay; may be empty
+    std::string kept;  ///< of them those that were whole before and stay; may be empty
     int framesPerTask = 1;
-    double secondsPerFrame = 0;   ///< as timed or told; 0 when nobody knows
-    int threads = 1;              ///< a task's
-    std::uint64_t memoryMb = 0;   ///< 2^20 bytes that a task asks for; 0 for the engine's own
-    int retries = 2;              ///< of a task that was killed or met a full disk
+    double secondsPerFrame = 0;  ///< as timed or told; 0 when nobody knows
+    int threads = 1;             ///< a task's
+    std::uint64_t memoryMb = 0;  ///< 2^20 bytes that a task asks for; 0 for the engine's own
+    int retries = 2;             ///< of a task that was killed or met a full disk
     std::map<std::string, std::string> edits;  ///< of the scene, that its file has no place for
     std::optional<JobMovie> movie;
     bool keepMetadata = true, isStrict = false;

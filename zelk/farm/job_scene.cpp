@@ -66,14 +66,14 @@ std::vector<int> framesTodo(FrameStages const& stages, std::vector<int> const& f
                             WholeFrames& whole, std::vector<int>& kept) {
     SceneFiles const& files = stages.files();
     std::set<fs::path> done;
-    Schedule const schedule =
-        scheduleOf(stages.scene(), files, frames, [&](fs::path const& file) {
-            return whole.isWhole(file) && done.insert(file).second;
-        });
+    Schedule const schedule = scheduleOf(stages.scene(), files, frames, [&](fs::path const& file) {
+        return whole.isWhole(file) && done.insert(file).second;
+    });
     for (int const frame : frames)
         if (done.contains(files.output.pathOf(frame))) kept.push_back(frame);
     if (!schedule.missingFrame) return schedule.frames;
-    auto const [file, why] = files.missingOf(*schedule.missingFrame).missing(*schedule.missingFrame);
+    auto const [file, why] =
+        files.missingOf(*schedule.missingFrame).missing(*schedule.missingFrame);
     throw UserError(ExitCode::kInput,
                     fmt::format("{}: {}; {} hold, skip or black goes on without it", file, why,
                                 spelled(stages.scene(), "missing")));

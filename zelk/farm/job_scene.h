@@ -1,5 +1,5 @@
-// The scene of a job: frozen when it is submitted, so that a project that changes later, or is gone,
-// alters no frame.
+// The scene of a job: frozen when it is submitted, so that a project that changes later, or is
+// gone, alters no frame.
 //
 // Values, tracks among them, stand in it as they came to; paths are absolute. Pictures stay where
 // they are: they are read, not copied.

@@ -36,7 +36,8 @@ struct TaskName {
 std::optional<TaskName> taskNamed(std::string const& stem) {
     auto const bar = stem.find('-');
     if (bar == stem.npos) return std::nullopt;
-    auto const submission = parseWhole(stem.substr(0, bar)), task = parseWhole(stem.substr(bar + 1));
+    auto const submission = parseWhole(stem.substr(0, bar)),
+               task = parseWhole(stem.substr(bar + 1));
     if (!submission || !task) return std::nullopt;
     return TaskName{*submission, *task};
 }
@@ -78,8 +79,7 @@ Stages stagesOf(Job const& job, JobState& state) {
     }
     for (auto const& [name, tag] : runnersOf(job)) {
         bool const isLocal = lifeOf(tag) == Life::kAlive;
-        if (isLocal || job.engine != EngineKind::kSlurm)
-            stages[name] = EngineTask::Stage::kRunning;
+        if (isLocal || job.engine != EngineKind::kSlurm) stages[name] = EngineTask::Stage::kRunning;
     }
     return stages;
 }
@@ -121,7 +121,9 @@ Logs logsOf(Job const& job, JobState& state) {
 void readFramesOfTasks(Job const& job, Stages const& stages, Logs const& logs,
                        std::map<int, EngineTask::Stage>& live, std::map<int, std::string>& left) {
     for (Submission const& submission : job.submissions) {
-        auto const isOf = [&](TaskName const& name) { return name.submission == submission.number; };
+        auto const isOf = [&](TaskName const& name) {
+            return name.submission == submission.number;
+        };
         bool const isAsked =
             std::any_of(stages.begin(), stages.end(), [&](auto& e) { return isOf(e.first); }) ||
             std::any_of(logs.ends.begin(), logs.ends.end(), [&](auto& e) { return isOf(e.first); });
@@ -156,9 +158,8 @@ constexpr std::string_view kMovieWords[] = {"none",    "missing", "waiting",
 
 std::string clockText(double seconds) {
     auto const whole = static_cast<std::int64_t>(seconds + 0.5);
-    return whole < 3600
-               ? fmt::format("{}:{:02}", whole / 60, whole % 60)
-               : fmt::format("{}:{:02}:{:02}", whole / 3600, whole / 60 % 60, whole % 60);
+    return whole < 3600 ? fmt::format("{}:{:02}", whole / 60, whole % 60)
+                        : fmt::format("{}:{:02}:{:02}", whole / 3600, whole / 60 % 60, whole % 60);
 }
 
 }  // namespace
@@ -199,8 +200,8 @@ JobState stateOf(Job const& job, bool verifies) {
         auto const bytes = fs::file_size(file, fault);
         auto const written = logs.written.find(frame);
         bool const isOurs = written != logs.written.end();
-        bool isDone = !fault && (isOurs ? bytes == written->second.bytes
-                                        : kept.contains(frame) && bytes > 0);
+        bool isDone =
+            !fault && (isOurs ? bytes == written->second.bytes : kept.contains(frame) && bytes > 0);
         if (isDone && verifies) isDone = isAsWritten(file, journal);
         auto const stage = live.find(frame);
         auto const failure = logs.failed.find(frame);
@@ -222,10 +223,11 @@ JobState stateOf(Job const& job, bool verifies) {
             ++(stage == EngineTask::Stage::kRunning ? state.runningTasks : state.waitingTasks);
     state.movie = movieStateOf(job, stages, logs);
     state.movieFailure = logs.movieEnd;
-    double const each = logs.timed > 0 ? logs.seconds / static_cast<double>(logs.timed)
-                                       : job.secondsPerFrame;
+    double const each =
+        logs.timed > 0 ? logs.seconds / static_cast<double>(logs.timed) : job.secondsPerFrame;
     if (state.runningTasks > 0 && each > 0)
-        state.secondsLeft = each * static_cast<double>(state.running.size() + state.waiting.size()) /
+        state.secondsLeft = each *
+                            static_cast<double>(state.running.size() + state.waiting.size()) /
                             state.runningTasks;
     return state;
 }
@@ -234,9 +236,9 @@ std::string stateText(Job const& job, JobState const& state) {
     constexpr std::size_t kMostShown = 10;
     auto const total = state.done.size() + state.running.size() + state.waiting.size() +
                        state.failed.size() + state.missing.size();
-    std::string text = fmt::format("{}: {}, {} frames{}\n", job.folder.string(),
-                                   wordOf(kEngineWords, job.engine), total,
-                                   job.isCancelled ? ", cancelled" : "");
+    std::string text =
+        fmt::format("{}: {}, {} frames{}\n", job.folder.string(), wordOf(kEngineWords, job.engine),
+                    total, job.isCancelled ? ", cancelled" : "");
     auto const row = [&](char const* word, std::size_t frames, std::string const& more) {
         text += fmt::format("  {:<8}{:>8}{}\n", word, frames, more);
     };

@@ -13,10 +13,10 @@ namespace zelk {
 
 /// Each frame of the job stands in one of the lists.
 struct JobState {
-    std::vector<int> done;                 ///< written by this job, or kept, and there
-    std::vector<int> running, waiting;     ///< of tasks that an engine has
-    std::map<int, std::string> failed;     ///< nobody has them any more; why
-    std::vector<int> missing;              ///< neither
+    std::vector<int> done;              ///< written by this job, or kept, and there
+    std::vector<int> running, waiting;  ///< of tasks that an engine has
+    std::map<int, std::string> failed;  ///< nobody has them any more; why
+    std::vector<int> missing;           ///< neither
     int runningTasks = 0, waitingTasks = 0;
     std::map<std::string, int> engineTasks;  ///< the engine's own words and reasons, counted
     enum class Movie { kNone, kMissing, kWaiting, kRunning, kFailed, kDone } movie = Movie::kNone;

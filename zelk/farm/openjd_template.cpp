@@ -41,11 +41,11 @@ std::string openJdText(Job const& job, Submission const& submission) {
                               {"type", "INT"},
                               {"range", submission.tasks > 1 ? fmt::format("1-{}", submission.tasks)
                                                              : std::string("1")}};
-        steps.push_back({{"name", "Frames"},
-                         {"parameterSpace", {{"taskParameterDefinitions", Ordered::array({task})}}},
-                         {"hostRequirements", requirementsOf(job)},
-                         {"script", scriptOf({fmt::format("{}", submission.number),
-                                              "{{Task.Param.Task}}"})}});
+        steps.push_back(
+            {{"name", "Frames"},
+             {"parameterSpace", {{"taskParameterDefinitions", Ordered::array({task})}}},
+             {"hostRequirements", requirementsOf(job)},
+             {"script", scriptOf({fmt::format("{}", submission.number), "{{Task.Param.Task}}"})}});
     }
     if (job.movie) {
         Ordered movie = {{"name", "Movie"}};

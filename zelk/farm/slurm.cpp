@@ -46,16 +46,17 @@ Words sbatchWords(Job const& job, std::string const& output) {
 std::string submitted(Words const& words) {
     std::string const output =
         callProgram(words, kPackage, "a job of the cluster; `sinfo` tells whether it is up");
-    std::string const id(trimmed(output.substr(0, output.find(';'))));
-    if (!id.empty() && std::all_of(id.begin(), id.end(), [](char c) { return c >= '0' && c <= '9'; }))
+    std::string const id(std::string_view(output).substr(0, output.find_first_of(";\n")));
+    if (!id.empty() &&
+        std::all_of(id.begin(), id.end(), [](char c) { return c >= '0' && c <= '9'; }))
         return id;
     throw UserError(ExitCode::kRenderFailed,
                     {"sbatch", "answered", oneLine(output), "the number of a job"});
 }
 
 int maxArraySize() {
-    std::istringstream lines(callProgram({"scontrol", "show", "config"}, kPackage,
-                                         "the cluster's configuration"));
+    std::istringstream lines(
+        callProgram({"scontrol", "show", "config"}, kPackage, "the cluster's configuration"));
     for (std::string line; std::getline(lines, line);) {
         if (!line.starts_with("MaxArraySize")) continue;
         auto const size = parseWhole(line.substr(line.find('=') + 1));
@@ -204,7 +205,8 @@ std::vector<EngineTask> slurmTasks(Job const& job) {
     std::map<std::pair<int, int>, bool> isKnown;
     for (EngineTask const& task : tasks) isKnown[{task.submission, task.task}] = true;
     for (EngineTask const& task : tasksIn(job, history.output))
-        if (task.stage == EngineTask::Stage::kEnded && !isKnown.contains({task.submission, task.task}))
+        if (task.stage == EngineTask::Stage::kEnded &&
+            !isKnown.contains({task.submission, task.task}))
             tasks.push_back(task);
     return tasks;
 }

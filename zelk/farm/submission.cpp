@@ -76,8 +76,8 @@ void requireFree(fs::path const& folder) {
 
 void requireParts(Scene const& scene) {
     if (isMovieName(scene.outputPath()))
-        throw refusalOf(scene, SceneField::kOutput, "a movie can't be parted into tasks:",
-                        scene.outputPath().string(),
+        throw refusalOf(scene, SceneField::kOutput,
+                        "a movie can't be parted into tasks:", scene.outputPath().string(),
                         "numbered pictures, with --movie for what gathers them");
 }
 
@@ -121,9 +121,9 @@ std::uint64_t memoryAsked(std::uint64_t peakBytes) {
 }
 
 std::string tasksText(Job const& job, Submission const& submission) {
-    std::string text = fmt::format("{} task{} of up to {}", submission.tasks,
-                                   submission.tasks == 1 ? "" : "s",
-                                   framesCounted(static_cast<std::size_t>(job.framesPerTask)));
+    std::string text =
+        fmt::format("{} task{} of up to {}", submission.tasks, submission.tasks == 1 ? "" : "s",
+                    framesCounted(static_cast<std::size_t>(job.framesPerTask)));
     text += fmt::format(", {} thread{}", job.threads, job.threads == 1 ? "" : "s");
     if (job.memoryMb > 0) text += fmt::format(", {} MB", job.memoryMb);
     if (job.movie) text += ", then the movie";
@@ -134,15 +134,17 @@ std::string handedText(Job const& job, Submission const& submission) {
     std::string names;
     for (EngineArray const& array : submission.arrays) names += " " + array.id;
     if (!submission.movieId.empty()) names += " " + submission.movieId;
-    std::string text = fmt::format("{}: {}; {}{}\n", job.folder.string(),
-                                   tasksText(job, submission), wordOf(kEngineWords, job.engine), names);
+    std::string text =
+        fmt::format("{}: {}; {}{}\n", job.folder.string(), tasksText(job, submission),
+                    wordOf(kEngineWords, job.engine), names);
     if (std::string const next = engineOf(job.engine).next(job); !next.empty()) text += next + "\n";
     return text;
 }
 
 /// The record is whole before the engine has anything, and has the engine's names after it. Where
 /// the engine refuses, the job stays for a resume.
-std::string handOver(Job job, std::vector<int> const& frames, std::vector<std::string> const& before) {
+std::string handOver(Job job, std::vector<int> const& frames,
+                     std::vector<std::string> const& before) {
     auto const tasks = tasksOf(frames, job.framesPerTask);
     Submission submission;
     submission.number = job.submissions.empty() ? 1 : job.submissions.back().number + 1;
@@ -171,7 +173,8 @@ std::string planOf(Job job, std::size_t frames, bool isTimed) {
     if (isTimed) return text + "; tasks and memory are settled once three frames are timed\n";
     submission.tasks =
         static_cast<int>(tasksOf(std::vector<int>(frames), job.framesPerTask).size());
-    return text + ": " + tasksText(job, submission) + "\n" + engineOf(job.engine).plan(job, submission);
+    return text + ": " + tasksText(job, submission) + "\n" +
+           engineOf(job.engine).plan(job, submission);
 }
 
 }  // namespace
@@ -198,8 +201,8 @@ Submitted submitJob(SubmitRequest const& request) {
     bool const isTimed = !frozen.todo.empty() && (needsTime || needsMemory);
     auto const settleTasks = [&](double seconds, std::size_t frames) {
         job.secondsPerFrame = seconds;
-        job.framesPerTask = request.framesPerTask.value_or(
-            framesPerTask(seconds, request.taskSeconds, frames));
+        job.framesPerTask =
+            request.framesPerTask.value_or(framesPerTask(seconds, request.taskSeconds, frames));
     };
     settleTasks(request.frameSeconds.value_or(0), frozen.todo.size());
     if (request.dryRun) return {ExitCode::kDone, planOf(job, frozen.todo.size(), isTimed)};
@@ -272,7 +275,8 @@ std::string cancelJob(fs::path const& folder) {
     // Slurm has told its tasks; a second signal would cut off the frames that they still finish.
     int const ended = job.engine == EngineKind::kSlurm ? 0 : endLocalTasks(job);
     std::string text = job.folder.string() + ": cancelled";
-    if (ended > 0) text += fmt::format(", {} running task{} asked to end", ended, ended == 1 ? "" : "s");
+    if (ended > 0)
+        text += fmt::format(", {} running task{} asked to end", ended, ended == 1 ? "" : "s");
     return text + "; what is written stays\n";
 }
 

@@ -18,11 +18,11 @@ struct SubmitRequest {
     /// settled here.
     Job job;
     SkipExisting skipExisting = SkipExisting::kNo;
-    double taskSeconds = 120;             ///< that a task is to take
-    std::optional<int> framesPerTask;     ///< instead
-    std::optional<double> frameSeconds;   ///< instead of timing frames
+    double taskSeconds = 120;               ///< that a task is to take
+    std::optional<int> framesPerTask;       ///< instead
+    std::optional<double> frameSeconds;     ///< instead of timing frames
     std::optional<std::uint64_t> memoryMb;  ///< instead of measuring it
-    std::filesystem::path folder;         ///< of the job; empty: beside the output
+    std::filesystem::path folder;           ///< of the job; empty: beside the output
     bool dryRun = false;
 };
 
