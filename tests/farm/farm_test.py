@@ -198,10 +198,16 @@ class Case:
     def leftovers(self):
         return [file.name for file in (self.folder / "out").glob(".*zelk-*") if file.name != ".zelk-journal"]
 
-    def requeues(self):
-        """How often tasks were started again, as the controller has it."""
-        said = call(["scontrol", "show", "job"], check=False).stdout
-        return sum(int(count) for job, count in re.findall(r"JobName=(\S+)[\s\S]*?Restarts=(\d+)", said) if job == "o")
+    def restarts(self):
+        """How often this job's tasks were started again, as the controller has it."""
+        record = json.loads((self.job / "job.json").read_text())
+        ids = {array["id"] for each in record["submissions"] for array in each.get("arrays", [])}
+        count = 0
+        for entry in call(["scontrol", "show", "job"], check=False).stdout.split("\n\n"):
+            own = re.search(r"(?:ArrayJobId|JobId)=(\d+) ArrayTaskId", entry)
+            if own and own[1] in ids:
+                count += int(re.search(r"Restarts=(\d+)", entry)[1])
+        return f"{count} restart" + "s" * (count != 1)
 
 
 class Table:
@@ -254,7 +260,7 @@ def node_killed(cluster):
         state = case.await_end()
         cluster.start("n2")
         cluster.await_nodes()
-        return f"n2 lost its power at {before} frames; {case.requeues()} restart, {state['done']['count']} done by n1"
+        return f"n2 lost its power at {before} frames; {case.restarts()}, {state['done']['count']} done by n1"
     return work
 
 
@@ -263,7 +269,7 @@ def task_killed(case):
     mid_work(case)
     os.kill(case.task_processes()[0], signal.SIGKILL)
     case.await_end()
-    return f"SIGKILL; {case.requeues()} restart by the engine"
+    return f"SIGKILL; {case.restarts()} by the engine"
 
 
 def killed_for_good(case):
@@ -290,7 +296,7 @@ def disk_full(case):
                  (file.read_text() for file in (case.job / "logs").glob("slurm*"))))
         (out / "ballast").unlink()
         case.await_end()
-        happened = f"full while tasks ran, free again later; {case.requeues()} restarts"
+        happened = f"full while tasks ran, free again later; {case.restarts()}"
         kept = case.folder / "kept"
         shutil.copytree(out, kept)
     finally:
@@ -307,7 +313,8 @@ def submitted_again(case):
     state = case.await_end()
     case.zelk("submit", "resume", case.job)
     case.await_end()
-    return (f"second submit: code {refused.returncode}, \"{refused.stderr.split(': ')[-1].split('`')[0].strip()}\"; "
+    said = re.search(r"is still at work|.*", refused.stderr)[0]
+    return (f"second submit: exit code {refused.returncode}, \"{said}\"; "
             f"cancelled at {state['done']['count']} frames, resumed")
 
 
