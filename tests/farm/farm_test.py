@@ -347,16 +347,18 @@ def frames_of_movie(file):
     return call(["ffmpeg", "-v", "error", "-i", file, "-f", "framemd5", "-"]).stdout
 
 
-def ten_thousand(root, rows):
+def ten_thousand(root):
     """How long the commands take, not the frames: the partition is down while tasks wait."""
     count = 10000
     case = Case(root, "tiny", frames=count, size=(16, 16))
 
+    def row(name, start):
+        print(f"| {name} | {time.monotonic() - start:.2f} |", flush=True)
+
     def timed(name, *words):
         start = time.monotonic()
         said = case.zelk(*words, check=False)
-        rows.append((name, time.monotonic() - start))
-        print(f"| {name} | {rows[-1][1]:.2f} |", flush=True)
+        row(name, start)
         return said.stdout
 
     submit = ("submit", "shot.zelk.json", "--engine", "slurm", "--memory", 100)
@@ -372,7 +374,7 @@ def ten_thousand(root, rows):
     timed("resume, 8 tasks of 1250", "submit", "resume", job, "--chunk", 1250)
     start = time.monotonic()
     case.await_end(1200)
-    rows.append(("(the frames themselves, two cores)", time.monotonic() - start))
+    row("(the frames themselves, two cores)", start)
     timed("status, all done", "submit", "status", job)
     timed("status --verify, all done", "submit", "status", job, "--verify")
     for frame in (1, 5000, 10000):
@@ -385,7 +387,7 @@ def ten_thousand(root, rows):
 def main():
     for number in (signal.SIGTERM, signal.SIGHUP):
         signal.signal(number, lambda *_: sys.exit(130))
-    table, times = Table(), []
+    table = Table()
     os.environ["ZELK_THREADS"] = "1"
     root = pathlib.Path(tempfile.mkdtemp(prefix="zelk-farm-"))
     cluster = None
@@ -421,7 +423,7 @@ def main():
         for tool in ("parallel", "xargs"):
             table.case(f"`--engine shell`, {tool}", Case(root, tool), sums, by_script(tool))
         print("\n| 10,000 frames of 16x16 | seconds |\n|---|---|")
-        said, files = ten_thousand(root, times)
+        said, files = ten_thousand(root)
         table.failed = table.failed or files != 10000
         print(f"\nafter 3 files were removed: {said}; {files} files at the end")
     finally:

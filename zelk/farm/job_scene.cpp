@@ -81,28 +81,25 @@ std::vector<int> framesTodo(FrameStages const& stages, std::vector<int> const& f
 
 }  // namespace
 
-std::vector<int> FrozenScene::all() const {
-    std::vector<int> frames = todo;
-    frames.insert(frames.end(), kept.begin(), kept.end());
-    std::sort(frames.begin(), frames.end());
-    return frames;
-}
-
 FrozenScene frozenScene(Scene const& asked, RunOptions const& run) {
     return withUserErrors([&] {
         FrozenScene frozen;
         FrameStages stages(invertedScene(asked), run);
-        std::vector<int> const frames = framesAsked(stages.scene(), stages.files());
+        std::vector<int> frames = framesAsked(stages.scene(), stages.files());
         stages.begin(frames);
         Journal journal;
         WholeFrames whole(run.skipExisting, &journal, [&] { return stages.outputSize(); });
         frozen.todo = framesTodo(stages, frames, whole, frozen.kept);
-        checkOutputsAreNoInputs(stages.scene(), run, stages.files(), frozen.all());
         Comp const comp = settledComp(stages, frames);
+        std::set<int> has(frozen.todo.begin(), frozen.todo.end());
+        has.insert(frozen.kept.begin(), frozen.kept.end());
+        std::erase_if(frames, [&](int frame) { return !has.contains(frame); });
+        checkOutputsAreNoInputs(stages.scene(), run, stages.files(), frames);
         frozen.scene = stages.settledScene();
         frozen.scene.comp = comp;
         frozen.scene.hasComp = frozen.scene.ownStart = frozen.scene.ownDuration = true;
-        frozen.scene.frames = frameRangeText(frozen.all());
+        frozen.scene.frames = frameRangeText(frames);
+        frozen.frames = std::move(frames);
         anchor(frozen.scene);
         return frozen;
     });

@@ -16,9 +16,9 @@ namespace zelk {
 
 struct FrozenScene {
     Scene scene;
-    std::vector<int> todo;  ///< frames to be rendered, in their order
-    std::vector<int> kept;  ///< those that run.skipExisting leaves out
-    std::vector<int> all() const;
+    std::vector<int> frames;  ///< that are asked for and have their inputs, in their order
+    std::vector<int> todo;    ///< those of them to be rendered
+    std::vector<int> kept;    ///< those that run.skipExisting leaves out
 };
 
 /// `scene` settled for its frames, with absolute paths and, where it names none, the OpenColorIO

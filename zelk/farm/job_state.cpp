@@ -292,10 +292,14 @@ std::string stateJson(Job const& job, JobState const& state) {
     return jsonText(json);
 }
 
-int endLocalTasks(Job const& job) {
+int endTasks(Job const& job) {
     int ended = 0;
-    for (auto const& [name, tag] : runnersOf(job))
-        if (lifeOf(tag) == Life::kAlive && ::kill(tag.id, SIGTERM) == 0) ++ended;
+    for (auto const& [name, tag] : runnersOf(job)) {
+        bool const isOurs = lifeOf(tag) == Life::kAlive;
+        if (isOurs && ::kill(tag.id, SIGTERM) == 0) ++ended;
+        std::error_code none;
+        if (!isOurs) fs::remove(job.runner(name.submission, name.task), none);
+    }
     return ended;
 }
 

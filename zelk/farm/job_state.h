@@ -38,8 +38,9 @@ std::string stateText(Job const& job, JobState const& state);
 /// docs/farm.md has its keys.
 std::string stateJson(Job const& job, JobState const& state);
 
-/// Tasks of this machine that run, whoever started them: their processes are asked to end.
-/// The number of them.
-int endLocalTasks(Job const& job);
+/// Of an engine without a queue: asks the processes of tasks on this machine to end, and forgets
+/// tasks of other machines, which see that the job is cancelled when they start next. The number of
+/// processes.
+int endTasks(Job const& job);
 
 }  // namespace zelk

@@ -193,7 +193,7 @@ Submitted submitJob(SubmitRequest const& request) {
     if (!frozen.todo.empty())
         checkTarget(SceneFiles(frozen.scene).output.pathOf(frozen.todo.front()), false);
     job.edits = editsOf(request.scene);
-    job.frames = frameRangeText(frozen.all());
+    job.frames = frameRangeText(frozen.frames);
     job.kept = frameRangeText(frozen.kept);
     job.memoryMb = request.memoryMb.value_or(0);
     bool const needsTime = !request.framesPerTask && !request.frameSeconds;
@@ -273,7 +273,7 @@ std::string cancelJob(fs::path const& folder) {
     writeJob(job);
     engineOf(job.engine).cancel(job);
     // Slurm has told its tasks; a second signal would cut off the frames that they still finish.
-    int const ended = job.engine == EngineKind::kSlurm ? 0 : endLocalTasks(job);
+    int const ended = job.engine == EngineKind::kSlurm ? 0 : endTasks(job);
     std::string text = job.folder.string() + ": cancelled";
     if (ended > 0)
         text += fmt::format(", {} running task{} asked to end", ended, ended == 1 ? "" : "s");
