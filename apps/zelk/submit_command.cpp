@@ -26,8 +26,9 @@ constexpr std::string_view kOwnOptions[] = {
 
 bool isProjectName(std::string const& name) { return lowered(name).ends_with(".json"); }
 
-/// "3", "512M", "4G" in 2^20 bytes.
-std::uint64_t megabytes(std::string const& thing, std::string const& text) {
+}  // namespace
+
+std::uint64_t memoryNamed(std::string const& thing, std::string const& text) {
     constexpr int kMost = 1 << 24;
     std::string const small = lowered(text);
     bool const isGiga = small.ends_with("g");
@@ -38,12 +39,6 @@ std::uint64_t megabytes(std::string const& thing, std::string const& text) {
         throw UserError(ExitCode::kUsage,
                         {thing, "no size of memory:", text, "megabytes such as 512, 512M or 2G"});
     return static_cast<std::uint64_t>(*number) * (isGiga ? 1024 : 1);
-}
-
-}  // namespace
-
-std::uint64_t memoryNamed(std::string const& thing, std::string const& text) {
-    return megabytes(thing, text);
 }
 
 std::string renderHistory(std::vector<char const*> const& words) {
@@ -131,12 +126,23 @@ Scene SubmitCommand::scene() const {
     return m_scene.edited(std::move(base));
 }
 
-ExitCode SubmitCommand::run(Invocation const& how) {
-    constexpr int kMostThreads = 1024, kMostRetries = 100, kMostInFlight = 64, kMostChunk = 1000000;
-    constexpr double kMostSeconds = 1e6, kLeastSeconds = 1e-4;
+/// The movie as it was asked for; nothing without --movie.
+std::optional<JobMovie> SubmitCommand::movie() const {
+    if (!m_movie && (m_codec || m_quality))
+        throw UserError(ExitCode::kUsage, std::string(m_codec ? "--codec" : "--quality-level") +
+                                              " is the movie's: give --movie");
+    if (!m_movie) return std::nullopt;
+    Scene scene;
+    if (m_codec) sceneEdit("codec").apply(scene, "--codec", *m_codec);
+    if (m_quality) sceneEdit("quality-level").apply(scene, "--quality-level", *m_quality);
+    return JobMovie{fs::absolute(required(*m_movie, "--movie", "a file")).lexically_normal(),
+                    scene.codec, scene.codecQuality};
+}
+
+Job SubmitCommand::job(Invocation const& how) const {
+    constexpr int kMostThreads = 1024, kMostRetries = 100, kMostInFlight = 64;
+    Job job;
     if (!m_engine) throw missing("--engine", listOf(wordsOf(kEngineWords)));
-    SubmitRequest request;
-    Job& job = request.job;
     job.engine = pick(kEngineWords, "--engine", *m_engine);
     job.engineOptions = m_engineOptions;
     job.history = renderHistory(how.words);
@@ -148,18 +154,15 @@ ExitCode SubmitCommand::run(Invocation const& how) {
     job.keepMetadata = run.keepMetadata;
     job.pngLevel = run.pngLevel;
     job.isStrict = m_isStrict;
-    if (!m_movie && (m_codec || m_quality))
-        throw UserError(ExitCode::kUsage, std::string(m_codec ? "--codec" : "--quality-level") +
-                                              " is the movie's: give --movie");
-    if (m_movie) {
-        job.movie.emplace();
-        job.movie->file = fs::absolute(required(*m_movie, "--movie", "a file")).lexically_normal();
-        Scene movie;
-        if (m_codec) sceneEdit("codec").apply(movie, "--codec", *m_codec);
-        if (m_quality) sceneEdit("quality-level").apply(movie, "--quality-level", *m_quality);
-        job.movie->codec = movie.codec;
-        job.movie->quality = movie.codecQuality;
-    }
+    job.movie = movie();
+    return job;
+}
+
+ExitCode SubmitCommand::run(Invocation const& how) {
+    constexpr int kMostChunk = 1000000;
+    constexpr double kMostSeconds = 1e6, kLeastSeconds = 1e-4;
+    SubmitRequest request;
+    request.job = job(how);
     if (m_job) request.folder = required(*m_job, "--job", "a folder");
     if (m_chunk) request.framesPerTask = wholeInRange("--chunk", *m_chunk, 1, kMostChunk);
     if (m_taskTime)
@@ -167,7 +170,7 @@ ExitCode SubmitCommand::run(Invocation const& how) {
     if (m_frameTime)
         request.frameSeconds =
             numberInRange("--frame-time", *m_frameTime, kLeastSeconds, kMostSeconds);
-    if (m_memory) request.memoryMb = megabytes("--memory", *m_memory);
+    if (m_memory) request.memoryMb = memoryNamed("--memory", *m_memory);
     if (m_skipExisting) request.skipExisting = skipNamed(*m_skipExisting);
     request.dryRun = m_dryRun;
     request.scene = scene();

@@ -9,6 +9,7 @@
 #include "apps/zelk/command.h"
 #include "apps/zelk/output_options.h"
 #include "apps/zelk/scene_options.h"
+#include "zelk/farm/job.h"
 
 namespace zelk {
 
@@ -20,6 +21,8 @@ struct SubmitCommand {
 
 private:
     Scene scene() const;
+    Job job(Invocation const& how) const;
+    std::optional<JobMovie> movie() const;
 
     SceneOptions m_scene;
     OutputOptions m_output;

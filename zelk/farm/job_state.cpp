@@ -153,6 +153,44 @@ JobState::Movie movieStateOf(Job const& job, Stages const& stages, Logs const& l
                : JobState::Movie::kMissing;
 }
 
+/// Frames whose files are there as they were written, or as they were kept.
+class DoneFrames {
+public:
+    DoneFrames(Job const& job, Logs const& logs, bool verifies)
+        : m_logs(logs), m_verifies(verifies), m_output(SceneFiles(readScene(job.scene())).output) {
+        if (job.kept.empty()) return;
+        for (int const frame : parseFrameRange(job.file().string(), job.kept)) m_kept.insert(frame);
+    }
+
+    bool has(int frame) {
+        fs::path const file = m_output.pathOf(frame);
+        std::error_code fault;
+        auto const bytes = fs::file_size(file, fault);
+        if (fault) return false;
+        auto const written = m_logs.written.find(frame);
+        bool const isOurs = written != m_logs.written.end();
+        bool const isSized =
+            isOurs ? bytes == written->second.bytes : m_kept.contains(frame) && bytes > 0;
+        return isSized && (!m_verifies || isAsWritten(file, m_journal));
+    }
+
+private:
+    Logs const& m_logs;
+    bool m_verifies;
+    SequenceName m_output;
+    std::set<int> m_kept;
+    Journal m_journal{false};
+};
+
+/// By the mean of all frames so far.
+std::optional<double> secondsLeftOf(Job const& job, Logs const& logs, JobState const& state) {
+    double const each =
+        logs.timed > 0 ? logs.seconds / static_cast<double>(logs.timed) : job.secondsPerFrame;
+    if (state.runningTasks == 0 || each <= 0) return std::nullopt;
+    return each * static_cast<double>(state.running.size() + state.waiting.size()) /
+           state.runningTasks;
+}
+
 constexpr std::string_view kMovieWords[] = {"none",    "missing", "waiting",
                                             "running", "failed",  "done"};
 
@@ -188,25 +226,12 @@ JobState stateOf(Job const& job, bool verifies) {
     std::map<int, EngineTask::Stage> live;
     std::map<int, std::string> left;
     readFramesOfTasks(job, stages, logs, live, left);
-    std::string const place = job.file().string();
-    std::vector<int> const keptList =
-        job.kept.empty() ? std::vector<int>() : parseFrameRange(place, job.kept);
-    std::set<int> const kept(keptList.begin(), keptList.end());
-    SequenceName const output = SceneFiles(readScene(job.scene())).output;
-    Journal journal(false);
-    for (int const frame : parseFrameRange(place, job.frames)) {
-        fs::path const file = output.pathOf(frame);
-        std::error_code fault;
-        auto const bytes = fs::file_size(file, fault);
-        auto const written = logs.written.find(frame);
-        bool const isOurs = written != logs.written.end();
-        bool isDone =
-            !fault && (isOurs ? bytes == written->second.bytes : kept.contains(frame) && bytes > 0);
-        if (isDone && verifies) isDone = isAsWritten(file, journal);
+    DoneFrames done(job, logs, verifies);
+    for (int const frame : parseFrameRange(job.file().string(), job.frames)) {
         auto const stage = live.find(frame);
         auto const failure = logs.failed.find(frame);
         auto const end = left.find(frame);
-        if (isDone)
+        if (done.has(frame))
             state.done.push_back(frame);
         else if (stage != live.end())
             (stage->second == EngineTask::Stage::kRunning ? state.running : state.waiting)
@@ -223,12 +248,7 @@ JobState stateOf(Job const& job, bool verifies) {
             ++(stage == EngineTask::Stage::kRunning ? state.runningTasks : state.waitingTasks);
     state.movie = movieStateOf(job, stages, logs);
     state.movieFailure = logs.movieEnd;
-    double const each =
-        logs.timed > 0 ? logs.seconds / static_cast<double>(logs.timed) : job.secondsPerFrame;
-    if (state.runningTasks > 0 && each > 0)
-        state.secondsLeft = each *
-                            static_cast<double>(state.running.size() + state.waiting.size()) /
-                            state.runningTasks;
+    state.secondsLeft = secondsLeftOf(job, logs, state);
     return state;
 }
 
