@@ -17,6 +17,7 @@
 #include "apps/zelk/command_page.h"
 #include "apps/zelk/commands.h"
 #include "apps/zelk/environment.h"
+#include "apps/zelk/history.h"
 #include "apps/zelk/version_text.h"
 #include "apps/zelk/written_pages.h"
 #include "zelk/files/standard_output.h"
@@ -80,27 +81,6 @@ std::vector<std::string> wordsOf(std::span<char const* const> argv) {
         }
     }
     return words;
-}
-
-/// A word as a shell takes it: in double quotes, unless all of it is plain.
-std::string quoted(std::string const& word) {
-    auto const isPlain = [](unsigned char c) {
-        return std::isalnum(c) || c >= 0x80 || std::strchr("@%+=:,./_-", c) != nullptr;
-    };
-    if (!word.empty() && std::all_of(word.begin(), word.end(), isPlain)) return word;
-    std::string text = "\"";
-    for (char const c : word) {
-        if (std::strchr("\"\\$`", c) != nullptr) text += '\\';
-        text += c;
-    }
-    return text + "\"";
-}
-
-/// The command line as one line that can be given to a shell again.
-std::string historyOf(std::span<char const* const> argv) {
-    std::string line = "zelk";
-    for (char const* word : argv.subspan(1)) line += " " + quoted(word);
-    return oneLine(line);
 }
 
 /// "zelk", "zelk project new"
@@ -362,7 +342,9 @@ ExitCode runCommandLine(int argc, char const* const* argv) {
     if (grammar.isVerbose() && &grammar.named() == &grammar.app())
         throw UserError(ExitCode::kUsage, "--verbose goes with --version");
     Command command = grammar.chosen();
-    auto const run = [&](auto& chosen) { return chosen.run({historyOf(given)}); };
+    auto const run = [&](auto& chosen) {
+        return chosen.run({historyOf(given.subspan(1)), {given.begin() + 1, given.end()}});
+    };
     return withUserErrors([&] { return std::visit(run, command); });
 }
 
