@@ -33,6 +33,8 @@ SHEETS = {
               ["shot:box.png;taken off:flat.png;with the new line:retouched.png;back on:comp.png"]),
     "lens": ("", ["plate:plate.png;straightened:straight.png",
                   "through the lens:comp.png;the same corners without it:wrong.png"]),
+    "farm": ("", ["task 1, frame 1002:comp/comp.1002.exr;task 2, frame 1005:comp/comp.1005.exr;"
+                  "task 3, frame 1009:comp/comp.1009.exr"]),
     "batch": ("", ["box.png:box.png;earl-grey:pack-earl-grey.png;rooibos:pack-rooibos.png;"
                    "jasmine:pack-jasmine.png"]),
     "movie": ("""

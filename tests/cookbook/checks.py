@@ -153,6 +153,14 @@ def lens():
     assert ((flat[y, x] >= low - slack) & (flat[y, x] <= high + slack))[seen].all()
 
 
+def farm():
+    """Every frame of the tasks is that of one run."""
+    subprocess.run(["zelk", "render", "--project", "screen.zelk.json", "--mode", "add", "--holdout", "thumb.####.png",
+                    "--quality", "best", "-o", "one-run.####.exr"], check=True)
+    for frame in range(1001, 1011):
+        assert (stored(f"comp/comp.{frame}.exr") == stored(f"one-run.{frame}.exr")).all(), frame
+
+
 def batch():
     box = stored("box.png").astype(int)
     uv = into_layer(LABEL, (480, 640), centres(768, 512))
