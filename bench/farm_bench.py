@@ -6,6 +6,7 @@ usage: farm_bench.py ZELK PICTURE
 """
 
 import pathlib
+import re
 import sys
 import time
 
@@ -26,25 +27,26 @@ def ten_thousand(root):
     def timed(name, *words):
         start = time.monotonic()
         said = case.zelk(*words, check=False)
-        row(name, start)
+        counts = dict(re.findall(r"^  (done|waiting) +(\d+)", said.stdout, re.M))
+        row(name + "".join(f", {word} {count}" for word, count in counts.items() if count != "0"), start)
         return said.stdout
 
     submit = ("submit", "shot.zelk.json", "--engine", "slurm", "--memory", 100)
     job = case.job
     call(["scontrol", "update", f"partition={PARTITION}", "state=down"])
     timed("submit, 1000 tasks of 10", *submit, "--chunk", 10)
-    timed("status, all wait", "submit", "status", job)
+    timed("status", "submit", "status", job)
     timed("cancel", "submit", "cancel", job)
     timed("resume, 10,000 tasks of 1 (10 arrays)", "submit", "resume", job, "--chunk", 1)
-    timed("status, all wait", "submit", "status", job)
+    timed("status", "submit", "status", job)
     timed("cancel", "submit", "cancel", job)
     call(["scontrol", "update", f"partition={PARTITION}", "state=up"])
     timed("resume, 8 tasks of 1250", "submit", "resume", job, "--chunk", 1250)
     start = time.monotonic()
     case.await_end(1200)
     row("(the frames themselves, two cores)", start)
-    timed("status, all done", "submit", "status", job)
-    timed("status --verify, all done", "submit", "status", job, "--verify")
+    timed("status", "submit", "status", job)
+    timed("status --verify", "submit", "status", job, "--verify")
     for frame in (1, 5000, 10000):
         (case.folder / "out" / f"o.{frame:05}.png").unlink()
     said = timed("resume, 3 files removed", "submit", "resume", job)
