@@ -15,9 +15,9 @@ Word times(Word channel, Word alpha) {
 
 Word grey(Word value) { return kOpaque | value << 16 | value << 8 | value; }
 
-/// Rec. 709's weights in 1/65536.
+/// Rec. 709's weights, to the nearest.
 Word luminance(Word red, Word green, Word blue) {
-    return (13933 * red + 46871 * green + 4732 * blue + 32768) >> 16;
+    return (2126 * red + 7152 * green + 722 * blue + 5000) / 10000;
 }
 
 template <class PixelFunc>
