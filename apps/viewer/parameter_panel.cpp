@@ -18,33 +18,14 @@
 namespace zelk {
 namespace {
 
-/// In the palette's colours, whatever the window's theme.
-constexpr char const* kStyle = R"(
-QLineEdit[isNumber] {
-  background: transparent; border: 1px solid transparent; border-radius: 2px; padding: 0 3px;
-}
-QLineEdit[isNumber="true"] { color: palette(link); }
-QLineEdit[isNumber]:hover { border-color: palette(mid); }
-QLineEdit[isNumber]:focus { border-color: palette(highlight); }
-QLineEdit[isNumber]:!read-only { background: palette(base); color: palette(text); }
-QLineEdit[isNumber]:disabled { color: palette(mid); }
-QComboBox { max-height: 17px; }
-QLabel#message { color: #f0b060; padding: 4px 8px; }
-QToolButton[isTop] { border: none; text-align: left; min-height: 22px; }
-QToolButton[isTop="true"] { font-weight: 600; background: palette(alternate-base); }
-QToolButton[isTop]:hover, QToolButton[isTop]:focus { background: palette(button); }
-)";
+constexpr QColor kWarningColor(240, 176, 96);
 
 QString foldKey(PanelControl const& control) {
     return "parameters/folded/" + QString::fromStdString(control.row().name);
 }
 
-/// Which the viewer's window keeps its layout in too.
-QSettings settings() { return QSettings("Zelk", "Viewer"); }
-
-bool wasFolded(PanelControl const& control) {
-    return settings().value(foldKey(control), control.row().startsFolded).toBool();
-}
+/// Where folds are remembered.
+QSettings ownSettings() { return QSettings("Zelk", "Viewer"); }
 
 }  // namespace
 
@@ -54,7 +35,6 @@ ParameterPanel::ParameterPanel(Document& document, QWidget* parent)
       m_search(new QLineEdit(this)),
       m_area(new QScrollArea(this)),
       m_message(new QLabel(this)) {
-    setStyleSheet(kStyle);
     setAccessibleName("Parameters");
     m_search->setObjectName("search");
     m_search->setPlaceholderText("Find a parameter");
@@ -63,6 +43,10 @@ ParameterPanel::ParameterPanel(Document& document, QWidget* parent)
     m_message->setObjectName("message");
     m_message->setAccessibleName("Refused");
     m_message->setWordWrap(true);
+    m_message->setMargin(8);
+    QPalette palette = m_message->palette();
+    palette.setColor(QPalette::WindowText, kWarningColor);
+    m_message->setPalette(palette);
     m_message->hide();
     m_area->setWidgetResizable(true);
     m_area->setFrameShape(QFrame::NoFrame);
@@ -83,7 +67,10 @@ ParameterPanel::ParameterPanel(Document& document, QWidget* parent)
     document.onChange([this](DocumentChange const& change) { hear(change); });
 }
 
-ParameterPanel::~ParameterPanel() = default;
+ParameterPanel::~ParameterPanel() {
+    disconnect(qApp, nullptr, this, nullptr);
+    delete m_area->takeWidget();  // before the controls that it shows
+}
 
 QString ParameterPanel::message() const { return m_message->text(); }
 
@@ -106,21 +93,24 @@ void ParameterPanel::rebuild() {
     auto* const layout = new QVBoxLayout(content);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(1);
-    for (auto const& control : m_controls) {
-        addEntry(*control, *content);
-        Entry const& entry = m_entries.back();
-        entry.row ? layout->addWidget(entry.row) : layout->addWidget(entry.header);
-    }
+    for (auto const& control : m_controls) layout->addWidget(addEntry(*control, *content));
     layout->addStretch();
-    m_area->setWidget(content);
+    readFolds();
     arrange();
+    m_area->setWidget(content);
 }
 
-void ParameterPanel::addEntry(PanelControl& control, QWidget& parent) {
+void ParameterPanel::readFolds() {
+    QSettings const settings = ownSettings();
+    for (std::size_t i = 0; i < m_entries.size(); ++i)
+        m_entries[i].isFolded =
+            settings.value(foldKey(*m_controls[i]), m_controls[i]->row().startsFolded).toBool();
+}
+
+QWidget* ParameterPanel::addEntry(PanelControl& control, QWidget& parent) {
     Entry entry;
     std::size_t const place = m_entries.size();
     if (control.row().kind == ControlKind::kGroup) {
-        entry.isFolded = wasFolded(control);
         entry.header = new GroupHeader(
             control, [this, place](bool isFolded) { fold(place, isFolded); }, &parent);
         entry.header->setContextMenuPolicy(Qt::CustomContextMenu);
@@ -132,6 +122,7 @@ void ParameterPanel::addEntry(PanelControl& control, QWidget& parent) {
             [this](int frame) { run([&] { m_document.setFrame(frame); }); }, &parent);
     }
     m_entries.push_back(entry);
+    return entry.row ? static_cast<QWidget*>(entry.row) : entry.header;
 }
 
 /// Shows what is neither folded nor left out by the search, under which nothing is folded.
@@ -163,13 +154,18 @@ void ParameterPanel::refresh() {
 
 void ParameterPanel::fold(std::size_t group, bool isFolded) {
     m_entries[group].isFolded = isFolded;
-    settings().setValue(foldKey(*m_controls[group]), isFolded);
+    ownSettings().setValue(foldKey(*m_controls[group]), isFolded);
     arrange();
 }
 
 void ParameterPanel::foldAll(bool isFolded) {
-    for (std::size_t i = 0; i < m_entries.size(); ++i)
-        if (m_entries[i].header) fold(i, isFolded);
+    QSettings settings = ownSettings();
+    for (std::size_t i = 0; i < m_entries.size(); ++i) {
+        if (!m_entries[i].header) continue;
+        m_entries[i].isFolded = isFolded;
+        settings.setValue(foldKey(*m_controls[i]), isFolded);
+    }
+    arrange();
 }
 
 void ParameterPanel::resetGroup(std::size_t group) {
@@ -234,20 +230,20 @@ ViewerCommands ParameterPanel::commands() {
          "Filters the parameters by their names.", find},
         rowCommand("Reset to Default", QKeySequence("Ctrl+Backspace"),
                    "Gives the parameter in the panel its default.", [](Row& row) { row.reset(); }),
-        rowCommand("Keyframes On or Off", QKeySequence("Ctrl+Shift+K"),
+        rowCommand("Keyframes On or Off", QKeySequence("Ctrl+Alt+K"),
                    "Animates the parameter in the panel, or gives it the one value that it has.",
                    [](Row& row) { row.toggleKeys(); }),
         rowCommand("Key at This Frame", QKeySequence("Ctrl+K"),
                    "Adds or removes the key of the parameter in the panel.",
                    [](Row& row) { row.toggleKeyHere(); }),
-        rowCommand("Previous Key of Parameter", QKeySequence("Ctrl+Shift+Left"),
+        rowCommand("Previous Key of Parameter", QKeySequence("Shift+J"),
                    "Shows the frame of its key before.", [](Row& row) { row.goToKey(false); }),
-        rowCommand("Next Key of Parameter", QKeySequence("Ctrl+Shift+Right"),
+        rowCommand("Next Key of Parameter", QKeySequence("Shift+K"),
                    "Shows the frame of its next key.", [](Row& row) { row.goToKey(true); }),
-        {"Parameters", "Fold All Groups", QKeySequence("Ctrl+Shift+Up"),
+        {"Parameters", "Fold All Groups", QKeySequence("Ctrl+Alt+Up"),
          "Shows the names of the groups alone.", [this] { foldAll(true); }},
-        {"Parameters", "Unfold All Groups", QKeySequence("Ctrl+Shift+Down"),
-         "Shows all parameters.", [this] { foldAll(false); }},
+        {"Parameters", "Unfold All Groups", QKeySequence("Ctrl+Alt+Down"), "Shows all parameters.",
+         [this] { foldAll(false); }},
     };
 }
 

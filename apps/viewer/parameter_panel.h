@@ -45,7 +45,8 @@ private:
 
     void hear(DocumentChange const& change);
     void rebuild();
-    void addEntry(PanelControl& control, QWidget& parent);
+    QWidget* addEntry(PanelControl& control, QWidget& parent);
+    void readFolds();
     void arrange();
     void refresh();
     void fold(std::size_t group, bool isFolded);

@@ -10,13 +10,14 @@
 #include <QWheelEvent>
 
 #include "apps/viewer/model/field_text.h"
+#include "apps/viewer/parameters/own_keys.h"
 #include "apps/viewer/parameters/panel_icons.h"
 #include "apps/viewer/parameters/value_field.h"
 
 namespace zelk {
 namespace {
 
-constexpr int kFieldPx = 100, kPairFieldPx = 68, kTurnsFieldPx = 34;
+constexpr int kFieldPx = 100, kPairFieldPx = 68, kTurnsFieldPx = 34, kPopupPx = 20;
 
 /// A popup that the wheel passes by when it scrolls the panel.
 class Popup : public QComboBox {
@@ -103,6 +104,7 @@ void ControlEditor::addFields(QHBoxLayout& layout) {
     for (int field = 0; field < row.fields; ++field) {
         ValueField* const widget = newField(field, nameOfField(row, field));
         if (isShort) widget->setFixedWidth(widthOfField(row, field));
+        widget->setFixedHeight(kPopupPx);
         layout.addWidget(widget);
     }
 }
@@ -110,8 +112,11 @@ void ControlEditor::addFields(QHBoxLayout& layout) {
 void ControlEditor::addPopup(QHBoxLayout& layout) {
     m_popup = new Popup(this);
     m_popup->setFocusPolicy(Qt::StrongFocus);
+    keepKeys(*m_popup, {Qt::Key_Space, Qt::Key_Up, Qt::Key_Down, Qt::Key_Home, Qt::Key_End,
+                        Qt::Key_PageUp, Qt::Key_PageDown});
     m_popup->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
     m_popup->setMinimumContentsLength(8);
+    m_popup->setFixedHeight(kPopupPx);
     m_popup->setMaxVisibleItems(40);
     m_popup->setAccessibleName(QString::fromStdString(m_control.row().label));
     for (std::string const& choice : m_control.row().choices) {
@@ -126,6 +131,7 @@ void ControlEditor::addPopup(QHBoxLayout& layout) {
 
 void ControlEditor::addCheckbox(QHBoxLayout& layout) {
     m_checkbox = new QCheckBox(QString::fromStdString(m_control.row().caption), this);
+    keepKeys(*m_checkbox, {Qt::Key_Space});
     m_checkbox->setAccessibleName(QString::fromStdString(m_control.row().label));
     connect(m_checkbox, &QCheckBox::clicked, this, [this](bool isOn) { choose(isOn); });
     layout.addWidget(m_checkbox);
@@ -136,6 +142,7 @@ void ControlEditor::addButton(QHBoxLayout& layout, QString const& help,
     m_button = new QToolButton(this);
     m_button->setAutoRaise(true);
     m_button->setFocusPolicy(Qt::StrongFocus);
+    keepKeys(*m_button, {Qt::Key_Space});
     m_button->setToolTip(help);
     m_button->setAccessibleName(help + " of " + QString::fromStdString(m_control.row().label));
     if (m_control.row().kind == ControlKind::kFile) m_button->setText("…");

@@ -42,7 +42,9 @@ ControlRowWidget::ControlRowWidget(PanelControl& control, RunAct run, std::funct
     layout->addSpacing(row.level * kIndentPx);
     layout->addWidget(m_label);
     layout->addWidget(m_editor, 1);
-    for (QToolButton* const button : {m_earlier, m_key, m_later}) layout->addWidget(button);
+    // Without them the editor has their place.
+    for (QToolButton* const button : {m_earlier, m_key, m_later})
+        row.canVary ? layout->addWidget(button) : button->hide();
 }
 
 QToolButton* ControlRowWidget::newButton(QString const& help, void (ControlRowWidget::*act)()) {

@@ -2,33 +2,50 @@
 #include "apps/viewer/parameters/group_header.h"
 
 #include <QKeyEvent>
+#include <QPainter>
+
+#include "apps/viewer/parameters/own_keys.h"
 
 namespace zelk {
 namespace {
 
-constexpr int kIndentPx = 12;
+constexpr int kIndentPx = 12, kHeightPx = 24;
 
 }  // namespace
 
 GroupHeader::GroupHeader(PanelControl& control, std::function<void(bool)> fold, QWidget* parent)
-    : QToolButton(parent), m_control(control), m_fold(std::move(fold)) {
-    ControlRow const& row = control.row();
-    setObjectName(QString::fromStdString(row.name));
-    setText(QString::fromStdString(row.label));
+    : QAbstractButton(parent), m_control(control), m_fold(std::move(fold)) {
+    setObjectName(QString::fromStdString(control.row().name));
+    setText(QString::fromStdString(control.row().label));
     setAccessibleName(text() + " group");
+    keepKeys(*this, {Qt::Key_Space, Qt::Key_Left, Qt::Key_Right});
     setCheckable(true);
-    setAutoRaise(true);
     setFocusPolicy(Qt::StrongFocus);
-    setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    setAttribute(Qt::WA_Hover);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
-    showGreyed(false);
-    setProperty("isTop", row.level == 0);  // the style sheet asks for it
-    connect(this, &QToolButton::clicked, this, [this](bool isOpen) { m_fold(!isOpen); });
+    connect(this, &QAbstractButton::clicked, this, [this](bool isOpen) { m_fold(!isOpen); });
 }
 
-void GroupHeader::showFolded(bool isFolded) {
-    setChecked(!isFolded);
-    setArrowType(isFolded ? Qt::RightArrow : Qt::DownArrow);
+QSize GroupHeader::sizeHint() const { return {100, kHeightPx}; }
+
+/// An arrow down over an open group, to the right before a folded one.
+void GroupHeader::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    int const level = m_control.row().level;
+    if (level == 0) painter.fillRect(rect(), palette().color(QPalette::AlternateBase));
+    if (hasFocus() || underMouse()) painter.fillRect(rect(), palette().color(QPalette::Button));
+    painter.translate(12 + level * kIndentPx, kHeightPx / 2);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(palette().color(QPalette::PlaceholderText));
+    painter.drawPolygon(isChecked() ? QPolygonF{{-4, -2}, {4, -2}, {0, 3}}
+                                    : QPolygonF{{-2, -4}, {3, 0}, {-2, 4}});
+    painter.setPen(
+        palette().color(m_isGreyed ? QPalette::Disabled : QPalette::Active, QPalette::WindowText));
+    QFont font = this->font();
+    font.setBold(level == 0);
+    painter.setFont(font);
+    painter.drawText(QRect(10, -kHeightPx / 2, width(), kHeightPx), Qt::AlignVCenter, text());
 }
 
 /// A greyed group still folds: only its look tells.
@@ -36,21 +53,14 @@ void GroupHeader::refresh() {
     ControlState const state = m_control.state();
     QString const tip = QString::fromStdString(tooltipOf(m_control.row(), state));
     if (toolTip() != tip) setToolTip(tip);
-    if (m_isGreyed == state.isEnabled) showGreyed(!state.isEnabled);
-}
-
-void GroupHeader::showGreyed(bool isGreyed) {
-    m_isGreyed = isGreyed;
-    int const indentPx = 6 + m_control.row().level * kIndentPx;
-    setStyleSheet(QString("padding-left: %1px; %2")
-                      .arg(indentPx)
-                      .arg(isGreyed ? "color: palette(mid);" : ""));
+    if (m_isGreyed == state.isEnabled) update();
+    m_isGreyed = !state.isEnabled;
 }
 
 void GroupHeader::keyPressEvent(QKeyEvent* event) {
     if (event->key() == Qt::Key_Left && isChecked()) return m_fold(true);
     if (event->key() == Qt::Key_Right && !isChecked()) return m_fold(false);
-    QToolButton::keyPressEvent(event);
+    QAbstractButton::keyPressEvent(event);
 }
 
 }  // namespace zelk

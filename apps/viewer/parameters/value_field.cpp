@@ -3,6 +3,7 @@
 
 #include <QKeyEvent>
 #include <QMouseEvent>
+#include <QPainter>
 #include <QWheelEvent>
 #include <cmath>
 
@@ -38,8 +39,33 @@ ValueField::ValueField(FieldActs acts, bool isWhole, QWidget* parent)
     : QLineEdit(parent), m_acts(std::move(acts)), m_isWhole(isWhole) {
     setReadOnly(true);
     setFocusPolicy(Qt::StrongFocus);
-    setCursor(m_acts.step ? Qt::SizeHorCursor : Qt::PointingHandCursor);
-    setProperty("isNumber", bool(m_acts.step));  // the style sheet asks for it
+    setFrame(false);
+    setTextMargins(3, 0, 3, 0);
+    setAttribute(Qt::WA_Hover);
+    dress();
+}
+
+/// A value that can be dragged has a link's colour; one that is typed a field's.
+void ValueField::dress() {
+    QPalette own = parentWidget()->palette();
+    if (!isTyping()) {
+        QColor const link = own.color(QPalette::Link);
+        own.setColor(QPalette::Base, Qt::transparent);
+        if (m_acts.step) own.setColor(QPalette::Active, QPalette::Text, link);
+        if (m_acts.step) own.setColor(QPalette::Inactive, QPalette::Text, link);
+    }
+    setPalette(own);
+    setCursor(isTyping()    ? Qt::IBeamCursor
+              : m_acts.step ? Qt::SizeHorCursor
+                            : Qt::PointingHandCursor);
+}
+
+void ValueField::paintEvent(QPaintEvent* event) {
+    QLineEdit::paintEvent(event);
+    if (!isEnabled() || !(hasFocus() || underMouse())) return;
+    QPainter painter(this);
+    painter.setPen(palette().color(hasFocus() ? QPalette::Highlight : QPalette::Mid));
+    painter.drawRect(rect().adjusted(0, 0, -1, -1));
 }
 
 void ValueField::showText(QString const& text) {
@@ -52,7 +78,7 @@ void ValueField::showText(QString const& text) {
 void ValueField::startTyping(QString const& text, bool selects) {
     m_typedFrom = m_acts.typedText();
     setReadOnly(false);
-    setCursor(Qt::IBeamCursor);
+    dress();
     setText(selects ? m_typedFrom : text);
     if (selects) selectAll();
 }
@@ -61,7 +87,7 @@ void ValueField::startTyping(QString const& text, bool selects) {
 void ValueField::stopTyping(bool sets) {
     QString const typed = text();
     setReadOnly(true);
-    setCursor(m_acts.step ? Qt::SizeHorCursor : Qt::PointingHandCursor);
+    dress();
     deselect();
     if (sets && typed != m_typedFrom) m_acts.type(typed);
     setText(m_shown);
@@ -95,7 +121,9 @@ bool ValueField::event(QEvent* event) {
 
 bool ValueField::isOwnKey(QKeyEvent const& event) const {
     if (event.key() == Qt::Key_Escape) return isTyping() || m_hold != Hold::kNone;
-    if (isTyping()) return isEnter(event) || !(event.modifiers() & Qt::ControlModifier);
+    bool const isPlain = !(event.modifiers() & (Qt::ControlModifier | Qt::AltModifier));
+    bool const isFunction = event.key() >= Qt::Key_F1 && event.key() <= Qt::Key_F35;
+    if (isTyping()) return isEnter(event) || (isPlain && !isFunction);
     if (isArrow(event)) return bool(m_acts.step);
     return isEnter(event) || event.key() == Qt::Key_F2 || startsValue(event);
 }

@@ -31,6 +31,7 @@ public:
 
 protected:
     bool event(QEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
@@ -44,6 +45,7 @@ protected:
 private:
     enum class Hold { kNone, kPressed, kScrubbing, kKey, kCancelled };
 
+    void dress();
     bool isOwnKey(QKeyEvent const& event) const;
     void startTyping(QString const& text, bool selects);
     void stopTyping(bool sets);
