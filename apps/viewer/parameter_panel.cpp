@@ -60,7 +60,7 @@ ParameterPanel::ParameterPanel(Document& document, QWidget* parent)
     layout->addLayout(top);
     layout->addWidget(m_area, 1);
     layout->addWidget(m_message);
-    setMinimumWidth(410);
+    setMinimumWidth(424);
     connect(m_search, &QLineEdit::textChanged, this, &ParameterPanel::arrange);
     connect(qApp, &QApplication::focusChanged, this,
             [this](QWidget*, QWidget* now) { noteFocus(now); });

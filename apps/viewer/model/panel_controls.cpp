@@ -57,7 +57,9 @@ void addParameters(Document& document, Controls& controls) {
     }
 }
 
+/// The panel's two headings have no name that counts.
 bool has(ControlRow const& row, std::string const& text) {
+    if (row.level == 0) return false;
     return lowered(row.label).find(text) != std::string::npos ||
            lowered(row.name).find(text) != std::string::npos;
 }

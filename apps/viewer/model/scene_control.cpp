@@ -60,9 +60,7 @@ ControlKind kindOf(SceneEdit const& edit) {
 std::vector<std::string> choicesOf(SceneEdit const& edit, std::vector<std::string> words) {
     std::string const standard = defaultInHelp(edit.help);
     if (std::find(words.begin(), words.end(), standard) != words.end()) return words;
-    std::string const plain = plainHelp(standard);
-    std::string const entry = plain.empty() ? "default" : plain.substr(0, plain.size() - 1);
-    words.insert(words.begin(), "(" + entry + ")");
+    words.insert(words.begin(), "(" + (standard.empty() ? "default" : plainHelp(standard)) + ")");
     return words;
 }
 

@@ -101,29 +101,23 @@ constexpr SceneSetting kSettings[] = {
 constexpr std::pair<std::string_view, std::string_view> kOptionWords[] = {
     {"--over", "a plate"}, {"--size", "a frame size"}, {"--st-map", "a lens map"}};
 
-/// Where the last "(...)" of a help starts; npos for none.
-std::size_t defaultPlace(std::string_view help) {
-    return help.ends_with(')') ? help.rfind('(') : std::string_view::npos;
-}
-
 }  // namespace
 
 std::span<SceneSetting const> sceneSettings() { return kSettings; }
 
 std::string defaultInHelp(std::string_view help) {
-    auto const open = defaultPlace(help);
-    if (open == std::string_view::npos) return {};
+    auto const open = help.rfind('(');
+    if (open == std::string_view::npos || !help.ends_with(')')) return {};
     return std::string(help.substr(open + 1, help.size() - open - 2));
 }
 
 std::string plainHelp(std::string_view help) {
-    std::string text(help.substr(0, defaultPlace(help)));
+    std::string text(help);
     for (auto const& [option, words] : kOptionWords) {
         auto const at = text.find(option);
         if (at != std::string::npos) text.replace(at, option.size(), words);
     }
-    text.erase(text.find_last_not_of(' ') + 1);
-    return text + (text.empty() || text.ends_with('.') ? "" : ".");
+    return text;
 }
 
 }  // namespace zelk

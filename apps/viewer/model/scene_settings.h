@@ -28,7 +28,7 @@ std::span<SceneSetting const> sceneSettings();
 
 /// What lies between the last parentheses of an edit's help: what is taken where nothing is set.
 std::string defaultInHelp(std::string_view help);
-/// The help without it, and without the command line's own words.
+/// A help without the command line's own words.
 std::string plainHelp(std::string_view help);
 
 }  // namespace zelk

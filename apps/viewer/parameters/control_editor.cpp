@@ -6,6 +6,7 @@
 #include <QComboBox>
 #include <QFileDialog>
 #include <QHBoxLayout>
+#include <QStylePainter>
 #include <QToolButton>
 #include <QWheelEvent>
 
@@ -19,12 +20,24 @@ namespace {
 
 constexpr int kFieldPx = 100, kPairFieldPx = 68, kTurnsFieldPx = 34, kPopupPx = 20;
 
-/// A popup that the wheel passes by when it scrolls the panel.
+/// A popup that the wheel passes by when it scrolls the panel, and that tells by dots what it cuts.
 class Popup : public QComboBox {
 public:
     using QComboBox::QComboBox;
 
 protected:
+    void paintEvent(QPaintEvent*) override {
+        QStylePainter painter(this);
+        QStyleOptionComboBox option;
+        initStyleOption(&option);
+        painter.drawComplexControl(QStyle::CC_ComboBox, option);
+        int const width =
+            style()->subControlRect(QStyle::CC_ComboBox, &option, QStyle::SC_ComboBoxEditField, this)
+                .width();
+        QString const& text = currentIndex() < 0 ? placeholderText() : option.currentText;
+        option.currentText = fontMetrics().elidedText(text, Qt::ElideRight, width - 4);
+        painter.drawControl(QStyle::CE_ComboBoxLabel, option);
+    }
     void wheelEvent(QWheelEvent* event) override {
         hasFocus() ? QComboBox::wheelEvent(event) : event->ignore();
     }

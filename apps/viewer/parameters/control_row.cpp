@@ -36,7 +36,7 @@ ControlRowWidget::ControlRowWidget(PanelControl& control, RunAct run, std::funct
     setFixedHeight(kRowPx);
 
     auto* const layout = new QHBoxLayout(this);
-    layout->setContentsMargins(6, 0, 6, 0);
+    layout->setContentsMargins(4, 0, 4, 0);
     layout->setSpacing(2);
     layout->addWidget(m_stopwatch);
     layout->addSpacing(row.level * kIndentPx);
