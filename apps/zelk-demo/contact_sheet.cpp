@@ -5,7 +5,7 @@
 #include <stdexcept>
 
 #include "apps/drawing/canvas.h"
-#include "zelk/pictures/reader.h"
+#include "apps/drawing/screen_picture.h"
 #include "zelk/pictures/writer.h"
 
 namespace zelk {
@@ -70,8 +70,7 @@ void drawRow(Canvas& canvas, double top, SheetRow const& row) {
         return cell;
     };
     for (SheetPicture const& shown : row) {
-        PictureReader reader(shown.file);
-        World const picture = readStraightWorld(reader);
+        World const picture = screenPicture(shown.file);
         drawWhole(canvas, nextCell(shown.label), picture);
         for (Closeup const& closeup : shown.closeups)
             drawCloseup(canvas, nextCell(closeup.label), picture, closeup);

@@ -15,6 +15,7 @@
 #include "apps/zelk/command_page.h"
 #include "apps/zelk/commands.h"
 #include "apps/zelk/environment.h"
+#include "apps/zelk/history.h"
 #include "apps/zelk/version_text.h"
 #include "apps/zelk/written_pages.h"
 #include "zelk/files/standard_output.h"
@@ -24,7 +25,6 @@
 #include "zelk/scene/parameter_names.h"
 #include "zelk/text/errors.h"
 #include "zelk/text/numbers.h"
-#include "zelk/text/shell_words.h"
 
 namespace zelk {
 
@@ -79,13 +79,6 @@ std::vector<std::string> wordsOf(std::span<char const* const> argv) {
         }
     }
     return words;
-}
-
-/// The command line as one line that can be given to a shell again.
-std::string historyOf(std::span<char const* const> argv) {
-    std::string line = "zelk";
-    for (char const* word : argv.subspan(1)) line += " " + shellWord(word);
-    return oneLine(line);
 }
 
 /// "zelk", "zelk project new"
@@ -347,7 +340,9 @@ ExitCode runCommandLine(int argc, char const* const* argv) {
     if (grammar.isVerbose() && &grammar.named() == &grammar.app())
         throw UserError(ExitCode::kUsage, "--verbose goes with --version");
     Command command = grammar.chosen();
-    auto const run = [&](auto& chosen) { return chosen.run({historyOf(given)}); };
+    auto const run = [&](auto& chosen) {
+        return chosen.run({historyOf(given.subspan(1)), {given.begin() + 1, given.end()}});
+    };
     return withUserErrors([&] { return std::visit(run, command); });
 }
 

@@ -11,6 +11,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "zelk/text/errors.h"
 
@@ -29,7 +30,8 @@ struct CommandInfo {
 
 /// How the program was called.
 struct Invocation {
-    std::string history;  ///< the command line as one line that a shell takes again
+    std::string history;             ///< the command line as one line that a shell takes again
+    std::vector<char const*> words;  ///< the same in words, without the program's name
 };
 
 }  // namespace zelk

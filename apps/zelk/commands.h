@@ -13,6 +13,8 @@
 #include "apps/zelk/project_new_command.h"
 #include "apps/zelk/project_show_command.h"
 #include "apps/zelk/render_command.h"
+#include "apps/zelk/submit_command.h"
+#include "apps/zelk/submit_job_commands.h"
 #include "apps/zelk/track_command.h"
 #include "apps/zelk/track_convert_command.h"
 #include "apps/zelk/view_command.h"
@@ -20,9 +22,10 @@
 namespace zelk {
 
 /// One of them, with its words. A nested one comes after the command that its path starts with.
-using Command =
-    std::variant<RenderCommand, ParamsCommand, ProjectNewCommand, ProjectShowCommand,
-                 ProjectCheckCommand, ProjectImportTrackCommand, OverlayCommand, DragCommand,
-                 TrackCommand, TrackConvertCommand, FiltersCommand, MapCommand, ViewCommand>;
+using Command = std::variant<RenderCommand, ParamsCommand, ProjectNewCommand, ProjectShowCommand,
+                             ProjectCheckCommand, ProjectImportTrackCommand, OverlayCommand,
+                             DragCommand, TrackCommand, TrackConvertCommand, FiltersCommand,
+                             MapCommand, SubmitCommand, SubmitStatusCommand, SubmitResumeCommand,
+                             SubmitCancelCommand, SubmitTaskCommand, SubmitMovieCommand, ViewCommand>;
 
 }  // namespace zelk

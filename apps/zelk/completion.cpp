@@ -54,11 +54,11 @@ std::string replacedAll(std::string text, std::vector<std::pair<char const*, std
 constexpr char const* kBash =
     R"(# Completion of zelk for bash; made by the program from the table of its help.
 _zelk() {
-    # Readline sets "=" apart: such words are joined again.
+    # Readline sets "=" and ":" apart: such words are joined again.
     local words=() i word
     for ((i = 0; i <= COMP_CWORD; ++i)); do
         word=${COMP_WORDS[i]}
-        if ((i > 1)) && [[ $word == "=" || ${COMP_WORDS[i - 1]} == "=" ]]; then
+        if ((i > 1)) && [[ $word == [=:] || ${COMP_WORDS[i - 1]} == [=:] ]]; then
             words[${#words[@]} - 1]+=$word
         else
             words+=("$word")
@@ -101,6 +101,8 @@ _zelk() {
         files)
             mapfile -t COMPREPLY < <(compgen -f -- "$cur")
             compopt -o filenames 2>/dev/null
+            # What is typed in quotes is the shell's own to read.
+            ((${#COMPREPLY[@]})) || compopt -o default 2>/dev/null
             ;;
     esac
     local found
@@ -108,8 +110,9 @@ _zelk() {
     COMPREPLY+=("${found[@]}")
     if [[ ${#found[@]} -gt 0 && ${found[0]} == *= ]]; then compopt -o nospace 2>/dev/null; fi
     # Readline keeps what stands before its own last break.
-    if [[ $cur == *=* && $COMP_WORDBREAKS == *=* ]]; then
-        COMPREPLY=("${COMPREPLY[@]#"${cur%"${cur##*=}"}"}")
+    local breaks=${COMP_WORDBREAKS//[^=:]/}
+    if [[ -n $breaks && $cur == *[$breaks]* ]]; then
+        COMPREPLY=("${COMPREPLY[@]#"${cur%"${cur##*[$breaks]}"}"}")
     elif [[ -n $kept && $COMP_WORDBREAKS != *=* ]]; then
         COMPREPLY=("${COMPREPLY[@]/#/$kept}")
     fi
@@ -248,6 +251,9 @@ function __zelk_is
     end
     test "$command" = "$argv[1]"
 end
+function __zelk_has_value
+    string match -q -- '--*=*' (commandline -ct)
+end
 complete -c zelk -f
 complete -c zelk -n '__zelk_is zelk' -a help -d 'Describe a command'
 )";
@@ -257,9 +263,10 @@ std::string fishQuoted(std::string const& text) {
     return "'" + replaced(replaced(text, "\\", "\\\\"), "'", "\\'") + "'";
 }
 
-std::string fishLine(CommandPage const& page, std::string const& rest) {
-    return "complete -c zelk -n " + fishQuoted("__zelk_is " + fishQuoted(page.name())) + rest +
-           "\n";
+std::string fishLine(CommandPage const& page, std::string const& rest,
+                     std::string const& condition = "") {
+    return "complete -c zelk -n " + fishQuoted("__zelk_is " + fishQuoted(page.name()) + condition) +
+           rest + "\n";
 }
 
 std::string fishOption(CommandPage const& page, OptionPage const& option,
@@ -272,14 +279,15 @@ std::string fishOption(CommandPage const& page, OptionPage const& option,
     }
     std::string words = joined(option.words);
     if (option.takesSetting()) words = settingNames(parameters) + " " + settingValues(parameters);
-    bool const isFile = option.takesValue() && option.takesFile();
-    if (isFile) rest += option.isPositional ? " -F" : " -r -F";
-    // A value that may be left out is no reason to offer nothing else.
-    if (option.takesValue() && !isFile && !option.isPositional)
-        rest += option.mayLeaveValueOut() ? " -f" : " -x";
-    if (!words.empty()) rest += " -a " + fishQuoted(words);
-    if (!option.isPositional) rest += " -d " + fishQuoted(option.help);
-    return fishLine(page, rest);
+    std::string const help = option.isPositional ? "" : " -d " + fishQuoted(option.help);
+    std::string const offered = (words.empty() ? "" : " -a " + fishQuoted(words)) + help;
+    if (option.isPositional) return fishLine(page, rest + (words.empty() ? " -F" : "") + offered);
+    if (!option.takesValue()) return fishLine(page, rest + help);
+    if (option.takesFile()) return fishLine(page, rest + " -r -F" + offered);
+    if (!option.mayLeaveValueOut()) return fishLine(page, rest + " -x" + offered);
+    // A value that may be left out is no reason to offer nothing else, unless "=" has begun it.
+    return fishLine(page, rest + " -f" + help, "; and not __zelk_has_value") +
+           fishLine(page, rest + " -x" + offered, "; and __zelk_has_value");
 }
 
 }  // namespace

@@ -10,6 +10,10 @@ namespace zelk {
 void OutputOptions::addFileOptions(OptionAdder const& add) {
     add.flag("Files", "--no-clobber", m_noClobber, "Refuse to replace an existing output");
     add.flag("Files", "--in-place", m_inPlace, "Let the output replace its own layer or plate");
+    addContentOptions(add);
+}
+
+void OutputOptions::addContentOptions(OptionAdder const& add) {
     add.flag("Files", "--no-metadata", m_dropsMetadata, "Leave the files' metadata out");
     add.text("Files", "--png-level", m_pngLevel, "N",
              "Compression of PNG, 0 to 9: 1 is fast, 9 the smallest (1)");
@@ -36,6 +40,10 @@ RunOptions OutputOptions::run(Invocation const& how) const {
 void addPictureOptions(OptionAdder const& add, SceneOptions& scene, OutputOptions& output) {
     scene.add(add, {"layer", "output", "over", "size"});
     output.addFileOptions(add);
+    addPinOptions(add, scene);
+}
+
+void addPinOptions(OptionAdder const& add, SceneOptions& scene) {
     scene.add(add, {"to", "from", "track", "track-from", "view", "quality", "set"});
     scene.add(add, {"track-format", "track-size", "corners", "flip-y", "track-first-frame",
                     "shift-frames"});

@@ -14,6 +14,8 @@ namespace zelk {
 class OutputOptions {
 public:
     void addFileOptions(OptionAdder const& add);
+    /// Those of them that say what stands in a file.
+    void addContentOptions(OptionAdder const& add);
     void addThreads(OptionAdder const& add);
     RunOptions run(Invocation const& how) const;
 
@@ -24,5 +26,7 @@ private:
 
 /// What `render` and `overlay` share: files, pins and quality.
 void addPictureOptions(OptionAdder const& add, SceneOptions& scene, OutputOptions& output);
+/// Of these the pins and their tracking data.
+void addPinOptions(OptionAdder const& add, SceneOptions& scene);
 
 }  // namespace zelk

@@ -58,6 +58,20 @@ std::string filesText(Scene const& scene) {
     return parts.text();
 }
 
+/// The file, and how it is read where that was said.
+std::string trackText(TrackUse const& use) {
+    TrackReading const& how = use.reading;
+    Parts parts;
+    parts.add(use.file.written);
+    parts.add("format", how.format);
+    if (how.size) parts.add(fmt::format("size {}x{}", how.size->width, how.size->height));
+    parts.add("corners", how.order);
+    if (how.flipsY) parts.add("y from below");
+    parts.add("first frame", how.firstFrame);
+    parts.add("frames shifted by", how.shiftFrames);
+    return parts.text();
+}
+
 std::string movieText(Scene const& scene) {
     Parts parts;
     parts.add("first frame", scene.movieStart);
@@ -112,6 +126,8 @@ std::string summaryOf(Scene const& scene) {
             row("frames", scene.frames.value_or("")) + row("render", renderText(scene)) +
             row("resampling", resamplingText(scene)) + row("files", filesText(scene)) +
             row("movies", movieText(scene)) + row("colour", colorText(scene.color));
+    for (TrackUse const& use : scene.tracks)
+        text += row(use.pins == TrackedPins::kTo ? "track" : "track of From", trackText(use));
     if (!scene.parameters.empty()) text += "parameters that differ from their defaults\n";
     for (SceneParameter const& parameter : scene.parameters)
         text += row(parameter.name, settingText(parameter));

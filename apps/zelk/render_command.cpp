@@ -30,6 +30,8 @@ bool isWordOf(Choice<T> const (&choices)[N], std::string const& word) {
 
 bool isExplainWord(std::string const& word) { return isWordOf(kExplains, word); }
 bool isSkipWord(std::string const& word) { return isWordOf(kSkips, word); }
+std::vector<std::string_view> skipWords() { return wordListOf(kSkips); }
+SkipExisting skipNamed(std::string const& word) { return pick(kSkips, "--skip-existing", word); }
 
 CommandInfo const RenderCommand::kInfo = {
     "render", "Render a picture or a sequence through the corner pin", "LAYER -o OUTPUT [OPTIONS]",
@@ -93,7 +95,7 @@ void RenderCommand::addOptions(CLI::App& app) {
 ExitCode RenderCommand::run(Invocation const& how) {
     constexpr int kMostInFlight = 64;
     RunOptions run = m_output.run(how);
-    if (m_skipExisting) run.skipExisting = pick(kSkips, "--skip-existing", *m_skipExisting);
+    if (m_skipExisting) run.skipExisting = skipNamed(*m_skipExisting);
     if (m_isShared && run.skipExisting == SkipExisting::kByName)
         throw UserError(ExitCode::kUsage, "--share does not go with --skip-existing=name");
     run.isShared = m_isShared;

@@ -3,6 +3,8 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "apps/zelk/command.h"
 #include "apps/zelk/output_options.h"
@@ -15,6 +17,9 @@ bool isExplainWord(std::string const& word);
 
 /// The same of --skip-existing.
 bool isSkipWord(std::string const& word);
+/// The words that it takes, and what they stand for.
+std::vector<std::string_view> skipWords();
+SkipExisting skipNamed(std::string const& word);
 
 struct RenderCommand {
     static CommandInfo const kInfo;

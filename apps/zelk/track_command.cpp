@@ -5,11 +5,11 @@
 
 #include <nlohmann/json.hpp>
 
+#include "apps/drawing/screen_picture.h"
 #include "apps/drawing/track_plot.h"
 #include "zelk/files/output_place.h"
 #include "zelk/files/standard_output.h"
 #include "zelk/inputs/input_files.h"
-#include "zelk/pictures/reader.h"
 #include "zelk/pictures/writer.h"
 #include "zelk/scene/words.h"
 #include "zelk/text/errors.h"
@@ -108,10 +108,7 @@ void writePlot(PlotRequest const& request, Track const& track) {
             ExitCode::kUsage,
             {"--plot", "would replace the picture below it:", request.file, "another name"});
     std::optional<World> picture;
-    if (request.over) {
-        PictureReader reader = openPicture(*request.over);
-        picture.emplace(readStraightWorld(reader));
-    }
+    if (request.over) picture.emplace(screenPicture(*request.over));
     WriteRequest ask;
     ask.opaque = true;
     ask.noClobber = request.noClobber;

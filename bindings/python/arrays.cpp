@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "bindings/python/gil.h"
 #include "zelk/text/errors.h"
 
 namespace py = pybind11;
@@ -58,14 +59,16 @@ bool isReadable(py::array const& array, py::ssize_t channels) {
 struct LetGo {
     void operator()(py::object* owner) const {
         if (!Py_IsInitialized()) return;
-        py::gil_scoped_acquire const lock;
+        Locked const lock;
         delete owner;
     }
 };
 
 }  // namespace
 
-bool isArray(py::handle value) { return py::hasattr(value, "__array_interface__"); }
+bool isArray(py::handle value) {
+    return py::hasattr(value, "__array_interface__") || py::hasattr(value, "__array__");
+}
 
 PictureBuffer bufferOf(py::handle value, std::string const& name, bool isAssociated) {
     py::array array = py::array::ensure(value);

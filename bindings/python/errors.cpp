@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "bindings/python/values.h"
 #include "hostkit/error.h"
 #include "zelk/text/errors.h"
 
@@ -30,7 +31,7 @@ void raise(ExitCode code, char const* text) {
     ErrorClass const* found = &classes[0];
     for (ErrorClass const& each : classes)
         if (each.code == code) found = &each;
-    PyErr_SetString(found->type, text);
+    PyErr_SetObject(found->type, strOf(text).ptr());
 }
 
 void translate(std::exception_ptr error) {

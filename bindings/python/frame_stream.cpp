@@ -1,17 +1,16 @@
 // The run and its queue; see frame_stream.h.
 #include "bindings/python/frame_stream.h"
 
-#include <pybind11/stl.h>
-
 #include <chrono>
 #include <utility>
 
 #include "bindings/python/arrays.h"
+#include "bindings/python/gil.h"
+#include "bindings/python/values.h"
 #include "zelk/render/host_errors.h"
 #include "zelk/sequence/pipeline.h"
 #include "zelk/sequence/schedule.h"
 #include "zelk/text/errors.h"
-#include "zelk/text/numbers.h"
 
 namespace py = pybind11;
 
@@ -20,9 +19,8 @@ namespace zelk::python {
 FrameStream::FrameStream(SceneObject const& scene, std::optional<std::string> const& frames,
                          int threads, int inFlight)
     : m_form(scene.form()), m_keepsAxis(scene.keepsAxis()) {
-    requireThreads(threads);
     RunOptions options;
-    options.inFlight = wholeInRange("in_flight", std::to_string(inFlight), 1, 1000);
+    options.inFlight = inFlight;
     m_thread = std::thread([this, threads, options, own = manyFrames(scene.scene(), frames)] {
         try {
             withUserErrors([&] { run(own, options, threads); });
@@ -79,7 +77,7 @@ void FrameStream::put(Made made) {
 std::optional<FrameStream::Made> FrameStream::take() {
     for (;;) {
         {
-            py::gil_scoped_release const unlocked;
+            Unlocked const unlocked;
             std::unique_lock lock(m_mutex);
             m_changed.wait_for(lock, std::chrono::milliseconds(100),
                                [this] { return m_isEnded || !m_made.empty(); });
@@ -96,15 +94,21 @@ std::optional<FrameStream::Made> FrameStream::take() {
 }
 
 py::tuple FrameStream::next() {
+    if (isForeign())
+        throw UserError(ExitCode::kRenderFailed,
+                        "these frames are made in the process that this one was forked from: call "
+                        "`frames` again");
     if (auto made = take())
-        return py::make_tuple(made->frame, arrayOf(made->picture, m_keepsAxis), made->warnings);
+        return py::make_tuple(made->frame, arrayOf(made->picture, m_keepsAxis),
+                              listOf(made->warnings));
     if (m_error) std::rethrow_exception(std::exchange(m_error, nullptr));
     throw py::stop_iteration();
 }
 
 /// Buffers of the scene may take the interpreter's lock as they go.
 void FrameStream::close() {
-    py::gil_scoped_release const unlocked;
+    if (isForeign()) return;
+    Unlocked const unlocked;
     {
         std::lock_guard const lock(m_mutex);
         m_stop = true;
@@ -116,8 +120,7 @@ void FrameStream::close() {
 }
 
 void addFrameStream(py::module_& module) {
-    py::class_<FrameStream>(module, "FrameStream")
-        .def(py::init<SceneObject const&, std::optional<std::string> const&, int, int>())
+    py::class_<FrameStream, FrameStreamHolder>(module, "FrameStream")
         .def("next", &FrameStream::next)
         .def("close", &FrameStream::close);
 }

@@ -3,11 +3,13 @@
 #pragma once
 
 #include <pybind11/pybind11.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <condition_variable>
 #include <deque>
 #include <exception>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -32,6 +34,9 @@ public:
     pybind11::tuple next();
     /// Ends the run; frames that were not taken go.
     void close();
+    /// Whether this is its copy in a process that was forked: the thread is the parent's, and
+    /// nothing that waits for it, not even the destructor, comes to an end.
+    bool isForeign() const { return m_process != ::getpid(); }
 
 private:
     struct Made {
@@ -44,6 +49,7 @@ private:
     void put(Made made);
     std::optional<Made> take();
 
+    pid_t m_process = ::getpid();
     StoredForm m_form;
     bool m_keepsAxis;
     std::atomic<bool> m_stop = false;
@@ -54,6 +60,13 @@ private:
     std::exception_ptr m_error;
     std::thread m_thread;
 };
+
+struct DeleteOwn {
+    void operator()(FrameStream* stream) const {
+        if (!stream->isForeign()) delete stream;
+    }
+};
+using FrameStreamHolder = std::unique_ptr<FrameStream, DeleteOwn>;
 
 void addFrameStream(pybind11::module_& module);
 

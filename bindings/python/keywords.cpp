@@ -10,6 +10,7 @@
 
 #include "bindings/python/arrays.h"
 #include "bindings/python/track_object.h"
+#include "bindings/python/values.h"
 #include "zelk/scene/edits.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/text/errors.h"
@@ -21,78 +22,42 @@ namespace zelk::python {
 
 namespace {
 
-bool isText(py::handle value) { return py::isinstance<py::str>(value); }
-bool isList(py::handle value) {
-    return !isText(value) && PySequence_Check(value.ptr()) && !py::isinstance<py::bytes>(value);
-}
-
-[[noreturn]] void refuse(std::string const& thing, py::handle value, std::string const& expected) {
-    throw UserError(ExitCode::kUsage,
-                    {thing, "not understood:", shortened(std::string(py::str(value))), expected});
-}
-
-double numberOf(py::handle value, std::string const& thing, std::string const& expected) {
-    double const number = PyFloat_AsDouble(value.ptr());
-    if (number == -1 && PyErr_Occurred()) {
-        PyErr_Clear();
-        refuse(thing, value, expected);
-    }
-    return number;
-}
-
-std::string numberText(py::handle value, std::string const& thing) {
-    if (PyIndex_Check(value.ptr())) return std::string(py::str(value));
-    return fmt::format("{}", numberOf(value, thing, "a number or a text"));
-}
-
-std::string plainText(py::handle value, std::string const& thing) {
-    if (isText(value)) return value.cast<std::string>();
-    if (py::hasattr(value, "__fspath__")) return pathText(value);
-    // NumPy's own is "numpy.bool_" before its version 2, and "numpy.bool" from then on.
-    bool const isFlag = py::isinstance<py::bool_>(value) ||
-                        std::string_view(Py_TYPE(value.ptr())->tp_name).starts_with("numpy.bool");
-    if (isFlag) return value.cast<bool>() ? "on" : "off";
-    return numberText(value, thing);
-}
-
-std::string joined(py::handle values, char const* between, std::string const& thing) {
-    std::string text;
-    for (py::handle const value : py::reinterpret_borrow<py::sequence>(values))
-        text += (text.empty() ? "" : between) + plainText(value, thing);
-    return text;
-}
-
-/// "x,y x,y x,y x,y" of anything with four rows of two.
+/// "x,y x,y x,y x,y"
 std::string cornersText(py::handle value, std::string const& thing) {
-    constexpr char const* kExpected =
-        "four (x, y): upper left, upper right, lower left, lower right";
-    auto const array =
-        py::array_t<double, py::array::c_style | py::array::forcecast>::ensure(value);
-    if (!array) PyErr_Clear();
-    if (!array || array.ndim() != 2 || array.shape(0) != 4 || array.shape(1) != 2)
-        refuse(thing, value, kExpected);
     std::string text;
-    for (py::ssize_t i = 0; i < 4; ++i)
-        text += fmt::format("{}{},{}", i ? " " : "", array.at(i, 0), array.at(i, 1));
+    for (Point const& corner : cornersOf(value, thing))
+        text += fmt::format("{}{},{}", text.empty() ? "" : " ", corner.x, corner.y);
     return text;
 }
 
 /// The text of an edit whose value is a list in Python.
 std::string listText(std::string_view edit, py::handle value, std::string const& thing) {
     if (edit == "frames") return frameText(value, thing);
-    if (edit == "size" || edit == "track-size") return joined(value, "x", thing);
-    return joined(value, ",", thing);
+    if (edit == "size" || edit == "track-size") {
+        if (py::len(value) != 2) refuse(thing, value, "(w, h) in pixels");
+        return joinedText(value, "x", thing);
+    }
+    return joinedText(value, ",", thing);
 }
 
-/// An array's layer, plate, matte or lens map; false for an edit that takes none.
+/// Of a file.
+bool isName(py::handle value) { return isText(value) || py::hasattr(value, "__fspath__"); }
+
+bool takesPicture(std::string_view edit) {
+    constexpr std::string_view kPictures[] = {"layer", "over", "matte", "holdout", "st-map"};
+    return std::find(std::begin(kPictures), std::end(kPictures), edit) != std::end(kPictures);
+}
+
+/// An array's layer, plate, matte or lens map; false for a file's name and for other edits.
 bool setPicture(Scene& scene, std::string_view edit, std::string const& thing, py::handle value,
                 bool isAssociated) {
+    if (isName(value) || !takesPicture(edit)) return false;
+    if (!isArray(value)) refuse(thing, value, "an array or a file's name");
     auto const buffer = [&] { return bufferOf(value, thing, isAssociated); };
     if (edit == "layer") return setLayer(scene, buffer()), true;
     if (edit == "over") return setPlate(scene, buffer()), true;
     if (edit == "matte") return setMatte(scene, buffer()), true;
     if (edit == "holdout") return setHoldout(scene, buffer()), true;
-    if (edit != "st-map") return false;
     PictureBuffer map = bufferOf(value, thing, true);  // as a file of OpenEXR: nothing is divided
     requireSound(map);
     scene.stMap = SceneInput{{}, std::make_shared<PictureBuffer const>(std::move(map))};
@@ -102,8 +67,9 @@ bool setPicture(Scene& scene, std::string_view edit, std::string const& thing, p
 
 bool setTrack(Scene& scene, std::string_view edit, std::string const& thing, py::handle value) {
     bool const isTo = edit == "track";
+    if ((!isTo && edit != "track-from") || isName(value)) return false;
     py::object const own = py::getattr(value, "_track", py::none());
-    if ((!isTo && edit != "track-from") || !py::isinstance<TrackObject>(own)) return false;
+    if (!py::isinstance<TrackObject>(own)) refuse(thing, value, "a Track or a file's name");
     auto const& track = own.cast<TrackObject const&>();
     TrackedPins const pins = isTo ? TrackedPins::kTo : TrackedPins::kFrom;
     requireImportable(track.name, *track.track);
@@ -118,13 +84,14 @@ void setParameters(Scene& scene, SceneEdit const& edit, std::string const& thing
                    py::handle value) {
     if (py::isinstance<py::dict>(value)) {
         for (auto const& [name, each] : py::reinterpret_borrow<py::dict>(value)) {
-            std::string own = name.cast<std::string>();
+            std::string own = textOf(name, thing);
             std::replace(own.begin(), own.end(), '_', '-');
-            std::string const text = isList(each) ? joined(each, ",", own) : plainText(each, own);
+            std::string const text =
+                isList(each) ? joinedText(each, ",", own) : plainText(each, own);
             edit.apply(scene, thing, own + "=" + text);
         }
     } else if (isList(value)) {
-        for (py::handle const each : py::reinterpret_borrow<py::sequence>(value))
+        for (py::object const each : py::reinterpret_borrow<py::sequence>(value))
             edit.apply(scene, thing, plainText(each, thing));
     } else {
         edit.apply(scene, thing, plainText(value, thing));
@@ -134,7 +101,7 @@ void setParameters(Scene& scene, SceneEdit const& edit, std::string const& thing
 void apply(Scene& scene, SceneEdit const& edit, std::string const& thing, py::handle value,
            bool isAssociated) {
     if (value.is_none()) return;
-    if (isArray(value) && setPicture(scene, edit.name, thing, value, isAssociated)) return;
+    if (setPicture(scene, edit.name, thing, value, isAssociated)) return;
     if (setTrack(scene, edit.name, thing, value)) return;
     if (edit.name == "set") return setParameters(scene, edit, thing, value);
     bool const isCorners = edit.name == "to" || edit.name == "from";
@@ -174,7 +141,7 @@ void applyKeywords(Scene& scene, py::dict const& keywords, std::string const& ca
                    bool isAssociated) {
     std::vector<std::pair<std::string, py::handle>> given;
     for (auto const& [key, value] : keywords) {
-        std::string const keyword = key.cast<std::string>();
+        std::string const keyword = textOf(key, "a keyword");
         std::string const name = editOf(keyword);
         auto const edits = sceneEdits();
         bool const isKnown = std::any_of(edits.begin(), edits.end(),
@@ -187,26 +154,6 @@ void applyKeywords(Scene& scene, py::dict const& keywords, std::string const& ca
         for (auto const& [keyword, value] : given)
             if (editOf(keyword) == edit.name) apply(edited, edit, keyword, value, isAssociated);
     scene = std::move(edited);
-}
-
-SceneValue sceneValueOf(py::handle value, std::string const& thing) {
-    constexpr char const* kExpected = "a number, True or False, a text or (x, y)";
-    if (py::isinstance<py::bool_>(value)) return value.cast<bool>();
-    if (isText(value)) return value.cast<std::string>();
-    if (!isList(value)) return numberOf(value, thing, kExpected);
-    auto const pair = py::reinterpret_borrow<py::sequence>(value);
-    if (pair.size() != 2) refuse(thing, value, kExpected);
-    return Point{numberOf(py::object(pair[0]), thing, kExpected),
-                 numberOf(py::object(pair[1]), thing, kExpected)};
-}
-
-std::string frameText(py::handle value, std::string const& thing) {
-    if (!isList(value)) return plainText(value, thing);
-    return joined(value, ",", thing);
-}
-
-std::string pathText(py::handle value) {
-    return py::module_::import("os").attr("fsdecode")(value).cast<std::string>();
 }
 
 }  // namespace zelk::python

@@ -20,13 +20,4 @@ namespace zelk::python {
 void applyKeywords(Scene& scene, pybind11::dict const& keywords, std::string const& caller,
                    bool isAssociated);
 
-/// A value of a parameter or of its key: bool, number, text or (x, y).
-SceneValue sceneValueOf(pybind11::handle value, std::string const& thing);
-
-/// "1-5,7" of a text, a range, a list or a number.
-std::string frameText(pybind11::handle value, std::string const& thing);
-
-/// A path, or the text of anything else.
-std::string pathText(pybind11::handle value);
-
 }  // namespace zelk::python

@@ -3,16 +3,20 @@
 #include <pybind11/pybind11.h>
 #include <pybind11/stl.h>
 
+#include <limits>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "bindings/python/errors.h"
 #include "bindings/python/frame_stream.h"
-#include "bindings/python/keywords.h"
+#include "bindings/python/gil.h"
+#include "bindings/python/keys.h"
 #include "bindings/python/scene_object.h"
 #include "bindings/python/track_object.h"
+#include "bindings/python/values.h"
 #include "zelk/files/quiet_libraries.h"
+#include "zelk/pictures/png_data.h"
 #include "zelk/scene/edits.h"
 #include "zelk/scene/file.h"
 #include "zelk/scene/parameter_names.h"
@@ -22,6 +26,15 @@ namespace py = pybind11;
 namespace zelk::python {
 
 namespace {
+
+int threadsOf(py::object const& threads) { return wholeOf(threads, "threads", 0, kMostThreads); }
+int inFlightOf(py::object const& frames) { return wholeOf(frames, "in_flight", 1, 1000); }
+
+std::optional<int> frameOf(py::object const& frame) {
+    using Limits = std::numeric_limits<int>;
+    if (frame.is_none()) return std::nullopt;
+    return wholeOf(frame, "frame", Limits::min(), Limits::max());
+}
 
 std::optional<std::string> framesGiven(py::object const& frames) {
     if (frames.is_none()) return std::nullopt;
@@ -60,36 +73,55 @@ std::vector<std::tuple<std::string, std::string, std::string>> editList() {
 }  // namespace
 
 void addScene(py::module_& module) {
-    using namespace py::literals;
     py::class_<SceneObject>(module, "SceneObject")
         .def(py::init([](std::string caller, bool isAssociated) {
             return SceneObject(Scene{}, std::move(caller), isAssociated);
         }))
         .def_static("load",
                     [](py::object const& file, bool isAssociated) {
-                        return SceneObject(readScene(pathText(file)), "zelk.Scene", isAssociated);
+                        std::string const name = pathOf(file, "path");
+                        Scene scene = [&name] {
+                            Unlocked const unlocked;
+                            return readScene(name);
+                        }();
+                        return SceneObject(std::move(scene), "zelk.Scene", isAssociated);
                     })
         .def("copy", &SceneObject::copy)
         .def("edit", &SceneObject::edit)
         .def("comp", &SceneObject::setComp)
-        .def("keys", &SceneObject::setKeys)
+        .def("keys",
+             [](SceneObject& self, py::object const& parameter, py::object const& keys,
+                py::object const& interpolation) {
+                 self.setKeys(keyedParameters(textOf(parameter, "parameter"), keys, interpolation));
+             })
         .def("parameters", &SceneObject::parameters)
-        .def("render", &SceneObject::render)
+        .def("render",
+             [](SceneObject& self, py::object const& frame, py::object const& threads) {
+                 auto const [picture, told] = self.render(frameOf(frame), threadsOf(threads));
+                 return py::make_tuple(picture, listOf(told));
+             })
         .def("write",
              [](SceneObject const& self, py::object const& frames, bool replace, bool inPlace,
-                bool metadata, int pngLevel, int threads, int inFlight) {
-                 return self.write(framesGiven(frames),
-                                   {replace, inPlace, metadata, pngLevel, threads, inFlight});
+                bool metadata, py::object const& pngLevel, py::object const& threads,
+                py::object const& inFlight) {
+                 auto const [done, told] = self.write(
+                     framesGiven(frames),
+                     {replace, inPlace, metadata, wholeOf(pngLevel, "png_level", 0, kMostPngLevel),
+                      threadsOf(threads), inFlightOf(inFlight)});
+                 return py::make_tuple(done, listOf(told));
              })
         .def("stream",
-             [](SceneObject const& self, py::object const& frames, int threads, int inFlight) {
-                 return std::make_unique<FrameStream>(self, framesGiven(frames), threads, inFlight);
+             [](SceneObject const& self, py::object const& frames, py::object const& threads,
+                py::object const& inFlight) {
+                 return FrameStreamHolder(new FrameStream(
+                     self, framesGiven(frames), threadsOf(threads), inFlightOf(inFlight)));
              })
         .def("maps", &mapsOf)
-        .def("st_map", &SceneObject::stMap)
+        .def("st_map", [](SceneObject const& self,
+                          py::object const& frame) { return self.stMap(frameOf(frame)); })
         .def("check", &SceneObject::check)
         .def("save", [](SceneObject const& self, py::object const& file, bool replace) {
-            self.save(pathText(file), replace);
+            self.save(pathOf(file, "path"), replace);
         });
 }
 

@@ -1,26 +1,24 @@
 // Taking and giving back; see renderers.h.
 #include "bindings/python/renderers.h"
 
-#include <dlfcn.h>
 #include <omp.h>
+#include <pthread.h>
 
-#include <string>
 #include <utility>
 
-#include "zelk/render/load_module.h"
 #include "zelk/scene/check.h"
 #include "zelk/scene/invert.h"
-#include "zelk/text/errors.h"
 
 namespace zelk::python {
 
 namespace {
 
-/// A module that nobody holds is loaded anew for every call, which takes longer than a small
-/// picture.
-void keepModule() {
-    static void* const kept = ::dlopen(defaultModule().c_str(), RTLD_NOW | RTLD_LOCAL);
-    (void)kept;
+thread_local bool hasTeam = false;     ///< more than one thread may have worked for this one
+thread_local bool isTeamLost = false;  ///< in the process that it was forked into
+
+void watchForks() {
+    [[maybe_unused]] static int const watched =
+        ::pthread_atfork(nullptr, nullptr, [] { isTeamLost = isTeamLost || hasTeam; });
 }
 
 }  // namespace
@@ -31,9 +29,17 @@ Scene preparedScene(Scene scene) {
     return invertedScene(std::move(scene));
 }
 
+void Renderers::leaveToParent() {
+    if (m_process == ::getpid()) return;
+    m_process = ::getpid();
+    for (Made& renderer : m_idle) (void)renderer.release();
+    m_idle.clear();
+}
+
 void Renderers::clear() {
     std::vector<Made> idle;
     std::lock_guard const lock(m_mutex);
+    leaveToParent();
     ++m_version;
     idle.swap(m_idle);
 }
@@ -41,13 +47,13 @@ void Renderers::clear() {
 Renderers::Made Renderers::take(Scene const& scene, std::uint64_t version) {
     {
         std::lock_guard const lock(m_mutex);
+        leaveToParent();
         if (version == m_version && !m_idle.empty()) {
             Made renderer = std::move(m_idle.back());
             m_idle.pop_back();
             return renderer;
         }
     }
-    if (scene.module.empty()) keepModule();
     RunOptions run;
     run.inFlight = 1;
     return std::make_unique<FrameStages>(preparedScene(scene), run);
@@ -59,15 +65,11 @@ void Renderers::giveBack(Made renderer, std::uint64_t version) {
 }
 
 ThreadScope::ThreadScope(int threads) : m_before(omp_get_max_threads()) {
+    watchForks();
+    if (isTeamLost) threads = 1;
     if (threads > 0) omp_set_num_threads(threads);
+    hasTeam = hasTeam || omp_get_max_threads() > 1;
 }
 ThreadScope::~ThreadScope() { omp_set_num_threads(m_before); }
-
-void requireThreads(int threads) {
-    constexpr int kMost = 1024;
-    if (threads >= 0 && threads <= kMost) return;
-    throw UserError(ExitCode::kUsage, {"threads", "out of range:", std::to_string(threads),
-                                       "a whole number from 0 to 1024, 0 for the machine's own"});
-}
 
 }  // namespace zelk::python

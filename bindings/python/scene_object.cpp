@@ -9,7 +9,9 @@
 #include <exception>
 
 #include "bindings/python/arrays.h"
+#include "bindings/python/gil.h"
 #include "bindings/python/keywords.h"
+#include "bindings/python/values.h"
 #include "zelk/files/output_place.h"
 #include "zelk/files/quiet_libraries.h"
 #include "zelk/movies/writer.h"
@@ -26,6 +28,7 @@
 #include "zelk/sequence/pipeline.h"
 #include "zelk/sequence/schedule.h"
 #include "zelk/text/errors.h"
+#include "zelk/text/numbers.h"
 #include "zelk/tracks/track.h"
 
 namespace py = pybind11;
@@ -36,12 +39,21 @@ namespace {
 
 bool isGreyBuffer(SceneInput const& input) { return input.buffer && input.buffer->channels <= 2; }
 
+/// A number or (x, y) that was typed; words may mean this or that, by the parameter's kind.
+py::object typedValue(std::string const& text) {
+    if (auto const number = parseNumber(text)) return py::float_(*number);
+    auto const comma = text.find(',');
+    if (comma == std::string::npos) return strOf(text);
+    auto const x = parseNumber(text.substr(0, comma)), y = parseNumber(text.substr(comma + 1));
+    return x && y ? py::object(py::make_tuple(*x, *y)) : py::object(strOf(text));
+}
+
 void put(py::dict& to, SceneParameter const& parameter) {
     auto const plain = [](SceneValue const& value) -> py::object {
         if (auto const* point = std::get_if<Point>(&value))
             return py::make_tuple(point->x, point->y);
-        if (auto const* typed = std::get_if<TypedText>(&value)) return py::str(typed->text);
-        if (auto const* text = std::get_if<std::string>(&value)) return py::str(*text);
+        if (auto const* typed = std::get_if<TypedText>(&value)) return typedValue(typed->text);
+        if (auto const* text = std::get_if<std::string>(&value)) return strOf(*text);
         if (auto const* number = std::get_if<double>(&value)) return py::float_(*number);
         return py::bool_(std::get<bool>(value));
     };
@@ -58,7 +70,7 @@ void put(py::dict& to, SceneParameter const& parameter) {
 class Signals {
 public:
     bool areQuiet() {
-        py::gil_scoped_acquire const lock;
+        Locked const lock;
         if (!m_raised && PyErr_CheckSignals() != 0)
             m_raised = std::make_exception_ptr(py::error_already_set());
         return !m_raised;
@@ -106,6 +118,34 @@ std::vector<int> framesOf(Scene const& scene, FrameStages const& stages) {
     return schedule.frames;
 }
 
+int firstFrameOf(FrameStages const& stages) {
+    Scene const& scene = stages.scene();
+    return isSequence(scene) ? framesOf(scene, stages).front() : compOf(scene, 0, 0).startFrame;
+}
+
+namespace {
+
+/// A scene without a composition gets one that lasts as long as its frames.
+Scene settledOf(Scene const& given) {
+    if (given.hasComp) {
+        FrameStages stages(given);
+        stages.beginEdit(given.comp.startFrame);
+        return stages.settledScene();
+    }
+    Scene scene = given;
+    if (!scene.output) scene.output = ScenePath{"#"};
+    FrameStages stages(scene);
+    std::vector<int> const frames = framesOf(scene, stages);
+    stages.begin(frames);
+    Scene settled = stages.settledScene();
+    settled.output = given.output;
+    settled.comp = ownComp(settled, stages, frames);
+    settled.hasComp = settled.ownStart = settled.ownDuration = true;
+    return settled;
+}
+
+}  // namespace
+
 SceneObject::SceneObject(Scene scene, std::string caller, bool isAssociated)
     : m_scene(std::move(scene)),
       m_caller(std::move(caller)),
@@ -116,28 +156,22 @@ SceneObject::SceneObject(Scene scene, std::string caller, bool isAssociated)
 
 void SceneObject::edit(py::dict const& keywords) {
     applyKeywords(m_scene, keywords, m_caller, m_isAssociated);
-    if (keywords.contains("layer")) {
-        py::object const layer = keywords["layer"];
-        m_keepsAxis = isArray(layer) && py::len(layer.attr("shape")) == 3;
+    py::object const layer = keywords.attr("get")("layer");
+    if (!layer.is_none()) {
+        m_keepsAxis = isArray(layer) && py::len(py::getattr(layer, "shape", py::tuple())) == 3;
     }
     m_renderers->clear();
 }
 
-void SceneObject::setComp(std::optional<std::pair<int, int>> size, std::optional<int> start,
-                          std::optional<int> duration) {
+void SceneObject::setComp(py::handle size, py::handle start, py::handle duration) {
     Comp comp = m_scene.comp;
-    if (size) {
-        PixelSize const checked =
-            parseSize("size", fmt::format("{}x{}", size->first, size->second));
-        comp.width = checked.width;
-        comp.height = checked.height;
+    if (auto const checked = sizeOf(size, "size")) {
+        comp.width = checked->width;
+        comp.height = checked->height;
     }
-    comp.startFrame = start.value_or(comp.startFrame);
-    comp.durationFrames = duration.value_or(comp.durationFrames);
-    if (comp.durationFrames < 1 || comp.durationFrames > mostFramesOf(comp.timeBase))
-        throw UserError(ExitCode::kUsage,
-                        {"duration", "out of range:", std::to_string(comp.durationFrames),
-                         fmt::format("1 to {} frames", mostFramesOf(comp.timeBase))});
+    if (!start.is_none()) comp.startFrame = wholeOf(start, "start", -INT32_MAX, INT32_MAX);
+    if (!duration.is_none())
+        comp.durationFrames = wholeOf(duration, "duration", 1, mostFramesOf(comp.timeBase));
     requireOnClock(comp, comp.startFrame, "start");
     m_scene.comp = comp;
     m_scene.hasComp = m_hasOwnComp = true;
@@ -145,43 +179,38 @@ void SceneObject::setComp(std::optional<std::pair<int, int>> size, std::optional
     m_renderers->clear();
 }
 
-void SceneObject::setKeys(std::string const& name, std::vector<KeyTuple> const& keys) {
-    std::string const own(nameOfParameter(requiredParameter("keys", name)));
-    SceneParameter parameter{own, {}, {}, {}, ""};
-    for (auto const& [frame, value, interpolation, in, out] : keys) {
-        SceneKey key;
-        key.frame = frame;
-        key.value = sceneValueOf(value, own);
-        if (interpolation) key.toNext = pick(kInterpolationWords, "interpolation", *interpolation);
-        if (in) key.incoming = {in->first, in->second};
-        if (out) key.outgoing = {out->first, out->second};
-        parameter.keys.push_back(std::move(key));
-    }
-    std::stable_sort(parameter.keys.begin(), parameter.keys.end(),
-                     [](SceneKey const& a, SceneKey const& b) { return a.frame < b.frame; });
-    std::erase_if(m_scene.parameters,
-                  [&](SceneParameter const& former) { return former.name == own; });
-    for (int i = 0; i < 4; ++i) {  // the edit has left a pin to its keys
-        if (own == nameOfParameter(kToPins + i)) m_scene.options.erase(SceneField::kToPins);
-        if (own == nameOfParameter(kFromPins + i)) m_scene.options.erase(SceneField::kFromPins);
-    }
-    if (!m_hasOwnComp && !keys.empty()) {
-        static constexpr double kMost = kLargestFrame;
-        auto const whole = [](double frame) {
-            return static_cast<int>(std::floor(std::clamp(frame, -kMost, kMost)));
-        };
-        int first = whole(parameter.keys.front().frame), last = whole(parameter.keys.back().frame);
-        Comp& comp = m_scene.comp;
-        if (m_scene.hasComp) {
-            last = std::max(last, comp.startFrame + comp.durationFrames - 1);
-            first = std::min(first, comp.startFrame);
+void SceneObject::setKeys(std::vector<SceneParameter> parameters) {
+    for (SceneParameter& parameter : parameters) {
+        std::erase_if(m_scene.parameters,
+                      [&](SceneParameter const& former) { return former.name == parameter.name; });
+        for (int i = 0; i < 4; ++i) {  // the edit has left a pin to its keys
+            if (parameter.name == nameOfParameter(kToPins + i))
+                m_scene.options.erase(SceneField::kToPins);
+            if (parameter.name == nameOfParameter(kFromPins + i))
+                m_scene.options.erase(SceneField::kFromPins);
         }
-        comp.startFrame = first;
-        comp.durationFrames = last - first + 1;
-        m_scene.hasComp = true;
+        if (parameter.keys.empty()) continue;
+        if (!m_hasOwnComp) reachKeys(parameter.keys);
+        m_scene.parameters.push_back(std::move(parameter));
     }
-    if (!keys.empty()) m_scene.parameters.push_back(std::move(parameter));
     m_renderers->clear();
+}
+
+/// The composition that keys have made lasts as long as all of them.
+void SceneObject::reachKeys(std::vector<SceneKey> const& keys) {
+    static constexpr double kMost = kLargestFrame;
+    auto const whole = [](double frame) {
+        return static_cast<int>(std::floor(std::clamp(frame, -kMost, kMost)));
+    };
+    int first = whole(keys.front().frame), last = whole(keys.back().frame);
+    Comp& comp = m_scene.comp;
+    if (m_scene.hasComp) {
+        last = std::max(last, comp.startFrame + comp.durationFrames - 1);
+        first = std::min(first, comp.startFrame);
+    }
+    comp.startFrame = first;
+    comp.durationFrames = last - first + 1;
+    m_scene.hasComp = true;
 }
 
 py::dict SceneObject::parameters() const {
@@ -198,21 +227,17 @@ StoredForm SceneObject::form() const {
 }
 
 std::pair<py::array, Sentences> SceneObject::render(std::optional<int> frame, int threads) {
-    requireThreads(threads);
     Scene const scene = m_scene;
     StoredForm const stored = form();
     std::uint64_t const version = m_renderers->version();
     PictureBuffer picture;
     Sentences warnings;
     {
-        py::gil_scoped_release const unlocked;
+        Unlocked const unlocked;
         ThreadScope const team(threads);
         withUserErrors([&] {
             auto renderer = m_renderers->take(scene, version);
-            int const at = frame ? *frame
-                           : isSequence(renderer->scene())
-                               ? framesOf(renderer->scene(), *renderer).front()
-                               : compOf(scene, 0, 0).startFrame;
+            int const at = frame ? *frame : firstFrameOf(*renderer);
             renderer->beginAt(at);
             picture = renderer->stored(renderer->render(at, renderer->load(at, 1, false)), stored);
             warnings = renderer->warnings().take();
@@ -224,19 +249,18 @@ std::pair<py::array, Sentences> SceneObject::render(std::optional<int> frame, in
 
 std::pair<std::vector<int>, Sentences> SceneObject::write(std::optional<std::string> const& frames,
                                                           WriteChoices const& choices) const {
-    requireThreads(choices.threads);
     Scene scene = m_scene;
     if (frames) sceneEdit("frames").apply(scene, "frames", *frames);
     RunOptions run;
     run.noClobber = !choices.mayReplace;
     run.inPlace = choices.mayBeInput;
     run.keepMetadata = choices.keepsMetadata;
-    run.pngLevel = wholeInRange("png_level", std::to_string(choices.pngLevel), 0, kMostPngLevel);
-    run.inFlight = wholeInRange("in_flight", std::to_string(choices.inFlight), 1, 1000);
+    run.pngLevel = choices.pngLevel;
+    run.inFlight = choices.inFlight;
     PipelineResult result;
     Sentences warnings;
     Signals signals;
-    py::gil_scoped_release const unlocked;
+    Unlocked const unlocked;
     ThreadScope const team(choices.threads);
     QuietWriters const quiet;
     withUserErrors([&] {
@@ -293,7 +317,7 @@ Scene SceneObject::mapScene() const {
 std::vector<std::pair<int, QuadMap>> SceneObject::maps(
     std::optional<std::string> const& frames) const {
     Scene const scene = manyFrames(mapScene(), frames);
-    py::gil_scoped_release const unlocked;
+    Unlocked const unlocked;
     return withUserErrors([&] {
         FrameStages stages(scene);
         std::vector<int> const all = framesOf(scene, stages);
@@ -304,15 +328,17 @@ std::vector<std::pair<int, QuadMap>> SceneObject::maps(
     });
 }
 
-py::array SceneObject::stMap(int frame) const {
+py::array SceneObject::stMap(std::optional<int> frame) const {
     Scene const scene = preparedScene(mapScene());
     PictureBuffer map;
     {
-        py::gil_scoped_release const unlocked;
+        Unlocked const unlocked;
+        ThreadScope const team(0);
         withUserErrors([&] {
             FrameStages stages(scene);
-            stages.begin({frame});
-            map = bufferOf(stages.stPictureAt(frame));
+            int const at = frame ? *frame : firstFrameOf(stages);
+            stages.begin({at});
+            map = bufferOf(stages.stPictureAt(at));
         });
     }
     map.rowBytes = static_cast<std::ptrdiff_t>(sizeof(float)) * 4 * map.size.width;
@@ -321,30 +347,11 @@ py::array SceneObject::stMap(int frame) const {
 
 void SceneObject::check() const { checkScene(m_scene); }
 
-/// A scene without a composition gets one that lasts as long as its frames.
-Scene SceneObject::settled() const {
-    return withUserErrors([&] {
-        if (m_scene.hasComp) {
-            FrameStages stages(m_scene);
-            stages.beginEdit(m_scene.comp.startFrame);
-            return stages.settledScene();
-        }
-        Scene scene = m_scene;
-        if (!scene.output) scene.output = ScenePath{"#"};
-        FrameStages stages(scene);
-        std::vector<int> const frames = framesOf(scene, stages);
-        stages.begin(frames);
-        Scene settledOne = stages.settledScene();
-        settledOne.output = m_scene.output;
-        settledOne.comp = ownComp(settledOne, stages, frames);
-        settledOne.hasComp = settledOne.ownStart = settledOne.ownDuration = true;
-        return settledOne;
-    });
-}
-
 void SceneObject::save(std::filesystem::path const& file, bool mayReplace) const {
     checkScene(m_scene);
-    writeScene(settled(), file, mayReplace);
+    Scene const scene = m_scene;
+    Unlocked const unlocked;
+    withUserErrors([&] { writeScene(settledOf(scene), file, mayReplace); });
 }
 
 }  // namespace zelk::python

@@ -19,11 +19,6 @@
 
 namespace zelk::python {
 
-/// A key: frame, value, interpolation or nothing, eases in and out or nothing.
-using KeyTuple =
-    std::tuple<double, pybind11::object, std::optional<std::string>,
-               std::optional<std::pair<double, double>>, std::optional<std::pair<double, double>>>;
-
 /// How a scene's frames are written.
 struct WriteChoices {
     bool mayReplace = true, mayBeInput = false, keepsMetadata = true;
@@ -38,16 +33,17 @@ public:
     SceneObject copy() const { return {m_scene, m_caller, m_isAssociated}; }
 
     void edit(pybind11::dict const& keywords);
-    void setComp(std::optional<std::pair<int, int>> size, std::optional<int> start,
-                 std::optional<int> duration);
-    void setKeys(std::string const& name, std::vector<KeyTuple> const& keys);
+    /// None leaves a part as it was.
+    void setComp(pybind11::handle size, pybind11::handle start, pybind11::handle duration);
+    void setKeys(std::vector<SceneParameter> parameters);
     pybind11::dict parameters() const;
 
     std::pair<pybind11::array, Sentences> render(std::optional<int> frame, int threads);
     std::pair<std::vector<int>, Sentences> write(std::optional<std::string> const& frames,
                                                  WriteChoices const& choices) const;
     std::vector<std::pair<int, QuadMap>> maps(std::optional<std::string> const& frames) const;
-    pybind11::array stMap(int frame) const;
+    /// Without a number the first frame, as in render.
+    pybind11::array stMap(std::optional<int> frame) const;
     void check() const;
     void save(std::filesystem::path const& file, bool mayReplace) const;
 
@@ -59,7 +55,7 @@ public:
 
 private:
     Scene mapScene() const;
-    Scene settled() const;
+    void reachKeys(std::vector<SceneKey> const& keys);
 
     Scene m_scene;
     std::string m_caller;      ///< what messages call the function that has the keywords
@@ -72,6 +68,8 @@ private:
 /// The frames that a run takes: those asked for, else all that the scene has. Without an output,
 /// still pictures have the composition's or the track's frames.
 std::vector<int> framesOf(Scene const& scene, FrameStages const& stages);
+/// What "the first frame" is.
+int firstFrameOf(FrameStages const& stages);
 /// The scene of such a run.
 Scene manyFrames(Scene scene, std::optional<std::string> const& frames);
 

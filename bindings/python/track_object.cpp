@@ -11,7 +11,8 @@
 #include <utility>
 #include <vector>
 
-#include "bindings/python/keywords.h"
+#include "bindings/python/gil.h"
+#include "bindings/python/values.h"
 #include "zelk/files/output_place.h"
 #include "zelk/files/text_file.h"
 #include "zelk/scene/track_use.h"
@@ -27,52 +28,63 @@ namespace zelk::python {
 namespace {
 
 using Numbers = py::array_t<double, py::array::c_style | py::array::forcecast>;
-using Size = std::optional<std::pair<int, int>>;
 
-void setSize(Track& track, Size const& size) {
+void setSize(Track& track, std::optional<PixelSize> const& size) {
     if (!size) return;
-    for (int const side : {size->first, size->second})
-        if (!isSide(side))
-            throw UserError(ExitCode::kUsage,
-                            {"size", "out of range:", std::to_string(side), sideExpected()});
-    track.width = size->first;
-    track.height = size->second;
+    track.width = size->width;
+    track.height = size->height;
 }
 
-TrackObject load(py::object const& file, std::optional<std::string> const& format,
-                 Size const& size) {
+TrackObject load(py::object const& file, py::object const& format, py::object const& size) {
     ReadTrackOptions how;
-    if (format) trackFormatNamed("format", *format);
-    how.format = format;
-    if (size) {
-        Track checked;
-        setSize(checked, size);
-        how.size = PixelSize{size->first, size->second};
-    }
-    std::string const name = pathText(file);
+    if (!format.is_none()) how.format = textOf(format, "format");
+    if (how.format) trackFormatNamed("format", *how.format);
+    how.size = sizeOf(size, "size");
+    std::string const name = pathOf(file, "path");
+    Unlocked const unlocked;
     return {name, std::make_shared<Track const>(readTrack(name, how))};
 }
 
-TrackObject fromArrays(Numbers const& frames, Numbers const& corners, Size const& size,
-                       std::optional<double> const& rate, std::string const& name) {
+/// Real numbers of anything that has them.
+Numbers numbersOf(py::object const& value, std::string const& thing) {
+    auto const given = py::array::ensure(value);
+    Numbers numbers;
+    if (given && given.dtype().kind() != 'c') numbers = Numbers::ensure(given);
+    if (!given || given.dtype().kind() == 'c' || !numbers) {
+        PyErr_Clear();
+        refuse(thing, value, "an array of numbers");
+    }
+    return numbers;
+}
+
+TrackObject fromArrays(py::object const& frameArray, py::object const& cornerArray,
+                       py::object const& size, py::object const& rate, py::object const& nameText) {
+    std::string const name = textOf(nameText, "name");
+    Numbers const frames = numbersOf(frameArray, "frames");
+    Numbers const corners = numbersOf(cornerArray, "corners");
     bool const fits = frames.ndim() == 1 && corners.ndim() == 3 && frames.shape(0) > 0 &&
                       corners.shape(0) == frames.shape(0) && corners.shape(1) == 4 &&
                       corners.shape(2) == 2;
     if (!fits)
-        throw UserError(ExitCode::kUsage, {name, "arrays can't have the shapes",
-                                           std::string(py::str(frames.attr("shape"))) + " and " +
-                                               std::string(py::str(corners.attr("shape"))),
-                                           "N frames and N x 4 x 2 corners"});
+        throw UserError(ExitCode::kUsage,
+                        {name, "arrays can't have the shapes",
+                         shown(frames.attr("shape")) + " and " + shown(corners.attr("shape")),
+                         "N frames and N x 4 x 2 corners"});
     Track track;
-    setSize(track, size);
-    track.rate = rate;
+    setSize(track, sizeOf(size, "size"));
+    constexpr char const* kRates = "frames a second, above 0, or None";
+    if (!rate.is_none()) track.rate = numberOf(rate, "rate", kRates);
+    if (track.rate && !(*track.rate > 0 && std::isfinite(*track.rate)))
+        refuse("rate", rate, kRates);
     track.format = trackFormats().front().name;
     for (py::ssize_t i = 0; i < frames.shape(0); ++i)
         for (py::ssize_t c = 0; c < 4; ++c) {
             TrackSample const sample{frames.at(i), corners.at(i, c, 0), corners.at(i, c, 1), 0};
-            if (std::isnan(sample.x) || std::isnan(sample.y)) continue;
-            if (!std::isfinite(sample.frame + sample.x + sample.y))
+            bool const isFinite =
+                std::isfinite(sample.frame) && !std::isinf(sample.x) && !std::isinf(sample.y);
+            if (!isFinite)
                 throw UserError(ExitCode::kUsage, fmt::format("{}: row {} is not finite", name, i));
+            if (std::isnan(sample.x) || std::isnan(sample.y)) continue;
             track.corners[static_cast<std::size_t>(c)].samples.push_back(sample);
         }
     return {name, std::make_shared<Track const>(std::move(track))};
@@ -125,70 +137,73 @@ std::string text(TrackObject const& from, std::string const& form) {
 }
 
 /// By the extension, without a form.
-void save(TrackObject const& from, py::object const& file, std::optional<std::string> form,
+void save(TrackObject const& from, py::object const& file, py::object const& given,
           bool mayReplace) {
-    std::filesystem::path const path = pathText(file);
+    std::filesystem::path const path = pathOf(file, "path");
+    std::string form = given.is_none() ? "" : textOf(given, "form");
     for (TrackFormat const& format : trackFormats())
-        if (!form && !format.ending.empty() && path.extension() == format.ending)
+        if (form.empty() && !format.ending.empty() && path.extension() == format.ending)
             form = format.name;
-    if (!form)
+    if (form.empty())
         throw UserError(ExitCode::kUsage,
                         {path.string(), "no form for the extension", path.extension().string(),
                          "form= " + trackFormatNames()});
-    std::string const written = text(from, *form);
+    std::string const written = text(from, form);
+    Unlocked const unlocked;
     checkPlace(path, !mayReplace);
     writeTextFile(path, written, mayReplace);
 }
 
-std::vector<std::string> issues(TrackObject const& from, Size const& size) {
+py::list issues(TrackObject const& from, py::object const& size) {
     TrackTarget target;
-    if (size) target.frame = PixelSize{size->first, size->second};
+    target.frame = sizeOf(size, "size");
     std::vector<std::string> sentences;
     for (TrackIssue const& issue : checkTrack(*from.track, target))
         sentences.push_back(issueText(issue));
-    return sentences;
+    return listOf(sentences);
 }
 
 }  // namespace
 
 void addTrack(py::module_& module) {
-    using namespace py::literals;
     py::class_<TrackObject>(module, "TrackObject")
-        .def(py::init(&fromArrays), "frames"_a, "corners"_a, "size"_a, "rate"_a, "name"_a)
+        .def(py::init(&fromArrays))
         .def_static("load", &load)
         .def_property_readonly("frames", &frames)
         .def_property_readonly("corners", &corners)
         .def_property_readonly("size",
-                               [](TrackObject const& self) -> Size {
-                                   if (!self.track->hasSize()) return std::nullopt;
-                                   return std::pair(self.track->width, self.track->height);
+                               [](TrackObject const& self) -> py::object {
+                                   if (!self.track->hasSize()) return py::none();
+                                   return py::make_tuple(self.track->width, self.track->height);
                                })
         .def_property_readonly("rate", [](TrackObject const& self) { return self.track->rate; })
-        .def_readonly("name", &TrackObject::name)
+        .def_property_readonly("name", [](TrackObject const& self) { return strOf(self.name); })
         .def("flip_y",
              [](TrackObject const& self) {
                  requireSize(self, "flip_y");
                  return changed(self, flipY);
              })
         .def("shift_frames",
-             [](TrackObject const& self, double by) {
+             [](TrackObject const& self, py::object const& given) {
+                 constexpr char const* kExpected = "a number of frames";
+                 double const by = numberOf(given, "shift_frames", kExpected);
+                 if (!std::isfinite(by)) refuse("shift_frames", given, kExpected);
                  return changed(self, [by](Track& track) { shiftFrames(track, by); });
              })
         .def("reorder",
-             [](TrackObject const& self, std::string const& order) {
-                 auto const from = parseCornerOrder("order", order);
+             [](TrackObject const& self, py::object const& order) {
+                 auto const from = parseCornerOrder("order", textOf(order, "order"));
                  return changed(self, [&](Track& track) { reorderCorners(track, from); });
              })
         .def("scaled",
-             [](TrackObject const& self, Size const& size) {
+             [](TrackObject const& self, py::object const& given) {
                  requireSize(self, "scaled");
-                 Track checked;
-                 setSize(checked, size);
-                 return changed(self, [&](Track& track) {
-                     track = scaledTo(track, {checked.width, checked.height});
-                 });
+                 auto const size = sizeOf(given, "size");
+                 if (!size) refuse("size", given, "(w, h) in pixels");
+                 return changed(self, [&](Track& track) { track = scaledTo(track, *size); });
              })
-        .def("text", &text)
+        .def("text", [](TrackObject const& self,
+                        py::object const& form) { return strOf(text(self, textOf(form, "form"))); })
         .def("save", &save)
         .def("issues", &issues);
 }

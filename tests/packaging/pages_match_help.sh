@@ -8,7 +8,7 @@ program=$1 pages=$2
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cd "$work"
-touch picture.png
+touch picture.png a:b.png
 help_options() { sed -nE 's/^  ((-[a-z],)?--[a-z0-9-]+).*/\1/p' | tr , '\n' | sort; }
 offered() {  # what bash offers for the words given, the last of which is being typed
     COMP_WORDS=("$@") COMP_CWORD=$(($# - 1))
@@ -29,7 +29,7 @@ for page in "$pages"/man1/*.1.gz; do
     gzip -dc "$page" | sed -n 's/^\\fB\(\\-.*\)/\1/p' | sed 's/ \\fI.*//; s/\\f[BR]//g; s/\\-/-/g; s/, /\n/g' |
         sort | diff options.txt - || { echo "manual page $name"; exit 1; }
     sed -n "/^_${name//-/_}() {/,/^}/p" "$pages/zsh/_zelk" >zsh.txt
-    grep -F "'__zelk_is \\'${command[*]}\\''" "$pages/fish/zelk.fish" >fish.txt
+    grep -F "'__zelk_is \\'${command[*]}\\'" "$pages/fish/zelk.fish" >fish.txt
     while read -r option; do
         grep -qE -e "[' {,)]$option(=-?)?['},[]" zsh.txt || { echo "zsh: $name $option"; exit 1; }
         flag=${option#-} letter=s
@@ -51,6 +51,7 @@ expect "$(offered zelk render --explain --quali)" "$(printf '%s\n' --quality --q
 expect "$(offered zelk filters mit)" mitchell
 expect "$(offered zelk render picture.p)" picture.png
 expect "$(offered zelk render --over picture.p)" picture.png
+expect "$(offered zelk render --matte a : b)" b.png
 expect "$(offered zelk project im)" import-track
 expect "$(offered zelk help project im)" import-track
 expect "$(offered zelk track con)" convert

@@ -32,13 +32,15 @@ std::uint32_t sumOf(std::string const& text) {
         ::crc32_z(0, reinterpret_cast<Bytef const*>(text.data()), text.size()));
 }
 
-/// A name too long for a file system is told by its checksum.
+/// Beside the file itself, which links may name too. A name too long for a file system is told by
+/// its checksum.
 fs::path lockOf(fs::path const& target) {
     constexpr std::size_t kLongest = 255;
-    std::string const name = target.filename().string();
+    fs::path const file = behindLinks(target);
+    std::string const name = file.filename().string();
     std::string lock = "." + name + std::string(kEnd);
     if (lock.size() > kLongest) lock = fmt::format(".{:08x}{}", sumOf(name), kEnd);
-    return target.parent_path() / lock;
+    return file.parent_path() / lock;
 }
 
 /// The line of a lock: empty for one that is only being made, nothing where there is none.

@@ -1,8 +1,9 @@
 // Locks by which runs share the frames of a folder, on one machine or over a shared file system.
 //
-// A lock is a hidden file beside the frame, `.FRAME.zelk-lock`, whose one line names its holder. It
-// is made complete beside its place and linked into it, which fails where one is there; file
-// systems without links create it there exclusively. A holder touches its locks every 10 s.
+// A lock is a hidden file beside the frame (where links under its name lead), `.FRAME.zelk-lock`,
+// whose one line names its holder. It is made complete beside its place and linked into it, which
+// fails where one is there; file systems without links create it there exclusively. A holder
+// touches its locks every 10 s.
 //
 // A lock whose holder is dead is taken over: on the holder's own machine that is known at once,
 // from another one when the lock was not touched for 2 minutes by the file system's own clock. Who

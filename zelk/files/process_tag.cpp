@@ -7,7 +7,9 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <charconv>
+#include <csignal>
 #include <fstream>
 #include <iterator>
 
@@ -37,20 +39,28 @@ std::uint32_t thisMachine() {
     return machine;
 }
 
-/// Nothing for a process that has ended, waited for or not. The line of its state is "ID (NAME)
-/// STATE ..." with the start as the 20th word from the state on; the name may hold anything.
-std::optional<std::uint64_t> startOf(pid_t id) {
+struct ProcessState {
+    bool hasEnded = false;  ///< though nobody waited for it yet
+    std::uint64_t start = 0;
+};
+
+/// Nothing where /proc shows no such process. The line of its state is "ID (NAME) STATE ..." with
+/// the start as the 20th word from the state on; the name may hold anything.
+std::optional<ProcessState> stateOf(pid_t id) {
     std::string const line = contentOf(fmt::format("/proc/{}/stat", id));
     auto at = line.rfind(')');
     if (at == line.npos || at + 2 >= line.size()) return std::nullopt;
     at += 2;
-    if (line[at] == 'Z' || line[at] == 'X') return std::nullopt;
+    ProcessState state;
+    state.hasEnded = line[at] == 'Z' || line[at] == 'X';
     for (int word = 1; word < 20 && at != line.npos; ++word) at = line.find(' ', at + 1);
     if (at == line.npos) return std::nullopt;
-    std::uint64_t start = 0;
-    std::from_chars(line.data() + at + 1, line.data() + line.size(), start);
-    return start;
+    std::from_chars(line.data() + at + 1, line.data() + line.size(), state.start);
+    return state;
 }
+
+/// Whether there is one all the same: /proc may be missing, or show each user his own alone.
+bool isThere(pid_t id) { return id > 0 && (::kill(id, 0) == 0 || errno == EPERM); }
 
 template <class Number>
 bool take(std::string_view& text, Number& number, int base) {
@@ -76,7 +86,9 @@ std::optional<ProcessTag> ProcessTag::at(std::string_view text) {
     return isTag ? std::optional(tag) : std::nullopt;
 }
 
-ProcessTag thisProcess() { return {thisMachine(), ::getpid(), startOf(::getpid()).value_or(0)}; }
+ProcessTag thisProcess() {
+    return {thisMachine(), ::getpid(), stateOf(::getpid()).value_or(ProcessState()).start};
+}
 
 std::string hostName() {
     std::array<char, 256> name{};
@@ -86,15 +98,24 @@ std::string hostName() {
 
 Life lifeOf(ProcessTag const& process) {
     if (process.machine != thisMachine()) return Life::kUnknown;
-    return startOf(process.id) == process.start ? Life::kAlive : Life::kDead;
+    if (auto const state = stateOf(process.id))
+        return !state->hasEnded && state->start == process.start ? Life::kAlive : Life::kDead;
+    return isThere(process.id) ? Life::kUnknown : Life::kDead;
 }
 
 std::string hiddenName(fs::path const& target, int number) {
     constexpr std::size_t kLongest = 255;
     std::string const end =
         fmt::format("{}{}-{}{}", kMark, thisProcess().text(), number, target.extension().string());
-    std::string const start = "." + target.stem().string();
-    return start.substr(0, kLongest - std::min(end.size(), kLongest)) + end;
+    std::string start = "." + target.stem().string();
+    std::size_t room = kLongest - std::min(end.size(), kLongest);
+    // No character of several bytes is cut: there are file systems that refuse such names.
+    auto const isWithinCharacter = [&] { return (start[room] & 0xC0) == 0x80; };
+    if (room < start.size()) {
+        while (room > 0 && isWithinCharacter()) --room;
+        start.resize(room);
+    }
+    return start + end;
 }
 
 std::optional<ProcessTag> makerOf(std::string_view name) {

@@ -30,7 +30,8 @@ struct ProcessTag {
 ProcessTag thisProcess();
 std::string hostName();
 
-/// kUnknown is a process of another machine, of which nothing but the age of its files is known.
+/// kUnknown is a process of which nothing but the age of its files is known: one of another
+/// machine, or one that /proc hides from this user.
 enum class Life { kAlive, kDead, kUnknown };
 Life lifeOf(ProcessTag const& process);
 

@@ -23,7 +23,9 @@ void leaveStandardErrorAlone(bool isLeft) { isLeftAlone = isLeft; }
 
 QuietLibraries::QuietLibraries() {
     std::lock_guard const lock(mutex);
-    if (quietOnes++ > 0 || isLeftAlone) return;
+    ++quietOnes;
+    // An older one that left it alone says nothing of this one.
+    if (kept >= 0 || isLeftAlone) return;
     kept = ::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3);
     int const nowhere = kept < 0 ? -1 : ::open("/dev/null", O_WRONLY | O_CLOEXEC);
     if (nowhere < 0) return;

@@ -9,6 +9,7 @@
 
 #include "zelk/files/quiet_libraries.h"
 #include "zelk/pictures/buffer_input.h"
+#include "zelk/pictures/exr_threads.h"
 #include "zelk/pictures/world_rows.h"
 #include "zelk/text/errors.h"
 
@@ -30,6 +31,7 @@ std::unique_ptr<OIIO::ImageInput> openStored(InputPicture const& file) {
     config.attribute("oiio:UnassociatedAlpha", 1);
     auto input = OIIO::ImageInput::open(file.file.string(), &config);
     if (!input) throw refused(file, "cannot be read:", OIIO::geterror(), "an OpenEXR picture");
+    requireExrThreads(input->format_name(), file.file);
     return input;
 }
 

@@ -13,6 +13,7 @@
 #include "zelk/pictures/box_reduce.h"
 #include "zelk/pictures/channel_values.h"
 #include "zelk/pictures/dpx_length.h"
+#include "zelk/pictures/exr_threads.h"
 #include "zelk/pictures/pixel_size.h"
 #include "zelk/pictures/row_values.h"
 #include "zelk/pictures/world_rows.h"
@@ -66,7 +67,7 @@ std::unique_ptr<OIIO::ImageInput> openPicture(std::filesystem::path const& file)
     OIIO::ImageSpec config;
     config.attribute("oiio:UnassociatedAlpha", 1);  // straight colour as it is stored
     auto input = OIIO::ImageInput::open(file.string(), &config);
-    if (input) return input;
+    if (input) return requireExrThreads(input->format_name(), file), std::move(input);
     std::string const reason = OIIO::geterror();
     bool const isUnknown = reason.find("find a format reader") != std::string::npos;
     throw isUnknown ? notAPicture(file) : unreadable(file, reason);

@@ -18,6 +18,7 @@
 #include "zelk/files/quiet_libraries.h"
 #include "zelk/files/temporary_file.h"
 #include "zelk/pictures/channel_values.h"
+#include "zelk/pictures/exr_threads.h"
 #include "zelk/pictures/png_data.h"
 #include "zelk/pictures/row_values.h"
 #include "zelk/pictures/stored_rows.h"
@@ -450,6 +451,7 @@ std::vector<std::string> checkPicture(PixelSize size, fs::path const& target,
     QuietLibraries const quiet;
     OIIO::Filesystem::IOVecOutput memory;  // takes the place of a file where it can
     auto const writer = makeWriter(target);
+    requireExrThreads(writer->format_name(), target);
     RowPlan const plan = planRows(*writer, request);
     requireChannels(*writer, plan, target, request);
     auto const extras = extrasOf(*writer, request);
@@ -481,6 +483,7 @@ WriteReport writeInto(TemporaryFile& file, World const& world, fs::path const& t
     QuietLibraries const quiet;
     OIIO::Filesystem::IOVecOutput memory;
     auto const writer = makeWriter(target);  // gone before the file: its end may write once more
+    requireExrThreads(writer->format_name(), target);
     RowPlan const plan = planRows(*writer, request);
     requireChannels(*writer, plan, target, request);
     auto const extras = extrasOf(*writer, request);

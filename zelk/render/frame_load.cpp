@@ -53,12 +53,14 @@ LoadedFrame FrameStages::load(int frame, int reduce, bool isForFile) {
     if (m_explanation) loaded.explanation->clock.leaveOut();
     loaded.reduce = reduce * (isModule() ? 1 : downsample());
     PictureTraits layer, plate;
-    loaded.matte = matteOf(m_scene, m_files, frame, m_sizes.layer);
+    std::vector<std::string> warnings;
+    loaded.matte = matteOf(m_scene, m_files, frame, m_sizes.layer, warnings);
     loaded.layer = loadLayer(m_files.layer.pictureOf(frame), layer, loaded);
     loaded.matte.reset();
     ReadOptions const how = isForFile ? plateReading() : ReadOptions{m_scene.keepsOrientation};
     if (m_files.plate) loadPlate(m_files.plate->pictureOf(frame), plate, how, loaded);
-    loaded.holdout = holdoutOf(m_scene, m_files, frame, holdoutFrame(loaded.overscan));
+    loaded.holdout = holdoutOf(m_scene, m_files, frame, holdoutFrame(loaded.overscan), warnings);
+    m_warnings.add(warnings);
     if (m_files.stMap) loaded.map = loadMap(m_files.stMap->pictureOf(frame), loaded.reduce);
     settleOutput(layer, plate, loaded);
     convertInputs(loaded);

@@ -40,11 +40,15 @@ std::string reasonOf(HostError const& error, std::string const& file) {
 }  // namespace
 
 std::filesystem::path defaultModule() {
-    Dl_info library{};
-    ::dladdr(reinterpret_cast<void const*>(&installFileChooserBackend), &library);
-    std::error_code fault;
-    auto const file = std::filesystem::canonical(library.dli_fname ? library.dli_fname : "", fault);
-    return file.parent_path() / "zelk/ZelkCornerPin.so";
+    static std::filesystem::path const found = [] {  // once: a small picture takes little longer
+        Dl_info library{};
+        ::dladdr(reinterpret_cast<void const*>(&installFileChooserBackend), &library);
+        std::error_code fault;
+        auto const file =
+            std::filesystem::canonical(library.dli_fname ? library.dli_fname : "", fault);
+        return file.parent_path() / "zelk/ZelkCornerPin.so";
+    }();
+    return found;
 }
 
 std::unique_ptr<Host> loadModule(Scene const& scene) {

@@ -44,6 +44,20 @@ ChannelPlane blank(PixelSize size) {
                                      static_cast<std::size_t>(size.height))};
 }
 
+/// The channel that the scene names, and a warning where none is named and alpha says nothing.
+ChannelPlane readMatte(PictureReader& picture, SceneMatte const& matte, char const* result,
+                       std::vector<std::string>& warnings) {
+    bool const isGuessed = matte.channel.empty() && picture.traits().hasAlpha;
+    ChannelPlane plane = readChannel(picture, matte.channel);
+    auto const isWhite = [](float value) { return value == 1; };
+    if (isGuessed && std::all_of(plane.values.begin(), plane.values.end(), isWhite))
+        warnings.push_back(fmt::format(
+            "{}: its alpha is opaque everywhere, so that {}; where the matte is in its colours, "
+            "give {}:R",
+            matte.file.name(), result, matte.file.name()));
+    return plane;
+}
+
 /// The plane moved to (left, top) of one of another size; 0 where it does not reach.
 ChannelPlane moved(ChannelPlane const& plane, int left, int top, PixelSize size) {
     ChannelPlane result = blank(size);
@@ -57,23 +71,26 @@ ChannelPlane moved(ChannelPlane const& plane, int left, int top, PixelSize size)
 }  // namespace
 
 std::shared_ptr<ChannelPlane const> matteOf(Scene const& scene, SceneFiles const& files, int frame,
-                                            PixelSize layer) {
+                                            PixelSize layer, std::vector<std::string>& warnings) {
     if (!files.matte) return nullptr;
     auto const file = files.matte->pictureOf(frame);
     if (!file) return std::make_shared<ChannelPlane>(blank(layer));
     PictureReader picture = openMatte(*file, layer);
-    return std::make_shared<ChannelPlane>(readChannel(picture, scene.matte->channel));
+    return std::make_shared<ChannelPlane>(
+        readMatte(picture, *scene.matte, "nothing of the layer is hidden", warnings));
 }
 
 std::shared_ptr<ChannelPlane const> holdoutOf(Scene const& scene, SceneFiles const& files,
-                                              int frame, HoldoutFrame const& space) {
+                                              int frame, HoldoutFrame const& space,
+                                              std::vector<std::string>& warnings) {
     auto const file = files.holdout ? files.holdout->pictureOf(frame) : std::nullopt;
     if (!file) return nullptr;
     PictureReader picture = openHoldout(*file, space);
     PixelSize const whole = space.size + space.overscan;
     bool const isInPlace = picture.displaySize() != space.size;
     PixelMargins const own = isInPlace ? space.overscan : picture.overscan();
-    ChannelPlane plane = readChannel(picture, scene.holdout->channel);
+    ChannelPlane plane =
+        readMatte(picture, *scene.holdout, "nothing of the layer is seen", warnings);
     if (own == space.overscan) return std::make_shared<ChannelPlane>(std::move(plane));
     return std::make_shared<ChannelPlane>(
         moved(plane, space.overscan.left - own.left, space.overscan.top - own.top, whole));

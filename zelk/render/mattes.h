@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <string>
+#include <vector>
 
 #include "hostkit/world.h"
 #include "zelk/pictures/channel_plane.h"
@@ -21,13 +23,15 @@ struct HoldoutFrame {
 };
 
 /// Null without a matte. Throws an input error for one of another size than the layer, for a
-/// channel that is not there, and as readers do.
+/// channel that is not there, and as readers do. An alpha that nobody named and that is opaque
+/// everywhere gets a warning: the matte was meant to be a colour.
 std::shared_ptr<ChannelPlane const> matteOf(Scene const& scene, SceneFiles const& files, int frame,
-                                            PixelSize layer);
+                                            PixelSize layer, std::vector<std::string>& warnings);
 /// The same of the holdout, over the frame with its overscan: null without one, and for a black
 /// one. The file has the frame's size, its display window if it has one, or that of the whole.
 std::shared_ptr<ChannelPlane const> holdoutOf(Scene const& scene, SceneFiles const& files,
-                                              int frame, HoldoutFrame const& space);
+                                              int frame, HoldoutFrame const& space,
+                                              std::vector<std::string>& warnings);
 /// What the two would throw, as far as headers tell.
 void checkMattes(Scene const& scene, SceneFiles const& files, int frame, PixelSize layer,
                  HoldoutFrame const& space);

@@ -5,23 +5,22 @@
 
 #include <algorithm>
 #include <fstream>
-#include <limits>
 #include <string>
 
 #include "Transform/Common/PixelMemory.h"
+#include "zelk/render/memory_groups.h"
 
 namespace zelk {
 
 namespace {
 
-constexpr std::uint64_t kNoLimit = std::numeric_limits<std::uint64_t>::max();
+constexpr std::uint64_t kNoLimit = kNoMemoryLimit;
 
-/// The number after `key` in a file of "key number" lines; with an empty key the first number.
+/// The number after `key` in a file of "key number" lines.
 std::uint64_t numberIn(char const* file, std::string const& key) {
     std::ifstream lines(file);
     std::string word;
     std::uint64_t value = 0;
-    if (key.empty()) return lines >> value ? value : kNoLimit;
     while (lines >> word) {
         if (word == key && lines >> value) return value;
     }
@@ -40,17 +39,12 @@ std::uint64_t addressSpaceLeft() {
     return lessUsed(limit.rlim_cur, usedKb == kNoLimit ? 0 : usedKb * 1024);
 }
 
-std::uint64_t controlGroupLeft() {
-    return lessUsed(numberIn("/sys/fs/cgroup/memory.max", ""),
-                    numberIn("/sys/fs/cgroup/memory.current", ""));
-}
-
 }  // namespace
 
 std::uint64_t availableBytes() {
     std::uint64_t const systemKb = numberIn("/proc/meminfo", "MemAvailable:");
     std::uint64_t const system = systemKb == kNoLimit ? kNoLimit : systemKb * 1024;
-    std::uint64_t const left = std::min({system, addressSpaceLeft(), controlGroupLeft()});
+    std::uint64_t const left = std::min({system, addressSpaceLeft(), memoryGroupsLeft()});
     return left == kNoLimit ? left : left + PixelMemory::keptBytes();
 }
 

@@ -8,7 +8,7 @@
 namespace zelk {
 
 /// Bytes that this process may still take: the least of the system's available memory, the
-/// process's address space limit and its control group's limit.
+/// process's address space limit and those of the control groups around it.
 std::uint64_t availableBytes();
 
 /// A render in a host: the layer, and the margin that Grow Bounds adds on each side.

@@ -14,6 +14,7 @@ namespace zelk {
 namespace {
 
 constexpr int kInterrupts[] = {SIGINT, SIGTERM, SIGHUP};
+constexpr std::size_t kPipe = std::size(kInterrupts);  ///< the former handler's place
 static_assert(std::atomic<bool>::is_always_lock_free);
 std::atomic<bool> isInterrupted = false;
 std::atomic<void (*)(int)> atNext = nullptr;
@@ -42,11 +43,15 @@ InterruptFlag::InterruptFlag(void (*next)(int)) {
         ::sigaction(kInterrupts[i], nullptr, &m_former[i]);
         if (m_former[i].sa_handler != SIG_IGN) ::sigaction(kInterrupts[i], &handler, nullptr);
     }
+    handler.sa_handler = SIG_IGN;
+    ::sigaction(SIGPIPE, &handler, &m_former[kPipe]);
 }
 
 InterruptFlag::~InterruptFlag() {
     for (std::size_t i = 0; i < std::size(kInterrupts); ++i)
         ::sigaction(kInterrupts[i], &m_former[i], nullptr);
+    ::sigaction(SIGPIPE, &m_former[kPipe], nullptr);
+    isInterrupted = false;
 }
 
 std::atomic<bool> const& InterruptFlag::flag() { return isInterrupted; }

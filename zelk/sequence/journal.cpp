@@ -72,7 +72,7 @@ void Journal::note(fs::path const& path, FileSum const& sum) {
     std::string const line = lineOf(path.filename().string(), sum);
     std::lock_guard const lock(m_mutex);
     int const file = ::open(journalOf(path.parent_path()).c_str(),
-                            O_CREAT | O_APPEND | O_WRONLY | O_CLOEXEC, 0666);
+                            O_CREAT | O_APPEND | O_WRONLY | O_CLOEXEC | O_NONBLOCK, 0666);
     if (file < 0) return;
     [[maybe_unused]] auto const written = ::write(file, line.data(), line.size());
     ::close(file);

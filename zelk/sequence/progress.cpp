@@ -6,15 +6,19 @@
 #include <fmt/format.h>
 #include <sys/ioctl.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <chrono>
 #include <cmath>
 #include <ctime>
+#include <fstream>
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <string>
 #include <utility>
 
 #include "zelk/files/output_place.h"
@@ -28,13 +32,27 @@ constexpr std::size_t kSpeedFrames = 16;
 constexpr std::size_t kLeastBarCells = 8, kMostBarCells = 40;
 constexpr std::string_view kClearLine = "\r\x1b[K";
 
-void writeAll(int file, std::string_view text) {
-    while (!text.empty()) {
-        auto const written = ::write(file, text.data(), text.size());
+/// How much of it could be written.
+std::size_t writeAll(int file, std::string_view text) {
+    std::size_t done = 0;
+    while (done < text.size()) {
+        auto const written = ::write(file, text.data() + done, text.size() - done);
         if (written < 0 && errno == EINTR) continue;
-        if (written <= 0) return;
-        text.remove_prefix(static_cast<std::size_t>(written));
+        if (written <= 0) break;
+        done += static_cast<std::size_t>(written);
     }
+    return done;
+}
+
+/// A log's lines begin so.
+constexpr std::string_view kEventStart = "{\"event\":";
+
+/// Whether the last line of a file lacks its end, as its writer was killed or the disk full.
+bool breaksOff(int file) {
+    struct stat state {};
+    char last = '\n';
+    return ::fstat(file, &state) == 0 && state.st_size > 0 &&
+           ::pread(file, &last, 1, state.st_size - 1) == 1 && last != '\n';
 }
 
 /// "0:05", "12:34", "1:02:03".
@@ -49,8 +67,12 @@ constexpr int kEventVersion = 1;
 /// "2026-11-26T09:30:00Z"
 std::string timeText() { return fmt::format("{:%FT%TZ}", fmt::gmtime(std::time(nullptr))); }
 
-/// Of memory in use, the process's highest so far.
+/// Of memory in use, the process's highest so far. The system's own count of it starts with what
+/// the program had that started this one, so it is asked for only where /proc tells nothing.
 std::uint64_t peakBytes() {
+    std::ifstream status("/proc/self/status");
+    for (std::string line; std::getline(status, line);)
+        if (line.starts_with("VmHWM:")) return std::stoull(line.substr(line.find(':') + 1)) * 1024;
     rusage use{};
     ::getrusage(RUSAGE_SELF, &use);
     return static_cast<std::uint64_t>(use.ru_maxrss) * 1024;
@@ -77,6 +99,16 @@ std::string jsonLine(nlohmann::ordered_json const& object) {
 
 }  // namespace
 
+ProgressMode modeOf(RunOptions const& run, bool isStill) {
+    bool const isQuiet = isStill && run.progress == ProgressMode::kAuto;
+    return isQuiet ? ProgressMode::kNone : run.progress;
+}
+
+ProgressMode shownMode(ProgressMode mode, bool isRender) {
+    bool const isKept = isRender || mode == ProgressMode::kJson || mode == ProgressMode::kQuiet;
+    return isKept ? mode : ProgressMode::kNone;
+}
+
 EventSink openLog(std::filesystem::path const& path) {
     auto const file = std::shared_ptr<int>(
         new int(::open(path.c_str(), O_CREAT | O_APPEND | O_RDWR | O_CLOEXEC, 0666)),
@@ -85,10 +117,15 @@ EventSink openLog(std::filesystem::path const& path) {
             delete kept;
         });
     if (*file < 0) throwUnwritable(path, errno);
-    char first = '{';
-    if (::pread(*file, &first, 1, 0) > 0 && first != '{')
+    std::array<char, kEventStart.size()> start{};
+    auto const found = ::pread(*file, start.data(), start.size(), 0);
+    if (found > 0 && std::string_view(start.data(), std::size_t(found)) != kEventStart)
         throw UserError(ExitCode::kOutput, path.string() + ": is no log: give a new name");
-    return [file](std::string_view line) { writeAll(*file, line); };
+    return [file, isCut = breaksOff(*file)](std::string_view line) mutable {
+        std::string const text = (isCut ? "\n" : "") + std::string(line);
+        std::size_t const written = writeAll(*file, text);
+        if (written > 0) isCut = written < text.size();
+    };
 }
 
 ProgressScreen standardErrorScreen() {

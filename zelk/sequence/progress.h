@@ -37,6 +37,11 @@ struct ProgressScreen {
 /// written is left out.
 ProgressScreen standardErrorScreen();
 
+/// How a run tells its progress: a single picture not at all, unless that is asked for.
+ProgressMode modeOf(RunOptions const& run, bool isStill);
+/// Of a run that renders nothing, events alone are told.
+ProgressMode shownMode(ProgressMode mode, bool isRender);
+
 /// Takes a line of events, its end included.
 using EventSink = std::function<void(std::string_view line)>;
 /// A sink that adds to a file. Throws an output error where there is no log and none can be made: a

@@ -6,9 +6,11 @@
 #include <algorithm>
 #include <map>
 #include <numeric>
+#include <tuple>
 
 #include "zelk/files/output_place.h"
 #include "zelk/movies/writer.h"
+#include "zelk/pictures/writer.h"
 #include "zelk/render/setup.h"
 #include "zelk/scene/refusal.h"
 #include "zelk/scene/track_use.h"
@@ -99,6 +101,23 @@ Schedule scheduleOf(Scene const& scene, RunOptions const& run, SceneFiles const&
                       [&](fs::path const& file) { return skips && onDisk(file); });
 }
 
+namespace {
+
+void checkMovie(Scene const& scene, RunOptions const& run) {
+    fs::path const output = scene.outputPath();
+    for (auto const& [isAsked, option, refusal] :
+         {std::tuple{run.skipExisting != SkipExisting::kNo, "skip-existing", "continued"},
+          {run.isShared, "share", "shared"}})
+        if (isAsked)
+            throw UserError(ExitCode::kUsage,
+                            {spelled(scene, option), fmt::format("a movie can't be {}:", refusal),
+                             output.string(), "numbered pictures"});
+    checkPlace(output, run.noClobber);
+    requireMovieProgram(output);
+}
+
+}  // namespace
+
 void checkOutputsAreNoInputs(Scene const& scene, RunOptions const& run, SceneFiles const& files,
                              std::vector<int> const& frames) {
     std::map<FileIdentity, int> outputs;  // what is not there yet is no input either
@@ -120,6 +139,40 @@ void checkOutputsAreNoInputs(Scene const& scene, RunOptions const& run, SceneFil
     };
     for (int const frame : frames)
         for (NamedInput const& input : files.inputs()) check(*input.files, input.kind, frame);
+}
+
+void checkOutputs(Scene const& scene, RunOptions const& run, SceneFiles const& files,
+                  std::vector<int> const& frames) {
+    if (isMovieName(scene.outputPath()))
+        checkMovie(scene, run);
+    else
+        checkTarget(files.output.pathOf(frames.front()), run.noClobber);
+    checkOutputsAreNoInputs(scene, run, files, frames);
+}
+
+void checkLogIsNoOutput(Scene const& scene, RunOptions const& run, SceneFiles const& files,
+                        std::vector<int> const& frames) {
+    auto const log = run.log.empty() ? std::nullopt : identityOf(run.log);
+    bool const isOutput = log && std::any_of(frames.begin(), frames.end(), [&](int frame) {
+                              return identityOf(files.output.pathOf(frame)) == log;
+                          });
+    if (!isOutput) return;
+    std::error_code ignored;
+    if (fs::file_size(run.log, ignored) == 0) fs::remove(run.log, ignored);
+    throw UserError(
+        ExitCode::kUsage,
+        {spelled(scene, "log"), "is the output's own file:", run.log.string(), "another name"});
+}
+
+std::string missingText(Scene const& scene, SceneFiles const& files, int frame) {
+    InputFiles const& input = files.missingOf(frame);
+    auto const [file, why] = input.missing(frame);
+    std::string const text = file + ": " + why;
+    if (!isSequence(scene)) return text;
+    std::string const number =
+        input.isMovie() ? spelled(scene, "first-frame") + " says the first one's number, " : "";
+    return text + fmt::format("; {}{} hold, skip or black goes on without it", number,
+                              spelled(scene, "missing"));
 }
 
 std::string planText(Scene const& scene, SceneFiles const& files, Schedule const& schedule) {

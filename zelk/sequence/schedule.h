@@ -38,6 +38,18 @@ Schedule scheduleOf(Scene const& scene, RunOptions const& run, SceneFiles const&
 /// comes first is chance; a movie is read to its end before it is replaced.
 void checkOutputsAreNoInputs(Scene const& scene, RunOptions const& run, SceneFiles const& files,
                              std::vector<int> const& frames);
+/// The same, and where the first of the frames, of which there is one at least, or the movie can't
+/// be put in its place.
+void checkOutputs(Scene const& scene, RunOptions const& run, SceneFiles const& files,
+                  std::vector<int> const& frames);
+
+/// A usage error where the run's log, which is open, is a frame's file. It goes where it is empty,
+/// as it was made for the run.
+void checkLogIsNoOutput(Scene const& scene, RunOptions const& run, SceneFiles const& files,
+                        std::vector<int> const& frames);
+
+/// What is missing of a frame, and what would render it all the same.
+std::string missingText(Scene const& scene, SceneFiles const& files, int frame);
 
 /// A line a frame, with its number unless it is the only picture, of what would be read and
 /// written, and a sum.

@@ -30,7 +30,6 @@ warning is a zelk.RenderWarning here.
 """
 
 import collections as _collections
-import os as _os
 import warnings as _warnings
 
 from . import _zelk
@@ -104,7 +103,7 @@ def corner_pin(image, to=None, frm=None, quality="high", over=None, *, premultip
         if name in edits:
             raise UsageError(f'corner_pin: unknown option "{name}", expected one of '
                              f'`zelk.Scene`, which has a layer, an output and frames')
-    scene = _zelk.SceneObject("zelk.corner_pin", premultiplied)
+    scene = _zelk.SceneObject("zelk.corner_pin", bool(premultiplied))
     scene.edit(dict(edits, layer=image, to=to, frm=frm, quality=quality, over=over))
     picture, told = scene.render(None, threads)
     _tell(told, 1)
@@ -114,7 +113,7 @@ def corner_pin(image, to=None, frm=None, quality="high", over=None, *, premultip
 def load(path, *, premultiplied=False):
     """The Scene of a project file, *.zelk.json, as `zelk project` makes it."""
     scene = Scene.__new__(Scene)
-    scene._scene = _zelk.SceneObject.load(path, premultiplied)
+    scene._scene = _zelk.SceneObject.load(path, bool(premultiplied))
     return scene
 
 
@@ -128,7 +127,7 @@ class Scene:
 
     def __init__(self, layer=None, *, premultiplied=False, **edits):
         """A scene with these edits; premultiplied says how colour is in arrays, in and out."""
-        self._scene = _zelk.SceneObject("zelk.Scene", premultiplied)
+        self._scene = _zelk.SceneObject("zelk.Scene", bool(premultiplied))
         self._scene.edit(dict(edits, layer=layer))
 
     def __copy__(self):
@@ -163,31 +162,24 @@ class Scene:
 
         A scene without a composition gets one that lasts from its first key to its last one.
         """
-        entries = keys.items() if hasattr(keys, "items") else keys
-        entries = [tuple(entry) + (None,) * (5 - len(entry)) for entry in entries]
-        entries = [(frame, value, own or interpolation, into, out)
-                   for frame, value, own, into, out in entries]
-        if parameter in ("to", "from", "frm"):
-            prefix = "to" if parameter == "to" else "from"
-            for i, corner in enumerate(("upper-left", "upper-right", "lower-left", "lower-right")):
-                own = [(frame, tuple(map(float, value[i])), *rest)
-                       for frame, value, *rest in entries]
-                self._scene.keys(f"{prefix}-{corner}", own)
-        else:
-            self._scene.keys(parameter.replace("_", "-"), entries)
+        self._scene.keys(parameter, keys, interpolation)
         return self
 
     def comp(self, size=None, start=None, duration=None):
         """The composition: (w, h) pixels, the number of its first frame, its length in frames.
 
-        What is left out stays. `rate`, `shutter` and `motion_blur` are edits. Gives the scene.
+        Its size is what a project file keeps; pictures are as large as the plate, the edit `size` or
+        the layer. What is left out stays. `rate`, `shutter` and `motion_blur` are edits. Gives the scene.
         """
         self._scene.comp(size, start, duration)
         return self
 
     @property
     def parameters(self):
-        """A dict of the parameters that are set: a value, or {frame: value} of its keys."""
+        """A dict of the parameters that are set: a value, or {frame: value} of its keys.
+
+        Numbers are floats and points (x, y); what edits set by other words is their text.
+        """
         return self._scene.parameters()
 
     def render(self, frame=None, *, threads=0):
@@ -208,8 +200,10 @@ class Scene:
         in_flight  how many frames are held at a time, besides the one that waits to be taken
 
         The run ends at the first frame that fails, after those before it. Frames that
-        missing="skip" leaves out don't come.
+        missing="skip" leaves out don't come; of an empty range nothing comes.
         """
+        if _is_empty(frames):
+            return iter(())
         return _frames(self._scene.stream(frames, threads, in_flight))
 
     def write(self, frames=None, *, replace=True, in_place=False, metadata=True, png_level=1,
@@ -223,8 +217,10 @@ class Scene:
 
         Ends at the first frame that fails; files that were written before stay.
         """
-        done, told = self._scene.write(frames, replace, in_place, metadata, png_level, threads,
-                                       in_flight)
+        if _is_empty(frames):
+            return []
+        done, told = self._scene.write(frames, bool(replace), bool(in_place), bool(metadata),
+                                       png_level, threads, in_flight)
         _tell(told, 1)
         return done
 
@@ -238,10 +234,12 @@ class Scene:
 
     def matrices(self, frames=None):
         """The same of many frames, a dict {frame: Map}."""
+        if _is_empty(frames):
+            return {}
         return {frame: Map(*rest) for frame, *rest in self._scene.maps(frames)}
 
-    def st_map(self, frame=0):
-        """Where in the layer each pixel of the frame looks: H x W x 4, float32.
+    def st_map(self, frame=None):
+        """Where in the layer each pixel of a frame, or of the first one, looks: H x W x 4, float32.
 
         Channel 0 is x in parts of the layer's width from the left, 1 is y in parts of its height from
         the bottom, 2 is 0, 3 the coverage from 0 to 1; where that is 0, all are. The edit st_map
@@ -255,7 +253,11 @@ class Scene:
 
     def save(self, path, *, replace=True):
         """Write the scene as a project file. Pictures in memory can't be saved."""
-        self._scene.save(path, replace)
+        self._scene.save(path, bool(replace))
+
+
+def _is_empty(frames):
+    return hasattr(frames, "__len__") and not isinstance(frames, str) and len(frames) == 0
 
 
 def _frames(stream):
@@ -322,6 +324,11 @@ class Track:
         """Frames a second, or None."""
         return self._track.rate
 
+    @property
+    def name(self):
+        """What messages call it: its file, or the name that it was given."""
+        return self._track.name
+
     def flip_y(self):
         """With y counted from the other side; the track has a size."""
         return self._of(self._track.flip_y())
@@ -348,4 +355,4 @@ class Track:
 
     def save(self, path, form=None, *, replace=True):
         """Write it, in the form that the extension (.txt, .nk, .csv) or `form` says."""
-        self._track.save(_os.fspath(path), form, replace)
+        self._track.save(path, form, bool(replace))

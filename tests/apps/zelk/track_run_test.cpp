@@ -124,6 +124,8 @@ TEST_F(TrackedRender, ReadsItAsItIsTold) {
               readPicture<std::uint8_t>(at("typed.png")));
     EXPECT_TRUE(has(bytesOf("a.zelk.json"), R"("corners": "ur,ul,lr,ll", "shiftFrames": 1000)"));
     EXPECT_EQ(run("project show a.zelk.json --json"_words).out, bytesOf("a.zelk.json"));
+    EXPECT_TRUE(has(run("project show a.zelk.json"_words).out,
+                    "turned.csv, corners ur,ul,lr,ll, frames shifted by 1000\n"));
 
     for (auto const& [track, options, told] :
          {std::tuple("plain.csv", "",

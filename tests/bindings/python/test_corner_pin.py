@@ -1,7 +1,9 @@
 """corner_pin: the command line's bits and sentences, layouts of arrays, threads."""
 
 import concurrent.futures
+import os
 import re
+import subprocess
 import sys
 import threading
 import time
@@ -123,6 +125,9 @@ class Arrays(unittest.TestCase):
                     three = np.repeat(grey[..., None], 3, 2)
                     np.testing.assert_array_equal(made, zelk.corner_pin(three, QUAD)[..., [0, 3]])
 
+        kept = zelk.Scene(grey1, over=grey).edit(layer=None)  # leaves the layer as it was
+        self.assertEqual(kept.render().shape, (40, 52, 1))
+
     def test_refused(self):
         for array, word in ((noise("uint8").astype("float64"), '"float64"'),
                             (np.zeros((4, 4), bool), '"bool"'), (np.zeros(4, "uint8"), '"(4,)"'),
@@ -134,6 +139,30 @@ class Arrays(unittest.TestCase):
             self.assertIn(word, str(raised.exception))
             self.assertTrue(str(raised.exception).startswith("layer: "))
 
+    def test_lists_that_make_what_they_give(self):
+        told = []
+
+        class Side:
+            def __init__(self, pixels):
+                self.pixels = pixels
+
+            def __float__(self):
+                told.append("read")
+                return float(self.pixels)
+
+            def __del__(self):
+                told.append("gone")
+
+        class Sides:
+            def __len__(self):
+                return 2
+
+            def __getitem__(self, i):
+                return Side((9, 7)[i])
+
+        self.assertEqual(zelk.corner_pin(noise("uint8"), size=Sides()).shape, (7, 9, 4))
+        self.assertEqual(told, ["read", "gone"] * 2)
+
     def test_mattes(self):
         layer, matte = noise("float32"), noise("float32", channels=1)
         multiplied = layer * np.concatenate((np.ones((40, 52, 3), "float32"), matte), 2)
@@ -141,7 +170,45 @@ class Arrays(unittest.TestCase):
                                       zelk.corner_pin(multiplied, QUAD))
 
 
-class Threads(unittest.TestCase):
+class Threads(Folder):
+    def outcome(self, script, **environment):
+        start = "import os, signal, threading, time\nimport numpy as np\nimport zelk\n"
+        run = subprocess.run([sys.executable, "-c", start + script], capture_output=True, text=True,
+                             timeout=60, cwd=self.folder, env={**os.environ, **environment})
+        self.assertEqual((run.returncode, run.stderr), (0, ""))
+        return run.stdout
+
+    def test_a_fork_after_a_render(self):
+        told = self.outcome("""
+image = np.arange(4 * 300 * 400, dtype="uint16").reshape(300, 400, 4)
+scene = zelk.Scene(image, to=[(9, 5), (390, 1), (3, 280), (380, 299)], quality="best")
+expected, stream = scene.render(), scene.frames("1-9")
+next(stream)
+exr = zelk.Scene(image, output="out.exr")
+exr.write()
+if os.fork() == 0:
+    signal.alarm(50)  # nobody else ends it
+    print((scene.render(threads=4) == expected).all(), len(list(scene.frames("1-3"))))
+    for call in (lambda: next(stream), exr.write):
+        try:
+            call()
+        except zelk.Error as error:
+            print(error)
+    del stream
+else:
+    os.wait()
+    print(len(list(stream)))
+""", OMP_NUM_THREADS="4")
+        for words in ("^True 3$", "process that this one was forked from", "OpenEXR can't", "^8$"):
+            self.assertRegex(told, "(?m)" + words)
+
+    def test_an_end_while_others_render(self):
+        self.outcome("""
+scene = zelk.Scene(np.zeros((700, 900, 4), "uint8"), quality="best")
+threading.Thread(target=lambda: list(scene.frames(range(9999))), daemon=True).start()
+time.sleep(.3)
+""")
+
     def test_the_lock_is_released(self):
         picture = noise("uint8", 1500, 1500)
         running, counted = threading.Event(), 0

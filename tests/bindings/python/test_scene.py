@@ -53,6 +53,43 @@ class Scenes(Folder):
                 scene.copy().keys(*arguments).render(1)
             self.assertIn(word, str(raised.exception))
         self.assertEqual(scene.keys("rotate", {3: 1}).keys("rotate", {}).parameters, {})
+        for keys in ({1: QUAD, 2: QUAD[:3]}, [(1,)], [(1, QUAD, "linear", 3, 4)], {"1": QUAD}, 5):
+            self.assertRaisesRegex(zelk.UsageError, "to: not understood: ", scene.keys, "to", keys)
+        self.assertEqual(scene.parameters, {})
+
+    def test_arguments_of_another_kind(self):
+        scene, track = zelk.Scene(noise("uint8")), zelk.Track([1], [QUAD], (52, 40))
+        for call, told in (
+                (lambda: scene.render("3"), 'frame: not understood: "3"'),
+                (lambda: scene.render(1 << 40), "frame: out of range: "),
+                (lambda: scene.render(threads=1.5), 'threads: not understood: "1.5"'),
+                (lambda: scene.comp((1, 2, 3)), r'size: not understood: "\(1, 2, 3\)"'),
+                (lambda: zelk.Scene([[1, 2]]), "layer: .*, expected an array or a file's name"),
+                (lambda: zelk.Scene("a\0b.png"), "layer: .* without NUL"),
+                (lambda: scene.edit(track=np.zeros((2, 4, 2))), "track: .*, expected a Track or"),
+                (lambda: scene.edit(to=np.asarray(QUAD) + 1j), "to: .*, expected four"),
+                (lambda: scene.set(**{"rotate": None}), "rotate: not understood"),
+                (lambda: scene.edit(set={3: 4}), 'set: not understood: "3"'),
+                (lambda: track.shift_frames(float("nan")), "shift_frames: not understood"),
+                (lambda: track.scaled(None), "size: not understood"),
+                (lambda: zelk.Track([1], [QUAD], rate=0), "rate: not understood"),
+                (lambda: zelk.load(None), 'path: not understood: "None"')):
+            self.assertRaisesRegex(zelk.UsageError, told, call)
+        zelk.corner_pin(noise("uint8"), opacity=np.array(30.))
+        scene.set(rotate=30, to_upper_left=(1, 2.5), crop_to_pins=True)
+        self.assertEqual(scene.parameters, {"rotate": 30, "to-upper-left": (1, 2.5),
+                                            "crop-to-pins": "on"})
+        self.assertEqual((list(scene.frames([])), scene.matrices(range(0)), scene.write([])),
+                         ([], {}, []))
+
+    def test_names_of_any_bytes(self):
+        name = self.path(os.fsdecode(b"a b\xff\xc3\xb6.png"))
+        with self.assertRaises(zelk.InputError) as raised:
+            zelk.corner_pin(name)
+        self.assertEqual(str(raised.exception), name + ": no such file")
+        layer = noise("uint8")
+        zelk.Scene(layer, view="original", output=name).write()
+        np.testing.assert_array_equal(zelk.corner_pin(name, view="original")[..., 3], layer[..., 3])
 
     def test_frames_of_files(self):
         pictures = self.numbered(3, 7)

@@ -88,6 +88,21 @@ TEST_F(WrittenFile, NothingIsLeftOfAProcessThatEnds) {
     EXPECT_EQ(files(), std::vector<std::string>());
 }
 
+// A stream of frames in another's process leaves standard error alone; a file that is written
+// beside it does not.
+TEST_F(WrittenFile, IsQuietBesideOneThatLeavesStandardErrorAlone) {
+    testing::internal::CaptureStderr();
+    {
+        zelk::leaveStandardErrorAlone(true);
+        zelk::QuietLibraries const reader;
+        std::fputs("kept", stderr);
+        zelk::leaveStandardErrorAlone(false);
+        zelk::QuietLibraries const writer;
+        std::fputs("lost", stderr);
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "kept");
+}
+
 // Files come and go while the user keeps the key down: no moment may have the default action.
 TEST_F(WrittenFile, NoSignalFindsAGapBetweenFiles) {
     auto const keyHeld = [&] {

@@ -111,6 +111,14 @@ TEST_F(Mattes, ComeFromTheChannelThatIsNamed) {
         copy("l.exr", "o.exr", {"--holdout", name});
         EXPECT_NEAR(readPicture<float>(at("o.exr")).values[3], 1 - value, 1e-7) << name;
     }
+    // Alpha that says nothing, where grey was meant.
+    writePicture(at("opaque.png"),
+                 Picture<std::uint8_t>{20, 16, 4, std::vector<std::uint8_t>(20 * 16 * 4, 255), {}});
+    for (std::string const kind : {"--matte", "--holdout"}) {
+        EXPECT_TRUE(has(run(joined("render l.exr -o o.exr"_words, {kind, "opaque.png"})).err,
+                        "opaque.png:R"));
+        EXPECT_EQ(run(joined("render l.exr -o o.exr"_words, {kind, "opaque.png:A"})).err, "");
+    }
     Words const render = "render l.exr -o o.exr --matte"_words;
     for (auto const& [name, told] : {std::pair("h.exr:depth", "\"depth\""),
                                      {"none.exr:R", "none.exr: no such file"},

@@ -237,6 +237,7 @@ TEST(InterruptFlag, CatchesTheFirstSignalOnly) {
     auto const own = +[](int) {};
     std::signal(SIGTERM, SIG_IGN);
     std::signal(SIGINT, own);
+    std::signal(SIGPIPE, SIG_DFL);
     {
         InterruptFlag const guard;
         std::raise(SIGTERM);  // still ignored
@@ -244,7 +245,9 @@ TEST(InterruptFlag, CatchesTheFirstSignalOnly) {
         std::raise(SIGINT);
         EXPECT_TRUE(guard.flag());
         EXPECT_EXIT(std::raise(SIGINT), testing::ExitedWithCode(130), "");
+        EXPECT_EQ(std::raise(SIGPIPE), 0);  // the test goes on
     }
+    EXPECT_EQ(std::signal(SIGPIPE, SIG_DFL), SIG_DFL);
     EXPECT_EQ(std::signal(SIGTERM, SIG_DFL), SIG_IGN);
     EXPECT_EQ(std::signal(SIGINT, SIG_DFL), own);
 }

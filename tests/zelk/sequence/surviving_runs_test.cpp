@@ -1,5 +1,6 @@
 // Runs that are cut off, go on, share a folder or meet a full disk: every frame is there once, to
 // the bit as an undisturbed run writes it, and nothing else is left.
+#include <sched.h>
 #include <sys/mount.h>
 #include <sys/wait.h>
 
@@ -184,6 +185,28 @@ TEST_F(SurvivingRuns, WhatTheDeadLeftIsTold) {
             for (std::string const& name : {file, lock}) fs::remove(at(name));
         }
     }
+    // Another name of the same file.
+    fs::create_symlink("o.png", at("link.png"));
+    zelk::FrameLocks locks, others;
+    EXPECT_TRUE(locks.take(at("o.png")) && !others.take(at("link.png")));
+}
+
+// Where /proc tells nothing of a process that is there, as of another user's, its lock is held.
+TEST_F(SurvivingRuns, ProcessesThatAreHiddenLive) {
+    zelk::ProcessTag own = zelk::thisProcess();
+    pid_t const child = ::fork();
+    if (child == 0) {
+        bool const isHidden = ::unshare(CLONE_NEWNS) == 0 &&
+                              ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+                              ::mount("none", "/proc", "tmpfs", 0, nullptr) == 0;
+        bool const isUnknown = lifeOf(own) == zelk::Life::kUnknown;
+        own.id = -1;  // not everybody's
+        ::_exit(isHidden ? (isUnknown && lifeOf(own) == zelk::Life::kDead) : 2);
+    }
+    int state = 0;
+    ::waitpid(child, &state, 0);
+    if (WEXITSTATUS(state) == 2) GTEST_SKIP() << "/proc can't be hidden here";
+    EXPECT_EQ(WEXITSTATUS(state), 1);
 }
 
 // Many threads, each a run of its own, want a lock that a dead one left: one has it at a time.
@@ -264,11 +287,25 @@ TEST_F(SurvivingRuns, EventsAreAsTheSchemaSays) {
         }
     }
     EXPECT_EQ(order, "start frame warning frame warning failure frame warning failure end ");
-    // A log is added to; another file is left alone.
+    // A log is added to, below a line that its writer could not end; another file is left alone.
+    std::string const cut = bytesOf("log.json") + R"({"event":"st)";
+    put("log.json", cut);
     run(words);
-    EXPECT_EQ(events("log.json").size(), 20u);
-    expectRefusal(joined({"render", "in.png", "-o", "a.png"}, {"--log", "in.1.png"}), 4,
-                  {"in.1.png", "no log"});
+    EXPECT_EQ(bytesOf("log.json").find(cut + "\n{\"event\":\"start"), 0u);
+    EXPECT_EQ(lines(bytesOf("log.json")), 21);
+    put("p.zelk.json", "{}");
+    Words const one = {"render", "in.png", "-o", "a.png", "--log"};
+    for (char const* name : {"in.1.png", "p.zelk.json"})
+        expectRefusal(joined(one, {name}), 4, {name, "no log"});
+    expectRefusal(joined(one, {"a.png"}), 2, {"--log", "a.png"});
+    EXPECT_FALSE(fs::exists(at("a.png")));
+}
+
+// The system counts a program's memory from what the program had that started it.
+TEST_F(SurvivingRuns, ThePeakOfMemoryIsTheRunsOwn) {
+    std::vector<char> const ours(400'000'000, 1);
+    done({"render", "in.png", "-o", "o.png", "--log", "log.json"});
+    EXPECT_LT(events("log.json").back()["peakBytes"], ours.size());
 }
 
 TEST_F(SurvivingRuns, QuietAndStrictRuns) {

@@ -1,0 +1,170 @@
+// Jobs from submission to their last frame. Slurm's programs are stood in for: they write down what
+// they were told and answer as files say.
+#include <cstdlib>
+#include <fstream>
+#include <nlohmann/json.hpp>
+
+#include "tests/support/zelk_process.h"
+
+namespace zelk_test {
+namespace {
+
+namespace fs = std::filesystem;
+using Json = nlohmann::json;
+
+class Farm : public ZelkTest {
+protected:
+    void SetUp() override {
+        writePicture(at("in.png"), noise<std::uint8_t>(48, 36, 4, 3));
+        fs::create_directory(at("out"));
+        putProject(0);
+        putProgram("sbatch",
+                   "echo \"$*\" >>calls\n[ ! -e refuse ] || { echo \"sbatch: error: $(cat "
+                   "refuse)\" >&2; exit 1; }\n"
+                   "id=$(grep -c parsable calls)\necho $id\n");
+        putProgram("squeue", "cat queue 2>/dev/null\n");
+        putProgram("scancel", "echo \"scancel $*\" >>calls\n");
+        putProgram("sacct", "exit 1\n");
+        putProgram("scontrol", "echo 'MaxArraySize            = 4'\n");
+    }
+    void putProject(int shift) const {
+        put("shot.zelk.json",
+            R"({"schema":"zelk-project","version":1,"comp":{"width":48,"height":36,)"
+            R"("rate":24,"startFrame":1,"duration":12},"layer":"in.png",)"
+            R"("output":"out/o.%d.png","frames":"1-12","parameters":{"to-upper-left":)"
+            R"({"keys":[{"frame":1,"value":[)" +
+                std::to_string(shift) + R"(,0]},{"frame":12,"value":[20,9]}]}}})");
+    }
+    Words words(Words const& more) const {
+        return joined({"submit", "shot.zelk.json", "--memory", "200"}, more);
+    }
+    /// Names of pictures with sums of their bytes.
+    std::map<std::string, std::size_t> frames() const {
+        std::map<std::string, std::size_t> all;
+        for (auto const& entry : fs::directory_iterator(at("out")))
+            if (std::string const name = entry.path().filename(); name.ends_with(".png"))
+                all[name] = std::hash<std::string>()(bytesOf("out/" + name));
+        return all;
+    }
+    /// As one run renders the project now.
+    std::map<std::string, std::size_t> rendered(Words const& more = {}) const {
+        done(joined({"render", "--project", "shot.zelk.json"}, more));
+        auto const all = frames();
+        for (auto const& [name, sum] : all) fs::remove(at("out/" + name));
+        return all;
+    }
+    Json status() const {
+        return Json::parse(run({"submit", "status", "out/o.zelk-job", "--json"}).out);
+    }
+    int engineRuns(std::string const& arguments, std::string const& variables = "") const {
+        return std::system(("cd " + at("").string() + " && " + variables +
+                            " out/o.zelk-job/task.sh " + arguments + " 2>/dev/null")
+                               .c_str());
+    }
+};
+
+TEST_F(Farm, ArraysRenderWhatWasSubmittedToTheBit) {
+    auto const one = rendered();
+    auto const said = run(words({"--engine", "slurm", "--chunk", "2", "--movie", "out/m.mov"}));
+    ASSERT_EQ(said.exitCode, 0) << said.err;
+    std::string const calls = bytesOf("calls");
+    EXPECT_EQ(lines(calls), 3) << calls;  // six tasks, three an array, and the movie
+    for (char const* part :
+         {"--array=1-3", "--mem=200M", "--dependency=afterok:1:2", "task.sh movie"})
+        EXPECT_TRUE(has(calls, part)) << part;
+    put("queue",
+        "1_1|RUNNING|None\n1_2|PENDING|Resources\n2_3|PENDING|Resources\n3|PENDING|Dependency\n");
+    Json state = status();
+    EXPECT_EQ(state["running"]["frames"], "1-2");
+    EXPECT_EQ(state["waiting"]["frames"], "3-4,11-12");
+    EXPECT_EQ(state["movie"], "waiting");
+    expectRefusal(words({"--engine", "slurm"}), 4, {"out/o.zelk-job", "resume", "cancel"});
+    put("shot.zelk.json", "overwritten");
+    for (int task = 1; task <= 3; ++task)
+        for (char const* offset : {"0", "3"})
+            EXPECT_EQ(engineRuns(std::string("1 ") + offset,
+                                 "SLURM_ARRAY_TASK_ID=" + std::to_string(task)),
+                      0);
+    put("queue", "");
+    EXPECT_EQ(frames(), one);
+    EXPECT_FALSE(status()["whole"]);
+    EXPECT_EQ(engineRuns("movie"), 0);
+    EXPECT_TRUE(status()["whole"]);
+}
+
+TEST_F(Farm, ResumeHandsOverWhatNobodyHas) {
+    auto const one = rendered();
+    done(words({"--engine", "slurm", "--chunk", "3"}));
+    for (char const* offset : {"0", "1", "2"})
+        EXPECT_EQ(engineRuns(std::string("1 ") + offset, "SLURM_ARRAY_TASK_ID=1"), 0);
+    fs::remove(at("out/o.2.png"));
+    put("out/o.5.png", "short");
+    put("out/o.7.png", std::string(bytesOf("out/o.7.png").size(), 'x'));  // of its size
+    put("queue", "2_1|RUNNING|None\n");  // the fourth task: frames 10 to 12
+    EXPECT_EQ(status()["missing"]["frames"], "2,5");
+    put("calls", "");
+    EXPECT_TRUE(has(run({"submit", "resume", "out/o.zelk-job", "--verify"}).out, "3 frames"));
+    EXPECT_TRUE(has(bytesOf("out/o.zelk-job/tasks-2.txt"), "2,5,7"));
+    put("queue", "");
+    EXPECT_EQ(engineRuns("2 0", "SLURM_ARRAY_TASK_ID=1"), 0);
+    EXPECT_EQ(run({"submit", "status", "out/o.zelk-job"}).exitCode, 5);  // 10 to 12 are lost
+    done({"submit", "resume", "out/o.zelk-job"});
+    EXPECT_EQ(engineRuns("3 0", "SLURM_ARRAY_TASK_ID=1"), 0);
+    EXPECT_EQ(frames(), one);
+    EXPECT_EQ(run({"submit", "status", "out/o.zelk-job"}).exitCode, 0);
+    put("calls", "");
+    done({"submit", "cancel", "out/o.zelk-job"});
+    EXPECT_TRUE(has(bytesOf("calls"), "scancel 1 2"));
+    EXPECT_NE(engineRuns("3 0", "SLURM_ARRAY_TASK_ID=1"), 0);
+}
+
+TEST_F(Farm, ScriptsRunAllTasksAndANewSubmissionRendersAnew) {
+    putProgram("parallel", "exit 1\n");  // xargs
+    putProject(4);
+    Words const plain = {"--no-metadata", "--engine", "shell"};
+    auto const later = rendered({"--no-metadata"});
+    putProject(0);
+    done(words(joined(plain, {"--chunk", "5"})));
+    auto const runAll = [&] {
+        return std::system((at("out/o.zelk-job/run.sh").string() + " 2 2>/dev/null").c_str());
+    };
+    EXPECT_EQ(runAll(), 0);
+    EXPECT_NE(frames(), later);
+    putProject(4);
+    done(words(plain));  // its three timed frames too
+    EXPECT_EQ(runAll(), 0);
+    EXPECT_EQ(frames(), later);
+    fs::remove(at("out/o.4.png"));
+    put("out/o.6.png", "a placeholder");
+    done(words(joined(plain, {"--chunk", "1", "--skip-existing"})));
+    EXPECT_EQ(bytesOf("out/o.zelk-job/tasks-1.txt"), "4\n6\n");
+    EXPECT_EQ(runAll(), 0);
+    EXPECT_EQ(frames(), later);
+    EXPECT_TRUE(status()["whole"]);
+}
+
+TEST_F(Farm, RefusalsAreOneLineAndLeaveNothing) {
+    auto const slurm = words({"--engine", "slurm", "--chunk", "3"});
+    fs::remove(at("_bin/sacct"));
+    expectRefusal({"submit", "in.png", "-o", "o.mov", "--frames", "1-3", "--engine", "shell"}, 2,
+                  {"--output", "o.mov", "--movie"});
+    expectRefusal(words({"--engine", "shell", "--codec", "h264"}), 2, {"--codec", "--movie"});
+    expectRefusal(words({"--engine", "shell", "--movie", "m.png"}), 2,
+                  {"--movie", "m.png", ".mov"});
+    expectRefusal({"submit", "status", "out"}, 3, {"out", "is no job"});
+    fs::remove(at("in.png"));
+    expectRefusal(slurm, 3, {"in.png"});
+    EXPECT_FALSE(fs::exists(at("out/o.zelk-job")));
+    SetUp();
+    std::string const path = std::getenv("PATH");
+    ::setenv("PATH", "/nowhere", 1);
+    expectRefusal(slurm, 1, {"scontrol", "slurm-client"});
+    ::setenv("PATH", path.c_str(), 1);
+    put("refuse", "Batch job submission failed: Invalid account");
+    expectRefusal(slurm, 1, {"sbatch", "Invalid account", "submit resume"});
+    fs::remove(at("refuse"));
+    done({"submit", "resume", "out/o.zelk-job"});
+}
+
+}  // namespace
+}  // namespace zelk_test

@@ -1,0 +1,39 @@
+// The scene of a job: frozen when it is submitted, so that a project that changes later, or is
+// gone, alters no frame.
+//
+// Values, tracks among them, stand in it as they came to; paths are absolute. Pictures stay where
+// they are: they are read, not copied.
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "zelk/farm/job.h"
+#include "zelk/scene/scene.h"
+
+namespace zelk {
+
+struct FrozenScene {
+    Scene scene;
+    std::vector<int> frames;  ///< that are asked for and have their inputs, in their order
+    std::vector<int> todo;    ///< those of them to be rendered
+    std::vector<int> kept;    ///< those that run.skipExisting leaves out
+};
+
+/// `scene` settled for its frames, with absolute paths and, where it names none, the OpenColorIO
+/// configuration of the environment. Loads the module and opens the first inputs; throws what a
+/// render would, and an input error for any input that is not there.
+FrozenScene frozenScene(Scene const& scene, RunOptions const& run);
+
+/// What a project file has no place for, as edits by name: "missing", "road", "host", "module",
+/// "plain".
+std::map<std::string, std::string> editsOf(Scene const& scene);
+
+/// The job's scene for these frames.
+Scene sceneOf(Job const& job, std::vector<int> const& frames);
+
+/// The scene that makes the job's frames to its movie, changing no pixel.
+Scene movieSceneOf(Job const& job);
+
+}  // namespace zelk

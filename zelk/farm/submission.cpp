@@ -1,0 +1,283 @@
+// See submission.h.
+#include "zelk/farm/submission.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <set>
+
+#include "zelk/farm/chunks.h"
+#include "zelk/farm/engines.h"
+#include "zelk/farm/job_scene.h"
+#include "zelk/farm/job_state.h"
+#include "zelk/farm/task_log.h"
+#include "zelk/farm/task_script.h"
+#include "zelk/files/frame_names.h"
+#include "zelk/files/output_place.h"
+#include "zelk/movies/writer.h"
+#include "zelk/pictures/writer.h"
+#include "zelk/scene/check.h"
+#include "zelk/scene/file.h"
+#include "zelk/scene/refusal.h"
+#include "zelk/sequence/render_frames.h"
+#include "zelk/sequence/schedule.h"
+
+namespace zelk {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+/// A folder that takes a job's place when it is complete, and is gone otherwise.
+class StagedFolder {
+public:
+    explicit StagedFolder(fs::path folder)
+        : m_target(std::move(folder)),
+          m_path(m_target.parent_path() / ("." + m_target.filename().string() + ".new")) {
+        std::error_code fault;
+        fs::remove_all(m_path, fault);
+        fs::create_directories(m_path / "logs", fault);
+        if (fault) throwUnwritable(m_target, fault.value());
+        fs::create_directory(m_path / "running", fault);
+    }
+    ~StagedFolder() {
+        std::error_code none;
+        if (!m_isInPlace) fs::remove_all(m_path, none);
+    }
+    StagedFolder(StagedFolder const&) = delete;
+    StagedFolder& operator=(StagedFolder const&) = delete;
+
+    fs::path const& path() const { return m_path; }
+    void putInPlace() {
+        std::error_code fault;
+        fs::remove_all(m_target, fault);
+        fs::rename(m_path, m_target, fault);
+        if (fault) throwUnwritable(m_target, fault.value());
+        m_isInPlace = true;
+    }
+
+private:
+    fs::path m_target, m_path;
+    bool m_isInPlace = false;
+};
+
+void requireFree(fs::path const& folder) {
+    if (!fs::exists(folder)) return;
+    if (!fs::exists(folder / "job.json"))
+        throw UserError(ExitCode::kOutput, folder.string() +
+                                               ": is there already and is no job: remove it, or "
+                                               "give another name by --job");
+    if (!stateOf(readJob(folder)).isLive()) return;
+    throw UserError(ExitCode::kOutput, folder.string() +
+                                           ": is still at work: `zelk submit resume` goes on with "
+                                           "it, `zelk submit cancel` ends it");
+}
+
+void requireParts(Scene const& scene) {
+    if (isMovieName(scene.outputPath()))
+        throw refusalOf(scene, SceneField::kOutput,
+                        "a movie can't be parted into tasks:", scene.outputPath().string(),
+                        "numbered pictures, with --movie for what gathers them");
+}
+
+/// What would end the last task only.
+void requireMovie(JobMovie const& movie) {
+    if (!isMovieName(movie.file))
+        throw UserError(ExitCode::kUsage, {"--movie", "no movie's name", movie.file.string(),
+                                           "one that ends in .mov, .mp4 or .mkv"});
+    checkPlace(movie.file, false);
+}
+
+/// First, middle and last.
+std::vector<int> timedOf(std::vector<int> const& frames) {
+    std::vector<int> timed;
+    for (std::size_t const at : {std::size_t{0}, frames.size() / 2, frames.size() - 1})
+        if (timed.empty() || timed.back() != frames[at]) timed.push_back(frames[at]);
+    return timed;
+}
+
+struct Timing {
+    ExitCode code = ExitCode::kDone;
+    TaskLog log;
+};
+
+/// Renders them as a task would.
+Timing timeFrames(Job const& job, std::vector<int> const& frames) {
+    RunOptions run = job.runOptions();
+    run.progress = ProgressMode::kQuiet;
+    run.log = job.log(0, 0);
+    Timing timing;
+    timing.code = renderFrames(sceneOf(job, frames), run);
+    timing.log = readTaskLog(run.log);
+    return timing;
+}
+
+std::uint64_t memoryAsked(std::uint64_t peakBytes) {
+    constexpr double kMargin = 1.25, kMb = 1 << 20;
+    constexpr std::uint64_t kRestMb = 64;
+    return static_cast<std::uint64_t>(std::ceil(static_cast<double>(peakBytes) * kMargin / kMb)) +
+           kRestMb;
+}
+
+std::string tasksText(Job const& job, Submission const& submission) {
+    std::string text =
+        fmt::format("{} task{} of up to {}", submission.tasks, submission.tasks == 1 ? "" : "s",
+                    framesCounted(static_cast<std::size_t>(job.framesPerTask)));
+    text += fmt::format(", {} thread{}", job.threads, job.threads == 1 ? "" : "s");
+    if (job.memoryMb > 0) text += fmt::format(", {} MB", job.memoryMb);
+    if (job.movie) text += ", then the movie";
+    return text;
+}
+
+std::string handedText(Job const& job, Submission const& submission) {
+    std::string names;
+    for (EngineArray const& array : submission.arrays) names += " " + array.id;
+    if (!submission.movieId.empty()) names += " " + submission.movieId;
+    std::string text =
+        fmt::format("{}: {}; {}{}\n", job.folder.string(), tasksText(job, submission),
+                    wordOf(kEngineWords, job.engine), names);
+    if (std::string const next = engineOf(job.engine).next(job); !next.empty()) text += next + "\n";
+    return text;
+}
+
+/// The record is whole before the engine has anything, and has the engine's names after it. Where
+/// the engine refuses, the job stays for a resume.
+std::string handOver(Job job, std::vector<int> const& frames,
+                     std::vector<std::string> const& before) {
+    auto const tasks = tasksOf(frames, job.framesPerTask);
+    Submission submission;
+    submission.number = job.submissions.empty() ? 1 : job.submissions.back().number + 1;
+    submission.tasks = static_cast<int>(tasks.size());
+    writeTasks(job, submission.number, tasks);
+    job.submissions.push_back(submission);
+    job.isCancelled = false;
+    writeJob(job);
+    try {
+        engineOf(job.engine).handOver(job, job.submissions.back(), before);
+    } catch (UserError const& error) {
+        throw UserError(error.code(), std::string(error.what()) + "; `zelk submit resume " +
+                                          job.folder.string() + "` tries again");
+    }
+    writeJob(job);
+    return handedText(job, job.submissions.back());
+}
+
+/// Memory counts for engines that hand it out.
+bool asksMemory(Job const& job) { return job.engine != EngineKind::kShell; }
+
+std::string planOf(Job job, std::size_t frames, bool isTimed) {
+    Submission submission;
+    submission.number = job.submissions.empty() ? 1 : job.submissions.back().number + 1;
+    std::string text = fmt::format("{}: {} to render", job.folder.string(), framesCounted(frames));
+    if (isTimed) return text + "; tasks and memory are settled once three frames are timed\n";
+    submission.tasks =
+        static_cast<int>(tasksOf(std::vector<int>(frames), job.framesPerTask).size());
+    return text + ": " + tasksText(job, submission) + "\n" +
+           engineOf(job.engine).plan(job, submission);
+}
+
+}  // namespace
+
+Submitted submitJob(SubmitRequest const& request) {
+    requireParts(request.scene);
+    Job job = request.job;
+    job.folder = request.folder.empty() ? jobFolderOf(request.scene.outputPath())
+                                        : fs::absolute(request.folder).lexically_normal();
+    if (job.movie) requireMovie(*job.movie);
+    engineOf(job.engine).require(job);
+    requireFree(job.folder);
+    RunOptions run = job.runOptions();
+    run.skipExisting = request.skipExisting;
+    FrozenScene const frozen = frozenScene(request.scene, run);
+    if (!frozen.todo.empty())
+        checkTarget(SceneFiles(frozen.scene).output.pathOf(frozen.todo.front()), false);
+    job.edits = editsOf(request.scene);
+    job.frames = frameRangeText(frozen.frames);
+    job.kept = frameRangeText(frozen.kept);
+    job.memoryMb = request.memoryMb.value_or(0);
+    bool const needsTime = !request.framesPerTask && !request.frameSeconds;
+    bool const needsMemory = !request.memoryMb && asksMemory(job);
+    bool const isTimed = !frozen.todo.empty() && (needsTime || needsMemory);
+    auto const settleTasks = [&](double seconds, std::size_t frames) {
+        job.secondsPerFrame = seconds;
+        job.framesPerTask =
+            request.framesPerTask.value_or(framesPerTask(seconds, request.taskSeconds, frames));
+    };
+    settleTasks(request.frameSeconds.value_or(0), frozen.todo.size());
+    if (request.dryRun) return {ExitCode::kDone, planOf(job, frozen.todo.size(), isTimed)};
+
+    StagedFolder staged(job.folder);
+    Job stagedJob = job;
+    stagedJob.folder = staged.path();
+    writeScene(frozen.scene, stagedJob.scene());
+    writeScript(stagedJob.script(), taskScript(job));
+    std::vector<int> todo = frozen.todo;
+    if (isTimed) {
+        std::vector<int> const timed = timedOf(todo);
+        Timing const timing = timeFrames(stagedJob, timed);
+        if (timing.code != ExitCode::kDone) return {timing.code, ""};
+        std::erase_if(todo, [&](int frame) { return timing.log.written.contains(frame); });
+        double const seconds = timing.log.seconds / static_cast<double>(timed.size());
+        if (needsMemory) job.memoryMb = memoryAsked(timing.log.peakBytes);
+        settleTasks(request.frameSeconds.value_or(seconds), todo.size());
+    }
+    stagedJob = job;
+    stagedJob.folder = staged.path();
+    writeJob(stagedJob);
+    staged.putInPlace();
+    std::string const facts =
+        isTimed ? fmt::format("{} timed, {:.3g} s a frame\n",
+                              framesCounted(frozen.todo.size() - todo.size()), job.secondsPerFrame)
+                : "";
+    if (todo.empty() && !job.movie)
+        return {ExitCode::kDone, facts + job.folder.string() + ": all frames are written\n"};
+    return {ExitCode::kDone, facts + handOver(job, todo, {})};
+}
+
+std::string resumeJob(fs::path const& folder, ResumeRequest const& request) {
+    Job job = readJob(folder);
+    Engine const& engine = engineOf(job.engine);
+    engine.require(job);
+    JobState const state = stateOf(job, request.verifies);
+    // What a script of its own will still start is known to nobody else.
+    if (job.engine != EngineKind::kSlurm && state.isLive())
+        throw UserError(ExitCode::kOutput, job.folder.string() +
+                                               ": is still at work: let it end, or end it by "
+                                               "`zelk submit cancel`");
+    std::vector<int> const frames = state.lost(job);
+    bool const lacksMovie =
+        state.movie == JobState::Movie::kMissing || state.movie == JobState::Movie::kFailed;
+    if (frames.empty() && !lacksMovie)
+        return job.folder.string() +
+               (state.isWhole() ? ": all frames are written\n" : ": all frames are on their way\n");
+    if (request.framesPerTask) job.framesPerTask = *request.framesPerTask;
+    if (request.memoryMb) job.memoryMb = *request.memoryMb;
+    if (request.dryRun) return planOf(job, frames.size(), false);
+    std::set<std::string> before;
+    for (EngineTask const& task : engine.tasks(job)) {
+        if (task.stage == EngineTask::Stage::kEnded || task.task == 0) continue;
+        for (Submission const& submission : job.submissions)
+            for (EngineArray const& array : submission.arrays)
+                if (submission.number == task.submission && task.task > array.offset &&
+                    task.task <= array.offset + array.count)
+                    before.insert(array.id);
+    }
+    return framesCounted(frames.size()) + " to render\n" +
+           handOver(job, frames, {before.begin(), before.end()});
+}
+
+std::string cancelJob(fs::path const& folder) {
+    Job job = readJob(folder);
+    job.isCancelled = true;
+    writeJob(job);
+    engineOf(job.engine).cancel(job);
+    // Slurm has told its tasks; a second signal would cut off the frames that they still finish.
+    int const ended = job.engine == EngineKind::kSlurm ? 0 : endTasks(job);
+    std::string text = job.folder.string() + ": cancelled";
+    if (ended > 0)
+        text += fmt::format(", {} running task{} asked to end", ended, ended == 1 ? "" : "s");
+    return text + "; what is written stays\n";
+}
+
+}  // namespace zelk

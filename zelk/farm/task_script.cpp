@@ -1,0 +1,71 @@
+// See task_script.h.
+#include "zelk/farm/task_script.h"
+
+#include <fmt/format.h>
+
+#include "zelk/farm/program_call.h"
+#include "zelk/files/output_place.h"
+#include "zelk/files/text_file.h"
+#include "zelk/text/shell_words.h"
+
+namespace zelk {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// Codes that are tried again: 4, a full disk, and 128 + a signal; but not 130 and 143, by which
+// users and engines end a task.
+constexpr char const* kBody = R"sh(
+case $1 in
+movie) set -- movie "$job" ;;
+*) set -- task "$job" "$1" "$2" ;;
+esac
+
+tries=0
+while :; do
+    "$program" submit "$@" && exit 0
+    code=$?
+    case $code in
+    4 | 129 | 13[1-9] | 14[0-2] | 14[4-9] | 15[0-9]) ;;
+    *) exit $code ;;
+    esac
+    tries=$((tries + 1))
+    [ $tries -le $retries ] || exit $code
+    echo "zelk submit: $* ended with code $code; retry $tries of $retries" >&2
+)sh";
+
+constexpr char const* kRequeue = R"sh(    [ "${SLURM_RESTART_COUNT:-0}" -lt $retries ] || exit $code
+    scontrol requeue "$SLURM_JOB_ID" && sleep 60  # the engine ends this script meanwhile
+)sh";
+
+constexpr char const* kEnd = R"sh(    sleep 2
+done
+)sh";
+
+// An element of an array is a task from an offset on.
+constexpr char const* kArray = R"sh(
+[ "$1" = movie ] || set -- "$1" $(($2 + SLURM_ARRAY_TASK_ID))
+)sh";
+
+}  // namespace
+
+std::string taskScript(Job const& job) {
+    bool const isSlurm = job.engine == EngineKind::kSlurm;
+    return fmt::format(
+               "#!/bin/sh\n# A task of this job, started by its engine: task.sh SUBMISSION {}, or "
+               "task.sh movie.\nprogram={}\njob={}\nretries={}\n",
+               isSlurm ? "OFFSET" : "TASK", shellWord(job.program.string()),
+               shellWord(job.folder.string()), job.retries) +
+           (isSlurm ? kArray : "") + kBody + (isSlurm ? kRequeue : "") + kEnd;
+}
+
+void writeScript(fs::path const& file, std::string const& text) {
+    writeTextFile(file, text, true);
+    std::error_code fault;
+    fs::permissions(file, fs::perms::owner_exec | fs::perms::group_exec | fs::perms::others_exec,
+                    fs::perm_options::add, fault);
+    if (fault) throwUnwritable(file, fault.value());
+}
+
+}  // namespace zelk

@@ -1,0 +1,22 @@
+// `task.sh` of a job: what every engine starts.
+//
+//   task.sh SUBMISSION TASK      renders the task's frames
+//   task.sh movie                gathers the frames to the movie
+//
+// It runs `zelk submit task`, or `zelk submit movie`, and again when that was killed or met a full
+// disk, up to the job's retries: all else would fail alike. What was written stays, so that a retry
+// goes on. On Slurm a retry is a requeue, so that another node may have it.
+#pragma once
+
+#include <string>
+
+#include "zelk/farm/job.h"
+
+namespace zelk {
+
+std::string taskScript(Job const& job);
+
+/// Writes an executable file, whole or not at all. Throws an output error.
+void writeScript(std::filesystem::path const& file, std::string const& text);
+
+}  // namespace zelk

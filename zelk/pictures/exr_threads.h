@@ -1,0 +1,14 @@
+// OpenEXR packs and unpacks on threads of its own, which don't come along into a process that is
+// forked: there it would wait for them for ever.
+#pragma once
+
+#include <filesystem>
+#include <string_view>
+
+namespace zelk {
+
+/// To be called for each file that is opened, with its format's name. Throws a render error for
+/// OpenEXR in a process that was forked from one that had opened OpenEXR before.
+void requireExrThreads(std::string_view format, std::filesystem::path const& file);
+
+}  // namespace zelk
