@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
+#include <cstring>
 
 #include "Transform/Common/RowBands.h"
 #include "zelk/pictures/channel_values.h"
@@ -56,18 +57,19 @@ void makeStraight(float* argb, int count) {
     }
 }
 
-void putBytes(float const* argb, int count, bool isBgra, std::uint8_t* to) {
-    if (!isBgra) return vectorRows().toStraightBytes(argb, 4 * static_cast<std::size_t>(count), to);
-    for (int x = 0; x < count; ++x, argb += 4, to += 4)
-        for (int c = 0; c < 4; ++c) to[3 - c] = toByte(argb[c]);
-}
-
-/// Between alpha first and alpha last, colours turned.
+/// Between alpha first and alpha last, colours turned: bytes of a pixel in the other order.
 void turnBytes(std::uint8_t const* from, int count, std::uint8_t* to) {
     for (int x = 0; x < count; ++x, from += 4, to += 4) {
-        std::uint8_t const a = from[0], b = from[1], c = from[2], d = from[3];
-        to[0] = d, to[1] = c, to[2] = b, to[3] = a;
+        std::uint32_t pixel;
+        std::memcpy(&pixel, from, 4);
+        pixel = __builtin_bswap32(pixel);
+        std::memcpy(to, &pixel, 4);
     }
+}
+
+void putBytes(float const* argb, int count, bool isBgra, std::uint8_t* to) {
+    for (int i = 0; i < 4 * count; ++i) to[i] = toByte(argb[i]);
+    if (isBgra) turnBytes(to, count, to);
 }
 
 template <class Channel>

@@ -105,7 +105,7 @@ protected:
         if (random.integer(0, 3) == 0) edit(scene, "matte", at("m40.exr"));
         if (random.integer(0, 3) == 0) edit(scene, "holdout", at("m" + size + ".exr"));
         if (hasFrame && random.integer(0, 4) == 0) edit(scene, "st-map", at("st56.exr"));
-        if (scene.plate && !scene.stMap && random.integer(0, 4) == 0) edit(scene, "invert", "");
+        if (scene.plate && !scene.stMap && random.integer(0, 4) == 0) edit(scene, "invert", "on");
         if (hasFrame && random.integer(0, 3) == 0) edit(scene, "feather", "3.5");
         if (random.integer(0, 2) == 0) edit(scene, "motion-blur", "5");
         if (random.integer(0, 2) == 0) edit(scene, "output-color", any(random, {"linear", "sRGB"}));
