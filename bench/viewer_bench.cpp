@@ -20,6 +20,7 @@
 #include <fstream>
 #include <string_view>
 
+#include "Transform/Common/PopupEntries.h"
 #include "apps/viewer/model/draft_policy.h"
 #include "apps/viewer/model/frame_service.h"
 #include "bench/medians.h"
@@ -163,7 +164,8 @@ void check(Document& document, Screen& screen, PixelSize size) {
     PictureView const view = viewFor(fit(size, size), true);
     World const& shown = screen.shown(document.snapshot(), view)->display;
     Scene still = document.scene();
-    still.motionBlur.reset();
+    still.parameters.push_back(
+        {std::string(nameOfParameter(kParamMotionBlur)), {}, double(hostEntry(kMotionBlurOff))});
     PictureBuffer const picture = FrameRenderer(still).picture(0);
     if (picture.type != SampleType::kUint8) return;
     auto const* const from = static_cast<std::uint8_t const*>(picture.pixels.get());

@@ -33,16 +33,17 @@ namespace zelk {
 struct LiveView {
     enum class Shows { kFrame, kLayer, kPlate };
     Shows shows = Shows::kFrame;
-    int reduce = 1;                 ///< as in PreviewOptions
+    int reduce = 1;                      ///< as in PreviewOptions
     std::optional<PixelRect> part = {};  ///< as in PreviewOptions
-    bool isBlurred = true;          ///< false: without motion blur
+    bool isBlurred = true;               ///< false: without motion blur
 };
 
 /// How a picture comes to the screen.
 struct LiveScreen {
-    std::optional<std::string> view = {};  ///< of the colour configuration, as SceneColors::toDisplay
-    bool isBgra = false;              ///< in memory blue first; else alpha first
-    bool wantsStored = false;         ///< also as its file has it
+    std::optional<std::string> view =
+        {};                    ///< of the colour configuration, as SceneColors::toDisplay
+    bool isBgra = false;       ///< in memory blue first; else alpha first
+    bool wantsStored = false;  ///< also as its file has it
 };
 
 struct LivePicture {

@@ -85,6 +85,23 @@ struct RowWay {
     bool isBgra;
 };
 
+/// Bytes of 16 bits where nothing is converted.
+std::array<std::uint8_t, kWhite<std::uint16_t> + 1> bytesOf16() {
+    std::array<std::uint8_t, kWhite<std::uint16_t> + 1> bytes{};
+    for (std::size_t i = 0; i < bytes.size(); ++i)
+        bytes[i] = toByte(static_cast<float>(i) / static_cast<float>(kWhite<std::uint16_t>));
+    return bytes;
+}
+
+void screenRow16(World const& from, int y, bool isBgra, World& to) {
+    static auto const kBytes = bytesOf16();
+    auto const* value = from.rowAs<std::uint16_t>(y);
+    auto* byte = to.rowAs<std::uint8_t>(y);
+    for (int i = 0; i < 4 * from.width(); ++i)
+        byte[i] = kBytes[std::min<std::size_t>(value[i], kBytes.size() - 1)];
+    if (isBgra != from.spec().bgra) turnBytes(byte, from.width(), byte);
+}
+
 template <class Channel>
 void screenRow(World const& from, int y, RowWay const& how, World& to) {
     float argb[4 * kPixelsAtOnce];
@@ -154,6 +171,8 @@ World screenPicture(World const& picture, AlphaForm form, ScreenWay const& way, 
     std::int64_t const bytes = picture.rowBytes() + screen.rowBytes();
     forEachRow(picture.height(), bytes, [&](int y) {
         if (isCopy) return copyBytes(picture, y, screen);
+        if (picture.depth() == Depth::k16 && !way.transform)
+            return screenRow16(picture, y, isBgra, screen);
         withChannelOf(picture.depth(),
                       [&](auto channel) { screenRow<decltype(channel)>(picture, y, how, screen); });
     });
