@@ -1,9 +1,6 @@
 // See history.h.
 #include "apps/zelk/history.h"
 
-#include <algorithm>
-#include <cctype>
-#include <cstring>
 
 #include "zelk/text/errors.h"
 #include "zelk/text/shell_words.h"

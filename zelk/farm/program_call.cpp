@@ -1,7 +1,6 @@
 // See program_call.h.
 #include "zelk/farm/program_call.h"
 
-#include <cctype>
 #include <cstring>
 #include <system_error>
 
