@@ -62,6 +62,7 @@ CompositionCanvas::~CompositionCanvas() = default;
 // --- What is asked for
 
 void CompositionCanvas::hear(DocumentChange const& change) {
+    if (change.inputs || change.frame) closeField();
     if (change.inputs) settleMap();
     if (change.inputs || change.values || change.frame) {
         ask(m_document.isActing());
@@ -160,7 +161,8 @@ bool CompositionCanvas::isAtRest() const {
 
 void CompositionCanvas::take(SharedFrame const& frame) {
     if (frame->error.empty() && isWhole(frame->view)) m_values = frame;
-    bool const isForValues = isWhole(frame->view) && frame->view != restView();
+    bool const isForValues =
+        isWhole(frame->view) && frame->view == m_feed.asked() && frame->view != restView();
     if (!isForValues) m_shown = frame;
     if (!frame->warnings.empty() && onFailure)
         onFailure(QString::fromStdString(frame->warnings.front()));
@@ -176,12 +178,12 @@ ShownImage CompositionCanvas::imageOf(SharedFrame const& frame, PixelLook const&
     if (frame->display.depth() != Depth::k8) own = eightBits(frame->display);
     World const& display = own.width() > 0 ? own : frame->display;
     image.pixels = QImage(display.width(), display.height(), QImage::Format_RGB32);
-    image.isOpaque = showPixels(display, look,
-                                reinterpret_cast<std::uint32_t*>(image.pixels.bits()),
-                                image.pixels.bytesPerLine() / 4);
+    image.isOpaque =
+        showPixels(display, look, reinterpret_cast<std::uint32_t*>(image.pixels.bits()),
+                   image.pixels.bytesPerLine() / 4);
     if (!image.isOpaque) image.pixels.reinterpretAsFormat(QImage::Format_ARGB32_Premultiplied);
-    PixelSize const shown = frame->view.shows == ShownPicture::kLayer ? m_document.layerSize()
-                                                                      : m_document.frameSize();
+    PixelSize const shown =
+        frame->view.shows == ShownPicture::kLayer ? m_document.layerSize() : m_document.frameSize();
     image.scale = pictureScale(*frame, shown, m_document.scene().downsample.value_or(1));
     QPoint const cut = frame->view.part && display.width() != frame->whole.width
                            ? QPoint(frame->view.part->left, frame->view.part->top)
@@ -286,10 +288,10 @@ void CompositionCanvas::paintPins(QPainter& painter) {
         drawSnap(painter, {target.x, target.y}, density());
     }
     if (auto const box = m_pins.box())
-        drawSelectionBox(painter,
-                         QRectF(QPointF(box->first.x, box->first.y),
-                                QPointF(box->second.x, box->second.y)),
-                         density());
+        drawSelectionBox(
+            painter,
+            QRectF(QPointF(box->first.x, box->first.y), QPointF(box->second.x, box->second.y)),
+            density());
     paintLoupe(painter);
 }
 

@@ -107,6 +107,7 @@ private:
     void tellReadout();
     void updateCursor(PanelPoint at);
     void openField(int parameter);
+    void closeField();
     bool pressArrow(QKeyEvent const& event);
 
     Document& m_document;
