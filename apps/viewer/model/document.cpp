@@ -48,7 +48,7 @@ Document::~Document() = default;
 // --- Files
 
 void Document::open(std::filesystem::path const& project) {
-    Scene scene = readScene(project);
+    Scene scene = readSceneToEdit(project);
     checkScene(scene);
     int const first = scene.comp.startFrame;
     adopt(std::move(scene), project, first);

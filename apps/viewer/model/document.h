@@ -59,7 +59,8 @@ public:
 
     // --- Files
 
-    /// A project. What is open is closed, saved or not: who calls has asked.
+    /// A project, whose pictures and tracks may be missing (scene_inputs.h). What is open is
+    /// closed, saved or not: who calls has asked.
     void open(std::filesystem::path const& project);
     /// A scene without a file of its own, such as a picture with nothing else. A scene without a
     /// composition gets that of its inputs. Its `file` is kept for names that start there.
