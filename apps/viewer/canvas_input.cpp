@@ -118,7 +118,7 @@ void CompositionCanvas::mouseMoveEvent(QMouseEvent* event) {
         case Hand::kNone:
             updateCursor(at);
     }
-    askValues();
+    if (m_hand == Hand::kNone) askNext();
     tellReadout();
 }
 
@@ -172,10 +172,8 @@ void CompositionCanvas::tellReadout() {
         at.x >= 0 && at.y >= 0 && at.x < m_map.picture().width && at.y < m_map.picture().height;
     if (!m_isHovered || !m_document.isOpen() || !isInside) return onReadout({});
     std::string text = placesText(m_document, m_look.shows, at);
-    SceneSnapshot const now = m_document.snapshot();
-    bool const isCurrent = m_values && m_values->revision == now.revision &&
-                           m_values->frame == now.frame && m_values->view.shows == m_look.shows;
-    if (isCurrent) text += valuesText(*m_values, at, m_map.picture());
+    if (isCurrent(m_values) && m_values->view.shows == m_look.shows)
+        text += valuesText(*m_values, at, m_map.picture());
     onReadout(QString::fromStdString(text));
 }
 

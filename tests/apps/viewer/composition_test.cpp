@@ -1,7 +1,9 @@
 // What the composition panel shows, against the file that `zelk render` writes.
+#include <QAction>
 #include <random>
 
 #include "tests/apps/viewer/composition_fixture.h"
+#include "tests/apps/viewer/window_fixture.h"
 #include "zelk/scene/parameter_names.h"
 
 namespace zelk {
@@ -157,6 +159,18 @@ TEST_F(CompositionTest, ZoomsHoldThePlaceAndPansAreWhole) {
     map.fit();
     map.zoomAtCenter(0.9);
     EXPECT_EQ(map.wheelZoom(1), 1);
+}
+
+TEST_F(WindowTest, NoTwoCommandsHaveTheSameKeys) {
+    std::map<QString, QString> owners;
+    for (QAction const* action : window->findChildren<QAction*>())
+        for (QKeySequence const& keys : action->shortcuts()) {
+            auto const [owner, isNew] = owners.emplace(keys.toString(), action->text());
+            EXPECT_TRUE(isNew) << keys.toString().toStdString() << ": "
+                               << owner->second.toStdString() << " and "
+                               << action->text().toStdString();
+        }
+    EXPECT_GT(owners.size(), 30u);
 }
 
 }  // namespace
