@@ -100,8 +100,10 @@ TEST_F(CompositionTest, TheWipeShowsWhatWasBeforeLeftOfItsLine) {
     EXPECT_NEAR(canvas().look().wipeFrac, (320 + 60 * density()) / 640, 1e-9);
     int const at = static_cast<int>(canvas().map().toPanel({320 + 60 * density(), 0}).x);
     int const aside = static_cast<int>(3 * density());
-    ASSERT_TRUE(
-        QTest::qWaitFor([&] { return shot().pixel(at - 80, 300) == before.pixel(at - 80, 300); }));
+    PanelPoint const inLayer = canvas().map().toPanel({360, 200});
+    QPoint const left(static_cast<int>(inLayer.x), static_cast<int>(inLayer.y));
+    ASSERT_NE(after.pixel(left), before.pixel(left));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return shot().pixel(left) == before.pixel(left); }));
     QImage const wiped = shot();
     int const height = wiped.height() - 60 * int(density());  // above the grip
     EXPECT_EQ(
