@@ -28,11 +28,16 @@ struct Way {
 
 std::optional<Way> wayOf(int key) {
     switch (key) {
-        case Qt::Key_Left: return Way{-1, 0};
-        case Qt::Key_Right: return Way{1, 0};
-        case Qt::Key_Up: return Way{0, -1};
-        case Qt::Key_Down: return Way{0, 1};
-        default: return std::nullopt;
+        case Qt::Key_Left:
+            return Way{-1, 0};
+        case Qt::Key_Right:
+            return Way{1, 0};
+        case Qt::Key_Up:
+            return Way{0, -1};
+        case Qt::Key_Down:
+            return Way{0, 1};
+        default:
+            return std::nullopt;
     }
 }
 
@@ -98,7 +103,9 @@ void CompositionCanvas::mouseMoveEvent(QMouseEvent* event) {
     PanelPoint const last = std::exchange(m_lastMouse, at);
     m_isHovered = true;
     switch (m_hand) {
-        case Hand::kPins: act([&] { m_pins.drag(pinMouse(*event)); }); break;
+        case Hand::kPins:
+            act([&] { m_pins.drag(pinMouse(*event)); });
+            break;
         case Hand::kPan:
             changeView([&](ViewMap& map) { map.panBy(at.x - last.x, at.y - last.y); });
             break;
@@ -108,9 +115,10 @@ void CompositionCanvas::mouseMoveEvent(QMouseEvent* event) {
             setLook(look);
             break;
         }
-        case Hand::kNone: updateCursor(at);
+        case Hand::kNone:
+            updateCursor(at);
     }
-    askValues();
+    if (m_hand == Hand::kNone) askNext();
     tellReadout();
 }
 
@@ -122,8 +130,7 @@ void CompositionCanvas::mouseReleaseEvent(QMouseEvent* event) {
 }
 
 void CompositionCanvas::mouseDoubleClickEvent(QMouseEvent* event) {
-    PinHit const hit =
-        m_look.hasOverlay ? m_pins.hitAt(panelPoint(event->position())) : PinHit();
+    PinHit const hit = m_look.hasOverlay ? m_pins.hitAt(panelPoint(event->position())) : PinHit();
     if (event->button() == Qt::LeftButton && hit.kind == PinHit::kPin)
         return openField(hit.parameters.front());
     mousePressEvent(event);
@@ -147,10 +154,13 @@ void CompositionCanvas::updateCursor(PanelPoint at) {
         return setCursor(Qt::SplitHCursor);
     switch (m_look.hasOverlay ? m_pins.hitAt(at).kind : PinHit::kNothing) {
         case PinHit::kPin:
-        case PinHit::kKey: return setCursor(Qt::PointingHandCursor);
+        case PinHit::kKey:
+            return setCursor(Qt::PointingHandCursor);
         case PinHit::kEdge:
-        case PinHit::kQuad: return setCursor(Qt::SizeAllCursor);
-        case PinHit::kNothing: return setCursor(Qt::CrossCursor);
+        case PinHit::kQuad:
+            return setCursor(Qt::SizeAllCursor);
+        case PinHit::kNothing:
+            return setCursor(Qt::CrossCursor);
     }
 }
 
@@ -158,14 +168,12 @@ void CompositionCanvas::updateCursor(PanelPoint at) {
 void CompositionCanvas::tellReadout() {
     if (!onReadout) return;
     PanelPoint const at = m_map.toPicture(m_lastMouse);
-    bool const isInside = at.x >= 0 && at.y >= 0 && at.x < m_map.picture().width &&
-                          at.y < m_map.picture().height;
+    bool const isInside =
+        at.x >= 0 && at.y >= 0 && at.x < m_map.picture().width && at.y < m_map.picture().height;
     if (!m_isHovered || !m_document.isOpen() || !isInside) return onReadout({});
     std::string text = placesText(m_document, m_look.shows, at);
-    SceneSnapshot const now = m_document.snapshot();
-    bool const isCurrent = m_values && m_values->revision == now.revision &&
-                           m_values->frame == now.frame && m_values->view.shows == m_look.shows;
-    if (isCurrent) text += valuesText(*m_values, at, m_map.picture());
+    if (isCurrent(m_values) && m_values->view.shows == m_look.shows)
+        text += valuesText(*m_values, at, m_map.picture());
     onReadout(QString::fromStdString(text));
 }
 
@@ -224,8 +232,7 @@ bool CompositionCanvas::focusNextPrevChild(bool isNext) {
         update();
         return QWidget::focusNextPrevChild(isNext);
     }
-    if (auto const pin = m_pins.handleOf(*m_pins.selection().begin()))
-        m_map.reveal(pin->value);
+    if (auto const pin = m_pins.handleOf(*m_pins.selection().begin())) m_map.reveal(pin->value);
     viewChanged();
     return true;
 }
@@ -250,14 +257,13 @@ void CompositionCanvas::openField(int parameter) {
     auto const pin = m_pins.handleOf(parameter);
     if (!pin) return;
     m_pins.select({parameter});
-    m_field = std::make_unique<PinField>(QString::fromStdString(pinName(parameter)), pin->value,
-                                         this);
+    m_field =
+        std::make_unique<PinField>(QString::fromStdString(pinName(parameter)), pin->value, this);
     m_field->onValue = [this, parameter](PanelPoint value) {
         act([&] { m_pins.moveTo(parameter, value); });
     };
     m_field->onEnd = [this] {
-        if (!m_field) return;
-        m_field.release()->deleteLater();
+        closeField();
         setFocus();
     };
     double const x = pin->at.x / density() + 14, y = pin->at.y / density() + 10;
@@ -267,6 +273,14 @@ void CompositionCanvas::openField(int parameter) {
     m_field->show();
     m_field->setFocus();
     if (onView) onView();
+}
+
+/// It may be the one that calls.
+void CompositionCanvas::closeField() {
+    PinField* const field = m_field.release();
+    if (!field) return;
+    field->hide();
+    field->deleteLater();
 }
 
 }  // namespace zelk

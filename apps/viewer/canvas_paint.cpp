@@ -10,7 +10,7 @@ namespace {
 
 constexpr int kCheckerPx = 8;
 constexpr QColor kCheckerDark(96, 96, 96), kCheckerLight(128, 128, 128);
-constexpr QColor kGridDark(0, 0, 0, 70), kGridLight(255, 255, 255, 40);
+constexpr QColor kGridDark(0, 0, 0, 64), kGridLight(255, 255, 255, 20);
 constexpr QColor kWipeLine(255, 255, 255, 220), kWipeShadow(0, 0, 0, 120);
 /// Below it an enlarged picture is smoothed unless its pixels are all of one size.
 constexpr double kSquareZoom = 2;

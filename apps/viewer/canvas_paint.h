@@ -14,8 +14,8 @@ namespace zelk {
 /// Pixels of a picture, and where they lie in it.
 struct ShownImage {
     QImage pixels;
-    int scale = 1;      ///< pixels of the picture to one of these, each way
-    QPointF corner;     ///< of the first one, picture pixels
+    int scale = 1;   ///< pixels of the picture to one of these, each way
+    QPointF corner;  ///< of the first one, picture pixels
     bool isOpaque = true;
     bool isNull() const { return pixels.isNull(); }
 };
@@ -39,8 +39,8 @@ void drawHandles(QPainter& painter, std::vector<PinHandle> const& handles, PinCo
 void drawSnap(QPainter& painter, QPointF at, double density);
 void drawSelectionBox(QPainter& painter, QRectF const& box, double density);
 /// The picture around a pin, enlarged, beside it.
-void drawLoupe(QPainter& painter, ViewMap const& map, ShownImage const& image,
-               PinHandle const& pin, double density);
+void drawLoupe(QPainter& painter, ViewMap const& map, ShownImage const& image, PinHandle const& pin,
+               double density);
 /// Picture pixels around a pin that the loupe shows.
 PixelRect loupePart(PanelPoint pin, PixelSize picture);
 /// A sentence in the panel's middle.

@@ -62,6 +62,7 @@ CompositionCanvas::~CompositionCanvas() = default;
 // --- What is asked for
 
 void CompositionCanvas::hear(DocumentChange const& change) {
+    if (change.inputs || change.frame) closeField();
     if (change.inputs) settleMap();
     if (change.inputs || change.values || change.frame) {
         ask(m_document.isActing());
@@ -89,17 +90,14 @@ PictureView CompositionCanvas::restView() const {
 
 void CompositionCanvas::ask(bool isDraft) {
     if (!m_document.isOpen()) return;
-    PictureView view = restView();
     m_rest.stop();
-    if (isDraft) {
-        m_rest.start();
-        view.isDraft = true;
-        view.part = m_map.part(view.reduce);
-        if (view.part->right <= view.part->left || view.part->bottom <= view.part->top) return;
-        askLoupe();
-    }
-    m_feed.ask(m_document.snapshot(), view);
-    askBeside(isDraft);
+    if (!isDraft) return askNext();
+    m_rest.start();
+    PictureView view = restView();
+    view.isDraft = true;
+    view.part = m_map.part(view.reduce);
+    if (view.part->right > view.part->left && view.part->bottom > view.part->top)
+        m_feed.ask(m_document.snapshot(), view);
 }
 
 ShownPicture CompositionCanvas::besidePicture() const {
@@ -107,65 +105,65 @@ ShownPicture CompositionCanvas::besidePicture() const {
                                                            : ShownPicture::kLayer;
 }
 
-/// No draft: what a drag changes is not in it.
-void CompositionCanvas::askBeside(bool isDraft) {
-    bool const isNeeded = m_look.hasWipe || m_look.pixels.backdrop == Backdrop::kPlate;
-    if (!isNeeded || isDraft) return;
-    if (!m_besideFeed)
-        m_besideFeed = std::make_unique<PictureFeed>([this](SharedFrame const& frame) {
-            m_beside = frame;
-            remakeImages();
-        });
-    PictureView view = restView();
-    view.shows = besidePicture();
-    m_besideFeed->ask(m_document.snapshot(), view);
+bool CompositionCanvas::isCurrent(SharedFrame const& frame) const {
+    if (!frame || !m_document.isOpen()) return false;
+    SceneSnapshot const now = m_document.snapshot();
+    return frame->revision == now.revision && frame->frame == now.frame;
+}
+
+/// One after the other, since a request takes the place of the one before: what is shown, what is
+/// beside it, the values of the file where what is shown is coarser than it.
+void CompositionCanvas::askNext() {
+    if (!m_document.isOpen()) return;
+    if (m_rest.isActive()) return askLoupe();
+    PictureView const rest = restView();
+    PictureView beside = rest, whole = rest;
+    beside.shows = besidePicture();
+    whole.reduce = 1;
+    bool const needsBeside = m_look.hasWipe || m_look.pixels.backdrop == Backdrop::kPlate;
+    auto const isThere = [&](SharedFrame const& frame, PictureView const& view) {
+        return isCurrent(frame) && frame->view == view;
+    };
+    if (!isThere(m_shown, rest))
+        m_feed.ask(m_document.snapshot(), rest);
+    else if (needsBeside && beside.shows != rest.shows && !isThere(m_beside, beside))
+        m_feed.ask(m_document.snapshot(), beside);
+    else if (m_isHovered && !isThere(m_values, whole))
+        m_feed.ask(m_document.snapshot(), whole);
 }
 
 /// Of a reduced picture the loupe would show too little.
 void CompositionCanvas::askLoupe() {
     auto const pin = m_pins.draggedPin();
-    if (!pin || m_map.reduce() == 1) return;
-    auto const handle = m_pins.handleOf(*pin);
-    if (!handle) return;
-    if (!m_loupeFeed)
-        m_loupeFeed = std::make_unique<PictureFeed>([this](SharedFrame const& frame) {
-            m_loupe = frame;
-            remakeImages();
-        });
+    auto const handle = pin ? m_pins.handleOf(*pin) : std::nullopt;
+    if (!handle || m_map.reduce() == 1 || isCurrent(m_loupe)) return;
     PictureView view = restView();
     view.reduce = 1;
     view.isDraft = true;
     view.part = loupePart(handle->value, m_map.picture());
     if (view.part->right > view.part->left && view.part->bottom > view.part->top)
-        m_loupeFeed->ask(m_document.snapshot(), view);
-}
-
-/// Values of the file, where what is shown is coarser than it.
-void CompositionCanvas::askValues() {
-    if (!m_isHovered || !isAtRest() || isWhole(m_shown->view)) return;
-    if (m_values && m_values->revision == m_shown->revision && m_values->frame == m_shown->frame &&
-        m_values->view.shows == m_look.shows)
-        return;
-    PictureView view = restView();
-    view.reduce = 1;
-    m_feed.ask(m_document.snapshot(), view);
+        m_feed.ask(m_document.snapshot(), view);
 }
 
 bool CompositionCanvas::isAtRest() const {
-    if (!m_document.isOpen() || !m_shown || m_rest.isActive()) return false;
-    SceneSnapshot const now = m_document.snapshot();
-    return m_shown->revision == now.revision && m_shown->frame == now.frame &&
-           m_shown->view == restView();
+    return !m_rest.isActive() && isCurrent(m_shown) && m_shown->view == restView();
 }
 
+/// By its view, as the newest request may be another one by now.
 void CompositionCanvas::take(SharedFrame const& frame) {
-    if (frame->error.empty() && isWhole(frame->view)) m_values = frame;
-    bool const isForValues = isWhole(frame->view) && frame->view != restView();
-    if (!isForValues) m_shown = frame;
+    PictureView const& view = frame->view;
+    bool const isFine = view.reduce < m_map.reduce();
+    if (view.shows != m_look.shows)
+        m_beside = frame;
+    else if (isFine)
+        m_loupe = frame;
+    else
+        m_shown = frame;
+    if (view.shows == m_look.shows && isWhole(view)) m_values = frame;
     if (!frame->warnings.empty() && onFailure)
         onFailure(QString::fromStdString(frame->warnings.front()));
     remakeImages();
-    askValues();
+    askNext();
     tellReadout();
 }
 
@@ -176,12 +174,12 @@ ShownImage CompositionCanvas::imageOf(SharedFrame const& frame, PixelLook const&
     if (frame->display.depth() != Depth::k8) own = eightBits(frame->display);
     World const& display = own.width() > 0 ? own : frame->display;
     image.pixels = QImage(display.width(), display.height(), QImage::Format_RGB32);
-    image.isOpaque = showPixels(display, look,
-                                reinterpret_cast<std::uint32_t*>(image.pixels.bits()),
-                                image.pixels.bytesPerLine() / 4);
+    image.isOpaque =
+        showPixels(display, look, reinterpret_cast<std::uint32_t*>(image.pixels.bits()),
+                   image.pixels.bytesPerLine() / 4);
     if (!image.isOpaque) image.pixels.reinterpretAsFormat(QImage::Format_ARGB32_Premultiplied);
-    PixelSize const shown = frame->view.shows == ShownPicture::kLayer ? m_document.layerSize()
-                                                                      : m_document.frameSize();
+    PixelSize const shown =
+        frame->view.shows == ShownPicture::kLayer ? m_document.layerSize() : m_document.frameSize();
     image.scale = pictureScale(*frame, shown, m_document.scene().downsample.value_or(1));
     QPoint const cut = frame->view.part && display.width() != frame->whole.width
                            ? QPoint(frame->view.part->left, frame->view.part->top)
@@ -197,8 +195,9 @@ void CompositionCanvas::remakeImages() {
     m_image = imageOf(m_shown, m_look.pixels);
     PixelLook beside = m_look.pixels;
     if (beside.backdrop == Backdrop::kPlate) beside.backdrop = Backdrop::kBlack;
-    m_besideImage = imageOf(m_beside, beside);
-    m_loupeImage = imageOf(m_loupe, m_look.pixels);
+    bool const isSame = besidePicture() == m_look.shows;
+    m_besideImage = imageOf(isSame ? m_shown : m_beside, beside);
+    m_loupeImage = isCurrent(m_loupe) ? imageOf(m_loupe, m_look.pixels) : ShownImage();
     update();
 }
 
@@ -286,17 +285,18 @@ void CompositionCanvas::paintPins(QPainter& painter) {
         drawSnap(painter, {target.x, target.y}, density());
     }
     if (auto const box = m_pins.box())
-        drawSelectionBox(painter,
-                         QRectF(QPointF(box->first.x, box->first.y),
-                                QPointF(box->second.x, box->second.y)),
-                         density());
+        drawSelectionBox(
+            painter,
+            QRectF(QPointF(box->first.x, box->first.y), QPointF(box->second.x, box->second.y)),
+            density());
     paintLoupe(painter);
 }
 
 void CompositionCanvas::paintLoupe(QPainter& painter) {
     auto const pin = m_pins.draggedPin();
     if (!pin || m_map.zoom() >= kGridZoom) return;
-    ShownImage const& image = m_map.reduce() == 1 ? m_image : m_loupeImage;
+    bool const isFine = isCurrent(m_loupe) && !m_loupeImage.isNull();
+    ShownImage const& image = isFine && m_map.reduce() > 1 ? m_loupeImage : m_image;
     if (auto const handle = m_pins.handleOf(*pin); handle && !image.isNull())
         drawLoupe(painter, m_map, image, *handle, density());
 }

@@ -91,9 +91,9 @@ private:
     void hear(DocumentChange const& change);
     void settleMap();
     void ask(bool isDraft);
-    void askBeside(bool isDraft);
+    void askNext();
     void askLoupe();
-    void askValues();
+    bool isCurrent(SharedFrame const& frame) const;
     void take(SharedFrame const& frame);
     ShownImage imageOf(SharedFrame const& frame, PixelLook const& look) const;
     void remakeImages();
@@ -107,6 +107,7 @@ private:
     void tellReadout();
     void updateCursor(PanelPoint at);
     void openField(int parameter);
+    void closeField();
     bool pressArrow(QKeyEvent const& event);
 
     Document& m_document;
@@ -114,8 +115,8 @@ private:
     ViewMap m_map;
     PinTool m_pins;
     PictureFeed m_feed;
-    std::unique_ptr<PictureFeed> m_besideFeed, m_loupeFeed;  ///< made when they are needed
-    SharedFrame m_shown, m_beside, m_loupe, m_values;
+    SharedFrame m_shown, m_beside, m_loupe;
+    SharedFrame m_values;  ///< with all pixels of the file
     ShownImage m_image, m_besideImage, m_loupeImage;
     QTimer m_rest;
     Hand m_hand = Hand::kNone;

@@ -121,8 +121,9 @@ void CompositionPanel::makeBar() {
                         });
     addSwitch("Pins", "Show pins, outlines and motion paths (Ctrl+Shift+H)",
               &CanvasLook::hasOverlay);
-    addSwitch("Snap", "Snap pins to corners, middles of edges and whole pixels (S; Ctrl while "
-                      "dragging does the reverse)",
+    addSwitch("Snap",
+              "Snap pins to corners, middles of edges and whole pixels (S; Ctrl while "
+              "dragging does the reverse)",
               &CanvasLook::snaps);
     addSwitch("Wipe", "Compare with the plate, or with the layer where there is none (W)",
               &CanvasLook::hasWipe);
@@ -146,8 +147,8 @@ void CompositionPanel::keepUp() {
     m_shows->setCurrentIndex(placeOf(kShownChoices, look.shows));
     m_channels->setCurrentIndex(placeOf(kChannelChoices, look.pixels.channels));
     m_backdrop->setCurrentIndex(placeOf(kBackdropChoices, look.pixels.backdrop));
-    m_zoom->setItemText(0, (m_canvas->map().isFit() ? "Fit, " : "") +
-                               zoomText(m_canvas->map().zoom()));
+    m_zoom->setItemText(
+        0, (m_canvas->map().isFit() ? "Fit, " : "") + zoomText(m_canvas->map().zoom()));
     m_zoom->setCurrentIndex(0);
     for (auto const& [button, field] : m_switches) button->setChecked(look.*field);
 }

@@ -27,8 +27,7 @@ PainterPort::PainterPort(QPainter& painter, double density, Panel const& panel,
                          std::vector<PinHandle> const& pins)
     : m_painter(painter), m_density(density), m_backend{this, line, text} {
     for (PinHandle const& pin : pins) {
-        PanelPoint const drawn =
-            panel.toFrame({std::floor(pin.value.x), std::floor(pin.value.y)});
+        PanelPoint const drawn = panel.toFrame({std::floor(pin.value.x), std::floor(pin.value.y)});
         m_places.push_back({portPixel(drawn.x), portPixel(drawn.y), {pin.at.x, pin.at.y}});
     }
     m_outer = installDrawingPortBackend(&m_backend);
@@ -60,7 +59,8 @@ short PainterPort::text(void* port, short x, short y, char const* text, int leng
     font.setPixelSize(static_cast<int>(std::lround(kFontPx * own.m_density)));
     painter.setFont(font);
     QString const label = QString::fromUtf8(text, length);
-    QPointF const pin = own.placeOf(static_cast<short>(x - kLabelX), static_cast<short>(y - kLabelY));
+    QPointF const pin =
+        own.placeOf(static_cast<short>(x - kLabelX), static_cast<short>(y - kLabelY));
     QPointF const at = pin + QPointF(kLabelX + 2, kLabelY) * own.m_density;
     painter.setPen(kShadow);
     for (QPointF const& side : {QPointF(1, 0), QPointF(-1, 0), QPointF(0, 1), QPointF(0, -1)})

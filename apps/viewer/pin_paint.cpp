@@ -11,9 +11,9 @@ namespace {
 
 constexpr QColor kShadow(0, 0, 0, 170), kSelected(255, 255, 255), kAccent(90, 170, 255);
 constexpr double kHandlePx = 5;
-constexpr int kLoupePixels = 17;   ///< of the picture, each way
-constexpr double kLoupeZoom = 9;   ///< units of the panel to one of them
-constexpr double kLoupeAside = 28; ///< from the pin
+constexpr int kLoupePixels = 17;    ///< of the picture, each way
+constexpr double kLoupeZoom = 9;    ///< units of the panel to one of them
+constexpr double kLoupeAside = 28;  ///< from the pin
 
 QPointF pointOf(PanelPoint at) { return {at.x, at.y}; }
 
@@ -21,6 +21,10 @@ QPolygonF panelLine(ViewMap const& map, std::vector<PanelPoint> const& line) {
     QPolygonF result;
     for (PanelPoint const& point : line) result.append(pointOf(map.toPanel(point)));
     return result;
+}
+
+QColor lightened(QColor const& color) {
+    return {(color.red() + 255) / 2, (color.green() + 255) / 2, (color.blue() + 255) / 2, 210};
 }
 
 /// Above and to the right of the pin, but within the panel.
@@ -38,15 +42,16 @@ void drawMotionPath(QPainter& painter, ViewMap const& map, MotionPath const& pat
                     QColor const& color, double density) {
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setBrush(Qt::NoBrush);
+    QColor const light = lightened(color);  // not to be taken for an outline
     QPolygonF const curve = panelLine(map, path.curve);
-    for (QPen const& pen : {QPen(kShadow, 3 * density), QPen(color, 1.2 * density)}) {
+    for (QPen const& pen : {QPen(kShadow, 2.5 * density), QPen(light, density)}) {
         painter.setPen(pen);
         painter.drawPolyline(curve);
     }
     painter.setPen(Qt::NoPen);
-    painter.setBrush(color);
+    painter.setBrush(light);
     for (PanelPoint const& at : path.atFrames)
-        painter.drawEllipse(pointOf(map.toPanel(at)), 1.8 * density, 1.8 * density);
+        painter.drawEllipse(pointOf(map.toPanel(at)), 2 * density, 2 * density);
     painter.setPen(QPen(kShadow, density));
     painter.setBrush(kSelected);
     double const half = 3.5 * density;
@@ -104,8 +109,8 @@ PixelRect loupePart(PanelPoint pin, PixelSize picture) {
             std::clamp(top + kLoupePixels, 0, picture.height)};
 }
 
-void drawLoupe(QPainter& painter, ViewMap const& map, ShownImage const& image,
-               PinHandle const& pin, double density) {
+void drawLoupe(QPainter& painter, ViewMap const& map, ShownImage const& image, PinHandle const& pin,
+               double density) {
     QRectF const rect = loupeRect(map, pin.at, density);
     double const zoom = kLoupeZoom * density;
     PanelPoint const first = {std::floor(pin.value.x) - double(kLoupePixels / 2),

@@ -91,6 +91,8 @@ void ViewerWindow::makeStatusLine() {
     m_memory->hide();
     statusBar()->addPermanentWidget(m_facts);
     statusBar()->addPermanentWidget(m_memory);
+    connect(m_composition, &CompositionPanel::messageChanged, this,
+            [this](QString const& sentence) { statusBar()->showMessage(sentence); });
 }
 
 void ViewerWindow::showMemory(QString const& text) {

@@ -143,8 +143,7 @@ Panel PinTool::panel() const {
 /// Overlay Mode is about one panel for both quads.
 void PinTool::limitOverlay() const {
     bool const hasTo = shows(TrackedPins::kTo), hasFrom = shows(TrackedPins::kFrom);
-    m_document.limitOverlay(hasTo == hasFrom ? std::nullopt
-                                             : std::optional(kQuads[hasTo ? 0 : 1]));
+    m_document.limitOverlay(hasTo == hasFrom ? std::nullopt : std::optional(kQuads[hasTo ? 0 : 1]));
 }
 
 void PinTool::drawOverlay() const {

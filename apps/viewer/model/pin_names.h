@@ -10,8 +10,7 @@
 namespace zelk {
 
 /// Corners that share an edge of a quad: top, bottom, left, right.
-inline constexpr std::array<std::pair<int, int>, 4> kQuadEdges = {
-    {{0, 1}, {2, 3}, {0, 2}, {1, 3}}};
+inline constexpr std::array<std::pair<int, int>, 4> kQuadEdges = {{{0, 1}, {2, 3}, {0, 2}, {1, 3}}};
 
 int firstPinOf(TrackedPins pins);
 TrackedPins quadOf(int parameter);

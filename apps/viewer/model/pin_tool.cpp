@@ -247,12 +247,11 @@ void PinTool::endNudge() {
 bool PinTool::moveTo(int parameter, PanelPoint value) {
     endNudge();
     if (m_drag) return false;
-    return m_document.changeValues("Move " + pinName(parameter),
-                                   [&](std::vector<Parameter>& parameters) {
-                                       if (!(valueOf(parameter) == value))
-                                           setValueAt(parameterIn(parameters, parameter),
-                                                      m_document.moment(), {value.x, value.y});
-                                   });
+    return m_document.changeValues("Move " + pinName(parameter), [&](std::vector<Parameter>&
+                                                                         parameters) {
+        if (!(valueOf(parameter) == value))
+            setValueAt(parameterIn(parameters, parameter), m_document.moment(), {value.x, value.y});
+    });
 }
 
 }  // namespace zelk

@@ -12,8 +12,7 @@
 namespace zelk {
 namespace {
 
-constexpr char const* kNames[4][4] = {
-    {"Y"}, {"Y", "A"}, {"R", "G", "B"}, {"R", "G", "B", "A"}};
+constexpr char const* kNames[4][4] = {{"Y"}, {"Y", "A"}, {"R", "G", "B"}, {"R", "G", "B", "A"}};
 
 /// IEEE binary16.
 double halfValue(std::uint16_t bits) {
@@ -33,10 +32,14 @@ Sample sampleAt(std::byte const* pixel, int channel) {
 
 double valueAt(SampleType type, std::byte const* pixel, int channel) {
     switch (type) {
-        case SampleType::kUint8: return sampleAt<std::uint8_t>(pixel, channel);
-        case SampleType::kUint16: return sampleAt<std::uint16_t>(pixel, channel);
-        case SampleType::kHalf: return halfValue(sampleAt<std::uint16_t>(pixel, channel));
-        case SampleType::kFloat: break;
+        case SampleType::kUint8:
+            return sampleAt<std::uint8_t>(pixel, channel);
+        case SampleType::kUint16:
+            return sampleAt<std::uint16_t>(pixel, channel);
+        case SampleType::kHalf:
+            return halfValue(sampleAt<std::uint16_t>(pixel, channel));
+        case SampleType::kFloat:
+            break;
     }
     return sampleAt<float>(pixel, channel);
 }
@@ -71,9 +74,9 @@ std::string readoutText(StoredValues const& values) {
     std::string text;
     for (int i = 0; i < values.count; ++i) {
         double const value = values.channels[static_cast<std::size_t>(i)];
-        text += fmt::format("{}{} {}", i ? "  " : "", kNames[values.count - 1][i],
-                            values.isWhole ? fmt::format("{:.0f}", value)
-                                           : fmt::format("{:.5f}", value));
+        text += fmt::format(
+            "{}{} {}", i ? "  " : "", kNames[values.count - 1][i],
+            values.isWhole ? fmt::format("{:.0f}", value) : fmt::format("{:.5f}", value));
     }
     return text;
 }
@@ -106,14 +109,14 @@ std::string valuesText(ShownFrame const& frame, PanelPoint at, PixelSize size) {
     if (x < 0 || y < 0 || x >= display.width() || y >= display.height()) return {};
     if (display.depth() != Depth::k8) return {};
     auto const* argb = display.rowAs<std::uint8_t>(y) + 4 * std::ptrdiff_t{x};
-    return "   screen " + readoutText({{double(argb[1]), double(argb[2]), double(argb[3]),
-                                        double(argb[0])},
-                                       4,
-                                       true});
+    return "   screen " +
+           readoutText(
+               {{double(argb[1]), double(argb[2]), double(argb[3]), double(argb[0])}, 4, true});
 }
 
 int pictureScale(ShownFrame const& frame, PixelSize picture, int downsample) {
-    int const asked = frame.view.reduce * (frame.view.shows == ShownPicture::kFrame ? downsample : 1);
+    int const asked =
+        frame.view.reduce * (frame.view.shows == ShownPicture::kFrame ? downsample : 1);
     if (frame.whole.width == picture.width / asked) return asked;
     return std::max(1, picture.width / std::max(1, frame.whole.width));
 }

@@ -40,13 +40,18 @@ bool showPixels(World const& picture, PixelLook const& look, std::uint32_t* word
     auto const each = [&](auto pixel) { return eachPixel(picture, words, rowWords, pixel); };
     // Over white each channel is c a + 255 (1 - a) = 255 - (255 - c) a.
     switch (look.channels) {
-        case ChannelView::kRed: return each([](Word, Word r, Word, Word) { return grey(r); });
-        case ChannelView::kGreen: return each([](Word, Word, Word g, Word) { return grey(g); });
-        case ChannelView::kBlue: return each([](Word, Word, Word, Word b) { return grey(b); });
-        case ChannelView::kAlpha: return each([](Word a, Word, Word, Word) { return grey(a); });
+        case ChannelView::kRed:
+            return each([](Word, Word r, Word, Word) { return grey(r); });
+        case ChannelView::kGreen:
+            return each([](Word, Word, Word g, Word) { return grey(g); });
+        case ChannelView::kBlue:
+            return each([](Word, Word, Word, Word b) { return grey(b); });
+        case ChannelView::kAlpha:
+            return each([](Word a, Word, Word, Word) { return grey(a); });
         case ChannelView::kLuminance:
             return each([](Word, Word r, Word g, Word b) { return grey(luminance(r, g, b)); });
-        case ChannelView::kColor: break;
+        case ChannelView::kColor:
+            break;
     }
     switch (look.backdrop) {
         case Backdrop::kBlack:

@@ -1,7 +1,9 @@
 // What the composition panel shows, against the file that `zelk render` writes.
+#include <QAction>
 #include <random>
 
 #include "tests/apps/viewer/composition_fixture.h"
+#include "tests/apps/viewer/window_fixture.h"
 #include "zelk/scene/parameter_names.h"
 
 namespace zelk {
@@ -69,14 +71,16 @@ TEST_F(CompositionTest, ChannelsAreThoseOfTheFile) {
         int (*value)(QRgb);
     };
     for (View const& view :
-         {View{"Red", qRed}, {"Green", qGreen}, {"Blue", qBlue}, {"Alpha", qAlpha},
+         {View{"Red", qRed},
+          {"Green", qGreen},
+          {"Blue", qBlue},
+          {"Alpha", qAlpha},
           {"Luminance", [](QRgb p) {
                return (2126 * qRed(p) + 7152 * qGreen(p) + 722 * qBlue(p) + 5000) / 10000;
            }}}) {
         choose(view.command);
-        QImage const shown = pictureOf(shot()), expected = made(file, [&](QRgb p) {
-            return grey(view.value(p));
-        });
+        QImage const shown = pictureOf(shot()),
+                     expected = made(file, [&](QRgb p) { return grey(view.value(p)); });
         EXPECT_EQ(differenceOf(shown, expected), "") << view.command;
         choose(view.command);
     }
@@ -96,12 +100,19 @@ TEST_F(CompositionTest, TheWipeShowsWhatWasBeforeLeftOfItsLine) {
     EXPECT_NEAR(canvas().look().wipeFrac, (320 + 60 * density()) / 640, 1e-9);
     int const at = static_cast<int>(canvas().map().toPanel({320 + 60 * density(), 0}).x);
     int const aside = static_cast<int>(3 * density());
-    ASSERT_TRUE(QTest::qWaitFor([&] { return shot().pixel(at - 80, 300) == before.pixel(at - 80, 300); }));
+    PanelPoint const inLayer = canvas().map().toPanel({360, 200});
+    QPoint const left(static_cast<int>(inLayer.x), static_cast<int>(inLayer.y));
+    ASSERT_NE(after.pixel(left), before.pixel(left));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return shot().pixel(left) == before.pixel(left); }));
     QImage const wiped = shot();
     int const height = wiped.height() - 60 * int(density());  // above the grip
-    EXPECT_EQ(differenceOf(wiped.copy(0, 0, at - aside, height), before.copy(0, 0, at - aside, height)), "");
+    EXPECT_EQ(
+        differenceOf(wiped.copy(0, 0, at - aside, height), before.copy(0, 0, at - aside, height)),
+        "");
     int const rest = wiped.width() - at - aside;
-    EXPECT_EQ(differenceOf(wiped.copy(at + aside, 0, rest, height), after.copy(at + aside, 0, rest, height)), "");
+    EXPECT_EQ(differenceOf(wiped.copy(at + aside, 0, rest, height),
+                           after.copy(at + aside, 0, rest, height)),
+              "");
     EXPECT_EQ(document.undoName(), "");
 }
 
@@ -115,11 +126,11 @@ TEST_F(CompositionTest, TheReadoutHasTheFilesValuesAndBothPlaces) {
         QPoint const place = placeOf({470, 190});
         mouse(QEvent::MouseMove, place);
         ASSERT_TRUE(QTest::qWaitFor([&] { return told.contains("R "); }, 10000));
-        PanelPoint const at = canvas().map().toPicture(
-            {place.x() * density(), place.y() * density()});
+        PanelPoint const at =
+            canvas().map().toPicture({place.x() * density(), place.y() * density()});
         QRgb const pixel = rendered().pixel(int(at.x), int(at.y));
-        EXPECT_TRUE(told.contains(QString("R %1  G %2  B %3")
-                                      .arg(qRed(pixel)).arg(qGreen(pixel)).arg(qBlue(pixel))))
+        EXPECT_TRUE(told.contains(
+            QString("R %1  G %2  B %3").arg(qRed(pixel)).arg(qGreen(pixel)).arg(qBlue(pixel))))
             << told.toStdString();
         EXPECT_TRUE(told.startsWith(QString("frame %1, ").arg(at.x, 0, 'f', 1)));
         auto const layer = mapped(document.mapHere().toLayer, {at.x, at.y});
@@ -150,6 +161,18 @@ TEST_F(CompositionTest, ZoomsHoldThePlaceAndPansAreWhole) {
     map.fit();
     map.zoomAtCenter(0.9);
     EXPECT_EQ(map.wheelZoom(1), 1);
+}
+
+TEST_F(WindowTest, NoTwoCommandsHaveTheSameKeys) {
+    std::map<QString, QString> owners;
+    for (QAction const* action : window->findChildren<QAction*>())
+        for (QKeySequence const& keys : action->shortcuts()) {
+            auto const [owner, isNew] = owners.emplace(keys.toString(), action->text());
+            EXPECT_TRUE(isNew) << keys.toString().toStdString() << ": "
+                               << owner->second.toStdString() << " and "
+                               << action->text().toStdString();
+        }
+    EXPECT_GT(owners.size(), 30u);
 }
 
 }  // namespace
