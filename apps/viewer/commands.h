@@ -11,12 +11,13 @@ namespace zelk {
 
 struct ViewerCommand {
     QString menu;       ///< "View"; "View/Channels" for one within another
-    QString name;       ///< "Fit to Window"
+    QString name;       ///< "Fit to Window"; empty for a line between others
     QKeySequence keys;  ///< empty for none
     QString help;       ///< one sentence, for the status line and the list of shortcuts
     std::function<void()> run;
     std::function<bool()> isEnabled = {};  ///< none: always
     std::function<bool()> isChecked = {};  ///< none: can't be
+    std::function<QString()> label = {};   ///< what the menu shows now: "Undo Set Opacity"
 };
 using ViewerCommands = std::vector<ViewerCommand>;
 

@@ -2,19 +2,29 @@
 #include <QApplication>
 #include <cstdio>
 
+#include "apps/viewer/model/state_folder.h"
+#include "apps/viewer/theme.h"
+#include "apps/viewer/viewer_arguments.h"
 #include "apps/viewer/viewer_window.h"
 #include "zelk/text/errors.h"
 
 int main(int argc, char** argv) {
-    QApplication const application(argc, argv);
-    zelk::ViewerWindow window;
+    using namespace zelk;
     try {
-        if (argc > 1) window.openFile(QString::fromLocal8Bit(argv[1]));
-    } catch (zelk::UserError const& error) {
-        std::fprintf(stderr, "zelk: %s\n", error.what());
+        auto const arguments = viewerArguments({argv + 1, argv + argc});
+        if (!arguments.print.empty()) return std::fputs(arguments.print.c_str(), stdout) < 0;
+        useThreadsOfEnvironment();
+        QApplication application(argc, argv);
+        QGuiApplication::setDesktopFileName("zelk-viewer");
+        applyTheme(application);
+        ViewerWindow window(moduleOfEnvironment(), stateFolder());
+        window.rememberLayout();
+        window.show();
+        if (!arguments.handedOver.empty()) window.takeHandedOver(arguments.handedOver);
+        window.openAtStart(arguments.files);
+        return QApplication::exec();
+    } catch (UserError const& error) {
+        std::fprintf(stderr, "zelk-viewer: %s\n", error.what());
         return static_cast<int>(error.code());
     }
-    window.resize(1440, 900);
-    window.show();
-    return QApplication::exec();
 }

@@ -7,8 +7,6 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
-#include <cctype>
-#include <cstring>
 #include <map>
 #include <span>
 #include <string_view>
@@ -26,6 +24,7 @@
 #include "zelk/scene/parameter_names.h"
 #include "zelk/text/errors.h"
 #include "zelk/text/numbers.h"
+#include "zelk/text/shell_words.h"
 
 namespace zelk {
 
@@ -82,24 +81,10 @@ std::vector<std::string> wordsOf(std::span<char const* const> argv) {
     return words;
 }
 
-/// A word as a shell takes it: in double quotes, unless all of it is plain.
-std::string quoted(std::string const& word) {
-    auto const isPlain = [](unsigned char c) {
-        return std::isalnum(c) || c >= 0x80 || std::strchr("@%+=:,./_-", c) != nullptr;
-    };
-    if (!word.empty() && std::all_of(word.begin(), word.end(), isPlain)) return word;
-    std::string text = "\"";
-    for (char const c : word) {
-        if (std::strchr("\"\\$`", c) != nullptr) text += '\\';
-        text += c;
-    }
-    return text + "\"";
-}
-
 /// The command line as one line that can be given to a shell again.
 std::string historyOf(std::span<char const* const> argv) {
     std::string line = "zelk";
-    for (char const* word : argv.subspan(1)) line += " " + quoted(word);
+    for (char const* word : argv.subspan(1)) line += " " + shellWord(word);
     return oneLine(line);
 }
 

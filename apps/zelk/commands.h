@@ -15,6 +15,7 @@
 #include "apps/zelk/render_command.h"
 #include "apps/zelk/track_command.h"
 #include "apps/zelk/track_convert_command.h"
+#include "apps/zelk/view_command.h"
 
 namespace zelk {
 
@@ -22,6 +23,6 @@ namespace zelk {
 using Command =
     std::variant<RenderCommand, ParamsCommand, ProjectNewCommand, ProjectShowCommand,
                  ProjectCheckCommand, ProjectImportTrackCommand, OverlayCommand, DragCommand,
-                 TrackCommand, TrackConvertCommand, FiltersCommand, MapCommand>;
+                 TrackCommand, TrackConvertCommand, FiltersCommand, MapCommand, ViewCommand>;
 
 }  // namespace zelk

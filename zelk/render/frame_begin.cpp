@@ -170,13 +170,17 @@ FrameSpan FrameStages::shownSpan() const {
 }
 
 void FrameStages::settleValues(std::vector<int> const& frames) {
-    for (TrackUse const& use : m_scene.tracks) requireMeant(m_scene, use, shownSpan());
+    for (TrackUse const& use : m_scene.tracks) {
+        if (!frames.empty()) requireRead(use);
+        if (use.track) requireMeant(m_scene, use, shownSpan());
+    }
     setParameters(m_scene, *m_host, m_sizes.layer, m_sizes.frame);
     if (m_scene.fillsFrame && !m_scene.size) {
         m_sizes.frame = sizeOfQuad(m_host->parameters(), m_sizes.layer);
         setParameters(m_scene, *m_host, m_sizes.layer, m_sizes.frame);
     }
     for (TrackUse const& use : m_scene.tracks) {
+        if (!use.track) continue;
         PixelSize const pinned = use.pins == TrackedPins::kTo ? m_sizes.frame : m_sizes.layer;
         m_warnings.add(warningsOf(m_scene, use, {pinned, m_comp.startFrame, m_comp.timeBase.step}));
     }

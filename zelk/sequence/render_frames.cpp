@@ -39,6 +39,14 @@ namespace zelk {
 
 namespace {
 
+ProgressScreen screenOf(RunOptions const& run) {
+    ProgressScreen screen = standardErrorScreen();
+    if (!run.progressTo) return screen;
+    screen.write = run.progressTo;
+    screen.isTerminal = false;
+    return screen;
+}
+
 void checkMovie(Scene const& scene, RunOptions const& run) {
     std::filesystem::path const output = scene.outputPath();
     for (auto const& [isAsked, option, refusal] :
@@ -97,7 +105,7 @@ public:
           m_isStill(!isSequence(scene)),
           m_isMovie(isMovieName(scene.outputPath())),
           m_mode(modeOf(run, m_isStill)),
-          m_progress(shownMode(m_mode, purpose), 0, standardErrorScreen(), std::move(log)),
+          m_progress(shownMode(m_mode, purpose), 0, screenOf(run), std::move(log)),
           m_explained(run.explain, m_isStill),
           m_journal(purpose == Purpose::kRender) {}
 
@@ -133,6 +141,9 @@ private:
     }
     /// Whether a failure is the run's own error, in its one line.
     bool isFailureTheEnd() const { return m_isStill && isSilent(); }
+    std::atomic<bool> const& stopFlag() const {
+        return m_run.stop ? *m_run.stop : InterruptFlag::flag();
+    }
     std::size_t written() const;
     RunTotals totals(ExitCode code) const;
     std::string summary() const;
@@ -317,7 +328,8 @@ void SequenceRun::checkStages(FrameStages& renderer) {
 /// Frames that other runs have taken come again, until they are done or free.
 void SequenceRun::runStages(FrameStages& renderer) {
     std::optional<InterruptFlag> interrupt;
-    if (!m_isStill) interrupt.emplace();  // a single picture ends at once: nothing is written yet
+    // A single picture ends at once: nothing is written yet.
+    if (!m_isStill && !m_run.stop) interrupt.emplace();
     if (m_run.isShared) m_locks.emplace();
     std::vector<int> frames = m_schedule.frames;
     while (!frames.empty() && !m_end) {
@@ -333,7 +345,7 @@ void SequenceRun::runStages(FrameStages& renderer) {
     if (m_end) std::erase_if(m_result.failed, [](auto const& failure) { return failure.endsRun; });
     if (m_end && isFailureTheEnd()) m_result.failed.push_back({0, m_end->message, m_end->code});
     if (m_result.isStopped || m_end || !m_result.failed.empty()) return;
-    m_isWhole = renderer.finishMovie(InterruptFlag::flag());
+    m_isWhole = renderer.finishMovie(stopFlag());
     m_result.isStopped = m_result.isStopped || !m_isWhole;
     tellWarnings(renderer);
 }
@@ -341,7 +353,7 @@ void SequenceRun::runStages(FrameStages& renderer) {
 PipelineResult SequenceRun::runPass(FrameStages& renderer, std::vector<int> const& frames) {
     PipelineOptions options;
     options.inFlight = static_cast<std::size_t>(m_run.inFlight);
-    options.stop = &InterruptFlag::flag();
+    options.stop = &stopFlag();
     options.stopAtFirstFailure = m_isMovie;  // a movie can't have holes
     return runFrames(
         frames, options, [&](int frame) { return load(renderer, frame); },
@@ -380,7 +392,7 @@ std::vector<int> SequenceRun::awaited(SceneFiles const& files, std::vector<int> 
         }
         frames = still;
         if (isFree || frames.empty()) break;
-        if (InterruptFlag::flag()) m_result.isStopped = true;
+        if (stopFlag()) m_result.isStopped = true;
         if (m_result.isStopped) return {};
         if (!isTold)
             m_progress.note(fmt::format("waiting for {} of {}", framesCounted(frames.size()),
