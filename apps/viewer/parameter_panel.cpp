@@ -25,8 +25,8 @@ QString foldKey(PanelControl const& control) {
     return "parameters/folded/" + QString::fromStdString(control.row().name);
 }
 
-/// Where folds are remembered.
-QSettings ownSettings() { return QSettings("Zelk", "Viewer"); }
+/// Where the window keeps its layout too.
+QSettings ownSettings() { return QSettings("Zelk", "zelk-viewer"); }
 
 }  // namespace
 
