@@ -9,6 +9,7 @@
 #include <QSettings>
 #include <QTimer>
 #include <QVBoxLayout>
+#include <algorithm>
 
 #include "apps/viewer/model/panel_controls.h"
 #include "apps/viewer/parameters/control_row.h"
@@ -24,8 +25,8 @@ QString foldKey(PanelControl const& control) {
     return "parameters/folded/" + QString::fromStdString(control.row().name);
 }
 
-/// Where folds are remembered.
-QSettings ownSettings() { return QSettings("Zelk", "Viewer"); }
+/// Where the window keeps its layout too.
+QSettings ownSettings() { return QSettings("Zelk", "zelk-viewer"); }
 
 }  // namespace
 
@@ -168,13 +169,26 @@ void ParameterPanel::foldAll(bool isFolded) {
     arrange();
 }
 
+std::optional<std::size_t> ParameterPanel::groupOfFocus() const {
+    auto const isFocused = [this](Entry const& entry) {
+        return m_focused && (entry.row == m_focused || entry.header == m_focused);
+    };
+    auto const found = std::find_if(m_entries.begin(), m_entries.end(), isFocused);
+    if (found == m_entries.end()) return std::nullopt;
+    auto place = static_cast<std::size_t>(found - m_entries.begin());
+    int const level = m_controls[place]->row().level - (found->row ? 1 : 0);
+    while (m_controls[place]->row().level > level) --place;
+    return place;
+}
+
+/// The last first: what comes later may need what comes before.
 void ParameterPanel::resetGroup(std::size_t group) {
     int const level = m_controls[group]->row().level;
+    std::size_t end = group + 1;
+    while (end < m_controls.size() && m_controls[end]->row().level > level) ++end;
     m_document.beginAct("Reset " + m_controls[group]->row().label);
-    for (std::size_t i = group + 1; i < m_controls.size() && m_controls[i]->row().level > level;
-         ++i)
-        if (m_controls[i]->state().isEnabled && !m_controls[i]->state().isDefault)
-            m_controls[i]->reset();
+    for (std::size_t i = end; --i > group;)
+        if (!m_controls[i]->state().isDefault) m_controls[i]->reset();
     m_document.endAct();
 }
 
@@ -201,7 +215,8 @@ bool ParameterPanel::run(std::function<void()> const& act) {
 
 void ParameterPanel::noteFocus(QWidget* widget) {
     for (; widget && widget != this; widget = widget->parentWidget())
-        if (dynamic_cast<ControlRowWidget*>(widget)) m_focused = widget;
+        if (dynamic_cast<ControlRowWidget*>(widget) || dynamic_cast<GroupHeader*>(widget))
+            m_focused = widget;
 }
 
 ViewerCommand ParameterPanel::rowCommand(QString const& name, QKeySequence const& keys,
@@ -230,6 +245,12 @@ ViewerCommands ParameterPanel::commands() {
          "Filters the parameters by their names.", find},
         rowCommand("Reset to Default", QKeySequence("Ctrl+Backspace"),
                    "Gives the parameter in the panel its default.", [](Row& row) { row.reset(); }),
+        {"Parameters", "Reset Group", QKeySequence("Ctrl+Shift+Backspace"),
+         "Gives all parameters of the group in the panel their defaults.",
+         [this] {
+             if (auto const group = groupOfFocus()) run([&] { resetGroup(*group); });
+         },
+         [this] { return groupOfFocus().has_value(); }},
         rowCommand("Keyframes On or Off", QKeySequence("Ctrl+Alt+K"),
                    "Animates the parameter in the panel, or gives it the one value that it has.",
                    [](Row& row) { row.toggleKeys(); }),

@@ -9,6 +9,7 @@
 #include <QPointer>
 #include <QWidget>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -51,6 +52,8 @@ private:
     void refresh();
     void fold(std::size_t group, bool isFolded);
     void foldAll(bool isFolded);
+    /// Of the row or header that had the focus last; nothing before any had.
+    std::optional<std::size_t> groupOfFocus() const;
     void resetGroup(std::size_t group);
     void showGroupMenu(std::size_t group, QPoint const& place);
     bool run(std::function<void()> const& act);
@@ -66,7 +69,7 @@ private:
     QLineEdit* m_search;
     QScrollArea* m_area;
     QLabel* m_message;
-    QPointer<QWidget> m_focused;  ///< the row that had the focus last
+    QPointer<QWidget> m_focused;  ///< the row or header that had the focus last
 };
 
 }  // namespace zelk

@@ -158,6 +158,11 @@ std::vector<std::string> fieldTexts(ControlRow const& row, KeyValue const& value
     }
 }
 
+/// Those that a scene can't have with all others.
+bool needsRoad(int index) {
+    return index == kParamViewMode || index == kParamGrowBounds || index == kParamTransferMode;
+}
+
 /// What the road of the scene has no use for; empty where it can be rendered.
 std::string roadRefusal(Document const& document) {
     try {
@@ -230,12 +235,12 @@ KeyValue ParameterControl::fromText(int field, std::string const& text) const {
 
 void ParameterControl::set(KeyValue const& value, std::string const& name) {
     bool const isOwn = !document().isActing();
-    std::string const former = roadRefusal(document());
+    bool const isChecked = needsRoad(m_index) && roadRefusal(document()).empty();
     if (isOwn) document().beginAct(name);
     try {
         document().edit(m_index, value);
-        std::string const refusal = roadRefusal(document());
-        if (former.empty() && !refusal.empty()) throw UserError(ExitCode::kUsage, refusal);
+        std::string const refusal = isChecked ? roadRefusal(document()) : "";
+        if (!refusal.empty()) throw UserError(ExitCode::kUsage, refusal);
     } catch (...) {
         document().cancelAct();
         throw;

@@ -2,42 +2,23 @@
 #include "apps/viewer/model/parameter_keys.h"
 
 #include <cmath>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "apps/viewer/model/key_acts.h"
 
 namespace zelk {
 namespace {
 
-bool changeKeys(Document& document, int index, char const* what,
-                std::function<void(Parameter&)> const& act) {
-    std::string const label(document.parameter(index).displayName());
-    return document.changeValues(what + label, [&](std::vector<Parameter>& parameters) {
-        act(parameterIn(parameters, index));
-    });
-}
-
-bool dropKeys(Document& document, int index) {
-    KeyTime const moment = document.moment();
-    return changeKeys(document, index, "Remove Keyframes of ", [&](Parameter& parameter) {
-        parameter.current = parameter.at(moment);
-        parameter.editTrack().clear();
-    });
+bool change(Document& document, int index, char const* what,
+            std::function<void(std::vector<Parameter>&)> const& act) {
+    return document.changeValues(what + std::string(document.parameter(index).displayName()), act);
 }
 
 bool addKey(Document& document, int index) {
-    KeyTime const moment = document.moment();
-    return changeKeys(document, index, "Add Keyframe of ", [&](Parameter& parameter) {
-        parameter.editTrack().insert(moment, keyValueOf(parameter.current));
-    });
-}
-
-bool dropKeyHere(Document& document, int index) {
-    if (document.parameter(index).track().size() == 1) return dropKeys(document, index);
-    KeyTime const moment = document.moment();
-    return changeKeys(document, index, "Remove Keyframe of ", [&](Parameter& parameter) {
-        auto const keys = parameter.track().keys();
-        parameter.editTrack().clear();
-        for (Keyframe const& key : keys)
-            if (key.time != moment) parameter.editTrack().set(key);
-    });
+    return change(document, index, "Add Key of ",
+                  [&](auto& parameters) { addKeys(parameters, {index}, document.moment()); });
 }
 
 }  // namespace
@@ -58,13 +39,18 @@ std::optional<int> frameOfKey(Document const& document, int index, bool isLater)
 
 bool toggleKeys(Document& document, int index) {
     if (!document.parameter(index).canVaryInTime()) return false;
-    bool const hasKeys = !document.parameter(index).track().empty();
-    return hasKeys ? dropKeys(document, index) : addKey(document, index);
+    if (document.parameter(index).track().empty()) return addKey(document, index);
+    return change(document, index, "Remove Keys of ", [&](auto& parameters) {
+        deleteKeys(parameters, keysOf(parameters, {index}), document.moment());
+    });
 }
 
 bool toggleKeyHere(Document& document, int index) {
     if (!document.parameter(index).canVaryInTime()) return false;
-    return hasKeyHere(document, index) ? dropKeyHere(document, index) : addKey(document, index);
+    if (!hasKeyHere(document, index)) return addKey(document, index);
+    return change(document, index, "Remove Key of ", [&](auto& parameters) {
+        deleteKeys(parameters, {{index, document.moment()}}, document.moment());
+    });
 }
 
 }  // namespace zelk

@@ -32,7 +32,8 @@ protected:
         initStyleOption(&option);
         painter.drawComplexControl(QStyle::CC_ComboBox, option);
         int const width =
-            style()->subControlRect(QStyle::CC_ComboBox, &option, QStyle::SC_ComboBoxEditField, this)
+            style()
+                ->subControlRect(QStyle::CC_ComboBox, &option, QStyle::SC_ComboBoxEditField, this)
                 .width();
         QString const& text = currentIndex() < 0 ? placeholderText() : option.currentText;
         option.currentText = fontMetrics().elidedText(text, Qt::ElideRight, width - 4);

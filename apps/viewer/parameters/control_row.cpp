@@ -75,7 +75,10 @@ void ControlRowWidget::refresh() {
     QFont font = this->font();
     font.setBold(!m_state.isDefault);
     m_label->setFont(font);
-    if (isOther) setToolTip(text(tooltipOf(m_control.row(), m_state)));
+    if (isOther) {
+        setToolTip(text(tooltipOf(m_control.row(), m_state)));
+        setAccessibleDescription(toolTip());
+    }
     if (isKeyed) showKeys();
     m_stopwatch->setEnabled(m_state.isEnabled);
     m_key->setEnabled(m_state.isEnabled);

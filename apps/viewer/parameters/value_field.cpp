@@ -109,14 +109,14 @@ void ValueField::endHold(bool keeps) {
     keeps ? m_acts.end() : m_acts.cancel();
 }
 
-/// Its keys are its own before they are any menu's.
+/// Its keys are its own before they are any menu's; of a resting field all others are the menus',
+/// undo above all.
 bool ValueField::event(QEvent* event) {
-    if (event->type() == QEvent::ShortcutOverride &&
-        isOwnKey(static_cast<QKeyEvent const&>(*event))) {
-        event->accept();
-        return true;
-    }
-    return QLineEdit::event(event);
+    if (event->type() != QEvent::ShortcutOverride) return QLineEdit::event(event);
+    bool const isOwn = isOwnKey(static_cast<QKeyEvent const&>(*event));
+    if (!isOwn && isTyping()) return QLineEdit::event(event);
+    event->setAccepted(isOwn);
+    return true;
 }
 
 bool ValueField::isOwnKey(QKeyEvent const& event) const {

@@ -5,10 +5,12 @@
 #include <fmt/format.h>
 
 #include <QCheckBox>
+#include <QColorDialog>
 #include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
 #include <QSettings>
+#include <QTimer>
 #include <QToolButton>
 #include <QWheelEvent>
 #include <algorithm>
@@ -312,6 +314,74 @@ TEST_F(ParameterPanelTest, ResetGivesTheDefaultByMenuKeysAndDoubleClick) {
     command("Reset to Default");
     EXPECT_EQ(value(kParamScaleX)[0], 1);
     expectUndone(before);
+    QTest::keyClick(&part<QComboBox>("scene filter"), Qt::Key_End);
+    QTest::keyClick(&part<QComboBox>("scene taps"), Qt::Key_Down);
+    type("scene feather", "3");
+    std::string const changed = text();
+    command("Reset Group");
+    EXPECT_EQ(message(), "");
+    for (char const* const name : {"scene filter", "scene taps"})
+        EXPECT_EQ(part<QComboBox>(name).currentIndex(), 0) << name;
+    EXPECT_EQ(document().undoName(), "Reset Scene");
+    document().undo();
+    EXPECT_EQ(text(), changed);
+    expectUndone(before);
+}
+
+TEST_F(ParameterPanelTest, MenusKeepTheirKeysButWhereAFieldTypes) {
+    struct Case {
+        int key;
+        Qt::KeyboardModifiers with;
+        bool resting, typing;
+    };
+    QLineEdit& own = field("corner-pin-opacity");
+    auto const takes = [&](Case const& key) {
+        bool const isLetter = !key.with && key.key < Qt::Key_Escape;
+        QKeyEvent event(QEvent::ShortcutOverride, key.key, key.with,
+                        isLetter ? QString(QChar(key.key)) : "");
+        event.ignore();
+        QApplication::sendEvent(&own, &event);
+        return event.isAccepted();
+    };
+    for (bool const isTyping : {false, true}) {
+        if (isTyping) QTest::keyClick(&own, Qt::Key_F2);
+        for (Case const& key :
+             {Case{Qt::Key_Z, Qt::ControlModifier, false, true},
+              Case{Qt::Key_Space, {}, false, true}, Case{Qt::Key_K, {}, false, true},
+              Case{Qt::Key_5, {}, true, true}, Case{Qt::Key_Up, {}, true, true},
+              Case{Qt::Key_F1, {}, false, false}})
+            EXPECT_EQ(takes(key), isTyping ? key.typing : key.resting) << key.key << isTyping;
+    }
+    QTest::keyClick(&own, Qt::Key_Escape);
+}
+
+TEST_F(ParameterPanelTest, PopupsGoThroughTheirEntriesAndPassSeparators) {
+    openWithoutPlate();
+    auto const choices = document().parameter(kParamTransferMode).choices;
+    EXPECT_GT(std::count(choices.begin(), choices.end(), kSeparator), 2);
+    std::size_t met = 1;
+    for (; value(kParamTransferMode)[0] < double(choices.size()) && met < 99; ++met) {
+        QTest::keyClick(&part<QComboBox>("transfer-mode"), Qt::Key_Down);
+        EXPECT_NE(choices.at(std::size_t(value(kParamTransferMode)[0]) - 1), kSeparator);
+    }
+    EXPECT_EQ(met + std::count(choices.begin(), choices.end(), kSeparator), choices.size());
+}
+
+TEST_F(ParameterPanelTest, AColourIsChosenAsOneStepOrNotAtAll) {
+    std::string const before = text();
+    for (bool const isTaken : {false, true}) {
+        QTimer::singleShot(0, [&] {
+            auto& dialog = *qobject_cast<QColorDialog*>(QApplication::activeModalWidget());
+            dialog.setCurrentColor(QColor(1, 2, 3));
+            EXPECT_NE(text(), before);  // shown while it is chosen
+            isTaken ? dialog.accept() : dialog.reject();
+        });
+        press("to-wireframe-color", "Choose a colour");
+        EXPECT_EQ(text() != before, isTaken);
+    }
+    EXPECT_EQ(field("to-wireframe-color").text(), "#010203");
+    document().undo();
+    EXPECT_EQ(text(), before);
 }
 
 TEST_F(ParameterPanelTest, GreyedControlsFollowTheEffectAndSayWhy) {
