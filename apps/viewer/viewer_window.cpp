@@ -199,6 +199,7 @@ void ViewerWindow::follow(DocumentChange const& change) {
     if (change.state) showTitle();
     if (change.inputs || change.frame) showFacts();
     showWarnings();
+    if (change.inputs || change.state) m_menus->update();
 }
 
 void ViewerWindow::showTitle() {

@@ -57,7 +57,7 @@ TEST_F(FilesTest, WhatCannotBeReadIsToldAndWhatWasOpenStays) {
     folder.put("bad.zelk.json", "{\"schema\": \"zelk-project\",\n \"version\": 1,\n oops}");
     names = {path("bad.zelk.json")};
     press("File/Open\u2026");
-    EXPECT_TRUE(error().contains("bad.zelk.json:3:")) << error().toStdString();
+    EXPECT_TRUE(error().contains("bad.zelk.json: not a JSON file at 3:2")) << error().toStdString();
     EXPECT_EQ(text(), before);
     EXPECT_EQ(document().file(), folder.at("move.zelk.json"));
 }
@@ -120,6 +120,9 @@ TEST_F(FilesTest, ADropAsksWhatItIsFor) {
     auto const drop = [&](char const* name) {
         QMimeData data;
         data.setUrls({QUrl::fromLocalFile(path(name))});
+        QDragEnterEvent enter({300, 300}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(window.get(), &enter);
+        EXPECT_TRUE(enter.isAccepted());
         QDropEvent event({300, 300}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
         QApplication::sendEvent(window.get(), &event);
     };
@@ -188,7 +191,7 @@ TEST_F(FilesTest, ATrackIsSeenBeforeItIsTaken) {
     names = {path("sign-track.txt")};
     press("File/Import/Track\u2026");
     auto* const dialog = window->findChild<TrackDialog*>();
-    ASSERT_TRUE(dialog);
+    ASSERT_TRUE(dialog && QTest::qWaitForWindowActive(dialog));
     auto const field = [&](char const* name) {
         for (auto* const each : dialog->findChildren<QLineEdit*>())
             if (each->accessibleName() == name) return each;
