@@ -75,7 +75,11 @@ TrackDialog::TrackDialog(Document const& document, std::filesystem::path const& 
     m_service->ask(document.snapshot(), view);
 }
 
-TrackDialog::~TrackDialog() = default;
+/// A field that loses the focus to the end would ask for the choice, which is gone by then.
+TrackDialog::~TrackDialog() {
+    for (QLineEdit* const field : {m_size, m_order, m_firstFrame, m_shift})
+        field->disconnect(this);
+}
 
 void TrackDialog::addField(QFormLayout& form, QString const& name, QLineEdit*& field,
                            QString const& placeholder, QString const& help) {

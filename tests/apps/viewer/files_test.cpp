@@ -191,7 +191,9 @@ TEST_F(FilesTest, ATrackIsSeenBeforeItIsTaken) {
     names = {path("sign-track.txt")};
     press("File/Import/Track\u2026");
     auto* const dialog = window->findChild<TrackDialog*>();
-    ASSERT_TRUE(dialog && QTest::qWaitForWindowActive(dialog));
+    ASSERT_TRUE(dialog);
+    dialog->activateWindow();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return dialog->isActiveWindow(); }));
     auto const field = [&](char const* name) {
         for (auto* const each : dialog->findChildren<QLineEdit*>())
             if (each->accessibleName() == name) return each;
@@ -206,8 +208,9 @@ TEST_F(FilesTest, ATrackIsSeenBeforeItIsTaken) {
     type("First Frame", "1001");
     type("Size", "1280x720");
     EXPECT_EQ(dialog->choice().span()->first, 1001);
-    type("Corners", "lr,ll,ur,ul");
+    type("Corners", "ur,ul,lr,ll");
     ASSERT_FALSE(dialog->choice().warnings().empty());
+    QTest::qWait(0);  // new rows are shown then
     auto const fixes = dialog->findChildren<QPushButton*>();
     auto const fix = std::find_if(fixes.begin(), fixes.end(), [](QPushButton const* button) {
         return button->text().contains("--corners") && button->isVisibleTo(button->window());
