@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "Transform/Common/PopupEntries.h"
 #include "apps/viewer/model/scene_values.h"
 #include "zelk/render/frame_stages.h"
 #include "zelk/render/host_errors.h"
@@ -24,6 +25,18 @@ std::uint64_t nextNumber() {
     static std::atomic<std::uint64_t> number = 0;
     return ++number;
 }
+
+/// Runs at the end of a scope, however that comes.
+class ScopeEnd {
+public:
+    explicit ScopeEnd(std::function<void()> act) : m_act(std::move(act)) {}
+    ~ScopeEnd() { m_act(); }
+    ScopeEnd(ScopeEnd const&) = delete;
+    ScopeEnd& operator=(ScopeEnd const&) = delete;
+
+private:
+    std::function<void()> m_act;
+};
 
 int lastFrameOf(Comp const& comp) { return comp.startFrame + comp.durationFrames - 1; }
 
@@ -84,6 +97,7 @@ void Document::openStages(Scene const& scene, int frame) {
         defaultsOf(scene, stages->host().parameters(), stages->layerSize(), stages->frameSize());
     m_session = std::move(session);  // before the host that it works on goes
     m_stages = std::move(stages);
+    m_overlayMode.reset();
 }
 
 void Document::save() {
@@ -223,6 +237,7 @@ bool Document::endAct() {
 void Document::cancelAct() {
     if (!m_act) return;
     if (m_session->isDragging()) withUserErrors([&] { m_session->release({}); });
+    freeOverlayMode();
     State const before = std::exchange(m_act, std::nullopt)->before;
     if (before.revision == m_now.revision) return;
     show(before);
@@ -233,6 +248,10 @@ void Document::cancelAct() {
 bool Document::click(Panel const& panel, MouseEvent const& mouse) {
     if (!hasOverlay() || m_act) return false;
     m_session->panel() = panel;
+    holdOverlayMode();
+    ScopeEnd const end([this] {
+        if (!m_session->isDragging()) freeOverlayMode();
+    });
     if (!withUserErrors([&] { return m_session->click(mouse); })) return false;
     beginAct(mouse.modifiers & PF_Mod_SHIFT_KEY ? "Scale pins" : "Move pins");
     return true;
@@ -250,6 +269,7 @@ bool Document::release(MouseEvent const& mouse) {
         moved = m_session->release(mouse);
         return true;
     });
+    freeOverlayMode();
     if (moved) return endAct();
     cancelAct();
     return false;
@@ -257,8 +277,29 @@ bool Document::release(MouseEvent const& mouse) {
 
 void Document::drawOverlay(Panel const& panel) {
     m_session->panel() = panel;
+    bool const isHeld = m_overlayMode.has_value();
+    if (!isHeld) holdOverlayMode();
+    ScopeEnd const end([&] {
+        if (!isHeld) freeOverlayMode();
+    });
     withUserErrors([&] { m_session->draw(); });
 }
+
+/// For as long as the effect draws, or has the mouse. No act of the user: the scene keeps its own.
+void Document::holdOverlayMode() {
+    if (!m_overlayPins || m_overlayMode) return;
+    PF_ParamDef& mode = parameterIn(host().parameters(), kParamOverlayMode).current;
+    m_overlayMode = numberOf(mode);
+    setNumber(mode, hostEntry(*m_overlayPins == TrackedPins::kTo ? kShowToPins : kShowFromPins));
+}
+
+void Document::freeOverlayMode() {
+    if (!m_overlayMode) return;
+    setNumber(parameterIn(host().parameters(), kParamOverlayMode).current, *m_overlayMode);
+    m_overlayMode.reset();
+}
+
+QuadMap Document::mapHere() const { return m_stages->mapAt(m_frame); }
 
 bool Document::hasOverlay() const { return host().registeredCustomUi(); }
 

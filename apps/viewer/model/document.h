@@ -25,6 +25,7 @@
 #include <vector>
 
 #include "hostkit/edit_session.h"
+#include "zelk/render/quad_map.h"
 #include "zelk/scene/scene.h"
 
 namespace zelk {
@@ -128,6 +129,11 @@ public:
     void drawOverlay(Panel const& panel);
     /// The effect has an overlay for the scene's host.
     bool hasOverlay() const;
+    /// From the next drawOverlay or click on the effect has that quad alone in its panel, where the
+    /// two quads don't lie in one picture; nothing: what Overlay Mode says.
+    void limitOverlay(std::optional<TrackedPins> pins) { m_overlayPins = pins; }
+    /// Between layer and frame at the frame that is looked at.
+    QuadMap mapHere() const;
 
     bool undo();
     bool redo();
@@ -162,6 +168,8 @@ private:
     void saveTo(std::filesystem::path const& project, bool mayReplace);
     void tell(DocumentChange const& change) const;
     Host& host() const;
+    void holdOverlayMode();
+    void freeOverlayMode();
 
     std::filesystem::path m_module;
     std::unique_ptr<FrameStages> m_stages;
@@ -174,6 +182,8 @@ private:
     std::vector<Step> m_steps;
     std::size_t m_done = 0;  ///< steps up to here are done, the rest undone
     std::optional<OpenAct> m_act;
+    std::optional<TrackedPins> m_overlayPins;
+    std::optional<double> m_overlayMode;  ///< the scene's, while the effect is told another one
     std::vector<std::function<void(DocumentChange const&)>> m_listeners;
 };
 
