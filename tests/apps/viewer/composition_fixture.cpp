@@ -102,7 +102,8 @@ QImage CompositionTest::pictureOf(QImage const& shot) {
 QImage CompositionTest::rendered() {
     std::string const project = folder.at("now.zelk.json"), file = folder.at("now.png");
     writeScene(document.scene(), project, true);
-    QStringList const words = {"render", "--project",
+    QStringList const words = {"render",
+                               "--project",
                                QString::fromStdString(project),
                                "--frames",
                                QString::number(document.frame()),

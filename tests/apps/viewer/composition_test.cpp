@@ -69,14 +69,16 @@ TEST_F(CompositionTest, ChannelsAreThoseOfTheFile) {
         int (*value)(QRgb);
     };
     for (View const& view :
-         {View{"Red", qRed}, {"Green", qGreen}, {"Blue", qBlue}, {"Alpha", qAlpha},
+         {View{"Red", qRed},
+          {"Green", qGreen},
+          {"Blue", qBlue},
+          {"Alpha", qAlpha},
           {"Luminance", [](QRgb p) {
                return (2126 * qRed(p) + 7152 * qGreen(p) + 722 * qBlue(p) + 5000) / 10000;
            }}}) {
         choose(view.command);
-        QImage const shown = pictureOf(shot()), expected = made(file, [&](QRgb p) {
-            return grey(view.value(p));
-        });
+        QImage const shown = pictureOf(shot()),
+                     expected = made(file, [&](QRgb p) { return grey(view.value(p)); });
         EXPECT_EQ(differenceOf(shown, expected), "") << view.command;
         choose(view.command);
     }
@@ -96,12 +98,17 @@ TEST_F(CompositionTest, TheWipeShowsWhatWasBeforeLeftOfItsLine) {
     EXPECT_NEAR(canvas().look().wipeFrac, (320 + 60 * density()) / 640, 1e-9);
     int const at = static_cast<int>(canvas().map().toPanel({320 + 60 * density(), 0}).x);
     int const aside = static_cast<int>(3 * density());
-    ASSERT_TRUE(QTest::qWaitFor([&] { return shot().pixel(at - 80, 300) == before.pixel(at - 80, 300); }));
+    ASSERT_TRUE(
+        QTest::qWaitFor([&] { return shot().pixel(at - 80, 300) == before.pixel(at - 80, 300); }));
     QImage const wiped = shot();
     int const height = wiped.height() - 60 * int(density());  // above the grip
-    EXPECT_EQ(differenceOf(wiped.copy(0, 0, at - aside, height), before.copy(0, 0, at - aside, height)), "");
+    EXPECT_EQ(
+        differenceOf(wiped.copy(0, 0, at - aside, height), before.copy(0, 0, at - aside, height)),
+        "");
     int const rest = wiped.width() - at - aside;
-    EXPECT_EQ(differenceOf(wiped.copy(at + aside, 0, rest, height), after.copy(at + aside, 0, rest, height)), "");
+    EXPECT_EQ(differenceOf(wiped.copy(at + aside, 0, rest, height),
+                           after.copy(at + aside, 0, rest, height)),
+              "");
     EXPECT_EQ(document.undoName(), "");
 }
 
@@ -115,11 +122,11 @@ TEST_F(CompositionTest, TheReadoutHasTheFilesValuesAndBothPlaces) {
         QPoint const place = placeOf({470, 190});
         mouse(QEvent::MouseMove, place);
         ASSERT_TRUE(QTest::qWaitFor([&] { return told.contains("R "); }, 10000));
-        PanelPoint const at = canvas().map().toPicture(
-            {place.x() * density(), place.y() * density()});
+        PanelPoint const at =
+            canvas().map().toPicture({place.x() * density(), place.y() * density()});
         QRgb const pixel = rendered().pixel(int(at.x), int(at.y));
-        EXPECT_TRUE(told.contains(QString("R %1  G %2  B %3")
-                                      .arg(qRed(pixel)).arg(qGreen(pixel)).arg(qBlue(pixel))))
+        EXPECT_TRUE(told.contains(
+            QString("R %1  G %2  B %3").arg(qRed(pixel)).arg(qGreen(pixel)).arg(qBlue(pixel))))
             << told.toStdString();
         EXPECT_TRUE(told.startsWith(QString("frame %1, ").arg(at.x, 0, 'f', 1)));
         auto const layer = mapped(document.mapHere().toLayer, {at.x, at.y});

@@ -213,7 +213,8 @@ TEST_F(FilesTest, ATrackIsSeenBeforeItIsTaken) {
     QTest::qWait(0);  // new rows are shown then
     auto const fixes = dialog->findChildren<QPushButton*>();
     auto const fix = std::find_if(fixes.begin(), fixes.end(), [](QPushButton const* button) {
-        return button->text().contains("--corners") && button->isVisibleTo(button->window());
+        return button->text() == "Correct: Corners ul,ur,ll,lr" &&
+               button->isVisibleTo(button->window());
     });
     ASSERT_NE(fix, fixes.end());
     QTest::keyClick(*fix, Qt::Key_Space);

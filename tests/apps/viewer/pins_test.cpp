@@ -37,7 +37,8 @@ protected:
         textBefore = text();
         valuesBefore.assign(1, {});
         for (int i = 1; i < kParameterCount; ++i)
-            valuesBefore.push_back(document.parameter(i).hasValue() ? document.valueOf(i) : KeyValue());
+            valuesBefore.push_back(document.parameter(i).hasValue() ? document.valueOf(i)
+                                                                    : KeyValue());
     }
 
     std::string textBefore;
@@ -96,12 +97,16 @@ TEST_P(PinsTest, TheQuadGoesWhereTheCommandPutsIt) {
         EXPECT_EQ(document.undoName(), scales ? "Scale pins" : "Move pins");
         auto const panelPixel = [&](QPoint at) {
             PanelPoint const pan = canvas().map().pan();
-            return QString("%1,%2").arg(int(at.x() * density() - pan.x)).arg(
-                int(at.y() * density() - pan.y));
+            return QString("%1,%2")
+                .arg(int(at.x() * density() - pan.x))
+                .arg(int(at.y() * density() - pan.y));
         };
-        QStringList words = {"drag", QString::fromStdString(project), "--from", panelPixel(from),
-                             "--to", panelPixel(to), "--zoom", QString::number(zoom()), "--frame",
-                             "24", "--module", ZELK_MODULE};
+        QStringList words = {"drag",     QString::fromStdString(project),
+                             "--from",   panelPixel(from),
+                             "--to",     panelPixel(to),
+                             "--zoom",   QString::number(zoom()),
+                             "--frame",  "24",
+                             "--module", ZELK_MODULE};
         if (scales) words << "--shift";
         ASSERT_EQ(QProcess::execute(ZELK_BINARY, words), 0);
         Document command{ZELK_MODULE};
@@ -147,7 +152,9 @@ TEST_F(CompositionTest, SnappingFindsCornersMiddlesAndWholePixels) {
     struct Case {
         PanelPoint to, expected;
     };
-    for (Case const& snap : {Case{{3, -4}, {0, 0}}, {{638, 5}, {640, 0}}, {{322, 424}, {320, 427}},
+    for (Case const& snap : {Case{{3, -4}, {0, 0}},
+                             {{638, 5}, {640, 0}},
+                             {{322, 424}, {320, 427}},
                              {{5, 210}, {0, 213.5}}}) {
         drag(from, placeOf(snap.to), {}, Qt::ControlModifier);
         EXPECT_EQ(valueOf(kToPins), snap.expected);
