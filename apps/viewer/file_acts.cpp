@@ -4,6 +4,7 @@
 #include <QAction>
 
 #include "apps/viewer/model/opened_file.h"
+#include "apps/viewer/model/scene_inputs.h"
 #include "zelk/scene/edits.h"
 #include "zelk/text/errors.h"
 
@@ -101,6 +102,7 @@ void FileActs::startWith(fs::path const& layer) {
     Scene scene;
     sceneEdit("layer").apply(scene, "the layer", meant.string());
     scene.options.clear();
+    if (fs::path(scene.layer.file.written).is_absolute()) scene.layer.file = pathIn(scene, meant);
     document().start(std::move(scene));
 }
 

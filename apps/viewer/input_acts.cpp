@@ -60,7 +60,7 @@ ViewerCommands InputActs::commands() {
                         },
                         [this] { return document().isOpen(); }};
     auto const isMissing = [this] {
-        return document().isOpen() && !missingFiles(document().scene()).empty();
+        return !m_services.notices->text("missing").isEmpty();
     };
     return {importCommand(InputKind::kLayer, "Layer", "The picture that is pinned"),
             importCommand(InputKind::kPlate, "Plate", "The picture that it is laid over"),

@@ -89,6 +89,8 @@ void ViewerWindow::makeStatusLine() {
     m_memory->setAccessibleName("Memory of pictures that are kept");
     m_memory->setToolTip("What the pictures that are kept take");
     m_memory->hide();
+    connect(m_composition, &CompositionPanel::messageChanged, this,
+            [this](QString const& sentence) { statusBar()->showMessage(sentence); });
     statusBar()->addPermanentWidget(m_facts);
     statusBar()->addPermanentWidget(m_memory);
     connect(m_composition, &CompositionPanel::messageChanged, this,
@@ -201,6 +203,7 @@ void ViewerWindow::follow(DocumentChange const& change) {
     if (change.state) showTitle();
     if (change.inputs || change.frame) showFacts();
     showWarnings();
+    if (change.inputs || change.state) m_menus->update();
 }
 
 void ViewerWindow::showTitle() {

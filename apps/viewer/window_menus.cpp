@@ -15,8 +15,8 @@ namespace {
 
 /// Menus of other names stand before the last two.
 QStringList const& menuOrder() {
-    static QStringList const order = {"File", "Edit",     "Composition", "Pins",   "Layer",
-                                      "View", "Timeline", "Playback",    "Window", "Help"};
+    static QStringList const order = {"File", "Edit", "Composition", "Pins",   "Parameters", "Keys",
+                                      "View", "Play", "Timeline",    "Window", "Help"};
     return order;
 }
 

@@ -92,6 +92,7 @@ private:
         bool const areTwo =
             m_scene.tracks.size() > 1 && !(m_scene.tracks[0].reading == m_scene.tracks[1].reading);
         obstacle(areTwo, "two tracks that are read differently");
+        obstacle(m_scene.isInverted, "what an inverted scene had before");
         for (SceneInput const* input : inputs())
             obstacle(input->buffer != nullptr, "a picture in memory");
     }
@@ -121,8 +122,6 @@ private:
         if (m_scene.keepsOrientation) add("orientation", "raw");
         if (m_scene.dropsOverscan) add("overscan", "drop");
         addIf("channels", m_scene.channels);
-        addIf("codec", m_scene.codec);
-        addIf("quality-level", m_scene.codecQuality);
     }
 
     void addTracks() {

@@ -22,8 +22,8 @@ struct SceneAsEdits {
     std::string obstacle = {};  ///< empty: they make it
 };
 
-/// The scene from nothing, without output and frames; names start at no folder. `frame` is the size
-/// of its frame.
+/// The scene from nothing, without frames, output and a movie's codec; names start at no folder.
+/// `frame` is the size of its frame.
 SceneAsEdits editsOf(Scene const& scene, PixelSize frame);
 
 }  // namespace zelk

@@ -47,7 +47,7 @@ void filter(QTreeWidget& list, QString const& word) {
 ShortcutsDialog::ShortcutsDialog(ViewerCommands const& commands, QWidget* parent)
     : QDialog(parent) {
     setWindowTitle("Keyboard Shortcuts");
-    resize(760, 640);
+    resize(900, 680);
     auto* const word = new QLineEdit(this);
     word->setPlaceholderText("Find");
     word->setAccessibleName("Find");
@@ -57,10 +57,14 @@ ShortcutsDialog::ShortcutsDialog(ViewerCommands const& commands, QWidget* parent
     list->setRootIsDecorated(false);
     list->setAlternatingRowColors(true);
     for (ViewerCommand const& command : commands)
-        if (!command.name.isEmpty())
-            new QTreeWidgetItem(
-                groupOf(*list, QString(command.menu).replace("/", " \u203a ")),
+        if (!command.name.isEmpty()) {
+            QTreeWidgetItem* const group =
+                groupOf(*list, QString(command.menu).replace("/", " \u203a "));
+            auto* const item = new QTreeWidgetItem(
+                group,
                 {command.name, command.keys.toString(QKeySequence::NativeText), command.help});
+            item->setToolTip(2, command.help);
+        }
     list->expandAll();
     list->header()->resizeSection(0, 240);
     list->header()->resizeSection(1, 130);

@@ -64,6 +64,7 @@ TrackDialog::TrackDialog(Document const& document, std::filesystem::path const& 
     auto* const rows = new QVBoxLayout(this);
     rows->addLayout(columns, 1);
     rows->addWidget(buttons);
+    resize(1120, 640);
     showChoice();
     m_service = std::make_unique<FrameService>([this](SharedFrame const& frame) {
         if (!frame->error.empty()) return;
@@ -75,7 +76,10 @@ TrackDialog::TrackDialog(Document const& document, std::filesystem::path const& 
     m_service->ask(document.snapshot(), view);
 }
 
-TrackDialog::~TrackDialog() = default;
+/// A field that loses the focus to the end would ask for the choice, which is gone by then.
+TrackDialog::~TrackDialog() {
+    for (QLineEdit* const field : {m_size, m_order, m_firstFrame, m_shift}) field->disconnect(this);
+}
 
 void TrackDialog::addField(QFormLayout& form, QString const& name, QLineEdit*& field,
                            QString const& placeholder, QString const& help) {
@@ -89,7 +93,7 @@ void TrackDialog::addField(QFormLayout& form, QString const& name, QLineEdit*& f
 
 QWidget* TrackDialog::makeForm() {
     auto* const side = new QWidget(this);
-    side->setFixedWidth(330);
+    side->setFixedWidth(390);
     auto* const rows = new QVBoxLayout(side);
     rows->setContentsMargins(8, 0, 0, 0);
     m_facts = new QLabel(side);

@@ -70,8 +70,12 @@ Edits exportEdits(Scene const& scene, ExportEdits const& asked) {
     std::string const frames = asked.frames.empty() ? scene.frames.value_or("") : asked.frames;
     Edits edits = {{"output", output.empty() ? "" : absoluteText(output)}};
     if (!frames.empty()) edits.push_back({"frames", frames});
-    if (asked.codec) edits.push_back({"codec", *asked.codec});
-    if (asked.quality) edits.push_back({"quality-level", *asked.quality});
+    bool const isMovie = containerOf(output) != nullptr;
+    auto const codec = asked.codec ? asked.codec : scene.codec;
+    if (isMovie && codec) edits.push_back({"codec", *codec});
+    if (isMovie && asked.quality) edits.push_back({"quality-level", *asked.quality});
+    if (isMovie && !asked.quality && scene.codecQuality)
+        edits.push_back({"quality-level", fmt::format("{}", *scene.codecQuality)});
     if (asked.channels) edits.push_back({"channels", *asked.channels});
     if (asked.depth) edits.push_back({"depth", *asked.depth});
     return edits;

@@ -1,6 +1,9 @@
 // See track_choice.h.
 #include "apps/viewer/model/track_choice.h"
 
+#include <fmt/format.h>
+
+#include <cctype>
 #include <cmath>
 #include <utility>
 
@@ -12,6 +15,32 @@
 #include "zelk/tracks/check.h"
 
 namespace zelk {
+
+namespace {
+
+std::string capitalized(std::string text) {
+    if (!text.empty())
+        text[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(text[0])));
+    return text;
+}
+
+/// What a reading says otherwise than another one.
+std::string changeText(TrackReading const& from, TrackReading const& to) {
+    std::vector<std::string> parts;
+    if (to.format != from.format) parts.push_back("Form " + to.format.value_or(""));
+    if (to.size != from.size)
+        parts.push_back(fmt::format("Size {}x{}", to.size->width, to.size->height));
+    if (to.order != from.order) parts.push_back("Corners " + to.order.value_or(""));
+    if (to.flipsY != from.flipsY)
+        parts.push_back(to.flipsY ? "y is counted from below" : "y is counted from above");
+    if (to.firstFrame != from.firstFrame)
+        parts.push_back(fmt::format("First Frame {}", *to.firstFrame));
+    if (to.shiftFrames != from.shiftFrames)
+        parts.push_back(fmt::format("Shift {}", *to.shiftFrames));
+    return fmt::format("{}", fmt::join(parts, ", "));
+}
+
+}  // namespace
 
 TrackChoice::TrackChoice(Scene const& scene, std::filesystem::path file, PixelSize frame,
                          PixelSize layer)
@@ -42,10 +71,10 @@ void TrackChoice::read() {
     PixelSize const pinned = m_pins == TrackedPins::kTo ? m_frame : m_layer;
     for (TrackIssue& issue :
          checkTrack(*m_use.track, {pinned, m_comp.startFrame, m_comp.timeBase.step})) {
-        TrackWarning warning{std::move(issue.text), mended(m_reading, issue.fix), issue.fix};
-        if (issue.line > 0)
-            warning.text = "Line " + std::to_string(issue.line) + ": " + warning.text;
+        TrackWarning warning{capitalized(std::move(issue.text)), mended(m_reading, issue.fix), ""};
+        if (issue.line > 0) warning.text = fmt::format("Line {}: {}", issue.line, warning.text);
         if (warning.mended == m_reading) warning.mended.reset();
+        if (warning.mended) warning.mend = changeText(m_reading, *warning.mended);
         m_warnings.push_back(std::move(warning));
     }
 }

@@ -14,7 +14,7 @@ namespace zelk {
 struct TrackWarning {
     std::string text;
     std::optional<TrackReading> mended;  ///< a reading without it, where there is one
-    std::string mend;                    ///< what that is, in options: "--flip-y"
+    std::string mend;  ///< what that is, in the form's words: "Corners ul,ur,ll,lr"
 };
 
 class TrackChoice {

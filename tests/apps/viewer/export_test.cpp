@@ -33,6 +33,7 @@ protected:
     }
     ExportState ended() {
         EXPECT_TRUE(QTest::qWaitFor([&] { return !window->exportDialog()->isRunning(); }, 120000));
+        QTest::qWait(0);  // the dialog hears of it
         return window->exportDialog()->state();
     }
     static QString copied() { return QGuiApplication::clipboard()->text(); }
@@ -110,7 +111,7 @@ TEST_F(ExportTest, AnUnsavedSceneAsACommand) {
          {"quality", "best"},
          {"output-color", "linear"},
          {"depth", "16"}},
-        {{"size", "500x400"},
+        {{"size", "640x427"},
          {"holdout", path("rocket.jpg").toStdString()},
          {"opacity", "40"},
          {"channels", "rgb"},

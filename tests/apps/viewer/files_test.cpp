@@ -57,7 +57,7 @@ TEST_F(FilesTest, WhatCannotBeReadIsToldAndWhatWasOpenStays) {
     folder.put("bad.zelk.json", "{\"schema\": \"zelk-project\",\n \"version\": 1,\n oops}");
     names = {path("bad.zelk.json")};
     press("File/Open\u2026");
-    EXPECT_TRUE(error().contains("bad.zelk.json:3:")) << error().toStdString();
+    EXPECT_TRUE(error().contains("bad.zelk.json: not a JSON file at 3:2")) << error().toStdString();
     EXPECT_EQ(text(), before);
     EXPECT_EQ(document().file(), folder.at("move.zelk.json"));
 }
@@ -120,6 +120,9 @@ TEST_F(FilesTest, ADropAsksWhatItIsFor) {
     auto const drop = [&](char const* name) {
         QMimeData data;
         data.setUrls({QUrl::fromLocalFile(path(name))});
+        QDragEnterEvent enter({300, 300}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(window.get(), &enter);
+        EXPECT_TRUE(enter.isAccepted());
         QDropEvent event({300, 300}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
         QApplication::sendEvent(window.get(), &event);
     };
@@ -189,6 +192,8 @@ TEST_F(FilesTest, ATrackIsSeenBeforeItIsTaken) {
     press("File/Import/Track\u2026");
     auto* const dialog = window->findChild<TrackDialog*>();
     ASSERT_TRUE(dialog);
+    dialog->activateWindow();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return dialog->isActiveWindow(); }));
     auto const field = [&](char const* name) {
         for (auto* const each : dialog->findChildren<QLineEdit*>())
             if (each->accessibleName() == name) return each;
@@ -203,11 +208,13 @@ TEST_F(FilesTest, ATrackIsSeenBeforeItIsTaken) {
     type("First Frame", "1001");
     type("Size", "1280x720");
     EXPECT_EQ(dialog->choice().span()->first, 1001);
-    type("Corners", "lr,ll,ur,ul");
+    type("Corners", "ur,ul,lr,ll");
     ASSERT_FALSE(dialog->choice().warnings().empty());
+    QTest::qWait(0);  // new rows are shown then
     auto const fixes = dialog->findChildren<QPushButton*>();
     auto const fix = std::find_if(fixes.begin(), fixes.end(), [](QPushButton const* button) {
-        return button->text().contains("--corners") && button->isVisibleTo(button->window());
+        return button->text() == "Correct: Corners ul,ur,ll,lr" &&
+               button->isVisibleTo(button->window());
     });
     ASSERT_NE(fix, fixes.end());
     QTest::keyClick(*fix, Qt::Key_Space);

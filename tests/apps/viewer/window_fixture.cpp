@@ -14,7 +14,10 @@ std::string WindowTest::sceneTextOf(Document const& document) {
 WindowTest::WindowTest() : window(std::make_unique<ViewerWindow>(ZELK_MODULE)) {
     window->resize(1200, 800);
     window->show();
-    window->openFile(QString::fromStdString(exampleFile("move.zelk.json")));
+    // A copy: what is tested may save.
+    for (char const* name : {"chelsea.png", "rocket.jpg", "move.zelk.json"})
+        std::filesystem::copy(exampleFile(name), folder.at(name));
+    window->openFile(QString::fromStdString(folder.at("move.zelk.json").string()));
 }
 
 }  // namespace zelk
