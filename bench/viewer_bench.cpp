@@ -21,8 +21,8 @@
 #include <string_view>
 
 #include "Transform/Common/PopupEntries.h"
-#include "apps/viewer/model/draft_policy.h"
 #include "apps/viewer/model/frame_service.h"
+#include "apps/viewer/model/view_map.h"
 #include "bench/medians.h"
 #include "zelk/render/frame_renderer.h"
 #include "zelk/scene/edits.h"
@@ -112,20 +112,27 @@ private:
                            {true}};
 };
 
-PanelSight fit(PixelSize frame, PixelSize panel) {
-    PanelSight sight;
-    sight.picture = frame;
-    sight.visible = {0, 0, frame.width, frame.height};
-    sight.zoom =
-        std::min({1.0, double(panel.width) / frame.width, double(panel.height) / frame.height});
-    return sight;
+ViewMap fit(PixelSize frame, PixelSize panel) {
+    ViewMap map;
+    map.setPicture(frame);
+    map.setPanel(panel);
+    map.fit();
+    return map;
 }
 
-PanelSight oneToOne(PixelSize frame, PixelSize panel) {
-    PanelSight sight = fit(frame, frame);
-    int const left = (frame.width - panel.width) / 2, top = (frame.height - panel.height) / 2;
-    sight.visible = {left, top, left + panel.width, top + panel.height};
-    return sight;
+ViewMap oneToOne(PixelSize frame, PixelSize panel) {
+    ViewMap map = fit(frame, panel);
+    map.zoomAtCenter(1);
+    return map;
+}
+
+/// As the composition panel asks.
+PictureView viewFor(ViewMap const& map, bool isDraft) {
+    PictureView view;
+    view.reduce = map.reduce();
+    view.isDraft = isDraft;
+    if (isDraft) view.part = map.part(view.reduce);
+    return view;
 }
 
 /// The quad nearly fills the frame; a drag moves all of it a little.
@@ -144,7 +151,7 @@ struct Times {
 };
 
 /// Of drafts, and of full pictures at rest.
-Times timesOf(Document& document, Screen& screen, PanelSight const& sight, bool isDraft, int runs) {
+Times timesOf(Document& document, Screen& screen, ViewMap const& sight, bool isDraft, int runs) {
     Times times;
     static int step = 0;
     PixelSize const size = document.frameSize();
@@ -161,7 +168,8 @@ Times timesOf(Document& document, Screen& screen, PanelSight const& sight, bool 
 
 /// The draft without motion blur is the frame renderer's.
 void check(Document& document, Screen& screen, PixelSize size) {
-    PictureView const view = viewFor(fit(size, size), true);
+    PictureView view;
+    view.isDraft = true;
     World const& shown = screen.shown(document.snapshot(), view)->display;
     Scene still = document.scene();
     still.parameters.push_back(
@@ -193,7 +201,7 @@ void pixelTable(PixelSize size, int runs) {
             check(document, screen, size);
             std::string line =
                 fmt::format("{:20}{:7} {:9}", c.road, kDepths[static_cast<int>(c.depth)], quality);
-            for (PanelSight const& sight :
+            for (ViewMap const& sight :
                  {fit(size, kSmall), fit(size, kLarge), oneToOne(size, kSmall)})
                 line += timesOf(document, screen, sight, true, runs).text();
             line +=

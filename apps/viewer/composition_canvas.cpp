@@ -19,20 +19,6 @@ namespace {
 constexpr QColor kAround(38, 38, 38);
 constexpr int kRestMs = 120;
 
-/// 8 bits of any depth: cut, not rounded, as a screen's own tables do.
-World eightBits(World const& picture) {
-    World result({picture.width(), picture.height(), Depth::k8});
-    for (int y = 0; y < picture.height(); ++y) {
-        auto* to = result.rowAs<std::uint8_t>(y);
-        for (int i = 0; i < 4 * picture.width(); ++i)
-            to[i] = static_cast<std::uint8_t>(
-                picture.depth() == Depth::k16
-                    ? (picture.rowAs<std::uint16_t>(y)[i] * 255u + 16384) / 32768
-                    : std::lround(std::clamp(picture.rowAs<float>(y)[i], 0.0f, 1.0f) * 255));
-    }
-    return result;
-}
-
 QColor colorOf(KeyValue const& value) {
     return {static_cast<int>(value[1]), static_cast<int>(value[2]), static_cast<int>(value[3])};
 }
@@ -170,9 +156,7 @@ void CompositionCanvas::take(SharedFrame const& frame) {
 ShownImage CompositionCanvas::imageOf(SharedFrame const& frame, PixelLook const& look) const {
     ShownImage image;
     if (!frame || !frame->error.empty() || frame->display.width() < 1) return image;
-    World own;
-    if (frame->display.depth() != Depth::k8) own = eightBits(frame->display);
-    World const& display = own.width() > 0 ? own : frame->display;
+    World const& display = frame->display;
     image.pixels = QImage(display.width(), display.height(), QImage::Format_RGB32);
     image.isOpaque =
         showPixels(display, look, reinterpret_cast<std::uint32_t*>(image.pixels.bits()),

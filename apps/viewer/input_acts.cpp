@@ -59,9 +59,7 @@ ViewerCommands InputActs::commands() {
                             if (!file.isEmpty()) importTrack(pathOf(file));
                         },
                         [this] { return document().isOpen(); }};
-    auto const isMissing = [this] {
-        return !m_services.notices->text("missing").isEmpty();
-    };
+    auto const isMissing = [this] { return !m_services.notices->text("missing").isEmpty(); };
     return {importCommand(InputKind::kLayer, "Layer", "The picture that is pinned"),
             importCommand(InputKind::kPlate, "Plate", "The picture that it is laid over"),
             importCommand(InputKind::kMatte, "Matte", "What of the layer shows; moves with it"),

@@ -23,6 +23,7 @@ void Player::toggle() {
     TimeBase const& clock = m_document.scene().comp.timeBase;
     m_playback.start(m_document.frame(), double(clock.scale) / clock.step, now());
     m_document.setFrame(m_playback.frame());
+    m_shownAt = now();
     prefetchFrom(m_playback.frame());
     m_timer.start();
     emit changed();
@@ -45,13 +46,24 @@ void Player::goTo(int frame) {
 }
 
 void Player::tick() {
-    auto const frame = m_playback.advance(
-        now(), [this](int next) { return !m_source.isReady || m_source.isReady(next); });
+    auto const frame = m_playback.advance(now(), [this](int next) { return mayShow(next); });
     if (!m_playback.isPlaying()) return stop();
     if (!frame) return;
+    m_shownAt = now();
     m_document.setFrame(*frame);
     prefetchFrom(*frame);
     emit changed();
+}
+
+/// A frame that can't be rendered is not waited for for ever: it shows why.
+bool Player::mayShow(int frame) const {
+    constexpr double kPatienceSeconds = 5;
+    return !m_source.ready || !m_source.ready({frame}).empty() ||
+           now() - m_shownAt > kPatienceSeconds;
+}
+
+std::vector<int> Player::ready(std::vector<int> const& frames) const {
+    return m_source.ready ? m_source.ready(frames) : std::vector<int>();
 }
 
 void Player::prefetchFrom(int frame) {

@@ -14,8 +14,9 @@ namespace zelk {
 
 /// What plays asks of who renders.
 struct FrameSource {
-    std::function<bool(int frame)> isReady;                        ///< it is shown at once
-    std::function<void(std::vector<int> const& frames)> prefetch;  ///< in that order, if need be
+    using Frames = std::vector<int>;
+    std::function<Frames(Frames const& frames)> ready;   ///< those of them that show at once
+    std::function<void(Frames const& frames)> prefetch;  ///< in that order, if need be
 };
 
 class Player : public QObject {
@@ -26,7 +27,8 @@ public:
 
     /// Without one every frame is taken to be ready.
     void setSource(FrameSource source) { m_source = std::move(source); }
-    bool isReady(int frame) const { return m_source.isReady && m_source.isReady(frame); }
+    /// Those of the frames that are rendered; none without a source.
+    std::vector<int> ready(std::vector<int> const& frames) const;
 
     Playback& playback() { return m_playback; }
     void toggle();
@@ -42,11 +44,13 @@ private:
     void tick();
     double now() const { return static_cast<double>(m_clock.nsecsElapsed()) * 1e-9; }
     void prefetchFrom(int frame);
+    bool mayShow(int frame) const;
 
     Document& m_document;
     FrameSource m_source;
     Playback m_playback;
     QElapsedTimer m_clock;
+    double m_shownAt = 0;  ///< the frame that shows
     QTimer m_timer;
 };
 

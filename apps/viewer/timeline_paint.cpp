@@ -119,9 +119,12 @@ void TimelineView::paintRuler(QPainter& painter) const {
         painter.fillRect(QRectF(x, y, (to - from) * m_scale.pxPerFrame, height), color);
     };
     bar(playback.in(), playback.out() + 1., 17, 7, mixed(base, text, 0.35));
-    int const from = std::max(first, m_document.firstFrame());
-    for (int frame = from; frame <= std::min(last, m_document.lastFrame()); ++frame)
-        if (m_player.isReady(frame)) bar(frame, frame + 1., 26, 3, QColor(96, 158, 96));
+    std::vector<int> shown;
+    int const end = std::min(last, m_document.lastFrame());
+    for (int frame = std::max(first, m_document.firstFrame()); frame <= end; ++frame)
+        shown.push_back(frame);
+    for (int const frame : m_player.ready(shown))
+        bar(frame, frame + 1., 26, 3, QColor(96, 158, 96));
     painter.setClipping(false);
     painter.setPen(mixed(base, text, 0.6));
     painter.drawText(QRectF(8, 0, TimelineLook::kNamesPx - 16, TimelineLook::kRulerPx),

@@ -59,7 +59,7 @@ QWidget* TimelinePanel::transport() {
     };
     constexpr Mark kMarks[] = {
         {"First Frame", "|‹"}, {"Previous Key", "◆‹"}, {"Previous Frame", "‹"}, {"Play", "▶"},
-        {"Next Frame", "›"},  {"Next Key", "›◆"},     {"Last Frame", "›|"}};
+        {"Next Frame", "›"},   {"Next Key", "›◆"},     {"Last Frame", "›|"}};
     ViewerCommands const commands = playCommands();
     for (Mark const& mark : kMarks)
         for (ViewerCommand const& command : commands) {

@@ -10,8 +10,10 @@
 #include <QSettings>
 #include <QStackedWidget>
 #include <QStatusBar>
+#include <QTimer>
 #include <QUrl>
 #include <QVBoxLayout>
+#include <chrono>
 
 #include "apps/viewer/composition_panel.h"
 #include "apps/viewer/dialogs/export_dialog.h"
@@ -44,6 +46,7 @@ ViewerWindow::ViewerWindow(fs::path module, fs::path const& stateFolder)
     m_start = new StartPage(m_services, *m_files, this);
     makePanels();
     makeStatusLine();
+    connectPlay();
     addCommands();
     setAcceptDrops(true);
     m_document.onChange([this](DocumentChange const& change) { follow(change); });
@@ -87,19 +90,36 @@ void ViewerWindow::makeStatusLine() {
     m_memory = new QLabel(this);
     m_facts->setAccessibleName("Composition");
     m_memory->setAccessibleName("Memory of pictures that are kept");
-    m_memory->setToolTip("What the pictures that are kept take");
+    m_memory->setToolTip(
+        "Memory of the pictures that are kept, the most that it may become, and decoded inputs");
     m_memory->hide();
     connect(m_composition, &CompositionPanel::messageChanged, this,
             [this](QString const& sentence) { statusBar()->showMessage(sentence); });
     statusBar()->addPermanentWidget(m_facts);
     statusBar()->addPermanentWidget(m_memory);
-    connect(m_composition, &CompositionPanel::messageChanged, this,
-            [this](QString const& sentence) { statusBar()->showMessage(sentence); });
+    auto* const timer = new QTimer(this);
+    connect(timer, &QTimer::timeout, this, &ViewerWindow::showMemory);
+    timer->start(std::chrono::milliseconds(500));
 }
 
-void ViewerWindow::showMemory(QString const& text) {
-    m_memory->setText(text);
-    m_memory->setVisible(!text.isEmpty());
+void ViewerWindow::showMemory() {
+    FrameService const& frames = m_composition->frames();
+    auto const mb = [](std::uint64_t bytes) { return QString::number(bytes >> 20); };
+    m_memory->setText("pictures " + mb(frames.bytes()) + " of " + mb(frames.budget()) +
+                      " MB, inputs " + mb(frames.inputBytes()) + " MB");
+    m_memory->setVisible(m_document.isOpen());
+}
+
+/// What plays is what the composition panel shows.
+void ViewerWindow::connectPlay() {
+    m_timeline->setSource({[this](std::vector<int> const& frames) {
+                               return m_composition->frames().kept(m_document.snapshot(),
+                                                                   m_composition->view(), frames);
+                           },
+                           [this](std::vector<int> const& frames) {
+                               m_composition->frames().prefetch(m_document.snapshot(),
+                                                                m_composition->view(), frames);
+                           }});
 }
 
 void ViewerWindow::addCommands() {

@@ -57,8 +57,6 @@ public:
     /// The line that "Copy as Command" puts on the clipboard.
     void copyAsCommand();
     void showExport();
-    /// What the pictures that are kept take; empty for nothing to show.
-    void showMemory(QString const& text);
 
 protected:
     void closeEvent(QCloseEvent* event) override;
@@ -69,6 +67,8 @@ private:
     void makePanels();
     void addDock(QString const& name, QWidget* panel, Qt::DockWidgetArea area);
     void makeStatusLine();
+    void showMemory();
+    void connectPlay();
     void addCommands();
     ViewerCommands editCommands();
     ViewerCommands windowCommands();

@@ -1,7 +1,6 @@
 // See history.h.
 #include "apps/zelk/history.h"
 
-
 #include "zelk/text/errors.h"
 #include "zelk/text/shell_words.h"
 

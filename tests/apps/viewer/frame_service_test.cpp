@@ -8,7 +8,6 @@
 #include <deque>
 #include <random>
 
-#include "apps/viewer/model/draft_policy.h"
 #include "tests/support/temporary_folder.h"
 #include "zelk/scene/edits.h"
 #include "zelk/scene/parameter_names.h"
@@ -233,53 +232,6 @@ TEST(FrameCache, DraftsOfADragLeaveTheOthersAlone) {
     EXPECT_LE(cache.bytes(), cache.budget());
     cache.setBudget(0);
     EXPECT_EQ(cache.bytes(), 0u);
-}
-
-// No coarser than the screen, no more than is seen.
-TEST(DraftPolicy, AsksForWhatTheScreenCanShow) {
-    struct Case {
-        double zoom;
-        PixelRect visible;
-        int reduce;
-        std::optional<PixelRect> part;
-    };
-    PixelSize const frame = {1920, 1080};
-    Case const cases[] = {
-        {1, {0, 0, 1920, 1080}, 1, {}},
-        {2. / 3, {0, 0, 1920, 1080}, 1, {}},
-        {0.5, {-100, -50, 2000, 1100}, 2, {}},
-        {1. / 3, {0, 0, 1920, 1080}, 3, {}},
-        {0.34, {0, 0, 1920, 1080}, 2, {}},
-        {8, {100, 200, 260, 290}, 1, PixelRect{100, 200, 260, 290}},
-        {0.5, {101, 201, 402, 405}, 2, PixelRect{50, 100, 201, 203}},
-        {0, {0, 0, 1920, 1080}, 1080, {}},
-        {1, {-500, 0, -100, 1080}, 1, {}},
-    };
-    for (Case const& c : cases) {
-        PictureView const view =
-            viewFor({ShownPicture::kFrame, c.zoom, c.visible, frame, {}}, true);
-        EXPECT_EQ(view.reduce, c.reduce) << c.zoom;
-        PictureView expected = view;
-        expected.part = c.part;
-        EXPECT_EQ(view, expected) << c.zoom << " " << c.visible.left;
-        EXPECT_TRUE(view.isDraft);
-    }
-}
-
-TEST(DraftPolicy, RestsAHundredAndTwentyMillisecondsAfterTheLastChange) {
-    DraftPolicy policy;
-    DraftPolicy::Time const start{};
-    PanelSight const sight = {ShownPicture::kFrame, 1, {0, 0, 9, 9}, {9, 9}, {}};
-    policy.changed(start, false);
-    EXPECT_FALSE(policy.wanted(sight).isDraft);
-    EXPECT_EQ(policy.restDue(), std::nullopt);
-    policy.changed(start + 10ms, true);
-    policy.changed(start + 50ms, true);
-    EXPECT_TRUE(policy.wanted(sight).isDraft);
-    EXPECT_FALSE(policy.rest(start + 169ms));
-    EXPECT_TRUE(policy.rest(*policy.restDue()));
-    EXPECT_FALSE(policy.rest(start + 300ms));  // once
-    EXPECT_FALSE(policy.wanted(sight).isDraft);
 }
 
 }  // namespace
