@@ -138,7 +138,7 @@ void measure(Host& host, Size size, Depth depth, Case const& c, int runs) {
         }));
         World frame;
         module.push_back(
-            millisecondsOf([&] { frame = renderByModule(host, std::move(fresh), ask, moment); }));
+            millisecondsOf([&] { frame = renderByModule(host, fresh, ask, moment); }));
         if (depth != Depth::kFloat) continue;
         fresh = copyOf(layer);
         frame = World(layer.spec(), PixelMemory::Start::kAnything);

@@ -59,7 +59,7 @@ struct Effect {
     void render(int frame) {
         World layer(host.worldSpec(kWidth, kHeight, Depth::k8));
         ModuleRender const ask{"bench", {kWidth, kHeight}, Depth::k8, 1, false};
-        renderByModule(host, std::move(layer), ask, frameRequest(host.comp(), frame));
+        renderByModule(host, layer, ask, frameRequest(host.comp(), frame));
     }
     Host host;
 };

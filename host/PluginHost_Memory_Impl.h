@@ -95,6 +95,8 @@ public:
     void setResampleOptions(ResampleOptions const* options) { m_resampleOptions = options; }
     /// As lendsInput answers; false at first.
     void setLendsInput(bool lends) { m_lendsInput = lends; }
+    /// doAbort asks it: the user wants no more of the render. Empty, as at first, for never.
+    void setStop(std::function<bool()> isStopped) { m_isStopped = std::move(isStopped); }
     void setScale(double x, double y) { m_scaleX = x, m_scaleY = y; }
     /// `frameLength` is the layer's length in host time units.
     void setTime(TimeObject const& now, int frameLength = 0);
@@ -195,7 +197,7 @@ public:
     void SetAngleValue(int index, int, double& degrees) override { setAngle(index, degrees); }
 
     int progress(long, long) override { return 0; }
-    int doAbort() override { return 0; }
+    int doAbort() override { return m_isStopped && m_isStopped() ? 1 : 0; }
     PluginPath_API* getPathAPI() override { return m_path; }
     void setPathAPI(PluginPath_API* path) override { m_path = path; }
 
@@ -226,6 +228,7 @@ private:
     TimeObject m_now{0, 1, 1};
     int m_frameLength = 0;
     bool m_lendsInput = false;
+    std::function<bool()> m_isStopped;
     long m_application = 0;
     ResampleOptions const* m_resampleOptions = nullptr;
     double m_scaleX = 1, m_scaleY = 1;

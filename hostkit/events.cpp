@@ -19,6 +19,10 @@ CommandResult Host::event(PF_EventExtra& extra, FrameRequest const& frame) {
     return m_impl->run(PF_Cmd_EVENT, scene, true);
 }
 
+void Host::stopWhen(std::function<bool()> isStopped) {
+    m_impl->isStopped = std::move(isStopped);
+}
+
 void Host::setCurrentTool(A_u_char tool) { m_impl->currentTool = tool; }
 
 PF_EventExtra PanelEvents::record(A_long eventType) {

@@ -10,6 +10,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -150,6 +151,11 @@ public:
     /// of the part with the part's origin, or no image when nothing lies there.
     CommandResult smartRender(World* layer, World& output, PreRenderResult const& agreed,
                               FrameRequest const& frame);
+
+    /// Asked while a command runs, on its thread: true for a user who wants no more of it. `abort`
+    /// then answers so, and check-outs of parameters fail, so that an effect ends between two
+    /// samples of motion blur at the latest. Empty for never.
+    void stopWhen(std::function<bool()> isStopped);
 
     /// PF_Cmd_EVENT with the parameters at the frame's time and full resolution; values that the
     /// effect marks as changed are taken back. hostkit/events.h has what a user does.

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <deque>
+#include <functional>
 #include <map>
 #include <optional>
 #include <set>
@@ -80,6 +81,7 @@ struct Host::Impl {
     std::optional<Camera> camera;
     ProjectLedger project{monitor};
     A_u_char currentTool = 1;
+    std::function<bool()> isStopped;  ///< by the user; perhaps empty
 
     std::vector<Parameter> parameters;
     std::deque<std::string> texts;  ///< what the text pointers of parameters lead to

@@ -4,10 +4,15 @@
 namespace zelk {
 namespace {
 
+constexpr PF_Err kStoppedByUser = 1;
+
+bool isStopped(Host::Impl const& host) { return host.isStopped && host.isStopped(); }
+
 PF_Err giveParameter(Host::Impl& host, A_long index, Moment const& moment, PF_ParamDef* param) {
     if (!param) return PF_Err_BAD_CALLBACK_PARAM;
     Parameter const* const asked = findParameter(host.parameters, index);
     if (!asked) return PF_Err_INVALID_INDEX;
+    if (isStopped(host)) return kStoppedByUser;
     *param = host.parameterAt(*asked, moment);
     ++host.heldParameters[param];
     ++host.monitor.outstanding.parameters;
@@ -58,7 +63,9 @@ PF_Err addParam(PF_ProgPtr effectRef, A_long index, PF_ParamDef* def) {
 }
 
 PF_Err abortRequested(PF_ProgPtr effectRef) {
-    return answerCall("abort", effectRef, [](Host::Impl&) { return PF_Err_NONE; });
+    return answerCall("abort", effectRef, [](Host::Impl& host) {
+        return isStopped(host) ? kStoppedByUser : PF_Err_NONE;
+    });
 }
 
 PF_Err progress(PF_ProgPtr effectRef, A_long, A_long) {

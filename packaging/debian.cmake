@@ -55,6 +55,13 @@ set(CPACK_DEBIAN_ZELK_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_BINARY_DIR}/triggers
 set(CPACK_DEBIAN_ZELK_PACKAGE_DEPENDS fonts-dejavu-core)
 set(CPACK_DEBIAN_ZELK_PACKAGE_RECOMMENDS ffmpeg)
 
+zelk_package(zelk-viewer graphics "viewer and editor of Zelk Corner Pin"
+"Shows a corner pin as it is rendered, and edits it by mouse and keyboard: pins
+over the frame, parameters, keyframes, tracks, export. The command `zelk view`
+starts it.")
+set(CPACK_DEBIAN_ZELK-VIEWER_PACKAGE_DEPENDS "zelk (= ${version})")
+set(CPACK_DEBIAN_ZELK_PACKAGE_SUGGESTS zelk-viewer)
+
 zelk_package(libzelk-dev libdevel "library of Zelk Corner Pin, for C++ programs"
 "Renders scenes of a pinned picture into memory or to files: headers, static
 libraries and what find_package(zelk) reads.")

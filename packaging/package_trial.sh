@@ -53,6 +53,13 @@ grep -q '^super' fish.txt
 zsh -f zsh_trial.zsh 'zelk render --quality su' | tee zsh.txt
 grep -q -- '--quality super' zsh.txt
 
+if has zelk-viewer; then
+    say "the viewer"
+    zelk-viewer --version
+    QT_QPA_PLATFORM=offscreen timeout 4 zelk view "$examples/move.zelk.json" || [ $? -eq 124 ]
+else
+    zelk view "$examples/move.zelk.json" 2>&1 | grep -q 'its package is zelk-viewer'
+fi
 if has libzelk-dev; then
     say "a C++ program"
     cp -r /usr/share/doc/libzelk-dev/examples/cpp .

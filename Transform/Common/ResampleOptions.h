@@ -38,4 +38,7 @@ struct ResampleOptions {
     /// Width over height that Reposition's Rotate turns in, of a frame within a larger image; 0:
     /// the image's own.
     float frameAspect = 0;
+    /// Rows of the frame that are wanted, `wantedEnd` not among them; pixels of all others are
+    /// anything. The exact scan heeds it, in the pass that draws the frame. Empty for all rows.
+    std::int32_t wantedTop = 0, wantedEnd = 0;
 };

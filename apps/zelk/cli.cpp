@@ -7,8 +7,6 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
-#include <cctype>
-#include <cstring>
 #include <map>
 #include <span>
 #include <string_view>

@@ -17,6 +17,7 @@
 #include "apps/zelk/submit_job_commands.h"
 #include "apps/zelk/track_command.h"
 #include "apps/zelk/track_convert_command.h"
+#include "apps/zelk/view_command.h"
 
 namespace zelk {
 
@@ -25,6 +26,6 @@ using Command = std::variant<RenderCommand, ParamsCommand, ProjectNewCommand, Pr
                              ProjectCheckCommand, ProjectImportTrackCommand, OverlayCommand,
                              DragCommand, TrackCommand, TrackConvertCommand, FiltersCommand,
                              MapCommand, SubmitCommand, SubmitStatusCommand, SubmitResumeCommand,
-                             SubmitCancelCommand, SubmitTaskCommand, SubmitMovieCommand>;
+                             SubmitCancelCommand, SubmitTaskCommand, SubmitMovieCommand, ViewCommand>;
 
 }  // namespace zelk

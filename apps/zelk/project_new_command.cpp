@@ -3,17 +3,12 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
-
 #include "zelk/files/frame_names.h"
 #include "zelk/files/output_place.h"
 #include "zelk/files/standard_output.h"
-#include "zelk/inputs/input_files.h"
-#include "zelk/pictures/reader.h"
-#include "zelk/scene/clock.h"
 #include "zelk/scene/edits.h"
 #include "zelk/scene/file.h"
-#include "zelk/scene/inputs.h"
+#include "zelk/scene/new_comp.h"
 #include "zelk/scene/words.h"
 #include "zelk/text/errors.h"
 #include "zelk/text/numbers.h"
@@ -21,58 +16,6 @@
 namespace zelk {
 
 namespace fs = std::filesystem;
-
-namespace {
-
-/// Of an input over many frames; nothing for a single picture. Throws where a numbered one has
-/// none.
-std::vector<int> framesThere(InputFiles const& input) {
-    if (!input.isNumbered()) return {};
-    std::vector<int> frames = input.framesThere();
-    if (frames.empty())
-        throw UserError(ExitCode::kInput, {input.name(), "no such frames", "",
-                                           "files such as " + input.own(1).file.string()});
-    return frames;
-}
-
-/// The frames that a new composition shows, in any order: the plate's, else the layer's.
-std::vector<int> framesOf(Scene const& scene, SceneFiles const& files) {
-    if (scene.frames) return parseFrameRange("--frames", *scene.frames);
-    for (InputFiles const* input : {files.plate ? &*files.plate : nullptr, &files.layer}) {
-        auto frames = input ? framesThere(*input) : std::vector<int>();
-        if (!frames.empty()) return frames;
-    }
-    return {0};
-}
-
-/// Clock, length and size, as far as they are not given: those of the plate, else of the layer.
-void settleComp(Scene& scene, std::optional<PixelSize> const& size) {
-    SceneFiles const files(scene);
-    Comp& comp = scene.comp;
-    comp.timeBase = rateOf(scene, files);
-    if ((files.layer.isMovie() || (files.plate && files.plate->isMovie())) && !scene.movieStart)
-        scene.movieStart = 0;
-    auto const frames = framesOf(scene, files);
-    auto const [first, last] = std::minmax_element(frames.begin(), frames.end());
-    comp.startFrame = *first;
-    if (!keyTimeOf(comp, double(*last) + 1))
-        throw UserError(ExitCode::kUsage,
-                        {"--frames", "too far apart for the composition's clock:",
-                         fmt::format("{}-{}", *first, *last),
-                         fmt::format("at most {} frames", mostFramesOf(comp.timeBase))});
-    comp.durationFrames = *last - *first + 1;
-    if (size) {
-        comp.width = size->width;
-        comp.height = size->height;
-        return;
-    }
-    PictureReader const picture =
-        (files.plate ? *files.plate : files.layer).own(frames.front()).open();
-    comp.width = picture.width();
-    comp.height = picture.height();
-}
-
-}  // namespace
 
 CommandInfo const ProjectNewCommand::kInfo = {
     "project new", "Make a project file", "FILE --layer LAYER [OPTIONS]",
@@ -108,7 +51,7 @@ ExitCode ProjectNewCommand::run(Invocation const&) {
     if (m_size) size = parseSize("--size", *m_size);
     static_cast<void>(SequenceName(scene.outputPath().string()));  // refuses a malformed mark
     requireNew(file, m_force);
-    settleComp(scene, size);
+    settleNewComp(scene, size);
     writeScene(scene, file, m_force);
     print(fmt::format("{}: {}\n", file.string(), compText(scene.comp)));
     return ExitCode::kDone;

@@ -6,7 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include "apps/drawing/screen_picture.h"
-#include "apps/zelk/track_plot.h"
+#include "apps/drawing/track_plot.h"
 #include "zelk/files/output_place.h"
 #include "zelk/files/standard_output.h"
 #include "zelk/inputs/input_files.h"

@@ -1,12 +1,12 @@
 // See program_call.h.
 #include "zelk/farm/program_call.h"
 
-#include <cctype>
 #include <cstring>
 #include <system_error>
 
 #include "zelk/movies/child_program.h"
 #include "zelk/text/errors.h"
+#include "zelk/text/shell_words.h"
 
 namespace zelk {
 
@@ -43,16 +43,6 @@ std::string callProgram(std::vector<std::string> const& words, std::string const
                     words[0] + " failed" +
                         (answer.words.empty() ? " without a reason" : ": " + answer.words) +
                         "; expected " + expected);
-}
-
-std::string shellWord(std::string const& word) {
-    bool isPlain = !word.empty();
-    for (unsigned char const c : word)
-        isPlain = isPlain && (std::isalnum(c) || (c != 0 && std::strchr("@%+=:,./_-", c)));
-    if (isPlain) return word;
-    std::string text = "'";
-    for (char const c : word) text += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    return text + "'";
 }
 
 std::string shellLine(std::vector<std::string> const& words) {

@@ -19,8 +19,7 @@ ProgramAnswer askProgram(std::vector<std::string> const& words, std::string cons
 std::string callProgram(std::vector<std::string> const& words, std::string const& package,
                         std::string const& expected);
 
-/// A word as a POSIX shell takes it, in single quotes unless all of it is plain.
-std::string shellWord(std::string const& word);
+/// Words as one line for a POSIX shell.
 std::string shellLine(std::vector<std::string> const& words);
 
 }  // namespace zelk

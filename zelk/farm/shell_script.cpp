@@ -5,6 +5,7 @@
 
 #include "zelk/farm/program_call.h"
 #include "zelk/farm/task_script.h"
+#include "zelk/text/shell_words.h"
 
 namespace zelk {
 

@@ -6,6 +6,7 @@
 #include "zelk/farm/program_call.h"
 #include "zelk/files/output_place.h"
 #include "zelk/files/text_file.h"
+#include "zelk/text/shell_words.h"
 
 namespace zelk {
 

@@ -39,7 +39,7 @@ std::shared_ptr<MovieFrames> movieOf(fs::path const& file) {
 InputFiles::InputFiles(fs::path const& name, MissingInput missing)
     : m_name(name), m_missing(missing) {
     m_movie = movieOf(name);
-    if (isMovieInput(name))
+    if (isMovieInput(name) && onDisk(name))
         m_movieFrames = m_movie ? m_movie->count() : PictureReader::countOf(name);
     if (!isPattern(name)) return;
     m_pattern.emplace(name.string());

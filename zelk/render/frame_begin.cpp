@@ -6,10 +6,12 @@
 #include <set>
 #include <utility>
 
+#include "Transform/Common/PopupEntries.h"
 #include "zelk/render/frame_stages.h"
 #include "zelk/render/setup.h"
 #include "zelk/scene/clock.h"
 #include "zelk/scene/parameter_names.h"
+#include "zelk/scene/parameter_values.h"
 #include "zelk/scene/refusal.h"
 #include "zelk/scene/track_use.h"
 #include "zelk/scene/values.h"
@@ -87,7 +89,7 @@ void FrameStages::begin(std::vector<int> const& frames) {
 }
 
 void FrameStages::beginAt(int frame) {
-    if (m_isStopped) throw UserError(ExitCode::kInterrupted, "the render was stopped");
+    if (isEnding()) throw stopped("");
     if (!m_files.isReadable(frame) && m_scene.missing == MissingInput::kStop)
         throw m_files.missingOf(frame).missing(frame).error();
     if (m_scene.hasComp) requireOnClock(m_scene.comp, frame, "frame");
@@ -169,14 +171,33 @@ FrameSpan FrameStages::shownSpan() const {
     return span;
 }
 
+void FrameStages::setValues(Scene scene, bool isBlurred) {
+    scene.comp.timeBase = m_scene.comp.timeBase;
+    m_scene = std::move(scene);
+    if (m_frames.empty()) return;
+    PixelMargins const overscan = m_sizes.overscan;
+    m_sizes = m_pictureSizes;
+    m_sizes.overscan = overscan;
+    settleValues(m_frames);
+    if (isBlurred) return;
+    Parameter& blur = parameterIn(m_host->parameters(), kParamMotionBlur);
+    setNumber(blur.current, hostEntry(kMotionBlurOff));
+    if (!blur.track().empty()) blur.editTrack().clear();
+}
+
 void FrameStages::settleValues(std::vector<int> const& frames) {
-    for (TrackUse const& use : m_scene.tracks) requireMeant(m_scene, use, shownSpan());
+    m_pictureSizes = m_sizes;
+    for (TrackUse const& use : m_scene.tracks) {
+        if (!frames.empty()) requireRead(use);
+        if (use.track) requireMeant(m_scene, use, shownSpan());
+    }
     setParameters(m_scene, *m_host, m_sizes.layer, m_sizes.frame);
     if (m_scene.fillsFrame && !m_scene.size) {
         m_sizes.frame = sizeOfQuad(m_host->parameters(), m_sizes.layer);
         setParameters(m_scene, *m_host, m_sizes.layer, m_sizes.frame);
     }
     for (TrackUse const& use : m_scene.tracks) {
+        if (!use.track) continue;
         PixelSize const pinned = use.pins == TrackedPins::kTo ? m_sizes.frame : m_sizes.layer;
         m_warnings.add(warningsOf(m_scene, use, {pinned, m_comp.startFrame, m_comp.timeBase.step}));
     }

@@ -47,65 +47,143 @@ ReadOptions FrameStages::plateReading() const {
             isHeld && channelsOf(m_scene) != OutputChannels::kAlpha};
 }
 
+/// By its key, or read now; kept where inputs are.
+template <class Read>
+std::shared_ptr<ReadInput> FrameStages::kept(std::string const& key, Read const& read) {
+    auto const input = m_kept ? m_kept->readOnce(key, read) : std::make_shared<ReadInput>(read());
+    m_warnings.add(input->warnings);
+    return input;
+}
+
 LoadedFrame FrameStages::load(int frame, int reduce, bool isForFile) {
     LoadedFrame loaded;
     if (m_explanation) loaded.explanation = std::make_shared<Explanation>(*m_explanation);
     if (m_explanation) loaded.explanation->clock.leaveOut();
     loaded.reduce = reduce * (isModule() ? 1 : downsample());
-    PictureTraits layer, plate;
-    std::vector<std::string> warnings;
-    loaded.matte = matteOf(m_scene, m_files, frame, m_sizes.layer, warnings);
-    loaded.layer = loadLayer(m_files.layer.pictureOf(frame), layer, loaded);
-    loaded.matte.reset();
+    PictureTraits plate;
+    loaded.layer = layerAt(frame, loaded.reduce);
+    loaded.ask = loaded.layer->ask;
     ReadOptions const how = isForFile ? plateReading() : ReadOptions{m_scene.keepsOrientation};
-    if (m_files.plate) loadPlate(m_files.plate->pictureOf(frame), plate, how, loaded);
-    loaded.holdout = holdoutOf(m_scene, m_files, frame, holdoutFrame(loaded.overscan), warnings);
-    m_warnings.add(warnings);
+    if (m_files.plate) loadPlate(frame, plate, how, loaded);
+    loaded.holdout = loadHoldout(frame, loaded.overscan);
     if (m_files.stMap) loaded.map = loadMap(m_files.stMap->pictureOf(frame), loaded.reduce);
-    settleOutput(layer, plate, loaded);
-    convertInputs(loaded);
+    settleOutput(loaded.layer->traits, plate, loaded);
+    convertInputs(frame, how, loaded);
     endStage("read", loaded.explanation.get());
     return loaded;
 }
 
-World FrameStages::loadLayer(std::optional<InputPicture> const& file, PictureTraits& traits,
-                             LoadedFrame& loaded) {
-    traits = m_layerTraits;
-    loaded.ask = m_ask;
-    loaded.ask.downsample *= loaded.reduce;
+/// All that the layer's pixels depend on, but for colour spaces.
+std::string FrameStages::layerKey(int frame, int reduce) const {
+    auto const matte = m_files.matte ? m_files.matte->pictureOf(frame) : std::nullopt;
+    auto const depth = m_scene.depth ? static_cast<int>(*m_scene.depth) : -1;
+    return fmt::format("layer {} {}x{} / {} {} {} {} {} {} {} matte {} {}",
+                       inputKey(m_files.layer.pictureOf(frame)), m_sizes.layer.width,
+                       m_sizes.layer.height, reduce, isModule(), depth, downsample(),
+                       m_scene.isPlain, static_cast<int>(m_scene.hostApp()),
+                       m_scene.module.string(), m_files.matte ? inputKey(matte) : "",
+                       m_scene.matte ? m_scene.matte->channel : "");
+}
+
+std::shared_ptr<ReadInput> FrameStages::layerAt(int frame, int reduce) {
+    auto const file = m_files.layer.pictureOf(frame);
+    return kept(m_kept ? layerKey(frame, reduce) : "",
+                [&] { return readLayerOf(file, frame, reduce); });
+}
+
+ReadInput FrameStages::readLayerOf(std::optional<InputPicture> const& file, int frame,
+                                   int reduce) const {
+    ReadInput read;
+    read.traits = m_layerTraits;
+    read.ask = m_ask;
+    read.ask.downsample *= reduce;
     if (!file) {
-        PixelSize const size =
-            reduced(m_sizes.layer, isModule() ? loaded.ask.downsample : loaded.reduce);
-        return isModule() ? World(m_host->worldSpec(size.width, size.height, m_ask.depth))
-                          : World({size.width, size.height, Depth::kFloat});
+        PixelSize const size = reduced(m_sizes.layer, isModule() ? read.ask.downsample : reduce);
+        read.picture = isModule() ? World(m_host->worldSpec(size.width, size.height, m_ask.depth))
+                                  : World({size.width, size.height, Depth::kFloat});
+        return read;
     }
+    auto const matte = matteOf(m_scene, m_files, frame, m_sizes.layer, read.warnings);
     PictureReader picture = openSized(*file, m_sizes.layer, file->how);
-    traits = picture.traits();
-    m_warnings.add(picture.warnings());
-    picture.setMatte(loaded.matte);
-    if (!isModule()) return associatedWorld(picture, loaded.reduce);
-    loaded.ask = moduleRenderOf(m_scene, *m_host, picture, loaded.reduce);
-    return readLayer(*m_host, picture, loaded.ask);
+    read.source = file->buffer;
+    read.traits = picture.traits();
+    for (std::string const& warning : picture.warnings()) read.warnings.push_back(warning);
+    picture.setMatte(matte);
+    if (isModule()) {
+        read.ask = moduleRenderOf(m_scene, *m_host, picture, reduce);
+        read.picture = readLayer(*m_host, picture, read.ask);
+    } else {
+        read.picture = associatedWorld(picture, reduce);
+    }
+    return read;
+}
+
+ReadInput FrameStages::readPlateOf(std::optional<InputPicture> const& file, ReadOptions const& how,
+                                   int reduce) const {
+    ReadInput read;
+    read.traits = m_plateTraits;
+    if (!file) {
+        PixelSize const size = reduced(m_sizes.frame, reduce);
+        read.picture = World({size.width, size.height, Depth::kFloat});
+        for (int y = 0; y < size.height; ++y)
+            for (int x = 0; x < size.width; ++x) read.picture.rowAs<float>(y)[4 * x] = 1;
+        return read;
+    }
+    PictureReader picture = openSized(*file, m_sizes.frame, how);
+    read.source = file->buffer;
+    read.traits = picture.traits();
+    for (std::string const& warning : picture.warnings()) read.warnings.push_back(warning);
+    if (how.keepsOverscan) read.overscan = picture.overscan();
+    read.picture = associatedWorld(picture, reduce);
+    return read;
+}
+
+std::shared_ptr<ReadInput> FrameStages::plateAt(int frame, ReadOptions const& how, int reduce) {
+    auto const file = m_files.plate->pictureOf(frame);
+    return kept(m_kept ? plateKey(frame, reduce) : "",
+                [&] { return readPlateOf(file, how, reduce); });
+}
+
+std::string FrameStages::plateKey(int frame, int reduce) const {
+    return fmt::format("plate {} {}x{} / {}", inputKey(m_files.plate->pictureOf(frame)),
+                       m_sizes.frame.width, m_sizes.frame.height, reduce);
 }
 
 /// Of one frame alone the rows wait in their file: nothing would be gained by keeping them.
-void FrameStages::loadPlate(std::optional<InputPicture> const& file, PictureTraits& traits,
-                            ReadOptions const& how, LoadedFrame& loaded) {
-    traits = m_plateTraits;
-    if (!file) {
-        PixelSize const size = reduced(m_sizes.frame, loaded.reduce);
-        World& black = loaded.plate.emplace(WorldSpec{size.width, size.height, Depth::kFloat});
-        for (int y = 0; y < black.height(); ++y)
-            for (int x = 0; x < black.width(); ++x) black.rowAs<float>(y)[4 * x] = 1;
+void FrameStages::loadPlate(int frame, PictureTraits& traits, ReadOptions const& how,
+                            LoadedFrame& loaded) {
+    auto const file = m_files.plate->pictureOf(frame);
+    if (!file || m_kept || m_inFlight > 1 || loaded.reduce > 1) {
+        loaded.plate = plateAt(frame, how, loaded.reduce);
+        traits = loaded.plate->traits;
+        loaded.overscan = loaded.plate->overscan;
         return;
     }
     PictureReader& picture = loaded.plateRows.emplace(openSized(*file, m_sizes.frame, how));
     traits = picture.traits();
     if (how.keepsOverscan) loaded.overscan = picture.overscan();
     m_warnings.add(picture.warnings());
-    if (m_inFlight == 1 && loaded.reduce == 1) return;
-    loaded.plate = associatedWorld(picture, loaded.reduce);
-    loaded.plateRows.reset();
+}
+
+std::shared_ptr<ChannelPlane const> FrameStages::loadHoldout(int frame,
+                                                             PixelMargins const& overscan) {
+    if (!m_files.holdout) return nullptr;
+    auto const read = [&] {
+        std::vector<std::string> warnings;
+        auto plane = holdoutOf(m_scene, m_files, frame, holdoutFrame(overscan), warnings);
+        m_warnings.add(warnings);
+        return plane;
+    };
+    if (!m_kept || !overscan.isNone()) return read();
+    std::string const key =
+        fmt::format("holdout {} {} {}x{}", inputKey(m_files.holdout->pictureOf(frame)),
+                    m_scene.holdout->channel, m_sizes.frame.width, m_sizes.frame.height);
+    if (auto kept = m_kept->find<ChannelPlane>(key)) return kept;
+    auto const plane = read();
+    if (plane)
+        m_kept->keep(key, std::const_pointer_cast<ChannelPlane>(plane),
+                     sizeof(float) * plane->values.size());
+    return plane;
 }
 
 /// One map mostly serves a whole shot: it is read again where its file has changed alone.
@@ -138,18 +216,47 @@ void FrameStages::settleOutput(PictureTraits const& layer, PictureTraits const& 
     m_conversions.add(loaded.colors.conversions);
 }
 
+namespace {
+
+/// Once: false for a picture that is in another space already, and has to be read again.
+bool convert(ReadInput& input, SharedTransform const& way, ColorSpace const& from,
+             ColorSpace const& to, AlphaForm form) {
+    bool const isDone = input.conversion.has_value();
+    if (!way) return !isDone;
+    std::pair const wanted(from, to);
+    if (isDone) return input.conversion == wanted;
+    way->apply(input.picture, form);
+    input.conversion = wanted;
+    return true;
+}
+
+}  // namespace
+
 /// To the working space. Rows of a plate that wait in their file are converted as they are read.
-void FrameStages::convertInputs(LoadedFrame& loaded) const {
+void FrameStages::convertInputs(int frame, ReadOptions const& how, LoadedFrame& loaded) {
     FrameColors const& colors = loaded.colors;
     if (loaded.explanation) {
         loaded.explanation->color = {colors.layer.name, colors.plate ? colors.plate->name : "",
                                      colors.work.name, colors.output.name, colors.conversions};
     }
-    if (colors.layerToWork)
-        colors.layerToWork->apply(loaded.layer,
-                                  isModule() ? AlphaForm::kStraight : AlphaForm::kAssociated);
-    if (colors.plateToWork && loaded.plate)
-        colors.plateToWork->apply(*loaded.plate, AlphaForm::kAssociated);
+    AlphaForm const form = isModule() ? AlphaForm::kStraight : AlphaForm::kAssociated;
+    auto const convertLayer = [&] {
+        return convert(*loaded.layer, colors.layerToWork, colors.layer, colors.work, form);
+    };
+    if (!convertLayer()) {
+        m_kept->drop(layerKey(frame, loaded.reduce));
+        loaded.layer = layerAt(frame, loaded.reduce);
+        convertLayer();
+    }
+    if (!loaded.plate) return;
+    auto const convertPlate = [&] {
+        return convert(*loaded.plate, colors.plateToWork, colors.plate.value_or(colors.work),
+                       colors.work, AlphaForm::kAssociated);
+    };
+    if (convertPlate()) return;
+    m_kept->drop(plateKey(frame, loaded.reduce));
+    loaded.plate = plateAt(frame, how, loaded.reduce);
+    convertPlate();
 }
 
 }  // namespace zelk

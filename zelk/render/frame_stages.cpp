@@ -9,6 +9,7 @@
 
 #include "Transform/Common/PixelMemory.h"
 #include "Transform/Common/PopupEntries.h"
+#include "Transform/Common/Transform_Core_Render/PassPlan.h"
 #include "hostkit/pixel_ops.h"
 #include "zelk/pictures/buffer_input.h"
 #include "zelk/pictures/png_data.h"
@@ -105,7 +106,10 @@ FrameRequest FrameStages::momentOf(int frame) const {
 void FrameStages::requireReduced(int reduce) const {
     int most = std::min(m_sizes.layer.width, m_sizes.layer.height);
     if (!isModule()) most = std::min({most, m_sizes.frame.width, m_sizes.frame.height});
-    most /= downsample();
+    requireReduction(reduce, most / downsample());
+}
+
+void requireReduction(int reduce, int most) {
     if (reduce >= 1 && reduce <= most) return;
     throw UserError(ExitCode::kUsage, {"preview", "can't be reduced by", std::to_string(reduce),
                                        fmt::format("a whole number from 1 to {}", most)});
@@ -114,18 +118,29 @@ void FrameStages::requireReduced(int reduce) const {
 World FrameStages::world(int frame, PreviewOptions const& options) {
     beginAt(frame);
     requireReduced(options.reduce);
-    RenderedFrame rendered = render(frame, load(frame, options.reduce, false));
+    LoadedFrame loaded = load(frame, options.reduce, false);
+    loaded.part = options.part;
+    return finished(render(frame, std::move(loaded)));
+}
+
+World FrameStages::finished(RenderedFrame rendered) const {
     World& picture = rendered.picture;
     if (!isModule()) makeStraight(picture);
     if (m_scene.color.output && rendered.colors.workToOutput)
         rendered.colors.workToOutput->apply(picture, AlphaForm::kStraight);
-    if (!options.part) return std::move(picture);
-    auto const [left, top, right, bottom] = *options.part;
-    picture.setOrigin(0, 0);
-    World part = partOf(picture, {left, top, right, bottom});
-    if (part.width() < 1 || part.height() < 1)
-        throw UserError(ExitCode::kUsage, "preview: the part lies outside the picture");
-    return part;
+    return std::move(picture);
+}
+
+void FrameStages::watch(std::atomic<bool> const* isStopped) {
+    m_watched = isStopped;
+    if (isStopped)
+        m_host->stopWhen([this] { return isEnding(); });
+    else
+        m_host->stopWhen({});
+}
+
+UserError FrameStages::stopped(std::string const& after) const {
+    return {ExitCode::kInterrupted, "the render was stopped" + after};
 }
 
 World FrameStages::shown(int frame, Shown what, std::optional<std::string> const& view,
@@ -195,9 +210,34 @@ PixelSize FrameStages::outputSize() const { return pinFrameOf(m_ask, downsample(
 RenderedFrame FrameStages::render(int frame, LoadedFrame loaded) {
     if (loaded.explanation) loaded.explanation->clock.leaveOut();
     FrameRequest const moment = frameRequest(m_comp, frame);
-    World picture =
-        isModule() ? renderedByModule(loaded, moment) : renderedInMemory(loaded, moment);
-    return {std::move(picture), loaded.file, std::move(loaded.colors), loaded.explanation};
+    try {
+        World picture =
+            isModule() ? renderedByModule(loaded, moment) : renderedInMemory(loaded, moment);
+        AlphaForm const form = isModule() ? AlphaForm::kStraight : AlphaForm::kAssociated;
+        return {std::move(picture), form, wholeOf(loaded), loaded.file, std::move(loaded.colors),
+                loaded.explanation};
+    } catch (UserError const&) {
+        if (isEnding()) throw stopped(" within a frame");
+        throw;
+    }
+}
+
+PixelSize FrameStages::wholeOf(LoadedFrame const& loaded) const {
+    return pinFrameOf(loaded.ask, loaded.reduce, loaded.overscan).whole();
+}
+
+/// Cuts out what is wanted.
+PartOf FrameStages::cut(World& picture, std::optional<PixelRect> const& part) {
+    PartOf place = {{picture.width(), picture.height()}};
+    if (!part) return place;
+    picture.setOrigin(0, 0);
+    picture = partOf(picture, {part->left, part->top, part->right, part->bottom});
+    if (picture.width() < 1 || picture.height() < 1)
+        throw UserError(ExitCode::kUsage, "preview: the part lies outside the picture");
+    place.left = std::max(part->left, 0);
+    place.top = std::max(part->top, 0);
+    picture.setOrigin(0, 0);
+    return place;
 }
 
 World FrameStages::renderedByModule(LoadedFrame& loaded, FrameRequest const& moment) {
@@ -208,12 +248,25 @@ World FrameStages::renderedByModule(LoadedFrame& loaded, FrameRequest const& mom
         explanation->margin = {space.marginX, space.marginY};
     }
     plan(space, moment, loaded.ask.depth, explanation);
-    World picture = renderByModule(*m_host, std::move(loaded.layer), loaded.ask, moment);
+    World picture = renderByModule(*m_host, loaded.layer->picture, loaded.ask, moment);
+    loaded.layer.reset();
     endStage("render", explanation);
     if (explanation) explanation->covered = countCovered(picture);
+    PartOf const part = cut(picture, loaded.part);
     if (loaded.holdout)
-        holdOut(picture, AlphaForm::kStraight, *loaded.holdout, loaded.ask.downsample);
+        holdOut(picture, part, AlphaForm::kStraight, *loaded.holdout, loaded.ask.downsample);
     return picture;
+}
+
+/// Rows that nobody wants are left out, where none of them gets into another one.
+void FrameStages::limitRows(LoadedFrame const& loaded, ResampleOptions& resample) const {
+    int const quality =
+        entryOfHost(static_cast<int>(currentNumber(m_host->parameters(), kParamQuality)));
+    bool const isHeld = m_host->parameters()[kParamQuality].track().empty() && !softens(quality);
+    if (!loaded.part || loaded.plateRows || !loaded.overscan.isNone() || !isHeld) return;
+    int const height = m_sizes.frame.height / loaded.reduce;
+    resample.wantedTop = std::clamp(loaded.part->top, 0, height);
+    resample.wantedEnd = std::clamp(loaded.part->bottom, 0, height);
 }
 
 /// The pinned layer in the frame with its overscan. What has no place in the frame, as without To
@@ -227,13 +280,14 @@ World FrameStages::pinnedInMemory(LoadedFrame& loaded, FrameRequest const& momen
         map = loaded.map->frameMap();
         resample.map = &map;
     }
+    limitRows(loaded, resample);
     auto const rendered = [&](PixelMargins const& overscan) {
         PixelSize const whole = frame + overscan;
         World picture({whole.width, whole.height, Depth::kFloat}, PixelMemory::Start::kAnything);
         renderInMemory(
-            m_host->parameters(), loaded.layer, picture,
+            m_host->parameters(), loaded.layer->picture, picture,
             {{layer.width * n, layer.height * n}, {frame.width * n, frame.height * n}, overscan},
-            moment, m_scene.layer.name(), resample);
+            moment, m_scene.layer.name(), resample, [this] { return isEnding(); });
         return picture;
     };
     auto const parameters =
@@ -248,16 +302,20 @@ World FrameStages::renderedInMemory(LoadedFrame& loaded, FrameRequest const& mom
     plan(pinFrameOf(loaded.ask, loaded.reduce, loaded.overscan), moment, Depth::kFloat,
          explanation);
     World picture = pinnedInMemory(loaded, moment);
-    loaded.layer = World();
+    loaded.layer.reset();
     loaded.map.reset();
     endStage("render", explanation);
     if (explanation) explanation->covered = countCovered(picture);
-    if (loaded.holdout) holdOut(picture, AlphaForm::kAssociated, *loaded.holdout, loaded.reduce);
+    PartOf const part = cut(picture, loaded.plateRows ? std::nullopt : loaded.part);
+    if (loaded.holdout)
+        holdOut(picture, part, AlphaForm::kAssociated, *loaded.holdout, loaded.reduce);
     int const mode = m_scene.overMode.value_or(PF_Xfer_IN_FRONT);
-    if (loaded.plateRows)
+    if (loaded.plateRows) {
         layOver(picture, *loaded.plateRows, loaded.colors.plateToWork.get(), mode);
-    else if (loaded.plate)
-        layOver(picture, *loaded.plate, mode);
+        cut(picture, loaded.part);
+    } else if (loaded.plate) {
+        layOver(picture, loaded.plate->picture, mode, part.left, part.top);
+    }
     if (m_files.plate) endStage("plate", explanation);
     return picture;
 }
@@ -312,9 +370,7 @@ void FrameStages::warnOfShrink(std::vector<Parameter> const& parameters, PlanRep
 void FrameStages::endStage(char const* stage, Explanation* explanation) {
     if (explanation) explanation->clock.lap(stage);
     if (m_listener) m_listener(stage);
-    if (m_isStopped)
-        throw UserError(ExitCode::kInterrupted,
-                        fmt::format("the render was stopped after {}", stage));
+    if (isEnding()) throw stopped(fmt::format(" after {}", stage));
 }
 
 /// Rounded once, by the writer.

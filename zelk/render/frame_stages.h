@@ -19,6 +19,7 @@
 #include "zelk/pictures/reader.h"
 #include "zelk/pictures/stored_picture.h"
 #include "zelk/pictures/writer.h"
+#include "zelk/render/kept_inputs.h"
 #include "zelk/render/mattes.h"
 #include "zelk/render/memory_road.h"
 #include "zelk/render/module_road.h"
@@ -36,20 +37,23 @@ struct PlanReport;  // explanation.h
 
 /// What was read of a frame.
 struct LoadedFrame {
-    World layer;
-    std::optional<World> plate;
+    std::shared_ptr<ReadInput> layer;
+    std::shared_ptr<ReadInput> plate;        ///< null for none, and for one with rows
     std::optional<PictureReader> plateRows;  ///< a plate whose rows are read when they are needed
     std::shared_ptr<StMap const> map;        ///< of the frame at this size; null for none
     WriteRequest file;
     ModuleRender ask;       ///< on the module road; each file has its own depth
     int reduce = 1;         ///< of both inputs, on the memory road
     PixelMargins overscan;  ///< of the plate, around the frame
-    std::shared_ptr<ChannelPlane const> matte, holdout;  ///< the matte until the layer is read
+    std::shared_ptr<ChannelPlane const> holdout;
+    std::optional<PixelRect> part;  ///< of the reduced picture, within it, that is wanted
     FrameColors colors;
     std::shared_ptr<Explanation> explanation;  ///< of the frame; null where none is asked for
 };
 struct RenderedFrame {
-    World picture;  ///< straight colour on the module road, associated in float on the other
+    World picture;    ///< straight colour on the module road, associated in float on the other
+    AlphaForm form;   ///< which of the two
+    PixelSize whole;  ///< of the picture that a part was asked of
     WriteRequest file;
     FrameColors colors;  ///< the picture is in the working space
     std::shared_ptr<Explanation> explanation;
@@ -74,6 +78,9 @@ private:
 inline PixelSize reduced(PixelSize size, int reduce) {
     return {size.width / reduce, size.height / reduce};
 }
+
+/// Throws where a preview reduced so has no pixel; `most` is what leaves one.
+void requireReduction(int reduce, int most);
 
 class FrameStages {
 public:
@@ -105,8 +112,25 @@ public:
     /// The scene with the values that the host has now.
     Scene settledScene() const;
 
+    // For who renders the same frames again and again (LiveRenderer).
+
+    /// A scene that differs from this one in nothing but values: parameters, tracks, Quality
+    /// "best". With `isBlurred` false motion blur is off, whatever the scene says. Throws as begin,
+    /// and is of no use then.
+    void setValues(Scene scene, bool isBlurred);
+    /// Inputs come from there and go there, unless it is null; it outlives the stages.
+    void keepInputs(KeptInputs* kept) { m_kept = kept; }
+    /// Beside stop: the frame under way ends within its stages too while this is true. Null for
+    /// none; it outlives the renders.
+    void watch(std::atomic<bool> const* isStopped);
+    SceneColors& colors() { return m_colors; }
+    /// Throws about what leaves no pixel.
+    void requireReduced(int reduce) const;
+
     /// FrameRenderer's picture, as a world.
     World world(int frame, PreviewOptions const& options = {});
+    /// A rendered frame of `world` as it gives it.
+    World finished(RenderedFrame rendered) const;
     /// What a screen shows: the frame, or the layer alone, straight, through a view of the colour
     /// configuration (SceneColors::toDisplay). `thing` is what messages call the view.
     enum class Shown { kFrame, kLayer };
@@ -139,6 +163,8 @@ public:
     }
 
 private:
+    bool isEnding() const { return m_isStopped || (m_watched && *m_watched); }
+    UserError stopped(std::string const& after) const;
     bool isModule() const { return m_scene.roadTaken() == Road::kModule; }
     void settleComp(std::vector<int> const& frames);
     void readSizes(std::vector<int> const& frames);
@@ -146,7 +172,6 @@ private:
                      std::optional<PictureReader> const& plate, ImageSizes const& unknown);
     FrameSpan shownSpan() const;
     void settleValues(std::vector<int> const& frames);
-    void requireReduced(int reduce) const;
     void requirePixelsLeft() const;
     /// Of the scene, which a preview's reduction multiplies.
     int downsample() const { return m_scene.downsample.value_or(1); }
@@ -155,13 +180,20 @@ private:
     HoldoutFrame holdoutFrame(PixelMargins const& overscan) const {
         return {m_sizes.frame, overscan};
     }
-    World loadLayer(std::optional<InputPicture> const& file, PictureTraits& traits,
-                    LoadedFrame& loaded);
-    void loadPlate(std::optional<InputPicture> const& file, PictureTraits& traits,
-                   ReadOptions const& how, LoadedFrame& loaded);
+    ReadInput readLayerOf(std::optional<InputPicture> const& file, int frame, int reduce) const;
+    ReadInput readPlateOf(std::optional<InputPicture> const& file, ReadOptions const& how,
+                          int reduce) const;
+    template <class Read>
+    std::shared_ptr<ReadInput> kept(std::string const& key, Read const& read);
+    std::shared_ptr<ReadInput> layerAt(int frame, int reduce);
+    std::shared_ptr<ReadInput> plateAt(int frame, ReadOptions const& how, int reduce);
+    std::string layerKey(int frame, int reduce) const;
+    std::string plateKey(int frame, int reduce) const;
+    void loadPlate(int frame, PictureTraits& traits, ReadOptions const& how, LoadedFrame& loaded);
+    std::shared_ptr<ChannelPlane const> loadHoldout(int frame, PixelMargins const& overscan);
     std::shared_ptr<StMap const> loadMap(std::optional<InputPicture> const& file, int reduce);
     void settleOutput(PictureTraits const& layer, PictureTraits const& plate, LoadedFrame& loaded);
-    void convertInputs(LoadedFrame& loaded) const;
+    void convertInputs(int frame, ReadOptions const& how, LoadedFrame& loaded);
     World layerWorld(int frame, FrameColors& colors);
     std::uint64_t bytesInFlight() const;
     PinFrame pinFrameOf(ModuleRender const& ask, int reduce, PixelMargins const& overscan) const;
@@ -170,6 +202,9 @@ private:
     void warnOfShrink(std::vector<Parameter> const& parameters, PlanReport const& plan);
     World renderedByModule(LoadedFrame& loaded, FrameRequest const& moment);
     World renderedInMemory(LoadedFrame& loaded, FrameRequest const& moment);
+    void limitRows(LoadedFrame const& loaded, ResampleOptions& resample) const;
+    PixelSize wholeOf(LoadedFrame const& loaded) const;
+    static PartOf cut(World& picture, std::optional<PixelRect> const& part);
     World pinnedInMemory(LoadedFrame& loaded, FrameRequest const& moment);
     MovieRequest movieRequestOf(PixelSize size) const;
     void storeInMovie(RenderedFrame const& rendered);
@@ -183,6 +218,7 @@ private:
     Comp m_comp;
     std::vector<int> m_frames;         ///< of begin
     std::size_t m_inFlight = 1;        ///< frames; with 1 of them nothing overlaps
+    ImageSizes m_pictureSizes;         ///< before a quad gave the frame its size
     ImageSizes m_sizes;                ///< the overscan is the first plate's
     std::uint64_t m_besidesBytes = 0;  ///< of mattes and turned pictures, on the memory road
     PictureTraits m_layerTraits, m_plateTraits;  ///< also a black picture's
@@ -195,6 +231,8 @@ private:
     Explanation const* m_explanation;
     std::function<void(char const* stage)> m_listener;
     std::atomic<bool> m_isStopped{false};
+    std::atomic<bool> const* m_watched = nullptr;
+    KeptInputs* m_kept = nullptr;
 };
 
 }  // namespace zelk

@@ -106,17 +106,24 @@ void checkMattes(Scene const& scene, SceneFiles const& files, int frame, PixelSi
             openHoldout(*file, space).selectChannel(scene.holdout->channel);
 }
 
-void holdOut(World& picture, AlphaForm form, ChannelPlane const& holdout, int reduce) {
+void holdOut(World& picture, PartOf const& part, AlphaForm form, ChannelPlane const& holdout,
+             int reduce) {
     ChannelPlane plane = boxReduced(holdout, reduce);
     for (float& value : plane.values) value = 1 - value;
-    int const left = (picture.width() - plane.size.width) / 2,
-              top = (picture.height() - plane.size.height) / 2;
+    // Of the plane in the part.
+    int const left = (part.whole.width - plane.size.width) / 2 - part.left,
+              top = (part.whole.height - plane.size.height) / 2 - part.top;
+    int const firstX = std::max(left, 0), firstY = std::max(top, 0);
+    int const width = std::min(left + plane.size.width, picture.width()) - firstX,
+              height = std::min(top + plane.size.height, picture.height()) - firstY;
+    if (width <= 0) return;
     int const alphaAt = channelOrder(picture.spec()).alpha;
     withChannelOf(picture.depth(), [&](auto channel) {
         using Channel = decltype(channel);
-        forEachRow(plane.size.height, picture.rowBytes(), [&](int y) {
-            multiplyAlpha(picture.rowAs<Channel>(top + y) + 4 * left, plane.size.width,
-                          plane.row(y), form, alphaAt);
+        forEachRow(height, picture.rowBytes(), [&](int i) {
+            int const y = firstY + i;
+            multiplyAlpha(picture.rowAs<Channel>(y) + 4 * firstX, width,
+                          plane.row(y - top) + (firstX - left), form, alphaAt);
         });
     });
 }

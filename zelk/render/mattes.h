@@ -37,8 +37,14 @@ void checkMattes(Scene const& scene, SceneFiles const& files, int frame, PixelSi
                  HoldoutFrame const& space);
 
 /// Takes `reduce` times reduced means of the plane, which lies in the picture's middle, away from
-/// its alpha: times 1 - h, rounded once in the picture's own depth.
-void holdOut(World& picture, AlphaForm form, ChannelPlane const& holdout, int reduce);
+/// its alpha: times 1 - h, rounded once in the picture's own depth. `picture` is a part of the
+/// whole, its upper left pixel at (left, top).
+struct PartOf {
+    PixelSize whole;
+    int left = 0, top = 0;
+};
+void holdOut(World& picture, PartOf const& part, AlphaForm form, ChannelPlane const& holdout,
+             int reduce);
 
 /// Bytes that a frame's planes take.
 std::uint64_t matteBytes(Scene const& scene, PixelSize layer, PixelSize frame);

@@ -115,7 +115,8 @@ World readAssociatedWorld(PictureReader& picture) {
 
 void renderInMemory(std::vector<Parameter> const& parameters, World& layer, World& frame,
                     ImageSizes const& full, FrameRequest const& moment,
-                    std::string const& layerName, ResampleOptions const& resample) {
+                    std::string const& layerName, ResampleOptions const& resample,
+                    std::function<bool()> const& isStopped) {
     PluginHost_Memory_Impl host(describe(layer), describe(frame), MemoryHostFamily::kFXPLUG);
     ResampleOptions own = resample;
     if (!full.overscan.isNone())
@@ -123,6 +124,7 @@ void renderInMemory(std::vector<Parameter> const& parameters, World& layer, Worl
             static_cast<float>(full.frame.width) / static_cast<float>(full.frame.height);
     host.setResampleOptions(&own);
     host.setLendsInput(true);
+    host.setStop(isStopped);
     PixelSize const whole = full.frame + full.overscan;
     host.setScale(double(frame.width()) / whole.width, double(frame.height()) / whole.height);
     setControls(host, parameters, full);
@@ -144,9 +146,9 @@ void layOver(World& frame, PictureReader& plate, ColorTransform const* toWork, i
     });
 }
 
-void layOver(World& frame, World const& plate, int mode) {
+void layOver(World& frame, World const& plate, int mode, int left, int top) {
     forEachRow(frame.height(), std::int64_t{2} * frame.rowBytes(),
-               [&](int y) { layRow(frame, y, plate.rowAs<float>(y), mode); });
+               [&](int y) { layRow(frame, y, plate.rowAs<float>(top + y) + 4 * left, mode); });
 }
 
 }  // namespace zelk

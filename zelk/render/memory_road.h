@@ -5,6 +5,7 @@
 // a host that keeps premultiplied colour. To Pins are in frame pixels, From Pins in layer pixels.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -32,10 +33,12 @@ struct ImageSizes {
 /// Renders `layer` by the parameters' values at a moment into `frame`, both float worlds of
 /// associated colour, perhaps smaller than their full sizes; what the layer does not cover becomes
 /// transparent. `resample` is what is asked of the resampling beyond the parameters. Throws a
-/// render error when the pipeline fails.
+/// render error when the pipeline fails, and where
+/// `isStopped`, asked between samples of motion blur, says so. The layer stays as it is.
 void renderInMemory(std::vector<Parameter> const& parameters, World& layer, World& frame,
                     ImageSizes const& full, FrameRequest const& moment,
-                    std::string const& layerName, ResampleOptions const& resample = {});
+                    std::string const& layerName, ResampleOptions const& resample = {},
+                    std::function<bool()> const& isStopped = {});
 
 /// Lays `frame` over the plate, which has its size, by a PF_Xfer_* mode; both and the result are
 /// associated. Normal is f + p (1 - alpha of f) in each channel, f alone where that alpha is 1 but
@@ -44,7 +47,7 @@ void renderInMemory(std::vector<Parameter> const& parameters, World& layer, Worl
 /// the plate stays as it is. The plate's rows are read as they are needed, and converted where
 /// `toWork` is not null.
 void layOver(World& frame, PictureReader& plate, ColorTransform const* toWork, int mode);
-/// The same over a plate in memory.
-void layOver(World& frame, World const& plate, int mode);
+/// The same over a plate in memory, whose pixel (left, top) lies under the frame's first one.
+void layOver(World& frame, World const& plate, int mode, int left = 0, int top = 0);
 
 }  // namespace zelk

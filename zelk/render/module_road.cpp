@@ -30,13 +30,13 @@ UserError tooLarge(ModuleRender const& ask, RenderSize const& size) {
                         renderBytes(size) / 1'000'000)};
 }
 
-World renderPlainly(Host& host, World input, ModuleRender const& ask, FrameRequest const& frame) {
+World renderPlainly(Host& host, World& input, ModuleRender const& ask, FrameRequest const& frame) {
     World output(input.spec());
     checkResult(host.render(input, output, frame), ask.layerName);
     return output;
 }
 
-World renderSmartly(Host& host, World input, ModuleRender const& ask, FrameRequest const& frame) {
+World renderSmartly(Host& host, World& input, ModuleRender const& ask, FrameRequest const& frame) {
     PreRenderResult const agreed = host.preRender(&input, ask.depth, frame);
     checkResult(agreed.command, ask.layerName);
     World output = host.outputFor(agreed);
@@ -112,13 +112,14 @@ World readLayer(Host const& host, PictureReader& picture, ModuleRender const& as
     return layer;
 }
 
-World renderByModule(Host& host, World layer, ModuleRender const& ask, FrameRequest const& moment) {
+World renderByModule(Host& host, World& layer, ModuleRender const& ask,
+                     FrameRequest const& moment) {
     FrameRequest frame = moment;
     frame.downsample = ask.downsample;
     frame.layerWidth = ask.layerSize.width;
     frame.layerHeight = ask.layerSize.height;
-    return ask.isPlain ? renderPlainly(host, std::move(layer), ask, frame)
-                       : renderSmartly(host, std::move(layer), ask, frame);
+    return ask.isPlain ? renderPlainly(host, layer, ask, frame)
+                       : renderSmartly(host, layer, ask, frame);
 }
 
 }  // namespace zelk

@@ -35,8 +35,8 @@ void requireMemory(Host const& host, PictureReader const& picture, ModuleRender 
 /// error for a file that breaks off, or when memory is short for the render.
 World readLayer(Host const& host, PictureReader& picture, ModuleRender const& ask);
 
-/// Gives the frame: the layer's size and the margin around it. `moment` tells time and shutter.
-/// Throws a render error when the effect fails or keeps anything.
-World renderByModule(Host& host, World layer, ModuleRender const& ask, FrameRequest const& moment);
+/// Gives the frame, and leaves the layer as it is: the layer's size and the margin around it.
+/// `moment` tells time and shutter. Throws a render error when the effect fails or keeps anything.
+World renderByModule(Host& host, World& layer, ModuleRender const& ask, FrameRequest const& moment);
 
 }  // namespace zelk

@@ -3,7 +3,10 @@
 // name would be: "in-flight", or "--in-flight" on a command line.
 #pragma once
 
+#include <atomic>
 #include <filesystem>
+#include <functional>
+#include <string_view>
 
 #include "zelk/render/frame_renderer.h"
 
@@ -28,6 +31,10 @@ struct RunOptions : RenderOptions {
     ProgressMode progress = ProgressMode::kAuto;
     std::filesystem::path log = {};  ///< a file that events are added to; empty for none
     Explain explain = Explain::kNo;
+    /// Where progress goes instead of to standard error; nothing else of the run goes there then.
+    std::function<void(std::string_view)> progressTo = {};
+    /// Set by anyone to end the run as an interruption does; null: the process's signals do.
+    std::atomic<bool> const* stop = nullptr;
 };
 
 }  // namespace zelk

@@ -96,7 +96,8 @@ void setParameters(Scene const& scene, Host& host, PixelSize layer, PixelSize fr
     if (scene.fillsFrame) pinWholePicture(host.parameters(), kToPins, frame);
     setValues(scene, ValuesFrom::kFile, host.parameters());
     for (TrackUse const& use : scene.tracks)
-        importTrack(host, scene, use, frame, use.pins == TrackedPins::kTo ? frame : layer);
+        if (use.track)
+            importTrack(host, scene, use, frame, use.pins == TrackedPins::kTo ? frame : layer);
     setOptionValues(scene, host.parameters());
 }
 

@@ -12,7 +12,7 @@
 #include <set>
 
 #include "Transform/Common/PopupEntries.h"
-#include "platform/services/FileChooser.h"
+#include "zelk/render/chosen_file.h"
 #include "zelk/scene/effect_result.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/scene/refusal.h"
@@ -23,28 +23,6 @@
 namespace zelk {
 
 namespace {
-
-/// A user who has one file in mind, for the length of a scope.
-class ChosenFile {
-public:
-    explicit ChosenFile(std::filesystem::path const& file) : m_file(file.string()) {
-        installFileChooserBackend(&m_backend);
-    }
-    ~ChosenFile() { installFileChooserBackend(nullptr); }
-    ChosenFile(ChosenFile const&) = delete;
-    ChosenFile& operator=(ChosenFile const&) = delete;
-
-private:
-    static OSStatus choose(void* context, FileChooserRequest const*, char* path, std::size_t size) {
-        std::string const& file = static_cast<ChosenFile*>(context)->m_file;
-        if (file.size() >= size) return kNameTooLongStatus;
-        file.copy(path, size);
-        path[file.size()] = '\0';
-        return 0;
-    }
-    std::string m_file;
-    FileChooserBackend m_backend{this, choose, nullptr};
-};
 
 /// A text with a path and no file on any disk.
 class TextInMemory {

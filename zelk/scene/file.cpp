@@ -278,8 +278,21 @@ TrackReading readReading(Node const& node) {
     return reading;
 }
 
+/// What a track's file may be, and what becomes of one that can't be read.
+enum class TrackFiles { kNeeded, kMayLack };
+
+TrackUse readTrackUse(ScenePath const& file, TrackedPins pins, TrackReading const& reading,
+                      TrackFiles files) {
+    try {
+        return readTrackUse(file, pins, reading);
+    } catch (UserError const& error) {
+        if (files == TrackFiles::kNeeded) throw;
+        return {file, pins, nullptr, {}, reading, error.what()};
+    }
+}
+
 /// At most one for each kind of pins, whose file is read now.
-std::vector<TrackUse> readTracks(Node const& node, fs::path const& folder) {
+std::vector<TrackUse> readTracks(Node const& node, fs::path const& folder, TrackFiles files) {
     if (!node.json().is_array()) node.fail("an array of tracks");
     std::vector<TrackUse> tracks;
     for (std::size_t i = 0; i < node.json().size(); ++i) {
@@ -288,8 +301,8 @@ std::vector<TrackUse> readTracks(Node const& node, fs::path const& folder) {
         auto const pins = entry.at("pins").pick(kPinsWords);
         for (TrackUse const& other : tracks)
             if (other.pins == pins) entry.at("pins").fail("pins that no other track moves");
-        tracks.push_back(
-            readTrackUse({entry.at("file").text("a path"), folder}, pins, readReading(entry)));
+        tracks.push_back(readTrackUse({entry.at("file").text("a path"), folder}, pins,
+                                      readReading(entry), files));
     }
     return tracks;
 }
@@ -400,7 +413,7 @@ void requireVersion(Node const& root) {
                        fmt::format("a version up to {}", kProjectVersion));
 }
 
-Scene readRoot(fs::path const& file, Node const& root) {
+Scene readRoot(fs::path const& file, Node const& root, TrackFiles trackFiles) {
     requireVersion(root);
     root.requireKeys("project");
     auto const picture = [&file](Node const& node) {
@@ -435,21 +448,33 @@ Scene readRoot(fs::path const& file, Node const& root) {
     if (auto const render = root.find("render")) readRender(*render, scene);
     if (auto const color = root.find("color")) readColor(file, *color, scene.color);
     if (auto const tracks = root.find("tracks"))
-        scene.tracks = readTracks(*tracks, file.parent_path());
+        scene.tracks = readTracks(*tracks, file.parent_path(), trackFiles);
     if (auto const parameters = root.find("parameters"))
         scene.parameters = readParameters(*parameters, scene.comp);
     return scene;
 }
 
+Scene sceneFromText(fs::path const& file, std::string_view text, TrackFiles trackFiles) {
+    Json const json = parseJson(file, text);
+    return readRoot(file, Node(file, json, ""), trackFiles);
+}
+
 }  // namespace
 
 Scene sceneFromText(fs::path const& file, std::string_view text) {
-    Json const json = parseJson(file, text);
-    return readRoot(file, Node(file, json, ""));
+    return sceneFromText(file, text, TrackFiles::kNeeded);
+}
+
+Scene sceneToEditFromText(fs::path const& file, std::string_view text) {
+    return sceneFromText(file, text, TrackFiles::kMayLack);
 }
 
 Scene readScene(fs::path const& file) {
     return sceneFromText(file, readTextFile(file, "a project"));
+}
+
+Scene readSceneToEdit(fs::path const& file) {
+    return sceneToEditFromText(file, readTextFile(file, "a project"));
 }
 
 void fitToFrames(Scene& scene) {

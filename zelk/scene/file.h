@@ -16,6 +16,11 @@ Scene readScene(std::filesystem::path const& file);
 /// The same for a text that is told to come from `file`.
 Scene sceneFromText(std::filesystem::path const& file, std::string_view text);
 
+/// The same for who edits the scene and may not have its tracks: one whose file can't be read stays
+/// by its name (TrackUse::fault).
+Scene readSceneToEdit(std::filesystem::path const& file);
+Scene sceneToEditFromText(std::filesystem::path const& file, std::string_view text);
+
 /// Writes the scene whole or not at all: what was there stays until then. Relative paths are
 /// written to lead to the same files from `file`'s folder; what files have no place for (road,
 /// host, module, plain, missing) stays out. Throws an output error, also for a file that is there

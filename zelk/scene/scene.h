@@ -98,6 +98,9 @@ struct TrackUse {
     std::shared_ptr<Track const> track;
     std::string text;  ///< of the file as it was read, where that is what the import takes
     TrackReading reading = {};
+    /// Of a file that could not be read, for who edits its scene (readSceneToEdit): why. There is
+    /// then no track, and no frame can be rendered.
+    std::string fault = {};
 
     std::string name() const { return file.path().string(); }
 };

@@ -9,7 +9,9 @@
 
 #include "zelk/files/text_file.h"
 #include "zelk/scene/refusal.h"
+#include "zelk/scene/words.h"
 #include "zelk/text/errors.h"
+#include "zelk/text/numbers.h"
 #include "zelk/tracks/corner_order.h"
 #include "zelk/tracks/forms.h"
 #include "zelk/tracks/quad_fault.h"
@@ -161,6 +163,10 @@ TrackUse readTrackUse(ScenePath const& file, TrackedPins pins, TrackReading cons
     return {file, pins, std::move(track), std::move(text), reading};
 }
 
+void requireRead(TrackUse const& use) {
+    if (!use.track) throw UserError(ExitCode::kInput, use.fault);
+}
+
 void changeReading(Scene& scene, std::function<void(TrackReading&)> const& change) {
     std::vector<TrackUse> tracks;
     for (TrackUse const& use : scene.tracks) {
@@ -170,6 +176,33 @@ void changeReading(Scene& scene, std::function<void(TrackReading&)> const& chang
     }
     change(scene.trackReading);
     scene.tracks = std::move(tracks);
+}
+
+std::optional<TrackReading> mended(TrackReading reading, std::string const& fix) {
+    std::string const options = reading.order ? afterOrder(*reading.order, fix) : fix;
+    std::vector<std::string_view> words = wordsOf(options);
+    if (words.empty()) return std::nullopt;
+    words.push_back("--");  // ends the last option
+    for (std::size_t i = 0; i + 1 < words.size(); ++i) {
+        std::string_view const option = words[i];
+        bool const hasValue = !words[i + 1].starts_with("--");
+        std::string const value(hasValue ? words[++i] : "");
+        if (option == "--format")
+            reading.format = value;
+        else if (option == "--size")
+            reading.size = parseSize("size", value);
+        else if (option == "--corners")
+            reading.order = value;
+        else if (option == "--flip-y")
+            reading.flipsY = !reading.flipsY;
+        else if (option == "--first-frame")
+            reading.firstFrame = parseWhole(value);
+        else if (option == "--shift-frames")
+            reading.shiftFrames = reading.shiftFrames.value_or(0) + parseWhole(value).value_or(0);
+        else
+            return std::nullopt;
+    }
+    return reading;
 }
 
 std::vector<std::string> warningsOf(Scene const& scene, TrackUse const& use,

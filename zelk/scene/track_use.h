@@ -2,6 +2,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -14,8 +15,15 @@ namespace zelk {
 TrackUse readTrackUse(ScenePath const& file, TrackedPins pins, TrackReading const& reading = {},
                       std::string const& editPrefix = "");
 
+/// Throws an input error for one that has no track.
+void requireRead(TrackUse const& use);
+
 /// A change of how tracks are read, on all that the scene has and on those that come.
 void changeReading(Scene& scene, std::function<void(TrackReading&)> const& change);
+
+/// The reading with what mends an issue of it (TrackIssue::fix, of checkTrack); nothing where no
+/// reading does.
+std::optional<TrackReading> mended(TrackReading reading, std::string const& fix);
 
 /// What is odd about it in a frame of that size, a sentence each.
 std::vector<std::string> warningsOf(Scene const& scene, TrackUse const& use,

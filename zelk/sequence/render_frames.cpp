@@ -35,6 +35,14 @@ namespace zelk {
 
 namespace {
 
+ProgressScreen screenOf(RunOptions const& run) {
+    ProgressScreen screen = standardErrorScreen();
+    if (!run.progressTo) return screen;
+    screen.write = run.progressTo;
+    screen.isTerminal = false;
+    return screen;
+}
+
 /// What becomes of the frames: they are rendered, or only checked as far as that reads no pixels.
 enum class Purpose { kRender, kPlan, kCheck };
 
@@ -67,7 +75,7 @@ public:
           m_isStill(!isSequence(scene)),
           m_isMovie(isMovieName(scene.outputPath())),
           m_mode(modeOf(run, m_isStill)),
-          m_progress(shownMode(m_mode, purpose == Purpose::kRender), 0, standardErrorScreen(),
+          m_progress(shownMode(m_mode, purpose == Purpose::kRender), 0, screenOf(run),
                      std::move(log)),
           m_explained(run.explain, m_isStill),
           m_journal(purpose == Purpose::kRender) {
@@ -102,6 +110,9 @@ private:
     }
     /// Whether a failure is the run's own error, in its one line.
     bool isFailureTheEnd() const { return m_isStill && isSilent(); }
+    std::atomic<bool> const& stopFlag() const {
+        return m_run.stop ? *m_run.stop : InterruptFlag::flag();
+    }
 
     Scene const& m_scene;
     RunOptions const& m_run;
@@ -166,7 +177,7 @@ void SequenceRun::choose(FrameStages& renderer) {
         if (!m_run.isShared) m_folders.tidy(m_journal);
     }
     m_schedule = scheduleOf(m_scene, files, asked, [this](std::filesystem::path const& file) {
-        return !m_isMovie && !InterruptFlag::flag() && m_whole->isWhole(file);
+        return !m_isMovie && !stopFlag() && m_whole->isWhole(file);
     });
     m_tally.skipped = m_schedule.skipped;
 }
@@ -245,6 +256,9 @@ void SequenceRun::checkStages(FrameStages& renderer) {
 
 /// Frames that other runs have taken come again, until they are done or free.
 void SequenceRun::runStages(FrameStages& renderer) {
+    std::optional<InterruptFlag> interrupt;
+    // A single picture ends at once: nothing is written yet.
+    if (!m_isStill && !m_run.stop) interrupt.emplace();
     m_shares.emplace(*m_whole, m_run.isShared);
     std::vector<int> frames = m_schedule.frames;
     while (!frames.empty() && !m_end) {
@@ -263,7 +277,7 @@ void SequenceRun::runStages(FrameStages& renderer) {
     if (m_end && isFailureTheEnd())
         m_tally.result.failed.push_back({0, m_end->message, m_end->code});
     if (m_tally.result.isStopped || m_end || !m_tally.result.failed.empty()) return;
-    m_tally.isWholeMovie = renderer.finishMovie(InterruptFlag::flag());
+    m_tally.isWholeMovie = renderer.finishMovie(stopFlag());
     m_tally.result.isStopped = m_tally.result.isStopped || !m_tally.isWholeMovie;
     tellWarnings(renderer);
 }
@@ -271,7 +285,7 @@ void SequenceRun::runStages(FrameStages& renderer) {
 PipelineResult SequenceRun::runPass(FrameStages& renderer, std::vector<int> const& frames) {
     PipelineOptions options;
     options.inFlight = static_cast<std::size_t>(m_run.inFlight);
-    options.stop = &InterruptFlag::flag();
+    options.stop = &stopFlag();
     options.stopAtFirstFailure = m_isMovie;  // a movie can't have holes
     return runFrames(
         frames, options, [&](int frame) { return load(renderer, frame); },
@@ -286,7 +300,7 @@ PipelineResult SequenceRun::runPass(FrameStages& renderer, std::vector<int> cons
 std::vector<int> SequenceRun::awaited(SceneFiles const& files) {
     auto const fileOf = [&](int frame) { return files.output.pathOf(frame); };
     auto const isStopped = [&] {
-        if (InterruptFlag::flag()) m_tally.result.isStopped = true;
+        if (stopFlag()) m_tally.result.isStopped = true;
         return m_tally.result.isStopped;
     };
     auto const noteWritten = [&](int frame) { noteShared(frame, fileOf(frame)); };

@@ -13,6 +13,7 @@
 #include "zelk/pictures/writer.h"
 #include "zelk/render/setup.h"
 #include "zelk/scene/refusal.h"
+#include "zelk/scene/track_use.h"
 #include "zelk/text/errors.h"
 #include "zelk/tracks/track.h"
 
@@ -24,6 +25,7 @@ namespace {
 
 /// The whole frames of the first track; only the first of them into a single picture.
 std::vector<int> trackedFrames(Scene const& scene, SceneFiles const& files) {
+    requireRead(scene.tracks.front());
     std::vector<int> frames = wholeFrames(*scene.tracks.front().track);
     bool const isOne = !files.output.isSequence() && !isMovieName(scene.outputPath());
     if (isOne && frames.size() > 1) frames.resize(1);

@@ -385,8 +385,9 @@ void QV_Poly::polyExactScan(QV_Window* win, int left, int /*top*/, int /*right*/
     int const drawTop = std::max(win->y0, outline.top());
     int const drawEnd = std::min(win->y1 + 1, outline.bottom());
     bool const clears = m_clearHeight > 0;
-    int const first = clears ? m_dstTop : drawTop;
-    int const end = clears ? m_dstTop + m_clearHeight : drawEnd;
+    int first = clears ? m_dstTop : drawTop, end = clears ? m_dstTop + m_clearHeight : drawEnd;
+    if (m_wantedEnd > m_wantedTop)
+        first = std::max(first, m_wantedTop), end = std::min(end, m_wantedEnd);
     auto const bytes = [this](int pixels) {
         return static_cast<std::size_t>(pixels) * static_cast<std::size_t>(m_pixelBytes);
     };

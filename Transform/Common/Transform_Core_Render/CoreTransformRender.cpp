@@ -167,6 +167,10 @@ void scan(QV_Poly& poly, QV_Window& window, QV_IRect const& rect, RenderSettings
     poly.m_mask = (poly.m_mask & ~static_cast<std::uint32_t>(kMaskSw)) | kMaskQ;
     poly.m_featherPx = s.featherPx;
     poly.m_chokePx = s.chokePx;
+    if (s.resample && s.drawsFrame) {
+        poly.m_wantedTop = s.resample->wantedTop;
+        poly.m_wantedEnd = s.resample->wantedEnd;
+    }
     if (s.hasExactEdges)
         poly.polyExactScan(&window, rect.left, rect.top, rect.right, rect.bottom);
     else if (isFiltered(s))

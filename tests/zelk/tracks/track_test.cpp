@@ -10,7 +10,7 @@
 #include <locale>
 #include <random>
 
-#include "apps/zelk/track_plot.h"
+#include "apps/drawing/track_plot.h"
 #include "fuzz/fuzz_targets.h"
 #include "tests/support/zelk_process.h"
 #include "tracking/LoadMochaFile.h"

@@ -1,5 +1,5 @@
 // The view and what is drawn in it; see track_plot.h.
-#include "apps/zelk/track_plot.h"
+#include "apps/drawing/track_plot.h"
 
 #include <fmt/format.h>
 

@@ -1,0 +1,286 @@
+// Mouse and keys of the canvas; see composition_canvas.h.
+//
+//     left      pins, edges, quads, boxes; the wipe's line
+//     middle,   pan; with the right button as well
+//     wheel     zoom at the cursor
+//     Ctrl      snaps while it is held, or not where snapping is on
+#include <QKeyEvent>
+#include <QMouseEvent>
+#include <cmath>
+
+#include "apps/viewer/composition_canvas.h"
+#include "apps/viewer/model/pin_names.h"
+#include "apps/viewer/model/readout.h"
+#include "apps/viewer/pin_field.h"
+#include "zelk/text/errors.h"
+
+namespace zelk {
+namespace {
+
+constexpr double kWipeReachPx = 5;
+constexpr double kNudgePx = 1, kLargeNudgePx = 10, kSmallNudgePx = 0.1;
+/// Of the panel, for an arrow key that meets no pin.
+constexpr double kPanPart = 1.0 / 8;
+
+struct Way {
+    double x = 0, y = 0;
+};
+
+std::optional<Way> wayOf(int key) {
+    switch (key) {
+        case Qt::Key_Left:
+            return Way{-1, 0};
+        case Qt::Key_Right:
+            return Way{1, 0};
+        case Qt::Key_Up:
+            return Way{0, -1};
+        case Qt::Key_Down:
+            return Way{0, 1};
+        default:
+            return std::nullopt;
+    }
+}
+
+double stepOf(Qt::KeyboardModifiers keys) {
+    if (keys & Qt::ShiftModifier) return kLargeNudgePx;
+    return keys & Qt::AltModifier ? kSmallNudgePx : kNudgePx;
+}
+
+bool isEnter(int key) { return key == Qt::Key_Return || key == Qt::Key_Enter; }
+
+}  // namespace
+
+PanelPoint CompositionCanvas::panelPoint(QPointF const& widget) const {
+    return {widget.x() * density(), widget.y() * density()};
+}
+
+PinMouse CompositionCanvas::pinMouse(QMouseEvent const& event) const {
+    PinMouse mouse;
+    mouse.at = panelPoint(event.position());
+    mouse.isShift = event.modifiers() & Qt::ShiftModifier;
+    mouse.snaps = m_look.snaps != bool(event.modifiers() & Qt::ControlModifier);
+    return mouse;
+}
+
+double CompositionCanvas::wipeX() const {
+    return std::round(m_map.toPanel({m_look.wipeFrac * m_map.picture().width, 0}).x);
+}
+
+void CompositionCanvas::act(std::function<void()> const& run) {
+    try {
+        run();
+    } catch (UserError const& error) {
+        m_hand = Hand::kNone;
+        m_pins.cancel();
+        if (onFailure) onFailure(error.what());
+    }
+    update();
+}
+
+// --- Mouse
+
+void CompositionCanvas::mousePressEvent(QMouseEvent* event) {
+    if (m_hand != Hand::kNone) return;
+    m_lastMouse = panelPoint(event->position());
+    if (event->button() != Qt::LeftButton) {
+        m_hand = Hand::kPan;
+        setCursor(Qt::ClosedHandCursor);
+        return;
+    }
+    bool const isPin = m_look.hasOverlay && m_pins.hitAt(m_lastMouse).kind == PinHit::kPin;
+    if (m_look.hasWipe && !isPin && std::abs(m_lastMouse.x - wipeX()) <= kWipeReachPx * density()) {
+        m_hand = Hand::kWipe;
+        return;
+    }
+    if (!m_look.hasOverlay) return;
+    m_hand = Hand::kPins;
+    act([&] { m_pins.press(pinMouse(*event)); });
+    if (onView) onView();
+}
+
+void CompositionCanvas::mouseMoveEvent(QMouseEvent* event) {
+    PanelPoint const at = panelPoint(event->position());
+    PanelPoint const last = std::exchange(m_lastMouse, at);
+    m_isHovered = true;
+    switch (m_hand) {
+        case Hand::kPins:
+            act([&] { m_pins.drag(pinMouse(*event)); });
+            break;
+        case Hand::kPan:
+            changeView([&](ViewMap& map) { map.panBy(at.x - last.x, at.y - last.y); });
+            break;
+        case Hand::kWipe: {
+            CanvasLook look = m_look;
+            look.wipeFrac = std::clamp(m_map.toPicture(at).x / m_map.picture().width, 0.0, 1.0);
+            setLook(look);
+            break;
+        }
+        case Hand::kNone:
+            updateCursor(at);
+    }
+    if (m_hand == Hand::kNone) askNext();
+    tellReadout();
+}
+
+void CompositionCanvas::mouseReleaseEvent(QMouseEvent* event) {
+    Hand const hand = std::exchange(m_hand, Hand::kNone);
+    if (hand == Hand::kPins) act([&] { m_pins.release(pinMouse(*event)); });
+    updateCursor(panelPoint(event->position()));
+    if (onView) onView();
+}
+
+void CompositionCanvas::mouseDoubleClickEvent(QMouseEvent* event) {
+    PinHit const hit = m_look.hasOverlay ? m_pins.hitAt(panelPoint(event->position())) : PinHit();
+    if (event->button() == Qt::LeftButton && hit.kind == PinHit::kPin)
+        return openField(hit.parameters.front());
+    mousePressEvent(event);
+}
+
+void CompositionCanvas::wheelEvent(QWheelEvent* event) {
+    double const notches = event->angleDelta().y() / 120.0;
+    if (notches == 0) return;
+    PanelPoint const at = panelPoint(event->position());
+    changeView([&](ViewMap& map) { map.zoomAt(at, map.wheelZoom(notches)); });
+}
+
+void CompositionCanvas::leaveEvent(QEvent*) {
+    m_isHovered = false;
+    tellReadout();
+}
+
+void CompositionCanvas::updateCursor(PanelPoint at) {
+    if (!m_document.isOpen()) return unsetCursor();
+    if (m_look.hasWipe && std::abs(at.x - wipeX()) <= kWipeReachPx * density())
+        return setCursor(Qt::SplitHCursor);
+    switch (m_look.hasOverlay ? m_pins.hitAt(at).kind : PinHit::kNothing) {
+        case PinHit::kPin:
+        case PinHit::kKey:
+            return setCursor(Qt::PointingHandCursor);
+        case PinHit::kEdge:
+        case PinHit::kQuad:
+            return setCursor(Qt::SizeAllCursor);
+        case PinHit::kNothing:
+            return setCursor(Qt::CrossCursor);
+    }
+}
+
+/// "frame 12.5, 40.0   layer 3.1, 8.4   R 255 ..."
+void CompositionCanvas::tellReadout() {
+    if (!onReadout) return;
+    PanelPoint const at = m_map.toPicture(m_lastMouse);
+    bool const isInside =
+        at.x >= 0 && at.y >= 0 && at.x < m_map.picture().width && at.y < m_map.picture().height;
+    if (!m_isHovered || !m_document.isOpen() || !isInside) return onReadout({});
+    std::string text = placesText(m_document, m_look.shows, at);
+    if (isCurrent(m_values) && m_values->view.shows == m_look.shows)
+        text += valuesText(*m_values, at, m_map.picture());
+    onReadout(QString::fromStdString(text));
+}
+
+// --- Keys
+
+bool CompositionCanvas::event(QEvent* event) {
+    if (event->type() == QEvent::ShortcutOverride) {
+        int const key = static_cast<QKeyEvent*>(event)->key();
+        bool const isPlain = !(static_cast<QKeyEvent*>(event)->modifiers() & Qt::ControlModifier);
+        if (isPlain && (wayOf(key) || isEnter(key) || key == Qt::Key_Escape)) event->accept();
+    }
+    return QWidget::event(event);
+}
+
+void CompositionCanvas::keyPressEvent(QKeyEvent* event) {
+    bool const isPlain = !(event->modifiers() & Qt::ControlModifier);
+    if (isPlain && m_document.isOpen() && pressArrow(*event)) return;
+    if (isEnter(event->key()) && !m_pins.selection().empty()) return typePosition();
+    if (event->key() != Qt::Key_Escape) return QWidget::keyPressEvent(event);
+    act([&] {
+        if (!m_pins.cancel()) m_pins.select({});
+    });
+    m_hand = Hand::kNone;
+    if (onView) onView();
+}
+
+bool CompositionCanvas::pressArrow(QKeyEvent const& event) {
+    auto const way = wayOf(event.key());
+    if (!way) return false;
+    if (m_pins.selection().empty() || !m_look.hasOverlay) {
+        changeView([&](ViewMap& map) {
+            map.panBy(-way->x * map.panel().width * kPanPart,
+                      -way->y * map.panel().height * kPanPart);
+        });
+        return true;
+    }
+    double const step = stepOf(event.modifiers());
+    act([&] { m_pins.nudge(way->x * step, way->y * step); });
+    return true;
+}
+
+/// A key that is held is one step.
+void CompositionCanvas::keyReleaseEvent(QKeyEvent* event) {
+    if (!event->isAutoRepeat()) m_pins.endNudge();
+    QWidget::keyReleaseEvent(event);
+}
+
+void CompositionCanvas::focusOutEvent(QFocusEvent* event) {
+    m_pins.endNudge();
+    QWidget::focusOutEvent(event);
+}
+
+/// Tab goes through the pins, and then on to the next widget.
+bool CompositionCanvas::focusNextPrevChild(bool isNext) {
+    if (!m_look.hasOverlay || !m_pins.selectNext(!isNext)) {
+        update();
+        return QWidget::focusNextPrevChild(isNext);
+    }
+    if (auto const pin = m_pins.handleOf(*m_pins.selection().begin())) m_map.reveal(pin->value);
+    viewChanged();
+    return true;
+}
+
+void CompositionCanvas::nudge(double dx, double dy) {
+    act([&] {
+        m_pins.nudge(dx, dy);
+        m_pins.endNudge();
+    });
+}
+
+void CompositionCanvas::selectAllPins() {
+    m_pins.selectAll();
+    viewChanged();
+}
+
+void CompositionCanvas::typePosition() {
+    if (!m_pins.selection().empty()) openField(*m_pins.selection().begin());
+}
+
+void CompositionCanvas::openField(int parameter) {
+    auto const pin = m_pins.handleOf(parameter);
+    if (!pin) return;
+    m_pins.select({parameter});
+    m_field =
+        std::make_unique<PinField>(QString::fromStdString(pinName(parameter)), pin->value, this);
+    m_field->onValue = [this, parameter](PanelPoint value) {
+        act([&] { m_pins.moveTo(parameter, value); });
+    };
+    m_field->onEnd = [this] {
+        closeField();
+        setFocus();
+    };
+    double const x = pin->at.x / density() + 14, y = pin->at.y / density() + 10;
+    m_field->adjustSize();
+    m_field->move(static_cast<int>(std::clamp(x, 0.0, double(width() - m_field->width()))),
+                  static_cast<int>(std::clamp(y, 0.0, double(height() - m_field->height()))));
+    m_field->show();
+    m_field->setFocus();
+    if (onView) onView();
+}
+
+/// It may be the one that calls.
+void CompositionCanvas::closeField() {
+    PinField* const field = m_field.release();
+    if (!field) return;
+    field->hide();
+    field->deleteLater();
+}
+
+}  // namespace zelk

@@ -1,0 +1,49 @@
+// What the composition panel draws, part by part. All in panel pixels, with a painter whose unit
+// that is; `density` of them are a unit of line width and text.
+#pragma once
+
+#include <QImage>
+#include <QPainter>
+#include <QString>
+
+#include "apps/viewer/model/pin_tool.h"
+#include "apps/viewer/model/shown_pixels.h"
+
+namespace zelk {
+
+/// Pixels of a picture, and where they lie in it.
+struct ShownImage {
+    QImage pixels;
+    int scale = 1;   ///< pixels of the picture to one of these, each way
+    QPointF corner;  ///< of the first one, picture pixels
+    bool isOpaque = true;
+    bool isNull() const { return pixels.isNull(); }
+};
+
+/// Where the picture lies in the panel.
+QRectF pictureRect(ViewMap const& map);
+void drawBackdrop(QPainter& painter, QRectF const& picture, Backdrop backdrop, double density);
+/// Enlarged pixels are squares, at 1:1 they are the screen's.
+void drawImage(QPainter& painter, ViewMap const& map, ShownImage const& image);
+/// Lines between pixels, from kGridZoom on.
+void drawPixelGrid(QPainter& painter, ViewMap const& map);
+void drawWipe(QPainter& painter, ViewMap const& map, double atX, double density);
+
+struct PinColors {
+    QColor to, from;
+};
+void drawMotionPath(QPainter& painter, ViewMap const& map, MotionPath const& path,
+                    QColor const& color, double density);
+void drawHandles(QPainter& painter, std::vector<PinHandle> const& handles, PinColors const& colors,
+                 double density);
+void drawSnap(QPainter& painter, QPointF at, double density);
+void drawSelectionBox(QPainter& painter, QRectF const& box, double density);
+/// The picture around a pin, enlarged, beside it.
+void drawLoupe(QPainter& painter, ViewMap const& map, ShownImage const& image, PinHandle const& pin,
+               double density);
+/// Picture pixels around a pin that the loupe shows.
+PixelRect loupePart(PanelPoint pin, PixelSize picture);
+/// A sentence in the panel's middle.
+void drawSentence(QPainter& painter, QRectF const& panel, QString const& sentence, double density);
+
+}  // namespace zelk

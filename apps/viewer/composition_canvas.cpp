@@ -1,0 +1,288 @@
+// What is asked for, and what is painted; mouse and keys stand in canvas_input.cpp.
+#include "apps/viewer/composition_canvas.h"
+
+#include <QPaintEvent>
+#include <algorithm>
+#include <cmath>
+
+#include "apps/viewer/model/pin_names.h"
+#include "apps/viewer/model/readout.h"
+#include "apps/viewer/painter_port.h"
+#include "apps/viewer/pin_field.h"
+#include "zelk/render/scene_colors.h"
+#include "zelk/scene/parameter_names.h"
+#include "zelk/text/errors.h"
+
+namespace zelk {
+namespace {
+
+constexpr QColor kAround(38, 38, 38);
+constexpr int kRestMs = 120;
+
+QColor colorOf(KeyValue const& value) {
+    return {static_cast<int>(value[1]), static_cast<int>(value[2]), static_cast<int>(value[3])};
+}
+
+bool isWhole(PictureView const& view) { return view.reduce == 1 && !view.part && !view.isDraft; }
+
+}  // namespace
+
+CompositionCanvas::CompositionCanvas(Document& document, QWidget* parent)
+    : QWidget(parent),
+      m_document(document),
+      m_pins(document, m_map),
+      m_feed([this](SharedFrame const& frame) { take(frame); }) {
+    setFocusPolicy(Qt::StrongFocus);
+    setMouseTracking(true);
+    setAttribute(Qt::WA_OpaquePaintEvent);
+    setMinimumSize(160, 120);
+    setAccessibleName("Composition");
+    m_rest.setSingleShot(true);
+    m_rest.setInterval(kRestMs);
+    connect(&m_rest, &QTimer::timeout, this, [this] { ask(false); });
+    document.onChange([this](DocumentChange const& change) { hear(change); });
+}
+
+CompositionCanvas::~CompositionCanvas() = default;
+
+// --- What is asked for
+
+void CompositionCanvas::hear(DocumentChange const& change) {
+    if (change.inputs || change.frame) closeField();
+    if (change.inputs) settleMap();
+    if (change.inputs || change.values || change.frame) {
+        ask(m_document.isActing());
+        update();
+        if (onView) onView();
+    } else if (change.state && m_feed.asked() && m_feed.asked()->isDraft) {
+        m_rest.start();
+    }
+}
+
+void CompositionCanvas::settleMap() {
+    if (!m_document.isOpen()) return;
+    bool const isLayer = m_look.shows == ShownPicture::kLayer;
+    m_map.setPicture(isLayer ? m_document.layerSize() : m_document.frameSize());
+    m_pins.setShown(m_look.shows);
+}
+
+PictureView CompositionCanvas::restView() const {
+    PictureView view;
+    view.shows = m_look.shows;
+    view.reduce = m_map.reduce();
+    if (m_look.usesConfigView) view.displayView = kDefaultView;
+    return view;
+}
+
+void CompositionCanvas::ask(bool isDraft) {
+    if (!m_document.isOpen()) return;
+    m_rest.stop();
+    if (!isDraft) return askNext();
+    m_rest.start();
+    PictureView view = restView();
+    view.isDraft = true;
+    view.part = m_map.part(view.reduce);
+    if (view.part->right > view.part->left && view.part->bottom > view.part->top)
+        m_feed.ask(m_document.snapshot(), view);
+}
+
+ShownPicture CompositionCanvas::besidePicture() const {
+    return m_document.isOpen() && m_document.scene().plate ? ShownPicture::kPlate
+                                                           : ShownPicture::kLayer;
+}
+
+bool CompositionCanvas::isCurrent(SharedFrame const& frame) const {
+    if (!frame || !m_document.isOpen()) return false;
+    SceneSnapshot const now = m_document.snapshot();
+    return frame->revision == now.revision && frame->frame == now.frame;
+}
+
+/// One after the other, since a request takes the place of the one before: what is shown, what is
+/// beside it, the values of the file where what is shown is coarser than it.
+void CompositionCanvas::askNext() {
+    if (!m_document.isOpen()) return;
+    if (m_rest.isActive()) return askLoupe();
+    PictureView const rest = restView();
+    PictureView beside = rest, whole = rest;
+    beside.shows = besidePicture();
+    whole.reduce = 1;
+    bool const needsBeside = m_look.hasWipe || m_look.pixels.backdrop == Backdrop::kPlate;
+    auto const isThere = [&](SharedFrame const& frame, PictureView const& view) {
+        return isCurrent(frame) && frame->view == view;
+    };
+    if (!isThere(m_shown, rest))
+        m_feed.ask(m_document.snapshot(), rest);
+    else if (needsBeside && beside.shows != rest.shows && !isThere(m_beside, beside))
+        m_feed.ask(m_document.snapshot(), beside);
+    else if (m_isHovered && !isThere(m_values, whole))
+        m_feed.ask(m_document.snapshot(), whole);
+}
+
+/// Of a reduced picture the loupe would show too little.
+void CompositionCanvas::askLoupe() {
+    auto const pin = m_pins.draggedPin();
+    auto const handle = pin ? m_pins.handleOf(*pin) : std::nullopt;
+    if (!handle || m_map.reduce() == 1 || isCurrent(m_loupe)) return;
+    PictureView view = restView();
+    view.reduce = 1;
+    view.isDraft = true;
+    view.part = loupePart(handle->value, m_map.picture());
+    if (view.part->right > view.part->left && view.part->bottom > view.part->top)
+        m_feed.ask(m_document.snapshot(), view);
+}
+
+bool CompositionCanvas::isAtRest() const {
+    return !m_rest.isActive() && isCurrent(m_shown) && m_shown->view == restView();
+}
+
+/// By its view, as the newest request may be another one by now.
+void CompositionCanvas::take(SharedFrame const& frame) {
+    PictureView const& view = frame->view;
+    bool const isFine = view.reduce < m_map.reduce();
+    if (view.shows != m_look.shows)
+        m_beside = frame;
+    else if (isFine)
+        m_loupe = frame;
+    else
+        m_shown = frame;
+    if (view.shows == m_look.shows && isWhole(view)) m_values = frame;
+    if (!frame->warnings.empty() && onFailure)
+        onFailure(QString::fromStdString(frame->warnings.front()));
+    remakeImages();
+    askNext();
+    tellReadout();
+}
+
+ShownImage CompositionCanvas::imageOf(SharedFrame const& frame, PixelLook const& look) const {
+    ShownImage image;
+    if (!frame || !frame->error.empty() || frame->display.width() < 1) return image;
+    World const& display = frame->display;
+    image.pixels = QImage(display.width(), display.height(), QImage::Format_RGB32);
+    image.isOpaque =
+        showPixels(display, look, reinterpret_cast<std::uint32_t*>(image.pixels.bits()),
+                   image.pixels.bytesPerLine() / 4);
+    if (!image.isOpaque) image.pixels.reinterpretAsFormat(QImage::Format_ARGB32_Premultiplied);
+    PixelSize const shown =
+        frame->view.shows == ShownPicture::kLayer ? m_document.layerSize() : m_document.frameSize();
+    image.scale = pictureScale(*frame, shown, m_document.scene().downsample.value_or(1));
+    QPoint const cut = frame->view.part && display.width() != frame->whole.width
+                           ? QPoint(frame->view.part->left, frame->view.part->top)
+                           : QPoint();
+    // A grown frame's margin is as wide on both sides.
+    QPoint const margin(std::max(0, frame->whole.width * image.scale - shown.width) / 2,
+                        std::max(0, frame->whole.height * image.scale - shown.height) / 2);
+    image.corner = QPointF(cut * image.scale - margin);
+    return image;
+}
+
+void CompositionCanvas::remakeImages() {
+    m_image = imageOf(m_shown, m_look.pixels);
+    PixelLook beside = m_look.pixels;
+    if (beside.backdrop == Backdrop::kPlate) beside.backdrop = Backdrop::kBlack;
+    bool const isSame = besidePicture() == m_look.shows;
+    m_besideImage = imageOf(isSame ? m_shown : m_beside, beside);
+    m_loupeImage = isCurrent(m_loupe) ? imageOf(m_loupe, m_look.pixels) : ShownImage();
+    update();
+}
+
+void CompositionCanvas::setLook(CanvasLook const& look) {
+    bool const isOther = look.shows != m_look.shows;
+    m_look = look;
+    m_pins.showMotionPaths(look.hasMotionPaths && look.hasOverlay);
+    if (isOther) settleMap();
+    if (isOther) m_shown.reset();
+    remakeImages();
+    viewChanged();
+}
+
+void CompositionCanvas::changeView(std::function<void(ViewMap&)> const& act) {
+    act(m_map);
+    viewChanged();
+}
+
+void CompositionCanvas::viewChanged() {
+    ask(m_document.isOpen() && m_document.isActing());
+    if (onView) onView();
+    update();
+}
+
+void CompositionCanvas::resizeEvent(QResizeEvent*) {
+    m_map.setPanel({static_cast<int>(std::lround(width() * density())),
+                    static_cast<int>(std::lround(height() * density()))});
+    m_pins.setReach(7 * density());
+    viewChanged();
+}
+
+// --- Painting
+
+void CompositionCanvas::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    painter.scale(1 / density(), 1 / density());
+    QRectF const panel(0, 0, m_map.panel().width, m_map.panel().height);
+    painter.fillRect(panel.adjusted(-1, -1, 1, 1), kAround);
+    if (!m_document.isOpen())
+        return drawSentence(painter, panel, "Open or drop a picture or a project", density());
+    if (m_shown && !m_shown->error.empty())
+        return drawSentence(painter, panel, QString::fromStdString(m_shown->error), density());
+    paintPictures(painter);
+    if (m_look.hasGrid) drawPixelGrid(painter, m_map);
+    if (m_look.hasWipe) drawWipe(painter, m_map, wipeX(), density());
+    if (m_look.hasOverlay) paintPins(painter);
+}
+
+void CompositionCanvas::paintPictures(QPainter& painter) {
+    QRectF const picture = pictureRect(m_map);
+    Backdrop const backdrop = m_look.pixels.backdrop;
+    bool const hasPlate = backdrop == Backdrop::kPlate && !m_besideImage.isNull();
+    bool const isSeen = m_image.isNull() || !m_image.isOpaque;
+    if (isSeen) drawBackdrop(painter, picture, backdrop, density());
+    if (isSeen && hasPlate) drawImage(painter, m_map, m_besideImage);
+    if (!m_image.isNull()) drawImage(painter, m_map, m_image);
+    if (!m_look.hasWipe || m_besideImage.isNull()) return;
+    painter.save();
+    painter.setClipRect(QRectF(0, 0, wipeX(), m_map.panel().height));
+    painter.fillRect(QRectF(0, 0, wipeX(), m_map.panel().height), kAround);
+    if (!m_besideImage.isOpaque) drawBackdrop(painter, picture, backdrop, density());
+    drawImage(painter, m_map, m_besideImage);
+    painter.restore();
+}
+
+void CompositionCanvas::paintPins(QPainter& painter) {
+    std::vector<PinHandle> const handles = m_pins.handles();
+    try {
+        PainterPort const port(painter, density(), m_pins.panel(), handles);
+        painter.setRenderHint(QPainter::Antialiasing);
+        m_pins.drawOverlay();
+    } catch (UserError const& error) {
+        if (onFailure) onFailure(error.what());
+    }
+    painter.setRenderHint(QPainter::Antialiasing, false);
+    PinColors const colors = {colorOf(m_document.valueOf(kParamToWireframeColor)),
+                              colorOf(m_document.valueOf(kParamFromWireframeColor))};
+    for (MotionPath const& path : m_pins.motionPaths())
+        drawMotionPath(painter, m_map, path,
+                       quadOf(path.parameter) == TrackedPins::kTo ? colors.to : colors.from,
+                       density());
+    drawHandles(painter, handles, colors, density());
+    if (auto const at = m_pins.snapTarget()) {
+        PanelPoint const target = m_map.toPanel(*at);
+        drawSnap(painter, {target.x, target.y}, density());
+    }
+    if (auto const box = m_pins.box())
+        drawSelectionBox(
+            painter,
+            QRectF(QPointF(box->first.x, box->first.y), QPointF(box->second.x, box->second.y)),
+            density());
+    paintLoupe(painter);
+}
+
+void CompositionCanvas::paintLoupe(QPainter& painter) {
+    auto const pin = m_pins.draggedPin();
+    if (!pin || m_map.zoom() >= kGridZoom) return;
+    bool const isFine = isCurrent(m_loupe) && !m_loupeImage.isNull();
+    ShownImage const& image = isFine && m_map.reduce() > 1 ? m_loupeImage : m_image;
+    if (auto const handle = m_pins.handleOf(*pin); handle && !image.isNull())
+        drawLoupe(painter, m_map, image, *handle, density());
+}
+
+}  // namespace zelk

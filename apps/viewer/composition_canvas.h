@@ -1,0 +1,128 @@
+// CompositionCanvas: the picture with the pins over it, and the mouse and keys on them.
+//
+//     document, view --ask--> feed --ready--> image --paint--> picture, overlay, handles
+//     mouse, keys -----------> PinTool -----> document
+//
+// While an act is open, and a moment after each change, the feed is asked for a draft of what is
+// visible, as fine as the screen; at rest for the full picture.
+#pragma once
+
+#include <QTimer>
+#include <QWidget>
+#include <functional>
+#include <memory>
+
+#include "apps/viewer/canvas_paint.h"
+#include "apps/viewer/model/document.h"
+#include "apps/viewer/picture_feed.h"
+
+namespace zelk {
+
+/// What a user chose to see.
+struct CanvasLook {
+    ShownPicture shows = ShownPicture::kFrame;
+    PixelLook pixels;
+    bool hasOverlay = true;  ///< outlines, handles, motion paths, loupe
+    bool hasMotionPaths = true;
+    bool hasGrid = true;
+    bool hasWipe = false;
+    double wipeFrac = 0.5;  ///< of the picture's width
+    bool snaps = false;
+    bool usesConfigView = false;  ///< the colour configuration's own display view
+};
+
+class PinField;
+
+class CompositionCanvas : public QWidget {
+public:
+    explicit CompositionCanvas(Document& document, QWidget* parent = nullptr);
+    ~CompositionCanvas() override;
+
+    CanvasLook const& look() const { return m_look; }
+    void setLook(CanvasLook const& look);
+    ViewMap const& map() const { return m_map; }
+    PinTool& pins() { return m_pins; }
+    /// Another zoom or place.
+    void changeView(std::function<void(ViewMap&)> const& act);
+    /// What it is compared with by the wipe, and what shows through: the plate, else the layer.
+    ShownPicture besidePicture() const;
+    /// The picture that is shown is that of the document's state, in full.
+    bool isAtRest() const;
+    SharedFrame const& shown() const { return m_shown; }
+    FrameService& frames() { return m_feed.service(); }
+    /// How frames are asked for at rest.
+    PictureView restView() const;
+
+    void nudge(double dx, double dy);
+    void selectAllPins();
+    /// The first selected pin's position is typed.
+    void typePosition();
+
+    /// Zoom, look or selection changed.
+    std::function<void()> onView;
+    /// What is under the cursor; empty outside.
+    std::function<void(QString const&)> onReadout;
+    /// Something that failed, a sentence.
+    std::function<void(QString const&)> onFailure;
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void mouseDoubleClickEvent(QMouseEvent* event) override;
+    void wheelEvent(QWheelEvent* event) override;
+    void leaveEvent(QEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void keyReleaseEvent(QKeyEvent* event) override;
+    void focusOutEvent(QFocusEvent* event) override;
+    bool focusNextPrevChild(bool isNext) override;
+    bool event(QEvent* event) override;
+
+private:
+    enum class Hand { kNone, kPins, kPan, kWipe };
+
+    double density() const { return devicePixelRatioF(); }
+    PanelPoint panelPoint(QPointF const& widget) const;
+    PinMouse pinMouse(QMouseEvent const& event) const;
+    double wipeX() const;
+
+    void hear(DocumentChange const& change);
+    void settleMap();
+    void ask(bool isDraft);
+    void askNext();
+    void askLoupe();
+    bool isCurrent(SharedFrame const& frame) const;
+    void take(SharedFrame const& frame);
+    ShownImage imageOf(SharedFrame const& frame, PixelLook const& look) const;
+    void remakeImages();
+    void viewChanged();
+    /// Runs an act; what it throws is told, and what is under way taken back.
+    void act(std::function<void()> const& run);
+
+    void paintPictures(QPainter& painter);
+    void paintPins(QPainter& painter);
+    void paintLoupe(QPainter& painter);
+    void tellReadout();
+    void updateCursor(PanelPoint at);
+    void openField(int parameter);
+    void closeField();
+    bool pressArrow(QKeyEvent const& event);
+
+    Document& m_document;
+    CanvasLook m_look;
+    ViewMap m_map;
+    PinTool m_pins;
+    PictureFeed m_feed;
+    SharedFrame m_shown, m_beside, m_loupe;
+    SharedFrame m_values;  ///< with all pixels of the file
+    ShownImage m_image, m_besideImage, m_loupeImage;
+    QTimer m_rest;
+    Hand m_hand = Hand::kNone;
+    PanelPoint m_lastMouse;
+    bool m_isHovered = false;
+    std::unique_ptr<PinField> m_field;
+};
+
+}  // namespace zelk

@@ -1,0 +1,219 @@
+// See export_dialog.h.
+#include "apps/viewer/dialogs/export_dialog.h"
+
+#include <QCheckBox>
+#include <QClipboard>
+#include <QComboBox>
+#include <QFormLayout>
+#include <QGuiApplication>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPlainTextEdit>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+#include "apps/viewer/window_services.h"
+#include "zelk/movies/codecs.h"
+#include "zelk/scene/edits.h"
+#include "zelk/text/errors.h"
+
+namespace zelk {
+
+namespace {
+
+std::optional<std::string> chosen(QComboBox const& box) {
+    if (box.currentIndex() <= 0 || !box.isEnabled()) return std::nullopt;
+    return box.currentText().toStdString();
+}
+
+void add(QFormLayout& form, QString const& name, QWidget* field, QString const& help) {
+    field->setToolTip(help);
+    field->setAccessibleName(name);
+    form.addRow(name, field);
+}
+
+QString failureText(ExportFailure const& failure) {
+    QString const place = QString::fromStdString(failure.place);
+    return (place.isEmpty() ? "" : place + ": ") + QString::fromStdString(failure.message);
+}
+
+}  // namespace
+
+ExportDialog::ExportDialog(WindowServices& services, QWidget* parent)
+    : QDialog(parent), m_services(services) {
+    setWindowTitle("Export");
+    setMinimumWidth(560);
+    auto* const form = new QFormLayout;
+    makeForm(*form);
+    makeProgress(*form);
+    auto* const rows = new QVBoxLayout(this);
+    rows->addLayout(form);
+    rows->addWidget(makeButtons());
+    showFields();
+    showState();
+}
+
+ExportDialog::~ExportDialog() = default;
+
+QComboBox* ExportDialog::makeChoice(QFormLayout& form, QString const& name, char const* edit,
+                                    QString const& byDefault) {
+    auto* const box = new QComboBox(this);
+    box->addItem(byDefault);
+    for (std::string_view const word : sceneEdit(edit).words())
+        box->addItem(QString::fromUtf8(word.data(), static_cast<qsizetype>(word.size())));
+    add(form, name, box, sceneEdit(edit).help);
+    return box;
+}
+
+void ExportDialog::makeForm(QFormLayout& form) {
+    Scene const& scene = m_services.document->scene();
+    m_output = new QLineEdit(textOf(scene.outputPath()), this);
+    m_output->setPlaceholderText("comp.####.exr, comp.mov or frame.png");
+    auto* const browse = new QPushButton("Browse\u2026", this);
+    browse->setToolTip("Choose the file to write");
+    browse->setAutoDefault(false);
+    connect(browse, &QPushButton::clicked, this, &ExportDialog::askOutput);
+    connect(m_output, &QLineEdit::textChanged, this, &ExportDialog::showFields);
+    auto* const line = new QHBoxLayout;
+    m_output->setAccessibleName("Output");
+    m_output->setToolTip("The picture, numbered pictures or movie; its extension is the format");
+    line->addWidget(m_output, 1);
+    line->addWidget(browse);
+    form.addRow("Output", line);
+    Document const& document = *m_services.document;
+    QString const all = QString("%1-%2").arg(document.firstFrame()).arg(document.lastFrame());
+    bool const isStill = document.firstFrame() == document.lastFrame();
+    QString const asked = QString::fromStdString(scene.frames.value_or(""));
+    m_frames = new QLineEdit(asked.isEmpty() && !isStill ? all : asked, this);
+    m_frames->setPlaceholderText(isStill ? "the one there is" : all);
+    add(form, "Frames", m_frames, "Such as 1001-1100 or 1-10,20-30x2");
+    m_codec = makeChoice(form, "Codec", "codec", "By the extension");
+    m_quality = new QLineEdit(this);
+    m_quality->setPlaceholderText("a high one");
+    add(form, "Codec Quality", m_quality, "Of a lossy codec, in its own range");
+    m_channels = makeChoice(form, "Channels", "channels", "As layer and plate have them");
+    m_depth = makeChoice(form, "Depth", "depth", "As layer and plate have it");
+    m_skip = new QCheckBox("Leave out frames that are there and whole", this);
+    form.addRow("", m_skip);
+    m_share = new QCheckBox("Share the frames with other runs", this);
+    m_share->setToolTip("Other machines may render frames of the same files at the same time");
+    form.addRow("", m_share);
+}
+
+void ExportDialog::makeProgress(QFormLayout& form) {
+    m_bar = new QProgressBar(this);
+    m_bar->setAccessibleName("Progress");
+    m_text = new QLabel(this);
+    m_text->setWordWrap(true);
+    m_failures = new QPlainTextEdit(this);
+    m_failures->setReadOnly(true);
+    m_failures->setMaximumHeight(110);
+    m_failures->setTabChangesFocus(true);
+    m_failures->setAccessibleName("Failures and warnings");
+    form.addRow(m_bar);
+    form.addRow(m_text);
+    form.addRow(m_failures);
+}
+
+QWidget* ExportDialog::makeButtons() {
+    auto* const bar = new QWidget(this);
+    auto* const row = new QHBoxLayout(bar);
+    row->setContentsMargins(0, 0, 0, 0);
+    auto const button = [&](QString const& text, QString const& help, auto const& act) {
+        auto* const made = new QPushButton(text, bar);
+        made->setToolTip(help);
+        made->setAutoDefault(false);
+        connect(made, &QPushButton::clicked, this, act);
+        row->addWidget(made);
+        return made;
+    };
+    m_copy = button("Copy as Command", "The `zelk render` line that writes the same files",
+                    [this] { copyCommand(); });
+    row->addStretch();
+    m_cancel = button("Cancel Export", "End it; what is written is whole", [this] { cancel(); });
+    m_close = button("Close", "An export that is under way goes on", [this] { reject(); });
+    m_start = button("Export", "Render the frames to their files",
+                     [this] { m_services.attempt([this] { start(); }); });
+    m_start->setDefault(true);
+    return bar;
+}
+
+ExportEdits ExportDialog::edits() const {
+    ExportEdits edits;
+    edits.output = m_output->text().trimmed().toStdString();
+    edits.frames = m_frames->text().trimmed().toStdString();
+    edits.codec = chosen(*m_codec);
+    std::string const quality = m_quality->text().trimmed().toStdString();
+    if (!quality.empty() && m_quality->isEnabled()) edits.quality = quality;
+    edits.channels = chosen(*m_channels);
+    edits.depth = chosen(*m_depth);
+    edits.skipsExisting = m_skip->isChecked();
+    edits.isShared = m_share->isChecked();
+    return edits;
+}
+
+/// The files' history is the command that makes the same ones.
+void ExportDialog::start() {
+    if (isRunning()) return;
+    ExportEdits const asked = edits();
+    RunOptions run;
+    run.history = exportCommandOf(*m_services.document, asked).line;
+    if (asked.skipsExisting) run.skipExisting = SkipExisting::kWhole;
+    run.isShared = asked.isShared;
+    Scene scene = exportedScene(*m_services.document, asked);
+    m_job = std::make_unique<ExportJob>(std::move(scene), std::move(run), [this] {
+        QMetaObject::invokeMethod(
+            this, [this] { showState(); }, Qt::QueuedConnection);
+    });
+    showState();
+}
+
+void ExportDialog::cancel() {
+    if (m_job) m_job->stop();
+}
+
+bool ExportDialog::isRunning() const { return m_job && m_job->state().isRunning; }
+
+void ExportDialog::reject() { hide(); }
+
+void ExportDialog::askOutput() {
+    QString const file = m_services.questions.fileToSave("Export To", m_output->text(), kAnyFilter);
+    if (!file.isEmpty()) m_output->setText(file);
+}
+
+void ExportDialog::copyCommand() {
+    CommandText const text = exportCommandOf(*m_services.document, edits());
+    if (text.line.empty()) return m_services.tellError(QString::fromStdString(text.refusal));
+    QGuiApplication::clipboard()->setText(QString::fromStdString(text.line));
+    m_text->setText("Copied: " + QString::fromStdString(text.line));
+}
+
+/// A codec is a movie's.
+void ExportDialog::showFields() {
+    bool const isMovie = containerOf(pathOf(m_output->text().trimmed())) != nullptr;
+    m_codec->setEnabled(isMovie);
+    m_quality->setEnabled(isMovie);
+    m_channels->setEnabled(!isMovie);
+}
+
+void ExportDialog::showState() {
+    bool const runs = isRunning();
+    ExportState const state = this->state();
+    m_start->setEnabled(!runs);
+    m_cancel->setEnabled(runs);
+    m_bar->setVisible(m_job != nullptr);
+    m_text->setVisible(m_job != nullptr);
+    m_bar->setRange(0, std::max(state.count, runs ? 0 : 1));
+    m_bar->setValue(runs || state.count > 0 ? state.ended : 0);
+    m_text->setText(QString::fromStdString(state.text()));
+    QStringList lines;
+    for (ExportFailure const& failure : state.failures) lines.append(failureText(failure));
+    for (std::string const& warning : state.warnings)
+        lines.append("Warning: " + QString::fromStdString(warning));
+    m_failures->setPlainText(lines.join("\n"));
+    m_failures->setVisible(!lines.isEmpty());
+}
+
+}  // namespace zelk

@@ -1,0 +1,168 @@
+// See file_acts.h.
+#include "apps/viewer/file_acts.h"
+
+#include <QAction>
+
+#include "apps/viewer/model/opened_file.h"
+#include "apps/viewer/model/scene_inputs.h"
+#include "zelk/scene/edits.h"
+#include "zelk/text/errors.h"
+
+namespace zelk {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr char const* kProjectEnding = ".zelk.json";
+
+QString titleOf(Document const& document) {
+    return document.file().empty() ? QString("the new scene") : nameOf(document.file());
+}
+
+/// Beside the layer, by its name.
+QString proposalOf(Document const& document) {
+    if (!document.file().empty()) return textOf(document.file());
+    fs::path const layer = document.scene().layer.file.path();
+    std::string const stem = layer.filename().string();
+    return textOf(layer.parent_path() / (stem.substr(0, stem.find('.')) + kProjectEnding));
+}
+
+}  // namespace
+
+FileActs::FileActs(WindowServices& services, fs::path const& stateFolder) : m_services(services) {
+    if (!stateFolder.empty()) m_recent.emplace(stateFolder);
+}
+
+ViewerCommands FileActs::commands() {
+    auto const isOpen = [this] { return document().isOpen(); };
+    return {
+        {"File", "New\u2026", QKeySequence("Ctrl+N"), "Start a scene with a picture as its layer",
+         [this] {
+             QString const file =
+                 m_services.questions.fileToOpen("The Layer of a New Scene", kAnyFilter);
+             if (!file.isEmpty()) startWith(pathOf(file));
+         }},
+        {"File", "Open\u2026", QKeySequence("Ctrl+O"),
+         "Open a project, a picture, a numbered sequence or a movie", [this] { open(); }},
+        {"File/Open Recent",
+         "Clear List",
+         {},
+         "Forget the files that were opened",
+         [this] { m_recent->clear(); },
+         [this] { return !recent().empty(); }},
+        {"File", "", {}, "", {}},
+        {"File", "Save", QKeySequence("Ctrl+S"), "Save the project to its file", [this] { save(); },
+         isOpen},
+        {"File", "Save As\u2026", QKeySequence("Ctrl+Shift+S"), "Save the project to another file",
+         [this] { saveAs(); }, isOpen},
+        {"File",
+         "Revert",
+         {},
+         "Go back to the project as it was saved",
+         [this] { revert(); },
+         [this] { return document().isModified() && !document().file().empty(); }},
+        {"File", "", {}, "", {}},
+    };
+}
+
+std::vector<fs::path> FileActs::recent() const {
+    return m_recent ? m_recent->list() : std::vector<fs::path>();
+}
+
+/// Before what stands in the menu already.
+void FileActs::fillRecent(QMenu& menu) {
+    for (QAction* const action : menu.actions())
+        if (action->data().toBool()) menu.removeAction(action);
+    QAction* const before = menu.actions().value(0);
+    for (fs::path const& file : recent()) {
+        auto* const action = new QAction(textOf(file), &menu);
+        action->setData(true);
+        QObject::connect(action, &QAction::triggered, &menu,
+                         [this, file] { m_services.attempt([&] { openFile(file); }); });
+        menu.insertAction(before, action);
+    }
+}
+
+void FileActs::open() {
+    QString const file = m_services.questions.fileToOpen("Open", kAnyFilter);
+    if (!file.isEmpty()) openFile(pathOf(file));
+}
+
+void FileActs::openFile(fs::path const& file) {
+    if (kindOf(file) != FileKind::kProject) return startWith(file);
+    if (!mayLeave()) return;
+    document().open(file);
+    remember();
+}
+
+void FileActs::startWith(fs::path const& layer) {
+    fs::path const meant = pictureMeant(layer);
+    if (meant.empty() || !mayLeave()) return;
+    Scene scene;
+    sceneEdit("layer").apply(scene, "the layer", meant.string());
+    scene.options.clear();
+    if (fs::path(scene.layer.file.written).is_absolute()) scene.layer.file = pathIn(scene, meant);
+    document().start(std::move(scene));
+}
+
+void FileActs::take(HandedScene handed) {
+    if (!mayLeave()) return;
+    if (handed.file.empty()) return document().start(std::move(handed.scene));
+    document().recover(std::move(handed.scene), std::move(handed.file));
+}
+
+void FileActs::recover(HandedScene handed) {
+    document().recover(std::move(handed.scene), std::move(handed.file));
+}
+
+void FileActs::revert() {
+    int const answer = m_services.questions.choice(
+        "Go back to " + titleOf(document()) + " as it was saved? What you changed since is lost.",
+        {"Revert"});
+    if (answer == 0) document().open(fs::path(document().file()));
+}
+
+bool FileActs::save() {
+    if (document().file().empty()) return saveAs();
+    document().save();
+    remember();
+    return true;
+}
+
+bool FileActs::saveAs() {
+    QString file =
+        m_services.questions.fileToSave("Save As", proposalOf(document()), kProjectFilter);
+    if (file.isEmpty()) return false;
+    if (!file.endsWith(".json")) file += kProjectEnding;
+    document().saveAs(pathOf(file));
+    remember();
+    return true;
+}
+
+bool FileActs::mayLeave() {
+    if (!document().isModified()) return true;
+    int const answer = m_services.questions.choice(
+        "Save the changes to " + titleOf(document()) + "?", {"Save", "Don\u2019t Save"});
+    if (answer != 0) return answer == 1;
+    bool isSaved = false;
+    return m_services.attempt([&] { isSaved = save(); }) && isSaved;
+}
+
+void FileActs::remember() {
+    if (m_recent) m_recent->add(document().file());
+}
+
+fs::path FileActs::pictureMeant(fs::path const& file) const {
+    auto const sequence = sequenceOf(file);
+    if (!sequence) return file;
+    fs::path const pattern = sequence->pattern;
+    int const answer =
+        m_services.questions.choice(QString("%1 is one of %2 numbered pictures.")
+                                        .arg(nameOf(file))
+                                        .arg(sequence->frames.size()),
+                                    {"Use " + nameOf(pattern), "This Picture Alone"});
+    return answer == 0 ? pattern : answer == 1 ? file : fs::path();
+}
+
+}  // namespace zelk

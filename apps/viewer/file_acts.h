@@ -1,0 +1,48 @@
+// FileActs: new, open, save and what goes with them. Nothing that is not saved is closed without a
+// question.
+#pragma once
+
+#include <QMenu>
+
+#include "apps/viewer/commands.h"
+#include "apps/viewer/model/recent_files.h"
+#include "apps/viewer/window_services.h"
+#include "zelk/scene/hand_over.h"
+
+namespace zelk {
+
+class FileActs {
+public:
+    /// Without a state folder no recent files are kept.
+    FileActs(WindowServices& services, std::filesystem::path const& stateFolder);
+
+    ViewerCommands commands();
+    void fillRecent(QMenu& menu);
+    std::vector<std::filesystem::path> recent() const;
+
+    // All of these throw what the document refuses; what was open then stays. They ask before they
+    // close anything.
+    void open();
+    void openFile(std::filesystem::path const& file);
+    void startWith(std::filesystem::path const& layer);
+    void take(HandedScene handed);
+    void recover(HandedScene handed);
+    void revert();
+
+    bool save();  ///< false where the user thought better of it
+    bool saveAs();
+    /// Asks where something is not saved, and saves; false: stay.
+    bool mayLeave();
+
+    /// A numbered picture, or all that it is one of, as the user answers; empty for Cancel.
+    std::filesystem::path pictureMeant(std::filesystem::path const& file) const;
+
+private:
+    Document& document() const { return *m_services.document; }
+    void remember();
+
+    WindowServices& m_services;
+    std::optional<RecentFiles> m_recent;
+};
+
+}  // namespace zelk

@@ -1,0 +1,171 @@
+// See input_acts.h.
+#include "apps/viewer/input_acts.h"
+
+#include <algorithm>
+
+#include "apps/viewer/dialogs/track_dialog.h"
+#include "apps/viewer/model/opened_file.h"
+#include "zelk/text/errors.h"
+
+namespace zelk {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr InputKind kPictureKinds[] = {InputKind::kLayer, InputKind::kPlate, InputKind::kMatte,
+                                       InputKind::kHoldout, InputKind::kStMap};
+
+QString capitalized(QString text) { return text.replace(0, 1, text.at(0).toUpper()); }
+
+QString sentenceOf(std::vector<MissingFile> const& missing) {
+    QString text = "Missing: ";
+    for (MissingFile const& file : missing) {
+        if (&file != missing.data()) text += "; ";
+        text += QString("the %1 (%2)").arg(wordOf(file.kind), QString::fromStdString(file.why));
+    }
+    return text;
+}
+
+}  // namespace
+
+InputActs::InputActs(WindowServices& services, FileActs& files)
+    : m_services(services), m_files(files) {
+    services.document->onChange([this](DocumentChange const& change) {
+        if (change.inputs) tellMissing();
+    });
+}
+
+ViewerCommand InputActs::importCommand(InputKind kind, QString const& name, QString const& help) {
+    return {"File/Import",
+            name + "\u2026",
+            {},
+            help,
+            [this, kind, name] {
+                QString const file = m_services.questions.fileToOpen(name, kAnyFilter);
+                if (!file.isEmpty()) import(kind, pathOf(file));
+            },
+            [this] { return document().isOpen(); }};
+}
+
+ViewerCommands InputActs::commands() {
+    ViewerCommand track{"File/Import",
+                        "Track\u2026",
+                        QKeySequence("Ctrl+I"),
+                        "Take tracking data for the pins",
+                        [this] {
+                            QString const file =
+                                m_services.questions.fileToOpen("Track", kAnyFilter);
+                            if (!file.isEmpty()) importTrack(pathOf(file));
+                        },
+                        [this] { return document().isOpen(); }};
+    auto const isMissing = [this] { return !m_services.notices->text("missing").isEmpty(); };
+    return {importCommand(InputKind::kLayer, "Layer", "The picture that is pinned"),
+            importCommand(InputKind::kPlate, "Plate", "The picture that it is laid over"),
+            importCommand(InputKind::kMatte, "Matte", "What of the layer shows; moves with it"),
+            importCommand(InputKind::kHoldout, "Holdout", "What stands before the layer"),
+            importCommand(InputKind::kStMap, "Lens Map", "The lens distortion of the frame"),
+            {"File/Import", "", {}, "", {}},
+            track,
+            {"File",
+             "Relink Missing File\u2026",
+             {},
+             "Choose a file for the first that is missing",
+             [this] { askRelink(); },
+             isMissing},
+            {"File",
+             "Relink in Folder\u2026",
+             {},
+             "Find all that is missing below a folder",
+             [this] { askFolder(); },
+             isMissing},
+            {"File", "", {}, "", {}}};
+}
+
+/// Files of one sequence that were dropped together are taken as one.
+void InputActs::take(std::vector<fs::path> const& files) {
+    std::vector<std::string> patterns;
+    for (fs::path const& file : files) {
+        auto const sequence = kindOf(file) == FileKind::kPicture ? sequenceOf(file) : std::nullopt;
+        if (sequence && std::count(patterns.begin(), patterns.end(), sequence->pattern)) continue;
+        if (sequence) patterns.push_back(sequence->pattern);
+        m_services.attempt([&] { takeOne(file); });
+    }
+}
+
+void InputActs::takeOne(fs::path const& file) {
+    FileKind const kind = kindOf(file);
+    if (kind == FileKind::kProject) return m_files.openFile(file);
+    if (kind == FileKind::kTrack && document().isOpen()) return importTrack(file);
+    if (kind == FileKind::kTrack)
+        throw UserError(ExitCode::kUsage,
+                        file.string() + ": a track needs a scene: open a picture first");
+    if (!document().isOpen()) return m_files.startWith(file);
+    QStringList choices;
+    for (InputKind const each : kPictureKinds) choices.append(capitalized(wordOf(each)));
+    choices.append("Layer of a New Scene");
+    int const answer = m_services.questions.choice(
+        QString("What is %1 to be in this scene?").arg(nameOf(file)), choices);
+    if (answer == static_cast<int>(std::size(kPictureKinds))) return m_files.startWith(file);
+    if (answer >= 0) import(kPictureKinds[answer], file);
+}
+
+void InputActs::import(InputKind kind, fs::path const& file) {
+    fs::path const meant = m_files.pictureMeant(file);
+    if (meant.empty()) return;
+    PixelSize const frame = document().frameSize();
+    document().change("Set " + capitalized(wordOf(kind)).toStdString(),
+                      [&](Scene& scene) { setInput(scene, kind, meant, frame); });
+}
+
+void InputActs::importTrack(fs::path const& file) {
+    auto* const dialog = new TrackDialog(document(), file, m_services.window);
+    QObject::connect(dialog, &QDialog::accepted, dialog,
+                     [this, dialog] { m_services.attempt([&] { dialog->put(document()); }); });
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->open();
+}
+
+void InputActs::tellMissing() {
+    auto const missing = missingFiles(document().scene());
+    if (missing.empty()) return m_services.notices->remove("missing");
+    Notice notice{NoticeTone::kWarning, sentenceOf(missing), {}, false};
+    notice.buttons = {{"Relink File\u2026", "Choose a file for the first of them",
+                       [this] { m_services.attempt([&] { askRelink(); }); }},
+                      {"Relink in Folder\u2026", "Find all of them below a folder",
+                       [this] { m_services.attempt([&] { askFolder(); }); }}};
+    m_services.notices->show("missing", notice);
+}
+
+void InputActs::askRelink() {
+    auto const missing = missingFiles(document().scene());
+    if (missing.empty()) return;
+    MissingFile const& first = missing.front();
+    QString const file = m_services.questions.fileToOpen(
+        QString("%1, the %2").arg(nameOf(first.file), wordOf(first.kind)), kAnyFilter);
+    if (!file.isEmpty()) relink(first.kind, pathOf(file));
+}
+
+void InputActs::askFolder() {
+    QString const folder = m_services.questions.folder("Where the Missing Files Are");
+    if (!folder.isEmpty()) relinkAll(pathOf(folder));
+}
+
+void InputActs::relink(InputKind kind, fs::path const& file) {
+    fs::path const meant = isTrack(kind) ? file : m_files.pictureMeant(file);
+    if (meant.empty()) return;
+    document().change("Relink " + capitalized(wordOf(kind)).toStdString(),
+                      [&](Scene& scene) { zelk::relink(scene, kind, meant); });
+}
+
+void InputActs::relinkAll(fs::path const& folder) {
+    auto const missing = missingFiles(document().scene());
+    bool const isAny = std::any_of(missing.begin(), missing.end(), [&](auto const& file) {
+        return !foundIn(folder, file).empty();
+    });
+    if (!isAny)
+        throw UserError(ExitCode::kInput, folder.string() + ": none of the missing files is there");
+    document().change("Relink Files", [&](Scene& scene) { zelk::relinkAll(scene, folder); });
+}
+
+}  // namespace zelk

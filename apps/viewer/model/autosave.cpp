@@ -1,0 +1,103 @@
+// See autosave.h.
+#include "apps/viewer/model/autosave.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <system_error>
+#include <utility>
+
+#include "zelk/files/process_tag.h"
+#include "zelk/files/text_file.h"
+#include "zelk/text/errors.h"
+
+namespace zelk {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr std::string_view kEnding = ".zelk-recovery";
+constexpr auto kForgotten = std::chrono::hours(24);
+
+std::string nextName() {
+    static std::atomic<int> count = 0;
+    return fmt::format("{}.{}-{}{}", hostName(), thisProcess().text(), ++count, kEnding);
+}
+
+bool isAbandoned(fs::directory_entry const& entry) {
+    std::string const name = entry.path().filename().string();
+    if (!name.ends_with(kEnding)) return false;
+    std::string const stem = name.substr(0, name.size() - kEnding.size());
+    auto const dot = stem.rfind('.');
+    auto const maker = dot == stem.npos ? std::nullopt : ProcessTag::at(stem.substr(dot + 1));
+    if (!maker) return false;
+    Life const life = lifeOf(*maker);
+    if (life != Life::kUnknown) return life == Life::kDead;
+    std::error_code fault;
+    auto const age = fs::file_time_type::clock::now() - entry.last_write_time(fault);
+    return stem.substr(0, dot) == hostName() || (!fault && age > kForgotten);
+}
+
+std::string written(fs::path const& file, std::string const& text) {
+    try {
+        fs::create_directories(file.parent_path());
+        writeTextFile(file, text, true);
+        return "";
+    } catch (std::exception const& error) {
+        return oneLine(error.what());
+    }
+}
+
+}  // namespace
+
+Autosave::Autosave(fs::path folder) : m_file(std::move(folder) / nextName()) {}
+Autosave::~Autosave() { wait(); }
+
+bool Autosave::write(HandedScene const& scene) {
+    using namespace std::chrono_literals;
+    if (m_writing.valid() && m_writing.wait_for(0s) != std::future_status::ready) return false;
+    wait();
+    m_isThere = true;
+    m_writing = std::async(std::launch::async, written, m_file, handOverText(scene));
+    return true;
+}
+
+void Autosave::wait() {
+    if (m_writing.valid()) m_fault = m_writing.get();
+}
+
+void Autosave::remove() {
+    if (!std::exchange(m_isThere, false)) return;
+    wait();
+    std::error_code none;
+    fs::remove(m_file, none);
+}
+
+bool Autosave::adopt(fs::path const& abandoned) {
+    wait();
+    std::error_code fault;
+    fs::rename(abandoned, m_file, fault);
+    m_isThere = !fault;
+    return !fault;
+}
+
+std::vector<fs::path> abandonedScenes(fs::path const& folder) {
+    std::vector<std::pair<fs::file_time_type, fs::path>> found;
+    std::error_code fault, none;
+    fs::directory_iterator entry(folder, fault);
+    for (fs::directory_iterator const end; !fault && entry != end; entry.increment(fault))
+        if (isAbandoned(*entry)) found.emplace_back(entry->last_write_time(none), entry->path());
+    std::sort(found.rbegin(), found.rend());
+    std::vector<fs::path> files;
+    for (auto& [time, file] : found) files.push_back(std::move(file));
+    return files;
+}
+
+HandedScene readAutosaved(fs::path const& file) {
+    return handedScene(file, readTextFile(file, "an autosaved"));
+}
+
+}  // namespace zelk

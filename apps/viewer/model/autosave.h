@@ -1,0 +1,50 @@
+// Autosave: the scene that is edited, in the user's state folder, until it is saved or discarded.
+// A viewer that died leaves its file behind, and the next one offers it.
+//
+//   HOST.TAG-N.zelk-recovery     the scene as hand_over.h has it
+//
+// TAG tells the process (zelk/files/process_tag.h), N one of its windows. A file is whole at any
+// moment. A machine that was started anew has another tag: the files of its own name are then of
+// the dead. Those of other machines, which may share the folder, are left alone for a day.
+#pragma once
+
+#include <filesystem>
+#include <future>
+#include <string>
+#include <vector>
+
+#include "zelk/scene/hand_over.h"
+
+namespace zelk {
+
+class Autosave {
+public:
+    explicit Autosave(std::filesystem::path folder);
+    ~Autosave();  ///< the file stays
+    Autosave(Autosave const&) = delete;
+    Autosave& operator=(Autosave const&) = delete;
+
+    std::filesystem::path const& file() const { return m_file; }
+    /// On a thread of its own; false while the last one is being written, and nothing is done.
+    bool write(HandedScene const& scene);
+    /// Why the last one that ended was not written; empty where it was.
+    std::string const& fault() const { return m_fault; }
+    void wait();
+    void remove();
+    /// Makes an abandoned file this one's own, so that nobody else takes it; false where somebody
+    /// was faster.
+    bool adopt(std::filesystem::path const& abandoned);
+
+private:
+    std::filesystem::path m_file;
+    std::future<std::string> m_writing;
+    std::string m_fault;
+    bool m_isThere = false;
+};
+
+/// Files of viewers that died, the latest first.
+std::vector<std::filesystem::path> abandonedScenes(std::filesystem::path const& folder);
+/// Throws an input error.
+HandedScene readAutosaved(std::filesystem::path const& file);
+
+}  // namespace zelk

@@ -1,0 +1,190 @@
+// Document: what is open in the viewer. It holds the scene that is edited, the frame that is looked
+// at, what can be undone, and what is saved. It knows no window.
+//
+//     panel, timeline, dialog --act--> Document --listener--> all of them, and the frame service
+//
+// The scene is the one model (zelk/scene/scene.h): every act makes a new scene out of the former
+// one, and undo takes the former one back, whole. A module at hand gives the parameters of the
+// scene their descriptions, checks their values, and answers the mouse; the parameters that it
+// keeps are always those of the scene.
+//
+// Acts. `change` edits the scene itself: files, composition, output. `edit` and `changeValues` edit
+// parameters at the frame that is looked at. An act that changes nothing is no step. Between
+// beginAct and endAct all of them are one step: a drag, say; cancelAct takes them back.
+//
+// One thread. Errors are UserError, with everything as it was before.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "hostkit/edit_session.h"
+#include "zelk/render/quad_map.h"
+#include "zelk/scene/scene.h"
+
+namespace zelk {
+
+class FrameStages;
+
+/// What a listener hears of.
+struct DocumentChange {
+    bool inputs = false;  ///< another scene, or its files, composition or output
+    bool values = false;  ///< parameters, their keyframes, or which controls are greyed
+    bool frame = false;   ///< the frame that is looked at
+    bool state = false;   ///< name, saved or not, undo and redo
+};
+
+/// The scene at one moment, for other threads. Scenes of one `structure` differ in nothing but
+/// `parameters`, so that their inputs need not be opened again.
+struct SceneSnapshot {
+    std::shared_ptr<Scene const> scene;
+    std::uint64_t structure = 0;
+    std::uint64_t revision = 0;  ///< of any two scenes of a process another one
+    int frame = 0;
+};
+
+class Document {
+public:
+    /// `module`: of all scenes that are opened; empty for the one beside the program.
+    explicit Document(std::filesystem::path module = {});
+    ~Document();
+    Document(Document const&) = delete;
+    Document& operator=(Document const&) = delete;
+
+    // --- Files
+
+    /// A project, whose pictures and tracks may be missing (scene_inputs.h). What is open is
+    /// closed, saved or not: who calls has asked.
+    void open(std::filesystem::path const& project);
+    /// A scene without a file of its own, such as a picture with nothing else. A scene without a
+    /// composition gets that of its inputs. Its `file` is kept for names that start there.
+    void start(Scene scene);
+    /// A scene that was saved before a crash: as start, but saved to `file` at the next save.
+    void recover(Scene scene, std::filesystem::path file);
+    /// To its own file; throws a usage error where there is none.
+    void save();
+    void saveAs(std::filesystem::path const& project);
+
+    bool isOpen() const { return m_stages != nullptr; }
+    /// Empty for a scene that was never saved.
+    std::filesystem::path const& file() const { return m_file; }
+    /// Differs from what is saved. A scene that was started counts from its first state.
+    bool isModified() const;
+
+    // --- The scene. All below need an open document.
+
+    Scene const& scene() const { return *m_now.scene; }
+    SceneSnapshot snapshot() const;
+    /// As opened, with no tracks and all values settled; FrameRenderer::settledScene.
+    Scene settledScene() const;
+    PixelSize layerSize() const;  ///< pixels at full resolution
+    PixelSize frameSize() const;  ///< of the display window
+    /// First and last frame of the composition.
+    int firstFrame() const;
+    int lastFrame() const;
+    int frame() const { return m_frame; }
+    /// Kept within the composition.
+    void setFrame(int frame);
+    /// What its files and values gave cause to say, a sentence each, since the last call.
+    std::vector<std::string> takeWarnings();
+
+    // --- Parameters, in the effect's order; index 0 is the layer
+
+    /// With the values and ui_flags of the frame's moment as `current`, and all keyframes.
+    std::vector<Parameter> parameters() const;
+    Parameter const& parameter(int index) const;
+    KeyValue valueOf(int index) const;    ///< at the frame
+    KeyValue defaultOf(int index) const;  ///< where nobody set any
+    /// The effect has not greyed the control out.
+    bool isEnabled(int index) const;
+    KeyTime moment() const;  ///< of the frame
+    KeyTime momentOf(double frame) const;
+    double frameOf(KeyTime const& moment) const;
+
+    // --- Acts. Each answers whether it changed anything.
+
+    bool change(std::string name, std::function<void(Scene&)> const& act);
+    /// A parameter's value at the frame: a key where it has keys. Kept within the valid range and
+    /// rounded to its unit; the effect hears of it where it asked to. Name: "Set Opacity".
+    bool edit(int index, KeyValue const& value);
+    bool changeValues(std::string name, std::function<void(std::vector<Parameter>&)> const& act);
+
+    void beginAct(std::string name);
+    bool endAct();
+    void cancelAct();
+    bool isActing() const { return m_act.has_value(); }
+
+    /// The effect's own mouse, in a panel: true when it takes the mouse until release, as an act
+    /// of its own. Throws a UserError when the effect fails, with the values from before.
+    bool click(Panel const& panel, MouseEvent const& mouse);
+    void drag(MouseEvent const& mouse);
+    bool release(MouseEvent const& mouse);
+    /// The effect's overlay in the current port (platform/services/DrawingPort.h).
+    void drawOverlay(Panel const& panel);
+    /// The effect has an overlay for the scene's host.
+    bool hasOverlay() const;
+    /// From the next drawOverlay or click on the effect has that quad alone in its panel, where the
+    /// two quads don't lie in one picture; nothing: what Overlay Mode says.
+    void limitOverlay(std::optional<TrackedPins> pins) { m_overlayPins = pins; }
+    /// Between layer and frame at the frame that is looked at.
+    QuadMap mapHere() const;
+
+    bool undo();
+    bool redo();
+    std::string_view undoName() const;  ///< empty for none
+    std::string_view redoName() const;
+
+    /// Called after each change, on the calling thread, in order of their adding. They must outlive
+    /// the document, or never be called again.
+    void onChange(std::function<void(DocumentChange const&)> listener);
+
+private:
+    /// A state of the scene; the revision tells two of them apart.
+    struct State {
+        std::shared_ptr<Scene const> scene;
+        std::uint64_t structure = 0, revision = 0;
+    };
+    struct Step {
+        std::string name;
+        State before, after;
+    };
+    struct OpenAct {
+        std::string name;
+        State before;
+    };
+
+    void adopt(Scene scene, std::filesystem::path file, int frame);
+    void openStages(Scene const& scene, int frame);
+    void show(State const& state);
+    void record(std::string name, State const& before);
+    bool takeValues(std::string name, std::function<bool()> const& act);
+    bool step(bool isUndo);
+    void saveTo(std::filesystem::path const& project, bool mayReplace);
+    void tell(DocumentChange const& change) const;
+    Host& host() const;
+    void holdOverlayMode();
+    void freeOverlayMode();
+
+    std::filesystem::path m_module;
+    std::unique_ptr<FrameStages> m_stages;
+    std::unique_ptr<EditSession> m_session;
+    std::vector<Parameter> m_defaults;
+    State m_now;
+    std::uint64_t m_savedRevision = 0;
+    std::filesystem::path m_file;
+    int m_frame = 0;
+    std::vector<Step> m_steps;
+    std::size_t m_done = 0;  ///< steps up to here are done, the rest undone
+    std::optional<OpenAct> m_act;
+    std::optional<TrackedPins> m_overlayPins;
+    std::optional<double> m_overlayMode;  ///< the scene's, while the effect is told another one
+    std::vector<std::function<void(DocumentChange const&)>> m_listeners;
+};
+
+}  // namespace zelk

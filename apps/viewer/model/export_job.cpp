@@ -1,0 +1,108 @@
+// See export_job.h.
+#include "apps/viewer/model/export_job.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <nlohmann/json.hpp>
+#include <utility>
+
+#include "zelk/sequence/render_frames.h"
+
+namespace zelk {
+
+namespace {
+
+using Json = nlohmann::json;
+
+std::string framesText(int count) {
+    return count == 1 ? "1 frame" : fmt::format("{} frames", count);
+}
+
+std::string clockText(double seconds) {
+    auto const s = static_cast<long long>(std::ceil(std::min(seconds, 1e9)));
+    if (s < 3600) return fmt::format("{}:{:02}", s / 60, s % 60);
+    return fmt::format("{}:{:02}:{:02}", s / 3600, s / 60 % 60, s % 60);
+}
+
+void takeEvent(Json const& event, ExportState& state) {
+    std::string const name = event.value("event", "");
+    bool const isFrame = event.contains("frame");
+    state.count = event.value("count", state.count);
+    state.seconds = event.value("seconds", state.seconds);
+    if (name == "start" || name == "end") state.skipped = event.value("skipped", state.skipped);
+    if (name == "warning") state.warnings.push_back(event.value("message", ""));
+    if (name == "failure")
+        state.failures.push_back({isFrame ? fmt::format("frame {}", event.value("frame", 0)) : "",
+                                  event.value("message", "")});
+    if (name == "frame") ++state.written;
+    if (name == "frame" || name == "shared") state.file = event.value("file", "");
+    if (isFrame) state.ended = event.value("index", state.ended);
+    double const perFrame = state.ended > 0 ? state.seconds / state.ended : 0;
+    state.secondsLeft = perFrame * (state.count - state.ended);
+}
+
+}  // namespace
+
+std::string ExportState::text() const {
+    if (isRunning && count == 0) return "Looking at the frames";
+    if (isRunning) {
+        std::string const left = secondsLeft > 0 ? ", " + clockText(secondsLeft) + " left" : "";
+        return fmt::format("{} of {}{}", ended, framesText(count), left);
+    }
+    std::string result = framesText(written) + " written";
+    if (skipped > 0) result += fmt::format(", {} left out", skipped);
+    if (!failures.empty()) result += fmt::format(", {} failed", failures.size());
+    if (isStopped) result += ", cancelled";
+    return result;
+}
+
+ExportJob::ExportJob(Scene scene, RunOptions run, std::function<void()> changed)
+    : m_changed(std::move(changed)) {
+    run.progress = ProgressMode::kJson;
+    run.progressTo = [this](std::string_view line) { take(line); };
+    run.stop = &m_isStopped;
+    m_thread = std::thread([this, scene = std::move(scene), run = std::move(run)] {
+        try {
+            end(renderFrames(scene, run), "");
+        } catch (UserError const& error) {
+            end(error.code(), error.what());
+        } catch (std::exception const& error) {
+            end(ExitCode::kRenderFailed, oneLine(error.what()));
+        }
+    });
+}
+
+ExportJob::~ExportJob() {
+    stop();
+    m_thread.join();
+}
+
+ExportState ExportJob::state() const {
+    std::lock_guard const lock(m_mutex);
+    return m_state;
+}
+
+void ExportJob::take(std::string_view line) {
+    Json const event = Json::parse(line, nullptr, false);
+    if (!event.is_object()) return;
+    {
+        std::lock_guard const lock(m_mutex);
+        takeEvent(event, m_state);
+    }
+    m_changed();
+}
+
+void ExportJob::end(ExitCode code, std::string const& message) {
+    {
+        std::lock_guard const lock(m_mutex);
+        m_state.isRunning = false;
+        m_state.isStopped = code == ExitCode::kInterrupted;
+        m_state.code = code;
+        if (!message.empty()) m_state.failures.push_back({"", message});
+    }
+    m_changed();
+}
+
+}  // namespace zelk

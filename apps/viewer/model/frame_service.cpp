@@ -1,0 +1,205 @@
+// See frame_service.h.
+#include "apps/viewer/model/frame_service.h"
+
+#include <algorithm>
+#include <chrono>
+#include <exception>
+#include <utility>
+
+#include "zelk/text/errors.h"
+
+namespace zelk {
+namespace {
+
+LiveView liveViewOf(PictureView const& view) {
+    using enum LiveView::Shows;
+    LiveView live;
+    live.shows = view.shows == ShownPicture::kLayer   ? kLayer
+                 : view.shows == ShownPicture::kPlate ? kPlate
+                                                      : kFrame;
+    live.reduce = view.reduce;
+    live.part = view.part;
+    live.isBlurred = !view.isDraft;
+    return live;
+}
+
+}  // namespace
+
+FrameService::FrameService(std::function<void(SharedFrame)> ready, FrameServiceOptions options)
+    : m_ready(std::move(ready)), m_options(options), m_thread([this] { work(); }) {}
+
+FrameService::~FrameService() {
+    {
+        std::lock_guard const lock(m_mutex);
+        m_isEnding = true;
+        m_isStopped = true;
+    }
+    m_changed.notify_all();
+    m_thread.join();
+}
+
+void FrameService::ask(SceneSnapshot scene, PictureView view) {
+    std::unique_lock lock(m_mutex);
+    SharedFrame const kept = m_cache.find(scene.revision, scene.frame, view);
+    m_wish.reset();
+    if (!kept)
+        take({std::move(scene), std::move(view)});
+    else if (m_isCurrentWanted)
+        m_isStopped = true, m_current.reset();
+    lock.unlock();
+    m_changed.notify_all();
+    if (kept) m_ready(kept);
+}
+
+/// What is under way goes on where it is the very picture, or a draft and another one is wanted.
+void FrameService::take(Wish wish) {
+    if (m_current && m_current->isSame(wish)) {
+        m_isCurrentWanted = true;
+        return;
+    }
+    bool const areDrafts =
+        m_current && m_isCurrentWanted && m_current->view.isDraft && wish.view.isDraft;
+    if (!areDrafts) m_isStopped = true, m_current.reset();
+    m_wish = std::move(wish);
+}
+
+SharedFrame FrameService::find(SceneSnapshot const& scene, PictureView const& view) const {
+    std::lock_guard const lock(m_mutex);
+    return m_cache.find(scene.revision, scene.frame, view);
+}
+
+void FrameService::prefetch(SceneSnapshot scene, PictureView view, std::vector<int> frames) {
+    {
+        std::lock_guard const lock(m_mutex);
+        m_ahead = Wish{std::move(scene), std::move(view)};
+        m_aheadFrames.assign(frames.rbegin(), frames.rend());
+        m_aheadBytes = 0;
+    }
+    m_changed.notify_all();
+}
+
+std::vector<int> FrameService::kept(SceneSnapshot const& scene, PictureView const& view,
+                                    std::vector<int> const& frames) const {
+    std::lock_guard const lock(m_mutex);
+    std::vector<int> there;
+    for (int const frame : frames)
+        if (m_cache.find(scene.revision, frame, view)) there.push_back(frame);
+    return there;
+}
+
+void FrameService::setBudget(std::uint64_t bytes) {
+    std::lock_guard const lock(m_mutex);
+    m_cache.setBudget(bytes);
+}
+
+std::uint64_t FrameService::budget() const {
+    std::lock_guard const lock(m_mutex);
+    return m_cache.budget();
+}
+
+std::uint64_t FrameService::bytes() const {
+    std::lock_guard const lock(m_mutex);
+    return m_cache.bytes();
+}
+
+std::uint64_t FrameService::inputBytes() const { return m_inputBytes; }
+
+// --- The worker
+
+void FrameService::work() {
+    std::unique_lock lock(m_mutex);
+    while (!m_isEnding) {
+        if (m_wish) {
+            serve(lock, *std::exchange(m_wish, std::nullopt), true);
+        } else if (auto ahead = nextPrefetch()) {
+            serve(lock, *ahead, false);
+        } else {
+            m_changed.wait(lock);
+        }
+    }
+}
+
+/// The next frame that is not kept, as long as there is room for it; frames that are there already
+/// count.
+std::optional<FrameService::Wish> FrameService::nextPrefetch() {
+    while (!m_aheadFrames.empty()) {
+        if (m_aheadBytes > m_cache.budget() / 4 * 3) break;
+        int const frame = m_aheadFrames.back();
+        SharedFrame const there = m_cache.find(m_ahead->scene.revision, frame, m_ahead->view);
+        if (!there) {
+            Wish wish = *m_ahead;
+            wish.scene.frame = frame;
+            return wish;
+        }
+        m_aheadBytes += there->bytes();
+        m_aheadFrames.pop_back();
+    }
+    m_aheadFrames.clear();
+    return std::nullopt;
+}
+
+/// The flag is lowered under the mutex: who raises it later means this picture.
+void FrameService::serve(std::unique_lock<std::mutex>& lock, Wish const& wish, bool isWanted) {
+    m_isStopped = m_isEnding;
+    m_current = wish;
+    m_isCurrentWanted = isWanted;
+    lock.unlock();
+    SharedFrame const frame = made(wish);
+    m_inputBytes = m_renderer.inputBytes();
+    lock.lock();
+    m_current.reset();
+    if (!frame) return;  // stopped
+    bool const isShown = m_isCurrentWanted;
+    if (frame->error.empty()) m_cache.add(frame, wish.view.isDraft && isShown);
+    if (!isWanted && !m_aheadFrames.empty() && m_aheadFrames.back() == frame->frame) {
+        m_aheadFrames.pop_back();
+        m_aheadBytes += frame->bytes();
+    }
+    if (!isShown) return;
+    lock.unlock();
+    m_ready(frame);
+    lock.lock();
+}
+
+void FrameService::settle(SceneSnapshot const& scene) {
+    if (scene.revision == m_revision) return;
+    if (scene.structure == m_structure)
+        m_renderer.setValues(*scene.scene);
+    else
+        m_renderer.setScene(*scene.scene);
+    m_structure = scene.structure;
+    m_revision = scene.revision;
+}
+
+/// Null for one that was stopped.
+std::shared_ptr<ShownFrame> FrameService::made(Wish const& wish) {
+    auto result = std::make_shared<ShownFrame>();
+    result->revision = wish.scene.revision;
+    result->frame = wish.scene.frame;
+    result->view = wish.view;
+    PictureView const& view = wish.view;
+    bool const wantsStored =
+        view.shows == ShownPicture::kFrame && view.reduce == 1 && !view.isDraft;
+    auto const start = std::chrono::steady_clock::now();
+    try {
+        settle(wish.scene);
+        LivePicture picture =
+            m_renderer.screen(wish.scene.frame, liveViewOf(view),
+                              {view.displayView, m_options.isBgra, wantsStored}, &m_isStopped);
+        result->display = std::move(picture.display);
+        result->stored = std::move(picture.stored);
+        result->whole = picture.whole;
+    } catch (UserError const& error) {
+        if (error.code() == ExitCode::kInterrupted) return nullptr;
+        result->error = error.what();
+    } catch (std::exception const& error) {
+        result->error = error.what();
+        m_structure = m_revision = 0;
+    }
+    result->warnings = m_renderer.takeWarnings();
+    result->seconds =
+        std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    return result;
+}
+
+}  // namespace zelk

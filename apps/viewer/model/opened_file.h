@@ -1,0 +1,24 @@
+// What a file that a user opens or drops is meant to be, by its name.
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace zelk {
+
+enum class FileKind { kProject, kTrack, kPicture };
+
+/// A picture is also a movie or a numbered sequence.
+FileKind kindOf(std::filesystem::path const& file);
+
+/// The numbered pictures that a file is one of: "shot.####.exr" for "shot.0012.exr".
+struct FileSequence {
+    std::string pattern;
+    std::vector<int> frames;
+};
+/// Nothing for a file that stands alone, and for a pattern.
+std::optional<FileSequence> sequenceOf(std::filesystem::path const& file);
+
+}  // namespace zelk

@@ -1,0 +1,17 @@
+// See panel_control.h.
+#include "apps/viewer/model/panel_control.h"
+
+namespace zelk {
+
+std::string tooltipOf(ControlRow const& row, ControlState const& state) {
+    std::string text = row.help;
+    auto const add = [&text](std::string const& line) {
+        if (!line.empty()) text += (text.empty() ? "" : "\n") + line;
+    };
+    std::string const unit = row.unit.empty() || row.range.empty() ? row.unit : " " + row.unit;
+    add(row.range + unit);
+    if (!state.isEnabled) add(state.whyGreyed);
+    return text;
+}
+
+}  // namespace zelk

@@ -1,0 +1,213 @@
+// See scene_control.h.
+#include "apps/viewer/model/scene_control.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "apps/viewer/model/field_text.h"
+#include "zelk/scene/check.h"
+#include "zelk/scene/parameter_names.h"
+#include "zelk/scene/words.h"
+#include "zelk/text/numbers.h"
+
+namespace zelk {
+namespace {
+
+/// What stands for a number in an edit's value, such as "ANGLE[,PHASE]".
+struct NumberWord {
+    std::string_view word, unit;
+    ValueRange range;
+};
+constexpr NumberWord kNumberWords[] = {
+    {"PX", "px", {0, kMostOutlinePx}},
+    {"ANGLE", "degrees", {0, kMostShutterAngleDeg}},
+    {"PHASE", "degrees", {-kMostShutterPhaseDeg, kMostShutterPhaseDeg}},
+};
+
+std::vector<std::string> splitAtCommas(std::string_view text) {
+    std::vector<std::string> parts(1);
+    for (char const c : text) {
+        if (c == ',')
+            parts.emplace_back();
+        else if (c != '[' && c != ']')
+            parts.back() += c;
+    }
+    return parts;
+}
+
+NumberWord const* numberWordOf(SceneEdit const& edit, int field) {
+    auto const words = splitAtCommas(edit.value);
+    for (NumberWord const& known : kNumberWords)
+        if (words.at(static_cast<std::size_t>(field)) == known.word) return &known;
+    return nullptr;
+}
+
+std::vector<std::string> wordsOfEdit(SceneEdit const& edit) {
+    if (!edit.words) return {};
+    auto const words = edit.words();
+    return {words.begin(), words.end()};
+}
+
+ControlKind kindOf(SceneEdit const& edit) {
+    auto const words = wordsOfEdit(edit);
+    if (words.size() == 2 && words[0] == "on") return ControlKind::kCheckbox;
+    if (!words.empty() || edit.value == std::string_view("SPACE")) return ControlKind::kPopup;
+    if (std::string_view(edit.value).starts_with("FILE")) return ControlKind::kFile;
+    return numberWordOf(edit, 0) ? ControlKind::kNumber : ControlKind::kText;
+}
+
+/// The words, after an entry for the default where that is none of them.
+std::vector<std::string> choicesOf(SceneEdit const& edit, std::vector<std::string> words) {
+    std::string const standard = defaultInHelp(edit.help);
+    if (std::find(words.begin(), words.end(), standard) != words.end()) return words;
+    words.insert(words.begin(), "(" + (standard.empty() ? "default" : plainHelp(standard)) + ")");
+    return words;
+}
+
+bool isDefaultEntry(std::string const& choice) { return choice.starts_with('('); }
+
+ControlRow rowOf(SceneSetting const& setting, SceneEdit const& edit, int level,
+                 std::vector<std::string> const& spaces) {
+    ControlKind const kind = kindOf(edit);
+    bool const isNumber = kind == ControlKind::kNumber;
+    bool const hasField = isNumber || kind == ControlKind::kFile || kind == ControlKind::kText;
+    ControlRow row{.name = "scene " + std::string(setting.edit),
+                   .label = std::string(setting.label),
+                   .kind = kind,
+                   .level = level,
+                   .fields = hasField ? 1 : 0,
+                   .help = plainHelp(edit.help)};
+    if (isNumber) {
+        row.fields = static_cast<int>(splitAtCommas(edit.value).size());
+        row.unit = numberWordOf(edit, 0)->unit;
+        row.decimals = 1;
+    }
+    if (kind == ControlKind::kPopup)
+        row.choices = choicesOf(edit, edit.words ? wordsOfEdit(edit) : spaces);
+    return row;
+}
+
+/// A switch that the scene's file has no place for is the composition's own there.
+void settle(Scene& scene) {
+    scene.comp.motionBlur = scene.comp.motionBlur || scene.motionBlur;
+    scene.motionBlur.reset();
+    scene.options.clear();
+}
+
+/// What an edit set of the effect's own parameters, taken out of the scene.
+std::vector<SceneParameter> takeParameters(Scene& scene, std::string const& option) {
+    std::vector<SceneParameter> own;
+    std::erase_if(scene.parameters, [&](SceneParameter const& entry) {
+        if (entry.option != option) return false;
+        own.push_back(entry);
+        return true;
+    });
+    return own;
+}
+
+}  // namespace
+
+SceneControl::SceneControl(Document& document, SceneSetting const& setting, int level,
+                           std::vector<std::string> const& spaces)
+    : PanelControl(document, rowOf(setting, sceneEdit(setting.edit), level, spaces)),
+      m_setting(setting),
+      m_edit(sceneEdit(setting.edit)) {}
+
+std::string SceneControl::read() const {
+    std::string const text = m_setting.read(document().scene());
+    if (!text.empty() || !m_setting.popup) return text;
+    auto const entry = static_cast<std::size_t>(document().valueOf(m_setting.popup)[0]);
+    return wordsOfEdit(m_edit).at(entry - 1);
+}
+
+std::vector<std::string> SceneControl::parts() const {
+    return row().kind == ControlKind::kNumber ? splitAtCommas(read()) : std::vector{read()};
+}
+
+ControlState SceneControl::state() const {
+    ControlState state;
+    state.fields = parts();
+    if (row().kind == ControlKind::kNumber)
+        for (std::string& part : state.fields)
+            part = shownNumber(parseNumber(part).value_or(0), row().decimals);
+    if (row().kind == ControlKind::kCheckbox) state.choice = read() == "on";
+    if (row().kind == ControlKind::kPopup) {
+        std::string const text = read().empty() ? defaultInHelp(m_edit.help) : read();
+        auto const& choices = row().choices;
+        auto const found = std::find(choices.begin(), choices.end(), text);
+        state.choice = found != choices.end() ? static_cast<int>(found - choices.begin()) + 1
+                       : read().empty()       ? 1
+                                              : 0;
+    }
+    state.isDefault = m_setting.read(document().scene()) == m_setting.read(Scene{});
+    if (m_setting.popup)
+        state.isDefault = state.isDefault && document().valueOf(m_setting.popup) ==
+                                                 document().defaultOf(m_setting.popup);
+    if (m_setting.whyNot) state.whyGreyed = m_setting.whyNot(document().scene());
+    // What is set can always be taken back.
+    state.isEnabled = state.whyGreyed.empty() || !state.isDefault;
+    return state;
+}
+
+std::string SceneControl::typedText(int field) const {
+    return parts().at(static_cast<std::size_t>(field));
+}
+
+void SceneControl::set(std::string const& text) {
+    Scene wanted = document().scene();
+    if (text.empty())
+        m_setting.reset(wanted);
+    else
+        m_edit.apply(wanted, row().label, text);
+    checkScene(wanted);
+    std::vector<SceneParameter> const own = takeParameters(wanted, row().label);
+    settle(wanted);
+    std::string const name = (text.empty() ? "Reset " : "Set ") + row().label;
+    bool const isOwn = !document().isActing();
+    if (isOwn) document().beginAct(name);
+    try {
+        for (SceneParameter const& entry : own)
+            document().edit(requiredParameter(name, entry.name), {std::get<double>(*entry.value)});
+        if (text.empty() && m_setting.popup)
+            document().edit(m_setting.popup, document().defaultOf(m_setting.popup));
+        if (m_setting.read(wanted) != m_setting.read(document().scene()))
+            document().change(name, [&](Scene& scene) {
+                wanted.parameters = scene.parameters;
+                wanted.tracks = scene.tracks;
+                scene = wanted;
+            });
+    } catch (...) {
+        document().cancelAct();
+        throw;
+    }
+    if (isOwn) document().endAct();
+}
+
+void SceneControl::type(int field, std::string const& text) {
+    if (row().kind != ControlKind::kNumber) return set(std::string(trimmed(text)));
+    std::string joined;
+    std::vector<std::string> all = parts();
+    all.at(static_cast<std::size_t>(field)) = withoutUnit(trimmed(text), row().unit);
+    for (std::string const& part : all) joined += (joined.empty() ? "" : ",") + part;
+    set(joined);
+}
+
+void SceneControl::step(int field, double steps) {
+    NumberWord const* const word = numberWordOf(m_edit, field);
+    if (!word) return;
+    double const now = parseNumber(typedText(field)).value_or(0);
+    double const next =
+        std::clamp(stepped(now, row().step, steps), word->range.min, word->range.max);
+    type(field, typedNumber(next));
+}
+
+void SceneControl::choose(int position) {
+    if (row().kind == ControlKind::kCheckbox) return set(position ? "on" : "off");
+    std::string const& choice = row().choices.at(static_cast<std::size_t>(position - 1));
+    if (isDefaultEntry(choice)) return set("");
+    set(choice);
+}
+
+void SceneControl::reset() { set(""); }
+
+}  // namespace zelk

@@ -1,0 +1,48 @@
+// The files of a scene as a user exchanges them: setting one, and finding those that are missing.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "zelk/scene/scene.h"
+
+namespace zelk {
+
+enum class InputKind { kLayer, kPlate, kMatte, kHoldout, kStMap, kTrackTo, kTrackFrom };
+inline constexpr InputKind kInputKinds[] = {
+    InputKind::kLayer, InputKind::kPlate,   InputKind::kMatte,    InputKind::kHoldout,
+    InputKind::kStMap, InputKind::kTrackTo, InputKind::kTrackFrom};
+
+/// "layer", "lens map", "track of the To Pins"
+char const* wordOf(InputKind kind);
+/// Of a track.
+bool isTrack(InputKind kind);
+
+/// The file as it would be written in the scene's project: relative to its folder where it can be.
+ScenePath pathIn(Scene const& scene, std::filesystem::path const& file);
+
+/// Makes a file one of the scene's inputs; a matte keeps its channel, a track how it is read. A
+/// plate gives its size to a composition that has the frame's, and its frames to one of a single
+/// frame; `frame` is the frame's size before. Throws what edits refuse.
+void setInput(Scene& scene, InputKind kind, std::filesystem::path const& file, PixelSize frame);
+
+struct MissingFile {
+    InputKind kind;
+    std::filesystem::path file;
+    std::string why;  ///< a sentence that names it
+};
+
+/// Numbered pictures are missing where there is none of them at all.
+std::vector<MissingFile> missingFiles(Scene const& scene);
+
+/// Where a missing file may be in a folder: below it by as much of its own path as leads to a file;
+/// empty for nowhere.
+std::filesystem::path foundIn(std::filesystem::path const& folder, MissingFile const& missing);
+
+/// Exchanges a missing file, or all that are found in a folder. The composition stays. False where
+/// nothing was found.
+bool relink(Scene& scene, InputKind kind, std::filesystem::path const& file);
+bool relinkAll(Scene& scene, std::filesystem::path const& folder);
+
+}  // namespace zelk

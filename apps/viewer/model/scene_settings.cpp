@@ -1,0 +1,123 @@
+// See scene_settings.h.
+#include "apps/viewer/model/scene_settings.h"
+
+#include <fmt/format.h>
+
+#include <utility>
+
+#include "params/ParamIndex.h"
+#include "zelk/scene/words.h"
+
+namespace zelk {
+namespace {
+
+std::string pathOf(SceneInput const& input) {
+    return input.buffer ? "" : input.file.path().string();
+}
+
+std::string matteOf(std::optional<SceneMatte> const& matte) {
+    if (!matte) return {};
+    return pathOf(matte->file) + (matte->channel.empty() ? "" : ":" + matte->channel);
+}
+
+std::string onOff(bool isOn) { return isOn ? "on" : "off"; }
+std::string textOf(std::string_view word) { return std::string(word); }
+std::string needsPlate(Scene const& scene) { return scene.plate ? "" : "Only with a plate."; }
+std::string noRaw(Scene const& scene) {
+    return scene.color.isRaw ? "Colour is raw: nothing is converted." : "";
+}
+std::string ofPlate(Scene const& scene) {
+    return scene.color.isRaw ? noRaw(scene) : needsPlate(scene);
+}
+
+/// A field of the scene that holds nothing until it is set.
+template <auto Field>
+void forget(Scene& scene) {
+    (scene.*Field).reset();
+}
+template <auto Field>
+std::string colorRead(Scene const& scene) {
+    return (scene.color.*Field).value_or("");
+}
+template <auto Field>
+void colorForget(Scene& scene) {
+    (scene.color.*Field).reset();
+}
+
+using S = Scene const&;
+constexpr char const* kLook = "Mattes and Lens";
+constexpr char const* kColour = "Colour";
+
+constexpr SceneSetting kSettings[] = {
+    {"quality", "Quality", "", [](S s) { return std::string(s.isBest ? "best" : ""); },
+     [](Scene& s) { s.isBest = false; }, nullptr, kParamQuality},
+    {"mode", "Over Mode", "",
+     [](S s) { return s.overMode ? textOf(wordOf(kOverModes, *s.overMode)) : ""; },
+     forget<&Scene::overMode>, needsPlate},
+    {"depth", "Depth", "", [](S s) { return s.depth ? textOf(wordOf(kDepthWords, *s.depth)) : ""; },
+     forget<&Scene::depth>},
+    {"filter", "Filter", "", [](S s) { return s.filter.value_or(""); }, forget<&Scene::filter>},
+    {"taps", "Taps", "", [](S s) { return s.taps ? textOf(wordOf(kTapWords, *s.taps)) : ""; },
+     forget<&Scene::taps>, [](S s) { return std::string(s.filter ? "" : "Only with a Filter."); }},
+    {"edges", "Edges", "", [](S s) { return s.edges ? textOf(wordOf(kEdgeWords, *s.edges)) : ""; },
+     forget<&Scene::edges>},
+    {"feather", "Feather", "", [](S s) { return fmt::format("{}", s.featherPx); },
+     [](Scene& s) { s.featherPx = 0; }},
+    {"choke", "Choke", "", [](S s) { return fmt::format("{}", s.chokePx); },
+     [](Scene& s) { s.chokePx = 0; }},
+    {"invert", "Invert", "", [](S s) { return onOff(s.isInverted); },
+     [](Scene& s) { s.isInverted = false; }},
+    {"motion-blur", "Motion Blur", "", [](S s) { return onOff(s.comp.motionBlur); },
+     [](Scene& s) { s.comp.motionBlur = false; }},
+    {"shutter", "Shutter", "",
+     [](S s) { return fmt::format("{},{}", s.comp.shutterAngleDeg, s.comp.shutterPhaseDeg); },
+     [](Scene& s) {
+         s.comp.shutterAngleDeg = Comp{}.shutterAngleDeg;
+         s.comp.shutterPhaseDeg = Comp{}.shutterPhaseDeg;
+     },
+     [](S s) { return std::string(s.comp.motionBlur ? "" : "Only with Motion Blur on."); }},
+
+    {"matte", "Matte", kLook, [](S s) { return matteOf(s.matte); }, forget<&Scene::matte>},
+    {"holdout", "Holdout", kLook, [](S s) { return matteOf(s.holdout); }, forget<&Scene::holdout>},
+    {"st-map", "Lens Map", kLook, [](S s) { return s.stMap ? pathOf(*s.stMap) : ""; },
+     forget<&Scene::stMap>},
+
+    {"color", "Conversion", kColour, [](S s) { return textOf(wordOf(kColorWords, s.color.isRaw)); },
+     [](Scene& s) { s.color.isRaw = false; }},
+    {"work-color", "Working Space", kColour, colorRead<&SceneColor::work>,
+     colorForget<&SceneColor::work>, noRaw},
+    {"layer-color", "Layer", kColour, colorRead<&SceneColor::layer>,
+     colorForget<&SceneColor::layer>, noRaw},
+    {"plate-color", "Plate", kColour, colorRead<&SceneColor::plate>,
+     colorForget<&SceneColor::plate>, ofPlate},
+    {"output-color", "Output", kColour, colorRead<&SceneColor::output>,
+     colorForget<&SceneColor::output>, noRaw},
+    {"ocio", "Configuration", kColour,
+     [](S s) { return s.color.config ? s.color.config->path().string() : ""; },
+     colorForget<&SceneColor::config>},
+};
+
+/// What helps name by the command line's option.
+constexpr std::pair<std::string_view, std::string_view> kOptionWords[] = {
+    {"--over", "a plate"}, {"--size", "a frame size"}, {"--st-map", "a lens map"}};
+
+}  // namespace
+
+std::span<SceneSetting const> sceneSettings() { return kSettings; }
+
+std::string defaultInHelp(std::string_view help) {
+    auto const open = help.rfind('(');
+    if (open == std::string_view::npos || !help.ends_with(')')) return {};
+    return std::string(help.substr(open + 1, help.size() - open - 2));
+}
+
+std::string plainHelp(std::string_view help) {
+    std::string text(help);
+    for (auto const& [option, words] : kOptionWords) {
+        auto const at = text.find(option);
+        if (at != std::string::npos) text.replace(at, option.size(), words);
+    }
+    return text;
+}
+
+}  // namespace zelk

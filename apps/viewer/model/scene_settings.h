@@ -1,0 +1,34 @@
+// The edits of a scene (zelk/scene/edits.h) that a compositor expects beside the effect's controls,
+// each with the way back: its value as the edit would take it, and the scene without it.
+#pragma once
+
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "zelk/scene/scene.h"
+
+namespace zelk {
+
+struct SceneSetting {
+    std::string_view edit;   ///< its name
+    std::string_view label;  ///< "Over Mode"
+    std::string_view group;  ///< within the scene's; empty for none
+    /// As the edit takes it; empty where nothing is set.
+    std::string (*read)(Scene const& scene);
+    void (*reset)(Scene& scene);
+    /// A sentence where it would be without any effect, or refused; empty otherwise. May be null.
+    std::string (*whyNot)(Scene const& scene) = nullptr;
+    /// A popup of the effect that it sets too, by words in the order of its entries; 0 for none.
+    int popup = 0;
+};
+
+/// In the order of the panel, groups together.
+std::span<SceneSetting const> sceneSettings();
+
+/// What lies between the last parentheses of an edit's help: what is taken where nothing is set.
+std::string defaultInHelp(std::string_view help);
+/// A help without the command line's own words.
+std::string plainHelp(std::string_view help);
+
+}  // namespace zelk

@@ -1,0 +1,19 @@
+// Parameters that were edited, back into the scene that they came from.
+#pragma once
+
+#include <vector>
+
+#include "hostkit/undo.h"
+#include "zelk/scene/scene.h"
+
+namespace zelk {
+
+/// The scene with the values and keyframes of those parameters that are not what they were in
+/// `before`; entries of all others stay as they were written. `defaults` as in sceneOf
+/// (zelk/scene/values.h). An edited pin of a tracked quad takes the whole quad out of the track:
+/// its four pins then have the track's keys as their own. An edited Quality is no longer "best".
+Scene sceneWithEdits(Scene const& scene, std::vector<ParameterState> const& before,
+                     std::vector<Parameter> const& parameters,
+                     std::vector<Parameter> const& defaults);
+
+}  // namespace zelk

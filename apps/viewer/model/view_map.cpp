@@ -1,0 +1,115 @@
+// See view_map.h.
+#include "apps/viewer/model/view_map.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+namespace zelk {
+namespace {
+
+constexpr double kFitMarginPx = 12;
+constexpr double kRevealMarginPx = 40;
+constexpr double kNotch = 1.25;
+constexpr std::array<double, 21> kZooms = {1. / 32, 1. / 16, 1. / 8, 1. / 6, 1. / 4, 1. / 3, 1. / 2,
+                                           2. / 3,  1,       1.5,    2,      3,      4,      6,
+                                           8,       12,      16,     24,     32,     48,     64};
+/// Of zooms that arithmetic made equal but for its last bits.
+constexpr double kSameZoom = 1e-6;
+
+double kept(double zoom) { return std::clamp(zoom, kSmallestZoom, kLargestZoom); }
+
+}  // namespace
+
+void ViewMap::setPanel(PixelSize panel) {
+    m_panel = {std::max(1, panel.width), std::max(1, panel.height)};
+    if (m_isFit) fit();
+}
+
+void ViewMap::setPicture(PixelSize picture) {
+    m_picture = {std::max(1, picture.width), std::max(1, picture.height)};
+    if (m_isFit) fit();
+}
+
+PanelPoint ViewMap::toPicture(PanelPoint panel) const {
+    return {(panel.x - m_pan.x) / m_zoom, (panel.y - m_pan.y) / m_zoom};
+}
+
+PanelPoint ViewMap::toPanel(PanelPoint picture) const {
+    return {picture.x * m_zoom + m_pan.x, picture.y * m_zoom + m_pan.y};
+}
+
+void ViewMap::setPan(double x, double y) { m_pan = {std::round(x), std::round(y)}; }
+
+void ViewMap::fit() {
+    double const x = (m_panel.width - 2 * kFitMarginPx) / m_picture.width;
+    double const y = (m_panel.height - 2 * kFitMarginPx) / m_picture.height;
+    m_zoom = kept(std::min(x, y));
+    setPan((m_panel.width - m_picture.width * m_zoom) / 2,
+           (m_panel.height - m_picture.height * m_zoom) / 2);
+    m_isFit = true;
+}
+
+void ViewMap::zoomAt(PanelPoint panel, double zoom) {
+    PanelPoint const held = toPicture(panel);
+    m_zoom = kept(zoom);
+    setPan(panel.x - held.x * m_zoom, panel.y - held.y * m_zoom);
+    m_isFit = false;
+}
+
+void ViewMap::zoomAtCenter(double zoom) {
+    zoomAt({m_panel.width / 2.0, m_panel.height / 2.0}, zoom);
+}
+
+void ViewMap::panBy(double dx, double dy) {
+    setPan(m_pan.x + dx, m_pan.y + dy);
+    m_isFit = false;
+}
+
+void ViewMap::reveal(PanelPoint picture) {
+    PanelPoint const at = toPanel(picture);
+    auto const into = [](double place, int length) {
+        double const margin = std::min(kRevealMarginPx, length / 2.0);
+        return std::clamp(place, margin, length - margin) - place;
+    };
+    bool const isInside = at.x >= 0 && at.y >= 0 && at.x < m_panel.width && at.y < m_panel.height;
+    if (!isInside) panBy(into(at.x, m_panel.width), into(at.y, m_panel.height));
+}
+
+double ViewMap::nextZoom(bool isIn) const {
+    if (isIn) {
+        auto const* const above =
+            std::upper_bound(kZooms.begin(), kZooms.end(), m_zoom * (1 + kSameZoom));
+        return above == kZooms.end() ? kLargestZoom : *above;
+    }
+    auto const* const here =
+        std::lower_bound(kZooms.begin(), kZooms.end(), m_zoom * (1 - kSameZoom));
+    return here == kZooms.begin() ? kSmallestZoom : *(here - 1);
+}
+
+double ViewMap::wheelZoom(double notches) const {
+    double const zoom = m_zoom * std::pow(kNotch, notches);
+    bool const passesOne = (m_zoom < 1 - kSameZoom && zoom > 1 - kSameZoom) ||
+                           (m_zoom > 1 + kSameZoom && zoom < 1 + kSameZoom);
+    return passesOne ? 1 : kept(zoom);
+}
+
+int ViewMap::reduce() const {
+    int const most = std::min(m_picture.width, m_picture.height);
+    return std::clamp(static_cast<int>(std::floor(1 / m_zoom + kSameZoom)), 1, std::max(1, most));
+}
+
+PixelRect ViewMap::part(int reduce) const {
+    PanelPoint const first = toPicture({0, 0});
+    PanelPoint const last = toPicture({double(m_panel.width), double(m_panel.height)});
+    auto const within = [&](double at, int most) {
+        return std::clamp(static_cast<int>(std::clamp(at, -1e6, 1e6)), 0, most);
+    };
+    int const width = m_picture.width / reduce, height = m_picture.height / reduce;
+    return {within(std::floor(first.x / reduce) - 1, width),
+            within(std::floor(first.y / reduce) - 1, height),
+            within(std::ceil(last.x / reduce) + 1, width),
+            within(std::ceil(last.y / reduce) + 1, height)};
+}
+
+}  // namespace zelk

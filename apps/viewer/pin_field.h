@@ -1,0 +1,30 @@
+// PinField: a small field over the panel that takes a pin's position, "x, y" in pixels.
+#pragma once
+
+#include <QLineEdit>
+#include <functional>
+#include <optional>
+
+#include "hostkit/panel.h"
+
+namespace zelk {
+
+/// Two numbers with a comma, a semicolon or blanks between them; "px" behind them is dropped.
+std::optional<PanelPoint> positionOf(QString const& text);
+
+class PinField : public QLineEdit {
+public:
+    PinField(QString const& name, PanelPoint value, QWidget* parent);
+
+    std::function<void(PanelPoint)> onValue;  ///< Enter on a position
+    std::function<void()> onEnd;              ///< Enter, Esc, or another widget has the keys
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override;
+    void focusOutEvent(QFocusEvent* event) override;
+
+private:
+    void accept();
+};
+
+}  // namespace zelk

@@ -1,0 +1,149 @@
+// Handles, motion paths and the loupe; see canvas_paint.h.
+#include <QFontMetricsF>
+#include <algorithm>
+#include <cmath>
+
+#include "apps/viewer/canvas_paint.h"
+#include "apps/viewer/model/pin_names.h"
+
+namespace zelk {
+namespace {
+
+constexpr QColor kShadow(0, 0, 0, 170), kSelected(255, 255, 255), kAccent(90, 170, 255);
+constexpr double kHandlePx = 5;
+constexpr int kLoupePixels = 17;    ///< of the picture, each way
+constexpr double kLoupeZoom = 9;    ///< units of the panel to one of them
+constexpr double kLoupeAside = 28;  ///< from the pin
+
+QPointF pointOf(PanelPoint at) { return {at.x, at.y}; }
+
+QPolygonF panelLine(ViewMap const& map, std::vector<PanelPoint> const& line) {
+    QPolygonF result;
+    for (PanelPoint const& point : line) result.append(pointOf(map.toPanel(point)));
+    return result;
+}
+
+QColor lightened(QColor const& color) {
+    return {(color.red() + 255) / 2, (color.green() + 255) / 2, (color.blue() + 255) / 2, 210};
+}
+
+/// Above and to the right of the pin, but within the panel.
+QRectF loupeRect(ViewMap const& map, PanelPoint pin, double density) {
+    double const side = kLoupePixels * kLoupeZoom * density, aside = kLoupeAside * density;
+    double x = pin.x + aside, y = pin.y - aside - side;
+    if (x + side > map.panel().width) x = pin.x - aside - side;
+    if (y < 0) y = pin.y + aside;
+    return {std::round(x), std::round(y), side, side};
+}
+
+}  // namespace
+
+void drawMotionPath(QPainter& painter, ViewMap const& map, MotionPath const& path,
+                    QColor const& color, double density) {
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setBrush(Qt::NoBrush);
+    QColor const light = lightened(color);  // not to be taken for an outline
+    QPolygonF const curve = panelLine(map, path.curve);
+    for (QPen const& pen : {QPen(kShadow, 2.5 * density), QPen(light, density)}) {
+        painter.setPen(pen);
+        painter.drawPolyline(curve);
+    }
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(light);
+    for (PanelPoint const& at : path.atFrames)
+        painter.drawEllipse(pointOf(map.toPanel(at)), 2 * density, 2 * density);
+    painter.setPen(QPen(kShadow, density));
+    painter.setBrush(kSelected);
+    double const half = 3.5 * density;
+    for (MotionPath::Key const& key : path.keys) {
+        QPointF const at = pointOf(map.toPanel(key.at));
+        painter.drawRect(QRectF(at.x() - half, at.y() - half, 2 * half, 2 * half));
+    }
+    painter.setRenderHint(QPainter::Antialiasing, false);
+}
+
+void drawHandles(QPainter& painter, std::vector<PinHandle> const& handles, PinColors const& colors,
+                 double density) {
+    painter.setRenderHint(QPainter::Antialiasing);
+    for (PinHandle const& pin : handles) {
+        bool const isTo = quadOf(pin.parameter) == TrackedPins::kTo;
+        QColor const color = isTo ? colors.to : colors.from;
+        double const radius = kHandlePx * density;
+        painter.setBrush(Qt::NoBrush);
+        painter.setPen(QPen(kShadow, 4 * density));
+        painter.drawEllipse(pointOf(pin.at), radius, radius);
+        painter.setPen(QPen(pin.isSelected ? kSelected : color, 2 * density));
+        painter.drawEllipse(pointOf(pin.at), radius, radius);
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(pin.isSelected ? kAccent : color);
+        painter.drawEllipse(pointOf(pin.at), 1.7 * density, 1.7 * density);
+    }
+    painter.setRenderHint(QPainter::Antialiasing, false);
+}
+
+void drawSnap(QPainter& painter, QPointF at, double density) {
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setBrush(Qt::NoBrush);
+    for (QPen const& pen : {QPen(kShadow, 3 * density), QPen(kAccent, 1.5 * density)}) {
+        painter.setPen(pen);
+        painter.drawEllipse(at, 11 * density, 11 * density);
+        for (QPointF const& way : {QPointF(1, 0), QPointF(-1, 0), QPointF(0, 1), QPointF(0, -1)})
+            painter.drawLine(at + way * 8 * density, at + way * 15 * density);
+    }
+    painter.setRenderHint(QPainter::Antialiasing, false);
+}
+
+void drawSelectionBox(QPainter& painter, QRectF const& box, double density) {
+    QColor fill = kAccent;
+    fill.setAlpha(40);
+    painter.setBrush(fill);
+    painter.setPen(QPen(kAccent, density));
+    painter.drawRect(box);
+}
+
+PixelRect loupePart(PanelPoint pin, PixelSize picture) {
+    int const left = static_cast<int>(std::floor(pin.x)) - kLoupePixels / 2;
+    int const top = static_cast<int>(std::floor(pin.y)) - kLoupePixels / 2;
+    return {std::clamp(left, 0, picture.width), std::clamp(top, 0, picture.height),
+            std::clamp(left + kLoupePixels, 0, picture.width),
+            std::clamp(top + kLoupePixels, 0, picture.height)};
+}
+
+void drawLoupe(QPainter& painter, ViewMap const& map, ShownImage const& image, PinHandle const& pin,
+               double density) {
+    QRectF const rect = loupeRect(map, pin.at, density);
+    double const zoom = kLoupeZoom * density;
+    PanelPoint const first = {std::floor(pin.value.x) - double(kLoupePixels / 2),
+                              std::floor(pin.value.y) - double(kLoupePixels / 2)};
+    auto const placeOf = [&](double x, double y) {
+        return QPointF(rect.x() + (x - first.x) * zoom, rect.y() + (y - first.y) * zoom);
+    };
+    painter.save();
+    painter.setClipRect(rect);
+    painter.fillRect(rect, QColor(20, 20, 20));
+    painter.drawImage(QRectF(placeOf(image.corner.x(), image.corner.y()),
+                             QSizeF(image.pixels.size()) * image.scale * zoom),
+                      image.pixels);
+    QPointF const at = placeOf(pin.value.x, pin.value.y);
+    for (QPen const& pen : {QPen(kShadow, 3 * density), QPen(kSelected, density)}) {
+        painter.setPen(pen);
+        painter.drawLine(QPointF(rect.left(), at.y()), QPointF(rect.right(), at.y()));
+        painter.drawLine(QPointF(at.x(), rect.top()), QPointF(at.x(), rect.bottom()));
+    }
+    painter.restore();
+    painter.setBrush(Qt::NoBrush);
+    painter.setPen(QPen(QColor(0, 0, 0, 200), 3 * density));
+    painter.drawRect(rect);
+    painter.setPen(QPen(QColor(200, 200, 200), density));
+    painter.drawRect(rect);
+    QFont font = painter.font();
+    font.setPixelSize(static_cast<int>(std::lround(11 * density)));
+    painter.setFont(font);
+    QRectF const strip(rect.left(), rect.bottom() - 18 * density, rect.width(), 18 * density);
+    painter.fillRect(strip, QColor(0, 0, 0, 170));
+    painter.setPen(kSelected);
+    painter.drawText(strip, Qt::AlignCenter,
+                     QString("%1, %2").arg(pin.value.x, 0, 'f', 2).arg(pin.value.y, 0, 'f', 2));
+}
+
+}  // namespace zelk

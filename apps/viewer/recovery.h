@@ -1,0 +1,36 @@
+// Recovery: what is edited is saved by itself every few seconds, and what a viewer that died left
+// behind is offered.
+#pragma once
+
+#include <QTimer>
+
+#include "apps/viewer/file_acts.h"
+#include "apps/viewer/model/autosave.h"
+
+namespace zelk {
+
+class Recovery : public QObject {
+public:
+    Recovery(WindowServices& services, FileActs& files, std::filesystem::path folder);
+
+    /// A notice for each scene that was left behind.
+    void offer();
+    /// What was edited is saved or discarded: the window closes.
+    void end();
+    /// How long after a change it is saved; 3 seconds.
+    void setDelay(int ms) { m_timer.setInterval(ms); }
+
+private:
+    void follow();
+    void save();
+    void offer(std::filesystem::path const& abandoned);
+    void recover(std::filesystem::path const& abandoned);
+
+    WindowServices& m_services;
+    FileActs& m_files;
+    std::filesystem::path m_folder;
+    Autosave m_autosave;
+    QTimer m_timer;
+};
+
+}  // namespace zelk

@@ -1,0 +1,11 @@
+// The viewer's looks: dark and even, so that nothing beside the picture has colour or light.
+#pragma once
+
+class QApplication;
+
+namespace zelk {
+
+/// Style, palette and style sheet of all windows.
+void applyTheme(QApplication& application);
+
+}  // namespace zelk

@@ -1,0 +1,154 @@
+// How the timeline looks; see timeline_view.h.
+#include <QPainter>
+#include <QPainterPath>
+#include <QScrollBar>
+
+#include "apps/viewer/timeline_view.h"
+
+namespace zelk {
+namespace {
+
+constexpr double kKeyPx = 5;  ///< from a key's middle to its corners
+
+QColor mixed(QColor const& a, QColor const& b, double ofB) {
+    auto const mix = [&](int from, int to) { return static_cast<int>(from + (to - from) * ofB); };
+    return {mix(a.red(), b.red()), mix(a.green(), b.green()), mix(a.blue(), b.blue())};
+}
+
+/// One half of a key's mark, to the left with `side` -1: a diamond's, a square's or a disc's.
+void addHalf(QPainterPath& path, Interpolation kind, double side) {
+    double const r = kKeyPx;
+    switch (kind) {
+        case Interpolation::kLinear:
+            path.addPolygon(QPolygonF({{0, -r}, {side * r, 0}, {0, r}, {0, -r}}));
+            return;
+        case Interpolation::kHold:
+            path.addRect(QRectF(0, -r + 1, side * (r - 1), 2 * r - 2).normalized());
+            return;
+        case Interpolation::kBezier:
+            path.moveTo(0, -r);
+            path.arcTo(QRectF(-r, -r, 2 * r, 2 * r), 90, -side * 180);
+            path.closeSubpath();
+    }
+}
+
+void paintKey(QPainter& painter, QPointF const& at, TimelineKey const& key, QColor const& color) {
+    QPainterPath path;
+    addHalf(path, key.before, -1);
+    addHalf(path, key.after, 1);
+    painter.save();
+    painter.translate(at);
+    painter.setPen(QPen(color, 0.8));  // closes the seam of the halves
+    painter.setBrush(color);
+    painter.drawPath(path);
+    painter.restore();
+}
+
+}  // namespace
+
+void TimelineView::paintEvent(QPaintEvent*) {
+    QPainter painter(viewport());
+    painter.fillRect(viewport()->rect(), palette().base());
+    if (!m_document.isOpen()) return;
+    painter.setRenderHint(QPainter::Antialiasing);
+    paintRows(painter);
+    paintRuler(painter);
+    paintPlayhead(painter);
+    if (m_drag != Drag::kBox) return;
+    QColor fill = palette().highlight().color();
+    painter.setPen(fill);
+    fill.setAlpha(40);
+    painter.setBrush(fill);
+    painter.drawRect(QRectF(m_pressedAt, m_boxEnd).normalized());
+}
+
+void TimelineView::paintRows(QPainter& painter) const {
+    QColor const base = palette().base().color(), text = palette().text().color();
+    double const endX = TimelineLook::kNamesPx + m_scale.toX(m_document.lastFrame() + 1.);
+    double const startX = TimelineLook::kNamesPx + m_scale.toX(m_document.firstFrame());
+    for (int i = 0; i < static_cast<int>(m_rows.size()); ++i) {
+        TimelineRow const& row = m_rows[static_cast<std::size_t>(i)];
+        double const y = rowY(i);
+        if (y + TimelineLook::kRowPx < TimelineLook::kRulerPx || y > viewport()->height()) continue;
+        QRectF const shown(startX, y, endX - startX, TimelineLook::kRowPx - 1);
+        painter.fillRect(shown & QRectF(TimelineLook::kNamesPx, y, viewport()->width(), 100),
+                         mixed(base, text, i == m_currentRow ? 0.16 : 0.06));
+        for (std::size_t k = 0; k + 1 < row.keys.size(); ++k) {
+            painter.setPen(
+                QPen(mixed(base, text, 0.3), row.keys[k].after == Interpolation::kHold ? 0.5 : 1.));
+            painter.drawLine(placeOf(row.keys[k]), placeOf(row.keys[k + 1]));
+        }
+        for (TimelineKey const& key : row.keys)
+            paintKey(painter, placeOf(key), key,
+                     m_selection.contains(key.ref) ? palette().highlight().color()
+                                                   : mixed(base, text, 0.75));
+        QRectF const names(0, y, TimelineLook::kNamesPx, TimelineLook::kRowPx - 1);
+        painter.fillRect(names, mixed(base, text, i == m_currentRow ? 0.16 : 0.04));
+        painter.setPen(mixed(base, text, row.keys.empty() ? 0.55 : 0.9));
+        QString const name = painter.fontMetrics().elidedText(
+            QString::fromStdString(row.name), Qt::ElideRight, TimelineLook::kNamesPx - 16);
+        painter.drawText(names.adjusted(8, 0, -8, 0), Qt::AlignVCenter, name);
+    }
+    if (!m_rows.empty()) return;
+    painter.setPen(mixed(base, text, 0.5));
+    painter.drawText(viewport()->rect().adjusted(0, TimelineLook::kRulerPx, 0, 0), Qt::AlignCenter,
+                     "No keyframes yet: a parameter's diamond adds the first one.");
+}
+
+/// Labels above, below them what is rendered, what plays and the shutter.
+void TimelineView::paintRuler(QPainter& painter) const {
+    QColor const base = palette().base().color(), text = palette().text().color();
+    int const width = viewport()->width();
+    painter.fillRect(0, 0, width, TimelineLook::kRulerPx, mixed(base, text, 0.1));
+    painter.setClipRect(TimelineLook::kNamesPx, 0, width, viewport()->height());
+    constexpr double kLabelPx = 56;
+    int const step = m_scale.labelStep(kLabelPx);
+    int const first = m_scale.frameAt(0), last = m_scale.frameAt(timeX(width));
+    int const start = first - ((first % step) + step) % step;
+    for (int frame = start; frame <= last; frame += step) {
+        double const x = TimelineLook::kNamesPx + m_scale.momentX(frame);
+        painter.setPen(mixed(base, text, 0.7));
+        painter.drawText(QRectF(x - kLabelPx / 2, 0, kLabelPx, 15), Qt::AlignCenter,
+                         QString::number(frame));
+        painter.setPen(mixed(base, text, 0.12));
+        painter.drawLine(QPointF(x, TimelineLook::kRulerPx), QPointF(x, viewport()->height()));
+    }
+    Playback const& playback = m_player.playback();
+    auto const bar = [&](double from, double to, double y, double height, QColor const& color) {
+        double const x = TimelineLook::kNamesPx + m_scale.toX(from);
+        painter.fillRect(QRectF(x, y, (to - from) * m_scale.pxPerFrame, height), color);
+    };
+    bar(playback.in(), playback.out() + 1., 17, 7, mixed(base, text, 0.35));
+    std::vector<int> shown;
+    int const end = std::min(last, m_document.lastFrame());
+    for (int frame = std::max(first, m_document.firstFrame()); frame <= end; ++frame)
+        shown.push_back(frame);
+    for (int const frame : m_player.ready(shown))
+        bar(frame, frame + 1., 26, 3, QColor(96, 158, 96));
+    painter.setClipping(false);
+    painter.setPen(mixed(base, text, 0.6));
+    painter.drawText(QRectF(8, 0, TimelineLook::kNamesPx - 16, TimelineLook::kRulerPx),
+                     Qt::AlignVCenter,
+                     QString("Frames %1 to %2").arg(playback.in()).arg(playback.out()));
+}
+
+void TimelineView::paintPlayhead(QPainter& painter) const {
+    painter.setClipRect(TimelineLook::kNamesPx, 0, viewport()->width(), viewport()->height());
+    QColor const color(232, 160, 60);
+    Comp const& comp = m_document.scene().comp;
+    if (comp.motionBlur && comp.shutterAngleDeg > 0) {
+        double const opens = m_document.frame() + comp.shutterPhaseDeg / 360;
+        double const x = TimelineLook::kNamesPx + m_scale.momentX(opens);
+        QColor fill = color;
+        fill.setAlpha(50);
+        painter.fillRect(
+            QRectF(x, 0, comp.shutterAngleDeg / 360 * m_scale.pxPerFrame, viewport()->height()),
+            fill);
+    }
+    double const x = TimelineLook::kNamesPx + m_scale.momentX(m_document.frame());
+    painter.setPen(QPen(color, 1));
+    painter.drawLine(QPointF(x, 0), QPointF(x, viewport()->height()));
+    painter.setClipping(false);
+}
+
+}  // namespace zelk

@@ -1,0 +1,106 @@
+// See timeline_panel.h; timeline_commands.cpp has the acts.
+#include "apps/viewer/timeline_panel.h"
+
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QMenu>
+#include <QSignalBlocker>
+#include <QSpinBox>
+#include <QToolButton>
+#include <QVBoxLayout>
+
+namespace zelk {
+
+TimelinePanel::TimelinePanel(Document& document, QWidget* parent)
+    : QWidget(parent),
+      m_document(document),
+      m_player(document),
+      m_view(new TimelineView(document, m_player, this)) {
+    auto* const layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addWidget(transport());
+    layout->addWidget(m_view, 1);
+    document.onChange([this](DocumentChange const&) { refresh(); });
+    connect(&m_player, &Player::changed, this, &TimelinePanel::refresh);
+    connect(m_view, &TimelineView::easeAsked, this, &TimelinePanel::askForEase);
+    connect(m_view, &TimelineView::menuAsked, this, &TimelinePanel::showMenu);
+    refresh();
+}
+
+QToolButton* TimelinePanel::button(ViewerCommand const& command, QString const& mark) {
+    auto* const button = new QToolButton(this);
+    button->setText(mark);
+    button->setAutoRaise(true);
+    button->setFocusPolicy(Qt::TabFocus);
+    button->setAccessibleName(command.name);
+    QString const keys = command.keys.toString(QKeySequence::NativeText);
+    button->setToolTip(keys.isEmpty() ? command.help : command.help + " (" + keys + ")");
+    connect(button, &QToolButton::clicked, this, command.run);
+    return button;
+}
+
+QWidget* TimelinePanel::transport() {
+    auto* const bar = new QWidget(this);
+    auto* const layout = new QHBoxLayout(bar);
+    layout->setContentsMargins(8, 3, 8, 3);
+    layout->setSpacing(2);
+    m_frame = new QSpinBox(bar);
+    m_frame->setAccessibleName("Frame");
+    m_frame->setToolTip("Frame of the composition");
+    m_frame->setButtonSymbols(QAbstractSpinBox::NoButtons);
+    m_frame->setKeyboardTracking(false);
+    m_frame->setMinimumWidth(64);
+    connect(m_frame, &QSpinBox::valueChanged, &m_player, &Player::goTo);
+    layout->addWidget(m_frame);
+    struct Mark {
+        char const* name;
+        char const* mark;
+    };
+    constexpr Mark kMarks[] = {
+        {"First Frame", "|‹"}, {"Previous Key", "◆‹"}, {"Previous Frame", "‹"}, {"Play", "▶"},
+        {"Next Frame", "›"},   {"Next Key", "›◆"},     {"Last Frame", "›|"}};
+    ViewerCommands const commands = playCommands();
+    for (Mark const& mark : kMarks)
+        for (ViewerCommand const& command : commands) {
+            if (command.name != QLatin1String(mark.name)) continue;
+            QToolButton* const own = button(command, QString::fromUtf8(mark.mark));
+            if (command.name == QLatin1String("Play")) m_play = own;
+            layout->addWidget(own);
+        }
+    m_rate = new QLabel(bar);
+    m_rate->setAccessibleName("Rate");
+    m_rate->setToolTip("Frames a second: shown, and of the composition");
+    layout->addSpacing(8);
+    layout->addWidget(m_rate);
+    layout->addStretch(1);
+    return bar;
+}
+
+void TimelinePanel::refresh() {
+    setEnabled(isOpen());
+    if (!isOpen()) return;
+    QSignalBlocker const block(m_frame);
+    m_frame->setRange(m_document.firstFrame(), m_document.lastFrame());
+    m_frame->setValue(m_document.frame());
+    Playback const& playback = m_player.playback();
+    m_play->setText(QString::fromUtf8(playback.isPlaying() ? "■" : "▶"));
+    TimeBase const& clock = m_document.scene().comp.timeBase;
+    QString text = QString("%1 fps").arg(double(clock.scale) / clock.step, 0, 'g', 5);
+    if (playback.isPlaying() && playback.measuredRate() > 0)
+        text = QString("%1 of ").arg(playback.measuredRate(), 0, 'f', 1) + text;
+    m_rate->setText(text);
+}
+
+void TimelinePanel::showMenu(QPoint const& global) {
+    QMenu menu;
+    for (ViewerCommand const& command : keyCommands()) {
+        QAction* const action = menu.addAction(command.name);
+        action->setShortcut(command.keys);
+        action->setEnabled(!command.isEnabled || command.isEnabled());
+        connect(action, &QAction::triggered, this, command.run);
+    }
+    menu.exec(global);
+}
+
+}  // namespace zelk

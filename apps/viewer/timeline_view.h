@@ -1,0 +1,101 @@
+// TimelineView: rows of keyframes under a ruler.
+//
+//     names      | ruler, range, shutter, what is rendered
+//     -----------+---------------------------------------
+//     parameter  |   <>        []      ()                    linear, hold, bezier
+//
+// A click on the ruler goes to a frame, a click on a key selects it, a drag moves the selected ones
+// by whole frames (with Ctrl copies of them), a drag over nothing selects in a box. The wheel
+// scrolls, with Ctrl it zooms, with Shift it goes along.
+#pragma once
+
+#include <QAbstractScrollArea>
+#include <optional>
+#include <vector>
+
+#include "apps/viewer/model/key_acts.h"
+#include "apps/viewer/model/time_scale.h"
+#include "apps/viewer/model/timeline_rows.h"
+#include "apps/viewer/player.h"
+
+namespace zelk {
+
+/// What a painter needs to know of the view.
+struct TimelineLook {
+    static constexpr int kNamesPx = 210, kRulerPx = 30, kRowPx = 20;
+};
+
+class TimelineView : public QAbstractScrollArea {
+    Q_OBJECT
+
+public:
+    TimelineView(Document& document, Player& player, QWidget* parent = nullptr);
+
+    RowFilter filter() const { return m_filter; }
+    void setFilter(RowFilter filter);
+    void fit();
+    void zoom(double factor);
+
+    std::vector<TimelineRow> const& rows() const { return m_rows; }
+    KeySelection const& selection() const { return m_selection; }
+    void select(KeySelection selection);
+    /// The row that keys are added to; -1 for none.
+    int currentRow() const { return m_currentRow; }
+
+    /// Where a key is drawn, pixels of the viewport.
+    QPointF placeOf(TimelineKey const& key) const;
+    QPointF placeOfFrame(int frame) const;  ///< on the ruler
+
+signals:
+    void selectionChanged();
+    void easeAsked();                      ///< a double click on a key
+    void menuAsked(QPoint const& global);  ///< over the selected keys
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void mouseDoubleClickEvent(QMouseEvent* event) override;
+    void contextMenuEvent(QContextMenuEvent* event) override;
+    void wheelEvent(QWheelEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    bool viewportEvent(QEvent* event) override;
+
+private:
+    enum class Drag { kNone, kFrame, kKeys, kBox, kPan, kIn, kOut };
+
+    void refresh();
+    double timeX(double x) const { return x - TimelineLook::kNamesPx; }
+    double rowY(int row) const;
+    int rowAt(double y) const;  ///< -1 for none
+    TimelineKey const* keyAt(QPointF const& at) const;
+    Drag dragAt(QPointF const& at) const;
+    void pressKey(TimelineKey const& key, Qt::KeyboardModifiers modifiers);
+    void dragKeys(QPointF const& at);
+    void selectBox(QPointF const& at);
+    void setCurrentRow(int row);
+
+    void paintRuler(QPainter& painter) const;
+    void paintRows(QPainter& painter) const;
+    void paintPlayhead(QPainter& painter) const;
+
+    Document& m_document;
+    Player& m_player;
+    TimeScale m_scale;
+    RowFilter m_filter = RowFilter::kAnimated;
+    std::vector<TimelineRow> m_rows;
+    KeySelection m_selection;
+    int m_currentRow = -1;
+
+    Drag m_drag = Drag::kNone;
+    QPointF m_pressedAt, m_boxEnd;
+    double m_leftAtPress = 0;
+    bool m_copies = false;
+    int m_movedBy = 0;  ///< frames, of the drag under way
+    KeySelection m_selectedAtPress;
+    std::vector<ParameterState> m_statesAtPress;
+};
+
+}  // namespace zelk

@@ -1,0 +1,47 @@
+// What the window's acts share: the document, where they say what went wrong, and whom they ask.
+#pragma once
+
+#include <QString>
+#include <QStringList>
+#include <QWidget>
+#include <functional>
+
+#include "apps/viewer/model/document.h"
+#include "apps/viewer/notice_area.h"
+
+namespace zelk {
+
+/// Questions to the user; tests answer them by themselves. An empty answer, and -1, is Cancel.
+struct Questions {
+    std::function<QString(QString const& title, QString const& filter)> fileToOpen;
+    std::function<QString(QString const& title, QString const& proposal, QString const& filter)>
+        fileToSave;
+    std::function<QString(QString const& title)> folder;
+    /// The first choice is the one of Enter.
+    std::function<int(QString const& text, QStringList const& choices)> choice;
+};
+/// Dialogs over a window.
+Questions dialogQuestions(QWidget* parent);
+
+struct WindowServices {
+    QWidget* window = nullptr;
+    Document* document = nullptr;
+    NoticeArea* notices = nullptr;
+    Questions questions;
+
+    /// Runs an act; what it throws becomes a notice, and the answer false.
+    bool attempt(std::function<void()> const& act) const;
+    void tellError(QString const& sentence) const;
+};
+
+/// Paths between the two worlds.
+inline std::filesystem::path pathOf(QString const& text) { return text.toStdString(); }
+inline QString textOf(std::filesystem::path const& path) {
+    return QString::fromStdString(path.string());
+}
+inline QString nameOf(std::filesystem::path const& path) { return textOf(path.filename()); }
+
+inline constexpr char const* kProjectFilter = "Zelk projects (*.zelk.json);;All files (*)";
+inline constexpr char const* kAnyFilter = "All files (*)";
+
+}  // namespace zelk

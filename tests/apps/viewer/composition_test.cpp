@@ -1,0 +1,179 @@
+// What the composition panel shows, against the file that `zelk render` writes.
+#include <QAction>
+#include <random>
+
+#include "tests/apps/viewer/composition_fixture.h"
+#include "tests/apps/viewer/window_fixture.h"
+#include "zelk/scene/parameter_names.h"
+
+namespace zelk {
+namespace {
+
+/// By `pixel` from straight colour; the slow truth.
+template <class PixelFunc>
+QImage made(QImage const& straight, PixelFunc pixel) {
+    QImage result(straight.size(), QImage::Format_RGB32);
+    for (int y = 0; y < straight.height(); ++y)
+        for (int x = 0; x < straight.width(); ++x)
+            result.setPixel(x, y, pixel(straight.pixel(x, y)));
+    return result;
+}
+
+QRgb over(QRgb pixel, int behind) {
+    auto const laid = [&](int channel) {
+        double const a = qAlpha(pixel) / 255.0;
+        return static_cast<int>(std::lround(channel * a + behind * (1 - a)));
+    };
+    return qRgb(laid(qRed(pixel)), laid(qGreen(pixel)), laid(qBlue(pixel)));
+}
+
+QRgb grey(int value) { return qRgb(value, value, value); }
+
+TEST_F(CompositionTest, AtActualPixelsItShowsTheFileToTheBit) {
+    keepStoredValues();
+    look(1, {320, 213});
+    EXPECT_EQ(differenceOf(pictureOf(shot()), rendered()), "");
+    // A pixel of the frame at 300 % is nine of the screen.
+    look(3, {320, 213});
+    QImage const file = rendered(), large = shot();
+    for (PanelPoint const& at : {PanelPoint{300, 200}, {331, 180}, {250, 260}}) {
+        PanelPoint const corner = canvas().map().toPanel(at);
+        for (int dx = 0; dx < 3; ++dx)
+            EXPECT_EQ(large.pixel(int(corner.x) + dx, int(corner.y) + 2),
+                      file.pixel(int(at.x), int(at.y)) | 0xFF000000);
+    }
+}
+
+TEST_F(CompositionTest, WhatIsTransparentLiesOverItsBackground) {
+    openLayer();
+    document.edit(kToPins, {40, 30});
+    document.edit(kToPins + 3, {400, 210});
+    document.edit(kParamCornerPinOpacity, {70});
+    look(1, {225, 150});
+    QImage const file = rendered();
+    choose("Black");
+    EXPECT_EQ(differenceOf(pictureOf(shot()), made(file, [](QRgb p) { return over(p, 0); })), "");
+    choose("White");
+    EXPECT_EQ(differenceOf(pictureOf(shot()), made(file, [](QRgb p) { return over(p, 255); })), "");
+    choose("Checkerboard");
+    std::set<QRgb> squares;
+    for (int x = 0; x < 32; ++x) squares.insert(pictureOf(shot()).pixel(x, 2));
+    EXPECT_EQ(squares.size(), 2u);
+}
+
+TEST_F(CompositionTest, ChannelsAreThoseOfTheFile) {
+    openLayer();
+    document.edit(kToPins, {40, 30});
+    look(1, {225, 150});
+    QImage const file = rendered();
+    struct View {
+        char const* command;
+        int (*value)(QRgb);
+    };
+    for (View const& view :
+         {View{"Red", qRed},
+          {"Green", qGreen},
+          {"Blue", qBlue},
+          {"Alpha", qAlpha},
+          {"Luminance", [](QRgb p) {
+               return (2126 * qRed(p) + 7152 * qGreen(p) + 722 * qBlue(p) + 5000) / 10000;
+           }}}) {
+        choose(view.command);
+        QImage const shown = pictureOf(shot()),
+                     expected = made(file, [&](QRgb p) { return grey(view.value(p)); });
+        EXPECT_EQ(differenceOf(shown, expected), "") << view.command;
+        choose(view.command);
+    }
+    EXPECT_EQ(canvas().look().pixels.channels, ChannelView::kColor);
+}
+
+TEST_F(CompositionTest, TheWipeShowsWhatWasBeforeLeftOfItsLine) {
+    look(1, {320, 213});
+    QImage const after = shot();
+    choose("Plate");
+    QImage const before = shot();
+    EXPECT_NE(before, after);
+    choose("Frame");
+    choose("Wipe");
+    QPoint const line = placeOf({320, 400});
+    drag(line, line + QPoint(60, 0));
+    EXPECT_NEAR(canvas().look().wipeFrac, (320 + 60 * density()) / 640, 1e-9);
+    int const at = static_cast<int>(canvas().map().toPanel({320 + 60 * density(), 0}).x);
+    int const aside = static_cast<int>(3 * density());
+    PanelPoint const inLayer = canvas().map().toPanel({360, 200});
+    QPoint const left(static_cast<int>(inLayer.x), static_cast<int>(inLayer.y));
+    ASSERT_NE(after.pixel(left), before.pixel(left));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return shot().pixel(left) == before.pixel(left); }));
+    QImage const wiped = shot();
+    int const height = wiped.height() - 60 * int(density());  // above the grip
+    EXPECT_EQ(
+        differenceOf(wiped.copy(0, 0, at - aside, height), before.copy(0, 0, at - aside, height)),
+        "");
+    int const rest = wiped.width() - at - aside;
+    EXPECT_EQ(differenceOf(wiped.copy(at + aside, 0, rest, height),
+                           after.copy(at + aside, 0, rest, height)),
+              "");
+    EXPECT_EQ(document.undoName(), "");
+}
+
+TEST_F(CompositionTest, TheReadoutHasTheFilesValuesAndBothPlaces) {
+    QString told;
+    canvas().onReadout = [&](QString const& text) { told = text; };
+    keepStoredValues();
+    for (double const zoom : {1.0, 0.4}) {
+        look(zoom, {320, 213});
+        awaitRest();
+        QPoint const place = placeOf({470, 190});
+        mouse(QEvent::MouseMove, place);
+        ASSERT_TRUE(QTest::qWaitFor([&] { return told.contains("R "); }, 10000));
+        PanelPoint const at =
+            canvas().map().toPicture({place.x() * density(), place.y() * density()});
+        QRgb const pixel = rendered().pixel(int(at.x), int(at.y));
+        EXPECT_TRUE(told.contains(
+            QString("R %1  G %2  B %3").arg(qRed(pixel)).arg(qGreen(pixel)).arg(qBlue(pixel))))
+            << told.toStdString();
+        EXPECT_TRUE(told.startsWith(QString("frame %1, ").arg(at.x, 0, 'f', 1)));
+        auto const layer = mapped(document.mapHere().toLayer, {at.x, at.y});
+        ASSERT_TRUE(layer);
+        EXPECT_TRUE(told.contains(QString("layer %1, ").arg(layer->x, 0, 'f', 1)));
+        told.clear();
+    }
+}
+
+TEST_F(CompositionTest, ZoomsHoldThePlaceAndPansAreWhole) {
+    std::mt19937 random(7);
+    ViewMap map;
+    map.setPanel({901, 643});
+    map.setPicture({640, 427});
+    EXPECT_TRUE(map.isFit());
+    for (int i = 0; i < 200; ++i) {
+        PanelPoint const at = {double(random() % 901), double(random() % 643)};
+        PanelPoint const held = map.toPicture(at);
+        map.zoomAt(at, map.wheelZoom(random() % 2 ? 1 : -1));
+        EXPECT_NEAR(map.toPicture(at).x, held.x, 0.5 / map.zoom() + 1e-9);
+        EXPECT_EQ(map.pan().x, std::round(map.pan().x));
+        PixelRect const part = map.part(map.reduce());
+        PanelPoint const first = map.toPicture({0, 0}), last = map.toPicture({901, 643});
+        EXPECT_LE(part.left * map.reduce(), std::max(0.0, first.x));
+        EXPECT_GE((part.right + 1) * map.reduce(), std::min(640.0, last.x));
+        EXPECT_LE(map.reduce() * map.zoom(), std::max(1.0, map.zoom()) + 1e-4);
+    }
+    map.fit();
+    map.zoomAtCenter(0.9);
+    EXPECT_EQ(map.wheelZoom(1), 1);
+}
+
+TEST_F(WindowTest, NoTwoCommandsHaveTheSameKeys) {
+    std::map<QString, QString> owners;
+    for (QAction const* action : window->findChildren<QAction*>())
+        for (QKeySequence const& keys : action->shortcuts()) {
+            auto const [owner, isNew] = owners.emplace(keys.toString(), action->text());
+            EXPECT_TRUE(isNew) << keys.toString().toStdString() << ": "
+                               << owner->second.toStdString() << " and "
+                               << action->text().toStdString();
+        }
+    EXPECT_GT(owners.size(), 30u);
+}
+
+}  // namespace
+}  // namespace zelk

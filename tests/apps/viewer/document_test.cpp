@@ -1,0 +1,120 @@
+// Acts on a document, and the way back.
+#include <random>
+
+#include "tests/apps/viewer/window_fixture.h"
+#include "zelk/scene/edits.h"
+#include "zelk/scene/file.h"
+#include "zelk/scene/parameter_names.h"
+#include "zelk/text/errors.h"
+
+namespace zelk {
+namespace {
+
+class DocumentTest : public testing::Test {
+protected:
+    DocumentTest() { document.open(exampleFile("move.zelk.json")); }
+    std::string text() { return sceneText(document.scene()); }
+
+    zelk_test::TemporaryFolder folder;
+    Document document{ZELK_MODULE};
+};
+
+TEST_F(DocumentTest, RandomActsAreUndoneByteForByteAndDoneAgain) {
+    unsigned const seed = std::random_device{}();
+    SCOPED_TRACE(testing::Message() << "seed " << seed);
+    std::mt19937 random(seed);
+    auto const whole = [&](int most) { return static_cast<int>(random() % unsigned(most)); };
+    std::vector<std::string> texts = {text()};
+    for (int i = 0; i < 60; ++i) {
+        document.setFrame(1 + whole(48));
+        bool changed = false;
+        switch (whole(4)) {
+            case 0:
+                changed = document.edit(kToPins + whole(4), {double(whole(640)), whole(400) + .5});
+                break;
+            case 1:
+                changed = document.edit(kParamCornerPinOpacity, {double(whole(101))});
+                break;
+            case 2:
+                changed = document.change("Set Depth", [&](Scene& scene) {
+                    sceneEdit("depth").apply(scene, "depth", whole(2) ? "16" : "float");
+                });
+                break;
+            default:
+                document.beginAct("Nudge pins");
+                for (int corner = 0; corner < 4; ++corner)
+                    document.edit(kFromPins + corner, {double(whole(9)), double(whole(9))});
+                changed = document.endAct();
+        }
+        if (changed) texts.push_back(text());
+    }
+    EXPECT_TRUE(document.isModified());
+    for (std::size_t i = texts.size(); i-- > 0; document.undo()) ASSERT_EQ(text(), texts[i]) << i;
+    EXPECT_FALSE(document.isModified());
+    for (std::size_t i = 0; i < texts.size(); ++i, document.redo()) ASSERT_EQ(text(), texts[i]);
+}
+
+TEST_F(DocumentTest, AnActChangesItsOwnParametersAlone) {
+    std::string const before = text();
+    int const index = kToPins;
+    auto const keys = document.parameter(index).track().size();
+    document.setFrame(10);
+    ASSERT_TRUE(document.edit(index, {100, 50}));
+    EXPECT_EQ(document.parameter(index).track().size(), keys + 1);
+    document.saveAs(folder.at("own.zelk.json"));
+    EXPECT_FALSE(document.isModified());
+    Document again{ZELK_MODULE};
+    again.open(folder.at("own.zelk.json"));
+    for (int i = 1; i < kParameterCount; ++i)
+        EXPECT_EQ(statesOf({again.parameter(i)}), statesOf({document.parameter(i)})) << i;
+    again.setFrame(10);
+    EXPECT_EQ(again.valueOf(index), (KeyValue{100, 50}));
+    document.undo();
+    EXPECT_EQ(text(), before);
+}
+
+TEST_F(DocumentTest, WhatChangesNothingIsNoStep) {
+    EXPECT_FALSE(document.edit(kParamCornerPinOpacity, document.valueOf(kParamCornerPinOpacity)));
+    document.beginAct("Drag");
+    document.edit(kToPins, {1, 2});
+    document.cancelAct();
+    EXPECT_EQ(document.undoName(), "");
+    EXPECT_FALSE(document.isModified());
+}
+
+TEST_F(DocumentTest, ARefusedActLeavesEverything) {
+    std::string const before = text();
+    EXPECT_THROW(document.change("Set Layer",
+                                 [&](Scene& scene) {
+                                     sceneEdit("depth").apply(scene, "depth", "16");
+                                     scene.overMode.reset();
+                                     scene.plate.reset();
+                                     sceneEdit("mode").apply(scene, "mode", "screen");
+                                 }),
+                 UserError);
+    EXPECT_EQ(text(), before);
+    EXPECT_THROW(document.open(folder.at("none.zelk.json")), UserError);
+    EXPECT_EQ(text(), before);
+    EXPECT_EQ(document.undoName(), "");
+}
+
+TEST_F(DocumentTest, TheEffectsDragIsOneStepWithItsName) {
+    std::string const before = text();
+    document.setFrame(1);
+    MouseEvent mouse;
+    mouse.x = 110, mouse.y = 90;  // inside of the To quad
+    ASSERT_TRUE(document.click({}, mouse));
+    for (int i = 1; i <= 5; ++i) {
+        mouse.x = 110 + 3 * i;
+        document.drag(mouse);
+    }
+    EXPECT_TRUE(document.release(mouse));
+    EXPECT_EQ(document.undoName(), "Move pins");
+    EXPECT_NE(text(), before);
+    document.undo();
+    EXPECT_EQ(text(), before);
+    EXPECT_EQ(document.undoName(), "");
+}
+
+}  // namespace
+}  // namespace zelk

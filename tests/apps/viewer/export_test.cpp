@@ -1,0 +1,149 @@
+// Files that the window exports, and lines that it gives to a shell, beside `zelk render`.
+#include <QClipboard>
+#include <QGuiApplication>
+#include <QLineEdit>
+#include <QPushButton>
+
+#include "apps/viewer/dialogs/export_dialog.h"
+#include "apps/viewer/model/command_text.h"
+#include "tests/apps/viewer/files_fixture.h"
+#include "zelk/scene/as_edits.h"
+#include "zelk/scene/edits.h"
+
+namespace zelk {
+namespace {
+
+namespace fs = std::filesystem;
+
+class ExportTest : public FilesTest {
+protected:
+    ExportTest() { window->openFile(path("move.zelk.json")); }
+
+    ExportDialog& dialog() {
+        press("File/Export\u2026");
+        return *window->exportDialog();
+    }
+    void type(char const* name, QString const& value) {
+        for (auto* const field : window->exportDialog()->findChildren<QLineEdit*>())
+            if (field->accessibleName() == name) field->setText(value);
+    }
+    void pressIn(char const* name) {
+        for (auto* const button : window->exportDialog()->findChildren<QPushButton*>())
+            if (button->text() == name) button->click();
+    }
+    ExportState ended() {
+        EXPECT_TRUE(QTest::qWaitFor([&] { return !window->exportDialog()->isRunning(); }, 120000));
+        QTest::qWait(0);  // the dialog hears of it
+        return window->exportDialog()->state();
+    }
+    static QString copied() { return QGuiApplication::clipboard()->text(); }
+};
+
+/// The same files, metadata and all, from the button and from the line that it copies.
+TEST_F(ExportTest, WritesTheFilesOfItsCommand) {
+    for (char const* output : {"o.##.png", "o.mov"}) {
+        dialog();
+        type("Output", path(output));
+        type("Frames", "3-5");
+        pressIn("Copy as Command");
+        pressIn("Export");
+        ExportState const state = ended();
+        EXPECT_EQ(state.written, 3);
+        EXPECT_TRUE(state.failures.empty()) << state.failures.front().message;
+        EXPECT_EQ(state.text(), "3 frames written");
+        std::vector<std::string> const files =
+            std::string(output) == "o.mov" ? std::vector<std::string>{"o.mov"}
+                                           : std::vector<std::string>{"o.03.png", "o.05.png"};
+        std::vector<std::string> exported;
+        for (std::string const& file : files) {
+            exported.push_back(bytesOf(folder.at(file)));
+            fs::remove(folder.at(file));
+        }
+        shell(copied().toStdString());
+        for (std::size_t i = 0; i < files.size(); ++i) {
+            EXPECT_GT(exported[i].size(), 1000u);
+            EXPECT_TRUE(exported[i] == bytesOf(folder.at(files[i]))) << files[i];
+        }
+    }
+}
+
+TEST_F(ExportTest, TellsWhatFailsAndEndsWhenItIsTold) {
+    dialog();
+    type("Output", path("nowhere/o.##.png"));
+    pressIn("Export");
+    ASSERT_FALSE(ended().failures.empty());
+    EXPECT_NE(ended().failures.front().message.find("nowhere"), std::string::npos);
+    type("Output", path("o.##.png"));
+    pressIn("Export");
+    QTest::qWaitFor([&] { return window->exportDialog()->state().written > 0; }, 60000);
+    makeChange();  // the window stays usable
+    pressIn("Cancel Export");
+    ExportState const state = ended();
+    EXPECT_TRUE(state.isStopped);
+    EXPECT_LT(state.written, 48);
+    EXPECT_GT(state.written, 0);
+    type("Output", "");
+    pressIn("Export");
+    EXPECT_TRUE(error().contains("output")) << error().toStdString();
+}
+
+TEST_F(ExportTest, TheFrameOnScreenAsACommand) {
+    document().setFrame(7);
+    press("File/Copy as Command");
+    shell(copied().toStdString() + " --no-metadata");
+    shell("zelk render --project " + folder.at("move.zelk.json").string() +
+          " --frames 7 -o plain.png --no-metadata");
+    EXPECT_EQ(bytesOf(folder.at("out/move.0007.png")), bytesOf(folder.at("out/plain.png")));
+    makeChange();
+    press("File/Copy as Command");
+    EXPECT_TRUE(error().contains("Save the project first: no option says keyframes"));
+}
+
+/// Scenes that nobody saved, by their options; the project that they are saved to gives the same.
+TEST_F(ExportTest, AnUnsavedSceneAsACommand) {
+    std::vector<std::vector<MadeEdit>> const scenes = {
+        {{"to", "60,40 400,10 30,250 380,290"}, {"quality", "super"}, {"set", "rotate=-12.5"}},
+        {{"over", path("rocket.jpg").toStdString()},
+         {"to", "112.25,22 288,52 96,214 300,248"},
+         {"set", "from-upper-left=10,20"},
+         {"mode", "screen"},
+         {"feather", "3"},
+         {"quality", "best"},
+         {"output-color", "linear"},
+         {"depth", "16"}},
+        {{"size", "640x427"},
+         {"holdout", path("rocket.jpg").toStdString()},
+         {"opacity", "40"},
+         {"channels", "rgb"},
+         {"filter", "lanczos3"},
+         {"motion-blur", "on"},
+         {"shutter", "90,-45"}},
+        {{"over", path("rocket.jpg").toStdString()},
+         {"track-first-frame", "0"},
+         {"track", path("sign-track.txt").toStdString()}}};
+    for (auto const& edits : scenes) {
+        Scene scene;
+        sceneEdit("layer").apply(scene, "layer", folder.at("chelsea.png").string());
+        for (MadeEdit const& edit : edits) sceneEdit(edit.name).apply(scene, edit.name, edit.text);
+        bool const isTracked = !scene.tracks.empty();
+        document().start(scene);
+        if (isTracked)  // a scene that is started has its track's keys
+            document().change("Track", [&](Scene& own) {
+                own.tracks = scene.tracks, std::erase_if(own.parameters, [](auto const& p) {
+                    return p.name.starts_with("to-");
+                });
+            });
+        document().edit(kParamCornerPinOpacity, {85});
+        CommandText const text = renderCommandOf(document());
+        ASSERT_EQ(text.refusal, "");
+        shell(text.line + " --no-metadata");
+        document().saveAs(folder.at("own.zelk.json"));
+        shell("zelk render --project ../own.zelk.json --frames 0 -o plain.png --no-metadata");
+        std::string const own = bytesOf(folder.at("out/chelsea.0000.png"));
+        EXPECT_GT(own.size(), 1000u) << text.line;
+        EXPECT_TRUE(own == bytesOf(folder.at("out/plain.png"))) << text.line;
+    }
+}
+
+}  // namespace
+}  // namespace zelk

@@ -1,0 +1,83 @@
+// A window with files of a test's own, and answers that it gives instead of dialogs.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <QTest>
+#include <deque>
+#include <fstream>
+#include <iterator>
+#include <memory>
+
+#include "apps/viewer/viewer_window.h"
+#include "tests/apps/viewer/window_fixture.h"
+#include "zelk/scene/file.h"
+#include "zelk/scene/parameter_names.h"
+
+namespace zelk {
+
+class FilesTest : public testing::Test {
+protected:
+    FilesTest() {
+        for (char const* name : {"chelsea.png", "rocket.jpg", "move.zelk.json", "sign-track.txt"})
+            std::filesystem::copy(exampleFile(name), folder.at(name));
+        start();
+    }
+
+    /// A window anew, as another process would have it.
+    void start() {
+        window.reset();
+        window = std::make_unique<ViewerWindow>(ZELK_MODULE, folder.at("state"));
+        window->resize(1200, 800);
+        window->show();
+        EXPECT_TRUE(QTest::qWaitForWindowActive(window.get()));
+        auto const next = [this](QString const& title) {
+            asked.append(title);
+            if (names.empty()) return QString();
+            QString const name = names.front();
+            names.pop_front();
+            return name;
+        };
+        window->questions().fileToOpen = [next](QString const& title, QString const&) {
+            return next(title);
+        };
+        window->questions().fileToSave = [next](QString const& title, QString const&,
+                                                QString const&) { return next(title); };
+        window->questions().folder = next;
+        window->questions().choice = [this](QString const& text, QStringList const&) {
+            asked.append(text);
+            if (choices.empty()) return -1;
+            int const choice = choices.front();
+            choices.pop_front();
+            return choice;
+        };
+    }
+
+    Document& document() { return window->document(); }
+    std::string text() { return sceneText(document().scene()); }
+    QString path(char const* name) const { return textOf(folder.at(name)); }
+    void press(char const* place) { window->menus().action(place)->trigger(); }
+    QString error() const { return window->notices().text("error"); }
+    void makeChange() { document().edit(kParamCornerPinOpacity, {70}); }
+
+    static std::string bytesOf(std::filesystem::path const& file) {
+        std::ifstream in(file, std::ios::binary);
+        return {std::istreambuf_iterator<char>(in), {}};
+    }
+    /// In the folder `out`, by a shell; what it printed otherwise.
+    void shell(std::string const& line) {
+        std::filesystem::create_directories(folder.at("out"));
+        std::string const bin = std::filesystem::path(ZELK_BINARY).parent_path().string();
+        std::string const all = "cd " + folder.at("out").string() + " && PATH=" + bin + ":$PATH " +
+                                line + " >said 2>&1";
+        EXPECT_EQ(std::system(all.c_str()), 0) << line << "\n" << bytesOf(folder.at("out/said"));
+    }
+
+    zelk_test::TemporaryFolder folder;
+    std::deque<QString> names;  ///< of files that the user chooses
+    std::deque<int> choices;
+    QStringList asked;
+    std::unique_ptr<ViewerWindow> window;
+};
+
+}  // namespace zelk

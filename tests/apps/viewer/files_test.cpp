@@ -1,0 +1,348 @@
+// Opening, saving, importing, relinking and recovery, by menus, drops and dialogs.
+#include "tests/apps/viewer/files_fixture.h"
+
+#include <signal.h>
+#include <sys/mount.h>
+
+#include <QComboBox>
+#include <QDropEvent>
+#include <QLineEdit>
+#include <QMenu>
+#include <QMessageBox>
+#include <QMimeData>
+#include <QProcess>
+#include <QPushButton>
+#include <QTimer>
+#include <QTreeWidget>
+#include <QUrl>
+
+#include "apps/viewer/dialogs/shortcuts_dialog.h"
+#include "apps/viewer/dialogs/track_dialog.h"
+#include "apps/viewer/model/autosave.h"
+#include "zelk/scene/edits.h"
+
+namespace zelk {
+namespace {
+
+namespace fs = std::filesystem;
+
+TEST_F(FilesTest, OpensWhatAFileIs) {
+    for (int frame : {11, 12, 13})
+        fs::copy(folder.at("chelsea.png"), folder.at("s." + std::to_string(frame) + ".png"));
+    struct Case {
+        char const *file, *layer;
+        int choice, first, last;
+    };
+    for (Case const& each :
+         {Case{"move.zelk.json", "chelsea.png", 0, 1, 48},
+          Case{"chelsea.png", "chelsea.png", 0, 0, 0}, Case{"s.12.png", "s.##.png", 0, 11, 13},
+          Case{"s.12.png", "s.12.png", 1, 0, 0}, Case{"s.##.png", "s.##.png", 0, 11, 13}}) {
+        names = {path(each.file)};
+        choices = {each.choice};
+        press("File/Open\u2026");
+        EXPECT_EQ(error(), "");
+        EXPECT_EQ(fs::path(document().scene().layer.file.written).filename(), each.layer);
+        EXPECT_EQ(document().firstFrame(), each.first);
+        EXPECT_EQ(document().lastFrame(), each.last);
+        EXPECT_FALSE(window->isWindowModified());
+    }
+    names = {path("move.zelk.json")};
+    press("File/Open\u2026");
+    EXPECT_EQ(window->windowTitle(), "move.zelk.json[*] \u2014 Zelk");
+}
+
+TEST_F(FilesTest, WhatCannotBeReadIsToldAndWhatWasOpenStays) {
+    window->openFile(path("move.zelk.json"));
+    std::string const before = text();
+    folder.put("bad.zelk.json", "{\"schema\": \"zelk-project\",\n \"version\": 1,\n oops}");
+    names = {path("bad.zelk.json")};
+    press("File/Open\u2026");
+    EXPECT_TRUE(error().contains("bad.zelk.json: not a JSON file at 3:2")) << error().toStdString();
+    EXPECT_EQ(text(), before);
+    EXPECT_EQ(document().file(), folder.at("move.zelk.json"));
+}
+
+TEST_F(FilesTest, SavesToItsFileOrAsksForOne) {
+    window->openFile(path("chelsea.png"));
+    makeChange();
+    EXPECT_TRUE(window->isWindowModified());
+    names = {path("own")};
+    press("File/Save");
+    EXPECT_EQ(document().file(), folder.at("own.zelk.json"));
+    EXPECT_FALSE(window->isWindowModified());
+    std::string const saved = bytesOf(folder.at("own.zelk.json"));
+    EXPECT_NE(saved.find("\"layer\": \"chelsea.png\""), saved.npos);
+    document().undo();
+    press("File/Save");
+    EXPECT_NE(bytesOf(folder.at("own.zelk.json")), saved);
+    makeChange();
+    choices = {0};
+    press("File/Revert");
+    EXPECT_FALSE(window->isWindowModified());
+    window->openFile(path("move.zelk.json"));
+    auto const recent = window->files().recent();
+    ASSERT_EQ(recent.size(), 2u);
+    EXPECT_EQ(recent[0], folder.at("move.zelk.json"));
+    QMenu menu;
+    window->files().fillRecent(menu);
+    ASSERT_EQ(menu.actions().size(), 2);
+    menu.actions()[1]->trigger();
+    EXPECT_EQ(document().file(), folder.at("own.zelk.json"));
+}
+
+/// By the real question, answered by the key of its button.
+TEST_F(FilesTest, AsksBeforeItCloses) {
+    window->questions() = dialogQuestions(window.get());
+    window->openFile(path("move.zelk.json"));
+    std::string const onDisk = bytesOf(folder.at("move.zelk.json"));
+    auto const closeWith = [&](QString const& answer) {
+        makeChange();
+        QTimer::singleShot(0, [answer] {
+            auto* const box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+            ASSERT_TRUE(box);
+            for (auto* const button : box->buttons())
+                if (button->text().remove('&') == answer) QTest::keyClick(button, Qt::Key_Space);
+        });
+        bool const isClosed = window->close();
+        window->show();
+        return isClosed;
+    };
+    EXPECT_FALSE(closeWith("Cancel"));
+    EXPECT_TRUE(closeWith("Don\u2019t Save"));
+    EXPECT_EQ(bytesOf(folder.at("move.zelk.json")), onDisk);
+    EXPECT_TRUE(closeWith("Save"));
+    EXPECT_EQ(bytesOf(folder.at("move.zelk.json")), text());
+}
+
+TEST_F(FilesTest, ADropAsksWhatItIsFor) {
+    window->openFile(path("chelsea.png"));
+    std::string const before = text();
+    auto const drop = [&](char const* name) {
+        QMimeData data;
+        data.setUrls({QUrl::fromLocalFile(path(name))});
+        QDragEnterEvent enter({300, 300}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(window.get(), &enter);
+        EXPECT_TRUE(enter.isAccepted());
+        QDropEvent event({300, 300}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(window.get(), &event);
+    };
+    struct Case {
+        int choice;
+        char const *name, *key;
+    };
+    for (Case const& each : {Case{0, "Set Layer", "\"layer\": \"rocket.jpg\""},
+                             Case{1, "Set Plate", "\"plate\": \"rocket.jpg\""},
+                             Case{3, "Set Holdout", "\"holdout\""}}) {
+        choices = {each.choice};
+        drop("rocket.jpg");
+        EXPECT_EQ(error(), "");
+        EXPECT_EQ(document().undoName(), each.name);
+        document().saveAs(folder.at("dropped.zelk.json"));
+        std::string const saved = bytesOf(folder.at("dropped.zelk.json"));
+        EXPECT_NE(saved.find(each.key), saved.npos) << saved;
+        if (each.choice == 1) EXPECT_EQ(document().scene().comp.width, 640);
+        document().undo();
+        EXPECT_EQ(text(), before);
+    }
+    drop("move.zelk.json");  // asks whether to save, and stays without an answer
+    EXPECT_EQ(text(), before);
+    choices = {1};
+    drop("move.zelk.json");
+    EXPECT_EQ(document().file(), folder.at("move.zelk.json"));
+}
+
+TEST_F(FilesTest, MissingFilesAreNamedAndRelinkedInOneStep) {
+    window->openFile(path("move.zelk.json"));
+    document().change("Track", [&](Scene& scene) {
+        scene.trackReading.firstFrame = 1;
+        sceneEdit("track").apply(scene, "track", folder.at("sign-track.txt").string());
+        std::erase_if(scene.parameters, [](auto const& p) { return p.name.starts_with("to-u"); });
+    });
+    fs::create_directories(folder.at("a/shots"));
+    document().saveAs(folder.at("a/lost.zelk.json"));
+    std::string const whole = bytesOf(folder.at("a/lost.zelk.json"));
+    fs::create_directories(folder.at("b"));
+    for (char const* name : {"chelsea.png", "rocket.jpg", "sign-track.txt"})
+        fs::rename(folder.at(name), folder.at(std::string("b/") + name));
+    window->openFile(path("a/lost.zelk.json"));
+    EXPECT_EQ(error(), "");
+    QString const notice = window->notices().text("missing");
+    for (char const* word : {"layer", "chelsea.png", "plate", "rocket.jpg", "track of the To Pins"})
+        EXPECT_TRUE(notice.contains(word)) << notice.toStdString();
+    EXPECT_EQ(text(), whole);
+    names = {path("b")};
+    EXPECT_TRUE(window->notices().press("missing", "Relink in Folder\u2026"));
+    EXPECT_EQ(window->notices().text("missing"), "");
+    EXPECT_EQ(document().undoName(), "Relink Files");
+    EXPECT_EQ(document().scene().layer.file.written, "../b/chelsea.png");
+    EXPECT_TRUE(document().scene().tracks.at(0).track);
+    document().undo();
+    EXPECT_EQ(text(), whole);
+    EXPECT_NE(window->notices().text("missing"), "");
+    names = {path("b/chelsea.png")};
+    press("File/Relink Missing File\u2026");
+    EXPECT_EQ(document().undoName(), "Relink Layer");
+    EXPECT_FALSE(window->notices().text("missing").contains("chelsea.png"));
+}
+
+TEST_F(FilesTest, ATrackIsSeenBeforeItIsTaken) {
+    window->openFile(path("move.zelk.json"));
+    std::string const before = text();
+    names = {path("sign-track.txt")};
+    press("File/Import/Track\u2026");
+    auto* const dialog = window->findChild<TrackDialog*>();
+    ASSERT_TRUE(dialog);
+    dialog->activateWindow();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return dialog->isActiveWindow(); }));
+    auto const field = [&](char const* name) {
+        for (auto* const each : dialog->findChildren<QLineEdit*>())
+            if (each->accessibleName() == name) return each;
+        return static_cast<QLineEdit*>(nullptr);
+    };
+    auto const type = [&](char const* name, char const* value) {
+        field(name)->setFocus();
+        field(name)->selectAll();
+        QTest::keyClicks(field(name), value);
+        QTest::keyClick(field(name), Qt::Key_Tab);
+    };
+    type("First Frame", "1001");
+    type("Size", "1280x720");
+    EXPECT_EQ(dialog->choice().span()->first, 1001);
+    type("Corners", "ur,ul,lr,ll");
+    ASSERT_FALSE(dialog->choice().warnings().empty());
+    QTest::qWait(0);  // new rows are shown then
+    auto const fixes = dialog->findChildren<QPushButton*>();
+    auto const fix = std::find_if(fixes.begin(), fixes.end(), [](QPushButton const* button) {
+        return button->text() == "Correct: Corners ul,ur,ll,lr" &&
+               button->isVisibleTo(button->window());
+    });
+    ASSERT_NE(fix, fixes.end());
+    QTest::keyClick(*fix, Qt::Key_Space);
+    EXPECT_EQ(field("Corners")->text(), "ul,ur,ll,lr");
+    for (auto* const box : dialog->findChildren<QAbstractButton*>())
+        if (box->text().startsWith("Set the composition")) box->click();
+    auto const span = *dialog->choice().span();
+    dialog->accept();
+    EXPECT_EQ(error(), "");
+    EXPECT_EQ(document().undoName(), "Import Track");
+    EXPECT_EQ(document().firstFrame(), 1001);
+    EXPECT_EQ(document().lastFrame(), span.last);
+    ASSERT_EQ(document().scene().tracks.size(), 1u);
+    EXPECT_EQ(document().scene().tracks[0].file.written, "sign-track.txt");
+    document().undo();
+    EXPECT_EQ(text(), before);
+}
+
+/// `zelk view` starts the real program with a scene of options; it is killed while it edits.
+TEST_F(FilesTest, WhatAKilledViewerHadIsRecovered) {
+    fs::path const state = folder.at("xdg/zelk");
+    QProcess viewer;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert("XDG_STATE_HOME", path("xdg"));
+    environment.insert("XDG_CONFIG_HOME", path("config"));
+    environment.insert("QT_QPA_PLATFORM", "offscreen");
+    environment.insert("ZELK_MODULE", ZELK_MODULE);
+    viewer.setProcessEnvironment(environment);
+    viewer.start(ZELK_BINARY, {"view", path("move.zelk.json"), "--opacity", "35"});
+    ASSERT_TRUE(viewer.waitForStarted());
+    auto const saved = [&] {
+        std::error_code none;
+        for (auto const& entry : fs::directory_iterator(state, none))
+            if (entry.path().extension() == ".zelk-recovery") return entry.path();
+        return fs::path();
+    };
+    for (int turn = 0; turn < 300 && saved().empty(); ++turn) QTest::qWait(100);
+    fs::path const file = saved();
+    ASSERT_FALSE(file.empty()) << viewer.readAllStandardError().toStdString();
+    EXPECT_TRUE(abandonedScenes(state).empty());  // its viewer lives
+    ::kill(static_cast<pid_t>(viewer.processId()), SIGKILL);
+    viewer.waitForFinished();
+    ASSERT_EQ(abandonedScenes(state), std::vector{file});
+
+    fs::create_directories(folder.at("state"));
+    fs::rename(file, folder.at("state") / file.filename());
+    window->openAtStart({});
+    QString const key = "recovery " + path("state/") + textOf(file.filename());
+    EXPECT_TRUE(window->notices().text(key).contains("move.zelk.json"));
+    ASSERT_TRUE(window->notices().press(key, "Recover"));
+    EXPECT_EQ(error(), "");
+    EXPECT_EQ(document().file(), folder.at("move.zelk.json"));
+    EXPECT_EQ(document().valueOf(kParamCornerPinOpacity)[0], 35);
+    EXPECT_TRUE(window->isWindowModified());
+    press("File/Save");
+    EXPECT_EQ(bytesOf(folder.at("move.zelk.json")), text());
+    EXPECT_TRUE(fs::is_empty(folder.at("state")) ||
+                !fs::exists(folder.at("state") / file.filename()));
+}
+
+TEST_F(FilesTest, AutosavedScenesGoWithTheirReason) {
+    window->openFile(path("move.zelk.json"));
+    window->recovery()->setDelay(10);
+    auto const count = [&] {
+        int files = 0;
+        std::error_code none;
+        for (auto const& entry : fs::directory_iterator(folder.at("state"), none))
+            files += entry.path().extension() == ".zelk-recovery" && entry.file_size() > 0;
+        return files;
+    };
+    auto const awaitCount = [&](int files) {
+        return QTest::qWaitFor([&] { return count() == files; }, 5000);
+    };
+    makeChange();
+    EXPECT_TRUE(awaitCount(1));
+    document().undo();
+    EXPECT_TRUE(awaitCount(0));
+    makeChange();
+    EXPECT_TRUE(awaitCount(1));
+    choices = {1};  // don't save
+    window->close();
+    EXPECT_EQ(count(), 0);
+}
+
+TEST_F(FilesTest, AFullDiskLeavesTheOldProject) {
+    fs::create_directory(folder.at("disk"));
+    if (::mount("none", folder.at("disk").c_str(), "tmpfs", 0, "size=16k") != 0)
+        GTEST_SKIP() << "no small disk can be had here";
+    fs::copy(folder.at("move.zelk.json"), folder.at("disk/move.zelk.json"));
+    std::string const before = bytesOf(folder.at("disk/move.zelk.json"));
+    window->openFile(path("disk/move.zelk.json"));
+    std::ofstream(folder.at("disk/rest")) << std::string(1 << 16, 'x');
+    makeChange();
+    press("File/Save");
+    EXPECT_TRUE(error().contains("No space left on device")) << error().toStdString();
+    EXPECT_EQ(bytesOf(folder.at("disk/move.zelk.json")), before);
+    EXPECT_TRUE(window->isWindowModified());
+    fs::remove(folder.at("disk/rest"));
+    press("File/Save");
+    EXPECT_EQ(bytesOf(folder.at("disk/move.zelk.json")), text());
+    ::umount(folder.at("disk").c_str());
+}
+
+TEST_F(FilesTest, EachActHasItsPlaceAndKeysAreNoTwoActs) {
+    QMap<QString, QString> keys;
+    for (ViewerCommand const& command : window->menus().commands()) {
+        if (command.name.isEmpty()) continue;
+        QString const place = command.menu + "/" + command.name;
+        EXPECT_FALSE(command.help.isEmpty()) << place.toStdString();
+        ASSERT_TRUE(window->menus().action(place));
+        if (command.keys.isEmpty()) continue;
+        QString& owner = keys[command.keys.toString()];
+        EXPECT_EQ(owner, "") << command.keys.toString().toStdString() << " " << place.toStdString();
+        owner = place;
+    }
+    EXPECT_FALSE(window->menus().action("Edit/Undo")->isEnabled());
+    window->openFile(path("move.zelk.json"));
+    makeChange();
+    window->menus().update();
+    EXPECT_EQ(window->menus().action("Edit/Undo")->text(),
+              "Undo " + QString::fromStdString(std::string(document().undoName())));
+    QTest::keyClick(window.get(), Qt::Key_Z, Qt::ControlModifier);
+    EXPECT_FALSE(window->isWindowModified());
+    QTest::keyClick(window.get(), Qt::Key_F1);
+    auto const* const list = window->findChild<QTreeWidget*>();
+    ASSERT_TRUE(list);
+    EXPECT_FALSE(list->findItems("Copy as Command", Qt::MatchExactly | Qt::MatchRecursive).empty());
+}
+
+}  // namespace
+}  // namespace zelk

@@ -1,0 +1,238 @@
+// The service that renders for the window: which request wins, what is kept and found again, what
+// is fetched ahead; the policy of drafts; the cache. No window.
+#include "apps/viewer/model/frame_service.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <deque>
+#include <random>
+
+#include "tests/support/temporary_folder.h"
+#include "zelk/scene/edits.h"
+#include "zelk/scene/parameter_names.h"
+
+namespace zelk {
+namespace {
+
+using namespace std::chrono_literals;
+
+/// What comes from the service, in order.
+class Inbox {
+public:
+    void put(SharedFrame frame) {
+        std::lock_guard const lock(m_mutex);
+        m_frames.push_back(std::move(frame));
+        m_came.notify_all();
+    }
+    /// Null after half a minute.
+    SharedFrame next() {
+        std::unique_lock lock(m_mutex);
+        if (!m_came.wait_for(lock, 30s, [this] { return !m_frames.empty(); })) return nullptr;
+        SharedFrame frame = m_frames.front();
+        m_frames.pop_front();
+        return frame;
+    }
+    std::size_t waiting() {
+        std::lock_guard const lock(m_mutex);
+        return m_frames.size();
+    }
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_came;
+    std::deque<SharedFrame> m_frames;
+};
+
+PictureBuffer waves(int width, int height) {
+    auto const values = std::make_shared<std::vector<std::uint8_t>>();
+    for (int i = 0; i < 4 * width * height; ++i) values->push_back(std::uint8_t(i * 7 % 251));
+    PictureBuffer buffer;
+    buffer.size = {width, height};
+    buffer.pixels = {values, values->data()};
+    return buffer;
+}
+
+Scene sceneOf(int width, int height) {
+    Scene scene;
+    scene.layer.buffer = std::make_shared<PictureBuffer>(waves(width, height));
+    scene.hasComp = true;
+    scene.comp.width = width, scene.comp.height = height;
+    scene.comp.startFrame = 1, scene.comp.durationFrames = 40;
+    return scene;
+}
+
+bool isSame(World const& a, World const& b) {
+    if (a.width() != b.width() || a.height() != b.height()) return false;
+    for (int y = 0; y < a.height(); ++y)
+        if (std::memcmp(a.row(y), b.row(y), std::size_t(4 * a.width())) != 0) return false;
+    return true;
+}
+
+class ServiceTest : public testing::Test {
+protected:
+    ServiceTest() { document.start(sceneOf(48, 36)); }
+    SceneSnapshot move(double x) {
+        document.edit(kToPins, {x, 2.5});
+        return document.snapshot();
+    }
+    World fresh(int reduce = 1) {
+        LiveRenderer renderer;
+        renderer.setScene(document.scene());
+        return renderer.screen(document.frame(), {.reduce = reduce}, {}).display;
+    }
+
+    Inbox inbox;
+    Document document{ZELK_MODULE};
+    FrameService service{[this](SharedFrame frame) { inbox.put(std::move(frame)); }};
+};
+
+TEST_F(ServiceTest, TheLastOfManyRequestsComesAndIsThePictureOfItsScene) {
+    std::mt19937 random(3);
+    for (int round = 0; round < 30; ++round) {
+        SceneSnapshot last;
+        PictureView view;
+        int const count = 1 + int(random() % 12);
+        for (int i = 0; i < count; ++i) {
+            last = move(double(random() % 1000) / 50);
+            view.isDraft = random() % 2;
+            view.reduce = 1 + int(random() % 2);
+            service.ask(last, view);
+        }
+        SharedFrame frame;
+        do {
+            frame = inbox.next();
+            ASSERT_NE(frame, nullptr) << round;
+        } while (frame->revision != last.revision);
+        EXPECT_EQ(frame->error, "");
+        EXPECT_TRUE(isSame(frame->display, fresh(view.reduce)));
+        EXPECT_EQ(frame->whole, (PixelSize{48 / view.reduce, 36 / view.reduce}));
+        bool const hasValues = !frame->view.isDraft && view.reduce == 1;
+        EXPECT_EQ(frame->stored.pixels != nullptr, hasValues);
+        EXPECT_LE(inbox.waiting(), 0u);
+    }
+}
+
+TEST_F(ServiceTest, FindsPicturesOfFormerStatesAndGivesThemAtOnce) {
+    SceneSnapshot const first = move(3);
+    service.ask(first, {});
+    SharedFrame const one = inbox.next();
+    SceneSnapshot const second = move(9);
+    service.ask(second, {});
+    SharedFrame const two = inbox.next();
+    ASSERT_TRUE(document.undo());
+    EXPECT_EQ(document.snapshot().revision, first.revision);
+    service.ask(document.snapshot(), {});
+    EXPECT_EQ(inbox.waiting(), 1u);  // without the worker
+    EXPECT_EQ(inbox.next(), one);
+    PictureView draft;
+    draft.isDraft = true;
+    EXPECT_EQ(service.find(second, draft), two);  // better than what was asked
+    PictureView half;
+    half.reduce = 2;
+    EXPECT_EQ(service.find(second, half), nullptr);
+    EXPECT_EQ(service.bytes(), one->bytes() + two->bytes());
+    service.setBudget(one->bytes());
+    EXPECT_EQ(service.find(first, {}), nullptr);  // used before the other one
+    EXPECT_EQ(service.find(second, {}), two);
+    EXPECT_LE(service.bytes(), service.budget());
+}
+
+TEST_F(ServiceTest, FetchesFramesAheadWithinTheBudgetAndLetsRequestsPass) {
+    document.changeValues("Key", [](std::vector<Parameter>&) {});
+    SceneSnapshot const scene = move(5);
+    std::vector<int> frames;
+    for (int frame = 1; frame <= 40; ++frame) frames.push_back(frame);
+    service.ask(scene, {});
+    SharedFrame const one = inbox.next();
+    service.setBudget(20 * one->bytes());
+    service.prefetch(scene, {}, frames);
+    auto const deadline = std::chrono::steady_clock::now() + 30s;
+    while (service.kept(scene, {}, frames).size() < 15 &&
+           std::chrono::steady_clock::now() < deadline)
+        std::this_thread::sleep_for(1ms);
+    std::vector<int> const there = service.kept(scene, {}, frames);
+    ASSERT_GE(there.size(), 15u);
+    for (int i = 0; i < 15; ++i) EXPECT_EQ(there[std::size_t(i)], i + 1);  // nearest first
+    PictureView half;
+    half.reduce = 2;
+    service.ask(scene, half);
+    ASSERT_NE(inbox.next(), nullptr);
+    EXPECT_EQ(inbox.waiting(), 0u);  // what was fetched ahead told nobody
+    EXPECT_LE(service.bytes(), service.budget());
+}
+
+TEST_F(ServiceTest, TellsWhatFailsByTheFilesNameAndGoesOn) {
+    Scene scene = sceneOf(48, 36);
+    scene.plate.emplace();
+    zelk_test::TemporaryFolder const folder;
+    scene.plate->file.written = folder.at("gone.png").string();
+    document.start(scene);
+    service.ask(document.snapshot(), {});
+    SharedFrame frame = inbox.next();
+    ASSERT_NE(frame, nullptr);
+    EXPECT_NE(frame->error.find("gone.png: no such file"), std::string::npos) << frame->error;
+    PictureView plate;
+    plate.shows = ShownPicture::kPlate;
+    service.ask(document.snapshot(), plate);
+    EXPECT_NE(inbox.next()->error.find("gone.png"), std::string::npos);
+    PictureView layer;
+    layer.shows = ShownPicture::kLayer;
+    layer.part = PixelRect{4, 6, 24, 30};
+    service.ask(document.snapshot(), layer);
+    frame = inbox.next();
+    EXPECT_EQ(frame->error, "");
+    EXPECT_EQ(frame->display.width(), 20);
+    EXPECT_EQ(frame->whole, (PixelSize{48, 36}));
+    std::uint8_t const* const pixel = frame->display.rowAs<std::uint8_t>(0);
+    EXPECT_EQ(int(pixel[1]), 4 * (6 * 48 + 4) * 7 % 251);
+}
+
+// A mouse that moves faster than pictures are made still shows drafts.
+TEST_F(ServiceTest, DraftsAreNotStoppedByDrafts) {
+    document.start(sceneOf(1600, 1200));
+    PictureView draft;
+    draft.isDraft = true;
+    for (int i = 0; i < 40; ++i) {
+        service.ask(move(i), draft);
+        std::this_thread::sleep_for(2ms);
+    }
+    SceneSnapshot const last = move(50);
+    service.ask(last, draft);
+    int count = 0;
+    SharedFrame frame;
+    do {
+        frame = inbox.next();
+        ASSERT_NE(frame, nullptr);
+        ++count;
+    } while (frame->revision != last.revision);
+    EXPECT_GT(count, 1);
+}
+
+TEST(FrameCache, DraftsOfADragLeaveTheOthersAlone) {
+    FrameCache cache;
+    auto const frameOf = [](int number, bool isDraft) {
+        auto frame = std::make_shared<ShownFrame>();
+        frame->revision = 1;
+        frame->frame = number;
+        frame->view.isDraft = isDraft;
+        frame->display = World({100, 100, Depth::k8});
+        return frame;
+    };
+    cache.setBudget(16 * frameOf(0, false)->bytes());
+    for (int i = 0; i < 10; ++i) cache.add(frameOf(i, false), false);
+    for (int i = 0; i < 100; ++i) cache.add(frameOf(100 + i, true), true);
+    PictureView const full;
+    PictureView draft;
+    draft.isDraft = true;
+    for (int i = 0; i < 10; ++i) EXPECT_NE(cache.find(1, i, full), nullptr) << i;
+    EXPECT_NE(cache.find(1, 199, draft), nullptr);
+    EXPECT_EQ(cache.find(1, 199, full), nullptr);
+    EXPECT_EQ(cache.find(1, 150, draft), nullptr);
+    EXPECT_LE(cache.bytes(), cache.budget());
+    cache.setBudget(0);
+    EXPECT_EQ(cache.bytes(), 0u);
+}
+
+}  // namespace
+}  // namespace zelk

@@ -1,0 +1,542 @@
+// The parameter panel by mouse and keyboard, against the scene's text and against what the same
+// text does as an option of the command line.
+#include "apps/viewer/parameter_panel.h"
+
+#include <fmt/format.h>
+
+#include <QCheckBox>
+#include <QColorDialog>
+#include <QComboBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QSettings>
+#include <QTimer>
+#include <QToolButton>
+#include <QWheelEvent>
+#include <algorithm>
+
+#include "apps/viewer/model/panel_controls.h"
+#include "apps/viewer/model/scene_settings.h"
+#include "tests/apps/viewer/window_fixture.h"
+#include "zelk/scene/check.h"
+#include "zelk/scene/edits.h"
+#include "zelk/scene/file.h"
+#include "zelk/scene/parameter_names.h"
+#include "zelk/scene/parameter_values.h"
+#include "zelk/text/errors.h"
+
+namespace zelk {
+namespace {
+
+/// Folds of other tests, and of who runs them, play no part.
+struct OwnSettings {
+    OwnSettings() {
+        QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope,
+                           QString::fromStdString(folder.at("settings")));
+    }
+    zelk_test::TemporaryFolder folder;
+};
+
+class ParameterPanelTest : private OwnSettings, public WindowTest {
+protected:
+    ParameterPanelTest() {
+        command("Unfold All Groups");
+        window->activateWindow();
+        EXPECT_TRUE(QTest::qWaitForWindowActive(window.get()));  // or nothing has the focus
+    }
+
+    /// Only there are all of the effect's controls of use.
+    void openWithoutPlate() {
+        window->openFile(QString::fromStdString(exampleFile("chelsea.png")));
+    }
+    void command(QString const& name) {
+        for (ViewerCommand const& own : window->parameters().commands())
+            if (own.name == name) return own.run();
+        FAIL() << name.toStdString();
+    }
+
+    QWidget& row(std::string const& name) {
+        return *window->parameters().findChild<QWidget*>(QString::fromStdString(name));
+    }
+    QLineEdit& field(std::string const& name, int place = 0) {
+        return *row(name).findChild<QLineEdit*>(QString("field%1").arg(place));
+    }
+    template <class Widget>
+    Widget& part(std::string const& name) {
+        return *row(name).findChild<Widget*>();
+    }
+    void press(std::string const& name, QString const& button) {
+        for (auto* const own : row(name).findChildren<QToolButton*>())
+            if (own->toolTip() == button) return QTest::mouseClick(own, Qt::LeftButton);
+        FAIL() << button.toStdString();
+    }
+    void type(std::string const& name, std::string const& text, int place = 0) {
+        QTest::mouseClick(&field(name, place), Qt::LeftButton);
+        field(name, place).selectAll();
+        QTest::keyClicks(&field(name, place), QString::fromStdString(text));
+        QTest::keyClick(&field(name, place), Qt::Key_Return);
+    }
+    void wheel(QWidget& widget, int notches) {
+        widget.setFocus();
+        QPointF const at(5, 5);
+        QWheelEvent event(at, widget.mapToGlobal(at), {}, {0, 120 * notches}, {}, {},
+                          Qt::NoScrollPhase, false);
+        QApplication::sendEvent(&widget, &event);
+    }
+
+    QString message() { return window->parameters().message(); }
+    KeyValue value(int index) { return document().valueOf(index); }
+    /// What the scene's text says of a parameter, read anew.
+    KeyValue writtenValue(int index) {
+        Document again{ZELK_MODULE};
+        again.start(sceneFromText(document().scene().file, text()));
+        again.setFrame(document().frame());
+        return again.valueOf(index);
+    }
+    /// What a parameter becomes by the option "--set NAME=VALUE".
+    KeyValue valueByOption(int index, std::string const& text) {
+        Parameter parameter(index, document().parameter(index).registered);
+        parameter.choices = document().parameter(index).choices;
+        setFromText(parameter, "set", text);
+        return keyValueOf(parameter.current);
+    }
+    void expectUndone(std::string const& before) {
+        while (document().undo()) continue;
+        EXPECT_EQ(text(), before);
+    }
+};
+
+/// A value within the range that is neither the default nor round.
+std::string otherText(Parameter const& parameter) {
+    if (parameter.type() == PF_Param_COLOR) return "#10a3f0";
+    if (parameter.type() == PF_Param_SLIDER) return "17";
+    ValueRange const range = validRange(parameter);
+    if (range.min == range.max) return "33.25";
+    return fmt::format("{:.3f}", range.min + (range.max - range.min) * 0.37);
+}
+
+TEST_F(ParameterPanelTest, EveryParameterIsSetByTypingAndByKeys) {
+    openWithoutPlate();
+    for (auto [index, entry] : {std::pair{int(kParamOverlayMode), 3},
+                                {int(kParamQuality), 4},
+                                {int(kParamMotionBlur), 2},
+                                {int(kParamTransferMode), 2}})
+        document().edit(index, {double(entry)});  // so that nothing is greyed
+    std::string const before = text();
+    std::string_view const first = document().undoName();
+    int fields = 0, choices = 0;
+    for (int index = 1; index < kParameterCount; ++index) {
+        Parameter const parameter = document().parameter(index);
+        bool const isHidden = parameter.registered.ui_flags & PF_PUI_NO_ECW_UI;
+        if (!parameter.hasValue() || isHidden || index == kParamMochaImport) continue;
+        std::string const name(nameOfParameter(index));
+        SCOPED_TRACE(name);
+        ASSERT_TRUE(document().isEnabled(index));
+        KeyValue const old = value(index);
+        if (parameter.type() == PF_Param_POPUP || parameter.type() == PF_Param_CHECKBOX) {
+            bool const isPopup = parameter.type() == PF_Param_POPUP;
+            QWidget& widget =
+                isPopup ? static_cast<QWidget&>(part<QComboBox>(name)) : part<QCheckBox>(name);
+            bool const isLast = old[0] == double(parameter.choices.size());
+            QTest::keyClick(&widget, !isPopup ? Qt::Key_Space : isLast ? Qt::Key_Up : Qt::Key_Down);
+            EXPECT_NE(value(index), old);
+            EXPECT_EQ(value(index), writtenValue(index));
+            ++choices;
+            ASSERT_TRUE(document().undo());
+            continue;
+        }
+        std::string const typed = otherText(parameter);
+        bool const isPoint = parameter.type() == PF_Param_POINT;
+        bool const isAngle = parameter.type() == PF_Param_ANGLE;
+        type(name, typed, isAngle);
+        EXPECT_EQ(message(), "");
+        KeyValue wanted = valueByOption(index, isPoint ? typed + ",0" : typed);
+        if (isPoint) wanted[1] = old[1];
+        EXPECT_EQ(value(index), wanted);
+        EXPECT_EQ(writtenValue(index), wanted);
+        for (int place = 0; place < (isPoint ? 2 : 1) && parameter.type() != PF_Param_COLOR;
+             ++place) {
+            auto const number = [&] { return value(index)[std::size_t(place)]; };
+            double const start = number();
+            QLineEdit& own = field(name, isAngle ? 1 : place);
+            QTest::keyClick(&own, Qt::Key_Up);
+            double const step = number() - start;
+            EXPECT_GT(step, 0.009);
+            wheel(own, -2);
+            EXPECT_NEAR(number(), start - step, 1e-3);
+            EXPECT_EQ(value(index), writtenValue(index));
+            EXPECT_TRUE(document().undo() && document().undo());
+            EXPECT_EQ(number(), start);
+            ++fields;
+        }
+        ASSERT_TRUE(document().undo());
+        ASSERT_EQ(document().undoName(), first);
+    }
+    EXPECT_EQ(text(), before);
+    EXPECT_GT(fields, 40);
+    EXPECT_GT(choices, 6);
+}
+
+TEST_F(ParameterPanelTest, UnitsAreTakenAndWrongTextsLeaveTheValue) {
+    struct Case {
+        char const *name, *text;
+        double value;
+        int field = 0;
+    };
+    document().edit(kParamTranslateX, {1});
+    for (Case const& taken : std::initializer_list<Case>{{"corner-pin-opacity", "55 %", 55},
+                                                         {"corner-pin-opacity", " 54percent", 54},
+                                                         {"to-upper-left", "12.5 px", 12.5},
+                                                         {"to-upper-left", "7,9", 7},
+                                                         {"scale-x", "1.5x", 1.5},
+                                                         {"rotate", "1x15", 375, 1},
+                                                         {"rotate", "20°", 380, 1},
+                                                         {"rotate", "-1", -340, 0}}) {
+        type(taken.name, taken.text, taken.field);
+        EXPECT_EQ(message(), "");
+        EXPECT_EQ(value(*parameterIndex(taken.name))[0], taken.value) << taken.text;
+    }
+    std::string const before = text();
+    for (Case const& wrong : std::initializer_list<Case>{{"corner-pin-opacity", "100.5", 54},
+                                                         {"corner-pin-opacity", "half", 54},
+                                                         {"corner-pin-opacity", "50 px", 54},
+                                                         {"to-upper-left", "1,2,3", 7},
+                                                         {"to-upper-left", "99999", 7},
+                                                         {"to-wireframe-color", "#12345", 255},
+                                                         {"rotate", "1x2x3", -340, 1},
+                                                         {"translate-x", "nan", 1},
+                                                         {"scene feather", "-1", 0},
+                                                         {"scene shutter", "721", 0},
+                                                         {"scene ocio", "none.ocio", 0}}) {
+        QString const shown = field(wrong.name, wrong.field).text();
+        type(wrong.name, wrong.text, wrong.field);
+        EXPECT_NE(message(), "") << wrong.text;
+        EXPECT_EQ(message().count('\n'), 0);
+        EXPECT_EQ(text(), before) << wrong.text;
+        EXPECT_EQ(field(wrong.name, wrong.field).text(), shown);
+        if (auto const index = parameterIndex(wrong.name)) {
+            EXPECT_EQ(value(*index)[0], wrong.value) << wrong.text;
+        }
+    }
+    // Left as it is shown, with fewer digits than it has, or by Esc.
+    document().edit(kParamCornerPinOpacity, {33.3333});
+    std::string const third = text();
+    EXPECT_EQ(field("corner-pin-opacity").text(), "33.3 %");
+    type("corner-pin-opacity", "33.3333");
+    QTest::keyClick(&field("corner-pin-opacity"), Qt::Key_F2);
+    QTest::keyClicks(&field("corner-pin-opacity"), "12");
+    QTest::keyClick(&field("corner-pin-opacity"), Qt::Key_Escape);
+    EXPECT_EQ(text(), third);
+}
+
+TEST_F(ParameterPanelTest, WhatTheSceneCantRenderIsRefused) {
+    std::string const before = text();
+    QTest::keyClick(&part<QComboBox>("transfer-mode"), Qt::Key_Down);
+    EXPECT_NE(message(), "");
+    EXPECT_EQ(part<QComboBox>("transfer-mode").currentIndex(), 0);
+    type("grow-bounds", "5");
+    EXPECT_NE(message(), "");
+    EXPECT_EQ(text(), before);
+    EXPECT_EQ(document().undoName(), "");
+}
+
+TEST_F(ParameterPanelTest, ADragIsOneStepAndEscTakesItBack) {
+    struct Case {
+        Qt::KeyboardModifiers keys;
+        int px;
+        double wanted;
+    };
+    std::string const before = text();
+    QLineEdit& own = field("corner-pin-opacity");
+    auto const dragTo = [&](int px, Qt::KeyboardModifiers keys) {
+        QMouseEvent move(QEvent::MouseMove, QPointF(20 + px, 8),
+                         own.mapToGlobal(QPointF(20 + px, 8)), Qt::NoButton, Qt::LeftButton, keys);
+        QApplication::sendEvent(&own, &move);
+    };
+    for (Case const& drag :
+         {Case{{}, -30, 70}, Case{Qt::ShiftModifier, -6, 40}, Case{Qt::AltModifier, -50, 95},
+          Case{Qt::ControlModifier, -50, 95}, Case{Qt::ShiftModifier, -400, 0}}) {
+        QTest::mousePress(&own, Qt::LeftButton, {}, {20, 8});
+        for (int i = 1; i <= 10; ++i) dragTo(drag.px * i / 10, drag.keys);
+        QTest::mouseRelease(&own, Qt::LeftButton, {}, {20 + drag.px, 8});
+        EXPECT_NEAR(value(kParamCornerPinOpacity)[0], drag.wanted, 1e-4);
+        EXPECT_EQ(document().undoName(), "Set Corner Pin Opacity");
+        ASSERT_TRUE(document().undo());
+        ASSERT_EQ(text(), before);
+        ASSERT_EQ(document().undoName(), "");
+    }
+    QTest::mousePress(&own, Qt::LeftButton, {}, {20, 8});
+    dragTo(-40, {});
+    EXPECT_NE(text(), before);
+    QTest::keyClick(&own, Qt::Key_Escape);
+    dragTo(-60, {});
+    QTest::mouseRelease(&own, Qt::LeftButton, {}, {-40, 8});
+    EXPECT_EQ(text(), before);
+    EXPECT_FALSE(document().isActing());
+}
+
+TEST_F(ParameterPanelTest, KeyframesComeAndGoWithTheValueAtTheFrame) {
+    std::string const before = text();
+    int const index = kParamCornerPinOpacity;
+    std::string const name = "corner-pin-opacity";
+    document().setFrame(10);
+    press(name, "Keyframes on or off");
+    EXPECT_EQ(document().parameter(index).track().size(), 1u);
+    document().setFrame(20);
+    type(name, "50");
+    document().setFrame(15);
+    EXPECT_EQ(field(name).text(), "75.0 %");
+    press(name, "Add or remove a key at this frame");
+    EXPECT_EQ(document().parameter(index).track().size(), 3u);
+    press(name, "Go to the key before");
+    EXPECT_EQ(document().frame(), 10);
+    press(name, "Add or remove a key at this frame");
+    EXPECT_EQ(document().parameter(index).track().size(), 2u);
+    press(name, "Go to the next key");
+    EXPECT_EQ(document().frame(), 15);
+    std::string const keyed = text();
+    press(name, "Keyframes on or off");
+    EXPECT_TRUE(document().parameter(index).track().empty());
+    EXPECT_EQ(writtenValue(index)[0], 75);
+    document().undo();
+    EXPECT_EQ(text(), keyed);
+    expectUndone(before);
+}
+
+TEST_F(ParameterPanelTest, ResetGivesTheDefaultByMenuKeysAndDoubleClick) {
+    std::string const before = text();
+    type("corner-pin-opacity", "50");
+    QTest::mouseDClick(&part<QLabel>("corner-pin-opacity"), Qt::LeftButton);
+    EXPECT_EQ(value(kParamCornerPinOpacity)[0], 100);
+    EXPECT_EQ(document().undoName(), "Reset Corner Pin Opacity");
+    type("scale-x", "2");
+    field("scale-x").setFocus();
+    command("Reset to Default");
+    EXPECT_EQ(value(kParamScaleX)[0], 1);
+    expectUndone(before);
+    QTest::keyClick(&part<QComboBox>("scene filter"), Qt::Key_End);
+    QTest::keyClick(&part<QComboBox>("scene taps"), Qt::Key_Down);
+    type("scene feather", "3");
+    std::string const changed = text();
+    command("Reset Group");
+    EXPECT_EQ(message(), "");
+    for (char const* const name : {"scene filter", "scene taps"})
+        EXPECT_EQ(part<QComboBox>(name).currentIndex(), 0) << name;
+    EXPECT_EQ(document().undoName(), "Reset Scene");
+    document().undo();
+    EXPECT_EQ(text(), changed);
+    expectUndone(before);
+}
+
+TEST_F(ParameterPanelTest, MenusKeepTheirKeysButWhereAFieldTypes) {
+    struct Case {
+        int key;
+        Qt::KeyboardModifiers with;
+        bool resting, typing;
+    };
+    QLineEdit& own = field("corner-pin-opacity");
+    auto const takes = [&](Case const& key) {
+        bool const isLetter = !key.with && key.key < Qt::Key_Escape;
+        QKeyEvent event(QEvent::ShortcutOverride, key.key, key.with,
+                        isLetter ? QString(QChar(key.key)) : "");
+        event.ignore();
+        QApplication::sendEvent(&own, &event);
+        return event.isAccepted();
+    };
+    for (bool const isTyping : {false, true}) {
+        if (isTyping) QTest::keyClick(&own, Qt::Key_F2);
+        for (Case const& key :
+             {Case{Qt::Key_Z, Qt::ControlModifier, false, true},
+              Case{Qt::Key_Space, {}, false, true}, Case{Qt::Key_K, {}, false, true},
+              Case{Qt::Key_5, {}, true, true}, Case{Qt::Key_Up, {}, true, true},
+              Case{Qt::Key_F1, {}, false, false}})
+            EXPECT_EQ(takes(key), isTyping ? key.typing : key.resting) << key.key << isTyping;
+    }
+    QTest::keyClick(&own, Qt::Key_Escape);
+}
+
+TEST_F(ParameterPanelTest, PopupsGoThroughTheirEntriesAndPassSeparators) {
+    openWithoutPlate();
+    auto const choices = document().parameter(kParamTransferMode).choices;
+    EXPECT_GT(std::count(choices.begin(), choices.end(), kSeparator), 2);
+    std::size_t met = 1;
+    for (; value(kParamTransferMode)[0] < double(choices.size()) && met < 99; ++met) {
+        QTest::keyClick(&part<QComboBox>("transfer-mode"), Qt::Key_Down);
+        EXPECT_NE(choices.at(std::size_t(value(kParamTransferMode)[0]) - 1), kSeparator);
+    }
+    EXPECT_EQ(met + std::count(choices.begin(), choices.end(), kSeparator), choices.size());
+}
+
+TEST_F(ParameterPanelTest, AColourIsChosenAsOneStepOrNotAtAll) {
+    std::string const before = text();
+    for (bool const isTaken : {false, true}) {
+        QTimer::singleShot(0, [&] {
+            auto& dialog = *qobject_cast<QColorDialog*>(QApplication::activeModalWidget());
+            dialog.setCurrentColor(QColor(1, 2, 3));
+            EXPECT_NE(text(), before);  // shown while it is chosen
+            isTaken ? dialog.accept() : dialog.reject();
+        });
+        press("to-wireframe-color", "Choose a colour");
+        EXPECT_EQ(text() != before, isTaken);
+    }
+    EXPECT_EQ(field("to-wireframe-color").text(), "#010203");
+    document().undo();
+    EXPECT_EQ(text(), before);
+}
+
+TEST_F(ParameterPanelTest, GreyedControlsFollowTheEffectAndSayWhy) {
+    struct Case {
+        int popup, entry;
+        char const* name;
+        bool isEnabled;
+    };
+    openWithoutPlate();
+    for (Case const& greyed :
+         std::initializer_list<Case>{{kParamTransferMode, 1, "source-opacity", false},
+                                     {kParamTransferMode, 3, "source-opacity", true},
+                                     {kParamOverlayMode, 1, "to-upper-left", false},
+                                     {kParamOverlayMode, 1, "from-upper-left", true},
+                                     {kParamOverlayMode, 2, "from-wireframe-color", false},
+                                     {kParamOverlayMode, 3, "to-upper-left", true},
+                                     {kParamQuality, 4, "super-sample-edge", true},
+                                     {kParamQuality, 2, "super-sample-edge", false},
+                                     {kParamMotionBlur, 3, "shutter-angle", false},
+                                     {kParamMotionBlur, 2, "shutter-angle", true},
+                                     {kParamMotionBlur, 1, "samples", false}}) {
+        SCOPED_TRACE(fmt::format("{} {} {}", greyed.popup, greyed.entry, greyed.name));
+        document().edit(greyed.popup, {double(greyed.entry)});
+        EXPECT_EQ(part<QLabel>(greyed.name).isEnabled(), greyed.isEnabled);
+        EXPECT_EQ(field(greyed.name).isEnabled(), greyed.isEnabled);
+        EXPECT_EQ(row(greyed.name).toolTip().contains("Only with") ||
+                      row(greyed.name).toolTip().contains("Overlay Mode shows"),
+                  !greyed.isEnabled);
+    }
+    EXPECT_FALSE(part<QComboBox>("scene mode").isEnabled());  // no plate
+    EXPECT_FALSE(part<QComboBox>("scene taps").isEnabled());
+    QTest::keyClick(&part<QComboBox>("scene filter"), Qt::Key_End);
+    EXPECT_TRUE(part<QComboBox>("scene taps").isEnabled());
+}
+
+/// Texts that an edit takes, or not.
+std::vector<std::string> textsOf(SceneEdit const& edit, ControlRow const& row) {
+    std::vector<std::string> texts;
+    if (edit.words)
+        for (std::string_view const word : edit.words()) texts.emplace_back(word);
+    else if (row.kind == ControlKind::kPopup)
+        texts = {row.choices.at(1), row.choices.back()};
+    else if (row.kind == ControlKind::kFile)
+        texts = {exampleFile("rocket.jpg"), exampleFile("coffee.png") + ":red"};
+    else
+        texts = {"7.5"};
+    return texts;
+}
+
+void act(PanelControl& control, std::string const& text) {
+    auto const& choices = control.row().choices;
+    auto const place = std::find(choices.begin(), choices.end(), text) - choices.begin();
+    if (control.row().kind == ControlKind::kPopup) return control.choose(int(place) + 1);
+    if (control.row().kind == ControlKind::kCheckbox) return control.choose(text == "on");
+    control.type(0, text);
+}
+
+std::string refusalOf(std::function<void()> const& act) {
+    try {
+        act();
+    } catch (UserError const& error) {
+        return error.what();
+    }
+    return {};
+}
+
+/// Every word of every setting does what the edit does, or is refused with its sentence.
+TEST_F(ParameterPanelTest, SettingsOfTheSceneAreItsEdits) {
+    std::string const before = text();
+    int taken = 0, refused = 0;
+    for (auto const& control : panelControls(document())) {
+        auto const settings = sceneSettings();
+        auto const setting = std::find_if(settings.begin(), settings.end(), [&](auto const& own) {
+            return "scene " + std::string(own.edit) == control->row().name;
+        });
+        if (setting == settings.end()) continue;
+        SceneEdit const& edit = sceneEdit(setting->edit);
+        for (std::string const& value : textsOf(edit, control->row())) {
+            SCOPED_TRACE(control->row().name + " " + value);
+            Scene wanted = document().scene();
+            std::string const refusal = refusalOf([&] {
+                edit.apply(wanted, std::string(setting->label), value);
+                wanted.comp.motionBlur = wanted.comp.motionBlur || wanted.motionBlur;
+                checkScene(wanted);
+            });
+            EXPECT_EQ(refusalOf([&] { act(*control, value); }), refusal);
+            ++(refusal.empty() ? taken : refused);
+            if (refusal.empty()) {
+                EXPECT_EQ(setting->read(document().scene()), setting->read(wanted));
+                Scene const read = sceneFromText(document().scene().file, text());
+                if (control->row().kind != ControlKind::kFile) {
+                    EXPECT_EQ(setting->read(read), setting->read(wanted));
+                }
+                EXPECT_EQ(document().snapshot().scene->options.size(), 0u);
+                control->reset();
+                EXPECT_TRUE(control->state().isDefault);
+            }
+            while (document().undo()) continue;
+            EXPECT_EQ(text(), before);
+        }
+    }
+    EXPECT_GT(taken, 60);
+    EXPECT_GT(refused, 5);
+}
+
+TEST_F(ParameterPanelTest, QualityOfTheSceneIsTheEffectsOrBest) {
+    std::string const before = text();
+    QComboBox& quality = part<QComboBox>("scene quality");
+    EXPECT_EQ(quality.currentText(), "high");
+    QTest::keyClick(&part<QComboBox>("quality"), Qt::Key_Up);
+    EXPECT_EQ(quality.currentText(), "medium");
+    for (int i = 0; i < 3; ++i) QTest::keyClick(&quality, Qt::Key_Down);
+    EXPECT_TRUE(document().scene().isBest);
+    EXPECT_EQ(value(kParamQuality)[0], 3);  // High, under best
+    QTest::keyClick(&part<QComboBox>("quality"), Qt::Key_Up);
+    EXPECT_FALSE(document().scene().isBest);
+    EXPECT_EQ(quality.currentText(), "medium");
+    expectUndone(before);
+}
+
+TEST_F(ParameterPanelTest, TrackingDataComesByTheEffectsImport) {
+    std::string const before = text();
+    for (auto const& control : panelControls(document())) {
+        if (control->row().name != "mocha-import") continue;
+        EXPECT_TRUE(control->asksForFile(2));
+        EXPECT_FALSE(control->asksForFile(1));
+        EXPECT_NE(refusalOf([&] { control->chooseFile(2, exampleFile("README.md")); }), "");
+        EXPECT_EQ(text(), before);
+        control->chooseFile(2, exampleFile("sign-track.txt"));
+        EXPECT_GT(document().parameter(kToPins + 3).track().size(), 3u);
+        EXPECT_EQ(value(kParamMochaImport)[0], 1);
+    }
+    EXPECT_EQ(document().undoName(), "Import Tracking Data");
+    expectUndone(before);
+}
+
+TEST_F(ParameterPanelTest, TheSearchFiltersAndFoldsAreRemembered) {
+    command("Find a Parameter");
+    auto& search = *window->parameters().findChild<QLineEdit*>("search");
+    QTest::keyClicks(&search, "Offset");
+    EXPECT_TRUE(row("to-upper-left-offset-x").isVisible());
+    EXPECT_TRUE(row("to-pins-group").isVisible());
+    EXPECT_FALSE(row("to-upper-left").isVisible());
+    search.clear();
+    EXPECT_TRUE(row("to-upper-left").isVisible());
+    QTest::keyClick(&row("to-pins-group"), Qt::Key_Space);
+    EXPECT_FALSE(row("to-upper-left").isVisible());
+    EXPECT_FALSE(row("to-offsets-group").isVisible());
+    QTest::keyClicks(&search, "Upper Left");
+    EXPECT_TRUE(row("to-upper-left").isVisible());
+    ViewerWindow again(ZELK_MODULE);
+    again.openFile(QString::fromStdString(exampleFile("move.zelk.json")));
+    EXPECT_TRUE(again.parameters().findChild<QWidget*>("to-upper-left")->isHidden());
+    EXPECT_FALSE(again.parameters().findChild<QWidget*>("from-upper-left")->isHidden());
+}
+
+}  // namespace
+}  // namespace zelk

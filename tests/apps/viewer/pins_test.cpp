@@ -1,0 +1,258 @@
+// Pins by mouse and keys, against the scene's text.
+#include <QLineEdit>
+#include <QProcess>
+#include <cmath>
+
+#include "apps/viewer/model/pin_names.h"
+#include "tests/apps/viewer/composition_fixture.h"
+#include "zelk/scene/file.h"
+#include "zelk/scene/parameter_names.h"
+
+namespace zelk {
+namespace {
+
+constexpr double kZooms[] = {1, 0.37, 8};
+
+class PinsTest : public CompositionTest, public testing::WithParamInterface<double> {
+protected:
+    double zoom() { return GetParam(); }
+    /// What a way of the mouse is in the picture, as values have it.
+    double pixels(int way) { return std::round(way * density() / zoom() * 100) / 100; }
+
+    /// Exactly these pins have moved, by one step that undo takes back to the byte.
+    void expectMoved(std::string const& name, std::vector<int> const& pins, PanelPoint by) {
+        EXPECT_EQ(document.undoName(), name);
+        for (int pin = 1; pin < kParameterCount; ++pin) {
+            if (!document.parameter(pin).hasValue()) continue;
+            bool const isMoved = std::find(pins.begin(), pins.end(), pin) != pins.end();
+            KeyValue const now = document.valueOf(pin), was = valuesBefore[std::size_t(pin)];
+            EXPECT_NEAR(now[0], was[0] + (isMoved ? by.x : 0), 1e-4) << nameOfParameter(pin);
+            EXPECT_NEAR(now[1], was[1] + (isMoved ? by.y : 0), 1e-4) << nameOfParameter(pin);
+        }
+        ASSERT_TRUE(document.undo());
+        EXPECT_EQ(text(), textBefore);
+        EXPECT_EQ(document.undoName(), "");
+    }
+    void note() {
+        textBefore = text();
+        valuesBefore.assign(1, {});
+        for (int i = 1; i < kParameterCount; ++i)
+            valuesBefore.push_back(document.parameter(i).hasValue() ? document.valueOf(i)
+                                                                    : KeyValue());
+    }
+
+    std::string textBefore;
+    std::vector<KeyValue> valuesBefore;
+};
+
+TEST_P(PinsTest, EachPinFollowsTheMouse) {
+    openLayer();
+    document.edit(kParamOverlayMode, {3});
+    for (int const first : {kToPins, kFromPins})
+        for (int pin = first; pin < first + 4; ++pin) {
+            // Apart from the other quad's pins, which lie in the same corners.
+            document.edit(pin, {100.25 + 40 * (pin % 4), 60 + 30.0 * (pin % 3)});
+        }
+    std::string const start = text();
+    for (int const pin : {kToPins, kToPins + 3, kFromPins + 1}) {
+        look(zoom(), valueOf(pin));
+        PanelPoint const was = valueOf(pin);
+        drag(placeOf(was), placeOf(was) + QPoint(24, -13));
+        EXPECT_EQ(document.undoName(), "Move " + pinName(pin));
+        EXPECT_NEAR(valueOf(pin).x, was.x + pixels(24), 1e-4);
+        EXPECT_NEAR(valueOf(pin).y, was.y + pixels(-13), 1e-4);
+        document.undo();
+        EXPECT_EQ(text(), start);
+    }
+}
+
+TEST_P(PinsTest, AnEdgeABoxAndSeveralPinsMoveTogether) {
+    note();
+    PanelPoint const ul = valueOf(kToPins), ur = valueOf(kToPins + 1);
+    look(zoom(), {(ul.x + ur.x) / 2, (ul.y + ur.y) / 2});
+    QPoint const middle = placeOf({(ul.x + ur.x) / 2, (ul.y + ur.y) / 2});
+    drag(middle, middle + QPoint(9, 5));
+    expectMoved("Move top edge of To Pins", {kToPins, kToPins + 1}, {pixels(9), pixels(5)});
+    if (zoom() > 1) return;  // the rest doesn't fit in the panel
+    drag(placeOf({ul.x - 300, ul.y - 200}), placeOf({ur.x + 40, ur.y + 100}));
+    EXPECT_EQ(canvas().pins().selection(), (std::set<int>{kToPins, kToPins + 1}));
+    EXPECT_EQ(document.undoName(), "");
+    PanelPoint const ll = valueOf(kToPins + 2);
+    mouse(QEvent::MouseButtonPress, placeOf(ll), Qt::ShiftModifier);
+    mouse(QEvent::MouseButtonRelease, placeOf(ll), Qt::ShiftModifier);
+    drag(placeOf(ll), placeOf(ll) + QPoint(-4, 30));
+    expectMoved("Move 3 pins", {kToPins, kToPins + 1, kToPins + 2}, {pixels(-4), pixels(30)});
+}
+
+/// The effect's own drag, as `zelk drag` runs it on the same mouse.
+TEST_P(PinsTest, TheQuadGoesWhereTheCommandPutsIt) {
+    std::string const before = text();
+    PanelPoint const inside = {460.5, 200.5};
+    for (bool const scales : {false, true}) {
+        look(zoom(), inside);
+        QPoint const from = placeOf(inside), to = from + QPoint(31, 17);
+        std::string const project = folder.at("quad.zelk.json").string();
+        writeScene(document.scene(), project, true);
+        drag(from, to, scales ? Qt::ShiftModifier : Qt::NoModifier);
+        EXPECT_EQ(document.undoName(), scales ? "Scale pins" : "Move pins");
+        auto const panelPixel = [&](QPoint at) {
+            PanelPoint const pan = canvas().map().pan();
+            return QString("%1,%2")
+                .arg(int(at.x() * density() - pan.x))
+                .arg(int(at.y() * density() - pan.y));
+        };
+        QStringList words = {"drag",     QString::fromStdString(project),
+                             "--from",   panelPixel(from),
+                             "--to",     panelPixel(to),
+                             "--zoom",   QString::number(zoom()),
+                             "--frame",  "24",
+                             "--module", ZELK_MODULE};
+        if (scales) words << "--shift";
+        ASSERT_EQ(QProcess::execute(ZELK_BINARY, words), 0);
+        Document command{ZELK_MODULE};
+        command.open(project);
+        command.setFrame(24);
+        for (int pin = kToPins; pin < kToPins + 4; ++pin)
+            EXPECT_EQ(valueOf(pin).x == command.valueOf(pin)[0] ? valueOf(pin).y : -1e9,
+                      command.valueOf(pin)[1])
+                << pinName(pin);
+        document.undo();
+        EXPECT_EQ(text(), before);
+    }
+}
+
+TEST_P(PinsTest, WhatIsUnderWayCanBeTakenBack) {
+    note();
+    PanelPoint const ul = valueOf(kToPins), inside = {460, 200};
+    look(zoom(), ul);
+    for (PanelPoint const& at : {ul, inside}) {
+        look(zoom(), at);
+        mouse(QEvent::MouseButtonPress, placeOf(at));
+        mouse(QEvent::MouseMove, placeOf(at) + QPoint(20, 20));
+        EXPECT_NE(text(), textBefore);
+        key(Qt::Key_Escape);
+        mouse(QEvent::MouseMove, placeOf(at) + QPoint(50, 20));
+        mouse(QEvent::MouseButtonRelease, placeOf(at) + QPoint(50, 20));
+        EXPECT_EQ(text(), textBefore);
+        // Nor is a way there and back a step, which would leave a key at a frame without one.
+        document.setFrame(10);
+        drag(placeOf(valueOf(kToPins)), placeOf(valueOf(kToPins)));
+        document.setFrame(24);
+    }
+    EXPECT_EQ(text(), textBefore);
+    EXPECT_EQ(document.undoName(), "");
+}
+
+INSTANTIATE_TEST_SUITE_P(Zooms, PinsTest, testing::ValuesIn(kZooms));
+
+TEST_F(CompositionTest, SnappingFindsCornersMiddlesAndWholePixels) {
+    std::string const before = text();
+    look(1, {320, 200});
+    QPoint const from = placeOf(valueOf(kToPins));
+    struct Case {
+        PanelPoint to, expected;
+    };
+    for (Case const& snap : {Case{{3, -4}, {0, 0}},
+                             {{638, 5}, {640, 0}},
+                             {{322, 424}, {320, 427}},
+                             {{5, 210}, {0, 213.5}}}) {
+        drag(from, placeOf(snap.to), {}, Qt::ControlModifier);
+        EXPECT_EQ(valueOf(kToPins), snap.expected);
+        document.undo();
+    }
+    document.edit(kToPins, {330.25, 60.75});
+    drag(from, placeOf({211, 99}), {}, Qt::ControlModifier);
+    EXPECT_EQ(valueOf(kToPins).x, std::round(valueOf(kToPins).x));
+    EXPECT_NEAR(valueOf(kToPins).y, 99, density());
+    document.undo();
+    document.undo();
+    choose("Snap");
+    drag(from, placeOf({3, -4}));
+    EXPECT_EQ(valueOf(kToPins), (PanelPoint{0, 0}));
+    document.undo();
+    EXPECT_EQ(text(), before);
+}
+
+TEST_F(CompositionTest, KeysSelectNudgeAndType) {
+    std::string const before = text();
+    key(Qt::Key_Tab);
+    EXPECT_EQ(canvas().pins().selection(), std::set<int>{kToPins});
+    PanelPoint const was = valueOf(kToPins);
+    key(Qt::Key_Right);
+    key(Qt::Key_Down, Qt::ShiftModifier);
+    key(Qt::Key_Left, Qt::AltModifier);
+    EXPECT_EQ(document.undoName(), "Nudge upper left To Pin");
+    EXPECT_NEAR(valueOf(kToPins).x, was.x + 0.9, 1e-4);
+    EXPECT_NEAR(valueOf(kToPins).y, was.y + 10, 1e-4);
+    for (int i = 0; i < 3; ++i) document.undo();
+    EXPECT_EQ(text(), before);
+    key(Qt::Key_Tab);
+    key(Qt::Key_Return);
+    auto* const field = canvas().findChild<QLineEdit*>();
+    ASSERT_TRUE(field);
+    field->selectAll();
+    QTest::keyClicks(field, "12.5, nowhere");
+    QTest::keyClick(field, Qt::Key_Return);
+    EXPECT_EQ(text(), before);
+    field->selectAll();
+    QTest::keyClicks(field, "12.5 -7 px");
+    QTest::keyClick(field, Qt::Key_Return);
+    EXPECT_EQ(valueOf(kToPins + 1), (PanelPoint{12.5, -7}));
+    EXPECT_EQ(document.undoName(), "Move upper right To Pin");
+    choose("Select All Pins");
+    choose("Nudge Up");
+    EXPECT_EQ(document.undoName(), "Nudge 4 pins");
+    document.undo();
+    document.undo();
+    EXPECT_EQ(text(), before);
+    for (int i = 0; i < 4; ++i) key(Qt::Key_Tab);
+    EXPECT_TRUE(canvas().pins().selection().empty() || document.undoName().empty());
+}
+
+TEST_F(CompositionTest, AKeyOfTheMotionPathMovesAtItsOwnFrame) {
+    std::string const before = text();
+    document.setFrame(5);
+    look(1, {320, 200});
+    canvas().pins().select({kToPins});
+    std::vector<MotionPath> const& paths = canvas().pins().motionPaths();
+    ASSERT_EQ(paths.size(), 1u);
+    ASSERT_EQ(paths[0].atFrames.size(), 48u);
+    EXPECT_EQ(paths[0].atFrames[4], valueOf(kToPins));
+    ASSERT_EQ(paths[0].keys.size(), 3u);
+    EXPECT_EQ(paths[0].keys[1].frame, 24);
+    drag(placeOf({330, 60}), placeOf({330, 60}) + QPoint(12, -6));
+    EXPECT_EQ(document.undoName(), "Move key of upper left To Pin");
+    Parameter const& pin = document.parameter(kToPins);
+    ASSERT_EQ(pin.track().size(), 3u);
+    EXPECT_EQ(pin.track().keys()[1].value[0], 330 + 12 * density());
+    EXPECT_EQ(pin.track().keys()[1].value[1], 60 - 6 * density());
+    EXPECT_EQ(document.frame(), 5);
+    document.undo();
+    EXPECT_EQ(text(), before);
+}
+
+/// A layer in a frame of another size: To Pins are in the frame alone, From Pins in the layer.
+TEST_F(CompositionTest, QuadsOfTwoSizesStandInTheirOwnPictures) {
+    document.edit(kParamOverlayMode, {3});
+    std::string const before = text();
+    EXPECT_EQ(canvas().pins().handles().size(), 4u);
+    EXPECT_EQ(canvas().pins().handles()[0].parameter, kToPins);
+    look(1, {320, 200});
+    // Inside of the From quad too, which the effect would take for the smaller one.
+    drag(placeOf({430, 200}), placeOf({440, 200}));
+    EXPECT_EQ(valueOf(kFromPins), (PanelPoint{0, 0}));
+    EXPECT_EQ(valueOf(kToPins).x, 340);
+    document.undo();
+    EXPECT_EQ(text(), before);
+    choose("Layer");
+    ASSERT_EQ(canvas().pins().handles().size(), 4u);
+    EXPECT_EQ(canvas().pins().handles()[0].parameter, kFromPins);
+    look(1, {200, 150});
+    drag(placeOf({0, 0}), placeOf({0, 0}) + QPoint(7, 3));
+    EXPECT_EQ(valueOf(kFromPins), (PanelPoint{7 * density(), 3 * density()}));
+    document.undo();
+    EXPECT_EQ(text(), before);
+}
+
+}  // namespace
+}  // namespace zelk

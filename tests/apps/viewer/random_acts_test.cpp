@@ -1,0 +1,144 @@
+// Acts at random all over the window: nothing crashes, what is undone leads back to the first
+// state, and memory stays. A few seconds here; for hours, under a sanitizer:
+//
+//   ZELK_SOAK_SECONDS=3600 ZELK_SEED=7 viewer_test --gtest_filter=RandomActs.*
+#include <malloc.h>
+
+#include <QAction>
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QMenuBar>
+#include <QTimer>
+#include <cstdlib>
+#include <fstream>
+#include <iostream>
+#include <random>
+
+#include "tests/apps/viewer/window_fixture.h"
+
+namespace zelk {
+namespace {
+
+long environmentNumber(char const* name, long otherwise) {
+    char const* const text = std::getenv(name);
+    return text ? std::atol(text) : otherwise;
+}
+
+long residentMb() {
+    long all = 0, resident = 0;
+    std::ifstream("/proc/self/statm") >> all >> resident;
+    return resident * 4 / 1024;
+}
+
+class RandomActs : public WindowTest {
+protected:
+    RandomActs()
+        : seed(static_cast<unsigned>(
+              environmentNumber("ZELK_SEED", static_cast<long>(std::random_device{}())))),
+          random(seed),
+          first(text()) {
+        // Dialogs and menus that an act opened are closed again.
+        closer.setInterval(20);
+        QObject::connect(&closer, &QTimer::timeout, [] {
+            if (QWidget* const popup = QApplication::activePopupWidget()) popup->close();
+            if (QWidget* const dialog = QApplication::activeModalWidget()) dialog->close();
+        });
+        closer.start();
+    }
+
+    int below(std::size_t most) { return static_cast<int>(random() % most); }
+
+    /// Visible and enabled; the panels' own widgets among them.
+    QWidget* anyWidget() {
+        QList<QWidget*> shown;
+        for (QWidget* const widget : window->findChildren<QWidget*>())
+            if (widget->isVisible() && widget->isEnabled() && !widget->size().isEmpty())
+                shown.push_back(widget);
+        return shown.at(below(static_cast<std::size_t>(shown.size())));
+    }
+
+    QPoint anyPoint(QWidget const& widget) {
+        return {below(static_cast<std::size_t>(widget.width())),
+                below(static_cast<std::size_t>(widget.height()))};
+    }
+
+    void drag(QWidget& widget) {
+        constexpr Qt::KeyboardModifiers kHeld[] = {Qt::NoModifier, Qt::ShiftModifier,
+                                                   Qt::ControlModifier, Qt::AltModifier};
+        Qt::KeyboardModifiers const held = kHeld[below(4)];
+        QTest::mousePress(&widget, Qt::LeftButton, held, anyPoint(widget));
+        for (int i = below(6); i > 0; --i) QTest::mouseMove(&widget, anyPoint(widget));
+        if (below(8) == 0) QTest::keyClick(&widget, Qt::Key_Escape);
+        QTest::mouseRelease(&widget, Qt::LeftButton, held, anyPoint(widget));
+    }
+
+    void key() {
+        constexpr Qt::Key kKeys[] = {Qt::Key_Left,  Qt::Key_Right, Qt::Key_Up,    Qt::Key_Down,
+                                     Qt::Key_Tab,   Qt::Key_Enter, Qt::Key_Minus, Qt::Key_Space,
+                                     Qt::Key_1,     Qt::Key_7,     Qt::Key_0,     Qt::Key_Backspace,
+                                     Qt::Key_Escape};
+        QWidget* const widget = QApplication::focusWidget();
+        QTest::keyClick(widget ? widget : window.get(), kKeys[below(std::size(kKeys))]);
+    }
+
+    /// Files stay out: another scene has another first state.
+    void command() {
+        QList<QAction*> actions;
+        for (QAction* const action : window->findChildren<QAction*>()) {
+            bool const isOfFile = action->property("menu").toString().startsWith("File");
+            if (action->isEnabled() && !action->menu() && !isOfFile) actions.push_back(action);
+        }
+        if (!actions.empty())
+            actions.at(below(static_cast<std::size_t>(actions.size())))->trigger();
+    }
+
+    void act() {
+        switch (below(10)) {
+            case 0:
+                return command();
+            case 1:
+            case 2:
+                return key();
+            case 3:
+                return document().setFrame(1 + below(48));
+            case 4:
+                below(2) ? document().undo() : document().redo();
+                return;
+            default:
+                return drag(*anyWidget());
+        }
+    }
+
+    unsigned seed;
+    std::mt19937 random;
+    std::string const first;
+    QTimer closer;
+};
+
+TEST_F(RandomActs, LeaveTheSceneSound) {
+    SCOPED_TRACE(testing::Message() << "seed " << seed);
+    std::cerr << "seed " << seed << "\n";
+    long const seconds = environmentNumber("ZELK_SOAK_SECONDS", 3);
+    QElapsedTimer clock;
+    clock.start();
+    long acts = 0, early = 0, told = 0;
+    for (; clock.elapsed() < 1000 * seconds; ++acts) {
+        act();
+        QApplication::processEvents();
+        ASSERT_FALSE(text().empty());
+        long const quarters = 4 * clock.elapsed() / (1000 * seconds);
+        if (quarters == told) continue;
+        told = quarters;
+        malloc_trim(0);
+        std::cerr << acts << " acts, " << residentMb() << " MB\n";
+        if (told == 1) early = residentMb();
+    }
+    EXPECT_TRUE(seconds <= 60 || residentMb() < early * 5 / 4) << "MB, from " << early;
+    QApplication::processEvents();
+    document().cancelAct();
+    while (document().undo()) continue;
+    EXPECT_EQ(text(), first);
+}
+
+}  // namespace
+}  // namespace zelk

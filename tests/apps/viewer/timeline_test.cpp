@@ -1,0 +1,251 @@
+// Keyframes by mouse, keys and menu against the scene; and which frame plays when.
+#include <QAbstractButton>
+#include <QApplication>
+#include <QDialog>
+#include <QDoubleSpinBox>
+#include <QScrollBar>
+#include <QTimer>
+#include <random>
+#include <set>
+
+#include "apps/viewer/timeline_panel.h"
+#include "tests/apps/viewer/window_fixture.h"
+#include "zelk/scene/parameter_names.h"
+
+namespace zelk {
+namespace {
+
+constexpr int kOpacity = kParamCornerPinOpacity;
+
+class TimelineTest : public WindowTest {
+protected:
+    TimelineTest() : first(text()) { QTest::qWait(1); }
+    ~TimelineTest() override {
+        while (document().undo()) continue;
+        EXPECT_EQ(text(), first) << "undo leads back to the first state";
+    }
+
+    TimelineView& view() { return window->timeline().view(); }
+    QWidget* sheet() { return view().viewport(); }
+    std::deque<Keyframe> const& keys(int index) {
+        return document().parameter(index).track().keys();
+    }
+    std::vector<double> frames(int index) {
+        std::vector<double> numbers;
+        for (Keyframe const& key : keys(index)) numbers.push_back(document().frameOf(key.time));
+        return numbers;
+    }
+    TimelineKey keyOf(int index, std::size_t place) {
+        for (TimelineRow const& row : view().rows())
+            if (row.index == index) return row.keys.at(place);
+        throw std::out_of_range("no such row");
+    }
+    QPoint at(TimelineKey const& key) { return view().placeOf(key).toPoint(); }
+    QPoint atFrame(TimelineKey const& row, int frame) {
+        return {view().placeOfFrame(frame).toPoint().x(), at(row).y()};
+    }
+    void drag(QPoint from, QPoint to, Qt::KeyboardModifiers held = {}) {
+        QTest::mousePress(sheet(), Qt::LeftButton, held, from);
+        for (int i = 1; i <= 4; ++i) QTest::mouseMove(sheet(), from + (to - from) * i / 4);
+        QTest::mouseRelease(sheet(), Qt::LeftButton, held, to);
+    }
+    void run(char const* name) {
+        for (ViewerCommand const& command : window->timeline().commands())
+            if (command.name == QLatin1String(name)) return command.run();
+        FAIL() << "no command " << name;
+    }
+
+    std::string const first;
+};
+
+TEST_F(TimelineTest, AKeyIsSelectedMovedAndCopiedByTheMouse) {
+    TimelineKey const middle = keyOf(kToPins, 1);  // of 1, 24 and 48
+    KeyValue const value = keys(kToPins)[1].value;
+    drag(at(middle), atFrame(middle, 30));
+    EXPECT_EQ(frames(kToPins), (std::vector<double>{1, 30, 48}));
+    EXPECT_EQ(keys(kToPins)[1].value, value);
+    EXPECT_EQ(document().undoName(), "Move Keys");
+    drag(at(keyOf(kToPins, 1)), atFrame(middle, 40), Qt::ControlModifier);
+    EXPECT_EQ(frames(kToPins), (std::vector<double>{1, 30, 40, 48}));
+    EXPECT_EQ(keys(kToPins)[2].value, value);
+    run("Delete Keys");
+    EXPECT_EQ(frames(kToPins), (std::vector<double>{1, 30, 48}));
+    // What a drag runs over on its way is there again, and Escape takes all of it back.
+    QTest::mousePress(sheet(), Qt::LeftButton, {}, at(keyOf(kToPins, 0)));
+    QTest::mouseMove(sheet(), atFrame(middle, 30));
+    EXPECT_EQ(frames(kToPins), (std::vector<double>{30, 48}));
+    QTest::mouseMove(sheet(), atFrame(middle, 12));
+    EXPECT_EQ(frames(kToPins), (std::vector<double>{12, 30, 48}));
+    QTest::keyClick(sheet(), Qt::Key_Escape);
+    EXPECT_EQ(frames(kToPins), (std::vector<double>{1, 30, 48}));
+}
+
+TEST_F(TimelineTest, ABoxSelectsAndTheSelectionMovesAsOne) {
+    TimelineKey const from = keyOf(kToPins, 1), to = keyOf(kToPins + 3, 1);
+    drag(at(from) - QPoint(9, 9), at(to) + QPoint(9, 9));
+    EXPECT_EQ(view().selection().size(), 4u);
+    run("Move Keys Later");
+    for (int corner = 0; corner < 4; ++corner)
+        EXPECT_EQ(frames(kToPins + corner), (std::vector<double>{1, 25, 48}));
+    run("Copy Keys");
+    document().setFrame(33);
+    run("Paste Keys");
+    EXPECT_EQ(document().undoName(), "Paste Keys");
+    for (int corner = 0; corner < 4; ++corner)
+        EXPECT_EQ(frames(kToPins + corner), (std::vector<double>{1, 25, 33, 48}));
+}
+
+TEST_F(TimelineTest, AddedKeysHoldTheValueAndTheLastOnesLeaveIt) {
+    run("Show All Parameters");
+    document().edit(kOpacity, {12});
+    view().select({});
+    document().setFrame(7);
+    TimelineRow const* row = nullptr;
+    for (TimelineRow const& own : view().rows())
+        if (own.index == kOpacity) row = &own;
+    ASSERT_NE(row, nullptr);
+    TimelineKey const place{0, {kOpacity, {}}};
+    view().verticalScrollBar()->setValue(10000);
+    QTest::mouseDClick(sheet(), Qt::LeftButton, {}, atFrame(place, 9));
+    ASSERT_EQ(frames(kOpacity), (std::vector<double>{9}));
+    EXPECT_EQ(keys(kOpacity)[0].value[0], 12);
+    run("Add Key");
+    EXPECT_EQ(frames(kOpacity), (std::vector<double>{7, 9}));
+    document().edit(kOpacity, {30});  // at 7
+    run("Delete Keys");               // the one that was added
+    run("Select All Keys");
+    document().setFrame(9);
+    run("Delete Keys");
+    EXPECT_TRUE(keys(kOpacity).empty());
+    EXPECT_EQ(document().valueOf(kOpacity)[0], 12);
+}
+
+/// A shape changes the ways beside the key and no other, and straight is linear again.
+TEST_F(TimelineTest, ShapesOfKeys) {
+    auto const valueAt = [&](double frame) {
+        return document().parameter(kOpacity).track().valueAt(document().momentOf(frame))[0];
+    };
+    document().changeValues("Keys", [&](std::vector<Parameter>& parameters) {
+        for (int i = 0; i < 4; ++i)
+            parameterIn(parameters, kOpacity)
+                .editTrack()
+                .set({document().momentOf(1 + 10 * i), {double(i * i)}});
+    });
+    auto const linear = keys(kOpacity);
+    view().select({{kOpacity, linear[1].time}});
+    run("Easy Ease");
+    EXPECT_LT(valueAt(12), 1 + 0.1 * 3) << "slow after the key";
+    EXPECT_GT(valueAt(10), 1 - 0.1 * 1) << "slow before it";
+    EXPECT_EQ(valueAt(26), 4 + 0.5 * 5) << "the next way stays";
+    run("Linear");
+    EXPECT_EQ(keys(kOpacity), linear);
+    run("Ease In");
+    EXPECT_EQ(keys(kOpacity)[1].toNext, Interpolation::kLinear);
+    EXPECT_EQ(keys(kOpacity)[0].toNext, Interpolation::kBezier);
+    run("Linear");
+    run("Ease Out");
+    EXPECT_EQ(keys(kOpacity)[0].toNext, Interpolation::kLinear);
+    EXPECT_EQ(keys(kOpacity)[1].toNext, Interpolation::kBezier);
+    run("Hold");
+    EXPECT_EQ(valueAt(20), 1);
+    run("Ease In");
+    EXPECT_EQ(valueAt(20), 1) << "a way that holds is not eased from its end";
+}
+
+TEST_F(TimelineTest, EaseByNumbersChangesWhatWasTyped) {
+    TimelineKey const middle = keyOf(kToPins, 1);
+    Ease const outgoing = keys(kToPins)[1].outgoing;
+    QTest::mouseClick(sheet(), Qt::LeftButton, {}, at(middle));
+    QTimer::singleShot(0, [&] {
+        auto* const dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+        ASSERT_NE(dialog, nullptr);
+        for (auto* const box : dialog->findChildren<QDoubleSpinBox*>())
+            if (box->accessibleName() == "Incoming influence") box->setValue(75);
+        dialog->accept();
+    });
+    run("Key Ease...");
+    EXPECT_EQ(keys(kToPins)[1].incoming.influencePercent, 75);
+    EXPECT_EQ(keys(kToPins)[1].outgoing, outgoing);
+}
+
+TEST_F(TimelineTest, TheRulerAndTheKeysGoThroughFrames) {
+    QTest::mouseClick(sheet(), Qt::LeftButton, {}, view().placeOfFrame(17).toPoint());
+    EXPECT_EQ(document().frame(), 17);
+    run("Next Key");
+    EXPECT_EQ(document().frame(), 24);
+    run("Previous Key");
+    EXPECT_EQ(document().frame(), 1);
+    run("Ten Frames On");
+    run("Start Range Here");
+    run("Last Frame");
+    EXPECT_EQ(document().frame(), 48);
+    run("First Frame");
+    EXPECT_EQ(document().frame(), 11);
+    run("Next Frame");
+    EXPECT_EQ(document().frame(), 12);
+    run("Play All Frames");
+}
+
+TEST_F(TimelineTest, PlaysFramesThatAreReadyInOrder) {
+    std::set<int> asked;
+    int ready = 20;
+    window->timeline().setSource(
+        {[&](std::vector<int> const& frames) {
+             std::vector<int> there;
+             for (int const frame : frames)
+                 if (frame <= ready) there.push_back(frame);
+             return there;
+         },
+         [&](std::vector<int> const& frames) { asked.insert(frames.begin(), frames.end()); }});
+    std::vector<int> shown;
+    document().onChange([&](DocumentChange const& change) {
+        if (change.frame) shown.push_back(document().frame());
+    });
+    document().setFrame(16);
+    shown.clear();
+    run("Play");
+    QTRY_COMPARE_WITH_TIMEOUT(document().frame(), 20, 5000);
+    QTest::qWait(100);
+    EXPECT_EQ(document().frame(), 20) << "the next one is waited for";
+    ready = 48;
+    QTRY_VERIFY_WITH_TIMEOUT(document().frame() >= 22, 5000);
+    run("Play");  // stops
+    for (std::size_t i = 0; i < shown.size(); ++i) EXPECT_EQ(shown[i], 17 + int(i));
+    EXPECT_TRUE(asked.contains(21));
+}
+
+/// Every mode for a while, with a clock that is late at random: frames stay within the range, each
+/// follows the one before, and no frame comes before its time.
+TEST(Playback, StaysInItsRangeAndKeepsItsTime) {
+    unsigned const seed = std::random_device{}();
+    SCOPED_TRACE(testing::Message() << "seed " << seed);
+    std::mt19937 random(seed);
+    for (LoopMode const mode : {LoopMode::kLoop, LoopMode::kPingPong, LoopMode::kOnce})
+        for (bool const skips : {false, true}) {
+            Playback playback;
+            playback.setBounds(-5, 20);
+            playback.setIn(3);
+            playback.setOut(7);
+            playback.mode = mode;
+            playback.skipsFrames = skips;
+            playback.start(20, 25, 100);
+            EXPECT_EQ(playback.frame(), 3);
+            double now = 100;
+            int shown = 0;
+            for (int i = 0; i < 200 && playback.isPlaying(); ++i) {
+                now += 0.001 * static_cast<double>(random() % 60);
+                int const expected = playback.following(playback.frame(), 1);
+                auto const frame = playback.advance(now, [](int) { return true; });
+                if (!frame) continue;
+                EXPECT_GE(*frame, 3);
+                EXPECT_LE(*frame, 7);
+                EXPECT_TRUE(skips || *frame == expected) << *frame;
+                EXPECT_GE(now, 100 + ++shown / 25. - 1e-9);
+            }
+            EXPECT_EQ(playback.isPlaying(), mode != LoopMode::kOnce);
+            EXPECT_TRUE(mode != LoopMode::kOnce || playback.frame() == 7);
+        }
+}
+
+}  // namespace
+}  // namespace zelk

@@ -1,0 +1,23 @@
+// See window_fixture.h.
+#include "tests/apps/viewer/window_fixture.h"
+
+#include "zelk/scene/file.h"
+
+namespace zelk {
+
+std::string exampleFile(std::string const& name) { return std::string(ZELK_EXAMPLES "/") + name; }
+
+std::string WindowTest::sceneTextOf(Document const& document) {
+    return sceneText(document.scene());
+}
+
+WindowTest::WindowTest() : window(std::make_unique<ViewerWindow>(ZELK_MODULE)) {
+    window->resize(1200, 800);
+    window->show();
+    // A copy: what is tested may save.
+    for (char const* name : {"chelsea.png", "rocket.jpg", "move.zelk.json"})
+        std::filesystem::copy(exampleFile(name), folder.at(name));
+    window->openFile(QString::fromStdString(folder.at("move.zelk.json").string()));
+}
+
+}  // namespace zelk

@@ -1,0 +1,214 @@
+// Stages that stay; see live_renderer.h.
+#include "zelk/render/live_renderer.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "hostkit/pixel_ops.h"
+#include "zelk/pictures/buffer_input.h"
+#include "zelk/render/frame_stages.h"
+#include "zelk/render/host_errors.h"
+#include "zelk/scene/inputs.h"
+#include "zelk/scene/invert.h"
+#include "zelk/text/errors.h"
+
+namespace zelk {
+
+namespace {
+
+/// One frame at a time.
+RunOptions oneByOne() {
+    RunOptions run;
+    run.inFlight = 1;
+    return run;
+}
+
+bool isSameConfig(Scene const& a, Scene const& b) {
+    auto const pathOf = [](Scene const& scene) {
+        return scene.color.config ? scene.color.config->path() : std::filesystem::path();
+    };
+    return pathOf(a) == pathOf(b);
+}
+
+/// Colour goes from a curve over BT.709's primaries to sRGB: each channel alone.
+bool isCurve(ColorSpace const& space, LiveScreen const& how) {
+    CurveSpace const* const curve = space.curve();
+    return curve && !how.view && curve->primaries == kRec709Primaries;
+}
+
+UserError outside() { return {ExitCode::kUsage, "preview: the part lies outside the picture"}; }
+
+}  // namespace
+
+struct LiveRenderer::Inputs {
+    explicit Inputs(Scene const& scene) : files(scene), colors(scene) {}
+    SceneFiles files;
+    SceneColors colors;
+};
+
+LiveRenderer::LiveRenderer(std::uint64_t inputBytes) : m_kept(inputBytes) {}
+LiveRenderer::~LiveRenderer() = default;
+
+void LiveRenderer::dropStages() {
+    m_way.reset();
+    m_stages.reset();
+    m_inputs.reset();
+}
+
+void LiveRenderer::setScene(Scene scene) {
+    if (!isSameConfig(scene, m_given)) m_kept.clear();
+    dropStages();
+    m_given = std::move(scene);
+    m_scene = invertedScene(m_given);
+    m_isSettled = false;
+}
+
+/// Quality "best" may be all that a scene has of what the other road alone can do.
+void LiveRenderer::setValues(Scene scene) {
+    m_given = std::move(scene);
+    Scene now = invertedScene(m_given);
+    if (now.roadTaken() != m_scene.roadTaken()) dropStages();
+    m_scene = std::move(now);
+    m_isSettled = false;
+}
+
+/// What fails leaves nothing behind but the inputs.
+template <class Work>
+auto LiveRenderer::working(std::atomic<bool> const* isStopped, Work const& work) {
+    if (isStopped && *isStopped) throw UserError(ExitCode::kInterrupted, "the render was stopped");
+    try {
+        return withUserErrors(work);
+    } catch (UserError const& error) {
+        if (error.code() != ExitCode::kInterrupted) dropStages();
+        throw;
+    }
+}
+
+namespace {
+
+/// Watches the caller's flag for the length of a scope.
+class Watch {
+public:
+    Watch(FrameStages& stages, std::atomic<bool> const* isStopped) : m_stages(stages) {
+        m_stages.watch(isStopped);
+    }
+    ~Watch() { m_stages.watch(nullptr); }
+    Watch(Watch const&) = delete;
+    Watch& operator=(Watch const&) = delete;
+
+private:
+    FrameStages& m_stages;
+};
+
+}  // namespace
+
+FrameStages& LiveRenderer::stagesAt(int frame, bool isBlurred) {
+    m_stages->beginAt(frame);
+    if (m_isSettled && m_isBlurred == isBlurred) return *m_stages;
+    m_isSettled = false;
+    m_stages->setValues(m_scene, isBlurred);
+    m_isBlurred = isBlurred;
+    m_isSettled = true;
+    return *m_stages;
+}
+
+RenderedFrame LiveRenderer::rendered(int frame, LiveView const& view,
+                                     std::atomic<bool> const* isStopped) {
+    if (!m_stages) {
+        m_stages = std::make_unique<FrameStages>(m_scene, oneByOne());
+        m_stages->keepInputs(&m_kept);
+        m_isSettled = false;
+    }
+    Watch const watch(*m_stages, isStopped);
+    FrameStages& stages = stagesAt(frame, view.isBlurred);
+    stages.requireReduced(view.reduce);
+    LoadedFrame loaded = stages.load(frame, view.reduce, false);
+    loaded.part = view.part;
+    return stages.render(frame, std::move(loaded));
+}
+
+PictureBuffer LiveRenderer::picture(int frame, LiveView const& view,
+                                    std::atomic<bool> const* isStopped) {
+    PictureBuffer picture = working(isStopped, [&] {
+        RenderedFrame now = rendered(frame, view, isStopped);
+        return bufferOf(m_stages->finished(std::move(now)));
+    });
+    picture.name = fmt::format("frame {}", frame);
+    return picture;
+}
+
+LivePicture LiveRenderer::screen(int frame, LiveView const& view, LiveScreen const& how,
+                                 std::atomic<bool> const* isStopped) {
+    return working(isStopped, [&] {
+        if (view.shows != LiveView::Shows::kFrame) return inputOnScreen(frame, view, how);
+        RenderedFrame now = rendered(frame, view, isStopped);
+        return frameOnScreen(std::move(now), how);
+    });
+}
+
+LivePicture LiveRenderer::frameOnScreen(RenderedFrame now, LiveScreen const& how) {
+    LivePicture picture;
+    picture.whole = now.whole;
+    ScreenWay const way = wayOf(m_stages->colors(), now.colors.work, how);
+    picture.display = screenPicture(now.picture, now.form, way, how.isBgra);
+    if (how.wantsStored) picture.stored = m_stages->stored(std::move(now), {});
+    return picture;
+}
+
+std::shared_ptr<ReadInput> LiveRenderer::inputAt(int frame, bool isPlate, int reduce) {
+    SceneFiles const& all = m_inputs->files;
+    InputFiles const& files = isPlate ? all.plate.value() : all.layer;
+    auto const file = files.pictureOf(frame);
+    if (!file) throw files.missing(frame).error();
+    return m_kept.readOnce(fmt::format("shown {} / {}", inputKey(file), reduce), [&] {
+        PictureReader picture = file->open();
+        requireReduction(reduce, std::min(picture.width(), picture.height()));
+        ReadInput read;
+        read.source = file->buffer;
+        read.traits = picture.traits();
+        PixelSize const size = reduced({picture.width(), picture.height()}, reduce);
+        read.picture = World({size.width, size.height, picture.traits().depth});
+        picture.readInto(read.picture, reduce);
+        return read;
+    });
+}
+
+LivePicture LiveRenderer::inputOnScreen(int frame, LiveView const& view, LiveScreen const& how) {
+    bool const isPlate = view.shows == LiveView::Shows::kPlate;
+    if (isPlate && !m_given.plate)
+        throw UserError(ExitCode::kUsage, "the scene has no plate to show");
+    if (!m_inputs) m_inputs = std::make_unique<Inputs>(m_given);
+    auto const input = inputAt(frame, isPlate, view.reduce);
+    WriteRequest nowhere;
+    FrameColors const colors =
+        m_inputs->colors.settle(input->traits, isPlate ? &input->traits : nullptr, nowhere);
+    World const& all = input->picture;
+    LivePicture picture;
+    picture.whole = {all.width(), all.height()};
+    World part;
+    if (view.part) {
+        part = partOf(all, {view.part->left, view.part->top, view.part->right, view.part->bottom});
+        if (part.width() < 1 || part.height() < 1) throw outside();
+    }
+    picture.display = screenPicture(
+        view.part ? part : all, AlphaForm::kStraight,
+        wayOf(m_inputs->colors, colors.plate.value_or(colors.layer), how), how.isBgra);
+    return picture;
+}
+
+ScreenWay LiveRenderer::wayOf(SceneColors& colors, ColorSpace const& space, LiveScreen const& how) {
+    if (m_way && m_way->colors == &colors && m_way->space == space && m_way->view == how.view)
+        return m_way->way;
+    ScreenWay way;
+    way.transform = colors.toDisplay(space, how.view, "the view");
+    if (way.transform && isCurve(space, how)) way.curve = ByteCurve::of(*way.transform);
+    m_way = KnownWay{&colors, space, how.view, way};
+    return way;
+}
+
+std::vector<std::string> LiveRenderer::takeWarnings() {
+    return m_stages ? m_stages->warnings().take() : std::vector<std::string>();
+}
+
+}  // namespace zelk

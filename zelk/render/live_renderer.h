@@ -1,0 +1,116 @@
+// LiveRenderer: frames of a scene that is being edited, again and again.
+//
+//   LiveRenderer renderer;
+//   renderer.setScene(scene);
+//   LivePicture shown = renderer.picture(1001, {.reduce = 2});
+//   renderer.setValues(edited);            // the same with other parameters
+//   shown = renderer.picture(1001, {.reduce = 2});
+//
+// Pixels are those of FrameRenderer, to the bit. Inputs stay in memory, decoded, reduced and in the
+// working space, as long as their files stay as they are: a scene with other values costs its
+// rendering alone. Of another scene those inputs stay that it has too.
+//
+// One thread at a time; a picture under way ends when the caller's flag is set, from any thread:
+// within a frame between samples of motion blur, else between its stages.
+//
+// All errors are UserError (text/errors.h); after one the next picture starts afresh.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "zelk/render/frame_renderer.h"
+#include "zelk/render/kept_inputs.h"
+#include "zelk/render/screen_picture.h"
+
+namespace zelk {
+
+struct LiveView {
+    enum class Shows { kFrame, kLayer, kPlate };
+    Shows shows = Shows::kFrame;
+    int reduce = 1;                      ///< as in PreviewOptions
+    std::optional<PixelRect> part = {};  ///< as in PreviewOptions
+    bool isBlurred = true;               ///< false: without motion blur
+};
+
+/// How a picture comes to the screen.
+struct LiveScreen {
+    std::optional<std::string> view =
+        {};                    ///< of the colour configuration, as SceneColors::toDisplay
+    bool isBgra = false;       ///< in memory blue first; else alpha first
+    bool wantsStored = false;  ///< also as its file has it
+};
+
+struct LivePicture {
+    World display;         ///< 8 bits, straight, in the display's space (screen_picture.h)
+    PictureBuffer stored;  ///< FrameStages::stored, straight, where it was asked for of a frame
+    PixelSize whole;       ///< of the reduced picture that the part is of
+};
+
+struct RenderedFrame;
+class SceneColors;
+struct SceneFiles;
+
+class LiveRenderer {
+public:
+    static constexpr std::uint64_t kInputBytes = std::uint64_t{1} << 30;
+
+    /// Keeps inputs up to so many bytes.
+    explicit LiveRenderer(std::uint64_t inputBytes = kInputBytes);
+    ~LiveRenderer();
+    LiveRenderer(LiveRenderer const&) = delete;
+    LiveRenderer& operator=(LiveRenderer const&) = delete;
+
+    /// One that checkScene passes. Nothing is opened yet.
+    void setScene(Scene scene);
+    /// One that differs from the former in nothing but values: parameters, tracks, Quality "best".
+    void setValues(Scene scene);
+
+    /// FrameRenderer::picture of a frame that is shown. `isStopped` may be null.
+    PictureBuffer picture(int frame, LiveView const& view,
+                          std::atomic<bool> const* isStopped = nullptr);
+    /// For the screen. `LiveView` says what, of layer and plate the part and the reduction too.
+    LivePicture screen(int frame, LiveView const& view, LiveScreen const& how,
+                       std::atomic<bool> const* isStopped = nullptr);
+    /// What came up since the last call, a sentence each.
+    std::vector<std::string> takeWarnings();
+    /// Bytes of the inputs that are kept.
+    std::uint64_t inputBytes() const { return m_kept.bytes(); }
+
+private:
+    FrameStages& stagesAt(int frame, bool isBlurred);
+    RenderedFrame rendered(int frame, LiveView const& view, std::atomic<bool> const* isStopped);
+    LivePicture inputOnScreen(int frame, LiveView const& view, LiveScreen const& how);
+    LivePicture frameOnScreen(RenderedFrame now, LiveScreen const& how);
+    std::shared_ptr<ReadInput> inputAt(int frame, bool isPlate, int reduce);
+    ScreenWay wayOf(SceneColors& colors, ColorSpace const& space, LiveScreen const& how);
+    void dropStages();
+    template <class Work>
+    auto working(std::atomic<bool> const* isStopped, Work const& work);
+
+    /// Files and colours of the scene as it was given.
+    struct Inputs;
+
+    Scene m_given;  ///< as the caller has it
+    Scene m_scene;  ///< that renders it: not inverted any more
+    std::unique_ptr<Inputs> m_inputs;
+    KeptInputs m_kept;
+    std::unique_ptr<FrameStages> m_stages;
+    bool m_isSettled = false;  ///< the stages have the scene's values
+    bool m_isBlurred = true;   ///< that they have them with
+    /// The last way to the screen, which the next picture mostly takes too.
+    struct KnownWay {
+        SceneColors const* colors;
+        ColorSpace space;
+        std::optional<std::string> view;
+        ScreenWay way;
+    };
+    std::optional<KnownWay> m_way;
+};
+
+}  // namespace zelk
