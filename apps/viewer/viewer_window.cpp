@@ -246,8 +246,9 @@ void ViewerWindow::showFacts() {
                          .arg(m_document.lastFrame()));
 }
 
+/// Not within a drag, where the notice would move the picture away from the mouse.
 void ViewerWindow::showWarnings() {
-    if (!m_document.isOpen()) return;
+    if (!m_document.isOpen() || m_document.isActing()) return;
     QStringList sentences;
     for (std::string const& warning : m_document.takeWarnings())
         sentences.append(QString::fromStdString(warning));
