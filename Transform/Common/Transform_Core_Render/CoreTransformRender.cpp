@@ -260,6 +260,7 @@ Drawn draw(CoreRenderCall const& call, FormatFunctions const& functions) {
     s.spareFunc = nullptr;
     double const scaleX = call.host->getScaleX(), scaleY = call.host->getScaleY();
     setKernelTransformSize(&s, call.core.sizeIndex, static_cast<float>(std::min(scaleX, scaleY)));
+    if (integrates) s.quality = 1;  // also where kernels of a small scale become nearest
     if (call.core.sharpen) s.quality = 2;
     chooseLineFunctions(call, functions, s);
 

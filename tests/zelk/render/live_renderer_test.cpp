@@ -152,8 +152,7 @@ TEST_F(Live, FramesAndPartsAreThoseOfTheFrameRendererWhateverWasEditedBefore) {
                 live.setScene(edited);
             else
                 live.setValues(edited);
-            int const frame = random.integer(1, 3),
-                      reduce = edited.isBest ? 1 : random.integer(1, 3);
+            int const frame = random.integer(1, 3), reduce = random.integer(1, 3);
             PictureBuffer const whole = FrameRenderer(edited).picture(frame, {reduce, {}});
             SCOPED_TRACE(testing::Message()
                          << "step " << step << " frame " << frame << " reduce " << reduce);
