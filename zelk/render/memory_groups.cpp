@@ -2,7 +2,9 @@
 #include "zelk/render/memory_groups.h"
 
 #include <algorithm>
+#include <chrono>
 #include <fstream>
+#include <mutex>
 #include <optional>
 #include <sstream>
 #include <string>
@@ -34,14 +36,19 @@ std::optional<std::uint64_t> numberIn(fs::path const& file) {
     return in >> value ? std::optional(value) : std::nullopt;
 }
 
-/// The number after `key` in lines of "key number".
-std::optional<std::uint64_t> numberAfter(fs::path const& file, std::string const& key) {
-    std::ifstream in(file);
-    std::string word;
-    for (std::uint64_t value = 0; in >> word >> value;)
-        if (word == key) return value;
-    return std::nullopt;
-}
+/// The numbers after two keys in lines of "key number"; a null key has none.
+struct Stat {
+    std::optional<std::uint64_t> freeable, above;
+
+    Stat(fs::path const& file, GroupFiles const& names) {
+        std::ifstream in(file);
+        std::string word;
+        for (std::uint64_t value = 0; in >> word >> value;) {
+            if (word == names.freeable) freeable = value;
+            if (names.aboveToo && word == names.aboveToo) above = value;
+        }
+    }
+};
 
 bool hasWord(std::string const& list, std::string const& word) {
     std::istringstream words(list);
@@ -100,36 +107,63 @@ fs::path belowTop(std::string const& group, std::string const& top) {
 
 /// A group of version 1 without a limit has one beyond any memory there is.
 std::uint64_t leftIn(fs::path const& group, GroupFiles const& names) {
+    Stat const stat(group / "memory.stat", names);
     std::uint64_t const used = numberIn(group / names.used).value_or(0);
-    std::uint64_t const freeable =
-        std::min(used, numberAfter(group / "memory.stat", names.freeable).value_or(0));
+    std::uint64_t const freeable = std::min(used, stat.freeable.value_or(0));
     auto limit = numberIn(group / names.limit);
-    if (names.aboveToo)
-        if (auto const above = numberAfter(group / "memory.stat", names.aboveToo))
-            limit = std::min(limit.value_or(kNoMemoryLimit), *above);
+    if (stat.above) limit = std::min(limit.value_or(kNoMemoryLimit), *stat.above);
     if (!limit) return kNoMemoryLimit;
     return *limit > used - freeable ? *limit - (used - freeable) : 0;
 }
 
-std::uint64_t leftInHierarchy(fs::path const& root, bool isVersion2) {
+/// One of the groups around the process.
+struct Group {
+    fs::path folder;
+    GroupFiles const* names;
+};
+
+void addGroups(fs::path const& root, bool isVersion2, std::vector<Group>& groups) {
     auto const hierarchy = hierarchyIn(root / "proc/self/mountinfo", isVersion2);
     auto const group = groupIn(root / "proc/self/cgroup", isVersion2);
-    if (!hierarchy || !group) return kNoMemoryLimit;
-    GroupFiles const& names = isVersion2 ? kFiles2 : kFiles1;
-    fs::path const top = root / hierarchy->mount.relative_path();
-    fs::path at = top;
-    std::uint64_t left = leftIn(top, names);
+    if (!hierarchy || !group) return;
+    GroupFiles const* const names = isVersion2 ? &kFiles2 : &kFiles1;
+    fs::path at = root / hierarchy->mount.relative_path();
+    groups.push_back({at, names});
     for (fs::path const& step : belowTop(*group, hierarchy->top)) {
         at /= step;
-        left = std::min(left, leftIn(at, names));
+        if (step != ".") groups.push_back({at, names});
     }
-    return left;
+}
+
+std::vector<Group> groupsAround(fs::path const& root) {
+    std::vector<Group> groups;
+    addGroups(root, false, groups);
+    addGroups(root, true, groups);
+    return groups;
+}
+
+/// Processes are seldom moved from group to group, and small frames ask thousands of times a
+/// second: what was found a second ago will do.
+std::vector<Group> ownGroups() {
+    using Clock = std::chrono::steady_clock;
+    static std::mutex mutex;
+    static std::vector<Group> groups;
+    static std::optional<Clock::time_point> found;
+    std::lock_guard const lock(mutex);
+    if (!found || Clock::now() - *found > std::chrono::seconds(1)) {
+        groups = groupsAround("/");
+        found = Clock::now();
+    }
+    return groups;
 }
 
 }  // namespace
 
 std::uint64_t memoryGroupsLeft(fs::path const& root) {
-    return std::min(leftInHierarchy(root, false), leftInHierarchy(root, true));
+    std::uint64_t left = kNoMemoryLimit;
+    for (Group const& group : root == "/" ? ownGroups() : groupsAround(root))
+        left = std::min(left, leftIn(group.folder, *group.names));
+    return left;
 }
 
 }  // namespace zelk
