@@ -1,5 +1,5 @@
-// Rendering and storing of a frame, and FrameRenderer, which is their public face; see
-// frame_stages.h and frame_renderer.h.
+// Rendering of a frame, and FrameRenderer, the public face of all stages; see frame_stages.h and
+// frame_renderer.h.
 #include "zelk/render/frame_stages.h"
 
 #include <fmt/format.h>
@@ -17,7 +17,6 @@
 #include "zelk/render/host_errors.h"
 #include "zelk/render/load_module.h"
 #include "zelk/render/memory_budget.h"
-#include "zelk/render/movie_sound.h"
 #include "zelk/render/resampling.h"
 #include "zelk/render/setup.h"
 #include "zelk/render/shrink.h"
@@ -65,12 +64,6 @@ World widened(World const& picture, PixelMargins const& margins) {
         std::copy_n(picture.rowAs<float>(y), 4 * picture.width(),
                     wide.rowAs<float>(y + margins.top) + 4 * margins.left);
     return wide;
-}
-
-void convert(RenderedFrame& rendered, SharedTransform const& way) {
-    if (!way) return;
-    if (rendered.picture.depth() != Depth::kFloat) rendered.picture = floatWorld(rendered.picture);
-    way->apply(rendered.picture, rendered.file.form);
 }
 
 std::unique_ptr<Host> hostOf(Scene const& scene) {
@@ -373,35 +366,6 @@ void FrameStages::endStage(char const* stage, Explanation* explanation) {
     if (isEnding()) throw stopped(fmt::format(" after {}", stage));
 }
 
-/// Rounded once, by the writer.
-void FrameStages::store(int frame, RenderedFrame rendered) {
-    Explanation* const explanation = rendered.explanation.get();
-    if (explanation) explanation->clock.leaveOut();
-    convert(rendered, rendered.colors.workToOutput);
-    if (isMovieName(m_scene.outputPath())) return storeInMovie(rendered);
-    WriteReport const written =
-        writePicture(rendered.picture, m_files.output.pathOf(frame), rendered.file);
-    m_warnings.add(written.warnings);
-    if (explanation) {
-        explanation->writtenType = written.sampleType;
-        explanation->writtenBits = written.sampleBits;
-        explanation->clock.lap("write");
-    }
-    if (m_listener) m_listener("write");
-}
-
-PictureBuffer FrameStages::stored(RenderedFrame rendered, StoredForm const& form) {
-    convert(rendered, rendered.colors.workToStored);
-    return storedPicture(rendered.picture, rendered.file, form);
-}
-
-bool FrameStages::finishMovie(std::atomic<bool> const& stop) {
-    if (!m_movie) return true;
-    auto const warning = m_movie->finish({!m_run.noClobber, m_run.isStrict}, stop);
-    if (warning && !warning->empty()) m_warnings.add({*warning});
-    return warning.has_value();
-}
-
 /// Bytes that a frame holds on its way, and those of the one that is being rendered.
 std::uint64_t FrameStages::bytesInFlight() const {
     RenderSize size{m_sizes.layer.width, m_sizes.layer.height, m_ask.depth, 0, 0, 0,
@@ -435,24 +399,6 @@ void FrameStages::checkMemory() const {
     throw UserError(ExitCode::kInput,
                     fmt::format("{}: {} frames {}; hold fewer", spelled(m_scene, "in-flight"),
                                 m_inFlight, memory));
-}
-
-MovieRequest FrameStages::movieRequestOf(PixelSize size) const {
-    return {
-        m_scene.outputPath(), size, m_comp.timeBase, m_scene.codec, m_scene.codecQuality, {}, {}};
-}
-
-void FrameStages::storeInMovie(RenderedFrame const& rendered) {
-    World const& picture = rendered.picture;
-    if (!m_movie) {
-        MovieRequest ask = movieRequestOf({picture.width(), picture.height()});
-        std::vector<std::string> warnings;
-        ask.color = rendered.colors.movie;
-        ask.sound = soundOf(m_scene, m_files, m_frames, m_comp.timeBase, warnings);
-        m_warnings.add(warnings);
-        m_movie.emplace(ask);
-    }
-    m_movie->add(picture, rendered.file.form);
 }
 
 // ---- The public face of the stages.
