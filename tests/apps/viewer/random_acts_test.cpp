@@ -7,6 +7,7 @@
 #include <QAction>
 #include <QApplication>
 #include <QElapsedTimer>
+#include <QMenu>
 #include <QMenuBar>
 #include <QTimer>
 #include <cstdlib>
@@ -81,15 +82,19 @@ protected:
         QTest::keyClick(widget ? widget : window.get(), kKeys[below(std::size(kKeys))]);
     }
 
-    /// Files stay out: another scene has another first state.
+    /// Files stay out: another scene has another first state, and Quit ends the window.
+    static void addActions(QMenu const& menu, QList<QAction*>& actions) {
+        for (QAction* const action : menu.actions()) {
+            if (action->menu()) addActions(*action->menu(), actions);
+            if (!action->menu() && action->isEnabled()) actions.push_back(action);
+        }
+    }
+
     void command() {
         QList<QAction*> actions;
-        for (QAction* const action : window->findChildren<QAction*>()) {
-            bool const isOfFile = action->property("menu").toString().startsWith("File");
-            if (action->isEnabled() && !action->menu() && !isOfFile) actions.push_back(action);
-        }
-        if (!actions.empty())
-            actions.at(below(static_cast<std::size_t>(actions.size())))->trigger();
+        for (QAction* const menu : window->menuBar()->actions())
+            if (menu->menu() && menu->text() != "File") addActions(*menu->menu(), actions);
+        actions.at(below(static_cast<std::size_t>(actions.size())))->trigger();
     }
 
     void act() {
