@@ -27,8 +27,11 @@ namespace fs = std::filesystem;
 
 namespace {
 
+/// A step up from a link leads elsewhere than the text tells: such a path stays as it is.
 void makeAbsolute(ScenePath& path) {
-    path = {fs::absolute(path.path()).lexically_normal().string(), {}};
+    fs::path const whole = fs::absolute(path.path());
+    bool const goesUp = std::find(whole.begin(), whole.end(), "..") != whole.end();
+    path = {(goesUp ? whole : whole.lexically_normal()).string(), {}};
 }
 
 void makeAbsolute(SceneInput& input) {

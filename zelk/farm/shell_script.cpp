@@ -18,7 +18,7 @@ constexpr char const* kBody = R"sh(
 [ "$at_a_time" -ge 1 ] 2>/dev/null || at_a_time=1
 
 if parallel --version 2>/dev/null | grep -q 'GNU parallel'; then
-    seq 1 $tasks | parallel --jobs "$at_a_time" --line-buffer "$run" $submission
+    seq 1 $tasks | parallel --quote --jobs "$at_a_time" --line-buffer "$run" $submission
 else
     seq 1 $tasks | xargs -n 1 -P "$at_a_time" "$run" $submission
 fi || {

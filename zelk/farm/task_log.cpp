@@ -18,7 +18,8 @@ void readEvent(Json const& event, double& lastSeconds, TaskLog& log) {
         lastSeconds = 0;
     } else if (name == "frame") {
         int const frame = event.at("frame");
-        log.written[frame] = {event.at("file").get<std::string>(), event.value("bytes", 0u)};
+        log.written[frame] = {event.at("file").get<std::string>(),
+                              event.value("bytes", std::uint64_t{0})};
         log.failed.erase(frame);
         log.seconds += event.at("seconds").get<double>() - lastSeconds;
         lastSeconds = event.at("seconds");
