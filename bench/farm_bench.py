@@ -1,6 +1,6 @@
 #!/usr/bin/python3
 """How long a submission, a status and a resume of 10,000 tiny frames take, on the cluster of
-tests/farm/farm_test.py.
+tests/jobs/farm_test.py.
 
 usage: farm_bench.py ZELK PICTURE
 """

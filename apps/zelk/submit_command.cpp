@@ -8,8 +8,8 @@
 
 #include "apps/zelk/history.h"
 #include "apps/zelk/render_command.h"
-#include "zelk/farm/submission.h"
 #include "zelk/files/standard_output.h"
+#include "zelk/jobs/submission.h"
 #include "zelk/scene/edits.h"
 #include "zelk/text/numbers.h"
 

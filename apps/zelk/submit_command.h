@@ -9,7 +9,7 @@
 #include "apps/zelk/command.h"
 #include "apps/zelk/output_options.h"
 #include "apps/zelk/scene_options.h"
-#include "zelk/farm/job.h"
+#include "zelk/jobs/job.h"
 
 namespace zelk {
 

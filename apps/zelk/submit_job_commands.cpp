@@ -2,10 +2,10 @@
 #include "apps/zelk/submit_job_commands.h"
 
 #include "apps/zelk/submit_command.h"
-#include "zelk/farm/job_state.h"
-#include "zelk/farm/submission.h"
-#include "zelk/farm/task.h"
 #include "zelk/files/standard_output.h"
+#include "zelk/jobs/job_state.h"
+#include "zelk/jobs/submission.h"
+#include "zelk/jobs/task.h"
 #include "zelk/text/numbers.h"
 
 namespace zelk {

@@ -271,7 +271,7 @@ TEST_F(Live, ReadsAFileAgainWhenItChangesAndTellsOfOneThatIsMissing) {
 }
 
 TEST_F(Live, PlaysMovies) {
-    if (!MovieFrames::isAvailable()) GTEST_SKIP() << "needs ffmpeg";
+    ASSERT_TRUE(MovieFrames::isAvailable()) << "ffmpeg is among the packages of the build";
     Scene scene;
     edit(scene, "module", ZELK_MODULE);
     scene.layer.file.written = at("n.%d.png");

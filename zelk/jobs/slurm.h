@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "zelk/farm/engine.h"
+#include "zelk/jobs/engine.h"
 
 namespace zelk {
 

@@ -3,7 +3,7 @@
 
 #include <filesystem>
 
-#include "zelk/farm/job.h"
+#include "zelk/jobs/job.h"
 #include "zelk/sequence/journal.h"
 #include "zelk/text/errors.h"
 

@@ -11,12 +11,12 @@
 #include <tuple>
 
 #include "tests/support/temporary_folder.h"
-#include "zelk/farm/chunks.h"
-#include "zelk/farm/openjd_template.h"
-#include "zelk/farm/slurm.h"
-#include "zelk/farm/task_log.h"
-#include "zelk/farm/task_script.h"
 #include "zelk/files/text_file.h"
+#include "zelk/jobs/chunks.h"
+#include "zelk/jobs/openjd_template.h"
+#include "zelk/jobs/slurm.h"
+#include "zelk/jobs/task_log.h"
+#include "zelk/jobs/task_script.h"
 
 namespace zelk {
 namespace {

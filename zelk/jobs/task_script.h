@@ -10,7 +10,7 @@
 
 #include <string>
 
-#include "zelk/farm/job.h"
+#include "zelk/jobs/job.h"
 
 namespace zelk {
 

@@ -1,12 +1,12 @@
 // See engines.h.
-#include "zelk/farm/engines.h"
+#include "zelk/jobs/engines.h"
 
 #include <algorithm>
 #include <iterator>
 
-#include "zelk/farm/openjd_template.h"
-#include "zelk/farm/shell_script.h"
-#include "zelk/farm/slurm.h"
+#include "zelk/jobs/openjd_template.h"
+#include "zelk/jobs/shell_script.h"
+#include "zelk/jobs/slurm.h"
 
 namespace zelk {
 

@@ -1,10 +1,10 @@
 // See shell_script.h.
-#include "zelk/farm/shell_script.h"
+#include "zelk/jobs/shell_script.h"
 
 #include <fmt/format.h>
 
-#include "zelk/farm/program_call.h"
-#include "zelk/farm/task_script.h"
+#include "zelk/jobs/program_call.h"
+#include "zelk/jobs/task_script.h"
 #include "zelk/text/shell_words.h"
 
 namespace zelk {

@@ -1,5 +1,5 @@
 // Slurm's words; see slurm.h.
-#include "zelk/farm/slurm.h"
+#include "zelk/jobs/slurm.h"
 
 #include <fmt/format.h>
 
@@ -7,7 +7,7 @@
 #include <map>
 #include <sstream>
 
-#include "zelk/farm/program_call.h"
+#include "zelk/jobs/program_call.h"
 #include "zelk/text/errors.h"
 #include "zelk/text/numbers.h"
 

@@ -1,5 +1,5 @@
 // See program_call.h.
-#include "zelk/farm/program_call.h"
+#include "zelk/jobs/program_call.h"
 
 #include <cstring>
 #include <system_error>

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "zelk/farm/engine.h"
-#include "zelk/farm/job.h"
+#include "zelk/jobs/engine.h"
+#include "zelk/jobs/job.h"
 
 namespace zelk {
 

@@ -1,5 +1,5 @@
 // The record's text; see job.h.
-#include "zelk/farm/job.h"
+#include "zelk/jobs/job.h"
 
 #include <fmt/format.h>
 

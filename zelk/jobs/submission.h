@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "zelk/farm/job.h"
+#include "zelk/jobs/job.h"
 #include "zelk/scene/scene.h"
 #include "zelk/text/errors.h"
 

@@ -1,11 +1,11 @@
 // See task_script.h.
-#include "zelk/farm/task_script.h"
+#include "zelk/jobs/task_script.h"
 
 #include <fmt/format.h>
 
-#include "zelk/farm/program_call.h"
 #include "zelk/files/output_place.h"
 #include "zelk/files/text_file.h"
+#include "zelk/jobs/program_call.h"
 #include "zelk/text/shell_words.h"
 
 namespace zelk {

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "zelk/farm/engine.h"
+#include "zelk/jobs/engine.h"
 
 namespace zelk {
 

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "zelk/farm/job.h"
+#include "zelk/jobs/job.h"
 #include "zelk/scene/scene.h"
 
 namespace zelk {

@@ -1,5 +1,5 @@
 // See job_scene.h.
-#include "zelk/farm/job_scene.h"
+#include "zelk/jobs/job_scene.h"
 
 #include <fmt/format.h>
 

@@ -1,5 +1,5 @@
 // See submission.h.
-#include "zelk/farm/submission.h"
+#include "zelk/jobs/submission.h"
 
 #include <fmt/format.h>
 
@@ -7,14 +7,14 @@
 #include <cmath>
 #include <set>
 
-#include "zelk/farm/chunks.h"
-#include "zelk/farm/engines.h"
-#include "zelk/farm/job_scene.h"
-#include "zelk/farm/job_state.h"
-#include "zelk/farm/task_log.h"
-#include "zelk/farm/task_script.h"
 #include "zelk/files/frame_names.h"
 #include "zelk/files/output_place.h"
+#include "zelk/jobs/chunks.h"
+#include "zelk/jobs/engines.h"
+#include "zelk/jobs/job_scene.h"
+#include "zelk/jobs/job_state.h"
+#include "zelk/jobs/task_log.h"
+#include "zelk/jobs/task_script.h"
 #include "zelk/movies/writer.h"
 #include "zelk/pictures/writer.h"
 #include "zelk/scene/check.h"

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "zelk/farm/job.h"
+#include "zelk/jobs/job.h"
 
 namespace zelk {
 

@@ -1,5 +1,5 @@
 // See task_log.h.
-#include "zelk/farm/task_log.h"
+#include "zelk/jobs/task_log.h"
 
 #include <algorithm>
 #include <fstream>

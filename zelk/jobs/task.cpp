@@ -1,13 +1,13 @@
 // See task.h.
-#include "zelk/farm/task.h"
+#include "zelk/jobs/task.h"
 
 #include <fstream>
 #include <utility>
 
-#include "zelk/farm/job_scene.h"
-#include "zelk/farm/task_log.h"
 #include "zelk/files/file_sum.h"
 #include "zelk/files/process_tag.h"
+#include "zelk/jobs/job_scene.h"
+#include "zelk/jobs/task_log.h"
 #include "zelk/scene/check.h"
 #include "zelk/sequence/render_frames.h"
 

@@ -1,7 +1,7 @@
 // The table of engines.
 #pragma once
 
-#include "zelk/farm/engine.h"
+#include "zelk/jobs/engine.h"
 
 namespace zelk {
 

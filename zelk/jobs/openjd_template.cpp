@@ -1,12 +1,12 @@
 // See openjd_template.h.
-#include "zelk/farm/openjd_template.h"
+#include "zelk/jobs/openjd_template.h"
 
 #include <fmt/format.h>
 
 #include <nlohmann/json.hpp>
 
-#include "zelk/farm/program_call.h"
 #include "zelk/files/text_file.h"
+#include "zelk/jobs/program_call.h"
 #include "zelk/text/json_text.h"
 
 namespace zelk {

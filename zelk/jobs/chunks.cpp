@@ -1,5 +1,5 @@
 // See chunks.h.
-#include "zelk/farm/chunks.h"
+#include "zelk/jobs/chunks.h"
 
 #include <algorithm>
 #include <cmath>

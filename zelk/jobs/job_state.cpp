@@ -1,5 +1,5 @@
 // See job_state.h.
-#include "zelk/farm/job_state.h"
+#include "zelk/jobs/job_state.h"
 
 #include <fmt/format.h>
 #include <signal.h>
@@ -9,11 +9,11 @@
 #include <nlohmann/json.hpp>
 #include <set>
 
-#include "zelk/farm/engines.h"
-#include "zelk/farm/task.h"
-#include "zelk/farm/task_log.h"
 #include "zelk/files/frame_names.h"
 #include "zelk/files/process_tag.h"
+#include "zelk/jobs/engines.h"
+#include "zelk/jobs/task.h"
+#include "zelk/jobs/task_log.h"
 #include "zelk/scene/file.h"
 #include "zelk/scene/inputs.h"
 #include "zelk/sequence/journal.h"
