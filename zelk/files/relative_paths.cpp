@@ -1,6 +1,8 @@
 // Paths between folders; see relative_paths.h.
 #include "zelk/files/relative_paths.h"
 
+#include <algorithm>
+
 namespace zelk {
 
 namespace fs = std::filesystem;
@@ -14,6 +16,12 @@ fs::path plainFolder(fs::path const& folder) {
 }
 
 }  // namespace
+
+fs::path absolutePath(fs::path const& path) {
+    fs::path const whole = fs::absolute(path);
+    bool const goesUp = std::find(whole.begin(), whole.end(), "..") != whole.end();
+    return goesUp ? whole : whole.lexically_normal();
+}
 
 bool isSameFolder(fs::path const& a, fs::path const& b) { return plainFolder(a) == plainFolder(b); }
 

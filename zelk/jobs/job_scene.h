@@ -10,15 +10,16 @@
 #include <vector>
 
 #include "zelk/jobs/job.h"
+#include "zelk/jobs/task_log.h"
 #include "zelk/scene/scene.h"
 
 namespace zelk {
 
 struct FrozenScene {
     Scene scene;
-    std::vector<int> frames;  ///< that are asked for and have their inputs, in their order
-    std::vector<int> todo;    ///< those of them to be rendered
-    std::vector<int> kept;    ///< those that run.skipExisting leaves out
+    std::vector<int> frames;          ///< that are asked for and have their inputs, in their order
+    std::vector<int> todo;            ///< those of them to be rendered
+    std::map<int, WrittenFile> kept;  ///< those that run.skipExisting leaves out
 };
 
 /// `scene` settled for its frames, with absolute paths and, where it names none, the OpenColorIO
