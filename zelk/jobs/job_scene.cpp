@@ -9,6 +9,7 @@
 
 #include "zelk/files/frame_names.h"
 #include "zelk/files/relative_paths.h"
+#include "zelk/movies/probe.h"
 #include "zelk/render/frame_stages.h"
 #include "zelk/render/host_errors.h"
 #include "zelk/render/setup.h"
@@ -115,17 +116,6 @@ FrozenScene frozenScene(Scene const& asked, RunOptions const& run) {
     });
 }
 
-std::map<std::string, std::string> editsOf(Scene const& scene) {
-    std::map<std::string, std::string> edits;
-    if (scene.missing != MissingInput::kStop)
-        edits["missing"] = wordOf(kMissingWords, scene.missing);
-    if (scene.road) edits["road"] = wordOf(kRoadWords, *scene.road);
-    if (scene.host) edits["host"] = wordOf(kHostWords, *scene.host);
-    if (!scene.module.empty()) edits["module"] = fs::absolute(scene.module).string();
-    if (scene.isPlain) edits["plain"] = "on";
-    return edits;
-}
-
 Scene sceneOf(Job const& job, std::vector<int> const& frames) {
     Scene scene = readScene(job.scene());
     for (auto const& [name, text] : job.edits)
@@ -148,6 +138,12 @@ Scene movieSceneOf(Job const& job) {
     edit("view", "original");
     if (job.movie->codec) edit("codec", *job.movie->codec);
     if (job.movie->quality) edit("quality-level", fmt::format("{}", *job.movie->quality));
+    // A movie's frames have the numbers that they had for the job's.
+    scene.movieStart = frozen.movieStart;
+    SceneFiles const files(frozen);
+    for (InputFiles const* input : {files.plate ? &*files.plate : nullptr, &files.layer})
+        if (input && input->movieFacts() && !soundCodecsOf(input->name()).empty() && !scene.sound)
+            edit("sound", input->name());
     if (frozen.color.isRaw) edit("color", "raw");
     if (frozen.color.output) edit("layer-color", *frozen.color.output);
     if (frozen.color.config) edit("ocio", frozen.color.config->path().string());

@@ -27,10 +27,6 @@ struct FrozenScene {
 /// render would, and an input error for any input that is not there.
 FrozenScene frozenScene(Scene const& scene, RunOptions const& run);
 
-/// What a project file has no place for, as edits by name: "missing", "road", "host", "module",
-/// "plain".
-std::map<std::string, std::string> editsOf(Scene const& scene);
-
 /// The job's scene for these frames.
 Scene sceneOf(Job const& job, std::vector<int> const& frames);
 

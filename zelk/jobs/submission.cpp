@@ -23,6 +23,7 @@
 #include "zelk/jobs/task_script.h"
 #include "zelk/movies/writer.h"
 #include "zelk/pictures/writer.h"
+#include "zelk/scene/as_edits.h"
 #include "zelk/scene/check.h"
 #include "zelk/scene/file.h"
 #include "zelk/scene/refusal.h"
@@ -214,7 +215,7 @@ Submitted submitJob(SubmitRequest const& request) {
     FrozenScene const frozen = frozenScene(request.scene, run);
     if (!frozen.todo.empty())
         checkTarget(SceneFiles(frozen.scene).output.pathOf(frozen.todo.front()), false);
-    job.edits = editsOf(request.scene);
+    for (MadeEdit const& edit : editsBesidesFile(request.scene)) job.edits[edit.name] = edit.text;
     job.frames = frameRangeText(frozen.frames);
     job.memoryMb = request.memoryMb.value_or(0);
     bool const needsTime = !request.framesPerTask && !request.frameSeconds;

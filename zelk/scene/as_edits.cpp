@@ -216,6 +216,7 @@ std::vector<MadeEdit> editsBesidesFile(Scene const& scene) {
     if (!scene.module.empty()) edits.push_back({"module", absolutePath(scene.module).string()});
     if (scene.missing != MissingInput::kStop)
         edits.push_back({"missing", std::string(wordOf(kMissingWords, scene.missing))});
+    if (scene.sound) edits.push_back({"sound", absolutePath(scene.sound->file.path()).string()});
     return edits;
 }
 
