@@ -172,6 +172,7 @@ private:
                      std::optional<PictureReader> const& plate, ImageSizes const& unknown);
     FrameSpan shownSpan() const;
     void settleValues(std::vector<int> const& frames);
+    void warnOfNumber(std::vector<int> const& frames);
     void requirePixelsLeft() const;
     /// Of the scene, which a preview's reduction multiplies.
     int downsample() const { return m_scene.downsample.value_or(1); }
