@@ -130,7 +130,7 @@ void FrameStages::readSizes(std::vector<int> const& frames) {
     if (m_files.plate && !plate && !mayLackOne) plate = m_files.plate->own(frames.front()).open();
     m_layerTraits = (layer ? *layer : *plate).traits();
     m_plateTraits = (plate ? *plate : *layer).traits();
-    if (isModule()) m_ask = moduleRenderOf(m_scene, *m_host, *layer);
+    if (isModule()) m_ask = moduleRenderOf(m_scene, *m_host, *layer, renderDepth(m_layerTraits));
     PixelSize const one = sizeOf(layer ? *layer : *plate);
     settleSizes(layer, plate, {one, one});
     m_sizes.overscan = plate && plateReading().keepsOverscan ? plate->overscan() : PixelMargins{};
