@@ -15,6 +15,7 @@
 #include "zelk/scene/edits.h"
 #include "zelk/scene/inputs.h"
 #include "zelk/scene/parameter_names.h"
+#include "zelk/scene/track_use.h"
 #include "zelk/sequence/schedule.h"
 #include "zelk/text/errors.h"
 #include "zelk/text/numbers.h"
@@ -54,13 +55,14 @@ void requirePinsInPanel(Host const& host, Panel const& panel, FrameRequest const
 }
 
 /// The frame that a command about one frame means: the one given, else the composition's first,
-/// else the track's, else the first of --frames, else a movie's, else 1.
+/// else of the track's the one whose number the plate has, or the first, else the first of
+/// --frames, else a movie's, else 1.
 int frameOf(Scene const& scene, SceneFiles const& files, std::optional<int> frame) {
     if (frame) return *frame;
     if (scene.hasComp) return scene.comp.startFrame;
     auto const tracked =
         scene.tracks.empty() ? std::vector<int>() : wholeFrames(*scene.tracks.front().track);
-    if (!tracked.empty()) return tracked.front();
+    if (!tracked.empty()) return frameOfPicture(scene, scene.tracks.front().pins, tracked);
     if (scene.frames) return parseFrameRange("--frames", *scene.frames).front();
     bool const isMovie = files.layer.isMovie() || (files.plate && files.plate->isMovie());
     return isMovie ? files.layer.firstFrame() : 1;

@@ -6,6 +6,7 @@
 #include "zelk/files/frame_names.h"
 #include "zelk/files/output_place.h"
 #include "zelk/files/standard_output.h"
+#include "zelk/scene/check.h"
 #include "zelk/scene/edits.h"
 #include "zelk/scene/file.h"
 #include "zelk/scene/new_comp.h"
@@ -21,7 +22,8 @@ CommandInfo const ProjectNewCommand::kInfo = {
     "project new", "Make a project file", "FILE --layer LAYER [OPTIONS]",
     "Examples:\n"
     "  zelk project new sign.zelk.json --layer sign.png --plate shot.####.exr\n"
-    "  zelk project new sign.zelk.json --layer sign.png --plate shot.mov --track shot.txt\n"};
+    "  zelk project new sign.zelk.json --layer sign.png --plate shot.mov --track shot.txt \\\n"
+    "    --mode add --holdout roto.####.png --quality best\n"};
 
 void ProjectNewCommand::addOptions(CLI::App& app) {
     OptionAdder const add(app);
@@ -47,6 +49,7 @@ ExitCode ProjectNewCommand::run(Invocation const&) {
         if (edit.text) sceneEdit(edit.name).apply(scene, edit.option, *edit.text);
     }
     if (!scene.layer.isGiven()) throw missing("--layer", "a picture file or pattern");
+    checkScene(scene);
     std::optional<PixelSize> size;
     if (m_size) size = parseSize("--size", *m_size);
     static_cast<void>(SequenceName(scene.outputPath().string()));  // refuses a malformed mark

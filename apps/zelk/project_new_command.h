@@ -29,11 +29,15 @@ private:
     };
 
     ProjectFile m_file;
-    std::array<Edit, 17> m_edits = {
+    std::array<Edit, 21> m_edits = {
         {{"layer", "--layer", "The picture or pattern to pin"},
          {"over", "--over", "What it is laid over"},
          {"over", "--plate", "The same"},
          {"output", "--output", "What is written"},
+         {"matte", "--matte", nullptr},
+         {"holdout", "--holdout", nullptr},
+         {"mode", "--mode", nullptr},
+         {"quality", "--quality", nullptr},
          {"frames", "--frames", "The frames to be rendered"},
          {"rate", "--rate", "Frames a second (a movie's, else 24)"},
          {"first-frame", "--first-frame", "Frame number of a movie's first picture (0)"},

@@ -37,6 +37,7 @@ FrameStream::FrameStream(SceneObject const& scene, std::optional<std::string> co
 void FrameStream::run(Scene const& scene, RunOptions const& options, int threads) {
     ThreadScope const team(threads);
     FrameStages stages(scene, options);
+    stages.roundLast();
     Schedule const schedule = scheduleOf(scene, options, stages.files());
     if (!schedule.frames.empty()) {
         stages.begin(schedule.frames);

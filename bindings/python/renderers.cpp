@@ -56,7 +56,9 @@ Renderers::Made Renderers::take(Scene const& scene, std::uint64_t version) {
     }
     RunOptions run;
     run.inFlight = 1;
-    return std::make_unique<FrameStages>(preparedScene(scene), run);
+    auto renderer = std::make_unique<FrameStages>(preparedScene(scene), run);
+    renderer->roundLast();
+    return renderer;
 }
 
 void Renderers::giveBack(Made renderer, std::uint64_t version) {

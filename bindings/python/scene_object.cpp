@@ -268,6 +268,7 @@ std::pair<std::vector<int>, Sentences> SceneObject::write(std::optional<std::str
         requireOutput(scene);
         scene = invertedScene(std::move(scene));
         FrameStages stages(scene, run);
+        stages.roundLast();
         Schedule const schedule = scheduleOf(scene, run, stages.files());
         if (!schedule.frames.empty()) {
             if (isMovieName(scene.outputPath())) {

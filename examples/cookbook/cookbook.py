@@ -18,19 +18,20 @@ import sys
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 
-# What zelk-demo puts side by side, after the commands that make what the recipe itself has no use for.
+# What zelk-demo puts side by side, after the commands that make what the recipe itself has no use for. Frames of
+# movies are shown as a player does: by their values.
 SHEETS = {
     "screen": ("""
         zelk render app.png --over shot.####.exr --frames 1006 -o bare.####.exr --track shot.txt \
             --track-first-frame 1001 --quality best
         zelk render app.png --over shot.####.exr --frames 1006 -o flat.####.exr --track shot.txt \
-            --track-first-frame 1001 --holdout thumb.####.png --quality best
+            --track-first-frame 1001 --holdout finger.####.png --quality best
         """, ["plate, frame 1001:shot.1001.exr;result, frame 1001:comp.1001.exr;frame 1009:comp.1009.exr",
               "the track over frame 1001:paths.png;Normal, no holdout, frame 1006:bare.1006.exr;"
               "Normal, frame 1006:flat.1006.exr"]),
-    "sign": ("", ["plate:wall.exr;artwork:sign.png;result:comp.exr:a leaf over the sign x8@328,150"]),
+    "sign": ("", ["plate:wall.exr;artwork:sign.png;result:comp.exr:a leaf over the sign x8@322,148"]),
     "label": ("zelk render retouch.png --over flat.png -o retouched.png --quality medium",
-              ["shot:box.png;taken off:flat.png;with the new line:retouched.png;back on:comp.png"]),
+              ["shot:box.png;taken off:flat.png;with the new name:retouched.png;back on:comp.png"]),
     "lens": ("", ["plate:plate.png;straightened:straight.png",
                   "through the lens:comp.png;the same corners without it:wrong.png"]),
     "farm": ("", ["task 1, frame 1002:comp/comp.1002.exr;task 2, frame 1005:comp/comp.1005.exr;"
@@ -38,8 +39,9 @@ SHEETS = {
     "batch": ("", ["box.png:box.png;earl-grey:pack-earl-grey.png;rooibos:pack-rooibos.png;"
                    "jasmine:pack-jasmine.png"]),
     "movie": ("""
-        zelk render master.mov --view original --first-frame 1 --frames 4,13 -o open.##.png
-        zelk render banner.png --over shot.mov --first-frame 1 --track shot.nk --quality best --frames 4 -o closed.##.png
+        zelk render master.mov --view original --layer-color sRGB --first-frame 1 --frames 4,13 -o open.##.png
+        zelk render banner.png --over shot.mov --plate-color sRGB --first-frame 1 --track shot.nk --quality best \
+            --frames 4 -o closed.##.png
         """, ["frame 4:open.04.png;frame 13:open.13.png;frame 4, shutter closed:closed.04.png"]),
 }
 

@@ -74,11 +74,12 @@ def save_masks(name, masks):
             file.write(struct.pack("<ii", y, rows[y].nbytes) + rows[y].tobytes())
 
 
-def card(name, size, paper):
-    """Artwork: NAME.card beside this file, drawn to NAME.png."""
-    with open(HERE / f"{name}.card") as lines:
-        text = lines.read().replace("EXAMPLES", str(HERE.parent))
-    subprocess.run(["zelk-card", f"{name}.png", f"{size[0]}x{size[1]}", paper], input=text, text=True,
+def card(name, size, paper, to=None, **words):
+    """Artwork: NAME.card beside this file, drawn to NAME.png, with these words for those in capitals."""
+    text = (HERE / f"{name}.card").read_text()
+    for word, own in {"EXAMPLES": str(HERE.parent), **words}.items():
+        text = text.replace(word, own)
+    subprocess.run(["zelk-card", to or f"{name}.png", f"{size[0]}x{size[1]}", paper], input=text, text=True,
                    check=True)
 
 
@@ -197,7 +198,7 @@ def tablet(turned):
 
 
 def screen_frame(t):
-    """A table, a tablet that turns before it, a thumb on its glass: plate, thumb's matte, screen."""
+    """A table, a tablet that turns before it, a finger on its glass: plate, finger's matte, screen."""
     table = blur(light(HERE.parent / "coffee.png")[..., :3], 4)
     plate = pin(np.zeros((HEIGHT, WIDTH, 3)), table, (corners(-40, -60, 860, 540) - [60 * t, 10 * t]) * SCALE)
     move = dict(yaw=-34 + 26 * t, pitch=-14 + 3 * t, roll=-5 + 4 * t, at=(0.10 - 0.14 * t, 0.02, 2.35 - 0.15 * t))
@@ -216,7 +217,7 @@ def screen():
     for frame in range(FIRST, FIRST + FRAMES):
         plate, matte, quad = screen_frame((frame - FIRST) / (FRAMES - 1))
         save(f"shot.{frame}.exr", grain(plate))
-        save_matte(f"thumb.{frame}.png", matte)
+        save_matte(f"finger.{frame}.png", matte)
         quads.append(quad)
     zelk.Track(range(FRAMES), quads, (WIDTH, HEIGHT), 24).save("shot.txt")
     card("app", (900, 580), "#10131a")
@@ -298,13 +299,21 @@ def box_plate(front, side):
     return pin(plate, front, quad), quad
 
 
+PAPER = "#f3ead7"
+
+
+def words_of_tea(name, tea, kind, ink):
+    """The two lines of the label that tell one tea from another."""
+    card("patch", (320, 100), PAPER, name, TEA=tea, KIND=kind, INK=ink)
+
+
 def label():
-    card("label", (480, 640), "#f3ead7")
+    card("label", (480, 640), PAPER)
     card("side", (300, 640), "#2f4a3c")
     plate, _ = box_plate(light("label.png")[..., :3], light("side.png")[..., :3])
     save("box.png", plate)
     pathlib.Path("label.png").rename("printed.png")  # what the printer got, for comparison alone
-    card("patch", (320, 70), "#f3ead7")
+    words_of_tea("patch.png", "Rooibos", "red bush, no caffeine", "#8c2f1b")
 
 
 def tiles(width, height):
@@ -349,9 +358,15 @@ def batch():
     card("side", (300, 640), "#2f4a3c")
     plate, quad = box_plate(np.full((640, 480, 3), 0.5), light("side.png")[..., :3])
     save("box.png", plate)
-    card("label", (480, 640), "#f3ead7")
-    pathlib.Path("flavours.csv").write_text("name,colour\nearl-grey,#2f4a3c\nrooibos,#8c2f1b\n"
-                                            "assam,#5b3a1e\njasmine,#3d6b8c\n")
+    card("label", (480, 640), PAPER)
+    rows = ["name,colour,words"]
+    for name, colour, tea, kind in (("earl-grey", "#2f4a3c", "Earl Grey", "black tea with bergamot"),
+                                    ("rooibos", "#8c2f1b", "Rooibos", "red bush, no caffeine"),
+                                    ("assam", "#5b3a1e", "Assam", "strong black tea"),
+                                    ("jasmine", "#3d6b8c", "Jasmine", "green tea with blossoms")):
+        words_of_tea(f"words-{name}.png", tea, kind, "#3a2a1a")
+        rows.append(f"{name},{colour},words-{name}.png")
+    pathlib.Path("teas.csv").write_text("\n".join(rows) + "\n")
 
 
 def movie():

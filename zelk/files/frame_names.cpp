@@ -237,6 +237,14 @@ std::vector<int> framesOnDisk(SequenceName const& name) {
     return frames;
 }
 
+std::optional<int> numberOfName(fs::path const& file) {
+    std::string const stem = file.stem().string();
+    std::size_t const begin = stem.find_last_not_of("0123456789") + 1;
+    bool const isVersion = begin > 0 && (stem[begin - 1] == 'v' || stem[begin - 1] == 'V');
+    if (stem.size() - begin < 3 || isVersion) return std::nullopt;
+    return parseWhole(stem.substr(begin));
+}
+
 // OpenImageIO enumerates a range, once nothing is left in it that it would pass over in silence
 // (text behind a number, a step of 0, numbers beyond 32 bits, an empty list) or fill the memory
 // with.

@@ -53,6 +53,10 @@ private:
 /// name. Throws an input error when the folder can't be listed.
 std::vector<int> framesOnDisk(SequenceName const& name);
 
+/// The number of a single picture among others of its kind: three digits or more that end its name
+/// ("shot.1005.exr", "0005.png"), but for a version's ("sign_v002.png"). Nothing for other names.
+std::optional<int> numberOfName(std::filesystem::path const& file);
+
 /// "1001-1100", "7", "1-10,20-30x2", "1-100y5" (what 1-100x5 leaves out), "-8--5", "10-1x-2": the
 /// frames in the order given, each at its first place only. A negative step counts down from the
 /// larger end. Throws a usage error about `option` for anything else, for no frames and

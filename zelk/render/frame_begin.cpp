@@ -132,7 +132,7 @@ void FrameStages::readSizes(std::vector<int> const& frames) {
     if (m_files.plate && !plate && !mayLackOne) plate = m_files.plate->own(frames.front()).open();
     m_layerTraits = (layer ? *layer : *plate).traits();
     m_plateTraits = (plate ? *plate : *layer).traits();
-    if (isModule()) m_ask = moduleRenderOf(m_scene, *m_host, *layer);
+    if (isModule()) m_ask = moduleRenderOf(m_scene, *m_host, *layer, renderDepth(m_layerTraits));
     PixelSize const one = sizeOf(layer ? *layer : *plate);
     settleSizes(layer, plate, {one, one});
     m_sizes.overscan = plate && plateReading().keepsOverscan ? plate->overscan() : PixelMargins{};
@@ -173,6 +173,24 @@ FrameSpan FrameStages::shownSpan() const {
     return span;
 }
 
+/// A single picture whose number none of the track's frames has shows the first of them, which is
+/// rarely the one that belongs to it.
+void FrameStages::warnOfNumber(std::vector<int> const& frames) {
+    if (frames.size() != 1 || m_scene.hasComp || m_scene.frames || m_scene.tracks.empty()) return;
+    TrackUse const& use = m_scene.tracks.front();
+    auto const number = numberOfPicture(m_scene, use.pins);
+    std::vector<int> const tracked = wholeFrames(*use.track);
+    if (!number || *number == frames.front() || tracked.size() < 2) return;
+    if (frameOfPicture(m_scene, use.pins, tracked) != frames.front()) return;
+    auto const [first, last] = std::minmax_element(tracked.begin(), tracked.end());
+    m_warnings.add({fmt::format(
+        "{}: its frames are {} to {}, and {} has the number {}: frame {} is shown; {} says which "
+        "one, {} numbers the track",
+        use.name(), *first, *last,
+        (use.pins == TrackedPins::kTo ? *m_scene.plate : m_scene.layer).name(), *number,
+        frames.front(), spelled(m_scene, "frames"), spelled(m_scene, "track-first-frame"))});
+}
+
 void FrameStages::setValues(Scene scene, bool isBlurred) {
     scene.comp.timeBase = m_scene.comp.timeBase;
     m_scene = std::move(scene);
@@ -203,6 +221,7 @@ void FrameStages::settleValues(std::vector<int> const& frames) {
         PixelSize const pinned = use.pins == TrackedPins::kTo ? m_sizes.frame : m_sizes.layer;
         m_warnings.add(warningsOf(m_scene, use, {pinned, m_comp.startFrame, m_comp.timeBase.step}));
     }
+    warnOfNumber(frames);
     if (!frames.empty()) checkRoad(m_scene, m_host->parameters());
     m_frames = frames;
 }

@@ -91,8 +91,7 @@ std::shared_ptr<ReadInput> FrameStages::layerAt(int frame, int reduce) {
                 [&] { return readLayerOf(file, frame, reduce); });
 }
 
-ReadInput FrameStages::readLayerOf(std::optional<InputPicture> const& file, int frame,
-                                   int reduce) const {
+ReadInput FrameStages::readLayerOf(std::optional<InputPicture> const& file, int frame, int reduce) {
     ReadInput read;
     read.traits = m_layerTraits;
     read.ask = m_ask;
@@ -110,7 +109,7 @@ ReadInput FrameStages::readLayerOf(std::optional<InputPicture> const& file, int 
     for (std::string const& warning : picture.warnings()) read.warnings.push_back(warning);
     picture.setMatte(matte);
     if (isModule()) {
-        read.ask = moduleRenderOf(m_scene, *m_host, picture, reduce);
+        read.ask = moduleRenderOf(m_scene, *m_host, picture, renderDepth(read.traits), reduce);
         read.picture = readLayer(*m_host, picture, read.ask);
     } else {
         read.picture = associatedWorld(picture, reduce);

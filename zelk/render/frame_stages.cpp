@@ -163,7 +163,7 @@ void FrameStages::check(int frame) {
         PictureReader const picture = openSized(*file, m_sizes.layer, file->how);
         layer = picture.traits();
         if (isModule()) {
-            headers.ask = moduleRenderOf(m_scene, *m_host, picture);
+            headers.ask = moduleRenderOf(m_scene, *m_host, picture, renderDepth(layer));
             requireMemory(*m_host, picture, headers.ask);
         }
     }
@@ -186,6 +186,15 @@ void FrameStages::check(int frame) {
     } else if (m_scene.output) {
         m_warnings.add(checkPicture(size, m_files.output.pathOf(frame), headers.file));
     }
+}
+
+Depth FrameStages::renderDepth(PictureTraits const& layer) {
+    Depth const asked = m_scene.depth.value_or(layer.depth);
+    if (!m_roundsLast || asked >= layer.depth) return asked;
+    WriteRequest file = ownFrameOutput(m_scene, m_run, layer, {});
+    FrameColors const colors = m_colors.settle(layer, nullptr, file);
+    bool const converts = colors.layerToWork || colors.workToOutput || colors.workToStored;
+    return converts ? layer.depth : asked;
 }
 
 /// The layer, the frame and the margin as the render has them.

@@ -93,6 +93,10 @@ public:
     Scene const& scene() const { return m_scene; }
     RunOptions const& run() const { return m_run; }
     SceneFiles const& files() const { return m_files; }
+    /// The scene's depth is that of the result alone where colours are converted on the module
+    /// road: the module renders at the layer's, and the converted result is rounded. Else the
+    /// module renders at the scene's depth, as a host's project of that depth does. Before begin.
+    void roundLast() { m_roundsLast = true; }
     Host& host() { return *m_host; }  ///< with the scene's values after begin
     Warnings& warnings() { return m_warnings; }
     Warnings& conversions() { return m_conversions; }  ///< of colour, as FrameColors has them
@@ -172,6 +176,7 @@ private:
                      std::optional<PictureReader> const& plate, ImageSizes const& unknown);
     FrameSpan shownSpan() const;
     void settleValues(std::vector<int> const& frames);
+    void warnOfNumber(std::vector<int> const& frames);
     void requirePixelsLeft() const;
     /// Of the scene, which a preview's reduction multiplies.
     int downsample() const { return m_scene.downsample.value_or(1); }
@@ -180,7 +185,9 @@ private:
     HoldoutFrame holdoutFrame(PixelMargins const& overscan) const {
         return {m_sizes.frame, overscan};
     }
-    ReadInput readLayerOf(std::optional<InputPicture> const& file, int frame, int reduce) const;
+    ReadInput readLayerOf(std::optional<InputPicture> const& file, int frame, int reduce);
+    /// Of the module's render of a layer.
+    Depth renderDepth(PictureTraits const& layer);
     ReadInput readPlateOf(std::optional<InputPicture> const& file, ReadOptions const& how,
                           int reduce) const;
     template <class Read>
@@ -227,7 +234,7 @@ private:
     std::shared_ptr<StMap const> m_map;  ///< the last one that was loaded
     std::string m_mapKey;                ///< what it was read from
     std::optional<MovieWriter> m_movie;
-    bool m_isMovieChecked = false;
+    bool m_isMovieChecked = false, m_roundsLast = false;
     Explanation const* m_explanation;
     std::function<void(char const* stage)> m_listener;
     std::atomic<bool> m_isStopped{false};

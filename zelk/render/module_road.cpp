@@ -80,11 +80,11 @@ PixelSize marginOf(std::vector<Parameter> const& parameters, ModuleRender const&
 }
 
 ModuleRender moduleRenderOf(Scene const& scene, Host const& host, PictureReader const& layer,
-                            int reduce) {
+                            Depth depth, int reduce) {
     ModuleRender ask;
     ask.layerName = scene.layer.name();
     ask.layerSize = {layer.width(), layer.height()};
-    ask.depth = scene.depth.value_or(layer.traits().depth);
+    ask.depth = depth;
     ask.downsample = scene.downsample.value_or(1) * reduce;
     ask.isPlain = scene.isPlain || !host.supportsSmartRender();
     ask.besidesBytes = layer.turningBytes(pixelBytes(ask.depth) / 4) +

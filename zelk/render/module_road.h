@@ -23,10 +23,10 @@ struct ModuleRender {
 /// What Grow Bounds adds on each side at the render's resolution, pixels; none in a plain render.
 PixelSize marginOf(std::vector<Parameter> const& parameters, ModuleRender const& ask);
 
-/// What a scene asks of the module for that layer, `reduce` times smaller than it says. Throws
-/// about the downsample factor where that leaves nothing of it.
+/// What a scene asks of the module for that layer at that depth, `reduce` times smaller than it
+/// says. Throws about the downsample factor where that leaves nothing of it.
 ModuleRender moduleRenderOf(Scene const& scene, Host const& host, PictureReader const& layer,
-                            int reduce = 1);
+                            Depth depth, int reduce = 1);
 
 /// Throws an input error when memory is short for the picture's render.
 void requireMemory(Host const& host, PictureReader const& picture, ModuleRender const& ask);

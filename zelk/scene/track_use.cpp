@@ -7,6 +7,7 @@
 #include <iterator>
 #include <utility>
 
+#include "zelk/files/frame_names.h"
 #include "zelk/files/text_file.h"
 #include "zelk/scene/refusal.h"
 #include "zelk/scene/words.h"
@@ -216,6 +217,20 @@ std::vector<std::string> warningsOf(Scene const& scene, TrackUse const& use,
 void requireMeant(Scene const& scene, TrackUse const& use, FrameSpan const& shown) {
     requirePlaces(scene, use);
     requireFrames(scene, use, shown);
+}
+
+std::optional<int> numberOfPicture(Scene const& scene, TrackedPins pins) {
+    SceneInput const* const picture = pins == TrackedPins::kFrom ? &scene.layer
+                                      : scene.plate              ? &*scene.plate
+                                                                 : nullptr;
+    if (!picture || picture->buffer) return std::nullopt;
+    return numberOfName(picture->file.path());
+}
+
+int frameOfPicture(Scene const& scene, TrackedPins pins, std::vector<int> const& frames) {
+    auto const number = numberOfPicture(scene, pins);
+    bool const isThere = number && std::find(frames.begin(), frames.end(), *number) != frames.end();
+    return isThere ? *number : frames.front();
 }
 
 Track scaledTo(Track track, PixelSize size) {

@@ -40,6 +40,14 @@ struct FrameSpan {
 /// of `shown`, so that the pins stand still, unless it says the frames' numbers.
 void requireMeant(Scene const& scene, TrackUse const& use, FrameSpan const& shown);
 
+/// The number in the name of the single picture that these pins stand in: To Pins in the plate,
+/// From Pins in the layer.
+std::optional<int> numberOfPicture(Scene const& scene, TrackedPins pins);
+
+/// Which of a track's frames, at least one, a single picture shows: that of numberOfPicture, else
+/// the first.
+int frameOfPicture(Scene const& scene, TrackedPins pins, std::vector<int> const& frames);
+
 /// The track in pixels of the pictures that it is used in, which may have another size than those
 /// that were tracked.
 Track scaledTo(Track track, PixelSize size);

@@ -23,12 +23,14 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// The whole frames of the first track; only the first of them into a single picture.
+/// The whole frames of the first track. Of them a single picture shows the one whose number its
+/// plate has, else the first.
 std::vector<int> trackedFrames(Scene const& scene, SceneFiles const& files) {
     requireRead(scene.tracks.front());
-    std::vector<int> frames = wholeFrames(*scene.tracks.front().track);
+    TrackUse const& use = scene.tracks.front();
+    std::vector<int> frames = wholeFrames(*use.track);
     bool const isOne = !files.output.isSequence() && !isMovieName(scene.outputPath());
-    if (isOne && frames.size() > 1) frames.resize(1);
+    if (isOne && !frames.empty()) return {frameOfPicture(scene, use.pins, frames)};
     if (!frames.empty()) return frames;
     throw missing(spelled(scene, "frames"), "whole frames: the track has fractions of them only");
 }

@@ -152,6 +152,28 @@ TEST_F(TrackedRender, ReadsItAsItIsTold) {
         "short.csv"_words);
 }
 
+TEST_F(TrackedRender, ASinglePlateShowsTheFrameOfItsNumber) {
+    std::string track = "frame,ul_x,ul_y,ur_x,ur_y,ll_x,ll_y,lr_x,lr_y\n";
+    for (int x = 10; x < 14; ++x)
+        track += row(991 + x, ",", {x, 5, 38 + x, 6, x - 1, 30, 39 + x, 31});
+    put("t.csv", track);
+    for (char const* name : {"p.0007.png", "x_v1003.png", "p.03.png"})
+        std::filesystem::copy(at("p.1003.png"), at(name));
+    auto const typed = readPicture<std::uint8_t>(at("typed.png"));
+    for (auto const& [plate, options, isOwn, isTold] :
+         {std::tuple("p.1003.png", "", true, false),
+          {"p.1003.png", "--frames 1001", false, false},
+          {"p.1003.png", "--shift-frames -1001", false, true},
+          {"p.0007.png", "", false, true},
+          {"x_v1003.png", "", false, false},
+          {"p.03.png", "", false, false}}) {
+        Words const words = {"render", "l.png", "--over", plate, "-o", "o.png", "--track", "t.csv"};
+        std::string const told = done(joined(words, *options ? split(options, ' ') : Words()));
+        EXPECT_EQ(readPicture<std::uint8_t>(at("o.png")) == typed, isOwn) << plate << options;
+        EXPECT_EQ(has(told, "--track-first-frame numbers the track"), isTold) << plate << told;
+    }
+}
+
 TEST_F(TrackedRender, HeadingsThatMirrorTheLayerAreRefused) {
     std::string text = "Keyframe Data\n\tSource Width\t64\n\tSource Height\t36\n";
     for (auto const& [name, x, y] : {std::tuple("Upper Left", 12, 5),

@@ -49,6 +49,24 @@ class SameBits(Folder):
                     np.testing.assert_array_equal(made, expected.reshape(made.shape))
                     self.assertEqual(bits(made), bits(expected.reshape(made.shape)))
 
+    def test_depth_is_rounded_after_the_conversion(self):
+        """Light to fewer bits: what the command line converts in float and keeps, rounded here."""
+        light = noise("float32") / 8
+        write_tiff(self.path("layer.tif"), light)
+        program("render", self.path("layer.tif"), "-o", self.path("out.tif"), "--to", QUAD_TEXT,
+                "--output-color", "sRGB")
+        exact, own = np.clip(read_tiff(self.path("out.tif")), 0, 1), self.path("own.png")
+        scene = zelk.Scene(light, to=QUAD)
+        for depth, most in (("8", 255), ("16", 65535)):
+            with self.subTest(depth=depth):
+                made = scene.edit(depth=depth, output=own).render()
+                np.testing.assert_array_equal(made, np.floor(exact * np.float32(most) + np.float32(0.5)))
+                scene.write()
+                written = zelk.corner_pin(own, view="original", depth="float", color="raw")
+                np.testing.assert_array_equal(np.rint(written * most), made)
+                streamed = [picture for _, picture in scene.frames([1])]
+                np.testing.assert_array_equal(streamed[0], made)
+
     def test_sentences_of_the_command_line(self):
         layer = self.path("layer.tif")
         write_tiff(layer, noise("uint8"))

@@ -70,11 +70,18 @@ TEST_F(WrittenFile, LinksStayAndLeadOn) {
 }
 
 // A process that ends without destructors: what it leaves, and what it says though the libraries
-// are quiet on another thread meanwhile.
+// are quiet on another thread meanwhile. It is started anew, where a fork would lack the threads
+// that libraries have from earlier tests and wait for at their end; so it has a folder of its own,
+// and is told of this one.
 TEST_F(WrittenFile, NothingIsLeftOfAProcessThatEnds) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");  // until the end of this test
+    constexpr char const* kFolder = "ZELK_TEST_ENDS_IN";
+    ::setenv(kFolder, at("").c_str(), 0);
+    fs::path const folder = ::getenv(kFolder);
     auto const ends = [&](auto const& end) {
+        if (folder != at("")) fs::remove_all(at(""));
         zelk::QuietLibraries const quiet;
-        zelk::TemporaryFile const file(at("o.png"));
+        zelk::TemporaryFile const file(folder / "o.png");
         end();
     };
     auto const interrupted = [] {
@@ -85,6 +92,7 @@ TEST_F(WrittenFile, NothingIsLeftOfAProcessThatEnds) {
     EXPECT_EXIT(ends([] { std::exit(0); }), testing::ExitedWithCode(4), "could not be finished");
     EXPECT_EXIT(ends([] { std::raise(SIGHUP); }), testing::KilledBySignal(SIGHUP), "");
     EXPECT_EXIT(ends(interrupted), testing::ExitedWithCode(130), "");
+    ::unsetenv(kFolder);
     EXPECT_EQ(files(), std::vector<std::string>());
 }
 

@@ -238,6 +238,18 @@ TEST_F(ProjectFile, CommandsMakeShowAndCheckOne) {
     std::string const picture = "P6 3 2 255\n" + std::string(18, 'x');
     for (char const* name : {"l", "plates/p.0012", "plates/p.0013", "plates/p.0014"})
         put(std::string(name) + ".ppm", picture);
+    done(
+        "project new plates/q.zelk.json --layer l.ppm --plate plates/p.####.ppm --mode add "
+        "--matte l.ppm:G --holdout plates/p.####.ppm:B --quality best"_words);
+    Scene const made = readScene(at("plates/q.zelk.json"));
+    EXPECT_EQ(made.overMode, pick(kOverModes, "mode", "add"));
+    EXPECT_EQ(std::pair(made.matte->file.file.written, made.matte->channel),
+              (std::pair<std::string, std::string>("../l.ppm", "G")));
+    EXPECT_EQ(std::pair(made.holdout->file.file.written, made.holdout->channel),
+              (std::pair<std::string, std::string>("p.####.ppm", "B")));
+    EXPECT_TRUE(made.isBest);
+    done("project new q.zelk.json --layer l.ppm --quality super"_words);
+    EXPECT_TRUE(has(bytesOf("q.zelk.json"), R"("quality": {"value": 4})"));
     EXPECT_EQ(run("project new s.zelk.json --layer l.ppm --plate plates/p.####.ppm"_words).out,
               "s.zelk.json: 3x2, 24 frames a second, frames 12 to 14\n");
     std::string const own = "s.zelk.json", moved = "plates/s.zelk.json";
