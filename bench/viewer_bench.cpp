@@ -1,6 +1,7 @@
 // From an act to the screen: how long a viewer's user waits for a pin that is dragged.
 //
-//   viewer_bench [WIDTH HEIGHT [RUNS]]      1920 1080 and 30 if left out
+//   viewer_bench [WIDTH HEIGHT [RUNS [ROW]]]     1920 1080 and 30 if left out; ROW: those that have
+//                                                this in "road depth quality"
 //
 // Each run moves the To pins in a document and asks the frame service for the draft; the clock
 // stops when the pixels of the screen are there (without the toolkit), and in the second part when
@@ -189,18 +190,19 @@ void check(Document& document, Screen& screen, PixelSize size) {
 constexpr char const* kQualities[] = {"low", "medium", "high", "super"};
 constexpr PixelSize kSmall = {1280, 720}, kLarge = {1920, 1080};
 
-void pixelTable(PixelSize size, int runs) {
+void pixelTable(PixelSize size, int runs, std::string_view row) {
     fmt::print("{:20}{:7} {:9}{:>14}{:>14}{:>14}{:>14}\n", "road", "depth", "quality",
                "fit 1280x720", "fit 1920x1080", "1:1 1280x720", "rest");
     constexpr char const* kDepths[] = {"8", "16", "float"};
     for (Case const& c : kCases)
         for (char const* quality : kQualities) {
+            std::string line =
+                fmt::format("{:20}{:7} {:9}", c.road, kDepths[static_cast<int>(c.depth)], quality);
+            if (line.find(row) == std::string::npos) continue;
             Document document(ZELK_MODULE);
             document.start(sceneOf(size, c, quality));
             Screen screen;
             check(document, screen, size);
-            std::string line =
-                fmt::format("{:20}{:7} {:9}", c.road, kDepths[static_cast<int>(c.depth)], quality);
             for (ViewMap const& sight :
                  {fit(size, kSmall), fit(size, kLarge), oneToOne(size, kSmall)})
                 line += timesOf(document, screen, sight, true, runs).text();
@@ -303,7 +305,9 @@ int main(int argc, char** argv) {
                size.height, runs, omp_get_max_threads(), processor());
     fmt::print(
         "an act in a document, to the pixels of the screen: median and 95th percentile, ms\n");
-    pixelTable(size, runs);
+    std::string_view const row = argc > 4 ? argv[4] : "";
+    pixelTable(size, runs, row);
+    if (!row.empty()) return 0;
     paintTable(size, runs);
     firstPicture(size);
     fmt::print("the toolkit's own start: {:.0f} ms\n", toolkit);
