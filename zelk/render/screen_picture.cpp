@@ -5,7 +5,6 @@
 #include "zelk/render/screen_picture.h"
 
 #include <algorithm>
-#include <array>
 #include <cstring>
 
 #include "Transform/Common/RowBands.h"
@@ -112,24 +111,6 @@ void screenIntegers(Screening const& all, int y, int left, int count) {
     putBytes(all, buffer, buffer, count, all.bytes(y) + 4 * left);
 }
 
-/// Bytes of 16 bits where nothing is converted.
-std::array<std::uint8_t, kWhite<std::uint16_t> + 1> bytesOf16() {
-    std::array<std::uint8_t, kWhite<std::uint16_t> + 1> bytes{};
-    for (std::size_t i = 0; i < bytes.size(); ++i)
-        bytes[i] = static_cast<std::uint8_t>(
-            static_cast<float>(i) / static_cast<float>(kWhite<std::uint16_t>) * 255.0f + 0.5f);
-    return bytes;
-}
-
-void screenRow16(Screening const& all, int y) {
-    static auto const kBytes = bytesOf16();
-    auto const* value = all.row<std::uint16_t>(y);
-    auto* byte = all.bytes(y);
-    for (int i = 0; i < 4 * all.width(); ++i)
-        byte[i] = kBytes[std::min<std::size_t>(value[i], kBytes.size() - 1)];
-    if (all.isTurned()) turnBytes(byte, all.width(), byte);
-}
-
 void copyBytes(Screening const& all, int y) {
     auto const* row = all.row<std::uint8_t>(y);
     if (all.isTurned())
@@ -141,7 +122,9 @@ void copyBytes(Screening const& all, int y) {
 void screenRow(Screening const& all, int y) {
     Depth const depth = all.picture.depth();
     if (depth == Depth::k8 && !all.way.transform) return copyBytes(all, y);
-    if (depth == Depth::k16 && !all.way.transform) return screenRow16(all, y);
+    if (depth == Depth::k16 && !all.way.transform)
+        return vectorScreenRows().toBytes16(all.row<std::uint16_t>(y), all.width(), all.isBgra(),
+                                            all.bytes(y));
     for (int left = 0; left < all.width(); left += kPixelsAtOnce) {
         int const count = std::min(kPixelsAtOnce, all.width() - left);
         if (depth == Depth::kFloat)

@@ -33,10 +33,16 @@ void toBytes(float const* argb, int count, ScreenRowWay const& way, std::uint8_t
     }
 }
 
+void toBytes16(std::uint16_t const* argb, int count, bool isBgra, std::uint8_t* to) {
+    int const turn = isBgra ? 3 : 0;
+    for (int i = 0; i < 4 * count; ++i)
+        to[i ^ turn] = byteOf(static_cast<float>(argb[i]) / 32768.0f);
+}
+
 }  // namespace
 
 ScreenRowFunctions const& scalarScreenRows() {
-    static constexpr ScreenRowFunctions kRows = {toBytes};
+    static constexpr ScreenRowFunctions kRows = {toBytes, toBytes16};
     return kRows;
 }
 

@@ -36,6 +36,8 @@ struct ScreenRowWay {
 /// `count` pixels of alpha, red, green, blue.
 struct ScreenRowFunctions {
     void (*toBytes)(float const* argb, int count, ScreenRowWay const& way, std::uint8_t* to);
+    /// Of straight colour with white at 32768, in the floats' way and without a table.
+    void (*toBytes16)(std::uint16_t const* argb, int count, bool isBgra, std::uint8_t* to);
 };
 
 ScreenRowFunctions const& scalarScreenRows();

@@ -25,6 +25,7 @@ ScreenRowFunctions const& rows() { return scalarScreenRows(); }
 using DF = hn::ScalableTag<float>;
 using DI = hn::RebindToSigned<DF>;
 using D8 = hn::Rebind<std::uint8_t, DF>;
+using D16 = hn::Rebind<std::uint16_t, DF>;
 using VF = hn::Vec<DF>;
 using VI = hn::Vec<DI>;
 
@@ -84,8 +85,24 @@ void toBytes(float const* argb, int count, ScreenRowWay const& way, std::uint8_t
     scalarScreenRows().toBytes(argb + done, count - done / 4, way, to + done);
 }
 
+/// Over 32768 is times its reciprocal, exactly.
+void toBytes16(std::uint16_t const* argb, int count, bool isBgra, std::uint8_t* to) {
+    DF const d;
+    D16 const d16;
+    D8 const d8;
+    int const lanes = static_cast<int>(hn::Lanes(d));
+    int i = 0;
+    for (; i + lanes <= 4 * count; i += lanes) {
+        VI const value = hn::PromoteTo(DI(), hn::LoadU(d16, argb + i));
+        VI byte = rounded(hn::Mul(hn::ConvertTo(d, value), hn::Set(d, 1.0f / 32768)));
+        if (isBgra) byte = hn::Shuffle0123(byte);
+        hn::StoreU(hn::DemoteTo(d8, byte), d8, to + i);
+    }
+    scalarScreenRows().toBytes16(argb + i, count - i / 4, isBgra, to + i);
+}
+
 ScreenRowFunctions const& rows() {
-    static constexpr ScreenRowFunctions kRows = {toBytes};
+    static constexpr ScreenRowFunctions kRows = {toBytes, toBytes16};
     return kRows;
 }
 

@@ -5,6 +5,7 @@
 
 #include <cmath>
 #include <limits>
+#include <numeric>
 #include <string>
 
 #include "tests/support/random_quads.h"
@@ -54,6 +55,14 @@ TEST(ScreenRows, VectorsGiveTheBytesOfTheScalarOnEveryTarget) {
                 vectorScreenRows().toBytes(row.data(), count, way, b.data());
                 ASSERT_EQ(a, b) << count << " pixels, kind " << kind;
             }
+        std::vector<std::uint16_t> values(65536);
+        std::iota(values.begin(), values.end(), 0);
+        for (bool const isBgra : {false, true}) {
+            std::vector<std::uint8_t> a(values.size()), b = a;
+            scalarScreenRows().toBytes16(values.data(), 16384 - 1, isBgra, a.data());
+            vectorScreenRows().toBytes16(values.data(), 16384 - 1, isBgra, b.data());
+            ASSERT_EQ(a, b);
+        }
     });
 }
 
