@@ -263,8 +263,8 @@ World FrameStages::renderedByModule(LoadedFrame& loaded, FrameRequest const& mom
     return picture;
 }
 
-/// Rows that nobody wants are left out, where none of them gets into another one.
-void FrameStages::limitRows(LoadedFrame const& loaded, ResampleOptions& resample) const {
+/// Pixels that nobody wants are left out, where none of them gets into another one.
+void FrameStages::limitPixels(LoadedFrame const& loaded, ResampleOptions& resample) const {
     int const quality =
         entryOfHost(static_cast<int>(currentNumber(m_host->parameters(), kParamQuality)));
     bool const isHeld = m_host->parameters()[kParamQuality].track().empty() && !softens(quality);
@@ -272,6 +272,7 @@ void FrameStages::limitRows(LoadedFrame const& loaded, ResampleOptions& resample
     int const height = m_sizes.frame.height / loaded.reduce;
     resample.wantedTop = std::clamp(loaded.part->top, 0, height);
     resample.wantedEnd = std::clamp(loaded.part->bottom, 0, height);
+    resample.wantedRight = std::clamp(loaded.part->right, 0, m_sizes.frame.width / loaded.reduce);
 }
 
 /// The pinned layer in the frame with its overscan. What has no place in the frame, as without To
@@ -285,7 +286,7 @@ World FrameStages::pinnedInMemory(LoadedFrame& loaded, FrameRequest const& momen
         map = loaded.map->frameMap();
         resample.map = &map;
     }
-    limitRows(loaded, resample);
+    limitPixels(loaded, resample);
     auto const rendered = [&](PixelMargins const& overscan) {
         PixelSize const whole = frame + overscan;
         World picture({whole.width, whole.height, Depth::kFloat}, PixelMemory::Start::kAnything);

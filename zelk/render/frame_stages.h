@@ -212,7 +212,7 @@ private:
     void warnOfShrink(std::vector<Parameter> const& parameters, PlanReport const& plan);
     World renderedByModule(LoadedFrame& loaded, FrameRequest const& moment, FrameRest& rest);
     World renderedInMemory(LoadedFrame& loaded, FrameRequest const& moment, FrameRest& rest);
-    void limitRows(LoadedFrame const& loaded, ResampleOptions& resample) const;
+    void limitPixels(LoadedFrame const& loaded, ResampleOptions& resample) const;
     PixelSize wholeOf(LoadedFrame const& loaded) const;
     static PartOf cut(World& picture, LoadedFrame const& loaded, FrameRest& rest);
     World pinnedInMemory(LoadedFrame& loaded, FrameRequest const& moment);
