@@ -120,11 +120,12 @@ void leaveStraight(PipelineFrame& frame) {
     }
     if (frame.host->getFXPLUGHost()) {
         if (usesSource(frame)) premultiply<Trait>(frame, frame.rasters.work.get());
-        premultiply<Trait>(frame, frame.rasters.out.get());
+        if (!frame.isOutFinished) premultiply<Trait>(frame, frame.rasters.out.get());
     }
 }
 
-/// What enterStraight and composite do to the output, for the engine, whose pixels have no type.
+/// What enterStraight, composite and leaveStraight do to the output, for the engine, whose pixels
+/// have no type.
 template <class Trait>
 void finishPixels(void const* context, void* pixels, int count) {
     auto const& frame = *static_cast<PipelineFrame const*>(context);
@@ -133,6 +134,7 @@ void finishPixels(void const* context, void* pixels, int count) {
     double const opacity = ownOpacity(frame);
     if (!usesSource(frame) && !isFullOpacity(opacity))
         multiplyAlphaRow<Trait>(channels, count, opacity);
+    if (frame.host->getFXPLUGHost()) premultRowSimd(channels, count, Trait::kAlpha, false);
 }
 
 }  // namespace corner_pin_detail

@@ -168,6 +168,11 @@ void copyRows(PluginHost_API::RasterInfo const& from, PluginHost_API::RasterInfo
               to.height);
 }
 
+/// The host takes straight colour, or associated colour that nothing is laid under.
+bool mayFinishRows(PipelineFrame const& frame) {
+    return frame.host->keepsStraightColor() || (frame.host->getFXPLUGHost() && !usesSource(frame));
+}
+
 void useCamera(PipelineFrame& frame, std::int32_t time) {
     if (!frame.host->hasCamera() || !GetUseHostCameraParamValue(frame.host)) return;
     QV_Matrix4 matrix{};
@@ -291,7 +296,7 @@ PF_Err renderSample(PipelineFrame& frame, int index) {
 
     // Pixels are finished with the drawing where nothing comes between, and where what was not
     // drawn would stay as it is: a negative opacity makes -0 of 0.
-    bool const isLast = drawn.direct && frame.host->keepsStraightColor() && !frame.plan.blurOn &&
+    bool const isLast = drawn.direct && mayFinishRows(frame) && !frame.plan.blurOn &&
                         !softens(frame.args.quality) && frame.args.cornerPinOpacity >= 0;
     settings->finishFunc = isLast ? frame.finish : nullptr;
     settings->finishContext = &frame;

@@ -44,8 +44,8 @@ struct PipelineFrame {
     /// at the first reader, so that a frame without any is spared it. Its context is this frame.
     QV_SourceFunc multiply = nullptr;
     PluginHost_API::RasterInfo straightInfo{};
-    /// Makes pixels of the output what the host wants where nothing comes after them: straight, and
-    /// with the result's own opacity. Its context is this frame.
+    /// Makes pixels of the output what the host wants where nothing comes after them: with the
+    /// result's own opacity, and straight or associated again. Its context is this frame.
     QV_RowFunc finish = nullptr;
     bool isOutFinished = false;  ///< the only pass has done so already
     /// The first code of blurs, passes and compositing, 0 for success.

@@ -20,6 +20,7 @@ struct Bounds {
     bool empty() const { return right <= left || bottom <= top; }
     Bounds shifted(int dx, int dy) const;
     Bounds meet(Bounds const& other) const;  ///< what both have; perhaps empty
+    bool operator==(Bounds const&) const = default;
 };
 
 /// What two parts of a layer have in common; all zeros for nothing.

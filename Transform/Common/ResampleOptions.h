@@ -38,7 +38,9 @@ struct ResampleOptions {
     /// Width over height that Reposition's Rotate turns in, of a frame within a larger image; 0:
     /// the image's own.
     float frameAspect = 0;
-    /// Rows of the frame that are wanted, `wantedEnd` not among them; pixels of all others are
-    /// anything. The exact scan heeds it, in the pass that draws the frame. Empty for all rows.
-    std::int32_t wantedTop = 0, wantedEnd = 0;
+    /// Rows of the frame that are wanted, and of those the pixels before `wantedRight`; neither end
+    /// is among them, all others are anything. The exact scan heeds it, in the pass that draws the
+    /// frame. No rows stand for all of the frame. There is no left end: where a run starts decides
+    /// how its positions round.
+    std::int32_t wantedTop = 0, wantedEnd = 0, wantedRight = 0;
 };

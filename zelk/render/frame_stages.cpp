@@ -213,11 +213,14 @@ RenderedFrame FrameStages::render(int frame, LoadedFrame loaded) {
     if (loaded.explanation) loaded.explanation->clock.leaveOut();
     FrameRequest const moment = frameRequest(m_comp, frame);
     try {
-        World picture =
-            isModule() ? renderedByModule(loaded, moment) : renderedInMemory(loaded, moment);
+        FrameRest rest;
+        World picture = isModule() ? renderedByModule(loaded, moment, rest)
+                                   : renderedInMemory(loaded, moment, rest);
         AlphaForm const form = isModule() ? AlphaForm::kStraight : AlphaForm::kAssociated;
-        return {std::move(picture), form, wholeOf(loaded), loaded.file, std::move(loaded.colors),
-                loaded.explanation};
+        return {std::move(picture),       form,
+                wholeOf(loaded),          loaded.file,
+                std::move(loaded.colors), loaded.explanation,
+                std::move(rest)};
     } catch (UserError const&) {
         if (isEnding()) throw stopped(" within a frame");
         throw;
@@ -228,21 +231,30 @@ PixelSize FrameStages::wholeOf(LoadedFrame const& loaded) const {
     return pinFrameOf(loaded.ask, loaded.reduce, loaded.overscan).whole();
 }
 
-/// Cuts out what is wanted.
-PartOf FrameStages::cut(World& picture, std::optional<PixelRect> const& part) {
+/// Cuts out what is wanted, or leaves it to who shows the picture, where nobody else reads it.
+PartOf FrameStages::cut(World& picture, LoadedFrame const& loaded, FrameRest& rest) {
     PartOf place = {{picture.width(), picture.height()}};
-    if (!part) return place;
-    picture.setOrigin(0, 0);
-    picture = partOf(picture, {part->left, part->top, part->right, part->bottom});
-    if (picture.width() < 1 || picture.height() < 1)
+    if (!loaded.part) return place;
+    PixelRect const& asked = *loaded.part;
+    Bounds const whole = Bounds::of(picture);
+    Bounds const part = whole.meet({asked.left, asked.top, asked.right, asked.bottom});
+    if (part.empty())
         throw UserError(ExitCode::kUsage, "preview: the part lies outside the picture");
-    place.left = std::max(part->left, 0);
-    place.top = std::max(part->top, 0);
+    if (part == whole) return place;
+    if (loaded.isForScreen && !loaded.holdout) {
+        rest.part = part;
+        return place;
+    }
     picture.setOrigin(0, 0);
+    picture = partOf(picture, {part.left, part.top, part.right, part.bottom});
+    picture.setOrigin(0, 0);
+    place.left = part.left;
+    place.top = part.top;
     return place;
 }
 
-World FrameStages::renderedByModule(LoadedFrame& loaded, FrameRequest const& moment) {
+World FrameStages::renderedByModule(LoadedFrame& loaded, FrameRequest const& moment,
+                                    FrameRest& rest) {
     PinFrame const space = pinFrameOf(loaded.ask, 1, {});
     Explanation* const explanation = loaded.explanation.get();
     if (explanation) {
@@ -254,14 +266,14 @@ World FrameStages::renderedByModule(LoadedFrame& loaded, FrameRequest const& mom
     loaded.layer.reset();
     endStage("render", explanation);
     if (explanation) explanation->covered = countCovered(picture);
-    PartOf const part = cut(picture, loaded.part);
+    PartOf const part = cut(picture, loaded, rest);
     if (loaded.holdout)
         holdOut(picture, part, AlphaForm::kStraight, *loaded.holdout, loaded.ask.downsample);
     return picture;
 }
 
-/// Rows that nobody wants are left out, where none of them gets into another one.
-void FrameStages::limitRows(LoadedFrame const& loaded, ResampleOptions& resample) const {
+/// Pixels that nobody wants are left out, where none of them gets into another one.
+void FrameStages::limitPixels(LoadedFrame const& loaded, ResampleOptions& resample) const {
     int const quality =
         entryOfHost(static_cast<int>(currentNumber(m_host->parameters(), kParamQuality)));
     bool const isHeld = m_host->parameters()[kParamQuality].track().empty() && !softens(quality);
@@ -269,6 +281,7 @@ void FrameStages::limitRows(LoadedFrame const& loaded, ResampleOptions& resample
     int const height = m_sizes.frame.height / loaded.reduce;
     resample.wantedTop = std::clamp(loaded.part->top, 0, height);
     resample.wantedEnd = std::clamp(loaded.part->bottom, 0, height);
+    resample.wantedRight = std::clamp(loaded.part->right, 0, m_sizes.frame.width / loaded.reduce);
 }
 
 /// The pinned layer in the frame with its overscan. What has no place in the frame, as without To
@@ -282,7 +295,7 @@ World FrameStages::pinnedInMemory(LoadedFrame& loaded, FrameRequest const& momen
         map = loaded.map->frameMap();
         resample.map = &map;
     }
-    limitRows(loaded, resample);
+    limitPixels(loaded, resample);
     auto const rendered = [&](PixelMargins const& overscan) {
         PixelSize const whole = frame + overscan;
         World picture({whole.width, whole.height, Depth::kFloat}, PixelMemory::Start::kAnything);
@@ -299,7 +312,8 @@ World FrameStages::pinnedInMemory(LoadedFrame& loaded, FrameRequest const& momen
     return widened(rendered({}), loaded.overscan);
 }
 
-World FrameStages::renderedInMemory(LoadedFrame& loaded, FrameRequest const& moment) {
+World FrameStages::renderedInMemory(LoadedFrame& loaded, FrameRequest const& moment,
+                                    FrameRest& rest) {
     Explanation* const explanation = loaded.explanation.get();
     plan(pinFrameOf(loaded.ask, loaded.reduce, loaded.overscan), moment, Depth::kFloat,
          explanation);
@@ -308,15 +322,21 @@ World FrameStages::renderedInMemory(LoadedFrame& loaded, FrameRequest const& mom
     loaded.map.reset();
     endStage("render", explanation);
     if (explanation) explanation->covered = countCovered(picture);
-    PartOf const part = cut(picture, loaded.plateRows ? std::nullopt : loaded.part);
-    if (loaded.holdout)
-        holdOut(picture, part, AlphaForm::kAssociated, *loaded.holdout, loaded.reduce);
     int const mode = m_scene.overMode.value_or(PF_Xfer_IN_FRONT);
     if (loaded.plateRows) {
+        if (loaded.holdout)
+            holdOut(picture, {{picture.width(), picture.height()}}, AlphaForm::kAssociated,
+                    *loaded.holdout, loaded.reduce);
         layOver(picture, *loaded.plateRows, loaded.colors.plateToWork.get(), mode);
-        cut(picture, loaded.part);
-    } else if (loaded.plate) {
-        layOver(picture, loaded.plate->picture, mode, part.left, part.top);
+        cut(picture, loaded, rest);
+    } else {
+        PartOf const part = cut(picture, loaded, rest);
+        if (loaded.holdout)
+            holdOut(picture, part, AlphaForm::kAssociated, *loaded.holdout, loaded.reduce);
+        if (loaded.plate && loaded.isForScreen)
+            rest.plate = loaded.plate, rest.mode = mode, rest.left = part.left, rest.top = part.top;
+        else if (loaded.plate)
+            layOver(picture, loaded.plate->picture, mode, part.left, part.top);
     }
     if (m_files.plate) endStage("plate", explanation);
     return picture;

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "hostkit/host.h"
+#include "hostkit/pixel_ops.h"
 #include "zelk/inputs/st_map.h"
 #include "zelk/movies/writer.h"
 #include "zelk/pictures/reader.h"
@@ -47,8 +48,16 @@ struct LoadedFrame {
     PixelMargins overscan;  ///< of the plate, around the frame
     std::shared_ptr<ChannelPlane const> holdout;
     std::optional<PixelRect> part;  ///< of the reduced picture, within it, that is wanted
+    bool isForScreen = false;       ///< RenderedFrame::rest may be left to who shows it
     FrameColors colors;
     std::shared_ptr<Explanation> explanation;  ///< of the frame; null where none is asked for
+};
+/// What is not done yet of a frame for the screen, whose pixels are read once more in any case.
+struct FrameRest {
+    std::optional<Bounds> part;        ///< that is wanted of the picture; nothing: all
+    std::shared_ptr<ReadInput> plate;  ///< to be laid under it; null: none, or done
+    int mode = 0;                      ///< as layOver
+    int left = 0, top = 0;             ///< of the plate, where the picture's first pixel lies
 };
 struct RenderedFrame {
     World picture;    ///< straight colour on the module road, associated in float on the other
@@ -57,6 +66,7 @@ struct RenderedFrame {
     WriteRequest file;
     FrameColors colors;  ///< the picture is in the working space
     std::shared_ptr<Explanation> explanation;
+    FrameRest rest;  ///< of one that isForScreen
 };
 
 /// Sentences that are told once, whatever frame they come from; for several threads.
@@ -207,11 +217,11 @@ private:
     void plan(PinFrame const& frame, FrameRequest const& moment, Depth depth,
               Explanation* explanation = nullptr);
     void warnOfShrink(std::vector<Parameter> const& parameters, PlanReport const& plan);
-    World renderedByModule(LoadedFrame& loaded, FrameRequest const& moment);
-    World renderedInMemory(LoadedFrame& loaded, FrameRequest const& moment);
-    void limitRows(LoadedFrame const& loaded, ResampleOptions& resample) const;
+    World renderedByModule(LoadedFrame& loaded, FrameRequest const& moment, FrameRest& rest);
+    World renderedInMemory(LoadedFrame& loaded, FrameRequest const& moment, FrameRest& rest);
+    void limitPixels(LoadedFrame const& loaded, ResampleOptions& resample) const;
     PixelSize wholeOf(LoadedFrame const& loaded) const;
-    static PartOf cut(World& picture, std::optional<PixelRect> const& part);
+    static PartOf cut(World& picture, LoadedFrame const& loaded, FrameRest& rest);
     World pinnedInMemory(LoadedFrame& loaded, FrameRequest const& moment);
     MovieRequest movieRequestOf(PixelSize size) const;
     void storeInMovie(RenderedFrame const& rendered);

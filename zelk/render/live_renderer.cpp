@@ -51,6 +51,7 @@ LiveRenderer::LiveRenderer(std::uint64_t inputBytes) : m_kept(inputBytes) {}
 LiveRenderer::~LiveRenderer() = default;
 
 void LiveRenderer::dropStages() {
+    m_shownPlate = {};
     m_way.reset();
     m_stages.reset();
     m_inputs.reset();
@@ -113,7 +114,7 @@ FrameStages& LiveRenderer::stagesAt(int frame, bool isBlurred) {
     return *m_stages;
 }
 
-RenderedFrame LiveRenderer::rendered(int frame, LiveView const& view,
+RenderedFrame LiveRenderer::rendered(int frame, LiveView const& view, bool isForScreen,
                                      std::atomic<bool> const* isStopped) {
     if (!m_stages) {
         m_stages = std::make_unique<FrameStages>(m_scene, oneByOne());
@@ -125,13 +126,14 @@ RenderedFrame LiveRenderer::rendered(int frame, LiveView const& view,
     stages.requireReduced(view.reduce);
     LoadedFrame loaded = stages.load(frame, view.reduce, false);
     loaded.part = view.part;
+    loaded.isForScreen = isForScreen;
     return stages.render(frame, std::move(loaded));
 }
 
 PictureBuffer LiveRenderer::picture(int frame, LiveView const& view,
                                     std::atomic<bool> const* isStopped) {
     PictureBuffer picture = working(isStopped, [&] {
-        RenderedFrame now = rendered(frame, view, isStopped);
+        RenderedFrame now = rendered(frame, view, false, isStopped);
         return bufferOf(m_stages->finished(std::move(now)));
     });
     picture.name = fmt::format("frame {}", frame);
@@ -142,7 +144,7 @@ LivePicture LiveRenderer::screen(int frame, LiveView const& view, LiveScreen con
                                  std::atomic<bool> const* isStopped) {
     return working(isStopped, [&] {
         if (view.shows != LiveView::Shows::kFrame) return inputOnScreen(frame, view, how);
-        RenderedFrame now = rendered(frame, view, isStopped);
+        RenderedFrame now = rendered(frame, view, !how.wantsStored, isStopped);
         return frameOnScreen(std::move(now), how);
     });
 }
@@ -151,9 +153,35 @@ LivePicture LiveRenderer::frameOnScreen(RenderedFrame now, LiveScreen const& how
     LivePicture picture;
     picture.whole = now.whole;
     ScreenWay const way = wayOf(m_stages->colors(), now.colors.work, how);
-    picture.display = screenPicture(now.picture, now.form, way, how.isBgra);
+    FrameRest const& rest = now.rest;
+    Bounds const part = rest.part.value_or(Bounds::of(now.picture));
+    ScreenPlate plate;
+    if (rest.plate)
+        plate = {&rest.plate->picture, rest.left + part.left, rest.top + part.top, rest.mode,
+                 shownPlate(now, way, how.isBgra)};
+    picture.display = screenPicture(now.picture, part, now.form, way, how.isBgra, plate);
     if (how.wantsStored) picture.stored = m_stages->stored(std::move(now), {});
     return picture;
+}
+
+/// Of a plate that comes again. Null for a new one: one frame alone is not worth it.
+World const* LiveRenderer::shownPlate(RenderedFrame const& now, ScreenWay const& way, bool isBgra) {
+    std::shared_ptr<ReadInput> const& plate = now.rest.plate;
+    ShownPlate& known = m_shownPlate;
+    if (known.plate != plate || known.transform != way.transform ||
+        (known.picture.width() > 0 && known.picture.spec().bgra != isBgra)) {
+        known = {plate, way.transform, {}};
+        return nullptr;
+    }
+    if (known.picture.width() < 1)
+        known.picture =
+            screenPicture(plate->picture, Bounds::of(plate->picture), now.form, way, isBgra);
+    return &known.picture;
+}
+
+std::uint64_t LiveRenderer::inputBytes() const {
+    World const& plate = m_shownPlate.picture;
+    return m_kept.bytes() + std::uint64_t(plate.rowBytes()) * std::uint64_t(plate.height());
 }
 
 std::shared_ptr<ReadInput> LiveRenderer::inputAt(int frame, bool isPlate, int reduce) {
@@ -186,13 +214,12 @@ LivePicture LiveRenderer::inputOnScreen(int frame, LiveView const& view, LiveScr
     World const& all = input->picture;
     LivePicture picture;
     picture.whole = {all.width(), all.height()};
-    World part;
-    if (view.part) {
-        part = partOf(all, {view.part->left, view.part->top, view.part->right, view.part->bottom});
-        if (part.width() < 1 || part.height() < 1) throw outside();
-    }
+    Bounds part = Bounds::of(all);
+    if (view.part)
+        part = part.meet({view.part->left, view.part->top, view.part->right, view.part->bottom});
+    if (part.empty()) throw outside();
     picture.display = screenPicture(
-        view.part ? part : all, AlphaForm::kStraight,
+        all, part, AlphaForm::kStraight,
         wayOf(m_inputs->colors, colors.plate.value_or(colors.layer), how), how.isBgra);
     return picture;
 }
@@ -202,7 +229,7 @@ ScreenWay LiveRenderer::wayOf(SceneColors& colors, ColorSpace const& space, Live
         return m_way->way;
     ScreenWay way;
     way.transform = colors.toDisplay(space, how.view, "the view");
-    if (way.transform && isCurve(space, how)) way.curve = ByteCurve::of(*way.transform);
+    if (way.transform && isCurve(space, how)) way.table = byteTableOf(*way.transform);
     m_way = KnownWay{&colors, space, how.view, way};
     return way;
 }

@@ -80,13 +80,15 @@ public:
     /// What came up since the last call, a sentence each.
     std::vector<std::string> takeWarnings();
     /// Bytes of the inputs that are kept.
-    std::uint64_t inputBytes() const { return m_kept.bytes(); }
+    std::uint64_t inputBytes() const;
 
 private:
     FrameStages& stagesAt(int frame, bool isBlurred);
-    RenderedFrame rendered(int frame, LiveView const& view, std::atomic<bool> const* isStopped);
+    RenderedFrame rendered(int frame, LiveView const& view, bool isForScreen,
+                           std::atomic<bool> const* isStopped);
     LivePicture inputOnScreen(int frame, LiveView const& view, LiveScreen const& how);
     LivePicture frameOnScreen(RenderedFrame now, LiveScreen const& how);
+    World const* shownPlate(RenderedFrame const& now, ScreenWay const& way, bool isBgra);
     std::shared_ptr<ReadInput> inputAt(int frame, bool isPlate, int reduce);
     ScreenWay wayOf(SceneColors& colors, ColorSpace const& space, LiveScreen const& how);
     void dropStages();
@@ -111,6 +113,13 @@ private:
         ScreenWay way;
     };
     std::optional<KnownWay> m_way;
+    /// The last plate, as the screen shows it by itself; without pixels until it comes again.
+    struct ShownPlate {
+        std::shared_ptr<ReadInput> plate;
+        std::shared_ptr<ColorTransform const> transform;
+        World picture;
+    };
+    ShownPlate m_shownPlate;
 };
 
 }  // namespace zelk

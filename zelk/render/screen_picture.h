@@ -2,42 +2,42 @@
 //
 // Values are those that an 8-bit file of the picture would have: integers of 8 bits as they are
 // where nothing is converted; all else in float, converted, rounded once to nearest, limited.
+//
+// A plate that is not under the picture yet is laid there on the way, some pixels at a time: the
+// picture is read once and stays as it is.
 #pragma once
 
-#include <array>
 #include <memory>
-#include <optional>
-#include <vector>
 
+#include "hostkit/pixel_ops.h"
 #include "zelk/color/color_transform.h"
+#include "zelk/render/screen_rows.h"
 
 namespace zelk {
 
-/// A conversion that takes each channel by itself, never falling: bytes of floats by a table that
-/// has the conversion's own results.
-class ByteCurve {
-public:
-    /// Nothing for a curve too steep for the table. `way` takes grey to grey.
-    static std::shared_ptr<ByteCurve const> of(ColorTransform const& way);
-    /// `count` pixels of alpha, red, green, blue; alpha is rounded alone.
-    void toBytes(float const* argb, int count, bool isBgra, std::uint8_t* to) const;
+/// Bytes of floats by a conversion that takes each channel by itself, never falling: the
+/// conversion's own results. Null for a curve too steep for a table. `way` takes grey to grey.
+std::shared_ptr<ByteTable const> byteTableOf(ColorTransform const& way);
 
-private:
-    struct Cell {
-        float next;  ///< from here on the byte is one more
-        std::uint8_t byte;
-    };
-    std::uint8_t byteOf(float value) const;
-    std::vector<Cell> m_cells;
-};
-
-/// Null where nothing is converted; a curve where the transform is one.
+/// Null where nothing is converted; a table where the transform is a curve.
 struct ScreenWay {
     std::shared_ptr<ColorTransform const> transform;
-    std::shared_ptr<ByteCurve const> curve;
+    std::shared_ptr<ByteTable const> table;
 };
 
-/// Blue, green, red, alpha in memory with `isBgra`, else alpha first. Rows on the team.
-World screenPicture(World const& picture, AlphaForm form, ScreenWay const& way, bool isBgra);
+/// What lies under a float picture of associated colour: pixel (left, top) under its first one.
+struct ScreenPlate {
+    World const* picture = nullptr;  ///< null for none
+    int left = 0, top = 0;
+    int mode = 0;  ///< as layOver
+    /// The plate alone as screenPicture gives it, of the same way and order; null: not known. It
+    /// is what shows where the picture is 0.
+    World const* shown = nullptr;
+};
+
+/// `part` lies within the picture. Blue, green, red, alpha in memory with `isBgra`, else alpha
+/// first. Rows on the team.
+World screenPicture(World const& picture, Bounds const& part, AlphaForm form, ScreenWay const& way,
+                    bool isBgra, ScreenPlate const& plate = {});
 
 }  // namespace zelk

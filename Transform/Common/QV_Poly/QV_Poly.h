@@ -145,7 +145,8 @@ public:
     QV_LineFunc m_interiorFunc = nullptr;
     QV_LineFunc m_edgeFunc = nullptr;
     void* m_lineArg = nullptr;  ///< first argument of the line functions: the RenderSettings
-    std::int32_t m_wantedTop = 0, m_wantedEnd = 0;  ///< of the exact scan: rows; empty for all
+    /// Of the exact scan: rows, and where they end; no rows stand for all.
+    std::int32_t m_wantedTop = 0, m_wantedEnd = 0, m_wantedRight = 0;
     double m_featherPx = 0, m_chokePx = 0;  ///< of the exact scan, as in ResampleOptions
     std::int32_t m_coverageSize = 0;        ///< floats
     std::unique_ptr<float[]> m_coverage;

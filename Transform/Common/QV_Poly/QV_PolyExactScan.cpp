@@ -24,6 +24,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <limits>
 
 #include "Transform/Common/QV_Poly/QV_Assert.h"
 #include "Transform/Common/QV_Poly/QV_Poly.h"
@@ -63,6 +64,11 @@ struct Affine {
 /// Pixels of a row: [start, midStart) edge, [midStart, midEnd) interior, [midEnd, end) edge.
 struct RowRuns {
     int start, midStart, midEnd, end;
+
+    RowRuns before(int right) const {
+        return {std::min(start, right), std::min(midStart, right), std::min(midEnd, right),
+                std::min(end, right)};
+    }
 };
 
 /// A side's part in a row: F(t) by closed form. `height` is negative for one that goes up.
@@ -386,21 +392,24 @@ void QV_Poly::polyExactScan(QV_Window* win, int left, int /*top*/, int /*right*/
     int const drawEnd = std::min(win->y1 + 1, outline.bottom());
     bool const clears = m_clearHeight > 0;
     int first = clears ? m_dstTop : drawTop, end = clears ? m_dstTop + m_clearHeight : drawEnd;
-    if (m_wantedEnd > m_wantedTop)
+    int right = left + m_clearWidth, drawRight = std::numeric_limits<int>::max();
+    if (m_wantedEnd > m_wantedTop) {
         first = std::max(first, m_wantedTop), end = std::min(end, m_wantedEnd);
+        drawRight = std::max(left, m_wantedRight), right = std::min(right, drawRight);
+    }
     auto const bytes = [this](int pixels) {
         return static_cast<std::size_t>(pixels) * static_cast<std::size_t>(m_pixelBytes);
     };
     auto const doRow = [&](int y) {
         RowRuns runs{left, left, left, left};
-        if (y >= drawTop && y < drawEnd) runs = outline.runsOf(y, *win);
+        if (y >= drawTop && y < drawEnd) runs = outline.runsOf(y, *win).before(drawRight);
         unsigned char* const row = rowAddress(y);
         int const from = runs.start - left, to = runs.end - left;
         if (clears) std::memset(row, 0, bytes(from));
         if (to > from) RowDrawer(*this, outline, row, left, y).draw(runs);
         if (!clears) return;
         if (m_finishFunc && to > from) m_finishFunc(m_finishContext, row + bytes(from), to - from);
-        std::memset(row + bytes(to), 0, bytes(m_clearWidth - to));
+        std::memset(row + bytes(to), 0, bytes(right - left - to));
     };
     [[maybe_unused]] std::int64_t const pixels =
         std::int64_t{end - first} * (clears ? m_clearWidth : win->x1 - win->x0 + 1);

@@ -170,6 +170,7 @@ void scan(QV_Poly& poly, QV_Window& window, QV_IRect const& rect, RenderSettings
     if (s.resample && s.drawsFrame) {
         poly.m_wantedTop = s.resample->wantedTop;
         poly.m_wantedEnd = s.resample->wantedEnd;
+        poly.m_wantedRight = s.resample->wantedRight;
     }
     if (s.hasExactEdges)
         poly.polyExactScan(&window, rect.left, rect.top, rect.right, rect.bottom);

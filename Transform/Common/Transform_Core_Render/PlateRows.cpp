@@ -10,10 +10,6 @@ namespace {
 
 constexpr int kNormal = 2;  ///< number of the mode
 
-/// What the rounding of weights may leave of an opaque layer's alpha: eight products of weights and
-/// as many sums, each within 2^-24.
-constexpr float kWeightRounding = 0x1p-20f;
-
 /// Colour without alpha stays as it is, both ways.
 void makeStraight(float const* pixel, float* straight) {
     float const divisor = pixel[0] == 0 ? 1 : pixel[0];
@@ -43,7 +39,7 @@ void layByMode(float* pixel, float const* plate, int width, BlendRow<PIXEL_ARGB3
 
 }  // namespace
 
-void layOverPlateNormally(float* pixel, float const* plate, int width, int alpha) {
+void layOverPlateNormallyScalar(float* pixel, float const* plate, int width, int alpha) {
     for (; width > 0; --width, pixel += 4, plate += 4) {
         float const rest = 1.0f - pixel[alpha];
         // Nothing of a hidden plate counts, not even infinity times 0, and what hides it is opaque.

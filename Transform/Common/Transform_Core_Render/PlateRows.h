@@ -9,8 +9,14 @@
 // transparent the plate stays as it is.
 #pragma once
 
-/// Normal, with alpha at channel 0 or 3 of both. The result is in `pixels`. Safe on any thread.
+/// What the rounding of weights may leave of an opaque layer's alpha: eight products of weights and
+/// as many sums, each within 2^-24.
+constexpr float kWeightRounding = 0x1p-20f;
+
+/// Normal, with alpha at channel 0 or 3 of both. The result is in `pixels`. Safe on any thread. The
+/// scalar form is the truth; the other one has its bits.
 void layOverPlateNormally(float* pixels, float const* plate, int width, int alpha);
+void layOverPlateNormallyScalar(float* pixels, float const* plate, int width, int alpha);
 
 /// `mode` is a PF_Xfer_* number that has a mode; alpha comes first.
 void layOverPlate(float* pixels, float const* plate, int width, int mode);

@@ -40,7 +40,7 @@ void FrameCache::add(SharedFrame frame, bool isPassing) {
     m_bytes += bytes;
     if (isPassing) {
         m_passingBytes += bytes;
-        shrink(m_budget / 8, true);
+        shrink(m_budget / 32, true);
     }
     shrink(m_budget, false);
 }

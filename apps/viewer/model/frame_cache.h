@@ -55,7 +55,7 @@ public:
     std::uint64_t budget() const { return m_budget; }
     std::uint64_t bytes() const { return m_bytes; }  ///< of all pictures that are kept
 
-    /// Pictures that pass by, as the drafts of a drag do, have an eighth of the budget, so that
+    /// Pictures that pass by, as the drafts of a drag do, have a 32nd of the budget, so that
     /// they don't push out the others. One that is larger than the budget is not kept.
     void add(SharedFrame frame, bool isPassing);
     /// The very one; for a draft also the full picture of the same place. Null for none.

@@ -10,6 +10,7 @@
 
 #include "Transform/Common/Shadow_BlurPass_RenderFunc/BlurFilter.h"
 #include "Transform/Common/Shadow_BlurPass_RenderFunc/TentBlurSimd.h"
+#include "Transform/Common/Transform_Core_Render/PlateRows.h"
 #include "Transform/Common/Transform_Core_Render/Premult.h"
 #include "Transform/Common/Transform_Core_Render/ProgressiveBlurFade.h"
 #include "Transform/Common/Transform_Core_Render/RampedBlurLines.h"
@@ -107,6 +108,11 @@ TYPED_TEST(PassRows, AlphaMeansAndFadesHaveTheScalarBits) {
                     premult_detail::changePixel<TypeParam, Channel, false>(p + 4 * x, kAlpha);
             },
             [=](Channel* p) { premultRowSimd(p, n, kAlpha, false); });
+        if constexpr (TypeParam::kIsFloat)
+            this->compare(
+                "over a plate",
+                [&](Channel* p) { layOverPlateNormallyScalar(p, sample.data(), n, kAlpha); },
+                [&](Channel* p) { layOverPlateNormally(p, sample.data(), n, kAlpha); });
     });
 }
 

@@ -60,6 +60,16 @@ std::vector<std::uint8_t> screenBytes(World const& world) {
     return bytes;
 }
 
+std::vector<std::uint8_t> partOfBytes(std::vector<std::uint8_t> const& bytes, PixelSize size,
+                                      PixelRect const& part) {
+    std::vector<std::uint8_t> some;
+    for (int y = part.top; y < part.bottom; ++y) {
+        auto const row = bytes.begin() + 4 * y * size.width;
+        some.insert(some.end(), row + 4 * part.left, row + 4 * part.right);
+    }
+    return some;
+}
+
 class Live : public zelk_test::ZelkTest {
 protected:
     void SetUp() override {
@@ -99,6 +109,8 @@ protected:
         std::string const size = hasFrame ? "56" : "40";
         if (hasFrame && random.integer(0, 3))
             edit(scene, "over", at(any(random, {"p8.png", "pf.exr"})));
+        if (scene.plate && random.integer(0, 2) == 0)
+            edit(scene, "mode", "multiply");
         else if (hasFrame)
             edit(scene, "size", "56x44");
         if (random.flip()) edit(scene, "depth", any(random, {"8", "16", "float"}));
@@ -167,6 +179,18 @@ TEST_F(Live, FramesAndPartsAreThoseOfTheFrameRendererWhateverWasEditedBefore) {
                 firstDifference(pixelsOf(live.picture(frame, {.reduce = reduce, .part = part})),
                                 pixelsOf(whole, part)),
                 -1);
+            // Drafts lay the plate on their way to the screen; the third has its bytes at hand.
+            LiveScreen how;
+            how.wantsStored = true;
+            auto const shown = screenBytes(live.screen(frame, {.reduce = reduce}, how).display);
+            for (int i = 0; i < 3; ++i) {
+                ASSERT_EQ(screenBytes(live.screen(frame, {.reduce = reduce}, {}).display), shown)
+                    << i;
+                ASSERT_EQ(
+                    screenBytes(live.screen(frame, {.reduce = reduce, .part = part}, {}).display),
+                    partOfBytes(shown, whole.size, part))
+                    << i;
+            }
             Scene still = edited;
             still.motionBlur.reset();
             ASSERT_EQ(firstDifference(
