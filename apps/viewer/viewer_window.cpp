@@ -40,7 +40,8 @@ ViewerWindow::ViewerWindow(fs::path module, fs::path const& stateFolder)
       m_services{this, &m_document, m_notices, dialogQuestions(this)},
       m_menus(new WindowMenus(*this, [this](QString const& text) { m_services.tellError(text); })),
       m_files(std::make_unique<FileActs>(m_services, stateFolder)),
-      m_inputs(std::make_unique<InputActs>(m_services, *m_files)) {
+      m_inputs(std::make_unique<InputActs>(m_services, *m_files)),
+      m_colors(std::make_unique<ColorActs>(m_services)) {
     if (!stateFolder.empty())
         m_recovery = std::make_unique<Recovery>(m_services, *m_files, stateFolder);
     m_start = new StartPage(m_services, *m_files, this);

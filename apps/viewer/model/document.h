@@ -51,6 +51,13 @@ struct SceneSnapshot {
 
 class Document {
 public:
+    bool hasBuiltInColors = false;  ///< ColorsAtHand::areBuiltIn
+};
+
+/// What can be said of the scene's colours on this machine.
+struct ColorsAtHand {
+    std::string fault;        ///< why its configuration can't be read; empty where it can
+    bool areBuiltIn = false;  ///< it is shown by the built-in names instead
     /// `module`: of all scenes that are opened; empty for the one beside the program.
     explicit Document(std::filesystem::path module = {});
     ~Document();
@@ -98,6 +105,10 @@ public:
 
     /// With the values and ui_flags of the frame's moment as `current`, and all keyframes.
     std::vector<Parameter> parameters() const;
+    /// Of the configuration as it was when the scene's structure changed last.
+    ColorsAtHand const& colors() const { return m_colors; }
+    /// Once more, of a configuration that was mended meanwhile. No step.
+    void readColorsAgain();
     Parameter const& parameter(int index) const;
     KeyValue valueOf(int index) const;    ///< at the frame
     KeyValue defaultOf(int index) const;  ///< where nobody set any
@@ -182,6 +193,7 @@ private:
     std::vector<Step> m_steps;
     std::size_t m_done = 0;  ///< steps up to here are done, the rest undone
     std::optional<OpenAct> m_act;
+    ColorsAtHand m_colors;
     std::optional<TrackedPins> m_overlayPins;
     std::optional<double> m_overlayMode;  ///< the scene's, while the effect is told another one
     std::vector<std::function<void(DocumentChange const&)>> m_listeners;

@@ -1,0 +1,90 @@
+// Scenes whose colour configuration can't be read.
+#include <QProcess>
+
+
+#include "apps/viewer/composition_canvas.h"
+#include "apps/viewer/composition_panel.h"
+#include "apps/viewer/parameter_panel.h"
+#include "tests/apps/viewer/files_fixture.h"
+
+namespace zelk {
+namespace {
+
+class ColorTest : public FilesTest {
+protected:
+    ColorTest() { folder.put("broken.ocio", "ocio_profile_version: what\n"); }
+    ~ColorTest() override { qunsetenv("OCIO"); }
+
+    CompositionCanvas& canvas() { return window->composition().canvas(); }
+    void useBroken() { qputenv("OCIO", path("broken.ocio").toUtf8()); }
+    QString notice() const { return window->notices().text("colour"); }
+    /// The picture, or the sentence that stands in its place.
+    std::string awaited() {
+        EXPECT_TRUE(QTest::qWaitFor([&] { return canvas().isAtRest(); }, 20000));
+        return canvas().shown()->error;
+    }
+    QImage shot() { return canvas().grab().toImage(); }
+    /// What `zelk render` says of the scene.
+    QString refusal() {
+        writeScene(document().scene(), folder.at("now.zelk.json"), true);
+        QProcess zelk;
+        zelk.start(ZELK_BINARY, {"render", "--project", path("now.zelk.json"), "-o",
+                                 path("now.png"), "--module", ZELK_MODULE});
+        EXPECT_TRUE(zelk.waitForFinished());
+        EXPECT_NE(zelk.exitCode(), 0);
+        return zelk.readAllStandardError().trimmed();
+    }
+};
+
+TEST_F(ColorTest, AConfigurationThatCannotBeReadClosesNothing) {
+    window->openFile(path("chelsea.png"));
+    press("View/Actual Pixels");
+    ASSERT_EQ(awaited(), "");
+    SharedFrame const usual = canvas().shown();
+    useBroken();
+    for (char const* file : {"move.zelk.json", "chelsea.png"}) {
+        names = {path(file)};
+        choices = {1};
+        press("File/New\u2026");
+        window->openFile(path(file));
+        EXPECT_EQ(error(), "");
+        EXPECT_EQ(awaited(), "");
+        EXPECT_TRUE(notice().contains("$OCIO") && notice().contains("shown by the built-in"));
+    }
+    World const &now = canvas().shown()->display, &was = usual->display;
+    ASSERT_EQ(now.width(), was.width());
+    for (int y = 0; y < was.height(); ++y)
+        ASSERT_TRUE(std::equal(was.rowAs<std::uint8_t>(y),
+                               was.rowAs<std::uint8_t>(y) + 4 * was.width(),
+                               now.rowAs<std::uint8_t>(y)));
+    makeChange();
+    document().change("Set Filter", [](Scene& scene) { scene.filter = "cubic"; });
+    EXPECT_EQ(awaited(), "");
+    EXPECT_TRUE(notice().contains(refusal().section(": ", 1)));
+    document().undo();
+    document().undo();
+    EXPECT_FALSE(document().isModified());
+    qunsetenv("OCIO");
+    EXPECT_TRUE(window->notices().press("colour", "Try Again"));
+    EXPECT_EQ(notice(), "");
+    EXPECT_FALSE(document().isModified());
+}
+
+TEST_F(ColorTest, NamesOfAnUnreadConfigurationFailAsTheyRender) {
+    window->openFile(path("move.zelk.json"));
+    document().change("Set Colour", [](Scene& scene) { scene.color.layer = "sRGB"; });
+    Scene scene = document().scene();
+    scene.color.layer = "ACES - ours";
+    writeScene(scene, folder.at("ours.zelk.json"), true);
+    useBroken();
+    choices = {1};
+    window->openFile(path("ours.zelk.json"));
+    ASSERT_EQ(error(), "");
+    EXPECT_FALSE(notice().contains("built-in"));
+    EXPECT_EQ("zelk: " + QString::fromStdString(awaited()), refusal());
+    EXPECT_EQ(document().scene().color.layer, "ACES - ours");
+    EXPECT_TRUE(window->parameters().message().isEmpty());
+}
+
+}  // namespace
+}  // namespace zelk
