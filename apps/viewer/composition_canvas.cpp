@@ -9,7 +9,6 @@
 #include "apps/viewer/model/readout.h"
 #include "apps/viewer/painter_port.h"
 #include "apps/viewer/pin_field.h"
-#include "zelk/render/scene_colors.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/text/errors.h"
 
@@ -70,7 +69,7 @@ PictureView CompositionCanvas::restView() const {
     PictureView view;
     view.shows = m_look.shows;
     view.reduce = m_map.reduce();
-    if (m_look.usesConfigView) view.displayView = kDefaultView;
+    view.displayView = m_look.displayView;
     return view;
 }
 

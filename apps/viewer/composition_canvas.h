@@ -28,7 +28,7 @@ struct CanvasLook {
     bool hasWipe = false;
     double wipeFrac = 0.5;  ///< of the picture's width
     bool snaps = false;
-    bool usesConfigView = false;  ///< the colour configuration's own display view
+    std::optional<std::string> displayView = {};  ///< as PictureView has it
 };
 
 class PinField;

@@ -24,7 +24,7 @@ struct PictureView {
     /// As soon as can be, for a picture that will change again: without motion blur, and without
     /// the values of its file.
     bool isDraft = false;
-    /// A view of the colour configuration, kDefaultView for its default one; nothing: sRGB.
+    /// One of displayNames (zelk/render/scene_colors.h); nothing: sRGB.
     std::optional<std::string> displayView;
 
     friend bool operator==(PictureView const& a, PictureView const& b);

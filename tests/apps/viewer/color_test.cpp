@@ -1,6 +1,7 @@
 // Scenes whose colour configuration can't be read.
 #include <QProcess>
 
+#include <QMenu>
 
 #include "apps/viewer/composition_canvas.h"
 #include "apps/viewer/composition_panel.h"
@@ -84,6 +85,71 @@ TEST_F(ColorTest, NamesOfAnUnreadConfigurationFailAsTheyRender) {
     EXPECT_EQ("zelk: " + QString::fromStdString(awaited()), refusal());
     EXPECT_EQ(document().scene().color.layer, "ACES - ours");
     EXPECT_TRUE(window->parameters().message().isEmpty());
+}
+
+constexpr char const* kTwoDisplays = R"(ocio_profile_version: 2
+roles: {scene_linear: lin, default: lin}
+displays:
+  Wall:
+    - !<View> {name: Film, colorspace: gamma}
+    - !<View> {name: Raw, colorspace: lin}
+  Desk:
+    - !<View> {name: Raw, colorspace: lin}
+active_displays: []
+active_views: []
+colorspaces:
+  - !<ColorSpace> {name: lin}
+  - !<ColorSpace>
+    name: gamma
+    to_scene_reference: !<ExponentTransform> {value: [2, 2, 2, 1]}
+)";
+
+/// By the menu and by keys; no scene and no file hears of it.
+TEST_F(ColorTest, ADisplayIsChosenByName) {
+    auto const shownNames = [&] {
+        QMenu* const menu = window->menus().menu("View/Display");
+        emit menu->aboutToShow();
+        QStringList shown;
+        for (QAction const* action : menu->actions())
+            if (action->data().isValid())
+                shown << (action->isChecked() ? "*" : "") + action->text();
+        return shown;
+    };
+    auto const& status = *window->colors().label();
+    window->openFile(path("chelsea.png"));
+    std::string const before = text();
+    EXPECT_EQ(shownNames(),
+              QStringList({"*sRGB", "Display P3", "Rec709", "Rec2020", "AdobeRGB", "Gamma2.2"}));
+    ASSERT_EQ(awaited(), "");
+    QImage const usual = shot();
+    press("View/Display/Next Display");
+    press("View/Display/Next Display");
+    EXPECT_EQ(status.text(), "display Rec709");
+    ASSERT_EQ(awaited(), "");
+    EXPECT_NE(shot(), usual);
+    EXPECT_EQ(text(), before);
+    EXPECT_FALSE(document().isModified());
+
+    folder.put("two.ocio", kTwoDisplays);
+    document().change("Set Configuration", [&](Scene& scene) {
+        scene.color.config = ScenePath{path("two.ocio").toStdString()};
+    });
+    EXPECT_EQ(status.text(), "display sRGB");  // it has no Rec709
+    EXPECT_TRUE(status.toolTip().contains("no display Rec709"));
+    EXPECT_EQ(shownNames(), QStringList({"*sRGB", "Film (Wall)", "Raw (Wall)", "Raw (Desk)"}));
+    QTest::keyClick(window.get(), Qt::Key_D, Qt::AltModifier | Qt::ShiftModifier);
+    EXPECT_EQ(status.text(), "display Raw (Desk)");
+    ASSERT_EQ(awaited(), "");
+    QImage const raw = shot();
+    for (QAction* action : window->menus().menu("View/Display")->actions())
+        if (action->text() == "Film (Wall)") action->trigger();
+    EXPECT_EQ(status.text(), "display Film (Wall)");
+    ASSERT_EQ(awaited(), "");
+    EXPECT_NE(shot(), raw);
+    document().undo();
+    EXPECT_EQ(status.text(), "display sRGB");
+    document().redo();
+    EXPECT_EQ(status.text(), "display Film (Wall)");
 }
 
 }  // namespace
