@@ -148,6 +148,7 @@ ControlState SceneControl::state() const {
     if (state.whyGreyed.empty() && m_edit.value == std::string_view("SPACE") &&
         !document().colors().fault.empty())
         state.whyGreyed = "The OpenColorIO configuration can't be read.";
+    if (m_setting.note) state.note = m_setting.note(document());
     // What is set can always be taken back.
     state.isEnabled = state.whyGreyed.empty() || !state.isDefault;
     return state;
