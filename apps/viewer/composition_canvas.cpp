@@ -4,6 +4,7 @@
 #include <QPaintEvent>
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "apps/viewer/model/pin_names.h"
 #include "apps/viewer/model/readout.h"
@@ -48,7 +49,9 @@ CompositionCanvas::~CompositionCanvas() = default;
 
 void CompositionCanvas::hear(DocumentChange const& change) {
     if (change.inputs || change.frame) closeField();
-    if (change.inputs) settleMap();
+    if (change.inputs) turnToPins();
+    bool const isSized = change.values && m_document.scene().isInverted;
+    if (change.inputs || isSized) settleMap();
     if (change.inputs || change.values || change.frame) {
         ask(m_document.isActing());
         update();
@@ -60,9 +63,22 @@ void CompositionCanvas::hear(DocumentChange const& change) {
 
 void CompositionCanvas::settleMap() {
     if (!m_document.isOpen()) return;
-    bool const isLayer = m_look.shows == ShownPicture::kLayer;
-    m_map.setPicture(isLayer ? m_document.layerSize() : m_document.frameSize());
+    act([&] { m_map.setPicture(m_document.sizeOf(m_look.shows)); });
     m_pins.setShown(m_look.shows);
+}
+
+/// A scene that is inverted from now on is shown by the picture that its pins lie in.
+void CompositionCanvas::turnToPins() {
+    bool const isInverted = m_document.isOpen() && m_document.scene().isInverted;
+    if (std::exchange(m_wasInverted, isInverted) == isInverted) return;
+    CanvasLook look = m_look;
+    look.shows = isInverted ? besidePicture() : ShownPicture::kFrame;
+    setLook(look);
+    if (isInverted && onFailure)
+        onFailure(look.shows == ShownPicture::kPlate
+                      ? "Inverted: the pins lie in the plate; Shift+F shows what is taken out of it"
+                      : "Inverted: the pins lie in the layer; Shift+F shows what is taken out of "
+                        "it");
 }
 
 PictureView CompositionCanvas::restView() const {
@@ -162,7 +178,7 @@ ShownImage CompositionCanvas::imageOf(SharedFrame const& frame, PixelLook const&
                    image.pixels.bytesPerLine() / 4);
     if (!image.isOpaque) image.pixels.reinterpretAsFormat(QImage::Format_ARGB32_Premultiplied);
     PixelSize const shown =
-        frame->view.shows == ShownPicture::kLayer ? m_document.layerSize() : m_document.frameSize();
+        frame->view.shows == m_look.shows ? m_map.picture() : m_document.sizeOf(frame->view.shows);
     image.scale = pictureScale(*frame, shown, m_document.scene().downsample.value_or(1));
     QPoint const cut = frame->view.part && display.width() != frame->whole.width
                            ? QPoint(frame->view.part->left, frame->view.part->top)

@@ -90,6 +90,7 @@ private:
 
     void hear(DocumentChange const& change);
     void settleMap();
+    void turnToPins();
     void ask(bool isDraft);
     void askNext();
     void askLoupe();
@@ -122,6 +123,7 @@ private:
     Hand m_hand = Hand::kNone;
     PanelPoint m_lastMouse;
     bool m_isHovered = false;
+    bool m_wasInverted = false;
     std::unique_ptr<PinField> m_field;
 };
 

@@ -15,6 +15,7 @@
 #include "zelk/scene/clock.h"
 #include "zelk/scene/color_names.h"
 #include "zelk/scene/file.h"
+#include "zelk/scene/invert.h"
 #include "zelk/scene/new_comp.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/text/errors.h"
@@ -39,7 +40,6 @@ private:
     std::function<void()> m_act;
 };
 
-int lastFrameOf(Comp const& comp) { return comp.startFrame + comp.durationFrames - 1; }
 /// Built-in names do where all that the scene names are among them.
 ColorsAtHand colorsAtHand(Scene scene) {
     ColorsAtHand colors{colorConfigFault(scene)};
@@ -54,6 +54,7 @@ ColorsAtHand colorsAtHand(Scene scene) {
     return colors;
 }
 
+int lastFrameOf(Comp const& comp) { return comp.startFrame + comp.durationFrames - 1; }
 
 }  // namespace
 
@@ -112,13 +113,12 @@ void Document::openStages(Scene const& scene, int frame) {
     });
     m_defaults =
         defaultsOf(scene, stages->host().parameters(), stages->layerSize(), stages->frameSize());
-    m_session = std::move(session);  // before the host that it works on goes
     m_colors = colorsAtHand(scene);
+    m_session = std::move(session);  // before the host that it works on goes
     m_stages = std::move(stages);
     m_overlayMode.reset();
 }
 
-void Document::save() {
 void Document::readColorsAgain() {
     openStages(scene(), m_frame);
     State const before = m_now;
@@ -132,6 +132,7 @@ void Document::readColorsAgain() {
     tell({true, true, true, true});
 }
 
+void Document::save() {
     if (m_file.empty()) throw missing("the project's file", "a name");
     saveTo(m_file, true);
 }
@@ -156,6 +157,18 @@ SceneSnapshot Document::snapshot() const {
 Scene Document::settledScene() const { return m_stages->settledScene(); }
 PixelSize Document::layerSize() const { return m_stages->layerSize(); }
 PixelSize Document::frameSize() const { return m_stages->frameSize(); }
+PixelSize Document::sizeOf(ShownPicture picture) const {
+    if (picture == ShownPicture::kLayer) return layerSize();
+    if (picture == ShownPicture::kPlate || !scene().isInverted) return frameSize();
+    if (m_invertedSize.first == m_now.revision) return m_invertedSize.second;
+    RunOptions run;
+    run.isForEdit = true;
+    FrameStages stages(invertedScene(scene()), run);
+    stages.beginEdit(m_frame);
+    m_invertedSize = {m_now.revision, stages.frameSize()};
+    return m_invertedSize.second;
+}
+
 int Document::firstFrame() const { return scene().comp.startFrame; }
 int Document::lastFrame() const { return lastFrameOf(scene().comp); }
 Host& Document::host() const { return m_stages->host(); }

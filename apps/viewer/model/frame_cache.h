@@ -14,9 +14,6 @@
 
 namespace zelk {
 
-/// Which picture of a frame.
-enum class ShownPicture { kFrame, kLayer, kPlate };
-
 struct PictureView {
     ShownPicture shows = ShownPicture::kFrame;
     int reduce = 1;                 ///< 1 for all pixels, n for block means of n x n
