@@ -292,6 +292,7 @@ void ViewerWindow::rememberLayout() {
     m_keepsLayout = true;
     QSettings const settings("Zelk", "zelk-viewer");
     m_colors->chooseDisplay(settings.value("display").toString());
+    m_menus->takeChoices(settings);
     if (!restoreGeometry(settings.value("geometry").toByteArray())) resize(1440, 900);
     restoreState(settings.value("layout").toByteArray());
 }
@@ -310,6 +311,7 @@ void ViewerWindow::closeEvent(QCloseEvent* event) {
         settings.setValue("geometry", saveGeometry());
         settings.setValue("layout", saveState());
         settings.setValue("display", m_colors->wantedDisplay());
+        m_menus->keepChoices(settings);
     }
     event->accept();
 }
