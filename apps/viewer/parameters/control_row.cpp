@@ -90,7 +90,7 @@ void ControlRowWidget::refresh() {
 
 void ControlRowWidget::showKeys() {
     QColor const quiet = palette().color(QPalette::PlaceholderText);
-    QColor const loud = palette().color(QPalette::Highlight);
+    QColor const loud = palette().color(QPalette::Link);
     m_stopwatch->setVisible(m_control.row().canVary);
     m_stopwatch->setIcon(panelIcon(PanelSign::kStopwatch, m_state.hasKeys ? loud : quiet));
     m_earlier->setIcon(panelIcon(PanelSign::kPrevious, quiet));
