@@ -4,12 +4,12 @@
 #include <QPaintEvent>
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "apps/viewer/model/pin_names.h"
 #include "apps/viewer/model/readout.h"
 #include "apps/viewer/painter_port.h"
 #include "apps/viewer/pin_field.h"
-#include "zelk/render/scene_colors.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/text/errors.h"
 
@@ -49,7 +49,9 @@ CompositionCanvas::~CompositionCanvas() = default;
 
 void CompositionCanvas::hear(DocumentChange const& change) {
     if (change.inputs || change.frame) closeField();
-    if (change.inputs) settleMap();
+    if (change.inputs) turnToPins();
+    bool const isSized = change.values && m_document.scene().isInverted;
+    if (change.inputs || isSized) settleMap();
     if (change.inputs || change.values || change.frame) {
         ask(m_document.isActing());
         update();
@@ -61,16 +63,29 @@ void CompositionCanvas::hear(DocumentChange const& change) {
 
 void CompositionCanvas::settleMap() {
     if (!m_document.isOpen()) return;
-    bool const isLayer = m_look.shows == ShownPicture::kLayer;
-    m_map.setPicture(isLayer ? m_document.layerSize() : m_document.frameSize());
+    act([&] { m_map.setPicture(m_document.sizeOf(m_look.shows)); });
     m_pins.setShown(m_look.shows);
+}
+
+/// A scene that is inverted from now on is shown by the picture that its pins lie in.
+void CompositionCanvas::turnToPins() {
+    bool const isInverted = m_document.isOpen() && m_document.scene().isInverted;
+    if (std::exchange(m_wasInverted, isInverted) == isInverted) return;
+    CanvasLook look = m_look;
+    look.shows = isInverted ? besidePicture() : ShownPicture::kFrame;
+    setLook(look);
+    if (isInverted && onFailure)
+        onFailure(look.shows == ShownPicture::kPlate
+                      ? "Inverted: the pins lie in the plate; Shift+F shows what is taken out of it"
+                      : "Inverted: the pins lie in the layer; Shift+F shows what is taken out of "
+                        "it");
 }
 
 PictureView CompositionCanvas::restView() const {
     PictureView view;
     view.shows = m_look.shows;
     view.reduce = m_map.reduce();
-    if (m_look.usesConfigView) view.displayView = kDefaultView;
+    view.displayView = m_look.displayView;
     return view;
 }
 
@@ -163,7 +178,7 @@ ShownImage CompositionCanvas::imageOf(SharedFrame const& frame, PixelLook const&
                    image.pixels.bytesPerLine() / 4);
     if (!image.isOpaque) image.pixels.reinterpretAsFormat(QImage::Format_ARGB32_Premultiplied);
     PixelSize const shown =
-        frame->view.shows == ShownPicture::kLayer ? m_document.layerSize() : m_document.frameSize();
+        frame->view.shows == m_look.shows ? m_map.picture() : m_document.sizeOf(frame->view.shows);
     image.scale = pictureScale(*frame, shown, m_document.scene().downsample.value_or(1));
     QPoint const cut = frame->view.part && display.width() != frame->whole.width
                            ? QPoint(frame->view.part->left, frame->view.part->top)

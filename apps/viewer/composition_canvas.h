@@ -28,7 +28,7 @@ struct CanvasLook {
     bool hasWipe = false;
     double wipeFrac = 0.5;  ///< of the picture's width
     bool snaps = false;
-    bool usesConfigView = false;  ///< the colour configuration's own display view
+    std::optional<std::string> displayView = {};  ///< as PictureView has it
 };
 
 class PinField;
@@ -90,6 +90,7 @@ private:
 
     void hear(DocumentChange const& change);
     void settleMap();
+    void turnToPins();
     void ask(bool isDraft);
     void askNext();
     void askLoupe();
@@ -122,6 +123,7 @@ private:
     Hand m_hand = Hand::kNone;
     PanelPoint m_lastMouse;
     bool m_isHovered = false;
+    bool m_wasInverted = false;
     std::unique_ptr<PinField> m_field;
 };
 

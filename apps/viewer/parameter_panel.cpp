@@ -42,7 +42,7 @@ ParameterPanel::ParameterPanel(Document& document, QWidget* parent)
     m_search->setAccessibleName("Find a parameter");
     m_search->setClearButtonEnabled(true);
     m_message->setObjectName("message");
-    m_message->setAccessibleName("Refused");
+    m_message->setAccessibleName("Message");
     m_message->setWordWrap(true);
     m_message->setMargin(8);
     QPalette palette = m_message->palette();
@@ -119,7 +119,12 @@ QWidget* ParameterPanel::addEntry(PanelControl& control, QWidget& parent) {
                 [this, place](QPoint const& at) { showGroupMenu(place, at); });
     } else {
         entry.row = new ControlRowWidget(
-            control, [this](auto const& act) { return run(act); },
+            control,
+            [this, &control](auto const& act) {
+                bool const isDone = run(act);
+                if (isDone) remark(control);
+                return isDone;
+            },
             [this](int frame) { run([&] { m_document.setFrame(frame); }); }, &parent);
     }
     m_entries.push_back(entry);
@@ -211,6 +216,14 @@ bool ParameterPanel::run(std::function<void()> const& act) {
     m_message->setText(refusal);
     m_message->setVisible(!refusal.isEmpty());
     return refusal.isEmpty();
+}
+
+/// What was set and has no effect yet.
+void ParameterPanel::remark(PanelControl const& control) {
+    ControlState const state = control.state();
+    if (state.note.empty() || state.isDefault) return;
+    m_message->setText(QString::fromStdString(control.row().label + ": " + state.note));
+    m_message->show();
 }
 
 void ParameterPanel::noteFocus(QWidget* widget) {

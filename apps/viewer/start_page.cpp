@@ -10,9 +10,12 @@ namespace zelk {
 
 namespace {
 
-QLabel* labelOf(QString const& text, char const* name) {
+QLabel* labelOf(QString const& text, double size, QPalette::ColorRole role) {
     auto* const label = new QLabel(text);
-    label->setObjectName(name);
+    QFont font = label->font();
+    font.setPointSizeF(font.pointSizeF() * size);
+    label->setFont(font);
+    label->setForegroundRole(role);
     label->setAlignment(Qt::AlignCenter);
     return label;
 }
@@ -23,8 +26,9 @@ StartPage::StartPage(WindowServices& services, FileActs& files, QWidget* parent)
     : QWidget(parent), m_services(services), m_files(files), m_recent(new QVBoxLayout) {
     auto* const rows = new QVBoxLayout(this);
     rows->addStretch(2);
-    rows->addWidget(labelOf("Pin a picture", "startTitle"));
-    rows->addWidget(labelOf("Drop a project, a picture, a sequence or a movie here", "dim"));
+    rows->addWidget(labelOf("Pin a picture", 2, QPalette::WindowText));
+    rows->addWidget(labelOf("Drop a project, a picture, a sequence or a movie here", 1,
+                            QPalette::PlaceholderText));
     auto* const line = new QHBoxLayout;
     line->addStretch();
     auto* const open = new QPushButton("Open\u2026", this);

@@ -3,6 +3,7 @@
 #include <QPainterPath>
 #include <QScrollBar>
 
+#include "apps/viewer/model/shown_shutter.h"
 #include "apps/viewer/timeline_view.h"
 
 namespace zelk {
@@ -135,15 +136,13 @@ void TimelineView::paintRuler(QPainter& painter) const {
 void TimelineView::paintPlayhead(QPainter& painter) const {
     painter.setClipRect(TimelineLook::kNamesPx, 0, viewport()->width(), viewport()->height());
     QColor const color(232, 160, 60);
-    Comp const& comp = m_document.scene().comp;
-    if (comp.motionBlur && comp.shutterAngleDeg > 0) {
-        double const opens = m_document.frame() + comp.shutterPhaseDeg / 360;
+    if (auto const shutter = shownShutter(m_document)) {
+        double const opens = m_document.frame() + shutter->phaseDeg / 360;
         double const x = TimelineLook::kNamesPx + m_scale.momentX(opens);
         QColor fill = color;
         fill.setAlpha(50);
         painter.fillRect(
-            QRectF(x, 0, comp.shutterAngleDeg / 360 * m_scale.pxPerFrame, viewport()->height()),
-            fill);
+            QRectF(x, 0, shutter->angleDeg / 360 * m_scale.pxPerFrame, viewport()->height()), fill);
     }
     double const x = TimelineLook::kNamesPx + m_scale.momentX(m_document.frame());
     painter.setPen(QPen(color, 1));

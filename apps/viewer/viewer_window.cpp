@@ -40,7 +40,8 @@ ViewerWindow::ViewerWindow(fs::path module, fs::path const& stateFolder)
       m_services{this, &m_document, m_notices, dialogQuestions(this)},
       m_menus(new WindowMenus(*this, [this](QString const& text) { m_services.tellError(text); })),
       m_files(std::make_unique<FileActs>(m_services, stateFolder)),
-      m_inputs(std::make_unique<InputActs>(m_services, *m_files)) {
+      m_inputs(std::make_unique<InputActs>(m_services, *m_files)),
+      m_colors(std::make_unique<ColorActs>(m_services, *m_composition)) {
     if (!stateFolder.empty())
         m_recovery = std::make_unique<Recovery>(m_services, *m_files, stateFolder);
     m_start = new StartPage(m_services, *m_files, this);
@@ -96,6 +97,7 @@ void ViewerWindow::makeStatusLine() {
     connect(m_composition, &CompositionPanel::messageChanged, this,
             [this](QString const& sentence) { statusBar()->showMessage(sentence); });
     statusBar()->addPermanentWidget(m_facts);
+    statusBar()->addPermanentWidget(m_colors->label());
     statusBar()->addPermanentWidget(m_memory);
     auto* const timer = new QTimer(this);
     connect(timer, &QTimer::timeout, this, &ViewerWindow::showMemory);
@@ -127,12 +129,16 @@ void ViewerWindow::addCommands() {
     m_menus->add(m_inputs->commands());
     m_menus->add(editCommands());
     m_menus->add(m_composition->commands());
+    m_menus->add(m_colors->commands());
     m_menus->add(m_parameters->commands());
     m_menus->add(m_timeline->commands());
     m_menus->add(windowCommands());
     m_menus->add(helpCommands());
     QMenu* const recent = m_menus->menu("File/Open Recent");
     connect(recent, &QMenu::aboutToShow, this, [this, recent] { m_files->fillRecent(*recent); });
+    QMenu* const displays = m_menus->menu("View/Display");
+    connect(displays, &QMenu::aboutToShow, this,
+            [this, displays] { m_colors->fillDisplays(*displays); });
 }
 
 ViewerCommands ViewerWindow::editCommands() {
@@ -285,6 +291,8 @@ bool ViewerWindow::mayEndExport() {
 void ViewerWindow::rememberLayout() {
     m_keepsLayout = true;
     QSettings const settings("Zelk", "zelk-viewer");
+    m_colors->chooseDisplay(settings.value("display").toString());
+    m_menus->takeChoices(settings);
     if (!restoreGeometry(settings.value("geometry").toByteArray())) resize(1440, 900);
     restoreState(settings.value("layout").toByteArray());
 }
@@ -302,6 +310,8 @@ void ViewerWindow::closeEvent(QCloseEvent* event) {
         QSettings settings("Zelk", "zelk-viewer");
         settings.setValue("geometry", saveGeometry());
         settings.setValue("layout", saveState());
+        settings.setValue("display", m_colors->wantedDisplay());
+        m_menus->keepChoices(settings);
     }
     event->accept();
 }

@@ -5,6 +5,7 @@
 #include <QString>
 #include <memory>
 
+#include "apps/viewer/color_acts.h"
 #include "apps/viewer/commands.h"
 #include "apps/viewer/file_acts.h"
 #include "apps/viewer/input_acts.h"
@@ -43,6 +44,7 @@ public:
     Questions& questions() { return m_services.questions; }
     FileActs& files() { return *m_files; }
     InputActs& inputs() { return *m_inputs; }
+    ColorActs& colors() { return *m_colors; }
     Recovery* recovery() { return m_recovery.get(); }
     ExportDialog* exportDialog() { return m_export; }
 
@@ -92,6 +94,7 @@ private:
     WindowMenus* m_menus;
     std::unique_ptr<FileActs> m_files;
     std::unique_ptr<InputActs> m_inputs;
+    std::unique_ptr<ColorActs> m_colors;
     std::unique_ptr<Recovery> m_recovery;
     ExportDialog* m_export = nullptr;
     QByteArray m_usualLayout;

@@ -105,6 +105,35 @@ void WindowMenus::update() {
     }
 }
 
+namespace {
+
+/// Not of the wipe and of single channels, with which another scene looks broken.
+bool isKept(ViewerCommand const& command) {
+    static QStringList const menus = {"View", "View/Background", "Pins", "Keys",
+                                      "Play", "Play/Repeat"};
+    return command.isChecked && menus.contains(command.menu) && command.name != "Wipe";
+}
+
+QString keyOf(ViewerCommand const& command) {
+    return "choices/" + command.menu + "/" + command.name;
+}
+
+}  // namespace
+
+void WindowMenus::keepChoices(QSettings& settings) const {
+    for (ViewerCommand const& command : m_commands)
+        if (isKept(command)) settings.setValue(keyOf(command), command.isChecked());
+}
+
+/// Of several that exclude each other the ticked one counts: the others change nothing.
+void WindowMenus::takeChoices(QSettings const& settings) const {
+    for (ViewerCommand const& command : m_commands) {
+        if (!isKept(command)) continue;
+        bool const now = command.isChecked();
+        if (settings.value(keyOf(command), now).toBool() != now) command.run();
+    }
+}
+
 /// Comes before Qt looks for the act of a key.
 bool WindowMenus::eventFilter(QObject* watched, QEvent* event) {
     if (event->type() == QEvent::ShortcutOverride) update();

@@ -5,6 +5,7 @@
 #include <QMainWindow>
 #include <QMap>
 #include <QMenu>
+#include <QSettings>
 #include <functional>
 #include <vector>
 
@@ -28,6 +29,10 @@ public:
     /// Runs it as a menu would, and hears its failure; false where it is not possible now.
     bool run(ViewerCommand const& command);
     void update();
+
+    /// What is ticked in the menus of views, pins and play, for the next window.
+    void keepChoices(QSettings& settings) const;
+    void takeChoices(QSettings const& settings) const;
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;

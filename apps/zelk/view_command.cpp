@@ -75,7 +75,9 @@ Scene sceneToEdit(std::optional<std::string> const& project) {
 Scene settled(Scene scene) {
     for (TrackUse const& use : scene.tracks) requireRead(use);
     if (!scene.hasComp) settleNewComp(scene, scene.size);
-    FrameStages stages(scene);
+    RunOptions forEdit;
+    forEdit.isForEdit = true;
+    FrameStages stages(scene, forEdit);
     stages.beginEdit(scene.comp.startFrame);
     return stages.settledScene();
 }
@@ -126,7 +128,7 @@ ExitCode ViewCommand::run(Invocation const& how) {
     scene.module.clear();
     if (isAsInFile(scene, own)) startViewer(project.value_or(""));
     if (!scene.layer.isGiven() && !scene.plate) throw missing("FILE", "a picture or a project");
-    checkScene(scene);
+    checkSceneToEdit(scene);
     if (auto const module = environmentText(kModuleVariable)) scene.module = *module;
     Scene text = settled(std::move(scene));
     text.module.clear();

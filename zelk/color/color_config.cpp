@@ -266,33 +266,36 @@ std::optional<CurveSpace> ColorConfig::builtInTwin(ColorSpace const& space) cons
     return std::nullopt;
 }
 
-std::vector<std::string> ColorConfig::views() const {
-    std::vector<std::string> views;
-    if (isBuiltIn()) return views;
+std::vector<DisplayView> ColorConfig::displayViews() const {
+    std::vector<DisplayView> all;
+    if (isBuiltIn()) return all;
     ocio::ConstConfigRcPtr const& config = m_config->config;
-    std::string const display = config->getDefaultDisplay();
-    std::string const first = config->getDefaultView(display.c_str());
-    if (!first.empty()) views.push_back(first);
-    for (int i = 0; i < config->getNumViews(display.c_str()); ++i)
-        if (config->getView(display.c_str(), i) != first)
-            views.emplace_back(config->getView(display.c_str(), i));
-    return views;
+    std::vector<std::string> displays = {config->getDefaultDisplay()};
+    for (int i = 0; i < config->getNumDisplays(); ++i)
+        if (config->getDisplay(i) != displays.front()) displays.emplace_back(config->getDisplay(i));
+    for (std::string const& display : displays) {
+        std::string const first = config->getDefaultView(display.c_str());
+        if (!first.empty()) all.push_back({display, first});
+        for (int i = 0; i < config->getNumViews(display.c_str()); ++i)
+            if (config->getView(display.c_str(), i) != first)
+                all.push_back({display, config->getView(display.c_str(), i)});
+    }
+    return all;
 }
 
 std::vector<ColorStep> ColorConfig::displaySteps(ColorSpace const& from,
-                                                 std::string const& view) const {
-    std::string const display = m_config->config->getDefaultDisplay();
+                                                 DisplayView const& to) const {
     // The view starts at a space of the configuration's.
     ColorSpace const start = from.config() ? from : linear();
-    if (!start.config()) throw noWay(from.name, view, "it has no role scene_linear");
+    if (!start.config()) throw noWay(from.name, to.view, "it has no role scene_linear");
     try {
         auto const transform = ocio::DisplayViewTransform::Create();
         transform->setSrc(start.config()->name.c_str());
-        transform->setDisplay(display.c_str());
-        transform->setView(view.c_str());
+        transform->setDisplay(to.display.c_str());
+        transform->setView(to.view.c_str());
         return joined(steps(from, start), stepsOf(m_config->config->getProcessor(transform)));
     } catch (ocio::Exception const& error) {
-        throw noWay(from.name, view, error.what());
+        throw noWay(from.name, to.view, error.what());
     }
 }
 

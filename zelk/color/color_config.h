@@ -23,6 +23,12 @@
 
 namespace zelk {
 
+struct DisplayView {
+    std::string display, view;
+    /// "ACES 1.0 - SDR Video (sRGB - Display)"
+    std::string name() const { return view + " (" + display + ")"; }
+};
+
 /// May be read by several threads.
 class ColorConfig {
 public:
@@ -46,10 +52,11 @@ public:
     /// space.
     std::optional<CurveSpace> builtInTwin(ColorSpace const& space) const;
 
-    /// Views of the default display, the default one first. Empty without a configuration.
-    std::vector<std::string> views() const;
-    /// From a space to the default display, through one of its views.
-    std::vector<ColorStep> displaySteps(ColorSpace const& from, std::string const& view) const;
+    /// Of all displays, the default one first, and of each its default view first. Empty without a
+    /// configuration.
+    std::vector<DisplayView> displayViews() const;
+    /// From a space to a display, through one of these.
+    std::vector<ColorStep> displaySteps(ColorSpace const& from, DisplayView const& to) const;
 
 private:
     struct Open;

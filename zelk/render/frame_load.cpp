@@ -33,7 +33,7 @@ World FrameStages::layerWorld(int frame, FrameColors& colors) {
     PictureReader layer = m_files.layer.own(frame).open();
     m_warnings.add(layer.warnings());
     WriteRequest nowhere;
-    colors = m_colors.settle(layer.traits(), nullptr, nowhere);
+    colors = m_colors->settle(layer.traits(), nullptr, nowhere);
     colors.work = colors.layer;
     return readStraightWorld(layer);
 }
@@ -210,7 +210,7 @@ void FrameStages::settleOutput(PictureTraits const& layer, PictureTraits const& 
                                               marginOf(m_host->parameters(), loaded.ask))
                              : outputOf(m_scene, m_run, layer, m_files.plate ? &plate : nullptr);
     if (!isModule()) loaded.file.margins = loaded.overscan;
-    loaded.colors = m_colors.settle(layer, m_files.plate ? &plate : nullptr, loaded.file);
+    loaded.colors = m_colors->settle(layer, m_files.plate ? &plate : nullptr, loaded.file);
     m_warnings.add(loaded.colors.warnings);
     m_conversions.add(loaded.colors.conversions);
 }

@@ -79,9 +79,9 @@ FrameStages::FrameStages(Scene scene, RunOptions run, Explanation const* explana
       m_run(std::move(run)),
       m_host(hostOf(m_scene)),
       m_files(m_scene),
-      m_colors(m_scene),
       m_warnings(m_run.isStrict),
       m_explanation(explanation) {
+    if (!m_run.isForEdit) m_colors.emplace(m_scene);
     m_scene.comp.timeBase = rateOf(m_scene, m_files);
     useThreads(m_run.threads);
 }
@@ -150,7 +150,7 @@ World FrameStages::shown(int frame, Shown what, std::optional<std::string> const
         if (!isModule()) makeStraight(picture);
         colors = std::move(rendered.colors);
     }
-    if (auto const way = m_colors.toDisplay(colors.work, view, thing))
+    if (auto const way = m_colors->toDisplay(colors.work, view, thing))
         way->apply(picture, AlphaForm::kStraight);
     return picture;
 }

@@ -137,7 +137,7 @@ public:
     /// Beside stop: the frame under way ends within its stages too while this is true. Null for
     /// none; it outlives the renders.
     void watch(std::atomic<bool> const* isStopped);
-    SceneColors& colors() { return m_colors; }
+    SceneColors& colors() { return *m_colors; }
     /// Throws about what leaves no pixel.
     void requireReduced(int reduce) const;
 
@@ -231,7 +231,7 @@ private:
     RunOptions m_run;
     std::unique_ptr<Host> m_host;
     SceneFiles m_files;
-    SceneColors m_colors;
+    std::optional<SceneColors> m_colors;  ///< nothing for who renders nothing
     Comp m_comp;
     std::vector<int> m_frames;         ///< of begin
     std::size_t m_inFlight = 1;        ///< frames; with 1 of them nothing overlaps

@@ -28,7 +28,7 @@ bool isSameConfig(Scene const& a, Scene const& b) {
     auto const pathOf = [](Scene const& scene) {
         return scene.color.config ? scene.color.config->path() : std::filesystem::path();
     };
-    return pathOf(a) == pathOf(b);
+    return pathOf(a) == pathOf(b) && a.color.isBuiltIn == b.color.isBuiltIn;
 }
 
 /// Colour goes from a curve over BT.709's primaries to sRGB: each channel alone.

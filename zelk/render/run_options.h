@@ -1,6 +1,6 @@
 // How a run over a scene's frames goes: what it replaces, prints and holds. No pixel depends on it.
-// renderFrames alone heeds all but isStrict and inFlight. Messages call a field as an edit of its
-// name would be: "in-flight", or "--in-flight" on a command line.
+// renderFrames alone heeds all but isStrict, inFlight and isForEdit. Messages call a field as an
+// edit of its name would be: "in-flight", or "--in-flight" on a command line.
 #pragma once
 
 #include <atomic>
@@ -28,6 +28,8 @@ struct RunOptions : RenderOptions {
     bool isStrict = false;  ///< a warning is a failure
     bool dryRun = false;    ///< only print what would be read and written
     int inFlight = 3;       ///< frames held at a time
+    /// Values are edited and nothing is rendered: a colour configuration may be unreadable.
+    bool isForEdit = false;
     ProgressMode progress = ProgressMode::kAuto;
     std::filesystem::path log = {};  ///< a file that events are added to; empty for none
     Explain explain = Explain::kNo;

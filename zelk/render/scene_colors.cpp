@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <iterator>
 
 #include "zelk/movies/writer.h"
 #include "zelk/scene/color_names.h"
@@ -30,6 +31,19 @@ std::string keyOf(ColorConfig const& config, std::filesystem::path const& file,
             key.append(static_cast<char const*>(found->data()), found->type().size());
     }
     return key;
+}
+
+/// Built-in spaces that screens have, beside sRGB.
+constexpr char const* kDisplays[] = {"Display P3", "Rec709", "Rec2020", "AdobeRGB", "Gamma2.2"};
+
+/// Views of the default display by their own names, all others with their display.
+UserError unknownView(std::vector<DisplayView> const& views, std::string const& view,
+                      std::string const& thing) {
+    std::vector<std::string> names;
+    for (DisplayView const& each : views)
+        names.push_back(each.display == views.front().display ? each.view : each.name());
+    std::vector<std::string_view> const texts(names.begin(), names.end());
+    return {ExitCode::kUsage, {thing, "unknown view", view, listOf(texts)}};
 }
 
 }  // namespace
@@ -119,21 +133,31 @@ FrameColors SceneColors::settle(PictureTraits const& layer, PictureTraits const*
     return colors;
 }
 
+std::vector<std::string> displayNames(ColorConfig const& config) {
+    std::vector<std::string> names = {"sRGB"};
+    for (DisplayView const& view : config.displayViews()) names.push_back(view.name());
+    if (config.isBuiltIn()) names.insert(names.end(), std::begin(kDisplays), std::end(kDisplays));
+    return names;
+}
+
 SharedTransform SceneColors::toDisplay(ColorSpace const& space,
                                        std::optional<std::string> const& view,
                                        std::string const& thing) {
     if (m_scene.color.isRaw) return nullptr;
     if (!view) return between(space, *builtInSpace("sRGB"));
-    std::vector<std::string> const views = m_config.views();
+    bool const isDisplay = std::count(std::begin(kDisplays), std::end(kDisplays), *view) > 0;
+    if (m_config.isBuiltIn() && isDisplay) return between(space, *builtInSpace(*view));
+    std::vector<DisplayView> const views = m_config.displayViews();
     if (views.empty())
         throw UserError(ExitCode::kUsage,
                         thing + " needs an OpenColorIO configuration with views: give --ocio");
-    auto chosen = std::find(views.begin(), views.end(), *view);
+    auto const isMeant = [&](DisplayView const& each) {
+        return each.name() == *view ||
+               (each.view == *view && each.display == views.front().display);
+    };
+    auto chosen = std::find_if(views.begin(), views.end(), isMeant);
     if (chosen == views.end() && *view == kDefaultView) chosen = views.begin();
-    if (chosen == views.end()) {
-        std::vector<std::string_view> const names(views.begin(), views.end());
-        throw UserError(ExitCode::kUsage, {thing, "unknown view", *view, listOf(names)});
-    }
+    if (chosen == views.end()) throw unknownView(views, *view, thing);
     auto steps = m_config.displaySteps(space, *chosen);
     return steps.empty() ? nullptr : std::make_shared<ColorTransform const>(std::move(steps));
 }

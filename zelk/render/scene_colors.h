@@ -24,6 +24,10 @@ namespace zelk {
 /// Stands for a configuration's default view.
 inline constexpr char const* kDefaultView = "default";
 
+/// What a screen can be taken for, by name: sRGB first; then the views of a configuration or,
+/// without one, the built-in spaces of displays.
+std::vector<std::string> displayNames(ColorConfig const& config);
+
 using SharedTransform =
     std::shared_ptr<ColorTransform const>;  ///< null where nothing is to be done
 
@@ -48,7 +52,8 @@ public:
     /// `plate` may be null. `file` is how the frame's file will be; it gets the tags.
     FrameColors settle(PictureTraits const& layer, PictureTraits const* plate, WriteRequest& file);
     /// From a space to the screen: through a view of the configuration (kDefaultView for its
-    /// default one), else to sRGB.
+    /// default one, one of the default display by its own name), else to the built-in space of that
+    /// name; without any to sRGB.
     SharedTransform toDisplay(ColorSpace const& space, std::optional<std::string> const& view,
                               std::string const& thing);
 

@@ -8,6 +8,7 @@
 #include "zelk/files/relative_paths.h"
 #include "zelk/movies/frames.h"
 #include "zelk/scene/clock.h"
+#include "zelk/scene/invert.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/scene/words.h"
 
@@ -47,7 +48,9 @@ SceneValue const* valueOf(Scene const& scene, int parameter) {
 
 class Maker {
 public:
-    Maker(Scene const& scene, PixelSize frame) : m_scene(scene), m_frame(frame) {}
+    Maker(Scene const& scene, PixelSize frame) : m_scene(usedOfInverted(scene)), m_frame(frame) {
+        if (m_scene.isInverted && m_scene.size) m_frame = *m_scene.size;
+    }
 
     SceneAsEdits make() {
         findObstacle();
@@ -91,7 +94,6 @@ private:
         bool const areTwo =
             m_scene.tracks.size() > 1 && !(m_scene.tracks[0].reading == m_scene.tracks[1].reading);
         obstacle(areTwo, "two tracks that are read differently");
-        obstacle(m_scene.isInverted, "what an inverted scene had before");
         for (SceneInput const* input : inputs())
             obstacle(input->buffer != nullptr, "a picture in memory");
     }
@@ -141,7 +143,7 @@ private:
         std::string corners;
         for (int pin = first; pin < first + 4; ++pin) {
             SceneValue const* const value = valueOf(m_scene, pin);
-            if (!value || isTracked(m_scene, pin) || m_scene.isInverted) return;
+            if (!value || isTracked(m_scene, pin)) return;
             corners += (corners.empty() ? "" : " ") + typedText(*value);
         }
         add(name, corners);
@@ -200,7 +202,7 @@ private:
         if (color.isRaw) add("color", "raw");
     }
 
-    Scene const& m_scene;
+    Scene const m_scene;
     PixelSize m_frame;
     SceneAsEdits m_made;
     std::vector<int> m_together;  ///< first pins of quads in one edit

@@ -23,7 +23,7 @@ struct SceneAsEdits {
 };
 
 /// The scene from nothing, without frames, output and a movie's codec; names start at no folder.
-/// `frame` is the size of its frame.
+/// `frame` is the size of its frame, of an inverted scene that of what it is taken out of.
 SceneAsEdits editsOf(Scene const& scene, PixelSize frame);
 
 }  // namespace zelk

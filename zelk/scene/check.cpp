@@ -124,6 +124,7 @@ class Checker {
 public:
     explicit Checker(Scene const& scene) : m_scene(scene) {}
 
+    /// All but colours.
     void check() const {
         if (m_scene.isInverted) checkInverted();
         if (!m_scene.layer.isGiven() && !(m_scene.isInverted && m_scene.plate))
@@ -137,7 +138,6 @@ public:
         if (m_scene.channels && containerOf(m_scene.outputPath()))
             refuse(SceneField::kChannels, "does not go with a movie, whose codec has its channels");
         if (m_scene.roadTaken() == Road::kMemory) checkMemoryRoad();
-        checkColor(m_scene);
     }
 
 private:
@@ -300,7 +300,19 @@ UserError refusalOf(Scene const& scene, int parameter, std::string const& predic
             fmt::format("{}: parameters.{} {}", scene.file.string(), name, predicate)};
 }
 
-void checkScene(Scene const& scene) { Checker(scene).check(); }
+void checkScene(Scene const& scene) {
+    Checker(scene).check();
+    checkColor(scene);
+}
+
+void checkSceneToEdit(Scene const& scene) {
+    Checker(scene).check();
+    try {
+        checkColor(scene);
+    } catch (UserError const&) {
+        if (colorConfigFault(scene).empty()) throw;
+    }
+}
 
 void requireOutput(Scene const& scene) {
     if (!scene.output) throw missing(nameOf(scene, SceneField::kOutput), "a picture file to write");

@@ -10,6 +10,10 @@ namespace zelk {
 /// checked by the module's own ranges later, when a renderer is made.
 void checkScene(Scene const& scene);
 
+/// The same for who edits the scene: no name of a colour is refused where the configuration that it
+/// belongs to can't be read (color_names.h).
+void checkSceneToEdit(Scene const& scene);
+
 /// Throws a usage error for a scene without an output, which FrameRenderer::write needs.
 void requireOutput(Scene const& scene);
 

@@ -40,12 +40,21 @@ void refuseSpaces(Scene const& scene) {
 }  // namespace
 
 ColorConfig colorConfigOf(Scene const& scene) {
-    if (scene.color.isRaw) return {};
+    if (scene.color.isRaw || scene.color.isBuiltIn) return {};
     if (scene.color.config)
         return configIn(scene.color.config->path(), nameOf(scene, SceneField::kColorConfig));
     char const* const environment = std::getenv("OCIO");
     if (environment && *environment) return configIn(environment, "$OCIO");
     return {};
+}
+
+std::string colorConfigFault(Scene const& scene) {
+    try {
+        colorConfigOf(scene);
+        return {};
+    } catch (UserError const& error) {
+        return error.what();
+    }
 }
 
 ColorSpace requiredSpace(Scene const& scene, ColorConfig const& config, SceneField field,

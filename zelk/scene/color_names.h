@@ -9,8 +9,11 @@
 namespace zelk {
 
 /// The scene's configuration, else that of $OCIO, else the built-in names; those too for a raw
-/// scene. Throws an input error for one that can't be read.
+/// scene, and with isBuiltIn. Throws an input error for one that can't be read.
 ColorConfig colorConfigOf(Scene const& scene);
+
+/// Why that one can't be read, the sentence of colorConfigOf; empty where it can.
+std::string colorConfigFault(Scene const& scene);
 
 /// A space by the name that a field has. Throws about the field where there is none of that name.
 ColorSpace requiredSpace(Scene const& scene, ColorConfig const& config, SceneField field,

@@ -36,12 +36,17 @@ std::vector<SceneParameter> exchanged(std::vector<SceneParameter> const& paramet
         if (auto const from = exchanged(index)) {
             parameter.name = nameOfParameter(*from);
             parameter.diskId.reset();
-        } else if (isOfFrom(index) || (parameter.option.empty() && !isOfQuality(index))) {
-            continue;
         }
         result.push_back(std::move(parameter));
     }
     return result;
+}
+
+/// Of an inverted scene, in its own terms.
+bool isUsed(SceneParameter const& parameter) {
+    int const index = requiredParameter(parameter.option, parameter.name);
+    if (exchanged(index)) return true;
+    return !isOfFrom(index) && (!parameter.option.empty() || isOfQuality(index));
 }
 
 /// What an option set is told by its name wherever it went.
@@ -66,7 +71,21 @@ void dropFinish(Scene& scene) {
 
 }  // namespace
 
-Scene invertedScene(Scene scene) {
+Scene usedOfInverted(Scene scene) {
+    if (!scene.isInverted) return scene;
+    if (scene.plate) {
+        scene.layer = {};
+        scene.color.layer.reset();
+    }
+    scene.overMode.reset();
+    dropFinish(scene);
+    std::erase_if(scene.parameters, [](auto const& entry) { return !isUsed(entry); });
+    std::erase_if(scene.tracks, [](auto const& use) { return use.pins == TrackedPins::kFrom; });
+    return scene;
+}
+
+Scene invertedScene(Scene given) {
+    Scene scene = usedOfInverted(std::move(given));
     if (!scene.isInverted) return scene;
     scene.isInverted = false;
     scene.fillsFrame = true;
@@ -78,10 +97,7 @@ Scene invertedScene(Scene scene) {
         scene.options.erase(SceneField::kLayerColor);
         renameOption(scene, SceneField::kPlateColor, SceneField::kLayerColor);
     }
-    scene.overMode.reset();
-    dropFinish(scene);
     scene.parameters = exchanged(scene.parameters);
-    std::erase_if(scene.tracks, [](auto const& use) { return use.pins == TrackedPins::kFrom; });
     for (TrackUse& use : scene.tracks) use.pins = TrackedPins::kFrom;
     renameOption(scene, SceneField::kToPins, SceneField::kFromPins);
     renameOption(scene, SceneField::kTrackTo, SceneField::kTrackFrom);

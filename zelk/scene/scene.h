@@ -117,6 +117,9 @@ struct SceneColor {
     std::optional<std::string> work;  ///< where pixels are filtered and composited; nothing: plate
     std::optional<ScenePath> config;  ///< of OpenColorIO; nothing: $OCIO, else the built-in names
     bool isRaw = false;               ///< stored values everywhere, nothing is converted
+    /// The built-in names count, whatever configuration there is: for who shows a scene whose own
+    /// can't be read. Part of no file.
+    bool isBuiltIn = false;
 };
 
 /// How the outline's pixels are covered: by the effect's own scan, or by their exact area.

@@ -13,7 +13,9 @@
 #include "zelk/render/setup.h"
 #include "zelk/scene/check.h"
 #include "zelk/scene/clock.h"
+#include "zelk/scene/color_names.h"
 #include "zelk/scene/file.h"
+#include "zelk/scene/invert.h"
 #include "zelk/scene/new_comp.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/text/errors.h"
@@ -38,6 +40,20 @@ private:
     std::function<void()> m_act;
 };
 
+/// Built-in names do where all that the scene names are among them.
+ColorsAtHand colorsAtHand(Scene scene) {
+    ColorsAtHand colors{colorConfigFault(scene)};
+    if (colors.fault.empty()) return colors;
+    scene.color.isBuiltIn = true;
+    try {
+        checkColor(scene);
+        colors.areBuiltIn = true;
+    } catch (UserError const&) {
+        // A name of the configuration's own.
+    }
+    return colors;
+}
+
 int lastFrameOf(Comp const& comp) { return comp.startFrame + comp.durationFrames - 1; }
 
 }  // namespace
@@ -49,21 +65,21 @@ Document::~Document() = default;
 
 void Document::open(std::filesystem::path const& project) {
     Scene scene = readSceneToEdit(project);
-    checkScene(scene);
+    checkSceneToEdit(scene);
     int const first = scene.comp.startFrame;
     adopt(std::move(scene), project, first);
 }
 
 void Document::start(Scene scene) {
     if (!scene.hasComp) settleNewComp(scene, scene.size);
-    checkScene(scene);
+    checkSceneToEdit(scene);
     int const first = scene.comp.startFrame;
     adopt(std::move(scene), {}, first);
     m_now.scene = std::make_shared<Scene const>(settledScene());
 }
 
 void Document::recover(Scene scene, std::filesystem::path file) {
-    checkScene(scene);
+    checkSceneToEdit(scene);
     int const first = scene.comp.startFrame;
     adopt(std::move(scene), std::move(file), first);
     m_savedRevision = 0;
@@ -85,7 +101,9 @@ void Document::adopt(Scene scene, std::filesystem::path file, int frame) {
 }
 
 void Document::openStages(Scene const& scene, int frame) {
-    auto stages = std::make_unique<FrameStages>(scene);
+    RunOptions run;
+    run.isForEdit = true;
+    auto stages = std::make_unique<FrameStages>(scene, run);
     stages->beginEdit(frame);
     auto session = withUserErrors([&] {
         auto own = std::make_unique<EditSession>(stages->host(), stages->frameSize().width,
@@ -95,9 +113,23 @@ void Document::openStages(Scene const& scene, int frame) {
     });
     m_defaults =
         defaultsOf(scene, stages->host().parameters(), stages->layerSize(), stages->frameSize());
+    m_colors = colorsAtHand(scene);
     m_session = std::move(session);  // before the host that it works on goes
     m_stages = std::move(stages);
     m_overlayMode.reset();
+}
+
+void Document::readColorsAgain() {
+    openStages(scene(), m_frame);
+    State const before = m_now;
+    bool const wasSaved = !isModified();
+    m_now.structure = nextNumber();
+    m_now.revision = nextNumber();
+    if (wasSaved) m_savedRevision = m_now.revision;
+    for (Step& step : m_steps)
+        for (State* const state : {&step.before, &step.after})
+            if (state->revision == before.revision) *state = m_now;
+    tell({true, true, true, true});
 }
 
 void Document::save() {
@@ -119,12 +151,24 @@ bool Document::isModified() const { return isOpen() && m_now.revision != m_saved
 // --- The scene
 
 SceneSnapshot Document::snapshot() const {
-    return {m_now.scene, m_now.structure, m_now.revision, m_frame};
+    return {m_now.scene, m_now.structure, m_now.revision, m_frame, m_colors.areBuiltIn};
 }
 
 Scene Document::settledScene() const { return m_stages->settledScene(); }
 PixelSize Document::layerSize() const { return m_stages->layerSize(); }
 PixelSize Document::frameSize() const { return m_stages->frameSize(); }
+PixelSize Document::sizeOf(ShownPicture picture) const {
+    if (picture == ShownPicture::kLayer) return layerSize();
+    if (picture == ShownPicture::kPlate || !scene().isInverted) return frameSize();
+    if (m_invertedSize.first == m_now.revision) return m_invertedSize.second;
+    RunOptions run;
+    run.isForEdit = true;
+    FrameStages stages(invertedScene(scene()), run);
+    stages.beginEdit(m_frame);
+    m_invertedSize = {m_now.revision, stages.frameSize()};
+    return m_invertedSize.second;
+}
+
 int Document::firstFrame() const { return scene().comp.startFrame; }
 int Document::lastFrame() const { return lastFrameOf(scene().comp); }
 Host& Document::host() const { return m_stages->host(); }
@@ -186,7 +230,7 @@ void Document::record(std::string name, State const& before) {
 bool Document::change(std::string name, std::function<void(Scene&)> const& act) {
     Scene scene = *m_now.scene;
     act(scene);
-    checkScene(scene);
+    checkSceneToEdit(scene);
     int const frame = std::clamp(m_frame, scene.comp.startFrame, lastFrameOf(scene.comp));
     openStages(scene, frame);
     State const before = m_now;

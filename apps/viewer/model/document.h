@@ -22,6 +22,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "hostkit/edit_session.h"
@@ -31,6 +32,9 @@
 namespace zelk {
 
 class FrameStages;
+
+/// Which picture of a frame.
+enum class ShownPicture { kFrame, kLayer, kPlate };
 
 /// What a listener hears of.
 struct DocumentChange {
@@ -47,6 +51,13 @@ struct SceneSnapshot {
     std::uint64_t structure = 0;
     std::uint64_t revision = 0;  ///< of any two scenes of a process another one
     int frame = 0;
+    bool hasBuiltInColors = false;  ///< ColorsAtHand::areBuiltIn
+};
+
+/// What can be said of the scene's colours on this machine.
+struct ColorsAtHand {
+    std::string fault;        ///< why its configuration can't be read; empty where it can
+    bool areBuiltIn = false;  ///< it is shown by the built-in names instead
 };
 
 class Document {
@@ -85,12 +96,19 @@ public:
     Scene settledScene() const;
     PixelSize layerSize() const;  ///< pixels at full resolution
     PixelSize frameSize() const;  ///< of the display window
+    /// Of a picture that is shown. An inverted scene's frame has a size of its own, by its pins;
+    /// its plate has frameSize.
+    PixelSize sizeOf(ShownPicture picture) const;
     /// First and last frame of the composition.
     int firstFrame() const;
     int lastFrame() const;
     int frame() const { return m_frame; }
     /// Kept within the composition.
     void setFrame(int frame);
+    /// Of the configuration as it was when the scene's structure changed last.
+    ColorsAtHand const& colors() const { return m_colors; }
+    /// Once more, of a configuration that was mended meanwhile. No step.
+    void readColorsAgain();
     /// What its files and values gave cause to say, a sentence each, since the last call.
     std::vector<std::string> takeWarnings();
 
@@ -175,6 +193,7 @@ private:
     std::unique_ptr<FrameStages> m_stages;
     std::unique_ptr<EditSession> m_session;
     std::vector<Parameter> m_defaults;
+    ColorsAtHand m_colors;
     State m_now;
     std::uint64_t m_savedRevision = 0;
     std::filesystem::path m_file;
@@ -182,6 +201,7 @@ private:
     std::vector<Step> m_steps;
     std::size_t m_done = 0;  ///< steps up to here are done, the rest undone
     std::optional<OpenAct> m_act;
+    mutable std::pair<std::uint64_t, PixelSize> m_invertedSize;  ///< of a revision
     std::optional<TrackedPins> m_overlayPins;
     std::optional<double> m_overlayMode;  ///< the scene's, while the effect is told another one
     std::vector<std::function<void(DocumentChange const&)>> m_listeners;

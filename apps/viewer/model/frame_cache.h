@@ -14,9 +14,6 @@
 
 namespace zelk {
 
-/// Which picture of a frame.
-enum class ShownPicture { kFrame, kLayer, kPlate };
-
 struct PictureView {
     ShownPicture shows = ShownPicture::kFrame;
     int reduce = 1;                 ///< 1 for all pixels, n for block means of n x n
@@ -24,7 +21,7 @@ struct PictureView {
     /// As soon as can be, for a picture that will change again: without motion blur, and without
     /// the values of its file.
     bool isDraft = false;
-    /// A view of the colour configuration, kDefaultView for its default one; nothing: sRGB.
+    /// One of displayNames (zelk/render/scene_colors.h); nothing: sRGB.
     std::optional<std::string> displayView;
 
     friend bool operator==(PictureView const& a, PictureView const& b);

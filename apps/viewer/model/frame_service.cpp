@@ -163,10 +163,12 @@ void FrameService::serve(std::unique_lock<std::mutex>& lock, Wish const& wish, b
 
 void FrameService::settle(SceneSnapshot const& scene) {
     if (scene.revision == m_revision) return;
+    Scene shown = *scene.scene;
+    shown.color.isBuiltIn = scene.hasBuiltInColors;
     if (scene.structure == m_structure)
-        m_renderer.setValues(*scene.scene);
+        m_renderer.setValues(std::move(shown));
     else
-        m_renderer.setScene(*scene.scene);
+        m_renderer.setScene(std::move(shown));
     m_structure = scene.structure;
     m_revision = scene.revision;
 }

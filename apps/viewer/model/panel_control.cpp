@@ -11,6 +11,7 @@ std::string tooltipOf(ControlRow const& row, ControlState const& state) {
     std::string const unit = row.unit.empty() || row.range.empty() ? row.unit : " " + row.unit;
     add(row.range + unit);
     if (!state.isEnabled) add(state.whyGreyed);
+    if (state.isEnabled) add(state.note);
     return text;
 }
 

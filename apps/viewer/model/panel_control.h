@@ -56,6 +56,7 @@ struct ControlState {
     int choice = 0;  ///< a popup's, from 1; 1 of a checkbox that is on
     bool isEnabled = true;
     std::string whyGreyed = {};  ///< a sentence; empty where the reason isn't known
+    std::string note = {};  ///< a sentence where it has no effect as things are; empty otherwise
     bool isDefault = true;
     bool hasKeys = false, hasKeyHere = false;
     bool hasKeyBefore = false, hasKeyAfter = false;

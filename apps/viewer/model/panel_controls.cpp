@@ -24,7 +24,8 @@ public:
 };
 
 void addSettings(Document& document, Controls& controls) {
-    std::vector<std::string> const spaces = colorConfigOf(document.scene()).names();
+    std::vector<std::string> spaces;
+    if (document.colors().fault.empty()) spaces = colorConfigOf(document.scene()).names();
     std::string_view group;
     controls.push_back(std::make_unique<Heading>(
         document, ControlRow{.name = "scene", .label = "Scene", .help = "How it is rendered."}));
@@ -69,8 +70,8 @@ bool has(ControlRow const& row, std::string const& text) {
 std::string controlsKey(Document const& document) {
     Scene const& scene = document.scene();
     std::string const config = scene.color.config ? scene.color.config->path().string() : "";
-    return fmt::format("{}|{}|{}|{}", scene.module.string(), static_cast<int>(scene.hostApp()),
-                       scene.color.isRaw, config);
+    return fmt::format("{}|{}|{}|{}|{}", scene.module.string(), static_cast<int>(scene.hostApp()),
+                       scene.color.isRaw, config, document.colors().fault);
 }
 
 Controls panelControls(Document& document) {

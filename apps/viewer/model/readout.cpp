@@ -83,7 +83,8 @@ std::string readoutText(StoredValues const& values) {
 
 std::string placesText(Document const& document, ShownPicture shows, PanelPoint at) {
     bool const isLayer = shows == ShownPicture::kLayer;
-    std::string text = positionText(isLayer ? "layer" : "frame", at);
+    bool const isPlate = shows == ShownPicture::kPlate && document.scene().isInverted;
+    std::string text = positionText(isLayer ? "layer" : isPlate ? "plate" : "frame", at);
     if (document.scene().isInverted) return text;
     QuadMap map;
     try {

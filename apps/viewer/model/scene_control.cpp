@@ -6,6 +6,7 @@
 
 #include "apps/viewer/model/field_text.h"
 #include "zelk/scene/check.h"
+#include "zelk/scene/color_names.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/scene/words.h"
 #include "zelk/text/numbers.h"
@@ -144,6 +145,10 @@ ControlState SceneControl::state() const {
         state.isDefault = state.isDefault && document().valueOf(m_setting.popup) ==
                                                  document().defaultOf(m_setting.popup);
     if (m_setting.whyNot) state.whyGreyed = m_setting.whyNot(document().scene());
+    if (state.whyGreyed.empty() && m_edit.value == std::string_view("SPACE") &&
+        !document().colors().fault.empty())
+        state.whyGreyed = "The OpenColorIO configuration can't be read.";
+    if (m_setting.note) state.note = m_setting.note(document());
     // What is set can always be taken back.
     state.isEnabled = state.whyGreyed.empty() || !state.isDefault;
     return state;
@@ -159,7 +164,8 @@ void SceneControl::set(std::string const& text) {
         m_setting.reset(wanted);
     else
         m_edit.apply(wanted, row().label, text);
-    checkScene(wanted);
+    if (m_setting.edit == "ocio" && !text.empty()) colorConfigOf(wanted);  // can be read
+    checkSceneToEdit(wanted);
     std::vector<SceneParameter> const own = takeParameters(wanted, row().label);
     settle(wanted);
     std::string const name = (text.empty() ? "Reset " : "Set ") + row().label;

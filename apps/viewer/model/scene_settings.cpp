@@ -5,6 +5,7 @@
 
 #include <utility>
 
+#include "apps/viewer/model/shown_shutter.h"
 #include "params/ParamIndex.h"
 #include "zelk/scene/words.h"
 
@@ -68,14 +69,15 @@ constexpr SceneSetting kSettings[] = {
     {"invert", "Invert", "", [](S s) { return onOff(s.isInverted); },
      [](Scene& s) { s.isInverted = false; }},
     {"motion-blur", "Motion Blur", "", [](S s) { return onOff(s.comp.motionBlur); },
-     [](Scene& s) { s.comp.motionBlur = false; }},
+     [](Scene& s) { s.comp.motionBlur = false; }, nullptr, 0, whyNoCompShutter},
     {"shutter", "Shutter", "",
      [](S s) { return fmt::format("{},{}", s.comp.shutterAngleDeg, s.comp.shutterPhaseDeg); },
      [](Scene& s) {
          s.comp.shutterAngleDeg = Comp{}.shutterAngleDeg;
          s.comp.shutterPhaseDeg = Comp{}.shutterPhaseDeg;
      },
-     [](S s) { return std::string(s.comp.motionBlur ? "" : "Only with Motion Blur on."); }},
+     [](S s) { return std::string(s.comp.motionBlur ? "" : "Only with Motion Blur on."); }, 0,
+     whyNoCompShutter},
 
     {"matte", "Matte", kLook, [](S s) { return matteOf(s.matte); }, forget<&Scene::matte>},
     {"holdout", "Holdout", kLook, [](S s) { return matteOf(s.holdout); }, forget<&Scene::holdout>},

@@ -10,6 +10,8 @@
 
 namespace zelk {
 
+class Document;
+
 struct SceneSetting {
     std::string_view edit;   ///< its name
     std::string_view label;  ///< "Over Mode"
@@ -21,6 +23,9 @@ struct SceneSetting {
     std::string (*whyNot)(Scene const& scene) = nullptr;
     /// A popup of the effect that it sets too, by words in the order of its entries; 0 for none.
     int popup = 0;
+    /// A sentence where it can be set and a control of the effect's leaves it without effect. May
+    /// be null.
+    std::string (*note)(Document const& document) = nullptr;
 };
 
 /// In the order of the panel, groups together.

@@ -66,12 +66,14 @@ void ControlRowWidget::refresh() {
     if (m_isShown && state == m_state) return;
     bool const isKeyed =
         !m_isShown || state.hasKeys != m_state.hasKeys || state.hasKeyHere != m_state.hasKeyHere;
-    bool const isOther =
-        !m_isShown || state.isEnabled != m_state.isEnabled || state.whyGreyed != m_state.whyGreyed;
+    bool const isOther = !m_isShown || state.isEnabled != m_state.isEnabled ||
+                         state.whyGreyed != m_state.whyGreyed || state.note != m_state.note;
     m_state = std::move(state);
     m_isShown = true;
     m_editor->show(m_state);
     m_label->setEnabled(m_state.isEnabled);
+    bool const isIdle = !m_state.note.empty() && !m_state.isDefault && m_state.isEnabled;
+    m_label->setText(text(m_control.row().label) + (isIdle ? " (no effect)" : ""));
     QFont font = this->font();
     font.setBold(!m_state.isDefault);
     m_label->setFont(font);
@@ -88,7 +90,7 @@ void ControlRowWidget::refresh() {
 
 void ControlRowWidget::showKeys() {
     QColor const quiet = palette().color(QPalette::PlaceholderText);
-    QColor const loud = palette().color(QPalette::Highlight);
+    QColor const loud = palette().color(QPalette::Link);
     m_stopwatch->setVisible(m_control.row().canVary);
     m_stopwatch->setIcon(panelIcon(PanelSign::kStopwatch, m_state.hasKeys ? loud : quiet));
     m_earlier->setIcon(panelIcon(PanelSign::kPrevious, quiet));

@@ -50,7 +50,6 @@ void ValueField::dress() {
     QPalette own = parentWidget()->palette();
     if (!isTyping()) {
         QColor const link = own.color(QPalette::Link);
-        own.setColor(QPalette::Base, Qt::transparent);
         if (m_acts.step) own.setColor(QPalette::Active, QPalette::Text, link);
         if (m_acts.step) own.setColor(QPalette::Inactive, QPalette::Text, link);
     }

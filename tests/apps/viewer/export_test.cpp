@@ -120,7 +120,17 @@ TEST_F(ExportTest, AnUnsavedSceneAsACommand) {
          {"shutter", "90,-45"}},
         {{"over", path("rocket.jpg").toStdString()},
          {"track-first-frame", "0"},
-         {"track", path("sign-track.txt").toStdString()}}};
+         {"track", path("sign-track.txt").toStdString()}},
+        {{"invert", "on"}, {"to", "60,40 400,10 30,250 380,290"}, {"quality", "super"}},
+        {{"invert", "on"},
+         {"over", path("rocket.jpg").toStdString()},
+         {"to", "112.25,22 288,52 96,214 300,248"},
+         {"set", "to-upper-left-offset-x=2"},
+         {"size", "300x200"},
+         {"edges", "grid"},
+         {"plate-color", "Rec709"},
+         {"layer-color", "linear"},
+         {"filter", "lanczos3"}}};
     for (auto const& edits : scenes) {
         Scene scene;
         sceneEdit("layer").apply(scene, "layer", folder.at("chelsea.png").string());
@@ -134,6 +144,11 @@ TEST_F(ExportTest, AnUnsavedSceneAsACommand) {
                 });
             });
         document().edit(kParamCornerPinOpacity, {85});
+        if (scene.isInverted)  // plays no part any more
+            document().change("Matte", [&](Scene& own) {
+                own.matte = SceneMatte{{.file = {path("rocket.jpg").toStdString()}}, ""};
+                own.featherPx = 4;
+            });
         CommandText const text = renderCommandOf(document());
         ASSERT_EQ(text.refusal, "");
         shell(text.line + " --no-metadata");

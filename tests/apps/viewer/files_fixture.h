@@ -30,6 +30,7 @@ protected:
         window = std::make_unique<ViewerWindow>(ZELK_MODULE, folder.at("state"));
         window->resize(1200, 800);
         window->show();
+        window->activateWindow();  // a screen without a window manager does not
         EXPECT_TRUE(QTest::qWaitForWindowActive(window.get()));
         auto const next = [this](QString const& title) {
             asked.append(title);

@@ -16,6 +16,8 @@
 #include <QTreeWidget>
 #include <QUrl>
 
+#include "apps/viewer/composition_canvas.h"
+#include "apps/viewer/composition_panel.h"
 #include "apps/viewer/dialogs/shortcuts_dialog.h"
 #include "apps/viewer/dialogs/track_dialog.h"
 #include "apps/viewer/model/autosave.h"
@@ -183,6 +185,40 @@ TEST_F(FilesTest, MissingFilesAreNamedAndRelinkedInOneStep) {
     press("File/Relink Missing File\u2026");
     EXPECT_EQ(document().undoName(), "Relink Layer");
     EXPECT_FALSE(window->notices().text("missing").contains("chelsea.png"));
+}
+
+TEST_F(FilesTest, AMissingMovieIsNamedAndRelinked) {
+    shell("zelk render --project " + path("move.zelk.json").toStdString() +
+          " --frames 3-5 -o ../m.mov");
+    for (char const* edit : {"layer", "over"}) {
+        Scene scene;
+        sceneEdit("layer").apply(scene, "layer", path("chelsea.png").toStdString());
+        sceneEdit(edit).apply(scene, edit, path("m.mov").toStdString());
+        document().start(scene);
+        auto const [first, last] = std::pair(document().firstFrame(), document().lastFrame());
+        EXPECT_EQ(last - first, 2);
+        document().saveAs(folder.at("movie.zelk.json"));
+        std::string const saved = text();
+        fs::rename(folder.at("m.mov"), folder.at("away.mov"));
+        window->openFile(path("movie.zelk.json"));
+        EXPECT_EQ(error(), "");
+        EXPECT_TRUE(window->notices().text("missing").contains("m.mov: no such file"));
+        EXPECT_EQ(text(), saved);
+        EXPECT_EQ(document().lastFrame(), last);
+        auto& canvas = window->composition().canvas();
+        ASSERT_TRUE(QTest::qWaitFor([&] { return canvas.isAtRest(); }, 20000));
+        EXPECT_NE(canvas.shown()->error.find("m.mov"), std::string::npos);
+        makeChange();
+        document().undo();
+        names = {path("away.mov")};
+        press("File/Relink Missing File\u2026");
+        EXPECT_EQ(window->notices().text("missing"), "");
+        ASSERT_TRUE(QTest::qWaitFor([&] { return canvas.isAtRest(); }, 20000));
+        EXPECT_EQ(canvas.shown()->error, "");
+        fs::rename(folder.at("away.mov"), folder.at("m.mov"));
+        document().undo();
+        EXPECT_EQ(text(), saved);
+    }
 }
 
 TEST_F(FilesTest, ATrackIsSeenBeforeItIsTaken) {

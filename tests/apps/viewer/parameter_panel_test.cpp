@@ -17,6 +17,7 @@
 
 #include "apps/viewer/model/panel_controls.h"
 #include "apps/viewer/model/scene_settings.h"
+#include "apps/viewer/model/shown_shutter.h"
 #include "tests/apps/viewer/window_fixture.h"
 #include "zelk/scene/check.h"
 #include "zelk/scene/edits.h"
@@ -485,6 +486,33 @@ TEST_F(ParameterPanelTest, SettingsOfTheSceneAreItsEdits) {
     }
     EXPECT_GT(taken, 60);
     EXPECT_GT(refused, 5);
+}
+
+/// The composition's shutter counts at "Comp Settings" alone.
+TEST_F(ParameterPanelTest, ASwitchOfMotionBlurWithoutEffectSaysSo) {
+    auto const label = [&] { return part<QLabel>("scene motion-blur").text().toStdString(); };
+    auto const setSwitch = [&](bool isOn) {
+        auto& box = part<QCheckBox>("scene motion-blur");
+        if (box.isChecked() != isOn) QTest::mouseClick(&box, Qt::LeftButton, {}, {6, 6});
+        EXPECT_EQ(document().scene().comp.motionBlur, isOn);
+    };
+    for (auto const& [entry, remedy] : {std::pair{1, "Motion Blur is Off. Set that to Comp"},
+                                        {2, "own Shutter Angle. Set that to Comp"},
+                                        {3, ""}}) {
+        document().edit(kParamMotionBlur, {double(entry)});
+        setSwitch(false);
+        EXPECT_EQ(label(), "Motion Blur");
+        EXPECT_TRUE(message().isEmpty());
+        setSwitch(true);
+        bool const isIdle = *remedy != 0;
+        EXPECT_EQ(label(), isIdle ? "Motion Blur (no effect)" : "Motion Blur");
+        EXPECT_EQ(message().isEmpty(), !isIdle);
+        EXPECT_TRUE(message().contains(remedy)) << message().toStdString();
+        EXPECT_EQ(row("scene motion-blur").toolTip().contains("Without effect"), isIdle);
+        // The band in the timeline is the shutter that counts.
+        auto const shutter = shownShutter(document());
+        EXPECT_EQ(shutter ? shutter->angleDeg : 0, entry == 1 ? 0 : entry == 2 ? 360 : 180);
+    }
 }
 
 TEST_F(ParameterPanelTest, QualityOfTheSceneIsTheEffectsOrBest) {

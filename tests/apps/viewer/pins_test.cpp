@@ -254,5 +254,54 @@ TEST_F(CompositionTest, QuadsOfTwoSizesStandInTheirOwnPictures) {
     EXPECT_EQ(text(), before);
 }
 
+/// In its plate, or in the layer where it has none; the frame is what is taken out of it.
+TEST_F(CompositionTest, PinsOfAnInvertedSceneStandInWhatItIsTakenFrom) {
+    keepStoredValues();
+    for (bool const hasPlate : {true, false}) {
+        document.change("Invert", [&](Scene& scene) {
+            if (!hasPlate) scene.plate.reset();
+            scene.isInverted = true;
+        });
+        std::string const before = text();
+        EXPECT_EQ(canvas().look().shows, hasPlate ? ShownPicture::kPlate : ShownPicture::kLayer);
+        EXPECT_EQ(canvas().map().picture().width, hasPlate ? 640 : 451);
+        look(1, {320, 200});
+        for (PinHandle const& handle : canvas().pins().handles()) {
+            PanelPoint const was = valueOf(handle.parameter);
+            drag(placeOf(was), placeOf(was) + QPoint(12, -7));
+            EXPECT_EQ(document.undoName(), "Move " + pinName(handle.parameter));
+            EXPECT_EQ(valueOf(handle.parameter),
+                      (PanelPoint{was.x + 12 * density(), was.y - 7 * density()}));
+            document.undo();
+        }
+        PanelPoint const ul = valueOf(kToPins), ur = valueOf(kToPins + 1);
+        QPoint const edge = placeOf({(ul.x + ur.x) / 2, (ul.y + ur.y) / 2});
+        drag(edge, edge + QPoint(5, 9));
+        EXPECT_EQ(document.undoName(), "Move top edge of To Pins");
+        document.undo();
+        drag(placeOf({460, 200}), placeOf({466, 203}));
+        EXPECT_EQ(document.undoName(), "Move pins");
+        EXPECT_EQ(valueOf(kToPins).x, ul.x + 6);
+        document.undo();
+        canvas().pins().select({kToPins + 1});
+        key(Qt::Key_Left, Qt::ShiftModifier);
+        EXPECT_EQ(valueOf(kToPins + 1).x, ur.x - 10);
+        document.undo();
+        EXPECT_EQ(text(), before);
+        choose("Frame");
+        EXPECT_TRUE(canvas().pins().handles().empty());
+        look(1, {200, 160});
+        QImage const file = rendered();
+        EXPECT_EQ(canvas().map().picture().width, file.width());
+        EXPECT_EQ(canvas().map().picture().height, file.height());
+        if (hasPlate) {
+            EXPECT_EQ(differenceOf(pictureOf(shot()), file), "");
+        }
+        setLook([](CanvasLook& look) { look.hasOverlay = true; });
+        document.undo();
+        EXPECT_EQ(canvas().look().shows, ShownPicture::kFrame);
+    }
+}
+
 }  // namespace
 }  // namespace zelk
