@@ -65,17 +65,16 @@ void Document::start(Scene scene) {
 void Document::recover(Scene scene, std::filesystem::path file) {
     checkScene(scene);
     int const first = scene.comp.startFrame;
-    adopt(std::move(scene), std::move(file), first);
-    m_savedRevision = 0;
-    tell({.state = true});
+    adopt(std::move(scene), std::move(file), first, false);
 }
 
-/// Everything that can fail comes before anything changes.
-void Document::adopt(Scene scene, std::filesystem::path file, int frame) {
+/// Everything that can fail comes before anything changes. Listeners never see a recovered scene as
+/// saved: what was kept of it would go.
+void Document::adopt(Scene scene, std::filesystem::path file, int frame, bool isSaved) {
     if (!m_module.empty()) scene.module = m_module;
     openStages(scene, frame);
     m_now = {std::make_shared<Scene const>(std::move(scene)), nextNumber(), nextNumber()};
-    m_savedRevision = m_now.revision;
+    m_savedRevision = isSaved ? m_now.revision : 0;
     m_file = std::move(file);
     m_frame = frame;
     m_steps.clear();

@@ -159,7 +159,7 @@ private:
         State before;
     };
 
-    void adopt(Scene scene, std::filesystem::path file, int frame);
+    void adopt(Scene scene, std::filesystem::path file, int frame, bool isSaved = true);
     void openStages(Scene const& scene, int frame);
     void show(State const& state);
     void record(std::string name, State const& before);

@@ -269,24 +269,17 @@ TEST_F(FilesTest, WhatAKilledViewerHadIsRecovered) {
     EXPECT_EQ(document().file(), folder.at("move.zelk.json"));
     EXPECT_EQ(document().valueOf(kParamCornerPinOpacity)[0], 35);
     EXPECT_TRUE(window->isWindowModified());
+    EXPECT_EQ(autosaved(), 1);  // kept until it is saved
     press("File/Save");
     EXPECT_EQ(bytesOf(folder.at("move.zelk.json")), text());
-    EXPECT_TRUE(fs::is_empty(folder.at("state")) ||
-                !fs::exists(folder.at("state") / file.filename()));
+    EXPECT_EQ(autosaved(), 0);
 }
 
 TEST_F(FilesTest, AutosavedScenesGoWithTheirReason) {
     window->openFile(path("move.zelk.json"));
     window->recovery()->setDelay(10);
-    auto const count = [&] {
-        int files = 0;
-        std::error_code none;
-        for (auto const& entry : fs::directory_iterator(folder.at("state"), none))
-            files += entry.path().extension() == ".zelk-recovery" && entry.file_size() > 0;
-        return files;
-    };
     auto const awaitCount = [&](int files) {
-        return QTest::qWaitFor([&] { return count() == files; }, 5000);
+        return QTest::qWaitFor([&] { return autosaved() == files; }, 5000);
     };
     makeChange();
     EXPECT_TRUE(awaitCount(1));
@@ -296,7 +289,7 @@ TEST_F(FilesTest, AutosavedScenesGoWithTheirReason) {
     EXPECT_TRUE(awaitCount(1));
     choices = {1};  // don't save
     window->close();
-    EXPECT_EQ(count(), 0);
+    EXPECT_EQ(autosaved(), 0);
 }
 
 TEST_F(FilesTest, AFullDiskLeavesTheOldProject) {
