@@ -109,11 +109,11 @@ void FileActs::startWith(fs::path const& layer) {
 void FileActs::take(HandedScene handed) {
     if (!mayLeave()) return;
     if (handed.file.empty()) return document().start(std::move(handed.scene));
-    document().recover(std::move(handed.scene), std::move(handed.file));
+    recover(std::move(handed));
 }
 
 void FileActs::recover(HandedScene handed) {
-    document().recover(std::move(handed.scene), std::move(handed.file));
+    document().recover(std::move(handed.scene), std::move(handed.file), handed.seen);
 }
 
 void FileActs::revert() {
@@ -125,6 +125,14 @@ void FileActs::revert() {
 
 bool FileActs::save() {
     if (document().file().empty()) return saveAs();
+    if (document().hasFileChanged()) {
+        int const answer = m_services.questions.choice(
+            nameOf(document().file()) +
+                " has been changed on disk since it was opened or saved here.",
+            {"Save As\u2026", "Replace It"});
+        if (answer == 0) return saveAs();
+        if (answer < 0) return false;
+    }
     document().save();
     remember();
     return true;

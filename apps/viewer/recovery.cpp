@@ -37,7 +37,8 @@ void Recovery::save() {
     std::string fault;
     try {
         bool const isDone =
-            !document.isActing() && m_autosave.write({document.scene(), document.file()});
+            !document.isActing() &&
+            m_autosave.write({document.scene(), document.file(), document.fileSum()});
         if (!isDone) m_timer.start();
         fault = m_autosave.fault();
     } catch (UserError const& error) {

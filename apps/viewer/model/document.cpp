@@ -38,6 +38,12 @@ private:
     std::function<void()> m_act;
 };
 
+/// Nothing of what is no file: a pipe's bytes come once.
+std::optional<FileSum> sumOfProject(std::filesystem::path const& project) {
+    std::error_code none;
+    return std::filesystem::is_regular_file(project, none) ? sumOf(project) : std::nullopt;
+}
+
 int lastFrameOf(Comp const& comp) { return comp.startFrame + comp.durationFrames - 1; }
 
 }  // namespace
@@ -48,10 +54,11 @@ Document::~Document() = default;
 // --- Files
 
 void Document::open(std::filesystem::path const& project) {
+    auto const sum = sumOfProject(project);  // before it is read: a later change is then seen
     Scene scene = readSceneToEdit(project);
     checkScene(scene);
     int const first = scene.comp.startFrame;
-    adopt(std::move(scene), project, first);
+    adopt(std::move(scene), {project, sum}, first);
 }
 
 void Document::start(Scene scene) {
@@ -62,20 +69,22 @@ void Document::start(Scene scene) {
     m_now.scene = std::make_shared<Scene const>(settledScene());
 }
 
-void Document::recover(Scene scene, std::filesystem::path file) {
+void Document::recover(Scene scene, std::filesystem::path file, std::optional<FileSum> seen) {
     checkScene(scene);
     int const first = scene.comp.startFrame;
-    adopt(std::move(scene), std::move(file), first, false);
+    if (!seen) seen = sumOfProject(file);
+    adopt(std::move(scene), {std::move(file), seen, false}, first);
 }
 
 /// Everything that can fail comes before anything changes. Listeners never see a recovered scene as
 /// saved: what was kept of it would go.
-void Document::adopt(Scene scene, std::filesystem::path file, int frame, bool isSaved) {
+void Document::adopt(Scene scene, Origin origin, int frame) {
     if (!m_module.empty()) scene.module = m_module;
     openStages(scene, frame);
     m_now = {std::make_shared<Scene const>(std::move(scene)), nextNumber(), nextNumber()};
-    m_savedRevision = isSaved ? m_now.revision : 0;
-    m_file = std::move(file);
+    m_savedRevision = origin.isSaved ? m_now.revision : 0;
+    m_file = std::move(origin.file);
+    m_fileSum = origin.sum;
     m_frame = frame;
     m_steps.clear();
     m_done = 0;
@@ -109,11 +118,18 @@ void Document::saveAs(std::filesystem::path const& project) { saveTo(project, tr
 void Document::saveTo(std::filesystem::path const& project, bool mayReplace) {
     writeScene(scene(), project, mayReplace);
     m_file = project;
+    m_fileSum = sumOfProject(project);
     m_savedRevision = m_now.revision;
     tell({.state = true});
 }
 
 bool Document::isModified() const { return isOpen() && m_now.revision != m_savedRevision; }
+
+/// One that is gone is no change: a save brings it back.
+bool Document::hasFileChanged() const {
+    auto const now = sumOfProject(m_file);
+    return now && now != m_fileSum;
+}
 
 // --- The scene
 

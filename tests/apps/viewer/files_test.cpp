@@ -90,6 +90,36 @@ TEST_F(FilesTest, SavesToItsFileOrAsksForOne) {
     EXPECT_EQ(document().file(), folder.at("own.zelk.json"));
 }
 
+TEST_F(FilesTest, WhatOthersSavedIsReplacedOnlyWhenAsked) {
+    fs::path const file = folder.at("move.zelk.json");
+    window->openFile(path("move.zelk.json"));
+    std::string const others = bytesOf(file) + "\n";
+    auto const saveAfterOthers = [&](std::deque<int> answers) {
+        makeChange();
+        folder.put("move.zelk.json", others);
+        choices = answers;
+        names = {path("mine.zelk.json")};
+        asked.clear();
+        press("File/Save");
+        EXPECT_TRUE(asked.value(0).contains("changed on disk")) << asked.join("|").toStdString();
+    };
+    saveAfterOthers({});  // cancelled
+    EXPECT_EQ(bytesOf(file), others);
+    EXPECT_TRUE(document().isModified());
+    saveAfterOthers({1});
+    EXPECT_EQ(bytesOf(file), text());
+    document().undo();
+    saveAfterOthers({0});
+    EXPECT_EQ(bytesOf(file), others);
+    EXPECT_EQ(document().file(), folder.at("mine.zelk.json"));
+    asked.clear();
+    makeChange();
+    fs::last_write_time(document().file(), fs::file_time_type::clock::now());  // the same text
+    press("File/Save");
+    EXPECT_TRUE(asked.empty());
+    EXPECT_FALSE(document().isModified());
+}
+
 /// By the real question, answered by the key of its button.
 TEST_F(FilesTest, AsksBeforeItCloses) {
     window->questions() = dialogQuestions(window.get());
@@ -264,13 +294,16 @@ TEST_F(FilesTest, WhatAKilledViewerHadIsRecovered) {
     window->openAtStart({});
     QString const key = "recovery " + path("state/") + textOf(file.filename());
     EXPECT_TRUE(window->notices().text(key).contains("move.zelk.json"));
+    folder.put("move.zelk.json", bytesOf(folder.at("move.zelk.json")) + "\n");  // by somebody else
     ASSERT_TRUE(window->notices().press(key, "Recover"));
     EXPECT_EQ(error(), "");
     EXPECT_EQ(document().file(), folder.at("move.zelk.json"));
     EXPECT_EQ(document().valueOf(kParamCornerPinOpacity)[0], 35);
     EXPECT_TRUE(window->isWindowModified());
     EXPECT_EQ(autosaved(), 1);  // kept until it is saved
+    choices = {1};
     press("File/Save");
+    EXPECT_TRUE(asked.value(0).contains("changed on disk"));
     EXPECT_EQ(bytesOf(folder.at("move.zelk.json")), text());
     EXPECT_EQ(autosaved(), 0);
 }
