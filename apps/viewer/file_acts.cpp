@@ -5,6 +5,7 @@
 
 #include "apps/viewer/model/opened_file.h"
 #include "apps/viewer/model/scene_inputs.h"
+#include "zelk/inputs/input_files.h"
 #include "zelk/scene/edits.h"
 #include "zelk/text/errors.h"
 
@@ -142,7 +143,14 @@ bool FileActs::saveAs() {
     QString file =
         m_services.questions.fileToSave("Save As", proposalOf(document()), kProjectFilter);
     if (file.isEmpty()) return false;
-    if (!file.endsWith(".json")) file += kProjectEnding;
+    if (kindOf(pathOf(file)) != FileKind::kProject) {
+        file += kProjectEnding;
+        // The dialog asked about another name.
+        bool const isThere = onDisk(pathOf(file));
+        if (isThere && m_services.questions.choice(nameOf(pathOf(file)) + " is there already.",
+                                                   {"Replace It"}) != 0)
+            return false;
+    }
     document().saveAs(pathOf(file));
     remember();
     return true;

@@ -90,6 +90,21 @@ TEST_F(FilesTest, SavesToItsFileOrAsksForOne) {
     EXPECT_EQ(document().file(), folder.at("own.zelk.json"));
 }
 
+TEST_F(FilesTest, SaveAsAsksAboutTheNameThatItMakes) {
+    window->openFile(path("move.zelk.json"));
+    std::string const before = bytesOf(folder.at("move.zelk.json"));
+    makeChange();
+    for (int const answer : {-1, 0}) {
+        names = {path("move")};
+        choices = {answer};
+        asked.clear();
+        press("File/Save As\u2026");
+        EXPECT_EQ(asked, QStringList({"Save As", "move.zelk.json is there already."}));
+        EXPECT_EQ(bytesOf(folder.at("move.zelk.json")), answer < 0 ? before : text());
+        EXPECT_EQ(document().isModified(), answer < 0);
+    }
+}
+
 TEST_F(FilesTest, WhatOthersSavedIsReplacedOnlyWhenAsked) {
     fs::path const file = folder.at("move.zelk.json");
     window->openFile(path("move.zelk.json"));
