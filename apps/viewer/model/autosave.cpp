@@ -53,7 +53,8 @@ std::string written(fs::path const& file, std::string const& text) {
 
 }  // namespace
 
-Autosave::Autosave(fs::path folder) : m_file(std::move(folder) / nextName()) {}
+Autosave::Autosave(fs::path folder, Ended ended)
+    : m_file(std::move(folder) / nextName()), m_ended(std::move(ended)) {}
 Autosave::~Autosave() { wait(); }
 
 bool Autosave::write(HandedScene const& scene) {
@@ -61,12 +62,15 @@ bool Autosave::write(HandedScene const& scene) {
     if (m_writing.valid() && m_writing.wait_for(0s) != std::future_status::ready) return false;
     wait();
     m_isThere = true;
-    m_writing = std::async(std::launch::async, written, m_file, handOverText(scene));
+    m_writing = std::async(std::launch::async, [this, text = handOverText(scene)] {
+        std::string const fault = written(m_file, text);
+        if (m_ended) m_ended(fault);
+    });
     return true;
 }
 
 void Autosave::wait() {
-    if (m_writing.valid()) m_fault = m_writing.get();
+    if (m_writing.valid()) m_writing.get();
 }
 
 void Autosave::remove() {

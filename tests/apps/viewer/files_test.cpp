@@ -340,6 +340,18 @@ TEST_F(FilesTest, AutosavedScenesGoWithTheirReason) {
     EXPECT_EQ(autosaved(), 0);
 }
 
+TEST_F(FilesTest, AnAutosaveThatFailsIsToldAtOnceAndTriedAgain) {
+    folder.put("state", "no folder");
+    window->openFile(path("move.zelk.json"));
+    window->recovery()->setDelay(10);
+    makeChange();
+    auto const notice = [&] { return window->notices().text("autosave"); };
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !notice().isEmpty(); }));
+    EXPECT_TRUE(notice().contains("not saved by itself")) << notice().toStdString();
+    fs::remove(folder.at("state"));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return notice().isEmpty() && autosaved() == 1; }));
+}
+
 TEST_F(FilesTest, AFullDiskLeavesTheOldProject) {
     fs::create_directory(folder.at("disk"));
     if (::mount("none", folder.at("disk").c_str(), "tmpfs", 0, "size=16k") != 0)
