@@ -2,6 +2,7 @@
 #include "apps/viewer/model/autosave.h"
 
 #include <fmt/format.h>
+#include <time.h>
 
 #include <algorithm>
 #include <atomic>
@@ -27,6 +28,13 @@ std::string nextName() {
     return fmt::format("{}.{}-{}{}", hostName(), thisProcess().text(), ++count, kEnding);
 }
 
+/// By the clock of its files.
+fs::file_time_type startOfMachine() {
+    timespec up{};
+    ::clock_gettime(CLOCK_BOOTTIME, &up);
+    return fs::file_time_type::clock::now() - std::chrono::seconds(up.tv_sec);
+}
+
 bool isAbandoned(fs::directory_entry const& entry) {
     std::string const name = entry.path().filename().string();
     if (!name.ends_with(kEnding)) return false;
@@ -37,8 +45,10 @@ bool isAbandoned(fs::directory_entry const& entry) {
     Life const life = lifeOf(*maker);
     if (life != Life::kUnknown) return life == Life::kDead;
     std::error_code fault;
-    auto const age = fs::file_time_type::clock::now() - entry.last_write_time(fault);
-    return stem.substr(0, dot) == hostName() || (!fault && age > kForgotten);
+    auto const changed = entry.last_write_time(fault);
+    if (fault) return false;
+    bool const isOfFormerStart = stem.substr(0, dot) == hostName() && changed < startOfMachine();
+    return isOfFormerStart || fs::file_time_type::clock::now() - changed > kForgotten;
 }
 
 std::string written(fs::path const& file, std::string const& text) {

@@ -4,8 +4,9 @@
 //   HOST.TAG-N.zelk-recovery     the scene as hand_over.h has it
 //
 // TAG tells the process (zelk/files/process_tag.h), N one of its windows. A file is whole at any
-// moment. A machine that was started anew has another tag: the files of its own name are then of
-// the dead. Those of other machines, which may share the folder, are left alone for a day.
+// moment. A machine that was started anew has another tag: files of its own name from before its
+// start are then of the dead. All others of unknown processes are left alone for a day: those of
+// machines that share the folder, and of containers on this one.
 #pragma once
 
 #include <filesystem>

@@ -19,6 +19,7 @@
 #include "apps/viewer/dialogs/shortcuts_dialog.h"
 #include "apps/viewer/dialogs/track_dialog.h"
 #include "apps/viewer/model/autosave.h"
+#include "zelk/files/process_tag.h"
 #include "zelk/scene/edits.h"
 
 namespace zelk {
@@ -321,6 +322,32 @@ TEST_F(FilesTest, WhatAKilledViewerHadIsRecovered) {
     EXPECT_TRUE(asked.value(0).contains("changed on disk"));
     EXPECT_EQ(bytesOf(folder.at("move.zelk.json")), text());
     EXPECT_EQ(autosaved(), 0);
+}
+
+/// Processes that nothing is known of: only those from before the machine's start are surely dead.
+TEST_F(FilesTest, WhatMayStillBeEditedIsNotOffered) {
+    using std::chrono::hours;
+    double up = 0;
+    std::ifstream("/proc/uptime") >> up;
+    auto const sinceStart = std::chrono::seconds(static_cast<long>(up));
+    ProcessTag other = thisProcess();
+    other.machine ^= 1;
+    struct Case {
+        std::string host;
+        std::chrono::seconds age;
+        bool isOffered;
+    };
+    for (Case const& each : {Case{hostName(), sinceStart / 2 % hours(24), false},
+                             Case{hostName(), sinceStart + hours(1), true},
+                             Case{"another", hours(23), false}, Case{"another", hours(25), true}}) {
+        std::string const name = each.host + "." + other.text() + "-1.zelk-recovery";
+        fs::create_directories(folder.at("state"));
+        fs::path const file = folder.put("state/" + name, "");
+        fs::last_write_time(file, fs::file_time_type::clock::now() - each.age);
+        EXPECT_EQ(!abandonedScenes(folder.at("state")).empty(), each.isOffered)
+            << each.host << " " << each.age.count();
+        fs::remove(file);
+    }
 }
 
 TEST_F(FilesTest, AutosavedScenesGoWithTheirReason) {
