@@ -20,6 +20,7 @@ namespace zelk {
 
 class CompositionPanel;
 class ExportDialog;
+class FileWatch;
 class ParameterPanel;
 class StartPage;
 class TimelinePanel;
@@ -92,6 +93,7 @@ private:
     WindowMenus* m_menus;
     std::unique_ptr<FileActs> m_files;
     std::unique_ptr<InputActs> m_inputs;
+    std::unique_ptr<FileWatch> m_watch;
     std::unique_ptr<Recovery> m_recovery;
     ExportDialog* m_export = nullptr;
     QByteArray m_usualLayout;

@@ -8,6 +8,7 @@
 
 #include "Transform/Common/PopupEntries.h"
 #include "apps/viewer/model/scene_values.h"
+#include "apps/viewer/model/tracks_again.h"
 #include "zelk/render/frame_stages.h"
 #include "zelk/render/host_errors.h"
 #include "zelk/render/setup.h"
@@ -123,6 +124,21 @@ void Document::saveTo(std::filesystem::path const& project, bool mayReplace) {
     tell({.state = true});
 }
 
+void Document::reload() {
+    if (m_act || m_session->isDragging()) return;
+    TracksAgain tracks;
+    State now = m_now;
+    now.scene = tracks.of(now.scene);
+    openStages(*now.scene, m_frame);
+    m_now = std::move(now);
+    for (Step& step : m_steps) {
+        step.before.scene = tracks.of(step.before.scene);
+        step.after.scene = tracks.of(step.after.scene);
+    }
+    ++m_reloads;
+    tell({true, true, true, true});
+}
+
 bool Document::isModified() const { return isOpen() && m_now.revision != m_savedRevision; }
 
 /// One that is gone is no change: a save brings it back.
@@ -134,7 +150,9 @@ bool Document::hasFileChanged() const {
 // --- The scene
 
 SceneSnapshot Document::snapshot() const {
-    return {m_now.scene, m_now.structure, m_now.revision, m_frame};
+    // Other files make other pictures of the same scene, and of all that undo leads to.
+    std::uint64_t const again = m_reloads << 40;
+    return {m_now.scene, m_now.structure + again, m_now.revision + again, m_frame};
 }
 
 Scene Document::settledScene() const { return m_stages->settledScene(); }

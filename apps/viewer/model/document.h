@@ -72,6 +72,9 @@ public:
     /// To its own file; throws a usage error where there is none.
     void save();
     void saveAs(std::filesystem::path const& project);
+    /// Opens pictures, tracks and colour configuration again, as others may have written them: no
+    /// act, and nothing within one. Snapshots have other numbers from then on.
+    void reload();
 
     bool isOpen() const { return m_stages != nullptr; }
     /// Empty for a scene that was never saved.
@@ -188,6 +191,7 @@ private:
     std::vector<Parameter> m_defaults;
     State m_now;
     std::uint64_t m_savedRevision = 0;
+    std::uint64_t m_reloads = 0;
     std::filesystem::path m_file;
     std::optional<FileSum> m_fileSum;
     int m_frame = 0;
