@@ -52,6 +52,20 @@ TEST_F(FilesTest, OpensWhatAFileIs) {
     EXPECT_EQ(window->windowTitle(), "move.zelk.json[*] \u2014 Zelk");
 }
 
+/// Without a question: numbered movies are no sequence.
+TEST_F(FilesTest, ATakeOfAMovieIsTakenAlone) {
+    for (char const* take : {"take01.mov", "take02.mov"})
+        ASSERT_EQ(std::system((std::string(ZELK_BINARY) + " render --project " +
+                               folder.at("move.zelk.json").string() + " --frames 1-2 -o " +
+                               folder.at(take).string() + " >/dev/null 2>&1")
+                                  .c_str()),
+                  0);
+    window->openFile(path("take01.mov"));
+    EXPECT_EQ(asked.join("|"), "");
+    EXPECT_EQ(fs::path(document().scene().layer.file.written).filename(), "take01.mov");
+    EXPECT_EQ(document().lastFrame(), 1);
+}
+
 TEST_F(FilesTest, WhatCannotBeReadIsToldAndWhatWasOpenStays) {
     window->openFile(path("move.zelk.json"));
     std::string const before = text();
