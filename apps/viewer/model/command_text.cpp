@@ -3,6 +3,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <utility>
 #include <vector>
 
@@ -57,11 +58,14 @@ CommandText sceneWords(Document const& document) {
     return {line, ""};
 }
 
-/// A name for one frame of a scene that names none: "sign.0012.png", in the shell's own folder.
+/// A name for one frame of a scene that names none: "sign.0012.png", in the shell's own folder. The
+/// frame mark of a layer such as "thumb_####.png" is left out, else there would be two numbers.
 std::string stillName(Document const& document) {
     fs::path stem = document.file().empty() ? document.scene().layer.file.path() : document.file();
     std::string name = stem.filename().string();
     name = name.substr(0, name.find('.'));
+    name = name.substr(0, std::min(name.find_first_of("#@%"), name.find("$F")));
+    name.resize(name.find_last_not_of("_-") + 1);
     return fmt::format("{}.{:04}.png", name.empty() ? "frame" : name, document.frame());
 }
 
