@@ -31,7 +31,10 @@ CompositionCanvas::CompositionCanvas(Document& document, QWidget* parent)
     : QWidget(parent),
       m_document(document),
       m_pins(document, m_map),
-      m_feed([this](SharedFrame const& frame) { take(frame); }) {
+      m_feed([this](SharedFrame const& frame) { take(frame); },
+             [this] {
+                 if (onOutdated) onOutdated();
+             }) {
     setFocusPolicy(Qt::StrongFocus);
     setMouseTracking(true);
     setAttribute(Qt::WA_OpaquePaintEvent);

@@ -64,6 +64,8 @@ public:
     std::function<void(QString const&)> onReadout;
     /// Something that failed, a sentence.
     std::function<void(QString const&)> onFailure;
+    /// The files of a picture that is shown are others by now.
+    std::function<void()> onOutdated;
 
 protected:
     void paintEvent(QPaintEvent* event) override;

@@ -5,6 +5,7 @@
 
 #include "apps/viewer/model/opened_file.h"
 #include "apps/viewer/model/scene_inputs.h"
+#include "zelk/inputs/input_files.h"
 #include "zelk/scene/edits.h"
 #include "zelk/text/errors.h"
 
@@ -109,11 +110,11 @@ void FileActs::startWith(fs::path const& layer) {
 void FileActs::take(HandedScene handed) {
     if (!mayLeave()) return;
     if (handed.file.empty()) return document().start(std::move(handed.scene));
-    document().recover(std::move(handed.scene), std::move(handed.file));
+    recover(std::move(handed));
 }
 
 void FileActs::recover(HandedScene handed) {
-    document().recover(std::move(handed.scene), std::move(handed.file));
+    document().recover(std::move(handed.scene), std::move(handed.file), handed.seen);
 }
 
 void FileActs::revert() {
@@ -125,6 +126,14 @@ void FileActs::revert() {
 
 bool FileActs::save() {
     if (document().file().empty()) return saveAs();
+    if (document().hasFileChanged()) {
+        int const answer = m_services.questions.choice(
+            nameOf(document().file()) +
+                " has been changed on disk since it was opened or saved here.",
+            {"Save As\u2026", "Replace It"});
+        if (answer == 0) return saveAs();
+        if (answer < 0) return false;
+    }
     document().save();
     remember();
     return true;
@@ -134,7 +143,14 @@ bool FileActs::saveAs() {
     QString file =
         m_services.questions.fileToSave("Save As", proposalOf(document()), kProjectFilter);
     if (file.isEmpty()) return false;
-    if (!file.endsWith(".json")) file += kProjectEnding;
+    if (kindOf(pathOf(file)) != FileKind::kProject) {
+        file += kProjectEnding;
+        // The dialog asked about another name.
+        bool const isThere = onDisk(pathOf(file));
+        if (isThere && m_services.questions.choice(nameOf(pathOf(file)) + " is there already.",
+                                                   {"Replace It"}) != 0)
+            return false;
+    }
     document().saveAs(pathOf(file));
     remember();
     return true;

@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "apps/viewer/dialogs/track_dialog.h"
+#include "apps/viewer/model/file_stamps.h"
 #include "apps/viewer/model/opened_file.h"
 #include "zelk/text/errors.h"
 
@@ -25,6 +26,13 @@ QString sentenceOf(std::vector<MissingFile> const& missing) {
         text += QString("the %1 (%2)").arg(wordOf(file.kind), QString::fromStdString(file.why));
     }
     return text;
+}
+
+/// A track that can't be read may be there.
+std::string stampsOf(std::vector<MissingFile> const& missing) {
+    std::string all;
+    for (MissingFile const& file : missing) all += stampOf(file.file);
+    return all;
 }
 
 }  // namespace
@@ -128,6 +136,7 @@ void InputActs::importTrack(fs::path const& file) {
 
 void InputActs::tellMissing() {
     auto const missing = missingFiles(document().scene());
+    m_missing = stampsOf(missing);
     if (missing.empty()) return m_services.notices->remove("missing");
     Notice notice{NoticeTone::kWarning, sentenceOf(missing), {}, false};
     notice.buttons = {{"Relink File\u2026", "Choose a file for the first of them",
@@ -135,6 +144,10 @@ void InputActs::tellMissing() {
                       {"Relink in Folder\u2026", "Find all of them below a folder",
                        [this] { m_services.attempt([&] { askFolder(); }); }}};
     m_services.notices->show("missing", notice);
+}
+
+bool InputActs::hasMissingChanged() const {
+    return stampsOf(missingFiles(document().scene())) != m_missing;
 }
 
 void InputActs::askRelink() {

@@ -21,6 +21,8 @@ public:
     void importTrack(std::filesystem::path const& file);
     void relink(InputKind kind, std::filesystem::path const& file);
     void relinkAll(std::filesystem::path const& folder);
+    /// Other files are missing than those that are told, or one of them is another by now.
+    bool hasMissingChanged() const;
 
 private:
     Document& document() const { return *m_services.document; }
@@ -32,6 +34,7 @@ private:
 
     WindowServices& m_services;
     FileActs& m_files;
+    std::string m_missing;  ///< stamps of what is told
 };
 
 }  // namespace zelk

@@ -4,19 +4,33 @@
 #include <QMetaObject>
 #include <utility>
 
+#include "apps/viewer/model/file_stamps.h"
+
 namespace zelk {
 
-PictureFeed::PictureFeed(std::function<void(SharedFrame)> ready)
-    : m_ready(std::move(ready)), m_service([this](SharedFrame frame) {
+PictureFeed::PictureFeed(std::function<void(SharedFrame)> ready, std::function<void()> outdated)
+    : m_ready(std::move(ready)),
+      m_outdated(std::move(outdated)),
+      m_service([this](SharedFrame frame) {
           QMetaObject::invokeMethod(
-              &m_thread, [this, frame] { m_ready(frame); }, Qt::QueuedConnection);
+              &m_thread, [this, frame] { take(frame); }, Qt::QueuedConnection);
       }) {}
+
+void PictureFeed::take(SharedFrame const& frame) {
+    if (!frame->error.empty()) m_view.reset();
+    m_ready(frame);
+}
 
 void PictureFeed::ask(SceneSnapshot const& scene, PictureView const& view) {
     if (m_view == view && m_revision == scene.revision && m_frame == scene.frame) return;
     m_view = view;
     m_revision = scene.revision;
     m_frame = scene.frame;
+    // A draft's scene is a new one at each move.
+    SharedFrame const kept = view.isDraft ? nullptr : m_service.find(scene, view);
+    if (kept && kept->files != fileStamps(*scene.scene, scene.frame))
+        QMetaObject::invokeMethod(
+            &m_thread, [this] { m_outdated(); }, Qt::QueuedConnection);
     m_service.ask(scene, view);
 }
 

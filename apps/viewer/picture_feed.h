@@ -11,16 +11,21 @@ namespace zelk {
 
 class PictureFeed {
 public:
-    /// `ready` is called on the thread that made the feed.
-    explicit PictureFeed(std::function<void(SharedFrame)> ready);
+    /// Both are called on the thread that made the feed. `outdated` hears of a picture that was
+    /// kept, and whose files are others by now.
+    PictureFeed(std::function<void(SharedFrame)> ready, std::function<void()> outdated);
 
-    /// The picture that is wanted now; nothing where it is the one that was asked for last.
+    /// The picture that is wanted now; nothing where it is the one that was asked for last, unless
+    /// that failed.
     void ask(SceneSnapshot const& scene, PictureView const& view);
     std::optional<PictureView> const& asked() const { return m_view; }
     FrameService& service() { return m_service; }
 
 private:
+    void take(SharedFrame const& frame);
+
     std::function<void(SharedFrame)> m_ready;
+    std::function<void()> m_outdated;
     std::optional<PictureView> m_view;
     std::uint64_t m_revision = 0;
     int m_frame = 0;

@@ -13,7 +13,13 @@ namespace fs = std::filesystem;
 constexpr int kDelayMs = 3000;
 
 Recovery::Recovery(WindowServices& services, FileActs& files, fs::path folder)
-    : m_services(services), m_files(files), m_folder(std::move(folder)), m_autosave(m_folder) {
+    : m_services(services),
+      m_files(files),
+      m_folder(std::move(folder)),
+      m_autosave(m_folder, [this](std::string const& fault) {
+          QMetaObject::invokeMethod(
+              this, [this, fault] { hear(fault); }, Qt::QueuedConnection);
+      }) {
     m_timer.setSingleShot(true);
     m_timer.setInterval(kDelayMs);
     connect(&m_timer, &QTimer::timeout, this, [this] { save(); });
@@ -28,21 +34,34 @@ void Recovery::follow() {
     }
     m_timer.stop();
     m_autosave.remove();
+    tell("");
 }
 
 /// In the midst of a drag it waits for the next turn.
 void Recovery::save() {
     Document const& document = *m_services.document;
     if (!document.isModified()) return;
-    std::string fault;
     try {
-        bool const isDone =
-            !document.isActing() && m_autosave.write({document.scene(), document.file()});
-        if (!isDone) m_timer.start();
-        fault = m_autosave.fault();
+        bool const isUnderWay =
+            !document.isActing() &&
+            m_autosave.write({document.scene(), document.file(), document.fileSum()});
+        if (!isUnderWay) m_timer.start();
     } catch (UserError const& error) {
-        fault = error.what();
+        tell(error.what());
     }
+}
+
+/// What failed is tried again, as long as there is something to save.
+void Recovery::hear(std::string const& fault) {
+    if (!m_services.document->isModified()) return;
+    tell(fault);
+    if (!fault.empty() && !m_timer.isActive()) m_timer.start();
+}
+
+/// Each fault once: a notice that was closed stays closed.
+void Recovery::tell(std::string const& fault) {
+    if (fault == m_told) return;
+    m_told = fault;
     if (fault.empty()) return m_services.notices->remove("autosave");
     m_services.notices->show(
         "autosave", {NoticeTone::kWarning,

@@ -23,14 +23,17 @@ public:
 private:
     void follow();
     void save();
+    void hear(std::string const& fault);
+    void tell(std::string const& fault);
     void offer(std::filesystem::path const& abandoned);
     void recover(std::filesystem::path const& abandoned);
 
     WindowServices& m_services;
     FileActs& m_files;
     std::filesystem::path m_folder;
-    Autosave m_autosave;
+    std::string m_told;  ///< why the last writing failed
     QTimer m_timer;
+    Autosave m_autosave;  ///< ends first: it calls from a thread of its own
 };
 
 }  // namespace zelk

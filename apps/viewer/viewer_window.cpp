@@ -18,6 +18,7 @@
 #include "apps/viewer/composition_panel.h"
 #include "apps/viewer/dialogs/export_dialog.h"
 #include "apps/viewer/dialogs/shortcuts_dialog.h"
+#include "apps/viewer/file_watch.h"
 #include "apps/viewer/model/command_text.h"
 #include "apps/viewer/parameter_panel.h"
 #include "apps/viewer/start_page.h"
@@ -42,6 +43,7 @@ ViewerWindow::ViewerWindow(fs::path module, fs::path const& stateFolder)
       m_files(std::make_unique<FileActs>(m_services, stateFolder)),
       m_inputs(std::make_unique<InputActs>(m_services, *m_files)),
       m_colors(std::make_unique<ColorActs>(m_services, *m_composition)) {
+    m_watch = std::make_unique<FileWatch>(m_services, m_composition->canvas(), *m_inputs);
     if (!stateFolder.empty())
         m_recovery = std::make_unique<Recovery>(m_services, *m_files, stateFolder);
     m_start = new StartPage(m_services, *m_files, this);
@@ -57,6 +59,7 @@ ViewerWindow::ViewerWindow(fs::path module, fs::path const& stateFolder)
 
 /// Widgets go before the document that they show.
 ViewerWindow::~ViewerWindow() {
+    m_watch.reset();
     delete m_export;
     delete m_composition;
     delete m_parameters;
@@ -126,6 +129,7 @@ void ViewerWindow::connectPlay() {
 
 void ViewerWindow::addCommands() {
     m_menus->add(m_files->commands());
+    m_menus->add(m_watch->commands());
     m_menus->add(m_inputs->commands());
     m_menus->add(editCommands());
     m_menus->add(m_composition->commands());

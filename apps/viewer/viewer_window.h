@@ -21,6 +21,7 @@ namespace zelk {
 
 class CompositionPanel;
 class ExportDialog;
+class FileWatch;
 class ParameterPanel;
 class StartPage;
 class TimelinePanel;
@@ -95,6 +96,7 @@ private:
     std::unique_ptr<FileActs> m_files;
     std::unique_ptr<InputActs> m_inputs;
     std::unique_ptr<ColorActs> m_colors;
+    std::unique_ptr<FileWatch> m_watch;
     std::unique_ptr<Recovery> m_recovery;
     ExportDialog* m_export = nullptr;
     QByteArray m_usualLayout;

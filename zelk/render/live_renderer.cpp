@@ -24,11 +24,11 @@ RunOptions oneByOne() {
     return run;
 }
 
-bool isSameConfig(Scene const& a, Scene const& b) {
-    auto const pathOf = [](Scene const& scene) {
-        return scene.color.config ? scene.color.config->path() : std::filesystem::path();
-    };
-    return pathOf(a) == pathOf(b) && a.color.isBuiltIn == b.color.isBuiltIn;
+/// Name and time of the colour configuration, and whether it is used.
+std::string configKey(Scene const& scene) {
+    std::string const key =
+        scene.color.config ? inputKey(InputPicture{scene.color.config->path()}) : "";
+    return key + (scene.color.isBuiltIn ? " built in" : "");
 }
 
 /// Colour goes from a curve over BT.709's primaries to sRGB: each channel alone.
@@ -58,7 +58,9 @@ void LiveRenderer::dropStages() {
 }
 
 void LiveRenderer::setScene(Scene scene) {
-    if (!isSameConfig(scene, m_given)) m_kept.clear();
+    std::string config = configKey(scene);
+    if (config != m_config) m_kept.clear();
+    m_config = std::move(config);
     dropStages();
     m_given = std::move(scene);
     m_scene = invertedScene(m_given);

@@ -98,8 +98,9 @@ private:
     /// Files and colours of the scene as it was given.
     struct Inputs;
 
-    Scene m_given;  ///< as the caller has it
-    Scene m_scene;  ///< that renders it: not inverted any more
+    Scene m_given;         ///< as the caller has it
+    Scene m_scene;         ///< that renders it: not inverted any more
+    std::string m_config;  ///< that inputs are kept by
     std::unique_ptr<Inputs> m_inputs;
     KeptInputs m_kept;
     std::unique_ptr<FrameStages> m_stages;

@@ -37,6 +37,7 @@ std::string handOverText(HandedScene const& handed) {
                     {"start", start},
                     {"hasFile", !scene.file.empty()},
                     {"edits", Ordered::array()}};
+    if (handed.seen) head["seen"] = {handed.seen->bytes, handed.seen->crc32};
     for (MadeEdit const& edit : editsBesidesFile(scene))
         head["edits"].push_back({edit.name, edit.text});
     try {
@@ -56,6 +57,10 @@ HandedScene handedScene(fs::path const& source, std::string_view text) {
         fs::path const start = head.at("start").get<std::string>();
         HandedScene handed{sceneToEditFromText(start, text.substr(end + 1)),
                            head.at("file").get<std::string>()};
+        if (head.contains("seen")) {
+            Ordered const& seen = head.at("seen");
+            handed.seen = FileSum{seen.at(0).get<std::uint64_t>(), seen.at(1).get<std::uint32_t>()};
+        }
         if (!head.at("hasFile").get<bool>()) handed.scene.file.clear();
         for (auto const& edit : head.at("edits"))
             sceneEdit(edit.at(0).get<std::string>())

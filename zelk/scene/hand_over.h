@@ -6,16 +6,19 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
 
+#include "zelk/files/file_sum.h"
 #include "zelk/scene/scene.h"
 
 namespace zelk {
 
 struct HandedScene {
     Scene scene;
-    std::filesystem::path file;  ///< of the project that it is to be saved to; empty for none
+    std::filesystem::path file;        ///< of the project that it is to be saved to; empty for none
+    std::optional<FileSum> seen = {};  ///< that project as it was read; nothing: unknown
 };
 
 /// Throws a usage error for a scene that is not settled, and an output error for names that no text

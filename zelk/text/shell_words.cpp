@@ -12,12 +12,9 @@ std::string shellWord(std::string const& word) {
         return std::isalnum(c) || c >= 0x80 || std::strchr("@%+=:,./_-", c) != nullptr;
     };
     if (!word.empty() && std::all_of(word.begin(), word.end(), isPlain)) return word;
-    std::string text = "\"";
-    for (char const c : word) {
-        if (std::strchr("\"\\$`", c) != nullptr) text += '\\';
-        text += c;
-    }
-    return text + "\"";
+    std::string text = "'";
+    for (char const c : word) text += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return text + "'";
 }
 
 }  // namespace zelk

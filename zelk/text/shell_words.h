@@ -5,7 +5,8 @@
 
 namespace zelk {
 
-/// A word as a shell takes it: in double quotes, unless all of it is plain.
+/// A word as a shell takes it: in single quotes, unless all of it is plain. An interactive
+/// shell takes "!" for its history within double ones.
 std::string shellWord(std::string const& word);
 
 }  // namespace zelk

@@ -2,6 +2,7 @@
 #include "apps/viewer/model/autosave.h"
 
 #include <fmt/format.h>
+#include <time.h>
 
 #include <algorithm>
 #include <atomic>
@@ -27,6 +28,13 @@ std::string nextName() {
     return fmt::format("{}.{}-{}{}", hostName(), thisProcess().text(), ++count, kEnding);
 }
 
+/// By the clock of its files.
+fs::file_time_type startOfMachine() {
+    timespec up{};
+    ::clock_gettime(CLOCK_BOOTTIME, &up);
+    return fs::file_time_type::clock::now() - std::chrono::seconds(up.tv_sec);
+}
+
 bool isAbandoned(fs::directory_entry const& entry) {
     std::string const name = entry.path().filename().string();
     if (!name.ends_with(kEnding)) return false;
@@ -37,8 +45,10 @@ bool isAbandoned(fs::directory_entry const& entry) {
     Life const life = lifeOf(*maker);
     if (life != Life::kUnknown) return life == Life::kDead;
     std::error_code fault;
-    auto const age = fs::file_time_type::clock::now() - entry.last_write_time(fault);
-    return stem.substr(0, dot) == hostName() || (!fault && age > kForgotten);
+    auto const changed = entry.last_write_time(fault);
+    if (fault) return false;
+    bool const isOfFormerStart = stem.substr(0, dot) == hostName() && changed < startOfMachine();
+    return isOfFormerStart || fs::file_time_type::clock::now() - changed > kForgotten;
 }
 
 std::string written(fs::path const& file, std::string const& text) {
@@ -53,7 +63,8 @@ std::string written(fs::path const& file, std::string const& text) {
 
 }  // namespace
 
-Autosave::Autosave(fs::path folder) : m_file(std::move(folder) / nextName()) {}
+Autosave::Autosave(fs::path folder, Ended ended)
+    : m_file(std::move(folder) / nextName()), m_ended(std::move(ended)) {}
 Autosave::~Autosave() { wait(); }
 
 bool Autosave::write(HandedScene const& scene) {
@@ -61,12 +72,15 @@ bool Autosave::write(HandedScene const& scene) {
     if (m_writing.valid() && m_writing.wait_for(0s) != std::future_status::ready) return false;
     wait();
     m_isThere = true;
-    m_writing = std::async(std::launch::async, written, m_file, handOverText(scene));
+    m_writing = std::async(std::launch::async, [this, text = handOverText(scene)] {
+        std::string const fault = written(m_file, text);
+        if (m_ended) m_ended(fault);
+    });
     return true;
 }
 
 void Autosave::wait() {
-    if (m_writing.valid()) m_fault = m_writing.get();
+    if (m_writing.valid()) m_writing.get();
 }
 
 void Autosave::remove() {

@@ -4,11 +4,13 @@
 //   HOST.TAG-N.zelk-recovery     the scene as hand_over.h has it
 //
 // TAG tells the process (zelk/files/process_tag.h), N one of its windows. A file is whole at any
-// moment. A machine that was started anew has another tag: the files of its own name are then of
-// the dead. Those of other machines, which may share the folder, are left alone for a day.
+// moment. A machine that was started anew has another tag: files of its own name from before its
+// start are then of the dead. All others of unknown processes are left alone for a day: those of
+// machines that share the folder, and of containers on this one.
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <future>
 #include <string>
 #include <vector>
@@ -19,7 +21,9 @@ namespace zelk {
 
 class Autosave {
 public:
-    explicit Autosave(std::filesystem::path folder);
+    /// `ended` hears of each writing why it failed, empty where it did not; on the writing thread.
+    using Ended = std::function<void(std::string const& fault)>;
+    explicit Autosave(std::filesystem::path folder, Ended ended = {});
     ~Autosave();  ///< the file stays
     Autosave(Autosave const&) = delete;
     Autosave& operator=(Autosave const&) = delete;
@@ -27,18 +31,17 @@ public:
     std::filesystem::path const& file() const { return m_file; }
     /// On a thread of its own; false while the last one is being written, and nothing is done.
     bool write(HandedScene const& scene);
-    /// Why the last one that ended was not written; empty where it was.
-    std::string const& fault() const { return m_fault; }
-    void wait();
     void remove();
     /// Makes an abandoned file this one's own, so that nobody else takes it; false where somebody
     /// was faster.
     bool adopt(std::filesystem::path const& abandoned);
 
 private:
+    void wait();
+
     std::filesystem::path m_file;
-    std::future<std::string> m_writing;
-    std::string m_fault;
+    Ended m_ended;
+    std::future<void> m_writing;
     bool m_isThere = false;
 };
 

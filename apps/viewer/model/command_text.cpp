@@ -3,6 +3,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <utility>
 #include <vector>
 
@@ -39,12 +40,15 @@ std::string wordsOf(MadeEdit const& edit) {
     return option + join + shellWord(edit.text);
 }
 
+bool isSaved(Document const& document) {
+    return !document.file().empty() && !document.isModified();
+}
+
 /// What makes the scene: its project, or its edits.
 CommandText sceneWords(Document const& document) {
-    bool const isSaved = !document.file().empty() && !document.isModified();
     Edits edits;
     std::string line = "zelk render";
-    if (isSaved) {
+    if (isSaved(document)) {
         line += " --project " + shellWord(absoluteText(document.file()));
         edits = editsBesidesFile(document.scene());
     } else {
@@ -57,11 +61,14 @@ CommandText sceneWords(Document const& document) {
     return {line, ""};
 }
 
-/// A name for one frame of a scene that names none: "sign.0012.png", in the shell's own folder.
+/// A name for one frame of a scene that names none: "sign.0012.png", in the shell's own folder. The
+/// frame mark of a layer such as "thumb_####.png" is left out, else there would be two numbers.
 std::string stillName(Document const& document) {
     fs::path stem = document.file().empty() ? document.scene().layer.file.path() : document.file();
     std::string name = stem.filename().string();
     name = name.substr(0, name.find('.'));
+    name = name.substr(0, std::min(name.find_first_of("#@%"), name.find("$F")));
+    name.resize(name.find_last_not_of("_-") + 1);
     return fmt::format("{}.{:04}.png", name.empty() ? "frame" : name, document.frame());
 }
 
@@ -88,10 +95,9 @@ CommandText renderCommandOf(Document const& document) {
     if (text.line.empty()) return text;
     Scene const& scene = document.scene();
     bool const isOwn = scene.output && !containerOf(scene.outputPath());
-    bool const isSaved = text.line.find(" --project ") != std::string::npos;
     if (!isOwn)
         text.line += wordsOf({"output", stillName(document)});
-    else if (!isSaved)
+    else if (!isSaved(document))
         text.line += wordsOf({"output", absoluteText(scene.outputPath())});
     bool const isStill = !isSequence(scene) && document.frame() == document.firstFrame();
     if (!isStill) text.line += wordsOf({"frames", std::to_string(document.frame())});

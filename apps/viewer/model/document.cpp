@@ -8,6 +8,7 @@
 
 #include "Transform/Common/PopupEntries.h"
 #include "apps/viewer/model/scene_values.h"
+#include "apps/viewer/model/tracks_again.h"
 #include "zelk/render/frame_stages.h"
 #include "zelk/render/host_errors.h"
 #include "zelk/render/setup.h"
@@ -54,6 +55,12 @@ ColorsAtHand colorsAtHand(Scene scene) {
     return colors;
 }
 
+/// Nothing of what is no file: a pipe's bytes come once.
+std::optional<FileSum> sumOfProject(std::filesystem::path const& project) {
+    std::error_code none;
+    return std::filesystem::is_regular_file(project, none) ? sumOf(project) : std::nullopt;
+}
+
 int lastFrameOf(Comp const& comp) { return comp.startFrame + comp.durationFrames - 1; }
 
 }  // namespace
@@ -64,10 +71,11 @@ Document::~Document() = default;
 // --- Files
 
 void Document::open(std::filesystem::path const& project) {
+    auto const sum = sumOfProject(project);  // before it is read: a later change is then seen
     Scene scene = readSceneToEdit(project);
     checkSceneToEdit(scene);
     int const first = scene.comp.startFrame;
-    adopt(std::move(scene), project, first);
+    adopt(std::move(scene), {project, sum}, first);
 }
 
 void Document::start(Scene scene) {
@@ -78,21 +86,22 @@ void Document::start(Scene scene) {
     m_now.scene = std::make_shared<Scene const>(settledScene());
 }
 
-void Document::recover(Scene scene, std::filesystem::path file) {
+void Document::recover(Scene scene, std::filesystem::path file, std::optional<FileSum> seen) {
     checkSceneToEdit(scene);
     int const first = scene.comp.startFrame;
-    adopt(std::move(scene), std::move(file), first);
-    m_savedRevision = 0;
-    tell({.state = true});
+    if (!seen) seen = sumOfProject(file);
+    adopt(std::move(scene), {std::move(file), seen, false}, first);
 }
 
-/// Everything that can fail comes before anything changes.
-void Document::adopt(Scene scene, std::filesystem::path file, int frame) {
+/// Everything that can fail comes before anything changes. Listeners never see a recovered scene as
+/// saved: what was kept of it would go.
+void Document::adopt(Scene scene, Origin origin, int frame) {
     if (!m_module.empty()) scene.module = m_module;
     openStages(scene, frame);
     m_now = {std::make_shared<Scene const>(std::move(scene)), nextNumber(), nextNumber()};
-    m_savedRevision = m_now.revision;
-    m_file = std::move(file);
+    m_savedRevision = origin.isSaved ? m_now.revision : 0;
+    m_file = std::move(origin.file);
+    m_fileSum = origin.sum;
     m_frame = frame;
     m_steps.clear();
     m_done = 0;
@@ -142,16 +151,41 @@ void Document::saveAs(std::filesystem::path const& project) { saveTo(project, tr
 void Document::saveTo(std::filesystem::path const& project, bool mayReplace) {
     writeScene(scene(), project, mayReplace);
     m_file = project;
+    m_fileSum = sumOfProject(project);
     m_savedRevision = m_now.revision;
     tell({.state = true});
 }
 
+void Document::reload() {
+    if (m_act || m_session->isDragging()) return;
+    TracksAgain tracks;
+    State now = m_now;
+    now.scene = tracks.of(now.scene);
+    openStages(*now.scene, m_frame);
+    m_now = std::move(now);
+    for (Step& step : m_steps) {
+        step.before.scene = tracks.of(step.before.scene);
+        step.after.scene = tracks.of(step.after.scene);
+    }
+    ++m_reloads;
+    tell({true, true, true, true});
+}
+
 bool Document::isModified() const { return isOpen() && m_now.revision != m_savedRevision; }
+
+/// One that is gone is no change: a save brings it back.
+bool Document::hasFileChanged() const {
+    auto const now = sumOfProject(m_file);
+    return now && now != m_fileSum;
+}
 
 // --- The scene
 
 SceneSnapshot Document::snapshot() const {
-    return {m_now.scene, m_now.structure, m_now.revision, m_frame, m_colors.areBuiltIn};
+    // Other files make other pictures of the same scene, and of all that undo leads to.
+    std::uint64_t const again = m_reloads << 40;
+    return {m_now.scene, m_now.structure + again, m_now.revision + again, m_frame,
+            m_colors.areBuiltIn};
 }
 
 Scene Document::settledScene() const { return m_stages->settledScene(); }

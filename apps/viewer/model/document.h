@@ -26,6 +26,7 @@
 #include <vector>
 
 #include "hostkit/edit_session.h"
+#include "zelk/files/file_sum.h"
 #include "zelk/render/quad_map.h"
 #include "zelk/scene/scene.h"
 
@@ -77,14 +78,22 @@ public:
     /// composition gets that of its inputs. Its `file` is kept for names that start there.
     void start(Scene scene);
     /// A scene that was saved before a crash: as start, but saved to `file` at the next save.
-    void recover(Scene scene, std::filesystem::path file);
+    /// `seen` is that file as it was read then; nothing: as it is now.
+    void recover(Scene scene, std::filesystem::path file, std::optional<FileSum> seen = {});
     /// To its own file; throws a usage error where there is none.
     void save();
     void saveAs(std::filesystem::path const& project);
+    /// Opens pictures, tracks and colour configuration again, as others may have written them: no
+    /// act, and nothing within one. Snapshots have other numbers from then on.
+    void reload();
 
     bool isOpen() const { return m_stages != nullptr; }
     /// Empty for a scene that was never saved.
     std::filesystem::path const& file() const { return m_file; }
+    /// The file as it was read, or saved last; nothing where it was not there.
+    std::optional<FileSum> const& fileSum() const { return m_fileSum; }
+    /// Somebody else wrote the file since: a save would replace that.
+    bool hasFileChanged() const;
     /// Differs from what is saved. A scene that was started counts from its first state.
     bool isModified() const;
 
@@ -172,12 +181,17 @@ private:
         std::string name;
         State before, after;
     };
+    struct Origin {
+        std::filesystem::path file = {};
+        std::optional<FileSum> sum = {};
+        bool isSaved = true;
+    };
     struct OpenAct {
         std::string name;
         State before;
     };
 
-    void adopt(Scene scene, std::filesystem::path file, int frame);
+    void adopt(Scene scene, Origin origin, int frame);
     void openStages(Scene const& scene, int frame);
     void show(State const& state);
     void record(std::string name, State const& before);
@@ -196,7 +210,9 @@ private:
     ColorsAtHand m_colors;
     State m_now;
     std::uint64_t m_savedRevision = 0;
+    std::uint64_t m_reloads = 0;
     std::filesystem::path m_file;
+    std::optional<FileSum> m_fileSum;
     int m_frame = 0;
     std::vector<Step> m_steps;
     std::size_t m_done = 0;  ///< steps up to here are done, the rest undone

@@ -37,6 +37,7 @@ struct ShownFrame {
     /// and of no draft.
     PictureBuffer stored;
     PixelSize whole;    ///< of the reduced picture that `part` was cut from
+    std::string files;  ///< that it was made of (file_stamps.h)
     std::string error;  ///< a sentence; empty where there is a picture
     std::vector<std::string> warnings;
     double seconds = 0;  ///< that it took

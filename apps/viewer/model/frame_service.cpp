@@ -6,6 +6,7 @@
 #include <exception>
 #include <utility>
 
+#include "apps/viewer/model/file_stamps.h"
 #include "zelk/text/errors.h"
 
 namespace zelk {
@@ -179,6 +180,7 @@ std::shared_ptr<ShownFrame> FrameService::made(Wish const& wish) {
     result->revision = wish.scene.revision;
     result->frame = wish.scene.frame;
     result->view = wish.view;
+    result->files = fileStamps(*wish.scene.scene, wish.scene.frame);  // before they are read
     PictureView const& view = wish.view;
     bool const wantsStored =
         view.shows == ShownPicture::kFrame && view.reduce == 1 && !view.isDraft;

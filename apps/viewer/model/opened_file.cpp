@@ -8,6 +8,7 @@
 
 #include "zelk/files/frame_names.h"
 #include "zelk/inputs/input_files.h"
+#include "zelk/movies/frames.h"
 #include "zelk/text/errors.h"
 #include "zelk/text/numbers.h"
 
@@ -41,6 +42,7 @@ FileKind kindOf(fs::path const& file) {
 }
 
 std::optional<FileSequence> sequenceOf(fs::path const& file) {
+    if (isMovieInput(file)) return std::nullopt;
     std::string const name = file.filename().string();
     std::size_t end = name.size() - file.extension().string().size();
     while (end > 0 && !isDigit(name[end - 1])) --end;

@@ -18,7 +18,7 @@ struct FileSequence {
     std::string pattern;
     std::vector<int> frames;
 };
-/// Nothing for a file that stands alone, and for a pattern.
+/// Nothing for a file that stands alone, for a pattern, and for a movie: takes have numbers too.
 std::optional<FileSequence> sequenceOf(std::filesystem::path const& file);
 
 }  // namespace zelk

@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "apps/viewer/model/field_text.h"
+#include "apps/viewer/model/scene_inputs.h"
 #include "zelk/scene/check.h"
 #include "zelk/scene/color_names.h"
 #include "zelk/scene/parameter_names.h"
@@ -164,6 +165,8 @@ void SceneControl::set(std::string const& text) {
         m_setting.reset(wanted);
     else
         m_edit.apply(wanted, row().label, text);
+    ScenePath* const file = m_setting.file ? m_setting.file(wanted) : nullptr;
+    if (file) *file = pathIn(wanted, file->path());
     if (m_setting.edit == "ocio" && !text.empty()) colorConfigOf(wanted);  // can be read
     checkSceneToEdit(wanted);
     std::vector<SceneParameter> const own = takeParameters(wanted, row().label);
@@ -190,7 +193,11 @@ void SceneControl::set(std::string const& text) {
 }
 
 void SceneControl::type(int field, std::string const& text) {
-    if (row().kind != ControlKind::kNumber) return set(std::string(trimmed(text)));
+    std::string const plain(trimmed(text));
+    // Names start at the project's folder, as the one that is shown does.
+    if (row().kind == ControlKind::kFile && !plain.empty())
+        return set((document().scene().file.parent_path() / plain).string());
+    if (row().kind != ControlKind::kNumber) return set(plain);
     std::string joined;
     std::vector<std::string> all = parts();
     all.at(static_cast<std::size_t>(field)) = withoutUnit(trimmed(text), row().unit);

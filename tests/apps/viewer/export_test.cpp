@@ -100,6 +100,35 @@ TEST_F(ExportTest, TheFrameOnScreenAsACommand) {
 }
 
 /// Scenes that nobody saved, by their options; the project that they are saved to gives the same.
+/// Bash as a terminal has it, which takes "!" for its history.
+TEST_F(ExportTest, ALineIsTakenByAnInteractiveShell) {
+    std::string const name = "it's a!b \"$HOME\" `c`\\_##.png";
+    for (char const* number : {"01", "02"})
+        fs::copy(folder.at("chelsea.png"),
+                 folder.at(name.substr(0, name.find('#')) + number + ".png"));
+    document().change("Layer", [&](Scene& scene) {
+        sceneEdit("layer").apply(scene, "layer", folder.at(name).string());
+    });
+    document().saveAs(folder.at("it's!.zelk.json"));
+    press("File/Copy as Command");
+    EXPECT_EQ(error(), "");
+    folder.put("line.sh", copied().toStdString() + "\n");
+    shell("bash --norc --noprofile -i < ../line.sh");
+    EXPECT_TRUE(fs::exists(folder.at("out/it's!.0001.png"))) << bytesOf(folder.at("out/said"));
+    window->openFile(path(name.c_str()));
+    document().edit(kParamCornerPinOpacity, {85});
+    std::string const line = renderCommandOf(document()).line;
+    EXPECT_NE(line.find("\\.0001.png"), line.npos) << line;
+    // A name may look like an option.
+    fs::copy(folder.at("chelsea.png"), folder.at("a --project b.png"));
+    choices = {1};
+    window->openFile(path("a --project b.png"));
+    document().change("Output", [&](Scene& scene) {
+        sceneEdit("output").apply(scene, "output", folder.at("named.png").string());
+    });
+    EXPECT_NE(renderCommandOf(document()).line.find("named.png"), line.npos);
+}
+
 TEST_F(ExportTest, AnUnsavedSceneAsACommand) {
     std::vector<std::vector<MadeEdit>> const scenes = {
         {{"to", "60,40 400,10 30,250 380,290"}, {"quality", "super"}, {"set", "rotate=-12.5"}},

@@ -65,6 +65,14 @@ protected:
         std::ifstream in(file, std::ios::binary);
         return {std::istreambuf_iterator<char>(in), {}};
     }
+    /// Scenes that are autosaved in the window's state folder.
+    int autosaved() const {
+        int files = 0;
+        std::error_code none;
+        for (auto const& entry : std::filesystem::directory_iterator(folder.at("state"), none))
+            files += entry.path().extension() == ".zelk-recovery" && entry.file_size() > 0;
+        return files;
+    }
     /// In the folder `out`, by a shell; what it printed otherwise.
     void shell(std::string const& line) {
         std::filesystem::create_directories(folder.at("out"));

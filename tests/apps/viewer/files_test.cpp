@@ -21,6 +21,7 @@
 #include "apps/viewer/dialogs/shortcuts_dialog.h"
 #include "apps/viewer/dialogs/track_dialog.h"
 #include "apps/viewer/model/autosave.h"
+#include "zelk/files/process_tag.h"
 #include "zelk/scene/edits.h"
 
 namespace zelk {
@@ -51,6 +52,20 @@ TEST_F(FilesTest, OpensWhatAFileIs) {
     names = {path("move.zelk.json")};
     press("File/Open\u2026");
     EXPECT_EQ(window->windowTitle(), "move.zelk.json[*] \u2014 Zelk");
+}
+
+/// Without a question: numbered movies are no sequence.
+TEST_F(FilesTest, ATakeOfAMovieIsTakenAlone) {
+    for (char const* take : {"take01.mov", "take02.mov"})
+        ASSERT_EQ(std::system((std::string(ZELK_BINARY) + " render --project " +
+                               folder.at("move.zelk.json").string() + " --frames 1-2 -o " +
+                               folder.at(take).string() + " >/dev/null 2>&1")
+                                  .c_str()),
+                  0);
+    window->openFile(path("take01.mov"));
+    EXPECT_EQ(asked.join("|"), "");
+    EXPECT_EQ(fs::path(document().scene().layer.file.written).filename(), "take01.mov");
+    EXPECT_EQ(document().lastFrame(), 1);
 }
 
 TEST_F(FilesTest, WhatCannotBeReadIsToldAndWhatWasOpenStays) {
@@ -90,6 +105,51 @@ TEST_F(FilesTest, SavesToItsFileOrAsksForOne) {
     ASSERT_EQ(menu.actions().size(), 2);
     menu.actions()[1]->trigger();
     EXPECT_EQ(document().file(), folder.at("own.zelk.json"));
+}
+
+TEST_F(FilesTest, SaveAsAsksAboutTheNameThatItMakes) {
+    window->openFile(path("move.zelk.json"));
+    std::string const before = bytesOf(folder.at("move.zelk.json"));
+    makeChange();
+    for (int const answer : {-1, 0}) {
+        names = {path("move")};
+        choices = {answer};
+        asked.clear();
+        press("File/Save As\u2026");
+        EXPECT_EQ(asked, QStringList({"Save As", "move.zelk.json is there already."}));
+        EXPECT_EQ(bytesOf(folder.at("move.zelk.json")), answer < 0 ? before : text());
+        EXPECT_EQ(document().isModified(), answer < 0);
+    }
+}
+
+TEST_F(FilesTest, WhatOthersSavedIsReplacedOnlyWhenAsked) {
+    fs::path const file = folder.at("move.zelk.json");
+    window->openFile(path("move.zelk.json"));
+    std::string const others = bytesOf(file) + "\n";
+    auto const saveAfterOthers = [&](std::deque<int> answers) {
+        makeChange();
+        folder.put("move.zelk.json", others);
+        choices = answers;
+        names = {path("mine.zelk.json")};
+        asked.clear();
+        press("File/Save");
+        EXPECT_TRUE(asked.value(0).contains("changed on disk")) << asked.join("|").toStdString();
+    };
+    saveAfterOthers({});  // cancelled
+    EXPECT_EQ(bytesOf(file), others);
+    EXPECT_TRUE(document().isModified());
+    saveAfterOthers({1});
+    EXPECT_EQ(bytesOf(file), text());
+    document().undo();
+    saveAfterOthers({0});
+    EXPECT_EQ(bytesOf(file), others);
+    EXPECT_EQ(document().file(), folder.at("mine.zelk.json"));
+    asked.clear();
+    makeChange();
+    fs::last_write_time(document().file(), fs::file_time_type::clock::now());  // the same text
+    press("File/Save");
+    EXPECT_TRUE(asked.empty());
+    EXPECT_FALSE(document().isModified());
 }
 
 /// By the real question, answered by the key of its button.
@@ -300,29 +360,51 @@ TEST_F(FilesTest, WhatAKilledViewerHadIsRecovered) {
     window->openAtStart({});
     QString const key = "recovery " + path("state/") + textOf(file.filename());
     EXPECT_TRUE(window->notices().text(key).contains("move.zelk.json"));
+    folder.put("move.zelk.json", bytesOf(folder.at("move.zelk.json")) + "\n");  // by somebody else
     ASSERT_TRUE(window->notices().press(key, "Recover"));
     EXPECT_EQ(error(), "");
     EXPECT_EQ(document().file(), folder.at("move.zelk.json"));
     EXPECT_EQ(document().valueOf(kParamCornerPinOpacity)[0], 35);
     EXPECT_TRUE(window->isWindowModified());
+    EXPECT_EQ(autosaved(), 1);  // kept until it is saved
+    choices = {1};
     press("File/Save");
+    EXPECT_TRUE(asked.value(0).contains("changed on disk"));
     EXPECT_EQ(bytesOf(folder.at("move.zelk.json")), text());
-    EXPECT_TRUE(fs::is_empty(folder.at("state")) ||
-                !fs::exists(folder.at("state") / file.filename()));
+    EXPECT_EQ(autosaved(), 0);
+}
+
+/// Processes that nothing is known of: only those from before the machine's start are surely dead.
+TEST_F(FilesTest, WhatMayStillBeEditedIsNotOffered) {
+    using std::chrono::hours;
+    double up = 0;
+    std::ifstream("/proc/uptime") >> up;
+    auto const sinceStart = std::chrono::seconds(static_cast<long>(up));
+    ProcessTag other = thisProcess();
+    other.machine ^= 1;
+    struct Case {
+        std::string host;
+        std::chrono::seconds age;
+        bool isOffered;
+    };
+    for (Case const& each : {Case{hostName(), sinceStart / 2 % hours(24), false},
+                             Case{hostName(), sinceStart + hours(1), true},
+                             Case{"another", hours(23), false}, Case{"another", hours(25), true}}) {
+        std::string const name = each.host + "." + other.text() + "-1.zelk-recovery";
+        fs::create_directories(folder.at("state"));
+        fs::path const file = folder.put("state/" + name, "");
+        fs::last_write_time(file, fs::file_time_type::clock::now() - each.age);
+        EXPECT_EQ(!abandonedScenes(folder.at("state")).empty(), each.isOffered)
+            << each.host << " " << each.age.count();
+        fs::remove(file);
+    }
 }
 
 TEST_F(FilesTest, AutosavedScenesGoWithTheirReason) {
     window->openFile(path("move.zelk.json"));
     window->recovery()->setDelay(10);
-    auto const count = [&] {
-        int files = 0;
-        std::error_code none;
-        for (auto const& entry : fs::directory_iterator(folder.at("state"), none))
-            files += entry.path().extension() == ".zelk-recovery" && entry.file_size() > 0;
-        return files;
-    };
     auto const awaitCount = [&](int files) {
-        return QTest::qWaitFor([&] { return count() == files; }, 5000);
+        return QTest::qWaitFor([&] { return autosaved() == files; }, 5000);
     };
     makeChange();
     EXPECT_TRUE(awaitCount(1));
@@ -332,7 +414,19 @@ TEST_F(FilesTest, AutosavedScenesGoWithTheirReason) {
     EXPECT_TRUE(awaitCount(1));
     choices = {1};  // don't save
     window->close();
-    EXPECT_EQ(count(), 0);
+    EXPECT_EQ(autosaved(), 0);
+}
+
+TEST_F(FilesTest, AnAutosaveThatFailsIsToldAtOnceAndTriedAgain) {
+    folder.put("state", "no folder");
+    window->openFile(path("move.zelk.json"));
+    window->recovery()->setDelay(10);
+    makeChange();
+    auto const notice = [&] { return window->notices().text("autosave"); };
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !notice().isEmpty(); }));
+    EXPECT_TRUE(notice().contains("not saved by itself")) << notice().toStdString();
+    fs::remove(folder.at("state"));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return notice().isEmpty() && autosaved() == 1; }));
 }
 
 TEST_F(FilesTest, AFullDiskLeavesTheOldProject) {

@@ -230,6 +230,25 @@ TEST_F(ParameterPanelTest, UnitsAreTakenAndWrongTextsLeaveTheValue) {
     EXPECT_EQ(text(), third);
 }
 
+/// Typed ones start there, others become so, as those of the menu do.
+TEST_F(ParameterPanelTest, FilesAreNamedFromTheProjectsFolder) {
+    std::string const before = text();
+    for (char const* name : {"scene matte", "scene holdout", "scene st-map"}) {
+        for (std::string const& typed :
+             {std::string("rocket.jpg"), WindowTest::folder.at("rocket.jpg").string()}) {
+            type(name, typed);
+            EXPECT_EQ(message(), "");
+            EXPECT_EQ(field(name).text(), "rocket.jpg");
+            EXPECT_NE(text().find("\"rocket.jpg\""), std::string::npos);
+            document().undo();
+        }
+    }
+    EXPECT_EQ(text(), before);
+    type("scene matte", "rocket.jpg:R");
+    EXPECT_EQ(document().scene().matte->file.file.path(), WindowTest::folder.at("rocket.jpg"));
+    EXPECT_EQ(document().scene().matte->channel, "R");
+}
+
 TEST_F(ParameterPanelTest, WhatTheSceneCantRenderIsRefused) {
     std::string const before = text();
     QTest::keyClick(&part<QComboBox>("transfer-mode"), Qt::Key_Down);
@@ -540,6 +559,7 @@ TEST_F(ParameterPanelTest, TrackingDataComesByTheEffectsImport) {
         EXPECT_EQ(text(), before);
         control->chooseFile(2, exampleFile("sign-track.txt"));
         EXPECT_GT(document().parameter(kToPins + 3).track().size(), 3u);
+        control->chooseFile(2, exampleFile("sign-track.txt"));  // changes nothing
         EXPECT_EQ(value(kParamMochaImport)[0], 1);
     }
     EXPECT_EQ(document().undoName(), "Import Tracking Data");

@@ -181,7 +181,7 @@ TEST_F(FrameFiles, MetadataThatNoLongerFitsIsDroppedAndTheRestIsAddedTo) {
     });
     render("in.exr", "$a b.exr", {"--to", "0,0 9,0 0,9 9,9"});
     OIIO::ImageSpec const kept = specOf(at("$a b.exr"));
-    std::string const again = R"(zelk render in.exr -o "\$a b.exr" --to "0,0 9,0 0,9 9,9")";
+    std::string const again = R"(zelk render in.exr -o '$a b.exr' --to '0,0 9,0 0,9 9,9')";
     EXPECT_EQ(kept.get_string_attribute("Exif:ImageHistory"), "shot on a roof\n" + again);
     EXPECT_EQ(kept.get_string_attribute("project"), "a farm");
     std::string const software = kept.get_string_attribute("Software");

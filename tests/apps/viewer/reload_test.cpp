@@ -1,0 +1,134 @@
+// Files of an open scene that others write: pictures, tracks, the colour configuration.
+#include <QEvent>
+
+#include "apps/viewer/composition_canvas.h"
+#include "apps/viewer/composition_panel.h"
+#include "tests/apps/viewer/files_fixture.h"
+#include "zelk/scene/edits.h"
+
+namespace zelk {
+namespace {
+
+namespace fs = std::filesystem;
+
+class ReloadTest : public FilesTest {
+protected:
+    CompositionCanvas& canvas() { return window->composition().canvas(); }
+    void awaitRest() {
+        ASSERT_TRUE(QTest::qWaitFor([&] { return canvas().isAtRest(); }, 60000));
+    }
+    /// What is shown at a frame, at rest.
+    std::string shownAt(int frame) {
+        document().setFrame(frame);
+        awaitRest();
+        EXPECT_EQ(canvas().shown()->error, "");
+        World const& picture = canvas().shown()->display;
+        std::string bytes;
+        for (int y = 0; y < picture.height(); ++y)
+            bytes.append(reinterpret_cast<char const*>(picture.row(y)),
+                         static_cast<std::size_t>(picture.width()) * 4);
+        return bytes;
+    }
+    /// What a window shows that opens the project now.
+    std::string freshAt(int frame) {
+        start();
+        window->openFile(path("move.zelk.json"));
+        return shownAt(frame);
+    }
+    void replace(char const* file, char const* by) {
+        fs::copy_file(folder.at(by), folder.at("new"), fs::copy_options::overwrite_existing);
+        fs::last_write_time(folder.at("new"), fs::file_time_type::clock::now());
+        fs::rename(folder.at("new"), folder.at(file));
+    }
+    void focus() {
+        QEvent event(QEvent::WindowActivate);
+        QApplication::sendEvent(window.get(), &event);
+    }
+};
+
+TEST_F(ReloadTest, AKeptPictureIsNotShownWhenItsFileIsAnother) {
+    window->openFile(path("move.zelk.json"));
+    makeChange();
+    document().undo();
+    std::string const first = shownAt(1), second = shownAt(2);
+    replace("chelsea.png", "rocket.jpg");
+    document().setFrame(1);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return document().layerSize().width == 640; }));
+    std::string const now = shownAt(1);
+    EXPECT_TRUE(now != first);
+    EXPECT_FALSE(document().isModified());
+    EXPECT_EQ(document().redoName(), "Set Corner Pin Opacity");
+    document().redo();
+    document().undo();
+    EXPECT_TRUE(shownAt(1) == now);
+    EXPECT_TRUE(shownAt(2) != second);
+    EXPECT_TRUE(freshAt(1) == now);
+}
+
+TEST_F(ReloadTest, WhatWasMissingIsSeenWhenTheWindowGetsTheFocus) {
+    window->openFile(path("move.zelk.json"));
+    auto const notice = [&] { return window->notices().text("missing"); };
+    std::string const before = shownAt(1);
+    fs::rename(folder.at("chelsea.png"), folder.at("away.png"));
+    focus();
+    EXPECT_TRUE(notice().contains("chelsea.png"));
+    awaitRest();
+    EXPECT_NE(canvas().shown()->error, "");
+    fs::rename(folder.at("away.png"), folder.at("chelsea.png"));
+    focus();
+    EXPECT_EQ(notice(), "");
+    EXPECT_TRUE(shownAt(1) == before);
+}
+
+TEST_F(ReloadTest, TracksAreReadAgain) {
+    window->openFile(path("move.zelk.json"));
+    document().change("Track", [&](Scene& scene) {
+        scene.trackReading.firstFrame = 1;
+        sceneEdit("track").apply(scene, "track", folder.at("sign-track.txt").string());
+        std::erase_if(scene.parameters, [](auto const& p) { return p.name.starts_with("to-"); });
+    });
+    document().save();
+    std::string const before = shownAt(1);
+    std::string track = bytesOf(folder.at("sign-track.txt"));
+    fs::rename(folder.at("sign-track.txt"), folder.at("away.txt"));
+    makeChange();
+    press("File/Reload Files");
+    EXPECT_FALSE(document().scene().tracks.at(0).track);
+    EXPECT_TRUE(window->notices().text("missing").contains("track of the To Pins"));
+    document().undo();  // to a scene from before
+    EXPECT_FALSE(document().scene().tracks.at(0).track);
+    fs::rename(folder.at("away.txt"), folder.at("sign-track.txt"));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return window->notices().text("missing").isEmpty(); }));
+    EXPECT_TRUE(document().scene().tracks.at(0).track);
+    EXPECT_TRUE(shownAt(1) == before);
+}
+
+TEST_F(ReloadTest, AChangedColourConfigurationCounts) {
+    auto const put = [&](char const* exponent) {
+        folder.put("new.ocio", std::string("ocio_profile_version: 2\nroles: {default: lin, "
+                                           "scene_linear: lin}\ndisplays: {screen: [!<View> "
+                                           "{name: Own, colorspace: own}]}\ncolorspaces:\n  - "
+                                           "!<ColorSpace> {name: lin}\n  - !<ColorSpace> {name: "
+                                           "own, to_scene_reference: !<ExponentTransform> "
+                                           "{value: [") +
+                                   exponent + ", 1]}}\n");
+        fs::rename(folder.at("new.ocio"), folder.at("config.ocio"));
+    };
+    put("2, 2, 2");
+    window->openFile(path("move.zelk.json"));
+    document().change("Configuration", [&](Scene& scene) {
+        sceneEdit("ocio").apply(scene, "ocio", folder.at("config.ocio").string());
+        sceneEdit("layer-color").apply(scene, "layer-color", "own");
+    });
+    document().save();
+    std::string const before = shownAt(1);
+    QTest::qWait(20);  // a time of its own
+    put("3, 3, 3");
+    focus();
+    std::string const now = shownAt(1);
+    EXPECT_TRUE(now != before);
+    EXPECT_TRUE(freshAt(1) == now);
+}
+
+}  // namespace
+}  // namespace zelk
