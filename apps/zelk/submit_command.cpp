@@ -8,7 +8,7 @@
 
 #include "apps/zelk/history.h"
 #include "apps/zelk/render_command.h"
-#include "zelk/files/relative_paths.h"
+#include "zelk/files/absolute_path.h"
 #include "zelk/files/standard_output.h"
 #include "zelk/jobs/submission.h"
 #include "zelk/scene/edits.h"

@@ -1,7 +1,7 @@
 // Paths between folders; see relative_paths.h.
 #include "zelk/files/relative_paths.h"
 
-#include <algorithm>
+#include "zelk/files/absolute_path.h"
 
 namespace zelk {
 
@@ -11,23 +11,17 @@ namespace {
 
 /// Absolute, without a blank name at the end.
 fs::path plainFolder(fs::path const& folder) {
-    fs::path const plain = fs::absolute(folder.empty() ? "." : folder).lexically_normal();
+    fs::path const plain = absolutePath(folder.empty() ? "." : folder).lexically_normal();
     return plain.has_filename() ? plain : plain.parent_path();
 }
 
 }  // namespace
 
-fs::path absolutePath(fs::path const& path) {
-    fs::path const whole = fs::absolute(path);
-    bool const goesUp = std::find(whole.begin(), whole.end(), "..") != whole.end();
-    return goesUp ? whole : whole.lexically_normal();
-}
-
 bool isSameFolder(fs::path const& a, fs::path const& b) { return plainFolder(a) == plainFolder(b); }
 
 std::string pathFrom(fs::path const& folder, fs::path const& path, bool mayClimb) {
     fs::path const home = plainFolder(folder);
-    fs::path const there = fs::absolute(path).lexically_normal();
+    fs::path const there = absolutePath(path).lexically_normal();
     fs::path const relative = there.lexically_relative(home);
     bool const climbs = relative.empty() || *relative.begin() == "..";
     // ".." leaves a linked folder to where the link leads.

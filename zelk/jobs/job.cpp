@@ -7,8 +7,8 @@
 #include <random>
 #include <sstream>
 
+#include "zelk/files/absolute_path.h"
 #include "zelk/files/frame_names.h"
-#include "zelk/files/relative_paths.h"
 #include "zelk/files/text_file.h"
 #include "zelk/text/errors.h"
 #include "zelk/text/json_text.h"

@@ -7,8 +7,8 @@
 #include <cstdlib>
 #include <set>
 
+#include "zelk/files/absolute_path.h"
 #include "zelk/files/frame_names.h"
-#include "zelk/files/relative_paths.h"
 #include "zelk/movies/probe.h"
 #include "zelk/render/frame_stages.h"
 #include "zelk/render/host_errors.h"

@@ -8,9 +8,9 @@
 #include <nlohmann/json.hpp>
 #include <set>
 
+#include "zelk/files/absolute_path.h"
 #include "zelk/files/frame_names.h"
 #include "zelk/files/output_place.h"
-#include "zelk/files/relative_paths.h"
 #include "zelk/jobs/chunks.h"
 #include "zelk/jobs/engines.h"
 #include "zelk/jobs/job_lock.h"

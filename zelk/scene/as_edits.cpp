@@ -5,7 +5,7 @@
 
 #include <algorithm>
 
-#include "zelk/files/relative_paths.h"
+#include "zelk/files/absolute_path.h"
 #include "zelk/movies/frames.h"
 #include "zelk/scene/clock.h"
 #include "zelk/scene/invert.h"

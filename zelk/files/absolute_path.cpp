@@ -1,0 +1,29 @@
+// See absolute_path.h.
+#include "zelk/files/absolute_path.h"
+
+#include <algorithm>
+#include <system_error>
+
+namespace zelk {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+/// As the program starts: later it may be too late to ask.
+fs::path const kStartFolder = [] {
+    std::error_code none;
+    return fs::current_path(none);
+}();
+
+}  // namespace
+
+fs::path absolutePath(fs::path const& path) {
+    std::error_code isGone;
+    fs::path full = fs::absolute(path, isGone);
+    if (isGone) full = kStartFolder / path;
+    bool const goesUp = std::find(full.begin(), full.end(), "..") != full.end();
+    return goesUp ? full : full.lexically_normal();
+}
+
+}  // namespace zelk

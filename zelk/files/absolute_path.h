@@ -1,0 +1,13 @@
+// Full paths, even where the working folder is gone.
+#pragma once
+
+#include <filesystem>
+
+namespace zelk {
+
+/// Absolute and plain. With a step up, "..", the text stays as it is: from a linked folder it leads
+/// to where the link leads. Where the working folder has been removed, names start at the folder
+/// that the program was started in. Never throws for a folder.
+std::filesystem::path absolutePath(std::filesystem::path const& path);
+
+}  // namespace zelk
