@@ -213,24 +213,51 @@ void setValues(Scene const& scene, ValuesFrom from, std::vector<Parameter>& para
     std::move(changed.begin(), changed.end(), parameters.begin());
 }
 
+bool isSetIn(Scene const& scene, int index) {
+    std::string_view const name = nameOfParameter(index);
+    return std::any_of(scene.parameters.begin(), scene.parameters.end(),
+                       [name](SceneParameter const& entry) { return entry.name == name; });
+}
+
+std::optional<int> followedPin(Scene const& scene, int index) {
+    bool const isTo = index >= kToPins && index < kToPins + 4;
+    if (!isTo || scene.fillsFrame || scene.isInverted) return std::nullopt;
+    bool const isTracked =
+        std::any_of(scene.tracks.begin(), scene.tracks.end(),
+                    [](TrackUse const& use) { return use.pins == TrackedPins::kTo; });
+    if (isTracked) return std::nullopt;
+    return index - kToPins + kFromPins;
+}
+
+std::optional<SceneParameter> entryOf(Scene const& scene, int index,
+                                      std::vector<Parameter> const& parameters,
+                                      std::vector<Parameter> const& defaults) {
+    Parameter const& parameter = parameterIn(parameters, index);
+    SceneParameter entry{std::string(nameOfParameter(index)), parameter.diskId(), std::nullopt,
+                         keysOf(parameter, scene.comp)};
+    auto const followed = entry.keys.empty() ? followedPin(scene, index) : std::nullopt;
+    Parameter const& open =
+        followed ? parameterIn(parameters, *followed) : parameterIn(defaults, index);
+    bool const stays = followed && isSetIn(scene, index);
+    if (stays || keyValueOf(parameter.current) != keyValueOf(open.current))
+        entry.value = sceneValue(parameter, keyValueOf(parameter.current));
+    if (!entry.value && entry.keys.empty()) return std::nullopt;
+    return entry;
+}
+
 Scene sceneOf(Scene base, std::vector<Parameter> const& parameters,
               std::vector<Parameter> const& defaults) {
-    base.parameters.clear();
     base.tracks.clear();
     base.comp.motionBlur = base.comp.motionBlur || base.motionBlur;
     base.motionBlur.reset();
     base.options.clear();
+    std::vector<SceneParameter> entries;
     for (Parameter const& parameter : parameters) {
         if (!parameter.hasValue()) continue;
-        PF_ParamDef const& byDefault = parameterIn(defaults, parameter.index).current;
-        SceneParameter to;
-        to.name = nameOfParameter(parameter.index);
-        to.diskId = parameter.diskId();
-        if (keyValueOf(parameter.current) != keyValueOf(byDefault))
-            to.value = sceneValue(parameter, keyValueOf(parameter.current));
-        to.keys = keysOf(parameter, base.comp);
-        if (to.value || !to.keys.empty()) base.parameters.push_back(std::move(to));
+        if (auto entry = entryOf(base, parameter.index, parameters, defaults))
+            entries.push_back(std::move(*entry));
     }
+    base.parameters = std::move(entries);
     return base;
 }
 

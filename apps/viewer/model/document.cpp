@@ -16,6 +16,7 @@
 #include "zelk/scene/file.h"
 #include "zelk/scene/new_comp.h"
 #include "zelk/scene/parameter_names.h"
+#include "zelk/scene/values.h"
 #include "zelk/text/errors.h"
 
 namespace zelk {
@@ -152,6 +153,7 @@ Parameter const& Document::parameter(int index) const {
 KeyValue Document::valueOf(int index) const { return m_session->valueOf(index); }
 
 KeyValue Document::defaultOf(int index) const {
+    if (auto const from = followedPin(scene(), index)) return keyValueOf(parameter(*from).current);
     return keyValueOf(parameterIn(m_defaults, index).current);
 }
 

@@ -14,6 +14,25 @@ class DocumentTest : public testing::Test {
 protected:
     DocumentTest() { document.open(exampleFile("move.zelk.json")); }
     std::string text() { return sceneText(document.scene()); }
+    /// Values and keys of all parameters.
+    static std::vector<ParameterState> statesOf(Document const& document) {
+        std::vector<Parameter> all;
+        for (int i = 0; i < kParameterCount; ++i) all.push_back(document.parameter(i));
+        return zelk::statesOf(all);
+    }
+    std::vector<ParameterState> reopened() {
+        document.saveAs(folder.at("own.zelk.json"));
+        Document again{ZELK_MODULE};
+        again.open(folder.at("own.zelk.json"));
+        return statesOf(again);
+    }
+    /// A layer at its own place in a larger plate, with all pins open.
+    void startOverPlate() {
+        Scene scene;
+        sceneEdit("layer").apply(scene, "layer", exampleFile("chelsea.png"));
+        sceneEdit("over").apply(scene, "over", exampleFile("rocket.jpg"));
+        document.start(std::move(scene));
+    }
 
     zelk_test::TemporaryFolder folder;
     Document document{ZELK_MODULE};
@@ -28,13 +47,27 @@ TEST_F(DocumentTest, RandomActsAreUndoneByteForByteAndDoneAgain) {
     for (int i = 0; i < 60; ++i) {
         document.setFrame(1 + whole(48));
         bool changed = false;
-        switch (whole(4)) {
+        switch (whole(6)) {
             case 0:
                 changed = document.edit(kToPins + whole(4), {double(whole(640)), whole(400) + .5});
                 break;
             case 1:
                 changed = document.edit(kParamCornerPinOpacity, {double(whole(101))});
                 break;
+            case 3:
+                changed = document.edit(kParamOverlayMode, {double(1 + whole(3))});
+                break;
+            case 4: {
+                MouseEvent mouse{whole(640), whole(400), whole(2) ? PF_Mod_SHIFT_KEY : PF_Mod_NONE};
+                if (!document.click({}, mouse)) break;
+                for (int moves = whole(4); moves > 0; --moves) {
+                    mouse.x = whole(640);
+                    document.drag(mouse);
+                }
+                EXPECT_FALSE(document.undo() || document.redo());
+                changed = document.release(mouse);
+                break;
+            }
             case 2:
                 changed = document.change("Set Depth", [&](Scene& scene) {
                     sceneEdit("depth").apply(scene, "depth", whole(2) ? "16" : "float");
@@ -49,9 +82,51 @@ TEST_F(DocumentTest, RandomActsAreUndoneByteForByteAndDoneAgain) {
         if (changed) texts.push_back(text());
     }
     EXPECT_TRUE(document.isModified());
+    auto const last = statesOf(document);
     for (std::size_t i = texts.size(); i-- > 0; document.undo()) ASSERT_EQ(text(), texts[i]) << i;
     EXPECT_FALSE(document.isModified());
     for (std::size_t i = 0; i < texts.size(); ++i, document.redo()) ASSERT_EQ(text(), texts[i]);
+    EXPECT_EQ(statesOf(document), last);
+}
+
+/// Pins moved, snapped to corners and to each other, and reset: what is saved is what stood there.
+TEST_F(DocumentTest, PinsAreSavedWhereverTheyStand) {
+    unsigned const seed = std::random_device{}();
+    SCOPED_TRACE(testing::Message() << "seed " << seed);
+    std::mt19937 random(seed);
+    auto const below = [&](int n) { return static_cast<int>(random() % unsigned(n)); };
+    for (int round = 0; round < 12; ++round) {
+        startOverPlate();
+        auto const first = statesOf(document);
+        int steps = 0;
+        for (int i = 0; i < 5; ++i) {
+            int const corner = below(4), to = kToPins + corner, from = kFromPins + corner;
+            double const right = corner % 2, low = corner / 2;
+            KeyValue const places[] = {{640 * right, 427 * low},
+                                       {451 * right, 300 * low},
+                                       document.valueOf(from),
+                                       document.defaultOf(to),
+                                       {double(below(640)), below(4270) / 8.}};
+            steps += document.edit(below(2) ? to : from, places[below(5)]);
+        }
+        auto const last = statesOf(document);
+        ASSERT_EQ(reopened(), last) << text();
+        for (int i = 0; i < steps; ++i) document.undo();
+        ASSERT_EQ(statesOf(document), first);
+        for (int i = 0; i < steps; ++i) document.redo();
+        ASSERT_EQ(statesOf(document), last) << text();
+    }
+}
+
+TEST_F(DocumentTest, AnOpenToPinIsWhereItsFromPinIs) {
+    startOverPlate();
+    int const to = kToPins + 3, from = kFromPins + 3;
+    EXPECT_EQ(document.defaultOf(to), (KeyValue{451, 300}));
+    document.edit(from, {400, 200});
+    EXPECT_EQ(document.valueOf(to), (KeyValue{451, 300})) << "pins move alone";
+    document.edit(to, {640, 427});
+    document.edit(to, document.defaultOf(to));
+    EXPECT_EQ(document.valueOf(to), (KeyValue{400, 200}));
 }
 
 TEST_F(DocumentTest, AnActChangesItsOwnParametersAlone) {
@@ -65,8 +140,7 @@ TEST_F(DocumentTest, AnActChangesItsOwnParametersAlone) {
     EXPECT_FALSE(document.isModified());
     Document again{ZELK_MODULE};
     again.open(folder.at("own.zelk.json"));
-    for (int i = 1; i < kParameterCount; ++i)
-        EXPECT_EQ(statesOf({again.parameter(i)}), statesOf({document.parameter(i)})) << i;
+    EXPECT_EQ(statesOf(again), statesOf(document));
     again.setFrame(10);
     EXPECT_EQ(again.valueOf(index), (KeyValue{100, 50}));
     document.undo();
