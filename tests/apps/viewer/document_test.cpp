@@ -1,6 +1,7 @@
 // Acts on a document, and the way back.
 #include <random>
 
+#include "apps/viewer/model/scene_inputs.h"
 #include "tests/apps/viewer/window_fixture.h"
 #include "zelk/scene/edits.h"
 #include "zelk/scene/file.h"
@@ -116,6 +117,23 @@ TEST_F(DocumentTest, PinsAreSavedWhereverTheyStand) {
         for (int i = 0; i < steps; ++i) document.redo();
         ASSERT_EQ(statesOf(document), last) << text();
     }
+}
+
+TEST_F(DocumentTest, APlatesFramesAreSaved) {
+    for (int frame : {1001, 1002})
+        std::filesystem::copy(exampleFile("rocket.jpg"),
+                              folder.at("p." + std::to_string(frame) + ".jpg"));
+    folder.put("a.zelk.json", R"({"schema": "zelk-project", "version": 1, "comp":
+        {"width": 451, "height": 300, "rate": 25}, "layer": ")" +
+                                  exampleFile("chelsea.png") + R"("})");
+    document.open(folder.at("a.zelk.json"));
+    document.change("Set Plate", [&](Scene& scene) {
+        setInput(scene, InputKind::kPlate, folder.at("p.####.jpg"), document.frameSize());
+    });
+    reopened();
+    document.open(folder.at("own.zelk.json"));
+    EXPECT_EQ(document.firstFrame(), 1001);
+    EXPECT_EQ(document.lastFrame(), 1002);
 }
 
 TEST_F(DocumentTest, AnOpenToPinIsWhereItsFromPinIs) {
