@@ -89,10 +89,8 @@ void Document::openStages(Scene const& scene, int frame) {
     auto stages = std::make_unique<FrameStages>(scene);
     stages->beginEdit(frame);
     auto session = withUserErrors([&] {
-        auto own = std::make_unique<EditSession>(stages->host(), stages->frameSize().width,
-                                                 stages->frameSize().height);
-        own->setFrame(frame);
-        return own;
+        auto const [width, height] = stages->frameSize();
+        return std::make_unique<EditSession>(stages->host(), width, height, frame);
     });
     m_defaults =
         defaultsOf(scene, stages->host().parameters(), stages->layerSize(), stages->frameSize());
@@ -206,16 +204,18 @@ bool Document::edit(int index, KeyValue const& value) {
 
 bool Document::changeValues(std::string name,
                             std::function<void(std::vector<Parameter>&)> const& act) {
-    return takeValues(name, [&] { return m_session->change(name, act); });
+    return takeValues(name, [&] { return m_session->change(act); });
 }
 
 /// Runs what changes parameters, and makes it the scene's.
 bool Document::takeValues(std::string name, std::function<bool()> const& act) {
     std::vector<ParameterState> const before = statesOf(host().parameters());
-    if (!withUserErrors(act) || statesOf(host().parameters()) == before) return false;
+    if (!withUserErrors(act)) return false;
+    std::vector<int> const edits = changedSince(before, host().parameters());
+    if (edits.empty()) return false;
     State const former = m_now;
     m_now.scene = std::make_shared<Scene const>(
-        sceneWithEdits(scene(), before, host().parameters(), m_defaults));
+        sceneWithEdits(scene(), edits, host().parameters(), m_defaults));
     m_now.revision = nextNumber();
     record(std::move(name), former);
     tell({.values = true, .state = true});
@@ -311,7 +311,7 @@ bool Document::hasOverlay() const { return host().registeredCustomUi(); }
 void Document::show(State const& state) {
     if (state.structure == m_now.structure) {
         setParameters(*state.scene, host(), layerSize(), frameSize());
-        withUserErrors([&] { m_session->setFrame(m_frame); });
+            withUserErrors([&] { m_session->setFrame(m_frame); });
         m_now = state;
         return tell({.values = true, .state = true});
     }

@@ -12,15 +12,6 @@
 namespace zelk {
 namespace {
 
-std::set<int> editedOf(std::vector<ParameterState> const& before,
-                       std::vector<Parameter> const& parameters) {
-    std::set<int> edited;
-    std::vector<ParameterState> const after = statesOf(parameters);
-    for (std::size_t i = 0; i < after.size(); ++i)
-        if (!(after[i] == before.at(i))) edited.insert(after[i].index);
-    return edited;
-}
-
 /// Tracks set their pins after the file's values, so a track of an edited pin has to go.
 void releaseTracks(Scene& scene, std::set<int>& edited) {
     std::erase_if(scene.tracks, [&](TrackUse const& use) {
@@ -47,10 +38,10 @@ void holdOpenPins(Scene const& scene, std::vector<Parameter> const& parameters,
 
 }  // namespace
 
-Scene sceneWithEdits(Scene const& scene, std::vector<ParameterState> const& before,
+Scene sceneWithEdits(Scene const& scene, std::vector<int> const& edits,
                      std::vector<Parameter> const& parameters,
                      std::vector<Parameter> const& defaults) {
-    std::set<int> edited = editedOf(before, parameters);
+    std::set<int> edited(edits.begin(), edits.end());
     Scene result = scene;
     releaseTracks(result, edited);
     holdOpenPins(result, parameters, edited);

@@ -1,4 +1,6 @@
 // Acts on a document, and the way back.
+#include <malloc.h>
+
 #include <random>
 
 #include "apps/viewer/model/scene_inputs.h"
@@ -117,6 +119,35 @@ TEST_F(DocumentTest, PinsAreSavedWhereverTheyStand) {
         for (int i = 0; i < steps; ++i) document.redo();
         ASSERT_EQ(statesOf(document), last) << text();
     }
+}
+
+/// The state before the act is all that an act keeps, however many moves it has.
+TEST_F(DocumentTest, MovesOfAnActTakeNoMemory) {
+    document.changeValues("Keys", [&](std::vector<Parameter>& parameters) {
+        for (int frame = 0; frame < 1000; ++frame)
+            parameterIn(parameters, kToPins)
+                .editTrack()
+                .set({document.momentOf(frame), {double(frame), 5}, Interpolation::kLinear});
+    });
+    auto const bytesAfter = [&](int moves) {
+        for (int i = 0; i < moves; ++i) document.edit(kToPins, {i + 0.5, 7});
+        return static_cast<long>(mallinfo2().uordblks);
+    };
+    document.beginAct("Move");
+    long const few = bytesAfter(5);
+    EXPECT_LT(bytesAfter(40) - few, 300'000);
+    document.cancelAct();
+    EXPECT_EQ(document.undoName(), "Keys");
+}
+
+TEST_F(DocumentTest, FramesMayBeFarFromNought) {
+    Scene far = document.scene();
+    far.comp.startFrame = 2500000;
+    far.parameters.clear();
+    writeScene(far, folder.at("far.zelk.json"));
+    document.open(folder.at("far.zelk.json"));
+    EXPECT_EQ(document.frame(), 2500000);
+    EXPECT_TRUE(document.edit(kToPins, {3, 4}));
 }
 
 TEST_F(DocumentTest, APlatesFramesAreSaved) {
