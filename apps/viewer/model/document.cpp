@@ -14,6 +14,7 @@
 #include "zelk/scene/check.h"
 #include "zelk/scene/clock.h"
 #include "zelk/scene/file.h"
+#include "zelk/scene/hand_over.h"
 #include "zelk/scene/new_comp.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/scene/values.h"
@@ -38,6 +39,21 @@ public:
 private:
     std::function<void()> m_act;
 };
+
+/// All that is saved and handed on. A track that was read again is another one.
+bool isSame(Scene const& a, Scene const& b) {
+    auto const isSameTrack = [](TrackUse const& x, TrackUse const& y) {
+        return x.track == y.track;
+    };
+    if (!std::equal(a.tracks.begin(), a.tracks.end(), b.tracks.begin(), b.tracks.end(),
+                    isSameTrack))
+        return false;
+    try {
+        return handOverText({a, {}}) == handOverText({b, {}});
+    } catch (UserError const&) {
+        return false;  // no text can hold it
+    }
+}
 
 int lastFrameOf(Comp const& comp) { return comp.startFrame + comp.durationFrames - 1; }
 
@@ -186,6 +202,7 @@ void Document::record(std::string name, State const& before) {
 bool Document::change(std::string name, std::function<void(Scene&)> const& act) {
     Scene scene = *m_now.scene;
     act(scene);
+    if (isSame(scene, *m_now.scene)) return false;
     checkScene(scene);
     int const frame = std::clamp(m_frame, scene.comp.startFrame, lastFrameOf(scene.comp));
     openStages(scene, frame);

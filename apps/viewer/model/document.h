@@ -109,6 +109,7 @@ public:
 
     // --- Acts. Each answers whether it changed anything.
 
+    /// The inputs are opened again.
     bool change(std::string name, std::function<void(Scene&)> const& act);
     /// A parameter's value at the frame: a key where it has keys. Kept within the valid range and
     /// rounded to its unit; the effect hears of it where it asked to. Name: "Set Opacity".

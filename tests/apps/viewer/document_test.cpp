@@ -201,6 +201,10 @@ TEST_F(DocumentTest, WhatChangesNothingIsNoStep) {
     document.beginAct("Drag");
     document.edit(kToPins, {1, 2});
     document.cancelAct();
+    EXPECT_FALSE(document.change("Set Depth", [](Scene& scene) {
+        sceneEdit("depth").apply(scene, "depth", "16");
+        scene.depth.reset();
+    }));
     EXPECT_EQ(document.undoName(), "");
     EXPECT_FALSE(document.isModified());
 }
