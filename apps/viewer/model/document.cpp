@@ -234,6 +234,7 @@ bool Document::takeValues(std::string name, std::function<bool()> const& act) {
     m_now.scene = std::make_shared<Scene const>(
         sceneWithEdits(scene(), edits, host().parameters(), m_defaults));
     m_now.revision = nextNumber();
+    m_stages->warnings().valuesChange();
     record(std::move(name), former);
     tell({.values = true, .state = true});
     return true;
@@ -328,7 +329,8 @@ bool Document::hasOverlay() const { return host().registeredCustomUi(); }
 void Document::show(State const& state) {
     if (state.structure == m_now.structure) {
         setParameters(*state.scene, host(), layerSize(), frameSize());
-            withUserErrors([&] { m_session->setFrame(m_frame); });
+        m_stages->warnings().valuesChange();
+        withUserErrors([&] { m_session->setFrame(m_frame); });
         m_now = state;
         return tell({.values = true, .state = true});
     }

@@ -167,6 +167,18 @@ TEST_F(DocumentTest, APlatesFramesAreSaved) {
     EXPECT_EQ(document.lastFrame(), 1002);
 }
 
+TEST_F(DocumentTest, AWarningComesBackWithWhatItIsAbout) {
+    startOverPlate();
+    int told = 0;
+    for (double const x : {451., 440., 5., 0., 451., 5.}) {
+        document.edit(kToPins, {x, 0});  // beyond the upper right pin: crossed
+        document.edit(kToPins + 1, {451 - x, 0});
+        document.mapHere();
+        told += !document.takeWarnings().empty();
+    }
+    EXPECT_EQ(told, 2);
+}
+
 TEST_F(DocumentTest, AnOpenToPinIsWhereItsFromPinIs) {
     startOverPlate();
     int const to = kToPins + 3, from = kFromPins + 3;
