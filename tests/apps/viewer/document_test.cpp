@@ -7,7 +7,9 @@
 #include "tests/apps/viewer/window_fixture.h"
 #include "zelk/scene/edits.h"
 #include "zelk/scene/file.h"
+#include "zelk/scene/hand_over.h"
 #include "zelk/scene/parameter_names.h"
+#include "zelk/scene/refusal.h"
 #include "zelk/text/errors.h"
 
 namespace zelk {
@@ -177,6 +179,14 @@ TEST_F(DocumentTest, AWarningComesBackWithWhatItIsAbout) {
         told += !document.takeWarnings().empty();
     }
     EXPECT_EQ(told, 2);
+}
+
+TEST_F(DocumentTest, AHandedSceneNamesNoFileOfItsWay) {
+    Scene scene = document.scene();
+    scene.road = Road::kMemory;
+    HandedScene const handed = handedScene("/state/x", handOverText({scene, {}}));
+    EXPECT_EQ(handed.scene.road, Road::kMemory);
+    EXPECT_EQ(nameOf(handed.scene, SceneField::kRoad), "road");
 }
 
 TEST_F(DocumentTest, AnOpenToPinIsWhereItsFromPinIs) {
