@@ -165,13 +165,14 @@ private:
 SceneValue sceneValue(Parameter const& parameter, KeyValue const& numbers) {
     ValueRange const range = typedRange(parameter);
     double const number = std::clamp(numbers[0], range.min, range.max);
-    PF_ParamDef def = parameter.registered;
-    setKeyValue(def, numbers);
     switch (parameter.type()) {
         case PF_Param_CHECKBOX:
             return number != 0;
-        case PF_Param_COLOR:
+        case PF_Param_COLOR: {
+            PF_ParamDef def = parameter.registered;
+            setKeyValue(def, numbers);
             return colorText(def.u.cd.value);
+        }
         case PF_Param_POINT:
             return Point{number, std::clamp(numbers[1], range.min, range.max)};
         case PF_Param_POPUP: {
@@ -189,13 +190,15 @@ std::vector<SceneKey> keysOf(Parameter const& parameter, Comp const& comp) {
     Interpolation const own =
         parameter.track().holdsOnly() ? Interpolation::kHold : Interpolation::kLinear;
     std::vector<SceneKey> keys;
+    keys.reserve(parameter.track().size());
+    std::optional<KeyTime> last;
     for (Keyframe const& from : parameter.track().keys()) {
         SceneKey key{frameOf(comp, from.time), sceneValue(parameter, from.value), std::nullopt,
                      from.incoming, from.outgoing};
         if (from.toNext != own) key.toNext = from.toNext;
-        bool const meets =
-            !keys.empty() && keyTimeOf(comp, keys.back().frame) == keyTimeOf(comp, key.frame);
-        if (meets) keys.pop_back();
+        std::optional<KeyTime> const time = keyTimeOf(comp, key.frame);
+        if (!keys.empty() && time == last) keys.pop_back();
+        last = time;
         keys.push_back(std::move(key));
     }
     return keys;
