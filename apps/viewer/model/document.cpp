@@ -75,8 +75,7 @@ void Document::start(Scene scene) {
     if (!scene.hasComp) settleNewComp(scene, scene.size);
     checkScene(scene);
     int const first = scene.comp.startFrame;
-    adopt(std::move(scene), {}, first);
-    m_now.scene = std::make_shared<Scene const>(settledScene());
+    adopt(std::move(scene), {}, first, true);
 }
 
 void Document::recover(Scene scene, std::filesystem::path file) {
@@ -88,9 +87,10 @@ void Document::recover(Scene scene, std::filesystem::path file) {
 }
 
 /// Everything that can fail comes before anything changes.
-void Document::adopt(Scene scene, std::filesystem::path file, int frame) {
+void Document::adopt(Scene scene, std::filesystem::path file, int frame, bool settles) {
     if (!m_module.empty()) scene.module = m_module;
     openStages(scene, frame);
+    if (settles) scene = m_stages->settledScene();
     m_now = {std::make_shared<Scene const>(std::move(scene)), nextNumber(), nextNumber()};
     m_savedRevision = m_now.revision;
     m_file = std::move(file);
@@ -137,7 +137,6 @@ SceneSnapshot Document::snapshot() const {
     return {m_now.scene, m_now.structure, m_now.revision, m_frame};
 }
 
-Scene Document::settledScene() const { return m_stages->settledScene(); }
 PixelSize Document::layerSize() const { return m_stages->layerSize(); }
 PixelSize Document::frameSize() const { return m_stages->frameSize(); }
 int Document::firstFrame() const { return scene().comp.startFrame; }

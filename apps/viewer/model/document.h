@@ -81,8 +81,6 @@ public:
 
     Scene const& scene() const { return *m_now.scene; }
     SceneSnapshot snapshot() const;
-    /// As opened, with no tracks and all values settled; FrameRenderer::settledScene.
-    Scene settledScene() const;
     PixelSize layerSize() const;  ///< pixels at full resolution
     PixelSize frameSize() const;  ///< of the display window
     /// First and last frame of the composition.
@@ -160,7 +158,8 @@ private:
         State before;
     };
 
-    void adopt(Scene scene, std::filesystem::path file, int frame);
+    /// `settles`: values that are still text are read, and tracks become keyframes.
+    void adopt(Scene scene, std::filesystem::path file, int frame, bool settles = false);
     void openStages(Scene const& scene, int frame);
     void show(State const& state);
     void record(std::string name, State const& before);

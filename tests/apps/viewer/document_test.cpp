@@ -123,6 +123,15 @@ TEST_F(DocumentTest, PinsAreSavedWhereverTheyStand) {
     }
 }
 
+TEST_F(DocumentTest, IsOneSceneForWhoHearsOfItsStart) {
+    std::string heard;
+    document.onChange([&](DocumentChange const&) {
+        if (heard.empty()) heard = text();
+    });
+    startOverPlate();
+    EXPECT_EQ(heard, text());
+}
+
 /// The state before the act is all that an act keeps, however many moves it has.
 TEST_F(DocumentTest, MovesOfAnActTakeNoMemory) {
     document.changeValues("Keys", [&](std::vector<Parameter>& parameters) {
