@@ -1,4 +1,4 @@
-// Acts of a user, each with its step.
+// Acts of a user.
 #include "hostkit/edit_session.h"
 
 #include <fmt/format.h>
@@ -43,9 +43,9 @@ std::vector<KeyValue> valuesAt(std::vector<Parameter> const& parameters, KeyTime
 
 }  // namespace
 
-EditSession::EditSession(Host& host, int layerWidthPx, int layerHeightPx)
+EditSession::EditSession(Host& host, int layerWidthPx, int layerHeightPx, int frame)
     : m_host(host), m_events(host), m_layerWidthPx(layerWidthPx), m_layerHeightPx(layerHeightPx) {
-    setFrame(0);
+    setFrame(frame);
 }
 
 bool EditSession::setFrame(int number) {
@@ -84,14 +84,13 @@ bool EditSession::edit(int index, KeyValue const& value) {
     Parameter& parameter = parameterOf(index);
     KeyValue const wanted = kept(parameter, value);
     if (wanted == valueOf(index)) return false;
-    return change(fmt::format("Set {}", parameter.displayName()), [&](std::vector<Parameter>&) {
+    return change([&](std::vector<Parameter>&) {
         setValueAt(parameter, moment(), wanted);
         notifyEffect(parameter);
     });
 }
 
-bool EditSession::change(std::string name,
-                         std::function<void(std::vector<Parameter>&)> const& act) {
+bool EditSession::change(std::function<void(std::vector<Parameter>&)> const& act) {
     if (isDragging()) return false;
     std::vector<ParameterState> const before = statesOf(m_host.parameters());
     try {
@@ -101,7 +100,7 @@ bool EditSession::change(std::string name,
         restoreStates(m_host.parameters(), before);
         throw;
     }
-    return m_undo.record(std::move(name), before, m_host.parameters());
+    return !changedSince(before, m_host.parameters()).empty();
 }
 
 void EditSession::check(EventResult const& result) {
@@ -147,31 +146,14 @@ bool EditSession::hasMoved() const {
 bool EditSession::release(MouseEvent const& mouse) {
     if (!isDragging()) return false;
     check(m_events.drag(mouse, true));
-    if (!hasMoved()) {
-        restoreStates(m_host.parameters(), m_atClick);
-        return false;
-    }
-    bool const isScale = m_click.modifiers & PF_Mod_SHIFT_KEY;
-    return m_undo.record(isScale ? "Scale pins" : "Move pins", m_atClick, m_host.parameters());
+    if (hasMoved()) return true;
+    restoreStates(m_host.parameters(), m_atClick);
+    return false;
 }
 
 void EditSession::draw() {
     EventResult const result = m_events.draw();
     if (result.command.code) throwFailure("an event", result.command);
 }
-
-bool EditSession::step(UndoStep there, UndoStep back) {
-    if (isDragging() || !(m_undo.*there)(m_host.parameters())) return false;
-    try {
-        updateControls();
-    } catch (...) {
-        (m_undo.*back)(m_host.parameters());
-        throw;
-    }
-    return true;
-}
-
-bool EditSession::undo() { return step(&UndoStack::undo, &UndoStack::redo); }
-bool EditSession::redo() { return step(&UndoStack::redo, &UndoStack::undo); }
 
 }  // namespace zelk

@@ -105,8 +105,7 @@ ExitCode DragCommand::run(Invocation const&) {
     renderer.beginEdit(frame);
     PixelSize const size = renderer.frameSize();
     requireOneSpace(view, renderer.layerSize(), size);
-    EditSession session(renderer.host(), size.width, size.height);
-    session.setFrame(frame);
+    EditSession session(renderer.host(), size.width, size.height, frame);
     session.panel().shows = view.panel;
     session.panel().zoom = view.zoom;
     std::string const moves = drag(session, mouse);

@@ -194,6 +194,7 @@ void FrameStages::warnOfNumber(std::vector<int> const& frames) {
 void FrameStages::setValues(Scene scene, bool isBlurred) {
     scene.comp.timeBase = m_scene.comp.timeBase;
     m_scene = std::move(scene);
+    m_warnings.valuesChange();
     if (m_frames.empty()) return;
     PixelMargins const overscan = m_sizes.overscan;
     m_sizes = m_pictureSizes;

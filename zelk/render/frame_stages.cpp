@@ -33,8 +33,15 @@ void Warnings::add(std::vector<std::string> const& sentences) {
     if (m_isStrict && !sentences.empty())
         throw UserError(ExitCode::kRenderFailed, sentences.front());
     std::lock_guard const lock(m_mutex);
+    m_isSaid = true;
     for (std::string const& sentence : sentences)
-        if (m_seen.insert(sentence).second) m_new.push_back(sentence);
+        if (m_seen.insert(sentence).second && !m_seenBefore.contains(sentence))
+            m_new.push_back(sentence);
+}
+
+void Warnings::valuesChange() {
+    std::lock_guard const lock(m_mutex);
+    if (std::exchange(m_isSaid, false)) m_seenBefore = std::exchange(m_seen, {});
 }
 
 std::vector<std::string> Warnings::take() {
@@ -361,7 +368,8 @@ void FrameStages::plan(PinFrame const& frame, FrameRequest const& moment, Depth 
     auto const parameters =
         parametersAt(m_host->parameters(), {moment.time, moment.timeBase.scale});
     std::string const why = unusablePins(parameters, frame);
-    if (!why.empty()) m_warnings.add({why + ", so nothing is drawn"});
+    m_warnings.add(why.empty() ? std::vector<std::string>()
+                               : std::vector{why + ", so nothing is drawn"});
     ResampleOptions const resample = isModule() ? ResampleOptions{} : resampleOptionsOf(m_scene, 1);
     PlanReport const plan = planOf(parameters, frame, resample);
     warnOfShrink(parameters, plan);

@@ -41,23 +41,13 @@ void pinWholePicture(std::vector<Parameter>& parameters, int first, PixelSize si
     }
 }
 
-/// To Pins that nothing sets follow the From Pins.
+/// To Pins that nothing sets have their From Pins' values.
 void copyOpenPins(Scene const& scene, std::vector<Parameter>& parameters) {
-    if (scene.fillsFrame) return;
-    bool const isTracked =
-        std::any_of(scene.tracks.begin(), scene.tracks.end(),
-                    [](auto const& use) { return use.pins == TrackedPins::kTo; });
-    if (isTracked) return;
-    for (int corner = 0; corner < 4; ++corner) {
-        int const index = kToPins + corner;
-        bool const isSet = std::any_of(
-            scene.parameters.begin(), scene.parameters.end(),
-            [index](auto const& entry) { return entry.name == nameOfParameter(index); });
-        PF_PointDef const& from = parameterIn(parameters, kFromPins + corner).current.u.td;
-        PF_PointDef& to = parameterIn(parameters, index).current.u.td;
-        if (isSet) continue;
-        to.x_value = from.x_value;
-        to.y_value = from.y_value;
+    for (int index = kToPins; index < kToPins + 4; ++index) {
+        std::optional<int> const from = followedPin(scene, index);
+        if (!from || isSetIn(scene, index)) continue;
+        setKeyValue(parameterIn(parameters, index).current,
+                    keyValueOf(parameterIn(parameters, *from).current));
     }
 }
 

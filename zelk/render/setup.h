@@ -20,7 +20,9 @@ void setOptionValues(Scene const& scene, std::vector<Parameter>& parameters);
 /// From Pins start at the layer's corners and all other points at the frame's.
 void setParameters(Scene const& scene, Host& host, PixelSize layer, PixelSize frame);
 
-/// The parameters as that layer and frame have them before anything is set.
+/// The parameters as that layer and frame have them before anything is set: To Pins at the frame's
+/// corners, where those stay that have keys alone; without any, followedPin (zelk/scene/values.h)
+/// tells what an unset one is.
 std::vector<Parameter> defaultsOf(Scene const& scene, std::vector<Parameter> parameters,
                                   PixelSize layer, PixelSize frame);
 

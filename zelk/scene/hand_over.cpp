@@ -66,6 +66,7 @@ HandedScene handedScene(fs::path const& source, std::string_view text) {
         for (auto const& edit : head.at("edits"))
             sceneEdit(edit.at(0).get<std::string>())
                 .apply(handed.scene, source.string(), edit.at(1).get<std::string>());
+        handed.scene.options.clear();  // nobody gave them under that name
         return handed;
     } catch (Ordered::exception const&) {
         throw unreadable(source);

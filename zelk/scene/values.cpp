@@ -165,13 +165,14 @@ private:
 SceneValue sceneValue(Parameter const& parameter, KeyValue const& numbers) {
     ValueRange const range = typedRange(parameter);
     double const number = std::clamp(numbers[0], range.min, range.max);
-    PF_ParamDef def = parameter.registered;
-    setKeyValue(def, numbers);
     switch (parameter.type()) {
         case PF_Param_CHECKBOX:
             return number != 0;
-        case PF_Param_COLOR:
+        case PF_Param_COLOR: {
+            PF_ParamDef def = parameter.registered;
+            setKeyValue(def, numbers);
             return colorText(def.u.cd.value);
+        }
         case PF_Param_POINT:
             return Point{number, std::clamp(numbers[1], range.min, range.max)};
         case PF_Param_POPUP: {
@@ -189,13 +190,15 @@ std::vector<SceneKey> keysOf(Parameter const& parameter, Comp const& comp) {
     Interpolation const own =
         parameter.track().holdsOnly() ? Interpolation::kHold : Interpolation::kLinear;
     std::vector<SceneKey> keys;
+    keys.reserve(parameter.track().size());
+    std::optional<KeyTime> last;
     for (Keyframe const& from : parameter.track().keys()) {
         SceneKey key{frameOf(comp, from.time), sceneValue(parameter, from.value), std::nullopt,
                      from.incoming, from.outgoing};
         if (from.toNext != own) key.toNext = from.toNext;
-        bool const meets =
-            !keys.empty() && keyTimeOf(comp, keys.back().frame) == keyTimeOf(comp, key.frame);
-        if (meets) keys.pop_back();
+        std::optional<KeyTime> const time = keyTimeOf(comp, key.frame);
+        if (!keys.empty() && time == last) keys.pop_back();
+        last = time;
         keys.push_back(std::move(key));
     }
     return keys;
@@ -213,24 +216,51 @@ void setValues(Scene const& scene, ValuesFrom from, std::vector<Parameter>& para
     std::move(changed.begin(), changed.end(), parameters.begin());
 }
 
+bool isSetIn(Scene const& scene, int index) {
+    std::string_view const name = nameOfParameter(index);
+    return std::any_of(scene.parameters.begin(), scene.parameters.end(),
+                       [name](SceneParameter const& entry) { return entry.name == name; });
+}
+
+std::optional<int> followedPin(Scene const& scene, int index) {
+    bool const isTo = index >= kToPins && index < kToPins + 4;
+    if (!isTo || scene.fillsFrame || scene.isInverted) return std::nullopt;
+    bool const isTracked =
+        std::any_of(scene.tracks.begin(), scene.tracks.end(),
+                    [](TrackUse const& use) { return use.pins == TrackedPins::kTo; });
+    if (isTracked) return std::nullopt;
+    return index - kToPins + kFromPins;
+}
+
+std::optional<SceneParameter> entryOf(Scene const& scene, int index,
+                                      std::vector<Parameter> const& parameters,
+                                      std::vector<Parameter> const& defaults) {
+    Parameter const& parameter = parameterIn(parameters, index);
+    SceneParameter entry{std::string(nameOfParameter(index)), parameter.diskId(), std::nullopt,
+                         keysOf(parameter, scene.comp)};
+    auto const followed = entry.keys.empty() ? followedPin(scene, index) : std::nullopt;
+    Parameter const& open =
+        followed ? parameterIn(parameters, *followed) : parameterIn(defaults, index);
+    bool const stays = followed && isSetIn(scene, index);
+    if (stays || keyValueOf(parameter.current) != keyValueOf(open.current))
+        entry.value = sceneValue(parameter, keyValueOf(parameter.current));
+    if (!entry.value && entry.keys.empty()) return std::nullopt;
+    return entry;
+}
+
 Scene sceneOf(Scene base, std::vector<Parameter> const& parameters,
               std::vector<Parameter> const& defaults) {
-    base.parameters.clear();
     base.tracks.clear();
     base.comp.motionBlur = base.comp.motionBlur || base.motionBlur;
     base.motionBlur.reset();
     base.options.clear();
+    std::vector<SceneParameter> entries;
     for (Parameter const& parameter : parameters) {
         if (!parameter.hasValue()) continue;
-        PF_ParamDef const& byDefault = parameterIn(defaults, parameter.index).current;
-        SceneParameter to;
-        to.name = nameOfParameter(parameter.index);
-        to.diskId = parameter.diskId();
-        if (keyValueOf(parameter.current) != keyValueOf(byDefault))
-            to.value = sceneValue(parameter, keyValueOf(parameter.current));
-        to.keys = keysOf(parameter, base.comp);
-        if (to.value || !to.keys.empty()) base.parameters.push_back(std::move(to));
+        if (auto entry = entryOf(base, parameter.index, parameters, defaults))
+            entries.push_back(std::move(*entry));
     }
+    base.parameters = std::move(entries);
     return base;
 }
 

@@ -16,9 +16,11 @@
 #include "zelk/scene/clock.h"
 #include "zelk/scene/color_names.h"
 #include "zelk/scene/file.h"
+#include "zelk/scene/hand_over.h"
 #include "zelk/scene/invert.h"
 #include "zelk/scene/new_comp.h"
 #include "zelk/scene/parameter_names.h"
+#include "zelk/scene/values.h"
 #include "zelk/text/errors.h"
 
 namespace zelk {
@@ -61,6 +63,21 @@ std::optional<FileSum> sumOfProject(std::filesystem::path const& project) {
     return std::filesystem::is_regular_file(project, none) ? sumOf(project) : std::nullopt;
 }
 
+/// All that is saved and handed on. A track that was read again is another one.
+bool isSame(Scene const& a, Scene const& b) {
+    auto const isSameTrack = [](TrackUse const& x, TrackUse const& y) {
+        return x.track == y.track;
+    };
+    if (!std::equal(a.tracks.begin(), a.tracks.end(), b.tracks.begin(), b.tracks.end(),
+                    isSameTrack))
+        return false;
+    try {
+        return handOverText({a, {}}) == handOverText({b, {}});
+    } catch (UserError const&) {
+        return false;  // no text can hold it
+    }
+}
+
 int lastFrameOf(Comp const& comp) { return comp.startFrame + comp.durationFrames - 1; }
 
 }  // namespace
@@ -82,8 +99,7 @@ void Document::start(Scene scene) {
     if (!scene.hasComp) settleNewComp(scene, scene.size);
     checkSceneToEdit(scene);
     int const first = scene.comp.startFrame;
-    adopt(std::move(scene), {}, first);
-    m_now.scene = std::make_shared<Scene const>(settledScene());
+    adopt(std::move(scene), {}, first, true);
 }
 
 void Document::recover(Scene scene, std::filesystem::path file, std::optional<FileSum> seen) {
@@ -95,9 +111,10 @@ void Document::recover(Scene scene, std::filesystem::path file, std::optional<Fi
 
 /// Everything that can fail comes before anything changes. Listeners never see a recovered scene as
 /// saved: what was kept of it would go.
-void Document::adopt(Scene scene, Origin origin, int frame) {
+void Document::adopt(Scene scene, Origin origin, int frame, bool settles) {
     if (!m_module.empty()) scene.module = m_module;
     openStages(scene, frame);
+    if (settles) scene = m_stages->settledScene();
     m_now = {std::make_shared<Scene const>(std::move(scene)), nextNumber(), nextNumber()};
     m_savedRevision = origin.isSaved ? m_now.revision : 0;
     m_file = std::move(origin.file);
@@ -115,10 +132,8 @@ void Document::openStages(Scene const& scene, int frame) {
     auto stages = std::make_unique<FrameStages>(scene, run);
     stages->beginEdit(frame);
     auto session = withUserErrors([&] {
-        auto own = std::make_unique<EditSession>(stages->host(), stages->frameSize().width,
-                                                 stages->frameSize().height);
-        own->setFrame(frame);
-        return own;
+        auto const [width, height] = stages->frameSize();
+        return std::make_unique<EditSession>(stages->host(), width, height, frame);
     });
     m_defaults =
         defaultsOf(scene, stages->host().parameters(), stages->layerSize(), stages->frameSize());
@@ -188,7 +203,6 @@ SceneSnapshot Document::snapshot() const {
             m_colors.areBuiltIn};
 }
 
-Scene Document::settledScene() const { return m_stages->settledScene(); }
 PixelSize Document::layerSize() const { return m_stages->layerSize(); }
 PixelSize Document::frameSize() const { return m_stages->frameSize(); }
 PixelSize Document::sizeOf(ShownPicture picture) const {
@@ -230,6 +244,7 @@ Parameter const& Document::parameter(int index) const {
 KeyValue Document::valueOf(int index) const { return m_session->valueOf(index); }
 
 KeyValue Document::defaultOf(int index) const {
+    if (auto const from = followedPin(scene(), index)) return keyValueOf(parameter(*from).current);
     return keyValueOf(parameterIn(m_defaults, index).current);
 }
 
@@ -264,6 +279,7 @@ void Document::record(std::string name, State const& before) {
 bool Document::change(std::string name, std::function<void(Scene&)> const& act) {
     Scene scene = *m_now.scene;
     act(scene);
+    if (isSame(scene, *m_now.scene)) return false;
     checkSceneToEdit(scene);
     int const frame = std::clamp(m_frame, scene.comp.startFrame, lastFrameOf(scene.comp));
     openStages(scene, frame);
@@ -282,17 +298,20 @@ bool Document::edit(int index, KeyValue const& value) {
 
 bool Document::changeValues(std::string name,
                             std::function<void(std::vector<Parameter>&)> const& act) {
-    return takeValues(name, [&] { return m_session->change(name, act); });
+    return takeValues(name, [&] { return m_session->change(act); });
 }
 
 /// Runs what changes parameters, and makes it the scene's.
 bool Document::takeValues(std::string name, std::function<bool()> const& act) {
     std::vector<ParameterState> const before = statesOf(host().parameters());
-    if (!withUserErrors(act) || statesOf(host().parameters()) == before) return false;
+    if (!withUserErrors(act)) return false;
+    std::vector<int> const edits = changedSince(before, host().parameters());
+    if (edits.empty()) return false;
     State const former = m_now;
     m_now.scene = std::make_shared<Scene const>(
-        sceneWithEdits(scene(), before, host().parameters(), m_defaults));
+        sceneWithEdits(scene(), edits, host().parameters(), m_defaults));
     m_now.revision = nextNumber();
+    m_stages->warnings().valuesChange();
     record(std::move(name), former);
     tell({.values = true, .state = true});
     return true;
@@ -387,6 +406,7 @@ bool Document::hasOverlay() const { return host().registeredCustomUi(); }
 void Document::show(State const& state) {
     if (state.structure == m_now.structure) {
         setParameters(*state.scene, host(), layerSize(), frameSize());
+        m_stages->warnings().valuesChange();
         withUserErrors([&] { m_session->setFrame(m_frame); });
         m_now = state;
         return tell({.values = true, .state = true});

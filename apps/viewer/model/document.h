@@ -101,8 +101,6 @@ public:
 
     Scene const& scene() const { return *m_now.scene; }
     SceneSnapshot snapshot() const;
-    /// As opened, with no tracks and all values settled; FrameRenderer::settledScene.
-    Scene settledScene() const;
     PixelSize layerSize() const;  ///< pixels at full resolution
     PixelSize frameSize() const;  ///< of the display window
     /// Of a picture that is shown. An inverted scene's frame has a size of its own, by its pins;
@@ -136,6 +134,7 @@ public:
 
     // --- Acts. Each answers whether it changed anything.
 
+    /// The inputs are opened again.
     bool change(std::string name, std::function<void(Scene&)> const& act);
     /// A parameter's value at the frame: a key where it has keys. Kept within the valid range and
     /// rounded to its unit; the effect hears of it where it asked to. Name: "Set Opacity".
@@ -191,7 +190,8 @@ private:
         State before;
     };
 
-    void adopt(Scene scene, Origin origin, int frame);
+    /// `settles`: values that are still text are read, and tracks become keyframes.
+    void adopt(Scene scene, Origin origin, int frame, bool settles = false);
     void openStages(Scene const& scene, int frame);
     void show(State const& state);
     void record(std::string name, State const& before);

@@ -96,6 +96,7 @@ void fitCompToPlate(Scene& scene, PixelSize former) {
     if (comp.durationFrames != 1 || derived.comp.durationFrames == 1) return;
     comp.startFrame = derived.comp.startFrame;
     comp.durationFrames = derived.comp.durationFrames;
+    scene.ownStart = scene.ownDuration = true;
     comp.timeBase = derived.comp.timeBase;
     if (!scene.movieStart) scene.movieStart = derived.movieStart;
 }

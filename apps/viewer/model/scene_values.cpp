@@ -3,22 +3,14 @@
 
 #include <algorithm>
 #include <set>
-#include <string>
+#include <string_view>
+#include <utility>
 
 #include "zelk/scene/parameter_names.h"
 #include "zelk/scene/values.h"
 
 namespace zelk {
 namespace {
-
-std::set<int> editedOf(std::vector<ParameterState> const& before,
-                       std::vector<Parameter> const& parameters) {
-    std::set<int> edited;
-    std::vector<ParameterState> const after = statesOf(parameters);
-    for (std::size_t i = 0; i < after.size(); ++i)
-        if (!(after[i] == before.at(i))) edited.insert(after[i].index);
-    return edited;
-}
 
 /// Tracks set their pins after the file's values, so a track of an edited pin has to go.
 void releaseTracks(Scene& scene, std::set<int>& edited) {
@@ -31,26 +23,39 @@ void releaseTracks(Scene& scene, std::set<int>& edited) {
     });
 }
 
+/// To Pins that followed their From Pins until now stay where they are.
+void holdOpenPins(Scene const& scene, std::vector<Parameter> const& parameters,
+                  std::set<int>& edited) {
+    for (int index = kToPins; index < kToPins + 4; ++index) {
+        auto const from = followedPin(scene, index);
+        if (!from || isSetIn(scene, index)) continue;
+        auto const valueOf = [&](int pin) {
+            return keyValueOf(parameterIn(parameters, pin).current);
+        };
+        if (valueOf(index) != valueOf(*from)) edited.insert(index);
+    }
+}
+
 }  // namespace
 
-Scene sceneWithEdits(Scene const& scene, std::vector<ParameterState> const& before,
+Scene sceneWithEdits(Scene const& scene, std::vector<int> const& edits,
                      std::vector<Parameter> const& parameters,
                      std::vector<Parameter> const& defaults) {
-    std::set<int> edited = editedOf(before, parameters);
+    std::set<int> edited(edits.begin(), edits.end());
     Scene result = scene;
     releaseTracks(result, edited);
+    holdOpenPins(result, parameters, edited);
     if (edited.contains(kParamQuality)) result.isBest = false;
-    Scene const settled = sceneOf(scene, parameters, defaults);
+    auto& entries = result.parameters;
     for (int const index : edited) {
-        auto const name = nameOfParameter(index);
-        auto const isOwn = [&](SceneParameter const& entry) { return entry.name == name; };
-        auto& entries = result.parameters;
-        auto const place = std::find_if(entries.begin(), entries.end(), isOwn) - entries.begin();
-        std::erase_if(entries, isOwn);
-        auto const own = std::find_if(settled.parameters.begin(), settled.parameters.end(), isOwn);
-        if (own == settled.parameters.end()) continue;  // back at its default
-        entries.insert(entries.begin() + std::min<std::ptrdiff_t>(place, std::ssize(entries)),
-                       *own);
+        std::string_view const name = nameOfParameter(index);
+        auto const isOwn = [name](SceneParameter const& entry) { return entry.name == name; };
+        if (!isSetIn(result, index)) entries.push_back({std::string(name)});
+        auto entry = entryOf(result, index, parameters, defaults);
+        auto const place = std::find_if(entries.begin(), entries.end(), isOwn);
+        if (entry) *place = std::move(*entry);
+        entries.erase(std::remove_if(entry ? place + 1 : place, entries.end(), isOwn),
+                      entries.end());
     }
     return result;
 }

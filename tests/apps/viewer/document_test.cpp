@@ -1,10 +1,15 @@
 // Acts on a document, and the way back.
+#include <malloc.h>
+
 #include <random>
 
+#include "apps/viewer/model/scene_inputs.h"
 #include "tests/apps/viewer/window_fixture.h"
 #include "zelk/scene/edits.h"
 #include "zelk/scene/file.h"
+#include "zelk/scene/hand_over.h"
 #include "zelk/scene/parameter_names.h"
+#include "zelk/scene/refusal.h"
 #include "zelk/text/errors.h"
 
 namespace zelk {
@@ -14,6 +19,25 @@ class DocumentTest : public testing::Test {
 protected:
     DocumentTest() { document.open(exampleFile("move.zelk.json")); }
     std::string text() { return sceneText(document.scene()); }
+    /// Values and keys of all parameters.
+    static std::vector<ParameterState> statesOf(Document const& document) {
+        std::vector<Parameter> all;
+        for (int i = 0; i < kParameterCount; ++i) all.push_back(document.parameter(i));
+        return zelk::statesOf(all);
+    }
+    std::vector<ParameterState> reopened() {
+        document.saveAs(folder.at("own.zelk.json"));
+        Document again{ZELK_MODULE};
+        again.open(folder.at("own.zelk.json"));
+        return statesOf(again);
+    }
+    /// A layer at its own place in a larger plate, with all pins open.
+    void startOverPlate() {
+        Scene scene;
+        sceneEdit("layer").apply(scene, "layer", exampleFile("chelsea.png"));
+        sceneEdit("over").apply(scene, "over", exampleFile("rocket.jpg"));
+        document.start(std::move(scene));
+    }
 
     zelk_test::TemporaryFolder folder;
     Document document{ZELK_MODULE};
@@ -28,13 +52,27 @@ TEST_F(DocumentTest, RandomActsAreUndoneByteForByteAndDoneAgain) {
     for (int i = 0; i < 60; ++i) {
         document.setFrame(1 + whole(48));
         bool changed = false;
-        switch (whole(4)) {
+        switch (whole(6)) {
             case 0:
                 changed = document.edit(kToPins + whole(4), {double(whole(640)), whole(400) + .5});
                 break;
             case 1:
                 changed = document.edit(kParamCornerPinOpacity, {double(whole(101))});
                 break;
+            case 3:
+                changed = document.edit(kParamOverlayMode, {double(1 + whole(3))});
+                break;
+            case 4: {
+                MouseEvent mouse{whole(640), whole(400), whole(2) ? PF_Mod_SHIFT_KEY : PF_Mod_NONE};
+                if (!document.click({}, mouse)) break;
+                for (int moves = whole(4); moves > 0; --moves) {
+                    mouse.x = whole(640);
+                    document.drag(mouse);
+                }
+                EXPECT_FALSE(document.undo() || document.redo());
+                changed = document.release(mouse);
+                break;
+            }
             case 2:
                 changed = document.change("Set Depth", [&](Scene& scene) {
                     sceneEdit("depth").apply(scene, "depth", whole(2) ? "16" : "float");
@@ -49,9 +87,126 @@ TEST_F(DocumentTest, RandomActsAreUndoneByteForByteAndDoneAgain) {
         if (changed) texts.push_back(text());
     }
     EXPECT_TRUE(document.isModified());
+    auto const last = statesOf(document);
     for (std::size_t i = texts.size(); i-- > 0; document.undo()) ASSERT_EQ(text(), texts[i]) << i;
     EXPECT_FALSE(document.isModified());
     for (std::size_t i = 0; i < texts.size(); ++i, document.redo()) ASSERT_EQ(text(), texts[i]);
+    EXPECT_EQ(statesOf(document), last);
+}
+
+/// Pins moved, snapped to corners and to each other, and reset: what is saved is what stood there.
+TEST_F(DocumentTest, PinsAreSavedWhereverTheyStand) {
+    unsigned const seed = std::random_device{}();
+    SCOPED_TRACE(testing::Message() << "seed " << seed);
+    std::mt19937 random(seed);
+    auto const below = [&](int n) { return static_cast<int>(random() % unsigned(n)); };
+    for (int round = 0; round < 12; ++round) {
+        startOverPlate();
+        auto const first = statesOf(document);
+        int steps = 0;
+        for (int i = 0; i < 5; ++i) {
+            int const corner = below(4), to = kToPins + corner, from = kFromPins + corner;
+            double const right = corner % 2, low = corner / 2;
+            KeyValue const places[] = {{640 * right, 427 * low},
+                                       {451 * right, 300 * low},
+                                       document.valueOf(from),
+                                       document.defaultOf(to),
+                                       {double(below(640)), below(4270) / 8.}};
+            steps += document.edit(below(2) ? to : from, places[below(5)]);
+        }
+        auto const last = statesOf(document);
+        ASSERT_EQ(reopened(), last) << text();
+        for (int i = 0; i < steps; ++i) document.undo();
+        ASSERT_EQ(statesOf(document), first);
+        for (int i = 0; i < steps; ++i) document.redo();
+        ASSERT_EQ(statesOf(document), last) << text();
+    }
+}
+
+TEST_F(DocumentTest, IsOneSceneForWhoHearsOfItsStart) {
+    std::string heard;
+    document.onChange([&](DocumentChange const&) {
+        if (heard.empty()) heard = text();
+    });
+    startOverPlate();
+    EXPECT_EQ(heard, text());
+}
+
+/// The state before the act is all that an act keeps, however many moves it has.
+TEST_F(DocumentTest, MovesOfAnActTakeNoMemory) {
+    document.changeValues("Keys", [&](std::vector<Parameter>& parameters) {
+        for (int frame = 0; frame < 1000; ++frame)
+            parameterIn(parameters, kToPins)
+                .editTrack()
+                .set({document.momentOf(frame), {double(frame), 5}, Interpolation::kLinear});
+    });
+    auto const bytesAfter = [&](int moves) {
+        for (int i = 0; i < moves; ++i) document.edit(kToPins, {i + 0.5, 7});
+        return static_cast<long>(mallinfo2().uordblks);
+    };
+    document.beginAct("Move");
+    long const few = bytesAfter(5);
+    EXPECT_LT(bytesAfter(40) - few, 300'000);
+    document.cancelAct();
+    EXPECT_EQ(document.undoName(), "Keys");
+}
+
+TEST_F(DocumentTest, FramesMayBeFarFromNought) {
+    Scene far = document.scene();
+    far.comp.startFrame = 2500000;
+    far.parameters.clear();
+    writeScene(far, folder.at("far.zelk.json"));
+    document.open(folder.at("far.zelk.json"));
+    EXPECT_EQ(document.frame(), 2500000);
+    EXPECT_TRUE(document.edit(kToPins, {3, 4}));
+}
+
+TEST_F(DocumentTest, APlatesFramesAreSaved) {
+    for (int frame : {1001, 1002})
+        std::filesystem::copy(exampleFile("rocket.jpg"),
+                              folder.at("p." + std::to_string(frame) + ".jpg"));
+    folder.put("a.zelk.json", R"({"schema": "zelk-project", "version": 1, "comp":
+        {"width": 451, "height": 300, "rate": 25}, "layer": ")" +
+                                  exampleFile("chelsea.png") + R"("})");
+    document.open(folder.at("a.zelk.json"));
+    document.change("Set Plate", [&](Scene& scene) {
+        setInput(scene, InputKind::kPlate, folder.at("p.####.jpg"), document.frameSize());
+    });
+    reopened();
+    document.open(folder.at("own.zelk.json"));
+    EXPECT_EQ(document.firstFrame(), 1001);
+    EXPECT_EQ(document.lastFrame(), 1002);
+}
+
+TEST_F(DocumentTest, AWarningComesBackWithWhatItIsAbout) {
+    startOverPlate();
+    int told = 0;
+    for (double const x : {451., 440., 5., 0., 451., 5.}) {
+        document.edit(kToPins, {x, 0});  // beyond the upper right pin: crossed
+        document.edit(kToPins + 1, {451 - x, 0});
+        document.mapHere();
+        told += !document.takeWarnings().empty();
+    }
+    EXPECT_EQ(told, 2);
+}
+
+TEST_F(DocumentTest, AHandedSceneNamesNoFileOfItsWay) {
+    Scene scene = document.scene();
+    scene.road = Road::kMemory;
+    HandedScene const handed = handedScene("/state/x", handOverText({scene, {}}));
+    EXPECT_EQ(handed.scene.road, Road::kMemory);
+    EXPECT_EQ(nameOf(handed.scene, SceneField::kRoad), "road");
+}
+
+TEST_F(DocumentTest, AnOpenToPinIsWhereItsFromPinIs) {
+    startOverPlate();
+    int const to = kToPins + 3, from = kFromPins + 3;
+    EXPECT_EQ(document.defaultOf(to), (KeyValue{451, 300}));
+    document.edit(from, {400, 200});
+    EXPECT_EQ(document.valueOf(to), (KeyValue{451, 300})) << "pins move alone";
+    document.edit(to, {640, 427});
+    document.edit(to, document.defaultOf(to));
+    EXPECT_EQ(document.valueOf(to), (KeyValue{400, 200}));
 }
 
 TEST_F(DocumentTest, AnActChangesItsOwnParametersAlone) {
@@ -65,8 +220,7 @@ TEST_F(DocumentTest, AnActChangesItsOwnParametersAlone) {
     EXPECT_FALSE(document.isModified());
     Document again{ZELK_MODULE};
     again.open(folder.at("own.zelk.json"));
-    for (int i = 1; i < kParameterCount; ++i)
-        EXPECT_EQ(statesOf({again.parameter(i)}), statesOf({document.parameter(i)})) << i;
+    EXPECT_EQ(statesOf(again), statesOf(document));
     again.setFrame(10);
     EXPECT_EQ(again.valueOf(index), (KeyValue{100, 50}));
     document.undo();
@@ -78,6 +232,10 @@ TEST_F(DocumentTest, WhatChangesNothingIsNoStep) {
     document.beginAct("Drag");
     document.edit(kToPins, {1, 2});
     document.cancelAct();
+    EXPECT_FALSE(document.change("Set Depth", [](Scene& scene) {
+        sceneEdit("depth").apply(scene, "depth", "16");
+        scene.depth.reset();
+    }));
     EXPECT_EQ(document.undoName(), "");
     EXPECT_FALSE(document.isModified());
 }

@@ -7,6 +7,7 @@
 #include "apps/viewer/dialogs/export_dialog.h"
 #include "apps/viewer/model/command_text.h"
 #include "tests/apps/viewer/files_fixture.h"
+#include "zelk/render/frame_renderer.h"
 #include "zelk/scene/as_edits.h"
 #include "zelk/scene/edits.h"
 
@@ -99,7 +100,6 @@ TEST_F(ExportTest, TheFrameOnScreenAsACommand) {
     EXPECT_TRUE(error().contains("Save the project first: no option says keyframes"));
 }
 
-/// Scenes that nobody saved, by their options; the project that they are saved to gives the same.
 /// Bash as a terminal has it, which takes "!" for its history.
 TEST_F(ExportTest, ALineIsTakenByAnInteractiveShell) {
     std::string const name = "it's a!b \"$HOME\" `c`\\_##.png";
@@ -129,6 +129,8 @@ TEST_F(ExportTest, ALineIsTakenByAnInteractiveShell) {
     EXPECT_NE(renderCommandOf(document()).line.find("named.png"), line.npos);
 }
 
+/// Scenes that nobody saved: the line, the project that they are saved to, and the scene itself,
+/// which goes through no text, give one file.
 TEST_F(ExportTest, AnUnsavedSceneAsACommand) {
     std::vector<std::vector<MadeEdit>> const scenes = {
         {{"to", "60,40 400,10 30,250 380,290"}, {"quality", "super"}, {"set", "rotate=-12.5"}},
@@ -140,6 +142,7 @@ TEST_F(ExportTest, AnUnsavedSceneAsACommand) {
          {"quality", "best"},
          {"output-color", "linear"},
          {"depth", "16"}},
+        {{"over", path("rocket.jpg").toStdString()}, {"to", "0,0 640,0 0,427 640,427"}},
         {{"size", "640x427"},
          {"holdout", path("rocket.jpg").toStdString()},
          {"opacity", "40"},
@@ -183,8 +186,14 @@ TEST_F(ExportTest, AnUnsavedSceneAsACommand) {
         shell(text.line + " --no-metadata");
         document().saveAs(folder.at("own.zelk.json"));
         shell("zelk render --project ../own.zelk.json --frames 0 -o plain.png --no-metadata");
-        std::string const own = bytesOf(folder.at("out/chelsea.0000.png"));
+        Scene shown = *document().snapshot().scene;
+        shown.output = ScenePath{path("shown.png").toStdString()};
+        RenderOptions options;
+        options.keepMetadata = false;
+        FrameRenderer(shown, options).write(0);
+        std::string const own = bytesOf(folder.at("shown.png"));
         EXPECT_GT(own.size(), 1000u) << text.line;
+        EXPECT_TRUE(own == bytesOf(folder.at("out/chelsea.0000.png"))) << text.line;
         EXPECT_TRUE(own == bytesOf(folder.at("out/plain.png"))) << text.line;
     }
 }

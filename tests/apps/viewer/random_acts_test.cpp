@@ -136,9 +136,10 @@ TEST_F(RandomActs, LeaveTheSceneSound) {
         told = quarters;
         malloc_trim(0);
         std::cerr << acts << " acts, " << residentMb() << " MB\n";
-        if (told == 1) early = residentMb();
+        if (early == 0) early = residentMb();
     }
-    EXPECT_TRUE(seconds <= 60 || residentMb() < early * 5 / 4) << "MB, from " << early;
+    // In a few seconds the cache of small pictures fills, and a sanitizer's quarantine.
+    EXPECT_LT(residentMb(), seconds > 60 ? early * 5 / 4 : early + 300) << "MB, from " << early;
     QApplication::processEvents();
     document().cancelAct();
     while (document().undo()) continue;

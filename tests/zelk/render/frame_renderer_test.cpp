@@ -3,12 +3,14 @@
 #include "zelk/render/frame_renderer.h"
 
 #include <nlohmann/json.hpp>
+#include <random>
 #include <thread>
 
 #include "tests/support/zelk_process.h"
 #include "zelk/scene/check.h"
 #include "zelk/scene/edits.h"
 #include "zelk/scene/file.h"
+#include "zelk/scene/parameter_names.h"
 #include "zelk/text/errors.h"
 
 namespace zelk {
@@ -116,6 +118,35 @@ TEST_F(Renderer, SettlesTypedValuesForAFile) {
         EXPECT_THROW(FrameRenderer(again, beyond), UserError);
         EXPECT_THROW(renderer.picture(10'000'000), UserError);
         EXPECT_THROW(setParameter(again, "rotate", 1., ""), UserError);
+    }
+}
+
+/// Each pin open, at a corner of the frame or of the layer, or anywhere.
+TEST_F(Renderer, SettledPinsGiveTheSameFrame) {
+    unsigned const seed = std::random_device{}();
+    SCOPED_TRACE(testing::Message() << "seed " << seed);
+    std::mt19937 random(seed);
+    auto const below = [&](int n) { return static_cast<int>(random() % unsigned(n)); };
+    for (int round = 0; round < 40; ++round) {
+        Scene given = scene(below(2));
+        if (below(2)) given.parameters.clear();
+        for (int pin = 0; pin < 8; ++pin) {
+            double const right = pin % 2, low = pin % 4 / 2;
+            Point const places[] = {{50 * right, 44 * low},
+                                    {40 * right, 30 * low},
+                                    {right * 25 + below(20), low * 20 + below(90) / 8.}};
+            int const first = pin < 4 ? kToPins : kFromPins - 4;
+            int const place = below(6);
+            if (place < 3) setParameter(given, nameOfParameter(first + pin), places[place], "p");
+        }
+        FrameRenderer renderer(given);
+        renderer.begin({2});
+        std::string const text = sceneText(renderer.settledScene());
+        Scene again = sceneFromText(at("s.zelk.json"), text);
+        edit(again, "module", ZELK_MODULE);
+        ASSERT_TRUE(valuesOf<float>(FrameRenderer(again).picture(2)) ==
+                    valuesOf<float>(renderer.picture(2)))
+            << "round " << round << text;
     }
 }
 
