@@ -10,25 +10,19 @@ cp "$1/run" "$work"
 cd "$work"
 mkdir -p packaging out/packages bin
 echo 'project(Own VERSION 1.2.3 LANGUAGES CXX)' >CMakeLists.txt
-printf '#!/bin/sh\necho tried\n' >packaging/package_test.sh
-printf '#!/bin/sh\nexec "$@"\n' >bin/sudo
+tee packaging/package_test.sh bin/sudo <<<$'#!/bin/sh\necho tried' >/dev/null
 chmod +x packaging/package_test.sh bin/sudo
-export PATH=$work/bin:$PATH GIT_CONFIG_GLOBAL=/dev/null
-commit() { git -c user.name=T -c user.email=t@t.invalid commit -q -m "$1"; }
-git init -q && git add CMakeLists.txt packaging && commit one
+export PATH=$work/bin:$PATH
+commit() { git -c user.name=T -c user.email=t@t.invalid commit -qam "$1"; }
+says() { [ "$(./run package-test 2>&1)" = "$1" ] || { echo "not told: $1" >&2; exit 1; }; }
+refused() { says "out/packages: made of other sources ($1): make them anew by \`./run package\`"; }
+git init -q && git add CMakeLists.txt && commit one
 : >out/packages/own.deb
-
-tried() { [ "$(./run package-test)" = tried ] || { echo "not tried: $1" >&2; exit 1; }; }
-refused() {
-    local line
-    if line=$(./run package-test 2>&1); then echo "tried: $1" >&2; exit 1; fi
-    [[ $(wc -l <<<"$line") = 1 && $line = *"$2"*'./run package'* ]] || { echo "$1: $line" >&2; exit 1; }
-}
 own="1.2.3 $(git rev-parse HEAD)"
-refused "nobody says of what they are" "(unknown, not $own)"
+refused "unknown, not $own"
 echo "$own" >out/packages/sources
-tried "its own"
+says tried
 echo "# more" >>CMakeLists.txt
-refused "sources were changed" "($own, not $own with changes "
-git add CMakeLists.txt && commit two
-refused "of an earlier commit" "($own, not 1.2.3 $(git rev-parse HEAD))"
+refused "$own, not $own with changes $(git diff HEAD --binary | sha256sum | cut -c 1-12)"
+commit two
+refused "$own, not 1.2.3 $(git rev-parse HEAD)"
