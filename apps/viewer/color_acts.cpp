@@ -3,6 +3,7 @@
 
 #include <QAction>
 #include <algorithm>
+#include <utility>
 
 #include "apps/viewer/composition_canvas.h"
 #include "apps/viewer/composition_panel.h"
@@ -42,8 +43,14 @@ void ColorActs::follow() {
     Scene scene = document().scene();
     scene.color.isBuiltIn = document().colors().areBuiltIn;
     bool const isRead = scene.color.isBuiltIn || document().colors().fault.empty();
-    m_names = isRead && !scene.color.isRaw ? displayNames(colorConfigOf(scene))
-                                           : std::vector<std::string>();
+    std::string config = "none";
+    if (isRead && !scene.color.isRaw)
+        config = scene.color.isBuiltIn ? "built-in"
+                 : scene.color.config  ? "file " + scene.color.config->path().string()
+                                       : "usual";
+    if (std::exchange(m_namesOf, config) != config)
+        m_names =
+            config == "none" ? std::vector<std::string>() : displayNames(colorConfigOf(scene));
     show();
 }
 

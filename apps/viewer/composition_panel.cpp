@@ -105,6 +105,7 @@ void CompositionPanel::makeBar() {
                             if (place > 1) map.zoomAtCenter(kZoomChoices[place - 2]);
                         });
                     });
+    m_zoom->setMinimumContentsLength(11);  // of "Fit, 123.4 %"
     m_channels = addBox("Channels", "Channels that are shown (Alt+1 to Alt+5, Alt+C for colour)",
                         namesOf(kChannelChoices), [this](int place) {
                             changeLook([&](CanvasLook& look) {

@@ -8,6 +8,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <optional>
+#include <utility>
 
 #include "apps/zelk/environment.h"
 #include "zelk/render/frame_stages.h"
@@ -74,6 +76,10 @@ Scene sceneToEdit(std::optional<std::string> const& project) {
 /// Tracks become keyframes, so that none may be missing here.
 Scene settled(Scene scene) {
     for (TrackUse const& use : scene.tracks) requireRead(use);
+    if (scene.isInverted && !scene.layer.isGiven()) {  // a project has a layer; it is the same
+        scene.layer = *std::exchange(scene.plate, std::nullopt);
+        scene.color.layer = std::exchange(scene.color.plate, std::nullopt);
+    }
     if (!scene.hasComp) settleNewComp(scene, scene.size);
     RunOptions forEdit;
     forEdit.isForEdit = true;
