@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "apps/viewer/model/field_text.h"
+#include "apps/viewer/model/scene_inputs.h"
 #include "zelk/scene/check.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/scene/words.h"
@@ -159,7 +160,9 @@ void SceneControl::set(std::string const& text) {
         m_setting.reset(wanted);
     else
         m_edit.apply(wanted, row().label, text);
-    checkScene(wanted);
+    checkScene(wanted);  // names files as they were given
+    ScenePath* const file = m_setting.file ? m_setting.file(wanted) : nullptr;
+    if (file) *file = pathIn(wanted, file->path());
     std::vector<SceneParameter> const own = takeParameters(wanted, row().label);
     settle(wanted);
     std::string const name = (text.empty() ? "Reset " : "Set ") + row().label;
@@ -184,7 +187,11 @@ void SceneControl::set(std::string const& text) {
 }
 
 void SceneControl::type(int field, std::string const& text) {
-    if (row().kind != ControlKind::kNumber) return set(std::string(trimmed(text)));
+    std::string const plain(trimmed(text));
+    // Names start at the project's folder, as the one that is shown does.
+    if (row().kind == ControlKind::kFile && !plain.empty())
+        return set((document().scene().file.parent_path() / plain).string());
+    if (row().kind != ControlKind::kNumber) return set(plain);
     std::string joined;
     std::vector<std::string> all = parts();
     all.at(static_cast<std::size_t>(field)) = withoutUnit(trimmed(text), row().unit);

@@ -11,9 +11,7 @@
 namespace zelk {
 namespace {
 
-std::string pathOf(SceneInput const& input) {
-    return input.buffer ? "" : input.file.path().string();
-}
+std::string pathOf(SceneInput const& input) { return input.buffer ? "" : input.file.written; }
 
 std::string matteOf(std::optional<SceneMatte> const& matte) {
     if (!matte) return {};
@@ -77,10 +75,13 @@ constexpr SceneSetting kSettings[] = {
      },
      [](S s) { return std::string(s.comp.motionBlur ? "" : "Only with Motion Blur on."); }},
 
-    {"matte", "Matte", kLook, [](S s) { return matteOf(s.matte); }, forget<&Scene::matte>},
-    {"holdout", "Holdout", kLook, [](S s) { return matteOf(s.holdout); }, forget<&Scene::holdout>},
+    {"matte", "Matte", kLook, [](S s) { return matteOf(s.matte); }, forget<&Scene::matte>, nullptr,
+     0, [](Scene& s) { return s.matte ? &s.matte->file.file : nullptr; }},
+    {"holdout", "Holdout", kLook, [](S s) { return matteOf(s.holdout); }, forget<&Scene::holdout>,
+     nullptr, 0, [](Scene& s) { return s.holdout ? &s.holdout->file.file : nullptr; }},
     {"st-map", "Lens Map", kLook, [](S s) { return s.stMap ? pathOf(*s.stMap) : ""; },
-     forget<&Scene::stMap>},
+     forget<&Scene::stMap>, nullptr, 0,
+     [](Scene& s) { return s.stMap ? &s.stMap->file : nullptr; }},
 
     {"color", "Conversion", kColour, [](S s) { return textOf(wordOf(kColorWords, s.color.isRaw)); },
      [](Scene& s) { s.color.isRaw = false; }},
@@ -93,8 +94,9 @@ constexpr SceneSetting kSettings[] = {
     {"output-color", "Output", kColour, colorRead<&SceneColor::output>,
      colorForget<&SceneColor::output>, noRaw},
     {"ocio", "Configuration", kColour,
-     [](S s) { return s.color.config ? s.color.config->path().string() : ""; },
-     colorForget<&SceneColor::config>},
+     [](S s) { return s.color.config ? s.color.config->written : ""; },
+     colorForget<&SceneColor::config>, nullptr, 0,
+     [](Scene& s) { return s.color.config ? &*s.color.config : nullptr; }},
 };
 
 /// What helps name by the command line's option.

@@ -14,13 +14,15 @@ struct SceneSetting {
     std::string_view edit;   ///< its name
     std::string_view label;  ///< "Over Mode"
     std::string_view group;  ///< within the scene's; empty for none
-    /// As the edit takes it; empty where nothing is set.
+    /// As the edit takes it, a file as it stands in the project; empty where nothing is set.
     std::string (*read)(Scene const& scene);
     void (*reset)(Scene& scene);
     /// A sentence where it would be without any effect, or refused; empty otherwise. May be null.
     std::string (*whyNot)(Scene const& scene) = nullptr;
     /// A popup of the effect that it sets too, by words in the order of its entries; 0 for none.
     int popup = 0;
+    /// Where its file stands in the scene; null for no file.
+    ScenePath* (*file)(Scene& scene) = nullptr;
 };
 
 /// In the order of the panel, groups together.

@@ -16,6 +16,7 @@
 #include <algorithm>
 
 #include "apps/viewer/model/panel_controls.h"
+#include "apps/viewer/model/scene_inputs.h"
 #include "apps/viewer/model/scene_settings.h"
 #include "tests/apps/viewer/window_fixture.h"
 #include "zelk/scene/check.h"
@@ -227,6 +228,25 @@ TEST_F(ParameterPanelTest, UnitsAreTakenAndWrongTextsLeaveTheValue) {
     QTest::keyClicks(&field("corner-pin-opacity"), "12");
     QTest::keyClick(&field("corner-pin-opacity"), Qt::Key_Escape);
     EXPECT_EQ(text(), third);
+}
+
+/// Typed ones start there, others become so, as those of the menu do.
+TEST_F(ParameterPanelTest, FilesAreNamedFromTheProjectsFolder) {
+    std::string const before = text();
+    for (char const* name : {"scene matte", "scene holdout", "scene st-map"}) {
+        for (std::string const& typed :
+             {std::string("rocket.jpg"), WindowTest::folder.at("rocket.jpg").string()}) {
+            type(name, typed);
+            EXPECT_EQ(message(), "");
+            EXPECT_EQ(field(name).text(), "rocket.jpg");
+            EXPECT_NE(text().find("\"rocket.jpg\""), std::string::npos);
+            document().undo();
+        }
+    }
+    EXPECT_EQ(text(), before);
+    type("scene matte", "rocket.jpg:R");
+    EXPECT_EQ(document().scene().matte->file.file.path(), WindowTest::folder.at("rocket.jpg"));
+    EXPECT_EQ(document().scene().matte->channel, "R");
 }
 
 TEST_F(ParameterPanelTest, WhatTheSceneCantRenderIsRefused) {
@@ -466,6 +486,8 @@ TEST_F(ParameterPanelTest, SettingsOfTheSceneAreItsEdits) {
                 edit.apply(wanted, std::string(setting->label), value);
                 wanted.comp.motionBlur = wanted.comp.motionBlur || wanted.motionBlur;
                 checkScene(wanted);
+                if (setting->file && setting->file(wanted))
+                    *setting->file(wanted) = pathIn(wanted, setting->file(wanted)->path());
             });
             EXPECT_EQ(refusalOf([&] { act(*control, value); }), refusal);
             ++(refusal.empty() ? taken : refused);
