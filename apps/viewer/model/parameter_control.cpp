@@ -14,6 +14,7 @@
 #include "zelk/render/setup.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/scene/parameter_values.h"
+#include "zelk/scene/track_use.h"
 #include "zelk/text/errors.h"
 #include "zelk/text/numbers.h"
 
@@ -173,6 +174,15 @@ std::string roadRefusal(Document const& document) {
     return {};
 }
 
+/// In the form that the effect's own import reads.
+bool isImportable(std::string const& file) {
+    try {
+        return !readTrackUse({file}, TrackedPins::kTo).text.empty();
+    } catch (UserError const&) {
+        return false;
+    }
+}
+
 }  // namespace
 
 ParameterControl::ParameterControl(Document& document, int index, int level)
@@ -275,7 +285,8 @@ void ParameterControl::chooseFile(int position, std::string const& file) {
     std::uint64_t const before = document().snapshot().revision;
     ChosenFile const chosen(file);
     set({double(position)}, "Import Tracking Data");
-    if (document().snapshot().revision == before)
+    // The same data once more changes nothing.
+    if (document().snapshot().revision == before && !isImportable(file))
         throw UserError(ExitCode::kInput, file + ": no tracking data that the effect reads");
 }
 

@@ -534,6 +534,7 @@ TEST_F(ParameterPanelTest, TrackingDataComesByTheEffectsImport) {
         EXPECT_EQ(text(), before);
         control->chooseFile(2, exampleFile("sign-track.txt"));
         EXPECT_GT(document().parameter(kToPins + 3).track().size(), 3u);
+        control->chooseFile(2, exampleFile("sign-track.txt"));  // changes nothing
         EXPECT_EQ(value(kParamMochaImport)[0], 1);
     }
     EXPECT_EQ(document().undoName(), "Import Tracking Data");
