@@ -40,12 +40,15 @@ std::string wordsOf(MadeEdit const& edit) {
     return option + join + shellWord(edit.text);
 }
 
+bool isSaved(Document const& document) {
+    return !document.file().empty() && !document.isModified();
+}
+
 /// What makes the scene: its project, or its edits.
 CommandText sceneWords(Document const& document) {
-    bool const isSaved = !document.file().empty() && !document.isModified();
     Edits edits;
     std::string line = "zelk render";
-    if (isSaved) {
+    if (isSaved(document)) {
         line += " --project " + shellWord(absoluteText(document.file()));
         edits = editsBesidesFile(document.scene());
     } else {
@@ -92,10 +95,9 @@ CommandText renderCommandOf(Document const& document) {
     if (text.line.empty()) return text;
     Scene const& scene = document.scene();
     bool const isOwn = scene.output && !containerOf(scene.outputPath());
-    bool const isSaved = text.line.find(" --project ") != std::string::npos;
     if (!isOwn)
         text.line += wordsOf({"output", stillName(document)});
-    else if (!isSaved)
+    else if (!isSaved(document))
         text.line += wordsOf({"output", absoluteText(scene.outputPath())});
     bool const isStill = !isSequence(scene) && document.frame() == document.firstFrame();
     if (!isStill) text.line += wordsOf({"frames", std::to_string(document.frame())});

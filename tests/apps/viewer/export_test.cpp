@@ -119,6 +119,14 @@ TEST_F(ExportTest, ALineIsTakenByAnInteractiveShell) {
     document().edit(kParamCornerPinOpacity, {85});
     std::string const line = renderCommandOf(document()).line;
     EXPECT_NE(line.find("\\.0001.png"), line.npos) << line;
+    // A name may look like an option.
+    fs::copy(folder.at("chelsea.png"), folder.at("a --project b.png"));
+    choices = {1};
+    window->openFile(path("a --project b.png"));
+    document().change("Output", [&](Scene& scene) {
+        sceneEdit("output").apply(scene, "output", folder.at("named.png").string());
+    });
+    EXPECT_NE(renderCommandOf(document()).line.find("named.png"), line.npos);
 }
 
 TEST_F(ExportTest, AnUnsavedSceneAsACommand) {
