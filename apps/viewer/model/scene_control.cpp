@@ -165,10 +165,10 @@ void SceneControl::set(std::string const& text) {
         m_setting.reset(wanted);
     else
         m_edit.apply(wanted, row().label, text);
+    if (m_setting.edit == "ocio" && !text.empty()) colorConfigOf(wanted);  // can be read
+    checkSceneToEdit(wanted);  // names files as they were given
     ScenePath* const file = m_setting.file ? m_setting.file(wanted) : nullptr;
     if (file) *file = pathIn(wanted, file->path());
-    if (m_setting.edit == "ocio" && !text.empty()) colorConfigOf(wanted);  // can be read
-    checkSceneToEdit(wanted);
     std::vector<SceneParameter> const own = takeParameters(wanted, row().label);
     settle(wanted);
     std::string const name = (text.empty() ? "Reset " : "Set ") + row().label;

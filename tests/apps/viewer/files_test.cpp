@@ -21,6 +21,7 @@
 #include "apps/viewer/dialogs/shortcuts_dialog.h"
 #include "apps/viewer/dialogs/track_dialog.h"
 #include "apps/viewer/model/autosave.h"
+#include "apps/viewer/model/opened_file.h"
 #include "zelk/files/process_tag.h"
 #include "zelk/scene/edits.h"
 
@@ -49,23 +50,11 @@ TEST_F(FilesTest, OpensWhatAFileIs) {
         EXPECT_EQ(document().lastFrame(), each.last);
         EXPECT_FALSE(window->isWindowModified());
     }
+    for (char const* take : {"take01.mov", "take02.mov"}) folder.put(take, "");
+    EXPECT_FALSE(sequenceOf(folder.at("take01.mov")));
     names = {path("move.zelk.json")};
     press("File/Open\u2026");
     EXPECT_EQ(window->windowTitle(), "move.zelk.json[*] \u2014 Zelk");
-}
-
-/// Without a question: numbered movies are no sequence.
-TEST_F(FilesTest, ATakeOfAMovieIsTakenAlone) {
-    for (char const* take : {"take01.mov", "take02.mov"})
-        ASSERT_EQ(std::system((std::string(ZELK_BINARY) + " render --project " +
-                               folder.at("move.zelk.json").string() + " --frames 1-2 -o " +
-                               folder.at(take).string() + " >/dev/null 2>&1")
-                                  .c_str()),
-                  0);
-    window->openFile(path("take01.mov"));
-    EXPECT_EQ(asked.join("|"), "");
-    EXPECT_EQ(fs::path(document().scene().layer.file.written).filename(), "take01.mov");
-    EXPECT_EQ(document().lastFrame(), 1);
 }
 
 TEST_F(FilesTest, WhatCannotBeReadIsToldAndWhatWasOpenStays) {
@@ -107,49 +96,28 @@ TEST_F(FilesTest, SavesToItsFileOrAsksForOne) {
     EXPECT_EQ(document().file(), folder.at("own.zelk.json"));
 }
 
-TEST_F(FilesTest, SaveAsAsksAboutTheNameThatItMakes) {
-    window->openFile(path("move.zelk.json"));
-    std::string const before = bytesOf(folder.at("move.zelk.json"));
-    makeChange();
-    for (int const answer : {-1, 0}) {
-        names = {path("move")};
-        choices = {answer};
-        asked.clear();
-        press("File/Save As\u2026");
-        EXPECT_EQ(asked, QStringList({"Save As", "move.zelk.json is there already."}));
-        EXPECT_EQ(bytesOf(folder.at("move.zelk.json")), answer < 0 ? before : text());
-        EXPECT_EQ(document().isModified(), answer < 0);
-    }
-}
-
-TEST_F(FilesTest, WhatOthersSavedIsReplacedOnlyWhenAsked) {
+/// The name that Save As completes, and a file that somebody else has changed.
+TEST_F(FilesTest, NothingIsReplacedUnasked) {
     fs::path const file = folder.at("move.zelk.json");
     window->openFile(path("move.zelk.json"));
     std::string const others = bytesOf(file) + "\n";
-    auto const saveAfterOthers = [&](std::deque<int> answers) {
-        makeChange();
-        folder.put("move.zelk.json", others);
-        choices = answers;
-        names = {path("mine.zelk.json")};
-        asked.clear();
-        press("File/Save");
-        EXPECT_TRUE(asked.value(0).contains("changed on disk")) << asked.join("|").toStdString();
-    };
-    saveAfterOthers({});  // cancelled
-    EXPECT_EQ(bytesOf(file), others);
-    EXPECT_TRUE(document().isModified());
-    saveAfterOthers({1});
-    EXPECT_EQ(bytesOf(file), text());
-    document().undo();
-    saveAfterOthers({0});
-    EXPECT_EQ(bytesOf(file), others);
-    EXPECT_EQ(document().file(), folder.at("mine.zelk.json"));
+    for (char const* place : {"File/Save As\u2026", "File/Save"})
+        for (int const answer : {-1, 1}) {
+            makeChange();
+            folder.put("move.zelk.json", others);
+            names = {path("move")};
+            bool const isAs = place != std::string("File/Save");
+            choices = {isAs && answer > 0 ? 0 : answer};
+            asked.clear();
+            press(place);
+            EXPECT_TRUE(asked.value(isAs).contains(isAs ? "is there already" : "changed on disk"));
+            EXPECT_EQ(bytesOf(file), answer < 0 ? others : text());
+            EXPECT_EQ(document().isModified(), answer < 0);
+            if (answer > 0) document().undo();
+        }
     asked.clear();
-    makeChange();
-    fs::last_write_time(document().file(), fs::file_time_type::clock::now());  // the same text
     press("File/Save");
     EXPECT_TRUE(asked.empty());
-    EXPECT_FALSE(document().isModified());
 }
 
 /// By the real question, answered by the key of its button.
@@ -382,22 +350,18 @@ TEST_F(FilesTest, WhatMayStillBeEditedIsNotOffered) {
     auto const sinceStart = std::chrono::seconds(static_cast<long>(up));
     ProcessTag other = thisProcess();
     other.machine ^= 1;
-    struct Case {
-        std::string host;
-        std::chrono::seconds age;
-        bool isOffered;
-    };
-    for (Case const& each : {Case{hostName(), sinceStart / 2 % hours(24), false},
-                             Case{hostName(), sinceStart + hours(1), true},
-                             Case{"another", hours(23), false}, Case{"another", hours(25), true}}) {
-        std::string const name = each.host + "." + other.text() + "-1.zelk-recovery";
+    auto const isOffered = [&](std::string const& host, std::chrono::seconds age) {
         fs::create_directories(folder.at("state"));
-        fs::path const file = folder.put("state/" + name, "");
-        fs::last_write_time(file, fs::file_time_type::clock::now() - each.age);
-        EXPECT_EQ(!abandonedScenes(folder.at("state")).empty(), each.isOffered)
-            << each.host << " " << each.age.count();
-        fs::remove(file);
-    }
+        fs::path const file =
+            folder.put("state/" + host + "." + other.text() + "-1.zelk-recovery", "");
+        fs::last_write_time(file, fs::file_time_type::clock::now() - age);
+        bool const isAny = !abandonedScenes(folder.at("state")).empty();
+        return fs::remove(file) && isAny;
+    };
+    EXPECT_FALSE(isOffered(hostName(), sinceStart / 2 % hours(24)));
+    EXPECT_TRUE(isOffered(hostName(), sinceStart + hours(1)));
+    EXPECT_FALSE(isOffered("another", hours(23)));
+    EXPECT_TRUE(isOffered("another", hours(25)));
 }
 
 TEST_F(FilesTest, AutosavedScenesGoWithTheirReason) {

@@ -16,6 +16,7 @@
 #include <algorithm>
 
 #include "apps/viewer/model/panel_controls.h"
+#include "apps/viewer/model/scene_inputs.h"
 #include "apps/viewer/model/scene_settings.h"
 #include "apps/viewer/model/shown_shutter.h"
 #include "tests/apps/viewer/window_fixture.h"
@@ -486,6 +487,8 @@ TEST_F(ParameterPanelTest, SettingsOfTheSceneAreItsEdits) {
                 edit.apply(wanted, std::string(setting->label), value);
                 wanted.comp.motionBlur = wanted.comp.motionBlur || wanted.motionBlur;
                 checkScene(wanted);
+                if (setting->file && setting->file(wanted))
+                    *setting->file(wanted) = pathIn(wanted, setting->file(wanted)->path());
             });
             EXPECT_EQ(refusalOf([&] { act(*control, value); }), refusal);
             ++(refusal.empty() ? taken : refused);

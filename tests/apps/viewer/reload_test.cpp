@@ -23,22 +23,14 @@ protected:
         awaitRest();
         EXPECT_EQ(canvas().shown()->error, "");
         World const& picture = canvas().shown()->display;
-        std::string bytes;
-        for (int y = 0; y < picture.height(); ++y)
-            bytes.append(reinterpret_cast<char const*>(picture.row(y)),
-                         static_cast<std::size_t>(picture.width()) * 4);
-        return bytes;
+        return {reinterpret_cast<char const*>(picture.row(0)),
+                static_cast<std::size_t>(picture.rowBytes()) * picture.height()};
     }
     /// What a window shows that opens the project now.
     std::string freshAt(int frame) {
         start();
         window->openFile(path("move.zelk.json"));
         return shownAt(frame);
-    }
-    void replace(char const* file, char const* by) {
-        fs::copy_file(folder.at(by), folder.at("new"), fs::copy_options::overwrite_existing);
-        fs::last_write_time(folder.at("new"), fs::file_time_type::clock::now());
-        fs::rename(folder.at("new"), folder.at(file));
     }
     void focus() {
         QEvent event(QEvent::WindowActivate);
@@ -48,19 +40,14 @@ protected:
 
 TEST_F(ReloadTest, AKeptPictureIsNotShownWhenItsFileIsAnother) {
     window->openFile(path("move.zelk.json"));
-    makeChange();
-    document().undo();
     std::string const first = shownAt(1), second = shownAt(2);
-    replace("chelsea.png", "rocket.jpg");
+    fs::rename(folder.at("rocket.jpg"), folder.at("chelsea.png"));
+    fs::copy(exampleFile("rocket.jpg"), folder.at("rocket.jpg"));
     document().setFrame(1);
     EXPECT_TRUE(QTest::qWaitFor([&] { return document().layerSize().width == 640; }));
     std::string const now = shownAt(1);
     EXPECT_TRUE(now != first);
     EXPECT_FALSE(document().isModified());
-    EXPECT_EQ(document().redoName(), "Set Corner Pin Opacity");
-    document().redo();
-    document().undo();
-    EXPECT_TRUE(shownAt(1) == now);
     EXPECT_TRUE(shownAt(2) != second);
     EXPECT_TRUE(freshAt(1) == now);
 }
@@ -89,7 +76,6 @@ TEST_F(ReloadTest, TracksAreReadAgain) {
     });
     document().save();
     std::string const before = shownAt(1);
-    std::string track = bytesOf(folder.at("sign-track.txt"));
     fs::rename(folder.at("sign-track.txt"), folder.at("away.txt"));
     makeChange();
     press("File/Reload Files");
