@@ -90,6 +90,7 @@ private:
 
     void hear(DocumentChange const& change);
     void settleMap();
+    int reduceOf(ShownPicture shows) const;
     void ask(bool isDraft);
     void askNext();
     void askLoupe();

@@ -107,7 +107,8 @@ public:
     // After begin:
     PixelSize layerSize() const { return m_sizes.layer; }
     PixelSize frameSize() const { return m_sizes.frame; }  ///< of the display window
-    PixelSize outputSize() const;  ///< of the output's display window, as it is written
+    PixelSize outputSize() const;             ///< of the output's display window, as it is written
+    PixelSize previewSize(int reduce) const;  ///< of a frame reduced so that is no file's
     FrameRequest momentOf(int frame) const;
     /// The scene with the values that the host has now.
     Scene settledScene() const;

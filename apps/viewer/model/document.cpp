@@ -126,6 +126,7 @@ Scene Document::settledScene() const { return m_stages->settledScene(); }
 PixelSize Document::layerSize() const { return m_stages->layerSize(); }
 PixelSize Document::frameSize() const { return m_stages->frameSize(); }
 int Document::firstFrame() const { return scene().comp.startFrame; }
+PixelSize Document::renderedSize(int reduce) const { return m_stages->previewSize(reduce); }
 int Document::lastFrame() const { return lastFrameOf(scene().comp); }
 Host& Document::host() const { return m_stages->host(); }
 

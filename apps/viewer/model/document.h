@@ -87,6 +87,9 @@ public:
     PixelSize frameSize() const;  ///< of the display window
     /// First and last frame of the composition.
     int firstFrame() const;
+    /// Of the frame as it is rendered, with the scene's Downsample and Grow Bounds, `reduce` times
+    /// coarser.
+    PixelSize renderedSize(int reduce) const;
     int lastFrame() const;
     int frame() const { return m_frame; }
     /// Kept within the composition.

@@ -177,3 +177,50 @@ TEST_F(WindowTest, NoTwoCommandsHaveTheSameKeys) {
 
 }  // namespace
 }  // namespace zelk
+/// While a value changes the panel shows what it shows at rest: a draft of the same pixels in the
+/// same place, whatever the scene does to the picture's size.
+TEST_F(CompositionTest, DraftsLieWhereThePictureLies) {
+    document.change("Set Up", [](Scene& scene) { scene.plate.reset(); });
+    document.edit(kParamMotionBlur, {1});
+    choose("Black");
+    setLook([](CanvasLook& look) { look.hasOverlay = look.hasGrid = false; });
+    struct Case {
+        int downsample;
+        double grownPx, zoom;
+        PanelPoint middle;
+    };
+    for (Case const& each : {Case{2, 0, 3, {340, 220}},
+                             {1, 100, 1, {100, 80}},
+                             {1, 100, 1, {420, 260}},
+                             {2, 60, 1, {420, 260}},
+                             {2, 60, 0.25, {225, 150}},
+                             {1, 100, 0.5, {400, 250}},
+                             {3, 0, 8, {449, 298}}}) {
+        SCOPED_TRACE(testing::Message()
+                     << each.downsample << ", " << each.grownPx << " px, at " << each.zoom);
+        document.change("Set Downsample",
+                        [&](Scene& scene) { scene.downsample = each.downsample; });
+        document.edit(kParamGrowBounds, {each.grownPx});
+        document.edit(kToPins + 3, {520, 340});
+        look(each.zoom, each.middle);
+        QImage draft;
+        for (int tries = 0; draft.isNull() && tries < 50; ++tries) {
+            document.beginAct("Set Opacity");
+            document.edit(kParamCornerPinOpacity, {80.0 + tries % 2});
+            auto const isNew = [&] {
+                auto const& shown = canvas().shown();
+                return shown && shown->revision == document.snapshot().revision;
+            };
+            ASSERT_TRUE(QTest::qWaitFor(isNew, 20000));
+            ASSERT_EQ(canvas().shown()->error, "");
+            if (canvas().shown()->view.isDraft)
+                draft = canvas().grab().toImage().convertToFormat(QImage::Format_RGB32);
+            document.endAct();
+        }
+        ASSERT_FALSE(draft.isNull());
+        EXPECT_EQ(differenceOf(draft, shot()), "");
+        EXPECT_LE(canvas().shown()->view.reduce * each.downsample * each.zoom,
+                  std::max(1.0, each.downsample * each.zoom));
+    }
+}
+
