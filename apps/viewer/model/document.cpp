@@ -74,6 +74,7 @@ void Document::recover(Scene scene, std::filesystem::path file) {
 void Document::adopt(Scene scene, std::filesystem::path file, int frame) {
     if (!m_module.empty()) scene.module = m_module;
     openStages(scene, frame);
+    ++m_opened;
     m_now = {std::make_shared<Scene const>(std::move(scene)), nextNumber(), nextNumber()};
     m_savedRevision = m_now.revision;
     m_file = std::move(file);
@@ -125,14 +126,14 @@ SceneSnapshot Document::snapshot() const {
 Scene Document::settledScene() const { return m_stages->settledScene(); }
 PixelSize Document::layerSize() const { return m_stages->layerSize(); }
 PixelSize Document::frameSize() const { return m_stages->frameSize(); }
-int Document::firstFrame() const { return scene().comp.startFrame; }
 PixelSize Document::renderedSize(int reduce) const { return m_stages->previewSize(reduce); }
+int Document::firstFrame() const { return scene().comp.startFrame; }
 int Document::lastFrame() const { return lastFrameOf(scene().comp); }
 Host& Document::host() const { return m_stages->host(); }
 
 void Document::setFrame(int frame) {
     int const kept = std::clamp(frame, firstFrame(), lastFrame());
-    if (kept == m_frame || m_session->isDragging()) return;
+    if (kept == m_frame || m_act || m_session->isDragging()) return;
     withUserErrors([&] { m_session->setFrame(kept); });
     m_frame = kept;
     tell({.values = true, .frame = true});
@@ -221,13 +222,15 @@ bool Document::takeValues(std::string name, std::function<bool()> const& act) {
     return true;
 }
 
+/// While the effect has the mouse, the act is its own.
 void Document::beginAct(std::string name) {
+    if (m_session && m_session->isDragging()) return;
     endAct();
-    m_act = OpenAct{std::move(name), m_now};
+    m_act = OpenAct{std::move(name), m_now, nextNumber()};
 }
 
 bool Document::endAct() {
-    if (!m_act) return false;
+    if (!m_act || m_session->isDragging()) return false;
     OpenAct act = *std::exchange(m_act, std::nullopt);
     if (act.before.revision == m_now.revision) return false;
     record(std::move(act.name), act.before);
@@ -254,7 +257,8 @@ bool Document::click(Panel const& panel, MouseEvent const& mouse) {
         if (!m_session->isDragging()) freeOverlayMode();
     });
     if (!withUserErrors([&] { return m_session->click(mouse); })) return false;
-    beginAct(mouse.modifiers & PF_Mod_SHIFT_KEY ? "Scale pins" : "Move pins");
+    bool const isScale = mouse.modifiers & PF_Mod_SHIFT_KEY;
+    m_act = OpenAct{isScale ? "Scale pins" : "Move pins", m_now, nextNumber()};
     return true;
 }
 

@@ -72,6 +72,8 @@ public:
     void saveAs(std::filesystem::path const& project);
 
     bool isOpen() const { return m_stages != nullptr; }
+    /// Which of those that were opened one after the other; 0 before the first.
+    int opened() const { return m_opened; }
     /// Empty for a scene that was never saved.
     std::filesystem::path const& file() const { return m_file; }
     /// Differs from what is saved. A scene that was started counts from its first state.
@@ -85,14 +87,14 @@ public:
     Scene settledScene() const;
     PixelSize layerSize() const;  ///< pixels at full resolution
     PixelSize frameSize() const;  ///< of the display window
-    /// First and last frame of the composition.
-    int firstFrame() const;
     /// Of the frame as it is rendered, with the scene's Downsample and Grow Bounds, `reduce` times
     /// coarser.
     PixelSize renderedSize(int reduce) const;
+    /// First and last frame of the composition.
+    int firstFrame() const;
     int lastFrame() const;
     int frame() const { return m_frame; }
-    /// Kept within the composition.
+    /// Kept within the composition. Nothing while an act is open.
     void setFrame(int frame);
     /// What its files and values gave cause to say, a sentence each, since the last call.
     std::vector<std::string> takeWarnings();
@@ -118,10 +120,14 @@ public:
     bool edit(int index, KeyValue const& value);
     bool changeValues(std::string name, std::function<void(std::vector<Parameter>&)> const& act);
 
+    /// Ends the one that is open. The frame stays as long as an act is open.
     void beginAct(std::string name);
     bool endAct();
     void cancelAct();
     bool isActing() const { return m_act.has_value(); }
+    /// Of the open act, of any two of a process another one; 0 for none. Who holds an act open for
+    /// long learns by it that somebody else has ended it.
+    std::uint64_t act() const { return m_act ? m_act->number : 0; }
 
     /// The effect's own mouse, in a panel: true when it takes the mouse until release, as an act
     /// of its own. Throws a UserError when the effect fails, with the values from before.
@@ -160,6 +166,7 @@ private:
     struct OpenAct {
         std::string name;
         State before;
+        std::uint64_t number;
     };
 
     void adopt(Scene scene, std::filesystem::path file, int frame);
@@ -181,6 +188,7 @@ private:
     State m_now;
     std::uint64_t m_savedRevision = 0;
     std::filesystem::path m_file;
+    int m_opened = 0;
     int m_frame = 0;
     std::vector<Step> m_steps;
     std::size_t m_done = 0;  ///< steps up to here are done, the rest undone
