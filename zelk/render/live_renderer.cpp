@@ -152,7 +152,7 @@ LivePicture LiveRenderer::frameOnScreen(RenderedFrame now, LiveScreen const& how
     picture.whole = now.whole;
     ScreenWay const way = wayOf(m_stages->colors(), now.colors.work, how);
     picture.display = screenPicture(now.picture, now.form, way, how.isBgra);
-    if (how.wantsStored) picture.stored = m_stages->stored(std::move(now), {});
+    if (how.wantsStored) picture.stored = m_stages->asFile(std::move(now));
     return picture;
 }
 
