@@ -173,7 +173,7 @@ void CompositionCanvas::tellReadout() {
     if (!m_isHovered || !m_document.isOpen() || !isInside) return onReadout({});
     std::string text = placesText(m_document, m_look.shows, at);
     if (isCurrent(m_values) && m_values->view.shows == m_look.shows)
-        text += valuesText(*m_values, at, m_map.picture());
+        text += valuesText(*m_values, placeOf(*m_values, m_map.picture(), m_document), at);
     onReadout(QString::fromStdString(text));
 }
 

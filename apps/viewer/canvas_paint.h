@@ -41,8 +41,8 @@ void drawSelectionBox(QPainter& painter, QRectF const& box, double density);
 /// The picture around a pin, enlarged, beside it.
 void drawLoupe(QPainter& painter, ViewMap const& map, ShownImage const& image, PinHandle const& pin,
                double density);
-/// Picture pixels around a pin that the loupe shows.
-PixelRect loupePart(PanelPoint pin, PixelSize picture);
+/// The pixels of a picture around a pin that the loupe shows.
+PixelRect loupePart(PanelPoint pin, PicturePlace const& place);
 /// A sentence in the panel's middle.
 void drawSentence(QPainter& painter, QRectF const& panel, QString const& sentence, double density);
 

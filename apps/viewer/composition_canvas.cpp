@@ -84,10 +84,16 @@ void CompositionCanvas::turnToPins() {
                         "it");
 }
 
+/// The scene's Downsample makes a frame coarser already.
+int CompositionCanvas::reduceOf(ShownPicture shows) const {
+    bool const isFrame = shows == ShownPicture::kFrame && m_document.isOpen();
+    return m_map.reduce(isFrame ? m_document.scene().downsample.value_or(1) : 1);
+}
+
 PictureView CompositionCanvas::restView() const {
     PictureView view;
     view.shows = m_look.shows;
-    view.reduce = m_map.reduce();
+    view.reduce = reduceOf(view.shows);
     view.displayView = m_look.displayView;
     return view;
 }
@@ -99,7 +105,7 @@ void CompositionCanvas::ask(bool isDraft) {
     m_rest.start();
     PictureView view = restView();
     view.isDraft = true;
-    view.part = m_map.part(view.reduce);
+    view.part = m_map.part(placeAhead(view, m_map.picture(), m_document));
     if (view.part->right > view.part->left && view.part->bottom > view.part->top)
         m_feed.ask(m_document.snapshot(), view);
 }
@@ -123,6 +129,7 @@ void CompositionCanvas::askNext() {
     PictureView const rest = restView();
     PictureView beside = rest, whole = rest;
     beside.shows = besidePicture();
+    beside.reduce = reduceOf(beside.shows);
     whole.reduce = 1;
     bool const needsBeside = m_look.hasWipe || m_look.pixels.backdrop == Backdrop::kPlate;
     auto const isThere = [&](SharedFrame const& frame, PictureView const& view) {
@@ -140,11 +147,11 @@ void CompositionCanvas::askNext() {
 void CompositionCanvas::askLoupe() {
     auto const pin = m_pins.draggedPin();
     auto const handle = pin ? m_pins.handleOf(*pin) : std::nullopt;
-    if (!handle || m_map.reduce() == 1 || isCurrent(m_loupe)) return;
+    if (!handle || restView().reduce == 1 || isCurrent(m_loupe)) return;
     PictureView view = restView();
     view.reduce = 1;
     view.isDraft = true;
-    view.part = loupePart(handle->value, m_map.picture());
+    view.part = loupePart(handle->value, placeAhead(view, m_map.picture(), m_document));
     if (view.part->right > view.part->left && view.part->bottom > view.part->top)
         m_feed.ask(m_document.snapshot(), view);
 }
@@ -156,7 +163,7 @@ bool CompositionCanvas::isAtRest() const {
 /// By its view, as the newest request may be another one by now.
 void CompositionCanvas::take(SharedFrame const& frame) {
     PictureView const& view = frame->view;
-    bool const isFine = view.reduce < m_map.reduce();
+    bool const isFine = view.reduce < reduceOf(view.shows);
     if (view.shows != m_look.shows)
         m_beside = frame;
     else if (isFine)
@@ -182,14 +189,11 @@ ShownImage CompositionCanvas::imageOf(SharedFrame const& frame, PixelLook const&
     if (!image.isOpaque) image.pixels.reinterpretAsFormat(QImage::Format_ARGB32_Premultiplied);
     PixelSize const shown =
         frame->view.shows == m_look.shows ? m_map.picture() : m_document.sizeOf(frame->view.shows);
-    image.scale = pictureScale(*frame, shown, m_document.scene().downsample.value_or(1));
-    QPoint const cut = frame->view.part && display.width() != frame->whole.width
-                           ? QPoint(frame->view.part->left, frame->view.part->top)
-                           : QPoint();
-    // A grown frame's margin is as wide on both sides.
-    QPoint const margin(std::max(0, frame->whole.width * image.scale - shown.width) / 2,
-                        std::max(0, frame->whole.height * image.scale - shown.height) / 2);
-    image.corner = QPointF(cut * image.scale - margin);
+    PicturePlace const place = placeOf(*frame, shown, m_document);
+    PixelRect const part = frame->view.part.value_or(PixelRect{});
+    PanelPoint const corner = place.toShown({double(part.left), double(part.top)});
+    image.scale = place.scale;
+    image.corner = QPointF(corner.x, corner.y);
     return image;
 }
 
@@ -298,7 +302,7 @@ void CompositionCanvas::paintLoupe(QPainter& painter) {
     auto const pin = m_pins.draggedPin();
     if (!pin || m_map.zoom() >= kGridZoom) return;
     bool const isFine = isCurrent(m_loupe) && !m_loupeImage.isNull();
-    ShownImage const& image = isFine && m_map.reduce() > 1 ? m_loupeImage : m_image;
+    ShownImage const& image = isFine && reduceOf(m_look.shows) > 1 ? m_loupeImage : m_image;
     if (auto const handle = m_pins.handleOf(*pin); handle && !image.isNull())
         drawLoupe(painter, m_map, image, *handle, density());
 }

@@ -93,6 +93,7 @@ private:
     void hear(DocumentChange const& change);
     void settleMap();
     void turnToPins();
+    int reduceOf(ShownPicture shows) const;
     void ask(bool isDraft);
     void askNext();
     void askLoupe();

@@ -124,7 +124,8 @@ ViewerCommands CompositionPanel::switchCommands() {
 
 ViewerCommands CompositionPanel::pinCommands() {
     auto const hasSelection = [this] {
-        return m_document.isOpen() && !m_canvas->pins().selection().empty();
+        return m_document.isOpen() && m_canvas->look().hasOverlay &&
+               !m_canvas->pins().selection().empty();
     };
     auto const nudge = [&](char const* name, double dx, double dy) {
         return ViewerCommand{"Pins",

@@ -1,6 +1,5 @@
 // Handles, motion paths and the loupe; see canvas_paint.h.
 #include <QFontMetricsF>
-#include <algorithm>
 #include <cmath>
 
 #include "apps/viewer/canvas_paint.h"
@@ -101,12 +100,10 @@ void drawSelectionBox(QPainter& painter, QRectF const& box, double density) {
     painter.drawRect(box);
 }
 
-PixelRect loupePart(PanelPoint pin, PixelSize picture) {
-    int const left = static_cast<int>(std::floor(pin.x)) - kLoupePixels / 2;
-    int const top = static_cast<int>(std::floor(pin.y)) - kLoupePixels / 2;
-    return {std::clamp(left, 0, picture.width), std::clamp(top, 0, picture.height),
-            std::clamp(left + kLoupePixels, 0, picture.width),
-            std::clamp(top + kLoupePixels, 0, picture.height)};
+PixelRect loupePart(PanelPoint pin, PicturePlace const& place) {
+    PanelPoint const first = {std::floor(pin.x) - double(kLoupePixels / 2),
+                              std::floor(pin.y) - double(kLoupePixels / 2)};
+    return place.part(first, {first.x + kLoupePixels, first.y + kLoupePixels});
 }
 
 void drawLoupe(QPainter& painter, ViewMap const& map, ShownImage const& image, PinHandle const& pin,

@@ -45,7 +45,9 @@ void Player::goTo(int frame) {
     m_document.setFrame(frame);
 }
 
+/// An act is of the frame that it began at.
 void Player::tick() {
+    if (m_document.isActing()) return stop();
     auto const frame = m_playback.advance(now(), [this](int next) { return mayShow(next); });
     if (!m_playback.isPlaying()) return stop();
     if (!frame) return;

@@ -24,6 +24,12 @@ SampleType sampleTypeOf(WriteRequest const& request) {
     }
 }
 
+SampleType sampleTypeOf(OIIO::TypeDesc type) {
+    if (type == OIIO::TypeUInt8) return SampleType::kUint8;
+    if (type == OIIO::TypeUInt16) return SampleType::kUint16;
+    return type == OIIO::TypeHalf ? SampleType::kHalf : SampleType::kFloat;
+}
+
 RowPlan planOf(WriteRequest const& request, StoredForm const& form) {
     constexpr OIIO::TypeDesc::BASETYPE kTypes[] = {OIIO::TypeDesc::UINT8, OIIO::TypeDesc::UINT16,
                                                    OIIO::TypeDesc::HALF, OIIO::TypeDesc::FLOAT};
@@ -61,17 +67,12 @@ void keepGrey(std::vector<Stored>& row, int width, int channels) {
     }
 }
 
-}  // namespace
-
-PictureBuffer storedPicture(World const& world, WriteRequest const& request,
-                            StoredForm const& form) {
-    RowPlan const plan = planOf(request, form);
-    bool const isGrey = form.isGrey && plan.channels >= 3;
+PictureBuffer bufferOf(World const& world, RowPlan const& plan, bool isGrey) {
     PictureBuffer buffer;
     buffer.size = {world.width(), world.height()};
     buffer.channels = isGrey ? plan.channels - 2 : plan.channels;
-    buffer.type = sampleTypeOf(request);
-    buffer.isAssociated = form.isAssociated;
+    buffer.type = sampleTypeOf(plan.type);
+    buffer.isAssociated = plan.channels == 4 && !plan.isStraight;
     auto const count =
         static_cast<std::size_t>(world.width()) * static_cast<std::size_t>(buffer.channels);
     std::size_t const rowBytes = count * plan.type.size();
@@ -87,12 +88,29 @@ PictureBuffer storedPicture(World const& world, WriteRequest const& request,
             getRow(world, y, rgba.data());
             storeRow(rgba.data(), world.width(), plan, row.data());
             if (isGrey) keepGrey(row, world.width(), plan.channels);
+            if constexpr (std::is_same_v<Stored, float>)
+                if (plan.bits > 0) roundToBits(plan.bits, row);
             toType(row.data(), count, plan.type,
                    pixels.get() + rowBytes * static_cast<std::size_t>(y));
         }
     });
     buffer.pixels = std::shared_ptr<void const>(pixels, pixels.get());
     return buffer;
+}
+
+}  // namespace
+
+PictureBuffer storedPicture(World const& world, WriteRequest const& request,
+                            StoredForm const& form) {
+    RowPlan const plan = planOf(request, form);
+    PictureBuffer buffer = bufferOf(world, plan, form.isGrey && plan.channels >= 3);
+    buffer.isAssociated = form.isAssociated;
+    return buffer;
+}
+
+PictureBuffer storedPicture(World const& world, WriteRequest const& request,
+                            std::filesystem::path const& target) {
+    return bufferOf(world, fileRows(target, request), false);
 }
 
 }  // namespace zelk

@@ -7,8 +7,11 @@
 #include <OpenImageIO/imageio.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
+#include <filesystem>
 #include <type_traits>
+#include <vector>
 
 #include "hostkit/world.h"
 #include "zelk/pictures/channel_values.h"
@@ -26,6 +29,16 @@ struct RowPlan {
     OIIO::TypeDesc type;  ///< of the file
     int bits = 0;         ///< fewer than those of the type; 0 for all
 };
+
+/// As a file of that name keeps them. Throws where the name is of no format.
+struct WriteRequest;
+RowPlan fileRows(std::filesystem::path const& target, WriteRequest const& request);
+
+/// To the nearest of the file's steps; writers cut off what their samples can't hold.
+inline void roundToBits(int bits, std::vector<float>& values) {
+    auto const white = static_cast<float>((1 << bits) - 1);
+    for (float& value : values) value = std::floor(value * white + 0.5f) / white;
+}
 
 /// One row to a file's values; `Stored` is the world's channel where nothing has to be computed.
 /// Four channels of the world's own type go in vectors.

@@ -276,12 +276,6 @@ void warnOfDepth(OIIO::ImageOutput const& writer, fs::path const& target,
         warnings.push_back(target.string() + ": this format is written in 8 bits");
 }
 
-/// To the nearest of the file's steps; writers cut off what their samples can't hold.
-void roundToBits(int bits, std::vector<float>& values) {
-    auto const white = static_cast<float>((1 << bits) - 1);
-    for (float& value : values) value = std::floor(value * white + 0.5f) / white;
-}
-
 template <class Channel>
 bool isSomewhereTransparent(std::vector<Channel> const& rgba) {
     for (std::size_t i = 3; i < rgba.size(); i += 4)
@@ -420,6 +414,10 @@ void saveBytes(std::vector<unsigned char> const& bytes, fs::path const& file,
 }
 
 }  // namespace
+
+RowPlan fileRows(fs::path const& target, WriteRequest const& request) {
+    return planRows(*makeWriter(target), request);
+}
 
 bool isOpenExrName(fs::path const& target) {
     auto const writer = OIIO::ImageOutput::create(target.string());

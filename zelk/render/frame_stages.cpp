@@ -216,6 +216,14 @@ PinFrame FrameStages::pinFrameOf(ModuleRender const& ask, int reduce,
 
 PixelSize FrameStages::outputSize() const { return pinFrameOf(m_ask, downsample(), {}).whole(); }
 
+/// After beginEdit too, which reads no header.
+PixelSize FrameStages::previewSize(int reduce) const {
+    ModuleRender ask;
+    ask.downsample = downsample() * reduce;
+    ask.isPlain = m_scene.isPlain || !m_host->supportsSmartRender();
+    return pinFrameOf(ask, ask.downsample, {}).whole();
+}
+
 RenderedFrame FrameStages::render(int frame, LoadedFrame loaded) {
     if (loaded.explanation) loaded.explanation->clock.leaveOut();
     FrameRequest const moment = frameRequest(m_comp, frame);

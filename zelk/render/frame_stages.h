@@ -127,7 +127,8 @@ public:
     // After begin:
     PixelSize layerSize() const { return m_sizes.layer; }
     PixelSize frameSize() const { return m_sizes.frame; }  ///< of the display window
-    PixelSize outputSize() const;  ///< of the output's display window, as it is written
+    PixelSize outputSize() const;             ///< of the output's display window, as it is written
+    PixelSize previewSize(int reduce) const;  ///< of a frame reduced so that is no file's
     FrameRequest momentOf(int frame) const;
     /// The scene with the values that the host has now.
     Scene settledScene() const;
@@ -170,6 +171,10 @@ public:
     void store(int frame, RenderedFrame rendered);
     /// The same to memory, of a frame that is not for the output's file.
     PictureBuffer stored(RenderedFrame rendered, StoredForm const& form);
+    /// The values that its file will have: the format's depth, alpha and channels in the output's
+    /// space. A movie's, and those of a scene without an output, are straight, in the inputs'
+    /// depth.
+    PictureBuffer asFile(RenderedFrame rendered);
     /// After the last frame of a movie; false when `stop` was set before it was whole.
     bool finishMovie(std::atomic<bool> const& stop);
     /// Throws an input error where the frames in flight are more than the memory allows. On the

@@ -41,6 +41,15 @@ PictureBuffer FrameStages::stored(RenderedFrame rendered, StoredForm const& form
     return storedPicture(rendered.picture, rendered.file, form);
 }
 
+PictureBuffer FrameStages::asFile(RenderedFrame rendered) {
+    std::filesystem::path const target = m_scene.outputPath();
+    bool const isMovie = isMovieName(target);
+    if (!isMovie && formatOf(target).empty()) return stored(std::move(rendered), {});
+    convert(rendered, rendered.colors.workToOutput);
+    if (isMovie) return storedPicture(rendered.picture, rendered.file, StoredForm{});
+    return storedPicture(rendered.picture, rendered.file, target);
+}
+
 bool FrameStages::finishMovie(std::atomic<bool> const& stop) {
     if (!m_movie) return true;
     auto const warning = m_movie->finish({!m_run.noClobber, m_run.isStrict}, stop);

@@ -162,7 +162,7 @@ LivePicture LiveRenderer::frameOnScreen(RenderedFrame now, LiveScreen const& how
         plate = {&rest.plate->picture, rest.left + part.left, rest.top + part.top, rest.mode,
                  shownPlate(now, way, how.isBgra)};
     picture.display = screenPicture(now.picture, part, now.form, way, how.isBgra, plate);
-    if (how.wantsStored) picture.stored = m_stages->stored(std::move(now), {});
+    if (how.wantsStored) picture.stored = m_stages->asFile(std::move(now));
     return picture;
 }
 

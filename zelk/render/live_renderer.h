@@ -48,7 +48,7 @@ struct LiveScreen {
 
 struct LivePicture {
     World display;         ///< 8 bits, straight, in the display's space (screen_picture.h)
-    PictureBuffer stored;  ///< FrameStages::stored, straight, where it was asked for of a frame
+    PictureBuffer stored;  ///< FrameStages::asFile, where it was asked for of a frame
     PixelSize whole;       ///< of the reduced picture that the part is of
 };
 

@@ -115,6 +115,7 @@ void Document::adopt(Scene scene, Origin origin, int frame, bool settles) {
     if (!m_module.empty()) scene.module = m_module;
     openStages(scene, frame);
     if (settles) scene = m_stages->settledScene();
+    ++m_opened;
     m_now = {std::make_shared<Scene const>(std::move(scene)), nextNumber(), nextNumber()};
     m_savedRevision = origin.isSaved ? m_now.revision : 0;
     m_file = std::move(origin.file);
@@ -217,13 +218,14 @@ PixelSize Document::sizeOf(ShownPicture picture) const {
     return m_invertedSize.second;
 }
 
+PixelSize Document::renderedSize(int reduce) const { return m_stages->previewSize(reduce); }
 int Document::firstFrame() const { return scene().comp.startFrame; }
 int Document::lastFrame() const { return lastFrameOf(scene().comp); }
 Host& Document::host() const { return m_stages->host(); }
 
 void Document::setFrame(int frame) {
     int const kept = std::clamp(frame, firstFrame(), lastFrame());
-    if (kept == m_frame || m_session->isDragging()) return;
+    if (kept == m_frame || m_act || m_session->isDragging()) return;
     withUserErrors([&] { m_session->setFrame(kept); });
     m_frame = kept;
     tell({.values = true, .frame = true});
@@ -317,13 +319,15 @@ bool Document::takeValues(std::string name, std::function<bool()> const& act) {
     return true;
 }
 
+/// While the effect has the mouse, the act is its own.
 void Document::beginAct(std::string name) {
+    if (m_session && m_session->isDragging()) return;
     endAct();
-    m_act = OpenAct{std::move(name), m_now};
+    m_act = OpenAct{std::move(name), m_now, nextNumber()};
 }
 
 bool Document::endAct() {
-    if (!m_act) return false;
+    if (!m_act || m_session->isDragging()) return false;
     OpenAct act = *std::exchange(m_act, std::nullopt);
     if (act.before.revision == m_now.revision) return false;
     record(std::move(act.name), act.before);
@@ -350,7 +354,8 @@ bool Document::click(Panel const& panel, MouseEvent const& mouse) {
         if (!m_session->isDragging()) freeOverlayMode();
     });
     if (!withUserErrors([&] { return m_session->click(mouse); })) return false;
-    beginAct(mouse.modifiers & PF_Mod_SHIFT_KEY ? "Scale pins" : "Move pins");
+    bool const isScale = mouse.modifiers & PF_Mod_SHIFT_KEY;
+    m_act = OpenAct{isScale ? "Scale pins" : "Move pins", m_now, nextNumber()};
     return true;
 }
 

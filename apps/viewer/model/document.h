@@ -88,6 +88,8 @@ public:
     void reload();
 
     bool isOpen() const { return m_stages != nullptr; }
+    /// Which of those that were opened one after the other; 0 before the first.
+    int opened() const { return m_opened; }
     /// Empty for a scene that was never saved.
     std::filesystem::path const& file() const { return m_file; }
     /// The file as it was read, or saved last; nothing where it was not there.
@@ -106,11 +108,14 @@ public:
     /// Of a picture that is shown. An inverted scene's frame has a size of its own, by its pins;
     /// its plate has frameSize.
     PixelSize sizeOf(ShownPicture picture) const;
+    /// Of the frame as it is rendered, with the scene's Downsample and Grow Bounds, `reduce` times
+    /// coarser.
+    PixelSize renderedSize(int reduce) const;
     /// First and last frame of the composition.
     int firstFrame() const;
     int lastFrame() const;
     int frame() const { return m_frame; }
-    /// Kept within the composition.
+    /// Kept within the composition. Nothing while an act is open.
     void setFrame(int frame);
     /// Of the configuration as it was when the scene's structure changed last.
     ColorsAtHand const& colors() const { return m_colors; }
@@ -141,10 +146,14 @@ public:
     bool edit(int index, KeyValue const& value);
     bool changeValues(std::string name, std::function<void(std::vector<Parameter>&)> const& act);
 
+    /// Ends the one that is open. The frame stays as long as an act is open.
     void beginAct(std::string name);
     bool endAct();
     void cancelAct();
     bool isActing() const { return m_act.has_value(); }
+    /// Of the open act, of any two of a process another one; 0 for none. Who holds an act open for
+    /// long learns by it that somebody else has ended it.
+    std::uint64_t act() const { return m_act ? m_act->number : 0; }
 
     /// The effect's own mouse, in a panel: true when it takes the mouse until release, as an act
     /// of its own. Throws a UserError when the effect fails, with the values from before.
@@ -188,6 +197,7 @@ private:
     struct OpenAct {
         std::string name;
         State before;
+        std::uint64_t number;
     };
 
     /// `settles`: values that are still text are read, and tracks become keyframes.
@@ -213,6 +223,7 @@ private:
     std::uint64_t m_reloads = 0;
     std::filesystem::path m_file;
     std::optional<FileSum> m_fileSum;
+    int m_opened = 0;
     int m_frame = 0;
     std::vector<Step> m_steps;
     std::size_t m_done = 0;  ///< steps up to here are done, the rest undone

@@ -33,8 +33,8 @@ struct ShownFrame {
     int frame = 0;
     PictureView view;
     World display;  ///< 8 bits, straight: what the screen shows
-    /// The values of the output's file, straight, of the same part; of frames at reduce 1 alone,
-    /// and of no draft.
+    /// The values of the output's file, of the same part; of frames at reduce 1 alone, and of no
+    /// draft.
     PictureBuffer stored;
     PixelSize whole;    ///< of the reduced picture that `part` was cut from
     std::string files;  ///< that it was made of (file_stamps.h)

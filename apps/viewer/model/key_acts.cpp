@@ -54,11 +54,13 @@ void setSide(Keyframe& from, Keyframe& to, int numbers, Side side,
     if (isLine) from.outgoing = to.incoming = Ease{};
 }
 
-/// Calls with each selected key's place among its parameter's keys, and puts them back.
+/// Calls with each selected key's place among its parameter's keys, and puts them back. Keys that
+/// can but hold have no sides.
 void changeKeys(std::vector<Parameter>& parameters, KeySelection const& selection,
                 std::function<void(Keys&, std::size_t, int numbers)> const& change) {
     for (auto const& [index, times] : byParameter(selection)) {
         Parameter& parameter = parameterIn(parameters, index);
+        if (parameter.track().holdsOnly()) continue;
         Keys keys = keysIn(parameter);
         for (std::size_t i = 0; i < keys.size(); ++i)
             if (times.contains(keys[i].time)) change(keys, i, parameter.track().numbers());
@@ -68,13 +70,19 @@ void changeKeys(std::vector<Parameter>& parameters, KeySelection const& selectio
 
 /// The way that leads to a key; one that holds stays so.
 void setIncoming(Keys& keys, std::size_t i, int numbers, std::optional<Ease> const& ease) {
-    if (i == 0 || keys[i - 1].toNext == Interpolation::kHold) return;
+    if (i == 0) {
+        keys[i].incoming = ease.value_or(Ease{});  // for a key that comes before it
+        return;
+    }
+    if (keys[i - 1].toNext == Interpolation::kHold) return;
     setSide(keys[i - 1], keys[i], numbers, Side::kIncoming, ease);
 }
 
 void setOutgoing(Keys& keys, std::size_t i, int numbers, std::optional<Ease> const& ease) {
     if (i + 1 == keys.size()) {
-        keys[i].toNext = Interpolation::kLinear;  // a last key leads nowhere
+        // It leads nowhere, until there is a key after it.
+        keys[i].toNext = ease ? Interpolation::kBezier : Interpolation::kLinear;
+        keys[i].outgoing = ease.value_or(Ease{});
         return;
     }
     setSide(keys[i], keys[i + 1], numbers, Side::kOutgoing, ease);

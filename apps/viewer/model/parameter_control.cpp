@@ -201,8 +201,8 @@ ControlState ParameterControl::state() const {
     if (keys.empty()) return state;
     state.hasKeys = true;
     state.hasKeyHere = hasKeyHere(document(), m_index);
-    state.hasKeyBefore = keys.front().time < document().moment();
-    state.hasKeyAfter = keys.back().time > document().moment();
+    state.hasKeyBefore = frameOfKey(false).has_value();
+    state.hasKeyAfter = frameOfKey(true).has_value();
     return state;
 }
 

@@ -9,7 +9,8 @@
 namespace zelk {
 
 bool hasKeyHere(Document const& document, int index);
-/// The nearest whole frame before or after the present one to a key of the parameter.
+/// The nearest whole frame before or after the present one to a key of the parameter; nothing where
+/// all keys on that side are nearest to the present one.
 std::optional<int> frameOfKey(Document const& document, int index, bool isLater);
 
 /// Without keys: a key at the frame with the value. With keys: they go, and the value that they

@@ -57,7 +57,7 @@ std::vector<PinHandle> PinTool::handles() const {
         int const first = firstPinOf(quad);
         for (int pin = first; pin < first + 4; ++pin) {
             PanelPoint const value = valueOf(pin);
-            result.push_back({pin, value, m_map.toPanel(value), m_selection.contains(pin)});
+            result.push_back({pin, value, m_map.toPanel(value), isSelected(pin)});
         }
     }
     return result;

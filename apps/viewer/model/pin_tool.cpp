@@ -12,10 +12,18 @@ namespace zelk {
 namespace {
 
 constexpr double kSnapReachPx = 10;  ///< panel pixels
-/// Values that the mouse gives are no finer than this, whatever the zoom.
+/// Ways of the mouse are no finer than this, whatever the zoom.
 constexpr double kUnitsPerPx = 100;
+/// Sums lie on a grid above a 16.16 number's unit, 1.5e-5: tenths leave no dust of fractions.
+constexpr double kSumsPerPx = 1e4;
 
 double rounded(double px) { return std::round(px * kUnitsPerPx) / kUnitsPerPx; }
+
+double moved(double px, double by) {
+    return by == 0 ? px : std::round((px + by) * kSumsPerPx) / kSumsPerPx;
+}
+
+PanelPoint moved(PanelPoint at, PanelPoint by) { return {moved(at.x, by.x), moved(at.y, by.y)}; }
 
 MouseEvent mouseEventOf(PinMouse const& mouse) {
     MouseEvent event;
@@ -29,9 +37,26 @@ MouseEvent mouseEventOf(PinMouse const& mouse) {
 
 // --- Selection
 
+bool PinTool::isSelected(int pin) const {
+    return m_selectionOf == m_document.opened() && m_selection.contains(pin);
+}
+
+std::set<int> PinTool::selection() const {
+    std::set<int> shown;
+    for (PinHandle const& handle : handles())
+        if (handle.isSelected) shown.insert(handle.parameter);
+    return shown;
+}
+
+void PinTool::select(std::set<int> pins) {
+    m_selection = std::move(pins);
+    m_selectionOf = m_document.opened();
+}
+
 void PinTool::selectAll() {
-    m_selection.clear();
-    for (PinHandle const& handle : handles()) m_selection.insert(handle.parameter);
+    std::set<int> all;
+    for (PinHandle const& handle : handles()) all.insert(handle.parameter);
+    select(std::move(all));
 }
 
 bool PinTool::selectNext(bool isBack) {
@@ -40,9 +65,9 @@ bool PinTool::selectNext(bool isBack) {
     auto const last = std::find_if(all.rbegin(), all.rend(),
                                    [](PinHandle const& handle) { return handle.isSelected; });
     auto const next = last.base();
-    m_selection.clear();
+    select({});
     if (next == all.end()) return false;
-    m_selection.insert(last == all.rend() ? all.front().parameter : next->parameter);
+    select({last == all.rend() ? all.front().parameter : next->parameter});
     return true;
 }
 
@@ -52,9 +77,14 @@ bool PinTool::press(PinMouse const& mouse) {
     if (!m_document.isOpen() || m_drag) return false;
     endNudge();
     beginDrag(mouse);
-    if (m_drag->hit.kind != PinHit::kQuad) return true;
-    limitOverlay();
-    if (!m_document.click(panel(), mouseEventOf(mouse))) m_drag->hit.kind = PinHit::kNothing;
+    if (m_drag->hit.kind == PinHit::kQuad) {
+        limitOverlay();
+        if (!m_document.click(panel(), mouseEventOf(mouse))) m_drag->hit.kind = PinHit::kNothing;
+    } else if (!m_drag->from.empty()) {
+        m_document.beginAct(nameOfAct());  // from here on the frame stays
+    }
+    bool const hasAct = m_drag->hit.kind == PinHit::kQuad || !m_drag->from.empty();
+    if (hasAct) m_drag->act = m_document.act();
     return true;
 }
 
@@ -62,15 +92,17 @@ void PinTool::beginDrag(PinMouse const& mouse) {
     Drag drag;
     drag.hit = hitAt(mouse.at);
     drag.press = drag.last = mouse;
-    drag.selected = m_selection;
-    if (drag.hit.kind == PinHit::kPin) choosePin(drag);
-    if (drag.hit.kind == PinHit::kPin) m_selection = drag.selected;
-    if (drag.hit.kind == PinHit::kNothing && !mouse.isShift) m_selection.clear();
+    drag.selected = selection();
     std::vector<int> const& hit = drag.hit.parameters;
-    if (drag.hit.kind == PinHit::kEdge) m_selection = {hit.begin(), hit.end()};
+    if (drag.hit.kind == PinHit::kPin) choosePin(drag);
+    if (drag.hit.kind == PinHit::kPin) select(drag.selected);
+    if (drag.hit.kind == PinHit::kNothing && !mouse.isShift) select({});
+    if (drag.hit.kind == PinHit::kEdge) select({hit.begin(), hit.end()});
+    if (drag.hit.kind == PinHit::kKey)
+        drag.from.emplace_back(hit.front(), keyOf(hit.front(), drag.hit.key));
     if (drag.hit.kind == PinHit::kPin || drag.hit.kind == PinHit::kEdge) {
         drag.grabbed = hit.front();
-        for (int const pin : m_selection) drag.from.emplace_back(pin, valueOf(pin));
+        for (int const pin : selection()) drag.from.emplace_back(pin, valueOf(pin));
     }
     m_drag = std::move(drag);
 }
@@ -78,7 +110,7 @@ void PinTool::beginDrag(PinMouse const& mouse) {
 /// A pin of several selected ones takes them along; Shift adds one, or takes it out.
 void PinTool::choosePin(Drag& drag) const {
     int const pin = drag.hit.parameters.front();
-    bool const wasSelected = m_selection.contains(pin);
+    bool const wasSelected = drag.selected.contains(pin);
     if (drag.press.isShift && wasSelected)
         drag.selected.erase(pin);
     else if (drag.press.isShift)
@@ -87,32 +119,32 @@ void PinTool::choosePin(Drag& drag) const {
         drag.selected = {pin};
 }
 
+/// Another act, of a panel or a menu, ends the drag's own: what was moved until then stays.
+bool PinTool::hasLostAct() const { return m_drag && m_drag->act != m_document.act(); }
+
 void PinTool::drag(PinMouse const& mouse) {
     if (!m_drag) return;
-    bool const isMoved = m_drag->isActing || !(mouse.at == m_drag->press.at);
     m_drag->last = mouse;
-    if (m_drag->hit.kind == PinHit::kQuad) return m_document.drag(mouseEventOf(mouse));
     if (m_drag->hit.kind == PinHit::kNothing) return selectInBox(mouse);
-    if (!isMoved || (m_drag->hit.kind != PinHit::kKey && m_drag->from.empty())) return;
-    if (!m_drag->isActing) m_document.beginAct(nameOfAct());
-    m_drag->isActing = true;
+    if (hasLostAct()) return m_drag.reset();
+    if (m_drag->hit.kind == PinHit::kQuad) return m_document.drag(mouseEventOf(mouse));
+    m_drag->isMoved = m_drag->isMoved || !(mouse.at == m_drag->press.at);
+    if (!m_drag->isMoved || m_drag->from.empty()) return;
     m_drag->hit.kind == PinHit::kKey ? moveKey(mouse) : movePins(mouse);
 }
 
+/// Where the effect fails the drag stays, so that cancel takes it back.
 void PinTool::release(PinMouse const& mouse) {
     if (!m_drag) return;
-    m_snapTarget.reset();
-    if (m_drag->hit.kind == PinHit::kQuad) {
-        m_drag.reset();
+    if (m_drag->hit.kind == PinHit::kQuad && !hasLostAct())
         m_document.release(mouseEventOf(mouse));
-        return;
-    }
-    drag(mouse);
-    Drag const drag = *std::exchange(m_drag, std::nullopt);
+    else
+        drag(mouse);
     m_snapTarget.reset();
-    if (!drag.isActing) return;
+    std::optional<Drag> const drag = std::exchange(m_drag, std::nullopt);
+    if (!drag || drag->act == 0 || drag->act != m_document.act()) return;
     // A drag that led back is no step, and leaves no key behind.
-    isBackAtStart(drag) ? m_document.cancelAct() : static_cast<void>(m_document.endAct());
+    isBackAtStart(*drag) ? m_document.cancelAct() : static_cast<void>(m_document.endAct());
 }
 
 bool PinTool::isBackAtStart(Drag const& drag) const {
@@ -131,15 +163,16 @@ PanelPoint PinTool::keyOf(int parameter, std::size_t key) const {
 bool PinTool::cancel() {
     endNudge();
     if (!m_drag) return false;
+    bool const hasAct = m_drag->act != 0 && !hasLostAct();
     Drag const drag = *std::exchange(m_drag, std::nullopt);
     m_snapTarget.reset();
-    m_selection = drag.selected;
-    m_document.cancelAct();
+    select(drag.selected);
+    if (hasAct) m_document.cancelAct();
     return true;
 }
 
 std::optional<int> PinTool::draggedPin() const {
-    if (!m_drag || !m_drag->isActing || m_drag->hit.kind != PinHit::kPin) return std::nullopt;
+    if (!m_drag || !m_drag->isMoved || m_drag->hit.kind != PinHit::kPin) return std::nullopt;
     return m_drag->grabbed;
 }
 
@@ -152,57 +185,60 @@ std::optional<std::pair<PanelPoint, PanelPoint>> PinTool::box() const {
 
 void PinTool::selectInBox(PinMouse const& mouse) {
     auto const [first, last] = *box();
-    m_selection.clear();
-    if (mouse.isShift) m_selection = m_drag->selected;
+    std::set<int> chosen;
+    if (mouse.isShift) chosen = m_drag->selected;
     for (PinHandle const& handle : handles())
         if (handle.at.x >= first.x && handle.at.x <= last.x && handle.at.y >= first.y &&
             handle.at.y <= last.y)
-            m_selection.insert(handle.parameter);
+            chosen.insert(handle.parameter);
+    select(std::move(chosen));
 }
 
 // --- Movement
 
-/// Of the mouse since the press, picture pixels.
-PanelPoint PinTool::movement(PinMouse const& mouse) {
-    PanelPoint const press = m_drag->press.at;
-    PanelPoint delta = {(mouse.at.x - press.x) / m_map.zoom(),
-                        (mouse.at.y - press.y) / m_map.zoom()};
-    if (!mouse.isShift || m_drag->press.isShift) return delta;
-    (std::abs(delta.x) < std::abs(delta.y) ? delta.x : delta.y) = 0;
-    return delta;
+/// Corners of the frame and of the layer; an inverted scene has its pins in one of them.
+std::vector<PanelPoint> PinTool::targets() const {
+    PixelSize const shown = m_map.picture();
+    if (m_document.scene().isInverted) return snapTargets(shown, shown);
+    bool const isLayer = m_shows == ShownPicture::kLayer;
+    return snapTargets(shown, isLayer ? m_document.frameSize() : m_document.layerSize());
 }
 
-PanelPoint PinTool::snappedMovement(PanelPoint from, PanelPoint delta) {
-    Snapped const to = snapped({from.x + delta.x, from.y + delta.y}, snapTargets(m_map.picture()),
-                               kSnapReachPx / m_map.zoom());
+/// Of the mouse since the press, picture pixels; so that the point that it grabbed, if any, lies
+/// on a target where it snaps.
+PanelPoint PinTool::movement(PinMouse const& mouse, PanelPoint const* grabbed) {
+    m_snapTarget.reset();
+    PanelPoint const press = m_drag->press.at;
+    PanelPoint by = {rounded((mouse.at.x - press.x) / m_map.zoom()),
+                     rounded((mouse.at.y - press.y) / m_map.zoom())};
+    SnapWay way = SnapWay::kAnywhere;
+    if (mouse.isShift && !m_drag->press.isShift) {
+        bool const isAcross = std::abs(by.x) >= std::abs(by.y);
+        (isAcross ? by.y : by.x) = 0;
+        way = isAcross ? SnapWay::kAcross : SnapWay::kUpAndDown;
+    }
+    if (!mouse.snaps || !grabbed) return by;
+    Snapped const to = snapped({grabbed->x + by.x, grabbed->y + by.y}, targets(),
+                               kSnapReachPx / m_map.zoom(), way);
     if (to.isOnTarget) m_snapTarget = to.at;
-    return {to.at.x - from.x, to.at.y - from.y};
+    return {to.at.x - grabbed->x, to.at.y - grabbed->y};
 }
 
 void PinTool::movePins(PinMouse const& mouse) {
-    m_snapTarget.reset();
-    PanelPoint delta = movement(mouse);
     auto const isGrabbed = [&](auto const& pin) { return pin.first == *m_drag->grabbed; };
     auto const grabbed = std::find_if(m_drag->from.begin(), m_drag->from.end(), isGrabbed);
-    if (mouse.snaps && grabbed != m_drag->from.end())
-        delta = snappedMovement(grabbed->second, delta);
-    delta = {rounded(delta.x), rounded(delta.y)};
+    PanelPoint const by =
+        movement(mouse, grabbed == m_drag->from.end() ? nullptr : &grabbed->second);
     std::vector<std::pair<int, PanelPoint>> values = m_drag->from;
-    for (auto& [pin, value] : values) value = {value.x + delta.x, value.y + delta.y};
+    for (auto& [pin, value] : values) value = moved(value, by);
     setPins("", values);
 }
 
 void PinTool::moveKey(PinMouse const& mouse) {
-    m_snapTarget.reset();
-    int const pin = m_drag->hit.parameters.front();
-    std::size_t const key = m_drag->hit.key;
-    if (m_drag->from.empty()) m_drag->from.emplace_back(pin, keyOf(pin, key));
-    PanelPoint const from = m_drag->from.front().second;
-    PanelPoint delta = movement(mouse);
-    if (mouse.snaps) delta = snappedMovement(from, delta);
-    KeyValue const to = {from.x + rounded(delta.x), from.y + rounded(delta.y)};
+    auto const& [pin, from] = m_drag->from.front();
+    PanelPoint const to = moved(from, movement(mouse, &from));
     m_document.changeValues("", [&](std::vector<Parameter>& parameters) {
-        parameterIn(parameters, pin).editTrack().setValue(key, to);
+        parameterIn(parameters, pin).editTrack().setValue(m_drag->hit.key, {to.x, to.y});
     });
 }
 
@@ -226,22 +262,21 @@ std::string PinTool::nameOfAct() const {
 // --- Keys
 
 void PinTool::nudge(double dx, double dy) {
-    if (m_drag || m_selection.empty()) return;
-    if (!m_isNudging)
-        m_document.beginAct("Nudge " + (m_selection.size() == 1
-                                            ? pinName(*m_selection.begin())
-                                            : std::to_string(m_selection.size()) + " pins"));
-    m_isNudging = true;
-    std::vector<std::pair<int, PanelPoint>> values;
-    for (int const pin : m_selection) {
-        PanelPoint const value = valueOf(pin);
-        values.emplace_back(pin, PanelPoint{value.x + dx, value.y + dy});
+    std::set<int> const pins = selection();
+    if (m_drag || pins.empty()) return;
+    if (m_nudge == 0 || m_nudge != m_document.act()) {
+        m_document.beginAct("Nudge " + (pins.size() == 1 ? pinName(*pins.begin())
+                                                         : std::to_string(pins.size()) + " pins"));
+        m_nudge = m_document.act();
     }
+    std::vector<std::pair<int, PanelPoint>> values;
+    for (int const pin : pins) values.emplace_back(pin, moved(valueOf(pin), {dx, dy}));
     setPins("", values);
 }
 
 void PinTool::endNudge() {
-    if (std::exchange(m_isNudging, false)) m_document.endAct();
+    if (std::uint64_t const act = std::exchange(m_nudge, 0); act != 0 && act == m_document.act())
+        m_document.endAct();
 }
 
 bool PinTool::moveTo(int parameter, PanelPoint value) {

@@ -60,7 +60,8 @@ public:
     bool shows(TrackedPins pins) const;
     std::vector<PinHandle> handles() const;
     std::optional<PinHandle> handleOf(int parameter) const;
-    std::set<int> const& selection() const { return m_selection; }
+    /// Of the pins that are shown; another document starts without one.
+    std::set<int> selection() const;
     /// Of the selected pins.
     std::vector<MotionPath> const& motionPaths() const;
     PinHit hitAt(PanelPoint panel) const;
@@ -70,7 +71,7 @@ public:
 
     // --- Selection
 
-    void select(std::set<int> pins) { m_selection = std::move(pins); }
+    void select(std::set<int> pins);
     void selectAll();
     /// The pin after the selected one, in the order of the handles; false past the last.
     bool selectNext(bool isBack);
@@ -98,19 +99,22 @@ public:
 
 private:
     struct Drag {
+        std::uint64_t act = 0;  ///< of the document; 0 where nothing moves
         PinHit hit;
         PinMouse press;
         PinMouse last;
         std::vector<std::pair<int, PanelPoint>> from;  ///< pins at the press
         std::optional<int> grabbed;
         std::set<int> selected;  ///< before the press
-        bool isActing = false;
+        bool isMoved = false;
     };
 
     void beginDrag(PinMouse const& mouse);
     void choosePin(Drag& drag) const;
-    PanelPoint movement(PinMouse const& mouse);
-    PanelPoint snappedMovement(PanelPoint from, PanelPoint delta);
+    bool isSelected(int pin) const;
+    bool hasLostAct() const;
+    PanelPoint movement(PinMouse const& mouse, PanelPoint const* grabbed);
+    std::vector<PanelPoint> targets() const;
     void movePins(PinMouse const& mouse);
     void moveKey(PinMouse const& mouse);
     void selectInBox(PinMouse const& mouse);
@@ -129,9 +133,10 @@ private:
     double m_reachPx = 7;
     bool m_hasPaths = true;
     std::set<int> m_selection;
+    int m_selectionOf = 0;  ///< Document::opened
     std::optional<Drag> m_drag;
     std::optional<PanelPoint> m_snapTarget;
-    bool m_isNudging = false;
+    std::uint64_t m_nudge = 0;  ///< the act of the nudges; it may have ended
     mutable std::vector<MotionPath> m_paths;
     mutable std::pair<std::uint64_t, std::set<int>> m_pathsOf;
 };

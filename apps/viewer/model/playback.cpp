@@ -41,9 +41,14 @@ void Playback::start(int frame, double framesPerSecond, double now) {
     m_isPlaying = true;
 }
 
-/// `direction` turns at the ends of kPingPong; the frame stays at the end of kOnce.
+/// `direction` turns at the ends of kPingPong; the frame stays at the end of kOnce. From outside of
+/// the range, which may change while it plays, the way leads to its nearer end.
 int Playback::step(int frame, int& direction) const {
-    if (m_in == m_out) return m_in;
+    bool const turns = mode == LoopMode::kPingPong;
+    if (frame < m_in || !turns) direction = 1;
+    if (frame > m_out && turns) direction = -1;
+    if (frame < m_in || m_in == m_out) return m_in;
+    if (frame > m_out) return turns ? m_out : mode == LoopMode::kLoop ? m_in : frame;
     int const next = frame + direction;
     if (next >= m_in && next <= m_out) return next;
     if (mode == LoopMode::kOnce) return frame;

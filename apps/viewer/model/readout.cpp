@@ -3,7 +3,6 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <cmath>
 #include <cstring>
 
@@ -98,13 +97,9 @@ std::string placesText(Document const& document, ShownPicture shows, PanelPoint 
     return text + "   " + positionText(isLayer ? "frame" : "layer", {other->x, other->y});
 }
 
-std::string valuesText(ShownFrame const& frame, PanelPoint at, PixelSize size) {
-    int const scale = std::max(1, size.width / std::max(1, frame.whole.width));
-    auto const pixel = [&](double point, int whole, int own) {
-        return static_cast<int>(std::floor((point + std::max(0, whole * scale - own) / 2) / scale));
-    };
-    int const x = pixel(at.x, frame.whole.width, size.width);
-    int const y = pixel(at.y, frame.whole.height, size.height);
+std::string valuesText(ShownFrame const& frame, PicturePlace const& place, PanelPoint at) {
+    PanelPoint const own = place.toOwn(at);
+    int const x = static_cast<int>(std::floor(own.x)), y = static_cast<int>(std::floor(own.y));
     if (auto const values = storedValues(frame.stored, x, y)) return "   " + readoutText(*values);
     World const& display = frame.display;
     if (x < 0 || y < 0 || x >= display.width() || y >= display.height()) return {};
@@ -113,13 +108,6 @@ std::string valuesText(ShownFrame const& frame, PanelPoint at, PixelSize size) {
     return "   screen " +
            readoutText(
                {{double(argb[1]), double(argb[2]), double(argb[3]), double(argb[0])}, 4, true});
-}
-
-int pictureScale(ShownFrame const& frame, PixelSize picture, int downsample) {
-    int const asked =
-        frame.view.reduce * (frame.view.shows == ShownPicture::kFrame ? downsample : 1);
-    if (frame.whole.width == picture.width / asked) return asked;
-    return std::max(1, picture.width / std::max(1, frame.whole.width));
 }
 
 }  // namespace zelk

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "apps/viewer/model/frame_service.h"
+#include "apps/viewer/model/picture_place.h"
 #include "hostkit/panel.h"
 
 namespace zelk {
@@ -26,10 +27,7 @@ std::string readoutText(StoredValues const& values);
 /// or puts it.
 std::string placesText(Document const& document, ShownPicture shows, PanelPoint at);
 /// The file's values at a point, or the screen's where the picture has no others, with blanks
-/// before them. `size` is the picture's without a grown frame's margins.
-std::string valuesText(ShownFrame const& frame, PanelPoint at, PixelSize size);
-
-/// Pixels of the picture, of that size, to one of the frame that was made of it.
-int pictureScale(ShownFrame const& frame, PixelSize picture, int downsample);
+/// before them.
+std::string valuesText(ShownFrame const& frame, PicturePlace const& place, PanelPoint at);
 
 }  // namespace zelk

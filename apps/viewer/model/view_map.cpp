@@ -94,22 +94,20 @@ double ViewMap::wheelZoom(double notches) const {
     return passesOne ? 1 : kept(zoom);
 }
 
-int ViewMap::reduce() const {
-    int const most = std::min(m_picture.width, m_picture.height);
-    return std::clamp(static_cast<int>(std::floor(1 / m_zoom + kSameZoom)), 1, std::max(1, most));
+int ViewMap::reduce(int coarse) const {
+    int const most = std::min(m_picture.width, m_picture.height) / coarse;
+    return std::clamp(static_cast<int>(std::floor(1 / (m_zoom * coarse) + kSameZoom)), 1,
+                      std::max(1, most));
 }
 
 PixelRect ViewMap::part(int reduce) const {
-    PanelPoint const first = toPicture({0, 0});
-    PanelPoint const last = toPicture({double(m_panel.width), double(m_panel.height)});
-    auto const within = [&](double at, int most) {
-        return std::clamp(static_cast<int>(std::clamp(at, -1e6, 1e6)), 0, most);
-    };
-    int const width = m_picture.width / reduce, height = m_picture.height / reduce;
-    return {within(std::floor(first.x / reduce) - 1, width),
-            within(std::floor(first.y / reduce) - 1, height),
-            within(std::ceil(last.x / reduce) + 1, width),
-            within(std::ceil(last.y / reduce) + 1, height)};
+    return part({{}, reduce, {m_picture.width / reduce, m_picture.height / reduce}});
+}
+
+PixelRect ViewMap::part(PicturePlace const& place) const {
+    constexpr int kSmoothed = 1;
+    return place.part(toPicture({0, 0}), toPicture({double(m_panel.width), double(m_panel.height)}),
+                      kSmoothed);
 }
 
 }  // namespace zelk

@@ -9,6 +9,7 @@
 
 #include <vector>
 
+#include "apps/viewer/model/picture_place.h"
 #include "hostkit/panel.h"
 #include "zelk/pictures/pixel_size.h"
 #include "zelk/render/frame_renderer.h"
@@ -47,11 +48,14 @@ public:
     /// The wheel's: `notches` of a quarter more each, but never past 1:1 without a stop there.
     double wheelZoom(double notches) const;
 
-    /// How much coarser than the picture the screen is: at least 1.
-    int reduce() const;
+    /// How much coarser than the picture the screen is: at least 1. Of a picture that is coarser by
+    /// itself already, how much more.
+    int reduce(int coarse = 1) const;
     /// What the panel shows of the picture reduced so, with a pixel around it that smoothing
     /// reads. Empty where nothing is to be seen.
     PixelRect part(int reduce) const;
+    /// The same of a picture that lies elsewhere in what is shown.
+    PixelRect part(PicturePlace const& place) const;
 
 private:
     void setPan(double x, double y);

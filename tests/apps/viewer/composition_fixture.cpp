@@ -100,7 +100,13 @@ QImage CompositionTest::pictureOf(QImage const& shot) {
 }
 
 QImage CompositionTest::rendered() {
-    std::string const project = folder.at("now.zelk.json"), file = folder.at("now.png");
+    std::filesystem::path const file = folder.at("now.png");
+    render(file);
+    return QImage(QString::fromStdString(file.string())).convertToFormat(QImage::Format_ARGB32);
+}
+
+void CompositionTest::render(std::filesystem::path const& file) {
+    std::string const project = folder.at("now.zelk.json");
     writeScene(document.scene(), project, true);
     QStringList const words = {"render",
                                "--project",
@@ -108,11 +114,10 @@ QImage CompositionTest::rendered() {
                                "--frames",
                                QString::number(document.frame()),
                                "-o",
-                               QString::fromStdString(file),
+                               QString::fromStdString(file.string()),
                                "--module",
                                ZELK_MODULE};
     EXPECT_EQ(QProcess::execute(ZELK_BINARY, words), 0);
-    return QImage(QString::fromStdString(file)).convertToFormat(QImage::Format_ARGB32);
 }
 
 std::string differenceOf(QImage const& a, QImage const& b) {

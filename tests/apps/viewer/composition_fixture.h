@@ -44,6 +44,7 @@ protected:
     QImage pictureOf(QImage const& shot);
     /// Runs `zelk` with the document as project; the file that it writes, as straight colour.
     QImage rendered();
+    void render(std::filesystem::path const& file);
 
     zelk_test::TemporaryFolder folder;
     Document document{ZELK_MODULE};

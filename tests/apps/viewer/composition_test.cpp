@@ -1,9 +1,12 @@
 // What the composition panel shows, against the file that `zelk render` writes.
+#include <OpenImageIO/imageio.h>
+
 #include <QAction>
 #include <random>
 
 #include "tests/apps/viewer/composition_fixture.h"
 #include "tests/apps/viewer/window_fixture.h"
+#include "zelk/scene/edits.h"
 #include "zelk/scene/parameter_names.h"
 
 namespace zelk {
@@ -140,6 +143,67 @@ TEST_F(CompositionTest, TheReadoutHasTheFilesValuesAndBothPlaces) {
     }
 }
 
+/// A pixel as the file has it, in the readout's words.
+std::string storedText(std::filesystem::path const& file, int x, int y) {
+    OIIO::ImageSpec asStored;
+    asStored.attribute("oiio:UnassociatedAlpha", 1);
+    auto const input = OIIO::ImageInput::open(file.string(), &asStored);
+    OIIO::ImageSpec const& spec = input->spec();
+    std::vector<float> values(spec.image_pixels() * std::size_t(spec.nchannels));
+    input->read_image(0, 0, 0, spec.nchannels, OIIO::TypeFloat, values.data());
+    int const bits = spec.format.is_floating_point() ? 0 : int(8 * spec.format.size());
+    QStringList words;
+    for (int c = 0; c < spec.nchannels; ++c) {
+        float const value = values[std::size_t((y * spec.width + x) * spec.nchannels + c)];
+        words << "RGBA"[c] + QString(" ") +
+                     (bits ? QString::number(std::lround(value * double((1 << bits) - 1)))
+                           : QString::number(double(value), 'f', 5));
+    }
+    return words.join("  ").toStdString();
+}
+
+/// Depth, alpha and colour space are those of the output, whatever the inputs have.
+TEST_F(CompositionTest, TheReadoutHasWhatTheOutputsFormatKeeps) {
+    QString told;
+    canvas().onReadout = [&](QString const& text) { told = text; };
+    struct Case {
+        char const *layer, *output;
+        std::optional<Depth> depth;
+    };
+    for (Case const& each : {Case{"", "8.png", {}},
+                             {"", "16.png", Depth::k16},
+                             {"", "half.exr", {}},
+                             {"", "float.exr", Depth::kFloat},
+                             {"float.exr", "of_light.png", {}},
+                             {"", "over_black.jpg", {}}}) {
+        SCOPED_TRACE(each.output);
+        Scene scene;
+        sceneEdit("layer").apply(
+            scene, "layer",
+            *each.layer ? folder.at(each.layer).string() : exampleFile("chelsea.png"));
+        scene.output = ScenePath{folder.at(each.output).string()};
+        scene.depth = each.depth;
+        document.start(std::move(scene));
+        document.edit(kToPins, {40, 30});
+        document.edit(kParamCornerPinOpacity, {50});
+        look(1, {225, 150});
+        awaitRest();
+        render(folder.at(each.output));
+        for (PanelPoint const& at : {PanelPoint{100, 80}, {225, 150}, {430, 290}, {4, 4}}) {
+            mouse(QEvent::MouseMove, placeOf(at));
+            PanelPoint const seen = canvas().map().toPicture(
+                {placeOf(at).x() * density(), placeOf(at).y() * density()});
+            QString const shown = told.mid(told.indexOf("R "));
+            if (QString(each.output).endsWith("jpg")) {  // which loses some
+                EXPECT_FALSE(shown.contains("A ")) << shown.toStdString();
+                continue;
+            }
+            EXPECT_EQ(shown.toStdString(),
+                      storedText(folder.at(each.output), int(seen.x), int(seen.y)));
+        }
+    }
+}
+
 TEST_F(CompositionTest, ZoomsHoldThePlaceAndPansAreWhole) {
     std::mt19937 random(7);
     ViewMap map;
@@ -161,6 +225,53 @@ TEST_F(CompositionTest, ZoomsHoldThePlaceAndPansAreWhole) {
     map.fit();
     map.zoomAtCenter(0.9);
     EXPECT_EQ(map.wheelZoom(1), 1);
+}
+
+/// While a value changes the panel shows what it shows at rest: a draft of the same pixels in the
+/// same place, whatever the scene does to the picture's size.
+TEST_F(CompositionTest, DraftsLieWhereThePictureLies) {
+    document.change("Set Up", [](Scene& scene) { scene.plate.reset(); });
+    document.edit(kParamMotionBlur, {1});
+    choose("Black");
+    setLook([](CanvasLook& look) { look.hasOverlay = look.hasGrid = false; });
+    struct Case {
+        int downsample;
+        double grownPx, zoom;
+        PanelPoint middle;
+    };
+    for (Case const& each : {Case{2, 0, 3, {340, 220}},
+                             {1, 100, 1, {100, 80}},
+                             {1, 100, 1, {420, 260}},
+                             {2, 60, 1, {420, 260}},
+                             {2, 60, 0.25, {225, 150}},
+                             {1, 100, 0.5, {400, 250}},
+                             {3, 0, 8, {449, 298}}}) {
+        SCOPED_TRACE(testing::Message()
+                     << each.downsample << ", " << each.grownPx << " px, at " << each.zoom);
+        document.change("Set Downsample",
+                        [&](Scene& scene) { scene.downsample = each.downsample; });
+        document.edit(kParamGrowBounds, {each.grownPx});
+        document.edit(kToPins + 3, {520, 340});
+        look(each.zoom, each.middle);
+        QImage draft;
+        for (int tries = 0; draft.isNull() && tries < 50; ++tries) {
+            document.beginAct("Set Opacity");
+            document.edit(kParamCornerPinOpacity, {80.0 + tries % 2});
+            auto const isNew = [&] {
+                auto const& shown = canvas().shown();
+                return shown && shown->revision == document.snapshot().revision;
+            };
+            ASSERT_TRUE(QTest::qWaitFor(isNew, 20000));
+            ASSERT_EQ(canvas().shown()->error, "");
+            if (canvas().shown()->view.isDraft)
+                draft = canvas().grab().toImage().convertToFormat(QImage::Format_RGB32);
+            document.endAct();
+        }
+        ASSERT_FALSE(draft.isNull());
+        EXPECT_EQ(differenceOf(draft, shot()), "");
+        EXPECT_LE(canvas().shown()->view.reduce * each.downsample * each.zoom,
+                  std::max(1.0, each.downsample * each.zoom));
+    }
 }
 
 TEST_F(WindowTest, NoTwoCommandsHaveTheSameKeys) {

@@ -3,10 +3,12 @@
 #include <QProcess>
 #include <cmath>
 
+#include "Transform/Common/PopupEntries.h"
 #include "apps/viewer/model/pin_names.h"
 #include "tests/apps/viewer/composition_fixture.h"
 #include "zelk/scene/file.h"
 #include "zelk/scene/parameter_names.h"
+#include "zelk/text/errors.h"
 
 namespace zelk {
 namespace {
@@ -173,6 +175,27 @@ TEST_F(CompositionTest, SnappingFindsCornersMiddlesAndWholePixels) {
     EXPECT_EQ(text(), before);
 }
 
+/// The layer's corners too, where they lie in the frame; and with Shift along one axis alone.
+TEST_F(CompositionTest, SnappingKnowsTheLayerAndHoldsTheAxis) {
+    look(1, {320, 200});
+    document.edit(kToPins, {330, 40.4});
+    QPoint const from = placeOf({330, 40.4});
+    struct Case {
+        PanelPoint to, expected;
+        Qt::KeyboardModifiers keys;
+    };
+    for (Case const& snap : {Case{{449, 303}, {451, 300}, Qt::ControlModifier},
+                             {{447, 3}, {451, 0}, Qt::ControlModifier},
+                             {{452, 44}, {451, 40.4}, Qt::ControlModifier | Qt::ShiftModifier},
+                             {{636, 30}, {640, 40.4}, Qt::ControlModifier | Qt::ShiftModifier},
+                             {{334, 424}, {330, 427}, Qt::ControlModifier | Qt::ShiftModifier}}) {
+        drag(from, placeOf(snap.to), {}, snap.keys);
+        EXPECT_NEAR(valueOf(kToPins).x, snap.expected.x, 1e-4);
+        EXPECT_NEAR(valueOf(kToPins).y, snap.expected.y, 1e-4);
+        document.undo();
+    }
+}
+
 TEST_F(CompositionTest, KeysSelectNudgeAndType) {
     std::string const before = text();
     key(Qt::Key_Tab);
@@ -205,10 +228,90 @@ TEST_F(CompositionTest, KeysSelectNudgeAndType) {
     document.undo();
     document.undo();
     EXPECT_EQ(text(), before);
-    canvas().pins().select({kToPins + 2});
+    // Past the last pin there is none, and then the first again.
+    std::vector<std::set<int>> selections;
+    for (int i = 0; i < 4; ++i) {
+        key(Qt::Key_Tab);
+        selections.push_back(canvas().pins().selection());
+    }
+    EXPECT_EQ(selections,
+              (std::vector<std::set<int>>{{}, {kToPins}, {kToPins + 1}, {kToPins + 2}}));
+    EXPECT_EQ(text(), before);
+}
+
+/// Another act ends the nudges of a key that is held, and a drag; each has its own step.
+TEST_F(CompositionTest, AnotherActEndsNudgesAndDrags) {
     key(Qt::Key_Tab);
-    EXPECT_EQ(canvas().pins().selection(), std::set<int>{kToPins + 3});
-    key(Qt::Key_Tab);  // on to the next widget
+    look(1, {320, 200});
+    std::string const before = text();
+    QPoint const at = placeOf(valueOf(kToPins)) + QPoint(1, 0);
+    auto const actElsewhere = [&] {
+        document.beginAct("Set Opacity");
+        document.edit(kParamCornerPinOpacity, {document.valueOf(kParamCornerPinOpacity)[0] - 1});
+        document.endAct();
+    };
+    QTest::keyPress(&canvas(), Qt::Key_Right);
+    actElsewhere();
+    QTest::keyPress(&canvas(), Qt::Key_Right);
+    QTest::keyClick(&canvas(), Qt::Key_Right);
+    mouse(QEvent::MouseButtonPress, at);
+    mouse(QEvent::MouseMove, at + QPoint(1, 0));
+    actElsewhere();
+    mouse(QEvent::MouseMove, at + QPoint(2, 0));
+    mouse(QEvent::MouseButtonRelease, at + QPoint(3, 0));
+    std::vector<std::string> names;
+    while (document.undo()) names.emplace_back(document.redoName());
+    EXPECT_EQ(names, (std::vector<std::string>{"Set Opacity", "Move upper left To Pin",
+                                               "Nudge upper left To Pin", "Set Opacity",
+                                               "Nudge upper left To Pin"}));
+    EXPECT_EQ(text(), before);
+}
+
+/// An act is of the frame that it began at.
+TEST_F(CompositionTest, TheFrameStaysWhileAPinIsHeld) {
+    look(1, {320, 200});
+    QPoint const at = placeOf(valueOf(kToPins));
+    mouse(QEvent::MouseButtonPress, at);
+    for (int i = 1; i <= 6; ++i) {
+        document.setFrame(24 + i);
+        mouse(QEvent::MouseMove, at + QPoint(i, 0));
+    }
+    mouse(QEvent::MouseButtonRelease, at + QPoint(6, 0));
+    EXPECT_EQ(document.frame(), 24);
+    EXPECT_EQ(document.parameter(kToPins).track().size(), 3u);
+}
+
+/// The event at the end of the effect's own drag fails; Escape then takes all of it back.
+TEST_F(CompositionTest, ADragThatTheEffectCannotEndIsTakenBack) {
+    std::string const before = text();
+    PinTool& pins = canvas().pins();
+    PanelPoint const at = canvas().map().toPanel({460, 200});
+    ASSERT_TRUE(pins.press({at}));
+    pins.drag({{at.x + 30, at.y}});
+    Panel unsound = pins.panel();
+    unsound.zoom = 0;
+    EXPECT_THROW(document.drawOverlay(unsound), UserError);
+    EXPECT_THROW(pins.release({{at.x + 40, at.y}}), UserError);
+    document.drawOverlay(pins.panel());
+    EXPECT_TRUE(pins.cancel());
+    EXPECT_FALSE(document.isActing());
+    EXPECT_EQ(text(), before);
+}
+
+/// And tenths leave no dust, ten of which are a whole number.
+TEST_F(CompositionTest, OnlyPinsThatAreShownMove) {
+    openLayer();
+    document.edit(kParamOverlayMode, {double(hostEntry(kShowBothPins))});
+    choose("Select All Pins");
+    EXPECT_EQ(canvas().pins().selection().size(), 8u);
+    document.edit(kParamOverlayMode, {double(hostEntry(kShowToPins))});
+    document.edit(kToPins, {10, 20});
+    PanelPoint const from = valueOf(kFromPins);
+    for (int i = 0; i < 10; ++i) key(Qt::Key_Right, Qt::AltModifier);
+    EXPECT_EQ(document.undoName(), "Nudge 4 pins");
+    EXPECT_EQ(valueOf(kFromPins), from);
+    EXPECT_EQ(valueOf(kToPins), (PanelPoint{11, 20}));
+    openLayer();
     EXPECT_TRUE(canvas().pins().selection().empty());
 }
 

@@ -8,6 +8,8 @@
 #include <random>
 #include <set>
 
+#include "apps/viewer/model/key_acts.h"
+#include "apps/viewer/model/parameter_control.h"
 #include "apps/viewer/timeline_panel.h"
 #include "tests/apps/viewer/window_fixture.h"
 #include "zelk/scene/parameter_names.h"
@@ -214,8 +216,48 @@ TEST_F(TimelineTest, PlaysFramesThatAreReadyInOrder) {
     EXPECT_TRUE(asked.contains(21));
 }
 
-/// Every mode for a while, with a clock that is late at random: frames stay within the range, each
-/// follows the one before, and no frame comes before its time.
+TEST_F(TimelineTest, PlayStopsWhereAnActBegins) {
+    run("Play");
+    QTRY_VERIFY_WITH_TIMEOUT(document().frame() >= 3, 5000);
+    int const frame = document().frame();
+    document().beginAct("Move");
+    document().edit(kOpacity, {50});
+    QTest::qWait(200);
+    EXPECT_EQ(document().frame(), frame);
+    document().endAct();
+    QTest::qWait(100);
+    EXPECT_EQ(document().frame(), frame) << "it stays stopped";
+}
+
+/// Keys beside a frame's moment are that frame's: no way leads to it from itself.
+TEST_F(TimelineTest, KeysBetweenFramesAreOfTheNearestOne) {
+    document().changeValues("Keys", [&](std::vector<Parameter>& parameters) {
+        for (double const frame : {4.6, 5.4, 8.7})
+            parameterIn(parameters, kOpacity).editTrack().set({document().momentOf(frame), {50}});
+    });
+    document().setFrame(5);
+    ParameterControl const control(document(), kOpacity, 0);
+    EXPECT_FALSE(control.state().hasKeyBefore);
+    EXPECT_TRUE(control.state().hasKeyAfter);
+    EXPECT_EQ(control.frameOfKey(true), 9);
+}
+
+/// What has no ways between its keys stays, and the ends keep numbers for keys to come.
+TEST_F(TimelineTest, EasesOfEndsStayAndHoldsHaveNone) {
+    Ease const typed{40, 7};
+    for (int const index : {int(kParamTransferMode), kOpacity}) {
+        document().changeValues("Ease", [&](std::vector<Parameter>& parameters) {
+            parameterIn(parameters, index).editTrack().set({document().momentOf(1), {2}});
+            easeKeys(parameters, keysOf(parameters, {index}), typed, typed);
+        });
+        Ease const expected = index == kOpacity ? typed : Ease{};
+        EXPECT_EQ(keys(index)[0].incoming, expected);
+        EXPECT_EQ(keys(index)[0].outgoing, expected);
+    }
+}
+
+/// Every mode for a while, with a clock that is late at random: frames stay within the range, which
+/// changes now and then, each follows the one before, and no frame comes before its time.
 TEST(Playback, StaysInItsRangeAndKeepsItsTime) {
     unsigned const seed = std::random_device{}();
     SCOPED_TRACE(testing::Message() << "seed " << seed);
@@ -234,11 +276,14 @@ TEST(Playback, StaysInItsRangeAndKeepsItsTime) {
             int shown = 0;
             for (int i = 0; i < 200 && playback.isPlaying(); ++i) {
                 now += 0.001 * static_cast<double>(random() % 60);
+                if (i % 50 == 49) playback.clearRange();
+                if (i % 50 == 49) playback.setIn(int(random() % 26) - 5);
+                if (i % 50 == 49) playback.setOut(playback.in() + 3);
                 int const expected = playback.following(playback.frame(), 1);
                 auto const frame = playback.advance(now, [](int) { return true; });
                 if (!frame) continue;
-                EXPECT_GE(*frame, 3);
-                EXPECT_LE(*frame, 7);
+                EXPECT_GE(*frame, playback.in());
+                EXPECT_LE(*frame, playback.out());
                 EXPECT_TRUE(skips || *frame == expected) << *frame;
                 EXPECT_GE(now, 100 + ++shown / 25. - 1e-9);
             }
