@@ -25,6 +25,17 @@ constexpr std::string_view kOwnOptions[] = {
     "--engine", "--engine-option", "--job",   "--chunk", "--task-time",     "--frame-time",
     "--memory", "--retries",       "--movie", "--codec", "--quality-level", "--in-flight"};
 
+/// An option of a render that takes no value.
+bool isFlag(std::string_view word) {
+    constexpr std::string_view kFlags[] = {"--no-clobber", "--in-place", "--no-metadata",
+                                           "--strict"};
+    if (std::find(std::begin(kFlags), std::end(kFlags), word) != std::end(kFlags)) return true;
+    auto const edits = sceneEdits();
+    return std::any_of(edits.begin(), edits.end(), [word](SceneEdit const& edit) {
+        return std::string_view(edit.value) == "on|off" && word == "--" + std::string(edit.name);
+    });
+}
+
 bool isProjectName(std::string const& name) { return lowered(name).ends_with(".json"); }
 
 }  // namespace
@@ -42,8 +53,11 @@ std::uint64_t memoryNamed(std::string const& thing, std::string const& text) {
     return static_cast<std::uint64_t>(*number) * (isGiga ? 1024 : 1);
 }
 
-std::string renderHistory(std::vector<char const*> const& words) {
+std::string renderHistory(std::vector<char const*> const& words,
+                          std::optional<std::string> const& file) {
     std::vector<char const*> render = {"render"};
+    bool const isProject = file && isProjectName(*file);
+    bool isFileNamed = false, isValue = false;
     for (std::size_t i = 0; i < words.size(); ++i) {
         std::string_view const word = words[i];
         std::string_view const name = word.substr(0, word.find('='));
@@ -51,9 +65,10 @@ std::string renderHistory(std::vector<char const*> const& words) {
                            std::end(kOwnOptions);
         if (isOwn && name == word) ++i;
         if (isOwn || (i == 0 && word == "submit")) continue;
-        if (!word.starts_with("-") && isProjectName(std::string(word)) &&
-            (render.size() < 2 || std::string_view(render.back()) != "--project"))
-            render.push_back("--project");
+        bool const isFile = isProject && !isFileNamed && !isValue && word == *file;
+        if (isFile) render.push_back("--project");
+        isFileNamed = isFileNamed || isFile;
+        isValue = word.starts_with("-") && name == word && !isFlag(word);
         render.push_back(words[i]);
     }
     return historyOf(render);
@@ -149,7 +164,7 @@ Job SubmitCommand::job(Invocation const& how) const {
         throw UserError(ExitCode::kUsage,
                         "--engine-option is a word for sbatch: give it with --engine slurm");
     job.engineOptions = m_engineOptions;
-    job.history = renderHistory(how.words);
+    job.history = renderHistory(how.words, m_file);
     job.program = fs::read_symlink("/proc/self/exe");
     if (m_threads) job.threads = wholeInRange("--threads", *m_threads, 1, kMostThreads);
     if (m_retries) job.retries = wholeInRange("--retries", *m_retries, 0, kMostRetries);

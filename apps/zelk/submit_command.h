@@ -37,7 +37,9 @@ private:
 std::uint64_t memoryNamed(std::string const& thing, std::string const& text);
 
 /// The same render as one line of `zelk render`: what frames say they were made by is the same,
-/// whoever makes them. `words` are those of `zelk submit`.
-std::string renderHistory(std::vector<char const*> const& words);
+/// whoever makes them. `words` are those of `zelk submit`; `file` is the one that it takes without
+/// an option.
+std::string renderHistory(std::vector<char const*> const& words,
+                          std::optional<std::string> const& file);
 
 }  // namespace zelk

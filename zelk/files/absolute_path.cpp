@@ -26,4 +26,11 @@ fs::path absolutePath(fs::path const& path) {
     return goesUp ? full : full.lexically_normal();
 }
 
+fs::path canonicalPath(fs::path const& path) {
+    std::error_code fault;
+    fs::path found = fs::weakly_canonical(absolutePath(path), fault);
+    if (fault) found = absolutePath(path);
+    return found.has_filename() ? found : found.parent_path();
+}
+
 }  // namespace zelk

@@ -10,4 +10,7 @@ namespace zelk {
 /// that the program was started in. Never throws for a folder.
 std::filesystem::path absolutePath(std::filesystem::path const& path);
 
+/// Where links and steps up lead, as far as the path is there, without a slash at the end.
+std::filesystem::path canonicalPath(std::filesystem::path const& path);
+
 }  // namespace zelk

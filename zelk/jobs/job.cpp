@@ -50,6 +50,7 @@ Ordered movieJson(JobMovie const& movie) {
     Ordered json = {{"file", movie.file.string()}};
     if (movie.codec) json["codec"] = *movie.codec;
     if (movie.quality) json["quality"] = *movie.quality;
+    if (movie.sound) json["sound"] = movie.sound->string();
     return json;
 }
 
@@ -58,6 +59,7 @@ JobMovie movieOf(Json const& json) {
     movie.file = json.at("file").get<std::string>();
     if (json.contains("codec")) movie.codec = json["codec"].get<std::string>();
     if (json.contains("quality")) movie.quality = json["quality"].get<double>();
+    if (json.contains("sound")) movie.sound = json["sound"].get<std::string>();
     return movie;
 }
 
@@ -127,6 +129,13 @@ fs::path jobFolderOf(fs::path const& output) {
     while (!stem.empty() && std::string_view("._- ").find(stem.back()) != std::string_view::npos)
         stem.pop_back();
     return absolutePath(beside / ((stem.empty() ? "frames" : stem) + std::string(kJobEnding)));
+}
+
+fs::path jobFolderNamed(fs::path const& name) {
+    fs::path folder = absolutePath(name);
+    if (!folder.has_filename()) folder = folder.parent_path();
+    if (folder.extension() != kJobEnding) folder += kJobEnding;
+    return folder;
 }
 
 std::string newJobId() { return fmt::format("{:08x}", std::random_device()()); }

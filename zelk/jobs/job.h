@@ -51,6 +51,7 @@ struct JobMovie {
     std::filesystem::path file;
     std::optional<std::string> codec;
     std::optional<double> quality;
+    std::optional<std::filesystem::path> sound;  ///< the movie that has it
 };
 
 struct Job {
@@ -92,11 +93,16 @@ inline constexpr std::string_view kJobEnding = ".zelk-job";
 /// where a folder has the mark, beside that folder.
 std::filesystem::path jobFolderOf(std::filesystem::path const& output);
 
+/// The job of a folder that a user names, as an absolute path without a slash at the end; the
+/// ending is added where it lacks.
+std::filesystem::path jobFolderNamed(std::filesystem::path const& name);
+
 /// Eight hexadecimal digits.
 std::string newJobId();
 
 /// Throws an input error for a folder that is no job's, naming the place of what can't be read.
 Job readJob(std::filesystem::path const& folder);
+/// Throws an output error. All texts are UTF-8.
 void writeJob(Job const& job);
 
 /// Frames of a submission's tasks, task 1 first. Throws an input error.

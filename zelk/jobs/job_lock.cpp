@@ -5,7 +5,7 @@
 #include <set>
 #include <thread>
 
-#include "zelk/text/errors.h"
+#include "zelk/files/absolute_path.h"
 
 namespace zelk {
 
@@ -15,11 +15,12 @@ JobLock::JobLock(Job const& job) {
     using Clock = std::chrono::steady_clock;
     auto const end = Clock::now() + std::chrono::seconds(5);
     // In one order everywhere, so that no two commands wait for each other.
-    for (fs::path const& folder : std::set<fs::path>{jobFolderOf(job.output), job.folder})
+    for (fs::path const& folder :
+         std::set<fs::path>{canonicalPath(jobFolderOf(job.output)), canonicalPath(job.folder)})
         while (!m_locks.take(folder)) {
             std::string const holder = lockHolder(folder);
             if (Clock::now() > end && !holder.empty())
-                throw UserError(ExitCode::kOutput, folder.string() +
+                throw JobIsBusy(ExitCode::kOutput, folder.string() +
                                                        ": another command works on this job (" +
                                                        holder + "): try again when it has ended");
             std::this_thread::sleep_for(std::chrono::milliseconds(50));

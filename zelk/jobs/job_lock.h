@@ -5,14 +5,20 @@
 
 #include "zelk/files/frame_locks.h"
 #include "zelk/jobs/job.h"
+#include "zelk/text/errors.h"
 
 namespace zelk {
+
+/// Another command has the job.
+class JobIsBusy : public UserError {
+    using UserError::UserError;
+};
 
 /// Holds both, while it lives.
 class JobLock {
 public:
-    /// Waits a few seconds for another command; throws an output error where that goes on, or where
-    /// a folder takes no file.
+    /// Waits a few seconds for another command; throws JobIsBusy where that goes on, and an output
+    /// error where a folder takes no file.
     explicit JobLock(Job const& job);
 
 private:

@@ -124,6 +124,14 @@ Scene sceneOf(Job const& job, std::vector<int> const& frames) {
     return scene;
 }
 
+std::optional<fs::path> soundOf(Scene const& frozen) {
+    SceneFiles const files(frozen);
+    for (InputFiles const* input : {files.plate ? &*files.plate : nullptr, &files.layer})
+        if (input && input->movieFacts() && !soundCodecsOf(input->name()).empty())
+            return input->name();
+    return std::nullopt;
+}
+
 Scene movieSceneOf(Job const& job) {
     Scene const frozen = readScene(job.scene());
     Scene scene;
@@ -140,10 +148,7 @@ Scene movieSceneOf(Job const& job) {
     if (job.movie->quality) edit("quality-level", fmt::format("{}", *job.movie->quality));
     // A movie's frames have the numbers that they had for the job's.
     scene.movieStart = frozen.movieStart;
-    SceneFiles const files(frozen);
-    for (InputFiles const* input : {files.plate ? &*files.plate : nullptr, &files.layer})
-        if (input && input->movieFacts() && !soundCodecsOf(input->name()).empty() && !scene.sound)
-            edit("sound", input->name());
+    if (job.movie->sound) edit("sound", job.movie->sound->string());
     if (frozen.color.isRaw) edit("color", "raw");
     if (frozen.color.output) edit("layer-color", *frozen.color.output);
     if (frozen.color.config) edit("ocio", frozen.color.config->path().string());

@@ -5,7 +5,9 @@
 // they are: they are read, not copied.
 #pragma once
 
+#include <filesystem>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -29,6 +31,9 @@ FrozenScene frozenScene(Scene const& scene, RunOptions const& run);
 
 /// The job's scene for these frames.
 Scene sceneOf(Job const& job, std::vector<int> const& frames);
+
+/// The movie whose sound the frames' movie has: the plate, else the layer, where that has one.
+std::optional<std::filesystem::path> soundOf(Scene const& frozen);
 
 /// The scene that makes the job's frames to its movie, changing no pixel.
 Scene movieSceneOf(Job const& job);

@@ -67,19 +67,24 @@ private:
 /// come to an end, and the movie.
 void addHandedTasks(Job const& job, std::set<int> const& scripts, JobLogs const& logs,
                     std::set<int> const& done, TaskLists& lists, Stages& stages) {
+    std::size_t const frameCount = parseFrameRange(job.file().string(), job.frames).size();
     for (Submission const& submission : job.submissions) {
         bool const isHanded =
             job.engine == EngineKind::kOpenJd || scripts.contains(submission.number);
         if (submission.isOver || !isHanded) continue;
         auto const& tasks = lists.of(submission.number);
+        bool hasLeft = false;
         for (std::size_t i = 0; i < tasks.size(); ++i) {
             TaskName const name{submission.number, static_cast<int>(i) + 1};
             bool const isLeft = !logs.ended.contains(name) &&
                                 !std::all_of(tasks[i].begin(), tasks[i].end(),
                                              [&](int frame) { return done.contains(frame); });
             if (isLeft) stages.try_emplace(name, EngineTask::Stage::kWaiting);
+            hasLeft = hasLeft || isLeft || stages.contains(name);
         }
-        if (job.movie && !logs.ended.contains({submission.number, 0}))
+        // Without one of its frames there is no movie.
+        bool const mayCome = hasLeft || done.size() == frameCount;
+        if (job.movie && mayCome && !logs.ended.contains({submission.number, 0}))
             stages.try_emplace(TaskName{}, EngineTask::Stage::kWaiting);
     }
 }
@@ -233,6 +238,7 @@ std::string stateText(Job const& job, JobState const& state) {
     if (state.movie != JobState::Movie::kNone)
         text += fmt::format("  movie   {:>8}{}\n", kMovieWords[static_cast<int>(state.movie)],
                             state.movieFailure.empty() ? "" : "  " + state.movieFailure);
+    if (state.hasScript) text += "  its script is at work\n";
     for (auto const& [word, count] : state.engineTasks)
         text += fmt::format("  {} {}: {}\n", wordOf(kEngineWords, job.engine), word, count);
     std::size_t shown = 0;
@@ -262,6 +268,7 @@ std::string stateJson(Job const& job, JobState const& state) {
         json["failed"].push_back({{"frame", frame}, {"message", why}});
     json["runningTasks"] = state.runningTasks;
     json["waitingTasks"] = state.waitingTasks;
+    json["script"] = state.hasScript;
     json["engineTasks"] = state.engineTasks;
     json["movie"] = kMovieWords[static_cast<int>(state.movie)];
     if (state.secondsLeft) json["secondsLeft"] = *state.secondsLeft;

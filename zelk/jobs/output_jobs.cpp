@@ -3,6 +3,7 @@
 
 #include <optional>
 
+#include "zelk/files/absolute_path.h"
 #include "zelk/files/frame_names.h"
 #include "zelk/jobs/job_state.h"
 #include "zelk/text/errors.h"
@@ -12,12 +13,6 @@ namespace zelk {
 namespace fs = std::filesystem;
 
 namespace {
-
-fs::path canonicalPath(fs::path const& path) {
-    std::error_code fault;
-    fs::path const found = fs::weakly_canonical(path, fault);
-    return fault ? path : found;
-}
 
 /// Two spellings of one output write one file for a frame.
 bool writeOneFile(fs::path const& a, fs::path const& b) {
@@ -64,6 +59,10 @@ void requireReplaceable(Job const& job) {
 
 void requireFree(Job const& job) {
     requireReplaceable(job);
+    requireOutputFree(job);
+}
+
+void requireOutputFree(Job const& job) {
     std::error_code fault;
     fs::path const own = canonicalPath(job.folder);
     for (fs::directory_iterator entry(jobFolderOf(job.output).parent_path(), fault), end;
@@ -77,14 +76,15 @@ void requireFree(Job const& job) {
 }
 
 void linkBesideOutput(Job const& job) {
-    fs::path const beside = jobFolderOf(job.output).parent_path();
-    if (canonicalPath(beside) == canonicalPath(job.folder.parent_path())) return;
+    fs::path const beside = jobFolderOf(job.output).parent_path(), own = canonicalPath(job.folder);
+    if (canonicalPath(beside) == own.parent_path()) return;
     std::error_code fault;
     std::string const name = job.name();
     for (std::string const& each : {name, name + "-" + job.id}) {
         fs::path const link = beside / (each + std::string(kJobEnding));
-        if (fs::is_symlink(link, fault)) fs::remove(link, fault);
-        fs::create_directory_symlink(job.folder, link, fault);
+        bool const isOthers = canonicalPath(link) != own && jobIn(link);
+        if (!isOthers && fs::is_symlink(link, fault)) fs::remove(link, fault);
+        fs::create_directory_symlink(own, link, fault);
         if (!fault) return;
     }
 }

@@ -9,6 +9,8 @@ namespace zelk {
 /// Throws an output error where a new job may not take the place of what `job.folder` has, or where
 /// another job of its output is at work.
 void requireFree(Job const& job);
+/// The second of the two.
+void requireOutputFree(Job const& job);
 
 /// Beside the output, to a job that stands elsewhere. Where the folder takes no link there is none.
 void linkBesideOutput(Job const& job);

@@ -4,9 +4,12 @@
 #include <fmt/format.h>
 #include <signal.h>
 
+#include <algorithm>
+#include <chrono>
 #include <fstream>
+#include <thread>
 
-#include "zelk/files/output_place.h"
+#include "zelk/files/frame_locks.h"
 #include "zelk/text/errors.h"
 #include "zelk/text/numbers.h"
 
@@ -31,6 +34,7 @@ std::optional<Running> runningIn(fs::path const& file) {
     auto const all = parseWhole(place);
     if (!holder || (!task && !all)) return std::nullopt;
     Running running;
+    running.holder = *holder;
     running.submission = task ? task->submission : *all;
     if (task) running.task = task->task;
     running.file = file;
@@ -79,6 +83,9 @@ Runner::~Runner() {
 }
 
 void noteScript(Job const& job, int submission, ProcessTag const& script) {
+    FrameLocks oneAtATime;
+    fs::path const place = job.running() / fmt::format("script-{}", submission);
+    while (!oneAtATime.take(place)) std::this_thread::sleep_for(std::chrono::milliseconds(20));
     for (Running const& running : runnersOf(job))
         if (running.submission == submission && !running.task)
             throw UserError(ExitCode::kOutput,
@@ -89,11 +96,24 @@ void noteScript(Job const& job, int submission, ProcessTag const& script) {
 }
 
 int endRunners(Job const& job) {
+    std::vector<Running> const all = runnersOf(job);
+    auto const hasScript = [&](int submission) {
+        return std::any_of(all.begin(), all.end(), [submission](Running const& running) {
+            return !running.task && running.isHere && running.submission == submission;
+        });
+    };
     int ended = 0;
-    for (Running const& running : runnersOf(job)) {
-        if (running.isHere && running.worker && ::kill(running.worker->id, SIGTERM) == 0) ++ended;
-        std::error_code none;
-        if (!running.isHere) fs::remove(running.file, none);
+    std::error_code none;
+    for (Running const& running : all) {
+        if (!running.isHere) {
+            fs::remove(running.file, none);
+        } else if (!running.task) {
+            ::kill(running.holder.id, SIGTERM);
+        } else if (running.worker) {
+            // A second signal would cut off the frame that it still finishes.
+            if (!hasScript(running.submission)) ::kill(running.worker->id, SIGTERM);
+            ++ended;
+        }
     }
     return ended;
 }

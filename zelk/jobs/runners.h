@@ -31,6 +31,7 @@ struct TaskName {
 struct Running {
     int submission = 0;
     std::optional<int> task;           ///< none for a script of all tasks
+    ProcessTag holder;                 ///< whose name the file has
     std::optional<ProcessTag> worker;  ///< who renders, where it lives or can't be asked
     bool isHere = false;               ///< on this machine
     std::string host;
@@ -57,9 +58,9 @@ private:
 /// A script works on a submission. Throws an output error where another one does.
 void noteScript(Job const& job, int submission, ProcessTag const& script);
 
-/// Of an engine without a queue: asks the processes on this machine that render to end, and forgets
-/// those of other machines, which see that the job is cancelled when they start next. The number of
-/// processes.
+/// Of an engine without a queue: asks scripts on this machine to end, which end what they started,
+/// and processes that render without one; forgets those of other machines, which see that the job
+/// is cancelled when they start next. The number of tasks.
 int endRunners(Job const& job);
 
 }  // namespace zelk

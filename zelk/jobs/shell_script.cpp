@@ -13,24 +13,47 @@ namespace {
 
 std::filesystem::path scriptOf(Job const& job) { return job.folder / "run.sh"; }
 
-// The job knows the script by its process, so that it is at work between two tasks too. Of xargs
-// 123 is the code where a task failed; of parallel their number.
+// The job knows the script by its process, so that it is at work between two tasks too. All that it
+// starts is a group of processes of its own, so that a signal to the script ends all of them: a
+// shell would wait for them first. Of xargs 123 is the code where a task failed; of parallel their
+// number.
 constexpr char const* kStart = R"sh(
-trap 'rm -f "$job/running/$submission."*"-$$-"*' EXIT
-trap 'exit 129' HUP
-trap 'exit 130' INT
-trap 'exit 143' TERM
+if ! [ "$at_a_time" -ge 1 ] 2>/dev/null; then
+    echo "run.sh: no number of tasks at a time: \"$at_a_time\", expected 1 or more" >&2
+    exit 2
+fi
+cd "$job" || exit
+group=
+end() {
+    trap '' HUP INT TERM
+    [ -z "$group" ] || kill -TERM -- "-$group" 2>/dev/null
+    wait
+    exit "$1"
+}
+trap 'rm -f "running/$submission."*"-$$-"*' EXIT
+trap 'end 129' HUP
+trap 'end 130' INT
+trap 'end 143' TERM
 "$program" submit begin "$job" $submission --job-id $id --script $$ || exit
+
+# Runs its words as a group, and ends as they do.
+together() {
+    setsid "$@" &
+    group=$!
+    wait $group
+    code=$?
+    group=
+    return $code
+}
 )sh";
 
 constexpr char const* kTasks = R"sh(
-[ "$at_a_time" -ge 1 ] 2>/dev/null || at_a_time=1
-
 if parallel --version 2>/dev/null | grep -q 'GNU parallel'; then
-    seq 1 $tasks | parallel --quote --jobs "$at_a_time" --line-buffer "$run" $id $submission
+    each='seq 1 $0 | parallel --jobs $1 --line-buffer ./task.sh $2 $3'
 else
-    seq 1 $tasks | xargs -n 1 -P "$at_a_time" "$run" $id $submission
-fi || {
+    each='seq 1 $0 | xargs -n 1 -P $1 ./task.sh $2 $3'
+fi
+together sh -c "$each" $tasks "$at_a_time" $id $submission || {
     echo "some tasks failed: see zelk submit status" >&2
     exit 5
 }
@@ -43,12 +66,12 @@ void writeShellScript(Job const& job, Submission& submission, std::vector<std::s
     std::string const text =
         fmt::format(
             "#!/bin/sh\n# All tasks of this job, several at a time: run.sh [TASKS AT A TIME]\n"
-            "program={}\njob={}\nid={}\nsubmission={}\ntasks={}\nrun={}\n"
-            "at_a_time=${{1:-$(($(nproc) / {}))}}\n",
+            "program={}\njob={}\nid={}\nsubmission={}\ntasks={}\n"
+            "at_a_time=${{1:-$((($(nproc) + {} - 1) / {}))}}\n",
             shellWord(job.program.string()), shellWord(job.folder.string()), job.id,
-            submission.number, submission.tasks, shellWord(job.script().string()), job.threads) +
+            submission.number, submission.tasks, job.threads, job.threads) +
         kStart + (submission.tasks > 0 ? kTasks : "") +
-        (job.movie ? "\n\"$run\" $id $submission movie\n" : "");
+        (job.movie ? "\ntogether ./task.sh $id $submission movie\n" : "");
     writeScript(scriptOf(job), text);
 }
 

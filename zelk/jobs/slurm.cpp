@@ -102,10 +102,13 @@ Words arrayWords(Job const& job, int submission, EngineArray const& array) {
     return words;
 }
 
-Words movieWords(Job const& job, int submission, Words const& after) {
+Words movieWords(Job const& job, int submission, Words const& after, Words const& before) {
     Words words = sbatchWords(job, "/slurm-movie-%j.txt");
-    if (!after.empty())
-        words.insert(words.end(), {fmt::format("--dependency=afterok:{}", fmt::join(after, ":")),
+    Words conditions;
+    if (!after.empty()) conditions.push_back(fmt::format("afterok:{}", fmt::join(after, ":")));
+    if (!before.empty()) conditions.push_back(fmt::format("afterany:{}", fmt::join(before, ":")));
+    if (!conditions.empty())
+        words.insert(words.end(), {fmt::format("--dependency={}", fmt::join(conditions, ",")),
                                    "--kill-on-invalid-dep=yes"});
     words.insert(words.end(),
                  {job.script().string(), job.id, fmt::format("{}", submission), "movie"});
@@ -128,7 +131,7 @@ std::string slurmPlan(Job const& job, Submission const& submission) {
 /// All or nothing: where one call fails, what the others took is cancelled.
 void handToSlurm(Job const& job, Submission& submission, Words const& before,
                  std::function<void()> const& record) {
-    Words ids = before, outdated = {"scancel"};
+    Words ids, outdated = {"scancel"};
     for (Submission const& earlier : job.submissions)
         if (!earlier.movieId.empty() && earlier.number != submission.number)
             outdated.push_back(earlier.movieId);
@@ -139,7 +142,8 @@ void handToSlurm(Job const& job, Submission& submission, Words const& before,
             ids.push_back(array.id);
             record();
         }
-        if (job.movie) submission.movieId = submitted(movieWords(job, submission.number, ids));
+        if (job.movie)
+            submission.movieId = submitted(movieWords(job, submission.number, ids, before));
         record();
     } catch (UserError const&) {
         Words words = {"scancel"};

@@ -22,9 +22,11 @@ void cancelSlurm(Job const& job);
 
 /// sbatch for one array of tasks.
 std::vector<std::string> arrayWords(Job const& job, int submission, EngineArray const& array);
-/// sbatch for the movie after jobs of these names.
+/// sbatch for the movie: after jobs of these names are done, and those of `before` have ended, as
+/// the movie looks at its frames itself.
 std::vector<std::string> movieWords(Job const& job, int submission,
-                                    std::vector<std::string> const& after);
+                                    std::vector<std::string> const& after,
+                                    std::vector<std::string> const& before = {});
 /// Lines of `squeue -h -r -o %i|%T|%r`, or of sacct's the same; those of other jobs are left out.
 std::vector<EngineTask> tasksIn(Job const& job, std::string_view lines);
 /// How tasks are parted into arrays, without names yet; `maxArraySize` is one above the largest

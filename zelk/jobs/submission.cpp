@@ -57,12 +57,21 @@ public:
     StagedFolder& operator=(StagedFolder const&) = delete;
 
     fs::path const& path() const { return m_path; }
+    /// An earlier one stands aside first, so that there is one or the other at any time but between
+    /// two renames.
     void putInPlace() {
-        std::error_code fault;
-        fs::remove_all(m_target, fault);
-        fs::rename(m_path, m_target, fault);
-        if (fault) throwUnwritable(m_target, fault.value());
+        std::error_code fault, none;
+        fs::path const former =
+            m_target.parent_path() / ("." + m_target.filename().string() + ".old");
+        fs::remove_all(former, none);
+        if (fs::exists(m_target, none)) fs::rename(m_target, former, fault);
+        if (!fault) fs::rename(m_path, m_target, fault);
+        if (fault) {
+            if (!fs::exists(m_target, none)) fs::rename(former, m_target, none);
+            throwUnwritable(m_target, fault.value());
+        }
         m_isInPlace = true;
+        fs::remove_all(former, none);
     }
 
 private:
@@ -70,15 +79,33 @@ private:
     bool m_isInPlace = false;
 };
 
-/// The record and the scene are text.
-void requireText(Job const& job, Scene const& scene) {
+bool isText(std::string const& text) {
     try {
-        jsonText(job.folder.string());
-        jsonText(job.output.string());
-        sceneText(scene);
+        jsonText(text);
+        return true;
     } catch (nlohmann::json::type_error const&) {
-        throw UserError(ExitCode::kUsage, {job.folder.string(), "a job can't hold a path such as",
-                                           scene.layer.name(), "paths in UTF-8"});
+        return false;
+    }
+}
+
+/// The record is text. What the command line says is in its history.
+void requireText(Job const& job) {
+    std::string const movie = job.movie ? job.movie->file.string() : "";
+    for (auto const& [thing, text] : {std::pair("the job's folder", job.folder.string()),
+                                      {"--output", job.output.string()},
+                                      {"--movie", movie},
+                                      {"the command line", job.history}})
+        if (!isText(text))
+            throw UserError(ExitCode::kUsage,
+                            {thing, "a job can't hold the name", text, "names in UTF-8"});
+}
+
+void requireText(Scene const& frozen) {
+    try {
+        sceneText(frozen);
+    } catch (nlohmann::json::type_error const&) {
+        throw UserError(ExitCode::kInput, {"the scene", "a job can't hold a path such as",
+                                           frozen.layer.name(), "paths in UTF-8"});
     }
 }
 
@@ -95,6 +122,17 @@ void requireMovie(JobMovie const& movie) {
         throw UserError(ExitCode::kUsage, {"--movie", "no movie's name", movie.file.string(),
                                            "one that ends in .mov, .mp4 or .mkv"});
     checkPlace(movie.file, false);
+}
+
+/// The movie would be made when its inputs are read already.
+void requireMovieIsNoInput(JobMovie const& movie, FrozenScene const& frozen) {
+    auto const own = identityOf(movie.file);
+    if (!own || frozen.frames.empty()) return;
+    for (NamedInput const& input : SceneFiles(frozen.scene).inputs())
+        if (identityOf(input.files->own(frozen.frames.front()).file) == own)
+            throw UserError(ExitCode::kUsage,
+                            {"--movie", fmt::format("would replace the {}:", input.kind),
+                             movie.file.string(), "another name"});
 }
 
 /// First, middle and last.
@@ -133,10 +171,20 @@ void endSubmissions(Job& job) {
     for (Submission& submission : job.submissions) submission.isOver = true;
 }
 
+/// Those of which the engine has taken tasks that nobody knows: the command was killed meanwhile.
+void endCutSubmissions(Job& job) {
+    for (Submission& submission : job.submissions) {
+        int known = 0;
+        for (EngineArray const& array : submission.arrays) known += array.count;
+        if (known != submission.tasks) submission.isOver = true;
+    }
+}
+
 /// Memory counts for engines that hand it out.
 bool asksMemory(Job const& job) { return job.engine != EngineKind::kShell; }
 
 std::string tasksText(Job const& job, Submission const& submission) {
+    if (submission.tasks == 0) return "the movie alone";
     std::string text =
         fmt::format("{} task{} of up to {}", submission.tasks, submission.tasks == 1 ? "" : "s",
                     framesCounted(static_cast<std::size_t>(job.framesPerTask)));
@@ -166,8 +214,9 @@ std::string handOver(Job job, std::vector<int> const& frames,
     next.number = job.submissions.empty() ? 1 : job.submissions.back().number + 1;
     next.tasks = static_cast<int>(tasks.size());
     writeTasks(job, next.number, tasks);
+    writeScript(job.script(), taskScript(job));  // the folder may have moved since
     // What a script or an engine without a queue has left of earlier ones would come twice.
-    if (job.engine != EngineKind::kSlurm) endSubmissions(job);
+    job.engine == EngineKind::kSlurm ? endCutSubmissions(job) : endSubmissions(job);
     job.submissions.push_back(next);
     job.isCancelled = false;
     auto const record = [&] { writeJob(job); };
@@ -189,7 +238,9 @@ std::string planOf(Job job, std::size_t frames, bool isTimed) {
     Submission submission;
     submission.number = job.submissions.empty() ? 1 : job.submissions.back().number + 1;
     std::string text = fmt::format("{}: {} to render", job.folder.string(), framesCounted(frames));
-    if (isTimed) return text + "; tasks and memory are settled once three frames are timed\n";
+    if (isTimed)
+        return text + "; tasks and memory are settled once three frames are timed" +
+               (job.movie ? ", then the movie\n" : "\n");
     submission.tasks =
         static_cast<int>(tasksOf(std::vector<int>(frames), job.framesPerTask).size());
     return text + ": " + tasksText(job, submission) + "\n" +
@@ -203,8 +254,8 @@ Submitted submitJob(SubmitRequest const& request) {
     Job job = request.job;
     job.id = newJobId();
     job.output = absolutePath(request.scene.outputPath());
-    job.folder = request.folder.empty() ? jobFolderOf(job.output) : absolutePath(request.folder);
-    requireText(job, request.scene);
+    job.folder = request.folder.empty() ? jobFolderOf(job.output) : jobFolderNamed(request.folder);
+    requireText(job);
     if (job.movie) requireMovie(*job.movie);
     engineOf(job.engine).require(job);
     std::optional<JobLock> lock;
@@ -213,6 +264,11 @@ Submitted submitJob(SubmitRequest const& request) {
     RunOptions run = job.runOptions();
     run.skipExisting = request.skipExisting;
     FrozenScene const frozen = frozenScene(request.scene, run);
+    requireText(frozen.scene);
+    if (job.movie) {
+        requireMovieIsNoInput(*job.movie, frozen);
+        job.movie->sound = soundOf(frozen.scene);
+    }
     if (!frozen.todo.empty())
         checkTarget(SceneFiles(frozen.scene).output.pathOf(frozen.todo.front()), false);
     for (MadeEdit const& edit : editsBesidesFile(request.scene)) job.edits[edit.name] = edit.text;
@@ -268,6 +324,8 @@ std::string resumeJob(fs::path const& folder, ResumeRequest const& request) {
     }
     Engine const& engine = engineOf(job.engine);
     engine.require(job);
+    requireOutputFree(job);
+    job.program = fs::read_symlink("/proc/self/exe");
     JobState const state = stateOf(job, request.verifies);
     // What a script of its own will still start is known to nobody else.
     if (job.engine != EngineKind::kSlurm && state.isLive())
@@ -292,20 +350,33 @@ std::string resumeJob(fs::path const& folder, ResumeRequest const& request) {
                     task.task <= array.offset + array.count)
                     before.insert(array.id);
     }
-    return framesCounted(frames.size()) + " to render\n" +
+    return (frames.empty() ? std::string() : framesCounted(frames.size()) + " to render\n") +
            handOver(job, frames, {before.begin(), before.end()});
 }
 
 std::string cancelJob(fs::path const& folder) {
     Job job = readJob(folder);
-    JobLock const lock(job);
-    job = readJob(folder);
-    job.isCancelled = true;
-    endSubmissions(job);
-    writeJob(job);
+    std::optional<JobLock> lock;
+    std::optional<UserError> unrecorded;
+    try {
+        lock.emplace(job);
+        job = readJob(folder);
+        job.isCancelled = true;
+        endSubmissions(job);
+        writeJob(job);
+    } catch (JobIsBusy const&) {
+        throw;
+    } catch (UserError const& error) {
+        unrecorded = error;  // what runs is ended all the same
+    }
     engineOf(job.engine).cancel(job);
     // Slurm has told its tasks; a second signal would cut off the frames that they still finish.
     int const ended = job.engine == EngineKind::kSlurm ? 0 : endRunners(job);
+    if (unrecorded)
+        throw UserError(unrecorded->code(),
+                        std::string(unrecorded->what()) +
+                            "; what runs was asked to end, but the job doesn't know that it was "
+                            "cancelled");
     std::string text = job.folder.string() + ": cancelled";
     if (ended > 0)
         text += fmt::format(", {} running task{} asked to end", ended, ended == 1 ? "" : "s");

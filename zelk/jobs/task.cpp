@@ -10,6 +10,7 @@
 #include "zelk/jobs/job_scene.h"
 #include "zelk/jobs/runners.h"
 #include "zelk/scene/check.h"
+#include "zelk/sequence/progress.h"
 #include "zelk/sequence/render_frames.h"
 
 namespace zelk {
@@ -30,6 +31,13 @@ void requireFrames(Job const& job) {
         throw UserError(ExitCode::kInput,
                         {job.folder.string(), "frames are not there as they were written:",
                          shortened(frameRangeText(lost)), "all frames of the movie"});
+}
+
+/// In the log of a run that didn't begin, or once more at its end: status has the reason from it.
+void noteEnd(std::filesystem::path const& log, UserError const& error) {
+    Progress progress(ProgressMode::kQuiet, 0, standardErrorScreen(), openLog(log));
+    progress.error({error.what(), error.code()});
+    progress.end({0, 0, false, error.code()});
 }
 
 RunOptions runOf(Job const& job, TaskName name) {
@@ -59,6 +67,8 @@ void requireWanted(Job const& job, int submission, TaskCaller const& caller) {
 
 ExitCode runTask(Job const& job, int submission, int task, TaskCaller const& caller) {
     requireWanted(job, submission, caller);
+    TaskName const name{submission, task};
+    Runner const runner(job, name, caller.script);
     std::vector<int> frames = readTask(job, submission, task);
     TaskLog const log = readTaskLog(job.log(submission, task));
     std::erase_if(frames, [&](int frame) {
@@ -67,8 +77,7 @@ ExitCode runTask(Job const& job, int submission, int task, TaskCaller const& cal
                isAsWritten(written->second.file, written->second, true);
     });
     if (frames.empty()) return ExitCode::kDone;
-    TaskName const name{submission, task};
-    Runner const runner(job, name, caller.script);
+    requireWanted(readJob(job.folder), submission, caller);  // files may have been read for long
     return renderFrames(sceneOf(job, frames), runOf(job, name));
 }
 
@@ -78,12 +87,19 @@ ExitCode gatherMovie(Job const& job, int submission, TaskCaller const& caller) {
                                               ": has no movie: `zelk submit` makes one with "
                                               "--movie");
     requireWanted(job, submission, caller);
-    requireFrames(job);
-    Scene const scene = movieSceneOf(job);
-    checkScene(scene);
     TaskName const name{submission, 0};
     Runner const runner(job, name, caller.script);
-    return renderFrames(scene, runOf(job, name));
+    RunOptions const run = runOf(job, name);
+    try {
+        requireFrames(job);
+        Scene const scene = movieSceneOf(job);
+        checkScene(scene);
+        requireWanted(readJob(job.folder), submission, caller);
+        return renderFrames(scene, run);
+    } catch (UserError const& error) {
+        noteEnd(run.log, error);
+        throw;
+    }
 }
 
 }  // namespace zelk

@@ -38,7 +38,9 @@ while :; do
 )sh";
 
 constexpr char const* kRequeue = R"sh(    [ "${SLURM_RESTART_COUNT:-0}" -lt $retries ] || exit $code
-    scontrol requeue "$SLURM_JOB_ID" && sleep 60  # the engine ends this script meanwhile
+    # The plain id of an array's element may stand for the whole array.
+    queued=${SLURM_ARRAY_JOB_ID:+${SLURM_ARRAY_JOB_ID}_$SLURM_ARRAY_TASK_ID}
+    scontrol requeue "${queued:-$SLURM_JOB_ID}" && sleep 60  # the engine ends this script meanwhile
 )sh";
 
 constexpr char const* kEnd = R"sh(    sleep 2
