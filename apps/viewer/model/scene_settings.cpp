@@ -45,7 +45,6 @@ void colorForget(Scene& scene) {
 }
 
 using S = Scene const&;
-constexpr char const* kLook = "Mattes and Lens";
 constexpr char const* kColour = "Colour";
 
 constexpr SceneSetting kSettings[] = {
@@ -77,9 +76,10 @@ constexpr SceneSetting kSettings[] = {
      },
      [](S s) { return std::string(s.comp.motionBlur ? "" : "Only with Motion Blur on."); }},
 
-    {"matte", "Matte", kLook, [](S s) { return matteOf(s.matte); }, forget<&Scene::matte>},
-    {"holdout", "Holdout", kLook, [](S s) { return matteOf(s.holdout); }, forget<&Scene::holdout>},
-    {"st-map", "Lens Map", kLook, [](S s) { return s.stMap ? pathOf(*s.stMap) : ""; },
+    {"matte", "Matte", kPicturesGroup, [](S s) { return matteOf(s.matte); }, forget<&Scene::matte>},
+    {"holdout", "Holdout", kPicturesGroup, [](S s) { return matteOf(s.holdout); },
+     forget<&Scene::holdout>},
+    {"st-map", "Lens Map", kPicturesGroup, [](S s) { return s.stMap ? pathOf(*s.stMap) : ""; },
      forget<&Scene::stMap>},
 
     {"color", "Conversion", kColour, [](S s) { return textOf(wordOf(kColorWords, s.color.isRaw)); },
@@ -97,6 +97,10 @@ constexpr SceneSetting kSettings[] = {
      colorForget<&SceneColor::config>},
 };
 
+constexpr SceneSetting kMissingFrames = {
+    "missing", "Missing Frames", "", [](S s) { return textOf(wordOf(kMissingWords, s.missing)); },
+    [](Scene& s) { s.missing = MissingInput::kStop; }};
+
 /// What helps name by the command line's option.
 constexpr std::pair<std::string_view, std::string_view> kOptionWords[] = {
     {"--over", "a plate"}, {"--size", "a frame size"}, {"--st-map", "a lens map"}};
@@ -104,6 +108,7 @@ constexpr std::pair<std::string_view, std::string_view> kOptionWords[] = {
 }  // namespace
 
 std::span<SceneSetting const> sceneSettings() { return kSettings; }
+SceneSetting const& missingFramesSetting() { return kMissingFrames; }
 
 std::string defaultInHelp(std::string_view help) {
     auto const open = help.rfind('(');
