@@ -5,6 +5,7 @@
 
 #include "apps/viewer/model/opened_file.h"
 #include "apps/viewer/model/scene_inputs.h"
+#include "apps/viewer/typed_field.h"
 #include "zelk/scene/edits.h"
 #include "zelk/text/errors.h"
 
@@ -76,7 +77,7 @@ void FileActs::fillRecent(QMenu& menu) {
         if (action->data().toBool()) menu.removeAction(action);
     QAction* const before = menu.actions().value(0);
     for (fs::path const& file : recent()) {
-        auto* const action = new QAction(textOf(file), &menu);
+        auto* const action = new QAction(plainLabel(textOf(file)), &menu);
         action->setData(true);
         QObject::connect(action, &QAction::triggered, &menu,
                          [this, file] { m_services.attempt([&] { openFile(file); }); });
@@ -124,6 +125,7 @@ void FileActs::revert() {
 }
 
 bool FileActs::save() {
+    takeTypedFields(*m_services.window);
     if (document().file().empty()) return saveAs();
     document().save();
     remember();
@@ -131,6 +133,7 @@ bool FileActs::save() {
 }
 
 bool FileActs::saveAs() {
+    takeTypedFields(*m_services.window);
     QString file =
         m_services.questions.fileToSave("Save As", proposalOf(document()), kProjectFilter);
     if (file.isEmpty()) return false;
@@ -141,6 +144,7 @@ bool FileActs::saveAs() {
 }
 
 bool FileActs::mayLeave() {
+    takeTypedFields(*m_services.window);
     if (!document().isModified()) return true;
     int const answer = m_services.questions.choice(
         "Save the changes to " + titleOf(document()) + "?", {"Save", "Don\u2019t Save"});
