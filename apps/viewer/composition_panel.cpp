@@ -147,7 +147,10 @@ void CompositionPanel::showReadout(QString const& text) {
     auto const fits = [&] {
         return m_readout->fontMetrics().horizontalAdvance(parts.join("   ")) <= m_readout->width();
     };
-    if (!fits() && parts.size() > 2) parts.removeAt(1);
+    auto const isPlace = [](QString const& part) {
+        return part.startsWith("frame") || part.startsWith("layer");
+    };
+    if (!fits() && isPlace(parts.value(1))) parts.removeAt(1);
     if (!fits() && parts.size() > 1) parts.removeFirst();
     m_readout->setText(parts.join("   "));
 }

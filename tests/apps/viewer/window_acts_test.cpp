@@ -1,5 +1,6 @@
 // What the window owes to acts of all kinds: nothing that is typed is lost, nothing that fails ends
 // the program, and everything can be done by keyboard.
+#include <QLabel>
 #include <QLineEdit>
 #include <QMenuBar>
 #include <QMouseEvent>
@@ -61,6 +62,11 @@ TEST_F(WindowActs, WhatIsTypedCountsBeforeAnyOtherAct) {
     QTest::keyClicks(pin, "5");
     QTest::keyClick(pin, Qt::Key_Escape);
     EXPECT_EQ(document().valueOf(kParamToUpperLeft), (KeyValue{12, 34}));
+    canvas().pins().select({kParamToUpperLeft});
+    canvas().typePosition();
+    QTest::keyClicks(window->focusWidget(), "56, 78");
+    window->timeline().view().setFocus();
+    EXPECT_EQ(document().valueOf(kParamToUpperLeft), (KeyValue{56, 78}));
 }
 
 TEST_F(WindowActs, WhatAnEventThrowsIsToldAndNoMore) {
@@ -229,6 +235,39 @@ TEST_F(WindowActs, NoWarningMovesThePicture) {
     choices = {1};  // Don't Save
     window->openFile(path("chelsea.png"));
     EXPECT_TRUE(window->sentences().sentences().empty());
+}
+
+TEST_F(WindowActs, TheReadoutFollowsTheZoom) {
+    QTest::mouseMove(&canvas(), {300, 200});
+    QTest::qWait(0);
+    QLabel const* readout = nullptr;
+    for (QLabel const* const label : window->composition().findChildren<QLabel*>())
+        if (label->accessibleName() == "Pixel under the cursor") readout = label;
+    ASSERT_TRUE(readout);
+    QString const before = readout->text();
+    EXPECT_FALSE(before.isEmpty());
+    QTest::keyClick(window.get(), Qt::Key_Equal, Qt::ControlModifier);
+    PanelPoint const at = canvas().map().toPicture({300, 200});
+    QString const there = QString::asprintf("frame %.1f, %.1f", at.x, at.y);
+    EXPECT_TRUE(readout->text().startsWith(there)) << readout->text().toStdString();
+    EXPECT_FALSE(before.startsWith(there));
+}
+
+TEST_F(WindowActs, NamesAndSearchesAreShownAsTheyAre) {
+    fs::copy(folder.at("move.zelk.json"), folder.at("a&b.zelk.json"));
+    window->openFile(path("a&b.zelk.json"));
+    start();
+    QStringList shown;
+    for (auto const* const button : window->findChildren<QPushButton*>()) shown << button->text();
+    EXPECT_EQ(shown.filter("a&&b.zelk.json").size(), 1);
+    window->openFile(path("move.zelk.json"));
+    auto& search = *window->parameters().findChild<QLineEdit*>("search");
+    search.setText("<b>");
+    auto const* const nothing = window->parameters().findChild<QLabel*>("dim");
+    EXPECT_TRUE(nothing->isVisible());
+    EXPECT_EQ(nothing->text(), "No parameter has \u201c<b>\u201d in its name.");
+    search.setText("scale");
+    EXPECT_FALSE(nothing->isVisible());
 }
 
 /// A layer larger than its plate: pins far out are found, and brought to the frame.
