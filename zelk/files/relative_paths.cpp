@@ -1,7 +1,7 @@
 // Paths between folders; see relative_paths.h.
 #include "zelk/files/relative_paths.h"
 
-#include "zelk/files/absolute_path.h"
+#include "zelk/files/working_folder.h"
 
 namespace zelk {
 
@@ -11,7 +11,7 @@ namespace {
 
 /// Absolute, without a blank name at the end.
 fs::path plainFolder(fs::path const& folder) {
-    fs::path const plain = absolutePath(folder.empty() ? "." : folder).lexically_normal();
+    fs::path const plain = fullPath(folder.empty() ? "." : folder).lexically_normal();
     return plain.has_filename() ? plain : plain.parent_path();
 }
 
@@ -21,7 +21,7 @@ bool isSameFolder(fs::path const& a, fs::path const& b) { return plainFolder(a) 
 
 std::string pathFrom(fs::path const& folder, fs::path const& path, bool mayClimb) {
     fs::path const home = plainFolder(folder);
-    fs::path const there = absolutePath(path).lexically_normal();
+    fs::path const there = fullPath(path).lexically_normal();
     fs::path const relative = there.lexically_relative(home);
     bool const climbs = relative.empty() || *relative.begin() == "..";
     // ".." leaves a linked folder to where the link leads.

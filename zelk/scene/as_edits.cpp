@@ -5,7 +5,7 @@
 
 #include <algorithm>
 
-#include "zelk/files/absolute_path.h"
+#include "zelk/files/working_folder.h"
 #include "zelk/movies/frames.h"
 #include "zelk/scene/clock.h"
 #include "zelk/scene/parameter_names.h"
@@ -30,7 +30,7 @@ std::string typedText(SceneValue const& value) {
 std::string sizeText(PixelSize size) { return fmt::format("{}x{}", size.width, size.height); }
 
 std::string nameOf(ScenePath const& path) {
-    return absolutePath(path.path()).lexically_normal().string();
+    return fullPath(path.path()).lexically_normal().string();
 }
 
 bool isTracked(Scene const& scene, int parameter) {
@@ -216,7 +216,7 @@ std::vector<MadeEdit> editsBesidesFile(Scene const& scene) {
     if (scene.isPlain) edits.push_back({"plain", "on"});
     if (scene.host) edits.push_back({"host", std::string(wordOf(kHostWords, *scene.host))});
     if (!scene.module.empty())
-        edits.push_back({"module", absolutePath(scene.module).lexically_normal().string()});
+        edits.push_back({"module", fullPath(scene.module).lexically_normal().string()});
     if (scene.missing != MissingInput::kStop)
         edits.push_back({"missing", std::string(wordOf(kMissingWords, scene.missing))});
     return edits;

@@ -3,7 +3,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "zelk/files/absolute_path.h"
+#include "zelk/files/working_folder.h"
 #include "zelk/scene/as_edits.h"
 #include "zelk/scene/edits.h"
 #include "zelk/scene/file.h"
@@ -20,7 +20,7 @@ constexpr char const* kSchema = "zelk-hand-over";
 constexpr int kVersion = 1;
 constexpr char const* kUntitled = "untitled.zelk.json";
 
-std::string absoluteText(fs::path const& path) { return absolutePath(path).string(); }
+std::string absoluteText(fs::path const& path) { return fullPath(path).string(); }
 
 UserError unreadable(fs::path const& source) {
     return {ExitCode::kInput, source.string() + ": holds no scene"};

@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "zelk/files/absolute_path.h"
+#include "zelk/files/working_folder.h"
 #include "zelk/movies/codecs.h"
 #include "zelk/scene/as_edits.h"
 #include "zelk/scene/check.h"
@@ -23,7 +23,7 @@ namespace {
 using Edits = std::vector<MadeEdit>;
 
 std::string absoluteText(fs::path const& path) {
-    return absolutePath(path).lexically_normal().string();
+    return fullPath(path).lexically_normal().string();
 }
 
 /// An edit as words of the command line, after a blank each.

@@ -6,8 +6,8 @@
 #include <string>
 #include <system_error>
 
-#include "zelk/files/absolute_path.h"
 #include "zelk/files/text_file.h"
+#include "zelk/files/working_folder.h"
 #include "zelk/text/errors.h"
 
 namespace zelk {
@@ -31,7 +31,7 @@ std::vector<fs::path> RecentFiles::list() const {
 }
 
 void RecentFiles::add(fs::path const& file) {
-    fs::path const own = absolutePath(file).lexically_normal();
+    fs::path const own = fullPath(file).lexically_normal();
     if (own.string().find('\n') != std::string::npos) return;
     auto files = list();
     std::erase(files, own);

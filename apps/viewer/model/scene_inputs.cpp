@@ -5,8 +5,8 @@
 #include <optional>
 #include <utility>
 
-#include "zelk/files/absolute_path.h"
 #include "zelk/files/relative_paths.h"
+#include "zelk/files/working_folder.h"
 #include "zelk/inputs/input_files.h"
 #include "zelk/scene/edits.h"
 #include "zelk/scene/new_comp.h"
@@ -145,7 +145,7 @@ std::vector<MissingFile> missingFiles(Scene const& scene) {
 }
 
 fs::path foundIn(fs::path const& folder, MissingFile const& missing) {
-    fs::path const full = absolutePath(missing.file).lexically_normal();
+    fs::path const full = fullPath(missing.file).lexically_normal();
     std::vector<fs::path> const parts(full.begin(), full.end());
     for (std::size_t first = 1; first < parts.size(); ++first) {
         fs::path candidate = folder;

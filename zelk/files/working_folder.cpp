@@ -1,5 +1,5 @@
-// See absolute_path.h.
-#include "zelk/files/absolute_path.h"
+// See working_folder.h.
+#include "zelk/files/working_folder.h"
 
 #include <system_error>
 
@@ -17,7 +17,7 @@ fs::path const kStartFolder = [] {
 
 }  // namespace
 
-fs::path absolutePath(fs::path const& path) {
+fs::path fullPath(fs::path const& path) {
     std::error_code isGone;
     fs::path full = fs::absolute(path, isGone);
     return isGone ? kStartFolder / path : full;
