@@ -22,10 +22,11 @@
 namespace zelk {
 
 /// One of them, with its words. A nested one comes after the command that its path starts with.
-using Command = std::variant<RenderCommand, ParamsCommand, ProjectNewCommand, ProjectShowCommand,
-                             ProjectCheckCommand, ProjectImportTrackCommand, OverlayCommand,
-                             DragCommand, TrackCommand, TrackConvertCommand, FiltersCommand,
-                             MapCommand, SubmitCommand, SubmitStatusCommand, SubmitResumeCommand,
-                             SubmitCancelCommand, SubmitTaskCommand, SubmitMovieCommand, ViewCommand>;
+using Command =
+    std::variant<RenderCommand, ParamsCommand, ProjectNewCommand, ProjectShowCommand,
+                 ProjectCheckCommand, ProjectImportTrackCommand, OverlayCommand, DragCommand,
+                 TrackCommand, TrackConvertCommand, FiltersCommand, MapCommand, SubmitCommand,
+                 SubmitStatusCommand, SubmitResumeCommand, SubmitCancelCommand, SubmitBeginCommand,
+                 SubmitTaskCommand, SubmitMovieCommand, ViewCommand>;
 
 }  // namespace zelk

@@ -70,7 +70,8 @@ void RenderCommand::addOptions(CLI::App& app) {
     m_scene.add(add, {"road", "grow", "filter", "taps", "edges", "feather", "choke", "frames"});
     add.text("Time", "--project", m_project, "FILE",
              "Layer, plate, output, frames and keyframed parameters; options override it");
-    m_scene.add(add, {"motion-blur", "shutter", "rate", "first-frame", "codec", "quality-level"});
+    m_scene.add(
+        add, {"motion-blur", "shutter", "rate", "first-frame", "codec", "quality-level", "sound"});
     add.text("Sequence", "--in-flight", m_inFlight, "N", "Frames held at a time (3)");
     m_scene.add(add, "missing");
     add.text("Sequence", "--progress", m_progress, "MODE",

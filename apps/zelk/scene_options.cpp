@@ -57,6 +57,7 @@ constexpr SceneOption kOptions[] = {
     {"first-frame", "Time"},
     {"codec", "Movies"},
     {"quality-level", "Movies"},
+    {"sound", "Movies"},
     {"missing", "Sequence"},
     {"opacity", "Compositing"},
     {"transfer", "Compositing"},

@@ -8,6 +8,7 @@
 
 #include "apps/zelk/history.h"
 #include "apps/zelk/render_command.h"
+#include "zelk/files/relative_paths.h"
 #include "zelk/files/standard_output.h"
 #include "zelk/jobs/submission.h"
 #include "zelk/scene/edits.h"
@@ -135,8 +136,8 @@ std::optional<JobMovie> SubmitCommand::movie() const {
     Scene scene;
     if (m_codec) sceneEdit("codec").apply(scene, "--codec", *m_codec);
     if (m_quality) sceneEdit("quality-level").apply(scene, "--quality-level", *m_quality);
-    return JobMovie{fs::absolute(required(*m_movie, "--movie", "a file")).lexically_normal(),
-                    scene.codec, scene.codecQuality};
+    return JobMovie{absolutePath(required(*m_movie, "--movie", "a file")), scene.codec,
+                    scene.codecQuality};
 }
 
 Job SubmitCommand::job(Invocation const& how) const {
@@ -144,6 +145,9 @@ Job SubmitCommand::job(Invocation const& how) const {
     Job job;
     if (!m_engine) throw missing("--engine", listOf(wordsOf(kEngineWords)));
     job.engine = pick(kEngineWords, "--engine", *m_engine);
+    if (!m_engineOptions.empty() && job.engine != EngineKind::kSlurm)
+        throw UserError(ExitCode::kUsage,
+                        "--engine-option is a word for sbatch: give it with --engine slurm");
     job.engineOptions = m_engineOptions;
     job.history = renderHistory(how.words);
     job.program = fs::read_symlink("/proc/self/exe");

@@ -4,6 +4,7 @@
 #include "apps/zelk/submit_command.h"
 #include "zelk/files/standard_output.h"
 #include "zelk/jobs/job_state.h"
+#include "zelk/jobs/runners.h"
 #include "zelk/jobs/submission.h"
 #include "zelk/jobs/task.h"
 #include "zelk/text/numbers.h"
@@ -84,8 +85,52 @@ ExitCode SubmitCancelCommand::run(Invocation const&) {
     return ExitCode::kDone;
 }
 
+void TaskOptions::add(OptionAdder const& add) {
+    add.text("Farm", "SUBMISSION", m_submission, "", "1, or more after a resume");
+    add.text("Farm", "--job-id", m_jobId, "ID",
+             "The id of the job that the engine was given; another one is refused");
+    add.text("Farm", "--script", m_script, "PROCESS",
+             "The script that starts this, and that the work lasts as long as");
+}
+
+TaskCaller TaskOptions::caller() const {
+    constexpr int kMostProcess = 1 << 22;
+    TaskCaller caller{m_jobId, {}};
+    if (m_script) caller.script = processOf(wholeInRange("--script", *m_script, 1, kMostProcess));
+    return caller;
+}
+
+int TaskOptions::submission() const {
+    constexpr int kMost = 1000000000;
+    return wholeInRange("SUBMISSION", m_submission.value_or(""), 1, kMost);
+}
+
+CommandInfo const SubmitBeginCommand::kInfo = {
+    "submit begin", "Note that a script starts all tasks of a job, as its run.sh does",
+    "JOB SUBMISSION --script PROCESS [OPTIONS]",
+    "The job is at work as long as the process lives.\n"
+    "\n"
+    "Examples:\n"
+    "  zelk submit begin comp.zelk-job 1 --script $$\n"};
+
+void SubmitBeginCommand::addOptions(CLI::App& app) {
+    OptionAdder const add(app);
+    m_folder.add(add);
+    m_options.add(add);
+}
+
+ExitCode SubmitBeginCommand::run(Invocation const&) {
+    Job const job = readJob(m_folder.path());
+    TaskCaller const caller = m_options.caller();
+    int const submission = m_options.submission();
+    if (!caller.script) throw missing("--script", "the id of a process that runs");
+    requireWanted(job, submission, caller);
+    noteScript(job, submission, *caller.script);
+    return ExitCode::kDone;
+}
+
 CommandInfo const SubmitTaskCommand::kInfo = {
-    "submit task", "Render one task of a job, as its engine does", "JOB SUBMISSION TASK",
+    "submit task", "Render one task of a job, as its engine does", "JOB SUBMISSION TASK [OPTIONS]",
     "Frames that an earlier run of the task has written are left out.\n"
     "\n"
     "Examples:\n"
@@ -94,26 +139,37 @@ CommandInfo const SubmitTaskCommand::kInfo = {
 void SubmitTaskCommand::addOptions(CLI::App& app) {
     OptionAdder const add(app);
     m_folder.add(add);
-    add.text("Farm", "SUBMISSION", m_submission, "", "1, or more after a resume");
+    m_options.add(add);
     add.text("Farm", "TASK", m_task, "", "From 1: the line of tasks-SUBMISSION.txt");
 }
 
 ExitCode SubmitTaskCommand::run(Invocation const&) {
     constexpr int kMost = 1000000000;
     Job const job = readJob(m_folder.path());
-    int const submission = wholeInRange("SUBMISSION", m_submission.value_or(""), 1, kMost);
-    return runTask(job, submission, wholeInRange("TASK", m_task.value_or(""), 1, kMost));
+    int const submission = m_options.submission();
+    int const task = wholeInRange("TASK", m_task.value_or(""), 1, kMost);
+    return runTask(job, submission, task, m_options.caller());
 }
 
 CommandInfo const SubmitMovieCommand::kInfo = {
-    "submit movie", "Gather the frames of a job to its movie, as its engine does", "JOB",
+    "submit movie", "Gather the frames of a job to its movie, as its engine does",
+    "JOB [SUBMISSION] [OPTIONS]",
+    "Without SUBMISSION it is the job's last one.\n"
+    "\n"
     "Examples:\n"
     "  zelk submit movie comp.zelk-job\n"};
 
-void SubmitMovieCommand::addOptions(CLI::App& app) { m_folder.add(OptionAdder(app)); }
+void SubmitMovieCommand::addOptions(CLI::App& app) {
+    OptionAdder const add(app);
+    m_folder.add(add);
+    m_options.add(add);
+}
 
 ExitCode SubmitMovieCommand::run(Invocation const&) {
-    return gatherMovie(readJob(m_folder.path()));
+    Job const job = readJob(m_folder.path());
+    bool const isNamed = m_options.submissionText() || job.submissions.empty();
+    int const submission = isNamed ? m_options.submission() : job.submissions.back().number;
+    return gatherMovie(job, submission, m_options.caller());
 }
 
 }  // namespace zelk

@@ -1,4 +1,5 @@
-// `zelk submit status | resume | cancel`, and what engines call: `task` and `movie`.
+// `zelk submit status | resume | cancel`, and what scripts and engines call: `begin`, `task` and
+// `movie`.
 #pragma once
 
 #include <filesystem>
@@ -7,6 +8,7 @@
 
 #include "apps/zelk/command.h"
 #include "apps/zelk/option_adder.h"
+#include "zelk/jobs/task.h"
 
 namespace zelk {
 
@@ -51,6 +53,29 @@ private:
     JobFolder m_folder;
 };
 
+/// How scripts and engines start a task.
+class TaskOptions {
+public:
+    void add(OptionAdder const& add);
+    TaskCaller caller() const;
+    /// Throws a usage error for one that was left out.
+    int submission() const;
+    std::optional<std::string> const& submissionText() const { return m_submission; }
+
+private:
+    std::optional<std::string> m_submission, m_jobId, m_script;
+};
+
+struct SubmitBeginCommand {
+    static CommandInfo const kInfo;
+    void addOptions(CLI::App& app);
+    ExitCode run(Invocation const& how);
+
+private:
+    JobFolder m_folder;
+    TaskOptions m_options;
+};
+
 struct SubmitTaskCommand {
     static CommandInfo const kInfo;
     void addOptions(CLI::App& app);
@@ -58,7 +83,8 @@ struct SubmitTaskCommand {
 
 private:
     JobFolder m_folder;
-    std::optional<std::string> m_submission, m_task;
+    TaskOptions m_options;
+    std::optional<std::string> m_task;
 };
 
 struct SubmitMovieCommand {
@@ -68,6 +94,7 @@ struct SubmitMovieCommand {
 
 private:
     JobFolder m_folder;
+    TaskOptions m_options;
 };
 
 }  // namespace zelk

@@ -105,7 +105,7 @@ void ViewCommand::addOptions(CLI::App& app) {
     add.text("Time", "--project", m_project, "FILE",
              "A project below the options, where FILE is another layer");
     m_scene.add(add, {"motion-blur", "shutter", "rate", "first-frame", "codec", "quality-level",
-                      "missing"});
+                      "sound", "missing"});
     m_scene.add(add, {"opacity", "transfer", "source-opacity", "mode", "matte", "holdout"});
     m_scene.add(add, {"layer-color", "plate-color", "output-color", "work-color", "ocio", "color"});
     m_scene.add(add, {"orientation", "overscan", "channels", "plain", "host", "module"});

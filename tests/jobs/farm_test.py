@@ -23,6 +23,8 @@ import sys
 import tempfile
 import time
 
+if len(sys.argv) != 3:
+    sys.exit("usage: farm_test.py ZELK PICTURE")
 ZELK = os.path.abspath(sys.argv[1])
 LAYER = os.path.abspath(sys.argv[2])
 FRAMES = 200

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <filesystem>
 #include <optional>
+#include <string>
+#include <string_view>
 
 namespace zelk {
 
@@ -12,6 +14,10 @@ struct FileSum {
     std::uint32_t crc32 = 0;  ///< as zlib has it
     bool operator==(FileSum const&) const = default;
 };
+
+/// A checksum as logs and journals have it, eight hexadecimal digits, and back.
+std::string sumText(std::uint32_t crc32);
+std::optional<std::uint32_t> sumNamed(std::string_view text);
 
 /// Reads the file; nothing where that fails.
 std::optional<FileSum> sumOf(std::filesystem::path const& file);

@@ -90,6 +90,12 @@ ProcessTag thisProcess() {
     return {thisMachine(), ::getpid(), stateOf(::getpid()).value_or(ProcessState()).start};
 }
 
+std::optional<ProcessTag> processOf(pid_t id) {
+    auto const state = stateOf(id);
+    if (!state || state->hasEnded) return std::nullopt;
+    return ProcessTag{thisMachine(), id, state->start};
+}
+
 std::string hostName() {
     std::array<char, 256> name{};
     ::gethostname(name.data(), name.size() - 1);

@@ -28,6 +28,8 @@ struct ProcessTag {
 };
 
 ProcessTag thisProcess();
+/// Of another process of this machine; nothing where /proc shows none.
+std::optional<ProcessTag> processOf(pid_t id);
 std::string hostName();
 
 /// kUnknown is a process of which nothing but the age of its files is known: one of another

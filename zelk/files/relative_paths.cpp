@@ -1,6 +1,8 @@
 // Paths between folders; see relative_paths.h.
 #include "zelk/files/relative_paths.h"
 
+#include <algorithm>
+
 #include "zelk/files/working_folder.h"
 
 namespace zelk {
@@ -16,6 +18,12 @@ fs::path plainFolder(fs::path const& folder) {
 }
 
 }  // namespace
+
+fs::path absolutePath(fs::path const& path) {
+    fs::path const whole = fullPath(path);
+    bool const goesUp = std::find(whole.begin(), whole.end(), "..") != whole.end();
+    return goesUp ? whole : whole.lexically_normal();
+}
 
 bool isSameFolder(fs::path const& a, fs::path const& b) { return plainFolder(a) == plainFolder(b); }
 

@@ -1,10 +1,14 @@
-// Paths as they are written in a file: relative to the folder that the file stands in.
+// Paths as they are written in a file: absolute, or relative to the folder that the file stands in.
 #pragma once
 
 #include <filesystem>
 #include <string>
 
 namespace zelk {
+
+/// Absolute and plain. With a step up, "..", the text stays as it is: from a linked folder it leads
+/// to where the link leads.
+std::filesystem::path absolutePath(std::filesystem::path const& path);
 
 /// Whether two folders, as the working folder sees them, are one by their names.
 bool isSameFolder(std::filesystem::path const& a, std::filesystem::path const& b);

@@ -2,6 +2,7 @@
 // by a file that it takes. engines.h has the table.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -24,9 +25,10 @@ struct Engine {
     /// Whether it can be reached at all; before anything is rendered or written.
     void (*require)(Job const& job);
     /// Takes the submission's tasks, and the movie after them and after `before`, the engine's
-    /// names of what still runs; fills in its own names.
-    void (*handOver)(Job const& job, Submission& submission,
-                     std::vector<std::string> const& before);
+    /// names of what still runs; fills in its own names, and has the record written with each one
+    /// as soon as it is known.
+    void (*handOver)(Job const& job, Submission& submission, std::vector<std::string> const& before,
+                     std::function<void()> const& record);
     /// A line or several of what handOver would do.
     std::string (*plan)(Job const& job, Submission const& submission);
     /// What it has of all submissions.

@@ -4,9 +4,11 @@
 #include <fmt/format.h>
 
 #include <nlohmann/json.hpp>
+#include <random>
 #include <sstream>
 
 #include "zelk/files/frame_names.h"
+#include "zelk/files/relative_paths.h"
 #include "zelk/files/text_file.h"
 #include "zelk/text/errors.h"
 #include "zelk/text/json_text.h"
@@ -21,7 +23,7 @@ using Ordered = nlohmann::ordered_json;
 using Json = nlohmann::json;
 
 constexpr char const* kSchema = "zelk-job";
-constexpr int kVersion = 1;
+constexpr int kVersion = 2;
 
 Ordered submissionJson(Submission const& submission) {
     Ordered json = {{"number", submission.number}, {"tasks", submission.tasks}};
@@ -29,6 +31,7 @@ Ordered submissionJson(Submission const& submission) {
         json["arrays"].push_back(
             {{"id", array.id}, {"offset", array.offset}, {"count", array.count}});
     if (!submission.movieId.empty()) json["movieId"] = submission.movieId;
+    json["over"] = submission.isOver;
     return json;
 }
 
@@ -39,6 +42,7 @@ Submission submissionOf(Json const& json) {
     for (Json const& array : json.value("arrays", Json::array()))
         submission.arrays.push_back({array.at("id"), array.at("offset"), array.at("count")});
     submission.movieId = json.value("movieId", "");
+    submission.isOver = json.at("over");
     return submission;
 }
 
@@ -59,12 +63,13 @@ JobMovie movieOf(Json const& json) {
 
 /// Throws the library's exceptions for a key that is missing or of another kind.
 void read(Json const& json, Job& job) {
+    job.id = json.at("id");
+    job.output = json.at("output").get<std::string>();
     job.history = json.at("command");
     job.program = json.at("program").get<std::string>();
     job.engine = pick(kEngineWords, "engine", json.at("engine").get<std::string>());
     job.engineOptions = json.at("engineOptions").get<std::vector<std::string>>();
     job.frames = json.at("frames");
-    job.kept = json.at("kept");
     job.framesPerTask = json.at("framesPerTask");
     job.secondsPerFrame = json.at("secondsPerFrame");
     job.threads = json.at("threads");
@@ -91,9 +96,6 @@ UserError noTask(Job const& job, int submission, int task) {
 std::string Job::name() const { return folder.stem().string(); }
 fs::path Job::log(int submission, int task) const {
     return logs() / fmt::format("{}-{}.jsonl", submission, task);
-}
-fs::path Job::runner(int submission, int task) const {
-    return folder / "running" / fmt::format("{}-{}", submission, task);
 }
 fs::path Job::tasks(int submission) const {
     return folder / fmt::format("tasks-{}.txt", submission);
@@ -124,13 +126,14 @@ fs::path jobFolderOf(fs::path const& output) {
     std::string stem = name.substr(0, name.find_first_of("#@%$"));
     while (!stem.empty() && std::string_view("._- ").find(stem.back()) != std::string_view::npos)
         stem.pop_back();
-    return fs::absolute(beside / ((stem.empty() ? "frames" : stem) + std::string(kJobEnding)))
-        .lexically_normal();
+    return absolutePath(beside / ((stem.empty() ? "frames" : stem) + std::string(kJobEnding)));
 }
+
+std::string newJobId() { return fmt::format("{:08x}", std::random_device()()); }
 
 Job readJob(fs::path const& folder) {
     Job job;
-    job.folder = fs::absolute(folder).lexically_normal();
+    job.folder = absolutePath(folder);
     if (!job.folder.has_filename()) job.folder = job.folder.parent_path();
     if (!fs::exists(job.file()))
         throw UserError(ExitCode::kInput, folder.string() +
@@ -154,12 +157,13 @@ Job readJob(fs::path const& folder) {
 void writeJob(Job const& job) {
     Ordered json = {{"schema", kSchema},
                     {"version", kVersion},
+                    {"id", job.id},
+                    {"output", job.output.string()},
                     {"command", job.history},
                     {"program", job.program.string()},
                     {"engine", wordOf(kEngineWords, job.engine)},
                     {"engineOptions", job.engineOptions},
                     {"frames", job.frames},
-                    {"kept", job.kept},
                     {"framesPerTask", job.framesPerTask},
                     {"secondsPerFrame", job.secondsPerFrame},
                     {"threads", job.threads},

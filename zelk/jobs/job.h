@@ -4,11 +4,14 @@
 //     job.json          this record
 //     scene.zelk.json   the scene as it was submitted: absolute paths, tracks as keyframes
 //     tasks-1.txt       frames of the first submission, a line a task; resume adds tasks-2.txt ...
-//     task.sh           what an engine starts: SUBMISSION TASK, or `movie`
-//     logs/1-7.jsonl    events of a task's runs; 0-0.jsonl of the frames that were timed
-//     running/1-7       who works on a task, while it does
+//     task.sh           what an engine starts: ID SUBMISSION TASK, the movie is task 0
+//     logs/1-7.jsonl    events of a task's runs, 1-0.jsonl of the movie's; 0-0.jsonl of the frames
+//                       that were timed; kept.jsonl has the frames that were whole before
+//     running/          who works on it (zelk/jobs/runners.h)
 //
-// Only submit, resume and cancel write the record, whole or not at all; tasks only read it.
+// Only submit, resume and cancel write the record, whole or not at all, one of them at a time
+// (zelk/jobs/job_lock.h); tasks only read it. A job that stands elsewhere has a link beside its
+// output, so that each job of an output is found there.
 #pragma once
 
 #include <cstdint>
@@ -41,6 +44,7 @@ struct Submission {
     int tasks = 0;
     std::vector<EngineArray> arrays;
     std::string movieId;  ///< of the engine; empty for none
+    bool isOver = false;  ///< cancelled, or a later one took its place: its tasks are refused
 };
 
 struct JobMovie {
@@ -51,12 +55,13 @@ struct JobMovie {
 
 struct Job {
     std::filesystem::path folder;  ///< absolute; not part of the record
+    std::string id;  ///< at random; engines' tasks say it, and those of a replaced job are refused
+    std::filesystem::path output;  ///< of the frames; absolute
     std::string history;           ///< the render as a command line, for the files' metadata
     std::filesystem::path program;
     EngineKind engine = EngineKind::kSlurm;
     std::vector<std::string> engineOptions;  ///< further words for the engine's own program
     std::string frames;                      ///< asked for, as a list
-    std::string kept;  ///< of them those that were whole before and stay; may be empty
     int framesPerTask = 1;
     double secondsPerFrame = 0;  ///< as timed or told; 0 when nobody knows
     int threads = 1;             ///< a task's
@@ -74,8 +79,9 @@ struct Job {
     std::filesystem::path scene() const { return folder / "scene.zelk.json"; }
     std::filesystem::path script() const { return folder / "task.sh"; }
     std::filesystem::path logs() const { return folder / "logs"; }
+    std::filesystem::path keptLog() const { return logs() / "kept.jsonl"; }
+    std::filesystem::path running() const { return folder / "running"; }
     std::filesystem::path log(int submission, int task) const;
-    std::filesystem::path runner(int submission, int task) const;
     std::filesystem::path tasks(int submission) const;
     RunOptions runOptions() const;
 };
@@ -85,6 +91,9 @@ inline constexpr std::string_view kJobEnding = ".zelk-job";
 /// The job of an output that may have a frame mark: beside it, "comp.zelk-job" of "comp.####.exr";
 /// where a folder has the mark, beside that folder.
 std::filesystem::path jobFolderOf(std::filesystem::path const& output);
+
+/// Eight hexadecimal digits.
+std::string newJobId();
 
 /// Throws an input error for a folder that is no job's, naming the place of what can't be read.
 Job readJob(std::filesystem::path const& folder);

@@ -8,6 +8,8 @@
 #include <set>
 
 #include "zelk/files/frame_names.h"
+#include "zelk/files/relative_paths.h"
+#include "zelk/movies/probe.h"
 #include "zelk/render/frame_stages.h"
 #include "zelk/render/host_errors.h"
 #include "zelk/render/setup.h"
@@ -27,12 +29,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// A step up from a link leads elsewhere than the text tells: such a path stays as it is.
-void makeAbsolute(ScenePath& path) {
-    fs::path const whole = fs::absolute(path.path());
-    bool const goesUp = std::find(whole.begin(), whole.end(), "..") != whole.end();
-    path = {(goesUp ? whole : whole.lexically_normal()).string(), {}};
-}
+void makeAbsolute(ScenePath& path) { path = {absolutePath(path.path()).string(), {}}; }
 
 void makeAbsolute(SceneInput& input) {
     if (!input.buffer) makeAbsolute(input.file);
@@ -64,16 +61,27 @@ Comp settledComp(FrameStages const& stages, std::vector<int> const& frames) {
     return comp;
 }
 
+WrittenFile keptFile(fs::path const& file, Journal& journal) {
+    WrittenFile kept{file, 0, std::nullopt};
+    std::error_code fault;
+    kept.bytes = fs::file_size(file, fault);
+    auto const known = journal.find(file);
+    if (known && known->bytes == kept.bytes) kept.crc32 = known->crc32;
+    return kept;
+}
+
 /// Those of `frames` to be rendered; those that are whole go to `kept`.
 std::vector<int> framesTodo(FrameStages const& stages, std::vector<int> const& frames,
-                            WholeFrames& whole, std::vector<int>& kept) {
+                            WholeFrames& whole, Journal& journal,
+                            std::map<int, WrittenFile>& kept) {
     SceneFiles const& files = stages.files();
     std::set<fs::path> done;
     Schedule const schedule = scheduleOf(stages.scene(), files, frames, [&](fs::path const& file) {
         return whole.isWhole(file) && done.insert(file).second;
     });
     for (int const frame : frames)
-        if (done.contains(files.output.pathOf(frame))) kept.push_back(frame);
+        if (fs::path const file = files.output.pathOf(frame); done.contains(file))
+            kept[frame] = keptFile(file, journal);
     if (!schedule.missingFrame) return schedule.frames;
     auto const [file, why] =
         files.missingOf(*schedule.missingFrame).missing(*schedule.missingFrame);
@@ -92,10 +100,10 @@ FrozenScene frozenScene(Scene const& asked, RunOptions const& run) {
         stages.begin(frames);
         Journal journal;
         WholeFrames whole(run.skipExisting, &journal, [&] { return stages.outputSize(); });
-        frozen.todo = framesTodo(stages, frames, whole, frozen.kept);
+        frozen.todo = framesTodo(stages, frames, whole, journal, frozen.kept);
         Comp const comp = settledComp(stages, frames);
         std::set<int> has(frozen.todo.begin(), frozen.todo.end());
-        has.insert(frozen.kept.begin(), frozen.kept.end());
+        for (auto const& [frame, file] : frozen.kept) has.insert(frame);
         std::erase_if(frames, [&](int frame) { return !has.contains(frame); });
         checkOutputsAreNoInputs(stages.scene(), run, stages.files(), frames);
         frozen.scene = stages.settledScene();
@@ -106,17 +114,6 @@ FrozenScene frozenScene(Scene const& asked, RunOptions const& run) {
         anchor(frozen.scene);
         return frozen;
     });
-}
-
-std::map<std::string, std::string> editsOf(Scene const& scene) {
-    std::map<std::string, std::string> edits;
-    if (scene.missing != MissingInput::kStop)
-        edits["missing"] = wordOf(kMissingWords, scene.missing);
-    if (scene.road) edits["road"] = wordOf(kRoadWords, *scene.road);
-    if (scene.host) edits["host"] = wordOf(kHostWords, *scene.host);
-    if (!scene.module.empty()) edits["module"] = fs::absolute(scene.module).string();
-    if (scene.isPlain) edits["plain"] = "on";
-    return edits;
 }
 
 Scene sceneOf(Job const& job, std::vector<int> const& frames) {
@@ -141,6 +138,12 @@ Scene movieSceneOf(Job const& job) {
     edit("view", "original");
     if (job.movie->codec) edit("codec", *job.movie->codec);
     if (job.movie->quality) edit("quality-level", fmt::format("{}", *job.movie->quality));
+    // A movie's frames have the numbers that they had for the job's.
+    scene.movieStart = frozen.movieStart;
+    SceneFiles const files(frozen);
+    for (InputFiles const* input : {files.plate ? &*files.plate : nullptr, &files.layer})
+        if (input && input->movieFacts() && !soundCodecsOf(input->name()).empty() && !scene.sound)
+            edit("sound", input->name());
     if (frozen.color.isRaw) edit("color", "raw");
     if (frozen.color.output) edit("layer-color", *frozen.color.output);
     if (frozen.color.config) edit("ocio", frozen.color.config->path().string());

@@ -10,25 +10,22 @@
 #include <vector>
 
 #include "zelk/jobs/job.h"
+#include "zelk/jobs/task_log.h"
 #include "zelk/scene/scene.h"
 
 namespace zelk {
 
 struct FrozenScene {
     Scene scene;
-    std::vector<int> frames;  ///< that are asked for and have their inputs, in their order
-    std::vector<int> todo;    ///< those of them to be rendered
-    std::vector<int> kept;    ///< those that run.skipExisting leaves out
+    std::vector<int> frames;          ///< that are asked for and have their inputs, in their order
+    std::vector<int> todo;            ///< those of them to be rendered
+    std::map<int, WrittenFile> kept;  ///< those that run.skipExisting leaves out
 };
 
 /// `scene` settled for its frames, with absolute paths and, where it names none, the OpenColorIO
 /// configuration of the environment. Loads the module and opens the first inputs; throws what a
 /// render would, and an input error for any input that is not there.
 FrozenScene frozenScene(Scene const& scene, RunOptions const& run);
-
-/// What a project file has no place for, as edits by name: "missing", "road", "host", "module",
-/// "plain".
-std::map<std::string, std::string> editsOf(Scene const& scene);
 
 /// The job's scene for these frames.
 Scene sceneOf(Job const& job, std::vector<int> const& frames);

@@ -2,24 +2,17 @@
 #include "zelk/jobs/job_state.h"
 
 #include <fmt/format.h>
-#include <signal.h>
 
 #include <algorithm>
-#include <fstream>
 #include <nlohmann/json.hpp>
 #include <set>
 
 #include "zelk/files/frame_names.h"
-#include "zelk/files/process_tag.h"
 #include "zelk/jobs/engines.h"
-#include "zelk/jobs/task.h"
-#include "zelk/jobs/task_log.h"
-#include "zelk/scene/file.h"
-#include "zelk/scene/inputs.h"
-#include "zelk/sequence/journal.h"
+#include "zelk/jobs/job_logs.h"
+#include "zelk/jobs/runners.h"
 #include "zelk/text/errors.h"
 #include "zelk/text/json_text.h"
-#include "zelk/text/numbers.h"
 
 namespace zelk {
 
@@ -27,168 +20,124 @@ namespace fs = std::filesystem;
 
 namespace {
 
-struct TaskName {
-    int submission = 0, task = 0;
-    auto operator<=>(TaskName const&) const = default;
-};
-
-/// "1-7" of a log or a runner.
-std::optional<TaskName> taskNamed(std::string const& stem) {
-    auto const bar = stem.find('-');
-    if (bar == stem.npos) return std::nullopt;
-    auto const submission = parseWhole(stem.substr(0, bar)),
-               task = parseWhole(stem.substr(bar + 1));
-    if (!submission || !task) return std::nullopt;
-    return TaskName{*submission, *task};
-}
-
-std::vector<fs::path> filesIn(fs::path const& folder) {
-    std::vector<fs::path> files;
-    std::error_code fault;
-    for (fs::directory_iterator entry(folder, fault), end; !fault && entry != end;
-         entry.increment(fault))
-        files.push_back(entry->path());
-    std::sort(files.begin(), files.end());
-    return files;
-}
-
-/// Who works on a task by its own file; dead ones are none.
-std::map<TaskName, ProcessTag> runnersOf(Job const& job) {
-    std::map<TaskName, ProcessTag> runners;
-    for (fs::path const& file : filesIn(job.folder / "running")) {
-        std::string text;
-        std::getline(std::ifstream(file), text);
-        auto const name = taskNamed(file.filename().string());
-        auto const tag = ProcessTag::at(text);
-        if (name && tag && lifeOf(*tag) != Life::kDead) runners[*name] = *tag;
-    }
-    return runners;
-}
-
 using Stages = std::map<TaskName, EngineTask::Stage>;
 
-/// Tasks that somebody has. What runs on machines that can't be asked is the engine's to know: a
-/// runner of an engine with a queue counts where that has the task too.
-Stages stagesOf(Job const& job, JobState& state) {
+/// The movie has one name, whichever submission it is of.
+TaskName nameOf(int submission, int task) {
+    return task == 0 ? TaskName{} : TaskName{submission, task};
+}
+
+/// Tasks that somebody has, and submissions whose scripts are at work. What runs on machines that
+/// can't be asked is the engine's to know: a runner of an engine with a queue counts where that has
+/// the task too.
+Stages stagesOf(Job const& job, JobState& state, std::set<int>& scripts) {
     Stages stages;
     for (EngineTask const& task : engineOf(job.engine).tasks(job)) {
         ++state.engineTasks[task.word + (task.reason.empty() ? "" : " (" + task.reason + ")")];
         if (task.stage == EngineTask::Stage::kEnded) continue;
-        TaskName const name = task.task == 0 ? TaskName{} : TaskName{task.submission, task.task};
+        TaskName const name = nameOf(task.submission, task.task);
         stages[name] = std::max(stages[name], task.stage);
     }
-    for (auto const& [name, tag] : runnersOf(job)) {
-        bool const isLocal = lifeOf(tag) == Life::kAlive;
-        if (isLocal || job.engine != EngineKind::kSlurm) stages[name] = EngineTask::Stage::kRunning;
+    for (Running const& running : runnersOf(job)) {
+        if (!running.isHere && job.engine == EngineKind::kSlurm) continue;
+        if (running.task)
+            stages[nameOf(running.submission, *running.task)] = EngineTask::Stage::kRunning;
+        else
+            scripts.insert(running.submission);
     }
     return stages;
 }
 
-struct Logs {
-    std::map<int, WrittenFrame> written;
-    std::map<int, std::string> failed;
-    std::map<TaskName, std::string> ends;
-    std::string movieEnd;
-    double seconds = 0;
-    std::size_t timed = 0;
+/// A submission's tasks, read once.
+class TaskLists {
+public:
+    explicit TaskLists(Job const& job) : m_job(job) {}
+    std::vector<std::vector<int>> const& of(int submission) {
+        auto const known = m_tasks.find(submission);
+        if (known != m_tasks.end()) return known->second;
+        return m_tasks[submission] = readTasks(m_job, submission);
+    }
+
+private:
+    Job const& m_job;
+    std::map<int, std::vector<std::vector<int>>> m_tasks;
 };
 
-Logs logsOf(Job const& job, JobState& state) {
-    Logs all;
-    std::vector<std::pair<TaskName, fs::path>> files;
-    for (fs::path const& file : filesIn(job.logs())) {
-        if (file.filename() == "movie.jsonl") all.movieEnd = readTaskLog(file).end;
-        auto const name = taskNamed(file.stem().string());
-        if (name && file.extension() == ".jsonl") files.push_back({*name, file});
-    }
-    std::sort(files.begin(), files.end());  // a later submission's word counts
-    for (auto const& [name, file] : files) {
-        TaskLog log = readTaskLog(file);
-        for (auto const& [frame, written] : log.written) {
-            all.written[frame] = written;
-            all.failed.erase(frame);
+/// What a script will still start, or an engine that can't be asked was given: tasks that have not
+/// come to an end, and the movie.
+void addHandedTasks(Job const& job, std::set<int> const& scripts, JobLogs const& logs,
+                    std::set<int> const& done, TaskLists& lists, Stages& stages) {
+    for (Submission const& submission : job.submissions) {
+        bool const isHanded =
+            job.engine == EngineKind::kOpenJd || scripts.contains(submission.number);
+        if (submission.isOver || !isHanded) continue;
+        auto const& tasks = lists.of(submission.number);
+        for (std::size_t i = 0; i < tasks.size(); ++i) {
+            TaskName const name{submission.number, static_cast<int>(i) + 1};
+            bool const isLeft = !logs.ended.contains(name) &&
+                                !std::all_of(tasks[i].begin(), tasks[i].end(),
+                                             [&](int frame) { return done.contains(frame); });
+            if (isLeft) stages.try_emplace(name, EngineTask::Stage::kWaiting);
         }
-        for (auto const& [frame, why] : log.failed) all.failed[frame] = why;
-        if (!log.end.empty()) all.ends[name] = log.end;
-        all.seconds += log.seconds;
-        all.timed += log.timed;
-        state.peakBytes = std::max(state.peakBytes, log.peakBytes);
+        if (job.movie && !logs.ended.contains({submission.number, 0}))
+            stages.try_emplace(TaskName{}, EngineTask::Stage::kWaiting);
     }
-    return all;
 }
 
 /// Frames of live tasks, and why those of ended ones were left.
-void readFramesOfTasks(Job const& job, Stages const& stages, Logs const& logs,
+void readFramesOfTasks(Job const& job, Stages const& stages, JobLogs const& logs, TaskLists& lists,
                        std::map<int, EngineTask::Stage>& live, std::map<int, std::string>& left) {
     for (Submission const& submission : job.submissions) {
-        auto const isOf = [&](TaskName const& name) {
-            return name.submission == submission.number;
+        auto const isOf = [&](auto const& entry) {
+            return entry.first.submission == submission.number;
         };
-        bool const isAsked =
-            std::any_of(stages.begin(), stages.end(), [&](auto& e) { return isOf(e.first); }) ||
-            std::any_of(logs.ends.begin(), logs.ends.end(), [&](auto& e) { return isOf(e.first); });
+        bool const isAsked = std::any_of(stages.begin(), stages.end(), isOf) ||
+                             std::any_of(logs.failures.begin(), logs.failures.end(), isOf);
         if (!isAsked) continue;
-        auto const tasks = readTasks(job, submission.number);
+        auto const& tasks = lists.of(submission.number);
         for (std::size_t i = 0; i < tasks.size(); ++i) {
             TaskName const name{submission.number, static_cast<int>(i) + 1};
             auto const stage = stages.find(name);
-            auto const end = logs.ends.find(name);
+            auto const end = logs.failures.find(name);
             for (int const frame : tasks[i]) {
                 if (stage != stages.end()) live[frame] = std::max(live[frame], stage->second);
-                if (end != logs.ends.end()) left[frame] = end->second;
+                if (end != logs.failures.end()) left[frame] = end->second;
             }
         }
     }
 }
 
-JobState::Movie movieStateOf(Job const& job, Stages const& stages, Logs const& logs) {
+JobState::Movie movieStateOf(Job const& job, Stages const& stages, JobLogs const& logs,
+                             bool verifies) {
     if (!job.movie) return JobState::Movie::kNone;
     auto const stage = stages.find(TaskName{});
     if (stage != stages.end())
         return stage->second == EngineTask::Stage::kRunning ? JobState::Movie::kRunning
                                                             : JobState::Movie::kWaiting;
-    if (!logs.movieEnd.empty()) return JobState::Movie::kFailed;
-    return fs::exists(job.movie->file) && fs::exists(job.logs() / "movie.jsonl")
-               ? JobState::Movie::kDone
-               : JobState::Movie::kMissing;
+    if (isMovieDone(job, logs, verifies)) return JobState::Movie::kDone;
+    return logs.movieFailure.empty() ? JobState::Movie::kMissing : JobState::Movie::kFailed;
 }
 
-/// Frames whose files are there as they were written, or as they were kept.
-class DoneFrames {
-public:
-    DoneFrames(Job const& job, Logs const& logs, bool verifies)
-        : m_logs(logs), m_verifies(verifies), m_output(SceneFiles(readScene(job.scene())).output) {
-        if (job.kept.empty()) return;
-        for (int const frame : parseFrameRange(job.file().string(), job.kept)) m_kept.insert(frame);
-    }
-
-    bool has(int frame) {
-        fs::path const file = m_output.pathOf(frame);
-        std::error_code fault;
-        auto const bytes = fs::file_size(file, fault);
-        if (fault) return false;
-        auto const written = m_logs.written.find(frame);
-        bool const isOurs = written != m_logs.written.end();
-        bool const isSized =
-            isOurs ? bytes == written->second.bytes : m_kept.contains(frame) && bytes > 0;
-        return isSized && (!m_verifies || isAsWritten(file, m_journal));
-    }
-
-private:
-    Logs const& m_logs;
-    bool m_verifies;
-    SequenceName m_output;
-    std::set<int> m_kept;
-    Journal m_journal{false};
-};
-
 /// By the mean of all frames so far.
-std::optional<double> secondsLeftOf(Job const& job, Logs const& logs, JobState const& state) {
+std::optional<double> secondsLeftOf(Job const& job, JobLogs const& logs, JobState const& state) {
     double const each =
         logs.timed > 0 ? logs.seconds / static_cast<double>(logs.timed) : job.secondsPerFrame;
     if (state.runningTasks == 0 || each <= 0) return std::nullopt;
     return each * static_cast<double>(state.running.size() + state.waiting.size()) /
            state.runningTasks;
+}
+
+/// Frames that failed alike, in the order of their first ones.
+std::vector<std::pair<std::string, std::vector<int>>> causesOf(
+    std::map<int, std::string> const& failed) {
+    std::vector<std::pair<std::string, std::vector<int>>> causes;
+    std::map<std::string_view, std::size_t> places;
+    for (auto const& [frame, why] : failed) {
+        auto const [place, isNew] = places.try_emplace(why, causes.size());
+        if (isNew) causes.push_back({why, {}});
+        causes[place->second].second.push_back(frame);
+    }
+    return causes;
 }
 
 constexpr std::string_view kMovieWords[] = {"none",    "missing", "waiting",
@@ -203,7 +152,8 @@ std::string clockText(double seconds) {
 }  // namespace
 
 bool JobState::isLive() const {
-    return runningTasks + waitingTasks > 0 || movie == Movie::kRunning || movie == Movie::kWaiting;
+    return runningTasks + waitingTasks > 0 || hasScript || movie == Movie::kRunning ||
+           movie == Movie::kWaiting;
 }
 
 bool JobState::isWhole() const {
@@ -221,17 +171,20 @@ std::vector<int> JobState::lost(Job const& job) const {
 
 JobState stateOf(Job const& job, bool verifies) {
     JobState state;
-    Stages const stages = stagesOf(job, state);
-    Logs const logs = logsOf(job, state);
+    std::set<int> scripts;
+    Stages stages = stagesOf(job, state, scripts);
+    JobLogs const logs = logsOf(job);
+    std::set<int> const done = doneFrames(job, logs, verifies);
+    TaskLists lists(job);
+    addHandedTasks(job, scripts, logs, done, lists, stages);
     std::map<int, EngineTask::Stage> live;
     std::map<int, std::string> left;
-    readFramesOfTasks(job, stages, logs, live, left);
-    DoneFrames done(job, logs, verifies);
+    readFramesOfTasks(job, stages, logs, lists, live, left);
     for (int const frame : parseFrameRange(job.file().string(), job.frames)) {
         auto const stage = live.find(frame);
         auto const failure = logs.failed.find(frame);
         auto const end = left.find(frame);
-        if (done.has(frame))
+        if (done.contains(frame))
             state.done.push_back(frame);
         else if (stage != live.end())
             (stage->second == EngineTask::Stage::kRunning ? state.running : state.waiting)
@@ -246,8 +199,10 @@ JobState stateOf(Job const& job, bool verifies) {
     for (auto const& [name, stage] : stages)
         if (name != TaskName{})
             ++(stage == EngineTask::Stage::kRunning ? state.runningTasks : state.waitingTasks);
-    state.movie = movieStateOf(job, stages, logs);
-    state.movieFailure = logs.movieEnd;
+    state.movie = movieStateOf(job, stages, logs, verifies);
+    if (state.movie == JobState::Movie::kFailed) state.movieFailure = logs.movieFailure;
+    state.hasScript = !scripts.empty();
+    state.peakBytes = logs.peakBytes;
     state.secondsLeft = secondsLeftOf(job, logs, state);
     return state;
 }
@@ -281,9 +236,12 @@ std::string stateText(Job const& job, JobState const& state) {
     for (auto const& [word, count] : state.engineTasks)
         text += fmt::format("  {} {}: {}\n", wordOf(kEngineWords, job.engine), word, count);
     std::size_t shown = 0;
-    for (auto const& [frame, why] : state.failed)
-        if (shown++ < kMostShown) text += fmt::format("  frame {}: {}\n", frame, why);
-    if (shown > kMostShown) text += fmt::format("  and {} more\n", shown - kMostShown);
+    auto const causes = causesOf(state.failed);
+    for (auto const& [why, frames] : causes)
+        if (shown++ < kMostShown)
+            text += fmt::format("  {} {}: {}\n", frames.size() == 1 ? "frame" : "frames",
+                                shortened(frameRangeText(frames)), why);
+    if (shown > kMostShown) text += fmt::format("  and {} more causes\n", shown - kMostShown);
     if (state.secondsLeft) text += "  about " + clockText(*state.secondsLeft) + " left\n";
     return text;
 }
@@ -310,17 +268,6 @@ std::string stateJson(Job const& job, JobState const& state) {
     json["peakBytes"] = state.peakBytes;
     json["whole"] = state.isWhole();
     return jsonText(json);
-}
-
-int endTasks(Job const& job) {
-    int ended = 0;
-    for (auto const& [name, tag] : runnersOf(job)) {
-        bool const isOurs = lifeOf(tag) == Life::kAlive;
-        if (isOurs && ::kill(tag.id, SIGTERM) == 0) ++ended;
-        std::error_code none;
-        if (!isOurs) fs::remove(job.runner(name.submission, name.task), none);
-    }
-    return ended;
 }
 
 }  // namespace zelk

@@ -18,6 +18,7 @@ struct JobState {
     std::map<int, std::string> failed;  ///< nobody has them any more; why
     std::vector<int> missing;           ///< neither
     int runningTasks = 0, waitingTasks = 0;
+    bool hasScript = false;  ///< one that starts tasks is at work, between two of them too
     std::map<std::string, int> engineTasks;  ///< the engine's own words and reasons, counted
     enum class Movie { kNone, kMissing, kWaiting, kRunning, kFailed, kDone } movie = Movie::kNone;
     std::string movieFailure;
@@ -37,10 +38,5 @@ JobState stateOf(Job const& job, bool verifies = false);
 std::string stateText(Job const& job, JobState const& state);
 /// docs/farm.md has its keys.
 std::string stateJson(Job const& job, JobState const& state);
-
-/// Of an engine without a queue: asks the processes of tasks on this machine to end, and forgets
-/// tasks of other machines, which see that the job is cancelled when they start next. The number of
-/// processes.
-int endTasks(Job const& job);
 
 }  // namespace zelk

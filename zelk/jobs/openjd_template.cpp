@@ -7,6 +7,7 @@
 
 #include "zelk/files/text_file.h"
 #include "zelk/jobs/program_call.h"
+#include "zelk/text/errors.h"
 #include "zelk/text/json_text.h"
 
 namespace zelk {
@@ -17,8 +18,18 @@ using Ordered = nlohmann::ordered_json;
 
 std::filesystem::path templateOf(Job const& job) { return job.folder / "template.json"; }
 
-/// A name of at most 128 characters, none of them a control character.
-std::string jobName(Job const& job) { return job.name().substr(0, 128); }
+/// A name of at most 128 characters, none of them a control character; "{{" would start a
+/// reference, which the form has no escape for.
+std::string jobName(Job const& job) {
+    constexpr std::size_t kLongest = 128;
+    std::string name = oneLine(job.name());
+    for (auto at = name.find("{{"); at != name.npos; at = name.find("{{", at + 1))
+        name.insert(at + 1, " ");
+    auto const startsCharacter = [](char c) { return (c & 0xC0) != 0x80; };
+    std::size_t characters = 0, end = 0;
+    while (end < name.size() && (characters += startsCharacter(name[end])) <= kLongest) ++end;
+    return name.substr(0, end);
+}
 
 Ordered requirementsOf(Job const& job) {
     Ordered amounts = {{{"name", "amount.worker.vcpu"}, {"min", job.threads}}};
@@ -41,18 +52,18 @@ std::string openJdText(Job const& job, Submission const& submission) {
                               {"type", "INT"},
                               {"range", submission.tasks > 1 ? fmt::format("1-{}", submission.tasks)
                                                              : std::string("1")}};
-        steps.push_back(
-            {{"name", "Frames"},
-             {"parameterSpace", {{"taskParameterDefinitions", Ordered::array({task})}}},
-             {"hostRequirements", requirementsOf(job)},
-             {"script", scriptOf({fmt::format("{}", submission.number), "{{Task.Param.Task}}"})}});
+        steps.push_back({{"name", "Frames"},
+                         {"parameterSpace", {{"taskParameterDefinitions", Ordered::array({task})}}},
+                         {"hostRequirements", requirementsOf(job)},
+                         {"script", scriptOf({job.id, fmt::format("{}", submission.number),
+                                              "{{Task.Param.Task}}"})}});
     }
     if (job.movie) {
         Ordered movie = {{"name", "Movie"}};
         if (submission.tasks > 0)
             movie["dependencies"] = Ordered::array({{{"dependsOn", "Frames"}}});
         movie["hostRequirements"] = requirementsOf(job);
-        movie["script"] = scriptOf({"movie"});
+        movie["script"] = scriptOf({job.id, fmt::format("{}", submission.number), "movie"});
         steps.push_back(movie);
     }
     Ordered const folder = {{"name", "JobFolder"},
@@ -66,7 +77,8 @@ std::string openJdText(Job const& job, Submission const& submission) {
                      {"steps", steps}});
 }
 
-void writeTemplate(Job const& job, Submission& submission, std::vector<std::string> const&) {
+void writeTemplate(Job const& job, Submission& submission, std::vector<std::string> const&,
+                   std::function<void()> const&) {
     writeTextFile(templateOf(job), openJdText(job, submission), true);
 }
 

@@ -11,7 +11,8 @@ namespace zelk {
 
 std::string openJdText(Job const& job, Submission const& submission);
 
-void writeTemplate(Job const& job, Submission& submission, std::vector<std::string> const& before);
+void writeTemplate(Job const& job, Submission& submission, std::vector<std::string> const& before,
+                   std::function<void()> const& record);
 std::string templatePlan(Job const& job, Submission const& submission);
 std::string templateNext(Job const& job);
 

@@ -1,5 +1,5 @@
-// `--engine shell`: a script beside the job that runs its tasks with GNU parallel, or with plain
-// xargs where there is none, several at a time, and then gathers the movie.
+// `--engine shell`: a script in the job's folder that runs its tasks with GNU parallel, or with
+// plain xargs where there is none, several at a time, and then gathers the movie.
 #pragma once
 
 #include <string>
@@ -10,7 +10,7 @@
 namespace zelk {
 
 void writeShellScript(Job const& job, Submission& submission,
-                      std::vector<std::string> const& before);
+                      std::vector<std::string> const& before, std::function<void()> const& record);
 std::string shellPlan(Job const& job, Submission const& submission);
 /// "run it: sh .../run.sh"
 std::string shellNext(Job const& job);

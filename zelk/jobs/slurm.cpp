@@ -97,17 +97,18 @@ std::vector<EngineArray> arraysOf(int tasks, int maxArraySize) {
 Words arrayWords(Job const& job, int submission, EngineArray const& array) {
     Words words = sbatchWords(job, "/slurm-%A_%a.txt");
     words.push_back(fmt::format("--array=1-{}", array.count));
-    words.insert(words.end(), {job.script().string(), fmt::format("{}", submission),
+    words.insert(words.end(), {job.script().string(), job.id, fmt::format("{}", submission),
                                fmt::format("{}", array.offset)});
     return words;
 }
 
-Words movieWords(Job const& job, Words const& after) {
+Words movieWords(Job const& job, int submission, Words const& after) {
     Words words = sbatchWords(job, "/slurm-movie-%j.txt");
     if (!after.empty())
         words.insert(words.end(), {fmt::format("--dependency=afterok:{}", fmt::join(after, ":")),
                                    "--kill-on-invalid-dep=yes"});
-    words.insert(words.end(), {job.script().string(), "movie"});
+    words.insert(words.end(),
+                 {job.script().string(), job.id, fmt::format("{}", submission), "movie"});
     return words;
 }
 
@@ -120,24 +121,26 @@ std::string slurmPlan(Job const& job, Submission const& submission) {
         text += shellLine(arrayWords(job, submission.number, array)) + "\n";
         after.push_back(fmt::format("JOB{}", after.size() + 1));
     }
-    if (job.movie) text += shellLine(movieWords(job, after)) + "\n";
+    if (job.movie) text += shellLine(movieWords(job, submission.number, after)) + "\n";
     return text;
 }
 
 /// All or nothing: where one call fails, what the others took is cancelled.
-void handToSlurm(Job const& job, Submission& submission, Words const& before) {
+void handToSlurm(Job const& job, Submission& submission, Words const& before,
+                 std::function<void()> const& record) {
     Words ids = before, outdated = {"scancel"};
     for (Submission const& earlier : job.submissions)
         if (!earlier.movieId.empty() && earlier.number != submission.number)
             outdated.push_back(earlier.movieId);
-    if (outdated.size() > 1) askProgram(outdated, kPackage);  // it would wait for what failed
     try {
         for (EngineArray array : arraysOf(submission.tasks, maxArraySize())) {
             array.id = submitted(arrayWords(job, submission.number, array));
             submission.arrays.push_back(array);
             ids.push_back(array.id);
+            record();
         }
-        if (job.movie) submission.movieId = submitted(movieWords(job, ids));
+        if (job.movie) submission.movieId = submitted(movieWords(job, submission.number, ids));
+        record();
     } catch (UserError const&) {
         Words words = {"scancel"};
         for (EngineArray const& array : submission.arrays) words.push_back(array.id);
@@ -145,6 +148,7 @@ void handToSlurm(Job const& job, Submission& submission, Words const& before) {
         submission.arrays.clear();
         throw;
     }
+    if (outdated.size() > 1) askProgram(outdated, kPackage);  // it would wait for what failed
 }
 
 std::vector<EngineTask> tasksIn(Job const& job, std::string_view text) {

@@ -14,7 +14,8 @@
 namespace zelk {
 
 void requireSlurm(Job const& job);
-void handToSlurm(Job const& job, Submission& submission, std::vector<std::string> const& before);
+void handToSlurm(Job const& job, Submission& submission, std::vector<std::string> const& before,
+                 std::function<void()> const& record);
 std::string slurmPlan(Job const& job, Submission const& submission);
 std::vector<EngineTask> slurmTasks(Job const& job);
 void cancelSlurm(Job const& job);
@@ -22,7 +23,8 @@ void cancelSlurm(Job const& job);
 /// sbatch for one array of tasks.
 std::vector<std::string> arrayWords(Job const& job, int submission, EngineArray const& array);
 /// sbatch for the movie after jobs of these names.
-std::vector<std::string> movieWords(Job const& job, std::vector<std::string> const& after);
+std::vector<std::string> movieWords(Job const& job, int submission,
+                                    std::vector<std::string> const& after);
 /// Lines of `squeue -h -r -o %i|%T|%r`, or of sacct's the same; those of other jobs are left out.
 std::vector<EngineTask> tasksIn(Job const& job, std::string_view lines);
 /// How tasks are parted into arrays, without names yet; `maxArraySize` is one above the largest

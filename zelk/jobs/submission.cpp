@@ -5,23 +5,31 @@
 
 #include <algorithm>
 #include <cmath>
+#include <nlohmann/json.hpp>
 #include <set>
 
 #include "zelk/files/frame_names.h"
 #include "zelk/files/output_place.h"
+#include "zelk/files/relative_paths.h"
 #include "zelk/jobs/chunks.h"
 #include "zelk/jobs/engines.h"
+#include "zelk/jobs/job_lock.h"
+#include "zelk/jobs/job_logs.h"
 #include "zelk/jobs/job_scene.h"
 #include "zelk/jobs/job_state.h"
+#include "zelk/jobs/output_jobs.h"
+#include "zelk/jobs/runners.h"
 #include "zelk/jobs/task_log.h"
 #include "zelk/jobs/task_script.h"
 #include "zelk/movies/writer.h"
 #include "zelk/pictures/writer.h"
+#include "zelk/scene/as_edits.h"
 #include "zelk/scene/check.h"
 #include "zelk/scene/file.h"
 #include "zelk/scene/refusal.h"
 #include "zelk/sequence/render_frames.h"
 #include "zelk/sequence/schedule.h"
+#include "zelk/text/json_text.h"
 
 namespace zelk {
 
@@ -62,16 +70,16 @@ private:
     bool m_isInPlace = false;
 };
 
-void requireFree(fs::path const& folder) {
-    if (!fs::exists(folder)) return;
-    if (!fs::exists(folder / "job.json"))
-        throw UserError(ExitCode::kOutput, folder.string() +
-                                               ": is there already and is no job: remove it, or "
-                                               "give another name by --job");
-    if (!stateOf(readJob(folder)).isLive()) return;
-    throw UserError(ExitCode::kOutput, folder.string() +
-                                           ": is still at work: `zelk submit resume` goes on with "
-                                           "it, `zelk submit cancel` ends it");
+/// The record and the scene are text.
+void requireText(Job const& job, Scene const& scene) {
+    try {
+        jsonText(job.folder.string());
+        jsonText(job.output.string());
+        sceneText(scene);
+    } catch (nlohmann::json::type_error const&) {
+        throw UserError(ExitCode::kUsage, {job.folder.string(), "a job can't hold a path such as",
+                                           scene.layer.name(), "paths in UTF-8"});
+    }
 }
 
 void requireParts(Scene const& scene) {
@@ -120,12 +128,20 @@ std::uint64_t memoryAsked(std::uint64_t peakBytes) {
            kRestMb;
 }
 
+/// Their tasks are refused from now on.
+void endSubmissions(Job& job) {
+    for (Submission& submission : job.submissions) submission.isOver = true;
+}
+
+/// Memory counts for engines that hand it out.
+bool asksMemory(Job const& job) { return job.engine != EngineKind::kShell; }
+
 std::string tasksText(Job const& job, Submission const& submission) {
     std::string text =
         fmt::format("{} task{} of up to {}", submission.tasks, submission.tasks == 1 ? "" : "s",
                     framesCounted(static_cast<std::size_t>(job.framesPerTask)));
     text += fmt::format(", {} thread{}", job.threads, job.threads == 1 ? "" : "s");
-    if (job.memoryMb > 0) text += fmt::format(", {} MB", job.memoryMb);
+    if (job.memoryMb > 0 && asksMemory(job)) text += fmt::format(", {} MB", job.memoryMb);
     if (job.movie) text += ", then the movie";
     return text;
 }
@@ -141,30 +157,33 @@ std::string handedText(Job const& job, Submission const& submission) {
     return text;
 }
 
-/// The record is whole before the engine has anything, and has the engine's names after it. Where
-/// the engine refuses, the job stays for a resume.
+/// The record is whole before the engine has anything, and has each of the engine's names as soon
+/// as it is known. Where the engine refuses, the job stays for a resume.
 std::string handOver(Job job, std::vector<int> const& frames,
                      std::vector<std::string> const& before) {
     auto const tasks = tasksOf(frames, job.framesPerTask);
-    Submission submission;
-    submission.number = job.submissions.empty() ? 1 : job.submissions.back().number + 1;
-    submission.tasks = static_cast<int>(tasks.size());
-    writeTasks(job, submission.number, tasks);
-    job.submissions.push_back(submission);
+    Submission next;
+    next.number = job.submissions.empty() ? 1 : job.submissions.back().number + 1;
+    next.tasks = static_cast<int>(tasks.size());
+    writeTasks(job, next.number, tasks);
+    // What a script or an engine without a queue has left of earlier ones would come twice.
+    if (job.engine != EngineKind::kSlurm) endSubmissions(job);
+    job.submissions.push_back(next);
     job.isCancelled = false;
-    writeJob(job);
+    auto const record = [&] { writeJob(job); };
+    record();
+    Submission& submission = job.submissions.back();
     try {
-        engineOf(job.engine).handOver(job, job.submissions.back(), before);
+        engineOf(job.engine).handOver(job, submission, before, record);
     } catch (UserError const& error) {
+        submission.isOver = true;
+        record();
         throw UserError(error.code(), std::string(error.what()) + "; `zelk submit resume " +
                                           job.folder.string() + "` tries again");
     }
-    writeJob(job);
-    return handedText(job, job.submissions.back());
+    record();
+    return handedText(job, submission);
 }
-
-/// Memory counts for engines that hand it out.
-bool asksMemory(Job const& job) { return job.engine != EngineKind::kShell; }
 
 std::string planOf(Job job, std::size_t frames, bool isTimed) {
     Submission submission;
@@ -182,19 +201,22 @@ std::string planOf(Job job, std::size_t frames, bool isTimed) {
 Submitted submitJob(SubmitRequest const& request) {
     requireParts(request.scene);
     Job job = request.job;
-    job.folder = request.folder.empty() ? jobFolderOf(request.scene.outputPath())
-                                        : fs::absolute(request.folder).lexically_normal();
+    job.id = newJobId();
+    job.output = absolutePath(request.scene.outputPath());
+    job.folder = request.folder.empty() ? jobFolderOf(job.output) : absolutePath(request.folder);
+    requireText(job, request.scene);
     if (job.movie) requireMovie(*job.movie);
     engineOf(job.engine).require(job);
-    requireFree(job.folder);
+    std::optional<JobLock> lock;
+    if (!request.dryRun) lock.emplace(job);
+    requireFree(job);
     RunOptions run = job.runOptions();
     run.skipExisting = request.skipExisting;
     FrozenScene const frozen = frozenScene(request.scene, run);
     if (!frozen.todo.empty())
         checkTarget(SceneFiles(frozen.scene).output.pathOf(frozen.todo.front()), false);
-    job.edits = editsOf(request.scene);
+    for (MadeEdit const& edit : editsBesidesFile(request.scene)) job.edits[edit.name] = edit.text;
     job.frames = frameRangeText(frozen.frames);
-    job.kept = frameRangeText(frozen.kept);
     job.memoryMb = request.memoryMb.value_or(0);
     bool const needsTime = !request.framesPerTask && !request.frameSeconds;
     bool const needsMemory = !request.memoryMb && asksMemory(job);
@@ -212,6 +234,7 @@ Submitted submitJob(SubmitRequest const& request) {
     stagedJob.folder = staged.path();
     writeScene(frozen.scene, stagedJob.scene());
     writeScript(stagedJob.script(), taskScript(job));
+    writeKeptLog(stagedJob, frozen.kept);
     std::vector<int> todo = frozen.todo;
     if (isTimed) {
         std::vector<int> const timed = timedOf(todo);
@@ -226,6 +249,7 @@ Submitted submitJob(SubmitRequest const& request) {
     stagedJob.folder = staged.path();
     writeJob(stagedJob);
     staged.putInPlace();
+    linkBesideOutput(job);
     std::string const facts =
         isTimed ? fmt::format("{} timed, {:.3g} s a frame\n",
                               framesCounted(frozen.todo.size() - todo.size()), job.secondsPerFrame)
@@ -237,6 +261,11 @@ Submitted submitJob(SubmitRequest const& request) {
 
 std::string resumeJob(fs::path const& folder, ResumeRequest const& request) {
     Job job = readJob(folder);
+    std::optional<JobLock> lock;
+    if (!request.dryRun) {
+        lock.emplace(job);
+        job = readJob(folder);
+    }
     Engine const& engine = engineOf(job.engine);
     engine.require(job);
     JobState const state = stateOf(job, request.verifies);
@@ -269,11 +298,14 @@ std::string resumeJob(fs::path const& folder, ResumeRequest const& request) {
 
 std::string cancelJob(fs::path const& folder) {
     Job job = readJob(folder);
+    JobLock const lock(job);
+    job = readJob(folder);
     job.isCancelled = true;
+    endSubmissions(job);
     writeJob(job);
     engineOf(job.engine).cancel(job);
     // Slurm has told its tasks; a second signal would cut off the frames that they still finish.
-    int const ended = job.engine == EngineKind::kSlurm ? 0 : endTasks(job);
+    int const ended = job.engine == EngineKind::kSlurm ? 0 : endRunners(job);
     std::string text = job.folder.string() + ": cancelled";
     if (ended > 0)
         text += fmt::format(", {} running task{} asked to end", ended, ended == 1 ? "" : "s");

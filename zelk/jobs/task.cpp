@@ -1,79 +1,89 @@
 // See task.h.
 #include "zelk/jobs/task.h"
 
-#include <fstream>
-#include <utility>
+#include <fmt/format.h>
 
-#include "zelk/files/file_sum.h"
-#include "zelk/files/process_tag.h"
+#include <algorithm>
+
+#include "zelk/files/frame_names.h"
+#include "zelk/jobs/job_logs.h"
 #include "zelk/jobs/job_scene.h"
-#include "zelk/jobs/task_log.h"
+#include "zelk/jobs/runners.h"
 #include "zelk/scene/check.h"
 #include "zelk/sequence/render_frames.h"
 
 namespace zelk {
 
-namespace fs = std::filesystem;
-
 namespace {
 
-/// The file that tells who works on a task, while one lives.
-class Runner {
-public:
-    explicit Runner(fs::path file) : m_file(std::move(file)) {
-        std::error_code none;
-        fs::create_directories(m_file.parent_path(), none);
-        std::ofstream(m_file) << thisProcess().text() << ' ' << hostName() << '\n';
-    }
-    ~Runner() {
-        std::error_code none;
-        fs::remove(m_file, none);
-    }
-    Runner(Runner const&) = delete;
-    Runner& operator=(Runner const&) = delete;
+/// Codes that no script tries again.
+UserError unwanted(Job const& job, std::string const& why) {
+    return {ExitCode::kInterrupted, job.folder.string() + ": " + why};
+}
 
-private:
-    fs::path m_file;
-};
+/// A movie has all frames or none.
+void requireFrames(Job const& job) {
+    std::set<int> const done = doneFrames(job, logsOf(job), false);
+    std::vector<int> lost = parseFrameRange(job.file().string(), job.frames);
+    std::erase_if(lost, [&](int frame) { return done.contains(frame); });
+    if (!lost.empty())
+        throw UserError(ExitCode::kInput,
+                        {job.folder.string(), "frames are not there as they were written:",
+                         shortened(frameRangeText(lost)), "all frames of the movie"});
+}
 
-UserError cancelled(Job const& job) {
-    return {ExitCode::kInterrupted,
-            job.folder.string() + ": the job was cancelled; `zelk submit resume` goes on"};
+RunOptions runOf(Job const& job, TaskName name) {
+    RunOptions run = job.runOptions();
+    run.log = job.log(name.submission, name.task);
+    return run;
 }
 
 }  // namespace
 
-bool isAsWritten(fs::path const& file, Journal& journal) {
-    auto const known = journal.find(file);
-    return known && sumOf(file) == known;
+void requireWanted(Job const& job, int submission, TaskCaller const& caller) {
+    if (caller.jobId && caller.jobId != job.id)
+        throw unwanted(job, fmt::format("another job took the place of that of this task ({})",
+                                        *caller.jobId));
+    if (job.isCancelled) throw unwanted(job, "the job was cancelled; `zelk submit resume` goes on");
+    auto const found =
+        std::find_if(job.submissions.begin(), job.submissions.end(),
+                     [submission](Submission const& each) { return each.number == submission; });
+    if (found == job.submissions.end())
+        throw UserError(ExitCode::kInput,
+                        {job.folder.string(), "has no submission", fmt::format("{}", submission),
+                         fmt::format("1 to {}", job.submissions.size())});
+    if (found->isOver)
+        throw unwanted(
+            job, fmt::format("a later submission took the place of submission {}", submission));
 }
 
-ExitCode runTask(Job const& job, int submission, int task) {
-    if (job.isCancelled) throw cancelled(job);
+ExitCode runTask(Job const& job, int submission, int task, TaskCaller const& caller) {
+    requireWanted(job, submission, caller);
     std::vector<int> frames = readTask(job, submission, task);
-    Journal journal(false);
     TaskLog const log = readTaskLog(job.log(submission, task));
     std::erase_if(frames, [&](int frame) {
         auto const written = log.written.find(frame);
-        return written != log.written.end() && isAsWritten(written->second.file, journal);
+        return written != log.written.end() &&
+               isAsWritten(written->second.file, written->second, true);
     });
     if (frames.empty()) return ExitCode::kDone;
-    Runner const runner(job.runner(submission, task));
-    RunOptions run = job.runOptions();
-    run.log = job.log(submission, task);
-    return renderFrames(sceneOf(job, frames), run);
+    TaskName const name{submission, task};
+    Runner const runner(job, name, caller.script);
+    return renderFrames(sceneOf(job, frames), runOf(job, name));
 }
 
-ExitCode gatherMovie(Job const& job) {
+ExitCode gatherMovie(Job const& job, int submission, TaskCaller const& caller) {
     if (!job.movie)
-        throw UserError(ExitCode::kInput, job.file().string() + ": has no movie: give --movie");
-    if (job.isCancelled) throw cancelled(job);
+        throw UserError(ExitCode::kInput, job.folder.string() +
+                                              ": has no movie: `zelk submit` makes one with "
+                                              "--movie");
+    requireWanted(job, submission, caller);
+    requireFrames(job);
     Scene const scene = movieSceneOf(job);
     checkScene(scene);
-    Runner const runner(job.runner(0, 0));
-    RunOptions run = job.runOptions();
-    run.log = job.logs() / "movie.jsonl";
-    return renderFrames(scene, run);
+    TaskName const name{submission, 0};
+    Runner const runner(job, name, caller.script);
+    return renderFrames(scene, runOf(job, name));
 }
 
 }  // namespace zelk

@@ -11,15 +11,26 @@ namespace {
 
 using Json = nlohmann::json;
 
+WrittenFile fileOf(Json const& event) {
+    return {event.at("file").get<std::string>(), event.value("bytes", std::uint64_t{0}),
+            sumNamed(event.value("crc32", ""))};
+}
+
 void readEvent(Json const& event, double& lastSeconds, TaskLog& log) {
     std::string const name = event.at("event");
     if (name == "start") {
-        log.end.clear();
+        log.failure.clear();
+        log.hasEnded = false;
+        log.movie.reset();
         lastSeconds = 0;
+    } else if (name == "kept") {
+        log.written[event.at("frame")] = fileOf(event);
+    } else if (name == "end") {
+        log.hasEnded = true;
+        if (event.contains("file")) log.movie = fileOf(event);
     } else if (name == "frame") {
         int const frame = event.at("frame");
-        log.written[frame] = {event.at("file").get<std::string>(),
-                              event.value("bytes", std::uint64_t{0})};
+        log.written[frame] = fileOf(event);
         log.failed.erase(frame);
         log.seconds += event.at("seconds").get<double>() - lastSeconds;
         lastSeconds = event.at("seconds");
@@ -28,7 +39,7 @@ void readEvent(Json const& event, double& lastSeconds, TaskLog& log) {
     } else if (name == "failure" && !event.value("endsRun", true)) {
         log.failed[event.at("frame")] = event.at("message");
     } else if (name == "failure") {
-        log.end = event.at("message");
+        log.failure = event.at("message");
     }
 }
 

@@ -7,20 +7,24 @@
 #include <optional>
 #include <string>
 
-#include "zelk/text/errors.h"
+#include "zelk/files/file_sum.h"
 
 namespace zelk {
 
-struct WrittenFrame {
+/// A frame's file, or the movie, as it was written.
+struct WrittenFile {
     std::filesystem::path file;
     std::uint64_t bytes = 0;
+    std::optional<std::uint32_t> crc32;  ///< nothing where nobody read it back
 };
 
 /// All runs that one log has.
 struct TaskLog {
-    std::map<int, WrittenFrame> written;
+    std::map<int, WrittenFile> written;
     std::map<int, std::string> failed;  ///< frames that were not written later, and why
-    std::string end;                    ///< what ended the last run, where that was a failure
+    std::string failure;                ///< what ended the last run, where that was a failure
+    bool hasEnded = false;              ///< the last run came to its end, whatever that was
+    std::optional<WrittenFile> movie;   ///< of the last run, where it is whole
     double seconds = 0;                 ///< that runs took for the frames they wrote
     std::size_t timed = 0;              ///< these frames
     std::uint64_t peakBytes = 0;

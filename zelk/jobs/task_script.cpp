@@ -17,14 +17,16 @@ namespace {
 // Codes that are tried again: 4, a full disk, and 128 + a signal; but not 130 and 143, by which
 // users and engines end a task.
 constexpr char const* kBody = R"sh(
-case $1 in
-movie) set -- movie "$job" ;;
-*) set -- task "$job" "$1" "$2" ;;
+name=$2-$3 id=$1
+case $3 in
+movie) name=$2-0; set -- movie "$job" "$2" ;;
+*) set -- task "$job" "$2" "$3" ;;
 esac
+trap 'rm -f "$job/running/$name."*"-$$-"*' EXIT
 
 tries=0
 while :; do
-    "$program" submit "$@" && exit 0
+    "$program" submit "$@" --job-id "$id" --script $$ && exit 0
     code=$?
     case $code in
     4 | 129 | 13[1-9] | 14[0-2] | 14[4-9] | 15[0-9]) ;;
@@ -45,7 +47,7 @@ done
 
 // An element of an array is a task from an offset on.
 constexpr char const* kArray = R"sh(
-[ "$1" = movie ] || set -- "$1" $(($2 + SLURM_ARRAY_TASK_ID))
+[ "$3" = movie ] || set -- "$1" "$2" $(($3 + SLURM_ARRAY_TASK_ID))
 )sh";
 
 }  // namespace
@@ -53,8 +55,8 @@ constexpr char const* kArray = R"sh(
 std::string taskScript(Job const& job) {
     bool const isSlurm = job.engine == EngineKind::kSlurm;
     return fmt::format(
-               "#!/bin/sh\n# A task of this job, started by its engine: task.sh SUBMISSION {}, or "
-               "task.sh movie.\nprogram={}\njob={}\nretries={}\n",
+               "#!/bin/sh\n# A task of this job, started by its engine: task.sh ID SUBMISSION {}, "
+               "or task.sh ID\n# SUBMISSION movie.\nprogram={}\njob={}\nretries={}\n",
                isSlurm ? "OFFSET" : "TASK", shellWord(job.program.string()),
                shellWord(job.folder.string()), job.retries) +
            (isSlurm ? kArray : "") + kBody + (isSlurm ? kRequeue : "") + kEnd;

@@ -1,7 +1,9 @@
 // `task.sh` of a job: what every engine starts.
 //
-//   task.sh SUBMISSION TASK      renders the task's frames
-//   task.sh movie                gathers the frames to the movie
+//   task.sh ID SUBMISSION TASK      renders the task's frames
+//   task.sh ID SUBMISSION movie     gathers the frames to the movie
+//
+// ID is the job's: a task that its engine has left of a job that was replaced is refused.
 //
 // It runs `zelk submit task`, or `zelk submit movie`, and again when that was killed or met a full
 // disk, up to the job's retries: all else would fail alike. What was written stays, so that a retry

@@ -8,6 +8,7 @@
 
 #include "Transform/Common/PopupEntries.h"
 #include "zelk/render/frame_stages.h"
+#include "zelk/render/movie_sound.h"
 #include "zelk/render/setup.h"
 #include "zelk/scene/clock.h"
 #include "zelk/scene/parameter_names.h"
@@ -83,6 +84,7 @@ PixelSize sizeOfQuad(std::vector<Parameter> const& parameters, PixelSize layer) 
 void FrameStages::begin(std::vector<int> const& frames) {
     if (frames.empty()) throw missing("the frames", "one at least");
     m_inFlight = std::min(static_cast<std::size_t>(m_run.inFlight), frames.size());
+    checkSound(m_scene, m_files);
     settleComp(frames);
     readSizes(frames);
     settleValues(frames);

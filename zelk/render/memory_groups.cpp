@@ -2,6 +2,7 @@
 #include "zelk/render/memory_groups.h"
 
 #include <algorithm>
+#include <charconv>
 #include <chrono>
 #include <fstream>
 #include <mutex>
@@ -61,9 +62,13 @@ bool hasWord(std::string const& list, std::string const& word) {
 std::string unescaped(std::string const& text) {
     std::string plain;
     for (std::size_t i = 0; i < text.size(); ++i) {
-        bool const isCode = text[i] == '\\' && i + 3 < text.size();
-        plain += isCode ? static_cast<char>(std::stoi(text.substr(i + 1, 3), nullptr, 8)) : text[i];
-        i += isCode ? 3 : 0;
+        int code = 0;
+        bool const hasCode =
+            text[i] == '\\' && i + 3 < text.size() &&
+            std::from_chars(text.data() + i + 1, text.data() + i + 4, code, 8).ptr ==
+                text.data() + i + 4;
+        plain += hasCode ? static_cast<char>(code) : text[i];
+        i += hasCode ? 3 : 0;
     }
     return plain;
 }

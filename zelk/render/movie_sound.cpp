@@ -8,6 +8,7 @@
 
 #include "zelk/movies/probe.h"
 #include "zelk/scene/clock.h"
+#include "zelk/scene/refusal.h"
 
 namespace zelk {
 
@@ -33,6 +34,14 @@ double momentOf(MovieFacts const& facts, double rate, std::int64_t picture) {
 
 }  // namespace
 
+void checkSound(Scene const& scene, SceneFiles const& files) {
+    if (!files.sound) return;
+    bool const isMovie = files.sound->movieFacts();
+    if (!isMovie || soundCodecsOf(files.sound->name()).empty())
+        throw refusalOf(scene, SceneField::kSound, "has no sound:", files.sound->name(),
+                        "a movie with sound");
+}
+
 std::optional<MovieSound> soundOf(Scene const& scene, SceneFiles const& files,
                                   std::vector<int> const& frames, TimeBase const& rate,
                                   std::vector<std::string>& warnings) {
@@ -41,8 +50,10 @@ std::optional<MovieSound> soundOf(Scene const& scene, SceneFiles const& files,
                                        scene.outputPath().string(), why));
         return std::nullopt;
     };
-    for (InputFiles const* input : {files.plate ? &*files.plate : nullptr, &files.layer}) {
-        MovieFacts const* const facts = input ? input->movieFacts() : nullptr;
+    auto const at = [](auto const& input) { return input ? &*input : nullptr; };
+    for (InputFiles const* input : {at(files.sound), at(files.plate), &files.layer}) {
+        if (!input) continue;
+        MovieFacts const* const facts = input->movieFacts();
         std::vector<std::string> codecs;
         if (facts) codecs = soundCodecsOf(input->name());
         if (codecs.empty()) continue;

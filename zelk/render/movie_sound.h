@@ -10,8 +10,12 @@
 
 namespace zelk {
 
-/// The plate's sound, else the layer's. Nothing where neither is a movie with sound, and, with a
-/// warning, where frames do not follow each other or the output has another rate than the movie.
+/// Throws where the scene asks for the sound of a file that has none.
+void checkSound(Scene const& scene, SceneFiles const& files);
+
+/// That of the scene's own sound, else the plate's, else the layer's. Nothing where neither is a
+/// movie with sound, and, with a warning, where frames do not follow each other or the output has
+/// another rate than the movie.
 std::optional<MovieSound> soundOf(Scene const& scene, SceneFiles const& files,
                                   std::vector<int> const& frames, TimeBase const& rate,
                                   std::vector<std::string>& warnings);

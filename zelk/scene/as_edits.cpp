@@ -5,7 +5,7 @@
 
 #include <algorithm>
 
-#include "zelk/files/working_folder.h"
+#include "zelk/files/relative_paths.h"
 #include "zelk/movies/frames.h"
 #include "zelk/scene/clock.h"
 #include "zelk/scene/parameter_names.h"
@@ -29,9 +29,7 @@ std::string typedText(SceneValue const& value) {
 
 std::string sizeText(PixelSize size) { return fmt::format("{}x{}", size.width, size.height); }
 
-std::string nameOf(ScenePath const& path) {
-    return fullPath(path.path()).lexically_normal().string();
-}
+std::string nameOf(ScenePath const& path) { return absolutePath(path.path()).string(); }
 
 bool isTracked(Scene const& scene, int parameter) {
     return std::any_of(scene.tracks.begin(), scene.tracks.end(), [parameter](TrackUse const& use) {
@@ -215,10 +213,10 @@ std::vector<MadeEdit> editsBesidesFile(Scene const& scene) {
     if (scene.road) edits.push_back({"road", std::string(wordOf(kRoadWords, *scene.road))});
     if (scene.isPlain) edits.push_back({"plain", "on"});
     if (scene.host) edits.push_back({"host", std::string(wordOf(kHostWords, *scene.host))});
-    if (!scene.module.empty())
-        edits.push_back({"module", fullPath(scene.module).lexically_normal().string()});
+    if (!scene.module.empty()) edits.push_back({"module", absolutePath(scene.module).string()});
     if (scene.missing != MissingInput::kStop)
         edits.push_back({"missing", std::string(wordOf(kMissingWords, scene.missing))});
+    if (scene.sound) edits.push_back({"sound", absolutePath(scene.sound->file.path()).string()});
     return edits;
 }
 

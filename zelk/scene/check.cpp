@@ -50,6 +50,7 @@ constexpr FieldNames kNames[] = {
     {SceneField::kRate, "rate", "comp.rate"},
     {SceneField::kCodec, "codec", "render.codec"},
     {SceneField::kCodecQuality, "quality-level", "render.codecQuality"},
+    {SceneField::kSound, "sound", nullptr},
     {SceneField::kColor, "color", "color.mode"},
     {SceneField::kLayerColor, "layer-color", "color.layer"},
     {SceneField::kPlateColor, "plate-color", "color.plate"},
@@ -215,7 +216,7 @@ private:
     void checkMovie() const {
         using enum SceneField;
         MovieContainer const* const container = containerOf(m_scene.outputPath());
-        for (SceneField const field : {kCodec, kCodecQuality})
+        for (SceneField const field : {kCodec, kCodecQuality, kSound})
             if (!container && isSet(field) && m_scene.output)
                 refuse(field, "is of movies: give an output such as out.mov");
         if (!container) return;

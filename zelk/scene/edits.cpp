@@ -360,6 +360,11 @@ SceneMatte parseMatte(Text& thing, Text& text) {
     return {{{name}}, channel};
 }
 
+void editSound(Scene& scene, Text& thing, Text& text) {
+    scene.sound = SceneInput{ScenePath{required(text, thing, "a movie with sound")}};
+    scene.options[SceneField::kSound] = thing;
+}
+
 void editMatte(Scene& scene, Text& thing, Text& text) {
     scene.matte = parseMatte(thing, text);
     scene.options[SceneField::kMatte] = thing;
@@ -434,6 +439,8 @@ constexpr SceneEdit kEdits[] = {
      "extension)",
      editCodec, codecWords},
     {"quality-level", "Q", "Of a lossy codec, in its own range (a high one)", editCodecQuality},
+    {"sound", "MOVIE", "Take the sound of this movie, at the same frames (the plate's or layer's)",
+     editSound},
     {"mode", "MODE", "Lay the pinned layer over the plate by a mode (normal)", editMode,
      wordsIn<kOverModes>},
     {"missing", "MODE", "Input frames that are not there: stop, hold, skip or black (stop)",

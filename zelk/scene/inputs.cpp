@@ -36,7 +36,8 @@ SceneFiles::SceneFiles(Scene const& scene)
         files.readAs({scene.keepsOrientation});
     };
     begin(layer);
-    for (auto* const more : {&plate, &matte, &holdout})
+    if (scene.sound) sound.emplace(filesOf(*scene.sound, scene.missing));
+    for (auto* const more : {&plate, &matte, &holdout, &sound})
         if (*more) begin(**more);
 }
 
@@ -94,6 +95,7 @@ void requireNoInput(Scene const& scene, SceneFiles const& files, bool mayBe, int
                     std::filesystem::path const& output) {
     for (NamedInput const& input : files.inputs())
         requireOtherFile(scene, mayBe, output, input.files->own(frame), input.kind);
+    if (files.sound) requireOtherFile(scene, mayBe, output, files.sound->own(frame), "sound");
 }
 
 }  // namespace zelk

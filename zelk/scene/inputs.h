@@ -32,6 +32,7 @@ struct SceneFiles {
 
     InputFiles layer;
     std::optional<InputFiles> plate, matte, holdout, stMap;
+    std::optional<InputFiles> sound;  ///< gives no pixels: no frame waits for it
     SequenceName output;
 };
 

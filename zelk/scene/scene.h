@@ -169,6 +169,7 @@ enum class SceneField {
     kChannels,
     kCodec,
     kCodecQuality,
+    kSound,
     kRate,
     kTrackReading,
     kBest,
@@ -225,6 +226,7 @@ struct Scene {
     std::optional<std::string> channels;  ///< of the output: a, rgb or rgba; nothing: as inputs
     std::optional<std::string> codec;     ///< of a movie; nothing: by its extension
     std::optional<double> codecQuality;   ///< of a lossy codec, in its own range (movies/codecs.h)
+    std::optional<SceneInput> sound;      ///< a movie whose sound the output has; nothing: plate's
     TrackReading trackReading;            ///< of edits, for tracks of edits
 
     std::map<SceneField, std::string> options;  ///< what an option set, and its name

@@ -5,7 +5,6 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
-#include <charconv>
 #include <fstream>
 #include <nlohmann/json.hpp>
 
@@ -22,7 +21,7 @@ fs::path journalOf(fs::path const& folder) { return folder / ".zelk-journal"; }
 
 std::string lineOf(std::string const& name, FileSum const& sum) {
     nlohmann::ordered_json const line = {
-        {"file", name}, {"bytes", sum.bytes}, {"crc32", fmt::format("{:08x}", sum.crc32)}};
+        {"file", name}, {"bytes", sum.bytes}, {"crc32", sumText(sum.crc32)}};
     // A name that is no UTF-8 is not found again: its file is read back.
     return line.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
 }
@@ -34,12 +33,8 @@ void readLine(std::string const& text, std::map<std::string, FileSum>& sums) {
     for (auto const& entry : {file, bytes, crc32})
         if (entry == line.end()) return;
     if (!file->is_string() || !bytes->is_number_unsigned() || !crc32->is_string()) return;
-    auto const& digits = crc32->get_ref<std::string const&>();
-    FileSum sum{*bytes, 0};
-    auto const [end, fault] =
-        std::from_chars(digits.data(), digits.data() + digits.size(), sum.crc32, 16);
-    if (fault != std::errc{} || end != digits.data() + digits.size()) return;
-    sums[*file] = sum;
+    if (auto const sum = sumNamed(crc32->get_ref<std::string const&>()))
+        sums[*file] = {bytes->get<std::uint64_t>(), *sum};
 }
 
 }  // namespace

@@ -209,6 +209,7 @@ void Progress::done(int frame, FrameFacts const& facts) {
     Event event = eventOf("frame", frame);
     event.line["file"] = facts.file;
     if (facts.bytes) event.line["bytes"] = *facts.bytes;
+    if (facts.crc32) event.line["crc32"] = sumText(*facts.crc32);
     event.line["stages"] = {{"load", inWholeMs(facts.loadSeconds)},
                             {"render", inWholeMs(facts.renderSeconds)},
                             {"store", inWholeMs(facts.storeSeconds)}};
@@ -266,16 +267,22 @@ void Progress::clearBar() {
 
 void Progress::end(RunTotals const& totals) {
     clearBar();
-    send({{{"event", "end"},
-           {"index", m_ended},
-           {"count", m_count},
-           {"seconds", inWholeMs(m_times.back() - m_start)},
-           {"written", totals.written},
-           {"skipped", totals.skipped},
-           {"failed", m_failed},
-           {"stopped", totals.isStopped},
-           {"peakBytes", peakBytes()},
-           {"code", static_cast<int>(totals.code)}}});
+    nlohmann::ordered_json line = {{"event", "end"},
+                                   {"index", m_ended},
+                                   {"count", m_count},
+                                   {"seconds", inWholeMs(m_times.back() - m_start)},
+                                   {"written", totals.written},
+                                   {"skipped", totals.skipped},
+                                   {"failed", m_failed},
+                                   {"stopped", totals.isStopped},
+                                   {"peakBytes", peakBytes()},
+                                   {"code", static_cast<int>(totals.code)}};
+    if (totals.movieSum) {
+        line["file"] = totals.movie;
+        line["bytes"] = totals.movieSum->bytes;
+        line["crc32"] = sumText(totals.movieSum->crc32);
+    }
+    send({std::move(line)});
 }
 
 void Progress::tick() {

@@ -20,6 +20,7 @@
 #include <utility>
 #include <vector>
 
+#include "zelk/files/file_sum.h"
 #include "zelk/render/run_options.h"
 #include "zelk/text/errors.h"
 
@@ -63,6 +64,7 @@ struct RunFacts {
 struct FrameFacts {
     std::string file = {};
     std::optional<std::uint64_t> bytes = {};  ///< of a file of its own
+    std::optional<std::uint32_t> crc32 = {};  ///< of the same, where it was read back
     double loadSeconds = 0, renderSeconds = 0, storeSeconds = 0;
 };
 
@@ -79,6 +81,8 @@ struct RunTotals {
     std::size_t written = 0, skipped = 0;
     bool isStopped = false;
     ExitCode code = ExitCode::kDone;
+    std::string movie = {};  ///< that is whole, and its sum; empty for none
+    std::optional<FileSum> movieSum = {};
 };
 
 /// For one thread at a time.

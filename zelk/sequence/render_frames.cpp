@@ -105,6 +105,7 @@ private:
     void printPlan(SceneFiles const& files) const;
     void tellEnd();
     bool keepsJournal() const { return !m_isStill || skipOf(m_run) == SkipExisting::kWhole; }
+    bool hasEvents() const { return !m_run.log.empty() || m_mode == ProgressMode::kJson; }
     bool isSilent() const {
         return m_mode == ProgressMode::kNone || m_mode == ProgressMode::kQuiet;
     }
@@ -279,6 +280,10 @@ void SequenceRun::runStages(FrameStages& renderer) {
     if (m_tally.result.isStopped || m_end || !m_tally.result.failed.empty()) return;
     m_tally.isWholeMovie = renderer.finishMovie(stopFlag());
     m_tally.result.isStopped = m_tally.result.isStopped || !m_tally.isWholeMovie;
+    if (m_isMovie && m_tally.isWholeMovie && hasEvents()) {
+        m_tally.movie = m_scene.outputPath().string();
+        m_tally.movieSum = sumOf(m_tally.movie);
+    }
     tellWarnings(renderer);
 }
 
@@ -339,15 +344,12 @@ void SequenceRun::store(FrameStages& renderer, int frame, TakenRender&& rendered
     FrameFacts& facts = rendered.facts;
     m_storedExplanation = rendered.picture->explanation;
     renderer.store(frame, std::move(*rendered.picture));
-    if (!m_isMovie && keepsJournal()) {
+    if (!m_isMovie && (keepsJournal() || hasEvents())) {
         if (auto const sum = sumOf(facts.file)) {
-            m_journal.note(facts.file, *sum);
+            if (keepsJournal()) m_journal.note(facts.file, *sum);
             facts.bytes = sum->bytes;
+            facts.crc32 = sum->crc32;
         }
-    } else if (!m_isMovie) {
-        std::error_code fault;
-        auto const bytes = std::filesystem::file_size(facts.file, fault);
-        if (!fault) facts.bytes = bytes;
     }
     facts.storeSeconds = secondsSince(start);
     m_stored = std::move(facts);

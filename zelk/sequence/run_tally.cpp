@@ -9,7 +9,12 @@ namespace zelk {
 
 RunTotals RunTally::totals(ExitCode code) const {
     bool const isNothing = !isRender || (isMovie && !isWholeMovie);
-    return {isNothing ? 0 : result.done.size(), skipped + shared, result.isStopped, code};
+    return {isNothing ? 0 : result.done.size(),
+            skipped + shared,
+            result.isStopped,
+            code,
+            movie,
+            movieSum};
 }
 
 std::string RunTally::summary() const {

@@ -2,9 +2,11 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "zelk/files/file_sum.h"
 #include "zelk/sequence/pipeline.h"
 #include "zelk/sequence/progress.h"
 #include "zelk/text/errors.h"
@@ -14,8 +16,10 @@ namespace zelk {
 struct RunTally {
     bool isRender = true;  ///< else frames are only looked at, and none is written
     bool isMovie = false, isWholeMovie = false;
-    PipelineResult result;                 ///< of all passes
-    std::size_t skipped = 0, shared = 0;   ///< `shared` were written by other runs meanwhile
+    PipelineResult result;                ///< of all passes
+    std::size_t skipped = 0, shared = 0;  ///< `shared` were written by other runs meanwhile
+    std::string movie;                    ///< its file, and its sum once it is whole
+    std::optional<FileSum> movieSum;
     std::vector<std::string> conversions;  ///< of colour
 
     /// `code` is how the run ends.

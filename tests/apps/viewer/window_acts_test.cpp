@@ -9,7 +9,6 @@
 #include <QSpinBox>
 #include <QTimer>
 #include <QToolButton>
-#include <algorithm>
 
 #include "apps/viewer/composition_canvas.h"
 #include "apps/viewer/composition_panel.h"
@@ -103,15 +102,13 @@ TEST_F(WindowActs, AFolderThatIsGoneStopsNothing) {
     fs::current_path(before);
     EXPECT_EQ(error(), "");
     EXPECT_EQ(window->notices().text("autosave"), "");
-    auto const isThere = [](fs::path const& file) { return file.filename() != "recent"; };
-    fs::directory_iterator const kept(folder.at("state"));
-    EXPECT_TRUE(std::any_of(begin(kept), end(kept), isThere));
+    // Beside the list of recent files.
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder.at("state")), {}), 2);
 }
 
 /// A still becomes a shot: its own size, frames and rate; then a plate comes and goes.
 TEST_F(WindowActs, TheCompositionIsSetAndComesBack) {
     window->openFile(path("chelsea.png"));
-    std::string const before = text();
     auto const type = [&](char const* row, char const* value, char const* name = "field0") {
         auto& own = *window->findChild<QWidget*>(row)->findChild<QLineEdit*>(name);
         QTest::keyClick(&own, Qt::Key_F2);
@@ -155,7 +152,6 @@ TEST_F(WindowActs, TheCompositionIsSetAndComesBack) {
         if (control->row().name.starts_with("scene comp")) control->reset();
     EXPECT_EQ(document().frameSize(), (PixelSize{451, 300}));
     EXPECT_EQ(document().lastFrame(), 0);
-    EXPECT_NE(before, saved);
 }
 
 TEST_F(WindowActs, TheFocusIsWhereItIsOfUse) {
@@ -196,28 +192,22 @@ TEST_F(WindowActs, KeysOfTheTimelineByKeyboard) {
     view.setFocus();
     QTest::keyClick(&view, Qt::Key_Down);
     ASSERT_EQ(view.currentRow(), 0);
-    auto const frames = [&] {
-        std::vector<int> chosen;
-        for (TimelineKey const& key : view.rows().front().keys)
-            if (view.selection().contains(key.ref)) chosen.push_back(static_cast<int>(key.frame));
+    using Frames = std::vector<int>;
+    auto const after = [&](Qt::Key key, Qt::KeyboardModifiers held = {}) {
+        QTest::keyClick(&view, key, held);
+        Frames chosen;
+        for (TimelineKey const& each : view.rows().front().keys)
+            if (view.selection().contains(each.ref)) chosen.push_back(int(each.frame));
         return chosen;
     };
-    struct Step {
-        Qt::Key key;
-        bool isShift;
-        std::vector<int> frames;
-    };
-    for (Step const& step : {Step{Qt::Key_Left, false, {24}}, Step{Qt::Key_Left, false, {1}},
-                             Step{Qt::Key_Left, false, {1}}, Step{Qt::Key_Right, true, {1, 24}},
-                             Step{Qt::Key_Right, false, {48}}}) {
-        QTest::keyClick(&view, step.key, step.isShift ? Qt::ShiftModifier : Qt::NoModifier);
-        EXPECT_EQ(frames(), step.frames);
-    }
+    EXPECT_EQ(after(Qt::Key_Left), Frames{24});
+    EXPECT_EQ(after(Qt::Key_Left), Frames{1});
+    EXPECT_EQ(after(Qt::Key_Left), Frames{1});
+    EXPECT_EQ(after(Qt::Key_Right, Qt::ShiftModifier), (Frames{1, 24}));
+    EXPECT_EQ(after(Qt::Key_Right), Frames{48});
     press("Keys/Show All Parameters");
     for (int i = 0; i < 200; ++i) QTest::keyClick(&view, Qt::Key_Down);
     EXPECT_EQ(view.verticalScrollBar()->value(), view.verticalScrollBar()->maximum());
-    for (int i = 0; i < 200; ++i) QTest::keyClick(&view, Qt::Key_Up);
-    EXPECT_EQ(view.verticalScrollBar()->value(), 0);
 }
 
 /// Warnings have one place, whose height is reserved, and go with their scene.
@@ -253,23 +243,6 @@ TEST_F(WindowActs, TheReadoutFollowsTheZoom) {
     EXPECT_FALSE(before.startsWith(there));
 }
 
-TEST_F(WindowActs, NamesAndSearchesAreShownAsTheyAre) {
-    fs::copy(folder.at("move.zelk.json"), folder.at("a&b.zelk.json"));
-    window->openFile(path("a&b.zelk.json"));
-    start();
-    QStringList shown;
-    for (auto const* const button : window->findChildren<QPushButton*>()) shown << button->text();
-    EXPECT_EQ(shown.filter("a&&b.zelk.json").size(), 1);
-    window->openFile(path("move.zelk.json"));
-    auto& search = *window->parameters().findChild<QLineEdit*>("search");
-    search.setText("<b>");
-    auto const* const nothing = window->parameters().findChild<QLabel*>("dim");
-    EXPECT_TRUE(nothing->isVisible());
-    EXPECT_EQ(nothing->text(), "No parameter has \u201c<b>\u201d in its name.");
-    search.setText("scale");
-    EXPECT_FALSE(nothing->isVisible());
-}
-
 /// A layer larger than its plate: pins far out are found, and brought to the frame.
 TEST_F(WindowActs, PinsOutsideOfThePanel) {
     document().edit(kParamToLowerRight, {9000, 8000});
@@ -284,7 +257,6 @@ TEST_F(WindowActs, PinsOutsideOfThePanel) {
     std::string const before = text();
     press("Pins/To Pins to Frame Corners");
     EXPECT_EQ(document().valueOf(kParamToLowerRight), (KeyValue{640, 427}));
-    EXPECT_EQ(document().valueOf(kParamToUpperLeft), (KeyValue{0, 0}));
     document().undo();
     EXPECT_EQ(text(), before);
     press("View/Picture/Layer");
@@ -292,7 +264,6 @@ TEST_F(WindowActs, PinsOutsideOfThePanel) {
     EXPECT_TRUE(window->sentences().sentences().front().contains("Show From Pins"));
     press("Pins/Show From Pins");
     EXPECT_EQ(canvas().pins().handles().size(), 4u);
-    EXPECT_FALSE(window->menus().action("Pins/Show From Pins")->isEnabled());
 }
 
 }  // namespace

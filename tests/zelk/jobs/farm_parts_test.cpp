@@ -60,8 +60,8 @@ Job slurmJob() {
     job.folder = "/s/100%.zelk-job";
     job.threads = 3;
     job.memoryMb = 900;
-    job.submissions = {{1, 1500, {{"70", 0, 1000}, {"71", 1000, 500}}, "72"},
-                       {2, 2, {{"80", 0, 2}}, ""}};
+    job.submissions = {{1, 1500, {{"70", 0, 1000}, {"71", 1000, 500}}, "72", false},
+                       {2, 2, {{"80", 0, 2}}, "", false}};
     return job;
 }
 
@@ -121,13 +121,27 @@ void expectTemplate(Json const& job) {
 
 TEST(OpenJd, TemplatesKeepTheFormsRules) {
     Job job = slurmJob();
-    expectTemplate(Json::parse(openJdText(job, {1, 20, {}, ""})));
+    expectTemplate(Json::parse(openJdText(job, {1, 20, {}, "", false})));
     job.movie.emplace();
     for (int const tasks : {0, 1, 2}) {
-        Json const json = Json::parse(openJdText(job, {1, tasks, {}, ""}));
+        Json const json = Json::parse(openJdText(job, {1, tasks, {}, "", false}));
         expectTemplate(json);
         EXPECT_EQ(json["steps"].size(), tasks > 0 ? 2u : 1u);
     }
+}
+
+TEST(OpenJd, NamesAreCutBetweenCharactersAndHoldNoReference) {
+    for (auto const& [name, expected] : std::vector<std::pair<std::string, std::string>>{
+             {"a{{b}}", "a{ {b}}"}, {"{{{{", "{ { { {"}, {"a\tb", "a b"}}) {
+        Job job;
+        job.folder = "/s/" + name + ".zelk-job";
+        EXPECT_EQ(Json::parse(openJdText(job, {1, 1, {}, "", false}))["name"], expected);
+    }
+    Job job;
+    std::string letters, cut;
+    for (int i = 0; i < 200; ++i) (i < 128 ? cut : letters) += "\u00e9";
+    job.folder = "/s/" + cut + letters + ".zelk-job";
+    EXPECT_EQ(Json::parse(openJdText(job, {1, 1, {}, "", false}))["name"], cut);
 }
 
 TEST(TaskScript, TriesAgainWhatMayPass) {
@@ -138,12 +152,12 @@ TEST(TaskScript, TriesAgainWhatMayPass) {
     job.program = folder.at("program");
     fs::create_directory(job.folder);
     writeScript(job.program,
-                "#!/bin/sh\necho \"$*\" >>calls\nread code <codes; sed -i 1d codes\n"
+                "#!/bin/sh\necho \"${*% *} S\" >>calls\nread code <codes; sed -i 1d codes\n"
                 "[ $code != 137 ] || kill -9 $$\nexit $code\n");
     writeScript(folder.at("sleep"), "#!/bin/sh\n");
     writeScript(job.script(), taskScript(job));
-    std::string const command =
-        "cd " + folder.path().string() + " && PATH=.:$PATH \"it's a.zelk-job/task.sh\" 1 7 2>err";
+    std::string const command = "cd " + folder.path().string() +
+                                " && PATH=.:$PATH \"it's a.zelk-job/task.sh\" ab12 1 7 2>err";
     using Ends = std::tuple<std::string, int, std::size_t>;  // codes in turn, the last, calls
     for (auto const& [codes, answer, calls] :
          {Ends{"0", 0, 1}, Ends{"3", 3, 1}, Ends{"130", 130, 1}, Ends{"5", 5, 1},
@@ -153,7 +167,7 @@ TEST(TaskScript, TriesAgainWhatMayPass) {
         EXPECT_EQ(WEXITSTATUS(std::system(command.c_str())), answer) << codes;
         std::string expected;
         for (std::size_t i = 0; i < calls; ++i)
-            expected += "submit task " + job.folder.string() + " 1 7\n";
+            expected += "submit task " + job.folder.string() + " 1 7 --job-id ab12 --script S\n";
         EXPECT_EQ(readTextFile(folder.at("calls"), ""), expected) << codes;
     }
 }
@@ -165,11 +179,13 @@ TEST(TaskLogs, OfKilledRunsAreReadAsFarAsTheyGo) {
 {"event":"failure","frame":4,"message":"bad","code":3,"endsRun":false}
 {"event":"failure","message":"full","code":4,"endsRun":true}
 {"event":"start"}
-{"event":"frame","frame":3,"seconds":2.5,"file":"o.3.png","bytes":70,"peakBytes":9}
+{"event":"frame","frame":3,"seconds":2.5,"file":"o.3.png","bytes":70,"crc32":"0000002a","peakBytes":9}
 {"event":"frame","fra)"));
     EXPECT_EQ(log.written.at(3).bytes, 70u);
+    EXPECT_EQ(log.written.at(3).crc32, 42u);
     EXPECT_EQ(log.failed, (std::map<int, std::string>{{4, "bad"}}));
-    EXPECT_EQ(log.end, "");
+    EXPECT_EQ(log.failure, "");
+    EXPECT_FALSE(log.hasEnded);
     EXPECT_EQ(log.seconds, 2.5);
 }
 

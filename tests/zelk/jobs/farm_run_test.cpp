@@ -1,8 +1,11 @@
 // Jobs from submission to their last frame. Slurm's programs are stood in for: they write down what
 // they were told and answer as files say.
+#include <sys/wait.h>
+
 #include <cstdlib>
 #include <fstream>
 #include <nlohmann/json.hpp>
+#include <thread>
 
 #include "tests/support/zelk_process.h"
 
@@ -56,10 +59,18 @@ protected:
     Json status() const {
         return Json::parse(run({"submit", "status", "out/o.zelk-job", "--json"}).out);
     }
-    int engineRuns(std::string const& arguments, std::string const& variables = "") const {
-        return std::system(("cd " + at("").string() + " && " + variables +
-                            " out/o.zelk-job/task.sh " + arguments + " 2>/dev/null")
-                               .c_str());
+    std::string id() const { return Json::parse(bytesOf("out/o.zelk-job/job.json"))["id"]; }
+    /// As an engine starts a task; of the job there is, where no other is named.
+    int engineRuns(std::string const& arguments, std::string const& variables = "",
+                   std::string const& job = "") const {
+        return WEXITSTATUS(
+            std::system(("cd " + at("").string() + " && " + variables + " out/o.zelk-job/task.sh " +
+                         (job.empty() ? id() : job) + " " + arguments + " 2>/dev/null")
+                            .c_str()));
+    }
+    int runAll() const {
+        return WEXITSTATUS(
+            std::system((at("out/o.zelk-job/run.sh").string() + " 2 2>/dev/null").c_str()));
     }
 };
 
@@ -69,8 +80,7 @@ TEST_F(Farm, ArraysRenderWhatWasSubmittedToTheBit) {
     ASSERT_EQ(said.exitCode, 0) << said.err;
     std::string const calls = bytesOf("calls");
     EXPECT_EQ(lines(calls), 3) << calls;  // six tasks, three an array, and the movie
-    for (char const* part :
-         {"--array=1-3", "--mem=200M", "--dependency=afterok:1:2", "task.sh movie"})
+    for (char const* part : {"--array=1-3", "--mem=200M", "--dependency=afterok:1:2", " 1 movie"})
         EXPECT_TRUE(has(calls, part)) << part;
     put("queue",
         "1_1|RUNNING|None\n1_2|PENDING|Resources\n2_3|PENDING|Resources\n3|PENDING|Dependency\n");
@@ -88,8 +98,10 @@ TEST_F(Farm, ArraysRenderWhatWasSubmittedToTheBit) {
     put("queue", "");
     EXPECT_EQ(frames(), one);
     EXPECT_FALSE(status()["whole"]);
-    EXPECT_EQ(engineRuns("movie"), 0);
+    EXPECT_EQ(engineRuns("1 movie"), 0);
     EXPECT_TRUE(status()["whole"]);
+    put("out/m.mov", "short");
+    EXPECT_EQ(status()["movie"], "missing");
 }
 
 TEST_F(Farm, ResumeHandsOverWhatNobodyHas) {
@@ -125,9 +137,6 @@ TEST_F(Farm, ScriptsRunAllTasksAndANewSubmissionRendersAnew) {
     auto const later = rendered({"--no-metadata"});
     putProject(0);
     done(words(joined(plain, {"--chunk", "5"})));
-    auto const runAll = [&] {
-        return std::system((at("out/o.zelk-job/run.sh").string() + " 2 2>/dev/null").c_str());
-    };
     EXPECT_EQ(runAll(), 0);
     EXPECT_NE(frames(), later);
     putProject(4);
@@ -143,6 +152,60 @@ TEST_F(Farm, ScriptsRunAllTasksAndANewSubmissionRendersAnew) {
     EXPECT_TRUE(status()["whole"]);
 }
 
+/// Other work on the same output, and what a script or an engine still has of what was cancelled.
+TEST_F(Farm, TasksOfWhatIsOverAreRefused) {
+    auto const shell = words({"--engine", "shell", "--chunk", "6"});
+    done(shell);
+    std::string const former = id();
+    done({"submit", "cancel", "out/o.zelk-job"});
+    done({"submit", "resume", "out/o.zelk-job"});
+    EXPECT_EQ(engineRuns("1 1"), 130);
+    EXPECT_EQ(engineRuns("2 1"), 0);
+    EXPECT_FALSE(status()["whole"]);
+    done(shell);  // a new job in its place
+    EXPECT_EQ(engineRuns("1 1", "", former), 130);
+    EXPECT_EQ(engineRuns("1 1"), 0);
+    EXPECT_EQ(engineRuns("1 2"), 0);
+    EXPECT_TRUE(status()["whole"]);
+    // Another render of the output, of as many bytes: the job has its own sums.
+    std::string const own = bytesOf("out/o.3.png");
+    putProject(1);
+    done({"render", "--project", "shot.zelk.json"});
+    put("out/o.5.png", std::string(bytesOf("out/o.5.png").size(), 'x'));
+    EXPECT_NE(run({"submit", "status", "out/o.zelk-job", "--verify"}).exitCode, 0);
+    EXPECT_EQ(engineRuns("1 1"), 0);
+    EXPECT_EQ(bytesOf("out/o.3.png"), own);
+}
+
+TEST_F(Farm, AJobIsAtWorkWhileItsScriptIs) {
+    std::string const mark = at("running").string();
+    putProgram("xargs", "touch " + mark + "; while [ -e " + mark + " ]; do sleep 0.05; done\n");
+    putProgram("parallel", "exit 1\n");
+    auto const shell = words({"--engine", "shell", "--chunk", "3"});
+    done(shell);
+    std::system((at("out/o.zelk-job/run.sh").string() + " 2>/dev/null &").c_str());
+    while (!fs::exists(at("running"))) std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    EXPECT_EQ(status()["waitingTasks"], 4);
+    EXPECT_EQ(run({"submit", "status", "out/o.zelk-job"}).exitCode, 0);
+    EXPECT_EQ(runAll(), 4);  // a second one
+    expectRefusal(shell, 4, {"out/o.zelk-job", "at work"});
+    expectRefusal(joined(shell, {"--job", "other.zelk-job"}), 4, {"o.zelk-job", "o.%d.png"});
+    expectRefusal(joined(shell, {"-o", "out/o.%d.exr"}), 4, {"o.%d.png", "o.%d.exr", "--job"});
+    expectRefusal({"submit", "resume", "out/o.zelk-job"}, 4, {"at work"});
+    fs::remove(at("running"));
+    while (status()["waitingTasks"] != 0) continue;
+    done(joined(shell, {"--job", "other.zelk-job"}));
+    EXPECT_TRUE(fs::is_symlink(at("out/other.zelk-job")));
+    // An engine that can't be asked has what it was given until that has ended or was cancelled.
+    done(words({"--engine", "openjd", "--chunk", "6", "--frame-time", "1"}));
+    EXPECT_EQ(status()["waitingTasks"], 2);
+    EXPECT_EQ(engineRuns("1 1"), 0);
+    EXPECT_EQ(status()["waitingTasks"], 1);
+    expectRefusal({"submit", "resume", "out/o.zelk-job"}, 4, {"at work", "cancel"});
+    EXPECT_EQ(engineRuns("1 2"), 0);
+    EXPECT_TRUE(status()["whole"]);
+}
+
 TEST_F(Farm, RefusalsAreOneLineAndLeaveNothing) {
     auto const slurm = words({"--engine", "slurm", "--chunk", "3"});
     fs::remove(at("_bin/sacct"));
@@ -151,6 +214,8 @@ TEST_F(Farm, RefusalsAreOneLineAndLeaveNothing) {
     expectRefusal(words({"--engine", "shell", "--codec", "h264"}), 2, {"--codec", "--movie"});
     expectRefusal(words({"--engine", "shell", "--movie", "m.png"}), 2,
                   {"--movie", "m.png", ".mov"});
+    expectRefusal(words({"--engine", "shell", "--engine-option", "-x"}), 2, {"sbatch", "slurm"});
+    expectRefusal(words({"--engine", "shell", "--job", "\xff.zelk-job"}), 2, {"UTF-8"});
     expectRefusal({"submit", "status", "out"}, 3, {"out", "is no job"});
     fs::remove(at("in.png"));
     expectRefusal(slurm, 3, {"in.png"});

@@ -106,6 +106,19 @@ TEST_F(MovieRun, RateLengthAndSoundAreThoseOfTheRange) {
     shell("ffmpeg -v error -y -i s.mov -map 0:a -ac 1 -ar 48000 -f s16le all.raw");
     soundSec("d.mov");
     EXPECT_EQ(bytesOf("sound.raw"), bytesOf("all.raw").substr(7 * 1920 * 2, 14 * 1920 * 2));
+    // Pictures take the sound that their plate had, by hand and where a farm gathers them.
+    Words farm = over("s.mov", "g.%d.png", "7-20");
+    farm[0] = "submit";
+    std::erase_if(farm, [](auto const& word) { return word == "--progress" || word == "none"; });
+    done(joined(farm, "--engine shell --chunk 14 --frame-time 1 --movie g.mov"_words));
+    shell("./g.zelk-job/run.sh 1 2>run.txt");
+    done("render g.%d.png --view original --sound s.mov --frames 7-20 --rate 25 -o h.mov"_words);
+    for (char const* const movie : {"g.mov", "h.mov"}) {
+        soundSec(movie);
+        EXPECT_EQ(bytesOf("sound.raw"), bytesOf("all.raw").substr(7 * 1920 * 2, 14 * 1920 * 2));
+    }
+    expectRefusal("render g.%d.png --view original --sound g.7.png --frames 7-8 -o i.mov"_words, 2,
+                  {"--sound", "g.7.png", "has no sound"});
     // A rate moves nothing in time, and sound of another one would not go with the pictures.
     for (auto const& [name, frames, more, rate] :
          {std::tuple("e.mov", "7-20", Words{"--rate", "30"}, "prores,30/1,14"),
