@@ -3,6 +3,7 @@
 #pragma once
 
 #include <QKeySequence>
+#include <QList>
 #include <QString>
 #include <functional>
 #include <vector>
@@ -18,6 +19,7 @@ struct ViewerCommand {
     std::function<bool()> isEnabled = {};  ///< none: always
     std::function<bool()> isChecked = {};  ///< none: can't be
     std::function<QString()> label = {};   ///< what the menu shows now: "Undo Set Opacity"
+    QList<QKeySequence> otherKeys = {};    ///< that do the same
 };
 using ViewerCommands = std::vector<ViewerCommand>;
 

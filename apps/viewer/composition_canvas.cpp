@@ -171,8 +171,8 @@ void CompositionCanvas::take(SharedFrame const& frame) {
     else
         m_shown = frame;
     if (view.shows == m_look.shows && isWhole(view)) m_values = frame;
-    if (!frame->warnings.empty() && onFailure)
-        onFailure(QString::fromStdString(frame->warnings.front()));
+    for (std::string const& warning : frame->warnings)
+        if (onWarning) onWarning(QString::fromStdString(warning));
     remakeImages();
     askNext();
     tellReadout();
@@ -222,9 +222,16 @@ void CompositionCanvas::changeView(std::function<void(ViewMap&)> const& act) {
     viewChanged();
 }
 
+void CompositionCanvas::fitPins() {
+    std::vector<PanelPoint> places;
+    for (PinHandle const& handle : m_pins.handles()) places.push_back(handle.value);
+    changeView([&](ViewMap& map) { map.fitWith(places); });
+}
+
 void CompositionCanvas::viewChanged() {
     ask(m_document.isOpen() && m_document.isActing());
     if (onView) onView();
+    tellReadout();
     update();
 }
 

@@ -55,6 +55,7 @@ public:
 
     void nudge(double dx, double dy);
     void selectAllPins();
+    void fitPins();
     /// The first selected pin's position is typed.
     void typePosition();
 
@@ -62,6 +63,8 @@ public:
     std::function<void()> onView;
     /// What is under the cursor; empty outside.
     std::function<void(QString const&)> onReadout;
+    /// A warning of a frame, a sentence.
+    std::function<void(QString const&)> onWarning;
     /// Something that failed, a sentence.
     std::function<void(QString const&)> onFailure;
     /// The files of a picture that is shown are others by now.

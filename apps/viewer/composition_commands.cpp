@@ -41,7 +41,7 @@ ViewerCommands CompositionPanel::zoomCommands() {
         return ViewerCommand{"View", name, keys, help,
                              [this, act = std::move(act)] { m_canvas->changeView(act); }};
     };
-    return {
+    ViewerCommands all = {
         zoom("Fit to Panel", QKeySequence("F"), "Show all of the picture",
              [](ViewMap& map) { map.fit(); }),
         zoom("Actual Pixels", QKeySequence("Ctrl+1"), "A pixel of the picture is one of the screen",
@@ -53,6 +53,12 @@ ViewerCommands CompositionPanel::zoomCommands() {
         zoom("Zoom Out", QKeySequence("Ctrl+-"),
              "To the next smaller zoom; the wheel at the cursor",
              [](ViewMap& map) { map.zoomAtCenter(map.nextZoom(false)); })};
+    for (ViewerCommand& command : all)
+        if (command.name == "Zoom In") command.otherKeys = {QKeySequence("Ctrl+=")};
+    all.push_back({"View", "Fit Pins", QKeySequence("Shift+A"),
+                   "Show all pins and the picture, however far out they lie",
+                   [this] { m_canvas->fitPins(); }});
+    return all;
 }
 
 ViewerCommands CompositionPanel::lookCommands() {
@@ -144,6 +150,18 @@ ViewerCommands CompositionPanel::pinCommands() {
              "Type x and y of the selected pin (Enter in the panel, or a double click)",
              [this] { m_canvas->typePosition(); },
              hasSelection},
+            {"Pins",
+             "To Pins to Frame Corners",
+             {},
+             "Put the To Pins on the frame's corners",
+             [this] { m_canvas->pins().toFrameCorners(); },
+             [this] { return m_document.isOpen() && !m_document.scene().isInverted; }},
+            {"Pins",
+             "Show From Pins",
+             {},
+             "Set Overlay Mode, which hides them, so that both quads show",
+             [this] { m_canvas->pins().showFromPins(); },
+             [this] { return m_document.isOpen() && m_canvas->pins().hidesFromPins(); }},
             nudge("Nudge Left", -1, 0),
             nudge("Nudge Right", 1, 0),
             nudge("Nudge Up", 0, -1),

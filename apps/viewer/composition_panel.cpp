@@ -10,6 +10,7 @@
 
 #include "apps/viewer/composition_canvas.h"
 #include "apps/viewer/composition_choices.h"
+#include "apps/viewer/parameters/own_keys.h"
 
 namespace zelk {
 namespace {
@@ -45,8 +46,9 @@ CompositionPanel::CompositionPanel(Document& document, QWidget* parent)
     layout->addWidget(m_bar);
     makeBar();
     m_canvas->onView = [this] { keepUp(); };
-    m_canvas->onReadout = [this](QString const& text) { m_readout->setText(text); };
-    m_canvas->onFailure = [this](QString const& sentence) { emit messageChanged(sentence); };
+    m_canvas->onReadout = [this](QString const& text) { showReadout(text); };
+    m_canvas->onFailure = [this](QString const& sentence) { emit told(sentence); };
+    m_canvas->onWarning = [this](QString const& sentence) { emit warned(sentence); };
     setFocusProxy(m_canvas);
     keepUp();
 }
@@ -64,6 +66,8 @@ QComboBox* CompositionPanel::addBox(QString const& name, QString const& help,
     box->setAccessibleName(name);
     box->setToolTip(help);
     box->setFocusPolicy(Qt::TabFocus);
+    keepKeys(*box, {Qt::Key_Space, Qt::Key_Up, Qt::Key_Down, Qt::Key_Home, Qt::Key_End,
+                    Qt::Key_PageUp, Qt::Key_PageDown});
     connect(box, &QComboBox::activated, this, choose);
     m_bar->layout()->addWidget(box);
     return box;
@@ -78,6 +82,7 @@ QToolButton* CompositionPanel::addSwitch(QString const& name, QString const& hel
     button->setCheckable(true);
     button->setAutoRaise(true);
     button->setFocusPolicy(Qt::TabFocus);
+    keepKeys(*button, {Qt::Key_Space});
     connect(button, &QToolButton::clicked, this, [this, field](bool isOn) {
         changeLook([&](CanvasLook& look) { look.*field = isOn; });
     });
@@ -137,10 +142,30 @@ void CompositionPanel::makeBar() {
     row->addWidget(m_readout, 1);
 }
 
+/// Where there is no room for all of it, the place in the other picture goes first.
+void CompositionPanel::showReadout(QString const& text) {
+    QStringList parts = text.split("   ");
+    auto const fits = [&] {
+        return m_readout->fontMetrics().horizontalAdvance(parts.join("   ")) <= m_readout->width();
+    };
+    auto const isPlace = [](QString const& part) {
+        return part.startsWith("frame") || part.startsWith("layer");
+    };
+    if (!fits() && isPlace(parts.value(1))) parts.removeAt(1);
+    if (!fits() && parts.size() > 1) parts.removeFirst();
+    m_readout->setText(parts.join("   "));
+}
+
 void CompositionPanel::changeLook(std::function<void(CanvasLook&)> const& act) {
     CanvasLook look = m_canvas->look();
     act(look);
+    bool const isOther = look.shows != m_canvas->look().shows;
     m_canvas->setLook(look);
+    bool const isHidden = isOther && look.shows == ShownPicture::kLayer &&
+                          m_canvas->pins().hidesFromPins() && look.hasOverlay;
+    if (isOther)
+        emit told(isHidden ? "Overlay Mode hides the From Pins: Pins > Show From Pins shows them"
+                           : "");
 }
 
 void CompositionPanel::keepUp() {

@@ -31,8 +31,10 @@ public:
     PictureView view() const;
 
 signals:
-    /// A sentence about something that failed, or a warning of a frame.
-    void messageChanged(QString const& sentence);
+    /// A sentence about the last act, which failed or has a consequence.
+    void told(QString const& sentence);
+    /// A warning of a frame.
+    void warned(QString const& sentence);
 
 private:
     void makeBar();
@@ -40,6 +42,7 @@ private:
                       std::function<void(int)> const& choose);
     QToolButton* addSwitch(QString const& name, QString const& help, bool CanvasLook::*field);
     void keepUp();
+    void showReadout(QString const& text);
     void changeLook(std::function<void(CanvasLook&)> const& act);
 
     ViewerCommands zoomCommands();

@@ -5,6 +5,7 @@
 
 #include "apps/viewer/model/opened_file.h"
 #include "apps/viewer/model/scene_inputs.h"
+#include "apps/viewer/typed_field.h"
 #include "zelk/inputs/input_files.h"
 #include "zelk/scene/edits.h"
 #include "zelk/text/errors.h"
@@ -77,7 +78,7 @@ void FileActs::fillRecent(QMenu& menu) {
         if (action->data().toBool()) menu.removeAction(action);
     QAction* const before = menu.actions().value(0);
     for (fs::path const& file : recent()) {
-        auto* const action = new QAction(textOf(file), &menu);
+        auto* const action = new QAction(plainLabel(textOf(file)), &menu);
         action->setData(true);
         QObject::connect(action, &QAction::triggered, &menu,
                          [this, file] { m_services.attempt([&] { openFile(file); }); });
@@ -125,6 +126,7 @@ void FileActs::revert() {
 }
 
 bool FileActs::save() {
+    takeTypedFields(*m_services.window);
     if (document().file().empty()) return saveAs();
     if (document().hasFileChanged()) {
         int const answer = m_services.questions.choice(
@@ -140,6 +142,7 @@ bool FileActs::save() {
 }
 
 bool FileActs::saveAs() {
+    takeTypedFields(*m_services.window);
     QString file =
         m_services.questions.fileToSave("Save As", proposalOf(document()), kProjectFilter);
     if (file.isEmpty()) return false;
@@ -157,6 +160,7 @@ bool FileActs::saveAs() {
 }
 
 bool FileActs::mayLeave() {
+    takeTypedFields(*m_services.window);
     if (!document().isModified()) return true;
     int const answer = m_services.questions.choice(
         "Save the changes to " + titleOf(document()) + "?", {"Save", "Don\u2019t Save"});

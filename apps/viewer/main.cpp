@@ -1,9 +1,10 @@
 // The viewer's program: `zelk view` starts it.
-#include <QApplication>
 #include <cstdio>
+#include <exception>
 
 #include "apps/viewer/model/state_folder.h"
 #include "apps/viewer/theme.h"
+#include "apps/viewer/viewer_application.h"
 #include "apps/viewer/viewer_arguments.h"
 #include "apps/viewer/viewer_window.h"
 #include "zelk/text/errors.h"
@@ -14,7 +15,7 @@ int main(int argc, char** argv) {
         auto const arguments = viewerArguments({argv + 1, argv + argc});
         if (!arguments.print.empty()) return std::fputs(arguments.print.c_str(), stdout) < 0;
         useThreadsOfEnvironment();
-        QApplication application(argc, argv);
+        ViewerApplication application(argc, argv);
         QGuiApplication::setDesktopFileName("zelk-viewer");
         applyTheme(application);
         ViewerWindow window(moduleOfEnvironment(), stateFolder());
@@ -26,5 +27,8 @@ int main(int argc, char** argv) {
     } catch (UserError const& error) {
         std::fprintf(stderr, "zelk-viewer: %s\n", error.what());
         return static_cast<int>(error.code());
+    } catch (std::exception const& error) {
+        std::fprintf(stderr, "zelk-viewer: %s\n", error.what());
+        return static_cast<int>(ExitCode::kRenderFailed);
     }
 }

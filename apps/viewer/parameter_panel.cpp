@@ -35,7 +35,8 @@ ParameterPanel::ParameterPanel(Document& document, QWidget* parent)
       m_document(document),
       m_search(new QLineEdit(this)),
       m_area(new QScrollArea(this)),
-      m_message(new QLabel(this)) {
+      m_message(new QLabel(this)),
+      m_nothing(new QLabel(this)) {
     setAccessibleName("Parameters");
     m_search->setObjectName("search");
     m_search->setPlaceholderText("Find a parameter");
@@ -49,6 +50,11 @@ ParameterPanel::ParameterPanel(Document& document, QWidget* parent)
     palette.setColor(QPalette::WindowText, kWarningColor);
     m_message->setPalette(palette);
     m_message->hide();
+    m_nothing->setObjectName("dim");
+    m_nothing->setTextFormat(Qt::PlainText);
+    m_nothing->setWordWrap(true);
+    m_nothing->setMargin(8);
+    m_nothing->hide();
     m_area->setWidgetResizable(true);
     m_area->setFrameShape(QFrame::NoFrame);
     m_area->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
@@ -59,6 +65,7 @@ ParameterPanel::ParameterPanel(Document& document, QWidget* parent)
     top->setContentsMargins(6, 0, 6, 0);
     top->addWidget(m_search);
     layout->addLayout(top);
+    layout->addWidget(m_nothing);
     layout->addWidget(m_area, 1);
     layout->addWidget(m_message);
     setMinimumWidth(424);
@@ -135,6 +142,10 @@ QWidget* ParameterPanel::addEntry(PanelControl& control, QWidget& parent) {
 void ParameterPanel::arrange() {
     std::string const text = m_search->text().toStdString();
     std::vector<bool> const found = foundRows(m_controls, text);
+    bool const isNothing =
+        !found.empty() && std::find(found.begin(), found.end(), true) == found.end();
+    m_nothing->setText("No parameter has \u201c" + m_search->text() + "\u201d in its name.");
+    m_nothing->setVisible(isNothing);
     int openLevel = 0;  // rows down to this one are in open groups
     for (std::size_t i = 0; i < m_entries.size(); ++i) {
         Entry const& entry = m_entries[i];
@@ -274,9 +285,9 @@ ViewerCommands ParameterPanel::commands() {
                    "Shows the frame of its key before.", [](Row& row) { row.goToKey(false); }),
         rowCommand("Next Key of Parameter", QKeySequence("Shift+K"),
                    "Shows the frame of its next key.", [](Row& row) { row.goToKey(true); }),
-        {"Parameters", "Fold All Groups", QKeySequence("Ctrl+Alt+Up"),
+        {"Parameters", "Fold All Groups", QKeySequence("Ctrl+Shift+F"),
          "Shows the names of the groups alone.", [this] { foldAll(true); }},
-        {"Parameters", "Unfold All Groups", QKeySequence("Ctrl+Alt+Down"), "Shows all parameters.",
+        {"Parameters", "Unfold All Groups", QKeySequence("Ctrl+Alt+F"), "Shows all parameters.",
          [this] { foldAll(false); }},
     };
 }

@@ -69,7 +69,7 @@ private:
     std::vector<Entry> m_entries;  ///< of each control
     QLineEdit* m_search;
     QScrollArea* m_area;
-    QLabel* m_message;
+    QLabel *m_message, *m_nothing;
     QPointer<QWidget> m_focused;  ///< the row or header that had the focus last
 };
 

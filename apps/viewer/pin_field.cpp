@@ -21,15 +21,23 @@ std::optional<PanelPoint> positionOf(QString const& text) {
 
 PinField::PinField(QString const& name, PanelPoint value, QWidget* parent) : QLineEdit(parent) {
     setText(QString("%1, %2").arg(value.x, 0, 'g', 9).arg(value.y, 0, 'g', 9));
+    m_typedFrom = text();
     setAccessibleName("Position of " + name);
     setToolTip("Position of " + name + ", x, y in pixels");
     setFixedWidth(150);
     selectAll();
 }
 
+void PinField::takeTyped() {
+    auto const value = positionOf(text());
+    if (!value || text() == m_typedFrom) return;
+    m_typedFrom = text();
+    if (onValue) onValue(*value);
+}
+
 void PinField::accept() {
-    if (auto const value = positionOf(text())) {
-        if (onValue) onValue(*value);
+    if (positionOf(text())) {
+        takeTyped();
         if (onEnd) onEnd();
         return;
     }
@@ -41,12 +49,15 @@ void PinField::accept() {
 void PinField::keyPressEvent(QKeyEvent* event) {
     if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) return accept();
     if (event->key() != Qt::Key_Escape) return QLineEdit::keyPressEvent(event);
+    setText(m_typedFrom);
     if (onEnd) onEnd();
 }
 
 void PinField::focusOutEvent(QFocusEvent* event) {
     QLineEdit::focusOutEvent(event);
-    if (event->reason() != Qt::PopupFocusReason && onEnd) onEnd();
+    if (event->reason() == Qt::PopupFocusReason) return;
+    takeTyped();
+    if (onEnd) onEnd();
 }
 
 }  // namespace zelk

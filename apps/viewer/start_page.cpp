@@ -36,6 +36,7 @@ StartPage::StartPage(WindowServices& services, FileActs& files, QWidget* parent)
     connect(open, &QPushButton::clicked, this,
             [this] { m_services.attempt([this] { m_files.open(); }); });
     line->addWidget(open);
+    setFocusProxy(open);
     line->addStretch();
     rows->addSpacing(12);
     rows->addLayout(line);
@@ -51,7 +52,7 @@ void StartPage::refresh() {
         delete item;
     }
     for (auto const& file : m_files.recent()) {
-        auto* const button = new QPushButton(textOf(file), this);
+        auto* const button = new QPushButton(plainLabel(textOf(file)), this);
         button->setFlat(true);
         button->setToolTip("Open it again");
         connect(button, &QPushButton::clicked, this, [this, file] {

@@ -120,7 +120,7 @@ ViewerCommands TimelinePanel::keyCommands() {
          open},
         move("Move Keys Earlier", "Ctrl+Shift+Left", "The selected keys one frame earlier", -1),
         move("Move Keys Later", "Ctrl+Shift+Right", "The selected keys one frame later", 1),
-        shapeCommand(KeyShape::kLinear, "Linear", QKeySequence("Ctrl+Alt+L"),
+        shapeCommand(KeyShape::kLinear, "Linear", QKeySequence("Ctrl+Shift+L"),
                      "Straight on both sides of the selected keys"),
         shapeCommand(KeyShape::kHold, "Hold", QKeySequence("Ctrl+Alt+H"),
                      "The value stays until the next key"),

@@ -93,7 +93,7 @@ void TimelineView::paintRows(QPainter& painter) const {
     if (!m_rows.empty()) return;
     painter.setPen(mixed(base, text, 0.5));
     painter.drawText(viewport()->rect().adjusted(0, TimelineLook::kRulerPx, 0, 0), Qt::AlignCenter,
-                     "No keyframes yet: a parameter's diamond adds the first one.");
+                     "No keyframes yet: a parameter's stopwatch adds the first one.");
 }
 
 /// Labels above, below them what is rendered, what plays and the shutter.

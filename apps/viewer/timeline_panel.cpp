@@ -2,12 +2,15 @@
 #include "apps/viewer/timeline_panel.h"
 
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QMenu>
 #include <QSignalBlocker>
 #include <QSpinBox>
 #include <QToolButton>
 #include <QVBoxLayout>
+
+#include "apps/viewer/parameters/own_keys.h"
 
 namespace zelk {
 
@@ -33,6 +36,7 @@ QToolButton* TimelinePanel::button(ViewerCommand const& command, QString const& 
     button->setText(mark);
     button->setAutoRaise(true);
     button->setFocusPolicy(Qt::TabFocus);
+    keepKeys(*button, {Qt::Key_Space});
     button->setAccessibleName(command.name);
     QString const keys = command.keys.toString(QKeySequence::NativeText);
     button->setToolTip(keys.isEmpty() ? command.help : command.help + " (" + keys + ")");
@@ -52,6 +56,7 @@ QWidget* TimelinePanel::transport() {
     m_frame->setKeyboardTracking(false);
     m_frame->setMinimumWidth(64);
     connect(m_frame, &QSpinBox::valueChanged, &m_player, &Player::goTo);
+    m_frame->installEventFilter(this);
     layout->addWidget(m_frame);
     struct Mark {
         char const* name;
@@ -75,6 +80,17 @@ QWidget* TimelinePanel::transport() {
     layout->addWidget(m_rate);
     layout->addStretch(1);
     return bar;
+}
+
+/// Enter sets the frame, and hands the keys back to the rows.
+bool TimelinePanel::eventFilter(QObject* object, QEvent* event) {
+    bool const isKey = object == m_frame && event->type() == QEvent::KeyPress;
+    int const key = isKey ? static_cast<QKeyEvent*>(event)->key() : 0;
+    if (key != Qt::Key_Return && key != Qt::Key_Enter && key != Qt::Key_Escape)
+        return QWidget::eventFilter(object, event);
+    if (key == Qt::Key_Escape) refresh();
+    m_view->setFocus();  // which takes what is typed
+    return true;
 }
 
 void TimelinePanel::refresh() {

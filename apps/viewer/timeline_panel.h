@@ -29,6 +29,9 @@ public:
     Player& player() { return m_player; }
     TimelineView& view() { return *m_view; }
 
+protected:
+    bool eventFilter(QObject* object, QEvent* event) override;
+
 private:
     QWidget* transport();
     QToolButton* button(ViewerCommand const& command, QString const& mark);

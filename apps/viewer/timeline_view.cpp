@@ -274,6 +274,36 @@ void TimelineView::setCurrentRow(int row) {
     viewport()->update();
 }
 
+/// Scrolls as little as shows it.
+void TimelineView::goToRow(int row) {
+    setCurrentRow(row);
+    if (row < 0) return;
+    int const top = row * TimelineLook::kRowPx;
+    int const roomPx = viewport()->height() - TimelineLook::kRulerPx;
+    int const last = top + TimelineLook::kRowPx - roomPx;
+    QScrollBar& bar = *verticalScrollBar();
+    bar.setValue(std::clamp(bar.value(), std::min(last, top), top));
+}
+
+/// Of the current row: the key beside the selected ones, else beside the frame that is shown.
+void TimelineView::selectKey(bool isLater, bool adds) {
+    if (m_currentRow < 0) return;
+    std::vector<TimelineKey> const& keys = m_rows[static_cast<std::size_t>(m_currentRow)].keys;
+    std::optional<double> from;
+    for (TimelineKey const& key : keys)
+        if (m_selection.contains(key.ref) && (isLater || !from)) from = key.frame;
+    TimelineKey const* next = nullptr;
+    for (TimelineKey const& key : keys) {
+        double const away = key.frame - from.value_or(m_document.frame());
+        bool const isBeside = away == 0 ? !from : (away > 0) == isLater;
+        if (isBeside && (!next || !isLater)) next = &key;
+    }
+    if (!next) return;
+    KeySelection selection = adds ? m_selection : KeySelection();
+    selection.insert(next->ref);
+    select(std::move(selection));
+}
+
 void TimelineView::keyPressEvent(QKeyEvent* event) {
     int const last = static_cast<int>(m_rows.size()) - 1;
     switch (event->key()) {
@@ -282,9 +312,12 @@ void TimelineView::keyPressEvent(QKeyEvent* event) {
             m_drag = Drag::kNone;
             return select({});
         case Qt::Key_Up:
-            return setCurrentRow(std::max(0, m_currentRow - 1));
+            return goToRow(std::min(last, std::max(0, m_currentRow - 1)));
         case Qt::Key_Down:
-            return setCurrentRow(std::min(last, m_currentRow + 1));
+            return goToRow(std::min(last, m_currentRow + 1));
+        case Qt::Key_Left:
+        case Qt::Key_Right:
+            return selectKey(event->key() == Qt::Key_Right, event->modifiers() & Qt::ShiftModifier);
         default:
             QAbstractScrollArea::keyPressEvent(event);
     }

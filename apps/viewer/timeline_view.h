@@ -76,6 +76,8 @@ private:
     void dragKeys(QPointF const& at);
     void selectBox(QPointF const& at);
     void setCurrentRow(int row);
+    void goToRow(int row);
+    void selectKey(bool isLater, bool adds);
 
     void paintRuler(QPainter& painter) const;
     void paintRows(QPainter& painter) const;

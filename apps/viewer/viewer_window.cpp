@@ -6,6 +6,7 @@
 #include <QDockWidget>
 #include <QGuiApplication>
 #include <QLabel>
+#include <QMenuBar>
 #include <QMimeData>
 #include <QSettings>
 #include <QStackedWidget>
@@ -18,11 +19,14 @@
 #include "apps/viewer/composition_panel.h"
 #include "apps/viewer/dialogs/export_dialog.h"
 #include "apps/viewer/dialogs/shortcuts_dialog.h"
+#include "apps/viewer/dock_buttons.h"
 #include "apps/viewer/file_watch.h"
 #include "apps/viewer/model/command_text.h"
 #include "apps/viewer/parameter_panel.h"
 #include "apps/viewer/start_page.h"
+#include "apps/viewer/status_sentence.h"
 #include "apps/viewer/timeline_panel.h"
+#include "apps/viewer/viewer_application.h"
 #include "zelk/files/text_file.h"
 #include "zelk/scene/clock.h"
 #include "zelk/text/errors.h"
@@ -52,9 +56,13 @@ ViewerWindow::ViewerWindow(fs::path module, fs::path const& stateFolder)
     connectPlay();
     addCommands();
     setAcceptDrops(true);
+    if (auto* const application = dynamic_cast<ViewerApplication*>(qApp))
+        application->tellFailuresTo(
+            *m_notices, [this](QString const& sentence) { m_services.tellError(sentence); });
     m_document.onChange([this](DocumentChange const& change) { follow(change); });
     showTitle();
     m_usualLayout = saveState();
+    m_start->setFocus();
 }
 
 /// Widgets go before the document that they show.
@@ -87,6 +95,7 @@ void ViewerWindow::addDock(QString const& name, QWidget* panel, Qt::DockWidgetAr
     dock->setAccessibleName(name);
     dock->setWidget(panel);
     addDockWidget(area, dock);
+    showDockButtons(*dock);
 }
 
 void ViewerWindow::makeStatusLine() {
@@ -97,8 +106,10 @@ void ViewerWindow::makeStatusLine() {
     m_memory->setToolTip(
         "Memory of the pictures that are kept, the most that it may become, and decoded inputs");
     m_memory->hide();
-    connect(m_composition, &CompositionPanel::messageChanged, this,
-            [this](QString const& sentence) { statusBar()->showMessage(sentence); });
+    m_said = new StatusSentence(this);
+    connect(m_composition, &CompositionPanel::warned, m_said, &StatusSentence::warn);
+    connect(m_composition, &CompositionPanel::told, m_said, &StatusSentence::tell);
+    statusBar()->addWidget(m_said, 1);
     statusBar()->addPermanentWidget(m_facts);
     statusBar()->addPermanentWidget(m_colors->label());
     statusBar()->addPermanentWidget(m_memory);
@@ -196,6 +207,11 @@ ViewerCommands ViewerWindow::windowCommands() {
                         [this] { setWindowState(windowState() ^ Qt::WindowFullScreen); },
                         {},
                         [this] { return isFullScreen(); }});
+    commands.push_back({"Window", "Menu Bar", QKeySequence("F10"),
+                        "The first menu; Alt with an underlined letter opens that menu", [this] {
+                            menuBar()->setFocus(Qt::MenuBarFocusReason);
+                            menuBar()->setActiveAction(menuBar()->actions().value(0));
+                        }});
     commands.push_back(
         {"Window", "Reset Layout", {}, "All panels where they were at first", [this] {
              resetLayout();
@@ -228,8 +244,13 @@ void ViewerWindow::takeHandedOver(fs::path const& source) {
 }
 
 void ViewerWindow::follow(DocumentChange const& change) {
+    bool const isNew =
+        change.inputs && m_document.undoName().empty() && m_document.redoName().empty();
     if (change.inputs) m_pages->setCurrentWidget(m_composition);
+    if (isNew) m_composition->setFocus();
     if (change.inputs || change.state) m_notices->remove("error");
+    if (isNew) m_said->clear();
+    if (change.inputs || change.state) m_said->endTold();
     if (change.state) showTitle();
     if (change.inputs || change.frame) showFacts();
     showWarnings();
@@ -256,14 +277,10 @@ void ViewerWindow::showFacts() {
                          .arg(m_document.lastFrame()));
 }
 
-/// Not within a drag, where the notice would move the picture away from the mouse.
 void ViewerWindow::showWarnings() {
-    if (!m_document.isOpen() || m_document.isActing()) return;
-    QStringList sentences;
+    if (!m_document.isOpen()) return;
     for (std::string const& warning : m_document.takeWarnings())
-        sentences.append(QString::fromStdString(warning));
-    if (!sentences.isEmpty())
-        m_notices->show("warning", {NoticeTone::kWarning, sentences.join("\n")});
+        m_said->warn(QString::fromStdString(warning));
 }
 
 void ViewerWindow::copyAsCommand() {
@@ -287,9 +304,9 @@ void ViewerWindow::showExport() {
 
 bool ViewerWindow::mayEndExport() {
     if (!m_export || !m_export->isRunning()) return true;
-    return m_services.questions.choice(
-               "An export is under way. What it has written stays whole when it is cancelled.",
-               {"Cancel the Export"}) == 0;
+    return m_services.questions.goesOn(
+        "An export is under way. Frames that are written stay when it stops.", "Keep Rendering",
+        "Stop and Quit");
 }
 
 void ViewerWindow::rememberLayout() {

@@ -24,6 +24,7 @@ class ExportDialog;
 class FileWatch;
 class ParameterPanel;
 class StartPage;
+class StatusSentence;
 class TimelinePanel;
 
 class ViewerWindow : public QMainWindow {
@@ -42,6 +43,7 @@ public:
     TimelinePanel& timeline() { return *m_timeline; }
     WindowMenus& menus() { return *m_menus; }
     NoticeArea& notices() { return *m_notices; }
+    StatusSentence& sentences() { return *m_said; }
     Questions& questions() { return m_services.questions; }
     FileActs& files() { return *m_files; }
     InputActs& inputs() { return *m_inputs; }
@@ -90,6 +92,7 @@ private:
     NoticeArea* m_notices;
     QStackedWidget* m_pages;
     StartPage* m_start = nullptr;
+    StatusSentence* m_said;
     QLabel *m_facts, *m_memory;
     WindowServices m_services;
     WindowMenus* m_menus;

@@ -7,22 +7,31 @@
 #include <QMenuBar>
 #include <QStringList>
 
-#include "zelk/text/errors.h"
+#include "apps/viewer/typed_field.h"
+#include "apps/viewer/viewer_application.h"
 
 namespace zelk {
 
 namespace {
 
-/// Menus of other names stand before the last two.
+/// In their order, "&" before the letter that opens it with Alt. Menus of other names stand before
+/// the last two.
 QStringList const& menuOrder() {
-    static QStringList const order = {"File", "Edit", "Composition", "Pins",   "Parameters", "Keys",
-                                      "View", "Play", "Timeline",    "Window", "Help"};
+    static QStringList const order = {"&File", "&Edit", "&Pins",   "P&arameters", "&Keys",
+                                      "&View", "P&lay", "&Window", "&Help"};
     return order;
 }
 
-qsizetype rankOf(QString const& name) {
-    auto const rank = menuOrder().indexOf(name);
-    return rank >= 0 ? rank : menuOrder().indexOf("Window") - 1;
+qsizetype rankOf(QString const& title) {
+    auto const rank = menuOrder().indexOf(title);
+    return rank >= 0 ? rank : menuOrder().indexOf("&Window") - 1;
+}
+
+/// Its name with the letter, where it stands in the bar.
+QString titleOf(QString const& name) {
+    for (QString const& title : menuOrder())
+        if (QString(title).remove('&') == name) return title;
+    return name;
 }
 
 }  // namespace
@@ -46,7 +55,9 @@ void WindowMenus::addAction(ViewerCommand const& command) {
         return;
     }
     auto* const action = new QAction(command.name, this);
-    action->setShortcut(command.keys);
+    QList<QKeySequence> keys = command.otherKeys;
+    if (!command.keys.isEmpty()) keys.prepend(command.keys);
+    action->setShortcuts(keys);
     action->setStatusTip(command.help);
     action->setToolTip(command.help);
     action->setCheckable(static_cast<bool>(command.isChecked));
@@ -69,8 +80,9 @@ QMenu* WindowMenus::menu(QString const& path) {
 QMenu* WindowMenus::makeMenu(QString const& path) {
     auto const slash = path.lastIndexOf('/');
     QString const name = path.mid(slash + 1);
-    auto* const made = new QMenu(
-        name, slash < 0 ? static_cast<QWidget*>(m_window.menuBar()) : menu(path.left(slash)));
+    auto* const made =
+        new QMenu(slash < 0 ? titleOf(name) : name,
+                  slash < 0 ? static_cast<QWidget*>(m_window.menuBar()) : menu(path.left(slash)));
     made->setToolTipsVisible(true);
     connect(made, &QMenu::aboutToShow, this, &WindowMenus::update);
     if (slash >= 0) {
@@ -79,18 +91,16 @@ QMenu* WindowMenus::makeMenu(QString const& path) {
     }
     QAction* before = nullptr;
     for (QAction* const other : m_window.menuBar()->actions())
-        if (!before && rankOf(other->text()) > rankOf(name)) before = other;
+        if (!before && rankOf(other->text()) > rankOf(titleOf(name))) before = other;
     m_window.menuBar()->insertMenu(before, made);
     return made;
 }
 
 bool WindowMenus::run(ViewerCommand const& command) {
+    takeTypedFields(m_window);
     if (command.isEnabled && !command.isEnabled()) return false;
-    try {
-        command.run();
-    } catch (UserError const& error) {
-        m_failed(QString::fromStdString(error.what()));
-    }
+    QString const failure = failureOf(command.run);
+    if (!failure.isEmpty()) m_failed(failure);
     return true;
 }
 

@@ -5,7 +5,7 @@
 #include <QMessageBox>
 #include <QPushButton>
 
-#include "zelk/text/errors.h"
+#include "apps/viewer/viewer_application.h"
 
 namespace zelk {
 
@@ -13,14 +13,27 @@ namespace {
 
 int chosenOf(QWidget* parent, QString const& text, QStringList const& choices) {
     QMessageBox box(QMessageBox::Question, "Zelk", text, QMessageBox::NoButton, parent);
+    box.setTextFormat(Qt::PlainText);
     QList<QAbstractButton*> buttons;
     for (QString const& choice : choices)
-        buttons.append(box.addButton(choice, choice.startsWith("Don") ? QMessageBox::DestructiveRole
-                                                                      : QMessageBox::AcceptRole));
+        buttons.append(box.addButton(plainLabel(choice), choice.startsWith("Don")
+                                                             ? QMessageBox::DestructiveRole
+                                                             : QMessageBox::AcceptRole));
     box.setDefaultButton(qobject_cast<QPushButton*>(buttons.front()));
     box.setEscapeButton(box.addButton(QMessageBox::Cancel));
     box.exec();
     return static_cast<int>(buttons.indexOf(box.clickedButton()));
+}
+
+bool goesOn(QWidget* parent, QString const& text, QString const& stay, QString const& goOn) {
+    QMessageBox box(QMessageBox::Question, "Zelk", text, QMessageBox::NoButton, parent);
+    box.setTextFormat(Qt::PlainText);
+    QPushButton* const keeps = box.addButton(plainLabel(stay), QMessageBox::RejectRole);
+    box.addButton(plainLabel(goOn), QMessageBox::DestructiveRole);
+    box.setDefaultButton(keeps);
+    box.setEscapeButton(keeps);
+    box.exec();
+    return box.clickedButton() != keeps;
 }
 
 }  // namespace
@@ -40,17 +53,16 @@ Questions dialogQuestions(QWidget* parent) {
     ask.choice = [parent](QString const& text, QStringList const& choices) {
         return chosenOf(parent, text, choices);
     };
+    ask.goesOn = [parent](QString const& text, QString const& stay, QString const& goOn) {
+        return goesOn(parent, text, stay, goOn);
+    };
     return ask;
 }
 
 bool WindowServices::attempt(std::function<void()> const& act) const {
-    try {
-        act();
-        return true;
-    } catch (UserError const& error) {
-        tellError(QString::fromStdString(error.what()));
-        return false;
-    }
+    QString const failure = failureOf(act);
+    if (!failure.isEmpty()) tellError(failure);
+    return failure.isEmpty();
 }
 
 void WindowServices::tellError(QString const& sentence) const {

@@ -19,6 +19,8 @@ struct Questions {
     std::function<QString(QString const& title)> folder;
     /// The first choice is the one of Enter.
     std::function<int(QString const& text, QStringList const& choices)> choice;
+    /// Whether to go on with what loses something. Enter and Esc stay.
+    std::function<bool(QString const& text, QString const& stay, QString const& goOn)> goesOn;
 };
 /// Dialogs over a window.
 Questions dialogQuestions(QWidget* parent);
@@ -39,6 +41,8 @@ inline std::filesystem::path pathOf(QString const& text) { return text.toStdStri
 inline QString textOf(std::filesystem::path const& path) {
     return QString::fromStdString(path.string());
 }
+/// A name on a button or in a menu, where "&" would mark the next letter.
+inline QString plainLabel(QString text) { return text.replace("&", "&&"); }
 inline QString nameOf(std::filesystem::path const& path) { return textOf(path.filename()); }
 
 inline constexpr char const* kProjectFilter = "Zelk projects (*.zelk.json);;All files (*)";

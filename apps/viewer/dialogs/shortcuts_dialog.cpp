@@ -25,6 +25,13 @@ QTreeWidgetItem* groupOf(QTreeWidget& list, QString const& menu) {
     return group;
 }
 
+QString keysOf(ViewerCommand const& command) {
+    QStringList keys = {command.keys.toString(QKeySequence::NativeText)};
+    for (QKeySequence const& other : command.otherKeys)
+        keys << other.toString(QKeySequence::NativeText);
+    return keys.join(", ");
+}
+
 /// A group is seen where one of its acts is.
 void filter(QTreeWidget& list, QString const& word) {
     for (int i = 0; i < list.topLevelItemCount(); ++i) {
@@ -41,6 +48,34 @@ void filter(QTreeWidget& list, QString const& word) {
         group->setHidden(!isAny);
     }
 }
+
+struct Gesture {
+    char const *place, *act, *how, *what;
+};
+/// What no menu has: the mouse, and keys of the panel that has the focus.
+constexpr Gesture kGestures[] = {
+    {"Frame, mouse", "Pan", "Middle or right drag", "Moves the picture in the panel"},
+    {"Frame, mouse", "Zoom", "Wheel", "At the cursor; it stops at 100 %"},
+    {"Frame, mouse", "Move", "Drag", "A pin, an edge, or the quad from its inside"},
+    {"Frame, mouse", "Scale", "Shift+Drag", "The quad about the place of the press"},
+    {"Frame, mouse", "Select", "Drag over nothing", "All pins in a box; Shift adds to them"},
+    {"Frame, mouse", "Snap", "Ctrl+Drag", "While it is held, or not where Snap is on"},
+    {"Frame, mouse", "Move Key", "Drag", "A square of a motion path, at its own frame"},
+    {"Frame, mouse", "Set Position", "Double click", "On a pin: x and y as numbers"},
+    {"Frame, keys", "Next Pin", "Tab, Shift+Tab", "And on to the next panel"},
+    {"Frame, keys", "Set Position", "Return", "Of the selected pin, as numbers"},
+    {"Frame, keys", "Nudge", "Arrows", "By 1 pixel, Shift 10, Alt 1/10; without a pin: pan"},
+    {"Frame, keys", "Deselect", "Esc", "Or takes the drag back that is under way"},
+    {"Parameter", "Drag", "Drag", "A step a pixel; Shift ten, Alt or Ctrl a tenth"},
+    {"Parameter", "Type", "Return, F2, a digit", "Return sets it, Esc leaves it as it was"},
+    {"Parameter", "Step", "Up, Down, wheel", "With Shift ten, with Alt or Ctrl a tenth"},
+    {"Parameter", "Reset", "Double click", "On the name: its default"},
+    {"Timeline", "Current Row", "Up, Down", "The row that keys are added to"},
+    {"Timeline", "Select Key", "Left, Right", "The next one of the row; Shift adds it"},
+    {"Timeline", "Move Keys", "Drag", "By whole frames; Ctrl leaves the old ones"},
+    {"Timeline", "Zoom", "Ctrl+Wheel", "At the cursor; with Shift it goes along"},
+    {"Timeline", "Pan", "Middle drag", "Along the frames"},
+};
 
 }  // namespace
 
@@ -60,11 +95,15 @@ ShortcutsDialog::ShortcutsDialog(ViewerCommands const& commands, QWidget* parent
         if (!command.name.isEmpty()) {
             QTreeWidgetItem* const group =
                 groupOf(*list, QString(command.menu).replace("/", " \u203a "));
-            auto* const item = new QTreeWidgetItem(
-                group,
-                {command.name, command.keys.toString(QKeySequence::NativeText), command.help});
+            auto* const item =
+                new QTreeWidgetItem(group, {command.name, keysOf(command), command.help});
             item->setToolTip(2, command.help);
         }
+    for (Gesture const& each : kGestures) {
+        auto* const item =
+            new QTreeWidgetItem(groupOf(*list, each.place), {each.act, each.how, each.what});
+        item->setToolTip(2, each.what);
+    }
     list->expandAll();
     list->header()->resizeSection(0, 240);
     list->header()->resizeSection(1, 130);

@@ -5,6 +5,8 @@
 
 #include <algorithm>
 
+#include "apps/viewer/model/comp_control.h"
+#include "apps/viewer/model/input_control.h"
 #include "apps/viewer/model/parameter_control.h"
 #include "apps/viewer/model/scene_control.h"
 #include "zelk/scene/color_names.h"
@@ -23,20 +25,35 @@ public:
     ControlState state() const override { return {}; }
 };
 
+void addGroup(Document& document, Controls& controls, std::string_view group) {
+    controls.push_back(
+        std::make_unique<Heading>(document, ControlRow{.name = "scene " + std::string(group),
+                                                       .label = std::string(group),
+                                                       .level = 1,
+                                                       .startsFolded = true}));
+}
+
+void addComposition(Document& document, Controls& controls) {
+    addGroup(document, controls, "Composition");
+    for (auto& control : compControls(document, 2)) controls.push_back(std::move(control));
+    controls.push_back(std::make_unique<SceneControl>(document, missingFramesSetting(), 2,
+                                                      std::vector<std::string>()));
+}
+
 void addSettings(Document& document, Controls& controls) {
     std::vector<std::string> spaces;
     if (document.colors().fault.empty()) spaces = colorConfigOf(document.scene()).names();
     std::string_view group;
     controls.push_back(std::make_unique<Heading>(
         document, ControlRow{.name = "scene", .label = "Scene", .help = "How it is rendered."}));
+    addComposition(document, controls);
     for (SceneSetting const& setting : sceneSettings()) {
-        if (setting.group != group)
-            controls.push_back(std::make_unique<Heading>(
-                document, ControlRow{.name = "scene " + std::string(setting.group),
-                                     .label = std::string(setting.group),
-                                     .level = 1,
-                                     .startsFolded = true}));
+        bool const isNext = setting.group != group;
+        if (isNext) addGroup(document, controls, setting.group);
         group = setting.group;
+        if (isNext && group == kPicturesGroup)
+            for (InputKind const kind : {InputKind::kLayer, InputKind::kPlate})
+                controls.push_back(std::make_unique<InputControl>(document, kind, 2));
         controls.push_back(
             std::make_unique<SceneControl>(document, setting, group.empty() ? 1 : 2, spaces));
     }

@@ -40,13 +40,21 @@ PanelPoint PinTool::valueOf(int parameter) const {
 
 bool PinTool::shows(TrackedPins pins) const {
     int const mode = entryOfHost(static_cast<int>(m_document.valueOf(kParamOverlayMode)[0]));
-    if (mode == (pins == TrackedPins::kTo ? kShowFromPins : kShowToPins)) return false;
+    return mode != (pins == TrackedPins::kTo ? kShowFromPins : kShowToPins) && liesHere(pins);
+}
+
+/// In the picture that is shown.
+bool PinTool::liesHere(TrackedPins pins) const {
     using enum ShownPicture;
     Scene const& scene = m_document.scene();
     if (scene.isInverted)
         return pins == TrackedPins::kTo && m_shows == (scene.plate ? kPlate : kLayer);
     if (m_document.layerSize() == m_document.frameSize()) return true;
     return (pins == TrackedPins::kFrom) == (m_shows == kLayer);
+}
+
+bool PinTool::hidesFromPins() const {
+    return m_document.isOpen() && liesHere(TrackedPins::kFrom) && !shows(TrackedPins::kFrom);
 }
 
 std::vector<PinHandle> PinTool::handles() const {

@@ -4,9 +4,11 @@
 #include <algorithm>
 #include <cmath>
 
+#include "Transform/Common/PopupEntries.h"
 #include "apps/viewer/model/pin_names.h"
 #include "apps/viewer/model/snap.h"
 #include "hostkit/changed_values.h"
+#include "zelk/scene/parameter_names.h"
 
 namespace zelk {
 namespace {
@@ -277,6 +279,23 @@ void PinTool::nudge(double dx, double dy) {
 void PinTool::endNudge() {
     if (std::uint64_t const act = std::exchange(m_nudge, 0); act != 0 && act == m_document.act())
         m_document.endAct();
+}
+
+void PinTool::toFrameCorners() {
+    endNudge();
+    if (m_drag) return;
+    auto const [width, height] = m_document.frameSize();
+    double const right = width, bottom = height;
+    int const first = firstPinOf(TrackedPins::kTo);
+    setPins("To Pins to Frame Corners", {{first, {0, 0}},
+                                         {first + 1, {right, 0}},
+                                         {first + 2, {0, bottom}},
+                                         {first + 3, {right, bottom}}});
+}
+
+void PinTool::showFromPins() {
+    endNudge();
+    m_document.edit(kParamOverlayMode, {double(hostEntry(kShowBothPins))});
 }
 
 bool PinTool::moveTo(int parameter, PanelPoint value) {

@@ -96,6 +96,11 @@ public:
     void nudge(double dx, double dy);
     void endNudge();
     bool moveTo(int parameter, PanelPoint value);
+    /// The To Pins on the corners of the picture that they lie in.
+    void toFrameCorners();
+    /// From Pins lie in what is shown, but Overlay Mode leaves them out.
+    bool hidesFromPins() const;
+    void showFromPins();
 
 private:
     struct Drag {
@@ -124,6 +129,7 @@ private:
     PanelPoint valueOf(int parameter) const;
     void setPins(std::string const& name, std::vector<std::pair<int, PanelPoint>> const& values);
     std::string nameOfAct() const;
+    bool liesHere(TrackedPins pins) const;
     bool hitsQuad(PanelPoint panel) const;
     std::optional<PinHit> hitEdge(PanelPoint panel) const;
 

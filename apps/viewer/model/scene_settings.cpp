@@ -44,7 +44,6 @@ void colorForget(Scene& scene) {
 }
 
 using S = Scene const&;
-constexpr char const* kLook = "Mattes and Lens";
 constexpr char const* kColour = "Colour";
 
 constexpr SceneSetting kSettings[] = {
@@ -77,11 +76,12 @@ constexpr SceneSetting kSettings[] = {
      [](S s) { return std::string(s.comp.motionBlur ? "" : "Only with Motion Blur on."); }, 0,
      whyNoCompShutter},
 
-    {"matte", "Matte", kLook, [](S s) { return matteOf(s.matte); }, forget<&Scene::matte>, nullptr,
-     0, [](Scene& s) { return s.matte ? &s.matte->file.file : nullptr; }},
-    {"holdout", "Holdout", kLook, [](S s) { return matteOf(s.holdout); }, forget<&Scene::holdout>,
-     nullptr, 0, [](Scene& s) { return s.holdout ? &s.holdout->file.file : nullptr; }},
-    {"st-map", "Lens Map", kLook, [](S s) { return s.stMap ? pathOf(*s.stMap) : ""; },
+    {"matte", "Matte", kPicturesGroup, [](S s) { return matteOf(s.matte); }, forget<&Scene::matte>,
+     nullptr, 0, [](Scene& s) { return s.matte ? &s.matte->file.file : nullptr; }},
+    {"holdout", "Holdout", kPicturesGroup, [](S s) { return matteOf(s.holdout); },
+     forget<&Scene::holdout>, nullptr, 0,
+     [](Scene& s) { return s.holdout ? &s.holdout->file.file : nullptr; }},
+    {"st-map", "Lens Map", kPicturesGroup, [](S s) { return s.stMap ? pathOf(*s.stMap) : ""; },
      forget<&Scene::stMap>, nullptr, 0,
      [](Scene& s) { return s.stMap ? &s.stMap->file : nullptr; }},
 
@@ -101,6 +101,10 @@ constexpr SceneSetting kSettings[] = {
      [](Scene& s) { return s.color.config ? &*s.color.config : nullptr; }},
 };
 
+constexpr SceneSetting kMissingFrames = {
+    "missing", "Missing Frames", "", [](S s) { return textOf(wordOf(kMissingWords, s.missing)); },
+    [](Scene& s) { s.missing = MissingInput::kStop; }};
+
 /// What helps name by the command line's option.
 constexpr std::pair<std::string_view, std::string_view> kOptionWords[] = {
     {"--over", "a plate"}, {"--size", "a frame size"}, {"--st-map", "a lens map"}};
@@ -108,6 +112,7 @@ constexpr std::pair<std::string_view, std::string_view> kOptionWords[] = {
 }  // namespace
 
 std::span<SceneSetting const> sceneSettings() { return kSettings; }
+SceneSetting const& missingFramesSetting() { return kMissingFrames; }
 
 std::string defaultInHelp(std::string_view help) {
     auto const open = help.rfind('(');

@@ -32,6 +32,10 @@ struct SceneSetting {
 
 /// In the order of the panel, groups together.
 std::span<SceneSetting const> sceneSettings();
+/// What becomes of frames that an input lacks. Of a session: no project file says it.
+SceneSetting const& missingFramesSetting();
+/// The group that has the files of pictures.
+inline constexpr std::string_view kPicturesGroup = "Pictures";
 
 /// What lies between the last parentheses of an edit's help: what is taken where nothing is set.
 std::string defaultInHelp(std::string_view help);

@@ -9,6 +9,7 @@ namespace zelk {
 namespace {
 
 constexpr double kFitMarginPx = 12;
+constexpr double kPinsMarginPx = 40;  ///< that leaves room for the pins' labels
 constexpr double kRevealMarginPx = 40;
 constexpr double kNotch = 1.25;
 constexpr std::array<double, 21> kZooms = {1. / 32, 1. / 16, 1. / 8, 1. / 6, 1. / 4, 1. / 3, 1. / 2,
@@ -48,6 +49,22 @@ void ViewMap::fit() {
     setPan((m_panel.width - m_picture.width * m_zoom) / 2,
            (m_panel.height - m_picture.height * m_zoom) / 2);
     m_isFit = true;
+}
+
+void ViewMap::fitWith(std::vector<PanelPoint> const& points) {
+    double left = 0, top = 0, right = m_picture.width, bottom = m_picture.height;
+    for (PanelPoint const& point : points) {
+        left = std::min(left, point.x);
+        right = std::max(right, point.x);
+        top = std::min(top, point.y);
+        bottom = std::max(bottom, point.y);
+    }
+    double const x = (m_panel.width - 2 * kPinsMarginPx) / (right - left);
+    double const y = (m_panel.height - 2 * kPinsMarginPx) / (bottom - top);
+    m_zoom = kept(std::min(x, y));
+    setPan((m_panel.width - (left + right) * m_zoom) / 2,
+           (m_panel.height - (top + bottom) * m_zoom) / 2);
+    m_isFit = false;
 }
 
 void ViewMap::zoomAt(PanelPoint panel, double zoom) {

@@ -36,6 +36,8 @@ public:
 
     /// All of the picture, as large as there is room for within a margin.
     void fit();
+    /// All of the picture and of these points of it.
+    void fitWith(std::vector<PanelPoint> const& points);
     /// What lies at that point of the panel stays there.
     void zoomAt(PanelPoint panel, double zoom);
     void zoomAtCenter(double zoom);

@@ -81,14 +81,18 @@ ControlEditor::ControlEditor(PanelControl& control, RunAct run, QWidget* parent)
     layout->setSpacing(4);
     ControlKind const kind = control.row().kind;
     if (kind == ControlKind::kColor)
-        addButton(*layout, "Choose a colour", &ControlEditor::askForColor);
+        m_button = addButton(*layout, "Choose a colour", &ControlEditor::askForColor);
     if (control.row().fields > 0) addFields(*layout);
     if (kind == ControlKind::kPopup) addPopup(*layout);
     if (kind == ControlKind::kCheckbox) addCheckbox(*layout);
-    if (kind == ControlKind::kFile)
-        addButton(*layout, "Choose a file", &ControlEditor::askForFile);
-    else if (kind != ControlKind::kPopup)
+    if (kind == ControlKind::kFile) {
+        m_button = addButton(*layout, "Choose a file", &ControlEditor::askForFile);
+        m_button->setText("…");
+        m_clear = addButton(*layout, "Remove the file", &ControlEditor::clearFile);
+        m_clear->setText("×");
+    } else if (kind != ControlKind::kPopup) {
         layout->addStretch();
+    }
 }
 
 ValueField* ControlEditor::newField(int field, QString const& name) {
@@ -151,17 +155,17 @@ void ControlEditor::addCheckbox(QHBoxLayout& layout) {
     layout.addWidget(m_checkbox);
 }
 
-void ControlEditor::addButton(QHBoxLayout& layout, QString const& help,
-                              void (ControlEditor::*act)()) {
-    m_button = new QToolButton(this);
-    m_button->setAutoRaise(true);
-    m_button->setFocusPolicy(Qt::StrongFocus);
-    keepKeys(*m_button, {Qt::Key_Space});
-    m_button->setToolTip(help);
-    m_button->setAccessibleName(help + " of " + QString::fromStdString(m_control.row().label));
-    if (m_control.row().kind == ControlKind::kFile) m_button->setText("…");
-    connect(m_button, &QToolButton::clicked, this, act);
-    layout.addWidget(m_button);
+QToolButton* ControlEditor::addButton(QHBoxLayout& layout, QString const& help,
+                                      void (ControlEditor::*act)()) {
+    auto* const button = new QToolButton(this);
+    button->setAutoRaise(true);
+    button->setFocusPolicy(Qt::StrongFocus);
+    keepKeys(*button, {Qt::Key_Space});
+    button->setToolTip(help);
+    button->setAccessibleName(help + " of " + QString::fromStdString(m_control.row().label));
+    connect(button, &QToolButton::clicked, this, act);
+    layout.addWidget(button);
+    return button;
 }
 
 void ControlEditor::show(ControlState const& state) {
@@ -175,6 +179,7 @@ void ControlEditor::show(ControlState const& state) {
     if (m_checkbox) m_checkbox->setChecked(state.choice != 0);
     if (m_control.row().kind == ControlKind::kColor)
         m_button->setIcon(colorIcon(QColor(QString::fromStdString(state.fields.front()))));
+    if (m_clear) m_clear->setEnabled(!state.isDefault);
     setEnabled(state.isEnabled);
 }
 
@@ -214,6 +219,10 @@ void ControlEditor::askForFile() {
     QString const file = QFileDialog::getOpenFileName(
         window(), QString::fromStdString(m_control.row().label), m_fields.front()->text());
     if (!file.isEmpty()) m_run([&] { m_control.type(0, file.toStdString()); });
+}
+
+void ControlEditor::clearFile() {
+    m_run([this] { m_control.reset(); });
 }
 
 }  // namespace zelk

@@ -32,12 +32,13 @@ private:
     void addFields(QHBoxLayout& layout);
     void addPopup(QHBoxLayout& layout);
     void addCheckbox(QHBoxLayout& layout);
-    void addButton(QHBoxLayout& layout, QString const& help, void (ControlEditor::*act)());
+    QToolButton* addButton(QHBoxLayout& layout, QString const& help, void (ControlEditor::*act)());
     ValueField* newField(int field, QString const& name);
 
     void choose(int position);
     void askForColor();
     void askForFile();
+    void clearFile();
 
     PanelControl& m_control;
     RunAct m_run;
@@ -45,6 +46,7 @@ private:
     QComboBox* m_popup = nullptr;
     QCheckBox* m_checkbox = nullptr;
     QToolButton* m_button = nullptr;  ///< of a colour or a file
+    QToolButton* m_clear = nullptr;   ///< of a file
 };
 
 }  // namespace zelk

@@ -11,6 +11,8 @@
 #include <QLineEdit>
 #include <functional>
 
+#include "apps/viewer/typed_field.h"
+
 namespace zelk {
 
 struct FieldActs {
@@ -20,7 +22,7 @@ struct FieldActs {
     std::function<bool(double steps)> step = {};  ///< false: refused. None: a text, no number
 };
 
-class ValueField : public QLineEdit {
+class ValueField : public QLineEdit, public TypedField {
 public:
     /// `isWhole`: parts of a step are added up until there is a whole one.
     ValueField(FieldActs acts, bool isWhole, QWidget* parent);
@@ -28,6 +30,9 @@ public:
     /// What it shows when nobody types.
     void showText(QString const& text);
     bool isTyping() const { return !isReadOnly(); }
+    void takeTyped() override {
+        if (isTyping()) stopTyping(true);
+    }
 
 protected:
     bool event(QEvent* event) override;

@@ -88,6 +88,18 @@ TEST_F(ExportTest, TellsWhatFailsAndEndsWhenItIsTold) {
     EXPECT_TRUE(error().contains("output")) << error().toStdString();
 }
 
+TEST_F(ExportTest, QuittingKeepsRenderingUnlessItIsToldTo) {
+    dialog();
+    type("Output", path("o.##.png"));
+    pressIn("Export");
+    choices = {-1, 0};  // Enter or Esc, then Stop and Quit
+    EXPECT_FALSE(window->close());
+    EXPECT_TRUE(dialog().isRunning());
+    EXPECT_TRUE(window->close());
+    EXPECT_LT(ended().written, 48);
+    EXPECT_TRUE(asked.back().contains("export")) << asked.back().toStdString();
+}
+
 TEST_F(ExportTest, TheFrameOnScreenAsACommand) {
     document().setFrame(7);
     press("File/Copy as Command");

@@ -52,6 +52,9 @@ protected:
             choices.pop_front();
             return choice;
         };
+        window->questions().goesOn = [this](QString const& text, QString const&, QString const&) {
+            return window->questions().choice(text, {}) == 0;
+        };
     }
 
     Document& document() { return window->document(); }

@@ -2,13 +2,14 @@
 // screen, Xvfb's too.
 #include <gtest/gtest.h>
 
-#include <QApplication>
 #include <QStandardPaths>
+
+#include "apps/viewer/viewer_application.h"
 
 int main(int argc, char** argv) {
     if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
     QStandardPaths::setTestModeEnabled(true);
     testing::InitGoogleTest(&argc, argv);
-    QApplication const application(argc, argv);
+    zelk::ViewerApplication const application(argc, argv);
     return RUN_ALL_TESTS();
 }

@@ -99,7 +99,7 @@ protected:
     void command() {
         QList<QAction*> actions;
         for (QAction* const menu : window->menuBar()->actions())
-            if (menu->menu() && menu->text() != "File") addActions(*menu->menu(), actions);
+            if (menu->menu() && menu->text() != "&File") addActions(*menu->menu(), actions);
         actions.at(below(static_cast<std::size_t>(actions.size())))->trigger();
     }
 

@@ -1,0 +1,270 @@
+// What the window owes to acts of all kinds: nothing that is typed is lost, nothing that fails ends
+// the program, and everything can be done by keyboard.
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenuBar>
+#include <QMouseEvent>
+#include <QPushButton>
+#include <QScrollBar>
+#include <QSpinBox>
+#include <QTimer>
+#include <QToolButton>
+
+#include "apps/viewer/composition_canvas.h"
+#include "apps/viewer/composition_panel.h"
+#include "apps/viewer/model/panel_controls.h"
+#include "apps/viewer/parameter_panel.h"
+#include "apps/viewer/pin_field.h"
+#include "apps/viewer/status_sentence.h"
+#include "apps/viewer/timeline_panel.h"
+#include "apps/viewer/viewer_application.h"
+#include "tests/apps/viewer/files_fixture.h"
+
+namespace zelk {
+namespace {
+
+namespace fs = std::filesystem;
+
+class WindowActs : public FilesTest {
+protected:
+    WindowActs() { window->openFile(path("move.zelk.json")); }
+
+    CompositionCanvas& canvas() { return window->composition().canvas(); }
+    QLineEdit& field(char const* row) {
+        return *window->findChild<QWidget*>(row)->findChild<QLineEdit*>("field0");
+    }
+    /// Without Enter.
+    void typeValue(QString const& text) {
+        field("scale-x").setFocus();
+        QTest::keyClick(&field("scale-x"), Qt::Key_F2);
+        QTest::keyClicks(&field("scale-x"), text);
+    }
+};
+
+TEST_F(WindowActs, WhatIsTypedCountsBeforeAnyOtherAct) {
+    typeValue("0.8");
+    QTest::keyClick(&field("scale-x"), Qt::Key_S, Qt::ControlModifier);
+    EXPECT_NEAR(document().valueOf(kParamScaleX)[0], 0.8, 1e-4);
+    EXPECT_FALSE(document().isModified());
+    typeValue("0.9");
+    choices = {-1};  // Cancel
+    EXPECT_FALSE(window->close());
+    EXPECT_NEAR(document().valueOf(kParamScaleX)[0], 0.9, 1e-4);
+
+    canvas().pins().select({kParamToUpperLeft});
+    canvas().typePosition();
+    auto* const pin = canvas().findChild<PinField*>();
+    QTest::keyClicks(pin, "12, 34");
+    QTest::keyClick(pin, Qt::Key_S, Qt::ControlModifier);
+    EXPECT_EQ(document().valueOf(kParamToUpperLeft), (KeyValue{12, 34}));
+    EXPECT_EQ(bytesOf(folder.at("move.zelk.json")), text());
+    QTest::keyClicks(pin, "5");
+    QTest::keyClick(pin, Qt::Key_Escape);
+    EXPECT_EQ(document().valueOf(kParamToUpperLeft), (KeyValue{12, 34}));
+    canvas().pins().select({kParamToUpperLeft});
+    canvas().typePosition();
+    QTest::keyClicks(window->focusWidget(), "56, 78");
+    window->timeline().view().setFocus();
+    EXPECT_EQ(document().valueOf(kParamToUpperLeft), (KeyValue{56, 78}));
+}
+
+TEST_F(WindowActs, WhatAnEventThrowsIsToldAndNoMore) {
+    TimelineView& view = window->timeline().view();
+    TimelineKey const key = view.rows().front().keys.front();
+    QWidget* const area = view.viewport();
+    QPoint const at = view.placeOf(key).toPoint();
+    QTest::mousePress(area, Qt::LeftButton, {}, at);
+    QPoint const far = at + QPoint(200000000, 0);  // beyond the clock
+    QMouseEvent move(QEvent::MouseMove, far, area->mapToGlobal(far), Qt::NoButton, Qt::LeftButton,
+                     {});
+    QApplication::sendEvent(area, &move);
+    EXPECT_TRUE(error().contains("clock")) << error().toStdString();
+    QTest::mouseRelease(area, Qt::LeftButton, {}, at);
+    EXPECT_FALSE(document().isActing());
+
+    window->notices().remove("error");
+    QTimer::singleShot(0, window.get(), [] { throw std::bad_alloc(); });
+    QTest::qWait(10);
+    EXPECT_TRUE(error().contains("bad_alloc"));
+}
+
+/// A scene that nobody saved, in a folder that somebody removed.
+TEST_F(WindowActs, AFolderThatIsGoneStopsNothing) {
+    fs::path const before = fs::current_path();
+    fs::create_directory(folder.at("gone"));
+    fs::current_path(folder.at("gone"));
+    window->files().startWith(folder.at("chelsea.png"));
+    window->recovery()->setDelay(0);
+    fs::remove(folder.at("gone"));
+    makeChange();
+    QTest::qWait(100);
+    press("File/Copy as Command");
+    fs::current_path(before);
+    EXPECT_EQ(error(), "");
+    EXPECT_EQ(window->notices().text("autosave"), "");
+    // Beside the list of recent files.
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder.at("state")), {}), 2);
+}
+
+/// A still becomes a shot: its own size, frames and rate; then a plate comes and goes.
+TEST_F(WindowActs, TheCompositionIsSetAndComesBack) {
+    window->openFile(path("chelsea.png"));
+    auto const type = [&](char const* row, char const* value, char const* name = "field0") {
+        auto& own = *window->findChild<QWidget*>(row)->findChild<QLineEdit*>(name);
+        QTest::keyClick(&own, Qt::Key_F2);
+        own.selectAll();
+        QTest::keyClicks(&own, value);
+        QTest::keyClick(&own, Qt::Key_Return);
+    };
+    type("scene comp size", "1920");
+    type("scene comp size", "1080 px", "field1");
+    type("scene comp rate", "24000/1001");
+    type("scene comp start", "1001");
+    type("scene comp duration", "48 frames");
+    EXPECT_EQ(document().undoName(), "Set Duration");
+    document().saveAs(folder.at("shot.zelk.json"));
+    window->openFile(path("shot.zelk.json"));
+    EXPECT_EQ(document().frameSize(), (PixelSize{1920, 1080}));
+    EXPECT_EQ(document().firstFrame(), 1001);
+    EXPECT_EQ(document().lastFrame(), 1048);
+    EXPECT_EQ(document().scene().comp.timeBase.scale, 24000u);
+    std::string const saved = text();
+    for (char const* wrong : {"0", "x", "99999999"}) {
+        type("scene comp duration", wrong);
+        EXPECT_NE(window->parameters().message(), "") << wrong;
+        EXPECT_EQ(text(), saved);
+    }
+    type("scene plate", path("rocket.jpg").toUtf8().constData());
+    EXPECT_EQ(document().frameSize(), (PixelSize{640, 427}));
+    for (auto const& control : panelControls(document()))
+        if (control->row().name == "scene comp size") {
+            EXPECT_FALSE(control->state().isEnabled);
+        }
+    for (auto* const button :
+         window->findChild<QWidget*>("scene plate")->findChildren<QToolButton*>())
+        if (button->toolTip() == "Remove the file") button->click();
+    EXPECT_FALSE(document().scene().plate);
+    EXPECT_EQ(document().frameSize(), (PixelSize{640, 427}));
+    EXPECT_EQ(document().undoName(), "Remove Plate");
+    while (document().undo()) continue;
+    EXPECT_EQ(text(), saved);
+    for (auto const& control : panelControls(document()))
+        if (control->row().name.starts_with("scene comp")) control->reset();
+    EXPECT_EQ(document().frameSize(), (PixelSize{451, 300}));
+    EXPECT_EQ(document().lastFrame(), 0);
+}
+
+TEST_F(WindowActs, TheFocusIsWhereItIsOfUse) {
+    start();
+    auto* const open = qobject_cast<QPushButton*>(window->focusWidget());
+    ASSERT_TRUE(open);
+    EXPECT_EQ(open->text(), "Open\u2026");
+    names = {path("move.zelk.json")};
+    QTest::keyClick(open, Qt::Key_Space);
+    EXPECT_EQ(window->focusWidget(), &canvas());
+    auto* const frame = window->timeline().findChild<QSpinBox*>();
+    frame->setFocus();
+    frame->selectAll();
+    QTest::keyClicks(frame, "12");
+    QTest::keyClick(frame, Qt::Key_Return);
+    EXPECT_EQ(document().frame(), 12);
+    EXPECT_FALSE(frame->hasFocus());
+    // A button that has the focus has Space for itself.
+    for (auto* const button : window->composition().findChildren<QToolButton*>()) {
+        if (button->text() != "Wipe") continue;
+        button->setFocus();
+        QTest::keyClick(button, Qt::Key_Space);
+    }
+    EXPECT_TRUE(canvas().look().hasWipe);
+    EXPECT_FALSE(window->timeline().player().playback().isPlaying());
+    QTest::keyClick(window.get(), Qt::Key_F10);
+    ASSERT_TRUE(window->menuBar()->activeAction());
+    QStringList letters;
+    for (QAction* const menu : window->menuBar()->actions())
+        letters << QKeySequence::mnemonic(menu->text()).toString();
+    EXPECT_EQ(letters.removeDuplicates(), 0);
+    EXPECT_FALSE(letters.contains(""));
+}
+
+TEST_F(WindowActs, KeysOfTheTimelineByKeyboard) {
+    TimelineView& view = window->timeline().view();
+    document().setFrame(30);
+    view.setFocus();
+    QTest::keyClick(&view, Qt::Key_Down);
+    ASSERT_EQ(view.currentRow(), 0);
+    using Frames = std::vector<int>;
+    auto const after = [&](Qt::Key key, Qt::KeyboardModifiers held = {}) {
+        QTest::keyClick(&view, key, held);
+        Frames chosen;
+        for (TimelineKey const& each : view.rows().front().keys)
+            if (view.selection().contains(each.ref)) chosen.push_back(int(each.frame));
+        return chosen;
+    };
+    EXPECT_EQ(after(Qt::Key_Left), Frames{24});
+    EXPECT_EQ(after(Qt::Key_Left), Frames{1});
+    EXPECT_EQ(after(Qt::Key_Left), Frames{1});
+    EXPECT_EQ(after(Qt::Key_Right, Qt::ShiftModifier), (Frames{1, 24}));
+    EXPECT_EQ(after(Qt::Key_Right), Frames{48});
+    press("Keys/Show All Parameters");
+    for (int i = 0; i < 200; ++i) QTest::keyClick(&view, Qt::Key_Down);
+    EXPECT_EQ(view.verticalScrollBar()->value(), view.verticalScrollBar()->maximum());
+}
+
+/// Warnings have one place, whose height is reserved, and go with their scene.
+TEST_F(WindowActs, NoWarningMovesThePicture) {
+    window->openFile(path("chelsea.png"));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return canvas().isAtRest(); }, 20000));
+    QRect const before = canvas().geometry();
+    for (int const pin : {int(kParamToUpperRight), int(kParamToLowerRight)})
+        document().edit(pin, {40, document().valueOf(pin)[1]});
+    EXPECT_TRUE(QTest::qWaitFor([&] { return canvas().isAtRest(); }, 20000));
+    QStringList const said = window->sentences().sentences();
+    ASSERT_EQ(said.size(), 1) << said.join("|").toStdString();
+    EXPECT_TRUE(said.front().contains("shrinks"));
+    EXPECT_EQ(canvas().geometry(), before);
+    choices = {1};  // Don't Save
+    window->openFile(path("chelsea.png"));
+    EXPECT_TRUE(window->sentences().sentences().empty());
+}
+
+TEST_F(WindowActs, TheReadoutFollowsTheZoom) {
+    QTest::mouseMove(&canvas(), {300, 200});
+    QTest::qWait(0);
+    QLabel const* readout = nullptr;
+    for (QLabel const* const label : window->composition().findChildren<QLabel*>())
+        if (label->accessibleName() == "Pixel under the cursor") readout = label;
+    ASSERT_TRUE(readout);
+    QString const before = readout->text();
+    EXPECT_FALSE(before.isEmpty());
+    QTest::keyClick(window.get(), Qt::Key_Equal, Qt::ControlModifier);
+    PanelPoint const at = canvas().map().toPicture({300, 200});
+    QString const there = QString::asprintf("frame %.1f, %.1f", at.x, at.y);
+    EXPECT_TRUE(readout->text().startsWith(there)) << readout->text().toStdString();
+    EXPECT_FALSE(before.startsWith(there));
+}
+
+/// A layer larger than its plate: pins far out are found, and brought to the frame.
+TEST_F(WindowActs, PinsOutsideOfThePanel) {
+    document().edit(kParamToLowerRight, {9000, 8000});
+    auto const isSeen = [&] {
+        auto const handle = canvas().pins().handleOf(kParamToLowerRight);
+        return canvas().rect().contains(QPointF(handle->at.x, handle->at.y).toPoint());
+    };
+    press("View/Fit to Panel");
+    EXPECT_FALSE(isSeen());
+    press("View/Fit Pins");
+    EXPECT_TRUE(isSeen());
+    std::string const before = text();
+    press("Pins/To Pins to Frame Corners");
+    EXPECT_EQ(document().valueOf(kParamToLowerRight), (KeyValue{640, 427}));
+    document().undo();
+    EXPECT_EQ(text(), before);
+    press("View/Picture/Layer");
+    EXPECT_TRUE(canvas().pins().handles().empty());
+    EXPECT_TRUE(window->sentences().sentences().front().contains("Show From Pins"));
+    press("Pins/Show From Pins");
+    EXPECT_EQ(canvas().pins().handles().size(), 4u);
+}
+
+}  // namespace
+}  // namespace zelk
