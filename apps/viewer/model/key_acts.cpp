@@ -122,7 +122,8 @@ KeySelection moveKeys(std::vector<Parameter>& parameters, KeySelection const& se
         Keys staying = keysIn(parameter), going;
         for (Keyframe const& key : staying)
             if (times.contains(key.time)) going.push_back(key);
-        std::erase_if(staying, [&of = times](Keyframe const& key) { return of.contains(key.time); });
+        std::erase_if(staying,
+                      [&of = times](Keyframe const& key) { return of.contains(key.time); });
         for (Keyframe& key : going) {
             key.time = moved(key.time);
             now.insert({index, key.time});
