@@ -116,7 +116,7 @@ void deleteKeys(std::vector<Parameter>& parameters, KeySelection const& selectio
         Parameter& parameter = parameterIn(parameters, index);
         KeyValue const value = keyValueOf(parameter.at(now));
         Keys keys = keysIn(parameter);
-        std::erase_if(keys, [&](Keyframe const& key) { return times.contains(key.time); });
+        std::erase_if(keys, [&of = times](Keyframe const& key) { return of.contains(key.time); });
         replaceKeys(parameter, keys);
         if (keys.empty()) setKeyValue(parameter.current, value);
     }
@@ -130,7 +130,8 @@ KeySelection moveKeys(std::vector<Parameter>& parameters, KeySelection const& se
         Keys staying = keysIn(parameter), going;
         for (Keyframe const& key : staying)
             if (times.contains(key.time)) going.push_back(key);
-        std::erase_if(staying, [&](Keyframe const& key) { return times.contains(key.time); });
+        std::erase_if(staying,
+                      [&of = times](Keyframe const& key) { return of.contains(key.time); });
         for (Keyframe& key : going) {
             key.time = moved(key.time);
             now.insert({index, key.time});
