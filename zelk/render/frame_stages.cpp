@@ -197,9 +197,9 @@ void FrameStages::check(int frame) {
 
 Depth FrameStages::renderDepth(PictureTraits const& layer) {
     Depth const asked = m_scene.depth.value_or(layer.depth);
-    if (!m_roundsLast || asked >= layer.depth) return asked;
+    if (!m_colors || !m_roundsLast || asked >= layer.depth) return asked;
     WriteRequest file = ownFrameOutput(m_scene, m_run, layer, {});
-    FrameColors const colors = m_colors.settle(layer, nullptr, file);
+    FrameColors const colors = m_colors->settle(layer, nullptr, file);
     bool const converts = colors.layerToWork || colors.workToOutput || colors.workToStored;
     return converts ? layer.depth : asked;
 }

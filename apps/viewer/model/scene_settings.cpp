@@ -77,12 +77,12 @@ constexpr SceneSetting kSettings[] = {
      whyNoCompShutter},
 
     {"matte", "Matte", kPicturesGroup, [](S s) { return matteOf(s.matte); }, forget<&Scene::matte>,
-     nullptr, 0, [](Scene& s) { return s.matte ? &s.matte->file.file : nullptr; }},
+     nullptr, 0, nullptr, [](Scene& s) { return s.matte ? &s.matte->file.file : nullptr; }},
     {"holdout", "Holdout", kPicturesGroup, [](S s) { return matteOf(s.holdout); },
-     forget<&Scene::holdout>, nullptr, 0,
+     forget<&Scene::holdout>, nullptr, 0, nullptr,
      [](Scene& s) { return s.holdout ? &s.holdout->file.file : nullptr; }},
     {"st-map", "Lens Map", kPicturesGroup, [](S s) { return s.stMap ? pathOf(*s.stMap) : ""; },
-     forget<&Scene::stMap>, nullptr, 0,
+     forget<&Scene::stMap>, nullptr, 0, nullptr,
      [](Scene& s) { return s.stMap ? &s.stMap->file : nullptr; }},
 
     {"color", "Conversion", kColour, [](S s) { return textOf(wordOf(kColorWords, s.color.isRaw)); },
@@ -97,7 +97,7 @@ constexpr SceneSetting kSettings[] = {
      colorForget<&SceneColor::output>, noRaw},
     {"ocio", "Configuration", kColour,
      [](S s) { return s.color.config ? s.color.config->written : ""; },
-     colorForget<&SceneColor::config>, nullptr, 0,
+     colorForget<&SceneColor::config>, nullptr, 0, nullptr,
      [](Scene& s) { return s.color.config ? &*s.color.config : nullptr; }},
 };
 
