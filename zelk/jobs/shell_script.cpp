@@ -67,7 +67,7 @@ void writeShellScript(Job const& job, Submission& submission, std::vector<std::s
         fmt::format(
             "#!/bin/sh\n# All tasks of this job, several at a time: run.sh [TASKS AT A TIME]\n"
             "program={}\njob={}\nid={}\nsubmission={}\ntasks={}\n"
-            "at_a_time=${{1:-$((($(nproc) + {} - 1) / {}))}}\n",
+            "at_a_time=${{1:-$(($(nproc) < {} ? 1 : $(nproc) / {}))}}\n",
             shellWord(job.program.string()), shellWord(job.folder.string()), job.id,
             submission.number, submission.tasks, job.threads, job.threads) +
         kStart + (submission.tasks > 0 ? kTasks : "") +
