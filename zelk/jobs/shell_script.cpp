@@ -26,7 +26,7 @@ cd "$job" || exit
 group=
 end() {
     trap '' HUP INT TERM
-    [ -z "$group" ] || kill -TERM -- "-$group" 2>/dev/null
+    [ -z "$group" ] || kill -s TERM -- "-$group" 2>/dev/null
     wait
     exit "$1"
 }

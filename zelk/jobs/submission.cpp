@@ -128,7 +128,8 @@ void requireMovie(JobMovie const& movie) {
 void requireMovieIsNoInput(JobMovie const& movie, FrozenScene const& frozen) {
     auto const own = identityOf(movie.file);
     if (!own || frozen.frames.empty()) return;
-    for (NamedInput const& input : SceneFiles(frozen.scene).inputs())
+    SceneFiles const files(frozen.scene);
+    for (NamedInput const& input : files.inputs())
         if (identityOf(input.files->own(frozen.frames.front()).file) == own)
             throw UserError(ExitCode::kUsage,
                             {"--movie", fmt::format("would replace the {}:", input.kind),
@@ -258,8 +259,6 @@ Submitted submitJob(SubmitRequest const& request) {
     requireText(job);
     if (job.movie) requireMovie(*job.movie);
     engineOf(job.engine).require(job);
-    std::optional<JobLock> lock;
-    if (!request.dryRun) lock.emplace(job);
     requireFree(job);
     RunOptions run = job.runOptions();
     run.skipExisting = request.skipExisting;
@@ -285,6 +284,8 @@ Submitted submitJob(SubmitRequest const& request) {
     settleTasks(request.frameSeconds.value_or(0), frozen.todo.size());
     if (request.dryRun) return {ExitCode::kDone, planOf(job, frozen.todo.size(), isTimed)};
 
+    JobLock const lock(job);
+    requireFree(job);  // still
     StagedFolder staged(job.folder);
     Job stagedJob = job;
     stagedJob.folder = staged.path();

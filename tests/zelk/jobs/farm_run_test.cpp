@@ -75,8 +75,10 @@ protected:
 };
 
 TEST_F(Farm, ArraysRenderWhatWasSubmittedToTheBit) {
-    auto const one = rendered();
-    auto const said = run(words({"--engine", "slurm", "--chunk", "2", "--movie", "out/m.mov"}));
+    Words const look = {"--opacity", "80", "--set", "quality=1", "--motion-blur", "on"};
+    auto const one = rendered(look);
+    auto const said =
+        run(words(joined(look, {"--engine", "slurm", "--chunk", "2", "--movie", "out/m.mov"})));
     ASSERT_EQ(said.exitCode, 0) << said.err;
     std::string const calls = bytesOf("calls");
     EXPECT_EQ(lines(calls), 3) << calls;  // six tasks, three an array, and the movie
@@ -157,12 +159,13 @@ TEST_F(Farm, TasksOfWhatIsOverAreRefused) {
     auto const shell = words({"--engine", "shell", "--chunk", "6"});
     done(shell);
     std::string const former = id();
-    done({"submit", "cancel", "out/o.zelk-job"});
-    done({"submit", "resume", "out/o.zelk-job"});
+    fs::create_directory_symlink("out", at("link"));
+    done({"submit", "cancel", "link/../out/o.zelk-job"});
+    done({"submit", "resume", "link/o.zelk-job"});
     EXPECT_EQ(engineRuns("1 1"), 130);
     EXPECT_EQ(engineRuns("2 1"), 0);
     EXPECT_FALSE(status()["whole"]);
-    done(shell);  // a new job in its place
+    done(joined(shell, {"--job", "out/o.zelk-job/"}));  // a new job in its place
     EXPECT_EQ(engineRuns("1 1", "", former), 130);
     EXPECT_EQ(engineRuns("1 1"), 0);
     EXPECT_EQ(engineRuns("1 2"), 0);
@@ -192,8 +195,8 @@ TEST_F(Farm, AJobIsAtWorkWhileItsScriptIs) {
     expectRefusal(joined(shell, {"--job", "other.zelk-job"}), 4, {"o.zelk-job", "o.%d.png"});
     expectRefusal(joined(shell, {"-o", "out/o.%d.exr"}), 4, {"o.%d.png", "o.%d.exr", "--job"});
     expectRefusal({"submit", "resume", "out/o.zelk-job"}, 4, {"at work"});
-    fs::remove(at("running"));
-    while (status()["waitingTasks"] != 0) continue;
+    done({"submit", "cancel", "out/o.zelk-job"});  // and the script with what it started
+    while (status()["script"] == true) continue;
     done(joined(shell, {"--job", "other.zelk-job"}));
     EXPECT_TRUE(fs::is_symlink(at("out/other.zelk-job")));
     // An engine that can't be asked has what it was given until that has ended or was cancelled.
@@ -204,6 +207,15 @@ TEST_F(Farm, AJobIsAtWorkWhileItsScriptIs) {
     expectRefusal({"submit", "resume", "out/o.zelk-job"}, 4, {"at work", "cancel"});
     EXPECT_EQ(engineRuns("1 2"), 0);
     EXPECT_TRUE(status()["whole"]);
+    // Of a frame that failed there is no movie, and nobody waits for one.
+    done(words({"--engine", "openjd", "--frame-time", "1", "--movie", "out/m.mov"}));
+    EXPECT_EQ(status()["movie"], "waiting");
+    fs::remove(at("out/o.4.png"));
+    fs::remove(at("in.png"));
+    EXPECT_EQ(engineRuns("1 1"), 3);
+    EXPECT_EQ(engineRuns("1 movie"), 3);
+    EXPECT_EQ(status()["movie"], "failed");
+    EXPECT_EQ(run({"submit", "status", "out/o.zelk-job"}).exitCode, 5);
 }
 
 TEST_F(Farm, RefusalsAreOneLineAndLeaveNothing) {
@@ -216,6 +228,8 @@ TEST_F(Farm, RefusalsAreOneLineAndLeaveNothing) {
                   {"--movie", "m.png", ".mov"});
     expectRefusal(words({"--engine", "shell", "--engine-option", "-x"}), 2, {"sbatch", "slurm"});
     expectRefusal(words({"--engine", "shell", "--job", "\xff.zelk-job"}), 2, {"UTF-8"});
+    fs::create_hard_link(at("in.png"), at("in.mov"));
+    expectRefusal(words({"--engine", "shell", "--movie", "in.mov"}), 2, {"--movie", "layer"});
     expectRefusal({"submit", "status", "out"}, 3, {"out", "is no job"});
     fs::remove(at("in.png"));
     expectRefusal(slurm, 3, {"in.png"});
