@@ -170,7 +170,9 @@ TEST_F(FilesTest, ADropAsksWhatItIsFor) {
         document().saveAs(folder.at("dropped.zelk.json"));
         std::string const saved = bytesOf(folder.at("dropped.zelk.json"));
         EXPECT_NE(saved.find(each.key), saved.npos) << saved;
-        if (each.choice == 1) EXPECT_EQ(document().scene().comp.width, 640);
+        if (each.choice == 1) {
+            EXPECT_EQ(document().scene().comp.width, 640);
+        }
         document().undo();
         EXPECT_EQ(text(), before);
     }
