@@ -10,7 +10,7 @@ import re
 import sys
 import time
 
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "tests" / "farm"))
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "tests" / "jobs"))
 sys.dont_write_bytecode = True
 
 from farm_test import PARTITION, Case, call, running_cluster  # noqa: E402
