@@ -37,6 +37,8 @@ void FrameCache::add(SharedFrame frame, bool isPassing) {
     std::uint64_t const bytes = frame->bytes();
     if (bytes > m_budget) return;
     m_kept.push_front({std::move(frame), isPassing});
+    m_places.emplace(std::pair(m_kept.front().frame->revision, m_kept.front().frame->frame),
+                     m_kept.begin());
     m_bytes += bytes;
     if (isPassing) {
         m_passingBytes += bytes;
@@ -51,29 +53,40 @@ void FrameCache::shrink(std::uint64_t most, bool passingOnly) {
     for (auto at = m_kept.end(); at != m_kept.begin() && used > most;) {
         if (--at == m_kept.begin() && passingOnly) return;
         if (passingOnly && !at->isPassing) continue;
-        std::uint64_t const bytes = at->frame->bytes();
-        m_bytes -= bytes;
-        if (at->isPassing) m_passingBytes -= bytes;
-        at = m_kept.erase(at);
+        at = drop(at);
     }
 }
 
-SharedFrame FrameCache::find(std::uint64_t revision, int frame, PictureView const& view) {
+FrameCache::Place FrameCache::drop(Place at) {
+    ShownFrame const& frame = *at->frame;
+    m_bytes -= frame.bytes();
+    if (at->isPassing) m_passingBytes -= frame.bytes();
+    auto const [first, last] = m_places.equal_range({frame.revision, frame.frame});
+    m_places.erase(std::find_if(first, last, [at](auto const& own) { return own.second == at; }));
+    return m_kept.erase(at);
+}
+
+/// A full picture first.
+std::optional<FrameCache::Place> FrameCache::placeOf(std::uint64_t revision, int frame,
+                                                     PictureView const& view) const {
     PictureView full = view;
     full.isDraft = false;
-    auto const isWanted = [&](Kept const& kept) {
-        ShownFrame const& own = *kept.frame;
-        return own.revision == revision && own.frame == frame &&
-               (own.view == full || own.view == view);
-    };
-    // A full picture first.
-    auto found = std::find_if(m_kept.begin(), m_kept.end(), [&](Kept const& kept) {
-        return isWanted(kept) && kept.frame->view == full;
-    });
-    if (found == m_kept.end()) found = std::find_if(m_kept.begin(), m_kept.end(), isWanted);
-    if (found == m_kept.end()) return nullptr;
-    m_kept.splice(m_kept.begin(), m_kept, found);
-    return found->frame;
+    auto const [first, last] = m_places.equal_range({revision, frame});
+    for (PictureView const* wanted : {static_cast<PictureView const*>(&full), &view})
+        for (auto at = first; at != last; ++at)
+            if (at->second->frame->view == *wanted) return at->second;
+    return std::nullopt;
+}
+
+bool FrameCache::has(std::uint64_t revision, int frame, PictureView const& view) const {
+    return placeOf(revision, frame, view).has_value();
+}
+
+SharedFrame FrameCache::find(std::uint64_t revision, int frame, PictureView const& view) {
+    auto const place = placeOf(revision, frame, view);
+    if (!place) return nullptr;
+    m_kept.splice(m_kept.begin(), m_kept, *place);
+    return (*place)->frame;
 }
 
 }  // namespace zelk

@@ -4,8 +4,11 @@
 #include <cstdint>
 #include <functional>
 #include <list>
+#include <map>
 #include <memory>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "apps/viewer/model/document.h"
@@ -58,16 +61,22 @@ public:
     void add(SharedFrame frame, bool isPassing);
     /// The very one; for a draft also the full picture of the same place. Null for none.
     SharedFrame find(std::uint64_t revision, int frame, PictureView const& view);
+    /// Whether find would give one; it counts as no use.
+    bool has(std::uint64_t revision, int frame, PictureView const& view) const;
 
 private:
     struct Kept {
         SharedFrame frame;
         bool isPassing;
     };
+    using Place = std::list<Kept>::iterator;
     void shrink(std::uint64_t most, bool passingOnly);
+    Place drop(Place at);
+    std::optional<Place> placeOf(std::uint64_t revision, int frame, PictureView const& view) const;
 
     std::uint64_t m_budget = std::uint64_t{1} << 30, m_bytes = 0, m_passingBytes = 0;
-    std::list<Kept> m_kept;  ///< used last first
+    std::list<Kept> m_kept;                                        ///< used last first
+    std::multimap<std::pair<std::uint64_t, int>, Place> m_places;  ///< by revision and frame
 };
 
 }  // namespace zelk

@@ -47,9 +47,9 @@ void FrameService::ask(SceneSnapshot scene, PictureView view) {
         take({std::move(scene), std::move(view)});
     else if (m_isCurrentWanted)
         m_isStopped = true, m_current.reset();
+    if (kept) m_ready(kept);
     lock.unlock();
     m_changed.notify_all();
-    if (kept) m_ready(kept);
 }
 
 /// What is under way goes on where it is the very picture, or a draft and another one is wanted.
@@ -84,7 +84,7 @@ std::vector<int> FrameService::kept(SceneSnapshot const& scene, PictureView cons
     std::lock_guard const lock(m_mutex);
     std::vector<int> there;
     for (int const frame : frames)
-        if (m_cache.find(scene.revision, frame, view)) there.push_back(frame);
+        if (m_cache.has(scene.revision, frame, view)) there.push_back(frame);
     return there;
 }
 
@@ -148,18 +148,15 @@ void FrameService::serve(std::unique_lock<std::mutex>& lock, Wish const& wish, b
     SharedFrame const frame = made(wish);
     m_inputBytes = m_renderer.inputBytes();
     lock.lock();
+    bool const isShown = m_current && m_isCurrentWanted;  // nothing else is wanted meanwhile
     m_current.reset();
     if (!frame) return;  // stopped
-    bool const isShown = m_isCurrentWanted;
     if (frame->error.empty()) m_cache.add(frame, wish.view.isDraft && isShown);
     if (!isWanted && !m_aheadFrames.empty() && m_aheadFrames.back() == frame->frame) {
         m_aheadFrames.pop_back();
         m_aheadBytes += frame->bytes();
     }
-    if (!isShown) return;
-    lock.unlock();
-    m_ready(frame);
-    lock.lock();
+    if (isShown) m_ready(frame);
 }
 
 void FrameService::settle(SceneSnapshot const& scene) {

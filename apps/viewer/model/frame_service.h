@@ -36,8 +36,10 @@ struct FrameServiceOptions {
 
 class FrameService {
 public:
-    /// `ready` is called on the service's thread for each picture that was asked for and came to
-    /// its end, with or without an error.
+    /// `ready` is called for each picture that was asked for and came to its end, with or without
+    /// an error: on the service's thread, or on the asking one. It is called under the service's
+    /// lock, so that pictures come in the order in which they were wanted: it may not call the
+    /// service.
     explicit FrameService(std::function<void(SharedFrame)> ready, FrameServiceOptions options = {});
     ~FrameService();
     FrameService(FrameService const&) = delete;

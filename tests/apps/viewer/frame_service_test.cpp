@@ -138,6 +138,27 @@ TEST_F(ServiceTest, FindsPicturesOfFormerStatesAndGivesThemAtOnce) {
     EXPECT_LE(service.bytes(), service.budget());
 }
 
+/// However long it takes to tell of a picture: one that was wanted later is told later.
+TEST_F(ServiceTest, PicturesComeInTheOrderInWhichTheyWereWanted) {
+    std::atomic<bool> isTelling = false;
+    auto const window = std::this_thread::get_id();
+    FrameService slow([&](SharedFrame frame) {
+        isTelling = true;
+        if (std::this_thread::get_id() != window)
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        inbox.put(std::move(frame));
+    });
+    SceneSnapshot const first = move(3);
+    slow.ask(first, {});
+    SharedFrame const one = inbox.next();
+    isTelling = false;
+    slow.ask(move(9), {});
+    while (!isTelling) std::this_thread::yield();
+    slow.ask(first, {});
+    EXPECT_NE(inbox.next(), one);
+    EXPECT_EQ(inbox.next(), one);
+}
+
 TEST_F(ServiceTest, FetchesFramesAheadWithinTheBudgetAndLetsRequestsPass) {
     document.changeValues("Key", [](std::vector<Parameter>&) {});
     SceneSnapshot const scene = move(5);
