@@ -21,6 +21,7 @@ Player::Player(Document& document, QObject* parent) : QObject(parent), m_documen
 void Player::toggle() {
     if (m_playback.isPlaying() || !m_document.isOpen()) return stop();
     TimeBase const& clock = m_document.scene().comp.timeBase;
+    m_lost.clear();
     m_playback.start(m_document.frame(), double(clock.scale) / clock.step, now());
     m_document.setFrame(m_playback.frame());
     m_shownAt = now();
@@ -57,11 +58,14 @@ void Player::tick() {
     emit changed();
 }
 
-/// A frame that can't be rendered is not waited for for ever: it shows why.
-bool Player::mayShow(int frame) const {
+/// A frame that can't be rendered is not waited for for ever, and in later rounds not at all: it
+/// shows why.
+bool Player::mayShow(int frame) {
     constexpr double kPatienceSeconds = 5;
-    return !m_source.ready || !m_source.ready({frame}).empty() ||
-           now() - m_shownAt > kPatienceSeconds;
+    if (!m_source.ready || !m_source.ready({frame}).empty() || m_lost.contains(frame)) return true;
+    if (now() - m_shownAt <= kPatienceSeconds) return false;
+    m_lost.insert(frame);
+    return true;
 }
 
 std::vector<int> Player::ready(std::vector<int> const& frames) const {

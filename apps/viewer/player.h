@@ -5,6 +5,7 @@
 #include <QElapsedTimer>
 #include <QTimer>
 #include <functional>
+#include <set>
 #include <vector>
 
 #include "apps/viewer/model/document.h"
@@ -44,13 +45,14 @@ private:
     void tick();
     double now() const { return static_cast<double>(m_clock.nsecsElapsed()) * 1e-9; }
     void prefetchFrom(int frame);
-    bool mayShow(int frame) const;
+    bool mayShow(int frame);
 
     Document& m_document;
     FrameSource m_source;
     Playback m_playback;
     QElapsedTimer m_clock;
     double m_shownAt = 0;  ///< the frame that shows
+    std::set<int> m_lost;  ///< frames of this play that did not come in time
     QTimer m_timer;
 };
 

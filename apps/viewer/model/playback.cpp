@@ -82,7 +82,8 @@ std::optional<int> Playback::advance(double now, std::function<bool(int)> const&
     m_shownAt = now;
     m_direction = direction;
     m_frame = next;
-    m_due = std::max(m_due + steps / m_rate, now);
+    m_due += steps / m_rate;
+    if (m_due < now) m_due = now + 1 / m_rate;  // what is ready already keeps the rate
     return m_frame;
 }
 
