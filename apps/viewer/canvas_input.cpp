@@ -81,6 +81,7 @@ void CompositionCanvas::act(std::function<void()> const& run) {
 
 void CompositionCanvas::mousePressEvent(QMouseEvent* event) {
     if (m_hand != Hand::kNone) return;
+    m_button = event->button();
     m_lastMouse = panelPoint(event->position());
     if (event->button() != Qt::LeftButton) {
         m_hand = Hand::kPan;
@@ -123,6 +124,7 @@ void CompositionCanvas::mouseMoveEvent(QMouseEvent* event) {
 }
 
 void CompositionCanvas::mouseReleaseEvent(QMouseEvent* event) {
+    if (event->button() != m_button) return;  // another one meanwhile
     Hand const hand = std::exchange(m_hand, Hand::kNone);
     if (hand == Hand::kPins) act([&] { m_pins.release(pinMouse(*event)); });
     updateCursor(panelPoint(event->position()));
@@ -262,10 +264,7 @@ void CompositionCanvas::openField(int parameter) {
     m_field->onValue = [this, parameter](PanelPoint value) {
         act([&] { m_pins.moveTo(parameter, value); });
     };
-    m_field->onEnd = [this] {
-        closeField();
-        setFocus();
-    };
+    m_field->onEnd = [this] { closeField(); };
     double const x = pin->at.x / density() + 14, y = pin->at.y / density() + 10;
     m_field->adjustSize();
     m_field->move(static_cast<int>(std::clamp(x, 0.0, double(width() - m_field->width()))),
@@ -279,6 +278,8 @@ void CompositionCanvas::openField(int parameter) {
 void CompositionCanvas::closeField() {
     PinField* const field = m_field.release();
     if (!field) return;
+    // A field that goes with the focus would hand it on, which selects the next pin.
+    if (field->isAncestorOf(focusWidget()) || field->hasFocus()) setFocus();
     field->hide();
     field->deleteLater();
 }

@@ -127,6 +127,7 @@ private:
     ShownImage m_image, m_besideImage, m_loupeImage;
     QTimer m_rest;
     Hand m_hand = Hand::kNone;
+    Qt::MouseButton m_button = Qt::NoButton;  ///< that the hand holds
     PanelPoint m_lastMouse;
     bool m_isHovered = false;
     bool m_wasInverted = false;

@@ -16,7 +16,9 @@
 
 #include "apps/viewer/window_services.h"
 #include "zelk/movies/codecs.h"
+#include "zelk/movies/writer.h"
 #include "zelk/scene/edits.h"
+#include "zelk/scene/inputs.h"
 #include "zelk/text/errors.h"
 
 namespace zelk {
@@ -163,11 +165,28 @@ void ExportDialog::start() {
     if (asked.skipsExisting) run.skipExisting = SkipExisting::kWhole;
     run.isShared = asked.isShared;
     Scene scene = exportedScene(*m_services.document, asked);
+    if (!asked.skipsExisting && !asked.isShared && !mayReplace(scene, run)) return;
     m_job = std::make_unique<ExportJob>(std::move(scene), std::move(run), [this] {
         QMetaObject::invokeMethod(
             this, [this] { showState(); }, Qt::QueuedConnection);
     });
     showState();
+}
+
+/// Asks where files are there; frames that are whole may stay.
+bool ExportDialog::mayReplace(Scene const& scene, RunOptions& run) {
+    std::size_t const there = filesThere(scene);
+    if (there == 0) return true;
+    bool const isOne = !isSequence(scene) || isMovieName(scene.outputPath());
+    QString const name = QString::fromStdString(scene.outputPath().filename().string());
+    QString const text =
+        isOne ? name + " is there already."
+              : QString("%1 of the files %2 are there already.").arg(there).arg(name);
+    QStringList choices = {"Replace"};
+    if (!isOne) choices.append("Leave Out Whole Frames");
+    int const answer = m_services.questions.choice(text, choices);
+    if (answer == 1) run.skipExisting = SkipExisting::kWhole;
+    return answer >= 0;
 }
 
 void ExportDialog::cancel() {

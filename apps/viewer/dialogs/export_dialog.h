@@ -30,6 +30,7 @@ public:
 
     ExportEdits edits() const;
     void start();
+    bool mayReplace(Scene const& scene, RunOptions& run);
     void cancel();
     bool isRunning() const;
     ExportState state() const { return m_job ? m_job->state() : ExportState(); }

@@ -6,9 +6,12 @@
 #include <algorithm>
 #include <cmath>
 #include <nlohmann/json.hpp>
+#include <set>
 #include <utility>
 
+#include "zelk/scene/inputs.h"
 #include "zelk/sequence/render_frames.h"
+#include "zelk/sequence/schedule.h"
 
 namespace zelk {
 
@@ -56,6 +59,16 @@ std::string ExportState::text() const {
     if (!failures.empty()) result += fmt::format(", {} failed", failures.size());
     if (isStopped) result += ", cancelled";
     return result;
+}
+
+std::size_t filesThere(Scene const& exported) {
+    SceneFiles const files(exported);
+    std::set<std::filesystem::path> there;
+    std::error_code none;
+    for (int const frame : framesAsked(exported, files))
+        if (auto file = files.output.pathOf(frame); std::filesystem::exists(file, none))
+            there.insert(std::move(file));
+    return there.size();
 }
 
 ExportJob::ExportJob(Scene scene, RunOptions run, std::function<void()> changed)

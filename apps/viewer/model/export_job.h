@@ -3,6 +3,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstddef>
 #include <functional>
 #include <mutex>
 #include <string>
@@ -36,6 +37,9 @@ struct ExportState {
     /// "12 of 48 frames, 0:05 left", "48 frames written, 1 failed"
     std::string text() const;
 };
+
+/// How many of the files that a scene's export writes are there already.
+std::size_t filesThere(Scene const& exported);
 
 class ExportJob {
 public:

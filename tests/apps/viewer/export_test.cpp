@@ -65,6 +65,15 @@ TEST_F(ExportTest, WritesTheFilesOfItsCommand) {
             EXPECT_GT(exported[i].size(), 1000u);
             EXPECT_TRUE(exported[i] == bytesOf(folder.at(files[i]))) << files[i];
         }
+        // Files that are there are replaced when that is wanted.
+        folder.put(files[0], "mine");
+        choices = {-1, 0};
+        pressIn("Export");
+        EXPECT_EQ(bytesOf(folder.at(files[0])), "mine");
+        pressIn("Export");
+        ended();
+        EXPECT_TRUE(exported[0] == bytesOf(folder.at(files[0])));
+        for (std::string const& file : files) fs::remove(folder.at(file));
     }
 }
 
@@ -76,7 +85,8 @@ TEST_F(ExportTest, TellsWhatFailsAndEndsWhenItIsTold) {
     EXPECT_NE(ended().failures.front().message.find("nowhere"), std::string::npos);
     type("Output", path("o.##.png"));
     pressIn("Export");
-    QTest::qWaitFor([&] { return window->exportDialog()->state().written > 0; }, 60000);
+    ASSERT_TRUE(
+        QTest::qWaitFor([&] { return window->exportDialog()->state().written > 0; }, 60000));
     makeChange();  // the window stays usable
     pressIn("Cancel Export");
     ExportState const state = ended();
