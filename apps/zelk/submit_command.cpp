@@ -69,6 +69,8 @@ std::string renderHistory(std::vector<char const*> const& words,
         if (isFile) render.push_back("--project");
         isFileNamed = isFileNamed || isFile;
         isValue = word.starts_with("-") && name == word && !isFlag(word);
+        // A value that may be left out is none where it is the file.
+        isValue = isValue && word != "--skip-existing" && word != "--motion-blur";
         render.push_back(words[i]);
     }
     return historyOf(render);
@@ -151,8 +153,8 @@ std::optional<JobMovie> SubmitCommand::movie() const {
     Scene scene;
     if (m_codec) sceneEdit("codec").apply(scene, "--codec", *m_codec);
     if (m_quality) sceneEdit("quality-level").apply(scene, "--quality-level", *m_quality);
-    return JobMovie{absolutePath(required(*m_movie, "--movie", "a file")), scene.codec,
-                    scene.codecQuality};
+    return JobMovie{
+        absolutePath(required(*m_movie, "--movie", "a file")), scene.codec, scene.codecQuality, {}};
 }
 
 Job SubmitCommand::job(Invocation const& how) const {

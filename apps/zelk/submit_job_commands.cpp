@@ -4,6 +4,7 @@
 #include "apps/zelk/submit_command.h"
 #include "zelk/files/standard_output.h"
 #include "zelk/jobs/job_state.h"
+#include "zelk/jobs/output_jobs.h"
 #include "zelk/jobs/runners.h"
 #include "zelk/jobs/submission.h"
 #include "zelk/jobs/task.h"
@@ -125,6 +126,7 @@ ExitCode SubmitBeginCommand::run(Invocation const&) {
     int const submission = m_options.submission();
     if (!caller.script) throw missing("--script", "the id of a process that runs");
     requireWanted(job, submission, caller);
+    requireOutputFree(job);
     noteScript(job, submission, *caller.script);
     return ExitCode::kDone;
 }

@@ -18,6 +18,7 @@
 #include "zelk/jobs/job_scene.h"
 #include "zelk/jobs/job_state.h"
 #include "zelk/jobs/output_jobs.h"
+#include "zelk/jobs/program_call.h"
 #include "zelk/jobs/runners.h"
 #include "zelk/jobs/task_log.h"
 #include "zelk/jobs/task_script.h"
@@ -94,6 +95,7 @@ void requireText(Job const& job) {
     for (auto const& [thing, text] : {std::pair("the job's folder", job.folder.string()),
                                       {"--output", job.output.string()},
                                       {"--movie", movie},
+                                      {"--engine-option", shellLine(job.engineOptions)},
                                       {"the command line", job.history}})
         if (!isText(text))
             throw UserError(ExitCode::kUsage,

@@ -23,6 +23,9 @@ movie) name=$2-0; set -- movie "$job" "$2" ;;
 *) set -- task "$job" "$2" "$3" ;;
 esac
 trap 'rm -f "$job/running/$name."*"-$$-"*' EXIT
+trap 'exit 129' HUP
+trap 'exit 130' INT
+trap 'exit 143' TERM
 
 tries=0
 while :; do

@@ -36,6 +36,9 @@ double momentOf(MovieFacts const& facts, double rate, std::int64_t picture) {
 
 void checkSound(Scene const& scene, SceneFiles const& files) {
     if (!files.sound) return;
+    if (!std::filesystem::exists(files.sound->name()))
+        throw refusalOf(scene, SceneField::kSound, "is not there:", files.sound->name(),
+                        "a movie with sound");
     bool const isMovie = files.sound->movieFacts();
     if (!isMovie || soundCodecsOf(files.sound->name()).empty())
         throw refusalOf(scene, SceneField::kSound, "has no sound:", files.sound->name(),
