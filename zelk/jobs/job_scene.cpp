@@ -98,7 +98,7 @@ FrozenScene frozenScene(Scene const& asked, RunOptions const& run) {
         FrameStages stages(invertedScene(asked), run);
         std::vector<int> frames = framesAsked(stages.scene(), stages.files());
         stages.begin(frames);
-        Journal journal;
+        Journal journal(!run.dryRun);
         WholeFrames whole(run.skipExisting, &journal, [&] { return stages.outputSize(); });
         frozen.todo = framesTodo(stages, frames, whole, journal, frozen.kept);
         Comp const comp = settledComp(stages, frames);
