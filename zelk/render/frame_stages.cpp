@@ -1,5 +1,4 @@
-// Rendering of a frame, and FrameRenderer, the public face of all stages; see frame_stages.h and
-// frame_renderer.h.
+// Rendering of a frame; see frame_stages.h.
 #include "zelk/render/frame_stages.h"
 
 #include <fmt/format.h>
@@ -11,43 +10,18 @@
 #include "Transform/Common/PopupEntries.h"
 #include "Transform/Common/Transform_Core_Render/PassPlan.h"
 #include "hostkit/pixel_ops.h"
-#include "zelk/pictures/buffer_input.h"
-#include "zelk/pictures/png_data.h"
 #include "zelk/render/explanation.h"
-#include "zelk/render/host_errors.h"
 #include "zelk/render/load_module.h"
 #include "zelk/render/memory_budget.h"
 #include "zelk/render/resampling.h"
 #include "zelk/render/setup.h"
 #include "zelk/render/shrink.h"
-#include "zelk/scene/check.h"
-#include "zelk/scene/invert.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/scene/parameter_values.h"
 #include "zelk/scene/refusal.h"
 #include "zelk/text/errors.h"
 
 namespace zelk {
-
-void Warnings::add(std::vector<std::string> const& sentences) {
-    if (m_isStrict && !sentences.empty())
-        throw UserError(ExitCode::kRenderFailed, sentences.front());
-    std::lock_guard const lock(m_mutex);
-    m_isSaid = true;
-    for (std::string const& sentence : sentences)
-        if (m_seen.insert(sentence).second && !m_seenBefore.contains(sentence))
-            m_new.push_back(sentence);
-}
-
-void Warnings::valuesChange() {
-    std::lock_guard const lock(m_mutex);
-    if (std::exchange(m_isSaid, false)) m_seenBefore = std::exchange(m_seen, {});
-}
-
-std::vector<std::string> Warnings::take() {
-    std::lock_guard const lock(m_mutex);
-    return std::exchange(m_new, {});
-}
 
 namespace {
 
@@ -444,66 +418,6 @@ void FrameStages::checkMemory() const {
     throw UserError(ExitCode::kInput,
                     fmt::format("{}: {} frames {}; hold fewer", spelled(m_scene, "in-flight"),
                                 m_inFlight, memory));
-}
-
-// ---- The public face of the stages.
-
-namespace {
-
-/// Pictures are asked for one after the other.
-RunOptions oneByOne(RenderOptions const& options) {
-    if (options.pngLevel < 0 || options.pngLevel > kMostPngLevel)
-        throw UserError(ExitCode::kUsage,
-                        {"pngLevel", "out of range:", std::to_string(options.pngLevel),
-                         fmt::format("a whole number from 0 to {}", kMostPngLevel)});
-    RunOptions run{options};
-    run.inFlight = 1;
-    return run;
-}
-
-}  // namespace
-
-FrameRenderer::FrameRenderer(Scene scene, RenderOptions const& options)
-    : m_stages(withUserErrors([&] {
-          return std::make_unique<FrameStages>(invertedScene(std::move(scene)), oneByOne(options));
-      })) {}
-FrameRenderer::~FrameRenderer() = default;
-
-Scene const& FrameRenderer::scene() const { return m_stages->scene(); }
-PixelSize FrameRenderer::layerSize() const { return m_stages->layerSize(); }
-PixelSize FrameRenderer::frameSize() const { return m_stages->frameSize(); }
-Scene FrameRenderer::settledScene() const {
-    return withUserErrors([&] { return m_stages->settledScene(); });
-}
-void FrameRenderer::begin(std::vector<int> const& frames) {
-    withUserErrors([&] { m_stages->begin(frames); });
-}
-void FrameRenderer::stop() { m_stages->stop(); }
-void FrameRenderer::onStage(std::function<void(char const* stage)> listener) {
-    m_stages->onStage(std::move(listener));
-}
-std::vector<std::string> FrameRenderer::takeWarnings() { return m_stages->warnings().take(); }
-
-PictureBuffer FrameRenderer::picture(int frame, PreviewOptions const& options) {
-    PictureBuffer picture =
-        withUserErrors([&] { return bufferOf(m_stages->world(frame, options)); });
-    picture.name = fmt::format("frame {}", frame);
-    return picture;
-}
-
-void FrameRenderer::write(int frame) {
-    requireOutput(scene());
-    withUserErrors([&] {
-        m_stages->beginAt(frame);
-        SceneFiles const& files = m_stages->files();
-        requireNoInput(scene(), files, m_stages->run().inPlace, frame, files.output.pathOf(frame));
-        m_stages->store(frame, m_stages->render(frame, m_stages->load(frame)));
-    });
-}
-
-void FrameRenderer::finishMovie() {
-    if (!withUserErrors([&] { return m_stages->finishMovie(m_stages->isStopped()); }))
-        throw UserError(ExitCode::kInterrupted, "the movie was stopped");
 }
 
 }  // namespace zelk

@@ -7,9 +7,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -27,6 +25,7 @@
 #include "zelk/render/quad_map.h"
 #include "zelk/render/run_options.h"
 #include "zelk/render/scene_colors.h"
+#include "zelk/render/warnings.h"
 #include "zelk/scene/inputs.h"
 #include "zelk/scene/quad_check.h"
 #include "zelk/scene/track_use.h"
@@ -67,27 +66,6 @@ struct RenderedFrame {
     FrameColors colors;  ///< the picture is in the working space
     std::shared_ptr<Explanation> explanation;
     FrameRest rest;  ///< of one that isForScreen
-};
-
-/// Sentences that are told once, whatever frame they come from; for several threads. With other
-/// values one that went away in between is told again.
-class Warnings {
-public:
-    /// With `isStrict` a warning is a failure: add throws the first of its sentences, told or not.
-    explicit Warnings(bool isStrict = false) : m_isStrict(isStrict) {}
-    /// What there is to say of these values, which may be nothing.
-    void add(std::vector<std::string> const& sentences);
-    std::vector<std::string> take();
-    /// The scene has other values from here on.
-    void valuesChange();
-
-private:
-    bool m_isStrict;
-    std::mutex m_mutex;
-    /// With these values, and with the former ones that anything was said of.
-    std::set<std::string> m_seen, m_seenBefore;
-    bool m_isSaid = false;  ///< of these values
-    std::vector<std::string> m_new;
 };
 
 /// Truncated.

@@ -24,8 +24,8 @@
 #include <utility>
 #include <vector>
 
-#include "zelk/render/frame_renderer.h"
 #include "zelk/render/kept_inputs.h"
+#include "zelk/render/render_options.h"
 #include "zelk/render/screen_picture.h"
 
 namespace zelk {
@@ -52,6 +52,7 @@ struct LivePicture {
     PixelSize whole;       ///< of the reduced picture that the part is of
 };
 
+class FrameStages;
 struct RenderedFrame;
 class SceneColors;
 struct SceneFiles;

@@ -13,7 +13,7 @@
 
 #include "apps/viewer/model/document.h"
 #include "hostkit/world.h"
-#include "zelk/render/frame_renderer.h"
+#include "zelk/render/render_options.h"
 
 namespace zelk {
 
