@@ -18,6 +18,7 @@
 
 #include "apps/viewer/composition_panel.h"
 #include "apps/viewer/dialogs/export_dialog.h"
+#include "apps/viewer/dialogs/export_status.h"
 #include "apps/viewer/dialogs/shortcuts_dialog.h"
 #include "apps/viewer/dock_buttons.h"
 #include "apps/viewer/file_watch.h"
@@ -290,16 +291,17 @@ void ViewerWindow::copyAsCommand() {
     statusBar()->showMessage("Copied: " + QString::fromStdString(text.line), 10000);
 }
 
-/// One that runs stays as it is; else the fields are those of the scene as it is now.
 void ViewerWindow::showExport() {
-    if (m_export && !m_export->isRunning()) {
-        delete m_export;
-        m_export = nullptr;
+    if (!m_export) {
+        auto const marked = [this]() -> std::optional<std::pair<int, int>> {
+            Playback const& playback = m_timeline->player().playback();
+            if (!playback.hasRange()) return std::nullopt;
+            return std::pair(playback.in(), playback.out());
+        };
+        m_export = new ExportDialog(m_services, marked, this);
+        statusBar()->insertPermanentWidget(0, new ExportStatus(*m_export, this));
     }
-    if (!m_export) m_export = new ExportDialog(m_services, this);
-    m_export->show();
-    m_export->raise();
-    m_export->activateWindow();
+    m_export->bring();
 }
 
 bool ViewerWindow::mayEndExport() {
