@@ -18,6 +18,7 @@
 
 #include "apps/viewer/composition_canvas.h"
 #include "apps/viewer/composition_panel.h"
+#include "apps/viewer/dialogs/path_preview.h"
 #include "apps/viewer/dialogs/shortcuts_dialog.h"
 #include "apps/viewer/dialogs/track_dialog.h"
 #include "apps/viewer/model/autosave.h"
@@ -285,6 +286,12 @@ TEST_F(FilesTest, ATrackIsSeenBeforeItIsTaken) {
     ASSERT_NE(fix, fixes.end());
     QTest::keyClick(*fix, Qt::Key_Space);
     EXPECT_EQ(field("Corners")->text(), "ul,ur,ll,lr");
+    field("Shift")->setFocus();
+    QTest::keyClicks(field("Shift"), "3");
+    QTest::keyClick(field("Shift"), Qt::Key_Return);  // takes the value, not the track
+    EXPECT_EQ(dialog->choice().span()->first, 1004);
+    EXPECT_TRUE(dialog->isVisible());
+    type("Shift", "0");
     for (auto* const box : dialog->findChildren<QAbstractButton*>())
         if (box->text().startsWith("Set the composition")) box->click();
     auto const span = *dialog->choice().span();
@@ -297,6 +304,32 @@ TEST_F(FilesTest, ATrackIsSeenBeforeItIsTaken) {
     EXPECT_EQ(document().scene().tracks[0].file.written, "sign-track.txt");
     document().undo();
     EXPECT_EQ(text(), before);
+}
+
+/// To Pins are seen on the plate, which the layer hides in the frame, From Pins on the layer.
+TEST_F(FilesTest, PathsLieOverThePictureOfTheirPins) {
+    EXPECT_EQ(pictureUnder(Scene(), TrackedPins::kTo), std::nullopt);
+    window->openFile(path("move.zelk.json"));
+    window->inputs().importTrack(folder.at("sign-track.txt"));
+    auto const* const preview = window->findChild<TrackDialog*>()->findChild<PathPreview*>();
+    auto* const pins = window->findChild<TrackDialog*>()->findChildren<QComboBox*>().front();
+    for (auto const& [choice, name] : {std::pair(0, "rocket.jpg"), {1, "chelsea.png"}}) {
+        QImage const file(path(name));
+        pins->setCurrentIndex(choice);
+        emit pins->activated(choice);
+        auto const isSeen = [&, file = file] {
+            World const* const shown = preview->picture();
+            if (!shown || QSize(shown->width(), shown->height()) != file.size()) return false;
+            int sum = 0, count = 0;
+            for (int y = 40; y < shown->height(); y += 50)
+                for (int x = 40; x < shown->width(); x += 50) {
+                    auto const* const argb = shown->rowAs<std::uint8_t>(y) + x * 4;
+                    sum += std::abs(qGreen(file.pixel(x, y)) - argb[2]), ++count;
+                }
+            return sum <= 3 * count;  // two decoders
+        };
+        EXPECT_TRUE(QTest::qWaitFor(isSeen, 20000)) << name;
+    }
 }
 
 /// `zelk view` starts the real program with a scene of options; it is killed while it edits.
