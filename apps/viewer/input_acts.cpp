@@ -90,15 +90,24 @@ ViewerCommands InputActs::commands() {
             {"File", "", {}, "", {}}};
 }
 
-/// Files of one sequence that were dropped together are taken as one.
 void InputActs::take(std::vector<fs::path> const& files) {
-    std::vector<std::string> patterns;
-    for (fs::path const& file : files) {
-        auto const sequence = kindOf(file) == FileKind::kPicture ? sequenceOf(file) : std::nullopt;
-        if (sequence && std::count(patterns.begin(), patterns.end(), sequence->pattern)) continue;
-        if (sequence) patterns.push_back(sequence->pattern);
-        m_services.attempt([&] { takeOne(file); });
+    for (GivenFile const& each : meantFiles(files))
+        m_services.attempt([&] {
+            if (!each.refusal.empty()) throw UserError(ExitCode::kUsage, each.refusal);
+            takeOne(each.file);
+        });
+}
+
+void InputActs::takeDropped(QList<QUrl> const& urls) {
+    std::vector<fs::path> files;
+    for (QUrl const& url : urls) {
+        if (url.isLocalFile())
+            files.push_back(pathOf(url.toLocalFile()));
+        else
+            m_services.tellError(url.toDisplayString() +
+                                 ": only files of this machine can be opened; save it first");
     }
+    take(files);
 }
 
 void InputActs::takeOne(fs::path const& file) {

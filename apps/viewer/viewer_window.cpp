@@ -12,7 +12,6 @@
 #include <QStackedWidget>
 #include <QStatusBar>
 #include <QTimer>
-#include <QUrl>
 #include <QVBoxLayout>
 #include <chrono>
 
@@ -343,12 +342,12 @@ void ViewerWindow::dragEnterEvent(QDragEnterEvent* event) {
     if (event->mimeData()->hasUrls()) event->acceptProposedAction();
 }
 
+/// Who dropped waits for the event's end: questions come after it.
 void ViewerWindow::dropEvent(QDropEvent* event) {
-    std::vector<fs::path> files;
-    for (QUrl const& url : event->mimeData()->urls())
-        if (url.isLocalFile()) files.push_back(pathOf(url.toLocalFile()));
     event->acceptProposedAction();
-    m_inputs->take(files);
+    QMetaObject::invokeMethod(
+        this, [this, urls = event->mimeData()->urls()] { m_inputs->takeDropped(urls); },
+        Qt::QueuedConnection);
 }
 
 }  // namespace zelk

@@ -1,6 +1,7 @@
 // Opening, saving, importing, relinking and recovery, by menus, drops and dialogs.
 #include "tests/apps/viewer/files_fixture.h"
 
+#include <fmt/format.h>
 #include <signal.h>
 #include <sys/mount.h>
 
@@ -145,18 +146,64 @@ TEST_F(FilesTest, AsksBeforeItCloses) {
     EXPECT_EQ(bytesOf(folder.at("move.zelk.json")), text());
 }
 
+/// Nothing is asked before the event's end.
+void dropOn(ViewerWindow& window, QList<QUrl> const& urls) {
+    QMimeData data;
+    data.setUrls(urls);
+    QDragEnterEvent enter({300, 300}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(&window, &enter);
+    EXPECT_TRUE(enter.isAccepted());
+    QDropEvent event({300, 300}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    int asked = 0;
+    auto const ask = std::exchange(window.questions().choice,
+                                   [&](QString const&, QStringList const&) { return ++asked, -1; });
+    QApplication::sendEvent(&window, &event);
+    EXPECT_EQ(asked, 0);
+    window.questions().choice = ask;
+    QCoreApplication::processEvents();
+}
+
+TEST_F(FilesTest, DropsOfManyFilesOfFoldersAndOfLinks) {
+    fs::create_directories(folder.at("many/empty"));
+    QList<QUrl> urls;
+    for (int frame = 1; frame <= 1000; ++frame) {
+        fs::path const file = folder.at("many") / fmt::format("s.{:04}.png", frame);
+        fs::create_hard_link(folder.at("chelsea.png"), file);
+        urls.append(QUrl::fromLocalFile(textOf(file)));
+    }
+    auto const layer = [&] { return document().scene().layer.file.path().filename().string(); };
+    dropOn(*window, urls);
+    EXPECT_EQ(layer(), "s.####.png");
+    EXPECT_EQ(document().lastFrame(), 1000);
+    EXPECT_TRUE(asked.empty());
+    start();
+    choices = {1};
+    dropOn(*window, urls.mid(4, 500));
+    EXPECT_EQ(layer(), "s.0005.png");
+    EXPECT_EQ(asked.size(), 1) << asked.join("; ").toStdString();
+    struct Case {
+        char const *url, *layer, *told;
+    };
+    for (Case const& each :
+         {Case{"file:many", "s.####.png", ""}, Case{"file:many/empty", "", "has no project"},
+          Case{"file:.", "move.zelk.json", ""}, Case{"https://a.example/b.png", "", "a.example"}}) {
+        start();
+        QString url = each.url;
+        dropOn(*window, {QUrl(url.replace("file:", "file://" + textOf(folder.at("")) + "/"))});
+        EXPECT_TRUE(error().contains(each.told)) << error().toStdString();
+        EXPECT_EQ(error().isEmpty(), std::string(each.told).empty()) << error().toStdString();
+        std::string const opened = !document().isOpen() ? ""
+                                   : document().file().empty()
+                                       ? layer()
+                                       : document().file().filename().string();
+        EXPECT_EQ(opened, each.layer);
+    }
+}
+
 TEST_F(FilesTest, ADropAsksWhatItIsFor) {
     window->openFile(path("chelsea.png"));
     std::string const before = text();
-    auto const drop = [&](char const* name) {
-        QMimeData data;
-        data.setUrls({QUrl::fromLocalFile(path(name))});
-        QDragEnterEvent enter({300, 300}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
-        QApplication::sendEvent(window.get(), &enter);
-        EXPECT_TRUE(enter.isAccepted());
-        QDropEvent event({300, 300}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
-        QApplication::sendEvent(window.get(), &event);
-    };
+    auto const drop = [&](char const* name) { dropOn(*window, {QUrl::fromLocalFile(path(name))}); };
     struct Case {
         int choice;
         char const *name, *key;
