@@ -50,7 +50,7 @@ ViewerCommand InputActs::importCommand(InputKind kind, QString const& name, QStr
             {},
             help,
             [this, kind, name] {
-                QString const file = m_services.questions.fileToOpen(name, kAnyFilter);
+                QString const file = m_services.questions.fileToOpen(name, pictureFilter());
                 if (!file.isEmpty()) import(kind, pathOf(file));
             },
             [this] { return document().isOpen(); }};
@@ -63,7 +63,7 @@ ViewerCommands InputActs::commands() {
                         "Take tracking data for the pins",
                         [this] {
                             QString const file =
-                                m_services.questions.fileToOpen("Track", kAnyFilter);
+                                m_services.questions.fileToOpen("Track", trackFilter());
                             if (!file.isEmpty()) importTrack(pathOf(file));
                         },
                         [this] { return document().isOpen(); }};
@@ -118,7 +118,7 @@ void InputActs::takeOne(fs::path const& file) {
         throw UserError(ExitCode::kUsage,
                         file.string() + ": a track needs a scene: open a picture first");
     if (!document().isOpen()) return m_files.startWith(file);
-    QStringList choices;
+    Answers choices;
     for (InputKind const each : kPictureKinds) choices.append(capitalized(wordOf(each)));
     choices.append("Layer of a New Scene");
     int const answer = m_services.questions.choice(
@@ -164,7 +164,8 @@ void InputActs::askRelink() {
     if (missing.empty()) return;
     MissingFile const& first = missing.front();
     QString const file = m_services.questions.fileToOpen(
-        QString("%1, the %2").arg(nameOf(first.file), wordOf(first.kind)), kAnyFilter);
+        QString("%1, the %2").arg(nameOf(first.file), wordOf(first.kind)),
+        isTrack(first.kind) ? trackFilter() : pictureFilter());
     if (!file.isEmpty()) relink(first.kind, pathOf(file));
 }
 

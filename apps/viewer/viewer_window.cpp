@@ -8,7 +8,6 @@
 #include <QLabel>
 #include <QMenuBar>
 #include <QMimeData>
-#include <QSettings>
 #include <QStackedWidget>
 #include <QStatusBar>
 #include <QTimer>
@@ -22,6 +21,7 @@
 #include "apps/viewer/dock_buttons.h"
 #include "apps/viewer/file_watch.h"
 #include "apps/viewer/model/command_text.h"
+#include "apps/viewer/own_settings.h"
 #include "apps/viewer/parameter_panel.h"
 #include "apps/viewer/start_page.h"
 #include "apps/viewer/status_sentence.h"
@@ -298,7 +298,7 @@ void ViewerWindow::showExport() {
             return std::pair(playback.in(), playback.out());
         };
         m_export = new ExportDialog(m_services, marked, this);
-        statusBar()->insertPermanentWidget(0, new ExportStatus(*m_export, this));
+        statusBar()->insertPermanentWidget(1, new ExportStatus(*m_export, this));
     }
     m_export->bring();
 }
@@ -312,7 +312,7 @@ bool ViewerWindow::mayEndExport() {
 
 void ViewerWindow::rememberLayout() {
     m_keepsLayout = true;
-    QSettings const settings("Zelk", "zelk-viewer");
+    QSettings const settings = ownSettings();
     m_colors->chooseDisplay(settings.value("display").toString());
     m_menus->takeChoices(settings);
     if (!restoreGeometry(settings.value("geometry").toByteArray())) resize(1440, 900);
@@ -329,7 +329,7 @@ void ViewerWindow::closeEvent(QCloseEvent* event) {
     if (m_recovery) m_recovery->end();
     if (m_export) m_export->cancel();
     if (m_keepsLayout) {
-        QSettings settings("Zelk", "zelk-viewer");
+        QSettings settings = ownSettings();
         settings.setValue("geometry", saveGeometry());
         settings.setValue("layout", saveState());
         settings.setValue("display", m_colors->wantedDisplay());

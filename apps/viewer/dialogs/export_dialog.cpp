@@ -279,7 +279,7 @@ bool ExportDialog::mayReplace(Scene const& scene, RunOptions& run) {
     QString const text =
         isOne ? name + " is there already."
               : QString("%1 of the files %2 are there already.").arg(there).arg(name);
-    QStringList choices = {"Replace"};
+    Answers choices = {"Replace"};
     if (!isOne) choices.append("Leave Out Whole Frames");
     int const answer = m_services.questions.choice(text, choices);
     if (answer == 1) run.skipExisting = SkipExisting::kWhole;
@@ -295,7 +295,8 @@ bool ExportDialog::isRunning() const { return m_job && m_job->state().isRunning;
 void ExportDialog::reject() { hide(); }
 
 void ExportDialog::askOutput() {
-    QString const file = m_services.questions.fileToSave("Export To", m_output->text(), kAnyFilter);
+    QString const file =
+        m_services.questions.fileToSave("Export To", m_output->text(), pictureFilter());
     if (!file.isEmpty()) m_output->setText(file);
 }
 

@@ -14,6 +14,7 @@
 #include "zelk/files/frame_names.h"
 #include "zelk/inputs/input_files.h"
 #include "zelk/movies/frames.h"
+#include "zelk/movies/input_endings.h"
 #include "zelk/text/errors.h"
 #include "zelk/text/numbers.h"
 
@@ -24,6 +25,7 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr std::string_view kProjectEnding = ".zelk.json";
+constexpr std::string_view kTracks[] = {"txt", "csv", "tsv", "nk", "mocha", "dat"};
 
 bool isDigit(char c) { return std::isdigit(static_cast<unsigned char>(c)) != 0; }
 
@@ -138,9 +140,9 @@ GivenFile meantFolder(Folders& folders, fs::path const& folder) {
 FileKind kindOf(fs::path const& file) {
     std::string const extension = lowered(file.extension().string());
     if (extension == ".json") return FileKind::kProject;
-    constexpr std::string_view kTracks[] = {".txt", ".csv", ".tsv", ".nk", ".mocha", ".dat"};
+    std::string const ending = extension.empty() ? "" : extension.substr(1);
     bool const isTrack =
-        std::find(std::begin(kTracks), std::end(kTracks), extension) != std::end(kTracks);
+        std::find(std::begin(kTracks), std::end(kTracks), ending) != std::end(kTracks);
     return isTrack ? FileKind::kTrack : FileKind::kPicture;
 }
 
@@ -172,6 +174,15 @@ std::vector<GivenFile> meantFiles(std::vector<fs::path> const& files) {
         if (areAll) meant.back().file = sequence->pattern;
     }
     return meant;
+}
+
+std::vector<std::string> trackEndings() { return {std::begin(kTracks), std::end(kTracks)}; }
+
+std::vector<std::string> movieEndings() {
+    std::vector<std::string> endings;
+    for (std::string_view const ending : movieInputEndings())
+        endings.emplace_back(ending.substr(1));
+    return endings;
 }
 
 std::vector<std::string> pictureEndings() {

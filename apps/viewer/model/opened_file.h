@@ -30,7 +30,9 @@ struct GivenFile {
 /// project in it, or else the one picture, sequence or movie. Each folder is listed once.
 std::vector<GivenFile> meantFiles(std::vector<std::filesystem::path> const& files);
 
-/// Endings of pictures that can be read, without a dot and in lower case.
+// Endings of files that can be read, without a dot and in lower case.
 std::vector<std::string> pictureEndings();
+std::vector<std::string> movieEndings();
+std::vector<std::string> trackEndings();
 
 }  // namespace zelk

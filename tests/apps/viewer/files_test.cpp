@@ -24,6 +24,7 @@
 #include "apps/viewer/dialogs/track_dialog.h"
 #include "apps/viewer/model/autosave.h"
 #include "apps/viewer/model/opened_file.h"
+#include "apps/viewer/start_page.h"
 #include "zelk/files/process_tag.h"
 #include "zelk/scene/edits.h"
 
@@ -88,14 +89,67 @@ TEST_F(FilesTest, SavesToItsFileOrAsksForOne) {
     press("File/Revert");
     EXPECT_FALSE(window->isWindowModified());
     window->openFile(path("move.zelk.json"));
-    auto const recent = window->files().recent();
-    ASSERT_EQ(recent.size(), 2u);
-    EXPECT_EQ(recent[0], folder.at("move.zelk.json"));
     QMenu menu;
     window->files().fillRecent(menu);
-    ASSERT_EQ(menu.actions().size(), 2);
+    ASSERT_EQ(menu.actions().size(), 3);
     menu.actions()[1]->trigger();
     EXPECT_EQ(document().file(), folder.at("own.zelk.json"));
+}
+
+/// Of all windows; the file is read when the menu opens, not with each change or key.
+TEST_F(FilesTest, OpenRecentHasAllThatWasOpened) {
+    for (int frame : {11, 12})
+        fs::copy(folder.at("chelsea.png"), folder.at("s." + std::to_string(frame) + ".png"));
+    for (char const* name : {"rocket.jpg", "s.##.png", "move.zelk.json", "rocket.jpg"})
+        window->openFile(path(name));
+    EXPECT_EQ(
+        window->files().recent(),
+        (std::vector{folder.at("rocket.jpg"), folder.at("move.zelk.json"), folder.at("s.##.png")}));
+    start();
+    auto const shown = [&] {
+        QStringList list;
+        for (auto const* const button :
+             window->findChild<StartPage*>()->findChildren<QPushButton*>())
+            if (button->toolTip() == "Open it again") list.append(nameOf(pathOf(button->text())));
+        return list;
+    };
+    EXPECT_EQ(shown(), (QStringList{"rocket.jpg", "move.zelk.json", "s.##.png"}));
+    press("File/Open Recent/Clear List");
+    EXPECT_EQ(shown(), QStringList());
+    folder.put("state/recent", path("s.##.png").toStdString() + "\n");  // by another window
+    QAction const* const clear = window->menus().action("File/Open Recent/Clear List");
+    window->menus().update();
+    EXPECT_FALSE(clear->isEnabled());
+    QMenu* const menu = window->menus().menu("File/Open Recent");
+    emit menu->aboutToShow();
+    menu->actions().front()->trigger();
+    EXPECT_EQ(document().firstFrame(), 11);
+}
+
+/// Names that file dialogs show at first.
+TEST_F(FilesTest, FileDialogsShowWhatCanBeOpened) {
+    QStringList filters;
+    window->questions().fileToOpen = [&](QString const&, QString const& filter) {
+        filters.append(filter);
+        return QString();
+    };
+    window->openFile(path("chelsea.png"));
+    for (char const* place : {"File/Open\u2026", "File/New\u2026", "File/Import/Plate\u2026",
+                              "File/Import/Track\u2026"})
+        press(place);
+    ASSERT_EQ(filters.size(), 4);
+    for (auto const& [filter, pattern] : {std::pair(0, "*.zelk.json"),
+                                          {0, "*.exr"},
+                                          {1, "*.mov"},
+                                          {1, "*.JPG"},
+                                          {2, "*.tif"},
+                                          {3, "*.txt"}}) {
+        QString const first = filters[filter].section(";;", 0, 0);
+        EXPECT_TRUE(first.contains(QString(pattern) + " ") ||
+                    first.contains(QString(pattern) + ")"))
+            << first.toStdString();
+        EXPECT_TRUE(filters[filter].endsWith(";;All files (*)"));
+    }
 }
 
 /// The name that Save As completes, and a file that somebody else has changed.
@@ -156,7 +210,7 @@ void dropOn(ViewerWindow& window, QList<QUrl> const& urls) {
     QDropEvent event({300, 300}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
     int asked = 0;
     auto const ask = std::exchange(window.questions().choice,
-                                   [&](QString const&, QStringList const&) { return ++asked, -1; });
+                                   [&](QString const&, Answers const&) { return ++asked, -1; });
     QApplication::sendEvent(&window, &event);
     EXPECT_EQ(asked, 0);
     window.questions().choice = ask;
