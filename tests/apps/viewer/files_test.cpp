@@ -20,6 +20,7 @@
 #include "apps/viewer/composition_canvas.h"
 #include "apps/viewer/composition_panel.h"
 #include "apps/viewer/dialogs/path_preview.h"
+#include "apps/viewer/dialogs/recovery_dialog.h"
 #include "apps/viewer/dialogs/shortcuts_dialog.h"
 #include "apps/viewer/dialogs/track_dialog.h"
 #include "apps/viewer/model/autosave.h"
@@ -462,7 +463,7 @@ TEST_F(FilesTest, WhatAKilledViewerHadIsRecovered) {
     fs::create_directories(folder.at("state"));
     fs::rename(file, folder.at("state") / file.filename());
     window->openAtStart({});
-    QString const key = "recovery " + path("state/") + textOf(file.filename());
+    QString const key = "recovery";
     EXPECT_TRUE(window->notices().text(key).contains("move.zelk.json"));
     folder.put("move.zelk.json", bytesOf(folder.at("move.zelk.json")) + "\n");  // by somebody else
     ASSERT_TRUE(window->notices().press(key, "Recover"));
@@ -476,6 +477,53 @@ TEST_F(FilesTest, WhatAKilledViewerHadIsRecovered) {
     EXPECT_TRUE(asked.value(0).contains("changed on disk"));
     EXPECT_EQ(bytesOf(folder.at("move.zelk.json")), text());
     EXPECT_EQ(autosaved(), 0);
+}
+
+TEST_F(FilesTest, ManyScenesToRecoverAreOneNoticeAndAList) {
+    fs::create_directories(folder.at("state"));
+    for (char const* name : {"move.zelk.json", "chelsea.png", "rocket.jpg"}) {
+        window->openFile(path(name));
+        document().edit(kParamCornerPinOpacity, {50});
+        ProcessTag dead = thisProcess();
+        dead.start ^= 1;
+        folder.put(fmt::format("state/{}.{}-{}.zelk-recovery", hostName(), dead.text(), name[0]),
+                   handOverText({document().scene(), document().file(), document().fileSum()}));
+        choices = {1};
+        start();
+    }
+    window->openAtStart({});
+    QString const key = "recovery";
+    EXPECT_TRUE(window->notices().text(key).contains("3 scenes"));
+    window->notices().press(key, "Show List\u2026");
+    auto* const list = window->findChild<RecoveryDialog*>();
+    ASSERT_TRUE(list);
+    auto* const tree = list->findChild<QTreeWidget*>();
+    QStringList shown;
+    for (int i = 0; i < tree->topLevelItemCount(); ++i)
+        shown.append(tree->topLevelItem(i)->text(0));
+    shown.sort();
+    EXPECT_TRUE(shown.at(0).endsWith("chelsea.png, never saved") ||
+                shown.at(1).endsWith("chelsea.png, never saved"))
+        << shown.join("; ").toStdString();
+    auto const pressIn = [&](char const* name) {
+        for (auto* const button : list->findChildren<QPushButton*>())
+            if (button->text() == name) button->click();
+    };
+    for (int i = 0; i < tree->topLevelItemCount(); ++i)
+        if (tree->topLevelItem(i)->text(0).endsWith("move.zelk.json"))
+            tree->setCurrentItem(tree->topLevelItem(i));
+    pressIn("Recover");
+    EXPECT_EQ(error(), "");
+    EXPECT_EQ(document().file(), folder.at("move.zelk.json"));
+    EXPECT_EQ(document().valueOf(kParamCornerPinOpacity)[0], 50);
+    EXPECT_TRUE(window->notices().text(key).contains("2 scenes"));
+    choices = {-1, 0};
+    window->notices().press(key, "Discard All\u2026");
+    EXPECT_EQ(abandonedScenes(folder.at("state")).size(), 2u);
+    window->notices().press(key, "Discard All\u2026");
+    EXPECT_EQ(window->notices().text(key), "");
+    EXPECT_TRUE(abandonedScenes(folder.at("state")).empty());
+    EXPECT_EQ(autosaved(), 1);  // the one that was recovered
 }
 
 /// Processes that nothing is known of: only those from before the machine's start are surely dead.
