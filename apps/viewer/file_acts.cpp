@@ -119,6 +119,7 @@ void FileActs::take(HandedScene handed) {
     if (!mayLeave()) return;
     if (handed.file.empty()) return document().start(std::move(handed.scene));
     recover(std::move(handed));
+    remember(document().file());
 }
 
 void FileActs::recover(HandedScene handed) {

@@ -150,12 +150,13 @@ std::optional<FileSequence> sequenceOf(fs::path const& file) { return Folders().
 
 std::vector<GivenFile> meantFiles(std::vector<fs::path> const& files) {
     Folders folders;
-    std::set<std::string> const given(files.begin(), files.end());
-    std::set<std::string> taken;  // of sequences
+    auto const keyOf = [](fs::path const& file) { return file.lexically_normal().string(); };
+    std::set<std::string> given, taken;  // taken: of sequences
+    for (fs::path const& file : files) given.insert(keyOf(file));
     std::vector<GivenFile> meant;
     for (fs::path const& file : files) {
         std::error_code none;
-        if (taken.contains(file.string())) continue;
+        if (taken.contains(keyOf(file))) continue;
         if (fs::is_directory(file, none)) {
             meant.push_back(meantFolder(folders, file));
             continue;
@@ -167,7 +168,7 @@ std::vector<GivenFile> meantFiles(std::vector<fs::path> const& files) {
         SequenceName const pattern(sequence->pattern);
         bool areAll = true;
         for (int const frame : sequence->frames) {
-            std::string const own = pattern.pathOf(frame).string();
+            std::string const own = keyOf(pattern.pathOf(frame));
             taken.insert(own);
             areAll = areAll && given.contains(own);
         }
