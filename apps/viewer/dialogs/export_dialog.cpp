@@ -247,6 +247,7 @@ void ExportDialog::lookAgain() {
     m_said->setStyleSheet("color: #ff8a80");
     m_said->setAccessibleName(why);
     m_said->show();
+    makeRoom();
 }
 
 void ExportDialog::tell(QString const& sentence) {
@@ -255,6 +256,13 @@ void ExportDialog::tell(QString const& sentence) {
     m_said->setStyleSheet({});
     m_said->setAccessibleName(sentence);
     m_said->setVisible(!sentence.isEmpty());
+    makeRoom();
+}
+
+/// A sentence of several lines squeezes no field.
+void ExportDialog::makeRoom() {
+    layout()->activate();
+    resize(width(), std::max(height(), heightForWidth(width())));
 }
 
 QString ExportDialog::said() const { return m_said->text(); }

