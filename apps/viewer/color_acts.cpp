@@ -134,7 +134,8 @@ void ColorActs::tellFault() {
 
 /// One that can't be read is refused.
 void ColorActs::chooseConfig() {
-    QString const file = m_services.questions.fileToOpen("OpenColorIO Configuration", kAnyFilter);
+    QString const file =
+        m_services.questions.fileToOpen("OpenColorIO Configuration", kConfigFilter);
     if (file.isEmpty()) return;
     Scene wanted = document().scene();
     wanted.color.config = pathIn(wanted, pathOf(file));

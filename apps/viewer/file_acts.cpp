@@ -42,7 +42,7 @@ ViewerCommands FileActs::commands() {
         {"File", "New\u2026", QKeySequence("Ctrl+N"), "Start a scene with a picture as its layer",
          [this] {
              QString const file =
-                 m_services.questions.fileToOpen("The Layer of a New Scene", kAnyFilter);
+                 m_services.questions.fileToOpen("The Layer of a New Scene", pictureFilter());
              if (!file.isEmpty()) startWith(pathOf(file));
          }},
         {"File", "Open\u2026", QKeySequence("Ctrl+O"),
@@ -51,7 +51,7 @@ ViewerCommands FileActs::commands() {
          "Clear List",
          {},
          "Forget the files that were opened",
-         [this] { m_recent->clear(); },
+         [this] { clearRecent(); },
          [this] { return !recent().empty(); }},
         {"File", "", {}, "", {}},
         {"File", "Save", QKeySequence("Ctrl+S"), "Save the project to its file", [this] { save(); },
@@ -72,8 +72,14 @@ std::vector<fs::path> FileActs::recent() const {
     return m_recent ? m_recent->list() : std::vector<fs::path>();
 }
 
+void FileActs::clearRecent() {
+    m_recent->clear();
+    if (m_recentChanged) m_recentChanged();
+}
+
 /// Before what stands in the menu already.
 void FileActs::fillRecent(QMenu& menu) {
+    if (m_recent) m_recent->read();
     for (QAction* const action : menu.actions())
         if (action->data().toBool()) menu.removeAction(action);
     QAction* const before = menu.actions().value(0);
@@ -87,7 +93,7 @@ void FileActs::fillRecent(QMenu& menu) {
 }
 
 void FileActs::open() {
-    QString const file = m_services.questions.fileToOpen("Open", kAnyFilter);
+    QString const file = m_services.questions.fileToOpen("Open", openFilter());
     if (!file.isEmpty()) openFile(pathOf(file));
 }
 
@@ -95,7 +101,7 @@ void FileActs::openFile(fs::path const& file) {
     if (kindOf(file) != FileKind::kProject) return startWith(file);
     if (!mayLeave()) return;
     document().open(file);
-    remember();
+    remember(document().file());
 }
 
 void FileActs::startWith(fs::path const& layer) {
@@ -106,12 +112,14 @@ void FileActs::startWith(fs::path const& layer) {
     scene.options.clear();
     if (fs::path(scene.layer.file.written).is_absolute()) scene.layer.file = pathIn(scene, meant);
     document().start(std::move(scene));
+    remember(meant);
 }
 
 void FileActs::take(HandedScene handed) {
     if (!mayLeave()) return;
     if (handed.file.empty()) return document().start(std::move(handed.scene));
     recover(std::move(handed));
+    remember(document().file());
 }
 
 void FileActs::recover(HandedScene handed) {
@@ -137,7 +145,7 @@ bool FileActs::save() {
         if (answer < 0) return false;
     }
     document().save();
-    remember();
+    remember(document().file());
     return true;
 }
 
@@ -155,22 +163,25 @@ bool FileActs::saveAs() {
             return false;
     }
     document().saveAs(pathOf(file));
-    remember();
+    remember(document().file());
     return true;
 }
 
 bool FileActs::mayLeave() {
     takeTypedFields(*m_services.window);
     if (!document().isModified()) return true;
-    int const answer = m_services.questions.choice(
-        "Save the changes to " + titleOf(document()) + "?", {"Save", "Don\u2019t Save"});
+    int const answer =
+        m_services.questions.choice("Save the changes to " + titleOf(document()) + "?",
+                                    {"Save", Answer("Don\u2019t Save", true)});
     if (answer != 0) return answer == 1;
     bool isSaved = false;
     return m_services.attempt([&] { isSaved = save(); }) && isSaved;
 }
 
-void FileActs::remember() {
-    if (m_recent) m_recent->add(document().file());
+void FileActs::remember(fs::path const& file) {
+    if (!m_recent) return;
+    m_recent->add(file);
+    if (m_recentChanged) m_recentChanged();
 }
 
 fs::path FileActs::pictureMeant(fs::path const& file) const {

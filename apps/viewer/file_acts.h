@@ -17,7 +17,10 @@ public:
     FileActs(WindowServices& services, std::filesystem::path const& stateFolder);
 
     ViewerCommands commands();
+    /// Reads the list anew: other windows add to it.
     void fillRecent(QMenu& menu);
+    /// Hears when the list changes here.
+    void onRecent(std::function<void()> changed) { m_recentChanged = std::move(changed); }
     std::vector<std::filesystem::path> recent() const;
 
     // All of these throw what the document refuses; what was open then stays. They ask before they
@@ -39,10 +42,12 @@ public:
 
 private:
     Document& document() const { return *m_services.document; }
-    void remember();
+    void clearRecent();
+    void remember(std::filesystem::path const& file);
 
     WindowServices& m_services;
     std::optional<RecentFiles> m_recent;
+    std::function<void()> m_recentChanged;
 };
 
 }  // namespace zelk

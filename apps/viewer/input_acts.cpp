@@ -50,7 +50,7 @@ ViewerCommand InputActs::importCommand(InputKind kind, QString const& name, QStr
             {},
             help,
             [this, kind, name] {
-                QString const file = m_services.questions.fileToOpen(name, kAnyFilter);
+                QString const file = m_services.questions.fileToOpen(name, pictureFilter());
                 if (!file.isEmpty()) import(kind, pathOf(file));
             },
             [this] { return document().isOpen(); }};
@@ -63,7 +63,7 @@ ViewerCommands InputActs::commands() {
                         "Take tracking data for the pins",
                         [this] {
                             QString const file =
-                                m_services.questions.fileToOpen("Track", kAnyFilter);
+                                m_services.questions.fileToOpen("Track", trackFilter());
                             if (!file.isEmpty()) importTrack(pathOf(file));
                         },
                         [this] { return document().isOpen(); }};
@@ -90,15 +90,24 @@ ViewerCommands InputActs::commands() {
             {"File", "", {}, "", {}}};
 }
 
-/// Files of one sequence that were dropped together are taken as one.
 void InputActs::take(std::vector<fs::path> const& files) {
-    std::vector<std::string> patterns;
-    for (fs::path const& file : files) {
-        auto const sequence = kindOf(file) == FileKind::kPicture ? sequenceOf(file) : std::nullopt;
-        if (sequence && std::count(patterns.begin(), patterns.end(), sequence->pattern)) continue;
-        if (sequence) patterns.push_back(sequence->pattern);
-        m_services.attempt([&] { takeOne(file); });
+    for (GivenFile const& each : meantFiles(files))
+        m_services.attempt([&] {
+            if (!each.refusal.empty()) throw UserError(ExitCode::kUsage, each.refusal);
+            takeOne(each.file);
+        });
+}
+
+void InputActs::takeDropped(QList<QUrl> const& urls) {
+    std::vector<fs::path> files;
+    for (QUrl const& url : urls) {
+        if (url.isLocalFile())
+            files.push_back(pathOf(url.toLocalFile()));
+        else
+            m_services.tellError(url.toDisplayString() +
+                                 ": only files of this machine can be opened; save it first");
     }
+    take(files);
 }
 
 void InputActs::takeOne(fs::path const& file) {
@@ -109,7 +118,7 @@ void InputActs::takeOne(fs::path const& file) {
         throw UserError(ExitCode::kUsage,
                         file.string() + ": a track needs a scene: open a picture first");
     if (!document().isOpen()) return m_files.startWith(file);
-    QStringList choices;
+    Answers choices;
     for (InputKind const each : kPictureKinds) choices.append(capitalized(wordOf(each)));
     choices.append("Layer of a New Scene");
     int const answer = m_services.questions.choice(
@@ -155,7 +164,8 @@ void InputActs::askRelink() {
     if (missing.empty()) return;
     MissingFile const& first = missing.front();
     QString const file = m_services.questions.fileToOpen(
-        QString("%1, the %2").arg(nameOf(first.file), wordOf(first.kind)), kAnyFilter);
+        QString("%1, the %2").arg(nameOf(first.file), wordOf(first.kind)),
+        isTrack(first.kind) ? trackFilter() : pictureFilter());
     if (!file.isEmpty()) relink(first.kind, pathOf(file));
 }
 

@@ -1,6 +1,9 @@
 // InputActs: files that come into a scene: imports, drops, and those that are missing.
 #pragma once
 
+#include <QList>
+#include <QUrl>
+
 #include "apps/viewer/commands.h"
 #include "apps/viewer/file_acts.h"
 #include "apps/viewer/model/scene_inputs.h"
@@ -15,6 +18,8 @@ public:
     ViewerCommands commands();
     /// Of a drop or a command line, in their order; asks what each is for.
     void take(std::vector<std::filesystem::path> const& files);
+    /// The same; links to other machines are refused.
+    void takeDropped(QList<QUrl> const& urls);
     /// A picture, as one step: "Set Plate".
     void import(InputKind kind, std::filesystem::path const& file);
     /// Shows a tracking file before it is taken.

@@ -6,12 +6,12 @@
 #include <QLineEdit>
 #include <QMenu>
 #include <QScrollArea>
-#include <QSettings>
 #include <QTimer>
 #include <QVBoxLayout>
 #include <algorithm>
 
 #include "apps/viewer/model/panel_controls.h"
+#include "apps/viewer/own_settings.h"
 #include "apps/viewer/parameters/control_row.h"
 #include "apps/viewer/parameters/group_header.h"
 #include "zelk/text/errors.h"
@@ -24,9 +24,6 @@ constexpr QColor kWarningColor(240, 176, 96);
 QString foldKey(PanelControl const& control) {
     return "parameters/folded/" + QString::fromStdString(control.row().name);
 }
-
-/// Where the window keeps its layout too.
-QSettings ownSettings() { return QSettings("Zelk", "zelk-viewer"); }
 
 }  // namespace
 

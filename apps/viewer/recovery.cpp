@@ -4,6 +4,7 @@
 #include <QDateTime>
 #include <QFileInfo>
 
+#include "apps/viewer/dialogs/recovery_dialog.h"
 #include "zelk/text/errors.h"
 
 namespace zelk {
@@ -11,6 +12,7 @@ namespace zelk {
 namespace fs = std::filesystem;
 
 constexpr int kDelayMs = 3000;
+constexpr char const* kKey = "recovery";  ///< of the notice
 
 Recovery::Recovery(WindowServices& services, FileActs& files, fs::path folder)
     : m_services(services),
@@ -74,44 +76,67 @@ void Recovery::end() {
 }
 
 void Recovery::offer() {
-    for (fs::path const& file : abandonedScenes(m_folder)) offer(file);
-}
-
-void Recovery::offer(fs::path const& abandoned) {
-    QString const key = "recovery " + textOf(abandoned);
-    QString name = "a scene that was never saved";
-    try {
-        HandedScene const handed = readAutosaved(abandoned);
-        if (!handed.file.empty()) name = textOf(handed.file);
-    } catch (UserError const& error) {
-        name = QString::fromStdString(error.what());
-    }
-    QString const when = QFileInfo(textOf(abandoned)).lastModified().toString("d MMM, hh:mm");
+    auto const all = abandonedScenes(m_folder);
+    if (all.empty()) return m_services.notices->remove(kKey);
+    if (all.size() == 1) return offerOne(all.front());
     Notice notice{
         NoticeTone::kNote,
-        QString("A viewer ended with changes that were not saved, on %1: %2").arg(when, name)};
-    notice.buttons = {{"Recover", "Open the scene with these changes",
-                       [this, abandoned] { m_services.attempt([&] { recover(abandoned); }); }},
-                      {"Discard", "Remove these changes for good", [this, abandoned, key] {
-                           std::error_code none;
-                           fs::remove(abandoned, none);
-                           m_services.notices->remove(key);
-                       }}};
-    m_services.notices->show(key, notice);
+        QString("Viewers ended with changes that were not saved: %1 scenes can be recovered.")
+            .arg(all.size())};
+    notice.buttons = {{"Show List\u2026", "Their names and times, to recover or discard each",
+                       [this] { showList(); }},
+                      {"Discard All\u2026", "Remove all of these changes for good",
+                       [this, all] { discardAll(all); }}};
+    m_services.notices->show(kKey, notice);
+}
+
+void Recovery::offerOne(fs::path const& abandoned) {
+    QString const when = QFileInfo(textOf(abandoned)).lastModified().toString("d MMM, hh:mm");
+    Notice notice{NoticeTone::kNote,
+                  QString("A viewer ended with changes that were not saved, on %1: %2")
+                      .arg(when, QString::fromStdString(nameOfAutosaved(abandoned)))};
+    notice.buttons = {
+        {"Recover", "Open the scene with these changes",
+         [this, abandoned] { m_services.attempt([&] { recover(abandoned); }); }},
+        {"Discard", "Remove these changes for good", [this, abandoned] { discard({abandoned}); }}};
+    m_services.notices->show(kKey, notice);
+}
+
+void Recovery::showList() {
+    auto* const list = new RecoveryDialog(abandonedScenes(m_folder), m_services.window);
+    connect(list, &RecoveryDialog::recovered, this,
+            [this](QString const& file) { m_services.attempt([&] { recover(pathOf(file)); }); });
+    connect(list, &RecoveryDialog::discarded, this,
+            [this](QString const& file) { discard({pathOf(file)}); });
+    list->setAttribute(Qt::WA_DeleteOnClose);
+    list->open();
+}
+
+void Recovery::discard(std::vector<fs::path> const& abandoned) {
+    std::error_code none;
+    for (fs::path const& file : abandoned) fs::remove(file, none);
+    offer();
+}
+
+void Recovery::discardAll(std::vector<fs::path> const& abandoned) {
+    QString const text = QString("The changes to %1 scenes go for good.").arg(abandoned.size());
+    if (m_services.questions.goesOn(text, "Keep Them", "Discard All")) discard(abandoned);
 }
 
 void Recovery::recover(fs::path const& abandoned) {
     HandedScene handed = readAutosaved(abandoned);
     if (!m_files.mayLeave()) return;
     m_timer.stop();
-    m_services.notices->remove("recovery " + textOf(abandoned));
-    if (!m_autosave.adopt(abandoned))
+    bool const isOwn = m_autosave.adopt(abandoned);
+    offer();
+    if (!isOwn)
         throw UserError(ExitCode::kInput, abandoned.string() + ": another viewer has recovered it");
     try {
         m_files.recover(std::move(handed));
     } catch (UserError const&) {
         std::error_code none;
         fs::rename(m_autosave.file(), abandoned, none);
+        offer();
         throw;
     }
 }

@@ -13,7 +13,7 @@ class Recovery : public QObject {
 public:
     Recovery(WindowServices& services, FileActs& files, std::filesystem::path folder);
 
-    /// A notice for each scene that was left behind.
+    /// One notice of all scenes that were left behind; none without them.
     void offer();
     /// What was edited is saved or discarded: the window closes.
     void end();
@@ -25,8 +25,11 @@ private:
     void save();
     void hear(std::string const& fault);
     void tell(std::string const& fault);
-    void offer(std::filesystem::path const& abandoned);
+    void offerOne(std::filesystem::path const& abandoned);
+    void showList();
     void recover(std::filesystem::path const& abandoned);
+    void discard(std::vector<std::filesystem::path> const& abandoned);
+    void discardAll(std::vector<std::filesystem::path> const& abandoned);
 
     WindowServices& m_services;
     FileActs& m_files;

@@ -43,6 +43,7 @@ StartPage::StartPage(WindowServices& services, FileActs& files, QWidget* parent)
     rows->addSpacing(18);
     rows->addLayout(m_recent);
     rows->addStretch(3);
+    files.onRecent([this] { refresh(); });
     refresh();
 }
 

@@ -10,6 +10,8 @@ class QVBoxLayout;
 namespace zelk {
 
 class StartPage : public QWidget {
+    Q_OBJECT
+
 public:
     StartPage(WindowServices& services, FileActs& files, QWidget* parent);
     /// The recent files anew.

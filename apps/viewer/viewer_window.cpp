@@ -12,16 +12,17 @@
 #include <QStackedWidget>
 #include <QStatusBar>
 #include <QTimer>
-#include <QUrl>
 #include <QVBoxLayout>
 #include <chrono>
 
 #include "apps/viewer/composition_panel.h"
 #include "apps/viewer/dialogs/export_dialog.h"
+#include "apps/viewer/dialogs/export_status.h"
 #include "apps/viewer/dialogs/shortcuts_dialog.h"
 #include "apps/viewer/dock_buttons.h"
 #include "apps/viewer/file_watch.h"
 #include "apps/viewer/model/command_text.h"
+#include "apps/viewer/own_settings.h"
 #include "apps/viewer/parameter_panel.h"
 #include "apps/viewer/start_page.h"
 #include "apps/viewer/status_sentence.h"
@@ -290,16 +291,17 @@ void ViewerWindow::copyAsCommand() {
     statusBar()->showMessage("Copied: " + QString::fromStdString(text.line), 10000);
 }
 
-/// One that runs stays as it is; else the fields are those of the scene as it is now.
 void ViewerWindow::showExport() {
-    if (m_export && !m_export->isRunning()) {
-        delete m_export;
-        m_export = nullptr;
+    if (!m_export) {
+        auto const marked = [this]() -> std::optional<std::pair<int, int>> {
+            Playback const& playback = m_timeline->player().playback();
+            if (!playback.hasRange()) return std::nullopt;
+            return std::pair(playback.in(), playback.out());
+        };
+        m_export = new ExportDialog(m_services, marked, this);
+        statusBar()->insertPermanentWidget(1, new ExportStatus(*m_export, this));
     }
-    if (!m_export) m_export = new ExportDialog(m_services, this);
-    m_export->show();
-    m_export->raise();
-    m_export->activateWindow();
+    m_export->bring();
 }
 
 bool ViewerWindow::mayEndExport() {
@@ -311,7 +313,7 @@ bool ViewerWindow::mayEndExport() {
 
 void ViewerWindow::rememberLayout() {
     m_keepsLayout = true;
-    QSettings const settings("Zelk", "zelk-viewer");
+    QSettings const settings = ownSettings();
     m_colors->chooseDisplay(settings.value("display").toString());
     m_menus->takeChoices(settings);
     if (!restoreGeometry(settings.value("geometry").toByteArray())) resize(1440, 900);
@@ -328,7 +330,7 @@ void ViewerWindow::closeEvent(QCloseEvent* event) {
     if (m_recovery) m_recovery->end();
     if (m_export) m_export->cancel();
     if (m_keepsLayout) {
-        QSettings settings("Zelk", "zelk-viewer");
+        QSettings settings = ownSettings();
         settings.setValue("geometry", saveGeometry());
         settings.setValue("layout", saveState());
         settings.setValue("display", m_colors->wantedDisplay());
@@ -341,12 +343,12 @@ void ViewerWindow::dragEnterEvent(QDragEnterEvent* event) {
     if (event->mimeData()->hasUrls()) event->acceptProposedAction();
 }
 
+/// Who dropped waits for the event's end: questions come after it.
 void ViewerWindow::dropEvent(QDropEvent* event) {
-    std::vector<fs::path> files;
-    for (QUrl const& url : event->mimeData()->urls())
-        if (url.isLocalFile()) files.push_back(pathOf(url.toLocalFile()));
     event->acceptProposedAction();
-    m_inputs->take(files);
+    QMetaObject::invokeMethod(
+        this, [this, urls = event->mimeData()->urls()] { m_inputs->takeDropped(urls); },
+        Qt::QueuedConnection);
 }
 
 }  // namespace zelk

@@ -5,20 +5,21 @@
 #include <QMessageBox>
 #include <QPushButton>
 
+#include "apps/viewer/model/opened_file.h"
 #include "apps/viewer/viewer_application.h"
 
 namespace zelk {
 
 namespace {
 
-int chosenOf(QWidget* parent, QString const& text, QStringList const& choices) {
+int chosenOf(QWidget* parent, QString const& text, Answers const& choices) {
     QMessageBox box(QMessageBox::Question, "Zelk", text, QMessageBox::NoButton, parent);
     box.setTextFormat(Qt::PlainText);
     QList<QAbstractButton*> buttons;
-    for (QString const& choice : choices)
-        buttons.append(box.addButton(plainLabel(choice), choice.startsWith("Don")
-                                                             ? QMessageBox::DestructiveRole
-                                                             : QMessageBox::AcceptRole));
+    for (Answer const& choice : choices)
+        buttons.append(box.addButton(plainLabel(choice.text), choice.discards
+                                                                  ? QMessageBox::DestructiveRole
+                                                                  : QMessageBox::AcceptRole));
     box.setDefaultButton(qobject_cast<QPushButton*>(buttons.front()));
     box.setEscapeButton(box.addButton(QMessageBox::Cancel));
     box.exec();
@@ -36,21 +37,48 @@ bool goesOn(QWidget* parent, QString const& text, QString const& stay, QString c
     return box.clickedButton() != keeps;
 }
 
+/// " *.exr *.EXR": some desktops' dialogs tell cases apart.
+QString patternsOf(std::vector<std::string> const& endings) {
+    QString patterns;
+    for (std::string const& ending : endings) {
+        QString const own = QString::fromStdString(ending);
+        patterns += " *." + own + " *." + own.toUpper();
+    }
+    return patterns.trimmed();
+}
+
+QString picturePatterns() {
+    return patternsOf(pictureEndings()) + " " + patternsOf(movieEndings());
+}
+
 }  // namespace
+
+QString openFilter() {
+    return "Projects, pictures and movies (*.zelk.json *.json " + picturePatterns() + ");;" +
+           kProjectFilter;
+}
+
+QString pictureFilter() { return "Pictures and movies (" + picturePatterns() + ");;" + kAnyFilter; }
+
+QString trackFilter() {
+    return "Tracking data (" + patternsOf(trackEndings()) + ");;" + kAnyFilter;
+}
 
 Questions dialogQuestions(QWidget* parent) {
     Questions ask;
     ask.fileToOpen = [parent](QString const& title, QString const& filter) {
-        return QFileDialog::getOpenFileName(parent, title, {}, filter);
+        return QFileDialog::getOpenFileName(parent, title, {}, filter, nullptr,
+                                            QFileDialog::HideNameFilterDetails);
     };
     ask.fileToSave = [parent](QString const& title, QString const& proposal,
                               QString const& filter) {
-        return QFileDialog::getSaveFileName(parent, title, proposal, filter);
+        return QFileDialog::getSaveFileName(parent, title, proposal, filter, nullptr,
+                                            QFileDialog::HideNameFilterDetails);
     };
     ask.folder = [parent](QString const& title) {
         return QFileDialog::getExistingDirectory(parent, title);
     };
-    ask.choice = [parent](QString const& text, QStringList const& choices) {
+    ask.choice = [parent](QString const& text, Answers const& choices) {
         return chosenOf(parent, text, choices);
     };
     ask.goesOn = [parent](QString const& text, QString const& stay, QString const& goOn) {

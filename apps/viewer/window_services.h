@@ -1,8 +1,8 @@
 // What the window's acts share: the document, where they say what went wrong, and whom they ask.
 #pragma once
 
+#include <QList>
 #include <QString>
-#include <QStringList>
 #include <QWidget>
 #include <functional>
 
@@ -11,6 +11,16 @@
 
 namespace zelk {
 
+/// An answer among several.
+struct Answer {
+    QString text;
+    bool discards = false;  ///< loses something: its button stands apart, as the desktop has it
+
+    Answer(char const* words) : text(QString::fromUtf8(words)) {}
+    Answer(QString words, bool loses = false) : text(std::move(words)), discards(loses) {}
+};
+using Answers = QList<Answer>;
+
 /// Questions to the user; tests answer them by themselves. An empty answer, and -1, is Cancel.
 struct Questions {
     std::function<QString(QString const& title, QString const& filter)> fileToOpen;
@@ -18,7 +28,7 @@ struct Questions {
         fileToSave;
     std::function<QString(QString const& title)> folder;
     /// The first choice is the one of Enter.
-    std::function<int(QString const& text, QStringList const& choices)> choice;
+    std::function<int(QString const& text, Answers const& choices)> choice;
     /// Whether to go on with what loses something. Enter and Esc stay.
     std::function<bool(QString const& text, QString const& stay, QString const& goOn)> goesOn;
 };
@@ -45,7 +55,16 @@ inline QString textOf(std::filesystem::path const& path) {
 inline QString plainLabel(QString text) { return text.replace("&", "&&"); }
 inline QString nameOf(std::filesystem::path const& path) { return textOf(path.filename()); }
 
+/// A tooltip of what may look like rich text.
+inline QString plainToolTip(QString const& text) { return text.toHtmlEscaped(); }
+
+/// Of file dialogs: what can be opened, a picture's files, tracking data; each with "All files".
+QString openFilter();
+QString pictureFilter();
+QString trackFilter();
 inline constexpr char const* kProjectFilter = "Zelk projects (*.zelk.json);;All files (*)";
+inline constexpr char const* kConfigFilter =
+    "OpenColorIO configurations (*.ocio *.ocioz);;All files (*)";
 inline constexpr char const* kAnyFilter = "All files (*)";
 
 }  // namespace zelk

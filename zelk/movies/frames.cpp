@@ -9,6 +9,7 @@
 #include <system_error>
 #include <utility>
 
+#include "zelk/movies/input_endings.h"
 #include "zelk/text/numbers.h"
 
 namespace zelk {
@@ -35,12 +36,17 @@ int bitsOf(std::string const& pixelFormat) {
 
 }  // namespace
 
-bool isMovieInput(fs::path const& file) {
-    constexpr char const* kMovies[] = {
+std::span<std::string_view const> movieInputEndings() {
+    static constexpr std::string_view kMovies[] = {
         ".mov", ".mp4",  ".mkv", ".m4v", ".avi", ".webm", ".mxf", ".mpg", ".qt", ".mpeg", ".ts",
         ".mts", ".m2ts", ".m2v", ".wmv", ".flv", ".ogv",  ".3gp", ".3g2", ".dv", ".vob",  ".mj2"};
+    return kMovies;
+}
+
+bool isMovieInput(fs::path const& file) {
+    auto const endings = movieInputEndings();
     std::string const extension = lowered(file.extension().string());
-    return std::find(std::begin(kMovies), std::end(kMovies), extension) != std::end(kMovies);
+    return std::find(endings.begin(), endings.end(), extension) != endings.end();
 }
 
 bool MovieFrames::isAvailable() { return isProgramThere("ffmpeg") && isProgramThere("ffprobe"); }

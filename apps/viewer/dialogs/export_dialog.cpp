@@ -4,6 +4,7 @@
 #include <QCheckBox>
 #include <QClipboard>
 #include <QComboBox>
+#include <QEvent>
 #include <QFormLayout>
 #include <QGuiApplication>
 #include <QHBoxLayout>
@@ -14,6 +15,7 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include "apps/viewer/viewer_application.h"
 #include "apps/viewer/window_services.h"
 #include "zelk/movies/codecs.h"
 #include "zelk/movies/writer.h"
@@ -43,8 +45,8 @@ QString failureText(ExportFailure const& failure) {
 
 }  // namespace
 
-ExportDialog::ExportDialog(WindowServices& services, QWidget* parent)
-    : QDialog(parent), m_services(services) {
+ExportDialog::ExportDialog(WindowServices& services, Range marked, QWidget* parent)
+    : QDialog(parent), m_services(services), m_marked(std::move(marked)) {
     setWindowTitle("Export");
     setMinimumWidth(560);
     auto* const form = new QFormLayout;
@@ -52,7 +54,17 @@ ExportDialog::ExportDialog(WindowServices& services, QWidget* parent)
     makeProgress(*form);
     auto* const rows = new QVBoxLayout(this);
     rows->addLayout(form);
+    m_said = new QLabel(this);
+    m_said->setTextFormat(Qt::PlainText);
+    m_said->setWordWrap(true);
+    m_said->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    rows->addWidget(m_said);
     rows->addWidget(makeButtons());
+    for (auto* const field : findChildren<QLineEdit*>())
+        connect(field, &QLineEdit::textChanged, this, &ExportDialog::lookAgain);
+    for (auto* const box : findChildren<QComboBox*>())
+        connect(box, &QComboBox::currentIndexChanged, this, &ExportDialog::lookAgain);
+    tell({});
     showFields();
     showState();
 }
@@ -69,9 +81,15 @@ QComboBox* ExportDialog::makeChoice(QFormLayout& form, QString const& name, char
     return box;
 }
 
+QCheckBox* ExportDialog::makeCheckbox(QFormLayout& form, QString const& name, QString const& help) {
+    auto* const box = new QCheckBox(name, this);
+    box->setToolTip(help);
+    form.addRow("", box);
+    return box;
+}
+
 void ExportDialog::makeForm(QFormLayout& form) {
-    Scene const& scene = m_services.document->scene();
-    m_output = new QLineEdit(textOf(scene.outputPath()), this);
+    m_output = new QLineEdit(this);
     m_output->setPlaceholderText("comp.####.exr, comp.mov or frame.png");
     auto* const browse = new QPushButton("Browse\u2026", this);
     browse->setToolTip("Choose the file to write");
@@ -84,12 +102,7 @@ void ExportDialog::makeForm(QFormLayout& form) {
     line->addWidget(m_output, 1);
     line->addWidget(browse);
     form.addRow("Output", line);
-    Document const& document = *m_services.document;
-    QString const all = QString("%1-%2").arg(document.firstFrame()).arg(document.lastFrame());
-    bool const isStill = document.firstFrame() == document.lastFrame();
-    QString const asked = QString::fromStdString(scene.frames.value_or(""));
-    m_frames = new QLineEdit(asked.isEmpty() && !isStill ? all : asked, this);
-    m_frames->setPlaceholderText(isStill ? "the one there is" : all);
+    m_frames = new QLineEdit(this);
     add(form, "Frames", m_frames, "Such as 1001-1100 or 1-10,20-30x2");
     m_codec = makeChoice(form, "Codec", "codec", "By the extension");
     m_quality = new QLineEdit(this);
@@ -97,11 +110,45 @@ void ExportDialog::makeForm(QFormLayout& form) {
     add(form, "Codec Quality", m_quality, "Of a lossy codec, in its own range");
     m_channels = makeChoice(form, "Channels", "channels", "As layer and plate have them");
     m_depth = makeChoice(form, "Depth", "depth", "As layer and plate have it");
-    m_skip = new QCheckBox("Leave out frames that are there and whole", this);
-    form.addRow("", m_skip);
-    m_share = new QCheckBox("Share the frames with other runs", this);
-    m_share->setToolTip("Other machines may render frames of the same files at the same time");
-    form.addRow("", m_share);
+    m_skip = makeCheckbox(form, "Leave out frames that are there and whole",
+                          "Files that are there and can be read stay as they are");
+    m_share = makeCheckbox(form, "Share the frames with other runs",
+                           "Other machines may render frames of the same files at the same time");
+}
+
+/// A part that is marked in the timeline, what the scene says, or all.
+QString ExportDialog::framesByDefault() const {
+    Document const& document = *m_services.document;
+    if (auto const marked = m_marked())
+        return QString("%1-%2").arg(marked->first).arg(marked->second);
+    QString const own = QString::fromStdString(document.scene().frames.value_or(""));
+    bool const isStill = document.firstFrame() == document.lastFrame();
+    if (!own.isEmpty() || isStill) return own;
+    return QString("%1-%2").arg(document.firstFrame()).arg(document.lastFrame());
+}
+
+/// What was typed for one scene's frames says nothing of another one's. An output stays where the
+/// scene has none of its own.
+void ExportDialog::settle() {
+    Document const& document = *m_services.document;
+    std::string const output = document.scene().outputPath().string();
+    bool const isOther = std::exchange(m_opened, document.opened()) != m_opened;
+    if ((isOther || output != m_sceneOutput) && !output.empty())
+        m_output->setText(QString::fromStdString(output));
+    m_sceneOutput = output;
+    bool const wasTyped = m_frames->text() != m_defaultFrames;
+    m_defaultFrames = framesByDefault();
+    if (isOther || !wasTyped) m_frames->setText(m_defaultFrames);
+    m_frames->setPlaceholderText(m_defaultFrames.isEmpty() ? "the one there is" : m_defaultFrames);
+}
+
+void ExportDialog::bring() {
+    if (!isRunning()) settle();
+    lookAgain();
+    show();
+    raise();
+    activateWindow();
+    emit changed();
 }
 
 void ExportDialog::makeProgress(QFormLayout& form) {
@@ -136,8 +183,7 @@ QWidget* ExportDialog::makeButtons() {
     row->addStretch();
     m_cancel = button("Cancel Export", "End it; what is written is whole", [this] { cancel(); });
     m_close = button("Close", "An export that is under way goes on", [this] { reject(); });
-    m_start = button("Export", "Render the frames to their files",
-                     [this] { m_services.attempt([this] { start(); }); });
+    m_start = button("Export", "Render the frames to their files", [this] { start(); });
     m_start->setDefault(true);
     return bar;
 }
@@ -159,18 +205,77 @@ ExportEdits ExportDialog::edits() const {
 /// The files' history is the command that makes the same ones.
 void ExportDialog::start() {
     if (isRunning()) return;
+    auto const refusal = [this] {
+        return failureOf([this] { exportedScene(*m_services.document, edits()); });
+    };
+    if (!refusal().isEmpty()) return refuse(refusal);
+    tell({});
     ExportEdits const asked = edits();
     RunOptions run;
     run.history = exportCommandOf(*m_services.document, asked).line;
     if (asked.skipsExisting) run.skipExisting = SkipExisting::kWhole;
     run.isShared = asked.isShared;
     Scene scene = exportedScene(*m_services.document, asked);
-    if (!asked.skipsExisting && !asked.isShared && !mayReplace(scene, run)) return;
+    bool mayStart = true;
+    if (!asked.skipsExisting && !asked.isShared) {
+        QString const fault = failureOf([&] { mayStart = mayReplace(scene, run); });
+        QString const fields = m_output->text() + "\n" + m_frames->text();
+        if (!fault.isEmpty())
+            return refuse([this, fault, fields] {
+                return fields == m_output->text() + "\n" + m_frames->text() ? fault : QString();
+            });
+    }
+    if (!mayStart) return;
     m_job = std::make_unique<ExportJob>(std::move(scene), std::move(run), [this] {
         QMetaObject::invokeMethod(
             this, [this] { showState(); }, Qt::QueuedConnection);
     });
     showState();
+}
+
+/// The sentence stays until there is no reason for it any more.
+void ExportDialog::refuse(std::function<QString()> why) {
+    m_refusal = std::move(why);
+    lookAgain();
+}
+
+void ExportDialog::lookAgain() {
+    if (!m_refusal) return;
+    QString const why = m_refusal();
+    if (why.isEmpty()) return tell({});
+    m_said->setText(why);
+    m_said->setStyleSheet("color: #ff8a80");
+    m_said->setAccessibleName(why);
+    m_said->show();
+    makeRoom();
+}
+
+void ExportDialog::tell(QString const& sentence) {
+    m_refusal = nullptr;
+    m_said->setText(sentence);
+    m_said->setStyleSheet({});
+    m_said->setAccessibleName(sentence);
+    m_said->setVisible(!sentence.isEmpty());
+    makeRoom();
+}
+
+/// A sentence of several lines squeezes no field.
+void ExportDialog::makeRoom() {
+    layout()->activate();
+    resize(width(), std::max(height(), heightForWidth(width())));
+}
+
+QString ExportDialog::said() const { return m_said->text(); }
+
+/// A scene that was saved meanwhile can be written as a command.
+bool ExportDialog::event(QEvent* event) {
+    if (event->type() == QEvent::WindowActivate) lookAgain();
+    return QDialog::event(event);
+}
+
+void ExportDialog::hideEvent(QHideEvent* event) {
+    QDialog::hideEvent(event);
+    emit changed();
 }
 
 /// Asks where files are there; frames that are whole may stay.
@@ -182,7 +287,7 @@ bool ExportDialog::mayReplace(Scene const& scene, RunOptions& run) {
     QString const text =
         isOne ? name + " is there already."
               : QString("%1 of the files %2 are there already.").arg(there).arg(name);
-    QStringList choices = {"Replace"};
+    Answers choices = {"Replace"};
     if (!isOne) choices.append("Leave Out Whole Frames");
     int const answer = m_services.questions.choice(text, choices);
     if (answer == 1) run.skipExisting = SkipExisting::kWhole;
@@ -198,15 +303,18 @@ bool ExportDialog::isRunning() const { return m_job && m_job->state().isRunning;
 void ExportDialog::reject() { hide(); }
 
 void ExportDialog::askOutput() {
-    QString const file = m_services.questions.fileToSave("Export To", m_output->text(), kAnyFilter);
+    QString const file =
+        m_services.questions.fileToSave("Export To", m_output->text(), pictureFilter());
     if (!file.isEmpty()) m_output->setText(file);
 }
 
 void ExportDialog::copyCommand() {
-    CommandText const text = exportCommandOf(*m_services.document, edits());
-    if (text.line.empty()) return m_services.tellError(QString::fromStdString(text.refusal));
+    auto const asked = [this] { return exportCommandOf(*m_services.document, edits()); };
+    CommandText const text = asked();
+    if (text.line.empty())
+        return refuse([asked] { return QString::fromStdString(asked().refusal); });
     QGuiApplication::clipboard()->setText(QString::fromStdString(text.line));
-    m_text->setText("Copied: " + QString::fromStdString(text.line));
+    tell("Copied: " + QString::fromStdString(text.line));
 }
 
 /// A codec is a movie's.
@@ -233,6 +341,7 @@ void ExportDialog::showState() {
         lines.append("Warning: " + QString::fromStdString(warning));
     m_failures->setPlainText(lines.join("\n"));
     m_failures->setVisible(!lines.isEmpty());
+    emit changed();
 }
 
 }  // namespace zelk

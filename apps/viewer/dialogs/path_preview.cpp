@@ -32,15 +32,13 @@ void PathPreview::setTrack(Track const* track) {
     redraw();
 }
 
-void PathPreview::setFrame(SharedFrame frame) {
-    m_frame = std::move(frame);
+void PathPreview::setPicture(std::shared_ptr<World const> picture) {
+    m_picture = std::move(picture);
     redraw();
 }
 
 void PathPreview::redraw() {
-    m_drawn = m_track
-                  ? imageOf(plotTrack(*m_track, m_frame ? &m_frame->display : nullptr).toWorld())
-                  : QImage();
+    m_drawn = m_track ? imageOf(plotTrack(*m_track, m_picture.get()).toWorld()) : QImage();
     update();
 }
 

@@ -1,23 +1,27 @@
-// PathPreview: a track's four paths, over a picture of the frame.
+// PathPreview: a track's four paths, over the picture that they lie in.
 #pragma once
 
 #include <QImage>
 #include <QWidget>
+#include <memory>
 #include <optional>
 
-#include "apps/viewer/model/frame_service.h"
+#include "hostkit/world.h"
 #include "zelk/tracks/track.h"
 
 namespace zelk {
 
 class PathPreview : public QWidget {
+    Q_OBJECT
+
 public:
     explicit PathPreview(QWidget* parent = nullptr);
 
     /// Null for none that can be drawn.
     void setTrack(Track const* track);
-    /// One with a picture.
-    void setFrame(SharedFrame frame);
+    /// Of 8 bits; null for none.
+    void setPicture(std::shared_ptr<World const> picture);
+    World const* picture() const { return m_picture.get(); }
     QSize sizeHint() const override { return {620, 420}; }
 
 protected:
@@ -27,7 +31,7 @@ private:
     void redraw();
 
     std::optional<Track> m_track;
-    SharedFrame m_frame;
+    std::shared_ptr<World const> m_picture;
     QImage m_drawn;
 };
 

@@ -6,6 +6,7 @@
 #include <QDialogButtonBox>
 #include <QFormLayout>
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
@@ -49,6 +50,7 @@ constexpr int kLongestPreviewPx = 1280;
 TrackDialog::TrackDialog(Document const& document, std::filesystem::path const& file,
                          QWidget* parent)
     : QDialog(parent),
+      m_document(document),
       m_comp(document.scene().comp),
       m_choice(document.scene(), file, document.frameSize(), document.layerSize()),
       m_preview(new PathPreview(this)) {
@@ -67,13 +69,34 @@ TrackDialog::TrackDialog(Document const& document, std::filesystem::path const& 
     resize(1120, 640);
     showChoice();
     m_service = std::make_unique<FrameService>([this](SharedFrame const& frame) {
-        if (!frame->error.empty()) return;
-        QMetaObject::invokeMethod(this, [this, frame] { m_preview->setFrame(frame); });
+        QMetaObject::invokeMethod(
+            this, [this, frame] { takePicture(frame); }, Qt::QueuedConnection);
     });
+    askPicture();
+}
+
+/// Of a scene without it the frame alone, empty.
+void TrackDialog::askPicture() {
+    m_under = pictureUnder(m_document.scene(), m_choice.pins());
+    auto const [w, h] = m_document.sizeOf(m_under.value_or(ShownPicture::kFrame));
+    if (!m_under) return m_preview->setPicture(std::make_shared<World>(WorldSpec{w, h}));
     PictureView view;
-    auto const [w, h] = document.frameSize();
+    view.shows = *m_under;
     view.reduce = std::max(1, std::max(w, h) / kLongestPreviewPx);
-    m_service->ask(document.snapshot(), view);
+    m_service->ask(m_document.snapshot(), view);
+}
+
+/// One of the other pins' picture may come late.
+void TrackDialog::takePicture(SharedFrame const& frame) {
+    if (frame->view.shows != m_under) return;
+    bool const isThere = frame->error.empty();
+    m_preview->setPicture(isThere ? std::shared_ptr<World const>(frame, &frame->display) : nullptr);
+}
+
+/// Enter in a field takes what it says, and no more.
+void TrackDialog::keyPressEvent(QKeyEvent* event) {
+    bool const isEnter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+    if (!isEnter || !qobject_cast<QLineEdit*>(focusWidget())) QDialog::keyPressEvent(event);
 }
 
 /// A field that loses the focus to the end would ask for the choice, which is gone by then.
@@ -121,6 +144,7 @@ QWidget* TrackDialog::makeForm() {
              "The number of the file's first frame");
     addField(*form, "Shift", m_shift, "0", "Frames that are added to each number");
     m_flipY = new QCheckBox("y is counted from below", side);
+    m_flipY->setToolTip("The file's y grows upwards, from the picture's lower edge");
     connect(m_flipY, &QCheckBox::clicked, this, &TrackDialog::readForm);
     form->addRow("", m_flipY);
     m_fitComp = new QCheckBox(side);
@@ -154,7 +178,9 @@ void TrackDialog::readForm() {
         reading.firstFrame = wholeOf(*m_firstFrame, "First Frame");
         reading.shiftFrames = wholeOf(*m_shift, "Shift");
         reading.flipsY = m_flipY->isChecked();
+        TrackedPins const former = m_choice.pins();
         m_choice.setPins(m_pins->currentIndex() == 0 ? TrackedPins::kTo : TrackedPins::kFrom);
+        if (m_choice.pins() != former) askPicture();
         m_choice.setReading(reading);
         showChoice();
     } catch (UserError const& error) {

@@ -1,5 +1,5 @@
-// TrackDialog: a tracking file before it is taken: its paths over the frame, what is odd about it,
-// and how it is read.
+// TrackDialog: a tracking file before it is taken: its paths over the picture that its pins lie in,
+// what is odd about it, and how it is read.
 #pragma once
 
 #include <QDialog>
@@ -33,15 +33,21 @@ public:
     /// As one step: "Import Track". Throws what the document refuses.
     void put(Document& document) const;
 
+protected:
+    void keyPressEvent(QKeyEvent* event) override;
+
 private:
     QWidget* makeForm();
     void addField(QFormLayout& form, QString const& name, QLineEdit*& field,
                   QString const& placeholder, QString const& help);
     void readForm();
+    void askPicture();
+    void takePicture(SharedFrame const& frame);
     void showChoice();
     void showWarnings();
     void mend(TrackReading const& reading);
 
+    Document const& m_document;
     Comp m_comp;
     TrackChoice m_choice;
     PathPreview* m_preview;
@@ -52,6 +58,7 @@ private:
     QWidget* m_warnings;
     QVBoxLayout* m_warningRows;
     QPushButton* m_take;
+    std::optional<ShownPicture> m_under;
     std::unique_ptr<FrameService> m_service;  ///< last: its thread calls the dialog
 };
 

@@ -110,6 +110,16 @@ std::vector<fs::path> abandonedScenes(fs::path const& folder) {
     return files;
 }
 
+std::string nameOfAutosaved(fs::path const& file) {
+    try {
+        HandedScene const handed = readAutosaved(file);
+        if (!handed.file.empty()) return handed.file.string();
+        return handed.scene.layer.name() + ", never saved";
+    } catch (UserError const& error) {
+        return error.what();
+    }
+}
+
 HandedScene readAutosaved(fs::path const& file) {
     return handedScene(file, readTextFile(file, "an autosaved"));
 }

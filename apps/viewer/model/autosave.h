@@ -47,6 +47,8 @@ private:
 
 /// Files of viewers that died, the latest first.
 std::vector<std::filesystem::path> abandonedScenes(std::filesystem::path const& folder);
+/// What tells them apart: "/shots/sign.zelk.json", "logo.png, never saved" or why it can't be read.
+std::string nameOfAutosaved(std::filesystem::path const& file);
 /// Throws an input error.
 HandedScene readAutosaved(std::filesystem::path const& file);
 

@@ -16,35 +16,37 @@ namespace fs = std::filesystem;
 
 constexpr std::size_t kMostRecent = 10;
 
-RecentFiles::RecentFiles(fs::path const& folder) : m_file(folder / "recent") {}
+RecentFiles::RecentFiles(fs::path const& folder) : m_file(folder / "recent") { read(); }
 
-std::vector<fs::path> RecentFiles::list() const {
-    std::vector<fs::path> files;
+void RecentFiles::read() {
+    m_list.clear();
     try {
         std::istringstream lines(readTextFile(m_file, "a list of recent files"));
-        for (std::string line; std::getline(lines, line) && files.size() < kMostRecent;)
-            if (!line.empty()) files.emplace_back(line);
+        for (std::string line; std::getline(lines, line) && m_list.size() < kMostRecent;)
+            if (!line.empty()) m_list.emplace_back(line);
     } catch (UserError const&) {
         // None yet.
     }
-    return files;
 }
 
 void RecentFiles::add(fs::path const& file) {
     fs::path const own = absolutePath(file).lexically_normal();
     if (own.string().find('\n') != std::string::npos) return;
-    auto files = list();
-    std::erase(files, own);
-    files.insert(files.begin(), own);
-    files.resize(std::min(files.size(), kMostRecent));
-    write(files);
+    read();
+    std::erase(m_list, own);
+    m_list.insert(m_list.begin(), own);
+    m_list.resize(std::min(m_list.size(), kMostRecent));
+    write();
 }
 
-void RecentFiles::clear() { write({}); }
+void RecentFiles::clear() {
+    m_list.clear();
+    write();
+}
 
-void RecentFiles::write(std::vector<fs::path> const& files) const {
+void RecentFiles::write() const {
     std::string text;
-    for (fs::path const& file : files) text += file.string() + "\n";
+    for (fs::path const& file : m_list) text += file.string() + "\n";
     std::error_code none;
     fs::create_directories(m_file.parent_path(), none);
     try {

@@ -42,6 +42,12 @@ std::string changeText(TrackReading const& from, TrackReading const& to) {
 
 }  // namespace
 
+std::optional<ShownPicture> pictureUnder(Scene const& scene, TrackedPins pins) {
+    if (pins == TrackedPins::kFrom) return ShownPicture::kLayer;
+    if (scene.plate) return ShownPicture::kPlate;
+    return scene.isInverted ? std::optional(ShownPicture::kLayer) : std::nullopt;
+}
+
 TrackChoice::TrackChoice(Scene const& scene, std::filesystem::path file, PixelSize frame,
                          PixelSize layer)
     : m_comp(scene.comp), m_file(std::move(file)), m_frame(frame), m_layer(layer) {

@@ -7,9 +7,14 @@
 #include <string>
 #include <vector>
 
+#include "apps/viewer/model/document.h"
 #include "zelk/scene/scene.h"
 
 namespace zelk {
+
+/// The picture that pins lie in: the plate, or the layer. Nothing for the To Pins of a scene
+/// without a plate: its frame has nothing but the layer, which the track is to move.
+std::optional<ShownPicture> pictureUnder(Scene const& scene, TrackedPins pins);
 
 struct TrackWarning {
     std::string text;

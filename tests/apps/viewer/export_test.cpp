@@ -1,11 +1,14 @@
 // Files that the window exports, and lines that it gives to a shell, beside `zelk render`.
 #include <QClipboard>
+#include <QComboBox>
 #include <QGuiApplication>
 #include <QLineEdit>
 #include <QPushButton>
 
 #include "apps/viewer/dialogs/export_dialog.h"
+#include "apps/viewer/dialogs/export_status.h"
 #include "apps/viewer/model/command_text.h"
+#include "apps/viewer/timeline_panel.h"
 #include "tests/apps/viewer/files_fixture.h"
 #include "zelk/render/frame_renderer.h"
 #include "zelk/scene/as_edits.h"
@@ -95,7 +98,65 @@ TEST_F(ExportTest, TellsWhatFailsAndEndsWhenItIsTold) {
     EXPECT_GT(state.written, 0);
     type("Output", "");
     pressIn("Export");
-    EXPECT_TRUE(error().contains("output")) << error().toStdString();
+    QString const refused = window->exportDialog()->said();
+    EXPECT_TRUE(refused.contains("output", Qt::CaseInsensitive)) << refused.toStdString();
+    EXPECT_EQ(error(), "");  // the window behind has no part in it
+    type("Frames", "9-");
+    type("Output", path("p.png"));
+    EXPECT_TRUE(window->exportDialog()->said().contains("9-"));
+    type("Frames", "9");
+    EXPECT_EQ(window->exportDialog()->said(), "");
+    pressIn("Copy as Command");
+    EXPECT_TRUE(window->exportDialog()->said().contains("Save the project first"));
+    document().undo();
+    pressIn("Copy as Command");
+    EXPECT_EQ(window->exportDialog()->said(), "Copied: " + copied());
+}
+
+TEST_F(ExportTest, FieldsStayForTheSession) {
+    auto const shown = [&] {
+        ExportEdits const edits = dialog().edits();
+        window->exportDialog()->reject();
+        return edits;
+    };
+    EXPECT_EQ(shown().frames, "1-48");
+    window->timeline().player().playback().setIn(5);
+    window->timeline().player().playback().setOut(9);
+    EXPECT_EQ(shown().frames, "5-9");
+    type("Output", path("o.mov"));
+    type("Frames", "2-3");
+    for (auto* const box : window->exportDialog()->findChildren<QComboBox*>())
+        if (box->accessibleName() == "Codec") box->setCurrentText("ffv1");
+    EXPECT_EQ(shown().output, path("o.mov").toStdString());
+    EXPECT_EQ(shown().codec, "ffv1");
+    EXPECT_EQ(shown().frames, "2-3");
+    window->openFile(path("chelsea.png"));
+    EXPECT_EQ(shown().output, path("o.mov").toStdString());
+    EXPECT_EQ(shown().frames, "");
+    document().change("Output", [&](Scene& scene) {
+        sceneEdit("output").apply(scene, "output", folder.at("own.mov").string());
+    });
+    EXPECT_EQ(shown().output, path("own.mov").toStdString());
+}
+
+TEST_F(ExportTest, AClosedDialogsRunIsSeenInTheStatusLine) {
+    dialog();
+    type("Output", path("o.##.png"));
+    auto* const status = window->findChild<ExportStatus*>();
+    ASSERT_TRUE(status);
+    auto const buttons = status->findChildren<QAbstractButton*>();
+    pressIn("Export");
+    pressIn("Close");
+    EXPECT_TRUE(QTest::qWaitFor([&] { return status->text().contains("of 48 frames"); }, 60000));
+    buttons[0]->click();
+    EXPECT_TRUE(window->exportDialog()->isVisible());
+    EXPECT_EQ(status->text(), "");
+    pressIn("Close");
+    buttons[1]->click();
+    ended();
+    EXPECT_TRUE(status->text().contains("cancelled")) << status->text().toStdString();
+    buttons[1]->click();
+    EXPECT_EQ(status->text(), "");
 }
 
 TEST_F(ExportTest, QuittingKeepsRenderingUnlessItIsToldTo) {

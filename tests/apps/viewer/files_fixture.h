@@ -45,7 +45,7 @@ protected:
         window->questions().fileToSave = [next](QString const& title, QString const&,
                                                 QString const&) { return next(title); };
         window->questions().folder = next;
-        window->questions().choice = [this](QString const& text, QStringList const&) {
+        window->questions().choice = [this](QString const& text, Answers const&) {
             asked.append(text);
             if (choices.empty()) return -1;
             int const choice = choices.front();

@@ -1,6 +1,7 @@
 // Opening, saving, importing, relinking and recovery, by menus, drops and dialogs.
 #include "tests/apps/viewer/files_fixture.h"
 
+#include <fmt/format.h>
 #include <signal.h>
 #include <sys/mount.h>
 
@@ -18,10 +19,13 @@
 
 #include "apps/viewer/composition_canvas.h"
 #include "apps/viewer/composition_panel.h"
+#include "apps/viewer/dialogs/path_preview.h"
+#include "apps/viewer/dialogs/recovery_dialog.h"
 #include "apps/viewer/dialogs/shortcuts_dialog.h"
 #include "apps/viewer/dialogs/track_dialog.h"
 #include "apps/viewer/model/autosave.h"
 #include "apps/viewer/model/opened_file.h"
+#include "apps/viewer/start_page.h"
 #include "zelk/files/process_tag.h"
 #include "zelk/scene/edits.h"
 
@@ -86,75 +90,108 @@ TEST_F(FilesTest, SavesToItsFileOrAsksForOne) {
     press("File/Revert");
     EXPECT_FALSE(window->isWindowModified());
     window->openFile(path("move.zelk.json"));
-    auto const recent = window->files().recent();
-    ASSERT_EQ(recent.size(), 2u);
-    EXPECT_EQ(recent[0], folder.at("move.zelk.json"));
     QMenu menu;
     window->files().fillRecent(menu);
-    ASSERT_EQ(menu.actions().size(), 2);
+    ASSERT_EQ(menu.actions().size(), 3);
     menu.actions()[1]->trigger();
     EXPECT_EQ(document().file(), folder.at("own.zelk.json"));
 }
 
-/// The name that Save As completes, and a file that somebody else has changed.
-TEST_F(FilesTest, NothingIsReplacedUnasked) {
-    fs::path const file = folder.at("move.zelk.json");
-    window->openFile(path("move.zelk.json"));
-    std::string const others = bytesOf(file) + "\n";
-    for (char const* place : {"File/Save As\u2026", "File/Save"})
-        for (int const answer : {-1, 1}) {
-            makeChange();
-            folder.put("move.zelk.json", others);
-            names = {path("move")};
-            bool const isAs = place != std::string("File/Save");
-            choices = {isAs && answer > 0 ? 0 : answer};
-            asked.clear();
-            press(place);
-            EXPECT_TRUE(asked.value(isAs).contains(isAs ? "is there already" : "changed on disk"));
-            EXPECT_EQ(bytesOf(file), answer < 0 ? others : text());
-            EXPECT_EQ(document().isModified(), answer < 0);
-            if (answer > 0) document().undo();
-        }
-    asked.clear();
-    press("File/Save");
-    EXPECT_TRUE(asked.empty());
+/// Of all windows; the file is read when the menu opens, not with each change or key.
+TEST_F(FilesTest, OpenRecentHasAllThatWasOpened) {
+    for (int frame : {11, 12})
+        fs::copy(folder.at("chelsea.png"), folder.at("s." + std::to_string(frame) + ".png"));
+    for (char const* name : {"rocket.jpg", "s.##.png", "move.zelk.json", "rocket.jpg"})
+        window->openFile(path(name));
+    EXPECT_EQ(
+        window->files().recent(),
+        (std::vector{folder.at("rocket.jpg"), folder.at("move.zelk.json"), folder.at("s.##.png")}));
+    start();
+    auto const shown = [&] {
+        QStringList list;
+        for (auto const* const button :
+             window->findChild<StartPage*>()->findChildren<QPushButton*>())
+            if (button->toolTip() == "Open it again") list.append(nameOf(pathOf(button->text())));
+        return list;
+    };
+    EXPECT_EQ(shown(), (QStringList{"rocket.jpg", "move.zelk.json", "s.##.png"}));
+    press("File/Open Recent/Clear List");
+    EXPECT_EQ(shown(), QStringList());
+    folder.put("state/recent", path("s.##.png").toStdString() + "\n");  // by another window
+    QAction const* const clear = window->menus().action("File/Open Recent/Clear List");
+    window->menus().update();
+    EXPECT_FALSE(clear->isEnabled());
+    QMenu* const menu = window->menus().menu("File/Open Recent");
+    emit menu->aboutToShow();
+    menu->actions().front()->trigger();
+    EXPECT_EQ(document().firstFrame(), 11);
 }
 
-/// By the real question, answered by the key of its button.
-TEST_F(FilesTest, AsksBeforeItCloses) {
-    window->questions() = dialogQuestions(window.get());
-    window->openFile(path("move.zelk.json"));
-    std::string const onDisk = bytesOf(folder.at("move.zelk.json"));
-    auto const closeWith = [&](QString const& answer) {
-        makeChange();
-        QTimer::singleShot(0, [answer] {
-            auto* const box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-            ASSERT_TRUE(box);
-            for (auto* const button : box->buttons())
-                if (button->text().remove('&') == answer) QTest::keyClick(button, Qt::Key_Space);
-        });
-        bool const isClosed = window->close();
-        window->show();
-        return isClosed;
+TEST_F(FilesTest, FileDialogsShowWhatCanBeOpened) {
+    QString shown;
+    window->questions().fileToOpen = [&](QString const&, QString const& filter) {
+        return shown = filter, QString();
     };
-    EXPECT_FALSE(closeWith("Cancel"));
-    EXPECT_TRUE(closeWith("Don\u2019t Save"));
-    EXPECT_EQ(bytesOf(folder.at("move.zelk.json")), onDisk);
-    EXPECT_TRUE(closeWith("Save"));
-    EXPECT_EQ(bytesOf(folder.at("move.zelk.json")), text());
+    window->openFile(path("chelsea.png"));
+    for (auto const& [place, patterns] :
+         {std::pair("File/Open\u2026", "*.zelk.json|*.exr|*.mov|*.JPG"),
+          {"File/Import/Track\u2026", "*.txt|*.nk"}}) {
+        press(place);
+        for (QString const& each : QString(patterns).split('|'))
+            EXPECT_TRUE(shown.section(";;", 0, 0).contains(each + " ")) << shown.toStdString();
+        EXPECT_TRUE(shown.endsWith(";;All files (*)"));
+    }
+}
+
+/// Nothing is asked before the event's end.
+void dropOn(ViewerWindow& window, QStringList const& asked, QList<QUrl> const& urls) {
+    QMimeData data;
+    data.setUrls(urls);
+    QDragEnterEvent enter({300, 300}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(&window, &enter);
+    EXPECT_TRUE(enter.isAccepted());
+    QDropEvent event({300, 300}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    auto const before = asked.size();
+    QApplication::sendEvent(&window, &event);
+    EXPECT_EQ(asked.size(), before);
+    QCoreApplication::processEvents();
+}
+
+TEST_F(FilesTest, DropsOfManyFilesOfFoldersAndOfLinks) {
+    fs::create_directories(folder.at("many/empty"));
+    QList<QUrl> urls;
+    for (int frame = 1; frame <= 1000; ++frame) {
+        fs::path const file = folder.at("many") / fmt::format("s.{:04}.png", frame);
+        fs::create_hard_link(folder.at("chelsea.png"), file);
+        urls.append(QUrl::fromLocalFile(textOf(file)));
+    }
+    auto const layer = [&] { return document().scene().layer.file.path().filename().string(); };
+    dropOn(*window, asked, urls);
+    EXPECT_EQ(layer(), "s.####.png");
+    EXPECT_EQ(document().lastFrame(), 1000);
+    EXPECT_TRUE(asked.empty());
+    start();
+    choices = {1};
+    dropOn(*window, asked, urls.mid(4, 500));
+    EXPECT_EQ(layer(), "s.0005.png");
+    EXPECT_EQ(asked.size(), 1) << asked.join("; ").toStdString();
+    for (auto const& [url, opened] : {std::pair("file:many", "s.####.png"),
+                                      {"file:many/empty", "has no project"},
+                                      {"file:.", "chelsea.png"},
+                                      {"https://a.example/b.png", "a.example"}}) {
+        start();
+        QString const place = QString(url).replace("file:", "file://" + path("") + "/");
+        dropOn(*window, asked, {QUrl(place)});
+        QString const got = document().isOpen() ? QString::fromStdString(layer()) : error();
+        EXPECT_TRUE(got.contains(opened)) << got.toStdString();
+    }
 }
 
 TEST_F(FilesTest, ADropAsksWhatItIsFor) {
     window->openFile(path("chelsea.png"));
     std::string const before = text();
     auto const drop = [&](char const* name) {
-        QMimeData data;
-        data.setUrls({QUrl::fromLocalFile(path(name))});
-        QDragEnterEvent enter({300, 300}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
-        QApplication::sendEvent(window.get(), &enter);
-        EXPECT_TRUE(enter.isAccepted());
-        QDropEvent event({300, 300}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
-        QApplication::sendEvent(window.get(), &event);
+        dropOn(*window, asked, {QUrl::fromLocalFile(path(name))});
     };
     struct Case {
         int choice;
@@ -285,6 +322,12 @@ TEST_F(FilesTest, ATrackIsSeenBeforeItIsTaken) {
     ASSERT_NE(fix, fixes.end());
     QTest::keyClick(*fix, Qt::Key_Space);
     EXPECT_EQ(field("Corners")->text(), "ul,ur,ll,lr");
+    field("Shift")->setFocus();
+    QTest::keyClicks(field("Shift"), "3");
+    QTest::keyClick(field("Shift"), Qt::Key_Return);  // takes the value, not the track
+    EXPECT_EQ(dialog->choice().span()->first, 1004);
+    EXPECT_TRUE(dialog->isVisible());
+    type("Shift", "0");
     for (auto* const box : dialog->findChildren<QAbstractButton*>())
         if (box->text().startsWith("Set the composition")) box->click();
     auto const span = *dialog->choice().span();
@@ -297,6 +340,30 @@ TEST_F(FilesTest, ATrackIsSeenBeforeItIsTaken) {
     EXPECT_EQ(document().scene().tracks[0].file.written, "sign-track.txt");
     document().undo();
     EXPECT_EQ(text(), before);
+}
+
+/// To Pins are seen on the plate, which the layer hides in the frame, From Pins on the layer.
+TEST_F(FilesTest, PathsLieOverThePictureOfTheirPins) {
+    EXPECT_EQ(pictureUnder(Scene(), TrackedPins::kTo), std::nullopt);
+    window->openFile(path("move.zelk.json"));
+    window->inputs().importTrack(folder.at("sign-track.txt"));
+    auto const* const preview = window->findChild<TrackDialog*>()->findChild<PathPreview*>();
+    auto* const pins = window->findChild<TrackDialog*>()->findChildren<QComboBox*>().front();
+    for (auto const& [choice, name] : {std::pair(0, "rocket.jpg"), {1, "chelsea.png"}}) {
+        QImage const file(path(name));
+        pins->setCurrentIndex(choice);
+        emit pins->activated(choice);
+        auto const isSeen = [&, file = file] {
+            World const* const shown = preview->picture();
+            if (!shown || QSize(shown->width(), shown->height()) != file.size()) return false;
+            int worst = 0;
+            for (int at = 40; at < shown->height(); at += 40)
+                worst = std::max(worst, std::abs(qGreen(file.pixel(at, at)) -
+                                                 shown->rowAs<std::uint8_t>(at)[at * 4 + 2]));
+            return worst <= 12;  // two decoders
+        };
+        EXPECT_TRUE(QTest::qWaitFor(isSeen, 20000)) << name;
+    }
 }
 
 /// `zelk view` starts the real program with a scene of options; it is killed while it edits.
@@ -328,7 +395,7 @@ TEST_F(FilesTest, WhatAKilledViewerHadIsRecovered) {
     fs::create_directories(folder.at("state"));
     fs::rename(file, folder.at("state") / file.filename());
     window->openAtStart({});
-    QString const key = "recovery " + path("state/") + textOf(file.filename());
+    QString const key = "recovery";
     EXPECT_TRUE(window->notices().text(key).contains("move.zelk.json"));
     folder.put("move.zelk.json", bytesOf(folder.at("move.zelk.json")) + "\n");  // by somebody else
     ASSERT_TRUE(window->notices().press(key, "Recover"));
@@ -342,6 +409,39 @@ TEST_F(FilesTest, WhatAKilledViewerHadIsRecovered) {
     EXPECT_TRUE(asked.value(0).contains("changed on disk"));
     EXPECT_EQ(bytesOf(folder.at("move.zelk.json")), text());
     EXPECT_EQ(autosaved(), 0);
+}
+
+TEST_F(FilesTest, ManyScenesToRecoverAreOneNoticeAndAList) {
+    fs::create_directories(folder.at("state"));
+    for (char const* name : {"move.zelk.json", "chelsea.png", "rocket.jpg"}) {
+        window->openFile(path(name));
+        document().edit(kParamCornerPinOpacity, {50});
+        ProcessTag dead = thisProcess();
+        dead.start ^= 1;
+        folder.put(fmt::format("state/{}.{}-{}.zelk-recovery", hostName(), dead.text(), name[0]),
+                   handOverText({document().scene(), document().file(), document().fileSum()}));
+        choices = {1};
+        start();
+    }
+    window->openAtStart({});
+    QString const key = "recovery";
+    EXPECT_TRUE(window->notices().text(key).contains("3 scenes"));
+    window->notices().press(key, "Show List\u2026");
+    auto* const list = window->findChild<RecoveryDialog*>();
+    ASSERT_TRUE(list);
+    auto* const tree = list->findChild<QTreeWidget*>();
+    EXPECT_EQ(tree->findItems("chelsea.png, never saved", Qt::MatchEndsWith).size(), 1);
+    tree->setCurrentItem(tree->findItems("move.zelk.json", Qt::MatchEndsWith).value(0));
+    for (auto* const button : list->findChildren<QPushButton*>())
+        if (button->text() == "Recover") button->click();
+    EXPECT_EQ(error(), "");
+    EXPECT_EQ(document().valueOf(kParamCornerPinOpacity)[0], 50);
+    choices = {-1, 0};
+    window->notices().press(key, "Discard All\u2026");
+    EXPECT_TRUE(window->notices().text(key).contains("2 scenes"));
+    window->notices().press(key, "Discard All\u2026");
+    EXPECT_EQ(window->notices().text(key), "");
+    EXPECT_EQ(autosaved(), 1);  // the one that was recovered
 }
 
 /// Processes that nothing is known of: only those from before the machine's start are surely dead.
