@@ -84,6 +84,10 @@ QString ParameterPanel::message() const { return m_message->text(); }
 
 /// Other rows come later, never within an act of one of them.
 void ParameterPanel::hear(DocumentChange const& change) {
+    bool const isNewScene = m_document.undoName().empty() && m_document.redoName().empty();
+    if (change.inputs && isNewScene)
+        for (Entry const& entry : m_entries)
+            if (entry.row) entry.row->dropTyped();
     if (change.inputs && controlsKey(m_document) != m_key) {
         if (m_controls.empty()) return rebuild();
         QTimer::singleShot(0, this, &ParameterPanel::rebuild);

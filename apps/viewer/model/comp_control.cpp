@@ -58,7 +58,9 @@ CompField const kFields[] = {
      ControlKind::kText, 1,
      [](Document const& document) { return Parts{rateText(document.scene().comp.timeBase)}; },
      [](Scene& scene, std::string const& thing, Parts const& parts) {
-         scene.comp.timeBase = parseRate(thing, parts[0]);
+         std::string rate = parts[0];
+         std::replace(rate.begin(), rate.end(), ',', '.');  // 23,976
+         scene.comp.timeBase = parseRate(thing, rate);
      },
      [](Scene& scene, Comp const& usual) { scene.comp.timeBase = usual.timeBase; }},
     {"comp start", "First Frame", "", "Number of the first frame. Keys keep their frames.",
@@ -120,7 +122,9 @@ void CompControl::set(std::string const& name, Parts const& parts) {
 
 void CompControl::type(int field, std::string const& text) {
     Parts parts = m_field.read(document());
-    parts.at(static_cast<std::size_t>(field)) = withoutUnit(trimmed(text), row().unit);
+    bool const isNumber = row().kind == ControlKind::kNumber;
+    parts.at(static_cast<std::size_t>(field)) =
+        isNumber ? plainText(field, text) : withoutUnit(trimmed(text), row().unit);
     set("Set " + row().label, parts);
 }
 

@@ -200,7 +200,7 @@ void SceneControl::type(int field, std::string const& text) {
     if (row().kind != ControlKind::kNumber) return set(plain);
     std::string joined;
     std::vector<std::string> all = parts();
-    all.at(static_cast<std::size_t>(field)) = withoutUnit(trimmed(text), row().unit);
+    all.at(static_cast<std::size_t>(field)) = plainText(field, text);
     for (std::string const& part : all) joined += (joined.empty() ? "" : ",") + part;
     set(joined);
 }

@@ -14,6 +14,7 @@
 #include "apps/viewer/parameters/own_keys.h"
 #include "apps/viewer/parameters/panel_icons.h"
 #include "apps/viewer/parameters/value_field.h"
+#include "zelk/text/errors.h"
 
 namespace zelk {
 namespace {
@@ -98,9 +99,8 @@ ControlEditor::ControlEditor(PanelControl& control, RunAct run, QWidget* parent)
 ValueField* ControlEditor::newField(int field, QString const& name) {
     FieldActs acts;
     acts.typedText = [this, field] { return QString::fromStdString(m_control.typedText(field)); };
-    acts.type = [this, field](QString const& text) {
-        m_run([&] { m_control.type(field, text.toStdString()); });
-    };
+    acts.type = [this, field](QString const& text) { return type(field, text.toStdString()); };
+    acts.giveUp = [this] { m_run([] {}); };
     acts.begin = [this] { m_control.begin(); };
     acts.end = [this] { m_control.end(); };
     acts.cancel = [this] { m_run([&] { m_control.cancel(); }); };
@@ -114,6 +114,24 @@ ValueField* ControlEditor::newField(int field, QString const& name) {
         (QString::fromStdString(m_control.row().label) + " " + name).trimmed());
     m_fields.push_back(widget);
     return widget;
+}
+
+/// The sentence of a refusal, which is told as that of any act is.
+QString ControlEditor::type(int field, std::string const& text) {
+    QString refusal;
+    m_run([&] {
+        try {
+            m_control.type(field, text);
+        } catch (UserError const& error) {
+            refusal = QString::fromUtf8(error.what());
+            throw;
+        }
+    });
+    return refusal;
+}
+
+void ControlEditor::dropTyped() {
+    for (ValueField* const field : m_fields) field->dropTyped();
 }
 
 void ControlEditor::addFields(QHBoxLayout& layout) {

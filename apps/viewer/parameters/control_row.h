@@ -22,6 +22,7 @@ public:
     /// Shows the control's state, where it is another one than is shown.
     void refresh();
     void focusEditor() { m_editor->focusFirst(); }
+    void dropTyped() { m_editor->dropTyped(); }
 
     // By the keyboard's commands and the row's own buttons and menu.
     void reset();

@@ -186,14 +186,23 @@ TEST_F(ParameterPanelTest, UnitsAreTakenAndWrongTextsLeaveTheValue) {
         int field = 0;
     };
     document().edit(kParamTranslateX, {1});
-    for (Case const& taken : std::initializer_list<Case>{{"corner-pin-opacity", "55 %", 55},
-                                                         {"corner-pin-opacity", " 54percent", 54},
-                                                         {"to-upper-left", "12.5 px", 12.5},
-                                                         {"to-upper-left", "7,9", 7},
-                                                         {"scale-x", "1.5x", 1.5},
-                                                         {"rotate", "1x15", 375, 1},
-                                                         {"rotate", "20°", 380, 1},
-                                                         {"rotate", "-1", -340, 0}}) {
+    for (Case const& taken :
+         std::initializer_list<Case>{{"corner-pin-opacity", "55 %", 55},
+                                     {"corner-pin-opacity", " 54percent", 54},
+                                     {"to-upper-left", "12.5 px", 12.5},
+                                     {"to-upper-left", "7,9", 7},
+                                     {"scale-x", "1.5x", 1.5},
+                                     {"scale-x", "0,75", 0.75},
+                                     {"scale-x", "2*0.625", 1.25},
+                                     {"scale-x", "*=2", 2.5},
+                                     {"corner-pin-opacity", "(2+3)*-2/-4 %", 2.5},
+                                     {"corner-pin-opacity", "54.5-0,5", 54},
+                                     {"to-upper-left", "1920/2; 1,5", 960},
+                                     {"to-upper-left", "100, 50", 100},
+                                     {"to-upper-left", "-=93", 7},
+                                     {"rotate", "1x15", 375, 1},
+                                     {"rotate", "20°", 380, 1},
+                                     {"rotate", "-1", -340, 0}}) {
         type(taken.name, taken.text, taken.field);
         EXPECT_EQ(message(), "");
         EXPECT_EQ(value(*parameterIndex(taken.name))[0], taken.value) << taken.text;
@@ -207,6 +216,11 @@ TEST_F(ParameterPanelTest, UnitsAreTakenAndWrongTextsLeaveTheValue) {
                                                          {"to-wireframe-color", "#12345", 255},
                                                          {"rotate", "1x2x3", -340, 1},
                                                          {"translate-x", "nan", 1},
+                                                         {"translate-x", "1,920", 1},
+                                                         {"translate-x", "1/0", 1},
+                                                         {"translate-x", "2*(1", 1},
+                                                         {"translate-x", "1 2", 1},
+                                                         {"scene comp duration", "2,5", 48},
                                                          {"scene feather", "-1", 0},
                                                          {"scene shutter", "721", 0},
                                                          {"scene ocio", "none.ocio", 0}}) {
@@ -215,11 +229,27 @@ TEST_F(ParameterPanelTest, UnitsAreTakenAndWrongTextsLeaveTheValue) {
         EXPECT_NE(message(), "") << wrong.text;
         EXPECT_EQ(message().count('\n'), 0);
         EXPECT_EQ(text(), before) << wrong.text;
+        EXPECT_EQ(field(wrong.name, wrong.field).text(), wrong.text);
+        EXPECT_EQ(field(wrong.name, wrong.field).toolTip(), message());
+        QTest::keyClick(&field(wrong.name, wrong.field), Qt::Key_Escape);
         EXPECT_EQ(field(wrong.name, wrong.field).text(), shown);
+        EXPECT_EQ(message(), "");
         if (auto const index = parameterIndex(wrong.name)) {
             EXPECT_EQ(value(*index)[0], wrong.value) << wrong.text;
         }
     }
+    // It stays where another field is gone to, and is no other scene's.
+    type("translate-x", "2*");
+    type("translate-y", "3");
+    EXPECT_EQ(field("translate-x").text(), "2*");
+    EXPECT_NE(field("translate-x").toolTip(), "");
+    QTest::keyClicks(&field("translate-x"), "4");
+    QTest::keyClick(&field("translate-x"), Qt::Key_Return);
+    EXPECT_EQ(value(kParamTranslateX)[0], 8);
+    type("translate-x", "2*");
+    document().start(Scene(document().scene()));
+    EXPECT_EQ(field("translate-x").toolTip(), "");
+    EXPECT_EQ(field("translate-x").text(), "8.0 %");
     // Left as it is shown, with fewer digits than it has, or by Esc.
     document().edit(kParamCornerPinOpacity, {33.3333});
     std::string const third = text();
