@@ -36,7 +36,7 @@ void setSize(Scene& scene, PixelSize size) {
 }
 
 CompField const kFields[] = {
-    {"comp size", "Size", "px", "Width and height of the frame, which To Pins lie in.",
+    {"comp size", "Size", "px", "Width and height of the frame, which To Pins lie in",
      ControlKind::kNumber, 2,
      [](Document const& document) {
          PixelSize const size = document.frameSize();
@@ -54,7 +54,7 @@ CompField const kFields[] = {
      },
      [](Scene const&) { return double(kLargestPx); }},
     {"comp rate", "Rate", "fps",
-     "Frames a second, such as 25, 23.976 or 24000/1001. Keys keep their frames.",
+     "Frames a second, such as 25, 23.976 or 24000/1001; keys keep their frames",
      ControlKind::kText, 1,
      [](Document const& document) { return Parts{rateText(document.scene().comp.timeBase)}; },
      [](Scene& scene, std::string const& thing, Parts const& parts) {
@@ -63,7 +63,7 @@ CompField const kFields[] = {
          scene.comp.timeBase = parseRate(thing, rate);
      },
      [](Scene& scene, Comp const& usual) { scene.comp.timeBase = usual.timeBase; }},
-    {"comp start", "First Frame", "", "Number of the first frame. Keys keep their frames.",
+    {"comp start", "First Frame", "", "Number of the first frame; keys keep their frames",
      ControlKind::kNumber, 1,
      [](Document const& document) { return Parts{std::to_string(document.firstFrame())}; },
      [](Scene& scene, std::string const& thing, Parts const& parts) {
@@ -72,7 +72,7 @@ CompField const kFields[] = {
      },
      [](Scene& scene, Comp const& usual) { scene.comp.startFrame = usual.startFrame; },
      [](Scene const&) { return double(kMostFrame); }},
-    {"comp duration", "Duration", "frames", "How many frames it has.", ControlKind::kNumber, 1,
+    {"comp duration", "Duration", "frames", "How many frames it has", ControlKind::kNumber, 1,
      [](Document const& document) {
          return Parts{std::to_string(document.scene().comp.durationFrames)};
      },

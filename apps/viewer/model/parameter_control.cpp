@@ -88,6 +88,12 @@ std::string rangeOf(Parameter const& parameter) {
     return fmt::format("{} to {}", range.min, range.max);
 }
 
+/// Without a full stop, as all helps of the window.
+std::string phraseOf(std::string_view sentence) {
+    return std::string(sentence.ends_with('.') ? sentence.substr(0, sentence.size() - 1)
+                                               : sentence);
+}
+
 ControlRow rowOf(Parameter const& parameter, int level) {
     ControlKind const kind = kindOf(parameter.type());
     bool const isSlider = kind == ControlKind::kNumber;
@@ -97,7 +103,7 @@ ControlRow rowOf(Parameter const& parameter, int level) {
             .level = level,
             .fields = fieldsOf(kind),
             .unit = std::string(unitOfParameter(parameter.index)),
-            .help = std::string(helpOfParameter(parameter.index)),
+            .help = phraseOf(helpOfParameter(parameter.index)),
             .range = rangeOf(parameter),
             .decimals = decimalsOf(parameter),
             .step = isSlider ? stepOf(sliderRange(parameter)) : 1,

@@ -95,7 +95,7 @@ TEST_F(ExportTest, TellsWhatFailsAndEndsWhenItIsTold) {
     EXPECT_GT(state.written, 0);
     type("Output", "");
     pressIn("Export");
-    EXPECT_TRUE(error().contains("output")) << error().toStdString();
+    EXPECT_TRUE(error().contains("Output is missing")) << error().toStdString();
 }
 
 TEST_F(ExportTest, QuittingKeepsRenderingUnlessItIsToldTo) {
@@ -119,7 +119,7 @@ TEST_F(ExportTest, TheFrameOnScreenAsACommand) {
     EXPECT_EQ(bytesOf(folder.at("out/move.0007.png")), bytesOf(folder.at("out/plain.png")));
     makeChange();
     press("File/Copy as Command");
-    EXPECT_TRUE(error().contains("Save the project first: no option says keyframes"));
+    EXPECT_TRUE(error().contains("Save the project first: only a project holds keyframes"));
 }
 
 /// Bash as a terminal has it, which takes "!" for its history. A name may look like an option.

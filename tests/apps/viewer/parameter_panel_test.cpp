@@ -21,6 +21,7 @@
 #include "apps/viewer/model/shown_shutter.h"
 #include "tests/apps/viewer/window_fixture.h"
 #include "zelk/scene/check.h"
+#include "zelk/scene/edit_titles.h"
 #include "zelk/scene/edits.h"
 #include "zelk/scene/file.h"
 #include "zelk/scene/parameter_names.h"
@@ -484,7 +485,8 @@ std::vector<std::string> textsOf(SceneEdit const& edit, ControlRow const& row) {
 
 void act(PanelControl& control, std::string const& text) {
     auto const& choices = control.row().choices;
-    auto const place = std::find(choices.begin(), choices.end(), text) - choices.begin();
+    auto const isIt = [&](std::string const& own) { return own == text || own == titleOf(text); };
+    auto const place = std::find_if(choices.begin(), choices.end(), isIt) - choices.begin();
     if (control.row().kind == ControlKind::kPopup) return control.choose(int(place) + 1);
     if (control.row().kind == ControlKind::kCheckbox) return control.choose(text == "on");
     control.type(0, text);
@@ -510,6 +512,7 @@ TEST_F(ParameterPanelTest, SettingsOfTheSceneAreItsEdits) {
         });
         if (setting == settings.end()) continue;
         SceneEdit const& edit = sceneEdit(setting->edit);
+        EXPECT_EQ(control->row().label, editTitle(setting->edit)) << "refusals call it so";
         for (std::string const& value : textsOf(edit, control->row())) {
             SCOPED_TRACE(control->row().name + " " + value);
             Scene wanted = document().scene();
@@ -542,7 +545,10 @@ TEST_F(ParameterPanelTest, SettingsOfTheSceneAreItsEdits) {
 
 /// The composition's shutter counts at "Comp Settings" alone.
 TEST_F(ParameterPanelTest, ASwitchOfMotionBlurWithoutEffectSaysSo) {
-    auto const label = [&] { return part<QLabel>("scene motion-blur").text().toStdString(); };
+    auto const label = [&] {  // its tooltip where it is cut
+        auto const& label = part<QLabel>("scene motion-blur");
+        return (label.toolTip().isEmpty() ? label.text() : label.toolTip()).toStdString();
+    };
     auto const setSwitch = [&](bool isOn) {
         auto& box = part<QCheckBox>("scene motion-blur");
         if (box.isChecked() != isOn) QTest::mouseClick(&box, Qt::LeftButton, {}, {6, 6});
@@ -553,11 +559,11 @@ TEST_F(ParameterPanelTest, ASwitchOfMotionBlurWithoutEffectSaysSo) {
                                         {3, ""}}) {
         document().edit(kParamMotionBlur, {double(entry)});
         setSwitch(false);
-        EXPECT_EQ(label(), "Motion Blur");
+        EXPECT_EQ(label(), "Comp Motion Blur");
         EXPECT_TRUE(message().isEmpty());
         setSwitch(true);
         bool const isIdle = *remedy != 0;
-        EXPECT_EQ(label(), isIdle ? "Motion Blur (no effect)" : "Motion Blur");
+        EXPECT_EQ(label(), isIdle ? "Comp Motion Blur (no effect)" : "Comp Motion Blur");
         EXPECT_EQ(message().isEmpty(), !isIdle);
         EXPECT_TRUE(message().contains(remedy)) << message().toStdString();
         EXPECT_EQ(row("scene motion-blur").toolTip().contains("Without effect"), isIdle);
@@ -570,15 +576,15 @@ TEST_F(ParameterPanelTest, ASwitchOfMotionBlurWithoutEffectSaysSo) {
 TEST_F(ParameterPanelTest, QualityOfTheSceneIsTheEffectsOrBest) {
     std::string const before = text();
     QComboBox& quality = part<QComboBox>("scene quality");
-    EXPECT_EQ(quality.currentText(), "high");
+    EXPECT_EQ(quality.currentText(), "High");
     QTest::keyClick(&part<QComboBox>("quality"), Qt::Key_Up);
-    EXPECT_EQ(quality.currentText(), "medium");
+    EXPECT_EQ(quality.currentText(), "Medium");
     for (int i = 0; i < 3; ++i) QTest::keyClick(&quality, Qt::Key_Down);
     EXPECT_TRUE(document().scene().isBest);
     EXPECT_EQ(value(kParamQuality)[0], 3);  // High, under best
     QTest::keyClick(&part<QComboBox>("quality"), Qt::Key_Up);
     EXPECT_FALSE(document().scene().isBest);
-    EXPECT_EQ(quality.currentText(), "medium");
+    EXPECT_EQ(quality.currentText(), "Medium");
     expectUndone(before);
 }
 
