@@ -34,12 +34,14 @@ protected:
     void contextMenuEvent(QContextMenuEvent* event) override;
     bool eventFilter(QObject* object, QEvent* event) override;
     void changeEvent(QEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
 
 private:
     QToolButton* newButton(QString const& help, void (ControlRowWidget::*act)());
     void goToEarlierKey() { goToKey(false); }
     void goToLaterKey() { goToKey(true); }
     void showKeys();
+    void showLabel();
 
     PanelControl& m_control;
     RunAct m_run;

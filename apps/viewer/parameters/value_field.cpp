@@ -13,7 +13,7 @@ namespace {
 
 constexpr double kDragStartPx = 3;
 constexpr double kNotch = 120;  // of a wheel, in eighths of a degree
-constexpr QColor kRefusedColor(84, 40, 40);
+constexpr QColor kRefusedColor(255, 90, 80, 64);
 
 double factorOf(Qt::KeyboardModifiers keys) {
     if (keys & Qt::ShiftModifier) return 10;
@@ -55,7 +55,6 @@ void ValueField::dress() {
         if (m_acts.step) own.setColor(QPalette::Active, QPalette::Text, link);
         if (m_acts.step) own.setColor(QPalette::Inactive, QPalette::Text, link);
     }
-    if (isRefused()) own.setColor(QPalette::Base, kRefusedColor);
     setPalette(own);
     setToolTip(m_refusal);  // empty: the row's
     setAccessibleDescription(m_refusal);
@@ -68,6 +67,7 @@ void ValueField::paintEvent(QPaintEvent* event) {
     QLineEdit::paintEvent(event);
     if (!isEnabled() || !(hasFocus() || underMouse() || isRefused())) return;
     QPainter painter(this);
+    if (isRefused()) painter.fillRect(rect(), kRefusedColor);
     painter.setPen(palette().color(isRefused()  ? QPalette::BrightText
                                    : hasFocus() ? QPalette::Highlight
                                                 : QPalette::Mid));
