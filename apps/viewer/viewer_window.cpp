@@ -8,6 +8,7 @@
 #include <QLabel>
 #include <QMenuBar>
 #include <QMimeData>
+#include <QScreen>
 #include <QSettings>
 #include <QStackedWidget>
 #include <QStatusBar>
@@ -129,6 +130,10 @@ void ViewerWindow::showMemory() {
 
 /// What plays is what the composition panel shows.
 void ViewerWindow::connectPlay() {
+    connect(m_timeline, &TimelinePanel::keysFree, m_composition,
+            [this] { m_composition->setFocus(); });
+    connect(m_timeline, &TimelinePanel::menuAsked, this,
+            [this](QPoint const& at) { m_menus->menu("Keys")->popup(at); });
     m_timeline->setSource({[this](std::vector<int> const& frames) {
                                return m_composition->frames().kept(m_document.snapshot(),
                                                                    m_composition->view(), frames);
@@ -316,7 +321,8 @@ void ViewerWindow::rememberLayout() {
     QSettings const settings = ownSettings();
     m_colors->chooseDisplay(settings.value("display").toString());
     m_menus->takeChoices(settings);
-    if (!restoreGeometry(settings.value("geometry").toByteArray())) resize(1440, 900);
+    if (!restoreGeometry(settings.value("geometry").toByteArray()))
+        resize(QSize(1440, 900).boundedTo(screen()->availableSize()));
     restoreState(settings.value("layout").toByteArray());
 }
 

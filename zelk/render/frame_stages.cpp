@@ -375,8 +375,8 @@ void FrameStages::warnOfShrink(std::vector<Parameter> const& parameters, PlanRep
     if (largestShrink(plan) <= most) return;
     m_warnings.add(
         {fmt::format("the layer shrinks to less than half somewhere, where fine detail "
-                     "flickers and makes stairs: give {} best",
-                     spelled(m_scene, "quality"))});
+                     "flickers and makes stairs: {}",
+                     toGive(m_scene, "quality", "best"))});
 }
 
 void FrameStages::endStage(char const* stage, Explanation* explanation) {

@@ -113,6 +113,8 @@ void Document::recover(Scene scene, std::filesystem::path file, std::optional<Fi
 /// saved: what was kept of it would go.
 void Document::adopt(Scene scene, Origin origin, int frame, bool settles) {
     if (!m_module.empty()) scene.module = m_module;
+    scene.editPrefix.clear();
+    scene.editJoin = ' ';  // refusals name the window's controls
     openStages(scene, frame);
     if (settles) scene = m_stages->settledScene();
     ++m_opened;
