@@ -48,7 +48,7 @@ CompositionPanel::CompositionPanel(Document& document, QWidget* parent)
     m_canvas->onView = [this] { keepUp(); };
     m_canvas->onReadout = [this](QString const& text) { showReadout(text); };
     m_canvas->onFailure = [this](QString const& sentence) { emit told(sentence); };
-    m_canvas->onWarning = [this](QString const& sentence) { emit warned(sentence); };
+    m_canvas->onWarnings = [this](QStringList const& sentences) { emit warned(sentences); };
     setFocusProxy(m_canvas);
     keepUp();
 }
@@ -152,7 +152,8 @@ void CompositionPanel::showReadout(QString const& text) {
     };
     if (!fits() && isPlace(parts.value(1))) parts.removeAt(1);
     if (!fits() && parts.size() > 1) parts.removeFirst();
-    m_readout->setText(parts.join("   "));
+    m_readout->setText(
+        m_readout->fontMetrics().elidedText(parts.join("   "), Qt::ElideRight, m_readout->width()));
 }
 
 void CompositionPanel::changeLook(std::function<void(CanvasLook&)> const& act) {

@@ -109,7 +109,7 @@ void ViewerWindow::makeStatusLine() {
         "Memory of the pictures that are kept, the most that it may become, and decoded inputs");
     m_memory->hide();
     m_said = new StatusSentence(this);
-    connect(m_composition, &CompositionPanel::warned, m_said, &StatusSentence::warn);
+    connect(m_composition, &CompositionPanel::warned, m_said, &StatusSentence::holdWarnings);
     connect(m_composition, &CompositionPanel::told, m_said, &StatusSentence::tell);
     statusBar()->addWidget(m_said, 1);
     statusBar()->addPermanentWidget(m_facts);
@@ -259,7 +259,7 @@ void ViewerWindow::follow(DocumentChange const& change) {
     if (change.inputs || change.state) m_said->endTold();
     if (change.state) showTitle();
     if (change.inputs || change.frame) showFacts();
-    showWarnings();
+    if (change.inputs) showWarnings();
     if (change.inputs || change.state) m_menus->update();
 }
 
@@ -283,6 +283,7 @@ void ViewerWindow::showFacts() {
                          .arg(m_document.lastFrame()));
 }
 
+/// Those of files, also of a scene that can't be rendered; a frame says all that holds.
 void ViewerWindow::showWarnings() {
     if (!m_document.isOpen()) return;
     for (std::string const& warning : m_document.takeWarnings())

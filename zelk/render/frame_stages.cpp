@@ -145,7 +145,7 @@ void FrameStages::check(int frame) {
         layer = picture.traits();
         if (isModule()) {
             headers.ask = moduleRenderOf(m_scene, *m_host, picture, renderDepth(layer));
-            requireMemory(*m_host, picture, headers.ask);
+            zelk::requireMemory(*m_host, headers.ask);
         }
     }
     if (m_files.plate)
@@ -389,13 +389,17 @@ void FrameStages::endStage(char const* stage, Explanation* explanation) {
 std::uint64_t FrameStages::bytesInFlight() const {
     RenderSize size{m_sizes.layer.width, m_sizes.layer.height, m_ask.depth, 0, 0, 0,
                     m_ask.besidesBytes};
-    if (isModule()) return renderBytes(size);
-    PixelSize const layer = reduced(m_sizes.layer, downsample());
-    PixelSize const frame = reduced(m_sizes.frame, downsample()) + m_sizes.overscan;
+    return isModule() ? renderBytes(size) : bytesInMemory(downsample());
+}
+
+/// Of the memory road.
+std::uint64_t FrameStages::bytesInMemory(int reduce) const {
+    PixelSize const layer = reduced(m_sizes.layer, reduce);
+    PixelSize const frame = reduced(m_sizes.frame, reduce) + m_sizes.overscan;
     auto const pixels = [](PixelSize of) {
         return std::uint64_t(of.width) * std::uint64_t(of.height);
     };
-    bool const isKept = m_files.plate && (m_inFlight > 1 || downsample() > 1);
+    bool const isKept = m_files.plate && (m_kept || m_inFlight > 1 || reduce > 1);
     std::uint64_t const plate = isKept ? 16 * pixels(frame) : 0;
     // Of Quality "best": halves of halves of the layer.
     std::uint64_t const pyramid = m_scene.isBest ? 16 * pixels(layer) / 3 : 0;
@@ -409,15 +413,34 @@ void FrameStages::checkMemory() const {
     if (m_inFlight == 1 && isModule()) return;
     std::uint64_t const need = bytesInFlight() * m_inFlight;
     if (need <= availableBytes()) return;
-    std::string const memory = fmt::format("need {} MB of free memory", need / 1'000'000);
-    if (m_inFlight == 1)
-        throw UserError(ExitCode::kInput,
-                        fmt::format("{}: {}x{} in a frame of {}x{} {}", m_scene.layer.name(),
-                                    m_sizes.layer.width, m_sizes.layer.height, m_sizes.frame.width,
-                                    m_sizes.frame.height, memory));
+    if (m_inFlight == 1) throw tooLarge(m_sizes.layer, m_sizes.frame, need);
     throw UserError(ExitCode::kInput,
-                    fmt::format("{}: {} frames {}; hold fewer", spelled(m_scene, "in-flight"),
-                                m_inFlight, memory));
+                    fmt::format("{}: {} frames need {} MB of free memory; hold fewer",
+                                spelled(m_scene, "in-flight"), m_inFlight, need / 1'000'000));
+}
+
+UserError FrameStages::tooLarge(PixelSize layer, PixelSize frame, std::uint64_t need) const {
+    return {ExitCode::kInput, fmt::format("{}: {}x{} in a frame of {}x{} need {} MB of free memory",
+                                          m_scene.layer.name(), layer.width, layer.height,
+                                          frame.width, frame.height, need / 1'000'000)};
+}
+
+ModuleRender FrameStages::askOf(int reduce) const {
+    ModuleRender ask = m_ask;
+    ask.downsample *= reduce;
+    return ask;
+}
+
+std::uint64_t FrameStages::frameBytes(int reduce) const {
+    return isModule() ? moduleBytes(*m_host, askOf(reduce)) : bytesInMemory(downsample() * reduce);
+}
+
+void FrameStages::requireMemory(int reduce) const {
+    if (isModule()) return zelk::requireMemory(*m_host, askOf(reduce));
+    std::uint64_t const need = frameBytes(reduce);
+    int const n = downsample() * reduce;
+    if (need > availableBytes())
+        throw tooLarge(reduced(m_sizes.layer, n), reduced(m_sizes.frame, n), need);
 }
 
 }  // namespace zelk

@@ -102,6 +102,9 @@ public:
     /// The same for who changes values and renders nothing: a picture that can't be opened has the
     /// composition's size.
     void beginEdit(int frame);
+    /// After beginEdit: a scene that differs from this one as setValues says. The values of the
+    /// host stay.
+    void changeEdit(Scene scene, int frame);
     // After begin:
     PixelSize layerSize() const { return m_sizes.layer; }
     PixelSize frameSize() const { return m_sizes.frame; }  ///< of the display window
@@ -114,8 +117,8 @@ public:
     // For who renders the same frames again and again (LiveRenderer).
 
     /// A scene that differs from this one in nothing but values: parameters, tracks, Quality
-    /// "best". With `isBlurred` false motion blur is off, whatever the scene says. Throws as begin,
-    /// and is of no use then.
+    /// "best", feather, choke, shutter. With `isBlurred` false motion blur is off, whatever the
+    /// scene says. Throws as begin, and is of no use then.
     void setValues(Scene scene, bool isBlurred);
     /// Inputs come from there and go there, unless it is null; it outlives the stages.
     void keepInputs(KeptInputs* kept) { m_kept = kept; }
@@ -123,6 +126,10 @@ public:
     /// none; it outlives the renders.
     void watch(std::atomic<bool> const* isStopped);
     SceneColors& colors() { return *m_colors; }
+    /// Bytes that a frame takes, reduced so, its inputs among them.
+    std::uint64_t frameBytes(int reduce) const;
+    /// Throws an input error where they are more than the memory allows.
+    void requireMemory(int reduce) const;
     /// Throws about what leaves no pixel.
     void requireReduced(int reduce) const;
 
@@ -202,6 +209,9 @@ private:
     void convertInputs(int frame, ReadOptions const& how, LoadedFrame& loaded);
     World layerWorld(int frame, FrameColors& colors);
     std::uint64_t bytesInFlight() const;
+    std::uint64_t bytesInMemory(int reduce) const;
+    UserError tooLarge(PixelSize layer, PixelSize frame, std::uint64_t need) const;
+    ModuleRender askOf(int reduce) const;
     PinFrame pinFrameOf(ModuleRender const& ask, int reduce, PixelMargins const& overscan) const;
     void plan(PinFrame const& frame, FrameRequest const& moment, Depth depth,
               Explanation* explanation = nullptr);
@@ -231,7 +241,8 @@ private:
     ModuleRender m_ask;
     Warnings m_warnings, m_conversions;
     std::shared_ptr<StMap const> m_map;  ///< the last one that was loaded
-    std::string m_mapKey;                ///< what it was read from
+    std::vector<std::string> m_mapWarnings;
+    std::string m_mapKey;  ///< what it was read from
     std::optional<MovieWriter> m_movie;
     bool m_isMovieChecked = false, m_roundsLast = false;
     Explanation const* m_explanation;

@@ -27,4 +27,9 @@ std::vector<std::string> Warnings::take() {
     return std::exchange(m_new, {});
 }
 
+std::vector<std::string> Warnings::holding() {
+    std::lock_guard const lock(m_mutex);
+    return {m_seen.begin(), m_seen.end()};
+}
+
 }  // namespace zelk

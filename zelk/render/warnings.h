@@ -17,6 +17,8 @@ public:
     /// What there is to say of these values, which may be nothing.
     void add(std::vector<std::string> const& sentences);
     std::vector<std::string> take();
+    /// All that was said of these values, told or not.
+    std::vector<std::string> holding();
     /// The scene has other values from here on.
     void valuesChange();
 

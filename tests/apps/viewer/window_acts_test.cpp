@@ -248,6 +248,21 @@ TEST_F(WindowActs, NoWarningMovesThePicture) {
     ASSERT_EQ(said.size(), 1) << said.join("|").toStdString();
     EXPECT_TRUE(said.front().contains("shrinks"));
     EXPECT_EQ(canvas().geometry(), before);
+    // It goes with what it is about, and comes back with it.
+    auto const isWarned = [&](bool is) {
+        return QTest::qWaitFor([&] { return window->sentences().sentences().empty() != is; });
+    };
+    document().undo();
+    document().undo();
+    EXPECT_TRUE(isWarned(false));
+    document().redo();
+    document().redo();
+    EXPECT_TRUE(isWarned(true));
+    choices = {1};  // Don't Save
+    window->openAtStart({folder.at("no.zelk.json")});
+    EXPECT_NE(window->notices().text("error"), "");
+    QTest::qWait(0);
+    EXPECT_EQ(canvas().geometry(), before) << "errors lie over the picture";
     choices = {1};  // Don't Save
     window->openFile(path("chelsea.png"));
     EXPECT_TRUE(window->sentences().sentences().empty());
