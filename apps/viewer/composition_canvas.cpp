@@ -257,7 +257,8 @@ void CompositionCanvas::viewChanged() {
 
 void CompositionCanvas::resizeEvent(QResizeEvent*) {
     m_map.setPanel({static_cast<int>(std::lround(width() * density())),
-                    static_cast<int>(std::lround(height() * density()))});
+                    static_cast<int>(std::lround(height() * density()))},
+                   density());
     m_pins.setReach(7 * density());
     viewChanged();
 }

@@ -10,7 +10,7 @@ namespace {
 
 constexpr double kFitMarginPx = 12;
 constexpr double kLabelMarginPx = 24;  ///< above and below, where pins' labels stand
-constexpr double kPinsMarginPx = 40;  ///< that leaves room for the pins' labels
+constexpr double kPinsMarginPx = 40;   ///< that leaves room for the pins' labels
 constexpr double kRevealMarginPx = 40;
 constexpr double kNotch = 1.25;
 constexpr std::array<double, 21> kZooms = {1. / 32, 1. / 16, 1. / 8, 1. / 6, 1. / 4, 1. / 3, 1. / 2,
@@ -23,7 +23,8 @@ double kept(double zoom) { return std::clamp(zoom, kSmallestZoom, kLargestZoom);
 
 }  // namespace
 
-void ViewMap::setPanel(PixelSize panel) {
+void ViewMap::setPanel(PixelSize panel, double density) {
+    m_density = density;
     m_panel = {std::max(1, panel.width), std::max(1, panel.height)};
     if (m_isFit) fit();
 }
@@ -44,8 +45,8 @@ PanelPoint ViewMap::toPanel(PanelPoint picture) const {
 void ViewMap::setPan(double x, double y) { m_pan = {std::round(x), std::round(y)}; }
 
 void ViewMap::fit() {
-    double const x = (m_panel.width - 2 * kFitMarginPx) / m_picture.width;
-    double const y = (m_panel.height - 2 * kLabelMarginPx) / m_picture.height;
+    double const x = (m_panel.width - 2 * kFitMarginPx * m_density) / m_picture.width;
+    double const y = (m_panel.height - 2 * kLabelMarginPx * m_density) / m_picture.height;
     m_zoom = kept(std::min(x, y));
     setPan((m_panel.width - m_picture.width * m_zoom) / 2,
            (m_panel.height - m_picture.height * m_zoom) / 2);
@@ -60,8 +61,8 @@ void ViewMap::fitWith(std::vector<PanelPoint> const& points) {
         top = std::min(top, point.y);
         bottom = std::max(bottom, point.y);
     }
-    double const x = (m_panel.width - 2 * kPinsMarginPx) / (right - left);
-    double const y = (m_panel.height - 2 * kPinsMarginPx) / (bottom - top);
+    double const x = (m_panel.width - 2 * kPinsMarginPx * m_density) / (right - left);
+    double const y = (m_panel.height - 2 * kPinsMarginPx * m_density) / (bottom - top);
     m_zoom = kept(std::min(x, y));
     setPan((m_panel.width - (left + right) * m_zoom) / 2,
            (m_panel.height - (top + bottom) * m_zoom) / 2);

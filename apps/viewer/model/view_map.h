@@ -22,8 +22,8 @@ inline constexpr double kGridZoom = 8;
 
 class ViewMap {
 public:
-    /// A view that fits goes on fitting.
-    void setPanel(PixelSize panel);
+    /// A view that fits goes on fitting. `density`: pixels of the panel to one of its margins.
+    void setPanel(PixelSize panel, double density = 1);
     void setPicture(PixelSize picture);
     PixelSize panel() const { return m_panel; }
     PixelSize picture() const { return m_picture; }
@@ -63,6 +63,7 @@ private:
     void setPan(double x, double y);
 
     PixelSize m_panel{1, 1}, m_picture{1, 1};
+    double m_density = 1;
     double m_zoom = 1;
     PanelPoint m_pan;
     bool m_isFit = true;
