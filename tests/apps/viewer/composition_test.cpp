@@ -112,8 +112,7 @@ TEST_F(CompositionTest, PinsAreShownWithoutAPicture) {
     EXPECT_NEAR(valueOf(kToPins).x, before.x + 20 * density(), 1e-4);
     // Who doesn't see them hears of them.
     QString const place = QString("upper left To Pin at %1, ").arg(valueOf(kToPins).x, 0, 'f', 2);
-    EXPECT_TRUE(canvas().accessibleDescription().startsWith(place))
-        << canvas().accessibleDescription().toStdString();
+    EXPECT_TRUE(canvas().accessibleDescription().startsWith(place));
     key(Qt::Key_Escape);
     EXPECT_TRUE(canvas().accessibleDescription().startsWith("No pin"));
 }
@@ -156,7 +155,7 @@ TEST_F(CompositionTest, AnInvertedScenesFrameIsNotWiped) {
     choose("Frame");
     choose("Wipe");
     EXPECT_FALSE(canvas().look().hasWipe);
-    EXPECT_TRUE(told.startsWith("Wipe")) << told.toStdString();
+    EXPECT_TRUE(told.startsWith("Wipe"));
 }
 
 TEST_F(CompositionTest, TheReadoutHasTheFilesValuesAndBothPlaces) {
