@@ -144,7 +144,8 @@ Job readJob(fs::path const& folder) {
     Job job;
     job.folder = absolutePath(folder);
     if (!job.folder.has_filename()) job.folder = job.folder.parent_path();
-    if (!fs::exists(job.file()))
+    std::error_code fault;  // told when it is read
+    if (!fs::exists(job.file(), fault) && !fault)
         throw UserError(ExitCode::kInput, folder.string() +
                                               ": is no job: give a folder *.zelk-job, as "
                                               "`zelk submit` makes it beside the output");
@@ -156,6 +157,7 @@ Job readJob(fs::path const& folder) {
                             {job.file().string(), "is a job of another version:",
                              json.at("version").dump(), fmt::format("{}", kVersion)});
         read(json, job);
+        parseFrameRange(job.file().string() + ": frames", job.frames);
     } catch (Json::exception const& error) {
         throw UserError(ExitCode::kInput, job.file().string() + ": is no whole record of a job: " +
                                               shortened(oneLine(error.what())));
