@@ -87,6 +87,14 @@ void read(Json const& json, Job& job) {
     for (Json const& each : json.at("submissions")) job.submissions.push_back(submissionOf(each));
 }
 
+void requireFrameList(Job const& job) {
+    try {
+        parseFrameRange(job.file().string() + ": frames", job.frames);
+    } catch (UserError const& error) {
+        throw UserError(ExitCode::kInput, error.what());
+    }
+}
+
 UserError noTask(Job const& job, int submission, int task) {
     return {ExitCode::kInput,
             {job.tasks(submission).string(), "has no task", std::to_string(task),
@@ -157,7 +165,7 @@ Job readJob(fs::path const& folder) {
                             {job.file().string(), "is a job of another version:",
                              json.at("version").dump(), fmt::format("{}", kVersion)});
         read(json, job);
-        parseFrameRange(job.file().string() + ": frames", job.frames);
+        requireFrameList(job);
     } catch (Json::exception const& error) {
         throw UserError(ExitCode::kInput, job.file().string() + ": is no whole record of a job: " +
                                               shortened(oneLine(error.what())));

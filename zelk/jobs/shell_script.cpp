@@ -24,13 +24,22 @@ if ! [ "$at_a_time" -ge 1 ] 2>/dev/null; then
 fi
 cd "$job" || exit
 busy=
+# Whether one of the group lives. One that has ended is in it until somebody reaps it.
+lives() {
+    for stat in /proc/[0-9]*/stat; do
+        read -r line 2>/dev/null <"$stat" || continue
+        set -- ${line##*) }
+        [ "$1" = Z ] || [ "$3" != "$group" ] || return 0
+    done
+    return 1
+}
 end() {
     trap '' HUP INT QUIT TERM
     group=${busy:+$!}
     if [ -n "$group" ]; then
         # A process becomes a group just after its start. One signal: a second one cuts off frames.
         until kill -s TERM -- "-$group" || ! kill -s 0 "$group"; do sleep 0.05; done 2>/dev/null
-        while kill -s 0 -- "-$group"; do sleep 0.05; done 2>/dev/null
+        while lives; do sleep 0.1; done
     fi
     exit "$1"
 }
