@@ -22,8 +22,8 @@ namespace {
 
 /// Of `zelk submit` alone, each with a value. Others are those of `zelk render`.
 constexpr std::string_view kOwnOptions[] = {
-    "--engine", "--engine-option", "--job",   "--chunk", "--task-time",     "--frame-time",
-    "--memory", "--retries",       "--movie", "--codec", "--quality-level", "--in-flight"};
+    "--engine", "--engine-option", "--job",   "--chunk", "--task-time",    "--frame-time",
+    "--memory", "--retries",       "--movie", "--codec", "--quality-level"};
 
 /// An option of a render that takes no value.
 bool isFlag(std::string_view word) {
@@ -34,6 +34,15 @@ bool isFlag(std::string_view word) {
     return std::any_of(edits.begin(), edits.end(), [word](SceneEdit const& edit) {
         return std::string_view(edit.value) == "on|off" && word == "--" + std::string(edit.name);
     });
+}
+
+/// Whether the word after this option is its value, whatever it looks like. A value that may be
+/// left out doesn't look like a file or an option.
+bool awaitsValue(std::string_view option) {
+    bool const isShort = option[1] != '-';
+    bool const hasValue = isShort ? option.size() > 2 : option.find('=') != option.npos;
+    bool const mayLack = option == "--skip-existing" || option == "--motion-blur";
+    return !hasValue && !mayLack && !isFlag(option);
 }
 
 bool isProjectName(std::string const& name) { return lowered(name).ends_with(".json"); }
@@ -57,21 +66,26 @@ std::string renderHistory(std::vector<char const*> const& words,
                           std::optional<std::string> const& file) {
     std::vector<char const*> render = {"render"};
     bool const isProject = file && isProjectName(*file);
-    bool isFileNamed = false, isValue = false;
+    bool isFileNamed = false, isOver = false;  // of the options
     for (std::size_t i = 0; i < words.size(); ++i) {
         std::string_view const word = words[i];
-        std::string_view const name = word.substr(0, word.find('='));
-        bool const isOwn = std::find(std::begin(kOwnOptions), std::end(kOwnOptions), name) !=
-                           std::end(kOwnOptions);
-        if (isOwn && name == word) ++i;
-        if (isOwn || (i == 0 && word == "submit")) continue;
-        bool const isFile = isProject && !isFileNamed && !isValue && word == *file;
+        if (i == 0 && word == "submit") continue;
+        bool const isOption = !isOver && word.size() > 1 && word.starts_with("-");
+        isOver = isOver || word == "--";
+        if (isOption && isOver) {
+            if (!isProject) render.push_back(words[i]);  // --project is an option
+            continue;
+        }
+        bool const isFile = isProject && !isFileNamed && !isOption && word == *file;
         if (isFile) render.push_back("--project");
         isFileNamed = isFileNamed || isFile;
-        isValue = word.starts_with("-") && name == word && !isFlag(word);
-        // A value that may be left out is none where it is the file.
-        isValue = isValue && word != "--skip-existing" && word != "--motion-blur";
-        render.push_back(words[i]);
+        bool const hasNext = isOption && i + 1 < words.size() && awaitsValue(word);
+        bool const isOwn =
+            isOption && std::find(std::begin(kOwnOptions), std::end(kOwnOptions),
+                                  word.substr(0, word.find('='))) != std::end(kOwnOptions);
+        if (!isOwn) render.push_back(words[i]);
+        if (!isOwn && hasNext) render.push_back(words[i + 1]);
+        i += hasNext ? 1 : 0;
     }
     return historyOf(render);
 }

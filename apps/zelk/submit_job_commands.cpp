@@ -3,6 +3,7 @@
 
 #include "apps/zelk/submit_command.h"
 #include "zelk/files/standard_output.h"
+#include "zelk/jobs/job_lock.h"
 #include "zelk/jobs/job_state.h"
 #include "zelk/jobs/output_jobs.h"
 #include "zelk/jobs/runners.h"
@@ -121,10 +122,12 @@ void SubmitBeginCommand::addOptions(CLI::App& app) {
 }
 
 ExitCode SubmitBeginCommand::run(Invocation const&) {
-    Job const job = readJob(m_folder.path());
+    Job job = readJob(m_folder.path());
     TaskCaller const caller = m_options.caller();
     int const submission = m_options.submission();
     if (!caller.script) throw missing("--script", "the id of a process that runs");
+    JobLock const lock(job);  // of two scripts of one output the second one finds the first
+    job = readJob(job.folder);
     requireWanted(job, submission, caller);
     requireOutputFree(job);
     noteScript(job, submission, *caller.script);

@@ -87,6 +87,14 @@ void read(Json const& json, Job& job) {
     for (Json const& each : json.at("submissions")) job.submissions.push_back(submissionOf(each));
 }
 
+void requireFrameList(Job const& job) {
+    try {
+        parseFrameRange(job.file().string() + ": frames", job.frames);
+    } catch (UserError const& error) {
+        throw UserError(ExitCode::kInput, error.what());
+    }
+}
+
 UserError noTask(Job const& job, int submission, int task) {
     return {ExitCode::kInput,
             {job.tasks(submission).string(), "has no task", std::to_string(task),
@@ -144,7 +152,8 @@ Job readJob(fs::path const& folder) {
     Job job;
     job.folder = absolutePath(folder);
     if (!job.folder.has_filename()) job.folder = job.folder.parent_path();
-    if (!fs::exists(job.file()))
+    std::error_code fault;  // told when it is read
+    if (!fs::exists(job.file(), fault) && !fault)
         throw UserError(ExitCode::kInput, folder.string() +
                                               ": is no job: give a folder *.zelk-job, as "
                                               "`zelk submit` makes it beside the output");
@@ -156,6 +165,7 @@ Job readJob(fs::path const& folder) {
                             {job.file().string(), "is a job of another version:",
                              json.at("version").dump(), fmt::format("{}", kVersion)});
         read(json, job);
+        requireFrameList(job);
     } catch (Json::exception const& error) {
         throw UserError(ExitCode::kInput, job.file().string() + ": is no whole record of a job: " +
                                               shortened(oneLine(error.what())));

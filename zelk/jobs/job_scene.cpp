@@ -47,7 +47,8 @@ void anchor(Scene& scene) {
     if (!scene.color.config && !scene.color.isRaw && config && *config)
         scene.color.config = ScenePath{config, {}};
     // A configuration that comes with the library, "ocio://...", is no file.
-    if (scene.color.config && fs::exists(scene.color.config->path()))
+    std::error_code none;
+    if (scene.color.config && fs::exists(scene.color.config->path(), none))
         makeAbsolute(*scene.color.config);
 }
 
@@ -108,6 +109,7 @@ FrozenScene frozenScene(Scene const& asked, RunOptions const& run) {
         for (auto const& [frame, file] : frozen.kept) has.insert(frame);
         std::erase_if(frames, [&](int frame) { return !has.contains(frame); });
         checkOutputsAreNoInputs(stages.scene(), run, stages.files(), frames);
+        frozen.size = stages.outputSize();
         frozen.scene = stages.settledScene();
         frozen.scene.comp = comp;
         frozen.scene.hasComp = frozen.scene.ownStart = frozen.scene.ownDuration = true;
@@ -134,8 +136,7 @@ std::optional<fs::path> soundOf(Scene const& frozen) {
     return std::nullopt;
 }
 
-Scene movieSceneOf(Job const& job) {
-    Scene const frozen = readScene(job.scene());
+Scene movieSceneOf(Job const& job, Scene const& frozen) {
     Scene scene;
     scene.editPrefix = "--";
     auto const edit = [&](char const* name, std::string const& text) {
@@ -150,7 +151,9 @@ Scene movieSceneOf(Job const& job) {
     if (job.movie->quality) edit("quality-level", fmt::format("{}", *job.movie->quality));
     // A movie's frames have the numbers that they had for the job's.
     scene.movieStart = frozen.movieStart;
-    if (job.movie->sound) edit("sound", job.movie->sound->string());
+    if (job.movie->sound)
+        sceneEdit("sound").apply(scene, job.file().string() + ": movie.sound",
+                                 job.movie->sound->string());
     if (frozen.color.isRaw) edit("color", "raw");
     if (frozen.color.output) edit("layer-color", *frozen.color.output);
     if (frozen.color.config) edit("ocio", frozen.color.config->path().string());

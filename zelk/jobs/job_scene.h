@@ -22,6 +22,7 @@ struct FrozenScene {
     std::vector<int> frames;          ///< that are asked for and have their inputs, in their order
     std::vector<int> todo;            ///< those of them to be rendered
     std::map<int, WrittenFile> kept;  ///< those that run.skipExisting leaves out
+    PixelSize size;                   ///< of each of them
 };
 
 /// `scene` settled for its frames, with absolute paths and, where it names none, the OpenColorIO
@@ -35,7 +36,7 @@ Scene sceneOf(Job const& job, std::vector<int> const& frames);
 /// The movie whose sound the frames' movie has: the plate, else the layer, where that has one.
 std::optional<std::filesystem::path> soundOf(Scene const& frozen);
 
-/// The scene that makes the job's frames to its movie, changing no pixel.
-Scene movieSceneOf(Job const& job);
+/// The scene that makes the job's frames, those of `frozen`, to its movie, changing no pixel.
+Scene movieSceneOf(Job const& job, Scene const& frozen);
 
 }  // namespace zelk

@@ -1,12 +1,19 @@
 // See output_jobs.h.
 #include "zelk/jobs/output_jobs.h"
 
+#include <fmt/format.h>
+
+#include <algorithm>
 #include <optional>
 
 #include "zelk/files/absolute_path.h"
 #include "zelk/files/frame_names.h"
+#include "zelk/files/output_place.h"
+#include "zelk/jobs/job_logs.h"
 #include "zelk/jobs/job_state.h"
+#include "zelk/jobs/runners.h"
 #include "zelk/text/errors.h"
+#include "zelk/text/shell_words.h"
 
 namespace zelk {
 
@@ -40,9 +47,44 @@ std::optional<Job> jobIn(fs::path const& folder) {
                                            "cancel` ends it");
 }
 
+/// By its own record and logs: all that was handed over is cancelled or came to its end.
+bool isOver(Job const& job) {
+    JobLogs const logs = logsOf(job);
+    auto const hasEnded = [&](int submission, int task) {
+        TaskName const name{submission, task};
+        return logs.ended.contains(name) && !logs.failures.contains(name);  // it may be tried again
+    };
+    for (Submission const& submission : job.submissions) {
+        if (submission.isOver) continue;
+        for (int task = job.movie ? 0 : 1; task <= submission.tasks; ++task)
+            if (!hasEnded(submission.number, task)) return false;
+    }
+    return true;
+}
+
+/// Where its engine can't be asked, a job that is over has nothing at work but what runs here.
+bool isAtWork(Job const& job) {
+    try {
+        return stateOf(job).isLive();
+    } catch (UserError const& error) {
+        auto const running = runnersOf(job);
+        if (isOver(job))
+            return std::any_of(running.begin(), running.end(),
+                               [](Running const& each) { return each.isHere; });
+        throw UserError(error.code(),
+                        fmt::format("{}: may be at work on {}: {}; `zelk submit cancel {}` ends it",
+                                    job.folder.string(), job.output.string(), error.what(),
+                                    shellWord(job.folder.string())));
+    }
+}
+
 void requireReplaceable(Job const& job) {
-    if (!fs::exists(job.folder)) return;
-    if (!fs::exists(job.file()))
+    std::error_code fault;
+    bool const isThere = fs::exists(job.folder, fault);
+    bool const isJob = isThere && fs::exists(job.file(), fault);
+    if (fault) throwUnwritable(job.folder, fault.value());
+    if (!isThere) return;
+    if (!isJob)
         throw UserError(ExitCode::kOutput, job.folder.string() +
                                                ": is there already and is no job: remove it, or "
                                                "give another name by --job");
@@ -52,7 +94,7 @@ void requireReplaceable(Job const& job) {
                                                earlier.output.string() + ", not of " +
                                                job.output.string() +
                                                ": remove it, or give another name by --job");
-    if (stateOf(earlier).isLive()) throwAtWork(job.folder, job.output);
+    if (isAtWork(earlier)) throwAtWork(job.folder, job.output);
 }
 
 }  // namespace
@@ -70,7 +112,7 @@ void requireOutputFree(Job const& job) {
         fs::path const& folder = entry->path();
         if (folder.extension() != kJobEnding || canonicalPath(folder) == own) continue;
         auto const other = jobIn(folder);
-        if (other && writeOneFile(other->output, job.output) && stateOf(*other).isLive())
+        if (other && writeOneFile(other->output, job.output) && isAtWork(*other))
             throwAtWork(folder, job.output);
     }
 }

@@ -2,8 +2,10 @@
 #include "zelk/jobs/submission.h"
 
 #include <fmt/format.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
 #include <nlohmann/json.hpp>
 #include <set>
@@ -93,6 +95,7 @@ bool isText(std::string const& text) {
 void requireText(Job const& job) {
     std::string const movie = job.movie ? job.movie->file.string() : "";
     for (auto const& [thing, text] : {std::pair("the job's folder", job.folder.string()),
+                                      {"the program", job.program.string()},
                                       {"--output", job.output.string()},
                                       {"--movie", movie},
                                       {"--engine-option", shellLine(job.engineOptions)},
@@ -124,6 +127,25 @@ void requireMovie(JobMovie const& movie) {
         throw UserError(ExitCode::kUsage, {"--movie", "no movie's name", movie.file.string(),
                                            "one that ends in .mov, .mp4 or .mkv"});
     checkPlace(movie.file, false);
+}
+
+/// The same of its codec, its quality and its frames.
+void requireMovie(Job const& job, FrozenScene const& frozen) {
+    checkScene(movieSceneOf(job, frozen.scene));
+    MovieRequest ask;
+    ask.target = job.movie->file;
+    ask.size = frozen.size;
+    ask.codec = job.movie->codec;
+    ask.quality = job.movie->quality;
+    requireMovieSize(ask);
+}
+
+/// The folder is made beside its place, where its lock is too.
+void requirePlace(fs::path const& folder) {
+    fs::path const beside = folder.parent_path();
+    std::error_code fault;
+    if (!fs::is_directory(beside, fault)) throw unwritable(folder, "no folder " + beside.string());
+    if (::access(beside.c_str(), W_OK | X_OK) != 0) throwUnwritable(folder, errno);
 }
 
 /// The movie would be made when its inputs are read already.
@@ -267,14 +289,16 @@ Submitted submitJob(SubmitRequest const& request) {
     run.dryRun = request.dryRun;
     FrozenScene const frozen = frozenScene(request.scene, run);
     requireText(frozen.scene);
+    for (MadeEdit const& edit : editsBesidesFile(request.scene)) job.edits[edit.name] = edit.text;
+    job.frames = frameRangeText(frozen.frames);
     if (job.movie) {
         requireMovieIsNoInput(*job.movie, frozen);
         job.movie->sound = soundOf(frozen.scene);
+        requireMovie(job, frozen);
     }
     if (!frozen.todo.empty())
         checkTarget(SceneFiles(frozen.scene).output.pathOf(frozen.todo.front()), false);
-    for (MadeEdit const& edit : editsBesidesFile(request.scene)) job.edits[edit.name] = edit.text;
-    job.frames = frameRangeText(frozen.frames);
+    requirePlace(job.folder);
     job.memoryMb = request.memoryMb.value_or(0);
     bool const needsTime = !request.framesPerTask && !request.frameSeconds;
     bool const needsMemory = !request.memoryMb && asksMemory(job);
@@ -285,7 +309,11 @@ Submitted submitJob(SubmitRequest const& request) {
             request.framesPerTask.value_or(framesPerTask(seconds, request.taskSeconds, frames));
     };
     settleTasks(request.frameSeconds.value_or(0), frozen.todo.size());
-    if (request.dryRun) return {ExitCode::kDone, planOf(job, frozen.todo.size(), isTimed)};
+    std::string const allWritten = job.folder.string() + ": all frames are written\n";
+    if (request.dryRun)
+        return {ExitCode::kDone, frozen.todo.empty() && !job.movie
+                                     ? allWritten
+                                     : planOf(job, frozen.todo.size(), isTimed)};
 
     JobLock const lock(job);
     requireFree(job);  // still
@@ -314,8 +342,7 @@ Submitted submitJob(SubmitRequest const& request) {
         isTimed ? fmt::format("{} timed, {:.3g} s a frame\n",
                               framesCounted(frozen.todo.size() - todo.size()), job.secondsPerFrame)
                 : "";
-    if (todo.empty() && !job.movie)
-        return {ExitCode::kDone, facts + job.folder.string() + ": all frames are written\n"};
+    if (todo.empty() && !job.movie) return {ExitCode::kDone, facts + allWritten};
     return {ExitCode::kDone, facts + handOver(job, todo, {})};
 }
 

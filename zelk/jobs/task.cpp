@@ -10,6 +10,7 @@
 #include "zelk/jobs/job_scene.h"
 #include "zelk/jobs/runners.h"
 #include "zelk/scene/check.h"
+#include "zelk/scene/file.h"
 #include "zelk/sequence/progress.h"
 #include "zelk/sequence/render_frames.h"
 
@@ -92,7 +93,7 @@ ExitCode gatherMovie(Job const& job, int submission, TaskCaller const& caller) {
     RunOptions const run = runOf(job, name);
     try {
         requireFrames(job);
-        Scene const scene = movieSceneOf(job);
+        Scene const scene = movieSceneOf(job, readScene(job.scene()));
         checkScene(scene);
         requireWanted(readJob(job.folder), submission, caller);
         return renderFrames(scene, run);

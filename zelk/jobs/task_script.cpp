@@ -16,6 +16,9 @@ namespace {
 
 // Codes that are tried again: 4, a full disk, and 128 + a signal; but not 130 and 143, by which
 // users and engines end a task.
+//
+// A signal is noted and not passed on: engines and terminals send it to the child too, and a second
+// one would cut off the frame that it finishes. The script waits for the child and ends as it does.
 constexpr char const* kBody = R"sh(
 name=$2-$3 id=$1
 case $3 in
@@ -23,14 +26,16 @@ movie) name=$2-0; set -- movie "$job" "$2" ;;
 *) set -- task "$job" "$2" "$3" ;;
 esac
 trap 'rm -f "$job/running/$name."*"-$$-"*' EXIT
-trap 'exit 129' HUP
-trap 'exit 130' INT
-trap 'exit 143' TERM
+told=
+trap 'told=129' HUP
+trap 'told=130' INT
+trap 'told=143' TERM
 
 tries=0
-while :; do
+while [ -z "$told" ]; do
     "$program" submit "$@" --job-id "$id" --script $$ && exit 0
     code=$?
+    [ -z "$told" ] || exit $code
     case $code in
     4 | 129 | 13[1-9] | 14[0-2] | 14[4-9] | 15[0-9]) ;;
     *) exit $code ;;
@@ -48,6 +53,7 @@ constexpr char const* kRequeue = R"sh(    [ "${SLURM_RESTART_COUNT:-0}" -lt $ret
 
 constexpr char const* kEnd = R"sh(    sleep 2
 done
+exit $told
 )sh";
 
 // An element of an array is a task from an offset on.

@@ -30,6 +30,7 @@ struct MovieCodec {
     double mostFactor;             ///< quality is a rate factor up to this; 0 for none
     double usual;                  ///< quality, where it has any
     std::vector<std::string> further;  ///< arguments
+    int leastWidth = 1, leastHeight = 1;
 
     bool isLossy() const { return mostFactor > 0 || kinds.size() > 1; }
     double mostQuality() const { return mostFactor > 0 ? mostFactor : double(kinds.size() - 1); }

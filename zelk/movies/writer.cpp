@@ -26,18 +26,33 @@ namespace fs = std::filesystem;
 constexpr char const* kToVideo =
     "format=gbrap16le,zscale=matrixin=gbr:rangein=full:matrix=709:range=limited";
 
+CodecKind const& kindOf(MovieCodec const& codec, MovieRequest const& ask) {
+    double const quality = ask.quality.value_or(codec.usual);
+    return codec.kinds[codec.mostFactor > 0 ? 0 : static_cast<std::size_t>(quality)];
+}
+
+/// Sides are made even where chroma has half of them.
+PixelSize codedSize(MovieRequest const& ask) {
+    std::string_view const pixels = kindOf(codecOf(ask.target, ask.codec), ask).pixels;
+    bool const halvesBoth = pixels.find("420") != pixels.npos;
+    bool const halvesWidth = halvesBoth || pixels.find("422") != pixels.npos;
+    PixelSize size = ask.size;
+    if (halvesWidth) size.width += size.width % 2;
+    if (halvesBoth) size.height += size.height % 2;
+    return size;
+}
+
 /// Of the program: pixels to what the codec stores, and the codec with its quality.
 std::vector<std::string> coderWords(MovieRequest const& ask) {
     MovieCodec const& codec = codecOf(ask.target, ask.codec);
     double const quality = ask.quality.value_or(codec.usual);
     bool const hasFactor = codec.mostFactor > 0;
-    CodecKind const& kind = codec.kinds[hasFactor ? 0 : static_cast<std::size_t>(quality)];
+    CodecKind const& kind = kindOf(codec, ask);
+    PixelSize const coded = codedSize(ask);
     std::vector<std::string> words;
-    // Sides are made even, as 4:2:0 needs them.
-    bool const needsEven = std::string_view(kind.pixels).find("420") != std::string_view::npos;
-    if (!codec.isRgb)
-        words = {"-vf",
-                 (needsEven ? "pad=ceil(iw/2)*2:ceil(ih/2)*2," : "") + std::string(kToVideo)};
+    std::string const pad =
+        coded == ask.size ? "" : fmt::format("pad={}:{},", coded.width, coded.height);
+    if (!codec.isRgb) words = {"-vf", pad + kToVideo};
     words.insert(words.end(), {"-c:v", std::string(codec.coder)});
     if (kind.profile[0]) words.insert(words.end(), {"-profile:v", kind.profile});
     if (hasFactor) words.insert(words.end(), {"-crf", fmt::format("{}", quality)});
@@ -121,7 +136,19 @@ void requireMovieProgram(fs::path const& target) {
     if (!isProgramThere("ffmpeg")) throw noProgram(target);
 }
 
+void requireMovieSize(MovieRequest const& ask) {
+    MovieCodec const& codec = codecOf(ask.target, ask.codec);
+    PixelSize const size = codedSize(ask);
+    if (size.width < codec.leastWidth || size.height < codec.leastHeight)
+        throw UserError(
+            ExitCode::kUsage,
+            {ask.target.string(), fmt::format("frames are too small for {}:", codec.name),
+             fmt::format("{}x{}", ask.size.width, ask.size.height),
+             fmt::format("{}x{} or more, or another codec", codec.leastWidth, codec.leastHeight)});
+}
+
 void checkMovie(MovieRequest const& ask) {
+    requireMovieSize(ask);
     requireMovieProgram(ask.target);
     ChildProgram program(programWords(ask, ""), ChildProgram::Pipe::kToInput);
     std::vector<std::uint16_t> const row(static_cast<std::size_t>(ask.size.width) * 4);
@@ -139,6 +166,7 @@ MovieWriter::MovieWriter(MovieRequest const& ask)
       m_height(ask.size.height),
       m_keepsAlpha(codecOf(ask.target, ask.codec).keepsAlpha),
       m_row(static_cast<std::size_t>(m_width) * 4) {
+    requireMovieSize(ask);
     try {
         m_program.emplace(programWords(ask, m_file.path()), ChildProgram::Pipe::kToInput);
     } catch (std::system_error const&) {

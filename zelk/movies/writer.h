@@ -47,6 +47,9 @@ struct MovieRequest {
     CurveSpace color = {};  ///< what the frames are in, which the file tells
 };
 
+/// Throws a usage error for frames that are too small for the codec.
+void requireMovieSize(MovieRequest const& ask);
+
 /// What such a movie would be refused for: the program codes one black frame into nothing.
 void checkMovie(MovieRequest const& ask);
 

@@ -36,7 +36,12 @@ double momentOf(MovieFacts const& facts, double rate, std::int64_t picture) {
 
 void checkSound(Scene const& scene, SceneFiles const& files) {
     if (!files.sound) return;
-    if (!std::filesystem::exists(files.sound->name()))
+    std::error_code fault;
+    bool const isThere = std::filesystem::exists(files.sound->name(), fault);
+    if (fault)
+        throw UserError(ExitCode::kInput,
+                        files.sound->name() + ": cannot be read: " + fault.message());
+    if (!isThere)
         throw refusalOf(scene, SceneField::kSound, "is not there:", files.sound->name(),
                         "a movie with sound");
     bool const isMovie = files.sound->movieFacts();

@@ -152,7 +152,8 @@ TEST(TaskScript, TriesAgainWhatMayPass) {
     job.program = folder.at("program");
     fs::create_directory(job.folder);
     writeScript(job.program,
-                "#!/bin/sh\necho \"${*% *} S\" >>calls\nread code <codes; sed -i 1d codes\n"
+                "#!/bin/sh\necho \"${*% *} S\" >>calls\nread code told <codes; sed -i 1d codes\n"
+                "[ -z \"$told\" ] || kill -s $told $PPID\n"
                 "[ $code != 137 ] || kill -9 $$\nexit $code\n");
     writeScript(folder.at("sleep"), "#!/bin/sh\n");
     writeScript(job.script(), taskScript(job));
@@ -161,7 +162,8 @@ TEST(TaskScript, TriesAgainWhatMayPass) {
     using Ends = std::tuple<std::string, int, std::size_t>;  // codes in turn, the last, calls
     for (auto const& [codes, answer, calls] :
          {Ends{"0", 0, 1}, Ends{"3", 3, 1}, Ends{"130", 130, 1}, Ends{"5", 5, 1},
-          Ends{"4\n0", 0, 2}, Ends{"137\n4\n0", 0, 3}, Ends{"137\n137\n137", 137, 3}}) {
+          Ends{"4\n0", 0, 2}, Ends{"137\n4\n0", 0, 3}, Ends{"137\n137\n137", 137, 3},
+          Ends{"0 TERM", 0, 1}, Ends{"4 TERM", 4, 1}}) {
         folder.put("codes", codes + "\n");
         folder.put("calls", "");
         EXPECT_EQ(WEXITSTATUS(std::system(command.c_str())), answer) << codes;

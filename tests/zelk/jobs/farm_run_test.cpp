@@ -159,6 +159,24 @@ TEST_F(Farm, ScriptsRunAllTasksAndANewSubmissionRendersAnew) {
     EXPECT_TRUE(status()["whole"]);
 }
 
+TEST_F(Farm, FramesNameOneRenderForAllFormsOfOptions) {
+    Words const shell = {"submit", "--engine", "shell", "--chunk", "12"};
+    for (auto const& [more, expected] : std::vector<std::pair<Words, std::string>>{
+             {{"-oout/o.%d.png", "shot.zelk.json"}, "-oout/o.%d.png --project shot.zelk.json"},
+             {{"--first-frame", "-3", "shot.zelk.json"},
+              "--first-frame -3 --project shot.zelk.json"},
+             {{"--in-flight", "2", "--", "shot.zelk.json"},
+              "--in-flight 2 --project shot.zelk.json"},
+             {{"-o", "o.%d.png", "--size=9x9", "--frames=1", "--movie", "m.mkv", "--", "in.png"},
+              "-o o.%d.png --size=9x9 --frames=1 -- in.png"}}) {
+        done(joined(shell, more));
+        std::string const job = has(expected, "in.png") ? "o.zelk-job" : "out/o.zelk-job";
+        std::string command = Json::parse(bytesOf(job + "/job.json"))["command"];
+        std::erase(command, '\'');  // what a shell needs
+        EXPECT_EQ(command, "zelk render " + expected);
+    }
+}
+
 /// Other work on the same output, and what a script or an engine still has of what was cancelled.
 TEST_F(Farm, TasksOfWhatIsOverAreRefused) {
     auto const shell = words({"--engine", "shell", "--chunk", "6"});
@@ -231,6 +249,11 @@ TEST_F(Farm, RefusalsAreOneLineAndLeaveNothing) {
     expectRefusal(words({"--engine", "shell", "--codec", "h264"}), 2, {"--codec", "--movie"});
     expectRefusal(words({"--engine", "shell", "--movie", "m.png"}), 2,
                   {"--movie", "m.png", ".mov"});
+    expectRefusal(words({"--engine", "shell", "--movie", "m.mov", "--codec", "ffv1"}), 2,
+                  {"--codec", "ffv1", "prores4444"});
+    expectRefusal(words({"--engine", "shell", "--movie", "m.mov", "--codec", "dnxhr"}), 2,
+                  {"m.mov", "48x36", "256x120"});
+    expectRefusal(words({"--engine", "shell", "--job", "no/x", "--dry-run"}), 4, {"no folder"});
     expectRefusal(words({"--engine", "shell", "--engine-option", "-x"}), 2, {"sbatch", "slurm"});
     expectRefusal(words({"--engine", "shell", "--job", "\xff.zelk-job"}), 2, {"UTF-8"});
     fs::create_hard_link(at("in.png"), at("in.mov"));
@@ -248,6 +271,12 @@ TEST_F(Farm, RefusalsAreOneLineAndLeaveNothing) {
     expectRefusal(slurm, 1, {"sbatch", "Invalid account", "submit resume"});
     fs::remove(at("refuse"));
     done({"submit", "resume", "out/o.zelk-job"});
+    // A job whose engine can't be asked blocks its output until it is known to be over.
+    auto const other = words({"--engine", "shell", "--job", "other"});
+    putProgram("squeue", "echo 'no cluster' >&2; exit 1\n");
+    expectRefusal(other, 1, {"out/o.zelk-job", "no cluster", "submit cancel"});
+    done({"submit", "cancel", "out/o.zelk-job"});
+    done(other);
 }
 
 }  // namespace
