@@ -9,9 +9,6 @@
 #include <cmath>
 
 #include "apps/viewer/composition_canvas.h"
-#include "apps/viewer/model/pin_names.h"
-#include "apps/viewer/model/readout.h"
-#include "apps/viewer/pin_field.h"
 #include "zelk/text/errors.h"
 
 namespace zelk {
@@ -74,6 +71,7 @@ void CompositionCanvas::act(std::function<void()> const& run) {
         m_pins.cancel();
         if (onFailure) onFailure(error.what());
     }
+    describePins();
     update();
 }
 
@@ -166,19 +164,6 @@ void CompositionCanvas::updateCursor(PanelPoint at) {
     }
 }
 
-/// "frame 12.5, 40.0   layer 3.1, 8.4   R 255 ..."
-void CompositionCanvas::tellReadout() {
-    if (!onReadout) return;
-    PanelPoint const at = m_map.toPicture(m_lastMouse);
-    bool const isInside =
-        at.x >= 0 && at.y >= 0 && at.x < m_map.picture().width && at.y < m_map.picture().height;
-    if (!m_isHovered || !m_document.isOpen() || !isInside) return onReadout({});
-    std::string text = placesText(m_document, m_look.shows, at);
-    if (isCurrent(m_values) && m_values->view.shows == m_look.shows)
-        text += valuesText(*m_values, placeOf(*m_values, m_map.picture(), m_document), at);
-    onReadout(QString::fromStdString(text));
-}
-
 // --- Keys
 
 bool CompositionCanvas::event(QEvent* event) {
@@ -249,39 +234,6 @@ void CompositionCanvas::nudge(double dx, double dy) {
 void CompositionCanvas::selectAllPins() {
     m_pins.selectAll();
     viewChanged();
-}
-
-void CompositionCanvas::typePosition() {
-    if (!m_pins.selection().empty()) openField(*m_pins.selection().begin());
-}
-
-void CompositionCanvas::openField(int parameter) {
-    auto const pin = m_pins.handleOf(parameter);
-    if (!pin) return;
-    m_pins.select({parameter});
-    m_field =
-        std::make_unique<PinField>(QString::fromStdString(pinName(parameter)), pin->value, this);
-    m_field->onValue = [this, parameter](PanelPoint value) {
-        act([&] { m_pins.moveTo(parameter, value); });
-    };
-    m_field->onEnd = [this] { closeField(); };
-    double const x = pin->at.x / density() + 14, y = pin->at.y / density() + 10;
-    m_field->adjustSize();
-    m_field->move(static_cast<int>(std::clamp(x, 0.0, double(width() - m_field->width()))),
-                  static_cast<int>(std::clamp(y, 0.0, double(height() - m_field->height()))));
-    m_field->show();
-    m_field->setFocus();
-    if (onView) onView();
-}
-
-/// It may be the one that calls.
-void CompositionCanvas::closeField() {
-    PinField* const field = m_field.release();
-    if (!field) return;
-    // A field that goes with the focus would hand it on, which selects the next pin.
-    if (field->isAncestorOf(focusWidget()) || field->hasFocus()) setFocus();
-    field->hide();
-    field->deleteLater();
 }
 
 }  // namespace zelk

@@ -57,6 +57,7 @@ void CompositionCanvas::hear(DocumentChange const& change) {
     if (change.inputs || isSized) settleMap();
     if (change.inputs || change.values || change.frame) {
         ask(m_document.isActing());
+        describePins();
         update();
         if (onView) onView();
     } else if (change.state && m_feed.asked() && m_feed.asked()->isDraft) {
@@ -76,6 +77,7 @@ void CompositionCanvas::turnToPins() {
     if (std::exchange(m_wasInverted, isInverted) == isInverted) return;
     CanvasLook look = m_look;
     look.shows = isInverted ? besidePicture() : ShownPicture::kFrame;
+    look.hasWipe = look.hasWipe && !isInverted;
     setLook(look);
     if (isInverted && onFailure)
         onFailure(look.shows == ShownPicture::kPlate
@@ -171,11 +173,21 @@ void CompositionCanvas::take(SharedFrame const& frame) {
     else
         m_shown = frame;
     if (view.shows == m_look.shows && isWhole(view)) m_values = frame;
-    for (std::string const& warning : frame->warnings)
-        if (onWarning) onWarning(QString::fromStdString(warning));
+    tellWarnings(*frame);
     remakeImages();
     askNext();
     tellReadout();
+}
+
+/// Those of all its frames that were shown: they stay while it plays. A frame that failed says
+/// nothing of others.
+void CompositionCanvas::tellWarnings(ShownFrame const& frame) {
+    if (frame.view.shows != ShownPicture::kFrame || !frame.error.empty()) return;
+    if (std::exchange(m_warningsOf, frame.revision) != frame.revision) m_warnings.clear();
+    for (std::string const& warning : frame.warnings)
+        if (QString const text = QString::fromStdString(warning); !m_warnings.contains(text))
+            m_warnings.append(text);
+    if (onWarnings) onWarnings(m_warnings);
 }
 
 ShownImage CompositionCanvas::imageOf(SharedFrame const& frame, PixelLook const& look) const {
@@ -210,6 +222,13 @@ void CompositionCanvas::remakeImages() {
 void CompositionCanvas::setLook(CanvasLook const& look) {
     bool const isOther = look.shows != m_look.shows;
     m_look = look;
+    if (look.hasWipe && m_document.isOpen() && m_document.scene().isInverted) {
+        m_look.hasWipe = false;
+        if (onFailure)
+            onFailure(
+                "Wipe compares a frame with what it is laid over; an inverted scene's frame "
+                "lies over nothing");
+    }
     m_pins.showMotionPaths(look.hasMotionPaths && look.hasOverlay);
     if (isOther) settleMap();
     if (isOther) m_shown.reset();
@@ -232,6 +251,7 @@ void CompositionCanvas::viewChanged() {
     ask(m_document.isOpen() && m_document.isActing());
     if (onView) onView();
     tellReadout();
+    describePins();
     update();
 }
 
@@ -251,11 +271,12 @@ void CompositionCanvas::paintEvent(QPaintEvent*) {
     painter.fillRect(panel.adjusted(-1, -1, 1, 1), kAround);
     if (!m_document.isOpen())
         return drawSentence(painter, panel, "Open or drop a picture or a project", density());
-    if (m_shown && !m_shown->error.empty())
-        return drawSentence(painter, panel, QString::fromStdString(m_shown->error), density());
     paintPictures(painter);
     if (m_look.hasGrid) drawPixelGrid(painter, m_map);
     if (m_look.hasWipe) drawWipe(painter, m_map, wipeX(), density());
+    // The pins have their places without a picture too: what is drawn is what the mouse takes.
+    if (m_shown && !m_shown->error.empty())
+        drawSentence(painter, panel, QString::fromStdString(m_shown->error), density());
     if (m_look.hasOverlay) paintPins(painter);
 }
 
@@ -269,8 +290,9 @@ void CompositionCanvas::paintPictures(QPainter& painter) {
     if (!m_image.isNull()) drawImage(painter, m_map, m_image);
     if (!m_look.hasWipe || m_besideImage.isNull()) return;
     painter.save();
-    painter.setClipRect(QRectF(0, 0, wipeX(), m_map.panel().height));
-    painter.fillRect(QRectF(0, 0, wipeX(), m_map.panel().height), kAround);
+    QRectF const left(0, 0, wipeX(), m_map.panel().height);
+    painter.fillRect(left, kAround);
+    painter.setClipRect(left.intersected(picture));  // a layer may be larger than its frame
     if (!m_besideImage.isOpaque) drawBackdrop(painter, picture, backdrop, density());
     drawImage(painter, m_map, m_besideImage);
     painter.restore();

@@ -63,8 +63,8 @@ public:
     std::function<void()> onView;
     /// What is under the cursor; empty outside.
     std::function<void(QString const&)> onReadout;
-    /// A warning of a frame, a sentence.
-    std::function<void(QString const&)> onWarning;
+    /// What there is to say of the scene as it is, a sentence each; frames come one by one.
+    std::function<void(QStringList const&)> onWarnings;
     /// Something that failed, a sentence.
     std::function<void(QString const&)> onFailure;
     /// The files of a picture that is shown are others by now.
@@ -103,6 +103,7 @@ private:
     bool isCurrent(SharedFrame const& frame) const;
     void take(SharedFrame const& frame);
     ShownImage imageOf(SharedFrame const& frame, PixelLook const& look) const;
+    void tellWarnings(ShownFrame const& frame);
     void remakeImages();
     void viewChanged();
     /// Runs an act; what it throws is told, and what is under way taken back.
@@ -112,6 +113,8 @@ private:
     void paintPins(QPainter& painter);
     void paintLoupe(QPainter& painter);
     void tellReadout();
+    /// To accessibility.
+    void describePins();
     void updateCursor(PanelPoint at);
     void openField(int parameter);
     void closeField();
@@ -124,6 +127,8 @@ private:
     PictureFeed m_feed;
     SharedFrame m_shown, m_beside, m_loupe;
     SharedFrame m_values;  ///< with all pixels of the file
+    QStringList m_warnings;
+    std::uint64_t m_warningsOf = 0;  ///< a revision
     ShownImage m_image, m_besideImage, m_loupeImage;
     QTimer m_rest;
     Hand m_hand = Hand::kNone;

@@ -145,7 +145,7 @@ ViewerCommands CompositionPanel::pinCommands() {
              "All pins that are shown (Tab in the panel goes through them)",
              [this] { m_canvas->selectAllPins(); }},
             {"Pins",
-             "Set Position...",
+             "Set Position\u2026",
              {},
              "Type x and y of the selected pin (Enter in the panel, or a double click)",
              [this] { m_canvas->typePosition(); },

@@ -1,7 +1,6 @@
 // The canvas and its bar; the commands stand in composition_commands.cpp.
 #include "apps/viewer/composition_panel.h"
 
-#include <QComboBox>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QToolButton>
@@ -11,6 +10,7 @@
 #include "apps/viewer/composition_canvas.h"
 #include "apps/viewer/composition_choices.h"
 #include "apps/viewer/parameters/own_keys.h"
+#include "apps/viewer/parameters/popup.h"
 
 namespace zelk {
 namespace {
@@ -48,7 +48,7 @@ CompositionPanel::CompositionPanel(Document& document, QWidget* parent)
     m_canvas->onView = [this] { keepUp(); };
     m_canvas->onReadout = [this](QString const& text) { showReadout(text); };
     m_canvas->onFailure = [this](QString const& sentence) { emit told(sentence); };
-    m_canvas->onWarning = [this](QString const& sentence) { emit warned(sentence); };
+    m_canvas->onWarnings = [this](QStringList const& sentences) { emit warned(sentences); };
     setFocusProxy(m_canvas);
     keepUp();
 }
@@ -61,13 +61,12 @@ PictureView CompositionPanel::view() const { return m_canvas->restView(); }
 QComboBox* CompositionPanel::addBox(QString const& name, QString const& help,
                                     QStringList const& entries,
                                     std::function<void(int)> const& choose) {
-    auto* const box = new QComboBox(m_bar);
+    auto* const box = new Popup(m_bar);
     box->addItems(entries);
     box->setAccessibleName(name);
     box->setToolTip(help);
     box->setFocusPolicy(Qt::TabFocus);
-    keepKeys(*box, {Qt::Key_Space, Qt::Key_Up, Qt::Key_Down, Qt::Key_Home, Qt::Key_End,
-                    Qt::Key_PageUp, Qt::Key_PageDown});
+    box->setMinimumWidth(74);  // dots tell what is cut
     connect(box, &QComboBox::activated, this, choose);
     m_bar->layout()->addWidget(box);
     return box;
@@ -110,7 +109,7 @@ void CompositionPanel::makeBar() {
                             if (place > 1) map.zoomAtCenter(kZoomChoices[place - 2]);
                         });
                     });
-    m_zoom->setMinimumContentsLength(11);  // of "Fit, 123.4 %"
+    m_zoom->setMinimumContentsLength(13);  // of "Fit, 123.4 %"
     m_channels = addBox("Channels", "Channels that are shown (Alt+1 to Alt+5, Alt+C for colour)",
                         namesOf(kChannelChoices), [this](int place) {
                             changeLook([&](CanvasLook& look) {
@@ -153,7 +152,8 @@ void CompositionPanel::showReadout(QString const& text) {
     };
     if (!fits() && isPlace(parts.value(1))) parts.removeAt(1);
     if (!fits() && parts.size() > 1) parts.removeFirst();
-    m_readout->setText(parts.join("   "));
+    m_readout->setText(
+        m_readout->fontMetrics().elidedText(parts.join("   "), Qt::ElideRight, m_readout->width()));
 }
 
 void CompositionPanel::changeLook(std::function<void(CanvasLook&)> const& act) {

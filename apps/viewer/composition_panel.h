@@ -33,8 +33,8 @@ public:
 signals:
     /// A sentence about the last act, which failed or has a consequence.
     void told(QString const& sentence);
-    /// A warning of a frame.
-    void warned(QString const& sentence);
+    /// The warnings of the scene as it is now.
+    void warned(QStringList const& sentences);
 
 private:
     void makeBar();

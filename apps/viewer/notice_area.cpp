@@ -1,6 +1,7 @@
 // See notice_area.h.
 #include "apps/viewer/notice_area.h"
 
+#include <QEvent>
 #include <QFrame>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -8,6 +9,7 @@
 #include <QToolButton>
 #include <QVBoxLayout>
 #include <QVariant>
+#include <algorithm>
 
 namespace zelk {
 
@@ -33,12 +35,34 @@ NoticeArea::NoticeArea(QWidget* parent) : QWidget(parent), m_rows(new QVBoxLayou
     m_rows->setContentsMargins(0, 0, 0, 0);
     m_rows->setSpacing(0);
     setAccessibleName("Notices");
+    installEventFilter(this);
 }
 
 void NoticeArea::show(QString const& key, Notice const& notice) {
     remove(key);
-    m_bars[key] = barOf(key, notice);
-    m_rows->addWidget(m_bars[key]);
+    QWidget* const bar = m_bars[key] = barOf(key, notice);
+    if (notice.tone != NoticeTone::kError || !parentWidget()) return m_rows->addWidget(bar);
+    bar->setParent(parentWidget());
+    parentWidget()->installEventFilter(this);
+    placeErrors();
+    bar->show();
+}
+
+bool NoticeArea::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() == QEvent::Resize || event->type() == QEvent::Move) placeErrors();
+    return QWidget::eventFilter(watched, event);
+}
+
+void NoticeArea::placeErrors() {
+    int y = geometry().bottom() + 1;
+    for (QWidget* const bar : m_bars) {
+        if (bar->parentWidget() == this) continue;
+        bar->ensurePolished();
+        int const tall = bar->heightForWidth(width());
+        bar->setGeometry(x(), y, width(), std::max(tall, bar->sizeHint().height()));
+        bar->raise();
+        y += bar->height();
+    }
 }
 
 /// A button of a notice may ask for this: the bar goes when the button is done.

@@ -1,5 +1,6 @@
 // NoticeArea: sentences above the picture that stay until they are answered: what failed, what is
-// missing, what can be recovered. It takes no room while it has nothing to say.
+// missing, what can be recovered. It takes no room while it has nothing to say. Errors, which come
+// in the midst of acts, take none at all: they lie over what is below, so that no picture moves.
 #pragma once
 
 #include <QMap>
@@ -38,7 +39,12 @@ public:
     /// Presses its button of that name; false for none.
     bool press(QString const& key, QString const& button);
 
+protected:
+    /// Of the area and the widget that it is in.
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 private:
+    void placeErrors();
     QWidget* barOf(QString const& key, Notice const& notice);
 
     QVBoxLayout* m_rows;

@@ -5,6 +5,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
+#include <QScreen>
 #include <QScrollArea>
 #include <QTimer>
 #include <QVBoxLayout>
@@ -19,6 +20,7 @@
 namespace zelk {
 namespace {
 
+constexpr int kLeastWidthPx = 354, kUsualWidthPx = 424;
 constexpr QColor kWarningColor(240, 176, 96);
 
 QString foldKey(PanelControl const& control) {
@@ -65,7 +67,7 @@ ParameterPanel::ParameterPanel(Document& document, QWidget* parent)
     layout->addWidget(m_nothing);
     layout->addWidget(m_area, 1);
     layout->addWidget(m_message);
-    setMinimumWidth(424);
+    setMinimumWidth(kLeastWidthPx);
     connect(m_search, &QLineEdit::textChanged, this, &ParameterPanel::arrange);
     connect(qApp, &QApplication::focusChanged, this,
             [this](QWidget*, QWidget* now) { noteFocus(now); });
@@ -77,10 +79,20 @@ ParameterPanel::~ParameterPanel() {
     delete m_area->takeWidget();  // before the controls that it shows
 }
 
+/// No more than a quarter of the screen where that shows enough.
+QSize ParameterPanel::sizeHint() const {
+    int const quarter = screen()->availableSize().width() / 4;
+    return {std::clamp(quarter, kLeastWidthPx, kUsualWidthPx), QWidget::sizeHint().height()};
+}
+
 QString ParameterPanel::message() const { return m_message->text(); }
 
 /// Other rows come later, never within an act of one of them.
 void ParameterPanel::hear(DocumentChange const& change) {
+    if (m_opened != m_document.opened())  // another scene
+        for (Entry const& entry : m_entries)
+            if (entry.row) entry.row->dropTyped();
+    m_opened = m_document.opened();
     if (change.inputs && controlsKey(m_document) != m_key) {
         if (m_controls.empty()) return rebuild();
         QTimer::singleShot(0, this, &ParameterPanel::rebuild);
@@ -263,28 +275,28 @@ ViewerCommands ParameterPanel::commands() {
     };
     return {
         {"Parameters", "Find a Parameter", QKeySequence("Ctrl+F"),
-         "Filters the parameters by their names.", find},
+         "Filter the parameters by their names", find},
         rowCommand("Reset to Default", QKeySequence("Ctrl+Backspace"),
-                   "Gives the parameter in the panel its default.", [](Row& row) { row.reset(); }),
+                   "Give the parameter in the panel its default", [](Row& row) { row.reset(); }),
         {"Parameters", "Reset Group", QKeySequence("Ctrl+Shift+Backspace"),
-         "Gives all parameters of the group in the panel their defaults.",
+         "Give all parameters of the group in the panel their defaults",
          [this] {
              if (auto const group = groupOfFocus()) run([&] { resetGroup(*group); });
          },
          [this] { return groupOfFocus().has_value(); }},
         rowCommand("Keyframes On or Off", QKeySequence("Ctrl+Alt+K"),
-                   "Animates the parameter in the panel, or gives it the one value that it has.",
+                   "Animate the parameter in the panel, or give it the one value that it has",
                    [](Row& row) { row.toggleKeys(); }),
         rowCommand("Key at This Frame", QKeySequence("Ctrl+K"),
-                   "Adds or removes the key of the parameter in the panel.",
+                   "Add or remove the key of the parameter in the panel",
                    [](Row& row) { row.toggleKeyHere(); }),
         rowCommand("Previous Key of Parameter", QKeySequence("Shift+J"),
-                   "Shows the frame of its key before.", [](Row& row) { row.goToKey(false); }),
-        rowCommand("Next Key of Parameter", QKeySequence("Shift+K"),
-                   "Shows the frame of its next key.", [](Row& row) { row.goToKey(true); }),
+                   "To the frame of its key before", [](Row& row) { row.goToKey(false); }),
+        rowCommand("Next Key of Parameter", QKeySequence("Shift+K"), "To the frame of its next key",
+                   [](Row& row) { row.goToKey(true); }),
         {"Parameters", "Fold All Groups", QKeySequence("Ctrl+Shift+F"),
-         "Shows the names of the groups alone.", [this] { foldAll(true); }},
-        {"Parameters", "Unfold All Groups", QKeySequence("Ctrl+Alt+F"), "Shows all parameters.",
+         "Show the names of the groups alone", [this] { foldAll(true); }},
+        {"Parameters", "Unfold All Groups", QKeySequence("Ctrl+Alt+F"), "Show all parameters",
          [this] { foldAll(false); }},
     };
 }

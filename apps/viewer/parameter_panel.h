@@ -32,6 +32,7 @@ public:
     explicit ParameterPanel(Document& document, QWidget* parent = nullptr);
     ~ParameterPanel() override;
 
+    QSize sizeHint() const override;
     ViewerCommands commands();
     /// The last refusal, as it stands below the controls; empty after an act that went well.
     QString message() const;
@@ -64,6 +65,7 @@ private:
                              std::function<void(ControlRowWidget&)> act);
 
     Document& m_document;
+    int m_opened = 0;   ///< of the document that it shows
     std::string m_key;  ///< of the document that the rows were made for
     std::vector<std::unique_ptr<PanelControl>> m_controls;
     std::vector<Entry> m_entries;  ///< of each control

@@ -4,17 +4,20 @@
 #include <QMetaObject>
 #include <utility>
 
-#include "apps/viewer/model/file_stamps.h"
-
 namespace zelk {
 
 PictureFeed::PictureFeed(std::function<void(SharedFrame)> ready, std::function<void()> outdated)
     : m_ready(std::move(ready)),
       m_outdated(std::move(outdated)),
-      m_service([this](SharedFrame frame) {
-          QMetaObject::invokeMethod(
-              &m_thread, [this, frame] { take(frame); }, Qt::QueuedConnection);
-      }) {}
+      m_service(
+          [this](SharedFrame frame) {
+              QMetaObject::invokeMethod(
+                  &m_thread, [this, frame] { take(frame); }, Qt::QueuedConnection);
+          },
+          {.outdated = [this] {
+              QMetaObject::invokeMethod(
+                  &m_thread, [this] { m_outdated(); }, Qt::QueuedConnection);
+          }}) {}
 
 void PictureFeed::take(SharedFrame const& frame) {
     if (!frame->error.empty()) m_view.reset();
@@ -26,11 +29,6 @@ void PictureFeed::ask(SceneSnapshot const& scene, PictureView const& view) {
     m_view = view;
     m_revision = scene.revision;
     m_frame = scene.frame;
-    // A draft's scene is a new one at each move.
-    SharedFrame const kept = view.isDraft ? nullptr : m_service.find(scene, view);
-    if (kept && kept->files != fileStamps(*scene.scene, scene.frame))
-        QMetaObject::invokeMethod(
-            &m_thread, [this] { m_outdated(); }, Qt::QueuedConnection);
     m_service.ask(scene, view);
 }
 

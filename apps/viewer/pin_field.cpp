@@ -2,48 +2,74 @@
 #include "apps/viewer/pin_field.h"
 
 #include <QKeyEvent>
-#include <QRegularExpression>
 #include <QToolTip>
 #include <cmath>
 
-namespace zelk {
+#include "apps/viewer/model/typed_number.h"
+#include "zelk/text/errors.h"
+#include "zelk/text/numbers.h"
 
-std::optional<PanelPoint> positionOf(QString const& text) {
-    QString line = text;
-    line.replace("px", " ");
-    QStringList const words = line.split(QRegularExpression("[,;\\s]+"), Qt::SkipEmptyParts);
-    if (words.size() != 2) return std::nullopt;
-    bool isX = false, isY = false;
-    PanelPoint const point = {words[0].toDouble(&isX), words[1].toDouble(&isY)};
-    bool const isSound = isX && isY && std::abs(point.x) < 32768 && std::abs(point.y) < 32768;
-    return isSound ? std::optional(point) : std::nullopt;
+namespace zelk {
+namespace {
+
+constexpr QColor kRefusedColor(84, 40, 40);
+constexpr char const* kExpected =
+    "Expected two numbers from -32768 to 32768, such as \"120, 45.5\"";
+
+std::string textOf(double value) { return QString::number(value, 'g', 9).toStdString(); }
+
+std::optional<double> numberOf(std::string const& text, double now) {
+    auto const number = parseNumber(plainNumber("Position", text, textOf(now)));
+    return number && std::abs(*number) < 32768 ? number : std::nullopt;
 }
 
-PinField::PinField(QString const& name, PanelPoint value, QWidget* parent) : QLineEdit(parent) {
+}  // namespace
+
+std::optional<PanelPoint> positionOf(QString const& text, PanelPoint now) {
+    QString line = text;
+    line.replace("px", " ");
+    auto const pair = pairIn(line.toStdString());
+    if (!pair) return std::nullopt;
+    try {
+        auto const x = numberOf((*pair)[0], now.x), y = numberOf((*pair)[1], now.y);
+        return x && y ? std::optional(PanelPoint{*x, *y}) : std::nullopt;
+    } catch (UserError const&) {  // a comma that could be of thousands
+        return std::nullopt;
+    }
+}
+
+PinField::PinField(QString const& name, PanelPoint value, QWidget* parent)
+    : QLineEdit(parent), m_value(value) {
     setText(QString("%1, %2").arg(value.x, 0, 'g', 9).arg(value.y, 0, 'g', 9));
     m_typedFrom = text();
     setAccessibleName("Position of " + name);
     setToolTip("Position of " + name + ", x, y in pixels");
-    setFixedWidth(150);
+    setFixedWidth(fontMetrics().horizontalAdvance("-32768.0000, -32768.0000") + 16);
+    connect(this, &QLineEdit::textEdited, this, [this] { mark(false); });
     selectAll();
 }
 
 void PinField::takeTyped() {
-    auto const value = positionOf(text());
+    auto const value = positionOf(text(), m_value);
     if (!value || text() == m_typedFrom) return;
     m_typedFrom = text();
+    m_value = *value;
     if (onValue) onValue(*value);
 }
 
 void PinField::accept() {
-    if (positionOf(text())) {
-        takeTyped();
-        if (onEnd) onEnd();
-        return;
-    }
-    QToolTip::showText(mapToGlobal(rect().bottomLeft()),
-                       "Expected two numbers from -32768 to 32768, such as \"120, 45.5\"", this);
-    selectAll();
+    if (!positionOf(text(), m_value)) return mark(true);
+    takeTyped();
+    if (onEnd) onEnd();
+}
+
+void PinField::mark(bool isRefused) {
+    QPalette own = parentWidget()->palette();
+    if (isRefused) own.setColor(QPalette::Base, kRefusedColor);
+    setPalette(own);
+    setAccessibleDescription(isRefused ? kExpected : "");
+    QPoint const below = mapToGlobal(rect().bottomLeft());
+    isRefused ? QToolTip::showText(below, kExpected, this) : QToolTip::hideText();
 }
 
 void PinField::keyPressEvent(QKeyEvent* event) {
@@ -56,6 +82,7 @@ void PinField::keyPressEvent(QKeyEvent* event) {
 void PinField::focusOutEvent(QFocusEvent* event) {
     QLineEdit::focusOutEvent(event);
     if (event->reason() == Qt::PopupFocusReason) return;
+    if (!positionOf(text(), m_value)) return mark(true);
     takeTyped();
     if (onEnd) onEnd();
 }

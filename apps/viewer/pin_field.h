@@ -1,4 +1,5 @@
-// PinField: a small field over the panel that takes a pin's position, "x, y" in pixels.
+// PinField: a small field over the panel that takes a pin's position, "x, y" in pixels. A text that
+// is none stays, marked, until it is mended or Esc ends it.
 #pragma once
 
 #include <QLineEdit>
@@ -10,8 +11,9 @@
 
 namespace zelk {
 
-/// Two numbers with a comma, a semicolon or blanks between them; "px" behind them is dropped.
-std::optional<PanelPoint> positionOf(QString const& text);
+/// Two numbers (model/typed_number.h) with a comma, a semicolon or blanks between them; "px" behind
+/// them is dropped. "+=10, -=5" starts at `now`.
+std::optional<PanelPoint> positionOf(QString const& text, PanelPoint now);
 
 class PinField : public QLineEdit, public TypedField {
 public:
@@ -29,7 +31,9 @@ protected:
 
 private:
     void accept();
+    void mark(bool isRefused);
 
+    PanelPoint m_value;
     QString m_typedFrom;  ///< as it was when it was set last
 };
 

@@ -19,8 +19,19 @@ StatusSentence::StatusSentence(QWidget* parent) : QWidget(parent) {
 QSize StatusSentence::sizeHint() const { return {40, fontMetrics().height() + 2}; }
 
 void StatusSentence::warn(QString const& sentence) {
-    m_warnings.removeAll(sentence);
+    if (m_warnings.contains(sentence)) return;
     m_warnings.prepend(sentence);
+    showNow();
+}
+
+void StatusSentence::holdWarnings(QStringList const& sentences) {
+    QStringList now;
+    for (QString const& sentence : sentences)
+        if (!m_warnings.contains(sentence)) now.append(sentence);
+    for (QString const& sentence : m_warnings)
+        if (sentences.contains(sentence)) now.append(sentence);
+    if (now == m_warnings) return;
+    m_warnings = now;
     showNow();
 }
 

@@ -1,8 +1,7 @@
 // StatusSentence: the window's one place for what a scene gives cause to say. Its height is
 // reserved, so that no sentence moves the picture.
 //
-// Warnings stay for as long as the scene is open, each once: the renderer tells them once. What
-// is told of the last act goes with the next one.
+// Warnings are those that hold, each once. What is told of the last act goes with the next one.
 #pragma once
 
 #include <QStringList>
@@ -14,7 +13,9 @@ class StatusSentence : public QWidget {
 public:
     explicit StatusSentence(QWidget* parent);
 
-    void warn(QString const& sentence);
+    void warn(QString const& sentence);  ///< beside those that hold
+    /// These alone from now on.
+    void holdWarnings(QStringList const& sentences);
     void tell(QString const& sentence);
     void endTold() { tell({}); }
     void clear();  ///< another scene

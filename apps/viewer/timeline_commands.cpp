@@ -110,7 +110,7 @@ ViewerCommands TimelinePanel::keyCommands() {
          [this] { copySelected(); }, selected},
         {"Keys", "Paste Keys", QKeySequence("Ctrl+V"), "The copied keys, the first at this frame",
          [this] { paste(); }, [this] { return isOpen() && !m_copied.empty(); }},
-        {"Keys", "Select All Keys", QKeySequence("Ctrl+Alt+A"), "All keys of the rows that show",
+        {"Keys", "Select All Keys", QKeySequence("Ctrl+Shift+A"), "All keys of the rows that show",
          [this] {
              KeySelection all;
              for (TimelineRow const& row : m_view->rows())
@@ -130,7 +130,7 @@ ViewerCommands TimelinePanel::keyCommands() {
                      "Slow before the selected keys"),
         shapeCommand(KeyShape::kEaseOut, "Ease Out", QKeySequence("Ctrl+Shift+F9"),
                      "Slow after the selected keys"),
-        {"Keys", "Key Ease...", QKeySequence("Ctrl+Shift+K"),
+        {"Keys", "Key Ease\u2026", QKeySequence("Ctrl+Shift+K"),
          "Influence and speed of the selected keys as numbers", [this] { askForEase(); }, selected},
         {"Keys",
          "Show All Parameters",

@@ -9,7 +9,8 @@
 namespace zelk {
 namespace {
 
-constexpr double kKeyPx = 5;  ///< from a key's middle to its corners
+constexpr double kKeyPx = 5;       ///< from a key's middle to its corners
+constexpr double kQuietKey = 0.5;  ///< of the text's colour, a key that is not selected
 
 QColor mixed(QColor const& a, QColor const& b, double ofB) {
     auto const mix = [&](int from, int to) { return static_cast<int>(from + (to - from) * ofB); };
@@ -33,15 +34,18 @@ void addHalf(QPainterPath& path, Interpolation kind, double side) {
     }
 }
 
-void paintKey(QPainter& painter, QPointF const& at, TimelineKey const& key, QColor const& color) {
+/// A selected one is larger and has a rim.
+void paintKey(QPainter& painter, QPointF const& at, TimelineKey const& key, QColor const& color,
+              std::optional<QColor> const& rim) {
     QPainterPath path;
     addHalf(path, key.before, -1);
     addHalf(path, key.after, 1);
     painter.save();
     painter.translate(at);
-    painter.setPen(QPen(color, 0.8));  // closes the seam of the halves
+    painter.setPen(QPen(rim.value_or(color), rim ? 3.5 : 0.8));  // closes the seam of the halves
     painter.setBrush(color);
     painter.drawPath(path);
+    if (rim) painter.fillPath(path, color);
     painter.restore();
 }
 
@@ -80,9 +84,10 @@ void TimelineView::paintRows(QPainter& painter) const {
             painter.drawLine(placeOf(row.keys[k]), placeOf(row.keys[k + 1]));
         }
         for (TimelineKey const& key : row.keys)
-            paintKey(painter, placeOf(key), key,
-                     m_selection.contains(key.ref) ? palette().highlight().color()
-                                                   : mixed(base, text, 0.75));
+            if (m_selection.contains(key.ref))
+                paintKey(painter, placeOf(key), key, palette().link().color(), text);
+            else
+                paintKey(painter, placeOf(key), key, mixed(base, text, kQuietKey), std::nullopt);
         QRectF const names(0, y, TimelineLook::kNamesPx, TimelineLook::kRowPx - 1);
         painter.fillRect(names, mixed(base, text, i == m_currentRow ? 0.16 : 0.04));
         painter.setPen(mixed(base, text, row.keys.empty() ? 0.55 : 0.9));

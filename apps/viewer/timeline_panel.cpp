@@ -4,7 +4,6 @@
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QLabel>
-#include <QMenu>
 #include <QSignalBlocker>
 #include <QSpinBox>
 #include <QToolButton>
@@ -27,7 +26,7 @@ TimelinePanel::TimelinePanel(Document& document, QWidget* parent)
     document.onChange([this](DocumentChange const&) { refresh(); });
     connect(&m_player, &Player::changed, this, &TimelinePanel::refresh);
     connect(m_view, &TimelineView::easeAsked, this, &TimelinePanel::askForEase);
-    connect(m_view, &TimelineView::menuAsked, this, &TimelinePanel::showMenu);
+    connect(m_view, &TimelineView::menuAsked, this, &TimelinePanel::menuAsked);
     refresh();
 }
 
@@ -82,7 +81,7 @@ QWidget* TimelinePanel::transport() {
     return bar;
 }
 
-/// Enter sets the frame, and hands the keys back to the rows.
+/// Enter sets the frame, and hands the keys back.
 bool TimelinePanel::eventFilter(QObject* object, QEvent* event) {
     bool const isKey = object == m_frame && event->type() == QEvent::KeyPress;
     int const key = isKey ? static_cast<QKeyEvent*>(event)->key() : 0;
@@ -90,6 +89,7 @@ bool TimelinePanel::eventFilter(QObject* object, QEvent* event) {
         return QWidget::eventFilter(object, event);
     if (key == Qt::Key_Escape) refresh();
     m_view->setFocus();  // which takes what is typed
+    emit keysFree();
     return true;
 }
 
@@ -106,17 +106,6 @@ void TimelinePanel::refresh() {
     if (playback.isPlaying() && playback.measuredRate() > 0)
         text = QString("%1 of ").arg(playback.measuredRate(), 0, 'f', 1) + text;
     m_rate->setText(text);
-}
-
-void TimelinePanel::showMenu(QPoint const& global) {
-    QMenu menu;
-    for (ViewerCommand const& command : keyCommands()) {
-        QAction* const action = menu.addAction(command.name);
-        action->setShortcut(command.keys);
-        action->setEnabled(!command.isEnabled || command.isEnabled());
-        connect(action, &QAction::triggered, this, command.run);
-    }
-    menu.exec(global);
 }
 
 }  // namespace zelk

@@ -29,6 +29,10 @@ public:
     Player& player() { return m_player; }
     TimelineView& view() { return *m_view; }
 
+signals:
+    void menuAsked(QPoint const& global);  ///< over the selected keys
+    void keysFree();                       ///< the frame's field is done with
+
 protected:
     bool eventFilter(QObject* object, QEvent* event) override;
 
@@ -36,7 +40,6 @@ private:
     QWidget* transport();
     QToolButton* button(ViewerCommand const& command, QString const& mark);
     void refresh();
-    void showMenu(QPoint const& global);
 
     ViewerCommands playCommands();
     ViewerCommands keyCommands();

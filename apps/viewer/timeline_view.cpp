@@ -23,7 +23,9 @@ TimelineView::TimelineView(Document& document, Player& player, QWidget* parent)
     setAccessibleName("Timeline: keyframes by frame");
     document.onChange([this](DocumentChange const& change) {
         if (change.inputs || change.values) refresh();
-        if (change.inputs) fit();
+        if (m_opened != m_document.opened()) m_isFit = true;
+        m_opened = m_document.opened();
+        if (change.inputs) keepFit();
         viewport()->update();
     });
     connect(&player, &Player::changed, viewport(), qOverload<>(&QWidget::update));
@@ -51,19 +53,26 @@ void TimelineView::refresh() {
 
 void TimelineView::fit() {
     if (!m_document.isOpen()) return;
+    m_isFit = true;
+    keepFit();
+}
+
+void TimelineView::keepFit() {
+    if (!m_document.isOpen() || !m_isFit) return;
     m_scale.fit(m_document.firstFrame(), m_document.lastFrame(), timeX(viewport()->width()));
     viewport()->update();
 }
 
 void TimelineView::zoom(double factor) {
     if (!m_document.isOpen()) return;
+    m_isFit = false;
     m_scale.zoomAt(m_scale.momentX(m_document.frame()), factor);
     viewport()->update();
 }
 
 void TimelineView::resizeEvent(QResizeEvent*) {
     refresh();
-    fit();
+    keepFit();
 }
 
 void TimelineView::select(KeySelection selection) {
@@ -171,6 +180,7 @@ void TimelineView::mouseMoveEvent(QMouseEvent* event) {
         case Drag::kBox:
             return selectBox(at);
         case Drag::kPan:
+            m_isFit = false;
             m_scale.left = m_leftAtPress - (at.x() - m_pressedAt.x()) / m_scale.pxPerFrame;
             return viewport()->update();
         case Drag::kIn:
@@ -263,6 +273,7 @@ void TimelineView::wheelEvent(QWheelEvent* event) {
     } else {
         return QAbstractScrollArea::wheelEvent(event);
     }
+    m_isFit = false;
     viewport()->update();
     event->accept();
 }

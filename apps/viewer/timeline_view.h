@@ -34,6 +34,7 @@ public:
     RowFilter filter() const { return m_filter; }
     void setFilter(RowFilter filter);
     void fit();
+    TimeScale const& scale() const { return m_scale; }
     void zoom(double factor);
 
     std::vector<TimelineRow> const& rows() const { return m_rows; }
@@ -67,6 +68,8 @@ private:
     enum class Drag { kNone, kFrame, kKeys, kBox, kPan, kIn, kOut };
 
     void refresh();
+    /// The whole where it was shown; what was zoomed to stays.
+    void keepFit();
     double timeX(double x) const { return x - TimelineLook::kNamesPx; }
     double rowY(int row) const;
     int rowAt(double y) const;  ///< -1 for none
@@ -86,6 +89,8 @@ private:
     Document& m_document;
     Player& m_player;
     TimeScale m_scale;
+    int m_opened = 0;     ///< of the document that it shows
+    bool m_isFit = true;  ///< nobody has zoomed or gone along since it showed the whole
     RowFilter m_filter = RowFilter::kAnimated;
     std::vector<TimelineRow> m_rows;
     KeySelection m_selection;

@@ -8,6 +8,7 @@
 #include <QLabel>
 #include <QMenuBar>
 #include <QMimeData>
+#include <QScreen>
 #include <QSettings>
 #include <QStackedWidget>
 #include <QStatusBar>
@@ -108,7 +109,7 @@ void ViewerWindow::makeStatusLine() {
         "Memory of the pictures that are kept, the most that it may become, and decoded inputs");
     m_memory->hide();
     m_said = new StatusSentence(this);
-    connect(m_composition, &CompositionPanel::warned, m_said, &StatusSentence::warn);
+    connect(m_composition, &CompositionPanel::warned, m_said, &StatusSentence::holdWarnings);
     connect(m_composition, &CompositionPanel::told, m_said, &StatusSentence::tell);
     statusBar()->addWidget(m_said, 1);
     statusBar()->addPermanentWidget(m_facts);
@@ -129,6 +130,10 @@ void ViewerWindow::showMemory() {
 
 /// What plays is what the composition panel shows.
 void ViewerWindow::connectPlay() {
+    connect(m_timeline, &TimelinePanel::keysFree, m_composition,
+            [this] { m_composition->setFocus(); });
+    connect(m_timeline, &TimelinePanel::menuAsked, this,
+            [this](QPoint const& at) { m_menus->menu("Keys")->popup(at); });
     m_timeline->setSource({[this](std::vector<int> const& frames) {
                                return m_composition->frames().kept(m_document.snapshot(),
                                                                    m_composition->view(), frames);
@@ -254,7 +259,7 @@ void ViewerWindow::follow(DocumentChange const& change) {
     if (change.inputs || change.state) m_said->endTold();
     if (change.state) showTitle();
     if (change.inputs || change.frame) showFacts();
-    showWarnings();
+    if (change.inputs) showWarnings();
     if (change.inputs || change.state) m_menus->update();
 }
 
@@ -278,6 +283,7 @@ void ViewerWindow::showFacts() {
                          .arg(m_document.lastFrame()));
 }
 
+/// Those of files, also of a scene that can't be rendered; a frame says all that holds.
 void ViewerWindow::showWarnings() {
     if (!m_document.isOpen()) return;
     for (std::string const& warning : m_document.takeWarnings())
@@ -316,7 +322,8 @@ void ViewerWindow::rememberLayout() {
     QSettings const settings = ownSettings();
     m_colors->chooseDisplay(settings.value("display").toString());
     m_menus->takeChoices(settings);
-    if (!restoreGeometry(settings.value("geometry").toByteArray())) resize(1440, 900);
+    if (!restoreGeometry(settings.value("geometry").toByteArray()))
+        resize(QSize(1440, 900).boundedTo(screen()->availableSize()));
     restoreState(settings.value("layout").toByteArray());
 }
 

@@ -13,9 +13,9 @@ cd "$work"
     -DCMAKE_CXX_FLAGS="$flags" && cmake --build out; } >log 2>&1 || { cat log; exit 1; }
 ./out/pin_buffer pinned.ppm
 
-# Nine headers, each complete by itself and without the effect's, the host's or a library's own.
+# Ten headers, each complete by itself and without the effect's, the host's or a library's own.
 headers=$(cd moved/include/zelk-corner-pin && find . -name '*.h' | sort)
-[ "$(wc -l <<<"$headers")" = 9 ] || { echo "installed: $headers"; exit 1; }
+[ "$(wc -l <<<"$headers")" = 10 ] || { echo "installed: $headers"; exit 1; }
 for header in $headers; do
     echo "#include \"$header\"" >alone.cpp
     "$compiler" $flags -std=c++20 -Wall -Wextra -Werror -fsyntax-only -Imoved/include/zelk-corner-pin alone.cpp

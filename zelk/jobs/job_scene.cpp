@@ -85,9 +85,11 @@ std::vector<int> framesTodo(FrameStages const& stages, std::vector<int> const& f
     if (!schedule.missingFrame) return schedule.frames;
     auto const [file, why] =
         files.missingOf(*schedule.missingFrame).missing(*schedule.missingFrame);
-    throw UserError(ExitCode::kInput,
-                    fmt::format("{}: {}; {} hold, skip or black goes on without it", file, why,
-                                spelled(stages.scene(), "missing")));
+    throw UserError(
+        ExitCode::kInput,
+        fmt::format("{}: {}; {} {}, {} or {} goes on without it", file, why,
+                    spelled(stages.scene(), "missing"), spelledWord(stages.scene(), "hold"),
+                    spelledWord(stages.scene(), "skip"), spelledWord(stages.scene(), "black")));
 }
 
 }  // namespace
@@ -98,7 +100,7 @@ FrozenScene frozenScene(Scene const& asked, RunOptions const& run) {
         FrameStages stages(invertedScene(asked), run);
         std::vector<int> frames = framesAsked(stages.scene(), stages.files());
         stages.begin(frames);
-        Journal journal;
+        Journal journal(!run.dryRun);
         WholeFrames whole(run.skipExisting, &journal, [&] { return stages.outputSize(); });
         frozen.todo = framesTodo(stages, frames, whole, journal, frozen.kept);
         Comp const comp = settledComp(stages, frames);

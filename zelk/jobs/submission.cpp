@@ -264,6 +264,7 @@ Submitted submitJob(SubmitRequest const& request) {
     requireFree(job);
     RunOptions run = job.runOptions();
     run.skipExisting = request.skipExisting;
+    run.dryRun = request.dryRun;
     FrozenScene const frozen = frozenScene(request.scene, run);
     requireText(frozen.scene);
     if (job.movie) {

@@ -107,6 +107,13 @@ void FrameStages::beginEdit(int frame) {
     settleValues({});
 }
 
+void FrameStages::changeEdit(Scene scene, int frame) {
+    scene.comp.timeBase = m_scene.comp.timeBase;
+    m_scene = std::move(scene);
+    m_warnings.valuesChange();
+    settleComp({frame});
+}
+
 void FrameStages::settleComp(std::vector<int> const& frames) {
     auto const [first, last] = std::minmax_element(frames.begin(), frames.end());
     for (int const frame : {*first, *last}) {
@@ -196,6 +203,7 @@ void FrameStages::setValues(Scene scene, bool isBlurred) {
     m_scene = std::move(scene);
     m_warnings.valuesChange();
     if (m_frames.empty()) return;
+    settleComp(m_frames);
     PixelMargins const overscan = m_sizes.overscan;
     m_sizes = m_pictureSizes;
     m_sizes.overscan = overscan;

@@ -167,22 +167,28 @@ void FrameStages::loadPlate(int frame, PictureTraits& traits, ReadOptions const&
 std::shared_ptr<ChannelPlane const> FrameStages::loadHoldout(int frame,
                                                              PixelMargins const& overscan) {
     if (!m_files.holdout) return nullptr;
-    auto const read = [&] {
+    struct Holdout {
+        std::shared_ptr<ChannelPlane const> plane;
         std::vector<std::string> warnings;
-        auto plane = holdoutOf(m_scene, m_files, frame, holdoutFrame(overscan), warnings);
-        m_warnings.add(warnings);
-        return plane;
     };
-    if (!m_kept || !overscan.isNone()) return read();
+    auto const read = [&] {
+        Holdout holdout;
+        holdout.plane =
+            holdoutOf(m_scene, m_files, frame, holdoutFrame(overscan), holdout.warnings);
+        m_warnings.add(holdout.warnings);
+        return holdout;
+    };
+    if (!m_kept || !overscan.isNone()) return read().plane;
     std::string const key =
         fmt::format("holdout {} {} {}x{}", inputKey(m_files.holdout->pictureOf(frame)),
                     m_scene.holdout->channel, m_sizes.frame.width, m_sizes.frame.height);
-    if (auto kept = m_kept->find<ChannelPlane>(key)) return kept;
-    auto const plane = read();
-    if (plane)
-        m_kept->keep(key, std::const_pointer_cast<ChannelPlane>(plane),
-                     sizeof(float) * plane->values.size());
-    return plane;
+    if (auto const kept = m_kept->find<Holdout>(key)) {
+        m_warnings.add(kept->warnings);
+        return kept->plane;
+    }
+    auto const holdout = std::make_shared<Holdout>(read());
+    if (holdout->plane) m_kept->keep(key, holdout, sizeof(float) * holdout->plane->values.size());
+    return holdout->plane;
 }
 
 /// One map mostly serves a whole shot: it is read again where its file has changed alone.
@@ -193,9 +199,14 @@ std::shared_ptr<StMap const> FrameStages::loadMap(std::optional<InputPicture> co
     if (file && file->isOnDisk())
         key += fmt::format(
             ":{}", std::filesystem::last_write_time(file->file, fault).time_since_epoch().count());
-    if (m_map && key == m_mapKey) return m_map;
+    if (m_map && key == m_mapKey) {
+        m_warnings.add(m_mapWarnings);
+        return m_map;
+    }
     m_map.reset();
-    if (file) m_warnings.add(checkStMap(*file, m_sizes.frame));
+    m_mapWarnings.clear();
+    if (file) m_mapWarnings = checkStMap(*file, m_sizes.frame);
+    m_warnings.add(m_mapWarnings);
     StMap map = file ? readStMap(*file, m_sizes.frame) : emptyStMap(m_sizes.frame);
     if (reduce > 1) map = reducedMap(map, reduce);
     m_map = std::make_shared<StMap const>(std::move(map));

@@ -1,5 +1,4 @@
-// Rendering of a frame, and FrameRenderer, the public face of all stages; see frame_stages.h and
-// frame_renderer.h.
+// Rendering of a frame; see frame_stages.h.
 #include "zelk/render/frame_stages.h"
 
 #include <fmt/format.h>
@@ -11,43 +10,18 @@
 #include "Transform/Common/PopupEntries.h"
 #include "Transform/Common/Transform_Core_Render/PassPlan.h"
 #include "hostkit/pixel_ops.h"
-#include "zelk/pictures/buffer_input.h"
-#include "zelk/pictures/png_data.h"
 #include "zelk/render/explanation.h"
-#include "zelk/render/host_errors.h"
 #include "zelk/render/load_module.h"
 #include "zelk/render/memory_budget.h"
 #include "zelk/render/resampling.h"
 #include "zelk/render/setup.h"
 #include "zelk/render/shrink.h"
-#include "zelk/scene/check.h"
-#include "zelk/scene/invert.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/scene/parameter_values.h"
 #include "zelk/scene/refusal.h"
 #include "zelk/text/errors.h"
 
 namespace zelk {
-
-void Warnings::add(std::vector<std::string> const& sentences) {
-    if (m_isStrict && !sentences.empty())
-        throw UserError(ExitCode::kRenderFailed, sentences.front());
-    std::lock_guard const lock(m_mutex);
-    m_isSaid = true;
-    for (std::string const& sentence : sentences)
-        if (m_seen.insert(sentence).second && !m_seenBefore.contains(sentence))
-            m_new.push_back(sentence);
-}
-
-void Warnings::valuesChange() {
-    std::lock_guard const lock(m_mutex);
-    if (std::exchange(m_isSaid, false)) m_seenBefore = std::exchange(m_seen, {});
-}
-
-std::vector<std::string> Warnings::take() {
-    std::lock_guard const lock(m_mutex);
-    return std::exchange(m_new, {});
-}
 
 namespace {
 
@@ -171,7 +145,7 @@ void FrameStages::check(int frame) {
         layer = picture.traits();
         if (isModule()) {
             headers.ask = moduleRenderOf(m_scene, *m_host, picture, renderDepth(layer));
-            requireMemory(*m_host, picture, headers.ask);
+            zelk::requireMemory(*m_host, headers.ask);
         }
     }
     if (m_files.plate)
@@ -401,8 +375,8 @@ void FrameStages::warnOfShrink(std::vector<Parameter> const& parameters, PlanRep
     if (largestShrink(plan) <= most) return;
     m_warnings.add(
         {fmt::format("the layer shrinks to less than half somewhere, where fine detail "
-                     "flickers and makes stairs: give {} best",
-                     spelled(m_scene, "quality"))});
+                     "flickers and makes stairs: {}",
+                     toGive(m_scene, "quality", "best"))});
 }
 
 void FrameStages::endStage(char const* stage, Explanation* explanation) {
@@ -415,13 +389,17 @@ void FrameStages::endStage(char const* stage, Explanation* explanation) {
 std::uint64_t FrameStages::bytesInFlight() const {
     RenderSize size{m_sizes.layer.width, m_sizes.layer.height, m_ask.depth, 0, 0, 0,
                     m_ask.besidesBytes};
-    if (isModule()) return renderBytes(size);
-    PixelSize const layer = reduced(m_sizes.layer, downsample());
-    PixelSize const frame = reduced(m_sizes.frame, downsample()) + m_sizes.overscan;
+    return isModule() ? renderBytes(size) : bytesInMemory(downsample());
+}
+
+/// Of the memory road.
+std::uint64_t FrameStages::bytesInMemory(int reduce) const {
+    PixelSize const layer = reduced(m_sizes.layer, reduce);
+    PixelSize const frame = reduced(m_sizes.frame, reduce) + m_sizes.overscan;
     auto const pixels = [](PixelSize of) {
         return std::uint64_t(of.width) * std::uint64_t(of.height);
     };
-    bool const isKept = m_files.plate && (m_inFlight > 1 || downsample() > 1);
+    bool const isKept = m_files.plate && (m_kept || m_inFlight > 1 || reduce > 1);
     std::uint64_t const plate = isKept ? 16 * pixels(frame) : 0;
     // Of Quality "best": halves of halves of the layer.
     std::uint64_t const pyramid = m_scene.isBest ? 16 * pixels(layer) / 3 : 0;
@@ -435,75 +413,34 @@ void FrameStages::checkMemory() const {
     if (m_inFlight == 1 && isModule()) return;
     std::uint64_t const need = bytesInFlight() * m_inFlight;
     if (need <= availableBytes()) return;
-    std::string const memory = fmt::format("need {} MB of free memory", need / 1'000'000);
-    if (m_inFlight == 1)
-        throw UserError(ExitCode::kInput,
-                        fmt::format("{}: {}x{} in a frame of {}x{} {}", m_scene.layer.name(),
-                                    m_sizes.layer.width, m_sizes.layer.height, m_sizes.frame.width,
-                                    m_sizes.frame.height, memory));
+    if (m_inFlight == 1) throw tooLarge(m_sizes.layer, m_sizes.frame, need);
     throw UserError(ExitCode::kInput,
-                    fmt::format("{}: {} frames {}; hold fewer", spelled(m_scene, "in-flight"),
-                                m_inFlight, memory));
+                    fmt::format("{}: {} frames need {} MB of free memory; hold fewer",
+                                spelled(m_scene, "in-flight"), m_inFlight, need / 1'000'000));
 }
 
-// ---- The public face of the stages.
-
-namespace {
-
-/// Pictures are asked for one after the other.
-RunOptions oneByOne(RenderOptions const& options) {
-    if (options.pngLevel < 0 || options.pngLevel > kMostPngLevel)
-        throw UserError(ExitCode::kUsage,
-                        {"pngLevel", "out of range:", std::to_string(options.pngLevel),
-                         fmt::format("a whole number from 0 to {}", kMostPngLevel)});
-    RunOptions run{options};
-    run.inFlight = 1;
-    return run;
+UserError FrameStages::tooLarge(PixelSize layer, PixelSize frame, std::uint64_t need) const {
+    return {ExitCode::kInput, fmt::format("{}: {}x{} in a frame of {}x{} need {} MB of free memory",
+                                          m_scene.layer.name(), layer.width, layer.height,
+                                          frame.width, frame.height, need / 1'000'000)};
 }
 
-}  // namespace
-
-FrameRenderer::FrameRenderer(Scene scene, RenderOptions const& options)
-    : m_stages(withUserErrors([&] {
-          return std::make_unique<FrameStages>(invertedScene(std::move(scene)), oneByOne(options));
-      })) {}
-FrameRenderer::~FrameRenderer() = default;
-
-Scene const& FrameRenderer::scene() const { return m_stages->scene(); }
-PixelSize FrameRenderer::layerSize() const { return m_stages->layerSize(); }
-PixelSize FrameRenderer::frameSize() const { return m_stages->frameSize(); }
-Scene FrameRenderer::settledScene() const {
-    return withUserErrors([&] { return m_stages->settledScene(); });
-}
-void FrameRenderer::begin(std::vector<int> const& frames) {
-    withUserErrors([&] { m_stages->begin(frames); });
-}
-void FrameRenderer::stop() { m_stages->stop(); }
-void FrameRenderer::onStage(std::function<void(char const* stage)> listener) {
-    m_stages->onStage(std::move(listener));
-}
-std::vector<std::string> FrameRenderer::takeWarnings() { return m_stages->warnings().take(); }
-
-PictureBuffer FrameRenderer::picture(int frame, PreviewOptions const& options) {
-    PictureBuffer picture =
-        withUserErrors([&] { return bufferOf(m_stages->world(frame, options)); });
-    picture.name = fmt::format("frame {}", frame);
-    return picture;
+ModuleRender FrameStages::askOf(int reduce) const {
+    ModuleRender ask = m_ask;
+    ask.downsample *= reduce;
+    return ask;
 }
 
-void FrameRenderer::write(int frame) {
-    requireOutput(scene());
-    withUserErrors([&] {
-        m_stages->beginAt(frame);
-        SceneFiles const& files = m_stages->files();
-        requireNoInput(scene(), files, m_stages->run().inPlace, frame, files.output.pathOf(frame));
-        m_stages->store(frame, m_stages->render(frame, m_stages->load(frame)));
-    });
+std::uint64_t FrameStages::frameBytes(int reduce) const {
+    return isModule() ? moduleBytes(*m_host, askOf(reduce)) : bytesInMemory(downsample() * reduce);
 }
 
-void FrameRenderer::finishMovie() {
-    if (!withUserErrors([&] { return m_stages->finishMovie(m_stages->isStopped()); }))
-        throw UserError(ExitCode::kInterrupted, "the movie was stopped");
+void FrameStages::requireMemory(int reduce) const {
+    if (isModule()) return zelk::requireMemory(*m_host, askOf(reduce));
+    std::uint64_t const need = frameBytes(reduce);
+    int const n = downsample() * reduce;
+    if (need > availableBytes())
+        throw tooLarge(reduced(m_sizes.layer, n), reduced(m_sizes.frame, n), need);
 }
 
 }  // namespace zelk

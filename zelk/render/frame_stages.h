@@ -7,9 +7,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -27,6 +25,7 @@
 #include "zelk/render/quad_map.h"
 #include "zelk/render/run_options.h"
 #include "zelk/render/scene_colors.h"
+#include "zelk/render/warnings.h"
 #include "zelk/scene/inputs.h"
 #include "zelk/scene/quad_check.h"
 #include "zelk/scene/track_use.h"
@@ -69,27 +68,6 @@ struct RenderedFrame {
     FrameRest rest;  ///< of one that isForScreen
 };
 
-/// Sentences that are told once, whatever frame they come from; for several threads. With other
-/// values one that went away in between is told again.
-class Warnings {
-public:
-    /// With `isStrict` a warning is a failure: add throws the first of its sentences, told or not.
-    explicit Warnings(bool isStrict = false) : m_isStrict(isStrict) {}
-    /// What there is to say of these values, which may be nothing.
-    void add(std::vector<std::string> const& sentences);
-    std::vector<std::string> take();
-    /// The scene has other values from here on.
-    void valuesChange();
-
-private:
-    bool m_isStrict;
-    std::mutex m_mutex;
-    /// With these values, and with the former ones that anything was said of.
-    std::set<std::string> m_seen, m_seenBefore;
-    bool m_isSaid = false;  ///< of these values
-    std::vector<std::string> m_new;
-};
-
 /// Truncated.
 inline PixelSize reduced(PixelSize size, int reduce) {
     return {size.width / reduce, size.height / reduce};
@@ -124,6 +102,9 @@ public:
     /// The same for who changes values and renders nothing: a picture that can't be opened has the
     /// composition's size.
     void beginEdit(int frame);
+    /// After beginEdit: a scene that differs from this one as setValues says. The values of the
+    /// host stay.
+    void changeEdit(Scene scene, int frame);
     // After begin:
     PixelSize layerSize() const { return m_sizes.layer; }
     PixelSize frameSize() const { return m_sizes.frame; }  ///< of the display window
@@ -136,8 +117,8 @@ public:
     // For who renders the same frames again and again (LiveRenderer).
 
     /// A scene that differs from this one in nothing but values: parameters, tracks, Quality
-    /// "best". With `isBlurred` false motion blur is off, whatever the scene says. Throws as begin,
-    /// and is of no use then.
+    /// "best", feather, choke, shutter. With `isBlurred` false motion blur is off, whatever the
+    /// scene says. Throws as begin, and is of no use then.
     void setValues(Scene scene, bool isBlurred);
     /// Inputs come from there and go there, unless it is null; it outlives the stages.
     void keepInputs(KeptInputs* kept) { m_kept = kept; }
@@ -145,6 +126,10 @@ public:
     /// none; it outlives the renders.
     void watch(std::atomic<bool> const* isStopped);
     SceneColors& colors() { return *m_colors; }
+    /// Bytes that a frame takes, reduced so, its inputs among them.
+    std::uint64_t frameBytes(int reduce) const;
+    /// Throws an input error where they are more than the memory allows.
+    void requireMemory(int reduce) const;
     /// Throws about what leaves no pixel.
     void requireReduced(int reduce) const;
 
@@ -224,6 +209,9 @@ private:
     void convertInputs(int frame, ReadOptions const& how, LoadedFrame& loaded);
     World layerWorld(int frame, FrameColors& colors);
     std::uint64_t bytesInFlight() const;
+    std::uint64_t bytesInMemory(int reduce) const;
+    UserError tooLarge(PixelSize layer, PixelSize frame, std::uint64_t need) const;
+    ModuleRender askOf(int reduce) const;
     PinFrame pinFrameOf(ModuleRender const& ask, int reduce, PixelMargins const& overscan) const;
     void plan(PinFrame const& frame, FrameRequest const& moment, Depth depth,
               Explanation* explanation = nullptr);
@@ -253,7 +241,8 @@ private:
     ModuleRender m_ask;
     Warnings m_warnings, m_conversions;
     std::shared_ptr<StMap const> m_map;  ///< the last one that was loaded
-    std::string m_mapKey;                ///< what it was read from
+    std::vector<std::string> m_mapWarnings;
+    std::string m_mapKey;  ///< what it was read from
     std::optional<MovieWriter> m_movie;
     bool m_isMovieChecked = false, m_roundsLast = false;
     Explanation const* m_explanation;

@@ -9,6 +9,7 @@
 #include "zelk/pictures/buffer_input.h"
 #include "zelk/render/frame_stages.h"
 #include "zelk/render/host_errors.h"
+#include "zelk/render/memory_budget.h"
 #include "zelk/scene/inputs.h"
 #include "zelk/scene/invert.h"
 #include "zelk/text/errors.h"
@@ -55,6 +56,7 @@ void LiveRenderer::dropStages() {
     m_way.reset();
     m_stages.reset();
     m_inputs.reset();
+    m_fitting = {};
 }
 
 void LiveRenderer::setScene(Scene scene) {
@@ -116,6 +118,20 @@ FrameStages& LiveRenderer::stagesAt(int frame, bool isBlurred) {
     return *m_stages;
 }
 
+/// What is kept of other frames makes room for one that doesn't fit beside it.
+void LiveRenderer::requireMemory(FrameStages const& stages, int frame, int reduce) {
+    std::uint64_t const need = stages.frameBytes(reduce);
+    if (m_fitting.frame == frame && m_fitting.reduce == reduce && need <= m_fitting.bytes) return;
+    m_fitting = {};
+    if (need > availableBytes()) {
+        m_shownPlate = {};
+        m_kept.clear();
+        if (m_makeRoom) m_makeRoom();
+    }
+    stages.requireMemory(reduce);
+    m_fitting = {frame, reduce, need};
+}
+
 RenderedFrame LiveRenderer::rendered(int frame, LiveView const& view, bool isForScreen,
                                      std::atomic<bool> const* isStopped) {
     if (!m_stages) {
@@ -126,6 +142,7 @@ RenderedFrame LiveRenderer::rendered(int frame, LiveView const& view, bool isFor
     Watch const watch(*m_stages, isStopped);
     FrameStages& stages = stagesAt(frame, view.isBlurred);
     stages.requireReduced(view.reduce);
+    requireMemory(stages, frame, view.reduce);
     LoadedFrame loaded = stages.load(frame, view.reduce, false);
     loaded.part = view.part;
     loaded.isForScreen = isForScreen;
@@ -236,8 +253,8 @@ ScreenWay LiveRenderer::wayOf(SceneColors& colors, ColorSpace const& space, Live
     return way;
 }
 
-std::vector<std::string> LiveRenderer::takeWarnings() {
-    return m_stages ? m_stages->warnings().take() : std::vector<std::string>();
+std::vector<std::string> LiveRenderer::warnings() const {
+    return m_stages ? m_stages->warnings().holding() : std::vector<std::string>();
 }
 
 }  // namespace zelk

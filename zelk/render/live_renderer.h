@@ -18,14 +18,15 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "zelk/render/frame_renderer.h"
 #include "zelk/render/kept_inputs.h"
+#include "zelk/render/render_options.h"
 #include "zelk/render/screen_picture.h"
 
 namespace zelk {
@@ -52,6 +53,7 @@ struct LivePicture {
     PixelSize whole;       ///< of the reduced picture that the part is of
 };
 
+class FrameStages;
 struct RenderedFrame;
 class SceneColors;
 struct SceneFiles;
@@ -68,7 +70,8 @@ public:
 
     /// One that checkScene passes. Nothing is opened yet.
     void setScene(Scene scene);
-    /// One that differs from the former in nothing but values: parameters, tracks, Quality "best".
+    /// One that differs from the former in nothing but values: parameters, tracks, Quality "best",
+    /// feather, choke, shutter.
     void setValues(Scene scene);
 
     /// FrameRenderer::picture of a frame that is shown. `isStopped` may be null.
@@ -77,13 +80,18 @@ public:
     /// For the screen. `LiveView` says what, of layer and plate the part and the reduction too.
     LivePicture screen(int frame, LiveView const& view, LiveScreen const& how,
                        std::atomic<bool> const* isStopped = nullptr);
-    /// What came up since the last call, a sentence each.
-    std::vector<std::string> takeWarnings();
+    /// What there is to say of the scene's values, as far as its frames were rendered, a sentence
+    /// each.
+    std::vector<std::string> warnings() const;
+    /// Called where memory is short for a frame, before it is refused: who keeps pictures of its
+    /// own lets them go.
+    void onShortMemory(std::function<void()> makeRoom) { m_makeRoom = std::move(makeRoom); }
     /// Bytes of the inputs that are kept.
     std::uint64_t inputBytes() const;
 
 private:
     FrameStages& stagesAt(int frame, bool isBlurred);
+    void requireMemory(FrameStages const& stages, int frame, int reduce);
     RenderedFrame rendered(int frame, LiveView const& view, bool isForScreen,
                            std::atomic<bool> const* isStopped);
     LivePicture inputOnScreen(int frame, LiveView const& view, LiveScreen const& how);
@@ -106,6 +114,13 @@ private:
     std::unique_ptr<FrameStages> m_stages;
     bool m_isSettled = false;  ///< the stages have the scene's values
     bool m_isBlurred = true;   ///< that they have them with
+    /// The last frame that there was memory for: that of other values takes no more.
+    struct Fitting {
+        int frame = 0, reduce = 0;
+        std::uint64_t bytes = 0;
+    };
+    Fitting m_fitting;
+    std::function<void()> m_makeRoom;
     /// The last way to the screen, which the next picture mostly takes too.
     struct KnownWay {
         SceneColors const* colors;

@@ -53,12 +53,12 @@ void checkDownsample(Scene const& scene, int downsample, PictureReader const& pi
                         fmt::format("a whole number from 1 to {}", most));
 }
 
-RenderSize renderSize(Host const& host, PictureReader const& picture, ModuleRender const& ask) {
+RenderSize renderSize(Host const& host, ModuleRender const& ask) {
     auto const& parameters = host.parameters();
     PixelSize const margin = marginOf(parameters, ask);
     RenderSize size;
-    size.width = picture.width() / ask.downsample;
-    size.height = picture.height() / ask.downsample;
+    size.width = ask.layerSize.width / ask.downsample;
+    size.height = ask.layerSize.height / ask.downsample;
     size.depth = ask.depth;
     size.marginX = margin.width;
     size.marginY = margin.height;
@@ -93,14 +93,18 @@ ModuleRender moduleRenderOf(Scene const& scene, Host const& host, PictureReader 
     return ask;
 }
 
-void requireMemory(Host const& host, PictureReader const& picture, ModuleRender const& ask) {
-    RenderSize const size = renderSize(host, picture, ask);
+std::uint64_t moduleBytes(Host const& host, ModuleRender const& ask) {
+    return renderBytes(renderSize(host, ask));
+}
+
+void requireMemory(Host const& host, ModuleRender const& ask) {
+    RenderSize const size = renderSize(host, ask);
     if (renderBytes(size) > availableBytes()) throw tooLarge(ask, size);
 }
 
 World readLayer(Host const& host, PictureReader& picture, ModuleRender const& ask) {
-    requireMemory(host, picture, ask);
-    RenderSize const size = renderSize(host, picture, ask);
+    requireMemory(host, ask);
+    RenderSize const size = renderSize(host, ask);
     World layer;
     try {
         layer = World(host.worldSpec(size.width, size.height, size.depth));

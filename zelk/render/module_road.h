@@ -28,8 +28,10 @@ PixelSize marginOf(std::vector<Parameter> const& parameters, ModuleRender const&
 ModuleRender moduleRenderOf(Scene const& scene, Host const& host, PictureReader const& layer,
                             Depth depth, int reduce = 1);
 
-/// Throws an input error when memory is short for the picture's render.
-void requireMemory(Host const& host, PictureReader const& picture, ModuleRender const& ask);
+/// Bytes that the layer's render takes, and the layer.
+std::uint64_t moduleBytes(Host const& host, ModuleRender const& ask);
+/// Throws an input error when memory is short for them.
+void requireMemory(Host const& host, ModuleRender const& ask);
 
 /// Reads the picture into a world of the host's layout, over the downsample factor. Throws an input
 /// error for a file that breaks off, or when memory is short for the render.

@@ -8,7 +8,7 @@
 #include <functional>
 #include <string_view>
 
-#include "zelk/render/frame_renderer.h"
+#include "zelk/render/render_options.h"
 
 namespace zelk {
 

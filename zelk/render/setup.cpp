@@ -172,8 +172,9 @@ void checkRoad(Scene const& scene, std::vector<Parameter> const& parameters) {
         entryOfHost(static_cast<std::int32_t>(currentNumber(parameters, kParamViewMode)));
     if (scene.stMap && (view == kViewOriginal || view == kViewFromPins))
         throw refusalOf(scene, kParamViewMode,
-                        fmt::format("draws no frame, so none goes through {}: choose to or both",
-                                    nameOf(scene, SceneField::kStMap)));
+                        fmt::format("draws no frame, so none goes through {}: choose {} or {}",
+                                    nameOf(scene, SceneField::kStMap), spelledWord(scene, "to"),
+                                    spelledWord(scene, "both")));
     Parameter const& transfer = parameterIn(parameters, kParamTransferMode);
     auto const entry = entryOfHost(static_cast<std::int32_t>(numberOf(transfer.current)));
     bool const isOn =

@@ -10,6 +10,7 @@
 #include "zelk/movies/codecs.h"
 #include "zelk/movies/frames.h"
 #include "zelk/scene/color_names.h"
+#include "zelk/scene/edit_titles.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/scene/refusal.h"
 #include "zelk/text/numbers.h"
@@ -69,6 +70,9 @@ FieldNames const& namesOf(SceneField field) {
                          [field](FieldNames const& names) { return names.field == field; });
 }
 
+/// A window's labels have blanks.
+bool speaksOfLabels(Scene const& scene) { return scene.editJoin == ' '; }
+
 bool isOfFile(Scene const& scene, SceneField field) {
     return !scene.isSetBy(field) && !scene.file.empty() && namesOf(field).place;
 }
@@ -96,8 +100,8 @@ std::string memoryCause(Scene const& scene, bool ofFile) {
     SceneField const field = memoryField(scene);
     std::string const name = besides(scene, field, ofFile);
     if (isOfFile(scene, field)) return name;
-    return field == SceneField::kBest    ? name + " best"
-           : field == SceneField::kEdges ? name + " exact"
+    return field == SceneField::kBest    ? name + " " + spelledWord(scene, "best")
+           : field == SceneField::kEdges ? name + " " + spelledWord(scene, "exact")
                                          : name;
 }
 
@@ -249,9 +253,20 @@ private:
 }  // namespace
 
 std::string spelled(Scene const& scene, std::string_view name) {
+    if (speaksOfLabels(scene)) return editTitle(name);
     std::string words(name);
     std::replace(words.begin(), words.end(), '-', scene.editJoin);
     return scene.editPrefix + words;
+}
+
+std::string spelledWord(Scene const& scene, std::string_view word) {
+    return speaksOfLabels(scene) ? titleOf(word) : std::string(word);
+}
+
+std::string toGive(Scene const& scene, std::string_view edit, std::string_view word) {
+    std::string const name = spelled(scene, edit), value = spelledWord(scene, word);
+    return speaksOfLabels(scene) ? fmt::format("set {} to {}", name, value)
+                                 : fmt::format("give {} {}", name, value);
 }
 
 std::string nameOf(Scene const& scene, SceneField field) {
@@ -294,6 +309,7 @@ UserError refusalOf(Scene const& scene, SceneField field, std::string const& wro
 UserError refusalOf(Scene const& scene, int parameter, std::string const& predicate) {
     std::string const name(nameOfParameter(parameter));
     SceneParameter const* const last = lastOf(scene, parameter);
+    if (speaksOfLabels(scene)) return {ExitCode::kUsage, titleOf(name) + " " + predicate};
     if (!last) return {ExitCode::kUsage, name + " " + predicate};
     if (!last->option.empty()) return {ExitCode::kUsage, last->option + " " + predicate};
     return {ExitCode::kInput,

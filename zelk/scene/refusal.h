@@ -10,9 +10,13 @@
 
 namespace zelk {
 
-/// What messages call an edit that nobody made, or a field of RunOptions: "over", or "--over" on a
-/// command line.
+/// What messages call an edit that nobody made, or a field of RunOptions: "over", "--over" on a
+/// command line, or the label of a window's control (edit_titles.h).
 std::string spelled(Scene const& scene, std::string_view name);
+/// A word that an edit takes: "best", or "Best" in a window's popup.
+std::string spelledWord(Scene const& scene, std::string_view word);
+/// What is to be done: "give --quality best", or "set Render Quality to Best".
+std::string toGive(Scene const& scene, std::string_view edit, std::string_view word);
 /// What messages call a field: the name of the edit that set it, else as `spelled`.
 std::string nameOf(Scene const& scene, SceneField field);
 

@@ -235,7 +235,7 @@ struct Scene {
     std::map<SceneField, std::string> options;  ///< what an option set, and its name
     /// What messages put before the name of an edit that nobody made: "--" on a command line.
     std::string editPrefix;
-    char editJoin = '-';  ///< between the words of such a name: '_' in a script
+    char editJoin = '-';  ///< between its words: '_' in a script, ' ' for a window's labels
 
     bool hasFrame() const { return plate || size; }
     bool softensOutline() const { return featherPx > 0 || chokePx > 0; }

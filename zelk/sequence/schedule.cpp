@@ -173,8 +173,9 @@ std::string missingText(Scene const& scene, SceneFiles const& files, int frame) 
     if (!isSequence(scene)) return text;
     std::string const number =
         input.isMovie() ? spelled(scene, "first-frame") + " says the first one's number, " : "";
-    return text + fmt::format("; {}{} hold, skip or black goes on without it", number,
-                              spelled(scene, "missing"));
+    return text + fmt::format("; {}{} {}, {} or {} goes on without it", number,
+                              spelled(scene, "missing"), spelledWord(scene, "hold"),
+                              spelledWord(scene, "skip"), spelledWord(scene, "black"));
 }
 
 std::string planText(Scene const& scene, SceneFiles const& files, Schedule const& schedule) {

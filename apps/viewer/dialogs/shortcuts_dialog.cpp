@@ -5,6 +5,7 @@
 #include <QHeaderView>
 #include <QLineEdit>
 #include <QMessageBox>
+#include <QScreen>
 #include <QTreeWidget>
 #include <QVBoxLayout>
 
@@ -68,6 +69,7 @@ constexpr Gesture kGestures[] = {
     {"Frame, keys", "Deselect", "Esc", "Or takes the drag back that is under way"},
     {"Parameter", "Drag", "Drag", "A step a pixel; Shift ten, Alt or Ctrl a tenth"},
     {"Parameter", "Type", "Return, F2, a digit", "Return sets it, Esc leaves it as it was"},
+    {"Parameter", "Calculate", "1920/2, +=5, 1,5", "Arithmetic and changes of what is there"},
     {"Parameter", "Step", "Up, Down, wheel", "With Shift ten, with Alt or Ctrl a tenth"},
     {"Parameter", "Reset", "Double click", "On the name: its default"},
     {"Timeline", "Current Row", "Up, Down", "The row that keys are added to"},
@@ -82,7 +84,7 @@ constexpr Gesture kGestures[] = {
 ShortcutsDialog::ShortcutsDialog(ViewerCommands const& commands, QWidget* parent)
     : QDialog(parent) {
     setWindowTitle("Keyboard Shortcuts");
-    resize(900, 680);
+    resize(QSize(960, 680).boundedTo(screen()->availableSize() * 0.9));
     auto* const word = new QLineEdit(this);
     word->setPlaceholderText("Find");
     word->setAccessibleName("Find");
@@ -105,8 +107,8 @@ ShortcutsDialog::ShortcutsDialog(ViewerCommands const& commands, QWidget* parent
         item->setToolTip(2, each.what);
     }
     list->expandAll();
-    list->header()->resizeSection(0, 240);
-    list->header()->resizeSection(1, 130);
+    list->resizeColumnToContents(0);
+    list->resizeColumnToContents(1);
     connect(word, &QLineEdit::textChanged, list,
             [list](QString const& text) { filter(*list, text); });
     auto* const buttons = new QDialogButtonBox(QDialogButtonBox::Close, this);

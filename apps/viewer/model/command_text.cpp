@@ -11,6 +11,7 @@
 #include "zelk/movies/codecs.h"
 #include "zelk/scene/as_edits.h"
 #include "zelk/scene/check.h"
+#include "zelk/scene/edit_titles.h"
 #include "zelk/scene/edits.h"
 #include "zelk/scene/inputs.h"
 #include "zelk/text/shell_words.h"
@@ -55,7 +56,8 @@ CommandText sceneWords(Document const& document) {
     } else {
         SceneAsEdits made = editsOf(document.scene(), document.frameSize());
         if (!made.obstacle.empty())
-            return {"", fmt::format("Save the project first: no option says {}.", made.obstacle)};
+            return {"",
+                    fmt::format("Save the project first: only a project holds {}.", made.obstacle)};
         edits = std::move(made.edits);
     }
     for (MadeEdit const& edit : edits) line += wordsOf(edit);
@@ -117,7 +119,7 @@ CommandText exportCommandOf(Document const& document, ExportEdits const& asked) 
 Scene exportedScene(Document const& document, ExportEdits const& asked) {
     Scene scene = document.scene();
     for (MadeEdit const& edit : exportEdits(document.scene(), asked))
-        sceneEdit(edit.name).apply(scene, edit.name, edit.text);
+        sceneEdit(edit.name).apply(scene, editTitle(edit.name), edit.text);
     checkScene(scene);
     return scene;
 }

@@ -36,7 +36,7 @@ void setSize(Scene& scene, PixelSize size) {
 }
 
 CompField const kFields[] = {
-    {"comp size", "Size", "px", "Width and height of the frame, which To Pins lie in.",
+    {"comp size", "Size", "px", "Width and height of the frame, which To Pins lie in",
      ControlKind::kNumber, 2,
      [](Document const& document) {
          PixelSize const size = document.frameSize();
@@ -54,14 +54,16 @@ CompField const kFields[] = {
      },
      [](Scene const&) { return double(kLargestPx); }},
     {"comp rate", "Rate", "fps",
-     "Frames a second, such as 25, 23.976 or 24000/1001. Keys keep their frames.",
+     "Frames a second, such as 25, 23.976 or 24000/1001; keys keep their frames",
      ControlKind::kText, 1,
      [](Document const& document) { return Parts{rateText(document.scene().comp.timeBase)}; },
      [](Scene& scene, std::string const& thing, Parts const& parts) {
-         scene.comp.timeBase = parseRate(thing, parts[0]);
+         std::string rate = parts[0];
+         std::replace(rate.begin(), rate.end(), ',', '.');  // 23,976
+         scene.comp.timeBase = parseRate(thing, rate);
      },
      [](Scene& scene, Comp const& usual) { scene.comp.timeBase = usual.timeBase; }},
-    {"comp start", "First Frame", "", "Number of the first frame. Keys keep their frames.",
+    {"comp start", "First Frame", "", "Number of the first frame; keys keep their frames",
      ControlKind::kNumber, 1,
      [](Document const& document) { return Parts{std::to_string(document.firstFrame())}; },
      [](Scene& scene, std::string const& thing, Parts const& parts) {
@@ -70,7 +72,7 @@ CompField const kFields[] = {
      },
      [](Scene& scene, Comp const& usual) { scene.comp.startFrame = usual.startFrame; },
      [](Scene const&) { return double(kMostFrame); }},
-    {"comp duration", "Duration", "frames", "How many frames it has.", ControlKind::kNumber, 1,
+    {"comp duration", "Duration", "frames", "How many frames it has", ControlKind::kNumber, 1,
      [](Document const& document) {
          return Parts{std::to_string(document.scene().comp.durationFrames)};
      },
@@ -120,7 +122,9 @@ void CompControl::set(std::string const& name, Parts const& parts) {
 
 void CompControl::type(int field, std::string const& text) {
     Parts parts = m_field.read(document());
-    parts.at(static_cast<std::size_t>(field)) = withoutUnit(trimmed(text), row().unit);
+    bool const isNumber = row().kind == ControlKind::kNumber;
+    parts.at(static_cast<std::size_t>(field)) =
+        isNumber ? plainText(field, text) : withoutUnit(trimmed(text), row().unit);
     set("Set " + row().label, parts);
 }
 

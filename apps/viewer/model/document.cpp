@@ -78,6 +78,16 @@ bool isSame(Scene const& a, Scene const& b) {
     }
 }
 
+/// They differ in numbers alone that are dragged, and that nothing that is opened depends on.
+bool opensTheSame(Scene const& a, Scene b) {
+    if (a.roadTaken() != b.roadTaken()) return false;
+    b.featherPx = a.featherPx;
+    b.chokePx = a.chokePx;
+    b.comp.shutterAngleDeg = a.comp.shutterAngleDeg;
+    b.comp.shutterPhaseDeg = a.comp.shutterPhaseDeg;
+    return isSame(a, b);
+}
+
 int lastFrameOf(Comp const& comp) { return comp.startFrame + comp.durationFrames - 1; }
 
 }  // namespace
@@ -113,6 +123,8 @@ void Document::recover(Scene scene, std::filesystem::path file, std::optional<Fi
 /// saved: what was kept of it would go.
 void Document::adopt(Scene scene, Origin origin, int frame, bool settles) {
     if (!m_module.empty()) scene.module = m_module;
+    scene.editPrefix.clear();
+    scene.editJoin = ' ';  // refusals name the window's controls
     openStages(scene, frame);
     if (settles) scene = m_stages->settledScene();
     ++m_opened;
@@ -283,6 +295,7 @@ bool Document::change(std::string name, std::function<void(Scene&)> const& act) 
     act(scene);
     if (isSame(scene, *m_now.scene)) return false;
     checkSceneToEdit(scene);
+    if (opensTheSame(*m_now.scene, scene)) return takeNumbers(std::move(name), std::move(scene));
     int const frame = std::clamp(m_frame, scene.comp.startFrame, lastFrameOf(scene.comp));
     openStages(scene, frame);
     State const before = m_now;
@@ -290,6 +303,19 @@ bool Document::change(std::string name, std::function<void(Scene&)> const& act) 
     m_frame = frame;
     record(std::move(name), before);
     tell({true, true, true, true});
+    return true;
+}
+
+bool Document::takeNumbers(std::string name, Scene scene) {
+    withUserErrors([&] {
+        m_stages->changeEdit(scene, m_frame);
+        m_session->setFrame(m_frame);
+    });
+    State const before = m_now;
+    m_now.scene = std::make_shared<Scene const>(std::move(scene));
+    m_now.revision = nextNumber();
+    record(std::move(name), before);
+    tell({.values = true, .state = true});
     return true;
 }
 
@@ -410,8 +436,8 @@ bool Document::hasOverlay() const { return host().registeredCustomUi(); }
 /// Makes a former or a later state the one that is shown.
 void Document::show(State const& state) {
     if (state.structure == m_now.structure) {
+        m_stages->changeEdit(*state.scene, m_frame);
         setParameters(*state.scene, host(), layerSize(), frameSize());
-        m_stages->warnings().valuesChange();
         withUserErrors([&] { m_session->setFrame(m_frame); });
         m_now = state;
         return tell({.values = true, .state = true});

@@ -40,13 +40,13 @@ enum class ShownPicture { kFrame, kLayer, kPlate };
 /// What a listener hears of.
 struct DocumentChange {
     bool inputs = false;  ///< another scene, or its files, composition or output
-    bool values = false;  ///< parameters, their keyframes, or which controls are greyed
+    bool values = false;  ///< parameters, their keyframes, which are greyed; feather, shutter
     bool frame = false;   ///< the frame that is looked at
     bool state = false;   ///< name, saved or not, undo and redo
 };
 
 /// The scene at one moment, for other threads. Scenes of one `structure` differ in nothing but
-/// `parameters`, so that their inputs need not be opened again.
+/// `parameters`, feather, choke and shutter, so that their inputs need not be opened again.
 struct SceneSnapshot {
     std::shared_ptr<Scene const> scene;
     std::uint64_t structure = 0;
@@ -139,7 +139,7 @@ public:
 
     // --- Acts. Each answers whether it changed anything.
 
-    /// The inputs are opened again.
+    /// The inputs are opened again, but for feather, choke and shutter, which are values.
     bool change(std::string name, std::function<void(Scene&)> const& act);
     /// A parameter's value at the frame: a key where it has keys. Kept within the valid range and
     /// rounded to its unit; the effect hears of it where it asked to. Name: "Set Opacity".
@@ -205,6 +205,7 @@ private:
     void openStages(Scene const& scene, int frame);
     void show(State const& state);
     void record(std::string name, State const& before);
+    bool takeNumbers(std::string name, Scene scene);
     bool takeValues(std::string name, std::function<bool()> const& act);
     bool step(bool isUndo);
     void saveTo(std::filesystem::path const& project, bool mayReplace);

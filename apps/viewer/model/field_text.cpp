@@ -55,7 +55,7 @@ std::string typedNumber(double value) {
 }
 
 std::string withoutUnit(std::string_view text, std::string_view unit) {
-    auto const end = text.find_last_of("0123456789.");
+    auto const end = text.find_last_of("0123456789.)");
     if (end == std::string_view::npos || unit.empty()) return std::string(text);
     std::string const word = lowered(trimmed(text.substr(end + 1)));
     return std::string(isUnit(word, unit) ? text.substr(0, end + 1) : text);

@@ -47,7 +47,7 @@ void FrameCache::add(SharedFrame frame, bool isPassing) {
     shrink(m_budget, false);
 }
 
-/// The newest one stays.
+/// Of those that pass by the newest one stays.
 void FrameCache::shrink(std::uint64_t most, bool passingOnly) {
     auto const& used = passingOnly ? m_passingBytes : m_bytes;
     for (auto at = m_kept.end(); at != m_kept.begin() && used > most;) {

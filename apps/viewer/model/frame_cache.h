@@ -13,7 +13,7 @@
 
 #include "apps/viewer/model/document.h"
 #include "hostkit/world.h"
-#include "zelk/render/frame_renderer.h"
+#include "zelk/render/render_options.h"
 
 namespace zelk {
 
@@ -39,11 +39,11 @@ struct ShownFrame {
     /// The values of the output's file, of the same part; of frames at reduce 1 alone, and of no
     /// draft.
     PictureBuffer stored;
-    PixelSize whole;    ///< of the reduced picture that `part` was cut from
-    std::string files;  ///< that it was made of (file_stamps.h)
-    std::string error;  ///< a sentence; empty where there is a picture
-    std::vector<std::string> warnings;
-    double seconds = 0;  ///< that it took
+    PixelSize whole;                    ///< of the reduced picture that `part` was cut from
+    std::string files;                  ///< that it was made of (file_stamps.h)
+    std::string error;                  ///< a sentence; empty where there is a picture
+    std::vector<std::string> warnings;  ///< of the scene's values; of frames alone
+    double seconds = 0;                 ///< that it took
 
     std::uint64_t bytes() const;
 };
@@ -54,6 +54,7 @@ class FrameCache {
 public:
     void setBudget(std::uint64_t bytes);
     std::uint64_t budget() const { return m_budget; }
+    void clear() { shrink(0, false); }
     std::uint64_t bytes() const { return m_bytes; }  ///< of all pictures that are kept
 
     /// Pictures that pass by, as the drafts of a drag do, have a 32nd of the budget, so that

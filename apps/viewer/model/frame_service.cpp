@@ -27,7 +27,7 @@ LiveView liveViewOf(PictureView const& view) {
 }  // namespace
 
 FrameService::FrameService(std::function<void(SharedFrame)> ready, FrameServiceOptions options)
-    : m_ready(std::move(ready)), m_options(options), m_thread([this] { work(); }) {}
+    : m_ready(std::move(ready)), m_options(std::move(options)), m_thread([this] { work(); }) {}
 
 FrameService::~FrameService() {
     {
@@ -43,6 +43,7 @@ void FrameService::ask(SceneSnapshot scene, PictureView view) {
     std::unique_lock lock(m_mutex);
     SharedFrame const kept = m_cache.find(scene.revision, scene.frame, view);
     m_wish.reset();
+    if (kept && !view.isDraft) m_given = Given{kept, scene.scene};
     if (!kept)
         take({std::move(scene), std::move(view)});
     else if (m_isCurrentWanted)
@@ -108,16 +109,30 @@ std::uint64_t FrameService::inputBytes() const { return m_inputBytes; }
 // --- The worker
 
 void FrameService::work() {
+    m_renderer.onShortMemory([this] {
+        std::lock_guard const lock(m_mutex);
+        m_cache.clear();
+    });
     std::unique_lock lock(m_mutex);
     while (!m_isEnding) {
         if (m_wish) {
             serve(lock, *std::exchange(m_wish, std::nullopt), true);
+        } else if (m_given) {
+            lookAgain(lock, *std::exchange(m_given, std::nullopt));
         } else if (auto ahead = nextPrefetch()) {
             serve(lock, *ahead, false);
         } else {
             m_changed.wait(lock);
         }
     }
+}
+
+/// Here, so that no window waits for a disk.
+void FrameService::lookAgain(std::unique_lock<std::mutex>& lock, Given const& given) {
+    lock.unlock();
+    bool const isOld = given.frame->files != fileStamps(*given.scene, given.frame->frame);
+    lock.lock();
+    if (isOld && m_options.outdated) m_options.outdated();
 }
 
 /// The next frame that is not kept, as long as there is room for it; frames that are there already
@@ -197,7 +212,7 @@ std::shared_ptr<ShownFrame> FrameService::made(Wish const& wish) {
         result->error = error.what();
         m_structure = m_revision = 0;
     }
-    result->warnings = m_renderer.takeWarnings();
+    if (view.shows == ShownPicture::kFrame) result->warnings = m_renderer.warnings();
     result->seconds =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     return result;

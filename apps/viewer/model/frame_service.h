@@ -32,6 +32,8 @@ struct FrameServiceOptions {
     /// Of ShownFrame::display in memory: alpha, red, green, blue, or blue, green, red, alpha, as
     /// the toolkit's images of 32 bits lie on this machine. World::spec says which.
     bool isBgra = false;
+    /// A kept picture was given whose files are others by now; on the service's thread.
+    std::function<void()> outdated = {};
 };
 
 class FrameService {
@@ -74,7 +76,14 @@ private:
         }
     };
 
+    /// A kept picture that was given, and the scene that it is of.
+    struct Given {
+        SharedFrame frame;
+        std::shared_ptr<Scene const> scene;
+    };
+
     void work();
+    void lookAgain(std::unique_lock<std::mutex>& lock, Given const& given);
     void serve(std::unique_lock<std::mutex>& lock, Wish const& wish, bool isWanted);
     void take(Wish wish);
     std::optional<Wish> nextPrefetch();
@@ -92,6 +101,7 @@ private:
     std::optional<Wish> m_wish;
     std::optional<Wish> m_current;   ///< under way, not stopped
     bool m_isCurrentWanted = false;  ///< was asked for, not prefetched
+    std::optional<Given> m_given;    ///< whose files are to be looked at
     std::optional<Wish> m_ahead;     ///< of the frames that are prefetched
     std::vector<int> m_aheadFrames;  ///< the next one last
     std::uint64_t m_aheadBytes = 0;

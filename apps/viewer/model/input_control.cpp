@@ -14,8 +14,8 @@ ControlRow rowOf(InputKind kind, int level) {
             .kind = ControlKind::kFile,
             .level = level,
             .fields = 1,
-            .help = isLayer ? "The picture that is pinned."
-                            : "The picture that the layer is laid over; To Pins lie in it."};
+            .help = isLayer ? "The picture that is pinned"
+                            : "The picture that the layer is laid over; To Pins lie in it"};
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "apps/viewer/model/document.h"
@@ -100,6 +101,8 @@ public:
 
 protected:
     Document& document() const { return m_document; }
+    /// What is typed into a field of numbers: without its unit, worked out (typed_number.h).
+    std::string plainText(int field, std::string_view text) const;
 
 private:
     Document& m_document;

@@ -45,7 +45,7 @@ void addSettings(Document& document, Controls& controls) {
     if (document.colors().fault.empty()) spaces = colorConfigOf(document.scene()).names();
     std::string_view group;
     controls.push_back(std::make_unique<Heading>(
-        document, ControlRow{.name = "scene", .label = "Scene", .help = "How it is rendered."}));
+        document, ControlRow{.name = "scene", .label = "Scene", .help = "How it is rendered"}));
     addComposition(document, controls);
     for (SceneSetting const& setting : sceneSettings()) {
         bool const isNext = setting.group != group;
@@ -61,7 +61,7 @@ void addSettings(Document& document, Controls& controls) {
 
 void addParameters(Document& document, Controls& controls) {
     controls.push_back(std::make_unique<Heading>(
-        document, ControlRow{.name = "effect", .label = "Corner Pin", .help = "The effect."}));
+        document, ControlRow{.name = "effect", .label = "Corner Pin", .help = "The effect"}));
     int level = 1;
     for (int index = 1; index < kParameterCount; ++index) {
         Parameter const& parameter = document.parameter(index);

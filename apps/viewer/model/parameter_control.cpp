@@ -9,6 +9,7 @@
 
 #include "apps/viewer/model/field_text.h"
 #include "apps/viewer/model/parameter_keys.h"
+#include "apps/viewer/model/typed_number.h"
 #include "zelk/pictures/pixel_size.h"
 #include "zelk/render/chosen_file.h"
 #include "zelk/render/setup.h"
@@ -87,6 +88,12 @@ std::string rangeOf(Parameter const& parameter) {
     return fmt::format("{} to {}", range.min, range.max);
 }
 
+/// Without a full stop, as all helps of the window.
+std::string phraseOf(std::string_view sentence) {
+    return std::string(sentence.ends_with('.') ? sentence.substr(0, sentence.size() - 1)
+                                               : sentence);
+}
+
 ControlRow rowOf(Parameter const& parameter, int level) {
     ControlKind const kind = kindOf(parameter.type());
     bool const isSlider = kind == ControlKind::kNumber;
@@ -96,7 +103,7 @@ ControlRow rowOf(Parameter const& parameter, int level) {
             .level = level,
             .fields = fieldsOf(kind),
             .unit = std::string(unitOfParameter(parameter.index)),
-            .help = std::string(helpOfParameter(parameter.index)),
+            .help = phraseOf(helpOfParameter(parameter.index)),
             .range = rangeOf(parameter),
             .decimals = decimalsOf(parameter),
             .step = isSlider ? stepOf(sliderRange(parameter)) : 1,
@@ -223,24 +230,38 @@ KeyValue ParameterControl::withField(int field, double number) const {
 }
 
 KeyValue ParameterControl::fromText(int field, std::string const& text) const {
-    std::string const plain = withoutUnit(trimmed(text), row().unit);
-    if (row().kind == ControlKind::kAngle) {
-        auto const turnsEnd = plain.find('x');
-        if (turnsEnd != std::string::npos || field == 0) {
-            int const turns =
-                wholeInRange(row().label, plain.substr(0, turnsEnd), -kMostTurns, kMostTurns);
-            if (turnsEnd == std::string::npos) return withField(0, turns);
-            return {turns * kTurnDeg +
-                    numberInRange(row().label, plain.substr(turnsEnd + 1), -kTurnDeg, kTurnDeg)};
-        }
-        return withField(1, numberInRange(row().label, plain, -kLargestPx, kLargestPx));
+    switch (row().kind) {
+        case ControlKind::kAngle:
+            return angleFrom(field, withoutUnit(trimmed(text), row().unit));
+        case ControlKind::kPoint:
+            if (auto const pair = pairIn(withoutUnit(trimmed(text), row().unit)))
+                return {numberIn(0, (*pair)[0]), numberIn(1, (*pair)[1])};
+            return withField(field, numberIn(field, text));
+        default:
+            break;
     }
-    bool const isPart = row().kind == ControlKind::kPoint && plain.find(',') == std::string::npos;
-    if (isPart) return withField(field, numberInRange(row().label, plain, -kLargestPx, kLargestPx));
+    bool const isColor = row().kind == ControlKind::kColor;
+    std::string plain = isColor ? std::string(trimmed(text)) : plainText(field, text);
+    if (isColor && !plain.starts_with('#')) plain = "#" + plain;
     Parameter scratch(m_index, parameter().registered);
-    bool const isBare = row().kind == ControlKind::kColor && !plain.starts_with('#');
-    setFromText(scratch, row().label, isBare ? "#" + plain : plain);
+    setFromText(scratch, row().label, plain);
     return keyValueOf(scratch.current);
+}
+
+double ParameterControl::numberIn(int field, std::string const& text) const {
+    return numberInRange(row().label, plainText(field, text), -kLargestPx, kLargestPx);
+}
+
+/// "1x20" in either field, else turns or degrees.
+KeyValue ParameterControl::angleFrom(int field, std::string const& text) const {
+    auto const turnsEnd = text.find('x');
+    bool const isBoth = turnsEnd != std::string::npos;
+    if (!isBoth && field == 1) return withField(1, numberIn(1, text));
+    int const turns =
+        wholeInRange(row().label, plainText(0, text.substr(0, turnsEnd)), -kMostTurns, kMostTurns);
+    if (!isBoth) return withField(0, turns);
+    return {turns * kTurnDeg + numberInRange(row().label, plainText(1, text.substr(turnsEnd + 1)),
+                                             -kTurnDeg, kTurnDeg)};
 }
 
 void ParameterControl::set(KeyValue const& value, std::string const& name) {

@@ -33,6 +33,8 @@ private:
     Parameter const& parameter() const { return document().parameter(m_index); }
     bool hasValue() const { return parameter().hasValue(); }
     KeyValue fromText(int field, std::string const& text) const;
+    KeyValue angleFrom(int field, std::string const& text) const;
+    double numberIn(int field, std::string const& text) const;
     /// The value with one of its fields replaced.
     KeyValue withField(int field, double number) const;
     void set(KeyValue const& value, std::string const& name);

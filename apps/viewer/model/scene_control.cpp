@@ -8,6 +8,7 @@
 #include "apps/viewer/model/scene_inputs.h"
 #include "zelk/scene/check.h"
 #include "zelk/scene/color_names.h"
+#include "zelk/scene/edit_titles.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/scene/words.h"
 #include "zelk/text/numbers.h"
@@ -25,6 +26,8 @@ constexpr NumberWord kNumberWords[] = {
     {"ANGLE", "degrees", {0, kMostShutterAngleDeg}},
     {"PHASE", "degrees", {-kMostShutterPhaseDeg, kMostShutterPhaseDeg}},
 };
+
+using Texts = std::vector<std::string>;
 
 std::vector<std::string> splitAtCommas(std::string_view text) {
     std::vector<std::string> parts(1);
@@ -58,34 +61,45 @@ ControlKind kindOf(SceneEdit const& edit) {
     return numberWordOf(edit, 0) ? ControlKind::kNumber : ControlKind::kText;
 }
 
-/// The words, after an entry for the default where that is none of them.
-std::vector<std::string> choicesOf(SceneEdit const& edit, std::vector<std::string> words) {
-    std::string const standard = defaultInHelp(edit.help);
-    if (std::find(words.begin(), words.end(), standard) != words.end()) return words;
-    words.insert(words.begin(), "(" + (standard.empty() ? "default" : plainHelp(standard)) + ")");
-    return words;
+/// What a popup's entries set, nothing for the default where that is none of the words.
+std::vector<std::string> textsOf(SceneEdit const& edit, std::vector<std::string> const& spaces) {
+    std::vector<std::string> texts = edit.words ? wordsOfEdit(edit) : spaces;
+    bool const isWord =
+        std::find(texts.begin(), texts.end(), defaultInHelp(edit.help)) != texts.end();
+    if (!isWord) texts.insert(texts.begin(), "");
+    return texts;
 }
 
-bool isDefaultEntry(std::string const& choice) { return choice.starts_with('('); }
+/// What they are called: words by their titles, colour spaces by their names.
+std::vector<std::string> choicesOf(SceneEdit const& edit, std::vector<std::string> choices) {
+    std::string const standard = defaultInHelp(edit.help);
+    std::string const other = standard.empty() ? "default" : plainHelp(standard, wordsOfEdit(edit));
+    for (std::string& choice : choices)
+        if (choice.empty())
+            choice = "(" + other + ")";
+        else if (edit.words)
+            choice = titleOf(choice);
+    return choices;
+}
 
 ControlRow rowOf(SceneSetting const& setting, SceneEdit const& edit, int level,
                  std::vector<std::string> const& spaces) {
     ControlKind const kind = kindOf(edit);
     bool const isNumber = kind == ControlKind::kNumber;
     bool const hasField = isNumber || kind == ControlKind::kFile || kind == ControlKind::kText;
-    ControlRow row{.name = "scene " + std::string(setting.edit),
-                   .label = std::string(setting.label),
-                   .kind = kind,
-                   .level = level,
-                   .fields = hasField ? 1 : 0,
-                   .help = plainHelp(edit.help)};
+    ControlRow row{
+        .name = "scene " + std::string(setting.edit),
+        .label = std::string(setting.label),
+        .kind = kind,
+        .level = level,
+        .fields = hasField ? 1 : 0,
+        .help = plainHelp(edit.help, kind == ControlKind::kPopup ? wordsOfEdit(edit) : Texts())};
     if (isNumber) {
         row.fields = static_cast<int>(splitAtCommas(edit.value).size());
         row.unit = numberWordOf(edit, 0)->unit;
         row.decimals = 1;
     }
-    if (kind == ControlKind::kPopup)
-        row.choices = choicesOf(edit, edit.words ? wordsOfEdit(edit) : spaces);
+    if (kind == ControlKind::kPopup) row.choices = choicesOf(edit, textsOf(edit, spaces));
     return row;
 }
 
@@ -113,7 +127,9 @@ SceneControl::SceneControl(Document& document, SceneSetting const& setting, int 
                            std::vector<std::string> const& spaces)
     : PanelControl(document, rowOf(setting, sceneEdit(setting.edit), level, spaces)),
       m_setting(setting),
-      m_edit(sceneEdit(setting.edit)) {}
+      m_edit(sceneEdit(setting.edit)) {
+    if (row().kind == ControlKind::kPopup) m_texts = textsOf(m_edit, spaces);
+}
 
 std::string SceneControl::read() const {
     std::string const text = m_setting.read(document().scene());
@@ -135,9 +151,8 @@ ControlState SceneControl::state() const {
     if (row().kind == ControlKind::kCheckbox) state.choice = read() == "on";
     if (row().kind == ControlKind::kPopup) {
         std::string const text = read().empty() ? defaultInHelp(m_edit.help) : read();
-        auto const& choices = row().choices;
-        auto const found = std::find(choices.begin(), choices.end(), text);
-        state.choice = found != choices.end() ? static_cast<int>(found - choices.begin()) + 1
+        auto const found = std::find(m_texts.begin(), m_texts.end(), text);
+        state.choice = found != m_texts.end() ? static_cast<int>(found - m_texts.begin()) + 1
                        : read().empty()       ? 1
                                               : 0;
     }
@@ -200,7 +215,7 @@ void SceneControl::type(int field, std::string const& text) {
     if (row().kind != ControlKind::kNumber) return set(plain);
     std::string joined;
     std::vector<std::string> all = parts();
-    all.at(static_cast<std::size_t>(field)) = withoutUnit(trimmed(text), row().unit);
+    all.at(static_cast<std::size_t>(field)) = plainText(field, text);
     for (std::string const& part : all) joined += (joined.empty() ? "" : ",") + part;
     set(joined);
 }
@@ -216,9 +231,7 @@ void SceneControl::step(int field, double steps) {
 
 void SceneControl::choose(int position) {
     if (row().kind == ControlKind::kCheckbox) return set(position ? "on" : "off");
-    std::string const& choice = row().choices.at(static_cast<std::size_t>(position - 1));
-    if (isDefaultEntry(choice)) return set("");
-    set(choice);
+    set(m_texts.at(static_cast<std::size_t>(position - 1)));
 }
 
 void SceneControl::reset() { set(""); }

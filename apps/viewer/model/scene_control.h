@@ -30,6 +30,7 @@ private:
 
     SceneSetting const& m_setting;
     SceneEdit const& m_edit;
+    std::vector<std::string> m_texts;  ///< what a popup's entries set; empty for the default
 };
 
 }  // namespace zelk

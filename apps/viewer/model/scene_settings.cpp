@@ -3,10 +3,13 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <cctype>
 #include <utility>
 
 #include "apps/viewer/model/shown_shutter.h"
 #include "params/ParamIndex.h"
+#include "zelk/scene/edit_titles.h"
 #include "zelk/scene/words.h"
 
 namespace zelk {
@@ -47,7 +50,7 @@ using S = Scene const&;
 constexpr char const* kColour = "Colour";
 
 constexpr SceneSetting kSettings[] = {
-    {"quality", "Quality", "", [](S s) { return std::string(s.isBest ? "best" : ""); },
+    {"quality", "Render Quality", "", [](S s) { return std::string(s.isBest ? "best" : ""); },
      [](Scene& s) { s.isBest = false; }, nullptr, kParamQuality},
     {"mode", "Over Mode", "",
      [](S s) { return s.overMode ? textOf(wordOf(kOverModes, *s.overMode)) : ""; },
@@ -65,15 +68,15 @@ constexpr SceneSetting kSettings[] = {
      [](Scene& s) { s.chokePx = 0; }},
     {"invert", "Invert", "", [](S s) { return onOff(s.isInverted); },
      [](Scene& s) { s.isInverted = false; }},
-    {"motion-blur", "Motion Blur", "", [](S s) { return onOff(s.comp.motionBlur); },
+    {"motion-blur", "Comp Motion Blur", "", [](S s) { return onOff(s.comp.motionBlur); },
      [](Scene& s) { s.comp.motionBlur = false; }, nullptr, 0, whyNoCompShutter},
-    {"shutter", "Shutter", "",
+    {"shutter", "Comp Shutter", "",
      [](S s) { return fmt::format("{},{}", s.comp.shutterAngleDeg, s.comp.shutterPhaseDeg); },
      [](Scene& s) {
          s.comp.shutterAngleDeg = Comp{}.shutterAngleDeg;
          s.comp.shutterPhaseDeg = Comp{}.shutterPhaseDeg;
      },
-     [](S s) { return std::string(s.comp.motionBlur ? "" : "Only with Motion Blur on."); }, 0,
+     [](S s) { return std::string(s.comp.motionBlur ? "" : "Only with Comp Motion Blur."); }, 0,
      whyNoCompShutter},
 
     {"matte", "Matte", kPicturesGroup, [](S s) { return matteOf(s.matte); }, forget<&Scene::matte>,
@@ -89,11 +92,11 @@ constexpr SceneSetting kSettings[] = {
      [](Scene& s) { s.color.isRaw = false; }},
     {"work-color", "Working Space", kColour, colorRead<&SceneColor::work>,
      colorForget<&SceneColor::work>, noRaw},
-    {"layer-color", "Layer", kColour, colorRead<&SceneColor::layer>,
+    {"layer-color", "Layer Space", kColour, colorRead<&SceneColor::layer>,
      colorForget<&SceneColor::layer>, noRaw},
-    {"plate-color", "Plate", kColour, colorRead<&SceneColor::plate>,
+    {"plate-color", "Plate Space", kColour, colorRead<&SceneColor::plate>,
      colorForget<&SceneColor::plate>, ofPlate},
-    {"output-color", "Output", kColour, colorRead<&SceneColor::output>,
+    {"output-color", "Output Space", kColour, colorRead<&SceneColor::output>,
      colorForget<&SceneColor::output>, noRaw},
     {"ocio", "Configuration", kColour,
      [](S s) { return s.color.config ? s.color.config->written : ""; },
@@ -107,7 +110,12 @@ constexpr SceneSetting kMissingFrames = {
 
 /// What helps name by the command line's option.
 constexpr std::pair<std::string_view, std::string_view> kOptionWords[] = {
-    {"--over", "a plate"}, {"--size", "a frame size"}, {"--st-map", "a lens map"}};
+    {"--over", "a plate"},
+    {"--size", "a frame size"},
+    {"--st-map", "a lens map"},
+    {"A kernel of `zelk filters`", "A kernel"}};
+
+bool isLetter(char c) { return std::isalnum(static_cast<unsigned char>(c)) || c == '-'; }
 
 }  // namespace
 
@@ -120,11 +128,19 @@ std::string defaultInHelp(std::string_view help) {
     return std::string(help.substr(open + 1, help.size() - open - 2));
 }
 
-std::string plainHelp(std::string_view help) {
-    std::string text(help);
-    for (auto const& [option, words] : kOptionWords) {
+std::string plainHelp(std::string_view help, std::vector<std::string> const& words) {
+    std::string text;
+    for (std::size_t at = 0; at < help.size();) {
+        auto end = at;
+        while (end < help.size() && isLetter(help[end])) ++end;
+        std::string const word(help.substr(at, std::max(end, at + 1) - at));
+        bool const isChoice = std::find(words.begin(), words.end(), word) != words.end();
+        text += isChoice ? titleOf(word) : word;
+        at += word.size();
+    }
+    for (auto const& [option, plain] : kOptionWords) {
         auto const at = text.find(option);
-        if (at != std::string::npos) text.replace(at, option.size(), words);
+        if (at != std::string::npos) text.replace(at, option.size(), plain);
     }
     return text;
 }

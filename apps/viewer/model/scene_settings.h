@@ -5,6 +5,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "zelk/scene/scene.h"
 
@@ -39,7 +40,7 @@ inline constexpr std::string_view kPicturesGroup = "Pictures";
 
 /// What lies between the last parentheses of an edit's help: what is taken where nothing is set.
 std::string defaultInHelp(std::string_view help);
-/// A help without the command line's own words.
-std::string plainHelp(std::string_view help);
+/// A help without the command line's own words, and the words of a popup as it shows them.
+std::string plainHelp(std::string_view help, std::vector<std::string> const& words = {});
 
 }  // namespace zelk

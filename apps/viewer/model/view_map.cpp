@@ -9,6 +9,7 @@ namespace zelk {
 namespace {
 
 constexpr double kFitMarginPx = 12;
+constexpr double kLabelMarginPx = 24;  ///< above and below, where pins' labels stand
 constexpr double kPinsMarginPx = 40;  ///< that leaves room for the pins' labels
 constexpr double kRevealMarginPx = 40;
 constexpr double kNotch = 1.25;
@@ -44,7 +45,7 @@ void ViewMap::setPan(double x, double y) { m_pan = {std::round(x), std::round(y)
 
 void ViewMap::fit() {
     double const x = (m_panel.width - 2 * kFitMarginPx) / m_picture.width;
-    double const y = (m_panel.height - 2 * kFitMarginPx) / m_picture.height;
+    double const y = (m_panel.height - 2 * kLabelMarginPx) / m_picture.height;
     m_zoom = kept(std::min(x, y));
     setPan((m_panel.width - m_picture.width * m_zoom) / 2,
            (m_panel.height - m_picture.height * m_zoom) / 2);

@@ -12,7 +12,7 @@
 #include "apps/viewer/model/picture_place.h"
 #include "hostkit/panel.h"
 #include "zelk/pictures/pixel_size.h"
-#include "zelk/render/frame_renderer.h"
+#include "zelk/render/render_options.h"
 
 namespace zelk {
 

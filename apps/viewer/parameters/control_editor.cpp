@@ -3,46 +3,21 @@
 
 #include <QCheckBox>
 #include <QColorDialog>
-#include <QComboBox>
 #include <QFileDialog>
 #include <QHBoxLayout>
-#include <QStylePainter>
 #include <QToolButton>
-#include <QWheelEvent>
 
 #include "apps/viewer/model/field_text.h"
 #include "apps/viewer/parameters/own_keys.h"
 #include "apps/viewer/parameters/panel_icons.h"
+#include "apps/viewer/parameters/popup.h"
 #include "apps/viewer/parameters/value_field.h"
+#include "zelk/text/errors.h"
 
 namespace zelk {
 namespace {
 
 constexpr int kFieldPx = 100, kPairFieldPx = 68, kTurnsFieldPx = 34, kPopupPx = 20;
-
-/// A popup that the wheel passes by when it scrolls the panel, and that tells by dots what it cuts.
-class Popup : public QComboBox {
-public:
-    using QComboBox::QComboBox;
-
-protected:
-    void paintEvent(QPaintEvent*) override {
-        QStylePainter painter(this);
-        QStyleOptionComboBox option;
-        initStyleOption(&option);
-        painter.drawComplexControl(QStyle::CC_ComboBox, option);
-        int const width =
-            style()
-                ->subControlRect(QStyle::CC_ComboBox, &option, QStyle::SC_ComboBoxEditField, this)
-                .width();
-        QString const& text = currentIndex() < 0 ? placeholderText() : option.currentText;
-        option.currentText = fontMetrics().elidedText(text, Qt::ElideRight, width - 4);
-        painter.drawControl(QStyle::CE_ComboBoxLabel, option);
-    }
-    void wheelEvent(QWheelEvent* event) override {
-        hasFocus() ? QComboBox::wheelEvent(event) : event->ignore();
-    }
-};
 
 /// What users hear of one of several fields.
 QString nameOfField(ControlRow const& row, int field) {
@@ -98,9 +73,8 @@ ControlEditor::ControlEditor(PanelControl& control, RunAct run, QWidget* parent)
 ValueField* ControlEditor::newField(int field, QString const& name) {
     FieldActs acts;
     acts.typedText = [this, field] { return QString::fromStdString(m_control.typedText(field)); };
-    acts.type = [this, field](QString const& text) {
-        m_run([&] { m_control.type(field, text.toStdString()); });
-    };
+    acts.type = [this, field](QString const& text) { return type(field, text.toStdString()); };
+    acts.giveUp = [this] { m_run([] {}); };
     acts.begin = [this] { m_control.begin(); };
     acts.end = [this] { m_control.end(); };
     acts.cancel = [this] { m_run([&] { m_control.cancel(); }); };
@@ -114,6 +88,24 @@ ValueField* ControlEditor::newField(int field, QString const& name) {
         (QString::fromStdString(m_control.row().label) + " " + name).trimmed());
     m_fields.push_back(widget);
     return widget;
+}
+
+/// The sentence of a refusal, which is told as that of any act is.
+QString ControlEditor::type(int field, std::string const& text) {
+    QString refusal;
+    m_run([&] {
+        try {
+            m_control.type(field, text);
+        } catch (UserError const& error) {
+            refusal = QString::fromUtf8(error.what());
+            throw;
+        }
+    });
+    return refusal;
+}
+
+void ControlEditor::dropTyped() {
+    for (ValueField* const field : m_fields) field->dropTyped();
 }
 
 void ControlEditor::addFields(QHBoxLayout& layout) {
@@ -130,8 +122,6 @@ void ControlEditor::addFields(QHBoxLayout& layout) {
 void ControlEditor::addPopup(QHBoxLayout& layout) {
     m_popup = new Popup(this);
     m_popup->setFocusPolicy(Qt::StrongFocus);
-    keepKeys(*m_popup, {Qt::Key_Space, Qt::Key_Up, Qt::Key_Down, Qt::Key_Home, Qt::Key_End,
-                        Qt::Key_PageUp, Qt::Key_PageDown});
     m_popup->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
     m_popup->setMinimumContentsLength(8);
     m_popup->setFixedHeight(kPopupPx);

@@ -27,6 +27,8 @@ public:
     void show(ControlState const& state);
     /// The first of its widgets takes the focus.
     void focusFirst();
+    /// What is typed and not set goes.
+    void dropTyped();
 
 private:
     void addFields(QHBoxLayout& layout);
@@ -34,6 +36,7 @@ private:
     void addCheckbox(QHBoxLayout& layout);
     QToolButton* addButton(QHBoxLayout& layout, QString const& help, void (ControlEditor::*act)());
     ValueField* newField(int field, QString const& name);
+    QString type(int field, std::string const& text);
 
     void choose(int position);
     void askForColor();

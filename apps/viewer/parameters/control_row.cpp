@@ -6,6 +6,7 @@
 #include <QLabel>
 #include <QMenu>
 #include <QToolButton>
+#include <algorithm>
 
 #include "apps/viewer/parameters/panel_icons.h"
 
@@ -13,6 +14,7 @@ namespace zelk {
 namespace {
 
 constexpr int kIndentPx = 12, kLabelPx = 174, kSignPx = 18, kRowPx = 22;
+constexpr int kWholePx = 406, kLeastLabelPx = 100;  // a narrower row has a narrower label
 
 QString text(std::string const& own) { return QString::fromStdString(own); }
 
@@ -72,11 +74,10 @@ void ControlRowWidget::refresh() {
     m_isShown = true;
     m_editor->show(m_state);
     m_label->setEnabled(m_state.isEnabled);
-    bool const isIdle = !m_state.note.empty() && !m_state.isDefault && m_state.isEnabled;
-    m_label->setText(text(m_control.row().label) + (isIdle ? " (no effect)" : ""));
     QFont font = this->font();
     font.setBold(!m_state.isDefault);
     m_label->setFont(font);
+    showLabel();
     if (isOther) {
         setToolTip(text(tooltipOf(m_control.row(), m_state)));
         setAccessibleDescription(toolTip());
@@ -92,13 +93,31 @@ void ControlRowWidget::showKeys() {
     QColor const quiet = palette().color(QPalette::PlaceholderText);
     QColor const loud = palette().color(QPalette::Link);
     m_stopwatch->setVisible(m_control.row().canVary);
-    m_stopwatch->setIcon(panelIcon(PanelSign::kStopwatch, m_state.hasKeys ? loud : quiet));
+    m_stopwatch->setIcon(
+        panelIcon(m_state.hasKeys ? PanelSign::kRunningStopwatch : PanelSign::kStopwatch,
+                  m_state.hasKeys ? loud : quiet));
     m_earlier->setIcon(panelIcon(PanelSign::kPrevious, quiet));
     m_later->setIcon(panelIcon(PanelSign::kNext, quiet));
     m_key->setIcon(panelIcon(m_state.hasKeyHere ? PanelSign::kKey : PanelSign::kNoKey,
                              m_state.hasKeyHere ? loud : quiet));
     for (QToolButton* const button : {m_earlier, m_key, m_later})
         button->setVisible(m_state.hasKeys);
+}
+
+/// What doesn't fit ends with dots.
+void ControlRowWidget::showLabel() {
+    bool const isIdle = !m_state.note.empty() && !m_state.isDefault && m_state.isEnabled;
+    QString const whole = text(m_control.row().label) + (isIdle ? " (no effect)" : "");
+    m_label->setText(m_label->fontMetrics().elidedText(whole, Qt::ElideRight, m_label->width()));
+    m_label->setToolTip(m_label->text() == whole ? "" : whole);  // empty: the row's
+}
+
+void ControlRowWidget::resizeEvent(QResizeEvent* event) {
+    QWidget::resizeEvent(event);
+    int const room = std::clamp(kLabelPx - (kWholePx - width()), kLeastLabelPx, kLabelPx);
+    m_label->setFixedWidth(room - m_control.row().level * kIndentPx);
+    m_label->resize(m_label->maximumWidth(), m_label->height());
+    if (m_isShown) showLabel();
 }
 
 void ControlRowWidget::changeEvent(QEvent* event) {

@@ -22,6 +22,7 @@ public:
     /// Shows the control's state, where it is another one than is shown.
     void refresh();
     void focusEditor() { m_editor->focusFirst(); }
+    void dropTyped() { m_editor->dropTyped(); }
 
     // By the keyboard's commands and the row's own buttons and menu.
     void reset();
@@ -33,12 +34,14 @@ protected:
     void contextMenuEvent(QContextMenuEvent* event) override;
     bool eventFilter(QObject* object, QEvent* event) override;
     void changeEvent(QEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
 
 private:
     QToolButton* newButton(QString const& help, void (ControlRowWidget::*act)());
     void goToEarlierKey() { goToKey(false); }
     void goToLaterKey() { goToKey(true); }
     void showKeys();
+    void showLabel();
 
     PanelControl& m_control;
     RunAct m_run;

@@ -38,11 +38,14 @@ private:
     Draw m_draw;
 };
 
-void drawStopwatch(QPainter& painter) {
-    painter.setBrush(Qt::NoBrush);
+/// A running one is filled, its hands in the dark.
+void drawStopwatch(QPainter& painter, bool isRunning, QColor const& color) {
+    painter.setBrush(isRunning ? QBrush(color) : QBrush(Qt::NoBrush));
     painter.drawEllipse(QPointF(8, 9), 4.75, 4.75);
+    if (isRunning) painter.setPen(QPen(QColor(20, 24, 30), 1.5));
     painter.drawLine(QPointF(8, 9), QPointF(8, 6));
     painter.drawLine(QPointF(8, 9), QPointF(10, 10));
+    painter.setPen(QPen(color, isRunning ? 1.75 : 1.25));
     painter.drawLine(QPointF(6.5, 2), QPointF(9.5, 2));
     painter.drawLine(QPointF(8, 2), QPointF(8, 4));
 }
@@ -64,7 +67,8 @@ QIcon panelIcon(PanelSign sign, QColor const& color) {
         painter.setPen(QPen(color, 1.25));
         switch (sign) {
             case PanelSign::kStopwatch:
-                return drawStopwatch(painter);
+            case PanelSign::kRunningStopwatch:
+                return drawStopwatch(painter, sign == PanelSign::kRunningStopwatch, color);
             case PanelSign::kKey:
             case PanelSign::kNoKey:
                 return drawDiamond(painter, sign == PanelSign::kKey, color);

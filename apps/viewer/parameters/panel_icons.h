@@ -7,7 +7,7 @@
 
 namespace zelk {
 
-enum class PanelSign { kStopwatch, kKey, kNoKey, kPrevious, kNext };
+enum class PanelSign { kStopwatch, kRunningStopwatch, kKey, kNoKey, kPrevious, kNext };
 
 QIcon panelIcon(PanelSign sign, QColor const& color);
 /// A colour to choose another one from.

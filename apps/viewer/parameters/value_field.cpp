@@ -4,6 +4,7 @@
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
+#include <QToolTip>
 #include <QWheelEvent>
 #include <cmath>
 
@@ -12,6 +13,7 @@ namespace {
 
 constexpr double kDragStartPx = 3;
 constexpr double kNotch = 120;  // of a wheel, in eighths of a degree
+constexpr QColor kRefusedColor(255, 90, 80, 64);
 
 double factorOf(Qt::KeyboardModifiers keys) {
     if (keys & Qt::ShiftModifier) return 10;
@@ -30,7 +32,7 @@ bool isEnter(QKeyEvent const& event) {
 bool startsValue(QKeyEvent const& event) {
     bool const isPlain = !(event.modifiers() & (Qt::ControlModifier | Qt::AltModifier));
     QString const text = event.text();
-    return isPlain && !text.isEmpty() && QString("0123456789-+.#").contains(text[0]);
+    return isPlain && !text.isEmpty() && QString("0123456789-+*/(.#").contains(text[0]);
 }
 
 }  // namespace
@@ -54,6 +56,8 @@ void ValueField::dress() {
         if (m_acts.step) own.setColor(QPalette::Inactive, QPalette::Text, link);
     }
     setPalette(own);
+    setToolTip(m_refusal);  // empty: the row's
+    setAccessibleDescription(m_refusal);
     setCursor(isTyping()    ? Qt::IBeamCursor
               : m_acts.step ? Qt::SizeHorCursor
                             : Qt::PointingHandCursor);
@@ -61,9 +65,12 @@ void ValueField::dress() {
 
 void ValueField::paintEvent(QPaintEvent* event) {
     QLineEdit::paintEvent(event);
-    if (!isEnabled() || !(hasFocus() || underMouse())) return;
+    if (!isEnabled() || !(hasFocus() || underMouse() || isRefused())) return;
     QPainter painter(this);
-    painter.setPen(palette().color(hasFocus() ? QPalette::Highlight : QPalette::Mid));
+    if (isRefused()) painter.fillRect(rect(), kRefusedColor);
+    painter.setPen(palette().color(isRefused()  ? QPalette::BrightText
+                                   : hasFocus() ? QPalette::Highlight
+                                                : QPalette::Mid));
     painter.drawRect(rect().adjusted(0, 0, -1, -1));
 }
 
@@ -85,12 +92,35 @@ void ValueField::startTyping(QString const& text, bool selects) {
 /// A text that nobody changed sets nothing, however few digits it shows.
 void ValueField::stopTyping(bool sets) {
     QString const typed = text();
+    bool const wasRefused = isRefused();
+    dropTyped();
+    QString const refusal = sets && typed != m_typedFrom ? m_acts.type(typed) : QString();
+    if (!refusal.isEmpty()) return refuse(typed, refusal);
+    if (wasRefused && (!sets || typed == m_typedFrom)) m_acts.giveUp();
+    dropTyped();
+}
+
+void ValueField::dropTyped() {
+    m_refused.clear();
+    m_refusal.clear();
     setReadOnly(true);
     dress();
-    deselect();
-    if (sets && typed != m_typedFrom) m_acts.type(typed);
     setText(m_shown);
     setCursorPosition(0);
+}
+
+void ValueField::refuse(QString const& typed, QString const& sentence) {
+    m_refused = typed;
+    m_refusal = sentence;
+    setReadOnly(false);
+    dress();
+    setText(typed);
+    tell();
+}
+
+void ValueField::tell() {
+    if (isRefused() && hasFocus())
+        QToolTip::showText(mapToGlobal(rect().bottomLeft()), m_refusal, this);
 }
 
 void ValueField::addSteps(double steps) {
@@ -199,8 +229,13 @@ void ValueField::keyReleaseEvent(QKeyEvent* event) {
     QLineEdit::keyReleaseEvent(event);
 }
 
+void ValueField::focusInEvent(QFocusEvent* event) {
+    QLineEdit::focusInEvent(event);
+    tell();
+}
+
 void ValueField::focusOutEvent(QFocusEvent* event) {
-    if (isTyping() && event->reason() != Qt::PopupFocusReason) stopTyping(true);
+    if (event->reason() != Qt::PopupFocusReason) takeTyped();
     endHold(true);
     QLineEdit::focusOutEvent(event);
 }

@@ -90,6 +90,34 @@ TEST_F(CompositionTest, ChannelsAreThoseOfTheFile) {
     EXPECT_EQ(canvas().look().pixels.channels, ChannelView::kColor);
 }
 
+/// What is drawn is what the mouse takes, also over a frame that can't be read.
+TEST_F(CompositionTest, PinsAreShownWithoutAPicture) {
+    document.change("Set Plate", [&](Scene& scene) {
+        scene.plate->file = ScenePath{folder.at("gone.png").string()};
+    });
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] { return canvas().isAtRest() && !canvas().shown()->error.empty(); }, 20000));
+    look(1, valueOf(kToPins));
+    auto const pinsPixels = [&](bool isShown) {
+        setLook([&](CanvasLook& look) { look.hasOverlay = isShown; });
+        QImage const all = canvas().grab().toImage().convertToFormat(QImage::Format_RGB32);
+        QPoint const pin = (QPointF(placeOf(valueOf(kToPins))) * density()).toPoint();
+        return all.copy(QRect(pin - QPoint(6, 6), pin + QPoint(6, 6)));
+    };
+    QImage const without = pinsPixels(false), with = pinsPixels(true);
+    EXPECT_NE(differenceOf(without, with), "");
+    PanelPoint const before = valueOf(kToPins);
+    QPoint const at = placeOf(before);
+    drag(at, at + QPoint(20, 10));
+    EXPECT_NEAR(valueOf(kToPins).x, before.x + 20 * density(), 1e-4);
+    // Who doesn't see them hears of them.
+    QString const place = QString("upper left To Pin at %1, ").arg(valueOf(kToPins).x, 0, 'f', 2);
+    EXPECT_TRUE(canvas().accessibleDescription().startsWith(place))
+        << canvas().accessibleDescription().toStdString();
+    key(Qt::Key_Escape);
+    EXPECT_TRUE(canvas().accessibleDescription().startsWith("No pin"));
+}
+
 TEST_F(CompositionTest, TheWipeShowsWhatWasBeforeLeftOfItsLine) {
     look(1, {320, 213});
     QImage const after = shot();
@@ -117,6 +145,18 @@ TEST_F(CompositionTest, TheWipeShowsWhatWasBeforeLeftOfItsLine) {
                            after.copy(at + aside, 0, rest, height)),
               "");
     EXPECT_EQ(document.undoName(), "");
+}
+
+TEST_F(CompositionTest, AnInvertedScenesFrameIsNotWiped) {
+    QString told;
+    choose("Wipe");
+    canvas().onFailure = [&](QString const& text) { told = text; };
+    document.change("Invert", [](Scene& scene) { scene.isInverted = true; });
+    EXPECT_FALSE(canvas().look().hasWipe);
+    choose("Frame");
+    choose("Wipe");
+    EXPECT_FALSE(canvas().look().hasWipe);
+    EXPECT_TRUE(told.startsWith("Wipe")) << told.toStdString();
 }
 
 TEST_F(CompositionTest, TheReadoutHasTheFilesValuesAndBothPlaces) {

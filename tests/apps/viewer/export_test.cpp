@@ -99,7 +99,7 @@ TEST_F(ExportTest, TellsWhatFailsAndEndsWhenItIsTold) {
     type("Output", "");
     pressIn("Export");
     QString const refused = window->exportDialog()->said();
-    EXPECT_TRUE(refused.contains("output", Qt::CaseInsensitive)) << refused.toStdString();
+    EXPECT_TRUE(refused.contains("Output is missing")) << refused.toStdString();
     EXPECT_EQ(error(), "");  // the window behind has no part in it
     type("Frames", "9-");
     type("Output", path("p.png"));
@@ -180,7 +180,7 @@ TEST_F(ExportTest, TheFrameOnScreenAsACommand) {
     EXPECT_EQ(bytesOf(folder.at("out/move.0007.png")), bytesOf(folder.at("out/plain.png")));
     makeChange();
     press("File/Copy as Command");
-    EXPECT_TRUE(error().contains("Save the project first: no option says keyframes"));
+    EXPECT_TRUE(error().contains("Save the project first: only a project holds keyframes"));
 }
 
 /// Bash as a terminal has it, which takes "!" for its history. A name may look like an option.

@@ -3,9 +3,12 @@
 #include "apps/viewer/model/frame_service.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 #include <cstring>
 #include <deque>
+#include <fstream>
 #include <random>
 
 #include "tests/support/temporary_folder.h"
@@ -112,6 +115,71 @@ TEST_F(ServiceTest, TheLastOfManyRequestsComesAndIsThePictureOfItsScene) {
         EXPECT_LE(inbox.waiting(), 0u);
     }
 }
+
+/// Feather, choke and shutter are values: nothing is opened for them.
+TEST_F(ServiceTest, DraggedNumbersMakeThePictureOfAFreshScene) {
+    zelk_test::TemporaryFolder const folder;
+    std::string pixels = "P6 48 36 255\n";
+    for (int i = 0; i < 3 * 48 * 36; ++i) pixels += char(i * 7 % 251);
+    Scene scene = sceneOf(48, 36);
+    scene.layer = {};
+    sceneEdit("layer").apply(scene, "layer", folder.put("layer.ppm", pixels).string());
+    scene.featherPx = 1;
+    scene.comp.motionBlur = true;
+    SceneParameter turn{"rotate", {}, {}};
+    turn.keys = {{0, -40.0, {}, {}, {}}, {9, 40.0, {}, {}, {}}};
+    scene.parameters.push_back(turn);
+    document.start(scene);
+    std::uint64_t const structure = document.snapshot().structure;
+    World last;
+    auto const expectFresh = [&] {
+        service.ask(document.snapshot(), {});
+        SharedFrame const frame = inbox.next();
+        ASSERT_NE(frame, nullptr);
+        EXPECT_EQ(frame->error, "");
+        EXPECT_TRUE(isSame(frame->display, fresh()));
+        EXPECT_FALSE(isSame(frame->display, last));
+        last = fresh();
+        EXPECT_EQ(document.snapshot().structure, structure);
+    };
+    expectFresh();
+    for (auto const& act : {+[](Scene& s) { s.featherPx = 4; }, +[](Scene& s) { s.chokePx = 3; },
+                            +[](Scene& s) { s.comp.shutterAngleDeg = 40; }}) {
+        document.change("Set", act);
+        expectFresh();
+    }
+    document.undo();
+    service.ask(document.snapshot(), {});
+    EXPECT_EQ(inbox.next()->view, PictureView());
+    document.change("Set Choke", [](Scene& s) { s.chokePx = 2; });
+    expectFresh();
+}
+
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+/// As `zelk render` does it, instead of being killed.
+TEST_F(ServiceTest, RefusesAFrameThatMemoryIsShortFor) {
+    for (bool const isModule : {true, false}) {
+        Scene scene = sceneOf(48, 36);
+        if (!isModule) scene.featherPx = 1;
+        document.start(scene);
+        rlimit before{};
+        ASSERT_EQ(::getrlimit(RLIMIT_AS, &before), 0);
+        std::uint64_t pages = 0;
+        std::ifstream("/proc/self/statm") >> pages;
+        rlimit tight = before;
+        tight.rlim_cur = pages * std::uint64_t(::getpagesize()) + 60'000'000;
+        ASSERT_EQ(::setrlimit(RLIMIT_AS, &tight), 0);
+        service.ask(document.snapshot(), {});
+        SharedFrame const refused = inbox.next();
+        ::setrlimit(RLIMIT_AS, &before);
+        ASSERT_NE(refused, nullptr);
+        EXPECT_NE(refused->error.find("100 MB of free memory"), std::string::npos)
+            << refused->error;
+        service.ask(document.snapshot(), {});
+        EXPECT_EQ(inbox.next()->error, "");
+    }
+}
+#endif
 
 TEST_F(ServiceTest, FindsPicturesOfFormerStatesAndGivesThemAtOnce) {
     SceneSnapshot const first = move(3);

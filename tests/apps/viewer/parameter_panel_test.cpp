@@ -21,6 +21,7 @@
 #include "apps/viewer/model/shown_shutter.h"
 #include "tests/apps/viewer/window_fixture.h"
 #include "zelk/scene/check.h"
+#include "zelk/scene/edit_titles.h"
 #include "zelk/scene/edits.h"
 #include "zelk/scene/file.h"
 #include "zelk/scene/parameter_names.h"
@@ -186,14 +187,23 @@ TEST_F(ParameterPanelTest, UnitsAreTakenAndWrongTextsLeaveTheValue) {
         int field = 0;
     };
     document().edit(kParamTranslateX, {1});
-    for (Case const& taken : std::initializer_list<Case>{{"corner-pin-opacity", "55 %", 55},
-                                                         {"corner-pin-opacity", " 54percent", 54},
-                                                         {"to-upper-left", "12.5 px", 12.5},
-                                                         {"to-upper-left", "7,9", 7},
-                                                         {"scale-x", "1.5x", 1.5},
-                                                         {"rotate", "1x15", 375, 1},
-                                                         {"rotate", "20°", 380, 1},
-                                                         {"rotate", "-1", -340, 0}}) {
+    for (Case const& taken :
+         std::initializer_list<Case>{{"corner-pin-opacity", "55 %", 55},
+                                     {"corner-pin-opacity", " 54percent", 54},
+                                     {"to-upper-left", "12.5 px", 12.5},
+                                     {"to-upper-left", "7,9", 7},
+                                     {"scale-x", "1.5x", 1.5},
+                                     {"scale-x", "0,75", 0.75},
+                                     {"scale-x", "2*0.625", 1.25},
+                                     {"scale-x", "*=2", 2.5},
+                                     {"corner-pin-opacity", "(2+3)*-2/-4 %", 2.5},
+                                     {"corner-pin-opacity", "54.5-0,5", 54},
+                                     {"to-upper-left", "1920/2; 1,5", 960},
+                                     {"to-upper-left", "100, 50", 100},
+                                     {"to-upper-left", "-=93", 7},
+                                     {"rotate", "1x15", 375, 1},
+                                     {"rotate", "20°", 380, 1},
+                                     {"rotate", "-1", -340, 0}}) {
         type(taken.name, taken.text, taken.field);
         EXPECT_EQ(message(), "");
         EXPECT_EQ(value(*parameterIndex(taken.name))[0], taken.value) << taken.text;
@@ -207,6 +217,11 @@ TEST_F(ParameterPanelTest, UnitsAreTakenAndWrongTextsLeaveTheValue) {
                                                          {"to-wireframe-color", "#12345", 255},
                                                          {"rotate", "1x2x3", -340, 1},
                                                          {"translate-x", "nan", 1},
+                                                         {"translate-x", "1,920", 1},
+                                                         {"translate-x", "1/0", 1},
+                                                         {"translate-x", "2*(1", 1},
+                                                         {"translate-x", "1 2", 1},
+                                                         {"scene comp duration", "2,5", 48},
                                                          {"scene feather", "-1", 0},
                                                          {"scene shutter", "721", 0},
                                                          {"scene ocio", "none.ocio", 0}}) {
@@ -215,11 +230,27 @@ TEST_F(ParameterPanelTest, UnitsAreTakenAndWrongTextsLeaveTheValue) {
         EXPECT_NE(message(), "") << wrong.text;
         EXPECT_EQ(message().count('\n'), 0);
         EXPECT_EQ(text(), before) << wrong.text;
+        EXPECT_EQ(field(wrong.name, wrong.field).text(), wrong.text);
+        EXPECT_EQ(field(wrong.name, wrong.field).toolTip(), message());
+        QTest::keyClick(&field(wrong.name, wrong.field), Qt::Key_Escape);
         EXPECT_EQ(field(wrong.name, wrong.field).text(), shown);
+        EXPECT_EQ(message(), "");
         if (auto const index = parameterIndex(wrong.name)) {
             EXPECT_EQ(value(*index)[0], wrong.value) << wrong.text;
         }
     }
+    // It stays where another field is gone to, and is no other scene's.
+    type("translate-x", "2*");
+    type("translate-y", "3");
+    EXPECT_EQ(field("translate-x").text(), "2*");
+    EXPECT_NE(field("translate-x").toolTip(), "");
+    QTest::keyClicks(&field("translate-x"), "4");
+    QTest::keyClick(&field("translate-x"), Qt::Key_Return);
+    EXPECT_EQ(value(kParamTranslateX)[0], 8);
+    type("translate-x", "2*");
+    document().start(Scene(document().scene()));
+    EXPECT_EQ(field("translate-x").toolTip(), "");
+    EXPECT_EQ(field("translate-x").text(), "8.0 %");
     // Left as it is shown, with fewer digits than it has, or by Esc.
     document().edit(kParamCornerPinOpacity, {33.3333});
     std::string const third = text();
@@ -454,7 +485,8 @@ std::vector<std::string> textsOf(SceneEdit const& edit, ControlRow const& row) {
 
 void act(PanelControl& control, std::string const& text) {
     auto const& choices = control.row().choices;
-    auto const place = std::find(choices.begin(), choices.end(), text) - choices.begin();
+    auto const isIt = [&](std::string const& own) { return own == text || own == titleOf(text); };
+    auto const place = std::find_if(choices.begin(), choices.end(), isIt) - choices.begin();
     if (control.row().kind == ControlKind::kPopup) return control.choose(int(place) + 1);
     if (control.row().kind == ControlKind::kCheckbox) return control.choose(text == "on");
     control.type(0, text);
@@ -480,6 +512,7 @@ TEST_F(ParameterPanelTest, SettingsOfTheSceneAreItsEdits) {
         });
         if (setting == settings.end()) continue;
         SceneEdit const& edit = sceneEdit(setting->edit);
+        EXPECT_EQ(control->row().label, editTitle(setting->edit)) << "refusals call it so";
         for (std::string const& value : textsOf(edit, control->row())) {
             SCOPED_TRACE(control->row().name + " " + value);
             Scene wanted = document().scene();
@@ -512,7 +545,10 @@ TEST_F(ParameterPanelTest, SettingsOfTheSceneAreItsEdits) {
 
 /// The composition's shutter counts at "Comp Settings" alone.
 TEST_F(ParameterPanelTest, ASwitchOfMotionBlurWithoutEffectSaysSo) {
-    auto const label = [&] { return part<QLabel>("scene motion-blur").text().toStdString(); };
+    auto const label = [&] {  // its tooltip where it is cut
+        auto const& label = part<QLabel>("scene motion-blur");
+        return (label.toolTip().isEmpty() ? label.text() : label.toolTip()).toStdString();
+    };
     auto const setSwitch = [&](bool isOn) {
         auto& box = part<QCheckBox>("scene motion-blur");
         if (box.isChecked() != isOn) QTest::mouseClick(&box, Qt::LeftButton, {}, {6, 6});
@@ -523,11 +559,11 @@ TEST_F(ParameterPanelTest, ASwitchOfMotionBlurWithoutEffectSaysSo) {
                                         {3, ""}}) {
         document().edit(kParamMotionBlur, {double(entry)});
         setSwitch(false);
-        EXPECT_EQ(label(), "Motion Blur");
+        EXPECT_EQ(label(), "Comp Motion Blur");
         EXPECT_TRUE(message().isEmpty());
         setSwitch(true);
         bool const isIdle = *remedy != 0;
-        EXPECT_EQ(label(), isIdle ? "Motion Blur (no effect)" : "Motion Blur");
+        EXPECT_EQ(label(), isIdle ? "Comp Motion Blur (no effect)" : "Comp Motion Blur");
         EXPECT_EQ(message().isEmpty(), !isIdle);
         EXPECT_TRUE(message().contains(remedy)) << message().toStdString();
         EXPECT_EQ(row("scene motion-blur").toolTip().contains("Without effect"), isIdle);
@@ -540,15 +576,15 @@ TEST_F(ParameterPanelTest, ASwitchOfMotionBlurWithoutEffectSaysSo) {
 TEST_F(ParameterPanelTest, QualityOfTheSceneIsTheEffectsOrBest) {
     std::string const before = text();
     QComboBox& quality = part<QComboBox>("scene quality");
-    EXPECT_EQ(quality.currentText(), "high");
+    EXPECT_EQ(quality.currentText(), "High");
     QTest::keyClick(&part<QComboBox>("quality"), Qt::Key_Up);
-    EXPECT_EQ(quality.currentText(), "medium");
+    EXPECT_EQ(quality.currentText(), "Medium");
     for (int i = 0; i < 3; ++i) QTest::keyClick(&quality, Qt::Key_Down);
     EXPECT_TRUE(document().scene().isBest);
     EXPECT_EQ(value(kParamQuality)[0], 3);  // High, under best
     QTest::keyClick(&part<QComboBox>("quality"), Qt::Key_Up);
     EXPECT_FALSE(document().scene().isBest);
-    EXPECT_EQ(quality.currentText(), "medium");
+    EXPECT_EQ(quality.currentText(), "Medium");
     expectUndone(before);
 }
 

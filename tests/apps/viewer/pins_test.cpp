@@ -217,8 +217,9 @@ TEST_F(CompositionTest, KeysSelectNudgeAndType) {
     QTest::keyClicks(field, "12.5, nowhere");
     QTest::keyClick(field, Qt::Key_Return);
     EXPECT_EQ(text(), before);
+    EXPECT_EQ(field->text(), "12.5, nowhere");
     field->selectAll();
-    QTest::keyClicks(field, "12.5 -7 px");
+    QTest::keyClicks(field, "25/2 -7 px");
     QTest::keyClick(field, Qt::Key_Return);
     EXPECT_EQ(valueOf(kToPins + 1), (PanelPoint{12.5, -7}));
     EXPECT_EQ(document.undoName(), "Move upper right To Pin");

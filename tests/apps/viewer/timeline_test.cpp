@@ -53,7 +53,7 @@ protected:
     }
     void run(char const* name) {
         for (ViewerCommand const& command : window->timeline().commands())
-            if (command.name == QLatin1String(name)) return command.run();
+            if (command.name == QString(name)) return command.run();
         FAIL() << "no command " << name;
     }
 
@@ -165,7 +165,7 @@ TEST_F(TimelineTest, EaseByNumbersChangesWhatWasTyped) {
             if (box->accessibleName() == "Incoming influence") box->setValue(75);
         dialog->accept();
     });
-    run("Key Ease...");
+    run("Key Ease\u2026");
     EXPECT_EQ(keys(kToPins)[1].incoming.influencePercent, 75);
     EXPECT_EQ(keys(kToPins)[1].outgoing, outgoing);
 }
@@ -186,6 +186,30 @@ TEST_F(TimelineTest, TheRulerAndTheKeysGoThroughFrames) {
     run("Next Frame");
     EXPECT_EQ(document().frame(), 12);
     run("Play All Frames");
+}
+
+/// What was zoomed to stays until another scene is opened; the whole follows the panel.
+TEST_F(TimelineTest, ZoomStaysThroughActsAndSizes) {
+    auto const isWhole = [this] {
+        TimeScale whole;
+        whole.fit(document().firstFrame(), document().lastFrame(),
+                  sheet()->width() - TimelineLook::kNamesPx);
+        return std::abs(whole.pxPerFrame - view().scale().pxPerFrame) < 1e-9;
+    };
+    EXPECT_TRUE(isWhole());
+    run("Zoom Timeline In");
+    double const zoom = view().scale().pxPerFrame, left = view().scale().left;
+    document().change("Feather", [](Scene& scene) { scene.featherPx = 4; });
+    document().undo();
+    window->resize(window->width() - 160, window->height());
+    QTest::qWait(50);
+    EXPECT_EQ(view().scale().pxPerFrame, zoom);
+    EXPECT_EQ(view().scale().left, left);
+    window->openFile(QString::fromStdString(exampleFile("move.zelk.json")));
+    EXPECT_TRUE(isWhole());
+    window->resize(window->width() + 100, window->height());
+    QTest::qWait(50);
+    EXPECT_TRUE(isWhole());
 }
 
 TEST_F(TimelineTest, PlaysFramesThatAreReadyInOrder) {

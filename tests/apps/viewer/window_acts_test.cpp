@@ -180,7 +180,7 @@ TEST_F(WindowActs, TheFocusIsWhereItIsOfUse) {
     QTest::keyClicks(frame, "12");
     QTest::keyClick(frame, Qt::Key_Return);
     EXPECT_EQ(document().frame(), 12);
-    EXPECT_FALSE(frame->hasFocus());
+    EXPECT_EQ(window->focusWidget(), &canvas());
     // A button that has the focus has Space for itself.
     for (auto* const button : window->composition().findChildren<QToolButton*>()) {
         if (button->text() != "Wipe") continue;
@@ -196,6 +196,20 @@ TEST_F(WindowActs, TheFocusIsWhereItIsOfUse) {
         letters << QKeySequence::mnemonic(menu->text()).toString();
     EXPECT_EQ(letters.removeDuplicates(), 0);
     EXPECT_FALSE(letters.contains(""));
+}
+
+/// Lock screen, workspaces and the like never reach the window. Helps are phrases.
+TEST_F(WindowActs, ShortcutsAreNoDesktopsAndHelpsAreOfOneForm) {
+    QStringList const kept = {"Ctrl+Alt+L",    "Ctrl+Alt+Up",    "Ctrl+Alt+Down", "Ctrl+Alt+T",
+                              "Ctrl+Alt+Left", "Ctrl+Alt+Right", "Ctrl+Alt+A",    "Ctrl+Alt+D",
+                              "Alt+F4",        "Alt+Tab",        "Alt+Space",     "Ctrl+Alt+Del"};
+    for (ViewerCommand const& command : window->menus().commands()) {
+        for (QKeySequence const& keys : command.otherKeys + QList<QKeySequence>{command.keys})
+            EXPECT_FALSE(kept.contains(keys.toString())) << command.name.toStdString();
+        EXPECT_FALSE(command.help.endsWith(".")) << command.help.toStdString();
+    }
+    for (auto const& control : panelControls(document()))
+        EXPECT_FALSE(control->row().help.ends_with(".")) << control->row().help;
 }
 
 TEST_F(WindowActs, KeysOfTheTimelineByKeyboard) {
@@ -234,6 +248,21 @@ TEST_F(WindowActs, NoWarningMovesThePicture) {
     ASSERT_EQ(said.size(), 1) << said.join("|").toStdString();
     EXPECT_TRUE(said.front().contains("shrinks"));
     EXPECT_EQ(canvas().geometry(), before);
+    // It goes with what it is about, and comes back with it.
+    auto const isWarned = [&](bool is) {
+        return QTest::qWaitFor([&] { return window->sentences().sentences().empty() != is; });
+    };
+    document().undo();
+    document().undo();
+    EXPECT_TRUE(isWarned(false));
+    document().redo();
+    document().redo();
+    EXPECT_TRUE(isWarned(true));
+    choices = {1};  // Don't Save
+    window->openAtStart({folder.at("no.zelk.json")});
+    EXPECT_NE(window->notices().text("error"), "");
+    QTest::qWait(0);
+    EXPECT_EQ(canvas().geometry(), before) << "errors lie over the picture";
     choices = {1};  // Don't Save
     window->openFile(path("chelsea.png"));
     EXPECT_TRUE(window->sentences().sentences().empty());

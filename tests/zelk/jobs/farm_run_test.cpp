@@ -147,6 +147,11 @@ TEST_F(Farm, ScriptsRunAllTasksAndANewSubmissionRendersAnew) {
     EXPECT_EQ(frames(), later);
     fs::remove(at("out/o.4.png"));
     put("out/o.6.png", "a placeholder");
+    fs::remove(at("out/.zelk-journal"));
+    std::string const plan =
+        run(words(joined(plain, {"--chunk", "1", "--skip-existing", "--dry-run"}))).out;
+    EXPECT_TRUE(has(plan, "2 frames to render")) << plan;
+    EXPECT_FALSE(fs::exists(at("out/.zelk-journal")));  // what is only told writes nothing
     done(words(joined(plain, {"--chunk", "1", "--skip-existing"})));
     EXPECT_EQ(bytesOf("out/o.zelk-job/tasks-1.txt"), "4\n6\n");
     EXPECT_EQ(runAll(), 0);

@@ -12,6 +12,7 @@
 #include "zelk/color/color_space.h"
 #include "zelk/movies/frames.h"
 #include "zelk/pictures/reader.h"
+#include "zelk/render/frame_renderer.h"
 #include "zelk/scene/check.h"
 #include "zelk/scene/edits.h"
 #include "zelk/scene/file.h"
