@@ -5,7 +5,6 @@
 #include <QMessageBox>
 #include <QPushButton>
 
-#include "apps/viewer/model/opened_file.h"
 #include "apps/viewer/viewer_application.h"
 
 namespace zelk {
@@ -37,43 +36,16 @@ bool goesOn(QWidget* parent, QString const& text, QString const& stay, QString c
     return box.clickedButton() != keeps;
 }
 
-/// " *.exr *.EXR": some desktops' dialogs tell cases apart.
-QString patternsOf(std::vector<std::string> const& endings) {
-    QString patterns;
-    for (std::string const& ending : endings) {
-        QString const own = QString::fromStdString(ending);
-        patterns += " *." + own + " *." + own.toUpper();
-    }
-    return patterns.trimmed();
-}
-
-QString picturePatterns() {
-    return patternsOf(pictureEndings()) + " " + patternsOf(movieEndings());
-}
-
 }  // namespace
-
-QString openFilter() {
-    return "Projects, pictures and movies (*.zelk.json *.json " + picturePatterns() + ");;" +
-           kProjectFilter;
-}
-
-QString pictureFilter() { return "Pictures and movies (" + picturePatterns() + ");;" + kAnyFilter; }
-
-QString trackFilter() {
-    return "Tracking data (" + patternsOf(trackEndings()) + ");;" + kAnyFilter;
-}
 
 Questions dialogQuestions(QWidget* parent) {
     Questions ask;
     ask.fileToOpen = [parent](QString const& title, QString const& filter) {
-        return QFileDialog::getOpenFileName(parent, title, {}, filter, nullptr,
-                                            QFileDialog::HideNameFilterDetails);
+        return askFileToOpen(parent, title, filter);
     };
     ask.fileToSave = [parent](QString const& title, QString const& proposal,
                               QString const& filter) {
-        return QFileDialog::getSaveFileName(parent, title, proposal, filter, nullptr,
-                                            QFileDialog::HideNameFilterDetails);
+        return askFileToSave(parent, title, proposal, filter);
     };
     ask.folder = [parent](QString const& title) {
         return QFileDialog::getExistingDirectory(parent, title);

@@ -6,6 +6,7 @@
 #include <QWidget>
 #include <functional>
 
+#include "apps/viewer/file_dialogs.h"
 #include "apps/viewer/model/document.h"
 #include "apps/viewer/notice_area.h"
 
@@ -57,14 +58,5 @@ inline QString nameOf(std::filesystem::path const& path) { return textOf(path.fi
 
 /// A tooltip of what may look like rich text.
 inline QString plainToolTip(QString const& text) { return text.toHtmlEscaped(); }
-
-/// Of file dialogs: what can be opened, a picture's files, tracking data; each with "All files".
-QString openFilter();
-QString pictureFilter();
-QString trackFilter();
-inline constexpr char const* kProjectFilter = "Zelk projects (*.zelk.json);;All files (*)";
-inline constexpr char const* kConfigFilter =
-    "OpenColorIO configurations (*.ocio *.ocioz);;All files (*)";
-inline constexpr char const* kAnyFilter = "All files (*)";
 
 }  // namespace zelk

@@ -3,10 +3,10 @@
 
 #include <QCheckBox>
 #include <QColorDialog>
-#include <QFileDialog>
 #include <QHBoxLayout>
 #include <QToolButton>
 
+#include "apps/viewer/file_dialogs.h"
 #include "apps/viewer/model/field_text.h"
 #include "apps/viewer/parameters/own_keys.h"
 #include "apps/viewer/parameters/panel_icons.h"
@@ -183,7 +183,7 @@ void ControlEditor::focusFirst() {
 void ControlEditor::choose(int position) {
     bool const asks = m_popup && m_control.asksForFile(position);
     QString const title = QString::fromStdString(m_control.row().label);
-    QString const file = asks ? QFileDialog::getOpenFileName(window(), title) : QString();
+    QString const file = asks ? askFileToOpen(window(), title, trackFilter()) : QString();
     if (asks && !file.isEmpty())
         m_run([&] { m_control.chooseFile(position, file.toStdString()); });
     else if (!asks)
@@ -206,8 +206,10 @@ void ControlEditor::askForColor() {
 }
 
 void ControlEditor::askForFile() {
-    QString const file = QFileDialog::getOpenFileName(
-        window(), QString::fromStdString(m_control.row().label), m_fields.front()->text());
+    bool const isConfig = m_control.row().name == "scene ocio";
+    QString const file =
+        askFileToOpen(window(), QString::fromStdString(m_control.row().label),
+                      isConfig ? kConfigFilter : pictureFilter(), m_fields.front()->text());
     if (!file.isEmpty()) m_run([&] { m_control.type(0, file.toStdString()); });
 }
 
