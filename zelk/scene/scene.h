@@ -51,11 +51,11 @@ struct SceneKey {
 
 /// What one parameter is set to. Keyframes that it had before go.
 struct SceneParameter {
-    std::string name;                 ///< "to-upper-left", as `zelk params` lists them
-    std::optional<int> diskId = {};   ///< that the module must have for it
-    std::optional<SceneValue> value;  ///< nothing: as it was
-    std::vector<SceneKey> keys = {};  ///< in order of their frames
-    std::string option = {};          ///< that set it, for messages; empty: the file
+    std::string name;                      ///< "to-upper-left", as `zelk params` lists them
+    std::optional<int> diskId = {};        ///< that the module must have for it
+    std::optional<SceneValue> value = {};  ///< nothing: as it was
+    std::vector<SceneKey> keys = {};       ///< in order of their frames
+    std::string option = {};               ///< that set it, for messages; empty: the file
 };
 
 /// A name as it was written, and the folder that it starts at: that of a project file, or none for

@@ -546,8 +546,8 @@ TEST_F(ParameterPanelTest, SettingsOfTheSceneAreItsEdits) {
 /// The composition's shutter counts at "Comp Settings" alone.
 TEST_F(ParameterPanelTest, ASwitchOfMotionBlurWithoutEffectSaysSo) {
     auto const label = [&] {  // its tooltip where it is cut
-        auto const& label = part<QLabel>("scene motion-blur");
-        return (label.toolTip().isEmpty() ? label.text() : label.toolTip()).toStdString();
+        auto const& shown = part<QLabel>("scene motion-blur");
+        return (shown.toolTip().isEmpty() ? shown.text() : shown.toolTip()).toStdString();
     };
     auto const setSwitch = [&](bool isOn) {
         auto& box = part<QCheckBox>("scene motion-blur");
