@@ -152,6 +152,7 @@ void CompositionPanel::showReadout(QString const& text) {
     };
     if (!fits() && isPlace(parts.value(1))) parts.removeAt(1);
     if (!fits() && parts.size() > 1) parts.removeFirst();
+    m_readout->setAccessibleDescription(text);  // all of it
     m_readout->setText(
         m_readout->fontMetrics().elidedText(parts.join("   "), Qt::ElideRight, m_readout->width()));
 }
