@@ -126,7 +126,8 @@ ExitCode SubmitBeginCommand::run(Invocation const&) {
     TaskCaller const caller = m_options.caller();
     int const submission = m_options.submission();
     if (!caller.script) throw missing("--script", "the id of a process that runs");
-    JobLock const lock(job);  // of two scripts of one output the second one finds the first
+    // Of two scripts of one output the second one finds the first.
+    JobLock const lock(job, JobLock::Of::kOutput);
     job = readJob(job.folder);
     requireWanted(job, submission, caller);
     requireOutputFree(job);

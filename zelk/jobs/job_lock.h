@@ -14,12 +14,13 @@ class JobIsBusy : public UserError {
     using UserError::UserError;
 };
 
-/// Holds both, while it lives.
+/// Holds them, while it lives.
 class JobLock {
 public:
+    enum class Of { kOutputAndJob, kOutput };
     /// Waits a few seconds for another command; throws JobIsBusy where that goes on, and an output
     /// error where a folder takes no file.
-    explicit JobLock(Job const& job);
+    explicit JobLock(Job const& job, Of of = Of::kOutputAndJob);
 
 private:
     FrameLocks m_locks;

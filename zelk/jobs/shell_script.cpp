@@ -14,8 +14,8 @@ namespace {
 std::filesystem::path scriptOf(Job const& job) { return job.folder / "run.sh"; }
 
 // The job knows the script by its process, so that it is at work between two tasks too. All that it
-// starts is a group of processes of its own, so that a signal to the script reaches all of them: a
-// shell would wait for them first. The script then lasts until the group is empty, since tasks
+// starts is a session and a group of its own, so that a signal to the script reaches all of them: a
+// shell would wait for them first. The script then lasts until none of them lives, since tasks
 // finish their frames. Of xargs 123 is the code where a task failed; of parallel their number.
 constexpr char const* kStart = R"sh(
 if ! [ "$at_a_time" -ge 1 ] 2>/dev/null; then
@@ -24,22 +24,28 @@ if ! [ "$at_a_time" -ge 1 ] 2>/dev/null; then
 fi
 cd "$job" || exit
 busy=
-# Whether one of the group lives. One that has ended is in it until somebody reaps it.
-lives() {
+# Those of the session that live: `pids`. One that has ended is in it until somebody reaps it. No
+# second shell is asked, which a signal from the terminal would end too.
+living() {
+    pids=
     for stat in /proc/[0-9]*/stat; do
         read -r line 2>/dev/null <"$stat" || continue
         set -- ${line##*) }
-        [ "$1" = Z ] || [ "$3" != "$group" ] || return 0
+        [ "$1" = Z ] || [ "$4" != "$session" ] || { stat=${stat%/stat}; pids="$pids ${stat#/proc/}"; }
     done
-    return 1
 }
+last() { while living; [ -n "$pids" ]; do sleep 0.1; done; }
 end() {
     trap '' HUP INT QUIT TERM
-    group=${busy:+$!}
-    if [ -n "$group" ]; then
-        # A process becomes a group just after its start. One signal: a second one cuts off frames.
-        until kill -s TERM -- "-$group" || ! kill -s 0 "$group"; do sleep 0.05; done 2>/dev/null
-        while lives; do sleep 0.1; done
+    session=${busy:+$!}
+    if [ -n "$session" ]; then
+        echo "run.sh: waits for the frames at work; a second signal ends them at once" >&2
+        # A process becomes a group just after its start. Each task gets one signal: a second one
+        # cuts off its frame.
+        until kill -s 0 -- "-$session" || ! kill -s 0 "$session"; do sleep 0.05; done 2>/dev/null
+        for signal in $signals; do kill -s "$signal" -- "-$session"; done 2>/dev/null
+        trap 'living; kill -s TERM $pids 2>/dev/null' INT QUIT TERM  # a closed terminal sends HUP twice
+        last
     fi
     exit "$1"
 }
@@ -50,22 +56,27 @@ trap 'end 131' QUIT
 trap 'end 143' TERM
 "$program" submit begin "$job" $submission --job-id $id --script $$ || exit
 
-# Runs its words as a group, and ends as they do.
+# Runs its words as a session, which `signals` end, and ends as they do, once all of it has ended.
 together() {
     busy=yes
     setsid "$@" &
-    wait $!
+    session=$!
+    wait $session
     code=$?
+    [ $code -eq 0 ] || last
     busy=
     return $code
 }
 )sh";
 
-// Parallel gives each task a group of its own, to which it passes the signal on: once, too.
+// Parallel gives each task a group of its own, to which it passes TERM on: once, too. Until its
+// first task it takes TERM for nothing, while HUP ends it; then HUP is to start no more tasks.
 constexpr char const* kTasks = R"sh(
 if parallel --version 2>/dev/null | grep -q 'GNU parallel'; then
+    signals='HUP TERM'
     each='seq 1 $0 | parallel --jobs $1 --line-buffer --termseq TERM,3600000,KILL ./task.sh $2 $3'
 else
+    signals=TERM
     each='seq 1 $0 | xargs -n 1 -P $1 ./task.sh $2 $3'
 fi
 together sh -c "$each" $tasks "$at_a_time" $id $submission || {
@@ -86,7 +97,7 @@ void writeShellScript(Job const& job, Submission& submission, std::vector<std::s
             shellWord(job.program.string()), shellWord(job.folder.string()), job.id,
             submission.number, submission.tasks, job.threads, job.threads) +
         kStart + (submission.tasks > 0 ? kTasks : "") +
-        (job.movie ? "\ntogether ./task.sh $id $submission movie\n" : "");
+        (job.movie ? "\nsignals=TERM\ntogether ./task.sh $id $submission movie\n" : "");
     writeScript(scriptOf(job), text);
 }
 

@@ -400,7 +400,15 @@ std::string cancelJob(fs::path const& folder) {
     } catch (UserError const& error) {
         unrecorded = error;  // what runs is ended all the same
     }
-    engineOf(job.engine).cancel(job);
+    try {
+        engineOf(job.engine).cancel(job);
+    } catch (UserError const& error) {
+        if (unrecorded) throw;
+        throw UserError(error.code(), job.folder.string() +
+                                          ": cancelled in its record, so that no task starts any "
+                                          "more; what runs could not be asked to end: " +
+                                          error.what());
+    }
     // Slurm has told its tasks; a second signal would cut off the frames that they still finish.
     int const ended = job.engine == EngineKind::kSlurm ? 0 : endRunners(job);
     if (unrecorded)

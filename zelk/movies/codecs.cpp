@@ -96,7 +96,9 @@ std::span<MovieCodec const> movieCodecs() {
          {{"", "yuv420p10le"}},
          kMostCodecQuality,
          18,
-         {"-x265-params", "log-level=error"}},
+         {"-x265-params", "log-level=error"},
+         64,  // with less the coder fails, or crashes
+         16},
         {"ffv1", "ffv1", true, true, {{"", "gbrap16le"}}, 0, 0, {"-level", "3"}},
         {"png", "png", true, true, {{"", "rgba64be"}}, 0, 0, {}},
     };

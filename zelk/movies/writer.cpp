@@ -42,17 +42,22 @@ PixelSize codedSize(MovieRequest const& ask) {
     return size;
 }
 
+/// Of the program: the last column and row once more, since chroma is a mean over them.
+std::string widened(PixelSize own, PixelSize coded) {
+    if (coded == own) return "";
+    return fmt::format("pad={}:{},format=gbrap16le,fillborders=right={}:bottom={}:mode=smear,",
+                       coded.width, coded.height, coded.width - own.width,
+                       coded.height - own.height);
+}
+
 /// Of the program: pixels to what the codec stores, and the codec with its quality.
 std::vector<std::string> coderWords(MovieRequest const& ask) {
     MovieCodec const& codec = codecOf(ask.target, ask.codec);
     double const quality = ask.quality.value_or(codec.usual);
     bool const hasFactor = codec.mostFactor > 0;
     CodecKind const& kind = kindOf(codec, ask);
-    PixelSize const coded = codedSize(ask);
     std::vector<std::string> words;
-    std::string const pad =
-        coded == ask.size ? "" : fmt::format("pad={}:{},", coded.width, coded.height);
-    if (!codec.isRgb) words = {"-vf", pad + kToVideo};
+    if (!codec.isRgb) words = {"-vf", widened(ask.size, codedSize(ask)) + kToVideo};
     words.insert(words.end(), {"-c:v", std::string(codec.coder)});
     if (kind.profile[0]) words.insert(words.end(), {"-profile:v", kind.profile});
     if (hasFactor) words.insert(words.end(), {"-crf", fmt::format("{}", quality)});
