@@ -63,8 +63,9 @@ void CompositionCanvas::openField(int parameter) {
 void CompositionCanvas::closeField() {
     PinField* const field = m_field.release();
     if (!field) return;
-    // A field that goes with the focus would hand it on, which selects the next pin.
-    if (field->isAncestorOf(focusWidget()) || field->hasFocus()) setFocus();
+    // A field that goes with the focus would hand it on, which selects the next pin. One that the
+    // focus has left takes nothing back.
+    if (window()->focusWidget() == field) setFocus();
     field->hide();
     field->deleteLater();
 }

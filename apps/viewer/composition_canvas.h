@@ -93,6 +93,9 @@ private:
     PinMouse pinMouse(QMouseEvent const& event) const;
     double wipeX() const;
 
+    bool isDropped(QMouseEvent const& event) const;
+    void drop();  ///< what the hand holds, where it was last
+
     void hear(DocumentChange const& change);
     void settleMap();
     void turnToPins();

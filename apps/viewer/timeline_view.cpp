@@ -7,6 +7,7 @@
 #include <QToolTip>
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace zelk {
 namespace {
@@ -136,6 +137,8 @@ TimelineView::Drag TimelineView::dragAt(QPointF const& at) const {
 
 void TimelineView::mousePressEvent(QMouseEvent* event) {
     if (!m_document.isOpen()) return;
+    endDrag();  // whose release a dialog has taken
+    m_button = event->button();
     m_pressedAt = m_boxEnd = event->position();
     m_leftAtPress = m_scale.left;
     m_selectedAtPress = m_selection;
@@ -170,6 +173,7 @@ void TimelineView::pressKey(TimelineKey const& key, Qt::KeyboardModifiers modifi
 }
 
 void TimelineView::mouseMoveEvent(QMouseEvent* event) {
+    if (m_drag != Drag::kNone && !(event->buttons() & m_button)) endDrag();
     QPointF const at = event->position();
     double const x = timeX(at.x());
     switch (m_drag) {
@@ -233,9 +237,10 @@ void TimelineView::selectBox(QPointF const& at) {
     select(std::move(selection));
 }
 
-void TimelineView::mouseReleaseEvent(QMouseEvent*) {
-    if (m_drag == Drag::kKeys) m_document.endAct();
-    m_drag = Drag::kNone;
+void TimelineView::mouseReleaseEvent(QMouseEvent*) { endDrag(); }
+
+void TimelineView::endDrag() {
+    if (std::exchange(m_drag, Drag::kNone) == Drag::kKeys) m_document.endAct();
     viewport()->update();
 }
 

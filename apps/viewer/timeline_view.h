@@ -78,6 +78,7 @@ private:
     void pressKey(TimelineKey const& key, Qt::KeyboardModifiers modifiers);
     void dragKeys(QPointF const& at);
     void selectBox(QPointF const& at);
+    void endDrag();
     void setCurrentRow(int row);
     void goToRow(int row);
     void selectKey(bool isLater, bool adds);
@@ -97,6 +98,7 @@ private:
     int m_currentRow = -1;
 
     Drag m_drag = Drag::kNone;
+    Qt::MouseButton m_button = Qt::NoButton;  ///< that holds it
     QPointF m_pressedAt, m_boxEnd;
     double m_leftAtPress = 0;
     bool m_copies = false;

@@ -198,6 +198,22 @@ TEST_F(WindowActs, TheFocusIsWhereItIsOfUse) {
     EXPECT_FALSE(letters.contains(""));
 }
 
+/// A pin's position that is open lets the focus go where it is led.
+TEST_F(WindowActs, ThePositionFieldHoldsNoFocus) {
+    window->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(window.get()));
+    canvas().pins().select({kParamToUpperLeft});
+    canvas().typePosition();
+    ASSERT_EQ(window->focusWidget(), canvas().findChild<PinField*>());
+    QTest::keyClicks(window->focusWidget(), "12, 7");
+    QTest::mouseClick(&field("translate-x"), Qt::LeftButton);
+    EXPECT_EQ(window->focusWidget(), &field("translate-x"));
+    EXPECT_EQ(document().valueOf(kParamToUpperLeft), (KeyValue{12, 7}));
+    canvas().typePosition();
+    QTest::keyClick(window->focusWidget(), Qt::Key_Escape);
+    EXPECT_EQ(window->focusWidget(), &canvas());
+}
+
 /// Lock screen, workspaces and the like never reach the window. Helps are phrases.
 TEST_F(WindowActs, ShortcutsAreNoDesktopsAndHelpsAreOfOneForm) {
     QStringList const kept = {"Ctrl+Alt+L",    "Ctrl+Alt+Up",    "Ctrl+Alt+Down", "Ctrl+Alt+T",
