@@ -52,7 +52,11 @@ CompositionCanvas::~CompositionCanvas() = default;
 
 void CompositionCanvas::hear(DocumentChange const& change) {
     if (change.inputs || change.frame) closeField();
+    if (m_opened != m_document.opened()) m_warnings.clear();
+    m_opened = m_document.opened();
     if (change.inputs) turnToPins();
+    // No frame comes to renew what was said of the former one.
+    if (change.inputs || (change.values && m_warningsOf != 0)) holdPlace(false);
     bool const isSized = change.values && m_document.scene().isInverted;
     if (change.inputs || isSized) settleMap();
     if (change.inputs || change.values || change.frame) {
@@ -78,12 +82,30 @@ void CompositionCanvas::turnToPins() {
     CanvasLook look = m_look;
     look.shows = isInverted ? besidePicture() : ShownPicture::kFrame;
     look.hasWipe = look.hasWipe && !isInverted;
+    m_warnings.clear();
     setLook(look);
-    if (isInverted && onFailure)
-        onFailure(look.shows == ShownPicture::kPlate
-                      ? "Inverted: the pins lie in the plate; Shift+F shows what is taken out of it"
-                      : "Inverted: the pins lie in the layer; Shift+F shows what is taken out of "
-                        "it");
+    sayWarnings();
+}
+
+/// What an inverted scene's picture is, while that is shown; with the warnings of its frame where
+/// those still hold.
+void CompositionCanvas::holdPlace(bool isFrameSame) {
+    bool const isInverted = m_document.isOpen() && m_document.scene().isInverted;
+    if (!isInverted || m_look.shows == ShownPicture::kFrame) return;
+    if (!isFrameSame) m_warnings.clear();
+    m_warningsOf = isFrameSame ? m_warningsOf : 0;
+    QString const place = m_look.shows == ShownPicture::kPlate ? "plate" : "layer";
+    QString const sentence =
+        besidePicture() == m_look.shows
+            ? "Inverted: the pins lie in the " + place + "; Shift+F shows what is taken out of it"
+            : "Inverted: this is the " + place + "; Shift+F shows the frame";
+    m_warnings.removeIf([](QString const& each) { return each.startsWith("Inverted: "); });
+    m_warnings.append(sentence);
+    sayWarnings();
+}
+
+void CompositionCanvas::sayWarnings() {
+    if (onWarnings) onWarnings(m_warnings);
 }
 
 /// The scene's Downsample makes a frame coarser already.
@@ -177,6 +199,7 @@ void CompositionCanvas::take(SharedFrame const& frame) {
     remakeImages();
     askNext();
     tellReadout();
+    if (!view.isDraft && onPicture) onPicture();
 }
 
 /// Those of all its frames that were shown: they stay while it plays. A frame that failed says
@@ -187,7 +210,7 @@ void CompositionCanvas::tellWarnings(ShownFrame const& frame) {
     for (std::string const& warning : frame.warnings)
         if (QString const text = QString::fromStdString(warning); !m_warnings.contains(text))
             m_warnings.append(text);
-    if (onWarnings) onWarnings(m_warnings);
+    sayWarnings();
 }
 
 ShownImage CompositionCanvas::imageOf(SharedFrame const& frame, PixelLook const& look) const {
@@ -231,7 +254,11 @@ void CompositionCanvas::setLook(CanvasLook const& look) {
     }
     m_pins.showMotionPaths(look.hasMotionPaths && look.hasOverlay);
     if (isOther) settleMap();
-    if (isOther) m_shown.reset();
+    if (isOther) {
+        m_shown.reset();
+        holdPlace(true);
+        if (look.shows == ShownPicture::kFrame) m_warningsOf = 0;  // it says its own anew
+    }
     remakeImages();
     viewChanged();
 }

@@ -27,6 +27,7 @@ TimelineView::TimelineView(Document& document, Player& player, QWidget* parent)
         if (m_opened != m_document.opened()) m_isFit = true;
         m_opened = m_document.opened();
         if (change.inputs) keepFit();
+        if (change.frame && m_document.isOpen()) reveal(m_document.frame());
         viewport()->update();
     });
     connect(&player, &Player::changed, viewport(), qOverload<>(&QWidget::update));
@@ -68,6 +69,14 @@ void TimelineView::zoom(double factor) {
     if (!m_document.isOpen()) return;
     m_isFit = false;
     m_scale.zoomAt(m_scale.momentX(m_document.frame()), factor);
+    viewport()->update();
+}
+
+void TimelineView::reveal(double frame) {
+    double const left = m_scale.left;
+    m_scale.reveal(frame, timeX(viewport()->width()));
+    if (m_scale.left == left) return;
+    m_isFit = false;
     viewport()->update();
 }
 
@@ -317,6 +326,8 @@ void TimelineView::selectKey(bool isLater, bool adds) {
     if (!next) return;
     KeySelection selection = adds ? m_selection : KeySelection();
     selection.insert(next->ref);
+    goToRow(m_currentRow);
+    reveal(next->frame);
     select(std::move(selection));
 }
 

@@ -70,6 +70,8 @@ private:
     void refresh();
     /// The whole where it was shown; what was zoomed to stays.
     void keepFit();
+    /// Goes along as little as shows a frame.
+    void reveal(double frame);
     double timeX(double x) const { return x - TimelineLook::kNamesPx; }
     double rowY(int row) const;
     int rowAt(double y) const;  ///< -1 for none
