@@ -87,27 +87,6 @@ void CompositionCanvas::turnToPins() {
     sayWarnings();
 }
 
-/// What an inverted scene's picture is, while that is shown; with the warnings of its frame where
-/// those still hold.
-void CompositionCanvas::holdPlace(bool isFrameSame) {
-    bool const isInverted = m_document.isOpen() && m_document.scene().isInverted;
-    if (!isInverted || m_look.shows == ShownPicture::kFrame) return;
-    if (!isFrameSame) m_warnings.clear();
-    m_warningsOf = isFrameSame ? m_warningsOf : 0;
-    QString const place = m_look.shows == ShownPicture::kPlate ? "plate" : "layer";
-    QString const sentence =
-        besidePicture() == m_look.shows
-            ? "Inverted: the pins lie in the " + place + "; Shift+F shows what is taken out of it"
-            : "Inverted: this is the " + place + "; Shift+F shows the frame";
-    m_warnings.removeIf([](QString const& each) { return each.startsWith("Inverted: "); });
-    m_warnings.append(sentence);
-    sayWarnings();
-}
-
-void CompositionCanvas::sayWarnings() {
-    if (onWarnings) onWarnings(m_warnings);
-}
-
 /// The scene's Downsample makes a frame coarser already.
 int CompositionCanvas::reduceOf(ShownPicture shows) const {
     bool const isFrame = shows == ShownPicture::kFrame && m_document.isOpen();
@@ -200,17 +179,6 @@ void CompositionCanvas::take(SharedFrame const& frame) {
     askNext();
     tellReadout();
     if (!view.isDraft && onPicture) onPicture();
-}
-
-/// Those of all its frames that were shown: they stay while it plays. A frame that failed says
-/// nothing of others.
-void CompositionCanvas::tellWarnings(ShownFrame const& frame) {
-    if (frame.view.shows != ShownPicture::kFrame || !frame.error.empty()) return;
-    if (std::exchange(m_warningsOf, frame.revision) != frame.revision) m_warnings.clear();
-    for (std::string const& warning : frame.warnings)
-        if (QString const text = QString::fromStdString(warning); !m_warnings.contains(text))
-            m_warnings.append(text);
-    sayWarnings();
 }
 
 ShownImage CompositionCanvas::imageOf(SharedFrame const& frame, PixelLook const& look) const {
