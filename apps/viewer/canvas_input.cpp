@@ -77,7 +77,17 @@ void CompositionCanvas::act(std::function<void()> const& run) {
 
 // --- Mouse
 
+/// A dialog that came meanwhile has taken the release.
+bool CompositionCanvas::isDropped(QMouseEvent const& event) const {
+    return m_hand != Hand::kNone && !(event.buttons() & m_button);
+}
+
+void CompositionCanvas::drop() {
+    if (std::exchange(m_hand, Hand::kNone) == Hand::kPins) act([&] { m_pins.drop(); });
+}
+
 void CompositionCanvas::mousePressEvent(QMouseEvent* event) {
+    if (isDropped(*event) || event->button() == m_button) drop();
     if (m_hand != Hand::kNone) return;
     m_button = event->button();
     m_lastMouse = panelPoint(event->position());
@@ -98,6 +108,7 @@ void CompositionCanvas::mousePressEvent(QMouseEvent* event) {
 }
 
 void CompositionCanvas::mouseMoveEvent(QMouseEvent* event) {
+    if (isDropped(*event)) drop();
     PanelPoint const at = panelPoint(event->position());
     PanelPoint const last = std::exchange(m_lastMouse, at);
     m_isHovered = true;

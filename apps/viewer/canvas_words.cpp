@@ -1,6 +1,7 @@
-// What the canvas says and is told in words: the readout, the pins for who doesn't see them, and
-// the field for a pin's position; see composition_canvas.h.
+// What the canvas says and is told in words: the readout, warnings, the pins for who doesn't see
+// them, and the field for a pin's position; see composition_canvas.h.
 #include <algorithm>
+#include <utility>
 
 #include "apps/viewer/composition_canvas.h"
 #include "apps/viewer/model/pin_names.h"
@@ -20,6 +21,38 @@ void CompositionCanvas::tellReadout() {
     if (isCurrent(m_values) && m_values->view.shows == m_look.shows)
         text += valuesText(*m_values, placeOf(*m_values, m_map.picture(), m_document), at);
     onReadout(QString::fromStdString(text));
+}
+
+/// Those of all its frames that were shown: they stay while it plays. A frame that failed says
+/// nothing of others.
+void CompositionCanvas::tellWarnings(ShownFrame const& frame) {
+    if (frame.view.shows != ShownPicture::kFrame || !frame.error.empty()) return;
+    if (std::exchange(m_warningsOf, frame.revision) != frame.revision) m_warnings.clear();
+    for (std::string const& warning : frame.warnings)
+        if (QString const text = QString::fromStdString(warning); !m_warnings.contains(text))
+            m_warnings.append(text);
+    sayWarnings();
+}
+
+/// What an inverted scene's picture is, while that is shown; with the warnings of its frame where
+/// those still hold.
+void CompositionCanvas::holdPlace(bool isFrameSame) {
+    bool const isInverted = m_document.isOpen() && m_document.scene().isInverted;
+    if (!isInverted || m_look.shows == ShownPicture::kFrame) return;
+    if (!isFrameSame) m_warnings.clear();
+    m_warningsOf = isFrameSame ? m_warningsOf : 0;
+    QString const place = m_look.shows == ShownPicture::kPlate ? "plate" : "layer";
+    QString const sentence =
+        besidePicture() == m_look.shows
+            ? "Inverted: the pins lie in the " + place + "; Shift+F shows what is taken out of it"
+            : "Inverted: this is the " + place + "; Shift+F shows the frame";
+    m_warnings.removeIf([](QString const& each) { return each.startsWith("Inverted: "); });
+    m_warnings.append(sentence);
+    sayWarnings();
+}
+
+void CompositionCanvas::sayWarnings() {
+    if (onWarnings) onWarnings(m_warnings);
 }
 
 /// "upper left To Pin at 120.00, 45.50; ..."
@@ -63,8 +96,9 @@ void CompositionCanvas::openField(int parameter) {
 void CompositionCanvas::closeField() {
     PinField* const field = m_field.release();
     if (!field) return;
-    // A field that goes with the focus would hand it on, which selects the next pin.
-    if (field->isAncestorOf(focusWidget()) || field->hasFocus()) setFocus();
+    // A field that goes with the focus would hand it on, which selects the next pin. One that the
+    // focus has left takes nothing back.
+    if (window()->focusWidget() == field) setFocus();
     field->hide();
     field->deleteLater();
 }

@@ -52,7 +52,11 @@ CompositionCanvas::~CompositionCanvas() = default;
 
 void CompositionCanvas::hear(DocumentChange const& change) {
     if (change.inputs || change.frame) closeField();
+    if (m_opened != m_document.opened()) m_warnings.clear();
+    m_opened = m_document.opened();
     if (change.inputs) turnToPins();
+    // No frame comes to renew what was said of the former one.
+    if (change.inputs || (change.values && m_warningsOf != 0)) holdPlace(false);
     bool const isSized = change.values && m_document.scene().isInverted;
     if (change.inputs || isSized) settleMap();
     if (change.inputs || change.values || change.frame) {
@@ -78,12 +82,9 @@ void CompositionCanvas::turnToPins() {
     CanvasLook look = m_look;
     look.shows = isInverted ? besidePicture() : ShownPicture::kFrame;
     look.hasWipe = look.hasWipe && !isInverted;
+    m_warnings.clear();
     setLook(look);
-    if (isInverted && onFailure)
-        onFailure(look.shows == ShownPicture::kPlate
-                      ? "Inverted: the pins lie in the plate; Shift+F shows what is taken out of it"
-                      : "Inverted: the pins lie in the layer; Shift+F shows what is taken out of "
-                        "it");
+    sayWarnings();
 }
 
 /// The scene's Downsample makes a frame coarser already.
@@ -177,17 +178,7 @@ void CompositionCanvas::take(SharedFrame const& frame) {
     remakeImages();
     askNext();
     tellReadout();
-}
-
-/// Those of all its frames that were shown: they stay while it plays. A frame that failed says
-/// nothing of others.
-void CompositionCanvas::tellWarnings(ShownFrame const& frame) {
-    if (frame.view.shows != ShownPicture::kFrame || !frame.error.empty()) return;
-    if (std::exchange(m_warningsOf, frame.revision) != frame.revision) m_warnings.clear();
-    for (std::string const& warning : frame.warnings)
-        if (QString const text = QString::fromStdString(warning); !m_warnings.contains(text))
-            m_warnings.append(text);
-    if (onWarnings) onWarnings(m_warnings);
+    if (!view.isDraft && onPicture) onPicture();
 }
 
 ShownImage CompositionCanvas::imageOf(SharedFrame const& frame, PixelLook const& look) const {
@@ -231,7 +222,11 @@ void CompositionCanvas::setLook(CanvasLook const& look) {
     }
     m_pins.showMotionPaths(look.hasMotionPaths && look.hasOverlay);
     if (isOther) settleMap();
-    if (isOther) m_shown.reset();
+    if (isOther) {
+        m_shown.reset();
+        holdPlace(true);
+        if (look.shows == ShownPicture::kFrame) m_warningsOf = 0;  // it says its own anew
+    }
     remakeImages();
     viewChanged();
 }

@@ -53,6 +53,8 @@ public:
     /// How frames are asked for at rest.
     PictureView restView() const;
 
+    /// Tells once more what holds (onWarnings).
+    void sayWarnings();
     void nudge(double dx, double dy);
     void selectAllPins();
     void fitPins();
@@ -63,6 +65,8 @@ public:
     std::function<void()> onView;
     /// What is under the cursor; empty outside.
     std::function<void(QString const&)> onReadout;
+    /// A whole picture has come.
+    std::function<void()> onPicture;
     /// What there is to say of the scene as it is, a sentence each; frames come one by one.
     std::function<void(QStringList const&)> onWarnings;
     /// Something that failed, a sentence.
@@ -93,9 +97,13 @@ private:
     PinMouse pinMouse(QMouseEvent const& event) const;
     double wipeX() const;
 
+    bool isDropped(QMouseEvent const& event) const;
+    void drop();  ///< what the hand holds, where it was last
+
     void hear(DocumentChange const& change);
     void settleMap();
     void turnToPins();
+    void holdPlace(bool isFrameSame);
     int reduceOf(ShownPicture shows) const;
     void ask(bool isDraft);
     void askNext();
@@ -129,6 +137,7 @@ private:
     SharedFrame m_values;  ///< with all pixels of the file
     QStringList m_warnings;
     std::uint64_t m_warningsOf = 0;  ///< a revision
+    int m_opened = 0;                ///< of the document that it shows
     ShownImage m_image, m_besideImage, m_loupeImage;
     QTimer m_rest;
     Hand m_hand = Hand::kNone;

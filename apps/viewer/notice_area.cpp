@@ -9,7 +9,6 @@
 #include <QToolButton>
 #include <QVBoxLayout>
 #include <QVariant>
-#include <algorithm>
 
 namespace zelk {
 
@@ -58,8 +57,8 @@ void NoticeArea::placeErrors() {
     for (QWidget* const bar : m_bars) {
         if (bar->parentWidget() == this) continue;
         bar->ensurePolished();
-        int const tall = bar->heightForWidth(width());
-        bar->setGeometry(x(), y, width(), std::max(tall, bar->sizeHint().height()));
+        // Its sentence wraps: a hint would be that of a narrow one, of several lines.
+        bar->setGeometry(x(), y, width(), bar->heightForWidth(width()));
         bar->raise();
         y += bar->height();
     }

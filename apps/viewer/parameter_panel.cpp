@@ -89,15 +89,18 @@ QString ParameterPanel::message() const { return m_message->text(); }
 
 /// Other rows come later, never within an act of one of them.
 void ParameterPanel::hear(DocumentChange const& change) {
-    if (m_opened != m_document.opened())  // another scene
+    if (m_opened != m_document.opened()) {  // another scene
         for (Entry const& entry : m_entries)
             if (entry.row) entry.row->dropTyped();
+        m_message->clear();
+        m_message->hide();
+    }
     m_opened = m_document.opened();
     if (change.inputs && controlsKey(m_document) != m_key) {
         if (m_controls.empty()) return rebuild();
         QTimer::singleShot(0, this, &ParameterPanel::rebuild);
     }
-    if (change.inputs || change.values || change.frame) refresh();
+    refresh();  // a save elsewhere names files anew
 }
 
 void ParameterPanel::rebuild() {

@@ -5,10 +5,10 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QSignalBlocker>
-#include <QSpinBox>
 #include <QToolButton>
 #include <QVBoxLayout>
 
+#include "apps/viewer/frame_field.h"
 #include "apps/viewer/parameters/own_keys.h"
 
 namespace zelk {
@@ -48,11 +48,9 @@ QWidget* TimelinePanel::transport() {
     auto* const layout = new QHBoxLayout(bar);
     layout->setContentsMargins(8, 3, 8, 3);
     layout->setSpacing(2);
-    m_frame = new QSpinBox(bar);
+    m_frame = new FrameField(bar);
     m_frame->setAccessibleName("Frame");
     m_frame->setToolTip("Frame of the composition");
-    m_frame->setButtonSymbols(QAbstractSpinBox::NoButtons);
-    m_frame->setKeyboardTracking(false);
     m_frame->setMinimumWidth(64);
     connect(m_frame, &QSpinBox::valueChanged, &m_player, &Player::goTo);
     m_frame->installEventFilter(this);
@@ -87,6 +85,7 @@ bool TimelinePanel::eventFilter(QObject* object, QEvent* event) {
     int const key = isKey ? static_cast<QKeyEvent*>(event)->key() : 0;
     if (key != Qt::Key_Return && key != Qt::Key_Enter && key != Qt::Key_Escape)
         return QWidget::eventFilter(object, event);
+    if (key != Qt::Key_Escape && m_frame->refuses()) return true;
     if (key == Qt::Key_Escape) refresh();
     m_view->setFocus();  // which takes what is typed
     emit keysFree();

@@ -11,10 +11,11 @@
 #include "apps/viewer/timeline_view.h"
 
 class QLabel;
-class QSpinBox;
 class QToolButton;
 
 namespace zelk {
+
+class FrameField;
 
 class TimelinePanel : public QWidget {
     Q_OBJECT
@@ -63,7 +64,7 @@ private:
     Player m_player;
     TimelineView* m_view;
     QToolButton* m_play = nullptr;
-    QSpinBox* m_frame = nullptr;
+    FrameField* m_frame = nullptr;
     QLabel* m_rate = nullptr;
     std::vector<CopiedKey> m_copied;
 };

@@ -7,6 +7,7 @@
 #include <QToolTip>
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace zelk {
 namespace {
@@ -26,6 +27,7 @@ TimelineView::TimelineView(Document& document, Player& player, QWidget* parent)
         if (m_opened != m_document.opened()) m_isFit = true;
         m_opened = m_document.opened();
         if (change.inputs) keepFit();
+        if (change.frame && m_document.isOpen()) reveal(m_document.frame());
         viewport()->update();
     });
     connect(&player, &Player::changed, viewport(), qOverload<>(&QWidget::update));
@@ -67,6 +69,14 @@ void TimelineView::zoom(double factor) {
     if (!m_document.isOpen()) return;
     m_isFit = false;
     m_scale.zoomAt(m_scale.momentX(m_document.frame()), factor);
+    viewport()->update();
+}
+
+void TimelineView::reveal(double frame) {
+    double const left = m_scale.left;
+    m_scale.reveal(frame, timeX(viewport()->width()));
+    if (m_scale.left == left) return;
+    m_isFit = false;
     viewport()->update();
 }
 
@@ -136,6 +146,8 @@ TimelineView::Drag TimelineView::dragAt(QPointF const& at) const {
 
 void TimelineView::mousePressEvent(QMouseEvent* event) {
     if (!m_document.isOpen()) return;
+    endDrag();  // whose release a dialog has taken
+    m_button = event->button();
     m_pressedAt = m_boxEnd = event->position();
     m_leftAtPress = m_scale.left;
     m_selectedAtPress = m_selection;
@@ -170,6 +182,7 @@ void TimelineView::pressKey(TimelineKey const& key, Qt::KeyboardModifiers modifi
 }
 
 void TimelineView::mouseMoveEvent(QMouseEvent* event) {
+    if (m_drag != Drag::kNone && !(event->buttons() & m_button)) endDrag();
     QPointF const at = event->position();
     double const x = timeX(at.x());
     switch (m_drag) {
@@ -233,9 +246,10 @@ void TimelineView::selectBox(QPointF const& at) {
     select(std::move(selection));
 }
 
-void TimelineView::mouseReleaseEvent(QMouseEvent*) {
-    if (m_drag == Drag::kKeys) m_document.endAct();
-    m_drag = Drag::kNone;
+void TimelineView::mouseReleaseEvent(QMouseEvent*) { endDrag(); }
+
+void TimelineView::endDrag() {
+    if (std::exchange(m_drag, Drag::kNone) == Drag::kKeys) m_document.endAct();
     viewport()->update();
 }
 
@@ -312,6 +326,8 @@ void TimelineView::selectKey(bool isLater, bool adds) {
     if (!next) return;
     KeySelection selection = adds ? m_selection : KeySelection();
     selection.insert(next->ref);
+    goToRow(m_currentRow);
+    reveal(next->frame);
     select(std::move(selection));
 }
 

@@ -70,6 +70,8 @@ private:
     void refresh();
     /// The whole where it was shown; what was zoomed to stays.
     void keepFit();
+    /// Goes along as little as shows a frame.
+    void reveal(double frame);
     double timeX(double x) const { return x - TimelineLook::kNamesPx; }
     double rowY(int row) const;
     int rowAt(double y) const;  ///< -1 for none
@@ -78,6 +80,7 @@ private:
     void pressKey(TimelineKey const& key, Qt::KeyboardModifiers modifiers);
     void dragKeys(QPointF const& at);
     void selectBox(QPointF const& at);
+    void endDrag();
     void setCurrentRow(int row);
     void goToRow(int row);
     void selectKey(bool isLater, bool adds);
@@ -97,6 +100,7 @@ private:
     int m_currentRow = -1;
 
     Drag m_drag = Drag::kNone;
+    Qt::MouseButton m_button = Qt::NoButton;  ///< that holds it
     QPointF m_pressedAt, m_boxEnd;
     double m_leftAtPress = 0;
     bool m_copies = false;

@@ -37,6 +37,13 @@ namespace zelk {
 
 namespace fs = std::filesystem;
 
+namespace {
+
+/// Of a window's title bar and edges, whose sizes aren't known before it is shown.
+constexpr QSize kFrameRoom(16, 48);
+
+}  // namespace
+
 ViewerWindow::ViewerWindow(fs::path module, fs::path const& stateFolder)
     : m_document(std::move(module)),
       m_composition(new CompositionPanel(m_document, this)),
@@ -134,6 +141,7 @@ void ViewerWindow::connectPlay() {
             [this] { m_composition->setFocus(); });
     connect(m_timeline, &TimelinePanel::menuAsked, this,
             [this](QPoint const& at) { m_menus->menu("Keys")->popup(at); });
+    m_composition->canvas().onPicture = [this] { m_timeline->view().viewport()->update(); };
     m_timeline->setSource({[this](std::vector<int> const& frames) {
                                return m_composition->frames().kept(m_document.snapshot(),
                                                                    m_composition->view(), frames);
@@ -256,6 +264,7 @@ void ViewerWindow::follow(DocumentChange const& change) {
     if (isNew) m_composition->setFocus();
     if (change.inputs || change.state) m_notices->remove("error");
     if (isNew) m_said->clear();
+    if (isNew) m_composition->canvas().sayWarnings();
     if (change.inputs || change.state) m_said->endTold();
     if (change.state) showTitle();
     if (change.inputs || change.frame) showFacts();
@@ -323,7 +332,7 @@ void ViewerWindow::rememberLayout() {
     m_colors->chooseDisplay(settings.value("display").toString());
     m_menus->takeChoices(settings);
     if (!restoreGeometry(settings.value("geometry").toByteArray()))
-        resize(QSize(1440, 900).boundedTo(screen()->availableSize()));
+        resize(QSize(1440, 900).boundedTo(screen()->availableSize() - kFrameRoom));
     restoreState(settings.value("layout").toByteArray());
 }
 

@@ -1,5 +1,6 @@
 // See document.h.
 #include "apps/viewer/model/document.h"
+#include "apps/viewer/model/moved_scene.h"
 
 #include <algorithm>
 #include <atomic>
@@ -178,6 +179,14 @@ void Document::saveAs(std::filesystem::path const& project) { saveTo(project, tr
 
 void Document::saveTo(std::filesystem::path const& project, bool mayReplace) {
     writeScene(scene(), project, mayReplace);
+    if (scene().file != project) {
+        MovedScenes moved(project);
+        m_now.scene = moved.of(m_now.scene);
+        if (m_act) m_act->before.scene = moved.of(m_act->before.scene);
+        for (Step& step : m_steps)
+            for (State* const state : {&step.before, &step.after})
+                state->scene = moved.of(state->scene);
+    }
     m_file = project;
     m_fileSum = sumOfProject(project);
     m_savedRevision = m_now.revision;

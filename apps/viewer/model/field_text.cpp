@@ -54,6 +54,13 @@ std::string typedNumber(double value) {
     return text;
 }
 
+std::string withSingleBlanks(std::string_view name) {
+    std::string single;
+    for (char const c : name)
+        if (c != ' ' || !single.ends_with(' ')) single += c;
+    return single;
+}
+
 std::string withoutUnit(std::string_view text, std::string_view unit) {
     auto const end = text.find_last_of("0123456789.)");
     if (end == std::string_view::npos || unit.empty()) return std::string(text);

@@ -13,6 +13,9 @@ std::string shownNumber(double value, int decimals);
 /// With the decimals that a 16.16 number needs, at most 4.
 std::string typedNumber(double value);
 
+/// Names as they are shown: some of the effect's own have doubled blanks.
+std::string withSingleBlanks(std::string_view name);
+
 /// "12 px" is "12" where the unit is "px of frame"; a text that ends with no such unit stays.
 std::string withoutUnit(std::string_view text, std::string_view unit);
 /// What stands beside a field: "px", "%", "°", "x"

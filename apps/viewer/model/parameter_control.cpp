@@ -25,14 +25,6 @@ namespace {
 constexpr double kTurnDeg = 360;
 constexpr int kMostTurns = kLargestPx / 360;  // of what a 16.16 angle holds
 
-/// Names without the doubled blanks that some have.
-std::string labelOf(Parameter const& parameter) {
-    std::string label;
-    for (char const c : parameter.displayName())
-        if (c != ' ' || !label.ends_with(' ')) label += c;
-    return label;
-}
-
 ControlKind kindOf(PF_ParamType type) {
     switch (type) {
         case PF_Param_GROUP_START:
@@ -98,7 +90,7 @@ ControlRow rowOf(Parameter const& parameter, int level) {
     ControlKind const kind = kindOf(parameter.type());
     bool const isSlider = kind == ControlKind::kNumber;
     return {.name = std::string(nameOfParameter(parameter.index)),
-            .label = labelOf(parameter),
+            .label = withSingleBlanks(parameter.displayName()),
             .kind = kind,
             .level = level,
             .fields = fieldsOf(kind),
@@ -234,7 +226,8 @@ KeyValue ParameterControl::fromText(int field, std::string const& text) const {
         case ControlKind::kAngle:
             return angleFrom(field, withoutUnit(trimmed(text), row().unit));
         case ControlKind::kPoint:
-            if (auto const pair = pairIn(withoutUnit(trimmed(text), row().unit)))
+            if (auto const pair =
+                    pairIn(withoutUnit(trimmed(text), row().unit), PairComma::kDecimal))
                 return {numberIn(0, (*pair)[0]), numberIn(1, (*pair)[1])};
             return withField(field, numberIn(field, text));
         default:

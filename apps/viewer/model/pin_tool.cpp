@@ -149,6 +149,10 @@ void PinTool::release(PinMouse const& mouse) {
     isBackAtStart(*drag) ? m_document.cancelAct() : static_cast<void>(m_document.endAct());
 }
 
+void PinTool::drop() {
+    if (m_drag) release(PinMouse(m_drag->last));
+}
+
 bool PinTool::isBackAtStart(Drag const& drag) const {
     auto const stayed = [&](auto const& pin) {
         bool const isKey = drag.hit.kind == PinHit::kKey;

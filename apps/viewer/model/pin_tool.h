@@ -82,6 +82,8 @@ public:
     bool press(PinMouse const& mouse);
     void drag(PinMouse const& mouse);
     void release(PinMouse const& mouse);
+    /// A release where the mouse was last.
+    void drop();
     /// Everything is as before the press. False without a drag.
     bool cancel();
     bool isDragging() const { return m_drag.has_value(); }

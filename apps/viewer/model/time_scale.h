@@ -32,6 +32,11 @@ struct TimeScale {
         pxPerFrame = room / (double(last) - first + 1);
         left = first - kMarginPx / pxPerFrame;
     }
+    /// Moves as little as shows a frame's cell within `widthPx`.
+    void reveal(double frame, double widthPx) {
+        double const last = frame + 1 - widthPx / pxPerFrame;
+        left = std::clamp(left, std::min(last, frame), frame);
+    }
     /// Frames between labels, 1, 2 or 5 times a power of ten, that lie `leastPx` apart or more.
     int labelStep(double leastPx) const {
         for (int decade = 1;; decade *= 10)

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "apps/viewer/model/field_text.h"
 #include "zelk/scene/parameter_names.h"
 
 namespace zelk {
@@ -44,7 +45,7 @@ std::vector<TimelineRow> timelineRows(Document const& document, RowFilter filter
         bool const isShown = filter == RowFilter::kAll || !parameter.track().empty();
         if (!parameter.hasValue() || !parameter.canVaryInTime() || !isShown) continue;
         std::string name = groups.empty() ? "" : groups.front() + ": ";
-        name += parameter.displayName();
+        name += withSingleBlanks(parameter.displayName());
         rows.push_back({index, std::move(name), keysOfRow(document, parameter)});
     }
     return rows;

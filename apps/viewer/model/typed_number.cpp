@@ -164,6 +164,11 @@ bool areApart(std::string const& first, std::string const& second) {
     return isStart && !isOperator(first.back());
 }
 
+bool hasBlankBeside(std::string_view text, std::size_t at) {
+    std::string_view const beside = text.substr(at == 0 ? 0 : at - 1, 3);
+    return beside.find_first_of(" \t") != std::string_view::npos;
+}
+
 }  // namespace
 
 std::string plainNumber(std::string const& thing, std::string_view text, std::string_view now,
@@ -177,10 +182,11 @@ std::string plainNumber(std::string const& thing, std::string_view text, std::st
     return by && base && std::isfinite(*by) ? written(*by) : std::string(text);
 }
 
-std::optional<std::array<std::string, 2>> pairIn(std::string_view text) {
+std::optional<std::array<std::string, 2>> pairIn(std::string_view text, PairComma comma) {
     text = trimmed(text);
     bool const hasSemicolon = text.find(';') != std::string_view::npos;
-    bool const hasComma = std::count(text.begin(), text.end(), ',') == 1;
+    bool const hasComma = std::count(text.begin(), text.end(), ',') == 1 &&
+                          (comma == PairComma::kParts || hasBlankBeside(text, text.find(',')));
     std::vector<std::string> const parts = splitAt(text, hasSemicolon ? ";"
                                                          : hasComma   ? ","
                                                                       : " \t");

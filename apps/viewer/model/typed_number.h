@@ -25,8 +25,15 @@ enum class CommaUse {
 std::string plainNumber(std::string const& thing, std::string_view text, std::string_view now,
                         CommaUse commas = CommaUse::kDecimal);
 
+/// Where two numbers are as likely as one: a comma between digits parts them.
+enum class PairComma {
+    kParts,
+    kDecimal,  ///< but with a blank beside it
+};
+
 /// The texts of two numbers, with a semicolon, a single comma or blanks between them; nothing for
 /// any other text.
-std::optional<std::array<std::string, 2>> pairIn(std::string_view text);
+std::optional<std::array<std::string, 2>> pairIn(std::string_view text,
+                                                 PairComma comma = PairComma::kParts);
 
 }  // namespace zelk

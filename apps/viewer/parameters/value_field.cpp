@@ -166,6 +166,8 @@ void ValueField::mousePressEvent(QMouseEvent* event) {
 
 void ValueField::mouseMoveEvent(QMouseEvent* event) {
     if (isTyping()) return QLineEdit::mouseMoveEvent(event);
+    bool const isHeld = m_hold == Hold::kPressed || m_hold == Hold::kScrubbing;
+    if (isHeld && !(event->buttons() & Qt::LeftButton)) endHold(true);  // a dialog took the release
     double const x = event->globalPosition().x();
     if (m_hold == Hold::kPressed && m_acts.step && std::abs(x - m_pressX) > kDragStartPx) {
         m_hold = Hold::kScrubbing;

@@ -210,6 +210,7 @@ TEST_F(DocumentTest, AnOpenToPinIsWhereItsFromPinIs) {
 }
 
 TEST_F(DocumentTest, AnActChangesItsOwnParametersAlone) {
+    document.saveAs(folder.at("own.zelk.json"));
     std::string const before = text();
     int const index = kToPins;
     auto const keys = document.parameter(index).track().size();

@@ -189,6 +189,7 @@ TEST_F(FilesTest, DropsOfManyFilesOfFoldersAndOfLinks) {
 
 TEST_F(FilesTest, ADropAsksWhatItIsFor) {
     window->openFile(path("chelsea.png"));
+    document().saveAs(folder.at("dropped.zelk.json"));
     std::string const before = text();
     auto const drop = [&](char const* name) {
         dropOn(*window, asked, {QUrl::fromLocalFile(path(name))});

@@ -191,7 +191,8 @@ TEST_F(ParameterPanelTest, UnitsAreTakenAndWrongTextsLeaveTheValue) {
          std::initializer_list<Case>{{"corner-pin-opacity", "55 %", 55},
                                      {"corner-pin-opacity", " 54percent", 54},
                                      {"to-upper-left", "12.5 px", 12.5},
-                                     {"to-upper-left", "7,9", 7},
+                                     {"to-upper-left", "7,5", 7.5},
+                                     {"to-upper-left", "2,5 1,5", 2.5},
                                      {"scale-x", "1.5x", 1.5},
                                      {"scale-x", "0,75", 0.75},
                                      {"scale-x", "2*0.625", 1.25},
@@ -251,6 +252,7 @@ TEST_F(ParameterPanelTest, UnitsAreTakenAndWrongTextsLeaveTheValue) {
     document().start(Scene(document().scene()));
     EXPECT_EQ(field("translate-x").toolTip(), "");
     EXPECT_EQ(field("translate-x").text(), "8.0 %");
+    EXPECT_EQ(message(), "");
     // Left as it is shown, with fewer digits than it has, or by Esc.
     document().edit(kParamCornerPinOpacity, {33.3333});
     std::string const third = text();
@@ -279,6 +281,17 @@ TEST_F(ParameterPanelTest, FilesAreNamedFromTheProjectsFolder) {
     type("scene matte", "rocket.jpg:R");
     EXPECT_EQ(document().scene().matte->file.file.path(), WindowTest::folder.at("rocket.jpg"));
     EXPECT_EQ(document().scene().matte->channel, "R");
+    // From another place the same files, and new ones from there.
+    std::filesystem::create_directory(WindowTest::folder.at("shot"));
+    document().saveAs(WindowTest::folder.at("shot/a.zelk.json"));
+    EXPECT_EQ(field("scene matte").text(), "../rocket.jpg:R");
+    type("scene holdout", "../chelsea.png");
+    EXPECT_EQ(document().scene().holdout->file.file.path().lexically_normal(),
+              WindowTest::folder.at("chelsea.png"));
+    EXPECT_NE(text().find("\"../chelsea.png\""), std::string::npos);
+    EXPECT_EQ(text().find("../../"), std::string::npos);
+    document().undo();
+    EXPECT_NE(text().find("\"../rocket.jpg\""), std::string::npos);
 }
 
 TEST_F(ParameterPanelTest, WhatTheSceneCantRenderIsRefused) {

@@ -240,6 +240,22 @@ TEST_F(CompositionTest, KeysSelectNudgeAndType) {
     EXPECT_EQ(text(), before);
 }
 
+/// A dialog takes the release: the next mouse event without the button ends the drag.
+TEST_F(CompositionTest, ADragEndsWithItsButton) {
+    PanelPoint const was = valueOf(kToPins);
+    QPoint const from = placeOf(was);
+    mouse(QEvent::MouseButtonPress, from);
+    mouse(QEvent::MouseMove, from + QPoint(8, 4));
+    PanelPoint const moved = valueOf(kToPins);
+    EXPECT_FALSE(moved == was);
+    QMouseEvent hover(QEvent::MouseMove, from + QPoint(60, 60),
+                      canvas().mapToGlobal(from + QPoint(60, 60)), Qt::NoButton, Qt::NoButton, {});
+    QApplication::sendEvent(&canvas(), &hover);
+    EXPECT_EQ(valueOf(kToPins), moved);
+    EXPECT_FALSE(document.isActing());
+    EXPECT_EQ(document.undoName(), "Move upper left To Pin");
+}
+
 /// Another act ends the nudges of a key that is held, and a drag; each has its own step.
 TEST_F(CompositionTest, AnotherActEndsNudgesAndDrags) {
     key(Qt::Key_Tab);

@@ -205,6 +205,18 @@ TEST_F(TimelineTest, ZoomStaysThroughActsAndSizes) {
     QTest::qWait(50);
     EXPECT_EQ(view().scale().pxPerFrame, zoom);
     EXPECT_EQ(view().scale().left, left);
+    // It goes along with the frame, and with keys that the keyboard selects.
+    for (int i = 0; i < 8; ++i) run("Zoom Timeline In");
+    run("Last Frame");
+    auto const isSeen = [&](double x) {
+        return x > TimelineLook::kNamesPx && x < sheet()->width();
+    };
+    EXPECT_TRUE(isSeen(view().placeOfFrame(48).x()));
+    QTest::keyClick(&view(), Qt::Key_Down);
+    for (int i = 0; i < 3; ++i) QTest::keyClick(&view(), Qt::Key_Left);
+    TimelineKey const first = view().rows()[0].keys.front();
+    EXPECT_TRUE(view().selection().contains(first.ref));
+    EXPECT_TRUE(isSeen(view().placeOf(first).x()));
     window->openFile(QString::fromStdString(exampleFile("move.zelk.json")));
     EXPECT_TRUE(isWhole());
     window->resize(window->width() + 100, window->height());

@@ -175,7 +175,12 @@ TEST_F(WindowActs, TheFocusIsWhereItIsOfUse) {
     QTest::keyClick(open, Qt::Key_Space);
     EXPECT_EQ(window->focusWidget(), &canvas());
     auto* const frame = window->timeline().findChild<QSpinBox*>();
-    frame->setFocus();
+    frame->setFocus(Qt::MouseFocusReason);
+    QTest::qWait(0);
+    QTest::keyClicks(frame, "1200");
+    QTest::keyClick(frame, Qt::Key_Return);
+    EXPECT_EQ(frame->text(), "1200") << "beyond the composition";
+    EXPECT_EQ(document().frame(), 1);
     frame->selectAll();
     QTest::keyClicks(frame, "12");
     QTest::keyClick(frame, Qt::Key_Return);
@@ -196,6 +201,22 @@ TEST_F(WindowActs, TheFocusIsWhereItIsOfUse) {
         letters << QKeySequence::mnemonic(menu->text()).toString();
     EXPECT_EQ(letters.removeDuplicates(), 0);
     EXPECT_FALSE(letters.contains(""));
+}
+
+/// A pin's position that is open lets the focus go where it is led.
+TEST_F(WindowActs, ThePositionFieldHoldsNoFocus) {
+    window->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(window.get()));
+    canvas().pins().select({kParamToUpperLeft});
+    canvas().typePosition();
+    ASSERT_EQ(window->focusWidget(), canvas().findChild<PinField*>());
+    QTest::keyClicks(window->focusWidget(), "12, 7");
+    QTest::mouseClick(&field("translate-x"), Qt::LeftButton);
+    EXPECT_EQ(window->focusWidget(), &field("translate-x"));
+    EXPECT_EQ(document().valueOf(kParamToUpperLeft), (KeyValue{12, 7}));
+    canvas().typePosition();
+    QTest::keyClick(window->focusWidget(), Qt::Key_Escape);
+    EXPECT_EQ(window->focusWidget(), &canvas());
 }
 
 /// Lock screen, workspaces and the like never reach the window. Helps are phrases.
@@ -234,6 +255,7 @@ TEST_F(WindowActs, KeysOfTheTimelineByKeyboard) {
     press("Keys/Show All Parameters");
     for (int i = 0; i < 200; ++i) QTest::keyClick(&view, Qt::Key_Down);
     EXPECT_EQ(view.verticalScrollBar()->value(), view.verticalScrollBar()->maximum());
+    for (TimelineRow const& row : view.rows()) EXPECT_EQ(row.name.find("  "), row.name.npos);
 }
 
 /// Warnings have one place, whose height is reserved, and go with their scene.
@@ -263,9 +285,33 @@ TEST_F(WindowActs, NoWarningMovesThePicture) {
     EXPECT_NE(window->notices().text("error"), "");
     QTest::qWait(0);
     EXPECT_EQ(canvas().geometry(), before) << "errors lie over the picture";
+    for (QWidget const* const bar : window->findChildren<QFrame*>("notice"))
+        EXPECT_LT(bar->height(), 3 * bar->fontMetrics().height()) << "one line";
     choices = {1};  // Don't Save
     window->openFile(path("chelsea.png"));
     EXPECT_TRUE(window->sentences().sentences().empty());
+}
+
+/// What an inverted scene's picture is holds while it is shown, and no warning of the former frame.
+TEST_F(WindowActs, AnInvertedSceneSaysWhatIsShown) {
+    auto const holds = [&](QString const& start) {
+        return QTest::qWaitFor([&] {
+            QStringList const all = window->sentences().sentences();
+            return start.isEmpty() ? all.empty() : all.size() == 1 && all[0].startsWith(start);
+        });
+    };
+    for (int const pin : {int(kParamToUpperRight), int(kParamToLowerRight)})
+        document().edit(pin, {340, document().valueOf(pin)[1]});
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !window->sentences().sentences().empty(); }, 20000));
+    document().beginAct("Invert");
+    document().change("", [](Scene& scene) { scene.isInverted = true; });
+    document().endAct();
+    EXPECT_TRUE(holds("Inverted: the pins lie in the plate"));
+    document().save();
+    window->openFile(path("move.zelk.json"));
+    EXPECT_TRUE(holds("Inverted: the pins lie in the plate"));
+    document().change("Invert", [](Scene& scene) { scene.isInverted = false; });
+    EXPECT_FALSE(window->sentences().sentences().join("").contains("Inverted"));
 }
 
 TEST_F(WindowActs, TheReadoutFollowsTheZoom) {
