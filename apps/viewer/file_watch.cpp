@@ -20,7 +20,10 @@ FileWatch::FileWatch(WindowServices& services, CompositionCanvas& canvas, InputA
 ViewerCommands FileWatch::commands() {
     return {{"File", "Reload Files", QKeySequence("F5"),
              "Read pictures, tracks and colour configuration again",
-             [this] { m_services.document->reload(); },
+             [this] {
+                 m_services.notices->remove("error");  // by hand it is an act
+                 m_services.document->reload();
+             },
              [this] { return m_services.document->isOpen(); }}};
 }
 

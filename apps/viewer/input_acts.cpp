@@ -6,6 +6,7 @@
 #include "apps/viewer/dialogs/track_dialog.h"
 #include "apps/viewer/model/file_stamps.h"
 #include "apps/viewer/model/opened_file.h"
+#include "apps/viewer/viewer_application.h"
 #include "zelk/text/errors.h"
 
 namespace zelk {
@@ -90,24 +91,34 @@ ViewerCommands InputActs::commands() {
             {"File", "", {}, "", {}}};
 }
 
-void InputActs::take(std::vector<fs::path> const& files) {
-    for (GivenFile const& each : meantFiles(files))
-        m_services.attempt([&] {
+void InputActs::take(std::vector<fs::path> const& files) { take(files, {}); }
+
+/// What one file does takes the sentence of another one away: all are told at the end.
+void InputActs::take(std::vector<fs::path> const& files, QStringList refusals) {
+    for (GivenFile const& each : meantFiles(files)) {
+        QString const failure = failureOf([&] {
             if (!each.refusal.empty()) throw UserError(ExitCode::kUsage, each.refusal);
             takeOne(each.file);
         });
+        if (!failure.isEmpty()) refusals.append(failure);
+    }
+    constexpr int kMostTold = 5;
+    auto const more = refusals.size() - kMostTold;
+    if (more > 0) refusals = refusals.mid(0, kMostTold) << QString("and %1 more").arg(more);
+    if (!refusals.isEmpty()) m_services.tellError(refusals.join("\n"));
 }
 
 void InputActs::takeDropped(QList<QUrl> const& urls) {
     std::vector<fs::path> files;
+    QStringList refusals;
     for (QUrl const& url : urls) {
         if (url.isLocalFile())
             files.push_back(pathOf(url.toLocalFile()));
         else
-            m_services.tellError(url.toDisplayString() +
-                                 ": only files of this machine can be opened; save it first");
+            refusals.append(url.toDisplayString() +
+                            ": only files of this machine can be opened; save it first");
     }
-    take(files);
+    take(files, refusals);
 }
 
 void InputActs::takeOne(fs::path const& file) {

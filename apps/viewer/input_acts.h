@@ -32,6 +32,7 @@ public:
 private:
     Document& document() const { return *m_services.document; }
     ViewerCommand importCommand(InputKind kind, QString const& name, QString const& help);
+    void take(std::vector<std::filesystem::path> const& files, QStringList refusals);
     void takeOne(std::filesystem::path const& file);
     void tellMissing();
     void askRelink();

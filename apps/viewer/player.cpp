@@ -14,6 +14,8 @@ Player::Player(Document& document, QObject* parent) : QObject(parent), m_documen
     document.onChange([this](DocumentChange const& change) {
         if (!change.inputs || !m_document.isOpen()) return;
         m_playback.setBounds(m_document.firstFrame(), m_document.lastFrame());
+        if (m_opened != m_document.opened()) m_playback.clearRange();
+        m_opened = m_document.opened();
         emit changed();
     });
 }

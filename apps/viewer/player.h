@@ -51,6 +51,7 @@ private:
     FrameSource m_source;
     Playback m_playback;
     QElapsedTimer m_clock;
+    int m_opened = 0;      ///< Document::opened of the range
     double m_shownAt = 0;  ///< the frame that shows
     std::set<int> m_lost;  ///< frames of this play that did not come in time
     QTimer m_timer;

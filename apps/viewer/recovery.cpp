@@ -86,7 +86,7 @@ void Recovery::offer() {
     notice.buttons = {{"Show List\u2026", "Their names and times, to recover or discard each",
                        [this] { showList(); }},
                       {"Discard All\u2026", "Remove all of these changes for good",
-                       [this, all] { discardAll(all); }}};
+                       [this, all] { askDiscard(all); }}};
     m_services.notices->show(kKey, notice);
 }
 
@@ -95,10 +95,10 @@ void Recovery::offerOne(fs::path const& abandoned) {
     Notice notice{NoticeTone::kNote,
                   QString("A viewer ended with changes that were not saved, on %1: %2")
                       .arg(when, QString::fromStdString(nameOfAutosaved(abandoned)))};
-    notice.buttons = {
-        {"Recover", "Open the scene with these changes",
-         [this, abandoned] { m_services.attempt([&] { recover(abandoned); }); }},
-        {"Discard", "Remove these changes for good", [this, abandoned] { discard({abandoned}); }}};
+    notice.buttons = {{"Recover", "Open the scene with these changes",
+                       [this, abandoned] { m_services.attempt([&] { recover(abandoned); }); }},
+                      {"Discard\u2026", "Remove these changes for good",
+                       [this, abandoned] { askDiscard({abandoned}); }}};
     m_services.notices->show(kKey, notice);
 }
 
@@ -107,20 +107,22 @@ void Recovery::showList() {
     connect(list, &RecoveryDialog::recovered, this,
             [this](QString const& file) { m_services.attempt([&] { recover(pathOf(file)); }); });
     connect(list, &RecoveryDialog::discarded, this,
-            [this](QString const& file) { discard({pathOf(file)}); });
+            [this](QString const& file) { askDiscard({pathOf(file)}); });
     list->setAttribute(Qt::WA_DeleteOnClose);
     list->open();
 }
 
-void Recovery::discard(std::vector<fs::path> const& abandoned) {
+/// There is no undo.
+void Recovery::askDiscard(std::vector<fs::path> const& abandoned) {
+    bool const isOne = abandoned.size() == 1;
+    QString const what = isOne ? QString::fromStdString(nameOfAutosaved(abandoned.front()))
+                               : QString("%1 scenes").arg(abandoned.size());
+    if (!m_services.questions.goesOn("The changes to " + what + " go for good.", "Keep Them",
+                                     isOne ? "Discard" : "Discard All"))
+        return;
     std::error_code none;
     for (fs::path const& file : abandoned) fs::remove(file, none);
     offer();
-}
-
-void Recovery::discardAll(std::vector<fs::path> const& abandoned) {
-    QString const text = QString("The changes to %1 scenes go for good.").arg(abandoned.size());
-    if (m_services.questions.goesOn(text, "Keep Them", "Discard All")) discard(abandoned);
 }
 
 void Recovery::recover(fs::path const& abandoned) {

@@ -28,8 +28,7 @@ private:
     void offerOne(std::filesystem::path const& abandoned);
     void showList();
     void recover(std::filesystem::path const& abandoned);
-    void discard(std::vector<std::filesystem::path> const& abandoned);
-    void discardAll(std::vector<std::filesystem::path> const& abandoned);
+    void askDiscard(std::vector<std::filesystem::path> const& abandoned);
 
     WindowServices& m_services;
     FileActs& m_files;

@@ -258,11 +258,11 @@ void ViewerWindow::takeHandedOver(fs::path const& source) {
 }
 
 void ViewerWindow::follow(DocumentChange const& change) {
-    bool const isNew =
-        change.inputs && m_document.undoName().empty() && m_document.redoName().empty();
+    bool const isNew = change.inputs && !change.isReload && m_document.undoName().empty() &&
+                       m_document.redoName().empty();
     if (change.inputs) m_pages->setCurrentWidget(m_composition);
     if (isNew) m_composition->setFocus();
-    if (change.inputs || change.state) m_notices->remove("error");
+    if ((change.inputs || change.state) && !change.isReload) m_notices->remove("error");
     if (isNew) m_said->clear();
     if (isNew) m_composition->canvas().sayWarnings();
     if (change.inputs || change.state) m_said->endTold();

@@ -194,7 +194,8 @@ fs::path SequenceName::pathOf(int frame) const {
 }
 
 fs::path SequenceName::folder() const {
-    return m_before.substr(0, m_before.rfind('/') + 1);  // npos + 1 is 0
+    std::size_t const slash = m_before.rfind('/');
+    return slash == std::string::npos ? "." : m_before.substr(0, slash + 1);
 }
 
 fs::path SequenceName::beyond() const {
@@ -215,12 +216,12 @@ std::optional<int> SequenceName::frameOf(std::string_view name) const {
     return frame;
 }
 
-std::vector<int> framesOnDisk(SequenceName const& name) {
+std::vector<int> framesOnDisk(SequenceName const& name, std::error_code& fault) {
     std::vector<int> frames;
+    fault.clear();
     if (!name.isSequence()) return frames;
-    fs::path const folder = name.folder().empty() ? fs::path(".") : name.folder();
-    std::error_code fault, ignored;
-    for (fs::directory_iterator entry(folder, fault), end; !fault && entry != end;
+    std::error_code ignored;
+    for (fs::directory_iterator entry(name.folder(), fault), end; !fault && entry != end;
          entry.increment(fault)) {
         auto const frame = name.frameOf(entry->path().filename().string());
         if (!frame) continue;
@@ -229,12 +230,16 @@ std::vector<int> framesOnDisk(SequenceName const& name) {
                                            : fs::status(entry->path() / name.beyond(), ignored);
         if (fs::exists(status) && !fs::is_directory(status)) frames.push_back(*frame);
     }
-    if (fault) {
-        throw UserError(ExitCode::kInput, {folder.string(), "cannot be listed:", fault.message(),
-                                           "a folder with numbered pictures"});
-    }
     std::sort(frames.begin(), frames.end());
     return frames;
+}
+
+std::vector<int> framesOnDisk(SequenceName const& name) {
+    std::error_code fault;
+    std::vector<int> frames = framesOnDisk(name, fault);
+    if (!fault) return frames;
+    throw UserError(ExitCode::kInput, {name.folder().string(), "cannot be listed:", fault.message(),
+                                       "a folder with numbered pictures"});
 }
 
 std::optional<int> numberOfName(fs::path const& file) {

@@ -16,6 +16,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 namespace zelk {
@@ -32,15 +33,17 @@ public:
     bool isSequence() const { return m_width > 0; }
 
     std::filesystem::path pathOf(int frame) const;
+    /// Where the numbered names are.
+    std::filesystem::path folder() const;
 
 private:
     SequenceName() = default;
     friend std::vector<int> framesOnDisk(SequenceName const& name);
+    friend std::vector<int> framesOnDisk(SequenceName const& name, std::error_code& fault);
 
     std::string numbered(int frame) const;
 
     // The path has three parts: folders, the one name that holds the mark, and what lies beyond it.
-    std::filesystem::path folder() const;
     std::optional<int> frameOf(std::string_view markedName) const;
     std::filesystem::path beyond() const;
 
@@ -52,6 +55,8 @@ private:
 /// counts only as pathOf writes it, so that 12 and 012 are never one frame. Nothing for a plain
 /// name. Throws an input error when the folder can't be listed.
 std::vector<int> framesOnDisk(SequenceName const& name);
+/// The same without an error of its own: those that can be seen, and why there may be more.
+std::vector<int> framesOnDisk(SequenceName const& name, std::error_code& fault);
 
 /// The number of a single picture among others of its kind: three digits or more that end its name
 /// ("shot.1005.exr", "0005.png"), but for a version's ("sign_v002.png"). Nothing for other names.

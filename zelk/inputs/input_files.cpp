@@ -23,7 +23,9 @@ bool isPattern(fs::path const& name) {
 }
 
 bool namesFiles(fs::path const& name) {
-    return onDisk(name) || (isPattern(name) && !framesOnDisk(SequenceName(name.string())).empty());
+    std::error_code fault;
+    return onDisk(name) ||
+           (isPattern(name) && !framesOnDisk(SequenceName(name.string()), fault).empty());
 }
 
 namespace {
@@ -43,7 +45,7 @@ InputFiles::InputFiles(fs::path const& name, MissingInput missing)
         m_movieFrames = m_movie ? m_movie->count() : PictureReader::countOf(name);
     if (!isPattern(name)) return;
     m_pattern.emplace(name.string());
-    if (missing == MissingInput::kHold) m_there = framesOnDisk(*m_pattern);
+    if (missing == MissingInput::kHold) m_there = framesThere();
 }
 
 InputFiles::InputFiles(std::shared_ptr<PictureBuffer const> buffer)
@@ -52,10 +54,18 @@ InputFiles::InputFiles(std::shared_ptr<PictureBuffer const> buffer)
 }
 
 std::vector<int> InputFiles::framesThere() const {
-    if (m_pattern) return framesOnDisk(*m_pattern);
+    std::error_code fault;
+    if (m_pattern) return framesOnDisk(*m_pattern, fault);
     std::vector<int> frames(static_cast<std::size_t>(m_movieFrames));
     std::iota(frames.begin(), frames.end(), m_firstFrame);
     return frames;
+}
+
+std::vector<int> InputFiles::framesRequired() const {
+    std::vector<int> frames = m_pattern ? framesOnDisk(*m_pattern) : framesThere();
+    if (!frames.empty()) return frames;
+    throw UserError(ExitCode::kInput,
+                    {name(), "no such frames", "", "files such as " + own(1).file.string()});
 }
 
 InputPicture InputFiles::own(int frame) const {

@@ -19,7 +19,8 @@ namespace zelk {
 bool onDisk(std::filesystem::path const& path);
 /// Whether a name has a frame mark. One that exists as it stands has none.
 bool isPattern(std::filesystem::path const& name);
-/// Whether a name is that of a file, or has a frame mark and files of its numbers.
+/// Whether a name is that of a file, or has a frame mark and files of its numbers. In a folder that
+/// can't be listed there are none.
 bool namesFiles(std::filesystem::path const& name);
 
 /// A picture file, or one picture of a movie.
@@ -55,7 +56,10 @@ public:
     std::string name() const { return m_name.string(); }
     bool isMovie() const { return m_movieFrames > 0; }
     bool isNumbered() const { return m_pattern || isMovie(); }
+    /// Sorted; those that can be seen: a folder that is gone or may not be listed has none.
     std::vector<int> framesThere() const;
+    /// The same of a numbered input. Throws why there is none.
+    std::vector<int> framesRequired() const;
     /// The frame number of a movie's first picture.
     void startAt(int frame) { m_firstFrame = frame; }
     int firstFrame() const { return m_firstFrame; }

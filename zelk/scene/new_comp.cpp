@@ -18,24 +18,11 @@
 namespace zelk {
 namespace {
 
-/// Of an input over many frames; nothing for a single picture. Throws where a numbered one has
-/// none.
-std::vector<int> framesThere(InputFiles const& input) {
-    if (!input.isNumbered()) return {};
-    std::vector<int> frames = input.framesThere();
-    if (frames.empty())
-        throw UserError(ExitCode::kInput, {input.name(), "no such frames", "",
-                                           "files such as " + input.own(1).file.string()});
-    return frames;
-}
-
 /// The frames that a new composition shows, in any order: the plate's, else the layer's.
 std::vector<int> framesOf(Scene const& scene, SceneFiles const& files) {
     if (scene.frames) return parseFrameRange(nameOf(scene, SceneField::kFrames), *scene.frames);
-    for (InputFiles const* input : {files.plate ? &*files.plate : nullptr, &files.layer}) {
-        auto frames = input ? framesThere(*input) : std::vector<int>();
-        if (!frames.empty()) return frames;
-    }
+    for (InputFiles const* input : {files.plate ? &*files.plate : nullptr, &files.layer})
+        if (input && input->isNumbered()) return input->framesRequired();
     return {0};
 }
 

@@ -53,10 +53,8 @@ std::vector<int> framesMeant(Scene const& scene, SceneFiles const& files) {
     if (scene.frames) return parseFrameRange(spelled(scene, "frames"), *scene.frames);
     for (auto const& [kind, input] : files.inputs()) {
         if (!input->isNumbered()) continue;
-        std::vector<int> frames = input->framesThere();
-        if (!frames.empty()) return scene.hasComp ? withHoles(frames, scene.comp) : frames;
-        throw UserError(ExitCode::kInput, {input->name(), "no such frames", "",
-                                           "files such as " + input->own(1).file.string()});
+        std::vector<int> frames = input->framesRequired();
+        return scene.hasComp ? withHoles(frames, scene.comp) : frames;
     }
     if (!scene.hasComp && !scene.tracks.empty()) return trackedFrames(scene, files);
     if (!scene.hasComp) throw missing(spelled(scene, "frames"), "the frames to render");

@@ -11,6 +11,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPlainTextEdit>
+#include <QPointer>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QVBoxLayout>
@@ -21,6 +22,7 @@
 #include "zelk/movies/writer.h"
 #include "zelk/scene/edits.h"
 #include "zelk/scene/inputs.h"
+#include "zelk/scene/words.h"
 #include "zelk/text/errors.h"
 
 namespace zelk {
@@ -67,6 +69,9 @@ ExportDialog::ExportDialog(WindowServices& services, Range marked, QWidget* pare
     tell({});
     showFields();
     showState();
+    services.document->onChange([self = QPointer(this)](DocumentChange const& change) {
+        if (self && change.inputs && self->isVisible() && !self->isRunning()) self->settle();
+    });
 }
 
 ExportDialog::~ExportDialog() = default;
@@ -127,15 +132,33 @@ QString ExportDialog::framesByDefault() const {
     return QString("%1-%2").arg(document.firstFrame()).arg(document.lastFrame());
 }
 
-/// What was typed for one scene's frames says nothing of another one's. An output stays where the
-/// scene has none of its own.
+/// What the first entries stand for.
+void ExportDialog::nameOwnChoices() {
+    Scene const& scene = m_services.document->scene();
+    auto const name = [](QComboBox& box, std::string_view own, QString const& otherwise) {
+        QString const word = QString::fromUtf8(own.data(), static_cast<qsizetype>(own.size()));
+        box.setItemText(0, own.empty() ? otherwise : word + ", as the scene says");
+    };
+    name(*m_codec, scene.codec ? *scene.codec : "", "By the extension");
+    name(*m_channels, scene.channels ? *scene.channels : "", "As layer and plate have them");
+    name(*m_depth, scene.depth ? wordOf(kDepthWords, *scene.depth) : "",
+         "As layer and plate have it");
+    m_quality->setPlaceholderText(scene.codecQuality
+                                      ? QString("%1, as the scene says").arg(*scene.codecQuality)
+                                      : QString("a high one"));
+}
+
+/// What was typed for one scene's frames says nothing of another one's. An output that was typed
+/// stays where the scene has none of its own.
 void ExportDialog::settle() {
     Document const& document = *m_services.document;
     std::string const output = document.scene().outputPath().string();
     bool const isOther = std::exchange(m_opened, document.opened()) != m_opened;
-    if ((isOther || output != m_sceneOutput) && !output.empty())
+    bool const isTyped = m_output->text() != QString::fromStdString(m_sceneOutput);
+    if ((isOther || output != m_sceneOutput) && !(output.empty() && isTyped))
         m_output->setText(QString::fromStdString(output));
     m_sceneOutput = output;
+    nameOwnChoices();
     bool const wasTyped = m_frames->text() != m_defaultFrames;
     m_defaultFrames = framesByDefault();
     if (isOther || !wasTyped) m_frames->setText(m_defaultFrames);
@@ -191,7 +214,8 @@ QWidget* ExportDialog::makeButtons() {
 ExportEdits ExportDialog::edits() const {
     ExportEdits edits;
     edits.output = m_output->text().trimmed().toStdString();
-    edits.frames = m_frames->text().trimmed().toStdString();
+    QString const frames = m_frames->text().trimmed();
+    edits.frames = (frames.isEmpty() ? m_defaultFrames : frames).toStdString();
     edits.codec = chosen(*m_codec);
     std::string const quality = m_quality->text().trimmed().toStdString();
     if (!quality.empty() && m_quality->isEnabled()) edits.quality = quality;

@@ -63,6 +63,7 @@ private:
                           QString const& byDefault);
     QCheckBox* makeCheckbox(QFormLayout& form, QString const& name, QString const& help);
     void settle();
+    void nameOwnChoices();
     QString framesByDefault() const;
     void askOutput();
     void copyCommand();

@@ -36,7 +36,7 @@ RecoveryDialog::RecoveryDialog(std::vector<std::filesystem::path> const& abandon
     m_recover = buttons->addButton("Recover", QDialogButtonBox::AcceptRole);
     m_recover->setToolTip("Open the scene with these changes");
     m_recover->setDefault(true);
-    m_discard = buttons->addButton("Discard", QDialogButtonBox::DestructiveRole);
+    m_discard = buttons->addButton("Discard\u2026", QDialogButtonBox::DestructiveRole);
     m_discard->setToolTip("Remove these changes for good");
     connect(m_recover, &QPushButton::clicked, this, [this] {
         QString const file = selected();
@@ -59,10 +59,12 @@ QString RecoveryDialog::selected() const {
     return row ? row->data(0, Qt::UserRole).toString() : QString();
 }
 
+/// Who hears of it asks.
 void RecoveryDialog::discard() {
     QString const file = selected();
-    delete m_list->currentItem();
     emit discarded(file);
+    if (std::filesystem::exists(pathOf(file))) return;
+    delete m_list->currentItem();
     if (m_list->topLevelItemCount() == 0) close();
 }
 

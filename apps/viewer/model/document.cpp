@@ -205,7 +205,7 @@ void Document::reload() {
         step.after.scene = tracks.of(step.after.scene);
     }
     ++m_reloads;
-    tell({true, true, true, true});
+    tell({true, true, true, true, true});
 }
 
 bool Document::isModified() const { return isOpen() && m_now.revision != m_savedRevision; }

@@ -39,10 +39,11 @@ enum class ShownPicture { kFrame, kLayer, kPlate };
 
 /// What a listener hears of.
 struct DocumentChange {
-    bool inputs = false;  ///< another scene, or its files, composition or output
-    bool values = false;  ///< parameters, their keyframes, which are greyed; feather, shutter
-    bool frame = false;   ///< the frame that is looked at
-    bool state = false;   ///< name, saved or not, undo and redo
+    bool inputs = false;    ///< another scene, or its files, composition or output
+    bool values = false;    ///< parameters, their keyframes, which are greyed; feather, shutter
+    bool frame = false;     ///< the frame that is looked at
+    bool state = false;     ///< name, saved or not, undo and redo
+    bool isReload = false;  ///< the same scene with its files read again: nobody's act
 };
 
 /// The scene at one moment, for other threads. Scenes of one `structure` differ in nothing but

@@ -32,9 +32,9 @@ std::string clockText(double seconds) {
 void takeEvent(Json const& event, ExportState& state) {
     std::string const name = event.value("event", "");
     bool const isFrame = event.contains("frame");
-    state.count = event.value("count", state.count);
     state.seconds = event.value("seconds", state.seconds);
     if (name == "start" || name == "end") state.skipped = event.value("skipped", state.skipped);
+    if (name == "start") state.count = state.asked - state.skipped;
     if (name == "warning") state.warnings.push_back(event.value("message", ""));
     if (name == "failure")
         state.failures.push_back({isFrame ? fmt::format("frame {}", event.value("frame", 0)) : "",
@@ -57,8 +57,14 @@ std::string ExportState::text() const {
     std::string result = framesText(written) + " written";
     if (skipped > 0) result += fmt::format(", {} left out", skipped);
     if (!failures.empty()) result += fmt::format(", {} failed", failures.size());
+    if (!isStopped && untried() > 0) result += fmt::format(", {} not tried", untried());
     if (isStopped) result += ", cancelled";
     return result;
+}
+
+/// The frame that ends a run is not counted as ended.
+int ExportState::untried() const {
+    return std::max(0, count - std::max(ended, written + static_cast<int>(failures.size())));
 }
 
 std::size_t filesThere(Scene const& exported) {
@@ -78,6 +84,7 @@ ExportJob::ExportJob(Scene scene, RunOptions run, std::function<void()> changed)
     run.stop = &m_isStopped;
     m_thread = std::thread([this, scene = std::move(scene), run = std::move(run)] {
         try {
+            ask(framesAsked(scene, SceneFiles(scene)).size());
             end(renderFrames(scene, run), "");
         } catch (UserError const& error) {
             end(error.code(), error.what());
@@ -95,6 +102,11 @@ ExportJob::~ExportJob() {
 ExportState ExportJob::state() const {
     std::lock_guard const lock(m_mutex);
     return m_state;
+}
+
+void ExportJob::ask(std::size_t frames) {
+    std::lock_guard const lock(m_mutex);
+    m_state.asked = static_cast<int>(frames);
 }
 
 void ExportJob::take(std::string_view line) {

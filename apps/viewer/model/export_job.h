@@ -24,7 +24,8 @@ struct ExportFailure {
 struct ExportState {
     bool isRunning = true;
     bool isStopped = false;
-    int count = 0;  ///< frames to be rendered
+    int asked = 0;  ///< frames of the run, also those behind the one that ends it
+    int count = 0;  ///< frames to be rendered: those asked for without those left out
     int ended = 0;  ///< written or failed
     int written = 0, skipped = 0;
     double seconds = 0;      ///< since the start
@@ -34,6 +35,8 @@ struct ExportState {
     std::vector<std::string> warnings;
     ExitCode code = ExitCode::kDone;
 
+    /// Frames behind the one that ended the run.
+    int untried() const;
     /// "12 of 48 frames, 0:05 left", "48 frames written, 1 failed"
     std::string text() const;
 };
@@ -54,6 +57,7 @@ public:
     ExportState state() const;
 
 private:
+    void ask(std::size_t frames);
     void take(std::string_view line);
     void end(ExitCode code, std::string const& message);
 

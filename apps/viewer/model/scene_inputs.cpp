@@ -101,6 +101,16 @@ void fitCompToPlate(Scene& scene, PixelSize former) {
     if (!scene.movieStart) scene.movieStart = derived.movieStart;
 }
 
+/// Of a picture that is not there, with its name.
+std::string whyMissing(fs::path const& file) {
+    if (!isPattern(file)) return file.string() + ": no such file";
+    std::error_code fault;
+    SequenceName const name(file.string());
+    framesOnDisk(name, fault);
+    bool const isRefused = fault && fs::is_directory(name.folder(), fault);
+    return file.string() + (isRefused ? ": the folder cannot be listed" : ": no such files");
+}
+
 }  // namespace
 
 char const* wordOf(InputKind kind) { return wordsOf(kind).word; }
@@ -138,9 +148,7 @@ std::vector<MissingFile> missingFiles(Scene const& scene) {
         if (use && !use->track) missing.push_back({kind, use->file.path(), use->fault});
         fs::path const file = fileOf(named, kind);
         if (isTrack(kind) || file.empty() || namesFiles(file)) continue;
-        bool const areMany = isPattern(file);
-        missing.push_back(
-            {kind, file, file.string() + (areMany ? ": no such files" : ": no such file")});
+        missing.push_back({kind, file, whyMissing(file)});
     }
     return missing;
 }

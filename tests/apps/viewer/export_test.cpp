@@ -139,6 +139,35 @@ TEST_F(ExportTest, FieldsStayForTheSession) {
     EXPECT_EQ(shown().output, path("own.mov").toStdString());
 }
 
+TEST_F(ExportTest, AnOpenDialogFollowsTheScene) {
+    document().change("Output", [&](Scene& scene) {
+        sceneEdit("output").apply(scene, "output", folder.at("own.mov").string());
+        sceneEdit("codec").apply(scene, "codec", "prores422");
+    });
+    document().save();
+    window->timeline().player().playback().setIn(5);
+    EXPECT_EQ(dialog().edits().frames, "5-48");
+    for (auto* const box : dialog().findChildren<QComboBox*>())
+        if (box->accessibleName() == "Codec") EXPECT_TRUE(box->currentText().contains("prores422"));
+    type("Frames", "");
+    EXPECT_EQ(dialog().edits().frames, "5-48");  // what the empty field shows
+    window->openFile(path("chelsea.png"));
+    EXPECT_FALSE(window->timeline().player().playback().hasRange());
+    EXPECT_EQ(window->exportDialog()->edits().output, "");
+    EXPECT_EQ(window->exportDialog()->edits().frames, "");
+}
+
+TEST_F(ExportTest, AMissingFrameEndsTheRunBeforeAllIsDone) {
+    for (char const* frame : {"1", "2", "4", "5"})
+        fs::copy(folder.at("chelsea.png"), folder.at("s.000" + std::string(frame) + ".png"));
+    window->openFile(path("s.####.png"));
+    dialog();
+    type("Output", path("o.##.png"));
+    pressIn("Export");
+    EXPECT_EQ(ended().text(), "2 frames written, 1 failed, 2 not tried");
+    EXPECT_EQ(ended().count, 5);
+}
+
 TEST_F(ExportTest, AClosedDialogsRunIsSeenInTheStatusLine) {
     dialog();
     type("Output", path("o.##.png"));

@@ -187,6 +187,15 @@ TEST_F(FilesTest, DropsOfManyFilesOfFoldersAndOfLinks) {
     }
 }
 
+TEST_F(FilesTest, ADropTellsAllThatItRefuses) {
+    dropOn(*window, asked,
+           {QUrl("https://a.example/b.png"), QUrl::fromLocalFile(path("none.png")),
+            QUrl::fromLocalFile(path("chelsea.png"))});
+    EXPECT_TRUE(document().isOpen());
+    for (char const* name : {"a.example", "none.png"})
+        EXPECT_TRUE(error().contains(name)) << error().toStdString();
+}
+
 TEST_F(FilesTest, ADropAsksWhatItIsFor) {
     window->openFile(path("chelsea.png"));
     document().saveAs(folder.at("dropped.zelk.json"));
@@ -253,6 +262,36 @@ TEST_F(FilesTest, MissingFilesAreNamedAndRelinkedInOneStep) {
     press("File/Relink Missing File\u2026");
     EXPECT_EQ(document().undoName(), "Relink Layer");
     EXPECT_FALSE(window->notices().text("missing").contains("chelsea.png"));
+}
+
+TEST_F(FilesTest, ASequenceWhoseFolderIsGoneIsFoundByAnyTailOfItsPath) {
+    for (char const* place : {"shots/010", "moved/010", "flat"})
+        fs::create_directories(folder.at(place));
+    for (char const* frame : {"3", "4"})
+        fs::copy(folder.at("rocket.jpg"),
+                 folder.at(std::string("shots/010/r.000") + frame + ".jpg"));
+    window->openFile(path("move.zelk.json"));
+    window->inputs().import(InputKind::kPlate, folder.at("shots/010/r.####.jpg"));
+    document().save();
+    for (char const* place : {"moved/010", "flat"}) {
+        fs::rename(folder.at("shots"), folder.at("away"));
+        for (char const* frame : {"3", "4"})
+            fs::create_hard_link(
+                folder.at(std::string("away/010/r.000") + frame + ".jpg"),
+                folder.at(place) / fs::path(std::string("r.000") + frame + ".jpg"));
+        window->openFile(path("move.zelk.json"));
+        EXPECT_TRUE(window->notices().text("missing").contains("r.####.jpg: no such files"));
+        press("File/Reload Files");
+        EXPECT_EQ(error(), "");
+        names = {path("state"), path(place).section('/', 0, place[0] == 'm' ? -2 : -1)};
+        press("File/Relink in Folder\u2026");
+        EXPECT_TRUE(error().contains("none of the missing files")) << error().toStdString();
+        press("File/Relink in Folder\u2026");
+        EXPECT_EQ(error(), "");
+        EXPECT_EQ(document().scene().plate->file.written, std::string(place) + "/r.####.jpg");
+        choices = {1};
+        fs::rename(folder.at("away"), folder.at("shots"));
+    }
 }
 
 TEST_F(FilesTest, AMissingMovieIsNamedAndRelinked) {
@@ -433,8 +472,11 @@ TEST_F(FilesTest, ManyScenesToRecoverAreOneNoticeAndAList) {
     auto* const tree = list->findChild<QTreeWidget*>();
     EXPECT_EQ(tree->findItems("chelsea.png, never saved", Qt::MatchEndsWith).size(), 1);
     tree->setCurrentItem(tree->findItems("move.zelk.json", Qt::MatchEndsWith).value(0));
-    for (auto* const button : list->findChildren<QPushButton*>())
-        if (button->text() == "Recover") button->click();
+    choices = {-1};
+    for (char const* act : {"Discard\u2026", "Recover"})
+        for (auto* const button : list->findChildren<QPushButton*>())
+            if (button->text() == act) button->click();
+    EXPECT_EQ(asked.back(), "The changes to " + path("move.zelk.json") + " go for good.");
     EXPECT_EQ(error(), "");
     EXPECT_EQ(document().valueOf(kParamCornerPinOpacity)[0], 50);
     choices = {-1, 0};

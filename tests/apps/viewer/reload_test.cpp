@@ -3,6 +3,8 @@
 
 #include "apps/viewer/composition_canvas.h"
 #include "apps/viewer/composition_panel.h"
+#include "apps/viewer/timeline_panel.h"
+#include "apps/viewer/timeline_view.h"
 #include "tests/apps/viewer/files_fixture.h"
 #include "zelk/scene/edits.h"
 
@@ -65,6 +67,25 @@ TEST_F(ReloadTest, WhatWasMissingIsSeenWhenTheWindowGetsTheFocus) {
     focus();
     EXPECT_EQ(notice(), "");
     EXPECT_TRUE(shownAt(1) == before);
+}
+
+/// Each dialog's end gives the window the focus.
+TEST_F(ReloadTest, AnErrorAndTheKeyboardStayWhileAFrameFails) {
+    window->openFile(path("move.zelk.json"));
+    fs::rename(folder.at("chelsea.png"), folder.at("away.png"));
+    focus();
+    awaitRest();
+    QWidget* const timeline = window->timeline().findChild<TimelineView*>();
+    timeline->setFocus();
+    names = {path("none/x.zelk.json")};
+    press("File/Save As\u2026");
+    QString const told = error();
+    EXPECT_TRUE(told.contains("x.zelk.json")) << told.toStdString();
+    focus();
+    EXPECT_EQ(error(), told);
+    EXPECT_TRUE(timeline->hasFocus());
+    press("File/Reload Files");
+    EXPECT_EQ(error(), "");
 }
 
 TEST_F(ReloadTest, TracksAreReadAgain) {
