@@ -87,8 +87,10 @@ void requireOtherFile(Scene const& scene, bool mayBe, std::filesystem::path cons
                       InputPicture const& input, char const* kind) {
     auto const own = input.isOnDisk() ? identityOf(input.file) : std::nullopt;
     if (mayBe || !own || own != identityOf(output)) return;
+    // A window has no switch for it.
+    std::string const way = scene.editJoin == ' ' ? "" : ", or " + spelled(scene, "in-place");
     throw refusalOf(scene, SceneField::kOutput, fmt::format("would replace its own {}:", kind),
-                    output.string(), "another name, or " + spelled(scene, "in-place"));
+                    output.string(), "another name" + way);
 }
 
 void requireNoInput(Scene const& scene, SceneFiles const& files, bool mayBe, int frame,

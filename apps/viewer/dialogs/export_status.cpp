@@ -28,6 +28,7 @@ QToolButton* ExportStatus::makeButton(QString const& name, QString const& help) 
     button->setFocusPolicy(Qt::TabFocus);
     button->setText(name);
     button->setToolTip(help);
+    button->setMaximumHeight(button->fontMetrics().height());  // no taller than its neighbours
     keepKeys(*button, {Qt::Key_Space});
     layout()->addWidget(button);
     return button;

@@ -71,7 +71,9 @@ std::size_t filesThere(Scene const& exported) {
     SceneFiles const files(exported);
     std::set<std::filesystem::path> there;
     std::error_code none;
-    for (int const frame : framesAsked(exported, files))
+    std::vector<int> const frames = framesAsked(exported, files);
+    checkOutputsAreNoInputs(exported, {}, files, frames);
+    for (int const frame : frames)
         if (auto file = files.output.pathOf(frame); std::filesystem::exists(file, none))
             there.insert(std::move(file));
     return there.size();

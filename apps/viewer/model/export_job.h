@@ -41,7 +41,8 @@ struct ExportState {
     std::string text() const;
 };
 
-/// How many of the files that a scene's export writes are there already.
+/// How many of the files that a scene's export writes are there already. Throws where one of them
+/// is its own input.
 std::size_t filesThere(Scene const& exported);
 
 class ExportJob {

@@ -5,6 +5,7 @@
 #include <QLineEdit>
 #include <QPushButton>
 
+#include "apps/viewer/composition_panel.h"
 #include "apps/viewer/dialogs/export_dialog.h"
 #include "apps/viewer/dialogs/export_status.h"
 #include "apps/viewer/model/command_text.h"
@@ -106,6 +107,10 @@ TEST_F(ExportTest, TellsWhatFailsAndEndsWhenItIsTold) {
     EXPECT_TRUE(window->exportDialog()->said().contains("9-"));
     type("Frames", "9");
     EXPECT_EQ(window->exportDialog()->said(), "");
+    type("Output", path("chelsea.png"));
+    pressIn("Export");  // nothing is asked
+    EXPECT_TRUE(window->exportDialog()->said().endsWith("expected another name"));
+    type("Output", path("p.png"));
     pressIn("Copy as Command");
     EXPECT_TRUE(window->exportDialog()->said().contains("Save the project first"));
     document().undo();
@@ -148,7 +153,7 @@ TEST_F(ExportTest, AnOpenDialogFollowsTheScene) {
     window->timeline().player().playback().setIn(5);
     EXPECT_EQ(dialog().edits().frames, "5-48");
     for (auto* const box : dialog().findChildren<QComboBox*>())
-        if (box->accessibleName() == "Codec") EXPECT_TRUE(box->currentText().contains("prores422"));
+        EXPECT_TRUE(box->accessibleName() != "Codec" || box->currentText().contains("prores422"));
     type("Frames", "");
     EXPECT_EQ(dialog().edits().frames, "5-48");  // what the empty field shows
     window->openFile(path("chelsea.png"));
@@ -174,9 +179,11 @@ TEST_F(ExportTest, AClosedDialogsRunIsSeenInTheStatusLine) {
     auto* const status = window->findChild<ExportStatus*>();
     ASSERT_TRUE(status);
     auto const buttons = status->findChildren<QAbstractButton*>();
+    int const height = window->composition().height();
     pressIn("Export");
     pressIn("Close");
     EXPECT_TRUE(QTest::qWaitFor([&] { return status->text().contains("of 48 frames"); }, 60000));
+    EXPECT_EQ(window->composition().height(), height);  // the picture stays
     buttons[0]->click();
     EXPECT_TRUE(window->exportDialog()->isVisible());
     EXPECT_EQ(status->text(), "");

@@ -214,9 +214,9 @@ TEST_F(TimelineTest, ZoomStaysThroughActsAndSizes) {
     EXPECT_TRUE(isSeen(view().placeOfFrame(48).x()));
     QTest::keyClick(&view(), Qt::Key_Down);
     for (int i = 0; i < 3; ++i) QTest::keyClick(&view(), Qt::Key_Left);
-    TimelineKey const first = view().rows()[0].keys.front();
-    EXPECT_TRUE(view().selection().contains(first.ref));
-    EXPECT_TRUE(isSeen(view().placeOf(first).x()));
+    TimelineKey const firstKey = view().rows()[0].keys.front();
+    EXPECT_TRUE(view().selection().contains(firstKey.ref));
+    EXPECT_TRUE(isSeen(view().placeOf(firstKey).x()));
     window->openFile(QString::fromStdString(exampleFile("move.zelk.json")));
     EXPECT_TRUE(isWhole());
     window->resize(window->width() + 100, window->height());
