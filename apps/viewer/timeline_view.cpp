@@ -27,7 +27,7 @@ TimelineView::TimelineView(Document& document, Player& player, QWidget* parent)
         if (m_opened != m_document.opened()) m_isFit = true;
         m_opened = m_document.opened();
         if (change.inputs) keepFit();
-        if (change.frame && m_document.isOpen()) reveal(m_document.frame());
+        followFrame();
         viewport()->update();
     });
     connect(&player, &Player::changed, viewport(), qOverload<>(&QWidget::update));
@@ -72,9 +72,17 @@ void TimelineView::zoom(double factor) {
     viewport()->update();
 }
 
+/// Another frame is brought into view, unless all of them are.
+void TimelineView::followFrame() {
+    int const frame = m_document.frame();
+    if (!m_document.isOpen() || std::exchange(m_followed, frame) == frame) return;
+    if (!m_isFit && m_drag != Drag::kPan) reveal(frame);
+}
+
 void TimelineView::reveal(double frame) {
-    double const left = m_scale.left;
-    m_scale.reveal(frame, timeX(viewport()->width()));
+    double const left = m_scale.left, widthPx = timeX(viewport()->width());
+    if (widthPx <= 0) return;
+    m_scale.reveal(frame, widthPx);
     if (m_scale.left == left) return;
     m_isFit = false;
     viewport()->update();

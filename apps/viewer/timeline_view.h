@@ -71,6 +71,7 @@ private:
     /// The whole where it was shown; what was zoomed to stays.
     void keepFit();
     /// Goes along as little as shows a frame.
+    void followFrame();
     void reveal(double frame);
     double timeX(double x) const { return x - TimelineLook::kNamesPx; }
     double rowY(int row) const;
@@ -93,6 +94,7 @@ private:
     Player& m_player;
     TimeScale m_scale;
     int m_opened = 0;     ///< of the document that it shows
+    int m_followed = 0;   ///< the frame that was shown last
     bool m_isFit = true;  ///< nobody has zoomed or gone along since it showed the whole
     RowFilter m_filter = RowFilter::kAnimated;
     std::vector<TimelineRow> m_rows;

@@ -152,8 +152,8 @@ void ExportDialog::nameOwnChoices() {
 /// stays where the scene has none of its own.
 void ExportDialog::settle() {
     Document const& document = *m_services.document;
-    std::string const output = document.scene().outputPath().string();
-    bool const isOther = std::exchange(m_opened, document.opened()) != m_opened;
+    std::string const output = document.scene().outputPath().lexically_normal().string();
+    bool const isOther = std::exchange(m_opened, document.opened()) != document.opened();
     bool const isTyped = m_output->text() != QString::fromStdString(m_sceneOutput);
     if ((isOther || output != m_sceneOutput) && !(output.empty() && isTyped))
         m_output->setText(QString::fromStdString(output));
@@ -351,6 +351,8 @@ void ExportDialog::showFields() {
 
 void ExportDialog::showState() {
     bool const runs = isRunning();
+    // Of a scene that was opened while another one's frames were written.
+    if (!runs && isVisible() && m_opened != m_services.document->opened()) settle();
     ExportState const state = this->state();
     m_start->setEnabled(!runs);
     m_cancel->setEnabled(runs);

@@ -25,9 +25,10 @@ fs::path pictureAt(fs::path const& name, int frame) {
 
 std::string stampOf(fs::path const& file) {
     std::error_code fault;
+    std::string const name = file.lexically_normal().string();  // one, wherever the project lies
     auto const changed = fs::last_write_time(file, fault).time_since_epoch().count();
-    if (fault) return file.string() + " -\n";
-    return fmt::format("{} {} {}\n", file.string(), changed, fs::file_size(file, fault));
+    if (fault) return name + " -\n";
+    return fmt::format("{} {} {}\n", name, changed, fs::file_size(file, fault));
 }
 
 std::string fileStamps(Scene const& scene, int frame) {
