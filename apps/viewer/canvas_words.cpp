@@ -46,9 +46,13 @@ void CompositionCanvas::holdPlace(bool isFrameSame) {
         besidePicture() == m_look.shows
             ? "Inverted: the pins lie in the " + place + "; Shift+F shows what is taken out of it"
             : "Inverted: this is the " + place + "; Shift+F shows the frame";
-    m_warnings.removeIf([](QString const& each) { return each.startsWith("Inverted: "); });
+    dropPlace();
     m_warnings.append(sentence);
     sayWarnings();
+}
+
+void CompositionCanvas::dropPlace() {
+    m_warnings.removeIf([](QString const& each) { return each.startsWith("Inverted: "); });
 }
 
 void CompositionCanvas::sayWarnings() {

@@ -221,11 +221,15 @@ void CompositionCanvas::setLook(CanvasLook const& look) {
                 "lies over nothing");
     }
     m_pins.showMotionPaths(look.hasMotionPaths && look.hasOverlay);
-    if (isOther) settleMap();
     if (isOther) {
+        settleMap();
         m_shown.reset();
         holdPlace(true);
-        if (look.shows == ShownPicture::kFrame) m_warningsOf = 0;  // it says its own anew
+        if (look.shows == ShownPicture::kFrame) {
+            m_warningsOf = 0;  // it says its own anew
+            dropPlace();
+            sayWarnings();
+        }
     }
     remakeImages();
     viewChanged();

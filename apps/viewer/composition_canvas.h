@@ -104,6 +104,7 @@ private:
     void settleMap();
     void turnToPins();
     void holdPlace(bool isFrameSame);
+    void dropPlace();
     int reduceOf(ShownPicture shows) const;
     void ask(bool isDraft);
     void askNext();

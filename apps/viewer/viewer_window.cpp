@@ -314,6 +314,7 @@ void ViewerWindow::showExport() {
             return std::pair(playback.in(), playback.out());
         };
         m_export = new ExportDialog(m_services, marked, this);
+        connect(&m_timeline->player(), &Player::changed, m_export, &ExportDialog::follow);
         statusBar()->insertPermanentWidget(1, new ExportStatus(*m_export, this));
     }
     m_export->bring();

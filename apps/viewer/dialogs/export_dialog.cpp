@@ -70,7 +70,7 @@ ExportDialog::ExportDialog(WindowServices& services, Range marked, QWidget* pare
     showFields();
     showState();
     services.document->onChange([self = QPointer(this)](DocumentChange const& change) {
-        if (self && change.inputs && self->isVisible() && !self->isRunning()) self->settle();
+        if (self && change.inputs) self->follow();
     });
 }
 
@@ -163,6 +163,10 @@ void ExportDialog::settle() {
     m_defaultFrames = framesByDefault();
     if (isOther || !wasTyped) m_frames->setText(m_defaultFrames);
     m_frames->setPlaceholderText(m_defaultFrames.isEmpty() ? "the one there is" : m_defaultFrames);
+}
+
+void ExportDialog::follow() {
+    if (isVisible() && !isRunning()) settle();
 }
 
 void ExportDialog::bring() {
@@ -352,7 +356,7 @@ void ExportDialog::showFields() {
 void ExportDialog::showState() {
     bool const runs = isRunning();
     // Of a scene that was opened while another one's frames were written.
-    if (!runs && isVisible() && m_opened != m_services.document->opened()) settle();
+    if (m_opened != m_services.document->opened()) follow();
     ExportState const state = this->state();
     m_start->setEnabled(!runs);
     m_cancel->setEnabled(runs);

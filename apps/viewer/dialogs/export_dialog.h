@@ -36,6 +36,8 @@ public:
     /// Shows it. Output and frames are the scene's own where these are others than before; else
     /// all fields are as they were left.
     void bring();
+    /// The scene, or the part that is marked, is another one: as bring, while it is shown.
+    void follow();
     ExportEdits edits() const;
     void start();
     bool mayReplace(Scene const& scene, RunOptions& run);

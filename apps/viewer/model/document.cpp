@@ -1,14 +1,11 @@
 // See document.h.
 #include "apps/viewer/model/document.h"
-#include "apps/viewer/model/moved_scene.h"
 
 #include <algorithm>
 #include <atomic>
-#include <stdexcept>
 #include <utility>
 
-#include "Transform/Common/PopupEntries.h"
-#include "apps/viewer/model/scene_values.h"
+#include "apps/viewer/model/moved_scene.h"
 #include "apps/viewer/model/tracks_again.h"
 #include "zelk/render/frame_stages.h"
 #include "zelk/render/host_errors.h"
@@ -17,32 +14,13 @@
 #include "zelk/scene/clock.h"
 #include "zelk/scene/color_names.h"
 #include "zelk/scene/file.h"
-#include "zelk/scene/hand_over.h"
 #include "zelk/scene/invert.h"
 #include "zelk/scene/new_comp.h"
-#include "zelk/scene/parameter_names.h"
 #include "zelk/scene/values.h"
 #include "zelk/text/errors.h"
 
 namespace zelk {
 namespace {
-
-std::uint64_t nextNumber() {
-    static std::atomic<std::uint64_t> number = 0;
-    return ++number;
-}
-
-/// Runs at the end of a scope, however that comes.
-class ScopeEnd {
-public:
-    explicit ScopeEnd(std::function<void()> act) : m_act(std::move(act)) {}
-    ~ScopeEnd() { m_act(); }
-    ScopeEnd(ScopeEnd const&) = delete;
-    ScopeEnd& operator=(ScopeEnd const&) = delete;
-
-private:
-    std::function<void()> m_act;
-};
 
 /// Built-in names do where all that the scene names are among them.
 ColorsAtHand colorsAtHand(Scene scene) {
@@ -64,37 +42,15 @@ std::optional<FileSum> sumOfProject(std::filesystem::path const& project) {
     return std::filesystem::is_regular_file(project, none) ? sumOf(project) : std::nullopt;
 }
 
-/// All that is saved and handed on. A track that was read again is another one.
-bool isSame(Scene const& a, Scene const& b) {
-    auto const isSameTrack = [](TrackUse const& x, TrackUse const& y) {
-        return x.track == y.track;
-    };
-    if (!std::equal(a.tracks.begin(), a.tracks.end(), b.tracks.begin(), b.tracks.end(),
-                    isSameTrack))
-        return false;
-    try {
-        return handOverText({a, {}}) == handOverText({b, {}});
-    } catch (UserError const&) {
-        return false;  // no text can hold it
-    }
-}
-
-/// They differ in numbers alone that are dragged, and that nothing that is opened depends on.
-bool opensTheSame(Scene const& a, Scene b) {
-    if (a.roadTaken() != b.roadTaken()) return false;
-    b.featherPx = a.featherPx;
-    b.chokePx = a.chokePx;
-    b.comp.shutterAngleDeg = a.comp.shutterAngleDeg;
-    b.comp.shutterPhaseDeg = a.comp.shutterPhaseDeg;
-    return isSame(a, b);
-}
-
-int lastFrameOf(Comp const& comp) { return comp.startFrame + comp.durationFrames - 1; }
-
 }  // namespace
 
 Document::Document(std::filesystem::path module) : m_module(std::move(module)) {}
 Document::~Document() = default;
+
+std::uint64_t Document::nextNumber() {
+    static std::atomic<std::uint64_t> number = 0;
+    return ++number;
+}
 
 // --- Files
 
@@ -242,6 +198,7 @@ PixelSize Document::sizeOf(ShownPicture picture) const {
 PixelSize Document::renderedSize(int reduce) const { return m_stages->previewSize(reduce); }
 int Document::firstFrame() const { return scene().comp.startFrame; }
 int Document::lastFrame() const { return lastFrameOf(scene().comp); }
+int Document::lastFrameOf(Comp const& comp) { return comp.startFrame + comp.durationFrames - 1; }
 Host& Document::host() const { return m_stages->host(); }
 
 void Document::setFrame(int frame) {
@@ -289,196 +246,7 @@ double Document::frameOf(KeyTime const& moment) const {
     return zelk::frameOf(host().comp(), moment);
 }
 
-// --- Acts
-
-/// A step of its own, unless an act is open that it is part of.
-void Document::record(std::string name, State const& before) {
-    if (m_act) return;
-    m_steps.resize(m_done);
-    m_steps.push_back({std::move(name), before, m_now});
-    ++m_done;
-}
-
-bool Document::change(std::string name, std::function<void(Scene&)> const& act) {
-    Scene scene = *m_now.scene;
-    act(scene);
-    if (isSame(scene, *m_now.scene)) return false;
-    checkSceneToEdit(scene);
-    if (opensTheSame(*m_now.scene, scene)) return takeNumbers(std::move(name), std::move(scene));
-    int const frame = std::clamp(m_frame, scene.comp.startFrame, lastFrameOf(scene.comp));
-    openStages(scene, frame);
-    State const before = m_now;
-    m_now = {std::make_shared<Scene const>(std::move(scene)), nextNumber(), nextNumber()};
-    m_frame = frame;
-    record(std::move(name), before);
-    tell({true, true, true, true});
-    return true;
-}
-
-bool Document::takeNumbers(std::string name, Scene scene) {
-    withUserErrors([&] {
-        m_stages->changeEdit(scene, m_frame);
-        m_session->setFrame(m_frame);
-    });
-    State const before = m_now;
-    m_now.scene = std::make_shared<Scene const>(std::move(scene));
-    m_now.revision = nextNumber();
-    record(std::move(name), before);
-    tell({.values = true, .state = true});
-    return true;
-}
-
-bool Document::edit(int index, KeyValue const& value) {
-    std::string const name = "Set " + std::string(parameter(index).displayName());
-    return takeValues(name, [&] { return m_session->edit(index, value); });
-}
-
-bool Document::changeValues(std::string name,
-                            std::function<void(std::vector<Parameter>&)> const& act) {
-    return takeValues(name, [&] { return m_session->change(act); });
-}
-
-/// Runs what changes parameters, and makes it the scene's.
-bool Document::takeValues(std::string name, std::function<bool()> const& act) {
-    std::vector<ParameterState> const before = statesOf(host().parameters());
-    if (!withUserErrors(act)) return false;
-    std::vector<int> const edits = changedSince(before, host().parameters());
-    if (edits.empty()) return false;
-    State const former = m_now;
-    m_now.scene = std::make_shared<Scene const>(
-        sceneWithEdits(scene(), edits, host().parameters(), m_defaults));
-    m_now.revision = nextNumber();
-    m_stages->warnings().valuesChange();
-    record(std::move(name), former);
-    tell({.values = true, .state = true});
-    return true;
-}
-
-/// While the effect has the mouse, the act is its own.
-void Document::beginAct(std::string name) {
-    if (m_session && m_session->isDragging()) return;
-    endAct();
-    m_act = OpenAct{std::move(name), m_now, nextNumber()};
-}
-
-bool Document::endAct() {
-    if (!m_act || m_session->isDragging()) return false;
-    OpenAct act = *std::exchange(m_act, std::nullopt);
-    if (act.before.revision == m_now.revision) return false;
-    record(std::move(act.name), act.before);
-    tell({.state = true});
-    return true;
-}
-
-void Document::cancelAct() {
-    if (!m_act) return;
-    if (m_session->isDragging()) withUserErrors([&] { m_session->release({}); });
-    freeOverlayMode();
-    State const before = std::exchange(m_act, std::nullopt)->before;
-    if (before.revision == m_now.revision) return;
-    show(before);
-}
-
-// --- The effect's mouse
-
-bool Document::click(Panel const& panel, MouseEvent const& mouse) {
-    if (!hasOverlay() || m_act) return false;
-    m_session->panel() = panel;
-    holdOverlayMode();
-    ScopeEnd const end([this] {
-        if (!m_session->isDragging()) freeOverlayMode();
-    });
-    if (!withUserErrors([&] { return m_session->click(mouse); })) return false;
-    bool const isScale = mouse.modifiers & PF_Mod_SHIFT_KEY;
-    m_act = OpenAct{isScale ? "Scale pins" : "Move pins", m_now, nextNumber()};
-    return true;
-}
-
-void Document::drag(MouseEvent const& mouse) {
-    takeValues("", [&] { return m_session->drag(mouse); });
-}
-
-/// A drag that led back to its start leaves no key behind.
-bool Document::release(MouseEvent const& mouse) {
-    if (!m_act || !m_session->isDragging()) return false;
-    bool moved = false;
-    takeValues("", [&] {
-        moved = m_session->release(mouse);
-        return true;
-    });
-    freeOverlayMode();
-    if (moved) return endAct();
-    cancelAct();
-    return false;
-}
-
-void Document::drawOverlay(Panel const& panel) {
-    m_session->panel() = panel;
-    bool const isHeld = m_overlayMode.has_value();
-    if (!isHeld) holdOverlayMode();
-    ScopeEnd const end([&] {
-        if (!isHeld) freeOverlayMode();
-    });
-    withUserErrors([&] { m_session->draw(); });
-}
-
-/// For as long as the effect draws, or has the mouse. No act of the user: the scene keeps its own.
-void Document::holdOverlayMode() {
-    if (!m_overlayPins || m_overlayMode) return;
-    PF_ParamDef& mode = parameterIn(host().parameters(), kParamOverlayMode).current;
-    m_overlayMode = numberOf(mode);
-    setNumber(mode, hostEntry(*m_overlayPins == TrackedPins::kTo ? kShowToPins : kShowFromPins));
-}
-
-void Document::freeOverlayMode() {
-    if (!m_overlayMode) return;
-    setNumber(parameterIn(host().parameters(), kParamOverlayMode).current, *m_overlayMode);
-    m_overlayMode.reset();
-}
-
 QuadMap Document::mapHere() const { return m_stages->mapAt(m_frame); }
-
-bool Document::hasOverlay() const { return host().registeredCustomUi(); }
-
-// --- Undo
-
-/// Makes a former or a later state the one that is shown.
-void Document::show(State const& state) {
-    if (state.structure == m_now.structure) {
-        m_stages->changeEdit(*state.scene, m_frame);
-        setParameters(*state.scene, host(), layerSize(), frameSize());
-        withUserErrors([&] { m_session->setFrame(m_frame); });
-        m_now = state;
-        return tell({.values = true, .state = true});
-    }
-    Scene const& scene = *state.scene;
-    int const frame = std::clamp(m_frame, scene.comp.startFrame, lastFrameOf(scene.comp));
-    openStages(scene, frame);
-    m_now = state;
-    m_frame = frame;
-    tell({true, true, true, true});
-}
-
-bool Document::step(bool isUndo) {
-    if (m_act || (m_session && m_session->isDragging())) return false;
-    if (isUndo ? m_done == 0 : m_done == m_steps.size()) return false;
-    Step const& step = m_steps[isUndo ? m_done - 1 : m_done];
-    show(isUndo ? step.before : step.after);
-    m_done = isUndo ? m_done - 1 : m_done + 1;
-    tell({.state = true});
-    return true;
-}
-
-bool Document::undo() { return step(true); }
-bool Document::redo() { return step(false); }
-
-std::string_view Document::undoName() const {
-    return m_done > 0 ? std::string_view(m_steps[m_done - 1].name) : "";
-}
-
-std::string_view Document::redoName() const {
-    return m_done < m_steps.size() ? std::string_view(m_steps[m_done].name) : "";
-}
 
 void Document::onChange(std::function<void(DocumentChange const&)> listener) {
     m_listeners.push_back(std::move(listener));

@@ -201,6 +201,9 @@ private:
         std::uint64_t number;
     };
 
+    /// Of any two of a process another one.
+    static std::uint64_t nextNumber();
+    static int lastFrameOf(Comp const& comp);
     /// `settles`: values that are still text are read, and tracks become keyframes.
     void adopt(Scene scene, Origin origin, int frame, bool settles = false);
     void openStages(Scene const& scene, int frame);

@@ -150,7 +150,9 @@ TEST_F(ExportTest, AnOpenDialogFollowsTheScene) {
         sceneEdit("codec").apply(scene, "codec", "prores422");
     });
     document().save();
-    window->timeline().player().playback().setIn(5);
+    EXPECT_EQ(dialog().edits().frames, "1-48");
+    document().setFrame(5);
+    press("Play/Start Range Here");
     EXPECT_EQ(dialog().edits().frames, "5-48");
     for (auto* const box : dialog().findChildren<QComboBox*>())
         EXPECT_TRUE(box->accessibleName() != "Codec" || box->currentText().contains("prores422"));
@@ -159,6 +161,30 @@ TEST_F(ExportTest, AnOpenDialogFollowsTheScene) {
     window->openFile(path("chelsea.png"));
     EXPECT_FALSE(window->timeline().player().playback().hasRange());
     EXPECT_EQ(window->exportDialog()->edits().output, "");
+    EXPECT_EQ(window->exportDialog()->edits().frames, "");
+}
+
+TEST_F(ExportTest, SavingElsewhereReplacesNothingThatIsTyped) {
+    document().change("Output", [&](Scene& scene) {
+        sceneEdit("output").apply(scene, "output", folder.at("own.mov").string());
+    });
+    document().save();
+    dialog();
+    type("Output", path("typed.mov"));
+    fs::create_directory(folder.at("shot"));
+    names = {path("shot/moved.zelk.json")};
+    press("File/Save As\u2026");
+    EXPECT_EQ(dialog().edits().output, path("typed.mov").toStdString());
+}
+
+/// The frames that are written are those of the scene from before.
+TEST_F(ExportTest, ASceneThatIsOpenedMeanwhileGetsTheFields) {
+    dialog();
+    type("Output", path("o.##.png"));
+    type("Frames", "1-4");
+    pressIn("Export");
+    window->openFile(path("chelsea.png"));
+    EXPECT_EQ(ended().written, 4);
     EXPECT_EQ(window->exportDialog()->edits().frames, "");
 }
 

@@ -54,6 +54,23 @@ TEST_F(ReloadTest, AKeptPictureIsNotShownWhenItsFileIsAnother) {
     EXPECT_TRUE(freshAt(1) == now);
 }
 
+/// The files are the same ones, whatever folder their names start at.
+TEST_F(ReloadTest, SavingElsewhereKeepsTheFramesThatAreRendered) {
+    window->openFile(path("move.zelk.json"));
+    std::string const first = shownAt(1), second = shownAt(2);
+    Player& player = window->timeline().player();
+    ASSERT_EQ(player.ready({1, 2, 3}), (std::vector{1, 2}));
+    fs::create_directory(folder.at("shot"));
+    names = {path("shot/moved.zelk.json")};
+    press("File/Save As\u2026");
+    EXPECT_EQ(document().file(), folder.at("shot/moved.zelk.json"));
+    EXPECT_EQ(player.ready({1, 2, 3}), (std::vector{1, 2}));
+    focus();
+    EXPECT_EQ(player.ready({1, 2, 3}), (std::vector{1, 2}));
+    EXPECT_TRUE(shownAt(2) == second);
+    EXPECT_TRUE(shownAt(1) == first);
+}
+
 TEST_F(ReloadTest, WhatWasMissingIsSeenWhenTheWindowGetsTheFocus) {
     window->openFile(path("move.zelk.json"));
     auto const notice = [&] { return window->notices().text("missing"); };

@@ -205,6 +205,17 @@ TEST_F(TimelineTest, ZoomStaysThroughActsAndSizes) {
     QTest::qWait(50);
     EXPECT_EQ(view().scale().pxPerFrame, zoom);
     EXPECT_EQ(view().scale().left, left);
+    // What was scrolled away from the frame stays away while that is the same one.
+    for (int i = 0; i < 30; ++i) {
+        QWheelEvent event(QPointF(300, 20), sheet()->mapToGlobal(QPointF(300, 20)), {}, {0, -120},
+                          Qt::NoButton, Qt::ShiftModifier, Qt::NoScrollPhase, false);
+        QApplication::sendEvent(sheet(), &event);
+    }
+    double const away = view().scale().left;
+    EXPECT_GT(away, document().frame() + 10);
+    document().change("Quality", [](Scene& scene) { scene.isBest = !scene.isBest; });
+    document().undo();
+    EXPECT_EQ(view().scale().left, away);
     // It goes along with the frame, and with keys that the keyboard selects.
     for (int i = 0; i < 8; ++i) run("Zoom Timeline In");
     run("Last Frame");

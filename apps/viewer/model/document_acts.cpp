@@ -1,0 +1,173 @@
+// What makes steps, and the way back; see document.h.
+#include "apps/viewer/model/document.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "apps/viewer/model/scene_values.h"
+#include "zelk/render/frame_stages.h"
+#include "zelk/render/host_errors.h"
+#include "zelk/render/setup.h"
+#include "zelk/scene/check.h"
+#include "zelk/scene/hand_over.h"
+#include "zelk/text/errors.h"
+
+namespace zelk {
+namespace {
+
+/// All that is saved and handed on. A track that was read again is another one.
+bool isSame(Scene const& a, Scene const& b) {
+    auto const isSameTrack = [](TrackUse const& x, TrackUse const& y) {
+        return x.track == y.track;
+    };
+    if (!std::equal(a.tracks.begin(), a.tracks.end(), b.tracks.begin(), b.tracks.end(),
+                    isSameTrack))
+        return false;
+    try {
+        return handOverText({a, {}}) == handOverText({b, {}});
+    } catch (UserError const&) {
+        return false;  // no text can hold it
+    }
+}
+
+/// They differ in numbers alone that are dragged, and that nothing that is opened depends on.
+bool opensTheSame(Scene const& a, Scene b) {
+    if (a.roadTaken() != b.roadTaken()) return false;
+    b.featherPx = a.featherPx;
+    b.chokePx = a.chokePx;
+    b.comp.shutterAngleDeg = a.comp.shutterAngleDeg;
+    b.comp.shutterPhaseDeg = a.comp.shutterPhaseDeg;
+    return isSame(a, b);
+}
+
+}  // namespace
+
+/// A step of its own, unless an act is open that it is part of.
+void Document::record(std::string name, State const& before) {
+    if (m_act) return;
+    m_steps.resize(m_done);
+    m_steps.push_back({std::move(name), before, m_now});
+    ++m_done;
+}
+
+bool Document::change(std::string name, std::function<void(Scene&)> const& act) {
+    Scene scene = *m_now.scene;
+    act(scene);
+    if (isSame(scene, *m_now.scene)) return false;
+    checkSceneToEdit(scene);
+    if (opensTheSame(*m_now.scene, scene)) return takeNumbers(std::move(name), std::move(scene));
+    int const frame = std::clamp(m_frame, scene.comp.startFrame, lastFrameOf(scene.comp));
+    openStages(scene, frame);
+    State const before = m_now;
+    m_now = {std::make_shared<Scene const>(std::move(scene)), nextNumber(), nextNumber()};
+    m_frame = frame;
+    record(std::move(name), before);
+    tell({true, true, true, true});
+    return true;
+}
+
+bool Document::takeNumbers(std::string name, Scene scene) {
+    withUserErrors([&] {
+        m_stages->changeEdit(scene, m_frame);
+        m_session->setFrame(m_frame);
+    });
+    State const before = m_now;
+    m_now.scene = std::make_shared<Scene const>(std::move(scene));
+    m_now.revision = nextNumber();
+    record(std::move(name), before);
+    tell({.values = true, .state = true});
+    return true;
+}
+
+bool Document::edit(int index, KeyValue const& value) {
+    std::string const name = "Set " + std::string(parameter(index).displayName());
+    return takeValues(name, [&] { return m_session->edit(index, value); });
+}
+
+bool Document::changeValues(std::string name,
+                            std::function<void(std::vector<Parameter>&)> const& act) {
+    return takeValues(name, [&] { return m_session->change(act); });
+}
+
+/// Runs what changes parameters, and makes it the scene's.
+bool Document::takeValues(std::string name, std::function<bool()> const& act) {
+    std::vector<ParameterState> const before = statesOf(host().parameters());
+    if (!withUserErrors(act)) return false;
+    std::vector<int> const edits = changedSince(before, host().parameters());
+    if (edits.empty()) return false;
+    State const former = m_now;
+    m_now.scene = std::make_shared<Scene const>(
+        sceneWithEdits(scene(), edits, host().parameters(), m_defaults));
+    m_now.revision = nextNumber();
+    m_stages->warnings().valuesChange();
+    record(std::move(name), former);
+    tell({.values = true, .state = true});
+    return true;
+}
+
+/// While the effect has the mouse, the act is its own.
+void Document::beginAct(std::string name) {
+    if (m_session && m_session->isDragging()) return;
+    endAct();
+    m_act = OpenAct{std::move(name), m_now, nextNumber()};
+}
+
+bool Document::endAct() {
+    if (!m_act || m_session->isDragging()) return false;
+    OpenAct act = *std::exchange(m_act, std::nullopt);
+    if (act.before.revision == m_now.revision) return false;
+    record(std::move(act.name), act.before);
+    tell({.state = true});
+    return true;
+}
+
+void Document::cancelAct() {
+    if (!m_act) return;
+    if (m_session->isDragging()) withUserErrors([&] { m_session->release({}); });
+    freeOverlayMode();
+    State const before = std::exchange(m_act, std::nullopt)->before;
+    if (before.revision == m_now.revision) return;
+    show(before);
+}
+
+// --- Undo
+
+/// Makes a former or a later state the one that is shown.
+void Document::show(State const& state) {
+    if (state.structure == m_now.structure) {
+        m_stages->changeEdit(*state.scene, m_frame);
+        setParameters(*state.scene, host(), layerSize(), frameSize());
+        withUserErrors([&] { m_session->setFrame(m_frame); });
+        m_now = state;
+        return tell({.values = true, .state = true});
+    }
+    Scene const& scene = *state.scene;
+    int const frame = std::clamp(m_frame, scene.comp.startFrame, lastFrameOf(scene.comp));
+    openStages(scene, frame);
+    m_now = state;
+    m_frame = frame;
+    tell({true, true, true, true});
+}
+
+bool Document::step(bool isUndo) {
+    if (m_act || (m_session && m_session->isDragging())) return false;
+    if (isUndo ? m_done == 0 : m_done == m_steps.size()) return false;
+    Step const& step = m_steps[isUndo ? m_done - 1 : m_done];
+    show(isUndo ? step.before : step.after);
+    m_done = isUndo ? m_done - 1 : m_done + 1;
+    tell({.state = true});
+    return true;
+}
+
+bool Document::undo() { return step(true); }
+bool Document::redo() { return step(false); }
+
+std::string_view Document::undoName() const {
+    return m_done > 0 ? std::string_view(m_steps[m_done - 1].name) : "";
+}
+
+std::string_view Document::redoName() const {
+    return m_done < m_steps.size() ? std::string_view(m_steps[m_done].name) : "";
+}
+
+}  // namespace zelk
