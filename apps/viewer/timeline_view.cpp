@@ -24,8 +24,10 @@ TimelineView::TimelineView(Document& document, Player& player, QWidget* parent)
     setAccessibleName("Timeline: keyframes by frame");
     document.onChange([this](DocumentChange const& change) {
         if (change.inputs || change.values) refresh();
-        if (m_opened != m_document.opened()) m_isFit = true;
-        m_opened = m_document.opened();
+        if (std::exchange(m_opened, m_document.opened()) != m_document.opened()) {
+            m_isFit = true;
+            select({});
+        }
         if (change.inputs) keepFit();
         followFrame();
         viewport()->update();
@@ -206,10 +208,10 @@ void TimelineView::mouseMoveEvent(QMouseEvent* event) {
             return viewport()->update();
         case Drag::kIn:
             m_player.playback().setIn(static_cast<int>(std::lround(m_scale.toFrame(x))));
-            return viewport()->update();
+            return emit m_player.changed();
         case Drag::kOut:
             m_player.playback().setOut(static_cast<int>(std::lround(m_scale.toFrame(x))) - 1);
-            return viewport()->update();
+            return emit m_player.changed();
         case Drag::kNone:
             bool const isEnd = dragAt(at) == Drag::kIn || dragAt(at) == Drag::kOut;
             viewport()->setCursor(isEnd ? Qt::SizeHorCursor : Qt::ArrowCursor);

@@ -355,8 +355,7 @@ void ExportDialog::showFields() {
 
 void ExportDialog::showState() {
     bool const runs = isRunning();
-    // Of a scene that was opened while another one's frames were written.
-    if (m_opened != m_services.document->opened()) follow();
+    follow();  // what changed while frames were written
     ExportState const state = this->state();
     m_start->setEnabled(!runs);
     m_cancel->setEnabled(runs);

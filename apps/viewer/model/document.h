@@ -150,6 +150,9 @@ public:
     /// Ends the one that is open. The frame stays as long as an act is open.
     void beginAct(std::string name);
     bool endAct();
+    /// The same for an act that sets values at the frame: one that leaves them as they were, such
+    /// as a value that is dragged there and back, is taken back with the keys that it made.
+    bool endValueAct();
     void cancelAct();
     bool isActing() const { return m_act.has_value(); }
     /// Of the open act, of any two of a process another one; 0 for none. Who holds an act open for
@@ -199,6 +202,7 @@ private:
         std::string name;
         State before;
         std::uint64_t number;
+        std::vector<KeyValue> values = {};  ///< valuesHere as it began, but for the effect's mouse
     };
 
     /// Of any two of a process another one.
@@ -209,6 +213,7 @@ private:
     void openStages(Scene const& scene, int frame);
     void show(State const& state);
     void record(std::string name, State const& before);
+    std::vector<KeyValue> valuesHere() const;
     bool takeNumbers(std::string name, Scene scene);
     bool takeValues(std::string name, std::function<bool()> const& act);
     bool step(bool isUndo);

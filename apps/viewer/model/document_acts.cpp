@@ -40,6 +40,13 @@ bool opensTheSame(Scene const& a, Scene b) {
     return isSame(a, b);
 }
 
+/// A track is what keyframes come from: it goes with the first one that is edited.
+Scene withoutValues(Scene scene) {
+    scene.parameters.clear();
+    scene.tracks.clear();
+    return scene;
+}
+
 }  // namespace
 
 /// A step of its own, unless an act is open that it is part of.
@@ -109,11 +116,16 @@ bool Document::takeValues(std::string name, std::function<bool()> const& act) {
 void Document::beginAct(std::string name) {
     if (m_session && m_session->isDragging()) return;
     endAct();
-    m_act = OpenAct{std::move(name), m_now, nextNumber()};
+    m_act = OpenAct{std::move(name), m_now, nextNumber(), valuesHere()};
 }
 
+/// A step that would lead to what is there already is none.
 bool Document::endAct() {
     if (!m_act || m_session->isDragging()) return false;
+    if (m_act->before.revision != m_now.revision && isSame(*m_act->before.scene, scene())) {
+        cancelAct();
+        return false;
+    }
     OpenAct act = *std::exchange(m_act, std::nullopt);
     if (act.before.revision == m_now.revision) return false;
     record(std::move(act.name), act.before);
@@ -121,13 +133,32 @@ bool Document::endAct() {
     return true;
 }
 
+bool Document::endValueAct() {
+    if (m_act && !m_session->isDragging() && m_act->values == valuesHere() &&
+        isSame(withoutValues(*m_act->before.scene), withoutValues(scene()))) {
+        cancelAct();
+        return false;
+    }
+    return endAct();
+}
+
+/// The effect that has the mouse gets its last event, which may move values that no scene holds.
 void Document::cancelAct() {
     if (!m_act) return;
-    if (m_session->isDragging()) withUserErrors([&] { m_session->release({}); });
+    bool const hadMouse = m_session->isDragging();
+    if (hadMouse) withUserErrors([&] { m_session->release({}); });
     freeOverlayMode();
     State const before = std::exchange(m_act, std::nullopt)->before;
-    if (before.revision == m_now.revision) return;
-    show(before);
+    if (hadMouse || before.revision != m_now.revision) show(before);
+}
+
+/// Of all parameters that have one, at the frame.
+std::vector<KeyValue> Document::valuesHere() const {
+    std::vector<KeyValue> values;
+    if (!isOpen()) return values;
+    for (ParameterState const& state : statesOf(host().parameters()))
+        values.push_back(valueOf(state.index));
+    return values;
 }
 
 // --- Undo

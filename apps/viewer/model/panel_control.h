@@ -96,7 +96,7 @@ public:
     virtual std::optional<int> frameOfKey(bool /*isLater*/) const { return std::nullopt; }
 
     void begin() { m_document.beginAct("Set " + m_row.label); }
-    void end() { m_document.endAct(); }
+    void end() { m_document.endValueAct(); }
     void cancel() { m_document.cancelAct(); }
 
 protected:

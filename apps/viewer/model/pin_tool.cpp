@@ -282,7 +282,7 @@ void PinTool::nudge(double dx, double dy) {
 
 void PinTool::endNudge() {
     if (std::uint64_t const act = std::exchange(m_nudge, 0); act != 0 && act == m_document.act())
-        m_document.endAct();
+        m_document.endValueAct();
 }
 
 void PinTool::toFrameCorners() {

@@ -9,7 +9,9 @@
 #include "apps/viewer/dialogs/export_dialog.h"
 #include "apps/viewer/dialogs/export_status.h"
 #include "apps/viewer/model/command_text.h"
+#include "apps/viewer/model/scene_inputs.h"
 #include "apps/viewer/timeline_panel.h"
+#include "apps/viewer/timeline_view.h"
 #include "tests/apps/viewer/files_fixture.h"
 #include "zelk/render/frame_renderer.h"
 #include "zelk/scene/as_edits.h"
@@ -153,11 +155,18 @@ TEST_F(ExportTest, AnOpenDialogFollowsTheScene) {
     EXPECT_EQ(dialog().edits().frames, "1-48");
     document().setFrame(5);
     press("Play/Start Range Here");
-    EXPECT_EQ(dialog().edits().frames, "5-48");
+    EXPECT_EQ(window->exportDialog()->edits().frames, "5-48");
+    TimelineView& timeline = window->timeline().view();
+    QPoint const below(0, TimelineLook::kRulerPx / 4);  // the range's half of the ruler
+    QTest::mousePress(timeline.viewport(), Qt::LeftButton, {},
+                      timeline.placeOfFrame(49).toPoint() + below);
+    QTest::mouseMove(timeline.viewport(), timeline.placeOfFrame(20).toPoint() + below);
+    QTest::mouseRelease(timeline.viewport(), Qt::LeftButton);
+    EXPECT_EQ(window->exportDialog()->edits().frames, "5-19");
     for (auto* const box : dialog().findChildren<QComboBox*>())
         EXPECT_TRUE(box->accessibleName() != "Codec" || box->currentText().contains("prores422"));
     type("Frames", "");
-    EXPECT_EQ(dialog().edits().frames, "5-48");  // what the empty field shows
+    EXPECT_EQ(dialog().edits().frames, "5-19");  // what the empty field shows
     window->openFile(path("chelsea.png"));
     EXPECT_FALSE(window->timeline().player().playback().hasRange());
     EXPECT_EQ(window->exportDialog()->edits().output, "");
@@ -166,7 +175,7 @@ TEST_F(ExportTest, AnOpenDialogFollowsTheScene) {
 
 TEST_F(ExportTest, SavingElsewhereReplacesNothingThatIsTyped) {
     document().change("Output", [&](Scene& scene) {
-        sceneEdit("output").apply(scene, "output", folder.at("own.mov").string());
+        scene.output = pathIn(scene, folder.at("own.mov"));
     });
     document().save();
     dialog();

@@ -234,6 +234,17 @@ TEST_F(ParameterPanelTest, ADragIsOneStepAndEscTakesItBack) {
     QTest::mouseRelease(&own, Qt::LeftButton, {}, {-40, 8});
     EXPECT_EQ(text(), before);
     EXPECT_FALSE(document().isActing());
+    // A way there and back is no step, and leaves no key at a frame without one.
+    press("corner-pin-opacity", "Keyframes on or off");
+    document().setFrame(20);
+    std::string const keyed = text();
+    QTest::mousePress(&own, Qt::LeftButton, {}, {20, 8});
+    dragTo(-40, {});
+    EXPECT_EQ(document().parameter(kParamCornerPinOpacity).track().size(), 2u);
+    dragTo(0, {});
+    QTest::mouseRelease(&own, Qt::LeftButton, {}, {20, 8});
+    EXPECT_EQ(text(), keyed);
+    EXPECT_NE(document().undoName(), "Set Corner Pin Opacity");
 }
 
 TEST_F(ParameterPanelTest, KeyframesComeAndGoWithTheValueAtTheFrame) {

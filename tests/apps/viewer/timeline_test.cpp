@@ -80,6 +80,11 @@ TEST_F(TimelineTest, AKeyIsSelectedMovedAndCopiedByTheMouse) {
     EXPECT_EQ(frames(kToPins), (std::vector<double>{12, 30, 48}));
     QTest::keyClick(sheet(), Qt::Key_Escape);
     EXPECT_EQ(frames(kToPins), (std::vector<double>{1, 30, 48}));
+    QTest::mousePress(sheet(), Qt::LeftButton, {}, at(keyOf(kToPins, 0)));
+    QTest::mouseMove(sheet(), atFrame(middle, 12));
+    QTest::mouseMove(sheet(), atFrame(middle, 1));
+    QTest::mouseRelease(sheet(), Qt::LeftButton, {}, atFrame(middle, 1));
+    EXPECT_EQ(document().undoName(), "Delete Keys") << "there and back is no step";
 }
 
 TEST_F(TimelineTest, ABoxSelectsAndTheSelectionMovesAsOne) {
