@@ -174,9 +174,8 @@ TEST_F(ExportTest, AnOpenDialogFollowsTheScene) {
 }
 
 TEST_F(ExportTest, SavingElsewhereReplacesNothingThatIsTyped) {
-    document().change("Output", [&](Scene& scene) {
-        scene.output = pathIn(scene, folder.at("own.mov"));
-    });
+    document().change("Output",
+                      [&](Scene& scene) { scene.output = pathIn(scene, folder.at("own.mov")); });
     document().save();
     dialog();
     type("Output", path("typed.mov"));
