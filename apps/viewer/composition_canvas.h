@@ -44,7 +44,9 @@ public:
     PinTool& pins() { return m_pins; }
     /// Another zoom or place.
     void changeView(std::function<void(ViewMap&)> const& act);
-    /// What it is compared with by the wipe, and what shows through: the plate, else the layer.
+    bool hasPlate() const;
+    /// What it is compared with by the wipe: the plate, else the layer. The plate alone shows
+    /// through.
     ShownPicture besidePicture() const;
     /// The picture that is shown is that of the document's state, in full.
     bool isAtRest() const;
@@ -106,6 +108,7 @@ private:
     void holdPlace(bool isFrameSame);
     void dropPlace();
     int reduceOf(ShownPicture shows) const;
+    Backdrop backdrop() const;
     void ask(bool isDraft);
     void askNext();
     void askLoupe();

@@ -67,7 +67,7 @@ ViewerCommands CompositionPanel::lookCommands() {
         all, "View/Picture", kShownChoices,
         [this](ShownPicture shows) { changeLook([&](CanvasLook& look) { look.shows = shows; }); },
         [this] { return m_canvas->look().shows; });
-    all.back().isEnabled = [this] { return m_document.isOpen() && m_document.scene().plate; };
+    all.back().isEnabled = [this] { return m_canvas->hasPlate(); };
     addChoices(
         all, "View/Channels", kChannelChoices,
         [this](ChannelView channels) {
@@ -83,7 +83,7 @@ ViewerCommands CompositionPanel::lookCommands() {
             changeLook([&](CanvasLook& look) { look.pixels.backdrop = backdrop; });
         },
         [this] { return m_canvas->look().pixels.backdrop; });
-    all.back().isEnabled = [this] { return m_document.isOpen() && m_document.scene().plate; };
+    all.back().isEnabled = [this] { return m_canvas->hasPlate(); };
     return all;
 }
 
