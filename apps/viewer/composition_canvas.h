@@ -58,6 +58,7 @@ public:
     /// Tells once more what holds (onWarnings).
     void sayWarnings();
     void nudge(double dx, double dy);
+    void scalePins(bool isUp);
     void selectAllPins();
     void fitPins();
     /// The first selected pin's position is typed.
@@ -131,6 +132,7 @@ private:
     void openField(int parameter);
     void closeField();
     bool pressArrow(QKeyEvent const& event);
+    bool pressPinKey(QKeyEvent const& event);
 
     Document& m_document;
     CanvasLook m_look;
