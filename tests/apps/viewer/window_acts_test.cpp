@@ -247,10 +247,15 @@ TEST_F(WindowActs, KeysOfTheTimelineByKeyboard) {
             if (view.selection().contains(each.ref)) chosen.push_back(int(each.frame));
         return chosen;
     };
+    auto const heard = [&] { return view.accessibleDescription().toStdString(); };
+    EXPECT_EQ(heard(), "To Pins: Upper Left, frame 30, no key is selected");
     EXPECT_EQ(after(Qt::Key_Left), Frames{24});
+    EXPECT_EQ(heard(), "To Pins: Upper Left, key 2 of 3 at frame 24, bezier");
     EXPECT_EQ(after(Qt::Key_Left), Frames{1});
     EXPECT_EQ(after(Qt::Key_Left), Frames{1});
     EXPECT_EQ(after(Qt::Key_Right, Qt::ShiftModifier), (Frames{1, 24}));
+    document().setFrame(31);
+    EXPECT_TRUE(heard().ends_with("frame 31, 2 keys are selected"));
     EXPECT_EQ(after(Qt::Key_Right), Frames{48});
     press("Keys/Show All Parameters");
     for (int i = 0; i < 200; ++i) QTest::keyClick(&view, Qt::Key_Down);
