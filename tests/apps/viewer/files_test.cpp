@@ -438,6 +438,14 @@ TEST_F(FilesTest, WhatAKilledViewerHadIsRecovered) {
     QString const key = "recovery";
     EXPECT_TRUE(window->notices().text(key).contains("move.zelk.json"));
     folder.put("move.zelk.json", bytesOf(folder.at("move.zelk.json")) + "\n");  // by somebody else
+    document().onChange([isShort = true](DocumentChange const&) mutable {
+        if (std::exchange(isShort, false)) throw std::bad_alloc();
+    });
+    window->notices().press(key, "Recover");
+    EXPECT_TRUE(error().contains("unexpectedly"));
+    EXPECT_TRUE(fs::exists(folder.at("state") / file.filename()));
+    choices = {1};
+    asked.clear();
     ASSERT_TRUE(window->notices().press(key, "Recover"));
     EXPECT_EQ(error(), "");
     EXPECT_EQ(document().file(), folder.at("move.zelk.json"));
@@ -446,7 +454,7 @@ TEST_F(FilesTest, WhatAKilledViewerHadIsRecovered) {
     EXPECT_EQ(autosaved(), 1);  // kept until it is saved
     choices = {1};
     press("File/Save");
-    EXPECT_TRUE(asked.value(0).contains("changed on disk"));
+    EXPECT_TRUE(asked.value(1).contains("changed on disk"));
     EXPECT_EQ(bytesOf(folder.at("move.zelk.json")), text());
     EXPECT_EQ(autosaved(), 0);
 }
@@ -523,6 +531,11 @@ TEST_F(FilesTest, AutosavedScenesGoWithTheirReason) {
     EXPECT_TRUE(awaitCount(1));
     choices = {1};  // don't save
     window->close();
+    EXPECT_EQ(autosaved(), 0);
+    Autosave own(folder.at("state"));
+    own.write({document().scene(), document().file(), document().fileSum()});
+    EXPECT_FALSE(own.adopt(folder.at("gone")));
+    own.remove();
     EXPECT_EQ(autosaved(), 0);
 }
 
