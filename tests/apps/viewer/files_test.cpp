@@ -258,6 +258,12 @@ TEST_F(FilesTest, MissingFilesAreNamedAndRelinkedInOneStep) {
     document().undo();
     EXPECT_EQ(text(), whole);
     EXPECT_NE(window->notices().text("missing"), "");
+    folder.put("b/sign-track.txt", "no track");
+    names = {path("b")};
+    EXPECT_TRUE(window->notices().press("missing", "Relink in Folder\u2026"));
+    EXPECT_TRUE(error().contains("b/sign-track.txt")) << error().toStdString();
+    EXPECT_EQ(document().scene().layer.file.written, "../b/chelsea.png");
+    document().undo();
     names = {path("b/chelsea.png")};
     press("File/Relink Missing File\u2026");
     EXPECT_EQ(document().undoName(), "Relink Layer");
