@@ -42,6 +42,7 @@ std::string stampsOf(std::vector<MissingFile> const& missing) {
 
 InputActs::InputActs(WindowServices& services, FileActs& files)
     : m_services(services), m_files(files) {
+    files.onTrack([this](fs::path const& file) { takeOne(file); });
     services.document->onChange([this](DocumentChange const& change) {
         if (change.inputs) tellMissing();
     });
