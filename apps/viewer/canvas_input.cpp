@@ -16,6 +16,7 @@ namespace {
 
 constexpr double kWipeReachPx = 5;
 constexpr double kNudgePx = 1, kLargeNudgePx = 10, kSmallNudgePx = 0.1;
+constexpr double kScalePercent = 1, kLargeScalePercent = 10, kSmallScalePercent = 0.1;
 /// Of the panel, for an arrow key that meets no pin.
 constexpr double kPanPart = 1.0 / 8;
 
@@ -41,6 +42,27 @@ std::optional<Way> wayOf(int key) {
 double stepOf(Qt::KeyboardModifiers keys) {
     if (keys & Qt::ShiftModifier) return kLargeNudgePx;
     return keys & Qt::AltModifier ? kSmallNudgePx : kNudgePx;
+}
+
+/// With Ctrl up and down scale, with Shift more; right and left scale a little.
+std::optional<double> factorOf(QKeyEvent const& event) {
+    auto const way = wayOf(event.key());
+    bool const isShift = event.modifiers() & Qt::ShiftModifier;
+    bool const isAlt = event.modifiers() & Qt::AltModifier;
+    if (!way || !(event.modifiers() & Qt::ControlModifier) || isAlt) return std::nullopt;
+    if (way->x != 0 && isShift) return std::nullopt;
+    double const percent = way->x != 0 ? kSmallScalePercent
+                           : isShift   ? kLargeScalePercent
+                                       : kScalePercent;
+    double const larger = 1 + percent / 100;
+    return way->x > 0 || way->y < 0 ? larger : 1 / larger;
+}
+
+/// The pin that a digit means, from 0.
+std::optional<std::size_t> pinOf(QKeyEvent const& event) {
+    bool const isPlain = !(event.modifiers() & ~(Qt::ShiftModifier | Qt::KeypadModifier));
+    if (!isPlain || event.key() < Qt::Key_1 || event.key() > Qt::Key_8) return std::nullopt;
+    return static_cast<std::size_t>(event.key() - Qt::Key_1);
 }
 
 bool isEnter(int key) { return key == Qt::Key_Return || key == Qt::Key_Enter; }
@@ -189,6 +211,7 @@ bool CompositionCanvas::event(QEvent* event) {
 void CompositionCanvas::keyPressEvent(QKeyEvent* event) {
     bool const isPlain = !(event->modifiers() & Qt::ControlModifier);
     if (isPlain && m_document.isOpen() && pressArrow(*event)) return;
+    if (m_look.hasOverlay && pressPinKey(*event)) return;
     if (isEnter(event->key()) && !m_pins.selection().empty()) return typePosition();
     if (event->key() != Qt::Key_Escape) return QWidget::keyPressEvent(event);
     act([&] {
@@ -210,6 +233,18 @@ bool CompositionCanvas::pressArrow(QKeyEvent const& event) {
     }
     double const step = stepOf(event.modifiers());
     act([&] { m_pins.nudge(way->x * step, way->y * step); });
+    return true;
+}
+
+bool CompositionCanvas::pressPinKey(QKeyEvent const& event) {
+    if (auto const factor = factorOf(event)) {
+        act([&] { m_pins.scale(*factor); });
+        return true;
+    }
+    auto const pin = pinOf(event);
+    if (!pin) return false;
+    if (!event.isAutoRepeat()) m_pins.toggle(*pin);
+    viewChanged();
     return true;
 }
 
@@ -238,6 +273,14 @@ bool CompositionCanvas::focusNextPrevChild(bool isNext) {
 void CompositionCanvas::nudge(double dx, double dy) {
     act([&] {
         m_pins.nudge(dx, dy);
+        m_pins.endNudge();
+    });
+}
+
+void CompositionCanvas::scalePins(bool isUp) {
+    double const larger = 1 + kScalePercent / 100;
+    act([&] {
+        m_pins.scale(isUp ? larger : 1 / larger);
         m_pins.endNudge();
     });
 }

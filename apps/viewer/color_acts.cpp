@@ -8,6 +8,7 @@
 #include "apps/viewer/composition_canvas.h"
 #include "apps/viewer/composition_panel.h"
 #include "apps/viewer/model/scene_inputs.h"
+#include "apps/viewer/spoken_label.h"
 #include "zelk/render/scene_colors.h"
 #include "zelk/scene/color_names.h"
 
@@ -30,7 +31,6 @@ QString sentenceOf(ColorsAtHand const& colors) {
 
 ColorActs::ColorActs(WindowServices& services, CompositionPanel& panel)
     : m_services(services), m_panel(panel), m_label(new QLabel(services.window)) {
-    m_label->setAccessibleName("Display");
     m_label->hide();
     services.document->onChange([this](DocumentChange const& change) {
         if (change.inputs) follow();
@@ -66,7 +66,7 @@ void ColorActs::show() {
     if (display() != kUsual) look.displayView = display().toStdString();
     if (look.displayView != former) m_panel.canvas().setLook(look);
     bool const isRaw = document().isOpen() && document().scene().color.isRaw;
-    m_label->setText(isRaw ? "values as stored" : "display " + display());
+    showText(*m_label, "Display", isRaw ? "values as stored" : "display " + display());
     m_label->setToolTip(
         isRaw ? "The scene's colour is raw: nothing is converted for the screen"
         : display() == m_wanted || m_wanted.isEmpty()

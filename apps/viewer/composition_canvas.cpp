@@ -75,10 +75,13 @@ void CompositionCanvas::settleMap() {
     m_pins.setShown(m_look.shows);
 }
 
-/// A scene that is inverted from now on is shown by the picture that its pins lie in.
+/// A scene that is inverted from now on is shown by the picture that its pins lie in; so is one
+/// that has no plate any more.
 void CompositionCanvas::turnToPins() {
     bool const isInverted = m_document.isOpen() && m_document.scene().isInverted;
-    if (std::exchange(m_wasInverted, isInverted) == isInverted) return;
+    bool const isTurned = std::exchange(m_wasInverted, isInverted) != isInverted;
+    bool const isGone = m_look.shows == ShownPicture::kPlate && !hasPlate();
+    if (!isTurned && !isGone) return;
     CanvasLook look = m_look;
     look.shows = isInverted ? besidePicture() : ShownPicture::kFrame;
     look.hasWipe = look.hasWipe && !isInverted;
@@ -113,9 +116,16 @@ void CompositionCanvas::ask(bool isDraft) {
         m_feed.ask(m_document.snapshot(), view);
 }
 
+bool CompositionCanvas::hasPlate() const { return m_document.isOpen() && m_document.scene().plate; }
+
 ShownPicture CompositionCanvas::besidePicture() const {
-    return m_document.isOpen() && m_document.scene().plate ? ShownPicture::kPlate
-                                                           : ShownPicture::kLayer;
+    return hasPlate() ? ShownPicture::kPlate : ShownPicture::kLayer;
+}
+
+/// What was chosen stays for the next scene that has a plate.
+Backdrop CompositionCanvas::backdrop() const {
+    Backdrop const chosen = m_look.pixels.backdrop;
+    return chosen == Backdrop::kPlate && !hasPlate() ? Backdrop::kChecker : chosen;
 }
 
 bool CompositionCanvas::isCurrent(SharedFrame const& frame) const {
@@ -134,7 +144,7 @@ void CompositionCanvas::askNext() {
     beside.shows = besidePicture();
     beside.reduce = reduceOf(beside.shows);
     whole.reduce = 1;
-    bool const needsBeside = m_look.hasWipe || m_look.pixels.backdrop == Backdrop::kPlate;
+    bool const needsBeside = m_look.hasWipe || backdrop() == Backdrop::kPlate;
     auto const isThere = [&](SharedFrame const& frame, PictureView const& view) {
         return isCurrent(frame) && frame->view == view;
     };
@@ -282,18 +292,18 @@ void CompositionCanvas::paintEvent(QPaintEvent*) {
 
 void CompositionCanvas::paintPictures(QPainter& painter) {
     QRectF const picture = pictureRect(m_map);
-    Backdrop const backdrop = m_look.pixels.backdrop;
-    bool const hasPlate = backdrop == Backdrop::kPlate && !m_besideImage.isNull();
+    Backdrop const behind = backdrop();
+    bool const showsPlate = behind == Backdrop::kPlate && !m_besideImage.isNull();
     bool const isSeen = m_image.isNull() || !m_image.isOpaque;
-    if (isSeen) drawBackdrop(painter, picture, backdrop, density());
-    if (isSeen && hasPlate) drawImage(painter, m_map, m_besideImage);
+    if (isSeen) drawBackdrop(painter, picture, behind, density());
+    if (isSeen && showsPlate) drawImage(painter, m_map, m_besideImage);
     if (!m_image.isNull()) drawImage(painter, m_map, m_image);
     if (!m_look.hasWipe || m_besideImage.isNull()) return;
     painter.save();
     QRectF const left(0, 0, wipeX(), m_map.panel().height);
     painter.fillRect(left, kAround);
     painter.setClipRect(left.intersected(picture));  // a layer may be larger than its frame
-    if (!m_besideImage.isOpaque) drawBackdrop(painter, picture, backdrop, density());
+    if (!m_besideImage.isOpaque) drawBackdrop(painter, picture, behind, density());
     drawImage(painter, m_map, m_besideImage);
     painter.restore();
 }

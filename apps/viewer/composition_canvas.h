@@ -44,7 +44,9 @@ public:
     PinTool& pins() { return m_pins; }
     /// Another zoom or place.
     void changeView(std::function<void(ViewMap&)> const& act);
-    /// What it is compared with by the wipe, and what shows through: the plate, else the layer.
+    bool hasPlate() const;
+    /// What it is compared with by the wipe: the plate, else the layer. The plate alone shows
+    /// through.
     ShownPicture besidePicture() const;
     /// The picture that is shown is that of the document's state, in full.
     bool isAtRest() const;
@@ -56,6 +58,7 @@ public:
     /// Tells once more what holds (onWarnings).
     void sayWarnings();
     void nudge(double dx, double dy);
+    void scalePins(bool isUp);
     void selectAllPins();
     void fitPins();
     /// The first selected pin's position is typed.
@@ -106,6 +109,7 @@ private:
     void holdPlace(bool isFrameSame);
     void dropPlace();
     int reduceOf(ShownPicture shows) const;
+    Backdrop backdrop() const;
     void ask(bool isDraft);
     void askNext();
     void askLoupe();
@@ -128,6 +132,7 @@ private:
     void openField(int parameter);
     void closeField();
     bool pressArrow(QKeyEvent const& event);
+    bool pressPinKey(QKeyEvent const& event);
 
     Document& m_document;
     CanvasLook m_look;

@@ -67,7 +67,7 @@ ViewerCommands CompositionPanel::lookCommands() {
         all, "View/Picture", kShownChoices,
         [this](ShownPicture shows) { changeLook([&](CanvasLook& look) { look.shows = shows; }); },
         [this] { return m_canvas->look().shows; });
-    all.back().isEnabled = [this] { return m_document.isOpen() && m_document.scene().plate; };
+    all.back().isEnabled = [this] { return m_canvas->hasPlate(); };
     addChoices(
         all, "View/Channels", kChannelChoices,
         [this](ChannelView channels) {
@@ -83,7 +83,7 @@ ViewerCommands CompositionPanel::lookCommands() {
             changeLook([&](CanvasLook& look) { look.pixels.backdrop = backdrop; });
         },
         [this] { return m_canvas->look().pixels.backdrop; });
-    all.back().isEnabled = [this] { return m_document.isOpen() && m_document.scene().plate; };
+    all.back().isEnabled = [this] { return m_canvas->hasPlate(); };
     return all;
 }
 
@@ -141,8 +141,20 @@ ViewerCommands CompositionPanel::pinCommands() {
                              [this, dx, dy] { m_canvas->nudge(dx, dy); },
                              hasSelection};
     };
+    auto const scale = [&](char const* name, bool isUp) {
+        return ViewerCommand{
+            "Pins",
+            name,
+            {},
+            isUp ? "The selected pins 1 % apart (Ctrl+Up; with Shift 10 %, Ctrl+Right 0.1 %)"
+                 : "The selected pins 1 % closer (Ctrl+Down; with Shift 10 %, Ctrl+Left 0.1 %)",
+            [this, isUp] { m_canvas->scalePins(isUp); },
+            [this, hasSelection] {
+                return hasSelection() && m_canvas->pins().selection().size() > 1;
+            }};
+    };
     return {{"Pins", "Select All Pins", QKeySequence("Ctrl+A"),
-             "All pins that are shown (Tab in the panel goes through them)",
+             "All pins that are shown (Tab in the panel goes through them, 1 to 8 add one)",
              [this] { m_canvas->selectAllPins(); }},
             {"Pins",
              "Set Position\u2026",
@@ -165,7 +177,9 @@ ViewerCommands CompositionPanel::pinCommands() {
             nudge("Nudge Left", -1, 0),
             nudge("Nudge Right", 1, 0),
             nudge("Nudge Up", 0, -1),
-            nudge("Nudge Down", 0, 1)};
+            nudge("Nudge Down", 0, 1),
+            scale("Scale Up", true),
+            scale("Scale Down", false)};
 }
 
 }  // namespace zelk

@@ -3,6 +3,7 @@
 
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QStandardItemModel>
 #include <QToolButton>
 #include <QVBoxLayout>
 #include <algorithm>
@@ -28,6 +29,12 @@ template <class Choices, class Value>
 int placeOf(Choices const& choices, Value value) {
     auto const isIt = [&](auto const& choice) { return choice.value == value; };
     return static_cast<int>(std::find_if(choices.begin(), choices.end(), isIt) - choices.begin());
+}
+
+/// The last entry of a box, the plate, as the menu has it.
+void greyLast(QComboBox& box, bool isGrey) {
+    auto const* const model = qobject_cast<QStandardItemModel*>(box.model());
+    model->item(box.count() - 1)->setEnabled(!isGrey);
 }
 
 QString zoomText(double zoom) { return QString::number(zoom * 100, 'g', 4) + " %"; }
@@ -174,6 +181,7 @@ void CompositionPanel::keepUp() {
     m_shows->setCurrentIndex(placeOf(kShownChoices, look.shows));
     m_channels->setCurrentIndex(placeOf(kChannelChoices, look.pixels.channels));
     m_backdrop->setCurrentIndex(placeOf(kBackdropChoices, look.pixels.backdrop));
+    for (QComboBox* const box : {m_shows, m_backdrop}) greyLast(*box, !m_canvas->hasPlate());
     m_zoom->setItemText(
         0, (m_canvas->map().isFit() ? "Fit, " : "") + zoomText(m_canvas->map().zoom()));
     m_zoom->setCurrentIndex(0);

@@ -46,7 +46,7 @@ ViewerCommands FileActs::commands() {
              if (!file.isEmpty()) startWith(pathOf(file));
          }},
         {"File", "Open\u2026", QKeySequence("Ctrl+O"),
-         "Open a project, a picture, a numbered sequence or a movie", [this] { open(); }},
+         "Open a project, a picture, a numbered sequence, a movie or a track", [this] { open(); }},
         {"File/Open Recent",
          "Clear List",
          {},
@@ -98,7 +98,9 @@ void FileActs::open() {
 }
 
 void FileActs::openFile(fs::path const& file) {
-    if (kindOf(file) != FileKind::kProject) return startWith(file);
+    FileKind const kind = kindOf(file);
+    if (kind == FileKind::kTrack && m_takeTrack) return m_takeTrack(file);
+    if (kind != FileKind::kProject) return startWith(file);
     if (!mayLeave()) return;
     document().open(file);
     remember(document().file());

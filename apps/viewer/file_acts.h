@@ -22,6 +22,10 @@ public:
     /// Hears when the list changes here.
     void onRecent(std::function<void()> changed) { m_recentChanged = std::move(changed); }
     std::vector<std::filesystem::path> recent() const;
+    /// Hears of tracking data that is to be opened: it comes into a scene.
+    void onTrack(std::function<void(std::filesystem::path const&)> take) {
+        m_takeTrack = std::move(take);
+    }
 
     // All of these throw what the document refuses; what was open then stays. They ask before they
     // close anything.
@@ -48,6 +52,7 @@ private:
     WindowServices& m_services;
     std::optional<RecentFiles> m_recent;
     std::function<void()> m_recentChanged;
+    std::function<void(std::filesystem::path const&)> m_takeTrack;
 };
 
 }  // namespace zelk

@@ -26,8 +26,8 @@ QString picturePatterns() {
 }  // namespace
 
 QString openFilter() {
-    return "Projects, pictures and movies (*.zelk.json *.json " + picturePatterns() + ");;" +
-           kProjectFilter;
+    return "Projects, pictures, movies and tracks (*.zelk.json *.json " + picturePatterns() + " " +
+           patternsOf(trackEndings()) + ");;" + kProjectFilter;
 }
 
 QString pictureFilter() { return "Pictures and movies (" + picturePatterns() + ");;" + kAnyFilter; }

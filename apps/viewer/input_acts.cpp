@@ -1,6 +1,8 @@
 // See input_acts.h.
 #include "apps/viewer/input_acts.h"
 
+#include <fmt/ranges.h>
+
 #include <algorithm>
 
 #include "apps/viewer/dialogs/track_dialog.h"
@@ -40,6 +42,7 @@ std::string stampsOf(std::vector<MissingFile> const& missing) {
 
 InputActs::InputActs(WindowServices& services, FileActs& files)
     : m_services(services), m_files(files) {
+    files.onTrack([this](fs::path const& file) { takeOne(file); });
     services.document->onChange([this](DocumentChange const& change) {
         if (change.inputs) tellMissing();
     });
@@ -199,7 +202,11 @@ void InputActs::relinkAll(fs::path const& folder) {
     });
     if (!isAny)
         throw UserError(ExitCode::kInput, folder.string() + ": none of the missing files is there");
-    document().change("Relink Files", [&](Scene& scene) { zelk::relinkAll(scene, folder); });
+    std::vector<std::string> refusals;
+    document().change("Relink Files",
+                      [&](Scene& scene) { refusals = zelk::relinkAll(scene, folder); });
+    if (!refusals.empty())
+        throw UserError(ExitCode::kInput, fmt::format("{}", fmt::join(refusals, "; ")));
 }
 
 }  // namespace zelk

@@ -15,6 +15,7 @@
 #include "apps/viewer/own_settings.h"
 #include "apps/viewer/parameters/control_row.h"
 #include "apps/viewer/parameters/group_header.h"
+#include "apps/viewer/spoken_label.h"
 #include "zelk/text/errors.h"
 
 namespace zelk {
@@ -42,7 +43,6 @@ ParameterPanel::ParameterPanel(Document& document, QWidget* parent)
     m_search->setAccessibleName("Find a parameter");
     m_search->setClearButtonEnabled(true);
     m_message->setObjectName("message");
-    m_message->setAccessibleName("Message");
     m_message->setWordWrap(true);
     m_message->setMargin(8);
     QPalette palette = m_message->palette();
@@ -92,8 +92,7 @@ void ParameterPanel::hear(DocumentChange const& change) {
     if (m_opened != m_document.opened()) {  // another scene
         for (Entry const& entry : m_entries)
             if (entry.row) entry.row->dropTyped();
-        m_message->clear();
-        m_message->hide();
+        say({});
     }
     m_opened = m_document.opened();
     if (change.inputs && controlsKey(m_document) != m_key) {
@@ -236,8 +235,7 @@ bool ParameterPanel::run(std::function<void()> const& act) {
     } catch (UserError const& error) {
         refusal = QString::fromUtf8(error.what());
     }
-    m_message->setText(refusal);
-    m_message->setVisible(!refusal.isEmpty());
+    say(refusal);
     return refusal.isEmpty();
 }
 
@@ -245,8 +243,12 @@ bool ParameterPanel::run(std::function<void()> const& act) {
 void ParameterPanel::remark(PanelControl const& control) {
     ControlState const state = control.state();
     if (state.note.empty() || state.isDefault) return;
-    m_message->setText(QString::fromStdString(control.row().label + ": " + state.note));
-    m_message->show();
+    say(QString::fromStdString(control.row().label + ": " + state.note));
+}
+
+void ParameterPanel::say(QString const& message) {
+    showText(*m_message, "Message", message);
+    m_message->setVisible(!message.isEmpty());
 }
 
 void ParameterPanel::noteFocus(QWidget* widget) {

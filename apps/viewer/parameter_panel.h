@@ -59,6 +59,7 @@ private:
     void showGroupMenu(std::size_t group, QPoint const& place);
     bool run(std::function<void()> const& act);
     void remark(PanelControl const& control);
+    void say(QString const& message);
     void noteFocus(QWidget* widget);
     /// A command for the row that had the focus last.
     ViewerCommand rowCommand(QString const& name, QKeySequence const& keys, QString const& help,

@@ -130,14 +130,15 @@ void Recovery::recover(fs::path const& abandoned) {
     if (!m_files.mayLeave()) return;
     m_timer.stop();
     bool const isOwn = m_autosave.adopt(abandoned);
-    offer();
-    if (!isOwn)
-        throw UserError(ExitCode::kInput, abandoned.string() + ": another viewer has recovered it");
     try {
+        offer();
+        if (!isOwn)
+            throw UserError(ExitCode::kInput,
+                            abandoned.string() + ": another viewer has recovered it");
         m_files.recover(std::move(handed));
-    } catch (UserError const&) {
-        std::error_code none;
-        fs::rename(m_autosave.file(), abandoned, none);
+    } catch (...) {  // memory may be short
+        if (isOwn) m_autosave.giveBack(abandoned);
+        follow();  // what was open stays, and is saved by itself as before
         offer();
         throw;
     }

@@ -10,6 +10,7 @@
 
 #include "apps/viewer/frame_field.h"
 #include "apps/viewer/parameters/own_keys.h"
+#include "apps/viewer/spoken_label.h"
 
 namespace zelk {
 
@@ -71,7 +72,6 @@ QWidget* TimelinePanel::transport() {
             layout->addWidget(own);
         }
     m_rate = new QLabel(bar);
-    m_rate->setAccessibleName("Rate");
     m_rate->setToolTip("Frames a second: shown, and of the composition");
     layout->addSpacing(8);
     layout->addWidget(m_rate);
@@ -104,7 +104,7 @@ void TimelinePanel::refresh() {
     QString text = QString("%1 fps").arg(double(clock.scale) / clock.step, 0, 'g', 5);
     if (playback.isPlaying() && playback.measuredRate() > 0)
         text = QString("%1 of ").arg(playback.measuredRate(), 0, 'f', 1) + text;
-    m_rate->setText(text);
+    showText(*m_rate, "Rate", text);
 }
 
 }  // namespace zelk

@@ -4,7 +4,6 @@
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QScrollBar>
-#include <QToolTip>
 #include <algorithm>
 #include <cmath>
 #include <utility>
@@ -30,6 +29,7 @@ TimelineView::TimelineView(Document& document, Player& player, QWidget* parent)
         }
         if (change.inputs) keepFit();
         followFrame();
+        describe();
         viewport()->update();
     });
     connect(&player, &Player::changed, viewport(), qOverload<>(&QWidget::update));
@@ -48,6 +48,7 @@ void TimelineView::refresh() {
         return !m_document.parameter(key.index).track().find(key.time);
     });
     m_currentRow = std::min(m_currentRow, static_cast<int>(m_rows.size()) - 1);
+    describe();
     int const heightPx = static_cast<int>(m_rows.size()) * TimelineLook::kRowPx;
     int const roomPx = viewport()->height() - TimelineLook::kRulerPx;
     verticalScrollBar()->setRange(0, std::max(0, heightPx - roomPx));
@@ -97,6 +98,7 @@ void TimelineView::resizeEvent(QResizeEvent*) {
 
 void TimelineView::select(KeySelection selection) {
     m_selection = std::move(selection);
+    describe();
     viewport()->update();
     emit selectionChanged();
 }
@@ -306,6 +308,7 @@ void TimelineView::wheelEvent(QWheelEvent* event) {
 
 void TimelineView::setCurrentRow(int row) {
     m_currentRow = row;
+    describe();
     viewport()->update();
 }
 
@@ -358,22 +361,6 @@ void TimelineView::keyPressEvent(QKeyEvent* event) {
         default:
             QAbstractScrollArea::keyPressEvent(event);
     }
-}
-
-bool TimelineView::viewportEvent(QEvent* event) {
-    if (event->type() != QEvent::ToolTip) return QAbstractScrollArea::viewportEvent(event);
-    auto const* const help = static_cast<QHelpEvent*>(event);
-    QString text;
-    if (TimelineKey const* const key = keyAt(help->pos()))
-        text = QString("Frame %1, %2 after it. Drag moves it, Ctrl-drag copies it.")
-                   .arg(key->frame)
-                   .arg(key->after == Interpolation::kHold     ? "hold"
-                        : key->after == Interpolation::kLinear ? "linear"
-                                                               : "bezier");
-    else if (help->y() < TimelineLook::kRulerPx)
-        text = "Click to go to a frame; drag the ends of the bar to set what plays.";
-    QToolTip::showText(help->globalPos(), text, viewport());
-    return true;
 }
 
 }  // namespace zelk

@@ -85,6 +85,9 @@ private:
     void setCurrentRow(int row);
     void goToRow(int row);
     void selectKey(bool isLater, bool adds);
+    /// To accessibility.
+    void describe();
+    QString keyText(TimelineRow const& row) const;
 
     void paintRuler(QPainter& painter) const;
     void paintRows(QPainter& painter) const;

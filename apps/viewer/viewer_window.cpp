@@ -25,6 +25,7 @@
 #include "apps/viewer/model/command_text.h"
 #include "apps/viewer/own_settings.h"
 #include "apps/viewer/parameter_panel.h"
+#include "apps/viewer/spoken_label.h"
 #include "apps/viewer/start_page.h"
 #include "apps/viewer/status_sentence.h"
 #include "apps/viewer/timeline_panel.h"
@@ -110,8 +111,6 @@ void ViewerWindow::addDock(QString const& name, QWidget* panel, Qt::DockWidgetAr
 void ViewerWindow::makeStatusLine() {
     m_facts = new QLabel(this);
     m_memory = new QLabel(this);
-    m_facts->setAccessibleName("Composition");
-    m_memory->setAccessibleName("Memory of pictures that are kept");
     m_memory->setToolTip(
         "Memory of the pictures that are kept, the most that it may become, and decoded inputs");
     m_memory->hide();
@@ -130,8 +129,9 @@ void ViewerWindow::makeStatusLine() {
 void ViewerWindow::showMemory() {
     FrameService const& frames = m_composition->frames();
     auto const mb = [](std::uint64_t bytes) { return QString::number(bytes >> 20); };
-    m_memory->setText("pictures " + mb(frames.bytes()) + " of " + mb(frames.budget()) +
-                      " MB, inputs " + mb(frames.inputBytes()) + " MB");
+    showText(*m_memory, "Memory of pictures that are kept",
+             "pictures " + mb(frames.bytes()) + " of " + mb(frames.budget()) + " MB, inputs " +
+                 mb(frames.inputBytes()) + " MB");
     m_memory->setVisible(m_document.isOpen());
 }
 
@@ -283,13 +283,14 @@ void ViewerWindow::showFacts() {
     if (!m_document.isOpen()) return;
     Comp const& comp = m_document.scene().comp;
     auto const [width, height] = m_document.frameSize();
-    m_facts->setText(QString("%1 \u00d7 %2   %3 fps   frame %4 of %5 to %6")
-                         .arg(width)
-                         .arg(height)
-                         .arg(QString::fromStdString(rateText(comp.timeBase)))
-                         .arg(m_document.frame())
-                         .arg(m_document.firstFrame())
-                         .arg(m_document.lastFrame()));
+    showText(*m_facts, "Composition",
+             QString("%1 \u00d7 %2   %3 fps   frame %4 of %5 to %6")
+                 .arg(width)
+                 .arg(height)
+                 .arg(QString::fromStdString(rateText(comp.timeBase)))
+                 .arg(m_document.frame())
+                 .arg(m_document.firstFrame())
+                 .arg(m_document.lastFrame()));
 }
 
 /// Those of files, also of a scene that can't be rendered; a frame says all that holds.

@@ -94,8 +94,15 @@ bool Autosave::adopt(fs::path const& abandoned) {
     wait();
     std::error_code fault;
     fs::rename(abandoned, m_file, fault);
-    m_isThere = !fault;
+    m_isThere = m_isThere || !fault;  // an own one stays where there is none to adopt
     return !fault;
+}
+
+void Autosave::giveBack(fs::path const& abandoned) {
+    wait();
+    std::error_code fault;
+    fs::rename(m_file, abandoned, fault);
+    m_isThere = m_isThere && fault;
 }
 
 std::vector<fs::path> abandonedScenes(fs::path const& folder) {

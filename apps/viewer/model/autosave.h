@@ -35,6 +35,8 @@ public:
     /// Makes an abandoned file this one's own, so that nobody else takes it; false where somebody
     /// was faster.
     bool adopt(std::filesystem::path const& abandoned);
+    /// Leaves what was adopted where it was.
+    void giveBack(std::filesystem::path const& abandoned);
 
 private:
     void wait();

@@ -16,6 +16,8 @@ namespace {
 constexpr double kSnapReachPx = 10;  ///< panel pixels
 /// Ways of the mouse are no finer than this, whatever the zoom.
 constexpr double kUnitsPerPx = 100;
+/// Positions are 16.16 numbers.
+constexpr double kEndPx = 32768;
 /// Sums lie on a grid above a 16.16 number's unit, 1.5e-5: tenths leave no dust of fractions.
 constexpr double kSumsPerPx = 1e4;
 
@@ -71,6 +73,15 @@ bool PinTool::selectNext(bool isBack) {
     if (next == all.end()) return false;
     select({last == all.rend() ? all.front().parameter : next->parameter});
     return true;
+}
+
+void PinTool::toggle(std::size_t place) {
+    std::vector<PinHandle> const all = handles();
+    if (m_drag || place >= all.size()) return;
+    std::set<int> pins = selection();
+    int const pin = all[place].parameter;
+    if (!pins.erase(pin)) pins.insert(pin);
+    select(std::move(pins));
 }
 
 // --- The mouse
@@ -268,15 +279,41 @@ std::string PinTool::nameOfAct() const {
 // --- Keys
 
 void PinTool::nudge(double dx, double dy) {
+    std::vector<std::pair<int, PanelPoint>> values;
+    for (int const pin : selection()) values.emplace_back(pin, moved(valueOf(pin), {dx, dy}));
+    nudgeTo("Nudge", values);
+}
+
+/// p' = p + (factor - 1) (p - middle)
+void PinTool::scale(double factor) {
     std::set<int> const pins = selection();
-    if (m_drag || pins.empty()) return;
-    if (m_nudge == 0 || m_nudge != m_document.act()) {
-        m_document.beginAct("Nudge " + (pins.size() == 1 ? pinName(*pins.begin())
-                                                         : std::to_string(pins.size()) + " pins"));
-        m_nudge = m_document.act();
+    if (pins.size() < 2) return;
+    PanelPoint middle;
+    for (int const pin : pins) {
+        middle.x += valueOf(pin).x / double(pins.size());
+        middle.y += valueOf(pin).y / double(pins.size());
     }
     std::vector<std::pair<int, PanelPoint>> values;
-    for (int const pin : pins) values.emplace_back(pin, moved(valueOf(pin), {dx, dy}));
+    for (int const pin : pins) {
+        PanelPoint const at = valueOf(pin);
+        PanelPoint const to =
+            moved(at, {(factor - 1) * (at.x - middle.x), (factor - 1) * (at.y - middle.y)});
+        if (std::max(std::abs(to.x), std::abs(to.y)) >= kEndPx) return;
+        values.emplace_back(pin, to);
+    }
+    nudgeTo("Scale", values);
+}
+
+void PinTool::nudgeTo(char const* verb, std::vector<std::pair<int, PanelPoint>> const& values) {
+    if (m_drag || values.empty()) return;
+    std::string const what = values.size() == 1 ? pinName(values.front().first)
+                                                : std::to_string(values.size()) + " pins";
+    std::string const name = verb + (" " + what);
+    if (m_nudge == 0 || m_nudge != m_document.act() || m_nudgeName != name) {
+        m_document.beginAct(name);
+        m_nudge = m_document.act();
+        m_nudgeName = name;
+    }
     setPins("", values);
 }
 

@@ -75,6 +75,8 @@ public:
     void selectAll();
     /// The pin after the selected one, in the order of the handles; false past the last.
     bool selectNext(bool isBack);
+    /// Adds a pin to the selection or takes it out: by its place among the handles, from 0.
+    void toggle(std::size_t place);
 
     // --- Acts
 
@@ -94,8 +96,11 @@ public:
     /// Corners of the box that selects, panel pixels.
     std::optional<std::pair<PanelPoint, PanelPoint>> box() const;
 
-    /// The selected pins, picture pixels. All nudges up to endNudge are one step.
+    /// The selected pins, picture pixels. All nudges of a kind up to endNudge are one step.
     void nudge(double dx, double dy);
+    /// The selected pins about their middle; nothing of one pin, or where one would leave the range
+    /// of positions. The reciprocal factor leads back.
+    void scale(double factor);
     void endNudge();
     bool moveTo(int parameter, PanelPoint value);
     /// The To Pins on the corners of the picture that they lie in.
@@ -131,6 +136,7 @@ private:
     PanelPoint valueOf(int parameter) const;
     void setPins(std::string const& name, std::vector<std::pair<int, PanelPoint>> const& values);
     std::string nameOfAct() const;
+    void nudgeTo(char const* verb, std::vector<std::pair<int, PanelPoint>> const& values);
     bool liesHere(TrackedPins pins) const;
     bool hitsQuad(PanelPoint panel) const;
     std::optional<PinHit> hitEdge(PanelPoint panel) const;
@@ -145,6 +151,7 @@ private:
     std::optional<Drag> m_drag;
     std::optional<PanelPoint> m_snapTarget;
     std::uint64_t m_nudge = 0;  ///< the act of the nudges; it may have ended
+    std::string m_nudgeName;
     mutable std::vector<MotionPath> m_paths;
     mutable std::pair<std::uint64_t, std::set<int>> m_pathsOf;
 };

@@ -176,13 +176,18 @@ bool relink(Scene& scene, InputKind kind, fs::path const& file) {
     return picture != nullptr;
 }
 
-bool relinkAll(Scene& scene, fs::path const& folder) {
-    bool isAny = false;
+std::vector<std::string> relinkAll(Scene& scene, fs::path const& folder) {
+    std::vector<std::string> refusals;
     for (MissingFile const& missing : missingFiles(scene)) {
         fs::path const found = foundIn(folder, missing);
-        if (!found.empty()) isAny = relink(scene, missing.kind, found) || isAny;
+        if (found.empty()) continue;
+        try {
+            relink(scene, missing.kind, found);
+        } catch (UserError const& error) {
+            refusals.emplace_back(error.what());
+        }
     }
-    return isAny;
+    return refusals;
 }
 
 }  // namespace zelk

@@ -40,9 +40,10 @@ std::vector<MissingFile> missingFiles(Scene const& scene);
 /// empty for nowhere.
 std::filesystem::path foundIn(std::filesystem::path const& folder, MissingFile const& missing);
 
-/// Exchanges a missing file, or all that are found in a folder. The composition stays. False where
-/// nothing was found.
+/// Exchanges a missing file; the composition stays. False where the scene has none of that kind.
+/// Throws an input error of a track that can't be read.
 bool relink(Scene& scene, InputKind kind, std::filesystem::path const& file);
-bool relinkAll(Scene& scene, std::filesystem::path const& folder);
+/// All that are found in a folder. Tracks of it that can't be read stay missing: their sentences.
+std::vector<std::string> relinkAll(Scene& scene, std::filesystem::path const& folder);
 
 }  // namespace zelk

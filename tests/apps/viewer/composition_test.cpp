@@ -2,6 +2,7 @@
 #include <OpenImageIO/imageio.h>
 
 #include <QAction>
+#include <QComboBox>
 #include <random>
 
 #include "tests/apps/viewer/composition_fixture.h"
@@ -62,6 +63,17 @@ TEST_F(CompositionTest, WhatIsTransparentLiesOverItsBackground) {
     std::set<QRgb> squares;
     for (int x = 0; x < 32; ++x) squares.insert(pictureOf(shot()).pixel(x, 2));
     EXPECT_EQ(squares.size(), 2u);
+    // A plate that isn't there: no layer in its place either, which the wipe brings.
+    QImage const checked = pictureOf(shot());
+    bool hasCome = false;
+    canvas().onPicture = [&] { hasCome = true; };
+    choose("Wipe");
+    ASSERT_TRUE(QTest::qWaitFor([&] { return hasCome; }, 20000));
+    choose("Wipe");
+    setLook([](CanvasLook& look) { look.pixels.backdrop = Backdrop::kPlate; });
+    EXPECT_EQ(differenceOf(pictureOf(shot()), checked), "");
+    for (auto const* const box : panel.findChildren<QComboBox*>())
+        EXPECT_FALSE(box->model()->index(box->findText("Plate"), 0).flags() & Qt::ItemIsEnabled);
 }
 
 TEST_F(CompositionTest, ChannelsAreThoseOfTheFile) {
@@ -152,10 +164,18 @@ TEST_F(CompositionTest, AnInvertedScenesFrameIsNotWiped) {
     canvas().onFailure = [&](QString const& text) { told = text; };
     document.change("Invert", [](Scene& scene) { scene.isInverted = true; });
     EXPECT_FALSE(canvas().look().hasWipe);
+    // Nor is a plate shown that goes.
+    document.change("Remove Plate", [](Scene& scene) { scene.plate.reset(); });
+    EXPECT_EQ(canvas().look().shows, ShownPicture::kLayer);
+    document.undo();
     choose("Frame");
     choose("Wipe");
     EXPECT_FALSE(canvas().look().hasWipe);
     EXPECT_TRUE(told.startsWith("Wipe"));
+    document.undo();
+    choose("Plate");
+    openLayer();
+    EXPECT_EQ(canvas().look().shows, ShownPicture::kFrame);
 }
 
 TEST_F(CompositionTest, TheReadoutHasTheFilesValuesAndBothPlaces) {

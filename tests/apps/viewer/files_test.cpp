@@ -134,7 +134,7 @@ TEST_F(FilesTest, FileDialogsShowWhatCanBeOpened) {
     };
     window->openFile(path("chelsea.png"));
     for (auto const& [place, patterns] :
-         {std::pair("File/Open\u2026", "*.zelk.json|*.exr|*.mov|*.JPG"),
+         {std::pair("File/Open\u2026", "*.zelk.json|*.exr|*.mov|*.JPG|*.nk"),
           {"File/Import/Track\u2026", "*.txt|*.nk"}}) {
         press(place);
         for (QString const& each : QString(patterns).split('|'))
@@ -258,6 +258,12 @@ TEST_F(FilesTest, MissingFilesAreNamedAndRelinkedInOneStep) {
     document().undo();
     EXPECT_EQ(text(), whole);
     EXPECT_NE(window->notices().text("missing"), "");
+    folder.put("b/sign-track.txt", "no track");
+    names = {path("b")};
+    EXPECT_TRUE(window->notices().press("missing", "Relink in Folder\u2026"));
+    EXPECT_TRUE(error().contains("b/sign-track.txt")) << error().toStdString();
+    EXPECT_EQ(document().scene().layer.file.written, "../b/chelsea.png");
+    document().undo();
     names = {path("b/chelsea.png")};
     press("File/Relink Missing File\u2026");
     EXPECT_EQ(document().undoName(), "Relink Layer");
@@ -332,7 +338,7 @@ TEST_F(FilesTest, ATrackIsSeenBeforeItIsTaken) {
     window->openFile(path("move.zelk.json"));
     std::string const before = text();
     names = {path("sign-track.txt")};
-    press("File/Import/Track\u2026");
+    press("File/Open\u2026");  // as Import has it
     auto* const dialog = window->findChild<TrackDialog*>();
     ASSERT_TRUE(dialog);
     dialog->activateWindow();
@@ -438,6 +444,12 @@ TEST_F(FilesTest, WhatAKilledViewerHadIsRecovered) {
     QString const key = "recovery";
     EXPECT_TRUE(window->notices().text(key).contains("move.zelk.json"));
     folder.put("move.zelk.json", bytesOf(folder.at("move.zelk.json")) + "\n");  // by somebody else
+    document().onChange([isShort = true](DocumentChange const&) mutable {
+        if (std::exchange(isShort, false)) throw std::bad_alloc();
+    });
+    window->notices().press(key, "Recover");
+    EXPECT_TRUE(fs::exists(folder.at("state") / file.filename()));
+    choices = {1};
     ASSERT_TRUE(window->notices().press(key, "Recover"));
     EXPECT_EQ(error(), "");
     EXPECT_EQ(document().file(), folder.at("move.zelk.json"));
@@ -446,7 +458,7 @@ TEST_F(FilesTest, WhatAKilledViewerHadIsRecovered) {
     EXPECT_EQ(autosaved(), 1);  // kept until it is saved
     choices = {1};
     press("File/Save");
-    EXPECT_TRUE(asked.value(0).contains("changed on disk"));
+    EXPECT_TRUE(asked.back().contains("changed on disk"));
     EXPECT_EQ(bytesOf(folder.at("move.zelk.json")), text());
     EXPECT_EQ(autosaved(), 0);
 }
@@ -523,6 +535,11 @@ TEST_F(FilesTest, AutosavedScenesGoWithTheirReason) {
     EXPECT_TRUE(awaitCount(1));
     choices = {1};  // don't save
     window->close();
+    EXPECT_EQ(autosaved(), 0);
+    Autosave own(folder.at("state"));
+    own.write({document().scene(), document().file(), document().fileSum()});
+    EXPECT_FALSE(own.adopt(folder.at("gone")));
+    own.remove();
     EXPECT_EQ(autosaved(), 0);
 }
 

@@ -126,6 +126,8 @@ TEST_F(ParameterPanelTest, UnitsAreTakenAndWrongTextsLeaveTheValue) {
         type(wrong.name, wrong.text, wrong.field);
         EXPECT_NE(message(), "") << wrong.text;
         EXPECT_EQ(message().count('\n'), 0);
+        QLabel const* const said = window->parameters().findChild<QLabel*>("message");
+        EXPECT_EQ(said->accessibleName(), "Message: " + message());
         EXPECT_EQ(text(), before) << wrong.text;
         EXPECT_EQ(field(wrong.name, wrong.field).text(), wrong.text);
         EXPECT_EQ(field(wrong.name, wrong.field).toolTip(), message());

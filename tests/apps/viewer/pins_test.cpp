@@ -243,6 +243,18 @@ TEST_F(CompositionTest, KeysSelectNudgeAndType) {
     EXPECT_EQ(selections,
               (std::vector<std::set<int>>{{}, {kToPins}, {kToPins + 1}, {kToPins + 2}}));
     EXPECT_EQ(text(), before);
+    for (int const digit : {Qt::Key_1, Qt::Key_3, Qt::Key_2, Qt::Key_8}) key(digit);
+    EXPECT_EQ(canvas().pins().selection(), (std::set<int>{kToPins, kToPins + 1}));
+    PanelPoint const a = valueOf(kToPins), b = valueOf(kToPins + 1);
+    QTest::keyPress(&canvas(), Qt::Key_Up, Qt::ControlModifier | Qt::ShiftModifier);
+    QTest::keyPress(&canvas(), Qt::Key_Right, Qt::ControlModifier);
+    key(Qt::Key_Down, Qt::ControlModifier);
+    EXPECT_EQ(document.undoName(), "Scale 2 pins");
+    double const factor = 1.1 * 1.001 / 1.01, tolerance = 4e-4;  // three sums of two pins
+    EXPECT_NEAR(valueOf(kToPins + 1).x - valueOf(kToPins).x, factor * (b.x - a.x), tolerance);
+    EXPECT_NEAR(valueOf(kToPins + 1).y + valueOf(kToPins).y, b.y + a.y, tolerance);
+    document.undo();
+    EXPECT_EQ(text(), before);
 }
 
 /// A dialog takes the release: the next mouse event without the button ends the drag.
