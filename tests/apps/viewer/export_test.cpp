@@ -9,6 +9,7 @@
 #include "apps/viewer/dialogs/export_dialog.h"
 #include "apps/viewer/dialogs/export_status.h"
 #include "apps/viewer/model/command_text.h"
+#include "apps/viewer/model/scene_inputs.h"
 #include "apps/viewer/timeline_panel.h"
 #include "tests/apps/viewer/files_fixture.h"
 #include "zelk/movies/writer.h"
@@ -169,9 +170,8 @@ TEST_F(ExportTest, AnOpenDialogFollowsTheScene) {
 
 TEST_F(ExportTest, SavingElsewhereReplacesNothingThatIsTyped) {
     document().open(fs::relative(folder.at("move.zelk.json")));
-    document().change("Output", [&](Scene& scene) {
-        sceneEdit("output").apply(scene, "output", folder.at("own.mov").string());
-    });
+    document().change("Output",
+                      [&](Scene& scene) { scene.output = pathIn(scene, folder.at("own.mov")); });
     document().save();
     dialog();
     type("Output", path("typed.mov"));
