@@ -6,9 +6,9 @@
 #include <algorithm>
 
 #include "apps/viewer/dialogs/track_dialog.h"
-#include "apps/viewer/model/file_stamps.h"
 #include "apps/viewer/model/opened_file.h"
 #include "apps/viewer/viewer_application.h"
+#include "zelk/files/file_stamp.h"
 #include "zelk/text/errors.h"
 
 namespace zelk {

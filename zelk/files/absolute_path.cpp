@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <system_error>
+#include <utility>
 
 namespace zelk {
 
@@ -31,6 +32,20 @@ fs::path canonicalPath(fs::path const& path) {
     fs::path found = fs::weakly_canonical(absolutePath(path), fault);
     if (fault) found = absolutePath(path);
     return found.has_filename() ? found : found.parent_path();
+}
+
+fs::path plainPath(fs::path const& path) {
+    if (path.empty()) return path;
+    fs::path const full = absolutePath(path);
+    fs::path climb, rest;  // up to the last step up, and what follows it
+    for (fs::path const& part : full) {
+        rest /= part;
+        if (part == "..") climb /= std::exchange(rest, {});
+    }
+    if (climb.empty()) return full;
+    fs::path const there = canonicalPath(climb);
+    bool const isByNames = there == canonicalPath(climb.lexically_normal());
+    return (isByNames ? full : there / rest).lexically_normal();
 }
 
 }  // namespace zelk

@@ -6,7 +6,7 @@
 
 namespace zelk {
 
-/// Whether two folders, as the working folder sees them, are one by their names.
+/// Whether two folders, as the working folder sees them, are one by their names (plainPath).
 bool isSameFolder(std::filesystem::path const& a, std::filesystem::path const& b);
 
 /// `path`, as the working folder sees it, as it would be written in a file in `folder`: relative

@@ -10,6 +10,7 @@
 #include "zelk/render/frame_stages.h"
 #include "zelk/render/host_errors.h"
 #include "zelk/render/memory_budget.h"
+#include "zelk/scene/color_names.h"
 #include "zelk/scene/inputs.h"
 #include "zelk/scene/invert.h"
 #include "zelk/text/errors.h"
@@ -27,8 +28,8 @@ RunOptions oneByOne() {
 
 /// Name and time of the colour configuration, and whether it is used.
 std::string configKey(Scene const& scene) {
-    std::string const key =
-        scene.color.config ? inputKey(InputPicture{scene.color.config->path()}) : "";
+    std::filesystem::path const file = colorConfigFile(scene);
+    std::string const key = file.empty() ? "" : inputKey(InputPicture{file});
     return key + (scene.color.isBuiltIn ? " built in" : "");
 }
 

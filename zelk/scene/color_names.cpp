@@ -39,13 +39,17 @@ void refuseSpaces(Scene const& scene) {
 
 }  // namespace
 
-ColorConfig colorConfigOf(Scene const& scene) {
+std::filesystem::path colorConfigFile(Scene const& scene) {
     if (scene.color.isRaw || scene.color.isBuiltIn) return {};
-    if (scene.color.config)
-        return configIn(scene.color.config->path(), nameOf(scene, SceneField::kColorConfig));
+    if (scene.color.config) return scene.color.config->path();
     char const* const environment = std::getenv("OCIO");
-    if (environment && *environment) return configIn(environment, "$OCIO");
-    return {};
+    return environment ? environment : "";
+}
+
+ColorConfig colorConfigOf(Scene const& scene) {
+    std::filesystem::path const file = colorConfigFile(scene);
+    if (file.empty()) return {};
+    return configIn(file, scene.color.config ? nameOf(scene, SceneField::kColorConfig) : "$OCIO");
 }
 
 std::string colorConfigFault(Scene const& scene) {

@@ -1,6 +1,7 @@
 // The colour spaces that a scene names, looked up.
 #pragma once
 
+#include <filesystem>
 #include <string_view>
 
 #include "zelk/color/color_config.h"
@@ -11,6 +12,9 @@ namespace zelk {
 /// The scene's configuration, else that of $OCIO, else the built-in names; those too for a raw
 /// scene, and with isBuiltIn. Throws an input error for one that can't be read.
 ColorConfig colorConfigOf(Scene const& scene);
+
+/// The file that it is read from; empty for the built-in names.
+std::filesystem::path colorConfigFile(Scene const& scene);
 
 /// Why that one can't be read, the sentence of colorConfigOf; empty where it can.
 std::string colorConfigFault(Scene const& scene);

@@ -283,12 +283,8 @@ enum class TrackFiles { kNeeded, kMayLack };
 
 TrackUse readTrackUse(ScenePath const& file, TrackedPins pins, TrackReading const& reading,
                       TrackFiles files) {
-    try {
-        return readTrackUse(file, pins, reading);
-    } catch (UserError const& error) {
-        if (files == TrackFiles::kNeeded) throw;
-        return {file, pins, nullptr, {}, reading, error.what()};
-    }
+    if (files == TrackFiles::kNeeded) return readTrackUse(file, pins, reading);
+    return readTrackUseToEdit(file, pins, reading);
 }
 
 /// At most one for each kind of pins, whose file is read now.

@@ -101,6 +101,7 @@ struct TrackUse {
     /// Of a file that could not be read, for who edits its scene (readSceneToEdit): why. There is
     /// then no track, and no frame can be rendered.
     std::string fault = {};
+    std::string stamp = {};  ///< stampOf the file as it was read
 
     std::string name() const { return file.path().string(); }
 };

@@ -7,6 +7,7 @@
 #include <iterator>
 #include <utility>
 
+#include "zelk/files/file_stamp.h"
 #include "zelk/files/frame_names.h"
 #include "zelk/files/text_file.h"
 #include "zelk/scene/refusal.h"
@@ -149,6 +150,7 @@ TrackUse readTrackUse(ScenePath const& file, TrackedPins pins, TrackReading cons
                       std::string const& editPrefix) {
     std::string const prefix = editPrefix + "track-";
     std::string const name = file.path().string();
+    std::string stamp = stampOf(name);
     std::string text = readTextFile(name, "a tracking", kLargestTrackFile);
     ReadTrackOptions how;
     how.format = reading.format;
@@ -161,7 +163,16 @@ TrackUse readTrackUse(ScenePath const& file, TrackedPins pins, TrackReading cons
     if (isChanged) applyReading(name, prefix, reading, *track);
     requireImportable(name, *track);
     if (isChanged || track->format != trackFormats().front().name) text.clear();
-    return {file, pins, std::move(track), std::move(text), reading};
+    return {file, pins, std::move(track), std::move(text), reading, {}, std::move(stamp)};
+}
+
+TrackUse readTrackUseToEdit(ScenePath const& file, TrackedPins pins, TrackReading const& reading) {
+    std::string stamp = stampOf(file.path());
+    try {
+        return readTrackUse(file, pins, reading);
+    } catch (UserError const& error) {
+        return {file, pins, nullptr, {}, reading, error.what(), std::move(stamp)};
+    }
 }
 
 void requireRead(TrackUse const& use) {

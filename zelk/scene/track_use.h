@@ -15,6 +15,9 @@ namespace zelk {
 TrackUse readTrackUse(ScenePath const& file, TrackedPins pins, TrackReading const& reading = {},
                       std::string const& editPrefix = "");
 
+/// One that can't be read is kept by its name and TrackUse::fault.
+TrackUse readTrackUseToEdit(ScenePath const& file, TrackedPins pins, TrackReading const& reading);
+
 /// Throws an input error for one that has no track.
 void requireRead(TrackUse const& use);
 

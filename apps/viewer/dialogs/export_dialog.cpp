@@ -103,7 +103,6 @@ void ExportDialog::makeForm(QFormLayout& form) {
     connect(m_output, &QLineEdit::textChanged, this, &ExportDialog::showFields);
     auto* const line = new QHBoxLayout;
     m_output->setAccessibleName("Output");
-    m_output->setToolTip("The picture, numbered pictures or movie; its extension is the format");
     line->addWidget(m_output, 1);
     line->addWidget(browse);
     form.addRow("Output", line);
@@ -152,7 +151,7 @@ void ExportDialog::nameOwnChoices() {
 /// stays where the scene has none of its own.
 void ExportDialog::settle() {
     Document const& document = *m_services.document;
-    std::string const output = document.scene().outputPath().lexically_normal().string();
+    std::string const output = exportedFile(document.scene(), {}).string();
     bool const isOther = std::exchange(m_opened, document.opened()) != document.opened();
     bool const isTyped = m_output->text() != QString::fromStdString(m_sceneOutput);
     if ((isOther || output != m_sceneOutput) && !(output.empty() && isTyped))
@@ -163,6 +162,7 @@ void ExportDialog::settle() {
     m_defaultFrames = framesByDefault();
     if (isOther || !wasTyped) m_frames->setText(m_defaultFrames);
     m_frames->setPlaceholderText(m_defaultFrames.isEmpty() ? "the one there is" : m_defaultFrames);
+    showFields();
 }
 
 void ExportDialog::follow() {
@@ -295,9 +295,12 @@ void ExportDialog::makeRoom() {
 
 QString ExportDialog::said() const { return m_said->text(); }
 
-/// A scene that was saved meanwhile can be written as a command.
+/// A scene that was saved meanwhile can be written as a command, and may lie elsewhere.
 bool ExportDialog::event(QEvent* event) {
-    if (event->type() == QEvent::WindowActivate) lookAgain();
+    if (event->type() == QEvent::WindowActivate) {
+        showFields();
+        lookAgain();
+    }
     return QDialog::event(event);
 }
 
@@ -331,8 +334,8 @@ bool ExportDialog::isRunning() const { return m_job && m_job->state().isRunning;
 void ExportDialog::reject() { hide(); }
 
 void ExportDialog::askOutput() {
-    QString const file =
-        m_services.questions.fileToSave("Export To", m_output->text(), pictureFilter());
+    auto const now = exportedFile(m_services.document->scene(), edits());
+    QString const file = m_services.questions.fileToSave("Export To", textOf(now), pictureFilter());
     if (!file.isEmpty()) m_output->setText(file);
 }
 
@@ -345,8 +348,11 @@ void ExportDialog::copyCommand() {
     tell("Copied: " + QString::fromStdString(text.line));
 }
 
-/// A codec is a movie's.
+/// A codec is a movie's. The tooltip has the full path, which the project's folder is part of.
 void ExportDialog::showFields() {
+    QString const file = textOf(exportedFile(m_services.document->scene(), edits()));
+    m_output->setToolTip("The picture, numbered pictures or movie; its extension is the format" +
+                         (file.isEmpty() ? "" : "\n" + file));
     bool const isMovie = containerOf(pathOf(m_output->text().trimmed())) != nullptr;
     m_codec->setEnabled(isMovie);
     m_quality->setEnabled(isMovie);
@@ -363,7 +369,8 @@ void ExportDialog::showState() {
     m_text->setVisible(m_job != nullptr);
     m_bar->setRange(0, std::max(state.count, runs ? 0 : 1));
     m_bar->setValue(runs || state.count > 0 ? state.ended : 0);
-    m_text->setText(QString::fromStdString(state.text()));
+    std::string const place = runs || state.file.empty() ? "" : "\n" + state.place();
+    m_text->setText(QString::fromStdString(state.text() + place));
     QStringList lines;
     for (ExportFailure const& failure : state.failures) lines.append(failureText(failure));
     for (std::string const& warning : state.warnings)

@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "apps/viewer/model/scene_inputs.h"
 #include "zelk/files/absolute_path.h"
 #include "zelk/movies/codecs.h"
 #include "zelk/scene/as_edits.h"
@@ -24,9 +25,7 @@ namespace {
 
 using Edits = std::vector<MadeEdit>;
 
-std::string absoluteText(fs::path const& path) {
-    return absolutePath(path).lexically_normal().string();
-}
+std::string absoluteText(fs::path const& path) { return plainPath(path).string(); }
 
 /// An edit as words of the command line, after a blank each.
 std::string wordsOf(MadeEdit const& edit) {
@@ -76,9 +75,9 @@ std::string stillName(Document const& document) {
 }
 
 Edits exportEdits(Scene const& scene, ExportEdits const& asked) {
-    std::string const output = asked.output.empty() ? scene.outputPath().string() : asked.output;
+    std::string const output = exportedFile(scene, asked).string();
     std::string const frames = asked.frames.empty() ? scene.frames.value_or("") : asked.frames;
-    Edits edits = {{"output", output.empty() ? "" : absoluteText(output)}};
+    Edits edits = {{"output", output}};
     if (!frames.empty()) edits.push_back({"frames", frames});
     bool const isMovie = containerOf(output) != nullptr;
     auto const codec = asked.codec ? asked.codec : scene.codec;
@@ -105,6 +104,10 @@ CommandText renderCommandOf(Document const& document) {
     bool const isStill = !isSequence(scene) && document.frame() == document.firstFrame();
     if (!isStill) text.line += wordsOf({"frames", std::to_string(document.frame())});
     return text;
+}
+
+fs::path exportedFile(Scene const& scene, ExportEdits const& asked) {
+    return plainPath(asked.output.empty() ? scene.outputPath() : typedPath(scene, asked.output));
 }
 
 CommandText exportCommandOf(Document const& document, ExportEdits const& asked) {

@@ -1,6 +1,7 @@
 // The `zelk` line that renders what the viewer shows, for a shell in any folder.
 #pragma once
 
+#include <filesystem>
 #include <optional>
 #include <string>
 
@@ -24,6 +25,8 @@ struct ExportEdits {
     std::optional<std::string> codec, quality, channels, depth;
     bool skipsExisting = false, isShared = false;
 };
+/// Its output's full path, by typedPath; empty where there is none.
+std::filesystem::path exportedFile(Scene const& scene, ExportEdits const& edits);
 CommandText exportCommandOf(Document const& document, ExportEdits const& edits);
 /// The scene that it renders. Throws what edits refuse.
 Scene exportedScene(Document const& document, ExportEdits const& edits);

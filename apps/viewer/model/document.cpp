@@ -5,8 +5,10 @@
 #include <atomic>
 #include <utility>
 
+#include "apps/viewer/model/file_stamps.h"
 #include "apps/viewer/model/moved_scene.h"
 #include "apps/viewer/model/tracks_again.h"
+#include "zelk/files/absolute_path.h"
 #include "zelk/render/frame_stages.h"
 #include "zelk/render/host_errors.h"
 #include "zelk/render/setup.h"
@@ -54,7 +56,8 @@ std::uint64_t Document::nextNumber() {
 
 // --- Files
 
-void Document::open(std::filesystem::path const& project) {
+void Document::open(std::filesystem::path const& name) {
+    auto const project = plainPath(name);
     auto const sum = sumOfProject(project);  // before it is read: a later change is then seen
     Scene scene = readSceneToEdit(project);
     checkSceneToEdit(scene);
@@ -63,6 +66,7 @@ void Document::open(std::filesystem::path const& project) {
 }
 
 void Document::start(Scene scene) {
+    scene.file = plainPath(scene.file);
     if (!scene.hasComp) settleNewComp(scene, scene.size);
     checkSceneToEdit(scene);
     int const first = scene.comp.startFrame;
@@ -72,6 +76,7 @@ void Document::start(Scene scene) {
 void Document::recover(Scene scene, std::filesystem::path file, std::optional<FileSum> seen) {
     checkSceneToEdit(scene);
     int const first = scene.comp.startFrame;
+    file = plainPath(file);
     if (!seen) seen = sumOfProject(file);
     adopt(std::move(scene), {std::move(file), seen, false}, first);
 }
@@ -97,6 +102,7 @@ void Document::adopt(Scene scene, Origin origin, int frame, bool settles) {
 }
 
 void Document::openStages(Scene const& scene, int frame) {
+    std::string files = openedStamps(scene);
     RunOptions run;
     run.isForEdit = true;
     auto stages = std::make_unique<FrameStages>(scene, run);
@@ -108,21 +114,16 @@ void Document::openStages(Scene const& scene, int frame) {
     m_defaults =
         defaultsOf(scene, stages->host().parameters(), stages->layerSize(), stages->frameSize());
     m_colors = colorsAtHand(scene);
+    m_files = std::move(files);
     m_session = std::move(session);  // before the host that it works on goes
     m_stages = std::move(stages);
     m_overlayMode.reset();
+    m_invertedSize = {};
 }
 
 void Document::readColorsAgain() {
     openStages(scene(), m_frame);
-    State const before = m_now;
-    bool const wasSaved = !isModified();
-    m_now.structure = nextNumber();
-    m_now.revision = nextNumber();
-    if (wasSaved) m_savedRevision = m_now.revision;
-    for (Step& step : m_steps)
-        for (State* const state : {&step.before, &step.after})
-            if (state->revision == before.revision) *state = m_now;
+    ++m_reloads;
     tell({true, true, true, true});
 }
 
@@ -133,7 +134,8 @@ void Document::save() {
 
 void Document::saveAs(std::filesystem::path const& project) { saveTo(project, true); }
 
-void Document::saveTo(std::filesystem::path const& project, bool mayReplace) {
+void Document::saveTo(std::filesystem::path const& name, bool mayReplace) {
+    auto const project = plainPath(name);
     writeScene(scene(), project, mayReplace);
     if (scene().file != project) {
         MovedScenes moved(project);
@@ -175,10 +177,10 @@ bool Document::hasFileChanged() const {
 // --- The scene
 
 SceneSnapshot Document::snapshot() const {
-    // Other files make other pictures of the same scene, and of all that undo leads to.
+    // Other files and colours make other pictures of the same scene, and of all that undo leads to.
     std::uint64_t const again = m_reloads << 40;
-    return {m_now.scene, m_now.structure + again, m_now.revision + again, m_frame,
-            m_colors.areBuiltIn};
+    return {m_now.scene, m_now.structure + again, m_now.revision + again,
+            m_frame,     m_colors.areBuiltIn,     m_files};
 }
 
 PixelSize Document::layerSize() const { return m_stages->layerSize(); }

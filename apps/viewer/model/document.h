@@ -54,6 +54,7 @@ struct SceneSnapshot {
     std::uint64_t revision = 0;  ///< of any two scenes of a process another one
     int frame = 0;
     bool hasBuiltInColors = false;  ///< ColorsAtHand::areBuiltIn
+    std::string files = {};  ///< openedStamps (file_stamps.h), of its structure or from before
 };
 
 /// What can be said of the scene's colours on this machine.
@@ -74,7 +75,7 @@ public:
 
     /// A project, whose pictures and tracks may be missing (scene_inputs.h). What is open is
     /// closed, saved or not: who calls has asked.
-    void open(std::filesystem::path const& project);
+    void open(std::filesystem::path const& name);
     /// A scene without a file of its own, such as a picture with nothing else. A scene without a
     /// composition gets that of its inputs. Its `file` is kept for names that start there.
     void start(Scene scene);
@@ -91,7 +92,7 @@ public:
     bool isOpen() const { return m_stages != nullptr; }
     /// Which of those that were opened one after the other; 0 before the first.
     int opened() const { return m_opened; }
-    /// Empty for a scene that was never saved.
+    /// Its full path; empty for a scene that was never saved.
     std::filesystem::path const& file() const { return m_file; }
     /// The file as it was read, or saved last; nothing where it was not there.
     std::optional<FileSum> const& fileSum() const { return m_fileSum; }
@@ -217,7 +218,7 @@ private:
     bool takeNumbers(std::string name, Scene scene);
     bool takeValues(std::string name, std::function<bool()> const& act);
     bool step(bool isUndo);
-    void saveTo(std::filesystem::path const& project, bool mayReplace);
+    void saveTo(std::filesystem::path const& name, bool mayReplace);
     void tell(DocumentChange const& change) const;
     Host& host() const;
     void holdOverlayMode();
@@ -228,6 +229,7 @@ private:
     std::unique_ptr<EditSession> m_session;
     std::vector<Parameter> m_defaults;
     ColorsAtHand m_colors;
+    std::string m_files;  ///< that the stages opened (openedStamps)
     State m_now;
     std::uint64_t m_savedRevision = 0;
     std::uint64_t m_reloads = 0;

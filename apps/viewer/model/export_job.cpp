@@ -9,6 +9,7 @@
 #include <set>
 #include <utility>
 
+#include "zelk/movies/writer.h"
 #include "zelk/scene/inputs.h"
 #include "zelk/sequence/render_frames.h"
 #include "zelk/sequence/schedule.h"
@@ -60,6 +61,11 @@ std::string ExportState::text() const {
     if (!isStopped && untried() > 0) result += fmt::format(", {} not tried", untried());
     if (isStopped) result += ", cancelled";
     return result;
+}
+
+std::string ExportState::place() const {
+    bool const isOne = written < 2 || isMovieName(file);
+    return isOne ? file : std::filesystem::path(file).parent_path().string();
 }
 
 /// The frame that ends a run is not counted as ended.

@@ -39,6 +39,8 @@ struct ExportState {
     int untried() const;
     /// "12 of 48 frames, 0:05 left", "48 frames written, 1 failed"
     std::string text() const;
+    /// The file that was written, or the folder of several; empty for none.
+    std::string place() const;
 };
 
 /// How many of the files that a scene's export writes are there already. Throws where one of them

@@ -1,10 +1,13 @@
 // See file_stamps.h.
 #include "apps/viewer/model/file_stamps.h"
 
-#include <fmt/format.h>
+#include <filesystem>
+#include <vector>
 
+#include "zelk/files/file_stamp.h"
 #include "zelk/files/frame_names.h"
 #include "zelk/inputs/input_files.h"
+#include "zelk/scene/color_names.h"
 #include "zelk/text/errors.h"
 
 namespace zelk {
@@ -13,35 +16,51 @@ namespace fs = std::filesystem;
 
 namespace {
 
-fs::path pictureAt(fs::path const& name, int frame) {
+fs::path pictureAt(fs::path const& pattern, int frame) {
     try {
-        return isPattern(name) ? SequenceName(name.string()).pathOf(frame) : name;
+        return SequenceName(pattern.string()).pathOf(frame);
     } catch (UserError const&) {
-        return name;
+        return pattern;
     }
 }
 
-}  // namespace
-
-std::string stampOf(fs::path const& file) {
-    std::error_code fault;
-    std::string const name = file.lexically_normal().string();  // one, wherever the project lies
-    auto const changed = fs::last_write_time(file, fault).time_since_epoch().count();
-    if (fault) return name + " -\n";
-    return fmt::format("{} {} {}\n", name, changed, fs::file_size(file, fault));
-}
-
-std::string fileStamps(Scene const& scene, int frame) {
+std::vector<fs::path> picturesOf(Scene const& scene, bool areNumbered) {
     SceneInput const* const inputs[] = {&scene.layer, scene.plate ? &*scene.plate : nullptr,
                                         scene.matte ? &scene.matte->file : nullptr,
                                         scene.holdout ? &scene.holdout->file : nullptr,
                                         scene.stMap ? &*scene.stMap : nullptr};
-    std::string all;
+    std::vector<fs::path> names;
     for (SceneInput const* const input : inputs)
-        if (input && !input->buffer) all += stampOf(pictureAt(input->file.path(), frame));
-    for (TrackUse const& use : scene.tracks) all += stampOf(use.file.path());
-    if (scene.color.config) all += stampOf(scene.color.config->path());
+        if (input && !input->buffer && isPattern(input->file.path()) == areNumbered)
+            names.push_back(input->file.path());
+    return names;
+}
+
+std::string numberedStamps(Scene const& scene, int frame) {
+    std::string all;
+    for (fs::path const& name : picturesOf(scene, true)) all += stampOf(pictureAt(name, frame));
     return all;
+}
+
+}  // namespace
+
+std::string openedStamps(Scene const& scene) {
+    std::string all;
+    for (fs::path const& name : picturesOf(scene, false)) all += stampOf(name);
+    fs::path const config = colorConfigFile(scene);
+    return config.empty() ? all : all + stampOf(config);
+}
+
+std::string usedStamps(Scene const& scene, int frame, std::string const& opened) {
+    std::string all = opened;
+    for (TrackUse const& use : scene.tracks) all += use.stamp;
+    return all + numberedStamps(scene, frame);
+}
+
+std::string fileStamps(Scene const& scene, int frame) {
+    std::string all = openedStamps(scene);
+    for (TrackUse const& use : scene.tracks) all += stampOf(use.file.path());
+    return all + numberedStamps(scene, frame);
 }
 
 }  // namespace zelk

@@ -2,18 +2,22 @@
 // was rendered with, its picture is old.
 #pragma once
 
-#include <filesystem>
 #include <string>
 
 #include "zelk/scene/scene.h"
 
 namespace zelk {
 
-/// Name, time and size of a file, or that it is not there; a line.
-std::string stampOf(std::filesystem::path const& file);
-/// A line for each file: pictures by the frame's number, tracks, the colour configuration. What
-/// stands for a numbered picture that is not there, and files that a configuration names, are not
-/// among them.
+/// As they are now, a line for each file: pictures by the frame's number, tracks, the colour
+/// configuration. What stands for a numbered picture that is not there, and files that a
+/// configuration names, are not among them.
 std::string fileStamps(Scene const& scene, int frame);
+
+/// Those that are opened once for all frames: movies, single pictures, the colour configuration.
+/// To be taken before they are opened.
+std::string openedStamps(Scene const& scene);
+/// What a frame is made of that is rendered from now on, with those `opened`: tracks as they were
+/// read, numbered pictures as they are now.
+std::string usedStamps(Scene const& scene, int frame, std::string const& opened);
 
 }  // namespace zelk

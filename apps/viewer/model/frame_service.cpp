@@ -175,15 +175,17 @@ void FrameService::serve(std::unique_lock<std::mutex>& lock, Wish const& wish, b
 }
 
 void FrameService::settle(SceneSnapshot const& scene) {
-    if (scene.revision == m_revision) return;
+    bool const isSame = scene.structure == m_structure && scene.files == m_files;
+    if (isSame && scene.revision == m_revision) return;
     Scene shown = *scene.scene;
     shown.color.isBuiltIn = scene.hasBuiltInColors;
-    if (scene.structure == m_structure)
+    if (isSame)
         m_renderer.setValues(std::move(shown));
     else
         m_renderer.setScene(std::move(shown));
     m_structure = scene.structure;
     m_revision = scene.revision;
+    m_files = scene.files;
 }
 
 /// Null for one that was stopped.
@@ -192,7 +194,7 @@ std::shared_ptr<ShownFrame> FrameService::made(Wish const& wish) {
     result->revision = wish.scene.revision;
     result->frame = wish.scene.frame;
     result->view = wish.view;
-    result->files = fileStamps(*wish.scene.scene, wish.scene.frame);  // before they are read
+    result->files = usedStamps(*wish.scene.scene, wish.scene.frame, wish.scene.files);
     PictureView const& view = wish.view;
     bool const wantsStored =
         view.shows == ShownPicture::kFrame && view.reduce == 1 && !view.isDraft;

@@ -23,18 +23,28 @@ ControlRow rowOf(InputKind kind, int level) {
 InputControl::InputControl(Document& document, InputKind kind, int level)
     : PanelControl(document, rowOf(kind, level)), m_kind(kind) {}
 
-ControlState InputControl::state() const {
+SceneInput const* InputControl::input() const {
     Scene const& scene = document().scene();
-    bool const isLayer = m_kind == InputKind::kLayer;
+    if (m_kind == InputKind::kLayer) return &scene.layer;
+    return scene.plate ? &*scene.plate : nullptr;
+}
+
+ControlState InputControl::state() const {
+    SceneInput const* const own = input();
     ControlState state;
-    state.fields = {isLayer ? scene.layer.name() : scene.plate ? scene.plate->name() : ""};
-    state.isDefault = isLayer || !scene.plate;
+    state.fields = {!own ? "" : own->buffer ? own->name() : own->file.written};
+    state.isDefault = m_kind == InputKind::kLayer || !own;
     return state;
 }
 
+std::filesystem::path InputControl::file() const {
+    return input() ? fullPath(input()->file) : std::filesystem::path();
+}
+
 void InputControl::type(int, std::string const& text) {
-    std::string const file(trimmed(text));
-    if (file.empty()) return reset();
+    std::string const plain(trimmed(text));
+    if (plain.empty()) return reset();
+    auto const file = typedPath(document().scene(), plain);
     PixelSize const frame = document().frameSize();
     document().change("Set " + row().label,
                       [&](Scene& scene) { setInput(scene, m_kind, file, frame); });

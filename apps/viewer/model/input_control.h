@@ -12,12 +12,16 @@ public:
     InputControl(Document& document, InputKind kind, int level);
 
     ControlState state() const override;
+    std::filesystem::path file() const override;
     /// An empty name is reset.
     void type(int field, std::string const& text) override;
     /// No plate: the frame keeps its size. A scene has a layer always.
     void reset() override;
 
 private:
+    /// Null for no plate.
+    SceneInput const* input() const;
+
     InputKind m_kind;
 };
 

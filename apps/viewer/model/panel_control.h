@@ -9,6 +9,7 @@
 // They throw a UserError for what can't be, with everything as it was.
 #pragma once
 
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -77,6 +78,9 @@ public:
     virtual ControlState state() const = 0;
     /// A field's text where it is to be typed: with all digits that count.
     virtual std::string typedText(int field) const { return state().fields.at(std::size_t(field)); }
+
+    /// The full path of a file; empty where there is none.
+    virtual std::filesystem::path file() const { return {}; }
 
     virtual void type(int, std::string const&) {}
     /// Adds `steps` of the row's, kept in range.

@@ -30,7 +30,7 @@ void RecentFiles::read() {
 }
 
 void RecentFiles::add(fs::path const& file) {
-    fs::path const own = absolutePath(file).lexically_normal();
+    fs::path const own = plainPath(file);
     if (own.string().find('\n') != std::string::npos) return;
     read();
     std::erase(m_list, own);

@@ -174,6 +174,12 @@ std::string SceneControl::typedText(int field) const {
     return parts().at(static_cast<std::size_t>(field));
 }
 
+std::filesystem::path SceneControl::file() const {
+    Scene scene = document().scene();
+    ScenePath const* const file = m_setting.file ? m_setting.file(scene) : nullptr;
+    return file ? fullPath(*file) : std::filesystem::path();
+}
+
 void SceneControl::set(std::string const& text) {
     Scene wanted = document().scene();
     if (text.empty())
@@ -209,9 +215,8 @@ void SceneControl::set(std::string const& text) {
 
 void SceneControl::type(int field, std::string const& text) {
     std::string const plain(trimmed(text));
-    // Names start at the project's folder, as the one that is shown does.
     if (row().kind == ControlKind::kFile && !plain.empty())
-        return set((document().scene().file.parent_path() / plain).string());
+        return set(typedPath(document().scene(), plain).string());
     if (row().kind != ControlKind::kNumber) return set(plain);
     std::string joined;
     std::vector<std::string> all = parts();

@@ -18,6 +18,7 @@ public:
 
     ControlState state() const override;
     std::string typedText(int field) const override;
+    std::filesystem::path file() const override;
     void type(int field, std::string const& text) override;
     void step(int field, double steps) override;
     void choose(int position) override;

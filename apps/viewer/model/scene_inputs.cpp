@@ -124,6 +124,14 @@ ScenePath pathIn(Scene const& scene, fs::path const& file) {
     return {pathFrom(folder, file, true), folder};
 }
 
+fs::path fullPath(ScenePath const& path) {
+    return path.written.empty() ? fs::path() : plainPath(path.path());
+}
+
+fs::path typedPath(Scene const& scene, std::string const& text) {
+    return scene.file.parent_path() / text;
+}
+
 void setInput(Scene& scene, InputKind kind, fs::path const& file, PixelSize frame) {
     TrackUse const* const former = trackOf(scene, kind);
     TrackReading const reading = isTrack(kind) && former ? former->reading : TrackReading();

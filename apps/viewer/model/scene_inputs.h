@@ -22,6 +22,12 @@ bool isTrack(InputKind kind);
 /// The file as it would be written in the scene's project: relative to its folder where it can be.
 ScenePath pathIn(Scene const& scene, std::filesystem::path const& file);
 
+/// Empty for a picture in memory.
+std::filesystem::path fullPath(ScenePath const& path);
+/// A name that is typed starts at the project's folder, as those that are shown do; of a scene that
+/// was never saved, at the working folder.
+std::filesystem::path typedPath(Scene const& scene, std::string const& text);
+
 /// Makes a file one of the scene's inputs; a matte keeps its channel, a track how it is read. A
 /// plate gives its size to a composition that has the frame's, and its frames to one of a single
 /// frame; `frame` is the frame's size before. Throws what edits refuse.

@@ -4,7 +4,6 @@
 #include <algorithm>
 
 #include "zelk/scene/track_use.h"
-#include "zelk/text/errors.h"
 
 namespace zelk {
 
@@ -23,11 +22,7 @@ TrackUse const& TracksAgain::read(TrackUse const& former) {
                use.reading == former.reading;
     });
     if (found != m_uses.end()) return *found;
-    try {
-        m_uses.push_back(readTrackUse(former.file, former.pins, former.reading));
-    } catch (UserError const& error) {
-        m_uses.push_back({former.file, former.pins, nullptr, {}, former.reading, error.what()});
-    }
+    m_uses.push_back(readTrackUseToEdit(former.file, former.pins, former.reading));
     return m_uses.back();
 }
 

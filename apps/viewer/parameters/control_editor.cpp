@@ -207,9 +207,9 @@ void ControlEditor::askForColor() {
 
 void ControlEditor::askForFile() {
     bool const isConfig = m_control.row().name == "scene ocio";
-    QString const file =
-        askFileToOpen(window(), QString::fromStdString(m_control.row().label),
-                      isConfig ? kConfigFilter : pictureFilter(), m_fields.front()->text());
+    QString const file = askFileToOpen(window(), QString::fromStdString(m_control.row().label),
+                                       isConfig ? kConfigFilter : pictureFilter(),
+                                       QString::fromStdString(m_control.file().string()));
     if (!file.isEmpty()) m_run([&] { m_control.type(0, file.toStdString()); });
 }
 

@@ -65,10 +65,14 @@ TEST_F(ColorTest, AConfigurationThatCannotBeReadClosesNothing) {
     document().undo();
     document().undo();
     EXPECT_FALSE(document().isModified());
+    std::uint64_t const former = document().snapshot().revision;
+    makeChange();
     qunsetenv("OCIO");
     EXPECT_TRUE(window->notices().press("colour", "Try Again"));
     EXPECT_EQ(notice(), "");
+    document().undo();
     EXPECT_FALSE(document().isModified());
+    EXPECT_NE(document().snapshot().revision, former);  // no picture in those colours is shown
 }
 
 TEST_F(ColorTest, NamesOfAnUnreadConfigurationFailAsTheyRender) {

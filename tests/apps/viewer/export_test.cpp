@@ -13,6 +13,7 @@
 #include "apps/viewer/timeline_panel.h"
 #include "apps/viewer/timeline_view.h"
 #include "tests/apps/viewer/files_fixture.h"
+#include "zelk/movies/writer.h"
 #include "zelk/render/frame_renderer.h"
 #include "zelk/scene/as_edits.h"
 #include "zelk/scene/edits.h"
@@ -50,7 +51,7 @@ protected:
 TEST_F(ExportTest, WritesTheFilesOfItsCommand) {
     for (char const* output : {"o.##.png", "o.mov"}) {
         dialog();
-        type("Output", path(output));
+        type("Output", output);  // starts at the project's folder
         type("Frames", "3-5");
         pressIn("Copy as Command");
         pressIn("Export");
@@ -58,6 +59,8 @@ TEST_F(ExportTest, WritesTheFilesOfItsCommand) {
         EXPECT_EQ(state.written, 3);
         EXPECT_TRUE(state.failures.empty()) << state.failures.front().message;
         EXPECT_EQ(state.text(), "3 frames written");
+        fs::path const last = folder.at(output);
+        EXPECT_EQ(state.place(), isMovieName(output) ? last : last.parent_path());
         std::vector<std::string> const files =
             std::string(output) == "o.mov" ? std::vector<std::string>{"o.mov"}
                                            : std::vector<std::string>{"o.03.png", "o.05.png"};
@@ -174,6 +177,7 @@ TEST_F(ExportTest, AnOpenDialogFollowsTheScene) {
 }
 
 TEST_F(ExportTest, SavingElsewhereReplacesNothingThatIsTyped) {
+    document().open(fs::relative(folder.at("move.zelk.json")));
     document().change("Output",
                       [&](Scene& scene) { scene.output = pathIn(scene, folder.at("own.mov")); });
     document().save();
@@ -183,6 +187,31 @@ TEST_F(ExportTest, SavingElsewhereReplacesNothingThatIsTyped) {
     names = {path("shot/moved.zelk.json")};
     press("File/Save As\u2026");
     EXPECT_EQ(dialog().edits().output, path("typed.mov").toStdString());
+}
+
+/// The project is opened by a link to its folder.
+TEST_F(ExportTest, StepsUpStartWhereALinkLeads) {
+    fs::create_directories(folder.at("disk/shot"));
+    fs::create_directories(folder.at("disk/plates"));
+    fs::create_directory(folder.at("jobs"));
+    fs::create_directory_symlink("../disk/shot", folder.at("jobs/shot"));
+    fs::copy(folder.at("chelsea.png"), folder.at("disk/plates/l.png"));
+    Scene scene = document().scene();
+    scene.layer.file = {"../plates/l.png", folder.at("disk/shot")};
+    scene.output = ScenePath{"../renders/o.png", folder.at("disk/shot")};
+    writeScene(scene, folder.at("disk/shot/s.zelk.json"), true);
+    window->openFile(path("jobs/shot/s.zelk.json"));
+    EXPECT_EQ(dialog().edits().output, path("disk/renders/o.png").toStdString());
+    EXPECT_NE(exportCommandOf(document(), {}).line.find("disk/renders/o.png"), std::string::npos);
+    type("Output", "../renders/own.png");
+    EXPECT_EQ(exportedScene(document(), dialog().edits()).outputPath(),
+              folder.at("disk/renders/own.png"));
+    for (auto* const field : dialog().findChildren<QLineEdit*>())
+        EXPECT_EQ(field->toolTip().contains(path("disk/renders/own.png")),
+                  field->accessibleName() == "Output");
+    document().saveAs(folder.at("elsewhere.zelk.json"));
+    EXPECT_EQ(document().scene().layer.file.written, "disk/plates/l.png");
+    EXPECT_TRUE(bytesOf(folder.at("elsewhere.zelk.json")).find("\"disk/renders/o.png\"") + 1);
 }
 
 /// The frames that are written are those of the scene from before.

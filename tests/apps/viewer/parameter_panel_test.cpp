@@ -165,7 +165,8 @@ TEST_F(ParameterPanelTest, UnitsAreTakenAndWrongTextsLeaveTheValue) {
 /// Typed ones start there, others become so, as those of the menu do.
 TEST_F(ParameterPanelTest, FilesAreNamedFromTheProjectsFolder) {
     std::string const before = text();
-    for (char const* name : {"scene matte", "scene holdout", "scene st-map"}) {
+    for (char const* name :
+         {"scene layer", "scene plate", "scene matte", "scene holdout", "scene st-map"}) {
         for (std::string const& typed :
              {std::string("rocket.jpg"), WindowTest::folder.at("rocket.jpg").string()}) {
             type(name, typed);
@@ -179,6 +180,10 @@ TEST_F(ParameterPanelTest, FilesAreNamedFromTheProjectsFolder) {
     type("scene matte", "rocket.jpg:R");
     EXPECT_EQ(document().scene().matte->file.file.path(), WindowTest::folder.at("rocket.jpg"));
     EXPECT_EQ(document().scene().matte->channel, "R");
+    for (auto const& control : panelControls(document()))
+        if (control->row().name == "scene matte") {
+            EXPECT_EQ(control->file(), WindowTest::folder.at("rocket.jpg"));
+        }
     // From another place the same files, and new ones from there.
     std::filesystem::create_directory(WindowTest::folder.at("shot"));
     document().saveAs(WindowTest::folder.at("shot/a.zelk.json"));

@@ -56,7 +56,7 @@ TEST_F(ReloadTest, AKeptPictureIsNotShownWhenItsFileIsAnother) {
 
 /// The files are the same ones, whatever folder their names start at.
 TEST_F(ReloadTest, SavingElsewhereKeepsTheFramesThatAreRendered) {
-    window->openFile(path("move.zelk.json"));
+    document().open(fs::relative(folder.at("move.zelk.json")));
     std::string const first = shownAt(1), second = shownAt(2);
     Player& player = window->timeline().player();
     ASSERT_EQ(player.ready({1, 2, 3}), (std::vector{1, 2}));
@@ -123,8 +123,23 @@ TEST_F(ReloadTest, TracksAreReadAgain) {
     EXPECT_FALSE(document().scene().tracks.at(0).track);
     fs::rename(folder.at("away.txt"), folder.at("sign-track.txt"));
     EXPECT_TRUE(QTest::qWaitFor([&] { return window->notices().text("missing").isEmpty(); }));
-    EXPECT_TRUE(document().scene().tracks.at(0).track);
+    auto const track = document().scene().tracks.at(0).track;
+    EXPECT_TRUE(track);
     EXPECT_TRUE(shownAt(1) == before);
+    folder.put("sign-track.txt", bytesOf(folder.at("sign-track.txt")) + "\n");
+    document().change("Duration", [](Scene& scene) { ++scene.comp.durationFrames; });
+    shownAt(3);  // by the track that was read before
+    focus();
+    EXPECT_NE(document().scene().tracks.at(0).track, track);
+}
+
+TEST_F(ReloadTest, AnInvertedScenesFrameHasTheSizeThatItsFilesGiveNow) {
+    window->openFile(path("chelsea.png"));
+    document().change("Invert", [](Scene& scene) { scene.isInverted = true; });
+    PixelSize const before = document().sizeOf(ShownPicture::kFrame);
+    fs::rename(folder.at("rocket.jpg"), folder.at("chelsea.png"));
+    document().reload();
+    EXPECT_NE(document().sizeOf(ShownPicture::kFrame).width, before.width);
 }
 
 TEST_F(ReloadTest, AChangedColourConfigurationCounts) {
@@ -148,6 +163,7 @@ TEST_F(ReloadTest, AChangedColourConfigurationCounts) {
     std::string const before = shownAt(1);
     QTest::qWait(20);  // a time of its own
     put("3, 3, 3");
+    shownAt(2);  // in the colours that were opened
     focus();
     std::string const now = shownAt(1);
     EXPECT_TRUE(now != before);
