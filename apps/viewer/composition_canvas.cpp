@@ -57,7 +57,7 @@ void CompositionCanvas::hear(DocumentChange const& change) {
     if (change.inputs) turnToPins();
     // No frame comes to renew what was said of the former one.
     if (change.inputs || (change.values && m_warningsOf != 0)) holdPlace(false);
-    bool const isSized = change.values && m_document.scene().isInverted;
+    bool const isSized = (change.values || change.state) && m_document.scene().isInverted;
     if (change.inputs || isSized) settleMap();
     if (change.inputs || change.values || change.frame) {
         ask(m_document.isActing());
@@ -213,6 +213,7 @@ ShownImage CompositionCanvas::imageOf(SharedFrame const& frame, PixelLook const&
 void CompositionCanvas::remakeImages() {
     m_image = imageOf(m_shown, m_look.pixels);
     PixelLook beside = m_look.pixels;
+    beside.backdrop = backdrop();
     if (beside.backdrop == Backdrop::kPlate) beside.backdrop = Backdrop::kBlack;
     bool const isSame = besidePicture() == m_look.shows;
     m_besideImage = imageOf(isSame ? m_shown : m_beside, beside);

@@ -46,6 +46,7 @@ void FileWatch::look() {
 }
 
 void FileWatch::lookForMissing() {
+    if (m_services.document->isActing()) return;
     if (!m_services.notices->text("missing").isEmpty() && areOthers()) reload();
 }
 

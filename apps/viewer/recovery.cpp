@@ -138,7 +138,7 @@ void Recovery::recover(fs::path const& abandoned) {
         m_files.recover(std::move(handed));
     } catch (...) {  // memory may be short
         if (isOwn) m_autosave.giveBack(abandoned);
-        follow();  // what was open stays, and is saved by itself as before
+        follow();  // what is open is saved by itself as before
         offer();
         throw;
     }

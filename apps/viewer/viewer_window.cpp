@@ -315,7 +315,7 @@ void ViewerWindow::showExport() {
             return std::pair(playback.in(), playback.out());
         };
         m_export = new ExportDialog(m_services, marked, this);
-        connect(&m_timeline->player(), &Player::changed, m_export, &ExportDialog::follow);
+        connect(&m_timeline->player(), &Player::changed, m_export, &ExportDialog::followRange);
         statusBar()->insertPermanentWidget(1, new ExportStatus(*m_export, this));
     }
     m_export->bring();

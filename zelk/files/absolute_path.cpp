@@ -42,7 +42,8 @@ fs::path plainPath(fs::path const& path) {
         rest /= part;
         if (part == "..") climb /= std::exchange(rest, {});
     }
-    if (climb.empty()) return full;
+    std::error_code fault;
+    if (climb.empty() || !fs::exists(climb, fault)) return full;
     fs::path const there = canonicalPath(climb);
     bool const isByNames = there == canonicalPath(climb.lexically_normal());
     return (isByNames ? full : there / rest).lexically_normal();

@@ -11,7 +11,8 @@ namespace zelk {
 std::filesystem::path absolutePath(std::filesystem::path const& path);
 
 /// Absolute, without steps up, and of the same file: where a step up leaves a linked folder, the
-/// path goes on from where the link leads; elsewhere links stay in it. Empty for an empty one.
+/// path goes on from where the link leads; elsewhere links stay in it. Steps up stay where they
+/// leave a folder that is not there. Empty for an empty one.
 std::filesystem::path plainPath(std::filesystem::path const& path);
 
 /// Where links and steps up lead, as far as the path is there, without a slash at the end.

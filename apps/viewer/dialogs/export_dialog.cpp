@@ -169,6 +169,10 @@ void ExportDialog::follow() {
     if (isVisible() && !isRunning()) settle();
 }
 
+void ExportDialog::followRange() {
+    if (framesByDefault() != m_defaultFrames) follow();
+}
+
 void ExportDialog::bring() {
     if (!isRunning()) settle();
     lookAgain();
@@ -369,8 +373,8 @@ void ExportDialog::showState() {
     m_text->setVisible(m_job != nullptr);
     m_bar->setRange(0, std::max(state.count, runs ? 0 : 1));
     m_bar->setValue(runs || state.count > 0 ? state.ended : 0);
-    std::string const place = runs || state.file.empty() ? "" : "\n" + state.place();
-    m_text->setText(QString::fromStdString(state.text() + place));
+    std::string const place = runs ? "" : state.place();
+    m_text->setText(QString::fromStdString(state.text() + (place.empty() ? "" : "\n" + place)));
     QStringList lines;
     for (ExportFailure const& failure : state.failures) lines.append(failureText(failure));
     for (std::string const& warning : state.warnings)

@@ -36,8 +36,10 @@ public:
     /// Shows it. Output and frames are the scene's own where these are others than before; else
     /// all fields are as they were left.
     void bring();
-    /// The scene, or the part that is marked, is another one: as bring, while it is shown.
+    /// The scene is another one: as bring, while the dialog is shown.
     void follow();
+    /// So may be the part that is marked; cheap for who says so often.
+    void followRange();
     ExportEdits edits() const;
     void start();
     bool mayReplace(Scene const& scene, RunOptions& run);

@@ -102,7 +102,7 @@ void Autosave::giveBack(fs::path const& abandoned) {
     wait();
     std::error_code fault;
     fs::rename(m_file, abandoned, fault);
-    m_isThere = m_isThere && fault;
+    m_isThere = false;  // where it can't be given back, it is left for the next viewer to find
 }
 
 std::vector<fs::path> abandonedScenes(fs::path const& folder) {

@@ -189,6 +189,7 @@ PixelSize Document::sizeOf(ShownPicture picture) const {
     if (picture == ShownPicture::kLayer) return layerSize();
     if (picture == ShownPicture::kPlate || !scene().isInverted) return frameSize();
     if (m_invertedSize.first == m_now.revision) return m_invertedSize.second;
+    if (m_act && m_invertedSize.first != 0) return m_invertedSize.second;
     RunOptions run;
     run.isForEdit = true;
     FrameStages stages(invertedScene(scene()), run);

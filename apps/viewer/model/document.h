@@ -54,7 +54,7 @@ struct SceneSnapshot {
     std::uint64_t revision = 0;  ///< of any two scenes of a process another one
     int frame = 0;
     bool hasBuiltInColors = false;  ///< ColorsAtHand::areBuiltIn
-    std::string files = {};  ///< openedStamps (file_stamps.h), of its structure or from before
+    std::string files = {};  ///< openedStamps (file_stamps.h), taken before its files were opened
 };
 
 /// What can be said of the scene's colours on this machine.
@@ -107,8 +107,9 @@ public:
     SceneSnapshot snapshot() const;
     PixelSize layerSize() const;  ///< pixels at full resolution
     PixelSize frameSize() const;  ///< of the display window
-    /// Of a picture that is shown. An inverted scene's frame has a size of its own, by its pins;
-    /// its plate has frameSize.
+    /// Of a picture that is shown. An inverted scene's frame has a size of its own, by its pins,
+    /// which opens the inputs; while an act is open it is that from before. Its plate has
+    /// frameSize.
     PixelSize sizeOf(ShownPicture picture) const;
     /// Of the frame as it is rendered, with the scene's Downsample and Grow Bounds, `reduce` times
     /// coarser.

@@ -15,19 +15,50 @@
 namespace zelk {
 namespace {
 
-/// All that is saved and handed on. A track that was read again is another one.
-bool isSame(Scene const& a, Scene const& b) {
-    auto const isSameTrack = [](TrackUse const& x, TrackUse const& y) {
-        return x.track == y.track;
-    };
-    if (!std::equal(a.tracks.begin(), a.tracks.end(), b.tracks.begin(), b.tracks.end(),
-                    isSameTrack))
-        return false;
+Scene withoutParameters(Scene scene) {
+    scene.parameters.clear();
+    return scene;
+}
+
+template <class List, class IsSame>
+bool areEqual(List const& a, List const& b, IsSame const& isSame) {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(), isSame);
+}
+
+bool haveSameValue(SceneKey const& a, SceneKey const& b) {
+    return a.frame == b.frame && a.value == b.value;
+}
+
+bool haveSameShape(SceneKey const& a, SceneKey const& b) {
+    return a.toNext == b.toNext && a.incoming == b.incoming && a.outgoing == b.outgoing;
+}
+
+bool haveSameValues(SceneParameter const& a, SceneParameter const& b) {
+    return a.name == b.name && a.value == b.value && areEqual(a.keys, b.keys, haveSameValue);
+}
+
+bool areSame(SceneParameter const& a, SceneParameter const& b) {
+    return haveSameValues(a, b) && a.diskId == b.diskId && areEqual(a.keys, b.keys, haveSameShape);
+}
+
+bool haveSameText(Scene const& a, Scene const& b) {
     try {
         return handOverText({a, {}}) == handOverText({b, {}});
     } catch (UserError const&) {
         return false;  // no text can hold it
     }
+}
+
+/// All that is saved and handed on. A track that was read again is another one. The texts of
+/// thousands of keys take long, and are made where nothing else tells.
+bool isSame(Scene const& a, Scene const& b) {
+    auto const isSameTrack = [](TrackUse const& x, TrackUse const& y) {
+        return x.track == y.track;
+    };
+    if (!areEqual(a.tracks, b.tracks, isSameTrack)) return false;
+    if (areEqual(a.parameters, b.parameters, areSame))
+        return haveSameText(withoutParameters(a), withoutParameters(b));
+    return areEqual(a.parameters, b.parameters, haveSameValues) && haveSameText(a, b);
 }
 
 /// They differ in numbers alone that are dragged, and that nothing that is opened depends on.
@@ -41,8 +72,8 @@ bool opensTheSame(Scene const& a, Scene b) {
 }
 
 /// A track is what keyframes come from: it goes with the first one that is edited.
-Scene withoutValues(Scene scene) {
-    scene.parameters.clear();
+Scene withoutValues(Scene const& whole) {
+    Scene scene = withoutParameters(whole);
     scene.tracks.clear();
     return scene;
 }

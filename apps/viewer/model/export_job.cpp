@@ -41,7 +41,8 @@ void takeEvent(Json const& event, ExportState& state) {
         state.failures.push_back({isFrame ? fmt::format("frame {}", event.value("frame", 0)) : "",
                                   event.value("message", "")});
     if (name == "frame") ++state.written;
-    if (name == "frame" || name == "shared") state.file = event.value("file", "");
+    if (name == "frame") state.file = event.value("file", "");
+    if (name == "end") state.written = event.value("written", state.written);
     if (isFrame) state.ended = event.value("index", state.ended);
     double const perFrame = state.ended > 0 ? state.seconds / state.ended : 0;
     state.secondsLeft = perFrame * (state.count - state.ended);
@@ -55,7 +56,8 @@ std::string ExportState::text() const {
         std::string const left = secondsLeft > 0 ? ", " + clockText(secondsLeft) + " left" : "";
         return fmt::format("{} of {}{}", ended, framesText(count), left);
     }
-    std::string result = framesText(written) + " written";
+    bool const isLost = written == 0 && isMovieName(file);
+    std::string result = isLost ? "no movie written" : framesText(written) + " written";
     if (skipped > 0) result += fmt::format(", {} left out", skipped);
     if (!failures.empty()) result += fmt::format(", {} failed", failures.size());
     if (!isStopped && untried() > 0) result += fmt::format(", {} not tried", untried());
@@ -64,7 +66,8 @@ std::string ExportState::text() const {
 }
 
 std::string ExportState::place() const {
-    bool const isOne = written < 2 || isMovieName(file);
+    if (written == 0) return {};
+    bool const isOne = written == 1 || isMovieName(file);
     return isOne ? file : std::filesystem::path(file).parent_path().string();
 }
 

@@ -95,7 +95,7 @@ private:
     // Of the worker alone.
     LiveRenderer m_renderer;
     std::uint64_t m_structure = 0, m_revision = 0;  ///< of the renderer's scene
-    std::string m_files;                            ///< that it opened, at the earliest
+    std::string m_files;                            ///< SceneSnapshot::files of that scene
     // Of all threads, under the mutex.
     mutable std::mutex m_mutex;
     std::condition_variable m_changed;

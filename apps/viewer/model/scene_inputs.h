@@ -24,8 +24,8 @@ ScenePath pathIn(Scene const& scene, std::filesystem::path const& file);
 
 /// Empty for a picture in memory.
 std::filesystem::path fullPath(ScenePath const& path);
-/// A name that is typed starts at the project's folder, as those that are shown do; of a scene that
-/// was never saved, at the working folder.
+/// A name that is typed starts at the project's folder, as those that are shown do; of a scene
+/// that was made of no project and never saved, at the working folder.
 std::filesystem::path typedPath(Scene const& scene, std::string const& text);
 
 /// Makes a file one of the scene's inputs; a matte keeps its channel, a track how it is read. A

@@ -69,6 +69,9 @@ TEST_F(CompositionTest, WhatIsTransparentLiesOverItsBackground) {
     canvas().onPicture = [&] { hasCome = true; };
     choose("Wipe");
     ASSERT_TRUE(QTest::qWaitFor([&] { return hasCome; }, 20000));
+    QImage const wiped = pictureOf(shot());
+    setLook([](CanvasLook& look) { look.pixels.backdrop = Backdrop::kPlate; });
+    EXPECT_EQ(differenceOf(pictureOf(shot()), wiped), "");
     choose("Wipe");
     setLook([](CanvasLook& look) { look.pixels.backdrop = Backdrop::kPlate; });
     EXPECT_EQ(differenceOf(pictureOf(shot()), checked), "");

@@ -102,6 +102,17 @@ TEST_F(ExportTest, TellsWhatFailsAndEndsWhenItIsTold) {
     EXPECT_TRUE(state.isStopped);
     EXPECT_LT(state.written, 48);
     EXPECT_GT(state.written, 0);
+    EXPECT_EQ(state.place(), folder.at("").parent_path());
+    folder.put("o.mov", "mine");  // stays, and is not named as what the run has written
+    choices = {0};
+    type("Output", path("o.mov"));
+    pressIn("Export");
+    ASSERT_TRUE(
+        QTest::qWaitFor([&] { return window->exportDialog()->state().written > 0; }, 60000));
+    pressIn("Cancel Export");
+    EXPECT_EQ(ended().text(), "no movie written, cancelled");
+    EXPECT_EQ(ended().place(), "");
+    EXPECT_EQ(bytesOf(folder.at("o.mov")), "mine");
     type("Output", "");
     pressIn("Export");
     QString const refused = window->exportDialog()->said();
@@ -211,6 +222,9 @@ TEST_F(ExportTest, StepsUpStartWhereALinkLeads) {
                   field->accessibleName() == "Output");
     document().saveAs(folder.at("elsewhere.zelk.json"));
     EXPECT_EQ(document().scene().layer.file.written, "disk/plates/l.png");
+    fs::create_directory_symlink("nowhere", folder.at("lost"));  // whose parent nobody knows
+    EXPECT_EQ(pathIn(document().scene(), folder.at("lost/../rocket.jpg")).written,
+              "lost/../rocket.jpg");
     EXPECT_TRUE(bytesOf(folder.at("elsewhere.zelk.json")).find("\"disk/renders/o.png\"") + 1);
 }
 
