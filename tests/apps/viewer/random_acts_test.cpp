@@ -38,16 +38,14 @@ long residentMb() {
     return resident * 4 / 1024;
 }
 
-/// What is allocated and not freed. The sanitizer holds back what is freed, so that the resident
-/// memory tells more of it than of the window.
-long allocatedMb() {
+/// The sanitizer holds back what is freed, so that its resident memory tells of that: what is
+/// allocated counts there.
+long usedMb() {
 #ifdef __SANITIZE_ADDRESS__
-    std::size_t const bytes = __sanitizer_get_current_allocated_bytes();
+    return static_cast<long>(__sanitizer_get_current_allocated_bytes() >> 20);
 #else
-    struct mallinfo2 const heap = mallinfo2();
-    std::size_t const bytes = heap.uordblks + heap.hblkhd;
+    return residentMb();
 #endif
-    return static_cast<long>(bytes >> 20);
 }
 
 /// What tools, fonts and the first dialogs take. A leak of pictures is more.
@@ -122,7 +120,7 @@ protected:
     /// Without pictures and inputs that are kept, which have budgets.
     long ownMb() {
         FrameService const& frames = window->composition().canvas().frames();
-        return allocatedMb() - static_cast<long>((frames.bytes() + frames.inputBytes()) >> 20);
+        return usedMb() - static_cast<long>((frames.bytes() + frames.inputBytes()) >> 20);
     }
 
     void act() {
@@ -163,8 +161,8 @@ TEST_F(RandomActs, LeaveTheSceneSound) {
         if (quarters == told) continue;
         told = quarters;
         malloc_trim(0);
-        std::cerr << acts << " acts, resident " << residentMb() << " MB, allocated "
-                  << allocatedMb() << " MB, " << ownMb() << " MB without what is kept\n";
+        std::cerr << acts << " acts, " << residentMb() << " MB, " << usedMb() << " MB used, "
+                  << ownMb() << " MB without what is kept\n";
         if (told == 1) early = ownMb();
     }
     EXPECT_LT(ownMb(), early + kWarmMb) << "MB, from " << early;
