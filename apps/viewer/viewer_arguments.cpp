@@ -38,8 +38,9 @@ ViewerArguments viewerArguments(std::span<char const* const> words) {
         else if (word.starts_with(kHandedOver))
             arguments.handedOver = word.substr(kHandedOver.size());
         else
-            throw UserError(ExitCode::kUsage, {"zelk-viewer", "unknown option", std::string(word),
-                                               "files to open (see zelk-viewer --help)"});
+            throw UserError(ExitCode::kUsage,
+                            "unknown option \"" + std::string(word) +
+                                "\", expected files to open; `zelk view` takes a scene's options");
     }
     return arguments;
 }
