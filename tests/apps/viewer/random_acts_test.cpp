@@ -21,7 +21,7 @@
 #include "tests/apps/viewer/window_fixture.h"
 
 #ifdef __SANITIZE_ADDRESS__
-#include <sanitizer/allocator_interface.h>
+extern "C" std::size_t __sanitizer_get_current_allocated_bytes();  // GCC has no header for it
 #endif
 
 namespace zelk {
