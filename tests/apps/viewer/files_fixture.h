@@ -68,12 +68,16 @@ protected:
         std::ifstream in(file, std::ios::binary);
         return {std::istreambuf_iterator<char>(in), {}};
     }
+    /// Whole: one that is being written has a hidden name.
+    static bool isAutosaved(std::filesystem::path const& file) {
+        return file.extension() == ".zelk-recovery" && !file.filename().string().starts_with('.');
+    }
     /// Scenes that are autosaved in the window's state folder.
     int autosaved() const {
         int files = 0;
         std::error_code none;
         for (auto const& entry : std::filesystem::directory_iterator(folder.at("state"), none))
-            files += entry.path().extension() == ".zelk-recovery" && entry.file_size() > 0;
+            files += isAutosaved(entry.path()) && entry.file_size() > 0;
         return files;
     }
     /// In the folder `out`, by a shell; what it printed otherwise.

@@ -427,7 +427,7 @@ TEST_F(FilesTest, WhatAKilledViewerHadIsRecovered) {
     auto const saved = [&] {
         std::error_code none;
         for (auto const& entry : fs::directory_iterator(state, none))
-            if (entry.path().extension() == ".zelk-recovery") return entry.path();
+            if (isAutosaved(entry.path())) return entry.path();
         return fs::path();
     };
     for (int turn = 0; turn < 300 && saved().empty(); ++turn) QTest::qWait(100);
