@@ -5,6 +5,7 @@
 #include <QFileInfo>
 
 #include "apps/viewer/dialogs/recovery_dialog.h"
+#include "zelk/files/left_overs.h"
 #include "zelk/text/errors.h"
 
 namespace zelk {
@@ -26,6 +27,7 @@ Recovery::Recovery(WindowServices& services, FileActs& files, fs::path folder)
     m_timer.setInterval(kDelayMs);
     connect(&m_timer, &QTimer::timeout, this, [this] { save(); });
     services.document->onChange([this](DocumentChange const&) { follow(); });
+    sweepLeftOvers(m_folder);  // of viewers that were killed while they wrote
 }
 
 /// From the first change on, so that somebody who never rests is saved too.

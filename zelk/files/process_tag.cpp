@@ -125,9 +125,11 @@ std::string hiddenName(fs::path const& target, int number) {
 }
 
 std::optional<ProcessTag> makerOf(std::string_view name) {
-    auto const at = name.rfind(kMark);
-    if (!name.starts_with('.') || at == name.npos) return std::nullopt;
-    return ProcessTag::at(name.substr(at + kMark.size()));
+    if (!name.starts_with('.')) return std::nullopt;
+    for (auto at = name.rfind(kMark); at != name.npos;
+         at = at ? name.rfind(kMark, at - 1) : name.npos)
+        if (auto const tag = ProcessTag::at(name.substr(at + kMark.size()))) return tag;
+    return std::nullopt;  // an extension may begin as the mark does
 }
 
 }  // namespace zelk

@@ -438,8 +438,15 @@ TEST_F(FilesTest, WhatAKilledViewerHadIsRecovered) {
     viewer.waitForFinished();
     ASSERT_EQ(abandonedScenes(state), std::vector{file});
 
+    std::string const name = file.stem().string();  // of a file that it was writing
+    std::string const maker =
+        name.substr(name.rfind('.') + 1, name.rfind('-') - name.rfind('.') - 1);
+    std::string const half = "." + name + ".zelk-" + maker + "-0.zelk-recovery";
     fs::create_directories(folder.at("state"));
     fs::rename(file, folder.at("state") / file.filename());
+    folder.put("state/" + half, "half");
+    start();
+    EXPECT_FALSE(fs::exists(folder.at("state/" + half)));
     window->openAtStart({});
     QString const key = "recovery";
     EXPECT_TRUE(window->notices().text(key).contains("move.zelk.json"));
