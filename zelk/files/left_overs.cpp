@@ -5,26 +5,20 @@
 #include <string>
 
 #include "zelk/files/frame_locks.h"
-#include "zelk/files/process_tag.h"
 #include "zelk/text/errors.h"
 
 namespace zelk {
 
 namespace fs = std::filesystem;
 
-namespace {
-
-constexpr auto kForgotten = std::chrono::hours(24);
-
-bool isDead(fs::directory_entry const& file, ProcessTag const& maker) {
+bool isLeftOver(fs::directory_entry const& file, ProcessTag const& maker) {
+    constexpr auto kForgotten = std::chrono::hours(24);
     Life const life = lifeOf(maker);
     if (life != Life::kUnknown) return life == Life::kDead;
     std::error_code fault;
     auto const changed = file.last_write_time(fault);
     return !fault && fs::file_time_type::clock::now() - changed > kForgotten;
 }
-
-}  // namespace
 
 void sweepLeftOvers(fs::path const& folder) {
     std::error_code fault, ignored;
@@ -33,7 +27,7 @@ void sweepLeftOvers(fs::path const& folder) {
         std::string const name = entry->path().filename().string();
         if (!name.starts_with('.') || !entry->is_regular_file(ignored)) continue;
         auto const maker = makerOf(name);
-        if (maker && isDead(*entry, *maker)) fs::remove(entry->path(), ignored);
+        if (maker && isLeftOver(*entry, *maker)) fs::remove(entry->path(), ignored);
         if (maker || !isLockName(name)) continue;
         try {
             sweepLock(entry->path());

@@ -75,15 +75,22 @@ bool take(std::string_view& text, char c) {
     return isNext;
 }
 
+/// What follows the tag in a hidden name: "-NUMBER", and an extension or nothing.
+bool endsHiddenName(std::string_view text) {
+    unsigned number = 0;
+    return take(text, '-') && take(text, number, 10) && (text.empty() || text.front() == '.');
+}
+
 }  // namespace
 
 std::string ProcessTag::text() const { return fmt::format("{:08x}-{}-{}", machine, id, start); }
 
-std::optional<ProcessTag> ProcessTag::at(std::string_view text) {
+std::optional<ProcessTag> ProcessTag::at(std::string_view whole) {
     ProcessTag tag;
+    std::string_view text = whole;
     bool const isTag = take(text, tag.machine, 16) && take(text, '-') && take(text, tag.id, 10) &&
                        take(text, '-') && take(text, tag.start, 10);
-    return isTag ? std::optional(tag) : std::nullopt;
+    return isTag && tag.id > 0 && whole.starts_with(tag.text()) ? std::optional(tag) : std::nullopt;
 }
 
 ProcessTag thisProcess() {
@@ -126,10 +133,14 @@ std::string hiddenName(fs::path const& target, int number) {
 
 std::optional<ProcessTag> makerOf(std::string_view name) {
     if (!name.starts_with('.')) return std::nullopt;
+    // From the end, since a stem may have a mark too; an extension may begin as the mark does.
     for (auto at = name.rfind(kMark); at != name.npos;
-         at = at ? name.rfind(kMark, at - 1) : name.npos)
-        if (auto const tag = ProcessTag::at(name.substr(at + kMark.size()))) return tag;
-    return std::nullopt;  // an extension may begin as the mark does
+         at = at ? name.rfind(kMark, at - 1) : name.npos) {
+        std::string_view const rest = name.substr(at + kMark.size());
+        auto const tag = ProcessTag::at(rest);
+        if (tag && endsHiddenName(rest.substr(tag->text().size()))) return tag;
+    }
+    return std::nullopt;
 }
 
 }  // namespace zelk

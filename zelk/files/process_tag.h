@@ -23,7 +23,8 @@ struct ProcessTag {
 
     auto operator<=>(ProcessTag const&) const = default;
     std::string text() const;  ///< "1a2b3c4d-4711-9876543"
-    /// The tag that a text starts with.
+    /// The tag that a text starts with, exactly as `text` writes it; of a process, whose id is
+    /// positive.
     static std::optional<ProcessTag> at(std::string_view text);
 };
 
@@ -40,7 +41,7 @@ Life lifeOf(ProcessTag const& process);
 /// `.STEM.zelk-TAG-NUMBER.EXTENSION`, a hidden name beside `target` with its extension, which file
 /// systems take: they end at 255 bytes.
 std::string hiddenName(std::filesystem::path const& target, int number);
-/// Who made a file with such a name.
+/// Who made a file with such a name; nothing for any other name.
 std::optional<ProcessTag> makerOf(std::string_view name);
 
 }  // namespace zelk

@@ -10,6 +10,7 @@
 #include <system_error>
 #include <utility>
 
+#include "zelk/files/left_overs.h"
 #include "zelk/files/process_tag.h"
 #include "zelk/files/text_file.h"
 #include "zelk/text/errors.h"
@@ -21,7 +22,6 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr std::string_view kEnding = ".zelk-recovery";
-constexpr auto kForgotten = std::chrono::hours(24);
 
 std::string nextName() {
     static std::atomic<int> count = 0;
@@ -42,13 +42,11 @@ bool isAbandoned(fs::directory_entry const& entry) {
     auto const dot = stem.rfind('.');
     auto const maker = dot == stem.npos ? std::nullopt : ProcessTag::at(stem.substr(dot + 1));
     if (!maker) return false;
-    Life const life = lifeOf(*maker);
-    if (life != Life::kUnknown) return life == Life::kDead;
+    if (isLeftOver(entry, *maker)) return true;
     std::error_code fault;
-    auto const changed = entry.last_write_time(fault);
-    if (fault) return false;
-    bool const isOfFormerStart = stem.substr(0, dot) == hostName() && changed < startOfMachine();
-    return isOfFormerStart || fs::file_time_type::clock::now() - changed > kForgotten;
+    bool const isOfFormerStart = stem.substr(0, dot) == hostName() &&
+                                 entry.last_write_time(fault) < startOfMachine() && !fault;
+    return isOfFormerStart && lifeOf(*maker) == Life::kUnknown;
 }
 
 std::string written(fs::path const& file, std::string const& text) {
