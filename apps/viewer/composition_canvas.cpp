@@ -57,7 +57,7 @@ void CompositionCanvas::hear(DocumentChange const& change) {
     if (change.inputs) turnToPins();
     // No frame comes to renew what was said of the former one.
     if (change.inputs || (change.values && m_warningsOf != 0)) holdPlace(false);
-    bool const isSized = (change.values || change.state) && m_document.scene().isInverted;
+    bool const isSized = change.values && m_document.scene().isInverted;
     if (change.inputs || isSized) settleMap();
     if (change.inputs || change.values || change.frame) {
         ask(m_document.isActing());
@@ -71,7 +71,7 @@ void CompositionCanvas::hear(DocumentChange const& change) {
 
 void CompositionCanvas::settleMap() {
     if (!m_document.isOpen()) return;
-    act([&] { m_map.setPicture(m_document.sizeOf(m_look.shows)); });
+    m_map.setPicture(m_document.sizeOf(m_look.shows));
     m_pins.setShown(m_look.shows);
 }
 

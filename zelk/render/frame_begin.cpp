@@ -44,21 +44,27 @@ std::optional<PictureReader> anyOf(InputFiles const& files, int frame) {
     return picture ? std::move(picture) : firstOf(files, files.framesThere());
 }
 
-/// A From Pin at a moment, offset added, in pixels of the layer.
-Point fromPinAt(std::vector<Parameter> const& parameters, int corner, KeyTime const& time,
-                PixelSize layer) {
-    KeyValue const pin = keyValueOf(parameterIn(parameters, kFromPins + corner).at(time));
+/// Where the parameters of a quad begin.
+struct QuadPlace {
+    int pins, offsets;
+};
+constexpr QuadPlace kFromQuad = {kFromPins, kFromOffsets}, kToQuad = {kToPins, kToOffsets};
+
+/// A pin at a moment, offset added, in pixels of the picture that it lies in.
+Point pinAt(std::vector<Parameter> const& parameters, QuadPlace quad, int corner,
+            KeyTime const& time, PixelSize picture) {
+    KeyValue const pin = keyValueOf(parameterIn(parameters, quad.pins + corner).at(time));
     auto const offset = [&](int axis) {
-        return numberOf(parameterIn(parameters, kFromOffsets + 2 * corner + axis).at(time)) * 0.01;
+        return numberOf(parameterIn(parameters, quad.offsets + 2 * corner + axis).at(time)) * 0.01;
     };
-    return {pin[0] + offset(0) * layer.width, pin[1] + offset(1) * layer.height};
+    return {pin[0] + offset(0) * picture.width, pin[1] + offset(1) * picture.height};
 }
 
-/// The longest sides that the From quad has at any of its pins' keys, rounded: whatever frame is
+/// The longest sides that the quad has at any of its pins' keys, rounded: whatever frame is
 /// rendered, all have one size.
-PixelSize sizeOfQuad(std::vector<Parameter> const& parameters, PixelSize layer) {
+PixelSize sizeOfQuad(std::vector<Parameter> const& parameters, QuadPlace quad, PixelSize picture) {
     std::set<KeyTime> moments;
-    for (int i = kFromPins; i < kFromPins + 4; ++i)
+    for (int i = quad.pins; i < quad.pins + 4; ++i)
         for (Keyframe const& key : parameterIn(parameters, i).track().keys())
             moments.insert(key.time);
     if (moments.empty()) moments.insert(KeyTime{});
@@ -66,7 +72,7 @@ PixelSize sizeOfQuad(std::vector<Parameter> const& parameters, PixelSize layer) 
     for (KeyTime const& time : moments) {
         Corners corners;
         for (int i = 0; i < 4; ++i)
-            corners[static_cast<std::size_t>(i)] = fromPinAt(parameters, i, time, layer);
+            corners[static_cast<std::size_t>(i)] = pinAt(parameters, quad, i, time, picture);
         auto const length = [&](std::size_t a, std::size_t b) {
             return std::hypot(corners[b].x - corners[a].x, corners[b].y - corners[a].y);
         };
@@ -222,7 +228,7 @@ void FrameStages::settleValues(std::vector<int> const& frames) {
     }
     setParameters(m_scene, *m_host, m_sizes.layer, m_sizes.frame);
     if (m_scene.fillsFrame && !m_scene.size) {
-        m_sizes.frame = sizeOfQuad(m_host->parameters(), m_sizes.layer);
+        m_sizes.frame = sizeOfQuad(m_host->parameters(), kFromQuad, m_sizes.layer);
         setParameters(m_scene, *m_host, m_sizes.layer, m_sizes.frame);
     }
     for (TrackUse const& use : m_scene.tracks) {
@@ -233,6 +239,12 @@ void FrameStages::settleValues(std::vector<int> const& frames) {
     warnOfNumber(frames);
     if (!frames.empty()) checkRoad(m_scene, m_host->parameters());
     m_frames = frames;
+}
+
+/// The quad lies in the plate, or in the layer without one: either has the frame's size here.
+PixelSize FrameStages::takenSize() const {
+    if (m_scene.size) return *m_scene.size;
+    return sizeOfQuad(m_host->parameters(), kToQuad, m_sizes.frame);
 }
 
 PictureReader FrameStages::openSized(InputPicture const& file, PixelSize size,

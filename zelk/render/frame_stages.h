@@ -110,6 +110,9 @@ public:
     PixelSize frameSize() const { return m_sizes.frame; }  ///< of the display window
     PixelSize outputSize() const;             ///< of the output's display window, as it is written
     PixelSize previewSize(int reduce) const;  ///< of a frame reduced so that is no file's
+    /// Of an inverted scene (invert.h): the frame that is taken out of its To quad, by the values
+    /// that the host has now. Opens nothing.
+    PixelSize takenSize() const;
     FrameRequest momentOf(int frame) const;
     /// The scene with the values that the host has now.
     Scene settledScene() const;

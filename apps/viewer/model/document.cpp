@@ -16,7 +16,6 @@
 #include "zelk/scene/clock.h"
 #include "zelk/scene/color_names.h"
 #include "zelk/scene/file.h"
-#include "zelk/scene/invert.h"
 #include "zelk/scene/new_comp.h"
 #include "zelk/scene/values.h"
 #include "zelk/text/errors.h"
@@ -118,7 +117,6 @@ void Document::openStages(Scene const& scene, int frame) {
     m_session = std::move(session);  // before the host that it works on goes
     m_stages = std::move(stages);
     m_overlayMode.reset();
-    m_invertedSize = {};
 }
 
 void Document::readColorsAgain() {
@@ -188,14 +186,7 @@ PixelSize Document::frameSize() const { return m_stages->frameSize(); }
 PixelSize Document::sizeOf(ShownPicture picture) const {
     if (picture == ShownPicture::kLayer) return layerSize();
     if (picture == ShownPicture::kPlate || !scene().isInverted) return frameSize();
-    if (m_invertedSize.first == m_now.revision) return m_invertedSize.second;
-    if (m_act && m_invertedSize.first != 0) return m_invertedSize.second;
-    RunOptions run;
-    run.isForEdit = true;
-    FrameStages stages(invertedScene(scene()), run);
-    stages.beginEdit(m_frame);
-    m_invertedSize = {m_now.revision, stages.frameSize()};
-    return m_invertedSize.second;
+    return m_stages->takenSize();
 }
 
 PixelSize Document::renderedSize(int reduce) const { return m_stages->previewSize(reduce); }

@@ -107,9 +107,8 @@ public:
     SceneSnapshot snapshot() const;
     PixelSize layerSize() const;  ///< pixels at full resolution
     PixelSize frameSize() const;  ///< of the display window
-    /// Of a picture that is shown. An inverted scene's frame has a size of its own, by its pins,
-    /// which opens the inputs; while an act is open it is that from before. Its plate has
-    /// frameSize.
+    /// Of a picture that is shown. An inverted scene's frame has a size of its own, by its pins as
+    /// they are now; its plate has frameSize. Opens nothing.
     PixelSize sizeOf(ShownPicture picture) const;
     /// Of the frame as it is rendered, with the scene's Downsample and Grow Bounds, `reduce` times
     /// coarser.
@@ -241,7 +240,6 @@ private:
     std::vector<Step> m_steps;
     std::size_t m_done = 0;  ///< steps up to here are done, the rest undone
     std::optional<OpenAct> m_act;
-    mutable std::pair<std::uint64_t, PixelSize> m_invertedSize;  ///< of a revision
     std::optional<TrackedPins> m_overlayPins;
     std::optional<double> m_overlayMode;  ///< the scene's, while the effect is told another one
     std::vector<std::function<void(DocumentChange const&)>> m_listeners;

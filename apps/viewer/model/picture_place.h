@@ -24,9 +24,7 @@ struct PicturePlace {
     PixelRect part(PanelPoint first, PanelPoint last, int around = 0) const;
 };
 
-/// Of a picture of that size, `whole`, of something of the size `shown`. `downsample` is the
-/// scene's, which inputs that are shown as they are know nothing of.
-PicturePlace placeOf(PictureView const& view, PixelSize whole, PixelSize shown, int downsample);
+/// Of a picture of something of the size `shown`.
 PicturePlace placeOf(ShownFrame const& frame, PixelSize shown, Document const& document);
 /// Before it is rendered.
 PicturePlace placeAhead(PictureView const& view, PixelSize shown, Document const& document);

@@ -431,12 +431,15 @@ TEST_F(CompositionTest, PinsOfAnInvertedSceneStandInWhatItIsTakenFrom) {
         choose("Frame");
         EXPECT_TRUE(canvas().pins().handles().empty());
         look(1, {200, 160});
+        document.beginAct("Wider");
+        document.edit(kToPins + 1, {ur.x + 30, ur.y + 20});
         QImage const file = rendered();
         EXPECT_EQ(canvas().map().picture().width, file.width());
         EXPECT_EQ(canvas().map().picture().height, file.height());
         if (hasPlate) {
             EXPECT_EQ(differenceOf(pictureOf(shot()), file), "");
         }
+        document.cancelAct();
         setLook([](CanvasLook& look) { look.hasOverlay = true; });
         document.undo();
         EXPECT_EQ(canvas().look().shows, ShownPicture::kFrame);

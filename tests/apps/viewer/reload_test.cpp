@@ -1,8 +1,12 @@
 // Files of an open scene that others write: pictures, tracks, the colour configuration.
+#include <sys/inotify.h>
+#include <unistd.h>
 #include <QEvent>
 
 #include "apps/viewer/composition_canvas.h"
 #include "apps/viewer/composition_panel.h"
+#include "apps/viewer/model/picture_place.h"
+#include "apps/viewer/model/scene_inputs.h"
 #include "apps/viewer/timeline_panel.h"
 #include "apps/viewer/timeline_view.h"
 #include "tests/apps/viewer/files_fixture.h"
@@ -133,6 +137,24 @@ TEST_F(ReloadTest, TracksAreReadAgain) {
     EXPECT_NE(document().scene().tracks.at(0).track, track);
 }
 
+TEST_F(ReloadTest, WhatIsMissingIsNotLookedForWithinAnAct) {
+    fs::create_directory(folder.at("plates"));
+    window->openFile(path("chelsea.png"));
+    document().change("Plate", [&](Scene& scene) {
+        scene.plate = SceneInput{pathIn(scene, folder.at("plates/p.####.png"))};
+    });
+    awaitRest();
+    int const looks = ::inotify_init1(IN_NONBLOCK);
+    ::inotify_add_watch(looks, folder.at("plates").c_str(), IN_OPEN);
+    char said[4096];
+    auto const isSeen = [&] { return ::read(looks, said, sizeof(said)) > 0; };
+    document().beginAct("Drag");
+    EXPECT_FALSE(QTest::qWaitFor(isSeen, 2500));  // a turn of the timer
+    document().endAct();
+    EXPECT_TRUE(QTest::qWaitFor(isSeen));
+    ::close(looks);
+}
+
 TEST_F(ReloadTest, AnInvertedScenesFrameHasTheSizeThatItsFilesGiveNow) {
     window->openFile(path("chelsea.png"));
     document().change("Invert", [](Scene& scene) { scene.isInverted = true; });
@@ -140,6 +162,13 @@ TEST_F(ReloadTest, AnInvertedScenesFrameHasTheSizeThatItsFilesGiveNow) {
     fs::rename(folder.at("rocket.jpg"), folder.at("chelsea.png"));
     document().reload();
     EXPECT_NE(document().sizeOf(ShownPicture::kFrame).width, before.width);
+    fs::remove(folder.at("chelsea.png"));  // not looked at while a pin is dragged
+    document().beginAct("Wider");
+    document().edit(kToPins + 1, {800, 0});
+    EXPECT_EQ(document().sizeOf(ShownPicture::kFrame).width, 800);
+    ShownFrame late;  // of pins from before
+    late.whole = {900, 600};
+    EXPECT_EQ(placeOf(late, {800, 600}, document()).corner.x, 0);
 }
 
 TEST_F(ReloadTest, AChangedColourConfigurationCounts) {
