@@ -100,7 +100,8 @@ void Autosave::giveBack(fs::path const& abandoned) {
     wait();
     std::error_code fault;
     fs::rename(m_file, abandoned, fault);
-    m_isThere = false;  // where it can't be given back, it is left for the next viewer to find
+    m_isThere = false;
+    if (fault) m_file.replace_filename(nextName());
 }
 
 std::vector<fs::path> abandonedScenes(fs::path const& folder) {

@@ -35,7 +35,8 @@ public:
     /// Makes an abandoned file this one's own, so that nobody else takes it; false where somebody
     /// was faster.
     bool adopt(std::filesystem::path const& abandoned);
-    /// Leaves what was adopted where it was.
+    /// Leaves what was adopted where it was. Where it can't go back, it stays under the name that
+    /// it has for the next viewer to find, and this one has another name from then on.
     void giveBack(std::filesystem::path const& abandoned);
 
 private:

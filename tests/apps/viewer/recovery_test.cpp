@@ -153,6 +153,11 @@ TEST_F(FilesTest, AutosavedScenesGoWithTheirReason) {
     EXPECT_FALSE(own.adopt(folder.at("gone")));
     own.remove();
     EXPECT_EQ(autosaved(), 0);
+    EXPECT_TRUE(own.adopt(folder.put("left", "theirs")));
+    own.giveBack(folder.at("gone/left"));
+    own.write({document().scene(), document().file(), document().fileSum()});
+    own.remove();
+    EXPECT_EQ(autosaved(), 1);
 }
 
 TEST_F(FilesTest, AnAutosaveThatFailsIsToldAtOnceAndTriedAgain) {
