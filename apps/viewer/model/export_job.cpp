@@ -56,8 +56,8 @@ std::string ExportState::text() const {
         std::string const left = secondsLeft > 0 ? ", " + clockText(secondsLeft) + " left" : "";
         return fmt::format("{} of {}{}", ended, framesText(count), left);
     }
-    bool const isLost = written == 0 && isMovieName(file);
-    std::string result = isLost ? "no movie written" : framesText(written) + " written";
+    std::string result =
+        isMovie && written == 0 ? "no movie written" : framesText(written) + " written";
     if (skipped > 0) result += fmt::format(", {} left out", skipped);
     if (!failures.empty()) result += fmt::format(", {} failed", failures.size());
     if (!isStopped && untried() > 0) result += fmt::format(", {} not tried", untried());
@@ -67,7 +67,7 @@ std::string ExportState::text() const {
 
 std::string ExportState::place() const {
     if (written == 0) return {};
-    bool const isOne = written == 1 || isMovieName(file);
+    bool const isOne = written == 1 || isMovie;
     return isOne ? file : std::filesystem::path(file).parent_path().string();
 }
 
@@ -90,6 +90,7 @@ std::size_t filesThere(Scene const& exported) {
 
 ExportJob::ExportJob(Scene scene, RunOptions run, std::function<void()> changed)
     : m_changed(std::move(changed)) {
+    m_state.isMovie = isMovieName(scene.outputPath());
     run.progress = ProgressMode::kJson;
     run.progressTo = [this](std::string_view line) { take(line); };
     run.stop = &m_isStopped;

@@ -24,10 +24,11 @@ struct ExportFailure {
 struct ExportState {
     bool isRunning = true;
     bool isStopped = false;
-    int asked = 0;    ///< frames of the run, also those behind the one that ends it
-    int count = 0;    ///< frames to be rendered: those asked for without those left out
-    int ended = 0;    ///< written or failed
-    int written = 0;  ///< by this run; at its end none of a movie that is not whole
+    bool isMovie = false;  ///< what the run writes
+    int asked = 0;         ///< frames of the run, also those behind the one that ends it
+    int count = 0;         ///< frames to be rendered: those asked for without those left out
+    int ended = 0;         ///< written or failed
+    int written = 0;       ///< by this run; at its end none of a movie that is not whole
     int skipped = 0;
     double seconds = 0;      ///< since the start
     double secondsLeft = 0;  ///< by the speed so far; 0 where that is not known

@@ -212,9 +212,6 @@ TEST_F(ExportTest, StepsUpStartWhereALinkLeads) {
                   field->accessibleName() == "Output");
     document().saveAs(folder.at("elsewhere.zelk.json"));
     EXPECT_EQ(document().scene().layer.file.written, "disk/plates/l.png");
-    fs::create_directory_symlink("nowhere", folder.at("lost"));  // whose parent nobody knows
-    EXPECT_EQ(pathIn(document().scene(), folder.at("lost/../rocket.jpg")).written,
-              "lost/../rocket.jpg");
     EXPECT_TRUE(bytesOf(folder.at("elsewhere.zelk.json")).find("\"disk/renders/o.png\"") + 1);
 }
 
@@ -237,7 +234,6 @@ TEST_F(ExportTest, AMissingFrameEndsTheRunBeforeAllIsDone) {
     type("Output", path("o.##.png"));
     pressIn("Export");
     EXPECT_EQ(ended().text(), "2 frames written, 1 failed, 2 not tried");
-    EXPECT_EQ(ended().count, 5);
     folder.put("s.0003.png", "no picture");
     folder.put("o.mov", "mine");  // stays, and is not named as what the run has written
     choices = {0};
@@ -245,6 +241,10 @@ TEST_F(ExportTest, AMissingFrameEndsTheRunBeforeAllIsDone) {
     pressIn("Export");
     EXPECT_EQ(ended().text(), "no movie written, 1 failed, 2 not tried");
     EXPECT_EQ(ended().place(), "");
+    folder.put("s.0001.png", "no picture");
+    choices = {0};
+    pressIn("Export");
+    EXPECT_EQ(ended().text(), "no movie written, 1 failed, 4 not tried");
     EXPECT_TRUE(bytesOf(folder.at("o.mov")) == "mine");
 }
 
