@@ -99,8 +99,8 @@ public:
     /// The selected pins, picture pixels. All nudges of a kind up to endNudge are one step.
     void nudge(double dx, double dy);
     /// The selected pins about their middle; nothing of one pin, or where one would leave the range
-    /// of positions. The reciprocal factor leads back to
-    /// 1/8192 px, as values are multiples of 1/65536 px.
+    /// of positions. The reciprocal factor leads back to within 1/8192 px: each way rounds to the
+    /// grid of sums, 1e-4 px, and then to the unit of values, 1/65536 px.
     void scale(double factor);
     void endNudge();
     bool moveTo(int parameter, PanelPoint value);
