@@ -20,6 +20,8 @@
 #include "apps/viewer/dialogs/track_dialog.h"
 #include "apps/viewer/model/opened_file.h"
 #include "apps/viewer/start_page.h"
+#include "apps/viewer/viewer_application.h"
+#include "apps/viewer/viewer_arguments.h"
 #include "zelk/scene/edits.h"
 
 namespace zelk {
@@ -63,6 +65,12 @@ TEST_F(FilesTest, WhatCannotBeReadIsToldAndWhatWasOpenStays) {
     EXPECT_TRUE(error().contains("bad.zelk.json: not a JSON file at 3:2")) << error().toStdString();
     EXPECT_EQ(text(), before);
     EXPECT_EQ(document().file(), folder.at("move.zelk.json"));
+}
+
+TEST(ViewerArguments, AWrongOptionSaysWhereASceneHasIts) {
+    EXPECT_EQ(
+        failureOf([] { viewerArguments(std::vector{"--to"}); }).toStdString(),
+        "unknown option \"--to\", expected files to open; `zelk view` takes a scene's options");
 }
 
 TEST_F(FilesTest, SavesToItsFileOrAsksForOne) {

@@ -32,19 +32,14 @@ long environmentNumber(char const* name, long otherwise) {
     return text ? std::atol(text) : otherwise;
 }
 
-long residentMb() {
-    long all = 0, resident = 0;
-    std::ifstream("/proc/self/statm") >> all >> resident;
-    return resident * 4 / 1024;
-}
-
-/// The sanitizer holds back what is freed, so that its resident memory tells of that: what is
-/// allocated counts there.
+/// Resident; what is allocated with the sanitizer, which holds back what is freed.
 long usedMb() {
 #ifdef __SANITIZE_ADDRESS__
     return static_cast<long>(__sanitizer_get_current_allocated_bytes() >> 20);
 #else
-    return residentMb();
+    long all = 0, resident = 0;
+    std::ifstream("/proc/self/statm") >> all >> resident;
+    return resident * 4 / 1024;
 #endif
 }
 
@@ -161,8 +156,8 @@ TEST_F(RandomActs, LeaveTheSceneSound) {
         if (quarters == told) continue;
         told = quarters;
         malloc_trim(0);
-        std::cerr << acts << " acts, " << residentMb() << " MB, " << usedMb() << " MB used, "
-                  << ownMb() << " MB without what is kept\n";
+        std::cerr << acts << " acts, " << usedMb() << " MB used, " << ownMb()
+                  << " MB without what is kept\n";
         if (told == 1) early = ownMb();
     }
     EXPECT_LT(ownMb(), early + kWarmMb) << "MB, from " << early;
