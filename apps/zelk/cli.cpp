@@ -7,6 +7,8 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <cstdio>
+#include <exception>
 #include <map>
 #include <span>
 #include <string_view>
@@ -313,17 +315,15 @@ UserError asUserError(CLI::ParseError const& error) {
     return {ExitCode::kUsage, {thing, "not understood:", text, ""}};
 }
 
-}  // namespace
-
-ExitCode runCommandLine(int argc, char const* const* argv) {
-    std::span<char const* const> const given(argv, static_cast<std::size_t>(argc));
+/// Throws UserError for the first thing that is wrong.
+ExitCode runCommandLine(std::span<char const* const> given) {
     Grammar grammar;
     try {
         std::vector<std::string> words = wordsOf(given);
         std::reverse(words.begin(), words.end());  // as the parser takes them
         grammar.app().parse(words);
     } catch (CLI::CallForHelp const&) {
-        if (std::string_view(argv[1]) == "help") refuseExtras(grammar, given);  // of what
+        if (std::string_view(given[1]) == "help") refuseExtras(grammar, given);  // of what
         print(grammar.app().help() + "\n");
         return ExitCode::kDone;
     } catch (CLI::CallForVersion const&) {
@@ -344,6 +344,21 @@ ExitCode runCommandLine(int argc, char const* const* argv) {
         return chosen.run({historyOf(given.subspan(1)), {given.begin() + 1, given.end()}});
     };
     return withUserErrors([&] { return std::visit(run, command); });
+}
+
+}  // namespace
+
+int runProgram(int argc, char const* const* argv) {
+    ExitCode code = ExitCode::kRenderFailed;
+    try {
+        code = runCommandLine({argv, static_cast<std::size_t>(argc)});
+    } catch (UserError const& error) {
+        code = error.code();
+        std::fprintf(stderr, "zelk: %s\n", error.what());
+    } catch (std::exception const& error) {
+        std::fprintf(stderr, "zelk: internal error: %s\n", oneLine(error.what()).c_str());
+    }
+    return static_cast<int>(code);
 }
 
 }  // namespace zelk

@@ -1,12 +1,10 @@
 // The command line: arguments to a command, and its run.
 #pragma once
 
-#include "zelk/text/errors.h"
-
 namespace zelk {
 
-/// Does what the arguments ask for; help and version go to standard output. Throws UserError for
-/// the first thing that is wrong.
-ExitCode runCommandLine(int argc, char const* const* argv);
+/// The whole program: does what the arguments ask for and gives the exit code. Help and version go
+/// to standard output, the first thing that is wrong to standard error as one line.
+int runProgram(int argc, char const* const* argv);
 
 }  // namespace zelk

@@ -1,4 +1,4 @@
-// Runs the built `zelk` in a folder of its own and keeps all that it says.
+// Runs `zelk` in a folder of its own and keeps all that it says.
 #pragma once
 
 #include <OpenImageIO/imageio.h>
@@ -26,6 +26,7 @@ struct Limits {
     std::size_t addressSpace = 0;
     std::size_t fileSize = 0;
     bool obeysPermissions = false;  ///< where the test is root, whom they would not stop
+    bool operator==(Limits const&) const = default;
 };
 
 bool has(std::string const& text, std::string const& part);
