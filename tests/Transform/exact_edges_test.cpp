@@ -1,13 +1,9 @@
 // Exact edges against the area of a pixel that another algorithm gives: the outline clipped to the
 // pixel's square.
-//
-// The quad with the worst pixel is written to exact_edges_worst.pgm in the folder of temporary
-// files.
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <array>
-#include <fstream>
 
 #include "tests/support/engine_scene.h"
 #include "tests/support/plane.h"
@@ -61,17 +57,6 @@ GuardedRaster drawn(int width, int height, Quad const& to, int filter,
     return zelk::renderScene(scene, source, {.resample = &options});
 }
 
-/// The worst pixel's frame, its errors as grey: 128 is none, black and white are the worst.
-void writeErrors(GuardedRaster const& output, Polygon const& outline, double most) {
-    std::ofstream picture(testing::TempDir() + "exact_edges_worst.pgm", std::ios::binary);
-    picture << "P5 " << output.width() << " " << output.height() << " 255\n";
-    output.forEachChannel([&](int x, int y, int c) {
-        if (c > 0) return;
-        double const error = output.get(x, y, 0) - areaInPixel(outline, x, y);
-        picture.put(static_cast<char>(std::lround(128 + 127 * error / most)));
-    });
-}
-
 // Any quad in any part of a frame; filters of each kind of line function. With any feather and
 // choke nothing is written beside the window, as renderScene tells, and coverage is one.
 TEST(ExactEdges, CoverageIsTheAreaOfThePixelInsideTheOutline) {
@@ -91,14 +76,12 @@ TEST(ExactEdges, CoverageIsTheAreaOfThePixelInsideTheOutline) {
         GuardedRaster const output = render(exactEdges(), true);
         Polygon outline = outlineOf(scene.to, scene.frameWidth, scene.frameHeight);
         for (Point& at : outline) at.x -= scene.window.left, at.y -= scene.window.top;
-        double const before = most;
         output.forEachChannel([&](int x, int y, int c) {
             double const area = areaInPixel(outline, x, y), error = output.get(x, y, 0) - area;
             if (c > 0 || ((area == 0 || area == 1) && error == 0)) return;
             squares += error * error, ++pixels;
             most = std::max(most, std::abs(error));
         });
-        if (most > before) writeErrors(output, outline, most);
         double const feather = random.uniform(0, 20), choke = random.uniform(-20, 20);
         render(exactEdges(feather, std::max(choke, 0.)), false);
         GuardedRaster const soft = render(exactEdges(feather, std::max(choke, 0.)), true);

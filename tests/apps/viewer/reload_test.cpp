@@ -1,6 +1,4 @@
 // Files of an open scene that others write: pictures, tracks, the colour configuration.
-#include <sys/inotify.h>
-#include <unistd.h>
 #include <QEvent>
 
 #include "apps/viewer/composition_canvas.h"
@@ -135,24 +133,6 @@ TEST_F(ReloadTest, TracksAreReadAgain) {
     shownAt(3);  // by the track that was read before
     focus();
     EXPECT_NE(document().scene().tracks.at(0).track, track);
-}
-
-TEST_F(ReloadTest, WhatIsMissingIsNotLookedForWithinAnAct) {
-    fs::create_directory(folder.at("plates"));
-    window->openFile(path("chelsea.png"));
-    document().change("Plate", [&](Scene& scene) {
-        scene.plate = SceneInput{pathIn(scene, folder.at("plates/p.####.png"))};
-    });
-    awaitRest();
-    int const looks = ::inotify_init1(IN_NONBLOCK);
-    ::inotify_add_watch(looks, folder.at("plates").c_str(), IN_OPEN);
-    char said[4096];
-    auto const isSeen = [&] { return ::read(looks, said, sizeof(said)) > 0; };
-    document().beginAct("Drag");
-    EXPECT_FALSE(QTest::qWaitFor(isSeen, 2500));  // a turn of the timer
-    document().endAct();
-    EXPECT_TRUE(QTest::qWaitFor(isSeen));
-    ::close(looks);
 }
 
 TEST_F(ReloadTest, AnInvertedScenesFrameHasTheSizeThatItsFilesGiveNow) {
