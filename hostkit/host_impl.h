@@ -22,6 +22,9 @@
 
 namespace zelk {
 
+/// Of a call whose arguments name nothing of this host.
+constexpr PF_Err kRefused = PF_Err_BAD_CALLBACK_PARAM;
+
 /// A moment as an effect names it in a check-out, host time units.
 struct Moment {
     A_long time = 0;

@@ -9,7 +9,6 @@
 namespace zelk {
 namespace {
 
-constexpr PF_Err kRefused = PF_Err_BAD_CALLBACK_PARAM;
 constexpr double kWhite = 255;  // of a colour's channels in a track
 
 AEGP_StreamVal streamValOf(PF_ParamType type, KeyValue const& value) {

@@ -8,8 +8,6 @@
 namespace zelk {
 namespace {
 
-constexpr PF_Err kRefused = PF_Err_BAD_CALLBACK_PARAM;
-
 /// The place of a valid item.
 template <class Body>
 PF_Err answerItemCall(std::string_view name, AEGP_ItemH item, Body&& body) {

@@ -13,7 +13,7 @@ namespace zelk {
 
 namespace {
 
-constexpr double kLongestPx = 1600, kShortestPx = 320, kLegendPx = 28, kTextPx = 13;
+constexpr double kLongestPx = 1600, kShortestPx = 320, kLegendPx = 28, kLegendTextPx = 13;
 constexpr double kLeastWidthPx = 160, kLeastHeightPx = 64;  // for the legend, and to see a line
 constexpr CanvasColor kBackground = {24, 26, 30}, kFrameColor = {52, 56, 64};
 constexpr CanvasColor kTextColor = {215, 218, 224}, kFirstColor = {150, 156, 168};
@@ -151,7 +151,7 @@ std::vector<LegendEntry> legendOf(double width) {
     double x = 8;
     int line = 0;
     for (LegendEntry& entry : entries) {
-        double const own = 14 + ruler.textWidth(entry.text, kTextPx);
+        double const own = 14 + ruler.textWidth(entry.text, kLegendTextPx);
         bool const isBeyond = x > 8 && x + own > width - 8;
         line += isBeyond;
         if (isBeyond) x = 8;
@@ -166,15 +166,15 @@ void drawLegend(Canvas& canvas, std::vector<LegendEntry> const& entries, double 
     for (LegendEntry const& entry : entries) {
         double const base = top + kLegendPx * (0.68 + entry.line);
         canvas.dot({entry.x + 5, base - 4}, 4, entry.color);
-        canvas.text({entry.x + 14, base}, entry.text, kTextPx, kTextColor);
+        canvas.text({entry.x + 14, base}, entry.text, kLegendTextPx, kTextColor);
     }
 }
 
 /// Samples that the view does not show.
 void drawOutside(Canvas& canvas, std::size_t count) {
     if (count == 0) return;
-    canvas.text({8, 18}, fmt::format("{} sample{} outside", count, count == 1 ? "" : "s"), kTextPx,
-                kTextColor);
+    canvas.text({8, 18}, fmt::format("{} sample{} outside", count, count == 1 ? "" : "s"),
+                kLegendTextPx, kTextColor);
 }
 
 }  // namespace

@@ -12,7 +12,7 @@
 namespace zelk {
 namespace {
 
-constexpr QColor kRefusedColor(84, 40, 40);
+constexpr QColor kRefusedBase(84, 40, 40);
 constexpr char const* kExpected =
     "Expected two numbers from -32768 to 32768, such as \"120, 45.5\"";
 
@@ -65,7 +65,7 @@ void PinField::accept() {
 
 void PinField::mark(bool isRefused) {
     QPalette own = parentWidget()->palette();
-    if (isRefused) own.setColor(QPalette::Base, kRefusedColor);
+    if (isRefused) own.setColor(QPalette::Base, kRefusedBase);
     setPalette(own);
     setAccessibleDescription(isRefused ? kExpected : "");
     QPoint const below = mapToGlobal(rect().bottomLeft());

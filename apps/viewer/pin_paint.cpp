@@ -8,7 +8,7 @@
 namespace zelk {
 namespace {
 
-constexpr QColor kShadow(0, 0, 0, 170), kSelected(255, 255, 255), kAccent(90, 170, 255);
+constexpr QColor kPinShadow(0, 0, 0, 170), kSelected(255, 255, 255), kPinAccent(90, 170, 255);
 constexpr double kHandlePx = 5;
 constexpr int kLoupePixels = 17;    ///< of the picture, each way
 constexpr double kLoupeZoom = 9;    ///< units of the panel to one of them
@@ -43,7 +43,7 @@ void drawMotionPath(QPainter& painter, ViewMap const& map, MotionPath const& pat
     painter.setBrush(Qt::NoBrush);
     QColor const light = lightened(color);  // not to be taken for an outline
     QPolygonF const curve = panelLine(map, path.curve);
-    for (QPen const& pen : {QPen(kShadow, 2.5 * density), QPen(light, density)}) {
+    for (QPen const& pen : {QPen(kPinShadow, 2.5 * density), QPen(light, density)}) {
         painter.setPen(pen);
         painter.drawPolyline(curve);
     }
@@ -51,7 +51,7 @@ void drawMotionPath(QPainter& painter, ViewMap const& map, MotionPath const& pat
     painter.setBrush(light);
     for (PanelPoint const& at : path.atFrames)
         painter.drawEllipse(pointOf(map.toPanel(at)), 2 * density, 2 * density);
-    painter.setPen(QPen(kShadow, density));
+    painter.setPen(QPen(kPinShadow, density));
     painter.setBrush(kSelected);
     double const half = 3.5 * density;
     for (MotionPath::Key const& key : path.keys) {
@@ -69,12 +69,12 @@ void drawHandles(QPainter& painter, std::vector<PinHandle> const& handles, PinCo
         QColor const color = isTo ? colors.to : colors.from;
         double const radius = kHandlePx * density;
         painter.setBrush(Qt::NoBrush);
-        painter.setPen(QPen(kShadow, 4 * density));
+        painter.setPen(QPen(kPinShadow, 4 * density));
         painter.drawEllipse(pointOf(pin.at), radius, radius);
         painter.setPen(QPen(pin.isSelected ? kSelected : color, 2 * density));
         painter.drawEllipse(pointOf(pin.at), radius, radius);
         painter.setPen(Qt::NoPen);
-        painter.setBrush(pin.isSelected ? kAccent : color);
+        painter.setBrush(pin.isSelected ? kPinAccent : color);
         painter.drawEllipse(pointOf(pin.at), 1.7 * density, 1.7 * density);
     }
     painter.setRenderHint(QPainter::Antialiasing, false);
@@ -83,7 +83,7 @@ void drawHandles(QPainter& painter, std::vector<PinHandle> const& handles, PinCo
 void drawSnap(QPainter& painter, QPointF at, double density) {
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setBrush(Qt::NoBrush);
-    for (QPen const& pen : {QPen(kShadow, 3 * density), QPen(kAccent, 1.5 * density)}) {
+    for (QPen const& pen : {QPen(kPinShadow, 3 * density), QPen(kPinAccent, 1.5 * density)}) {
         painter.setPen(pen);
         painter.drawEllipse(at, 11 * density, 11 * density);
         for (QPointF const& way : {QPointF(1, 0), QPointF(-1, 0), QPointF(0, 1), QPointF(0, -1)})
@@ -93,10 +93,10 @@ void drawSnap(QPainter& painter, QPointF at, double density) {
 }
 
 void drawSelectionBox(QPainter& painter, QRectF const& box, double density) {
-    QColor fill = kAccent;
+    QColor fill = kPinAccent;
     fill.setAlpha(40);
     painter.setBrush(fill);
-    painter.setPen(QPen(kAccent, density));
+    painter.setPen(QPen(kPinAccent, density));
     painter.drawRect(box);
 }
 
@@ -122,7 +122,7 @@ void drawLoupe(QPainter& painter, ViewMap const& map, ShownImage const& image, P
                              QSizeF(image.pixels.size()) * image.scale * zoom),
                       image.pixels);
     QPointF const at = placeOf(pin.value.x, pin.value.y);
-    for (QPen const& pen : {QPen(kShadow, 3 * density), QPen(kSelected, density)}) {
+    for (QPen const& pen : {QPen(kPinShadow, 3 * density), QPen(kSelected, density)}) {
         painter.setPen(pen);
         painter.drawLine(QPointF(rect.left(), at.y()), QPointF(rect.right(), at.y()));
         painter.drawLine(QPointF(at.x(), rect.top()), QPointF(at.x(), rect.bottom()));

@@ -27,7 +27,7 @@ constexpr std::string_view kTakeover = ".zelk-lock-";
 constexpr auto kBeat = std::chrono::seconds(10);
 constexpr std::int64_t kSilentSeconds = 120;
 
-std::uint32_t sumOf(std::string const& text) {
+std::uint32_t nameSum(std::string const& text) {
     return static_cast<std::uint32_t>(
         ::crc32_z(0, reinterpret_cast<Bytef const*>(text.data()), text.size()));
 }
@@ -39,7 +39,7 @@ fs::path lockOf(fs::path const& target) {
     fs::path const file = behindLinks(target);
     std::string const name = file.filename().string();
     std::string lock = "." + name + std::string(kEnd);
-    if (lock.size() > kLongest) lock = fmt::format(".{:08x}{}", sumOf(name), kEnd);
+    if (lock.size() > kLongest) lock = fmt::format(".{:08x}{}", nameSum(name), kEnd);
     return file.parent_path() / lock;
 }
 
@@ -131,7 +131,7 @@ bool claim(fs::path const& lock, std::string const& line, int depth) {
     if (!isDead || depth == kDeepest) return false;
     fs::path const takeover =
         lock.parent_path() /
-        fmt::format("{}{:08x}", kTakeover, sumOf(lock.filename().string() + *holder));
+        fmt::format("{}{:08x}", kTakeover, nameSum(lock.filename().string() + *holder));
     if (!claim(takeover, newLine(), depth + 1)) return false;
     bool const isTaken = lineOf(lock) == holder && candidate.replace(lock);
     ::unlink(takeover.c_str());

@@ -82,7 +82,7 @@ UserError badMark(std::string_view pattern, char const* wrong, std::string_view 
 }
 
 /// A range of a frame list as typed: FIRST, FIRST-LAST, with xSTEP or ySTEP behind it.
-struct FrameSpan {
+struct NumberSpan {
     std::int64_t first = 0, last = 0, step = 1;
     bool isComplement = false;
 
@@ -107,8 +107,8 @@ public:
         return isNext;
     }
 
-    FrameSpan span() {
-        FrameSpan span;
+    NumberSpan span() {
+        NumberSpan span;
         span.first = span.last = number();
         if (!take('-')) return span;
         span.last = number();
@@ -255,7 +255,7 @@ std::optional<int> numberOfName(fs::path const& file) {
 // with.
 std::vector<int> parseFrameRange(std::string const& option, std::string_view text) {
     FrameListReader reader(option, text);
-    std::vector<FrameSpan> spans;
+    std::vector<NumberSpan> spans;
     std::int64_t count = 0;
     do {
         spans.push_back(reader.span());
@@ -265,7 +265,7 @@ std::vector<int> parseFrameRange(std::string const& option, std::string_view tex
     if (count == 0) reader.complain("no frames in");
     if (count > kMostFrames) reader.complain(fmt::format("more than {} frames in", kMostFrames));
     std::vector<int> frames;
-    for (FrameSpan const& span : spans) {
+    for (NumberSpan const& span : spans) {
         std::vector<int> some;
         if (!OIIO::Filesystem::enumerate_sequence(span.text(), some)) reader.complain(kNoList);
         frames.insert(frames.end(), some.begin(), some.end());

@@ -13,6 +13,7 @@
 #include "zelk/jobs/runners.h"
 #include "zelk/text/errors.h"
 #include "zelk/text/json_text.h"
+#include "zelk/text/numbers.h"
 
 namespace zelk {
 
@@ -148,12 +149,6 @@ std::vector<std::pair<std::string, std::vector<int>>> causesOf(
 constexpr std::string_view kMovieWords[] = {"none",    "missing", "waiting",
                                             "running", "failed",  "done"};
 
-std::string clockText(double seconds) {
-    auto const whole = static_cast<std::int64_t>(seconds + 0.5);
-    return whole < 3600 ? fmt::format("{}:{:02}", whole / 60, whole % 60)
-                        : fmt::format("{}:{:02}:{:02}", whole / 3600, whole / 60 % 60, whole % 60);
-}
-
 }  // namespace
 
 bool JobState::isLive() const {
@@ -248,7 +243,7 @@ std::string stateText(Job const& job, JobState const& state) {
             text += fmt::format("  {} {}: {}\n", frames.size() == 1 ? "frame" : "frames",
                                 shortened(frameRangeText(frames)), why);
     if (shown > kMostShown) text += fmt::format("  and {} more causes\n", shown - kMostShown);
-    if (state.secondsLeft) text += "  about " + clockText(*state.secondsLeft) + " left\n";
+    if (state.secondsLeft) text += "  about " + durationText(*state.secondsLeft) + " left\n";
     return text;
 }
 

@@ -51,7 +51,7 @@ constexpr char const* kRequeue = R"sh(    [ "${SLURM_RESTART_COUNT:-0}" -lt $ret
     scontrol requeue "${queued:-$SLURM_JOB_ID}" && sleep 60  # the engine ends this script meanwhile
 )sh";
 
-constexpr char const* kEnd = R"sh(    sleep 2
+constexpr char const* kScriptEnd = R"sh(    sleep 2
 done
 exit $told
 )sh";
@@ -70,7 +70,7 @@ std::string taskScript(Job const& job) {
                "or task.sh ID\n# SUBMISSION movie.\nprogram={}\njob={}\nretries={}\n",
                isSlurm ? "OFFSET" : "TASK", shellWord(job.program.string()),
                shellWord(job.folder.string()), job.retries) +
-           (isSlurm ? kArray : "") + kBody + (isSlurm ? kRequeue : "") + kEnd;
+           (isSlurm ? kArray : "") + kBody + (isSlurm ? kRequeue : "") + kScriptEnd;
 }
 
 void writeScript(fs::path const& file, std::string const& text) {

@@ -63,6 +63,7 @@ public:
     /// Of the upright picture.
     int width() const { return m_size.width; }
     int height() const { return m_size.height; }
+    PixelSize size() const { return m_size; }
     /// What the data window has beyond the display window; part of the picture with keepsOverscan.
     PixelMargins const& overscan() const { return m_overscan; }
     /// Of the display window.

@@ -53,13 +53,13 @@ constexpr std::array<std::string_view, 2> kNoFiles = {"null", "term"};
 /// Sample sizes of DPX between 8 and 16 bits.
 constexpr std::array<int, 2> kDpxBits = {10, 12};
 
-bool isOneOf(auto const& names, auto const& name) {
+bool isAmong(auto const& names, auto const& name) {
     return std::find(names.begin(), names.end(), name) != names.end();
 }
 
 std::unique_ptr<OIIO::ImageOutput> makeWriter(fs::path const& target) {
     auto writer = OIIO::ImageOutput::create(target.string());
-    if (!writer || isOneOf(kNoFiles, std::string_view(writer->format_name()))) {
+    if (!writer || isAmong(kNoFiles, std::string_view(writer->format_name()))) {
         OIIO::geterror();
         throw UserError(ExitCode::kOutput,
                         {target.string(), "no picture format for the extension",
@@ -85,9 +85,9 @@ constexpr Compression kCompressions[] = {
 
 /// The deepest samples of the format that `depth` asks for; writers take less by themselves.
 OIIO::TypeDesc sampleType(std::string_view format, Depth depth, bool isHalf) {
-    bool const holdsFloat = !isOneOf(kIntegerFormats, format);
+    bool const holdsFloat = !isAmong(kIntegerFormats, format);
     bool const isByte = depth == Depth::k8 && format != "openexr";
-    if (isByte || isOneOf(kShallow, format)) return OIIO::TypeUInt8;
+    if (isByte || isAmong(kShallow, format)) return OIIO::TypeUInt8;
     if (depth == Depth::k16 && format != "openexr") return OIIO::TypeUInt16;
     if (!holdsFloat) return OIIO::TypeUInt16;
     bool const holdsHalf = format == "openexr" || format == "tiff";
@@ -98,17 +98,17 @@ OIIO::TypeDesc sampleType(std::string_view format, Depth depth, bool isHalf) {
 RowPlan planRows(OIIO::ImageOutput const& writer, WriteRequest const& request) {
     RowPlan plan;
     std::string_view const format = writer.format_name();
-    bool const holdsAlpha = writer.supports("alpha") && !isOneOf(kNoAlpha, format);
+    bool const holdsAlpha = writer.supports("alpha") && !isAmong(kNoAlpha, format);
     bool const isAll = request.channels == OutputChannels::kAll;
     if (!holdsAlpha || (request.opaque && !isAll)) plan.channels = 3;
     if (request.channels == OutputChannels::kColors) plan.channels = 3;
     if (request.channels == OutputChannels::kAlpha) plan.channels = 1;
     bool const staysAssociated = format == "tiff" && request.traits.isAssociated;
-    plan.isStraight = plan.channels == 4 && isOneOf(kStraightFormats, format) && !staysAssociated;
+    plan.isStraight = plan.channels == 4 && isAmong(kStraightFormats, format) && !staysAssociated;
     plan.fromStraight = request.form == AlphaForm::kStraight;
     plan.keepsUncovered = !plan.fromStraight || request.traits.isAssociated;
     plan.type = sampleType(format, request.depth, request.traits.isHalf);
-    if (format == "dpx" && request.depth == Depth::k16 && isOneOf(kDpxBits, request.traits.bits))
+    if (format == "dpx" && request.depth == Depth::k16 && isAmong(kDpxBits, request.traits.bits))
         plan.bits = request.traits.bits;
     return plan;
 }
@@ -171,7 +171,7 @@ void setStorage(std::string_view format, RowPlan const& plan, OIIO::ImageSpec& s
 /// Where the picture lies in the file's space; formats without windows hold it all from the origin.
 void setWindows(OIIO::ImageOutput const& writer, WriteRequest const& request,
                 OIIO::ImageSpec& spec) {
-    if (isOneOf(kHoldPlace, std::string_view(writer.format_name()))) {
+    if (isAmong(kHoldPlace, std::string_view(writer.format_name()))) {
         spec.x = spec.full_x = request.traits.originX;
         spec.y = spec.full_y = request.traits.originY;
     }
@@ -272,7 +272,7 @@ bool lacksAlpha(RowPlan const& plan, WriteRequest const& request) {
 
 void warnOfDepth(OIIO::ImageOutput const& writer, fs::path const& target,
                  WriteRequest const& request, std::vector<std::string>& warnings) {
-    if (isOneOf(kShallow, std::string_view(writer.format_name())) && request.depth != Depth::k8)
+    if (isAmong(kShallow, std::string_view(writer.format_name())) && request.depth != Depth::k8)
         warnings.push_back(target.string() + ": this format is written in 8 bits");
 }
 
@@ -440,7 +440,7 @@ std::string formatOf(fs::path const& target) {
 }
 
 bool writesFloat(std::string_view format) {
-    return !isOneOf(kIntegerFormats, format) && !isOneOf(kShallow, format);
+    return !isAmong(kIntegerFormats, format) && !isAmong(kShallow, format);
 }
 
 std::vector<std::string> checkPicture(PixelSize size, fs::path const& target,
@@ -458,7 +458,7 @@ std::vector<std::string> checkPicture(PixelSize size, fs::path const& target,
     bool isTaken =
         openAll(*writer, file,
                 specsOf(specOf(*writer, size, plan, request), extras.get(), request.keepMetadata));
-    if (isTaken && isOneOf(kRefuseLate, std::string_view(writer->format_name()))) {
+    if (isTaken && isAmong(kRefuseLate, std::string_view(writer->format_name()))) {
         World const black({size.width, size.height, request.depth});
         isTaken =
             writeRows(black, plan, *writer).isWhole && writer->close() && !writer->has_error();

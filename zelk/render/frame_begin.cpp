@@ -22,8 +22,6 @@ namespace zelk {
 
 namespace {
 
-PixelSize sizeOf(PictureReader const& picture) { return {picture.width(), picture.height()}; }
-
 /// The first picture that can be opened, of those that frames name.
 std::optional<PictureReader> firstOf(InputFiles const& files, std::vector<int> const& frames) {
     for (int const frame : frames) {
@@ -146,7 +144,7 @@ void FrameStages::readSizes(std::vector<int> const& frames) {
     m_layerTraits = (layer ? *layer : *plate).traits();
     m_plateTraits = (plate ? *plate : *layer).traits();
     if (isModule()) m_ask = moduleRenderOf(m_scene, *m_host, *layer, renderDepth(m_layerTraits));
-    PixelSize const one = sizeOf(layer ? *layer : *plate);
+    PixelSize const one = (layer ? *layer : *plate).size();
     settleSizes(layer, plate, {one, one});
     m_sizes.overscan = plate && plateReading().keepsOverscan ? plate->overscan() : PixelMargins{};
     m_besidesBytes = matteBytes(m_scene, m_sizes.layer, m_sizes.frame + m_sizes.overscan);
@@ -158,9 +156,9 @@ void FrameStages::readSizes(std::vector<int> const& frames) {
 void FrameStages::settleSizes(std::optional<PictureReader> const& layer,
                               std::optional<PictureReader> const& plate,
                               ImageSizes const& unknown) {
-    m_sizes.layer = layer ? sizeOf(*layer) : unknown.layer;
+    m_sizes.layer = layer ? layer->size() : unknown.layer;
     PixelSize const own = m_files.plate ? unknown.frame : m_sizes.layer;
-    m_sizes.frame = m_scene.frameSize().value_or(plate ? sizeOf(*plate) : own);
+    m_sizes.frame = m_scene.frameSize().value_or(plate ? plate->size() : own);
     if (!isModule()) requirePixelsLeft();
 }
 

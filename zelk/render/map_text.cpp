@@ -17,7 +17,7 @@ constexpr char const* kProduct =
     "row-major, of column vectors x,y,1: \"matrix\" from the layer to the frame, \"inverse\" back, "
     "divided by the third coordinate";
 
-nlohmann::ordered_json sizeJson(PixelSize size) {
+nlohmann::ordered_json sizePair(PixelSize size) {
     return {{"width", size.width}, {"height", size.height}};
 }
 
@@ -30,8 +30,8 @@ std::string mapsAsJson(std::vector<FrameQuadMap> const& maps) {
                                    {"pixelCentre", 0.5},
                                    {"matrices", kProduct}};
     if (!maps.empty()) {
-        json["layerSize"] = sizeJson(maps.front().map.layer);
-        json["frameSize"] = sizeJson(maps.front().map.frame);
+        json["layerSize"] = sizePair(maps.front().map.layer);
+        json["frameSize"] = sizePair(maps.front().map.frame);
     }
     json["frames"] = nlohmann::ordered_json::array();
     for (auto const& [frame, map] : maps) {

@@ -14,8 +14,6 @@ namespace zelk {
 
 namespace {
 
-PixelSize sizeOf(PictureReader const& picture) { return {picture.width(), picture.height()}; }
-
 UserError wrongSize(InputPicture const& file, char const* kind, PixelSize found, char const* whose,
                     PixelSize wanted) {
     return {ExitCode::kInput,
@@ -25,8 +23,8 @@ UserError wrongSize(InputPicture const& file, char const* kind, PixelSize found,
 
 PictureReader openMatte(InputPicture const& file, PixelSize layer) {
     PictureReader picture = file.open();
-    if (sizeOf(picture) == layer) return picture;
-    throw wrongSize(file, "matte", sizeOf(picture), "layer", layer);
+    if (picture.size() == layer) return picture;
+    throw wrongSize(file, "matte", picture.size(), "layer", layer);
 }
 
 /// With all that the file has around its display window.
@@ -34,7 +32,7 @@ PictureReader openHoldout(InputPicture const& file, HoldoutFrame const& space) {
     ReadOptions how = file.how;
     how.keepsOverscan = true;
     PictureReader picture = file.open(how);
-    if (picture.displaySize() == space.size || sizeOf(picture) == space.size + space.overscan)
+    if (picture.displaySize() == space.size || picture.size() == space.size + space.overscan)
         return picture;
     throw wrongSize(file, "holdout", picture.displaySize(), "frame", space.size);
 }

@@ -16,13 +16,13 @@ namespace fs = std::filesystem;
 namespace {
 
 using Ordered = nlohmann::ordered_json;
-constexpr char const* kSchema = "zelk-hand-over";
-constexpr int kVersion = 1;
+constexpr char const* kHandOverSchema = "zelk-hand-over";
+constexpr int kHandOverVersion = 1;
 constexpr char const* kUntitled = "untitled.zelk.json";
 
 std::string absoluteText(fs::path const& path) { return absolutePath(path).string(); }
 
-UserError unreadable(fs::path const& source) {
+UserError notAHandOver(fs::path const& source) {
     return {ExitCode::kInput, source.string() + ": holds no scene"};
 }
 
@@ -32,8 +32,8 @@ std::string handOverText(HandedScene const& handed) {
     Scene const& scene = handed.scene;
     // Names that start at the working folder do so in the other process too.
     std::string const start = absoluteText(scene.file.empty() ? fs::path(kUntitled) : scene.file);
-    Ordered head = {{"schema", kSchema},
-                    {"version", kVersion},
+    Ordered head = {{"schema", kHandOverSchema},
+                    {"version", kHandOverVersion},
                     {"file", handed.file.empty() ? "" : absoluteText(handed.file)},
                     {"start", start},
                     {"hasFile", !scene.file.empty()},
@@ -52,8 +52,9 @@ std::string handOverText(HandedScene const& handed) {
 HandedScene handedScene(fs::path const& source, std::string_view text) {
     auto const end = text.find('\n');
     Ordered const head = Ordered::parse(text.substr(0, end), nullptr, false);
-    bool const isOurs = end != text.npos && head.is_object() && head.value("schema", "") == kSchema;
-    if (!isOurs || head.value("version", 0) != kVersion) throw unreadable(source);
+    bool const isOurs =
+        end != text.npos && head.is_object() && head.value("schema", "") == kHandOverSchema;
+    if (!isOurs || head.value("version", 0) != kHandOverVersion) throw notAHandOver(source);
     try {
         fs::path const start = head.at("start").get<std::string>();
         HandedScene handed{sceneToEditFromText(start, text.substr(end + 1)),
@@ -69,9 +70,9 @@ HandedScene handedScene(fs::path const& source, std::string_view text) {
         handed.scene.options.clear();  // nobody gave them under that name
         return handed;
     } catch (Ordered::exception const&) {
-        throw unreadable(source);
+        throw notAHandOver(source);
     } catch (std::out_of_range const&) {
-        throw unreadable(source);
+        throw notAHandOver(source);
     }
 }
 

@@ -23,6 +23,7 @@
 
 #include "zelk/files/output_place.h"
 #include "zelk/text/errors.h"
+#include "zelk/text/numbers.h"
 
 namespace zelk {
 
@@ -53,13 +54,6 @@ bool breaksOff(int file) {
     char last = '\n';
     return ::fstat(file, &state) == 0 && state.st_size > 0 &&
            ::pread(file, &last, 1, state.st_size - 1) == 1 && last != '\n';
-}
-
-/// "0:05", "12:34", "1:02:03".
-std::string clockText(double seconds) {
-    auto const s = static_cast<long long>(std::ceil(std::min(seconds, 1e9)));
-    if (s < 3600) return fmt::format("{}:{:02}", s / 60, s % 60);
-    return fmt::format("{}:{:02}:{:02}", s / 3600, s / 60 % 60, s % 60);
 }
 
 constexpr int kEventVersion = 1;
@@ -325,7 +319,7 @@ void Progress::drawBar(std::string const& place) {
     std::string right = speedText(speed);
     if (speed > 0) {
         double const left = static_cast<double>(m_count - std::min(m_ended, m_count)) / speed;
-        right += fmt::format(", {} left", clockText(left));
+        right += fmt::format(", {} left", durationText(left));
     }
     auto const room = static_cast<std::size_t>(std::max(m_screen.columns() - 1, 0));
     std::size_t const words = place.size() + right.size() + std::string_view(" []").size();

@@ -151,13 +151,13 @@ private:
     std::vector<Level> m_levels;
 };
 
-std::string numberText(double value) {
+std::string jsonNumber(double value) {
     std::string const text = fmt::format("{}", value);
     return text == "-0" ? "-0.0" : text;  // JSON's -0 is a whole number, which has no sign at 0
 }
 
 std::string scalarText(Ordered const& value) {
-    return value.is_number_float() ? numberText(value.get<double>()) : value.dump();
+    return value.is_number_float() ? jsonNumber(value.get<double>()) : value.dump();
 }
 
 /// Pieces of an object or array, with its brackets.

@@ -3,8 +3,10 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 
 #include "zelk/text/errors.h"
@@ -63,6 +65,12 @@ std::string required(std::string const& text, std::string const& thing,
                      std::string const& expected) {
     if (!text.empty()) return text;
     throw missing(thing, expected);
+}
+
+std::string durationText(double seconds) {
+    auto const whole = static_cast<std::int64_t>(std::ceil(std::min(seconds, 1e9)));
+    if (whole < 3600) return fmt::format("{}:{:02}", whole / 60, whole % 60);
+    return fmt::format("{}:{:02}:{:02}", whole / 3600, whole / 60 % 60, whole % 60);
 }
 
 }  // namespace zelk

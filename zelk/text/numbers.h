@@ -25,6 +25,9 @@ int wholeInRange(std::string const& thing, std::string_view text, int min, int m
 /// The same of any number.
 double numberInRange(std::string const& thing, std::string_view text, double min, double max);
 
+/// "0:05", "12:34", "1:02:03": seconds, part of one taken for a whole one.
+std::string durationText(double seconds);
+
 /// A text that can't be left out; throws a usage error about `thing` where it is empty.
 std::string required(std::string const& text, std::string const& thing,
                      std::string const& expected);

@@ -55,7 +55,7 @@ std::vector<std::string_view> cellsOf(std::string_view line, char separator) {
     }
 }
 
-bool isNumber(std::string_view cell) { return cellNumber(cell, true).has_value(); }
+bool isNumberCell(std::string_view cell) { return cellNumber(cell, true).has_value(); }
 
 /// Whether all cells are names, and so a table's first row.
 bool isHeader(std::vector<std::string_view> const& cells) {
@@ -115,7 +115,7 @@ RowLayout layoutOf(TrackText const& text, int line, std::vector<std::string_view
 void refuseUnclear(TrackText const& text, int line, std::vector<std::string_view> const& cells) {
     for (std::string_view const cell : cells)
         if (cell.find(',') != std::string_view::npos && cell.find(',') + 4 == cell.size() &&
-            isNumber(cell))
+            isNumberCell(cell))
             text.refuse(line, "a comma for thousands or decimals in", cell, "a decimal point");
 }
 
@@ -128,7 +128,7 @@ std::string_view firstRow(TrackText const& text) {
     return {};
 }
 
-bool isNumberOrCorner(std::string_view cell) { return isNumber(cell) || cornerNamed(cell); }
+bool isNumberOrCorner(std::string_view cell) { return isNumberCell(cell) || cornerNamed(cell); }
 
 }  // namespace
 

@@ -16,7 +16,7 @@ namespace {
 constexpr std::string_view kDigits = "0123456789";
 constexpr int kMostDepth = 50;  // of brackets and signs
 
-bool isDigit(char c) { return kDigits.find(c) != std::string_view::npos; }
+bool isAsciiDigit(char c) { return kDigits.find(c) != std::string_view::npos; }
 
 /// "1,920": one to three digits without a leading zero, and three behind the comma.
 bool mayBeThousands(std::string_view number, std::size_t comma) {
@@ -114,7 +114,7 @@ private:
         if (at >= m_rest.size() || (m_rest[at] != 'e' && m_rest[at] != 'E')) return end;
         ++at;
         if (at < m_rest.size() && (m_rest[at] == '+' || m_rest[at] == '-')) ++at;
-        if (at >= m_rest.size() || !isDigit(m_rest[at])) return end;
+        if (at >= m_rest.size() || !isAsciiDigit(m_rest[at])) return end;
         return m_rest.find_first_not_of(kDigits, at);
     }
 
@@ -160,7 +160,7 @@ std::vector<std::string> splitAt(std::string_view text, std::string_view separat
 
 /// Two words that no sign of arithmetic joins, as "2 *3" and "1 +2" are joined.
 bool areApart(std::string const& first, std::string const& second) {
-    bool const isStart = isDigit(second[0]) || second[0] == '-' || second[0] == '.';
+    bool const isStart = isAsciiDigit(second[0]) || second[0] == '-' || second[0] == '.';
     return isStart && !isOperator(first.back());
 }
 

@@ -9,7 +9,7 @@
 namespace zelk {
 namespace {
 
-constexpr int kIndentPx = 12, kHeightPx = 24;
+constexpr int kLevelPx = 12, kHeaderPx = 24;
 
 }  // namespace
 
@@ -26,7 +26,7 @@ GroupHeader::GroupHeader(PanelControl& control, std::function<void(bool)> fold, 
     connect(this, &QAbstractButton::clicked, this, [this](bool isOpen) { m_fold(!isOpen); });
 }
 
-QSize GroupHeader::sizeHint() const { return {100, kHeightPx}; }
+QSize GroupHeader::sizeHint() const { return {100, kHeaderPx}; }
 
 /// An arrow down over an open group, to the right before a folded one.
 void GroupHeader::paintEvent(QPaintEvent*) {
@@ -35,7 +35,7 @@ void GroupHeader::paintEvent(QPaintEvent*) {
     int const level = m_control.row().level;
     if (level == 0) painter.fillRect(rect(), palette().color(QPalette::AlternateBase));
     if (hasFocus() || underMouse()) painter.fillRect(rect(), palette().color(QPalette::Button));
-    painter.translate(12 + level * kIndentPx, kHeightPx / 2);
+    painter.translate(12 + level * kLevelPx, kHeaderPx / 2);
     painter.setPen(Qt::NoPen);
     painter.setBrush(palette().color(QPalette::PlaceholderText));
     painter.drawPolygon(isChecked() ? QPolygonF{{-4, -2}, {4, -2}, {0, 3}}
@@ -45,7 +45,7 @@ void GroupHeader::paintEvent(QPaintEvent*) {
     QFont font = this->font();
     font.setBold(level == 0);
     painter.setFont(font);
-    painter.drawText(QRect(10, -kHeightPx / 2, width(), kHeightPx), Qt::AlignVCenter, text());
+    painter.drawText(QRect(10, -kHeaderPx / 2, width(), kHeaderPx), Qt::AlignVCenter, text());
 }
 
 /// A greyed group still folds: only its look tells.
