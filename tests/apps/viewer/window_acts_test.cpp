@@ -219,20 +219,6 @@ TEST_F(WindowActs, ThePositionFieldHoldsNoFocus) {
     EXPECT_EQ(window->focusWidget(), &canvas());
 }
 
-/// Lock screen, workspaces and the like never reach the window. Helps are phrases.
-TEST_F(WindowActs, ShortcutsAreNoDesktopsAndHelpsAreOfOneForm) {
-    QStringList const kept = {"Ctrl+Alt+L",    "Ctrl+Alt+Up",    "Ctrl+Alt+Down", "Ctrl+Alt+T",
-                              "Ctrl+Alt+Left", "Ctrl+Alt+Right", "Ctrl+Alt+A",    "Ctrl+Alt+D",
-                              "Alt+F4",        "Alt+Tab",        "Alt+Space",     "Ctrl+Alt+Del"};
-    for (ViewerCommand const& command : window->menus().commands()) {
-        for (QKeySequence const& keys : command.otherKeys + QList<QKeySequence>{command.keys})
-            EXPECT_FALSE(kept.contains(keys.toString())) << command.name.toStdString();
-        EXPECT_FALSE(command.help.endsWith(".")) << command.help.toStdString();
-    }
-    for (auto const& control : panelControls(document()))
-        EXPECT_FALSE(control->row().help.ends_with(".")) << control->row().help;
-}
-
 TEST_F(WindowActs, KeysOfTheTimelineByKeyboard) {
     TimelineView& view = window->timeline().view();
     document().setFrame(30);

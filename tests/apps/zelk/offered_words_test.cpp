@@ -1,8 +1,6 @@
 // The words that completion offers are those that are taken.
 #include <gtest/gtest.h>
 
-#include <algorithm>
-
 #include "apps/zelk/completion.h"
 #include "zelk/scene/edits.h"
 #include "zelk/text/errors.h"
@@ -30,18 +28,6 @@ TEST(OfferedWords, AreAllThatAnEditTakes) {
         if (edit.name == "motion-blur") continue;  // a number too
         EXPECT_EQ(refusal, "it: unknown choice \"no such word\", expected " + listOf(words));
     }
-}
-
-TEST(OfferedWords, OfTransferAreTheEffectsMenu) {
-    Parameters const parameters = settableParameters();
-    auto const mode = std::find_if(parameters.begin(), parameters.end(),
-                                   [](auto const& each) { return each.name == "transfer-mode"; });
-    ASSERT_NE(mode, parameters.end());
-    auto const words = sceneEdit("transfer").words();
-    std::vector<std::string> offered(words.begin(), words.end()), menu = mode->entries;
-    std::sort(offered.begin(), offered.end());
-    std::sort(menu.begin(), menu.end());
-    EXPECT_EQ(offered, menu);
 }
 
 }  // namespace

@@ -325,24 +325,6 @@ TEST_F(SurvivingRuns, QuietAndStrictRuns) {
                   {"--share", "movie"});
 }
 
-// All of the first frame, then what changes; as JSON each frame whole.
-TEST_F(SurvivingRuns, ASequenceIsExplained) {
-    Words const words = {"render", "in.png", "-o", "o.%d.png", "--frames", "1-3", "--explain"};
-    std::string const text = run(words).out;
-    EXPECT_TRUE(has(text, "frame 1\nroad      module\n")) << text;
-    EXPECT_TRUE(has(text, "threads") && has(text, "\nframe 2\nframe 3\nframes    3\nread "))
-        << text;
-    std::istringstream lines(run(joined(words, {"json"})).out);
-    std::string line;
-    for (int frame = 1; frame <= 3; ++frame) {
-        ASSERT_TRUE(std::getline(lines, line));
-        Json const told = Json::parse(line);
-        EXPECT_EQ(told["number"], frame);
-        EXPECT_GT(told["coveredPixels"]["any"], 150 * 110);
-        EXPECT_TRUE(told["milliseconds"].contains("write"));
-    }
-}
-
 TEST_F(SurvivingRuns, TheEnvironmentGivesDefaults) {
     Words const words = {"render", "in.png", "-o", "o.png"};
     for (char const* name : {"ZELK_THREADS", "ZELK_MODULE"}) {
