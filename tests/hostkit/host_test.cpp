@@ -19,8 +19,8 @@ TEST(EffectCalls, LeaksAndMistakesAreCountedForTheirCommand) {
     auto const leak = [](ProbeCall const& call) -> PF_Err {
         PF_InData& in = *call.in_data;
         static PF_EffectWorld world;
+        static PF_ParamDef def{};  // at no other one's place: it stays checked out
         void const* suite = nullptr;
-        PF_ParamDef def{};
         in.utils->new_world(in.effect_ref, 2, 2, 0, &world);
         in.utils->host_lock_handle(in.utils->host_new_handle(0));
         for (int n = 0; n < 2; ++n) in.pica_basicP->AcquireSuite(kPFWorldSuite, 2, &suite);
