@@ -16,6 +16,10 @@
 
 #include "apps/zelk/cli.h"
 
+#ifndef __has_feature  // clang's
+#define __has_feature(name) 0
+#endif
+
 /// Ends the process where it has leaks; there under the sanitizer alone.
 extern "C" void __lsan_do_leak_check() __attribute__((weak));
 
@@ -110,7 +114,8 @@ bool moveInto(fs::path const& folder) {
 }  // namespace zelk_test
 
 int main(int argc, char** argv) {
-    zelk_test::startServer();
+    // The thread sanitizer lets no fork of a process with threads have any of its own.
+    if (!__has_feature(thread_sanitizer)) zelk_test::startServer();
     testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();
 }
