@@ -48,7 +48,7 @@ std::string requestOf(fs::path const& folder, std::vector<std::string> const& ar
     auto const firstVariable = texts.begin() + 2 + std::atoi(texts[1]);
     ::clearenv();
     for (auto variable = firstVariable; variable != texts.end(); ++variable) ::putenv(*variable);
-    int const testsErrors = ::dup(2);
+    int const testsErrors = ::fcntl(2, F_DUPFD_CLOEXEC, 3);
     if (!moveInto(texts[0])) ::_exit(126);
     std::vector<char const*> words{ZELK_BINARY};
     words.insert(words.end(), texts.begin() + 2, firstVariable);
@@ -71,7 +71,7 @@ std::string requestOf(fs::path const& folder, std::vector<std::string> const& ar
             ::close(socket);
             answer(request);
         }
-        ServedRun run;
+        ServedRun run{.status = 126 << 8, .usage = {}};  // where there is no child
         ::wait4(child, &run.status, 0, &run.usage);
         ::send(socket, &run, sizeof run, MSG_NOSIGNAL);
     }
@@ -99,8 +99,10 @@ std::optional<ServedRun> servedRun(fs::path const& folder,
     if (!lock || server < 0 || request.size() > kLongestRequest) return std::nullopt;
     ServedRun run;
     if (::send(server, request.data(), request.size(), MSG_NOSIGNAL) < 0 ||
-        ::recv(server, &run, sizeof run, 0) != sizeof run)
+        ::recv(server, &run, sizeof run, 0) != sizeof run) {
+        server = -1;  // its answer would be taken for the next run's
         return std::nullopt;
+    }
     return run;
 }
 

@@ -44,11 +44,6 @@ void limitChild(int which, std::size_t bytes) {
     ::_exit(126);
 }
 
-/// A job's scripts start the program that submitted them, and `view` the one beside itself.
-bool namesItsProgram(Words const& arguments) {
-    return !arguments.empty() && (arguments[0] == "submit" || arguments[0] == "view");
-}
-
 }  // namespace
 
 bool has(std::string const& text, std::string const& part) {
@@ -76,9 +71,11 @@ void ZelkTest::TearDown() {
 
 Outcome ZelkTest::run(Words arguments, Limits const& limits,
                       std::function<void(int)> const& meanwhile) const {
-    bool const isPlain = !meanwhile && limits == Limits{};
+    // A job's scripts start the program that submitted them, and `view` the one beside itself.
+    bool const namesProgram = has("submit view", arguments.empty() ? "" : arguments[0]);
     std::optional<ServedRun> run;
-    if (isPlain && !namesItsProgram(arguments)) run = servedRun(m_folder.path(), arguments);
+    if (!meanwhile && limits == Limits{} && !namesProgram)
+        run = servedRun(m_folder.path(), arguments);
     if (!run) {
         run.emplace();
         pid_t const child = ::fork();

@@ -4,7 +4,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cmath>
 #include <nlohmann/json.hpp>
 #include <set>
 #include <utility>
@@ -13,6 +12,7 @@
 #include "zelk/scene/inputs.h"
 #include "zelk/sequence/render_frames.h"
 #include "zelk/sequence/schedule.h"
+#include "zelk/text/numbers.h"
 
 namespace zelk {
 
@@ -22,12 +22,6 @@ using Json = nlohmann::json;
 
 std::string framesText(int count) {
     return count == 1 ? "1 frame" : fmt::format("{} frames", count);
-}
-
-std::string clockText(double seconds) {
-    auto const s = static_cast<long long>(std::ceil(std::min(seconds, 1e9)));
-    if (s < 3600) return fmt::format("{}:{:02}", s / 60, s % 60);
-    return fmt::format("{}:{:02}:{:02}", s / 3600, s / 60 % 60, s % 60);
 }
 
 void takeEvent(Json const& event, ExportState& state) {
@@ -53,7 +47,7 @@ void takeEvent(Json const& event, ExportState& state) {
 std::string ExportState::text() const {
     if (isRunning && count == 0) return "Looking at the frames";
     if (isRunning) {
-        std::string const left = secondsLeft > 0 ? ", " + clockText(secondsLeft) + " left" : "";
+        std::string const left = secondsLeft > 0 ? ", " + durationText(secondsLeft) + " left" : "";
         return fmt::format("{} of {}{}", ended, framesText(count), left);
     }
     std::string result =
