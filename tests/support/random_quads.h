@@ -2,9 +2,12 @@
 // (SCOPED_TRACE), so that a failure can be repeated.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <array>
 #include <cmath>
 #include <random>
+#include <string>
 
 namespace zelk {
 
@@ -21,6 +24,17 @@ void setPins(Pin (&pins)[4], Quad const& quad) {
     constexpr int kPinOfCorner[4] = {0, 2, 1, 3};
     for (int i = 0; i < 4; ++i) pins[kPinOfCorner[i]] = {quad[2 * i], quad[2 * i + 1]};
 }
+
+/// Of another seed each time, which a failure prints.
+class FreshRandom : public std::mt19937 {
+public:
+    explicit FreshRandom(unsigned seed = std::random_device{}())
+        : std::mt19937(seed), m_told(__FILE__, __LINE__, "seed " + std::to_string(seed)) {}
+    int below(int n) { return static_cast<int>((*this)() % static_cast<unsigned>(n)); }
+
+private:
+    testing::ScopedTrace m_told;
+};
 
 class Random {
 public:

@@ -8,29 +8,31 @@
 #include <stdexcept>
 #include <string>
 
+namespace fs = std::filesystem;  // in every test
+
 namespace zelk_test {
 
 class TemporaryFolder {
 public:
     TemporaryFolder() {
         const std::string unnamed(6, 'X');  // for mkdtemp to fill in
-        std::string name = std::filesystem::temp_directory_path() / ("zelk-test-" + unnamed);
+        std::string name = fs::temp_directory_path() / ("zelk-test-" + unnamed);
         if (!::mkdtemp(name.data())) throw std::runtime_error("no folder for a test");
-        m_path = std::filesystem::canonical(name);
+        m_path = fs::canonical(name);
     }
-    ~TemporaryFolder() { std::filesystem::remove_all(m_path); }
+    ~TemporaryFolder() { fs::remove_all(m_path); }
     TemporaryFolder(TemporaryFolder const&) = delete;
     TemporaryFolder& operator=(TemporaryFolder const&) = delete;
 
-    std::filesystem::path const& path() const { return m_path; }
-    std::filesystem::path at(std::string const& name) const { return m_path / name; }
-    std::filesystem::path put(std::string const& name, std::string const& bytes) const {
+    fs::path const& path() const { return m_path; }
+    fs::path at(std::string const& name) const { return m_path / name; }
+    fs::path put(std::string const& name, std::string const& bytes) const {
         std::ofstream(at(name), std::ios::binary) << bytes;
         return at(name);
     }
 
 private:
-    std::filesystem::path m_path;
+    fs::path m_path;
 };
 
 }  // namespace zelk_test

@@ -20,8 +20,6 @@
 
 namespace zelk_test {
 
-namespace fs = std::filesystem;
-
 namespace {
 
 void limitChild(int which, std::size_t bytes) {
@@ -137,6 +135,15 @@ std::string ZelkTest::bytesOf(std::string const& name) const {
     std::ostringstream bytes;
     bytes << std::ifstream(at(name), std::ios::binary).rdbuf();
     return bytes.str();
+}
+
+std::map<std::string, std::size_t> ZelkTest::contents(std::string const& folder) const {
+    std::map<std::string, std::size_t> all;
+    for (auto const& entry : fs::directory_iterator(at(folder)))
+        if (std::string const name = entry.path().filename();
+            entry.is_regular_file() && name != ".zelk-journal")
+            all[name] = std::hash<std::string>()(bytesOf(folder + "/" + name));
+    return all;
 }
 
 Words ZelkTest::files() const {

@@ -6,6 +6,7 @@
 
 #include <filesystem>
 #include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -55,13 +56,15 @@ protected:
     /// Expects one line of the form that users know, with all fragments in it, and nothing else.
     void expectRefusal(Words const& arguments, int exitCode, Words const& fragments,
                        Limits const& limits = {}) const;
-    std::filesystem::path at(std::string const& name) const { return m_folder.at(name); }
+    fs::path at(std::string const& name) const { return m_folder.at(name); }
     void put(std::string const& name, std::string const& bytes) const;
     /// Puts a shell script before all other programs of that name, until the test ends.
     void putProgram(std::string const& name, std::string const& script);
     /// Waits for a file that another process makes.
     void awaitFile(std::string const& name) const;
     std::string bytesOf(std::string const& name) const;
+    /// The files of a folder, a run's journal aside: names with sums of their bytes.
+    std::map<std::string, std::size_t> contents(std::string const& folder) const;
     /// Names in the folder, sorted, those of the captured streams left out.
     Words files() const;
 
@@ -84,18 +87,16 @@ struct Picture {
 
 /// Straight colour as it is stored. The stored type is `type` ("half" for one).
 template <class T>
-void writePicture(std::filesystem::path const& file, Picture<T> const& picture,
-                  std::string const& type = "");
+void writePicture(fs::path const& file, Picture<T> const& picture, std::string const& type = "");
 template <class T>
-Picture<T> readPicture(std::filesystem::path const& file);
+Picture<T> readPicture(fs::path const& file);
 
 /// Values as they are stored; one stands for all.
-void writeValues(std::filesystem::path const& file, OIIO::ImageSpec const& spec,
-                 std::vector<float> values);
+void writeValues(fs::path const& file, OIIO::ImageSpec const& spec, std::vector<float> values);
 /// A file of several parts, each filled with values from the front.
-void writeParts(std::filesystem::path const& file, std::vector<OIIO::ImageSpec> const& specs,
+void writeParts(fs::path const& file, std::vector<OIIO::ImageSpec> const& specs,
                 std::vector<float> const& values);
-OIIO::ImageSpec specOf(std::filesystem::path const& file);
+OIIO::ImageSpec specOf(fs::path const& file);
 
 /// Values spread over the whole range, the same for the same seed.
 template <class T>

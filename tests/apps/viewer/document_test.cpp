@@ -1,10 +1,9 @@
 // Acts on a document, and the way back.
 #include <malloc.h>
 
-#include <random>
-
 #include "apps/viewer/model/scene_inputs.h"
 #include "tests/apps/viewer/window_fixture.h"
+#include "tests/support/random_quads.h"
 #include "zelk/scene/edits.h"
 #include "zelk/scene/file.h"
 #include "zelk/scene/hand_over.h"
@@ -44,10 +43,8 @@ protected:
 };
 
 TEST_F(DocumentTest, RandomActsAreUndoneByteForByteAndDoneAgain) {
-    unsigned const seed = std::random_device{}();
-    SCOPED_TRACE(testing::Message() << "seed " << seed);
-    std::mt19937 random(seed);
-    auto const whole = [&](int most) { return static_cast<int>(random() % unsigned(most)); };
+    FreshRandom random;
+    auto const whole = [&](int most) { return random.below(most); };
     std::vector<std::string> texts = {text()};
     for (int i = 0; i < 60; ++i) {
         document.setFrame(1 + whole(48));
@@ -96,23 +93,20 @@ TEST_F(DocumentTest, RandomActsAreUndoneByteForByteAndDoneAgain) {
 
 /// Pins moved, snapped to corners and to each other, and reset: what is saved is what stood there.
 TEST_F(DocumentTest, PinsAreSavedWhereverTheyStand) {
-    unsigned const seed = std::random_device{}();
-    SCOPED_TRACE(testing::Message() << "seed " << seed);
-    std::mt19937 random(seed);
-    auto const below = [&](int n) { return static_cast<int>(random() % unsigned(n)); };
+    FreshRandom random;
     for (int round = 0; round < 12; ++round) {
         startOverPlate();
         auto const first = statesOf(document);
         int steps = 0;
         for (int i = 0; i < 5; ++i) {
-            int const corner = below(4), to = kToPins + corner, from = kFromPins + corner;
+            int const corner = random.below(4), to = kToPins + corner, from = kFromPins + corner;
             double const right = corner % 2, low = corner / 2;
             KeyValue const places[] = {{640 * right, 427 * low},
                                        {451 * right, 300 * low},
                                        document.valueOf(from),
                                        document.defaultOf(to),
-                                       {double(below(640)), below(4270) / 8.}};
-            steps += document.edit(below(2) ? to : from, places[below(5)]);
+                                       {double(random.below(640)), random.below(4270) / 8.}};
+            steps += document.edit(random.below(2) ? to : from, places[random.below(5)]);
         }
         auto const last = statesOf(document);
         ASSERT_EQ(reopened(), last) << text();

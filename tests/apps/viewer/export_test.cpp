@@ -21,8 +21,6 @@
 namespace zelk {
 namespace {
 
-namespace fs = std::filesystem;
-
 class ExportTest : public FilesTest {
 protected:
     ExportTest() { window->openFile(path("move.zelk.json")); }

@@ -11,6 +11,7 @@
 
 #include "apps/viewer/viewer_window.h"
 #include "tests/apps/viewer/window_fixture.h"
+#include "zelk/scene/edits.h"
 #include "zelk/scene/file.h"
 #include "zelk/scene/parameter_names.h"
 
@@ -55,6 +56,17 @@ protected:
         window->questions().goesOn = [this](QString const& text, QString const&, QString const&) {
             return window->questions().choice(text, {}) == 0;
         };
+    }
+
+    /// The project with its To pins by the track instead of keys.
+    void openTracked() {
+        window->openFile(path("move.zelk.json"));
+        document().change("Track", [&](Scene& scene) {
+            scene.trackReading.firstFrame = 1;
+            sceneEdit("track").apply(scene, "track", folder.at("sign-track.txt").string());
+            std::erase_if(scene.parameters,
+                          [](auto const& p) { return p.name.starts_with("to-"); });
+        });
     }
 
     Document& document() { return window->document(); }

@@ -27,8 +27,6 @@
 namespace zelk {
 namespace {
 
-namespace fs = std::filesystem;
-
 TEST_F(FilesTest, OpensWhatAFileIs) {
     for (int frame : {11, 12, 13})
         fs::copy(folder.at("chelsea.png"), folder.at("s." + std::to_string(frame) + ".png"));
@@ -232,12 +230,7 @@ TEST_F(FilesTest, ADropAsksWhatItIsFor) {
 }
 
 TEST_F(FilesTest, MissingFilesAreNamedAndRelinkedInOneStep) {
-    window->openFile(path("move.zelk.json"));
-    document().change("Track", [&](Scene& scene) {
-        scene.trackReading.firstFrame = 1;
-        sceneEdit("track").apply(scene, "track", folder.at("sign-track.txt").string());
-        std::erase_if(scene.parameters, [](auto const& p) { return p.name.starts_with("to-u"); });
-    });
+    openTracked();
     fs::create_directories(folder.at("a/shots"));
     document().saveAs(folder.at("a/lost.zelk.json"));
     std::string const whole = bytesOf(folder.at("a/lost.zelk.json"));
@@ -433,12 +426,18 @@ TEST_F(FilesTest, AFullDiskLeavesTheOldProject) {
 }
 
 TEST_F(FilesTest, EachActHasItsPlaceAndKeysAreNoTwoActs) {
+    QStringList const desktops = {"Ctrl+Alt+L", "Ctrl+Alt+Up",   "Ctrl+Alt+Down",
+                                  "Ctrl+Alt+T", "Ctrl+Alt+Left", "Ctrl+Alt+Right",
+                                  "Ctrl+Alt+A", "Ctrl+Alt+D",    "Alt+F4",
+                                  "Alt+Tab",    "Alt+Space",     "Ctrl+Alt+Del"};
     QMap<QString, QString> keys;
     for (ViewerCommand const& command : window->menus().commands()) {
         if (command.name.isEmpty()) continue;
         QString const place = command.menu + "/" + command.name;
         EXPECT_FALSE(command.help.isEmpty()) << place.toStdString();
         ASSERT_TRUE(window->menus().action(place));
+        for (QKeySequence const& each : command.otherKeys + QList<QKeySequence>{command.keys})
+            EXPECT_FALSE(desktops.contains(each.toString())) << place.toStdString();
         if (command.keys.isEmpty()) continue;
         QString& owner = keys[command.keys.toString()];
         EXPECT_EQ(owner, "") << command.keys.toString().toStdString() << " " << place.toStdString();

@@ -15,8 +15,6 @@
 namespace zelk {
 namespace {
 
-namespace fs = std::filesystem;
-
 /// `zelk view` starts the real program with a scene of options; it is killed while it edits.
 TEST_F(FilesTest, WhatAKilledViewerHadIsRecovered) {
     fs::path const state = folder.at("xdg/zelk");

@@ -13,8 +13,6 @@
 namespace zelk {
 namespace {
 
-namespace fs = std::filesystem;
-
 class ReloadTest : public FilesTest {
 protected:
     CompositionCanvas& canvas() { return window->composition().canvas(); }
@@ -73,7 +71,7 @@ TEST_F(ReloadTest, SavingElsewhereKeepsTheFramesThatAreRendered) {
     EXPECT_TRUE(shownAt(1) == first);
 }
 
-TEST_F(ReloadTest, WhatWasMissingIsSeenWhenTheWindowGetsTheFocus) {
+TEST_F(ReloadTest, WhatWasMissingIsSeenAtTheFocusOrSoonAndNotWithinAnAct) {
     window->openFile(path("move.zelk.json"));
     auto const notice = [&] { return window->notices().text("missing"); };
     std::string const before = shownAt(1);
@@ -86,6 +84,14 @@ TEST_F(ReloadTest, WhatWasMissingIsSeenWhenTheWindowGetsTheFocus) {
     focus();
     EXPECT_EQ(notice(), "");
     EXPECT_TRUE(shownAt(1) == before);
+    fs::rename(folder.at("chelsea.png"), folder.at("away.png"));
+    focus();
+    document().beginAct("Drag");
+    fs::rename(folder.at("away.png"), folder.at("chelsea.png"));
+    QTest::qWait(2500);  // the next look is within two seconds
+    EXPECT_NE(notice(), "");
+    document().endAct();
+    EXPECT_TRUE(QTest::qWaitFor([&] { return notice() == ""; }));
 }
 
 /// Each dialog's end gives the window the focus.
@@ -108,12 +114,7 @@ TEST_F(ReloadTest, AnErrorAndTheKeyboardStayWhileAFrameFails) {
 }
 
 TEST_F(ReloadTest, TracksAreReadAgain) {
-    window->openFile(path("move.zelk.json"));
-    document().change("Track", [&](Scene& scene) {
-        scene.trackReading.firstFrame = 1;
-        sceneEdit("track").apply(scene, "track", folder.at("sign-track.txt").string());
-        std::erase_if(scene.parameters, [](auto const& p) { return p.name.starts_with("to-"); });
-    });
+    openTracked();
     document().save();
     std::string const before = shownAt(1);
     fs::rename(folder.at("sign-track.txt"), folder.at("away.txt"));

@@ -5,13 +5,13 @@
 #include <QDoubleSpinBox>
 #include <QScrollBar>
 #include <QTimer>
-#include <random>
 #include <set>
 
 #include "apps/viewer/model/key_acts.h"
 #include "apps/viewer/model/parameter_control.h"
 #include "apps/viewer/timeline_panel.h"
 #include "tests/apps/viewer/window_fixture.h"
+#include "tests/support/random_quads.h"
 #include "zelk/scene/parameter_names.h"
 
 namespace zelk {
@@ -311,9 +311,7 @@ TEST_F(TimelineTest, EasesOfEndsStayAndHoldsHaveNone) {
 /// Every mode for a while, with a clock that is late at random: frames stay within the range, which
 /// changes now and then, each follows the one before, and no frame comes before its time.
 TEST(Playback, StaysInItsRangeAndKeepsItsTime) {
-    unsigned const seed = std::random_device{}();
-    SCOPED_TRACE(testing::Message() << "seed " << seed);
-    std::mt19937 random(seed);
+    FreshRandom random;
     for (LoopMode const mode : {LoopMode::kLoop, LoopMode::kPingPong, LoopMode::kOnce})
         for (bool const skips : {false, true}) {
             Playback playback;

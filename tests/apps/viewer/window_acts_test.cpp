@@ -27,8 +27,6 @@
 namespace zelk {
 namespace {
 
-namespace fs = std::filesystem;
-
 class WindowActs : public FilesTest {
 protected:
     WindowActs() { window->openFile(path("move.zelk.json")); }

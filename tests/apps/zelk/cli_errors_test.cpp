@@ -93,7 +93,6 @@ TEST_F(Failures, AFullDiskLeavesTheEarlierFileAndNothingElse) {
 }
 
 TEST_F(Failures, APlaceThatMayNotBeWrittenStays) {
-    namespace fs = std::filesystem;
     writePicture(at("in.png"), noise<std::uint8_t>(4, 4, 4, 7));
     fs::create_directory(at("shut"));
     for (char const* name : {"o.png", "shut/o.png"}) put(name, "earlier");

@@ -21,7 +21,6 @@
 namespace zelk {
 namespace {
 
-namespace fs = std::filesystem;
 using Json = nlohmann::json;
 
 TEST(Tasks, HaveEachFrameOnceInOrderAndAreOfOneSize) {

@@ -12,7 +12,6 @@
 namespace zelk_test {
 namespace {
 
-namespace fs = std::filesystem;
 using Json = nlohmann::json;
 
 class Farm : public ZelkTest {
@@ -41,16 +40,9 @@ protected:
     Words words(Words const& more) const {
         return joined({"submit", "shot.zelk.json", "--memory", "200"}, more);
     }
-    /// Names of pictures with sums of their bytes.
-    std::map<std::string, std::size_t> frames() const {
-        std::map<std::string, std::size_t> all;
-        for (auto const& entry : fs::directory_iterator(at("out")))
-            if (std::string const name = entry.path().filename(); name.ends_with(".png"))
-                all[name] = std::hash<std::string>()(bytesOf("out/" + name));
-        return all;
-    }
+    auto frames() const { return contents("out"); }
     /// As one run renders the project now.
-    std::map<std::string, std::size_t> rendered(Words const& more = {}) const {
+    auto rendered(Words const& more = {}) const {
         done(joined({"render", "--project", "shot.zelk.json"}, more));
         auto const all = frames();
         for (auto const& [name, sum] : all) fs::remove(at("out/" + name));

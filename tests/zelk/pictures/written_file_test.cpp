@@ -16,7 +16,6 @@
 
 namespace {
 
-namespace fs = std::filesystem;
 using WrittenFile = zelk_test::ZelkTest;
 
 // The disk could grow here: only the look at the file itself can tell.

@@ -72,5 +72,22 @@ TEST_F(Explain, AloneItIsTextAndTakesNoFileForItsForm) {
     EXPECT_EQ(run({"render", "in.png", "-o", "out.png", "--explain=yaml"}).exitCode, 2);
 }
 
+/// As text the first frame is whole, and of the others stands what is another.
+TEST_F(Explain, OfASequenceJsonHasEachFrameWhole) {
+    Words const sequence = "render in.png -o o.%d.png --frames 1-3 --explain"_words;
+    std::istringstream lines(run(joined(sequence, {"json"})).out);
+    int count = 0;
+    for (std::string line; std::getline(lines, line);) {
+        Json const told = Json::parse(line);
+        EXPECT_EQ(told["number"], ++count);
+        EXPECT_GT(told["coveredPixels"]["any"], 0);
+        EXPECT_TRUE(told["milliseconds"].contains("write"));
+    }
+    EXPECT_EQ(count, 3);
+    std::string const text = run(sequence).out;
+    EXPECT_TRUE(text.starts_with("frame 1\nroad      module\n")) << text;
+    EXPECT_TRUE(has(text, "\nframe 2\nframe 3\nframes    3\nread ")) << text;
+}
+
 }  // namespace
 }  // namespace zelk_test

@@ -3,9 +3,9 @@
 #include "zelk/render/frame_renderer.h"
 
 #include <nlohmann/json.hpp>
-#include <random>
 #include <thread>
 
+#include "tests/support/random_quads.h"
 #include "tests/support/zelk_process.h"
 #include "zelk/scene/check.h"
 #include "zelk/scene/edits.h"
@@ -123,20 +123,18 @@ TEST_F(Renderer, SettlesTypedValuesForAFile) {
 
 /// Each pin open, at a corner of the frame or of the layer, or anywhere.
 TEST_F(Renderer, SettledPinsGiveTheSameFrame) {
-    unsigned const seed = std::random_device{}();
-    SCOPED_TRACE(testing::Message() << "seed " << seed);
-    std::mt19937 random(seed);
-    auto const below = [&](int n) { return static_cast<int>(random() % unsigned(n)); };
+    FreshRandom random;
     for (int round = 0; round < 40; ++round) {
-        Scene given = scene(below(2));
-        if (below(2)) given.parameters.clear();
+        Scene given = scene(random.below(2));
+        if (random.below(2)) given.parameters.clear();
         for (int pin = 0; pin < 8; ++pin) {
             double const right = pin % 2, low = pin % 4 / 2;
-            Point const places[] = {{50 * right, 44 * low},
-                                    {40 * right, 30 * low},
-                                    {right * 25 + below(20), low * 20 + below(90) / 8.}};
+            Point const places[] = {
+                {50 * right, 44 * low},
+                {40 * right, 30 * low},
+                {right * 25 + random.below(20), low * 20 + random.below(90) / 8.}};
             int const first = pin < 4 ? kToPins : kFromPins - 4;
-            int const place = below(6);
+            int const place = random.below(6);
             if (place < 3) setParameter(given, nameOfParameter(first + pin), places[place], "p");
         }
         FrameRenderer renderer(given);

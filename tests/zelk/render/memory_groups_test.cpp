@@ -12,8 +12,6 @@
 namespace zelk {
 namespace {
 
-namespace fs = std::filesystem;
-
 TEST(MemoryGroups, TheTightestOnTheWayUpCounts) {
     std::ifstream rows(ZELK_MEMORY_GROUPS);
     int count = 0;

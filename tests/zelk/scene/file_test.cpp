@@ -18,7 +18,6 @@
 namespace zelk {
 namespace {
 
-namespace fs = std::filesystem;
 using Json = nlohmann::json;
 using zelk_test::has;
 using zelk_test::Limits;

@@ -5,8 +5,6 @@
 namespace zelk_test {
 namespace {
 
-namespace fs = std::filesystem;
-
 class OnePicture : public ZelkTest {
 protected:
     void SetUp() override {

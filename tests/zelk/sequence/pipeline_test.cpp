@@ -9,9 +9,9 @@
 #include <latch>
 #include <memory>
 #include <numeric>
-#include <random>
 #include <thread>
 
+#include "tests/support/random_quads.h"
 #include "tests/support/zelk_process.h"
 #include "zelk/files/frame_names.h"
 #include "zelk/sequence/interrupt_flag.h"
@@ -22,7 +22,6 @@
 namespace zelk {
 namespace {
 
-namespace fs = std::filesystem;
 using zelk_test::split;
 
 /// What `call` gives in words: its frames, or its refusal.
@@ -112,11 +111,10 @@ TEST(FrameRange, ListsFramesInOrderOnceOrRefuses) {
 enum Stage { kLoad, kRender, kStore, kNone };
 
 TEST(FramePipeline, KeepsOrderBoundAndFramesUnderDelaysAndFailures) {
-    std::uint32_t const seed = std::random_device{}();
-    std::mt19937 random(seed);
-    auto const upTo = [&](int most) { return std::uniform_int_distribution(0, most)(random); };
+    FreshRandom random;
+    auto const upTo = [&](int most) { return random.below(most + 1); };
     for (int round = 0; round < 150; ++round) {
-        SCOPED_TRACE(fmt::format("seed {}, round {}", seed, round));
+        SCOPED_TRACE(round);
         int const count = upTo(30), stopFrame = round % 3 ? -1 : upTo(30), stopStage = upTo(2);
         std::vector<int> frames(count), delaysUs(count * 3), failing(count), done, failed;
         std::iota(frames.begin(), frames.end(), 0);

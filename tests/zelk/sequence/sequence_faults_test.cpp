@@ -8,8 +8,6 @@
 namespace zelk_test {
 namespace {
 
-namespace fs = std::filesystem;
-
 class SequenceFaults : public ZelkTest {
 protected:
     void putFrames(int count, int width = 40, int height = 30) const {

@@ -24,7 +24,6 @@
 namespace zelk {
 namespace {
 
-namespace fs = std::filesystem;
 using zelk_test::has;
 using zelk_test::split;
 
