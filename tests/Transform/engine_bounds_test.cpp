@@ -17,7 +17,7 @@ using zelk::Random;
 // Filters without negative weights: a pixel is a mean of source pixels times a coverage, so it must
 // lie in the sources' range, 0 to 1, but for 40 roundings of 2^-24.
 void renderAndCheck(EngineScene scene, Random& random) {
-    constexpr double kFloatError = 40 * 0x1p-24;
+    constexpr double kRounding = 40 * 0x1p-24;
     constexpr int kFilters[][2] = {{0, 0}, {1, 0}, {2, 0}, {9, 0}, {9, 1}, {9, 3}, {22, 0}};
     const GuardedRaster source = zelk::noiseSource(random, scene, kFormatARGB32);
     for (auto const& filter : kFilters) {
@@ -31,7 +31,7 @@ void renderAndCheck(EngineScene scene, Random& random) {
             largest = std::max(largest, output.get(x, y, c));
             numbers = numbers && !std::isnan(output.get(x, y, c));
         });
-        ASSERT_TRUE(numbers && least >= -kFloatError && largest <= 1 + kFloatError)
+        ASSERT_TRUE(numbers && least >= -kRounding && largest <= 1 + kRounding)
             << least << " to " << largest << ", filter " << filter[0] << ", size " << filter[1];
     }
 }

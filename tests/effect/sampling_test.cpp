@@ -177,18 +177,18 @@ void animate(PluginHost_Memory_Impl& host, unsigned seed) {
 // that: r (2 + ... + n) / n in all. r is half a step of an integer, and what 24 bits add to 32768;
 // in float three roundings.
 TYPED_TEST(EachFormat, MotionBlurIsTheMeanOfItsMoments) {
-    constexpr int kWidth = 23, kHeight = 15, kSamples = 5;
+    constexpr int kAcross = 23, kDown = 15, kSamples = 5;
     double const r = TypeParam::kIsFloat ? 3 * 0x1p-24 : 0.5 + 0x1p-7;
     double const bound = r * (kSamples * (kSamples + 1) / 2 - 1) / kSamples;
     for (unsigned const view : {1u, 2u, 3u})
         for (unsigned const quality : {2u, 3u}) {
             SCOPED_TRACE(testing::Message() << "view " << view << " quality " << quality);
-            GuardedRaster input(TypeParam::kFormat, kWidth, kHeight);
+            GuardedRaster input(TypeParam::kFormat, kAcross, kDown);
             Random random(view);
             input.paint([&](int, int, int) { return random.uniform(0, TypeParam::kWhite); });
             auto const render = [&](int time, int samples, double phase) {
                 // In one view the frame has a size of its own.
-                GuardedRaster output(TypeParam::kFormat, kWidth + 4 * (view == 3), kHeight, 16);
+                GuardedRaster output(TypeParam::kFormat, kAcross + 4 * (view == 3), kDown, 16);
                 PluginHost_Memory_Impl host(input.info(), output.info());
                 zelk::setDefaultControls(host);
                 host.setTime({time, 100, 2500});
