@@ -84,6 +84,29 @@ struct PassRows : testing::Test {
 using Traits = testing::Types<PIXEL_ARGB8, PIXEL_BGRA8, PIXEL_ARGB15, PIXEL_ARGB32, PIXEL_BGRA32>;
 TYPED_TEST_SUITE(PassRows, Traits);
 
+template <class Trait, bool Divides>
+void premultiplied(typename Trait::Channel* row, int count) {
+    using T = typename Trait::Channel;
+    for (int x = 0; x < count; ++x)
+        premult_detail::changePixel<Trait, T, Divides>(row + 4 * x, Trait::kAlpha);
+}
+
+/// Every byte at each channel under every alpha.
+TEST(PremultRows, AllOfEightBitsHaveTheScalarBits) {
+    std::vector<unsigned char> all(4 << 16);
+    for (unsigned i = 0; i < all.size(); ++i)
+        all[i] = static_cast<unsigned char>(i % 4 == 3 ? i >> 10 : (i >> 2) + 85 * (i % 4));
+    zelk::onEveryTarget([&] {
+        for (bool const divides : {false, true}) {
+            auto want = all, got = all;
+            divides ? premultiplied<PIXEL_BGRA8, true>(want.data(), 1 << 16)
+                    : premultiplied<PIXEL_BGRA8, false>(want.data(), 1 << 16);
+            premultRowSimd(got.data(), 1 << 16, PIXEL_BGRA8::kAlpha, divides);
+            EXPECT_TRUE(same(want, got)) << divides;
+        }
+    });
+}
+
 TYPED_TEST(PassRows, AlphaMeansAndFadesHaveTheScalarBits) {
     using Channel = typename TypeParam::Channel;
     constexpr int kAlpha = TypeParam::kAlpha;
@@ -102,12 +125,11 @@ TYPED_TEST(PassRows, AlphaMeansAndFadesHaveTheScalarBits) {
             "merge", [&](Channel* p) { row_pass::merge(p, sample.data(), 4 * n, share); },
             [&](Channel* p) { mergeRowSimd(p, sample.data(), 4 * n, share); });
         this->compare(
-            "premultiply",
-            [=](Channel* p) {
-                for (int x = 0; x < n; ++x)
-                    premult_detail::changePixel<TypeParam, Channel, false>(p + 4 * x, kAlpha);
-            },
+            "premultiply", [=](Channel* p) { premultiplied<TypeParam, false>(p, n); },
             [=](Channel* p) { premultRowSimd(p, n, kAlpha, false); });
+        this->compare(
+            "divide by alpha", [=](Channel* p) { premultiplied<TypeParam, true>(p, n); },
+            [=](Channel* p) { premultRowSimd(p, n, kAlpha, true); });
         if constexpr (TypeParam::kIsFloat)
             this->compare(
                 "over a plate",
