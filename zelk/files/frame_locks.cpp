@@ -127,8 +127,8 @@ bool claim(fs::path const& lock, std::string const& line, int depth) {
     Life const life = lifeOfLine(*holder);
     bool const isDead =
         life == Life::kDead || (life == Life::kUnknown && candidate.age(lock) > kSilentSeconds);
-    constexpr int kDeepest = 3;
-    if (!isDead || depth == kDeepest) return false;
+    constexpr int kMostTakeovers = 3;
+    if (!isDead || depth == kMostTakeovers) return false;
     fs::path const takeover =
         lock.parent_path() /
         fmt::format("{}{:08x}", kTakeover, nameSum(lock.filename().string() + *holder));
