@@ -15,6 +15,16 @@ namespace fs = std::filesystem;
 constexpr int kDelayMs = 3000;
 constexpr char const* kKey = "recovery";  ///< of the notice
 
+namespace {
+
+UserError notAdopted(fs::path const& abandoned, std::error_code const& fault) {
+    bool const isGone = fault == std::errc::no_such_file_or_directory;
+    return {ExitCode::kInput, abandoned.string() + ": " +
+                                  (isGone ? "another viewer has recovered it" : fault.message())};
+}
+
+}  // namespace
+
 Recovery::Recovery(WindowServices& services, FileActs& files, fs::path folder)
     : m_services(services),
       m_files(files),
@@ -131,15 +141,13 @@ void Recovery::recover(fs::path const& abandoned) {
     HandedScene handed = readAutosaved(abandoned);
     if (!m_files.mayLeave()) return;
     m_timer.stop();
-    bool const isOwn = m_autosave.adopt(abandoned);
+    std::error_code const fault = m_autosave.adopt(abandoned);
     try {
         offer();
-        if (!isOwn)
-            throw UserError(ExitCode::kInput,
-                            abandoned.string() + ": another viewer has recovered it");
+        if (fault) throw notAdopted(abandoned, fault);
         m_files.recover(std::move(handed));
     } catch (...) {  // memory may be short
-        if (isOwn) m_autosave.giveBack(abandoned);
+        if (!fault) m_autosave.giveBack(abandoned);
         follow();  // what is open is saved by itself as before
         offer();
         throw;

@@ -142,7 +142,7 @@ std::map<std::string, std::size_t> ZelkTest::contents(std::string const& folder)
     for (auto const& entry : fs::directory_iterator(at(folder)))
         if (std::string const name = entry.path().filename();
             entry.is_regular_file() && name != ".zelk-journal")
-            all[name] = std::hash<std::string>()(bytesOf(folder + "/" + name));
+            all[name] = std::hash<std::string>()(bytesOf(fs::path(folder) / name));
     return all;
 }
 

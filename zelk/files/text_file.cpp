@@ -47,9 +47,9 @@ void writeTextFile(fs::path const& file, std::string_view text, bool mayReplace)
     TemporaryFile temporary(file);
     errno = 0;
     std::ofstream out(temporary.path(), std::ios::binary);
-    out << text << std::flush;
+    out << text;
+    out.close();  // a file server's disk may be full only now
     if (!out) throw unwritable(file, std::strerror(errno));
-    out.close();
     if (!temporary.putInPlace(mayReplace))
         throw UserError(ExitCode::kOutput, file.string() + ": exists already");
 }

@@ -19,7 +19,11 @@ bool onDisk(fs::path const& path) {
 }
 
 bool isPattern(fs::path const& name) {
-    return !onDisk(name) && SequenceName(name.string()).isSequence();
+    try {
+        return !onDisk(name) && SequenceName(name.string()).isSequence();
+    } catch (UserError const&) {
+        return false;
+    }
 }
 
 bool namesFiles(fs::path const& name) {
@@ -51,6 +55,10 @@ InputFiles::InputFiles(fs::path const& name, MissingInput missing)
 InputFiles::InputFiles(std::shared_ptr<PictureBuffer const> buffer)
     : m_name(buffer->name), m_buffer(std::move(buffer)) {
     requireSound(*m_buffer);
+}
+
+void InputFiles::requireName() const {
+    if (!m_buffer && !onDisk(m_name)) SequenceName{m_name.string()};
 }
 
 std::vector<int> InputFiles::framesThere() const {

@@ -17,7 +17,8 @@
 namespace zelk {
 
 bool onDisk(std::filesystem::path const& path);
-/// Whether a name has a frame mark. One that exists as it stands has none.
+/// Whether a name has a frame mark. One that exists as it stands has none, nor has one whose mark
+/// is malformed or the second: InputFiles::requireName tells why.
 bool isPattern(std::filesystem::path const& name);
 /// Whether a name is that of a file, or has a frame mark and files of its numbers. In a folder that
 /// can't be listed there are none.
@@ -54,6 +55,9 @@ public:
     /// Throws an input error for a buffer that is not sound.
     explicit InputFiles(std::shared_ptr<PictureBuffer const> buffer);
     std::string name() const { return m_name.string(); }
+    /// Throws a usage error where the name is no file and its frame mark is malformed or the
+    /// second.
+    void requireName() const;
     bool isMovie() const { return m_movieFrames > 0; }
     bool isNumbered() const { return m_pattern || isMovie(); }
     /// Sorted; those that can be seen: a folder that is gone or may not be listed has none.

@@ -88,6 +88,7 @@ PixelSize sizeOfQuad(std::vector<Parameter> const& parameters, QuadPlace quad, P
 void FrameStages::begin(std::vector<int> const& frames) {
     if (frames.empty()) throw missing("the frames", "one at least");
     m_inFlight = std::min(static_cast<std::size_t>(m_run.inFlight), frames.size());
+    m_files.requireNames();
     checkSound(m_scene, m_files);
     settleComp(frames);
     readSizes(frames);
@@ -96,8 +97,10 @@ void FrameStages::begin(std::vector<int> const& frames) {
 
 void FrameStages::beginAt(int frame) {
     if (isEnding()) throw stopped("");
-    if (!m_files.isReadable(frame) && m_scene.missing == MissingInput::kStop)
+    if (!m_files.isReadable(frame) && m_scene.missing == MissingInput::kStop) {
+        m_files.requireNames();
         throw m_files.missingOf(frame).missing(frame).error();
+    }
     if (m_scene.hasComp) requireOnClock(m_scene.comp, frame, "frame");
     bool const isBegun = m_scene.hasComp ? !m_frames.empty() : m_frames == std::vector{frame};
     if (!isBegun) begin({frame});

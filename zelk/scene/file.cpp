@@ -386,15 +386,16 @@ std::vector<SceneParameter> readParameters(Node const& node, Comp const& comp) {
 }
 
 /// A path that may have one frame mark.
-std::string readPath(Node const& node) {
+std::string readOutputPath(Node const& node) {
     std::string const path = node.text("a path");
     if (!isTaken([&] { SequenceName{path}; })) node.fail("a path with at most one frame mark");
     return path;
 }
 
-/// A picture is read in pieces, so it can't come through a pipe.
+/// A picture is read in pieces, so it can't come through a pipe. Of one that is on disk any name is
+/// right.
 std::string readPicturePath(Node const& node) {
-    std::string const path = readPath(node);
+    std::string const path = node.text("a path");
     if (path == "-")
         node.refuse(node.place() + ": standard input can't be read as a picture:", path, "a file");
     return path;
@@ -432,7 +433,7 @@ Scene readRoot(fs::path const& file, Node const& root, TrackFiles trackFiles) {
     if (auto const node = root.find("matte")) scene.matte = matte(*node);
     if (auto const node = root.find("holdout")) scene.holdout = matte(*node);
     if (auto const output = root.find("output"))
-        scene.output = ScenePath{readPath(*output), file.parent_path()};
+        scene.output = ScenePath{readOutputPath(*output), file.parent_path()};
     if (auto const frames = root.find("frames")) {
         scene.frames = frames->text("frames such as 1001-1100");
         if (!isTaken([&] { parseFrameRange("", *scene.frames); }))

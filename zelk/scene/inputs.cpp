@@ -18,6 +18,11 @@ InputFiles filesOf(SceneInput const& input, MissingInput missing) {
 
 bool isNumbered(SceneInput const& input) { return !input.buffer && isPattern(input.file.path()); }
 
+/// A wrong mark is told before anything is written.
+bool isMarked(std::filesystem::path const& output) {
+    return !onDisk(output) && SequenceName(output.string()).isSequence();
+}
+
 bool isMovie(SceneInput const& input) { return !input.buffer && isMovieInput(input.file.path()); }
 
 }  // namespace
@@ -50,6 +55,10 @@ std::vector<NamedInput> SceneFiles::inputs() const {
     return all;
 }
 
+void SceneFiles::requireNames() const {
+    for (NamedInput const& input : inputs()) input.files->requireName();
+}
+
 bool SceneFiles::isReadable(int frame) const {
     auto const all = inputs();
     return std::all_of(all.begin(), all.end(),
@@ -72,7 +81,7 @@ bool isSequence(Scene const& scene) {
            (scene.matte && isOfMany(scene.matte->file)) ||
            (scene.holdout && isOfMany(scene.holdout->file)) ||
            (scene.stMap && isNumbered(*scene.stMap)) ||
-           (scene.hasComp && isPattern(scene.outputPath())) || isMovieName(scene.outputPath());
+           (scene.hasComp && isMarked(scene.outputPath())) || isMovieName(scene.outputPath());
 }
 
 TimeBase rateOf(Scene const& scene, SceneFiles const& files) {

@@ -25,6 +25,8 @@ struct SceneFiles {
     explicit SceneFiles(Scene const& scene);
     /// Those that the scene names, the layer first.
     std::vector<NamedInput> inputs() const;
+    /// Throws as InputFiles::requireName.
+    void requireNames() const;
     /// Whether a frame's inputs are there, or something stands for them.
     bool isReadable(int frame) const;
     /// The first one that makes a frame unreadable.

@@ -66,6 +66,7 @@ std::vector<int> framesMeant(Scene const& scene, SceneFiles const& files) {
 }  // namespace
 
 std::vector<int> framesAsked(Scene const& scene, SceneFiles const& files) {
+    files.requireNames();
     std::vector<int> asked = framesMeant(scene, files);
     bool const isMovie = isMovieName(scene.outputPath());
     if (asked.size() > 1 && scene.output && !files.output.isSequence() && !isMovie)

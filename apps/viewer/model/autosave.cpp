@@ -88,12 +88,12 @@ void Autosave::remove() {
     fs::remove(m_file, none);
 }
 
-bool Autosave::adopt(fs::path const& abandoned) {
+std::error_code Autosave::adopt(fs::path const& abandoned) {
     wait();
     std::error_code fault;
     fs::rename(abandoned, m_file, fault);
     m_isThere = m_isThere || !fault;  // an own one stays where there is none to adopt
-    return !fault;
+    return fault;
 }
 
 void Autosave::giveBack(fs::path const& abandoned) {

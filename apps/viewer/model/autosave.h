@@ -13,6 +13,7 @@
 #include <functional>
 #include <future>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "zelk/scene/hand_over.h"
@@ -32,9 +33,9 @@ public:
     /// On a thread of its own; false while the last one is being written, and nothing is done.
     bool write(HandedScene const& scene);
     void remove();
-    /// Makes an abandoned file this one's own, so that nobody else takes it; false where somebody
-    /// was faster.
-    bool adopt(std::filesystem::path const& abandoned);
+    /// Makes an abandoned file this one's own, so that nobody else takes it; no such file where
+    /// somebody was faster.
+    std::error_code adopt(std::filesystem::path const& abandoned);
     /// Leaves what was adopted where it was. Where it can't go back, it stays under the name that
     /// it has for the next viewer to find, and this one has another name from then on.
     void giveBack(std::filesystem::path const& abandoned);

@@ -166,7 +166,7 @@ void FrameService::serve(std::unique_lock<std::mutex>& lock, Wish const& wish, b
     bool const isShown = m_current && m_isCurrentWanted;  // nothing else is wanted meanwhile
     m_current.reset();
     if (!frame) return;  // stopped
-    if (frame->error.empty()) m_cache.add(frame, wish.view.isDraft && isShown);
+    if (frame->error.empty()) m_cache.add(frame, wish.view.isDraft && isWanted);
     if (!isWanted && !m_aheadFrames.empty() && m_aheadFrames.back() == frame->frame) {
         m_aheadFrames.pop_back();
         m_aheadBytes += frame->bytes();

@@ -148,10 +148,10 @@ TEST_F(FilesTest, AutosavedScenesGoWithTheirReason) {
     EXPECT_EQ(autosaved(), 0);
     Autosave own(folder.at("state"));
     own.write({document().scene(), document().file(), document().fileSum()});
-    EXPECT_FALSE(own.adopt(folder.at("gone")));
+    EXPECT_EQ(own.adopt(folder.at("gone")), std::errc::no_such_file_or_directory);
     own.remove();
     EXPECT_EQ(autosaved(), 0);
-    EXPECT_TRUE(own.adopt(folder.put("left", "theirs")));
+    EXPECT_FALSE(own.adopt(folder.put("left", "theirs")));
     own.giveBack(folder.at("gone/left"));
     own.write({document().scene(), document().file(), document().fileSum()});
     own.remove();

@@ -92,6 +92,17 @@ TEST_F(ReloadTest, WhatWasMissingIsSeenAtTheFocusOrSoonAndNotWithinAnAct) {
     EXPECT_NE(notice(), "");
     document().endAct();
     EXPECT_TRUE(QTest::qWaitFor([&] { return notice() == ""; }));
+    fs::rename(folder.at("chelsea.png"), folder.at("a#1_b#2.png"));  // two marks, were it a pattern
+    window->openFile(path("a#1_b#2.png"));
+    document().saveAs(folder.at("odd.zelk.json"));
+    fs::remove(folder.at("a#1_b#2.png"));
+    makeChange();
+    awaitRest();
+    EXPECT_NE(canvas().shown()->error, "");
+    document().save();
+    start();
+    window->openFile(path("odd.zelk.json"));
+    EXPECT_TRUE(notice().contains("a#1_b#2.png"));
 }
 
 /// Each dialog's end gives the window the focus.
