@@ -68,6 +68,8 @@ public:
     LiveRenderer(LiveRenderer const&) = delete;
     LiveRenderer& operator=(LiveRenderer const&) = delete;
 
+    /// All inputs are read again: their colours may depend on files that no time is known of.
+    void forgetInputs() { m_kept.clear(); }
     /// One that checkScene passes. Nothing is opened yet.
     void setScene(Scene scene);
     /// One that differs from the former in nothing but values: parameters, tracks, Quality "best",

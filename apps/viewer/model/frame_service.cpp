@@ -177,6 +177,7 @@ void FrameService::serve(std::unique_lock<std::mutex>& lock, Wish const& wish, b
 void FrameService::settle(SceneSnapshot const& scene) {
     bool const isSame = scene.structure == m_structure && scene.files == m_files;
     if (isSame && scene.revision == m_revision) return;
+    if (std::exchange(m_reading, scene.reading) != scene.reading) m_renderer.forgetInputs();
     Scene shown = *scene.scene;
     shown.color.isBuiltIn = scene.hasBuiltInColors;
     if (isSame)
