@@ -9,6 +9,7 @@
 #include "apps/viewer/composition_panel.h"
 #include "apps/viewer/model/scene_inputs.h"
 #include "apps/viewer/spoken_label.h"
+#include "zelk/files/file_stamp.h"
 #include "zelk/render/scene_colors.h"
 #include "zelk/scene/color_names.h"
 
@@ -33,21 +34,22 @@ ColorActs::ColorActs(WindowServices& services, CompositionPanel& panel)
     : m_services(services), m_panel(panel), m_label(new QLabel(services.window)) {
     m_label->hide();
     services.document->onChange([this](DocumentChange const& change) {
+        if (change.isReload) m_namesOf.clear();
         if (change.inputs) follow();
     });
 }
 
-/// A configuration is read only where it may be another one.
+/// A configuration is read only where it may be another one, or was written since.
 void ColorActs::follow() {
     tellFault();
     Scene scene = document().scene();
     scene.color.isBuiltIn = document().colors().areBuiltIn;
     bool const isRead = scene.color.isBuiltIn || document().colors().fault.empty();
     std::string config = "none";
-    if (isRead && !scene.color.isRaw)
-        config = scene.color.isBuiltIn ? "built-in"
-                 : scene.color.config  ? "file " + scene.color.config->path().string()
-                                       : "usual";
+    if (isRead && !scene.color.isRaw) {
+        auto const file = colorConfigFile(scene);
+        config = file.empty() ? "built-in" : stampOf(file);
+    }
     if (std::exchange(m_namesOf, config) != config)
         m_names =
             config == "none" ? std::vector<std::string>() : displayNames(colorConfigOf(scene));

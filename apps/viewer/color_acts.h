@@ -43,7 +43,7 @@ private:
     QLabel* m_label;
     QString m_wanted;
     std::vector<std::string> m_names;  ///< of the scene
-    std::string m_namesOf;             ///< the configuration that has them
+    std::string m_namesOf;             ///< the configuration that has them, and its time
 };
 
 }  // namespace zelk

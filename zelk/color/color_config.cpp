@@ -99,6 +99,8 @@ std::vector<ColorStep> stepsOf(ocio::ConstProcessorRcPtr const& processor) {
 
 }  // namespace
 
+void forgetColorFiles() { ocio::ClearAllCaches(); }
+
 struct ColorConfig::Open {
     ocio::ConstConfigRcPtr config;
 };

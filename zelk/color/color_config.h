@@ -29,6 +29,10 @@ struct DisplayView {
     std::string name() const { return view + " (" + display + ")"; }
 };
 
+/// Files that configurations name, such as tables of values, are read once a process. From now on
+/// they are read again, by configurations that are opened later. From any thread.
+void forgetColorFiles();
+
 /// May be read by several threads.
 class ColorConfig {
 public:

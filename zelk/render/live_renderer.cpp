@@ -119,16 +119,19 @@ FrameStages& LiveRenderer::stagesAt(int frame, bool isBlurred) {
     return *m_stages;
 }
 
-/// What is kept of other frames makes room for one that doesn't fit beside it.
+/// What is kept of other frames makes room for what doesn't fit beside it.
+void LiveRenderer::makeRoomFor(std::uint64_t bytes) {
+    if (bytes <= availableBytes()) return;
+    m_shownPlate = {};
+    m_kept.clear();
+    if (m_makeRoom) m_makeRoom();
+}
+
 void LiveRenderer::requireMemory(FrameStages const& stages, int frame, int reduce) {
     std::uint64_t const need = stages.frameBytes(reduce);
     if (m_fitting.frame == frame && m_fitting.reduce == reduce && need <= m_fitting.bytes) return;
     m_fitting = {};
-    if (need > availableBytes()) {
-        m_shownPlate = {};
-        m_kept.clear();
-        if (m_makeRoom) m_makeRoom();
-    }
+    makeRoomFor(need);
     stages.requireMemory(reduce);
     m_fitting = {frame, reduce, need};
 }
@@ -204,11 +207,23 @@ std::uint64_t LiveRenderer::inputBytes() const {
     return m_kept.bytes() + std::uint64_t(plate.rowBytes()) * std::uint64_t(plate.height());
 }
 
+/// Before an input is read that is shown by itself. A frame that fitted may not do so beside it.
+void LiveRenderer::requireInput(PictureReader const& picture, std::string const& name,
+                                PixelSize size) {
+    Depth const depth = picture.traits().depth;
+    std::uint64_t const need =
+        shownBytes(size.width, size.height, depth) + picture.turningBytes(pixelBytes(depth) / 4);
+    m_fitting = {};
+    makeRoomFor(need);
+    if (need > availableBytes()) throw pictureTooLarge(name, size, need);
+}
+
 std::shared_ptr<ReadInput> LiveRenderer::inputAt(int frame, bool isPlate, int reduce) {
     SceneFiles const& all = m_inputs->files;
     InputFiles const& files = isPlate ? all.plate.value() : all.layer;
     auto const file = files.pictureOf(frame);
     if (!file) throw files.missing(frame).error();
+    std::string const name = (isPlate ? *m_given.plate : m_given.layer).name();
     return m_kept.readOnce(fmt::format("shown {} / {}", inputKey(file), reduce), [&] {
         PictureReader picture = file->open();
         requireReduction(reduce, std::min(picture.width(), picture.height()));
@@ -216,6 +231,7 @@ std::shared_ptr<ReadInput> LiveRenderer::inputAt(int frame, bool isPlate, int re
         read.source = file->buffer;
         read.traits = picture.traits();
         PixelSize const size = reduced({picture.width(), picture.height()}, reduce);
+        requireInput(picture, name, size);
         read.picture = World({size.width, size.height, picture.traits().depth});
         picture.readInto(read.picture, reduce);
         return read;

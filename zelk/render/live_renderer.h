@@ -54,6 +54,7 @@ struct LivePicture {
 };
 
 class FrameStages;
+class PictureReader;
 struct RenderedFrame;
 class SceneColors;
 struct SceneFiles;
@@ -68,6 +69,8 @@ public:
     LiveRenderer(LiveRenderer const&) = delete;
     LiveRenderer& operator=(LiveRenderer const&) = delete;
 
+    /// All inputs are read again: their colours may depend on files that no time is known of.
+    void forgetInputs() { m_kept.clear(); }
     /// One that checkScene passes. Nothing is opened yet.
     void setScene(Scene scene);
     /// One that differs from the former in nothing but values: parameters, tracks, Quality "best",
@@ -91,7 +94,9 @@ public:
 
 private:
     FrameStages& stagesAt(int frame, bool isBlurred);
+    void makeRoomFor(std::uint64_t bytes);
     void requireMemory(FrameStages const& stages, int frame, int reduce);
+    void requireInput(PictureReader const& picture, std::string const& name, PixelSize size);
     RenderedFrame rendered(int frame, LiveView const& view, bool isForScreen,
                            std::atomic<bool> const* isStopped);
     LivePicture inputOnScreen(int frame, LiveView const& view, LiveScreen const& how);

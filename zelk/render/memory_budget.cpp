@@ -1,6 +1,7 @@
 // Limits of memory, read from the system; see memory_budget.h.
 #include "zelk/render/memory_budget.h"
 
+#include <fmt/format.h>
 #include <sys/resource.h>
 
 #include <algorithm>
@@ -71,6 +72,15 @@ std::uint64_t renderBytes(RenderSize const& size) {
 std::uint64_t frameRenderBytes(int layerWidth, int layerHeight, int frameWidth, int frameHeight) {
     return 3 * rasterBytes(layerWidth, layerHeight, Depth::kFloat) +
            rasterBytes(frameWidth, frameHeight, Depth::kFloat) + kRest;
+}
+
+std::uint64_t shownBytes(int width, int height, Depth depth) {
+    return rasterBytes(width, height, depth) + rasterBytes(width, height, Depth::k8) + kRest;
+}
+
+UserError pictureTooLarge(std::string const& name, PixelSize size, std::uint64_t bytes) {
+    return {ExitCode::kInput, fmt::format("{}: a picture of {}x{} needs {} MB of free memory", name,
+                                          size.width, size.height, bytes / 1'000'000)};
 }
 
 }  // namespace zelk

@@ -24,10 +24,9 @@ std::int32_t entryOf(std::vector<Parameter> const& parameters, int index) {
 }
 
 UserError tooLarge(ModuleRender const& ask, RenderSize const& size) {
-    return {ExitCode::kInput,
-            fmt::format("{}: a picture of {}x{} needs {} MB of free memory", ask.layerName,
-                        size.width + 2 * size.marginX, size.height + 2 * size.marginY,
-                        renderBytes(size) / 1'000'000)};
+    return pictureTooLarge(ask.layerName,
+                           {size.width + 2 * size.marginX, size.height + 2 * size.marginY},
+                           renderBytes(size));
 }
 
 World renderPlainly(Host& host, World& input, ModuleRender const& ask, FrameRequest const& frame) {

@@ -8,6 +8,7 @@
 #include "apps/viewer/model/file_stamps.h"
 #include "apps/viewer/model/moved_scene.h"
 #include "apps/viewer/model/tracks_again.h"
+#include "zelk/color/color_config.h"
 #include "zelk/files/absolute_path.h"
 #include "zelk/render/frame_stages.h"
 #include "zelk/render/host_errors.h"
@@ -86,7 +87,7 @@ void Document::adopt(Scene scene, Origin origin, int frame, bool settles) {
     if (!m_module.empty()) scene.module = m_module;
     scene.editPrefix.clear();
     scene.editJoin = ' ';  // refusals name the window's controls
-    openStages(scene, frame);
+    openAnew(scene, frame);
     if (settles) scene = m_stages->settledScene();
     ++m_opened;
     m_now = {std::make_shared<Scene const>(std::move(scene)), nextNumber(), nextNumber()};
@@ -119,9 +120,15 @@ void Document::openStages(Scene const& scene, int frame) {
     m_overlayMode.reset();
 }
 
-void Document::readColorsAgain() {
-    openStages(scene(), m_frame);
+/// Nothing that was read before counts.
+void Document::openAnew(Scene const& scene, int frame) {
+    forgetColorFiles();
+    openStages(scene, frame);
     ++m_reloads;
+}
+
+void Document::readColorsAgain() {
+    openAnew(scene(), m_frame);
     tell({true, true, true, true});
 }
 
@@ -154,13 +161,12 @@ void Document::reload() {
     TracksAgain tracks;
     State now = m_now;
     now.scene = tracks.of(now.scene);
-    openStages(*now.scene, m_frame);
+    openAnew(*now.scene, m_frame);
     m_now = std::move(now);
     for (Step& step : m_steps) {
         step.before.scene = tracks.of(step.before.scene);
         step.after.scene = tracks.of(step.after.scene);
     }
-    ++m_reloads;
     tell({true, true, true, true, true});
 }
 
@@ -178,7 +184,8 @@ SceneSnapshot Document::snapshot() const {
     // Other files and colours make other pictures of the same scene, and of all that undo leads to.
     std::uint64_t const again = m_reloads << 40;
     return {m_now.scene, m_now.structure + again, m_now.revision + again,
-            m_frame,     m_colors.areBuiltIn,     m_files};
+            m_frame,     m_colors.areBuiltIn,     m_files,
+            m_reloads};
 }
 
 PixelSize Document::layerSize() const { return m_stages->layerSize(); }

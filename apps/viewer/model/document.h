@@ -55,6 +55,7 @@ struct SceneSnapshot {
     int frame = 0;
     bool hasBuiltInColors = false;  ///< ColorsAtHand::areBuiltIn
     std::string files = {};  ///< openedStamps (file_stamps.h), taken before its files were opened
+    std::uint64_t reading = 0;  ///< another one where all files are to be read again
 };
 
 /// What can be said of the scene's colours on this machine.
@@ -212,6 +213,7 @@ private:
     /// `settles`: values that are still text are read, and tracks become keyframes.
     void adopt(Scene scene, Origin origin, int frame, bool settles = false);
     void openStages(Scene const& scene, int frame);
+    void openAnew(Scene const& scene, int frame);
     void show(State const& state);
     void record(std::string name, State const& before);
     std::vector<KeyValue> valuesHere() const;

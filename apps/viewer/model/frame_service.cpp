@@ -1,9 +1,12 @@
 // See frame_service.h.
 #include "apps/viewer/model/frame_service.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <chrono>
 #include <exception>
+#include <new>
 #include <utility>
 
 #include "apps/viewer/model/file_stamps.h"
@@ -22,6 +25,12 @@ LiveView liveViewOf(PictureView const& view) {
     live.part = view.part;
     live.isBlurred = !view.isDraft;
     return live;
+}
+
+/// Of what no UserError tells.
+std::string failureOf(std::exception const& error, int frame) {
+    if (!dynamic_cast<std::bad_alloc const*>(&error)) return error.what();
+    return fmt::format("frame {}: there is not enough free memory for its picture", frame);
 }
 
 }  // namespace
@@ -177,6 +186,7 @@ void FrameService::serve(std::unique_lock<std::mutex>& lock, Wish const& wish, b
 void FrameService::settle(SceneSnapshot const& scene) {
     bool const isSame = scene.structure == m_structure && scene.files == m_files;
     if (isSame && scene.revision == m_revision) return;
+    if (std::exchange(m_reading, scene.reading) != scene.reading) m_renderer.forgetInputs();
     Scene shown = *scene.scene;
     shown.color.isBuiltIn = scene.hasBuiltInColors;
     if (isSame)
@@ -211,7 +221,7 @@ std::shared_ptr<ShownFrame> FrameService::made(Wish const& wish) {
         if (error.code() == ExitCode::kInterrupted) return nullptr;
         result->error = error.what();
     } catch (std::exception const& error) {
-        result->error = error.what();
+        result->error = failureOf(error, wish.scene.frame);
         m_structure = m_revision = 0;
     }
     if (view.shows == ShownPicture::kFrame) result->warnings = m_renderer.warnings();

@@ -95,6 +95,7 @@ private:
     // Of the worker alone.
     LiveRenderer m_renderer;
     std::uint64_t m_structure = 0, m_revision = 0;  ///< of the renderer's scene
+    std::uint64_t m_reading = 0;                    ///< SceneSnapshot::reading of that scene
     std::string m_files;                            ///< SceneSnapshot::files of that scene
     // Of all threads, under the mutex.
     mutable std::mutex m_mutex;

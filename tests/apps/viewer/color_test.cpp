@@ -154,6 +154,11 @@ TEST_F(ColorTest, ADisplayIsChosenByName) {
     EXPECT_EQ(status.text(), "display sRGB");
     document().redo();
     EXPECT_EQ(status.text(), "display Film (Wall)");
+    folder.put("two.ocio", QString(kTwoDisplays).replace("Film", "Neon").toStdString());
+    press("File/Reload Files");
+    EXPECT_EQ(status.text(), "display sRGB");
+    EXPECT_TRUE(shownNames().contains("Neon (Wall)"));
+    EXPECT_EQ(awaited(), "");
 }
 
 }  // namespace

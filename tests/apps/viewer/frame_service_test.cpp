@@ -155,19 +155,23 @@ TEST_F(ServiceTest, DraggedNumbersMakeThePictureOfAFreshScene) {
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 /// As `zelk render` does it, instead of being killed.
 TEST_F(ServiceTest, RefusesAFrameThatMemoryIsShortFor) {
-    for (double const featherPx : {0., 1.}) {  // on either road
-        document.change("Set Feather", [&](Scene& scene) { scene.featherPx = featherPx; });
+    using enum ShownPicture;
+    for (auto const& [featherPx, shows] :  // on either road, and without any
+         {std::pair(0., kFrame), std::pair(1., kFrame), std::pair(1., kLayer)}) {
+        PictureView view;
+        view.shows = shows;
+        document.change("Set Feather", [px = featherPx](Scene& scene) { scene.featherPx = px; });
         rlimit before{}, tight{};
         ::getrlimit(RLIMIT_AS, &before);
         std::uint64_t pages = 0;
         std::ifstream("/proc/self/statm") >> pages;
         tight = {pages * std::uint64_t(::getpagesize()) + 60'000'000, before.rlim_max};
         ASSERT_EQ(::setrlimit(RLIMIT_AS, &tight), 0);
-        service.ask(document.snapshot(), {});
+        service.ask(document.snapshot(), view);
         std::string const refusal = inbox.next()->error;
         ::setrlimit(RLIMIT_AS, &before);
         EXPECT_NE(refusal.find("100 MB of free memory"), std::string::npos) << refusal;
-        service.ask(document.snapshot(), {});
+        service.ask(document.snapshot(), view);
         EXPECT_EQ(inbox.next()->error, "");
     }
 }

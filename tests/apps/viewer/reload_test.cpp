@@ -164,16 +164,23 @@ TEST_F(ReloadTest, AnInvertedScenesFrameHasTheSizeThatItsFilesGiveNow) {
 }
 
 TEST_F(ReloadTest, AChangedColourConfigurationCounts) {
+    auto const putLook = [&](char const* white) {
+        folder.put(
+            "look.spi1d",
+            std::string("Version 1\nFrom 0 1\nLength 2\nComponents 1\n{\n0\n") + white + "\n}\n");
+    };
     auto const put = [&](char const* exponent) {
         folder.put("new.ocio", std::string("ocio_profile_version: 2\nroles: {default: lin, "
                                            "scene_linear: lin}\ndisplays: {screen: [!<View> "
                                            "{name: Own, colorspace: own}]}\ncolorspaces:\n  - "
                                            "!<ColorSpace> {name: lin}\n  - !<ColorSpace> {name: "
-                                           "own, to_scene_reference: !<ExponentTransform> "
-                                           "{value: [") +
-                                   exponent + ", 1]}}\n");
+                                           "own, to_scene_reference: !<GroupTransform> {children: "
+                                           "[!<ExponentTransform> {value: [") +
+                                   exponent + ", 1]}, !<FileTransform> {src: " +
+                                   folder.at("look.spi1d").string() + "}]}}\n");
         fs::rename(folder.at("new.ocio"), folder.at("config.ocio"));
     };
+    putLook("0.9");
     put("2, 2, 2");
     window->openFile(path("move.zelk.json"));
     document().change("Configuration", [&](Scene& scene) {
@@ -189,6 +196,11 @@ TEST_F(ReloadTest, AChangedColourConfigurationCounts) {
     std::string const now = shownAt(1);
     EXPECT_TRUE(now != before);
     EXPECT_TRUE(freshAt(1) == now);
+    putLook("0.6");  // no time of it is known
+    press("File/Reload Files");
+    std::string const darker = shownAt(1);
+    EXPECT_TRUE(darker != now);
+    EXPECT_TRUE(freshAt(1) == darker);
 }
 
 }  // namespace
