@@ -225,7 +225,7 @@ void FrameStages::settleValues(std::vector<int> const& frames) {
     m_pictureSizes = m_sizes;
     for (TrackUse const& use : m_scene.tracks) {
         if (!frames.empty()) requireRead(use);
-        if (use.track) requireMeant(m_scene, use, shownSpan());
+        if (use.track && !m_run.isForEdit) requireMeant(m_scene, use, shownSpan());
     }
     setParameters(m_scene, *m_host, m_sizes.layer, m_sizes.frame);
     if (m_scene.fillsFrame && !m_scene.size) {
@@ -258,7 +258,10 @@ PictureReader FrameStages::openSized(InputPicture const& file, PixelSize size,
                                 file.name(), own.width, own.height, size.width, size.height));
 }
 
+/// Keys don't say any more that their track was taken for another than it is.
 Scene FrameStages::settledScene() const {
+    for (TrackUse const& use : m_scene.tracks)
+        if (use.track && m_run.isForEdit) requireMeant(m_scene, use, shownSpan());
     Scene scene = sceneOf(m_scene, m_host->parameters(),
                           defaultsOf(m_scene, m_host->parameters(), m_sizes.layer, m_sizes.frame));
     if (!std::exchange(scene.fillsFrame, false)) return scene;

@@ -28,7 +28,8 @@ struct RunOptions : RenderOptions {
     bool isStrict = false;  ///< a warning is a failure
     bool dryRun = false;    ///< only print what would be read and written
     int inFlight = 3;       ///< frames held at a time
-    /// Values are edited and nothing is rendered: a colour configuration may be unreadable.
+    /// Values are edited and nothing is rendered: a colour configuration may be unreadable, and a
+    /// track another than it is taken for (requireMeant), unless its scene is settled.
     bool isForEdit = false;
     ProgressMode progress = ProgressMode::kAuto;
     std::filesystem::path log = {};  ///< a file that events are added to; empty for none

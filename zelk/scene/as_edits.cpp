@@ -11,6 +11,7 @@
 #include "zelk/scene/invert.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/scene/words.h"
+#include "zelk/tracks/track.h"
 
 namespace zelk {
 
@@ -44,6 +45,13 @@ SceneValue const* valueOf(Scene const& scene, int parameter) {
     for (SceneParameter const& entry : scene.parameters)
         if (entry.name == nameOfParameter(parameter) && entry.value) return &*entry.value;
     return nullptr;
+}
+
+/// A run over a part of the composition alone does not know that it has some of the track's frames.
+bool isOfComp(TrackUse const& use, Comp const& comp) {
+    auto const reach = use.track ? reachOf(*use.track) : std::nullopt;
+    return reach && reach->last >= comp.startFrame &&
+           reach->first < double(comp.startFrame) + comp.durationFrames;
 }
 
 class Maker {
@@ -134,6 +142,11 @@ private:
         if (reading.flipsY) add("flip-y", "on");
         addIf("track-first-frame", reading.firstFrame);
         addIf("shift-frames", reading.shiftFrames);
+        bool const isNumbered = reading.firstFrame || reading.shiftFrames;
+        bool const areShown =
+            std::all_of(m_scene.tracks.begin(), m_scene.tracks.end(),
+                        [this](TrackUse const& use) { return isOfComp(use, m_scene.comp); });
+        if (m_scene.hasComp && areShown && !isNumbered) add("shift-frames", "0");
         for (TrackUse const& use : m_scene.tracks)
             add(use.pins == TrackedPins::kTo ? "track" : "track-from", nameOf(use.file));
     }

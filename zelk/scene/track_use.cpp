@@ -88,11 +88,8 @@ void applyReading(std::string const& file, std::string const& prefix, TrackReadi
                                     file, prefix));
     if (reading.flipsY) flipY(track);
     if (reading.firstFrame) {
-        std::optional<double> least;
-        eachRow(track, [&](TrackRow const& row) {
-            least = std::min(least.value_or(row.frame), row.frame);
-        });
-        shiftFrames(track, *reading.firstFrame - least.value_or(0));
+        auto const reach = reachOf(track);
+        shiftFrames(track, *reading.firstFrame - (reach ? reach->first : 0));
     }
     if (reading.shiftFrames) shiftFrames(track, *reading.shiftFrames);
 }
@@ -128,20 +125,16 @@ void requirePlaces(Scene const& scene, TrackUse const& use) {
 
 void requireFrames(Scene const& scene, TrackUse const& use, FrameSpan const& shown) {
     if (use.reading.firstFrame || use.reading.shiftFrames) return;
-    std::optional<double> first, last;
-    eachRow(*use.track, [&](TrackRow const& row) {
-        first = std::min(first.value_or(row.frame), row.frame);
-        last = std::max(last.value_or(row.frame), row.frame);
-    });
-    bool const isMoving = first && *first < *last;
-    if (!isMoving || (*last >= shown.first && *first <= shown.last)) return;
+    auto const reach = reachOf(*use.track);
+    bool const isMoving = reach && reach->first < reach->last;
+    if (!isMoving || (reach->last >= shown.first && reach->first <= shown.last)) return;
     throw UserError(
         ExitCode::kInput,
         fmt::format(
             "{}: its frames are {:.10g} to {:.10g}, and {} to {} are shown: one quad would stand "
             "still in all of them; correct it by `{} {}`; {} 0 takes it as it is",
-            use.name(), *first, *last, shown.first, shown.last, spelled(scene, "track-first-frame"),
-            shown.first, spelled(scene, "shift-frames")));
+            use.name(), reach->first, reach->last, shown.first, shown.last,
+            spelled(scene, "track-first-frame"), shown.first, spelled(scene, "shift-frames")));
 }
 
 }  // namespace

@@ -59,6 +59,15 @@ std::vector<int> wholeFrames(Track const& track) {
     return frames;
 }
 
+std::optional<TrackReach> reachOf(Track const& track) {
+    std::optional<TrackReach> reach;
+    eachRow(track, [&](TrackRow const& row) {
+        if (!reach) reach = {row.frame, row.frame};
+        reach->last = row.frame;
+    });
+    return reach;
+}
+
 std::int64_t importedMoment(double frame, int startFrame, int frameUnits) {
     return static_cast<std::int64_t>(frameUnits *
                                      (static_cast<float>(frame) - static_cast<double>(startFrame)));

@@ -82,6 +82,12 @@ void eachRow(Track const& track, std::function<void(TrackRow const&)> const& row
 /// The frames of any corner that are whole numbers, in order.
 std::vector<int> wholeFrames(Track const& track);
 
+/// The first and the last frame of any corner; nothing of a track without samples.
+struct TrackReach {
+    double first = 0, last = 0;
+};
+std::optional<TrackReach> reachOf(Track const& track);
+
 /// The moment that the effect's import gives a sample of the file, in units of the composition's
 /// clock from its first frame: the import reads single floats and truncates.
 std::int64_t importedMoment(double frame, int startFrame, int frameUnits);

@@ -41,8 +41,11 @@ std::string wordsOf(MadeEdit const& edit) {
     return option + join + shellWord(edit.text);
 }
 
+/// Its file says what is open: nobody has changed it since, or taken it away.
 bool isSaved(Document const& document) {
-    return !document.file().empty() && !document.isModified();
+    std::error_code none;
+    return !document.file().empty() && !document.isModified() &&
+           fs::exists(document.file(), none) && !document.hasFileChanged();
 }
 
 /// What makes the scene: its project, or its edits.

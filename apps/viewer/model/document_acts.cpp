@@ -2,6 +2,7 @@
 #include "apps/viewer/model/document.h"
 
 #include <algorithm>
+#include <exception>
 #include <utility>
 
 #include "apps/viewer/model/scene_values.h"
@@ -133,9 +134,10 @@ bool Document::takeValues(std::string name, std::function<bool()> const& act) {
     if (!withUserErrors(act)) return false;
     std::vector<int> const edits = changedSince(before, host().parameters());
     if (edits.empty()) return false;
+    Scene edited = sceneWithEdits(scene(), edits, host().parameters(), m_defaults);
+    if (edited.isBest != scene().isBest) m_stages->changeEdit(edited, m_frame);  // other sizes
     State const former = m_now;
-    m_now.scene = std::make_shared<Scene const>(
-        sceneWithEdits(scene(), edits, host().parameters(), m_defaults));
+    m_now.scene = std::make_shared<Scene const>(std::move(edited));
     m_now.revision = nextNumber();
     m_stages->warnings().valuesChange();
     record(std::move(name), former);
@@ -174,13 +176,20 @@ bool Document::endValueAct() {
 }
 
 /// The effect that has the mouse gets its last event, which may move values that no scene holds.
+/// Where it fails the act is over all the same: nobody is left to end it.
 void Document::cancelAct() {
     if (!m_act) return;
     bool const hadMouse = m_session->isDragging();
-    if (hadMouse) withUserErrors([&] { m_session->release({}); });
+    std::exception_ptr failure;
+    try {
+        if (hadMouse) withUserErrors([&] { m_session->release({}); });
+    } catch (UserError const&) {
+        failure = std::current_exception();
+    }
     freeOverlayMode();
     State const before = std::exchange(m_act, std::nullopt)->before;
     if (hadMouse || before.revision != m_now.revision) show(before);
+    if (failure) std::rethrow_exception(failure);
 }
 
 /// Of all parameters that have one, at the frame.

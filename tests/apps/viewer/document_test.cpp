@@ -251,6 +251,16 @@ TEST_F(DocumentTest, ARefusedActLeavesEverything) {
     EXPECT_EQ(document.undoName(), "");
 }
 
+TEST_F(DocumentTest, ASceneThatIsNoLongerBestGrows) {
+    Scene scene;
+    sceneEdit("layer").apply(scene, "layer", exampleFile("chelsea.png"));
+    scene.isBest = true;
+    document.start(std::move(scene));
+    document.edit(kParamQuality, {1});
+    document.edit(kParamGrowBounds, {60});
+    EXPECT_EQ(document.renderedSize(1), document.layerSize() + (PixelMargins{60, 60, 60, 60}));
+}
+
 TEST_F(DocumentTest, TheEffectsDragIsOneStepWithItsName) {
     std::string const before = text();
     document.setFrame(1);

@@ -287,9 +287,15 @@ TEST_F(ExportTest, TheFrameOnScreenAsACommand) {
     shell("zelk render --project " + folder.at("move.zelk.json").string() +
           " --frames 7 -o plain.png --no-metadata");
     EXPECT_EQ(bytesOf(folder.at("out/move.0007.png")), bytesOf(folder.at("out/plain.png")));
+    std::string const refusal = "Save the project first: only a project holds keyframes.";
+    folder.put("move.zelk.json", "{}");  // by somebody else
+    EXPECT_EQ(renderCommandOf(document()).refusal, refusal);
+    fs::remove(folder.at("move.zelk.json"));
+    EXPECT_EQ(renderCommandOf(document()).refusal, refusal);
+    document().save();
     makeChange();
     press("File/Copy as Command");
-    EXPECT_TRUE(error().contains("Save the project first: only a project holds keyframes"));
+    EXPECT_EQ(error().toStdString(), refusal);
 }
 
 /// Bash as a terminal has it, which takes "!" for its history. A name may look like an option.
@@ -331,7 +337,6 @@ TEST_F(ExportTest, AnUnsavedSceneAsACommand) {
          {"motion-blur", "on"},
          {"shutter", "90,-45"}},
         {{"over", path("rocket.jpg").toStdString()},
-         {"track-first-frame", "0"},
          {"track", path("sign-track.txt").toStdString()}},
         {{"invert", "on"}, {"to", "60,40 400,10 30,250 380,290"}, {"quality", "super"}},
         {{"invert", "on"},
@@ -351,6 +356,7 @@ TEST_F(ExportTest, AnUnsavedSceneAsACommand) {
         document().start(scene);
         if (isTracked)  // a scene that is started has its track's keys
             document().change("Track", [&](Scene& own) {
+                own.comp.durationFrames = 400;  // some behind the track's
                 own.tracks = scene.tracks, std::erase_if(own.parameters, [](auto const& p) {
                     return p.name.starts_with("to-");
                 });
@@ -361,19 +367,24 @@ TEST_F(ExportTest, AnUnsavedSceneAsACommand) {
                 own.matte = SceneMatte{{.file = {path("rocket.jpg").toStdString()}}, ""};
                 own.featherPx = 4;
             });
+        int const frame = isTracked ? 260 : 0;
+        document().setFrame(frame);
         CommandText const text = renderCommandOf(document());
         ASSERT_EQ(text.refusal, "");
         shell(text.line + " --no-metadata");
         document().saveAs(folder.at("own.zelk.json"));
-        shell("zelk render --project ../own.zelk.json --frames 0 -o plain.png --no-metadata");
+        shell(fmt::format(
+            "zelk render --project ../own.zelk.json --frames {} -o plain.png --no-metadata",
+            frame));
         Scene shown = *document().snapshot().scene;
         shown.output = ScenePath{path("shown.png").toStdString()};
         RenderOptions options;
         options.keepMetadata = false;
-        FrameRenderer(shown, options).write(0);
+        FrameRenderer(shown, options).write(frame);
         std::string const own = bytesOf(folder.at("shown.png"));
         EXPECT_GT(own.size(), 1000u) << text.line;
-        EXPECT_TRUE(own == bytesOf(folder.at("out/chelsea.0000.png"))) << text.line;
+        std::string const still = fmt::format("out/chelsea.{:04}.png", frame);
+        EXPECT_TRUE(own == bytesOf(folder.at(still))) << text.line;
         EXPECT_TRUE(own == bytesOf(folder.at("out/plain.png"))) << text.line;
     }
 }

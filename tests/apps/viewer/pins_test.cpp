@@ -329,6 +329,10 @@ TEST_F(CompositionTest, ADragThatTheEffectCannotEndIsTakenBack) {
     document.drawOverlay(pins.panel());
     EXPECT_TRUE(pins.cancel());
     EXPECT_FALSE(document.isActing());
+    ASSERT_TRUE(pins.press({at}));
+    EXPECT_THROW(document.drawOverlay(unsound), UserError);
+    EXPECT_THROW(pins.cancel(), UserError);
+    EXPECT_FALSE(document.isActing());
     EXPECT_EQ(text(), before);
 }
 

@@ -9,6 +9,7 @@
 #include "apps/viewer/timeline_view.h"
 #include "tests/apps/viewer/files_fixture.h"
 #include "zelk/scene/edits.h"
+#include "zelk/scene/track_use.h"
 
 namespace zelk {
 namespace {
@@ -145,6 +146,20 @@ TEST_F(ReloadTest, TracksAreReadAgain) {
     shownAt(3);  // by the track that was read before
     focus();
     EXPECT_NE(document().scene().tracks.at(0).track, track);
+    document().change("Start", [](Scene& scene) {
+        changeReading(scene, [](TrackReading& reading) { reading = {}; });
+        scene.comp.startFrame = 1001;  // the track's are 0 to 47
+    });
+    document().save();
+    window->openFile(path("move.zelk.json"));
+    press("File/Reload Files");
+    EXPECT_EQ(error(), "");
+    awaitRest();
+    EXPECT_NE(canvas().shown()->error.find("`Track First Frame 1001`"), std::string::npos);
+    document().change("Mend", [](Scene& scene) {
+        changeReading(scene, [](TrackReading& reading) { reading.firstFrame = 1001; });
+    });
+    shownAt(1001);
 }
 
 TEST_F(ReloadTest, AnInvertedScenesFrameHasTheSizeThatItsFilesGiveNow) {
