@@ -183,6 +183,18 @@ void Document::cancelAct() {
     if (hadMouse || before.revision != m_now.revision) show(before);
 }
 
+void Document::runAct(std::string name, std::function<void()> const& run) {
+    bool const isOwn = !isActing();
+    if (isOwn) beginAct(std::move(name));
+    try {
+        run();
+    } catch (...) {
+        cancelAct();
+        throw;
+    }
+    if (isOwn) endAct();
+}
+
 /// Of all parameters that have one, at the frame.
 std::vector<KeyValue> Document::valuesHere() const {
     std::vector<KeyValue> values;
