@@ -6,6 +6,7 @@
 //     Ctrl      snaps while it is held, or not where snapping is on
 #include <QKeyEvent>
 #include <QMouseEvent>
+#include <algorithm>
 #include <cmath>
 
 #include "apps/viewer/composition_canvas.h"
@@ -81,8 +82,15 @@ PinMouse CompositionCanvas::pinMouse(QMouseEvent const& event) const {
     return mouse;
 }
 
+double CompositionCanvas::wipeFrac() const {
+    double const width = m_map.picture().width, edge = kWipeReachPx * density();
+    double const first = std::max(0.0, m_map.toPicture({edge, 0}).x / width);
+    double const last = std::min(1.0, m_map.toPicture({m_map.panel().width - edge, 0}).x / width);
+    return first <= last ? std::clamp(m_look.wipeFrac, first, last) : m_look.wipeFrac;
+}
+
 double CompositionCanvas::wipeX() const {
-    return std::round(m_map.toPanel({m_look.wipeFrac * m_map.picture().width, 0}).x);
+    return std::round(m_map.toPanel({wipeFrac() * m_map.picture().width, 0}).x);
 }
 
 void CompositionCanvas::act(std::function<void()> const& run) {
@@ -119,7 +127,7 @@ void CompositionCanvas::mousePressEvent(QMouseEvent* event) {
         return;
     }
     bool const isPin = m_look.hasOverlay && m_pins.hitAt(m_lastMouse).kind == PinHit::kPin;
-    if (m_look.hasWipe && !isPin && std::abs(m_lastMouse.x - wipeX()) <= kWipeReachPx * density()) {
+    if (isWiped() && !isPin && std::abs(m_lastMouse.x - wipeX()) <= kWipeReachPx * density()) {
         m_hand = Hand::kWipe;
         return;
     }
@@ -183,7 +191,7 @@ void CompositionCanvas::leaveEvent(QEvent*) {
 
 void CompositionCanvas::updateCursor(PanelPoint at) {
     if (!m_document.isOpen()) return unsetCursor();
-    if (m_look.hasWipe && std::abs(at.x - wipeX()) <= kWipeReachPx * density())
+    if (isWiped() && std::abs(at.x - wipeX()) <= kWipeReachPx * density())
         return setCursor(Qt::SplitHCursor);
     switch (m_look.hasOverlay ? m_pins.hitAt(at).kind : PinHit::kNothing) {
         case PinHit::kPin:
@@ -212,7 +220,8 @@ void CompositionCanvas::keyPressEvent(QKeyEvent* event) {
     bool const isPlain = !(event->modifiers() & Qt::ControlModifier);
     if (isPlain && m_document.isOpen() && pressArrow(*event)) return;
     if (m_look.hasOverlay && pressPinKey(*event)) return;
-    if (isEnter(event->key()) && !m_pins.selection().empty()) return typePosition();
+    bool const isPinChosen = m_look.hasOverlay && !m_pins.selection().empty();
+    if (isEnter(event->key()) && isPinChosen) return typePosition();
     if (event->key() != Qt::Key_Escape) return QWidget::keyPressEvent(event);
     act([&] {
         if (!m_pins.cancel()) m_pins.select({});

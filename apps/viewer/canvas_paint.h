@@ -5,6 +5,7 @@
 #include <QImage>
 #include <QPainter>
 #include <QString>
+#include <vector>
 
 #include "apps/viewer/model/pin_tool.h"
 #include "apps/viewer/model/shown_pixels.h"
@@ -38,8 +39,13 @@ void drawHandles(QPainter& painter, std::vector<PinHandle> const& handles, PinCo
                  double density);
 void drawSnap(QPainter& painter, QPointF at, double density);
 void drawSelectionBox(QPainter& painter, QRectF const& box, double density);
+/// What a loupe shows, the lowest image first; one that is null is not there.
+struct LoupeView {
+    Backdrop backdrop = Backdrop::kChecker;
+    std::vector<ShownImage const*> images;
+};
 /// The picture around a pin, enlarged, beside it.
-void drawLoupe(QPainter& painter, ViewMap const& map, ShownImage const& image, PinHandle const& pin,
+void drawLoupe(QPainter& painter, ViewMap const& map, LoupeView const& view, PinHandle const& pin,
                double density);
 /// The pixels of a picture around a pin that the loupe shows.
 PixelRect loupePart(PanelPoint pin, PicturePlace const& place);

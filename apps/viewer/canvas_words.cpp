@@ -10,7 +10,8 @@
 
 namespace zelk {
 
-/// "frame 12.5, 40.0   layer 3.1, 8.4   R 255 ..."
+/// "frame 12.5, 40.0   layer 3.1, 8.4   R 255 ..."; left of the wipe's line "   of the plate: R
+/// ..."
 void CompositionCanvas::tellReadout() {
     if (!onReadout) return;
     PanelPoint const at = m_map.toPicture(m_lastMouse);
@@ -18,8 +19,13 @@ void CompositionCanvas::tellReadout() {
         at.x >= 0 && at.y >= 0 && at.x < m_map.picture().width && at.y < m_map.picture().height;
     if (!m_isHovered || !m_document.isOpen() || !isInside) return onReadout({});
     std::string text = placesText(m_document, m_look.shows, at);
-    if (isCurrent(m_values) && m_values->view.shows == m_look.shows)
-        text += valuesText(*m_values, placeOf(*m_values, m_map.picture(), m_document), at);
+    if (SharedFrame const frame = pointedFrame()) {
+        bool const isOwn = frame->view.shows == m_look.shows;
+        PixelSize const size = isOwn ? m_map.picture() : m_document.sizeOf(frame->view.shows);
+        std::string const values = valuesText(*frame, placeOf(*frame, size, m_document), at);
+        if (!isOwn && !values.empty()) text += hasPlate() ? "   of the plate:" : "   of the layer:";
+        text += isOwn || values.empty() ? values : values.substr(2);
+    }
     onReadout(QString::fromStdString(text));
 }
 

@@ -134,6 +134,19 @@ bool CompositionCanvas::isCurrent(SharedFrame const& frame) const {
     return frame->revision == now.revision && frame->frame == now.frame;
 }
 
+/// What is seen at the mouse.
+ShownPicture CompositionCanvas::pointedPicture() const {
+    return isWiped() && m_lastMouse.x < wipeX() ? besidePicture() : m_look.shows;
+}
+
+/// It in full, with its values; null until it is there.
+SharedFrame CompositionCanvas::pointedFrame() const {
+    ShownPicture const pointed = pointedPicture();
+    for (SharedFrame const& frame : {m_values, m_shown, m_beside})
+        if (isCurrent(frame) && frame->view.shows == pointed && isWhole(frame->view)) return frame;
+    return {};
+}
+
 /// One after the other, since a request takes the place of the one before: what is shown, what is
 /// beside it, the values of the file where what is shown is coarser than it.
 void CompositionCanvas::askNext() {
@@ -143,8 +156,9 @@ void CompositionCanvas::askNext() {
     PictureView beside = rest, whole = rest;
     beside.shows = besidePicture();
     beside.reduce = reduceOf(beside.shows);
+    whole.shows = pointedPicture();
     whole.reduce = 1;
-    bool const needsBeside = m_look.hasWipe || backdrop() == Backdrop::kPlate;
+    bool const needsBeside = isWiped() || backdrop() == Backdrop::kPlate;
     auto const isThere = [&](SharedFrame const& frame, PictureView const& view) {
         return isCurrent(frame) && frame->view == view;
     };
@@ -152,7 +166,7 @@ void CompositionCanvas::askNext() {
         m_feed.ask(m_document.snapshot(), rest);
     else if (needsBeside && beside.shows != rest.shows && !isThere(m_beside, beside))
         m_feed.ask(m_document.snapshot(), beside);
-    else if (m_isHovered && !isThere(m_values, whole))
+    else if (m_isHovered && !isThere(pointedFrame(), whole))
         m_feed.ask(m_document.snapshot(), whole);
 }
 
@@ -177,13 +191,12 @@ bool CompositionCanvas::isAtRest() const {
 void CompositionCanvas::take(SharedFrame const& frame) {
     PictureView const& view = frame->view;
     bool const isFine = view.reduce < reduceOf(view.shows);
-    if (view.shows != m_look.shows)
+    bool const isOwn = view.shows == m_look.shows;
+    if (isOwn)
+        (isFine ? m_loupe : m_shown) = frame;
+    else if (!isFine)
         m_beside = frame;
-    else if (isFine)
-        m_loupe = frame;
-    else
-        m_shown = frame;
-    if (view.shows == m_look.shows && isWhole(view)) m_values = frame;
+    if (isWhole(view)) m_values = frame;
     tellWarnings(*frame);
     remakeImages();
     askNext();
@@ -284,7 +297,7 @@ void CompositionCanvas::paintEvent(QPaintEvent*) {
         return drawSentence(painter, panel, "Open or drop a picture or a project", density());
     paintPictures(painter);
     if (m_look.hasGrid) drawPixelGrid(painter, m_map);
-    if (m_look.hasWipe) drawWipe(painter, m_map, wipeX(), density());
+    if (isWiped()) drawWipe(painter, m_map, wipeX(), density());
     // The pins have their places without a picture too: what is drawn is what the mouse takes.
     if (m_shown && !m_shown->error.empty())
         drawSentence(painter, panel, QString::fromStdString(m_shown->error), density());
@@ -299,7 +312,7 @@ void CompositionCanvas::paintPictures(QPainter& painter) {
     if (isSeen) drawBackdrop(painter, picture, behind, density());
     if (isSeen && showsPlate) drawImage(painter, m_map, m_besideImage);
     if (!m_image.isNull()) drawImage(painter, m_map, m_image);
-    if (!m_look.hasWipe || m_besideImage.isNull()) return;
+    if (!isWiped() || m_besideImage.isNull()) return;
     painter.save();
     QRectF const left(0, 0, wipeX(), m_map.panel().height);
     painter.fillRect(left, kAround);
@@ -343,8 +356,10 @@ void CompositionCanvas::paintLoupe(QPainter& painter) {
     if (!pin || m_map.zoom() >= kGridZoom) return;
     bool const isFine = isCurrent(m_loupe) && !m_loupeImage.isNull();
     ShownImage const& image = isFine && reduceOf(m_look.shows) > 1 ? m_loupeImage : m_image;
+    LoupeView view{backdrop(), {&image}};
+    if (view.backdrop == Backdrop::kPlate) view.images.insert(view.images.begin(), &m_besideImage);
     if (auto const handle = m_pins.handleOf(*pin); handle && !image.isNull())
-        drawLoupe(painter, m_map, image, *handle, density());
+        drawLoupe(painter, m_map, view, *handle, density());
 }
 
 }  // namespace zelk

@@ -26,7 +26,7 @@ struct CanvasLook {
     bool hasMotionPaths = true;
     bool hasGrid = true;
     bool hasWipe = false;
-    double wipeFrac = 0.5;  ///< of the picture's width
+    double wipeFrac = 0.5;  ///< of the picture's width, where it was put
     bool snaps = false;
     std::optional<std::string> displayView = {};  ///< as PictureView has it
 };
@@ -48,6 +48,10 @@ public:
     /// What it is compared with by the wipe: the plate, else the layer. The plate alone shows
     /// through.
     ShownPicture besidePicture() const;
+    /// The line parts the picture: a frame alone has something before it.
+    bool isWiped() const { return m_look.hasWipe && m_look.shows == ShownPicture::kFrame; }
+    /// Where its line is seen: within what the panel shows of the picture.
+    double wipeFrac() const;
     /// The picture that is shown is that of the document's state, in full.
     bool isAtRest() const;
     SharedFrame const& shown() const { return m_shown; }
@@ -114,6 +118,8 @@ private:
     void askNext();
     void askLoupe();
     bool isCurrent(SharedFrame const& frame) const;
+    ShownPicture pointedPicture() const;
+    SharedFrame pointedFrame() const;
     void take(SharedFrame const& frame);
     ShownImage imageOf(SharedFrame const& frame, PixelLook const& look) const;
     void tellWarnings(ShownFrame const& frame);

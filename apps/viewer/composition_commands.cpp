@@ -106,14 +106,20 @@ ViewerCommands CompositionPanel::switchCommands() {
                              "Move the wipe's line",
                              [this, step] {
                                  changeLook([&](CanvasLook& look) {
-                                     look.wipeFrac = std::clamp(look.wipeFrac + step, 0.0, 1.0);
+                                     look.wipeFrac =
+                                         std::clamp(m_canvas->wipeFrac() + step, 0.0, 1.0);
                                  });
                              },
-                             [this] { return m_document.isOpen() && m_canvas->look().hasWipe; }};
+                             [this] { return m_document.isOpen() && m_canvas->isWiped(); }};
     };
-    return {toggle("View", "Wipe", "W",
-                   "Compare with the plate, or the layer, left of a line that can be dragged",
-                   &CanvasLook::hasWipe),
+    ViewerCommand wipe =
+        toggle("View", "Wipe", "W",
+               "Compare the frame with the plate, or the layer, left of a line that can be dragged",
+               &CanvasLook::hasWipe);
+    wipe.isEnabled = [this] {
+        return m_document.isOpen() && m_canvas->look().shows == ShownPicture::kFrame;
+    };
+    return {wipe,
             wipeBy("Wipe Left", "Ctrl+[", -kWipeStepFrac),
             wipeBy("Wipe Right", "Ctrl+]", kWipeStepFrac),
             toggle("View", "Pixel Grid", "Ctrl+'", "Lines between pixels from 800 % on",

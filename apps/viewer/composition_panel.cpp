@@ -137,11 +137,14 @@ void CompositionPanel::makeBar() {
               "Snap pins to corners, middles of edges and whole pixels (S; Ctrl while "
               "dragging does the reverse)",
               &CanvasLook::snaps);
-    addSwitch("Wipe", "Compare with the plate, or with the layer where there is none (W)",
+    addSwitch("Wipe", "Compare the frame with the plate, or with the layer where there is none (W)",
               &CanvasLook::hasWipe);
     m_readout = new QLabel(m_bar);
     m_readout->setAccessibleName("Pixel under the cursor");
-    m_readout->setToolTip("Position in frame and layer, pixels, and the values of the output file");
+    m_readout->setToolTip(
+        "Position in frame and layer, pixels, and the values of the output file; of layer and "
+        "plate those of their files, straight (screen: what is shown, as long as no others are "
+        "there)");
     m_readout->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     m_readout->setMinimumWidth(40);
     m_readout->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
@@ -185,7 +188,10 @@ void CompositionPanel::keepUp() {
     m_zoom->setItemText(
         0, (m_canvas->map().isFit() ? "Fit, " : "") + zoomText(m_canvas->map().zoom()));
     m_zoom->setCurrentIndex(0);
-    for (auto const& [button, field] : m_switches) button->setChecked(look.*field);
+    for (auto const& [button, field] : m_switches) {
+        button->setChecked(look.*field);
+        button->setEnabled(field != &CanvasLook::hasWipe || look.shows == ShownPicture::kFrame);
+    }
 }
 
 }  // namespace zelk

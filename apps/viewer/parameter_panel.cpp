@@ -208,15 +208,20 @@ std::optional<std::size_t> ParameterPanel::groupOfFocus() const {
     return place;
 }
 
-/// The last first: what comes later may need what comes before.
+/// The last first: what comes later may need what comes before. Files stay, and so does what is
+/// greyed by then.
 void ParameterPanel::resetGroup(std::size_t group) {
     int const level = m_controls[group]->row().level;
     std::size_t end = group + 1;
     while (end < m_controls.size() && m_controls[end]->row().level > level) ++end;
-    m_document.beginAct("Reset " + m_controls[group]->row().label);
-    for (std::size_t i = end; --i > group;)
-        if (!m_controls[i]->state().isDefault) m_controls[i]->reset();
-    m_document.endAct();
+    m_document.endAct();  // of what is held, which is no part of it
+    m_document.runAct("Reset " + m_controls[group]->row().label, [&] {
+        for (std::size_t i = end; --i > group;) {
+            ControlState const state = m_controls[i]->state();
+            bool const isFile = m_controls[i]->row().kind == ControlKind::kFile;
+            if (state.isEnabled && !state.isDefault && !isFile) m_controls[i]->reset();
+        }
+    });
 }
 
 void ParameterPanel::showGroupMenu(std::size_t group, QPoint const& place) {
@@ -284,7 +289,7 @@ ViewerCommands ParameterPanel::commands() {
         rowCommand("Reset to Default", QKeySequence("Ctrl+Backspace"),
                    "Give the parameter in the panel its default", [](Row& row) { row.reset(); }),
         {"Parameters", "Reset Group", QKeySequence("Ctrl+Shift+Backspace"),
-         "Give all parameters of the group in the panel their defaults",
+         "Give all parameters of the group in the panel their defaults; files stay",
          [this] {
              if (auto const group = groupOfFocus()) run([&] { resetGroup(*group); });
          },

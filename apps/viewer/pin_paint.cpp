@@ -106,7 +106,7 @@ PixelRect loupePart(PanelPoint pin, PicturePlace const& place) {
     return place.part(first, {first.x + kLoupePixels, first.y + kLoupePixels});
 }
 
-void drawLoupe(QPainter& painter, ViewMap const& map, ShownImage const& image, PinHandle const& pin,
+void drawLoupe(QPainter& painter, ViewMap const& map, LoupeView const& view, PinHandle const& pin,
                double density) {
     QRectF const rect = loupeRect(map, pin.at, density);
     double const zoom = kLoupeZoom * density;
@@ -118,9 +118,13 @@ void drawLoupe(QPainter& painter, ViewMap const& map, ShownImage const& image, P
     painter.save();
     painter.setClipRect(rect);
     painter.fillRect(rect, QColor(20, 20, 20));
-    painter.drawImage(QRectF(placeOf(image.corner.x(), image.corner.y()),
-                             QSizeF(image.pixels.size()) * image.scale * zoom),
-                      image.pixels);
+    PixelSize const whole = map.picture();
+    drawBackdrop(painter, {placeOf(0, 0), placeOf(whole.width, whole.height)}, view.backdrop,
+                 density);
+    for (ShownImage const* const image : view.images)
+        painter.drawImage(QRectF(placeOf(image->corner.x(), image->corner.y()),
+                                 QSizeF(image->pixels.size()) * image->scale * zoom),
+                          image->pixels);
     QPointF const at = placeOf(pin.value.x, pin.value.y);
     for (QPen const& pen : {QPen(kPinShadow, 3 * density), QPen(kSelected, density)}) {
         painter.setPen(pen);

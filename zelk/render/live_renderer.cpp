@@ -257,6 +257,7 @@ LivePicture LiveRenderer::inputOnScreen(int frame, LiveView const& view, LiveScr
     picture.display = screenPicture(
         all, part, AlphaForm::kStraight,
         wayOf(m_inputs->colors, colors.plate.value_or(colors.layer), how), how.isBgra);
+    if (how.wantsStored && part == Bounds::of(all)) picture.stored = bufferOf(all);
     return picture;
 }
 

@@ -49,7 +49,7 @@ struct LiveScreen {
 
 struct LivePicture {
     World display;         ///< 8 bits, straight, in the display's space (screen_picture.h)
-    PictureBuffer stored;  ///< FrameStages::asFile, where it was asked for of a frame
+    PictureBuffer stored;  ///< where asked for: FrameStages::asFile, or an input as read, if whole
     PixelSize whole;       ///< of the reduced picture that the part is of
 };
 

@@ -117,7 +117,9 @@ ControlState CompControl::state() const {
 
 void CompControl::set(std::string const& name, Parts const& parts) {
     if (parts == m_field.read(document())) return;
-    document().change(name, [&](Scene& scene) { m_field.write(scene, row().label, parts); });
+    document().runAct(name, [&] {
+        document().change(name, [&](Scene& scene) { m_field.write(scene, row().label, parts); });
+    });
 }
 
 void CompControl::type(int field, std::string const& text) {

@@ -156,6 +156,9 @@ public:
     /// as a value that is dragged there and back, is taken back with the keys that it made.
     bool endValueAct();
     void cancelAct();
+    /// `run` as a step of that name, or as part of the act that is open. What it throws takes the
+    /// whole act back.
+    void runAct(std::string name, std::function<void()> const& run);
     bool isActing() const { return m_act.has_value(); }
     /// Of the open act, of any two of a process another one; 0 for none. Who holds an act open for
     /// long learns by it that somebody else has ended it.

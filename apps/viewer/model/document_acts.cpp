@@ -192,6 +192,18 @@ void Document::cancelAct() {
     if (failure) std::rethrow_exception(failure);
 }
 
+void Document::runAct(std::string name, std::function<void()> const& run) {
+    bool const isOwn = !isActing();
+    if (isOwn) beginAct(std::move(name));
+    try {
+        run();
+    } catch (...) {
+        cancelAct();
+        throw;
+    }
+    if (isOwn) endAct();
+}
+
 /// Of all parameters that have one, at the frame.
 std::vector<KeyValue> Document::valuesHere() const {
     std::vector<KeyValue> values;

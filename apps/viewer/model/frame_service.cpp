@@ -206,8 +206,7 @@ std::shared_ptr<ShownFrame> FrameService::made(Wish const& wish) {
     result->view = wish.view;
     result->files = usedStamps(*wish.scene.scene, wish.scene.frame, wish.scene.files);
     PictureView const& view = wish.view;
-    bool const wantsStored =
-        view.shows == ShownPicture::kFrame && view.reduce == 1 && !view.isDraft;
+    bool const wantsStored = view.reduce == 1 && !view.isDraft;
     auto const start = std::chrono::steady_clock::now();
     try {
         settle(wish.scene);

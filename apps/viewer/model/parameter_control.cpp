@@ -258,18 +258,12 @@ KeyValue ParameterControl::angleFrom(int field, std::string const& text) const {
 }
 
 void ParameterControl::set(KeyValue const& value, std::string const& name) {
-    bool const isOwn = !document().isActing();
     bool const isChecked = needsRoad(m_index) && roadRefusal(document()).empty();
-    if (isOwn) document().beginAct(name);
-    try {
+    document().runAct(name, [&] {
         document().edit(m_index, value);
         std::string const refusal = isChecked ? roadRefusal(document()) : "";
         if (!refusal.empty()) throw UserError(ExitCode::kUsage, refusal);
-    } catch (...) {
-        document().cancelAct();
-        throw;
-    }
-    if (isOwn) document().endAct();
+    });
 }
 
 void ParameterControl::type(int field, std::string const& text) {

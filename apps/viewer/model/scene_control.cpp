@@ -193,9 +193,7 @@ void SceneControl::set(std::string const& text) {
     std::vector<SceneParameter> const own = takeParameters(wanted, row().label);
     settle(wanted);
     std::string const name = (text.empty() ? "Reset " : "Set ") + row().label;
-    bool const isOwn = !document().isActing();
-    if (isOwn) document().beginAct(name);
-    try {
+    document().runAct(name, [&] {
         for (SceneParameter const& entry : own)
             document().edit(requiredParameter(name, entry.name), {std::get<double>(*entry.value)});
         if (text.empty() && m_setting.popup)
@@ -206,11 +204,7 @@ void SceneControl::set(std::string const& text) {
                 wanted.tracks = scene.tracks;
                 scene = wanted;
             });
-    } catch (...) {
-        document().cancelAct();
-        throw;
-    }
-    if (isOwn) document().endAct();
+    });
 }
 
 void SceneControl::type(int field, std::string const& text) {

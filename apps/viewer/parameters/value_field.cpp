@@ -189,7 +189,9 @@ void ValueField::mouseDoubleClickEvent(QMouseEvent* event) {
 }
 
 void ValueField::wheelEvent(QWheelEvent* event) {
-    if (!hasFocus() || isTyping() || !m_acts.step) return event->ignore();
+    if (!hasFocus() || !m_acts.step) return event->ignore();
+    takeTyped();                               // it steps from there
+    if (isTyping()) return event->ignore();    // refused
     QPoint const angle = event->angleDelta();  // Alt turns it on its side
     addSteps((angle.y() ? angle.y() : angle.x()) / kNotch * factorOf(event->modifiers()));
     event->accept();

@@ -3,7 +3,8 @@
 //   drag left and right   a step a pixel; Shift ten, Alt or Ctrl a tenth; Esc takes the drag back
 //   click, Enter, F2      type; Enter or leaving the field sets it, Esc leaves it as it was
 //   a digit, a sign or #  type it instead of the value
-//   wheel, up, down       a step, with the same keys; the wheel only with the focus
+//   wheel, up, down       a step, with the same keys; the wheel only with the focus, and from what
+//                         is typed
 //
 // A text that is refused stays, marked, with the sentence as its tooltip, until it is mended or Esc
 // brings the value back. It decides nothing about values: its acts do.

@@ -128,6 +128,9 @@ TEST_F(CompositionTest, PinsAreShownWithoutAPicture) {
     // Who doesn't see them hears of them.
     QString const place = QString("upper left To Pin at %1, ").arg(valueOf(kToPins).x, 0, 'f', 2);
     EXPECT_TRUE(canvas().accessibleDescription().startsWith(place));
+    setLook([](CanvasLook& look) { look.hasOverlay = false; });
+    key(Qt::Key_Return);  // no field of a pin that nobody sees
+    EXPECT_TRUE(canvas().findChildren<QWidget*>().empty());
     key(Qt::Key_Escape);
     EXPECT_TRUE(canvas().accessibleDescription().startsWith("No pin"));
 }
@@ -159,6 +162,15 @@ TEST_F(CompositionTest, TheWipeShowsWhatWasBeforeLeftOfItsLine) {
                            after.copy(at + aside, 0, rest, height)),
               "");
     EXPECT_EQ(document.undoName(), "");
+    QString told;
+    canvas().onReadout = [&](QString const& text) { told = text; };
+    mouse(QEvent::MouseMove, placeOf({360, 200}));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return told.contains("of the plate: R "); }, 10000));
+    look(8, {600, 200});
+    drag({5, 300}, {105, 300});  // the line is seen however little of the picture is
+    EXPECT_NEAR(canvas().wipeFrac() * 640, canvas().map().toPicture({105 * density(), 0}).x, 1e-9);
+    choose("Layer");
+    EXPECT_FALSE(canvas().isWiped());
 }
 
 TEST_F(CompositionTest, AnInvertedScenesFrameIsNotWiped) {
@@ -264,6 +276,10 @@ TEST_F(CompositionTest, TheReadoutHasWhatTheOutputsFormatKeeps) {
                       storedText(folder.at(each.output), int(seen.x), int(seen.y)));
         }
     }
+    choose("Layer");
+    awaitRest();
+    mouse(QEvent::MouseMove, placeOf({100, 80}));
+    EXPECT_TRUE(told.contains("   R ")) << told.toStdString();  // not the screen's
 }
 
 TEST_F(CompositionTest, ZoomsHoldThePlaceAndPansAreWhole) {

@@ -151,6 +151,11 @@ TEST_F(ParameterPanelTest, UnitsAreTakenAndWrongTextsLeaveTheValue) {
     EXPECT_EQ(field("translate-x").toolTip(), "");
     EXPECT_EQ(field("translate-x").text(), "8.0 %");
     EXPECT_EQ(message(), "");
+    // The wheel goes on from what is typed.
+    QTest::mouseClick(&field("translate-x"), Qt::LeftButton);
+    QTest::keyClicks(&field("translate-x"), "20");
+    wheel(field("translate-x"), 1);
+    EXPECT_EQ(value(kParamTranslateX)[0], 21);
     // Left as it is shown, with fewer digits than it has, or by Esc.
     document().edit(kParamCornerPinOpacity, {33.3333});
     std::string const third = text();
@@ -301,9 +306,19 @@ TEST_F(ParameterPanelTest, ResetGivesTheDefaultByMenuKeysAndDoubleClick) {
     EXPECT_EQ(message(), "");
     for (char const* const name : {"scene filter", "scene taps"})
         EXPECT_EQ(part<QComboBox>(name).currentIndex(), 0) << name;
+    EXPECT_TRUE(document().scene().plate);
     EXPECT_EQ(document().undoName(), "Reset Scene");
     document().undo();
     EXPECT_EQ(text(), changed);
+    document().change("Lose Layer", [&](Scene& scene) {
+        scene.plate.reset();
+        scene.size = PixelSize{scene.comp.width, 427};
+        scene.layer.file.written = "gone.png";
+    });
+    std::string const lost = text();
+    command("Reset Group");
+    EXPECT_TRUE(message().contains("gone.png") && !document().isActing());
+    EXPECT_EQ(text(), lost);
     expectUndone(before);
 }
 
