@@ -133,7 +133,9 @@ void CompositionCanvas::mousePressEvent(QMouseEvent* event) {
     }
     if (!m_look.hasOverlay) return;
     m_hand = Hand::kPins;
+    bool const takesPins = m_pins.hitAt(m_lastMouse).kind != PinHit::kNothing;
     act([&] { m_pins.press(pinMouse(*event)); });
+    if (takesPins && onPinsTaken) onPinsTaken();
     if (onView) onView();
 }
 

@@ -70,6 +70,8 @@ public:
 
     /// Zoom, look or selection changed.
     std::function<void()> onView;
+    /// The mouse took a pin, an edge or all of a quad.
+    std::function<void()> onPinsTaken;
     /// What is under the cursor; empty outside.
     std::function<void(QString const&)> onReadout;
     /// A whole picture has come.

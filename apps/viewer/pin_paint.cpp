@@ -1,6 +1,7 @@
 // Handles, motion paths and the loupe; see canvas_paint.h.
 #include <QFontMetricsF>
 #include <cmath>
+#include <set>
 
 #include "apps/viewer/canvas_paint.h"
 #include "apps/viewer/model/pin_names.h"
@@ -21,6 +22,24 @@ QPolygonF panelLine(ViewMap const& map, std::vector<PanelPoint> const& line) {
     for (PanelPoint const& point : line) result.append(pointOf(map.toPanel(point)));
     return result;
 }
+
+/// Marks of equal form: one to a pixel, none outside of the panel by more than `marginPx`.
+class PixelsTaken {
+public:
+    PixelsTaken(ViewMap const& map, double marginPx) : m_map(map), m_marginPx(marginPx) {}
+    bool takes(PanelPoint at) {
+        auto const isIn = [&](double x, int size) {
+            return x >= -m_marginPx && x <= size + m_marginPx;
+        };
+        return isIn(at.x, m_map.panel().width) && isIn(at.y, m_map.panel().height) &&
+               m_taken.emplace(std::lround(at.x), std::lround(at.y)).second;
+    }
+
+private:
+    ViewMap const& m_map;
+    double m_marginPx;
+    std::set<std::pair<long, long>> m_taken;
+};
 
 QColor lightened(QColor const& color) {
     return {(color.red() + 255) / 2, (color.green() + 255) / 2, (color.blue() + 255) / 2, 210};
@@ -49,13 +68,17 @@ void drawMotionPath(QPainter& painter, ViewMap const& map, MotionPath const& pat
     }
     painter.setPen(Qt::NoPen);
     painter.setBrush(light);
-    for (PanelPoint const& at : path.atFrames)
-        painter.drawEllipse(pointOf(map.toPanel(at)), 2 * density, 2 * density);
+    PixelsTaken dots(map, 3 * density);
+    for (PanelPoint const& place : path.atFrames)
+        if (PanelPoint const at = map.toPanel(place); dots.takes(at))
+            painter.drawEllipse(pointOf(at), 2 * density, 2 * density);
     painter.setPen(QPen(kPinShadow, density));
     painter.setBrush(kSelected);
     double const half = 3.5 * density;
+    PixelsTaken squares(map, 2 * half);
     for (MotionPath::Key const& key : path.keys) {
         QPointF const at = pointOf(map.toPanel(key.at));
+        if (!squares.takes({at.x(), at.y()})) continue;
         painter.drawRect(QRectF(at.x() - half, at.y() - half, 2 * half, 2 * half));
     }
     painter.setRenderHint(QPainter::Antialiasing, false);

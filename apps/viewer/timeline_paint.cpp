@@ -2,6 +2,8 @@
 #include <QPainter>
 #include <QPainterPath>
 #include <QScrollBar>
+#include <algorithm>
+#include <cmath>
 
 #include "apps/viewer/model/shown_shutter.h"
 #include "apps/viewer/timeline_view.h"
@@ -78,16 +80,7 @@ void TimelineView::paintRows(QPainter& painter) const {
         QRectF const shown(startX, y, endX - startX, TimelineLook::kRowPx - 1);
         painter.fillRect(shown & QRectF(TimelineLook::kNamesPx, y, viewport()->width(), 100),
                          mixed(base, text, i == m_currentRow ? 0.16 : 0.06));
-        for (std::size_t k = 0; k + 1 < row.keys.size(); ++k) {
-            painter.setPen(
-                QPen(mixed(base, text, 0.3), row.keys[k].after == Interpolation::kHold ? 0.5 : 1.));
-            painter.drawLine(placeOf(row.keys[k]), placeOf(row.keys[k + 1]));
-        }
-        for (TimelineKey const& key : row.keys)
-            if (m_selection.contains(key.ref))
-                paintKey(painter, placeOf(key), key, palette().link().color(), text);
-            else
-                paintKey(painter, placeOf(key), key, mixed(base, text, kQuietKey), std::nullopt);
+        paintKeys(painter, row, y + TimelineLook::kRowPx / 2.);
         QRectF const names(0, y, TimelineLook::kNamesPx, TimelineLook::kRowPx - 1);
         painter.fillRect(names, mixed(base, text, i == m_currentRow ? 0.16 : 0.04));
         painter.setPen(mixed(base, text, row.keys.empty() ? 0.55 : 0.9));
@@ -99,6 +92,40 @@ void TimelineView::paintRows(QPainter& painter) const {
     painter.setPen(mixed(base, text, 0.5));
     painter.drawText(viewport()->rect().adjusted(0, TimelineLook::kRulerPx, 0, 0), Qt::AlignCenter,
                      "No keyframes yet: a parameter's stopwatch adds the first one.");
+}
+
+/// Those in view and one beyond each end, for the ways that lead out of it. Of several in one pixel
+/// column one is drawn, as selected where any of them is.
+void TimelineView::paintKeys(QPainter& painter, TimelineRow const& row, double y) const {
+    QColor const base = palette().base().color(), text = palette().text().color();
+    auto const xOf = [&](TimelineKey const& key) {
+        return TimelineLook::kNamesPx + m_scale.momentX(key.frame);
+    };
+    auto const firstFrom = [&](double x) {
+        return std::partition_point(row.keys.begin(), row.keys.end(),
+                                    [&](TimelineKey const& key) { return xOf(key) < x; });
+    };
+    auto first = firstFrom(TimelineLook::kNamesPx - 2 * kKeyPx);
+    auto end = firstFrom(viewport()->width() + 2 * kKeyPx);
+    if (first != row.keys.begin()) --first;
+    if (end != row.keys.end()) ++end;
+    std::vector<decltype(first)> shown;
+    for (auto key = first; key < end; key = std::max(key + 1, firstFrom(std::floor(xOf(*key)) + 1)))
+        shown.push_back(key);
+    for (std::size_t i = 0; i + 1 < shown.size(); ++i) {
+        bool const holds = shown[i]->after == Interpolation::kHold;
+        painter.setPen(QPen(mixed(base, text, 0.3), holds ? 0.5 : 1.));
+        painter.drawLine(QPointF(xOf(*shown[i]), y), QPointF(xOf(*shown[i + 1]), y));
+    }
+    for (std::size_t i = 0; i < shown.size(); ++i) {
+        TimelineKey const& key = *shown[i];
+        TimelineKey const& last = *((i + 1 < shown.size() ? shown[i + 1] : end) - 1);
+        auto const selected = m_selection.lower_bound(key.ref);
+        bool const isSelected = selected != m_selection.end() && *selected <= last.ref;
+        paintKey(painter, {xOf(key), y}, key,
+                 isSelected ? palette().link().color() : mixed(base, text, kQuietKey),
+                 isSelected ? std::optional(text) : std::nullopt);
+    }
 }
 
 /// Labels above, below them what is rendered, what plays and the shutter.

@@ -22,7 +22,9 @@ TimelineView::TimelineView(Document& document, Player& player, QWidget* parent)
     viewport()->setMouseTracking(true);
     setAccessibleName("Timeline: keyframes by frame");
     document.onChange([this](DocumentChange const& change) {
-        if (change.inputs || change.values) refresh();
+        // Another frame changes values, but no keys.
+        bool const isSame = m_document.isOpen() && m_rowsOf == m_document.snapshot().revision;
+        if (change.inputs || (change.values && !isSame)) refresh();
         if (std::exchange(m_opened, m_document.opened()) != m_document.opened()) {
             m_isFit = true;
             select({});
@@ -44,6 +46,7 @@ void TimelineView::setFilter(RowFilter filter) {
 void TimelineView::refresh() {
     if (!m_document.isOpen()) return m_rows.clear();
     m_rows = timelineRows(m_document, m_filter);
+    m_rowsOf = m_document.snapshot().revision;
     std::erase_if(m_selection, [this](KeyRef const& key) {
         return !m_document.parameter(key.index).track().find(key.time);
     });
@@ -162,7 +165,7 @@ void TimelineView::mousePressEvent(QMouseEvent* event) {
     m_button = event->button();
     m_pressedAt = m_boxEnd = event->position();
     m_leftAtPress = m_scale.left;
-    m_selectedAtPress = m_selection;
+    m_selectedBefore = m_selection;
     if (event->button() == Qt::MiddleButton) {
         m_drag = Drag::kPan;
         return;
@@ -174,6 +177,7 @@ void TimelineView::mousePressEvent(QMouseEvent* event) {
     m_drag = dragAt(m_pressedAt);
     if (m_drag == Drag::kFrame) m_player.goTo(m_scale.frameAt(timeX(m_pressedAt.x())));
     if (m_drag == Drag::kBox && !(event->modifiers() & Qt::ShiftModifier)) select({});
+    m_selectedAtPress = m_selection;
 }
 
 /// Shift adds to the selection or takes out of it.
@@ -222,8 +226,8 @@ void TimelineView::mouseMoveEvent(QMouseEvent* event) {
 
 /// From where the keys lay at the press: what they ran over on the way is there again.
 void TimelineView::dragKeys(QPointF const& at) {
-    int const frames =
-        static_cast<int>(std::lround((at.x() - m_pressedAt.x()) / m_scale.pxPerFrame));
+    int frames = static_cast<int>(std::lround((at.x() - m_pressedAt.x()) / m_scale.pxPerFrame));
+    frames = framesWithin(m_document, m_selectedAtPress, frames);
     if (frames == m_movedBy) return;
     m_movedBy = frames;
     if (!m_document.isActing()) m_document.beginAct(m_copies ? "Copy Keys" : "Move Keys");
@@ -349,8 +353,8 @@ void TimelineView::keyPressEvent(QKeyEvent* event) {
     switch (event->key()) {
         case Qt::Key_Escape:
             if (m_document.isActing()) m_document.cancelAct();
-            m_drag = Drag::kNone;
-            return select({});
+            return select(std::exchange(m_drag, Drag::kNone) == Drag::kNone ? KeySelection()
+                                                                            : m_selectedBefore);
         case Qt::Key_Up:
             return goToRow(std::min(last, std::max(0, m_currentRow - 1)));
         case Qt::Key_Down:

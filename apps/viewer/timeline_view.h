@@ -91,14 +91,16 @@ private:
 
     void paintRuler(QPainter& painter) const;
     void paintRows(QPainter& painter) const;
+    void paintKeys(QPainter& painter, TimelineRow const& row, double y) const;
     void paintPlayhead(QPainter& painter) const;
 
     Document& m_document;
     Player& m_player;
     TimeScale m_scale;
-    int m_opened = 0;     ///< of the document that it shows
-    int m_followed = 0;   ///< the frame that was shown last
-    bool m_isFit = true;  ///< nobody has zoomed or gone along since it showed the whole
+    int m_opened = 0;            ///< of the document that it shows
+    std::uint64_t m_rowsOf = 0;  ///< the revision of the scene that has these rows
+    int m_followed = 0;          ///< the frame that was shown last
+    bool m_isFit = true;         ///< nobody has zoomed or gone along since it showed the whole
     RowFilter m_filter = RowFilter::kAnimated;
     std::vector<TimelineRow> m_rows;
     KeySelection m_selection;
@@ -109,8 +111,9 @@ private:
     QPointF m_pressedAt, m_boxEnd;
     double m_leftAtPress = 0;
     bool m_copies = false;
-    int m_movedBy = 0;  ///< frames, of the drag under way
-    KeySelection m_selectedAtPress;
+    int m_movedBy = 0;               ///< frames, of the drag under way
+    KeySelection m_selectedBefore;   ///< the press; Escape gives it back
+    KeySelection m_selectedAtPress;  ///< that the drag moves or adds to
     std::vector<ParameterState> m_statesAtPress;
 };
 

@@ -141,6 +141,7 @@ void ViewerWindow::connectPlay() {
             [this] { m_composition->setFocus(); });
     connect(m_timeline, &TimelinePanel::menuAsked, this,
             [this](QPoint const& at) { m_menus->menu("Keys")->popup(at); });
+    m_composition->canvas().onPinsTaken = [this] { m_timeline->view().select({}); };
     m_composition->canvas().onPicture = [this] { m_timeline->view().viewport()->update(); };
     m_timeline->setSource({[this](std::vector<int> const& frames) {
                                return m_composition->frames().kept(m_document.snapshot(),

@@ -63,4 +63,14 @@ int keyAfter(Document const& document) {
     return next == frames.end() ? document.frame() : *next;
 }
 
+int framesWithin(Document const& document, KeySelection const& keys, int frames) {
+    double least = frames, most = frames;
+    for (KeyRef const& key : keys) {
+        double const frame = document.frameOf(key.time);
+        least = std::max(least, std::min(document.firstFrame() - frame, 0.));
+        most = std::min(most, std::max(document.lastFrame() - frame, 0.));
+    }
+    return static_cast<int>(frames < 0 ? std::ceil(least) : std::floor(most));
+}
+
 }  // namespace zelk

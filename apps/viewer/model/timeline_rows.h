@@ -35,4 +35,8 @@ std::vector<TimelineRow> timelineRows(Document const& document, RowFilter filter
 int keyBefore(Document const& document);
 int keyAfter(Document const& document);
 
+/// As many of `frames` as these keys can move without one leaving the composition; those outside
+/// may come in, or stay.
+int framesWithin(Document const& document, KeySelection const& keys, int frames);
+
 }  // namespace zelk

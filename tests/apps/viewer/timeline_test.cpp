@@ -7,6 +7,8 @@
 #include <QTimer>
 #include <set>
 
+#include "apps/viewer/composition_canvas.h"
+#include "apps/viewer/composition_panel.h"
 #include "apps/viewer/model/key_acts.h"
 #include "apps/viewer/model/parameter_control.h"
 #include "apps/viewer/timeline_panel.h"
@@ -85,12 +87,28 @@ TEST_F(TimelineTest, AKeyIsSelectedMovedAndCopiedByTheMouse) {
     QTest::mouseMove(sheet(), atFrame(middle, 1));
     QTest::mouseRelease(sheet(), Qt::LeftButton, {}, atFrame(middle, 1));
     EXPECT_EQ(document().undoName(), "Delete Keys") << "there and back is no step";
+    CompositionCanvas& canvas = window->composition().canvas();
+    QPointF const pin(canvas.pins().handles().front().at.x, canvas.pins().handles().front().at.y);
+    EXPECT_FALSE(view().selection().empty());
+    QTest::mouseClick(&canvas, Qt::LeftButton, {}, (pin / canvas.devicePixelRatioF()).toPoint());
+    EXPECT_TRUE(view().selection().empty()) << "a pin that is taken ends it";
 }
 
 TEST_F(TimelineTest, ABoxSelectsAndTheSelectionMovesAsOne) {
     TimelineKey const from = keyOf(kToPins, 1), to = keyOf(kToPins + 3, 1);
+    run("Select All Keys");
     drag(at(from) - QPoint(9, 9), at(to) + QPoint(9, 9));
-    EXPECT_EQ(view().selection().size(), 4u);
+    EXPECT_EQ(view().selection().size(), 4u) << "the box alone";
+    KeySelection const boxed = view().selection();
+    QTest::mousePress(sheet(), Qt::LeftButton, {}, at(keyOf(kToPins, 0)));
+    QTest::mouseMove(sheet(), atFrame(from, 9));
+    QTest::keyClick(sheet(), Qt::Key_Escape);
+    QTest::mouseRelease(sheet(), Qt::LeftButton, {}, atFrame(from, 9));
+    EXPECT_EQ(view().selection(), boxed) << "of before the drag";
+    run("Select All Keys");
+    run("Move Keys Later");
+    EXPECT_EQ(frames(kToPins), (std::vector<double>{1, 24, 48})) << "within the composition";
+    view().select(boxed);
     run("Move Keys Later");
     for (int corner = 0; corner < 4; ++corner)
         EXPECT_EQ(frames(kToPins + corner), (std::vector<double>{1, 25, 48}));
