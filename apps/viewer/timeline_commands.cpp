@@ -1,6 +1,8 @@
 // What the timeline's menus and keys do; see timeline_panel.h.
 #include "apps/viewer/ease_dialog.h"
+#include "apps/viewer/model/field_text.h"
 #include "apps/viewer/timeline_panel.h"
+#include "zelk/scene/parameter_names.h"
 
 namespace zelk {
 
@@ -200,9 +202,9 @@ void TimelinePanel::askForEase() {
     if (!hasSelection()) return;
     KeyRef const first = *m_view->selection().begin();
     Parameter const& parameter = m_document.parameter(first.index);
-    Keyframe const key = parameter.track().keys()[*parameter.track().find(first.time)];
-    QString const unit = parameter.type() == PF_Param_POINT ? "px/s" : "/s";
-    EaseDialog dialog(key.incoming, key.outgoing, unit, this);
+    KeySides const sides = sidesOf(parameter, first.time);
+    QString const unit = QString::fromStdString(shortUnit(unitOfParameter(first.index))) + "/s";
+    EaseDialog dialog(sides.incoming, sides.outgoing, unit, this);
     if (dialog.exec() != QDialog::Accepted) return;
     actOnKeys("Key Ease", [&](std::vector<Parameter>& parameters) {
         easeKeys(parameters, m_view->selection(), dialog.incoming(), dialog.outgoing());

@@ -55,10 +55,11 @@ void paintKey(QPainter& painter, QPointF const& at, TimelineKey const& key, QCol
 
 void TimelineView::paintEvent(QPaintEvent*) {
     QPainter painter(viewport());
-    painter.fillRect(viewport()->rect(), palette().base());
-    if (!m_document.isOpen()) return;
+    if (!m_document.isOpen()) return painter.fillRect(viewport()->rect(), palette().base());
+    if (m_drawnRows.deviceIndependentSize() != QSizeF(viewport()->size()))
+        m_drawnRows = drawnRows();
+    painter.drawPixmap(0, 0, m_drawnRows);
     painter.setRenderHint(QPainter::Antialiasing);
-    paintRows(painter);
     paintRuler(painter);
     paintPlayhead(painter);
     if (m_drag != Drag::kBox) return;
@@ -67,6 +68,18 @@ void TimelineView::paintEvent(QPaintEvent*) {
     fill.setAlpha(40);
     painter.setBrush(fill);
     painter.drawRect(QRectF(m_pressedAt, m_boxEnd).normalized());
+}
+
+/// What stays from frame to frame: a shot's keys are many.
+QPixmap TimelineView::drawnRows() const {
+    QPixmap drawn(viewport()->size() * devicePixelRatioF());
+    drawn.setDevicePixelRatio(devicePixelRatioF());
+    drawn.fill(palette().base().color());
+    QPainter painter(&drawn);
+    painter.setFont(font());
+    painter.setRenderHint(QPainter::Antialiasing);
+    paintRows(painter);
+    return drawn;
 }
 
 void TimelineView::paintRows(QPainter& painter) const {

@@ -32,7 +32,7 @@ TimelineView::TimelineView(Document& document, Player& player, QWidget* parent)
         if (change.inputs) keepFit();
         followFrame();
         describe();
-        viewport()->update();
+        change.inputs || !isSame ? redraw() : viewport()->update();
     });
     connect(&player, &Player::changed, viewport(), qOverload<>(&QWidget::update));
 }
@@ -56,7 +56,7 @@ void TimelineView::refresh() {
     int const roomPx = viewport()->height() - TimelineLook::kRulerPx;
     verticalScrollBar()->setRange(0, std::max(0, heightPx - roomPx));
     verticalScrollBar()->setPageStep(std::max(1, roomPx));
-    viewport()->update();
+    redraw();
 }
 
 void TimelineView::fit() {
@@ -68,15 +68,22 @@ void TimelineView::fit() {
 void TimelineView::keepFit() {
     if (!m_document.isOpen() || !m_isFit) return;
     m_scale.fit(m_document.firstFrame(), m_document.lastFrame(), timeX(viewport()->width()));
-    viewport()->update();
+    redraw();
 }
 
 void TimelineView::zoom(double factor) {
     if (!m_document.isOpen()) return;
     m_isFit = false;
     m_scale.zoomAt(m_scale.momentX(m_document.frame()), factor);
+    redraw();
+}
+
+void TimelineView::redraw() {
+    m_drawnRows = {};
     viewport()->update();
 }
+
+void TimelineView::scrollContentsBy(int, int) { redraw(); }
 
 /// Another frame is brought into view, unless all of them are.
 void TimelineView::followFrame() {
@@ -91,7 +98,7 @@ void TimelineView::reveal(double frame) {
     m_scale.reveal(frame, widthPx);
     if (m_scale.left == left) return;
     m_isFit = false;
-    viewport()->update();
+    redraw();
 }
 
 void TimelineView::resizeEvent(QResizeEvent*) {
@@ -102,7 +109,7 @@ void TimelineView::resizeEvent(QResizeEvent*) {
 void TimelineView::select(KeySelection selection) {
     m_selection = std::move(selection);
     describe();
-    viewport()->update();
+    redraw();
     emit selectionChanged();
 }
 
@@ -205,13 +212,15 @@ void TimelineView::mouseMoveEvent(QMouseEvent* event) {
         case Drag::kFrame:
             return m_player.goTo(m_scale.frameAt(x));
         case Drag::kKeys:
+            followMouse(x);
             return dragKeys(at);
         case Drag::kBox:
+            followMouse(x);
             return selectBox(at);
         case Drag::kPan:
             m_isFit = false;
             m_scale.left = m_leftAtPress - (at.x() - m_pressedAt.x()) / m_scale.pxPerFrame;
-            return viewport()->update();
+            return redraw();
         case Drag::kIn:
             m_player.playback().setIn(static_cast<int>(std::lround(m_scale.toFrame(x))));
             return emit m_player.changed();
@@ -222,6 +231,22 @@ void TimelineView::mouseMoveEvent(QMouseEvent* event) {
             bool const isEnd = dragAt(at) == Drag::kIn || dragAt(at) == Drag::kOut;
             viewport()->setCursor(isEnd ? Qt::SizeHorCursor : Qt::ArrowCursor);
     }
+}
+
+/// A drag beyond an end of the view goes along, up to the composition's end. What was pressed on
+/// stays what it was.
+void TimelineView::followMouse(double x) {
+    constexpr double kMostPx = 40;
+    double const widthPx = timeX(viewport()->width());
+    double const beyondPx =
+        std::clamp(std::min(x, 0.) + std::max(x - widthPx, 0.), -kMostPx, kMostPx);
+    bool const isAtEnd = beyondPx < 0 ? m_scale.left <= m_document.firstFrame()
+                                      : m_scale.toFrame(widthPx) >= m_document.lastFrame() + 1.;
+    if (beyondPx == 0 || isAtEnd) return;
+    m_isFit = false;
+    m_scale.left += beyondPx / m_scale.pxPerFrame;
+    m_pressedAt.rx() -= beyondPx;
+    redraw();
 }
 
 /// From where the keys lay at the press: what they ran over on the way is there again.
@@ -266,7 +291,7 @@ void TimelineView::mouseReleaseEvent(QMouseEvent*) { endDrag(); }
 
 void TimelineView::endDrag() {
     if (std::exchange(m_drag, Drag::kNone) == Drag::kKeys) m_document.endAct();
-    viewport()->update();
+    redraw();
 }
 
 /// On a key: its ease. On a row: a key at that frame.
@@ -304,7 +329,7 @@ void TimelineView::wheelEvent(QWheelEvent* event) {
         return QAbstractScrollArea::wheelEvent(event);
     }
     m_isFit = false;
-    viewport()->update();
+    redraw();
     event->accept();
 }
 
@@ -313,7 +338,7 @@ void TimelineView::wheelEvent(QWheelEvent* event) {
 void TimelineView::setCurrentRow(int row) {
     m_currentRow = row;
     describe();
-    viewport()->update();
+    redraw();
 }
 
 /// Scrolls as little as shows it.

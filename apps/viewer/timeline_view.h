@@ -10,6 +10,7 @@
 #pragma once
 
 #include <QAbstractScrollArea>
+#include <QPixmap>
 #include <optional>
 #include <vector>
 
@@ -55,6 +56,7 @@ signals:
 protected:
     void paintEvent(QPaintEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
+    void scrollContentsBy(int dx, int dy) override;
     void mousePressEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
@@ -68,6 +70,8 @@ private:
     enum class Drag { kNone, kFrame, kKeys, kBox, kPan, kIn, kOut };
 
     void refresh();
+    /// The rows too; an update alone is enough for another frame.
+    void redraw();
     /// The whole where it was shown; what was zoomed to stays.
     void keepFit();
     /// Goes along as little as shows a frame.
@@ -79,6 +83,7 @@ private:
     TimelineKey const* keyAt(QPointF const& at) const;
     Drag dragAt(QPointF const& at) const;
     void pressKey(TimelineKey const& key, Qt::KeyboardModifiers modifiers);
+    void followMouse(double x);
     void dragKeys(QPointF const& at);
     void selectBox(QPointF const& at);
     void endDrag();
@@ -91,6 +96,7 @@ private:
 
     void paintRuler(QPainter& painter) const;
     void paintRows(QPainter& painter) const;
+    QPixmap drawnRows() const;
     void paintKeys(QPainter& painter, TimelineRow const& row, double y) const;
     void paintPlayhead(QPainter& painter) const;
 
@@ -103,6 +109,8 @@ private:
     bool m_isFit = true;         ///< nobody has zoomed or gone along since it showed the whole
     RowFilter m_filter = RowFilter::kAnimated;
     std::vector<TimelineRow> m_rows;
+    QPixmap
+        m_drawnRows;  ///< as the viewport shows them, without the frame's own marks; null for none
     KeySelection m_selection;
     int m_currentRow = -1;
 

@@ -190,6 +190,18 @@ void shapeKeys(std::vector<Parameter>& parameters, KeySelection const& selection
     });
 }
 
+KeySides sidesOf(Parameter const& parameter, KeyTime const& time) {
+    Keys const keys = keysIn(parameter);
+    std::size_t const i = *parameter.track().find(time);
+    int const numbers = parameter.track().numbers();
+    KeySides sides{keys[i].incoming, keys[i].outgoing};
+    if (i > 0 && keys[i - 1].toNext == Interpolation::kLinear)
+        sides.incoming = straightEase(keys[i - 1], keys[i], numbers);
+    if (i + 1 < keys.size() && keys[i].toNext == Interpolation::kLinear)
+        sides.outgoing = straightEase(keys[i], keys[i + 1], numbers);
+    return sides;
+}
+
 void easeKeys(std::vector<Parameter>& parameters, KeySelection const& selection,
               std::optional<Ease> const& incoming, std::optional<Ease> const& outgoing) {
     changeKeys(parameters, selection, [&](Keys& keys, std::size_t i, int numbers) {

@@ -73,6 +73,14 @@ enum class KeyShape {
 /// Parameters that only hold stay as they are.
 void shapeKeys(std::vector<Parameter>& parameters, KeySelection const& keys, KeyShape shape);
 
+/// The ways that lead to a key and away from it.
+struct KeySides {
+    Ease incoming, outgoing;
+};
+
+/// As they are: a straight side has the mean speed of its way.
+KeySides sidesOf(Parameter const& parameter, KeyTime const& time);
+
 /// The sides of a key as numbers; nothing: as it was.
 void easeKeys(std::vector<Parameter>& parameters, KeySelection const& keys,
               std::optional<Ease> const& incoming, std::optional<Ease> const& outgoing);
