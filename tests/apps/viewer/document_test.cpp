@@ -42,55 +42,6 @@ protected:
     Document document{ZELK_MODULE};
 };
 
-TEST_F(DocumentTest, RandomActsAreUndoneByteForByteAndDoneAgain) {
-    FreshRandom random;
-    auto const whole = [&](int most) { return random.below(most); };
-    std::vector<std::string> texts = {text()};
-    for (int i = 0; i < 60; ++i) {
-        document.setFrame(1 + whole(48));
-        bool changed = false;
-        switch (whole(6)) {
-            case 0:
-                changed = document.edit(kToPins + whole(4), {double(whole(640)), whole(400) + .5});
-                break;
-            case 1:
-                changed = document.edit(kParamCornerPinOpacity, {double(whole(101))});
-                break;
-            case 3:
-                changed = document.edit(kParamOverlayMode, {double(1 + whole(3))});
-                break;
-            case 4: {
-                MouseEvent mouse{whole(640), whole(400), whole(2) ? PF_Mod_SHIFT_KEY : PF_Mod_NONE};
-                if (!document.click({}, mouse)) break;
-                for (int moves = whole(4); moves > 0; --moves) {
-                    mouse.x = whole(640);
-                    document.drag(mouse);
-                }
-                EXPECT_FALSE(document.undo() || document.redo());
-                changed = document.release(mouse);
-                break;
-            }
-            case 2:
-                changed = document.change("Set Depth", [&](Scene& scene) {
-                    sceneEdit("depth").apply(scene, "depth", whole(2) ? "16" : "float");
-                });
-                break;
-            default:
-                document.beginAct("Nudge pins");
-                for (int corner = 0; corner < 4; ++corner)
-                    document.edit(kFromPins + corner, {double(whole(9)), double(whole(9))});
-                changed = document.endAct();
-        }
-        if (changed) texts.push_back(text());
-    }
-    EXPECT_TRUE(document.isModified());
-    auto const last = statesOf(document);
-    for (std::size_t i = texts.size(); i-- > 0; document.undo()) ASSERT_EQ(text(), texts[i]) << i;
-    EXPECT_FALSE(document.isModified());
-    for (std::size_t i = 0; i < texts.size(); ++i, document.redo()) ASSERT_EQ(text(), texts[i]);
-    EXPECT_EQ(statesOf(document), last);
-}
-
 /// Pins moved, snapped to corners and to each other, and reset: what is saved is what stood there.
 TEST_F(DocumentTest, PinsAreSavedWhereverTheyStand) {
     FreshRandom random;

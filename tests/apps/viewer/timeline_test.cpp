@@ -185,7 +185,10 @@ TEST_F(TimelineTest, EaseByNumbersChangesWhatWasTyped) {
         auto* const dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
         ASSERT_NE(dialog, nullptr);
         for (auto* const box : dialog->findChildren<QDoubleSpinBox*>())
-            if (box->accessibleName() == "Incoming influence") box->setValue(75);
+            if (box->accessibleName() == "Incoming influence")
+                box->setValue(75);
+            else if (box->accessibleName() == "Outgoing speed")
+                EXPECT_GT(box->value(), 0) << "a line's own";
         dialog->accept();
     });
     run("Key Ease\u2026");
