@@ -213,7 +213,7 @@ void TimelineView::mouseMoveEvent(QMouseEvent* event) {
             return m_player.goTo(m_scale.frameAt(x));
         case Drag::kKeys:
             followMouse(x);
-            return dragKeys(at, event->modifiers() & Qt::ControlModifier);
+            return dragKeys(at);
         case Drag::kBox:
             followMouse(x);
             return selectBox(at);
@@ -250,13 +250,11 @@ void TimelineView::followMouse(double x) {
 }
 
 /// From where the keys lay at the press: what they ran over on the way is there again.
-void TimelineView::dragKeys(QPointF const& at, bool copies) {
+void TimelineView::dragKeys(QPointF const& at) {
     int frames = static_cast<int>(std::lround((at.x() - m_pressedAt.x()) / m_scale.pxPerFrame));
     frames = framesWithin(m_document, m_selectedAtPress, frames);
-    if (frames == m_movedBy && copies == m_copies) return;
-    if (copies != m_copies && m_document.isActing()) m_document.cancelAct();
+    if (frames == m_movedBy) return;
     m_movedBy = frames;
-    m_copies = copies;
     if (!m_document.isActing()) m_document.beginAct(m_copies ? "Copy Keys" : "Move Keys");
     auto const moved = [&](KeyTime const& time) {
         return m_document.momentOf(m_document.frameOf(time) + frames);

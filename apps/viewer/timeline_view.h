@@ -84,7 +84,7 @@ private:
     Drag dragAt(QPointF const& at) const;
     void pressKey(TimelineKey const& key, Qt::KeyboardModifiers modifiers);
     void followMouse(double x);
-    void dragKeys(QPointF const& at, bool copies);
+    void dragKeys(QPointF const& at);
     void selectBox(QPointF const& at);
     void endDrag();
     void setCurrentRow(int row);

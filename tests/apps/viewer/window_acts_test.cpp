@@ -84,11 +84,11 @@ TEST_F(WindowActs, WhatAnEventThrowsIsToldAndNoMore) {
     QWidget* const area = view.viewport();
     QPoint const at = view.placeOf(key).toPoint();
     QTest::mousePress(area, Qt::LeftButton, {}, at);
-    QPoint const far = at + QPoint(200000000, 0);  // beyond the clock
+    QPoint const far = at + QPoint(200000000, 0);  // held at the composition's end
     QMouseEvent move(QEvent::MouseMove, far, area->mapToGlobal(far), Qt::NoButton, Qt::LeftButton,
                      {});
     QApplication::sendEvent(area, &move);
-    EXPECT_TRUE(error().contains("clock")) << error().toStdString();
+    EXPECT_EQ(error(), "");
     QTest::mouseRelease(area, Qt::LeftButton, {}, at);
     EXPECT_FALSE(document().isActing());
 
