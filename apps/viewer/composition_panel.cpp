@@ -143,8 +143,8 @@ void CompositionPanel::makeBar() {
     m_readout->setAccessibleName("Pixel under the cursor");
     m_readout->setToolTip(
         "Position in frame and layer, pixels, and the values of the output file; of layer and "
-        "plate those of their files, straight (screen: what is shown, as long as no others are "
-        "there)");
+        "plate those of their files, straight (screen: what is shown, where memory is short "
+        "for the others)");
     m_readout->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     m_readout->setMinimumWidth(40);
     m_readout->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);

@@ -191,6 +191,7 @@ void TimelinePanel::paste() {
 
 void TimelinePanel::moveSelected(int frames) {
     frames = framesWithin(m_document, m_view->selection(), frames);
+    if (frames == 0) return;
     actOnKeys("Move Keys", [&](std::vector<Parameter>& parameters) {
         return moveKeys(parameters, m_view->selection(), [&](KeyTime const& time) {
             return m_document.momentOf(m_document.frameOf(time) + frames);

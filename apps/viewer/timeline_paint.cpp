@@ -56,7 +56,9 @@ void paintKey(QPainter& painter, QPointF const& at, TimelineKey const& key, QCol
 void TimelineView::paintEvent(QPaintEvent*) {
     QPainter painter(viewport());
     if (!m_document.isOpen()) return painter.fillRect(viewport()->rect(), palette().base());
-    if (m_drawnRows.deviceIndependentSize() != QSizeF(viewport()->size()))
+    double const density = devicePixelRatioF();
+    if (m_drawnRows.size() != viewport()->size() * density ||
+        m_drawnRows.devicePixelRatio() != density)
         m_drawnRows = drawnRows();
     painter.drawPixmap(0, 0, m_drawnRows);
     painter.setRenderHint(QPainter::Antialiasing);

@@ -47,9 +47,10 @@ void TimelineView::refresh() {
     if (!m_document.isOpen()) return m_rows.clear();
     m_rows = timelineRows(m_document, m_filter);
     m_rowsOf = m_document.snapshot().revision;
-    std::erase_if(m_selection, [this](KeyRef const& key) {
-        return !m_document.parameter(key.index).track().find(key.time);
-    });
+    for (KeySelection* const keys : {&m_selection, &m_selectedBefore})
+        std::erase_if(*keys, [this](KeyRef const& key) {
+            return !m_document.parameter(key.index).track().find(key.time);
+        });
     m_currentRow = std::min(m_currentRow, static_cast<int>(m_rows.size()) - 1);
     describe();
     int const heightPx = static_cast<int>(m_rows.size()) * TimelineLook::kRowPx;
@@ -240,12 +241,15 @@ void TimelineView::followMouse(double x) {
     double const widthPx = timeX(viewport()->width());
     double const beyondPx =
         std::clamp(std::min(x, 0.) + std::max(x - widthPx, 0.), -kMostPx, kMostPx);
-    bool const isAtEnd = beyondPx < 0 ? m_scale.left <= m_document.firstFrame()
-                                      : m_scale.toFrame(widthPx) >= m_document.lastFrame() + 1.;
-    if (beyondPx == 0 || isAtEnd) return;
+    double const room = beyondPx < 0 ? m_document.firstFrame() - m_scale.left
+                                     : m_document.lastFrame() + 1. - m_scale.toFrame(widthPx);
+    double const wanted = beyondPx / m_scale.pxPerFrame;
+    double const by = beyondPx < 0 ? std::min(std::max(wanted, room), 0.)
+                                   : std::max(std::min(wanted, room), 0.);
+    if (by == 0) return;
     m_isFit = false;
-    m_scale.left += beyondPx / m_scale.pxPerFrame;
-    m_pressedAt.rx() -= beyondPx;
+    m_scale.left += by;
+    m_pressedAt.rx() -= by * m_scale.pxPerFrame;
     redraw();
 }
 

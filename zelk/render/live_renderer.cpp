@@ -257,7 +257,9 @@ LivePicture LiveRenderer::inputOnScreen(int frame, LiveView const& view, LiveScr
     picture.display = screenPicture(
         all, part, AlphaForm::kStraight,
         wayOf(m_inputs->colors, colors.plate.value_or(colors.layer), how), how.isBgra);
-    if (how.wantsStored && part == Bounds::of(all)) picture.stored = bufferOf(all);
+    std::uint64_t const bytes = std::uint64_t(all.rowBytes()) * std::uint64_t(all.height());
+    bool const isWhole = part == Bounds::of(all);
+    if (how.wantsStored && isWhole && bytes < availableBytes()) picture.stored = bufferOf(all);
     return picture;
 }
 

@@ -87,8 +87,9 @@ void Document::adopt(Scene scene, Origin origin, int frame, bool settles) {
     if (!m_module.empty()) scene.module = m_module;
     scene.editPrefix.clear();
     scene.editJoin = ' ';  // refusals name the window's controls
-    openAnew(scene, frame);
-    if (settles) scene = m_stages->settledScene();
+    Scene settled;
+    openAnew(scene, frame, settles ? &settled : nullptr);
+    if (settles) scene = std::move(settled);
     ++m_opened;
     m_now = {std::make_shared<Scene const>(std::move(scene)), nextNumber(), nextNumber()};
     m_savedRevision = origin.isSaved ? m_now.revision : 0;
@@ -101,7 +102,7 @@ void Document::adopt(Scene scene, Origin origin, int frame, bool settles) {
     tell({true, true, true, true});
 }
 
-void Document::openStages(Scene const& scene, int frame) {
+void Document::openStages(Scene const& scene, int frame, Scene* settled) {
     std::string files = openedStamps(scene);
     RunOptions run;
     run.isForEdit = true;
@@ -111,6 +112,7 @@ void Document::openStages(Scene const& scene, int frame) {
         auto const [width, height] = stages->frameSize();
         return std::make_unique<EditSession>(stages->host(), width, height, frame);
     });
+    if (settled) *settled = stages->settledScene();
     m_defaults =
         defaultsOf(scene, stages->host().parameters(), stages->layerSize(), stages->frameSize());
     m_colors = colorsAtHand(scene);
@@ -121,9 +123,9 @@ void Document::openStages(Scene const& scene, int frame) {
 }
 
 /// Nothing that was read before counts.
-void Document::openAnew(Scene const& scene, int frame) {
+void Document::openAnew(Scene const& scene, int frame, Scene* settled) {
     forgetColorFiles();
-    openStages(scene, frame);
+    openStages(scene, frame, settled);
     ++m_reloads;
 }
 

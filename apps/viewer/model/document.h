@@ -215,8 +215,9 @@ private:
     static int lastFrameOf(Comp const& comp);
     /// `settles`: values that are still text are read, and tracks become keyframes.
     void adopt(Scene scene, Origin origin, int frame, bool settles = false);
-    void openStages(Scene const& scene, int frame);
-    void openAnew(Scene const& scene, int frame);
+    /// `settled`, where it is wanted, becomes the scene with its tracks as keys.
+    void openStages(Scene const& scene, int frame, Scene* settled = nullptr);
+    void openAnew(Scene const& scene, int frame, Scene* settled = nullptr);
     void show(State const& state);
     void record(std::string name, State const& before);
     std::vector<KeyValue> valuesHere() const;

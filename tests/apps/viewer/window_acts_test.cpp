@@ -77,7 +77,7 @@ using LeaksOfOthers = __lsan::ScopedDisabler;
 struct LeaksOfOthers {};
 #endif
 
-TEST_F(WindowActs, WhatAnEventThrowsIsToldAndNoMore) {
+TEST_F(WindowActs, AFarDragIsHeldAndWhatAnEventThrowsIsTold) {
     [[maybe_unused]] LeaksOfOthers const leaks;
     TimelineView& view = window->timeline().view();
     TimelineKey const key = view.rows().front().keys.front();
@@ -89,6 +89,7 @@ TEST_F(WindowActs, WhatAnEventThrowsIsToldAndNoMore) {
                      {});
     QApplication::sendEvent(area, &move);
     EXPECT_EQ(error(), "");
+    EXPECT_EQ(view.rows().front().keys.size(), 2u) << "in the last key's place";
     QTest::mouseRelease(area, Qt::LeftButton, {}, at);
     EXPECT_FALSE(document().isActing());
 
