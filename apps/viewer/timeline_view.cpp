@@ -243,9 +243,8 @@ void TimelineView::followMouse(double x) {
         std::clamp(std::min(x, 0.) + std::max(x - widthPx, 0.), -kMostPx, kMostPx);
     double const room = beyondPx < 0 ? m_document.firstFrame() - m_scale.left
                                      : m_document.lastFrame() + 1. - m_scale.toFrame(widthPx);
-    double const wanted = beyondPx / m_scale.pxPerFrame;
-    double const by = beyondPx < 0 ? std::min(std::max(wanted, room), 0.)
-                                   : std::max(std::min(wanted, room), 0.);
+    double const by =
+        std::clamp(beyondPx / m_scale.pxPerFrame, std::min(room, 0.), std::max(room, 0.));
     if (by == 0) return;
     m_isFit = false;
     m_scale.left += by;

@@ -109,8 +109,8 @@ private:
     bool m_isFit = true;         ///< nobody has zoomed or gone along since it showed the whole
     RowFilter m_filter = RowFilter::kAnimated;
     std::vector<TimelineRow> m_rows;
-    QPixmap
-        m_drawnRows;  ///< as the viewport shows them, without the frame's own marks; null for none
+    /// As the viewport shows them, without the frame's own marks; null where they are to be drawn.
+    QPixmap m_drawnRows;
     KeySelection m_selection;
     int m_currentRow = -1;
 

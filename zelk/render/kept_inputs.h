@@ -31,6 +31,10 @@ struct ReadInput {
     std::shared_ptr<PictureBuffer const> source;  ///< held, so that no other one has its address
 };
 
+inline std::uint64_t worldBytes(World const& world) {
+    return std::uint64_t(world.rowBytes()) * std::uint64_t(world.height());
+}
+
 class KeptInputs {
 public:
     explicit KeptInputs(std::uint64_t mostBytes) : m_mostBytes(mostBytes) {}
@@ -45,8 +49,7 @@ public:
     std::shared_ptr<ReadInput> readOnce(std::string const& key, Read const& read) {
         if (auto kept = find<ReadInput>(key)) return kept;
         auto const input = std::make_shared<ReadInput>(read());
-        World const& picture = input->picture;
-        keep(key, input, std::uint64_t(picture.rowBytes()) * std::uint64_t(picture.height()));
+        keep(key, input, worldBytes(input->picture));
         return input;
     }
     void keep(std::string const& key, std::shared_ptr<void> input, std::uint64_t bytes);

@@ -203,8 +203,7 @@ World const* LiveRenderer::shownPlate(RenderedFrame const& now, ScreenWay const&
 }
 
 std::uint64_t LiveRenderer::inputBytes() const {
-    World const& plate = m_shownPlate.picture;
-    return m_kept.bytes() + std::uint64_t(plate.rowBytes()) * std::uint64_t(plate.height());
+    return m_kept.bytes() + worldBytes(m_shownPlate.picture);
 }
 
 /// Before an input is read that is shown by itself. A frame that fitted may not do so beside it.
@@ -257,9 +256,9 @@ LivePicture LiveRenderer::inputOnScreen(int frame, LiveView const& view, LiveScr
     picture.display = screenPicture(
         all, part, AlphaForm::kStraight,
         wayOf(m_inputs->colors, colors.plate.value_or(colors.layer), how), how.isBgra);
-    std::uint64_t const bytes = std::uint64_t(all.rowBytes()) * std::uint64_t(all.height());
     bool const isWhole = part == Bounds::of(all);
-    if (how.wantsStored && isWhole && bytes < availableBytes()) picture.stored = bufferOf(all);
+    if (how.wantsStored && isWhole && worldBytes(all) < availableBytes())
+        picture.stored = bufferOf(all);
     return picture;
 }
 
