@@ -27,6 +27,7 @@ TimelineView::TimelineView(Document& document, Player& player, QWidget* parent)
         if (change.inputs || (change.values && !isSame)) refresh();
         if (std::exchange(m_opened, m_document.opened()) != m_document.opened()) {
             m_isFit = true;
+            m_drag = Drag::kNone;
             select({});
         }
         if (change.inputs) keepFit();
@@ -47,10 +48,7 @@ void TimelineView::refresh() {
     if (!m_document.isOpen()) return m_rows.clear();
     m_rows = timelineRows(m_document, m_filter);
     m_rowsOf = m_document.snapshot().revision;
-    for (KeySelection* const keys : {&m_selection, &m_selectedBefore})
-        std::erase_if(*keys, [this](KeyRef const& key) {
-            return !m_document.parameter(key.index).track().find(key.time);
-        });
+    dropMissing(m_selection);
     m_currentRow = std::min(m_currentRow, static_cast<int>(m_rows.size()) - 1);
     describe();
     int const heightPx = static_cast<int>(m_rows.size()) * TimelineLook::kRowPx;
@@ -107,8 +105,15 @@ void TimelineView::resizeEvent(QResizeEvent*) {
     keepFit();
 }
 
+void TimelineView::dropMissing(KeySelection& selection) const {
+    std::erase_if(selection, [this](KeyRef const& key) {
+        return !m_document.isOpen() || !m_document.parameter(key.index).track().find(key.time);
+    });
+}
+
 void TimelineView::select(KeySelection selection) {
     m_selection = std::move(selection);
+    dropMissing(m_selection);
     describe();
     redraw();
     emit selectionChanged();

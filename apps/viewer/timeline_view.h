@@ -40,6 +40,7 @@ public:
 
     std::vector<TimelineRow> const& rows() const { return m_rows; }
     KeySelection const& selection() const { return m_selection; }
+    /// Those of these keys that the scene has.
     void select(KeySelection selection);
     /// The row that keys are added to; -1 for none.
     int currentRow() const { return m_currentRow; }
@@ -70,6 +71,7 @@ private:
     enum class Drag { kNone, kFrame, kKeys, kBox, kPan, kIn, kOut };
 
     void refresh();
+    void dropMissing(KeySelection& selection) const;
     /// The rows too; an update alone is enough for another frame.
     void redraw();
     /// The whole where it was shown; what was zoomed to stays.

@@ -100,11 +100,19 @@ TEST_F(TimelineTest, ABoxSelectsAndTheSelectionMovesAsOne) {
     drag(at(from) - QPoint(9, 9), at(to) + QPoint(9, 9));
     EXPECT_EQ(view().selection().size(), 4u) << "the box alone";
     KeySelection const boxed = view().selection();
-    QTest::mousePress(sheet(), Qt::LeftButton, {}, at(keyOf(kToPins, 0)));
-    QTest::mouseMove(sheet(), atFrame(from, 9));
-    QTest::keyClick(sheet(), Qt::Key_Escape);
-    QTest::mouseRelease(sheet(), Qt::LeftButton, {}, atFrame(from, 9));
-    EXPECT_EQ(view().selection(), boxed) << "of before the drag";
+    for (std::size_t const place : {0, 1}) {  // beside the box, and in it
+        QTest::mousePress(sheet(), Qt::LeftButton, {}, at(keyOf(kToPins, place)));
+        QTest::mouseMove(sheet(), atFrame(from, 9));
+        QTest::keyClick(sheet(), Qt::Key_Escape);
+        QTest::mouseRelease(sheet(), Qt::LeftButton, {}, atFrame(from, 9));
+        EXPECT_EQ(view().selection(), boxed) << "of before the drag";
+    }
+    QTest::mousePress(sheet(), Qt::LeftButton, Qt::ShiftModifier, atFrame(from, 30));
+    run("Delete Keys");
+    QTest::mouseMove(sheet(), atFrame(from, 33));
+    QTest::mouseRelease(sheet(), Qt::LeftButton, Qt::ShiftModifier, atFrame(from, 33));
+    EXPECT_TRUE(view().selection().empty()) << "keys that are gone";
+    document().undo();
     run("Select All Keys");
     run("Move Keys Later");
     EXPECT_EQ(frames(kToPins), (std::vector<double>{1, 24, 48})) << "within the composition";
