@@ -41,10 +41,8 @@ public:
     bool open(std::string const&, OIIO::ImageSpec&) override { return true; }
     bool close() override { return true; }
     bool read_native_scanline(int, int, int y, int, void* data) override {
-        std::ptrdiff_t const packed = packedRowBytes(*m_buffer);
-        std::ptrdiff_t const step = m_buffer->rowBytes ? m_buffer->rowBytes : packed;
-        std::memcpy(data, static_cast<char const*>(m_buffer->pixels.get()) + y * step,
-                    static_cast<std::size_t>(packed));
+        std::memcpy(data, static_cast<char const*>(m_buffer->pixels.get()) + y * rowStep(*m_buffer),
+                    static_cast<std::size_t>(packedRowBytes(*m_buffer)));
         return true;
     }
 
@@ -53,6 +51,10 @@ private:
 };
 
 }  // namespace
+
+std::ptrdiff_t rowStep(PictureBuffer const& buffer) {
+    return buffer.rowBytes ? buffer.rowBytes : packedRowBytes(buffer);
+}
 
 void requireSound(PictureBuffer const& buffer) {
     auto const refuse = [&buffer](char const* wrong, std::string const& value,

@@ -25,6 +25,9 @@ struct PictureBuffer {
     std::shared_ptr<void const> pixels;  ///< of the upper left one
 };
 
+/// Bytes from row to row, of packed rows too.
+std::ptrdiff_t rowStep(PictureBuffer const& buffer);
+
 /// What becomes of a frame whose layer or plate is not there.
 enum class MissingInput {
     kStop,   ///< the run ends before it

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 
+#include "Transform/Common/PixelMemory.h"
 #include "hostkit/pixel_ops.h"
 #include "zelk/pictures/buffer_input.h"
 #include "zelk/render/frame_stages.h"
@@ -256,9 +257,9 @@ LivePicture LiveRenderer::inputOnScreen(int frame, LiveView const& view, LiveScr
     picture.display = screenPicture(
         all, part, AlphaForm::kStraight,
         wayOf(m_inputs->colors, colors.plate.value_or(colors.layer), how), how.isBgra);
-    bool const isWhole = part == Bounds::of(all);
-    if (how.wantsStored && isWhole && worldBytes(all) < availableBytes())
-        picture.stored = bufferOf(all);
+    // What is kept for images of pixels does not serve a copy of values.
+    bool const fits = worldBytes(all) + PixelMemory::keptBytes() < availableBytes();
+    if (how.wantsStored && fits && part == Bounds::of(all)) picture.stored = bufferOf(all);
     return picture;
 }
 

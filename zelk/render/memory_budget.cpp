@@ -75,7 +75,7 @@ std::uint64_t frameRenderBytes(int layerWidth, int layerHeight, int frameWidth, 
 }
 
 std::uint64_t shownBytes(int width, int height, Depth depth) {
-    return 2 * rasterBytes(width, height, depth) + rasterBytes(width, height, Depth::k8) + kRest;
+    return rasterBytes(width, height, depth) + rasterBytes(width, height, Depth::k8) + kRest;
 }
 
 UserError pictureTooLarge(std::string const& name, PixelSize size, std::uint64_t bytes) {

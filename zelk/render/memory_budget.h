@@ -30,8 +30,7 @@ std::uint64_t renderBytes(RenderSize const& size);
 /// Bytes that a render into a frame takes: the layer and two copies of it, the frame, and 100 MB.
 std::uint64_t frameRenderBytes(int layerWidth, int layerHeight, int frameWidth, int frameHeight);
 
-/// Bytes that a picture takes that is shown by itself: the picture, a copy of its
-/// values, its display, and 100 MB.
+/// Bytes that a picture takes that is shown by itself: the picture, its display, and 100 MB.
 std::uint64_t shownBytes(int width, int height, Depth depth);
 
 /// About a picture that these bytes are not there for.

@@ -25,7 +25,7 @@ std::uint64_t ShownFrame::bytes() const {
         return static_cast<std::uint64_t>(std::abs(rowBytes)) * static_cast<std::uint64_t>(height);
     };
     return sizeof *this + rows(display.rowBytes(), display.height()) +
-           (stored.pixels ? rows(stored.rowBytes, stored.size.height) : 0);
+           (stored.pixels ? rows(rowStep(stored), stored.size.height) : 0);
 }
 
 void FrameCache::setBudget(std::uint64_t bytes) {

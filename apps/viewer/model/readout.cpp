@@ -57,10 +57,8 @@ std::optional<StoredValues> storedValues(PictureBuffer const& picture, int x, in
     if (!picture.pixels || x < 0 || y < 0 || x >= picture.size.width || y >= picture.size.height)
         return std::nullopt;
     std::ptrdiff_t const pixelBytes = std::ptrdiff_t{picture.channels} * bytesOf(picture.type);
-    std::ptrdiff_t const rowBytes =
-        picture.rowBytes ? picture.rowBytes : pixelBytes * picture.size.width;
     auto const* pixel =
-        static_cast<std::byte const*>(picture.pixels.get()) + y * rowBytes + x * pixelBytes;
+        static_cast<std::byte const*>(picture.pixels.get()) + y * rowStep(picture) + x * pixelBytes;
     StoredValues values;
     values.count = picture.channels;
     values.isWhole = picture.type == SampleType::kUint8 || picture.type == SampleType::kUint16;

@@ -271,6 +271,9 @@ TEST_F(ServiceTest, TellsWhatFailsByTheFilesNameAndGoesOn) {
     EXPECT_EQ(frame->whole, (PixelSize{48, 36}));
     std::uint8_t const* const pixel = frame->display.rowAs<std::uint8_t>(0);
     EXPECT_EQ(int(pixel[1]), 4 * (6 * 48 + 4) * 7 % 251);
+    layer.part = {};
+    service.ask(document.snapshot(), layer);
+    EXPECT_GT(inbox.next()->bytes(), 2u * 4 * 48 * 36) << "its values too";
 }
 
 // A mouse that moves faster than pictures are made still shows drafts.
