@@ -9,7 +9,9 @@
 #include <QElapsedTimer>
 #include <QMenu>
 #include <QMenuBar>
+#include <QPointer>
 #include <QTimer>
+#include <QWheelEvent>
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
@@ -78,23 +80,41 @@ protected:
                 below(static_cast<std::size_t>(widget.height()))};
     }
 
-    void drag(QWidget& widget) {
-        constexpr Qt::KeyboardModifiers kHeld[] = {Qt::NoModifier, Qt::ShiftModifier,
-                                                   Qt::ControlModifier, Qt::AltModifier};
-        Qt::KeyboardModifiers const held = kHeld[below(4)];
-        QTest::mousePress(&widget, Qt::LeftButton, held, anyPoint(widget));
-        for (int i = below(6); i > 0; --i) QTest::mouseMove(&widget, anyPoint(widget));
-        if (below(8) == 0) QTest::keyClick(&widget, Qt::Key_Escape);
-        QTest::mouseRelease(&widget, Qt::LeftButton, held, anyPoint(widget));
+    Qt::KeyboardModifiers anyModifier() {
+        constexpr Qt::KeyboardModifier kHeld[] = {Qt::NoModifier, Qt::ShiftModifier,
+                                                  Qt::ControlModifier, Qt::AltModifier};
+        return kHeld[below(4)];
+    }
+
+    /// Keys and commands come in the middle too. The window may then have another widget there.
+    void drag(QPointer<QWidget> const& widget) {
+        constexpr Qt::MouseButton kButtons[] = {Qt::MiddleButton, Qt::RightButton};
+        Qt::MouseButton const button = below(8) == 0 ? kButtons[below(2)] : Qt::LeftButton;
+        Qt::KeyboardModifiers const held = anyModifier();
+        QTest::mousePress(widget, button, held, anyPoint(*widget));
+        for (int i = below(6); i > 0 && widget; --i) {
+            QTest::mouseMove(widget, anyPoint(*widget));
+            if (below(12) == 0) below(2) ? command() : key();
+        }
+        if (widget) QTest::mouseRelease(widget, button, held, anyPoint(*widget));
+    }
+
+    void wheel(QWidget& widget) {
+        QPoint const at = anyPoint(widget), turn(0, 120 * (below(5) - 2));
+        QWheelEvent event(at, widget.mapToGlobal(at), {}, turn, Qt::NoButton, anyModifier(),
+                          Qt::NoScrollPhase, false);
+        QApplication::sendEvent(&widget, &event);
     }
 
     void key() {
-        constexpr Qt::Key kKeys[] = {Qt::Key_Left,  Qt::Key_Right, Qt::Key_Up,    Qt::Key_Down,
-                                     Qt::Key_Tab,   Qt::Key_Enter, Qt::Key_Minus, Qt::Key_Space,
-                                     Qt::Key_1,     Qt::Key_7,     Qt::Key_0,     Qt::Key_Backspace,
-                                     Qt::Key_Escape};
+        constexpr Qt::Key kKeys[] = {
+            Qt::Key_Left,  Qt::Key_Right,  Qt::Key_Up,     Qt::Key_Down,   Qt::Key_Tab,
+            Qt::Key_Enter, Qt::Key_Escape, Qt::Key_1,      Qt::Key_7,      Qt::Key_0,
+            Qt::Key_Minus, Qt::Key_Space,  Qt::Key_Delete, Qt::Key_Insert, Qt::Key_Backspace,
+            Qt::Key_C,     Qt::Key_V,      Qt::Key_W,      Qt::Key_Z,      Qt::Key_F9};
         QWidget* const widget = QApplication::focusWidget();
-        QTest::keyClick(widget ? widget : window.get(), kKeys[below(std::size(kKeys))]);
+        QTest::keyClick(widget ? widget : window.get(), kKeys[below(std::size(kKeys))],
+                        anyModifier());
     }
 
     /// Files stay out: another scene has another first state, and Quit ends the window.
@@ -130,8 +150,10 @@ protected:
             case 4:
                 below(2) ? document().undo() : document().redo();
                 return;
+            case 5:
+                return wheel(*anyWidget());
             default:
-                return drag(*anyWidget());
+                return drag(anyWidget());
         }
     }
 
