@@ -66,6 +66,21 @@ std::shared_ptr<PictureBuffer> wavesOf(PixelSize size, Depth depth) {
     return waves<float>(size, SampleType::kFloat, 1);
 }
 
+/// Plates have no alpha.
+std::shared_ptr<PictureBuffer> opaqueOf(std::shared_ptr<PictureBuffer> buffer) {
+    auto const withoutAlpha = [&]<class T>(T) {
+        auto const* from = static_cast<T const*>(buffer->pixels.get());
+        auto const values = std::make_shared<std::vector<T>>();
+        for (std::ptrdiff_t i = 0; i < std::ptrdiff_t{4} * buffer->size.width * buffer->size.height;
+             ++i)
+            if (i % 4 != 3) values->push_back(from[i]);
+        buffer->pixels = {values, values->data()};
+    };
+    buffer->type == SampleType::kUint8 ? withoutAlpha(std::uint8_t{}) : withoutAlpha(float{});
+    buffer->channels = 3;
+    return buffer;
+}
+
 struct Case {
     char const* road;
     Depth depth;
@@ -80,7 +95,7 @@ constexpr Case kCases[] = {{"module", Depth::k8, false},
 Scene sceneOf(PixelSize size, Case const& c, char const* quality) {
     Scene scene;
     scene.layer.buffer = wavesOf(size, c.depth);
-    if (c.hasPlate) scene.plate = SceneInput{{}, wavesOf(size, c.depth)};
+    if (c.hasPlate) scene.plate = SceneInput{{}, opaqueOf(wavesOf(size, c.depth))};
     sceneEdit("quality").apply(scene, "quality", quality);
     sceneEdit("motion-blur").apply(scene, "motion-blur", "8");
     SceneParameter turn{"rotate", {}, {}};

@@ -102,7 +102,7 @@ void CompositionCanvas::act(std::function<void()> const& run) {
         if (onFailure) onFailure(error.what());
     }
     describePins();
-    update();
+    updateSoon();
 }
 
 // --- Mouse

@@ -18,9 +18,28 @@ namespace {
 
 constexpr QColor kAround(38, 38, 38);
 constexpr int kRestMs = 120;
+/// While something is dragged the pins wait that long for their picture, to be painted with it. A
+/// paint of its own would take a processor from the render.
+constexpr int kDraftWaitMs = 33;
 
 QColor colorOf(KeyValue const& value) {
     return {static_cast<int>(value[1]), static_cast<int>(value[2]), static_cast<int>(value[3])};
+}
+
+/// The display's own bytes, which the image holds.
+QImage imageAround(SharedFrame const& frame) {
+    World const& display = frame->display;
+    return QImage(
+        display.rowAs<uchar>(0), display.width(), display.height(), display.rowBytes(),
+        frame->isOpaque ? QImage::Format_RGB32 : QImage::Format_ARGB32,
+        [](void* held) { delete static_cast<SharedFrame*>(held); }, new SharedFrame(frame));
+}
+
+QImage imageMade(World const& display, PixelLook const& look) {
+    QImage image(display.width(), display.height(), QImage::Format_RGB32);
+    showPixels(display, look, reinterpret_cast<std::uint32_t*>(image.bits()),
+               image.bytesPerLine() / 4);
+    return image;
 }
 
 bool isWhole(PictureView const& view) { return view.reduce == 1 && !view.part && !view.isDraft; }
@@ -43,6 +62,9 @@ CompositionCanvas::CompositionCanvas(Document& document, QWidget* parent)
     m_rest.setSingleShot(true);
     m_rest.setInterval(kRestMs);
     connect(&m_rest, &QTimer::timeout, this, [this] { ask(false); });
+    m_draftWait.setSingleShot(true);
+    m_draftWait.setInterval(kDraftWaitMs);
+    connect(&m_draftWait, &QTimer::timeout, this, qOverload<>(&QWidget::update));
     document.onChange([this](DocumentChange const& change) { hear(change); });
 }
 
@@ -62,11 +84,17 @@ void CompositionCanvas::hear(DocumentChange const& change) {
     if (change.inputs || change.values || change.frame) {
         ask(m_document.isActing());
         describePins();
-        update();
+        updateSoon();
         if (onView) onView();
     } else if (change.state && m_feed.asked() && m_feed.asked()->isDraft) {
         m_rest.start();
     }
+}
+
+/// What is dragged is painted with its picture.
+void CompositionCanvas::updateSoon() {
+    if (!m_document.isActing() || isCurrent(m_shown)) return update();
+    if (!m_draftWait.isActive()) m_draftWait.start();
 }
 
 void CompositionCanvas::settleMap() {
@@ -207,12 +235,10 @@ void CompositionCanvas::take(SharedFrame const& frame) {
 ShownImage CompositionCanvas::imageOf(SharedFrame const& frame, PixelLook const& look) const {
     ShownImage image;
     if (!frame || !frame->error.empty() || frame->display.width() < 1) return image;
-    World const& display = frame->display;
-    image.pixels = QImage(display.width(), display.height(), QImage::Format_RGB32);
-    image.isOpaque =
-        showPixels(display, look, reinterpret_cast<std::uint32_t*>(image.pixels.bits()),
-                   image.pixels.bytesPerLine() / 4);
-    if (!image.isOpaque) image.pixels.reinterpretAsFormat(QImage::Format_ARGB32_Premultiplied);
+    bool const isOverColor = look.backdrop == Backdrop::kBlack || look.backdrop == Backdrop::kWhite;
+    bool const isAsItIs = look.channels == ChannelView::kColor && (frame->isOpaque || !isOverColor);
+    image.isOpaque = frame->isOpaque || !isAsItIs;
+    image.pixels = isAsItIs ? imageAround(frame) : imageMade(frame->display, look);
     PixelSize const shown =
         frame->view.shows == m_look.shows ? m_map.picture() : m_document.sizeOf(frame->view.shows);
     PicturePlace const place = placeOf(*frame, shown, m_document);
@@ -231,6 +257,7 @@ void CompositionCanvas::remakeImages() {
     bool const isSame = besidePicture() == m_look.shows;
     m_besideImage = imageOf(isSame ? m_shown : m_beside, beside);
     m_loupeImage = isCurrent(m_loupe) ? imageOf(m_loupe, m_look.pixels) : ShownImage();
+    m_draftWait.stop();
     update();
 }
 

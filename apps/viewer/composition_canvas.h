@@ -110,6 +110,7 @@ private:
     void drop();  ///< what the hand holds, where it was last
 
     void hear(DocumentChange const& change);
+    void updateSoon();
     void settleMap();
     void turnToPins();
     void holdPlace(bool isFrameSame);
@@ -153,7 +154,7 @@ private:
     std::uint64_t m_warningsOf = 0;  ///< a revision
     int m_opened = 0;                ///< of the document that it shows
     ShownImage m_image, m_besideImage, m_loupeImage;
-    QTimer m_rest;
+    QTimer m_rest, m_draftWait;
     Hand m_hand = Hand::kNone;
     Qt::MouseButton m_button = Qt::NoButton;  ///< that the hand holds
     PanelPoint m_lastMouse;

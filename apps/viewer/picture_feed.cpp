@@ -14,10 +14,10 @@ PictureFeed::PictureFeed(std::function<void(SharedFrame)> ready, std::function<v
               QMetaObject::invokeMethod(
                   &m_thread, [this, frame] { take(frame); }, Qt::QueuedConnection);
           },
-          {.outdated = [this] {
-              QMetaObject::invokeMethod(
-                  &m_thread, [this] { m_outdated(); }, Qt::QueuedConnection);
-          }}) {}
+          {.isBgra = true, .outdated = [this] {
+               QMetaObject::invokeMethod(
+                   &m_thread, [this] { m_outdated(); }, Qt::QueuedConnection);
+           }}) {}
 
 void PictureFeed::take(SharedFrame const& frame) {
     if (!frame->error.empty()) m_view.reset();

@@ -35,7 +35,8 @@ struct ShownFrame {
     std::uint64_t revision = 0;  ///< of the scene
     int frame = 0;
     PictureView view;
-    World display;  ///< 8 bits, straight: what the screen shows
+    World display;          ///< 8 bits, straight: what the screen shows
+    bool isOpaque = false;  ///< `display`, each pixel of it
     /// The values of the output's file, of the same part; of frames at reduce 1 alone, and of no
     /// draft.
     PictureBuffer stored;

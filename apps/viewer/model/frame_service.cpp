@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "apps/viewer/model/file_stamps.h"
+#include "apps/viewer/model/shown_pixels.h"
 #include "zelk/text/errors.h"
 
 namespace zelk {
@@ -214,6 +215,7 @@ std::shared_ptr<ShownFrame> FrameService::made(Wish const& wish) {
             m_renderer.screen(wish.scene.frame, liveViewOf(view),
                               {view.displayView, m_options.isBgra, wantsStored}, &m_isStopped);
         result->display = std::move(picture.display);
+        result->isOpaque = isOpaque(result->display);
         result->stored = std::move(picture.stored);
         result->whole = picture.whole;
     } catch (UserError const& error) {

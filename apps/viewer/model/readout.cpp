@@ -102,10 +102,12 @@ std::string valuesText(ShownFrame const& frame, PicturePlace const& place, Panel
     World const& display = frame.display;
     if (x < 0 || y < 0 || x >= display.width() || y >= display.height()) return {};
     if (display.depth() != Depth::k8) return {};
-    auto const* argb = display.rowAs<std::uint8_t>(y) + 4 * std::ptrdiff_t{x};
-    return "   screen " +
-           readoutText(
-               {{double(argb[1]), double(argb[2]), double(argb[3]), double(argb[0])}, 4, true});
+    auto const* pixel = display.rowAs<std::uint8_t>(y) + 4 * std::ptrdiff_t{x};
+    constexpr int kBgra[] = {2, 1, 0, 3}, kArgb[] = {1, 2, 3, 0};  // red, green, blue, alpha
+    StoredValues values{{}, 4, true};
+    for (std::size_t c = 0; c < 4; ++c)
+        values.channels[c] = pixel[display.spec().bgra ? kBgra[c] : kArgb[c]];
+    return "   screen " + readoutText(values);
 }
 
 }  // namespace zelk

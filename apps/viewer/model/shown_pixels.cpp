@@ -1,6 +1,10 @@
 // See shown_pixels.h.
 #include "apps/viewer/model/shown_pixels.h"
 
+#include <cstring>
+
+#include "Transform/Common/RowBands.h"
+
 namespace zelk {
 namespace {
 
@@ -20,22 +24,38 @@ Word luminance(Word red, Word green, Word blue) {
     return (2126 * red + 7152 * green + 722 * blue + 5000) / 10000;
 }
 
+Word wordAt(std::uint8_t const* row, int x) {
+    Word word;
+    std::memcpy(&word, row + 4 * std::ptrdiff_t{x}, sizeof word);
+    return word;
+}
+
 template <class PixelFunc>
-bool eachPixel(World const& picture, Word* words, std::ptrdiff_t rowWords, PixelFunc pixel) {
-    Word common = kOpaque;
-    for (int y = 0; y < picture.height(); ++y, words += rowWords) {
+void eachPixel(World const& picture, Word* words, std::ptrdiff_t rowWords, PixelFunc pixel) {
+    forEachRow(picture.height(), std::int64_t{2} * picture.rowBytes(), [&](int y) {
         auto const* from = picture.rowAs<std::uint8_t>(y);
-        for (int x = 0; x < picture.width(); ++x, from += 4) {
-            words[x] = pixel(Word{from[0]}, Word{from[1]}, Word{from[2]}, Word{from[3]});
-            common &= words[x];
+        for (int x = 0; x < picture.width(); ++x) {
+            Word const word = wordAt(from, x);
+            words[y * rowWords + x] =
+                pixel(word >> 24, word >> 16 & 255, word >> 8 & 255, word & 255);
         }
-    }
-    return (common & kOpaque) == kOpaque;
+    });
 }
 
 }  // namespace
 
-bool showPixels(World const& picture, PixelLook const& look, std::uint32_t* words,
+bool isOpaque(World const& picture) {
+    Word const alpha = picture.spec().bgra ? kOpaque : 255;  // as memory has it, lowest byte first
+    for (int y = 0; y < picture.height(); ++y) {
+        auto const* row = picture.rowAs<std::uint8_t>(y);
+        Word common = alpha;
+        for (int x = 0; x < picture.width(); ++x) common &= wordAt(row, x);
+        if (common != alpha) return false;
+    }
+    return true;
+}
+
+void showPixels(World const& picture, PixelLook const& look, std::uint32_t* words,
                 std::ptrdiff_t rowWords) {
     auto const each = [&](auto pixel) { return eachPixel(picture, words, rowWords, pixel); };
     // Over white each channel is c a + 255 (1 - a) = 255 - (255 - c) a.
@@ -53,21 +73,14 @@ bool showPixels(World const& picture, PixelLook const& look, std::uint32_t* word
         case ChannelView::kColor:
             break;
     }
-    switch (look.backdrop) {
-        case Backdrop::kBlack:
-            return each([](Word a, Word r, Word g, Word b) {
-                return kOpaque | times(r, a) << 16 | times(g, a) << 8 | times(b, a);
-            });
-        case Backdrop::kWhite:
-            return each([](Word a, Word r, Word g, Word b) {
-                return kOpaque | (255 - times(255 - r, a)) << 16 | (255 - times(255 - g, a)) << 8 |
-                       (255 - times(255 - b, a));
-            });
-        default:
-            return each([](Word a, Word r, Word g, Word b) {
-                return a << 24 | times(r, a) << 16 | times(g, a) << 8 | times(b, a);
-            });
-    }
+    if (look.backdrop == Backdrop::kWhite)
+        return each([](Word a, Word r, Word g, Word b) {
+            return kOpaque | (255 - times(255 - r, a)) << 16 | (255 - times(255 - g, a)) << 8 |
+                   (255 - times(255 - b, a));
+        });
+    each([](Word a, Word r, Word g, Word b) {
+        return kOpaque | times(r, a) << 16 | times(g, a) << 8 | times(b, a);
+    });
 }
 
 }  // namespace zelk

@@ -1,9 +1,8 @@
-// A picture of 8 bits as the panel shows it: colour or one channel, over a colour or as it is for
-// what lies behind it.
+// A picture of 8 bits as the panel shows it where it does not lie there as it is: one channel, or
+// colour over black or white.
 //
-// In: straight colour; alpha, red, green, blue. Out: words of alpha, red, green, blue from the
-// highest byte on, colour times alpha. Channels by themselves, and all over black or white, are
-// opaque.
+// In: straight colour; blue, green, red, alpha, as FrameServiceOptions::isBgra has them, which are
+// words of alpha, red, green, blue from the highest byte on. Out: such words, opaque.
 #pragma once
 
 #include <cstdint>
@@ -23,8 +22,11 @@ struct PixelLook {
     bool operator==(PixelLook const&) const = default;
 };
 
-/// To `rowWords` words from row to row. Answers whether nothing shows through.
-bool showPixels(World const& picture, PixelLook const& look, std::uint32_t* words,
+/// Of 8 bits, in either order: nothing shows through.
+bool isOpaque(World const& picture);
+
+/// To `rowWords` words from row to row. Colour lies over black for any backdrop but white.
+void showPixels(World const& picture, PixelLook const& look, std::uint32_t* words,
                 std::ptrdiff_t rowWords);
 
 }  // namespace zelk
