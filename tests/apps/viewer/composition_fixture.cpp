@@ -2,6 +2,7 @@
 #include "tests/apps/viewer/composition_fixture.h"
 
 #include <QApplication>
+#include <QMenuBar>
 #include <QMouseEvent>
 #include <QProcess>
 
@@ -12,8 +13,11 @@
 namespace zelk {
 
 CompositionTest::CompositionTest() {
-    panel.resize(900, 700);
-    panel.show();
+    frame.setCentralWidget(&panel);
+    menus.add(panel.commands());
+    frame.menuBar()->hide();
+    frame.resize(900, 700);
+    frame.show();
     canvas().setFocus();
     document.open(exampleFile("move.zelk.json"));
     document.setFrame(24);
@@ -76,7 +80,8 @@ void CompositionTest::key(int code, Qt::KeyboardModifiers keys) {
 
 void CompositionTest::choose(char const* name) {
     for (ViewerCommand const& command : panel.commands())
-        if (command.name == name) return command.run();
+        if (command.name == name)
+            return press(*menus.action(command.menu + "/" + name), canvas());
     FAIL() << "no command " << name;
 }
 

@@ -9,6 +9,7 @@
 
 #include "apps/viewer/composition_canvas.h"
 #include "apps/viewer/composition_panel.h"
+#include "apps/viewer/window_menus.h"
 #include "tests/support/temporary_folder.h"
 
 namespace zelk {
@@ -48,7 +49,9 @@ protected:
 
     zelk_test::TemporaryFolder folder;
     Document document{ZELK_MODULE};
+    QMainWindow frame;  ///< of the panel alone, with its menus
     CompositionPanel panel{document};
+    WindowMenus menus{frame, [](QString const&) {}};
 };
 
 /// The first pixel in which two pictures differ, alpha aside; empty for none.

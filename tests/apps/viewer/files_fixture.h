@@ -72,7 +72,10 @@ protected:
     Document& document() { return window->document(); }
     std::string text() { return sceneText(document().scene()); }
     QString path(char const* name) const { return textOf(folder.at(name)); }
-    void press(char const* place) { window->menus().action(place)->trigger(); }
+    void press(char const* place) {
+        window->menus().update();
+        zelk::press(*window->menus().action(place), *window);
+    }
     QString error() const { return window->notices().text("error"); }
     void makeChange() { document().edit(kParamCornerPinOpacity, {70}); }
 

@@ -42,20 +42,14 @@ struct OwnSettings {
 
 class ParameterPanelTest : private OwnSettings, public WindowTest {
 protected:
-    ParameterPanelTest() {
-        command("Unfold All Groups");
-        window->activateWindow();
-        EXPECT_TRUE(QTest::qWaitForWindowActive(window.get()));  // or nothing has the focus
-    }
+    ParameterPanelTest() { command("Unfold All Groups"); }
 
     /// Only there are all of the effect's controls of use.
     void openWithoutPlate() {
         window->openFile(QString::fromStdString(exampleFile("chelsea.png")));
     }
     void command(QString const& name) {
-        for (ViewerCommand const& own : window->parameters().commands())
-            if (own.name == name) return own.run();
-        FAIL() << name.toStdString();
+        zelk::press(*window->menus().action("Parameters/" + name), *window);
     }
 
     QWidget& row(std::string const& name) {

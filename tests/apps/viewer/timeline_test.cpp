@@ -1,5 +1,6 @@
 // Keyframes by mouse, keys and menu against the scene; and which frame plays when.
 #include <QAbstractButton>
+#include <QAction>
 #include <QApplication>
 #include <QDialog>
 #include <QDoubleSpinBox>
@@ -54,9 +55,12 @@ protected:
         QTest::mouseRelease(sheet(), Qt::LeftButton, held, to);
     }
     void run(char const* name) {
-        for (ViewerCommand const& command : window->timeline().commands())
-            if (command.name == QString(name)) return command.run();
-        FAIL() << "no command " << name;
+        QAction* act = nullptr;
+        for (QAction* const each : window->findChildren<QAction*>())
+            if (each->text() == name) act = each;
+        ASSERT_TRUE(act) << name;
+        view().setFocus();
+        zelk::press(*act, view());
     }
 
     std::string const first;

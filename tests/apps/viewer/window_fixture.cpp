@@ -1,11 +1,23 @@
 // See window_fixture.h.
 #include "tests/apps/viewer/window_fixture.h"
 
+#include <QAction>
+#include <QApplication>
+#include <QSignalSpy>
+
 #include "zelk/scene/file.h"
 
 namespace zelk {
 
 std::string exampleFile(std::string const& name) { return std::string(ZELK_EXAMPLES "/") + name; }
+
+void press(QAction& act, QWidget& focus) {
+    focus.activateWindow();
+    EXPECT_TRUE(QTest::qWaitFor([&] { return qApp->activeWindow() == focus.window(); }));
+    QSignalSpy const runs(&act, &QAction::triggered);
+    act.shortcut().isEmpty() ? act.trigger() : QTest::keySequence(&focus, act.shortcut());
+    EXPECT_EQ(runs.size(), 1) << act.text().toStdString();
+}
 
 std::string WindowTest::sceneTextOf(Document const& document) {
     return sceneText(document.scene());

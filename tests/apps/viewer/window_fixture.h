@@ -27,6 +27,9 @@ protected:
     std::unique_ptr<ViewerWindow> window;
 };
 
+/// By its key with the focus there, or from its menu where it has none.
+void press(QAction& act, QWidget& focus);
+
 /// What a panel is tested on: the path of an example.
 std::string exampleFile(std::string const& name);
 
