@@ -80,8 +80,7 @@ void CompositionTest::key(int code, Qt::KeyboardModifiers keys) {
 
 void CompositionTest::choose(char const* name) {
     for (ViewerCommand const& command : panel.commands())
-        if (command.name == name)
-            return press(*menus.action(command.menu + "/" + name), canvas());
+        if (command.name == name) return press(*menus.action(command.menu + "/" + name), canvas());
     FAIL() << "no command " << name;
 }
 

@@ -1,7 +1,6 @@
 // Acts on a document, and the way back.
 #include <malloc.h>
 
-#include "apps/viewer/model/scene_inputs.h"
 #include "tests/apps/viewer/window_fixture.h"
 #include "tests/support/random_quads.h"
 #include "zelk/scene/edits.h"
@@ -9,7 +8,6 @@
 #include "zelk/scene/hand_over.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/scene/refusal.h"
-#include "zelk/text/errors.h"
 
 namespace zelk {
 namespace {
@@ -106,23 +104,6 @@ TEST_F(DocumentTest, FramesMayBeFarFromNought) {
     EXPECT_TRUE(document.edit(kToPins, {3, 4}));
 }
 
-TEST_F(DocumentTest, APlatesFramesAreSaved) {
-    for (int frame : {1001, 1002})
-        std::filesystem::copy(exampleFile("rocket.jpg"),
-                              folder.at("p." + std::to_string(frame) + ".jpg"));
-    folder.put("a.zelk.json", R"({"schema": "zelk-project", "version": 1, "comp":
-        {"width": 451, "height": 300, "rate": 25}, "layer": ")" +
-                                  exampleFile("chelsea.png") + R"("})");
-    document.open(folder.at("a.zelk.json"));
-    document.change("Set Plate", [&](Scene& scene) {
-        setInput(scene, InputKind::kPlate, folder.at("p.####.jpg"), document.frameSize());
-    });
-    reopened();
-    document.open(folder.at("own.zelk.json"));
-    EXPECT_EQ(document.firstFrame(), 1001);
-    EXPECT_EQ(document.lastFrame(), 1002);
-}
-
 TEST_F(DocumentTest, AWarningComesBackWithWhatItIsAbout) {
     startOverPlate();
     int told = 0;
@@ -154,25 +135,6 @@ TEST_F(DocumentTest, AnOpenToPinIsWhereItsFromPinIs) {
     EXPECT_EQ(document.valueOf(to), (KeyValue{400, 200}));
 }
 
-TEST_F(DocumentTest, AnActChangesItsOwnParametersAlone) {
-    document.saveAs(folder.at("own.zelk.json"));
-    std::string const before = text();
-    int const index = kToPins;
-    auto const keys = document.parameter(index).track().size();
-    document.setFrame(10);
-    ASSERT_TRUE(document.edit(index, {100, 50}));
-    EXPECT_EQ(document.parameter(index).track().size(), keys + 1);
-    document.saveAs(folder.at("own.zelk.json"));
-    EXPECT_FALSE(document.isModified());
-    Document again{ZELK_MODULE};
-    again.open(folder.at("own.zelk.json"));
-    EXPECT_EQ(statesOf(again), statesOf(document));
-    again.setFrame(10);
-    EXPECT_EQ(again.valueOf(index), (KeyValue{100, 50}));
-    document.undo();
-    EXPECT_EQ(text(), before);
-}
-
 TEST_F(DocumentTest, WhatChangesNothingIsNoStep) {
     EXPECT_FALSE(document.edit(kParamCornerPinOpacity, document.valueOf(kParamCornerPinOpacity)));
     document.beginAct("Drag");
@@ -186,22 +148,6 @@ TEST_F(DocumentTest, WhatChangesNothingIsNoStep) {
     EXPECT_FALSE(document.isModified());
 }
 
-TEST_F(DocumentTest, ARefusedActLeavesEverything) {
-    std::string const before = text();
-    EXPECT_THROW(document.change("Set Layer",
-                                 [&](Scene& scene) {
-                                     sceneEdit("depth").apply(scene, "depth", "16");
-                                     scene.overMode.reset();
-                                     scene.plate.reset();
-                                     sceneEdit("mode").apply(scene, "mode", "screen");
-                                 }),
-                 UserError);
-    EXPECT_EQ(text(), before);
-    EXPECT_THROW(document.open(folder.at("none.zelk.json")), UserError);
-    EXPECT_EQ(text(), before);
-    EXPECT_EQ(document.undoName(), "");
-}
-
 TEST_F(DocumentTest, ASceneThatIsNoLongerBestGrows) {
     Scene scene;
     sceneEdit("layer").apply(scene, "layer", exampleFile("chelsea.png"));
@@ -210,24 +156,6 @@ TEST_F(DocumentTest, ASceneThatIsNoLongerBestGrows) {
     document.edit(kParamQuality, {1});
     document.edit(kParamGrowBounds, {60});
     EXPECT_EQ(document.renderedSize(1), document.layerSize() + (PixelMargins{60, 60, 60, 60}));
-}
-
-TEST_F(DocumentTest, TheEffectsDragIsOneStepWithItsName) {
-    std::string const before = text();
-    document.setFrame(1);
-    MouseEvent mouse;
-    mouse.x = 110, mouse.y = 90;  // inside of the To quad
-    ASSERT_TRUE(document.click({}, mouse));
-    for (int i = 1; i <= 5; ++i) {
-        mouse.x = 110 + 3 * i;
-        document.drag(mouse);
-    }
-    EXPECT_TRUE(document.release(mouse));
-    EXPECT_EQ(document.undoName(), "Move pins");
-    EXPECT_NE(text(), before);
-    document.undo();
-    EXPECT_EQ(text(), before);
-    EXPECT_EQ(document.undoName(), "");
 }
 
 }  // namespace

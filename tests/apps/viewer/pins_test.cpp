@@ -6,6 +6,8 @@
 #include "Transform/Common/PopupEntries.h"
 #include "apps/viewer/model/pin_names.h"
 #include "tests/apps/viewer/composition_fixture.h"
+#include "tests/apps/viewer/window_fixture.h"
+#include "zelk/scene/edits.h"
 #include "zelk/scene/file.h"
 #include "zelk/scene/parameter_names.h"
 #include "zelk/text/errors.h"
@@ -49,20 +51,43 @@ protected:
 
 TEST_P(PinsTest, EachPinFollowsTheMouse) {
     openLayer();
+    document.change("Set Up", [](Scene& scene) {  // all pins in one opaque picture
+        sceneEdit("over").apply(scene, "over", exampleFile("chelsea.png"));
+        scene.color.isRaw = true;
+    });
     document.edit(kParamOverlayMode, {3});
-    for (int const first : {kToPins, kFromPins})
-        for (int pin = first; pin < first + 4; ++pin) {
-            // Apart from the other quad's pins, which lie in the same corners.
-            document.edit(pin, {100.25 + 40 * (pin % 4), 60 + 30.0 * (pin % 3)});
-        }
+    auto const pinAt = [](int i) { return i < 4 ? kToPins + i : kFromPins + i - 4; };
+    // Apart from the other quad's pins, which lie in the same corners.
+    for (int i = 0; i < 8; ++i)
+        document.edit(pinAt(i),
+                      {70.25 + i % 2 * 300 - i / 4 * 30, 70. + i % 4 / 2 * 180 - i / 4 * 30});
     std::string const start = text();
-    for (int const pin : {kToPins, kToPins + 3, kFromPins + 1}) {
+    for (int i = 0; i < 8; ++i) {
+        int const pin = pinAt(i);
+        setLook([](CanvasLook& look) { look.hasOverlay = true; });
         look(zoom(), valueOf(pin));
         PanelPoint const was = valueOf(pin);
-        drag(placeOf(was), placeOf(was) + QPoint(24, -13));
+        QPoint const to = placeOf(was) + QPoint(8, -5);
+        mouse(QEvent::MouseButtonPress, placeOf(was));
+        mouse(QEvent::MouseMove, to);
+        if (zoom() <= 1) {
+            // The loupe has the pin's pixel in its middle, 9 wide, with the lines through the pin.
+            QImage const file = rendered();
+            auto const beside = [](double at) {
+                return 8 * 9 + (at - std::floor(at) < 0.5 ? 7 : 1);
+            };
+            PanelPoint const now = valueOf(pin);
+            QPointF const inLoupe(28 + beside(now.x), -28 - 17 * 9 + beside(now.y));
+            QPoint const place = ((to + inLoupe) * density()).toPoint();
+            QRgb const wanted = file.pixel(int(now.x), int(now.y));
+            EXPECT_TRUE(QTest::qWaitFor(
+                [&] { return canvas().grab().toImage().pixel(place) == wanted; }, 5000));
+        }
+        mouse(QEvent::MouseButtonRelease, to);
         EXPECT_EQ(document.undoName(), "Move " + pinName(pin));
-        EXPECT_NEAR(valueOf(pin).x, was.x + pixels(24), 1e-4);
-        EXPECT_NEAR(valueOf(pin).y, was.y + pixels(-13), 1e-4);
+        EXPECT_EQ(zoom() == 1 ? differenceOf(pictureOf(shot()), rendered()) : "", "");
+        EXPECT_NEAR(valueOf(pin).x, was.x + pixels(8), 1e-4);
+        EXPECT_NEAR(valueOf(pin).y, was.y + pixels(-5), 1e-4);
         document.undo();
         EXPECT_EQ(text(), start);
     }
@@ -152,21 +177,10 @@ TEST_P(PinsTest, WhatIsUnderWayCanBeTakenBack) {
 
 INSTANTIATE_TEST_SUITE_P(Zooms, PinsTest, testing::ValuesIn(kZooms));
 
-TEST_F(CompositionTest, SnappingFindsCornersMiddlesAndWholePixels) {
+TEST_F(CompositionTest, SnappingFindsWholePixelsAndIsSwitched) {
     std::string const before = text();
     look(1, {320, 200});
     QPoint const from = placeOf(valueOf(kToPins));
-    struct Case {
-        PanelPoint to, expected;
-    };
-    for (Case const& snap : {Case{{3, -4}, {0, 0}},
-                             {{638, 5}, {640, 0}},
-                             {{322, 424}, {320, 427}},
-                             {{5, 210}, {0, 213.5}}}) {
-        drag(from, placeOf(snap.to), {}, Qt::ControlModifier);
-        EXPECT_EQ(valueOf(kToPins), snap.expected);
-        document.undo();
-    }
     document.edit(kToPins, {330.25, 60.75});
     drag(from, placeOf({211, 99}), {}, Qt::ControlModifier);
     EXPECT_EQ(valueOf(kToPins).x, std::round(valueOf(kToPins).x));
@@ -180,8 +194,8 @@ TEST_F(CompositionTest, SnappingFindsCornersMiddlesAndWholePixels) {
     EXPECT_EQ(text(), before);
 }
 
-/// The layer's corners too, where they lie in the frame; and with Shift along one axis alone.
-TEST_F(CompositionTest, SnappingKnowsTheLayerAndHoldsTheAxis) {
+/// The layer's too, where they lie in the frame; and with Shift along one axis alone.
+TEST_F(CompositionTest, SnappingFindsCornersAndMiddlesAndHoldsTheAxis) {
     look(1, {320, 200});
     document.edit(kToPins, {330, 40.4});
     QPoint const from = placeOf({330, 40.4});
@@ -189,7 +203,11 @@ TEST_F(CompositionTest, SnappingKnowsTheLayerAndHoldsTheAxis) {
         PanelPoint to, expected;
         Qt::KeyboardModifiers keys;
     };
-    for (Case const& snap : {Case{{449, 303}, {451, 300}, Qt::ControlModifier},
+    for (Case const& snap : {Case{{3, -4}, {0, 0}, Qt::ControlModifier},
+                             {{638, 5}, {640, 0}, Qt::ControlModifier},
+                             {{322, 424}, {320, 427}, Qt::ControlModifier},
+                             {{5, 210}, {0, 213.5}, Qt::ControlModifier},
+                             {{449, 303}, {451, 300}, Qt::ControlModifier},
                              {{447, 3}, {451, 0}, Qt::ControlModifier},
                              {{452, 44}, {451, 40.4}, Qt::ControlModifier | Qt::ShiftModifier},
                              {{636, 30}, {640, 40.4}, Qt::ControlModifier | Qt::ShiftModifier},

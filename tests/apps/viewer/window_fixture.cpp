@@ -4,6 +4,7 @@
 #include <QAction>
 #include <QApplication>
 #include <QSignalSpy>
+#include <QWheelEvent>
 
 #include "zelk/scene/file.h"
 
@@ -17,6 +18,12 @@ void press(QAction& act, QWidget& focus) {
     QSignalSpy const runs(&act, &QAction::triggered);
     act.shortcut().isEmpty() ? act.trigger() : QTest::keySequence(&focus, act.shortcut());
     EXPECT_EQ(runs.size(), 1) << act.text().toStdString();
+}
+
+void wheel(QWidget& widget, QPointF at, int notches, Qt::KeyboardModifiers held) {
+    QWheelEvent event(at, widget.mapToGlobal(at), {}, {0, 120 * notches}, Qt::NoButton, held,
+                      Qt::NoScrollPhase, false);
+    QApplication::sendEvent(&widget, &event);
 }
 
 std::string WindowTest::sceneTextOf(Document const& document) {

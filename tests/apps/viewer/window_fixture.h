@@ -30,6 +30,8 @@ protected:
 /// By its key with the focus there, or from its menu where it has none.
 void press(QAction& act, QWidget& focus);
 
+void wheel(QWidget& widget, QPointF at, int notches, Qt::KeyboardModifiers held = {});
+
 /// What a panel is tested on: the path of an example.
 std::string exampleFile(std::string const& name);
 
