@@ -13,7 +13,7 @@
 #include <QSettings>
 #include <QTimer>
 #include <QToolButton>
-#include <QWheelEvent>
+#include <QToolTip>
 #include <algorithm>
 
 #include "apps/viewer/model/panel_controls.h"
@@ -75,10 +75,7 @@ protected:
     }
     void wheel(QWidget& widget, int notches) {
         widget.setFocus();
-        QPointF const at(5, 5);
-        QWheelEvent event(at, widget.mapToGlobal(at), {}, {0, 120 * notches}, {}, {},
-                          Qt::NoScrollPhase, false);
-        QApplication::sendEvent(&widget, &event);
+        zelk::wheel(widget, {5, 5}, notches);
     }
 
     QString message() { return window->parameters().message(); }

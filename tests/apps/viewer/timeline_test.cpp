@@ -55,12 +55,10 @@ protected:
         QTest::mouseRelease(sheet(), Qt::LeftButton, held, to);
     }
     void run(char const* name) {
-        QAction* act = nullptr;
-        for (QAction* const each : window->findChildren<QAction*>())
-            if (each->text() == name) act = each;
-        ASSERT_TRUE(act) << name;
         view().setFocus();
-        zelk::press(*act, view());
+        for (QAction* const act : window->findChildren<QAction*>())
+            if (act->text() == name) return press(*act, view());
+        FAIL() << "no act " << name;
     }
 
     std::string const first;
@@ -244,11 +242,7 @@ TEST_F(TimelineTest, ZoomStaysThroughActsAndSizes) {
     EXPECT_EQ(view().scale().pxPerFrame, zoom);
     EXPECT_EQ(view().scale().left, left);
     // What was scrolled away from the frame stays away while that is the same one.
-    for (int i = 0; i < 30; ++i) {
-        QWheelEvent event(QPointF(300, 20), sheet()->mapToGlobal(QPointF(300, 20)), {}, {0, -120},
-                          Qt::NoButton, Qt::ShiftModifier, Qt::NoScrollPhase, false);
-        QApplication::sendEvent(sheet(), &event);
-    }
+    for (int i = 0; i < 30; ++i) wheel(*sheet(), {300, 20}, -1, Qt::ShiftModifier);
     double const away = view().scale().left;
     EXPECT_GT(away, document().frame() + 10);
     document().change("Quality", [](Scene& scene) { scene.isBest = !scene.isBest; });
@@ -291,19 +285,29 @@ TEST_F(TimelineTest, PlaysFramesThatAreReadyInOrder) {
     document().setFrame(16);
     shown.clear();
     run("Play");
-    QTRY_COMPARE_WITH_TIMEOUT(document().frame(), 20, 5000);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return document().frame() == 20; }));
     QTest::qWait(100);
     EXPECT_EQ(document().frame(), 20) << "the next one is waited for";
     ready = 48;
-    QTRY_VERIFY_WITH_TIMEOUT(document().frame() >= 22, 5000);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return document().frame() >= 22; }));
     run("Play");  // stops
     for (std::size_t i = 0; i < shown.size(); ++i) EXPECT_EQ(shown[i], 17 + int(i));
     EXPECT_TRUE(asked.contains(21));
+    for (auto const& [frame, act] : {std::pair(18, "Start Range Here"), {20, "End Range Here"}}) {
+        document().setFrame(frame);
+        run(act);
+    }
+    shown.clear();
+    run("Play");
+    EXPECT_TRUE(QTest::qWaitFor([&] { return shown.size() >= 5; }));
+    run("Play");
+    shown.resize(5);
+    EXPECT_EQ(shown, (std::vector{18, 19, 20, 18, 19}));
 }
 
 TEST_F(TimelineTest, PlayStopsWhereAnActBegins) {
     run("Play");
-    QTRY_VERIFY_WITH_TIMEOUT(document().frame() >= 3, 5000);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return document().frame() >= 3; }));
     int const frame = document().frame();
     document().beginAct("Move");
     document().edit(kOpacity, {50});

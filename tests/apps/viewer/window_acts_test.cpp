@@ -22,6 +22,7 @@
 #include "apps/viewer/status_sentence.h"
 #include "apps/viewer/timeline_panel.h"
 #include "apps/viewer/viewer_application.h"
+#include "tests/apps/viewer/composition_fixture.h"
 #include "tests/apps/viewer/files_fixture.h"
 
 namespace zelk {
@@ -44,10 +45,21 @@ protected:
 };
 
 TEST_F(WindowActs, WhatIsTypedCountsBeforeAnyOtherAct) {
+    document().change("Set Colour", [](Scene& scene) { scene.color.isRaw = true; });
     typeValue("0.8");
     QTest::keyClick(&field("scale-x"), Qt::Key_S, Qt::ControlModifier);
     EXPECT_NEAR(document().valueOf(kParamScaleX)[0], 0.8, 1e-4);
     EXPECT_FALSE(document().isModified());
+    // Seen to the bit as `zelk render` writes it.
+    shell("zelk render --project ../move.zelk.json --frames 1 -o typed.png");
+    QImage const file(path("out/typed.png"));
+    for (char const* act : {"View/Actual Pixels", "Pins/Show Pins"}) press(act);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return canvas().isAtRest(); }, 20000));
+    QImage const shown = canvas().grab().toImage();
+    QPoint const corner(int(canvas().map().pan().x), int(canvas().map().pan().y));
+    QRect const seen = QRect(corner, file.size()) & shown.rect();
+    EXPECT_EQ(differenceOf(shown.copy(seen), file.copy(seen.translated(-corner))), "");
+    press("Pins/Show Pins");
     typeValue("0.9");
     choices = {-1};  // Cancel
     EXPECT_FALSE(window->close());
@@ -68,6 +80,9 @@ TEST_F(WindowActs, WhatIsTypedCountsBeforeAnyOtherAct) {
     QTest::keyClicks(window->focusWidget(), "56, 78");
     window->timeline().view().setFocus();
     EXPECT_EQ(document().valueOf(kParamToUpperLeft), (KeyValue{56, 78}));
+    choices = {0};  // Save
+    EXPECT_TRUE(window->close());
+    EXPECT_EQ(bytesOf(folder.at("move.zelk.json")), text());
 }
 
 // Frames of Qt's own lose what they hold where an exception passes them.
