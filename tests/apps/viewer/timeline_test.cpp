@@ -24,7 +24,7 @@ constexpr int kOpacity = kParamCornerPinOpacity;
 
 class TimelineTest : public WindowTest {
 protected:
-    TimelineTest() : first(text()) { QTest::qWait(1); }
+    TimelineTest() : first(text()) {}
     ~TimelineTest() override {
         while (document().undo()) continue;
         EXPECT_EQ(text(), first) << "undo leads back to the first state";

@@ -33,6 +33,8 @@ std::string WindowTest::sceneTextOf(Document const& document) {
 WindowTest::WindowTest() : window(std::make_unique<ViewerWindow>(ZELK_MODULE)) {
     window->resize(1200, 800);
     window->show();
+    window->activateWindow();
+    EXPECT_TRUE(QTest::qWaitForWindowActive(window.get()));
     // A copy: what is tested may save.
     for (char const* name : {"chelsea.png", "rocket.jpg", "move.zelk.json"})
         std::filesystem::copy(exampleFile(name), folder.at(name));
