@@ -65,11 +65,11 @@ bool SceneFiles::isReadable(int frame) const {
                        [frame](auto const& input) { return input.files->isThere(frame); });
 }
 
+/// The layer where all are there by now: a file may come back between two looks.
 InputFiles const& SceneFiles::missingOf(int frame) const {
-    auto const all = inputs();
-    return *std::find_if(all.begin(), all.end(), [frame](auto const& input) {
-                return !input.files->isThere(frame);
-            })->files;
+    for (NamedInput const& input : inputs())
+        if (!input.files->isThere(frame)) return *input.files;
+    return layer;
 }
 
 bool isSequence(Scene const& scene) {
