@@ -21,6 +21,9 @@ constexpr int kRestMs = 120;
 /// While something is dragged the pins wait that long for their picture, to be painted with it. A
 /// paint of its own would take a processor from the render.
 constexpr int kDraftWaitMs = 33;
+/// A pin that stays that long has a fine picture in its loupe. One for each move would hold up the
+/// next draft, and be another one by then.
+constexpr int kLoupeWaitMs = 40;
 
 QColor colorOf(KeyValue const& value) {
     return {static_cast<int>(value[1]), static_cast<int>(value[2]), static_cast<int>(value[3])};
@@ -61,10 +64,13 @@ CompositionCanvas::CompositionCanvas(Document& document, QWidget* parent)
     setAccessibleName("Composition");
     m_rest.setSingleShot(true);
     m_rest.setInterval(kRestMs);
-    connect(&m_rest, &QTimer::timeout, this, [this] { ask(false); });
+    connect(&m_rest, &QTimer::timeout, this, [this] { askAtRest(); });
     m_draftWait.setSingleShot(true);
     m_draftWait.setInterval(kDraftWaitMs);
     connect(&m_draftWait, &QTimer::timeout, this, qOverload<>(&QWidget::update));
+    m_loupeWait.setSingleShot(true);
+    m_loupeWait.setInterval(kLoupeWaitMs);
+    connect(&m_loupeWait, &QTimer::timeout, this, [this] { askLoupe(); });
     document.onChange([this](DocumentChange const& change) { hear(change); });
 }
 
@@ -144,6 +150,11 @@ void CompositionCanvas::ask(bool isDraft) {
         m_feed.ask(m_document.snapshot(), view);
 }
 
+/// What is dragged has its draft first: a full picture that takes its place comes later still.
+void CompositionCanvas::askAtRest() {
+    m_document.isActing() && !isCurrent(m_shown) ? m_rest.start() : ask(false);
+}
+
 bool CompositionCanvas::hasPlate() const { return m_document.isOpen() && m_document.scene().plate; }
 
 ShownPicture CompositionCanvas::besidePicture() const {
@@ -179,7 +190,7 @@ SharedFrame CompositionCanvas::pointedFrame() const {
 /// beside it, the values of the file where what is shown is coarser than it.
 void CompositionCanvas::askNext() {
     if (!m_document.isOpen()) return;
-    if (m_rest.isActive()) return askLoupe();
+    if (m_rest.isActive()) return m_loupeWait.start();
     PictureView const rest = restView();
     PictureView beside = rest, whole = rest;
     beside.shows = besidePicture();
@@ -202,7 +213,7 @@ void CompositionCanvas::askNext() {
 void CompositionCanvas::askLoupe() {
     auto const pin = m_pins.draggedPin();
     auto const handle = pin ? m_pins.handleOf(*pin) : std::nullopt;
-    if (!handle || restView().reduce == 1 || isCurrent(m_loupe)) return;
+    if (!handle || restView().reduce == 1 || isCurrent(m_loupe) || !isCurrent(m_shown)) return;
     PictureView view = restView();
     view.reduce = 1;
     view.isDraft = true;

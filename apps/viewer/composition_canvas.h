@@ -118,6 +118,7 @@ private:
     int reduceOf(ShownPicture shows) const;
     Backdrop backdrop() const;
     void ask(bool isDraft);
+    void askAtRest();
     void askNext();
     void askLoupe();
     bool isCurrent(SharedFrame const& frame) const;
@@ -154,7 +155,7 @@ private:
     std::uint64_t m_warningsOf = 0;  ///< a revision
     int m_opened = 0;                ///< of the document that it shows
     ShownImage m_image, m_besideImage, m_loupeImage;
-    QTimer m_rest, m_draftWait;
+    QTimer m_rest, m_draftWait, m_loupeWait;
     Hand m_hand = Hand::kNone;
     Qt::MouseButton m_button = Qt::NoButton;  ///< that the hand holds
     PanelPoint m_lastMouse;

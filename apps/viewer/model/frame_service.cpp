@@ -63,14 +63,15 @@ void FrameService::ask(SceneSnapshot scene, PictureView view) {
     m_changed.notify_all();
 }
 
-/// What is under way goes on where it is the very picture, or a draft and another one is wanted.
+/// What is under way goes on where it is the very picture, or a draft and another one is wanted. A
+/// finer one, for a loupe, would hold that up.
 void FrameService::take(Wish wish) {
     if (m_current && m_current->isSame(wish)) {
         m_isCurrentWanted = true;
         return;
     }
-    bool const areDrafts =
-        m_current && m_isCurrentWanted && m_current->view.isDraft && wish.view.isDraft;
+    bool const areDrafts = m_current && m_isCurrentWanted && m_current->view.isDraft &&
+                           wish.view.isDraft && m_current->view.reduce >= wish.view.reduce;
     if (!areDrafts) m_isStopped = true, m_current.reset();
     m_wish = std::move(wish);
 }

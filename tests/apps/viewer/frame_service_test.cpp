@@ -287,7 +287,7 @@ TEST_F(ServiceTest, DraftsAreNotStoppedByDrafts) {
     }
     SceneSnapshot const last = move(50);
     service.ask(last, draft);
-    int count = 0;
+    int count = 0, fine = 0;
     SharedFrame frame;
     do {
         frame = inbox.next();
@@ -295,6 +295,15 @@ TEST_F(ServiceTest, DraftsAreNotStoppedByDrafts) {
         ++count;
     } while (frame->revision != last.revision);
     EXPECT_GT(count, 1);
+    PictureView coarse = draft;
+    coarse.reduce = 2;
+    for (count = 0; count < 20; ++count) {
+        service.ask(move(60), draft);
+        std::this_thread::sleep_for(2ms);
+        service.ask(move(50 - count), coarse);
+        while (inbox.next()->view != coarse) ++fine;
+    }
+    EXPECT_LT(fine, 10) << "one for a loupe holds it up";
 }
 
 TEST(FrameCache, DraftsOfADragLeaveTheOthersAlone) {
