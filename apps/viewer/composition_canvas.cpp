@@ -21,8 +21,8 @@ constexpr int kRestMs = 120;
 /// While something is dragged the pins wait that long for their picture, to be painted with it. A
 /// paint of its own would take a processor from the render.
 constexpr int kDraftWaitMs = 33;
-/// A pin that stays that long has a fine picture in its loupe. One for each move would hold up the
-/// next draft, and be another one by then.
+/// Where a pin stays that long after its draft a fine picture is asked for its loupe. One for each
+/// move would hold up the next draft, and be another one by then.
 constexpr int kLoupeWaitMs = 40;
 
 QColor colorOf(KeyValue const& value) {
@@ -99,7 +99,7 @@ void CompositionCanvas::hear(DocumentChange const& change) {
 
 /// What is dragged is painted with its picture.
 void CompositionCanvas::updateSoon() {
-    if (!m_document.isActing() || isCurrent(m_shown)) return update();
+    if (!awaitsDraft()) return update();
     if (!m_draftWait.isActive()) m_draftWait.start();
 }
 
@@ -139,20 +139,25 @@ PictureView CompositionCanvas::restView() const {
 }
 
 void CompositionCanvas::ask(bool isDraft) {
-    if (!m_document.isOpen()) return;
     m_rest.stop();
+    m_loupeWait.stop();
+    m_isDraftAsked = m_isLoupeAsked = false;
+    if (!m_document.isOpen()) return;
     if (!isDraft) return askNext();
     m_rest.start();
     PictureView view = restView();
     view.isDraft = true;
     view.part = m_map.part(placeAhead(view, m_map.picture(), m_document));
-    if (view.part->right > view.part->left && view.part->bottom > view.part->top)
-        m_feed.ask(m_document.snapshot(), view);
+    m_isDraftAsked = view.part->right > view.part->left && view.part->bottom > view.part->top;
+    if (m_isDraftAsked) m_feed.ask(m_document.snapshot(), view);
 }
 
-/// What is dragged has its draft first: a full picture that takes its place comes later still.
+bool CompositionCanvas::awaitsDraft() const { return m_isDraftAsked && !isCurrent(m_shown); }
+
+/// The draft comes first, and the loupe's picture: the full one would stop them, and take longer.
 void CompositionCanvas::askAtRest() {
-    m_document.isActing() && !isCurrent(m_shown) ? m_rest.start() : ask(false);
+    bool const awaitsLoupe = m_loupeWait.isActive() || (m_isLoupeAsked && !isCurrent(m_loupe));
+    awaitsDraft() || awaitsLoupe ? m_rest.start() : ask(false);
 }
 
 bool CompositionCanvas::hasPlate() const { return m_document.isOpen() && m_document.scene().plate; }
@@ -218,8 +223,8 @@ void CompositionCanvas::askLoupe() {
     view.reduce = 1;
     view.isDraft = true;
     view.part = loupePart(handle->value, placeAhead(view, m_map.picture(), m_document));
-    if (view.part->right > view.part->left && view.part->bottom > view.part->top)
-        m_feed.ask(m_document.snapshot(), view);
+    m_isLoupeAsked = view.part->right > view.part->left && view.part->bottom > view.part->top;
+    if (m_isLoupeAsked) m_feed.ask(m_document.snapshot(), view);
 }
 
 bool CompositionCanvas::isAtRest() const {

@@ -118,6 +118,7 @@ private:
     int reduceOf(ShownPicture shows) const;
     Backdrop backdrop() const;
     void ask(bool isDraft);
+    bool awaitsDraft() const;
     void askAtRest();
     void askNext();
     void askLoupe();
@@ -156,6 +157,7 @@ private:
     int m_opened = 0;                ///< of the document that it shows
     ShownImage m_image, m_besideImage, m_loupeImage;
     QTimer m_rest, m_draftWait, m_loupeWait;
+    bool m_isDraftAsked = false, m_isLoupeAsked = false;  ///< since the last change
     Hand m_hand = Hand::kNone;
     Qt::MouseButton m_button = Qt::NoButton;  ///< that the hand holds
     PanelPoint m_lastMouse;

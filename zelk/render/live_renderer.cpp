@@ -258,7 +258,7 @@ LivePicture LiveRenderer::inputOnScreen(int frame, LiveView const& view, LiveScr
         all, part, AlphaForm::kStraight,
         wayOf(m_inputs->colors, colors.plate.value_or(colors.layer), how), how.isBgra);
     // What is kept for images of pixels does not serve a copy of values.
-    bool const fits = worldBytes(all) + PixelMemory::keptBytes() < availableBytes();
+    bool const fits = worldBytes(all) + PixelMemory::keptBytes() + kRestBytes < availableBytes();
     if (how.wantsStored && fits && part == Bounds::of(all)) picture.stored = bufferOf(all);
     return picture;
 }

@@ -51,8 +51,6 @@ std::uint64_t availableBytes() {
 
 namespace {
 
-constexpr std::uint64_t kRest = 100'000'000;
-
 std::uint64_t rasterBytes(int width, int height, Depth depth) {
     return static_cast<std::uint64_t>(width) * static_cast<std::uint64_t>(height) *
            static_cast<std::uint64_t>(pixelBytes(depth));
@@ -66,16 +64,16 @@ std::uint64_t renderBytes(RenderSize const& size) {
     return rasterBytes(size.width, size.height, size.depth) +
            frames * rasterBytes(size.width + 2 * size.marginX, size.height + 2 * size.marginY,
                                 size.depth) +
-           size.besides + kRest;
+           size.besides + kRestBytes;
 }
 
 std::uint64_t frameRenderBytes(int layerWidth, int layerHeight, int frameWidth, int frameHeight) {
     return 3 * rasterBytes(layerWidth, layerHeight, Depth::kFloat) +
-           rasterBytes(frameWidth, frameHeight, Depth::kFloat) + kRest;
+           rasterBytes(frameWidth, frameHeight, Depth::kFloat) + kRestBytes;
 }
 
 std::uint64_t shownBytes(int width, int height, Depth depth) {
-    return rasterBytes(width, height, depth) + rasterBytes(width, height, Depth::k8) + kRest;
+    return rasterBytes(width, height, depth) + rasterBytes(width, height, Depth::k8) + kRestBytes;
 }
 
 UserError pictureTooLarge(std::string const& name, PixelSize size, std::uint64_t bytes) {

@@ -14,6 +14,9 @@ namespace zelk {
 /// process's address space limit and those of the control groups around it.
 std::uint64_t availableBytes();
 
+/// What else a render takes.
+inline constexpr std::uint64_t kRestBytes = 100'000'000;
+
 /// A render in a host: the layer, and the margin that Grow Bounds adds on each side.
 struct RenderSize {
     int width = 0, height = 0;  ///< pixels
