@@ -19,13 +19,13 @@ namespace zelk {
 
 struct PictureView {
     ShownPicture shows = ShownPicture::kFrame;
-    int reduce = 1;                 ///< 1 for all pixels, n for block means of n x n
-    std::optional<PixelRect> part;  ///< of the reduced picture; nothing: all
+    int reduce = 1;                      ///< 1 for all pixels, n for block means of n x n
+    std::optional<PixelRect> part = {};  ///< of the reduced picture; nothing: all
     /// As soon as can be, for a picture that will change again: without motion blur, and without
     /// the values of its file.
     bool isDraft = false;
     /// One of displayNames (zelk/render/scene_colors.h); nothing: sRGB.
-    std::optional<std::string> displayView;
+    std::optional<std::string> displayView = {};
 
     friend bool operator==(PictureView const& a, PictureView const& b);
 };

@@ -189,12 +189,8 @@ TEST_F(ServiceTest, FindsPicturesOfFormerStatesAndGivesThemAtOnce) {
     service.ask(document.snapshot(), {});
     EXPECT_EQ(inbox.waiting(), 1u);  // without the worker
     EXPECT_EQ(inbox.next(), one);
-    PictureView draft;
-    draft.isDraft = true;
-    EXPECT_EQ(service.find(second, draft), two);  // better than what was asked
-    PictureView half;
-    half.reduce = 2;
-    EXPECT_EQ(service.find(second, half), nullptr);
+    EXPECT_EQ(service.find(second, {.isDraft = true}), two);  // better than what was asked
+    EXPECT_EQ(service.find(second, {.reduce = 2}), nullptr);
     EXPECT_EQ(service.bytes(), one->bytes() + two->bytes());
     service.setBudget(one->bytes());
     EXPECT_EQ(service.find(first, {}), nullptr);  // used before the other one
@@ -239,9 +235,7 @@ TEST_F(ServiceTest, FetchesFramesAheadWithinTheBudgetAndLetsRequestsPass) {
     std::vector<int> const there = service.kept(scene, {}, frames);
     ASSERT_GE(there.size(), 15u);
     for (int i = 0; i < 15; ++i) EXPECT_EQ(there[std::size_t(i)], i + 1);  // nearest first
-    PictureView half;
-    half.reduce = 2;
-    service.ask(scene, half);
+    service.ask(scene, {.reduce = 2});
     ASSERT_NE(inbox.next(), nullptr);
     EXPECT_EQ(inbox.waiting(), 0u);  // what was fetched ahead told nobody
     EXPECT_LE(service.bytes(), service.budget());
@@ -257,9 +251,7 @@ TEST_F(ServiceTest, TellsWhatFailsByTheFilesNameAndGoesOn) {
     SharedFrame frame = inbox.next();
     ASSERT_NE(frame, nullptr);
     EXPECT_NE(frame->error.find("gone.png: no such file"), std::string::npos) << frame->error;
-    PictureView plate;
-    plate.shows = ShownPicture::kPlate;
-    service.ask(document.snapshot(), plate);
+    service.ask(document.snapshot(), {.shows = ShownPicture::kPlate});
     EXPECT_NE(inbox.next()->error.find("gone.png"), std::string::npos);
     PictureView layer;
     layer.shows = ShownPicture::kLayer;
@@ -279,8 +271,7 @@ TEST_F(ServiceTest, TellsWhatFailsByTheFilesNameAndGoesOn) {
 // A mouse that moves faster than pictures are made still shows drafts.
 TEST_F(ServiceTest, DraftsAreNotStoppedByDrafts) {
     document.start(sceneOf(1600, 1200));
-    PictureView draft;
-    draft.isDraft = true;
+    PictureView const draft{.isDraft = true}, coarse{.reduce = 2, .isDraft = true};
     for (int i = 0; i < 40; ++i) {
         service.ask(move(i), draft);
         std::this_thread::sleep_for(2ms);
@@ -295,8 +286,6 @@ TEST_F(ServiceTest, DraftsAreNotStoppedByDrafts) {
         ++count;
     } while (frame->revision != last.revision);
     EXPECT_GT(count, 1);
-    PictureView coarse = draft;
-    coarse.reduce = 2;
     for (count = 0; count < 20; ++count) {
         service.ask(move(60), draft);
         std::this_thread::sleep_for(2ms);
@@ -320,12 +309,10 @@ TEST(FrameCache, DraftsOfADragLeaveTheOthersAlone) {
     for (int i = 0; i < 10; ++i) cache.add(frameOf(i, false), false);
     for (int i = 0; i < 100; ++i) cache.add(frameOf(100 + i, true), true);
     PictureView const full;
-    PictureView draft;
-    draft.isDraft = true;
     for (int i = 0; i < 10; ++i) EXPECT_NE(cache.find(1, i, full), nullptr) << i;
-    EXPECT_NE(cache.find(1, 199, draft), nullptr);
+    EXPECT_NE(cache.find(1, 199, {.isDraft = true}), nullptr);
     EXPECT_EQ(cache.find(1, 199, full), nullptr);
-    EXPECT_EQ(cache.find(1, 150, draft), nullptr);
+    EXPECT_EQ(cache.find(1, 150, {.isDraft = true}), nullptr);
     EXPECT_LE(cache.bytes(), cache.budget());
     cache.setBudget(0);
     EXPECT_EQ(cache.bytes(), 0u);
