@@ -62,15 +62,14 @@ CompositionCanvas::CompositionCanvas(Document& document, QWidget* parent)
     setAttribute(Qt::WA_OpaquePaintEvent);
     setMinimumSize(160, 120);
     setAccessibleName("Composition");
-    m_rest.setSingleShot(true);
-    m_rest.setInterval(kRestMs);
-    connect(&m_rest, &QTimer::timeout, this, [this] { askAtRest(); });
-    m_draftWait.setSingleShot(true);
-    m_draftWait.setInterval(kDraftWaitMs);
-    connect(&m_draftWait, &QTimer::timeout, this, qOverload<>(&QWidget::update));
-    m_loupeWait.setSingleShot(true);
-    m_loupeWait.setInterval(kLoupeWaitMs);
-    connect(&m_loupeWait, &QTimer::timeout, this, [this] { askLoupe(); });
+    auto const onceAfter = [this](QTimer& timer, int ms, auto act) {
+        timer.setSingleShot(true);
+        timer.setInterval(ms);
+        connect(&timer, &QTimer::timeout, this, act);
+    };
+    onceAfter(m_rest, kRestMs, [this] { askAtRest(); });
+    onceAfter(m_draftWait, kDraftWaitMs, [this] { update(); });
+    onceAfter(m_loupeWait, kLoupeWaitMs, [this] { askLoupe(); });
     document.onChange([this](DocumentChange const& change) { hear(change); });
 }
 
@@ -148,8 +147,14 @@ void CompositionCanvas::ask(bool isDraft) {
     PictureView view = restView();
     view.isDraft = true;
     view.part = m_map.part(placeAhead(view, m_map.picture(), m_document));
-    m_isDraftAsked = view.part->right > view.part->left && view.part->bottom > view.part->top;
-    if (m_isDraftAsked) m_feed.ask(m_document.snapshot(), view);
+    m_isDraftAsked = askPart(view);
+}
+
+/// Not one without pixels.
+bool CompositionCanvas::askPart(PictureView const& view) {
+    bool const isSeen = view.part->right > view.part->left && view.part->bottom > view.part->top;
+    if (isSeen) m_feed.ask(m_document.snapshot(), view);
+    return isSeen;
 }
 
 bool CompositionCanvas::awaitsDraft() const { return m_isDraftAsked && !isCurrent(m_shown); }
@@ -223,8 +228,7 @@ void CompositionCanvas::askLoupe() {
     view.reduce = 1;
     view.isDraft = true;
     view.part = loupePart(handle->value, placeAhead(view, m_map.picture(), m_document));
-    m_isLoupeAsked = view.part->right > view.part->left && view.part->bottom > view.part->top;
-    if (m_isLoupeAsked) m_feed.ask(m_document.snapshot(), view);
+    m_isLoupeAsked = askPart(view);
 }
 
 bool CompositionCanvas::isAtRest() const {

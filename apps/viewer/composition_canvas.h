@@ -118,6 +118,7 @@ private:
     int reduceOf(ShownPicture shows) const;
     Backdrop backdrop() const;
     void ask(bool isDraft);
+    bool askPart(PictureView const& view);
     bool awaitsDraft() const;
     void askAtRest();
     void askNext();
