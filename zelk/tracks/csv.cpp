@@ -59,7 +59,7 @@ bool isNumberCell(std::string_view cell) { return cellNumber(cell, true).has_val
 
 /// Whether all cells are names, and so a table's first row.
 bool isHeader(std::vector<std::string_view> const& cells) {
-    return std::none_of(cells.begin(), cells.end(), isNumber);
+    return std::none_of(cells.begin(), cells.end(), isNumberCell);
 }
 
 /// Puts a named column into its place of the layout.
