@@ -11,7 +11,7 @@
 namespace zelk {
 
 CommandResult Host::event(PF_EventExtra& extra, FrameRequest const& frame) {
-    if (frame.downsample != 1)
+    if (frame.downsample.larger() != 1)
         throw HostError("an event of a reduced resolution, expected full resolution");
     CommandScene scene;
     scene.frame = frame;
@@ -19,9 +19,7 @@ CommandResult Host::event(PF_EventExtra& extra, FrameRequest const& frame) {
     return m_impl->run(PF_Cmd_EVENT, scene, true);
 }
 
-void Host::stopWhen(std::function<bool()> isStopped) {
-    m_impl->isStopped = std::move(isStopped);
-}
+void Host::stopWhen(std::function<bool()> isStopped) { m_impl->isStopped = std::move(isStopped); }
 
 void Host::setCurrentTool(A_u_char tool) { m_impl->currentTool = tool; }
 

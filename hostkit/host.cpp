@@ -187,11 +187,12 @@ PF_InData Host::Impl::inDataFor(CommandScene const& what) {
     in.width = frame.layerWidth;
     in.height = frame.layerHeight;
     if (World const* const input = what.input) {
-        if (in.width <= 0) in.width = input->width() * frame.downsample;
-        if (in.height <= 0) in.height = input->height() * frame.downsample;
+        if (in.width <= 0) in.width = static_cast<A_long>(input->width() * frame.downsample.x());
+        if (in.height <= 0) in.height = static_cast<A_long>(input->height() * frame.downsample.y());
         in.extent_hint = extentOf(*input, what.asked);
     }
-    in.downsample_x = in.downsample_y = {1, static_cast<A_u_long>(frame.downsample)};
+    in.downsample_x = frame.downsample.scaleX();
+    in.downsample_y = frame.downsample.scaleY();
     in.pixel_aspect_ratio = ratioOf(frame.pixelAspect);
     in.global_data = globalData;
     in.pica_basicP = options.offerSuites ? basicSuite() : nullptr;

@@ -256,10 +256,10 @@ void resetToDefault(PF_ParamDef& def, int layerWidthPx, int layerHeightPx) {
     }
 }
 
-void scalePoint(PF_ParamDef& def, int downsample) {
-    if (def.param_type != PF_Param_POINT || downsample == 1) return;
-    setPoint(def, fixedToReal(def.u.td.x_value) / downsample,
-             fixedToReal(def.u.td.y_value) / downsample);
+void scalePoint(PF_ParamDef& def, Reduction const& reduction) {
+    if (def.param_type != PF_Param_POINT || reduction.larger() == 1) return;
+    setPoint(def, fixedToReal(def.u.td.x_value) / reduction.x(),
+             fixedToReal(def.u.td.y_value) / reduction.y());
 }
 
 }  // namespace zelk

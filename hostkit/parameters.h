@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "hostkit/keyframes.h"
+#include "hostkit/reduction.h"
 #include "platform/effect_api/effect_params.h"
 
 namespace zelk {
@@ -82,7 +83,7 @@ KeyValue keyValueOf(PF_ParamDef const& def);
 void setKeyValue(PF_ParamDef& def, KeyValue const& value);
 /// The default as value; a point's, registered in percent, becomes pixels of that layer.
 void resetToDefault(PF_ParamDef& def, int layerWidthPx, int layerHeightPx);
-/// A point as an effect sees it at 1 / downsample of the resolution; other kinds stay.
-void scalePoint(PF_ParamDef& def, int downsample);
+/// A point as an effect sees it in a reduced picture; other kinds stay.
+void scalePoint(PF_ParamDef& def, Reduction const& reduction);
 
 }  // namespace zelk

@@ -8,6 +8,7 @@
 #include <limits>
 
 #include "zelk/files/quiet_libraries.h"
+#include "zelk/pictures/area_reduce.h"
 #include "zelk/pictures/buffer_input.h"
 #include "zelk/pictures/exr_threads.h"
 #include "zelk/pictures/world_rows.h"
@@ -208,6 +209,30 @@ StMap reducedMap(StMap const& map, int reduce) {
             if (count == 0) continue;
             result.positions[to] = static_cast<float>(sumX / count / reduce);
             result.positions[to + 1] = static_cast<float>(sumY / count / reduce);
+        }
+    return result;
+}
+
+StMap reducedMap(StMap const& map, PixelSize to) {
+    StMap result = emptyStMap(to);
+    AreaSide const across(map.size.width, to.width), down(map.size.height, to.height);
+    double const timesX = double(map.size.width) / to.width;
+    double const timesY = double(map.size.height) / to.height;
+    float* pixel = result.positions.data();
+    for (int y = 0; y < to.height; ++y)
+        for (int x = 0; x < to.width; ++x, pixel += 2) {
+            AreaSide::Span const columns = across.span(x), rows = down.span(y);
+            double sumX = 0, sumY = 0, area = 0;
+            for (int j = 0; j < rows.count; ++j)
+                for (int i = 0; i < columns.count; ++i) {
+                    float const* const from = map.at(columns.first + i, rows.first + j);
+                    if (!std::isfinite(from[0])) continue;
+                    double const own = double(rows.weights[j]) * columns.weights[i];
+                    sumX += own * from[0], sumY += own * from[1], area += own;
+                }
+            if (area == 0) continue;
+            pixel[0] = static_cast<float>(sumX / area / timesX);
+            pixel[1] = static_cast<float>(sumY / area / timesY);
         }
     return result;
 }

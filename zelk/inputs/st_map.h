@@ -24,6 +24,10 @@ struct StMap {
     /// upper left pixel's centre at 0.5, 0.5; not numbers where a pixel looks nowhere.
     std::vector<float> positions;
 
+    float const* at(int x, int y) const {
+        return &positions[2 * (static_cast<std::size_t>(y) * static_cast<std::size_t>(size.width) +
+                               static_cast<std::size_t>(x))];
+    }
     /// Over these positions, which stay where they are.
     FrameMap frameMap() const {
         return {size.width, size.height, positions.data(), std::ptrdiff_t{2} * size.width};
@@ -41,5 +45,7 @@ StMap emptyStMap(PixelSize frame);
 /// Of a frame `reduce` times smaller: the mean of what a block's pixels look at, and nowhere where
 /// none of them looks anywhere.
 StMap reducedMap(StMap const& map, int reduce);
+/// The same of a frame of any smaller size, by area.
+StMap reducedMap(StMap const& map, PixelSize to);
 
 }  // namespace zelk

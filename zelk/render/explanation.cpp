@@ -83,7 +83,8 @@ PlanReport planOf(std::vector<Parameter> const& parameters, PinFrame const& fram
     KernelChoice const& kernel = resample.kernel;
     int const filter = kernel.filter >= 0 ? kernel.filter : filterOfQuality(quality);
     settings.quality = filter == kFilterNearest ? 0 : 2;
-    setKernelTransformSize(&settings, kernel.sizeIndex, static_cast<float>(1.0 / frame.downsample));
+    setKernelTransformSize(&settings, kernel.sizeIndex,
+                           static_cast<float>(1.0 / frame.reduction.larger()));
     bool const isPlain = settings.quality == 0;
     plan.filter = filterName(isPlain ? kFilterNearest : filter);
     plan.taps = isPlain ? 1 : filter == kFilterBilinear ? 2 : settings.taps;

@@ -3,10 +3,14 @@
 
 #include <utility>
 
+#include <algorithm>
+
 #include "hostkit/pixel_ops.h"
+#include "zelk/pictures/area_reduce.h"
 #include "zelk/render/explanation.h"
 #include "zelk/render/frame_stages.h"
 #include "zelk/render/setup.h"
+#include "zelk/text/errors.h"
 
 namespace zelk {
 
@@ -63,6 +67,7 @@ LoadedFrame FrameStages::load(int frame, int reduce, bool isForFile) {
     PictureTraits plate;
     loaded.layer = layerAt(frame, loaded.reduce);
     loaded.ask = loaded.layer->ask;
+    loaded.reduction = isModule() ? loaded.ask.reduction : Reduction(loaded.reduce);
     ReadOptions const how = isForFile ? plateReading() : ReadOptions{m_scene.keepsOrientation};
     if (m_files.plate) loadPlate(frame, plate, how, loaded);
     loaded.holdout = loadHoldout(frame, loaded.overscan);
@@ -71,6 +76,62 @@ LoadedFrame FrameStages::load(int frame, int reduce, bool isForFile) {
     convertInputs(frame, how, loaded);
     endStage("read", loaded.explanation.get());
     return loaded;
+}
+
+/// As `make` makes it of `from`, which is what it was kept of. Of a picture's smaller sizes the
+/// last one is kept.
+template <class Input, class Make>
+std::shared_ptr<Input> FrameStages::sized(std::string const& key,
+                                          std::shared_ptr<Input> const& from, PixelSize to,
+                                          Make const& make) {
+    struct Sized {
+        std::weak_ptr<Input> from;
+        PixelSize size;
+        std::shared_ptr<Input> input;
+    };
+    std::string const name = "sized " + key;
+    auto const kept = m_kept ? m_kept->find<Sized>(name) : nullptr;
+    if (kept && kept->size == to && kept->from.lock() == from) return kept->input;
+    auto const [input, bytes] = make();
+    if (!m_kept) return input;
+    m_kept->keep(name, std::make_shared<Sized>(from, to, input), bytes);
+    return input;
+}
+
+void FrameStages::sizeTo(int frame, PixelSize to, LoadedFrame& loaded) {
+    PixelSize const most = reduced(m_sizes.frame, loaded.reduction);
+    if (to.width < 1 || to.height < 1 || to.width > most.width || to.height > most.height)
+        throw UserError(ExitCode::kUsage, {"preview", "can't be rendered at",
+                                           fmt::format("{}x{}", to.width, to.height),
+                                           fmt::format("at most {}x{}", most.width, most.height)});
+    loaded.reduction = loaded.ask.reduction = reductionTo(to);
+    PixelSize const own = isModule() ? to : reduced(m_sizes.layer, loaded.reduction);
+    auto const picture = [&](std::string const& key, std::shared_ptr<ReadInput>& input,
+                             PixelSize size, AlphaForm form) {
+        World const& all = input->picture;
+        size = {std::clamp(size.width, 1, all.width()), std::clamp(size.height, 1, all.height())};
+        input = sized(key, input, size, [&] {
+            auto smaller = std::make_shared<ReadInput>();
+            smaller->picture = areaReduced(all, size, form);
+            smaller->traits = input->traits;
+            return std::pair(smaller, worldBytes(smaller->picture));
+        });
+    };
+    picture(layerKey(frame, loaded.reduce), loaded.layer, own,
+            isModule() ? AlphaForm::kStraight : AlphaForm::kAssociated);
+    if (loaded.plate)
+        picture(plateKey(frame, loaded.reduce), loaded.plate, to, AlphaForm::kAssociated);
+    if (loaded.holdout)
+        loaded.holdout = sized("holdout", loaded.holdout, to, [&] {
+            auto const plane =
+                std::make_shared<ChannelPlane const>(areaReduced(*loaded.holdout, to));
+            return std::pair(plane, std::uint64_t(sizeof(float) * plane->values.size()));
+        });
+    if (loaded.map)
+        loaded.map = sized("map", loaded.map, to, [&] {
+            auto const map = std::make_shared<StMap const>(reducedMap(*loaded.map, to));
+            return std::pair(map, std::uint64_t(sizeof(float) * map->positions.size()));
+        });
 }
 
 /// All that the layer's pixels depend on, but for colour spaces.
@@ -95,7 +156,7 @@ ReadInput FrameStages::readLayerOf(std::optional<InputPicture> const& file, int 
     ReadInput read;
     read.traits = m_layerTraits;
     read.ask = m_ask;
-    read.ask.downsample *= reduce;
+    read.ask.reduceBy(reduce);
     if (!file) {
         PixelSize const size = reduced(m_sizes.layer, isModule() ? read.ask.downsample : reduce);
         read.picture = isModule() ? World(m_host->worldSpec(size.width, size.height, m_ask.depth))

@@ -179,9 +179,9 @@ Depth FrameStages::renderDepth(PictureTraits const& layer) {
 }
 
 /// The layer, the frame and the margin as the render has them.
-PinFrame FrameStages::pinFrameOf(ModuleRender const& ask, int reduce,
+PinFrame FrameStages::pinFrameOf(ModuleRender const& ask, Reduction const& memory,
                                  PixelMargins const& overscan) const {
-    int const n = isModule() ? ask.downsample : reduce;
+    Reduction const n = isModule() ? ask.reduction : memory;
     PixelSize const margin = isModule() ? marginOf(m_host->parameters(), ask) : PixelSize{};
     PixelSize const layer = reduced(m_sizes.layer, n), frame = reduced(m_sizes.frame, n);
     return {layer.width, layer.height, frame.width,   frame.height,
@@ -191,11 +191,16 @@ PinFrame FrameStages::pinFrameOf(ModuleRender const& ask, int reduce,
 PixelSize FrameStages::outputSize() const { return pinFrameOf(m_ask, downsample(), {}).whole(); }
 
 /// After beginEdit too, which reads no header.
-PixelSize FrameStages::previewSize(int reduce) const {
+PixelSize FrameStages::previewSize(int reduce, std::optional<PixelSize> to) const {
     ModuleRender ask;
-    ask.downsample = downsample() * reduce;
+    ask.reduction = to ? reductionTo(*to) : downsample() * reduce;
     ask.isPlain = m_scene.isPlain || !m_host->supportsSmartRender();
-    return pinFrameOf(ask, ask.downsample, {}).whole();
+    return pinFrameOf(ask, ask.reduction, {}).whole();
+}
+
+Reduction FrameStages::reductionTo(PixelSize size) const {
+    PixelSize const& full = m_sizes.frame;
+    return {{size.width, full.width}, {size.height, full.height}};
 }
 
 RenderedFrame FrameStages::render(int frame, LoadedFrame loaded) {
@@ -217,7 +222,7 @@ RenderedFrame FrameStages::render(int frame, LoadedFrame loaded) {
 }
 
 PixelSize FrameStages::wholeOf(LoadedFrame const& loaded) const {
-    return pinFrameOf(loaded.ask, loaded.reduce, loaded.overscan).whole();
+    return pinFrameOf(loaded.ask, loaded.reduction, loaded.overscan).whole();
 }
 
 /// Cuts out what is wanted, or leaves it to who shows the picture, where nobody else reads it.
@@ -257,8 +262,14 @@ World FrameStages::renderedByModule(LoadedFrame& loaded, FrameRequest const& mom
     if (explanation) explanation->covered = countCovered(picture);
     PartOf const part = cut(picture, loaded, rest);
     if (loaded.holdout)
-        holdOut(picture, part, AlphaForm::kStraight, *loaded.holdout, loaded.ask.downsample);
+        holdOut(picture, part, AlphaForm::kStraight, *loaded.holdout, holdoutReduce(loaded));
     return picture;
+}
+
+/// Of the plane as it was loaded: one that was made smaller has the frame's size already.
+int FrameStages::holdoutReduce(LoadedFrame const& loaded) const {
+    if (!loaded.reduction.isWhole()) return 1;
+    return isModule() ? loaded.ask.downsample : loaded.reduce;
 }
 
 /// Pixels that nobody wants are left out, where none of them gets into another one.
@@ -267,19 +278,23 @@ void FrameStages::limitPixels(LoadedFrame const& loaded, ResampleOptions& resamp
         entryOfHost(static_cast<int>(currentNumber(m_host->parameters(), kParamQuality)));
     bool const isHeld = m_host->parameters()[kParamQuality].track().empty() && !softens(quality);
     if (!loaded.part || loaded.plateRows || !loaded.overscan.isNone() || !isHeld) return;
-    int const height = m_sizes.frame.height / loaded.reduce;
-    resample.wantedTop = std::clamp(loaded.part->top, 0, height);
-    resample.wantedEnd = std::clamp(loaded.part->bottom, 0, height);
-    resample.wantedRight = std::clamp(loaded.part->right, 0, m_sizes.frame.width / loaded.reduce);
+    PixelSize const size = reduced(m_sizes.frame, loaded.reduction);
+    resample.wantedTop = std::clamp(loaded.part->top, 0, size.height);
+    resample.wantedEnd = std::clamp(loaded.part->bottom, 0, size.height);
+    resample.wantedRight = std::clamp(loaded.part->right, 0, size.width);
 }
 
 /// The pinned layer in the frame with its overscan. What has no place in the frame, as without To
 /// Pins, is rendered without any and lies at the frame's own corner.
 World FrameStages::pinnedInMemory(LoadedFrame& loaded, FrameRequest const& moment) {
-    int const n = loaded.reduce;
-    PixelSize const layer = reduced(m_sizes.layer, n), frame = reduced(m_sizes.frame, n);
+    Reduction const& by = loaded.reduction;
+    PixelSize const layer = reduced(m_sizes.layer, by), frame = reduced(m_sizes.frame, by);
+    ImageSizes full = m_sizes;
+    // Whole blocks alone are there.
+    if (int const n = loaded.reduce; by.isWhole())
+        full = {{layer.width * n, layer.height * n}, {frame.width * n, frame.height * n}};
     FrameMap map;
-    ResampleOptions resample = resampleOptionsOf(m_scene, n);
+    ResampleOptions resample = resampleOptionsOf(m_scene, by.larger());
     if (loaded.map) {
         map = loaded.map->frameMap();
         resample.map = &map;
@@ -288,15 +303,14 @@ World FrameStages::pinnedInMemory(LoadedFrame& loaded, FrameRequest const& momen
     auto const rendered = [&](PixelMargins const& overscan) {
         PixelSize const whole = frame + overscan;
         World picture({whole.width, whole.height, Depth::kFloat}, PixelMemory::Start::kAnything);
-        renderInMemory(
-            m_host->parameters(), loaded.layer->picture, picture,
-            {{layer.width * n, layer.height * n}, {frame.width * n, frame.height * n}, overscan},
-            moment, m_scene.layer.name(), resample, [this] { return isEnding(); });
+        full.overscan = overscan;
+        renderInMemory(m_host->parameters(), loaded.layer->picture, picture, full, moment,
+                       m_scene.layer.name(), resample, [this] { return isEnding(); });
         return picture;
     };
     auto const parameters =
         parametersAt(m_host->parameters(), {moment.time, moment.timeBase.scale});
-    bool const isPlaced = pinQuads(parameters, pinFrameOf(loaded.ask, n, {})).passes.usesToQuad();
+    bool const isPlaced = pinQuads(parameters, pinFrameOf(loaded.ask, by, {})).passes.usesToQuad();
     if (isPlaced || loaded.overscan.isNone()) return rendered(loaded.overscan);
     return widened(rendered({}), loaded.overscan);
 }
@@ -304,8 +318,9 @@ World FrameStages::pinnedInMemory(LoadedFrame& loaded, FrameRequest const& momen
 World FrameStages::renderedInMemory(LoadedFrame& loaded, FrameRequest const& moment,
                                     FrameRest& rest) {
     Explanation* const explanation = loaded.explanation.get();
-    plan(pinFrameOf(loaded.ask, loaded.reduce, loaded.overscan), moment, Depth::kFloat,
-         explanation);
+    // What there is to say of a frame of any other size is what there is of it in full.
+    Reduction const planned = loaded.reduction.isWhole() ? loaded.reduction : 1;
+    plan(pinFrameOf(loaded.ask, planned, loaded.overscan), moment, Depth::kFloat, explanation);
     World picture = pinnedInMemory(loaded, moment);
     loaded.layer.reset();
     loaded.map.reset();
@@ -315,13 +330,13 @@ World FrameStages::renderedInMemory(LoadedFrame& loaded, FrameRequest const& mom
     if (loaded.plateRows) {
         if (loaded.holdout)
             holdOut(picture, {{picture.width(), picture.height()}}, AlphaForm::kAssociated,
-                    *loaded.holdout, loaded.reduce);
+                    *loaded.holdout, holdoutReduce(loaded));
         layOver(picture, *loaded.plateRows, loaded.colors.plateToWork.get(), mode);
         cut(picture, loaded, rest);
     } else {
         PartOf const part = cut(picture, loaded, rest);
         if (loaded.holdout)
-            holdOut(picture, part, AlphaForm::kAssociated, *loaded.holdout, loaded.reduce);
+            holdOut(picture, part, AlphaForm::kAssociated, *loaded.holdout, holdoutReduce(loaded));
         if (loaded.plate && loaded.isForScreen)
             rest.plate = loaded.plate, rest.mode = mode, rest.left = part.left, rest.top = part.top;
         else if (loaded.plate)
@@ -427,7 +442,7 @@ UserError FrameStages::tooLarge(PixelSize layer, PixelSize frame, std::uint64_t 
 
 ModuleRender FrameStages::askOf(int reduce) const {
     ModuleRender ask = m_ask;
-    ask.downsample *= reduce;
+    ask.reduceBy(reduce);
     return ask;
 }
 

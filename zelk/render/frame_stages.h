@@ -43,7 +43,8 @@ struct LoadedFrame {
     std::shared_ptr<StMap const> map;        ///< of the frame at this size; null for none
     WriteRequest file;
     ModuleRender ask;       ///< on the module road; each file has its own depth
-    int reduce = 1;         ///< of both inputs, on the memory road
+    int reduce = 1;         ///< of both inputs as they are read, on the memory road
+    Reduction reduction;    ///< of the render
     PixelMargins overscan;  ///< of the plate, around the frame
     std::shared_ptr<ChannelPlane const> holdout;
     std::optional<PixelRect> part;  ///< of the reduced picture, within it, that is wanted
@@ -69,8 +70,8 @@ struct RenderedFrame {
 };
 
 /// Truncated.
-inline PixelSize reduced(PixelSize size, int reduce) {
-    return {size.width / reduce, size.height / reduce};
+inline PixelSize reduced(PixelSize size, Reduction const& by) {
+    return {by.width(size.width), by.height(size.height)};
 }
 
 /// Throws where a preview reduced so has no pixel; `most` is what leaves one.
@@ -108,8 +109,9 @@ public:
     // After begin:
     PixelSize layerSize() const { return m_sizes.layer; }
     PixelSize frameSize() const { return m_sizes.frame; }  ///< of the display window
-    PixelSize outputSize() const;             ///< of the output's display window, as it is written
-    PixelSize previewSize(int reduce) const;  ///< of a frame reduced so that is no file's
+    PixelSize outputSize() const;  ///< of the output's display window, as it is written
+    /// Of a frame reduced so that is no file's; as sizeTo has it with `to`.
+    PixelSize previewSize(int reduce, std::optional<PixelSize> to = {}) const;
     /// Of an inverted scene (invert.h): the frame that is taken out of its To quad, by the values
     /// that the host has now. Opens nothing.
     PixelSize takenSize() const;
@@ -155,6 +157,9 @@ public:
     void check(int frame);
     /// A frame that is not for the output's file has no overscan.
     LoadedFrame load(int frame, int reduce = 1, bool isForFile = true);
+    /// Makes the inputs of a loaded frame smaller, so that the frame has that size, without Grow
+    /// Bounds: at most the one that it was loaded for. Smaller inputs are kept with the others.
+    void sizeTo(int frame, PixelSize to, LoadedFrame& loaded);
     RenderedFrame render(int frame, LoadedFrame loaded);
     void store(int frame, RenderedFrame rendered);
     /// The same to memory, of a frame that is not for the output's file.
@@ -215,7 +220,13 @@ private:
     std::uint64_t bytesInMemory(int reduce) const;
     UserError tooLarge(PixelSize layer, PixelSize frame, std::uint64_t need) const;
     ModuleRender askOf(int reduce) const;
-    PinFrame pinFrameOf(ModuleRender const& ask, int reduce, PixelMargins const& overscan) const;
+    PinFrame pinFrameOf(ModuleRender const& ask, Reduction const& memory,
+                        PixelMargins const& overscan) const;
+    Reduction reductionTo(PixelSize size) const;
+    int holdoutReduce(LoadedFrame const& loaded) const;
+    template <class Input, class Make>
+    std::shared_ptr<Input> sized(std::string const& key, std::shared_ptr<Input> const& from,
+                                 PixelSize to, Make const& make);
     void plan(PinFrame const& frame, FrameRequest const& moment, Depth depth,
               Explanation* explanation = nullptr);
     void warnOfShrink(std::vector<Parameter> const& parameters, PlanReport const& plan);

@@ -128,8 +128,12 @@ void LiveRenderer::makeRoomFor(std::uint64_t bytes) {
     if (m_makeRoom) m_makeRoom();
 }
 
-void LiveRenderer::requireMemory(FrameStages const& stages, int frame, int reduce) {
-    std::uint64_t const need = stages.frameBytes(reduce);
+void LiveRenderer::requireMemory(FrameStages const& stages, int frame, LiveView const& view) {
+    int const reduce = view.reduce;
+    std::uint64_t need = stages.frameBytes(reduce);
+    // Smaller inputs are there beside those that they are made of.
+    if (view.size)
+        need += 2 * 16 * std::uint64_t(view.size->width) * std::uint64_t(view.size->height);
     if (m_fitting.frame == frame && m_fitting.reduce == reduce && need <= m_fitting.bytes) return;
     m_fitting = {};
     makeRoomFor(need);
@@ -147,8 +151,9 @@ RenderedFrame LiveRenderer::rendered(int frame, LiveView const& view, bool isFor
     Watch const watch(*m_stages, isStopped);
     FrameStages& stages = stagesAt(frame, view.isBlurred);
     stages.requireReduced(view.reduce);
-    requireMemory(stages, frame, view.reduce);
+    requireMemory(stages, frame, view);
     LoadedFrame loaded = stages.load(frame, view.reduce, false);
+    if (view.size) stages.sizeTo(frame, *view.size, loaded);
     loaded.part = view.part;
     loaded.isForScreen = isForScreen;
     return stages.render(frame, std::move(loaded));

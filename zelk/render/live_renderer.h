@@ -34,7 +34,9 @@ namespace zelk {
 struct LiveView {
     enum class Shows { kFrame, kLayer, kPlate };
     Shows shows = Shows::kFrame;
-    int reduce = 1;                      ///< as in PreviewOptions
+    int reduce = 1;  ///< as in PreviewOptions
+    /// Of a frame, without Grow Bounds: made smaller still, by area, to just that many pixels.
+    std::optional<PixelSize> size = {};
     std::optional<PixelRect> part = {};  ///< as in PreviewOptions
     bool isBlurred = true;               ///< false: without motion blur
 };
@@ -95,7 +97,7 @@ public:
 private:
     FrameStages& stagesAt(int frame, bool isBlurred);
     void makeRoomFor(std::uint64_t bytes);
-    void requireMemory(FrameStages const& stages, int frame, int reduce);
+    void requireMemory(FrameStages const& stages, int frame, LiveView const& view);
     void requireInput(PictureReader const& picture, std::string const& name, PixelSize size);
     RenderedFrame rendered(int frame, LiveView const& view, bool isForScreen,
                            std::atomic<bool> const* isStopped);

@@ -56,8 +56,8 @@ RenderSize renderSize(Host const& host, ModuleRender const& ask) {
     auto const& parameters = host.parameters();
     PixelSize const margin = marginOf(parameters, ask);
     RenderSize size;
-    size.width = ask.layerSize.width / ask.downsample;
-    size.height = ask.layerSize.height / ask.downsample;
+    size.width = ask.reduction.width(ask.layerSize.width);
+    size.height = ask.reduction.height(ask.layerSize.height);
     size.depth = ask.depth;
     size.marginX = margin.width;
     size.marginY = margin.height;
@@ -73,9 +73,8 @@ RenderSize renderSize(Host const& host, ModuleRender const& ask) {
 
 PixelSize marginOf(std::vector<Parameter> const& parameters, ModuleRender const& ask) {
     if (ask.isPlain) return {};
-    int const margin =
-        static_cast<int>(currentNumber(parameters, kParamGrowBounds)) / ask.downsample;
-    return {margin, margin};
+    int const margin = static_cast<int>(currentNumber(parameters, kParamGrowBounds));
+    return {ask.reduction.width(margin), ask.reduction.height(margin)};
 }
 
 ModuleRender moduleRenderOf(Scene const& scene, Host const& host, PictureReader const& layer,
@@ -84,7 +83,7 @@ ModuleRender moduleRenderOf(Scene const& scene, Host const& host, PictureReader 
     ask.layerName = scene.layer.name();
     ask.layerSize = {layer.width(), layer.height()};
     ask.depth = depth;
-    ask.downsample = scene.downsample.value_or(1) * reduce;
+    ask.reduceBy(scene.downsample.value_or(1) * reduce);
     ask.isPlain = scene.isPlain || !host.supportsSmartRender();
     ask.besidesBytes = layer.turningBytes(pixelBytes(ask.depth) / 4) +
                        matteBytes(scene, ask.layerSize, ask.layerSize);
@@ -118,7 +117,7 @@ World readLayer(Host const& host, PictureReader& picture, ModuleRender const& as
 World renderByModule(Host& host, World& layer, ModuleRender const& ask,
                      FrameRequest const& moment) {
     FrameRequest frame = moment;
-    frame.downsample = ask.downsample;
+    frame.downsample = ask.reduction;
     frame.layerWidth = ask.layerSize.width;
     frame.layerHeight = ask.layerSize.height;
     return ask.isPlain ? renderPlainly(host, layer, ask, frame)

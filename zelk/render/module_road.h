@@ -15,9 +15,11 @@ struct ModuleRender {
     std::string layerName;  ///< for messages
     PixelSize layerSize;    ///< at full resolution, pixels
     Depth depth = Depth::k8;
-    int downsample = 1;
+    int downsample = 1;              ///< of the layer as it is read
+    Reduction reduction;             ///< of the render
     bool isPlain = false;            ///< PF_Cmd_RENDER, which knows no Grow Bounds
     std::uint64_t besidesBytes = 0;  ///< as RenderSize has them
+    void reduceBy(int times) { reduction = downsample *= times; }
 };
 
 /// What Grow Bounds adds on each side at the render's resolution, pixels; none in a plain render.

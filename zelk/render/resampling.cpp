@@ -6,13 +6,13 @@
 
 namespace zelk {
 
-ResampleOptions resampleOptionsOf(Scene const& scene, int n) {
+ResampleOptions resampleOptionsOf(Scene const& scene, double times) {
     ResampleOptions options;
     bool const isExact = scene.edgesTaken() == FrameEdges::kExact;
     options.edges = isExact ? EdgeCoverage::kExact : EdgeCoverage::kGrid;
     options.integratesFootprint = scene.isBest;
-    options.featherPx = scene.featherPx / n;
-    options.chokePx = scene.chokePx / n;
+    options.featherPx = scene.featherPx / times;
+    options.chokePx = scene.chokePx / times;
     if (!scene.filter) return options;
     for (Choice<int> const& choice : kFilterWords)
         if (choice.word == *scene.filter)

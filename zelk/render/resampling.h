@@ -6,7 +6,7 @@
 
 namespace zelk {
 
-/// In a picture that is reduced by n. Without the lens map, which is read with its frame.
-ResampleOptions resampleOptionsOf(Scene const& scene, int n);
+/// In a picture that is so many times smaller. Without the lens map, which is read with its frame.
+ResampleOptions resampleOptionsOf(Scene const& scene, double times);
 
 }  // namespace zelk

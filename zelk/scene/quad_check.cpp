@@ -14,8 +14,8 @@ namespace zelk {
 namespace {
 
 /// A pin as the effect receives it at reduced resolution, pixels: a 16.16 number again.
-double reducedPx(PF_Fixed fixed, int downsample) {
-    return fixedToReal(static_cast<PF_Fixed>(std::round(static_cast<double>(fixed) / downsample)));
+double reducedPx(PF_Fixed fixed, double times) {
+    return fixedToReal(static_cast<PF_Fixed>(std::round(static_cast<double>(fixed) / times)));
 }
 
 /// The four points from `index` on, fractions of their image.
@@ -26,8 +26,8 @@ Corners pinsAt(std::vector<Parameter> const& parameters, int index, PinFrame con
     Corners pins;
     for (Point& pin : pins) {
         PF_PointDef const& point = parameterIn(parameters, index++).current.u.td;
-        pin.x = reducedPx(point.x_value, frame.downsample) / width;
-        pin.y = reducedPx(point.y_value, frame.downsample) / height;
+        pin.x = reducedPx(point.x_value, frame.reduction.x()) / width;
+        pin.y = reducedPx(point.y_value, frame.reduction.y()) / height;
     }
     return pins;
 }

@@ -19,7 +19,7 @@ namespace zelk {
 struct PinFrame {
     int layerWidth = 0, layerHeight = 0;  ///< of From Pins
     int frameWidth = 0, frameHeight = 0;  ///< of To Pins
-    int downsample = 1;
+    Reduction reduction;
     int marginX = 0, marginY = 0;  ///< Grow Bounds, around both
     PixelMargins overscan = {};    ///< around the frame alone
     /// The image that is rendered.

@@ -1,6 +1,7 @@
-// The parts of the command line that need no process: channel values and block means.
+// The parts of the command line that need no process: channel values, means of blocks and areas.
 #include <gtest/gtest.h>
 
+#include "zelk/pictures/area_reduce.h"
 #include "zelk/pictures/box_reduce.h"
 #include "zelk/pictures/channel_values.h"
 
@@ -53,6 +54,34 @@ TEST(BoxReduce, WeighsColourByAlphaAndRoundsToNearest) {
     for (int i = 0; i < 10 * 7; ++i) ramp.insert(ramp.end(), {float(i % 10), float(i / 10), 0, 1});
     EXPECT_EQ(reduce(ramp, 10, 3), (std::vector<float>{1, 1, 0, 1, 4, 1, 0, 1, 7, 1, 0, 1,
                                                        1, 4, 0, 1, 4, 4, 0, 1, 7, 4, 0, 1}));
+}
+
+TEST(AreaReduce, WeightsAreWhatAPixelCovers) {
+    for (int from = 1; from <= 40; ++from)
+        for (int to = 1; to <= from; ++to) {
+            AreaSide const side(from, to);
+            double const length = double(from) / to;
+            for (int j = 0; j < to; ++j) {
+                AreaSide::Span const span = side.span(j);
+                double sum = 0;
+                for (int i = 0; i < span.count; ++i) {
+                    int const at = span.first + i;
+                    double const end = std::min((j + 1) * length, at + 1.0);
+                    EXPECT_NEAR(span.weights[i], (end - std::max(j * length, double(at))) / length,
+                                1e-6);
+                    sum += span.weights[i];
+                }
+                ASSERT_NEAR(sum, 1, 1e-5) << from << " to " << to << ", " << j;
+            }
+        }
+    // Three pixels to two, half of the middle one to each: straight colour by its alpha.
+    World row({3, 1, Depth::k8});
+    std::uint8_t const pixels[] = {255, 90, 0, 30, 51, 0, 240, 30, 0, 9, 9, 9};
+    std::copy(std::begin(pixels), std::end(pixels), row.rowAs<std::uint8_t>(0));
+    World const two = areaReduced(row, {2, 1}, AlphaForm::kStraight);
+    auto const* found = two.rowAs<std::uint8_t>(0);
+    EXPECT_EQ(std::vector(found, found + 8),
+              (std::vector<std::uint8_t>{187, 82, 22, 30, 17, 0, 240, 30}));
 }
 
 }  // namespace
