@@ -13,6 +13,9 @@ constexpr double kFontPx = 11;
 // interaction/DrawEvent.h: a label stands 5, 5 from its corner, its baseline 10 below that.
 constexpr int kLabelX = 5, kLabelY = 15;
 constexpr QColor kShadow(0, 0, 0, 150);
+/// Opaque: the toolkit takes twenty times as long for a line that shows through.
+constexpr QColor kLineShadow(24, 24, 24);
+constexpr double kLineShadowPx = 2.4;
 
 QColor colorOf(RGBColor const& color) {
     return {color.red >> 8, color.green >> 8, color.blue >> 8};
@@ -45,7 +48,7 @@ void PainterPort::line(void* port, short fromX, short fromY, short toX, short to
                        RGBColor const* color) {
     auto& own = *static_cast<PainterPort*>(port);
     QPointF const from = own.placeOf(fromX, fromY), to = own.placeOf(toX, toY);
-    own.m_painter.setPen(QPen(kShadow, 3 * own.m_density));
+    own.m_painter.setPen(QPen(kLineShadow, kLineShadowPx * own.m_density));
     own.m_painter.drawLine(from, to);
     own.m_painter.setPen(QPen(colorOf(*color), own.m_density));
     own.m_painter.drawLine(from, to);

@@ -10,6 +10,8 @@ namespace zelk {
 namespace {
 
 constexpr QColor kPinShadow(0, 0, 0, 170), kSelected(255, 255, 255), kPinAccent(90, 170, 255);
+/// Opaque, as long lines are: see painter_port.cpp.
+constexpr QColor kPathShadow(24, 24, 24);
 constexpr double kHandlePx = 5;
 constexpr int kLoupePixels = 17;    ///< of the picture, each way
 constexpr double kLoupeZoom = 9;    ///< units of the panel to one of them
@@ -42,7 +44,7 @@ private:
 };
 
 QColor lightened(QColor const& color) {
-    return {(color.red() + 255) / 2, (color.green() + 255) / 2, (color.blue() + 255) / 2, 210};
+    return {(color.red() + 255) / 2, (color.green() + 255) / 2, (color.blue() + 255) / 2};
 }
 
 /// Above and to the right of the pin, but within the panel.
@@ -62,7 +64,7 @@ void drawMotionPath(QPainter& painter, ViewMap const& map, MotionPath const& pat
     painter.setBrush(Qt::NoBrush);
     QColor const light = lightened(color);  // not to be taken for an outline
     QPolygonF const curve = panelLine(map, path.curve);
-    for (QPen const& pen : {QPen(kPinShadow, 2.5 * density), QPen(light, density)}) {
+    for (QPen const& pen : {QPen(kPathShadow, 2 * density), QPen(light, density)}) {
         painter.setPen(pen);
         painter.drawPolyline(curve);
     }
@@ -146,7 +148,8 @@ void drawLoupe(QPainter& painter, ViewMap const& map, LoupeView const& view, Pin
                  density);
     for (ShownImage const* const image : view.images)
         painter.drawImage(QRectF(placeOf(image->corner.x(), image->corner.y()),
-                                 QSizeF(image->pixels.size()) * image->scale * zoom),
+                                 QSizeF(image->pixels.width() * image->scale.x() * zoom,
+                                        image->pixels.height() * image->scale.y() * zoom)),
                           image->pixels);
     QPointF const at = placeOf(pin.value.x, pin.value.y);
     for (QPen const& pen : {QPen(kPinShadow, 3 * density), QPen(kSelected, density)}) {
