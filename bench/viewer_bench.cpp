@@ -151,7 +151,14 @@ PictureView viewFor(ViewMap const& map, bool isDraft) {
     PictureView view;
     view.reduce = map.reduce();
     view.isDraft = isDraft;
-    if (isDraft) view.part = map.part(view.reduce);
+    if (!isDraft) return view;
+    view.size = map.screenSize();
+    PixelSize const whole = view.size.value_or(
+        PixelSize{map.picture().width / view.reduce, map.picture().height / view.reduce});
+    view.part = map.part(PicturePlace{
+        {},
+        {double(map.picture().width) / whole.width, double(map.picture().height) / whole.height},
+        whole});
     return view;
 }
 

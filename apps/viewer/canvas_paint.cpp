@@ -29,15 +29,23 @@ bool isSmoothed(double zoom) {
     return zoom < 1 || (zoom < kSquareZoom && zoom != std::floor(zoom));
 }
 
+/// Nowhere further than half a pixel from the screen's own.
+bool isScreens(QPointF zoom, QSize size) {
+    constexpr double kMostAway = 0.5 + 1e-6;
+    return std::abs(zoom.x() - 1) * size.width() <= kMostAway &&
+           std::abs(zoom.y() - 1) * size.height() <= kMostAway;
+}
+
 /// The pixels of an image that the panel shows: drawing far beyond its border takes time.
 QRect visiblePixels(ViewMap const& map, ShownImage const& image) {
     PanelPoint const first = map.toPicture({0, 0});
     PanelPoint const last = map.toPicture({double(map.panel().width), double(map.panel().height)});
-    auto const pixel = [&](double at, double corner) { return (at - corner) / image.scale; };
-    int const left = static_cast<int>(std::floor(pixel(first.x, image.corner.x()))) - 1;
-    int const top = static_cast<int>(std::floor(pixel(first.y, image.corner.y()))) - 1;
-    int const right = static_cast<int>(std::ceil(pixel(last.x, image.corner.x()))) + 1;
-    int const bottom = static_cast<int>(std::ceil(pixel(last.y, image.corner.y()))) + 1;
+    auto const pixelX = [&](double at) { return (at - image.corner.x()) / image.scale.x(); };
+    auto const pixelY = [&](double at) { return (at - image.corner.y()) / image.scale.y(); };
+    int const left = static_cast<int>(std::floor(pixelX(first.x))) - 1;
+    int const top = static_cast<int>(std::floor(pixelY(first.y))) - 1;
+    int const right = static_cast<int>(std::ceil(pixelX(last.x))) + 1;
+    int const bottom = static_cast<int>(std::ceil(pixelY(last.y))) + 1;
     return QRect(left, top, right - left, bottom - top).intersected(image.pixels.rect());
 }
 
@@ -58,17 +66,17 @@ void drawBackdrop(QPainter& painter, QRectF const& picture, Backdrop backdrop, d
 void drawImage(QPainter& painter, ViewMap const& map, ShownImage const& image) {
     QRect const part = visiblePixels(map, image);
     if (part.isEmpty()) return;
-    double const zoom = map.zoom() * image.scale;
-    PanelPoint const at = map.toPanel({image.corner.x() + part.x() * double(image.scale),
-                                       image.corner.y() + part.y() * double(image.scale)});
-    if (zoom == 1) {
+    QPointF const zoom = image.scale * map.zoom();
+    PanelPoint const at = map.toPanel({image.corner.x() + part.x() * image.scale.x(),
+                                       image.corner.y() + part.y() * image.scale.y()});
+    if (isScreens(zoom, image.pixels.size())) {
         painter.drawImage(QPoint(int(std::lround(at.x)), int(std::lround(at.y))), image.pixels,
                           part);
         return;
     }
-    painter.setRenderHint(QPainter::SmoothPixmapTransform, isSmoothed(zoom));
-    painter.drawImage(QRectF(at.x, at.y, part.width() * zoom, part.height() * zoom), image.pixels,
-                      QRectF(part));
+    painter.setRenderHint(QPainter::SmoothPixmapTransform, isSmoothed(zoom.x()));
+    painter.drawImage(QRectF(at.x, at.y, part.width() * zoom.x(), part.height() * zoom.y()),
+                      image.pixels, QRectF(part));
     painter.setRenderHint(QPainter::SmoothPixmapTransform, false);
 }
 

@@ -15,8 +15,8 @@ namespace zelk {
 /// Pixels of a picture, and where they lie in it.
 struct ShownImage {
     QImage pixels;
-    int scale = 1;   ///< pixels of the picture to one of these, each way
-    QPointF corner;  ///< of the first one, picture pixels
+    QPointF scale = {1, 1};  ///< pixels of the picture to one of these, each way
+    QPointF corner;          ///< of the first one, picture pixels
     bool isOpaque = true;
     bool isNull() const { return pixels.isNull(); }
 };

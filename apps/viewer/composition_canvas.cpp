@@ -45,6 +45,9 @@ QImage imageMade(World const& display, PixelLook const& look) {
     return image;
 }
 
+/// Than its frame.
+bool isCoarse(PictureView const& view) { return view.reduce > 1 || view.size; }
+
 bool isWhole(PictureView const& view) { return view.reduce == 1 && !view.part && !view.isDraft; }
 
 }  // namespace
@@ -124,9 +127,19 @@ void CompositionCanvas::turnToPins() {
 }
 
 /// The scene's Downsample makes a frame coarser already.
-int CompositionCanvas::reduceOf(ShownPicture shows) const {
+int CompositionCanvas::coarseOf(ShownPicture shows) const {
     bool const isFrame = shows == ShownPicture::kFrame && m_document.isOpen();
-    return m_map.reduce(isFrame ? m_document.scene().downsample.value_or(1) : 1);
+    return isFrame ? m_document.scene().downsample.value_or(1) : 1;
+}
+
+int CompositionCanvas::reduceOf(ShownPicture shows) const { return m_map.reduce(coarseOf(shows)); }
+
+/// Of drafts: they have the screen's own pixels, which are painted as they are. An inverted scene's
+/// frame has no size but by its pins.
+std::optional<PixelSize> CompositionCanvas::screenSize(ShownPicture shows) const {
+    bool const isFrame = shows == ShownPicture::kFrame && m_document.isOpen();
+    if (!isFrame || m_document.scene().isInverted) return std::nullopt;
+    return m_map.screenSize(coarseOf(shows));
 }
 
 PictureView CompositionCanvas::restView() const {
@@ -146,6 +159,7 @@ void CompositionCanvas::ask(bool isDraft) {
     m_rest.start();
     PictureView view = restView();
     view.isDraft = true;
+    view.size = screenSize(view.shows);
     view.part = m_map.part(placeAhead(view, m_map.picture(), m_document));
     m_isDraftAsked = askPart(view);
 }
@@ -223,7 +237,7 @@ void CompositionCanvas::askNext() {
 void CompositionCanvas::askLoupe() {
     auto const pin = m_pins.draggedPin();
     auto const handle = pin ? m_pins.handleOf(*pin) : std::nullopt;
-    if (!handle || restView().reduce == 1 || isCurrent(m_loupe) || !isCurrent(m_shown)) return;
+    if (!handle || isCurrent(m_loupe) || !isCurrent(m_shown) || !isCoarse(m_shown->view)) return;
     PictureView view = restView();
     view.reduce = 1;
     view.isDraft = true;
@@ -238,7 +252,8 @@ bool CompositionCanvas::isAtRest() const {
 /// By its view, as the newest request may be another one by now.
 void CompositionCanvas::take(SharedFrame const& frame) {
     PictureView const& view = frame->view;
-    bool const isFine = view.reduce < reduceOf(view.shows);
+    bool const isLoupe = view.isDraft && !view.size && screenSize(view.shows);
+    bool const isFine = isLoupe || view.reduce < reduceOf(view.shows);
     bool const isOwn = view.shows == m_look.shows;
     if (isOwn)
         (isFine ? m_loupe : m_shown) = frame;
@@ -264,7 +279,7 @@ ShownImage CompositionCanvas::imageOf(SharedFrame const& frame, PixelLook const&
     PicturePlace const place = placeOf(*frame, shown, m_document);
     PixelRect const part = frame->view.part.value_or(PixelRect{});
     PanelPoint const corner = place.toShown({double(part.left), double(part.top)});
-    image.scale = place.scale;
+    image.scale = QPointF(place.scale.x, place.scale.y);
     image.corner = QPointF(corner.x, corner.y);
     return image;
 }
@@ -402,7 +417,8 @@ void CompositionCanvas::paintLoupe(QPainter& painter) {
     auto const pin = m_pins.draggedPin();
     if (!pin || m_map.zoom() >= kGridZoom) return;
     bool const isFine = isCurrent(m_loupe) && !m_loupeImage.isNull();
-    ShownImage const& image = isFine && reduceOf(m_look.shows) > 1 ? m_loupeImage : m_image;
+    bool const needsFine = m_shown && isCoarse(m_shown->view);
+    ShownImage const& image = isFine && needsFine ? m_loupeImage : m_image;
     LoupeView view{backdrop(), {&image}};
     if (view.backdrop == Backdrop::kPlate) view.images.insert(view.images.begin(), &m_besideImage);
     if (auto const handle = m_pins.handleOf(*pin); handle && !image.isNull())

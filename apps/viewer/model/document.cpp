@@ -198,7 +198,9 @@ PixelSize Document::sizeOf(ShownPicture picture) const {
     return m_stages->takenSize();
 }
 
-PixelSize Document::renderedSize(int reduce) const { return m_stages->previewSize(reduce); }
+PixelSize Document::renderedSize(int reduce, std::optional<PixelSize> to) const {
+    return m_stages->previewSize(reduce, to);
+}
 int Document::firstFrame() const { return scene().comp.startFrame; }
 int Document::lastFrame() const { return lastFrameOf(scene().comp); }
 int Document::lastFrameOf(Comp const& comp) { return comp.startFrame + comp.durationFrames - 1; }

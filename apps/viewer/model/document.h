@@ -111,9 +111,9 @@ public:
     /// Of a picture that is shown. An inverted scene's frame has a size of its own, by its pins as
     /// they are now; its plate has frameSize. Opens nothing.
     PixelSize sizeOf(ShownPicture picture) const;
-    /// Of the frame as it is rendered, with the scene's Downsample and Grow Bounds, `reduce` times
-    /// coarser.
-    PixelSize renderedSize(int reduce) const;
+    /// Of the frame as it is rendered, with the scene's Downsample and Grow Bounds: `reduce` times
+    /// coarser, or made smaller `to` that size, to which Grow Bounds comes.
+    PixelSize renderedSize(int reduce, std::optional<PixelSize> to = {}) const;
     /// First and last frame of the composition.
     int firstFrame() const;
     int lastFrame() const;

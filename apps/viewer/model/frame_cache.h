@@ -20,6 +20,7 @@ namespace zelk {
 struct PictureView {
     ShownPicture shows = ShownPicture::kFrame;
     int reduce = 1;                      ///< 1 for all pixels, n for block means of n x n
+    std::optional<PixelSize> size = {};  ///< of a frame, smaller still: LiveView::size
     std::optional<PixelRect> part = {};  ///< of the reduced picture; nothing: all
     /// As soon as can be, for a picture that will change again: without motion blur, and without
     /// the values of its file.

@@ -23,9 +23,15 @@ LiveView liveViewOf(PictureView const& view) {
                  : view.shows == ShownPicture::kPlate ? kPlate
                                                       : kFrame;
     live.reduce = view.reduce;
+    live.size = view.size;
     live.part = view.part;
     live.isBlurred = !view.isDraft;
     return live;
+}
+
+/// A loupe's has all pixels.
+bool isFiner(PictureView const& a, PictureView const& b) {
+    return a.reduce < b.reduce || (!a.size && b.size);
 }
 
 /// Of what no UserError tells.
@@ -71,7 +77,7 @@ void FrameService::take(Wish wish) {
         return;
     }
     bool const areDrafts = m_current && m_isCurrentWanted && m_current->view.isDraft &&
-                           wish.view.isDraft && m_current->view.reduce >= wish.view.reduce;
+                           wish.view.isDraft && !isFiner(m_current->view, wish.view);
     if (!areDrafts) m_isStopped = true, m_current.reset();
     m_wish = std::move(wish);
 }

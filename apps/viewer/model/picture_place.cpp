@@ -9,8 +9,10 @@ namespace {
 
 int downsampleOf(Document const& document) { return document.scene().downsample.value_or(1); }
 
-int scaleOf(PictureView const& view, int downsample) {
-    return view.reduce * (view.shows == ShownPicture::kFrame ? downsample : 1);
+/// Of something of the size `shown`.
+Reduction reductionOf(PictureView const& view, PixelSize shown, Document const& document) {
+    if (view.size) return {{view.size->width, shown.width}, {view.size->height, shown.height}};
+    return view.reduce * (view.shows == ShownPicture::kFrame ? downsampleOf(document) : 1);
 }
 
 /// Beyond what is shown, by Grow Bounds. An inverted scene's frame never does: where its picture is
@@ -26,24 +28,24 @@ int within(double at, int most) {
 /// A picture of the size `whole` of something of the size `shown`.
 PicturePlace placed(PictureView const& view, PixelSize whole, PixelSize shown,
                     Document const& document) {
-    PicturePlace place{{}, scaleOf(view, downsampleOf(document)), whole};
+    Reduction const by = reductionOf(view, shown, document);
+    PicturePlace place{{}, {by.x(), by.y()}, whole};
     if (!mayGrow(view, document)) return place;
     // Grow Bounds is as wide on both sides.
-    auto const corner = [&](int all, int own) {
-        return -static_cast<double>(std::max(0, (all - own / place.scale) / 2) * place.scale);
-    };
-    place.corner = {corner(whole.width, shown.width), corner(whole.height, shown.height)};
+    auto const grown = [](int all, int own) { return std::max(0, (all - own) / 2); };
+    place.corner = {-by.x() * grown(whole.width, by.width(shown.width)),
+                    -by.y() * grown(whole.height, by.height(shown.height))};
     return place;
 }
 
 }  // namespace
 
 PanelPoint PicturePlace::toOwn(PanelPoint shown) const {
-    return {(shown.x - corner.x) / scale, (shown.y - corner.y) / scale};
+    return {(shown.x - corner.x) / scale.x, (shown.y - corner.y) / scale.y};
 }
 
 PanelPoint PicturePlace::toShown(PanelPoint own) const {
-    return {corner.x + own.x * scale, corner.y + own.y * scale};
+    return {corner.x + own.x * scale.x, corner.y + own.y * scale.y};
 }
 
 PixelRect PicturePlace::part(PanelPoint first, PanelPoint last, int around) const {
@@ -61,10 +63,10 @@ PicturePlace placeOf(ShownFrame const& frame, PixelSize shown, Document const& d
 }
 
 PicturePlace placeAhead(PictureView const& view, PixelSize shown, Document const& document) {
-    int const scale = scaleOf(view, downsampleOf(document));
+    Reduction const by = reductionOf(view, shown, document);
     PixelSize const whole = mayGrow(view, document)
-                                ? document.renderedSize(view.reduce)
-                                : PixelSize{shown.width / scale, shown.height / scale};
+                                ? document.renderedSize(view.reduce, view.size)
+                                : PixelSize{by.width(shown.width), by.height(shown.height)};
     return placed(view, whole, shown, document);
 }
 

@@ -14,7 +14,7 @@ namespace zelk {
 
 struct PicturePlace {
     PanelPoint corner;
-    int scale = 1;
+    PanelPoint scale = {1, 1};
     PixelSize size;  ///< of the whole picture, own pixels
 
     PanelPoint toOwn(PanelPoint shown) const;

@@ -119,8 +119,20 @@ int ViewMap::reduce(int coarse) const {
                       std::max(1, most));
 }
 
+std::optional<PixelSize> ViewMap::screenSize(int coarse) const {
+    int const n = reduce(coarse) * coarse;
+    PixelSize const own = {m_picture.width / n, m_picture.height / n};
+    auto const side = [&](int length, int most) {
+        return std::clamp(static_cast<int>(std::lround(length * m_zoom)), 1, most);
+    };
+    PixelSize const size = {side(m_picture.width, own.width), side(m_picture.height, own.height)};
+    return size == own ? std::nullopt : std::optional(size);
+}
+
 PixelRect ViewMap::part(int reduce) const {
-    return part({{}, reduce, {m_picture.width / reduce, m_picture.height / reduce}});
+    return part({{},
+                 {double(reduce), double(reduce)},
+                 {m_picture.width / reduce, m_picture.height / reduce}});
 }
 
 PixelRect ViewMap::part(PicturePlace const& place) const {
