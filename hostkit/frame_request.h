@@ -21,7 +21,7 @@ struct FrameRequest {
     TimeBase timeBase;
     A_long time = 0;       ///< host time units
     A_long totalTime = 0;  ///< length of the layer; 0 stands for one frame
-    Reduction downsample;  ///< 1 for full resolution, 2 for half
+    Reduction downsample;  ///< of the input: 1 for full resolution, 2 for half
     int layerWidth = 0;    ///< at full resolution; 0 stands for the input's times downsample
     int layerHeight = 0;
     double pixelAspect = 1.0;  ///< width over height

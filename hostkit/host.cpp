@@ -187,8 +187,10 @@ PF_InData Host::Impl::inDataFor(CommandScene const& what) {
     in.width = frame.layerWidth;
     in.height = frame.layerHeight;
     if (World const* const input = what.input) {
-        if (in.width <= 0) in.width = static_cast<A_long>(input->width() * frame.downsample.x());
-        if (in.height <= 0) in.height = static_cast<A_long>(input->height() * frame.downsample.y());
+        if (in.width <= 0)
+            in.width = static_cast<A_long>(std::lround(input->width() * frame.downsample.x()));
+        if (in.height <= 0)
+            in.height = static_cast<A_long>(std::lround(input->height() * frame.downsample.y()));
         in.extent_hint = extentOf(*input, what.asked);
     }
     in.downsample_x = frame.downsample.scaleX();

@@ -24,6 +24,7 @@ public:
     double x() const { return double(m_x.full) / m_x.own; }
     double y() const { return double(m_y.full) / m_y.own; }
     double larger() const { return std::max(x(), y()); }
+    double smaller() const { return std::min(x(), y()); }
     /// Of so many full pixels, truncated.
     int width(int full) const { return truncated(full, m_x); }
     int height(int full) const { return truncated(full, m_y); }

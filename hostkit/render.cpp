@@ -156,7 +156,7 @@ CommandResult Host::render(World& input, World& output, FrameRequest const& fram
     require(input.record() && output.record(), "a render needs an input and an output image");
     require(isSame(input.bounds(), output.bounds()) && input.depth() == output.depth(),
             "input and output of a render differ in size, origin or depth, expected them alike");
-    require(frame.downsample.larger() >= 1, "the downsample factor of a render is below 1");
+    require(frame.downsample.smaller() >= 1, "the downsample factor of a render is below 1");
     m_impl->requireOwnLayout(input);
     m_impl->requireOwnLayout(output);
     LentWorld const lentInput(m_impl->worlds, input);
@@ -168,7 +168,7 @@ PreRenderResult Host::preRender(World* layer, Depth depth, FrameRequest const& f
                                 std::optional<PF_LRect> const& asked) {
     require(supportsSmartRender(),
             "the effect does not announce smart rendering, expected PF_Cmd_RENDER");
-    require(frame.downsample.larger() >= 1, "the downsample factor of a render is below 1");
+    require(frame.downsample.smaller() >= 1, "the downsample factor of a render is below 1");
     if (layer) m_impl->requireOwnLayout(*layer);
     PF_PreRenderInput input{};
     input.output_request = requestOf(asked.value_or(boundsOf(layer)), frame);
@@ -213,7 +213,7 @@ CommandResult Host::smartRender(World* layer, World& output, PreRenderResult con
             "input and output of a render differ in depth from the pre-render's");
     require(output.width() == rect.right - rect.left && output.height() == rect.bottom - rect.top,
             "the output of a render has another size than the pre-render agreed on");
-    require(frame.downsample.larger() >= 1, "the downsample factor of a render is below 1");
+    require(frame.downsample.smaller() >= 1, "the downsample factor of a render is below 1");
     if (layer) m_impl->requireOwnLayout(*layer);
     m_impl->requireOwnLayout(output);
     PF_SmartRenderInput input{};

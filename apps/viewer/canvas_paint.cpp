@@ -29,13 +29,6 @@ bool isSmoothed(double zoom) {
     return zoom < 1 || (zoom < kSquareZoom && zoom != std::floor(zoom));
 }
 
-/// Nowhere further than half a pixel from the screen's own.
-bool isScreens(QPointF zoom, QSize size) {
-    constexpr double kMostAway = 0.5 + 1e-6;
-    return std::abs(zoom.x() - 1) * size.width() <= kMostAway &&
-           std::abs(zoom.y() - 1) * size.height() <= kMostAway;
-}
-
 /// The pixels of an image that the panel shows: drawing far beyond its border takes time.
 QRect visiblePixels(ViewMap const& map, ShownImage const& image) {
     PanelPoint const first = map.toPicture({0, 0});
@@ -67,13 +60,18 @@ void drawImage(QPainter& painter, ViewMap const& map, ShownImage const& image) {
     QRect const part = visiblePixels(map, image);
     if (part.isEmpty()) return;
     QPointF const zoom = image.scale * map.zoom();
-    PanelPoint const at = map.toPanel({image.corner.x() + part.x() * image.scale.x(),
-                                       image.corner.y() + part.y() * image.scale.y()});
-    if (isScreens(zoom, image.pixels.size())) {
-        painter.drawImage(QPoint(int(std::lround(at.x)), int(std::lround(at.y))), image.pixels,
-                          part);
+    if (image.screenZoom == map.zoom() || zoom == QPointF(1, 1)) {
+        // Counted in its own pixels: of a side that is rounded none is half a pixel away.
+        auto const first = [](double pan, double corner, double scale) {
+            return static_cast<int>(std::lround(pan + corner / scale));
+        };
+        QPoint const at(first(map.pan().x, image.corner.x(), image.scale.x()),
+                        first(map.pan().y, image.corner.y(), image.scale.y()));
+        painter.drawImage(at + part.topLeft(), image.pixels, part);
         return;
     }
+    PanelPoint const at = map.toPanel({image.corner.x() + part.x() * image.scale.x(),
+                                       image.corner.y() + part.y() * image.scale.y()});
     painter.setRenderHint(QPainter::SmoothPixmapTransform, isSmoothed(zoom.x()));
     painter.drawImage(QRectF(at.x, at.y, part.width() * zoom.x(), part.height() * zoom.y()),
                       image.pixels, QRectF(part));

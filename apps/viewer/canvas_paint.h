@@ -18,6 +18,7 @@ struct ShownImage {
     QPointF scale = {1, 1};  ///< pixels of the picture to one of these, each way
     QPointF corner;          ///< of the first one, picture pixels
     bool isOpaque = true;
+    double screenZoom = 0;  ///< of the view, where it has just the pixels of the screen
     bool isNull() const { return pixels.isNull(); }
 };
 

@@ -127,19 +127,18 @@ void CompositionCanvas::turnToPins() {
 }
 
 /// The scene's Downsample makes a frame coarser already.
-int CompositionCanvas::coarseOf(ShownPicture shows) const {
+int CompositionCanvas::reduceOf(ShownPicture shows) const {
     bool const isFrame = shows == ShownPicture::kFrame && m_document.isOpen();
-    return isFrame ? m_document.scene().downsample.value_or(1) : 1;
+    return m_map.reduce(isFrame ? m_document.scene().downsample.value_or(1) : 1);
 }
-
-int CompositionCanvas::reduceOf(ShownPicture shows) const { return m_map.reduce(coarseOf(shows)); }
 
 /// Of drafts: they have the screen's own pixels, which are painted as they are. An inverted scene's
 /// frame has no size but by its pins.
 std::optional<PixelSize> CompositionCanvas::screenSize(ShownPicture shows) const {
-    bool const isFrame = shows == ShownPicture::kFrame && m_document.isOpen();
-    if (!isFrame || m_document.scene().isInverted) return std::nullopt;
-    return m_map.screenSize(coarseOf(shows));
+    if (shows != ShownPicture::kFrame || !m_document.isOpen()) return std::nullopt;
+    Scene const& scene = m_document.scene();
+    bool const isPlain = !scene.isInverted && scene.downsample.value_or(1) == 1;
+    return isPlain ? m_map.screenSize() : std::nullopt;
 }
 
 PictureView CompositionCanvas::restView() const {
@@ -240,7 +239,7 @@ void CompositionCanvas::askLoupe() {
     if (!handle || isCurrent(m_loupe) || !isCurrent(m_shown) || !isCoarse(m_shown->view)) return;
     PictureView view = restView();
     view.reduce = 1;
-    view.isDraft = true;
+    view.isDraft = view.isLoupe = true;
     view.part = loupePart(handle->value, placeAhead(view, m_map.picture(), m_document));
     m_isLoupeAsked = askPart(view);
 }
@@ -252,8 +251,7 @@ bool CompositionCanvas::isAtRest() const {
 /// By its view, as the newest request may be another one by now.
 void CompositionCanvas::take(SharedFrame const& frame) {
     PictureView const& view = frame->view;
-    bool const isLoupe = view.isDraft && !view.size && screenSize(view.shows);
-    bool const isFine = isLoupe || view.reduce < reduceOf(view.shows);
+    bool const isFine = view.isLoupe || view.reduce < reduceOf(view.shows);
     bool const isOwn = view.shows == m_look.shows;
     if (isOwn)
         (isFine ? m_loupe : m_shown) = frame;
@@ -280,6 +278,8 @@ ShownImage CompositionCanvas::imageOf(SharedFrame const& frame, PixelLook const&
     PixelRect const part = frame->view.part.value_or(PixelRect{});
     PanelPoint const corner = place.toShown({double(part.left), double(part.top)});
     image.scale = QPointF(place.scale.x, place.scale.y);
+    bool const isOfScreen = frame->view.size && frame->view.size == screenSize(frame->view.shows);
+    image.screenZoom = isOfScreen ? m_map.zoom() : 0;
     image.corner = QPointF(corner.x, corner.y);
     return image;
 }

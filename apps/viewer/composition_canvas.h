@@ -115,7 +115,6 @@ private:
     void turnToPins();
     void holdPlace(bool isFrameSame);
     void dropPlace();
-    int coarseOf(ShownPicture shows) const;
     int reduceOf(ShownPicture shows) const;
     std::optional<PixelSize> screenSize(ShownPicture shows) const;
     Backdrop backdrop() const;

@@ -78,60 +78,49 @@ LoadedFrame FrameStages::load(int frame, int reduce, bool isForFile) {
     return loaded;
 }
 
-/// As `make` makes it of `from`, which is what it was kept of. Of a picture's smaller sizes the
-/// last one is kept.
-template <class Input, class Make>
-std::shared_ptr<Input> FrameStages::sized(std::string const& key,
-                                          std::shared_ptr<Input> const& from, PixelSize to,
-                                          Make const& make) {
-    struct Sized {
-        std::weak_ptr<Input> from;
-        PixelSize size;
-        std::shared_ptr<Input> input;
-    };
-    std::string const name = "sized " + key;
-    auto const kept = m_kept ? m_kept->find<Sized>(name) : nullptr;
-    if (kept && kept->size == to && kept->from.lock() == from) return kept->input;
-    auto const [input, bytes] = make();
-    if (!m_kept) return input;
-    m_kept->keep(name, std::make_shared<Sized>(from, to, input), bytes);
-    return input;
+/// The one that is there, where it is of that size.
+void FrameStages::makeSmaller(std::string const& key, PixelSize to, AlphaForm form,
+                              std::shared_ptr<ReadInput>& input) {
+    World const& all = input->picture;
+    std::shared_ptr<ReadInput>& smaller = input->smaller;
+    if (!smaller || PixelSize{smaller->picture.width(), smaller->picture.height()} != to) {
+        smaller.reset();
+        auto const made = std::make_shared<ReadInput>();
+        made->picture = areaReduced(all, to, form);
+        made->traits = input->traits;
+        smaller = made;
+        if (m_kept) m_kept->setBeside(key, worldBytes(made->picture));
+    }
+    input = std::shared_ptr<ReadInput>(smaller);
 }
 
+namespace {
+
+/// By `make`, unless it is the last one.
+template <class Input, class Make>
+void makeSmaller(SmallerOf<Input>& last, PixelSize to, Make const& make,
+                 std::shared_ptr<Input const>& input) {
+    if (!input) return;
+    if (last.from.lock() != input || last.size != to)
+        last = {input, to, std::make_shared<Input const>(make(*input, to))};
+    input = last.made;
+}
+
+}  // namespace
+
 void FrameStages::sizeTo(int frame, PixelSize to, LoadedFrame& loaded) {
-    PixelSize const most = reduced(m_sizes.frame, loaded.reduction);
-    if (to.width < 1 || to.height < 1 || to.width > most.width || to.height > most.height)
-        throw UserError(ExitCode::kUsage, {"preview", "can't be rendered at",
-                                           fmt::format("{}x{}", to.width, to.height),
-                                           fmt::format("at most {}x{}", most.width, most.height)});
+    to.width = std::clamp(to.width, 1, m_sizes.frame.width);
+    to.height = std::clamp(to.height, 1, m_sizes.frame.height);
     loaded.reduction = loaded.ask.reduction = reductionTo(to);
-    PixelSize const own = isModule() ? to : reduced(m_sizes.layer, loaded.reduction);
-    auto const picture = [&](std::string const& key, std::shared_ptr<ReadInput>& input,
-                             PixelSize size, AlphaForm form) {
-        World const& all = input->picture;
-        size = {std::clamp(size.width, 1, all.width()), std::clamp(size.height, 1, all.height())};
-        input = sized(key, input, size, [&] {
-            auto smaller = std::make_shared<ReadInput>();
-            smaller->picture = areaReduced(all, size, form);
-            smaller->traits = input->traits;
-            return std::pair(smaller, worldBytes(smaller->picture));
-        });
-    };
-    picture(layerKey(frame, loaded.reduce), loaded.layer, own,
-            isModule() ? AlphaForm::kStraight : AlphaForm::kAssociated);
-    if (loaded.plate)
-        picture(plateKey(frame, loaded.reduce), loaded.plate, to, AlphaForm::kAssociated);
-    if (loaded.holdout)
-        loaded.holdout = sized("holdout", loaded.holdout, to, [&] {
-            auto const plane =
-                std::make_shared<ChannelPlane const>(areaReduced(*loaded.holdout, to));
-            return std::pair(plane, std::uint64_t(sizeof(float) * plane->values.size()));
-        });
-    if (loaded.map)
-        loaded.map = sized("map", loaded.map, to, [&] {
-            auto const map = std::make_shared<StMap const>(reducedMap(*loaded.map, to));
-            return std::pair(map, std::uint64_t(sizeof(float) * map->positions.size()));
-        });
+    if (isModule()) makeSmaller(layerKey(frame, 1), to, AlphaForm::kStraight, loaded.layer);
+    if (loaded.plate) makeSmaller(plateKey(frame, 1), to, AlphaForm::kAssociated, loaded.plate);
+    zelk::makeSmaller(
+        m_smallerHoldout, to,
+        [](ChannelPlane const& plane, PixelSize size) { return areaReduced(plane, size); },
+        loaded.holdout);
+    zelk::makeSmaller(
+        m_smallerMap, to, [](StMap const& map, PixelSize size) { return reducedMap(map, size); },
+        loaded.map);
 }
 
 /// All that the layer's pixels depend on, but for colour spaces.
@@ -298,6 +287,7 @@ bool convert(ReadInput& input, SharedTransform const& way, ColorSpace const& fro
     if (isDone) return input.conversion == wanted;
     way->apply(input.picture, form);
     input.conversion = wanted;
+    input.smaller.reset();
     return true;
 }
 

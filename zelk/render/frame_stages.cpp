@@ -450,9 +450,13 @@ std::uint64_t FrameStages::frameBytes(int reduce) const {
     return isModule() ? moduleBytes(*m_host, askOf(reduce)) : bytesInMemory(downsample() * reduce);
 }
 
-void FrameStages::requireMemory(int reduce) const {
-    if (isModule()) return zelk::requireMemory(*m_host, askOf(reduce));
-    std::uint64_t const need = frameBytes(reduce);
+void FrameStages::requireMemory(int reduce, std::uint64_t besides) const {
+    if (isModule()) {
+        ModuleRender ask = askOf(reduce);
+        ask.besidesBytes += besides;
+        return zelk::requireMemory(*m_host, ask);
+    }
+    std::uint64_t const need = frameBytes(reduce) + besides;
     int const n = downsample() * reduce;
     if (need > availableBytes())
         throw tooLarge(reduced(m_sizes.layer, n), reduced(m_sizes.frame, n), need);

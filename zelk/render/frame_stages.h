@@ -47,7 +47,7 @@ struct LoadedFrame {
     Reduction reduction;    ///< of the render
     PixelMargins overscan;  ///< of the plate, around the frame
     std::shared_ptr<ChannelPlane const> holdout;
-    std::optional<PixelRect> part;  ///< of the reduced picture, within it, that is wanted
+    std::optional<PixelRect> part;  ///< of the picture as it is rendered, within it, that is wanted
     bool isForScreen = false;       ///< RenderedFrame::rest may be left to who shows it
     FrameColors colors;
     std::shared_ptr<Explanation> explanation;  ///< of the frame; null where none is asked for
@@ -67,6 +67,14 @@ struct RenderedFrame {
     FrameColors colors;  ///< the picture is in the working space
     std::shared_ptr<Explanation> explanation;
     FrameRest rest;  ///< of one that isForScreen
+};
+
+/// What was made of something at a smaller size.
+template <class Input>
+struct SmallerOf {
+    std::weak_ptr<Input const> from;
+    PixelSize size;
+    std::shared_ptr<Input const> made;
 };
 
 /// Truncated.
@@ -134,7 +142,7 @@ public:
     /// Bytes that a frame takes, reduced so, its inputs among them.
     std::uint64_t frameBytes(int reduce) const;
     /// Throws an input error where they are more than the memory allows.
-    void requireMemory(int reduce) const;
+    void requireMemory(int reduce, std::uint64_t besides = 0) const;
     /// Throws about what leaves no pixel.
     void requireReduced(int reduce) const;
 
@@ -157,8 +165,9 @@ public:
     void check(int frame);
     /// A frame that is not for the output's file has no overscan.
     LoadedFrame load(int frame, int reduce = 1, bool isForFile = true);
-    /// Makes the inputs of a loaded frame smaller, so that the frame has that size, without Grow
-    /// Bounds: at most the one that it was loaded for. Smaller inputs are kept with the others.
+    /// Makes the inputs of a frame that was loaded in full smaller, so that the frame has that size
+    /// without Grow Bounds, or its own where that is less. On the memory road the layer stays: it
+    /// has any size. Smaller inputs stay as long as those that they are made of, one each.
     void sizeTo(int frame, PixelSize to, LoadedFrame& loaded);
     RenderedFrame render(int frame, LoadedFrame loaded);
     void store(int frame, RenderedFrame rendered);
@@ -224,9 +233,8 @@ private:
                         PixelMargins const& overscan) const;
     Reduction reductionTo(PixelSize size) const;
     int holdoutReduce(LoadedFrame const& loaded) const;
-    template <class Input, class Make>
-    std::shared_ptr<Input> sized(std::string const& key, std::shared_ptr<Input> const& from,
-                                 PixelSize to, Make const& make);
+    void makeSmaller(std::string const& key, PixelSize to, AlphaForm form,
+                     std::shared_ptr<ReadInput>& input);
     void plan(PinFrame const& frame, FrameRequest const& moment, Depth depth,
               Explanation* explanation = nullptr);
     void warnOfShrink(std::vector<Parameter> const& parameters, PlanReport const& plan);
@@ -264,6 +272,8 @@ private:
     std::atomic<bool> m_isStopped{false};
     std::atomic<bool> const* m_watched = nullptr;
     KeptInputs* m_kept = nullptr;
+    SmallerOf<ChannelPlane> m_smallerHoldout;
+    SmallerOf<StMap> m_smallerMap;
 };
 
 }  // namespace zelk

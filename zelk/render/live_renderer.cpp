@@ -130,14 +130,15 @@ void LiveRenderer::makeRoomFor(std::uint64_t bytes) {
 
 void LiveRenderer::requireMemory(FrameStages const& stages, int frame, LiveView const& view) {
     int const reduce = view.reduce;
-    std::uint64_t need = stages.frameBytes(reduce);
-    // Smaller inputs are there beside those that they are made of.
-    if (view.size)
-        need += 2 * 16 * std::uint64_t(view.size->width) * std::uint64_t(view.size->height);
+    // Smaller inputs are there beside those that they are made of: picture, holdout, lens map.
+    PixelSize const smaller = view.size.value_or(PixelSize{});
+    std::uint64_t const besides =
+        (16 + 4 + 8) * std::uint64_t(smaller.width) * std::uint64_t(smaller.height);
+    std::uint64_t const need = stages.frameBytes(reduce) + besides;
     if (m_fitting.frame == frame && m_fitting.reduce == reduce && need <= m_fitting.bytes) return;
     m_fitting = {};
     makeRoomFor(need);
-    stages.requireMemory(reduce);
+    stages.requireMemory(reduce, besides);
     m_fitting = {frame, reduce, need};
 }
 
@@ -148,6 +149,9 @@ RenderedFrame LiveRenderer::rendered(int frame, LiveView const& view, bool isFor
         m_stages->keepInputs(&m_kept);
         m_isSettled = false;
     }
+    if (view.size && view.reduce * m_scene.downsample.value_or(1) != 1)
+        throw UserError(ExitCode::kUsage,
+                        "preview: a reduced picture can't have a size of its own");
     Watch const watch(*m_stages, isStopped);
     FrameStages& stages = stagesAt(frame, view.isBlurred);
     stages.requireReduced(view.reduce);

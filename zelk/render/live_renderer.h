@@ -6,9 +6,10 @@
 //   renderer.setValues(edited);            // the same with other parameters
 //   shown = renderer.picture(1001, {.reduce = 2});
 //
-// Pixels are those of FrameRenderer, to the bit. Inputs stay in memory, decoded, reduced and in the
-// working space, as long as their files stay as they are: a scene with other values costs its
-// rendering alone. Of another scene those inputs stay that it has too.
+// Pixels are those of FrameRenderer, to the bit, but of a view that has a size: such a draft is
+// rendered with fewer pixels, of inputs that are made smaller by area. Inputs stay in memory,
+// decoded, reduced and in the working space, as long as their files stay as they are: a scene with
+// other values costs its rendering alone. Of another scene those inputs stay that it has too.
 //
 // One thread at a time; a picture under way ends when the caller's flag is set, from any thread:
 // within a frame between samples of motion blur, else between its stages.
@@ -35,9 +36,11 @@ struct LiveView {
     enum class Shows { kFrame, kLayer, kPlate };
     Shows shows = Shows::kFrame;
     int reduce = 1;  ///< as in PreviewOptions
-    /// Of a frame, without Grow Bounds: made smaller still, by area, to just that many pixels.
+    /// Of the frame as it is rendered, without Grow Bounds, at most its own: for a draft of just
+    /// the pixels of a screen. At full resolution alone, else an error; a layer or a plate by
+    /// itself has its own size.
     std::optional<PixelSize> size = {};
-    std::optional<PixelRect> part = {};  ///< as in PreviewOptions
+    std::optional<PixelRect> part = {};  ///< as in PreviewOptions; of the picture of that size
     bool isBlurred = true;               ///< false: without motion blur
 };
 
@@ -52,7 +55,7 @@ struct LiveScreen {
 struct LivePicture {
     World display;         ///< 8 bits, straight, in the display's space (screen_picture.h)
     PictureBuffer stored;  ///< where asked for: FrameStages::asFile, or an input as read, if whole
-    PixelSize whole;       ///< of the reduced picture that the part is of
+    PixelSize whole;       ///< of the picture, as it is rendered, that the part is of
 };
 
 class FrameStages;

@@ -16,8 +16,8 @@ auto tied(PixelRect const& r) { return std::tie(r.left, r.top, r.right, r.bottom
 bool operator==(PictureView const& a, PictureView const& b) {
     bool const isPart =
         a.part.has_value() == b.part.has_value() && (!a.part || tied(*a.part) == tied(*b.part));
-    return isPart && std::tie(a.shows, a.reduce, a.size, a.isDraft, a.displayView) ==
-                         std::tie(b.shows, b.reduce, b.size, b.isDraft, b.displayView);
+    return isPart && std::tie(a.shows, a.reduce, a.size, a.isDraft, a.isLoupe, a.displayView) ==
+                         std::tie(b.shows, b.reduce, b.size, b.isDraft, b.isLoupe, b.displayView);
 }
 
 std::uint64_t ShownFrame::bytes() const {

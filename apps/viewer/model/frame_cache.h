@@ -20,11 +20,12 @@ namespace zelk {
 struct PictureView {
     ShownPicture shows = ShownPicture::kFrame;
     int reduce = 1;                      ///< 1 for all pixels, n for block means of n x n
-    std::optional<PixelSize> size = {};  ///< of a frame, smaller still: LiveView::size
-    std::optional<PixelRect> part = {};  ///< of the reduced picture; nothing: all
+    std::optional<PixelSize> size = {};  ///< of a draft: LiveView::size
+    std::optional<PixelRect> part = {};  ///< of the picture as it is rendered; nothing: all
     /// As soon as can be, for a picture that will change again: without motion blur, and without
     /// the values of its file.
     bool isDraft = false;
+    bool isLoupe = false;  ///< a draft with all pixels, of what is around a pin
     /// One of displayNames (zelk/render/scene_colors.h); nothing: sRGB.
     std::optional<std::string> displayView = {};
 
@@ -41,7 +42,7 @@ struct ShownFrame {
     /// The values of the output's file, of the same part; of frames at reduce 1 alone, and of no
     /// draft.
     PictureBuffer stored;
-    PixelSize whole;                    ///< of the reduced picture that `part` was cut from
+    PixelSize whole;                    ///< of the picture that `part` was cut from
     std::string files;                  ///< that it was made of (file_stamps.h)
     std::string error;                  ///< a sentence; empty where there is a picture
     std::vector<std::string> warnings;  ///< of the scene's values; of frames alone

@@ -29,11 +29,6 @@ LiveView liveViewOf(PictureView const& view) {
     return live;
 }
 
-/// A loupe's has all pixels.
-bool isFiner(PictureView const& a, PictureView const& b) {
-    return a.reduce < b.reduce || (!a.size && b.size);
-}
-
 /// Of what no UserError tells.
 std::string failureOf(std::exception const& error, int frame) {
     if (!dynamic_cast<std::bad_alloc const*>(&error)) return error.what();
@@ -70,14 +65,14 @@ void FrameService::ask(SceneSnapshot scene, PictureView view) {
 }
 
 /// What is under way goes on where it is the very picture, or a draft and another one is wanted. A
-/// finer one, for a loupe, would hold that up.
+/// loupe's would hold that up.
 void FrameService::take(Wish wish) {
     if (m_current && m_current->isSame(wish)) {
         m_isCurrentWanted = true;
         return;
     }
     bool const areDrafts = m_current && m_isCurrentWanted && m_current->view.isDraft &&
-                           wish.view.isDraft && !isFiner(m_current->view, wish.view);
+                           wish.view.isDraft && (wish.view.isLoupe || !m_current->view.isLoupe);
     if (!areDrafts) m_isStopped = true, m_current.reset();
     m_wish = std::move(wish);
 }

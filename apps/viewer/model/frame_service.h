@@ -5,9 +5,9 @@
 //
 // A request that comes while another one is under way stops it and takes its place; what waits is
 // replaced. So a drag never queues up. A draft is not stopped by the next one, which waits for it:
-// else a mouse that moves faster than drafts are made would show none of them; but for a finer one,
-// which is a loupe's. Pictures are kept, up to a budget of bytes, the least recently used go: undo,
-// scrubbing and play find their frames. A request stops what is prefetched, which goes on after it.
+// else a mouse that moves faster than drafts are made would show none of them; but for a loupe's.
+// Pictures are kept, up to a budget of bytes, the least recently used go: undo, scrubbing and play
+// find their frames. A request stops what is prefetched, which goes on after it.
 //
 // The worker has a renderer of its own (zelk/render/live_renderer.h), whose inputs stay in memory.
 // Rendering itself is on as many threads as OpenMP has.

@@ -119,14 +119,12 @@ int ViewMap::reduce(int coarse) const {
                       std::max(1, most));
 }
 
-std::optional<PixelSize> ViewMap::screenSize(int coarse) const {
-    int const n = reduce(coarse) * coarse;
-    PixelSize const own = {m_picture.width / n, m_picture.height / n};
-    auto const side = [&](int length, int most) {
-        return std::clamp(static_cast<int>(std::lround(length * m_zoom)), 1, most);
-    };
-    PixelSize const size = {side(m_picture.width, own.width), side(m_picture.height, own.height)};
-    return size == own ? std::nullopt : std::optional(size);
+std::optional<PixelSize> ViewMap::screenSize() const {
+    auto const side = [&](int length) { return static_cast<int>(std::lround(length * m_zoom)); };
+    PixelSize const size = {side(m_picture.width), side(m_picture.height)};
+    bool const isFewer = m_zoom < 1 && size != m_picture;
+    bool const isHalf = 2 * size.width < m_picture.width || 2 * size.height < m_picture.height;
+    return isFewer && !isHalf && reduce() == 1 ? std::optional(size) : std::nullopt;
 }
 
 PixelRect ViewMap::part(int reduce) const {

@@ -54,9 +54,9 @@ public:
     /// How much coarser than the picture the screen is: at least 1. Of a picture that is coarser by
     /// itself already, how much more.
     int reduce(int coarse = 1) const;
-    /// How many pixels of the screen all of the picture takes; nothing where it has no more of its
-    /// own, reduced so.
-    std::optional<PixelSize> screenSize(int coarse = 1) const;
+    /// How many pixels of the screen all of the picture takes, where they are fewer than it has and
+    /// more than half as many each way. Below half resolution the effect reads the nearest pixel.
+    std::optional<PixelSize> screenSize() const;
     /// What the panel shows of the picture reduced so, with a pixel around it that smoothing
     /// reads. Empty where nothing is to be seen.
     PixelRect part(int reduce) const;

@@ -271,7 +271,7 @@ TEST_F(ServiceTest, TellsWhatFailsByTheFilesNameAndGoesOn) {
 // A mouse that moves faster than pictures are made still shows drafts.
 TEST_F(ServiceTest, DraftsAreNotStoppedByDrafts) {
     document.start(sceneOf(1600, 1200));
-    PictureView const draft{.isDraft = true}, coarse{.reduce = 2, .isDraft = true};
+    PictureView const draft{.isDraft = true, .isLoupe = true}, coarse{.reduce = 2, .isDraft = true};
     for (int i = 0; i < 40; ++i) {
         service.ask(move(i), draft);
         std::this_thread::sleep_for(2ms);
