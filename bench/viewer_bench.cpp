@@ -147,12 +147,12 @@ ViewMap oneToOne(PixelSize frame, PixelSize panel) {
 }
 
 /// As the composition panel asks.
-PictureView viewFor(ViewMap const& map, bool isDraft) {
+PictureView viewFor(ViewMap const& map, bool isDraft, bool fades = false) {
     PictureView view;
     view.reduce = map.reduce();
     view.isDraft = isDraft;
     if (!isDraft) return view;
-    view.size = map.screenSize();
+    if (!fades) view.size = map.screenSize();
     PixelSize const whole = view.size.value_or(
         PixelSize{map.picture().width / view.reduce, map.picture().height / view.reduce});
     view.part = map.part(PicturePlace{
@@ -185,13 +185,14 @@ constexpr auto kBetweenMoves = std::chrono::milliseconds(6);
 Times timesOf(Document& document, Screen& screen, ViewMap const& sight, bool isDraft, int runs) {
     Times times;
     static int step = 0;
+    bool const fades = document.valueOf(kParamQuality)[0] == hostEntry(kQualitySuperSample);
     PixelSize const size = document.frameSize();
     document.beginAct("Drag");
     for (int i = 0; i < runs + 2; ++i) {
         std::this_thread::sleep_for(kBetweenMoves);
         auto const start = Clock::now();
         drag(document, size, ++step);
-        screen.shown(document.snapshot(), viewFor(sight, isDraft));
+        screen.shown(document.snapshot(), viewFor(sight, isDraft, fades));
         if (i >= 2) times.ms.push_back(msSince(start));
     }
     document.endAct();

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <utility>
 
+#include "Transform/Common/PopupEntries.h"
 #include "apps/viewer/model/pin_names.h"
 #include "apps/viewer/model/readout.h"
 #include "apps/viewer/painter_port.h"
@@ -133,11 +134,12 @@ int CompositionCanvas::reduceOf(ShownPicture shows) const {
 }
 
 /// Of drafts: they have the screen's own pixels, which are painted as they are. An inverted scene's
-/// frame has no size but by its pins.
+/// frame has no size but by its pins; Super Sample's fade depends on how many pixels there are.
 std::optional<PixelSize> CompositionCanvas::screenSize(ShownPicture shows) const {
     if (shows != ShownPicture::kFrame || !m_document.isOpen()) return std::nullopt;
     Scene const& scene = m_document.scene();
-    bool const isPlain = !scene.isInverted && scene.downsample.value_or(1) == 1;
+    bool const fades = m_document.valueOf(kParamQuality)[0] == hostEntry(kQualitySuperSample);
+    bool const isPlain = !scene.isInverted && scene.downsample.value_or(1) == 1 && !fades;
     return isPlain ? m_map.screenSize() : std::nullopt;
 }
 
@@ -251,7 +253,7 @@ bool CompositionCanvas::isAtRest() const {
 /// By its view, as the newest request may be another one by now.
 void CompositionCanvas::take(SharedFrame const& frame) {
     PictureView const& view = frame->view;
-    bool const isFine = view.isLoupe || view.reduce < reduceOf(view.shows);
+    bool const isFine = view.isLoupe || (!view.size && view.reduce < reduceOf(view.shows));
     bool const isOwn = view.shows == m_look.shows;
     if (isOwn)
         (isFine ? m_loupe : m_shown) = frame;

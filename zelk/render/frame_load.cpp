@@ -78,49 +78,69 @@ LoadedFrame FrameStages::load(int frame, int reduce, bool isForFile) {
     return loaded;
 }
 
-/// The one that is there, where it is of that size.
-void FrameStages::makeSmaller(std::string const& key, PixelSize to, AlphaForm form,
-                              std::shared_ptr<ReadInput>& input) {
-    World const& all = input->picture;
-    std::shared_ptr<ReadInput>& smaller = input->smaller;
-    if (!smaller || PixelSize{smaller->picture.width(), smaller->picture.height()} != to) {
-        smaller.reset();
-        auto const made = std::make_shared<ReadInput>();
-        made->picture = areaReduced(all, to, form);
-        made->traits = input->traits;
-        smaller = made;
-        if (m_kept) m_kept->setBeside(key, worldBytes(made->picture));
-    }
-    input = std::shared_ptr<ReadInput>(smaller);
-}
-
 namespace {
+
+template <class Input>
+bool isOf(Input const&, Input const&) {
+    return true;
+}
+/// Colours may have been converted since.
+bool isOf(ReadInput const& made, ReadInput const& from) {
+    return made.conversion == from.conversion;
+}
 
 /// By `make`, unless it is the last one.
 template <class Input, class Make>
-void makeSmaller(SmallerOf<Input>& last, PixelSize to, Make const& make,
-                 std::shared_ptr<Input const>& input) {
+void makeSmaller(SmallerOf<Input>& last, PixelSize to, std::shared_ptr<Input>& input,
+                 Make const& make) {
     if (!input) return;
-    if (last.from.lock() != input || last.size != to)
-        last = {input, to, std::make_shared<Input const>(make(*input, to))};
+    if (last.from.lock() != input || last.size != to || !isOf(*last.made, *input)) {
+        last = {};
+        auto made = make(*input, to);
+        last = {input, to, std::make_shared<Input>(std::move(made))};
+    }
     input = last.made;
+}
+
+ReadInput smallerPicture(ReadInput const& input, PixelSize to, AlphaForm form) {
+    ReadInput made;
+    made.picture = areaReduced(input.picture, to, form);
+    made.traits = input.traits;
+    made.conversion = input.conversion;
+    return made;
+}
+
+std::uint64_t bytesOf(std::shared_ptr<ReadInput> const& input) {
+    return input ? worldBytes(input->picture) : 0;
 }
 
 }  // namespace
 
-void FrameStages::sizeTo(int frame, PixelSize to, LoadedFrame& loaded) {
+void FrameStages::sizeTo(PixelSize to, LoadedFrame& loaded) {
     to.width = std::clamp(to.width, 1, m_sizes.frame.width);
     to.height = std::clamp(to.height, 1, m_sizes.frame.height);
     loaded.reduction = loaded.ask.reduction = reductionTo(to);
-    if (isModule()) makeSmaller(layerKey(frame, 1), to, AlphaForm::kStraight, loaded.layer);
-    if (loaded.plate) makeSmaller(plateKey(frame, 1), to, AlphaForm::kAssociated, loaded.plate);
-    zelk::makeSmaller(
-        m_smallerHoldout, to,
-        [](ChannelPlane const& plane, PixelSize size) { return areaReduced(plane, size); },
-        loaded.holdout);
-    zelk::makeSmaller(
-        m_smallerMap, to, [](StMap const& map, PixelSize size) { return reducedMap(map, size); },
-        loaded.map);
+    auto const straight = [](ReadInput const& input, PixelSize size) {
+        return smallerPicture(input, size, AlphaForm::kStraight);
+    };
+    auto const associated = [](ReadInput const& input, PixelSize size) {
+        return smallerPicture(input, size, AlphaForm::kAssociated);
+    };
+    auto const plane = [](ChannelPlane const& holdout, PixelSize size) {
+        return areaReduced(holdout, size);
+    };
+    auto const positions = [](StMap const& map, PixelSize size) { return reducedMap(map, size); };
+    if (isModule()) makeSmaller(m_smaller.layer, to, loaded.layer, straight);
+    makeSmaller(m_smaller.plate, to, loaded.plate, associated);
+    makeSmaller(m_smaller.holdout, to, loaded.holdout, plane);
+    makeSmaller(m_smaller.map, to, loaded.map, positions);
+}
+
+std::uint64_t FrameStages::smallerBytes() const {
+    auto const& [layer, plate, holdout, map] = m_smaller;
+    return bytesOf(layer.made) + bytesOf(plate.made) +
+           sizeof(float) * ((holdout.made ? holdout.made->values.size() : 0) +
+                            (map.made ? map.made->positions.size() : 0));
 }
 
 /// All that the layer's pixels depend on, but for colour spaces.
@@ -287,7 +307,6 @@ bool convert(ReadInput& input, SharedTransform const& way, ColorSpace const& fro
     if (isDone) return input.conversion == wanted;
     way->apply(input.picture, form);
     input.conversion = wanted;
-    input.smaller.reset();
     return true;
 }
 

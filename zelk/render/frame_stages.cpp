@@ -407,20 +407,26 @@ std::uint64_t FrameStages::bytesInFlight() const {
     return isModule() ? renderBytes(size) : bytesInMemory(downsample());
 }
 
+namespace {
+
+std::uint64_t pixels(PixelSize of) { return std::uint64_t(of.width) * std::uint64_t(of.height); }
+
+}  // namespace
+
 /// Of the memory road.
 std::uint64_t FrameStages::bytesInMemory(int reduce) const {
-    PixelSize const layer = reduced(m_sizes.layer, reduce);
-    PixelSize const frame = reduced(m_sizes.frame, reduce) + m_sizes.overscan;
-    auto const pixels = [](PixelSize of) {
-        return std::uint64_t(of.width) * std::uint64_t(of.height);
-    };
     bool const isKept = m_files.plate && (m_kept || m_inFlight > 1 || reduce > 1);
-    std::uint64_t const plate = isKept ? 16 * pixels(frame) : 0;
+    PixelSize const frame = reduced(m_sizes.frame, reduce) + m_sizes.overscan;
+    return (isKept ? 16 * pixels(frame) : 0) + bytesInMemory(reduced(m_sizes.layer, reduce), frame);
+}
+
+/// But for the plate.
+std::uint64_t FrameStages::bytesInMemory(PixelSize layer, PixelSize frame) const {
     // Of Quality "best": halves of halves of the layer.
     std::uint64_t const pyramid = m_scene.isBest ? 16 * pixels(layer) / 3 : 0;
     // Numbered maps are as many as frames; a scan through one has corners of pixels too.
     std::uint64_t const map = m_files.stMap ? (8 + 16) * pixels(frame) : 0;
-    return plate + pyramid + map + m_besidesBytes +
+    return pyramid + map + m_besidesBytes +
            frameRenderBytes(layer.width, layer.height, frame.width, frame.height);
 }
 
@@ -440,23 +446,32 @@ UserError FrameStages::tooLarge(PixelSize layer, PixelSize frame, std::uint64_t 
                                           frame.width, frame.height, need / 1'000'000)};
 }
 
-ModuleRender FrameStages::askOf(int reduce) const {
+ModuleRender FrameStages::askOf(int reduce, std::optional<PixelSize> to) const {
     ModuleRender ask = m_ask;
     ask.reduceBy(reduce);
+    if (!to) return ask;
+    ask.reduction = reductionTo(*to);
+    ask.besidesBytes += sourceBytes();
     return ask;
 }
 
-std::uint64_t FrameStages::frameBytes(int reduce) const {
-    return isModule() ? moduleBytes(*m_host, askOf(reduce)) : bytesInMemory(downsample() * reduce);
+/// Of the inputs that smaller ones are made of.
+std::uint64_t FrameStages::sourceBytes() const {
+    if (isModule()) return std::uint64_t(pixelBytes(m_ask.depth)) * pixels(m_sizes.layer);
+    int const planes = (m_files.plate ? 16 : 0) + (m_files.stMap ? 8 : 0);
+    return std::uint64_t(planes) * pixels(m_sizes.frame);
 }
 
-void FrameStages::requireMemory(int reduce, std::uint64_t besides) const {
-    if (isModule()) {
-        ModuleRender ask = askOf(reduce);
-        ask.besidesBytes += besides;
-        return zelk::requireMemory(*m_host, ask);
-    }
-    std::uint64_t const need = frameBytes(reduce) + besides;
+std::uint64_t FrameStages::frameBytes(int reduce, std::optional<PixelSize> to) const {
+    if (isModule()) return moduleBytes(*m_host, askOf(reduce, to));
+    if (!to) return bytesInMemory(downsample() * reduce);
+    std::uint64_t const plate = m_files.plate ? 16 * pixels(*to) : 0;
+    return sourceBytes() + plate + bytesInMemory(m_sizes.layer, *to);
+}
+
+void FrameStages::requireMemory(int reduce, std::optional<PixelSize> to) const {
+    if (isModule()) return zelk::requireMemory(*m_host, askOf(reduce, to));
+    std::uint64_t const need = frameBytes(reduce, to);
     int const n = downsample() * reduce;
     if (need > availableBytes())
         throw tooLarge(reduced(m_sizes.layer, n), reduced(m_sizes.frame, n), need);

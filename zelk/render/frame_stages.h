@@ -69,12 +69,17 @@ struct RenderedFrame {
     FrameRest rest;  ///< of one that isForScreen
 };
 
-/// What was made of something at a smaller size.
+/// What was made last of an input at a smaller size.
 template <class Input>
 struct SmallerOf {
-    std::weak_ptr<Input const> from;
+    std::weak_ptr<Input> from;
     PixelSize size;
-    std::shared_ptr<Input const> made;
+    std::shared_ptr<Input> made;
+};
+struct SmallerInputs {
+    SmallerOf<ReadInput> layer, plate;
+    SmallerOf<ChannelPlane const> holdout;
+    SmallerOf<StMap const> map;
 };
 
 /// Truncated.
@@ -139,10 +144,10 @@ public:
     /// none; it outlives the renders.
     void watch(std::atomic<bool> const* isStopped);
     SceneColors& colors() { return *m_colors; }
-    /// Bytes that a frame takes, reduced so, its inputs among them.
-    std::uint64_t frameBytes(int reduce) const;
+    /// Bytes that a frame takes, reduced so or sized (sizeTo), its inputs among them.
+    std::uint64_t frameBytes(int reduce, std::optional<PixelSize> to = {}) const;
     /// Throws an input error where they are more than the memory allows.
-    void requireMemory(int reduce, std::uint64_t besides = 0) const;
+    void requireMemory(int reduce, std::optional<PixelSize> to = {}) const;
     /// Throws about what leaves no pixel.
     void requireReduced(int reduce) const;
 
@@ -167,8 +172,10 @@ public:
     LoadedFrame load(int frame, int reduce = 1, bool isForFile = true);
     /// Makes the inputs of a frame that was loaded in full smaller, so that the frame has that size
     /// without Grow Bounds, or its own where that is less. On the memory road the layer stays: it
-    /// has any size. Smaller inputs stay as long as those that they are made of, one each.
-    void sizeTo(int frame, PixelSize to, LoadedFrame& loaded);
+    /// has any size. The last smaller one of each input stays for the next frame.
+    void sizeTo(PixelSize to, LoadedFrame& loaded);
+    std::uint64_t smallerBytes() const;
+    void dropSmaller() { m_smaller = {}; }
     RenderedFrame render(int frame, LoadedFrame loaded);
     void store(int frame, RenderedFrame rendered);
     /// The same to memory, of a frame that is not for the output's file.
@@ -227,14 +234,14 @@ private:
     World layerWorld(int frame, FrameColors& colors);
     std::uint64_t bytesInFlight() const;
     std::uint64_t bytesInMemory(int reduce) const;
+    std::uint64_t bytesInMemory(PixelSize layer, PixelSize frame) const;
+    std::uint64_t sourceBytes() const;
     UserError tooLarge(PixelSize layer, PixelSize frame, std::uint64_t need) const;
-    ModuleRender askOf(int reduce) const;
+    ModuleRender askOf(int reduce, std::optional<PixelSize> to) const;
     PinFrame pinFrameOf(ModuleRender const& ask, Reduction const& memory,
                         PixelMargins const& overscan) const;
     Reduction reductionTo(PixelSize size) const;
     int holdoutReduce(LoadedFrame const& loaded) const;
-    void makeSmaller(std::string const& key, PixelSize to, AlphaForm form,
-                     std::shared_ptr<ReadInput>& input);
     void plan(PinFrame const& frame, FrameRequest const& moment, Depth depth,
               Explanation* explanation = nullptr);
     void warnOfShrink(std::vector<Parameter> const& parameters, PlanReport const& plan);
@@ -272,8 +279,7 @@ private:
     std::atomic<bool> m_isStopped{false};
     std::atomic<bool> const* m_watched = nullptr;
     KeptInputs* m_kept = nullptr;
-    SmallerOf<ChannelPlane> m_smallerHoldout;
-    SmallerOf<StMap> m_smallerMap;
+    SmallerInputs m_smaller;
 };
 
 }  // namespace zelk

@@ -30,16 +30,6 @@ void KeptInputs::keep(std::string const& key, std::shared_ptr<void> input, std::
     }
 }
 
-void KeptInputs::setBeside(std::string const& key, std::uint64_t bytes) {
-    if (auto const found = at(key); found != m_inputs.end()) found->besideBytes = bytes;
-}
-
-std::uint64_t KeptInputs::bytes() const {
-    std::uint64_t all = m_bytes;
-    for (Kept const& kept : m_inputs) all += kept.besideBytes;
-    return all;
-}
-
 void KeptInputs::drop(std::string const& key) {
     auto const found = at(key);
     if (found == m_inputs.end()) return;

@@ -29,8 +29,6 @@ struct ReadInput {
     /// From and to, of a picture whose colours are converted; nothing: as they were read.
     std::optional<std::pair<ColorSpace, ColorSpace>> conversion;
     std::shared_ptr<PictureBuffer const> source;  ///< held, so that no other one has its address
-    /// The same made smaller, as the last draft had it; null until there was one.
-    std::shared_ptr<ReadInput> smaller;
 };
 
 inline std::uint64_t worldBytes(World const& world) {
@@ -55,17 +53,15 @@ public:
         return input;
     }
     void keep(std::string const& key, std::shared_ptr<void> input, std::uint64_t bytes);
-    /// What is held beside an input and goes with it: none is let go for that.
-    void setBeside(std::string const& key, std::uint64_t bytes);
     void drop(std::string const& key);
     void clear() { m_inputs.clear(), m_bytes = 0; }
-    std::uint64_t bytes() const;  ///< of all, what is beside them too
+    std::uint64_t bytes() const { return m_bytes; }
 
 private:
     struct Kept {
         std::string key;
         std::shared_ptr<void> input;
-        std::uint64_t bytes, besideBytes = 0;
+        std::uint64_t bytes;
     };
 
     std::shared_ptr<void> findAny(std::string const& key);

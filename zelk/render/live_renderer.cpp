@@ -125,20 +125,17 @@ void LiveRenderer::makeRoomFor(std::uint64_t bytes) {
     if (bytes <= availableBytes()) return;
     m_shownPlate = {};
     m_kept.clear();
+    if (m_stages) m_stages->dropSmaller();
     if (m_makeRoom) m_makeRoom();
 }
 
 void LiveRenderer::requireMemory(FrameStages const& stages, int frame, LiveView const& view) {
     int const reduce = view.reduce;
-    // Smaller inputs are there beside those that they are made of: picture, holdout, lens map.
-    PixelSize const smaller = view.size.value_or(PixelSize{});
-    std::uint64_t const besides =
-        (16 + 4 + 8) * std::uint64_t(smaller.width) * std::uint64_t(smaller.height);
-    std::uint64_t const need = stages.frameBytes(reduce) + besides;
+    std::uint64_t const need = stages.frameBytes(reduce, view.size);
     if (m_fitting.frame == frame && m_fitting.reduce == reduce && need <= m_fitting.bytes) return;
     m_fitting = {};
     makeRoomFor(need);
-    stages.requireMemory(reduce, besides);
+    stages.requireMemory(reduce, view.size);
     m_fitting = {frame, reduce, need};
 }
 
@@ -157,7 +154,7 @@ RenderedFrame LiveRenderer::rendered(int frame, LiveView const& view, bool isFor
     stages.requireReduced(view.reduce);
     requireMemory(stages, frame, view);
     LoadedFrame loaded = stages.load(frame, view.reduce, false);
-    if (view.size) stages.sizeTo(frame, *view.size, loaded);
+    if (view.size) stages.sizeTo(*view.size, loaded);
     loaded.part = view.part;
     loaded.isForScreen = isForScreen;
     return stages.render(frame, std::move(loaded));
@@ -213,7 +210,8 @@ World const* LiveRenderer::shownPlate(RenderedFrame const& now, ScreenWay const&
 }
 
 std::uint64_t LiveRenderer::inputBytes() const {
-    return m_kept.bytes() + worldBytes(m_shownPlate.picture);
+    std::uint64_t const smaller = m_stages ? m_stages->smallerBytes() : 0;
+    return m_kept.bytes() + smaller + worldBytes(m_shownPlate.picture);
 }
 
 /// Before an input is read that is shown by itself. A frame that fitted may not do so beside it.

@@ -68,9 +68,11 @@ class Live : public zelk_test::ZelkTest {
 protected:
     void SetUp() override {
         zelk_test::writePicture(at("a8.png"), noise<std::uint8_t>(40, 32, 4, 1));
-        auto flat = noise<std::uint8_t>(40, 32, 3, 1);
-        std::fill(flat.values.begin(), flat.values.end(), std::uint8_t{160});
-        zelk_test::writePicture(at("flat.png"), flat);
+        auto ramp = noise<std::uint8_t>(40, 32, 3, 1);
+        for (std::size_t i = 0; i < ramp.values.size(); ++i)
+            ramp.values[i] =
+                static_cast<std::uint8_t>(i % 3 ? 40 + i / 120 : 40 + i / 3 % 40);
+        zelk_test::writePicture(at("ramp.png"), ramp);
         zelk_test::writePicture(at("a16.png"), noise<std::uint16_t>(40, 32, 4, 2));
         zelk_test::writePicture(at("af.exr"), noise<float>(40, 32, 4, 3));
         for (int frame = 1; frame <= 3; ++frame)
@@ -135,7 +137,7 @@ protected:
         scene.color.isRaw = true;
         scene.options.clear();
         if (scene.roadTaken() == Road::kMemory) {
-            scene.layer.file.written = at("flat.png");  // it keeps its own size
+            scene.layer.file.written = at("ramp.png");  // it keeps its own size
             scene.matte.reset();
         }
         LiveRenderer live;
