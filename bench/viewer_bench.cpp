@@ -8,8 +8,8 @@
 // moves a pin in the viewer's own window, with all that it shows, and the clock stops when the
 // window has painted the picture of that move (offscreen: no graphics server takes part). Median
 // and 95th percentile, milliseconds. `rest` is the full picture with motion blur, as it comes after
-// the drag. `pixels` is what the draft renders: a panel that shows the whole frame gets block means
-// no coarser than itself, one at 1:1 a part.
+// the drag. A draft for a panel that shows the whole frame has just the panel's pixels between 50
+// and 100 %, else block means that are no coarser; one at 1:1 is a part.
 #include <fmt/format.h>
 #include <omp.h>
 

@@ -37,6 +37,19 @@ TEST(Parameters, NumbersRoundToTheKindsUnit) {
     }
 }
 
+/// Whoever multiplies by the ratio and truncates has the picture's own size.
+TEST(Reduction, OfTwoSizesLeadsFromOneToTheOther) {
+    for (int const full : {1, 2, 719, 1080, 1920, 4096, 32767})
+        for (int own = 1; own <= full; ++own) {
+            Reduction const by({own, full}, {full, full});
+            PF_RationalScale const ratio = by.scaleX();
+            ASSERT_EQ(static_cast<int>(full * (double(ratio.num) / ratio.den)), own) << full;
+            ASSERT_TRUE(by.width(full) == own && by.height(full) == full);
+            ASSERT_EQ(std::lround(own * by.x()), full) << own;
+        }
+    EXPECT_EQ(Reduction(3).height(1080 + 2), 360);
+}
+
 TEST(Parameters, AreReadAtTheMomentAskedAndInTheRendersResolution) {
     struct Case {
         HostIdentity identity;

@@ -319,6 +319,10 @@ TEST_F(CompositionTest, ZoomsHoldThePlaceAndPansAreWhole) {
         EXPECT_LE(part.left * map.reduce(), std::max(0.0, first.x));
         EXPECT_GE((part.right + 1) * map.reduce(), std::min(640.0, last.x));
         EXPECT_LE(map.reduce() * map.zoom(), std::max(1.0, map.zoom()) + 1e-4);
+        // A draft has the screen's pixels, where that is neither all nor less than half of them.
+        auto const size = map.screenSize();
+        EXPECT_EQ(size.has_value(), map.zoom() > 0.5 && map.zoom() < 1) << map.zoom();
+        EXPECT_NEAR(size ? size->height : 0, size ? map.picture().height * map.zoom() : 0, 0.5);
     }
     look(0.9, {320, 213});
     wheel(canvas(), {450, 300}, 1);
