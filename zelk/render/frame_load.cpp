@@ -117,8 +117,7 @@ std::uint64_t bytesOf(std::shared_ptr<ReadInput> const& input) {
 }  // namespace
 
 void FrameStages::sizeTo(PixelSize to, LoadedFrame& loaded) {
-    to.width = std::clamp(to.width, 1, m_sizes.frame.width);
-    to.height = std::clamp(to.height, 1, m_sizes.frame.height);
+    to = withinFrame(to);
     loaded.reduction = loaded.ask.reduction = reductionTo(to);
     auto const straight = [](ReadInput const& input, PixelSize size) {
         return smallerPicture(input, size, AlphaForm::kStraight);

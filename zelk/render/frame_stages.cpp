@@ -198,8 +198,14 @@ PixelSize FrameStages::previewSize(int reduce, std::optional<PixelSize> to) cons
     return pinFrameOf(ask, ask.reduction, {}).whole();
 }
 
-Reduction FrameStages::reductionTo(PixelSize size) const {
+PixelSize FrameStages::withinFrame(PixelSize size) const {
     PixelSize const& full = m_sizes.frame;
+    return {std::clamp(size.width, 1, full.width), std::clamp(size.height, 1, full.height)};
+}
+
+Reduction FrameStages::reductionTo(PixelSize wanted) const {
+    PixelSize const& full = m_sizes.frame;
+    PixelSize const size = withinFrame(wanted);
     return {{size.width, full.width}, {size.height, full.height}};
 }
 
@@ -465,8 +471,9 @@ std::uint64_t FrameStages::sourceBytes() const {
 std::uint64_t FrameStages::frameBytes(int reduce, std::optional<PixelSize> to) const {
     if (isModule()) return moduleBytes(*m_host, askOf(reduce, to));
     if (!to) return bytesInMemory(downsample() * reduce);
-    std::uint64_t const plate = m_files.plate ? 16 * pixels(*to) : 0;
-    return sourceBytes() + plate + bytesInMemory(m_sizes.layer, *to);
+    PixelSize const size = withinFrame(*to);
+    std::uint64_t const plate = m_files.plate ? 16 * pixels(size) : 0;
+    return sourceBytes() + plate + bytesInMemory(m_sizes.layer, size);
 }
 
 void FrameStages::requireMemory(int reduce, std::optional<PixelSize> to) const {

@@ -240,6 +240,7 @@ private:
     ModuleRender askOf(int reduce, std::optional<PixelSize> to) const;
     PinFrame pinFrameOf(ModuleRender const& ask, Reduction const& memory,
                         PixelMargins const& overscan) const;
+    PixelSize withinFrame(PixelSize size) const;
     Reduction reductionTo(PixelSize size) const;
     int holdoutReduce(LoadedFrame const& loaded) const;
     void plan(PinFrame const& frame, FrameRequest const& moment, Depth depth,

@@ -134,7 +134,8 @@ void LiveRenderer::requireMemory(FrameStages const& stages, int frame, LiveView 
     std::uint64_t const need = stages.frameBytes(reduce, view.size);
     if (m_fitting.frame == frame && m_fitting.reduce == reduce && need <= m_fitting.bytes) return;
     m_fitting = {};
-    makeRoomFor(need);
+    // An input that is not there yet is read as for the full frame.
+    makeRoomFor(std::max(need, stages.frameBytes(reduce)));
     stages.requireMemory(reduce, view.size);
     m_fitting = {frame, reduce, need};
 }

@@ -55,7 +55,7 @@ public:
     /// itself already, how much more.
     int reduce(int coarse = 1) const;
     /// How many pixels of the screen all of the picture takes, where they are fewer than it has and
-    /// more than half as many each way. Below half resolution the effect reads the nearest pixel.
+    /// half as many at least each way. Below half resolution the effect reads the nearest pixel.
     std::optional<PixelSize> screenSize() const;
     /// What the panel shows of the picture reduced so, with a pixel around it that smoothing
     /// reads. Empty where nothing is to be seen.

@@ -4,6 +4,7 @@
 #include <QComboBox>
 #include <random>
 
+#include "Transform/Common/PopupEntries.h"
 #include "tests/apps/viewer/composition_fixture.h"
 #include "tests/apps/viewer/window_fixture.h"
 #include "zelk/scene/edits.h"
@@ -355,6 +356,7 @@ TEST_F(CompositionTest, DraftsLieWhereThePictureLies) {
         int downsample;
         double grownPx, zoom;
         PanelPoint middle;
+        int quality = kQualityHigh;
     };
     for (Case const& each : {Case{2, 0, 3, {340, 220}},
                              {1, 100, 1, {100, 80}},
@@ -365,12 +367,14 @@ TEST_F(CompositionTest, DraftsLieWhereThePictureLies) {
                              {3, 0, 8, {449, 298}},
                              {1, 0, 0.83, {320, 220}},
                              {1, 100, 0.61, {330, 210}},
+                             {1, 0, 0.83, {320, 220}, kQualitySuperSample},
                              {2, 60, 0.37, {320, 213}}}) {
         SCOPED_TRACE(testing::Message()
                      << each.downsample << ", " << each.grownPx << " px, at " << each.zoom);
         document.change("Set Downsample",
                         [&](Scene& scene) { scene.downsample = each.downsample; });
         document.edit(kParamGrowBounds, {each.grownPx});
+        document.edit(kParamQuality, {double(hostEntry(each.quality))});
         document.edit(kToPins + 3, {520, 340});
         look(each.zoom, each.middle);
         QImage draft;
@@ -383,7 +387,11 @@ TEST_F(CompositionTest, DraftsLieWhereThePictureLies) {
             };
             ASSERT_TRUE(QTest::qWaitFor(isNew, 20000));
             ASSERT_EQ(canvas().shown()->error, "");
-            if (canvas().shown()->view.isDraft)
+            bool const isOfScreen = each.zoom > 0.5 && each.zoom < 1 && each.downsample == 1 &&
+                                    each.quality != kQualitySuperSample;
+            PictureView const& view = canvas().shown()->view;
+            EXPECT_EQ(view.size.has_value(), view.isDraft && isOfScreen);
+            if (view.isDraft)
                 draft = canvas().grab().toImage().convertToFormat(QImage::Format_RGB32);
             document.endAct();
         }
