@@ -137,8 +137,7 @@ void measure(Host& host, Size size, Depth depth, Case const& c, int runs) {
                         static_cast<std::size_t>(fresh.rowBytes()) * size.height);
         }));
         World frame;
-        module.push_back(
-            millisecondsOf([&] { frame = renderByModule(host, fresh, ask, moment); }));
+        module.push_back(millisecondsOf([&] { frame = renderByModule(host, fresh, ask, moment); }));
         if (depth != Depth::kFloat) continue;
         fresh = copyOf(layer);
         frame = World(layer.spec(), PixelMemory::Start::kAnything);

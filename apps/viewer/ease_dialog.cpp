@@ -4,16 +4,21 @@
 #include <QDialogButtonBox>
 #include <QDoubleSpinBox>
 #include <QFormLayout>
+#include <QLabel>
+#include <QLineEdit>
 
 namespace zelk {
 
-EaseDialog::EaseDialog(Ease const& incoming, Ease const& outgoing, QString const& unit,
+EaseDialog::EaseDialog(KeySides const& sides, std::size_t keys, QString const& unit,
                        QWidget* parent)
     : QDialog(parent) {
     setWindowTitle("Key Ease");
     auto* const layout = new QFormLayout(this);
-    m_incoming = side("Incoming", incoming, unit);
-    m_outgoing = side("Outgoing", outgoing, unit);
+    m_incoming = side("Incoming", sides.incoming, unit);
+    m_outgoing = side("Outgoing", sides.outgoing, unit);
+    if (keys > 1)
+        layout->addRow(new QLabel(
+            QString("What is typed goes to all %1 keys; the rest stays.").arg(keys), this));
     auto* const buttons =
         new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this);
     layout->addRow(buttons);
@@ -31,6 +36,9 @@ EaseDialog::Side EaseDialog::side(QString const& name, Ease const& ease, QString
         box->setSuffix(" " + suffix);
         box->setToolTip(help);
         box->setAccessibleName(name + " " + what);
+        auto const note = [this, box] { m_typed.insert(box); };
+        connect(box, &QDoubleSpinBox::valueChanged, this, note);
+        connect(box->findChild<QLineEdit*>(), &QLineEdit::textEdited, this, note);
         static_cast<QFormLayout*>(layout())->addRow(name + " " + what, box);
         return box;
     };
@@ -42,19 +50,15 @@ EaseDialog::Side EaseDialog::side(QString const& name, Ease const& ease, QString
                   "Speed at the key, " + unit + ": 0 stands still for a moment")};
 }
 
-/// Fields hold two decimals: what was not typed stays to the bit.
-std::optional<Ease> EaseDialog::Side::changed() const {
-    auto const shown = [](QDoubleSpinBox const* box, double value) {
-        return QString::number(value, 'f', box->decimals()).toDouble();
+/// Fields show two decimals: one that is typed as it was shown means the number in full.
+EaseChange EaseDialog::typedOf(Side const& side) const {
+    auto const typed = [this](QDoubleSpinBox const* box, double before) -> std::optional<double> {
+        if (!m_typed.contains(box)) return std::nullopt;
+        double const shown = QString::number(before, 'f', box->decimals()).toDouble();
+        return box->value() == shown ? before : box->value();
     };
-    Ease ease = before;
-    if (influence->value() != shown(influence, before.influencePercent))
-        ease.influencePercent = influence->value();
-    if (speed->value() != shown(speed, before.speed)) ease.speed = speed->value();
-    return ease == before ? std::nullopt : std::optional(ease);
+    return {typed(side.influence, side.before.influencePercent),
+            typed(side.speed, side.before.speed)};
 }
-
-std::optional<Ease> EaseDialog::incoming() const { return m_incoming.changed(); }
-std::optional<Ease> EaseDialog::outgoing() const { return m_outgoing.changed(); }
 
 }  // namespace zelk

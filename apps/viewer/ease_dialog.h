@@ -1,10 +1,12 @@
-// EaseDialog: the two sides of a key as numbers.
+// EaseDialog: the two sides of a key as numbers. Of several keys it shows the first one's, and what
+// is typed goes to all of them.
 #pragma once
 
 #include <QDialog>
 #include <optional>
+#include <set>
 
-#include "hostkit/keyframes.h"
+#include "apps/viewer/model/key_acts.h"
 
 class QDoubleSpinBox;
 
@@ -13,22 +15,22 @@ namespace zelk {
 class EaseDialog : public QDialog {
 public:
     /// `unit` is that of the speed: "px/s".
-    EaseDialog(Ease const& incoming, Ease const& outgoing, QString const& unit,
+    EaseDialog(KeySides const& sides, std::size_t keys, QString const& unit,
                QWidget* parent = nullptr);
 
-    /// Nothing for a side that was left as it came.
-    std::optional<Ease> incoming() const;
-    std::optional<Ease> outgoing() const;
+    EaseChange incoming() const { return typedOf(m_incoming); }
+    EaseChange outgoing() const { return typedOf(m_outgoing); }
 
 private:
     struct Side {
         Ease before;
         QDoubleSpinBox* influence;
         QDoubleSpinBox* speed;
-        std::optional<Ease> changed() const;
     };
     Side side(QString const& name, Ease const& ease, QString const& unit);
+    EaseChange typedOf(Side const& side) const;
 
+    std::set<QDoubleSpinBox const*> m_typed;
     Side m_incoming, m_outgoing;
 };
 

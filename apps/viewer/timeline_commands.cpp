@@ -205,7 +205,7 @@ void TimelinePanel::askForEase() {
     Parameter const& parameter = m_document.parameter(first.index);
     KeySides const sides = sidesOf(parameter, first.time);
     QString const unit = QString::fromStdString(shortUnit(unitOfParameter(first.index))) + "/s";
-    EaseDialog dialog(sides.incoming, sides.outgoing, unit, this);
+    EaseDialog dialog(sides, m_view->selection().size(), unit, this);
     if (dialog.exec() != QDialog::Accepted) return;
     actOnKeys("Key Ease", [&](std::vector<Parameter>& parameters) {
         easeKeys(parameters, m_view->selection(), dialog.incoming(), dialog.outgoing());

@@ -10,6 +10,7 @@
 #pragma once
 
 #include <QAbstractScrollArea>
+#include <QBasicTimer>
 #include <QPixmap>
 #include <optional>
 #include <vector>
@@ -66,6 +67,7 @@ protected:
     void wheelEvent(QWheelEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     bool viewportEvent(QEvent* event) override;
+    void timerEvent(QTimerEvent* event) override;
 
 private:
     enum class Drag { kNone, kFrame, kKeys, kBox, kPan, kIn, kOut };
@@ -85,7 +87,8 @@ private:
     TimelineKey const* keyAt(QPointF const& at) const;
     Drag dragAt(QPointF const& at) const;
     void pressKey(TimelineKey const& key, Qt::KeyboardModifiers modifiers);
-    void followMouse(double x);
+    void dragOn();
+    void followMouse();
     void dragKeys(QPointF const& at);
     void selectBox(QPointF const& at);
     void endDrag();
@@ -118,7 +121,8 @@ private:
 
     Drag m_drag = Drag::kNone;
     Qt::MouseButton m_button = Qt::NoButton;  ///< that holds it
-    QPointF m_pressedAt, m_boxEnd;
+    QPointF m_pressedAt, m_boxEnd, m_mouseAt;
+    QBasicTimer m_goesOn;  ///< while the mouse is held beyond an end
     double m_leftAtPress = 0;
     bool m_copies = false;
     int m_movedBy = 0;               ///< frames, of the drag under way

@@ -1,5 +1,5 @@
-// Frames for other hosts have the bits of the program's own renderer, in every depth, over rows that
-// run upward with padding, and from pictures that are a part of the layer.
+// Frames for other hosts have the bits of the program's own renderer, in every depth, over rows
+// that run upward with padding, and from pictures that are a part of the layer.
 #include "bindings/common/pinned_frame.h"
 
 #include <gtest/gtest.h>

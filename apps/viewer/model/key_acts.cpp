@@ -88,6 +88,15 @@ void setOutgoing(Keys& keys, std::size_t i, int numbers, std::optional<Ease> con
     setSide(keys[i], keys[i + 1], numbers, Side::kOutgoing, ease);
 }
 
+KeySides sidesAt(Keys const& keys, std::size_t i, int numbers) {
+    KeySides sides{keys[i].incoming, keys[i].outgoing};
+    if (i > 0 && keys[i - 1].toNext == Interpolation::kLinear)
+        sides.incoming = straightEase(keys[i - 1], keys[i], numbers);
+    if (i + 1 < keys.size() && keys[i].toNext == Interpolation::kLinear)
+        sides.outgoing = straightEase(keys[i], keys[i + 1], numbers);
+    return sides;
+}
+
 }  // namespace
 
 KeySelection keysOf(std::vector<Parameter> const& parameters, std::vector<int> const& indices) {
@@ -176,9 +185,9 @@ void shapeKeys(std::vector<Parameter>& parameters, KeySelection const& selection
     bool const isIn = shape == KeyShape::kEase || shape == KeyShape::kEaseIn;
     bool const isOut = shape == KeyShape::kEase || shape == KeyShape::kEaseOut;
     if (isIn || isOut) {
-        std::optional<Ease> const slow = Ease{};
-        return easeKeys(parameters, selection, isIn ? slow : std::nullopt,
-                        isOut ? slow : std::nullopt);
+        EaseChange const slow{Ease{}.influencePercent, Ease{}.speed};
+        return easeKeys(parameters, selection, isIn ? slow : EaseChange{},
+                        isOut ? slow : EaseChange{});
     }
     changeKeys(parameters, selection, [&](Keys& keys, std::size_t i, int numbers) {
         if (shape == KeyShape::kHold) {
@@ -192,21 +201,20 @@ void shapeKeys(std::vector<Parameter>& parameters, KeySelection const& selection
 
 KeySides sidesOf(Parameter const& parameter, KeyTime const& time) {
     Keys const keys = keysIn(parameter);
-    std::size_t const i = *parameter.track().find(time);
-    int const numbers = parameter.track().numbers();
-    KeySides sides{keys[i].incoming, keys[i].outgoing};
-    if (i > 0 && keys[i - 1].toNext == Interpolation::kLinear)
-        sides.incoming = straightEase(keys[i - 1], keys[i], numbers);
-    if (i + 1 < keys.size() && keys[i].toNext == Interpolation::kLinear)
-        sides.outgoing = straightEase(keys[i], keys[i + 1], numbers);
-    return sides;
+    return sidesAt(keys, *parameter.track().find(time), parameter.track().numbers());
+}
+
+Ease EaseChange::of(Ease const& before) const {
+    return {influencePercent.value_or(before.influencePercent), speed.value_or(before.speed)};
 }
 
 void easeKeys(std::vector<Parameter>& parameters, KeySelection const& selection,
-              std::optional<Ease> const& incoming, std::optional<Ease> const& outgoing) {
+              EaseChange const& incoming, EaseChange const& outgoing) {
+    EaseChange const none;
     changeKeys(parameters, selection, [&](Keys& keys, std::size_t i, int numbers) {
-        if (incoming) setIncoming(keys, i, numbers, incoming);
-        if (outgoing) setOutgoing(keys, i, numbers, outgoing);
+        KeySides const now = sidesAt(keys, i, numbers);
+        if (incoming != none) setIncoming(keys, i, numbers, incoming.of(now.incoming));
+        if (outgoing != none) setOutgoing(keys, i, numbers, outgoing.of(now.outgoing));
     });
 }
 

@@ -81,8 +81,15 @@ struct KeySides {
 /// As they are: a straight side has the mean speed of its way.
 KeySides sidesOf(Parameter const& parameter, KeyTime const& time);
 
-/// The sides of a key as numbers; nothing: as it was.
+/// What somebody typed of a side; nothing: as it is.
+struct EaseChange {
+    std::optional<double> influencePercent, speed;  ///< as in Ease
+    Ease of(Ease const& before) const;
+    bool operator==(EaseChange const&) const = default;
+};
+
+/// Keys keep what is not typed, each its own.
 void easeKeys(std::vector<Parameter>& parameters, KeySelection const& keys,
-              std::optional<Ease> const& incoming, std::optional<Ease> const& outgoing);
+              EaseChange const& incoming, EaseChange const& outgoing);
 
 }  // namespace zelk

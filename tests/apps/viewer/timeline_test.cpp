@@ -190,20 +190,46 @@ TEST_F(TimelineTest, ShapesOfKeys) {
     EXPECT_EQ(valueAt(20), 1) << "a way that holds is not eased from its end";
 }
 
+/// Each key keeps its own number where none was typed.
 TEST_F(TimelineTest, EaseByNumbersChangesWhatWasTyped) {
-    TimelineKey const middle = keyOf(kToPins, 1);
-    Ease const outgoing = keys(kToPins)[1].outgoing;
-    QTest::mouseClick(sheet(), Qt::LeftButton, {}, at(middle));
-    QTimer::singleShot(0, [&] {
-        auto* const dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
-        ASSERT_NE(dialog, nullptr);
-        for (auto* const box : dialog->findChildren<QDoubleSpinBox*>())
-            if (box->accessibleName() == "Incoming influence") box->setValue(75);
-        dialog->accept();
-    });
-    run("Key Ease\u2026");
-    EXPECT_EQ(keys(kToPins)[1].incoming.influencePercent, 75);
-    EXPECT_EQ(keys(kToPins)[1].outgoing, outgoing);
+    auto const type = [&](KeySelection const& selection, char const* field, double number) {
+        view().select(selection);
+        QTimer typist;
+        QObject::connect(&typist, &QTimer::timeout, [&] {
+            auto* const dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+            if (!dialog) return;
+            for (auto* const box : dialog->findChildren<QDoubleSpinBox*>())
+                if (box->accessibleName() == field) box->setValue(number);
+            dialog->accept();
+        });
+        typist.start(0);
+        run("Key Ease\u2026");
+    };
+    auto const before = keys(kToPins);
+    type({keyOf(kToPins, 1).ref}, "Incoming influence", 75);
+    type(keysOf(document().parameters(), {kToPins}), "Incoming speed", 20);
+    EXPECT_EQ(keys(kToPins)[1].incoming, (Ease{75, 20}));
+    EXPECT_EQ(keys(kToPins)[2].incoming, (Ease{before[2].incoming.influencePercent, 20}));
+    for (std::size_t const i : {0, 1, 2}) EXPECT_EQ(keys(kToPins)[i].outgoing, before[i].outgoing);
+}
+
+/// A mouse that rests beyond an end, with the playhead, a box or keys.
+TEST_F(TimelineTest, AHeldDragGoesOnToTheEnd) {
+    for (int i = 0; i < 2; ++i) run("Zoom Timeline In");
+    auto const hold = [&](QPoint from, auto const& isThere) {
+        QPoint const beyond(sheet()->width() + 30, from.y() + 12);
+        double const left = view().scale().left;
+        QTest::mousePress(sheet(), Qt::LeftButton, {}, from);
+        QTest::mouseMove(sheet(), beyond);
+        EXPECT_TRUE(QTest::qWaitFor(isThere));
+        EXPECT_GT(view().scale().left, left + 10);
+        QTest::mouseRelease(sheet(), Qt::LeftButton, {}, beyond);
+        for (int const frame : {48, 1}) document().setFrame(frame);
+    };
+    hold(view().placeOfFrame(2).toPoint(), [&] { return document().frame() == 48; });
+    QPoint const first = at(keyOf(kToPins, 0));
+    hold(first + QPoint(8, -9), [&] { return view().selection().contains(keyOf(kToPins, 2).ref); });
+    hold(first, [&] { return document().frameOf(view().selection().begin()->time) == 48; });
 }
 
 TEST_F(TimelineTest, TheRulerAndTheKeysGoThroughFrames) {
@@ -337,7 +363,7 @@ TEST_F(TimelineTest, EasesOfEndsStayAndHoldsHaveNone) {
     for (int const index : {int(kParamTransferMode), kOpacity}) {
         document().changeValues("Ease", [&](std::vector<Parameter>& parameters) {
             parameterIn(parameters, index).editTrack().set({document().momentOf(1), {2}});
-            easeKeys(parameters, keysOf(parameters, {index}), typed, typed);
+            easeKeys(parameters, keysOf(parameters, {index}), {40, 7}, {40, 7});
         });
         Ease const expected = index == kOpacity ? typed : Ease{};
         EXPECT_EQ(keys(index)[0].incoming, expected);

@@ -70,8 +70,7 @@ protected:
         zelk_test::writePicture(at("a8.png"), noise<std::uint8_t>(40, 32, 4, 1));
         auto ramp = noise<std::uint8_t>(40, 32, 3, 1);
         for (std::size_t i = 0; i < ramp.values.size(); ++i)
-            ramp.values[i] =
-                static_cast<std::uint8_t>(i % 3 ? 40 + i / 120 : 40 + i / 3 % 40);
+            ramp.values[i] = static_cast<std::uint8_t>(i % 3 ? 40 + i / 120 : 40 + i / 3 % 40);
         zelk_test::writePicture(at("ramp.png"), ramp);
         zelk_test::writePicture(at("a16.png"), noise<std::uint16_t>(40, 32, 4, 2));
         zelk_test::writePicture(at("af.exr"), noise<float>(40, 32, 4, 3));
