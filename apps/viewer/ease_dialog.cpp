@@ -9,16 +9,14 @@
 
 namespace zelk {
 
-EaseDialog::EaseDialog(KeySides const& sides, std::size_t keys, QString const& unit,
+EaseDialog::EaseDialog(KeySides const& sides, QString const& unit, QString const& note,
                        QWidget* parent)
     : QDialog(parent) {
     setWindowTitle("Key Ease");
     auto* const layout = new QFormLayout(this);
     m_incoming = side("Incoming", sides.incoming, unit);
     m_outgoing = side("Outgoing", sides.outgoing, unit);
-    if (keys > 1)
-        layout->addRow(new QLabel(
-            QString("What is typed goes to all %1 keys; the rest stays.").arg(keys), this));
+    if (!note.isEmpty()) layout->addRow(new QLabel(note, this));
     auto* const buttons =
         new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this);
     layout->addRow(buttons);
@@ -36,9 +34,10 @@ EaseDialog::Side EaseDialog::side(QString const& name, Ease const& ease, QString
         box->setSuffix(" " + suffix);
         box->setToolTip(help);
         box->setAccessibleName(name + " " + what);
-        auto const note = [this, box] { m_typed.insert(box); };
-        connect(box, &QDoubleSpinBox::valueChanged, this, note);
-        connect(box->findChild<QLineEdit*>(), &QLineEdit::textEdited, this, note);
+        connect(box->findChild<QLineEdit*>(), &QLineEdit::textEdited, this, [this, box] {
+            m_typed.erase(box);
+            if (!box->cleanText().isEmpty()) m_typed.insert(box);
+        });
         static_cast<QFormLayout*>(layout())->addRow(name + " " + what, box);
         return box;
     };
@@ -50,12 +49,12 @@ EaseDialog::Side EaseDialog::side(QString const& name, Ease const& ease, QString
                   "Speed at the key, " + unit + ": 0 stands still for a moment")};
 }
 
-/// Fields show two decimals: one that is typed as it was shown means the number in full.
+/// Fields show two decimals: what is typed as it was shown is the number in full.
 EaseChange EaseDialog::typedOf(Side const& side) const {
     auto const typed = [this](QDoubleSpinBox const* box, double before) -> std::optional<double> {
-        if (!m_typed.contains(box)) return std::nullopt;
         double const shown = QString::number(before, 'f', box->decimals()).toDouble();
-        return box->value() == shown ? before : box->value();
+        if (box->value() != shown) return box->value();
+        return m_typed.contains(box) ? std::optional(before) : std::nullopt;
     };
     return {typed(side.influence, side.before.influencePercent),
             typed(side.speed, side.before.speed)};

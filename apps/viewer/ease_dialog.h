@@ -1,5 +1,4 @@
-// EaseDialog: the two sides of a key as numbers. Of several keys it shows the first one's, and what
-// is typed goes to all of them.
+// EaseDialog: the two sides of a key as numbers, and which of them were typed.
 #pragma once
 
 #include <QDialog>
@@ -14,8 +13,8 @@ namespace zelk {
 
 class EaseDialog : public QDialog {
 public:
-    /// `unit` is that of the speed: "px/s".
-    EaseDialog(KeySides const& sides, std::size_t keys, QString const& unit,
+    /// `unit` is that of the speed: "px/s". The note, where there is one, says which keys change.
+    EaseDialog(KeySides const& sides, QString const& unit, QString const& note,
                QWidget* parent = nullptr);
 
     EaseChange incoming() const { return typedOf(m_incoming); }
@@ -30,7 +29,7 @@ private:
     Side side(QString const& name, Ease const& ease, QString const& unit);
     EaseChange typedOf(Side const& side) const;
 
-    std::set<QDoubleSpinBox const*> m_typed;
+    std::set<QDoubleSpinBox const*> m_typed;  ///< over what they show, be it the same number
     Side m_incoming, m_outgoing;
 };
 

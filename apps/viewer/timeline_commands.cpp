@@ -133,7 +133,8 @@ ViewerCommands TimelinePanel::keyCommands() {
         shapeCommand(KeyShape::kEaseOut, "Ease Out", QKeySequence("Ctrl+Shift+F9"),
                      "Slow after the selected keys"),
         {"Keys", "Key Ease\u2026", QKeySequence("Ctrl+Shift+K"),
-         "Influence and speed of the selected keys as numbers", [this] { askForEase(); }, selected},
+         "Influence and speed of the selected keys as numbers", [this] { askForEase(); },
+         [this] { return isOpen() && !easedKeys().empty(); }},
         {"Keys",
          "Show All Parameters",
          {},
@@ -199,16 +200,35 @@ void TimelinePanel::moveSelected(int frames) {
     });
 }
 
-void TimelinePanel::askForEase() {
-    if (!hasSelection()) return;
-    KeyRef const first = *m_view->selection().begin();
-    Parameter const& parameter = m_document.parameter(first.index);
-    KeySides const sides = sidesOf(parameter, first.time);
-    QString const unit = QString::fromStdString(shortUnit(unitOfParameter(first.index))) + "/s";
-    EaseDialog dialog(sides, m_view->selection().size(), unit, this);
+KeySelection TimelinePanel::easedKeys() const {
+    KeySelection eased = m_view->selection();
+    std::erase_if(eased, [this](KeyRef const& key) {
+        return m_document.parameter(key.index).track().holdsOnly();
+    });
+    return eased;
+}
+
+/// A speed goes to keys of the same unit.
+void TimelinePanel::askForEase(std::optional<KeyRef> const& clicked) {
+    KeySelection const eased = easedKeys();
+    if (eased.empty()) return;
+    KeyRef const shown = clicked && eased.contains(*clicked) ? *clicked : *eased.begin();
+    auto const unitOf = [](KeyRef const& key) { return shortUnit(unitOfParameter(key.index)); };
+    QString const unit = QString::fromStdString(unitOf(shown)) + "/s";
+    KeySelection same, others;
+    for (KeyRef const& key : eased) (unitOf(key) == unitOf(shown) ? same : others).insert(key);
+    QString note;
+    if (eased.size() > 1)
+        note = QString("The numbers of one key. What is typed goes to all %1.").arg(eased.size());
+    if (!others.empty())
+        note += QString("\nA speed goes to the %1 in %2.").arg(same.size()).arg(unit);
+    EaseDialog dialog(sidesOf(m_document.parameter(shown.index), shown.time), unit, note, this);
     if (dialog.exec() != QDialog::Accepted) return;
+    EaseChange const incoming = dialog.incoming(), outgoing = dialog.outgoing();
     actOnKeys("Key Ease", [&](std::vector<Parameter>& parameters) {
-        easeKeys(parameters, m_view->selection(), dialog.incoming(), dialog.outgoing());
+        easeKeys(parameters, same, incoming, outgoing);
+        easeKeys(parameters, others, {incoming.influencePercent, {}},
+                 {outgoing.influencePercent, {}});
         return m_view->selection();
     });
 }

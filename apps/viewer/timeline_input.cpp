@@ -1,4 +1,4 @@
-// What the mouse and the keys do. See timeline_view.h.
+// What mouse and keyboard do. See timeline_view.h.
 #include <QApplication>
 #include <QKeyEvent>
 #include <QMouseEvent>
@@ -49,34 +49,37 @@ void TimelineView::pressKey(TimelineKey const& key, Qt::KeyboardModifiers modifi
     m_copies = modifiers & Qt::ControlModifier;
     m_selectedAtPress = m_selection;
     m_statesAtPress = statesOf(m_document.parameters());
+    m_draggedTo = m_document.snapshot().revision;
 }
 
 void TimelineView::mouseMoveEvent(QMouseEvent* event) {
     if (m_drag != Drag::kNone && !(event->buttons() & m_button)) endDrag();
     m_mouseAt = event->position();
-    if (m_drag != Drag::kNone) return dragOn();
-    bool const isEnd = dragAt(m_mouseAt) == Drag::kIn || dragAt(m_mouseAt) == Drag::kOut;
-    viewport()->setCursor(isEnd ? Qt::SizeHorCursor : Qt::ArrowCursor);
+    if (m_drag == Drag::kNone) {
+        bool const isEnd = dragAt(m_mouseAt) == Drag::kIn || dragAt(m_mouseAt) == Drag::kOut;
+        return viewport()->setCursor(isEnd ? Qt::SizeHorCursor : Qt::ArrowCursor);
+    }
+    constexpr int kStepMs = 20;
+    if (beyond().isNull()) m_scrolling.stop();
+    if (!beyond().isNull() && !m_scrolling.isActive()) m_scrolling.start(kStepMs, this);
+    dragOn();
 }
 
-/// A mouse that rests beyond an end goes on. A dialog that comes meanwhile has the mouse.
+/// The view scrolls while the mouse is held beyond an end. A menu or a dialog ends the drag: it
+/// gets the release.
 void TimelineView::timerEvent(QTimerEvent* event) {
-    if (event->timerId() != m_goesOn.timerId()) return QAbstractScrollArea::timerEvent(event);
-    if (m_drag == Drag::kNone || QApplication::activeModalWidget()) return m_goesOn.stop();
+    if (event->timerId() != m_scrolling.timerId()) return QAbstractScrollArea::timerEvent(event);
+    if (QApplication::activeModalWidget() || QApplication::activePopupWidget()) endDrag();
+    if (m_drag == Drag::kNone || !scrollOn()) return m_scrolling.stop();
     dragOn();
 }
 
 void TimelineView::dragOn() {
-    if (m_drag == Drag::kPan) {
-        m_isFit = false;
-        m_scale.left = m_leftAtPress - (m_mouseAt.x() - m_pressedAt.x()) / m_scale.pxPerFrame;
-        return redraw();
-    }
-    followMouse();
-    double const x = std::clamp(timeX(m_mouseAt.x()), 0., std::max(0., timeX(viewport()->width())));
+    double const widthPx = std::max(0., timeX(viewport()->width()));
+    double const x = std::clamp(timeX(m_mouseAt.x()), 0., widthPx);
     switch (m_drag) {
-        case Drag::kFrame:
-            return m_player.goTo(m_scale.frameAt(x));
+        case Drag::kFrame:  // one that is seen
+            return m_player.goTo(m_scale.frameAt(std::min(x, std::nextafter(widthPx, 0.))));
         case Drag::kIn:
             m_player.playback().setIn(static_cast<int>(std::lround(m_scale.toFrame(x))));
             return emit m_player.changed();
@@ -88,45 +91,51 @@ void TimelineView::dragOn() {
         case Drag::kBox:
             return selectBox(m_mouseAt);
         case Drag::kPan:
+            m_isFit = false;
+            m_scale.left = m_leftAtPress - (m_mouseAt.x() - m_pressedAt.x()) / m_scale.pxPerFrame;
+            return redraw();
         case Drag::kNone:
             return;
     }
 }
 
-/// A drag beyond an end of the view goes along, up to the composition's end, and a box to the last
-/// row. What was pressed on stays what it was.
-void TimelineView::followMouse() {
-    constexpr int kStepMs = 20;
-    auto const beyond = [](double at, double end) {
+/// How far the mouse is beyond the frames that are seen, and a box beyond the rows.
+QPointF TimelineView::beyond() const {
+    auto const past = [](double at, double end) {
         constexpr double kMostPx = 40;
         return std::clamp(std::min(at, 0.) + std::max(at - end, 0.), -kMostPx, kMostPx);
     };
-    double const widthPx = timeX(viewport()->width());
-    double const beyondX = beyond(timeX(m_mouseAt.x()), widthPx);
-    double const beyondY =
-        m_drag != Drag::kBox ? 0
-                             : beyond(m_mouseAt.y() - TimelineLook::kRulerPx,
-                                      viewport()->height() - TimelineLook::kRulerPx);
-    bool const isBeyond = beyondX != 0 || beyondY != 0;
-    if (isBeyond && !m_goesOn.isActive()) m_goesOn.start(kStepMs, this);
-    if (!isBeyond) return m_goesOn.stop();
-    QScrollBar& rows = *verticalScrollBar();
-    int const rowsBefore = rows.value();
-    rows.setValue(rowsBefore + static_cast<int>(beyondY));
-    m_pressedAt.ry() -= rows.value() - rowsBefore;
-    double const room = beyondX < 0 ? m_document.firstFrame() - m_scale.left
-                                    : m_document.lastFrame() + 1. - m_scale.toFrame(widthPx);
-    double const by =
-        std::clamp(beyondX / m_scale.pxPerFrame, std::min(room, 0.), std::max(room, 0.));
-    if (by == 0) return;
-    m_isFit = false;
-    m_scale.left += by;
-    m_pressedAt.rx() -= by * m_scale.pxPerFrame;
-    redraw();
+    if (m_drag == Drag::kPan) return {};
+    double const y =
+        past(m_mouseAt.y() - TimelineLook::kRulerPx, viewport()->height() - TimelineLook::kRulerPx);
+    return {past(timeX(m_mouseAt.x()), timeX(viewport()->width())), m_drag == Drag::kBox ? y : 0};
 }
 
-/// From where the keys lay at the press: what they ran over on the way is there again.
+/// By as much as the mouse is beyond an end, up to the composition's ends and the last row. What
+/// was pressed on stays what it was. False where nothing is left to scroll to.
+bool TimelineView::scrollOn() {
+    QPointF const past = beyond();
+    QScrollBar& rows = *verticalScrollBar();
+    int const rowsBefore = rows.value();
+    rows.setValue(rowsBefore + static_cast<int>(past.y()));
+    int const rowsBy = rows.value() - rowsBefore;
+    double const lastX = m_scale.toX(m_document.lastFrame() + 1.) - timeX(viewport()->width());
+    double const roomPx = past.x() < 0 ? m_scale.toX(m_document.firstFrame()) : lastX;
+    double byPx = std::clamp(past.x(), std::min(roomPx, 0.), std::max(roomPx, 0.));
+    if (std::abs(byPx) < 0.01) byPx = 0;  // what rounding leaves at an end
+    m_pressedAt -= QPointF(byPx, rowsBy);
+    if (byPx != 0) {
+        m_isFit = false;
+        m_scale.left += byPx / m_scale.pxPerFrame;
+        redraw();
+    }
+    return byPx != 0 || rowsBy != 0;
+}
+
+/// From where the keys lay at the press: what they ran over on the way is there again. A change by
+/// something else ends the drag.
 void TimelineView::dragKeys(QPointF const& at) {
+    if (m_draggedTo != m_document.snapshot().revision) return endDrag();
     int frames = static_cast<int>(std::lround((at.x() - m_pressedAt.x()) / m_scale.pxPerFrame));
     frames = framesWithin(m_document, m_selectedAtPress, frames);
     if (frames == m_movedBy) return;
@@ -150,6 +159,7 @@ void TimelineView::dragKeys(QPointF const& at) {
         now = pasteKeys(parameters, copied, first + frames,
                         [&](double frame) { return m_document.momentOf(frame); });
     });
+    m_draggedTo = m_document.snapshot().revision;
     select(std::move(now));
 }
 
@@ -166,7 +176,7 @@ void TimelineView::selectBox(QPointF const& at) {
 void TimelineView::mouseReleaseEvent(QMouseEvent*) { endDrag(); }
 
 void TimelineView::endDrag() {
-    m_goesOn.stop();
+    m_scrolling.stop();
     if (std::exchange(m_drag, Drag::kNone) == Drag::kKeys) m_document.endAct();
     redraw();
 }
@@ -174,7 +184,7 @@ void TimelineView::endDrag() {
 /// On a key: its ease. On a row: a key at that frame.
 void TimelineView::mouseDoubleClickEvent(QMouseEvent* event) {
     if (event->button() != Qt::LeftButton || !m_document.isOpen()) return;
-    if (keyAt(event->position())) return emit easeAsked();
+    if (TimelineKey const* const key = keyAt(event->position())) return emit easeAsked(key->ref);
     int const row = rowAt(event->position().y());
     setCurrentRow(row);
     if (row < 0 || event->position().x() < TimelineLook::kNamesPx) return;
@@ -195,6 +205,7 @@ void TimelineView::contextMenuEvent(QContextMenuEvent* event) {
 }
 
 void TimelineView::wheelEvent(QWheelEvent* event) {
+    if (m_drag != Drag::kNone) return event->accept();  // what is dragged stays at the mouse
     double const notches = event->angleDelta().y() / 120.;
     if (event->modifiers() & Qt::ControlModifier) {
         m_scale.zoomAt(timeX(event->position().x()), std::pow(1.25, notches));
@@ -210,7 +221,7 @@ void TimelineView::wheelEvent(QWheelEvent* event) {
     event->accept();
 }
 
-// --- Keys
+// --- The keyboard
 
 /// Of the current row: the key beside the selected ones, else beside the frame that is shown.
 void TimelineView::selectKey(bool isLater, bool adds) {

@@ -69,6 +69,8 @@ void TimelineView::paintEvent(QPaintEvent*) {
     painter.setPen(fill);
     fill.setAlpha(40);
     painter.setBrush(fill);
+    painter.setClipRect(
+        viewport()->rect().adjusted(TimelineLook::kNamesPx, TimelineLook::kRulerPx, 0, 0));
     painter.drawRect(QRectF(m_pressedAt, m_boxEnd).normalized());
 }
 

@@ -58,7 +58,10 @@ private:
     void copySelected();
     void paste();
     void moveSelected(int frames);
-    void askForEase();
+    /// The selected keys that can do more than hold.
+    KeySelection easedKeys() const;
+    /// Shows the numbers of the clicked key, else of the first one.
+    void askForEase(std::optional<KeyRef> const& clicked = {});
 
     Document& m_document;
     Player m_player;

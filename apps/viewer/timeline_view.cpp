@@ -1,5 +1,5 @@
-// What is shown of the rows; timeline_input.cpp has mouse and keys, timeline_paint.cpp draws. See
-// timeline_view.h.
+// What is shown of the rows; timeline_input.cpp has mouse and keyboard, timeline_paint.cpp draws.
+// See timeline_view.h.
 #include "apps/viewer/timeline_view.h"
 
 #include <QScrollBar>
@@ -87,7 +87,7 @@ void TimelineView::scrollContentsBy(int, int) { redraw(); }
 void TimelineView::followFrame() {
     int const frame = m_document.frame();
     if (!m_document.isOpen() || std::exchange(m_followed, frame) == frame) return;
-    if (!m_isFit && m_drag != Drag::kPan) reveal(frame);
+    if (!m_isFit && m_drag == Drag::kNone) reveal(frame);
 }
 
 void TimelineView::reveal(double frame) {

@@ -52,7 +52,7 @@ public:
 
 signals:
     void selectionChanged();
-    void easeAsked();                      ///< a double click on a key
+    void easeAsked(KeyRef const& key);     ///< a double click on it
     void menuAsked(QPoint const& global);  ///< over the selected keys
 
 protected:
@@ -88,7 +88,8 @@ private:
     Drag dragAt(QPointF const& at) const;
     void pressKey(TimelineKey const& key, Qt::KeyboardModifiers modifiers);
     void dragOn();
-    void followMouse();
+    QPointF beyond() const;
+    bool scrollOn();
     void dragKeys(QPointF const& at);
     void selectBox(QPointF const& at);
     void endDrag();
@@ -122,10 +123,11 @@ private:
     Drag m_drag = Drag::kNone;
     Qt::MouseButton m_button = Qt::NoButton;  ///< that holds it
     QPointF m_pressedAt, m_boxEnd, m_mouseAt;
-    QBasicTimer m_goesOn;  ///< while the mouse is held beyond an end
+    QBasicTimer m_scrolling;  ///< while the mouse is held beyond an end
     double m_leftAtPress = 0;
     bool m_copies = false;
     int m_movedBy = 0;               ///< frames, of the drag under way
+    std::uint64_t m_draggedTo = 0;   ///< the revision that the drag left
     KeySelection m_selectedBefore;   ///< the press; Escape gives it back
     KeySelection m_selectedAtPress;  ///< that the drag moves or adds to
     std::vector<ParameterState> m_statesAtPress;

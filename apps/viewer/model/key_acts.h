@@ -81,14 +81,14 @@ struct KeySides {
 /// As they are: a straight side has the mean speed of its way.
 KeySides sidesOf(Parameter const& parameter, KeyTime const& time);
 
-/// What somebody typed of a side; nothing: as it is.
+/// What changes of a side; a number that is not there stays.
 struct EaseChange {
     std::optional<double> influencePercent, speed;  ///< as in Ease
     Ease of(Ease const& before) const;
     bool operator==(EaseChange const&) const = default;
 };
 
-/// Keys keep what is not typed, each its own.
+/// Each key keeps its own numbers beside those of the changes.
 void easeKeys(std::vector<Parameter>& parameters, KeySelection const& keys,
               EaseChange const& incoming, EaseChange const& outgoing);
 

@@ -213,23 +213,44 @@ TEST_F(TimelineTest, EaseByNumbersChangesWhatWasTyped) {
     for (std::size_t const i : {0, 1, 2}) EXPECT_EQ(keys(kToPins)[i].outgoing, before[i].outgoing);
 }
 
-/// A mouse that rests beyond an end, with the playhead, a box or keys.
-TEST_F(TimelineTest, AHeldDragGoesOnToTheEnd) {
-    for (int i = 0; i < 2; ++i) run("Zoom Timeline In");
-    auto const hold = [&](QPoint from, auto const& isThere) {
-        QPoint const beyond(sheet()->width() + 30, from.y() + 12);
+/// While the mouse rests there, with the playhead, a box and keys.
+TEST_F(TimelineTest, AHeldDragScrollsToTheEnd) {
+    constexpr int kMostMs = 30000;
+    auto const hold = [&](QPoint from, int side, auto const& isThere) {
+        QPoint const beyond(side > 0 ? sheet()->width() + 30 : TimelineLook::kNamesPx - 30,
+                            from.y() + 3);
         double const left = view().scale().left;
         QTest::mousePress(sheet(), Qt::LeftButton, {}, from);
         QTest::mouseMove(sheet(), beyond);
-        EXPECT_TRUE(QTest::qWaitFor(isThere));
-        EXPECT_GT(view().scale().left, left + 10);
+        EXPECT_TRUE(QTest::qWaitFor(isThere, kMostMs));
+        EXPECT_GT(side * view().scale().left, side * left + 5);
         QTest::mouseRelease(sheet(), Qt::LeftButton, {}, beyond);
-        for (int const frame : {48, 1}) document().setFrame(frame);
     };
-    hold(view().placeOfFrame(2).toPoint(), [&] { return document().frame() == 48; });
-    QPoint const first = at(keyOf(kToPins, 0));
-    hold(first + QPoint(8, -9), [&] { return view().selection().contains(keyOf(kToPins, 2).ref); });
-    hold(first, [&] { return document().frameOf(view().selection().begin()->time) == 48; });
+    auto const scrollBack = [&] {
+        for (int const frame : {48, 1}) document().setFrame(frame);
+        return at(keyOf(kToPins, 0));
+    };
+    for (int i = 0; i < 2; ++i) run("Zoom Timeline In");
+    hold(view().placeOfFrame(2).toPoint(), 1, [&] { return document().frame() == 48; });
+    hold(view().placeOfFrame(47).toPoint(), -1, [&] { return document().frame() == 1; });
+    TimelineKey const last = keyOf(kToPins, 2);
+    hold(scrollBack() + QPoint(8, -2), 1, [&] { return view().selection().contains(last.ref); });
+    hold(scrollBack(), 1, [&] {
+        KeySelection const& moved = view().selection();
+        return moved.size() == 1 && document().frameOf(moved.begin()->time) == 48;
+    });
+    document().undo();
+    // What ends a drag ends the scrolling, and keys that go meanwhile stay away.
+    for (bool const isDeleted : {false, true}) {
+        QTest::mousePress(sheet(), Qt::LeftButton, {}, scrollBack());
+        QTest::mouseMove(sheet(), {sheet()->width() + 1, 40});
+        isDeleted ? run("Delete Keys") : QTest::keyClick(&view(), Qt::Key_Escape);
+        QTest::qWait(60);
+        double const left = view().scale().left;
+        QTest::qWait(60);
+        EXPECT_EQ(view().scale().left, left);
+        EXPECT_EQ(frames(kToPins).size(), isDeleted ? 2u : 3u);
+    }
 }
 
 TEST_F(TimelineTest, TheRulerAndTheKeysGoThroughFrames) {
