@@ -6,6 +6,7 @@
 #include <QFormLayout>
 #include <QLabel>
 #include <QLineEdit>
+#include <algorithm>
 
 namespace zelk {
 
@@ -30,13 +31,14 @@ EaseDialog::Side EaseDialog::side(QString const& name, Ease const& ease, QString
         auto* const box = new QDoubleSpinBox(this);
         box->setRange(from, to);
         box->setDecimals(2);
+        box->setKeyboardTracking(false);  // a field that is cleared has the number of before
         box->setValue(value);
         box->setSuffix(" " + suffix);
         box->setToolTip(help);
         box->setAccessibleName(name + " " + what);
         connect(box->findChild<QLineEdit*>(), &QLineEdit::textEdited, this, [this, box] {
             m_typed.erase(box);
-            if (!box->cleanText().isEmpty()) m_typed.insert(box);
+            if (box->hasAcceptableInput()) m_typed.insert(box);
         });
         static_cast<QFormLayout*>(layout())->addRow(name + " " + what, box);
         return box;
@@ -49,10 +51,13 @@ EaseDialog::Side EaseDialog::side(QString const& name, Ease const& ease, QString
                   "Speed at the key, " + unit + ": 0 stands still for a moment")};
 }
 
-/// Fields show two decimals: what is typed as it was shown is the number in full.
+/// Fields show two decimals, of speeds in their range: what is typed as it was shown is the number
+/// in full.
 EaseChange EaseDialog::typedOf(Side const& side) const {
-    auto const typed = [this](QDoubleSpinBox const* box, double before) -> std::optional<double> {
-        double const shown = QString::number(before, 'f', box->decimals()).toDouble();
+    auto const typed = [this](QDoubleSpinBox* box, double before) -> std::optional<double> {
+        box->interpretText();
+        double const inRange = std::clamp(before, box->minimum(), box->maximum());
+        double const shown = QString::number(inRange, 'f', box->decimals()).toDouble();
         if (box->value() != shown) return box->value();
         return m_typed.contains(box) ? std::optional(before) : std::nullopt;
     };

@@ -1,5 +1,4 @@
 // What mouse and keyboard do. See timeline_view.h.
-#include <QApplication>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QScrollBar>
@@ -65,11 +64,9 @@ void TimelineView::mouseMoveEvent(QMouseEvent* event) {
     dragOn();
 }
 
-/// The view scrolls while the mouse is held beyond an end. A menu or a dialog ends the drag: it
-/// gets the release.
+/// The view scrolls while the mouse is held beyond an end.
 void TimelineView::timerEvent(QTimerEvent* event) {
     if (event->timerId() != m_scrolling.timerId()) return QAbstractScrollArea::timerEvent(event);
-    if (QApplication::activeModalWidget() || QApplication::activePopupWidget()) endDrag();
     if (m_drag == Drag::kNone || !scrollOn()) return m_scrolling.stop();
     dragOn();
 }
@@ -175,9 +172,16 @@ void TimelineView::selectBox(QPointF const& at) {
 
 void TimelineView::mouseReleaseEvent(QMouseEvent*) { endDrag(); }
 
+/// A menu or a dialog gets the release.
+void TimelineView::focusOutEvent(QFocusEvent* event) {
+    endDrag();
+    QAbstractScrollArea::focusOutEvent(event);
+}
+
 void TimelineView::endDrag() {
     m_scrolling.stop();
     if (std::exchange(m_drag, Drag::kNone) == Drag::kKeys) m_document.endAct();
+    followFrame();
     redraw();
 }
 

@@ -58,7 +58,7 @@ void TimelineView::refresh() {
 }
 
 void TimelineView::fit() {
-    if (!m_document.isOpen()) return;
+    if (!m_document.isOpen() || m_drag != Drag::kNone) return;
     m_isFit = true;
     keepFit();
 }
@@ -70,7 +70,7 @@ void TimelineView::keepFit() {
 }
 
 void TimelineView::zoom(double factor) {
-    if (!m_document.isOpen()) return;
+    if (!m_document.isOpen() || m_drag != Drag::kNone) return;
     m_isFit = false;
     m_scale.zoomAt(m_scale.momentX(m_document.frame()), factor);
     redraw();
@@ -83,16 +83,16 @@ void TimelineView::redraw() {
 
 void TimelineView::scrollContentsBy(int, int) { redraw(); }
 
-/// Another frame is brought into view, unless all of them are.
+/// Another frame is brought into view, unless all of them are, or something is dragged there.
 void TimelineView::followFrame() {
     int const frame = m_document.frame();
-    if (!m_document.isOpen() || std::exchange(m_followed, frame) == frame) return;
-    if (!m_isFit && m_drag == Drag::kNone) reveal(frame);
+    if (!m_document.isOpen() || m_drag != Drag::kNone) return;
+    if (std::exchange(m_followed, frame) != frame && !m_isFit) reveal(frame);
 }
 
 void TimelineView::reveal(double frame) {
     double const left = m_scale.left, widthPx = timeX(viewport()->width());
-    if (widthPx <= 0) return;
+    if (widthPx <= 0 || m_drag != Drag::kNone) return;
     m_scale.reveal(frame, widthPx);
     if (m_scale.left == left) return;
     m_isFit = false;

@@ -243,8 +243,11 @@ TEST_F(TimelineTest, AHeldDragScrollsToTheEnd) {
     // What ends a drag ends the scrolling, and keys that go meanwhile stay away.
     for (bool const isDeleted : {false, true}) {
         QTest::mousePress(sheet(), Qt::LeftButton, {}, scrollBack());
-        QTest::mouseMove(sheet(), {sheet()->width() + 1, 40});
+        QPoint const beyond(sheet()->width() + 1, 40);
+        QTest::mouseMove(sheet(), beyond);
         isDeleted ? run("Delete Keys") : QTest::keyClick(&view(), Qt::Key_Escape);
+        QTest::mouseMove(sheet(), beyond - QPoint(100, 0));
+        QTest::mouseMove(sheet(), beyond);
         QTest::qWait(60);
         double const left = view().scale().left;
         QTest::qWait(60);
