@@ -42,16 +42,18 @@ ViewerCommands CompositionPanel::zoomCommands() {
                              [this, act = std::move(act)] { m_canvas->changeView(act); }};
     };
     ViewerCommands all = {
-        zoom("Fit to Panel", QKeySequence("F"), "Show all of the picture",
+        zoom("Fit to Panel", QKeySequence("F"), "Show the whole picture",
              [](ViewMap& map) { map.fit(); }),
-        zoom("Actual Pixels", QKeySequence("Ctrl+1"), "A pixel of the picture is one of the screen",
+        zoom("Actual Pixels", QKeySequence("Ctrl+1"),
+             "Show the picture at 100 %: one of its pixels is one of the screen",
              [](ViewMap& map) { map.zoomAtCenter(1); }),
-        zoom("800 %", QKeySequence("Ctrl+8"), "Pixels large enough for the pixel grid",
+        zoom("800 %", QKeySequence("Ctrl+8"), "Show the picture large enough for the pixel grid",
              [](ViewMap& map) { map.zoomAtCenter(kGridZoom); }),
-        zoom("Zoom In", QKeySequence("Ctrl++"), "To the next larger zoom; the wheel at the cursor",
+        zoom("Zoom In", QKeySequence("Ctrl++"),
+             "Zoom in about the middle; the wheel zooms at the cursor",
              [](ViewMap& map) { map.zoomAtCenter(map.nextZoom(true)); }),
         zoom("Zoom Out", QKeySequence("Ctrl+-"),
-             "To the next smaller zoom; the wheel at the cursor",
+             "Zoom out about the middle; the wheel zooms at the cursor",
              [](ViewMap& map) { map.zoomAtCenter(map.nextZoom(false)); })};
     for (ViewerCommand& command : all)
         if (command.name == "Zoom In") command.otherKeys = {QKeySequence("Ctrl+=")};
@@ -122,15 +124,16 @@ ViewerCommands CompositionPanel::switchCommands() {
     return {wipe,
             wipeBy("Wipe Left", "Ctrl+[", -kWipeStepFrac),
             wipeBy("Wipe Right", "Ctrl+]", kWipeStepFrac),
-            toggle("View", "Pixel Grid", "Ctrl+'", "Lines between pixels from 800 % on",
+            toggle("View", "Pixel Grid", "Ctrl+'", "Draw lines between pixels from 800 % on",
                    &CanvasLook::hasGrid),
-            toggle("Pins", "Show Pins", "Ctrl+Shift+H", "Pins, outlines, labels and motion paths",
-                   &CanvasLook::hasOverlay),
+            toggle("Pins", "Show Pins", "Ctrl+Shift+H",
+                   "Show pins, outlines, labels and motion paths", &CanvasLook::hasOverlay),
             toggle("Pins", "Show Motion Paths", "Shift+M",
-                   "Where the selected pins are at each frame; keys can be dragged",
+                   "Show where the selected pins are at each frame; keyframes can be dragged",
                    &CanvasLook::hasMotionPaths),
             toggle("Pins", "Snap", "S",
-                   "To corners, middles of edges and whole pixels; Ctrl while dragging reverses it",
+                   "Snap pins to corners, middles of edges and whole pixels; Ctrl while dragging "
+                   "reverses it",
                    &CanvasLook::snaps)};
 }
 
@@ -140,27 +143,29 @@ ViewerCommands CompositionPanel::pinCommands() {
                !m_canvas->pins().selection().empty();
     };
     auto const nudge = [&](char const* name, double dx, double dy) {
-        return ViewerCommand{"Pins",
-                             name,
-                             {},
-                             "By a pixel (arrow keys in the panel; Shift by 10, Alt by 1/10)",
-                             [this, dx, dy] { m_canvas->nudge(dx, dy); },
-                             hasSelection};
-    };
-    auto const scale = [&](char const* name, bool isUp) {
         return ViewerCommand{
             "Pins",
             name,
             {},
-            isUp ? "The selected pins 1 % apart (Ctrl+Up; with Shift 10 %, Ctrl+Right 0.1 %)"
-                 : "The selected pins 1 % closer (Ctrl+Down; with Shift 10 %, Ctrl+Left 0.1 %)",
-            [this, isUp] { m_canvas->scalePins(isUp); },
-            [this, hasSelection] {
-                return hasSelection() && m_canvas->pins().selection().size() > 1;
-            }};
+            "Move the selected pins by a pixel (arrow keys in the panel; Shift by 10, Alt by 1/10)",
+            [this, dx, dy] { m_canvas->nudge(dx, dy); },
+            hasSelection};
+    };
+    auto const scale = [&](char const* name, bool isUp) {
+        return ViewerCommand{"Pins",
+                             name,
+                             {},
+                             isUp ? "Scale the selected pins up by 1 % about their middle "
+                                    "(Ctrl+Up; with Shift 10 %, Ctrl+Right 0.1 %)"
+                                  : "Scale the selected pins down by 1 % about their middle "
+                                    "(Ctrl+Down; with Shift 10 %, Ctrl+Left 0.1 %)",
+                             [this, isUp] { m_canvas->scalePins(isUp); },
+                             [this, hasSelection] {
+                                 return hasSelection() && m_canvas->pins().selection().size() > 1;
+                             }};
     };
     return {{"Pins", "Select All Pins", QKeySequence("Ctrl+A"),
-             "All pins that are shown (Tab in the panel goes through them, 1 to 8 add one)",
+             "Select all pins that are shown (Tab in the panel steps through them, 1 to 8 add one)",
              [this] { m_canvas->selectAllPins(); }},
             {"Pins",
              "Set Position\u2026",
@@ -177,7 +182,7 @@ ViewerCommands CompositionPanel::pinCommands() {
             {"Pins",
              "Show From Pins",
              {},
-             "Set Overlay Mode, which hides them, so that both quads show",
+             "Set Overlay Mode, which hides the From Pins, to show both quads",
              [this] { m_canvas->pins().showFromPins(); },
              [this] { return m_document.isOpen() && m_canvas->pins().hidesFromPins(); }},
             nudge("Nudge Left", -1, 0),

@@ -47,8 +47,7 @@ void showDockButtons(QDockWidget& dock) {
     QString const name = dock.windowTitle();
     dress(dock, "qt_dockwidget_closebutton",
           "Hide the panel " + name + "; the Window menu shows it again", drawCross);
-    dress(dock, "qt_dockwidget_floatbutton", "A window of its own for the panel " + name,
-          drawWindow);
+    dress(dock, "qt_dockwidget_floatbutton", "Open in a window of its own: " + name, drawWindow);
 }
 
 }  // namespace zelk

@@ -44,11 +44,12 @@ EaseDialog::Side EaseDialog::side(QString const& name, Ease const& ease, QString
         return box;
     };
     constexpr double kMostSpeed = 1e6;
-    return {ease,
-            field("influence", 0.1, 100, ease.influencePercent, "%",
-                  "How far the ease reaches along the way to the other key, %"),
-            field("speed", -kMostSpeed, kMostSpeed, ease.speed, unit,
-                  "Speed at the key, " + unit + ": 0 stands still for a moment")};
+    return {
+        ease,
+        field("influence", 0.1, 100, ease.influencePercent, "%",
+              "How far the ease reaches towards the other keyframe, % of the time between them"),
+        field("speed", -kMostSpeed, kMostSpeed, ease.speed, unit,
+              "Speed at the key, " + unit + ": 0 stands still for a moment")};
 }
 
 /// Fields show two decimals, of speeds in their range: what is typed as it was shown is the number

@@ -64,7 +64,7 @@ ViewerCommands InputActs::commands() {
     ViewerCommand track{"File/Import",
                         "Track\u2026",
                         QKeySequence("Ctrl+I"),
-                        "Take tracking data for the pins",
+                        "Import tracking data for the pins",
                         [this] {
                             QString const file =
                                 m_services.questions.fileToOpen("Track", trackFilter());
@@ -82,13 +82,13 @@ ViewerCommands InputActs::commands() {
             {"File",
              "Relink Missing File\u2026",
              {},
-             "Choose a file for the first that is missing",
+             "Choose another file for the first one that is missing",
              [this] { askRelink(); },
              isMissing},
             {"File",
              "Relink in Folder\u2026",
              {},
-             "Find all that is missing below a folder",
+             "Find all missing files in a folder and its subfolders",
              [this] { askFolder(); },
              isMissing},
             {"File", "", {}, "", {}}};
@@ -162,9 +162,9 @@ void InputActs::tellMissing() {
     m_missing = stampsOf(missing);
     if (missing.empty()) return m_services.notices->remove("missing");
     Notice notice{NoticeTone::kWarning, sentenceOf(missing), {}, false};
-    notice.buttons = {{"Relink File\u2026", "Choose a file for the first of them",
+    notice.buttons = {{"Relink File\u2026", "Choose another file for the first of them",
                        [this] { m_services.attempt([&] { askRelink(); }); }},
-                      {"Relink in Folder\u2026", "Find all of them below a folder",
+                      {"Relink in Folder\u2026", "Find all of them in a folder and its subfolders",
                        [this] { m_services.attempt([&] { askFolder(); }); }}};
     m_services.notices->show("missing", notice);
 }

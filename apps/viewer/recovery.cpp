@@ -95,7 +95,7 @@ void Recovery::offer() {
         NoticeTone::kNote,
         QString("Viewers ended with changes that were not saved: %1 scenes can be recovered.")
             .arg(all.size())};
-    notice.buttons = {{"Show List\u2026", "Their names and times, to recover or discard each",
+    notice.buttons = {{"Show List\u2026", "List their names and times, to recover or discard each",
                        [this] { showList(); }},
                       {"Discard All\u2026", "Remove all of these changes for good",
                        [this, all] { askDiscard(all); }}};

@@ -40,29 +40,30 @@ ViewerCommands TimelinePanel::playCommands() {
     return {
         {"Play", "Play", QKeySequence("Space"), "Play the range, or stop",
          [this] { m_player.toggle(); }, open, [this] { return m_player.playback().isPlaying(); }},
-        step("Next Frame", "PgDown", "One frame on", 1),
-        step("Previous Frame", "PgUp", "One frame back", -1),
-        step("Ten Frames On", "Shift+PgDown", "Ten frames on", 10),
-        step("Ten Frames Back", "Shift+PgUp", "Ten frames back", -10),
-        to("First Frame", "Home", "To the first frame that plays",
+        step("Next Frame", "PgDown", "Go one frame forward", 1),
+        step("Previous Frame", "PgUp", "Go one frame back", -1),
+        step("Ten Frames On", "Shift+PgDown", "Go ten frames forward", 10),
+        step("Ten Frames Back", "Shift+PgUp", "Go ten frames back", -10),
+        to("First Frame", "Home", "Go to the first frame of the play range",
            [this] { return m_player.playback().in(); }),
-        to("Last Frame", "End", "To the last frame that plays",
+        to("Last Frame", "End", "Go to the last frame of the play range",
            [this] { return m_player.playback().out(); }),
-        to("Previous Key", "J", "To the keyframe before", [this] { return keyBefore(m_document); }),
-        to("Next Key", "K", "To the keyframe after", [this] { return keyAfter(m_document); }),
-        range("Start Range Here", "I", "What plays starts at this frame",
+        to("Previous Key", "J", "Go to the previous keyframe",
+           [this] { return keyBefore(m_document); }),
+        to("Next Key", "K", "Go to the next keyframe", [this] { return keyAfter(m_document); }),
+        range("Start Range Here", "I", "Start the play range at this frame",
               [this](Playback& playback) { playback.setIn(m_document.frame()); }),
-        range("End Range Here", "O", "What plays ends with this frame",
+        range("End Range Here", "O", "End the play range at this frame",
               [this](Playback& playback) { playback.setOut(m_document.frame()); }),
-        range("Play All Frames", "Shift+O", "What plays is the whole composition",
+        range("Play All Frames", "Shift+O", "Play the whole composition",
               [](Playback& playback) { playback.clearRange(); }),
-        loopCommand(LoopMode::kLoop, "Loop", "From the last frame to the first"),
-        loopCommand(LoopMode::kPingPong, "Ping-Pong", "Forward and backward"),
+        loopCommand(LoopMode::kLoop, "Loop", "Start again at the first frame after the last"),
+        loopCommand(LoopMode::kPingPong, "Ping-Pong", "Play forward and backward in turn"),
         loopCommand(LoopMode::kOnce, "Once", "Stop at the last frame"),
         {"Play",
          "Skip Frames to Keep the Rate",
          {},
-         "Leave out frames that are not rendered in time; else each is waited for",
+         "Skip frames that are not rendered in time; otherwise playback waits for each",
          [this] { m_player.playback().skipsFrames = !m_player.playback().skipsFrames; },
          open,
          [this] { return m_player.playback().skipsFrames; }},
@@ -104,15 +105,17 @@ ViewerCommands TimelinePanel::keyCommands() {
     };
     return {
         {"Keys", "Add Key", QKeySequence("Ins"),
-         "A key at this frame on the timeline's current row", [this] { addKeysHere(); },
+         "Add a keyframe at this frame to the timeline's current row", [this] { addKeysHere(); },
          [this] { return isOpen() && m_view->currentRow() >= 0; }},
-        {"Keys", "Delete Keys", QKeySequence("Del"), "The selected keys go",
+        {"Keys", "Delete Keys", QKeySequence("Del"), "Delete the selected keyframes",
          [this] { deleteSelected(); }, selected},
-        {"Keys", "Copy Keys", QKeySequence("Ctrl+C"), "The selected keys, to be pasted elsewhere",
+        {"Keys", "Copy Keys", QKeySequence("Ctrl+C"), "Copy the selected keyframes",
          [this] { copySelected(); }, selected},
-        {"Keys", "Paste Keys", QKeySequence("Ctrl+V"), "The copied keys, the first at this frame",
-         [this] { paste(); }, [this] { return isOpen() && !m_copied.empty(); }},
-        {"Keys", "Select All Keys", QKeySequence("Ctrl+Shift+A"), "All keys of the rows that show",
+        {"Keys", "Paste Keys", QKeySequence("Ctrl+V"),
+         "Paste the copied keyframes, the first at this frame", [this] { paste(); },
+         [this] { return isOpen() && !m_copied.empty(); }},
+        {"Keys", "Select All Keys", QKeySequence("Ctrl+Shift+A"),
+         "Select all keyframes of the visible rows",
          [this] {
              KeySelection all;
              for (TimelineRow const& row : m_view->rows())
@@ -120,36 +123,38 @@ ViewerCommands TimelinePanel::keyCommands() {
              m_view->select(std::move(all));
          },
          open},
-        move("Move Keys Earlier", "Ctrl+Shift+Left", "The selected keys one frame earlier", -1),
-        move("Move Keys Later", "Ctrl+Shift+Right", "The selected keys one frame later", 1),
+        move("Move Keys Earlier", "Ctrl+Shift+Left",
+             "Move the selected keyframes one frame earlier", -1),
+        move("Move Keys Later", "Ctrl+Shift+Right", "Move the selected keyframes one frame later",
+             1),
         shapeCommand(KeyShape::kLinear, "Linear", QKeySequence("Ctrl+Shift+L"),
-                     "Straight on both sides of the selected keys"),
+                     "Make the selected keyframes linear on both sides"),
         shapeCommand(KeyShape::kHold, "Hold", QKeySequence("Ctrl+Alt+H"),
-                     "The value stays until the next key"),
+                     "Hold the value until the next keyframe"),
         shapeCommand(KeyShape::kEase, "Easy Ease", QKeySequence("F9"),
-                     "Slow before and after the selected keys"),
+                     "Slow down before and after the selected keyframes"),
         shapeCommand(KeyShape::kEaseIn, "Ease In", QKeySequence("Shift+F9"),
-                     "Slow before the selected keys"),
+                     "Slow down into the selected keyframes"),
         shapeCommand(KeyShape::kEaseOut, "Ease Out", QKeySequence("Ctrl+Shift+F9"),
-                     "Slow after the selected keys"),
+                     "Start slowly out of the selected keyframes"),
         {"Keys", "Key Ease\u2026", QKeySequence("Ctrl+Shift+K"),
-         "Influence and speed of the selected keys as numbers", [this] { askForEase(); },
+         "Type influence and speed of the selected keyframes", [this] { askForEase(); },
          [this] { return isOpen() && !easedKeys().empty(); }},
         {"Keys",
          "Show All Parameters",
          {},
-         "Rows of parameters without keys too",
+         "Show rows of parameters without keyframes too",
          [this] {
              bool const all = m_view->filter() == RowFilter::kAll;
              m_view->setFilter(all ? RowFilter::kAnimated : RowFilter::kAll);
          },
          open,
          [this] { return m_view->filter() == RowFilter::kAll; }},
-        {"View/Timeline", "Fit Timeline", QKeySequence("Alt+0"), "The whole composition",
+        {"View/Timeline", "Fit Timeline", QKeySequence("Alt+0"), "Show the whole composition",
          [this] { m_view->fit(); }, open},
-        {"View/Timeline", "Zoom Timeline In", QKeySequence("Alt+="), "Larger frames",
+        {"View/Timeline", "Zoom Timeline In", QKeySequence("Alt+="), "Show fewer frames, wider",
          [this] { m_view->zoom(1.5); }, open},
-        {"View/Timeline", "Zoom Timeline Out", QKeySequence("Alt+-"), "Smaller frames",
+        {"View/Timeline", "Zoom Timeline Out", QKeySequence("Alt+-"), "Show more frames, narrower",
          [this] { m_view->zoom(1 / 1.5); }, open},
     };
 }
@@ -219,9 +224,10 @@ void TimelinePanel::askForEase(std::optional<KeyRef> const& clicked) {
     for (KeyRef const& key : eased) (unitOf(key) == unitOf(shown) ? same : others).insert(key);
     QString note;
     if (eased.size() > 1)
-        note = QString("The numbers of one key. What is typed goes to all %1.").arg(eased.size());
+        note =
+            QString("The numbers of one keyframe. What is typed goes to all %1.").arg(eased.size());
     if (!others.empty())
-        note += QString("\nA speed goes to the %1 in %2.").arg(same.size()).arg(unit);
+        note += QString("\nA speed goes to the %1 in %2 alone.").arg(same.size()).arg(unit);
     EaseDialog dialog(sidesOf(m_document.parameter(shown.index), shown.time), unit, note, this);
     if (dialog.exec() != QDialog::Accepted) return;
     EaseChange const incoming = dialog.incoming(), outgoing = dialog.outgoing();

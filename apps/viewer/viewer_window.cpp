@@ -111,8 +111,7 @@ void ViewerWindow::addDock(QString const& name, QWidget* panel, Qt::DockWidgetAr
 void ViewerWindow::makeStatusLine() {
     m_facts = new QLabel(this);
     m_memory = new QLabel(this);
-    m_memory->setToolTip(
-        "Memory of the pictures that are kept, the most that it may become, and decoded inputs");
+    m_memory->setToolTip("Memory of cached frames, its limit, and memory of decoded inputs");
     m_memory->hide();
     m_said = new StatusSentence(this);
     connect(m_composition, &CompositionPanel::warned, m_said, &StatusSentence::holdWarnings);
@@ -129,7 +128,7 @@ void ViewerWindow::makeStatusLine() {
 void ViewerWindow::showMemory() {
     FrameService const& frames = m_composition->frames();
     auto const mb = [](std::uint64_t bytes) { return QString::number(bytes >> 20); };
-    showText(*m_memory, "Memory of pictures that are kept",
+    showText(*m_memory, "Memory of cached frames",
              "pictures " + mb(frames.bytes()) + " of " + mb(frames.budget()) + " MB, inputs " +
                  mb(frames.inputBytes()) + " MB");
     m_memory->setVisible(m_document.isOpen());
@@ -181,14 +180,14 @@ ViewerCommands ViewerWindow::editCommands() {
         {"File", "Export\u2026", QKeySequence("Ctrl+Shift+E"),
          "Render frames to files, as `zelk render` does", [this] { showExport(); }, isOpen},
         {"File", "Copy as Command", QKeySequence("Ctrl+Shift+C"),
-         "The `zelk render` line that writes what is on screen, for a shell",
-         [this] { copyAsCommand(); }, isOpen},
+         "Copy the `zelk render` line that writes what is on screen", [this] { copyAsCommand(); },
+         isOpen},
         {"File", "", {}, "", {}},
         {"File", "Quit", QKeySequence("Ctrl+Q"), "Close the window", [this] { close(); }},
         {"Edit",
          "Undo",
          QKeySequence("Ctrl+Z"),
-         "Take the last change back",
+         "Undo the last change",
          [this] { m_document.undo(); },
          [this] { return !m_document.undoName().empty(); },
          {},
@@ -196,7 +195,7 @@ ViewerCommands ViewerWindow::editCommands() {
         {"Edit",
          "Redo",
          QKeySequence("Ctrl+Shift+Z"),
-         "Do again what was taken back",
+         "Redo the change that was undone",
          [this] { m_document.redo(); },
          [this] { return !m_document.redoName().empty(); },
          {},
@@ -218,32 +217,33 @@ ViewerCommands ViewerWindow::windowCommands() {
     commands.push_back({"Window",
                         "Full Screen",
                         QKeySequence("F11"),
-                        "The whole screen for the window",
+                        "Show the window on the whole screen",
                         [this] { setWindowState(windowState() ^ Qt::WindowFullScreen); },
                         {},
                         [this] { return isFullScreen(); }});
     commands.push_back({"Window", "Menu Bar", QKeySequence("F10"),
-                        "The first menu; Alt with an underlined letter opens that menu", [this] {
+                        "Go to the menu bar; Alt with an underlined letter opens a menu", [this] {
                             menuBar()->setFocus(Qt::MenuBarFocusReason);
                             menuBar()->setActiveAction(menuBar()->actions().value(0));
                         }});
     commands.push_back(
-        {"Window", "Reset Layout", {}, "All panels where they were at first", [this] {
+        {"Window", "Reset Layout", {}, "Put all panels back to their first places", [this] {
              resetLayout();
          }});
     return commands;
 }
 
 ViewerCommands ViewerWindow::helpCommands() {
-    return {{"Help", "Keyboard Shortcuts", QKeySequence("F1"), "All acts with their keys",
-             [this] {
-                 auto* const list = new ShortcutsDialog(m_menus->commands(), this);
-                 list->setAttribute(Qt::WA_DeleteOnClose);
-                 list->show();
-             }},
-            {"Help", "About Zelk", {}, "The program's version and those of its libraries", [this] {
-                 showAbout(this);
-             }}};
+    return {
+        {"Help", "Keyboard Shortcuts", QKeySequence("F1"), "List all commands with their shortcuts",
+         [this] {
+             auto* const list = new ShortcutsDialog(m_menus->commands(), this);
+             list->setAttribute(Qt::WA_DeleteOnClose);
+             list->show();
+         }},
+        {"Help", "About Zelk", {}, "Show the versions of the program and its libraries", [this] {
+             showAbout(this);
+         }}};
 }
 
 void ViewerWindow::openFile(QString const& file) { m_files->openFile(pathOf(file)); }

@@ -209,10 +209,12 @@ QWidget* ExportDialog::makeButtons() {
         row->addWidget(made);
         return made;
     };
-    m_copy = button("Copy as Command", "The `zelk render` line that writes the same files",
+    m_copy = button("Copy as Command", "Copy the `zelk render` line that writes the same files",
                     [this] { copyCommand(); });
     row->addStretch();
-    m_cancel = button("Cancel Export", "End it; what is written is whole", [this] { cancel(); });
+    m_cancel =
+        button("Cancel Export", "Stop the export; the files written so far stay and are whole",
+               [this] { cancel(); });
     m_close = button("Close", "An export that is under way goes on", [this] { reject(); });
     m_start = button("Export", "Render the frames to their files", [this] { start(); });
     m_start->setDefault(true);

@@ -43,7 +43,8 @@ void ExportStatus::showNow() {
     QString const text = "Export: " + QString::fromStdString(m_dialog.state().text());
     m_text->setText(text);
     m_text->setAccessibleName(text);
-    m_end->setToolTip(runs ? "Cancel the export; what is written is whole" : "Close this notice");
+    m_end->setToolTip(runs ? "Stop the export; the files written so far stay and are whole"
+                           : "Close this notice");
     m_end->setAccessibleName(runs ? "Cancel Export" : "Close");
     setVisible(m_isFollowed);
 }

@@ -56,30 +56,41 @@ struct Gesture {
 /// What no menu has: the mouse, and keys of the panel that has the focus.
 constexpr Gesture kGestures[] = {
     {"Frame, mouse", "Pan", "Middle or right drag", "Moves the picture in the panel"},
-    {"Frame, mouse", "Zoom", "Wheel", "At the cursor; it stops at 100 %"},
-    {"Frame, mouse", "Move", "Drag", "A pin, an edge, or the quad from its inside"},
-    {"Frame, mouse", "Scale", "Shift+Drag", "The quad about the place of the press"},
-    {"Frame, mouse", "Select", "Drag over nothing", "All pins in a box; Shift adds to them"},
-    {"Frame, mouse", "Snap", "Ctrl+Drag", "While it is held, or not where Snap is on"},
-    {"Frame, mouse", "Move Key", "Drag", "A square of a motion path, at its own frame"},
-    {"Frame, mouse", "Set Position", "Double click", "On a pin: x and y as numbers"},
-    {"Frame, keys", "Next Pin", "Tab, Shift+Tab", "And on to the next panel"},
-    {"Frame, keys", "Select", "1 to 8", "Adds a pin or takes it out; they count as Tab goes"},
-    {"Frame, keys", "Set Position", "Return", "Of the selected pin, as numbers"},
-    {"Frame, keys", "Nudge", "Arrows", "By 1 pixel, Shift 10, Alt 1/10; without a pin: pan"},
-    {"Frame, keys", "Scale", "Ctrl+Up, Ctrl+Down", "About their middle by 1 %, with Shift 10 %"},
-    {"Frame, keys", "Scale a Little", "Ctrl+Right, Ctrl+Left", "About their middle by 0.1 %"},
-    {"Frame, keys", "Deselect", "Esc", "Or takes the drag back that is under way"},
-    {"Parameter", "Drag", "Drag", "A step a pixel; Shift ten, Alt or Ctrl a tenth"},
-    {"Parameter", "Type", "Return, F2, a digit", "Return sets it, Esc leaves it as it was"},
-    {"Parameter", "Calculate", "1920/2, +=5, 1,5", "Arithmetic and changes of what is there"},
-    {"Parameter", "Step", "Up, Down, wheel", "With Shift ten, with Alt or Ctrl a tenth"},
-    {"Parameter", "Reset", "Double click", "On the name: its default"},
-    {"Timeline", "Current Row", "Up, Down", "The row that keys are added to"},
-    {"Timeline", "Select Key", "Left, Right", "The next one of the row; Shift adds it"},
-    {"Timeline", "Move Keys", "Drag", "By whole frames; Ctrl leaves the old ones"},
-    {"Timeline", "Zoom", "Ctrl+Wheel", "At the cursor; with Shift it goes along"},
-    {"Timeline", "Pan", "Middle drag", "Along the frames"},
+    {"Frame, mouse", "Zoom", "Wheel", "Zooms at the cursor, with a stop at 100 %"},
+    {"Frame, mouse", "Move", "Drag", "Moves a pin, an edge, or the quad from its inside"},
+    {"Frame, mouse", "Scale", "Shift+Drag", "Scales the quad about the point of the click"},
+    {"Frame, mouse", "Select", "Drag over nothing", "Selects the pins in a box; Shift adds them"},
+    {"Frame, mouse", "Snap", "Ctrl+Drag",
+     "Snaps while Ctrl is held; with Snap on it does not snap"},
+    {"Frame, mouse", "Move Key", "Drag", "Moves a keyframe of a motion path at its own frame"},
+    {"Frame, mouse", "Set Position", "Double click", "Opens a pin's x and y as numbers"},
+    {"Frame, keys", "Next Pin", "Tab, Shift+Tab",
+     "Selects the next pin; after the last, goes to the next panel"},
+    {"Frame, keys", "Select", "1 to 8",
+     "Adds a pin to the selection or removes it, numbered in Tab's order"},
+    {"Frame, keys", "Set Position", "Return", "Opens the selected pin's x and y as numbers"},
+    {"Frame, keys", "Nudge", "Arrows",
+     "Moves the selected pins by 1 pixel, Shift 10, Alt 1/10; without a pin it pans"},
+    {"Frame, keys", "Scale", "Ctrl+Up, Ctrl+Down",
+     "Scales the selected pins about their middle by 1 %, with Shift 10 %"},
+    {"Frame, keys", "Scale a Little", "Ctrl+Right, Ctrl+Left",
+     "Scales the selected pins about their middle by 0.1 %"},
+    {"Frame, keys", "Deselect", "Esc", "Clears the selection, or cancels the drag under way"},
+    {"Parameter", "Drag", "Drag",
+     "Changes the value by a step for each pixel; Shift by ten, Alt or Ctrl by a tenth"},
+    {"Parameter", "Type", "Return, F2, a digit", "Return sets the value, Esc leaves it as it was"},
+    {"Parameter", "Calculate", "1920/2, +=5, 1,5",
+     "Takes arithmetic, and changes of the value that is there"},
+    {"Parameter", "Step", "Up, Down, wheel",
+     "Changes the value by a step; Shift by ten, Alt or Ctrl by a tenth"},
+    {"Parameter", "Reset", "Double click", "On the name: resets the value to its default"},
+    {"Timeline", "Current Row", "Up, Down", "Chooses the row that keyframes are added to"},
+    {"Timeline", "Select Key", "Left, Right",
+     "Selects the next keyframe of the row; Shift adds it"},
+    {"Timeline", "Move Keys", "Drag", "Moves keyframes by whole frames; Ctrl copies them"},
+    {"Timeline", "Zoom", "Ctrl+Wheel",
+     "Zooms at the cursor; Shift+Wheel scrolls through the frames"},
+    {"Timeline", "Pan", "Middle drag", "Scrolls through the frames"},
 };
 
 }  // namespace
@@ -92,8 +103,8 @@ ShortcutsDialog::ShortcutsDialog(ViewerCommands const& commands, QWidget* parent
     word->setPlaceholderText("Find");
     word->setAccessibleName("Find");
     auto* const list = new QTreeWidget(this);
-    list->setHeaderLabels({"Act", "Keys", "What it does"});
-    list->setAccessibleName("Acts and their keys");
+    list->setHeaderLabels({"Command", "Keys", "What it does"});
+    list->setAccessibleName("Commands and their shortcuts");
     list->setRootIsDecorated(false);
     list->setAlternatingRowColors(true);
     for (ViewerCommand const& command : commands)

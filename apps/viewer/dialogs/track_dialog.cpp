@@ -214,7 +214,7 @@ void TrackDialog::showChoice() {
                     .arg(track->hasSize()
                              ? QString(", %1 x %2 pixels").arg(track->width).arg(track->height)
                              : "")
-              : QString("This file can't be read so."));
+              : QString("The file can't be read with these settings."));
     m_fault->setText(QString::fromStdString(m_choice.fault()));
     m_fault->setVisible(!track);
     m_take->setEnabled(track != nullptr);
@@ -243,7 +243,7 @@ void TrackDialog::showWarnings() {
         if (warning.mended) {
             auto* const fix =
                 new QPushButton("Correct: " + QString::fromStdString(warning.mend), row);
-            fix->setToolTip("Read the file so that this goes away");
+            fix->setToolTip("Read the file in the way that the warning calls for");
             connect(fix, &QPushButton::clicked, this,
                     [this, reading = *warning.mended] { mend(reading); });
             column->addWidget(fix, 0, Qt::AlignLeft);
