@@ -72,11 +72,13 @@ ViewerCommands InputActs::commands() {
                         },
                         [this] { return document().isOpen(); }};
     auto const isMissing = [this] { return !m_services.notices->text("missing").isEmpty(); };
-    return {importCommand(InputKind::kLayer, "Layer", "The picture that is pinned"),
-            importCommand(InputKind::kPlate, "Plate", "The picture that it is laid over"),
-            importCommand(InputKind::kMatte, "Matte", "What of the layer shows; moves with it"),
-            importCommand(InputKind::kHoldout, "Holdout", "What stands before the layer"),
-            importCommand(InputKind::kStMap, "Lens Map", "The lens distortion of the frame"),
+    return {importCommand(InputKind::kLayer, "Layer", "Import the picture that is pinned"),
+            importCommand(InputKind::kPlate, "Plate", "Import the picture behind the layer"),
+            importCommand(InputKind::kMatte, "Matte",
+                          "Import a matte that masks the layer and moves with it"),
+            importCommand(InputKind::kHoldout, "Holdout",
+                          "Import a mask of what stands before the layer"),
+            importCommand(InputKind::kStMap, "Lens Map", "Import the lens distortion of the frame"),
             {"File/Import", "", {}, "", {}},
             track,
             {"File",
@@ -88,7 +90,7 @@ ViewerCommands InputActs::commands() {
             {"File",
              "Relink in Folder\u2026",
              {},
-             "Find all missing files in a folder and its subfolders",
+             "Find missing files in a folder by the ends of their old paths",
              [this] { askFolder(); },
              isMissing},
             {"File", "", {}, "", {}}};
@@ -162,10 +164,11 @@ void InputActs::tellMissing() {
     m_missing = stampsOf(missing);
     if (missing.empty()) return m_services.notices->remove("missing");
     Notice notice{NoticeTone::kWarning, sentenceOf(missing), {}, false};
-    notice.buttons = {{"Relink File\u2026", "Choose another file for the first of them",
-                       [this] { m_services.attempt([&] { askRelink(); }); }},
-                      {"Relink in Folder\u2026", "Find all of them in a folder and its subfolders",
-                       [this] { m_services.attempt([&] { askFolder(); }); }}};
+    notice.buttons = {
+        {"Relink File\u2026", "Choose another file for the first of them",
+         [this] { m_services.attempt([&] { askRelink(); }); }},
+        {"Relink in Folder\u2026", "Find them in a folder by the ends of their old paths",
+         [this] { m_services.attempt([&] { askFolder(); }); }}};
     m_services.notices->show("missing", notice);
 }
 

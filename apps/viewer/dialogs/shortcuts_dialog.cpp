@@ -61,7 +61,7 @@ constexpr Gesture kGestures[] = {
     {"Frame, mouse", "Scale", "Shift+Drag", "Scales the quad about the point of the click"},
     {"Frame, mouse", "Select", "Drag over nothing", "Selects the pins in a box; Shift adds them"},
     {"Frame, mouse", "Snap", "Ctrl+Drag",
-     "Snaps while Ctrl is held; with Snap on it does not snap"},
+     "Snaps while Ctrl is held; where Snap is on, Ctrl suspends it"},
     {"Frame, mouse", "Move Key", "Drag", "Moves a keyframe of a motion path at its own frame"},
     {"Frame, mouse", "Set Position", "Double click", "Opens a pin's x and y as numbers"},
     {"Frame, keys", "Next Pin", "Tab, Shift+Tab",
@@ -89,8 +89,8 @@ constexpr Gesture kGestures[] = {
      "Selects the next keyframe of the row; Shift adds it"},
     {"Timeline", "Move Keys", "Drag", "Moves keyframes by whole frames; Ctrl copies them"},
     {"Timeline", "Zoom", "Ctrl+Wheel",
-     "Zooms at the cursor; Shift+Wheel scrolls through the frames"},
-    {"Timeline", "Pan", "Middle drag", "Scrolls through the frames"},
+     "Zooms at the cursor; Shift+Wheel scrolls the view sideways"},
+    {"Timeline", "Pan", "Middle drag", "Scrolls the view sideways"},
 };
 
 }  // namespace
