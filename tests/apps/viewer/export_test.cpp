@@ -162,7 +162,8 @@ TEST_F(ExportTest, AnOpenDialogFollowsTheScene) {
     QPoint const below(0, TimelineLook::kRulerPx / 4);  // the range's half of the ruler
     QTest::mousePress(timeline.viewport(), Qt::LeftButton, {},
                       timeline.placeOfFrame(49).toPoint() + below);
-    QTest::mouseMove(timeline.viewport(), timeline.placeOfFrame(20).toPoint() + below);
+    QPoint const early(-3, 0);  // of the frame's middle, where the nearer end turns
+    QTest::mouseMove(timeline.viewport(), timeline.placeOfFrame(20).toPoint() + early + below);
     QTest::mouseRelease(timeline.viewport(), Qt::LeftButton);
     EXPECT_EQ(window->exportDialog()->edits().frames, "5-19");
     for (auto* const box : dialog().findChildren<QComboBox*>())
