@@ -333,7 +333,8 @@ TEST_F(WindowActs, TheReadoutFollowsTheZoom) {
     QString const before = said();
     EXPECT_FALSE(readout->text().isEmpty());
     QTest::keyClick(window.get(), Qt::Key_Equal, Qt::ControlModifier);
-    PanelPoint const at = canvas().map().toPicture({300, 200});
+    double const density = canvas().devicePixelRatioF();
+    PanelPoint const at = canvas().map().toPicture({300 * density, 200 * density});
     QString const there = QString::asprintf("frame %.1f, %.1f", at.x, at.y);
     EXPECT_TRUE(said().startsWith(there)) << said().toStdString();
     EXPECT_FALSE(before.startsWith(there));
@@ -344,7 +345,8 @@ TEST_F(WindowActs, PinsOutsideOfThePanel) {
     document().edit(kParamToLowerRight, {9000, 8000});
     auto const isSeen = [&] {
         auto const handle = canvas().pins().handleOf(kParamToLowerRight);
-        return canvas().rect().contains(QPointF(handle->at.x, handle->at.y).toPoint());
+        QPointF const at = QPointF(handle->at.x, handle->at.y) / canvas().devicePixelRatioF();
+        return canvas().rect().contains(at.toPoint());
     };
     press("View/Fit to Panel");
     EXPECT_FALSE(isSeen());
