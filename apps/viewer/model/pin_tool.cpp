@@ -252,10 +252,10 @@ void PinTool::movePins(PinMouse const& mouse) {
 }
 
 void PinTool::moveKey(PinMouse const& mouse) {
-    auto const& [pin, from] = m_drag->from.front();
-    PanelPoint const to = moved(from, movement(mouse, &from));
+    auto const& held = m_drag->from.front();
+    PanelPoint const to = moved(held.second, movement(mouse, &held.second));
     m_document.changeValues("", [&](std::vector<Parameter>& parameters) {
-        parameterIn(parameters, pin).editTrack().setValue(m_drag->hit.key, {to.x, to.y});
+        parameterIn(parameters, held.first).editTrack().setValue(m_drag->hit.key, {to.x, to.y});
     });
 }
 
