@@ -59,8 +59,10 @@ void TimelineView::mouseMoveEvent(QMouseEvent* event) {
         return viewport()->setCursor(isEnd ? Qt::SizeHorCursor : Qt::ArrowCursor);
     }
     constexpr int kStepMs = 20;
-    if (beyond().isNull()) m_scrolling.stop();
-    if (!beyond().isNull() && !m_scrolling.isActive()) m_scrolling.start(kStepMs, this);
+    if (beyond().isNull())
+        m_scrolling.stop();
+    else if (!m_scrolling.isActive())
+        m_scrolling.start(kStepMs, this);
     dragOn();
 }
 
